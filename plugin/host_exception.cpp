@@ -1,0 +1,36 @@
+// host_exception.cpp - builds the exception object and hands it to the host.
+
+#include "plugin/host_exception.h"
+
+#include <cstring>
+
+#include "plugin/host_services.h"
+
+namespace {
+
+// The platform's text encoding value of US-ASCII: every message of ours is plain ASCII.
+constexpr std::uint32_t kEncodingASCII = 0x600;
+
+// The message as a host string with one reference, or null when there is nothing to say.
+ZEVAstringStruct* NewMessageString(const char* message) {
+    const auto length = message != nullptr ? static_cast<std::int32_t>(std::strlen(message)) : 0;
+    if (length <= 0) return nullptr;
+    ZEVAstringStruct* string = originalZEVABuildString(message, length);
+    if (string != nullptr) ZEVASetStringEncoding(string, kEncodingASCII);
+    return string;
+}
+
+}  // namespace
+
+void RaiseException(const char* exceptionClass, const char* message, unsigned long errorNumber) {
+    ZEVAstringStruct* messageString = NewMessageString(message);
+    ZEVAobjectStruct* exception = ZEVAnewInstance(exceptionClass);
+    if (exception == nullptr) exception = ZEVAnewInstance("RuntimeException");
+    if (exception != nullptr) {
+        ZEVASetPropValueString(exception, "Message", messageString);
+        ZEVASetPropValueInt32(exception, "ErrorNumber", static_cast<std::int32_t>(errorNumber));
+        ZEVARaiseException(exception);
+        ZEVAUnlockObject(exception);
+    }
+    if (messageString != nullptr) ZEVAUnlockString(messageString);
+}

@@ -1,0 +1,21 @@
+// plugin_main.cpp - the entry point and what it settles with the host.
+
+#include "plugin/plugin_main.h"
+
+#include <pthread.h>
+
+#include "plugin/class_registration.h"
+#include "plugin/version.h"
+
+void ZEVAPluginMain(ZEVAresolver resolver) {
+    gResolver = resolver;
+    const auto registerPluginVersion = reinterpret_cast<void (*)(std::int32_t)>(resolver("RegisterPluginVersion"));
+    const auto getZVVersion = reinterpret_cast<double (*)()>(gResolver("ZEVAGetZVVersion"));
+    if (getZVVersion != nullptr) zvversion = getZVVersion();
+    CurrentZEVAControlVersion = RecordVersionFor(zvversion);
+    registerPluginVersion(CurrentZEVAControlVersion);
+    // Why: asking once is what binds the threading library early on old systems; nothing here depends on the answer.
+    (void)pthread_self();
+    if (IsSkippedHost(zvversion)) return;
+    for (ZEVAclassDefinition* record : ModuleClasses()) MyZEVARegisterClass(record);
+}

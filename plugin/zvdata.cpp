@@ -1,0 +1,21 @@
+// zvdata.cpp - the order in which host references are given back.
+
+#include "plugin/zvdata.h"
+
+#include "plugin/host_services.h"
+
+void zvData::Release() {
+    if (stringRef != nullptr) ZEVAUnlockString(stringRef);
+    if (objectRef != nullptr) ZEVAUnlockObject(objectRef);
+    if (hasStringData) ZEVADisposeStringData(&stringData);
+    Abandon();
+}
+
+void zvData::Abandon() {
+    stringRef = nullptr;
+    objectRef = nullptr;
+    hasStringData = false;
+    dataPtr = nullptr;
+    dataLength = 0;
+    extraWord = 0;
+}
