@@ -37,8 +37,8 @@ Entry* DownLevelTable(const Entry* table, ZEVAword count) {
     return reinterpret_cast<Entry*>(Shortened(table, static_cast<std::int32_t>(count)));
 }
 
-// Like DownLevelTable; in addition each source entry learns where its copy is.
-// Why: hosts of that age look an entry up through the table that the module was compiled with.
+// Like DownLevelTable; in addition each source entry learns where its copy is, in its second word. This is the only
+// conversion that writes into the module's own table, and old hosts count on it.
 ZEVApair* DownLevelPairs(ZEVApair* table, ZEVAword count) {
     auto* shortened = Shortened(table, static_cast<std::int32_t>(count));
     if (shortened == nullptr) return nullptr;

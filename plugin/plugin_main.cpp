@@ -14,8 +14,7 @@ void ZEVAPluginMain(ZEVAresolver resolver) {
     if (getZVVersion != nullptr) zvversion = getZVVersion();
     CurrentZEVAControlVersion = RecordVersionFor(zvversion);
     registerPluginVersion(CurrentZEVAControlVersion);
-    // Why: asking once is what binds the threading library early on old systems; nothing here depends on the answer.
-    (void)pthread_self();
+    (void)pthread_self();  // part of the family's handshake; no thread identity is kept or compared anywhere
     if (IsSkippedHost(zvversion)) return;
     for (ZEVAclassDefinition* record : ModuleClasses()) MyZEVARegisterClass(record);
 }

@@ -1,0 +1,35 @@
+// attribute.mm - a key's attribute description as a host object.
+//
+// No guard: an exception raised by the filter's description leaves these routines unwound, unlike any other of the bridge.
+
+#import <CoreImage/CoreImage.h>
+
+#include "bridge/host_objects.h"
+#include "bridge/value_bridge.h"
+#include "plugin/host_services.h"
+
+namespace {
+
+// The filter's attributes, fetched once per filter object and kept with it; nil when the filter has none yet.
+NSDictionary* AttributesOf(FilterObject* object) {
+    if (object->attributeCache == nil) {
+        NSDictionary* attributes = [object->filter attributes];
+        if (attributes == nil) return nil;
+        object->attributeCache = [attributes retain];
+    }
+    return object->attributeCache;
+}
+
+}  // namespace
+
+ZEVAobjectStruct* getattribute(ZEVAobjectStruct* self, NSString* key) {
+    if (key == nil) return nullptr;
+    id attribute = [AttributesOf(reinterpret_cast<FilterObject*>(self)) objectForKey:key];
+    if (attribute == nil || ![attribute isKindOfClass:[NSDictionary class]]) return nullptr;
+    ZEVAobjectStruct* object = ZEVAnewInstance("CIAttributeQOR");
+    if (object == nullptr) return nullptr;
+    auto* described = reinterpret_cast<AttributeObject*>(object);
+    described->key = [key retain];
+    described->attribute = [attribute retain];
+    return object;
+}

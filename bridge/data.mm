@@ -1,0 +1,83 @@
+// data.mm - raw bytes between a filter and the host, copied once each way.
+
+#import <CoreImage/CoreImage.h>
+
+#include <cstdio>
+#include <cstring>
+#include <limits>
+
+#include "bridge/guard.h"
+#include "bridge/host_objects.h"
+#include "bridge/value_bridge.h"
+#include "plugin/host_exception.h"
+#include "plugin/host_services.h"
+#include "plugin/zvdata.h"
+
+namespace {
+
+// A new MemoryBlock; null when the host has none to give or the size is not one it can have.
+ZEVAmemoryBlockStruct* NewMemoryBlock(std::int32_t size) {
+    return size < std::numeric_limits<std::int32_t>::max() ? ZEVANewMemoryBlockOriginal(size) : nullptr;
+}
+
+// Tells the host that there is no room for a block.
+void RaiseOutOfMemory(std::int32_t size) {
+    char message[200] = {};
+    std::snprintf(message, sizeof message, "Failed to allocate a memoryblock with %lld bytes in size.",
+                  static_cast<long long>(size));
+    RaiseException("OutOfMemoryException", message, 0);
+}
+
+// Locks the block into the holder and notes where its bytes are; the length stays 0 when they cannot be had.
+void HoldBytes(zvData& holder, ZEVAmemoryBlockStruct* block) {
+    holder.objectRef = reinterpret_cast<ZEVAobjectStruct*>(block);
+    ZEVALockObject(holder.objectRef);
+    const std::int32_t size = ZEVAMemoryBlockGetSize(block);
+    const void* bytes = ZEVAMemoryBlockGetPtr(block);
+    if (bytes == nullptr) return;
+    holder.dataPtr = bytes;
+    holder.dataLength = size > 0 ? size : 0;
+}
+
+}  // namespace
+
+ZEVAmemoryBlockStruct* getvalueNSData(ZEVAobjectStruct* self, NSString* key) {
+    ZEVAmemoryBlockStruct* result = nullptr;
+    Guarded([&] {
+        CIFilter* filter = FilterOf(self);
+        if (key == nil || filter == nil) return;
+        id value = [filter valueForKey:key];
+        if (value == nil) return;
+        const void* bytes = [value bytes];
+        const auto size = static_cast<std::int32_t>([value length]);
+        if (bytes == nullptr || size <= 0) return;
+        ZEVAmemoryBlockStruct* block = NewMemoryBlock(size);
+        if (block == nullptr) return RaiseOutOfMemory(size);
+        void* destination = ZEVAMemoryBlockGetPtr(block);
+        // A block without bytes is dropped in silence, unlike one that could not be made: the host has it, and knows why.
+        if (destination == nullptr) return;
+        std::memcpy(destination, bytes, static_cast<std::size_t>(size));
+        result = block;
+    });
+    return result;
+}
+
+void setvalueNSData(ZEVAobjectStruct* self, NSString* key, ZEVAmemoryBlockStruct* value) {
+    // Outside the guarded work, so that a foreign exception that unwinds the call gives the block back on its way.
+    zvData holder;
+    Guarded([&] {
+        CIFilter* filter = FilterOf(self);
+        if (key == nil || filter == nil) return;
+        if (value != nullptr) HoldBytes(holder, value);
+        NSData* data = nil;
+        if (holder.dataLength > 0) {
+            data = [[NSData alloc] initWithBytes:holder.dataPtr length:static_cast<NSUInteger>(holder.dataLength)];
+        }
+        holder.Release();
+        if (data == nil) return;
+        [filter setValue:data forKey:key];
+        [data release];
+    });
+    // What is still held was in use when the guard took over; it stays locked.
+    holder.Abandon();
+}

@@ -1,0 +1,17 @@
+// guard_native.mm - the guard over the 64-bit runtime's own exceptions.
+
+#import <Foundation/Foundation.h>
+
+#include "bridge/exception_report.h"
+#include "bridge/guard.h"
+
+void RunGuarded(void (*work)(void* context), void* context) {
+    NSException* caught = nil;
+    @try {
+        work(context);
+    } @catch (NSException* exception) {
+        caught = exception;
+    }
+    // Outside the catch: what reporting raises goes to whoever encloses the guard.
+    if (caught != nil) ReportException(caught);
+}

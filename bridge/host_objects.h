@@ -1,0 +1,69 @@
+// host_objects.h - the instance data that the bridge reads and writes in place, one structure per kind of host object.
+//
+// The data lies directly behind the host's object header. The classes belong to the sibling module; what stands here is what
+// this module requires of them. Each reference in a field belongs to the host object and is released by its class.
+// Adding one: a structure that begins with the header, its fields in order, and its offsets asserted below.
+
+#pragma once
+
+#include <CoreFoundation/CoreFoundation.h>
+#include <CoreGraphics/CoreGraphics.h>
+#import <Foundation/Foundation.h>
+
+#include "plugin/zeva.h"
+
+@class CIFilter;
+
+// A filter object: any of the filter classes, by way of "CIFilterQOR".
+struct FilterObject {
+    unsigned char header[kZEVAobjectHeaderSize];
+    CIFilter* filter;              // nil until a constructor call succeeded
+    NSDictionary* attributeCache;  // the filter's attributes, nil until the first attribute is read
+};
+
+// An object that wraps one Objective-C object: "CIImageQOR", "CIColorQOR", "CIVectorQOR", "NSAffineTransformQOR".
+struct ValueObject {
+    unsigned char header[kZEVAobjectHeaderSize];
+    id wrapped;
+};
+
+// A "CIImageQOR".
+struct ImageObject {
+    unsigned char header[kZEVAobjectHeaderSize];
+    id wrapped;
+    CGImageRef cgImage;  // null in objects made here
+};
+
+// A "CFObjectQOR" or a class below it, such as "CGColorSpaceQOR".
+struct CoreFoundationObject {
+    unsigned char header[kZEVAobjectHeaderSize];
+    CFTypeRef wrapped;
+    ZEVAword siblingWord;
+    std::uint32_t cfTag;  // kCoreFoundationTag, set by the class's constructor
+};
+
+// A "CIAttributeQOR".
+struct AttributeObject {
+    unsigned char header[kZEVAobjectHeaderSize];
+    NSDictionary* attribute;
+    NSString* key;
+};
+
+// "ZVCF", the first character in the most significant byte: marks the Core Foundation wrapper family.
+inline constexpr std::uint32_t kCoreFoundationTag = 0x5A564346;
+
+#define ASSERT_FIELD(object, field, word) \
+    static_assert(offsetof(object, field) == kZEVAobjectHeaderSize + (word) * sizeof(ZEVAword))
+ASSERT_FIELD(FilterObject, filter, 0);
+ASSERT_FIELD(FilterObject, attributeCache, 1);
+ASSERT_FIELD(ValueObject, wrapped, 0);
+ASSERT_FIELD(ImageObject, wrapped, 0);
+ASSERT_FIELD(ImageObject, cgImage, 1);
+ASSERT_FIELD(CoreFoundationObject, wrapped, 0);
+ASSERT_FIELD(CoreFoundationObject, cfTag, 2);
+ASSERT_FIELD(AttributeObject, attribute, 0);
+ASSERT_FIELD(AttributeObject, key, 1);
+#undef ASSERT_FIELD
+
+// The filter of a filter object; nil when its constructor found none.
+inline CIFilter* FilterOf(ZEVAobjectStruct* object) { return reinterpret_cast<FilterObject*>(object)->filter; }
