@@ -1,6 +1,6 @@
 // attribute.mm - a key's attribute description as a host object.
 //
-// No guard: an exception raised by the filter's description leaves these routines unwound, unlike any other of the bridge.
+// Without a guard, unlike the rest of the bridge: an exception that the filter raises leaves these routines unwound.
 
 #import <CoreImage/CoreImage.h>
 

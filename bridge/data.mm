@@ -54,7 +54,8 @@ ZEVAmemoryBlockStruct* getvalueNSData(ZEVAobjectStruct* self, NSString* key) {
         ZEVAmemoryBlockStruct* block = NewMemoryBlock(size);
         if (block == nullptr) return RaiseOutOfMemory(size);
         void* destination = ZEVAMemoryBlockGetPtr(block);
-        // A block without bytes is dropped in silence, unlike one that could not be made: the host has it, and knows why.
+        // A block without bytes is dropped in silence, unlike one that could not be made: the host has it, and knows
+        // why.
         if (destination == nullptr) return;
         std::memcpy(destination, bytes, static_cast<std::size_t>(size));
         result = block;

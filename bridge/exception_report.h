@@ -4,7 +4,9 @@
 
 @class NSException;
 
-// Writes the exception to the system log and raises it in the host. Where it cannot be made into a host exception the log line is all.
+// Writes the exception to the system log and raises it in the host. Where it cannot be made into a host exception the
+// log line is all.
 //
-// Runs outside any guard: what it raises itself goes to whoever encloses the guard. Takes no reference. Thread: the host's.
+// Runs outside any guard: what it raises itself goes to whoever encloses the guard. Takes no reference.
+// Thread: the host's.
 void ReportException(NSException* exception);

@@ -1,7 +1,7 @@
 // host_objects.h - the instance data that the bridge reads and writes in place, one structure per kind of host object.
 //
-// The data lies directly behind the host's object header. The classes belong to the sibling module; what stands here is what
-// this module requires of them. Each reference in a field belongs to the host object and is released by its class.
+// The data lies directly behind the host's object header. The classes belong to the sibling module; what stands here is
+// what this module requires of them. Each reference in a field belongs to the host object and is released by its class.
 // Adding one: a structure that begins with the header, its fields in order, and its offsets asserted below.
 
 #pragma once
@@ -10,6 +10,7 @@
 #include <CoreGraphics/CoreGraphics.h>
 #import <Foundation/Foundation.h>
 
+#include "bridge/core_foundation_tag.h"
 #include "plugin/zeva.h"
 
 @class CIFilter;
@@ -48,9 +49,6 @@ struct AttributeObject {
     NSDictionary* attribute;
     NSString* key;
 };
-
-// "ZVCF", the first character in the most significant byte: marks the Core Foundation wrapper family.
-inline constexpr std::uint32_t kCoreFoundationTag = 0x5A564346;
 
 #define ASSERT_FIELD(object, field, word) \
     static_assert(offsetof(object, field) == kZEVAobjectHeaderSize + (word) * sizeof(ZEVAword))

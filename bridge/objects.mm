@@ -11,7 +11,8 @@
 
 namespace {
 
-// Reads the key and hands what the filter holds, whatever its class, to wrap, which makes the host object or answers null.
+// Reads the key and hands what the filter holds, whatever its class, to wrap, which makes the host object or answers
+// null.
 template <typename Wrap>
 ZEVAobjectStruct* GetWrapped(ZEVAobjectStruct* self, NSString* key, Wrap wrap) {
     ZEVAobjectStruct* result = nullptr;
@@ -39,8 +40,8 @@ ZEVAobjectStruct* NewImageObject(id image) {
     return object;
 }
 
-// The same for a colour space. An object without the family's tag is no wrapper of ours and is dropped as it is: releasing it
-// would run a class that we know nothing of.
+// The same for a colour space. An object without the family's tag is no wrapper of ours and is dropped as it is:
+// releasing it would run a class that we know nothing of.
 ZEVAobjectStruct* NewColorSpaceObject(id colorSpace) {
     ZEVAobjectStruct* object = ZEVAnewInstance("CGColorSpaceQOR");
     if (object == nullptr) object = ZEVAnewInstance("CFObjectQOR");
@@ -53,7 +54,9 @@ ZEVAobjectStruct* NewColorSpaceObject(id colorSpace) {
 }
 
 // What a host value object wraps. The class of the object is not looked at: its first field is taken as it stands.
-id WrappedIn(ZEVAobjectStruct* value) { return value != nullptr ? reinterpret_cast<ValueObject*>(value)->wrapped : nil; }
+id WrappedIn(ZEVAobjectStruct* value) {
+    return value != nullptr ? reinterpret_cast<ValueObject*>(value)->wrapped : nil;
+}
 
 // Stores what the value object wraps; without anything to store the key keeps its value.
 void SetWrapped(ZEVAobjectStruct* self, NSString* key, ZEVAobjectStruct* value) {

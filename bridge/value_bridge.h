@@ -1,11 +1,11 @@
 // value_bridge.h - moves the value of one filter key between a filter and the host.
 //
-// One pair of routines per platform type, and one for a key's attributes. Each takes the filter object, never null, and the
-// key; without a key or a filter a getter answers null or 0 and a setter does nothing, silently.
+// One pair of routines per platform type, and one for a key's attributes. Each takes the filter object, never null, and
+// the key; without a key or a filter a getter answers null or 0 and a setter does nothing, silently.
 //
 // Owns:    a getter's object passes to the host with its one reference; a setter borrows what it is given.
-// Fails:   an NSException on the way is logged and raised in the host, with the zero answer (guard.h). getattribute alone has
-//          no guard: what it raises leaves it.
+// Fails:   an NSException on the way is logged and raised in the host, with the zero answer (guard.h). getattribute
+//          alone has no guard: what it raises leaves it.
 // Threads: the host's thread.
 
 #pragma once

@@ -10,7 +10,8 @@
 void ConstructFilter(ZEVAobjectStruct* self, NSString* filterName) {
     auto* object = reinterpret_cast<FilterObject*>(self);
     if (object->filter != nil) {
-        RaiseException("UnsupportedOperationException", "Constructor called too often. Object is already initialized.", 0);
+        RaiseException("UnsupportedOperationException", "Constructor called too often. Object is already initialized.",
+                       0);
         return;
     }
     CIFilter* filter = [CIFilter filterWithName:filterName];

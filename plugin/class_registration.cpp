@@ -17,8 +17,8 @@ constexpr std::int32_t kDownLevelVersion = 9;
 // Instance data comes in steps of this many bytes.
 constexpr ZEVAword kDataSizeStep = 16;
 
-// A new table with the leading part of every entry; null for a null or empty table, for one whose size no 32-bit host can
-// address, and when there is no memory.
+// A new table with the leading part of every entry; null for a null or empty table, for one whose size no 32-bit host
+// can address, and when there is no memory.
 template <typename Entry>
 decltype(Entry::entry)* Shortened(const Entry* table, std::int32_t count) {
     using DownLevelEntry = decltype(Entry::entry);

@@ -1,6 +1,7 @@
 // host_services.h - the functions the host lends us.
 //
-// Nothing of the host is linked against: each wrapper finds its service by name when it is first called (service_slot.h).
+// Nothing of the host is linked against: each wrapper finds its service by name when it is first called
+// (service_slot.h).
 //
 // Failure:  a service that the host lacks does nothing and answers null or 0; nobody is told. Callers treat that as a
 //           failure in their own way.
@@ -32,7 +33,8 @@ void ZEVASetPropValueString(ZEVAobjectStruct* object, const char* property, ZEVA
 // Sets an object's integer property.
 void ZEVASetPropValueInt32(ZEVAobjectStruct* object, const char* property, std::int32_t value);
 
-// Hands the host an exception to raise and returns; the caller must then return to the host. Takes no reference from us.
+// Hands the host an exception to raise and returns; the caller must then return to the host. Takes no reference from
+// us.
 void ZEVARaiseException(ZEVAobjectStruct* exception);
 
 // Adds a reference to an object, or to a MemoryBlock.

@@ -1,6 +1,7 @@
 // service_slot.h - one host service: its name, and the place where its address is kept once found.
 //
-// A name that was found is never asked for again; a missing one is asked for at every call, so a host may offer it late.
+// A name that was found is never asked for again; a missing one is asked for at every call, so a host may offer it
+// late.
 //
 // Lifetime: static storage; the host owns the entry behind it.
 // Threads:  the host's thread only; the slot is a plain word.

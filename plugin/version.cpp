@@ -16,8 +16,8 @@ std::int32_t RecordVersionFor(double hostVersion) {
 }
 
 bool IsSkippedHost(double hostVersion) {
-    // Hosts 2007.009, 2007.010 and 2007.011 may load the module but get no classes. In thousandths the three are consecutive,
-    // so one unsigned difference finds them and no neighbour.
+    // Hosts 2007.009, 2007.010 and 2007.011 may load the module but get no classes. In thousandths the three are
+    // consecutive, so one unsigned difference finds them and no neighbour.
     const auto thousandths = static_cast<std::uint32_t>(TruncatedToInt32(hostVersion * 1000.0));
     return thousandths - 2007009u < 3u;
 }

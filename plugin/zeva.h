@@ -1,10 +1,10 @@
 // zeva.h - the shapes that cross the boundary between the host and a module.
 //
-// The host loads a module, calls its one exported function ZEVAPluginMain and hands it a resolver; everything after that
-// goes through the structures of this file. Handles are opaque here: the host alone knows what stands behind them.
+// The host loads a module, calls its one exported function ZEVAPluginMain and hands it a resolver; everything after
+// that goes through the structures of this file. Handles are opaque here: the host alone knows what stands behind them.
 //
-// Widths:   every field is one word, as wide as a pointer: 4 bytes on the module's own target. Counts and flags are 32-bit
-//           numbers held in a word.
+// Widths:   every field is one word, as wide as a pointer: 4 bytes on the module's own target. Counts and flags are
+//           32-bit numbers held in a word.
 // Layouts:  a host of record version 9 knows shorter structures ("down-level"). Each of them is the leading part of the
 //           current one, so the current one contains it as its first field.
 // Lifetime: records and tables are static; the host keeps pointers to them for the life of the process.
@@ -77,8 +77,8 @@ struct ZEVAtriple {
     ZEVAword hostWords[2];
 };
 
-// A class as a host of record version 9 reads it. Tables point to current entries as long as the record lies in a current
-// one, and to down-level entries once MyZEVARegisterClass has rewritten it.
+// A class as a host of record version 9 reads it. Tables point to current entries as long as the record lies in a
+// current one, and to down-level entries once MyZEVARegisterClass has rewritten it.
 struct ZEVAclassDefinitionDownLevel {
     ZEVAword version;
     const char* className;

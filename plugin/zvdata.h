@@ -23,7 +23,8 @@ struct zvData {
     zvData(const zvData&) = delete;
     zvData& operator=(const zvData&) = delete;
 
-    // Gives back all that is held: the string, then the object, then the string's bytes; the holder is empty afterwards.
+    // Gives back all that is held: the string, then the object, then the string's bytes; the holder is empty
+    //                              afterwards.
     void Release();
 
     // Forgets what is held without giving it back.

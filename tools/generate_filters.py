@@ -172,12 +172,6 @@ def catalogue_file(names):
     )
 
 
-def write_if_changed(path, text):
-    """Leaves an equal file alone, so that nothing is compiled again for it."""
-    if not path.exists() or path.read_text() != text:
-        path.write_text(text)
-
-
 def main(arguments):
     if len(arguments) != 2:
         print(__doc__, file=sys.stderr)
@@ -194,7 +188,7 @@ def main(arguments):
     for stale in set(path.name for path in folder.glob("CIFilter*.mm")) - files.keys():
         (folder / stale).unlink()
     for name, text in files.items():
-        write_if_changed(folder / name, text)
+        (folder / name).write_text(text)
     return 0
 
 

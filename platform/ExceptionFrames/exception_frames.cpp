@@ -1,11 +1,13 @@
 // exception_frames.cpp - the setjmp-based exception frames of 32-bit Objective-C, over the GNU runtime.
 //
-// A guard registers a frame with objc_exception_try_enter and fills its jump buffer with _setjmp. A thrown object then goes to
-// the innermost frame of the thread by longjmp; with no frame registered it goes the runtime's own way, by unwinding.
+// A guard registers a frame with objc_exception_try_enter and fills its jump buffer with _setjmp. A thrown object then
+// goes to the innermost frame of the thread by longjmp; with no frame registered it goes the runtime's own way, by
+// unwinding.
 //
-// How it gets in the way: this library exports objc_exception_throw as the runtime does and must stand before libobjc in the
-// search order. Foundation calls the function through its linkage table and so reaches this one.
-// Limit:    a native @try deeper than the innermost frame is jumped over. Code that runs inside a frame must not rely on one.
+// How it gets in the way: this library exports objc_exception_throw as the runtime does and must stand before libobjc
+// in the search order. Foundation calls the function through its linkage table and so reaches this one.
+// Limit:    a native @try deeper than the innermost frame is jumped over. Code that runs inside a frame must not rely
+//           on one.
 // Lifetime: a frame belongs to the caller's stack, registered from try_enter until try_exit or the jump.
 // Threads:  a chain of frames per thread.
 

@@ -1,0 +1,50 @@
+// boundary_test.h - the fixture of the tests that drive the module from outside: a fresh module, entered by a recording
+// host.
+
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "tests/boundary/loaded_module.h"
+#include "tests/boundary/recording_host.h"
+
+// A log, as tests compare it.
+using Lines = std::vector<std::string>;
+
+class BoundaryTest : public testing::Test {
+  protected:
+    // Enters the module of the 73 classes, once per test, with the host as it is set up by then, and forgets the log of
+    // that.
+    void Enter() {
+        module.Enter();
+        host.TakeLog();
+    }
+
+    // The method entry of a class that begins with the declaration's name; the test fails when there is none.
+    const ZEVAmethodDownLevel& Method(const std::string& className, const std::string& declaration) {
+        for (const RegisteredClass& registered : host.classes) {
+            if (registered.name != className) continue;
+            for (const ZEVAmethodDownLevel& method : registered.methods) {
+                if (method.declaration == declaration) return method;
+            }
+        }
+        throw std::runtime_error(className + " has no " + declaration);
+    }
+
+    template <typename Function>
+    Function* Getter(const std::string& className, const std::string& declaration) {
+        return reinterpret_cast<Function*>(Method(className, declaration).function);
+    }
+
+    template <typename Function>
+    Function* Setter(const std::string& className, const std::string& declaration) {
+        return reinterpret_cast<Function*>(Method(className, declaration).setter);
+    }
+
+    RecordingHost host;
+    LoadedModule module{ZEVA_FILTERS_MODULE};
+};

@@ -1,0 +1,143 @@
+// catalogue_test.cpp - the 73 classes as hosts of every age see them.
+
+#include "tests/boundary/catalogue.h"
+
+#include <map>
+#include <set>
+
+#include "tests/boundary/boundary_test.h"
+
+namespace {
+
+class CatalogueTest : public BoundaryTest, public testing::WithParamInterface<std::optional<double>> {};
+
+TEST_P(CatalogueTest, RegistersEveryClassOnceInCatalogueOrderUnderTheFamilySuperclass) {
+    host.version = GetParam();
+    module.Enter();
+    ASSERT_EQ(host.classes.size(), Catalogue().size());
+    for (std::size_t i = 0; i < host.classes.size(); ++i) {
+        EXPECT_EQ(host.classes[i].name, Catalogue()[i].ClassName());
+        EXPECT_EQ(host.classes[i].superclassName, "CIFilterQOR");
+    }
+}
+
+TEST_P(CatalogueTest, DeclaresAll713MethodsWithFlagsAndSetters) {
+    host.version = GetParam();
+    module.Enter();
+    std::size_t methods = 0;
+    for (std::size_t i = 0; i < host.classes.size(); ++i) {
+        const auto& entries = host.classes[i].methods;
+        const auto declarations = Catalogue()[i].Declarations();
+        ASSERT_EQ(entries.size(), declarations.size()) << host.classes[i].name;
+        for (std::size_t k = 0; k < entries.size(); ++k) {
+            EXPECT_EQ(entries[k].declaration, declarations[k]) << host.classes[i].name;
+            EXPECT_NE(entries[k].function, nullptr) << declarations[k];
+            const bool isValue = k % 2 == 0 && k + 1 < entries.size();
+            EXPECT_EQ(entries[k].setter != nullptr, isValue) << declarations[k];
+            EXPECT_EQ(entries[k].flags, 4) << declarations[k];
+        }
+        methods += entries.size();
+    }
+    EXPECT_EQ(methods, 713u);
+}
+
+TEST_P(CatalogueTest, RecordsHoldNothingBesideTheMethodTable) {
+    host.version = GetParam();
+    module.Enter();
+    for (const RegisteredClass& registered : host.classes) {
+        ZEVAclassDefinition expected = {};
+        expected.record.version = registered.version;
+        expected.record.className = registered.record->record.className;
+        expected.record.superclassName = registered.record->record.superclassName;
+        expected.record.methods = registered.record->record.methods;
+        expected.record.methodCount = static_cast<ZEVAword>(registered.methods.size());
+        expected.record.flags = 4;
+        EXPECT_EQ(std::memcmp(registered.record, &expected, sizeof expected), 0) << registered.name;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(HostVersions, CatalogueTest,
+                         testing::Values(2013.03, 2013.02, 2012.5, 2011.04, 0.0, std::nullopt, 2007.012, 2007.0089999),
+                         [](const auto& test) {
+                             std::string name = test.param ? std::to_string(*test.param) : "none";
+                             std::replace(name.begin(), name.end(), '.', '_');
+                             return name;
+                         });
+
+TEST_F(BoundaryTest, EachDeclarationStringExistsOnceAndIsSharedByTheClasses) {
+    module.Enter();
+    std::map<std::string, std::set<const char*>> places;
+    for (const RegisteredClass& registered : host.classes) {
+        for (const ZEVAmethodDownLevel& method : registered.methods)
+            places[method.declaration].insert(method.declaration);
+    }
+    EXPECT_EQ(places.size(), 136u + 1u);
+    for (const auto& [declaration, addresses] : places) EXPECT_EQ(addresses.size(), 1u) << declaration;
+}
+
+TEST_F(BoundaryTest, TrailingWordsOfEveryCurrentMethodEntryAreZero) {
+    module.Enter();
+    for (const RegisteredClass& registered : host.classes) {
+        for (ZEVAword i = 0; i < registered.record->record.methodCount; ++i) {
+            EXPECT_EQ(registered.record->record.methods[i].hostWords[0], 0);
+            EXPECT_EQ(registered.record->record.methods[i].hostWords[1], 0);
+        }
+    }
+}
+
+// Counts that hold for the catalogue as a whole, so that a wrong line in it cannot pass unseen.
+
+TEST(Catalogue, HasTheKnownShapes) {
+    std::map<std::size_t, int> classesByProperties;
+    std::map<std::string, int> propertiesByType;
+    std::map<std::string, std::set<std::string>> keysByType;
+    for (const CatalogueFilter& filter : Catalogue()) {
+        ++classesByProperties[filter.properties.size()];
+        for (const auto& [key, typeWord] : filter.properties) {
+            ++propertiesByType[typeWord];
+            keysByType[typeWord].insert(key);
+        }
+    }
+    EXPECT_EQ(classesByProperties,
+              (std::map<std::size_t, int>{{2, 3}, {3, 26}, {4, 17}, {5, 12}, {6, 7}, {7, 2}, {8, 4}, {9, 1}, {11, 1}}));
+    EXPECT_EQ(propertiesByType, (std::map<std::string, int>{{"CIImageQOR", 163},
+                                                            {"double", 88},
+                                                            {"CIVectorQOR", 53},
+                                                            {"CIColorQOR", 10},
+                                                            {"NSAffineTransformQOR", 3},
+                                                            {"memoryblock", 2},
+                                                            {"CGColorSpaceQOR", 1}}));
+    std::map<std::string, std::size_t> keys;
+    for (const auto& [typeWord, names] : keysByType) keys[typeWord] = names.size();
+    EXPECT_EQ(keys, (std::map<std::string, std::size_t>{{"CIImageQOR", 8},
+                                                        {"double", 34},
+                                                        {"CIVectorQOR", 20},
+                                                        {"CIColorQOR", 3},
+                                                        {"NSAffineTransformQOR", 1},
+                                                        {"memoryblock", 1},
+                                                        {"CGColorSpaceQOR", 1}}));
+}
+
+TEST(Catalogue, DeclaresTheKnownOddClasses) {
+    const auto propertiesOf = [](const std::string& name) {
+        for (const CatalogueFilter& filter : Catalogue()) {
+            if (filter.name != name) continue;
+            Lines keys;
+            for (const CatalogueProperty& property : filter.properties) keys.push_back(property.key);
+            return keys;
+        }
+        return Lines{"no such class"};
+    };
+    EXPECT_EQ(propertiesOf("ComicEffect"), (Lines{"outputImage", "inputImage"}));
+    EXPECT_EQ(propertiesOf("ColorInvert"), (Lines{"outputImage", "inputImage"}));
+    EXPECT_EQ(propertiesOf("ConstantColorGenerator"), (Lines{"outputImage", "inputColor"}));
+    EXPECT_EQ(propertiesOf("FlashTransition").size(), 11u);
+    EXPECT_EQ(propertiesOf("ColorCubeWithColorSpace"),
+              (Lines{"inputCubeDimension", "inputCubeData", "outputImage", "inputColorSpace", "inputImage"}));
+    for (const CatalogueFilter& filter : Catalogue()) {
+        const Lines keys = propertiesOf(filter.name);
+        EXPECT_EQ(std::count(keys.begin(), keys.end(), "outputImage"), 1) << filter.name;
+    }
+}
+
+}  // namespace

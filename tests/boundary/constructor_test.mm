@@ -1,0 +1,132 @@
+// constructor_test.mm - how filter objects get their filter: with Core Image's own filters, and with recording ones in
+// their place.
+
+#import <CoreImage/CoreImage.h>
+#include <objc/runtime.h>
+
+#include "tests/boundary/boundary_test.h"
+#include "tests/boundary/catalogue.h"
+#include "tests/boundary/recording_objects.h"
+
+namespace {
+
+using Constructor = void(ZEVAobjectStruct*);
+
+CIFilter* FilterIn(const ZEVAobjectStruct& object) { return reinterpret_cast<CIFilter*>(object.fields[0]); }
+
+class ConstructorTest : public BoundaryTest {
+  protected:
+    ConstructorTest() { Enter(); }
+
+    ZEVAobjectStruct object = MakeFilterObject(nil);
+    CapturedLog captured;
+};
+
+TEST_F(ConstructorTest, GivesEveryClassItsFilterWithDefaultsAndOneRetain) {
+    for (const CatalogueFilter& filter : Catalogue()) {
+        NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
+        ZEVAobjectStruct fresh = MakeFilterObject(nil);
+        Getter<Constructor>(filter.ClassName(), "Constructor")(&fresh);
+        CIFilter* made = FilterIn(fresh);
+        ASSERT_NE(made, nil) << filter.name;
+        EXPECT_EQ(std::string([[made name] UTF8String]), "CI" + filter.name);
+        for (NSString* key in [made inputKeys]) {
+            id expected = [[[made attributes] objectForKey:key] objectForKey:kCIAttributeDefault];
+            EXPECT_TRUE(expected == nil || [[made valueForKey:key] isEqual:expected])
+                << filter.name << " " << [key UTF8String];
+        }
+        EXPECT_EQ(fresh.fields[1], 0) << "the attribute cache is not the constructor's";
+        [pool drain];
+        EXPECT_EQ([made retainCount], 1u) << filter.name;
+        [made release];
+    }
+}
+
+TEST_F(ConstructorTest, SecondCallRaisesAndKeepsTheFilter) {
+    auto* construct = Getter<Constructor>("CIFilterBloomQOR", "Constructor");
+    construct(&object);
+    CIFilter* first = FilterIn(object);
+    const NSUInteger references = [first retainCount];
+    host.TakeLog();
+    construct(&object);
+    EXPECT_EQ(FilterIn(object), first);
+    EXPECT_EQ([first retainCount], references);
+    ASSERT_EQ(host.raised.size(), 1u);
+    EXPECT_EQ(host.raised[0].className, "UnsupportedOperationException");
+    EXPECT_EQ(host.raised[0].message, "Constructor called too often. Object is already initialized.");
+    EXPECT_EQ(host.raised[0].errorNumber, 0);
+    EXPECT_EQ(host.raised[0].encoding, 0x600u);
+}
+
+// +[CIFilter filterWithName:] as the test wants it, while it lives.
+class ReplacedFilterFactory {
+  public:
+    explicit ReplacedFilterFactory(RecordingObject* answer) {
+        answer_ = answer;
+        Method method = class_getClassMethod([CIFilter class], @selector(filterWithName:));
+        usual_ = method_setImplementation(method, reinterpret_cast<IMP>(&FilterWithName));
+    }
+    ~ReplacedFilterFactory() {
+        method_setImplementation(class_getClassMethod([CIFilter class], @selector(filterWithName:)), usual_);
+    }
+    ReplacedFilterFactory(const ReplacedFilterFactory&) = delete;
+
+  private:
+    static id FilterWithName(id, SEL, NSString* name) {
+        RecordingHost::Current().Log(std::string("[CIFilter filterWithName:") + [name UTF8String] + "]");
+        return answer_;
+    }
+
+    static RecordingObject* answer_;
+    IMP usual_;
+};
+
+RecordingObject* ReplacedFilterFactory::answer_ = nil;
+
+TEST_F(ConstructorTest, AsksForTheFilterRetainsStoresAndSetsDefaultsInThisOrder) {
+    RecordingObject* filter = [RecordingObject named:"filter"];
+    ReplacedFilterFactory factory(filter);
+    Getter<Constructor>("CIFilterCMYKHalftoneQOR", "Constructor")(&object);
+    EXPECT_EQ(host.TakeLog(),
+              (Lines{"[CIFilter filterWithName:CICMYKHalftone]", "[filter retain]", "[filter setDefaults]"}));
+    EXPECT_EQ(object.fields[0], reinterpret_cast<ZEVAword>(filter));
+    EXPECT_EQ(filter->references, 2u);
+}
+
+TEST_F(ConstructorTest, UnknownFilterNameLeavesNoFilterSilentlyAndALaterCallTriesAgain) {
+    auto* construct = Getter<Constructor>("CIFilterBloomQOR", "Constructor");
+    {
+        ReplacedFilterFactory none(nil);
+        construct(&object);
+        EXPECT_EQ(host.TakeLog(), Lines{"[CIFilter filterWithName:CIBloom]"});
+        EXPECT_EQ(FilterIn(object), nil);
+    }
+    construct(&object);
+    EXPECT_NE(FilterIn(object), nil);
+    EXPECT_TRUE(host.raised.empty());
+}
+
+TEST_F(ConstructorTest, ExceptionFromSetDefaultsGoesThroughUncaughtAndTheFilterIsStored) {
+    RecordingObject* filter = [RecordingObject named:"filter"];
+    filter->raisingMessage = "setDefaults";
+    filter->raised = [NSException exceptionWithName:@"SomeException" reason:@"no" userInfo:nil];
+    ReplacedFilterFactory factory(filter);
+    auto* construct = Getter<Constructor>("CIFilterBloomQOR", "Constructor");
+    EXPECT_EQ(ThrownBy([&] { construct(&object); }), filter->raised);
+    EXPECT_EQ(object.fields[0], reinterpret_cast<ZEVAword>(filter));
+    EXPECT_TRUE(host.raised.empty());
+}
+
+TEST_F(ConstructorTest, UnknownKeyOfARealFilterLogsOneLineAndRaisesOneHostException) {
+    conversion = Conversion::kWorks;
+    Getter<Constructor>("CIFilterBloomQOR", "Constructor")(&object);
+    host.TakeLog();
+    // An accessor of another class, for a key that this filter lacks.
+    EXPECT_EQ(Getter<double(ZEVAobjectStruct*)>("CIFilterDrosteQOR", "inputStrands as double")(&object), 0.0);
+    const Lines log = host.TakeLog();
+    ASSERT_EQ(log.size(), 6u);
+    EXPECT_EQ(log[0].rfind("NSLog A NSUnknownKeyException: ", 0), 0u) << log[0];
+    EXPECT_EQ(host.raised.size(), 1u);
+}
+
+}  // namespace

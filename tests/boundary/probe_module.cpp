@@ -1,0 +1,31 @@
+// probe_module.cpp - a module of the family made for tests: one class with every table of a record filled, and exports
+// that reach the parts of the boundary that no filter class uses.
+
+#include <cstring>
+
+#include "plugin/class_registration.h"
+#include "plugin/host_exception.h"
+#include "plugin/plugin_main.h"
+#include "plugin/zvdata.h"
+
+#define PROBE_EXPORT extern "C" __attribute__((visibility("default")))
+
+// No classes of its own: a test registers what it likes through ProbeRegister.
+std::span<ZEVAclassDefinition* const> ModuleClasses() { return {}; }
+
+PROBE_EXPORT void ProbeRegister(ZEVAclassDefinition* record) { MyZEVARegisterClass(record); }
+
+PROBE_EXPORT ZEVAproperty* ProbeFixProperties(ZEVAproperty* table, int count) { return FixProperties(table, count); }
+
+PROBE_EXPORT void ProbeRaise(const char* exceptionClass, const char* message, unsigned long errorNumber) {
+    RaiseException(exceptionClass, message, errorNumber);
+}
+
+// Makes a holder in memory filled with ones, shows it to the test, and destroys it.
+PROBE_EXPORT void ProbeHolder(void (*use)(zvData& holder)) {
+    alignas(zvData) unsigned char storage[sizeof(zvData)];
+    std::memset(storage, 0xFF, sizeof storage);
+    auto* holder = new (storage) zvData;
+    use(*holder);
+    holder->~zvData();
+}

@@ -1,0 +1,173 @@
+// recording_objects.mm - the recording objects, and a way to see what leaves a call.
+
+#include "tests/boundary/recording_objects.h"
+
+#include <objc/runtime.h>
+
+#include <csetjmp>
+
+namespace {
+
+std::string Text(id object) { return object != nil ? [[object description] UTF8String] : "nil"; }
+
+}  // namespace
+
+@implementation RecordingObject
+
++ (RecordingObject*)named:(const char*)name {
+    RecordingObject* object = [[RecordingObject alloc] init];
+    object->name = name;
+    object->references = 1;
+    return object;
+}
+
+// Writes the message down, and raises where it is the one to raise.
+- (void)record:(const char*)message with:(const std::string&)arguments {
+    RecordingHost::Current().Log(std::string("[") + name + " " + message + arguments + "]");
+    if (raisingMessage == nullptr || std::string(raisingMessage) != message) return;
+    if (raised == nil) ThrowForeign();
+    @throw raised;
+}
+
+- (id)valueForKey:(NSString*)key {
+    [self record:"valueForKey:" with:Text(key)];
+    return answer;
+}
+
+- (void)setValue:(id)value forKey:(NSString*)key {
+    [self record:"setValue:forKey:" with:Text(value) + ", " + Text(key)];
+    received = value;
+}
+
+- (id)setDefaults {
+    [self record:"setDefaults" with:""];
+    return self;
+}
+
+- (id)attributes {
+    [self record:"attributes" with:""];
+    return answer;
+}
+
+- (id)objectForKey:(id)key {
+    [self record:"objectForKey:" with:Text(key)];
+    return answer;
+}
+
+- (double)doubleValue {
+    [self record:"doubleValue" with:""];
+    return number;
+}
+
+- (const void*)bytes {
+    [self record:"bytes" with:""];
+    return dataBytes;
+}
+
+- (NSUInteger)length {
+    [self record:"length" with:""];
+    return dataLength;
+}
+
+- (BOOL)isKindOfClass:(Class)wanted {
+    [self record:"isKindOfClass:" with:class_getName(wanted)];
+    return isDictionary && wanted == [NSDictionary class];
+}
+
+- (id)retain {
+    [self record:"retain" with:""];
+    ++references;
+    return self;
+}
+
+// Never freed: the test asks for the count afterwards.
+- (oneway void)release {
+    --references;
+    [self record:"release" with:""];
+}
+
+- (NSUInteger)retainCount {
+    return references;
+}
+
+- (NSString*)description {
+    return [NSString stringWithUTF8String:name];
+}
+
+@end
+
+ZEVAobjectStruct MakeFilterObject(id filter) {
+    ZEVAobjectStruct object = {};
+    object.className = "filterObject";
+    object.fields[0] = reinterpret_cast<ZEVAword>(filter);
+    return object;
+}
+
+NSString* Key(const char* text) { return [NSMutableString stringWithUTF8String:text]; }
+
+#if UINTPTR_MAX == UINT32_MAX
+
+extern "C" {
+void objc_exception_try_enter(void* frame);
+void objc_exception_try_exit(void* frame);
+id objc_exception_extract(void* frame);
+}
+
+id ThrownBy(void (*work)(void* context), void* context) {
+    struct {
+        std::jmp_buf buffer;
+        void* runtimeWords[4];
+    } frame;
+    objc_exception_try_enter(&frame);
+    if (_setjmp(frame.buffer) != 0) return objc_exception_extract(&frame);
+    work(context);
+    // Thrown to this frame only if it is the innermost again.
+    NSObject* probe = [[NSObject alloc] init];
+    if (_setjmp(frame.buffer) != 0) return objc_exception_extract(&frame) == probe ? nil : probe;
+    @throw probe;
+}
+
+#else
+
+id ThrownBy(void (*work)(void* context), void* context) {
+    @try {
+        work(context);
+    } @catch (id thrown) {
+        return thrown;
+    }
+    return nil;
+}
+
+#endif
+
+namespace {
+
+void LogLine(NSString* line) {
+    // The line begins with date and process; the text itself begins with the first letter of the message.
+    NSRange bracket = [line rangeOfString:@"] "];
+    std::string text = [[line substringFromIndex:NSMaxRange(bracket)] UTF8String];
+    while (!text.empty() && text.back() == '\n') text.pop_back();
+    RecordingHost::Current().Log("NSLog " + text);
+}
+
+}  // namespace
+
+CapturedLog::CapturedLog() : usual_(_NSLog_printf_handler) { _NSLog_printf_handler = LogLine; }
+
+CapturedLog::~CapturedLog() { _NSLog_printf_handler = usual_; }
+
+Conversion conversion = Conversion::kWorks;
+
+@interface NSException (HostException)
++ (ZEVAobjectStruct*)NewNSExceptionQOR:(NSException*)exception;
+@end
+
+@implementation NSException (HostException)
+
++ (ZEVAobjectStruct*)NewNSExceptionQOR:(NSException*)exception {
+    RecordingHost::Current().Log("NewNSExceptionQOR: " + Text([exception name]));
+    if (conversion == Conversion::kRaises) [NSException raise:@"ConversionException" format:@"cannot"];
+    return conversion == Conversion::kWorks ? RecordingHost::Current().NewObject("NSExceptionQOR") : nullptr;
+}
+
+@end
