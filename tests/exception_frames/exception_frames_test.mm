@@ -1,0 +1,116 @@
+// exception_frames_test.mm - the setjmp-based exception frames over the GNU runtime and its Foundation.
+
+#import <Foundation/Foundation.h>
+#include <gtest/gtest.h>
+
+#include <csetjmp>
+#include <thread>
+
+extern "C" {
+void objc_exception_try_enter(void* frame);
+void objc_exception_try_exit(void* frame);
+id objc_exception_extract(void* frame);
+int objc_exception_match(Class exceptionClass, id exception);
+}
+
+namespace {
+
+struct Frame {
+    std::jmp_buf buffer;
+    void* runtimeWords[4];
+};
+
+// What the work threw to a frame registered around it, or nil; the frame is gone afterwards.
+template <typename Work>
+id ThrownBy(Work work) {
+    Frame frame;
+    objc_exception_try_enter(&frame);
+    if (_setjmp(frame.buffer) != 0) return objc_exception_extract(&frame);
+    work();
+    objc_exception_try_exit(&frame);
+    return nil;
+}
+
+TEST(ExceptionFrames, ThrownObjectReachesTheFrameUnchanged) {
+    NSObject* thrown = [[NSObject alloc] init];
+    EXPECT_EQ(ThrownBy([&] { @throw thrown; }), thrown);
+}
+
+TEST(ExceptionFrames, ExceptionsThatFoundationRaisesReachTheFrame) {
+    id undefinedKey = ThrownBy([] { [[[NSObject alloc] init] valueForKey:@"nothing"]; });
+    EXPECT_TRUE([[undefinedKey name] isEqual:NSUndefinedKeyException]);
+    id unknownMessage = ThrownBy([] { [reinterpret_cast<NSString*>([[NSObject alloc] init]) length]; });
+    EXPECT_TRUE([[unknownMessage name] isEqual:NSInvalidArgumentException]);
+    id range = ThrownBy([] { [[NSArray array] objectAtIndex:1]; });
+    EXPECT_TRUE([[range name] isEqual:NSRangeException]);
+}
+
+TEST(ExceptionFrames, InnermostFrameOfSeveralGetsTheObjectAndTheOthersStay) {
+    NSObject* inner = [[NSObject alloc] init];
+    NSObject* outer = [[NSObject alloc] init];
+    id caughtInside = nil;
+    id caughtOutside = ThrownBy([&] {
+        caughtInside = ThrownBy([&] { @throw inner; });
+        @throw outer;
+    });
+    EXPECT_EQ(caughtInside, inner);
+    EXPECT_EQ(caughtOutside, outer);
+}
+
+TEST(ExceptionFrames, FrameThatWasLeftGetsNothingMore) {
+    NSObject* thrown = [[NSObject alloc] init];
+    EXPECT_EQ(ThrownBy([&] {
+                  EXPECT_EQ(ThrownBy([] {}), nil);
+                  @throw thrown;
+              }),
+              thrown);
+}
+
+TEST(ExceptionFrames, LeavingAFrameRemovesThoseInsideIt) {
+    NSObject* thrown = [[NSObject alloc] init];
+    EXPECT_EQ(ThrownBy([&] {
+                  Frame outer, inner;
+                  objc_exception_try_enter(&outer);
+                  objc_exception_try_enter(&inner);
+                  objc_exception_try_exit(&outer);
+                  @throw thrown;
+              }),
+              thrown);
+}
+
+TEST(ExceptionFrames, WithoutAFrameTheRuntimeUnwindsToANativeCatch) {
+    NSObject* thrown = [[NSObject alloc] init];
+    id caught = nil;
+    @try {
+        @throw thrown;
+    } @catch (id exception) {
+        caught = exception;
+    }
+    EXPECT_EQ(caught, thrown);
+}
+
+TEST(ExceptionFrames, EachThreadHasItsOwnChain) {
+    Frame frame;
+    objc_exception_try_enter(&frame);
+    bool caughtNatively = false;
+    std::thread([&] {
+        @try {
+            @throw [[NSObject alloc] init];
+        } @catch (id) {
+            caughtNatively = true;
+        }
+    }).join();
+    objc_exception_try_exit(&frame);
+    EXPECT_TRUE(caughtNatively);
+}
+
+TEST(ExceptionFrames, MatchAcceptsTheClassAndThoseBelowItOnly) {
+    NSException* exception = [NSException exceptionWithName:@"n" reason:nil userInfo:nil];
+    EXPECT_TRUE(objc_exception_match([NSException class], exception));
+    EXPECT_TRUE(objc_exception_match([NSObject class], exception));
+    EXPECT_FALSE(objc_exception_match([NSException class], [[NSObject alloc] init]));
+    EXPECT_FALSE(objc_exception_match([NSString class], exception));
+    EXPECT_FALSE(objc_exception_match([NSException class], nil));
+}
+
+}  // namespace
