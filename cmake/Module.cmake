@@ -1,4 +1,5 @@
-# zeva_module(TARGET): makes a module that the host loads: TARGET.so among the modules, with ZEVAPluginMain as its only export.
+# zeva_module(TARGET): makes a module that the host loads: TARGET.so among the modules, with ZEVAPluginMain as its only
+# export.
 #
 # Why the C linker driver: a module brings no C++ runtime into its host.
 function(zeva_module target)

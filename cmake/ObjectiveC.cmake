@@ -13,6 +13,7 @@ target_compile_options(objective_c INTERFACE
     $<$<COMPILE_LANGUAGE:OBJC,OBJCXX>:-fconstant-string-class=NSConstantString>)
 target_compile_definitions(objective_c INTERFACE _NATIVE_OBJC_EXCEPTIONS)
 # Only headers of the runtime itself are wanted from the gcc folder; its other headers are clang's own business.
+file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/runtime_headers)
 file(CREATE_LINK ${runtime_headers}/objc ${CMAKE_BINARY_DIR}/runtime_headers/objc SYMBOLIC)
 target_include_directories(objective_c SYSTEM INTERFACE
     ${CMAKE_SYSROOT}/usr/include/GNUstep ${CMAKE_BINARY_DIR}/runtime_headers)

@@ -1,4 +1,5 @@
-# Builds for 32-bit x86 Linux against the sysroot that tools/setup makes; the programs start like any other on the machine.
+# Builds for 32-bit x86 Linux against the sysroot that tools/setup makes; the programs start like any other on the
+# machine.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR i386)
 
@@ -13,12 +14,8 @@ foreach(directory usr/lib/i386-linux-gnu usr/lib lib/i386-linux-gnu)
     string(APPEND link_flags " -Wl,-rpath,${CMAKE_SYSROOT}/${directory}")
 endforeach()
 
+include(${CMAKE_CURRENT_LIST_DIR}/compilers.cmake)
 foreach(language C CXX OBJC OBJCXX)
-    if(language MATCHES CXX)
-        set(CMAKE_${language}_COMPILER clang++)
-    else()
-        set(CMAKE_${language}_COMPILER clang)
-    endif()
     set(CMAKE_${language}_COMPILER_TARGET i386-linux-gnu)
     set(CMAKE_${language}_FLAGS_INIT "${flags}")
 endforeach()

@@ -1,0 +1,7 @@
+# The compiler of every preset: clang, by its full path, since CMake looks Objective-C++ compilers up nowhere.
+find_program(CLANG clang REQUIRED)
+find_program(CLANGXX clang++ REQUIRED)
+set(CMAKE_C_COMPILER ${CLANG})
+set(CMAKE_OBJC_COMPILER ${CLANG})
+set(CMAKE_CXX_COMPILER ${CLANGXX})
+set(CMAKE_OBJCXX_COMPILER ${CLANGXX})
