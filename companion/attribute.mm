@@ -1,0 +1,125 @@
+// attribute.mm - CIAttributeQOR, what a filter says of one of its keys.
+//
+// The platform describes a key by a dictionary whose values differ in kind from key to key. Each property here reads one entry as
+// one kind; a property whose entry is missing or of another kind is nil or 0, and Has("Min") tells that from a real 0.
+//
+//   a number's key      Default  Identity  Min  Max  SliderMin  SliderMax
+//   a vector's          DefaultVector  IdentityVector
+//   a colour's          DefaultColor  IdentityColor
+//   a transform's       DefaultTransform  IdentityTransform
+//   raw bytes           DefaultData  IdentityData
+//   every key           Key  AttributeClass  AttributeType  DisplayName  ParameterSet
+
+#import <CoreImage/CoreImage.h>
+
+#include <cstring>
+
+#include "bridge/guard.h"
+#include "bridge/host_objects.h"
+#include "companion/class_record.h"
+#include "companion/host_text.h"
+#include "companion/value_object.h"
+#include "plugin/host_services.h"
+
+namespace {
+
+// clang-format off
+// One list of what can be read: the property, the dictionary's key and the kind of its value.
+//        property           dictionary's key            value's class       type word               made by
+#define ATTRIBUTES(ATTRIBUTE) \
+ATTRIBUTE(AttributeClass,    @"CIAttributeClass",        NSString,           string,               TextFrom) \
+ATTRIBUTE(AttributeType,     @"CIAttributeType",         NSString,           string,               TextFrom) \
+ATTRIBUTE(DisplayName,       @"CIAttributeDisplayName",  NSString,           string,               TextFrom) \
+ATTRIBUTE(ParameterSet,      @"CIUIParameterSet",        NSString,           string,               TextFrom) \
+ATTRIBUTE(Default,           @"CIAttributeDefault",      NSNumber,           double,               NumberFrom) \
+ATTRIBUTE(Identity,          @"CIAttributeIdentity",     NSNumber,           double,               NumberFrom) \
+ATTRIBUTE(Min,               @"CIAttributeMin",          NSNumber,           double,               NumberFrom) \
+ATTRIBUTE(Max,               @"CIAttributeMax",          NSNumber,           double,               NumberFrom) \
+ATTRIBUTE(SliderMin,         @"CIAttributeSliderMin",    NSNumber,           double,               NumberFrom) \
+ATTRIBUTE(SliderMax,         @"CIAttributeSliderMax",    NSNumber,           double,               NumberFrom) \
+ATTRIBUTE(DefaultVector,     @"CIAttributeDefault",      CIVector,           CIVectorQOR,          VectorFrom) \
+ATTRIBUTE(IdentityVector,    @"CIAttributeIdentity",     CIVector,           CIVectorQOR,          VectorFrom) \
+ATTRIBUTE(DefaultColor,      @"CIAttributeDefault",      CIColor,            CIColorQOR,           ColorFrom) \
+ATTRIBUTE(IdentityColor,     @"CIAttributeIdentity",     CIColor,            CIColorQOR,           ColorFrom) \
+ATTRIBUTE(DefaultTransform,  @"CIAttributeDefault",      NSAffineTransform,  NSAffineTransformQOR, TransformFrom) \
+ATTRIBUTE(IdentityTransform, @"CIAttributeIdentity",     NSAffineTransform,  NSAffineTransformQOR, TransformFrom) \
+ATTRIBUTE(DefaultData,       @"CIAttributeDefault",      NSData,             memoryblock,          BytesFrom) \
+ATTRIBUTE(IdentityData,      @"CIAttributeIdentity",     NSData,             memoryblock,          BytesFrom)
+// clang-format on
+
+// An entry of the dictionary; nil when it is missing or of another class.
+id EntryOf(ZEVAobjectStruct* self, NSString* key, Class valueClass) {
+    id entry = [reinterpret_cast<AttributeObject*>(self)->attribute objectForKey:key];
+    return [entry isKindOfClass:valueClass] ? entry : nil;
+}
+
+ZEVAstringStruct* TextFrom(NSString* text) { return NewHostString(text); }
+
+double NumberFrom(NSNumber* number) { return [number doubleValue]; }
+
+ZEVAobjectStruct* VectorFrom(CIVector* vector) { return NewValueObject("CIVectorQOR", vector); }
+
+ZEVAobjectStruct* ColorFrom(CIColor* color) { return NewValueObject("CIColorQOR", color); }
+
+// A copy: the platform's transforms can be changed.
+ZEVAobjectStruct* TransformFrom(NSAffineTransform* transform) {
+    return NewValueObject("NSAffineTransformQOR", [[transform copy] autorelease]);
+}
+
+ZEVAmemoryBlockStruct* BytesFrom(NSData* data) {
+    if ([data length] == 0) return nullptr;
+    ZEVAmemoryBlockStruct* block = ZEVANewMemoryBlockOriginal(static_cast<std::int32_t>([data length]));
+    if (block != nullptr) std::memcpy(ZEVAMemoryBlockGetPtr(block), [data bytes], [data length]);
+    return block;
+}
+
+#define DEFINE_GETTER(property, key, valueClass, typeWord, from) \
+    auto Get##property(ZEVAobjectStruct* self) { return from(EntryOf(self, key, [valueClass class])); }
+ATTRIBUTES(DEFINE_GETTER)
+#undef DEFINE_GETTER
+
+ZEVAstringStruct* GetKey(ZEVAobjectStruct* self) {
+    return NewHostString(reinterpret_cast<AttributeObject*>(self)->key);
+}
+
+// Whether the property of the name has a value; raises for a name that is none of the list.
+std::int32_t Has(ZEVAobjectStruct* self, ZEVAstringStruct* name) {
+    std::int32_t result = 0;
+    Guarded([&] {
+        NSString* property = TextOf(name);
+#define ANSWER(property_, key, valueClass, typeWord, from)              \
+    if ([property isEqualToString:@ #property_]) {                      \
+        result = EntryOf(self, key, [valueClass class]) != nil ? 1 : 0; \
+        return;                                                         \
+    }
+        ATTRIBUTES(ANSWER)
+#undef ANSWER
+        RaiseWithMessage([NSString
+            stringWithFormat:@"CIAttributeQOR.Has: there is no property \"%@\"", property != nil ? property : @""]);
+    });
+    return result;
+}
+
+void Finalize(ZEVAobjectStruct* self) {
+    auto* object = reinterpret_cast<AttributeObject*>(self);
+    [object->key release];
+    [object->attribute release];
+}
+
+#define GETTER_ENTRY(property, key, valueClass, typeWord, from) \
+    COMPANION_METHOD(#property " as " #typeWord, Get##property),
+ZEVAmethod methods[] = {COMPANION_METHOD("Key as string", GetKey),
+                        COMPANION_METHOD("Has(property as string) as boolean", Has), ATTRIBUTES(GETTER_ENTRY)};
+#undef GETTER_ENTRY
+
+}  // namespace
+
+ZEVAclassDefinition CIAttributeClass = {
+    .record = {.version = kRecordVersion,
+               .className = "CIAttributeQOR",
+               .instanceDataSize = COMPANION_DATA_SIZE(AttributeObject),
+               .finalize = Finalize,
+               .methods = methods,
+               .methodCount = std::size(methods),
+               .flags = kHostFlags},
+};

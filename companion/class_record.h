@@ -1,0 +1,41 @@
+// class_record.h - the pieces of this module's class records, and the list of its classes.
+//
+// Each class stands in a file of its own: accessors, a method table, a record at the end. What an object holds is laid down in
+// bridge/host_objects.h, where the filters read it too.
+//
+// Adding a class: its file with its record, and a line in COMPANION_CLASSES.
+
+#pragma once
+
+#include <iterator>
+
+#include "plugin/zeva.h"
+
+// Every record, in the order in which they are registered.
+#define COMPANION_CLASSES(CLASS)  \
+    CLASS(CIFilterClass)          \
+    CLASS(CIImageClass)           \
+    CLASS(CIColorClass)           \
+    CLASS(CIVectorClass)          \
+    CLASS(NSAffineTransformClass) \
+    CLASS(CFObjectClass)          \
+    CLASS(CGColorSpaceClass)      \
+    CLASS(CIAttributeClass)       \
+    CLASS(NSExceptionClass)
+
+#define DECLARE_CLASS(record) extern ZEVAclassDefinition record;
+COMPANION_CLASSES(DECLARE_CLASS)
+#undef DECLARE_CLASS
+
+// The record version that the records are written in, and the flags word of this family.
+inline constexpr ZEVAword kRecordVersion = 12;
+inline constexpr ZEVAword kHostFlags = 4;
+
+// One method or read-only property.
+#define COMPANION_METHOD(declaration, function)                                             \
+    {                                                                                       \
+        {reinterpret_cast<ZEVAentry>(function), nullptr, declaration, kHostFlags}, { 0, 0 } \
+    }
+
+// How many bytes of instance data an object of the structure has.
+#define COMPANION_DATA_SIZE(structure) static_cast<ZEVAword>(sizeof(structure) - kZEVAobjectHeaderSize)

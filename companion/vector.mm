@@ -1,0 +1,101 @@
+// vector.mm - CIVectorQOR, a list of numbers: a point, a rectangle, weights.
+//
+//   CIVectorQOR.Point(150, 150)
+//   CIVectorQOR.Rectangle(0, 0, 640, 480)
+//   CIVectorQOR.FromNumbers("0 0.25 0, 0.25 1 0.25, 0 0.25 0")      Count  ValueAt(index)
+//
+// Numbers keep what fits the platform's number type: single precision on 32 bits.
+
+#import <CoreImage/CoreImage.h>
+
+#include "bridge/guard.h"
+#include "companion/class_record.h"
+#include "companion/host_text.h"
+#include "companion/value_object.h"
+
+namespace {
+
+CIVector* VectorOf(ZEVAobjectStruct* self) { return WrappedIn(self); }
+
+ZEVAobjectStruct* NewRectangle(double x, double y, double width, double height) {
+    const CGRect rectangle = CGRectMake(static_cast<CGFloat>(x), static_cast<CGFloat>(y), static_cast<CGFloat>(width),
+                                        static_cast<CGFloat>(height));
+    return NewValueObject("CIVectorQOR", [CIVector vectorWithX:rectangle.origin.x
+                                                             Y:rectangle.origin.y
+                                                             Z:rectangle.size.width
+                                                             W:rectangle.size.height]);
+}
+
+ZEVAobjectStruct* NewPoint(double x, double y) {
+    return NewValueObject("CIVectorQOR", [CIVector vectorWithX:static_cast<CGFloat>(x) Y:static_cast<CGFloat>(y)]);
+}
+
+// Any number of numbers with spaces or commas between them; raises for anything else, and for none.
+ZEVAobjectStruct* NewFromNumbers(ZEVAstringStruct* list) {
+    ZEVAobjectStruct* result = nullptr;
+    Guarded([&] {
+        NSString* text = TextOf(list);
+        if (text == nil) return RaiseWithMessage(@"CIVectorQOR.FromNumbers: the list is nil, no vector is made");
+        NSScanner* scanner = [NSScanner scannerWithString:text];
+        [scanner setCharactersToBeSkipped:[NSCharacterSet characterSetWithCharactersInString:@" ,\t\r\n"]];
+        NSMutableData* numbers = [NSMutableData data];
+        double number = 0;
+        while (![scanner isAtEnd] && [scanner scanDouble:&number]) {
+            const auto value = static_cast<CGFloat>(number);
+            [numbers appendBytes:&value length:sizeof value];
+        }
+        const NSUInteger count = [numbers length] / sizeof(CGFloat);
+        if (![scanner isAtEnd] || count == 0) {
+            NSString* rest = [text substringFromIndex:[scanner scanLocation]];
+            return RaiseWithMessage([NSString
+                stringWithFormat:
+                    @"CIVectorQOR.FromNumbers: expected a number after %u of them, found \"%@\", no vector is made",
+                    static_cast<unsigned>(count), rest]);
+        }
+        CIVector* vector = [CIVector vectorWithValues:static_cast<const CGFloat*>([numbers bytes]) count:count];
+        result = NewValueObject("CIVectorQOR", vector);
+    });
+    return result;
+}
+
+std::int32_t GetCount(ZEVAobjectStruct* self) { return static_cast<std::int32_t>([VectorOf(self) count]); }
+
+// Raises for an index that the vector does not have.
+double ValueAt(ZEVAobjectStruct* self, std::int32_t index) {
+    double result = 0;
+    Guarded([&] {
+        const std::int32_t count = GetCount(self);
+        if (index < 0 || index >= count) {
+            return RaiseWithMessage([NSString stringWithFormat:@"CIVectorQOR.ValueAt: index %d is outside 0...%d",
+                                                               static_cast<int>(index), static_cast<int>(count - 1)]);
+        }
+        result = [VectorOf(self) valueAtIndex:static_cast<size_t>(index)];
+    });
+    return result;
+}
+
+ZEVAmethod methods[] = {
+    COMPANION_METHOD("Count as integer", GetCount),
+    COMPANION_METHOD("ValueAt(index as integer) as double", ValueAt),
+};
+
+ZEVAmethod sharedMethods[] = {
+    COMPANION_METHOD("Rectangle(x as double, y as double, width as double, height as double) as CIVectorQOR",
+                     NewRectangle),
+    COMPANION_METHOD("Point(x as double, y as double) as CIVectorQOR", NewPoint),
+    COMPANION_METHOD("FromNumbers(list as string) as CIVectorQOR", NewFromNumbers),
+};
+
+}  // namespace
+
+ZEVAclassDefinition CIVectorClass = {
+    .record = {.version = kRecordVersion,
+               .className = "CIVectorQOR",
+               .instanceDataSize = COMPANION_DATA_SIZE(ValueObject),
+               .finalize = ReleaseWrapped,
+               .methods = methods,
+               .methodCount = std::size(methods),
+               .flags = kHostFlags,
+               .sharedMethods = sharedMethods,
+               .sharedMethodCount = std::size(sharedMethods)},
+};

@@ -1,0 +1,216 @@
+// host.cpp - what a program asks of the runtime.
+
+#include "host/host.h"
+
+#include <array>
+#include <cstdio>
+
+#include "host/errors.h"
+#include "host/exception_classes.h"
+#include "host/memory_block.h"
+#include "host/services.h"
+#include "host/string.h"
+#include "host/suggestion.h"
+
+namespace host {
+
+namespace {
+
+Host* current = nullptr;
+
+void ReportToStandardError(const std::string& message) { std::fprintf(stderr, "host: %s\n", message.c_str()); }
+
+HostOptions WithDefaults(HostOptions options) {
+    if (!options.report) options.report = ReportToStandardError;
+    return options;
+}
+
+// "Class.member", what errors about a member are about.
+std::string Subject(const Class& isa, std::string_view member) { return isa.Name() + "." + std::string(member); }
+
+// What to say to somebody who asked a class for a property or method that it does not have.
+HostError UnknownMember(const Class& isa, std::string_view name, const char* kind,
+                        const std::vector<Member>& (Class::*membersOf)() const) {
+    std::vector<std::string> known;
+    for (const Class* each = &isa; each != nullptr; each = each->Superclass()) {
+        for (const Member& member : (each->*membersOf)()) known.push_back(member.declaration.name);
+    }
+    return HostError(Subject(isa, name), "the class has no such " + std::string(kind) + Suggestion(name, known));
+}
+
+// The named property, or the error that says why there is none.
+const Member& PropertyOf(const Class& isa, std::string_view name) {
+    const Member* member = isa.FindMember(name);
+    if (member == nullptr) throw UnknownMember(isa, name, "property", &Class::Members);
+    if (member->declaration.kind != MemberKind::kProperty) {
+        throw HostError(Subject(isa, name), "it is a method, not a property");
+    }
+    return *member;
+}
+
+// The method that was found under the name, or the error that says why there is none.
+const Member& MethodOf(const Class& isa, std::string_view name, const Member* found,
+                       const std::vector<Member>& (Class::*membersOf)() const) {
+    if (found == nullptr) throw UnknownMember(isa, name, "method", membersOf);
+    if (found->declaration.kind != MemberKind::kMethod) {
+        throw HostError(Subject(isa, name), "it is a property, not a method");
+    }
+    return *found;
+}
+
+std::string CountText(std::size_t count) { return std::to_string(count) + (count == 1 ? " argument" : " arguments"); }
+
+}  // namespace
+
+Host::Host(HostOptions options) : options_(WithDefaults(std::move(options))), classes_(options_.report) {
+    if (current != nullptr) throw HostError("host", "there is one in this process already");
+    current = this;
+    classes_.Register(&kMemoryBlockClass.record);
+    for (const ZEVAclassDefinition& definition : ExceptionClasses()) classes_.Register(&definition.record);
+}
+
+Host::~Host() {
+    pending_ = {};
+    if (liveObjects_ != 0 || liveStrings_ != 0) {
+        Report("host: " + std::to_string(liveObjects_) + " objects and " + std::to_string(liveStrings_) +
+               " strings are still referenced at its end, they are never freed");
+    }
+    current = nullptr;
+}
+
+Host& Host::Current() { return *current; }
+
+const Module& Host::LoadModule(const std::filesystem::path& path) {
+    const auto entryPoint = LoadEntryPoint(path);
+    auto module = std::make_unique<Module>();
+    module->path = path;
+    const std::size_t classesBefore = classes_.All().size();
+    loading_ = module.get();
+    Scoped([&] { entryPoint(ResolveService); });
+    loading_ = nullptr;
+    module->classes.assign(classes_.All().begin() + static_cast<std::ptrdiff_t>(classesBefore), classes_.All().end());
+    modules_.push_back(std::move(module));
+    if (pending_) Throw(std::exchange(pending_, {}));
+    return *modules_.back();
+}
+
+ObjectReference Host::NewInstance(std::string_view className) {
+    const Class& isa = classes_.Linked(className);
+    ObjectReference outer = std::exchange(pending_, {});
+    ObjectReference object = NewObject(isa);
+    ObjectReference raised = std::exchange(pending_, std::move(outer));
+    if (raised) Throw(std::move(raised));
+    return object;
+}
+
+ObjectReference Host::Construct(std::string_view className, std::span<const Value> arguments) {
+    const Class& isa = classes_.Linked(className);
+    const Member* constructor = isa.FindConstructor(arguments.size());
+    if (constructor == nullptr && !arguments.empty()) {
+        throw HostError(isa.Name(), "the class has no constructor with " + CountText(arguments.size()));
+    }
+    ObjectReference object = NewInstance(className);
+    if (constructor != nullptr) {
+        CallMember(Subject(isa, constructor->declaration.name), *constructor, object.Get(), arguments);
+    }
+    return object;
+}
+
+Value Host::Get(ZEVAobjectStruct* object, std::string_view property) {
+    const Member& member = PropertyOf(*object->isa, property);
+    return CallFunction(member.function, member.interface, object, nullptr);
+}
+
+void Host::Set(ZEVAobjectStruct* object, std::string_view property, const Value& value) {
+    const Member& member = PropertyOf(*object->isa, property);
+    if (member.setter == nullptr) {
+        throw HostError(Subject(*object->isa, property), "the property is read-only, it keeps its value");
+    }
+    std::optional<Argument> argument = ArgumentFor(member.declaration.result, value);
+    if (!argument) {
+        throw HostError(Subject(*object->isa, property), "expected " + member.declaration.result.word + ", got " +
+                                                             Describe(value) + ", the property keeps its value");
+    }
+    CallFunction(member.setter, member.setInterface, object, &*argument);
+}
+
+Value Host::Call(ZEVAobjectStruct* object, std::string_view method, std::span<const Value> arguments) {
+    const Class& isa = *object->isa;
+    const Member& member = MethodOf(isa, method, isa.FindMember(method), &Class::Members);
+    return CallMember(Subject(isa, method), member, object, arguments);
+}
+
+Value Host::CallShared(std::string_view className, std::string_view method, std::span<const Value> arguments) {
+    const Class& isa = classes_.Linked(className);
+    const Member& member = MethodOf(isa, method, isa.FindSharedMember(method), &Class::SharedMembers);
+    return CallMember(Subject(isa, method), member, nullptr, arguments);
+}
+
+Value Host::CallMember(const std::string& subject, const Member& member, ZEVAobjectStruct* receiver,
+                       std::span<const Value> values) {
+    const std::vector<Parameter>& parameters = member.declaration.parameters;
+    if (parameters.size() != values.size()) {
+        throw HostError(subject, "it takes " + CountText(parameters.size()) + " " + ParameterText(member.declaration) +
+                                     ", got " + std::to_string(values.size()));
+    }
+    std::array<Argument, kMaximumParameters> arguments;
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        const std::optional<Argument> argument = ArgumentFor(parameters[i].type, values[i]);
+        if (!argument) {
+            throw HostError(subject, "expected " + parameters[i].type.word + " for " + parameters[i].name + ", got " +
+                                         Describe(values[i]));
+        }
+        arguments[i] = *argument;
+    }
+    return CallFunction(member.function, member.interface, receiver, arguments.data());
+}
+
+Value Host::CallFunction(ZEVAentry function, const CallInterface& interface, ZEVAobjectStruct* receiver,
+                         Argument* arguments) {
+    // A call may run inside another one (a module sets a property while it is called): what is pending there stays there.
+    ObjectReference outer = std::exchange(pending_, {});
+    Value result;
+    Scoped([&] { result = interface.Call(function, receiver, arguments); });
+    ObjectReference raised = std::exchange(pending_, std::move(outer));
+    if (raised) Throw(std::move(raised));
+    return result;
+}
+
+void Host::Raise(ObjectReference exception) {
+    if (!exception) return Report("RuntimeRaiseException: the exception is null, nothing is raised");
+    if (!pending_) {
+        pending_ = std::move(exception);
+        return;
+    }
+    Report(exception->isa->Name() + ": raised while a " + pending_->isa->Name() + " is pending, it is dropped");
+}
+
+void Host::DropPending(const std::string& subject, ObjectReference outer) {
+    ObjectReference raised = std::exchange(pending_, std::move(outer));
+    if (!raised) return;
+    Report(subject + ": its finalize function raised a " + raised->isa->Name() + ", it is dropped");
+}
+
+void Host::Throw(ObjectReference exception) {
+    const Class& isa = *exception->isa;
+    std::string message;
+    std::int32_t errorNumber = 0;
+    if (isa.IsA("RuntimeException")) {
+        const Value text = Get(exception.Get(), "Message");
+        if (const auto* string = std::get_if<StringReference>(&text)) message = (*string)->bytes;
+        errorNumber = std::get<std::int32_t>(Get(exception.Get(), "ErrorNumber"));
+    }
+    throw HostException(std::move(exception), isa.Name(), message, errorNumber);
+}
+
+void Host::NoteAnnouncedVersion(std::int32_t version) {
+    if (loading_ == nullptr) return Report("RegisterPluginVersion: called with no module being loaded, it is ignored");
+    if (version < kOldestRecordVersion || version > kNewestRecordVersion) {
+        Report("module " + loading_->path.string() + ": it announces record version " + std::to_string(version) +
+               ", this host reads " + std::to_string(kOldestRecordVersion) + "..." +
+               std::to_string(kNewestRecordVersion));
+    }
+    loading_->announcedVersion = version;
+}
+
+}  // namespace host
