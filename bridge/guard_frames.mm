@@ -19,7 +19,7 @@ struct ExceptionFrame {
 
 extern "C" {
 void objc_exception_try_enter(void* frame);
-void objc_exception_try_exit(void* frame);
+void objc_exception_try_exit(void* frame) noexcept;
 id objc_exception_extract(void* frame);
 int objc_exception_match(Class exceptionClass, id exception);
 void objc_exception_throw(id exception);

@@ -2,6 +2,21 @@
 #
 # objective_c: compile flags and libraries of GNUstep Foundation over the GNU runtime.
 #   Why clang and -fobjc-runtime=gcc: the only pair here whose @catch works in Objective-C++.
+
+# CMake knows how libraries are named and found on Linux for C and C++ only.
+foreach(language OBJC OBJCXX)
+    foreach(flag SONAME RUNTIME RPATH_LINK)
+        set(CMAKE_SHARED_LIBRARY_${flag}_${language}_FLAG ${CMAKE_SHARED_LIBRARY_${flag}_CXX_FLAG})
+        set(CMAKE_EXECUTABLE_${flag}_${language}_FLAG ${CMAKE_EXECUTABLE_${flag}_CXX_FLAG})
+    endforeach()
+    set(CMAKE_SHARED_LIBRARY_RUNTIME_${language}_FLAG_SEP ${CMAKE_SHARED_LIBRARY_RUNTIME_CXX_FLAG_SEP})
+    set(CMAKE_EXECUTABLE_RUNTIME_${language}_FLAG_SEP ${CMAKE_EXECUTABLE_RUNTIME_CXX_FLAG_SEP})
+endforeach()
+
+# Whatever needs the C++ runtime is linked by the C++ driver, which adds it; a module is not, and must not get it.
+set(CMAKE_CXX_IMPLICIT_LINK_LIBRARIES "")
+set(CMAKE_OBJCXX_IMPLICIT_LINK_LIBRARIES "")
+
 file(GLOB runtime_headers ${CMAKE_SYSROOT}/usr/lib/gcc/*/12/include/objc)
 list(GET runtime_headers 0 runtime_headers)
 get_filename_component(runtime_headers ${runtime_headers} DIRECTORY)

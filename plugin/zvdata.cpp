@@ -4,7 +4,7 @@
 
 #include "plugin/host_services.h"
 
-void zvData::Release() {
+void zvData::Release() noexcept {
     if (stringRef != nullptr) ZEVAUnlockString(stringRef);
     if (objectRef != nullptr) ZEVAUnlockObject(objectRef);
     if (hasStringData) ZEVADisposeStringData(&stringData);

@@ -25,7 +25,7 @@ struct zvData {
 
     // Gives back all that is held: the string, then the object, then the string's bytes; the holder is empty
     //                              afterwards.
-    void Release();
+    void Release() noexcept;
 
     // Forgets what is held without giving it back.
     void Abandon();

@@ -23,8 +23,8 @@ const std::vector<CatalogueFilter>& Catalogue() {
         std::string statement, subject;
         for (std::string line; std::getline(file, line);) {
             std::istringstream words(line.substr(0, line.find('#')));
-            if (line.empty() || line[0] != ' ') words >> statement >> subject;
-            if (statement == "filter" && line[0] != ' ') read.push_back({subject, {}});
+            const bool begins = !line.empty() && line[0] != ' ' && words >> statement >> subject;
+            if (begins && statement == "filter") read.push_back({subject, {}});
             for (std::string word; words >> word;) {
                 if (statement == "keys") types[word] = subject;
                 if (statement == "filter") read.back().properties.push_back({word, types.at(word)});

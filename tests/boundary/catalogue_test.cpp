@@ -2,6 +2,7 @@
 
 #include "tests/boundary/catalogue.h"
 
+#include <cstring>
 #include <map>
 #include <set>
 

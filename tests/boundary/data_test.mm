@@ -159,16 +159,18 @@ TEST_F(DataTest, MissingLockEntryIsSkippedButTheBlockIsUnlocked) {
     EXPECT_EQ(host.CallsOf("ZEVAUnlockObject"), 1);
 }
 
-TEST_F(DataTest, MissingSizeOrPointerEntryMakesTheWriteDoNothing) {
-    for (const char* name : {"memoryBlockGetSize", "memoryBlockGetPtr"}) {
-        host.faults[name].missingLookups = RecordingHost::kAlways;
-        ZEVAmemoryBlockStruct* block = BlockOf("wxyz");
-        Write(block);
-        EXPECT_EQ(filter->received, nil) << name;
-        EXPECT_EQ(block->object.references, 1) << name;
-        host.faults[name].missingLookups = 0;
-    }
+class MissingEntryTest : public DataTest, public testing::WithParamInterface<const char*> {};
+
+TEST_P(MissingEntryTest, MakesTheWriteDoNothingAndTheBlockIsUnlocked) {
+    host.faults[GetParam()].missingLookups = RecordingHost::kAlways;
+    ZEVAmemoryBlockStruct* block = BlockOf("wxyz");
+    Write(block);
+    EXPECT_EQ(filter->received, nil);
+    EXPECT_EQ(block->object.references, 1);
 }
+
+INSTANTIATE_TEST_SUITE_P(Entries, MissingEntryTest, testing::Values("memoryBlockGetSize", "memoryBlockGetPtr"),
+                         [](const auto& test) { return test.param; });
 
 TEST_F(DataTest, ObjectWithoutFilterIgnoresWritesAndLocksNothing) {
     object = MakeFilterObject(nil);

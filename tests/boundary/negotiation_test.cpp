@@ -32,10 +32,10 @@ INSTANTIATE_TEST_SUITE_P(HostVersions, NegotiationTest,
                          testing::Values(
                              //          name               host version      announced  classes
                              Negotiation{"v2013_03",        2013.03,          12,        73},
-                             Negotiation{"below2013_03",    2013.0299999999999, 11,      73},
+                             Negotiation{"below2013_03",    std::nextafter(2013.03, 0), 11, 73},
                              Negotiation{"v2013_02",        2013.02,          11,        73},
                              Negotiation{"v2013_0",         2013.0,           11,        73},
-                             Negotiation{"below2013_0",     2012.9999999999998, 10,      73},
+                             Negotiation{"below2013_0",     std::nextafter(2013.0, 0), 10,  73},
                              Negotiation{"v2012_5",         2012.5,           10,        73},
                              Negotiation{"v2012_0",         2012.0,           10,        73},
                              Negotiation{"v2011_04",        2011.04,          9,         73},

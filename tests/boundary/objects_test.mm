@@ -27,8 +27,9 @@ class ObjectsTest : public BoundaryTest {
         return Getter<ZEVAobjectStruct*(ZEVAobjectStruct*)>(property.filterClass, Declaration(property))(&object);
     }
 
-    void Write(const Property& property, ZEVAobjectStruct* value) {
-        Setter<void(ZEVAobjectStruct*, ZEVAobjectStruct*)>(property.filterClass, Declaration(property))(&object, value);
+    void Write(const Property& property, ZEVAobjectStruct* written) {
+        Setter<void(ZEVAobjectStruct*, ZEVAobjectStruct*)>(property.filterClass, Declaration(property))(&object,
+                                                                                                        written);
     }
 
     static std::string Declaration(const Property& property) {

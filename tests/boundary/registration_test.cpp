@@ -36,7 +36,7 @@ class RegistrationTest : public testing::Test {
 template <typename Entry, std::size_t kCount>
 void Number(Entry (&table)[kCount], ZEVAword first) {
     auto* words = reinterpret_cast<ZEVAword*>(table);
-    for (std::size_t i = 0; i < sizeof table / sizeof(ZEVAword); ++i) words[i] = first + static_cast<ZEVAword>(i);
+    for (std::size_t i = 0; i < sizeof table / (sizeof(ZEVAword)); ++i) words[i] = first + static_cast<ZEVAword>(i);
 }
 
 // Whether the words at the converted table are the leading words of each entry of the numbered source.
@@ -66,7 +66,7 @@ INSTANTIATE_TEST_SUITE_P(Sizes, DataSizeTest,
                          [](const auto& test) { return "from" + std::to_string(test.param.first); });
 
 TEST_F(RegistrationTest, CurrentHostsGetTheRecordItselfWithOnlyTheVersionWritten) {
-    for (const auto [hostVersion, recordVersion] : {std::pair{2012.0, 10}, {2013.0, 11}, {2013.03, 12}}) {
+    for (const auto& [hostVersion, recordVersion] : {std::pair{2012.0, 10}, {2013.0, 11}, {2013.03, 12}}) {
         ZEVAmethod methods[2];
         Number(methods, 100);
         definition.record.methods = methods;
