@@ -1,0 +1,127 @@
+// CGImage.mm - bitmaps and the providers of their bytes, as objects.
+
+#include <CoreGraphics/CGImage.h>
+#import <Foundation/Foundation.h>
+
+// A provider as an object: the data it keeps.
+@interface CGDataProviderObject : NSObject {
+  @public
+    NSData* _data;
+}
+@end
+
+@implementation CGDataProviderObject
+
+- (void)dealloc {
+    [_data release];
+    [super dealloc];
+}
+
+@end
+
+// An image as an object: what it was made with.
+@interface CGImageObject : NSObject {
+  @public
+    size_t _width;
+    size_t _height;
+    size_t _bytesPerRow;
+    CGColorSpaceRef _space;
+    CGBitmapInfo _bitmapInfo;
+    CGDataProviderRef _provider;
+}
+@end
+
+@implementation CGImageObject
+
+- (void)dealloc {
+    CGColorSpaceRelease(_space);
+    CGDataProviderRelease(_provider);
+    [super dealloc];
+}
+
+@end
+
+namespace {
+
+constexpr size_t kBitsPerComponent = 8;
+constexpr size_t kBitsPerPixel = 32;
+constexpr size_t kBytesPerPixel = kBitsPerPixel / 8;
+
+CGDataProviderObject* Object(CGDataProviderRef provider) { return (CGDataProviderObject*)provider; }
+
+CGImageObject* Object(CGImageRef image) { return (CGImageObject*)image; }
+
+// Whether alpha is the last of four bytes in the order of memory.
+bool IsKnownLayout(CGBitmapInfo info) {
+    const CGBitmapInfo order = info & kCGBitmapByteOrderMask;
+    const CGImageAlphaInfo alpha = info & kCGBitmapAlphaInfoMask;
+    return (info & ~(kCGBitmapByteOrderMask | kCGBitmapAlphaInfoMask)) == 0 &&
+           (order == kCGBitmapByteOrderDefault || order == kCGBitmapByteOrder32Big) &&
+           (alpha == kCGImageAlphaLast || alpha == kCGImageAlphaPremultipliedLast ||
+            alpha == kCGImageAlphaNoneSkipLast);
+}
+
+}  // namespace
+
+CGDataProviderRef CGDataProviderCreateWithCFData(CFDataRef data) {
+    if (data == nullptr) return nullptr;
+    CGDataProviderObject* provider = [[CGDataProviderObject alloc] init];
+    provider->_data = [(NSData*)data retain];
+    return (CGDataProviderRef)provider;
+}
+
+CGDataProviderRef CGDataProviderRetain(CGDataProviderRef provider) {
+    return (CGDataProviderRef)[Object(provider) retain];
+}
+
+void CGDataProviderRelease(CGDataProviderRef provider) { [Object(provider) release]; }
+
+CFDataRef CGDataProviderCopyData(CGDataProviderRef provider) {
+    return provider == nullptr ? nullptr : (CFDataRef)[Object(provider)->_data retain];
+}
+
+CGImageRef CGImageCreate(size_t width, size_t height, size_t bitsPerComponent, size_t bitsPerPixel, size_t bytesPerRow,
+                         CGColorSpaceRef space, CGBitmapInfo bitmapInfo, CGDataProviderRef provider,
+                         const CGFloat* decode, bool, CGColorRenderingIntent) {
+    if (provider == nullptr || space == nullptr || decode != nullptr) return nullptr;
+    if (bitsPerComponent != kBitsPerComponent || bitsPerPixel != kBitsPerPixel || !IsKnownLayout(bitmapInfo))
+        return nullptr;
+    if (width == 0 || height == 0 || width > bytesPerRow / kBytesPerPixel) return nullptr;
+    // The last row need not be padded.
+    const size_t available = [Object(provider)->_data length];
+    const size_t lastRow = width * kBytesPerPixel;
+    if (available < lastRow || (available - lastRow) / bytesPerRow < height - 1) return nullptr;
+
+    CGImageObject* image = [[CGImageObject alloc] init];
+    image->_width = width;
+    image->_height = height;
+    image->_bytesPerRow = bytesPerRow;
+    image->_space = CGColorSpaceRetain(space);
+    image->_bitmapInfo = bitmapInfo;
+    image->_provider = CGDataProviderRetain(provider);
+    return (CGImageRef)image;
+}
+
+CGImageRef CGImageRetain(CGImageRef image) { return (CGImageRef)[Object(image) retain]; }
+
+void CGImageRelease(CGImageRef image) { [Object(image) release]; }
+
+size_t CGImageGetWidth(CGImageRef image) { return image == nullptr ? 0 : Object(image)->_width; }
+
+size_t CGImageGetHeight(CGImageRef image) { return image == nullptr ? 0 : Object(image)->_height; }
+
+size_t CGImageGetBitsPerComponent(CGImageRef image) { return image == nullptr ? 0 : kBitsPerComponent; }
+
+size_t CGImageGetBitsPerPixel(CGImageRef image) { return image == nullptr ? 0 : kBitsPerPixel; }
+
+size_t CGImageGetBytesPerRow(CGImageRef image) { return image == nullptr ? 0 : Object(image)->_bytesPerRow; }
+
+CGColorSpaceRef CGImageGetColorSpace(CGImageRef image) { return image == nullptr ? nullptr : Object(image)->_space; }
+
+CGImageAlphaInfo CGImageGetAlphaInfo(CGImageRef image) { return CGImageGetBitmapInfo(image) & kCGBitmapAlphaInfoMask; }
+
+CGBitmapInfo CGImageGetBitmapInfo(CGImageRef image) { return image == nullptr ? 0 : Object(image)->_bitmapInfo; }
+
+CGDataProviderRef CGImageGetDataProvider(CGImageRef image) {
+    return image == nullptr ? nullptr : Object(image)->_provider;
+}

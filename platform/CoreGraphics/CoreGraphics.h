@@ -1,0 +1,9 @@
+// CoreGraphics.h - everything of Core Graphics that the image frameworks need.
+
+#pragma once
+
+#include <CoreGraphics/CGBase.h>
+#include <CoreGraphics/CGColorSpace.h>
+#include <CoreGraphics/CGDataProvider.h>
+#include <CoreGraphics/CGGeometry.h>
+#include <CoreGraphics/CGImage.h>

@@ -1,0 +1,75 @@
+// CIContext.mm - hands rendering to the engine, and wraps what comes back.
+
+#import <CoreImage/CIContext.h>
+
+#import "CIImageInternal.h"
+
+#include <cstdlib>
+
+namespace {
+
+constexpr std::size_t kBytesPerPixel = 4;
+
+// A new block of rows for a region; null when it is too large for memory. The caller frees it.
+void* AllocateRows(const core_image::Region& region) {
+    // Why half: no object may be larger than what a signed size counts.
+    constexpr std::uint64_t kMostBytes = SIZE_MAX / 2;
+    const auto width = static_cast<std::uint64_t>(region.width);
+    const auto height = static_cast<std::uint64_t>(region.height);
+    if (width > kMostBytes / kBytesPerPixel / height) return nullptr;
+    return std::malloc(static_cast<std::size_t>(width * height * kBytesPerPixel));
+}
+
+}  // namespace
+
+@implementation CIContext
+
++ (CIContext*)contextWithOptions:(NSDictionary*)options {
+    (void)options;
+    return [[[CIContext alloc] init] autorelease];
+}
+
+- (CGImageRef)createCGImage:(CIImage*)image fromRect:(CGRect)rect {
+    core_image::Region region;
+    if (image == nil || !core_image::RegionOfExtent(core_image::ExtentOfRect(rect), &region)) return nullptr;
+    void* rows = AllocateRows(region);
+    if (rows == nullptr) return nullptr;
+    const std::size_t bytesPerRow = static_cast<std::size_t>(region.width) * kBytesPerPixel;
+    core_image::BitmapDestination destination;
+    destination.pixels = rows;
+    destination.bytesPerRow = static_cast<std::ptrdiff_t>(bytesPerRow);
+    if (!core_image::RenderImage([image handle], region, destination)) {
+        std::free(rows);
+        return nullptr;
+    }
+    const auto height = static_cast<std::size_t>(region.height);
+    NSData* data = [[NSData alloc] initWithBytesNoCopy:rows length:bytesPerRow * height freeWhenDone:YES];
+    CGDataProviderRef provider = CGDataProviderCreateWithCFData((CFDataRef)data);
+    CGColorSpaceRef space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
+    CGImageRef result = CGImageCreate(static_cast<std::size_t>(region.width), height, /*bitsPerComponent=*/8,
+                                      /*bitsPerPixel=*/32, bytesPerRow, space, kCGImageAlphaPremultipliedLast, provider,
+                                      /*decode=*/nullptr, /*shouldInterpolate=*/true, kCGRenderingIntentDefault);
+    CGColorSpaceRelease(space);
+    CGDataProviderRelease(provider);
+    [data release];
+    return result;
+}
+
+- (void)render:(CIImage*)image
+      toBitmap:(void*)bitmap
+      rowBytes:(ptrdiff_t)rowBytes
+        bounds:(CGRect)bounds
+        format:(CIFormat)format
+    colorSpace:(CGColorSpaceRef)colorSpace {
+    core_image::Region region;
+    if (image == nil || bitmap == nullptr || (format != kCIFormatRGBA8 && format != kCIFormatRGBAf)) return;
+    if (!core_image::RegionOfExtent(core_image::ExtentOfRect(bounds), &region)) return;
+    core_image::BitmapDestination destination;
+    destination.pixels = bitmap;
+    destination.bytesPerRow = rowBytes;
+    destination.format = format == kCIFormatRGBA8 ? core_image::PixelFormat::bytes : core_image::PixelFormat::floats;
+    destination.transfer = core_image::TransferOfSpace(colorSpace);
+    core_image::RenderImage([image handle], region, destination);
+}
+
+@end

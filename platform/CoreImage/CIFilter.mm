@@ -1,0 +1,245 @@
+// CIFilter.mm - holds the values of one filter and makes its image.
+//
+// Why key-value coding is overridden whole: the general machinery looks for methods and variables by name each time; here a key
+// is a place in an array. It also keeps filters strict: what is no input is no key.
+//
+// Exceptions: all inputs are read and checked, which may raise, before the engine is called; the values read are views that
+// need no cleaning up. So an exception may leave by a jump from any of these methods, and nothing here catches one.
+
+#import <CoreImage/CIFilter.h>
+#import <CoreImage/CIVector.h>
+
+#import "CIFilterDescription.h"
+#import "CIImageInternal.h"
+
+#include <cstdlib>
+
+namespace {
+
+// How many inputs a filter can have; the longest list of attributes.json has ten.
+constexpr NSUInteger kMostInputs = 16;
+
+// Raises what sending a message to an object that does not understand it raises.
+[[noreturn]] void RaiseUnrecognized(id object, SEL selector) {
+    [NSException raise:NSInvalidArgumentException
+                format:@"-[%@ %@]: unrecognized selector sent to instance %p", NSStringFromClass([object class]),
+                       NSStringFromSelector(selector), (void*)object];
+    std::abort();  // raise does not return
+}
+
+void Require(id object, SEL selector) {
+    if (![object respondsToSelector:selector]) RaiseUnrecognized(object, selector);
+}
+
+// Memory for doubles that lives as long as the autorelease pool.
+double* AutoreleasedNumbers(size_t count) {
+    return static_cast<double*>([[NSMutableData dataWithLength:count * sizeof(double)] mutableBytes]);
+}
+
+void ReadVector(id value, core_image::InputValue* input) {
+    Require(value, @selector(valueAtIndex:));
+    CIVector* vector = value;
+    input->count = [vector count];
+    double* numbers = AutoreleasedNumbers(input->count);
+    for (size_t index = 0; index < input->count; ++index) numbers[index] = [vector valueAtIndex:index];
+    input->elements = numbers;
+}
+
+void ReadColor(id value, core_image::InputValue* input) {
+    Require(value, @selector(components));
+    const CGFloat* components = [(CIColor*)value components];
+    input->count = 4;
+    double* numbers = AutoreleasedNumbers(input->count);
+    for (size_t index = 0; index < input->count; ++index) numbers[index] = components[index];
+    input->elements = numbers;
+}
+
+void ReadTransform(id value, core_image::InputValue* input) {
+    Require(value, @selector(transformStruct));
+    const NSAffineTransformStruct transform = [(NSAffineTransform*)value transformStruct];
+    input->count = 6;
+    double* numbers = AutoreleasedNumbers(input->count);
+    numbers[0] = transform.m11;
+    numbers[1] = transform.m12;
+    numbers[2] = transform.m21;
+    numbers[3] = transform.m22;
+    numbers[4] = transform.tX;
+    numbers[5] = transform.tY;
+    input->elements = numbers;
+}
+
+// Reads one input as its kind demands. A nil image stays empty; any other nil reads as the default.
+void ReadInput(const InputDescription& description, id value, core_image::InputValue* input) {
+    input->key = description.name;
+    if (value == nil) value = description.defaultValue;
+    if (value == nil) return;
+    switch (description.kind) {
+        case InputKind::number:
+            Require(value, @selector(floatValue));
+            input->number = [value doubleValue];
+            break;
+        case InputKind::vector:
+            ReadVector(value, input);
+            break;
+        case InputKind::colour:
+            ReadColor(value, input);
+            break;
+        case InputKind::transform:
+            ReadTransform(value, input);
+            break;
+        case InputKind::image:
+            if (![value isKindOfClass:[CIImage class]]) RaiseUnrecognized(value, @selector(extent));
+            input->image = [(CIImage*)value handle];
+            break;
+        case InputKind::data:
+            if (![value isKindOfClass:[NSData class]]) RaiseUnrecognized(value, @selector(bytes));
+            input->bytes = [(NSData*)value bytes];
+            input->count = [(NSData*)value length];
+            break;
+        case InputKind::object:
+            break;
+    }
+}
+
+}  // namespace
+
+@implementation CIFilter
+
++ (CIFilter*)filterWithName:(NSString*)name {
+    CIFilterDescription* description = [CIFilterDescription descriptionWithName:name];
+    if (description == nil) return nil;
+    return [[[CIFilter alloc] initWithDescription:description] autorelease];
+}
+
++ (CIFilter*)filterWithName:(NSString*)name withInputParameters:(NSDictionary*)parameters {
+    CIFilter* filter = [CIFilter filterWithName:name];
+    if (filter == nil) return nil;
+    for (NSString* key in parameters) [filter setValue:[parameters objectForKey:key] forKey:key];
+    return filter;
+}
+
++ (NSArray*)filterNamesInCategory:(NSString*)category {
+    return [CIFilter filterNamesInCategories:category == nil ? nil : [NSArray arrayWithObject:category]];
+}
+
++ (NSArray*)filterNamesInCategories:(NSArray*)categories {
+    NSMutableArray* names = [NSMutableArray array];
+    for (NSString* name in [CIFilterDescription names]) {
+        NSArray* has = [CIFilterDescription descriptionWithName:name]->_categories;
+        bool all = true;
+        for (NSString* category in categories) all = all && [has containsObject:category];
+        if (all) [names addObject:name];
+    }
+    return names;
+}
+
+// A filter without a name would be no filter.
+- (id)init {
+    [self release];
+    return nil;
+}
+
+- (id)initWithDescription:(CIFilterDescription*)description {
+    self = [super init];
+    if (self == nil) return nil;
+    _filterDescription = description;
+    _values = static_cast<id*>(std::calloc(description->_inputCount, sizeof(id)));
+    [self setDefaults];
+    return self;
+}
+
+- (void)dealloc {
+    if (_values != nullptr) {
+        for (NSUInteger index = 0; index < _filterDescription->_inputCount; ++index) [_values[index] release];
+        std::free(_values);
+    }
+    [super dealloc];
+}
+
+- (id)copyWithZone:(NSZone*)zone {
+    (void)zone;
+    CIFilter* copy = [[CIFilter alloc] initWithDescription:_filterDescription];
+    for (NSUInteger index = 0; index < _filterDescription->_inputCount; ++index) {
+        [copy->_values[index] release];
+        copy->_values[index] = [_values[index] retain];
+    }
+    return copy;
+}
+
+- (NSString*)name {
+    return _filterDescription->_name;
+}
+
+- (NSArray*)inputKeys {
+    return _filterDescription->_inputKeys;
+}
+
+- (NSArray*)outputKeys {
+    return [NSArray arrayWithObject:kCIOutputImageKey];
+}
+
+- (NSDictionary*)attributes {
+    return _filterDescription->_attributes;
+}
+
+- (void)setDefaults {
+    for (NSUInteger index = 0; index < _filterDescription->_inputCount; ++index) {
+        id value = _filterDescription->_inputs[index].defaultValue;
+        if (value == nil) continue;
+        [value retain];
+        [_values[index] release];
+        _values[index] = value;
+    }
+}
+
+- (CIImage*)outputImage {
+    const core_image::FilterFunction function = _filterDescription->_function;
+    if (function == nullptr) return nil;
+    const NSUInteger count = _filterDescription->_inputCount;
+    core_image::InputValue values[kMostInputs];
+    NSAssert(count <= kMostInputs, @"filter %@: more inputs than can be read", [self name]);
+    for (NSUInteger index = 0; index < count; ++index) {
+        values[index] = {};
+        ReadInput(_filterDescription->_inputs[index], _values[index], &values[index]);
+    }
+    return [CIImage imageOwningHandle:core_image::MakeOutput(function, values, count)];
+}
+
+- (id)valueForKey:(NSString*)key {
+    const NSUInteger index = [_filterDescription indexOfKey:key];
+    if (index != NSNotFound) return [[_values[index] retain] autorelease];
+    if ([key isEqual:kCIOutputImageKey]) return [self outputImage];
+    return [self valueForUndefinedKey:key];
+}
+
+- (void)setValue:(id)value forKey:(NSString*)key {
+    const NSUInteger index = [_filterDescription indexOfKey:key];
+    if (index == NSNotFound) {
+        [self setValue:value forUndefinedKey:key];
+        return;
+    }
+    [value retain];
+    [_values[index] release];
+    _values[index] = value;
+}
+
+- (id)valueForUndefinedKey:(NSString*)key {
+    [NSException raise:NSUndefinedKeyException
+                format:@"[<%@ %p> valueForUndefinedKey:]: this class is not key value coding-compliant for the key %@.",
+                       [self name], (void*)self, key];
+    return nil;
+}
+
+- (void)setValue:(id)value forUndefinedKey:(NSString*)key {
+    (void)value;
+    [NSException
+         raise:NSUndefinedKeyException
+        format:@"[<%@ %p> setValue:forUndefinedKey:]: this class is not key value coding-compliant for the key %@.",
+               [self name], (void*)self, key];
+}
+
+- (NSString*)description {
+    return [NSString stringWithFormat:@"<%@ %p>", [self name], (void*)self];
+}
+
+@end

@@ -1,0 +1,52 @@
+// CIImage.h - an immutable recipe for an image; pixels exist when a context renders it.
+//
+// The extent is the rectangle outside which the image is transparent; it may be infinite, and then is CGRectInfinite.
+// Ownership: the class methods answer autoreleased objects. An image keeps whatever it was made from.
+// Threads:   images never change and may be used and rendered on any thread.
+
+#pragma once
+
+#import <CoreGraphics/CoreGraphics.h>
+#import <CoreImage/CIColor.h>
+#import <Foundation/Foundation.h>
+
+// How the pixels of a bitmap are laid out.
+typedef int CIFormat;
+CG_EXTERN CIFormat kCIFormatRGBA8;  // four bytes
+CG_EXTERN CIFormat kCIFormatRGBAf;  // four floats
+
+@interface CIImage : NSObject <NSCopying> {
+  @private
+    void* _handle;
+}
+
+// The image of a PNG or JPEG file, its lower left corner at (0, 0); nil when the file cannot be read.
++ (CIImage*)imageWithContentsOfURL:(NSURL*)url;
++ (CIImage*)imageWithData:(NSData*)data;
+
+// The image of a bitmap, its lower left corner at (0, 0); nil for null. The bytes are kept, not copied.
++ (CIImage*)imageWithCGImage:(CGImageRef)image;
+
+// One colour everywhere; infinite. nil for nil.
++ (CIImage*)imageWithColor:(CIColor*)color;
+
+// The image of premultiplied pixels, the topmost row first, its lower left corner at (0, 0). The data is kept, not copied, and
+// must not change. Without a colour space the numbers are taken as they are, linear.
+//
+// nil when the format is not known or the data is too short for the size.
++ (CIImage*)imageWithBitmapData:(NSData*)data
+                    bytesPerRow:(size_t)bytesPerRow
+                           size:(CGSize)size
+                         format:(CIFormat)format
+                     colorSpace:(CGColorSpaceRef)colorSpace;
+
+// An image with nothing in it: its extent is empty.
++ (CIImage*)emptyImage;
+
+// Where the image is.
+- (CGRect)extent;
+
+// The part inside a rectangle, which is rounded outward to whole pixels. The part stays where it is.
+- (CIImage*)imageByCroppingToRect:(CGRect)rect;
+
+@end

@@ -1,0 +1,167 @@
+// CIImage.mm - the Objective-C face of an engine image.
+//
+// Why handles and plain values: an exception may leave by a jump, so no C++ object with a destructor is alive where messages
+// are sent.
+
+#import <CoreImage/CIImage.h>
+#import <ImageIO/ImageIO.h>
+
+#import "CIImageInternal.h"
+
+#include <cmath>
+
+CIFormat kCIFormatRGBA8 = 24;
+CIFormat kCIFormatRGBAf = 34;
+
+namespace core_image {
+
+Transfer TransferOfSpace(CGColorSpaceRef space) {
+    if (space == nullptr) return Transfer::linear;
+    NSString* name = (NSString*)CGColorSpaceCopyName(space);
+    const bool linear =
+        [name isEqual:(NSString*)kCGColorSpaceLinearSRGB] || [name isEqual:(NSString*)kCGColorSpaceExtendedLinearSRGB];
+    [name release];
+    return linear ? Transfer::linear : Transfer::sRGB;
+}
+
+Extent ExtentOfRect(CGRect rect) {
+    return ExtentOfRectangle(rect.origin.x, rect.origin.y, rect.size.width, rect.size.height);
+}
+
+}  // namespace core_image
+
+namespace {
+
+void ReleaseObject(const void* object) { CFRelease(object); }
+
+// An image over bytes that a data object keeps; takes a reference of its own.
+CIImage* ImageOverData(NSData* data, core_image::BitmapSource& source) {
+    source.pixels = [data bytes];
+    return [CIImage imageOwningHandle:core_image::MakeBitmap(source, {CFRetain((CFTypeRef)data), ReleaseObject})];
+}
+
+// The image in a source; gives the source back.
+CIImage* ImageOutOfSource(CGImageSourceRef source) {
+    if (source == nullptr) return nil;
+    CGImageRef bitmap = CGImageSourceCreateImageAtIndex(source, 0, nullptr);
+    CIImage* image = [CIImage imageWithCGImage:bitmap];
+    CGImageRelease(bitmap);
+    CFRelease(source);
+    return image;
+}
+
+}  // namespace
+
+@implementation CIImage
+
++ (CIImage*)imageWithContentsOfURL:(NSURL*)url {
+    return ImageOutOfSource(CGImageSourceCreateWithURL((CFURLRef)url, nullptr));
+}
+
++ (CIImage*)imageWithData:(NSData*)data {
+    return ImageOutOfSource(CGImageSourceCreateWithData((CFDataRef)data, nullptr));
+}
+
++ (CIImage*)imageWithCGImage:(CGImageRef)image {
+    if (image == nullptr) return nil;
+    core_image::BitmapSource source = {};
+    source.width = CGImageGetWidth(image);
+    source.height = CGImageGetHeight(image);
+    source.bytesPerRow = CGImageGetBytesPerRow(image);
+    source.transfer = core_image::TransferOfSpace(CGImageGetColorSpace(image));
+    switch (CGImageGetAlphaInfo(image)) {
+        case kCGImageAlphaPremultipliedLast:
+            source.alpha = core_image::Alpha::premultiplied;
+            break;
+        case kCGImageAlphaLast:
+            source.alpha = core_image::Alpha::straight;
+            break;
+        default:
+            source.alpha = core_image::Alpha::ignored;
+            break;
+    }
+    NSData* data = (NSData*)CGDataProviderCopyData(CGImageGetDataProvider(image));
+    CIImage* result = ImageOverData(data, source);
+    [data release];
+    return result;
+}
+
++ (CIImage*)imageWithColor:(CIColor*)color {
+    if (color == nil) return nil;
+    const double components[] = {[color red], [color green], [color blue], [color alpha]};
+    return [self imageOwningHandle:core_image::MakeConstant(components)];
+}
+
++ (CIImage*)imageWithBitmapData:(NSData*)data
+                    bytesPerRow:(size_t)bytesPerRow
+                           size:(CGSize)size
+                         format:(CIFormat)format
+                     colorSpace:(CGColorSpaceRef)colorSpace {
+    if (data == nil || (format != kCIFormatRGBA8 && format != kCIFormatRGBAf)) return nil;
+    // Sizes beyond this are no sizes of bytes in memory; the comparison also refuses what is no number.
+    constexpr CGFloat kLargestSize = 1 << 30;
+    if (!(size.width >= 1 && size.width <= kLargestSize && size.height >= 1 && size.height <= kLargestSize)) return nil;
+    core_image::BitmapSource source = {};
+    source.width = (size_t)size.width;
+    source.height = (size_t)size.height;
+    source.bytesPerRow = bytesPerRow;
+    source.format = format == kCIFormatRGBA8 ? core_image::PixelFormat::bytes : core_image::PixelFormat::floats;
+    source.alpha = core_image::Alpha::premultiplied;
+    source.transfer = core_image::TransferOfSpace(colorSpace);
+    const size_t pixelSize = core_image::kFloatsPerPixel * (format == kCIFormatRGBA8 ? 1 : sizeof(float));
+    const size_t length = [data length];
+    if (source.width > bytesPerRow / pixelSize || length < source.width * pixelSize) return nil;
+    if ((length - source.width * pixelSize) / bytesPerRow < source.height - 1) return nil;
+    return ImageOverData(data, source);
+}
+
++ (CIImage*)emptyImage {
+    const double transparent[] = {0, 0, 0, 0};
+    return [[CIImage imageOwningHandle:core_image::MakeConstant(transparent)] imageByCroppingToRect:CGRectZero];
+}
+
++ (CIImage*)imageOwningHandle:(core_image::ImageHandle*)handle {
+    if (handle == nullptr) return nil;
+    CIImage* image = [[[CIImage alloc] init] autorelease];
+    image->_handle = const_cast<core_image::ImageRef*>(handle);
+    return image;
+}
+
+- (core_image::ImageHandle*)handle {
+    return static_cast<core_image::ImageHandle*>(_handle);
+}
+
+- (void)dealloc {
+    core_image::DisposeImage([self handle]);
+    [super dealloc];
+}
+
+- (id)copyWithZone:(NSZone*)zone {
+    (void)zone;
+    return [self retain];
+}
+
+- (CGRect)extent {
+    if (_handle == nullptr) return CGRectZero;
+    const core_image::Extent extent = core_image::ExtentOfImage([self handle]);
+    if (extent.isInfinite()) return CGRectInfinite;
+    // An edge that is infinite by itself is drawn in to where the infinite rectangle ends.
+    const double far = CGFLOAT_MAX / 2;
+    const double left = std::max(extent.left, -far);
+    const double bottom = std::max(extent.bottom, -far);
+    return CGRectMake((CGFloat)left, (CGFloat)bottom, (CGFloat)(std::min(extent.right, far) - left),
+                      (CGFloat)(std::min(extent.top, far) - bottom));
+}
+
+- (CIImage*)imageByCroppingToRect:(CGRect)rect {
+    if (_handle == nullptr) return nil;
+    return [CIImage imageOwningHandle:core_image::MakeCropped([self handle], core_image::ExtentOfRect(rect))];
+}
+
+- (NSString*)description {
+    const CGRect extent = [self extent];
+    return [NSString stringWithFormat:@"<CIImage %p extent [%g %g %g %g]>", (void*)self, (double)extent.origin.x,
+                                      (double)extent.origin.y, (double)extent.size.width, (double)extent.size.height];
+}
+
+@end

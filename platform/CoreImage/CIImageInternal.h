@@ -1,0 +1,27 @@
+// CIImageInternal.h - what the classes of this library know of an image that its users do not: the engine's handle.
+
+#pragma once
+
+#import <CoreImage/CIImage.h>
+
+#include "core/engine.h"
+
+@interface CIImage (Internal)
+
+// An image that owns a handle from now on; autoreleased. nil for null.
++ (CIImage*)imageOwningHandle:(core_image::ImageHandle*)handle;
+
+// The image's handle, lent for as long as the image lives.
+- (core_image::ImageHandle*)handle;
+
+@end
+
+namespace core_image {
+
+// How the numbers of a space stand for light. Without a space they are taken as they are.
+Transfer TransferOfSpace(CGColorSpaceRef space);
+
+// A rectangle as an extent, rounded outward to whole pixels.
+Extent ExtentOfRect(CGRect rect);
+
+}  // namespace core_image

@@ -1,0 +1,15 @@
+// CoreImage.h - filters over images: what to compute is described first and computed when pixels are asked for.
+//
+// An image is an immutable recipe; a filter makes images out of images and values; a context renders. All 73 filters of
+// attributes.json are known with their keys, defaults and ranges. These render so far, all others answer nil for outputImage:
+//
+//     CIColorControls, CIConstantColorGenerator, CICrop, CIGaussianBlur
+
+#pragma once
+
+#import <CoreImage/CIColor.h>
+#import <CoreImage/CIConstants.h>
+#import <CoreImage/CIContext.h>
+#import <CoreImage/CIFilter.h>
+#import <CoreImage/CIImage.h>
+#import <CoreImage/CIVector.h>

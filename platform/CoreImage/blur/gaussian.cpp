@@ -1,0 +1,70 @@
+// gaussian.cpp - the Gaussian blur of small radius, and the choice between it and the wide one.
+//
+// Both are separable. The small one sums the neighbours of each pixel in a padded tile.
+
+#include <cmath>
+#include <utility>
+
+#include "blur/blur.h"
+#include "blur/gaussian_weights.h"
+#include "blur/kernels.h"
+#include "blur/wide_gaussian.h"
+
+namespace core_image {
+namespace {
+
+class SmallGaussianStage : public Stage {
+  public:
+    SmallGaussianStage(Prepared input, std::vector<float> weights)
+        : input_(std::move(input)), weights_(std::move(weights)) {}
+
+    void render(const Tile& tile) const override {
+        const auto reach = static_cast<std::int64_t>(weights_.size() / 2);
+        const PixelBlock source(tile.region.grownBy(reach));
+        input_.render(source.tile());
+        const PixelBlock line(Region{source.region().x, 0, source.region().width, 1});
+        std::vector<const float*> rows(weights_.size());
+        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
+            for (std::size_t k = 0; k < rows.size(); ++k)
+                rows[k] = source.row(y - reach + static_cast<std::int64_t>(k));
+            SumRows(rows.data(), weights_.data(), rows.size(), line.tile().pixels, line.tile().floatsPerRow);
+            SumNeighbours(line.row(0), weights_.data(), weights_.size(), tile.row(y), tile.width());
+        }
+    }
+
+  private:
+    Prepared input_;
+    std::vector<float> weights_;
+};
+
+class GaussianImage : public Image {
+  public:
+    GaussianImage(ImageRef input, const Extent& extent, double sigma)
+        : Image(extent, input->depth()), input_(std::move(input)), sigma_(sigma) {}
+
+    std::unique_ptr<const Stage> prepare(const Region& region) const override {
+        if (sigma_ >= kNarrowestWideSigma) return PrepareWideGaussian(input_, sigma_, region);
+        std::vector<float> weights = GaussianWeights(sigma_);
+        const auto reach = static_cast<std::int64_t>(weights.size() / 2);
+        return std::make_unique<SmallGaussianStage>(Prepare(input_, region.grownBy(reach)), std::move(weights));
+    }
+
+  private:
+    ImageRef input_;
+    double sigma_;
+};
+
+}  // namespace
+
+ImageRef MakeGaussianBlurImage(ImageRef input, double sigma) {
+    if (!(sigma > 0) || input->extent().isEmpty()) return input;
+    const Extent extent = input->extent().grownBy(std::ceil(3 * sigma));
+    return std::make_shared<GaussianImage>(std::move(input), extent, sigma);
+}
+
+ImageRef GaussianBlur(const Inputs& inputs) {
+    ImageRef input = inputs.image("inputImage");
+    return input == nullptr ? nullptr : MakeGaussianBlurImage(std::move(input), inputs.number("inputRadius"));
+}
+
+}  // namespace core_image

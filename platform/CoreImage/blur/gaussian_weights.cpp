@@ -1,0 +1,50 @@
+// gaussian_weights.cpp - the bell curve at evenly spaced places.
+
+#include "blur/gaussian_weights.h"
+
+#include <cmath>
+
+#include "blur/kernels.h"
+
+namespace core_image {
+namespace {
+
+// Appends weights at count places from first on, one apart, that sum to one.
+void Append(double sigma, double first, std::size_t count, std::vector<float>& weights) {
+    // Why the quotient is squared and not sigma: the square of a very small sigma would be zero.
+    const auto bell = [&](std::size_t index) {
+        const double distance = (first + static_cast<double>(index)) / sigma;
+        return std::exp(-0.5 * distance * distance);
+    };
+    double sum = 0;
+    for (std::size_t index = 0; index < count; ++index) sum += bell(index);
+    for (std::size_t index = 0; index < count; ++index) weights.push_back(static_cast<float>(bell(index) / sum));
+}
+
+}  // namespace
+
+std::vector<float> GaussianWeights(double sigma) {
+    const double reach = std::ceil(kGaussianReach * sigma);
+    std::vector<float> weights;
+    Append(sigma, -reach, static_cast<std::size_t>(2 * reach + 1), weights);
+    return weights;
+}
+
+std::vector<float> GaussianWeightsBetween(double sigma) {
+    const double reach = std::ceil(kGaussianReach * sigma);
+    std::vector<float> weights;
+    Append(sigma, 0.5 - reach, static_cast<std::size_t>(2 * reach), weights);
+    return weights;
+}
+
+std::vector<float> GaussianInterpolationWeights(int step) {
+    // The pixel lies between the two middle samples, this far behind the first of them.
+    constexpr double kMiddle = kInterpolationTaps / 2 - 1;
+    std::vector<float> weights;
+    for (int phase = 0; phase < step; ++phase) {
+        Append(1, -kMiddle - (phase + 0.5) / step, kInterpolationTaps, weights);
+    }
+    return weights;
+}
+
+}  // namespace core_image

@@ -1,0 +1,126 @@
+// kernels.cpp - compiled once for every instruction set; the best one is chosen when first called.
+
+#include "blur/kernels.h"
+
+#include <vector>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "blur/kernels.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace core_image::HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+using OnePixel = hn::FixedTag<float, 4>;
+
+// One or more vectors of every row, summed.
+template <class D, std::size_t kVectors>
+HWY_INLINE void SumColumns(D d, const float* const* rows, const float* weights, std::size_t rowCount, std::size_t start,
+                           float* out) {
+    static_assert(kVectors == 1 || kVectors == 4);
+    const std::size_t lanes = hn::Lanes(d);
+    auto sum0 = hn::Zero(d), sum1 = hn::Zero(d), sum2 = hn::Zero(d), sum3 = hn::Zero(d);
+    for (std::size_t k = 0; k < rowCount; ++k) {
+        const auto weight = hn::Set(d, weights[k]);
+        const float* from = rows[k] + start;
+        sum0 = hn::MulAdd(weight, hn::LoadU(d, from), sum0);
+        if constexpr (kVectors == 4) {
+            sum1 = hn::MulAdd(weight, hn::LoadU(d, from + lanes), sum1);
+            sum2 = hn::MulAdd(weight, hn::LoadU(d, from + 2 * lanes), sum2);
+            sum3 = hn::MulAdd(weight, hn::LoadU(d, from + 3 * lanes), sum3);
+        }
+    }
+    hn::StoreU(sum0, d, out + start);
+    if constexpr (kVectors == 4) {
+        hn::StoreU(sum1, d, out + start + lanes);
+        hn::StoreU(sum2, d, out + start + 2 * lanes);
+        hn::StoreU(sum3, d, out + start + 3 * lanes);
+    }
+}
+
+HWY_ATTR void SumRows(const float* const* rows, const float* weights, std::size_t rowCount, float* out,
+                      std::size_t floats) {
+    const hn::ScalableTag<float> wide;
+    const OnePixel pixel;
+    const std::size_t stride = 4 * hn::Lanes(wide);
+    std::size_t start = 0;
+    for (; start + stride <= floats; start += stride)
+        SumColumns<decltype(wide), 4>(wide, rows, weights, rowCount, start, out);
+    for (; start < floats; start += 4) SumColumns<OnePixel, 1>(pixel, rows, weights, rowCount, start, out);
+}
+
+// Why four sums: each product waits only for the one four before it. They are always the same four, so the result is, too.
+HWY_ATTR void ReduceRow(const float* in, const float* weights, std::size_t weightCount, std::size_t step, float* out,
+                        std::size_t pixels) {
+    const OnePixel d;
+    for (std::size_t i = 0; i < pixels; ++i) {
+        const float* from = in + i * step * 4;
+        auto sum0 = hn::Zero(d), sum1 = hn::Zero(d), sum2 = hn::Zero(d), sum3 = hn::Zero(d);
+        std::size_t k = 0;
+        for (; k + 4 <= weightCount; k += 4) {
+            sum0 = hn::MulAdd(hn::Set(d, weights[k]), hn::LoadU(d, from + k * 4), sum0);
+            sum1 = hn::MulAdd(hn::Set(d, weights[k + 1]), hn::LoadU(d, from + k * 4 + 4), sum1);
+            sum2 = hn::MulAdd(hn::Set(d, weights[k + 2]), hn::LoadU(d, from + k * 4 + 8), sum2);
+            sum3 = hn::MulAdd(hn::Set(d, weights[k + 3]), hn::LoadU(d, from + k * 4 + 12), sum3);
+        }
+        for (; k < weightCount; ++k) sum0 = hn::MulAdd(hn::Set(d, weights[k]), hn::LoadU(d, from + k * 4), sum0);
+        hn::StoreU(hn::Add(hn::Add(sum0, sum1), hn::Add(sum2, sum3)), d, out + i * 4);
+    }
+}
+
+HWY_ATTR void InterpolateRow(const float* in, const float* weights, std::size_t step, std::size_t phase, float* out,
+                             std::size_t pixels) {
+    const OnePixel d;
+    in += phase / step * 4;
+    phase %= step;
+    for (std::size_t i = 0; i < pixels; ++i) {
+        const float* weight = weights + phase * kInterpolationTaps;
+        auto even = hn::Mul(hn::Set(d, weight[0]), hn::LoadU(d, in));
+        auto odd = hn::Mul(hn::Set(d, weight[1]), hn::LoadU(d, in + 4));
+        for (std::size_t k = 2; k < kInterpolationTaps; k += 2) {
+            even = hn::MulAdd(hn::Set(d, weight[k]), hn::LoadU(d, in + k * 4), even);
+            odd = hn::MulAdd(hn::Set(d, weight[k + 1]), hn::LoadU(d, in + k * 4 + 4), odd);
+        }
+        hn::StoreU(hn::Add(even, odd), d, out + i * 4);
+        if (++phase == step) {
+            phase = 0;
+            in += 4;
+        }
+    }
+}
+
+}  // namespace core_image::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace core_image {
+
+HWY_EXPORT(SumRows);
+HWY_EXPORT(ReduceRow);
+HWY_EXPORT(InterpolateRow);
+
+void SumRows(const float* const* rows, const float* weights, std::size_t rowCount, float* out, std::size_t floats) {
+    HWY_DYNAMIC_DISPATCH(SumRows)(rows, weights, rowCount, out, floats);
+}
+
+// Neighbours are rows, each beginning one pixel after the one before.
+void SumNeighbours(const float* in, const float* weights, std::size_t weightCount, float* out, std::size_t pixels) {
+    std::vector<const float*> rows(weightCount);
+    for (std::size_t k = 0; k < weightCount; ++k) rows[k] = in + k * 4;
+    SumRows(rows.data(), weights, weightCount, out, pixels * 4);
+}
+
+void ReduceRow(const float* in, const float* weights, std::size_t weightCount, std::size_t step, float* out,
+               std::size_t pixels) {
+    HWY_DYNAMIC_DISPATCH(ReduceRow)(in, weights, weightCount, step, out, pixels);
+}
+
+void InterpolateRow(const float* in, const float* weights, std::size_t step, std::size_t phase, float* out,
+                    std::size_t pixels) {
+    HWY_DYNAMIC_DISPATCH(InterpolateRow)(in, weights, step, phase, out, pixels);
+}
+
+}  // namespace core_image
+#endif

@@ -1,0 +1,221 @@
+// wide_gaussian.cpp - reduce, blur, interpolate.
+//
+// Coarse sample X stands for the place X * step + step / 2 of the plane, between two pixels.
+
+#include "blur/wide_gaussian.h"
+
+#include <tbb/parallel_for.h>
+
+#include <cmath>
+#include <utility>
+
+#include "blur/gaussian_weights.h"
+#include "blur/kernels.h"
+
+namespace core_image {
+namespace {
+
+constexpr double kWidestSigma = 100000;
+constexpr std::int64_t kLargestStep = 4096;
+
+// More pixels than this are not all looked at, but every n-th in both directions, so that few enough are. No bitmap is that
+// large; a blur as wide as this over a pattern without end could otherwise take for ever.
+constexpr double kMostPixels = 1 << 28;
+constexpr double kMostSamples = 1 << 20;
+
+// How many pixels are rendered at a time on the way to the coarse image.
+constexpr std::int64_t kPixelsPerStrip = 32768;
+
+std::int64_t FloorDivide(std::int64_t number, std::int64_t divisor) {
+    return number >= 0 ? number / divisor : -((-number + divisor - 1) / divisor);
+}
+
+// The coarsest grid for a sigma.
+std::int64_t StepFor(double sigma) {
+    std::int64_t step = 2;
+    while (step < kLargestStep && 4 * static_cast<double>(step) <= sigma) step *= 2;
+    return step;
+}
+
+// The first of the coarse samples that a pixel is interpolated from.
+std::int64_t FirstSample(std::int64_t pixel, std::int64_t step) {
+    return FloorDivide(pixel - step / 2, step) - (static_cast<std::int64_t>(kInterpolationTaps) / 2 - 1);
+}
+
+// The coarse samples that a region is interpolated from.
+Region CoarseRegion(const Region& region, std::int64_t step) {
+    const std::int64_t x = FirstSample(region.x, step);
+    const std::int64_t y = FirstSample(region.y, step);
+    constexpr auto kTaps = static_cast<std::int64_t>(kInterpolationTaps);
+    return {x, y, FirstSample(region.right() - 1, step) + kTaps - x, FirstSample(region.top() - 1, step) + kTaps - y};
+}
+
+// The extent in units of n pixels, rounded outward.
+Extent Divided(const Extent& extent, double n) {
+    return {std::floor(extent.left / n), std::floor(extent.bottom / n), std::ceil(extent.right / n),
+            std::ceil(extent.top / n)};
+}
+
+// Runs a function for each row of a region, on all cores.
+template <typename Function>
+void ForEachRow(const Region& region, const Function& function) {
+    tbb::parallel_for(region.y, region.top(), function);
+}
+
+// Adds up the rows around a place, as far as there are any: weights[k] belongs to row first + k.
+void SumRowsAround(const PixelBlock& source, const std::vector<float>& weights, std::int64_t first, float* out) {
+    const Region& region = source.region();
+    const std::int64_t from = std::max(first, region.y);
+    const std::int64_t to = std::min(first + static_cast<std::int64_t>(weights.size()), region.top());
+    std::vector<const float*> rows;
+    for (std::int64_t y = from; y < to; ++y) rows.push_back(source.row(y));
+    // The rows are a run of the weights; without rows the sum is zero.
+    const std::int64_t skipped = rows.empty() ? 0 : from - first;
+    SumRows(rows.data(), weights.data() + skipped, rows.size(), out, source.tile().floatsPerRow);
+}
+
+// The input at every n-th pixel in both directions.
+class SampledInput {
+  public:
+    SampledInput(const ImageRef& input, const Region& samples, std::int64_t n)
+        : prepared_(Prepare(input, {samples.x * n, samples.y * n, samples.width * n, samples.height * n})), n_(n) {}
+
+    void render(const Tile& tile) const {
+        if (n_ == 1) {
+            prepared_.render(tile);
+            return;
+        }
+        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
+            for (std::int64_t x = tile.region.x; x < tile.region.right(); ++x) {
+                float* pixel = tile.row(y) + static_cast<std::size_t>(x - tile.region.x) * kFloatsPerPixel;
+                prepared_.render({{x * n_ + n_ / 2, y * n_ + n_ / 2, 1, 1}, pixel, kFloatsPerPixel});
+            }
+        }
+    }
+
+  private:
+    Prepared prepared_;
+    std::int64_t n_;
+};
+
+// The coarse image of an input, blurred by one step: all samples of a region.
+PixelBlock Reduce(const ImageRef& input, const Region& coarse, std::int64_t step) {
+    // Every n-th pixel, and the same in units of n pixels from here on.
+    std::int64_t n = 1;
+    const Extent wanted = Extent{static_cast<double>(coarse.x - 5), static_cast<double>(coarse.y - 5),
+                                 static_cast<double>(coarse.right() + 5), static_cast<double>(coarse.top() + 5)};
+    const Extent seen = wanted.intersection(Divided(input->extent(), static_cast<double>(step)));
+    const double pixels = (seen.right - seen.left) * (seen.top - seen.bottom) * static_cast<double>(step * step);
+    if (pixels > kMostPixels) {
+        while (pixels / static_cast<double>(n * n) > kMostSamples && n < step / 2) n *= 2;
+    }
+    step /= n;
+    const std::vector<float> weights = GaussianWeightsBetween(static_cast<double>(step));
+    const auto taps = static_cast<std::int64_t>(weights.size());
+    const auto firstTap = [&](std::int64_t sample) { return sample * step + step / 2 - taps / 2; };
+
+    // Left and right, the reach of the weights is kept and transparent where the image ends; above and below it is left out.
+    const Region columns = {firstTap(coarse.x), firstTap(coarse.y), (coarse.width - 1) * step + taps,
+                            (coarse.height - 1) * step + taps};
+    Extent present = Divided(input->extent(), static_cast<double>(n));
+    present.left = static_cast<double>(columns.x);
+    present.right = static_cast<double>(columns.right());
+    const Region source = Clip(columns, present);
+    PixelBlock reduced(coarse);
+    if (source.isEmpty()) {
+        Clear(reduced.tile());
+        return reduced;
+    }
+
+    const SampledInput sampled(input, source, n);
+    const PixelBlock narrow(Region{coarse.x, source.y, coarse.width, source.height});
+    const std::int64_t stripHeight = std::clamp<std::int64_t>(kPixelsPerStrip / source.width, 4, 64);
+    tbb::parallel_for<std::int64_t>(0, (source.height + stripHeight - 1) / stripHeight, [&](std::int64_t index) {
+        const PixelBlock strip(
+            source.intersection({source.x, source.y + index * stripHeight, source.width, stripHeight}));
+        sampled.render(strip.tile());
+        for (std::int64_t y = strip.region().y; y < strip.region().top(); ++y) {
+            ReduceRow(strip.row(y), weights.data(), weights.size(), static_cast<std::size_t>(step),
+                      narrow.tile().row(y), static_cast<std::size_t>(coarse.width));
+        }
+    });
+
+    ForEachRow(coarse, [&](std::int64_t y) { SumRowsAround(narrow, weights, firstTap(y), reduced.tile().row(y)); });
+    return reduced;
+}
+
+// A Gaussian over coarse samples; samples outside the source are transparent.
+PixelBlock Blur(const PixelBlock& source, double sigma, const Region& region) {
+    const std::vector<float> weights = GaussianWeights(sigma);
+    const auto reach = static_cast<std::int64_t>(weights.size() / 2);
+    PixelBlock blurred(region);
+    ForEachRow(region, [&](std::int64_t y) {
+        const PixelBlock line(Region{region.x - reach, y, region.width + 2 * reach, 1});
+        Clear(line.tile());
+        SumRowsAround(source, weights, y - reach,
+                      line.tile().part({source.region().x, y, source.region().width, 1}).pixels);
+        SumNeighbours(line.row(y), weights.data(), weights.size(), blurred.tile().row(y),
+                      static_cast<std::size_t>(region.width));
+    });
+    return blurred;
+}
+
+class WideGaussianStage : public Stage {
+  public:
+    WideGaussianStage(PixelBlock coarse, std::int64_t step)
+        : coarse_(std::move(coarse)), step_(step), weights_(GaussianInterpolationWeights(static_cast<int>(step))) {}
+
+    void render(const Tile& tile) const override {
+        const Region used = CoarseRegion(tile.region, step_);
+        const PixelBlock line(Region{used.x, 0, used.width, 1});
+        const std::size_t columnPhase = phase(tile.region.x);
+        const float* rows[kInterpolationTaps];
+        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
+            const std::int64_t first = FirstSample(y, step_);
+            for (std::size_t k = 0; k < kInterpolationTaps; ++k) {
+                const auto row = first + static_cast<std::int64_t>(k);
+                rows[k] = coarse_.row(row) + static_cast<std::size_t>(used.x - coarse_.region().x) * kFloatsPerPixel;
+            }
+            SumRows(rows, weights_.data() + phase(y) * kInterpolationTaps, kInterpolationTaps, line.tile().pixels,
+                    line.tile().floatsPerRow);
+            InterpolateRow(line.row(0), weights_.data(), static_cast<std::size_t>(step_), columnPhase, tile.row(y),
+                           tile.width());
+        }
+    }
+
+  private:
+    // Where a pixel lies between the two samples around it.
+    std::size_t phase(std::int64_t pixel) const {
+        const std::int64_t place = pixel - step_ / 2;
+        return static_cast<std::size_t>(place - FloorDivide(place, step_) * step_);
+    }
+
+    PixelBlock coarse_;
+    std::int64_t step_;
+    std::vector<float> weights_;
+};
+
+}  // namespace
+
+std::unique_ptr<const Stage> PrepareWideGaussian(const ImageRef& input, double sigma, const Region& region) {
+    sigma = std::min(sigma, kWidestSigma);
+    const std::int64_t step = StepFor(sigma);
+    const double coarseStep = static_cast<double>(step);
+    // Reducing and interpolating blur by one step each; this is what is left, in steps.
+    const double coarseSigma = std::sqrt(sigma * sigma / (coarseStep * coarseStep) - 2);
+    const auto reach = static_cast<std::int64_t>(std::ceil(kGaussianReach * coarseSigma));
+
+    const Region wanted = CoarseRegion(region, step);
+    // Samples further from the image than the reach of the reduction are transparent and left out.
+    const Extent present = Divided(input->extent(), coarseStep).grownBy(std::ceil(kGaussianReach) + 1);
+    const Region needed = Clip(wanted.grownBy(reach), present);
+    PixelBlock blurred(wanted);
+    if (needed.isEmpty()) {
+        Clear(blurred.tile());
+    } else {
+        blurred = Blur(Reduce(input, needed, step), coarseSigma, wanted);
+    }
+    return std::make_unique<WideGaussianStage>(std::move(blurred), step);
+}
+
+}  // namespace core_image

@@ -1,0 +1,27 @@
+// colour_matrix.h - colours as a linear map of premultiplied pixels.
+//
+// An offset of unpremultiplied colours is a multiple of alpha of premultiplied ones, so a filter that is a matrix and an offset
+// needs no division by alpha: its offset is the column for alpha.
+
+#pragma once
+
+#include <array>
+
+#include "core/point.h"
+
+namespace core_image {
+
+// out[row] = sum over columns of columns[column][row] * in[column].
+class ColourMatrix : public PointFunction {
+  public:
+    using Columns = std::array<std::array<float, kFloatsPerPixel>, kFloatsPerPixel>;
+
+    explicit ColourMatrix(const Columns& columns) : columns_(columns) {}
+
+    void apply(float* pixels, std::size_t count) const override;
+
+  private:
+    Columns columns_;
+};
+
+}  // namespace core_image

@@ -1,0 +1,94 @@
+// bitmap_source.cpp - decodes the pixels of a bitmap into linear light.
+
+#include <cstring>
+#include <utility>
+
+#include "core/bitmap.h"
+
+namespace core_image {
+namespace {
+
+constexpr float kByteScale = 1.0f / 255;
+
+// Linear light of encoded, premultiplied numbers.
+void DecodePremultiplied(float* pixel) {
+    const float alpha = pixel[3];
+    for (int channel = 0; channel < 3; ++channel) {
+        pixel[channel] = alpha == 0 ? 0 : DecodeSRGB(pixel[channel] / alpha) * alpha;
+    }
+}
+
+// A pixel of bytes whose numbers are linear.
+void DecodeLinearByte(const std::uint8_t* from, Alpha kind, float* to) {
+    const float alpha = kind == Alpha::ignored ? 1.0f : static_cast<float>(from[3]) * kByteScale;
+    const float scale = kind == Alpha::straight ? alpha * kByteScale : kByteScale;
+    for (int channel = 0; channel < 3; ++channel) to[channel] = static_cast<float>(from[channel]) * scale;
+    to[3] = alpha;
+}
+
+void DecodeByteRow(const BitmapSource& source, const std::uint8_t* from, float* to, std::size_t count) {
+    const float* decoded = DecodedBytes();
+    const float* premultiplied = source.alpha == Alpha::premultiplied ? DecodedPremultipliedBytes() : nullptr;
+    for (std::size_t index = 0; index < count; ++index, from += kFloatsPerPixel, to += kFloatsPerPixel) {
+        if (source.transfer == Transfer::linear) {
+            DecodeLinearByte(from, source.alpha, to);
+        } else if (source.alpha == Alpha::ignored || from[3] == 255) {
+            for (int channel = 0; channel < 3; ++channel) to[channel] = decoded[from[channel]];
+            to[3] = 1;
+        } else {
+            const float alpha = static_cast<float>(from[3]) * kByteScale;
+            const float* multiplied = premultiplied == nullptr ? nullptr : premultiplied + from[3] * 256;
+            for (int channel = 0; channel < 3; ++channel) {
+                to[channel] = multiplied == nullptr ? decoded[from[channel]] * alpha : multiplied[from[channel]];
+            }
+            to[3] = alpha;
+        }
+    }
+}
+
+void DecodeFloatRow(const BitmapSource& source, const std::uint8_t* from, float* to, std::size_t count) {
+    std::memcpy(to, from, count * kFloatsPerPixel * sizeof(float));
+    if (source.transfer == Transfer::linear) return;
+    for (std::size_t index = 0; index < count; ++index) DecodePremultiplied(to + index * kFloatsPerPixel);
+}
+
+class BitmapStage : public Stage {
+  public:
+    explicit BitmapStage(const BitmapSource& source) : source_(source) {}
+
+    void render(const Tile& tile) const override {
+        const std::size_t pixelSize =
+            source_.format == PixelFormat::bytes ? kFloatsPerPixel : kFloatsPerPixel * sizeof(float);
+        const auto x = static_cast<std::size_t>(tile.region.x);
+        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
+            const std::size_t row = source_.height - 1 - static_cast<std::size_t>(y);
+            const auto* from =
+                static_cast<const std::uint8_t*>(source_.pixels) + row * source_.bytesPerRow + x * pixelSize;
+            (source_.format == PixelFormat::bytes ? DecodeByteRow : DecodeFloatRow)(source_, from, tile.row(y),
+                                                                                    tile.width());
+        }
+    }
+
+  private:
+    const BitmapSource& source_;  // of the image, which outlives the rendering
+};
+
+class BitmapImage : public Image {
+  public:
+    explicit BitmapImage(BitmapSource source)
+        : Image({0, 0, static_cast<double>(source.width), static_cast<double>(source.height)}, /*depthBelow=*/0),
+          source_(std::move(source)) {}
+
+    std::unique_ptr<const Stage> prepare(const Region&) const override {
+        return std::make_unique<BitmapStage>(source_);
+    }
+
+  private:
+    BitmapSource source_;
+};
+
+}  // namespace
+
+ImageRef MakeBitmapImage(BitmapSource source) { return std::make_shared<BitmapImage>(std::move(source)); }
+
+}  // namespace core_image

@@ -1,0 +1,78 @@
+// engine.cpp - the door: catches what the engine throws, and counts the depth of what is made.
+
+#include "core/engine.h"
+
+#include <cmath>
+#include <utility>
+
+#include "core/renderer.h"
+#include "generator/generator.h"
+#include "geometry/geometry.h"
+
+namespace core_image {
+namespace {
+
+// Whole numbers beyond this are not all doubles.
+constexpr double kFarthestPixel = 4503599627370496.0;
+
+// Runs a function that makes an image and gives out a handle of it.
+template <typename Make>
+ImageHandle* Handle(Make&& make) noexcept {
+    try {
+        ImageRef image = make();
+        if (image == nullptr || image->depth() > kDeepestImage) return nullptr;
+        return new ImageRef(std::move(image));
+    } catch (const std::exception&) {
+        return nullptr;
+    }
+}
+
+}  // namespace
+
+ImageHandle* MakeBitmap(const BitmapSource& source, PixelOwner owner) noexcept {
+    return Handle([&] {
+        BitmapSource owned = source;
+        // The deleter runs even when making the shared pointer fails.
+        owned.owner = std::shared_ptr<const void>(owner.object, owner.release);
+        return MakeBitmapImage(std::move(owned));
+    });
+}
+
+ImageHandle* MakeConstant(const double* components) noexcept {
+    return Handle([&] { return MakeConstantImage(PixelOfColour(components)); });
+}
+
+ImageHandle* MakeCropped(ImageHandle* image, const Extent& extent) noexcept {
+    return Handle([&] { return MakeCroppedImage(*image, extent); });
+}
+
+ImageHandle* MakeOutput(FilterFunction function, const InputValue* values, std::size_t count) noexcept {
+    return Handle([&] { return function(Inputs(values, count)); });
+}
+
+void DisposeImage(ImageHandle* image) noexcept { delete image; }
+
+Extent ExtentOfImage(ImageHandle* image) noexcept { return (*image)->extent(); }
+
+bool RenderImage(ImageHandle* image, const Region& region, const BitmapDestination& destination) noexcept {
+    if (image == nullptr) return false;
+    try {
+        Render(*image, region, destination);
+        return true;
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
+bool RegionOfExtent(const Extent& extent, Region* region) noexcept {
+    if (extent.isEmpty()) return false;
+    for (double edge : {extent.left, extent.bottom, extent.right, extent.top}) {
+        if (!(std::abs(edge) < kFarthestPixel)) return false;
+    }
+    *region = {static_cast<std::int64_t>(extent.left), static_cast<std::int64_t>(extent.bottom),
+               static_cast<std::int64_t>(extent.right - extent.left),
+               static_cast<std::int64_t>(extent.top - extent.bottom)};
+    return true;
+}
+
+}  // namespace core_image

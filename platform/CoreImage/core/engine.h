@@ -1,0 +1,46 @@
+// engine.h - the door between the Objective-C classes and the engine.
+//
+// An image crosses as an owned handle, so that no C++ object with a destructor lives in a function that sends messages: an
+// Objective-C exception may leave by a jump, which runs no destructors. C++ exceptions do not cross at all.
+//
+// Ownership: make... gives a handle to be given back with DisposeImage; what is handed in is borrowed.
+// Failure:   null or false, when memory is short or the image would be deeper than kDeepestImage.
+// Threads:   any.
+
+#pragma once
+
+#include "core/bitmap.h"
+#include "core/filter_table.h"
+#include "core/image.h"
+#include "core/inputs.h"
+
+namespace core_image {
+
+// An image that an Objective-C object owns.
+using ImageHandle = const ImageRef;
+
+// What keeps a bitmap's pixels alive: released when the last image of them is gone, also when making it fails.
+struct PixelOwner {
+    const void* object;
+    void (*release)(const void* object);
+};
+
+// The images that no filter makes.
+ImageHandle* MakeBitmap(const BitmapSource& source, PixelOwner owner) noexcept;
+ImageHandle* MakeConstant(const double* components) noexcept;
+ImageHandle* MakeCropped(ImageHandle* image, const Extent& extent) noexcept;
+
+// The image of a filter.
+ImageHandle* MakeOutput(FilterFunction function, const InputValue* values, std::size_t count) noexcept;
+
+void DisposeImage(ImageHandle* image) noexcept;
+
+Extent ExtentOfImage(ImageHandle* image) noexcept;
+
+// Renders a region, which is not empty, and answers whether that succeeded.
+bool RenderImage(ImageHandle* image, const Region& region, const BitmapDestination& destination) noexcept;
+
+// The pixels that an extent covers. False for an empty or infinite one, and where pixels could not be counted exactly.
+bool RegionOfExtent(const Extent& extent, Region* region) noexcept;
+
+}  // namespace core_image

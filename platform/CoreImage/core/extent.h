@@ -1,0 +1,76 @@
+// extent.h - rectangles: where an image is, and which pixels are wanted.
+//
+// Extent: edges at whole numbers or infinity, kept as doubles; intersection and growth need no special cases for infinity.
+// Region: whole pixels, finite, small enough to be held in memory in one direction or the other.
+// Pixel (i, j) covers [i, i+1) x [j, j+1); y points up.
+// Threads: plain values.
+
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+
+namespace core_image {
+
+// A finite rectangle of pixels.
+struct Region {
+    std::int64_t x = 0;
+    std::int64_t y = 0;
+    std::int64_t width = 0;
+    std::int64_t height = 0;
+
+    bool isEmpty() const { return width <= 0 || height <= 0; }
+    std::int64_t right() const { return x + width; }
+    std::int64_t top() const { return y + height; }
+    bool contains(std::int64_t pixelX, std::int64_t pixelY) const {
+        return pixelX >= x && pixelX < right() && pixelY >= y && pixelY < top();
+    }
+    Region grownBy(std::int64_t amount) const {
+        return {x - amount, y - amount, width + 2 * amount, height + 2 * amount};
+    }
+    Region intersection(const Region& other) const {
+        const std::int64_t left = std::max(x, other.x);
+        const std::int64_t bottom = std::max(y, other.y);
+        return {left, bottom, std::min(right(), other.right()) - left, std::min(top(), other.top()) - bottom};
+    }
+    bool operator==(const Region&) const = default;
+};
+
+// Where an image may be other than transparent.
+struct Extent {
+    double left = 0;
+    double bottom = 0;
+    double right = 0;
+    double top = 0;
+
+    static constexpr Extent infinite() {
+        constexpr double far = std::numeric_limits<double>::infinity();
+        return {-far, -far, far, far};
+    }
+    static Extent of(const Region& region) {
+        return {static_cast<double>(region.x), static_cast<double>(region.y), static_cast<double>(region.right()),
+                static_cast<double>(region.top())};
+    }
+    // Written so that an edge that is no number makes the extent empty.
+    bool isEmpty() const { return !(right > left && top > bottom); }
+    bool isInfinite() const { return *this == infinite(); }
+    Extent grownBy(double amount) const { return {left - amount, bottom - amount, right + amount, top + amount}; }
+    Extent intersection(const Extent& other) const {
+        const Extent shared = {std::max(left, other.left), std::max(bottom, other.bottom), std::min(right, other.right),
+                               std::min(top, other.top)};
+        return shared.isEmpty() ? Extent{} : shared;
+    }
+    bool operator==(const Extent&) const = default;
+};
+
+// The pixels of a region that lie in an extent.
+inline Region Clip(const Region& region, const Extent& extent) {
+    const Extent shared = Extent::of(region).intersection(extent);
+    if (shared.isEmpty()) return {};
+    const auto x = static_cast<std::int64_t>(shared.left);
+    const auto y = static_cast<std::int64_t>(shared.bottom);
+    return {x, y, static_cast<std::int64_t>(shared.right) - x, static_cast<std::int64_t>(shared.top) - y};
+}
+
+}  // namespace core_image

@@ -1,0 +1,34 @@
+// image.cpp - what holds for every image: it is transparent outside its extent.
+
+#include "core/image.h"
+
+namespace core_image {
+
+void Prepared::render(const Tile& tile) const {
+    const Region inside = Clip(tile.region, extent_);
+    if (stage_ == nullptr || inside.isEmpty()) {
+        Clear(tile);
+        return;
+    }
+    if (inside == tile.region) {
+        stage_->render(tile);
+        return;
+    }
+    const Region& all = tile.region;
+    const std::int64_t middle = inside.height;
+    for (const Region& around : {Region{all.x, all.y, all.width, inside.y - all.y},
+                                 Region{all.x, inside.top(), all.width, all.top() - inside.top()},
+                                 Region{all.x, inside.y, inside.x - all.x, middle},
+                                 Region{inside.right(), inside.y, all.right() - inside.right(), middle}}) {
+        if (!around.isEmpty()) Clear(tile.part(around));
+    }
+    stage_->render(tile.part(inside));
+}
+
+Prepared Prepare(const ImageRef& image, const Region& region) {
+    const Region inside = Clip(region, image->extent());
+    if (inside.isEmpty()) return {};
+    return {Extent::of(inside), image->prepare(inside)};
+}
+
+}  // namespace core_image

@@ -1,0 +1,80 @@
+// image.h - an image as a recipe, and the recipe made ready to render.
+//
+// An Image is immutable: it knows its extent and the images it is made of. Rendering has two steps. prepare() is called once
+// for a region, may do work for all of it (a reduction, a reduced copy for a wide blur) and makes a Stage; the stage then
+// renders tiles of the region, many at a time. An image asks its inputs for the region that it needs of them, in prepare().
+//
+// Lifetime: images are shared and keep their inputs; a Prepared belongs to one rendering.
+// Threads:  images on any thread; prepare() on one; Stage::render on many at once.
+// Adding a kind: derive from Image and from Stage in the family's folder. A filter that works pixel by pixel derives from
+//           PointFunction instead (point.h).
+// Failure:  std::bad_alloc when memory is short.
+
+#pragma once
+
+#include <memory>
+
+#include "core/extent.h"
+#include "core/tile.h"
+
+namespace core_image {
+
+class Image;
+using ImageRef = std::shared_ptr<const Image>;
+
+// A recipe made ready for a region.
+class Stage {
+  public:
+    virtual ~Stage() = default;
+
+    // Writes every pixel of a tile that lies in the image's extent and in the region prepared for.
+    virtual void render(const Tile& tile) const = 0;
+};
+
+// A stage together with the extent outside which it is not asked.
+class Prepared {
+  public:
+    Prepared() = default;
+    Prepared(const Extent& extent, std::unique_ptr<const Stage> stage) : extent_(extent), stage_(std::move(stage)) {}
+
+    // Writes every pixel of a tile, transparent where the image is not.
+    void render(const Tile& tile) const;
+
+    const Extent& extent() const { return extent_; }
+
+  private:
+    Extent extent_;
+    std::unique_ptr<const Stage> stage_;
+};
+
+// A recipe.
+class Image {
+  public:
+    virtual ~Image() = default;
+    Image(const Image&) = delete;
+    Image& operator=(const Image&) = delete;
+
+    const Extent& extent() const { return extent_; }
+
+    // How many images lie one below the other, this one included.
+    int depth() const { return depth_; }
+
+    // Makes a stage for a region, which is not empty and lies in the extent.
+    virtual std::unique_ptr<const Stage> prepare(const Region& region) const = 0;
+
+  protected:
+    // depthBelow is the depth of the deepest input.
+    Image(const Extent& extent, int depthBelow) : extent_(extent), depth_(depthBelow + 1) {}
+
+  private:
+    Extent extent_;
+    int depth_;
+};
+
+// Why a limit: recipes are walked by recursion, on threads with stacks of a megabyte. A deeper image is refused when made.
+inline constexpr int kDeepestImage = 1000;
+
+// Makes an image ready for a region, or rather for the part of it that lies in the image.
+Prepared Prepare(const ImageRef& image, const Region& region);
+
+}  // namespace core_image

@@ -1,0 +1,69 @@
+// inputs.cpp - reading inputs by key, and making finite what is not.
+
+#include "core/inputs.h"
+
+#include <cmath>
+
+#include "core/transfer.h"
+
+namespace core_image {
+namespace {
+
+// A value that arithmetic can rely on; what is no number is 0.
+double Finite(double value) { return std::isnan(value) ? 0 : std::clamp(value, -kLargestNumber, kLargestNumber); }
+
+}  // namespace
+
+const InputValue* Inputs::find(std::string_view key) const {
+    const InputValue* end = values_ + count_;
+    const InputValue* found = std::find_if(values_, end, [&](const InputValue& value) { return value.key == key; });
+    return found == end ? nullptr : found;
+}
+
+double Inputs::number(std::string_view key) const {
+    const InputValue* value = find(key);
+    return value == nullptr ? 0 : Finite(value->number);
+}
+
+double Inputs::element(std::string_view key, std::size_t index) const {
+    const InputValue* value = find(key);
+    return value == nullptr || value->elements == nullptr || index >= value->count ? 0 : Finite(value->elements[index]);
+}
+
+Extent Inputs::rectangle(std::string_view key) const {
+    const InputValue* value = find(key);
+    double edges[4] = {};
+    if (value != nullptr && value->elements != nullptr) {
+        std::copy_n(value->elements, std::min<std::size_t>(value->count, 4), edges);
+    }
+    return ExtentOfRectangle(edges[0], edges[1], edges[2], edges[3]);
+}
+
+Pixel Inputs::colour(std::string_view key) const {
+    const double components[] = {element(key, 0), element(key, 1), element(key, 2), element(key, 3)};
+    return PixelOfColour(components);
+}
+
+ImageRef Inputs::image(std::string_view key) const {
+    const InputValue* value = find(key);
+    return value == nullptr || value->image == nullptr ? nullptr : *value->image;
+}
+
+Pixel PixelOfColour(const double* components) {
+    const double alpha = Finite(components[3]);
+    const auto light = [&](double component) {
+        return static_cast<float>(DecodeSRGB(static_cast<float>(Finite(component))) * alpha);
+    };
+    return {light(components[0]), light(components[1]), light(components[2]), static_cast<float>(alpha)};
+}
+
+Extent ExtentOfRectangle(double x, double y, double width, double height) {
+    const auto edge = [](double value) {
+        return std::abs(value) > kLargestNumber ? std::copysign(std::numeric_limits<double>::infinity(), value) : value;
+    };
+    return Extent{std::floor(edge(std::min(x, x + width))), std::floor(edge(std::min(y, y + height))),
+                  std::ceil(edge(std::max(x, x + width))), std::ceil(edge(std::max(y, y + height)))}
+        .intersection(Extent::infinite());
+}
+
+}  // namespace core_image

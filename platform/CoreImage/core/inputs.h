@@ -1,0 +1,68 @@
+// inputs.h - the values that a filter computes from, read by key.
+//
+// The values are views into objects that the filter keeps, so they hold nothing and need no cleaning up: an exception that
+// leaves by a jump while they are being read loses nothing.
+// Lifetime: until the filter function returns. What an image keeps, it copies.
+// Threads:  one.
+
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+#include "core/image.h"
+
+namespace core_image {
+
+// Why a limit on numbers: what is infinite or larger than this is taken as this, so that arithmetic in a filter stays finite.
+inline constexpr double kLargestNumber = 1e30;
+
+// One input: whichever of the members its class fills; the others stay empty.
+struct InputValue {
+    const char* key = nullptr;
+    double number = 0;
+    const double* elements = nullptr;  // of a vector, a colour (sRGB, straight alpha) or a transform (a b c d tx ty)
+    std::size_t count = 0;             // of elements, or of bytes
+    const void* bytes = nullptr;
+    const ImageRef* image = nullptr;
+};
+
+// Linear light, premultiplied.
+struct Pixel {
+    float red, green, blue, alpha;
+};
+
+// All inputs of one filter.
+class Inputs {
+  public:
+    Inputs(const InputValue* values, std::size_t count) : values_(values), count_(count) {}
+
+    // A number; finite.
+    double number(std::string_view key) const;
+
+    // An element of a vector; finite, 0 where the vector is too short.
+    double element(std::string_view key, std::size_t index) const;
+
+    // A rectangle (x, y, width, height) as an extent, rounded outward. Whatever reaches as far as the infinite one is infinite.
+    Extent rectangle(std::string_view key) const;
+
+    // A colour.
+    Pixel colour(std::string_view key) const;
+
+    // An image; null when there is none.
+    ImageRef image(std::string_view key) const;
+
+  private:
+    const InputValue* find(std::string_view key) const;
+
+    const InputValue* values_;
+    std::size_t count_;
+};
+
+// The pixel of an sRGB colour with straight alpha.
+Pixel PixelOfColour(const double* components);
+
+// The extent of a rectangle given by its corner and size, which may be negative, infinite or no numbers at all.
+Extent ExtentOfRectangle(double x, double y, double width, double height);
+
+}  // namespace core_image

@@ -1,0 +1,90 @@
+// transfer.cpp - the curve, and its tables.
+
+#include "core/transfer.h"
+
+#include <array>
+#include <bit>
+#include <cmath>
+#include <vector>
+
+namespace core_image {
+namespace {
+
+double Decode(double encoded) {
+    if (encoded < 0) return -Decode(-encoded);
+    return encoded <= 0.04045 ? encoded / 12.92 : std::pow((encoded + 0.055) / 1.055, 2.4);
+}
+
+double Encode(double linear) {
+    return linear <= 0.0031308 ? 12.92 * linear : 1.055 * std::pow(linear, 1 / 2.4) - 0.055;
+}
+
+// The curve from 2^-9, which lies on its straight part, to 1: 256 pieces for each power of two, found by the float's own bits.
+struct EncodingTable {
+    static constexpr float kFirst = 1.0f / 512;
+    static constexpr int kShift = 15;
+    static constexpr std::uint32_t kPieces =
+        (std::bit_cast<std::uint32_t>(1.0f) - std::bit_cast<std::uint32_t>(kFirst)) >> kShift;
+
+    struct Piece {
+        float start;
+        float rise;
+    };
+    std::array<Piece, kPieces> pieces;
+
+    EncodingTable() {
+        for (std::uint32_t index = 0; index < kPieces; ++index) {
+            const double start = Encode(Knot(index));
+            pieces[index] = {static_cast<float>(start), static_cast<float>(Encode(Knot(index + 1)) - start)};
+        }
+    }
+
+    static double Knot(std::uint32_t index) {
+        return std::bit_cast<float>(std::bit_cast<std::uint32_t>(kFirst) + (index << kShift));
+    }
+
+    float encode(float linear) const {
+        const std::uint32_t place = std::bit_cast<std::uint32_t>(linear) - std::bit_cast<std::uint32_t>(kFirst);
+        const Piece& piece = pieces[place >> kShift];
+        constexpr std::uint32_t kMask = (1u << kShift) - 1;
+        return piece.start + piece.rise * static_cast<float>(place & kMask) * (1.0f / (1u << kShift));
+    }
+};
+
+}  // namespace
+
+float DecodeSRGB(float encoded) { return static_cast<float>(Decode(encoded)); }
+
+float EncodeSRGB(float linear) {
+    static const EncodingTable table;
+    if (linear < 0) return -EncodeSRGB(-linear);
+    if (linear < EncodingTable::kFirst) return 12.92f * linear;
+    if (linear < 1) return table.encode(linear);
+    return linear == 1 ? 1 : static_cast<float>(Encode(linear));
+}
+
+const float* DecodedBytes() {
+    static const auto table = [] {
+        std::array<float, 256> values;
+        for (int code = 0; code < 256; ++code)
+            values[static_cast<std::size_t>(code)] = static_cast<float>(Decode(code / 255.0));
+        return values;
+    }();
+    return table.data();
+}
+
+const float* DecodedPremultipliedBytes() {
+    static const auto table = [] {
+        std::vector<float> values(256 * 256, 0.0f);
+        for (int alpha = 1; alpha < 256; ++alpha) {
+            for (int code = 0; code < 256; ++code) {
+                const double light = Decode(static_cast<double>(code) / alpha) * alpha / 255;
+                values[static_cast<std::size_t>(alpha * 256 + code)] = static_cast<float>(light);
+            }
+        }
+        return values;
+    }();
+    return table.data();
+}
+
+}  // namespace core_image

@@ -1,0 +1,28 @@
+// transfer.h - the curve of sRGB: encoded values to linear light and back.
+//
+// Values beyond 0...1 follow the curve, negative ones its mirror image. Decoding bytes and encoding 0...1 go through tables that
+// are made on first use; the encoding table is accurate to 5e-7 of the value, far below what rounding to a byte can show.
+// Threads: any.
+
+#pragma once
+
+#include <cstdint>
+
+namespace core_image {
+
+// How numbers stand for light.
+enum class Transfer { linear, sRGB };
+
+// Linear light of an encoded value.
+float DecodeSRGB(float encoded);
+
+// The encoded value of linear light.
+float EncodeSRGB(float linear);
+
+// Linear light of each of the 256 encoded bytes.
+const float* DecodedBytes();
+
+// Linear light, multiplied by alpha, of an encoded byte that was itself multiplied by alpha: 256 values for each alpha.
+const float* DecodedPremultipliedBytes();
+
+}  // namespace core_image

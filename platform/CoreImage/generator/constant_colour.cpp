@@ -1,0 +1,46 @@
+// constant_colour.cpp - the same pixel everywhere.
+
+#include "generator/generator.h"
+
+namespace core_image {
+namespace {
+
+class ConstantStage : public Stage {
+  public:
+    explicit ConstantStage(const Pixel& pixel) : pixel_(pixel) {}
+
+    void render(const Tile& tile) const override {
+        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
+            float* to = tile.row(y);
+            for (std::size_t index = 0; index < tile.width(); ++index, to += kFloatsPerPixel) {
+                to[0] = pixel_.red;
+                to[1] = pixel_.green;
+                to[2] = pixel_.blue;
+                to[3] = pixel_.alpha;
+            }
+        }
+    }
+
+  private:
+    Pixel pixel_;
+};
+
+class ConstantImage : public Image {
+  public:
+    explicit ConstantImage(const Pixel& pixel) : Image(Extent::infinite(), /*depthBelow=*/0), pixel_(pixel) {}
+
+    std::unique_ptr<const Stage> prepare(const Region&) const override {
+        return std::make_unique<ConstantStage>(pixel_);
+    }
+
+  private:
+    Pixel pixel_;
+};
+
+}  // namespace
+
+ImageRef MakeConstantImage(const Pixel& pixel) { return std::make_shared<ConstantImage>(pixel); }
+
+ImageRef ConstantColour(const Inputs& inputs) { return MakeConstantImage(inputs.colour("inputColor")); }
+
+}  // namespace core_image

@@ -1,0 +1,15 @@
+// generator.h - the family of filters that need no image.
+
+#pragma once
+
+#include "core/inputs.h"
+
+namespace core_image {
+
+// One pixel everywhere.
+ImageRef MakeConstantImage(const Pixel& pixel);
+
+// CIConstantColorGenerator: inputColor everywhere.
+ImageRef ConstantColour(const Inputs& inputs);
+
+}  // namespace core_image

@@ -1,0 +1,45 @@
+// crop.cpp - part of an image. Nothing is computed: the input is asked for less.
+
+#include <utility>
+
+#include "geometry/geometry.h"
+
+namespace core_image {
+namespace {
+
+class CropStage : public Stage {
+  public:
+    explicit CropStage(Prepared input) : input_(std::move(input)) {}
+
+    void render(const Tile& tile) const override { input_.render(tile); }
+
+  private:
+    Prepared input_;
+};
+
+class CroppedImage : public Image {
+  public:
+    CroppedImage(ImageRef input, const Extent& extent) : Image(extent, input->depth()), input_(std::move(input)) {}
+
+    std::unique_ptr<const Stage> prepare(const Region& region) const override {
+        return std::make_unique<CropStage>(Prepare(input_, region));
+    }
+
+  private:
+    ImageRef input_;
+};
+
+}  // namespace
+
+ImageRef MakeCroppedImage(ImageRef input, const Extent& extent) {
+    const Extent shared = input->extent().intersection(extent);
+    if (shared == input->extent()) return input;
+    return std::make_shared<CroppedImage>(std::move(input), shared);
+}
+
+ImageRef Crop(const Inputs& inputs) {
+    ImageRef input = inputs.image("inputImage");
+    return input == nullptr ? nullptr : MakeCroppedImage(std::move(input), inputs.rectangle("inputRectangle"));
+}
+
+}  // namespace core_image

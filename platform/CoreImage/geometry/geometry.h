@@ -1,0 +1,15 @@
+// geometry.h - the family of filters that choose and move places.
+
+#pragma once
+
+#include "core/inputs.h"
+
+namespace core_image {
+
+// The part of an image inside an extent. The image itself when all of it is; its extent is empty when nothing is.
+ImageRef MakeCroppedImage(ImageRef input, const Extent& extent);
+
+// CICrop: the part inside inputRectangle, rounded outward to whole pixels.
+ImageRef Crop(const Inputs& inputs);
+
+}  // namespace core_image

@@ -1,0 +1,90 @@
+// CGImageSource.mm - a file's bytes, decoded once.
+
+#import <Foundation/Foundation.h>
+#include <ImageIO/CGImageSource.h>
+
+#include "decode.h"
+
+// A source as an object: the bytes, and what they became.
+@interface CGImageSourceObject : NSObject {
+  @public
+    NSData* _data;
+    BOOL _isDecoded;
+    CGImageSourceStatus _status;
+    CGImageRef _image;
+}
+@end
+
+@implementation CGImageSourceObject
+
+- (void)dealloc {
+    [_data release];
+    CGImageRelease(_image);
+    [super dealloc];
+}
+
+@end
+
+namespace {
+
+static_assert(static_cast<int>(image_io::Status::unexpectedEnd) == kCGImageStatusUnexpectedEOF);
+static_assert(static_cast<int>(image_io::Status::invalidData) == kCGImageStatusInvalidData);
+static_assert(static_cast<int>(image_io::Status::unknownType) == kCGImageStatusUnknownType);
+static_assert(static_cast<int>(image_io::Status::readingHeader) == kCGImageStatusReadingHeader);
+static_assert(static_cast<int>(image_io::Status::complete) == kCGImageStatusComplete);
+
+// A bitmap that owns the pixels of a picture.
+CGImageRef MakeImage(const image_io::Picture& picture) {
+    const std::size_t bytesPerRow = picture.width * image_io::kBytesPerPixel;
+    NSData* data = [[NSData alloc] initWithBytesNoCopy:picture.pixels
+                                                length:bytesPerRow * picture.height
+                                          freeWhenDone:YES];
+    CGDataProviderRef provider = CGDataProviderCreateWithCFData((CFDataRef)data);
+    CGColorSpaceRef space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
+    CGImageRef image = CGImageCreate(picture.width, picture.height, /*bitsPerComponent=*/8, /*bitsPerPixel=*/32,
+                                     bytesPerRow, space, kCGImageAlphaLast, provider, /*decode=*/nullptr,
+                                     /*shouldInterpolate=*/true, kCGRenderingIntentDefault);
+    CGColorSpaceRelease(space);
+    CGDataProviderRelease(provider);
+    [data release];
+    return image;
+}
+
+// The source as an object, decoded; nil for null.
+CGImageSourceObject* Decoded(CGImageSourceRef source) {
+    CGImageSourceObject* object = (CGImageSourceObject*)source;
+    if (object == nil || object->_isDecoded) return object;
+    image_io::Picture picture;
+    const image_io::Status status =
+        image_io::Decode(static_cast<const std::uint8_t*>([object->_data bytes]), [object->_data length], &picture);
+    object->_isDecoded = YES;
+    object->_status = static_cast<CGImageSourceStatus>(status);
+    if (status == image_io::Status::complete) object->_image = MakeImage(picture);
+    return object;
+}
+
+}  // namespace
+
+CGImageSourceRef CGImageSourceCreateWithURL(CFURLRef url, CFDictionaryRef options) {
+    if (url == nullptr) return nullptr;
+    return CGImageSourceCreateWithData((CFDataRef)[NSData dataWithContentsOfURL:(NSURL*)url], options);
+}
+
+CGImageSourceRef CGImageSourceCreateWithData(CFDataRef data, CFDictionaryRef) {
+    if (data == nullptr) return nullptr;
+    CGImageSourceObject* source = [[CGImageSourceObject alloc] init];
+    source->_data = [(NSData*)data retain];
+    return (CGImageSourceRef)source;
+}
+
+size_t CGImageSourceGetCount(CGImageSourceRef source) {
+    return source != nullptr && CGImageSourceGetStatus(source) == kCGImageStatusComplete ? 1 : 0;
+}
+
+CGImageSourceStatus CGImageSourceGetStatus(CGImageSourceRef source) {
+    return source == nullptr ? kCGImageStatusInvalidData : Decoded(source)->_status;
+}
+
+CGImageRef CGImageSourceCreateImageAtIndex(CGImageSourceRef source, size_t index, CFDictionaryRef) {
+    return source == nullptr || index != 0 ? nullptr : CGImageRetain(Decoded(source)->_image);
+}

@@ -1,0 +1,52 @@
+// decode.cpp - tells the kinds of files apart by how they begin.
+
+#include "decode.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace image_io {
+namespace {
+
+constexpr std::uint8_t kSignaturePNG[] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
+constexpr std::uint8_t kSignatureJPEG[] = {0xff, 0xd8, 0xff};
+
+struct Kind {
+    const std::uint8_t* signature;
+    std::size_t length;
+    Status (*decode)(const std::uint8_t* bytes, std::size_t length, Picture* picture);
+};
+
+// clang-format off
+constexpr Kind kKinds[] = {
+    // signature      length                 decode
+    {kSignaturePNG,   sizeof kSignaturePNG,  DecodePNG},
+    {kSignatureJPEG,  sizeof kSignatureJPEG, DecodeJPEG},
+};
+// clang-format on
+
+}  // namespace
+
+bool Allocate(std::size_t width, std::size_t height, Picture* picture) {
+    if (width == 0 || height == 0 || width > kLargestPicture / kBytesPerPixel / height) return false;
+    picture->pixels = static_cast<std::uint8_t*>(std::malloc(width * height * kBytesPerPixel));
+    picture->width = width;
+    picture->height = height;
+    return picture->pixels != nullptr;
+}
+
+Status Decode(const std::uint8_t* bytes, std::size_t length, Picture* picture) {
+    for (const Kind& kind : kKinds) {
+        if (!std::equal(bytes, bytes + std::min(length, kind.length), kind.signature)) continue;
+        if (length < kind.length) return Status::readingHeader;
+        const Status status = kind.decode(bytes, length, picture);
+        if (status != Status::complete) {
+            std::free(picture->pixels);
+            *picture = {};
+        }
+        return status;
+    }
+    return Status::unknownType;
+}
+
+}  // namespace image_io

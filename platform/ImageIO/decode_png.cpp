@@ -1,0 +1,88 @@
+// decode_png.cpp - PNG files of every colour type and depth.
+//
+// Palettes, greys and 1 to 16 bits become 8-bit RGBA; a file that states another gamma than that of sRGB is brought to it.
+
+#include <png.h>
+
+#include <csetjmp>
+#include <cstring>
+
+#include "decode.h"
+
+namespace image_io {
+namespace {
+
+// How far the library has read.
+struct Reader {
+    const std::uint8_t* bytes;
+    std::size_t left;
+    bool ended;
+};
+
+void Read(png_structp png, png_bytep to, png_size_t count) {
+    auto* reader = static_cast<Reader*>(png_get_io_ptr(png));
+    if (count > reader->left) {
+        reader->ended = true;
+        png_error(png, "");
+    }
+    std::memcpy(to, reader->bytes, count);
+    reader->bytes += count;
+    reader->left -= count;
+}
+
+[[noreturn]] void Fail(png_structp png, png_const_charp) { png_longjmp(png, 1); }
+
+void Ignore(png_structp, png_const_charp) {}
+
+// Asks for 8-bit RGBA whatever the file holds.
+void SetTransformations(png_structp png, png_infop info) {
+    png_set_gamma(png, PNG_DEFAULT_sRGB, PNG_DEFAULT_sRGB);
+    png_set_expand(png);
+    png_set_scale_16(png);
+    png_set_gray_to_rgb(png);
+    png_set_add_alpha(png, 0xff, PNG_FILLER_AFTER);
+    png_set_interlace_handling(png);
+    png_read_update_info(png, info);
+}
+
+// Reads everything to the end of the file's last chunk. Left by a jump when something is wrong.
+bool ReadPicture(png_structp png, png_infop info, Picture* picture) {
+    png_read_info(png, info);
+    const png_uint_32 width = png_get_image_width(png, info);
+    const png_uint_32 height = png_get_image_height(png, info);
+    const int passes = png_get_interlace_type(png, info) == PNG_INTERLACE_NONE ? 1 : PNG_INTERLACE_ADAM7_PASSES;
+    SetTransformations(png, info);
+    if (!Allocate(width, height, picture)) return false;
+    if (png_get_rowbytes(png, info) != width * kBytesPerPixel) return false;
+    for (int pass = 0; pass < passes; ++pass) {
+        for (png_uint_32 y = 0; y < height; ++y) {
+            png_read_row(png, picture->pixels + std::size_t{y} * width * kBytesPerPixel, nullptr);
+        }
+    }
+    png_read_end(png, nullptr);
+    return true;
+}
+
+// Runs the reading and answers whether it went to the end. Nothing here has a destructor, so the jump skips none.
+bool Guarded(png_structp png, png_infop info, Picture* picture) {
+    if (setjmp(png_jmpbuf(png)) != 0) return false;
+    return ReadPicture(png, info, picture);
+}
+
+}  // namespace
+
+Status DecodePNG(const std::uint8_t* bytes, std::size_t length, Picture* picture) {
+    Reader reader = {bytes, length, false};
+    png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, Fail, Ignore);
+    png_infop info = png == nullptr ? nullptr : png_create_info_struct(png);
+    bool complete = false;
+    if (info != nullptr) {
+        png_set_read_fn(png, &reader, Read);
+        complete = Guarded(png, info, picture);
+    }
+    png_destroy_read_struct(&png, &info, nullptr);
+    if (complete) return Status::complete;
+    return reader.ended ? Status::unexpectedEnd : Status::invalidData;
+}
+
+}  // namespace image_io

@@ -1,0 +1,78 @@
+// encode_jpeg.cpp - JPEG files: colour, on white.
+
+// The library's header counts on this one.
+#include <cstdio>
+
+#include <jpeglib.h>
+
+#include <algorithm>
+#include <cmath>
+#include <csetjmp>
+#include <cstdlib>
+
+#include "encode.h"
+
+namespace image_io {
+namespace {
+
+// The library's error manager with what is needed to leave it.
+struct ErrorManager {
+    jpeg_error_mgr base;
+    std::jmp_buf leave;
+};
+
+[[noreturn]] void Fail(j_common_ptr info) { std::longjmp(reinterpret_cast<ErrorManager*>(info->err)->leave, 1); }
+
+void Warn(j_common_ptr, int) {}
+
+void Ignore(j_common_ptr) {}
+
+// The file as the library keeps it.
+struct Output {
+    unsigned char* bytes;
+    unsigned long length;
+};
+
+// Runs the writing and answers whether it went to the end. Nothing here has a destructor, so the jump skips none.
+bool Guarded(jpeg_compress_struct* jpeg, ErrorManager* errors, const Pixels& pixels, double quality, std::uint8_t* row,
+             Output* output) {
+    if (setjmp(errors->leave) != 0) return false;
+    jpeg_create_compress(jpeg);
+    jpeg_mem_dest(jpeg, &output->bytes, &output->length);
+    jpeg->image_width = static_cast<JDIMENSION>(pixels.width);
+    jpeg->image_height = static_cast<JDIMENSION>(pixels.height);
+    jpeg->input_components = 3;
+    jpeg->in_color_space = JCS_RGB;
+    jpeg_set_defaults(jpeg);
+    jpeg_set_quality(jpeg, static_cast<int>(std::lround(quality * 100)), TRUE);
+    jpeg_start_compress(jpeg, TRUE);
+    for (std::size_t y = 0; y < pixels.height; ++y) {
+        RowOnWhite(pixels, y, row);
+        jpeg_write_scanlines(jpeg, &row, 1);
+    }
+    jpeg_finish_compress(jpeg);
+    return true;
+}
+
+}  // namespace
+
+bool EncodeJPEG(const Pixels& pixels, double quality, EncodedFile* file) {
+    if (pixels.width > JPEG_MAX_DIMENSION || pixels.height > JPEG_MAX_DIMENSION) return false;
+    ErrorManager errors = {};
+    jpeg_compress_struct jpeg = {};
+    jpeg.err = jpeg_std_error(&errors.base);
+    errors.base.error_exit = Fail;
+    errors.base.emit_message = Warn;
+    errors.base.output_message = Ignore;
+    Output output = {nullptr, 0};
+    auto* row = static_cast<std::uint8_t*>(std::malloc(pixels.width * 3));
+    // The comparison also takes a quality that is no number for the smallest.
+    const double clamped = quality > 0 ? std::min(quality, 1.0) : 0;
+    const bool complete = row != nullptr && Guarded(&jpeg, &errors, pixels, clamped, row, &output);
+    jpeg_destroy_compress(&jpeg);
+    std::free(row);
+    *file = {output.bytes, output.length};
+    return complete;
+}
+
+}  // namespace image_io
