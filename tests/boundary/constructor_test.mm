@@ -2,11 +2,11 @@
 // their place.
 
 #import <CoreImage/CoreImage.h>
-#include <objc/runtime.h>
 
 #include "tests/boundary/boundary_test.h"
 #include "tests/boundary/catalogue.h"
 #include "tests/boundary/recording_objects.h"
+#include "tests/boundary/replaced_method.h"
 
 namespace {
 
@@ -58,30 +58,21 @@ TEST_F(ConstructorTest, SecondCallRaisesAndKeepsTheFilter) {
     EXPECT_EQ(host.raised[0].encoding, 0x600u);
 }
 
+RecordingObject* madeByFactory = nil;
+
+id FilterWithName(id, SEL, NSString* name) {
+    RecordingHost::Current().Log(std::string("[CIFilter filterWithName:") + [name UTF8String] + "]");
+    return madeByFactory;
+}
+
 // +[CIFilter filterWithName:] as the test wants it, while it lives.
-class ReplacedFilterFactory {
+class ReplacedFilterFactory : ReplacedMethod {
   public:
-    explicit ReplacedFilterFactory(RecordingObject* answer) {
-        answer_ = answer;
-        Method method = class_getClassMethod([CIFilter class], @selector(filterWithName:));
-        usual_ = method_setImplementation(method, reinterpret_cast<IMP>(&FilterWithName));
+    explicit ReplacedFilterFactory(RecordingObject* answer)
+        : ReplacedMethod([CIFilter class], @selector(filterWithName:), reinterpret_cast<IMP>(&FilterWithName)) {
+        madeByFactory = answer;
     }
-    ~ReplacedFilterFactory() {
-        method_setImplementation(class_getClassMethod([CIFilter class], @selector(filterWithName:)), usual_);
-    }
-    ReplacedFilterFactory(const ReplacedFilterFactory&) = delete;
-
-  private:
-    static id FilterWithName(id, SEL, NSString* name) {
-        RecordingHost::Current().Log(std::string("[CIFilter filterWithName:") + [name UTF8String] + "]");
-        return answer_;
-    }
-
-    static RecordingObject* answer_;
-    IMP usual_;
 };
-
-RecordingObject* ReplacedFilterFactory::answer_ = nil;
 
 TEST_F(ConstructorTest, AsksForTheFilterRetainsStoresAndSetsDefaultsInThisOrder) {
     RecordingObject* filter = [RecordingObject named:"filter"];

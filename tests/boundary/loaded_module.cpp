@@ -1,23 +1,63 @@
-// loaded_module.cpp - copies a module to a name of its own, loads it, and removes the copy.
+// loaded_module.cpp - loads a module, and remembers its data as they were then.
 
 #include "tests/boundary/loaded_module.h"
 
 #include <dlfcn.h>
-#include <unistd.h>
+#include <link.h>
 
-#include <filesystem>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <map>
 #include <stdexcept>
+#include <vector>
 
 #include "tests/boundary/recording_host.h"
 
+namespace {
+
+// The bytes of one section of a loaded module, as they were after loading.
+struct Section {
+    unsigned char* address;
+    std::vector<unsigned char> bytes;
+};
+
+struct Loaded {
+    void* handle = nullptr;
+    std::vector<Section> data;
+};
+
+// The module's own variables. Named sections, so that what a tool adds (counters of a coverage build, say) stays.
+std::vector<Section> DataOf(const std::string& path, void* handle) {
+    std::ifstream stream(path, std::ios::binary);
+    const std::vector<char> file{std::istreambuf_iterator<char>(stream), {}};
+    link_map* map = nullptr;
+    dlinfo(handle, RTLD_DI_LINKMAP, &map);
+    const auto* header = reinterpret_cast<const ElfW(Ehdr)*>(file.data());
+    const auto* sections = reinterpret_cast<const ElfW(Shdr)*>(file.data() + header->e_shoff);
+    const char* names = file.data() + sections[header->e_shstrndx].sh_offset;
+    std::vector<Section> data;
+    for (int i = 0; i < header->e_shnum; ++i) {
+        const char* name = names + sections[i].sh_name;
+        if (std::strcmp(name, ".data") != 0 && std::strcmp(name, ".bss") != 0) continue;
+        auto* address = reinterpret_cast<unsigned char*>(map->l_addr + sections[i].sh_addr);
+        data.push_back({address, {address, address + sections[i].sh_size}});
+    }
+    return data;
+}
+
+}  // namespace
+
 LoadedModule::LoadedModule(const std::string& path) {
-    static int number = 0;
-    const std::filesystem::path copy = std::filesystem::temp_directory_path() /
-                                       ("module-" + std::to_string(getpid()) + "-" + std::to_string(++number) + ".so");
-    std::filesystem::copy_file(path, copy);
-    handle_ = dlopen(copy.c_str(), RTLD_NOW | RTLD_LOCAL);
-    std::filesystem::remove(copy);
-    if (handle_ == nullptr) throw std::runtime_error(dlerror());
+    static std::map<std::string, Loaded> known;
+    Loaded& loaded = known[path];
+    if (loaded.handle == nullptr) {
+        loaded.handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+        if (loaded.handle == nullptr) throw std::runtime_error(dlerror());
+        loaded.data = DataOf(path, loaded.handle);
+    }
+    for (const Section& section : loaded.data) std::memcpy(section.address, section.bytes.data(), section.bytes.size());
+    handle_ = loaded.handle;
 }
 
 void LoadedModule::Enter() const { Find<void(ZEVAresolver)>("ZEVAPluginMain")(&RecordingHost::Resolve); }

@@ -1,7 +1,8 @@
 // loaded_module.h - a built module, loaded as a host loads it.
 //
-// Every load is a fresh one: the module's slots, versions and records begin as they were linked, whatever earlier tests
-// did. To that end the file is copied under a new name first. A module is never unloaded; the process is short.
+// Every LoadedModule begins as the module was linked: its slots, versions and records know nothing of earlier tests. The file is
+// loaded once per process and never unloaded (the Objective-C runtime keeps pointers into it); its data is put back instead.
+// For the same reason there is one LoadedModule of a file at a time.
 
 #pragma once
 
@@ -11,7 +12,7 @@
 
 class LoadedModule {
   public:
-    // Loads a copy of the file; the test ends with a message when that fails.
+    // Loads the file, or puts its data back to where they were after loading. Throws with a message when it cannot be loaded.
     explicit LoadedModule(const std::string& path);
 
     // Calls the module's entry point with the resolver of the recording host.
