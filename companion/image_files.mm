@@ -81,9 +81,9 @@ NSString* ObstacleToWriting(NSString* path) {
 NSString* WriteImageFile(NSString* path, CGImageRef image) {
     CGImageDestinationRef destination = CGImageDestinationCreateWithURL(
         reinterpret_cast<CFURLRef>(URLFor(path)), reinterpret_cast<CFStringRef>(TypeForSuffix(path)), 1, nullptr);
-    if (destination == nullptr) return @"the file cannot be written";
+    if (destination == nullptr) return @"writing failed";
     CGImageDestinationAddImage(destination, image, nullptr);
     const bool isWritten = CGImageDestinationFinalize(destination);
     CFRelease(destination);
-    return isWritten ? nil : @"the file could not be written";
+    return isWritten ? nil : @"writing failed";
 }

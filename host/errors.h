@@ -5,6 +5,7 @@
 
 #pragma once
 
+#include <memory>
 #include <stdexcept>
 #include <string>
 
@@ -26,10 +27,13 @@ class HostError : public std::runtime_error {
     std::string problem_;
 };
 
-// A raised host exception with the text of its object, which it keeps alive. what() is "class: message".
+// A raised host exception: its object and the object's text. what() is "class: message".
+//
+// Copies share the reference to the object. An exception that outlives the Host, as one does that nobody inside catches, keeps the
+// text and loses the object.
 class HostException : public std::runtime_error {
   public:
-    HostException(ObjectReference object, const std::string& className, const std::string& message,
+    HostException(std::shared_ptr<ObjectReference> object, const std::string& className, const std::string& message,
                   std::int32_t errorNumber)
         : std::runtime_error(message.empty() ? className : className + ": " + message),
           object_(std::move(object)),
@@ -37,13 +41,13 @@ class HostException : public std::runtime_error {
           message_(message),
           errorNumber_(errorNumber) {}
 
-    const ObjectReference& Object() const { return object_; }
+    const ObjectReference& Object() const { return *object_; }
     const std::string& ClassName() const { return className_; }
     const std::string& Message() const { return message_; }
     std::int32_t ErrorNumber() const { return errorNumber_; }
 
   private:
-    ObjectReference object_;
+    std::shared_ptr<ObjectReference> object_;
     std::string className_;
     std::string message_;
     std::int32_t errorNumber_;

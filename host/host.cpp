@@ -58,6 +58,12 @@ const Member& MethodOf(const Class& isa, std::string_view name, const Member* fo
     return *found;
 }
 
+// The class of an object whose member is wanted, or the error that says that there is no object.
+const Class& ClassOf(const ZEVAobjectStruct* object, std::string_view member) {
+    if (object == nullptr) throw HostError("nil." + std::string(member), "there is no object");
+    return *object->isa;
+}
+
 std::string CountText(std::size_t count) { return std::to_string(count) + (count == 1 ? " argument" : " arguments"); }
 
 }  // namespace
@@ -71,6 +77,9 @@ Host::Host(HostOptions options) : options_(WithDefaults(std::move(options))), cl
 
 Host::~Host() {
     pending_ = {};
+    for (const auto& thrown : thrown_) {
+        if (const auto object = thrown.lock()) *object = {};
+    }
     if (liveObjects_ != 0 || liveStrings_ != 0) {
         Report("host: " + std::to_string(liveObjects_) + " objects and " + std::to_string(liveStrings_) +
                " strings are still referenced at its end, they are never freed");
@@ -117,25 +126,26 @@ ObjectReference Host::Construct(std::string_view className, std::span<const Valu
 }
 
 Value Host::Get(ZEVAobjectStruct* object, std::string_view property) {
-    const Member& member = PropertyOf(*object->isa, property);
+    const Member& member = PropertyOf(ClassOf(object, property), property);
     return CallFunction(member.function, member.interface, object, nullptr);
 }
 
 void Host::Set(ZEVAobjectStruct* object, std::string_view property, const Value& value) {
-    const Member& member = PropertyOf(*object->isa, property);
+    const Class& isa = ClassOf(object, property);
+    const Member& member = PropertyOf(isa, property);
     if (member.setter == nullptr) {
-        throw HostError(Subject(*object->isa, property), "the property is read-only, it keeps its value");
+        throw HostError(Subject(isa, property), "the property is read-only, it keeps its value");
     }
     std::optional<Argument> argument = ArgumentFor(member.declaration.result, value);
     if (!argument) {
-        throw HostError(Subject(*object->isa, property), "expected " + member.declaration.result.word + ", got " +
-                                                             Describe(value) + ", the property keeps its value");
+        throw HostError(Subject(isa, property), "expected " + member.declaration.result.word + ", got " +
+                                                    Describe(value) + ", the property keeps its value");
     }
     CallFunction(member.setter, member.setInterface, object, &*argument);
 }
 
 Value Host::Call(ZEVAobjectStruct* object, std::string_view method, std::span<const Value> arguments) {
-    const Class& isa = *object->isa;
+    const Class& isa = ClassOf(object, method);
     const Member& member = MethodOf(isa, method, isa.FindMember(method), &Class::Members);
     return CallMember(Subject(isa, method), member, object, arguments);
 }
@@ -200,7 +210,10 @@ void Host::Throw(ObjectReference exception) {
         if (const auto* string = std::get_if<StringReference>(&text)) message = (*string)->bytes;
         errorNumber = std::get<std::int32_t>(Get(exception.Get(), "ErrorNumber"));
     }
-    throw HostException(std::move(exception), isa.Name(), message, errorNumber);
+    std::erase_if(thrown_, [](const auto& thrown) { return thrown.expired(); });
+    auto shared = std::make_shared<ObjectReference>(std::move(exception));
+    thrown_.push_back(shared);
+    throw HostException(std::move(shared), isa.Name(), message, errorNumber);
 }
 
 void Host::NoteAnnouncedVersion(std::int32_t version) {

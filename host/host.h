@@ -39,7 +39,8 @@ class Host {
     // Registers the built-in classes and becomes the current Host; throws HostError when there is one already.
     explicit Host(HostOptions options = {});
 
-    // Reports objects and strings that are still referenced; giving them back later is an error.
+    // Takes the objects of exceptions that are still on their way. Reports other objects and strings that are referenced; giving
+    // them back later is an error.
     ~Host();
     Host(const Host&) = delete;
     Host& operator=(const Host&) = delete;
@@ -123,8 +124,9 @@ class Host {
     HostOptions options_;
     ClassRegistry classes_;
     std::vector<std::unique_ptr<Module>> modules_;
-    Module* loading_ = nullptr;  // the module whose entry point runs
-    ObjectReference pending_;    // raised and not yet thrown
+    Module* loading_ = nullptr;                           // the module whose entry point runs
+    ObjectReference pending_;                             // raised and not yet thrown
+    std::vector<std::weak_ptr<ObjectReference>> thrown_;  // the objects of thrown exceptions, for the end
     std::int64_t liveObjects_ = 0;
     std::int64_t liveStrings_ = 0;
 };

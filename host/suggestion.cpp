@@ -1,4 +1,4 @@
-// suggestion.cpp - nearness of names: how many letters must be changed, added or left out.
+// suggestion.cpp - nearness of names: how many letters must be changed, added or left out, one for all that is missing at the end.
 
 #include "host/suggestion.h"
 
@@ -14,15 +14,16 @@ char LowerCase(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A'
 std::size_t Distance(std::string_view first, std::string_view second) {
     std::vector<std::size_t> row(second.size() + 1);
     std::iota(row.begin(), row.end(), std::size_t{0});
-    for (std::size_t i = 0; i < first.size(); ++i) {
+    for (const char letter : first) {
         std::size_t diagonal = row[0]++;
         for (std::size_t j = 0; j < second.size(); ++j) {
-            const std::size_t changed = diagonal + (LowerCase(first[i]) != LowerCase(second[j]));
+            const std::size_t changed = diagonal + (LowerCase(letter) != LowerCase(second[j]));
             diagonal = row[j + 1];
             row[j + 1] = std::min({changed, diagonal + 1, row[j] + 1});
         }
     }
-    return row.back();
+    // What is missing at the end costs one at most: "Gausian" is near "GaussianBlur".
+    return std::min(row.back(), *std::min_element(row.begin(), row.end()) + 1);
 }
 
 }  // namespace

@@ -26,6 +26,7 @@ class Steps {
         const auto now = std::chrono::steady_clock::now();
         const std::chrono::duration<double, std::milli> elapsed = now - last_;
         std::printf("%-7s%9.1f ms  %s\n", step, elapsed.count(), what.c_str());
+        std::fflush(stdout);
         last_ = now;
     }
 
@@ -66,17 +67,28 @@ double NumberIn(const std::string& setting, std::string_view text) {
     return number;
 }
 
+// The keys of a filter that take a number, for somebody who named another one.
+std::string NumberKeys(const host::Class& isa) {
+    std::string keys;
+    for (const host::Member& member : isa.Members()) {
+        if (member.setter == nullptr || member.declaration.result.kind != host::TypeKind::kDouble) continue;
+        keys += (keys.empty() ? "" : ", ") + member.declaration.name;
+    }
+    return keys.empty() ? "it takes no numbers" : "it takes " + keys;
+}
+
 // Sets one key of the filter from KEY=VALUE.
 void ApplySetting(Host& session, const ObjectReference& filter, const std::string& setting) {
     const std::size_t sign = setting.find('=');
     if (sign == std::string::npos || sign == 0) throw HostError(setting, "expected KEY=VALUE");
     const std::string key = setting.substr(0, sign);
     const host::Member* member = filter->isa->FindMember(key);
-    if (member != nullptr && member->declaration.result.kind != host::TypeKind::kDouble) {
+    if (member == nullptr) {
+        throw HostError(setting, filter->isa->Name() + " has no key " + key + ", " + NumberKeys(*filter->isa));
+    }
+    if (member->declaration.result.kind != host::TypeKind::kDouble) {
         throw HostError(setting, key + " is a " + member->declaration.result.word + ", only numbers can be given here");
     }
-    // Looked up first, so that an unknown key is named as such whatever its value.
-    if (member == nullptr) return session.Set(filter.Get(), key, {});
     session.Set(filter.Get(), key, NumberIn(setting, std::string_view(setting).substr(sign + 1)));
 }
 
@@ -87,6 +99,10 @@ ObjectReference NewFilter(Host& session, const std::string& name) {
         std::vector<std::string> known;
         for (const host::Class* each : session.Classes().All()) {
             if (std::string shortName = FilterShortName(each->Name()); !shortName.empty()) known.push_back(shortName);
+        }
+        if (known.empty()) {
+            throw HostError("filter " + name, "for host version " + host::NumberText(session.Version()) +
+                                                  " the module registers no filters");
         }
         const std::string wanted = FilterShortName(className);
         throw HostError("filter " + name, "there is no such filter" + host::Suggestion(wanted, known));

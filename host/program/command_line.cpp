@@ -5,6 +5,7 @@
 #include "host/program/command_line.h"
 
 #include <CLI/CLI.hpp>
+#include <cctype>
 #include <cstdio>
 
 #include "host/errors.h"
@@ -22,6 +23,13 @@ void PrintError(std::string text) {
     std::fprintf(stderr, "zeva: %s\n", text.c_str());
 }
 
+// A complaint about the arguments, begun in lower case as all our messages are; the names of options keep theirs.
+std::string UsageText(std::string text) {
+    const bool isSentence = text.size() > 1 && std::isupper(text[0]) != 0 && std::islower(text[1]) != 0;
+    if (isSentence) text[0] = static_cast<char>(std::tolower(text[0]));
+    return text;
+}
+
 // Help that begins with a usage line of our own.
 // Why: the library would write the positional words of "apply" as one list, though they differ in meaning.
 class UsageFormatter : public CLI::Formatter {
@@ -35,21 +43,21 @@ class UsageFormatter : public CLI::Formatter {
 };
 
 // zeva apply FILTER [KEY=VALUE ...] IN -o OUT
-void AddApply(CLI::App& program, ApplyRequest& request, std::vector<std::string>& words) {
+void AddApply(CLI::App& program, ApplyRequest& request) {
     CLI::App* apply = program.add_subcommand("apply", "Applies a filter to a picture.");
     apply->formatter(std::make_shared<UsageFormatter>(
         "Usage: zeva apply FILTER [KEY=VALUE ...] IN -o OUT [--keep-size] [--host-version V]"));
-    apply->add_option("WORDS", words, "filter, numbers for its keys (inputRadius=10), picture (PNG or JPEG)")
+    apply->add_option("FILTER", request.filter, "GaussianBlur, CIGaussianBlur or CIFilterGaussianBlurQOR")->required();
+    apply->add_option("IN", request.settings, "numbers for the filter's keys (inputRadius=10), then a PNG or JPEG")
         ->required()
-        ->expected(2, -1);
+        ->expected(1, -1);
     apply->add_option("-o,--output", request.output, "picture to write; its suffix says PNG or JPEG")->required();
-    apply->add_flag("--keep-size", request.keepSize, "crop the result to the size of the input");
+    apply->add_flag("--keep-size", request.keepSize, "crop the result to the extent of the input");
     apply->add_option("--host-version", request.hostVersion, "version that the modules are told")
         ->capture_default_str();
-    apply->callback([&] {
-        request.filter = words.front();
-        request.settings.assign(words.begin() + 1, words.end() - 1);
-        request.input = words.back();
+    apply->callback([&request] {
+        request.input = request.settings.back();
+        request.settings.pop_back();
         Apply(request);
     });
 }
@@ -58,17 +66,17 @@ void AddApply(CLI::App& program, ApplyRequest& request, std::vector<std::string>
 
 int RunCommandLine(int argumentCount, const char* const* arguments) {
     CLI::App program("Core Image filters on the command line.", "zeva");
-    program.require_subcommand(1);
     ApplyRequest request;
-    std::vector<std::string> words;
-    AddApply(program, request, words);
+    AddApply(program, request);
     try {
         program.parse(argumentCount, arguments);
-        return 0;
+        if (!program.get_subcommands().empty()) return 0;
+        PrintError("no command is given, zeva --help lists them");
+        return kWrongUsage;
     } catch (const CLI::Success& help) {
         return program.exit(help);
     } catch (const CLI::ParseError& error) {
-        PrintError(error.what());
+        PrintError(UsageText(error.what()));
         return kWrongUsage;
     } catch (const host::HostException& exception) {
         PrintError(exception.Message().empty() ? exception.what() : exception.Message());
