@@ -16,18 +16,21 @@ RADIUS ?= 12
 # Without a width named, tests run on both.
 TEST_ABIS := $(if $(filter undefined file,$(origin ABI)),i386 x86_64,$(ABI))
 
-.PHONY: run test clean build-%
+.PHONY: run test clean configure-% build-%
 
-run: build-$(ABI)
+run: configure-$(ABI)
+	@cmake --build --preset $(ABI) --target zeva filters companion -- --quiet
 	@mkdir -p build/run
 	@build/$(ABI)/bin/zeva apply GaussianBlur inputRadius=$(RADIUS) --keep-size "$(PHOTO)" -o build/run/blurred.png
 
 test:
 	@tools/test $(TEST_ABIS)
 
-build-%:
+configure-%:
 	@tools/setup $*
-	@cmake --preset $* $(if $(wildcard build/$*/build.ninja),>build/$*/configure.log)
+	@test -f build/$*/build.ninja || cmake --preset $* --log-level=WARNING
+
+build-%: configure-%
 	@cmake --build --preset $* -- --quiet
 
 clean:
