@@ -1,0 +1,139 @@
+// golden_cases.mm - reads case.json and pictures.
+
+#include "golden_cases.h"
+
+#import <Foundation/Foundation.h>
+#include <ImageIO/ImageIO.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+
+namespace golden {
+namespace {
+
+NSString* String(const std::string& text) { return [NSString stringWithUTF8String:text.c_str()]; }
+
+std::vector<double> Numbers(NSArray* list) {
+    std::vector<double> numbers;
+    for (NSNumber* number in list) numbers.push_back([number doubleValue]);
+    return numbers;
+}
+
+Parameter ReadParameter(id value, const std::string& folder) {
+    Parameter parameter;
+    if ([value isKindOfClass:[NSNumber class]]) {
+        parameter.numbers = {[value doubleValue]};
+    } else if ([value isKindOfClass:[NSArray class]]) {
+        parameter.kind = Parameter::Kind::vector;
+        parameter.numbers = Numbers(value);
+    } else if ([value objectForKey:@"color"] != nil) {
+        parameter.kind = Parameter::Kind::color;
+        parameter.numbers = Numbers([value objectForKey:@"color"]);
+    } else {
+        parameter.kind = Parameter::Kind::image;
+        parameter.imagePath = folder + [[value objectForKey:@"image"] UTF8String];
+    }
+    return parameter;
+}
+
+Step ReadStep(NSDictionary* described, const std::string& folder) {
+    Step step;
+    step.filter = [[described objectForKey:@"filter"] UTF8String];
+    NSDictionary* parameters = [described objectForKey:@"parameters"];
+    for (NSString* key in parameters) {
+        step.parameters[[key UTF8String]] = ReadParameter([parameters objectForKey:key], folder);
+    }
+    return step;
+}
+
+// The steps of a chain. The inputs of the whole case are where its first image is named.
+std::vector<Step> ReadSteps(NSDictionary* described, const std::string& folder) {
+    const Step whole = ReadStep(described, folder);
+    NSArray* chain = [described objectForKey:@"chain"];
+    if (chain == nil) return {whole};
+    std::vector<Step> steps;
+    for (NSDictionary* link in chain) steps.push_back(ReadStep(link, folder));
+    const auto image = whole.parameters.find("inputImage");
+    if (image != whole.parameters.end()) steps.front().parameters.insert(*image);
+    return steps;
+}
+
+std::uint8_t Multiply(std::uint8_t value, std::uint8_t alpha) {
+    return static_cast<std::uint8_t>((value * alpha + 127) / 255);
+}
+
+}  // namespace
+
+std::string Folder() {
+    const char* folder = std::getenv("ZEVA_GOLDEN");
+    return std::string(folder != nullptr ? folder : ZEVA_GOLDEN_FOLDER) + "/";
+}
+
+bool IsPresent() { return [[NSFileManager defaultManager] fileExistsAtPath:String(Folder())]; }
+
+std::optional<Case> ReadCase(const std::string& name) {
+    const std::string folder = Folder() + name + "/";
+    NSData* text = [NSData dataWithContentsOfFile:String(folder + "case.json")];
+    NSDictionary* described = text == nil ? nil : [NSJSONSerialization JSONObjectWithData:text options:0 error:nullptr];
+    if (![described isKindOfClass:[NSDictionary class]] || [described objectForKey:@"filter"] == nil)
+        return std::nullopt;
+    const std::vector<double> origin = Numbers([described objectForKey:@"outputOrigin"]);
+    const std::vector<double> size = Numbers([described objectForKey:@"outputSize"]);
+    NSString* output = [described objectForKey:@"output"];
+    if (origin.size() != 2 || size.size() != 2 || output == nil) return std::nullopt;
+    Case read;
+    read.name = name;
+    read.steps = ReadSteps(described, folder);
+    read.isRender = [[described objectForKey:@"kind"] isEqual:@"render"];
+    read.originX = origin[0];
+    read.originY = origin[1];
+    read.width = static_cast<std::size_t>(size[0]);
+    read.height = static_cast<std::size_t>(size[1]);
+    read.outputPath = folder + [output UTF8String];
+    return read;
+}
+
+std::optional<Picture> PictureOfFile(const std::string& path) {
+    CGImageSourceRef source = CGImageSourceCreateWithURL((CFURLRef)[NSURL fileURLWithPath:String(path)], nullptr);
+    if (source == nullptr) return std::nullopt;
+    CGImageRef image = CGImageSourceCreateImageAtIndex(source, 0, nullptr);
+    std::optional<Picture> picture = PictureOfImage(image);
+    CGImageRelease(image);
+    CFRelease(source);
+    return picture;
+}
+
+std::optional<Picture> PictureOfImage(CGImageRef image) {
+    if (image == nullptr) return std::nullopt;
+    Picture picture;
+    picture.width = CGImageGetWidth(image);
+    picture.height = CGImageGetHeight(image);
+    const bool isStraight = CGImageGetAlphaInfo(image) == kCGImageAlphaLast;
+    NSData* data = [(NSData*)CGDataProviderCopyData(CGImageGetDataProvider(image)) autorelease];
+    const auto* bytes = static_cast<const std::uint8_t*>([data bytes]);
+    for (std::size_t y = 0; y < picture.height; ++y) {
+        const std::uint8_t* row = bytes + y * CGImageGetBytesPerRow(image);
+        picture.pixels.insert(picture.pixels.end(), row, row + picture.width * 4);
+    }
+    for (std::size_t index = 0; isStraight && index < picture.pixels.size(); index += 4) {
+        std::uint8_t* pixel = &picture.pixels[index];
+        for (int channel = 0; channel < 3; ++channel) pixel[channel] = Multiply(pixel[channel], pixel[3]);
+    }
+    return picture;
+}
+
+std::optional<Difference> Compare(const Picture& first, const Picture& second) {
+    if (first.width != second.width || first.height != second.height) return std::nullopt;
+    Difference difference;
+    double squares = 0;
+    for (std::size_t index = 0; index < first.pixels.size(); ++index) {
+        const double apart = std::abs(static_cast<double>(first.pixels[index]) - second.pixels[index]);
+        difference.largest = std::max(difference.largest, apart);
+        squares += apart * apart;
+    }
+    difference.rms = std::sqrt(squares / static_cast<double>(std::max<std::size_t>(first.pixels.size(), 1)));
+    return difference;
+}
+
+}  // namespace golden

@@ -1,0 +1,107 @@
+// golden_cases_test.mm - the reader of reference renders, over cases written for the test.
+
+#include "golden_cases.h"
+
+#import <Foundation/Foundation.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+
+namespace {
+
+// A folder of cases that lives as long as a test.
+class GoldenCasesTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        folder_ = [[NSTemporaryDirectory()
+            stringByAppendingPathComponent:[[NSProcessInfo processInfo] globallyUniqueString]] retain];
+        const char* before = std::getenv("ZEVA_GOLDEN");
+        before_ = before != nullptr ? before : "";
+        setenv("ZEVA_GOLDEN", [folder_ UTF8String], /*overwrite=*/1);
+    }
+
+    void TearDown() override {
+        [[NSFileManager defaultManager] removeFileAtPath:folder_ handler:nil];
+        [folder_ release];
+        before_.empty() ? unsetenv("ZEVA_GOLDEN") : setenv("ZEVA_GOLDEN", before_.c_str(), /*overwrite=*/1);
+    }
+
+    void Write(NSString* name, NSString* text) {
+        NSString* folder = [folder_ stringByAppendingPathComponent:name];
+        [[NSFileManager defaultManager] createDirectoryAtPath:folder
+                                  withIntermediateDirectories:YES
+                                                   attributes:nil
+                                                        error:nullptr];
+        [text writeToFile:[folder stringByAppendingPathComponent:@"case.json"] atomically:NO];
+    }
+
+  private:
+    NSString* folder_;
+    std::string before_;
+};
+
+golden::Picture PictureOf(std::size_t width, std::size_t height, std::vector<std::uint8_t> pixels) {
+    return {width, height, std::move(pixels)};
+}
+
+TEST_F(GoldenCasesTest, FolderThatIsNotThereIsReported) {
+    EXPECT_FALSE(golden::IsPresent());
+    Write(@"Any-1", @"{}");
+    EXPECT_TRUE(golden::IsPresent());
+}
+
+TEST_F(GoldenCasesTest, ReadsEveryKindOfParameter) {
+    Write(@"Some-1", @"{\"filter\": \"CISome\", \"kind\": \"render\", \"output\": \"out.png\", \"outputSize\": [3, 2],"
+                     @"\"outputOrigin\": [-4, 5], \"parameters\": {\"inputRadius\": 2.5, \"inputCenter\": [1, 2],"
+                     @"\"inputColor\": {\"color\": [0.5, 0, 1, 1]}, \"inputImage\": {\"image\": \"../in.png\"}}}");
+    const std::optional<golden::Case> read = golden::ReadCase("Some-1");
+    ASSERT_TRUE(read.has_value());
+    EXPECT_TRUE(read->isRender);
+    EXPECT_EQ(read->originX, -4);
+    EXPECT_EQ(read->originY, 5);
+    EXPECT_EQ(read->width, 3u);
+    EXPECT_EQ(read->height, 2u);
+    EXPECT_EQ(read->outputPath, golden::Folder() + "Some-1/out.png");
+    ASSERT_EQ(read->steps.size(), 1u);
+    EXPECT_EQ(read->steps[0].filter, "CISome");
+    const auto& parameters = read->steps[0].parameters;
+    ASSERT_EQ(parameters.size(), 4u);
+    EXPECT_EQ(parameters.at("inputRadius").numbers, std::vector<double>{2.5});
+    EXPECT_EQ(parameters.at("inputCenter").kind, golden::Parameter::Kind::vector);
+    EXPECT_EQ(parameters.at("inputColor").kind, golden::Parameter::Kind::color);
+    EXPECT_EQ(parameters.at("inputColor").numbers.size(), 4u);
+    EXPECT_EQ(parameters.at("inputImage").imagePath, golden::Folder() + "Some-1/../in.png");
+}
+
+TEST_F(GoldenCasesTest, FirstStepOfAChainGetsTheImageOfTheCase) {
+    Write(@"Chain-1", @"{\"filter\": \"A\", \"output\": \"o\", \"outputSize\": [1, 1], \"outputOrigin\": [0, 0],"
+                      @"\"parameters\": {\"inputImage\": {\"image\": \"i\"}},"
+                      @"\"chain\": [{\"filter\": \"A\", \"parameters\": {\"inputEV\": 1}}, {\"filter\": \"B\"}]}");
+    const std::optional<golden::Case> read = golden::ReadCase("Chain-1");
+    ASSERT_TRUE(read.has_value());
+    ASSERT_EQ(read->steps.size(), 2u);
+    EXPECT_EQ(read->steps[0].parameters.size(), 2u);
+    EXPECT_EQ(read->steps[1].filter, "B");
+    EXPECT_TRUE(read->steps[1].parameters.empty());
+}
+
+TEST_F(GoldenCasesTest, BrokenAndMissingCasesAreEmpty) {
+    Write(@"Broken-1", @"{\"filter\": ");
+    Write(@"Bare-1", @"{\"filter\": \"A\"}");
+    EXPECT_FALSE(golden::ReadCase("Broken-1").has_value());
+    EXPECT_FALSE(golden::ReadCase("Bare-1").has_value());
+    EXPECT_FALSE(golden::ReadCase("Absent-1").has_value());
+}
+
+TEST(GoldenCompareTest, MeasuresRootMeanSquareAndLargest) {
+    const golden::Picture first = PictureOf(1, 2, {0, 0, 0, 0, 10, 10, 10, 10});
+    const golden::Picture second = PictureOf(1, 2, {0, 0, 0, 0, 10, 14, 10, 7});
+    const std::optional<golden::Difference> difference = golden::Compare(first, second);
+    ASSERT_TRUE(difference.has_value());
+    EXPECT_EQ(difference->largest, 4);
+    EXPECT_DOUBLE_EQ(difference->rms, std::sqrt(25.0 / 8));
+    EXPECT_FALSE(golden::Compare(first, PictureOf(2, 1, second.pixels)).has_value());
+}
+
+}  // namespace
