@@ -95,13 +95,11 @@ TEST_F(AttributeTest, RefusedInstanceReadsAsNullAndRetainsNothing) {
 }
 
 TEST_F(AttributeTest, ExceptionGoesThroughUncaughtAndUnlogged) {
-    for (RecordingObject* raising : {filter, attributes}) {
-        raising->raisingMessage = raising == filter ? "attributes" : "objectForKey:";
-        raising->raised = [NSException exceptionWithName:@"SomeException" reason:@"no" userInfo:nil];
+    for (const char* line : {"[filter attributes]", "[attributes objectForKey:inputRadius]"}) {
+        host.messageFaults = {{line, Raise::kNSException}};
         host.TakeLog();
-        EXPECT_EQ(ThrownBy([&] { Read(); }), raising->raised);
-        for (const std::string& line : host.TakeLog()) EXPECT_EQ(line.rfind("NSLog", 0), std::string::npos) << line;
-        raising->raisingMessage = nullptr;
+        EXPECT_EQ(ThrownBy([&] { Read(); }), TheException());
+        for (const std::string& said : host.TakeLog()) EXPECT_EQ(said.rfind("NSLog", 0), std::string::npos) << said;
     }
     EXPECT_TRUE(host.raised.empty());
 }

@@ -99,11 +99,10 @@ TEST_F(ConstructorTest, UnknownFilterNameLeavesNoFilterSilentlyAndALaterCallTrie
 
 TEST_F(ConstructorTest, ExceptionFromSetDefaultsGoesThroughUncaughtAndTheFilterIsStored) {
     RecordingObject* filter = [RecordingObject named:"filter"];
-    filter->raisingMessage = "setDefaults";
-    filter->raised = [NSException exceptionWithName:@"SomeException" reason:@"no" userInfo:nil];
+    host.messageFaults["[filter setDefaults]"] = Raise::kNSException;
     ReplacedFilterFactory factory(filter);
     auto* construct = Getter<Constructor>("CIFilterBloomQOR", "Constructor");
-    EXPECT_EQ(ThrownBy([&] { construct(&object); }), filter->raised);
+    EXPECT_EQ(ThrownBy([&] { construct(&object); }), TheException());
     EXPECT_EQ(object.fields[0], reinterpret_cast<ZEVAword>(filter));
     EXPECT_TRUE(host.raised.empty());
 }

@@ -1,14 +1,13 @@
 // conversation.h - what a call into the module must say, to the host and to Objective-C objects, told a second time.
 //
-// Every bridge routine, the constructor's refusal and RaiseException stand here once more as plain functions that only
-// write down what is asked of whom, in order, and what comes out. Whatever service is missing, refuses or comes late, and
-// whichever message raises, the module must come to the same log, the same outcome and the same reference counts.
+// Every bridge routine, the constructor and the raising of an exception stand here once more as plain functions that only write
+// down who is asked for what, in order, and what comes of it. Whichever service is missing, refuses or comes late, and whichever
+// message raises, the module must come to the same log, the same outcome and the same reference counts.
 //
-// Adding a routine: a function of Script, and a row in the list of scenarios in conversation.mm.
+// Adding a routine: a function in conversation.cpp, its row in Scenarios(), and how to call it in conversation_test.mm.
 
 #pragma once
 
-#include <functional>
 #include <map>
 #include <set>
 #include <string>
@@ -16,36 +15,53 @@
 
 #include "tests/boundary/recording_host.h"
 
-// What a message raises.
-enum class Raise { kNothing, kNSException, kOtherObject, kForeign };
-
-// What leaves the call in the end.
-enum class Outcome { kReturns, kThrowsObject, kThrowsForeign };
-
-// The faults of one run: those of the host's services, and one message that raises.
+// The faults of one run.
 struct Faults {
     std::map<std::string, RecordingHost::Fault> services;
-    std::string raisingMessage;  // as it stands in the log, without its arguments: "[filter valueForKey:"
-    Raise raise = Raise::kNothing;
+    std::map<std::string, Raise> messages;  // by log line: "[filter valueForKey:inputRadius]"
 };
 
-// What must come out of one call.
+// What leaves a call in the end, and what it leaves behind.
 struct Expected {
     std::vector<std::string> log;
-    Outcome outcome = Outcome::kReturns;
-    bool hasResult = false;     // the call answers something other than null or 0
-    int blockReferences = 0;    // of the MemoryBlock written, after the call
-    int valueReferences = 1;    // of the Objective-C value read, after the call
-    int objectReferences = 0;   // of all host objects that the call made, together
+    Raise thrown = Raise::kNothing;
+    bool answers = false;     // something other than null or 0
+    int valueReferences = 1;  // of the Objective-C value that is read
+    int blockReferences = 1;  // of the MemoryBlock that is written
+    int madeReferences = 0;   // of all objects and blocks that the host made in the call, together
+};
+
+// A call, told: it writes what it says into the expectation, with the faults at work.
+class Script {
+  public:
+    explicit Script(const Faults& faults) : faults_(faults) {}
+
+    // A service is asked for by name, once it is needed and until it is found.
+    bool Has(const std::string& service);
+
+    // A service is asked for and called; false when it is missing or fails.
+    bool Call(const std::string& service, const std::string& arguments);
+
+    // A message is sent; it raises where the faults say so.
+    void Send(const std::string& line);
+
+    Expected expected;
+
+  private:
+    const Faults& faults_;
+    std::set<std::string> bound_;
+    std::map<std::string, int> lookups_;
+    std::map<std::string, int> calls_;
 };
 
 // One way to call into the module.
 struct Scenario {
-    std::string name;
-    std::function<Expected(const Faults&)> expect;
-    std::vector<std::string> services;  // every service that the call can reach
-    std::vector<std::string> messages;  // every message of it that can raise
+    const char* name;
+    void (*tell)(Script& script);
 };
 
 // All of them.
 const std::vector<Scenario>& Scenarios();
+
+// The expectation of a scenario under the faults.
+Expected Expect(const Scenario& scenario, const Faults& faults);

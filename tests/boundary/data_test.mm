@@ -179,8 +179,7 @@ TEST_F(DataTest, ObjectWithoutFilterIgnoresWritesAndLocksNothing) {
 }
 
 TEST_F(DataTest, ExceptionFromTheFilterComesAfterTheBlockIsUnlocked) {
-    filter->raisingMessage = "setValue:forKey:";
-    filter->raised = [NSException exceptionWithName:@"SomeException" reason:@"no" userInfo:nil];
+    host.messageFaults["[filter setValue:forKey:<7778797a>, inputCubeData]"] = Raise::kNSException;
     ZEVAmemoryBlockStruct* block = BlockOf("wxyz");
     Write(block);
     EXPECT_EQ(block->object.references, 1);

@@ -103,8 +103,7 @@ TEST_F(NumberTest, ValueThatIsNoNumberRaisesOnceAndReadsAsZero) {
 }
 
 TEST_F(NumberTest, ExceptionOnWritingIsRaisedInTheHost) {
-    filter->raisingMessage = "setValue:forKey:";
-    filter->raised = [NSException exceptionWithName:@"SomeException" reason:@"no" userInfo:nil];
+    host.messageFaults["[filter setValue:forKey:1, inputRadius]"] = Raise::kNSException;
     Write(1);
     EXPECT_EQ(host.raised.size(), 1u);
 }

@@ -57,6 +57,9 @@ struct RaisedException {
     std::uint32_t encoding = 0;
 };
 
+// What a message of a recording object raises.
+enum class Raise { kNothing, kNSException, kOtherObject, kForeign };
+
 class RecordingHost {
   public:
     // How one service behaves, beside working.
@@ -83,11 +86,12 @@ class RecordingHost {
     ZEVAobjectStruct* NewObject(const char* className);
     ZEVAmemoryBlockStruct* NewBlock(std::int32_t size);
 
-    std::optional<double> version = 2013.03;  // none: the host has no version getter
-    std::map<std::string, Fault> faults;      // by entry name
-    std::vector<std::string> unknownClasses;  // names that PluginNewInstance refuses
-    bool setsCoreFoundationTag = true;        // whether the wrapper family's constructor does its part
-    bool blocksHaveBytes = true;              // whether memoryBlockGetPtr finds anything
+    std::optional<double> version = 2013.03;     // none: the host has no version getter
+    std::map<std::string, Fault> faults;         // by entry name
+    std::map<std::string, Raise> messageFaults;  // by log line: "[filter valueForKey:inputRadius]"
+    std::vector<std::string> unknownClasses;     // names that PluginNewInstance refuses
+    bool setsCoreFoundationTag = true;           // whether the wrapper family's constructor does its part
+    bool blocksHaveBytes = true;                 // whether memoryBlockGetPtr finds anything
 
     std::vector<std::int32_t> announcedVersions;
     std::vector<RegisteredClass> classes;

@@ -13,20 +13,25 @@
 // Log lines: "[filter valueForKey:inputRadius]", with the object's own name in front.
 @interface RecordingObject : NSObject {
   @public
-    const char* name;            // how the log calls it
-    id answer;                   // what valueForKey:, objectForKey: and attributes answer; not retained
-    double number;               // what doubleValue answers
-    const void* dataBytes;       // what bytes answers
-    NSUInteger dataLength;       // what length answers
-    BOOL isDictionary;           // what isKindOfClass: answers for NSDictionary
-    id received;                 // what setValue:forKey: was given last; not retained
-    NSUInteger references;       // retains less releases, 1 when made
-    const char* raisingMessage;  // the message that raises, or null
-    id raised;                   // what it raises: any object; null: a C++ exception, a foreign one
+    const char* name;       // how the log calls it
+    id answer;              // what valueForKey:, objectForKey: and attributes answer; not retained
+    double number;          // what doubleValue answers
+    const void* dataBytes;  // what bytes answers
+    NSUInteger dataLength;  // what length answers
+    BOOL isDictionary;      // what isKindOfClass: answers for NSDictionary
+    id received;            // what setValue:forKey: was given last; not retained
+    NSUInteger references;  // retains less releases, 1 when made
 }
 
 + (RecordingObject*)named:(const char*)name;
 @end
+
+// Writes a message down, and raises where the host's faults say so.
+void Say(const std::string& line);
+
+// What is raised: an NSException with the name "SomeException", the reason "a reason" and some user info; and an object that is none.
+NSException* TheException();
+id TheOtherObject();
 
 // A filter object of the tests that holds the filter: what a constructor would have left.
 ZEVAobjectStruct MakeFilterObject(id filter);

@@ -21,12 +21,8 @@ std::string Text(id object) { return object != nil ? [[object description] UTF8S
     return object;
 }
 
-// Writes the message down, and raises where it is the one to raise.
 - (void)record:(const char*)message with:(const std::string&)arguments {
-    RecordingHost::Current().Log(std::string("[") + name + " " + message + arguments + "]");
-    if (raisingMessage == nullptr || std::string(raisingMessage) != message) return;
-    if (raised == nil) ThrowForeign();
-    @throw raised;
+    Say(std::string("[") + name + " " + message + arguments + "]");
 }
 
 - (id)valueForKey:(NSString*)key {
@@ -64,6 +60,11 @@ std::string Text(id object) { return object != nil ? [[object description] UTF8S
     return dataBytes;
 }
 
+- (id)initWithBytes:(const void*)bytes length:(NSUInteger)length {
+    [self record:"initWithBytes:length:" with:std::string(static_cast<const char*>(bytes), length)];
+    return self;
+}
+
 - (NSUInteger)length {
     [self record:"length" with:""];
     return dataLength;
@@ -71,7 +72,7 @@ std::string Text(id object) { return object != nil ? [[object description] UTF8S
 
 - (BOOL)isKindOfClass:(Class)wanted {
     [self record:"isKindOfClass:" with:class_getName(wanted)];
-    return isDictionary && wanted == [NSDictionary class];
+    return isDictionary && wanted == objc_getClass("NSDictionary");
 }
 
 - (id)retain {
@@ -95,6 +96,29 @@ std::string Text(id object) { return object != nil ? [[object description] UTF8S
 }
 
 @end
+
+void Say(const std::string& line) {
+    RecordingHost& host = RecordingHost::Current();
+    host.Log(line);
+    const auto fault = host.messageFaults.find(line);
+    if (fault == host.messageFaults.end()) return;
+    if (fault->second == Raise::kForeign) ThrowForeign();
+    if (fault->second == Raise::kNSException) @throw TheException();
+    if (fault->second == Raise::kOtherObject) @throw TheOtherObject();
+}
+
+NSException* TheException() {
+    static NSException* exception = [[NSException alloc] initWithName:@"SomeException"
+                                                               reason:@"a reason"
+                                                             userInfo:[NSDictionary dictionaryWithObject:@"v"
+                                                                                                  forKey:@"k"]];
+    return exception;
+}
+
+id TheOtherObject() {
+    static id object = [[NSObject alloc] init];
+    return object;
+}
 
 ZEVAobjectStruct MakeFilterObject(id filter) {
     ZEVAobjectStruct object = {};
