@@ -95,20 +95,17 @@ const Module& Host::LoadModule(const std::filesystem::path& path) {
     module->path = path;
     const std::size_t classesBefore = classes_.All().size();
     loading_ = module.get();
-    Scoped([&] { entryPoint(ResolveService); });
+    ObjectReference raised = RaisedBy([&] { entryPoint(ResolveService); });
     loading_ = nullptr;
     module->classes.assign(classes_.All().begin() + static_cast<std::ptrdiff_t>(classesBefore), classes_.All().end());
     modules_.push_back(std::move(module));
-    if (pending_) Throw(std::exchange(pending_, {}));
+    Throw(std::move(raised));
     return *modules_.back();
 }
 
 ObjectReference Host::NewInstance(std::string_view className) {
-    const Class& isa = classes_.Linked(className);
-    ObjectReference outer = std::exchange(pending_, {});
-    ObjectReference object = NewObject(isa);
-    ObjectReference raised = std::exchange(pending_, std::move(outer));
-    if (raised) Throw(std::move(raised));
+    ObjectReference object = NewObject(classes_.Linked(className));
+    Throw(RaisedBy([&] { Initialize(object.Get()); }));
     return object;
 }
 
@@ -177,12 +174,8 @@ Value Host::CallMember(const std::string& subject, const Member& member, ZEVAobj
 
 Value Host::CallFunction(ZEVAentry function, const CallInterface& interface, ZEVAobjectStruct* receiver,
                          Argument* arguments) {
-    // A call may run inside another one (a module sets a property while it is called): what is pending there stays there.
-    ObjectReference outer = std::exchange(pending_, {});
     Value result;
-    Scoped([&] { result = interface.Call(function, receiver, arguments); });
-    ObjectReference raised = std::exchange(pending_, std::move(outer));
-    if (raised) Throw(std::move(raised));
+    Throw(RaisedBy([&] { result = interface.Call(function, receiver, arguments); }));
     return result;
 }
 
@@ -195,13 +188,8 @@ void Host::Raise(ObjectReference exception) {
     Report(exception->isa->Name() + ": raised while a " + pending_->isa->Name() + " is pending, it is dropped");
 }
 
-void Host::DropPending(const std::string& subject, ObjectReference outer) {
-    ObjectReference raised = std::exchange(pending_, std::move(outer));
-    if (!raised) return;
-    Report(subject + ": its finalize function raised a " + raised->isa->Name() + ", it is dropped");
-}
-
 void Host::Throw(ObjectReference exception) {
+    if (!exception) return;
     const Class& isa = *exception->isa;
     std::string message;
     std::int32_t errorNumber = 0;

@@ -94,19 +94,17 @@ class Host {
     void CountObject(int change) { liveObjects_ += change; }
     void CountString(int change) { liveStrings_ += change; }
 
-    // Runs work, which calls into a module, inside the call scope.
+    // Runs work, which calls into a module and throws nothing, inside the call scope; answers the exception that was raised.
+    //
+    // Calls nest (a module sets a property while it is called): what is pending in the call around this one stays there.
     template <typename Work>
-    void Scoped(Work work) {
-        OpenScope scope(options_.callScope);
-        work();
-    }
-
-    // The same where nobody could take an exception: one that is raised is reported as about the subject, and dropped.
-    template <typename Work>
-    void WithoutRaising(const std::string& subject, Work work) {
+    ObjectReference RaisedBy(Work work) {
         ObjectReference outer = std::exchange(pending_, {});
-        Scoped(work);
-        DropPending(subject, std::move(outer));
+        {
+            OpenScope scope(options_.callScope);
+            work();
+        }
+        return std::exchange(pending_, std::move(outer));
     }
 
   private:
@@ -118,8 +116,8 @@ class Host {
     Value CallMember(const std::string& subject, const Member& member, ZEVAobjectStruct* receiver,
                      std::span<const Value> arguments);
 
-    void DropPending(const std::string& subject, ObjectReference outer);
-    [[noreturn]] void Throw(ObjectReference exception);
+    // Throws what was raised, if anything was.
+    void Throw(ObjectReference exception);
 
     HostOptions options_;
     ClassRegistry classes_;

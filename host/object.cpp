@@ -16,13 +16,13 @@ namespace {
 // The count of an object whose finalize functions run: they may lock and unlock it without ending it a second time.
 constexpr std::int32_t kEnding = std::numeric_limits<std::int32_t>::max() / 2;
 
-void Initialize(const Class& isa, ZEVAobjectStruct* object) {
-    if (isa.Superclass() != nullptr) Initialize(*isa.Superclass(), object);
+void InitializeAs(const Class& isa, ZEVAobjectStruct* object) {
+    if (isa.Superclass() != nullptr) InitializeAs(*isa.Superclass(), object);
     if (isa.InitializeFunction() != nullptr) isa.InitializeFunction()(object);
 }
 
-void Finalize(const Class& isa, ZEVAobjectStruct* object) {
-    for (const Class* each = &isa; each != nullptr; each = each->Superclass()) {
+void Finalize(ZEVAobjectStruct* object) {
+    for (const Class* each = object->isa; each != nullptr; each = each->Superclass()) {
         if (each->FinalizeFunction() != nullptr) each->FinalizeFunction()(object);
     }
 }
@@ -36,12 +36,11 @@ ObjectReference NewObject(const Class& isa) {
     }
     object->isa = &isa;
     object->references = 1;
-    Host& host = Host::Current();
-    host.CountObject(1);
-    auto reference = ObjectReference::Adopt(object);
-    host.Scoped([&] { Initialize(isa, object); });
-    return reference;
+    Host::Current().CountObject(1);
+    return ObjectReference::Adopt(object);
 }
+
+void Initialize(ZEVAobjectStruct* object) { InitializeAs(*object->isa, object); }
 
 void Lock(ZEVAobjectStruct* object) {
     if (object != nullptr) ++object->references;
@@ -51,7 +50,12 @@ void Unlock(ZEVAobjectStruct* object) {
     if (object == nullptr || --object->references > 0) return;
     object->references = kEnding;
     Host& host = Host::Current();
-    host.WithoutRaising(object->isa->Name(), [&] { Finalize(*object->isa, object); });
+    // Whoever gives back a reference could not take an exception.
+    const ObjectReference raised = host.RaisedBy([&] { Finalize(object); });
+    if (raised) {
+        host.Report(object->isa->Name() + ": its finalize function raised a " + raised->isa->Name() +
+                    ", it is dropped");
+    }
     host.CountObject(-1);
     std::free(object);
 }

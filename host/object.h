@@ -23,7 +23,10 @@ static_assert(sizeof(ZEVAobjectStruct) == kZEVAobjectHeaderSize);
 
 namespace host {
 
-// A new object of a class whose superclass is resolved, initialized; throws HostError when there is no memory for it.
+// A new object of a linked class, its data all zero; throws HostError when there is no memory for it.
 ObjectReference NewObject(const Class& isa);
+
+// Runs the initialize functions of a new object.
+void Initialize(ZEVAobjectStruct* object);
 
 }  // namespace host

@@ -51,6 +51,9 @@ class Reference {
     Handle* operator->() const { return handle_; }
     explicit operator bool() const { return handle_ != nullptr; }
 
+    // Whether both refer to the same thing, or both to nothing.
+    friend bool operator==(const Reference& first, const Reference& second) = default;
+
     // Hands the reference to the caller, who now gives it back.
     Handle* Leak() { return std::exchange(handle_, nullptr); }
 

@@ -30,8 +30,8 @@ std::size_t Distance(std::string_view first, std::string_view second) {
 
 std::string Suggestion(std::string_view name, const std::vector<std::string>& known) {
     const std::string* nearest = nullptr;
-    // A third of the letters may be wrong; beyond that a suggestion confuses.
-    std::size_t least = name.size() / 3 + 1;
+    // A third of the letters may be wrong, and two letters changed for each other; beyond that a suggestion confuses.
+    std::size_t least = name.size() / 3 + (name.size() > 3 ? 2 : 1);
     for (const std::string& each : known) {
         const std::size_t distance = Distance(name, each);
         if (distance < least) {

@@ -1,0 +1,168 @@
+// exception_test.cpp - host exceptions: raised by a module, thrown when it has returned.
+
+#include "host/services.h"
+#include "tests/host/host_test.h"
+
+namespace {
+
+using host::HostException;
+using host::ObjectReference;
+using host::Value;
+
+template <typename Function>
+Function* Service(const char* name) {
+    return reinterpret_cast<Function*>(host::ResolveService(name));
+}
+
+// Raises as a module does: makes the object, fills it, hands it over, gives its own reference back.
+void RaiseLikeAModule(const char* className, const char* message, std::int32_t number) {
+    ZEVAobjectStruct* exception = Service<ZEVAobjectStruct*(const char*)>("PluginNewInstance")(className);
+    const auto length = static_cast<std::int32_t>(std::string_view(message).size());
+    auto* text = Service<ZEVAstringStruct*(const char*, std::int32_t)>("ZEVABuildString")(message, length);
+    Service<void(ZEVAstringStruct*, std::uint32_t)>("ZEVASetStringEncoding")(text, host::kEncodingAscii);
+    Service<void(ZEVAobjectStruct*, const char*, ZEVAstringStruct*)>("ZEVASetPropValueString")(exception, "Message",
+                                                                                               text);
+    Service<void(ZEVAobjectStruct*, const char*, std::int32_t)>("ZEVASetPropValueInt")(exception, "ErrorNumber",
+                                                                                       number);
+    Service<void(ZEVAobjectStruct*)>("RuntimeRaiseException")(exception);
+    Service<void(ZEVAobjectStruct*)>("ZEVAUnlockObject")(exception);
+    Service<void(ZEVAstringStruct*)>("ZEVAUnlockString")(text);
+}
+
+double RaiseOnce(ZEVAobjectStruct*) {
+    RaiseLikeAModule("UnsupportedOperationException", "the kettle is empty", 7);
+    return 3;
+}
+double RaiseTwice(ZEVAobjectStruct*) {
+    RaiseLikeAModule("RuntimeException", "first", 1);
+    RaiseLikeAModule("OutOfMemoryException", "second", 2);
+    return 3;
+}
+double Quiet(ZEVAobjectStruct*) { return 3; }
+ZEVAobjectStruct* RaiseWithResult(ZEVAobjectStruct*) {
+    RaiseLikeAModule("RuntimeException", "with a result", 1);
+    return Service<ZEVAobjectStruct*(const char*)>("PluginNewInstance")("RuntimeException");
+}
+void RaiseInHook(ZEVAobjectStruct*) { RaiseLikeAModule("RuntimeException", "in a hook", 1); }
+
+// A setter that raises, called while a getter of the same object runs.
+void RaisingSetter(ZEVAobjectStruct*, std::int32_t) { RaiseLikeAModule("RuntimeException", "from the setter", 1); }
+std::int32_t SetsItself(ZEVAobjectStruct* self) {
+    Service<void(ZEVAobjectStruct*, const char*, std::int32_t)>("ZEVASetPropValueInt")(self, "Level", 1);
+    return 4;
+}
+void NullRaise(ZEVAobjectStruct*) { Service<void(ZEVAobjectStruct*)>("RuntimeRaiseException")(nullptr); }
+
+class ExceptionTest : public HostTest {
+  protected:
+    ExceptionTest() {
+        Register("Kettle", nullptr,
+                 {Entry("Once as double", RaiseOnce), Entry("Twice as double", RaiseTwice),
+                  Entry("Quiet as double", Quiet), Entry("WithResult as RuntimeException", RaiseWithResult),
+                  Entry("Level as integer", SetsItself, RaisingSetter), Entry("Null", NullRaise)});
+        kettle = host.NewInstance("Kettle");
+    }
+
+    ObjectReference kettle;
+};
+
+TEST_F(ExceptionTest, ARaisedExceptionIsThrownWithItsText) {
+    try {
+        host.Get(kettle.Get(), "Once");
+        FAIL() << "nothing was thrown";
+    } catch (const HostException& exception) {
+        EXPECT_EQ(exception.ClassName(), "UnsupportedOperationException");
+        EXPECT_EQ(exception.Message(), "the kettle is empty");
+        EXPECT_EQ(exception.ErrorNumber(), 7);
+        EXPECT_STREQ(exception.what(), "UnsupportedOperationException: the kettle is empty");
+        EXPECT_EQ(exception.Object()->references, 1);
+        EXPECT_EQ(host.LiveObjects(), 2);
+    }
+    EXPECT_EQ(host.LiveObjects(), 1);
+    EXPECT_EQ(host.LiveStrings(), 0);
+}
+
+TEST_F(ExceptionTest, TheNextCallIsFreeOfTheLastException) {
+    EXPECT_NE(TextOfError([&] { host.Get(kettle.Get(), "Once"); }), "");
+    EXPECT_EQ(host.Get(kettle.Get(), "Quiet"), Value(3.0));
+}
+
+TEST_F(ExceptionTest, TheFirstOfTwoIsThrownAndTheSecondReported) {
+    EXPECT_EQ(TextOfError([&] { host.Get(kettle.Get(), "Twice"); }), "RuntimeException: first");
+    EXPECT_EQ(TakeMessages(),
+              Messages{"OutOfMemoryException: raised while a RuntimeException is pending, it is dropped"});
+    EXPECT_EQ(host.LiveObjects(), 1);
+}
+
+TEST_F(ExceptionTest, AResultThatComesWithAnExceptionIsGivenBack) {
+    EXPECT_EQ(TextOfError([&] { host.Get(kettle.Get(), "WithResult"); }), "RuntimeException: with a result");
+    EXPECT_EQ(host.LiveObjects(), 1);
+}
+
+TEST_F(ExceptionTest, AnExceptionInsideANestedCallReachesTheOuterCaller) {
+    EXPECT_EQ(TextOfError([&] { host.Get(kettle.Get(), "Level"); }), "RuntimeException: from the setter");
+    EXPECT_EQ(TakeMessages(), Messages());
+    EXPECT_EQ(host.LiveObjects(), 1);
+}
+
+TEST_F(ExceptionTest, AnExceptionFromInitializeLeavesNoObject) {
+    ZEVAclassDefinitionDownLevel record = {.version = 12, .className = "Pot", .initialize = RaiseInHook};
+    host.Classes().Register(&record);
+    EXPECT_EQ(TextOfError([&] { host.NewInstance("Pot"); }), "RuntimeException: in a hook");
+    EXPECT_EQ(host.LiveObjects(), 1);
+}
+
+TEST_F(ExceptionTest, AnExceptionFromFinalizeIsReportedAndDropped) {
+    ZEVAclassDefinitionDownLevel record = {.version = 12, .className = "Pot", .finalize = RaiseInHook};
+    host.Classes().Register(&record);
+    host.NewInstance("Pot");
+    EXPECT_EQ(TakeMessages(), Messages{"Pot: its finalize function raised a RuntimeException, it is dropped"});
+    EXPECT_EQ(host.Get(kettle.Get(), "Quiet"), Value(3.0));
+    EXPECT_EQ(host.LiveObjects(), 1);
+}
+
+TEST_F(ExceptionTest, RaisingNullIsReported) {
+    host.Call(kettle.Get(), "Null");
+    EXPECT_EQ(TakeMessages(), Messages{"RuntimeRaiseException: the exception is null, nothing is raised"});
+}
+
+TEST_F(ExceptionTest, AnyObjectCanBeRaised) {
+    ZEVAclassDefinitionDownLevel record = {.version = 12, .className = "Pot"};
+    record.initialize = [](ZEVAobjectStruct* self) { Service<void(ZEVAobjectStruct*)>("RuntimeRaiseException")(self); };
+    host.Classes().Register(&record);
+    EXPECT_EQ(TextOfError([&] { host.NewInstance("Pot"); }), "Pot");
+}
+
+TEST_F(ExceptionTest, AnExceptionThatOutlivesTheHostKeepsItsTextOnly) {
+    std::exception_ptr kept;
+    try {
+        host.Get(kettle.Get(), "Once");
+    } catch (const HostException&) {
+        kept = std::current_exception();
+    }
+    kettle = {};
+    host.~Host();
+    EXPECT_EQ(TakeMessages(), Messages());
+    try {
+        std::rethrow_exception(kept);
+    } catch (const HostException& exception) {
+        EXPECT_EQ(exception.Message(), "the kettle is empty");
+        EXPECT_FALSE(exception.Object());
+    }
+    kept = nullptr;
+    new (&host) host::Host();
+}
+
+TEST_F(ExceptionTest, TheBuiltInExceptionsAreReadableAndWritable) {
+    for (const char* name : {"RuntimeException", "UnsupportedOperationException", "OutOfMemoryException"}) {
+        const auto exception = host.Construct(name);
+        EXPECT_TRUE(std::holds_alternative<std::monostate>(host.Get(exception.Get(), "Message")));
+        host.Set(exception.Get(), "Message", host::TextValue("text"));
+        host.Set(exception.Get(), "ErrorNumber", -5);
+        EXPECT_EQ(host::Describe(host.Get(exception.Get(), "Message")), "string \"text\"");
+        EXPECT_EQ(host.Get(exception.Get(), "ErrorNumber"), Value(-5));
+    }
+    EXPECT_EQ(host.LiveStrings(), 0);
+}
+
+}  // namespace

@@ -1,0 +1,237 @@
+// member_test.cpp - reading, writing and calling members: how values travel, and what is refused.
+
+#include "host/memory_block.h"
+#include "tests/host/host_test.h"
+
+namespace {
+
+using host::ObjectReference;
+using host::StringReference;
+using host::Value;
+
+// The data of the test class, one field per kind of value.
+struct Box {
+    ZEVAobjectStruct object;
+    double number;
+    std::int32_t integer;
+    std::int32_t truth;
+    ZEVAstringStruct* string;
+    ZEVAobjectStruct* held;
+};
+
+Box* BoxOf(ZEVAobjectStruct* self) { return reinterpret_cast<Box*>(self); }
+
+double GetNumber(ZEVAobjectStruct* self) { return BoxOf(self)->number; }
+void SetNumber(ZEVAobjectStruct* self, double number) { BoxOf(self)->number = number; }
+std::int32_t GetInteger(ZEVAobjectStruct* self) { return BoxOf(self)->integer; }
+void SetInteger(ZEVAobjectStruct* self, std::int32_t integer) { BoxOf(self)->integer = integer; }
+std::int32_t GetTruth(ZEVAobjectStruct* self) { return BoxOf(self)->truth; }
+void SetTruth(ZEVAobjectStruct* self, std::int32_t truth) { BoxOf(self)->truth = truth; }
+ZEVAstringStruct* GetText(ZEVAobjectStruct* self) { return StringReference::Retain(BoxOf(self)->string).Leak(); }
+void SetText(ZEVAobjectStruct* self, ZEVAstringStruct* text) {
+    host::Lock(text);
+    host::Unlock(std::exchange(BoxOf(self)->string, text));
+}
+ZEVAobjectStruct* GetHeld(ZEVAobjectStruct* self) { return ObjectReference::Retain(BoxOf(self)->held).Leak(); }
+void SetHeld(ZEVAobjectStruct* self, ZEVAobjectStruct* held) {
+    host::Lock(held);
+    host::Unlock(std::exchange(BoxOf(self)->held, held));
+}
+void Finalize(ZEVAobjectStruct* self) {
+    host::Unlock(BoxOf(self)->string);
+    host::Unlock(BoxOf(self)->held);
+}
+
+void Construct(ZEVAobjectStruct* self) { BoxOf(self)->number = 1; }
+void ConstructFrom(ZEVAobjectStruct* self, double number, std::int32_t integer) {
+    BoxOf(self)->number = number;
+    BoxOf(self)->integer = integer;
+}
+// Every argument has its own weight, so that any two that change places are seen.
+double Weigh(ZEVAobjectStruct*, double a, std::int32_t b, double c, std::int32_t truth, ZEVAstringStruct* text) {
+    return a + 10 * b + 100 * c + 1000 * truth + 10000 * static_cast<double>(text->bytes.size());
+}
+void Clear(ZEVAobjectStruct* self) { BoxOf(self)->number = 0; }
+std::int32_t AddShared(std::int32_t a, std::int32_t b) { return a + b; }
+
+class MemberTest : public HostTest {
+  protected:
+    MemberTest() {
+        static ZEVAmethod methods[] = {
+            Entry("Number as double", GetNumber, SetNumber),
+            Entry("Integer as integer", GetInteger, SetInteger),
+            Entry("Truth as boolean", GetTruth, SetTruth),
+            Entry("Text as string", GetText, SetText),
+            Entry("Held as Box", GetHeld, SetHeld),
+            Entry("Bytes as memoryblock", GetHeld, SetHeld),
+            Entry("Fixed as double", GetNumber),
+            Entry("Weigh(a as double, b as integer, c as double, d as boolean, e as string) as double", Weigh),
+            Entry("Clear", Clear),
+            Entry("Constructor", Construct),
+            Entry("Constructor(number as double, integer as integer)", ConstructFrom),
+        };
+        static ZEVAmethod sharedMethods[] = {Entry("Add(a as integer, b as integer) as integer", AddShared)};
+        ZEVAclassDefinitionDownLevel record = {.version = 12, .className = "Box"};
+        record.instanceDataSize = sizeof(Box) - kZEVAobjectHeaderSize;
+        record.finalize = Finalize;
+        record.methods = methods;
+        record.methodCount = std::size(methods);
+        record.sharedMethods = sharedMethods;
+        record.sharedMethodCount = std::size(sharedMethods);
+        host.Classes().Register(&record);
+        Register("SmallBox", "Box");
+        box = host.NewInstance("Box");
+    }
+
+    // Writes and reads a property.
+    Value RoundTrip(const char* property, const Value& value) {
+        host.Set(box.Get(), property, value);
+        return host.Get(box.Get(), property);
+    }
+
+    // Why a property cannot be written.
+    std::string Refusal(const char* property, const Value& value) {
+        return TextOfError([&] { host.Set(box.Get(), property, value); });
+    }
+
+    ObjectReference box;
+};
+
+TEST_F(MemberTest, NumbersAndTruthComeBackAsTheyWent) {
+    EXPECT_EQ(RoundTrip("Number", 0.1), Value(0.1));
+    EXPECT_EQ(RoundTrip("Integer", -2147483647 - 1), Value(-2147483647 - 1));
+    EXPECT_EQ(RoundTrip("Truth", true), Value(true));
+    EXPECT_EQ(RoundTrip("Truth", false), Value(false));
+}
+
+TEST_F(MemberTest, StringsTravelByReference) {
+    const Value text = host::TextValue("Grüße");
+    const Value back = RoundTrip("Text", text);
+    EXPECT_EQ(std::get<StringReference>(back).Get(), std::get<StringReference>(text).Get());
+    EXPECT_EQ(std::get<StringReference>(text)->references, 3);
+    EXPECT_EQ(host.LiveStrings(), 1);
+    EXPECT_TRUE(std::holds_alternative<std::monostate>(RoundTrip("Text", {})));
+    EXPECT_EQ(std::get<StringReference>(text)->references, 2);
+}
+
+TEST_F(MemberTest, ObjectsTravelByReferenceAndMayBeOfASubclass) {
+    const auto small = host.NewInstance("SmallBox");
+    const Value back = RoundTrip("Held", small);
+    EXPECT_EQ(std::get<ObjectReference>(back).Get(), small.Get());
+    EXPECT_EQ(small->references, 3);
+    EXPECT_TRUE(std::holds_alternative<std::monostate>(RoundTrip("Held", {})));
+    EXPECT_EQ(small->references, 2);
+}
+
+TEST_F(MemberTest, AnIntegerFitsADouble) { EXPECT_EQ(RoundTrip("Number", 3), Value(3.0)); }
+
+TEST_F(MemberTest, AnyOtherTypeIsRefusedAndTheValueStays) {
+    host.Set(box.Get(), "Number", 5.0);
+    EXPECT_EQ(Refusal("Number", host::TextValue("abc")),
+              "Box.Number: expected double, got string \"abc\", the property keeps its value");
+    EXPECT_EQ(Refusal("Number", {}), "Box.Number: expected double, got nil, the property keeps its value");
+    EXPECT_EQ(Refusal("Integer", 2.5), "Box.Integer: expected integer, got double 2.5, the property keeps its value");
+    EXPECT_EQ(Refusal("Truth", 1), "Box.Truth: expected boolean, got integer 1, the property keeps its value");
+    EXPECT_EQ(Refusal("Text", true), "Box.Text: expected string, got boolean true, the property keeps its value");
+    EXPECT_EQ(Refusal("Held", 1.0), "Box.Held: expected Box, got double 1, the property keeps its value");
+    EXPECT_EQ(host.Get(box.Get(), "Number"), Value(5.0));
+}
+
+TEST_F(MemberTest, AnObjectOfAnotherClassIsRefused) {
+    EXPECT_EQ(Refusal("Held", host.NewInstance("RuntimeException")),
+              "Box.Held: expected Box, got RuntimeException, the property keeps its value");
+    EXPECT_EQ(Refusal("Bytes", box), "Box.Bytes: expected memoryblock, got Box, the property keeps its value");
+    EXPECT_EQ(Refusal("Bytes", host::NewMemoryBlock(4)), "");
+}
+
+TEST_F(MemberTest, AReadOnlyPropertyIsNotWritten) {
+    EXPECT_EQ(Refusal("Fixed", 1.0), "Box.Fixed: the property is read-only, it keeps its value");
+}
+
+TEST_F(MemberTest, UnknownMembersAreNamedWithTheNearestOne) {
+    EXPECT_EQ(Refusal("Nubmer", 1.0), "Box.Nubmer: the class has no such property, did you mean Number");
+    EXPECT_EQ(TextOfError([&] { host.Call(box.Get(), "Wiegh"); }),
+              "Box.Wiegh: the class has no such method, did you mean Weigh");
+    EXPECT_EQ(TextOfError([&] { host.CallShared("Box", "Weigh"); }), "Box.Weigh: the class has no such method");
+}
+
+TEST_F(MemberTest, PropertiesAndMethodsAreNotMistakenForEachOther) {
+    EXPECT_EQ(TextOfError([&] { host.Get(box.Get(), "Clear"); }), "Box.Clear: it is a method, not a property");
+    EXPECT_EQ(TextOfError([&] { host.Call(box.Get(), "Number"); }), "Box.Number: it is a property, not a method");
+}
+
+TEST_F(MemberTest, NilHasNoMembers) {
+    EXPECT_EQ(TextOfError([&] { host.Get(nullptr, "Number"); }), "nil.Number: there is no object");
+    EXPECT_EQ(TextOfError([&] { host.Set(nullptr, "Number", 1.0); }), "nil.Number: there is no object");
+    EXPECT_EQ(TextOfError([&] { host.Call(nullptr, "Clear"); }), "nil.Clear: there is no object");
+}
+
+TEST_F(MemberTest, ArgumentsArriveInTheirPlaces) {
+    const Value arguments[] = {1.5, 2, 3.0, true, host::TextValue("four")};
+    EXPECT_EQ(host.Call(box.Get(), "Weigh", arguments), Value(1.5 + 20 + 300 + 1000 + 40000));
+    EXPECT_EQ(host.LiveStrings(), 1);
+}
+
+TEST_F(MemberTest, AMethodWithoutResultGivesNil) {
+    host.Set(box.Get(), "Number", 5.0);
+    EXPECT_TRUE(std::holds_alternative<std::monostate>(host.Call(box.Get(), "Clear")));
+    EXPECT_EQ(host.Get(box.Get(), "Number"), Value(0.0));
+}
+
+TEST_F(MemberTest, ACallWithOtherArgumentsIsRefused) {
+    const Value one[] = {1.0};
+    EXPECT_EQ(TextOfError([&] { host.Call(box.Get(), "Clear", one); }), "Box.Clear: it takes 0 arguments (), got 1");
+    EXPECT_EQ(TextOfError([&] { host.CallShared("Box", "Add", {}); }),
+              "Box.Add: it takes 2 arguments (a as integer, b as integer), got 0");
+    const Value mixed[] = {1, 2.5};
+    EXPECT_EQ(TextOfError([&] { host.CallShared("Box", "Add", mixed); }),
+              "Box.Add: expected integer for b, got double 2.5");
+}
+
+TEST_F(MemberTest, SharedMethodsGetNoObject) {
+    const Value arguments[] = {40, 2};
+    EXPECT_EQ(host.CallShared("Box", "Add", arguments), Value(42));
+    EXPECT_EQ(host.CallShared("SmallBox", "Add", arguments), Value(42));
+}
+
+TEST_F(MemberTest, ConstructorsAreChosenByTheNumberOfArguments) {
+    EXPECT_EQ(host.Get(host.Construct("Box").Get(), "Number"), Value(1.0));
+    const Value arguments[] = {2.0, 3};
+    const auto made = host.Construct("SmallBox", arguments);
+    EXPECT_EQ(host.Get(made.Get(), "Number"), Value(2.0));
+    EXPECT_EQ(host.Get(made.Get(), "Integer"), Value(3));
+    EXPECT_EQ(TextOfError([&] { host.Construct("Box", std::span(arguments, 1)); }),
+              "Box: the class has no constructor with 1 argument");
+}
+
+TEST_F(MemberTest, AClassWithoutConstructorIsMadeWithoutArguments) {
+    Register("Cup");
+    EXPECT_TRUE(host.Construct("Cup"));
+}
+
+TEST_F(MemberTest, EveryCallRunsInsideOneScope) {
+    static int open = 0, opened = 0, deepest = 0;
+    open = opened = deepest = 0;
+    const host::CallScope scope = {[]() -> void* {
+                                       ++opened;
+                                       deepest = std::max(deepest, ++open);
+                                       return &open;
+                                   },
+                                   [](void* given) {
+                                       EXPECT_EQ(given, &open);
+                                       --open;
+                                   }};
+    box = {};
+    host.~Host();
+    new (&host) host::Host({.callScope = scope});
+    const auto exception = host.NewInstance("RuntimeException");
+    opened = 0;
+    host.Set(exception.Get(), "ErrorNumber", 5);
+    EXPECT_EQ(opened, 1);
+    EXPECT_EQ(host.Get(exception.Get(), "ErrorNumber"), Value(5));
+    EXPECT_EQ(opened, 2);
+    EXPECT_EQ(deepest, 1);
+    EXPECT_EQ(open, 0);
+}
+
+}  // namespace

@@ -1,0 +1,116 @@
+// module_test.cpp - loading modules. Each test loads a fresh copy, since a module makes its records ready in place.
+
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "tests/host/host_test.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using host::Value;
+
+class ModuleTest : public HostTest {
+  protected:
+    ModuleTest() { fs::create_directories(folder); }
+    ~ModuleTest() override { fs::remove_all(folder); }
+
+    // A copy of the fake module that nobody has loaded.
+    fs::path FreshModule() const {
+        static int number = 0;
+        const fs::path copy = folder / ("module" + std::to_string(++number) + ".so");
+        fs::copy_file(ZEVA_FAKE_MODULE, copy);
+        return copy;
+    }
+
+    // Makes the host anew with another version.
+    void UseVersion(double version) {
+        host.~Host();
+        new (&host) host::Host({.version = version, .report = [this](const auto& text) { messages.push_back(text); }});
+    }
+
+    // Why a file cannot be loaded, with "F" for its path.
+    std::string Refusal(const fs::path& file) {
+        std::string text = TextOfError([&] { host.LoadModule(file); });
+        for (std::size_t at; (at = text.find(file.string())) != std::string::npos;) {
+            text.replace(at, file.string().size(), "F");
+        }
+        return text;
+    }
+
+    fs::path folder = fs::temp_directory_path() / ("host_test_" + std::to_string(getpid()));
+};
+
+TEST_F(ModuleTest, AModuleRegistersItsClassesInOrder) {
+    const host::Module& module = host.LoadModule(FreshModule());
+    ASSERT_EQ(module.classes.size(), 2u);
+    EXPECT_EQ(module.classes[0]->Name(), "Kettle");
+    EXPECT_EQ(module.classes[1]->Name(), "Vessel");
+    EXPECT_EQ(module.announcedVersion, 12);
+    EXPECT_EQ(host.Modules().size(), 1u);
+    EXPECT_EQ(TakeMessages(), Messages());
+}
+
+TEST_F(ModuleTest, ItsClassesWorkForHostsOfEveryRecordVersion) {
+    struct {
+        double version;
+        int recordVersion;
+    } const hosts[] = {{2011, 9}, {2012, 10}, {2013, 11}, {2013.03, 12}};
+    for (const auto& [version, recordVersion] : hosts) {
+        UseVersion(version);
+        EXPECT_EQ(host.LoadModule(FreshModule()).announcedVersion, recordVersion);
+        const auto kettle = host.Construct("Kettle");
+        EXPECT_EQ(kettle->isa->RecordVersion(), recordVersion);
+        EXPECT_EQ(host.Get(kettle.Get(), "Volume"), Value(1.0));
+        const Value seven[] = {7};
+        EXPECT_EQ(host.Call(kettle.Get(), "Double", seven), Value(14));
+        EXPECT_EQ(host.CallShared("Kettle", "Answer"), Value(42));
+    }
+    EXPECT_EQ(TakeMessages(), Messages());
+}
+
+TEST_F(ModuleTest, AModuleThatSkipsTheHostRegistersNothing) {
+    UseVersion(2007.010);
+    const host::Module& module = host.LoadModule(FreshModule());
+    EXPECT_EQ(module.announcedVersion, 9);
+    EXPECT_EQ(module.classes.size(), 0u);
+}
+
+TEST_F(ModuleTest, WhatAModuleRaisesIsThrown) {
+    host.LoadModule(FreshModule());
+    const auto kettle = host.Construct("Kettle");
+    EXPECT_EQ(TextOfError([&] { host.Call(kettle.Get(), "Boil"); }), "UnsupportedOperationException: there is no fire");
+}
+
+TEST_F(ModuleTest, WhatAModuleRaisesWhileItLoadsIsThrownAndTheModuleStays) {
+    EXPECT_EQ(TextOfError([&] { host.LoadModule(ZEVA_RAISING_MODULE); }), "RuntimeException");
+    ASSERT_EQ(host.Modules().size(), 1u);
+    EXPECT_EQ(host.Modules()[0]->announcedVersion, 13);
+    EXPECT_EQ(TakeMessages(),
+              Messages{"module " ZEVA_RAISING_MODULE ": it announces record version 13, this host reads 9...12"});
+}
+
+TEST_F(ModuleTest, AMissingFileIsNamed) {
+    EXPECT_EQ(Refusal(folder / "none.so"), "module F: no such file, nothing is loaded");
+}
+
+TEST_F(ModuleTest, AFileThatIsNoLibraryIsNamedWithTheReason) {
+    std::ofstream(folder / "text.so") << "hello";
+    EXPECT_EQ(Refusal(folder / "text.so"), "module F: it cannot be loaded (file too short)");
+}
+
+TEST_F(ModuleTest, ALibraryWithoutEntryPointIsNoModule) {
+    EXPECT_EQ(Refusal(ZEVA_PLAIN_LIBRARY), "module F: it has no entry point ZEVAPluginMain, so it is no module");
+    EXPECT_EQ(host.Modules().size(), 0u);
+}
+
+TEST_F(ModuleTest, AModuleIsLoadedOnce) {
+    const fs::path module = FreshModule();
+    host.LoadModule(module);
+    EXPECT_EQ(Refusal(module), "module F: it is loaded already, one process loads a module once");
+    EXPECT_EQ(host.Modules().size(), 1u);
+}
+
+}  // namespace

@@ -1,0 +1,27 @@
+// suggestion_test.cpp - which name somebody may have meant.
+
+#include "host/suggestion.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+const std::vector<std::string> kNames = {"BoxBlur", "GaussianBlur", "Gloom", "Crop"};
+
+TEST(Suggestion, AWrongLetterOrTwoExchangedAreForgiven) {
+    EXPECT_EQ(host::Suggestion("GausianBlur", kNames), ", did you mean GaussianBlur");
+    EXPECT_EQ(host::Suggestion("Grop", kNames), ", did you mean Crop");
+    EXPECT_EQ(host::Suggestion("Corp", kNames), ", did you mean Crop");
+}
+
+TEST(Suggestion, CaseDoesNotMatter) { EXPECT_EQ(host::Suggestion("gloom", kNames), ", did you mean Gloom"); }
+
+TEST(Suggestion, ABeginningIsEnough) { EXPECT_EQ(host::Suggestion("Gausian", kNames), ", did you mean GaussianBlur"); }
+
+TEST(Suggestion, NothingIsSaidOfNamesFarAway) {
+    EXPECT_EQ(host::Suggestion("Sepia", kNames), "");
+    EXPECT_EQ(host::Suggestion("", kNames), "");
+    EXPECT_EQ(host::Suggestion("Crop", {}), "");
+}
+
+}  // namespace
