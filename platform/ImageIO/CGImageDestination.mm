@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "encode.h"
+#include "files.h"
 
 const CFStringRef kCGImageDestinationLossyCompressionQuality = CFSTR("kCGImageDestinationLossyCompressionQuality");
 
@@ -35,8 +36,8 @@ NSString* const kTypePNG = @"public.png";
 NSString* const kTypeJPEG = @"public.jpeg";
 constexpr double kDefaultQuality = 0.9;
 
-// The file of an image; nil when it could not be made.
-NSData* Encode(CGImageDestinationObject* destination) {
+// Writes the file of an image and answers whether that succeeded.
+bool Write(CGImageDestinationObject* destination) {
     CGImageRef image = destination->_image;
     NSData* bytes = [(NSData*)CGDataProviderCopyData(CGImageGetDataProvider(image)) autorelease];
     const CGImageAlphaInfo alpha = CGImageGetAlphaInfo(image);
@@ -50,11 +51,11 @@ NSData* Encode(CGImageDestinationObject* destination) {
     image_io::EncodedFile file;
     const bool complete = destination->_isJPEG ? image_io::EncodeJPEG(pixels, destination->_quality, &file)
                                                : image_io::EncodePNG(pixels, &file);
-    if (!complete) {
-        std::free(file.bytes);
-        return nil;
-    }
-    return [NSData dataWithBytesNoCopy:file.bytes length:file.length freeWhenDone:YES];
+    const bool isWritten =
+        complete && [destination->_url isFileURL] &&
+        image_io::WriteFile([[destination->_url path] fileSystemRepresentation], file.bytes, file.length);
+    std::free(file.bytes);
+    return isWritten;
 }
 
 }  // namespace
@@ -79,8 +80,8 @@ void CGImageDestinationAddImage(CGImageDestinationRef destination, CGImageRef im
 bool CGImageDestinationFinalize(CGImageDestinationRef destination) {
     CGImageDestinationObject* object = (CGImageDestinationObject*)destination;
     if (object == nil || object->_image == nullptr) return false;
-    NSData* file = Encode(object);
+    const bool isWritten = Write(object);
     CGImageRelease(object->_image);
     object->_image = nullptr;
-    return file != nil && [file writeToURL:object->_url atomically:YES];
+    return isWritten;
 }

@@ -25,7 +25,7 @@ enum {
     kCGImageStatusComplete = 0,
 };
 
-// A source for the file of a URL; null when it cannot be read. Options are not used.
+// A source for a file; null when it cannot be read, or the URL is not that of a file. Options are not used.
 CG_EXTERN CGImageSourceRef CGImageSourceCreateWithURL(CFURLRef url, CFDictionaryRef options);
 
 // A source for bytes in memory, which are retained and must not change; null for null. Options are not used.

@@ -4,6 +4,7 @@
 #include <ImageIO/CGImageSource.h>
 
 #include "decode.h"
+#include "files.h"
 
 // A source as an object: the bytes, and what they became.
 @interface CGImageSourceObject : NSObject {
@@ -66,8 +67,13 @@ CGImageSourceObject* Decoded(CGImageSourceRef source) {
 }  // namespace
 
 CGImageSourceRef CGImageSourceCreateWithURL(CFURLRef url, CFDictionaryRef options) {
-    if (url == nullptr) return nullptr;
-    return CGImageSourceCreateWithData((CFDataRef)[NSData dataWithContentsOfURL:(NSURL*)url], options);
+    image_io::FileContent content;
+    NSURL* file = (NSURL*)url;
+    if (![file isFileURL] || !image_io::ReadFile([[file path] fileSystemRepresentation], &content)) return nullptr;
+    NSData* data = [[NSData alloc] initWithBytesNoCopy:content.bytes length:content.length freeWhenDone:YES];
+    CGImageSourceRef source = CGImageSourceCreateWithData((CFDataRef)data, options);
+    [data release];
+    return source;
 }
 
 CGImageSourceRef CGImageSourceCreateWithData(CFDataRef data, CFDictionaryRef) {

@@ -1,0 +1,174 @@
+// filter_inputs_test.mm - inputs that are missing, of the wrong class, or beyond sense.
+
+#include "rendering.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+namespace {
+
+constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+constexpr double kEndless = std::numeric_limits<double>::infinity();
+
+NSNumber* Number(double value) { return [NSNumber numberWithDouble:value]; }
+
+CIVector* Vector(double x, double y, double z, double w) {
+    return [CIVector vectorWithX:(CGFloat)x Y:(CGFloat)y Z:(CGFloat)z W:(CGFloat)w];
+}
+
+TEST(FilterInputsTest, MissingImageGivesNil) {
+    for (NSString* name in @[ @"CIGaussianBlur", @"CICrop", @"CIColorControls" ]) {
+        EXPECT_EQ([[CIFilter filterWithName:name] outputImage], nil) << Text(name);
+    }
+}
+
+TEST(FilterInputsTest, FiltersThatDoNotRenderGiveNil) {
+    NSSet* rendering =
+        [NSSet setWithObjects:@"CIColorControls", @"CIConstantColorGenerator", @"CICrop", @"CIGaussianBlur", nil];
+    CIImage* image = ImageOfBytes(4, 4, VariedBytes(4, 4));
+    int rendered = 0;
+    for (NSString* name in [CIFilter filterNamesInCategory:nil]) {
+        CIFilter* filter = [CIFilter filterWithName:name];
+        for (NSString* key in [filter inputKeys]) {
+            if ([key hasSuffix:@"Image"]) [filter setValue:image forKey:key];
+        }
+        const bool renders = [filter valueForKey:kCIOutputImageKey] != nil;
+        EXPECT_EQ(renders, [rendering containsObject:name]) << Text(name);
+        rendered += renders;
+    }
+    EXPECT_EQ(rendered, 4);
+}
+
+TEST(FilterInputsTest, AStringIsANumber) {
+    CIFilter* filter = FilterOn(@"CIGaussianBlur", ImageOfBytes(4, 4, VariedBytes(4, 4)));
+    [filter setValue:@"12" forKey:kCIInputRadiusKey];
+    EXPECT_EQ([[filter outputImage] extent].origin.x, -36);
+    [filter setValue:@"abc" forKey:kCIInputRadiusKey];
+    EXPECT_EQ([[filter outputImage] extent].origin.x, 0);
+}
+
+TEST(FilterInputsTest, NotSetReadsAsTheDefault) {
+    CIFilter* filter = FilterOn(@"CIGaussianBlur", ImageOfBytes(4, 4, VariedBytes(4, 4)));
+    [filter setValue:nil forKey:kCIInputRadiusKey];
+    EXPECT_EQ([[filter outputImage] extent].origin.x, -30);
+    CIFilter* generator = [CIFilter filterWithName:@"CIConstantColorGenerator"];
+    [generator setValue:nil forKey:kCIInputColorKey];
+    EXPECT_EQ(Floats([generator outputImage], CGRectMake(0, 0, 1, 1)), (std::vector<float>{1, 0, 0, 1}));
+}
+
+// What reading outputImage raises when one input holds a value.
+std::string Raised(NSString* name, NSString* key, id value) {
+    CIFilter* filter = [CIFilter filterWithName:name];
+    if ([[filter inputKeys] containsObject:kCIInputImageKey])
+        [filter setValue:[CIImage emptyImage] forKey:kCIInputImageKey];
+    [filter setValue:value forKey:key];
+    NSException* raised = RaisedBy([&] { [filter outputImage]; });
+    if (raised == nil) return "nothing";
+    EXPECT_EQ(Text([raised name]), "NSInvalidArgumentException");
+    NSString* end = [NSString stringWithFormat:@" %p", (void*)value];
+    EXPECT_TRUE([[raised reason] hasSuffix:end]);
+    return Text([[raised reason] substringToIndex:[[raised reason] length] - [end length]]);
+}
+
+TEST(FilterInputsTest, WrongClassRaisesWhenTheImageIsAskedFor) {
+    const std::string end = "]: unrecognized selector sent to instance";
+    CIVector* vector = [CIVector vectorWithX:1];
+    CIColor* color = [CIColor colorWithRed:1 green:1 blue:1];
+    EXPECT_EQ(Raised(@"CIGaussianBlur", @"inputRadius", vector), "-[CIVector floatValue" + end);
+    EXPECT_EQ(Raised(@"CIGaussianBlur", @"inputRadius", color), "-[CIColor floatValue" + end);
+    EXPECT_EQ(Raised(@"CIGaussianBlur", @"inputImage", vector), "-[CIVector extent" + end);
+    EXPECT_EQ(Raised(@"CIConstantColorGenerator", @"inputColor", vector), "-[CIVector components" + end);
+    EXPECT_EQ(Raised(@"CICrop", @"inputRectangle", color), "-[CIColor valueAtIndex:" + end);
+    EXPECT_EQ(Raised(@"CIGaussianBlur", @"inputRadius", Number(3)), "nothing");
+}
+
+TEST(FilterInputsTest, RaisingLeavesTheFilterUsable) {
+    CIFilter* filter = FilterOn(@"CIGaussianBlur", ImageOfBytes(4, 4, VariedBytes(4, 4)));
+    [filter setValue:[CIVector vectorWithX:1] forKey:kCIInputRadiusKey];
+    EXPECT_NE(RaisedBy([&] { [filter outputImage]; }), nil);
+    [filter setValue:Number(2) forKey:kCIInputRadiusKey];
+    EXPECT_EQ([[filter outputImage] extent].origin.x, -6);
+}
+
+TEST(FilterInputsTest, RadiusBelowZeroOrNoNumberGivesTheInputBack) {
+    const std::vector<std::uint8_t> pixels = VariedBytes(4, 4);
+    CIImage* image = ImageOfBytes(4, 4, pixels);
+    CIFilter* filter = FilterOn(@"CIGaussianBlur", image);
+    for (double radius : {0.0, -1.0, -1e300, -kEndless, kNone}) {
+        [filter setValue:Number(radius) forKey:kCIInputRadiusKey];
+        EXPECT_TRUE(CGRectEqualToRect([[filter outputImage] extent], [image extent])) << radius;
+        EXPECT_EQ(Bytes([filter outputImage], [image extent]), Bytes(image, [image extent])) << radius;
+    }
+}
+
+TEST(FilterInputsTest, HugeRadiusRendersSoonAndFades) {
+    CIFilter* filter = FilterOn(@"CIGaussianBlur", ImageOfBytes(64, 64, VariedBytes(64, 64)));
+    for (double radius : {1e3, 1e5, 1e9, 1e38, kEndless}) {
+        [filter setValue:Number(radius) forKey:kCIInputRadiusKey];
+        for (float value : Floats([filter outputImage], CGRectMake(0, 0, 64, 64))) {
+            ASSERT_GE(value, 0) << radius;
+            ASSERT_LT(value, 1e-3f) << radius;
+        }
+    }
+}
+
+TEST(FilterInputsTest, HugeRadiusOverAnEndlessImageKeepsItsColour) {
+    CIFilter* filter = FilterOn(@"CIGaussianBlur", [CIImage imageWithColor:[CIColor colorWithRed:1 green:0 blue:1]]);
+    for (double radius : {10.0, 1e4, 1e12}) {
+        [filter setValue:Number(radius) forKey:kCIInputRadiusKey];
+        EXPECT_TRUE(CGRectIsInfinite([[filter outputImage] extent]));
+        const std::vector<float> pixel = Floats([filter outputImage], CGRectMake(1000, -5, 1, 1));
+        EXPECT_NEAR(pixel[0], 1, 1e-5);
+        EXPECT_EQ(pixel[1], 0);
+        EXPECT_NEAR(pixel[3], 1, 1e-5);
+    }
+}
+
+TEST(FilterInputsTest, ControlsBeyondSenseStillRender) {
+    CIImage* image = ImageOfBytes(8, 8, VariedBytes(8, 8));
+    for (double value : {kNone, kEndless, -kEndless, 1e300, -1e300, 1e38}) {
+        for (NSString* key in @[ @"inputSaturation", @"inputBrightness", @"inputContrast" ]) {
+            CIFilter* filter = FilterOn(@"CIColorControls", image);
+            [filter setValue:Number(value) forKey:key];
+            EXPECT_EQ(Bytes([filter outputImage], [image extent]).size(), 256u);
+        }
+    }
+}
+
+TEST(FilterInputsTest, RectanglesBeyondSenseCropToNothingOrEverything) {
+    CIImage* image = ImageOfBytes(8, 8, VariedBytes(8, 8));
+    CIFilter* filter = FilterOn(@"CICrop", image);
+    for (CIVector* rectangle in @[
+             Vector(kNone, 0, 8, 8), Vector(0, 0, kNone, 8), Vector(0, 0, 0, 8), Vector(8, 0, 5, 5),
+             Vector(kEndless, kEndless, 0, 0), [CIVector vectorWithX:1]
+         ]) {
+        [filter setValue:rectangle forKey:@"inputRectangle"];
+        EXPECT_TRUE(CGRectIsEmpty([[filter outputImage] extent])) << Text([rectangle stringRepresentation]);
+    }
+    for (CIVector* rectangle in @[
+             Vector(-1e30, -1e30, 2e30, 2e30), Vector(-1e35, -1e35, 2e35, 2e35),
+             [CIVector vectorWithCGRect:CGRectInfinite], Vector(9, 9, -10, -10)
+         ]) {
+        [filter setValue:rectangle forKey:@"inputRectangle"];
+        EXPECT_TRUE(CGRectEqualToRect([[filter outputImage] extent], [image extent]))
+            << Text([rectangle stringRepresentation]);
+    }
+}
+
+TEST(FilterInputsTest, ChainsDeeperThanTheLimitEndInNil) {
+    CIImage* image = ImageOfBytes(2, 2, VariedBytes(2, 2));
+    int depth = 1;
+    for (CIImage* next = image; next != nil && depth < 5000; ++depth) {
+        image = next;
+        CIFilter* filter = FilterOn(depth % 2 == 0 ? @"CIGaussianBlur" : @"CIColorControls", image);
+        if (depth % 2 == 0) [filter setValue:Number(0.01) forKey:kCIInputRadiusKey];
+        if (depth % 2 == 1) [filter setValue:Number(0.001) forKey:kCIInputBrightnessKey];
+        next = [filter outputImage];
+    }
+    EXPECT_EQ(depth, 1001);
+    EXPECT_EQ(Bytes([image imageByCroppingToRect:CGRectMake(0, 0, 1, 1)], CGRectMake(0, 0, 1, 1)).size(), 4u);
+}
+
+}  // namespace

@@ -1,0 +1,105 @@
+// image_destination_test.mm - picture files out, read back.
+
+#include <ImageIO/ImageIO.h>
+#include "golden_cases.h"
+#include "rendering.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// A file name that lives as long as a test.
+class ImageDestinationTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        path =
+            [NSTemporaryDirectory() stringByAppendingPathComponent:[[NSProcessInfo processInfo] globallyUniqueString]];
+        url = [NSURL fileURLWithPath:path];
+    }
+
+    void TearDown() override { [[NSFileManager defaultManager] removeFileAtPath:path handler:nil]; }
+
+    // Writes an image and answers whether that succeeded.
+    bool Write(CIImage* image, CFStringRef type, NSDictionary* properties = nil) {
+        CGImageRef bitmap = [[CIContext contextWithOptions:nil] createCGImage:image fromRect:[image extent]];
+        CGImageDestinationRef destination = CGImageDestinationCreateWithURL((CFURLRef)url, type, 1, nullptr);
+        CGImageDestinationAddImage(destination, bitmap, (CFDictionaryRef)properties);
+        const bool isWritten = CGImageDestinationFinalize(destination);
+        EXPECT_FALSE(CGImageDestinationFinalize(destination));
+        CFRelease(destination);
+        CGImageRelease(bitmap);
+        return isWritten;
+    }
+
+    unsigned long long FileSize() {
+        return [[[NSFileManager defaultManager] fileAttributesAtPath:path traverseLink:NO] fileSize];
+    }
+
+    NSString* path;
+    NSURL* url;
+};
+
+TEST_F(ImageDestinationTest, PNGKeepsPremultipliedPixels) {
+    CIImage* image = ImageOfBytes(16, 16, VariedBytes(16, 16));
+    ASSERT_TRUE(Write(image, CFSTR("public.png")));
+    const auto read = golden::PictureOfFile(Text(path));
+    ASSERT_TRUE(read.has_value());
+    const golden::Picture rendered = {16, 16, Bytes(image, [image extent])};
+    EXPECT_EQ(golden::Compare(*read, rendered)->largest, 0);
+}
+
+TEST_F(ImageDestinationTest, JPEGHasTransparentPlacesWhite) {
+    std::vector<std::uint8_t> pixels(16 * 16 * 4, 0);
+    for (std::size_t index = 0; index < pixels.size() / 2; index += 4) pixels[index + 3] = 255;
+    ASSERT_TRUE(Write(ImageOfBytes(16, 16, pixels), CFSTR("public.jpeg")));
+    const auto read = golden::PictureOfFile(Text(path));
+    ASSERT_TRUE(read.has_value());
+    EXPECT_NEAR(read->pixels.front(), 0, 3);
+    EXPECT_NEAR(read->pixels[read->pixels.size() - 2], 255, 3);
+}
+
+TEST_F(ImageDestinationTest, QualityMakesAJPEGLarger) {
+    CIImage* image = ImageOfBytes(64, 64, VariedBytes(64, 64));
+    const auto sizeAt = [&](double quality) {
+        NSString* key = (NSString*)kCGImageDestinationLossyCompressionQuality;
+        EXPECT_TRUE(Write(image, CFSTR("public.jpeg"),
+                          [NSDictionary dictionaryWithObject:[NSNumber numberWithDouble:quality] forKey:key]));
+        return FileSize();
+    };
+    EXPECT_LT(sizeAt(0.1), sizeAt(0.9));
+}
+
+TEST_F(ImageDestinationTest, AFileIsReplacedWholeAndNothingStaysBesideIt) {
+    [[NSFileManager defaultManager] createDirectoryAtPath:path
+                              withIntermediateDirectories:YES
+                                               attributes:nil
+                                                    error:nullptr];
+    url = [NSURL fileURLWithPath:[path stringByAppendingPathComponent:@"picture.png"]];
+    CIImage* image = ImageOfBytes(4, 4, VariedBytes(4, 4));
+    EXPECT_TRUE(Write(image, CFSTR("public.png")));
+    EXPECT_TRUE(Write([image imageByCroppingToRect:CGRectMake(0, 0, 1, 1)], CFSTR("public.png")));
+    EXPECT_EQ(golden::PictureOfFile(Text([url path]))->width, 1u);
+    EXPECT_EQ([[[NSFileManager defaultManager] directoryContentsAtPath:path] count], 1u);
+}
+
+TEST_F(ImageDestinationTest, RefusesOtherTypesAndCounts) {
+    EXPECT_EQ(CGImageDestinationCreateWithURL((CFURLRef)url, CFSTR("public.tiff"), 1, nullptr), nullptr);
+    EXPECT_EQ(CGImageDestinationCreateWithURL((CFURLRef)url, CFSTR("public.png"), 2, nullptr), nullptr);
+    EXPECT_EQ(CGImageDestinationCreateWithURL(nullptr, CFSTR("public.png"), 1, nullptr), nullptr);
+}
+
+TEST_F(ImageDestinationTest, FailsWithoutAnImageAndWhereNothingCanBeWritten) {
+    CGImageDestinationRef destination = CGImageDestinationCreateWithURL((CFURLRef)url, CFSTR("public.png"), 1, nullptr);
+    CGImageDestinationAddImage(destination, nullptr, nullptr);
+    EXPECT_FALSE(CGImageDestinationFinalize(destination));
+    CFRelease(destination);
+    testing::internal::CaptureStderr();
+    for (NSString* place in @[ @"/nowhere/at/all.png", @"/", NSTemporaryDirectory() ]) {
+        url = [NSURL fileURLWithPath:place];
+        EXPECT_FALSE(Write(ImageOfBytes(1, 1, {1, 2, 3, 4}), CFSTR("public.png"))) << Text(place);
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_FALSE([[NSFileManager defaultManager] fileExistsAtPath:path]);
+}
+
+}  // namespace

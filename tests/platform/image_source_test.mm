@@ -1,0 +1,203 @@
+// image_source_test.mm - picture files in: every kind of PNG, the kinds of JPEG, and files that are wrong.
+
+#include <ImageIO/ImageIO.h>
+#include "handmade_png.h"
+#include "rendering.h"
+
+#include <gtest/gtest.h>
+// The library's header counts on this one.
+#include <cstdio>
+
+#include <jpeglib.h>
+
+#include <cstdlib>
+
+namespace {
+
+// What a file became, and what was printed meanwhile.
+struct Outcome {
+    CGImageSourceStatus status = 0;
+    std::size_t width = 0;
+    FileBytes pixels;  // straight
+    std::string printed;
+};
+
+Outcome Decode(const FileBytes& file) {
+    testing::internal::CaptureStderr();
+    NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
+    Outcome outcome;
+    NSData* data = [NSData dataWithBytes:file.data() length:file.size()];
+    CGImageSourceRef source = CGImageSourceCreateWithData((CFDataRef)data, nullptr);
+    CGImageRef image = CGImageSourceCreateImageAtIndex(source, 0, nullptr);
+    outcome.status = CGImageSourceGetStatus(source);
+    EXPECT_EQ(CGImageSourceGetCount(source), image == nullptr ? 0u : 1u);
+    EXPECT_EQ(CGImageSourceCreateImageAtIndex(source, 1, nullptr), nullptr);
+    CFRelease(source);
+    if (image != nullptr) {
+        EXPECT_EQ(CGImageGetAlphaInfo(image), CGImageAlphaInfo{kCGImageAlphaLast});
+        outcome.width = CGImageGetWidth(image);
+        NSData* bytes = [(NSData*)CGDataProviderCopyData(CGImageGetDataProvider(image)) autorelease];
+        const auto* first = static_cast<const std::uint8_t*>([bytes bytes]);
+        outcome.pixels.assign(first, first + [bytes length]);
+    }
+    CGImageRelease(image);
+    [pool release];
+    outcome.printed = testing::internal::GetCapturedStderr();
+    return outcome;
+}
+
+FileBytes PixelsOf(const HandmadePNG& png) {
+    const Outcome outcome = Decode(png.bytes());
+    EXPECT_EQ(outcome.status, kCGImageStatusComplete);
+    EXPECT_EQ(outcome.printed, "");
+    return outcome.pixels;
+}
+
+// A JPEG of one colour space, eight pixels square.
+FileBytes JPEG(J_COLOR_SPACE space, int components) {
+    jpeg_compress_struct jpeg = {};
+    jpeg_error_mgr errors = {};
+    jpeg.err = jpeg_std_error(&errors);
+    jpeg_create_compress(&jpeg);
+    unsigned char* bytes = nullptr;
+    unsigned long length = 0;
+    jpeg_mem_dest(&jpeg, &bytes, &length);
+    jpeg.image_width = jpeg.image_height = 8;
+    jpeg.input_components = components;
+    jpeg.in_color_space = space;
+    jpeg_set_defaults(&jpeg);
+    jpeg_set_quality(&jpeg, 100, TRUE);
+    jpeg_start_compress(&jpeg, TRUE);
+    FileBytes row(static_cast<std::size_t>(8 * components), 100);
+    for (int y = 0; y < 8; ++y) {
+        JSAMPROW line = row.data();
+        jpeg_write_scanlines(&jpeg, &line, 1);
+    }
+    jpeg_finish_compress(&jpeg);
+    jpeg_destroy_compress(&jpeg);
+    FileBytes file(bytes, bytes + length);
+    std::free(bytes);
+    return file;
+}
+
+HandmadePNG SmallPNG() {
+    return {2, 2, 8, kRGBA, {{1, 2, 3, 4, 5, 6, 7, 8}, {9, 10, 11, 12, 13, 14, 15, 16}}, {}, {}, false};
+}
+
+TEST(ImageSourceTest, StraightAlphaComesThroughUnchanged) {
+    EXPECT_EQ(PixelsOf(SmallPNG()), (FileBytes{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}));
+}
+
+TEST(ImageSourceTest, GreysOfEveryDepthBecomeColours) {
+    EXPECT_EQ(PixelsOf({2, 1, 1, kGrey, {{0x40}}, {}, {}, false}), (FileBytes{0, 0, 0, 255, 255, 255, 255, 255}));
+    EXPECT_EQ(PixelsOf({2, 1, 2, kGrey, {{0x60}}, {}, {}, false}), (FileBytes{85, 85, 85, 255, 170, 170, 170, 255}));
+    EXPECT_EQ(PixelsOf({2, 1, 4, kGrey, {{0x1f}}, {}, {}, false}), (FileBytes{17, 17, 17, 255, 255, 255, 255, 255}));
+    EXPECT_EQ(PixelsOf({1, 1, 8, kGrey, {{77}}, {}, {}, false}), (FileBytes{77, 77, 77, 255}));
+    EXPECT_EQ(PixelsOf({1, 1, 16, kGrey, {{77, 77}}, {}, {}, false}), (FileBytes{77, 77, 77, 255}));
+    EXPECT_EQ(PixelsOf({1, 1, 8, kGreyAlpha, {{77, 9}}, {}, {}, false}), (FileBytes{77, 77, 77, 9}));
+    EXPECT_EQ(PixelsOf({1, 1, 16, kGreyAlpha, {{77, 77, 9, 9}}, {}, {}, false}), (FileBytes{77, 77, 77, 9}));
+}
+
+TEST(ImageSourceTest, ColoursOfEveryDepthBecomeBytes) {
+    EXPECT_EQ(PixelsOf({1, 1, 8, kRGB, {{1, 2, 3}}, {}, {}, false}), (FileBytes{1, 2, 3, 255}));
+    EXPECT_EQ(PixelsOf({1, 1, 16, kRGB, {{1, 1, 2, 2, 3, 3}}, {}, {}, false}), (FileBytes{1, 2, 3, 255}));
+    EXPECT_EQ(PixelsOf({1, 1, 16, kRGBA, {{1, 1, 2, 2, 3, 3, 4, 4}}, {}, {}, false}), (FileBytes{1, 2, 3, 4}));
+}
+
+TEST(ImageSourceTest, PalettesAndTransparentColoursAreExpanded) {
+    const FileBytes palette = {10, 20, 30, 40, 50, 60};
+    for (std::uint8_t depth : {1, 2, 4, 8}) {
+        const auto second = static_cast<std::uint8_t>(1 << (8 - 2 * depth));
+        const FileBytes row = depth == 8 ? FileBytes{0, 1} : FileBytes{second};
+        EXPECT_EQ(PixelsOf({2, 1, depth, kPalette, {row}, palette, {128}, false}),
+                  (FileBytes{10, 20, 30, 128, 40, 50, 60, 255}));
+    }
+    EXPECT_EQ(PixelsOf({2, 1, 8, kGrey, {{7, 8}}, {}, {0, 7}, false}), (FileBytes{7, 7, 7, 0, 8, 8, 8, 255}));
+}
+
+TEST(ImageSourceTest, InterlacedFilesAreReadWhole) {
+    // A square of two: the passes hold its first pixel, the one beside it, and the row below.
+    HandmadePNG png = {2, 2, 8, kGrey, {{1}, {2}, {3, 4}}, {}, {}, true};
+    EXPECT_EQ(PixelsOf(png), (FileBytes{1, 1, 1, 255, 2, 2, 2, 255, 3, 3, 3, 255, 4, 4, 4, 255}));
+}
+
+TEST(ImageSourceTest, GreyAndColourJPEGAreRead) {
+    for (const FileBytes& file : {JPEG(JCS_GRAYSCALE, 1), JPEG(JCS_RGB, 3)}) {
+        const Outcome outcome = Decode(file);
+        EXPECT_EQ(outcome.status, kCGImageStatusComplete);
+        ASSERT_EQ(outcome.pixels.size(), 8u * 8 * 4);
+        EXPECT_NEAR(outcome.pixels[0], 100, 1);
+        EXPECT_EQ(outcome.pixels[3], 255);
+    }
+}
+
+TEST(ImageSourceTest, CMYKIsRefusedAsAnUnknownType) {
+    const Outcome outcome = Decode(JPEG(JCS_CMYK, 4));
+    EXPECT_EQ(outcome.status, kCGImageStatusUnknownType);
+    EXPECT_EQ(outcome.printed, "");
+}
+
+TEST(ImageSourceTest, EveryShorterFileHasAStatusAndNoImage) {
+    for (const FileBytes& file : {SmallPNG().bytes(), JPEG(JCS_RGB, 3)}) {
+        for (std::size_t length = 0; length < file.size(); ++length) {
+            const Outcome outcome = Decode(FileBytes(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(length)));
+            const std::size_t signature = file[0] == 0xff ? 3 : 8;
+            EXPECT_EQ(outcome.status, length < signature ? kCGImageStatusReadingHeader : kCGImageStatusUnexpectedEOF)
+                << length;
+            EXPECT_TRUE(outcome.pixels.empty());
+            EXPECT_EQ(outcome.printed, "");
+        }
+    }
+}
+
+TEST(ImageSourceTest, EveryBrokenBitGivesAnImageOrAStatusAndIsSilent) {
+    for (const FileBytes& file : {SmallPNG().bytes(), JPEG(JCS_GRAYSCALE, 1)}) {
+        for (std::size_t index = 0; index < file.size() * 8; ++index) {
+            FileBytes broken = file;
+            broken[index / 8] ^= static_cast<std::uint8_t>(1 << index % 8);
+            const Outcome outcome = Decode(broken);
+            EXPECT_EQ(outcome.status == kCGImageStatusComplete, !outcome.pixels.empty()) << index;
+            EXPECT_EQ(outcome.printed, "") << index;
+        }
+    }
+}
+
+TEST(ImageSourceTest, WrongChecksumIsInvalidData) {
+    FileBytes file = SmallPNG().bytes();
+    file[29] ^= 1;  // of the header chunk
+    EXPECT_EQ(Decode(file).status, kCGImageStatusInvalidData);
+}
+
+TEST(ImageSourceTest, OtherFilesAreOfUnknownType) {
+    EXPECT_EQ(Decode({'G', 'I', 'F', '8', '9', 'a'}).status, kCGImageStatusUnknownType);
+    EXPECT_EQ(Decode(FileBytes(100, 0)).status, kCGImageStatusUnknownType);
+}
+
+TEST(ImageSourceTest, SizesThatNoMemoryHoldsAreInvalidData) {
+    for (std::uint32_t size : {30000u, 900000u, 0x7fffffffu}) {
+        HandmadePNG png = SmallPNG();
+        png.width = png.height = size;
+        const Outcome outcome = Decode(png.bytes());
+        EXPECT_EQ(outcome.status, kCGImageStatusInvalidData);
+        EXPECT_EQ(outcome.printed, "");
+    }
+    FileBytes jpeg = JPEG(JCS_RGB, 3);
+    for (std::size_t index = 0; index + 8 < jpeg.size(); ++index) {
+        if (jpeg[index] == 0xff && jpeg[index + 1] == 0xc0)
+            std::fill_n(jpeg.begin() + static_cast<std::ptrdiff_t>(index) + 5, 4, 0xfb);
+    }
+    EXPECT_EQ(Decode(jpeg).status, kCGImageStatusInvalidData);
+}
+
+TEST(ImageSourceTest, MissingFileGivesNoSource) {
+    testing::internal::CaptureStderr();
+    for (NSString* place in @[ @"/nowhere/at/all.png", @"/", @"/tmp" ]) {
+        NSURL* url = [NSURL fileURLWithPath:place];
+        EXPECT_EQ(CGImageSourceCreateWithURL((CFURLRef)url, nullptr), nullptr) << Text(place);
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(CGImageSourceCreateWithURL(nullptr, nullptr), nullptr);
+    EXPECT_EQ(CGImageSourceCreateWithData(nullptr, nullptr), nullptr);
+}
+
+}  // namespace
