@@ -2,7 +2,8 @@
 //
 //   CGColorSpaceQOR.Named("sRGB")      Name
 //
-// A space is named as the platform names it, "kCGColorSpaceLinearSRGB", or by what comes after "kCGColorSpace".
+// A space is named as the platform names it, "kCGColorSpaceLinearSRGB", or by what comes after "kCGColorSpace", whose first letter
+// may be small: "sRGB".
 
 #include "bridge/guard.h"
 #include "bridge/host_objects.h"
@@ -15,8 +16,9 @@ namespace {
 // A color space of the name with one reference; null for a name that is not known.
 CGColorSpaceRef NewColorSpace(NSString* name) {
     CGColorSpaceRef space = CGColorSpaceCreateWithName(reinterpret_cast<CFStringRef>(name));
-    if (space != nullptr) return space;
-    NSString* fullName = [@"kCGColorSpace" stringByAppendingString:name];
+    if (space != nullptr || [name length] == 0) return space;
+    NSString* first = [[name substringToIndex:1] uppercaseString];
+    NSString* fullName = [NSString stringWithFormat:@"kCGColorSpace%@%@", first, [name substringFromIndex:1]];
     return CGColorSpaceCreateWithName(reinterpret_cast<CFStringRef>(fullName));
 }
 

@@ -1,0 +1,152 @@
+// image_test.cpp - images: opened, cropped, saved, and what is said when that cannot be done.
+
+#include <sys/stat.h>
+
+#include "tests/companion/companion_test.h"
+#include "tests/companion/platform_side.h"
+
+namespace {
+
+using host::ObjectReference;
+using host::TextValue;
+using host::Value;
+using Pixel = std::array<int, 4>;
+
+class ImageTest : public CompanionTest {
+  protected:
+    ObjectReference OpenPicture() { return Open(File("picture.png", Picture())); }
+
+    std::vector<double> Extent(const ObjectReference& image) { return Numbers(Object(image, "Extent")); }
+
+    ObjectReference Crop(const ObjectReference& image, double x, double y, double width, double height) {
+        const Value rectangle[] = {Shared("CIVectorQOR", "Rectangle", {x, y, width, height})};
+        return std::get<ObjectReference>(host.Call(image.Get(), "Crop", rectangle));
+    }
+
+    void Save(const ObjectReference& image, const std::string& path) {
+        const Value arguments[] = {TextValue(path)};
+        host.Call(image.Get(), "Save", arguments);
+    }
+
+    // Why a file cannot be opened or written, without the class and the path that begin every such message.
+    std::string OpenRefusal(const std::string& path) {
+        return WithoutPath(path, TextOfError([&] { Open(path); }));
+    }
+    std::string SaveRefusal(const ObjectReference& image, const std::string& path) {
+        return WithoutPath(path, TextOfError([&] { Save(image, path); }));
+    }
+
+    static std::string WithoutPath(const std::string& path, const std::string& text) {
+        const std::string prefix = "RuntimeException: " + path + ": ";
+        return text.starts_with(prefix) ? text.substr(prefix.size()) : "(no path) " + text;
+    }
+};
+
+TEST_F(ImageTest, AnOpenedPictureHasItsSizeAndItsPixels) {
+    const auto image = OpenPicture();
+    EXPECT_EQ(Extent(image), (std::vector<double>{0, 0, 3, 2}));
+    EXPECT_EQ(PixelOf(image.Get(), 0, 1), (Pixel{255, 0, 0, 255}));
+    EXPECT_EQ(PixelOf(image.Get(), 0, 0), (Pixel{10, 20, 30, 255}));
+}
+
+TEST_F(ImageTest, AnOpenedPictureKeepsItsBitmapAndOneImage) {
+    const auto image = OpenPicture();
+    EXPECT_TRUE(HasBitmap(image.Get()));
+    EXPECT_EQ(RetainCountOfWrapped(image.Get()), 1u);
+    EXPECT_FALSE(HasBitmap(Crop(image, 0, 0, 1, 1).Get()));
+}
+
+TEST_F(ImageTest, WhatCannotBeOpenedIsNamedWithTheReason) {
+    EXPECT_EQ(OpenRefusal(Path("none.png")), "no such file or directory, no image is opened");
+    EXPECT_EQ(OpenRefusal(Path("")), "it is a folder, not a picture, no image is opened");
+    EXPECT_EQ(OpenRefusal(File("empty.png", "")), "the file is too short to be a picture, no image is opened");
+    EXPECT_EQ(OpenRefusal(File("text.png", "hello, this is text and not a picture")),
+              "it is no picture that can be read, PNG and JPEG can, no image is opened");
+    EXPECT_EQ(OpenRefusal(File("cut.png", Picture().substr(0, 60))),
+              "the file ends before the picture does, no image is opened");
+    std::string broken = Picture();
+    broken[50] ^= 0x55;
+    EXPECT_EQ(OpenRefusal(File("broken.png", broken)),
+              "the picture is broken, or larger than can be held, no image is opened");
+}
+
+TEST_F(ImageTest, AnEmptyPathIsRefused) {
+    EXPECT_EQ(TextOfError([&] { Open(""); }),
+              "RuntimeException: CIImageQOR.Open: the path is empty, no image is opened");
+    EXPECT_EQ(TextOfError([&] { Save(OpenPicture(), ""); }),
+              "RuntimeException: CIImageQOR.Save: the path is empty, nothing is written");
+}
+
+TEST_F(ImageTest, PathsMayHoldAnyLetters) {
+    const std::string path = Path("Grüße, 写真.png");
+    Save(Open(File("Ärger.png", Picture())), path);
+    EXPECT_EQ(Extent(Open(path)), (std::vector<double>{0, 0, 3, 2}));
+}
+
+TEST_F(ImageTest, ACroppedPartStaysWhereItIs) {
+    const auto part = Crop(OpenPicture(), 1, 1, 5, 5);
+    EXPECT_EQ(Extent(part), (std::vector<double>{1, 1, 2, 1}));
+    EXPECT_EQ(PixelOf(part.Get(), 1, 1), (Pixel{0, 255, 0, 255}));
+    EXPECT_EQ(PixelOf(part.Get(), 0, 1), (Pixel{0, 0, 0, 0}));
+}
+
+TEST_F(ImageTest, ARectangleHasFourNumbers) {
+    const auto image = OpenPicture();
+    const Value point[] = {Shared("CIVectorQOR", "Point", {1.0, 2.0})};
+    EXPECT_EQ(TextOfError([&] { host.Call(image.Get(), "Crop", point); }),
+              "RuntimeException: CIImageQOR.Crop: a rectangle has 4 numbers, got 2, nothing is cropped");
+    const Value nil[] = {Value()};
+    EXPECT_EQ(TextOfError([&] { host.Call(image.Get(), "Crop", nil); }),
+              "RuntimeException: CIImageQOR.Crop: a rectangle has 4 numbers, got 0, nothing is cropped");
+}
+
+TEST_F(ImageTest, ASavedPngHasTheSamePixels) {
+    Save(OpenPicture(), Path("saved.png"));
+    const auto saved = Open(Path("saved.png"));
+    EXPECT_EQ(PixelOf(saved.Get(), 2, 1), (Pixel{0, 0, 255, 255}));
+    EXPECT_EQ(PixelOf(saved.Get(), 2, 0), (Pixel{35, 40, 45, 128}));
+}
+
+TEST_F(ImageTest, TheSuffixDecidesTheKindOfFile) {
+    const auto image = OpenPicture();
+    for (const char* name : {"a.jpg", "b.JPEG", "c.Png"}) {
+        Save(image, Path(name));
+        EXPECT_EQ(Extent(Open(Path(name))), (std::vector<double>{0, 0, 3, 2})) << name;
+    }
+    EXPECT_EQ(SaveRefusal(image, Path("d.gif")), "the suffix must be .png, .jpg or .jpeg, nothing is written");
+    EXPECT_EQ(SaveRefusal(image, Path("e")), "the suffix must be .png, .jpg or .jpeg, nothing is written");
+}
+
+TEST_F(ImageTest, WhereNothingCanBeWrittenIsNamed) {
+    const auto image = OpenPicture();
+    EXPECT_EQ(SaveRefusal(image, Path("none/a.png")), "there is no folder " + Path("none") + ", nothing is written");
+    std::filesystem::create_directory(Path("folder.png"));
+    EXPECT_EQ(SaveRefusal(image, Path("folder.png")), "it is a folder, nothing is written");
+}
+
+TEST_F(ImageTest, AnImageWithoutPixelsOrWithoutEndIsNotSaved) {
+    const auto image = OpenPicture();
+    MakeEmpty(image.Get());
+    EXPECT_EQ(SaveRefusal(image, Path("a.png")), "the image is empty, nothing is written");
+    MakeEndless(image.Get());
+    EXPECT_EQ(SaveRefusal(image, Path("a.png")), "the image has no end and must be cropped first, nothing is written");
+    EXPECT_EQ(SaveRefusal(host.NewInstance("CIImageQOR"), Path("a.png")), "the image is empty, nothing is written");
+    EXPECT_FALSE(std::filesystem::exists(Path("a.png")));
+}
+
+TEST_F(ImageTest, AnImageTooLargeToRenderIsNotSaved) {
+    const auto image = OpenPicture();
+    MakeEndless(image.Get());
+    EXPECT_EQ(SaveRefusal(Crop(image, 0, 0, 1e9, 1e9), Path("a.png")),
+              "an image of 1000000000 x 1000000000 pixels cannot be rendered, nothing is written");
+}
+
+TEST_F(ImageTest, APictureGoesThroughAFilter) {
+    const auto filter = host.Construct("CIFilterColorControlsQOR");
+    host.Set(filter.Get(), "inputImage", OpenPicture());
+    host.Set(filter.Get(), "inputBrightness", -1.0);
+    Save(Object(filter, "outputImage"), Path("dark.png"));
+    EXPECT_EQ(PixelOf(Open(Path("dark.png")).Get(), 0, 1), (Pixel{0, 0, 0, 255}));
+}
+
+}  // namespace
