@@ -2,6 +2,7 @@
 #
 #   make run               put a photo through a filter of the 32-bit module: build/run/blurred.png
 #   make test              build and test both widths
+#   make mutants           apply small faults to the module, one at a time; the tests must catch each
 #   make clean             remove what was built; the 32-bit sysroot stays
 #
 #   ABI=x86_64             the other width for run; that width alone for test
@@ -16,7 +17,7 @@ RADIUS ?= 12
 # Without a width named, tests run on both.
 TEST_ABIS := $(if $(filter undefined file,$(origin ABI)),i386 x86_64,$(ABI))
 
-.PHONY: run test clean configure-% build-%
+.PHONY: run test mutants clean configure-% build-%
 
 run: configure-$(ABI)
 	@cmake --build --preset $(ABI) --target zeva filters companion -- --quiet
@@ -25,6 +26,9 @@ run: configure-$(ABI)
 
 test:
 	@tools/test $(TEST_ABIS)
+
+mutants: $(TEST_ABIS:%=configure-%)
+	@tests/mutants/run_mutants.py $(TEST_ABIS)
 
 configure-%:
 	@tools/setup $*

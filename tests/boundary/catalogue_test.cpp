@@ -86,6 +86,21 @@ TEST_F(BoundaryTest, TrailingWordsOfEveryCurrentMethodEntryAreZero) {
     }
 }
 
+TEST_F(BoundaryTest, InterfaceIsTheOneThatHostsKnow) {
+    module.Enter();
+    // FNV-1a over every class and declaration in order. Programs depend on all of it: this number changes only together with
+    // a deliberate change of what the module offers.
+    std::uint32_t sum = 2166136261u;
+    const auto add = [&](const std::string& text) {
+        for (const char letter : text + "\n") sum = (sum ^ static_cast<unsigned char>(letter)) * 16777619u;
+    };
+    for (const RegisteredClass& registered : host.classes) {
+        add(registered.name);
+        for (const ZEVAmethodDownLevel& method : registered.methods) add(method.declaration);
+    }
+    EXPECT_EQ(sum, 627914720u);
+}
+
 // Counts that hold for the catalogue as a whole, so that a wrong line in it cannot pass unseen.
 
 TEST(Catalogue, HasTheKnownShapes) {

@@ -1,0 +1,118 @@
+// allocation_test.cpp - what the module does with memory, and without.
+
+#include <cstdlib>
+#include <cstring>
+
+#include "plugin/zvdata.h"
+#include "tests/boundary/allocations.h"
+#include "tests/boundary/boundary_test.h"
+
+namespace {
+
+class AllocationTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        if (!AllocationsAreWatched()) GTEST_SKIP() << "the address sanitizer owns the allocator";
+        host.version = 2011.04;
+        probe.Enter();
+        register_ = probe.Find<void(ZEVAclassDefinition*)>("ProbeRegister");
+        // Once with nothing counted: the service is found, and the host's own structures have their first elements.
+        ZEVAclassDefinition first = {};
+        first.record.className = first.record.superclassName = "FirstQOR";
+        register_(&first);
+    }
+
+    // A record with each of its six tables filled.
+    ZEVAclassDefinition FullRecord() {
+        ZEVAclassDefinition definition = {};
+        ZEVAclassDefinitionDownLevel& record = definition.record;
+        record.className = record.superclassName = "ProbeQOR";
+        record.properties = properties_, record.propertyCount = 1;
+        record.methods = methods_, record.methodCount = 1;
+        record.pairs = pairs_, record.pairCount = 1;
+        record.triples = triples_, record.tripleCount = 1;
+        record.sharedProperties = properties_, record.sharedPropertyCount = 1;
+        record.sharedMethods = methods_, record.sharedMethodCount = 1;
+        methods_[0].entry.declaration = "Something";
+        return definition;
+    }
+
+    RecordingHost host;
+    LoadedModule probe{ZEVA_PROBE_MODULE};
+    void (*register_)(ZEVAclassDefinition*) = nullptr;
+    ZEVAproperty properties_[1] = {};
+    ZEVAmethod methods_[1] = {};
+    ZEVApair pairs_[1] = {};
+    ZEVAtriple triples_[1] = {};
+};
+
+TEST_F(AllocationTest, DownLevelRegistrationKeepsOneBlockPerTableAndFreesTheOneItWorkedIn) {
+    host.faults["PluginRegisterClass"].failingCall = RecordingHost::kAlways;
+    ZEVAclassDefinition definition = FullRecord();
+    AllocationWatch watch;
+    register_(&definition);
+    ASSERT_EQ(watch.Allocations(), 1 + 6);
+    EXPECT_EQ(watch.FreesOf(watch.Allocated(1)), 1);
+    for (int table = 2; table <= 7; ++table) EXPECT_EQ(watch.FreesOf(watch.Allocated(table)), 0);
+}
+
+TEST_F(AllocationTest, CurrentRegistrationAllocatesNothing) {
+    host.version = 2013.03;
+    probe.Enter();
+    host.faults["PluginRegisterClass"].failingCall = RecordingHost::kAlways;
+    ZEVAclassDefinition definition = FullRecord();
+    AllocationWatch watch;
+    register_(&definition);
+    EXPECT_EQ(watch.Allocations(), 0);
+}
+
+TEST_F(AllocationTest, WithoutMemoryToWorkInTheClassIsLeftAsItIsAndNotRegistered) {
+    ZEVAclassDefinition definition = FullRecord();
+    const ZEVAclassDefinition before = definition;
+    const std::size_t classes = host.classes.size();
+    {
+        AllocationWatch watch(1);
+        register_(&definition);
+    }
+    EXPECT_EQ(std::memcmp(&definition, &before, sizeof before), 0);
+    EXPECT_EQ(host.classes.size(), classes);
+}
+
+TEST_F(AllocationTest, TableThatFindsNoMemoryIsNullAndTheClassIsRegistered) {
+    // In the order of conversion, with where the record keeps each.
+    const ZEVAword ZEVAclassDefinitionDownLevel::*const counts[] = {
+        &ZEVAclassDefinitionDownLevel::propertyCount,     &ZEVAclassDefinitionDownLevel::methodCount,
+        &ZEVAclassDefinitionDownLevel::pairCount,         &ZEVAclassDefinitionDownLevel::tripleCount,
+        &ZEVAclassDefinitionDownLevel::sharedMethodCount, &ZEVAclassDefinitionDownLevel::sharedPropertyCount};
+    host.faults["PluginRegisterClass"].failingCall = RecordingHost::kAlways;
+    for (int failing = 0; failing < 6; ++failing) {
+        ZEVAclassDefinition definition = FullRecord();
+        const int calls = host.CallsOf("PluginRegisterClass");
+        {
+            AllocationWatch watch(2 + failing);
+            register_(&definition);
+        }
+        EXPECT_EQ(host.CallsOf("PluginRegisterClass"), calls + 1);
+        const ZEVAclassDefinitionDownLevel& record = definition.record;
+        const void* const tables[] = {record.properties, record.methods,       record.pairs,
+                                      record.triples,    record.sharedMethods, record.sharedProperties};
+        for (int table = 0; table < 6; ++table) {
+            EXPECT_EQ(tables[table] == nullptr, table == failing) << "table " << table << ", failing " << failing;
+            EXPECT_EQ(record.*counts[table], 1);
+        }
+    }
+}
+
+TEST_F(AllocationTest, StringDataThatTheHostCannotTakeBackIsFreedOnce) {
+    host.faults["PluginDisposeStringData"].missingLookups = RecordingHost::kAlways;
+    static void* lent;
+    lent = std::malloc(16);
+    AllocationWatch watch;
+    probe.Find<void(void (*)(zvData&))>("ProbeHolder")([](zvData& holder) {
+        holder.stringData = {.bytes = lent, .hostWords = {}};
+        holder.hasStringData = true;
+    });
+    EXPECT_EQ(watch.FreesOf(lent), 1);
+}
+
+}  // namespace
