@@ -17,9 +17,10 @@ namespace {
 // A file with more scans than this is made to keep readers busy; real ones have about ten.
 constexpr int kMostScans = 500;
 
-// The library's error manager with what is needed to leave it.
+// The library's error manager with what is needed to leave it, and to look in now and then.
 struct ErrorManager {
     jpeg_error_mgr base;
+    jpeg_progress_mgr progress;
     std::jmp_buf leave;
     Status status;
 };
@@ -66,6 +67,7 @@ Status Guarded(jpeg_decompress_struct* jpeg, ErrorManager* errors, const std::ui
                Picture* picture) {
     if (setjmp(errors->leave) != 0) return errors->status;
     jpeg_create_decompress(jpeg);
+    jpeg->progress = &errors->progress;  // which creating has cleared
     jpeg_mem_src(jpeg, bytes, static_cast<unsigned long>(length));
     return ReadPicture(jpeg, picture);
 }
@@ -74,14 +76,12 @@ Status Guarded(jpeg_decompress_struct* jpeg, ErrorManager* errors, const std::ui
 
 Status DecodeJPEG(const std::uint8_t* bytes, std::size_t length, Picture* picture) {
     ErrorManager errors = {};
-    jpeg_progress_mgr progress = {};
     jpeg_decompress_struct jpeg = {};
     jpeg.err = jpeg_std_error(&errors.base);
     errors.base.error_exit = Fail;
     errors.base.emit_message = Warn;
     errors.base.output_message = Ignore;
-    progress.progress_monitor = LimitScans;
-    jpeg.progress = &progress;
+    errors.progress.progress_monitor = LimitScans;
     const Status status = Guarded(&jpeg, &errors, bytes, length, picture);
     jpeg_destroy_decompress(&jpeg);
     return status;

@@ -36,7 +36,8 @@ void Ignore(png_structp, png_const_charp) {}
 
 // Asks for 8-bit RGBA whatever the file holds.
 void SetTransformations(png_structp png, png_infop info) {
-    png_set_gamma(png, PNG_DEFAULT_sRGB, PNG_DEFAULT_sRGB);
+    // Alpha stays straight; a file that states no gamma is taken to have this one.
+    png_set_alpha_mode(png, PNG_ALPHA_PNG, PNG_DEFAULT_sRGB);
     png_set_expand(png);
     png_set_scale_16(png);
     png_set_gray_to_rgb(png);

@@ -63,6 +63,7 @@ FileBytes HandmadePNG::bytes() const {
     Append(header, BigEndian(height));
     Append(header, {depth, colorType, 0, 0, static_cast<std::uint8_t>(isInterlaced ? 1 : 0)});
     Append(file, Chunk("IHDR", header));
+    if (!gamma.empty()) Append(file, Chunk("gAMA", gamma));
     if (!palette.empty()) Append(file, Chunk("PLTE", palette));
     if (!transparency.empty()) Append(file, Chunk("tRNS", transparency));
     FileBytes filtered;

@@ -21,6 +21,7 @@ struct HandmadePNG {
     FileBytes palette;       // red, green and blue of each entry
     FileBytes transparency;  // the tRNS chunk
     bool isInterlaced = false;
+    FileBytes gamma;  // the gAMA chunk
 
     FileBytes bytes() const;
 };

@@ -10,6 +10,7 @@
 
 #include <jpeglib.h>
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace {
@@ -54,7 +55,7 @@ FileBytes PixelsOf(const HandmadePNG& png) {
 }
 
 // A JPEG of one colour space, eight pixels square.
-FileBytes JPEG(J_COLOR_SPACE space, int components) {
+FileBytes JPEG(J_COLOR_SPACE space, int components, bool isProgressive = false) {
     jpeg_compress_struct jpeg = {};
     jpeg_error_mgr errors = {};
     jpeg.err = jpeg_std_error(&errors);
@@ -67,6 +68,7 @@ FileBytes JPEG(J_COLOR_SPACE space, int components) {
     jpeg.in_color_space = space;
     jpeg_set_defaults(&jpeg);
     jpeg_set_quality(&jpeg, 100, TRUE);
+    if (isProgressive) jpeg_simple_progression(&jpeg);
     jpeg_start_compress(&jpeg, TRUE);
     FileBytes row(static_cast<std::size_t>(8 * components), 100);
     for (int y = 0; y < 8; ++y) {
@@ -81,7 +83,7 @@ FileBytes JPEG(J_COLOR_SPACE space, int components) {
 }
 
 HandmadePNG SmallPNG() {
-    return {2, 2, 8, kRGBA, {{1, 2, 3, 4, 5, 6, 7, 8}, {9, 10, 11, 12, 13, 14, 15, 16}}, {}, {}, false};
+    return {2, 2, 8, kRGBA, {{1, 2, 3, 4, 5, 6, 7, 8}, {9, 10, 11, 12, 13, 14, 15, 16}}, {}, {}, false, {}};
 }
 
 TEST(ImageSourceTest, StraightAlphaComesThroughUnchanged) {
@@ -89,36 +91,57 @@ TEST(ImageSourceTest, StraightAlphaComesThroughUnchanged) {
 }
 
 TEST(ImageSourceTest, GreysOfEveryDepthBecomeColours) {
-    EXPECT_EQ(PixelsOf({2, 1, 1, kGrey, {{0x40}}, {}, {}, false}), (FileBytes{0, 0, 0, 255, 255, 255, 255, 255}));
-    EXPECT_EQ(PixelsOf({2, 1, 2, kGrey, {{0x60}}, {}, {}, false}), (FileBytes{85, 85, 85, 255, 170, 170, 170, 255}));
-    EXPECT_EQ(PixelsOf({2, 1, 4, kGrey, {{0x1f}}, {}, {}, false}), (FileBytes{17, 17, 17, 255, 255, 255, 255, 255}));
-    EXPECT_EQ(PixelsOf({1, 1, 8, kGrey, {{77}}, {}, {}, false}), (FileBytes{77, 77, 77, 255}));
-    EXPECT_EQ(PixelsOf({1, 1, 16, kGrey, {{77, 77}}, {}, {}, false}), (FileBytes{77, 77, 77, 255}));
-    EXPECT_EQ(PixelsOf({1, 1, 8, kGreyAlpha, {{77, 9}}, {}, {}, false}), (FileBytes{77, 77, 77, 9}));
-    EXPECT_EQ(PixelsOf({1, 1, 16, kGreyAlpha, {{77, 77, 9, 9}}, {}, {}, false}), (FileBytes{77, 77, 77, 9}));
+    EXPECT_EQ(PixelsOf({2, 1, 1, kGrey, {{0x40}}, {}, {}, false, {}}), (FileBytes{0, 0, 0, 255, 255, 255, 255, 255}));
+    EXPECT_EQ(PixelsOf({2, 1, 2, kGrey, {{0x60}}, {}, {}, false, {}}),
+              (FileBytes{85, 85, 85, 255, 170, 170, 170, 255}));
+    EXPECT_EQ(PixelsOf({2, 1, 4, kGrey, {{0x1f}}, {}, {}, false, {}}),
+              (FileBytes{17, 17, 17, 255, 255, 255, 255, 255}));
+    EXPECT_EQ(PixelsOf({1, 1, 8, kGrey, {{77}}, {}, {}, false, {}}), (FileBytes{77, 77, 77, 255}));
+    EXPECT_EQ(PixelsOf({1, 1, 16, kGrey, {{77, 77}}, {}, {}, false, {}}), (FileBytes{77, 77, 77, 255}));
+    EXPECT_EQ(PixelsOf({1, 1, 8, kGreyAlpha, {{77, 9}}, {}, {}, false, {}}), (FileBytes{77, 77, 77, 9}));
+    EXPECT_EQ(PixelsOf({1, 1, 16, kGreyAlpha, {{77, 77, 9, 9}}, {}, {}, false, {}}), (FileBytes{77, 77, 77, 9}));
 }
 
 TEST(ImageSourceTest, ColoursOfEveryDepthBecomeBytes) {
-    EXPECT_EQ(PixelsOf({1, 1, 8, kRGB, {{1, 2, 3}}, {}, {}, false}), (FileBytes{1, 2, 3, 255}));
-    EXPECT_EQ(PixelsOf({1, 1, 16, kRGB, {{1, 1, 2, 2, 3, 3}}, {}, {}, false}), (FileBytes{1, 2, 3, 255}));
-    EXPECT_EQ(PixelsOf({1, 1, 16, kRGBA, {{1, 1, 2, 2, 3, 3, 4, 4}}, {}, {}, false}), (FileBytes{1, 2, 3, 4}));
+    EXPECT_EQ(PixelsOf({1, 1, 8, kRGB, {{1, 2, 3}}, {}, {}, false, {}}), (FileBytes{1, 2, 3, 255}));
+    EXPECT_EQ(PixelsOf({1, 1, 16, kRGB, {{1, 1, 2, 2, 3, 3}}, {}, {}, false, {}}), (FileBytes{1, 2, 3, 255}));
+    EXPECT_EQ(PixelsOf({1, 1, 16, kRGBA, {{1, 1, 2, 2, 3, 3, 4, 4}}, {}, {}, false, {}}), (FileBytes{1, 2, 3, 4}));
 }
 
 TEST(ImageSourceTest, PalettesAndTransparentColoursAreExpanded) {
     const FileBytes palette = {10, 20, 30, 40, 50, 60};
     for (std::uint8_t depth : {1, 2, 4, 8}) {
-        const auto second = static_cast<std::uint8_t>(1 << (8 - 2 * depth));
-        const FileBytes row = depth == 8 ? FileBytes{0, 1} : FileBytes{second};
-        EXPECT_EQ(PixelsOf({2, 1, depth, kPalette, {row}, palette, {128}, false}),
+        // Two entries in the leading bits of a byte, or in two bytes.
+        const FileBytes row = depth == 8 ? FileBytes{0, 1} : FileBytes{static_cast<std::uint8_t>(256 >> 2 * depth)};
+        EXPECT_EQ(PixelsOf({2, 1, depth, kPalette, {row}, palette, {128}, false, {}}),
                   (FileBytes{10, 20, 30, 128, 40, 50, 60, 255}));
     }
-    EXPECT_EQ(PixelsOf({2, 1, 8, kGrey, {{7, 8}}, {}, {0, 7}, false}), (FileBytes{7, 7, 7, 0, 8, 8, 8, 255}));
+    EXPECT_EQ(PixelsOf({2, 1, 8, kGrey, {{7, 8}}, {}, {0, 7}, false, {}}), (FileBytes{7, 7, 7, 0, 8, 8, 8, 255}));
 }
 
 TEST(ImageSourceTest, InterlacedFilesAreReadWhole) {
     // A square of two: the passes hold its first pixel, the one beside it, and the row below.
-    HandmadePNG png = {2, 2, 8, kGrey, {{1}, {2}, {3, 4}}, {}, {}, true};
+    HandmadePNG png = {2, 2, 8, kGrey, {{1}, {2}, {3, 4}}, {}, {}, true, {}};
     EXPECT_EQ(PixelsOf(png), (FileBytes{1, 1, 1, 255, 2, 2, 2, 255, 3, 3, 3, 255, 4, 4, 4, 255}));
+}
+
+TEST(ImageSourceTest, AnotherGammaIsBroughtToThatOfSRGB) {
+    const FileBytes linear = {0x00, 0x01, 0x86, 0xa0};
+    const FileBytes pixel = PixelsOf({1, 1, 8, kRGB, {{0, 128, 255}}, {}, {}, false, linear});
+    EXPECT_EQ(pixel[0], 0);
+    EXPECT_NEAR(pixel[1], 187, 2);
+    EXPECT_EQ(pixel[2], 255);
+}
+
+TEST(ImageSourceTest, AFileOfTooManyScansIsInvalidData) {
+    const FileBytes file = JPEG(JCS_GRAYSCALE, 1, /*isProgressive=*/true);
+    EXPECT_EQ(Decode(file).status, kCGImageStatusComplete);
+    const FileBytes marker = {0xff, 0xda};
+    const auto last = std::find_end(file.begin(), file.end(), marker.begin(), marker.end());
+    FileBytes longer(file.begin(), last);
+    for (int scan = 0; scan < 600; ++scan) longer.insert(longer.end(), last, file.end() - 2);
+    longer.insert(longer.end(), file.end() - 2, file.end());
+    EXPECT_EQ(Decode(longer).status, kCGImageStatusInvalidData);
 }
 
 TEST(ImageSourceTest, GreyAndColourJPEGAreRead) {

@@ -24,7 +24,7 @@ TEST(ImageTest, FilesThatCannotBeReadGiveNil) {
 }
 
 TEST(ImageTest, FileIsDecoded) {
-    const FileBytes file = HandmadePNG{2, 1, 8, kRGBA, {{10, 20, 30, 255, 1, 2, 3, 0}}, {}, {}, false}.bytes();
+    const FileBytes file = HandmadePNG{2, 1, 8, kRGBA, {{10, 20, 30, 255, 1, 2, 3, 0}}, {}, {}, false, {}}.bytes();
     CIImage* image = [CIImage imageWithData:[NSData dataWithBytes:file.data() length:file.size()]];
     EXPECT_EQ(Bytes(image, [image extent]), (std::vector<std::uint8_t>{10, 20, 30, 255, 0, 0, 0, 0}));
 }
