@@ -36,7 +36,7 @@ void HoldBytes(zvData& holder, ZEVAmemoryBlockStruct* block) {
     const void* bytes = ZEVAMemoryBlockGetPtr(block);
     if (bytes == nullptr) return;
     holder.dataPtr = bytes;
-    holder.dataLength = size > 0 ? size : 0;
+    holder.dataLength = size;
 }
 
 }  // namespace

@@ -8,6 +8,10 @@ function(zeva_module target)
         LIBRARY_OUTPUT_DIRECTORY ${ZEVA_MODULE_DIRECTORY}
         LINKER_LANGUAGE C)
     target_link_options(${target} PRIVATE
-        -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/module_exports.map -Wl,-z,defs)
+        -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/module_exports.map)
+    if(NOT ZEVA_SANITIZE)
+        # The sanitizers' own functions come from the program.
+        target_link_options(${target} PRIVATE -Wl,-z,defs)
+    endif()
     set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/module_exports.map)
 endfunction()

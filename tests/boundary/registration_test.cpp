@@ -95,18 +95,18 @@ TEST_F(RegistrationTest, DownLevelHostsGetTheSameRecordRewritten) {
 }
 
 TEST_F(RegistrationTest, DownLevelRewritingShortensEveryTable) {
-    ZEVAproperty properties[3], sharedProperties[2];
+    ZEVAproperty properties[2], sharedProperties[3];
     ZEVAmethod methods[2], sharedMethods[4];
     ZEVApair pairs[3];
     ZEVAtriple triples[5];
     Number(properties, 100), Number(sharedProperties, 200), Number(methods, 300), Number(sharedMethods, 400);
     Number(pairs, 500), Number(triples, 600);
     ZEVAclassDefinitionDownLevel& record = definition.record;
-    record.properties = properties, record.propertyCount = 3;
+    record.properties = properties, record.propertyCount = 2;
     record.methods = methods, record.methodCount = 2;
     record.pairs = pairs, record.pairCount = 3;
     record.triples = triples, record.tripleCount = 5;
-    record.sharedProperties = sharedProperties, record.sharedPropertyCount = 2;
+    record.sharedProperties = sharedProperties, record.sharedPropertyCount = 3;
     record.sharedMethods = sharedMethods, record.sharedMethodCount = 4;
     ZEVApair originalPairs[3];
     std::memcpy(originalPairs, pairs, sizeof pairs);
@@ -117,11 +117,11 @@ TEST_F(RegistrationTest, DownLevelRewritingShortensEveryTable) {
     ExpectShortened<ZEVAtripleDownLevel>(record.triples, triples);
     ExpectShortened<ZEVApropertyDownLevel>(record.sharedProperties, sharedProperties);
     ExpectShortened<ZEVAmethodDownLevel>(record.sharedMethods, sharedMethods);
-    EXPECT_EQ(record.propertyCount, 3);
+    EXPECT_EQ(record.propertyCount, 2);
     EXPECT_EQ(record.methodCount, 2);
     EXPECT_EQ(record.pairCount, 3);
     EXPECT_EQ(record.tripleCount, 5);
-    EXPECT_EQ(record.sharedPropertyCount, 2);
+    EXPECT_EQ(record.sharedPropertyCount, 3);
     EXPECT_EQ(record.sharedMethodCount, 4);
 }
 
