@@ -80,7 +80,6 @@ CGRect CGRectIntegral(CGRect rect) {
 CGRect CGRectUnion(CGRect first, CGRect second) {
     if (CGRectIsNull(first)) return CGRectStandardize(second);
     if (CGRectIsNull(second)) return CGRectStandardize(first);
-    if (CGRectIsInfinite(first) || CGRectIsInfinite(second)) return CGRectInfinite;
     const CGFloat x = std::min(CGRectGetMinX(first), CGRectGetMinX(second));
     const CGFloat y = std::min(CGRectGetMinY(first), CGRectGetMinY(second));
     return CGRectMake(x, y, std::max(CGRectGetMaxX(first), CGRectGetMaxX(second)) - x,
@@ -89,9 +88,6 @@ CGRect CGRectUnion(CGRect first, CGRect second) {
 
 CGRect CGRectIntersection(CGRect first, CGRect second) {
     if (CGRectIsNull(first) || CGRectIsNull(second)) return CGRectNull;
-    // Why the exception for the infinite one: its far edge minus its near edge is not exact, and it must change nothing.
-    if (CGRectIsInfinite(first)) return CGRectStandardize(second);
-    if (CGRectIsInfinite(second)) return CGRectStandardize(first);
     const CGFloat x = std::max(CGRectGetMinX(first), CGRectGetMinX(second));
     const CGFloat y = std::max(CGRectGetMinY(first), CGRectGetMinY(second));
     const CGFloat width = std::min(CGRectGetMaxX(first), CGRectGetMaxX(second)) - x;

@@ -144,8 +144,7 @@ CIImage* ImageOutOfSource(CGImageSourceRef source) {
 - (CGRect)extent {
     if (_handle == nullptr) return CGRectZero;
     const core_image::Extent extent = core_image::ExtentOfImage([self handle]);
-    if (extent.isInfinite()) return CGRectInfinite;
-    // An edge that is infinite by itself is drawn in to where the infinite rectangle ends.
+    // An infinite edge is drawn in to where that of CGRectInfinite is.
     const double far = CGFLOAT_MAX / 2;
     const double left = std::max(extent.left, -far);
     const double bottom = std::max(extent.bottom, -far);

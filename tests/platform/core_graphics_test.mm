@@ -40,6 +40,8 @@ TEST(RectangleTest, InfiniteRectangleReachesHalfTheLargestNumberEitherWay) {
     EXPECT_TRUE(CGRectIsInfinite(CGRectInfinite));
     EXPECT_FALSE(CGRectIsInfinite(CGRectZero));
     EXPECT_TRUE(CGRectEqualToRect(CGRectIntersection(CGRectInfinite, Rect(1, 2, 3, 4)), Rect(1, 2, 3, 4)));
+    EXPECT_TRUE(CGRectIsInfinite(CGRectIntersection(CGRectInfinite, CGRectInfinite)));
+    EXPECT_TRUE(CGRectIsInfinite(CGRectUnion(CGRectInfinite, Rect(1, 2, 3, 4))));
 }
 
 TEST(RectangleTest, NegativeSizesAreStandardized) {

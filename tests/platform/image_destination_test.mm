@@ -80,6 +80,14 @@ TEST_F(ImageDestinationTest, AFileIsReplacedWholeAndNothingStaysBesideIt) {
     EXPECT_TRUE(Write([image imageByCroppingToRect:CGRectMake(0, 0, 1, 1)], CFSTR("public.png")));
     EXPECT_EQ(golden::PictureOfFile(Text([url path]))->width, 1u);
     EXPECT_EQ([[[NSFileManager defaultManager] directoryContentsAtPath:path] count], 1u);
+    // A folder cannot be replaced.
+    [[NSFileManager defaultManager] createDirectoryAtPath:[path stringByAppendingPathComponent:@"folder"]
+                              withIntermediateDirectories:YES
+                                               attributes:nil
+                                                    error:nullptr];
+    url = [NSURL fileURLWithPath:[path stringByAppendingPathComponent:@"folder"]];
+    EXPECT_FALSE(Write(image, CFSTR("public.png")));
+    EXPECT_EQ([[[NSFileManager defaultManager] directoryContentsAtPath:path] count], 2u);
 }
 
 TEST_F(ImageDestinationTest, RefusesOtherTypesAndCounts) {

@@ -77,6 +77,21 @@ TEST(ImageTest, FloatsInSRGBAreDecodedByTheirAlpha) {
     EXPECT_EQ(light[3], 0.5f);
 }
 
+TEST(ImageTest, NumbersInALinearSpaceAreTakenAsTheyAre) {
+    const float pixel[] = {0.25f, 0.5f, 0, 0.5f};
+    NSData* data = [NSData dataWithBytes:pixel length:sizeof pixel];
+    for (CFStringRef name : {kCGColorSpaceLinearSRGB, kCGColorSpaceExtendedLinearSRGB}) {
+        CGColorSpaceRef space = CGColorSpaceCreateWithName(name);
+        CIImage* image = [CIImage imageWithBitmapData:data
+                                          bytesPerRow:sizeof pixel
+                                                 size:CGSizeMake(1, 1)
+                                               format:kCIFormatRGBAf
+                                           colorSpace:space];
+        CGColorSpaceRelease(space);
+        EXPECT_EQ(Floats(image, [image extent]), std::vector<float>(pixel, pixel + 4));
+    }
+}
+
 TEST(ImageTest, ColourIsEverywhereAndTheEmptyImageNowhere) {
     EXPECT_TRUE(CGRectIsInfinite([[CIImage imageWithColor:[CIColor colorWithRed:1 green:0 blue:0]] extent]));
     EXPECT_TRUE(CGRectEqualToRect([[CIImage emptyImage] extent], CGRectZero));
