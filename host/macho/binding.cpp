@@ -1,0 +1,94 @@
+// binding.cpp - the list.
+
+#include "host/macho/binding.h"
+
+#include <CoreFoundation/CoreFoundation.h>
+#include <CoreGraphics/CoreGraphics.h>
+#include <objc/objc-exception.h>
+#include <objc/runtime.h>
+#include <pthread.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "host/macho/constant_string.h"
+#include "host/macho/message_send.h"
+#include "host/macho/object_error.h"
+#include "platform/ExceptionFrames/macos_frames.h"
+
+extern "C" {
+// Only their addresses are of use here: Foundation's is variadic, the compiler's own are called with its own conventions.
+void NSLog(void*, ...);
+void _Unwind_Resume(void*);
+void __gxx_personality_v0();
+int objc_exception_match(Class exceptionClass, id exception);
+}
+
+namespace host::macho {
+
+namespace {
+
+template <typename Function>
+std::uint32_t Address(Function* function) {
+    return reinterpret_cast<std::uintptr_t>(function);
+}
+
+struct Binding {
+    std::string_view name;
+    std::uint32_t address;
+};
+
+const Binding kBindings[] = {
+    // name in the object               function here
+    {"_CFRetain", Address(CFRetain)},
+    {"_CGImageRetain", Address(CGImageRetain)},
+    {"_NSLog", Address(NSLog)},
+
+    {"_calloc", Address(std::calloc)},
+    {"_free", Address(std::free)},
+    {"_memcpy", Address(std::memcpy)},
+    {"_memset", Address(std::memset)},
+    {"_pthread_self", Address(pthread_self)},
+    {"_snprintf", Address(std::snprintf)},
+    {"_strlen", Address<size_t(const char*)>(std::strlen)},
+
+    {"_objc_msgSend", Address(macos_objc_msgSend)},
+    {"_objc_msgSend_fpret", Address(macos_objc_msgSend_fpret)},
+
+    // A frame of such code is smaller than one of this machine: these know both.
+    {"__setjmp", Address(macos_setjmp)},
+    {"_objc_exception_try_enter", Address(macos_exception_try_enter)},
+    {"_objc_exception_try_exit", Address(macos_exception_try_exit)},
+    {"_objc_exception_extract", Address(macos_exception_extract)},
+    {"_objc_exception_match", Address(objc_exception_match)},
+    {"_objc_exception_throw", Address(objc_exception_throw)},
+
+    // C++ exceptions of others that pass through: cleanups run and hand over here.
+    {"___gxx_personality_v0", Address(__gxx_personality_v0)},
+    {"__Unwind_Resume", Address(_Unwind_Resume)},
+};
+
+// An object names each class that it sends messages to by a symbol of this form, so that a missing one shows early.
+constexpr std::string_view kClassPrefix = ".objc_class_name_";
+
+}  // namespace
+
+std::uint32_t AddressOf(std::string_view name) {
+    for (const Binding& binding : kBindings) {
+        if (binding.name == name) return binding.address;
+    }
+    if (name == "___CFConstantStringClassReference") return Address(ConstantStringClass());
+    if (name.starts_with(kClassPrefix)) return AddressOfClass(std::string(name.substr(kClassPrefix.size())).c_str());
+    throw ObjectError("symbol " + std::string(name),
+                      "it is undefined, and no function of that name is lent to modules");
+}
+
+std::uint32_t AddressOfClass(const char* name) {
+    const Class found = objc_getClass(name);
+    if (found == nullptr) throw ObjectError("class " + std::string(name), "there is none of that name here");
+    return Address(found);
+}
+
+}  // namespace host::macho

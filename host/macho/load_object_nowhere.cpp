@@ -1,0 +1,11 @@
+// load_object_nowhere.cpp - loading in a process that cannot run such code.
+
+#include "host/macho/load_object.h"
+
+namespace host::macho {
+
+LoadedObject LoadObject(std::span<const unsigned char>) {
+    throw ObjectError("code for macOS", "only the 32-bit build of this program can run it");
+}
+
+}  // namespace host::macho

@@ -1,0 +1,250 @@
+// object_file.cpp - reading an object file, every number of it held against the file's size.
+
+#include "host/macho/object_file.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "host/macho/object_error.h"
+
+namespace host::macho {
+
+namespace {
+
+// No module comes near this; a size beyond it is a damaged file's.
+constexpr std::uint32_t kLargestObject = 64u << 20;
+
+// Sections are placed relative to a page's begin, so none can ask for more than a page.
+constexpr std::uint32_t kLargestAlignment = 12;
+
+constexpr std::uint32_t kKnownKinds[] = {format::kRegular,        format::kZeroFilled, format::kCStrings,
+                                         format::kLiterals4,      format::kLiterals8,  format::kLiteralPointers,
+                                         format::kSymbolPointers, format::kCoalesced,  format::kLiterals16};
+
+// A file's bytes, handed out only where there are any.
+class File {
+  public:
+    explicit File(std::span<const unsigned char> bytes) : bytes_(bytes) {}
+
+    // Bytes from an offset on; throws when they do not lie in the file. Wide numbers, so that no sum of them wraps.
+    std::span<const unsigned char> Range(std::uint64_t offset, std::uint64_t size, const std::string& what) const {
+        if (offset > bytes_.size() || size > bytes_.size() - offset) {
+            throw ObjectError(what, "bytes " + std::to_string(offset) + " to " + std::to_string(offset + size) +
+                                        " are beyond the file's end at " + std::to_string(bytes_.size()));
+        }
+        return bytes_.subspan(static_cast<std::size_t>(offset), static_cast<std::size_t>(size));
+    }
+
+    template <typename Structure>
+    Structure At(std::uint64_t offset, const std::string& what) const {
+        Structure structure;
+        std::memcpy(&structure, Range(offset, sizeof structure, what).data(), sizeof structure);
+        return structure;
+    }
+
+    template <typename Structure>
+    std::vector<Structure> Table(std::uint64_t offset, std::uint64_t count, const std::string& what) const {
+        const auto bytes = Range(offset, count * sizeof(Structure), what);
+        std::vector<Structure> table(static_cast<std::size_t>(count));
+        if (!table.empty()) std::memcpy(table.data(), bytes.data(), bytes.size());
+        return table;
+    }
+
+  private:
+    std::span<const unsigned char> bytes_;
+};
+
+// A name in a field of fixed width, which it may fill.
+std::string FixedName(const char (&field)[16]) { return {field, strnlen(field, sizeof field)}; }
+
+void CheckHeader(const format::Header& header) {
+    if (header.magic == format::kMagic64) throw ObjectError("header", "the code is 64 bits wide, not 32");
+    if (header.magic != format::kMagic32) throw ObjectError("header", "it does not begin as object code does");
+    if (header.cpuType != format::kCpuX86) {
+        throw ObjectError("header", "the code is for processor " + std::to_string(header.cpuType) + ", not for x86 (" +
+                                        std::to_string(format::kCpuX86) + ")");
+    }
+    if (header.fileType != format::kFileTypeObject) {
+        throw ObjectError("header", "file type " + std::to_string(header.fileType) + " is no object file (" +
+                                        std::to_string(format::kFileTypeObject) + ")");
+    }
+}
+
+Relocation Decoded(const format::Relocation& raw) {
+    Relocation relocation;
+    relocation.isScattered = (raw.first & format::kScattered) != 0;
+    const std::uint32_t bits = relocation.isScattered ? raw.first : raw.second;
+    if (relocation.isScattered) {
+        relocation.offset = bits & 0xFFFFFF;
+        relocation.type = bits >> 24 & 0xF;
+        relocation.isRelative = (bits >> 30 & 1) != 0;
+    } else {
+        relocation.offset = raw.first;
+        relocation.target = bits & 0xFFFFFF;
+        relocation.isRelative = (bits >> 24 & 1) != 0;
+        relocation.isExternal = (bits >> 27 & 1) != 0;
+        relocation.type = bits >> 28;
+    }
+    return relocation;
+}
+
+// How many bytes a relocation changes, as a power of two.
+std::uint32_t LengthOf(const format::Relocation& raw) {
+    return (raw.first & format::kScattered) != 0 ? raw.first >> 28 & 3 : raw.second >> 25 & 3;
+}
+
+Section ReadSection(const File& file, const format::SegmentCommand& segment, const format::Section& raw) {
+    Section section;
+    const std::string segmentName = FixedName(raw.segment);
+    section.name = segmentName + "," + FixedName(raw.name);
+    const std::string what = "section " + section.name;
+    section.kind = raw.flags & format::kSectionKindMask;
+    if (std::find(std::begin(kKnownKinds), std::end(kKnownKinds), section.kind) == std::end(kKnownKinds)) {
+        throw ObjectError(what, "its kind " + std::to_string(section.kind) + " is not one that modules have");
+    }
+    if (raw.address < segment.address || raw.address - segment.address > segment.size ||
+        raw.size > segment.size - (raw.address - segment.address)) {
+        throw ObjectError(what, "its " + std::to_string(raw.size) + " bytes at " + std::to_string(raw.address) +
+                                    " lie outside the segment");
+    }
+    if (raw.alignment > kLargestAlignment || raw.address % (1u << raw.alignment) != 0) {
+        throw ObjectError(what, "it is not aligned to 2^" + std::to_string(raw.alignment));
+    }
+    section.address = raw.address;
+    section.size = raw.size;
+    section.alignment = 1u << raw.alignment;
+    section.hasCode = (raw.flags & (format::kPureInstructions | format::kSomeInstructions)) != 0;
+    section.isText = segmentName == "__TEXT";
+    section.indirectSymbol = raw.indirectSymbol;
+    if (section.kind != format::kZeroFilled) section.bytes = file.Range(raw.fileOffset, raw.size, what);
+    const auto relocations = file.Table<format::Relocation>(raw.relocationOffset, raw.relocationCount, what);
+    for (const format::Relocation& relocation : relocations) {
+        section.relocations.push_back(Decoded(relocation));
+        const std::uint32_t offset = section.relocations.back().offset;
+        if (LengthOf(relocation) != 2) throw ObjectError(what, "a relocation changes another number of bytes than 4");
+        // The second half of a pair has no place of its own.
+        if (section.relocations.back().type == format::kPair) continue;
+        if (offset > section.bytes.size() || section.bytes.size() - offset < 4) {
+            throw ObjectError(what, "a relocation at " + std::to_string(offset) + " lies outside its " +
+                                        std::to_string(section.bytes.size()) + " bytes");
+        }
+    }
+    return section;
+}
+
+void ReadSegment(const File& file, std::uint64_t offset, std::uint32_t commandSize, ObjectFile& object) {
+    if (!object.sections.empty()) throw ObjectError("segment", "there is more than one");
+    const auto segment = file.At<format::SegmentCommand>(offset, "segment");
+    if (segment.size > kLargestObject) {
+        throw ObjectError("segment", "it needs " + std::to_string(segment.size) + " bytes, more than any module");
+    }
+    // Wide, so that a count beyond all bounds does not wrap.
+    if (std::uint64_t{segment.sectionCount} * sizeof(format::Section) + sizeof segment > commandSize) {
+        throw ObjectError("segment", std::to_string(segment.sectionCount) + " sections do not fit their load command");
+    }
+    if (segment.address != 0) throw ObjectError("segment", "it does not begin at address 0");
+    object.size = segment.size;
+    for (const auto& raw : file.Table<format::Section>(offset + sizeof segment, segment.sectionCount, "segment")) {
+        object.sections.push_back(ReadSection(file, segment, raw));
+    }
+}
+
+void CheckNoOverlap(std::vector<Section> sections) {
+    std::erase_if(sections, [](const Section& section) { return section.size == 0; });
+    std::sort(sections.begin(), sections.end(),
+              [](const Section& one, const Section& other) { return one.address < other.address; });
+    for (std::size_t i = 1; i < sections.size(); ++i) {
+        if (sections[i - 1].End() <= sections[i].address) continue;
+        throw ObjectError("section " + sections[i].name, "it overlaps section " + sections[i - 1].name);
+    }
+}
+
+Symbol ReadSymbol(const ObjectFile& object, const format::Symbol& raw, std::string_view strings) {
+    Symbol symbol;
+    if (raw.nameOffset > strings.size()) throw ObjectError("symbol", "its name lies outside the names");
+    const std::string_view rest = strings.substr(raw.nameOffset);
+    symbol.name = rest.substr(0, rest.find('\0'));
+    if (symbol.name.size() == rest.size() && !rest.empty()) throw ObjectError("symbol", "its name does not end");
+    const std::string what = "symbol " + std::string(symbol.name);
+    symbol.value = raw.value;
+    symbol.section = raw.section;
+    if ((raw.type & format::kSymbolDebug) != 0) {
+        symbol.kind = Symbol::Kind::kDebug;
+        return symbol;
+    }
+    const bool isVisible = (raw.type & (format::kSymbolExternal | format::kSymbolPrivate)) == format::kSymbolExternal;
+    switch (raw.type & format::kSymbolKindMask) {
+        case format::kSymbolUndefined:
+            if (raw.value != 0) throw ObjectError(what, "it is common to several objects, and there is one here");
+            symbol.kind = Symbol::Kind::kUndefined;
+            break;
+        case format::kSymbolAbsolute:
+            symbol.kind = Symbol::Kind::kAbsolute;
+            break;
+        case format::kSymbolInSection: {
+            symbol.kind = Symbol::Kind::kInSection;
+            symbol.isExported = isVisible;
+            if (raw.section == 0 || raw.section > object.sections.size()) {
+                throw ObjectError(what, "there is no section " + std::to_string(raw.section));
+            }
+            const Section& section = object.sections[raw.section - 1];
+            if (raw.value < section.address || raw.value > section.End()) {
+                throw ObjectError(what,
+                                  "address " + std::to_string(raw.value) + " lies outside section " + section.name);
+            }
+            break;
+        }
+        default:
+            throw ObjectError(what, "its type " + std::to_string(raw.type) + " is not one that modules have");
+    }
+    return symbol;
+}
+
+void ReadSymbols(const File& file, const format::SymbolsCommand& command, ObjectFile& object) {
+    const auto bytes = file.Range(command.stringOffset, command.stringSize, "symbol names");
+    const std::string_view strings(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    object.symbols.clear();
+    for (const auto& raw : file.Table<format::Symbol>(command.symbolOffset, command.symbolCount, "symbols")) {
+        object.symbols.push_back(ReadSymbol(object, raw, strings));
+    }
+}
+
+}  // namespace
+
+const Section* ObjectFile::Find(std::string_view name) const {
+    const auto found =
+        std::find_if(sections.begin(), sections.end(), [&](const Section& section) { return section.name == name; });
+    return found != sections.end() ? &*found : nullptr;
+}
+
+ObjectFile ReadObject(std::span<const unsigned char> bytes) {
+    const File file(bytes);
+    const auto header = file.At<format::Header>(0, "header");
+    CheckHeader(header);
+    ObjectFile object;
+    std::uint64_t offset = sizeof header;
+    const std::uint64_t end = offset + header.commandsSize;
+    file.Range(offset, header.commandsSize, "load commands");
+    for (std::uint32_t i = 0; i < header.commandCount; ++i) {
+        const std::string what = "load command " + std::to_string(i + 1);
+        const auto command = file.At<format::Command>(offset, what);
+        if (command.size < sizeof command || command.size > end - offset) {
+            throw ObjectError(what, "its " + std::to_string(command.size) + " bytes do not fit the load commands");
+        }
+        if (command.kind == format::kCommandSegment) {
+            ReadSegment(file, offset, command.size, object);
+        } else if (command.kind == format::kCommandSymbols) {
+            ReadSymbols(file, file.At<format::SymbolsCommand>(offset, what), object);
+        } else if (command.kind == format::kCommandDynamicSymbols) {
+            const auto dynamic = file.At<format::DynamicSymbolsCommand>(offset, what);
+            object.indirectSymbols =
+                file.Table<std::uint32_t>(dynamic.indirectOffset, dynamic.indirectCount, "indirect symbols");
+        }
+        offset += command.size;
+    }
+    if (object.sections.empty()) throw ObjectError("segment", "there is none, so there is no code");
+    CheckNoOverlap(object.sections);
+    return object;
+}
+
+}  // namespace host::macho

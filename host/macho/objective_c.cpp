@@ -1,0 +1,70 @@
+// objective_c.cpp - selectors, classes and constant strings of a loaded object.
+
+#include "host/macho/objective_c.h"
+
+#include <objc/runtime.h>
+
+#include <cstring>
+
+#include "host/macho/binding.h"
+#include "host/macho/constant_string.h"
+#include "host/macho/object_error.h"
+
+namespace host::macho {
+
+namespace {
+
+// Replaces every pointer to a name in a section by what the name stands for.
+template <typename Lookup>
+void ReplaceNames(const ObjectFile& object, const Image& image, const char* sectionName, Lookup lookup) {
+    const Section* section = object.Find(sectionName);
+    if (section == nullptr) return;
+    const std::uint32_t count = static_cast<std::uint32_t>(section->bytes.size()) / 4;
+    for (std::uint32_t i = 0; i < count; ++i) {
+        const std::uint32_t address = section->address + 4 * i;
+        const char* name = image.Text(image.Word(address));
+        if (name == nullptr || *name == '\0') {
+            throw ObjectError("section " + section->name, "pointer " + std::to_string(i) + " leads to no name");
+        }
+        image.SetWord(address, lookup(name));
+    }
+}
+
+void CheckStrings(const ObjectFile& object, const Image& image) {
+    const Section* section = object.Find("__DATA,__cfstring");
+    if (section == nullptr) return;
+    const auto count = static_cast<std::uint32_t>(section->bytes.size() / sizeof(ConstantString));
+    for (std::uint32_t i = 0; i < count; ++i) {
+        ConstantString string;
+        std::memcpy(&string, image.At(section->address) + i * sizeof string, sizeof string);
+        const std::string what = "constant string " + std::to_string(i);
+        if (string.isa != AddressOf("___CFConstantStringClassReference")) {
+            throw ObjectError(what, "its class is not that of constant strings");
+        }
+        if (string.flags != kEightBitCharacters) throw ObjectError(what, "its characters are not 8 bits wide");
+        const char* text = image.Text(string.bytes);
+        if (text == nullptr || std::strlen(text) != string.length) {
+            throw ObjectError(what, "its text is not " + std::to_string(string.length) + " characters long");
+        }
+    }
+}
+
+// Sections of what an object itself defines.
+constexpr const char* kDefinitions[] = {"__OBJC,__class", "__OBJC,__category", "__OBJC,__protocol"};
+
+}  // namespace
+
+void FixUpObjectiveC(const ObjectFile& object, const Image& image) {
+    for (const char* name : kDefinitions) {
+        if (object.Find(name) == nullptr) continue;
+        throw ObjectError(std::string("section ") + name,
+                          "classes, categories and protocols of a module's own are not registered here");
+    }
+    ReplaceNames(object, image, "__OBJC,__message_refs", [](const char* name) {
+        return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(sel_registerName(name)));
+    });
+    ReplaceNames(object, image, "__OBJC,__cls_refs", AddressOfClass);
+    CheckStrings(object, image);
+}
+
+}  // namespace host::macho
