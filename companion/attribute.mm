@@ -1,7 +1,8 @@
 // attribute.mm - CIAttributeQOR, what a filter says of one of its keys.
 //
-// The platform describes a key by a dictionary whose values differ in kind from key to key. Each property here reads one entry as
-// one kind; a property whose entry is missing or of another kind is nil or 0, and Has("Min") tells that from a real 0.
+// The platform describes a key by a dictionary whose values differ in kind from key to key. Each property here reads
+// one entry as one kind; a property whose entry is missing or of another kind is nil or 0, and Has("Min") tells that
+// from a real 0.
 //
 //   a number's key      Default  Identity  Min  Max  SliderMin  SliderMax
 //   a vector's          DefaultVector  IdentityVector

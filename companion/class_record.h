@@ -1,7 +1,7 @@
 // class_record.h - the pieces of this module's class records, and the list of its classes.
 //
-// Each class stands in a file of its own: accessors, a method table, a record at the end. What an object holds is laid down in
-// bridge/host_objects.h, where the filters read it too.
+// Each class stands in a file of its own: accessors, a method table, a record at the end. What an object holds is laid
+// down in bridge/host_objects.h, where the filters read it too.
 //
 // Adding a class: its file with its record, and a line in COMPANION_CLASSES.
 

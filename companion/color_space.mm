@@ -2,8 +2,8 @@
 //
 //   CGColorSpaceQOR.Named("sRGB")      Name
 //
-// A space is named as the platform names it, "kCGColorSpaceLinearSRGB", or by what comes after "kCGColorSpace", whose first letter
-// may be small: "sRGB".
+// A space is named as the platform names it, "kCGColorSpaceLinearSRGB", or by what comes after "kCGColorSpace", whose
+// first letter may be small: "sRGB".
 
 #include "bridge/guard.h"
 #include "bridge/host_objects.h"

@@ -1,6 +1,7 @@
 // exception.mm - NSExceptionQOR, a platform exception in the host, and the category by which the family makes one.
 //
-// It is a RuntimeException with nothing of its own: the platform exception's name, reason and user info stand in its Message.
+// It is a RuntimeException with nothing of its own: the platform exception's name, reason and user info stand in its
+// Message.
 
 #import <Foundation/Foundation.h>
 
@@ -8,7 +9,8 @@
 #include "companion/host_text.h"
 
 @interface NSException (HostException)
-// A host exception with the text of a platform exception, and one reference for the caller; null when the host has no such class.
+// A host exception with the text of a platform exception, and one reference for the caller; null when the host has no
+// such class.
 + (ZEVAobjectStruct*)NewNSExceptionQOR:(NSException*)exception;
 @end
 

@@ -4,8 +4,8 @@
 
 #include "bridge/host_objects.h"
 
-// A new object of a value class with one retain of the value; one reference for the caller. Null for nil, and when the host has no
-// such class.
+// A new object of a value class with one retain of the value; one reference for the caller. Null for nil, and when the
+// host has no such class.
 ZEVAobjectStruct* NewValueObject(const char* className, id value);
 
 // What a value object wraps; nil for null and for an object that nobody has filled.

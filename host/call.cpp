@@ -92,8 +92,8 @@ CallInterface::CallInterface(bool hasReceiver, const std::vector<Parameter>& par
     : hasReceiver_(hasReceiver), result_(result.kind) {
     if (hasReceiver) types_.push_back(&ffi_type_pointer);
     for (const Parameter& parameter : parameters) types_.push_back(PassedAs(parameter.type.kind));
-    // The types are our own few and the count is bounded: libffi has nothing to refuse. It keeps the pointer to the types, which
-    // stay where they are when this object moves.
+    // The types are our own few and the count is bounded: libffi has nothing to refuse. It keeps the pointer to the
+    // types, which stay where they are when this object moves.
     ffi_prep_cif(&interface_, FFI_DEFAULT_ABI, static_cast<unsigned>(types_.size()), PassedAs(result_), types_.data());
 }
 

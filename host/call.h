@@ -1,9 +1,9 @@
 // call.h - calling a module's function when its signature is known only from a declaration.
 //
-// Every call into a member goes through here. How the types travel: a double as a double, an integer and a boolean as 32-bit
-// integers, strings and objects as pointers to their handles.
+// Every call into a member goes through here. How the types travel: a double as a double, an integer and a boolean as
+// 32-bit integers, strings and objects as pointers to their handles.
 //
-// Owns:    arguments are borrowed by the function; a string or an object that it returns comes with one reference for us.
+// Owns:    arguments are borrowed by the function; a string or an object that it returns comes with one reference.
 // Threads: the host's thread.
 
 #pragma once
@@ -25,8 +25,8 @@ union Argument {
     void* pointer;
 };
 
-// A value as an argument of the type; none when it does not fit. An integer fits a double. Nil fits strings and objects. An object
-// must be of the type's class or of one below it. The argument borrows from the value.
+// A value as an argument of the type; none when it does not fit. An integer fits a double. Nil fits strings and
+// objects. An object must be of the type's class or of one below it. The argument borrows from the value.
 std::optional<Argument> ArgumentFor(const Type& type, const Value& value);
 
 // A signature made ready for calling.

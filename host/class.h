@@ -1,7 +1,7 @@
 // class.h - a registered class: what the host keeps of a class record.
 //
-// A record is read once, when it is registered. Its tables may be those of record version 9, whose method entries are shorter.
-// What cannot be used is refused entry by entry, with a message; the rest of the class stays.
+// A record is read once, when it is registered. Its tables may be those of record version 9, whose method entries are
+// shorter. What cannot be used is refused entry by entry, with a message; the rest of the class stays.
 //
 // Lifetime: the Host's. The record's functions and texts stay the module's, which is never unloaded.
 // Threads:  the host's thread.
@@ -69,7 +69,8 @@ class Class {
     const std::vector<Member>& Members() const { return members_; }
     const std::vector<Member>& SharedMembers() const { return sharedMembers_; }
 
-    // A property or method by name, a constructor by the number of its parameters, here or in a superclass; null for none.
+    // A property or method by name, a constructor by the number of its parameters, here or in a superclass; null for
+    // none.
     const Member* FindMember(std::string_view name) const;
     const Member* FindConstructor(std::size_t parameterCount) const;
 

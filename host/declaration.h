@@ -5,7 +5,8 @@
 //   Save(path as string)                             a method without result
 //   Crop(rectangle as CIVectorQOR) as CIImageQOR     a method with one
 //
-// Type words are double, integer, boolean, string, memoryblock, or the name of a class. Case matters; spaces between words do not.
+// Type words are double, integer, boolean, string, memoryblock, or the name of a class. Case matters; spaces between
+// words do not.
 // Adding a type word: a line in kTypeWords (declaration.cpp) and its passing in call.cpp.
 
 #pragma once

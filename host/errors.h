@@ -13,7 +13,8 @@
 
 namespace host {
 
-// A refusal by the host: what it is about ("CIImageQOR.Crop", a file) and what is wrong, joined by a colon in the message.
+// A refusal by the host: what it is about ("CIImageQOR.Crop", a file) and what is wrong, joined by a colon in the
+// message.
 class HostError : public std::runtime_error {
   public:
     HostError(const std::string& subject, const std::string& problem)
@@ -29,8 +30,8 @@ class HostError : public std::runtime_error {
 
 // A raised host exception: its object and the object's text. what() is "class: message".
 //
-// Copies share the reference to the object. An exception that outlives the Host, as one does that nobody inside catches, keeps the
-// text and loses the object.
+// Copies share the reference to the object. An exception that outlives the Host, as one does that nobody inside
+// catches, keeps the text and loses the object.
 class HostException : public std::runtime_error {
   public:
     HostException(std::shared_ptr<ObjectReference> object, const std::string& className, const std::string& message,

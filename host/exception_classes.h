@@ -1,7 +1,8 @@
 // exception_classes.h - the exceptions that every host has: RuntimeException and the ones below it.
 //
-// RuntimeException has the properties Message (a string, nil at first) and ErrorNumber (an integer), readable and writable. They
-// are classes like any module's: records with accessors. Adding one: a line in exception_classes.cpp.
+// RuntimeException has the properties Message (a string, nil at first) and ErrorNumber (an integer), readable and
+// writable. They are classes like any module's: records with accessors.
+// Adding one: a line in exception_classes.cpp.
 
 #pragma once
 

@@ -33,7 +33,9 @@ HostError UnknownMember(const Class& isa, std::string_view name, const char* kin
                         const std::vector<Member>& (Class::*membersOf)() const) {
     std::vector<std::string> known;
     for (const Class* each = &isa; each != nullptr; each = each->Superclass()) {
-        for (const Member& member : (each->*membersOf)()) known.push_back(member.declaration.name);
+        for (const Member& member : (each->*membersOf)()) {
+            if (member.declaration.kind != MemberKind::kConstructor) known.push_back(member.declaration.name);
+        }
     }
     return HostError(Subject(isa, name), "the class has no such " + std::string(kind) + Suggestion(name, known));
 }

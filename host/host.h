@@ -6,7 +6,8 @@
 //   host.Set(filter.Get(), "inputRadius", 10.0);
 //   host::Value image = host.Get(filter.Get(), "outputImage");
 //
-// One Host at a time: modules reach the host through plain functions that carry no context, so those work for the current one.
+// One Host at a time: modules reach the host through plain functions that carry no context, so those work for the
+// current one.
 // Failure: HostError when the host refuses, HostException when a module raised (errors.h).
 // Threads: the thread that made the Host.
 
@@ -39,8 +40,8 @@ class Host {
     // Registers the built-in classes and becomes the current Host; throws HostError when there is one already.
     explicit Host(HostOptions options = {});
 
-    // Takes the objects of exceptions that are still on their way. Reports other objects and strings that are referenced; giving
-    // them back later is an error.
+    // Takes the objects of exceptions that are still on their way. Reports other objects and strings that are
+    // referenced; giving them back later is an error.
     ~Host();
     Host(const Host&) = delete;
     Host& operator=(const Host&) = delete;
@@ -50,8 +51,8 @@ class Host {
 
     double Version() const { return options_.version; }
 
-    // Loads a module and has it register its classes. Throws HostError for a file that is no module, and HostException when the
-    // module raised; the classes that it registered until then stay.
+    // Loads a module and has it register its classes. Throws HostError for a file that is no module, and HostException
+    // when the module raised; the classes that it registered until then stay.
     const Module& LoadModule(const std::filesystem::path& path);
 
     // The loaded modules, in order.
@@ -62,8 +63,8 @@ class Host {
     // A new object that no constructor has seen.
     ObjectReference NewInstance(std::string_view className);
 
-    // A new object, constructed by the constructor with as many parameters as there are arguments. Without arguments a class needs
-    // no constructor.
+    // A new object, constructed by the constructor with as many parameters as there are arguments. Without arguments a
+    // class needs no constructor.
     ObjectReference Construct(std::string_view className, std::span<const Value> arguments = {});
 
     // Reads and writes a property.
@@ -80,8 +81,8 @@ class Host {
 
     // What the rest of the runtime tells the Host.
 
-    // Notes the exception of the call that runs now; it is thrown when that has returned. The first one of a call stays, a further
-    // one is reported.
+    // Notes the exception of the call that runs now; it is thrown when that has returned. The first one of a call
+    // stays, a further one is reported.
     void Raise(ObjectReference exception);
 
     // Hands a message to whoever reads them.
@@ -94,9 +95,11 @@ class Host {
     void CountObject(int change) { liveObjects_ += change; }
     void CountString(int change) { liveStrings_ += change; }
 
-    // Runs work, which calls into a module and throws nothing, inside the call scope; answers the exception that was raised.
+    // Runs work, which calls into a module and throws nothing, inside the call scope; answers the exception that was
+    // raised.
     //
-    // Calls nest (a module sets a property while it is called): what is pending in the call around this one stays there.
+    // Calls nest (a module sets a property while it is called): what is pending in the call around this one stays
+    // there.
     template <typename Work>
     ObjectReference RaisedBy(Work work) {
         ObjectReference outer = std::exchange(pending_, {});

@@ -1,6 +1,7 @@
 // memory_block.h - the class "MemoryBlock": an object that holds raw bytes.
 //
-// The size never changes. The bytes are zero at first and belong to the object; whoever holds a reference may read and write them.
+// The size never changes. The bytes are zero at first and belong to the object; whoever holds a reference may read and
+// write them.
 // Threads: the host's thread.
 
 #pragma once

@@ -1,7 +1,7 @@
 // module.h - a module as the host has loaded it.
 //
-// Lifetime: a module is never unloaded; the host keeps pointers into it. Its records are made ready in place, so one process
-//           loads a module once.
+// Lifetime: a module is never unloaded; the host keeps pointers into it. Its records are made ready in place, so one
+//           process loads a module once.
 
 #pragma once
 
@@ -20,7 +20,8 @@ struct Module {
     std::vector<const Class*> classes;  // what it registered, in order
 };
 
-// The entry point of the module in a file, which is loaded for good; throws HostError that names the file and the reason.
+// The entry point of the module in a file, which is loaded for good; throws HostError that names the file and the
+// reason.
 void (*LoadEntryPoint(const std::filesystem::path& path))(ZEVAresolver);
 
 }  // namespace host

@@ -64,8 +64,8 @@ void DisposeStringData(ZEVAstringData* data) {
     if (data != nullptr) TakeBackBytes(data);
 }
 
-// A new object of a class, not yet constructed; null for a class that is not registered, without a word: modules ask for
-// classes that a host may lack and have another in reserve.
+// A new object of a class, not yet constructed; null for a class that is not registered, without a word: modules ask
+// for classes that a host may lack and have another in reserve.
 ZEVAobjectStruct* NewInstance(const char* className) {
     ZEVAobjectStruct* object = nullptr;
     if (className == nullptr || Host::Current().Classes().Find(className) == nullptr) return nullptr;
@@ -75,8 +75,7 @@ ZEVAobjectStruct* NewInstance(const char* className) {
 
 // Sets a property of an object to a value of the property's type.
 void SetProperty(const char* service, ZEVAobjectStruct* object, const char* property, const Value& value) {
-    if (object == nullptr || property == nullptr) return;
-    Contained(service, [&](Host& host) { host.Set(object, property, value); });
+    Contained(service, [&](Host& host) { host.Set(object, property != nullptr ? property : "", value); });
 }
 
 // Sets a string property; the value may be null.

@@ -1,7 +1,8 @@
 // services.h - what the host lends to modules, found by name.
 //
-// The functions of services.cpp are called by modules, from C. None of them lets a C++ exception out: what goes wrong is reported
-// and answered with null, 0 or nothing. They work for the current Host, since the boundary hands them no context.
+// The functions of services.cpp are called by modules, from C. None of them lets a C++ exception out: what goes wrong
+// is reported and answered with null, 0 or nothing. They work for the current Host, since the boundary hands them no
+// context.
 //
 // Owns:    a new object, string or MemoryBlock comes with one reference for the caller; everything else is borrowed.
 // Threads: the host's thread.

@@ -1,4 +1,4 @@
-// suggestion.cpp - nearness of names: how many letters must be changed, added or left out, one for all that is missing at the end.
+// suggestion.cpp - nearness of names: how many letters must be changed, added or left out.
 
 #include "host/suggestion.h"
 

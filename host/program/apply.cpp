@@ -1,4 +1,4 @@
-// apply.cpp - opens the picture, sets up the filter, writes its output: all through the host, by name, as any program would.
+// apply.cpp - opens the picture, sets up the filter, writes its output: all through the host, as any program would.
 
 #include "host/program/apply.h"
 

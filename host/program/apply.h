@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "host/host.h"
+
 // What the command line asks for.
 struct ApplyRequest {
     std::string filter;                 // in any of its spellings
@@ -12,7 +14,7 @@ struct ApplyRequest {
     std::string input;
     std::string output;
     bool keepSize = false;  // crop the result to the input's extent
-    double hostVersion = 2013.03;
+    double hostVersion = host::HostOptions().version;
 };
 
 // Does it and prints a line per step. Throws HostError and HostException; the output file is then as it was.

@@ -1,4 +1,5 @@
-// companion_test.h - what the tests of the companion share: one host with both modules, a folder for files, a small picture.
+// companion_test.h - what the tests of the companion share: one host with both modules, a folder for files, a small
+// picture.
 //
 // The modules are loaded once per process. Every test must leave as many objects and strings as it found.
 

@@ -1,5 +1,5 @@
-// platform_side.h - what tests ask of the platform's side of an object. In a file of its own: C++ exceptions, which the tests
-// catch, and messages do not mix in one unit.
+// platform_side.h - what tests ask of the platform's side of an object. In a file of its own: C++ exceptions, which the
+// tests catch, and messages do not mix in one unit.
 
 #pragma once
 
@@ -10,8 +10,8 @@
 // How many references there are to what a value object wraps.
 std::size_t RetainCountOfWrapped(const ZEVAobjectStruct* object);
 
-// One more reference to what an object holds (a value object, or the dictionary of an attribute object; a filter object's filter
-// and its attributes), and its end: so that a test sees what a finalize function gives back.
+// One more reference to what an object holds (a value object, or the dictionary of an attribute object; a filter
+// object's filter and its attributes), and its end: so that a test sees what a finalize function gives back.
 void* RetainWrapped(const ZEVAobjectStruct* object);
 void* RetainFilter(const ZEVAobjectStruct* object);
 void* RetainAttributes(const ZEVAobjectStruct* object);

@@ -69,6 +69,16 @@ TEST_F(ClassRegistryTest, ABadEntryIsRefusedByNumberAndTheOthersStay) {
     EXPECT_EQ(std::get<double>(host.Get(host.NewInstance("Kettle").Get(), "E")), 8);
 }
 
+TEST_F(ClassRegistryTest, AConstructorAmongTheSharedMethodsIsRefused) {
+    ZEVAmethod sharedMethods[] = {Entry("Constructor", Seven)};
+    ZEVAclassDefinitionDownLevel record = {.version = 12, .className = "Kettle"};
+    record.sharedMethods = sharedMethods;
+    record.sharedMethodCount = 1;
+    host.Classes().Register(&record);
+    EXPECT_EQ(TakeMessages(), Messages{"Kettle: shared method table entry 0 \"Constructor\": a constructor needs an "
+                                       "object, the entry is refused"});
+}
+
 TEST_F(ClassRegistryTest, ANullTableWithACountIsReported) {
     ZEVAclassDefinitionDownLevel record = {.version = 12, .className = "Kettle"};
     record.methodCount = 7;

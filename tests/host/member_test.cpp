@@ -102,6 +102,8 @@ TEST_F(MemberTest, NumbersAndTruthComeBackAsTheyWent) {
     EXPECT_EQ(RoundTrip("Integer", -2147483647 - 1), Value(-2147483647 - 1));
     EXPECT_EQ(RoundTrip("Truth", true), Value(true));
     EXPECT_EQ(RoundTrip("Truth", false), Value(false));
+    BoxOf(box.Get())->truth = 2;
+    EXPECT_EQ(host.Get(box.Get(), "Truth"), Value(true));
 }
 
 TEST_F(MemberTest, StringsTravelByReference) {
@@ -133,6 +135,9 @@ TEST_F(MemberTest, AnyOtherTypeIsRefusedAndTheValueStays) {
     EXPECT_EQ(Refusal("Integer", 2.5), "Box.Integer: expected integer, got double 2.5, the property keeps its value");
     EXPECT_EQ(Refusal("Truth", 1), "Box.Truth: expected boolean, got integer 1, the property keeps its value");
     EXPECT_EQ(Refusal("Text", true), "Box.Text: expected string, got boolean true, the property keeps its value");
+    EXPECT_EQ(
+        Refusal("Number", host::TextValue(std::string(100, 'x'))),
+        "Box.Number: expected double, got string \"" + std::string(60, 'x') + "...\", the property keeps its value");
     EXPECT_EQ(Refusal("Held", 1.0), "Box.Held: expected Box, got double 1, the property keeps its value");
     EXPECT_EQ(host.Get(box.Get(), "Number"), Value(5.0));
 }
@@ -158,6 +163,11 @@ TEST_F(MemberTest, UnknownMembersAreNamedWithTheNearestOne) {
 TEST_F(MemberTest, PropertiesAndMethodsAreNotMistakenForEachOther) {
     EXPECT_EQ(TextOfError([&] { host.Get(box.Get(), "Clear"); }), "Box.Clear: it is a method, not a property");
     EXPECT_EQ(TextOfError([&] { host.Call(box.Get(), "Number"); }), "Box.Number: it is a property, not a method");
+}
+
+TEST_F(MemberTest, AConstructorIsNoMethod) {
+    EXPECT_EQ(TextOfError([&] { host.Call(box.Get(), "Constructor"); }),
+              "Box.Constructor: the class has no such method");
 }
 
 TEST_F(MemberTest, NilHasNoMembers) {

@@ -1,5 +1,6 @@
 // module_test.cpp - loading modules. Each test loads a fresh copy, since a module makes its records ready in place.
 
+#include <dlfcn.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -104,6 +105,7 @@ TEST_F(ModuleTest, AFileThatIsNoLibraryIsNamedWithTheReason) {
 TEST_F(ModuleTest, ALibraryWithoutEntryPointIsNoModule) {
     EXPECT_EQ(Refusal(ZEVA_PLAIN_LIBRARY), "module F: it has no entry point ZEVAPluginMain, so it is no module");
     EXPECT_EQ(host.Modules().size(), 0u);
+    EXPECT_EQ(dlopen(ZEVA_PLAIN_LIBRARY, RTLD_NOW | RTLD_NOLOAD), nullptr) << "it is still loaded";
 }
 
 TEST_F(ModuleTest, AModuleIsLoadedOnce) {

@@ -86,6 +86,7 @@ TEST_F(ServicesTest, StringsKeepTheirBytesAndTheirTag) {
 TEST_F(ServicesTest, StringsThatCannotBeAreNull) {
     EXPECT_EQ(buildString("abc", -1), nullptr);
     EXPECT_EQ(buildString(nullptr, 3), nullptr);
+    EXPECT_EQ(TakeMessages(), Messages());
     EXPECT_EQ(host.LiveStrings(), 0);
     ZEVAstringStruct* empty = buildString(nullptr, 0);
     ASSERT_NE(empty, nullptr);
@@ -130,8 +131,13 @@ TEST_F(ServicesTest, AMemoryBlockOfNoBytesHasNoPointerAndOneOfNegativeSizeIsNull
 
 TEST_F(ServicesTest, SettingAPropertyThatIsNotThereIsReported) {
     ZEVAobjectStruct* object = newInstance("RuntimeException");
-    Service<void(ZEVAobjectStruct*, const char*, std::int32_t)>("ZEVASetPropValueInt")(object, "Number", 1);
-    EXPECT_EQ(TakeMessages(), Messages{"ZEVASetPropValueInt: RuntimeException.Number: the class has no such property"});
+    const auto setInteger = Service<void(ZEVAobjectStruct*, const char*, std::int32_t)>("ZEVASetPropValueInt");
+    setInteger(object, "Number", 1);
+    setInteger(object, nullptr, 1);
+    setInteger(nullptr, "Number", 1);
+    EXPECT_EQ(TakeMessages(), (Messages{"ZEVASetPropValueInt: RuntimeException.Number: the class has no such property",
+                                        "ZEVASetPropValueInt: RuntimeException.: the class has no such property",
+                                        "ZEVASetPropValueInt: nil.Number: there is no object"}));
     unlockObject(object);
 }
 
