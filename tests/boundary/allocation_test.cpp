@@ -38,7 +38,7 @@ class AllocationTest : public testing::Test {
     }
 
     RecordingHost host;
-    LoadedModule probe{ZEVA_PROBE_MODULE};
+    LoadedModule probe{ProbeModule()};
     void (*register_)(ZEVAclassDefinition*) = nullptr;
     ZEVAproperty properties_[1] = {};
     ZEVAmethod methods_[1] = {};

@@ -109,6 +109,8 @@ TEST_F(AttributeTest, EveryAttributePropertyDescribesItsOwnKey) {
         ZEVAobjectStruct fresh = MakeFilterObject(nil);
         Getter<void(ZEVAobjectStruct*)>(described.ClassName(), "Constructor")(&fresh);
         NSDictionary* all = [reinterpret_cast<CIFilter*>(fresh.fields[0]) attributes];
+        [all autorelease];  // the cache's, once the first attribute is read
+        [reinterpret_cast<CIFilter*>(fresh.fields[0]) autorelease];
         for (const CatalogueProperty& property : described.properties) {
             NSDictionary* expected = [all objectForKey:[NSString stringWithUTF8String:property.key.c_str()]];
             const std::string declaration = "Attribute" + property.key + " as CIAttributeQOR";
@@ -118,6 +120,7 @@ TEST_F(AttributeTest, EveryAttributePropertyDescribesItsOwnKey) {
             if (read == nullptr) continue;
             EXPECT_TRUE([reinterpret_cast<NSDictionary*>(read->fields[0]) isEqual:expected]);
             EXPECT_EQ([reinterpret_cast<NSString*>(read->fields[1]) UTF8String], property.key);
+            [reinterpret_cast<NSDictionary*>(read->fields[0]) release];
         }
     }
 }

@@ -11,6 +11,7 @@
 
 #include "tests/boundary/loaded_module.h"
 #include "tests/boundary/recording_host.h"
+#include "tests/boundary/tested_modules.h"
 
 // A log, as tests compare it.
 using Lines = std::vector<std::string>;
@@ -46,5 +47,5 @@ class BoundaryTest : public testing::Test {
     }
 
     RecordingHost host;
-    LoadedModule module{ZEVA_FILTERS_MODULE};
+    LoadedModule module{FiltersModule()};
 };

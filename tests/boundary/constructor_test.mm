@@ -17,6 +17,7 @@ CIFilter* FilterIn(const ZEVAobjectStruct& object) { return reinterpret_cast<CIF
 class ConstructorTest : public BoundaryTest {
   protected:
     ConstructorTest() { Enter(); }
+    ~ConstructorTest() override { [FilterIn(object) release]; }
 
     ZEVAobjectStruct object = MakeFilterObject(nil);
     CapturedLog captured;

@@ -115,7 +115,7 @@ TEST_F(DataTest, MissingPointerEntryDropsTheBlockInSilence) {
 }
 
 TEST_F(DataTest, ValueThatIsNoDataRaisesOnceAndReadsAsNull) {
-    filter->answer = [[NSObject alloc] init];
+    filter->answer = [[[NSObject alloc] init] autorelease];
     EXPECT_EQ(Read(), nullptr);
     EXPECT_EQ(host.raised.size(), 1u);
 }
@@ -178,12 +178,14 @@ TEST_F(DataTest, ObjectWithoutFilterIgnoresWritesAndLocksNothing) {
     EXPECT_EQ(host.TakeLog(), Lines{});
 }
 
-TEST_F(DataTest, ExceptionFromTheFilterComesAfterTheBlockIsUnlocked) {
+TEST_F(DataTest, ExceptionFromTheFilterComesAfterTheBlockIsUnlockedAndLeavesTheDataUnreleased) {
     host.messageFaults["[filter setValue:forKey:<7778797a>, inputCubeData]"] = Raise::kNSException;
     ZEVAmemoryBlockStruct* block = BlockOf("wxyz");
     Write(block);
     EXPECT_EQ(block->object.references, 1);
     EXPECT_EQ(host.raised.size(), 1u);
+    EXPECT_EQ([filter->received retainCount], 1u);
+    [filter->received release];
 }
 
 }  // namespace

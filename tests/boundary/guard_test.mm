@@ -49,7 +49,7 @@ TEST_F(GuardTest, ObjectGettersAnswerNullForAnException) {
 }
 
 TEST_F(GuardTest, ExceptionsThatFoundationRaisesAreCaught) {
-    object = MakeFilterObject([[NSObject alloc] init]);
+    object = MakeFilterObject([[[NSObject alloc] init] autorelease]);
     EXPECT_EQ(ReadRadius(), 0.0);
     EXPECT_EQ(host.raised.size(), 1u);
 }

@@ -23,7 +23,7 @@ class ProbeTest : public testing::Test {
     }
 
     RecordingHost host;
-    LoadedModule probe{ZEVA_PROBE_MODULE};
+    LoadedModule probe{ProbeModule()};
 };
 
 TEST_F(ProbeTest, RaisesWithMessageEncodingAndErrorNumberInThisOrder) {
@@ -105,7 +105,7 @@ TEST_F(ProbeTest, EachStepOfARaiseIsSkippedWhereItsServiceIsMissing) {
                              "RuntimeRaiseException", "ZEVAUnlockObject", "ZEVAUnlockString"}) {
         RecordingHost lacking;
         lacking.faults[name].missingLookups = RecordingHost::kAlways;
-        LoadedModule fresh{ZEVA_PROBE_MODULE};
+        LoadedModule fresh{ProbeModule()};
         fresh.Enter();
         lacking.TakeLog();
         fresh.Find<void(const char*, const char*, unsigned long)>("ProbeRaise")("RuntimeException", "text", 0);

@@ -39,7 +39,7 @@ namespace {
 
 TEST_F(BoundaryTest, All960AccessorsPassTheirOwnKeyAsOneSharedConstant) {
     Enter();
-    ZEVAobjectStruct object = MakeFilterObject([[KeyKeeper alloc] init]);
+    ZEVAobjectStruct object = MakeFilterObject([[[KeyKeeper alloc] init] autorelease]);
     ZEVAobjectStruct* value = host.NewObject("CIImageQOR");
     value->fields[0] = reinterpret_cast<ZEVAword>(@"wrapped");
     ZEVAmemoryBlockStruct* block = host.NewBlock(4);
@@ -71,6 +71,7 @@ TEST_F(BoundaryTest, All960AccessorsPassTheirOwnKeyAsOneSharedConstant) {
             passed(key);
         }
     }
+    [reinterpret_cast<id>(object.fields[1]) release];  // the attribute cache
     EXPECT_EQ(accessors, 960);
     EXPECT_EQ(constants.size(), 68u);
     for (const auto& [key, addresses] : constants) EXPECT_EQ(addresses.size(), 1u) << key;

@@ -7,11 +7,13 @@
 
 #include <cstring>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <map>
 #include <stdexcept>
 #include <vector>
 
+#include "host/macho/load_object.h"
 #include "tests/boundary/recording_host.h"
 
 namespace {
@@ -20,11 +22,6 @@ namespace {
 struct Section {
     unsigned char* address;
     std::vector<unsigned char> bytes;
-};
-
-struct Loaded {
-    void* handle = nullptr;
-    std::vector<Section> data;
 };
 
 // Copies byte by byte, out of the address sanitizer's sight: between variables lie places that it watches.
@@ -55,20 +52,43 @@ std::vector<Section> DataOf(const std::string& path, void* handle) {
 
 }  // namespace
 
+struct LoadedModule::Loaded {
+    std::function<void*(const char* name)> find;
+    std::vector<Section> data;
+};
+
+namespace {
+
+LoadedModule::Loaded LoadLibrary(const std::string& path) {
+    void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (handle == nullptr) throw std::runtime_error(dlerror());
+    return {[handle](const char* name) { return dlsym(handle, name); }, DataOf(path, handle)};
+}
+
+LoadedModule::Loaded LoadObjectCode(const std::string& path) {
+    const host::macho::LoadedObject object = host::macho::LoadObject(std::filesystem::path(path));
+    const auto find = [exports = object.exports](const char* name) {
+        const auto found = exports.find(name);
+        return found != exports.end() ? found->second : nullptr;
+    };
+    const std::vector<unsigned char> bytes(object.data.begin(), object.data.end());
+    return {find, {{object.data.data(), bytes}}};
+}
+
+}  // namespace
+
 LoadedModule::LoadedModule(const std::string& path) {
     static std::map<std::string, Loaded> known;
-    Loaded& loaded = known[path];
-    if (loaded.handle == nullptr) {
-        loaded.handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-        if (loaded.handle == nullptr) throw std::runtime_error(dlerror());
-        loaded.data = DataOf(path, loaded.handle);
+    auto found = known.find(path);
+    if (found == known.end()) {
+        found = known.emplace(path, host::macho::IsMachO(path) ? LoadObjectCode(path) : LoadLibrary(path)).first;
     }
-    for (const Section& section : loaded.data) {
+    loaded_ = &found->second;
+    for (const Section& section : loaded_->data) {
         CopyUnwatched(section.address, section.bytes.data(), section.bytes.size());
     }
-    handle_ = loaded.handle;
 }
 
 void LoadedModule::Enter() const { Find<void(ZEVAresolver)>("ZEVAPluginMain")(&RecordingHost::Resolve); }
 
-void* LoadedModule::FindAddress(const char* name) const { return dlsym(handle_, name); }
+void* LoadedModule::FindAddress(const char* name) const { return loaded_->find(name); }

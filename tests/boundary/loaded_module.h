@@ -1,4 +1,4 @@
-// loaded_module.h - a built module, loaded as a host loads it.
+// loaded_module.h - a built module, loaded as a host loads it: a shared library, or object code for macOS.
 //
 // Every LoadedModule begins as the module was linked: its slots, versions and records know nothing of earlier tests. The file is
 // loaded once per process and never unloaded (the Objective-C runtime keeps pointers into it); its data is put back instead.
@@ -12,6 +12,8 @@
 
 class LoadedModule {
   public:
+    struct Loaded;
+
     // Loads the file, or puts its data back to where they were after loading. Throws with a message when it cannot be loaded.
     explicit LoadedModule(const std::string& path);
 
@@ -27,5 +29,5 @@ class LoadedModule {
   private:
     void* FindAddress(const char* name) const;
 
-    void* handle_;
+    const Loaded* loaded_;
 };

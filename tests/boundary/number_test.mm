@@ -97,7 +97,7 @@ TEST_F(NumberTest, ObjectWithoutFilterReadsAsZeroAndIgnoresWrites) {
 }
 
 TEST_F(NumberTest, ValueThatIsNoNumberRaisesOnceAndReadsAsZero) {
-    filter->answer = [[NSObject alloc] init];
+    filter->answer = [[[NSObject alloc] init] autorelease];
     EXPECT_EQ(Read(), 0.0);
     EXPECT_EQ(host.raised.size(), 1u);
 }

@@ -2,6 +2,7 @@
 // that reach the parts of the boundary that no filter class uses.
 
 #include <cstring>
+#include <new>
 
 #include "plugin/class_registration.h"
 #include "plugin/host_exception.h"

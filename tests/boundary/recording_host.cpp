@@ -15,6 +15,13 @@ RecordingHost* current = nullptr;
 // The object that a MemoryBlock is.
 ZEVAobjectStruct* ObjectOf(ZEVAmemoryBlockStruct* block) { return block != nullptr ? &block->object : nullptr; }
 
+// Keeps the pointers to a class's tables for the life of the process, as hosts do.
+void KeepTables(const ZEVAclassDefinitionDownLevel& record) {
+    static auto& tables = *new std::vector<const void*>;  // outlives every static, for the leak checker
+    tables.insert(tables.end(), {record.properties, record.methods, record.pairs, record.triples,
+                                 record.sharedProperties, record.sharedMethods});
+}
+
 // The methods of a record, in the layout that its version names.
 std::vector<ZEVAmethodDownLevel> MethodsOf(const ZEVAclassDefinitionDownLevel& record) {
     std::vector<ZEVAmethodDownLevel> methods;
@@ -40,6 +47,7 @@ struct Services {
     static void RegisterClass(ZEVAclassDefinition* definition) {
         const ZEVAclassDefinitionDownLevel& record = definition->record;
         if (!current->Enter("PluginRegisterClass", record.className)) return;
+        KeepTables(record);
         current->classes.push_back({definition, static_cast<std::int32_t>(record.version), record.className,
                                     record.superclassName, MethodsOf(record)});
     }

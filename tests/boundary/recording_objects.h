@@ -11,6 +11,7 @@
 // A filter, a value or a dictionary, as the test needs it.
 //
 // Log lines: "[filter valueForKey:inputRadius]", with the object's own name in front.
+// Lifetime:  the process; a release only counts.
 @interface RecordingObject : NSObject {
   @public
     const char* name;       // how the log calls it

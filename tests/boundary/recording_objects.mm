@@ -15,10 +15,11 @@ std::string Text(id object) { return object != nil ? [[object description] UTF8S
 @implementation RecordingObject
 
 + (RecordingObject*)named:(const char*)name {
-    RecordingObject* object = [[RecordingObject alloc] init];
-    object->name = name;
-    object->references = 1;
-    return object;
+    static auto& all = *new std::vector<RecordingObject*>;  // outlives every static, for the leak checker
+    all.push_back([[RecordingObject alloc] init]);
+    all.back()->name = name;
+    all.back()->references = 1;
+    return all.back();
 }
 
 - (void)record:(const char*)message with:(const std::string&)arguments {
@@ -31,8 +32,8 @@ std::string Text(id object) { return object != nil ? [[object description] UTF8S
 }
 
 - (void)setValue:(id)value forKey:(NSString*)key {
-    [self record:"setValue:forKey:" with:Text(value) + ", " + Text(key)];
     received = value;
+    [self record:"setValue:forKey:" with:Text(value) + ", " + Text(key)];
 }
 
 - (id)setDefaults {
@@ -146,7 +147,7 @@ id ThrownBy(void (*work)(void* context), void* context) {
     if (_setjmp(frame.buffer) != 0) return objc_exception_extract(&frame);
     work(context);
     // Thrown to this frame only if it is the innermost again.
-    NSObject* probe = [[NSObject alloc] init];
+    NSObject* probe = [[[NSObject alloc] init] autorelease];
     if (_setjmp(frame.buffer) != 0) return objc_exception_extract(&frame) == probe ? nil : probe;
     @throw probe;
 }

@@ -28,7 +28,7 @@ class RegistrationTest : public testing::Test {
     static constexpr double kDownLevelHost = 2011.04;
 
     RecordingHost host;
-    LoadedModule probe{ZEVA_PROBE_MODULE};
+    LoadedModule probe{ProbeModule()};
     ZEVAclassDefinition definition = {};
 };
 

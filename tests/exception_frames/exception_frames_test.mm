@@ -32,22 +32,22 @@ id ThrownBy(Work work) {
 }
 
 TEST(ExceptionFrames, ThrownObjectReachesTheFrameUnchanged) {
-    NSObject* thrown = [[NSObject alloc] init];
+    NSObject* thrown = [[[NSObject alloc] init] autorelease];
     EXPECT_EQ(ThrownBy([&] { @throw thrown; }), thrown);
 }
 
 TEST(ExceptionFrames, ExceptionsThatFoundationRaisesReachTheFrame) {
-    id undefinedKey = ThrownBy([] { [[[NSObject alloc] init] valueForKey:@"nothing"]; });
+    id undefinedKey = ThrownBy([] { [[[[NSObject alloc] init] autorelease] valueForKey:@"nothing"]; });
     EXPECT_TRUE([[undefinedKey name] isEqual:NSUndefinedKeyException]);
-    id unknownMessage = ThrownBy([] { [reinterpret_cast<NSString*>([[NSObject alloc] init]) length]; });
+    id unknownMessage = ThrownBy([] { [reinterpret_cast<NSString*>([[[NSObject alloc] init] autorelease]) length]; });
     EXPECT_TRUE([[unknownMessage name] isEqual:NSInvalidArgumentException]);
     id range = ThrownBy([] { [[NSArray array] objectAtIndex:1]; });
     EXPECT_TRUE([[range name] isEqual:NSRangeException]);
 }
 
 TEST(ExceptionFrames, InnermostFrameOfSeveralGetsTheObjectAndTheOthersStay) {
-    NSObject* inner = [[NSObject alloc] init];
-    NSObject* outer = [[NSObject alloc] init];
+    NSObject* inner = [[[NSObject alloc] init] autorelease];
+    NSObject* outer = [[[NSObject alloc] init] autorelease];
     id caughtInside = nil;
     id caughtOutside = ThrownBy([&] {
         caughtInside = ThrownBy([&] { @throw inner; });
@@ -58,7 +58,7 @@ TEST(ExceptionFrames, InnermostFrameOfSeveralGetsTheObjectAndTheOthersStay) {
 }
 
 TEST(ExceptionFrames, FrameThatWasLeftGetsNothingMore) {
-    NSObject* thrown = [[NSObject alloc] init];
+    NSObject* thrown = [[[NSObject alloc] init] autorelease];
     EXPECT_EQ(ThrownBy([&] {
                   EXPECT_EQ(ThrownBy([] {}), nil);
                   @throw thrown;
@@ -67,7 +67,7 @@ TEST(ExceptionFrames, FrameThatWasLeftGetsNothingMore) {
 }
 
 TEST(ExceptionFrames, LeavingAFrameRemovesThoseInsideIt) {
-    NSObject* thrown = [[NSObject alloc] init];
+    NSObject* thrown = [[[NSObject alloc] init] autorelease];
     EXPECT_EQ(ThrownBy([&] {
                   Frame outer, inner;
                   objc_exception_try_enter(&outer);
@@ -79,7 +79,7 @@ TEST(ExceptionFrames, LeavingAFrameRemovesThoseInsideIt) {
 }
 
 TEST(ExceptionFrames, WithoutAFrameTheRuntimeUnwindsToANativeCatch) {
-    NSObject* thrown = [[NSObject alloc] init];
+    NSObject* thrown = [[[NSObject alloc] init] autorelease];
     id caught = nil;
     @try {
         @throw thrown;
@@ -94,11 +94,13 @@ TEST(ExceptionFrames, EachThreadHasItsOwnChain) {
     objc_exception_try_enter(&frame);
     bool caughtNatively = false;
     std::thread([&] {
+        id thrown = [[NSObject alloc] init];
         @try {
-            @throw [[NSObject alloc] init];
+            @throw thrown;
         } @catch (id) {
             caughtNatively = true;
         }
+        [thrown release];
     }).join();
     objc_exception_try_exit(&frame);
     EXPECT_TRUE(caughtNatively);
@@ -108,7 +110,7 @@ TEST(ExceptionFrames, MatchAcceptsTheClassAndThoseBelowItOnly) {
     NSException* exception = [NSException exceptionWithName:@"n" reason:nil userInfo:nil];
     EXPECT_TRUE(objc_exception_match([NSException class], exception));
     EXPECT_TRUE(objc_exception_match([NSObject class], exception));
-    EXPECT_FALSE(objc_exception_match([NSException class], [[NSObject alloc] init]));
+    EXPECT_FALSE(objc_exception_match([NSException class], [[[NSObject alloc] init] autorelease]));
     EXPECT_FALSE(objc_exception_match([NSString class], exception));
     EXPECT_FALSE(objc_exception_match([NSException class], nil));
 }
