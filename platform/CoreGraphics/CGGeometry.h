@@ -8,21 +8,25 @@
 
 #include <CoreGraphics/CGBase.h>
 
+// A place.
 typedef struct CGPoint {
     CGFloat x;
     CGFloat y;
 } CGPoint;
 
+// A width and a height.
 typedef struct CGSize {
     CGFloat width;
     CGFloat height;
 } CGSize;
 
+// The rectangle between its origin and the opposite corner.
 typedef struct CGRect {
     CGPoint origin;
     CGSize size;
 } CGRect;
 
+// The constants of each; CGRectInfinite reaches half of the largest number in every direction.
 CG_EXTERN const CGPoint CGPointZero;
 CG_EXTERN const CGSize CGSizeZero;
 CG_EXTERN const CGRect CGRectZero;

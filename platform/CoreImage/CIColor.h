@@ -24,6 +24,7 @@
 - (const CGFloat*)components;
 - (size_t)numberOfComponents;
 
+// One component each.
 - (CGFloat)red;
 - (CGFloat)green;
 - (CGFloat)blue;

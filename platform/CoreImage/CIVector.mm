@@ -3,7 +3,6 @@
 #import <CoreImage/CIVector.h>
 
 #include <algorithm>
-#include <cstring>
 
 @implementation CIVector
 

@@ -18,14 +18,13 @@ ImageRef RandomImage(std::size_t width, std::size_t height) {
     }
     BitmapSource source;
     source.pixels = pixels->data();
-    source.owner = pixels;
     source.width = width;
     source.height = height;
     source.bytesPerRow = width * 4 * sizeof(float);
     source.format = PixelFormat::floats;
     source.alpha = Alpha::premultiplied;
     source.transfer = Transfer::linear;
-    return MakeBitmapImage(source);
+    return MakeBitmapImage(source, pixels);
 }
 
 std::vector<float> Pixels(const ImageRef& image, const Region& region, const Cut& cut) {

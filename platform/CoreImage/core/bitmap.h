@@ -21,8 +21,7 @@ enum class Alpha { straight, premultiplied, ignored };
 
 // Pixels to make an image of.
 struct BitmapSource {
-    std::shared_ptr<const void> owner;  // keeps the pixels alive
-    const void* pixels = nullptr;       // of the topmost row
+    const void* pixels = nullptr;  // of the topmost row
     std::size_t width = 0;
     std::size_t height = 0;
     std::size_t bytesPerRow = 0;
@@ -39,8 +38,8 @@ struct BitmapDestination {
     Transfer transfer = Transfer::sRGB;
 };
 
-// The image of a bitmap.
-ImageRef MakeBitmapImage(BitmapSource source);
+// The image of a bitmap, whose pixels the owner keeps alive.
+ImageRef MakeBitmapImage(const BitmapSource& source, std::shared_ptr<const void> owner);
 
 // Encodes a tile into its place in a bitmap that stands for a region.
 void Store(const Tile& tile, const Region& region, const BitmapDestination& destination);

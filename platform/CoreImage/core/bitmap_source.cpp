@@ -75,9 +75,10 @@ class BitmapStage : public Stage {
 
 class BitmapImage : public Image {
   public:
-    explicit BitmapImage(BitmapSource source)
+    BitmapImage(const BitmapSource& source, std::shared_ptr<const void> owner)
         : Image({0, 0, static_cast<double>(source.width), static_cast<double>(source.height)}, /*depthBelow=*/0),
-          source_(std::move(source)) {}
+          source_(source),
+          owner_(std::move(owner)) {}
 
     std::unique_ptr<const Stage> prepare(const Region&) const override {
         return std::make_unique<BitmapStage>(source_);
@@ -85,10 +86,13 @@ class BitmapImage : public Image {
 
   private:
     BitmapSource source_;
+    std::shared_ptr<const void> owner_;
 };
 
 }  // namespace
 
-ImageRef MakeBitmapImage(BitmapSource source) { return std::make_shared<BitmapImage>(std::move(source)); }
+ImageRef MakeBitmapImage(const BitmapSource& source, std::shared_ptr<const void> owner) {
+    return std::make_shared<BitmapImage>(source, std::move(owner));
+}
 
 }  // namespace core_image

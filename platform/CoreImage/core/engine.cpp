@@ -30,12 +30,8 @@ ImageHandle* Handle(Make&& make) noexcept {
 }  // namespace
 
 ImageHandle* MakeBitmap(const BitmapSource& source, PixelOwner owner) noexcept {
-    return Handle([&] {
-        BitmapSource owned = source;
-        // The deleter runs even when making the shared pointer fails.
-        owned.owner = std::shared_ptr<const void>(owner.object, owner.release);
-        return MakeBitmapImage(std::move(owned));
-    });
+    // The owner is released even when making its shared pointer fails.
+    return Handle([&] { return MakeBitmapImage(source, std::shared_ptr<const void>(owner.object, owner.release)); });
 }
 
 ImageHandle* MakeConstant(const double* components) noexcept {
