@@ -1,0 +1,260 @@
+// boundary_benchmark.mm - what a call through the module's method table costs, beside the same messages sent directly.
+//
+// Each operation stands here twice: "module/..." calls the accessor as a host does, "direct/..." sends the messages that the
+// accessor sends, and makes the same host object. Everything else is equal: one filter, one pool for every 1000 calls.
+// Registration is timed as a whole, with a host that only takes the pointer.
+
+#import <CoreImage/CoreImage.h>
+#include <benchmark/benchmark.h>
+#include <dlfcn.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <string>
+
+#include "bridge/host_objects.h"
+#include "plugin/zeva.h"
+
+namespace {
+
+constexpr int kCallsPerPool = 1000;
+
+// The least host that can be: it keeps the records, and its objects are plain memory.
+std::map<std::string, ZEVAclassDefinition*>* records = nullptr;
+double hostVersion = 2013.03;
+
+void RegisterClass(ZEVAclassDefinition* record) {
+    if (records != nullptr) (*records)[record->record.className] = record;
+}
+void RegisterPluginVersion(std::int32_t) {}
+double GetVersion() { return hostVersion; }
+ZEVAobjectStruct* NewInstance(const char*) { return static_cast<ZEVAobjectStruct*>(std::calloc(1, 40)); }
+
+// Gives an object back, with what its class would release.
+void Drop(ZEVAobjectStruct* object) {
+    [reinterpret_cast<ValueObject*>(object)->wrapped release];
+    std::free(object);
+}
+
+ZEVAentry Resolve(const char* name) {
+    const auto is = [&](const char* entry) { return std::strcmp(name, entry) == 0; };
+    if (is("PluginRegisterClass")) return reinterpret_cast<ZEVAentry>(RegisterClass);
+    if (is("RegisterPluginVersion")) return reinterpret_cast<ZEVAentry>(RegisterPluginVersion);
+    if (is("ZEVAGetZVVersion")) return reinterpret_cast<ZEVAentry>(GetVersion);
+    if (is("PluginNewInstance")) return reinterpret_cast<ZEVAentry>(NewInstance);
+    return nullptr;
+}
+
+using PluginMain = void (*)(ZEVAresolver);
+
+PluginMain Module() {
+    static void* handle = dlopen(ZEVA_FILTERS_MODULE, RTLD_NOW | RTLD_LOCAL);
+    return reinterpret_cast<PluginMain>(dlsym(handle, "ZEVAPluginMain"));
+}
+
+// The accessors of one property.
+const ZEVAmethodDownLevel& Method(const char* className, const char* declaration) {
+    static auto* known = [] {
+        records = new std::map<std::string, ZEVAclassDefinition*>;
+        Module()(Resolve);
+        return records;
+    }();
+    const ZEVAclassDefinitionDownLevel& record = known->at(className)->record;
+    for (ZEVAword i = 0; i < record.methodCount; ++i) {
+        const ZEVAmethodDownLevel& method = record.methods[i].entry;
+        if (std::strcmp(method.declaration, declaration) == 0) return method;
+    }
+    std::abort();
+}
+
+// A filter object with its filter.
+struct Filter {
+    explicit Filter(const char* filterName) : memory(NewInstance(nullptr)) {
+        fields = reinterpret_cast<FilterObject*>(memory);
+        fields->filter = [[CIFilter filterWithName:[NSString stringWithUTF8String:filterName]] retain];
+        [fields->filter setDefaults];
+    }
+    ~Filter() {
+        [fields->attributeCache release];
+        [fields->filter release];
+        std::free(memory);
+    }
+    Filter(const Filter&) = delete;
+
+    ZEVAobjectStruct* memory;
+    FilterObject* fields;
+};
+
+// Times the call, many to a pool.
+template <typename Call>
+void Time(benchmark::State& state, Call call) {
+    while (state.KeepRunningBatch(kCallsPerPool)) {
+        NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
+        for (int i = 0; i < kCallsPerPool; ++i) call(i);
+        [pool drain];
+    }
+}
+
+void ModuleGetNumber(benchmark::State& state) {
+    Filter filter("CIGaussianBlur");
+    auto* get = reinterpret_cast<double (*)(ZEVAobjectStruct*)>(
+        Method("CIFilterGaussianBlurQOR", "inputRadius as double").function);
+    Time(state, [&](int) { benchmark::DoNotOptimize(get(filter.memory)); });
+}
+
+void DirectGetNumber(benchmark::State& state) {
+    Filter filter("CIGaussianBlur");
+    Time(state,
+         [&](int) { benchmark::DoNotOptimize([[filter.fields->filter valueForKey:@"inputRadius"] doubleValue]); });
+}
+
+void ModuleSetNumber(benchmark::State& state) {
+    Filter filter("CIGaussianBlur");
+    auto* set = reinterpret_cast<void (*)(ZEVAobjectStruct*, double)>(
+        Method("CIFilterGaussianBlurQOR", "inputRadius as double").setter);
+    Time(state, [&](int i) { set(filter.memory, i); });
+}
+
+void DirectSetNumber(benchmark::State& state) {
+    Filter filter("CIGaussianBlur");
+    Time(state, [&](int i) {
+        [filter.fields->filter setValue:[NSNumber numberWithFloat:static_cast<float>(i)] forKey:@"inputRadius"];
+    });
+}
+
+// Objects: the class, the declaration, the key and the value of one kind.
+struct Kind {
+    const char* filterName;
+    const char* className;
+    const char* declaration;
+    NSString* key;
+    id value;
+};
+
+Kind Image() {
+    CIImage* image = [CIImage imageWithColor:[CIColor colorWithRed:1 green:0 blue:0 alpha:1]];
+    return {"CIGaussianBlur", "CIFilterGaussianBlurQOR", "inputImage as CIImageQOR", @"inputImage", image};
+}
+
+Kind Vector() {
+    CIVector* vector = [CIVector vectorWithX:1 Y:2];
+    return {"CIBumpDistortion", "CIFilterBumpDistortionQOR", "inputCenter as CIVectorQOR", @"inputCenter", vector};
+}
+
+void ModuleGetObject(benchmark::State& state, Kind (*kind)()) {
+    const Kind of = kind();
+    Filter filter(of.filterName);
+    [filter.fields->filter setValue:of.value forKey:of.key];
+    auto* get =
+        reinterpret_cast<ZEVAobjectStruct* (*)(ZEVAobjectStruct*)>(Method(of.className, of.declaration).function);
+    Time(state, [&](int) { Drop(get(filter.memory)); });
+}
+
+void DirectGetObject(benchmark::State& state, Kind (*kind)()) {
+    const Kind of = kind();
+    Filter filter(of.filterName);
+    [filter.fields->filter setValue:of.value forKey:of.key];
+    Time(state, [&](int) {
+        ZEVAobjectStruct* object = NewInstance(of.className);
+        reinterpret_cast<ValueObject*>(object)->wrapped = [[filter.fields->filter valueForKey:of.key] retain];
+        Drop(object);
+    });
+}
+
+void ModuleSetObject(benchmark::State& state, Kind (*kind)()) {
+    const Kind of = kind();
+    Filter filter(of.filterName);
+    auto* set =
+        reinterpret_cast<void (*)(ZEVAobjectStruct*, ZEVAobjectStruct*)>(Method(of.className, of.declaration).setter);
+    ZEVAobjectStruct* wrapper = NewInstance(of.className);
+    reinterpret_cast<ValueObject*>(wrapper)->wrapped = [of.value retain];
+    Time(state, [&](int) { set(filter.memory, wrapper); });
+    Drop(wrapper);
+}
+
+void DirectSetObject(benchmark::State& state, Kind (*kind)()) {
+    const Kind of = kind();
+    Filter filter(of.filterName);
+    Time(state, [&](int) { [filter.fields->filter setValue:of.value forKey:of.key]; });
+}
+
+// Gives an attribute object back.
+void DropAttribute(ZEVAobjectStruct* object) {
+    [reinterpret_cast<AttributeObject*>(object)->key release];
+    Drop(object);
+}
+
+void ModuleGetAttribute(benchmark::State& state) {
+    Filter filter("CIGaussianBlur");
+    auto* get = reinterpret_cast<ZEVAobjectStruct* (*)(ZEVAobjectStruct*)>(
+        Method("CIFilterGaussianBlurQOR", "AttributeinputRadius as CIAttributeQOR").function);
+    Time(state, [&](int) { DropAttribute(get(filter.memory)); });
+}
+
+void DirectGetAttribute(benchmark::State& state) {
+    Filter filter("CIGaussianBlur");
+    NSDictionary* attributes = [filter.fields->filter attributes];
+    Time(state, [&](int) {
+        id attribute = [attributes objectForKey:@"inputRadius"];
+        if (![attribute isKindOfClass:[NSDictionary class]]) std::abort();
+        ZEVAobjectStruct* object = NewInstance("CIAttributeQOR");
+        reinterpret_cast<AttributeObject*>(object)->key = [@"inputRadius" retain];
+        reinterpret_cast<AttributeObject*>(object)->attribute = [attribute retain];
+        DropAttribute(object);
+    });
+}
+
+// The module's records, as they were linked, so that each registration finds them so.
+struct Records {
+    Records() {
+        Method("CIFilterBloomQOR", "Constructor");
+        for (const auto& [name, record] : *records) originals[record] = *record;
+    }
+    void Restore() const {
+        for (const auto& [record, original] : originals) *record = original;
+    }
+    std::map<ZEVAclassDefinition*, ZEVAclassDefinition> originals;
+};
+
+void Register(benchmark::State& state, double version) {
+    static const Records linked;
+    auto* kept = std::exchange(records, nullptr);
+    hostVersion = version;
+    for (auto _ : state) {
+        Module()(Resolve);
+        state.PauseTiming();
+        linked.Restore();
+        state.ResumeTiming();
+    }
+    hostVersion = 2013.03;
+    records = kept;
+}
+
+BENCHMARK(ModuleGetNumber)->Name("module/get a double");
+BENCHMARK(DirectGetNumber)->Name("direct/get a double");
+BENCHMARK(ModuleSetNumber)->Name("module/set a double");
+BENCHMARK(DirectSetNumber)->Name("direct/set a double");
+BENCHMARK_CAPTURE(ModuleGetObject, image, Image)->Name("module/get an image");
+BENCHMARK_CAPTURE(DirectGetObject, image, Image)->Name("direct/get an image");
+BENCHMARK_CAPTURE(ModuleSetObject, image, Image)->Name("module/set an image");
+BENCHMARK_CAPTURE(DirectSetObject, image, Image)->Name("direct/set an image");
+BENCHMARK_CAPTURE(ModuleGetObject, vector, Vector)->Name("module/get a vector");
+BENCHMARK_CAPTURE(DirectGetObject, vector, Vector)->Name("direct/get a vector");
+BENCHMARK_CAPTURE(ModuleSetObject, vector, Vector)->Name("module/set a vector");
+BENCHMARK_CAPTURE(DirectSetObject, vector, Vector)->Name("direct/set a vector");
+BENCHMARK(ModuleGetAttribute)->Name("module/get an attribute");
+BENCHMARK(DirectGetAttribute)->Name("direct/get an attribute");
+// Tables for old hosts are never freed, hence the bound.
+BENCHMARK_CAPTURE(Register, version12, 2013.03)->Name("register/73 classes, records 12")->Iterations(2000);
+BENCHMARK_CAPTURE(Register, version9, 2011.04)->Name("register/73 classes, records 9")->Iterations(500);
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
+    benchmark::Initialize(&count, arguments);
+    benchmark::RunSpecifiedBenchmarks();
+    [pool drain];
+    return 0;
+}
