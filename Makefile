@@ -3,26 +3,32 @@
 #   make run               put a photo through a filter of the 32-bit module: build/run/blurred.png
 #   make test              build and test both widths
 #   make mutants           apply small faults to the module, one at a time; the tests must catch each
+#   make sanitize          the tests under the address, undefined-behaviour and leak checkers
+#   make coverage          which branches of plugin/ and bridge/ the tests take
+#   make bench             what the module costs beside the same messages sent directly
 #   make clean             remove what was built; the 32-bit sysroot stays
 #
 #   ABI=x86_64             the other width for run; that width alone for test
 #   PHOTO=path             the photo of run: any PNG or JPEG
+#   MODULE=path            the filter module of run, such as build/macos-i386/filters.o: its code for 32-bit macOS
 #
 # On a fresh Debian 12 machine each target first installs what is missing, as root or with sudo.
 
 ABI    ?= i386
 PHOTO  ?= /usr/share/matplotlib/mpl-data/sample_data/grace_hopper.jpg
 RADIUS ?= 12
+MODULE ?=
 
 # Without a width named, tests run on both.
 TEST_ABIS := $(if $(filter undefined file,$(origin ABI)),i386 x86_64,$(ABI))
 
-.PHONY: run test mutants clean configure-% build-%
+.PHONY: run test mutants sanitize coverage bench clean configure-% build-%
 
 run: configure-$(ABI)
-	@cmake --build --preset $(ABI) --target zeva filters companion -- --quiet
+	@cmake --build --preset $(ABI) --target zeva filters companion $(if $(and $(MODULE),$(filter i386,$(ABI))),filters_macos) -- --quiet
 	@mkdir -p build/run
-	@build/$(ABI)/bin/zeva apply GaussianBlur inputRadius=$(RADIUS) --keep-size "$(PHOTO)" -o build/run/blurred.png
+	@build/$(ABI)/bin/zeva apply GaussianBlur inputRadius=$(RADIUS) --keep-size "$(PHOTO)" -o build/run/blurred.png \
+		$(if $(MODULE),--module "$(MODULE)")
 
 test:
 	@tools/test $(TEST_ABIS)
@@ -30,12 +36,21 @@ test:
 mutants: $(TEST_ABIS:%=configure-%)
 	@tests/mutants/run_mutants.py $(TEST_ABIS)
 
+sanitize:
+	@tools/test $(TEST_ABIS:%=%-sanitized)
+
+coverage:
+	@tools/coverage $(TEST_ABIS)
+
+bench: $(TEST_ABIS:%=configure-%)
+	@tools/bench $(TEST_ABIS)
+
 configure-%:
-	@tools/setup $*
+	@tools/setup $(firstword $(subst -, ,$*))
 	@test -f build/$*/build.ninja || cmake --preset $* --log-level=WARNING
 
 build-%: configure-%
 	@cmake --build --preset $* -- --quiet
 
 clean:
-	rm -rf build/i386 build/x86_64 build/run
+	rm -rf $(filter-out build/sysroot-i386,$(wildcard build/*))

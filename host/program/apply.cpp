@@ -120,7 +120,7 @@ std::string Joined(const std::vector<std::string>& words) {
 
 void Apply(const ApplyRequest& request) {
     Steps steps;
-    const auto session = OpenSession(request.hostVersion);
+    const auto session = OpenSession(request.hostVersion, request.module);
     steps.Done("load", std::to_string(session->Modules().size()) + " modules, " +
                            std::to_string(session->Classes().All().size()) + " classes, host version " +
                            host::NumberText(request.hostVersion));

@@ -15,6 +15,7 @@ struct ApplyRequest {
     std::string output;
     bool keepSize = false;  // crop the result to the input's extent
     double hostVersion = host::HostOptions().version;
+    std::string module;  // the filter module; that of the build when empty
 };
 
 // Does it and prints a line per step. Throws HostError and HostException; the output file is then as it was.

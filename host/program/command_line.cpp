@@ -46,7 +46,7 @@ class UsageFormatter : public CLI::Formatter {
 void AddApply(CLI::App& program, ApplyRequest& request) {
     CLI::App* apply = program.add_subcommand("apply", "Applies a filter to a picture.");
     apply->formatter(std::make_shared<UsageFormatter>(
-        "Usage: zeva apply FILTER [KEY=VALUE ...] IN -o OUT [--keep-size] [--host-version V]"));
+        "Usage: zeva apply FILTER [KEY=VALUE ...] IN -o OUT [--keep-size] [--host-version V] [--module FILE]"));
     apply->add_option("FILTER", request.filter, "GaussianBlur, CIGaussianBlur or CIFilterGaussianBlurQOR")->required();
     apply->add_option("IN", request.settings, "numbers for the filter's keys (inputRadius=10), then a PNG or JPEG")
         ->required()
@@ -55,6 +55,7 @@ void AddApply(CLI::App& program, ApplyRequest& request) {
     apply->add_flag("--keep-size", request.keepSize, "crop the result to the extent of the input");
     apply->add_option("--host-version", request.hostVersion, "version that the modules are told")
         ->capture_default_str();
+    apply->add_option("--module", request.module, "filter module to load instead of the built one, such as filters.o");
     apply->callback([&request] {
         request.input = request.settings.back();
         request.settings.pop_back();

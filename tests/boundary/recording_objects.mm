@@ -177,7 +177,13 @@ void LogLine(NSString* line) {
 
 }  // namespace
 
-CapturedLog::CapturedLog() : usual_(_NSLog_printf_handler) { _NSLog_printf_handler = LogLine; }
+CapturedLog::CapturedLog() : usual_(_NSLog_printf_handler) {
+    // A process's first line sets Foundation up (defaults, time zone): here, before a test replaces a method used for that.
+    _NSLog_printf_handler = [](NSString*) {};
+    static const bool isSetUp = (NSLog(@"first"), true);
+    (void)isSetUp;
+    _NSLog_printf_handler = LogLine;
+}
 
 CapturedLog::~CapturedLog() { _NSLog_printf_handler = usual_; }
 

@@ -1,17 +1,8 @@
-// tested_modules.h - which modules the tests drive.
-//
-// Those of the build, unless the environment names others: the same tests then judge, say, their code for macOS.
+// tested_modules.h - which modules the tests drive: those of the build, unless the environment names others.
 
 #pragma once
 
-#include <cstdlib>
-#include <string>
-
-// A path from the environment, or the given one.
-inline std::string PathFromEnvironment(const char* variable, const char* usual) {
-    const char* path = std::getenv(variable);
-    return path != nullptr ? path : usual;
-}
+#include "tests/support/path_from_environment.h"
 
 // The module of the 73 classes.
 inline std::string FiltersModule() { return PathFromEnvironment("ZEVA_FILTERS_MODULE", ZEVA_FILTERS_MODULE); }

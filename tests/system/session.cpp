@@ -3,6 +3,7 @@
 #include "tests/system/session.h"
 
 #include "host/program/platform_pool.h"
+#include "tests/support/path_from_environment.h"
 
 std::vector<std::string> Session::reports;
 
@@ -11,9 +12,8 @@ Session::Session(double hostVersion)
                    reports.push_back(message);
                }}) {
     reports.clear();
-    for (const char* module : {"companion.so", "filters.so"}) {
-        runtime.LoadModule(std::string(ZEVA_MODULES) + "/" + module);
-    }
+    runtime.LoadModule(ZEVA_MODULES "/companion.so");
+    runtime.LoadModule(PathFromEnvironment("ZEVA_FILTERS_MODULE", ZEVA_MODULES "/filters.so"));
 }
 
 host::Value Session::Get(const host::Value& object, const std::string& property) {
