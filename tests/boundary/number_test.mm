@@ -5,6 +5,7 @@
 
 #include "tests/boundary/boundary_test.h"
 #include "tests/boundary/recording_objects.h"
+#include "tests/boundary/replaced_method.h"
 
 namespace {
 
@@ -100,6 +101,14 @@ TEST_F(NumberTest, ValueThatIsNoNumberRaisesOnceAndReadsAsZero) {
     filter->answer = [[[NSObject alloc] init] autorelease];
     EXPECT_EQ(Read(), 0.0);
     EXPECT_EQ(host.raised.size(), 1u);
+}
+
+id NoNumber(id, SEL, float) { return nil; }
+
+TEST_F(NumberTest, NumberThatCannotBeMadeIsNotWritten) {
+    ReplacedMethod numberWithFloat([NSNumber class], @selector(numberWithFloat:), reinterpret_cast<IMP>(&NoNumber));
+    Write(1);
+    EXPECT_EQ(host.TakeLog(), Lines{});
 }
 
 TEST_F(NumberTest, ExceptionOnWritingIsRaisedInTheHost) {

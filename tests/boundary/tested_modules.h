@@ -7,5 +7,5 @@
 // The module of the 73 classes.
 inline std::string FiltersModule() { return PathFromEnvironment("ZEVA_FILTERS_MODULE", ZEVA_FILTERS_MODULE); }
 
-// The module made for tests (probe_module.cpp).
+// The module made for tests (probe_module.mm).
 inline std::string ProbeModule() { return PathFromEnvironment("ZEVA_PROBE_MODULE", ZEVA_PROBE_MODULE); }

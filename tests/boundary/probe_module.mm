@@ -1,9 +1,10 @@
-// probe_module.cpp - a module of the family made for tests: one class with every table of a record filled, and exports
+// probe_module.mm - a module of the family made for tests: one class with every table of a record filled, and exports
 // that reach the parts of the boundary that no filter class uses.
 
 #include <cstring>
 #include <new>
 
+#include "bridge/value_bridge.h"
 #include "plugin/class_registration.h"
 #include "plugin/host_exception.h"
 #include "plugin/plugin_main.h"
@@ -29,4 +30,22 @@ PROBE_EXPORT void ProbeHolder(void (*use)(zvData& holder)) {
     auto* holder = new (storage) zvData;
     use(*holder);
     holder->~zvData();
+}
+
+// The routines of the value bridge, with a key of the test's choice: the filter classes have one each, and never none.
+#define PROBE_TYPE(type, Value)                                                                                    \
+    PROBE_EXPORT Value ProbeGet##type(ZEVAobjectStruct* self, NSString* key) { return getvalue##type(self, key); } \
+    PROBE_EXPORT void ProbeSet##type(ZEVAobjectStruct* self, NSString* key, Value value) {                         \
+        setvalue##type(self, key, value);                                                                          \
+    }
+PROBE_TYPE(NSNumber, double)
+PROBE_TYPE(CIImage, ZEVAobjectStruct*)
+PROBE_TYPE(CIColor, ZEVAobjectStruct*)
+PROBE_TYPE(CIVector, ZEVAobjectStruct*)
+PROBE_TYPE(NSAffineTransform, ZEVAobjectStruct*)
+PROBE_TYPE(CGColorSpace, ZEVAobjectStruct*)
+PROBE_TYPE(NSData, ZEVAmemoryBlockStruct*)
+
+PROBE_EXPORT ZEVAobjectStruct* ProbeGetAttribute(ZEVAobjectStruct* self, NSString* key) {
+    return getattribute(self, key);
 }
