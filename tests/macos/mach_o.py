@@ -1,0 +1,106 @@
+"""Object files of 32-bit code for macOS, as far as the tests look into them.
+
+ObjectFile reads the sections, the symbols and the relocations once; words are looked up by their address in the object.
+"""
+
+import struct
+from typing import NamedTuple
+
+MAGIC, X86, OBJECT = 0xFEEDFACE, 7, 1
+SEGMENT, SYMBOLS = 1, 2
+PRIVATE, EXTERNAL, DEBUG, KIND, IN_SECTION = 0x10, 0x01, 0xE0, 0x0E, 0x0E
+
+
+class Section(NamedTuple):
+    name: str
+    address: int
+    size: int
+    data: bytes
+    relocations: list
+
+
+class Symbol(NamedTuple):
+    name: str
+    type: int
+    address: int
+
+    @property
+    def is_undefined(self):
+        return self.type & (DEBUG | KIND) == 0
+
+    @property
+    def is_exported(self):
+        return self.type & (DEBUG | PRIVATE | EXTERNAL) == EXTERNAL and not self.is_undefined
+
+
+class Relocation(NamedTuple):
+    address: int  # within the object
+    symbol: str  # of an external one; else None
+    is_relative: bool
+
+
+class ObjectFile:
+    def __init__(self, data):
+        self.data = data
+        magic, processor, _, kind, commands = struct.unpack_from("<5I", data)
+        if (magic, processor, kind) != (MAGIC, X86, OBJECT):
+            raise ValueError(f"no object file for x86: {magic:#x}, {processor}, {kind}")
+        headers, offset = [], 28
+        for _ in range(commands):
+            command, size = struct.unpack_from("<2I", data, offset)
+            if command == SEGMENT:
+                count = struct.unpack_from("<I", data, offset + 48)[0]
+                headers = [struct.unpack_from("<16s16s9I", data, offset + 56 + 68 * i) for i in range(count)]
+            elif command == SYMBOLS:
+                self.symbols = self._symbols(*struct.unpack_from("<4I", data, offset + 8))
+            offset += size
+        self.sections = {section.name: section for section in map(self._section, headers)}
+        self.by_name = {symbol.name: symbol for symbol in self.symbols}
+        self.relocations = {r.address: r for s in self.sections.values() for r in s.relocations}
+
+    def _symbols(self, offset, count, strings, _):
+        entries = [struct.unpack_from("<IBBHI", self.data, offset + 12 * i) for i in range(count)]
+        return [Symbol(self._text(strings + name), kind, value) for name, kind, _, _, value in entries]
+
+    def _text(self, offset):
+        return self.data[offset : self.data.index(b"\0", offset)].decode()
+
+    def _section(self, header):
+        name, segment, address, size, offset, _, relocations, count, _, _, _ = header
+        full = ",".join(part.rstrip(b"\0").decode() for part in (segment, name))
+        raw = [struct.unpack_from("<2I", self.data, relocations + 8 * i) for i in range(count)]
+        return Section(full, address, size, self.data[offset : offset + size], self._relocations(address, raw))
+
+    def _relocations(self, base, raw):
+        plain = [(first, second) for first, second in raw if not first >> 31]
+        return [
+            Relocation(
+                base + first, self.symbols[second & 0xFFFFFF].name if second >> 27 & 1 else None, bool(second >> 24 & 1)
+            )
+            for first, second in plain
+        ]
+
+    def section_at(self, address):
+        for section in self.sections.values():
+            if section.address <= address < section.address + section.size:
+                return section
+        raise ValueError(f"no section at {address:#x}")
+
+    def words(self, address, count):
+        """Words as they stand in the file: a pointer within the object is an address."""
+        section = self.section_at(address)
+        return list(struct.unpack_from(f"<{count}I", section.data, address - section.address))
+
+    def text(self, address):
+        section = self.section_at(address)
+        offset = address - section.address
+        return section.data[offset : section.data.index(b"\0", offset)].decode()
+
+    def calls_in(self, symbol):
+        """The names of what a function calls outside the object, in the order of the instructions."""
+        begin = self.by_name[symbol].address
+        text = self.sections["__TEXT,__text"]
+        ends = [s.address for s in self.symbols if s.type & KIND == IN_SECTION and begin < s.address]
+        end = min(ends + [text.address + text.size])
+        calls = sorted((r for r in text.relocations if begin <= r.address < end and r.symbol), key=lambda r: r.address)
+        return [call.symbol for call in calls if call.is_relative]

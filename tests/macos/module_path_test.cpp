@@ -1,0 +1,69 @@
+// module_path_test.cpp - code for macOS as a module: what the host says of files that it cannot take.
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "host/errors.h"
+#include "host/module.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// Why a file of these bytes cannot be loaded, without its path.
+std::string RefusalOf(const fs::path& file) {
+    try {
+        host::LoadEntryPoint(file);
+    } catch (const host::HostError& error) {
+        EXPECT_EQ(error.Subject(), "module " + file.string());
+        return error.Problem();
+    }
+    return "";
+}
+
+class ModulePathTest : public testing::Test {
+  protected:
+    ~ModulePathTest() override { fs::remove(file); }
+
+    void Write(std::uint32_t word) {
+        std::ofstream(file, std::ios::binary).write(reinterpret_cast<const char*>(&word), sizeof word);
+    }
+
+    fs::path file = fs::temp_directory_path() / ("module_path_test_" + std::to_string(getpid()));
+};
+
+#ifdef ZEVA_TINY_MODULE
+
+TEST_F(ModulePathTest, WhatIsWrongWithObjectCodeIsNamed) {
+    Write(0xFEEDFACE);
+    EXPECT_EQ(RefusalOf(file), "it cannot be loaded (header: bytes 0 to 28 are beyond the file's end at 4)");
+    Write(0xFEEDFACF);
+    EXPECT_EQ(RefusalOf(file), "it cannot be loaded (header: bytes 0 to 28 are beyond the file's end at 4)");
+}
+
+TEST_F(ModulePathTest, ObjectCodeWithoutEntryPointIsNoModule) {
+    EXPECT_EQ(RefusalOf(ZEVA_TINY_MODULE), "it has no entry point ZEVAPluginMain, so it is no module");
+}
+
+TEST_F(ModulePathTest, ObjectCodeIsLoadedOnceWhateverItsPath) {
+    EXPECT_EQ(RefusalOf(ZEVA_FILTERS_OBJECT), "");
+    fs::create_symlink(ZEVA_FILTERS_OBJECT, file);
+    EXPECT_EQ(RefusalOf(file), "it is loaded already, one process loads a module once");
+}
+
+#else
+
+TEST_F(ModulePathTest, ObjectCodeIsRefusedByHostsOfAnotherWidth) {
+    for (const std::uint32_t magic : {0xFEEDFACEu, 0xFEEDFACFu}) {
+        Write(magic);
+        EXPECT_EQ(RefusalOf(file),
+                  "it cannot be loaded (code for macOS: only the 32-bit build of this program can run it)");
+    }
+}
+
+#endif
+
+}  // namespace

@@ -1,0 +1,168 @@
+"""The module's code for macOS as files: exports, imports, and the static data that a host reads.
+
+Usage: object_code_test.py OBJECT BUNDLE...     (the 32-bit object, then the 64-bit bundles)
+"""
+
+import pathlib
+import re
+import subprocess
+import sys
+import unittest
+
+import mach_o
+
+BUNDLES = sys.argv[2:]
+OBJECT = mach_o.ObjectFile(pathlib.Path(sys.argv[1]).read_bytes())
+del sys.argv[1:]
+CATALOGUE = pathlib.Path(__file__).resolve().parents[2] / "filters" / "catalogue.txt"
+
+CLASSES = ["CIFilter", "NSData", "NSDictionary", "NSException", "NSNumber"]
+
+# name -> why the code may need it, on every processor
+COMMON = {
+    "_CFRetain": "Core Foundation",
+    "_CGImageRetain": "Core Graphics",
+    "_NSLog": "Foundation",
+    "___CFConstantStringClassReference": "the class of constant strings",
+    "_calloc": "C library",
+    "_free": "C library",
+    "_memcpy": "C library",
+    "_pthread_self": "C library",
+    "_snprintf": "C library",
+    "_strlen": "C library",
+    "_objc_msgSend": "Objective-C runtime",
+    "___gxx_personality_v0": "cleanups run when a C++ exception of others passes",
+    "__Unwind_Resume": "and let it go on",
+}
+ONLY_32_BITS = {
+    **{f".objc_class_name_{name}": "a class of Foundation or Core Image" for name in CLASSES},
+    "_objc_msgSend_fpret": "Objective-C runtime: a reply that is a double",
+    "__setjmp": "exception frames",
+    "_objc_exception_try_enter": "exception frames",
+    "_objc_exception_try_exit": "exception frames",
+    "_objc_exception_extract": "exception frames",
+    "_objc_exception_match": "exception frames",
+    "_objc_exception_throw": "exception frames",
+}
+ONLY_64_BITS = {
+    **{f"_OBJC_CLASS_$_{name}": "a class of Foundation or Core Image" for name in CLASSES},
+    "_OBJC_EHTYPE_$_NSException": "what the guard catches",
+    "___objc_personality_v0": "native exceptions",
+    "_objc_begin_catch": "native exceptions",
+    "_objc_end_catch": "native exceptions",
+    "_objc_alloc": "messages that this runtime has a function for",
+    "_objc_retain": "the same",
+    "_objc_release": "the same",
+    "dyld_stub_binder": "the loader itself, in every bundle",
+}
+
+RECORD_WORDS, METHOD_WORDS = 29, 6
+VERSION, CLASS_NAME, SUPERCLASS_NAME, METHODS, METHOD_COUNT, FLAGS = 0, 1, 2, 9, 10, 20
+
+
+def statements(word):
+    """The words behind every statement of the catalogue that begins so."""
+    text = re.sub(r"#.*", "", CATALOGUE.read_text()).replace("\n ", " ")
+    return [line.split()[1:] for line in text.splitlines() if line.startswith(word + " ")]
+
+
+FILTERS = {name: keys for name, *keys in statements("filter")}
+TYPES = {key: word for word, *keys in statements("keys") for key in keys}
+
+
+def declarations_of(keys):
+    pairs = ((f"{key} as {TYPES[key]}", f"Attribute{key} as CIAttributeQOR") for key in keys)
+    return [declaration for pair in pairs for declaration in pair] + ["Constructor"]
+
+
+def records():
+    """The addresses of the class records, in the order of registration."""
+    table = next(symbol for symbol in OBJECT.symbols if "kFilterClasses" in symbol.name)
+    return OBJECT.words(table.address, len(FILTERS))
+
+
+class SymbolsTest(unittest.TestCase):
+    def test_entry_point_is_the_only_export(self):
+        self.assertEqual([s.name for s in OBJECT.symbols if s.is_exported], ["_ZEVAPluginMain"])
+
+    def test_imports_are_those_of_the_platform_and_each_is_used(self):
+        imports = {symbol.name for symbol in OBJECT.symbols if symbol.is_undefined}
+        self.assertEqual(imports, COMMON.keys() | ONLY_32_BITS.keys())
+
+    def test_bundles_export_and_import_the_same_with_native_exceptions(self):
+        self.assertEqual(len(BUNDLES), 2)
+        for bundle in BUNDLES:
+            lines = subprocess.run(["llvm-nm", "--extern-only", bundle], check=True, capture_output=True, text=True)
+            symbols = [line.split()[-2:] for line in lines.stdout.splitlines()]
+            self.assertEqual([name for kind, name in symbols if kind != "U"], ["_ZEVAPluginMain"])
+            imports = {name for kind, name in symbols if kind == "U"}
+            self.assertEqual(imports, COMMON.keys() | ONLY_64_BITS.keys(), bundle)
+
+
+class CodeTest(unittest.TestCase):
+    def test_nothing_runs_at_load_and_no_class_is_defined(self):
+        names = OBJECT.sections.keys()
+        self.assertEqual(names & {"__DATA,__mod_init_func", "__OBJC,__class", "__OBJC,__category"}, set())
+
+    def test_guard_uses_the_exception_frames_of_the_runtime(self):
+        (guard,) = [symbol.name for symbol in OBJECT.symbols if symbol.name.startswith("__Z10RunGuarded")]
+        frames = {name for name, reason in ONLY_32_BITS.items() if reason == "exception frames"}
+        self.assertEqual(set(OBJECT.calls_in(guard)) & ONLY_32_BITS.keys(), frames)
+        self.assertEqual(OBJECT.calls_in(guard)[:2], ["_objc_exception_try_enter", "__setjmp"])
+
+    def test_double_reply_is_the_only_one_that_comes_another_way(self):
+        calls = [r.symbol for r in OBJECT.sections["__TEXT,__text"].relocations if r.symbol]
+        self.assertEqual(calls.count("_objc_msgSend_fpret"), 1)
+        self.assertIn("_objc_msgSend", calls)
+
+
+class ConstantStringsTest(unittest.TestCase):
+    def test_are_the_filters_the_keys_and_the_log_format_once_each(self):
+        section = OBJECT.sections["__DATA,__cfstring"]
+        self.assertEqual(section.size, 16 * 142)
+        texts = []
+        for address in range(section.address, section.address + section.size, 16):
+            isa, flags, text, length = OBJECT.words(address, 4)
+            self.assertEqual(OBJECT.relocations[address].symbol, "___CFConstantStringClassReference")
+            self.assertEqual((isa, flags, length), (0, 0x7C8, len(OBJECT.text(text))))
+            texts.append(OBJECT.text(text))
+        wanted = [f"CI{name}" for name in FILTERS] + list(TYPES) + ["A %@: %@, Info: %@\n"]
+        self.assertEqual(sorted(texts), sorted(wanted))
+
+
+class RecordsTest(unittest.TestCase):
+    def test_stand_in_the_order_of_registration_with_29_words_each(self):
+        self.assertEqual(len(FILTERS), 73)
+        for address, (name, keys) in zip(records(), FILTERS.items(), strict=True):
+            self.assertEqual(OBJECT.by_name[f"_CIFilter{name}Class"].address, address)
+            words = OBJECT.words(address, RECORD_WORDS)
+            self.assertEqual(OBJECT.text(words[CLASS_NAME]), f"CIFilter{name}QOR")
+            self.assertEqual(OBJECT.text(words[SUPERCLASS_NAME]), "CIFilterQOR")
+            self.assertEqual((words[VERSION], words[METHOD_COUNT], words[FLAGS]), (12, 2 * len(keys) + 1, 4))
+            used = {VERSION, CLASS_NAME, SUPERCLASS_NAME, METHODS, METHOD_COUNT, FLAGS}
+            self.assertEqual([words[i] for i in range(RECORD_WORDS) if i not in used], [0] * (RECORD_WORDS - len(used)))
+            moved = {i for i in range(RECORD_WORDS) if address + 4 * i in OBJECT.relocations}
+            self.assertEqual(moved, {CLASS_NAME, SUPERCLASS_NAME, METHODS})
+
+    def test_hold_713_methods_whose_declarations_are_shared(self):
+        entries, places = 0, {}
+        for address, keys in zip(records(), FILTERS.values(), strict=True):
+            words = OBJECT.words(address, RECORD_WORDS)
+            for i, declaration in enumerate(declarations_of(keys)):
+                function, setter, text, flags, *rest = OBJECT.words(words[METHODS] + 4 * METHOD_WORDS * i, METHOD_WORDS)
+                self.assertEqual(OBJECT.text(text), declaration)
+                self.assertEqual((flags, rest), (4, [0, 0]))
+                self.assertEqual(OBJECT.section_at(function).name, "__TEXT,__text")
+                is_property = i % 2 == 0 and declaration != "Constructor"
+                self.assertEqual(setter != 0, is_property, declaration)
+                places.setdefault(declaration, set()).add(text)
+                entries += 1
+        self.assertEqual(entries, 713)
+        self.assertEqual(len(places), 136 + 1)
+        self.assertEqual({declaration for declaration, found in places.items() if len(found) != 1}, set())
+        counts = {text: OBJECT.data.count(b"\0" + text.encode() + b"\0") for text in places}
+        self.assertEqual({text: count for text, count in counts.items() if count != 1}, {})
+
+
+if __name__ == "__main__":
+    unittest.main()
