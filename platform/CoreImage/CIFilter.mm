@@ -68,6 +68,16 @@ void ReadTransform(id value, core_image::InputValue* input) {
     input->elements = numbers;
 }
 
+// The colour space that an object is, if it is one.
+core_image::ColourSpace SpaceOfObject(id object) {
+    CGColorSpaceRef known = CGColorSpaceCreateDeviceRGB();
+    const bool isSpace = [object isKindOfClass:[(id)known class]];
+    CGColorSpaceRelease(known);
+    if (!isSpace) return core_image::ColourSpace::other;
+    const bool linear = core_image::TransferOfSpace((CGColorSpaceRef)object) == core_image::Transfer::linear;
+    return linear ? core_image::ColourSpace::linear : core_image::ColourSpace::sRGB;
+}
+
 // Reads one input as its kind demands. A nil image stays empty; any other nil reads as the default.
 void ReadInput(const InputDescription& description, id value, core_image::InputValue* input) {
     input->key = description.name;
@@ -97,6 +107,7 @@ void ReadInput(const InputDescription& description, id value, core_image::InputV
             input->count = [(NSData*)value length];
             break;
         case InputKind::object:
+            input->space = SpaceOfObject(value);
             break;
     }
 }

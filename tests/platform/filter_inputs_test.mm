@@ -25,10 +25,18 @@ TEST(FilterInputsTest, MissingImageGivesNil) {
 }
 
 TEST(FilterInputsTest, FiltersThatDoNotRenderGiveNil) {
-    NSSet* rendering =
-        [NSSet setWithObjects:@"CIColorControls", @"CIConstantColorGenerator", @"CICrop", @"CIGaussianBlur", nil];
+    // clang-format off
+    NSSet* rendering = [NSSet setWithArray:@[
+        @"CIColorControls",
+        @"CIColorCube",
+        @"CIColorCubeWithColorSpace",
+        @"CIConstantColorGenerator",
+        @"CICrop",
+        @"CIGaussianBlur",
+    ]];
+    // clang-format on
     CIImage* image = ImageOfBytes(4, 4, VariedBytes(4, 4));
-    int rendered = 0;
+    NSUInteger rendered = 0;
     for (NSString* name in [CIFilter filterNamesInCategory:nil]) {
         CIFilter* filter = [CIFilter filterWithName:name];
         for (NSString* key in [filter inputKeys]) {
@@ -38,7 +46,7 @@ TEST(FilterInputsTest, FiltersThatDoNotRenderGiveNil) {
         EXPECT_EQ(renders, [rendering containsObject:name]) << Text(name);
         rendered += renders;
     }
-    EXPECT_EQ(rendered, 4);
+    EXPECT_EQ(rendered, [rendering count]);
 }
 
 TEST(FilterInputsTest, AStringIsANumber) {

@@ -56,6 +56,8 @@ class BitmapStage : public Stage {
   public:
     explicit BitmapStage(const BitmapSource& source) : source_(source) {}
 
+    bool isPointwise() const override { return true; }
+
     void render(const Tile& tile) const override {
         const std::size_t pixelSize =
             source_.format == PixelFormat::bytes ? kFloatsPerPixel : kFloatsPerPixel * sizeof(float);

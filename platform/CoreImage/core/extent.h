@@ -61,6 +61,13 @@ struct Extent {
                                std::min(top, other.top)};
         return shared.isEmpty() ? Extent{} : shared;
     }
+    // The smallest extent that holds both.
+    Extent unionWith(const Extent& other) const {
+        if (isEmpty()) return other;
+        if (other.isEmpty()) return *this;
+        return {std::min(left, other.left), std::min(bottom, other.bottom), std::max(right, other.right),
+                std::max(top, other.top)};
+    }
     bool operator==(const Extent&) const = default;
 };
 

@@ -19,6 +19,8 @@ struct Row {
 constexpr Row kRows[] = {
     // name                       function
     {"CIColorControls",           ColourControls},
+    {"CIColorCube",               ColourCube},
+    {"CIColorCubeWithColorSpace", ColourCubeWithColourSpace},
     {"CIConstantColorGenerator",  ConstantColour},
     {"CICrop",                    Crop},
     {"CIGaussianBlur",            GaussianBlur},

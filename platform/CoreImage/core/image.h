@@ -29,6 +29,9 @@ class Stage {
 
     // Writes every pixel of a tile that lies in the image's extent and in the region prepared for.
     virtual void render(const Tile& tile) const = 0;
+
+    // Whether a tile may be rendered in parts at no extra cost, because no pixel needs its neighbours.
+    virtual bool isPointwise() const { return false; }
 };
 
 // A stage together with the extent outside which it is not asked.
@@ -41,6 +44,7 @@ class Prepared {
     void render(const Tile& tile) const;
 
     const Extent& extent() const { return extent_; }
+    bool isPointwise() const { return stage_ == nullptr || stage_->isPointwise(); }
 
   private:
     Extent extent_;

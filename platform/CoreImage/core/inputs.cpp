@@ -3,6 +3,7 @@
 #include "core/inputs.h"
 
 #include <cmath>
+#include <cstring>
 
 #include "core/transfer.h"
 
@@ -42,6 +43,19 @@ Extent Inputs::rectangle(std::string_view key) const {
 Pixel Inputs::colour(std::string_view key) const {
     const double components[] = {element(key, 0), element(key, 1), element(key, 2), element(key, 3)};
     return PixelOfColour(components);
+}
+
+std::vector<float> Inputs::floats(std::string_view key, std::size_t most) const {
+    const InputValue* value = find(key);
+    if (value == nullptr || value->bytes == nullptr) return {};
+    std::vector<float> numbers(std::min(value->count / sizeof(float), most));
+    std::memcpy(numbers.data(), value->bytes, numbers.size() * sizeof(float));
+    return numbers;
+}
+
+ColourSpace Inputs::space(std::string_view key) const {
+    const InputValue* value = find(key);
+    return value == nullptr ? ColourSpace::none : value->space;
 }
 
 ImageRef Inputs::image(std::string_view key) const {

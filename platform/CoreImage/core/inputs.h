@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <string_view>
+#include <vector>
 
 #include "core/image.h"
 
@@ -16,6 +17,9 @@ namespace core_image {
 
 // Why a limit on numbers: what is infinite or larger than this is taken as this, so that arithmetic in a filter stays finite.
 inline constexpr double kLargestNumber = 1e30;
+
+// The colour spaces that values can be given in: none stands for no space, other for an object that is no such space.
+enum class ColourSpace { none, linear, sRGB, other };
 
 // One input: whichever of the members its class fills; the others stay empty.
 struct InputValue {
@@ -25,6 +29,7 @@ struct InputValue {
     std::size_t count = 0;             // of elements, or of bytes
     const void* bytes = nullptr;
     const ImageRef* image = nullptr;
+    ColourSpace space = ColourSpace::none;
 };
 
 // Linear light, premultiplied.
@@ -48,6 +53,12 @@ class Inputs {
 
     // A colour.
     Pixel colour(std::string_view key) const;
+
+    // Whole floats out of bytes; none when there are no bytes. The bytes may lie anywhere.
+    std::vector<float> floats(std::string_view key, std::size_t most) const;
+
+    // A colour space.
+    ColourSpace space(std::string_view key) const;
 
     // An image; null when there is none.
     ImageRef image(std::string_view key) const;

@@ -1,12 +1,14 @@
-// point.h - images computed pixel by pixel from one input, where the pixel stands.
+// point.h - images computed pixel by pixel, where the pixel stands.
 //
-// The function works in the tile that its input has just written: a chain of them runs through the cache, not through memory.
-// Adding one: derive from PointFunction and hand it to MakePointImage.
+// Functions work in a strip of the tile that their input has just written: a chain of them runs through the cache nearest to the
+// core, not through memory.
+// Adding one: derive from PointFunction and hand it to MakePointImage; for more than one input, from CombiningFunction.
 
 #pragma once
 
 #include <cstddef>
 #include <memory>
+#include <vector>
 
 #include "core/image.h"
 
@@ -17,11 +19,28 @@ class PointFunction {
   public:
     virtual ~PointFunction() = default;
 
-    // Replaces pixels in place. Transparent black must stay transparent black.
+    // Replaces pixels in place. In an image no larger than its input transparent black must stay transparent black.
     virtual void apply(float* pixels, std::size_t count) const = 0;
 };
 
-// The image of an input under a function; its extent is the input's.
+// What becomes of the pixels of several images at one place.
+class CombiningFunction {
+  public:
+    virtual ~CombiningFunction() = default;
+
+    // Replaces pixels of the first image in place, given those of the others. Transparent black everywhere must stay so.
+    virtual void apply(float* pixels, const float* const* others, std::size_t count) const = 0;
+};
+
+// The image of an input under a function; its extent is the input's, or the one given.
 ImageRef MakePointImage(ImageRef input, std::unique_ptr<const PointFunction> function);
+ImageRef MakePointImage(ImageRef input, std::unique_ptr<const PointFunction> function, const Extent& extent);
+
+// The most images that one function combines.
+inline constexpr std::size_t kMostCombined = 3;
+
+// The image of two or more inputs, at most kMostCombined, under a function.
+ImageRef MakeCombinedImage(std::vector<ImageRef> inputs, std::unique_ptr<const CombiningFunction> function,
+                           const Extent& extent);
 
 }  // namespace core_image

@@ -1,7 +1,8 @@
 // renderer.h - walks an image by tiles, on all cores.
 //
 // The wanted region is cut into blocks; an image is prepared for one block after the other, which bounds the memory that
-// prepared stages hold. The tiles of a block are rendered and stored side by side by as many threads as there are.
+// prepared stages hold. The tiles of a block are rendered and stored side by side by as many threads as there are; a bitmap of
+// linear floats is rendered into directly.
 // The result does not depend on either size, nor on the number of threads.
 
 #pragma once

@@ -6,6 +6,7 @@
 
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <memory>
 
@@ -18,11 +19,11 @@ inline constexpr std::size_t kFloatsPerPixel = 4;
 // A rectangle of pixels to be written or read.
 struct Tile {
     Region region;
-    float* pixels = nullptr;       // of the lowest row's first pixel
-    std::size_t floatsPerRow = 0;  // from one row to the next
+    float* pixels = nullptr;          // of the lowest row's first pixel
+    std::ptrdiff_t floatsPerRow = 0;  // from one row to the next; negative where rows go downward in memory
 
     std::size_t width() const { return static_cast<std::size_t>(region.width); }
-    float* row(std::int64_t y) const { return pixels + static_cast<std::size_t>(y - region.y) * floatsPerRow; }
+    float* row(std::int64_t y) const { return pixels + static_cast<std::ptrdiff_t>(y - region.y) * floatsPerRow; }
 
     // The part of the tile that is a smaller region inside it.
     Tile part(const Region& inner) const {
@@ -37,7 +38,7 @@ class PixelBlock {
     explicit PixelBlock(const Region& region);
 
     const Region& region() const { return region_; }
-    Tile tile() const { return {region_, pixels_.get(), floatsPerRow_}; }
+    Tile tile() const { return {region_, pixels_.get(), static_cast<std::ptrdiff_t>(floatsPerRow_)}; }
     const float* row(std::int64_t y) const { return tile().row(y); }
 
   private:
@@ -48,5 +49,20 @@ class PixelBlock {
 
 // Makes a tile transparent.
 void Clear(const Tile& tile);
+
+// How many pixels stay in the fastest cache of a core, with as many of a second image beside them.
+inline constexpr std::int64_t kStripPixels = 1024;
+
+// How many rows make a strip.
+inline std::int64_t StripHeight(std::int64_t width) { return std::max<std::int64_t>(1, kStripPixels / width); }
+
+// Calls a function with strips of whole rows that together are the tile, or with the tile itself when it is not to be cut.
+template <typename Function>
+void ForEachStrip(const Tile& tile, bool cut, const Function& function) {
+    const std::int64_t height = cut ? StripHeight(tile.region.width) : tile.region.height;
+    for (std::int64_t y = tile.region.y; y < tile.region.top(); y += height) {
+        function(tile.part({tile.region.x, y, tile.region.width, std::min(height, tile.region.top() - y)}));
+    }
+}
 
 }  // namespace core_image

@@ -9,6 +9,8 @@ class ConstantStage : public Stage {
   public:
     explicit ConstantStage(const Pixel& pixel) : pixel_(pixel) {}
 
+    bool isPointwise() const override { return true; }
+
     void render(const Tile& tile) const override {
         for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
             float* to = tile.row(y);

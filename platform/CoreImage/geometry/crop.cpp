@@ -11,6 +11,8 @@ class CropStage : public Stage {
   public:
     explicit CropStage(Prepared input) : input_(std::move(input)) {}
 
+    bool isPointwise() const override { return input_.isPointwise(); }
+
     void render(const Tile& tile) const override { input_.render(tile); }
 
   private:

@@ -1,0 +1,109 @@
+// pixels-inl.h - vectors of pixels for the inner loops of filters that work pixel by pixel.
+//
+// A source file that is compiled once for every instruction set includes this each time. A formula is an object with
+// operator()(Colours&), which changes one vector of each channel; ForEachPixel runs it over a row. What a pixel becomes depends
+// on no other pixel, and on its place in the row neither.
+//
+// Failure: numbers that leave the range of floats come out as the largest that filters work with, what is no number as 0.
+
+#if defined(CORE_IMAGE_PIXELS_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef CORE_IMAGE_PIXELS_INL_H
+#undef CORE_IMAGE_PIXELS_INL_H
+#else
+#define CORE_IMAGE_PIXELS_INL_H
+#endif
+
+#include <hwy/highway.h>
+
+#include <algorithm>
+#include <cstddef>
+
+HWY_BEFORE_NAMESPACE();
+namespace core_image::HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+using WideTag = hn::ScalableTag<float>;
+using Wide = hn::Vec<WideTag>;
+
+// The channels of as many pixels as a vector has lanes.
+struct Colours {
+    Wide red, green, blue, alpha;
+};
+
+HWY_INLINE Wide Constant(float value) { return hn::Set(WideTag(), value); }
+
+// A number within what filters work with (kLargestNumber); 0 for what is none.
+template <class V>
+HWY_INLINE V Finite(V value) {
+    const hn::DFromV<V> d;
+    constexpr float kLargest = 1e30f;
+    const V number = hn::IfThenElseZero(hn::Eq(value, value), value);
+    return hn::Max(hn::Min(number, hn::Set(d, kLargest)), hn::Set(d, -kLargest));
+}
+
+template <class V>
+HWY_INLINE V Clamp01(V value) {
+    const hn::DFromV<V> d;
+    return hn::Min(hn::Max(value, hn::Zero(d)), hn::Set(d, 1.0f));
+}
+
+// a / b, and 0 where b is 0.
+HWY_INLINE Wide DivideOrZero(Wide a, Wide b) { return hn::IfThenElseZero(hn::Ne(b, Constant(0)), hn::Div(a, b)); }
+
+// Divides colours by alpha. Transparent pixels become black.
+HWY_INLINE void Unpremultiply(Colours& c) {
+    c.red = DivideOrZero(c.red, c.alpha);
+    c.green = DivideOrZero(c.green, c.alpha);
+    c.blue = DivideOrZero(c.blue, c.alpha);
+}
+
+HWY_INLINE void Premultiply(Colours& c) {
+    c.red = hn::Mul(c.red, c.alpha);
+    c.green = hn::Mul(c.green, c.alpha);
+    c.blue = hn::Mul(c.blue, c.alpha);
+}
+
+// The luminance of linear values.
+HWY_INLINE Wide Luminance(const Colours& c) {
+    return hn::MulAdd(c.red, Constant(0.2125f),
+                      hn::MulAdd(c.green, Constant(0.7154f), hn::Mul(c.blue, Constant(0.0721f))));
+}
+
+HWY_INLINE Colours LoadColours(const float* pixels) {
+    Colours c;
+    hn::LoadInterleaved4(WideTag(), pixels, c.red, c.green, c.blue, c.alpha);
+    return c;
+}
+
+HWY_INLINE void StoreFinite(const Colours& c, float* pixels) {
+    hn::StoreInterleaved4(Finite(c.red), Finite(c.green), Finite(c.blue), Finite(c.alpha), WideTag(), pixels);
+}
+
+// Calls a function with the address of each vector's pixels, of which there are as many as lanes: the last ones in memory of
+// their own.
+template <class Function>
+HWY_INLINE void ForEachVector(float* pixels, std::size_t count, const Function& function) {
+    const std::size_t lanes = hn::Lanes(WideTag());
+    std::size_t index = 0;
+    for (; index + lanes <= count; index += lanes) function(pixels + 4 * index, index, lanes);
+    if (index == count) return;
+    float rest[4 * hn::MaxLanes(WideTag())] = {};
+    std::copy(pixels + 4 * index, pixels + 4 * count, rest);
+    function(rest, index, count - index);
+    std::copy(rest, rest + 4 * (count - index), pixels + 4 * index);
+}
+
+// Runs a formula over pixels in place.
+template <class Formula>
+HWY_INLINE void ForEachPixel(float* pixels, std::size_t count, const Formula& formula) {
+    ForEachVector(pixels, count, [&formula](float* at, std::size_t, std::size_t) HWY_ATTR {
+        Colours c = LoadColours(at);
+        formula(c);
+        StoreFinite(c, at);
+    });
+}
+
+}  // namespace core_image::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#endif
