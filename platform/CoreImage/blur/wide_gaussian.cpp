@@ -11,6 +11,7 @@
 
 #include "blur/gaussian_weights.h"
 #include "blur/kernels.h"
+#include "core/sampled_input.h"
 
 namespace core_image {
 namespace {
@@ -74,30 +75,6 @@ void SumRowsAround(const PixelBlock& source, const std::vector<float>& weights, 
     SumRows(rows.data(), weights.data() + skipped, rows.size(), out, source.tile().floatsPerRow);
 }
 
-// The input at every n-th pixel in both directions.
-class SampledInput {
-  public:
-    SampledInput(const ImageRef& input, const Region& samples, std::int64_t n)
-        : prepared_(Prepare(input, {samples.x * n, samples.y * n, samples.width * n, samples.height * n})), n_(n) {}
-
-    void render(const Tile& tile) const {
-        if (n_ == 1) {
-            prepared_.render(tile);
-            return;
-        }
-        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
-            for (std::int64_t x = tile.region.x; x < tile.region.right(); ++x) {
-                float* pixel = tile.row(y) + static_cast<std::size_t>(x - tile.region.x) * kFloatsPerPixel;
-                prepared_.render({{x * n_ + n_ / 2, y * n_ + n_ / 2, 1, 1}, pixel, kFloatsPerPixel});
-            }
-        }
-    }
-
-  private:
-    Prepared prepared_;
-    std::int64_t n_;
-};
-
 // The coarse image of an input, blurred by one step: all samples of a region.
 PixelBlock Reduce(const ImageRef& input, const Region& coarse, std::int64_t step) {
     // Every n-th pixel, and the same in units of n pixels from here on.
@@ -127,7 +104,7 @@ PixelBlock Reduce(const ImageRef& input, const Region& coarse, std::int64_t step
         return reduced;
     }
 
-    const SampledInput sampled(input, source, n);
+    const SampledInput sampled(input, source, n, n);
     const PixelBlock narrow(Region{coarse.x, source.y, coarse.width, source.height});
     const std::int64_t stripHeight = std::clamp<std::int64_t>(kPixelsPerStrip / source.width, 4, 64);
     tbb::parallel_for<std::int64_t>(0, (source.height + stripHeight - 1) / stripHeight, [&](std::int64_t index) {

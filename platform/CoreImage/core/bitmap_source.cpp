@@ -86,6 +86,13 @@ class BitmapImage : public Image {
         return std::make_unique<BitmapStage>(source_);
     }
 
+    ImageRef encoded() const override {
+        if (source_.transfer == Transfer::linear) return nullptr;
+        BitmapSource stored = source_;
+        stored.transfer = Transfer::linear;
+        return MakeBitmapImage(stored, owner_);
+    }
+
   private:
     BitmapSource source_;
     std::shared_ptr<const void> owner_;

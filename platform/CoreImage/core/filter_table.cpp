@@ -4,8 +4,10 @@
 
 #include "blur/blur.h"
 #include "colour/colour.h"
+#include "convolution/convolution.h"
 #include "generator/generator.h"
 #include "geometry/geometry.h"
+#include "reduction/reduction.h"
 
 namespace core_image {
 namespace {
@@ -18,12 +20,29 @@ struct Row {
 // clang-format off
 constexpr Row kRows[] = {
     // name                       function
+    {"CIAffineClamp",             AffineClamp},
+    {"CIAffineTile",              AffineTile},
+    {"CIAffineTransform",         AffineTransform},
+    {"CIAreaAverage",             AreaAverage},
+    {"CIAreaHistogram",           AreaHistogram},
+    {"CIAreaMaximum",             AreaMaximum},
+    {"CIAreaMaximumAlpha",        AreaMaximumAlpha},
+    {"CIAreaMinimum",             AreaMinimum},
+    {"CIAreaMinimumAlpha",        AreaMinimumAlpha},
+    {"CICheckerboardGenerator",   CheckerboardGenerator},
     {"CIColorControls",           ColourControls},
     {"CIColorCube",               ColourCube},
     {"CIColorCubeWithColorSpace", ColourCubeWithColourSpace},
+    {"CIColumnAverage",           ColumnAverage},
     {"CIConstantColorGenerator",  ConstantColour},
+    {"CIConvolution3X3",          Convolution3X3},
+    {"CIConvolution5X5",          Convolution5X5},
+    {"CIConvolution7X7",          Convolution7X7},
+    {"CIConvolution9Horizontal",  Convolution9Horizontal},
+    {"CIConvolution9Vertical",    Convolution9Vertical},
     {"CICrop",                    Crop},
     {"CIGaussianBlur",            GaussianBlur},
+    {"CIGaussianGradient",        GaussianGradientGenerator},
 };
 // clang-format on
 

@@ -66,6 +66,12 @@ class Image {
     // Makes a stage for a region, which is not empty and lies in the extent.
     virtual std::unique_ptr<const Stage> prepare(const Region& region) const = 0;
 
+    // The same image with its numbers as they are stored, encoded, where it is a picture that is stored so, or a picture moved
+    // and cut; null otherwise.
+    //
+    // Why: between the pixels of a picture lies the mean of what is stored, not of the light it stands for.
+    virtual std::shared_ptr<const Image> encoded() const { return nullptr; }
+
   protected:
     // depthBelow is the depth of the deepest input.
     Image(const Extent& extent, int depthBelow) : extent_(extent), depth_(depthBelow + 1) {}

@@ -51,7 +51,50 @@ struct EncodingTable {
     }
 };
 
+// The curved part of the decoding from 0 to 1, in equal pieces.
+struct DecodingTable {
+    static constexpr std::size_t kPieces = 4096;
+    static constexpr float kStraight = 0.04045f;
+
+    struct Piece {
+        float start;
+        float rise;
+    };
+    std::array<Piece, kPieces> pieces;
+
+    DecodingTable() {
+        for (std::size_t index = 0; index < kPieces; ++index) {
+            const double start = Decode(static_cast<double>(index) / kPieces);
+            const double end = Decode(static_cast<double>(index + 1) / kPieces);
+            pieces[index] = {static_cast<float>(start), static_cast<float>(end - start)};
+        }
+    }
+
+    float decode(float encoded) const {
+        if (encoded >= 0 && encoded < kStraight) return encoded * (1 / 12.92f);
+        if (!(encoded > 0 && encoded < 1)) return DecodeSRGB(encoded);
+        const float place = encoded * kPieces;
+        const int index = static_cast<int>(place);
+        const Piece& piece = pieces[static_cast<std::size_t>(index)];
+        return piece.start + piece.rise * (place - static_cast<float>(index));
+    }
+};
+
 }  // namespace
+
+void DecodePremultipliedRow(float* pixels, std::size_t count) {
+    static const DecodingTable table;
+    for (float* pixel = pixels; pixel != pixels + count * 4; pixel += 4) {
+        const float alpha = pixel[3];
+        for (int channel = 0; channel < 3; ++channel) {
+            if (alpha == 1) {
+                pixel[channel] = table.decode(pixel[channel]);
+            } else {
+                pixel[channel] = alpha == 0 ? 0 : table.decode(pixel[channel] / alpha) * alpha;
+            }
+        }
+    }
+}
 
 float DecodeSRGB(float encoded) { return static_cast<float>(Decode(encoded)); }
 

@@ -6,6 +6,7 @@
 
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 namespace core_image {
@@ -15,6 +16,9 @@ enum class Transfer { linear, sRGB };
 
 // Linear light of an encoded value.
 float DecodeSRGB(float encoded);
+
+// Decodes pixels, four floats each, whose first three are encoded and multiplied by the fourth. Accurate to 3e-6 of the value.
+void DecodePremultipliedRow(float* pixels, std::size_t count);
 
 // The encoded value of linear light.
 float EncodeSRGB(float linear);

@@ -27,6 +27,11 @@ class CroppedImage : public Image {
         return std::make_unique<CropStage>(Prepare(input_, region));
     }
 
+    ImageRef encoded() const override {
+        ImageRef input = input_->encoded();
+        return input == nullptr ? nullptr : std::make_shared<CroppedImage>(std::move(input), extent());
+    }
+
   private:
     ImageRef input_;
 };

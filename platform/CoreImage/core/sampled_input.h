@@ -1,0 +1,40 @@
+// sampled_input.h - an image looked at in places only, for what would otherwise look at more pixels than there is time for.
+//
+// A grid has a sample in the middle of every cell of stepX by stepY pixels; steps of one give every pixel.
+// Threads: render() on many at once.
+
+#pragma once
+
+#include "core/image.h"
+
+namespace core_image {
+
+// The samples of a region, which is given in cells.
+class SampledInput {
+  public:
+    SampledInput(const ImageRef& input, const Region& samples, std::int64_t stepX, std::int64_t stepY)
+        : prepared_(
+              Prepare(input, {samples.x * stepX, samples.y * stepY, samples.width * stepX, samples.height * stepY})),
+          stepX_(stepX),
+          stepY_(stepY) {}
+
+    void render(const Tile& tile) const {
+        if (stepX_ == 1 && stepY_ == 1) {
+            prepared_.render(tile);
+            return;
+        }
+        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
+            for (std::int64_t x = tile.region.x; x < tile.region.right(); ++x) {
+                float* pixel = tile.row(y) + static_cast<std::size_t>(x - tile.region.x) * kFloatsPerPixel;
+                prepared_.render({{x * stepX_ + stepX_ / 2, y * stepY_ + stepY_ / 2, 1, 1}, pixel, kFloatsPerPixel});
+            }
+        }
+    }
+
+  private:
+    Prepared prepared_;
+    std::int64_t stepX_;
+    std::int64_t stepY_;
+};
+
+}  // namespace core_image

@@ -1,0 +1,74 @@
+// checkerboard.cpp - squares of two colours.
+//
+// u = (p - center) / width. At sharpness 1 a square is color0 where floor(u.x) + floor(u.y) is even. Below that every edge is
+// soft: a(s) rises and falls once over two squares, from -1 in the middle of an odd one to 1 in the middle of an even one;
+// b(s) = clamp(0.5 + 0.5 a(s) / (1 - sharpness)) is how even a column or row is, and a pixel is color0 as far as both are
+// even or both are odd. Squares of no width are too small to be seen apart: their mean.
+
+#include <cmath>
+#include <vector>
+
+#include "generator/field.h"
+#include "generator/generator.h"
+
+namespace core_image {
+namespace {
+
+// Squares narrower than this cannot be counted from far away.
+constexpr double kNarrowest = 1e-6;
+
+class Checkerboard : public Field {
+  public:
+    explicit Checkerboard(const Inputs& inputs)
+        : centerX_(inputs.element("inputCenter", 0)),
+          centerY_(inputs.element("inputCenter", 1)),
+          width_(inputs.number("inputWidth")),
+          softness_(1 - std::clamp(inputs.number("inputSharpness"), 0.0, 1.0)),
+          color0_(inputs.colour("inputColor0")),
+          color1_(inputs.colour("inputColor1")) {}
+
+    void render(const Tile& tile) const override {
+        std::vector<float> columns(tile.width());
+        for (std::size_t index = 0; index < columns.size(); ++index) {
+            columns[index] = evenness(tile.region.x + static_cast<std::int64_t>(index), centerX_);
+        }
+        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
+            const float row = evenness(y, centerY_);
+            float* to = tile.row(y);
+            for (const float column : columns) {
+                write(column * row + (1 - column) * (1 - row), to);
+                to += kFloatsPerPixel;
+            }
+        }
+    }
+
+  private:
+    // How far a column or row of pixels is an even one: 0 to 1.
+    float evenness(std::int64_t pixel, double center) const {
+        if (!(width_ > kNarrowest)) return 0.5f;
+        const double place = (static_cast<double>(pixel) + 0.5 - center) / width_;
+        const double square = std::floor(place);
+        const bool isEven = std::fmod(square, 2) == 0;
+        if (softness_ == 0) return isEven ? 1.0f : 0.0f;
+        const double peak = 1 - std::abs(2 * (place - square) - 1);
+        return static_cast<float>(std::clamp(0.5 + (isEven ? 0.5 : -0.5) * peak / softness_, 0.0, 1.0));
+    }
+
+    // The plain colours come out as given, to the last bit.
+    void write(float even, float* to) const {
+        if (even == 1) {
+            WriteMix(color0_, color0_, 0, to);
+        } else {
+            WriteMix(color1_, color0_, even, to);
+        }
+    }
+
+    double centerX_, centerY_, width_, softness_;
+    Pixel color0_, color1_;
+};
+
+}  // namespace
+
+ImageRef CheckerboardGenerator(const Inputs& inputs) { return MakeFieldImage(std::make_shared<Checkerboard>(inputs)); }
+
+}  // namespace core_image

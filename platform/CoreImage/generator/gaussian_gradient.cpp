@@ -1,0 +1,47 @@
+// gaussian_gradient.cpp - a round spot: color0 in the middle, color1 from the radius on.
+//
+// t = clamp(distance / radius); the colour is color1 + (color0 - color1) (1 - t t (3 - 2 t)), of premultiplied colours.
+
+#include <cmath>
+
+#include "generator/field.h"
+#include "generator/generator.h"
+
+namespace core_image {
+namespace {
+
+class GaussianGradient : public Field {
+  public:
+    explicit GaussianGradient(const Inputs& inputs)
+        : centerX_(inputs.element("inputCenter", 0)),
+          centerY_(inputs.element("inputCenter", 1)),
+          radius_(inputs.number("inputRadius")),
+          color0_(inputs.colour("inputColor0")),
+          color1_(inputs.colour("inputColor1")) {}
+
+    void render(const Tile& tile) const override {
+        // A radius too small to divide by leaves no spot.
+        const double inverse = radius_ > 1 / kLargestNumber ? 1 / radius_ : kLargestNumber;
+        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
+            const double v = (static_cast<double>(y) + 0.5 - centerY_) * inverse;
+            float* to = tile.row(y);
+            for (std::int64_t x = tile.region.x; x < tile.region.right(); ++x, to += kFloatsPerPixel) {
+                const double u = (static_cast<double>(x) + 0.5 - centerX_) * inverse;
+                const double t = radius_ > 0 ? std::min(1.0, std::sqrt(u * u + v * v)) : 1;
+                WriteMix(color1_, color0_, static_cast<float>(1 - t * t * (3 - 2 * t)), to);
+            }
+        }
+    }
+
+  private:
+    double centerX_, centerY_, radius_;
+    Pixel color0_, color1_;
+};
+
+}  // namespace
+
+ImageRef GaussianGradientGenerator(const Inputs& inputs) {
+    return MakeFieldImage(std::make_shared<GaussianGradient>(inputs));
+}
+
+}  // namespace core_image

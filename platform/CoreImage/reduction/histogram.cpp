@@ -1,0 +1,59 @@
+// histogram.cpp - how many pixels have which value.
+//
+// Component v of a pixel is counted in bin floor(v * bins); what is below 0 or not below 1 goes to the first or the last bin.
+
+#include <cmath>
+
+#include "reduction/reduce.h"
+#include "reduction/reduction.h"
+
+namespace core_image {
+namespace {
+
+constexpr double kMostBins = 2048;
+
+struct Histogram {
+    std::vector<std::uint32_t> counts;  // four for each bin
+
+    explicit Histogram(std::size_t bins) : counts(bins * kFloatsPerPixel) {}
+
+    void add(const float* pixels, std::size_t count, std::int64_t, std::int64_t) {
+        const auto scale = static_cast<float>(counts.size() / kFloatsPerPixel);
+        const float last = scale - 1;
+        std::uint32_t* const bins = counts.data();
+        for (std::size_t index = 0; index < count; ++index, pixels += kFloatsPerPixel) {
+            for (std::size_t channel = 0; channel < kFloatsPerPixel; ++channel) {
+                // Written so that what is no number becomes 0.
+                const float place = std::min(pixels[channel] * scale > 0 ? pixels[channel] * scale : 0, last);
+                ++bins[static_cast<std::size_t>(static_cast<int>(place)) * kFloatsPerPixel + channel];
+            }
+        }
+    }
+    void merge(const Histogram& above) {
+        for (std::size_t index = 0; index < counts.size(); ++index) counts[index] += above.counts[index];
+    }
+};
+
+}  // namespace
+
+ImageRef AreaHistogram(const Inputs& inputs) {
+    ImageRef input = inputs.image("inputImage");
+    if (input == nullptr) return nullptr;
+    const Region region = ReducedRegion(input, inputs);
+    const double scale = inputs.number("inputScale");
+    const double bins = std::clamp(std::round(inputs.number("inputCount")), 1.0, kMostBins);
+    const auto width = static_cast<std::int64_t>(bins);
+    return MakeRowImage(std::move(input), width, [=](const ImageRef& image, const Region& wanted, float* pixels) {
+        const auto floats = static_cast<std::size_t>(wanted.width) * kFloatsPerPixel;
+        std::fill_n(pixels, floats, 0.0f);
+        if (region.isEmpty()) return;
+        const Samples samples = SamplesOf(region);
+        const Histogram histogram = Reduce(image, samples, Histogram(static_cast<std::size_t>(width)));
+        const std::uint32_t* counts = &histogram.counts[static_cast<std::size_t>(wanted.x) * kFloatsPerPixel];
+        for (std::size_t index = 0; index < floats; ++index) {
+            pixels[index] = static_cast<float>(counts[index] * scale / samples.count());
+        }
+    });
+}
+
+}  // namespace core_image

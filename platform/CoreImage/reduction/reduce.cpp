@@ -1,0 +1,82 @@
+// reduce.cpp - the parts of reductions that are the same for all of them.
+
+#include "reduction/reduce.h"
+
+#include <algorithm>
+
+namespace core_image {
+namespace {
+
+constexpr double kMostPixels = 1 << 28;
+constexpr double kMostSamples = 1 << 20;
+
+// Whole numbers further out are beyond what pixels are counted with.
+constexpr std::int64_t kFarthest = std::int64_t{1} << 50;
+
+// The first cell whose centre is not before an edge.
+std::int64_t FirstCell(std::int64_t edge, std::int64_t step) {
+    const std::int64_t place = edge - step / 2;
+    return place >= 0 ? (place + step - 1) / step : -(-place / step);
+}
+
+// Computed when the stage is made, copied when it is rendered.
+class RowStage : public Stage {
+  public:
+    RowStage(const ImageRef& input, const Region& region, const RowFunction& function) : row_(region) {
+        function(input, region, row_.tile().pixels);
+    }
+
+    void render(const Tile& tile) const override {
+        const float* from = row_.tile().part(tile.region).pixels;
+        std::copy_n(from, tile.width() * kFloatsPerPixel, tile.pixels);
+    }
+
+  private:
+    PixelBlock row_;
+};
+
+class RowImage : public Image {
+  public:
+    RowImage(ImageRef input, std::int64_t width, RowFunction function)
+        : Image({0, 0, static_cast<double>(width), 1}, input->depth()),
+          input_(std::move(input)),
+          function_(std::move(function)) {}
+
+    std::unique_ptr<const Stage> prepare(const Region& region) const override {
+        return std::make_unique<RowStage>(input_, region, function_);
+    }
+
+  private:
+    ImageRef input_;
+    RowFunction function_;
+};
+
+}  // namespace
+
+Samples SamplesAt(const Region& region, std::int64_t stepX, std::int64_t stepY) {
+    const std::int64_t x = FirstCell(region.x, stepX), y = FirstCell(region.y, stepY);
+    return {{x, y, FirstCell(region.right(), stepX) - x, FirstCell(region.top(), stepY) - y}, stepX, stepY};
+}
+
+Samples SamplesOf(const Region& region) {
+    Samples samples = {region};
+    if (samples.count() <= kMostPixels) return samples;
+    while (samples.count() > kMostSamples) {
+        // The longer side alone, so that a thin region stays as high as it is.
+        const bool isWide = samples.cells.width > samples.cells.height;
+        samples = SamplesAt(region, samples.stepX * (isWide ? 2 : 1), samples.stepY * (isWide ? 1 : 2));
+    }
+    return samples;
+}
+
+Region ReducedRegion(const ImageRef& input, const Inputs& inputs) {
+    const Region region = Clip({-kFarthest, -kFarthest, 2 * kFarthest, 2 * kFarthest},
+                               input->extent().intersection(inputs.rectangle("inputExtent")));
+    return region.isEmpty() ? Region{} : region;
+}
+
+ImageRef MakeRowImage(ImageRef input, std::int64_t width, RowFunction function) {
+    return std::make_shared<RowImage>(std::move(input), width, std::move(function));
+}
+
+}  // namespace core_image

@@ -1,0 +1,71 @@
+// reduce.h - what reductions share: going through all pixels of a rectangle on all cores, and the image of the outcome.
+//
+// The rectangle is cut into bands by its size alone, and the bands' results are merged from the lowest up, so that the outcome
+// does not depend on the number of threads.
+// Adding one: a class with add() and merge() for Reduce(), and an image made with MakeRowImage().
+
+#pragma once
+
+#include <tbb/parallel_for.h>
+
+#include <functional>
+#include <utility>
+#include <vector>
+
+#include "core/inputs.h"
+#include "core/sampled_input.h"
+
+namespace core_image {
+
+// Pixels to look at: the centres of a region's cells.
+struct Samples {
+    Region cells;
+    std::int64_t stepX = 1;
+    std::int64_t stepY = 1;
+
+    double count() const { return static_cast<double>(cells.width) * static_cast<double>(cells.height); }
+};
+
+// The samples whose centres lie in a region, at given steps.
+Samples SamplesAt(const Region& region, std::int64_t stepX, std::int64_t stepY);
+
+// The pixels of a region; of a region larger than any bitmap, which only a pattern without end can fill, a million at most.
+Samples SamplesOf(const Region& region);
+
+// The rectangle that a filter reduces; empty when the image has nothing there.
+Region ReducedRegion(const ImageRef& input, const Inputs& inputs);
+
+// The image of `width` pixels from (0, 0) on, which a function computes when they are wanted: it writes the pixels of a region
+// of one row.
+using RowFunction = std::function<void(const ImageRef& input, const Region& region, float* pixels)>;
+ImageRef MakeRowImage(ImageRef input, std::int64_t width, RowFunction function);
+
+// Hands every pixel to an accumulator: add(pixels, count, x, y) is called with runs of a row, merge() with the accumulator of
+// the rows above. Accumulators begin as copies of the given one.
+template <class Accumulator>
+Accumulator Reduce(const ImageRef& input, const Samples& samples, const Accumulator& start) {
+    constexpr std::int64_t kBands = 64, kTileWidth = 512, kTileHeight = 16;
+    const Region& all = samples.cells;
+    const SampledInput sampled(input, all, samples.stepX, samples.stepY);
+    const std::int64_t bandHeight = (all.height + kBands - 1) / kBands;
+    std::vector<Accumulator> bands(static_cast<std::size_t>((all.height + bandHeight - 1) / bandHeight), start);
+    tbb::parallel_for<std::size_t>(0, bands.size(), [&](std::size_t index) {
+        const std::int64_t bottom = all.y + static_cast<std::int64_t>(index) * bandHeight;
+        const Region band = all.intersection({all.x, bottom, all.width, bandHeight});
+        const PixelBlock block(Region{0, 0, kTileWidth, kTileHeight});
+        for (std::int64_t tileY = band.y; tileY < band.top(); tileY += kTileHeight) {
+            for (std::int64_t tileX = band.x; tileX < band.right(); tileX += kTileWidth) {
+                const Region region = band.intersection({tileX, tileY, kTileWidth, kTileHeight});
+                const Tile tile = {region, block.tile().pixels, block.tile().floatsPerRow};
+                sampled.render(tile);
+                for (std::int64_t y = region.y; y < region.top(); ++y) {
+                    bands[index].add(tile.row(y), tile.width(), region.x, y);
+                }
+            }
+        }
+    });
+    for (std::size_t index = 1; index < bands.size(); ++index) bands[0].merge(bands[index]);
+    return std::move(bands[0]);
+}
+
+}  // namespace core_image
