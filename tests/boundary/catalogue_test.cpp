@@ -86,6 +86,18 @@ TEST_F(BoundaryTest, TrailingWordsOfEveryCurrentMethodEntryAreZero) {
     }
 }
 
+TEST_F(BoundaryTest, ConvertedTablesAreReadableAfterTheEntryPointHasReturned) {
+    host.version = 2011.04;
+    module.Enter();
+    for (const RegisteredClass& registered : host.classes) {
+        const auto* table = reinterpret_cast<const ZEVAmethodDownLevel*>(registered.record->record.methods);
+        for (std::size_t i = 0; i < registered.methods.size(); ++i) {
+            EXPECT_STREQ(table[i].declaration, registered.methods[i].declaration);
+            EXPECT_EQ(table[i].function, registered.methods[i].function);
+        }
+    }
+}
+
 TEST_F(BoundaryTest, InterfaceIsTheOneThatHostsKnow) {
     module.Enter();
     // FNV-1a over every class and declaration in order. Programs depend on all of it: this number changes only together with

@@ -50,6 +50,17 @@ TEST_F(DataTest, GetterAsksForBytesThenLengthThenCopiesIntoANewBlock) {
     EXPECT_EQ(data->references, 1u);
 }
 
+TEST_F(DataTest, OneByteGoesBothWays) {
+    data->dataLength = 1;
+    ZEVAmemoryBlockStruct* block = Read();
+    ASSERT_NE(block, nullptr);
+    EXPECT_EQ(block->size, 1);
+    EXPECT_EQ(*static_cast<char*>(block->bytes), 'a');
+    host.TakeLog();
+    Write(BlockOf("z"));
+    EXPECT_EQ(host.TakeLog().back(), "[filter setValue:forKey:<7a>, inputCubeData]");
+}
+
 TEST_F(DataTest, EmptyMissingOrUnreachableDataReadsAsNullInSilence) {
     data->dataLength = 0;
     EXPECT_EQ(Read(), nullptr);

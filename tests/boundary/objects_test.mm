@@ -141,6 +141,25 @@ TEST_F(ObjectsTest, OtherGettersTouchTheFirstFieldOnly) {
     }
 }
 
+TEST_F(ObjectsTest, SettersTakeTheFirstFieldOfWhateverObjectTheHostPasses) {
+    ZEVAobjectStruct* other = host.NewObject("SomethingElse");
+    other->fields[0] = reinterpret_cast<ZEVAword>(value);
+    for (const Property& property : kPlain) {
+        Write(property, other);
+        EXPECT_EQ(filter->received, value) << property.typeWord;
+        filter->received = nil;
+    }
+}
+
+TEST_F(ObjectsTest, GettersWrapWhateverTheFilterHolds) {
+    filter->answer = @"no image, no colour, no vector";
+    for (const Property& property : kPlain) {
+        ZEVAobjectStruct* read = Read(property);
+        EXPECT_STREQ(read->className, property.typeWord);
+        EXPECT_EQ(reinterpret_cast<id>(read->fields[0]), filter->answer);
+    }
+}
+
 TEST_F(ObjectsTest, OutputImageHasASetterThatReachesTheFilterLikeAnyOther) {
     const Property output{"CIImageQOR", "CIFilterBloomQOR", "outputImage"};
     Write(output, Wrapping(output, value));
