@@ -27,10 +27,6 @@
 COMPANION_CLASSES(DECLARE_CLASS)
 #undef DECLARE_CLASS
 
-// The record version that the records are written in, and the flags word of this family.
-inline constexpr ZEVAword kRecordVersion = 12;
-inline constexpr ZEVAword kHostFlags = 4;
-
 // One method or read-only property.
 #define COMPANION_METHOD(declaration, function)                                             \
     {                                                                                       \

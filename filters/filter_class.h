@@ -29,12 +29,6 @@
 
 static const char declarationOfConstructor[] = "Constructor";
 
-// The flags word of every class and every method; what it means is the host's business.
-inline constexpr ZEVAword kHostFlags = 4;
-
-// The record version that the records are written in.
-inline constexpr ZEVAword kRecordVersion = 12;
-
 // One method entry.
 #define FILTER_METHOD(function, setter, declaration) \
     {{(ZEVAentry)(function), (ZEVAentry)(setter), declaration, kHostFlags}, {0, 0}}

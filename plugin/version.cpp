@@ -6,7 +6,7 @@
 
 ZEVAresolver gResolver = nullptr;
 double zvversion = 0.0;
-std::int32_t CurrentZEVAControlVersion = 12;
+std::int32_t CurrentZEVAControlVersion = kRecordVersion;
 
 std::int32_t RecordVersionFor(double hostVersion) {
     if (hostVersion >= 2013.03) return 12;

@@ -31,6 +31,11 @@ struct ZEVAstringData {
     ZEVAword hostWords[4];
 };
 
+// The record version that this family's records are written in, and the flags word of each of its classes and methods;
+// what the flags mean is the host's business.
+inline constexpr ZEVAword kRecordVersion = 12;
+inline constexpr ZEVAword kHostFlags = 4;
+
 // How far into an object its instance data begins. The data of a superclass comes first.
 inline constexpr std::size_t kZEVAobjectHeaderSize = 24;
 
@@ -40,7 +45,7 @@ struct ZEVAmethodDownLevel {
     ZEVAentry function;       // the getter, for a property
     ZEVAentry setter;         // null: read-only, or no property
     const char* declaration;  // in the host's language
-    ZEVAword flags;           // the host's business; 4 in every entry of this family
+    ZEVAword flags;           // kHostFlags
 };
 
 struct ZEVAmethod {
