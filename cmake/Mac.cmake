@@ -1,0 +1,17 @@
+# The build on a Mac: the filter module over the system's own frameworks, under the names that the rest of the build uses.
+#
+# The host, its companion and platform/ are for machines without macOS; there the module has the host that it is made for.
+add_library(objective_c INTERFACE)
+target_compile_options(objective_c INTERFACE $<$<COMPILE_LANGUAGE:OBJCXX>:-fobjc-exceptions>)
+target_link_libraries(objective_c INTERFACE "-framework Foundation" "-framework CoreFoundation" objc)
+foreach(framework CoreGraphics CoreImage)
+    add_library(${framework} INTERFACE)
+    target_link_libraries(${framework} INTERFACE objective_c "-framework ${framework}")
+endforeach()
+
+# Why the C++ driver, unlike elsewhere: the unwinder's part of the C++ runtime is one library with the rest of it there.
+function(zeva_module target)
+    set_target_properties(${target} PROPERTIES PREFIX "" SUFFIX ".bundle" LINKER_LANGUAGE CXX
+        LIBRARY_OUTPUT_DIRECTORY ${ZEVA_MODULE_DIRECTORY})
+    target_link_options(${target} PRIVATE -Wl,-exported_symbol,_ZEVAPluginMain)
+endfunction()
