@@ -10,45 +10,49 @@
 
 using namespace core_image;
 
-InputValue& FilterValues::add(const char* key) {
-    values_.push_back({});
-    values_.back().key = key;
-    return values_.back();
+FilterValues::Entry& FilterValues::add(const char* key) {
+    entries_.push_back({});
+    entries_.back().value.key = key;
+    return entries_.back();
 }
 
 FilterValues& FilterValues::image(const char* key, const ImageRef& image) {
-    images_.push_back(image);
-    add(key).image = &images_.back();
+    add(key).image = image;
     return *this;
 }
 
 FilterValues& FilterValues::number(const char* key, double number) {
-    add(key).number = number;
+    add(key).value.number = number;
     return *this;
 }
 
 FilterValues& FilterValues::vector(const char* key, std::vector<double> elements) {
-    elements_.push_back(std::move(elements));
-    InputValue& value = add(key);
-    value.elements = elements_.back().data();
-    value.count = elements_.back().size();
+    add(key).elements = std::move(elements);
     return *this;
 }
 
 FilterValues& FilterValues::bytes(const char* key, const void* bytes, std::size_t count) {
-    InputValue& value = add(key);
+    InputValue& value = add(key).value;
     value.bytes = bytes;
     value.count = count;
     return *this;
 }
 
 FilterValues& FilterValues::space(const char* key, ColourSpace space) {
-    add(key).space = space;
+    add(key).value.space = space;
     return *this;
 }
 
 ImageRef FilterValues::output(const char* filter) const {
-    return FindFilter(filter)(Inputs(values_.data(), values_.size()));
+    std::vector<InputValue> values;
+    for (const Entry& entry : entries_) {
+        values.push_back(entry.value);
+        values.back().image = &entry.image;
+        if (entry.elements.empty()) continue;
+        values.back().elements = entry.elements.data();
+        values.back().count = entry.elements.size();
+    }
+    return FindFilter(filter)(Inputs(values.data(), values.size()));
 }
 
 Slow Unpremultiplied(const Slow& pixel) {

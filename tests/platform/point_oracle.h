@@ -3,7 +3,6 @@
 
 #pragma once
 
-#include <deque>
 #include <functional>
 #include <random>
 #include <string>
@@ -12,7 +11,7 @@
 #include "core/filter_table.h"
 #include "engine_images.h"
 
-// Values by key for one filter. What is given must outlive it where it is an image.
+// Values by key for one filter. Bytes must outlive it.
 class FilterValues {
   public:
     FilterValues& image(const char* key, const core_image::ImageRef& image);
@@ -25,11 +24,15 @@ class FilterValues {
     core_image::ImageRef output(const char* filter) const;
 
   private:
-    core_image::InputValue& add(const char* key);
+    struct Entry {
+        core_image::InputValue value;  // but for the pointers into the entry itself
+        core_image::ImageRef image;
+        std::vector<double> elements;
+    };
 
-    std::vector<core_image::InputValue> values_;
-    std::deque<core_image::ImageRef> images_;
-    std::deque<std::vector<double>> elements_;
+    Entry& add(const char* key);
+
+    std::vector<Entry> entries_;
 };
 
 // A pixel in doubles.

@@ -20,13 +20,19 @@ struct Bound {
     double largest;
 };
 
+// clang-format off
 const Bound kBounds[] = {
-    // case              rms   largest
-    {"CICheckerboardGenerator-1", 0, 0},
-    {"CIColorCube-1", 0.02, 1},
-    {"CIGaussianBlur-1", 0.6, 4},
+    // case                      rms   largest
+    {"CICheckerboardGenerator-1", 0,    0},
+    {"CIColorClamp-1",            0.02, 1},
+    {"CIColorControls-1",         0.02, 1},
+    {"CIColorCube-1",             0.02, 1},
+    {"CIColorMap-1",              0.69, 6},
+    {"CIColorPosterize-1",        0.02, 1},
+    {"CIGaussianBlur-1",          0.6,  4},
     // Not CIConvolution3X3-1 and CIConvolution9Horizontal-1: they were made by a version that weighed encoded values.
 };
+// clang-format on
 
 // Numbers as raw floats in a block of memory.
 host::Value MemoryBlockOf(const std::vector<double>& numbers) {

@@ -7,13 +7,9 @@
 
 #include "colour/colour.h"
 #include "colour/colour_matrix.h"
+#include "core/luminance.h"
 
 namespace core_image {
-namespace {
-
-constexpr double kLuminance[] = {0.2125, 0.7154, 0.0721};
-
-}  // namespace
 
 ImageRef ColourControls(const Inputs& inputs) {
     ImageRef input = inputs.image("inputImage");
@@ -27,9 +23,9 @@ ImageRef ColourControls(const Inputs& inputs) {
     for (std::size_t column = 0; column < 3; ++column) {
         for (std::size_t row = 0; row < 3; ++row) {
             const double own = row == column ? saturation : 0;
-            columns[column][row] = static_cast<float>(contrast * (own + (1 - saturation) * kLuminance[column]));
+            columns[column][row] = FiniteFloat(contrast * (own + (1 - saturation) * kLuminance[column]));
         }
-        columns[3][column] = static_cast<float>(0.5 - 0.5 * contrast + brightness);
+        columns[3][column] = FiniteFloat(0.5 - 0.5 * contrast + brightness);
     }
     columns[3][3] = 1;
     return MakePointImage(std::move(input), std::make_unique<ColourMatrix>(columns));

@@ -15,6 +15,8 @@ double Finite(double value) { return std::isnan(value) ? 0 : std::clamp(value, -
 
 }  // namespace
 
+float FiniteFloat(double value) { return static_cast<float>(Finite(value)); }
+
 const InputValue* Inputs::find(std::string_view key) const {
     const InputValue* end = values_ + count_;
     const InputValue* found = std::find_if(values_, end, [&](const InputValue& value) { return value.key == key; });

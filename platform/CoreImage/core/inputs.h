@@ -18,6 +18,9 @@ namespace core_image {
 // Why a limit on numbers: what is infinite or larger than this is taken as this, so that arithmetic in a filter stays finite.
 inline constexpr double kLargestNumber = 1e30;
 
+// A number as a float that arithmetic can rely on: none larger than kLargestNumber; 0 for what is no number.
+float FiniteFloat(double value);
+
 // The colour spaces that values can be given in: none stands for no space, other for an object that is no such space.
 enum class ColourSpace { none, linear, sRGB, other };
 

@@ -18,6 +18,8 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "core/luminance.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
 
@@ -65,8 +67,8 @@ HWY_INLINE void Premultiply(Colours& c) {
 
 // The luminance of linear values.
 HWY_INLINE Wide Luminance(const Colours& c) {
-    return hn::MulAdd(c.red, Constant(0.2125f),
-                      hn::MulAdd(c.green, Constant(0.7154f), hn::Mul(c.blue, Constant(0.0721f))));
+    constexpr float kRed = kLuminance[0], kGreen = kLuminance[1], kBlue = kLuminance[2];
+    return hn::MulAdd(c.red, Constant(kRed), hn::MulAdd(c.green, Constant(kGreen), hn::Mul(c.blue, Constant(kBlue))));
 }
 
 HWY_INLINE Colours LoadColours(const float* pixels) {

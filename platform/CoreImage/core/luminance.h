@@ -1,0 +1,10 @@
+// luminance.h - how much each linear colour adds to brightness.
+
+#pragma once
+
+namespace core_image {
+
+// Of red, green and blue.
+inline constexpr double kLuminance[] = {0.2125, 0.7154, 0.0721};
+
+}  // namespace core_image
