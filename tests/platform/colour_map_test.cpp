@@ -43,6 +43,20 @@ TEST(ColourMapTest, OnePixelIsOneColour) {
     ExpectNear(Pixels(result, {0, 0, 2, 1}), {0.25, 0, 0.125, 0.25, 0, 0, 0, 0});
 }
 
+// Half of the way from black to white, as a picture stores them, is 0.2140 of the light.
+TEST(ColourMapTest, BetweenThePixelsOfAPictureLiesTheMeanOfWhatIsStored) {
+    const auto bytes =
+        std::make_shared<std::vector<std::uint8_t>>(std::vector<std::uint8_t>{0, 0, 0, 255, 255, 255, 255, 255});
+    BitmapSource source;
+    source.pixels = bytes->data();
+    source.width = 2;
+    source.height = 1;
+    source.bytesPerRow = 8;
+    const ImageRef gradient = MakeBitmapImage(source, bytes);
+    ExpectNear(PixelOf(MapOn(OnePixel(0.5f, 0.5f, 0.5f, 1), gradient).output("CIColorMap")),
+               {0.2140411, 0.2140411, 0.2140411, 1}, 2e-6);
+}
+
 TEST(ColourMapTest, GradientsOfNoWidthOrNoEndGiveNothing) {
     const ImageRef image = OnePixel(1, 1, 1, 1), endless = MakeConstantImage({1, 1, 1, 1});
     const double infinity = std::numeric_limits<double>::infinity();

@@ -11,6 +11,7 @@
 #include "colour/colour.h"
 #include "core/engine.h"
 #include "core/luminance.h"
+#include "core/transfer.h"
 
 namespace core_image {
 namespace {
