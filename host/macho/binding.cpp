@@ -19,7 +19,8 @@
 #include "platform/ExceptionFrames/macos_frames.h"
 
 extern "C" {
-// Only their addresses are of use here: Foundation's is variadic, the compiler's own are called with its own conventions.
+// Only their addresses are of use here: Foundation's is variadic, the compiler's own are called with its own
+// conventions.
 void NSLog(void*, ...);
 void _Unwind_Resume(void*);
 void __gxx_personality_v0();
@@ -40,35 +41,37 @@ struct Binding {
     std::uint32_t address;
 };
 
+// clang-format off
 const Binding kBindings[] = {
-    // name in the object               function here
-    {"_CFRetain", Address(CFRetain)},
-    {"_CGImageRetain", Address(CGImageRetain)},
-    {"_NSLog", Address(NSLog)},
+    // name in the object              function here
+    {"_CFRetain",                      Address(CFRetain)},
+    {"_CGImageRetain",                 Address(CGImageRetain)},
+    {"_NSLog",                         Address(NSLog)},
 
-    {"_calloc", Address(std::calloc)},
-    {"_free", Address(std::free)},
-    {"_memcpy", Address(std::memcpy)},
-    {"_memset", Address(std::memset)},
-    {"_pthread_self", Address(pthread_self)},
-    {"_snprintf", Address(std::snprintf)},
-    {"_strlen", Address<size_t(const char*)>(std::strlen)},
+    {"_calloc",                        Address(std::calloc)},
+    {"_free",                          Address(std::free)},
+    {"_memcpy",                        Address(std::memcpy)},
+    {"_memset",                        Address(std::memset)},
+    {"_pthread_self",                  Address(pthread_self)},
+    {"_snprintf",                      Address(std::snprintf)},
+    {"_strlen",                        Address<size_t(const char*)>(std::strlen)},
 
-    {"_objc_msgSend", Address(macos_objc_msgSend)},
-    {"_objc_msgSend_fpret", Address(macos_objc_msgSend_fpret)},
+    {"_objc_msgSend",                  Address(macos_objc_msgSend)},
+    {"_objc_msgSend_fpret",            Address(macos_objc_msgSend_fpret)},
 
     // A frame of such code is smaller than one of this machine: these know both.
-    {"__setjmp", Address(macos_setjmp)},
-    {"_objc_exception_try_enter", Address(macos_exception_try_enter)},
-    {"_objc_exception_try_exit", Address(macos_exception_try_exit)},
-    {"_objc_exception_extract", Address(macos_exception_extract)},
-    {"_objc_exception_match", Address(objc_exception_match)},
-    {"_objc_exception_throw", Address(objc_exception_throw)},
+    {"__setjmp",                       Address(macos_setjmp)},
+    {"_objc_exception_try_enter",      Address(macos_exception_try_enter)},
+    {"_objc_exception_try_exit",       Address(macos_exception_try_exit)},
+    {"_objc_exception_extract",        Address(macos_exception_extract)},
+    {"_objc_exception_match",          Address(objc_exception_match)},
+    {"_objc_exception_throw",          Address(objc_exception_throw)},
 
     // C++ exceptions of others that pass through: cleanups run and hand over here.
-    {"___gxx_personality_v0", Address(__gxx_personality_v0)},
-    {"__Unwind_Resume", Address(_Unwind_Resume)},
+    {"___gxx_personality_v0",          Address(__gxx_personality_v0)},
+    {"__Unwind_Resume",                Address(_Unwind_Resume)},
 };
+// clang-format on
 
 // An object names each class that it sends messages to by a symbol of this form, so that a missing one shows early.
 constexpr std::string_view kClassPrefix = ".objc_class_name_";

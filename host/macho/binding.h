@@ -1,7 +1,7 @@
 // binding.h - what an object may use of this process: a fixed list of functions.
 //
-// An object names functions as macOS does, with an underscore in front. A name that is not on the list is refused, so an
-// object reaches nothing but what modules are known to need.
+// An object names functions as macOS does, with an underscore in front. A name that is not on the list is refused, so
+// an object reaches nothing but what modules are known to need.
 //
 // Adding one: a row in binding.cpp.
 

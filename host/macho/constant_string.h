@@ -1,7 +1,7 @@
 // constant_string.h - the class of the constant strings in code for macOS.
 //
-// The compiler lays each out as class, flags, bytes and length; the class's address is bound like a function's. They are
-// never freed, and they are strings like any other: equal to those of the same text, usable as keys.
+// The compiler lays each out as class, flags, bytes and length; the class's address is bound like a function's. They
+// are never freed, and they are strings like any other: equal to those of the same text, usable as keys.
 
 #pragma once
 

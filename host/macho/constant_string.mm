@@ -46,11 +46,6 @@ static_assert(sizeof(host::macho::ConstantString) == 4 * sizeof(void*));
     return UINT_MAX;
 }
 
-// Never reached by a release.
-- (void)dealloc {
-    if (NO) [super dealloc];
-}
-
 @end
 
 namespace host::macho {

@@ -1,7 +1,7 @@
 // format.h - the parts of the Mach-O format that object files of 32-bit x86 code consist of.
 //
-// The structures lie in the file as they stand here, in this machine's byte order. Only what object_file.cpp reads has a
-// name.
+// The structures lie in the file as they stand here, in this machine's byte order. Only what object_file.cpp reads has
+// a name.
 
 #pragma once
 

@@ -1,8 +1,8 @@
 // image.h - an object's sections in memory: one block, in which every section lies where the object has it.
 //
 // Why one block: distances between sections then are what the compiler counted on, so nothing that is a distance needs
-// a change. Code comes first and data after it, and the block is placed so that a page begins between the two: code can be made
-// executable and data writable, no page is both.
+// a change. Code comes first and data after it, and the block is placed so that a page begins between the two: code can
+// be made executable and data writable, no page is both.
 //
 // Lifetime: the memory goes with the Image, unless it is kept for good.
 // Threads:  any, one at a time.
@@ -17,8 +17,8 @@ namespace host::macho {
 
 class Image {
   public:
-    // Copies the sections into new memory, all of it writable. Throws ObjectError when code and data cannot be told apart by pages,
-    // or when there is no memory.
+    // Copies the sections into new memory, all of it writable. Throws ObjectError when code and data cannot be told
+    // apart by pages, or when there is no memory.
     explicit Image(const ObjectFile& object);
     ~Image();
     Image(const Image&) = delete;

@@ -1,8 +1,8 @@
 // load_object.h - runs object code for 32-bit macOS in this process.
 //
-// In the order of the steps: object_file reads and checks, image places the sections in memory, relocation makes addresses right
-// and binds what is undefined (binding: a fixed list), objective_c leads selectors and classes to the runtime, unwind_table
-// lets C++ exceptions pass; then the code is made executable and no longer writable.
+// In the order of the steps: object_file reads and checks, image places the sections in memory, relocation makes
+// addresses right and binds what is undefined (binding: a fixed list), objective_c leads selectors and classes to the
+// runtime, unwind_table lets C++ exceptions pass; then the code is made executable and no longer writable.
 //
 // Only 32-bit processes can run such code; elsewhere loading fails with an error that says so.
 // Lifetime: an object is never unloaded. Loading a file again gives another, independent image.
@@ -11,7 +11,6 @@
 #pragma once
 
 #include <filesystem>
-#include <functional>
 #include <map>
 #include <span>
 #include <string>

@@ -11,7 +11,7 @@ extern "C" {
 // Sends a message; a message to nil answers nil or 0.
 void macos_objc_msgSend();
 
-// The same for a reply that is a double. Why another: a double comes back on the x87 stack, so 0.0 must be put there for
-// nil, and a value that nobody takes from there would spoil later calculations.
+// The same for a reply that is a double. Why another: a double comes back on the x87 stack, so 0.0 must be put there
+// for nil, and a value that nobody takes from there would spoil later calculations.
 void macos_objc_msgSend_fpret();
 }

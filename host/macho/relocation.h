@@ -7,8 +7,8 @@
 
 namespace host::macho {
 
-// Applies every relocation and fills the symbol pointers. Throws ObjectError for a relocation that it does not know, and for a
-// symbol that is undefined (binding.h).
+// Applies every relocation and fills the symbol pointers. Throws ObjectError for a relocation that it does not know,
+// and for a symbol that is undefined (binding.h).
 void Relocate(const ObjectFile& object, const Image& image);
 
 }  // namespace host::macho

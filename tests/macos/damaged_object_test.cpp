@@ -1,4 +1,5 @@
-// damaged_object_test.cpp - files that cannot be loaded: each is refused with what is wrong, none brings the process down.
+// damaged_object_test.cpp - files that cannot be loaded: each is refused with what is wrong, none brings the process
+// down.
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,5 @@
-// loaded_object_test.mm - code for macOS that runs in this process: what the loader did to it, seen through its functions.
+// loaded_object_test.mm - code for macOS that runs in this process: what the loader did to it, seen through its
+// functions.
 
 #import <Foundation/Foundation.h>
 #include <gtest/gtest.h>
