@@ -23,6 +23,7 @@ struct Bound {
 // clang-format off
 const Bound kBounds[] = {
     // case                      rms   largest
+    {"CIBlendWithAlphaMask-1",    0.25, 3},
     {"CICheckerboardGenerator-1", 0,    0},
     {"CIColorClamp-1",            0.02, 1},
     {"CIColorControls-1",         0.02, 1},

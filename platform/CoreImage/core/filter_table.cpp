@@ -4,6 +4,7 @@
 
 #include "blur/blur.h"
 #include "colour/colour.h"
+#include "compositing/compositing.h"
 #include "convolution/convolution.h"
 #include "generator/generator.h"
 #include "geometry/geometry.h"
@@ -20,6 +21,7 @@ struct Row {
 // clang-format off
 constexpr Row kRows[] = {
     // name                       function
+    {"CIAdditionCompositing",     AdditionCompositing},
     {"CIAffineClamp",             AffineClamp},
     {"CIAffineTile",              AffineTile},
     {"CIAffineTransform",         AffineTransform},
@@ -29,12 +31,17 @@ constexpr Row kRows[] = {
     {"CIAreaMaximumAlpha",        AreaMaximumAlpha},
     {"CIAreaMinimum",             AreaMinimum},
     {"CIAreaMinimumAlpha",        AreaMinimumAlpha},
+    {"CIBlendWithAlphaMask",      BlendWithAlphaMask},
+    {"CIBlendWithMask",           BlendWithMask},
     {"CICheckerboardGenerator",   CheckerboardGenerator},
+    {"CIColorBlendMode",          ColourBlendMode},
+    {"CIColorBurnBlendMode",      ColourBurnBlendMode},
     {"CIColorClamp",              ColourClamp},
     {"CIColorControls",           ColourControls},
     {"CIColorCrossPolynomial",    ColourCrossPolynomial},
     {"CIColorCube",               ColourCube},
     {"CIColorCubeWithColorSpace", ColourCubeWithColourSpace},
+    {"CIColorDodgeBlendMode",     ColourDodgeBlendMode},
     {"CIColorInvert",             ColourInvert},
     {"CIColorMap",                ColourMap},
     {"CIColorMatrix",             ColourMatrixFilter},
@@ -49,6 +56,9 @@ constexpr Row kRows[] = {
     {"CIConvolution9Horizontal",  Convolution9Horizontal},
     {"CIConvolution9Vertical",    Convolution9Vertical},
     {"CICrop",                    Crop},
+    {"CIDarkenBlendMode",         DarkenBlendMode},
+    {"CIDifferenceBlendMode",     DifferenceBlendMode},
+    {"CIExclusionBlendMode",      ExclusionBlendMode},
     {"CIExposureAdjust",          ExposureAdjust},
     {"CIFalseColor",              FalseColour},
     {"CIGammaAdjust",             GammaAdjust},

@@ -1,8 +1,8 @@
 // pixels-inl.h - vectors of pixels for the inner loops of filters that work pixel by pixel.
 //
-// A source file that is compiled once for every instruction set includes this each time. A formula is an object with
-// operator()(Colours&), which changes one vector of each channel; ForEachPixel runs it over a row. What a pixel becomes depends
-// on no other pixel, and on its place in the row neither.
+// A source file that is compiled once for every instruction set includes this each time. A formula is a function that changes
+// one vector of each channel; ForEachPixel runs it over a row, ForEachPlace with other images beside. What a pixel becomes
+// depends on no other pixel of its image, and on its place in the row neither.
 //
 // Failure: numbers that leave the range of floats come out as the largest that filters work with, what is no number as 0.
 
@@ -16,6 +16,7 @@
 #include <hwy/highway.h>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 
 #include "core/luminance.h"
@@ -81,28 +82,38 @@ HWY_INLINE void StoreFinite(const Colours& c, float* pixels) {
     hn::StoreInterleaved4(Finite(c.red), Finite(c.green), Finite(c.blue), Finite(c.alpha), WideTag(), pixels);
 }
 
-// Calls a function with the address of each vector's pixels, of which there are as many as lanes: the last ones in memory of
-// their own.
-template <class Function>
-HWY_INLINE void ForEachVector(float* pixels, std::size_t count, const Function& function) {
+// Runs a formula over pixels in place, given those of other images at the same places: operator()(Colours&, const Others&).
+// The last pixels, which do not fill a vector, are worked on in memory of their own.
+template <std::size_t kOthers, class Formula>
+HWY_INLINE void ForEachPlace(float* pixels, const float* const* others, std::size_t count, const Formula& formula) {
     const std::size_t lanes = hn::Lanes(WideTag());
     std::size_t index = 0;
-    for (; index + lanes <= count; index += lanes) function(pixels + 4 * index, index, lanes);
+    for (; index + lanes <= count; index += lanes) {
+        std::array<Colours, kOthers> given;
+        for (std::size_t k = 0; k < kOthers; ++k) given[k] = LoadColours(others[k] + 4 * index);
+        Colours c = LoadColours(pixels + 4 * index);
+        formula(c, given);
+        StoreFinite(c, pixels + 4 * index);
+    }
     if (index == count) return;
-    float rest[4 * hn::MaxLanes(WideTag())] = {};
+    constexpr std::size_t kFloats = 4 * hn::MaxLanes(WideTag());
+    float rest[kFloats] = {};
+    std::array<Colours, kOthers> given;
+    for (std::size_t k = 0; k < kOthers; ++k) {
+        std::copy(others[k] + 4 * index, others[k] + 4 * count, rest);
+        given[k] = LoadColours(rest);
+    }
     std::copy(pixels + 4 * index, pixels + 4 * count, rest);
-    function(rest, index, count - index);
+    Colours c = LoadColours(rest);
+    formula(c, given);
+    StoreFinite(c, rest);
     std::copy(rest, rest + 4 * (count - index), pixels + 4 * index);
 }
 
-// Runs a formula over pixels in place.
+// The same without other images: operator()(Colours&).
 template <class Formula>
 HWY_INLINE void ForEachPixel(float* pixels, std::size_t count, const Formula& formula) {
-    ForEachVector(pixels, count, [&formula](float* at, std::size_t, std::size_t) HWY_ATTR {
-        Colours c = LoadColours(at);
-        formula(c);
-        StoreFinite(c, at);
-    });
+    ForEachPlace<0>(pixels, nullptr, count, [&formula](Colours& c, const auto&) HWY_ATTR { formula(c); });
 }
 
 }  // namespace core_image::HWY_NAMESPACE

@@ -1,0 +1,157 @@
+// blend.cpp - the loops themselves, compiled once for every instruction set.
+//
+// No mode divides by the alphas: it is computed from colours already multiplied by both (Pair), and comes out so.
+
+#include "compositing/blend.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "compositing/blend.cpp"
+#include <hwy/foreach_target.h>
+
+#include "core/pixels-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace core_image::HWY_NAMESPACE {
+
+using One = std::array<Colours, 1>;
+using Two = std::array<Colours, 2>;
+
+// A colour of each image, multiplied by both alphas; what each lacks to white, likewise; and the product of the alphas.
+struct Pair {
+    Wide source, background;
+    Wide sourceLacks, backgroundLacks;
+    Wide alphas;
+};
+
+// Clips a premultiplied pixel to 0...1: alpha first, then colours to alpha.
+HWY_INLINE void Clip(Colours& c) {
+    c.alpha = Clamp01(Finite(c.alpha));
+    for (Wide* colour : {&c.red, &c.green, &c.blue}) *colour = hn::Min(hn::Max(Finite(*colour), Constant(0)), c.alpha);
+}
+
+HWY_INLINE Pair PairOf(Wide source, Wide sourceAlpha, Wide background, Wide backgroundAlpha) {
+    return {hn::Mul(source, backgroundAlpha), hn::Mul(background, sourceAlpha),
+            hn::Mul(hn::Sub(sourceAlpha, source), backgroundAlpha),
+            hn::Mul(hn::Sub(backgroundAlpha, background), sourceAlpha), hn::Mul(sourceAlpha, backgroundAlpha)};
+}
+
+// Adds what lies outside the other image to what a mode makes of the inside.
+HWY_INLINE Wide WithOutside(Wide inside, Wide source, Wide sourceAlpha, Wide background, Wide backgroundAlpha) {
+    const Wide one = Constant(1);
+    return hn::MulAdd(hn::Sub(one, backgroundAlpha), source, hn::MulAdd(hn::Sub(one, sourceAlpha), background, inside));
+}
+
+// A blend mode that treats each colour by itself.
+template <class Mode>
+HWY_INLINE void BlendEach(Colours& b, Colours s, const Mode& mode) {
+    Clip(b);
+    Clip(s);
+    const auto blend = [&](Wide source, Wide background) HWY_ATTR {
+        const Wide inside = mode(PairOf(source, s.alpha, background, b.alpha));
+        return WithOutside(inside, source, s.alpha, background, b.alpha);
+    };
+    b = {blend(s.red, b.red), blend(s.green, b.green), blend(s.blue, b.blue),
+         WithOutside(hn::Mul(s.alpha, b.alpha), s.alpha, s.alpha, b.alpha, b.alpha)};
+}
+
+HWY_INLINE void Add(Colours& b, const One& others) {
+    const Colours& s = others[0];
+    b = {hn::Add(s.red, b.red), hn::Add(s.green, b.green), hn::Add(s.blue, b.blue), hn::Add(s.alpha, b.alpha)};
+}
+
+HWY_INLINE void Darken(Colours& b, const One& others) {
+    BlendEach(b, others[0], [](const Pair& p) HWY_ATTR { return hn::Min(p.source, p.background); });
+}
+
+HWY_INLINE void Difference(Colours& b, const One& others) {
+    BlendEach(b, others[0], [](const Pair& p) HWY_ATTR { return hn::Abs(hn::Sub(p.source, p.background)); });
+}
+
+HWY_INLINE void Exclude(Colours& b, const One& others) {
+    BlendEach(b, others[0], [](const Pair& p) HWY_ATTR {
+        const Wide both = hn::Mul(p.source, DivideOrZero(p.background, p.alphas));
+        return hn::Add(hn::Sub(p.source, both), hn::Sub(p.background, both));
+    });
+}
+
+HWY_INLINE void Burn(Colours& b, const One& others) {
+    BlendEach(b, others[0], [](const Pair& p) HWY_ATTR {
+        const Wide burnt = hn::Min(hn::Div(hn::Mul(p.alphas, p.backgroundLacks), p.source), p.alphas);
+        return hn::IfThenElse(hn::Gt(p.backgroundLacks, Constant(0)), hn::Sub(p.alphas, burnt), p.alphas);
+    });
+}
+
+HWY_INLINE void Dodge(Colours& b, const One& others) {
+    BlendEach(b, others[0], [](const Pair& p) HWY_ATTR {
+        const Wide dodged = hn::Min(hn::Div(hn::Mul(p.alphas, p.background), p.sourceLacks), p.alphas);
+        return hn::IfThenElseZero(hn::Gt(p.background, Constant(0)), dodged);
+    });
+}
+
+// The largest and the smallest colour together: twice the lightness.
+HWY_INLINE Wide TwiceLightness(const Colours& c) {
+    return hn::Add(hn::Max(hn::Max(c.red, c.green), c.blue), hn::Min(hn::Min(c.red, c.green), c.blue));
+}
+
+// Hue and saturation stay while colours keep their distance from the lightness in proportion to the room that it leaves on both
+// sides, which is the lightness itself or what it lacks to white.
+HWY_INLINE void Colourise(Colours& b, const One& others) {
+    Colours s = others[0];
+    Clip(b);
+    Clip(s);
+    const Wide alphas = hn::Mul(s.alpha, b.alpha), twice = hn::Add(alphas, alphas);
+    const Wide from = hn::Mul(TwiceLightness(s), b.alpha), to = hn::Mul(TwiceLightness(b), s.alpha);
+    const auto room = [&](Wide lightness) HWY_ATTR { return hn::Min(lightness, hn::Sub(twice, lightness)); };
+    const Wide stretch = DivideOrZero(room(to), room(from));
+    const Wide half = Constant(0.5f);
+    const auto blend = [&](Wide source, Wide background) HWY_ATTR {
+        const Wide distance = hn::Sub(hn::Mul(source, b.alpha), hn::Mul(from, half));
+        const Wide moved = hn::MulAdd(distance, stretch, hn::Mul(to, half));
+        const Wide inside = hn::Max(hn::Min(moved, alphas), Constant(0));
+        return WithOutside(inside, source, s.alpha, background, b.alpha);
+    };
+    b = {blend(s.red, b.red), blend(s.green, b.green), blend(s.blue, b.blue),
+         WithOutside(alphas, s.alpha, s.alpha, b.alpha, b.alpha)};
+}
+
+// Goes from the background to the source. At 0 and at 1 it is exactly the one or the other.
+HWY_INLINE void Mix(Colours& b, const Colours& s, Wide mask) {
+    const Wide share = Clamp01(Finite(mask)), rest = hn::Sub(Constant(1), share);
+    const auto mix = [&](Wide source, Wide background)
+                         HWY_ATTR { return hn::MulAdd(background, rest, hn::Mul(source, share)); };
+    b = {mix(s.red, b.red), mix(s.green, b.green), mix(s.blue, b.blue), mix(s.alpha, b.alpha)};
+}
+
+HWY_INLINE void MaskGreen(Colours& b, const Two& others) { Mix(b, others[0], others[1].green); }
+HWY_INLINE void MaskAlpha(Colours& b, const Two& others) { Mix(b, others[0], others[1].alpha); }
+
+// How many other images a blend takes.
+template <std::size_t kCount>
+constexpr std::size_t OthersOf(void (*)(Colours&, const std::array<Colours, kCount>&)) {
+    return kCount;
+}
+
+#define CORE_IMAGE_DEFINE(name)                                                                        \
+    HWY_ATTR void name##Row(float* pixels, const float* const* others, std::size_t count) {            \
+        ForEachPlace<OthersOf(&name)>(pixels, others, count,                                           \
+                                      [](Colours& c, const auto& given) HWY_ATTR { name(c, given); }); \
+    }
+CORE_IMAGE_BLENDS(CORE_IMAGE_DEFINE)
+#undef CORE_IMAGE_DEFINE
+
+}  // namespace core_image::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace core_image {
+
+#define CORE_IMAGE_DISPATCH(name)                                                  \
+    HWY_EXPORT(name##Row);                                                         \
+    void name##Row(float* pixels, const float* const* others, std::size_t count) { \
+        HWY_DYNAMIC_DISPATCH(name##Row)(pixels, others, count);                    \
+    }
+CORE_IMAGE_BLENDS(CORE_IMAGE_DISPATCH)
+#undef CORE_IMAGE_DISPATCH
+
+}  // namespace core_image
+#endif

@@ -1,0 +1,34 @@
+// blend.h - what becomes of the pixels of two images, or of two under a mask, in the widest instructions that the processor has.
+//
+// Pixels come premultiplied. A blend mode sees both images clipped to 0...1 and is a colour of two colours, each divided by its
+// alpha; the result is
+//
+//     (1 - background alpha) source + (1 - source alpha) background + source alpha * background alpha * mode
+//
+// with the alpha of source over background.
+// Threads:  any.
+// Adding one: its line in the list, and its function in blend.cpp.
+
+#pragma once
+
+#include <cstddef>
+
+namespace core_image {
+
+// Ways to combine a background, in place, with the other images in their order: a source, and for the last two a mask.
+#define CORE_IMAGE_BLENDS(BLEND)                                                                          \
+    BLEND(Add)        /* source + background, alpha too, nothing clipped */                               \
+    BLEND(Darken)     /* the smaller of each colour */                                                    \
+    BLEND(Difference) /* how far each colour is from the other */                                         \
+    BLEND(Exclude)    /* source + background - 2 source * background */                                   \
+    BLEND(Burn)       /* 1 - (1 - background) / source, 0 at least; white stays white */                  \
+    BLEND(Dodge)      /* background / (1 - source), 1 at most; black stays black */                       \
+    BLEND(Colourise)  /* hue and saturation of the source, lightness (max + min) / 2 of the background */ \
+    BLEND(MaskGreen)  /* background to source, nothing clipped, as the mask's green goes from 0 to 1 */   \
+    BLEND(MaskAlpha)  /* the same by the mask's alpha */
+
+#define CORE_IMAGE_DECLARE(name) void name##Row(float* pixels, const float* const* others, std::size_t count);
+CORE_IMAGE_BLENDS(CORE_IMAGE_DECLARE)
+#undef CORE_IMAGE_DECLARE
+
+}  // namespace core_image
