@@ -11,6 +11,20 @@ namespace core_image {
 // The result is cut off at three sigma around the input (rounded up), where less than 0.2 per cent of a pixel arrives.
 ImageRef MakeGaussianBlurImage(ImageRef input, double sigma);
 
+// An image under a square of the largest odd width that is not above the given one. The input itself for less than 3.
+//
+// Wider than 2047 pixels it is computed on a smaller picture; the extent grows by half the width either way.
+ImageRef MakeBoxBlurImage(ImageRef input, double width);
+
+// An image under a disc whose rim is one pixel soft. The input itself for a radius of 0 and less.
+//
+// The extent grows by the radius, rounded up, and 2. Above a radius of 128 pixels it is computed on a smaller picture.
+ImageRef MakeDiscBlurImage(ImageRef input, double radius);
+
+// CIBoxBlur: inputRadius is the full width. CIDiscBlur: inputRadius is the radius.
+ImageRef BoxBlur(const Inputs& inputs);
+ImageRef DiscBlur(const Inputs& inputs);
+
 // CIGaussianBlur: inputRadius is the standard deviation.
 ImageRef GaussianBlur(const Inputs& inputs);
 

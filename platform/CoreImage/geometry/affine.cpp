@@ -192,7 +192,7 @@ Extent Affine::map(const Extent& extent) const {
     return mapped;
 }
 
-ImageRef MakeAffineImage(ImageRef input, const Affine& map) {
+ImageRef MakeAffineImage(ImageRef input, const Affine& map, Light light) {
     const std::optional<Affine> inverse = map.inverse();
     if (!inverse) return nullptr;
     if (map == Affine{} || input->extent().isEmpty()) return input;
@@ -201,7 +201,7 @@ ImageRef MakeAffineImage(ImageRef input, const Affine& map) {
         return std::make_shared<MovedImage>(std::move(input), extent, static_cast<std::int64_t>(map.tx),
                                             static_cast<std::int64_t>(map.ty));
     }
-    ImageRef encoded = input->encoded();
+    ImageRef encoded = light == Light::asStored ? input->encoded() : nullptr;
     const bool isEncoded = encoded != nullptr;
     return std::make_shared<AffineImage>(isEncoded ? std::move(encoded) : std::move(input), extent, *inverse,
                                          isEncoded);
