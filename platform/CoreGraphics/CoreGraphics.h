@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include <CoreGraphics/CGAffineTransform.h>
 #include <CoreGraphics/CGBase.h>
 #include <CoreGraphics/CGColorSpace.h>
 #include <CoreGraphics/CGDataProvider.h>

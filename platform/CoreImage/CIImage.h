@@ -49,4 +49,7 @@ CG_EXTERN CIFormat kCIFormatRGBAf;  // four floats
 // The part inside a rectangle, which is rounded outward to whole pixels. The part stays where it is.
 - (CIImage*)imageByCroppingToRect:(CGRect)rect;
 
+// The image under a map, interpolated between pixels; nil for a map that cannot be inverted.
+- (CIImage*)imageByApplyingTransform:(CGAffineTransform)transform;
+
 @end

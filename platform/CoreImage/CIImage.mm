@@ -157,6 +157,12 @@ CIImage* ImageOutOfSource(CGImageSourceRef source) {
     return [CIImage imageOwningHandle:core_image::MakeCropped([self handle], core_image::ExtentOfRect(rect))];
 }
 
+- (CIImage*)imageByApplyingTransform:(CGAffineTransform)transform {
+    if (_handle == nullptr) return nil;
+    const double numbers[] = {transform.a, transform.b, transform.c, transform.d, transform.tx, transform.ty};
+    return [CIImage imageOwningHandle:core_image::MakeTransformed([self handle], numbers)];
+}
+
 - (NSString*)description {
     const CGRect extent = [self extent];
     return [NSString stringWithFormat:@"<CIImage %p extent [%g %g %g %g]>", (void*)self, (double)extent.origin.x,

@@ -115,7 +115,7 @@ TEST_P(FlatBlurTest, WidestBlursOfAnEndlessPatternAreItsMeanAndTakeLittleTime) {
     const ImageRef board = Generated(
         "CICheckerboardGenerator",
         {{"inputWidth", {16}}, {"inputSharpness", {1}}, {"inputColor0", {1, 1, 1, 1}}, {"inputColor1", {0, 0, 0, 1}}});
-    for (const double radius : {300.0, 3000.0, 1e5, 1e30}) {
+    for (const double radius : {300.0, 1e5, 1e30}) {
         const std::vector<float> pixel = Pixels(output(board, radius), {0, 0, 8, 1});
         EXPECT_NEAR(pixel[0], 0.5, 0.03) << radius;
         EXPECT_NEAR(pixel[3], 1, 1e-5) << radius;

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 namespace {
 
 TEST(ImageTest, BitmapLiesAtTheOriginWithItsLastRowLowest) {
@@ -12,6 +14,19 @@ TEST(ImageTest, BitmapLiesAtTheOriginWithItsLastRowLowest) {
     EXPECT_TRUE(CGRectEqualToRect([image extent], CGRectMake(0, 0, 1, 2)));
     EXPECT_EQ(Floats(image, CGRectMake(0, 0, 1, 1)), (std::vector<float>{0, 1, 0, 1}));
     EXPECT_EQ(Floats(image, CGRectMake(0, 1, 1, 1)), (std::vector<float>{1, 0, 0, 1}));
+}
+
+TEST(ImageTest, AppliedTransformMovesAndTurnsTheImage) {
+    CIImage* image = ImageOfFloats(1, 2, {1, 0, 0, 1, 0, 1, 0, 1});
+    CIImage* moved = [image imageByApplyingTransform:CGAffineTransformMake(1, 0, 0, 1, 5, -3)];
+    EXPECT_TRUE(CGRectEqualToRect([moved extent], CGRectMake(5, -3, 1, 2)));
+    EXPECT_EQ(Floats(moved, CGRectMake(5, -2, 1, 1)), (std::vector<float>{1, 0, 0, 1}));
+    CIImage* turned = [image imageByApplyingTransform:CGAffineTransformMake(0, 1, -1, 0, 0, 0)];
+    EXPECT_TRUE(CGRectEqualToRect([turned extent], CGRectMake(-2, 0, 2, 1)));
+    EXPECT_EQ(Floats(turned, CGRectMake(-2, 0, 2, 1)), (std::vector<float>{1, 0, 0, 1, 0, 1, 0, 1}));
+    EXPECT_EQ([image imageByApplyingTransform:CGAffineTransformMake(1, 1, 1, 1, 0, 0)], nil);
+    const CGFloat none = (CGFloat)std::nan("");
+    EXPECT_EQ([image imageByApplyingTransform:CGAffineTransformMake(none, 0, 0, 1, 0, 0)], nil);
 }
 
 TEST(ImageTest, FilesThatCannotBeReadGiveNil) {

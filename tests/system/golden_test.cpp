@@ -24,7 +24,7 @@ struct Bound {
 const Bound kBounds[] = {
     // case                      rms   largest
     {"CIBlendWithAlphaMask-1",    0.25, 3},
-    {"CIBoxBlur-1", 0.42, 2},
+    {"CIBoxBlur-1",               0.42, 2},
     {"CICheckerboardGenerator-1", 0,    0},
     {"CIColorClamp-1",            0.02, 1},
     {"CIColorControls-1",         0.02, 1},

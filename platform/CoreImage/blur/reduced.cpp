@@ -14,7 +14,7 @@ namespace {
 
 // Up to 32 times smaller, every pixel is looked at; beyond, one pixel in each square of means.
 constexpr int kMostMeans = 5;
-constexpr int kMeansOfSparse = 3;
+constexpr int kMeansOfSparse = 2;
 
 Affine Scale(double factor) {
     Affine map;

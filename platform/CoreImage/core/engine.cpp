@@ -7,6 +7,7 @@
 
 #include "core/renderer.h"
 #include "generator/generator.h"
+#include "geometry/affine.h"
 #include "geometry/geometry.h"
 
 namespace core_image {
@@ -40,6 +41,10 @@ ImageHandle* MakeConstant(const double* components) noexcept {
 
 ImageHandle* MakeCropped(ImageHandle* image, const Extent& extent) noexcept {
     return Handle([&] { return MakeCroppedImage(*image, extent); });
+}
+
+ImageHandle* MakeTransformed(ImageHandle* image, const double* numbers) noexcept {
+    return Handle([&] { return MakeAffineImage(*image, AffineOf(numbers)); });
 }
 
 ImageHandle* MakeOutput(FilterFunction function, const InputValue* values, std::size_t count) noexcept {

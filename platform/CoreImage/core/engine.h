@@ -30,6 +30,9 @@ ImageHandle* MakeBitmap(const BitmapSource& source, PixelOwner owner) noexcept;
 ImageHandle* MakeConstant(const double* components) noexcept;
 ImageHandle* MakeCropped(ImageHandle* image, const Extent& extent) noexcept;
 
+// An image under a map (a b c d tx ty); also null for a map that cannot be inverted.
+ImageHandle* MakeTransformed(ImageHandle* image, const double* numbers) noexcept;
+
 // The image of a filter.
 ImageHandle* MakeOutput(FilterFunction function, const InputValue* values, std::size_t count) noexcept;
 

@@ -21,6 +21,11 @@ struct Affine {
     Extent map(const Extent& extent) const;
 };
 
+// The map of six numbers, a b c d tx ty.
+inline Affine AffineOf(const double* numbers) {
+    return {numbers[0], numbers[1], numbers[2], numbers[3], numbers[4], numbers[5]};
+}
+
 // What lies between pixels: the mean of what a picture stores, or the mean of light.
 enum class Light { asStored, linear };
 
