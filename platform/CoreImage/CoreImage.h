@@ -1,9 +1,8 @@
 // CoreImage.h - filters over images: what to compute is described first and computed when pixels are asked for.
 //
 // An image is an immutable recipe; a filter makes images out of images and values; a context renders. All 73 filters of
-// attributes.json are known with their keys, defaults and ranges. These render so far, all others answer nil for outputImage:
-//
-//     CIColorControls, CIConstantColorGenerator, CICrop, CIGaussianBlur
+// attributes.json are known with their keys, defaults and ranges. Those listed in core/filter_table.cpp render so far; all others
+// answer nil for outputImage.
 
 #pragma once
 

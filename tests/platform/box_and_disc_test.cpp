@@ -53,7 +53,7 @@ TEST(BoxBlurTest, ForFortyAPixelIsSpreadOverThirtyNine) {
 
 TEST(DiscBlurTest, IsTheMeanOfADiscWithASoftRim) {
     Random random;
-    for (const double radius : {0.3, 0.5, 1.0, 2.5, 8.0, 13.9, 14.1, 20.0, 37.7, 100.0}) {
+    for (const double radius : {0.3, 0.5, 1.0, 2.5, 8.0, 5.9, 6.1, 20.0, 37.7, 100.0}) {
         const Source source = RandomSource(random);
         const ImageRef image = Output("CIDiscBlur", source.image, {{"inputRadius", {radius}}});
         const auto reach = static_cast<std::int64_t>(std::ceil(radius));

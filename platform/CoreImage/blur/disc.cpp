@@ -17,7 +17,7 @@ namespace core_image {
 namespace {
 
 // Up to here a disc is small.
-constexpr double kLargestSmall = 14;
+constexpr double kLargestSmall = 6;
 
 // How many rows are summed side by side.
 constexpr std::size_t kRowsAtOnce = 4;
