@@ -52,9 +52,13 @@ HWY_INLINE void Change(const ClampFormula& f, Colours& c) {
 }
 
 HWY_INLINE void Change(const PosterizeFormula& f, Colours& c) {
-    const Wide steps = Constant(f.steps);
-    ChangeEachColour(
-        c, [&steps](Wide x) HWY_ATTR { return DivideOrZero(hn::Floor(hn::MulAdd(x, steps, Constant(0.5f))), steps); });
+    const Wide steps = Constant(f.steps), step = Constant(f.steps > 0 ? 1 / f.steps : 0);
+    ChangeEachColour(c, [&](Wide x) HWY_ATTR {
+        const Wide level = hn::Floor(hn::MulAdd(x, steps, Constant(0.5f)));
+        // The product may miss the quotient by its last bit; what remains is added, so that white stays white.
+        const Wide product = hn::Mul(level, step);
+        return hn::MulAdd(hn::NegMulAdd(product, steps, level), step, product);
+    });
 }
 
 // Why without dividing by alpha: the shade of half the luminance is half the shade, so all of it may stay multiplied.

@@ -16,10 +16,12 @@ namespace core_image::HWY_NAMESPACE {
 using One = std::array<Colours, 1>;
 using Two = std::array<Colours, 2>;
 
-// A colour of each image, multiplied by both alphas; what each lacks to white, likewise; and the product of the alphas.
+// A colour of each image, what each lacks to white, and the product of the two, all multiplied by both alphas; and the product
+// of the alphas.
 struct Pair {
     Wide source, background;
     Wide sourceLacks, backgroundLacks;
+    Wide product;
     Wide alphas;
 };
 
@@ -30,9 +32,12 @@ HWY_INLINE void Clip(Colours& c) {
 }
 
 HWY_INLINE Pair PairOf(Wide source, Wide sourceAlpha, Wide background, Wide backgroundAlpha) {
-    return {hn::Mul(source, backgroundAlpha), hn::Mul(background, sourceAlpha),
+    return {hn::Mul(source, backgroundAlpha),
+            hn::Mul(background, sourceAlpha),
             hn::Mul(hn::Sub(sourceAlpha, source), backgroundAlpha),
-            hn::Mul(hn::Sub(backgroundAlpha, background), sourceAlpha), hn::Mul(sourceAlpha, backgroundAlpha)};
+            hn::Mul(hn::Sub(backgroundAlpha, background), sourceAlpha),
+            hn::Mul(source, background),
+            hn::Mul(sourceAlpha, backgroundAlpha)};
 }
 
 // Adds what lies outside the other image to what a mode makes of the inside.
@@ -69,8 +74,7 @@ HWY_INLINE void Difference(Colours& b, const One& others) {
 
 HWY_INLINE void Exclude(Colours& b, const One& others) {
     BlendEach(b, others[0], [](const Pair& p) HWY_ATTR {
-        const Wide both = hn::Mul(p.source, DivideOrZero(p.background, p.alphas));
-        return hn::Add(hn::Sub(p.source, both), hn::Sub(p.background, both));
+        return hn::Add(hn::Sub(p.source, p.product), hn::Sub(p.background, p.product));
     });
 }
 

@@ -30,6 +30,14 @@ HWY_INLINE Wide PowerOfTwo(Wide whole, Wide rest) {
     return hn::Mul(sum, hn::BitCast(WideTag(), bits));
 }
 
+// 1 / x, in a third of the time that a division takes: an estimate of eleven bits, mended twice.
+HWY_INLINE Wide Reciprocal(Wide x) {
+    Wide estimate = hn::ApproximateReciprocal(x);
+    for (int mend = 0; mend < 2; ++mend)
+        estimate = hn::MulAdd(estimate, hn::NegMulAdd(x, estimate, Constant(1)), estimate);
+    return estimate;
+}
+
 // A number from 0 on to a power.
 //
 // Why in parts: the logarithm is a whole number e and a rest; e times the exponent is large and must be exact, and is so for the
@@ -44,7 +52,7 @@ HWY_INLINE Wide ToPower(Wide base, const Power& power) {
     const Wide wholeLog = hn::ConvertTo(WideTag(), e);
 
     // log2 m = 2 / ln 2 * artanh s
-    const Wide s = hn::Div(hn::Sub(mantissa, Constant(1)), hn::Add(mantissa, Constant(1)));
+    const Wide s = hn::Mul(hn::Sub(mantissa, Constant(1)), Reciprocal(hn::Add(mantissa, Constant(1))));
     const Wide z = hn::Mul(s, s);
     constexpr float kSeries[] = {0.32059890f, 0.41219858f, 0.57707802f, 0.96179669f, 2.8853901f};
     Wide sum = Constant(kSeries[0]);
