@@ -7,6 +7,7 @@
 #include "colour/colour.h"
 #include "engine_images.h"
 #include "geometry/geometry.h"
+#include "point_oracle.h"
 
 namespace {
 
@@ -29,6 +30,23 @@ TEST(CutTest, TileSizeChangesNoBit) {
     const ImageRef image = Chain();
     const std::vector<float> whole = Pixels(image, kRegion, {4096, 4096, 4096});
     for (const Cut& cut : {Cut{}, Cut{4096, 1, 257}, Cut{4096, 301, 1}, Cut{4096, 7, 5}, Cut{4096, 64, 64}}) {
+        EXPECT_EQ(Pixels(image, kRegion, cut), whole) << cut.tileWidth << " x " << cut.tileHeight;
+    }
+}
+
+// Two images and what is made of both, pixel by pixel.
+ImageRef PointwiseChain() {
+    const ImageRef first = RandomImage(230, 190), second = MakeCroppedImage(RandomImage(211, 230), {3, 7, 190, 230});
+    const ImageRef both =
+        FilterValues().image("inputImage", first).image("inputBackgroundImage", second).output("CIColorBurnBlendMode");
+    const ImageRef bent = FilterValues().image("inputImage", both).number("inputPower", 2.2).output("CIGammaAdjust");
+    return FilterValues().image("inputImage", bent).number("inputLevels", 9).output("CIColorPosterize");
+}
+
+TEST(CutTest, TileSizeChangesNoBitOfWhatIsComputedPixelByPixel) {
+    const ImageRef image = PointwiseChain();
+    const std::vector<float> whole = Pixels(image, kRegion, {4096, 4096, 4096});
+    for (const Cut& cut : {Cut{}, Cut{4096, 1, 257}, Cut{4096, 301, 1}, Cut{4096, 7, 5}, Cut{100, 64, 64}}) {
         EXPECT_EQ(Pixels(image, kRegion, cut), whole) << cut.tileWidth << " x " << cut.tileHeight;
     }
 }

@@ -218,4 +218,18 @@ TEST(FilterInputsTest, ChainsDeeperThanTheLimitEndInNil) {
     EXPECT_EQ(Bytes([image imageByCroppingToRect:CGRectMake(0, 0, 1, 1)], CGRectMake(0, 0, 1, 1)).size(), 4u);
 }
 
+// Every sum of an image with itself has twice as many images to render, and one more: 16383 after 13 of them.
+TEST(FilterInputsTest, ImagesCombinedWithThemselvesTooOftenEndInNil) {
+    CIImage* image = ImageOfFloats(1, 1, {1, 0, 0, 0.5f});
+    int sums = 0;
+    for (CIImage* next = image; next != nil && sums < 100; ++sums) {
+        image = next;
+        CIFilter* filter = FilterOn(@"CIAdditionCompositing", image);
+        [filter setValue:image forKey:kCIInputBackgroundImageKey];
+        next = [filter outputImage];
+    }
+    EXPECT_EQ(sums, 14);
+    EXPECT_EQ(Floats(image, CGRectMake(0, 0, 1, 1))[0], 8192);
+}
+
 }  // namespace

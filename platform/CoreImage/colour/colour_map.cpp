@@ -64,7 +64,7 @@ class MapStage : public Stage {
 class MapImage : public Image {
   public:
     MapImage(ImageRef input, ImageRef gradient, const Region& row)
-        : Image(input->extent(), std::max(input->depth(), gradient->depth())),
+        : Image(input->extent(), input->depth().with(gradient->depth())),
           input_(std::move(input)),
           gradient_(std::move(gradient)),
           row_(row) {}

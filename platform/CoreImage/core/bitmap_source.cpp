@@ -78,7 +78,7 @@ class BitmapStage : public Stage {
 class BitmapImage : public Image {
   public:
     BitmapImage(const BitmapSource& source, std::shared_ptr<const void> owner)
-        : Image({0, 0, static_cast<double>(source.width), static_cast<double>(source.height)}, /*depthBelow=*/0),
+        : Image({0, 0, static_cast<double>(source.width), static_cast<double>(source.height)}, /*depthBelow=*/{}),
           source_(source),
           owner_(std::move(owner)) {}
 

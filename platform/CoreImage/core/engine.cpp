@@ -21,7 +21,8 @@ template <typename Make>
 ImageHandle* Handle(Make&& make) noexcept {
     try {
         ImageRef image = make();
-        if (image == nullptr || image->depth() > kDeepestImage) return nullptr;
+        if (image == nullptr) return nullptr;
+        if (image->depth().levels > kDeepestImage || image->depth().images > kMostImages) return nullptr;
         return new ImageRef(std::move(image));
     } catch (const std::exception&) {
         return nullptr;

@@ -4,7 +4,7 @@
 // Objective-C exception may leave by a jump, which runs no destructors. C++ exceptions do not cross at all.
 //
 // Ownership: make... gives a handle to be given back with DisposeImage; what is handed in is borrowed.
-// Failure:   null or false, when memory is short or the image would be deeper than kDeepestImage.
+// Failure:   null or false, when memory is short or the image would be deeper than kDeepestImage or larger than kMostImages.
 // Threads:   any.
 
 #pragma once

@@ -51,6 +51,15 @@ class Prepared {
     std::unique_ptr<const Stage> stage_;
 };
 
+// How large a recipe is.
+struct Depth {
+    int levels = 0;     // how many images lie one below the other
+    double images = 0;  // how many there are to render: one that is used in two places counts twice
+
+    // Of what lies below an image with two inputs.
+    Depth with(const Depth& other) const { return {std::max(levels, other.levels), images + other.images}; }
+};
+
 // A recipe.
 class Image {
   public:
@@ -60,8 +69,8 @@ class Image {
 
     const Extent& extent() const { return extent_; }
 
-    // How many images lie one below the other, this one included.
-    int depth() const { return depth_; }
+    // How large the recipe is, this image included.
+    const Depth& depth() const { return depth_; }
 
     // Makes a stage for a region, which is not empty and lies in the extent.
     virtual std::unique_ptr<const Stage> prepare(const Region& region) const = 0;
@@ -73,16 +82,20 @@ class Image {
     virtual std::shared_ptr<const Image> encoded() const { return nullptr; }
 
   protected:
-    // depthBelow is the depth of the deepest input.
-    Image(const Extent& extent, int depthBelow) : extent_(extent), depth_(depthBelow + 1) {}
+    // depthBelow is that of the inputs together.
+    Image(const Extent& extent, const Depth& depthBelow)
+        : extent_(extent), depth_{depthBelow.levels + 1, depthBelow.images + 1} {}
 
   private:
     Extent extent_;
-    int depth_;
+    Depth depth_;
 };
 
 // Why a limit: recipes are walked by recursion, on threads with stacks of a megabyte. A deeper image is refused when made.
 inline constexpr int kDeepestImage = 1000;
+
+// Why another: an image combined with itself, and the result again, doubles the work each time. A larger recipe is refused.
+inline constexpr double kMostImages = 16384;
 
 // Makes an image ready for a region, or rather for the part of it that lies in the image.
 Prepared Prepare(const ImageRef& image, const Region& region);

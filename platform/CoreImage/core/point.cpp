@@ -73,17 +73,17 @@ class CombiningStage : public Stage {
     const CombiningFunction& function_;  // of the image, which outlives the rendering
 };
 
-// How deep the deepest of some images is.
-int DeepestOf(const std::vector<ImageRef>& images) {
-    int depth = 0;
-    for (const ImageRef& image : images) depth = std::max(depth, image->depth());
+// How large the recipes of some images are together.
+Depth DepthOf(const std::vector<ImageRef>& images) {
+    Depth depth;
+    for (const ImageRef& image : images) depth = depth.with(image->depth());
     return depth;
 }
 
 class CombinedImage : public Image {
   public:
     CombinedImage(std::vector<ImageRef> inputs, std::unique_ptr<const CombiningFunction> function, const Extent& extent)
-        : Image(extent, DeepestOf(inputs)), inputs_(std::move(inputs)), function_(std::move(function)) {}
+        : Image(extent, DepthOf(inputs)), inputs_(std::move(inputs)), function_(std::move(function)) {}
 
     std::unique_ptr<const Stage> prepare(const Region& region) const override {
         std::vector<Prepared> prepared;

@@ -29,7 +29,7 @@ class ConstantStage : public Stage {
 
 class ConstantImage : public Image {
   public:
-    explicit ConstantImage(const Pixel& pixel) : Image(Extent::infinite(), /*depthBelow=*/0), pixel_(pixel) {}
+    explicit ConstantImage(const Pixel& pixel) : Image(Extent::infinite(), /*depthBelow=*/{}), pixel_(pixel) {}
 
     std::unique_ptr<const Stage> prepare(const Region&) const override {
         return std::make_unique<ConstantStage>(pixel_);

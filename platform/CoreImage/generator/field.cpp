@@ -22,7 +22,7 @@ class FieldStage : public Stage {
 class FieldImage : public Image {
   public:
     explicit FieldImage(std::shared_ptr<const Field> field)
-        : Image(Extent::infinite(), /*depthBelow=*/0), field_(std::move(field)) {}
+        : Image(Extent::infinite(), /*depthBelow=*/{}), field_(std::move(field)) {}
 
     std::unique_ptr<const Stage> prepare(const Region&) const override { return std::make_unique<FieldStage>(field_); }
 
