@@ -34,11 +34,23 @@ struct Step {
     std::map<std::string, Parameter> parameters;
 };
 
+// How a picture shows a render that was scaled: its pixel (x, y), from the top left, is at (scaleX x + offsetX, scaleY y + offsetY)
+// of a render of that size.
+struct View {
+    std::size_t width = 0;
+    std::size_t height = 0;
+    double scaleX = 1;
+    double scaleY = 1;
+    double offsetX = 0;
+    double offsetY = 0;
+};
+
 // A reference render.
 struct Case {
     std::string name;
     std::vector<Step> steps;  // the image of each is inputImage of the next
     bool isRender = false;    // otherwise the picture is a scaled view of the render
+    View view;                // where it is one
     double originX = 0;       // of the picture's lower left corner
     double originY = 0;
     std::size_t width = 0;
@@ -72,5 +84,9 @@ std::optional<Picture> PictureOfImage(CGImageRef image);
 
 // How far two pictures of the same size are apart, over all four channels; empty when the sizes differ.
 std::optional<Difference> Compare(const Picture& first, const Picture& second);
+
+// How far a view is from a render, at its places where neither changes much from pixel to pixel: elsewhere the scaling shows.
+// Empty when the render's size is not the view's or when there are no such places.
+std::optional<Difference> CompareView(const Picture& render, const Picture& picture, const View& view);
 
 }  // namespace golden

@@ -59,6 +59,45 @@ std::vector<Step> ReadSteps(NSDictionary* described, const std::string& folder) 
     return steps;
 }
 
+View ReadView(NSDictionary* described) {
+    const std::vector<double> size = Numbers([described objectForKey:@"renderSize"]);
+    const std::vector<double> scale = Numbers([described objectForKey:@"scale"]);
+    const std::vector<double> offset = Numbers([described objectForKey:@"offset"]);
+    if (size.size() != 2 || scale.size() != 2 || offset.size() != 2) return {};
+    return {
+        static_cast<std::size_t>(size[0]), static_cast<std::size_t>(size[1]), scale[0], scale[1], offset[0], offset[1]};
+}
+
+// Whether all channels change by a few levels at most within two pixels of a place that is as far from the edges.
+bool IsSmooth(const Picture& picture, std::size_t x, std::size_t y) {
+    constexpr std::size_t kReach = 2;
+    constexpr int kMostLevels = 6;
+    if (x < kReach || y < kReach || x + kReach >= picture.width || y + kReach >= picture.height) return false;
+    for (std::size_t channel = 0; channel < 4; ++channel) {
+        int least = 255, most = 0;
+        for (std::size_t row = y - kReach; row <= y + kReach; ++row) {
+            for (std::size_t column = x - kReach; column <= x + kReach; ++column) {
+                const int level = picture.pixels[4 * (row * picture.width + column) + channel];
+                least = std::min(least, level);
+                most = std::max(most, level);
+            }
+        }
+        if (most - least > kMostLevels) return false;
+    }
+    return true;
+}
+
+// A channel between four pixels.
+double Sample(const Picture& picture, double x, double y, std::size_t channel) {
+    const auto left = static_cast<std::size_t>(x), top = static_cast<std::size_t>(y);
+    const double right = x - static_cast<double>(left), below = y - static_cast<double>(top);
+    const auto at = [&](std::size_t column, std::size_t row) {
+        return static_cast<double>(picture.pixels[4 * (row * picture.width + column) + channel]);
+    };
+    return (at(left, top) * (1 - right) + at(left + 1, top) * right) * (1 - below) +
+           (at(left, top + 1) * (1 - right) + at(left + 1, top + 1) * right) * below;
+}
+
 std::uint8_t Multiply(std::uint8_t value, std::uint8_t alpha) {
     return static_cast<std::uint8_t>((value * alpha + 127) / 255);
 }
@@ -86,6 +125,7 @@ std::optional<Case> ReadCase(const std::string& name) {
     read.name = name;
     read.steps = ReadSteps(described, folder);
     read.isRender = [[described objectForKey:@"kind"] isEqual:@"render"];
+    read.view = ReadView([described objectForKey:@"view"]);
     read.originX = origin[0];
     read.originY = origin[1];
     read.width = static_cast<std::size_t>(size[0]);
@@ -133,6 +173,30 @@ std::optional<Difference> Compare(const Picture& first, const Picture& second) {
         squares += apart * apart;
     }
     difference.rms = std::sqrt(squares / static_cast<double>(std::max<std::size_t>(first.pixels.size(), 1)));
+    return difference;
+}
+
+std::optional<Difference> CompareView(const Picture& render, const Picture& picture, const View& view) {
+    if (render.width != view.width || render.height != view.height) return std::nullopt;
+    Difference difference;
+    double squares = 0, count = 0;
+    for (std::size_t y = 0; y < picture.height; ++y) {
+        for (std::size_t x = 0; x < picture.width; ++x) {
+            const double renderX = view.scaleX * static_cast<double>(x) + view.offsetX;
+            const double renderY = view.scaleY * static_cast<double>(y) + view.offsetY;
+            if (renderX < 0 || renderY < 0 || !IsSmooth(picture, x, y)) continue;
+            if (!IsSmooth(render, static_cast<std::size_t>(renderX), static_cast<std::size_t>(renderY))) continue;
+            for (std::size_t channel = 0; channel < 4; ++channel) {
+                const double level = picture.pixels[4 * (y * picture.width + x) + channel];
+                const double apart = std::abs(Sample(render, renderX, renderY, channel) - level);
+                difference.largest = std::max(difference.largest, apart);
+                squares += apart * apart;
+                ++count;
+            }
+        }
+    }
+    if (count == 0) return std::nullopt;
+    difference.rms = std::sqrt(squares / count);
     return difference;
 }
 

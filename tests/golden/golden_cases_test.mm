@@ -104,4 +104,20 @@ TEST(GoldenCompareTest, MeasuresRootMeanSquareAndLargest) {
     EXPECT_FALSE(golden::Compare(first, PictureOf(2, 1, second.pixels)).has_value());
 }
 
+// The view shows a ramp at half its width and three levels too high; at its end the ramp is a step, and not compared.
+TEST(GoldenCompareTest, ViewsAreComparedWhereTheyAreSmooth) {
+    golden::Picture render = {20, 7, {}}, picture = {10, 7, {}};
+    for (int y = 0; y < 7; ++y) {
+        for (int x = 0; x < 20; ++x)
+            render.pixels.insert(render.pixels.end(), 4, static_cast<std::uint8_t>(x < 15 ? x / 2 : 90));
+        for (int x = 0; x < 10; ++x) picture.pixels.insert(picture.pixels.end(), 4, static_cast<std::uint8_t>(x + 3));
+    }
+    const golden::View view = {20, 7, 2, 1, 0.5, 0};
+    const std::optional<golden::Difference> difference = golden::CompareView(render, picture, view);
+    ASSERT_TRUE(difference.has_value());
+    EXPECT_DOUBLE_EQ(difference->rms, 3);
+    EXPECT_DOUBLE_EQ(difference->largest, 3);
+    EXPECT_FALSE(golden::CompareView(picture, picture, view).has_value());
+}
+
 }  // namespace
