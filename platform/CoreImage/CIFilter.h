@@ -3,8 +3,8 @@
 // A filter is found by name and holds one value per input key, its defaults at first. Inputs are set and read by key-value
 // coding; outputImage is built from them at each read, so that changing an input later does not change an image fetched before.
 //
-// These filters render so far: CIColorControls, CIConstantColorGenerator, CICrop, CIGaussianBlur. All others of the catalogue
-// hold and describe their values, and answer nil for outputImage: never a wrong image.
+// The filters of core/filter_table.cpp render. All others of the catalogue hold and describe their values, and answer nil for
+// outputImage: never a wrong image.
 //
 // Failure: a key that the filter lacks raises NSUndefinedKeyException, for reading and for writing; outputImage cannot be
 //          written and raises the same. Setting never checks a value: one of the wrong class raises NSInvalidArgumentException
