@@ -9,6 +9,7 @@
 #include <cstring>
 #include <map>
 #include <utility>
+#include <vector>
 
 #include "host/macho/binding.h"
 #include "host/macho/object_error.h"
@@ -225,28 +226,33 @@ UnwindTable::UnwindTable(const ObjectFile& object, const Image& image) {
     bytes_ = std::make_unique<unsigned char[]>(size + sizeof(std::uint32_t));  // the end mark is 0
     const unsigned char* original = image.At(section->address);
     std::memcpy(bytes_.get(), original, size);
-    const auto moved = static_cast<std::uint32_t>(bytes_.get() - original);
+    const auto moved = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(bytes_.get()) -
+                                                  reinterpret_cast<std::uintptr_t>(original));
 
-    std::map<const unsigned char*, Common> commons;
+    std::map<std::uint32_t, Common> commons;  // by their place
     Cursor entries(bytes_.get(), bytes_.get() + size, moved);
     while (!entries.AtEnd()) {
         const std::uint32_t length = entries.Word();
         if (length == 0) break;
         unsigned char* begin = entries.Take(length);
+        const auto place = static_cast<std::uint32_t>(begin - bytes_.get());
         Cursor entry(begin, begin + length, moved);
         const std::uint32_t distance = entry.Word();
         if (distance == 0) {
-            commons[begin - sizeof length] = ConvertCommon(entry, image);
+            commons[place - sizeof length] = ConvertCommon(entry, image);
             continue;
         }
-        const auto common = commons.find(begin - distance);
+        const auto common = commons.find(place - distance);
         if (common == commons.end()) Refuse("a function names no common part");
         ConvertFunction(entry, common->second, image);
     }
 }
 
 void UnwindTable::Register() {
-    if (bytes_ != nullptr) __register_frame(bytes_.release());
+    if (bytes_ == nullptr) return;
+    static auto& registered = *new std::vector<std::unique_ptr<unsigned char[]>>;  // outlives all exceptions
+    registered.push_back(std::move(bytes_));
+    __register_frame(registered.back().get());
 }
 
 }  // namespace host::macho
