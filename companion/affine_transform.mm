@@ -44,14 +44,4 @@ ZEVAmethod sharedMethods[] = {
 
 }  // namespace
 
-ZEVAclassDefinition NSAffineTransformClass = {
-    .record = {.version = kRecordVersion,
-               .className = "NSAffineTransformQOR",
-               .instanceDataSize = COMPANION_DATA_SIZE(ValueObject),
-               .finalize = ReleaseWrapped,
-               .methods = methods,
-               .methodCount = std::size(methods),
-               .flags = kHostFlags,
-               .sharedMethods = sharedMethods,
-               .sharedMethodCount = std::size(sharedMethods)},
-};
+ZEVAclassDefinition NSAffineTransformClass = COMPANION_VALUE_CLASS("NSAffineTransformQOR");

@@ -35,3 +35,17 @@ COMPANION_CLASSES(DECLARE_CLASS)
 
 // How many bytes of instance data an object of the structure has.
 #define COMPANION_DATA_SIZE(structure) static_cast<ZEVAword>(sizeof(structure) - kZEVAobjectHeaderSize)
+
+// The record of a class whose objects wrap one platform object, with its file's methods and sharedMethods.
+#define COMPANION_VALUE_CLASS(name)                                      \
+    {                                                                    \
+        .record = {.version = kRecordVersion,                            \
+                   .className = name,                                    \
+                   .instanceDataSize = COMPANION_DATA_SIZE(ValueObject), \
+                   .finalize = ReleaseWrapped,                           \
+                   .methods = methods,                                   \
+                   .methodCount = std::size(methods),                    \
+                   .flags = kHostFlags,                                  \
+                   .sharedMethods = sharedMethods,                       \
+                   .sharedMethodCount = std::size(sharedMethods)},       \
+    }

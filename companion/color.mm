@@ -38,14 +38,4 @@ ZEVAmethod sharedMethods[] = {
 
 }  // namespace
 
-ZEVAclassDefinition CIColorClass = {
-    .record = {.version = kRecordVersion,
-               .className = "CIColorQOR",
-               .instanceDataSize = COMPANION_DATA_SIZE(ValueObject),
-               .finalize = ReleaseWrapped,
-               .methods = methods,
-               .methodCount = std::size(methods),
-               .flags = kHostFlags,
-               .sharedMethods = sharedMethods,
-               .sharedMethodCount = std::size(sharedMethods)},
-};
+ZEVAclassDefinition CIColorClass = COMPANION_VALUE_CLASS("CIColorQOR");

@@ -88,14 +88,4 @@ ZEVAmethod sharedMethods[] = {
 
 }  // namespace
 
-ZEVAclassDefinition CIVectorClass = {
-    .record = {.version = kRecordVersion,
-               .className = "CIVectorQOR",
-               .instanceDataSize = COMPANION_DATA_SIZE(ValueObject),
-               .finalize = ReleaseWrapped,
-               .methods = methods,
-               .methodCount = std::size(methods),
-               .flags = kHostFlags,
-               .sharedMethods = sharedMethods,
-               .sharedMethodCount = std::size(sharedMethods)},
-};
+ZEVAclassDefinition CIVectorClass = COMPANION_VALUE_CLASS("CIVectorQOR");
