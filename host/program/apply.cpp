@@ -1,13 +1,13 @@
-// apply.cpp - opens the picture, sets up the filter, writes its output: all through the host, as any program would.
+// apply.cpp - "zeva apply", one filter on one picture: opens it, sets up the filter, writes its output: all through the host, as any program would.
 
-#include "host/program/apply.h"
-
+#include <CLI/CLI.hpp>
 #include <charconv>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
 
 #include "host/errors.h"
+#include "host/program/commands.h"
 #include "host/program/filter_name.h"
 #include "host/program/session.h"
 #include "host/suggestion.h"
@@ -18,6 +18,15 @@ using host::Host;
 using host::HostError;
 using host::ObjectReference;
 using host::Value;
+
+// What the command line asks for.
+struct Request {
+    std::string filter;                 // in any of its spellings
+    std::vector<std::string> settings;  // KEY=VALUE, numbers only
+    std::string input;
+    std::string output;
+    bool keepSize = false;  // crop the result to the input's extent
+};
 
 // Prints one step with the time since the one before.
 class Steps {
@@ -116,14 +125,25 @@ std::string Joined(const std::vector<std::string>& words) {
     return text;
 }
 
-}  // namespace
+// Help that begins with a usage line of our own.
+// Why: the library would write the positional words of "apply" as one list, though they differ in meaning.
+class UsageFormatter : public CLI::Formatter {
+  public:
+    explicit UsageFormatter(std::string usage) : usage_(std::move(usage)) {}
 
-void Apply(const ApplyRequest& request) {
+    std::string make_usage(const CLI::App*, std::string) const override { return usage_ + "\n"; }
+
+  private:
+    std::string usage_;
+};
+
+// Does it and prints a line per step. Throws HostError and HostException; the output file is then as it was.
+void Apply(const SessionOptions& options, const Request& request) {
     Steps steps;
-    const auto session = OpenSession(request.hostVersion, request.module);
+    const auto session = OpenSession(options);
     steps.Done("load", std::to_string(session->Modules().size()) + " modules, " +
                            std::to_string(session->Classes().All().size()) + " classes, host version " +
-                           host::NumberText(request.hostVersion));
+                           host::NumberText(options.hostVersion));
 
     const ObjectReference filter = NewFilter(*session, request.filter);
     for (const std::string& setting : request.settings) ApplySetting(*session, filter, setting);
@@ -151,4 +171,24 @@ void Apply(const ApplyRequest& request) {
     const Value target[] = {host::TextValue(request.output)};
     session->Call(image.Get(), "Save", target);
     steps.Done("write", request.output + ", " + size);
+}
+
+}  // namespace
+
+void AddApply(CLI::App& program, const SessionOptions& session) {
+    CLI::App* apply = program.add_subcommand("apply", "Applies a filter to a picture.");
+    apply->formatter(
+        std::make_shared<UsageFormatter>("Usage: zeva apply FILTER [KEY=VALUE ...] IN -o OUT [--keep-size]"));
+    const auto request = std::make_shared<Request>();
+    apply->add_option("FILTER", request->filter, "GaussianBlur, CIGaussianBlur or CIFilterGaussianBlurQOR")->required();
+    apply->add_option("IN", request->settings, "numbers for the filter's keys (inputRadius=10), then a PNG or JPEG")
+        ->required()
+        ->expected(1, -1);
+    apply->add_option("-o,--output", request->output, "picture to write; its suffix says PNG or JPEG")->required();
+    apply->add_flag("--keep-size", request->keepSize, "crop the result to the extent of the input");
+    apply->callback([request, &session] {
+        request->input = request->settings.back();
+        request->settings.pop_back();
+        Apply(session, *request);
+    });
 }

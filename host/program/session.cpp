@@ -12,12 +12,12 @@ void PrintMessage(const std::string& message) { std::fprintf(stderr, "zeva: %s\n
 
 }  // namespace
 
-std::unique_ptr<host::Host> OpenSession(double hostVersion, const std::filesystem::path& filterModule) {
+std::unique_ptr<host::Host> OpenSession(const SessionOptions& options) {
     auto session = std::make_unique<host::Host>(
-        host::HostOptions{.version = hostVersion, .callScope = PlatformPool(), .report = PrintMessage});
+        host::HostOptions{.version = options.hostVersion, .callScope = PlatformPool(), .report = PrintMessage});
     const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe");
     const std::filesystem::path folder = program.parent_path().parent_path() / "modules";
     session->LoadModule(folder / "companion.so");
-    session->LoadModule(filterModule.empty() ? folder / "filters.so" : filterModule);
+    session->LoadModule(options.module.empty() ? folder / "filters.so" : options.module);
     return session;
 }

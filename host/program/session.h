@@ -7,6 +7,11 @@
 
 #include "host/host.h"
 
-// A host of the given version with the companion and the filters, those of the build when no other module is named. Throws
-// HostError when one of them cannot be loaded.
-std::unique_ptr<host::Host> OpenSession(double hostVersion, const std::filesystem::path& filterModule = {});
+// What the command line says of the host and its modules.
+struct SessionOptions {
+    double hostVersion = host::HostOptions().version;
+    std::filesystem::path module;  // the filter module; that of the build when empty
+};
+
+// A host of the given version with the companion and the filters. Throws HostError when one of them cannot be loaded.
+std::unique_ptr<host::Host> OpenSession(const SessionOptions& options);
