@@ -12,17 +12,7 @@ namespace {
 
 class BufferedStage : public Stage {
   public:
-    BufferedStage(const ImageRef& input, const Region& region) : pixels_(region) {
-        constexpr std::int64_t kTileWidth = 256, kTileHeight = 64;
-        const Prepared prepared = Prepare(input, region);
-        const std::int64_t columns = (region.width + kTileWidth - 1) / kTileWidth;
-        const std::int64_t rows = (region.height + kTileHeight - 1) / kTileHeight;
-        tbb::parallel_for<std::int64_t>(0, columns * rows, [&](std::int64_t index) {
-            const Region tile = {region.x + index % columns * kTileWidth, region.y + index / columns * kTileHeight,
-                                 kTileWidth, kTileHeight};
-            prepared.render(pixels_.tile().part(region.intersection(tile)));
-        });
-    }
+    BufferedStage(const ImageRef& input, const Region& region) : pixels_(RenderBlock(input, region)) {}
 
     bool isPointwise() const override { return true; }
 
@@ -50,6 +40,20 @@ class BufferedImage : public Image {
 };
 
 }  // namespace
+
+PixelBlock RenderBlock(const ImageRef& image, const Region& region) {
+    constexpr std::int64_t kTileWidth = 256, kTileHeight = 64;
+    PixelBlock pixels(region);
+    const Prepared prepared = Prepare(image, region);
+    const std::int64_t columns = (region.width + kTileWidth - 1) / kTileWidth;
+    const std::int64_t rows = (region.height + kTileHeight - 1) / kTileHeight;
+    tbb::parallel_for<std::int64_t>(0, columns * rows, [&](std::int64_t index) {
+        const Region tile = {region.x + index % columns * kTileWidth, region.y + index / columns * kTileHeight,
+                             kTileWidth, kTileHeight};
+        prepared.render(pixels.tile().part(region.intersection(tile)));
+    });
+    return pixels;
+}
 
 ImageRef MakeBufferedImage(ImageRef input) { return std::make_shared<BufferedImage>(std::move(input)); }
 

@@ -9,4 +9,7 @@ namespace core_image {
 // The same image. All that a region needs of it is held in memory while the region is rendered.
 ImageRef MakeBufferedImage(ImageRef input);
 
+// A region of an image, rendered on all cores; transparent where the image is not.
+PixelBlock RenderBlock(const ImageRef& image, const Region& region);
+
 }  // namespace core_image

@@ -1,6 +1,4 @@
-// affine.cpp - looks up where each pixel came from.
-//
-// A pixel's source depends on nothing but its own place and the map, so results do not depend on tiles.
+// affine.cpp - a warp by the inverse of the map; whole pixels are copied.
 
 #include "geometry/affine.h"
 
@@ -8,14 +6,10 @@
 #include <utility>
 
 #include "core/inputs.h"
-#include "core/transfer.h"
 #include "geometry/bilinear.h"
 
 namespace core_image {
 namespace {
-
-// Sources further out than this are taken as this far out: they still are whole numbers of 32 bits.
-constexpr double kFarthest = 1 << 30;
 
 // An edge that is this near to a whole number is that number: maps of 32-bit floats are not more precise.
 constexpr double kEdgeTolerance = 1e-3;
@@ -27,94 +21,27 @@ Extent Rounded(const Extent& extent) {
             std::max(bottom + 1, std::ceil(extent.top - kEdgeTolerance))};
 }
 
-// The pixels that the pixels of a region are interpolated from.
-Region SourceOf(const Region& region, const Affine& inverse) {
-    const double x = static_cast<double>(region.x), y = static_cast<double>(region.y);
-    const Extent centres = {x + 0.5, y + 0.5, x + static_cast<double>(region.width) - 0.5,
-                            y + static_cast<double>(region.height) - 0.5};
-    const Extent mapped = inverse.map(centres);
-    const auto pixel = [](double place) {
-        return static_cast<std::int64_t>(std::floor(std::clamp(place - 0.5, -kFarthest, kFarthest)));
-    };
-    // One more around them: the corners are rounded otherwise than each pixel's own place.
-    const std::int64_t left = pixel(mapped.left) - 1, bottom = pixel(mapped.bottom) - 1;
-    return {left, bottom, pixel(mapped.right) + 3 - left, pixel(mapped.top) + 3 - bottom};
-}
-
-class AffineStage : public Stage {
+// Takes pixels from where the inverse of a map tells.
+class AffineWarp : public Warp {
   public:
-    AffineStage(Prepared input, const Affine& inverse, bool isEncoded)
-        : input_(std::move(input)), inverse_(inverse), isEncoded_(isEncoded) {}
+    explicit AffineWarp(const Affine& inverse) : inverse_(inverse) {}
 
-    void render(const Tile& tile) const override {
-        const Region needed = SourceOf(tile.region, inverse_);
-        if (Clip(needed, input_.extent()).isEmpty()) {
-            Clear(tile);
-        } else if (isTooSparse(needed, tile.region)) {
-            renderHalves(tile);
-        } else {
-            sample(tile, needed);
+    void places(const PlaceRow& row, double* x, double* y) const override {
+        const double centreY = static_cast<double>(row.y) + 0.5;
+        const double startX = inverse_.c * centreY + inverse_.tx, startY = inverse_.d * centreY + inverse_.ty;
+        for (std::size_t index = 0; index < row.count; ++index) {
+            const double centreX = static_cast<double>(row.x) + static_cast<double>(static_cast<int>(index)) + 0.5;
+            x[index] = inverse_.a * centreX + startX;
+            y[index] = inverse_.b * centreX + startY;
         }
     }
+
+    Extent source(const Extent& centres) const override { return inverse_.map(centres); }
+
+    bool keepsPictures() const override { return true; }
 
   private:
-    // Whether a tile would look at far more pixels than it uses.
-    static bool isTooSparse(const Region& needed, const Region& region) {
-        constexpr double kMostPerPixel = 16, kAlways = 256;
-        const double pixels = static_cast<double>(region.width) * static_cast<double>(region.height);
-        return pixels > 1 && static_cast<double>(needed.width) * static_cast<double>(needed.height) >
-                                 kMostPerPixel * pixels + kAlways;
-    }
-
-    void renderHalves(const Tile& tile) const {
-        Region first = tile.region, second = tile.region;
-        if (first.width > first.height) {
-            first.width /= 2;
-            second.x += first.width;
-            second.width -= first.width;
-        } else {
-            first.height /= 2;
-            second.y += first.height;
-            second.height -= first.height;
-        }
-        render(tile.part(first));
-        render(tile.part(second));
-    }
-
-    void sample(const Tile& tile, const Region& needed) const {
-        const PixelBlock source(needed);
-        input_.render(source.tile());
-        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
-            const double row = static_cast<double>(y) + 0.5;
-            const LinePlaces places = {inverse_.a, inverse_.c * row + inverse_.tx - 0.5, inverse_.b,
-                                       inverse_.d * row + inverse_.ty - 0.5};
-            SampleLine(source, places, tile.region.x, tile.row(y), tile.width());
-            if (isEncoded_) DecodePremultipliedRow(tile.row(y), tile.width());
-        }
-    }
-
-    Prepared input_;
     Affine inverse_;
-    bool isEncoded_;
-};
-
-class AffineImage : public Image {
-  public:
-    AffineImage(ImageRef input, const Extent& extent, const Affine& inverse, bool isEncoded)
-        : Image(extent, input->depth()), input_(std::move(input)), inverse_(inverse), isEncoded_(isEncoded) {}
-
-    std::unique_ptr<const Stage> prepare(const Region& region) const override {
-        return std::make_unique<AffineStage>(Prepare(input_, SourceOf(region, inverse_)), inverse_, isEncoded_);
-    }
-
-    ImageRef encoded() const override {
-        return isEncoded_ ? std::make_shared<AffineImage>(input_, extent(), inverse_, /*isEncoded=*/false) : nullptr;
-    }
-
-  private:
-    ImageRef input_;
-    Affine inverse_;
-    bool isEncoded_;  // whether the input's pixels are, and have to be decoded
 };
 
 class MovedStage : public Stage {
@@ -157,7 +84,7 @@ class MovedImage : public Image {
 // Whether a map moves by whole pixels, so few that they can be counted.
 bool IsWholeMove(const Affine& map) {
     return map.a == 1 && map.b == 0 && map.c == 0 && map.d == 1 && std::floor(map.tx) == map.tx &&
-           std::floor(map.ty) == map.ty && std::abs(map.tx) <= kFarthest && std::abs(map.ty) <= kFarthest;
+           std::floor(map.ty) == map.ty && std::abs(map.tx) <= kFarthestPlace && std::abs(map.ty) <= kFarthestPlace;
 }
 
 }  // namespace
@@ -201,10 +128,7 @@ ImageRef MakeAffineImage(ImageRef input, const Affine& map, Light light) {
         return std::make_shared<MovedImage>(std::move(input), extent, static_cast<std::int64_t>(map.tx),
                                             static_cast<std::int64_t>(map.ty));
     }
-    ImageRef encoded = light == Light::asStored ? input->encoded() : nullptr;
-    const bool isEncoded = encoded != nullptr;
-    return std::make_shared<AffineImage>(isEncoded ? std::move(encoded) : std::move(input), extent, *inverse,
-                                         isEncoded);
+    return MakeWarpedImage(std::move(input), std::make_shared<AffineWarp>(*inverse), extent, light);
 }
 
 }  // namespace core_image

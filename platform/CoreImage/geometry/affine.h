@@ -4,7 +4,7 @@
 
 #include <optional>
 
-#include "core/image.h"
+#include "geometry/warp.h"
 
 namespace core_image {
 
@@ -26,13 +26,11 @@ inline Affine AffineOf(const double* numbers) {
     return {numbers[0], numbers[1], numbers[2], numbers[3], numbers[4], numbers[5]};
 }
 
-// What lies between pixels: the mean of what a picture stores, or the mean of light.
-enum class Light { asStored, linear };
-
 // The image under a map; its extent is rounded outward to whole pixels. Null for a map that cannot be inverted.
 //
 // Between pixels it is interpolated bilinearly, with transparent pixels around the image: in a picture the numbers that are
-// stored there, encoded, unless linear light is asked for; in everything else linear light. Moving by whole pixels copies them. The identity gives the input.
+// stored there, encoded, unless linear light is asked for; in everything else linear light. Moving by whole pixels copies
+// them. The identity gives the input.
 ImageRef MakeAffineImage(ImageRef input, const Affine& map, Light light = Light::asStored);
 
 }  // namespace core_image
