@@ -1,0 +1,293 @@
+// rows.mm - the operations as filters.
+
+#include "rows.h"
+
+#import <CoreImage/CoreImage.h>
+
+#include <initializer_list>
+#include <utility>
+
+#include "pictures.h"
+
+namespace benchmarks {
+namespace {
+
+// The pictures as images, kept for good.
+struct Images {
+    CIImage* first;
+    CIImage* second;
+    CIImage* bytes;
+    CIImage* small;
+};
+
+CIImage* ImageOf(const void* pixels, std::size_t width, std::size_t height, std::size_t pixelSize, CIFormat format,
+                 CFStringRef spaceName) {
+    NSData* data = [NSData dataWithBytesNoCopy:const_cast<void*>(pixels)
+                                        length:width * height * pixelSize
+                                  freeWhenDone:NO];
+    CGColorSpaceRef space = CGColorSpaceCreateWithName(spaceName);
+    CIImage* image = [CIImage imageWithBitmapData:data
+                                      bytesPerRow:width * pixelSize
+                                             size:CGSizeMake((CGFloat)width, (CGFloat)height)
+                                           format:format
+                                       colorSpace:space];
+    CGColorSpaceRelease(space);
+    return [image retain];
+}
+
+CIImage* ImageOf(const Picture& picture) {
+    return ImageOf(picture.pixels.data(), picture.width, picture.height, kChannels * sizeof(float), kCIFormatRGBAf,
+                   kCGColorSpaceLinearSRGB);
+}
+
+const Images& AllImages() {
+    static const Images images = {
+        ImageOf(First()), ImageOf(Second()),
+        ImageOf(FirstAsBytes().data(), kWidth, kHeight, kChannels, kCIFormatRGBA8, kCGColorSpaceSRGB),
+        ImageOf(Small())};
+    return images;
+}
+
+using Values = std::initializer_list<std::pair<NSString*, id>>;
+
+CIImage* Filtered(NSString* name, CIImage* image, Values values = {}) {
+    CIFilter* filter = [CIFilter filterWithName:name];
+    if (image != nil) [filter setValue:image forKey:kCIInputImageKey];
+    for (const auto& [key, value] : values) [filter setValue:value forKey:key];
+    return [filter outputImage];
+}
+
+NSNumber* Number(double value) { return [NSNumber numberWithDouble:value]; }
+
+CIVector* Vector(std::initializer_list<CGFloat> numbers) {
+    return [CIVector vectorWithValues:numbers.begin() count:numbers.size()];
+}
+
+// A kernel whose weights are all different and sum up to 1: neither separable nor symmetric.
+CIVector* Kernel(std::size_t count) {
+    std::vector<CGFloat> weights;
+    double sum = 0;
+    for (std::size_t index = 0; index < count; ++index) {
+        weights.push_back((CGFloat)(1 + (index * 37 % 11)));
+        sum += (double)weights.back();
+    }
+    for (CGFloat& weight : weights) weight = (CGFloat)((double)weight / sum);
+    return [CIVector vectorWithValues:weights.data() count:count];
+}
+
+CIImage* Matrix(CIImage* image) {
+    const auto f = [](double value) { return (CGFloat)value; };
+    return Filtered(@"CIColorMatrix", image,
+                    {{@"inputRVector", Vector({f(0.9), f(0.05), f(0.02), 0})},
+                     {@"inputGVector", Vector({f(0.1), f(0.8), f(0.05), 0})},
+                     {@"inputBVector", Vector({f(0.03), f(0.1), f(0.85), 0})},
+                     {@"inputBiasVector", Vector({f(0.01), f(0.02), f(0.03), 0})}});
+}
+
+CIImage* Exposure(CIImage* image) { return Filtered(@"CIExposureAdjust", image, {{@"inputEV", Number(0.5)}}); }
+CIImage* Gamma(CIImage* image) { return Filtered(@"CIGammaAdjust", image, {{@"inputPower", Number(0.75)}}); }
+CIImage* Posterize(CIImage* image) { return Filtered(@"CIColorPosterize", image, {{@"inputLevels", Number(6)}}); }
+CIImage* Invert(CIImage* image) { return Filtered(@"CIColorInvert", image); }
+CIImage* FiveSteps(CIImage* image) { return Invert(Posterize(Gamma(Matrix(Exposure(image))))); }
+
+CIImage* Controls(CIImage* image) {
+    return Filtered(
+        @"CIColorControls", image,
+        {{@"inputSaturation", Number(1.3)}, {@"inputBrightness", Number(0.05)}, {@"inputContrast", Number(1.1)}});
+}
+
+CIImage* CubeOf(CIImage* image) {
+    static NSData* const data = [[NSData alloc] initWithBytesNoCopy:const_cast<float*>(Cube().data())
+                                                             length:Cube().size() * sizeof(float)
+                                                       freeWhenDone:NO];
+    return Filtered(@"CIColorCube", image, {{@"inputCubeDimension", Number(kCubeEdge)}, {@"inputCubeData", data}});
+}
+
+CIImage* Map(CIImage* image) { return Filtered(@"CIColorMap", image, {{@"inputGradientImage", AllImages().small}}); }
+
+CIImage* Gaussian(CIImage* image) { return Filtered(@"CIGaussianBlur", image, {{@"inputRadius", Number(10)}}); }
+CIImage* Box(CIImage* image) { return Filtered(@"CIBoxBlur", image, {{@"inputRadius", Number(21)}}); }
+CIImage* Disc(CIImage* image) { return Filtered(@"CIDiscBlur", image, {{@"inputRadius", Number(8)}}); }
+
+CIImage* Over(NSString* name, CIImage* image) {
+    return Filtered(name, image, {{@"inputBackgroundImage", AllImages().second}});
+}
+CIImage* Addition(CIImage* image) { return Over(@"CIAdditionCompositing", image); }
+CIImage* Difference(CIImage* image) { return Over(@"CIDifferenceBlendMode", image); }
+
+// A turn by 5 degrees and a little growth about the middle.
+CIImage* Affine(CIImage* image) {
+    const double a = 1.02 * 0.99619470, b = 1.02 * 0.08715574;
+    const double x = kWidth / 2.0, y = kHeight / 2.0;
+    NSAffineTransform* map = [NSAffineTransform transform];
+    [map setTransformStruct:{(CGFloat)a, (CGFloat)b, (CGFloat)-b, (CGFloat)a, (CGFloat)(x - a * x + b * y),
+                             (CGFloat)(y - b * x - a * y)}];
+    return Filtered(@"CIAffineTransform", image, {{@"inputTransform", map}});
+}
+
+CIImage* BlurAddAffineCrop(CIImage* image) {
+    return Filtered(@"CICrop", Affine(Addition(Gaussian(image))),
+                    {{@"inputRectangle", Vector({0, 0, kWidth, kHeight})}});
+}
+
+CIImage* Convolved(NSString* name, std::size_t count, CIImage* image) {
+    return Filtered(name, image, {{@"inputWeights", Kernel(count)}});
+}
+CIImage* Convolution3(CIImage* image) { return Convolved(@"CIConvolution3X3", 9, image); }
+CIImage* Convolution5(CIImage* image) { return Convolved(@"CIConvolution5X5", 25, image); }
+CIImage* Convolution7(CIImage* image) { return Convolved(@"CIConvolution7X7", 49, image); }
+CIImage* Convolution9(CIImage* image) { return Convolved(@"CIConvolution9Horizontal", 9, image); }
+
+CIImage* Average(CIImage* image) {
+    return Filtered(@"CIAreaAverage", image, {{@"inputExtent", Vector({0, 0, kWidth, kHeight})}});
+}
+CIImage* Histogram(CIImage* image) {
+    return Filtered(@"CIAreaHistogram", image,
+                    {{@"inputExtent", Vector({0, 0, kWidth, kHeight})}, {@"inputCount", Number(256)}});
+}
+
+CIImage* Bump(CIImage* image) {
+    return Filtered(@"CIBumpDistortion", image,
+                    {{@"inputCenter", Vector({kWidth / 2, kHeight / 2})}, {@"inputRadius", Number(1200)}});
+}
+CIImage* Displacement(CIImage* image) {
+    return Filtered(@"CIDisplacementDistortion", image, {{@"inputDisplacementImage", AllImages().second}});
+}
+
+CIImage* Transition(NSString* name, CIImage* image, Values more = {}) {
+    CIFilter* filter = [CIFilter filterWithName:name];
+    [filter setValue:image forKey:kCIInputImageKey];
+    [filter setValue:AllImages().second forKey:@"inputTargetImage"];
+    [filter setValue:Number(0.4) forKey:@"inputTime"];
+    for (const auto& [key, value] : more) [filter setValue:value forKey:key];
+    return [filter outputImage];
+}
+CIVector* Whole() { return Vector({0, 0, kWidth, kHeight}); }
+CIImage* Dissolve(CIImage* image) { return Transition(@"CIDissolveTransition", image); }
+CIImage* BarsSwipe(CIImage* image) { return Transition(@"CIBarsSwipeTransition", image); }
+CIImage* CopyMachine(CIImage* image) {
+    return Transition(@"CICopyMachineTransition", image, {{@"inputExtent", Whole()}});
+}
+CIImage* Disintegrate(CIImage* image) {
+    return Transition(@"CIDisintegrateWithMaskTransition", image, {{@"inputMaskImage", AllImages().second}});
+}
+CIImage* Flash(CIImage* image) {
+    return Transition(@"CIFlashTransition", image,
+                      {{@"inputExtent", Whole()}, {@"inputCenter", Vector({kWidth / 2, kHeight / 2})}});
+}
+
+CIImage* Same(CIImage* image) { return image; }
+
+// Which picture an operation starts from, and what its result is.
+enum class From { first, bytes, small };
+enum class To { whole, wholeAsBytes, small, pixel, histogram };
+
+struct Operation {
+    const char* name;
+    CIImage* (*make)(CIImage* image);
+    From from;
+    To to;
+};
+
+// clang-format off
+constexpr Operation kOperations[] = {
+    // name                               image              from         to
+    {"12 MP/gaussian blur, sigma 10",     Gaussian,          From::first, To::whole},
+    {"12 MP/box blur, 21 wide",           Box,               From::first, To::whole},
+    {"12 MP/disc blur, radius 8",         Disc,              From::first, To::whole},
+    {"12 MP/colour matrix",               Matrix,            From::first, To::whole},
+    {"12 MP/invert",                      Invert,            From::first, To::whole},
+    {"12 MP/exposure",                    Exposure,          From::first, To::whole},
+    {"12 MP/colour cube 32",              CubeOf,            From::first, To::whole},
+    {"12 MP/gamma",                       Gamma,             From::first, To::whole},
+    {"12 MP/colour controls",             Controls,          From::first, To::whole},
+    {"12 MP/blur 10, add, affine, crop",  BlurAddAffineCrop, From::first, To::whole},
+    {"12 MP/dissolve",                    Dissolve,          From::first, To::whole},
+    {"12 MP/addition",                    Addition,          From::first, To::whole},
+    {"12 MP/difference",                  Difference,        From::first, To::whole},
+    {"12 MP/affine, bilinear",            Affine,            From::first, To::whole},
+    {"12 MP/convolution 3x3",             Convolution3,      From::first, To::whole},
+    {"12 MP/convolution 5x5",             Convolution5,      From::first, To::whole},
+    {"12 MP/convolution 7x7",             Convolution7,      From::first, To::whole},
+    {"12 MP/convolution 9 across",        Convolution9,      From::first, To::whole},
+    {"12 MP/area average",                Average,           From::first, To::pixel},
+    {"12 MP/histogram, 256 bins",         Histogram,         From::first, To::histogram},
+    {"12 MP/five pointwise steps",        FiveSteps,         From::first, To::whole},
+    {"12 MP/sRGB bytes in",               Same,              From::bytes, To::whole},
+    {"12 MP/sRGB bytes out",              Same,              From::first, To::wholeAsBytes},
+    {"12 MP/bump",                        Bump,              From::first, To::whole},
+    {"12 MP/displacement",                Displacement,      From::first, To::whole},
+    {"12 MP/bars swipe",                  BarsSwipe,         From::first, To::whole},
+    {"12 MP/copy machine",                CopyMachine,       From::first, To::whole},
+    {"12 MP/disintegrate",                Disintegrate,      From::first, To::whole},
+    {"12 MP/flash",                       Flash,             From::first, To::whole},
+    {"64 x 64/colour matrix",             Matrix,            From::small, To::small},
+    {"64 x 64/five pointwise steps",      FiveSteps,         From::small, To::small},
+    {"64 x 64/colour map",                Map,               From::small, To::small},
+    {"64 x 64/colour cube 32",            CubeOf,            From::small, To::small},
+    {"64 x 64/gaussian blur, sigma 10",   Gaussian,          From::small, To::small},
+};
+// clang-format on
+
+CIImage* ImageFrom(From from) {
+    switch (from) {
+        case From::first:
+            return AllImages().first;
+        case From::bytes:
+            return AllImages().bytes;
+        default:
+            return AllImages().small;
+    }
+}
+
+// The size of a result.
+struct Size {
+    std::size_t width;
+    std::size_t height;
+};
+Size SizeOf(To to) {
+    switch (to) {
+        case To::small:
+            return {kSmallEdge, kSmallEdge};
+        case To::pixel:
+            return {1, 1};
+        case To::histogram:
+            return {256, 1};
+        default:
+            return {kWidth, kHeight};
+    }
+}
+
+std::size_t PixelSize(To to) { return to == To::wholeAsBytes ? kChannels : kChannels * sizeof(float); }
+
+// Makes an operation's filters and renders their image.
+void Render(const Operation& operation, void* result) {
+    static CIContext* const context = [[CIContext contextWithOptions:nil] retain];
+    static CGColorSpaceRef const linear = CGColorSpaceCreateWithName(kCGColorSpaceLinearSRGB);
+    static CGColorSpaceRef const encoded = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
+    NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
+    const bool asBytes = operation.to == To::wholeAsBytes;
+    const Size size = SizeOf(operation.to);
+    [context render:operation.make(ImageFrom(operation.from))
+           toBitmap:result
+           rowBytes:static_cast<ptrdiff_t>(size.width * PixelSize(operation.to))
+             bounds:CGRectMake(0, 0, (CGFloat)size.width, (CGFloat)size.height)
+             format:asBytes ? kCIFormatRGBA8 : kCIFormatRGBAf
+         colorSpace:asBytes ? encoded : linear];
+    [pool drain];
+}
+
+}  // namespace
+
+std::vector<Row> Rows() {
+    std::vector<Row> rows;
+    for (const Operation& operation : kOperations) {
+        if (operation.make(AllImages().small) == nil) continue;
+        const Size size = SizeOf(operation.to);
+        rows.push_back({operation.name, size.width * size.height * PixelSize(operation.to),
+                        [&operation](void* to) { Render(operation, to); }});
+    }
+    return rows;
+}
+
+}  // namespace benchmarks

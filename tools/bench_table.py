@@ -1,0 +1,99 @@
+"""Formats the results of the benchmarks: the module's calls, and the engine beside other libraries.
+
+A result is the fastest of its repetitions: whatever else runs on the machine only ever adds to a time.
+"""
+
+import re
+
+COPY = "12 MP/copy/memory"
+
+# Whom the columns of the engine's table belong to; every other name is that of a library.
+ENGINE = "engine"
+COMPILER = "Halide"
+
+
+def fastest(run):
+    """The shortest time of each benchmark of a run (Google Benchmark's JSON), in nanoseconds, by name, in order."""
+    units = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}
+    times = {}
+    # Interleaved runs report in the order in which they came to an end.
+    for result in sorted(run["benchmarks"], key=lambda result: result["family_index"]):
+        if result.get("run_type") != "iteration" or result.get("error_occurred"):
+            continue
+        name = re.sub(r"/(iterations:.*|real_time$)", "", result["run_name"])
+        time = result["real_time"] * units[result["time_unit"]]
+        times[name] = min(time, times.get(name, time))
+    return times
+
+
+def table(head, rows):
+    """Lines with the first column to the left and the others to the right, each as wide as it must be."""
+    widths = [max(len(row[column]) for row in [head, *rows]) for column in range(len(head))]
+    return ["  ".join(cell.ljust(width) if column == 0 else cell.rjust(width)
+                      for column, (cell, width) in enumerate(zip(row, widths))).rstrip() for row in [head, *rows]]
+
+
+def engine_table(columns, size, unit):
+    """The operations of a size, in multiples of a unit: a function from a preset's times to nanoseconds.
+
+    columns: the times of each preset. The first preset's run has the other libraries. The target is the better of the best library
+    and the compiler; the last column says how many times longer than that the engine takes, below 1 being ahead.
+    """
+    first = next(iter(columns))
+    rows = {}
+    for name in columns[first]:
+        where, operation, who = name.split("/", 2)
+        if where == size and name != COPY:
+            rows.setdefault(operation, {})[who] = columns[first][name] / unit(columns[first])
+    has_rivals = any(who != ENGINE for whose in rows.values() for who in whose)
+    head = ["operation", *columns, *(["best library", COMPILER, "to the better"] if has_rivals else [])]
+    lines = []
+    for operation, whose in rows.items():
+        line = [operation]
+        for times in columns.values():
+            time = times.get(f"{size}/{operation}/{ENGINE}")
+            line.append("-" if time is None else number(time / unit(times)))
+        if has_rivals:
+            compiler = whose.get(COMPILER)
+            libraries = [(ratio, who) for who, ratio in whose.items() if who not in (ENGINE, COMPILER)]
+            best = min(libraries, default=None)
+            line.append("-" if best is None else f"{number(best[0])} {best[1]}")
+            line.append("-" if compiler is None else number(compiler))
+            target = min([ratio for ratio, _ in libraries] + ([compiler] if compiler else []), default=None)
+            line.append("-" if target is None or ENGINE not in whose else f"{whose[ENGINE] / target:.2f}")
+        lines.append(line)
+    return table(head, lines)
+
+
+def number(value):
+    """A number with as many places as tell something."""
+    return f"{value:.2f}" if value < 10 else f"{value:.1f}" if value < 100 else f"{value:.0f}"
+
+
+def engine_report(columns):
+    """Both tables of the engine."""
+    copies = ", ".join(f"{times[COPY] / 1e6:.1f} ms {preset}" for preset, times in columns.items())
+    lines = [f"engine, 12 megapixels, two threads, multiples of a plain copy ({copies})"]
+    lines += engine_table(columns, "12 MP", lambda times: times[COPY])
+    small = engine_table(columns, "64 x 64", lambda times: 1e3)
+    if len(small) > 1:
+        lines += ["", "engine, 64 x 64, making the filters included, microseconds", *small]
+    return lines
+
+
+def boundary_report(columns, sizes):
+    """The table of the module's calls, and the sizes of its sections in bytes."""
+    head = ["module, nanoseconds", *(cell for preset in columns for cell in (preset, "direct", "ratio"))]
+    rows = []
+    for name in sorted(next(iter(columns.values())), key=lambda name: name.split("/")[::-1]):
+        kind, operation = name.split("/", 1)
+        if kind == "direct":
+            continue
+        row = [operation]
+        for times in columns.values():
+            direct = times.get(f"direct/{operation}")
+            row += [f"{times[name]:.0f}", *((f"{direct:.0f}", f"{times[name] / direct:.2f}") if direct else ("", ""))]
+        rows.append(row)
+    for section in (".text", ".rodata", ".data", ".bss"):
+        rows.append([f"{section}, bytes", *(cell for preset in columns for cell in (str(sizes[preset][section]), "", ""))])
+    return table(head, rows)
