@@ -27,7 +27,8 @@ class SmallGaussianStage : public Stage {
         for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
             for (std::size_t k = 0; k < rows.size(); ++k)
                 rows[k] = source.row(y - reach + static_cast<std::int64_t>(k));
-            SumRows(rows.data(), weights_.data(), rows.size(), line.tile().pixels, line.tile().floatsPerRow);
+            SumRows(rows.data(), weights_.data(), rows.size(), line.tile().pixels,
+                    line.tile().width() * kFloatsPerPixel);
             SumNeighbours(line.row(0), weights_.data(), weights_.size(), tile.row(y), tile.width());
         }
     }

@@ -72,7 +72,7 @@ void SumRowsAround(const PixelBlock& source, const std::vector<float>& weights, 
     for (std::int64_t y = from; y < to; ++y) rows.push_back(source.row(y));
     // The rows are a run of the weights; without rows the sum is zero.
     const std::int64_t skipped = rows.empty() ? 0 : from - first;
-    SumRows(rows.data(), weights.data() + skipped, rows.size(), out, source.tile().floatsPerRow);
+    SumRows(rows.data(), weights.data() + skipped, rows.size(), out, source.tile().width() * kFloatsPerPixel);
 }
 
 // The coarse image of an input, blurred by one step: all samples of a region.
@@ -154,7 +154,7 @@ class WideGaussianStage : public Stage {
                 rows[k] = coarse_.row(row) + static_cast<std::size_t>(used.x - coarse_.region().x) * kFloatsPerPixel;
             }
             SumRows(rows, weights_.data() + phase(y) * kInterpolationTaps, kInterpolationTaps, line.tile().pixels,
-                    line.tile().floatsPerRow);
+                    line.tile().width() * kFloatsPerPixel);
             InterpolateRow(line.row(0), weights_.data(), static_cast<std::size_t>(step_), columnPhase, tile.row(y),
                            tile.width());
         }

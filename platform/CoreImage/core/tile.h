@@ -31,7 +31,9 @@ struct Tile {
     }
 };
 
-// Memory for the pixels of a region, not cleared.
+// Memory for the pixels of a region, not cleared. Rows begin on whole cache lines.
+//
+// Blocks come and go with every tile, so their memory is kept for the next one (core/tile.cpp).
 class PixelBlock {
   public:
     // Fails with std::bad_alloc, also for regions that no address space holds.
@@ -42,9 +44,13 @@ class PixelBlock {
     const float* row(std::int64_t y) const { return tile().row(y); }
 
   private:
+    struct Free {
+        void operator()(float* pixels) const;
+    };
+
     Region region_;
     std::size_t floatsPerRow_;
-    std::unique_ptr<float[]> pixels_;
+    std::unique_ptr<float[], Free> pixels_;
 };
 
 // Makes a tile transparent.
