@@ -3,6 +3,8 @@
 #include "host/call.h"
 
 #include <array>
+#include <cmath>
+#include <limits>
 
 #include "host/class.h"
 #include "host/object.h"
@@ -58,6 +60,13 @@ Value ValueFor(TypeKind kind, const Result& result) {
     return {};
 }
 
+// A double as an integer; none when it has a fraction or is too large.
+std::optional<Argument> WholeNumber(double number) {
+    using Limits = std::numeric_limits<std::int32_t>;
+    if (!(number >= Limits::min() && number <= Limits::max()) || number != std::trunc(number)) return std::nullopt;
+    return Argument{.integer = static_cast<std::int32_t>(number)};
+}
+
 }  // namespace
 
 std::optional<Argument> ArgumentFor(const Type& type, const Value& value) {
@@ -70,6 +79,7 @@ std::optional<Argument> ArgumentFor(const Type& type, const Value& value) {
             break;
         case TypeKind::kInteger:
             if (const auto* integer = std::get_if<std::int32_t>(&value)) return Argument{.integer = *integer};
+            if (const auto* number = std::get_if<double>(&value)) return WholeNumber(*number);
             break;
         case TypeKind::kBoolean:
             if (const auto* truth = std::get_if<bool>(&value)) return Argument{.integer = *truth ? 1 : 0};

@@ -25,8 +25,8 @@ union Argument {
     void* pointer;
 };
 
-// A value as an argument of the type; none when it does not fit. An integer fits a double. Nil fits strings and
-// objects. An object must be of the type's class or of one below it. The argument borrows from the value.
+// A value as an argument of the type; none when it does not fit. An integer fits a double, and a whole double an
+// integer. Nil fits strings and objects. An object must be of the type's class or of one below it. The argument borrows from the value.
 std::optional<Argument> ArgumentFor(const Type& type, const Value& value);
 
 // A signature made ready for calling.

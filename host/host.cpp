@@ -40,14 +40,14 @@ HostError UnknownMember(const Class& isa, std::string_view name, const char* kin
     return HostError(Subject(isa, name), "the class has no such " + std::string(kind) + Suggestion(name, known));
 }
 
-// The named property, or the error that says why there is none.
-const Member& PropertyOf(const Class& isa, std::string_view name) {
-    const Member* member = isa.FindMember(name);
-    if (member == nullptr) throw UnknownMember(isa, name, "property", &Class::Members);
-    if (member->declaration.kind != MemberKind::kProperty) {
+// The property that was found under the name, or the error that says why there is none.
+const Member& PropertyOf(const Class& isa, std::string_view name, const Member* found,
+                         const std::vector<Member>& (Class::*membersOf)() const) {
+    if (found == nullptr) throw UnknownMember(isa, name, "property", membersOf);
+    if (found->declaration.kind != MemberKind::kProperty) {
         throw HostError(Subject(isa, name), "it is a method, not a property");
     }
-    return *member;
+    return *found;
 }
 
 // The method that was found under the name, or the error that says why there is none.
@@ -125,22 +125,37 @@ ObjectReference Host::Construct(std::string_view className, std::span<const Valu
 }
 
 Value Host::Get(ZEVAobjectStruct* object, std::string_view property) {
-    const Member& member = PropertyOf(ClassOf(object, property), property);
+    const Class& isa = ClassOf(object, property);
+    const Member& member = PropertyOf(isa, property, isa.FindMember(property), &Class::Members);
     return CallFunction(member.function, member.interface, object, nullptr);
 }
 
 void Host::Set(ZEVAobjectStruct* object, std::string_view property, const Value& value) {
     const Class& isa = ClassOf(object, property);
-    const Member& member = PropertyOf(isa, property);
-    if (member.setter == nullptr) {
-        throw HostError(Subject(isa, property), "the property is read-only, it keeps its value");
-    }
-    std::optional<Argument> argument = ArgumentFor(member.declaration.result, value);
+    SetMember(isa, PropertyOf(isa, property, isa.FindMember(property), &Class::Members), object, value);
+}
+
+Value Host::GetShared(std::string_view className, std::string_view property) {
+    const Class& isa = classes_.Linked(className);
+    const Member& member = PropertyOf(isa, property, isa.FindSharedMember(property), &Class::SharedMembers);
+    return CallFunction(member.function, member.interface, nullptr, nullptr);
+}
+
+void Host::SetShared(std::string_view className, std::string_view property, const Value& value) {
+    const Class& isa = classes_.Linked(className);
+    SetMember(isa, PropertyOf(isa, property, isa.FindSharedMember(property), &Class::SharedMembers), nullptr, value);
+}
+
+void Host::SetMember(const Class& isa, const Member& property, ZEVAobjectStruct* receiver, const Value& value) {
+    const Declaration& declaration = property.declaration;
+    const std::string subject = Subject(isa, declaration.name);
+    if (property.setter == nullptr) throw HostError(subject, "the property is read-only, it keeps its value");
+    std::optional<Argument> argument = ArgumentFor(declaration.result, value);
     if (!argument) {
-        throw HostError(Subject(isa, property), "expected " + member.declaration.result.word + ", got " +
-                                                    Describe(value) + ", the property keeps its value");
+        throw HostError(subject, "expected " + declaration.result.word + ", got " + Describe(value) +
+                                     ", the property keeps its value");
     }
-    CallFunction(member.setter, member.setInterface, object, &*argument);
+    CallFunction(property.setter, property.setInterface, receiver, &*argument);
 }
 
 Value Host::Call(ZEVAobjectStruct* object, std::string_view method, std::span<const Value> arguments) {

@@ -71,6 +71,10 @@ class Host {
     Value Get(ZEVAobjectStruct* object, std::string_view property);
     void Set(ZEVAobjectStruct* object, std::string_view property, const Value& value);
 
+    // Reads and writes a property of a class that needs no object.
+    Value GetShared(std::string_view className, std::string_view property);
+    void SetShared(std::string_view className, std::string_view property, const Value& value);
+
     // Calls a method, or a method of a class that needs no object.
     Value Call(ZEVAobjectStruct* object, std::string_view method, std::span<const Value> arguments = {});
     Value CallShared(std::string_view className, std::string_view method, std::span<const Value> arguments = {});
@@ -114,6 +118,9 @@ class Host {
     // Calls a member's function with arguments that the interface was made for, and throws what was raised.
     Value CallFunction(ZEVAentry function, const CallInterface& interface, ZEVAobjectStruct* receiver,
                        Argument* arguments);
+
+    // The same for a setter; checks the value first.
+    void SetMember(const Class& isa, const Member& property, ZEVAobjectStruct* receiver, const Value& value);
 
     // The same for a method or constructor; checks the arguments first.
     Value CallMember(const std::string& subject, const Member& member, ZEVAobjectStruct* receiver,

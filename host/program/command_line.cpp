@@ -17,6 +17,7 @@ constexpr int kWrongUsage = 2;
 // The commands, in the order in which the help lists them.
 constexpr AddCommand* kCommands[] = {
     AddApply,
+    AddRun,
 };
 
 // Prints a failure as one line, whatever the text brought.

@@ -17,3 +17,4 @@
 using AddCommand = void(CLI::App& program, const SessionOptions& session);
 
 AddCommand AddApply;
+AddCommand AddRun;

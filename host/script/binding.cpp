@@ -1,0 +1,18 @@
+// binding.cpp - puts the pieces into a state.
+
+#include "host/script/binding.h"
+
+#include "host/script/class_values.h"
+#include "host/script/error_values.h"
+#include "host/script/object_values.h"
+
+namespace host::script {
+
+int OpenBinding(lua_State* lua) {
+    OpenErrorValues(lua);
+    OpenObjectValues(lua);
+    OpenClassValues(lua);
+    return 0;
+}
+
+}  // namespace host::script

@@ -1,0 +1,21 @@
+// binding.h - the host's classes and objects in a Lua state.
+//
+//   local photo = CIImageQOR.Open("photo.jpg")        a class is a global value; "." calls its shared methods
+//   local blur = CIFilterGaussianBlurQOR()            calling a class constructs an object
+//   blur.inputRadius = 8                              properties are fields
+//   photo:Crop(photo.Extent)                          methods take a colon
+//
+// Nothing here knows a class: what there is, and of which types, comes from the records that the host has read.
+//
+// Lifetime: the state is closed before the Host ends. Threads: the host's thread.
+
+#pragma once
+
+#include "host/script/lua.h"
+
+namespace host::script {
+
+// Gives a state the classes of the current Host. A C function for Lua: to be called protected, without arguments.
+int OpenBinding(lua_State* lua);
+
+}  // namespace host::script

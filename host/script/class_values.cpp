@@ -1,0 +1,137 @@
+// class_values.cpp - the value of a class: found by name, called, asked for its shared members.
+
+#include "host/script/class_values.h"
+
+#include "host/errors.h"
+#include "host/host.h"
+#include "host/script/error_values.h"
+#include "host/script/values.h"
+#include "host/suggestion.h"
+
+namespace host::script {
+
+namespace {
+
+constexpr const char* kClass = "host class";
+
+std::string TextAt(lua_State* lua, int index) {
+    std::size_t size = 0;
+    const char* text = lua_tolstring(lua, index, &size);
+    return {text, size};
+}
+
+// Class(...)
+int Construct(lua_State* lua) {
+    return Protected(lua, [&] {
+        const Class& isa = Host::Current().Classes().Linked(ClassAt(lua, 1)->Name());
+        const Member* constructor = isa.FindConstructor(static_cast<std::size_t>(lua_gettop(lua) - 1));
+        const auto arguments =
+            ArgumentsFrom(lua, 2, isa.Name() + ".Constructor",
+                          constructor != nullptr ? constructor->declaration.parameters : std::vector<Parameter>());
+        PushValue(lua, Host::Current().Construct(isa.Name(), arguments));
+        return 1;
+    });
+}
+
+// A shared method, called as a function; its class and its name go with it.
+int CallSharedMethod(lua_State* lua) {
+    return Protected(lua, [&] {
+        const auto& isa = *static_cast<const Class*>(lua_touserdata(lua, lua_upvalueindex(1)));
+        const auto& declaration = static_cast<const Member*>(lua_touserdata(lua, lua_upvalueindex(2)))->declaration;
+        const std::string subject = isa.Name() + "." + declaration.name;
+        if (lua_gettop(lua) > 0 && ClassAt(lua, 1) != nullptr) {
+            throw HostError(subject, "it belongs to the class and takes a dot (" + subject + "), no colon");
+        }
+        const auto arguments = ArgumentsFrom(lua, 1, subject, declaration.parameters);
+        PushValue(lua, Host::Current().CallShared(isa.Name(), declaration.name, arguments));
+        return declaration.result.kind != TypeKind::kNone ? 1 : 0;
+    });
+}
+
+// Class.name
+int Index(lua_State* lua) {
+    return Protected(lua, [&] {
+        Host& host = Host::Current();
+        const Class& isa = host.Classes().Linked(ClassAt(lua, 1)->Name());
+        if (lua_type(lua, 2) != LUA_TSTRING) {
+            throw HostError(isa.Name(), "members have names, got " + DescribeAt(lua, 2));
+        }
+        const std::string name = TextAt(lua, 2);
+        const Member* member = isa.FindSharedMember(name);
+        if (member == nullptr || member->declaration.kind == MemberKind::kProperty) {
+            PushValue(lua, host.GetShared(isa.Name(), name));
+            return 1;
+        }
+        lua_pushlightuserdata(lua, const_cast<Class*>(&isa));
+        lua_pushlightuserdata(lua, const_cast<Member*>(member));
+        lua_pushcclosure(lua, CallSharedMethod, 2);
+        return 1;
+    });
+}
+
+// Class.name = value
+int NewIndex(lua_State* lua) {
+    return Protected(lua, [&] {
+        const std::string& className = ClassAt(lua, 1)->Name();
+        const std::optional<Value> value = ValueAt(lua, 3);
+        if (lua_type(lua, 2) != LUA_TSTRING || !value) {
+            throw HostError(className, "expected a value for a shared property, got " + DescribeAt(lua, 3));
+        }
+        Host::Current().SetShared(className, TextAt(lua, 2), *value);
+        return 0;
+    });
+}
+
+int Text(lua_State* lua) {
+    lua_pushfstring(lua, "class %s", ClassAt(lua, 1)->Name().c_str());
+    return 1;
+}
+
+// A global that has no value yet: the class of that name, which from then on is the global's value. A name that is
+// nearly a class's is an error, since nil would only be noticed later; any other is nil, as always in Lua.
+int FindGlobal(lua_State* lua) {
+    return Protected(lua, [&] {
+        if (lua_type(lua, 2) != LUA_TSTRING) return 0;
+        const std::string name = TextAt(lua, 2);
+        const ClassRegistry& classes = Host::Current().Classes();
+        if (const Class* isa = classes.Find(name)) {
+            *static_cast<const Class**>(lua_newuserdatauv(lua, sizeof(const Class*), 0)) = isa;
+            luaL_setmetatable(lua, kClass);
+            lua_pushvalue(lua, 2);
+            lua_pushvalue(lua, -2);
+            lua_rawset(lua, 1);
+            return 1;
+        }
+        std::vector<std::string> known;
+        for (const Class* each : classes.All()) known.push_back(each->Name());
+        const std::string suggestion = Suggestion(name, known);
+        if (!suggestion.empty()) throw HostError("class " + name, "it is not registered" + suggestion);
+        return 0;
+    });
+}
+
+}  // namespace
+
+void OpenClassValues(lua_State* lua) {
+    const luaL_Reg functions[] = {
+        {"__call", Construct}, {"__index", Index}, {"__newindex", NewIndex}, {"__tostring", Text}, {nullptr, nullptr}};
+    luaL_newmetatable(lua, kClass);
+    luaL_setfuncs(lua, functions, 0);
+    lua_pushliteral(lua, "host class");
+    lua_setfield(lua, -2, "__metatable");
+    lua_pop(lua, 1);
+
+    lua_pushglobaltable(lua);
+    lua_createtable(lua, 0, 1);
+    lua_pushcfunction(lua, FindGlobal);
+    lua_setfield(lua, -2, "__index");
+    lua_setmetatable(lua, -2);
+    lua_pop(lua, 1);
+}
+
+const Class* ClassAt(lua_State* lua, int index) {
+    const auto* isa = static_cast<const Class**>(luaL_testudata(lua, index, kClass));
+    return isa != nullptr ? *isa : nullptr;
+}
+
+}  // namespace host::script

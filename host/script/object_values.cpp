@@ -1,0 +1,197 @@
+// object_values.cpp - the value of an object: its life, its properties and its methods.
+
+#include "host/script/object_values.h"
+
+#include <new>
+
+#include "host/errors.h"
+#include "host/host.h"
+#include "host/script/error_values.h"
+#include "host/script/memory_growth.h"
+#include "host/script/values.h"
+
+namespace host::script {
+
+namespace {
+
+constexpr const char* kObject = "host object";
+
+// Keys of the registry: the values by object (weak), the functions by method, the watch over the process's size.
+constexpr char kValues = 0;
+constexpr char kMethods = 0;
+constexpr char kGrowth = 0;
+
+// What a value holds.
+struct ObjectValue {
+    ObjectReference object;  // none when closed
+    const Class* isa;
+};
+
+ObjectValue* ValueOf(lua_State* lua, int index) {
+    return static_cast<ObjectValue*>(luaL_testudata(lua, index, kObject));
+}
+
+// The name of a member that a script asks for.
+std::string_view NameAt(lua_State* lua, int index) {
+    if (lua_type(lua, index) != LUA_TSTRING) {
+        throw HostError(ValueOf(lua, 1)->isa->Name(), "members have names, got " + DescribeAt(lua, index));
+    }
+    std::size_t size = 0;
+    const char* name = lua_tolstring(lua, index, &size);
+    return {name, size};
+}
+
+// The class and the method of the function that runs.
+const Class& ClassOfFunction(lua_State* lua) {
+    return *static_cast<const Class*>(lua_touserdata(lua, lua_upvalueindex(1)));
+}
+const Member& MethodOfFunction(lua_State* lua) {
+    return *static_cast<const Member*>(lua_touserdata(lua, lua_upvalueindex(2)));
+}
+
+// A method, called as a function with the object first.
+int CallMethod(lua_State* lua) {
+    return Protected(lua, [&] {
+        const Declaration& declaration = MethodOfFunction(lua).declaration;
+        const std::string subject = ClassOfFunction(lua).Name() + "." + declaration.name;
+        const ObjectValue* value = ValueOf(lua, 1);
+        if (value == nullptr || value->isa->FindMember(declaration.name) != &MethodOfFunction(lua)) {
+            const std::string got = lua_gettop(lua) == 0 ? "nothing" : DescribeAt(lua, 1);
+            throw HostError(subject, "expected the object in front (object:" + declaration.name + "), got " + got);
+        }
+        const ObjectReference self = ObjectAt(lua, 1);
+        const auto arguments = ArgumentsFrom(lua, 2, subject, declaration.parameters);
+        PushValue(lua, Host::Current().Call(self.Get(), declaration.name, arguments));
+        return declaration.result.kind != TypeKind::kNone ? 1 : 0;
+    });
+}
+
+// Pushes the function of a method; the same one each time.
+void PushMethod(lua_State* lua, const Class& isa, const Member& method) {
+    lua_rawgetp(lua, LUA_REGISTRYINDEX, &kMethods);
+    if (lua_rawgetp(lua, -1, &method) == LUA_TNIL) {
+        lua_pop(lua, 1);
+        lua_pushlightuserdata(lua, const_cast<Class*>(&isa));
+        lua_pushlightuserdata(lua, const_cast<Member*>(&method));
+        lua_pushcclosure(lua, CallMethod, 2);
+        lua_pushvalue(lua, -1);
+        lua_rawsetp(lua, -3, &method);
+    }
+    lua_remove(lua, -2);
+}
+
+// object.name
+int Index(lua_State* lua) {
+    return Protected(lua, [&] {
+        const ObjectReference object = ObjectAt(lua, 1);
+        const std::string_view name = NameAt(lua, 2);
+        const Member* member = object->isa->FindMember(name);
+        if (member != nullptr && member->declaration.kind == MemberKind::kMethod) {
+            PushMethod(lua, *object->isa, *member);
+        } else {
+            PushValue(lua, Host::Current().Get(object.Get(), name));
+        }
+        return 1;
+    });
+}
+
+// object.name = value
+int NewIndex(lua_State* lua) {
+    return Protected(lua, [&] {
+        const ObjectReference object = ObjectAt(lua, 1);
+        const std::string_view name = NameAt(lua, 2);
+        const std::optional<Value> value = ValueAt(lua, 3);
+        const Member* member = object->isa->FindMember(name);
+        if (!value && member != nullptr && member->setter != nullptr) {
+            throw HostError(object->isa->Name() + "." + std::string(name),
+                            "expected " + member->declaration.result.word + ", got " + DescribeAt(lua, 3) +
+                                ", the property keeps its value");
+        }
+        Host::Current().Set(object.Get(), name, value.value_or(Value()));
+        return 0;
+    });
+}
+
+// Gives the reference back, when the value goes and when it is closed. A closed value is found no more: another one
+// takes its place if the script gets the object again.
+int Close(lua_State* lua) {
+    ObjectValue* value = ValueOf(lua, 1);
+    if (value == nullptr || !value->object) return 0;
+    lua_rawgetp(lua, LUA_REGISTRYINDEX, &kValues);
+    if (lua_rawgetp(lua, -1, value->object.Get()) == LUA_TUSERDATA && lua_touserdata(lua, -1) == value) {
+        lua_pushnil(lua);
+        lua_rawsetp(lua, -3, value->object.Get());
+    }
+    value->object = {};
+    return 0;
+}
+
+int Text(lua_State* lua) {
+    const ObjectValue* value = ValueOf(lua, 1);
+    if (value->object) {
+        lua_pushfstring(lua, "%s: %p", value->isa->Name().c_str(), static_cast<void*>(value->object.Get()));
+    } else {
+        lua_pushfstring(lua, "%s: closed", value->isa->Name().c_str());
+    }
+    return 1;
+}
+
+// Pushes a new value that holds an object.
+void PushNewValue(lua_State* lua, ObjectReference object) {
+    lua_rawgetp(lua, LUA_REGISTRYINDEX, &kGrowth);
+    static_cast<MemoryGrowth*>(lua_touserdata(lua, -1))->Check(lua);
+    lua_pop(lua, 1);
+    void* memory = lua_newuserdatauv(lua, sizeof(ObjectValue), 0);
+    const Class* isa = object->isa;
+    new (memory) ObjectValue{std::move(object), isa};
+    luaL_setmetatable(lua, kObject);
+}
+
+}  // namespace
+
+void OpenObjectValues(lua_State* lua) {
+    const luaL_Reg functions[] = {{"__index", Index}, {"__newindex", NewIndex}, {"__gc", Close},
+                                  {"__close", Close}, {"__tostring", Text},     {nullptr, nullptr}};
+    luaL_newmetatable(lua, kObject);
+    luaL_setfuncs(lua, functions, 0);
+    // Scripts cannot reach the functions by themselves.
+    lua_pushliteral(lua, "host object");
+    lua_setfield(lua, -2, "__metatable");
+    lua_pop(lua, 1);
+
+    lua_newtable(lua);
+    lua_createtable(lua, 0, 1);
+    lua_pushliteral(lua, "v");
+    lua_setfield(lua, -2, "__mode");
+    lua_setmetatable(lua, -2);
+    lua_rawsetp(lua, LUA_REGISTRYINDEX, &kValues);
+
+    lua_newtable(lua);
+    lua_rawsetp(lua, LUA_REGISTRYINDEX, &kMethods);
+
+    new (lua_newuserdatauv(lua, sizeof(MemoryGrowth), 0)) MemoryGrowth();
+    lua_rawsetp(lua, LUA_REGISTRYINDEX, &kGrowth);
+}
+
+void PushObject(lua_State* lua, ObjectReference object) {
+    if (!object) return lua_pushnil(lua);
+    ZEVAobjectStruct* key = object.Get();
+    lua_rawgetp(lua, LUA_REGISTRYINDEX, &kValues);
+    if (lua_rawgetp(lua, -1, key) == LUA_TNIL) {
+        lua_pop(lua, 1);
+        PushNewValue(lua, std::move(object));
+        lua_pushvalue(lua, -1);
+        lua_rawsetp(lua, -3, key);
+    }
+    lua_remove(lua, -2);
+}
+
+bool IsObject(lua_State* lua, int index) { return ValueOf(lua, index) != nullptr; }
+
+ObjectReference ObjectAt(lua_State* lua, int index) {
+    const ObjectValue* value = ValueOf(lua, index);
+    if (!value->object) throw HostError(value->isa->Name(), "the object was closed at the end of its scope");
+    return value->object;
+}
+
+}  // namespace host::script
