@@ -14,12 +14,6 @@ namespace {
 
 constexpr const char* kClass = "host class";
 
-std::string TextAt(lua_State* lua, int index) {
-    std::size_t size = 0;
-    const char* text = lua_tolstring(lua, index, &size);
-    return {text, size};
-}
-
 // Class(...)
 int Construct(lua_State* lua) {
     return Protected(lua, [&] {
@@ -53,10 +47,7 @@ int Index(lua_State* lua) {
     return Protected(lua, [&] {
         Host& host = Host::Current();
         const Class& isa = host.Classes().Linked(ClassAt(lua, 1)->Name());
-        if (lua_type(lua, 2) != LUA_TSTRING) {
-            throw HostError(isa.Name(), "members have names, got " + DescribeAt(lua, 2));
-        }
-        const std::string name = TextAt(lua, 2);
+        const std::string_view name = NameAt(lua, 2, isa.Name());
         const Member* member = isa.FindSharedMember(name);
         if (member == nullptr || member->declaration.kind == MemberKind::kProperty) {
             PushValue(lua, host.GetShared(isa.Name(), name));
@@ -72,12 +63,11 @@ int Index(lua_State* lua) {
 // Class.name = value
 int NewIndex(lua_State* lua) {
     return Protected(lua, [&] {
-        const std::string& className = ClassAt(lua, 1)->Name();
-        const std::optional<Value> value = ValueAt(lua, 3);
-        if (lua_type(lua, 2) != LUA_TSTRING || !value) {
-            throw HostError(className, "expected a value for a shared property, got " + DescribeAt(lua, 3));
-        }
-        Host::Current().SetShared(className, TextAt(lua, 2), *value);
+        Host& host = Host::Current();
+        const Class& isa = host.Classes().Linked(ClassAt(lua, 1)->Name());
+        const std::string name(NameAt(lua, 2, isa.Name()));
+        const std::string subject = isa.Name() + "." + name;
+        host.SetShared(isa.Name(), name, PropertyValueAt(lua, 3, subject, isa.FindSharedMember(name)));
         return 0;
     });
 }
@@ -92,7 +82,7 @@ int Text(lua_State* lua) {
 int FindGlobal(lua_State* lua) {
     return Protected(lua, [&] {
         if (lua_type(lua, 2) != LUA_TSTRING) return 0;
-        const std::string name = TextAt(lua, 2);
+        const std::string name(NameAt(lua, 2, "_G"));
         const ClassRegistry& classes = Host::Current().Classes();
         if (const Class* isa = classes.Find(name)) {
             *static_cast<const Class**>(lua_newuserdatauv(lua, sizeof(const Class*), 0)) = isa;

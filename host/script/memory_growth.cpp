@@ -3,6 +3,7 @@
 #include "host/script/memory_growth.h"
 
 #include <fcntl.h>
+#include <malloc.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -31,6 +32,8 @@ void MemoryGrowth::Check(lua_State* lua) {
     if (residentBytes_ == 0 || bytes < residentBytes_) residentBytes_ = bytes;
     if (bytes - residentBytes_ < kGrowth) return;
     lua_gc(lua, LUA_GCCOLLECT);
+    // What was freed must not look used, or the next look would come the later the more there is of it.
+    malloc_trim(0);
     residentBytes_ = ResidentBytes();
 }
 

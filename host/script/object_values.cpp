@@ -31,16 +31,6 @@ ObjectValue* ValueOf(lua_State* lua, int index) {
     return static_cast<ObjectValue*>(luaL_testudata(lua, index, kObject));
 }
 
-// The name of a member that a script asks for.
-std::string_view NameAt(lua_State* lua, int index) {
-    if (lua_type(lua, index) != LUA_TSTRING) {
-        throw HostError(ValueOf(lua, 1)->isa->Name(), "members have names, got " + DescribeAt(lua, index));
-    }
-    std::size_t size = 0;
-    const char* name = lua_tolstring(lua, index, &size);
-    return {name, size};
-}
-
 // The class and the method of the function that runs.
 const Class& ClassOfFunction(lua_State* lua) {
     return *static_cast<const Class*>(lua_touserdata(lua, lua_upvalueindex(1)));
@@ -84,7 +74,7 @@ void PushMethod(lua_State* lua, const Class& isa, const Member& method) {
 int Index(lua_State* lua) {
     return Protected(lua, [&] {
         const ObjectReference object = ObjectAt(lua, 1);
-        const std::string_view name = NameAt(lua, 2);
+        const std::string_view name = NameAt(lua, 2, object->isa->Name());
         const Member* member = object->isa->FindMember(name);
         if (member != nullptr && member->declaration.kind == MemberKind::kMethod) {
             PushMethod(lua, *object->isa, *member);
@@ -99,15 +89,9 @@ int Index(lua_State* lua) {
 int NewIndex(lua_State* lua) {
     return Protected(lua, [&] {
         const ObjectReference object = ObjectAt(lua, 1);
-        const std::string_view name = NameAt(lua, 2);
-        const std::optional<Value> value = ValueAt(lua, 3);
-        const Member* member = object->isa->FindMember(name);
-        if (!value && member != nullptr && member->setter != nullptr) {
-            throw HostError(object->isa->Name() + "." + std::string(name),
-                            "expected " + member->declaration.result.word + ", got " + DescribeAt(lua, 3) +
-                                ", the property keeps its value");
-        }
-        Host::Current().Set(object.Get(), name, value.value_or(Value()));
+        const std::string_view name = NameAt(lua, 2, object->isa->Name());
+        const std::string subject = object->isa->Name() + "." + std::string(name);
+        Host::Current().Set(object.Get(), name, PropertyValueAt(lua, 3, subject, object->isa->FindMember(name)));
         return 0;
     });
 }

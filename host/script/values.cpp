@@ -68,7 +68,25 @@ std::string DescribeAt(lua_State* lua, int index) {
     return std::string("a ") + luaL_typename(lua, index);
 }
 
+std::string_view NameAt(lua_State* lua, int index, const std::string& className) {
+    if (lua_type(lua, index) != LUA_TSTRING) {
+        throw HostError(className, "members have names, got " + DescribeAt(lua, index));
+    }
+    std::size_t size = 0;
+    const char* name = lua_tolstring(lua, index, &size);
+    return {name, size};
+}
+
 void PushValue(lua_State* lua, Value value) { std::visit(Pusher{lua}, value); }
+
+Value PropertyValueAt(lua_State* lua, int index, const std::string& subject, const Member* property) {
+    std::optional<Value> value = ValueAt(lua, index);
+    if (!value && property != nullptr && property->setter != nullptr) {
+        throw HostError(subject, "expected " + property->declaration.result.word + ", got " + DescribeAt(lua, index) +
+                                     ", the property keeps its value");
+    }
+    return value.value_or(Value());
+}
 
 std::vector<Value> ArgumentsFrom(lua_State* lua, int first, const std::string& subject,
                                  const std::vector<Parameter>& parameters) {

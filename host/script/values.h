@@ -14,6 +14,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "host/class.h"
@@ -29,8 +30,16 @@ std::optional<Value> ValueAt(lua_State* lua, int index);
 // What stands at an index, in words.
 std::string DescribeAt(lua_State* lua, int index);
 
+// The name of the member of a class that a script asks for, from an index of the stack, lent for as long as it stands
+// there. Throws HostError for what is no name.
+std::string_view NameAt(lua_State* lua, int index, const std::string& className);
+
 // Pushes a value.
 void PushValue(lua_State* lua, Value value);
+
+// What a script writes to a property, from an index of the stack. Throws HostError that names subject (class and
+// property) for what is no value of the host; whether the property can be written at all, the host says.
+Value PropertyValueAt(lua_State* lua, int index, const std::string& subject, const Member* property);
 
 // The arguments of a call, from an index to the top of the stack. Throws HostError that names subject (class and
 // method) for what is no value of the host. Which types and how many there must be, the host checks itself.

@@ -10,17 +10,7 @@
 #include "host/errors.h"
 #include "host/host.h"
 #include "host/string.h"
-
-// A method entry, as a class's table holds it.
-template <typename Getter>
-ZEVAmethod Entry(const char* declaration, Getter* function) {
-    return {{reinterpret_cast<ZEVAentry>(function), nullptr, declaration, 4}, {}};
-}
-
-template <typename Getter, typename Setter>
-ZEVAmethod Entry(const char* declaration, Getter* function, Setter* setter) {
-    return {{reinterpret_cast<ZEVAentry>(function), reinterpret_cast<ZEVAentry>(setter), declaration, 4}, {}};
-}
+#include "tests/host/method_entry.h"
 
 // A test with a host of its own.
 class HostTest : public testing::Test {

@@ -1,6 +1,7 @@
 // member_test.cpp - reading, writing and calling members: how values travel, and what is refused.
 
 #include "host/memory_block.h"
+#include "tests/host/box_class.h"
 #include "tests/host/host_test.h"
 
 namespace {
@@ -9,76 +10,10 @@ using host::ObjectReference;
 using host::StringReference;
 using host::Value;
 
-// The data of the test class, one field per kind of value.
-struct Box {
-    ZEVAobjectStruct object;
-    double number;
-    std::int32_t integer;
-    std::int32_t truth;
-    ZEVAstringStruct* string;
-    ZEVAobjectStruct* held;
-};
-
-Box* BoxOf(ZEVAobjectStruct* self) { return reinterpret_cast<Box*>(self); }
-
-double GetNumber(ZEVAobjectStruct* self) { return BoxOf(self)->number; }
-void SetNumber(ZEVAobjectStruct* self, double number) { BoxOf(self)->number = number; }
-std::int32_t GetInteger(ZEVAobjectStruct* self) { return BoxOf(self)->integer; }
-void SetInteger(ZEVAobjectStruct* self, std::int32_t integer) { BoxOf(self)->integer = integer; }
-std::int32_t GetTruth(ZEVAobjectStruct* self) { return BoxOf(self)->truth; }
-void SetTruth(ZEVAobjectStruct* self, std::int32_t truth) { BoxOf(self)->truth = truth; }
-ZEVAstringStruct* GetText(ZEVAobjectStruct* self) { return StringReference::Retain(BoxOf(self)->string).Leak(); }
-void SetText(ZEVAobjectStruct* self, ZEVAstringStruct* text) {
-    host::Lock(text);
-    host::Unlock(std::exchange(BoxOf(self)->string, text));
-}
-ZEVAobjectStruct* GetHeld(ZEVAobjectStruct* self) { return ObjectReference::Retain(BoxOf(self)->held).Leak(); }
-void SetHeld(ZEVAobjectStruct* self, ZEVAobjectStruct* held) {
-    host::Lock(held);
-    host::Unlock(std::exchange(BoxOf(self)->held, held));
-}
-void Finalize(ZEVAobjectStruct* self) {
-    host::Unlock(BoxOf(self)->string);
-    host::Unlock(BoxOf(self)->held);
-}
-
-void Construct(ZEVAobjectStruct* self) { BoxOf(self)->number = 1; }
-void ConstructFrom(ZEVAobjectStruct* self, double number, std::int32_t integer) {
-    BoxOf(self)->number = number;
-    BoxOf(self)->integer = integer;
-}
-// Every argument has its own weight, so that any two that change places are seen.
-double Weigh(ZEVAobjectStruct*, double a, std::int32_t b, double c, std::int32_t truth, ZEVAstringStruct* text) {
-    return a + 10 * b + 100 * c + 1000 * truth + 10000 * static_cast<double>(text->bytes.size());
-}
-void Clear(ZEVAobjectStruct* self) { BoxOf(self)->number = 0; }
-std::int32_t AddShared(std::int32_t a, std::int32_t b) { return a + b; }
-
 class MemberTest : public HostTest {
   protected:
     MemberTest() {
-        static ZEVAmethod methods[] = {
-            Entry("Number as double", GetNumber, SetNumber),
-            Entry("Integer as integer", GetInteger, SetInteger),
-            Entry("Truth as boolean", GetTruth, SetTruth),
-            Entry("Text as string", GetText, SetText),
-            Entry("Held as Box", GetHeld, SetHeld),
-            Entry("Bytes as memoryblock", GetHeld, SetHeld),
-            Entry("Fixed as double", GetNumber),
-            Entry("Weigh(a as double, b as integer, c as double, d as boolean, e as string) as double", Weigh),
-            Entry("Clear", Clear),
-            Entry("Constructor", Construct),
-            Entry("Constructor(number as double, integer as integer)", ConstructFrom),
-        };
-        static ZEVAmethod sharedMethods[] = {Entry("Add(a as integer, b as integer) as integer", AddShared)};
-        ZEVAclassDefinitionDownLevel record = {.version = 12, .className = "Box"};
-        record.instanceDataSize = sizeof(Box) - kZEVAobjectHeaderSize;
-        record.finalize = Finalize;
-        record.methods = methods;
-        record.methodCount = std::size(methods);
-        record.sharedMethods = sharedMethods;
-        record.sharedMethodCount = std::size(sharedMethods);
-        host.Classes().Register(&record);
+        host.Classes().Register(&kBoxClass.record);
         Register("SmallBox", "Box");
         box = host.NewInstance("Box");
     }
@@ -126,6 +61,15 @@ TEST_F(MemberTest, ObjectsTravelByReferenceAndMayBeOfASubclass) {
 }
 
 TEST_F(MemberTest, AnIntegerFitsADouble) { EXPECT_EQ(RoundTrip("Number", 3), Value(3.0)); }
+
+TEST_F(MemberTest, AWholeDoubleFitsAnInteger) {
+    EXPECT_EQ(RoundTrip("Integer", 3.0), Value(3));
+    EXPECT_EQ(RoundTrip("Integer", -2147483648.0), Value(-2147483647 - 1));
+    EXPECT_EQ(Refusal("Integer", 2147483648.0),
+              "Box.Integer: expected integer, got double 2147483648, the property keeps its value");
+    EXPECT_EQ(Refusal("Integer", std::numeric_limits<double>::quiet_NaN()),
+              "Box.Integer: expected integer, got double nan, the property keeps its value");
+}
 
 TEST_F(MemberTest, AnyOtherTypeIsRefusedAndTheValueStays) {
     host.Set(box.Get(), "Number", 5.0);
@@ -202,6 +146,17 @@ TEST_F(MemberTest, SharedMethodsGetNoObject) {
     const Value arguments[] = {40, 2};
     EXPECT_EQ(host.CallShared("Box", "Add", arguments), Value(42));
     EXPECT_EQ(host.CallShared("SmallBox", "Add", arguments), Value(42));
+}
+
+TEST_F(MemberTest, SharedPropertiesAreReadAndWrittenWithoutAnObject) {
+    host.SetShared("Box", "Limit", 7);
+    EXPECT_EQ(host.GetShared("SmallBox", "Limit"), Value(7));
+    EXPECT_EQ(TextOfError([&] { host.SetShared("Box", "Limit", {}); }),
+              "Box.Limit: expected integer, got nil, the property keeps its value");
+    EXPECT_EQ(TextOfError([&] { host.GetShared("Box", "Limmit"); }),
+              "Box.Limmit: the class has no such property, did you mean Limit");
+    EXPECT_EQ(TextOfError([&] { host.GetShared("Box", "Number"); }), "Box.Number: the class has no such property");
+    EXPECT_EQ(TextOfError([&] { host.GetShared("Box", "Add"); }), "Box.Add: it is a method, not a property");
 }
 
 TEST_F(MemberTest, ConstructorsAreChosenByTheNumberOfArguments) {

@@ -1,0 +1,22 @@
+// box_class.h - "Box", a class with a member of every kind, for the tests of the host and of what is built on it.
+//
+// It is registered from here, as a module would: host.Classes().Register(&kBoxClass.record).
+
+#pragma once
+
+#include "host/object.h"
+#include "plugin/zeva.h"
+
+// The data of a Box, one field per kind of value.
+struct Box {
+    ZEVAobjectStruct object;
+    double number;
+    std::int32_t integer;
+    std::int32_t truth;
+    ZEVAstringStruct* string;
+    ZEVAobjectStruct* held;
+};
+
+inline Box* BoxOf(ZEVAobjectStruct* self) { return reinterpret_cast<Box*>(self); }
+
+extern const ZEVAclassDefinition kBoxClass;

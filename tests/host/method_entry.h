@@ -1,0 +1,16 @@
+// method_entry.h - entries of method tables, as tests write them.
+
+#pragma once
+
+#include "plugin/zeva.h"
+
+// A method entry, as a class's table holds it.
+template <typename Getter>
+ZEVAmethod Entry(const char* declaration, Getter* function) {
+    return {{reinterpret_cast<ZEVAentry>(function), nullptr, declaration, 4}, {}};
+}
+
+template <typename Getter, typename Setter>
+ZEVAmethod Entry(const char* declaration, Getter* function, Setter* setter) {
+    return {{reinterpret_cast<ZEVAentry>(function), reinterpret_cast<ZEVAentry>(setter), declaration, 4}, {}};
+}
