@@ -85,6 +85,11 @@ std::optional<Picture> PictureOfImage(CGImageRef image);
 // How far two pictures of the same size are apart, over all four channels; empty when the sizes differ.
 std::optional<Difference> Compare(const Picture& first, const Picture& second);
 
+// How far apart the differences between a pixel's colours are, red less green and green less blue in linear light, where no colour
+// is at an end of its range: white light that lies over a picture leaves no trace there. Empty when the sizes differ or when
+// there are no such places.
+std::optional<Difference> CompareTints(const Picture& first, const Picture& second);
+
 // How far a view is from a render, at its places where neither changes much from pixel to pixel: elsewhere the scaling shows.
 // Empty when the render's size is not the view's or when there are no such places.
 std::optional<Difference> CompareView(const Picture& render, const Picture& picture, const View& view);

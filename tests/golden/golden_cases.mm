@@ -6,6 +6,7 @@
 #include <ImageIO/ImageIO.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdlib>
 
@@ -98,6 +99,17 @@ double Sample(const Picture& picture, double x, double y, std::size_t channel) {
            (at(left, top + 1) * (1 - right) + at(left + 1, top + 1) * right) * below;
 }
 
+// The linear light of a pixel, premultiplied, in levels; empty where a colour is at an end of its range.
+std::optional<std::array<double, 3>> Light(const std::uint8_t* pixel) {
+    std::array<double, 3> light;
+    for (std::size_t channel = 0; channel < 3; ++channel) {
+        if (pixel[channel] == 0 || pixel[channel] == 255) return std::nullopt;
+        const double value = static_cast<double>(pixel[channel]) / pixel[3];
+        light[channel] = pixel[3] * (value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4));
+    }
+    return light;
+}
+
 std::uint8_t Multiply(std::uint8_t value, std::uint8_t alpha) {
     return static_cast<std::uint8_t>((value * alpha + 127) / 255);
 }
@@ -173,6 +185,26 @@ std::optional<Difference> Compare(const Picture& first, const Picture& second) {
         squares += apart * apart;
     }
     difference.rms = std::sqrt(squares / static_cast<double>(std::max<std::size_t>(first.pixels.size(), 1)));
+    return difference;
+}
+
+std::optional<Difference> CompareTints(const Picture& first, const Picture& second) {
+    if (first.width != second.width || first.height != second.height) return std::nullopt;
+    Difference difference;
+    double squares = 0, count = 0;
+    for (std::size_t index = 0; index < first.pixels.size(); index += 4) {
+        const auto one = Light(&first.pixels[index]), other = Light(&second.pixels[index]);
+        if (!one || !other) continue;
+        for (std::size_t channel = 0; channel < 2; ++channel) {
+            const double apart =
+                std::abs((*one)[channel] - (*one)[channel + 1] - (*other)[channel] + (*other)[channel + 1]);
+            difference.largest = std::max(difference.largest, apart);
+            squares += apart * apart;
+            ++count;
+        }
+    }
+    if (count == 0) return std::nullopt;
+    difference.rms = std::sqrt(squares / count);
     return difference;
 }
 

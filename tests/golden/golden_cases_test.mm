@@ -104,6 +104,21 @@ TEST(GoldenCompareTest, MeasuresRootMeanSquareAndLargest) {
     EXPECT_FALSE(golden::Compare(first, PictureOf(2, 1, second.pixels)).has_value());
 }
 
+TEST(GoldenCompareTest, TintsAreDifferencesOfLinearColours) {
+    const auto difference = [](const std::vector<std::uint8_t>& one, const std::vector<std::uint8_t>& other) {
+        return golden::CompareTints(PictureOf(1, 1, one), PictureOf(1, 1, other));
+    };
+    const auto tint = difference({128, 64, 64, 255}, {64, 64, 64, 255});
+    ASSERT_TRUE(tint.has_value());
+    const double light =
+        255 * (std::pow((128 / 255.0 + 0.055) / 1.055, 2.4) - std::pow((64 / 255.0 + 0.055) / 1.055, 2.4));
+    EXPECT_NEAR(tint->largest, light, 1e-9);
+    EXPECT_NEAR(tint->rms, light / std::sqrt(2.0), 1e-9);
+    EXPECT_NEAR(difference({90, 90, 90, 128}, {9, 9, 9, 255})->largest, 0, 1e-9);
+    EXPECT_FALSE(difference({255, 64, 64, 255}, {64, 64, 64, 255}).has_value());
+    EXPECT_FALSE(difference({0, 64, 64, 255}, {64, 64, 64, 255}).has_value());
+}
+
 // The view shows a ramp at half its width and three levels too high; at its end the ramp is a step, and not compared.
 TEST(GoldenCompareTest, ViewsAreComparedWhereTheyAreSmooth) {
     golden::Picture render = {20, 7, {}}, picture = {10, 7, {}};
