@@ -7,17 +7,6 @@ namespace {
 
 using namespace oracle;
 
-// A pixel of an image by its whole coordinates.
-using At = std::function<double(std::int64_t x, std::int64_t y, std::size_t channel)>;
-
-double Bilinear(const At& at, double x, double y, std::size_t channel) {
-    const double left = std::floor(x - 0.5), bottom = std::floor(y - 0.5);
-    const double right = x - 0.5 - left, above = y - 0.5 - bottom;
-    const auto i = static_cast<std::int64_t>(left), j = static_cast<std::int64_t>(bottom);
-    return (1 - above) * ((1 - right) * at(i, j, channel) + right * at(i + 1, j, channel)) +
-           above * ((1 - right) * at(i, j + 1, channel) + right * at(i + 1, j + 1, channel));
-}
-
 // A random map that scales by 0.2 to 4 and turns at will, with its matrix inverted by hand.
 struct Map {
     std::vector<double> numbers;

@@ -53,6 +53,16 @@ struct Source {
     }
 };
 
+// A pixel of an image by its whole coordinates, and the mean of the four nearest to a place.
+using At = std::function<double(std::int64_t x, std::int64_t y, std::size_t channel)>;
+inline double Bilinear(const At& at, double x, double y, std::size_t channel) {
+    const double left = std::floor(x - 0.5), bottom = std::floor(y - 0.5);
+    const double right = x - 0.5 - left, above = y - 0.5 - bottom;
+    const auto i = static_cast<std::int64_t>(left), j = static_cast<std::int64_t>(bottom);
+    return (1 - above) * ((1 - right) * at(i, j, channel) + right * at(i + 1, j, channel)) +
+           above * ((1 - right) * at(i, j + 1, channel) + right * at(i + 1, j + 1, channel));
+}
+
 // An image of numbers, the topmost row first, whose lower left pixel is at a place.
 inline Source SourceOf(const Region& region, const std::vector<float>& pixels) {
     auto kept = std::make_shared<std::vector<float>>(pixels);
@@ -85,10 +95,11 @@ inline Source RandomSource(Random& random) {
     return SourceOf(region, pixels);
 }
 
-// The image that a filter makes; elements hold a vector, a colour or a transform.
+// The image that a filter makes; elements hold a vector, a colour or a transform. Without inputImage nothing is given.
 struct Value {
     const char* key;
     std::vector<double> elements;
+    ImageRef image = nullptr;
 };
 inline ImageRef Output(const char* filter, const ImageRef& input, const std::vector<Value>& values) {
     std::vector<InputValue> all(values.size() + 1);
@@ -97,6 +108,8 @@ inline ImageRef Output(const char* filter, const ImageRef& input, const std::vec
     for (std::size_t index = 0; index < values.size(); ++index) {
         InputValue& value = all[index + 1];
         value.key = values[index].key;
+        value.image = &values[index].image;
+        if (values[index].elements.empty()) continue;
         value.number = values[index].elements[0];
         value.elements = values[index].elements.data();
         value.count = values[index].elements.size();

@@ -1,0 +1,96 @@
+// bars_swipe.cpp - bars of the image slide away, the first ones first and ever faster, and uncover the target.
+//
+// Bars of inputWidth lie side by side along inputAngle, the first where u = x cos + y sin is least. Bar i has slid by
+// inputBarOffset n^2 with n = max(0, time M - i), at right angles to u: its pixel (x, y) is the image's at
+// (x - sin slid, y + cos slid).
+
+#include <cmath>
+
+#include "geometry/warp.h"
+#include "transition/between.h"
+#include "transition/formulas.h"
+#include "transition/transition.h"
+
+namespace core_image {
+namespace {
+
+// What is less than this, of the bars' width and offset, is this: something has to be divided by both.
+constexpr double kLeast = 1e-6;
+
+bool HasEnds(const Extent& extent) {
+    return std::isfinite(extent.right - extent.left) && std::isfinite(extent.top - extent.bottom);
+}
+
+// Where the bars are laid: over both images, or over the one that has ends.
+Extent AreaOf(const Between& between) {
+    if (HasEnds(between.extent)) return between.extent;
+    return HasEnds(between.image->extent()) ? between.image->extent() : between.target->extent();
+}
+
+class BarsWarp : public Warp {
+  public:
+    BarsWarp(const Inputs& inputs, double time, const Extent& area)
+        : across_(inputs.number("inputAngle")),
+          width_(std::max(inputs.number("inputWidth"), kLeast)),
+          offset_(std::max(inputs.number("inputBarOffset"), kLeast)) {
+        const double width = area.right - area.left, height = area.top - area.bottom;
+        least_ = across_.of(area.left, area.bottom, width, height).least;
+        // M: at time 1 the last of the bars that cross the area from side to side has slid by its whole length.
+        const double cos = std::abs(across_.x), sin = std::abs(across_.y);
+        const double longest = std::min(height / cos, width / sin);
+        const double lastLong = std::floor(std::max(width * cos, height * sin) / width_);
+        reach_ = time * (lastLong + std::sqrt(longest / offset_));
+    }
+
+    void places(const PlaceRow& row, double* x, double* y) const override {
+        const double centreY = static_cast<double>(row.y) + 0.5;
+        for (std::size_t index = 0; index < row.count; ++index) {
+            const double centreX = static_cast<double>(row.x + static_cast<std::int64_t>(index)) + 0.5;
+            const double slid = slidAt(across_.along(centreX, centreY));
+            x[index] = centreX - across_.y * slid;
+            y[index] = centreY + across_.x * slid;
+        }
+    }
+
+    Extent source(const Extent& centres) const override {
+        const auto [least, most] =
+            across_.of(centres.left, centres.bottom, centres.right - centres.left, centres.top - centres.bottom);
+        const double far = slidAt(least), near = slidAt(most);
+        const double farX = -across_.y * far, nearX = -across_.y * near;
+        const double farY = across_.x * far, nearY = across_.x * near;
+        return {centres.left + std::min(farX, nearX), centres.bottom + std::min(farY, nearY),
+                centres.right + std::max(farX, nearX), centres.top + std::max(farY, nearY)};
+    }
+
+    bool isScattered() const override { return true; }
+
+  private:
+    // How far the bar at a place u has slid.
+    double slidAt(double u) const {
+        const double n = std::max(0.0, reach_ - std::floor((u - least_) / width_));
+        return offset_ * n * n;
+    }
+
+    Direction across_;
+    double width_;
+    double offset_;
+    double least_;
+    double reach_;  // time M
+};
+
+}  // namespace
+
+ImageRef BarsSwipeTransition(const Inputs& inputs) {
+    return MakeTransition(inputs, [](const Inputs& values, const Between& between) {
+        const Extent area = AreaOf(between);
+        ImageRef image = between.image;
+        // Endless images have no first bar: nothing slides until the end.
+        if (HasEnds(area)) {
+            auto bars = std::make_shared<BarsWarp>(values, between.time, area);
+            image = MakeWarpedImage(std::move(image), std::move(bars), between.extent);
+        }
+        return MakeFormulaImage({std::move(image), between.target}, UncoverFormula{}, between.extent);
+    });
+}
+
+}  // namespace core_image

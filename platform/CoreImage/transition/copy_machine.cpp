@@ -1,0 +1,71 @@
+// copy_machine.cpp - a strip of light of inputWidth moves along inputAngle, from outside inputExtent at time 0 to
+// outside of it at time 0.65; larger images are swept as the strip goes on.
+//
+// u = x cos + y sin, from least to most over inputExtent; the strip ends at least + time / 0.65 (most - least + width).
+// p rises over the strip from 0, where the target is uncovered, to 1, where the image still is as it was.
+
+#include <cmath>
+
+#include "generator/field.h"
+#include "transition/between.h"
+#include "transition/formulas.h"
+#include "transition/transition.h"
+
+namespace core_image {
+namespace {
+
+// When the strip has crossed.
+constexpr double kCrossed = 0.65;
+
+// A strip narrower than this is as wide as this: a place divided by its width still has to be a number.
+constexpr double kNarrowest = 1e-6;
+
+// p in red.
+class Strip : public Field {
+  public:
+    Strip(const Inputs& inputs, double time)
+        : direction_(inputs.number("inputAngle")), width_(std::max(inputs.number("inputWidth"), kNarrowest)) {
+        const auto edge = [&](std::size_t index) { return inputs.element("inputExtent", index); };
+        const auto [least, most] = direction_.of(edge(0), edge(1), edge(2), edge(3));
+        start_ = least - width_ + time / kCrossed * (most - least + width_);
+    }
+
+    void render(const Tile& tile) const override {
+        const double step = direction_.x / width_;
+        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
+            const double place = direction_.along(0.5, static_cast<double>(y) + 0.5) - start_;
+            float* to = tile.row(y);
+            for (std::int64_t x = tile.region.x; x < tile.region.right(); ++x, to += kFloatsPerPixel) {
+                const double p = place / width_ + static_cast<double>(x) * step;
+                to[0] = static_cast<float>(std::clamp(p, 0.0, 1.0));
+                to[1] = to[2] = to[3] = 0;
+            }
+        }
+    }
+
+  private:
+    Direction direction_;
+    double width_;
+    double start_;
+};
+
+// The light at the strip's brightest. Why not a colour like others: the numbers of this one are taken as linear light.
+Pixel LightOf(const Inputs& inputs) {
+    const double alpha = inputs.element("inputColor", 3), opacity = inputs.number("inputOpacity");
+    const auto light = [&](std::size_t index) {
+        return FiniteFloat(inputs.element("inputColor", index) * alpha * opacity);
+    };
+    return {light(0), light(1), light(2), FiniteFloat(alpha * opacity)};
+}
+
+}  // namespace
+
+ImageRef CopyMachineTransition(const Inputs& inputs) {
+    return MakeTransition(inputs, [](const Inputs& values, const Between& between) {
+        ImageRef strip = MakeFieldImage(std::make_shared<Strip>(values, between.time));
+        return MakeFormulaImage({between.image, between.target, std::move(strip)}, GlareFormula{LightOf(values)},
+                                between.extent);
+    });
+}
+
+}  // namespace core_image

@@ -1,0 +1,101 @@
+// disintegrate.cpp - the image stays where a mask is brighter than the time, and casts a shadow on the target.
+//
+// With m the mask's green and g how much it changes from pixel to pixel, the image covers clamp(0.5 + (m - time) / g):
+// its edge is a pixel or two wide however steep the mask is. The shadow is the same of the mask moved by
+// inputShadowOffset, with an edge inputShadowRadius times as wide. As time goes on the image brightens to 1.25 and the
+// target, from 0.75, to 1.
+
+#include <cmath>
+
+#include "geometry/affine.h"
+#include "transition/between.h"
+#include "transition/formulas.h"
+#include "transition/transition.h"
+
+namespace core_image {
+namespace {
+
+// The least change of a mask that is taken for one.
+constexpr double kLeastChange = 0.001;
+
+// Edges of shadows are as wide as this at least, of the image's own.
+constexpr double kSharpest = 1e-6;
+
+// The part of a pixel of the mask that counts.
+constexpr std::size_t kGreen = 1;
+
+// How much remains at a pixel of the mask: 0 where it is darker than the time, 1 where it is brighter.
+float Remaining(float mask, double time, double change) {
+    return static_cast<float>(std::clamp(0.5 + (static_cast<double>(mask) - time) / change, 0.0, 1.0));
+}
+
+// The pixels of the mask that a region is computed from: each is compared with those to the left and below.
+Region MaskOf(const Region& region) { return {region.x - 1, region.y - 1, region.width + 1, region.height + 1}; }
+
+class CoverStage : public Stage {
+  public:
+    CoverStage(Prepared mask, Prepared shadow, double time, double softness)
+        : mask_(std::move(mask)), shadow_(std::move(shadow)), time_(time), softness_(softness) {}
+
+    void render(const Tile& tile) const override {
+        const PixelBlock masks(MaskOf(tile.region));
+        mask_.render(masks.tile());
+        shadow_.render(tile);
+        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
+            const float* mask = masks.row(y) + kGreen;
+            const float* below = masks.row(y - 1) + kGreen;
+            float* to = tile.row(y);
+            for (std::size_t index = 0; index < tile.width(); ++index, to += kFloatsPerPixel) {
+                const float left = *mask;
+                mask += kFloatsPerPixel, below += kFloatsPerPixel;
+                const double change = std::max(std::abs(*mask - left), std::abs(*mask - *below)) + kLeastChange;
+                to[0] = Remaining(*mask, time_, change);
+                to[1] = Remaining(to[kGreen], time_, change * softness_);
+                to[2] = to[3] = 0;
+            }
+        }
+    }
+
+  private:
+    Prepared mask_, shadow_;
+    double time_, softness_;
+};
+
+// How much of the image still covers the target, in red, and shadows it, in green.
+class CoverImage : public Image {
+  public:
+    CoverImage(ImageRef mask, ImageRef shadow, double time, double softness)
+        : Image(Extent::infinite(), mask->depth().with(shadow->depth())),
+          mask_(std::move(mask)),
+          shadow_(std::move(shadow)),
+          time_(time),
+          softness_(softness) {}
+
+    std::unique_ptr<const Stage> prepare(const Region& region) const override {
+        return std::make_unique<CoverStage>(Prepare(mask_, MaskOf(region)), Prepare(shadow_, region), time_, softness_);
+    }
+
+  private:
+    ImageRef mask_, shadow_;
+    double time_, softness_;
+};
+
+}  // namespace
+
+ImageRef DisintegrateWithMaskTransition(const Inputs& inputs) {
+    if (inputs.image("inputMaskImage") == nullptr) return nullptr;
+    return MakeTransition(inputs, [](const Inputs& values, const Between& between) {
+        ImageRef mask = values.image("inputMaskImage");
+        Affine move;
+        move.tx = values.element("inputShadowOffset", 0);
+        move.ty = values.element("inputShadowOffset", 1);
+        const double softness = std::max(values.number("inputShadowRadius"), kSharpest);
+        ImageRef cover = std::make_shared<CoverImage>(mask, MakeAffineImage(mask, move), between.time, softness);
+        const auto time = static_cast<float>(between.time);
+        const DisintegrateFormula formula = {1 + 0.25f * time, 0.75f + 0.25f * time,
+                                             static_cast<float>(values.number("inputShadowDensity"))};
+        return MakeFormulaImage({between.image, between.target, std::move(cover)}, formula, between.extent);
+    });
+}
+
+}  // namespace core_image

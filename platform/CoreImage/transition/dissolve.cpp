@@ -1,0 +1,16 @@
+// dissolve.cpp - a mean of the two images, weighed by the time.
+
+#include "transition/between.h"
+#include "transition/formulas.h"
+#include "transition/transition.h"
+
+namespace core_image {
+
+ImageRef DissolveTransition(const Inputs& inputs) {
+    return MakeTransition(inputs, [](const Inputs&, const Between& between) {
+        const DissolveFormula formula = {static_cast<float>(between.time)};
+        return MakeFormulaImage({between.image, between.target}, formula, between.extent);
+    });
+}
+
+}  // namespace core_image
