@@ -5,7 +5,7 @@
 #   make mutants           apply small faults to the module, one at a time; the tests must catch each
 #   make sanitize          the tests under the address, undefined-behaviour and leak checkers
 #   make coverage          which branches of plugin/ and bridge/ the tests take
-#   make bench             how fast the engine is, beside a copy, and what a call of the module costs
+#   make bench             how fast the engine is, beside other libraries, and what a call of the module costs
 #   make clean             remove what was built; the 32-bit sysroot stays
 #
 #   ABI=x86_64             the other width for run; that width alone for test
@@ -43,6 +43,7 @@ coverage:
 	@tools/coverage $(TEST_ABIS)
 
 bench: $(TEST_ABIS:%=configure-%)
+	@$(if $(filter x86_64,$(TEST_ABIS)),tools/setup x86_64 rivals && cmake --preset x86_64 -DZEVA_RIVALS=ON --log-level=WARNING >/dev/null)
 	@tools/bench $(TEST_ABIS)
 
 configure-%:

@@ -26,6 +26,12 @@ def fastest(run):
     return times
 
 
+def failures(run):
+    """What was not timed and why, such as a library whose result is not the engine's: one line each."""
+    return sorted({f"not timed: {result['run_name'].removesuffix('/real_time')}: {result['error_message']}"
+                   for result in run["benchmarks"] if result.get("error_occurred")})
+
+
 def table(head, rows):
     """Lines with the first column to the left and the others to the right, each as wide as it must be."""
     widths = [max(len(row[column]) for row in [head, *rows]) for column in range(len(head))]

@@ -27,6 +27,11 @@ class FastestTest(unittest.TestCase):
                               result("a/a/a", 3)]}
         self.assertEqual(bench_table.fastest(run), {"a/a/a": 3e6})
 
+    def test_failure_is_told_once_with_its_reason(self):
+        failed = result("a/a/a/real_time", 2, error_occurred=True, error_message="differs")
+        self.assertEqual(bench_table.failures({"benchmarks": [failed, failed, result("b/b/b", 1)]}),
+                         ["not timed: a/a/a: differs"])
+
 
 class EngineReportTest(unittest.TestCase):
     def test_times_are_multiples_of_the_copy_of_the_same_preset(self):

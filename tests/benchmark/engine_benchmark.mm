@@ -1,17 +1,25 @@
 // engine_benchmark.mm - how long the engine takes for each operation, beside a plain copy of the same size in the same run.
 //
 // Names are "<size>/<operation>/<who>": "12 MP/gamma/engine". The copy is "12 MP/copy/memory": two threads read each byte of a
-// picture of floats once and write it once. Everybody has two threads.
+// picture of floats once and write it once. Everybody has two threads. Built with ZEVA_RIVALS, other libraries do the same
+// operations, each checked against the engine before it is timed.
 
 #import <Foundation/Foundation.h>
 #include <benchmark/benchmark.h>
 #include <tbb/global_control.h>
 #include <tbb/parallel_for.h>
 
+#include <algorithm>
 #include <cstring>
+#include <memory>
+#include <optional>
 
 #include "pictures.h"
 #include "rows.h"
+#ifdef ZEVA_RIVALS
+#include "rivals/check.h"
+#include "rivals/rivals.h"
+#endif
 
 namespace benchmarks {
 namespace {
@@ -48,6 +56,31 @@ void Register(const std::string& name, const std::function<void(benchmark::State
         ->Unit(isLarge ? benchmark::kMillisecond : benchmark::kMicrosecond);
 }
 
+#ifdef ZEVA_RIVALS
+// Times a rival whose result is like the engine's; any other is an error, which says how they differ.
+void RegisterRival(const std::vector<Row>& rows, const Rival& rival) {
+    const auto row =
+        std::find_if(rows.begin(), rows.end(), [&](const Row& one) { return one.name == rival.operation; });
+    if (row == rows.end()) return;
+    struct Checked {
+        std::function<void(void*)> render;
+        std::string difference;
+    };
+    auto checked = std::make_shared<std::optional<Checked>>();
+    Register(rival.operation + "/" + rival.library, [&row = *row, rival, checked](benchmark::State& state) {
+        if (!checked->has_value()) {
+            std::vector<std::byte> ours(row.bytes);
+            row.render(ours.data());
+            *checked = Checked{rival.prepare(), ""};
+            (*checked)->render(Result().data());
+            (*checked)->difference = DifferenceOf(row.name, ours.data(), Result().data(), row.bytes);
+        }
+        if (!(*checked)->difference.empty()) return state.SkipWithError((*checked)->difference.c_str());
+        Time(state, (*checked)->render);
+    });
+}
+#endif
+
 }  // namespace
 }  // namespace benchmarks
 
@@ -58,9 +91,15 @@ int main(int count, char** arguments) {
     benchmark::Initialize(&count, arguments);
     Result();  // before the clock runs
     Register("12 MP/copy/memory", Copy);
-    for (const Row& row : Rows()) {
-        Register(row.name + "/engine", [render = row.render](benchmark::State& state) { Time(state, render); });
+    const std::vector<Row> rows = Rows();
+    for (const Row& row : rows) {
+        Register(row.name + "/engine", [&row](benchmark::State& state) { Time(state, row.render); });
     }
+#ifdef ZEVA_RIVALS
+    for (auto* rivals : {OpenCVRivals, VipsRivals, GeglRivals, OpenColorIORivals, HalideRivals}) {
+        for (const Rival& rival : rivals()) RegisterRival(rows, rival);
+    }
+#endif
     benchmark::RunSpecifiedBenchmarks();
     [pool drain];
     return 0;

@@ -7,7 +7,7 @@
 #include <initializer_list>
 #include <utility>
 
-#include "pictures.h"
+#include "parameters.h"
 
 namespace benchmarks {
 namespace {
@@ -59,41 +59,33 @@ CIImage* Filtered(NSString* name, CIImage* image, Values values = {}) {
 
 NSNumber* Number(double value) { return [NSNumber numberWithDouble:value]; }
 
-CIVector* Vector(std::initializer_list<CGFloat> numbers) {
-    return [CIVector vectorWithValues:numbers.begin() count:numbers.size()];
+CIVector* Vector(const std::vector<double>& numbers) {
+    const std::vector<CGFloat> values(numbers.begin(), numbers.end());
+    return [CIVector vectorWithValues:values.data() count:values.size()];
 }
 
-// A kernel whose weights are all different and sum up to 1: neither separable nor symmetric.
-CIVector* Kernel(std::size_t count) {
-    std::vector<CGFloat> weights;
-    double sum = 0;
-    for (std::size_t index = 0; index < count; ++index) {
-        weights.push_back((CGFloat)(1 + (index * 37 % 11)));
-        sum += (double)weights.back();
-    }
-    for (CGFloat& weight : weights) weight = (CGFloat)((double)weight / sum);
-    return [CIVector vectorWithValues:weights.data() count:count];
-}
+// A row of the colour matrix, without what is added.
+CIVector* MatrixRow(const double (&row)[4]) { return Vector({row[0], row[1], row[2], 0}); }
 
 CIImage* Matrix(CIImage* image) {
-    const auto f = [](double value) { return (CGFloat)value; };
     return Filtered(@"CIColorMatrix", image,
-                    {{@"inputRVector", Vector({f(0.9), f(0.05), f(0.02), 0})},
-                     {@"inputGVector", Vector({f(0.1), f(0.8), f(0.05), 0})},
-                     {@"inputBVector", Vector({f(0.03), f(0.1), f(0.85), 0})},
-                     {@"inputBiasVector", Vector({f(0.01), f(0.02), f(0.03), 0})}});
+                    {{@"inputRVector", MatrixRow(kMatrix[0])},
+                     {@"inputGVector", MatrixRow(kMatrix[1])},
+                     {@"inputBVector", MatrixRow(kMatrix[2])},
+                     {@"inputBiasVector", Vector({kMatrix[0][3], kMatrix[1][3], kMatrix[2][3], 0})}});
 }
 
-CIImage* Exposure(CIImage* image) { return Filtered(@"CIExposureAdjust", image, {{@"inputEV", Number(0.5)}}); }
-CIImage* Gamma(CIImage* image) { return Filtered(@"CIGammaAdjust", image, {{@"inputPower", Number(0.75)}}); }
-CIImage* Posterize(CIImage* image) { return Filtered(@"CIColorPosterize", image, {{@"inputLevels", Number(6)}}); }
+CIImage* Exposure(CIImage* image) { return Filtered(@"CIExposureAdjust", image, {{@"inputEV", Number(kExposure)}}); }
+CIImage* Gamma(CIImage* image) { return Filtered(@"CIGammaAdjust", image, {{@"inputPower", Number(kGamma)}}); }
+CIImage* Posterize(CIImage* image) { return Filtered(@"CIColorPosterize", image, {{@"inputLevels", Number(kLevels)}}); }
 CIImage* Invert(CIImage* image) { return Filtered(@"CIColorInvert", image); }
 CIImage* FiveSteps(CIImage* image) { return Invert(Posterize(Gamma(Matrix(Exposure(image))))); }
 
 CIImage* Controls(CIImage* image) {
-    return Filtered(
-        @"CIColorControls", image,
-        {{@"inputSaturation", Number(1.3)}, {@"inputBrightness", Number(0.05)}, {@"inputContrast", Number(1.1)}});
+    return Filtered(@"CIColorControls", image,
+                    {{@"inputSaturation", Number(kSaturation)},
+                     {@"inputBrightness", Number(kBrightness)},
+                     {@"inputContrast", Number(kContrast)}});
 }
 
 CIImage* CubeOf(CIImage* image) {
@@ -105,9 +97,9 @@ CIImage* CubeOf(CIImage* image) {
 
 CIImage* Map(CIImage* image) { return Filtered(@"CIColorMap", image, {{@"inputGradientImage", AllImages().small}}); }
 
-CIImage* Gaussian(CIImage* image) { return Filtered(@"CIGaussianBlur", image, {{@"inputRadius", Number(10)}}); }
-CIImage* Box(CIImage* image) { return Filtered(@"CIBoxBlur", image, {{@"inputRadius", Number(21)}}); }
-CIImage* Disc(CIImage* image) { return Filtered(@"CIDiscBlur", image, {{@"inputRadius", Number(8)}}); }
+CIImage* Gaussian(CIImage* image) { return Filtered(@"CIGaussianBlur", image, {{@"inputRadius", Number(kSigma)}}); }
+CIImage* Box(CIImage* image) { return Filtered(@"CIBoxBlur", image, {{@"inputRadius", Number(kBoxWidth)}}); }
+CIImage* Disc(CIImage* image) { return Filtered(@"CIDiscBlur", image, {{@"inputRadius", Number(kDiscRadius)}}); }
 
 CIImage* Over(NSString* name, CIImage* image) {
     return Filtered(name, image, {{@"inputBackgroundImage", AllImages().second}});
@@ -115,9 +107,8 @@ CIImage* Over(NSString* name, CIImage* image) {
 CIImage* Addition(CIImage* image) { return Over(@"CIAdditionCompositing", image); }
 CIImage* Difference(CIImage* image) { return Over(@"CIDifferenceBlendMode", image); }
 
-// A turn by 5 degrees and a little growth about the middle.
 CIImage* Affine(CIImage* image) {
-    const double a = 1.02 * 0.99619470, b = 1.02 * 0.08715574;
+    const double a = kScale * std::cos(kTurn), b = kScale * std::sin(kTurn);
     const double x = kWidth / 2.0, y = kHeight / 2.0;
     NSAffineTransform* map = [NSAffineTransform transform];
     [map setTransformStruct:{(CGFloat)a, (CGFloat)b, (CGFloat)-b, (CGFloat)a, (CGFloat)(x - a * x + b * y),
@@ -131,7 +122,7 @@ CIImage* BlurAddAffineCrop(CIImage* image) {
 }
 
 CIImage* Convolved(NSString* name, std::size_t count, CIImage* image) {
-    return Filtered(name, image, {{@"inputWeights", Kernel(count)}});
+    return Filtered(name, image, {{@"inputWeights", Vector(Kernel(count))}});
 }
 CIImage* Convolution3(CIImage* image) { return Convolved(@"CIConvolution3X3", 9, image); }
 CIImage* Convolution5(CIImage* image) { return Convolved(@"CIConvolution5X5", 25, image); }
@@ -143,22 +134,25 @@ CIImage* Average(CIImage* image) {
 }
 CIImage* Histogram(CIImage* image) {
     return Filtered(@"CIAreaHistogram", image,
-                    {{@"inputExtent", Vector({0, 0, kWidth, kHeight})}, {@"inputCount", Number(256)}});
+                    {{@"inputExtent", Vector({0, 0, kWidth, kHeight})}, {@"inputCount", Number(kBins)}});
 }
 
 CIImage* Bump(CIImage* image) {
     return Filtered(@"CIBumpDistortion", image,
-                    {{@"inputCenter", Vector({kWidth / 2, kHeight / 2})}, {@"inputRadius", Number(1200)}});
+                    {{@"inputCenter", Vector({kWidth / 2, kHeight / 2})},
+                     {@"inputRadius", Number(kBumpRadius)},
+                     {@"inputScale", Number(kBumpScale)}});
 }
 CIImage* Displacement(CIImage* image) {
-    return Filtered(@"CIDisplacementDistortion", image, {{@"inputDisplacementImage", AllImages().second}});
+    return Filtered(@"CIDisplacementDistortion", image,
+                    {{@"inputDisplacementImage", AllImages().second}, {@"inputScale", Number(kDisplacement)}});
 }
 
 CIImage* Transition(NSString* name, CIImage* image, Values more = {}) {
     CIFilter* filter = [CIFilter filterWithName:name];
     [filter setValue:image forKey:kCIInputImageKey];
     [filter setValue:AllImages().second forKey:@"inputTargetImage"];
-    [filter setValue:Number(0.4) forKey:@"inputTime"];
+    [filter setValue:Number(kTime) forKey:@"inputTime"];
     for (const auto& [key, value] : more) [filter setValue:value forKey:key];
     return [filter outputImage];
 }
@@ -252,7 +246,7 @@ Size SizeOf(To to) {
         case To::pixel:
             return {1, 1};
         case To::histogram:
-            return {256, 1};
+            return {kBins, 1};
         default:
             return {kWidth, kHeight};
     }
