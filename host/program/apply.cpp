@@ -1,16 +1,18 @@
-// apply.cpp - "zeva apply", one filter on one picture: opens it, sets up the filter, writes its output: all through the host, as any program would.
+// apply.cpp - "zeva apply": filters, one after another, on one picture or on many.
 
 #include <CLI/CLI.hpp>
-#include <charconv>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
+#include <map>
 
 #include "host/errors.h"
+#include "host/program/batch.h"
 #include "host/program/commands.h"
-#include "host/program/filter_name.h"
-#include "host/program/session.h"
-#include "host/suggestion.h"
+#include "host/program/progress.h"
+#include "host/program/recipe.h"
+#include "host/program/setting_value.h"
 
 namespace {
 
@@ -18,20 +20,23 @@ using host::Host;
 using host::HostError;
 using host::ObjectReference;
 using host::Value;
+using std::filesystem::path;
 
 // What the command line asks for.
 struct Request {
-    std::string filter;                 // in any of its spellings
-    std::vector<std::string> settings;  // KEY=VALUE, numbers only
-    std::string input;
+    std::vector<std::string> words;  // filters, settings and inputs
     std::string output;
+    std::string rectangle;  // x, y, width and height; empty for the output's own extent
     bool keepSize = false;  // crop the result to the input's extent
 };
 
-// Prints one step with the time since the one before.
-class Steps {
+// Told of each step that is done and what came of it.
+using StepReport = std::function<void(const char* step, const std::string& what)>;
+
+// Prints each step with the time since the one before.
+class StepPrinter {
   public:
-    void Done(const char* step, const std::string& what) {
+    void operator()(const char* step, const std::string& what) {
         const auto now = std::chrono::steady_clock::now();
         const std::chrono::duration<double, std::milli> elapsed = now - last_;
         std::printf("%-7s%9.1f ms  %s\n", step, elapsed.count(), what.c_str());
@@ -43,152 +48,192 @@ class Steps {
     std::chrono::steady_clock::time_point last_ = std::chrono::steady_clock::now();
 };
 
-// The object in a value; empty for nil.
-ObjectReference ObjectIn(const Value& value) {
-    const auto* object = std::get_if<ObjectReference>(&value);
-    return object != nullptr ? *object : ObjectReference();
+// A rectangle in an image's coordinates.
+struct Rectangle {
+    double x, y, width, height;
+    bool IsInfinite() const {
+        // The platform writes an infinite extent as numbers that nobody wants to read.
+        constexpr double kBeyondAnyImage = 1e30;
+        return width > kBeyondAnyImage || height > kBeyondAnyImage;
+    }
+};
+
+Rectangle ExtentOf(Host& session, const ObjectReference& image) {
+    const Value extent = session.Get(image.Get(), "Extent");
+    double numbers[4];
+    for (std::int32_t i = 0; i < 4; ++i) {
+        const Value index[] = {i};
+        numbers[i] = std::get<double>(session.Call(std::get<ObjectReference>(extent).Get(), "ValueAt", index));
+    }
+    return {numbers[0], numbers[1], numbers[2], numbers[3]};
 }
 
 // An image's extent as text: "512 x 600", with its corner unless that is 0, 0.
 std::string ExtentText(Host& session, const ObjectReference& image) {
-    const ObjectReference extent = ObjectIn(session.Get(image.Get(), "Extent"));
-    double numbers[4];
-    for (std::int32_t i = 0; i < 4; ++i) {
-        const Value index[] = {i};
-        numbers[i] = std::get<double>(session.Call(extent.Get(), "ValueAt", index));
+    const Rectangle extent = ExtentOf(session, image);
+    if (extent.IsInfinite()) return "without end";
+    std::string text = host::NumberText(extent.width) + " x " + host::NumberText(extent.height);
+    if (extent.x != 0 || extent.y != 0) {
+        text += " at " + host::NumberText(extent.x) + ", " + host::NumberText(extent.y);
     }
-    const auto [x, y, width, height] = numbers;
-    // An infinite extent is written as numbers that nobody wants to read.
-    constexpr double kBeyondAnyImage = 1e30;
-    if (width > kBeyondAnyImage || height > kBeyondAnyImage) return "without end";
-    std::string text = host::NumberText(width) + " x " + host::NumberText(height);
-    if (x != 0 || y != 0) text += " at " + host::NumberText(x) + ", " + host::NumberText(y);
     return text;
 }
 
-// A number on the command line.
-double NumberIn(const std::string& setting, std::string_view text) {
-    double number = 0;
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (result.ec != std::errc() || result.ptr != text.data() + text.size() || !std::isfinite(number)) {
-        throw HostError(setting, "'" + std::string(text) + "' is not a number");
-    }
-    return number;
+// The part of an image inside a CIVectorQOR.
+ObjectReference Cropped(Host& session, const ObjectReference& image, const Value& rectangle) {
+    const Value arguments[] = {rectangle};
+    return std::get<ObjectReference>(session.Call(image.Get(), "Crop", arguments));
 }
 
-// The keys of a filter that take a number, for somebody who named another one.
-std::string NumberKeys(const host::Class& isa) {
-    std::string keys;
-    for (const host::Member& member : isa.Members()) {
-        if (member.setter == nullptr || member.declaration.result.kind != host::TypeKind::kDouble) continue;
-        keys += (keys.empty() ? "" : ", ") + member.declaration.name;
+// The part of the result that is to be written.
+ObjectReference Framed(Host& session, const Request& request, const Value& input, const ObjectReference& image) {
+    if (request.keepSize) {
+        if (std::holds_alternative<std::monostate>(input)) throw HostError("--keep-size", "there is no input picture");
+        return Cropped(session, image, session.Get(std::get<ObjectReference>(input).Get(), "Extent"));
     }
-    return keys.empty() ? "it takes no numbers" : "it takes " + keys;
+    if (!request.rectangle.empty()) {
+        const Value list[] = {host::TextValue(request.rectangle)};
+        return Cropped(session, image, session.CallShared("CIVectorQOR", "FromNumbers", list));
+    }
+    if (ExtentOf(session, image).IsInfinite()) {
+        throw HostError(request.output, "the result has no end, --rect X,Y,W,H says which part of it to write");
+    }
+    return image;
 }
 
-// Sets one key of the filter from KEY=VALUE.
-void ApplySetting(Host& session, const ObjectReference& filter, const std::string& setting) {
-    const std::size_t sign = setting.find('=');
-    if (sign == std::string::npos || sign == 0) throw HostError(setting, "expected KEY=VALUE");
-    const std::string key = setting.substr(0, sign);
-    const host::Member* member = filter->isa->FindMember(key);
-    if (member == nullptr) {
-        throw HostError(setting, filter->isa->Name() + " has no key " + key + ", " + NumberKeys(*filter->isa));
+// Takes one picture, or none, through the filters. The output file stays as it was when anything fails.
+void Process(Host& session, const Request& request, const Recipe& recipe, const std::string& input,
+             const std::string& output, const StepReport& report) {
+    CheckRecipe(session, recipe);
+    Value opened;
+    if (!input.empty()) {
+        const Value file[] = {host::TextValue(input)};
+        opened = session.CallShared("CIImageQOR", "Open", file);
+        report("open", input + ", " + ExtentText(session, std::get<ObjectReference>(opened)));
     }
-    if (member->declaration.result.kind != host::TypeKind::kDouble) {
-        throw HostError(setting, key + " is a " + member->declaration.result.word + ", only numbers can be given here");
+    Value image = opened;
+    for (const RecipeStep& step : recipe.steps) {
+        const ObjectReference result = RunStep(session, step, image);
+        report("filter", StepText(step) + ", " + ExtentText(session, result));
+        image = result;
     }
-    session.Set(filter.Get(), key, NumberIn(setting, std::string_view(setting).substr(sign + 1)));
+    const ObjectReference result = Framed(session, request, opened, std::get<ObjectReference>(image));
+    const Value target[] = {host::TextValue(output)};
+    session.Call(result.Get(), "Save", target);
+    report("write", output + ", " + ExtentText(session, result));
 }
 
-// A new filter object; an unknown name gets an answer in the user's own spelling.
-ObjectReference NewFilter(Host& session, const std::string& name) {
-    const std::string className = FilterClassName(name);
-    if (session.Classes().Find(className) == nullptr) {
-        std::vector<std::string> known;
-        for (const host::Class* each : session.Classes().All()) {
-            if (std::string shortName = FilterShortName(each->Name()); !shortName.empty()) known.push_back(shortName);
+bool IsFolder(const std::string& output) { return output.ends_with('/') || std::filesystem::is_directory(output); }
+
+// Where each input's result goes. Throws HostError when two would share a file or an input would be written over.
+std::vector<std::string> TargetsInFolder(const std::string& folder, const std::vector<std::string>& inputs) {
+    std::vector<std::string> targets;
+    std::map<path, std::string> taken;
+    for (const std::string& input : inputs) {
+        const path target = path(folder) / path(input).filename();
+        const auto [other, isNew] = taken.emplace(target, input);
+        if (!isNew) {
+            throw HostError(target.string(),
+                            other->second + " and " + input + " would both go there, nothing is written");
         }
-        if (known.empty()) {
-            throw HostError("filter " + name, "for host version " + host::NumberText(session.Version()) +
-                                                  " the module registers no filters");
+        std::error_code missing;
+        if (std::filesystem::equivalent(target, input, missing)) {
+            throw HostError(input, "its result would be written over it, nothing is written");
         }
-        const std::string wanted = FilterShortName(className);
-        throw HostError("filter " + name, "there is no such filter" + host::Suggestion(wanted, known));
+        targets.push_back(target.string());
     }
-    return session.Construct(className);
+    return targets;
 }
 
-std::string Joined(const std::vector<std::string>& words) {
-    std::string text;
-    for (const std::string& word : words) text += " " + word;
-    return text;
+// One picture or none: tells each step.
+void ApplyToOne(const SessionOptions& options, const Request& request, const Recipe& recipe) {
+    StepPrinter report;
+    const auto session = OpenSession(options);
+    report("load", std::to_string(session->Modules().size()) + " modules, " +
+                       std::to_string(session->Classes().All().size()) + " classes, host version " +
+                       host::NumberText(session->Version()));
+    const std::string input = recipe.inputs.empty() ? "" : recipe.inputs[0];
+    std::string output = request.output;
+    if (!input.empty() && IsFolder(output)) {
+        std::filesystem::create_directories(output);
+        output = TargetsInFolder(output, recipe.inputs)[0];
+    }
+    Process(*session, request, recipe, input, output, std::ref(report));
+}
+
+// Many pictures, in parallel: tells failures, the progress and a summary.
+void ApplyToMany(const SessionOptions& options, const Request& request, const Recipe& recipe) {
+    if (!IsFolder(request.output) && path(request.output).has_extension()) {
+        throw HostError(request.output,
+                        std::to_string(recipe.inputs.size()) + " inputs need a folder to be written to");
+    }
+    const std::vector<std::string> targets = TargetsInFolder(request.output, recipe.inputs);
+    std::filesystem::create_directories(request.output);
+    Progress progress(targets.size());
+    const auto prepare = [&]() -> BatchJob {
+        return [&, session = std::shared_ptr<Host>(OpenSession(options))](std::size_t i) {
+            Process(*session, request, recipe, recipe.inputs[i], targets[i], [](auto&&...) {});
+        };
+    };
+    RunBatch(targets.size(), prepare, [&](std::size_t i, const std::string& failure) {
+        progress.Done(failure.empty() ? "" : recipe.inputs[i] + ": " + failure);
+    });
+    progress.Summarize("written to " + request.output);
+    if (progress.Failures() > 0) throw CLI::RuntimeError(1);
+}
+
+void Apply(const SessionOptions& options, const Request& request) {
+    if (!request.rectangle.empty() && NumbersIn("--rect", request.rectangle).size() != 4) {
+        throw HostError("--rect", "'" + request.rectangle + "' is no rectangle, expected X,Y,W,H");
+    }
+    const Recipe recipe = ReadRecipe(request.words);
+    if (recipe.inputs.size() > 1) {
+        ApplyToMany(options, request, recipe);
+    } else {
+        ApplyToOne(options, request, recipe);
+    }
 }
 
 // Help that begins with a usage line of our own.
-// Why: the library would write the positional words of "apply" as one list, though they differ in meaning.
+// Why: the library would write the words as one list, though they differ in meaning.
 class UsageFormatter : public CLI::Formatter {
   public:
-    explicit UsageFormatter(std::string usage) : usage_(std::move(usage)) {}
-
-    std::string make_usage(const CLI::App*, std::string) const override { return usage_ + "\n"; }
-
-  private:
-    std::string usage_;
+    std::string make_usage(const CLI::App*, std::string) const override {
+        return "Usage: zeva apply FILTER [KEY=VALUE ...] [+ FILTER [KEY=VALUE ...] ...] [IN ...] -o OUT|DIR\n";
+    }
 };
 
-// Does it and prints a line per step. Throws HostError and HostException; the output file is then as it was.
-void Apply(const SessionOptions& options, const Request& request) {
-    Steps steps;
-    const auto session = OpenSession(options);
-    steps.Done("load", std::to_string(session->Modules().size()) + " modules, " +
-                           std::to_string(session->Classes().All().size()) + " classes, host version " +
-                           host::NumberText(options.hostVersion));
+constexpr const char* kValues = R"(
+Values of KEY=VALUE, by the key's type (zeva describe FILTER):
+  number        inputRadius=12.5
+  vector        inputCenter=150,150
+  colour        inputColor=#ff8000  #ff800080  1,0.5,0  1,0.5,0,0.5
+  image         inputMaskImage=mask.png    - for the picture that comes in
+  transform     inputTransform=1,0,0,1,20,0  "rotate:30 scale:1.2 translate:10,0"
+  colour cube   inputCubeData=warm.cube  @floats.raw  numbers with commas
+  colour space  inputColorSpace=sRGB
 
-    const ObjectReference filter = NewFilter(*session, request.filter);
-    for (const std::string& setting : request.settings) ApplySetting(*session, filter, setting);
-    if (filter->isa->FindMember("inputImage") == nullptr) {
-        throw HostError("filter " + request.filter, "it takes no image");
-    }
-
-    const Value path[] = {host::TextValue(request.input)};
-    const Value input = session->CallShared("CIImageQOR", "Open", path);
-    steps.Done("open", request.input + ", " + ExtentText(*session, ObjectIn(input)));
-
-    session->Set(filter.Get(), "inputImage", input);
-    Value output = session->Get(filter.Get(), "outputImage");
-    if (!ObjectIn(output)) {
-        throw HostError("filter " + request.filter, "it gives no image from these inputs, nothing is written");
-    }
-    if (request.keepSize) {
-        const Value extent[] = {session->Get(ObjectIn(input).Get(), "Extent")};
-        output = session->Call(ObjectIn(output).Get(), "Crop", extent);
-    }
-    const ObjectReference image = ObjectIn(output);
-    const std::string size = ExtentText(*session, image);
-    steps.Done("filter", filter->isa->Name() + Joined(request.settings) + ", " + size);
-
-    const Value target[] = {host::TextValue(request.output)};
-    session->Call(image.Get(), "Save", target);
-    steps.Done("write", request.output + ", " + size);
-}
+The picture goes into inputImage of the first filter, or into the keys that say KEY=-; the output of each filter goes
+into the next.)";
 
 }  // namespace
 
 void AddApply(CLI::App& program, const SessionOptions& session) {
-    CLI::App* apply = program.add_subcommand("apply", "Applies a filter to a picture.");
-    apply->formatter(
-        std::make_shared<UsageFormatter>("Usage: zeva apply FILTER [KEY=VALUE ...] IN -o OUT [--keep-size]"));
+    CLI::App* apply = program.add_subcommand("apply", "Applies filters to pictures.");
+    apply->formatter(std::make_shared<UsageFormatter>());
     const auto request = std::make_shared<Request>();
-    apply->add_option("FILTER", request->filter, "GaussianBlur, CIGaussianBlur or CIFilterGaussianBlurQOR")->required();
-    apply->add_option("IN", request->settings, "numbers for the filter's keys (inputRadius=10), then a PNG or JPEG")
+    apply
+        ->add_option("FILTER", request->words,
+                     "GaussianBlur, CIGaussianBlur or CIFilterGaussianBlurQOR, its settings, and pictures, PNG or JPEG")
         ->required()
         ->expected(1, -1);
-    apply->add_option("-o,--output", request->output, "picture to write; its suffix says PNG or JPEG")->required();
-    apply->add_flag("--keep-size", request->keepSize, "crop the result to the extent of the input");
-    apply->callback([request, &session] {
-        request->input = request->settings.back();
-        request->settings.pop_back();
-        Apply(session, *request);
-    });
+    apply
+        ->add_option("-o,--output", request->output,
+                     "picture to write, its suffix says PNG or JPEG; or folder, for results under their inputs' names")
+        ->required();
+    CLI::Option* rectangle = apply->add_option(
+        "--rect", request->rectangle, "X,Y,W,H: part of the result to write, y up; else all of it, if it has an end");
+    apply->add_flag("--keep-size", request->keepSize, "write the part inside the input's extent")->excludes(rectangle);
+    apply->footer(program.get_footer() + "\n" + kValues);
+    apply->callback([request, &session] { Apply(session, *request); });
 }

@@ -6,8 +6,8 @@
 #include <cctype>
 #include <cstdio>
 
-#include "host/errors.h"
 #include "host/program/commands.h"
+#include "host/program/error_text.h"
 
 namespace {
 
@@ -18,14 +18,12 @@ constexpr int kWrongUsage = 2;
 constexpr AddCommand* kCommands[] = {
     AddApply,
     AddRun,
+    AddList,
+    AddDescribe,
+    AddCompletion,
 };
 
-// Prints a failure as one line, whatever the text brought.
-void PrintError(std::string text) {
-    while (!text.empty() && text.back() == '\n') text.pop_back();
-    for (char& c : text) c = c == '\n' ? ' ' : c;
-    std::fprintf(stderr, "zeva: %s\n", text.c_str());
-}
+void PrintError(const std::string& text) { std::fprintf(stderr, "zeva: %s\n", text.c_str()); }
 
 // A complaint about the arguments, begun in lower case as all our messages are; the names of options keep theirs.
 std::string UsageText(std::string text) {
@@ -55,12 +53,10 @@ int RunCommandLine(int argumentCount, const char* const* arguments) {
     } catch (const CLI::RuntimeError& told) {
         return told.get_exit_code();
     } catch (const CLI::ParseError& error) {
-        PrintError(UsageText(error.what()));
+        PrintError(OneLine(UsageText(error.what())));
         return kWrongUsage;
-    } catch (const host::HostException& exception) {
-        PrintError(exception.Message().empty() ? exception.what() : exception.Message());
-    } catch (const std::exception& error) {
-        PrintError(error.what());
+    } catch (const std::exception&) {
+        PrintError(ErrorText());
     }
     return kFailed;
 }

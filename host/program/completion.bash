@@ -1,0 +1,9 @@
+# Completion for zeva in bash. In ~/.bashrc: eval "$(zeva completion)"
+_zeva() {
+    local IFS=$'\n'
+    COMPREPLY=($("$1" complete -- "${COMP_WORDS[@]:1:COMP_CWORD-1}" "$2" 2>/dev/null))
+    [[ ${COMPREPLY[0]-} == *= ]] && compopt -o nospace
+}
+# A setting KEY=VALUE is one word, and where the program has nothing to say, files are completed.
+COMP_WORDBREAKS=${COMP_WORDBREAKS//=}
+complete -o default -F _zeva zeva

@@ -1,0 +1,83 @@
+// list.cpp - "zeva list": the classes that the modules register.
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdio>
+
+#include "host/errors.h"
+#include "host/program/commands.h"
+#include "host/program/filter_name.h"
+#include "host/program/value_json.h"
+
+namespace {
+
+using host::Host;
+
+// A class in a line of the list.
+struct Row {
+    std::string shortName;  // of a filter, else empty
+    std::string className;
+    std::string displayName;
+    std::string category;
+};
+
+// The category that says what a filter is: the first of its list, without the platform's prefix.
+std::string Category(const std::string& categories) {
+    constexpr std::string_view kPrefix = "CICategory";
+    std::string first = categories.substr(0, categories.find(','));
+    return first.starts_with(kPrefix) ? first.substr(kPrefix.size()) : first;
+}
+
+Row RowOf(Host& session, const host::Class& isa) {
+    Row row = {FilterShortName(isa.Name()), isa.Name(), {}, {}};
+    if (row.shortName.empty() || !isa.IsA("CIFilterQOR")) return row;
+    const host::ObjectReference filter = session.Construct(isa.Name());
+    row.displayName = ValueJson(session, session.Get(filter.Get(), "DisplayName"));
+    row.category = Category(ValueJson(session, session.Get(filter.Get(), "Categories")));
+    return row;
+}
+
+void List(const SessionOptions& options, const std::string& category, bool all, bool json) {
+    const auto session = OpenSession(options);
+    std::vector<Row> rows;
+    for (const host::Class* isa : session->Classes().All()) {
+        session->Classes().Linked(isa->Name());
+        Row row = RowOf(*session, *isa);
+        const bool isWanted = row.shortName.empty() ? all : category.empty() || row.category == category;
+        if (isWanted) rows.push_back(std::move(row));
+    }
+    if (rows.empty() && !category.empty()) throw host::HostError("--category", "no filter is in '" + category + "'");
+    std::stable_sort(rows.begin(), rows.end(), [](const Row& a, const Row& b) { return a.category < b.category; });
+    if (json) {
+        Json list = Json::array();
+        for (const Row& row : rows) {
+            list.push_back({{"class", row.className},
+                            {"filter", row.shortName},
+                            {"displayName", row.displayName},
+                            {"category", row.category}});
+        }
+        std::printf("%s\n", list.dump(2).c_str());
+        return;
+    }
+    for (const Row& row : rows) {
+        const std::string& name = row.shortName.empty() ? row.className : row.shortName;
+        if (row.category.empty()) {
+            std::printf("%s\n", name.c_str());
+        } else {
+            std::printf("%-30s  %-20s  %s\n", name.c_str(), row.category.c_str(), row.displayName.c_str());
+        }
+    }
+}
+
+}  // namespace
+
+void AddList(CLI::App& program, const SessionOptions& session) {
+    CLI::App* list = program.add_subcommand("list", "Lists the filters: name, category, title.");
+    const auto category = std::make_shared<std::string>();
+    const auto all = std::make_shared<bool>(false);
+    const auto json = std::make_shared<bool>(false);
+    list->add_option("--category", *category, "only the filters of a category, such as Blur");
+    list->add_flag("--all", *all, "the other classes too");
+    list->add_flag("--json", *json, "as JSON");
+    list->callback([=, &session] { List(session, *category, *all, *json); });
+}
