@@ -16,11 +16,7 @@ constexpr int kWrongUsage = 2;
 
 // The commands, in the order in which the help lists them.
 constexpr AddCommand* kCommands[] = {
-    AddApply,
-    AddRun,
-    AddList,
-    AddDescribe,
-    AddCompletion,
+    AddApply, AddRun, AddList, AddDescribe, AddCompletion,
 };
 
 void PrintError(const std::string& text) { std::fprintf(stderr, "zeva: %s\n", text.c_str()); }

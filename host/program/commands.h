@@ -17,10 +17,7 @@
 using AddCommand = void(CLI::App& program, const SessionOptions& session);
 
 AddCommand AddApply;
-<<<<<<< HEAD
 AddCommand AddRun;
-=======
 AddCommand AddCompletion;
 AddCommand AddDescribe;
 AddCommand AddList;
->>>>>>> 6ebf619 (zeva apply: every kind of value, filters in a chain, many pictures in parallel; list, describe, completion)

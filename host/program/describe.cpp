@@ -168,12 +168,16 @@ const host::Class& ClassOf(Host& session, const std::string& name) {
     throw host::HostError("class " + name, "there is no such class" + host::Suggestion(name, known));
 }
 
-void Describe(const SessionOptions& options, const std::string& name, bool json) {
+void Describe(const SessionOptions& options, const std::vector<std::string>& names, bool json) {
     const auto session = OpenSession(options);
-    const Json description = ClassJson(*session, ClassOf(*session, name));
+    Json descriptions = Json::array();
+    for (const std::string& name : names) descriptions.push_back(ClassJson(*session, ClassOf(*session, name)));
     if (json) {
-        std::printf("%s\n", description.dump(2).c_str());
-    } else {
+        std::printf("%s\n", (names.size() == 1 ? descriptions[0] : descriptions).dump(2).c_str());
+        return;
+    }
+    for (const Json& description : descriptions) {
+        if (&description != &descriptions.front()) std::printf("\n");
         PrintClass(description);
     }
 }
@@ -183,10 +187,10 @@ void Describe(const SessionOptions& options, const std::string& name, bool json)
 void AddDescribe(CLI::App& program, const SessionOptions& session) {
     CLI::App* describe =
         program.add_subcommand("describe", "Tells what a class offers: properties, defaults, ranges, methods.");
-    const auto name = std::make_shared<std::string>();
+    const auto names = std::make_shared<std::vector<std::string>>();
     const auto json = std::make_shared<bool>(false);
-    describe->add_option("CLASS", *name, "a filter in any of its spellings, or any class, such as CIImageQOR")
+    describe->add_option("CLASS", *names, "a filter in any of its spellings, or any class, such as CIImageQOR")
         ->required();
-    describe->add_flag("--json", *json, "as JSON");
-    describe->callback([=, &session] { Describe(session, *name, *json); });
+    describe->add_flag("--json", *json, "as JSON: an object, or a list of them for several classes");
+    describe->callback([=, &session] { Describe(session, *names, *json); });
 }

@@ -2,6 +2,7 @@
 
 #include "host/program/setting_value.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -70,7 +71,8 @@ std::vector<double> HexComponents(const std::string& setting, std::string_view t
     std::vector<double> components;
     for (std::size_t i = 1; i < text.size(); i += 2) {
         unsigned byte = 0;
-        const auto [end, error] = std::from_chars(text.data() + i, text.data() + text.size(), byte, 16);
+        const auto [end, error] =
+            std::from_chars(text.data() + i, text.data() + std::min(i + 2, text.size()), byte, 16);
         static_cast<void>(end);
         if (error != std::errc()) break;
         components.push_back(byte / 255.0);

@@ -1,0 +1,103 @@
+"""zeva apply on many pictures: all that can be done is done, and nothing is written over by mistake."""
+
+import os
+import sys
+import unittest
+
+from zeva_program import ZevaTest, png, png_size, read_png
+
+CRASHING_MODULE = sys.argv.pop(1)
+
+
+class BatchTest(ZevaTest):
+    def photos(self, count):
+        paths = [self.folder / f"{number}.png" for number in range(count)]
+        for number, path in enumerate(paths):
+            path.write_bytes(png(8 + number, 6, (number * 9, 100, 50)))
+        return paths
+
+    def test_every_picture_goes_to_the_folder_under_its_own_name(self):
+        photos = self.photos(20)
+        told = self.assert_works("apply", "ColorInvert", *photos, "-o", "out/deep")
+        self.assertRegex(told, r"^20 of 20 pictures written to out/deep, 0 failed, [0-9.]+ s\n$")
+        written = sorted((self.folder / "out/deep").iterdir())
+        self.assertEqual([path.name for path in written], sorted(path.name for path in photos))
+        for path in written:
+            self.assertEqual(png_size(path), (8 + int(path.stem), 6))
+
+    def test_results_are_those_of_each_picture_alone(self):
+        photos = self.photos(3)
+        self.assert_works("apply", "BoxBlur", "inputRadius=3", "+", "ColorInvert", *photos, "-o", "out")
+        for photo in photos:
+            alone = self.render("BoxBlur", "inputRadius=3", "+", "ColorInvert", photo)
+            self.assertEqual(read_png(self.folder / "out" / photo.name), alone)
+
+    def test_a_broken_input_does_not_stop_the_others(self):
+        photos = self.photos(5)
+        photos[1].write_bytes(photos[1].read_bytes()[:60])
+        photos[3].unlink()
+        result = self.zeva("apply", "ColorInvert", *photos, "-o", "out")
+        self.assertEqual(result.returncode, 1)
+        self.assertRegex(result.stdout, r"^3 of 5 pictures written to out, 2 failed, ")
+        self.assertEqual(
+            sorted(result.stderr.splitlines()),
+            [
+                f"zeva: {photos[1]}: {photos[1]}: the file ends before the picture does, no image is opened",
+                f"zeva: {photos[3]}: {photos[3]}: no such file or directory, no image is opened",
+            ],
+        )
+        self.assertEqual(sorted(path.name for path in (self.folder / "out").iterdir()), ["0.png", "2.png", "4.png"])
+
+    def test_a_filter_that_does_not_exist_fails_for_each(self):
+        result = self.zeva("apply", "Xyzzy", *self.photos(3), "-o", "out")
+        self.assertEqual((result.returncode, result.stderr.count("there is no such filter")), (1, 3))
+
+    def test_two_inputs_of_one_name(self):
+        (self.folder / "a").mkdir()
+        other = self.folder / "a" / "photo.png"
+        other.write_bytes(png(3, 3))
+        self.assert_fails(
+            1,
+            f"{self.folder}/out/photo.png: {self.photo} and {other} would both go there, nothing is written",
+            *("apply", "ColorInvert", self.photo, other, "-o", f"{self.folder}/out"),
+        )
+        self.assertFalse((self.folder / "out").exists())
+
+    def test_inputs_are_never_written_over_by_a_folder(self):
+        before = self.photo.read_bytes()
+        photos = self.photos(2)
+        self.assert_fails(
+            1,
+            f"{photos[0]}: its result would be written over it, nothing is written",
+            *("apply", "ColorInvert", *photos, self.photo, "-o", self.folder),
+        )
+        self.assertEqual(self.photo.read_bytes(), before)
+
+    def test_many_inputs_need_a_folder(self):
+        self.assert_fails(
+            1,
+            f"{self.out}: 2 inputs need a folder to be written to",
+            *("apply", "ColorInvert", *self.photos(2), "-o", self.out),
+        )
+
+    def test_one_picture_may_go_to_a_folder_too(self):
+        self.assert_works("apply", "ColorInvert", self.photo, "-o", "out/")
+        self.assertEqual(png_size(self.folder / "out/photo.png"), (40, 30))
+
+    def test_a_crash_takes_one_picture_with_it(self):
+        fuse = self.folder / "fuse"
+        fuse.touch()
+        result = self.zeva(
+            *("apply", "ColorInvert", *self.photos(6), "-o", "out", "--module", CRASHING_MODULE),
+            env=os.environ | {"ZEVA_CRASH_ONCE": str(fuse)},
+        )
+        self.assertEqual(result.returncode, 1)
+        self.assertRegex(result.stdout, r"^0 of 6 pictures written to out, 6 failed, ")
+        failures = [line.split(": ", 2)[2] for line in result.stderr.splitlines()]
+        crash = "its process was ended: Aborted"
+        without_filters = "filter ColorInvert: for host version 2013.03 the module registers no filters"
+        self.assertEqual(sorted(failures), [without_filters] * 5 + [crash])
+
+
+if __name__ == "__main__":
+    unittest.main()

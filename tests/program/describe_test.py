@@ -1,0 +1,129 @@
+"""zeva list, describe and completion: what they say of the modules' classes."""
+
+import json
+import subprocess
+import unittest
+
+from zeva_program import ZEVA, ZevaTest
+
+
+class DescribeTest(ZevaTest):
+    def test_every_filter_is_listed_with_category_and_title(self):
+        lines = self.assert_works("list").splitlines()
+        self.assertEqual(len(lines), 73)
+        self.assertIn(["GaussianBlur", "Blur", "Gaussian Blur"], [line.split(maxsplit=2) for line in lines])
+
+    def test_a_list_of_one_category(self):
+        names = [line.split()[0] for line in self.assert_works("list", "--category", "Blur").splitlines()]
+        self.assertEqual(names, ["BoxBlur", "DiscBlur", "GaussianBlur"])
+        self.assert_fails(1, "--category: no filter is in 'Bluur'", "list", "--category", "Bluur")
+
+    def test_the_other_classes_are_listed_on_demand(self):
+        self.assertNotIn("CIImageQOR", self.assert_works("list").split())
+        self.assertIn("CIImageQOR", self.assert_works("list", "--all").split())
+
+    def test_a_list_as_json(self):
+        rows = json.loads(self.assert_works("list", "--json"))
+        self.assertEqual(len(rows), 73)
+        self.assertIn(
+            {
+                "class": "CIFilterBoxBlurQOR",
+                "filter": "BoxBlur",
+                "displayName": "Box Blur",
+                "category": "Blur",
+            },
+            rows,
+        )
+
+    def test_a_filter_is_described_with_defaults_and_ranges(self):
+        self.assertEqual(
+            self.assert_works("describe", "BoxBlur"),
+            """CIFilterBoxBlurQOR, a CIFilterQOR: Box Blur
+Blurs with a square: every pixel becomes the average of the pixels around it.
+
+  inputRadius  double, default 10, at least 1, mostly 1 to 100
+               The width of the square, in pixels; an even width counts as the odd one below.
+
+  outputImage  CIImageQOR
+               The result. It is a recipe: nothing is computed before the image is saved or drawn.
+
+  inputImage   CIImageQOR
+               The image to be filtered.
+
+  Constructor()
+""",
+        )
+
+    def test_each_spelling_describes_the_same(self):
+        texts = {self.assert_works("describe", name) for name in ("Bloom", "CIBloom", "CIFilterBloomQOR")}
+        self.assertEqual(len(texts), 1)
+
+    def test_every_key_of_every_filter_has_a_description(self):
+        filters = [row["filter"] for row in json.loads(self.assert_works("list", "--json"))]
+        for described in json.loads(self.assert_works("describe", "--json", *filters)):
+            self.assertTrue(described["description"].endswith("."), described["filter"])
+            for key in described["properties"]:
+                self.assertTrue(key["description"].endswith("."), (described["filter"], key["name"]))
+
+    def test_values_of_every_kind_as_json(self):
+        keys = {}
+        names = ("ColorCube", "AffineTransform", "FalseColor", "BumpDistortion")
+        for described in json.loads(self.assert_works("describe", *names, "--json")):
+            keys.update({key["name"]: key for key in described["properties"]})
+        self.assertEqual(keys["inputCubeDimension"]["default"], 2)
+        self.assertEqual(keys["inputCubeData"]["default"], {"bytes": 128})
+        self.assertEqual(keys["inputTransform"]["default"], [1, 0, 0, 1, 0, 0])
+        self.assertEqual(keys["inputCenter"]["default"], [150, 150])
+        self.assertEqual(len(keys["inputColor0"]["default"]), 4)
+        self.assertEqual(keys["inputRadius"]["type"], "double")
+
+    def test_any_class_is_described_from_its_record(self):
+        described = json.loads(self.assert_works("describe", "CIImageQOR", "--json"))
+        self.assertIn("Crop(rectangle as CIVectorQOR) as CIImageQOR", described["methods"])
+        self.assertIn("Open(path as string) as CIImageQOR", described["sharedMethods"])
+        self.assertIn(
+            {"name": "Extent", "type": "CIVectorQOR", "readOnly": True},
+            [{key: entry[key] for key in ("name", "type", "readOnly")} for entry in described["properties"]],
+        )
+        self.assertIn("  CIImageQOR.Open(path as string) as CIImageQOR", self.assert_works("describe", "CIImageQOR"))
+
+    def test_a_class_that_does_not_exist(self):
+        self.assert_fails(1, "class Bloomm: there is no such class, did you mean Bloom", "describe", "Bloomm")
+
+
+class CompletionTest(ZevaTest):
+    def complete(self, *words):
+        """What bash offers for a line of these words, the last one begun."""
+        script = f"""
+            eval "$({ZEVA} completion)"
+            COMP_WORDS=(zeva {' '.join(words)} "") COMP_CWORD={len(words)}
+            [ "${{COMP_WORDS[COMP_CWORD]}}" ] || COMP_WORDS[COMP_CWORD]=''
+            _zeva {ZEVA} "${{COMP_WORDS[COMP_CWORD]}}" 2>/dev/null
+            printf '%s\\n' "${{COMPREPLY[@]}}"
+        """
+        return subprocess.run(["bash", "-c", script], capture_output=True, text=True, timeout=60).stdout.split()
+
+    def test_commands(self):
+        self.assertEqual(self.complete("de"), ["describe"])
+
+    def test_filters(self):
+        self.assertEqual(self.complete("apply", "Gaussian"), ["GaussianBlur", "GaussianGradient"])
+        self.assertEqual(self.complete("apply", "Bloom", "+", "EdgeW"), ["EdgeWork"])
+        self.assertEqual(self.complete("describe", "Edges"), ["Edges"])
+
+    def test_keys_of_the_filter_that_is_meant(self):
+        self.assertEqual(
+            sorted(self.complete("apply", "Bloom", "input")), ["inputImage=", "inputIntensity=", "inputRadius="]
+        )
+        self.assertEqual(self.complete("apply", "Bloom", "+", "ExposureAdjust", "inputE"), ["inputEV="])
+
+    def test_options(self):
+        self.assertEqual(self.complete("apply", "--keep"), ["--keep-size"])
+        self.assertEqual(self.complete("list", "--mod"), ["--module"])
+
+    def test_nothing_where_files_stand(self):
+        self.assertEqual(self.complete("apply", "Bloom", "pho"), [])
+
+
+if __name__ == "__main__":
+    unittest.main()
