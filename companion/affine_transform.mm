@@ -1,12 +1,20 @@
 // affine_transform.mm - NSAffineTransformQOR, an affine map: x' = a x + c y + tx, y' = b x + d y + ty.
 //
-//   NSAffineTransformQOR.Make(1, 0, 0, 1, 20, 0)      A  B  C  D  TX  TY
+//   NSAffineTransformQOR.Make(1, 0, 0, 1, 20, 0)                 A  B  C  D  TX  TY
+//   NSAffineTransformQOR.Identity():Scale(2, 2):Rotate(0.5)      Translate  Concat  Inverse  Apply
+//
+// A transform never changes: each step gives a new one, which does what the one before does and then the step. Angles
+// are in radians, counterclockwise, as the filters' are.
 //
 // Numbers keep what fits the platform's number type: single precision on 32 bits.
 
-#import <Foundation/Foundation.h>
+#import <CoreImage/CoreImage.h>
 
+#include <cmath>
+
+#include "bridge/guard.h"
 #include "companion/class_record.h"
+#include "companion/host_text.h"
 #include "companion/value_object.h"
 
 namespace {
@@ -23,6 +31,72 @@ ZEVAobjectStruct* NewTransform(double a, double b, double c, double d, double tx
     return NewValueObject("NSAffineTransformQOR", transform);
 }
 
+// A new transform: first, and then one of the given elements.
+ZEVAobjectStruct* NewAfter(ZEVAobjectStruct* first, double a, double b, double c, double d, double tx, double ty) {
+    const NSAffineTransformStruct e = ElementsOf(first);
+    return NewTransform(e.m11 * a + e.m12 * c, e.m11 * b + e.m12 * d, e.m21 * a + e.m22 * c, e.m21 * b + e.m22 * d,
+                        e.tX * a + e.tY * c + tx, e.tX * b + e.tY * d + ty);
+}
+
+ZEVAobjectStruct* NewIdentity() { return NewTransform(1, 0, 0, 1, 0, 0); }
+
+ZEVAobjectStruct* Translate(ZEVAobjectStruct* self, double x, double y) { return NewAfter(self, 1, 0, 0, 1, x, y); }
+
+ZEVAobjectStruct* Scale(ZEVAobjectStruct* self, double x, double y) { return NewAfter(self, x, 0, 0, y, 0, 0); }
+
+ZEVAobjectStruct* Rotate(ZEVAobjectStruct* self, double radians) {
+    const double cosine = std::cos(radians);
+    const double sine = std::sin(radians);
+    return NewAfter(self, cosine, sine, -sine, cosine, 0, 0);
+}
+
+// Raises for nil.
+ZEVAobjectStruct* Concat(ZEVAobjectStruct* self, ZEVAobjectStruct* next) {
+    ZEVAobjectStruct* result = nullptr;
+    Guarded([&] {
+        if (WrappedIn(next) == nil) {
+            return RaiseAbout(@"NSAffineTransformQOR.Concat", @"the transform is nil", @"nothing is made");
+        }
+        const NSAffineTransformStruct e = ElementsOf(next);
+        result = NewAfter(self, e.m11, e.m12, e.m21, e.m22, e.tX, e.tY);
+    });
+    return result;
+}
+
+// Raises for a transform that takes the plane to a line or a point.
+ZEVAobjectStruct* NewInverse(ZEVAobjectStruct* self) {
+    ZEVAobjectStruct* result = nullptr;
+    Guarded([&] {
+        const NSAffineTransformStruct e = ElementsOf(self);
+        const double determinant = double{e.m11} * double{e.m22} - double{e.m12} * double{e.m21};
+        if (determinant == 0 || !std::isfinite(determinant)) {
+            return RaiseAbout(@"NSAffineTransformQOR.Inverse", @"the transform cannot be inverted", @"nothing is made");
+        }
+        const double a = e.m22 / determinant;
+        const double b = -e.m12 / determinant;
+        const double c = -e.m21 / determinant;
+        const double d = e.m11 / determinant;
+        result = NewTransform(a, b, c, d, -(e.tX * a + e.tY * c), -(e.tX * b + e.tY * d));
+    });
+    return result;
+}
+
+// Where the transform takes a point, the first two numbers of a vector; raises for nil.
+ZEVAobjectStruct* Apply(ZEVAobjectStruct* self, ZEVAobjectStruct* point) {
+    ZEVAobjectStruct* result = nullptr;
+    Guarded([&] {
+        CIVector* from = WrappedIn(point);
+        if (from == nil) return RaiseAbout(@"NSAffineTransformQOR.Apply", @"the point is nil", @"nothing is made");
+        const NSAffineTransformStruct e = ElementsOf(self);
+        const double x = [from X];
+        const double y = [from Y];
+        result =
+            NewValueObject("CIVectorQOR", [CIVector vectorWithX:static_cast<CGFloat>(x * e.m11 + y * e.m21 + e.tX)
+                                                              Y:static_cast<CGFloat>(x * e.m12 + y * e.m22 + e.tY)]);
+    });
+    return result;
+}
+
 double GetA(ZEVAobjectStruct* self) { return ElementsOf(self).m11; }
 double GetB(ZEVAobjectStruct* self) { return ElementsOf(self).m12; }
 double GetC(ZEVAobjectStruct* self) { return ElementsOf(self).m21; }
@@ -31,12 +105,22 @@ double GetTX(ZEVAobjectStruct* self) { return ElementsOf(self).tX; }
 double GetTY(ZEVAobjectStruct* self) { return ElementsOf(self).tY; }
 
 ZEVAmethod methods[] = {
-    COMPANION_METHOD("A as double", GetA),   COMPANION_METHOD("B as double", GetB),
-    COMPANION_METHOD("C as double", GetC),   COMPANION_METHOD("D as double", GetD),
-    COMPANION_METHOD("TX as double", GetTX), COMPANION_METHOD("TY as double", GetTY),
+    COMPANION_METHOD("A as double", GetA),
+    COMPANION_METHOD("B as double", GetB),
+    COMPANION_METHOD("C as double", GetC),
+    COMPANION_METHOD("D as double", GetD),
+    COMPANION_METHOD("TX as double", GetTX),
+    COMPANION_METHOD("TY as double", GetTY),
+    COMPANION_METHOD("Translate(x as double, y as double) as NSAffineTransformQOR", Translate),
+    COMPANION_METHOD("Scale(x as double, y as double) as NSAffineTransformQOR", Scale),
+    COMPANION_METHOD("Rotate(radians as double) as NSAffineTransformQOR", Rotate),
+    COMPANION_METHOD("Concat(next as NSAffineTransformQOR) as NSAffineTransformQOR", Concat),
+    COMPANION_METHOD("Inverse() as NSAffineTransformQOR", NewInverse),
+    COMPANION_METHOD("Apply(point as CIVectorQOR) as CIVectorQOR", Apply),
 };
 
 ZEVAmethod sharedMethods[] = {
+    COMPANION_METHOD("Identity() as NSAffineTransformQOR", NewIdentity),
     COMPANION_METHOD("Make(a as double, b as double, c as double, d as double, tx as double, ty as double) "
                      "as NSAffineTransformQOR",
                      NewTransform),

@@ -13,11 +13,10 @@
 
 #import <CoreImage/CoreImage.h>
 
-#include <cstring>
-
 #include "bridge/guard.h"
 #include "bridge/host_objects.h"
 #include "companion/class_record.h"
+#include "companion/host_bytes.h"
 #include "companion/host_text.h"
 #include "companion/value_object.h"
 #include "plugin/host_services.h"
@@ -67,12 +66,7 @@ ZEVAobjectStruct* TransformFrom(NSAffineTransform* transform) {
     return NewValueObject("NSAffineTransformQOR", [[transform copy] autorelease]);
 }
 
-ZEVAmemoryBlockStruct* BytesFrom(NSData* data) {
-    if ([data length] == 0) return nullptr;
-    ZEVAmemoryBlockStruct* block = ZEVANewMemoryBlockOriginal(static_cast<std::int32_t>([data length]));
-    if (block != nullptr) std::memcpy(ZEVAMemoryBlockGetPtr(block), [data bytes], [data length]);
-    return block;
-}
+ZEVAmemoryBlockStruct* BytesFrom(NSData* data) { return NewHostBlock(data); }
 
 #define DEFINE_GETTER(property, key, valueClass, typeWord, from) \
     auto Get##property(ZEVAobjectStruct* self) { return from(EntryOf(self, key, [valueClass class])); }

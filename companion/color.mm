@@ -1,12 +1,18 @@
 // color.mm - CIColorQOR, a colour: red, green, blue and alpha, not premultiplied, in sRGB.
 //
-//   CIColorQOR.RGBA(1, 0.5, 0, 1)      Red  Green  Blue  Alpha
+//   CIColorQOR.RGBA(1, 0.5, 0, 1)
+//   CIColorQOR.Hex("#ff8000")      Red  Green  Blue  Alpha  WithAlpha(0.5)  Text
 //
 // Components keep what fits the platform's number type: single precision on 32 bits.
 
 #import <CoreImage/CoreImage.h>
 
+#include <charconv>
+#include <cstring>
+
+#include "bridge/guard.h"
 #include "companion/class_record.h"
+#include "companion/host_text.h"
 #include "companion/value_object.h"
 
 namespace {
@@ -20,6 +26,46 @@ ZEVAobjectStruct* NewRGBA(double red, double green, double blue, double alpha) {
                                                         alpha:static_cast<CGFloat>(alpha)]);
 }
 
+// A colour of two digits each for red, green, blue and, when there are eight, alpha; "#" may stand in front. Raises for
+// any other text.
+ZEVAobjectStruct* NewHex(ZEVAstringStruct* digits) {
+    ZEVAobjectStruct* result = nullptr;
+    Guarded([&] {
+        NSString* text = TextOf(digits);
+        const char* first = [text UTF8String];
+        if (first != nullptr && *first == '#') ++first;
+        const std::size_t length = first != nullptr ? std::strlen(first) : 0;
+        std::uint32_t number = 0;
+        const char* end = first + length;
+        const bool isNumber = length > 0 && std::from_chars(first, end, number, 16).ptr == end;
+        if (!isNumber || (length != 6 && length != 8)) {
+            NSString* reason = [NSString
+                stringWithFormat:@"expected \"#rrggbb\" or \"#rrggbbaa\", got \"%@\"", text != nil ? text : @""];
+            return RaiseAbout(@"CIColorQOR.Hex", reason, @"no colour is made");
+        }
+        if (length == 6) number = number << 8 | 0xff;
+        const auto component = [number](int shift) { return static_cast<CGFloat>((number >> shift & 0xff) / 255.0); };
+        result = NewValueObject("CIColorQOR", [CIColor colorWithRed:component(24)
+                                                              green:component(16)
+                                                               blue:component(8)
+                                                              alpha:component(0)]);
+    });
+    return result;
+}
+
+// The same colour with another alpha.
+ZEVAobjectStruct* WithAlpha(ZEVAobjectStruct* self, double alpha) {
+    CIColor* color = ColorOf(self);
+    if (color == nil) return nullptr;
+    return NewValueObject("CIColorQOR", [CIColor colorWithRed:[color red]
+                                                        green:[color green]
+                                                         blue:[color blue]
+                                                        alpha:static_cast<CGFloat>(alpha)]);
+}
+
+// The components as the platform writes them; nil for an empty object.
+ZEVAstringStruct* GetText(ZEVAobjectStruct* self) { return NewHostString([ColorOf(self) stringRepresentation]); }
+
 double GetRed(ZEVAobjectStruct* self) { return [ColorOf(self) red]; }
 double GetGreen(ZEVAobjectStruct* self) { return [ColorOf(self) green]; }
 double GetBlue(ZEVAobjectStruct* self) { return [ColorOf(self) blue]; }
@@ -30,10 +76,13 @@ ZEVAmethod methods[] = {
     COMPANION_METHOD("Green as double", GetGreen),
     COMPANION_METHOD("Blue as double", GetBlue),
     COMPANION_METHOD("Alpha as double", GetAlpha),
+    COMPANION_METHOD("WithAlpha(alpha as double) as CIColorQOR", WithAlpha),
+    COMPANION_METHOD("Text as string", GetText),
 };
 
 ZEVAmethod sharedMethods[] = {
     COMPANION_METHOD("RGBA(red as double, green as double, blue as double, alpha as double) as CIColorQOR", NewRGBA),
+    COMPANION_METHOD("Hex(digits as string) as CIColorQOR", NewHex),
 };
 
 }  // namespace

@@ -21,3 +21,6 @@ ZEVAobjectStruct* NewHostException(const char* className, NSString* message);
 
 // Raises a RuntimeException with the message in the host; the caller then returns to the host.
 void RaiseWithMessage(NSString* message);
+
+// The same with "<what>: <reason>, <consequence>".
+void RaiseAbout(NSString* what, NSString* reason, NSString* consequence);

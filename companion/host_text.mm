@@ -55,3 +55,7 @@ void RaiseWithMessage(NSString* message) {
     ZEVARaiseException(exception);
     ZEVAUnlockObject(exception);
 }
+
+void RaiseAbout(NSString* what, NSString* reason, NSString* consequence) {
+    RaiseWithMessage([NSString stringWithFormat:@"%@: %@, %@", what, reason, consequence]);
+}

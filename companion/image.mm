@@ -1,25 +1,38 @@
-// image.mm - CIImageQOR, an image: opened from a file or made by a filter, cropped, saved.
+// image.mm - CIImageQOR, an image: opened from a file, made of bytes, of a colour or by a filter, cropped, transformed,
+// saved.
 //
-//   CIImageQOR.Open("photo.jpg")      Extent  Crop(rectangle)  Save("blurred.png")
+//   CIImageQOR.Open("photo.jpg")      Extent  Crop(rectangle)  Transform(transform)  Save("blurred.png")
 //
-// An image is a recipe; its pixels are computed when it is saved. One that was opened keeps its file's bitmap as well.
+// An image is a recipe; its pixels are computed when they are asked for (image_output.h). One that was opened keeps its
+// file's bitmap as well, as the file has it; the image itself stands upright.
 
 #import <CoreImage/CoreImage.h>
 
 #include "bridge/guard.h"
 #include "bridge/host_objects.h"
 #include "companion/class_record.h"
+#include "companion/host_bytes.h"
 #include "companion/host_text.h"
 #include "companion/image_files.h"
+#include "companion/image_output.h"
+#include "companion/rectangle.h"
 #include "companion/value_object.h"
 
 namespace {
 
 CIImage* ImageOf(ZEVAobjectStruct* self) { return WrappedIn(self); }
 
-// Raises "<path>: <reason>, <consequence>".
-void RaiseAboutFile(NSString* path, NSString* reason, NSString* consequence) {
-    RaiseWithMessage([NSString stringWithFormat:@"%@: %@, %@", path, reason, consequence]);
+// A new image object of a picture that was read, standing upright; gives the picture's bitmap to the object.
+ZEVAobjectStruct* NewImageOf(const PictureFile& picture) {
+    CIImage* image = [CIImage imageWithCGImage:picture.bitmap];
+    if (picture.orientation != 1) image = [image imageByApplyingOrientation:picture.orientation];
+    ZEVAobjectStruct* object = NewValueObject("CIImageQOR", image);
+    if (object == nullptr) {
+        CGImageRelease(picture.bitmap);
+    } else {
+        reinterpret_cast<ImageObject*>(object)->cgImage = picture.bitmap;
+    }
+    return object;
 }
 
 // Raises for a file that is missing, no picture, or broken.
@@ -28,13 +41,61 @@ ZEVAobjectStruct* Open(ZEVAstringStruct* path) {
     Guarded([&] {
         NSString* text = TextOf(path);
         if ([text length] == 0) return RaiseWithMessage(@"CIImageQOR.Open: the path is empty, no image is opened");
-        CGImageRef bitmap = nullptr;
-        NSString* reason = ReadImageFile(text, &bitmap);
-        if (reason != nil) return RaiseAboutFile(text, reason, @"no image is opened");
-        ZEVAobjectStruct* object = NewValueObject("CIImageQOR", [CIImage imageWithCGImage:bitmap]);
-        if (object == nullptr) return CGImageRelease(bitmap);
-        reinterpret_cast<ImageObject*>(object)->cgImage = bitmap;
-        result = object;
+        PictureFile picture;
+        NSString* reason = ReadImageFile(text, &picture);
+        if (reason != nil) return RaiseAbout(text, reason, @"no image is opened");
+        result = NewImageOf(picture);
+    });
+    return result;
+}
+
+// Raises for bytes that are no picture.
+ZEVAobjectStruct* NewFromData(ZEVAmemoryBlockStruct* data) {
+    ZEVAobjectStruct* result = nullptr;
+    Guarded([&] {
+        PictureFile picture;
+        NSString* reason = ReadImageData(DataOf(data), &picture);
+        if (reason != nil) return RaiseAbout(@"CIImageQOR.FromData", reason, @"no image is made");
+        result = NewImageOf(picture);
+    });
+    return result;
+}
+
+// Raises when the block has not as many bytes as the pixels need.
+ZEVAobjectStruct* NewFromPixels(ZEVAmemoryBlockStruct* pixels, std::int32_t width, std::int32_t height) {
+    ZEVAobjectStruct* result = nullptr;
+    Guarded([&] {
+        constexpr std::int32_t kBytesPerPixel = 4;
+        NSData* bytes = DataOf(pixels);
+        const std::int64_t needed = std::int64_t{width} * height * kBytesPerPixel;
+        if (width <= 0 || height <= 0 || needed != static_cast<std::int64_t>([bytes length])) {
+            return RaiseWithMessage([NSString
+                stringWithFormat:@"CIImageQOR.FromPixels: %d x %d pixels of %d bytes, got %lu bytes, no image is made",
+                                 static_cast<int>(width), static_cast<int>(height), static_cast<int>(kBytesPerPixel),
+                                 static_cast<unsigned long>([bytes length])]);
+        }
+        CGDataProviderRef provider = CGDataProviderCreateWithCFData(reinterpret_cast<CFDataRef>(bytes));
+        CGColorSpaceRef space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
+        PictureFile picture;
+        picture.bitmap =
+            CGImageCreate(static_cast<std::size_t>(width), static_cast<std::size_t>(height),
+                          /*bitsPerComponent=*/8, /*bitsPerPixel=*/8 * kBytesPerPixel,
+                          static_cast<std::size_t>(width) * kBytesPerPixel, space, kCGImageAlphaLast, provider,
+                          /*decode=*/nullptr, /*shouldInterpolate=*/true, kCGRenderingIntentDefault);
+        CGColorSpaceRelease(space);
+        CGDataProviderRelease(provider);
+        result = NewImageOf(picture);
+    });
+    return result;
+}
+
+// Raises for nil.
+ZEVAobjectStruct* NewFromColor(ZEVAobjectStruct* color) {
+    ZEVAobjectStruct* result = nullptr;
+    Guarded([&] {
+        CIColor* wrapped = WrappedIn(color);
+        if (wrapped == nil) return RaiseAbout(@"CIImageQOR.FromColor", @"the colour is nil", @"no image is made");
+        result = NewValueObject("CIImageQOR", [CIImage imageWithColor:wrapped]);
     });
     return result;
 }
@@ -53,45 +114,34 @@ ZEVAobjectStruct* GetExtent(ZEVAobjectStruct* self) {
     return result;
 }
 
-// The part inside a rectangle of four numbers; raises for a vector of another length.
+// The part inside a rectangle of four numbers; raises for a vector of another length and for nil.
 ZEVAobjectStruct* Crop(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle) {
     ZEVAobjectStruct* result = nullptr;
     Guarded([&] {
-        CIVector* vector = WrappedIn(rectangle);
-        if ([vector count] != 4) {
-            return RaiseWithMessage(
-                [NSString stringWithFormat:@"CIImageQOR.Crop: a rectangle has 4 numbers, got %u, nothing is cropped",
-                                           static_cast<unsigned>([vector count])]);
-        }
-        const CGRect rect = CGRectMake([vector X], [vector Y], [vector Z], [vector W]);
+        CGRect rect = CGRectZero;
+        NSString* reason = RectangleIn(rectangle, &rect);
+        if (reason != nil) return RaiseAbout(@"CIImageQOR.Crop", reason, @"nothing is cropped");
         result = NewValueObject("CIImageQOR", [ImageOf(self) imageByCroppingToRect:rect]);
     });
     return result;
 }
 
-// Renders the image's extent; nil or why that cannot be done. bitmap gets one reference for the caller.
-NSString* Render(CIImage* image, CGImageRef* bitmap) {
-    const CGRect extent = [image extent];
-    if (image == nil || CGRectIsEmpty(extent)) return @"the image is empty";
-    if (CGRectIsInfinite(extent)) return @"the image has no end and must be cropped first";
-    *bitmap = [[CIContext contextWithOptions:nil] createCGImage:image fromRect:extent];
-    if (*bitmap != nullptr) return nil;
-    return [NSString stringWithFormat:@"an image of %.0f x %.0f pixels cannot be rendered",
-                                      static_cast<double>(extent.size.width), static_cast<double>(extent.size.height)];
-}
-
-// Raises for an image that is empty or without end, a suffix that is not known, and a file that cannot be written.
-void Save(ZEVAobjectStruct* self, ZEVAstringStruct* path) {
+// The image under a map; raises for nil and for a map that takes the plane to a line.
+ZEVAobjectStruct* Transform(ZEVAobjectStruct* self, ZEVAobjectStruct* transform) {
+    ZEVAobjectStruct* result = nullptr;
     Guarded([&] {
-        NSString* text = TextOf(path);
-        if ([text length] == 0) return RaiseWithMessage(@"CIImageQOR.Save: the path is empty, nothing is written");
-        CGImageRef bitmap = nullptr;
-        NSString* reason = ObstacleToWriting(text);
-        if (reason == nil) reason = Render(ImageOf(self), &bitmap);
-        if (reason == nil) reason = WriteImageFile(text, bitmap);
-        CGImageRelease(bitmap);
-        if (reason != nil) RaiseAboutFile(text, reason, @"nothing is written");
+        NSString* const member = @"CIImageQOR.Transform";
+        NSAffineTransform* wrapped = WrappedIn(transform);
+        if (wrapped == nil) return RaiseAbout(member, @"the transform is nil", @"nothing is transformed");
+        const NSAffineTransformStruct map = [wrapped transformStruct];
+        CIImage* image = [ImageOf(self)
+            imageByApplyingTransform:CGAffineTransformMake(map.m11, map.m12, map.m21, map.m22, map.tX, map.tY)];
+        if (image == nil && ImageOf(self) != nil) {
+            return RaiseAbout(member, @"the transform cannot be inverted", @"nothing is transformed");
+        }
+        result = NewValueObject("CIImageQOR", image);
     });
+    return result;
 }
 
 void Finalize(ZEVAobjectStruct* self) {
@@ -103,11 +153,21 @@ void Finalize(ZEVAobjectStruct* self) {
 ZEVAmethod methods[] = {
     COMPANION_METHOD("Extent as CIVectorQOR", GetExtent),
     COMPANION_METHOD("Crop(rectangle as CIVectorQOR) as CIImageQOR", Crop),
-    COMPANION_METHOD("Save(path as string)", Save),
+    COMPANION_METHOD("Transform(transform as NSAffineTransformQOR) as CIImageQOR", Transform),
+    COMPANION_METHOD("Save(path as string)", SaveImage),
+    COMPANION_METHOD("SaveWithQuality(path as string, quality as double)", SaveImageWithQuality),
+    COMPANION_METHOD("ToPNG() as memoryblock", ImageToPNG),
+    COMPANION_METHOD("ToJPEG(quality as double) as memoryblock", ImageToJPEG),
+    COMPANION_METHOD("Pixels(rectangle as CIVectorQOR) as memoryblock", ImagePixels),
+    COMPANION_METHOD("ColorAt(x as double, y as double) as CIColorQOR", ImageColorAt),
 };
 
 ZEVAmethod sharedMethods[] = {
     COMPANION_METHOD("Open(path as string) as CIImageQOR", Open),
+    COMPANION_METHOD("FromData(data as memoryblock) as CIImageQOR", NewFromData),
+    COMPANION_METHOD("FromPixels(pixels as memoryblock, width as integer, height as integer) as CIImageQOR",
+                     NewFromPixels),
+    COMPANION_METHOD("FromColor(color as CIColorQOR) as CIImageQOR", NewFromColor),
 };
 
 }  // namespace

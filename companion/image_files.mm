@@ -12,11 +12,15 @@
 
 namespace {
 
+// The kinds of files.
+NSString* const kPNG = @"public.png";
+NSString* const kJPEG = @"public.jpeg";
+
 // The type of the picture that a path's suffix asks for; nil for a suffix that is not known.
 NSString* TypeForSuffix(NSString* path) {
     NSString* suffix = [[path pathExtension] lowercaseString];
-    if ([suffix isEqualToString:@"png"]) return @"public.png";
-    if ([suffix isEqualToString:@"jpg"] || [suffix isEqualToString:@"jpeg"]) return @"public.jpeg";
+    if ([suffix isEqualToString:@"png"]) return kPNG;
+    if ([suffix isEqualToString:@"jpg"] || [suffix isEqualToString:@"jpeg"]) return kJPEG;
     return nil;
 }
 
@@ -51,19 +55,45 @@ NSString* ReasonForStatus(CGImageSourceStatus status) {
     }
 }
 
-NSURL* URLFor(NSString* path) { return [NSURL fileURLWithPath:path]; }
+CFURLRef URLFor(NSString* path) { return reinterpret_cast<CFURLRef>([NSURL fileURLWithPath:path]); }
+
+// What is in a source, which is given back.
+NSString* ReadSource(CGImageSourceRef source, PictureFile* picture) {
+    picture->bitmap = CGImageSourceCreateImageAtIndex(source, 0, nullptr);
+    const CGImageSourceStatus status = CGImageSourceGetStatus(source);
+    NSDictionary* properties = (NSDictionary*)CGImageSourceCopyPropertiesAtIndex(source, 0, nullptr);
+    NSNumber* orientation = [properties objectForKey:(id)kCGImagePropertyOrientation];
+    if (orientation != nil) picture->orientation = [orientation intValue];
+    [properties release];
+    CFRelease(source);
+    return picture->bitmap == nullptr ? ReasonForStatus(status) : nil;
+}
+
+// Gives a destination its picture and has it written; gives the destination back. False also for no destination.
+bool Write(CGImageDestinationRef destination, CGImageRef image, NSNumber* quality) {
+    if (destination == nullptr) return false;
+    NSDictionary* properties = nil;
+    if (quality != nil) {
+        properties = [NSDictionary dictionaryWithObject:quality forKey:(id)kCGImageDestinationLossyCompressionQuality];
+    }
+    CGImageDestinationAddImage(destination, image, (CFDictionaryRef)properties);
+    const bool isWritten = CGImageDestinationFinalize(destination);
+    CFRelease(destination);
+    return isWritten;
+}
 
 }  // namespace
 
-NSString* ReadImageFile(NSString* path, CGImageRef* image) {
+NSString* ReadImageFile(NSString* path, PictureFile* picture) {
     NSString* obstacle = ObstacleToReading(path);
     if (obstacle != nil) return obstacle;
-    CGImageSourceRef source = CGImageSourceCreateWithURL(reinterpret_cast<CFURLRef>(URLFor(path)), nullptr);
-    if (source == nullptr) return @"the file cannot be read";
-    *image = CGImageSourceCreateImageAtIndex(source, 0, nullptr);
-    const CGImageSourceStatus status = CGImageSourceGetStatus(source);
-    CFRelease(source);
-    return *image == nullptr ? ReasonForStatus(status) : nil;
+    CGImageSourceRef source = CGImageSourceCreateWithURL(URLFor(path), nullptr);
+    return source != nullptr ? ReadSource(source, picture) : @"the file cannot be read";
+}
+
+NSString* ReadImageData(NSData* data, PictureFile* picture) {
+    if (data == nil) return @"there are no bytes";
+    return ReadSource(CGImageSourceCreateWithData(reinterpret_cast<CFDataRef>(data), nullptr), picture);
 }
 
 NSString* ObstacleToWriting(NSString* path) {
@@ -78,12 +108,18 @@ NSString* ObstacleToWriting(NSString* path) {
     return access(written, W_OK) != 0 ? SystemReason() : nil;
 }
 
-NSString* WriteImageFile(NSString* path, CGImageRef image) {
-    CGImageDestinationRef destination = CGImageDestinationCreateWithURL(
-        reinterpret_cast<CFURLRef>(URLFor(path)), reinterpret_cast<CFStringRef>(TypeForSuffix(path)), 1, nullptr);
-    if (destination == nullptr) return @"writing failed";
-    CGImageDestinationAddImage(destination, image, nullptr);
-    const bool isWritten = CGImageDestinationFinalize(destination);
-    CFRelease(destination);
-    return isWritten ? nil : @"writing failed";
+NSString* WriteImageFile(NSString* path, CGImageRef image, NSNumber* quality) {
+    CFStringRef type = reinterpret_cast<CFStringRef>(TypeForSuffix(path));
+    CGImageDestinationRef destination = CGImageDestinationCreateWithURL(URLFor(path), type, 1, nullptr);
+    return Write(destination, image, quality) ? nil : @"writing failed";
+}
+
+NSString* EncodeImage(CGImageRef image, NSNumber* quality, NSData** file) {
+    NSMutableData* data = [NSMutableData data];
+    CFStringRef type = reinterpret_cast<CFStringRef>(quality != nil ? kJPEG : kPNG);
+    CGImageDestinationRef destination =
+        CGImageDestinationCreateWithData(reinterpret_cast<CFMutableDataRef>(data), type, 1, nullptr);
+    if (!Write(destination, image, quality)) return @"it is too large for this kind of file";
+    *file = data;
+    return nil;
 }

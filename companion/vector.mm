@@ -2,7 +2,7 @@
 //
 //   CIVectorQOR.Point(150, 150)
 //   CIVectorQOR.Rectangle(0, 0, 640, 480)
-//   CIVectorQOR.FromNumbers("0 0.25 0, 0.25 1 0.25, 0 0.25 0")      Count  ValueAt(index)
+//   CIVectorQOR.FromNumbers("0 0.25 0, 0.25 1 0.25, 0 0.25 0")      Count  ValueAt(index)  X  Y  Width  Height  Text
 //
 // Numbers keep what fits the platform's number type: single precision on 32 bits.
 
@@ -74,9 +74,22 @@ double ValueAt(ZEVAobjectStruct* self, std::int32_t index) {
     return result;
 }
 
+// The numbers by name, 0 for those that are missing. The third and fourth have two names: as coordinates and as the
+// size of a rectangle.
+double GetX(ZEVAobjectStruct* self) { return [VectorOf(self) X]; }
+double GetY(ZEVAobjectStruct* self) { return [VectorOf(self) Y]; }
+double GetZ(ZEVAobjectStruct* self) { return [VectorOf(self) Z]; }
+double GetW(ZEVAobjectStruct* self) { return [VectorOf(self) W]; }
+
+// The numbers as the platform writes them; nil for an empty object.
+ZEVAstringStruct* GetText(ZEVAobjectStruct* self) { return NewHostString([VectorOf(self) stringRepresentation]); }
+
 ZEVAmethod methods[] = {
-    COMPANION_METHOD("Count as integer", GetCount),
-    COMPANION_METHOD("ValueAt(index as integer) as double", ValueAt),
+    COMPANION_METHOD("Count as integer", GetCount), COMPANION_METHOD("ValueAt(index as integer) as double", ValueAt),
+    COMPANION_METHOD("X as double", GetX),          COMPANION_METHOD("Y as double", GetY),
+    COMPANION_METHOD("Z as double", GetZ),          COMPANION_METHOD("W as double", GetW),
+    COMPANION_METHOD("Width as double", GetZ),      COMPANION_METHOD("Height as double", GetW),
+    COMPANION_METHOD("Text as string", GetText),
 };
 
 ZEVAmethod sharedMethods[] = {

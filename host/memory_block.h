@@ -2,6 +2,10 @@
 //
 // The size never changes. The bytes are zero at first and belong to the object; whoever holds a reference may read and
 // write them.
+//
+//   MemoryBlock.FromBytes("...")      Size  Bytes
+//
+// Programs see the bytes as strings, which are copies.
 // Threads: the host's thread.
 
 #pragma once

@@ -163,6 +163,26 @@ CIImage* ImageOutOfSource(CGImageSourceRef source) {
     return [CIImage imageOwningHandle:core_image::MakeTransformed([self handle], numbers)];
 }
 
+- (CIImage*)imageByApplyingOrientation:(int)orientation {
+    const CGRect extent = [self extent];
+    const CGFloat left = extent.origin.x, right = left + extent.size.width;
+    const CGFloat bottom = extent.origin.y, top = bottom + extent.size.height;
+    // clang-format off
+    const CGAffineTransform transforms[] = {
+        // a   b   c   d    tx       ty
+        {  1,  0,  0,  1,  -left,   -bottom },
+        { -1,  0,  0,  1,   right,  -bottom },
+        { -1,  0,  0, -1,   right,   top    },
+        {  1,  0,  0, -1,  -left,    top    },
+        {  0, -1, -1,  0,   top,     right  },
+        {  0, -1,  1,  0,  -bottom,  right  },
+        {  0,  1,  1,  0,  -bottom, -left   },
+        {  0,  1, -1,  0,   top,    -left   },
+    };
+    // clang-format on
+    return [self imageByApplyingTransform:transforms[orientation >= 1 && orientation <= 8 ? orientation - 1 : 0]];
+}
+
 - (NSString*)description {
     const CGRect extent = [self extent];
     return [NSString stringWithFormat:@"<CIImage %p extent [%g %g %g %g]>", (void*)self, (double)extent.origin.x,

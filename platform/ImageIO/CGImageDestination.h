@@ -1,10 +1,10 @@
-// CGImageDestination.h - images into files: PNG and JPEG.
+// CGImageDestination.h - images into files and into memory: PNG and JPEG.
 //
 // A destination takes one image and writes it when it is finalized; until then nothing is written. A PNG keeps alpha, straight;
 // a JPEG has none, so transparent places become white, as on paper.
 //
 // Ownership: Create gives one reference, to be given back with CFRelease; images are retained until then.
-// Failure:   finalizing answers false, and a file that was there stays as it was.
+// Failure:   finalizing answers false, and a file that was there, or the data, stays as it was.
 // Threads:   a destination is used by one thread at a time.
 
 #pragma once
@@ -20,6 +20,10 @@ CG_EXTERN const CFStringRef kCGImageDestinationLossyCompressionQuality;
 // than 1. Options are not used.
 CG_EXTERN CGImageDestinationRef CGImageDestinationCreateWithURL(CFURLRef url, CFStringRef type, size_t count,
                                                                 CFDictionaryRef options);
+
+// The same for a data object, which is retained and to which the file's bytes are appended.
+CG_EXTERN CGImageDestinationRef CGImageDestinationCreateWithData(CFMutableDataRef data, CFStringRef type, size_t count,
+                                                                 CFDictionaryRef options);
 
 // Gives the image to write; a second one and null are ignored.
 CG_EXTERN void CGImageDestinationAddImage(CGImageDestinationRef destination, CGImageRef image,

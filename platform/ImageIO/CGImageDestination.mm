@@ -1,4 +1,4 @@
-// CGImageDestination.mm - an image encoded in memory and written in one piece.
+// CGImageDestination.mm - an image encoded in memory, and written or handed over in one piece.
 
 #import <Foundation/Foundation.h>
 #include <ImageIO/CGImageDestination.h>
@@ -13,7 +13,8 @@ const CFStringRef kCGImageDestinationLossyCompressionQuality = CFSTR("kCGImageDe
 // A destination as an object: where to, and what.
 @interface CGImageDestinationObject : NSObject {
   @public
-    NSURL* _url;
+    NSURL* _url;  // one of the two
+    NSMutableData* _data;
     BOOL _isJPEG;
     CGImageRef _image;
     double _quality;
@@ -24,6 +25,7 @@ const CFStringRef kCGImageDestinationLossyCompressionQuality = CFSTR("kCGImageDe
 
 - (void)dealloc {
     [_url release];
+    [_data release];
     CGImageRelease(_image);
     [super dealloc];
 }
@@ -35,6 +37,16 @@ namespace {
 NSString* const kTypePNG = @"public.png";
 NSString* const kTypeJPEG = @"public.jpeg";
 constexpr double kDefaultQuality = 0.9;
+
+// Puts an encoded file where it is wanted and answers whether that succeeded.
+bool Put(CGImageDestinationObject* destination, const image_io::EncodedFile& file) {
+    if (destination->_data != nil) {
+        [destination->_data appendBytes:file.bytes length:file.length];
+        return true;
+    }
+    return [destination->_url isFileURL] &&
+           image_io::WriteFile([[destination->_url path] fileSystemRepresentation], file.bytes, file.length);
+}
 
 // Writes the file of an image and answers whether that succeeded.
 bool Write(CGImageDestinationObject* destination) {
@@ -51,21 +63,32 @@ bool Write(CGImageDestinationObject* destination) {
     image_io::EncodedFile file;
     const bool complete = destination->_isJPEG ? image_io::EncodeJPEG(pixels, destination->_quality, &file)
                                                : image_io::EncodePNG(pixels, &file);
-    const bool isWritten =
-        complete && [destination->_url isFileURL] &&
-        image_io::WriteFile([[destination->_url path] fileSystemRepresentation], file.bytes, file.length);
+    const bool isWritten = complete && Put(destination, file);
     std::free(file.bytes);
     return isWritten;
+}
+
+// A destination for one image of a type; nil for another type or count.
+CGImageDestinationObject* NewDestination(CFStringRef type, size_t count) {
+    const BOOL isJPEG = [kTypeJPEG isEqual:(id)type];
+    if (count != 1 || !(isJPEG || [kTypePNG isEqual:(id)type])) return nil;
+    CGImageDestinationObject* destination = [[CGImageDestinationObject alloc] init];
+    destination->_isJPEG = isJPEG;
+    return destination;
 }
 
 }  // namespace
 
 CGImageDestinationRef CGImageDestinationCreateWithURL(CFURLRef url, CFStringRef type, size_t count, CFDictionaryRef) {
-    const BOOL isJPEG = [kTypeJPEG isEqual:(id)type];
-    if (url == nullptr || count != 1 || !(isJPEG || [kTypePNG isEqual:(id)type])) return nullptr;
-    CGImageDestinationObject* destination = [[CGImageDestinationObject alloc] init];
-    destination->_url = [(NSURL*)url retain];
-    destination->_isJPEG = isJPEG;
+    CGImageDestinationObject* destination = url != nullptr ? NewDestination(type, count) : nil;
+    if (destination != nil) destination->_url = [(NSURL*)url retain];
+    return (CGImageDestinationRef)destination;
+}
+
+CGImageDestinationRef CGImageDestinationCreateWithData(CFMutableDataRef data, CFStringRef type, size_t count,
+                                                       CFDictionaryRef) {
+    CGImageDestinationObject* destination = data != nullptr ? NewDestination(type, count) : nil;
+    if (destination != nil) destination->_data = [(NSMutableData*)data retain];
     return (CGImageDestinationRef)destination;
 }
 

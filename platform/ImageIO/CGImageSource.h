@@ -37,6 +37,14 @@ CG_EXTERN size_t CGImageSourceGetCount(CGImageSourceRef source);
 // What became of reading.
 CG_EXTERN CGImageSourceStatus CGImageSourceGetStatus(CGImageSourceRef source);
 
-// The image, with one reference for the caller; null for an index other than 0, or when the status is not
+// The property of an image that says which way up it was taken: an NSNumber, 1 (upright) to 8, in the numbers of Exif.
+CG_EXTERN const CFStringRef kCGImagePropertyOrientation;
+
+// What the file says of the image, with one reference for the caller: the orientation, when there is one. The pixels are not
+// decoded for it. Null for an index other than 0. Options are not used.
+CG_EXTERN CFDictionaryRef CGImageSourceCopyPropertiesAtIndex(CGImageSourceRef source, size_t index,
+                                                             CFDictionaryRef options);
+
+// The image as it is stored, with one reference for the caller; null for an index other than 0, or when the status is not
 // kCGImageStatusComplete. Options are not used.
 CG_EXTERN CGImageRef CGImageSourceCreateImageAtIndex(CGImageSourceRef source, size_t index, CFDictionaryRef options);

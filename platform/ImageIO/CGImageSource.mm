@@ -5,6 +5,9 @@
 
 #include "decode.h"
 #include "files.h"
+#include "orientation.h"
+
+const CFStringRef kCGImagePropertyOrientation = CFSTR("Orientation");
 
 // A source as an object: the bytes, and what they became.
 @interface CGImageSourceObject : NSObject {
@@ -93,4 +96,15 @@ CGImageSourceStatus CGImageSourceGetStatus(CGImageSourceRef source) {
 
 CGImageRef CGImageSourceCreateImageAtIndex(CGImageSourceRef source, size_t index, CFDictionaryRef) {
     return source == nullptr || index != 0 ? nullptr : CGImageRetain(Decoded(source)->_image);
+}
+
+CFDictionaryRef CGImageSourceCopyPropertiesAtIndex(CGImageSourceRef source, size_t index, CFDictionaryRef) {
+    if (source == nullptr || index != 0) return nullptr;
+    NSData* data = ((CGImageSourceObject*)source)->_data;
+    const int orientation = image_io::OrientationOf(static_cast<const std::uint8_t*>([data bytes]), [data length]);
+    NSMutableDictionary* properties = [[NSMutableDictionary alloc] init];
+    if (orientation != 0) {
+        [properties setObject:[NSNumber numberWithInt:orientation] forKey:(id)kCGImagePropertyOrientation];
+    }
+    return (CFDictionaryRef)properties;
 }

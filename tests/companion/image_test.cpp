@@ -97,7 +97,7 @@ TEST_F(ImageTest, ARectangleHasFourNumbers) {
               "RuntimeException: CIImageQOR.Crop: a rectangle has 4 numbers, got 2, nothing is cropped");
     const Value nil[] = {Value()};
     EXPECT_EQ(TextOfError([&] { host.Call(image.Get(), "Crop", nil); }),
-              "RuntimeException: CIImageQOR.Crop: a rectangle has 4 numbers, got 0, nothing is cropped");
+              "RuntimeException: CIImageQOR.Crop: the rectangle is nil, nothing is cropped");
 }
 
 TEST_F(ImageTest, ASavedPngHasTheSamePixels) {

@@ -69,6 +69,24 @@ TEST_F(ImageDestinationTest, QualityMakesAJPEGLarger) {
     EXPECT_LT(sizeAt(0.1), sizeAt(0.9));
 }
 
+TEST_F(ImageDestinationTest, AFileInMemoryIsTheSameAsOnDisk) {
+    CIImage* image = ImageOfBytes(16, 16, VariedBytes(16, 16));
+    ASSERT_TRUE(Write(image, CFSTR("public.png")));
+    CGImageRef bitmap = [[CIContext contextWithOptions:nil] createCGImage:image fromRect:[image extent]];
+    NSMutableData* data = [NSMutableData data];
+    CGImageDestinationRef destination =
+        CGImageDestinationCreateWithData((CFMutableDataRef)data, CFSTR("public.png"), 1, nullptr);
+    EXPECT_EQ([data retainCount], 2u);
+    CGImageDestinationAddImage(destination, bitmap, nullptr);
+    EXPECT_TRUE(CGImageDestinationFinalize(destination));
+    CFRelease(destination);
+    CGImageRelease(bitmap);
+    EXPECT_TRUE([data isEqual:[NSData dataWithContentsOfURL:url]]);
+    EXPECT_EQ([data retainCount], 1u);
+    EXPECT_EQ(CGImageDestinationCreateWithData(nullptr, CFSTR("public.png"), 1, nullptr), nullptr);
+    EXPECT_EQ(CGImageDestinationCreateWithData((CFMutableDataRef)data, CFSTR("public.gif"), 1, nullptr), nullptr);
+}
+
 TEST_F(ImageDestinationTest, AFileIsReplacedWholeAndNothingStaysBesideIt) {
     [[NSFileManager defaultManager] createDirectoryAtPath:path
                               withIntermediateDirectories:YES

@@ -223,4 +223,55 @@ TEST(ImageSourceTest, MissingFileGivesNoSource) {
     EXPECT_EQ(CGImageSourceCreateWithData(nullptr, nullptr), nullptr);
 }
 
+// The orientation that a file names; -1 when it names none.
+int OrientationOf(const FileBytes& file) {
+    NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
+    NSData* data = [NSData dataWithBytes:file.data() length:file.size()];
+    CGImageSourceRef source = CGImageSourceCreateWithData((CFDataRef)data, nullptr);
+    NSDictionary* properties = (NSDictionary*)CGImageSourceCopyPropertiesAtIndex(source, 0, nullptr);
+    NSNumber* orientation = [properties objectForKey:(id)kCGImagePropertyOrientation];
+    const int result = orientation == nil ? -1 : [orientation intValue];
+    [properties release];
+    CFRelease(source);
+    [pool release];
+    return result;
+}
+
+// A JPEG with an Exif segment in front of everything else, whose second entry is the orientation.
+FileBytes JPEGTaken(std::uint8_t orientation) {
+    const FileBytes exif = {0xff, 0xe1, 0,   52,                                      // the segment and its length
+                            'E',  'x',  'i', 'f', 0, 0,                               //
+                            'M',  'M',  0,   42,  0, 0, 0, 10, 0, 0,                  // the header; two bytes unused
+                            0,    2,                                                  // two entries
+                            1,    0,    0,   4,   0, 0, 0, 1,  0, 0,           0, 8,  // the width
+                            1,    0x12, 0,   3,   0, 0, 0, 1,  0, orientation, 0, 0,  //
+                            0,    0,    0,   0,   0, 0, 0, 0};
+    FileBytes file = JPEG(JCS_RGB, 3);
+    file.insert(file.begin() + 2, exif.begin(), exif.end());
+    return file;
+}
+
+TEST(ImageSourceTest, TheOrientationOfAJPEGIsRead) {
+    EXPECT_EQ(OrientationOf(JPEGTaken(6)), 6);
+    EXPECT_EQ(OrientationOf(JPEGTaken(1)), 1);
+    EXPECT_EQ(OrientationOf(JPEGTaken(0)), -1);
+    EXPECT_EQ(OrientationOf(JPEGTaken(9)), -1);
+    EXPECT_EQ(OrientationOf(JPEG(JCS_RGB, 3)), -1);
+    EXPECT_EQ(OrientationOf(SmallPNG().bytes()), -1);
+    EXPECT_EQ(Decode(JPEGTaken(6)).status, kCGImageStatusComplete);
+    EXPECT_EQ(CGImageSourceCopyPropertiesAtIndex(nullptr, 0, nullptr), nullptr);
+}
+
+TEST(ImageSourceTest, AnExifBlockMayEndAnywhereAndSayAnything) {
+    const FileBytes whole = JPEGTaken(6);
+    for (std::size_t length = 0; length < 48; ++length) {
+        EXPECT_EQ(OrientationOf({whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length)}), -1) << length;
+        for (const std::uint8_t byte : {0, 255}) {
+            FileBytes wrong = whole;
+            wrong[length] = byte;
+            OrientationOf(wrong);
+        }
+    }
+}
+
 }  // namespace

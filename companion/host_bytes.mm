@@ -1,0 +1,21 @@
+// host_bytes.mm - blocks in and out.
+
+#include "companion/host_bytes.h"
+
+#include <cstring>
+
+#include "plugin/host_services.h"
+
+NSData* DataOf(ZEVAmemoryBlockStruct* block) {
+    const void* bytes = block != nullptr ? ZEVAMemoryBlockGetPtr(block) : nullptr;
+    if (bytes == nullptr) return nil;
+    return [NSData dataWithBytes:bytes length:static_cast<NSUInteger>(ZEVAMemoryBlockGetSize(block))];
+}
+
+ZEVAmemoryBlockStruct* NewHostBlock(NSData* data) {
+    constexpr NSUInteger kMostBytes = INT32_MAX;
+    if ([data length] == 0 || [data length] > kMostBytes) return nullptr;
+    ZEVAmemoryBlockStruct* block = ZEVANewMemoryBlockOriginal(static_cast<std::int32_t>([data length]));
+    if (block != nullptr) std::memcpy(ZEVAMemoryBlockGetPtr(block), [data bytes], [data length]);
+    return block;
+}

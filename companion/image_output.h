@@ -1,0 +1,24 @@
+// image_output.h - what comes out of an image when it is rendered: files, bytes, colours. Members of CIImageQOR.
+//
+// Failure: each raises for an image that is empty or without end, and for one too large to render.
+// Threads: the host's thread.
+
+#pragma once
+
+#include "plugin/zeva.h"
+
+// Save(path as string) and SaveWithQuality(path as string, quality as double): the picture in a file, PNG or JPEG by
+// the suffix. Raises for another suffix, for a quality outside 0...1 and for what cannot be written.
+void SaveImage(ZEVAobjectStruct* self, ZEVAstringStruct* path);
+void SaveImageWithQuality(ZEVAobjectStruct* self, ZEVAstringStruct* path, double quality);
+
+// ToPNG() and ToJPEG(quality as double): the bytes of such a file.
+ZEVAmemoryBlockStruct* ImageToPNG(ZEVAobjectStruct* self);
+ZEVAmemoryBlockStruct* ImageToJPEG(ZEVAobjectStruct* self, double quality);
+
+// Pixels(rectangle as CIVectorQOR): the pixels of a rectangle, which is rounded outward to whole pixels: straight RGBA,
+// a byte each, in sRGB, the topmost row first. Places where the image is not are transparent.
+ZEVAmemoryBlockStruct* ImagePixels(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle);
+
+// ColorAt(x as double, y as double): the colour of the pixel that holds a point.
+ZEVAobjectStruct* ImageColorAt(ZEVAobjectStruct* self, double x, double y);

@@ -1,0 +1,147 @@
+// image_output.mm - rendering, and what is made of the pixels.
+
+#include "companion/image_output.h"
+
+#import <CoreImage/CoreImage.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "bridge/guard.h"
+#include "companion/host_bytes.h"
+#include "companion/host_text.h"
+#include "companion/image_files.h"
+#include "companion/rectangle.h"
+#include "companion/value_object.h"
+
+namespace {
+
+constexpr std::size_t kComponents = 4;
+
+// Renders the image's extent; nil or why that cannot be done. bitmap gets one reference for the caller.
+NSString* Render(CIImage* image, CGImageRef* bitmap) {
+    const CGRect extent = [image extent];
+    if (image == nil || CGRectIsEmpty(extent)) return @"the image is empty";
+    if (CGRectIsInfinite(extent)) return @"the image has no end and must be cropped first";
+    *bitmap = [[CIContext contextWithOptions:nil] createCGImage:image fromRect:extent];
+    if (*bitmap != nullptr) return nil;
+    return [NSString stringWithFormat:@"an image of %.0f x %.0f pixels cannot be rendered",
+                                      static_cast<double>(extent.size.width), static_cast<double>(extent.size.height)];
+}
+
+// Why a quality is none; nil for one of 0 to 1, and for no number.
+NSString* ObstacleInQuality(NSNumber* quality) {
+    const double value = [quality doubleValue];
+    if (value >= 0 && value <= 1) return nil;
+    return [NSString stringWithFormat:@"the quality %g is outside 0...1", value];
+}
+
+void Save(ZEVAobjectStruct* self, ZEVAstringStruct* path, NSNumber* quality, NSString* member) {
+    NSString* text = TextOf(path);
+    if ([text length] == 0) return RaiseAbout(member, @"the path is empty", @"nothing is written");
+    CGImageRef bitmap = nullptr;
+    NSString* reason = ObstacleInQuality(quality);
+    if (reason == nil) reason = ObstacleToWriting(text);
+    if (reason == nil) reason = Render(WrappedIn(self), &bitmap);
+    if (reason == nil) reason = WriteImageFile(text, bitmap, quality);
+    CGImageRelease(bitmap);
+    if (reason != nil) RaiseAbout(text, reason, @"nothing is written");
+}
+
+ZEVAmemoryBlockStruct* Encoded(ZEVAobjectStruct* self, NSNumber* quality, NSString* member) {
+    CGImageRef bitmap = nullptr;
+    NSData* file = nil;
+    NSString* reason = ObstacleInQuality(quality);
+    if (reason == nil) reason = Render(WrappedIn(self), &bitmap);
+    if (reason == nil) reason = EncodeImage(bitmap, quality, &file);
+    CGImageRelease(bitmap);
+    if (reason != nil) RaiseAbout(member, reason, @"no bytes are made");
+    return NewHostBlock(file);
+}
+
+// Renders a rectangle, of whole pixels and bounded, to straight components in sRGB as floats; nil when that takes too
+// much memory.
+NSMutableData* StraightComponents(CIImage* image, CGRect rectangle) {
+    const double pixels = static_cast<double>(rectangle.size.width) * static_cast<double>(rectangle.size.height);
+    constexpr double kMostPixels = INT32_MAX / (kComponents * sizeof(float));
+    if (pixels > kMostPixels) return nil;
+    const std::size_t count = static_cast<std::size_t>(pixels) * kComponents;
+    NSMutableData* data = [NSMutableData dataWithLength:count * sizeof(float)];
+    auto* components = static_cast<float*>([data mutableBytes]);
+    const auto rowBytes =
+        static_cast<std::ptrdiff_t>(rectangle.size.width) * static_cast<std::ptrdiff_t>(kComponents * sizeof(float));
+    CGColorSpaceRef space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
+    [[CIContext contextWithOptions:nil] render:image
+                                      toBitmap:components
+                                      rowBytes:rowBytes
+                                        bounds:rectangle
+                                        format:kCIFormatRGBAf
+                                    colorSpace:space];
+    CGColorSpaceRelease(space);
+    for (std::size_t i = 0; i < count; i += kComponents) {
+        const float alpha = components[i + 3];
+        const float factor = alpha > 0 ? 1 / alpha : 0;
+        for (std::size_t c = 0; c < 3; ++c) components[i + c] *= factor;
+    }
+    return data;
+}
+
+}  // namespace
+
+void SaveImage(ZEVAobjectStruct* self, ZEVAstringStruct* path) {
+    Guarded([&] { Save(self, path, nil, @"CIImageQOR.Save"); });
+}
+
+void SaveImageWithQuality(ZEVAobjectStruct* self, ZEVAstringStruct* path, double quality) {
+    Guarded([&] { Save(self, path, [NSNumber numberWithDouble:quality], @"CIImageQOR.SaveWithQuality"); });
+}
+
+ZEVAmemoryBlockStruct* ImageToPNG(ZEVAobjectStruct* self) {
+    ZEVAmemoryBlockStruct* result = nullptr;
+    Guarded([&] { result = Encoded(self, nil, @"CIImageQOR.ToPNG"); });
+    return result;
+}
+
+ZEVAmemoryBlockStruct* ImageToJPEG(ZEVAobjectStruct* self, double quality) {
+    ZEVAmemoryBlockStruct* result = nullptr;
+    Guarded([&] { result = Encoded(self, [NSNumber numberWithDouble:quality], @"CIImageQOR.ToJPEG"); });
+    return result;
+}
+
+ZEVAmemoryBlockStruct* ImagePixels(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle) {
+    ZEVAmemoryBlockStruct* result = nullptr;
+    Guarded([&] {
+        NSString* const member = @"CIImageQOR.Pixels";
+        CGRect rect = CGRectZero;
+        NSString* reason = RectangleIn(rectangle, &rect);
+        if (reason != nil) return RaiseAbout(member, reason, @"no pixels are read");
+        rect = CGRectIntegral(rect);
+        if (CGRectIsEmpty(rect)) return RaiseAbout(member, @"the rectangle is empty", @"no pixels are read");
+        NSData* components = StraightComponents(WrappedIn(self), rect);
+        if (components == nil) return RaiseAbout(member, @"the rectangle is too large", @"no pixels are read");
+        const auto* floats = static_cast<const float*>([components bytes]);
+        NSMutableData* pixels = [NSMutableData dataWithLength:[components length] / sizeof(float)];
+        std::transform(
+            floats, floats + [pixels length], static_cast<std::uint8_t*>([pixels mutableBytes]),
+            [](float component) { return static_cast<std::uint8_t>(std::clamp(component, 0.0f, 1.0f) * 255 + 0.5f); });
+        result = NewHostBlock(pixels);
+    });
+    return result;
+}
+
+ZEVAobjectStruct* ImageColorAt(ZEVAobjectStruct* self, double x, double y) {
+    ZEVAobjectStruct* result = nullptr;
+    Guarded([&] {
+        if (!std::isfinite(x) || !std::isfinite(y)) {
+            return RaiseAbout(@"CIImageQOR.ColorAt", @"the point is no place", @"no colour is read");
+        }
+        const CGRect pixel = CGRectMake(static_cast<CGFloat>(std::floor(x)), static_cast<CGFloat>(std::floor(y)), 1, 1);
+        NSData* components = StraightComponents(WrappedIn(self), pixel);
+        const auto* color = static_cast<const float*>([components bytes]);
+        result = NewValueObject("CIColorQOR", [CIColor colorWithRed:color[0]
+                                                              green:color[1]
+                                                               blue:color[2]
+                                                              alpha:color[3]]);
+    });
+    return result;
+}

@@ -1,0 +1,125 @@
+// image_script_test.cpp - images as scripts use them: made of bytes and colours, moved, turned upright, written.
+
+#include "tests/companion/companion_script_test.h"
+
+namespace {
+
+TEST_F(CompanionScriptTest, PixelsComeOutAsTheyWentIn) {
+    EXPECT_EQ(Run(R"(
+        local rows = "\255\0\0\255" .. "\0\255\0\128" .. "\10\20\30\255" .. "\0\0\0\0" .. "\1\2\3\255" .. "\200\100\50\64"
+        local image = CIImageQOR.FromPixels(bytes(rows), 3, 2)
+        assert(image.Extent.Text == "[0 0 3 2]" and pixels(image) == rows)
+        assert(image:Pixels(rectangle(2, 0, 2, 1)).Bytes == "\200\100\50\64" .. "\0\0\0\0")
+        local color = image:ColorAt(1.9, 1.5)
+        assert(color.Red == 0 and near(color.Green, 1, 1e-5) and near(color.Alpha, 128 / 255, 1e-5))
+        assert(image:ColorAt(-0.5, 0).Alpha == 0)
+    )"),
+              "");
+}
+
+TEST_F(CompanionScriptTest, WhatIsNoPixelsIsRefused) {
+    EXPECT_EQ(Run(R"(
+        local function got(...) return refusal(CIImageQOR.FromPixels, ...) end
+        local rest = " pixels of 4 bytes, got 12 bytes, no image is made"
+        assert(got(bytes(("x"):rep(12)), 2, 2) == "CIImageQOR.FromPixels: 2 x 2" .. rest)
+        assert(got(bytes(("x"):rep(12)), -3, -1) == "CIImageQOR.FromPixels: -3 x -1" .. rest)
+        assert(got(nil, 0, 0) == "CIImageQOR.FromPixels: 0 x 0 pixels of 4 bytes, got 0 bytes, no image is made")
+        local image = CIImageQOR.FromColor(CIColorQOR.Hex("ffffff"))
+        local function read(...) return refusal(image.Pixels, image, ...) end
+        assert(read(nil) == "CIImageQOR.Pixels: the rectangle is nil, no pixels are read")
+        assert(read(rectangle(0, 0, 0, 5)) == "CIImageQOR.Pixels: the rectangle is empty, no pixels are read")
+        assert(read(rectangle(0, 0, 1e9, 5)) == "CIImageQOR.Pixels: the rectangle is too large, no pixels are read")
+        assert(read(image.Extent) == "CIImageQOR.Pixels: the rectangle is too large, no pixels are read")
+        assert(refusal(image.ColorAt, image, 0 / 0, 0) == "CIImageQOR.ColorAt: the point is no place, no colour is read")
+        assert(refusal(CIImageQOR.FromColor, nil) == "CIImageQOR.FromColor: the colour is nil, no image is made")
+    )"),
+              "");
+}
+
+TEST_F(CompanionScriptTest, FilesInMemoryHoldTheSamePicture) {
+    EXPECT_EQ(Run(R"(
+        local rows = ("\255\0\0\255" .. "\0\0\255\255"):rep(32)
+        local image = CIImageQOR.FromPixels(bytes(rows), 8, 8)
+        assert(image:ToPNG().Bytes:sub(2, 4) == "PNG" and pixels(CIImageQOR.FromData(image:ToPNG())) == rows)
+        local fine, rough = image:ToJPEG(1), image:ToJPEG(0)
+        assert(fine.Bytes:sub(1, 2) == "\xff\xd8" and rough.Size < fine.Size)
+        assert(CIImageQOR.FromData(rough).Extent.Text == "[0 0 8 8]")
+        assert(near(CIImageQOR.FromData(fine):ColorAt(4, 4).Red, 1, 0.5))
+        assert(refusal(image.ToJPEG, image, 1.5) == "CIImageQOR.ToJPEG: the quality 1.5 is outside 0...1, no bytes are made")
+        assert(refusal(CIImageQOR.FromData, bytes("hello, no picture")) == "CIImageQOR.FromData: it is no picture that " ..
+               "can be read, PNG and JPEG can, no image is made")
+        assert(refusal(CIImageQOR.FromData, nil) == "CIImageQOR.FromData: there are no bytes, no image is made")
+        local endless = CIImageQOR.FromColor(CIColorQOR.Hex("ffffff"))
+        assert(refusal(endless.ToPNG, endless) == "CIImageQOR.ToPNG: the image has no end and must be cropped first, no " ..
+               "bytes are made")
+    )"),
+              "");
+}
+
+TEST_F(CompanionScriptTest, AFileIsWrittenWithTheQualityThatIsAskedFor) {
+    EXPECT_EQ(Run(R"(
+        local folder = ...
+        local image = CIImageQOR.FromPixels(bytes(("\255\0\0\255" .. "\0\0\255\255"):rep(32)), 8, 8)
+        local function saved(quality)
+            image:SaveWithQuality(folder .. "/a.jpg", quality)
+            return io.open(folder .. "/a.jpg", "rb"):read("a")
+        end
+        assert(saved(0.1) == image:ToJPEG(0.1).Bytes and saved(0.9) == image:ToJPEG(0.9).Bytes)
+        image:Save(folder .. "/b.jpg")
+        assert(io.open(folder .. "/b.jpg", "rb"):read("a") == saved(0.9))
+        image:SaveWithQuality(folder .. "/c.png", 0)
+        assert(pixels(CIImageQOR.Open(folder .. "/c.png")) == pixels(image))
+        assert(refusal(image.SaveWithQuality, image, folder .. "/d.jpg", -1) ==
+               folder .. "/d.jpg: the quality -1 is outside 0...1, nothing is written")
+        assert(not io.open(folder .. "/d.jpg"))
+    )"),
+              "");
+}
+
+TEST_F(CompanionScriptTest, AnImageMovesUnderATransform) {
+    EXPECT_EQ(Run(R"(
+        local image = CIImageQOR.FromPixels(bytes("\255\0\0\255" .. "\0\0\255\255"), 2, 1)
+        local identity = NSAffineTransformQOR.Identity()
+        local moved = image:Transform(identity:Translate(5, -3))
+        assert(moved.Extent.Text == "[5 -3 2 1]" and pixels(moved) == pixels(image))
+        assert(image:Transform(identity:Scale(3, 2)).Extent.Text == "[0 0 6 2]")
+        assert(refusal(image.Transform, image, nil) == "CIImageQOR.Transform: the transform is nil, nothing is transformed")
+        assert(refusal(image.Transform, image, identity:Scale(1, 0)) ==
+               "CIImageQOR.Transform: the transform cannot be inverted, nothing is transformed")
+    )"),
+              "");
+}
+
+TEST_F(CompanionScriptTest, APictureStandsUprightHoweverItWasTaken) {
+    EXPECT_EQ(Run(R"(
+        local function crc(text)
+            local sum = 0xffffffff
+            for i = 1, #text do
+                sum = sum ~ text:byte(i)
+                for _ = 1, 8 do sum = (sum >> 1) ~ ((sum & 1) * 0xedb88320) end
+            end
+            return ~sum & 0xffffffff
+        end
+        local function letters(text) return (text:gsub("%u", function(c) return string.char(c:byte() * 2, 0, 9, 255) end)) end
+        local header = 8 + 25
+        local file = CIImageQOR.FromPixels(bytes(letters("ABCDEF")), 3, 2):ToPNG().Bytes
+        local function taken(orientation, order)
+            local mark = order == "<" and "II" or "MM"
+            local exif = mark .. string.pack(order .. "I2I4I2I2I2I4I2I2I4", 42, 8, 1, 0x112, 3, 1, orientation, 0, 0)
+            local chunk = string.pack(">I4", #exif) .. "eXIf" .. exif .. string.pack(">I4", crc("eXIf" .. exif))
+            return CIImageQOR.FromData(bytes(file:sub(1, header) .. chunk .. file:sub(header + 1)))
+        end
+        local upright = {"ABCDEF", "CBAFED", "FEDCBA", "DEFABC", "ADBECF", "DAEBFC", "FCEBDA", "CFBEAD"}
+        for orientation, expected in ipairs(upright) do
+            for order in ("<>"):gmatch(".") do
+                local image = taken(orientation, order)
+                assert(image.Extent.Text == (orientation < 5 and "[0 0 3 2]" or "[0 0 2 3]"))
+                assert(pixels(image) == letters(expected), orientation)
+            end
+        end
+        assert(pixels(taken(9, "<")) == letters("ABCDEF"))
+    )"),
+              "");
+}
+
+}  // namespace
