@@ -264,7 +264,7 @@ TEST(ImageSourceTest, TheOrientationOfAJPEGIsRead) {
 
 TEST(ImageSourceTest, AnExifBlockMayEndAnywhereAndSayAnything) {
     const FileBytes whole = JPEGTaken(6);
-    for (std::size_t length = 0; length < 48; ++length) {
+    for (std::size_t length = 0; length < 46; ++length) {
         EXPECT_EQ(OrientationOf({whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length)}), -1) << length;
         for (const std::uint8_t byte : {0, 255}) {
             FileBytes wrong = whole;
