@@ -9,6 +9,7 @@
 #include "blur/gaussian_weights.h"
 #include "blur/kernels.h"
 #include "blur/wide_gaussian.h"
+#include "core/window.h"
 
 namespace core_image {
 namespace {
@@ -20,9 +21,9 @@ class SmallGaussianStage : public Stage {
 
     void render(const Tile& tile) const override {
         const auto reach = static_cast<std::int64_t>(weights_.size() / 2);
-        const PixelBlock source(tile.region.grownBy(reach));
-        input_.render(source.tile());
-        const PixelBlock line(Region{source.region().x, 0, source.region().width, 1});
+        const Window window(input_, tile.region.grownBy(reach));
+        const View& source = window.view();
+        const PixelBlock line(Region{source.region.x, 0, source.region.width, 1});
         std::vector<const float*> rows(weights_.size());
         for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
             for (std::size_t k = 0; k < rows.size(); ++k)

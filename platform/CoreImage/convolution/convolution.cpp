@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "blur/kernels.h"
+#include "core/window.h"
 
 namespace core_image {
 namespace {
@@ -30,19 +31,6 @@ Region Grown(const Region& region, const Kernel& kernel) {
             region.height + 2 * kernel.reachY};
 }
 
-// Adds the bias and keeps pixels possible. Written so that what is no number becomes 0.
-void Limit(float bias, float* pixels, std::size_t count) {
-    const auto within = [](float value, float largest) {
-        value = value > 0 ? value : 0;
-        return value < largest ? value : largest;
-    };
-    for (std::size_t index = 0; index < count; ++index, pixels += kFloatsPerPixel) {
-        const float alpha = within(pixels[3] + bias, 1);
-        for (std::size_t channel = 0; channel < 3; ++channel) pixels[channel] = within(pixels[channel] + bias, alpha);
-        pixels[3] = alpha;
-    }
-}
-
 class ConvolutionStage : public Stage {
   public:
     ConvolutionStage(Prepared input, const Kernel& kernel) : input_(std::move(input)), kernel_(kernel) {
@@ -50,16 +38,16 @@ class ConvolutionStage : public Stage {
     }
 
     void render(const Tile& tile) const override {
-        const PixelBlock source(Grown(tile.region, kernel_));
-        input_.render(source.tile());
+        const Window window(input_, Grown(tile.region, kernel_));
+        const View& source = window.view();
         std::vector<const float*> rows(weights_.size());
         for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
             for (std::size_t index = 0; index < rows.size(); ++index) {
                 const Tap& tap = kernel_.taps[index];
-                rows[index] = source.row(y + tap.y) + (kernel_.reachX + tap.x) * std::int64_t{kFloatsPerPixel};
+                rows[index] = source.pixel(tile.region.x + tap.x, y + tap.y);
             }
-            SumRows(rows.data(), weights_.data(), rows.size(), tile.row(y), tile.width() * kFloatsPerPixel);
-            Limit(kernel_.bias, tile.row(y), tile.width());
+            SumRowsLimited(rows.data(), weights_.data(), rows.size(), kernel_.bias, tile.row(y),
+                           tile.width() * kFloatsPerPixel);
         }
     }
 

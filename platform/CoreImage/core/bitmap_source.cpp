@@ -58,6 +58,22 @@ class BitmapStage : public Stage {
 
     bool isPointwise() const override { return true; }
 
+    std::optional<View> held(const Region& region) const override {
+        constexpr std::size_t kAlignment = alignof(float);
+        const auto address = reinterpret_cast<std::uintptr_t>(source_.pixels);
+        if (source_.format != PixelFormat::floats || source_.transfer != Transfer::linear ||
+            (address | source_.bytesPerRow) % kAlignment != 0) {
+            return std::nullopt;
+        }
+        const auto height = static_cast<std::int64_t>(source_.height);
+        const auto floatsPerRow = static_cast<std::ptrdiff_t>(source_.bytesPerRow / sizeof(float));
+        const float* top = static_cast<const float*>(source_.pixels);
+        const View all = {{0, 0, static_cast<std::int64_t>(source_.width), height},
+                          top + static_cast<std::ptrdiff_t>(height - 1) * floatsPerRow,
+                          -floatsPerRow};
+        return all.part(region);
+    }
+
     void render(const Tile& tile) const override {
         const std::size_t pixelSize =
             source_.format == PixelFormat::bytes ? kFloatsPerPixel : kFloatsPerPixel * sizeof(float);

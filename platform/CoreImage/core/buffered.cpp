@@ -16,8 +16,10 @@ class BufferedStage : public Stage {
 
     bool isPointwise() const override { return true; }
 
+    std::optional<View> held(const Region& region) const override { return pixels_.view().part(region); }
+
     void render(const Tile& tile) const override {
-        const Tile from = pixels_.tile().part(tile.region);
+        const View from = pixels_.view().part(tile.region);
         for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
             std::memcpy(tile.row(y), from.row(y), tile.width() * kFloatsPerPixel * sizeof(float));
         }

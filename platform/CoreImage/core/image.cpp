@@ -25,6 +25,11 @@ void Prepared::render(const Tile& tile) const {
     stage_->render(tile.part(inside));
 }
 
+std::optional<View> Prepared::held(const Region& region) const {
+    if (stage_ == nullptr || Clip(region, extent_) != region) return std::nullopt;
+    return stage_->held(region);
+}
+
 Prepared Prepare(const ImageRef& image, const Region& region) {
     const Region inside = Clip(region, image->extent());
     if (inside.isEmpty()) return {};

@@ -13,6 +13,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
 #include "core/extent.h"
 #include "core/tile.h"
@@ -32,6 +33,9 @@ class Stage {
 
     // Whether a tile may be rendered in parts at no extra cost, because no pixel needs its neighbours.
     virtual bool isPointwise() const { return false; }
+
+    // The pixels of a region, where all of them stand in memory anyway; none otherwise. The region is one to render.
+    virtual std::optional<View> held(const Region&) const { return std::nullopt; }
 };
 
 // A stage together with the extent outside which it is not asked.
@@ -42,6 +46,9 @@ class Prepared {
 
     // Writes every pixel of a tile, transparent where the image is not.
     void render(const Tile& tile) const;
+
+    // The pixels of a region, where all of them stand in memory anyway; none otherwise. See window.h.
+    std::optional<View> held(const Region& region) const;
 
     const Extent& extent() const { return extent_; }
     bool isPointwise() const { return stage_ == nullptr || stage_->isPointwise(); }

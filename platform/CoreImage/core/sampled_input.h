@@ -18,6 +18,11 @@ class SampledInput {
           stepX_(stepX),
           stepY_(stepY) {}
 
+    // As of a prepared image.
+    std::optional<View> held(const Region& region) const {
+        return stepX_ == 1 && stepY_ == 1 ? prepared_.held(region) : std::nullopt;
+    }
+
     void render(const Tile& tile) const {
         if (stepX_ == 1 && stepY_ == 1) {
             prepared_.render(tile);

@@ -1,7 +1,7 @@
-// tile.h - pixels in memory: a view of some, and a block that owns some.
+// tile.h - pixels in memory: a tile of some to be written, a view of some to be read, and a block that owns some.
 //
 // A pixel is four floats: red, green, blue and alpha, linear light, premultiplied. Rows go upward, lowest y first.
-// Lifetime: a Tile borrows; a PixelBlock owns and frees.
+// Lifetime: a Tile and a View borrow; a PixelBlock owns and frees.
 // Threads:  whoever writes a tile has it alone.
 
 #pragma once
@@ -31,6 +31,24 @@ struct Tile {
     }
 };
 
+// A rectangle of pixels to be read only.
+struct View {
+    Region region;
+    const float* pixels = nullptr;    // of the lowest row's first pixel
+    std::ptrdiff_t floatsPerRow = 0;  // as in a tile
+
+    std::size_t width() const { return static_cast<std::size_t>(region.width); }
+    const float* row(std::int64_t y) const {
+        return pixels + static_cast<std::ptrdiff_t>(y - region.y) * floatsPerRow;
+    }
+    const float* pixel(std::int64_t x, std::int64_t y) const {
+        return row(y) + static_cast<std::ptrdiff_t>(x - region.x) * std::ptrdiff_t{kFloatsPerPixel};
+    }
+
+    // The part of the view that is a smaller region inside it.
+    View part(const Region& inner) const { return {inner, pixel(inner.x, inner.y), floatsPerRow}; }
+};
+
 // Memory for the pixels of a region, not cleared. Rows begin on whole cache lines.
 //
 // Blocks come and go with every tile, so their memory is kept for the next one (core/tile.cpp).
@@ -41,7 +59,8 @@ class PixelBlock {
 
     const Region& region() const { return region_; }
     Tile tile() const { return {region_, pixels_.get(), static_cast<std::ptrdiff_t>(floatsPerRow_)}; }
-    const float* row(std::int64_t y) const { return tile().row(y); }
+    View view() const { return {region_, pixels_.get(), static_cast<std::ptrdiff_t>(floatsPerRow_)}; }
+    const float* row(std::int64_t y) const { return view().row(y); }
 
   private:
     struct Free {

@@ -50,6 +50,12 @@ class MovedStage : public Stage {
 
     bool isPointwise() const override { return input_.isPointwise(); }
 
+    std::optional<View> held(const Region& region) const override {
+        std::optional<View> view = input_.held({region.x - x_, region.y - y_, region.width, region.height});
+        if (view) view->region = region;
+        return view;
+    }
+
     void render(const Tile& tile) const override {
         const Region& region = tile.region;
         input_.render({{region.x - x_, region.y - y_, region.width, region.height}, tile.pixels, tile.floatsPerRow});

@@ -77,9 +77,8 @@ HWY_INLINE void SampleCorners(const float* block, std::ptrdiff_t rowLength, cons
     }
 }
 
-HWY_ATTR void SampleTile(const PixelBlock& source, const Places& places, const Tile& out) {
-    const Region& region = source.region();
-    const Tile block = source.tile();
+HWY_ATTR void SampleTile(const View& source, const Places& places, const Tile& out) {
+    const Region& region = source.region;
     const double left = static_cast<double>(region.x), mostX = static_cast<double>(region.right() - 1);
     const double bottom = static_cast<double>(region.y), mostY = static_cast<double>(region.top() - 1);
     Corners corners;
@@ -88,7 +87,7 @@ HWY_ATTR void SampleTile(const PixelBlock& source, const Places& places, const T
             const std::size_t count = std::min(kMostAtOnce, places.rowLength() - start);
             Split(places.x(row) + start, count, left, mostX, corners.column, corners.right);
             Split(places.y(row) + start, count, bottom, mostY, corners.row, corners.above);
-            SampleCorners(block.pixels, block.floatsPerRow, corners, std::min(count, out.width() - start),
+            SampleCorners(source.pixels, source.floatsPerRow, corners, std::min(count, out.width() - start),
                           out.row(row) + start * kFloatsPerPixel);
         }
     }
@@ -138,7 +137,7 @@ Region PixelsAround(const Extent& places) {
     return {left, bottom, pixel(places.right) + 2 - left, pixel(places.top) + 2 - bottom};
 }
 
-void SampleBilinear(const PixelBlock& source, const Places& places, const Tile& out) {
+void SampleBilinear(const View& source, const Places& places, const Tile& out) {
     HWY_DYNAMIC_DISPATCH(SampleTile)(source, places, out);
 }
 

@@ -48,6 +48,6 @@ Region PixelsAround(const Extent& places);
 
 // Writes a tile: each pixel is the mean of the four that are nearest to its place, weighed by how near they are. What lies
 // outside the source is taken from its edge: a source holds all four pixels around each place, or transparent ones there.
-void SampleBilinear(const PixelBlock& source, const Places& places, const Tile& out);
+void SampleBilinear(const View& source, const Places& places, const Tile& out);
 
 }  // namespace core_image

@@ -13,6 +13,8 @@ class CropStage : public Stage {
 
     bool isPointwise() const override { return input_.isPointwise(); }
 
+    std::optional<View> held(const Region& region) const override { return input_.held(region); }
+
     void render(const Tile& tile) const override { input_.render(tile); }
 
   private:

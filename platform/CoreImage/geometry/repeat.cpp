@@ -110,6 +110,8 @@ class ClampedStage : public Stage {
   public:
     ClampedStage(Prepared input, const Region& all) : input_(std::move(input)), all_(all) {}
 
+    std::optional<View> held(const Region& region) const override { return input_.held(region); }
+
     void render(const Tile& tile) const override {
         if (tile.region.intersection(all_) == tile.region) {
             input_.render(tile);

@@ -7,6 +7,7 @@
 
 #include "core/buffered.h"
 #include "core/transfer.h"
+#include "core/window.h"
 #include "geometry/bilinear.h"
 
 namespace core_image {
@@ -53,7 +54,7 @@ class WarpStage : public Stage {
     void render(const Tile& tile) const override {
         const Places places = placesOf(tile.region);
         if (held_) {
-            finish(*held_, places, tile);
+            finish(held_->view(), places, tile);
             return;
         }
         const Region needed = WithRim(PixelsAround(places.bounds()), extent_);
@@ -62,9 +63,7 @@ class WarpStage : public Stage {
         } else if (isTooSparse(needed, tile.region)) {
             renderHalves(tile);
         } else {
-            const PixelBlock source(needed);
-            input_.render(source.tile());
-            finish(source, places, tile);
+            finish(Window(input_, needed).view(), places, tile);
         }
     }
 
@@ -87,7 +86,7 @@ class WarpStage : public Stage {
         return places;
     }
 
-    void finish(const PixelBlock& source, const Places& places, const Tile& tile) const {
+    void finish(const View& source, const Places& places, const Tile& tile) const {
         SampleBilinear(source, places, tile);
         if (!isEncoded_) return;
         for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
