@@ -75,6 +75,9 @@ struct Difference {
 std::string Folder();
 bool IsPresent();
 
+// The names of all cases, sorted.
+std::vector<std::string> CaseNames();
+
 // A case by the name of its folder; empty when it is not there or not understood.
 std::optional<Case> ReadCase(const std::string& name);
 

@@ -123,6 +123,17 @@ std::string Folder() {
 
 bool IsPresent() { return [[NSFileManager defaultManager] fileExistsAtPath:String(Folder())]; }
 
+std::vector<std::string> CaseNames() {
+    std::vector<std::string> names;
+    NSFileManager* files = [NSFileManager defaultManager];
+    for (NSString* name in [files directoryContentsAtPath:String(Folder())]) {
+        const std::string folder = [name UTF8String];
+        if ([files fileExistsAtPath:String(Folder() + folder + "/case.json")]) names.push_back(folder);
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
 std::optional<Case> ReadCase(const std::string& name) {
     const std::string folder = Folder() + name + "/";
     NSData* text = [NSData dataWithContentsOfFile:String(folder + "case.json")];

@@ -51,6 +51,18 @@ TEST_F(GoldenCasesTest, FolderThatIsNotThereIsReported) {
     EXPECT_TRUE(golden::IsPresent());
 }
 
+TEST_F(GoldenCasesTest, NamesAreThoseOfFoldersWithACaseSorted) {
+    EXPECT_TRUE(golden::CaseNames().empty());
+    Write(@"Second-1", @"{}");
+    Write(@"First-1", @"{}");
+    [[NSFileManager defaultManager]
+              createDirectoryAtPath:[NSString stringWithUTF8String:(golden::Folder() + "inputs").c_str()]
+        withIntermediateDirectories:YES
+                         attributes:nil
+                              error:nullptr];
+    EXPECT_EQ(golden::CaseNames(), (std::vector<std::string>{"First-1", "Second-1"}));
+}
+
 TEST_F(GoldenCasesTest, ReadsEveryKindOfParameter) {
     Write(@"Some-1", @"{\"filter\": \"CISome\", \"kind\": \"render\", \"output\": \"out.png\", \"outputSize\": [3, 2],"
                      @"\"outputOrigin\": [-4, 5], \"parameters\": {\"inputRadius\": 2.5, \"inputCenter\": [1, 2],"

@@ -1,9 +1,13 @@
 // golden_test.cpp - reference renders made again through the module: everything by the class's properties, as a program would.
+//
+// Every case in the folder is rendered, compared and printed as a line of one table: the case, how far the picture is from the
+// reference, how far it may be, and the verdict. A case of a filter that renders must have a bound.
 
 #include "golden_cases.h"
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -13,9 +17,9 @@
 
 namespace {
 
-// How near a case must come, in 8-bit levels.
+// How near the cases of a filter must come, in 8-bit levels.
 struct Bound {
-    const char* name;
+    const char* filter;
     double rms;
     double largest;
     bool isTint = false;  // only differences between colours are compared
@@ -23,30 +27,41 @@ struct Bound {
 
 // clang-format off
 const Bound kBounds[] = {
-    // case                      rms   largest
-    {"CIAdditionCompositing-1",   0.78, 5},
-    {"CIBarsSwipeTransition-1",   0.143, 1},
-    {"CIBlendWithAlphaMask-1",    0.25, 3},
-    {"CIBoxBlur-1",               0.42, 2},
-    {"CICheckerboardGenerator-1", 0,    0},
-    {"CIColorBurnBlendMode-1",    0.91, 14},
-    {"CIColorClamp-1",            0.02, 1},
-    {"CIColorControls-1",         0.02, 1},
-    {"CIColorCube-1",             0.02, 1},
-    {"CIColorInvert-1",           0.91, 3},
-    {"CIColorMap-1",              0.69, 6},
-    {"CIColorMatrix-1",           1.43, 4},
-    {"CIColorMonochrome-2",       1.17, 3},
-    {"CIColorPosterize-1",        0.02, 1},
-    {"CICopyMachineTransition-1", 0.0013, 1},
-    {"CIDifferenceBlendMode-1",   1.04, 4},
-    {"CIDissolveTransition-1",    0.0013, 1},
-    {"CIFalseColor-1",            1.04, 3},
-    {"CIFlashTransition-1",       1.22, 8, /*isTint=*/true},  // its rays are white, and noise
-    {"CIGaussianBlur-1",          0.6,  4},
-    // Not CIConvolution3X3-1 and CIConvolution9Horizontal-1: they were made by a version that weighed encoded values.
+    // filter                   rms     largest
+    {"CIAdditionCompositing",   0.78,   5},
+    {"CIBarsSwipeTransition",   0.143,  1},
+    {"CIBlendWithAlphaMask",    0.25,   3},
+    {"CIBoxBlur",               0.42,   2},
+    {"CICheckerboardGenerator", 0,      0},
+    {"CIColorBurnBlendMode",    0.91,   14},
+    {"CIColorClamp",            0,      0},
+    {"CIColorControls",         0.013,  1},
+    {"CIColorCube",             0.02,   1},
+    {"CIColorInvert",           0.91,   3},
+    {"CIColorMap",              0.69,   6},
+    {"CIColorMatrix",           1.43,   4},
+    {"CIColorMonochrome",       1.17,   3},
+    {"CIColorPosterize",        0,      0},
+    // These two were made by a version that weighed encoded values; linear light is that far from it.
+    {"CIConvolution3X3",        18.2,   255},
+    {"CIConvolution9Horizontal", 18.2,  255},
+    {"CICopyMachineTransition", 0.0013, 1},
+    {"CIDifferenceBlendMode",   1.04,   4},
+    {"CIDissolveTransition",    0.0013, 1},
+    {"CIFalseColor",            1.04,   3},
+    {"CIFlashTransition",       1.22,   8, /*isTint=*/true},  // its rays are white, and noise
+    {"CIGaussianBlur",          0.468,  3.25},
+    {"CIGaussianGradient",      0.455,  3},
 };
 // clang-format on
+
+// The bound of a case, which is named "<filter>-<number>"; null when there is none.
+const Bound* BoundOf(const std::string& name) {
+    const std::string filter = name.substr(0, name.rfind('-'));
+    const auto* bound =
+        std::find_if(std::begin(kBounds), std::end(kBounds), [&](const Bound& one) { return one.filter == filter; });
+    return bound == std::end(kBounds) ? nullptr : bound;
+}
 
 // Numbers as raw floats in a block of memory.
 host::Value MemoryBlockOf(const std::vector<double>& numbers) {
@@ -115,39 +130,52 @@ golden::Picture PictureOf(Session& session, const host::Value& image, const gold
     return picture;
 }
 
-class GoldenTest : public testing::TestWithParam<Bound> {};
-
-TEST_P(GoldenTest, RenderThroughTheModuleIsWithinItsBound) {
-    if (!golden::IsPresent()) {
-        GTEST_SKIP() << GetParam().name << ": no reference renders in " << golden::Folder() << ", not compared";
+// How far a case's image is from its reference; empty when one of them cannot be read.
+std::optional<golden::Difference> DifferenceOf(Session& session, const host::Value& image,
+                                               const golden::Case& reference, bool isTint) {
+    const auto expected = golden::PictureOfFile(reference.outputPath);
+    if (!expected.has_value()) return std::nullopt;
+    if (reference.isRender) {
+        const auto compare = isTint ? golden::CompareTints : golden::Compare;
+        return compare(PictureOf(session, image, reference), *expected);
     }
-    const auto reference = golden::ReadCase(GetParam().name);
-    ASSERT_TRUE(reference.has_value());
-    const auto expected = golden::PictureOfFile(reference->outputPath);
-    ASSERT_TRUE(expected.has_value());
-    Session session;
-    const host::Value image = Rendered(session, *reference);
-    std::optional<golden::Difference> difference;
-    if (reference->isRender) {
-        const auto compare = GetParam().isTint ? golden::CompareTints : golden::Compare;
-        difference = compare(PictureOf(session, image, *reference), *expected);
-    } else {
-        golden::Case whole = *reference;
-        whole.width = reference->view.width;
-        whole.height = reference->view.height;
-        difference = golden::CompareView(PictureOf(session, image, whole), *expected, reference->view);
-    }
-    ASSERT_TRUE(difference.has_value());
-    std::printf("%-28s rms %.3f, largest %.0f\n", GetParam().name, difference->rms, difference->largest);
-    EXPECT_LE(difference->rms, GetParam().rms);
-    EXPECT_LE(difference->largest, GetParam().largest);
-    EXPECT_EQ(Session::reports, std::vector<std::string>{});
+    golden::Case whole = reference;
+    whole.width = reference.view.width;
+    whole.height = reference.view.height;
+    return golden::CompareView(PictureOf(session, image, whole), *expected, reference.view);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, GoldenTest, testing::ValuesIn(kBounds), [](const auto& test) {
-    std::string name = test.param.name;
-    std::replace(name.begin(), name.end(), '-', '_');
-    return name;
-});
+// Renders a case, prints its line, and answers whether it holds.
+bool Holds(Session& session, const std::string& name) {
+    const auto reference = golden::ReadCase(name);
+    const host::Value image = reference.has_value() ? Rendered(session, *reference) : host::Value();
+    const Bound* bound = BoundOf(name);
+    std::printf("%-28s", name.c_str());
+    if (!reference.has_value() || IsNil(image) || bound == nullptr) {
+        // A filter that gives no image yet is the only reason not to compare.
+        const bool isToCome = reference.has_value() && IsNil(image) && bound == nullptr;
+        std::puts(!reference.has_value() ? "  not understood" : IsNil(image) ? "  gives no image" : "  has no bound");
+        return isToCome;
+    }
+    const auto difference = DifferenceOf(session, image, *reference, bound->isTint);
+    const bool holds = difference.has_value() && difference->rms <= bound->rms && difference->largest <= bound->largest;
+    if (difference.has_value()) {
+        std::printf("  %8.4f  %8.4f  %7.2f  %7.2f", difference->rms, bound->rms, difference->largest, bound->largest);
+    }
+    std::puts(holds ? "  holds" : "  FAILS");
+    return holds;
+}
+
+TEST(GoldenTest, EveryCaseRenderedThroughTheModuleIsWithinItsBound) {
+    if (!golden::IsPresent()) {
+        GTEST_SKIP() << "no reference renders in " << golden::Folder() << ", nothing compared";
+    }
+    const std::vector<std::string> names = golden::CaseNames();
+    ASSERT_FALSE(names.empty());
+    Session session;
+    std::printf("%-28s  %8s  %8s  %7s  %7s\n", "case", "rms", "bound", "largest", "bound");
+    for (const std::string& name : names) EXPECT_TRUE(Holds(session, name)) << name;
+    EXPECT_EQ(Session::reports, std::vector<std::string>{});
+}
 
 }  // namespace
