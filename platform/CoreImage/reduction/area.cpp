@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "reduction/kernels.h"
 #include "reduction/reduce.h"
 #include "reduction/reduction.h"
 
@@ -13,13 +14,7 @@ struct Average {
     std::array<double, kFloatsPerPixel> sum{};
 
     void add(const float* pixels, std::size_t count, std::int64_t, std::int64_t) {
-        std::array<double, kFloatsPerPixel> row{};
-        for (std::size_t index = 0; index < count; ++index, pixels += kFloatsPerPixel) {
-            for (std::size_t channel = 0; channel < kFloatsPerPixel; ++channel) {
-                row[channel] += static_cast<double>(pixels[channel]);
-            }
-        }
-        for (std::size_t channel = 0; channel < kFloatsPerPixel; ++channel) sum[channel] += row[channel];
+        AddPixels(pixels, count, sum.data());
     }
     void merge(const Average& above) {
         for (std::size_t channel = 0; channel < kFloatsPerPixel; ++channel) sum[channel] += above.sum[channel];
@@ -41,16 +36,7 @@ struct Extreme {
         extreme.fill(kLargest ? -kFar : kFar);
     }
     void add(const float* pixels, std::size_t count, std::int64_t, std::int64_t) {
-        // Why a copy: the compiler keeps it in a register.
-        std::array<float, kFloatsPerPixel> best = extreme;
-        for (std::size_t index = 0; index < count; ++index, pixels += kFloatsPerPixel) {
-            for (std::size_t channel = 0; channel < kFloatsPerPixel; ++channel) {
-                const float value = pixels[channel];
-                const bool isBetter = kLargest ? value > best[channel] : value < best[channel];
-                best[channel] = isBetter ? value : best[channel];
-            }
-        }
-        extreme = best;
+        (kLargest ? LargestOf : SmallestOf)(pixels, count, extreme.data());
     }
     void merge(const Extreme& above) { add(above.extreme.data(), 1, 0, 0); }
     void write(double, float* pixel) const { std::copy_n(extreme.data(), kFloatsPerPixel, pixel); }
@@ -65,6 +51,12 @@ struct ExtremeAlpha {
     bool isFound = false;
 
     void add(const float* pixels, std::size_t count, std::int64_t left, std::int64_t row) {
+        if (isFound) {
+            Extreme<kLargest> best;
+            best.add(pixels, count, left, row);
+            const float alpha = best.extreme[3];
+            if (!isBetter(alpha) && !(alpha == found[3] && isEarlier(left, row))) return;
+        }
         for (std::size_t index = 0; index < count; ++index, pixels += kFloatsPerPixel) {
             consider(pixels, left + static_cast<std::int64_t>(index), row);
         }
@@ -75,12 +67,14 @@ struct ExtremeAlpha {
     void write(double, float* pixel) const { std::copy_n(found.data(), kFloatsPerPixel, pixel); }
 
   private:
+    bool isBetter(float alpha) const { return kLargest ? alpha > found[3] : alpha < found[3]; }
+
+    // A band is not walked row by row over its whole width, so a place further left can come later.
+    bool isEarlier(std::int64_t pixelX, std::int64_t pixelY) const { return pixelY < y || (pixelY == y && pixelX < x); }
+
     void consider(const float* pixel, std::int64_t pixelX, std::int64_t pixelY) {
         const float alpha = pixel[3];
-        const bool isBetter = kLargest ? alpha > found[3] : alpha < found[3];
-        // A band is not walked row by row over its whole width, so a place further left can come later.
-        const bool isEarlier = alpha == found[3] && (pixelY < y || (pixelY == y && pixelX < x));
-        if (isFound && !isBetter && !isEarlier) return;
+        if (isFound && !isBetter(alpha) && !(alpha == found[3] && isEarlier(pixelX, pixelY))) return;
         std::copy_n(pixel, kFloatsPerPixel, found.data());
         x = pixelX;
         y = pixelY;

@@ -1,41 +1,38 @@
 // column_average.cpp - the mean of each column, of those columns that are wanted.
 
+#include "reduction/kernels.h"
 #include "reduction/reduce.h"
 #include "reduction/reduction.h"
 
 namespace core_image {
 namespace {
 
+// The sum of each column, in doubles as the average of an area.
+struct Columns {
+    std::int64_t left;
+    std::vector<double> sums;
+
+    explicit Columns(const Region& region)
+        : left(region.x), sums(static_cast<std::size_t>(region.width) * kFloatsPerPixel) {}
+
+    void add(const float* pixels, std::size_t count, std::int64_t x, std::int64_t) {
+        AddRow(pixels, count * kFloatsPerPixel, &sums[static_cast<std::size_t>(x - left) * kFloatsPerPixel]);
+    }
+    void merge(const Columns& above) {
+        for (std::size_t index = 0; index < sums.size(); ++index) sums[index] += above.sums[index];
+    }
+};
+
 // Writes the means of all columns of a region.
 void AverageColumns(const ImageRef& input, const Region& region, float* pixels) {
-    constexpr std::int64_t kColumns = 64, kRows = 64;
     // Higher than any bitmap: not all rows are looked at.
     constexpr std::int64_t kMostRows = 1 << 20, kMostSamples = 1 << 12;
     std::int64_t step = 1;
     while (region.height > kMostRows && region.height / step > kMostSamples) step *= 2;
     const Samples samples = SamplesAt(region, /*stepX=*/1, step);
-    const Region& cells = samples.cells;
-    const SampledInput sampled(input, cells, samples.stepX, samples.stepY);
-    tbb::parallel_for<std::int64_t>(0, (region.width + kColumns - 1) / kColumns, [&](std::int64_t index) {
-        const Region strip = cells.intersection({cells.x + index * kColumns, cells.y, kColumns, cells.height});
-        std::vector<double> sums(static_cast<std::size_t>(strip.width) * kFloatsPerPixel);
-        const PixelBlock block(Region{0, 0, strip.width, kRows});
-        for (std::int64_t y = strip.y; y < strip.top(); y += kRows) {
-            const Tile tile = {strip.intersection({strip.x, y, strip.width, kRows}), block.tile().pixels,
-                               block.tile().floatsPerRow};
-            sampled.render(tile);
-            for (std::int64_t row = tile.region.y; row < tile.region.top(); ++row) {
-                const float* from = tile.row(row);
-                for (std::size_t number = 0; number < sums.size(); ++number) {
-                    sums[number] += static_cast<double>(from[number]);
-                }
-            }
-        }
-        float* to = pixels + static_cast<std::size_t>(index * kColumns) * kFloatsPerPixel;
-        for (std::size_t number = 0; number < sums.size(); ++number) {
-            to[number] = static_cast<float>(sums[number] / static_cast<double>(cells.height));
-        }
-    });
+    const Columns columns = Reduce(input, samples, Columns(samples.cells));
+    for (const double sum : columns.sums)
+        *pixels++ = static_cast<float>(sum / static_cast<double>(samples.cells.height));
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include <cmath>
 
+#include "reduction/kernels.h"
 #include "reduction/reduce.h"
 #include "reduction/reduction.h"
 
@@ -18,15 +19,12 @@ struct Histogram {
     explicit Histogram(std::size_t bins) : counts(bins * kFloatsPerPixel) {}
 
     void add(const float* pixels, std::size_t count, std::int64_t, std::int64_t) {
-        const auto scale = static_cast<float>(counts.size() / kFloatsPerPixel);
-        const float last = scale - 1;
-        std::uint32_t* const bins = counts.data();
-        for (std::size_t index = 0; index < count; ++index, pixels += kFloatsPerPixel) {
-            for (std::size_t channel = 0; channel < kFloatsPerPixel; ++channel) {
-                // Written so that what is no number becomes 0.
-                const float place = std::min(pixels[channel] * scale > 0 ? pixels[channel] * scale : 0, last);
-                ++bins[static_cast<std::size_t>(static_cast<int>(place)) * kFloatsPerPixel + channel];
-            }
+        std::uint32_t counters[kMostBinned * kFloatsPerPixel];
+        std::uint32_t* const all = counts.data();
+        for (std::size_t start = 0; start < count; start += kMostBinned) {
+            const std::size_t some = std::min(kMostBinned, count - start);
+            FindBins(pixels + start * kFloatsPerPixel, some, counts.size() / kFloatsPerPixel, counters);
+            for (std::size_t index = 0; index < some * kFloatsPerPixel; ++index) ++all[counters[index]];
         }
     }
     void merge(const Histogram& above) {

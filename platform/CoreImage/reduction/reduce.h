@@ -52,15 +52,22 @@ Accumulator Reduce(const ImageRef& input, const Samples& samples, const Accumula
     tbb::parallel_for<std::size_t>(0, bands.size(), [&](std::size_t index) {
         const std::int64_t bottom = all.y + static_cast<std::int64_t>(index) * bandHeight;
         const Region band = all.intersection({all.x, bottom, all.width, bandHeight});
+        const auto addRows = [&](const View& view) {
+            for (std::int64_t y = view.region.y; y < view.region.top(); ++y) {
+                bands[index].add(view.row(y), view.width(), view.region.x, y);
+            }
+        };
+        if (const std::optional<View> held = sampled.held(band)) {
+            addRows(*held);
+            return;
+        }
         const PixelBlock block(Region{0, 0, kTileWidth, kTileHeight});
         for (std::int64_t tileY = band.y; tileY < band.top(); tileY += kTileHeight) {
             for (std::int64_t tileX = band.x; tileX < band.right(); tileX += kTileWidth) {
-                const Region region = band.intersection({tileX, tileY, kTileWidth, kTileHeight});
-                const Tile tile = {region, block.tile().pixels, block.tile().floatsPerRow};
+                const Tile tile = {band.intersection({tileX, tileY, kTileWidth, kTileHeight}), block.tile().pixels,
+                                   block.tile().floatsPerRow};
                 sampled.render(tile);
-                for (std::int64_t y = region.y; y < region.top(); ++y) {
-                    bands[index].add(tile.row(y), tile.width(), region.x, y);
-                }
+                addRows({tile.region, tile.pixels, tile.floatsPerRow});
             }
         }
     });
