@@ -126,6 +126,17 @@ ZEVAobjectStruct* Crop(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle) {
     return result;
 }
 
+// The image laid over another one; raises for nil.
+ZEVAobjectStruct* Over(ZEVAobjectStruct* self, ZEVAobjectStruct* background) {
+    ZEVAobjectStruct* result = nullptr;
+    Guarded([&] {
+        CIImage* below = WrappedIn(background);
+        if (below == nil) return RaiseAbout(@"CIImageQOR.Over", @"the background is nil", @"nothing is laid over it");
+        result = NewValueObject("CIImageQOR", [ImageOf(self) imageByCompositingOverImage:below]);
+    });
+    return result;
+}
+
 // The image under a map; raises for nil and for a map that takes the plane to a line.
 ZEVAobjectStruct* Transform(ZEVAobjectStruct* self, ZEVAobjectStruct* transform) {
     ZEVAobjectStruct* result = nullptr;
@@ -153,12 +164,14 @@ void Finalize(ZEVAobjectStruct* self) {
 ZEVAmethod methods[] = {
     COMPANION_METHOD("Extent as CIVectorQOR", GetExtent),
     COMPANION_METHOD("Crop(rectangle as CIVectorQOR) as CIImageQOR", Crop),
+    COMPANION_METHOD("Over(background as CIImageQOR) as CIImageQOR", Over),
     COMPANION_METHOD("Transform(transform as NSAffineTransformQOR) as CIImageQOR", Transform),
     COMPANION_METHOD("Save(path as string)", SaveImage),
     COMPANION_METHOD("SaveWithQuality(path as string, quality as double)", SaveImageWithQuality),
     COMPANION_METHOD("ToPNG() as memoryblock", ImageToPNG),
     COMPANION_METHOD("ToJPEG(quality as double) as memoryblock", ImageToJPEG),
     COMPANION_METHOD("Pixels(rectangle as CIVectorQOR) as memoryblock", ImagePixels),
+    COMPANION_METHOD("Values(rectangle as CIVectorQOR) as memoryblock", ImageValues),
     COMPANION_METHOD("ColorAt(x as double, y as double) as CIColorQOR", ImageColorAt),
 };
 

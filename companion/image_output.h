@@ -20,5 +20,9 @@ ZEVAmemoryBlockStruct* ImageToJPEG(ZEVAobjectStruct* self, double quality);
 // a byte each, in sRGB, the topmost row first. Places where the image is not are transparent.
 ZEVAmemoryBlockStruct* ImagePixels(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle);
 
+// Values(rectangle as CIVectorQOR): the same as the renderer has them: premultiplied RGBA, a float each, linear. For
+// images whose pixels are numbers more than colours.
+ZEVAmemoryBlockStruct* ImageValues(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle);
+
 // ColorAt(x as double, y as double): the colour of the pixel that holds a point.
 ZEVAobjectStruct* ImageColorAt(ZEVAobjectStruct* self, double x, double y);

@@ -59,31 +59,51 @@ ZEVAmemoryBlockStruct* Encoded(ZEVAobjectStruct* self, NSNumber* quality, NSStri
     return NewHostBlock(file);
 }
 
-// Renders a rectangle, of whole pixels and bounded, to straight components in sRGB as floats; nil when that takes too
+// Renders a rectangle, of whole pixels and bounded, to floats, in a space or linear for null; nil when that takes too
 // much memory.
-NSMutableData* StraightComponents(CIImage* image, CGRect rectangle) {
+NSMutableData* Floats(CIImage* image, CGRect rectangle, CGColorSpaceRef space) {
     const double pixels = static_cast<double>(rectangle.size.width) * static_cast<double>(rectangle.size.height);
     constexpr double kMostPixels = INT32_MAX / (kComponents * sizeof(float));
     if (pixels > kMostPixels) return nil;
-    const std::size_t count = static_cast<std::size_t>(pixels) * kComponents;
-    NSMutableData* data = [NSMutableData dataWithLength:count * sizeof(float)];
-    auto* components = static_cast<float*>([data mutableBytes]);
+    NSMutableData* data = [NSMutableData dataWithLength:static_cast<std::size_t>(pixels) * kComponents * sizeof(float)];
     const auto rowBytes =
         static_cast<std::ptrdiff_t>(rectangle.size.width) * static_cast<std::ptrdiff_t>(kComponents * sizeof(float));
-    CGColorSpaceRef space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
     [[CIContext contextWithOptions:nil] render:image
-                                      toBitmap:components
+                                      toBitmap:[data mutableBytes]
                                       rowBytes:rowBytes
                                         bounds:rectangle
                                         format:kCIFormatRGBAf
                                     colorSpace:space];
+    return data;
+}
+
+// The same as colours in sRGB, straight.
+NSData* StraightFloats(CIImage* image, CGRect rectangle) {
+    CGColorSpaceRef space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
+    NSMutableData* data = Floats(image, rectangle, space);
     CGColorSpaceRelease(space);
-    for (std::size_t i = 0; i < count; i += kComponents) {
+    auto* components = static_cast<float*>([data mutableBytes]);
+    for (std::size_t i = 0; i < [data length] / sizeof(float); i += kComponents) {
         const float alpha = components[i + 3];
         const float factor = alpha > 0 ? 1 / alpha : 0;
         for (std::size_t c = 0; c < 3; ++c) components[i + c] *= factor;
     }
     return data;
+}
+
+// The rectangle of whole pixels that a member was given; why there is none, or nil.
+NSString* PixelRectangle(ZEVAobjectStruct* vector, CGRect* rectangle) {
+    NSString* reason = RectangleIn(vector, rectangle);
+    if (reason != nil) return reason;
+    *rectangle = CGRectIntegral(*rectangle);
+    return CGRectIsEmpty(*rectangle) ? @"the rectangle is empty" : nil;
+}
+
+// Raises for a reading that came to nothing; whether it did.
+bool IsMissing(NSData* floats, NSString* reason, NSString* member) {
+    if (floats != nil) return false;
+    RaiseAbout(member, reason != nil ? reason : @"the rectangle is too large", @"no pixels are read");
+    return true;
 }
 
 }  // namespace
@@ -111,20 +131,27 @@ ZEVAmemoryBlockStruct* ImageToJPEG(ZEVAobjectStruct* self, double quality) {
 ZEVAmemoryBlockStruct* ImagePixels(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle) {
     ZEVAmemoryBlockStruct* result = nullptr;
     Guarded([&] {
-        NSString* const member = @"CIImageQOR.Pixels";
         CGRect rect = CGRectZero;
-        NSString* reason = RectangleIn(rectangle, &rect);
-        if (reason != nil) return RaiseAbout(member, reason, @"no pixels are read");
-        rect = CGRectIntegral(rect);
-        if (CGRectIsEmpty(rect)) return RaiseAbout(member, @"the rectangle is empty", @"no pixels are read");
-        NSData* components = StraightComponents(WrappedIn(self), rect);
-        if (components == nil) return RaiseAbout(member, @"the rectangle is too large", @"no pixels are read");
+        NSString* reason = PixelRectangle(rectangle, &rect);
+        NSData* components = reason == nil ? StraightFloats(WrappedIn(self), rect) : nil;
+        if (IsMissing(components, reason, @"CIImageQOR.Pixels")) return;
         const auto* floats = static_cast<const float*>([components bytes]);
         NSMutableData* pixels = [NSMutableData dataWithLength:[components length] / sizeof(float)];
         std::transform(
             floats, floats + [pixels length], static_cast<std::uint8_t*>([pixels mutableBytes]),
             [](float component) { return static_cast<std::uint8_t>(std::clamp(component, 0.0f, 1.0f) * 255 + 0.5f); });
         result = NewHostBlock(pixels);
+    });
+    return result;
+}
+
+ZEVAmemoryBlockStruct* ImageValues(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle) {
+    ZEVAmemoryBlockStruct* result = nullptr;
+    Guarded([&] {
+        CGRect rect = CGRectZero;
+        NSString* reason = PixelRectangle(rectangle, &rect);
+        NSData* values = reason == nil ? Floats(WrappedIn(self), rect, nullptr) : nil;
+        if (!IsMissing(values, reason, @"CIImageQOR.Values")) result = NewHostBlock(values);
     });
     return result;
 }
@@ -136,7 +163,7 @@ ZEVAobjectStruct* ImageColorAt(ZEVAobjectStruct* self, double x, double y) {
             return RaiseAbout(@"CIImageQOR.ColorAt", @"the point is no place", @"no colour is read");
         }
         const CGRect pixel = CGRectMake(static_cast<CGFloat>(std::floor(x)), static_cast<CGFloat>(std::floor(y)), 1, 1);
-        NSData* components = StraightComponents(WrappedIn(self), pixel);
+        NSData* components = StraightFloats(WrappedIn(self), pixel);
         const auto* color = static_cast<const float*>([components bytes]);
         result = NewValueObject("CIColorQOR", [CIColor colorWithRed:color[0]
                                                               green:color[1]

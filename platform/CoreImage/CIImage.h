@@ -52,6 +52,9 @@ CG_EXTERN CIFormat kCIFormatRGBAf;  // four floats
 // The image under a map, interpolated between pixels; nil for a map that cannot be inverted.
 - (CIImage*)imageByApplyingTransform:(CGAffineTransform)transform;
 
+// The image laid over another; where that is nil, the image itself.
+- (CIImage*)imageByCompositingOverImage:(CIImage*)background;
+
 // The image turned and mirrored so that what was taken with an orientation, 1 to 8 in the numbers of Exif, stands upright; its
 // lower left corner is at (0, 0). Any other number stands for 1.
 - (CIImage*)imageByApplyingOrientation:(int)orientation;

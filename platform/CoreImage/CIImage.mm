@@ -10,6 +10,8 @@
 
 #include <cmath>
 
+#include "compositing/compositing.h"
+
 CIFormat kCIFormatRGBA8 = 24;
 CIFormat kCIFormatRGBAf = 34;
 
@@ -161,6 +163,16 @@ CIImage* ImageOutOfSource(CGImageSourceRef source) {
     if (_handle == nullptr) return nil;
     const double numbers[] = {transform.a, transform.b, transform.c, transform.d, transform.tx, transform.ty};
     return [CIImage imageOwningHandle:core_image::MakeTransformed([self handle], numbers)];
+}
+
+- (CIImage*)imageByCompositingOverImage:(CIImage*)background {
+    if (_handle == nullptr || background == nil) return self;
+    core_image::InputValue values[2];
+    values[0].key = "inputImage";
+    values[0].image = [self handle];
+    values[1].key = "inputBackgroundImage";
+    values[1].image = [background handle];
+    return [CIImage imageOwningHandle:core_image::MakeOutput(core_image::SourceOver, values, 2)];
 }
 
 - (CIImage*)imageByApplyingOrientation:(int)orientation {

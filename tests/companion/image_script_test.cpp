@@ -17,6 +17,19 @@ TEST_F(CompanionScriptTest, PixelsComeOutAsTheyWentIn) {
               "");
 }
 
+TEST_F(CompanionScriptTest, ValuesAreTheLightOfAPixel) {
+    EXPECT_EQ(Run(R"(
+        local image = CIImageQOR.FromPixels(bytes("\255\0\188\51" .. "\0\255\0\255"), 2, 1)
+        local r, g, b, a, r2, g2 = string.unpack("ffffff", image:Values(image.Extent).Bytes)
+        assert(near(r, 0.2) and g == 0 and near(b, 0.2 * ((188 / 255 + 0.055) / 1.055) ^ 2.4) and near(a, 0.2))
+        assert(r2 == 0 and near(g2, 1) and image:Values(image.Extent).Size == 32)
+        assert(refusal(image.Values, image, nil) == "CIImageQOR.Values: the rectangle is nil, no pixels are read")
+        assert(refusal(image.Values, image, rectangle(0, 0, 1e6, 1e6)) ==
+               "CIImageQOR.Values: the rectangle is too large, no pixels are read")
+    )"),
+              "");
+}
+
 TEST_F(CompanionScriptTest, WhatIsNoPixelsIsRefused) {
     EXPECT_EQ(Run(R"(
         local function got(...) return refusal(CIImageQOR.FromPixels, ...) end
@@ -86,6 +99,24 @@ TEST_F(CompanionScriptTest, AnImageMovesUnderATransform) {
         assert(refusal(image.Transform, image, nil) == "CIImageQOR.Transform: the transform is nil, nothing is transformed")
         assert(refusal(image.Transform, image, identity:Scale(1, 0)) ==
                "CIImageQOR.Transform: the transform cannot be inverted, nothing is transformed")
+    )"),
+              "");
+}
+
+TEST_F(CompanionScriptTest, AnImageIsLaidOverAnother) {
+    EXPECT_EQ(Run(R"(
+        local function plain(hex, ...) return CIImageQOR.FromColor(CIColorQOR.Hex(hex)):Crop(rectangle(...)) end
+        local below = plain("#0000ff", 0, 0, 3, 1)
+        local both = plain("#ff0000", 2, 0, 2, 1):Over(below)
+        assert(both.Extent.Text == "[0 0 4 1]")
+        assert(pixels(both) == ("\0\0\255\255"):rep(2) .. ("\255\0\0\255"):rep(2))
+        local glass = CIImageQOR.FromPixels(bytes("\255\255\255\51"), 1, 1):Over(below):ColorAt(0, 0)
+        assert(near(glass.Alpha, 1, 1e-5) and near(glass.Blue, 1, 1e-5) and near(glass.Red, glass.Green))
+        -- a fifth of the light of white is this much in sRGB
+        assert(near(glass.Red, 1.055 * 0.2 ^ (1 / 2.4) - 0.055, 1e-3))
+        local air = CIImageQOR.FromPixels(bytes("\255\0\0\128"), 1, 1):Over(CIImageQOR.FromPixels(bytes("\0\0\0\0"), 1, 1))
+        assert(pixels(air) == "\255\0\0\128")
+        assert(refusal(below.Over, below, nil) == "CIImageQOR.Over: the background is nil, nothing is laid over it")
     )"),
               "");
 }

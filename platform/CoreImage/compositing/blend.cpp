@@ -59,6 +59,13 @@ HWY_INLINE void BlendEach(Colours& b, Colours s, const Mode& mode) {
          WithOutside(hn::Mul(s.alpha, b.alpha), s.alpha, s.alpha, b.alpha, b.alpha)};
 }
 
+HWY_INLINE void Over(Colours& b, const One& others) {
+    const Colours& s = others[0];
+    const Wide rest = hn::Sub(Constant(1), Clamp01(Finite(s.alpha)));
+    b = {hn::MulAdd(b.red, rest, s.red), hn::MulAdd(b.green, rest, s.green), hn::MulAdd(b.blue, rest, s.blue),
+         hn::MulAdd(b.alpha, rest, s.alpha)};
+}
+
 HWY_INLINE void Add(Colours& b, const One& others) {
     const Colours& s = others[0];
     b = {hn::Add(s.red, b.red), hn::Add(s.green, b.green), hn::Add(s.blue, b.blue), hn::Add(s.alpha, b.alpha)};

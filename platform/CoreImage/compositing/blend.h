@@ -18,6 +18,7 @@ namespace core_image {
 // Ways to combine a background, in place, with the other images in their order: a source, and for the last two a mask.
 #define CORE_IMAGE_BLENDS(BLEND)                                                                          \
     BLEND(Add)        /* source + background, alpha too, nothing clipped */                               \
+    BLEND(Over)       /* source + (1 - source alpha) background, no colour clipped */                     \
     BLEND(Darken)     /* the smaller of each colour */                                                    \
     BLEND(Difference) /* how far each colour is from the other */                                         \
     BLEND(Exclude)    /* source + background - 2 source * background */                                   \

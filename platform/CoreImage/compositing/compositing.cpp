@@ -47,6 +47,7 @@ ImageRef ComposeUnderMask(const Inputs& inputs, Blend blend) {
 
 }  // namespace
 
+ImageRef SourceOver(const Inputs& inputs) { return Compose(inputs, OverRow); }
 ImageRef AdditionCompositing(const Inputs& inputs) { return Compose(inputs, AddRow); }
 ImageRef ColourBlendMode(const Inputs& inputs) { return Compose(inputs, ColouriseRow); }
 ImageRef ColourBurnBlendMode(const Inputs& inputs) { return Compose(inputs, BurnRow); }

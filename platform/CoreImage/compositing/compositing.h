@@ -8,6 +8,9 @@
 
 namespace core_image {
 
+// The image over the background, as a transparent sheet lies over another; no filter of its own, a method of images.
+ImageRef SourceOver(const Inputs& inputs);
+
 // CIAdditionCompositing: the sum, of alpha too, which may then exceed 1.
 ImageRef AdditionCompositing(const Inputs& inputs);
 

@@ -1,0 +1,30 @@
+-- Finds the colours of a picture: the averages of twelve parts of it, drawn below the picture and printed.
+--
+--   zeva run examples/palette.lua photo.jpg palette.png
+
+local input, output = ...
+local columns, rows = 4, 3
+
+local photo = CIImageQOR.Open(input)
+local extent = photo.Extent
+local strip = math.floor(extent.Height / 8)
+local sheet = photo:Transform(NSAffineTransformQOR.Identity():Translate(0, strip))
+
+local average = CIFilterAreaAverageQOR()
+average.inputImage = photo
+
+for row = 0, rows - 1 do
+    for column = 0, columns - 1 do
+        local w, h = extent.Width / columns, extent.Height / rows
+        average.inputExtent = CIVectorQOR.Rectangle(column * w, row * h, w, h)
+        local colour = average.outputImage:ColorAt(0, 0) -- an image of a single pixel
+        local function byte(component) return math.floor(component * 255 + 0.5) end
+        print(("#%02x%02x%02x"):format(byte(colour.Red), byte(colour.Green), byte(colour.Blue)))
+
+        local index, step = row * columns + column, extent.Width / (columns * rows)
+        local swatch = CIVectorQOR.Rectangle(index * step, 0, step, strip)
+        sheet = CIImageQOR.FromColor(colour):Crop(swatch):Over(sheet)
+    end
+end
+
+sheet:Crop(CIVectorQOR.Rectangle(0, 0, extent.Width, extent.Height + strip)):Save(output)

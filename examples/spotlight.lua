@@ -1,0 +1,26 @@
+-- Keeps one place of a picture sharp and coloured; around it everything is soft and grey.
+--
+--   zeva run examples/spotlight.lua photo.jpg spot.jpg [X Y RADIUS]     in pixels from the lower left corner
+
+local input, output, x, y, radius = ...
+
+local photo = CIImageQOR.Open(input)
+local extent = photo.Extent
+
+-- At the edges the picture goes on for ever, so the blur does not darken them.
+local clamp, blur, grey = CIFilterAffineClampQOR(), CIFilterGaussianBlurQOR(), CIFilterColorControlsQOR()
+clamp.inputImage = photo
+clamp.inputTransform = NSAffineTransformQOR.Identity()
+blur.inputImage, blur.inputRadius = clamp.outputImage, extent.Width / 60
+grey.inputImage, grey.inputSaturation = blur.outputImage:Crop(extent), 0
+
+local mask = CIFilterGaussianGradientQOR()
+mask.inputCenter = CIVectorQOR.Point(tonumber(x) or extent.Width / 2, tonumber(y) or extent.Height / 2)
+mask.inputRadius = tonumber(radius) or extent.Width / 2
+mask.inputColor0, mask.inputColor1 = CIColorQOR.Hex("#ffffff"), CIColorQOR.Hex("#000000")
+
+local blend = CIFilterBlendWithMaskQOR()
+blend.inputImage, blend.inputBackgroundImage = photo, grey.outputImage
+blend.inputMaskImage = mask.outputImage:Crop(extent)
+
+blend.outputImage:Crop(extent):Save(output)

@@ -1,0 +1,31 @@
+-- Writes the frames of a film that goes from one picture to another: frame-00.png, frame-01.png ...
+--
+--   zeva run examples/transition.lua from.jpg to.jpg FOLDER [COUNT] [dissolve | bars | flash | copy]
+
+local from_file, to_file, folder, count, kind = ...
+
+local kinds = {
+    dissolve = CIFilterDissolveTransitionQOR,
+    bars = CIFilterBarsSwipeTransitionQOR,
+    flash = CIFilterFlashTransitionQOR,
+    copy = CIFilterCopyMachineTransitionQOR,
+}
+local class = kinds[kind or "dissolve"] or error("there is no transition " .. kind)
+
+local from, to = CIImageQOR.Open(from_file), CIImageQOR.Open(to_file)
+local extent = from.Extent
+
+-- The second picture takes the size of the first.
+to = to:Transform(NSAffineTransformQOR.Identity():Scale(extent.Width / to.Extent.Width, extent.Height / to.Extent.Height))
+
+local transition = class()
+transition.inputImage, transition.inputTargetImage = from, to
+-- Only some transitions have a centre and an extent; where there is none, setting it is an error that may pass.
+pcall(function() transition.inputExtent = extent end)
+pcall(function() transition.inputCenter = CIVectorQOR.Point(extent.Width / 2, extent.Height / 2) end)
+
+local last = (tonumber(count) or 10) - 1
+for frame = 0, last do
+    transition.inputTime = frame / last
+    transition.outputImage:Crop(extent):Save(("%s/frame-%02d.png"):format(folder, frame))
+end

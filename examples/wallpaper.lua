@@ -1,0 +1,16 @@
+-- Covers a plane with a picture, small and slanted, as on wallpaper.
+--
+--   zeva run examples/wallpaper.lua motif.png wallpaper.png [WIDTH HEIGHT]
+
+local input, output, width, height = ...
+
+local motif = CIImageQOR.Open(input)
+local tile = CIFilterAffineTileQOR()
+tile.inputImage = motif
+tile.inputTransform = NSAffineTransformQOR.Identity()
+    :Scale(96 / motif.Extent.Width, 96 / motif.Extent.Width)
+    :Rotate(math.rad(15))
+
+-- Tiles go on for ever: a part of them is cut out.
+local part = CIVectorQOR.Rectangle(0, 0, tonumber(width) or 640, tonumber(height) or 400)
+tile.outputImage:Crop(part):Save(output)
