@@ -70,13 +70,18 @@ TEST(FilterInputsTest, FiltersThatDoNotRenderGiveNil) {
         @"CIDiscBlur",
         @"CIDisintegrateWithMaskTransition",
         @"CIDissolveTransition",
+        @"CIEightfoldReflectedTile",
         @"CIExclusionBlendMode",
         @"CIExposureAdjust",
         @"CIFalseColor",
         @"CIFlashTransition",
+        @"CIFourfoldReflectedTile",
+        @"CIFourfoldRotatedTile",
+        @"CIFourfoldTranslatedTile",
         @"CIGammaAdjust",
         @"CIGaussianBlur",
         @"CIGaussianGradient",
+        @"CIGlideReflectedTile",
     ]];
     // clang-format on
     CIImage* image = ImageOfBytes(4, 4, VariedBytes(4, 4));

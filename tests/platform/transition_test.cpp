@@ -64,6 +64,15 @@ TEST_P(EveryTransitionTest, IsTheOneImageBeforeAndTheOtherAfter) {
     }
 }
 
+TEST_P(EveryTransitionTest, HowItIsCutChangesNoBit) {
+    Random random;
+    for (int round = 0; round < 5; ++round) {
+        const Source image = RandomSource(random), target = RandomSource(random);
+        const ImageRef between = at(random.between(0.1, 0.9), image.image, target.image, all(random.between(0.5, 20)));
+        EXPECT_EQ(Pixels(between, kAround, {23, 16, 7}), Pixels(between, kAround));
+    }
+}
+
 TEST_P(EveryTransitionTest, ReachesOverBothImagesAtAnyTime) {
     const ImageRef image = Grey(1, {1, 2, 3, 4}), target = Grey(1, {-7, 3, 2, 9});
     for (const double time : {0.0, 0.3, 1.0}) {
@@ -129,7 +138,8 @@ TEST(CopyMachineTransitionTest, IsThatOfTheFormula) {
         const double time = random.between(0, 1), angle = random.between(-7, 7), width = random.between(0.5, 90);
         const double opacity = random.between(0, 3), left = random.between(-50, 0), bottom = random.between(-50, 0);
         const double across = random.between(1, 90), up = random.between(1, 90);
-        const std::vector<double> color = {random.between(0, 1), random.between(0, 1), random.between(0, 1), 1};
+        const std::vector<double> color = {random.between(0, 1), random.between(0, 1), random.between(0, 1),
+                                           random.between(0, 1)};
         const ImageRef image2 = Transition("CICopyMachineTransition", image.image, target.image,
                                            {{"inputTime", {time}},
                                             {"inputAngle", {angle}},
@@ -152,7 +162,7 @@ TEST(CopyMachineTransitionTest, IsThatOfTheFormula) {
             const double u = px * std::cos(angle) + py * std::sin(angle);
             const double p = std::clamp((u - (far - width)) / width, 0.0, 1.0);
             return Mix(target.at(x, y, channel), image.at(x, y, channel), p) +
-                   opacity * color[channel] * std::min(p / 0.83, (1 - p) / 0.17);
+                   opacity * color[3] * (channel == 3 ? 1 : color[channel]) * std::min(p / 0.83, (1 - p) / 0.17);
         });
     }
 }
@@ -218,6 +228,20 @@ TEST(BarsSwipeTransitionTest, BarsComputedByHand) {
     EXPECT_NEAR(red(40, 2), 2 + 10 * (m - 1) * (m - 1), 1e-3);
     EXPECT_NEAR(red(89, 2), 2 + 10 * (m - 2) * (m - 2), 1e-3);
     EXPECT_EQ(red(10, 50), 1000);
+}
+
+TEST(BarsSwipeTransitionTest, WidthAndOffsetAreAboveZero) {
+    const auto bars = [](double width, double offset) {
+        return Pixels(
+            Transition(
+                "CIBarsSwipeTransition", RandomImage(31, 17), RandomImage(17, 31),
+                {{"inputTime", {0.4}}, {"inputAngle", {3}}, {"inputWidth", {width}}, {"inputBarOffset", {offset}}}),
+            {0, 0, 31, 31});
+    };
+    for (const double none : {0.0, -5.0}) {
+        EXPECT_EQ(bars(none, 2), bars(1e-6, 2));
+        EXPECT_EQ(bars(9, none), bars(9, 1e-6));
+    }
 }
 
 TEST(BarsSwipeTransitionTest, OverAnEndlessTargetBarsAreLaidOverTheImage) {

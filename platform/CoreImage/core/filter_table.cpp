@@ -9,6 +9,7 @@
 #include "generator/generator.h"
 #include "geometry/geometry.h"
 #include "reduction/reduction.h"
+#include "tile/tiles.h"
 #include "transition/transition.h"
 
 namespace core_image {
@@ -65,13 +66,18 @@ constexpr Row kRows[] = {
     {"CIDiscBlur",                       DiscBlur},
     {"CIDisintegrateWithMaskTransition", DisintegrateWithMaskTransition},
     {"CIDissolveTransition",             DissolveTransition},
+    {"CIEightfoldReflectedTile",         EightfoldReflectedTile},
     {"CIExclusionBlendMode",             ExclusionBlendMode},
     {"CIExposureAdjust",                 ExposureAdjust},
     {"CIFalseColor",                     FalseColour},
     {"CIFlashTransition",                FlashTransition},
+    {"CIFourfoldReflectedTile",          FourfoldReflectedTile},
+    {"CIFourfoldRotatedTile",            FourfoldRotatedTile},
+    {"CIFourfoldTranslatedTile",         FourfoldTranslatedTile},
     {"CIGammaAdjust",                    GammaAdjust},
     {"CIGaussianBlur",                   GaussianBlur},
     {"CIGaussianGradient",               GaussianGradientGenerator},
+    {"CIGlideReflectedTile",             GlideReflectedTile},
 };
 // clang-format on
 

@@ -47,7 +47,7 @@ HWY_INLINE void Change(const GlareFormula& formula, Colours& c, const Two& other
 
 HWY_INLINE void Change(const FlashFormula& formula, Colours& c, const Two& others) {
     const Wide share = Constant(formula.share);
-    ForEachNumber(c, others[1], [](Wide image, Wide light) HWY_ATTR { return Clamp01(hn::Add(Finite(image), light)); });
+    ForEachNumber(c, others[1], [](Wide image, Wide light) HWY_ATTR { return Clamp01(hn::Add(image, light)); });
     ForEachNumber(c, others[0], [&](Wide flash, Wide target) HWY_ATTR { return Mix(target, flash, share); });
 }
 

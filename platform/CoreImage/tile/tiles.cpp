@@ -1,0 +1,97 @@
+// tiles.cpp - the filters: their cell, and the fold (folds.h) that they are.
+
+#include "tile/tiles.h"
+
+#include <cmath>
+#include <utility>
+
+#include "tile/folds.h"
+
+namespace core_image {
+namespace {
+
+// A cell narrower than this is as wide as this: places are divided by its area.
+constexpr double kNarrowest = 1e-6;
+
+// A cell flatter than this, as the sine of the angle between its edges, is as flat as this, for the same reason.
+constexpr double kFlattest = 0.01;
+
+// A turn by an angle. Why rounded: a quarter turn given as a 32-bit float would miss pixels by a little, and so make
+// seams that run through their centres ragged.
+struct Turn {
+    double cos, sin;
+
+    explicit Turn(double angle) : cos(std::cos(angle)), sin(std::sin(angle)) {
+        constexpr double kNone = 1e-6;
+        if (std::abs(sin) < kNone) cos = std::copysign(1, cos), sin = 0;
+        if (std::abs(cos) < kNone) sin = std::copysign(1, sin), cos = 0;
+    }
+};
+
+// The cell of a filter; its second edge is turned from the first.
+Cell CellOf(const Inputs& inputs, Turn second) {
+    const double given = inputs.number("inputWidth");
+    // Why 1 for none: a pixel of the image is the least that there is to show.
+    const double width = given > 0 ? std::max(given, kNarrowest) : 1;
+    if (std::abs(second.sin) < kFlattest) second.sin = std::copysign(kFlattest, second.sin);
+    const Turn first(inputs.number("inputAngle"));
+    return {inputs.element("inputCenter", 0),
+            inputs.element("inputCenter", 1),
+            width * first.cos,
+            width * first.sin,
+            width * (second.cos * first.cos - second.sin * first.sin),
+            width * (second.cos * first.sin + second.sin * first.cos)};
+}
+
+class TileWarp : public Warp {
+  public:
+    TileWarp(const Cell& cell, Fold fold) : cell_(cell), fold_(fold) {}
+
+    void places(const PlaceRow& row, double* x, double* y) const override { fold_(cell_, row, x, y); }
+
+    // All of the cell, wherever it is to be shown.
+    Extent source(const Extent&) const override {
+        const auto [left, right] = reach(cell_.firstX, cell_.secondX);
+        const auto [bottom, top] = reach(cell_.firstY, cell_.secondY);
+        return {cell_.x + left, cell_.y + bottom, cell_.x + right, cell_.y + top};
+    }
+
+    bool isScattered() const override { return true; }
+
+  private:
+    // The least and the most that two edges, either or both, come to.
+    static std::pair<double, double> reach(double first, double second) {
+        return {std::min(first, 0.0) + std::min(second, 0.0), std::max(first, 0.0) + std::max(second, 0.0)};
+    }
+
+    Cell cell_;
+    Fold fold_;
+};
+
+constexpr double kRightAngle = 1.5707963267948966;
+
+ImageRef MakeTile(const Inputs& inputs, Fold fold, double between = kRightAngle) {
+    ImageRef input = inputs.image("inputImage");
+    if (input == nullptr) return nullptr;
+    return MakeWarpedImage(std::move(input), std::make_shared<TileWarp>(CellOf(inputs, Turn(between)), fold),
+                           Extent::infinite());
+}
+
+}  // namespace
+
+ImageRef EightfoldReflectedTile(const Inputs& inputs) { return MakeTile(inputs, ReflectEightFold); }
+
+ImageRef FourfoldReflectedTile(const Inputs& inputs) {
+    return MakeTile(inputs, ReflectFold, inputs.number("inputAcuteAngle"));
+}
+
+ImageRef FourfoldRotatedTile(const Inputs& inputs) { return MakeTile(inputs, RotateFold); }
+
+ImageRef FourfoldTranslatedTile(const Inputs& inputs) {
+    return MakeTile(inputs, TranslateFold, inputs.number("inputAcuteAngle"));
+}
+
+// Chosen of what glide reflection may mean: going up by one cell reflects left to right about the cell's corner.
+ImageRef GlideReflectedTile(const Inputs& inputs) { return MakeTile(inputs, GlideFold); }
+
+}  // namespace core_image
