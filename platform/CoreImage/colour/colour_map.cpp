@@ -5,59 +5,70 @@
 // a picture lies the mean of what is stored, which is decoded afterwards.
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
 #include "colour/colour.h"
 #include "core/engine.h"
-#include "core/luminance.h"
+#include "core/point.h"
 #include "core/transfer.h"
 
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "colour/colour_map.cpp"
+#include <hwy/foreach_target.h>
+
+#include "colour/texels-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace core_image::HWY_NAMESPACE {
+
+// Behind the last texel its like must follow.
+HWY_ATTR void MapRun(const float* texels, std::size_t width, float* blocks, std::size_t count) {
+    HWY_ALIGN std::int32_t cells[kBlockPixels];
+    HWY_ALIGN float shares[kBlockPixels];
+    const auto wide = static_cast<float>(width);
+    const auto prepare = [&](std::size_t pixel, const Colours& c) HWY_ATTR {
+        const Wide middle = hn::MulAdd(Clamp01(Luminance(c)), Constant(wide), Constant(-0.5f));
+        const Wide place = hn::Max(hn::Min(middle, Constant(wide - 1)), Constant(0));
+        const Wide cell = hn::Floor(place);
+        hn::Store(hn::Sub(place, cell), WideTag(), shares + pixel);
+        const hn::RebindToSigned<WideTag> integers;
+        hn::Store(hn::ConvertTo(integers, cell), integers, cells + pixel);
+    };
+    const auto look = [&](std::size_t pixel)
+                          HWY_ATTR { return Between(LoadPair(texels + 4 * cells[pixel]), shares[pixel]); };
+    LookUp(blocks, count, 1, prepare, look);
+}
+
+}  // namespace core_image::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
 namespace core_image {
 namespace {
+
+HWY_EXPORT(MapRun);
 
 // Why a limit: luminance does not tell more places apart, and a row must fit into memory.
 constexpr double kWidestGradient = 1 << 20;
 
-class MapStage : public Stage {
+// A row of texels, the last of them twice, and whether what is found among them is encoded.
+class Map : public PointFunction {
   public:
-    MapStage(Prepared input, PixelBlock gradient, bool isEncoded)
-        : input_(std::move(input)), gradient_(std::move(gradient)), isEncoded_(isEncoded) {}
+    explicit Map(const ImageRef& gradient, const Region& row)
+        : texels_(Region{row.x, row.y, row.width + 1, 1}), isEncoded_(gradient->encoded() != nullptr) {
+        Prepare(isEncoded_ ? gradient->encoded() : gradient, row).render(texels_.tile().part(row));
+        float* end = texels_.tile().pixels + static_cast<std::size_t>(row.width) * kFloatsPerPixel;
+        std::copy(end - kFloatsPerPixel, end, end);
+    }
 
-    bool isPointwise() const override { return input_.isPointwise(); }
-
-    void render(const Tile& tile) const override {
-        ForEachStrip(tile, isPointwise(), [this](const Tile& strip) {
-            input_.render(strip);
-            for (std::int64_t y = strip.region.y; y < strip.region.top(); ++y) mapRow(strip.row(y), strip.width());
-        });
+    void apply(float* blocks, std::size_t count) const override {
+        const auto width = static_cast<std::size_t>(texels_.region().width - 1);
+        HWY_DYNAMIC_DISPATCH(MapRun)(texels_.tile().pixels, width, blocks, count);
+        if (isEncoded_) DecodeRun(blocks, count);
     }
 
   private:
-    void mapRow(float* pixels, std::size_t count) const {
-        constexpr float kRed = kLuminance[0], kGreen = kLuminance[1], kBlue = kLuminance[2];
-        const float* colours = gradient_.row(gradient_.region().y);
-        const auto width = static_cast<float>(gradient_.region().width);
-        for (float* pixel = pixels; pixel != pixels + count * kFloatsPerPixel; pixel += kFloatsPerPixel) {
-            const float alpha = std::isfinite(pixel[3]) ? pixel[3] : 0;
-            const float luminance = (pixel[0] * kRed + pixel[1] * kGreen + pixel[2] * kBlue) / alpha;
-            // Written so that what is no number, as where alpha is 0, becomes 0.
-            const float bounded = luminance > 0 ? std::min(luminance, 1.0f) : 0;
-            const float place = std::clamp(bounded * width - 0.5f, 0.0f, width - 1);
-            const auto left = static_cast<std::size_t>(place);
-            const std::size_t right = std::min(left + 1, static_cast<std::size_t>(width) - 1);
-            const float share = place - static_cast<float>(left);
-            for (std::size_t channel = 0; channel < kFloatsPerPixel; ++channel) {
-                const float from = colours[left * kFloatsPerPixel + channel];
-                const float to = colours[right * kFloatsPerPixel + channel];
-                pixel[channel] = (from + (to - from) * share) * alpha;
-            }
-        }
-        if (isEncoded_) DecodePremultipliedRow(pixels, count);
-    }
-
-    Prepared input_;
-    PixelBlock gradient_;
+    PixelBlock texels_;
     bool isEncoded_;
 };
 
@@ -70,10 +81,7 @@ class MapImage : public Image {
           row_(row) {}
 
     std::unique_ptr<const Stage> prepare(const Region& region) const override {
-        PixelBlock colours(row_);
-        const ImageRef encoded = gradient_->encoded();
-        Prepare(encoded != nullptr ? encoded : gradient_, row_).render(colours.tile());
-        return std::make_unique<MapStage>(Prepare(input_, region), std::move(colours), encoded != nullptr);
+        return MakePointStage(Prepare(input_, region), std::make_unique<Map>(gradient_, row_));
     }
 
   private:
@@ -96,3 +104,4 @@ ImageRef ColourMap(const Inputs& inputs) {
 }
 
 }  // namespace core_image
+#endif

@@ -1,4 +1,4 @@
-// colour_matrix.cpp - the map itself: four products for each pixel, compiled once for every instruction set.
+// colour_matrix.cpp - the map itself: a row of it for each channel, compiled once for every instruction set.
 
 #include "colour/colour_matrix.h"
 
@@ -11,24 +11,14 @@
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
 
-// As many whole pixels as a vector has room for.
-template <class D>
-HWY_INLINE void MultiplyVector(D d, const ColourMatrix::Columns& columns, float* pixels) {
-    const auto in = hn::LoadU(d, pixels);
-    auto sum = hn::Mul(hn::LoadDup128(d, columns[0].data()), hn::Broadcast<0>(in));
-    sum = hn::MulAdd(hn::LoadDup128(d, columns[1].data()), hn::Broadcast<1>(in), sum);
-    sum = hn::MulAdd(hn::LoadDup128(d, columns[2].data()), hn::Broadcast<2>(in), sum);
-    sum = hn::MulAdd(hn::LoadDup128(d, columns[3].data()), hn::Broadcast<3>(in), sum);
-    hn::StoreU(Finite(sum), d, pixels);
-}
-
-HWY_ATTR void MultiplyRow(const ColourMatrix::Columns& columns, float* pixels, std::size_t count) {
-    const WideTag wide;
-    const hn::FixedTag<float, 4> pixel;
-    const std::size_t floats = count * 4;
-    std::size_t index = 0;
-    for (; index + hn::Lanes(wide) <= floats; index += hn::Lanes(wide)) MultiplyVector(wide, columns, pixels + index);
-    for (; index < floats; index += 4) MultiplyVector(pixel, columns, pixels + index);
+HWY_ATTR void MultiplyRun(const ColourMatrix::Columns& columns, float* blocks, std::size_t count) {
+    const auto row = [&columns](const Colours& c, std::size_t index) HWY_ATTR {
+        Wide sum = hn::Mul(Constant(columns[0][index]), c.red);
+        sum = hn::MulAdd(Constant(columns[1][index]), c.green, sum);
+        sum = hn::MulAdd(Constant(columns[2][index]), c.blue, sum);
+        return hn::MulAdd(Constant(columns[3][index]), c.alpha, sum);
+    };
+    ForEachPixel(blocks, count, [&](Colours& c) HWY_ATTR { c = {row(c, 0), row(c, 1), row(c, 2), row(c, 3)}; });
 }
 
 }  // namespace core_image::HWY_NAMESPACE
@@ -37,11 +27,10 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace core_image {
 
-HWY_EXPORT(MultiplyRow);
+HWY_EXPORT(MultiplyRun);
 
-void ColourMatrix::apply(float* pixels, std::size_t count) const {
-    const Columns columns = columns_;
-    HWY_DYNAMIC_DISPATCH(MultiplyRow)(columns, pixels, count);
+void ColourMatrix::apply(float* blocks, std::size_t count) const {
+    HWY_DYNAMIC_DISPATCH(MultiplyRun)(columns_, blocks, count);
 }
 
 }  // namespace core_image

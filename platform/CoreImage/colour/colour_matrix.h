@@ -18,7 +18,7 @@ class ColourMatrix : public PointFunction {
 
     explicit ColourMatrix(const Columns& columns) : columns_(columns) {}
 
-    void apply(float* pixels, std::size_t count) const override;
+    void apply(float* blocks, std::size_t count) const override;
 
   private:
     Columns columns_;

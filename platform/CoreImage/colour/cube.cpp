@@ -16,21 +16,12 @@ namespace {
 constexpr double kSmallestDimension = 2;
 constexpr double kLargestDimension = 128;
 
-// Why levels: the table stands for a picture of bytes, and results are those of one. What is no number becomes 0; written
-// without branches, so that the compiler rounds several at a time.
-float RoundToByte(float value) {
-    const float bounded = std::min(std::max(0.0f, value), 1.0f);
-    return static_cast<float>(static_cast<int>(bounded * 255 + 0.5f)) / 255;
-}
-
 class Cube : public PointFunction {
   public:
-    Cube(std::vector<float> texels, int dimension) : texels_(std::move(texels)), dimension_(dimension) {
-        for (float& number : texels_) number = RoundToByte(number);
-    }
+    Cube(std::vector<float> texels, int dimension) : texels_(std::move(texels)), dimension_(dimension) {}
 
-    void apply(float* pixels, std::size_t count) const override {
-        LookUpCube(texels_.data(), dimension_, pixels, count);
+    void apply(float* blocks, std::size_t count) const override {
+        LookUpCube(texels_.data(), dimension_, blocks, count);
     }
 
   private:
@@ -40,12 +31,12 @@ class Cube : public PointFunction {
 
 class Encoding : public PointFunction {
   public:
-    void apply(float* pixels, std::size_t count) const override { EncodeRow(pixels, count); }
+    void apply(float* blocks, std::size_t count) const override { EncodeClipped(blocks, count); }
 };
 
 class Decoding : public PointFunction {
   public:
-    void apply(float* pixels, std::size_t count) const override { DecodeRow(pixels, count); }
+    void apply(float* blocks, std::size_t count) const override { DecodeClipped(blocks, count); }
 };
 
 // The cube of a filter; null for a dimension that none has, and for data too short for it.

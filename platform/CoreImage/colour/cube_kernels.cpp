@@ -6,45 +6,53 @@
 #define HWY_TARGET_INCLUDE "colour/cube_kernels.cpp"
 #include <hwy/foreach_target.h>
 
+#include "colour/texels-inl.h"
 #include "core/power-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
 
-using PixelTag = hn::FixedTag<float, 4>;
-using PixelVector = hn::Vec<PixelTag>;
-
-// What lies at a share of the way from a to b.
-HWY_INLINE PixelVector Between(PixelVector a, PixelVector b, PixelVector share) {
-    return hn::MulAdd(hn::Sub(b, a), share, a);
+// Levels of bytes from 0 to 255, to which numbers of 0...1 are rounded; what is no number becomes 0.
+//
+// Why here: a table is larger than many a picture. Few of its texels may be looked at.
+template <class V>
+HWY_INLINE V LevelOf(V value) {
+    const hn::DFromV<V> d;
+    const V positive = hn::IfThenElseZero(hn::Gt(value, hn::Zero(d)), value);
+    return hn::Floor(hn::MulAdd(hn::Min(positive, hn::Set(d, 1.0f)), hn::Set(d, 255.0f), hn::Set(d, 0.5f)));
 }
 
-// Why one pixel at a time: its texels lie apart in memory, but each is a vector of its own.
-HWY_ATTR void LookUpCube(const float* texels, int dimension, float* pixels, std::size_t count) {
-    const PixelTag d;
-    const hn::RebindToSigned<PixelTag> integers;
+HWY_INLINE TexelPair LoadLevels(const float* texels) {
+    return OfBoth(LoadPair(texels), [](auto texel) HWY_ATTR { return LevelOf(texel); });
+}
+
+HWY_ATTR void LookUpCube(const float* texels, int dimension, float* blocks, std::size_t count) {
     const std::size_t green = 4 * static_cast<std::size_t>(dimension);
     const std::size_t blue = green * static_cast<std::size_t>(dimension);
-    const auto scale = hn::Set(d, static_cast<float>(dimension - 1));
-    const auto last = hn::Set(d, static_cast<float>(dimension - 2));
-    for (float* pixel = pixels; pixel != pixels + 4 * count; pixel += 4) {
-        const auto value = Finite(hn::LoadU(d, pixel));
-        const auto alpha = hn::Broadcast<3>(value);
-        const auto colour = hn::IfThenElseZero(hn::Ne(alpha, hn::Zero(d)), hn::Div(value, alpha));
-        const auto place = hn::Mul(Clamp01(colour), scale);
-        const auto cell = hn::Min(hn::Floor(place), last);
-        const auto share = hn::Sub(place, cell);
-        HWY_ALIGN std::int32_t cells[4];
-        hn::Store(hn::ConvertTo(integers, cell), integers, cells);
-        const float* texel = texels + static_cast<std::size_t>(cells[0]) * 4 +
-                             static_cast<std::size_t>(cells[1]) * green + static_cast<std::size_t>(cells[2]) * blue;
-        const auto row = [&](std::size_t offset) HWY_ATTR {
-            return Between(hn::LoadU(d, texel + offset), hn::LoadU(d, texel + offset + 4), hn::Broadcast<0>(share));
+    const auto edge = static_cast<float>(dimension);
+    HWY_ALIGN std::int32_t cells[kBlockPixels];
+    HWY_ALIGN float shares[3][kBlockPixels];
+    const auto prepare = [&](std::size_t pixel, const Colours& c) HWY_ATTR {
+        const auto cellOf = [&](Wide colour, std::size_t axis) HWY_ATTR {
+            const Wide place = hn::Mul(Clamp01(colour), Constant(edge - 1));
+            const Wide cell = hn::Min(hn::Floor(place), Constant(edge - 2));
+            hn::Store(hn::Sub(place, cell), WideTag(), shares[axis] + pixel);
+            return cell;
         };
-        const auto square = [&](std::size_t offset)
-                                HWY_ATTR { return Between(row(offset), row(offset + green), hn::Broadcast<1>(share)); };
-        hn::StoreU(hn::Mul(Between(square(0), square(blue), hn::Broadcast<2>(share)), alpha), d, pixel);
-    }
+        // Exact, since there are fewer floats in a table than whole numbers that floats hold.
+        const Wide row = hn::MulAdd(cellOf(c.blue, 2), Constant(edge), cellOf(c.green, 1));
+        const Wide cell = hn::MulAdd(row, Constant(4 * edge), hn::Mul(cellOf(c.red, 0), Constant(4)));
+        const hn::RebindToSigned<WideTag> integers;
+        hn::Store(hn::ConvertTo(integers, cell), integers, cells + pixel);
+    };
+    const auto look = [&](std::size_t pixel) HWY_ATTR {
+        const float* cell = texels + cells[pixel];
+        const auto rows = [&](const float* texel) HWY_ATTR {
+            return Between(LoadLevels(texel), LoadLevels(texel + green), shares[1][pixel]);
+        };
+        return Between(Between(rows(cell), rows(cell + blue), shares[2][pixel]), shares[0][pixel]);
+    };
+    LookUp(blocks, count, 1.0f / 255, prepare, look);
 }
 
 struct Encode {
@@ -63,8 +71,8 @@ struct Decode {
     }
 };
 
-HWY_ATTR void EncodeRow(float* pixels, std::size_t count) { ForEachPixel(pixels, count, Encode()); }
-HWY_ATTR void DecodeRow(float* pixels, std::size_t count) { ForEachPixel(pixels, count, Decode()); }
+HWY_ATTR void EncodeClipped(float* blocks, std::size_t count) { ForEachPixel(blocks, count, Encode()); }
+HWY_ATTR void DecodeClipped(float* blocks, std::size_t count) { ForEachPixel(blocks, count, Decode()); }
 
 }  // namespace core_image::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
@@ -73,16 +81,16 @@ HWY_AFTER_NAMESPACE();
 namespace core_image {
 
 HWY_EXPORT(LookUpCube);
-HWY_EXPORT(EncodeRow);
-HWY_EXPORT(DecodeRow);
+HWY_EXPORT(EncodeClipped);
+HWY_EXPORT(DecodeClipped);
 
-void LookUpCube(const float* texels, int dimension, float* pixels, std::size_t count) {
-    HWY_DYNAMIC_DISPATCH(LookUpCube)(texels, dimension, pixels, count);
+void LookUpCube(const float* texels, int dimension, float* blocks, std::size_t count) {
+    HWY_DYNAMIC_DISPATCH(LookUpCube)(texels, dimension, blocks, count);
 }
 
-void EncodeRow(float* pixels, std::size_t count) { HWY_DYNAMIC_DISPATCH(EncodeRow)(pixels, count); }
+void EncodeClipped(float* blocks, std::size_t count) { HWY_DYNAMIC_DISPATCH(EncodeClipped)(blocks, count); }
 
-void DecodeRow(float* pixels, std::size_t count) { HWY_DYNAMIC_DISPATCH(DecodeRow)(pixels, count); }
+void DecodeClipped(float* blocks, std::size_t count) { HWY_DYNAMIC_DISPATCH(DecodeClipped)(blocks, count); }
 
 }  // namespace core_image
 #endif

@@ -6,11 +6,11 @@
 
 namespace core_image {
 
-// Replaces colours by what a table of dimension^3 texels holds for them; see cube.h.
-void LookUpCube(const float* texels, int dimension, float* pixels, std::size_t count);
+// Replaces colours by what a table of dimension^3 texels, each number rounded to a byte, holds for them; see colour.h.
+void LookUpCube(const float* texels, int dimension, float* blocks, std::size_t count);
 
 // Encode and decode colours, divided by alpha and clipped to 0...1, by the curve of sRGB.
-void EncodeRow(float* pixels, std::size_t count);
-void DecodeRow(float* pixels, std::size_t count);
+void EncodeClipped(float* blocks, std::size_t count);
+void DecodeClipped(float* blocks, std::size_t count);
 
 }  // namespace core_image

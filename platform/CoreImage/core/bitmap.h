@@ -41,7 +41,18 @@ struct BitmapDestination {
 // The image of a bitmap, whose pixels the owner keeps alive.
 ImageRef MakeBitmapImage(const BitmapSource& source, std::shared_ptr<const void> owner);
 
-// Encodes a tile into its place in a bitmap that stands for a region.
-void Store(const Tile& tile, const Region& region, const BitmapDestination& destination);
+// How many bytes a pixel takes.
+constexpr std::size_t SizeOfPixel(PixelFormat format) {
+    return format == PixelFormat::bytes ? kFloatsPerPixel : kFloatsPerPixel * sizeof(float);
+}
+
+// Encodes a run in blocks, whose memory is used, into its place in a bitmap that stands for a region.
+//
+// Past the cache: for a bitmap larger than that, of which nothing would be found there later. Who writes so flushes before others
+// read. What does not fill a line of memory goes through the cache, so most runs should begin where a line does.
+void Store(float* blocks, const Run& run, const Region& region, const BitmapDestination& destination, bool pastCache);
+
+// How many pixels lie between a place in such a bitmap and the next beginning of a line of memory.
+std::size_t PixelsToLine(const BitmapDestination& destination, const Region& region, std::int64_t x, std::int64_t y);
 
 }  // namespace core_image

@@ -10,14 +10,6 @@ namespace {
 
 constexpr float kByteScale = 1.0f / 255;
 
-// Linear light of encoded, premultiplied numbers.
-void DecodePremultiplied(float* pixel) {
-    const float alpha = pixel[3];
-    for (int channel = 0; channel < 3; ++channel) {
-        pixel[channel] = alpha == 0 ? 0 : DecodeSRGB(pixel[channel] / alpha) * alpha;
-    }
-}
-
 // A pixel of bytes whose numbers are linear.
 void DecodeLinearByte(const std::uint8_t* from, Alpha kind, float* to) {
     const float alpha = kind == Alpha::ignored ? 1.0f : static_cast<float>(from[3]) * kByteScale;
@@ -46,12 +38,6 @@ void DecodeByteRow(const BitmapSource& source, const std::uint8_t* from, float* 
     }
 }
 
-void DecodeFloatRow(const BitmapSource& source, const std::uint8_t* from, float* to, std::size_t count) {
-    std::memcpy(to, from, count * kFloatsPerPixel * sizeof(float));
-    if (source.transfer == Transfer::linear) return;
-    for (std::size_t index = 0; index < count; ++index) DecodePremultiplied(to + index * kFloatsPerPixel);
-}
-
 class BitmapStage : public Stage {
   public:
     explicit BitmapStage(const BitmapSource& source) : source_(source) {}
@@ -75,19 +61,36 @@ class BitmapStage : public Stage {
     }
 
     void render(const Tile& tile) const override {
-        const std::size_t pixelSize =
-            source_.format == PixelFormat::bytes ? kFloatsPerPixel : kFloatsPerPixel * sizeof(float);
-        const auto x = static_cast<std::size_t>(tile.region.x);
+        if (source_.format == PixelFormat::floats && source_.transfer == Transfer::sRGB) {
+            RenderByRuns(*this, tile);
+            return;
+        }
         for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
-            const std::size_t row = source_.height - 1 - static_cast<std::size_t>(y);
-            const auto* from =
-                static_cast<const std::uint8_t*>(source_.pixels) + row * source_.bytesPerRow + x * pixelSize;
-            (source_.format == PixelFormat::bytes ? DecodeByteRow : DecodeFloatRow)(source_, from, tile.row(y),
-                                                                                    tile.width());
+            const std::uint8_t* from = place(tile.region.x, y);
+            if (source_.format == PixelFormat::bytes) {
+                DecodeByteRow(source_, from, tile.row(y), tile.width());
+            } else {
+                std::memcpy(tile.row(y), from, tile.width() * kFloatsPerPixel * sizeof(float));
+            }
         }
     }
 
+    void renderRun(const Run& run, float* blocks, float* spare) const override {
+        if (source_.format == PixelFormat::bytes) {
+            Stage::renderRun(run, blocks, spare);
+            return;
+        }
+        ToBlocks(reinterpret_cast<const float*>(place(run.x, run.y)), run.count, blocks);
+        if (source_.transfer == Transfer::sRGB) DecodeRun(blocks, run.count);
+    }
+
   private:
+    const std::uint8_t* place(std::int64_t x, std::int64_t y) const {
+        const std::size_t row = source_.height - 1 - static_cast<std::size_t>(y);
+        return static_cast<const std::uint8_t*>(source_.pixels) + row * source_.bytesPerRow +
+               static_cast<std::size_t>(x) * SizeOfPixel(source_.format);
+    }
+
     const BitmapSource& source_;  // of the image, which outlives the rendering
 };
 

@@ -1,63 +1,91 @@
-// bitmap_store.cpp - encodes linear, premultiplied pixels for a bitmap.
+// bitmap_store.cpp - encodes linear, premultiplied pixels for a bitmap; compiled once for every instruction set.
 //
 // Why unclipped: alpha may exceed 1 between filters. Colours are divided by that alpha and multiplied by it again, and only then
 // is everything clipped; clipping alpha first would change the colours of what was added up.
 
-#include <cmath>
+#include <cstring>
 
 #include "core/bitmap.h"
 
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "core/bitmap_store.cpp"
+#include <hwy/foreach_target.h>
+
+#include "core/pixels-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace core_image::HWY_NAMESPACE {
+
+// The nearest byte of 0...1, in the lowest bits of an integer; what is no number becomes 0.
+HWY_INLINE auto ToByte(Wide value) {
+    const Wide positive = hn::IfThenElseZero(hn::Gt(value, Constant(0)), value);
+    const Wide scaled = hn::MulAdd(hn::Min(positive, Constant(1)), Constant(255), Constant(0.5f));
+    return hn::ConvertTo(hn::RebindToSigned<WideTag>(), scaled);
+}
+
+// Turns blocks into pixels of bytes, in place: red stands in the lowest bits of a pixel.
+HWY_ATTR void ToBytes(float* blocks, std::size_t count) {
+    const hn::RebindToSigned<WideTag> integers;
+    auto* to = reinterpret_cast<std::int32_t*>(blocks);
+    for (std::size_t pixel = 0; pixel < count; pixel += hn::MaxLanes(WideTag())) {
+        const Colours c = LoadColours(blocks + PlaceInBlocks(pixel));
+        const auto redGreen = hn::Or(ToByte(c.red), hn::ShiftLeft<8>(ToByte(c.green)));
+        const auto blueAlpha = hn::Or(ToByte(c.blue), hn::ShiftLeft<8>(ToByte(c.alpha)));
+        hn::StoreU(hn::Or(redGreen, hn::ShiftLeft<16>(blueAlpha)), integers, to + pixel);
+    }
+}
+
+// Copies whole lines of memory past the cache.
+HWY_ATTR void CopyLines(const std::uint8_t* from, std::size_t bytes, std::uint8_t* to) {
+    const hn::ScalableTag<std::uint8_t> d;
+    for (std::size_t index = 0; index < bytes; index += hn::Lanes(d)) {
+        hn::Stream(hn::LoadU(d, from + index), d, to + index);
+    }
+}
+
+}  // namespace core_image::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
 namespace core_image {
 namespace {
 
-// The nearest byte; what is no number becomes 0.
-std::uint8_t ToByte(float value) {
-    if (!(value > 0)) return 0;
-    return value >= 1 ? 255 : static_cast<std::uint8_t>(value * 255 + 0.5f);
-}
+HWY_EXPORT(ToBytes);
+HWY_EXPORT(CopyLines);
 
-// Encodes a pixel, still as floats.
-void EncodePixel(const float* from, Transfer transfer, float* to) {
-    const float alpha = from[3];
-    for (int channel = 0; channel < 3; ++channel) {
-        if (transfer == Transfer::linear) {
-            to[channel] = from[channel];
-        } else if (alpha == 1) {
-            to[channel] = EncodeSRGB(from[channel]);
-        } else {
-            to[channel] = alpha == 0 ? 0 : EncodeSRGB(from[channel] / alpha) * alpha;
-        }
-    }
-    to[3] = alpha;
-}
+constexpr std::size_t kLine = 64;  // of memory, in bytes
 
-void StoreByteRow(const float* from, std::size_t count, Transfer transfer, void* to) {
-    auto* bytes = static_cast<std::uint8_t*>(to);
-    float encoded[kFloatsPerPixel];
-    for (std::size_t index = 0; index < count; ++index, from += kFloatsPerPixel, bytes += kFloatsPerPixel) {
-        EncodePixel(from, transfer, encoded);
-        for (std::size_t channel = 0; channel < kFloatsPerPixel; ++channel) bytes[channel] = ToByte(encoded[channel]);
-    }
-}
-
-void StoreFloatRow(const float* from, std::size_t count, Transfer transfer, void* to) {
-    auto* floats = static_cast<float*>(to);
-    for (std::size_t index = 0; index < count; ++index) {
-        EncodePixel(from + index * kFloatsPerPixel, transfer, floats + index * kFloatsPerPixel);
-    }
+void* PlaceIn(const BitmapDestination& destination, const Region& region, std::int64_t x, std::int64_t y) {
+    const auto row = static_cast<std::ptrdiff_t>(region.top() - 1 - y);
+    const auto column = static_cast<std::ptrdiff_t>(x - region.x);
+    return static_cast<std::uint8_t*>(destination.pixels) + row * destination.bytesPerRow +
+           column * static_cast<std::ptrdiff_t>(SizeOfPixel(destination.format));
 }
 
 }  // namespace
 
-void Store(const Tile& tile, const Region& region, const BitmapDestination& destination) {
-    const bool bytes = destination.format == PixelFormat::bytes;
-    const auto pixelSize = static_cast<std::ptrdiff_t>(bytes ? kFloatsPerPixel : kFloatsPerPixel * sizeof(float));
-    const auto column = static_cast<std::ptrdiff_t>(tile.region.x - region.x) * pixelSize;
-    for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
-        const auto row = static_cast<std::ptrdiff_t>(region.top() - 1 - y);
-        void* to = static_cast<std::uint8_t*>(destination.pixels) + row * destination.bytesPerRow + column;
-        (bytes ? StoreByteRow : StoreFloatRow)(tile.row(y), tile.width(), destination.transfer, to);
+std::size_t PixelsToLine(const BitmapDestination& destination, const Region& region, std::int64_t x, std::int64_t y) {
+    const auto beyond = reinterpret_cast<std::uintptr_t>(PlaceIn(destination, region, x, y)) % kLine;
+    return (kLine - beyond) % kLine / SizeOfPixel(destination.format);
+}
+
+void Store(float* blocks, const Run& run, const Region& region, const BitmapDestination& destination, bool pastCache) {
+    if (destination.transfer == Transfer::sRGB) EncodeRun(blocks, run.count);
+    if (destination.format == PixelFormat::bytes) {
+        HWY_DYNAMIC_DISPATCH(ToBytes)(blocks, run.count);
+    } else {
+        FromBlocks(blocks, run.count, blocks);
     }
+    const auto* from = reinterpret_cast<const std::uint8_t*>(blocks);
+    auto* to = static_cast<std::uint8_t*>(PlaceIn(destination, region, run.x, run.y));
+    std::size_t bytes = run.count * SizeOfPixel(destination.format);
+    if (pastCache && reinterpret_cast<std::uintptr_t>(to) % kLine == 0) {
+        const std::size_t lines = bytes / kLine * kLine;
+        HWY_DYNAMIC_DISPATCH(CopyLines)(from, lines, to);
+        from += lines, to += lines, bytes -= lines;
+    }
+    std::memcpy(to, from, bytes);
 }
 
 }  // namespace core_image
+#endif

@@ -25,6 +25,10 @@ class BufferedStage : public Stage {
         }
     }
 
+    void renderRun(const Run& run, float* blocks, float*) const override {
+        ToBlocks(pixels_.tile().part(run.region()).pixels, run.count, blocks);
+    }
+
   private:
     PixelBlock pixels_;
 };

@@ -4,6 +4,29 @@
 
 namespace core_image {
 
+void Stage::renderRun(const Run& run, float* blocks, float*) const {
+    render({run.region(), blocks, 0});
+    ToBlocks(blocks, run.count, blocks);
+}
+
+void RenderByRuns(const Stage& stage, const Tile& tile) {
+    const RunMemory memory(1 + stage.spareRuns());
+    ForEachRun(tile.region, [&](const Run& run) {
+        stage.renderRun(run, memory.run(0), memory.run(1));
+        FromBlocks(memory.run(0), run.count, tile.part(run.region()).pixels);
+    });
+}
+
+void Prepared::renderRun(const Run& run, float* blocks, float* spare) const {
+    const Region region = run.region();
+    if (stage_ != nullptr && Clip(region, extent_) == region) {
+        stage_->renderRun(run, blocks, spare);
+    } else {
+        render({region, blocks, 0});
+        ToBlocks(blocks, run.count, blocks);
+    }
+}
+
 void Prepared::render(const Tile& tile) const {
     const Region inside = Clip(tile.region, extent_);
     if (stage_ == nullptr || inside.isEmpty()) {

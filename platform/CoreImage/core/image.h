@@ -3,6 +3,7 @@
 // An Image is immutable: it knows its extent and the images it is made of. Rendering has two steps. prepare() is called once
 // for a region, may do work for all of it (a reduction, a reduced copy for a wide blur) and makes a Stage; the stage then
 // renders tiles of the region, many at a time. An image asks its inputs for the region that it needs of them, in prepare().
+// Stages that work pixel by pixel render runs of pixels (run.h) instead, so that a chain of them works in a core's own cache.
 //
 // Lifetime: images are shared and keep their inputs; a Prepared belongs to one rendering.
 // Threads:  images on any thread; prepare() on one; Stage::render on many at once.
@@ -16,6 +17,7 @@
 #include <optional>
 
 #include "core/extent.h"
+#include "core/run.h"
 #include "core/tile.h"
 
 namespace core_image {
@@ -31,12 +33,20 @@ class Stage {
     // Writes every pixel of a tile that lies in the image's extent and in the region prepared for.
     virtual void render(const Tile& tile) const = 0;
 
-    // Whether a tile may be rendered in parts at no extra cost, because no pixel needs its neighbours.
+    // Whether it may be rendered run by run at no extra cost, because no pixel needs its neighbours.
     virtual bool isPointwise() const { return false; }
 
     // The pixels of a region, where all of them stand in memory anyway; none otherwise. The region is one to render.
     virtual std::optional<View> held(const Region&) const { return std::nullopt; }
+
+    // Writes a run in blocks. Spare is room for spareRuns() more, for those of several images. Called of pointwise stages only,
+    // where it saves memory from being written and read again; this one renders a tile.
+    virtual void renderRun(const Run& run, float* blocks, float* spare) const;
+    virtual std::size_t spareRuns() const { return 0; }
 };
+
+// Renders a tile of a pointwise stage run by run.
+void RenderByRuns(const Stage& stage, const Tile& tile);
 
 // A stage together with the extent outside which it is not asked.
 class Prepared {
@@ -49,6 +59,10 @@ class Prepared {
 
     // The pixels of a region, where all of them stand in memory anyway; none otherwise. See window.h.
     std::optional<View> held(const Region& region) const;
+
+    // Writes a run in blocks, transparent where the image is not; of a pointwise one.
+    void renderRun(const Run& run, float* blocks, float* spare) const;
+    std::size_t spareRuns() const { return stage_ == nullptr ? 0 : stage_->spareRuns(); }
 
     const Extent& extent() const { return extent_; }
     bool isPointwise() const { return stage_ == nullptr || stage_->isPointwise(); }

@@ -1,8 +1,8 @@
 // pixels-inl.h - vectors of pixels for the inner loops of filters that work pixel by pixel.
 //
 // A source file that is compiled once for every instruction set includes this each time. A formula is a function that changes
-// one vector of each channel; ForEachPixel runs it over a row, ForEachPlace with other images beside. What a pixel becomes
-// depends on no other pixel of its image, and on its place in the row neither.
+// one vector of each channel; ForEachPixel runs it over a run of pixels in blocks (run.h), ForEachPlace with other images
+// beside. What a pixel becomes depends on no other pixel of its image, and on its place in the row neither.
 //
 // Failure: numbers that leave the range of floats come out as the largest that filters work with, what is no number as 0.
 
@@ -20,6 +20,7 @@
 #include <cstddef>
 
 #include "core/luminance.h"
+#include "core/run.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
@@ -74,48 +75,52 @@ HWY_INLINE Wide Luminance(const Colours& c) {
     return hn::MulAdd(c.red, Constant(kRed), hn::MulAdd(c.green, Constant(kGreen), hn::Mul(c.blue, Constant(kBlue))));
 }
 
-HWY_INLINE Colours LoadColours(const float* pixels) {
-    Colours c;
-    hn::LoadInterleaved4(WideTag(), pixels, c.red, c.green, c.blue, c.alpha);
-    return c;
+// Where the red of a pixel of a run is.
+HWY_INLINE std::size_t PlaceInBlocks(std::size_t pixel) {
+    return pixel / kBlockPixels * (4 * kBlockPixels) + pixel % kBlockPixels;
 }
 
-HWY_INLINE void StoreFinite(const Colours& c, float* pixels) {
-    hn::StoreInterleaved4(Finite(c.red), Finite(c.green), Finite(c.blue), Finite(c.alpha), WideTag(), pixels);
+// As many pixels of a block as a vector has lanes, from a place among its reds on (run.h).
+HWY_INLINE Colours LoadColours(const float* reds) {
+    const WideTag d;
+    return {hn::LoadU(d, reds), hn::LoadU(d, reds + kBlockPixels), hn::LoadU(d, reds + 2 * kBlockPixels),
+            hn::LoadU(d, reds + 3 * kBlockPixels)};
 }
 
-// Runs a formula over pixels in place, given those of other images at the same places: operator()(Colours&, const Others&).
-// The last pixels, which do not fill a vector, are worked on in memory of their own.
+HWY_INLINE void StoreColours(const Colours& c, float* reds) {
+    const WideTag d;
+    hn::StoreU(c.red, d, reds);
+    hn::StoreU(c.green, d, reds + kBlockPixels);
+    hn::StoreU(c.blue, d, reds + 2 * kBlockPixels);
+    hn::StoreU(c.alpha, d, reds + 3 * kBlockPixels);
+}
+
+// Numbers whose sizes together are within what filters work with are so each, which costs less to find out.
+HWY_INLINE void MakeFinite(Colours& c) {
+    const Wide all = hn::Add(hn::Add(hn::Abs(c.red), hn::Abs(c.green)), hn::Add(hn::Abs(c.blue), hn::Abs(c.alpha)));
+    if (HWY_LIKELY(hn::AllTrue(WideTag(), hn::Le(all, Constant(1e30f))))) return;
+    c = {Finite(c.red), Finite(c.green), Finite(c.blue), Finite(c.alpha)};
+}
+
+// Runs a formula over a run in place, given those of other images at the same places: operator()(Colours&, const Others&).
+// Some of the pixels that fill up the last block are worked on too.
 template <std::size_t kOthers, class Formula>
-HWY_INLINE void ForEachPlace(float* pixels, const float* const* others, std::size_t count, const Formula& formula) {
-    const std::size_t lanes = hn::Lanes(WideTag());
-    std::size_t index = 0;
-    for (; index + lanes <= count; index += lanes) {
+HWY_INLINE void ForEachPlace(float* blocks, const float* const* others, std::size_t count, const Formula& formula) {
+    for (std::size_t pixel = 0; pixel < count; pixel += hn::MaxLanes(WideTag())) {
+        const std::size_t place = PlaceInBlocks(pixel);
         std::array<Colours, kOthers> given;
-        for (std::size_t k = 0; k < kOthers; ++k) given[k] = LoadColours(others[k] + 4 * index);
-        Colours c = LoadColours(pixels + 4 * index);
+        for (std::size_t k = 0; k < kOthers; ++k) given[k] = LoadColours(others[k] + place);
+        Colours c = LoadColours(blocks + place);
         formula(c, given);
-        StoreFinite(c, pixels + 4 * index);
+        MakeFinite(c);
+        StoreColours(c, blocks + place);
     }
-    if (index == count) return;
-    constexpr std::size_t kFloats = 4 * hn::MaxLanes(WideTag());
-    float rest[kFloats] = {};
-    std::array<Colours, kOthers> given;
-    for (std::size_t k = 0; k < kOthers; ++k) {
-        std::copy(others[k] + 4 * index, others[k] + 4 * count, rest);
-        given[k] = LoadColours(rest);
-    }
-    std::copy(pixels + 4 * index, pixels + 4 * count, rest);
-    Colours c = LoadColours(rest);
-    formula(c, given);
-    StoreFinite(c, rest);
-    std::copy(rest, rest + 4 * (count - index), pixels + 4 * index);
 }
 
 // The same without other images: operator()(Colours&).
 template <class Formula>
-HWY_INLINE void ForEachPixel(float* pixels, std::size_t count, const Formula& formula) {
-    ForEachPlace<0>(pixels, nullptr, count, [&formula](Colours& c, const auto&) HWY_ATTR { formula(c); });
+HWY_INLINE void ForEachPixel(float* blocks, std::size_t count, const Formula& formula) {
+    ForEachPlace<0>(blocks, nullptr, count, [&formula](Colours& c, const auto&) HWY_ATTR { formula(c); });
 }
 
 }  // namespace core_image::HWY_NAMESPACE

@@ -1,4 +1,6 @@
-// point.cpp - renders the inputs strip by strip and runs the function over each.
+// point.cpp - renders the inputs run by run, and runs the functions over each.
+//
+// Functions one upon the other are one stage. Inputs that need neighbours are rendered by the tile before the first run.
 
 #include "core/point.h"
 
@@ -10,21 +12,47 @@ namespace {
 
 class PointStage : public Stage {
   public:
-    PointStage(Prepared input, const PointFunction& function) : input_(std::move(input)), function_(function) {}
+    PointStage(Prepared input, std::vector<const PointFunction*> functions)
+        : input_(std::move(input)), functions_(std::move(functions)), isPointwise_(input_.isPointwise()) {}
 
-    bool isPointwise() const override { return input_.isPointwise(); }
+    PointStage(Prepared input, std::unique_ptr<const PointFunction> function)
+        : PointStage(std::move(input), std::vector<const PointFunction*>{function.get()}) {
+        own_ = std::move(function);
+    }
+
+    bool isPointwise() const override { return isPointwise_; }
 
     void render(const Tile& tile) const override {
-        ForEachStrip(tile, isPointwise(), [this](const Tile& strip) {
-            input_.render(strip);
-            for (std::int64_t y = strip.region.y; y < strip.region.top(); ++y)
-                function_.apply(strip.row(y), strip.width());
+        if (isPointwise_) {
+            RenderByRuns(*this, tile);
+            return;
+        }
+        input_.render(tile);
+        const RunMemory memory(1);
+        ForEachRun(tile.region, [&](const Run& run) {
+            float* pixels = tile.part(run.region()).pixels;
+            ToBlocks(pixels, run.count, memory.run(0));
+            apply(memory.run(0), run.count);
+            FromBlocks(memory.run(0), run.count, pixels);
         });
     }
 
+    void renderRun(const Run& run, float* blocks, float* spare) const override {
+        input_.renderRun(run, blocks, spare);
+        apply(blocks, run.count);
+    }
+
+    std::size_t spareRuns() const override { return input_.spareRuns(); }
+
   private:
+    void apply(float* blocks, std::size_t count) const {
+        for (const PointFunction* function : functions_) function->apply(blocks, count);
+    }
+
     Prepared input_;
-    const PointFunction& function_;  // of the image, which outlives the rendering
+    std::vector<const PointFunction*> functions_;  // of images, which outlive the rendering, or its own
+    std::unique_ptr<const PointFunction> own_;
+    bool isPointwise_;
 };
 
 class PointImage : public Image {
@@ -33,7 +61,14 @@ class PointImage : public Image {
         : Image(extent, input->depth()), input_(std::move(input)), function_(std::move(function)) {}
 
     std::unique_ptr<const Stage> prepare(const Region& region) const override {
-        return std::make_unique<PointStage>(Prepare(input_, region), *function_);
+        std::vector<const PointFunction*> functions = {function_.get()};
+        const PointImage* first = this;
+        while (const auto* below = dynamic_cast<const PointImage*>(first->input_.get())) {
+            functions.push_back(below->function_.get());
+            first = below;
+        }
+        std::reverse(functions.begin(), functions.end());
+        return std::make_unique<PointStage>(Prepare(first->input_, region), std::move(functions));
     }
 
   private:
@@ -41,35 +76,71 @@ class PointImage : public Image {
     std::unique_ptr<const PointFunction> function_;
 };
 
+// An input that is there twice is rendered once.
 class CombiningStage : public Stage {
   public:
-    CombiningStage(std::vector<Prepared> inputs, const CombiningFunction& function)
-        : inputs_(std::move(inputs)), function_(function) {}
-
-    bool isPointwise() const override {
-        return std::all_of(inputs_.begin(), inputs_.end(), [](const Prepared& input) { return input.isPointwise(); });
+    // Places tell of each image which of the inputs it is; the first is the first.
+    CombiningStage(std::vector<Prepared> inputs, std::vector<std::size_t> places, const CombiningFunction& function)
+        : inputs_(std::move(inputs)), places_(std::move(places)), function_(function) {
+        for (std::size_t index = 0; index < inputs_.size(); ++index) {
+            arePointwise_.push_back(inputs_[index].isPointwise());
+            spareRuns_ = std::max(spareRuns_, index + inputs_[index].spareRuns());
+        }
+        isPointwise_ = std::find(arePointwise_.begin(), arePointwise_.end(), false) == arePointwise_.end();
     }
 
+    bool isPointwise() const override { return isPointwise_; }
+
+    std::size_t spareRuns() const override { return spareRuns_; }
+
     void render(const Tile& tile) const override {
-        ForEachStrip(tile, isPointwise(), [this](const Tile& strip) { renderStrip(strip); });
+        if (isPointwise_) {
+            RenderByRuns(*this, tile);
+            return;
+        }
+        std::vector<PixelBlock> memory;
+        Tile tiles[kMostCombined] = {tile};
+        for (std::size_t index = 0; index < inputs_.size(); ++index) {
+            if (arePointwise_[index]) continue;
+            if (index != 0) tiles[index] = memory.emplace_back(tile.region).tile();
+            inputs_[index].render(tiles[index]);
+        }
+        const RunMemory runs(1 + spareRuns_);
+        ForEachRun(tile.region, [&](const Run& run) {
+            combine(run, runs.run(0), runs.run(1), tiles);
+            FromBlocks(runs.run(0), run.count, tile.part(run.region()).pixels);
+        });
+    }
+
+    void renderRun(const Run& run, float* blocks, float* spare) const override {
+        combine(run, blocks, spare, /*tiles=*/nullptr);
     }
 
   private:
-    void renderStrip(const Tile& strip) const {
-        inputs_[0].render(strip);
-        std::vector<PixelBlock> blocks;
-        for (std::size_t index = 1; index < inputs_.size(); ++index) {
-            blocks.emplace_back(strip.region);
-            inputs_[index].render(blocks.back().tile());
+    // Inputs that are not pointwise stand in tiles.
+    void combine(const Run& run, float* blocks, float* spare, const Tile* tiles) const {
+        float* runs[kMostCombined] = {blocks};
+        for (std::size_t index = 0; index < inputs_.size(); ++index) {
+            if (index != 0) {
+                runs[index] = spare;
+                spare += kRunFloats;
+            }
+            if (arePointwise_[index]) {
+                inputs_[index].renderRun(run, runs[index], spare);
+            } else {
+                ToBlocks(tiles[index].part(run.region()).pixels, run.count, runs[index]);
+            }
         }
         const float* others[kMostCombined] = {};
-        for (std::int64_t y = strip.region.y; y < strip.region.top(); ++y) {
-            for (std::size_t index = 0; index < blocks.size(); ++index) others[index] = blocks[index].row(y);
-            function_.apply(strip.row(y), others, strip.width());
-        }
+        for (std::size_t image = 1; image < places_.size(); ++image) others[image - 1] = runs[places_[image]];
+        function_.apply(blocks, others, run.count);
     }
 
     std::vector<Prepared> inputs_;
+    std::vector<std::size_t> places_;
+    std::vector<bool> arePointwise_;
+    std::size_t spareRuns_ = 0;
+    bool isPointwise_ = false;
     const CombiningFunction& function_;  // of the image, which outlives the rendering
 };
 
@@ -87,8 +158,14 @@ class CombinedImage : public Image {
 
     std::unique_ptr<const Stage> prepare(const Region& region) const override {
         std::vector<Prepared> prepared;
-        for (const ImageRef& input : inputs_) prepared.push_back(Prepare(input, region));
-        return std::make_unique<CombiningStage>(std::move(prepared), *function_);
+        std::vector<std::size_t> places;
+        for (std::size_t index = 0; index < inputs_.size(); ++index) {
+            const auto same = std::find(inputs_.begin(), inputs_.end(), inputs_[index]) - inputs_.begin();
+            const auto earlier = static_cast<std::size_t>(same);
+            places.push_back(earlier < index ? places[earlier] : prepared.size());
+            if (earlier == index) prepared.push_back(Prepare(inputs_[index], region));
+        }
+        return std::make_unique<CombiningStage>(std::move(prepared), std::move(places), *function_);
     }
 
   private:
@@ -97,6 +174,10 @@ class CombinedImage : public Image {
 };
 
 }  // namespace
+
+std::unique_ptr<const Stage> MakePointStage(Prepared input, std::unique_ptr<const PointFunction> function) {
+    return std::make_unique<PointStage>(std::move(input), std::move(function));
+}
 
 ImageRef MakePointImage(ImageRef input, std::unique_ptr<const PointFunction> function) {
     const Extent extent = input->extent();

@@ -1,7 +1,7 @@
 // point.h - images computed pixel by pixel, where the pixel stands.
 //
-// Functions work in a strip of the tile that their input has just written: a chain of them runs through the cache nearest to the
-// core, not through memory.
+// Functions work on runs in blocks (run.h), as ForEachPixel and ForEachPlace do (pixels-inl.h): a chain of them runs through the
+// cache nearest to the core, not through memory.
 // Adding one: derive from PointFunction and hand it to MakePointImage; for more than one input, from CombiningFunction.
 
 #pragma once
@@ -19,8 +19,8 @@ class PointFunction {
   public:
     virtual ~PointFunction() = default;
 
-    // Replaces pixels in place. In an image no larger than its input transparent black must stay transparent black.
-    virtual void apply(float* pixels, std::size_t count) const = 0;
+    // Replaces a run in place. In an image no larger than its input transparent black must stay transparent black.
+    virtual void apply(float* blocks, std::size_t count) const = 0;
 };
 
 // What becomes of the pixels of several images at one place.
@@ -28,13 +28,17 @@ class CombiningFunction {
   public:
     virtual ~CombiningFunction() = default;
 
-    // Replaces pixels of the first image in place, given those of the others. Transparent black everywhere must stay so.
-    virtual void apply(float* pixels, const float* const* others, std::size_t count) const = 0;
+    // Replaces a run of the first image in place, given those of the others, some of which may be the same memory. Transparent
+    // black everywhere must stay so.
+    virtual void apply(float* blocks, const float* const* others, std::size_t count) const = 0;
 };
 
 // The image of an input under a function; its extent is the input's, or the one given.
 ImageRef MakePointImage(ImageRef input, std::unique_ptr<const PointFunction> function);
 ImageRef MakePointImage(ImageRef input, std::unique_ptr<const PointFunction> function, const Extent& extent);
+
+// The stage of a prepared input under a function, for images that can make theirs only for a rendering.
+std::unique_ptr<const Stage> MakePointStage(Prepared input, std::unique_ptr<const PointFunction> function);
 
 // The most images that one function combines.
 inline constexpr std::size_t kMostCombined = 3;

@@ -1,7 +1,8 @@
-// renderer.cpp - blocks in turn, tiles in parallel.
+// renderer.cpp - blocks in turn, tiles in parallel; what is pointwise, run by run straight into the bitmap.
 
 #include "core/renderer.h"
 
+#include <hwy/cache_control.h>
 #include <tbb/parallel_for.h>
 
 namespace core_image {
@@ -20,6 +21,14 @@ std::int64_t PieceCount(const Region& whole, std::int64_t width, std::int64_t he
     return Pieces(whole.width, width) * Pieces(whole.height, height);
 }
 
+// What is larger is written past the cache: it would push out of it what is read, and itself.
+constexpr std::uint64_t kCacheSize = 16 << 20;
+
+std::uint64_t SizeOf(const Region& region, const BitmapDestination& destination) {
+    return static_cast<std::uint64_t>(region.width) * static_cast<std::uint64_t>(region.height) *
+           SizeOfPixel(destination.format);
+}
+
 // Whether a bitmap holds pixels as tiles do, so that they can be rendered where they belong.
 bool HoldsTiles(const BitmapDestination& destination) {
     return destination.format == PixelFormat::floats && destination.transfer == Transfer::linear &&
@@ -34,19 +43,34 @@ Tile TileOf(const BitmapDestination& destination, const Region& region, const Re
     return Tile{region, lowest, -floatsPerRow}.part(piece);
 }
 
+// Renders a piece of a region run by run. From the first line of memory on, runs begin where lines do.
+void RenderRuns(const Prepared& prepared, const Region& region, const Region& piece,
+                const BitmapDestination& destination) {
+    const bool pastCache = SizeOf(region, destination) > kCacheSize;
+    const RunMemory memory(1 + prepared.spareRuns());
+    for (std::int64_t y = piece.y; y < piece.top(); ++y) {
+        std::size_t most = pastCache ? PixelsToLine(destination, region, piece.x, y) : 0;
+        for (Run run = {piece.x, y, 0}; run.x < piece.right(); run.x += static_cast<std::int64_t>(run.count)) {
+            if (most == 0) most = kRunPixels;
+            run.count = std::min(static_cast<std::size_t>(piece.right() - run.x), most);
+            prepared.renderRun(run, memory.run(0), memory.run(1));
+            Store(memory.run(0), run, region, destination, pastCache);
+            most = 0;
+        }
+    }
+    if (pastCache) hwy::FlushStream();
+}
+
 // Renders a piece of a region by way of memory of its own.
 void RenderAndStore(const Prepared& prepared, const Region& region, const Region& piece,
                     const BitmapDestination& destination) {
-    // Strips come and go in the same memory.
-    const std::int64_t height = prepared.isPointwise() ? StripHeight(piece.width) : piece.height;
-    const PixelBlock pixels(Region{piece.x, 0, piece.width, std::min(height, piece.height)});
-    for (std::int64_t y = piece.y; y < piece.top(); y += height) {
-        const Tile strip = {{piece.x, y, piece.width, std::min(height, piece.top() - y)},
-                            pixels.tile().pixels,
-                            pixels.tile().floatsPerRow};
-        prepared.render(strip);
-        Store(strip, region, destination);
-    }
+    const PixelBlock pixels(piece);
+    prepared.render(pixels.tile());
+    const RunMemory memory(1);
+    ForEachRun(piece, [&](const Run& run) {
+        ToBlocks(pixels.tile().part(run.region()).pixels, run.count, memory.run(0));
+        Store(memory.run(0), run, region, destination, /*pastCache=*/false);
+    });
 }
 
 }  // namespace
@@ -56,15 +80,20 @@ void Render(const ImageRef& image, const Region& region, const BitmapDestination
     for (std::int64_t index = 0; index < blocks; ++index) {
         const Region block = Piece(region, cut.blockEdge, cut.blockEdge, index);
         const Prepared prepared = Prepare(image, block);
-        tbb::parallel_for<std::int64_t>(0, PieceCount(block, cut.tileWidth, cut.tileHeight),
-                                        [&](std::int64_t tileIndex) {
-                                            const Region piece = Piece(block, cut.tileWidth, cut.tileHeight, tileIndex);
-                                            if (HoldsTiles(destination)) {
-                                                prepared.render(TileOf(destination, region, piece));
-                                            } else {
-                                                RenderAndStore(prepared, region, piece, destination);
-                                            }
-                                        });
+        const bool isPointwise = prepared.isPointwise();
+        // Rows are long where nothing but runs is held of them.
+        const std::int64_t width = isPointwise ? block.width : cut.tileWidth;
+        const std::int64_t height = std::max<std::int64_t>(1, cut.tileWidth * cut.tileHeight / width);
+        tbb::parallel_for<std::int64_t>(0, PieceCount(block, width, height), [&](std::int64_t tileIndex) {
+            const Region piece = Piece(block, width, height, tileIndex);
+            if (isPointwise) {
+                RenderRuns(prepared, region, piece, destination);
+            } else if (HoldsTiles(destination)) {
+                prepared.render(TileOf(destination, region, piece));
+            } else {
+                RenderAndStore(prepared, region, piece, destination);
+            }
+        });
     }
 }
 

@@ -15,7 +15,8 @@ namespace core_image {
 // How the work is cut.
 struct Cut {
     std::int64_t blockEdge = 4096;  // a wide blur then holds 64 MB, and 256 MB while it is prepared
-    std::int64_t tileWidth = 256;   // a tile and its padding stay in a core's own cache
+    std::int64_t tileWidth =
+        256;  // a tile and its padding stay in a core's own cache; pointwise, one as large of whole rows
     std::int64_t tileHeight = 64;
 };
 

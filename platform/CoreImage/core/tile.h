@@ -75,19 +75,4 @@ class PixelBlock {
 // Makes a tile transparent.
 void Clear(const Tile& tile);
 
-// How many pixels stay in the fastest cache of a core, with as many of a second image beside them.
-inline constexpr std::int64_t kStripPixels = 1024;
-
-// How many rows make a strip.
-inline std::int64_t StripHeight(std::int64_t width) { return std::max<std::int64_t>(1, kStripPixels / width); }
-
-// Calls a function with strips of whole rows that together are the tile, or with the tile itself when it is not to be cut.
-template <typename Function>
-void ForEachStrip(const Tile& tile, bool cut, const Function& function) {
-    const std::int64_t height = cut ? StripHeight(tile.region.width) : tile.region.height;
-    for (std::int64_t y = tile.region.y; y < tile.region.top(); y += height) {
-        function(tile.part({tile.region.x, y, tile.region.width, std::min(height, tile.region.top() - y)}));
-    }
-}
-
 }  // namespace core_image

@@ -3,7 +3,6 @@
 #include "core/transfer.h"
 
 #include <array>
-#include <bit>
 #include <cmath>
 #include <vector>
 
@@ -14,42 +13,6 @@ double Decode(double encoded) {
     if (encoded < 0) return -Decode(-encoded);
     return encoded <= 0.04045 ? encoded / 12.92 : std::pow((encoded + 0.055) / 1.055, 2.4);
 }
-
-double Encode(double linear) {
-    return linear <= 0.0031308 ? 12.92 * linear : 1.055 * std::pow(linear, 1 / 2.4) - 0.055;
-}
-
-// The curve from 2^-9, which lies on its straight part, to 1: 256 pieces for each power of two, found by the float's own bits.
-struct EncodingTable {
-    static constexpr float kFirst = 1.0f / 512;
-    static constexpr int kShift = 15;
-    static constexpr std::uint32_t kPieces =
-        (std::bit_cast<std::uint32_t>(1.0f) - std::bit_cast<std::uint32_t>(kFirst)) >> kShift;
-
-    struct Piece {
-        float start;
-        float rise;
-    };
-    std::array<Piece, kPieces> pieces;
-
-    EncodingTable() {
-        for (std::uint32_t index = 0; index < kPieces; ++index) {
-            const double start = Encode(Knot(index));
-            pieces[index] = {static_cast<float>(start), static_cast<float>(Encode(Knot(index + 1)) - start)};
-        }
-    }
-
-    static double Knot(std::uint32_t index) {
-        return std::bit_cast<float>(std::bit_cast<std::uint32_t>(kFirst) + (index << kShift));
-    }
-
-    float encode(float linear) const {
-        const std::uint32_t place = std::bit_cast<std::uint32_t>(linear) - std::bit_cast<std::uint32_t>(kFirst);
-        const Piece& piece = pieces[place >> kShift];
-        constexpr std::uint32_t kMask = (1u << kShift) - 1;
-        return piece.start + piece.rise * static_cast<float>(place & kMask) * (1.0f / (1u << kShift));
-    }
-};
 
 // The curved part of the decoding from 0 to 1, in equal pieces.
 struct DecodingTable {
@@ -97,14 +60,6 @@ void DecodePremultipliedRow(float* pixels, std::size_t count) {
 }
 
 float DecodeSRGB(float encoded) { return static_cast<float>(Decode(encoded)); }
-
-float EncodeSRGB(float linear) {
-    static const EncodingTable table;
-    if (linear < 0) return -EncodeSRGB(-linear);
-    if (linear < EncodingTable::kFirst) return 12.92f * linear;
-    if (linear < 1) return table.encode(linear);
-    return linear == 1 ? 1 : static_cast<float>(Encode(linear));
-}
 
 const float* DecodedBytes() {
     static const auto table = [] {

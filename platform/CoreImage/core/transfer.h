@@ -1,7 +1,6 @@
 // transfer.h - the curve of sRGB: encoded values to linear light and back.
 //
-// Values beyond 0...1 follow the curve, negative ones its mirror image. Decoding bytes and encoding 0...1 go through tables that
-// are made on first use; the encoding table is accurate to 5e-7 of the value, far below what rounding to a byte can show.
+// Values beyond 0...1 follow the curve, negative ones its mirror image. Bytes are decoded by tables that are made on first use.
 // Threads: any.
 
 #pragma once
@@ -20,8 +19,9 @@ float DecodeSRGB(float encoded);
 // Decodes pixels, four floats each, whose first three are encoded and multiplied by the fourth. Accurate to 3e-6 of the value.
 void DecodePremultipliedRow(float* pixels, std::size_t count);
 
-// The encoded value of linear light.
-float EncodeSRGB(float linear);
+// Encode and decode a run in blocks (run.h) whose colours are multiplied by alpha. Accurate to 1e-6 of the value.
+void EncodeRun(float* blocks, std::size_t count);
+void DecodeRun(float* blocks, std::size_t count);
 
 // Linear light of each of the 256 encoded bytes.
 const float* DecodedBytes();

@@ -61,6 +61,12 @@ class MovedStage : public Stage {
         input_.render({{region.x - x_, region.y - y_, region.width, region.height}, tile.pixels, tile.floatsPerRow});
     }
 
+    void renderRun(const Run& run, float* blocks, float* spare) const override {
+        input_.renderRun({run.x - x_, run.y - y_, run.count}, blocks, spare);
+    }
+
+    std::size_t spareRuns() const override { return input_.spareRuns(); }
+
   private:
     Prepared input_;
     std::int64_t x_, y_;

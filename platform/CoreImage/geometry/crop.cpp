@@ -7,27 +7,11 @@
 namespace core_image {
 namespace {
 
-class CropStage : public Stage {
-  public:
-    explicit CropStage(Prepared input) : input_(std::move(input)) {}
-
-    bool isPointwise() const override { return input_.isPointwise(); }
-
-    std::optional<View> held(const Region& region) const override { return input_.held(region); }
-
-    void render(const Tile& tile) const override { input_.render(tile); }
-
-  private:
-    Prepared input_;
-};
-
 class CroppedImage : public Image {
   public:
     CroppedImage(ImageRef input, const Extent& extent) : Image(extent, input->depth()), input_(std::move(input)) {}
 
-    std::unique_ptr<const Stage> prepare(const Region& region) const override {
-        return std::make_unique<CropStage>(Prepare(input_, region));
-    }
+    std::unique_ptr<const Stage> prepare(const Region& region) const override { return input_->prepare(region); }
 
     ImageRef encoded() const override {
         ImageRef input = input_->encoded();

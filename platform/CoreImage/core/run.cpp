@@ -1,0 +1,78 @@
+// run.cpp - the two forms of pixels, one into the other; compiled once for every instruction set.
+
+#include "core/run.h"
+
+#include <cstring>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "core/run.cpp"
+#include <hwy/foreach_target.h>
+
+#include "core/pixels-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace core_image::HWY_NAMESPACE {
+
+constexpr std::size_t kVectors = kBlockPixels / hn::MaxLanes(WideTag());
+constexpr std::size_t kBlockFloats = kBlockPixels * kFloatsPerPixel;
+
+// A block is read whole before it is written, since both forms may be at the same place.
+HWY_INLINE void BlockOf(const float* pixels, float* block) {
+    Colours c[kVectors];
+    for (std::size_t k = 0; k < kVectors; ++k) {
+        const float* from = pixels + k * hn::MaxLanes(WideTag()) * kFloatsPerPixel;
+        hn::LoadInterleaved4(WideTag(), from, c[k].red, c[k].green, c[k].blue, c[k].alpha);
+    }
+    for (std::size_t k = 0; k < kVectors; ++k) StoreColours(c[k], block + k * hn::MaxLanes(WideTag()));
+}
+
+HWY_INLINE void PixelsOf(const float* block, float* pixels) {
+    Colours c[kVectors];
+    for (std::size_t k = 0; k < kVectors; ++k) c[k] = LoadColours(block + k * hn::MaxLanes(WideTag()));
+    for (std::size_t k = 0; k < kVectors; ++k) {
+        float* to = pixels + k * hn::MaxLanes(WideTag()) * kFloatsPerPixel;
+        hn::StoreInterleaved4(c[k].red, c[k].green, c[k].blue, c[k].alpha, WideTag(), to);
+    }
+}
+
+HWY_ATTR void ToBlocks(const float* pixels, std::size_t count, float* blocks) {
+    const std::size_t rest = count % kBlockPixels * kFloatsPerPixel;
+    for (; count >= kBlockPixels; count -= kBlockPixels, pixels += kBlockFloats, blocks += kBlockFloats) {
+        BlockOf(pixels, blocks);
+    }
+    if (rest == 0) return;
+    HWY_ALIGN float last[kBlockFloats] = {};
+    std::memcpy(last, pixels, rest * sizeof(float));  // they may lie anywhere
+    BlockOf(last, blocks);
+}
+
+HWY_ATTR void FromBlocks(const float* blocks, std::size_t count, float* pixels) {
+    const std::size_t rest = count % kBlockPixels * kFloatsPerPixel;
+    for (; count >= kBlockPixels; count -= kBlockPixels, pixels += kBlockFloats, blocks += kBlockFloats) {
+        PixelsOf(blocks, pixels);
+    }
+    if (rest == 0) return;
+    HWY_ALIGN float last[kBlockFloats];
+    PixelsOf(blocks, last);
+    std::memcpy(pixels, last, rest * sizeof(float));
+}
+
+}  // namespace core_image::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace core_image {
+
+HWY_EXPORT(ToBlocks);
+HWY_EXPORT(FromBlocks);
+
+void ToBlocks(const float* pixels, std::size_t count, float* blocks) {
+    HWY_DYNAMIC_DISPATCH(ToBlocks)(pixels, count, blocks);
+}
+
+void FromBlocks(const float* blocks, std::size_t count, float* pixels) {
+    HWY_DYNAMIC_DISPATCH(FromBlocks)(blocks, count, pixels);
+}
+
+}  // namespace core_image
+#endif

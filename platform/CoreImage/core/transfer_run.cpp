@@ -1,0 +1,47 @@
+// transfer_run.cpp - the curve of sRGB for runs; compiled once for every instruction set.
+
+#include "core/transfer.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "core/transfer_run.cpp"
+#include <hwy/foreach_target.h>
+
+#include "core/power-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace core_image::HWY_NAMESPACE {
+
+// Divides by alpha, takes each colour and its mirror image along a curve, and multiplies again.
+template <class Curve>
+HWY_INLINE void FollowCurve(Colours& c, const Curve& curve) {
+    MakeFinite(c);
+    Unpremultiply(c);
+    for (Wide* colour : {&c.red, &c.green, &c.blue}) *colour = hn::CopySign(curve(hn::Abs(*colour)), *colour);
+    Premultiply(c);
+}
+
+HWY_ATTR void EncodeRun(float* blocks, std::size_t count) {
+    ForEachPixel(blocks, count,
+                 [](Colours& c) HWY_ATTR { FollowCurve(c, [](Wide linear) HWY_ATTR { return Encoded(linear); }); });
+}
+
+HWY_ATTR void DecodeRun(float* blocks, std::size_t count) {
+    ForEachPixel(blocks, count,
+                 [](Colours& c) HWY_ATTR { FollowCurve(c, [](Wide encoded) HWY_ATTR { return Decoded(encoded); }); });
+}
+
+}  // namespace core_image::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace core_image {
+
+HWY_EXPORT(EncodeRun);
+HWY_EXPORT(DecodeRun);
+
+void EncodeRun(float* blocks, std::size_t count) { HWY_DYNAMIC_DISPATCH(EncodeRun)(blocks, count); }
+
+void DecodeRun(float* blocks, std::size_t count) { HWY_DYNAMIC_DISPATCH(DecodeRun)(blocks, count); }
+
+}  // namespace core_image
+#endif
