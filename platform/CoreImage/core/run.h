@@ -8,8 +8,6 @@
 #pragma once
 
 #include <cstddef>
-#include <memory>
-#include <new>
 
 #include "core/tile.h"
 
@@ -45,16 +43,12 @@ void ForEachRun(const Region& region, const Function& function) {
 // Memory for some runs, one behind the other.
 class RunMemory {
   public:
-    explicit RunMemory(std::size_t runs) : floats_(new (kAlignment) float[runs * kRunFloats]) {}
+    explicit RunMemory(std::size_t runs) : pixels_({0, 0, static_cast<std::int64_t>(runs * kRunPixels), 1}) {}
 
-    float* run(std::size_t index) const { return floats_.get() + index * kRunFloats; }
+    float* run(std::size_t index) const { return pixels_.tile().pixels + index * kRunFloats; }
 
   private:
-    static constexpr std::align_val_t kAlignment{kBlockPixels * sizeof(float)};
-    struct Free {
-        void operator()(float* floats) const { operator delete[](floats, kAlignment); }
-    };
-    std::unique_ptr<float[], Free> floats_;
+    PixelBlock pixels_;
 };
 
 // Turns pixels into blocks, and blocks into pixels. Both may be at the same place.
