@@ -66,11 +66,37 @@ const Class& ClassOf(const ZEVAobjectStruct* object, std::string_view member) {
     return *object->isa;
 }
 
+// How a call ended, for the trace.
+Trace::Json Outcome(const ObjectReference& raised) {
+    return raised ? Trace::Json{{"raised", raised->isa->Name()}} : Trace::Json();
+}
+Trace::Json Outcome(const ObjectReference& raised, const Value& result) {
+    return raised ? Outcome(raised) : Trace::Json{{"result", TraceJson(result)}};
+}
+
+// Tells the trace that a member is called: "get CIColorQOR.Red", "set ...", "CIImageQOR.Open".
+void BeginMember(Trace& trace, const Class& isa, const Member& member, bool isSetter, ZEVAobjectStruct* receiver,
+                 const Argument* arguments) {
+    const Declaration& declaration = member.declaration;
+    const bool isProperty = declaration.kind == MemberKind::kProperty;
+    Trace::Json passed = Trace::Json::array();
+    if (isSetter) passed.push_back(TraceJson(declaration.result, *arguments));
+    for (std::size_t i = 0; i < declaration.parameters.size(); ++i) {
+        passed.push_back(TraceJson(declaration.parameters[i].type, arguments[i]));
+    }
+    const char* use = !isProperty ? "" : isSetter ? "set " : "get ";
+    trace.Begin(use + Subject(isa, declaration.name), kToModule,
+                {{"object", TraceJson(receiver)}, {"arguments", std::move(passed)}});
+}
+
 std::string CountText(std::size_t count) { return std::to_string(count) + (count == 1 ? " argument" : " arguments"); }
 
 }  // namespace
 
-Host::Host(HostOptions options) : options_(WithDefaults(std::move(options))), classes_(options_.report) {
+Host::Host(HostOptions options)
+    : options_(WithDefaults(std::move(options))),
+      trace_(options_.trace.empty() ? nullptr : std::make_unique<Trace>(options_.trace)),
+      classes_(options_.report) {
     if (current != nullptr) throw HostError("host", "there is one in this process already");
     current = this;
     classes_.Register(&kMemoryBlockClass.record);
@@ -97,7 +123,9 @@ const Module& Host::LoadModule(const std::filesystem::path& path) {
     module->path = path;
     const std::size_t classesBefore = classes_.All().size();
     loading_ = module.get();
-    ObjectReference raised = RaisedBy([&] { entryPoint(ResolveService); });
+    if (trace_) trace_->Begin("load " + path.string(), kToModule, {});
+    ObjectReference raised = RaisedBy([&] { entryPoint(trace_ ? ResolveTracedService : ResolveService); });
+    if (trace_) trace_->End(Outcome(raised));
     loading_ = nullptr;
     module->classes.assign(classes_.All().begin() + static_cast<std::ptrdiff_t>(classesBefore), classes_.All().end());
     modules_.push_back(std::move(module));
@@ -119,7 +147,7 @@ ObjectReference Host::Construct(std::string_view className, std::span<const Valu
     }
     ObjectReference object = NewInstance(className);
     if (constructor != nullptr) {
-        CallMember(Subject(isa, constructor->declaration.name), *constructor, object.Get(), arguments);
+        CallMember(isa, *constructor, object.Get(), arguments);
     }
     return object;
 }
@@ -127,7 +155,7 @@ ObjectReference Host::Construct(std::string_view className, std::span<const Valu
 Value Host::Get(ZEVAobjectStruct* object, std::string_view property) {
     const Class& isa = ClassOf(object, property);
     const Member& member = PropertyOf(isa, property, isa.FindMember(property), &Class::Members);
-    return CallFunction(member.function, member.interface, object, nullptr);
+    return CallFunction(isa, member, Use::kFunction, object, nullptr);
 }
 
 void Host::Set(ZEVAobjectStruct* object, std::string_view property, const Value& value) {
@@ -138,7 +166,7 @@ void Host::Set(ZEVAobjectStruct* object, std::string_view property, const Value&
 Value Host::GetShared(std::string_view className, std::string_view property) {
     const Class& isa = classes_.Linked(className);
     const Member& member = PropertyOf(isa, property, isa.FindSharedMember(property), &Class::SharedMembers);
-    return CallFunction(member.function, member.interface, nullptr, nullptr);
+    return CallFunction(isa, member, Use::kFunction, nullptr, nullptr);
 }
 
 void Host::SetShared(std::string_view className, std::string_view property, const Value& value) {
@@ -155,44 +183,54 @@ void Host::SetMember(const Class& isa, const Member& property, ZEVAobjectStruct*
         throw HostError(subject, "expected " + declaration.result.word + ", got " + Describe(value) +
                                      ", the property keeps its value");
     }
-    CallFunction(property.setter, property.setInterface, receiver, &*argument);
+    CallFunction(isa, property, Use::kSetter, receiver, &*argument);
 }
 
 Value Host::Call(ZEVAobjectStruct* object, std::string_view method, std::span<const Value> arguments) {
     const Class& isa = ClassOf(object, method);
     const Member& member = MethodOf(isa, method, isa.FindMember(method), &Class::Members);
-    return CallMember(Subject(isa, method), member, object, arguments);
+    return CallMember(isa, member, object, arguments);
 }
 
 Value Host::CallShared(std::string_view className, std::string_view method, std::span<const Value> arguments) {
     const Class& isa = classes_.Linked(className);
     const Member& member = MethodOf(isa, method, isa.FindSharedMember(method), &Class::SharedMembers);
-    return CallMember(Subject(isa, method), member, nullptr, arguments);
+    return CallMember(isa, member, nullptr, arguments);
 }
 
-Value Host::CallMember(const std::string& subject, const Member& member, ZEVAobjectStruct* receiver,
+Value Host::CallMember(const Class& isa, const Member& member, ZEVAobjectStruct* receiver,
                        std::span<const Value> values) {
+    const auto subject = [&] { return Subject(isa, member.declaration.name); };
     const std::vector<Parameter>& parameters = member.declaration.parameters;
     if (parameters.size() != values.size()) {
-        throw HostError(subject, "it takes " + CountText(parameters.size()) + " " + ParameterText(member.declaration) +
-                                     ", got " + std::to_string(values.size()));
+        throw HostError(subject(), "it takes " + CountText(parameters.size()) + " " +
+                                       ParameterText(member.declaration) + ", got " + std::to_string(values.size()));
     }
     std::array<Argument, kMaximumParameters> arguments;
     for (std::size_t i = 0; i < values.size(); ++i) {
         const std::optional<Argument> argument = ArgumentFor(parameters[i].type, values[i]);
         if (!argument) {
-            throw HostError(subject, "expected " + parameters[i].type.word + " for " + parameters[i].name + ", got " +
-                                         Describe(values[i]));
+            throw HostError(subject(), "expected " + parameters[i].type.word + " for " + parameters[i].name + ", got " +
+                                           Describe(values[i]));
         }
         arguments[i] = *argument;
     }
-    return CallFunction(member.function, member.interface, receiver, arguments.data());
+    return CallFunction(isa, member, Use::kFunction, receiver, arguments.data());
 }
 
-Value Host::CallFunction(ZEVAentry function, const CallInterface& interface, ZEVAobjectStruct* receiver,
+Value Host::CallFunction(const Class& isa, const Member& member, Use use, ZEVAobjectStruct* receiver,
                          Argument* arguments) {
+    const bool isSetter = use == Use::kSetter;
+    const CallInterface& interface = isSetter ? member.setInterface : member.interface;
+    if (trace_) BeginMember(*trace_, isa, member, isSetter, receiver, arguments);
     Value result;
-    Throw(RaisedBy([&] { result = interface.Call(function, receiver, arguments); }));
+    ObjectReference raised =
+        RaisedBy([&] { result = interface.Call(isSetter ? member.setter : member.function, receiver, arguments); });
+    if (trace_) {
+        const bool hasResult = !isSetter && member.declaration.result.kind != TypeKind::kNone;
+        trace_->End(hasResult ? Outcome(raised, result) : Outcome(raised));
+    }
+    Throw(std::move(raised));
     return result;
 }
 

@@ -24,15 +24,17 @@
 #include "host/class_registry.h"
 #include "host/module.h"
 #include "host/object.h"
+#include "host/trace.h"
 #include "host/value.h"
 
 namespace host {
 
 // How a Host is made.
 struct HostOptions {
-    double version = 2013.03;  // what modules are told
-    CallScope callScope;       // around every call into a module
-    host::Report report;       // gets messages that no caller can get; to standard error when not given
+    double version = 2013.03;     // what modules are told
+    CallScope callScope;          // around every call into a module
+    host::Report report;          // gets messages that no caller can get; to standard error when not given
+    std::filesystem::path trace;  // file that tells of every call across the boundary; none when empty
 };
 
 class Host {
@@ -59,6 +61,9 @@ class Host {
     const std::vector<std::unique_ptr<Module>>& Modules() const { return modules_; }
 
     ClassRegistry& Classes() { return classes_; }
+
+    // The trace that is written; null for none.
+    Trace* Tracing() const { return trace_.get(); }
 
     // A new object that no constructor has seen.
     ObjectReference NewInstance(std::string_view className);
@@ -115,21 +120,25 @@ class Host {
     }
 
   private:
-    // Calls a member's function with arguments that the interface was made for, and throws what was raised.
-    Value CallFunction(ZEVAentry function, const CallInterface& interface, ZEVAobjectStruct* receiver,
+    // Which function of a member is called.
+    enum class Use { kFunction, kSetter };
+
+    // Calls a member's function with arguments that its interface was made for, and throws what was raised.
+    Value CallFunction(const Class& isa, const Member& member, Use use, ZEVAobjectStruct* receiver,
                        Argument* arguments);
 
     // The same for a setter; checks the value first.
     void SetMember(const Class& isa, const Member& property, ZEVAobjectStruct* receiver, const Value& value);
 
     // The same for a method or constructor; checks the arguments first.
-    Value CallMember(const std::string& subject, const Member& member, ZEVAobjectStruct* receiver,
+    Value CallMember(const Class& isa, const Member& member, ZEVAobjectStruct* receiver,
                      std::span<const Value> arguments);
 
     // Throws what was raised, if anything was.
     void Throw(ObjectReference exception);
 
     HostOptions options_;
+    std::unique_ptr<Trace> trace_;
     ClassRegistry classes_;
     std::vector<std::unique_ptr<Module>> modules_;
     Module* loading_ = nullptr;                           // the module whose entry point runs

@@ -16,14 +16,23 @@ namespace {
 // The count of an object whose finalize functions run: they may lock and unlock it without ending it a second time.
 constexpr std::int32_t kEnding = std::numeric_limits<std::int32_t>::max() / 2;
 
+// Runs a class's initialize or finalize function, if it has one.
+void Run(Class::Function function, const char* what, const Class& isa, ZEVAobjectStruct* object) {
+    if (function == nullptr) return;
+    Trace* trace = Host::Current().Tracing();
+    if (trace != nullptr) trace->Begin(what + isa.Name(), kToModule, {{"object", TraceJson(object)}});
+    function(object);
+    if (trace != nullptr) trace->End({});
+}
+
 void InitializeAs(const Class& isa, ZEVAobjectStruct* object) {
     if (isa.Superclass() != nullptr) InitializeAs(*isa.Superclass(), object);
-    if (isa.InitializeFunction() != nullptr) isa.InitializeFunction()(object);
+    Run(isa.InitializeFunction(), "initialize ", isa, object);
 }
 
 void Finalize(ZEVAobjectStruct* object) {
     for (const Class* each = object->isa; each != nullptr; each = each->Superclass()) {
-        if (each->FinalizeFunction() != nullptr) each->FinalizeFunction()(object);
+        Run(each->FinalizeFunction(), "finalize ", *each, object);
     }
 }
 

@@ -10,6 +10,7 @@
 #include "host/memory_block.h"
 #include "host/object.h"
 #include "host/string.h"
+#include "host/traced_service.h"
 
 namespace host {
 
@@ -41,11 +42,12 @@ void RegisterClass(const ZEVAclassDefinition* definition) {
 }
 
 // A new string; null for a negative length and for null bytes.
-ZEVAstringStruct* BuildString(const char* bytes, std::int32_t length) {
+ZEVAstringStruct* BuildString(const void* bytes, std::int32_t length) {
     ZEVAstringStruct* string = nullptr;
     if (length < 0 || (bytes == nullptr && length > 0)) return nullptr;
-    Contained("ZEVABuildString",
-              [&](Host&) { string = NewString(std::string_view(bytes, static_cast<std::size_t>(length))).Leak(); });
+    Contained("ZEVABuildString", [&](Host&) {
+        string = NewString({static_cast<const char*>(bytes), static_cast<std::size_t>(length)}).Leak();
+    });
     return string;
 }
 
@@ -113,8 +115,11 @@ ZEVAmemoryBlockStruct* CreateMemoryBlock(std::int32_t size) {
 void* MemoryBlockBytes(const ZEVAmemoryBlockStruct* block) { return block != nullptr ? block->bytes : nullptr; }
 std::int32_t MemoryBlockSize(const ZEVAmemoryBlockStruct* block) { return block != nullptr ? block->size : 0; }
 
-#define SERVICE(name, function) \
-    { name, reinterpret_cast<ZEVAentry>(&(function)) }
+#define SERVICE(name, function)                                               \
+    {                                                                         \
+        name, reinterpret_cast<ZEVAentry>(&(function)),                       \
+            reinterpret_cast<ZEVAentry>(&TracedService<name, function>::Call) \
+    }
 const Service services[] = {
     SERVICE("RegisterPluginVersion", RegisterPluginVersion),
     SERVICE("ZEVAGetZVVersion", GetVersion),
@@ -136,16 +141,26 @@ const Service services[] = {
 };
 #undef SERVICE
 
+// A service by its name; null for a name that is none, and for null.
+const Service* FindService(const char* name) {
+    for (const Service& service : services) {
+        if (name != nullptr && std::string_view(service.name) == name) return &service;
+    }
+    return nullptr;
+}
+
 }  // namespace
 
 std::span<const Service> Services() { return services; }
 
 ZEVAentry ResolveService(const char* name) {
-    if (name == nullptr) return nullptr;
-    for (const Service& service : services) {
-        if (std::string_view(service.name) == name) return service.entry;
-    }
-    return nullptr;
+    const Service* service = FindService(name);
+    return service != nullptr ? service->entry : nullptr;
+}
+
+ZEVAentry ResolveTracedService(const char* name) {
+    const Service* service = FindService(name);
+    return service != nullptr ? service->tracedEntry : nullptr;
 }
 
 }  // namespace host

@@ -20,6 +20,7 @@ namespace host {
 struct Service {
     const char* name;
     ZEVAentry entry;
+    ZEVAentry tracedEntry;  // the same, telling the Host's trace
 };
 
 // All services.
@@ -27,5 +28,8 @@ std::span<const Service> Services();
 
 // The resolver that modules get; null for a name that is no service, and for null.
 ZEVAentry ResolveService(const char* name);
+
+// The same while there is a trace.
+ZEVAentry ResolveTracedService(const char* name);
 
 }  // namespace host

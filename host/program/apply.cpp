@@ -163,6 +163,9 @@ void ApplyToOne(const SessionOptions& options, const Request& request, const Rec
 
 // Many pictures, in parallel: tells failures, the progress and a summary.
 void ApplyToMany(const SessionOptions& options, const Request& request, const Recipe& recipe) {
+    if (!options.trace.empty()) {
+        throw HostError("--trace", "it tells of one picture at a time, got " + std::to_string(recipe.inputs.size()));
+    }
     if (!IsFolder(request.output) && path(request.output).has_extension()) {
         throw HostError(request.output,
                         std::to_string(recipe.inputs.size()) + " inputs need a folder to be written to");

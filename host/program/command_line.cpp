@@ -15,9 +15,16 @@ constexpr int kFailed = 1;
 constexpr int kWrongUsage = 2;
 
 // The commands, in the order in which the help lists them.
+// clang-format off
 constexpr AddCommand* kCommands[] = {
-    AddApply, AddRun, AddList, AddDescribe, AddCompletion,
+    AddApply,
+    AddRun,
+    AddList,
+    AddDescribe,
+    AddTrace,
+    AddCompletion,
 };
+// clang-format on
 
 void PrintError(const std::string& text) { std::fprintf(stderr, "zeva: %s\n", text.c_str()); }
 
@@ -36,6 +43,7 @@ int RunCommandLine(int argumentCount, const char* const* arguments) {
     program.add_option("--host-version", session.hostVersion, "version that the modules are told")
         ->capture_default_str();
     program.add_option("--module", session.module, "filter module to load instead of the built one, such as filters.o");
+    program.add_option("--trace", session.trace, "file for every call across the boundary, as trace events in JSON");
     program.footer("Exit status: 0 done, 1 failed (standard error says why), 2 wrong usage.");
     program.fallthrough();  // the options above may stand behind the command as well
     for (AddCommand* add : kCommands) add(program, session);

@@ -21,3 +21,4 @@ AddCommand AddRun;
 AddCommand AddCompletion;
 AddCommand AddDescribe;
 AddCommand AddList;
+AddCommand AddTrace;

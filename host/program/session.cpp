@@ -13,8 +13,8 @@ void PrintMessage(const std::string& message) { std::fprintf(stderr, "zeva: %s\n
 }  // namespace
 
 std::unique_ptr<host::Host> OpenSession(const SessionOptions& options) {
-    auto session = std::make_unique<host::Host>(
-        host::HostOptions{.version = options.hostVersion, .callScope = PlatformPool(), .report = PrintMessage});
+    auto session = std::make_unique<host::Host>(host::HostOptions{
+        .version = options.hostVersion, .callScope = PlatformPool(), .report = PrintMessage, .trace = options.trace});
     const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe");
     const std::filesystem::path folder = program.parent_path().parent_path() / "modules";
     session->LoadModule(folder / "companion.so");

@@ -11,6 +11,7 @@
 struct SessionOptions {
     double hostVersion = host::HostOptions().version;
     std::filesystem::path module;  // the filter module; that of the build when empty
+    std::filesystem::path trace;   // file to tell of every call across the boundary; none when empty
 };
 
 // A host of the given version with the companion and the filters. Throws HostError when one of them cannot be loaded.

@@ -1,0 +1,118 @@
+// trace_test.cpp - what a trace tells of calls across the boundary, and that it is not there unless it was asked for.
+
+#include "host/trace.h"
+
+#include <unistd.h>
+
+#include <fstream>
+
+#include "host/services.h"
+#include "tests/host/box_class.h"
+#include "tests/host/host_test.h"
+
+namespace {
+
+using host::Trace;
+using host::Value;
+
+class TraceTest : public testing::Test {
+  protected:
+    TraceTest() {
+        host = std::make_unique<host::Host>(host::HostOptions{.report = [](const std::string&) {}, .trace = file});
+        host->Classes().Register(&kBoxClass.record);
+    }
+    ~TraceTest() override { std::filesystem::remove(file); }
+
+    // The events so far or, when the host has ended, all of them: "B set Box.Number [2.0]", "E 3.0", "E".
+    std::vector<std::string> Events(bool hasEnded = false) {
+        std::ifstream stream(file);
+        const std::string text{std::istreambuf_iterator<char>(stream), {}};
+        std::vector<std::string> lines;
+        double before = 0;
+        for (const Trace::Json& event : Trace::Json::parse(hasEnded ? text : text + "]")) {
+            EXPECT_GE(event["ts"].get<double>(), before);
+            before = event["ts"];
+            EXPECT_EQ(event["pid"], getpid());
+            std::string line = event["ph"];
+            if (event.contains("name")) line += " " + event["name"].get<std::string>();
+            const Trace::Json arguments = event.value("args", Trace::Json::object());
+            for (const char* key : {"arguments", "result", "raised"}) {
+                if (arguments.contains(key)) line += " " + arguments[key].dump();
+            }
+            lines.push_back(line);
+        }
+        return lines;
+    }
+
+    const std::filesystem::path file =
+        std::filesystem::temp_directory_path() / ("trace-" + std::to_string(getpid()) + ".json");
+    std::unique_ptr<host::Host> host;
+};
+
+TEST_F(TraceTest, MembersAreToldWithArgumentsAndResult) {
+    const host::ObjectReference box = host->NewInstance("Box");
+    host->Set(box.Get(), "Number", 2.5);
+    host->Get(box.Get(), "Number");
+    const Value sum[] = {3, 4};
+    host->CallShared("Box", "Add", sum);
+    host->Call(box.Get(), "Clear");
+    EXPECT_EQ(Events(), (Messages{"B set Box.Number [2.5]", "E", "B get Box.Number []", "E 2.5", "B Box.Add [3,4]",
+                                  "E 7", "B Box.Clear []", "E"}));
+}
+
+TEST_F(TraceTest, AnExceptionIsToldByItsClass) {
+    const host::ObjectReference box = host->NewInstance("Box");
+    const Value message[] = {host::TextValue("no")};
+    EXPECT_THROW(host->Call(box.Get(), "Fail", message), host::HostException);
+    const std::vector<std::string> events = Events();
+    EXPECT_EQ(events.front(), "B Box.Fail [\"no\"]");
+    EXPECT_NE(std::find(events.begin(), events.end(), "E \"RuntimeException\""), events.end());
+}
+
+TEST_F(TraceTest, ServicesAreToldWithinTheCallThatUsesThem) {
+    auto newInstance =
+        reinterpret_cast<ZEVAobjectStruct* (*)(const char*)>(host::ResolveTracedService("PluginNewInstance"));
+    auto version = reinterpret_cast<double (*)()>(host::ResolveTracedService("ZEVAGetZVVersion"));
+    EXPECT_EQ(version(), 2013.03);
+    EXPECT_EQ(newInstance("Nothing"), nullptr);
+    host::Unlock(newInstance("Box"));
+    const std::vector<std::string> events = Events();
+    ASSERT_EQ(events.size(), 8u);
+    EXPECT_EQ(events[0], "B ZEVAGetZVVersion []");
+    EXPECT_EQ(events[1], "E 2013.03");
+    EXPECT_EQ(events[2], "B PluginNewInstance [\"Nothing\"]");
+    EXPECT_EQ(events[3], "E null");
+    EXPECT_EQ(events[5].substr(0, 7), "E \"Box ");
+    EXPECT_EQ(events[6], "B finalize Box");
+}
+
+TEST_F(TraceTest, EveryServiceHasATracedOneOfItsOwn) {
+    for (const host::Service& service : host::Services()) {
+        EXPECT_EQ(host::ResolveService(service.name), service.entry);
+        EXPECT_EQ(host::ResolveTracedService(service.name), service.tracedEntry);
+        EXPECT_NE(service.entry, service.tracedEntry);
+    }
+    EXPECT_EQ(host::ResolveTracedService("none"), nullptr);
+    EXPECT_EQ(host::ResolveTracedService(nullptr), nullptr);
+}
+
+TEST_F(TraceTest, BytesOfAnyEncodingAreShown) {
+    const host::ObjectReference box = host->NewInstance("Box");
+    host->Set(box.Get(), "Text", host::TextValue("a\"\n\xff" + std::string(300, 'b')));
+    EXPECT_EQ(Events()[0], "B set Box.Text [\"a\\\"\\n\xEF\xBF\xBD" + std::string(196, 'b') + "...\"]");
+}
+
+TEST_F(TraceTest, TheListIsClosedWhenTheHostEnds) {
+    host->NewInstance("Box");
+    host.reset();
+    EXPECT_EQ(Events(true), (Messages{"B finalize Box", "E"}));
+}
+
+TEST(TraceFileTest, AFileThatCannotBeWrittenIsAnErrorBeforeAnythingRuns) {
+    EXPECT_EQ(TextOfError([] { host::Host host({.trace = "/none/trace.json"}); }),
+              "trace /none/trace.json: No such file or directory, nothing is run");
+    host::Host another;  // there is none in the way
+    EXPECT_EQ(another.Tracing(), nullptr);
+}
+
+}  // namespace
