@@ -44,7 +44,8 @@ int RunCommandLine(int argumentCount, const char* const* arguments) {
         ->capture_default_str();
     program.add_option("--module", session.module, "filter module to load instead of the built one, such as filters.o");
     program.add_option("--trace", session.trace, "file for every call across the boundary, as trace events in JSON");
-    program.footer("Exit status: 0 done, 1 failed (standard error says why), 2 wrong usage.");
+    program.footer(
+        "--host-version, --module and --trace belong to every command (zeva --help).\nExit status: 0 done, 1 failed (standard error says why), 2 wrong usage.");
     program.fallthrough();  // the options above may stand behind the command as well
     for (AddCommand* add : kCommands) add(program, session);
     try {

@@ -12,6 +12,7 @@ import sys
 import tempfile
 import unittest
 
+sys.path.insert(0, str(pathlib.Path(__file__).parent.parent / "support"))
 import picture
 from picture import byte, light, plain
 

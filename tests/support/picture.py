@@ -1,4 +1,4 @@
-"""Pictures as the tests of the examples see them: rows of (red, green, blue, alpha), read from and written to PNG files.
+"""Pictures as the tests of programs see them: rows of (red, green, blue, alpha), read from and written to PNG files.
 
 Written for itself: what judges the pictures shares nothing with what makes them.
 """
@@ -9,8 +9,8 @@ import zlib
 CHANNELS = {0: 1, 2: 3, 4: 2, 6: 4}  # by colour type
 
 
-def write(path, rows):
-    """Writes rows of pixels, three or four numbers each, the topmost row first."""
+def encode(rows):
+    """Rows of pixels, three or four numbers each, the topmost row first, as the bytes of a PNG file."""
     channels = len(rows[0][0])
 
     def chunk(kind, data):
@@ -18,9 +18,11 @@ def write(path, rows):
 
     header = struct.pack(">IIBBBBB", len(rows[0]), len(rows), 8, {3: 2, 4: 6}[channels], 0, 0, 0)
     data = b"".join(b"\0" + bytes(number for pixel in row for number in pixel) for row in rows)
-    path.write_bytes(
-        b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", zlib.compress(data)) + chunk(b"IEND", b"")
-    )
+    return b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", zlib.compress(data)) + chunk(b"IEND", b"")
+
+
+def write(path, rows):
+    path.write_bytes(encode(rows))
 
 
 def plain(width, height, colour):
