@@ -35,15 +35,16 @@ class ManualTest(ZevaTest):
 
     def run_example(self, text):
         """Runs command lines; each has to work and to leave a new file or to print something."""
-        before = set(self.folder.rglob("*"))
+        outputs = [self.folder / name for name in re.findall(r" -o (\S+)", text)]
+        for output in filter(pathlib.Path.is_file, outputs):
+            output.unlink()
         script = f'set -e\nzeva() {{ "{ZEVA}" "$@"; }}\n{text}'
         result = subprocess.run(
             ["bash", "-c", script], cwd=self.folder, capture_output=True, text=True, timeout=120
         )
         self.assertEqual((result.returncode, result.stderr), (0, ""), text)
         self.assertTrue(result.stdout, text)
-        for output in re.findall(r" -o (\S+)", text):
-            self.assertIn(self.folder / output, set(self.folder.rglob("*")) - before)
+        self.assertEqual([output for output in outputs if not output.exists()], [])
 
     def test_every_example_of_the_manual_page_works(self):
         examples = manual_examples()
