@@ -7,6 +7,7 @@
 
 #include <cmath>
 
+#include "core/window.h"
 #include "geometry/affine.h"
 #include "transition/between.h"
 #include "transition/formulas.h"
@@ -38,20 +39,20 @@ class CoverStage : public Stage {
         : mask_(std::move(mask)), shadow_(std::move(shadow)), time_(time), softness_(softness) {}
 
     void render(const Tile& tile) const override {
-        const PixelBlock masks(MaskOf(tile.region));
-        mask_.render(masks.tile());
-        shadow_.render(tile);
+        const Window masks(mask_, MaskOf(tile.region)), shadows(shadow_, tile.region);
         for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
-            const float* mask = masks.row(y) + kGreen;
-            const float* below = masks.row(y - 1) + kGreen;
+            const float* mask = masks.view().row(y) + kGreen;
+            const float* below = masks.view().row(y - 1) + kGreen;
+            const float* shadow = shadows.view().row(y) + kGreen;
             float* to = tile.row(y);
-            for (std::size_t index = 0; index < tile.width(); ++index, to += kFloatsPerPixel) {
+            for (std::size_t index = 0; index < tile.width(); ++index) {
                 const float left = *mask;
                 mask += kFloatsPerPixel, below += kFloatsPerPixel;
                 const double change = std::max(std::abs(*mask - left), std::abs(*mask - *below)) + kLeastChange;
                 to[0] = Remaining(*mask, time_, change);
-                to[1] = Remaining(to[kGreen], time_, change * softness_);
+                to[1] = Remaining(*shadow, time_, change * softness_);
                 to[2] = to[3] = 0;
+                to += kFloatsPerPixel, shadow += kFloatsPerPixel;
             }
         }
     }
