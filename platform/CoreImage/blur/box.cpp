@@ -1,6 +1,6 @@
-// box.cpp - the mean of a square, rows first, then columns.
+// box.cpp - the mean of a square: sums along columns, and of these sums along rows.
 //
-// A narrow box sums rows in a padded tile. A wide one would sum the same rows for many tiles, so it keeps them for the whole
+// A narrow box sums up a padded tile. A wide one would sum up the same pixels for many tiles, so it is made for the whole
 // region. A still wider one is a box over a smaller picture.
 
 #include <tbb/parallel_for.h>
@@ -10,7 +10,8 @@
 
 #include "blur/blur.h"
 #include "blur/reduced.h"
-#include "blur/running_sums.h"
+#include "blur/sums.h"
+#include "core/window.h"
 
 namespace core_image {
 namespace {
@@ -22,65 +23,23 @@ constexpr std::int64_t kWidestNarrow = 65;
 constexpr double kWidestExact = 2047;
 constexpr double kWidestReduced = 255;
 
-// How many rows or columns are summed side by side.
-constexpr std::size_t kSideBySide = 4;
-
-// Sums along some neighbouring rows of a tile, out of a block whose rows reach as much further on both sides as needed.
-template <typename Number, std::size_t kRows>
-void SumAlongRows(const PixelBlock& source, std::int64_t width, const Tile& tile, std::int64_t y) {
-    const float* row = source.row(y);
-    float* to = tile.row(y);
-    const std::int64_t left = source.region().x;
-    const auto in = [=](std::int64_t x) { return row + (x - left) * std::int64_t{kFloatsPerPixel}; };
-    const auto out = [=](std::int64_t index) { return to + index * std::int64_t{kFloatsPerPixel}; };
-    RunningSums<Number, kRows>(Lines<decltype(in)>{in, source.tile().floatsPerRow},
-                               Lines<decltype(out)>{out, tile.floatsPerRow}, tile.region.x - width / 2,
-                               tile.region.width, width, 1);
-}
-
-template <typename Number>
-void SumRowsOf(const PixelBlock& source, std::int64_t width, const Tile& tile) {
-    std::int64_t y = tile.region.y;
-    for (; y + std::int64_t{kSideBySide} <= tile.region.top(); y += kSideBySide) {
-        SumAlongRows<Number, kSideBySide>(source, width, tile, y);
-    }
-    for (; y < tile.region.top(); ++y) SumAlongRows<Number, 1>(source, width, tile, y);
-}
-
-// Sums along some neighbouring columns.
-template <typename Number, std::size_t kColumns>
-void SumAlongColumns(const PixelBlock& rows, std::int64_t width, const Tile& tile, std::int64_t x, float scale) {
-    const Region& present = rows.region();
-    const Tile from = rows.tile().part({x, present.y, 1, present.height});
-    const Tile to = tile.part({x, tile.region.y, 1, tile.region.height});
-    const auto in = [&](std::int64_t y) { return y < present.y || y >= present.top() ? nullptr : from.row(y); };
-    const auto out = [&](std::int64_t index) { return to.row(to.region.y + index); };
-    constexpr std::ptrdiff_t kNext = kFloatsPerPixel;
-    RunningSums<Number, kColumns>(Lines<decltype(in)>{in, kNext}, Lines<decltype(out)>{out, kNext},
-                                  tile.region.y - width / 2, tile.region.height, width, scale);
-}
-
-// The means of a tile out of rows that are summed already.
-template <typename Number>
-void SumColumns(const PixelBlock& rows, std::int64_t width, const Tile& tile) {
-    const auto scale = static_cast<float>(1 / (static_cast<double>(width) * static_cast<double>(width)));
-    std::int64_t x = tile.region.x;
-    for (; x + std::int64_t{kSideBySide} <= tile.region.right(); x += kSideBySide) {
-        SumAlongColumns<Number, kSideBySide>(rows, width, tile, x, scale);
-    }
-    for (; x < tile.region.right(); ++x) SumAlongColumns<Number, 1>(rows, width, tile, x, scale);
-}
-
 class NarrowBoxStage : public Stage {
   public:
     NarrowBoxStage(Prepared input, std::int64_t width) : input_(std::move(input)), width_(width) {}
 
     void render(const Tile& tile) const override {
-        const PixelBlock source(tile.region.grownBy(width_ / 2));
-        input_.render(source.tile());
-        const PixelBlock rows(Region{tile.region.x, source.region().y, tile.region.width, source.region().height});
-        SumRowsOf<float>(source, width_, rows.tile());
-        SumColumns<float>(rows, width_, tile);
+        const std::int64_t reach = width_ / 2;
+        const Window source(input_, tile.region.grownBy(reach));
+        const auto width = static_cast<std::size_t>(width_);
+        const auto scale = static_cast<float>(1 / (static_cast<double>(width_) * static_cast<double>(width_)));
+        const PixelBlock lines({0, 0, source.view().region.width, 2});
+        float* const columns = lines.tile().row(0);
+        SumAlongColumns<float>(
+            source.view(), width_, 1, tile.region.y - reach, tile.region.top() - 1 - reach,
+            [&](std::int64_t) { return columns; },
+            [&](std::int64_t y) {
+                SumAlongRow(columns, width, scale, lines.tile().row(1), tile.row(y + reach), tile.width());
+            });
     }
 
   private:
@@ -88,35 +47,66 @@ class NarrowBoxStage : public Stage {
     std::int64_t width_;
 };
 
-// The rows are summed while it is made.
+// The mean of each pixel of the region, made while the stage is: rows first, then columns in place of them.
 class WideBoxStage : public Stage {
   public:
     WideBoxStage(const ImageRef& input, std::int64_t width, const Region& region)
-        : width_(width), rows_(rowsOf(input, width, region)) {
+        : reach_(width / 2), sums_({region.x, region.y - reach_, region.width, region.height + 2 * reach_}) {
+        sumRows(input, width);
+        sumColumns(width, region);
+    }
+
+    std::optional<View> held(const Region& region) const override {
+        View view = sums_.view().part({region.x, region.y - reach_, region.width, region.height});
+        view.region = region;
+        return view;
+    }
+
+    void render(const Tile& tile) const override {
+        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
+            std::memcpy(tile.row(y), held(tile.region)->row(y), tile.width() * kFloatsPerPixel * sizeof(float));
+        }
+    }
+
+  private:
+    void sumRows(const ImageRef& input, std::int64_t width) {
         constexpr std::int64_t kStripHeight = 8;
-        const Region needed = region.grownBy(width / 2);
-        const Prepared prepared = Prepare(input, needed);
-        const Region& all = rows_.region();
+        const Region& all = sums_.region();
+        const Prepared prepared = Prepare(input, {all.x - reach_, all.y, all.width + 2 * reach_, all.height});
         tbb::parallel_for<std::int64_t>(0, (all.height + kStripHeight - 1) / kStripHeight, [&](std::int64_t index) {
-            const Region strip = all.intersection({all.x, all.y + index * kStripHeight, all.width, kStripHeight});
-            const PixelBlock source(Region{needed.x, strip.y, needed.width, strip.height});
-            prepared.render(source.tile());
-            SumRowsOf<double>(source, width, rows_.tile().part(strip));
+            const Tile strip =
+                sums_.tile().part(all.intersection({all.x, all.y + index * kStripHeight, all.width, kStripHeight}));
+            Region seen = {all.x - reach_, strip.region.y, all.width + 2 * reach_, strip.region.height};
+            if (Clip(seen, prepared.extent()).isEmpty()) {
+                Clear(strip);
+                return;
+            }
+            const Window source(prepared, seen);
+            const PixelBlock memory({0, 0, seen.width, 1});
+            for (std::int64_t y = seen.y; y < seen.top(); ++y) {
+                SumAlongRow(source.view().row(y), static_cast<std::size_t>(width), 1, memory.tile().pixels,
+                            strip.row(y), strip.width());
+            }
         });
     }
 
-    void render(const Tile& tile) const override { SumColumns<double>(rows_, width_, tile); }
-
-  private:
-    // The rows that a region needs of an image and that there are; where there are none, one that is transparent.
-    static Region rowsOf(const ImageRef& input, std::int64_t width, const Region& region) {
-        const Region present = Clip(region.grownBy(width / 2), input->extent());
-        return {region.x, present.isEmpty() ? region.y : present.y, region.width,
-                present.isEmpty() ? 1 : present.height};
+    void sumColumns(std::int64_t width, const Region& region) {
+        // What is kept of a strip stays in a core's own cache.
+        constexpr std::int64_t kKept = 32768;
+        const std::int64_t stripWidth = std::max<std::int64_t>(16, kKept / width);
+        const auto scale = static_cast<float>(1 / (static_cast<double>(width) * static_cast<double>(width)));
+        const Region& all = sums_.region();
+        tbb::parallel_for<std::int64_t>(0, (all.width + stripWidth - 1) / stripWidth, [&](std::int64_t index) {
+            const Region strip = all.intersection({all.x + index * stripWidth, all.y, stripWidth, all.height});
+            const Tile out = sums_.tile().part(strip);
+            SumAlongColumns<double>(
+                sums_.view().part(strip), width, scale, all.y, all.y + region.height - 1,
+                [&](std::int64_t y) { return out.row(y); }, [](std::int64_t) {});
+        });
     }
 
-    std::int64_t width_;
-    PixelBlock rows_;
+    std::int64_t reach_;
+    PixelBlock sums_;  // row y is that of the mean around row y + reach
 };
 
 class BoxImage : public Image {

@@ -1,80 +1,65 @@
 // disc.cpp - the mean of a disc whose rim is one pixel soft.
 //
-// A pixel at distance d counts clamp(radius + 0.5 - d); all weights are divided by their sum. A small disc is summed weight by
-// weight. Of a larger one each row is a run of ones, summed at a cost that does not depend on its length, and a few softer pixels
-// at both ends. A still larger one is a disc over a smaller picture.
+// A pixel at distance d counts clamp(radius + 0.5 - d); all weights are divided by their sum. The disc consists of columns: a run
+// of ones in the middle, a few softer pixels at both ends. Going outward row by row, the sums of all runs of one length are those
+// of the runs one shorter and two rows more, for all columns at once; and what lies mirrored is weighed alike.
+// A very large disc is one over a smaller picture.
 
 #include <cmath>
 #include <utility>
 #include <vector>
 
 #include "blur/blur.h"
-#include "blur/kernels.h"
 #include "blur/reduced.h"
-#include "blur/running_sums.h"
+#include "blur/sums.h"
+#include "core/window.h"
 
 namespace core_image {
 namespace {
 
-// Up to here a disc is small.
-constexpr double kLargestSmall = 6;
-
-// How many rows are summed side by side.
-constexpr std::size_t kRowsAtOnce = 4;
-
 // From here on a disc is made of a smaller picture.
 constexpr double kLargestExact = 128;
 
-// A neighbour that is weighed by itself.
-struct Tap {
-    std::int64_t x;
-    std::int64_t y;
+// Two columns, this far to the left and to the right.
+struct Columns {
+    std::int64_t distance;
+    float weight;
 };
 
-// Rows of the disc that have a run of the same length, 2 reach + 1.
-struct Runs {
-    std::int64_t reach;
-    std::vector<std::int64_t> rows;
+// What is taken of two rows, one below and one above a pixel.
+struct Rows {
+    std::vector<Columns> runs;  // of all rows up to these
+    std::vector<Columns> rim;   // of these two alone
 };
 
-// The disc, its weights summing to one.
+// The disc, its weights summing to one: two rows for each distance.
 struct Disc {
     std::int64_t reach;
-    std::vector<Tap> taps;
-    std::vector<float> weights;  // of the taps
-    std::vector<Runs> runs;
-    float runWeight;  // of every pixel in a run
+    std::vector<Rows> rows;
 
-    Disc(double radius, bool hasRuns);
+    explicit Disc(double radius);
 };
 
-Disc::Disc(double radius, bool hasRuns) : reach(static_cast<std::int64_t>(std::ceil(radius))) {
-    std::vector<double> raw;
+Disc::Disc(double radius) : reach(static_cast<std::int64_t>(std::ceil(radius))) {
+    const auto weight = [&](std::int64_t x, std::int64_t y) {
+        return std::clamp(radius + 0.5 - std::hypot(static_cast<double>(x), static_cast<double>(y)), 0.0, 1.0);
+    };
     double sum = 0;
     for (std::int64_t y = -reach; y <= reach; ++y) {
-        std::int64_t run = -1;
-        for (std::int64_t x = -reach; x <= reach; ++x) {
-            const double distance = std::hypot(static_cast<double>(x), static_cast<double>(y));
-            const double weight = std::clamp(radius + 0.5 - distance, 0.0, 1.0);
-            sum += weight;
-            if (weight == 1 && hasRuns) {
-                run = std::max(run, x);
-            } else if (weight > 0) {
-                taps.push_back({x, y});
-                raw.push_back(weight);
+        for (std::int64_t x = -reach; x <= reach; ++x) sum += weight(x, y);
+    }
+    for (std::int64_t y = 0; y <= reach; ++y) {
+        Rows each;
+        for (std::int64_t x = 0; x <= reach; ++x) {
+            // The middle column is its own mirror image.
+            const double share = (x == 0 ? 0.5 : 1) / sum;
+            if (weight(x, y) == 1 && weight(x, y + 1) < 1) each.runs.push_back({x, static_cast<float>(share)});
+            if (weight(x, y) > 0 && weight(x, y) < 1) {
+                each.rim.push_back({x, static_cast<float>(weight(x, y) * share)});
             }
         }
-        if (run < 0) continue;
-        const auto same =
-            std::find_if(runs.begin(), runs.end(), [run](const Runs& other) { return other.reach == run; });
-        if (same == runs.end()) {
-            runs.push_back({run, {y}});
-        } else {
-            same->rows.push_back(y);
-        }
+        rows.push_back(std::move(each));
     }
-    for (const double weight : raw) weights.push_back(static_cast<float>(weight / sum));
-    runWeight = static_cast<float>(1 / sum);
 }
 
 class DiscStage : public Stage {
@@ -82,64 +67,35 @@ class DiscStage : public Stage {
     DiscStage(Prepared input, const Disc& disc) : input_(std::move(input)), disc_(disc) {}
 
     void render(const Tile& tile) const override {
-        const PixelBlock source(tile.region.grownBy(disc_.reach));
-        input_.render(source.tile());
-        std::vector<const float*> rows(disc_.taps.size());
-        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
-            for (std::size_t index = 0; index < rows.size(); ++index) {
-                const Tap& tap = disc_.taps[index];
-                rows[index] = source.row(y + tap.y) + (disc_.reach + tap.x) * std::int64_t{kFloatsPerPixel};
+        const Window window(input_, tile.region.grownBy(disc_.reach));
+        const View& source = window.view();
+        const std::size_t floats = source.width() * kFloatsPerPixel, used = tile.width() * kFloatsPerPixel;
+        const PixelBlock lines({source.region.x, 0, source.region.width, 2});
+        float *const runs = lines.tile().row(0), *const pair = lines.tile().row(1);
+        std::vector<Mirrored> terms;
+        const auto add = [&](const float* line, const std::vector<Columns>& columns) {
+            const float* const middle = line + disc_.reach * std::int64_t{kFloatsPerPixel};
+            for (const Columns& each : columns) {
+                const std::int64_t shift = each.distance * std::int64_t{kFloatsPerPixel};
+                terms.push_back({middle - shift, middle + shift, each.weight});
             }
-            SumRows(rows.data(), disc_.weights.data(), rows.size(), tile.row(y), tile.width() * kFloatsPerPixel);
+        };
+        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
+            Clear(tile.part({tile.region.x, y, tile.region.width, 1}));
+            std::copy_n(source.row(y), floats, runs);
+            for (std::int64_t distance = 0; distance <= disc_.reach; ++distance) {
+                const Rows& rows = disc_.rows[static_cast<std::size_t>(distance)];
+                if (distance > 0) AddPair(source.row(y - distance), source.row(y + distance), pair, runs, floats);
+                terms.clear();
+                add(runs, rows.runs);
+                // The middle row has no other.
+                add(distance == 0 ? source.row(y) : pair, rows.rim);
+                AddMirrored(terms.data(), terms.size(), tile.row(y), used);
+            }
         }
-        if (!disc_.runs.empty()) addRuns(source, tile);
     }
 
   private:
-    void addRuns(const PixelBlock& source, const Tile& tile) const {
-        std::int64_t y = tile.region.y;
-        for (; y + std::int64_t{kRowsAtOnce} <= tile.region.top(); y += kRowsAtOnce) {
-            addRunsTo<kRowsAtOnce>(source, tile.part({tile.region.x, y, tile.region.width, kRowsAtOnce}));
-        }
-        for (; y < tile.region.top(); ++y) {
-            addRunsTo<1>(source, tile.part({tile.region.x, y, tile.region.width, 1}));
-        }
-    }
-
-    // Adds the runs to some rows.
-    template <std::size_t kRows>
-    void addRunsTo(const PixelBlock& source, const Tile& tile) const {
-        const Region& region = tile.region;
-        const PixelBlock lines(Region{source.region().x, region.y, source.region().width, region.height});
-        const PixelBlock sums(region);
-        const std::vector<float> weights(static_cast<std::size_t>(2 * disc_.reach + 1), disc_.runWeight);
-        const float* from = lines.row(region.y);
-        float* to = sums.tile().pixels;
-        const auto in = [&](std::int64_t x) { return from + (x - lines.region().x) * std::int64_t{kFloatsPerPixel}; };
-        const auto out = [&](std::int64_t index) { return to + index * std::int64_t{kFloatsPerPixel}; };
-        std::vector<const float*> rows;
-        for (const Runs& runs : disc_.runs) {
-            // Only as much of a line as the runs reach.
-            const std::int64_t unused = disc_.reach - runs.reach;
-            const std::int64_t left = unused * std::int64_t{kFloatsPerPixel};
-            const std::int64_t used = (lines.region().width - 2 * unused) * std::int64_t{kFloatsPerPixel};
-            for (std::int64_t y = region.y; y < region.top(); ++y) {
-                rows.clear();
-                for (const std::int64_t row : runs.rows) rows.push_back(source.row(y + row) + left);
-                SumRows(rows.data(), weights.data(), rows.size(), lines.tile().row(y) + left,
-                        static_cast<std::size_t>(used));
-            }
-            RunningSums<float, kRows>(Lines<decltype(in)>{in, lines.tile().floatsPerRow},
-                                      Lines<decltype(out)>{out, sums.tile().floatsPerRow}, region.x - runs.reach,
-                                      region.width, 2 * runs.reach + 1, 1);
-            for (std::int64_t y = region.y; y < region.top(); ++y) {
-                float* sum = tile.row(y);
-                const float* added = sums.row(y);
-                for (std::size_t index = 0; index < tile.width() * kFloatsPerPixel; ++index) sum[index] += added[index];
-            }
-        }
-    }
-
     Prepared input_;
     const Disc& disc_;  // of the image, which outlives the rendering
 };
@@ -147,7 +103,7 @@ class DiscStage : public Stage {
 class DiscImage : public Image {
   public:
     DiscImage(ImageRef input, const Extent& extent, double radius)
-        : Image(extent, input->depth()), input_(std::move(input)), disc_(radius, radius > kLargestSmall) {}
+        : Image(extent, input->depth()), input_(std::move(input)), disc_(radius) {}
 
     std::unique_ptr<const Stage> prepare(const Region& region) const override {
         return std::make_unique<DiscStage>(Prepare(input_, region.grownBy(disc_.reach)), disc_);

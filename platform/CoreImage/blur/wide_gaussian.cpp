@@ -109,8 +109,8 @@ PixelBlock Reduce(const ImageRef& input, const Region& coarse, std::int64_t step
     const PixelBlock narrow(Region{coarse.x, source.y, coarse.width, source.height});
     const std::int64_t stripHeight = std::clamp<std::int64_t>(kPixelsPerStrip / source.width, 4, 64);
     tbb::parallel_for<std::int64_t>(0, (source.height + stripHeight - 1) / stripHeight, [&](std::int64_t index) {
-        const Window strip(
-            sampled, source.intersection({source.x, source.y + index * stripHeight, source.width, stripHeight}));
+        const Window strip(sampled,
+                           source.intersection({source.x, source.y + index * stripHeight, source.width, stripHeight}));
         for (std::int64_t y = strip.view().region.y; y < strip.view().region.top(); ++y) {
             ReduceRow(strip.view().row(y), weights.data(), weights.size(), static_cast<std::size_t>(step),
                       narrow.tile().row(y), static_cast<std::size_t>(coarse.width));
