@@ -1,22 +1,35 @@
-// CGColorSpace.mm - the known colour spaces, one object each, made on first use and kept for good.
+// CGColorSpace.mm - colour spaces as objects that keep their profile; the named ones are made on first use and kept for good.
 //
-// Adding a space: a name in CGColorSpace.h and a line in the list below; every space so far is RGB.
+// Adding a named space: a name in CGColorSpace.h, and a row in the table below.
 
 #import <Foundation/Foundation.h>
 
 #include <CoreGraphics/CGColorSpace.h>
 
-// A colour space as an object: its name is all there is to tell them apart.
+#include <algorithm>
+#include <iterator>
+
+#include "profiles.h"
+
+// A colour space as an object.
 @interface CGColorSpaceObject : NSObject {
   @public
-    NSString* _name;
+    NSString* _name;  // nil without one
+    NSData* _profile;
+    int _components;
 }
 @end
 
 @implementation CGColorSpaceObject
 
+- (void)dealloc {
+    [_name release];
+    [_profile release];
+    [super dealloc];
+}
+
 - (NSString*)description {
-    return [NSString stringWithFormat:@"<CGColorSpace %p> (%@)", (void*)self, _name];
+    return [NSString stringWithFormat:@"<CGColorSpace %p> (%@)", (void*)self, _name != nil ? _name : @"ICC based"];
 }
 
 @end
@@ -25,33 +38,135 @@ const CFStringRef kCGColorSpaceSRGB = CFSTR("kCGColorSpaceSRGB");
 const CFStringRef kCGColorSpaceLinearSRGB = CFSTR("kCGColorSpaceLinearSRGB");
 const CFStringRef kCGColorSpaceExtendedSRGB = CFSTR("kCGColorSpaceExtendedSRGB");
 const CFStringRef kCGColorSpaceExtendedLinearSRGB = CFSTR("kCGColorSpaceExtendedLinearSRGB");
+const CFStringRef kCGColorSpaceDisplayP3 = CFSTR("kCGColorSpaceDisplayP3");
+const CFStringRef kCGColorSpaceAdobeRGB1998 = CFSTR("kCGColorSpaceAdobeRGB1998");
+const CFStringRef kCGColorSpaceGenericRGB = CFSTR("kCGColorSpaceGenericRGB");
+const CFStringRef kCGColorSpaceGenericRGBLinear = CFSTR("kCGColorSpaceGenericRGBLinear");
+const CFStringRef kCGColorSpaceGenericGray = CFSTR("kCGColorSpaceGenericGray");
+const CFStringRef kCGColorSpaceGenericGrayGamma2_2 = CFSTR("kCGColorSpaceGenericGrayGamma2_2");
+const CFStringRef kCGColorSpaceLinearGray = CFSTR("kCGColorSpaceLinearGray");
 
 namespace {
 
-CGColorSpaceObject* MakeSpace(CFStringRef name) {
+using core_graphics::Chromaticity;
+using core_graphics::kCurveOfSRGB;
+using core_graphics::kD65;
+using core_graphics::ProfileBytes;
+
+// Red, green and blue.
+using Primaries = Chromaticity[3];
+constexpr Primaries kSRGB = {{0.64, 0.33}, {0.30, 0.60}, {0.15, 0.06}};
+constexpr Primaries kP3 = {{0.680, 0.320}, {0.265, 0.690}, {0.150, 0.060}};
+constexpr Primaries kAdobe = {{0.64, 0.33}, {0.21, 0.71}, {0.15, 0.06}};
+constexpr Primaries kGeneric = {{0.630, 0.340}, {0.295, 0.605}, {0.155, 0.077}};
+
+struct NamedSpace {
+    CFStringRef name;
+    const Primaries* primaries;  // null for grey
+    double gamma;
+};
+
+// clang-format off
+const NamedSpace kNamedSpaces[] = {
+    // name                            primaries  curve
+    {kCGColorSpaceSRGB,                &kSRGB,    kCurveOfSRGB},
+    {kCGColorSpaceLinearSRGB,          &kSRGB,    1},
+    {kCGColorSpaceExtendedSRGB,        &kSRGB,    kCurveOfSRGB},
+    {kCGColorSpaceExtendedLinearSRGB,  &kSRGB,    1},
+    {kCGColorSpaceDisplayP3,           &kP3,      kCurveOfSRGB},
+    {kCGColorSpaceAdobeRGB1998,        &kAdobe,   563 / 256.0},
+    {kCGColorSpaceGenericRGB,          &kGeneric, 1.8},
+    {kCGColorSpaceGenericRGBLinear,    &kGeneric, 1},
+    {kCGColorSpaceGenericGray,         nullptr,   1.8},
+    {kCGColorSpaceGenericGrayGamma2_2, nullptr,   2.2},
+    {kCGColorSpaceLinearGray,          nullptr,   1},
+};
+// clang-format on
+
+CGColorSpaceObject* Object(CGColorSpaceRef space) { return (CGColorSpaceObject*)space; }
+
+// A new space that owns the bytes of a profile; null for null.
+CGColorSpaceObject* MakeSpace(NSString* name, const ProfileBytes& profile) {
+    if (profile.bytes == nullptr) return nil;
     CGColorSpaceObject* space = [[CGColorSpaceObject alloc] init];
-    space->_name = (NSString*)name;
+    space->_name = [name copy];
+    space->_components = core_graphics::ComponentsOfProfile(profile.bytes, profile.length);
+    space->_profile = [[NSData alloc] initWithBytesNoCopy:profile.bytes length:profile.length freeWhenDone:YES];
     return space;
 }
 
-CGColorSpaceObject* Object(CGColorSpaceRef space) { return (CGColorSpaceObject*)space; }
+CGColorSpaceObject* MakeNamedSpace(const NamedSpace& named) {
+    const double gammas[] = {named.gamma, named.gamma, named.gamma};
+    return MakeSpace((NSString*)named.name, named.primaries != nullptr
+                                                ? core_graphics::MakeRGBProfile(kD65, *named.primaries, gammas)
+                                                : core_graphics::MakeGrayProfile(kD65, named.gamma));
+}
+
+// Where a colour of X, Y and Z is on the diagram.
+Chromaticity ChromaticityOf(const CGFloat* colour) {
+    const double sum = (double)colour[0] + (double)colour[1] + (double)colour[2];
+    return {(double)colour[0] / sum, (double)colour[1] / sum};
+}
+
+// Whether the library can be given a white point: a brightness of 1 and nothing negative.
+bool IsWhitePoint(const CGFloat* colour) {
+    return colour != nullptr && colour[0] > 0 && colour[1] == 1 && colour[2] > 0 && colour[0] < 10 && colour[2] < 10;
+}
 
 }  // namespace
 
 CGColorSpaceRef CGColorSpaceCreateWithName(CFStringRef name) {
-    static CGColorSpaceObject* const spaces[] = {
-        MakeSpace(kCGColorSpaceSRGB),
-        MakeSpace(kCGColorSpaceLinearSRGB),
-        MakeSpace(kCGColorSpaceExtendedSRGB),
-        MakeSpace(kCGColorSpaceExtendedLinearSRGB),
-    };
-    for (CGColorSpaceObject* space : spaces) {
-        if ([space->_name isEqual:(id)name]) return CGColorSpaceRetain((CGColorSpaceRef)space);
+    static CGColorSpaceObject* const* const spaces = [] {
+        auto* made = new CGColorSpaceObject*[std::size(kNamedSpaces)];
+        std::transform(std::begin(kNamedSpaces), std::end(kNamedSpaces), made, MakeNamedSpace);
+        return made;
+    }();
+    for (std::size_t index = 0; index < std::size(kNamedSpaces); ++index) {
+        if ([(NSString*)kNamedSpaces[index].name isEqual:(id)name])
+            return CGColorSpaceRetain((CGColorSpaceRef)spaces[index]);
     }
     return nullptr;
 }
 
 CGColorSpaceRef CGColorSpaceCreateDeviceRGB(void) { return CGColorSpaceCreateWithName(kCGColorSpaceSRGB); }
+
+CGColorSpaceRef CGColorSpaceCreateDeviceGray(void) {
+    return (CGColorSpaceRef)MakeSpace(nil, core_graphics::MakeGrayProfile(kD65, kCurveOfSRGB));
+}
+
+CGColorSpaceRef CGColorSpaceCreateWithICCData(CFTypeRef data) {
+    NSData* profile = (NSData*)data;
+    const int components = core_graphics::ComponentsOfProfile([profile bytes], [profile length]);
+    if (components == 0) return nullptr;
+    CGColorSpaceObject* space = [[CGColorSpaceObject alloc] init];
+    space->_profile = [profile copy];
+    space->_components = components;
+    return (CGColorSpaceRef)space;
+}
+
+CGColorSpaceRef CGColorSpaceCreateCalibratedRGB(const CGFloat whitePoint[3], const CGFloat[3], const CGFloat gamma[3],
+                                                const CGFloat matrix[9]) {
+    if (!IsWhitePoint(whitePoint)) return nullptr;
+    // Comparisons that also refuse what is no number.
+    for (int channel = 0; channel < 3; ++channel) {
+        if (gamma != nullptr && !(gamma[channel] > 0)) return nullptr;
+        const CGFloat* colour = matrix == nullptr ? whitePoint : matrix + 3 * channel;
+        if (!(colour[0] + colour[1] + colour[2] > 0)) return nullptr;
+    }
+    Chromaticity primaries[3];
+    double gammas[3];
+    for (int channel = 0; channel < 3; ++channel) {
+        primaries[channel] = matrix == nullptr ? kSRGB[channel] : ChromaticityOf(matrix + 3 * channel);
+        gammas[channel] = gamma == nullptr ? 1 : (double)gamma[channel];
+    }
+    return (CGColorSpaceRef)MakeSpace(nil,
+                                      core_graphics::MakeRGBProfile(ChromaticityOf(whitePoint), primaries, gammas));
+}
+
+CGColorSpaceRef CGColorSpaceCreateCalibratedGray(const CGFloat whitePoint[3], const CGFloat[3], CGFloat gamma) {
+    if (!IsWhitePoint(whitePoint) || !(gamma > 0)) return nullptr;
+    return (CGColorSpaceRef)MakeSpace(nil, core_graphics::MakeGrayProfile(ChromaticityOf(whitePoint), (double)gamma));
+}
 
 CGColorSpaceRef CGColorSpaceRetain(CGColorSpaceRef space) { return (CGColorSpaceRef)[Object(space) retain]; }
 
@@ -61,8 +176,15 @@ CFStringRef CGColorSpaceCopyName(CGColorSpaceRef space) {
     return space == nullptr ? nullptr : (CFStringRef)[Object(space)->_name copy];
 }
 
-CGColorSpaceModel CGColorSpaceGetModel(CGColorSpaceRef space) {
-    return space == nullptr ? kCGColorSpaceModelUnknown : kCGColorSpaceModelRGB;
+CFDataRef CGColorSpaceCopyICCData(CGColorSpaceRef space) {
+    return space == nullptr ? nullptr : (CFDataRef)[Object(space)->_profile retain];
 }
 
-size_t CGColorSpaceGetNumberOfComponents(CGColorSpaceRef space) { return space == nullptr ? 0 : 3; }
+CGColorSpaceModel CGColorSpaceGetModel(CGColorSpaceRef space) {
+    if (space == nullptr) return kCGColorSpaceModelUnknown;
+    return Object(space)->_components == 1 ? kCGColorSpaceModelMonochrome : kCGColorSpaceModelRGB;
+}
+
+size_t CGColorSpaceGetNumberOfComponents(CGColorSpaceRef space) {
+    return space == nullptr ? 0 : (size_t)Object(space)->_components;
+}

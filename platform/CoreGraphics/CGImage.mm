@@ -83,7 +83,7 @@ CFDataRef CGDataProviderCopyData(CGDataProviderRef provider) {
 CGImageRef CGImageCreate(size_t width, size_t height, size_t bitsPerComponent, size_t bitsPerPixel, size_t bytesPerRow,
                          CGColorSpaceRef space, CGBitmapInfo bitmapInfo, CGDataProviderRef provider,
                          const CGFloat* decode, bool, CGColorRenderingIntent) {
-    if (provider == nullptr || space == nullptr || decode != nullptr) return nullptr;
+    if (provider == nullptr || CGColorSpaceGetModel(space) != kCGColorSpaceModelRGB || decode != nullptr) return nullptr;
     if (bitsPerComponent != kBitsPerComponent || bitsPerPixel != kBitsPerPixel || !IsKnownLayout(bitmapInfo))
         return nullptr;
     if (width == 0 || height == 0 || width > bytesPerRow / kBytesPerPixel) return nullptr;

@@ -22,14 +22,35 @@ void* AllocateRows(const core_image::Region& region) {
 
 }  // namespace
 
+NSString* const kCIContextOutputColorSpace = @"output_color_space";
+NSString* const kCIContextWorkingColorSpace = @"working_color_space";
+
 @implementation CIContext
 
 + (CIContext*)contextWithOptions:(NSDictionary*)options {
-    (void)options;
-    return [[[CIContext alloc] init] autorelease];
+    CIContext* context = [[[CIContext alloc] init] autorelease];
+    id output = [options objectForKey:kCIContextOutputColorSpace];
+    const bool isSpace = output != nil && output != [NSNull null];
+    context->_outputSpace =
+        isSpace ? CGColorSpaceRetain((CGColorSpaceRef)output) : CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
+    context->_isMatching = [options objectForKey:kCIContextWorkingColorSpace] != [NSNull null];
+    return context;
+}
+
+- (void)dealloc {
+    CGColorSpaceRelease(_outputSpace);
+    [super dealloc];
 }
 
 - (CGImageRef)createCGImage:(CIImage*)image fromRect:(CGRect)rect {
+    return [self createCGImage:image fromRect:rect format:kCIFormatRGBA8 colorSpace:_outputSpace];
+}
+
+- (CGImageRef)createCGImage:(CIImage*)image
+                   fromRect:(CGRect)rect
+                     format:(CIFormat)format
+                 colorSpace:(CGColorSpaceRef)colorSpace {
+    if (format != kCIFormatRGBA8 || CGColorSpaceGetModel(colorSpace) != kCGColorSpaceModelRGB) return nullptr;
     core_image::Region region;
     if (image == nil || !core_image::RegionOfExtent(core_image::ExtentOfRect(rect), &region)) return nullptr;
     void* rows = AllocateRows(region);
@@ -38,18 +59,19 @@ void* AllocateRows(const core_image::Region& region) {
     core_image::BitmapDestination destination;
     destination.pixels = rows;
     destination.bytesPerRow = static_cast<std::ptrdiff_t>(bytesPerRow);
-    if (!core_image::RenderImage([image handle], region, destination)) {
+    const core_image::SpaceCoding coding = core_image::CodingOfSpace(colorSpace);
+    destination.transfer = coding.transfer;
+    if (!core_image::RenderImage([image handle], region, destination, { coding.profile, (bool)_isMatching })) {
         std::free(rows);
         return nullptr;
     }
     const auto height = static_cast<std::size_t>(region.height);
     NSData* data = [[NSData alloc] initWithBytesNoCopy:rows length:bytesPerRow * height freeWhenDone:YES];
     CGDataProviderRef provider = CGDataProviderCreateWithCFData((CFDataRef)data);
-    CGColorSpaceRef space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
-    CGImageRef result = CGImageCreate(static_cast<std::size_t>(region.width), height, /*bitsPerComponent=*/8,
-                                      /*bitsPerPixel=*/32, bytesPerRow, space, kCGImageAlphaPremultipliedLast, provider,
-                                      /*decode=*/nullptr, /*shouldInterpolate=*/true, kCGRenderingIntentDefault);
-    CGColorSpaceRelease(space);
+    CGImageRef result =
+        CGImageCreate(static_cast<std::size_t>(region.width), height, /*bitsPerComponent=*/8,
+                      /*bitsPerPixel=*/32, bytesPerRow, colorSpace, kCGImageAlphaPremultipliedLast, provider,
+                      /*decode=*/nullptr, /*shouldInterpolate=*/true, kCGRenderingIntentDefault);
     CGDataProviderRelease(provider);
     [data release];
     return result;
@@ -68,8 +90,9 @@ void* AllocateRows(const core_image::Region& region) {
     destination.pixels = bitmap;
     destination.bytesPerRow = rowBytes;
     destination.format = format == kCIFormatRGBA8 ? core_image::PixelFormat::bytes : core_image::PixelFormat::floats;
-    destination.transfer = core_image::TransferOfSpace(colorSpace);
-    core_image::RenderImage([image handle], region, destination);
+    const core_image::SpaceCoding coding = core_image::CodingOfSpace(colorSpace);
+    destination.transfer = coding.transfer;
+    core_image::RenderImage([image handle], region, destination, { coding.profile, (bool)_isMatching });
 }
 
 @end

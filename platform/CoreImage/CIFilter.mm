@@ -74,8 +74,10 @@ core_image::ColourSpace SpaceOfObject(id object) {
     const bool isSpace = [object isKindOfClass:[(id)known class]];
     CGColorSpaceRelease(known);
     if (!isSpace) return core_image::ColourSpace::other;
-    const bool linear = core_image::TransferOfSpace((CGColorSpaceRef)object) == core_image::Transfer::linear;
-    return linear ? core_image::ColourSpace::linear : core_image::ColourSpace::sRGB;
+    const core_image::SpaceCoding coding = core_image::CodingOfSpace((CGColorSpaceRef)object);
+    if (coding.profile.bytes != nullptr) return core_image::ColourSpace::other;
+    return coding.transfer == core_image::Transfer::linear ? core_image::ColourSpace::linear
+                                                           : core_image::ColourSpace::sRGB;
 }
 
 // Reads one input as its kind demands. A nil image stays empty; any other nil reads as the default.

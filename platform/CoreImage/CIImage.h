@@ -15,6 +15,10 @@ typedef int CIFormat;
 CG_EXTERN CIFormat kCIFormatRGBA8;  // four bytes
 CG_EXTERN CIFormat kCIFormatRGBAf;  // four floats
 
+// The option of an image that says what the numbers of its bitmap mean, instead of the bitmap's own space: a colour space, or NSNull
+// for numbers that are taken as they are.
+CG_EXTERN NSString* const kCIImageColorSpace;
+
 @interface CIImage : NSObject <NSCopying> {
   @private
     void* _handle;
@@ -22,10 +26,13 @@ CG_EXTERN CIFormat kCIFormatRGBAf;  // four floats
 
 // The image of a PNG or JPEG file, its lower left corner at (0, 0); nil when the file cannot be read.
 + (CIImage*)imageWithContentsOfURL:(NSURL*)url;
++ (CIImage*)imageWithContentsOfURL:(NSURL*)url options:(NSDictionary*)options;
 + (CIImage*)imageWithData:(NSData*)data;
++ (CIImage*)imageWithData:(NSData*)data options:(NSDictionary*)options;
 
 // The image of a bitmap, its lower left corner at (0, 0); nil for null. The bytes are kept, not copied.
 + (CIImage*)imageWithCGImage:(CGImageRef)image;
++ (CIImage*)imageWithCGImage:(CGImageRef)image options:(NSDictionary*)options;
 
 // One colour everywhere; infinite. nil for nil.
 + (CIImage*)imageWithColor:(CIColor*)color;

@@ -14,16 +14,22 @@
 
 CIFormat kCIFormatRGBA8 = 24;
 CIFormat kCIFormatRGBAf = 34;
+NSString* const kCIImageColorSpace = @"CIImageColorSpace";
 
 namespace core_image {
 
-Transfer TransferOfSpace(CGColorSpaceRef space) {
-    if (space == nullptr) return Transfer::linear;
-    NSString* name = (NSString*)CGColorSpaceCopyName(space);
-    const bool linear =
-        [name isEqual:(NSString*)kCGColorSpaceLinearSRGB] || [name isEqual:(NSString*)kCGColorSpaceExtendedLinearSRGB];
-    [name release];
-    return linear ? Transfer::linear : Transfer::sRGB;
+SpaceCoding CodingOfSpace(CGColorSpaceRef space) {
+    if (space == nullptr) return {Transfer::linear, {}};
+    NSString* name = [(NSString*)CGColorSpaceCopyName(space) autorelease];
+    if ([name isEqual:(id)kCGColorSpaceSRGB] || [name isEqual:(id)kCGColorSpaceExtendedSRGB]) {
+        return {Transfer::sRGB, {}};
+    }
+    if ([name isEqual:(id)kCGColorSpaceLinearSRGB] || [name isEqual:(id)kCGColorSpaceExtendedLinearSRGB]) {
+        return {Transfer::linear, {}};
+    }
+    // The space keeps its data.
+    NSData* data = [(NSData*)CGColorSpaceCopyICCData(space) autorelease];
+    return {Transfer::sRGB, {[data bytes], [data length]}};
 }
 
 Extent ExtentOfRect(CGRect rect) {
@@ -36,17 +42,27 @@ namespace {
 
 void ReleaseObject(const void* object) { CFRelease(object); }
 
-// An image over bytes that a data object keeps; takes a reference of its own.
-CIImage* ImageOverData(NSData* data, core_image::BitmapSource& source) {
+// An image over bytes in a space that a data object keeps; takes a reference of its own.
+CIImage* ImageOverData(NSData* data, core_image::BitmapSource& source, CGColorSpaceRef space) {
+    const core_image::SpaceCoding coding = core_image::CodingOfSpace(space);
     source.pixels = [data bytes];
-    return [CIImage imageOwningHandle:core_image::MakeBitmap(source, {CFRetain((CFTypeRef)data), ReleaseObject})];
+    source.transfer = coding.transfer;
+    return [CIImage
+        imageOwningHandle:core_image::MakeBitmap(source, coding.profile, {CFRetain((CFTypeRef)data), ReleaseObject})];
+}
+
+// The space that options name, null for NSNull; a bitmap's own without such an option.
+CGColorSpaceRef SpaceOfOptions(NSDictionary* options, CGImageRef image) {
+    id space = [options objectForKey:kCIImageColorSpace];
+    if (space == nil) return CGImageGetColorSpace(image);
+    return space == [NSNull null] ? nullptr : (CGColorSpaceRef)space;
 }
 
 // The image in a source; gives the source back.
-CIImage* ImageOutOfSource(CGImageSourceRef source) {
+CIImage* ImageOutOfSource(CGImageSourceRef source, NSDictionary* options) {
     if (source == nullptr) return nil;
     CGImageRef bitmap = CGImageSourceCreateImageAtIndex(source, 0, nullptr);
-    CIImage* image = [CIImage imageWithCGImage:bitmap];
+    CIImage* image = [CIImage imageWithCGImage:bitmap options:options];
     CGImageRelease(bitmap);
     CFRelease(source);
     return image;
@@ -57,20 +73,31 @@ CIImage* ImageOutOfSource(CGImageSourceRef source) {
 @implementation CIImage
 
 + (CIImage*)imageWithContentsOfURL:(NSURL*)url {
-    return ImageOutOfSource(CGImageSourceCreateWithURL((CFURLRef)url, nullptr));
+    return [self imageWithContentsOfURL:url options:nil];
+}
+
++ (CIImage*)imageWithContentsOfURL:(NSURL*)url options:(NSDictionary*)options {
+    return ImageOutOfSource(CGImageSourceCreateWithURL((CFURLRef)url, nullptr), options);
 }
 
 + (CIImage*)imageWithData:(NSData*)data {
-    return ImageOutOfSource(CGImageSourceCreateWithData((CFDataRef)data, nullptr));
+    return [self imageWithData:data options:nil];
+}
+
++ (CIImage*)imageWithData:(NSData*)data options:(NSDictionary*)options {
+    return ImageOutOfSource(CGImageSourceCreateWithData((CFDataRef)data, nullptr), options);
 }
 
 + (CIImage*)imageWithCGImage:(CGImageRef)image {
+    return [self imageWithCGImage:image options:nil];
+}
+
++ (CIImage*)imageWithCGImage:(CGImageRef)image options:(NSDictionary*)options {
     if (image == nullptr) return nil;
     core_image::BitmapSource source = {};
     source.width = CGImageGetWidth(image);
     source.height = CGImageGetHeight(image);
     source.bytesPerRow = CGImageGetBytesPerRow(image);
-    source.transfer = core_image::TransferOfSpace(CGImageGetColorSpace(image));
     switch (CGImageGetAlphaInfo(image)) {
         case kCGImageAlphaPremultipliedLast:
             source.alpha = core_image::Alpha::premultiplied;
@@ -83,7 +110,7 @@ CIImage* ImageOutOfSource(CGImageSourceRef source) {
             break;
     }
     NSData* data = (NSData*)CGDataProviderCopyData(CGImageGetDataProvider(image));
-    CIImage* result = ImageOverData(data, source);
+    CIImage* result = ImageOverData(data, source, SpaceOfOptions(options, image));
     [data release];
     return result;
 }
@@ -109,12 +136,11 @@ CIImage* ImageOutOfSource(CGImageSourceRef source) {
     source.bytesPerRow = bytesPerRow;
     source.format = format == kCIFormatRGBA8 ? core_image::PixelFormat::bytes : core_image::PixelFormat::floats;
     source.alpha = core_image::Alpha::premultiplied;
-    source.transfer = core_image::TransferOfSpace(colorSpace);
     const size_t pixelSize = core_image::kFloatsPerPixel * (format == kCIFormatRGBA8 ? 1 : sizeof(float));
     const size_t length = [data length];
     if (source.width > bytesPerRow / pixelSize || length < source.width * pixelSize) return nil;
     if ((length - source.width * pixelSize) / bytesPerRow < source.height - 1) return nil;
-    return ImageOverData(data, source);
+    return ImageOverData(data, source, colorSpace);
 }
 
 + (CIImage*)emptyImage {

@@ -18,8 +18,14 @@
 
 namespace core_image {
 
-// How the numbers of a space stand for light. Without a space they are taken as they are.
-Transfer TransferOfSpace(CGColorSpaceRef space);
+// How the numbers of a space stand for light: by a curve, or as a profile says, whose bytes live as long as the space.
+struct SpaceCoding {
+    Transfer transfer;
+    Profile profile;
+};
+
+// The coding of a space. Without a space numbers are taken as they are.
+SpaceCoding CodingOfSpace(CGColorSpaceRef space);
 
 // A rectangle as an extent, rounded outward to whole pixels.
 Extent ExtentOfRect(CGRect rect);

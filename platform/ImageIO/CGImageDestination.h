@@ -1,7 +1,7 @@
 // CGImageDestination.h - images into files and into memory: PNG and JPEG.
 //
 // A destination takes one image and writes it when it is finalized; until then nothing is written. A PNG keeps alpha, straight;
-// a JPEG has none, so transparent places become white, as on paper.
+// a JPEG has none, so transparent places become white, as on paper. The profile of a space other than sRGB is put in.
 //
 // Ownership: Create gives one reference, to be given back with CFRelease; images are retained until then.
 // Failure:   finalizing answers false, and a file that was there, or the data, stays as it was.

@@ -48,6 +48,13 @@ bool Put(CGImageDestinationObject* destination, const image_io::EncodedFile& fil
            image_io::WriteFile([[destination->_url path] fileSystemRepresentation], file.bytes, file.length);
 }
 
+// The profile of a space, autoreleased; nil for sRGB, which files have a word for.
+NSData* ProfileOf(CGColorSpaceRef space) {
+    NSString* name = [(NSString*)CGColorSpaceCopyName(space) autorelease];
+    if ([name isEqual:(id)kCGColorSpaceSRGB] || [name isEqual:(id)kCGColorSpaceExtendedSRGB]) return nil;
+    return [(NSData*)CGColorSpaceCopyICCData(space) autorelease];
+}
+
 // Writes the file of an image and answers whether that succeeded.
 bool Write(CGImageDestinationObject* destination) {
     CGImageRef image = destination->_image;
@@ -60,6 +67,9 @@ bool Write(CGImageDestinationObject* destination) {
     pixels.bytesPerRow = CGImageGetBytesPerRow(image);
     pixels.premultiplied = alpha == kCGImageAlphaPremultipliedLast;
     pixels.opaque = alpha == kCGImageAlphaNoneSkipLast;
+    NSData* profile = ProfileOf(CGImageGetColorSpace(image));
+    pixels.profile = [profile bytes];
+    pixels.profileLength = [profile length];
     image_io::EncodedFile file;
     const bool complete = destination->_isJPEG ? image_io::EncodeJPEG(pixels, destination->_quality, &file)
                                                : image_io::EncodePNG(pixels, &file);

@@ -3,6 +3,8 @@
 #import <Foundation/Foundation.h>
 #include <ImageIO/CGImageSource.h>
 
+#include <cstdlib>
+
 #include "decode.h"
 #include "files.h"
 #include "orientation.h"
@@ -37,14 +39,17 @@ static_assert(static_cast<int>(image_io::Status::unknownType) == kCGImageStatusU
 static_assert(static_cast<int>(image_io::Status::readingHeader) == kCGImageStatusReadingHeader);
 static_assert(static_cast<int>(image_io::Status::complete) == kCGImageStatusComplete);
 
-// A bitmap that owns the pixels of a picture.
+// A bitmap that owns the pixels of a picture, in the space of its profile; frees the profile.
 CGImageRef MakeImage(const image_io::Picture& picture) {
     const std::size_t bytesPerRow = picture.width * image_io::kBytesPerPixel;
     NSData* data = [[NSData alloc] initWithBytesNoCopy:picture.pixels
                                                 length:bytesPerRow * picture.height
                                           freeWhenDone:YES];
     CGDataProviderRef provider = CGDataProviderCreateWithCFData((CFDataRef)data);
-    CGColorSpaceRef space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
+    NSData* profile = [NSData dataWithBytes:picture.profile length:picture.profileLength];
+    std::free(picture.profile);
+    CGColorSpaceRef space = CGColorSpaceCreateWithICCData((CFDataRef)profile);
+    if (space == nullptr) space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
     CGImageRef image = CGImageCreate(picture.width, picture.height, /*bitsPerComponent=*/8, /*bitsPerPixel=*/32,
                                      bytesPerRow, space, kCGImageAlphaLast, provider, /*decode=*/nullptr,
                                      /*shouldInterpolate=*/true, kCGRenderingIntentDefault);

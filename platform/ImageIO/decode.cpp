@@ -35,14 +35,21 @@ bool Allocate(std::size_t width, std::size_t height, Picture* picture) {
     return picture->pixels != nullptr;
 }
 
+void Free(Picture* picture) {
+    std::free(picture->pixels);
+    std::free(picture->profile);
+    *picture = {};
+}
+
 Status Decode(const std::uint8_t* bytes, std::size_t length, Picture* picture) {
     for (const Kind& kind : kKinds) {
         if (!std::equal(bytes, bytes + std::min(length, kind.length), kind.signature)) continue;
         if (length < kind.length) return Status::readingHeader;
         const Status status = kind.decode(bytes, length, picture);
-        if (status != Status::complete) {
-            std::free(picture->pixels);
-            *picture = {};
+        if (status == Status::complete) {
+            ApplyGrayProfile(picture);
+        } else {
+            Free(picture);
         }
         return status;
     }

@@ -26,6 +26,11 @@ struct Picture {
     std::uint8_t* pixels = nullptr;  // allocated with malloc, for the caller to free
     std::size_t width = 0;
     std::size_t height = 0;
+    bool isGray = false;  // as the file holds it; here red, green and blue are then the same
+
+    // The ICC profile that says what the pixels mean; null without one. Allocated and freed like the pixels.
+    void* profile = nullptr;
+    std::size_t profileLength = 0;
 };
 
 inline constexpr std::size_t kBytesPerPixel = 4;
@@ -36,7 +41,15 @@ inline constexpr std::size_t kLargestPicture = std::size_t{1} << 30;
 // Memory for a picture whose size a file claims; false, and nothing allocated, when it is larger than the limit or than memory.
 bool Allocate(std::size_t width, std::size_t height, Picture* picture);
 
-// Decodes a file of either kind. The picture is only filled when the status is complete.
+// Gives back what a picture holds.
+void Free(Picture* picture);
+
+// Brings a grey picture with a profile of grey to sRGB, which needs no profile. Any other profile that is none of red, green and blue
+// is dropped.
+void ApplyGrayProfile(Picture* picture);
+
+// Decodes a file of either kind. The picture is only filled when the status is complete. Its profile, if any, is one of red, green
+// and blue.
 Status Decode(const std::uint8_t* bytes, std::size_t length, Picture* picture);
 
 // Decodes a file that begins as its kind does. Pixels may be allocated whatever the status is.

@@ -17,6 +17,10 @@ namespace {
 // A file with more scans than this is made to keep readers busy; real ones have about ten.
 constexpr int kMostScans = 500;
 
+// Where profiles are, and how long a marker can be.
+constexpr int kProfileMarker = JPEG_APP0 + 2;
+constexpr unsigned int kLongestMarker = 0xffff;
+
 // The library's error manager with what is needed to leave it, and to look in now and then.
 struct ErrorManager {
     jpeg_error_mgr base;
@@ -46,9 +50,21 @@ void LimitScans(j_common_ptr info) {
     if (reinterpret_cast<j_decompress_ptr>(info)->input_scan_number > kMostScans) Fail(info);
 }
 
+// Keeps the profile of a file that has one, pieced together by the library.
+void KeepProfile(jpeg_decompress_struct* jpeg, Picture* picture) {
+    JOCTET* profile = nullptr;
+    unsigned int length = 0;
+    if (!jpeg_read_icc_profile(jpeg, &profile, &length)) return;
+    picture->profile = profile;
+    picture->profileLength = length;
+}
+
 // Reads the picture. Left by a jump when something is wrong.
 Status ReadPicture(jpeg_decompress_struct* jpeg, Picture* picture) {
+    jpeg_save_markers(jpeg, kProfileMarker, kLongestMarker);
     jpeg_read_header(jpeg, TRUE);
+    KeepProfile(jpeg, picture);
+    picture->isGray = jpeg->jpeg_color_space == JCS_GRAYSCALE;
     if (jpeg->jpeg_color_space == JCS_CMYK || jpeg->jpeg_color_space == JCS_YCCK) return Status::unknownType;
     jpeg->out_color_space = JCS_EXT_RGBA;
     // Before the library reserves memory of its own for a progressive picture.

@@ -5,6 +5,7 @@
 #include <png.h>
 
 #include <csetjmp>
+#include <cstdlib>
 #include <cstring>
 
 #include "decode.h"
@@ -34,10 +35,23 @@ void Read(png_structp png, png_bytep to, png_size_t count) {
 
 void Ignore(png_structp, png_const_charp) {}
 
+// Copies the profile of a file that has one. Where memory is short it has none.
+void KeepProfile(png_structp png, png_infop info, Picture* picture) {
+    png_charp name = nullptr;
+    png_bytep profile = nullptr;
+    png_uint_32 length = 0;
+    int compression = 0;
+    if (!png_get_iCCP(png, info, &name, &compression, &profile, &length)) return;
+    picture->profile = std::malloc(length);
+    if (picture->profile == nullptr) return;
+    std::memcpy(picture->profile, profile, length);
+    picture->profileLength = length;
+}
+
 // Asks for 8-bit RGBA whatever the file holds.
 void SetTransformations(png_structp png, png_infop info) {
-    // Alpha stays straight; a file that states no gamma is taken to have this one.
-    png_set_alpha_mode(png, PNG_ALPHA_PNG, PNG_DEFAULT_sRGB);
+    // Alpha stays straight; a file that states no gamma is taken to have this one. A profile holds for the numbers as they are.
+    if (!png_get_valid(png, info, PNG_INFO_iCCP)) png_set_alpha_mode(png, PNG_ALPHA_PNG, PNG_DEFAULT_sRGB);
     png_set_expand(png);
     png_set_scale_16(png);
     png_set_gray_to_rgb(png);
@@ -52,6 +66,8 @@ bool ReadPicture(png_structp png, png_infop info, Picture* picture) {
     const png_uint_32 width = png_get_image_width(png, info);
     const png_uint_32 height = png_get_image_height(png, info);
     const int passes = png_get_interlace_type(png, info) == PNG_INTERLACE_NONE ? 1 : PNG_INTERLACE_ADAM7_PASSES;
+    picture->isGray = (png_get_color_type(png, info) & PNG_COLOR_MASK_COLOR) == 0;
+    KeepProfile(png, info, picture);
     SetTransformations(png, info);
     if (!Allocate(width, height, picture)) return false;
     if (png_get_rowbytes(png, info) != width * kBytesPerPixel) return false;

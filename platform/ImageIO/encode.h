@@ -17,6 +17,10 @@ struct Pixels {
     std::size_t bytesPerRow = 0;
     bool premultiplied = false;
     bool opaque = false;  // alpha is not looked at
+
+    // The ICC profile of the space, borrowed; null for sRGB.
+    const void* profile = nullptr;
+    std::size_t profileLength = 0;
 };
 
 // A file in memory.

@@ -46,6 +46,10 @@ bool Guarded(jpeg_compress_struct* jpeg, ErrorManager* errors, const Pixels& pix
     jpeg_set_defaults(jpeg);
     jpeg_set_quality(jpeg, static_cast<int>(std::lround(quality * 100)), TRUE);
     jpeg_start_compress(jpeg, TRUE);
+    if (pixels.profile != nullptr) {
+        jpeg_write_icc_profile(jpeg, static_cast<const JOCTET*>(pixels.profile),
+                               static_cast<unsigned int>(pixels.profileLength));
+    }
     for (std::size_t y = 0; y < pixels.height; ++y) {
         RowOnWhite(pixels, y, row);
         jpeg_write_scanlines(jpeg, &row, 1);

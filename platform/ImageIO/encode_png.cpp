@@ -1,4 +1,4 @@
-// encode_png.cpp - PNG files: 8-bit RGBA with straight alpha, marked as sRGB.
+// encode_png.cpp - PNG files: 8-bit RGBA with straight alpha, marked as sRGB or with their profile.
 
 #include <png.h>
 
@@ -45,7 +45,12 @@ bool Guarded(png_structp png, png_infop info, const Pixels& pixels, std::uint8_t
     if (setjmp(png_jmpbuf(png)) != 0) return false;
     png_set_IHDR(png, info, static_cast<png_uint_32>(pixels.width), static_cast<png_uint_32>(pixels.height), 8,
                  PNG_COLOR_TYPE_RGBA, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-    png_set_sRGB(png, info, PNG_sRGB_INTENT_PERCEPTUAL);
+    if (pixels.profile == nullptr) {
+        png_set_sRGB(png, info, PNG_sRGB_INTENT_PERCEPTUAL);
+    } else {
+        png_set_iCCP(png, info, "profile", PNG_COMPRESSION_TYPE_BASE, static_cast<png_const_bytep>(pixels.profile),
+                     static_cast<png_uint_32>(pixels.profileLength));
+    }
     png_write_info(png, info);
     for (std::size_t y = 0; y < pixels.height; ++y) {
         StraightRow(pixels, y, row);

@@ -64,6 +64,11 @@ FileBytes HandmadePNG::bytes() const {
     Append(header, {depth, colorType, 0, 0, static_cast<std::uint8_t>(isInterlaced ? 1 : 0)});
     Append(file, Chunk("IHDR", header));
     if (!gamma.empty()) Append(file, Chunk("gAMA", gamma));
+    if (!profile.empty()) {
+        FileBytes content = {'p', 0, 0};  // its name, and that it is compressed
+        Append(content, Stored(profile));
+        Append(file, Chunk("iCCP", content));
+    }
     if (!palette.empty()) Append(file, Chunk("PLTE", palette));
     if (!transparency.empty()) Append(file, Chunk("tRNS", transparency));
     FileBytes filtered;

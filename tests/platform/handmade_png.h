@@ -21,7 +21,8 @@ struct HandmadePNG {
     FileBytes palette;       // red, green and blue of each entry
     FileBytes transparency;  // the tRNS chunk
     bool isInterlaced = false;
-    FileBytes gamma;  // the gAMA chunk
+    FileBytes gamma;         // the gAMA chunk
+    FileBytes profile = {};  // what the iCCP chunk holds, less than 64 KB
 
     FileBytes bytes() const;
 };

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "colour/colour.h"
+#include "core/colour_matching.h"
 #include "core/engine.h"
 #include "core/point.h"
 #include "core/transfer.h"
@@ -51,12 +52,12 @@ HWY_EXPORT(MapRun);
 // Why a limit: luminance does not tell more places apart, and a row must fit into memory.
 constexpr double kWidestGradient = 1 << 20;
 
-// A row of texels, the last of them twice, and whether what is found among them is encoded.
+// A row of texels, the last of them twice, and whether what is found among them is decoded.
 class Map : public PointFunction {
   public:
     explicit Map(const ImageRef& gradient, const Region& row)
-        : texels_(Region{row.x, row.y, row.width + 1, 1}), isEncoded_(gradient->encoded() != nullptr) {
-        Prepare(isEncoded_ ? gradient->encoded() : gradient, row).render(texels_.tile().part(row));
+        : texels_(Region{row.x, row.y, row.width + 1, 1}), isDecoded_(gradient->encoded() != nullptr && IsMatching()) {
+        Prepare(isDecoded_ ? gradient->encoded() : gradient, row).render(texels_.tile().part(row));
         float* end = texels_.tile().pixels + static_cast<std::size_t>(row.width) * kFloatsPerPixel;
         std::copy(end - kFloatsPerPixel, end, end);
     }
@@ -64,12 +65,12 @@ class Map : public PointFunction {
     void apply(float* blocks, std::size_t count) const override {
         const auto width = static_cast<std::size_t>(texels_.region().width - 1);
         HWY_DYNAMIC_DISPATCH(MapRun)(texels_.tile().pixels, width, blocks, count);
-        if (isEncoded_) DecodeRun(blocks, count);
+        if (isDecoded_) DecodeRun(blocks, count);
     }
 
   private:
     PixelBlock texels_;
-    bool isEncoded_;
+    bool isDecoded_;
 };
 
 class MapImage : public Image {

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "core/bitmap.h"
+#include "core/colour_matching.h"
 
 namespace core_image {
 namespace {
@@ -99,21 +100,23 @@ class BitmapImage : public Image {
     BitmapImage(const BitmapSource& source, std::shared_ptr<const void> owner)
         : Image({0, 0, static_cast<double>(source.width), static_cast<double>(source.height)}, /*depthBelow=*/{}),
           source_(source),
-          owner_(std::move(owner)) {}
+          numbers_(source),
+          owner_(std::move(owner)) {
+        numbers_.transfer = Transfer::linear;
+    }
 
     std::unique_ptr<const Stage> prepare(const Region&) const override {
-        return std::make_unique<BitmapStage>(source_);
+        return std::make_unique<BitmapStage>(IsMatching() ? source_ : numbers_);
     }
 
     ImageRef encoded() const override {
         if (source_.transfer == Transfer::linear) return nullptr;
-        BitmapSource stored = source_;
-        stored.transfer = Transfer::linear;
-        return MakeBitmapImage(stored, owner_);
+        return MakeBitmapImage(numbers_, owner_);
     }
 
   private:
     BitmapSource source_;
+    BitmapSource numbers_;  // the same, its numbers as they are stored
     std::shared_ptr<const void> owner_;
 };
 

@@ -3,8 +3,10 @@
 #include "core/engine.h"
 
 #include <cmath>
+#include <optional>
 #include <utility>
 
+#include "core/colour_matching.h"
 #include "core/renderer.h"
 #include "generator/generator.h"
 #include "geometry/affine.h"
@@ -31,9 +33,18 @@ ImageHandle* Handle(Make&& make) noexcept {
 
 }  // namespace
 
-ImageHandle* MakeBitmap(const BitmapSource& source, PixelOwner owner) noexcept {
-    // The owner is released even when making its shared pointer fails.
-    return Handle([&] { return MakeBitmapImage(source, std::shared_ptr<const void>(owner.object, owner.release)); });
+ImageHandle* MakeBitmap(const BitmapSource& source, const Profile& profile, PixelOwner owner) noexcept {
+    return Handle([&] {
+        // The owner is released even when making its shared pointer fails.
+        std::shared_ptr<const void> shared(owner.object, owner.release);
+        if (profile.bytes == nullptr) return MakeBitmapImage(source, std::move(shared));
+        Coding coding = CodingOfProfile(profile, Direction::toLight);
+        BitmapSource coded = source;
+        coded.transfer = coding.conversion == nullptr ? coding.transfer : Transfer::linear;
+        ImageRef image = MakeBitmapImage(coded, std::move(shared));
+        if (coding.conversion == nullptr) return image;
+        return MakeMatchedImage(std::move(image), std::move(coding.conversion));
+    });
 }
 
 ImageHandle* MakeConstant(const double* components) noexcept {
@@ -56,10 +67,22 @@ void DisposeImage(ImageHandle* image) noexcept { delete image; }
 
 Extent ExtentOfImage(ImageHandle* image) noexcept { return (*image)->extent(); }
 
-bool RenderImage(ImageHandle* image, const Region& region, const BitmapDestination& destination) noexcept {
+bool RenderImage(ImageHandle* image, const Region& region, const BitmapDestination& destination,
+                 const Output& output) noexcept {
     if (image == nullptr) return false;
     try {
-        Render(*image, region, destination);
+        ImageRef shown = *image;
+        BitmapDestination coded = destination;
+        std::optional<WithoutMatching> off;
+        if (!output.isMatching) {
+            off.emplace();
+            coded.transfer = Transfer::linear;
+        } else if (output.profile.bytes != nullptr) {
+            Coding coding = CodingOfProfile(output.profile, Direction::fromLight);
+            coded.transfer = coding.conversion == nullptr ? coding.transfer : Transfer::linear;
+            if (coding.conversion != nullptr) shown = MakeImageInSpace(shown, std::move(coding.conversion));
+        }
+        Render(shown, region, coded);
         return true;
     } catch (const std::exception&) {
         return false;

@@ -10,6 +10,7 @@
 #pragma once
 
 #include "core/bitmap.h"
+#include "core/colour_conversion.h"
 #include "core/filter_table.h"
 #include "core/image.h"
 #include "core/inputs.h"
@@ -25,8 +26,9 @@ struct PixelOwner {
     void (*release)(const void* object);
 };
 
-// The images that no filter makes.
-ImageHandle* MakeBitmap(const BitmapSource& source, PixelOwner owner) noexcept;
+// The images that no filter makes. The numbers of a bitmap stand for light as its source says, or as a profile does where there is
+// one, which is borrowed for the call.
+ImageHandle* MakeBitmap(const BitmapSource& source, const Profile& profile, PixelOwner owner) noexcept;
 ImageHandle* MakeConstant(const double* components) noexcept;
 ImageHandle* MakeCropped(ImageHandle* image, const Extent& extent) noexcept;
 
@@ -40,8 +42,15 @@ void DisposeImage(ImageHandle* image) noexcept;
 
 Extent ExtentOfImage(ImageHandle* image) noexcept;
 
+// How colours are brought to a bitmap.
+struct Output {
+    Profile profile;         // instead of the bitmap's curve where there is one; borrowed for the call
+    bool isMatching = true;  // otherwise numbers are those of the bitmaps that the image is made of, all the way
+};
+
 // Renders a region, which is not empty, and answers whether that succeeded.
-bool RenderImage(ImageHandle* image, const Region& region, const BitmapDestination& destination) noexcept;
+bool RenderImage(ImageHandle* image, const Region& region, const BitmapDestination& destination,
+                 const Output& output) noexcept;
 
 // The pixels that an extent covers. False for an empty or infinite one, and where pixels could not be counted exactly.
 bool RegionOfExtent(const Extent& extent, Region* region) noexcept;

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "core/buffered.h"
+#include "core/colour_matching.h"
 #include "core/transfer.h"
 #include "core/window.h"
 #include "geometry/bilinear.h"
@@ -36,7 +37,7 @@ struct Recipe {
 class WarpStage : public Stage {
   public:
     WarpStage(const Recipe& recipe, const Region& region)
-        : warp_(recipe.warp), isEncoded_(recipe.isEncoded), isGuided_(recipe.guide != nullptr) {
+        : warp_(recipe.warp), isEncoded_(recipe.isEncoded && IsMatching()), isGuided_(recipe.guide != nullptr) {
         const double x = static_cast<double>(region.x), y = static_cast<double>(region.y);
         const Extent centres = {x + 0.5, y + 0.5, x + static_cast<double>(region.width) - 0.5,
                                 y + static_cast<double>(region.height) - 0.5};

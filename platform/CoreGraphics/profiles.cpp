@@ -1,0 +1,77 @@
+// profiles.cpp - profiles by Little CMS.
+
+#include "profiles.h"
+
+#define CMS_NO_REGISTER_KEYWORD
+#include <lcms2.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+
+namespace core_graphics {
+namespace {
+
+// The bytes of a profile, which is closed; null for null.
+ProfileBytes Saved(cmsHPROFILE profile) {
+    ProfileBytes saved;
+    cmsUInt32Number length = 0;
+    if (profile == nullptr) return saved;
+    if (cmsSaveProfileToMem(profile, nullptr, &length)) {
+        saved.bytes = std::malloc(length);
+        saved.length = length;
+        if (saved.bytes == nullptr || !cmsSaveProfileToMem(profile, saved.bytes, &length)) {
+            std::free(saved.bytes);
+            saved = {};
+        }
+    }
+    cmsCloseProfile(profile);
+    return saved;
+}
+
+// A curve, which the caller frees; null for a power that is none.
+cmsToneCurve* Curve(double gamma) {
+    if (gamma == kCurveOfSRGB) {
+        const double parameters[] = {2.4, 1 / 1.055, 0.055 / 1.055, 1 / 12.92, 0.04045};
+        return cmsBuildParametricToneCurve(nullptr, 4, parameters);
+    }
+    return gamma > 0 && std::isfinite(gamma) ? cmsBuildGamma(nullptr, gamma) : nullptr;
+}
+
+void Free(cmsToneCurve* curve) {
+    if (curve != nullptr) cmsFreeToneCurve(curve);
+}
+
+// The library's way to write a colour, of full brightness.
+cmsCIExyY Written(Chromaticity colour) { return {colour.x, colour.y, 1}; }
+
+}  // namespace
+
+ProfileBytes MakeRGBProfile(Chromaticity white, const Chromaticity (&primaries)[3], const double (&gammas)[3]) {
+    const cmsCIExyY point = Written(white);
+    const cmsCIExyYTRIPLE colours = {Written(primaries[0]), Written(primaries[1]), Written(primaries[2])};
+    cmsToneCurve* curves[] = {Curve(gammas[0]), Curve(gammas[1]), Curve(gammas[2])};
+    const bool complete = curves[0] != nullptr && curves[1] != nullptr && curves[2] != nullptr;
+    const ProfileBytes saved = complete ? Saved(cmsCreateRGBProfile(&point, &colours, curves)) : ProfileBytes{};
+    for (cmsToneCurve* curve : curves) Free(curve);
+    return saved;
+}
+
+ProfileBytes MakeGrayProfile(Chromaticity white, double gamma) {
+    const cmsCIExyY point = Written(white);
+    cmsToneCurve* curve = Curve(gamma);
+    const ProfileBytes saved = curve != nullptr ? Saved(cmsCreateGrayProfile(&point, curve)) : ProfileBytes{};
+    Free(curve);
+    return saved;
+}
+
+int ComponentsOfProfile(const void* bytes, std::size_t length) {
+    if (bytes == nullptr || length > std::numeric_limits<cmsUInt32Number>::max()) return 0;
+    cmsHPROFILE profile = cmsOpenProfileFromMem(bytes, static_cast<cmsUInt32Number>(length));
+    if (profile == nullptr) return 0;
+    const cmsColorSpaceSignature space = cmsGetColorSpace(profile);
+    cmsCloseProfile(profile);
+    return space == cmsSigRgbData ? 3 : space == cmsSigGrayData ? 1 : 0;
+}
+
+}  // namespace core_graphics
