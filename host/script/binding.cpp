@@ -4,12 +4,14 @@
 
 #include "host/script/class_values.h"
 #include "host/script/error_values.h"
+#include "host/script/member_functions.h"
 #include "host/script/object_values.h"
 
 namespace host::script {
 
 int OpenBinding(lua_State* lua) {
     OpenErrorValues(lua);
+    OpenMemberFunctions(lua);
     OpenObjectValues(lua);
     OpenClassValues(lua);
     return 0;

@@ -5,6 +5,7 @@
 #include "host/errors.h"
 #include "host/host.h"
 #include "host/script/error_values.h"
+#include "host/script/member_functions.h"
 #include "host/script/values.h"
 #include "host/suggestion.h"
 
@@ -27,21 +28,6 @@ int Construct(lua_State* lua) {
     });
 }
 
-// A shared method, called as a function; its class and its name go with it.
-int CallSharedMethod(lua_State* lua) {
-    return Protected(lua, [&] {
-        const auto& isa = *static_cast<const Class*>(lua_touserdata(lua, lua_upvalueindex(1)));
-        const auto& declaration = static_cast<const Member*>(lua_touserdata(lua, lua_upvalueindex(2)))->declaration;
-        const std::string subject = isa.Name() + "." + declaration.name;
-        if (lua_gettop(lua) > 0 && ClassAt(lua, 1) != nullptr) {
-            throw HostError(subject, "it belongs to the class and takes a dot (" + subject + "), no colon");
-        }
-        const auto arguments = ArgumentsFrom(lua, 1, subject, declaration.parameters);
-        PushValue(lua, Host::Current().CallShared(isa.Name(), declaration.name, arguments));
-        return declaration.result.kind != TypeKind::kNone ? 1 : 0;
-    });
-}
-
 // Class.name
 int Index(lua_State* lua) {
     return Protected(lua, [&] {
@@ -51,11 +37,9 @@ int Index(lua_State* lua) {
         const Member* member = isa.FindSharedMember(name);
         if (member == nullptr || member->declaration.kind == MemberKind::kProperty) {
             PushValue(lua, host.GetShared(isa.Name(), name));
-            return 1;
+        } else {
+            PushSharedMethod(lua, isa, *member);
         }
-        lua_pushlightuserdata(lua, const_cast<Class*>(&isa));
-        lua_pushlightuserdata(lua, const_cast<Member*>(member));
-        lua_pushcclosure(lua, CallSharedMethod, 2);
         return 1;
     });
 }

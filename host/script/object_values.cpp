@@ -7,6 +7,7 @@
 #include "host/errors.h"
 #include "host/host.h"
 #include "host/script/error_values.h"
+#include "host/script/member_functions.h"
 #include "host/script/memory_growth.h"
 #include "host/script/values.h"
 
@@ -16,9 +17,8 @@ namespace {
 
 constexpr const char* kObject = "host object";
 
-// Keys of the registry: the values by object (weak), the functions by method, the watch over the process's size.
+// Keys of the registry: the values by object (weak), and the watch over the process's size.
 constexpr char kValues = 0;
-constexpr char kMethods = 0;
 constexpr char kGrowth = 0;
 
 // What a value holds.
@@ -29,45 +29,6 @@ struct ObjectValue {
 
 ObjectValue* ValueOf(lua_State* lua, int index) {
     return static_cast<ObjectValue*>(luaL_testudata(lua, index, kObject));
-}
-
-// The class and the method of the function that runs.
-const Class& ClassOfFunction(lua_State* lua) {
-    return *static_cast<const Class*>(lua_touserdata(lua, lua_upvalueindex(1)));
-}
-const Member& MethodOfFunction(lua_State* lua) {
-    return *static_cast<const Member*>(lua_touserdata(lua, lua_upvalueindex(2)));
-}
-
-// A method, called as a function with the object first.
-int CallMethod(lua_State* lua) {
-    return Protected(lua, [&] {
-        const Declaration& declaration = MethodOfFunction(lua).declaration;
-        const std::string subject = ClassOfFunction(lua).Name() + "." + declaration.name;
-        const ObjectValue* value = ValueOf(lua, 1);
-        if (value == nullptr || value->isa->FindMember(declaration.name) != &MethodOfFunction(lua)) {
-            const std::string got = lua_gettop(lua) == 0 ? "nothing" : DescribeAt(lua, 1);
-            throw HostError(subject, "expected the object in front (object:" + declaration.name + "), got " + got);
-        }
-        const ObjectReference self = ObjectAt(lua, 1);
-        const auto arguments = ArgumentsFrom(lua, 2, subject, declaration.parameters);
-        PushValue(lua, Host::Current().Call(self.Get(), declaration.name, arguments));
-        return declaration.result.kind != TypeKind::kNone ? 1 : 0;
-    });
-}
-
-// Pushes the function of a method; the same one each time.
-void PushMethod(lua_State* lua, const Class& isa, const Member& method) {
-    lua_rawgetp(lua, LUA_REGISTRYINDEX, &kMethods);
-    if (lua_rawgetp(lua, -1, &method) == LUA_TNIL) {
-        lua_pop(lua, 1);
-        lua_pushlightuserdata(lua, const_cast<Class*>(&isa));
-        lua_pushlightuserdata(lua, const_cast<Member*>(&method));
-        lua_pushcclosure(lua, CallMethod, 2);
-        lua_pushvalue(lua, -1);
-        lua_rawsetp(lua, -3, &method);
-    }
-    lua_remove(lua, -2);
 }
 
 // object.name
@@ -150,9 +111,6 @@ void OpenObjectValues(lua_State* lua) {
     lua_setmetatable(lua, -2);
     lua_rawsetp(lua, LUA_REGISTRYINDEX, &kValues);
 
-    lua_newtable(lua);
-    lua_rawsetp(lua, LUA_REGISTRYINDEX, &kMethods);
-
     new (lua_newuserdatauv(lua, sizeof(MemoryGrowth), 0)) MemoryGrowth();
     lua_rawsetp(lua, LUA_REGISTRYINDEX, &kGrowth);
 }
@@ -171,6 +129,8 @@ void PushObject(lua_State* lua, ObjectReference object) {
 }
 
 bool IsObject(lua_State* lua, int index) { return ValueOf(lua, index) != nullptr; }
+
+const Class& ClassOfObjectAt(lua_State* lua, int index) { return *ValueOf(lua, index)->isa; }
 
 ObjectReference ObjectAt(lua_State* lua, int index) {
     const ObjectValue* value = ValueOf(lua, index);

@@ -6,6 +6,7 @@
 
 #pragma once
 
+#include "host/class.h"
 #include "host/reference.h"
 #include "host/script/lua.h"
 
@@ -19,6 +20,9 @@ void PushObject(lua_State* lua, ObjectReference object);
 
 // Whether an object's value stands at an index, closed or not.
 bool IsObject(lua_State* lua, int index);
+
+// The class of the object whose value stands at an index, closed or not.
+const Class& ClassOfObjectAt(lua_State* lua, int index);
 
 // The object whose value stands at an index; throws HostError when it has been closed.
 ObjectReference ObjectAt(lua_State* lua, int index);
