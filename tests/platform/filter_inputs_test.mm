@@ -40,8 +40,11 @@ TEST(FilterInputsTest, FiltersThatDoNotRenderGiveNil) {
         @"CIBarsSwipeTransition",
         @"CIBlendWithAlphaMask",
         @"CIBlendWithMask",
+        @"CIBloom",
         @"CIBoxBlur",
+        @"CICMYKHalftone",
         @"CICheckerboardGenerator",
+        @"CICircularScreen",
         @"CIColorBlendMode",
         @"CIColorBurnBlendMode",
         @"CIColorClamp",
@@ -70,6 +73,9 @@ TEST(FilterInputsTest, FiltersThatDoNotRenderGiveNil) {
         @"CIDiscBlur",
         @"CIDisintegrateWithMaskTransition",
         @"CIDissolveTransition",
+        @"CIDotScreen",
+        @"CIEdgeWork",
+        @"CIEdges",
         @"CIEightfoldReflectedTile",
         @"CIExclusionBlendMode",
         @"CIExposureAdjust",
@@ -82,6 +88,7 @@ TEST(FilterInputsTest, FiltersThatDoNotRenderGiveNil) {
         @"CIGaussianBlur",
         @"CIGaussianGradient",
         @"CIGlideReflectedTile",
+        @"CIGloom",
     ]];
     // clang-format on
     CIImage* image = ImageOfBytes(4, 4, VariedBytes(4, 4));

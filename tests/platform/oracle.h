@@ -63,6 +63,18 @@ inline double Bilinear(const At& at, double x, double y, std::size_t channel) {
            above * ((1 - right) * at(i, j + 1, channel) + right * at(i + 1, j + 1, channel));
 }
 
+// A source that goes on as its outermost pixels do.
+inline double AtNearest(const Source& source, std::int64_t x, std::int64_t y, std::size_t channel) {
+    const Region& all = source.region;
+    return source.at(std::clamp(x, all.x, all.right() - 1), std::clamp(y, all.y, all.top() - 1), channel);
+}
+
+// A channel of a pixel that was clipped to 0...1: alpha first, then colours to alpha.
+inline double Clipped(const Source& source, std::int64_t x, std::int64_t y, std::size_t channel) {
+    const double alpha = std::clamp(source.at(x, y, 3), 0.0, 1.0);
+    return channel == 3 ? alpha : std::clamp(source.at(x, y, channel), 0.0, alpha);
+}
+
 // An image of numbers, the topmost row first, whose lower left pixel is at a place.
 inline Source SourceOf(const Region& region, const std::vector<float>& pixels) {
     auto kept = std::make_shared<std::vector<float>>(pixels);

@@ -25,12 +25,6 @@ struct Pair {
     Wide alphas;
 };
 
-// Clips a premultiplied pixel to 0...1: alpha first, then colours to alpha.
-HWY_INLINE void Clip(Colours& c) {
-    c.alpha = Clamp01(Finite(c.alpha));
-    for (Wide* colour : {&c.red, &c.green, &c.blue}) *colour = hn::Min(hn::Max(Finite(*colour), Constant(0)), c.alpha);
-}
-
 HWY_INLINE Pair PairOf(Wide source, Wide sourceAlpha, Wide background, Wide backgroundAlpha) {
     return {hn::Mul(source, backgroundAlpha),
             hn::Mul(background, sourceAlpha),

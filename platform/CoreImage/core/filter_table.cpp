@@ -8,7 +8,9 @@
 #include "convolution/convolution.h"
 #include "generator/generator.h"
 #include "geometry/geometry.h"
+#include "halftone/halftone.h"
 #include "reduction/reduction.h"
+#include "stylize/stylize.h"
 #include "tile/tiles.h"
 #include "transition/transition.h"
 
@@ -36,8 +38,11 @@ constexpr Row kRows[] = {
     {"CIBarsSwipeTransition",            BarsSwipeTransition},
     {"CIBlendWithAlphaMask",             BlendWithAlphaMask},
     {"CIBlendWithMask",                  BlendWithMask},
+    {"CIBloom",                          Bloom},
     {"CIBoxBlur",                        BoxBlur},
+    {"CICMYKHalftone",                   CMYKHalftone},
     {"CICheckerboardGenerator",          CheckerboardGenerator},
+    {"CICircularScreen",                 CircularScreen},
     {"CIColorBlendMode",                 ColourBlendMode},
     {"CIColorBurnBlendMode",             ColourBurnBlendMode},
     {"CIColorClamp",                     ColourClamp},
@@ -66,6 +71,9 @@ constexpr Row kRows[] = {
     {"CIDiscBlur",                       DiscBlur},
     {"CIDisintegrateWithMaskTransition", DisintegrateWithMaskTransition},
     {"CIDissolveTransition",             DissolveTransition},
+    {"CIDotScreen",                      DotScreen},
+    {"CIEdgeWork",                       EdgeWork},
+    {"CIEdges",                          Edges},
     {"CIEightfoldReflectedTile",         EightfoldReflectedTile},
     {"CIExclusionBlendMode",             ExclusionBlendMode},
     {"CIExposureAdjust",                 ExposureAdjust},
@@ -78,6 +86,7 @@ constexpr Row kRows[] = {
     {"CIGaussianBlur",                   GaussianBlur},
     {"CIGaussianGradient",               GaussianGradientGenerator},
     {"CIGlideReflectedTile",             GlideReflectedTile},
+    {"CIGloom",                          Gloom},
 };
 // clang-format on
 

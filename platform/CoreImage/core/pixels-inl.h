@@ -2,7 +2,7 @@
 //
 // A source file that is compiled once for every instruction set includes this each time. A formula is a function that changes
 // one vector of each channel; ForEachPixel runs it over a run of pixels in blocks (run.h), ForEachPlace with other images
-// beside. What a pixel becomes depends on no other pixel of its image, and on its place in the row neither.
+// beside. What a pixel becomes depends on no other pixel of its image, nor on those that share its vector.
 //
 // Failure: numbers that leave the range of floats come out as the largest that filters work with, what is no number as 0.
 
@@ -54,6 +54,12 @@ HWY_INLINE V Clamp01(V value) {
 // a / b, and 0 where b is 0.
 HWY_INLINE Wide DivideOrZero(Wide a, Wide b) { return hn::IfThenElseZero(hn::Ne(b, Constant(0)), hn::Div(a, b)); }
 
+// Clips a premultiplied pixel to 0...1: alpha first, then colours to alpha.
+HWY_INLINE void Clip(Colours& c) {
+    c.alpha = Clamp01(Finite(c.alpha));
+    for (Wide* colour : {&c.red, &c.green, &c.blue}) *colour = hn::Min(hn::Max(Finite(*colour), Constant(0)), c.alpha);
+}
+
 // Divides colours by alpha. Transparent pixels become black. Opaque ones, which most pictures consist of, cost a comparison.
 HWY_INLINE void Unpremultiply(Colours& c) {
     if (hn::AllTrue(WideTag(), hn::Eq(c.alpha, Constant(1)))) return;
@@ -102,22 +108,31 @@ HWY_INLINE void MakeFinite(Colours& c) {
     c = {Finite(c.red), Finite(c.green), Finite(c.blue), Finite(c.alpha)};
 }
 
-// Runs a formula over a run in place, given those of other images at the same places: operator()(Colours&, const Others&).
-// Some of the pixels that fill up the last block are worked on too.
+// Runs a formula over a run in place, given those of other images at the same places, and the number of the first pixel:
+// operator()(Colours&, const Others&, std::size_t pixel).
+// Some of the pixels that fill up the last block are worked on too: a table that is read there is as long as whole blocks.
 template <std::size_t kOthers, class Formula>
-HWY_INLINE void ForEachPlace(float* blocks, const float* const* others, std::size_t count, const Formula& formula) {
+HWY_INLINE void ForEachIndexedPlace(float* blocks, const float* const* others, std::size_t count,
+                                    const Formula& formula) {
     for (std::size_t pixel = 0; pixel < count; pixel += hn::MaxLanes(WideTag())) {
         const std::size_t place = PlaceInBlocks(pixel);
         std::array<Colours, kOthers> given;
         for (std::size_t k = 0; k < kOthers; ++k) given[k] = LoadColours(others[k] + place);
         Colours c = LoadColours(blocks + place);
-        formula(c, given);
+        formula(c, given, pixel);
         MakeFinite(c);
         StoreColours(c, blocks + place);
     }
 }
 
-// The same without other images: operator()(Colours&).
+// The same without the number: operator()(Colours&, const Others&).
+template <std::size_t kOthers, class Formula>
+HWY_INLINE void ForEachPlace(float* blocks, const float* const* others, std::size_t count, const Formula& formula) {
+    ForEachIndexedPlace<kOthers>(
+        blocks, others, count, [&formula](Colours& c, const auto& given, std::size_t) HWY_ATTR { formula(c, given); });
+}
+
+// And without other images: operator()(Colours&).
 template <class Formula>
 HWY_INLINE void ForEachPixel(float* blocks, std::size_t count, const Formula& formula) {
     ForEachPlace<0>(blocks, nullptr, count, [&formula](Colours& c, const auto&) HWY_ATTR { formula(c); });

@@ -1,0 +1,105 @@
+// circular_screen.cpp - rings: the pattern rises from a ring's middle to halfway between two, and falls again.
+//
+// At a distance r from the centre f = fract(r / width), and the pattern is 2 min(f, 1 - f) - 1/2.
+// Why doubles: far from the centre a float no longer tells where between two rings a pixel stands.
+
+#include <utility>
+#include <vector>
+
+#include "halftone/halftone.h"
+#include "halftone/screen.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "halftone/circular_screen.cpp"
+#include <hwy/foreach_target.h>
+
+#include "core/pixels-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace core_image::HWY_NAMESPACE {
+
+using HalfTag = hn::Half<WideTag>;
+using DoubleTag = hn::Rebind<double, HalfTag>;
+
+// The distance to the nearest ring, 1 halfway between two, of half as many pixels as a vector holds.
+HWY_INLINE hn::Vec<HalfTag> FromRing(const double* columns, double row) {
+    const DoubleTag d;
+    const auto rings = hn::Sqrt(hn::Add(hn::LoadU(d, columns), hn::Set(d, row)));
+    const auto beyond = hn::Sub(rings, hn::Floor(rings));
+    const auto nearest = hn::Min(beyond, hn::Sub(hn::Set(d, 1.0), beyond));
+    return hn::DemoteTo(HalfTag(), hn::Add(nearest, nearest));
+}
+
+// Columns and row are squares of distances in rings; their sum is that of the distance from the centre.
+HWY_ATTR void RingRow(const double* columns, double row, float slope, float* pixels, std::size_t count) {
+    ForEachIndexedPlace<0>(pixels, nullptr, count, [&](Colours& c, const auto&, std::size_t index) HWY_ATTR {
+        Clip(c);
+        const Wide pattern = hn::Combine(WideTag(), FromRing(columns + index + hn::Lanes(HalfTag()), row),
+                                         FromRing(columns + index, row));
+        const Wide tone = DivideOrZero(Luminance(c), c.alpha);
+        const Wide ink = Clamp01(hn::MulAdd(hn::Sub(tone, pattern), Constant(slope), Constant(0.5f)));
+        c.red = c.green = c.blue = hn::Mul(ink, c.alpha);
+    });
+}
+
+}  // namespace core_image::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace core_image {
+namespace {
+
+HWY_EXPORT(RingRow);
+
+class Rings : public ScreenRows {
+  public:
+    Rings(const Region& region, double centerX, double centerY, double width, float slope)
+        : left_(region.x), bottom_(region.y), slope_(slope) {
+        for (std::int64_t x = region.x; x < region.right(); ++x) columns_.push_back(square(x, centerX, width));
+        columns_.resize(columns_.size() + kBlockPixels);
+        for (std::int64_t y = region.y; y < region.top(); ++y) rows_.push_back(square(y, centerY, width));
+    }
+
+    void apply(const Run& run, float* blocks) const override {
+        HWY_DYNAMIC_DISPATCH(RingRow)
+        (&columns_[static_cast<std::size_t>(run.x - left_)], rows_[static_cast<std::size_t>(run.y - bottom_)], slope_,
+         blocks, run.count);
+    }
+
+  private:
+    // The square of a pixel's distance from the centre in one direction, in rings.
+    static double square(std::int64_t pixel, double center, double width) {
+        const double rings = (static_cast<double>(pixel) + 0.5 - center) / width;
+        return rings * rings;
+    }
+
+    std::int64_t left_, bottom_;
+    std::vector<double> columns_, rows_;
+    float slope_;
+};
+
+class RingScreen : public Screen {
+  public:
+    explicit RingScreen(const Inputs& inputs)
+        : centerX_(inputs.element("inputCenter", 0)),
+          centerY_(inputs.element("inputCenter", 1)),
+          width_(WidthOf(inputs)),
+          slope_(static_cast<float>(1 / (1 - SharpnessOf(inputs)))) {}
+
+    std::unique_ptr<const ScreenRows> prepare(const Region& region) const override {
+        return std::make_unique<Rings>(region, centerX_, centerY_, width_, slope_);
+    }
+
+  private:
+    double centerX_, centerY_, width_;
+    float slope_;
+};
+
+}  // namespace
+
+ImageRef CircularScreen(const Inputs& inputs) {
+    return MakeScreenImage(inputs.image("inputImage"), std::make_unique<RingScreen>(inputs));
+}
+
+}  // namespace core_image
+#endif

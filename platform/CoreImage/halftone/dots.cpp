@@ -1,0 +1,42 @@
+// dots.cpp - fills the tables.
+
+#include "halftone/dots.h"
+
+#include <cmath>
+
+namespace core_image {
+namespace {
+
+// Adds pixels along one direction, in which the two waves grow by so many periods a pixel.
+void Fill(WaveParts& parts, std::int64_t first, std::int64_t count, double center, const std::array<double, 2>& steps,
+          double shift) {
+    constexpr double kWhole = 6.283185307179586;
+    for (std::size_t wave = 0; wave < 2; ++wave) {
+        for (std::int64_t index = 0; index < count; ++index) {
+            const double periods = (static_cast<double>(first + index) + 0.5 - center) * steps[wave] + shift;
+            const double angle = kWhole * (periods - std::floor(periods));
+            parts.sines[wave].push_back(static_cast<float>(std::sin(angle)));
+            parts.cosines[wave].push_back(static_cast<float>(std::cos(angle)));
+        }
+        parts.sines[wave].resize(parts.sines[wave].size() + kBlockPixels);
+        parts.cosines[wave].resize(parts.cosines[wave].size() + kBlockPixels);
+    }
+}
+
+}  // namespace
+
+Dots::Dots(const Region& region, const DotGrid& grid) : left_(region.x), bottom_(region.y) {
+    const double along = std::cos(grid.angle) / grid.width, across = std::sin(grid.angle) / grid.width;
+    Fill(columns_, region.x, region.width, grid.centerX, {along, -across}, grid.shift);
+    Fill(rows_, region.y, region.height, grid.centerY, {across, along}, 0);
+}
+
+DotRow Dots::row(const Run& run) const {
+    const auto column = static_cast<std::size_t>(run.x - left_), row = static_cast<std::size_t>(run.y - bottom_);
+    return {{&columns_.sines[0][column], &columns_.sines[1][column]},
+            {&columns_.cosines[0][column], &columns_.cosines[1][column]},
+            {rows_.sines[0][row], rows_.sines[1][row]},
+            {rows_.cosines[0][row], rows_.cosines[1][row]}};
+}
+
+}  // namespace core_image

@@ -1,0 +1,79 @@
+// edge_work.cpp - a woodcut: what is darker than its surroundings is cut black.
+//
+// Of the luminance y of the light that a pixel sends, clipped to 0...1, and its Gaussian blur g: the contrast is
+// (y - g) / (g + 0.02); the tone is clamp(1 + 8 (contrast + 0.05)). So an even area is white, and black what is darker than
+// its surroundings by more than a sixth.
+
+#include <utility>
+
+#include "blur/blur.h"
+#include "core/point.h"
+#include "geometry/repeat.h"
+#include "stylize/framed.h"
+#include "stylize/stylize.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "stylize/edge_work.cpp"
+#include <hwy/foreach_target.h>
+
+#include "core/pixels-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace core_image::HWY_NAMESPACE {
+
+HWY_ATTR void LuminanceRow(float* pixels, std::size_t count) {
+    ForEachPixel(pixels, count, [](Colours& c) HWY_ATTR {
+        Clip(c);
+        c.red = c.green = c.blue = Luminance(c);
+    });
+}
+
+HWY_ATTR void WoodcutRow(float* pixels, const float* const* others, std::size_t count) {
+    ForEachPlace<1>(pixels, others, count, [](Colours& c, const auto& blurred) HWY_ATTR {
+        const Wide around = blurred[0].red;
+        const Wide contrast = hn::Div(hn::Sub(c.red, around), hn::Add(around, Constant(0.02f)));
+        const Wide tone = Clamp01(hn::MulAdd(hn::Add(contrast, Constant(0.05f)), Constant(8), Constant(1)));
+        c.red = c.green = c.blue = hn::Mul(tone, c.alpha);
+    });
+}
+
+}  // namespace core_image::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace core_image {
+namespace {
+
+HWY_EXPORT(LuminanceRow);
+HWY_EXPORT(WoodcutRow);
+
+class LuminanceFunction : public PointFunction {
+  public:
+    void apply(float* pixels, std::size_t count) const override { HWY_DYNAMIC_DISPATCH(LuminanceRow)(pixels, count); }
+};
+
+class Woodcut : public CombiningFunction {
+  public:
+    void apply(float* pixels, const float* const* others, std::size_t count) const override {
+        HWY_DYNAMIC_DISPATCH(WoodcutRow)(pixels, others, count);
+    }
+};
+
+}  // namespace
+
+ImageRef MakeWoodcutImage(ImageRef input, double radius) {
+    const Extent extent = input->extent();
+    ImageRef tone = MakePointImage(MakeClampedImage(std::move(input)), std::make_unique<LuminanceFunction>());
+    ImageRef blurred = MakeGaussianBlurImage(tone, FramedRadius(radius, extent));
+    return MakeCombinedImage({std::move(tone), std::move(blurred)}, std::make_unique<Woodcut>(), extent);
+}
+
+// One Gaussian and the contrast to it, not a difference of two: outlines then grow with the radius from thin to bold. The image
+// goes on as its outermost pixels do, so that its frame is no outline.
+ImageRef EdgeWork(const Inputs& inputs) {
+    ImageRef input = inputs.image("inputImage");
+    return input == nullptr ? nullptr : MakeWoodcutImage(std::move(input), inputs.number("inputRadius"));
+}
+
+}  // namespace core_image
+#endif

@@ -1,0 +1,96 @@
+// edges.cpp - how steep the picture is, colour by colour.
+//
+// Half the difference of the neighbours to the right and left, and of those above and below: the length of the two together,
+// times the intensity. Premultiplied linear light; nothing is clipped.
+
+#include <utility>
+
+#include "geometry/repeat.h"
+#include "stylize/stylize.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "stylize/edges.cpp"
+#include <hwy/foreach_target.h>
+
+#include "core/pixels-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace core_image::HWY_NAMESPACE {
+
+// As many whole pixels as a vector has room for; the pixel itself has one neighbour on each side.
+template <class D>
+HWY_INLINE void EdgeVector(D d, const float* above, const float* row, const float* below, float scale, float* out) {
+    const auto dx = hn::Sub(hn::LoadU(d, row + 8), hn::LoadU(d, row));
+    const auto dy = hn::Sub(hn::LoadU(d, above + 4), hn::LoadU(d, below + 4));
+    const auto slope = hn::Mul(hn::Sqrt(hn::MulAdd(dx, dx, hn::Mul(dy, dy))), hn::Set(d, scale));
+    const hn::RebindToSigned<D> integers;
+    const auto channel = hn::And(hn::Iota(integers, 0), hn::Set(integers, 3));
+    const auto isAlpha = hn::RebindMask(d, hn::Eq(channel, hn::Set(integers, 3)));
+    hn::StoreU(Finite(hn::IfThenElse(isAlpha, hn::LoadU(d, row + 4), slope)), d, out);
+}
+
+// Rows begin one pixel to the left of the first that is written.
+HWY_ATTR void EdgeRow(const float* above, const float* row, const float* below, float scale, float* out,
+                      std::size_t count) {
+    const WideTag wide;
+    const hn::FixedTag<float, 4> pixel;
+    const std::size_t floats = count * 4;
+    std::size_t at = 0;
+    for (; at + hn::Lanes(wide) <= floats; at += hn::Lanes(wide))
+        EdgeVector(wide, above + at, row + at, below + at, scale, out + at);
+    for (; at < floats; at += 4) EdgeVector(pixel, above + at, row + at, below + at, scale, out + at);
+}
+
+}  // namespace core_image::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace core_image {
+namespace {
+
+HWY_EXPORT(EdgeRow);
+
+class EdgeStage : public Stage {
+  public:
+    EdgeStage(Prepared input, float intensity) : input_(std::move(input)), scale_(intensity / 2) {}
+
+    void render(const Tile& tile) const override {
+        const PixelBlock source(tile.region.grownBy(1));
+        input_.render(source.tile());
+        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
+            HWY_DYNAMIC_DISPATCH(EdgeRow)
+            (source.row(y + 1), source.row(y), source.row(y - 1), scale_, tile.row(y), tile.width());
+        }
+    }
+
+  private:
+    Prepared input_;
+    float scale_;
+};
+
+class EdgeImage : public Image {
+  public:
+    EdgeImage(const ImageRef& input, float intensity)
+        : Image(input->extent(), input->depth()), input_(MakeClampedImage(input)), intensity_(intensity) {}
+
+    std::unique_ptr<const Stage> prepare(const Region& region) const override {
+        return std::make_unique<EdgeStage>(Prepare(input_, region.grownBy(1)), intensity_);
+    }
+
+  private:
+    ImageRef input_;
+    float intensity_;
+};
+
+}  // namespace
+
+// Central differences, not those of two diagonals: a line then stands where the edge is, not half a pixel beside it. The image
+// goes on as its outermost pixels do, so that its frame is no edge.
+ImageRef Edges(const Inputs& inputs) {
+    ImageRef input = inputs.image("inputImage");
+    if (input == nullptr) return nullptr;
+    return std::make_shared<EdgeImage>(input, FiniteFloat(inputs.number("inputIntensity")));
+}
+
+}  // namespace core_image
+#endif

@@ -1,0 +1,30 @@
+// stylize.h - the family of filters that redraw a picture: glows, outlines, mosaics, comics, miniatures.
+
+#pragma once
+
+#include "core/inputs.h"
+
+namespace core_image {
+
+// What spreads in a glow.
+enum class Glow { light, darkness };
+
+// An image that moves towards a blurred copy of itself, by an intensity, in every channel where that is more (light) or less
+// (darkness). Its extent is the blurred one's.
+ImageRef MakeGlowImage(ImageRef input, ImageRef blurred, Glow glow, double intensity);
+
+// CIBloom: every channel, alpha too, moves by inputIntensity towards a Gaussian blur of sigma inputRadius where that is more.
+// CIGloom: where that is less. The extent is the blur's. The input itself for an intensity of 0.
+ImageRef Bloom(const Inputs& inputs);
+ImageRef Gloom(const Inputs& inputs);
+
+// CIEdges: how fast each colour changes, times inputIntensity, on black; alpha stays.
+ImageRef Edges(const Inputs& inputs);
+
+// An image as a woodcut: black where it is darker than what lies within a radius, white elsewhere; alpha stays.
+ImageRef MakeWoodcutImage(ImageRef input, double radius);
+
+// CIEdgeWork: the woodcut by inputRadius.
+ImageRef EdgeWork(const Inputs& inputs);
+
+}  // namespace core_image
