@@ -15,10 +15,10 @@ namespace core_image::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 using OnePixel = hn::FixedTag<float, 4>;
 
-// One or more vectors of every row, summed and finished.
-template <class D, std::size_t kVectors, class Finish>
+// One or more vectors of every row, summed.
+template <class D, std::size_t kVectors>
 HWY_INLINE void SumColumns(D d, const float* const* rows, const float* weights, std::size_t rowCount, std::size_t start,
-                           const Finish& finish, float* out) {
+                           float* out) {
     static_assert(kVectors == 1 || kVectors == 4);
     const std::size_t lanes = hn::Lanes(d);
     auto sum0 = hn::Zero(d), sum1 = hn::Zero(d), sum2 = hn::Zero(d), sum3 = hn::Zero(d);
@@ -32,43 +32,23 @@ HWY_INLINE void SumColumns(D d, const float* const* rows, const float* weights, 
             sum3 = hn::MulAdd(weight, hn::LoadU(d, from + 3 * lanes), sum3);
         }
     }
-    hn::StoreU(finish(d, sum0), d, out + start);
+    hn::StoreU(sum0, d, out + start);
     if constexpr (kVectors == 4) {
-        hn::StoreU(finish(d, sum1), d, out + start + lanes);
-        hn::StoreU(finish(d, sum2), d, out + start + 2 * lanes);
-        hn::StoreU(finish(d, sum3), d, out + start + 3 * lanes);
+        hn::StoreU(sum1, d, out + start + lanes);
+        hn::StoreU(sum2, d, out + start + 2 * lanes);
+        hn::StoreU(sum3, d, out + start + 3 * lanes);
     }
-}
-
-template <class Finish>
-HWY_INLINE void SumAndFinish(const float* const* rows, const float* weights, std::size_t rowCount, const Finish& finish,
-                             float* out, std::size_t floats) {
-    const hn::ScalableTag<float> wide;
-    const OnePixel pixel;
-    const std::size_t stride = 4 * hn::Lanes(wide);
-    std::size_t start = 0;
-    for (; start + stride <= floats; start += stride) {
-        SumColumns<decltype(wide), 4>(wide, rows, weights, rowCount, start, finish, out);
-    }
-    for (; start < floats; start += 4) SumColumns<OnePixel, 1>(pixel, rows, weights, rowCount, start, finish, out);
 }
 
 HWY_ATTR void SumRows(const float* const* rows, const float* weights, std::size_t rowCount, float* out,
                       std::size_t floats) {
-    SumAndFinish(
-        rows, weights, rowCount, [](auto, auto sum) HWY_ATTR { return sum; }, out, floats);
-}
-
-HWY_ATTR void SumRowsLimited(const float* const* rows, const float* weights, std::size_t rowCount, float bias,
-                             float* out, std::size_t floats) {
-    const auto limit = [bias](auto d, auto sum) HWY_ATTR {
-        const auto biased = hn::Add(sum, hn::Set(d, bias));
-        // Written so that what is no number becomes 0.
-        const auto positive = hn::IfThenElseZero(hn::Gt(biased, hn::Zero(d)), biased);
-        const auto alpha = hn::Min(hn::Broadcast<3>(positive), hn::Set(d, 1.0f));
-        return hn::Min(positive, alpha);
-    };
-    SumAndFinish(rows, weights, rowCount, limit, out, floats);
+    const hn::ScalableTag<float> wide;
+    const OnePixel pixel;
+    const std::size_t stride = 4 * hn::Lanes(wide);
+    std::size_t start = 0;
+    for (; start + stride <= floats; start += stride)
+        SumColumns<decltype(wide), 4>(wide, rows, weights, rowCount, start, out);
+    for (; start < floats; start += 4) SumColumns<OnePixel, 1>(pixel, rows, weights, rowCount, start, out);
 }
 
 // Why four sums: each product waits only for the one four before it. They are always the same four, so the result is, too.
@@ -118,17 +98,11 @@ HWY_AFTER_NAMESPACE();
 namespace core_image {
 
 HWY_EXPORT(SumRows);
-HWY_EXPORT(SumRowsLimited);
 HWY_EXPORT(ReduceRow);
 HWY_EXPORT(InterpolateRow);
 
 void SumRows(const float* const* rows, const float* weights, std::size_t rowCount, float* out, std::size_t floats) {
     HWY_DYNAMIC_DISPATCH(SumRows)(rows, weights, rowCount, out, floats);
-}
-
-void SumRowsLimited(const float* const* rows, const float* weights, std::size_t rowCount, float bias, float* out,
-                    std::size_t floats) {
-    HWY_DYNAMIC_DISPATCH(SumRowsLimited)(rows, weights, rowCount, bias, out, floats);
 }
 
 // Neighbours are rows, each beginning one pixel after the one before.

@@ -16,10 +16,6 @@ inline constexpr std::size_t kInterpolationTaps = 10;
 // out[i] = sum over k of weights[k] * rows[k][i], for a count of floats that is a multiple of four.
 void SumRows(const float* const* rows, const float* weights, std::size_t rowCount, float* out, std::size_t floats);
 
-// The same plus a bias, kept possible: alpha within 0 and 1, colours within 0 and alpha; what is no number becomes 0.
-void SumRowsLimited(const float* const* rows, const float* weights, std::size_t rowCount, float bias, float* out,
-                    std::size_t floats);
-
 // out[i] = sum over k of weights[k] * in[i + k], in pixels.
 void SumNeighbours(const float* in, const float* weights, std::size_t weightCount, float* out, std::size_t pixels);
 

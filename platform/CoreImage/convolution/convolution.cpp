@@ -1,60 +1,61 @@
-// convolution.cpp - sums of a padded tile's rows, each shifted and weighed. Weights of zero cost nothing.
+// convolution.cpp - a padded tile under a kernel, some rows at a time.
 
 #include "convolution/convolution.h"
 
 #include <utility>
 #include <vector>
 
-#include "blur/kernels.h"
+#include "convolution/kernels.h"
 #include "core/window.h"
 
 namespace core_image {
 namespace {
 
-// A weight and the neighbour that it is for.
-struct Tap {
-    std::int64_t x;
-    std::int64_t y;
-    float weight;
-};
-
-// The neighbours that have weights, and how far away they are at most.
+// The weights of a neighbourhood of odd width and height.
 struct Kernel {
-    std::vector<Tap> taps;
-    std::int64_t reachX;
-    std::int64_t reachY;
+    std::int64_t width;
+    std::int64_t height;
+    std::vector<float> weights;  // column by column, each from the lowest up
     float bias;
+
+    std::int64_t reachX() const { return width / 2; }
+    std::int64_t reachY() const { return height / 2; }
+    bool isIdentity() const {
+        std::vector<float> identity(weights.size());
+        identity[weights.size() / 2] = 1;
+        return bias == 0 && weights == identity;
+    }
 };
 
 Region Grown(const Region& region, const Kernel& kernel) {
-    return {region.x - kernel.reachX, region.y - kernel.reachY, region.width + 2 * kernel.reachX,
-            region.height + 2 * kernel.reachY};
+    return {region.x - kernel.reachX(), region.y - kernel.reachY(), region.width + kernel.width - 1,
+            region.height + kernel.height - 1};
 }
 
 class ConvolutionStage : public Stage {
   public:
-    ConvolutionStage(Prepared input, const Kernel& kernel) : input_(std::move(input)), kernel_(kernel) {
-        for (const Tap& tap : kernel.taps) weights_.push_back(tap.weight);
-    }
+    ConvolutionStage(Prepared input, const Kernel& kernel) : input_(std::move(input)), kernel_(kernel) {}
 
     void render(const Tile& tile) const override {
         const Window window(input_, Grown(tile.region, kernel_));
         const View& source = window.view();
-        std::vector<const float*> rows(weights_.size());
-        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
-            for (std::size_t index = 0; index < rows.size(); ++index) {
-                const Tap& tap = kernel_.taps[index];
-                rows[index] = source.pixel(tile.region.x + tap.x, y + tap.y);
-            }
-            SumRowsLimited(rows.data(), weights_.data(), rows.size(), kernel_.bias, tile.row(y),
-                           tile.width() * kFloatsPerPixel);
+        const KernelView kernel = {kernel_.weights.data(), static_cast<std::size_t>(kernel_.width),
+                                   static_cast<std::size_t>(kernel_.height), kernel_.bias};
+        const float* in[kMostConvolved + kHighestKernel - 1];
+        float* out[kMostConvolved];
+        constexpr auto kMost = static_cast<std::int64_t>(kMostConvolved);
+        for (std::int64_t y = tile.region.y; y < tile.region.top();) {
+            const std::int64_t count = tile.region.top() - y >= kMost ? kMost : 1;
+            for (std::int64_t k = 0; k < count; ++k) out[k] = tile.row(y + k);
+            for (std::int64_t k = 0; k < count + kernel_.height - 1; ++k) in[k] = source.row(y - kernel_.reachY() + k);
+            Convolve(kernel, in, out, static_cast<std::size_t>(count), tile.width());
+            y += count;
         }
     }
 
   private:
     Prepared input_;
     const Kernel& kernel_;  // of the image, which outlives the rendering
-    std::vector<float> weights_;
 };
 
 class ConvolvedImage : public Image {
@@ -75,23 +76,19 @@ class ConvolvedImage : public Image {
 ImageRef Convolution(const Inputs& inputs, std::int64_t width, std::int64_t height) {
     ImageRef input = inputs.image("inputImage");
     if (input == nullptr) return nullptr;
-    Kernel kernel = {{}, width / 2, height / 2, static_cast<float>(inputs.number("inputBias"))};
-    for (std::int64_t index = 0; index < width * height; ++index) {
-        const double weight = inputs.element("inputWeights", static_cast<std::size_t>(index));
-        if (weight == 0) continue;
-        kernel.taps.push_back(
-            {index % width - kernel.reachX, kernel.reachY - index / width, static_cast<float>(weight)});
+    Kernel kernel = {width, height, {}, static_cast<float>(inputs.number("inputBias"))};
+    for (std::int64_t x = 0; x < width; ++x) {
+        for (std::int64_t y = height - 1; y >= 0; --y) {
+            const double weight = inputs.element("inputWeights", static_cast<std::size_t>(y * width + x));
+            kernel.weights.push_back(static_cast<float>(weight));
+        }
     }
-    const auto isIdentity = [](const Tap& tap) { return tap.x == 0 && tap.y == 0 && tap.weight == 1; };
-    if (kernel.bias == 0) {
-        if (kernel.taps.size() == 1 && isIdentity(kernel.taps[0])) return input;
-        if (input->extent().isEmpty()) return input;
-    }
+    if (kernel.isIdentity() || (kernel.bias == 0 && input->extent().isEmpty())) return input;
     Extent extent = input->extent();
-    extent.left -= static_cast<double>(kernel.reachX);
-    extent.right += static_cast<double>(kernel.reachX);
-    extent.bottom -= static_cast<double>(kernel.reachY);
-    extent.top += static_cast<double>(kernel.reachY);
+    extent.left -= static_cast<double>(kernel.reachX());
+    extent.right += static_cast<double>(kernel.reachX());
+    extent.bottom -= static_cast<double>(kernel.reachY());
+    extent.top += static_cast<double>(kernel.reachY());
     if (kernel.bias != 0) extent = Extent::infinite();
     return std::make_shared<ConvolvedImage>(std::move(input), extent, std::move(kernel));
 }
