@@ -12,9 +12,8 @@
 #include <filesystem>
 #include <fstream>
 
-#include "host/host.h"
-#include "host/program/platform_pool.h"
 #include "host/script/script.h"
+#include "tests/script/module_scripts.h"
 #include "tests/script/random_program.h"
 
 namespace {
@@ -22,16 +21,6 @@ namespace {
 std::uint32_t NumberFrom(const char* variable, std::uint32_t usual) {
     const char* text = std::getenv(variable);
     return text != nullptr ? static_cast<std::uint32_t>(std::strtoul(text, nullptr, 10)) : usual;
-}
-
-// The host of this process, with both modules.
-host::Host& SharedHost() {
-    static host::Host host({.callScope = PlatformPool(), .report = [](const std::string&) {}});
-    if (host.Modules().empty()) {
-        host.LoadModule(ZEVA_COMPANION_MODULE);
-        host.LoadModule(ZEVA_FILTERS_MODULE);
-    }
-    return host;
 }
 
 class RandomProgramTest : public testing::Test {
@@ -51,7 +40,7 @@ class RandomProgramTest : public testing::Test {
 
     static constexpr int kLines = 300;
 
-    host::Host& host = SharedHost();
+    host::Host& host = HostWithModules();
 };
 
 TEST_F(RandomProgramTest, NothingCrashesAndNothingIsLost) {

@@ -1,21 +1,10 @@
--- Makes and drops a hundred thousand objects of many kinds, and says what that leaves behind.
---
---   zeva run soak.lua [COUNT]
---
--- Prints the size of the process in kilobytes after a tenth of the objects and at the end.
+-- Makes and drops objects of many kinds: as many as the argument says, or a few more.
 
-local count = tonumber((...)) or 100000
-
-local function resident()
-    collectgarbage()
-    local pages = io.open("/proc/self/statm"):read("a"):match("%d+ (%d+)")
-    return pages * 4
-end
-
+local count = tonumber((...))
 local picture = CIImageQOR.FromPixels(MemoryBlock.FromBytes(("\200\100\50\255"):rep(64)), 8, 8):ToPNG()
 local made = 0
 
--- Eighteen objects, each of which others hold while they are needed.
+-- Eighteen objects, some of which hold others.
 local function round()
     local photo = CIImageQOR.FromData(picture)
     local blur, colours = CIFilterGaussianBlurQOR(), CIFilterColorControlsQOR()
@@ -30,7 +19,4 @@ local function round()
     made = made + 18
 end
 
-while made < count / 10 do round() end
-local before = resident()
 while made < count do round() end
-print(made, before, resident())

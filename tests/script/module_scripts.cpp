@@ -1,0 +1,14 @@
+// module_scripts.cpp - makes the host on first use: a process loads a module once.
+
+#include "tests/script/module_scripts.h"
+
+#include "host/program/platform_pool.h"
+
+host::Host& HostWithModules() {
+    static host::Host host({.callScope = PlatformPool(), .report = [](const std::string&) {}});
+    if (host.Modules().empty()) {
+        host.LoadModule(ZEVA_COMPANION_MODULE);
+        host.LoadModule(ZEVA_FILTERS_MODULE);
+    }
+    return host;
+}
