@@ -1,13 +1,16 @@
 // color_space.mm - CGColorSpaceQOR, what the numbers of a colour mean.
 //
-//   CGColorSpaceQOR.Named("sRGB")      Name
+//   CGColorSpaceQOR.Named("sRGB")
+//   CGColorSpaceQOR.FromProfile(block)      Name  Profile
 //
 // A space is named as the platform names it, "kCGColorSpaceLinearSRGB", or by what comes after "kCGColorSpace", whose
 // first letter may be small: "sRGB".
 
+#include "companion/color_space.h"
 #include "bridge/guard.h"
 #include "bridge/host_objects.h"
 #include "companion/class_record.h"
+#include "companion/host_bytes.h"
 #include "companion/host_text.h"
 #include "plugin/host_services.h"
 
@@ -22,6 +25,33 @@ CGColorSpaceRef NewColorSpace(NSString* name) {
     return CGColorSpaceCreateWithName(reinterpret_cast<CFStringRef>(fullName));
 }
 
+CGColorSpaceRef SpaceOf(ZEVAobjectStruct* self) {
+    CFTypeRef wrapped = reinterpret_cast<CoreFoundationObject*>(self)->wrapped;
+    return static_cast<CGColorSpaceRef>(const_cast<void*>(wrapped));
+}
+
+// Raises for bytes that are no ICC profile of red, green and blue or of grey.
+ZEVAobjectStruct* NewFromProfile(ZEVAmemoryBlockStruct* profile) {
+    ZEVAobjectStruct* result = nullptr;
+    Guarded([&] {
+        CGColorSpaceRef space = CGColorSpaceCreateWithICCData(reinterpret_cast<CFTypeRef>(DataOf(profile)));
+        if (space == nullptr) {
+            return RaiseAbout(@"CGColorSpaceQOR.FromProfile", @"the bytes are no ICC profile of colours or of grey",
+                              @"no colour space is made");
+        }
+        result = NewColorSpaceObject(space);
+        CGColorSpaceRelease(space);
+    });
+    return result;
+}
+
+// The ICC profile of the space; nil for an empty object.
+ZEVAmemoryBlockStruct* GetProfile(ZEVAobjectStruct* self) {
+    ZEVAmemoryBlockStruct* result = nullptr;
+    Guarded([&] { result = NewHostBlock([(NSData*)CGColorSpaceCopyICCData(SpaceOf(self)) autorelease]); });
+    return result;
+}
+
 // Raises for a name that is not known.
 ZEVAobjectStruct* NewNamed(ZEVAstringStruct* name) {
     ZEVAobjectStruct* result = nullptr;
@@ -32,10 +62,8 @@ ZEVAobjectStruct* NewNamed(ZEVAstringStruct* name) {
             return RaiseWithMessage([NSString
                 stringWithFormat:@"CGColorSpaceQOR.Named: no colour space is called \"%@\"", text != nil ? text : @""]);
         }
-        ZEVAobjectStruct* object = ZEVAnewInstance("CGColorSpaceQOR");
-        if (object == nullptr) return CGColorSpaceRelease(space);
-        reinterpret_cast<CoreFoundationObject*>(object)->wrapped = space;
-        result = object;
+        result = NewColorSpaceObject(space);
+        CGColorSpaceRelease(space);
     });
     return result;
 }
@@ -44,9 +72,7 @@ ZEVAobjectStruct* NewNamed(ZEVAstringStruct* name) {
 ZEVAstringStruct* GetName(ZEVAobjectStruct* self) {
     ZEVAstringStruct* result = nullptr;
     Guarded([&] {
-        CFTypeRef space = reinterpret_cast<CoreFoundationObject*>(self)->wrapped;
-        if (space == nullptr) return;
-        CFStringRef name = CGColorSpaceCopyName(static_cast<CGColorSpaceRef>(const_cast<void*>(space)));
+        CFStringRef name = CGColorSpaceCopyName(SpaceOf(self));
         result = NewHostString([reinterpret_cast<NSString*>(const_cast<__CFString*>(name)) autorelease]);
     });
     return result;
@@ -54,13 +80,21 @@ ZEVAstringStruct* GetName(ZEVAobjectStruct* self) {
 
 ZEVAmethod methods[] = {
     COMPANION_METHOD("Name as string", GetName),
+    COMPANION_METHOD("Profile as memoryblock", GetProfile),
 };
 
 ZEVAmethod sharedMethods[] = {
     COMPANION_METHOD("Named(name as string) as CGColorSpaceQOR", NewNamed),
+    COMPANION_METHOD("FromProfile(profile as memoryblock) as CGColorSpaceQOR", NewFromProfile),
 };
 
 }  // namespace
+
+ZEVAobjectStruct* NewColorSpaceObject(CGColorSpaceRef space) {
+    ZEVAobjectStruct* object = space != nullptr ? ZEVAnewInstance("CGColorSpaceQOR") : nullptr;
+    if (object != nullptr) reinterpret_cast<CoreFoundationObject*>(object)->wrapped = CFRetain((CFTypeRef)space);
+    return object;
+}
 
 ZEVAclassDefinition CGColorSpaceClass = {
     .record = {.version = kRecordVersion,

@@ -11,6 +11,7 @@
 #include "bridge/guard.h"
 #include "bridge/host_objects.h"
 #include "companion/class_record.h"
+#include "companion/color_space.h"
 #include "companion/host_bytes.h"
 #include "companion/host_text.h"
 #include "companion/image_files.h"
@@ -114,6 +115,13 @@ ZEVAobjectStruct* GetExtent(ZEVAobjectStruct* self) {
     return result;
 }
 
+// The space of the file's colours; nil for an image that was not opened.
+ZEVAobjectStruct* GetColorSpace(ZEVAobjectStruct* self) {
+    ZEVAobjectStruct* result = nullptr;
+    Guarded([&] { result = NewColorSpaceObject(CGImageGetColorSpace(reinterpret_cast<ImageObject*>(self)->cgImage)); });
+    return result;
+}
+
 // The part inside a rectangle of four numbers; raises for a vector of another length and for nil.
 ZEVAobjectStruct* Crop(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle) {
     ZEVAobjectStruct* result = nullptr;
@@ -163,11 +171,13 @@ void Finalize(ZEVAobjectStruct* self) {
 
 ZEVAmethod methods[] = {
     COMPANION_METHOD("Extent as CIVectorQOR", GetExtent),
+    COMPANION_METHOD("ColorSpace as CGColorSpaceQOR", GetColorSpace),
     COMPANION_METHOD("Crop(rectangle as CIVectorQOR) as CIImageQOR", Crop),
     COMPANION_METHOD("Over(background as CIImageQOR) as CIImageQOR", Over),
     COMPANION_METHOD("Transform(transform as NSAffineTransformQOR) as CIImageQOR", Transform),
     COMPANION_METHOD("Save(path as string)", SaveImage),
     COMPANION_METHOD("SaveWithQuality(path as string, quality as double)", SaveImageWithQuality),
+    COMPANION_METHOD("SaveInSpace(path as string, quality as double, space as CGColorSpaceQOR)", SaveImageInSpace),
     COMPANION_METHOD("ToPNG() as memoryblock", ImageToPNG),
     COMPANION_METHOD("ToJPEG(quality as double) as memoryblock", ImageToJPEG),
     COMPANION_METHOD("Pixels(rectangle as CIVectorQOR) as memoryblock", ImagePixels),

@@ -12,6 +12,10 @@
 void SaveImage(ZEVAobjectStruct* self, ZEVAstringStruct* path);
 void SaveImageWithQuality(ZEVAobjectStruct* self, ZEVAstringStruct* path, double quality);
 
+// SaveInSpace(path as string, quality as double, space as CGColorSpaceQOR): the same in another colour space, whose
+// profile is put into the file. Raises for nil, and for a space that is not of red, green and blue.
+void SaveImageInSpace(ZEVAobjectStruct* self, ZEVAstringStruct* path, double quality, ZEVAobjectStruct* space);
+
 // ToPNG() and ToJPEG(quality as double): the bytes of such a file.
 ZEVAmemoryBlockStruct* ImageToPNG(ZEVAobjectStruct* self);
 ZEVAmemoryBlockStruct* ImageToJPEG(ZEVAobjectStruct* self, double quality);

@@ -18,12 +18,18 @@ namespace {
 
 constexpr std::size_t kComponents = 4;
 
-// Renders the image's extent; nil or why that cannot be done. bitmap gets one reference for the caller.
-NSString* Render(CIImage* image, CGImageRef* bitmap) {
+// Renders the image's extent in a space, sRGB for null; nil or why that cannot be done. bitmap gets one reference for
+// the caller.
+NSString* Render(CIImage* image, CGColorSpaceRef space, CGImageRef* bitmap) {
     const CGRect extent = [image extent];
     if (image == nil || CGRectIsEmpty(extent)) return @"the image is empty";
     if (CGRectIsInfinite(extent)) return @"the image has no end and must be cropped first";
-    *bitmap = [[CIContext contextWithOptions:nil] createCGImage:image fromRect:extent];
+    if (space != nullptr && CGColorSpaceGetModel(space) != kCGColorSpaceModelRGB) {
+        return @"the colour space is not of red, green and blue";
+    }
+    CIContext* context = [CIContext contextWithOptions:nil];
+    *bitmap = space == nullptr ? [context createCGImage:image fromRect:extent]
+                               : [context createCGImage:image fromRect:extent format:kCIFormatRGBA8 colorSpace:space];
     if (*bitmap != nullptr) return nil;
     return [NSString stringWithFormat:@"an image of %.0f x %.0f pixels cannot be rendered",
                                       static_cast<double>(extent.size.width), static_cast<double>(extent.size.height)];
@@ -36,13 +42,13 @@ NSString* ObstacleInQuality(NSNumber* quality) {
     return [NSString stringWithFormat:@"the quality %g is outside 0...1", value];
 }
 
-void Save(ZEVAobjectStruct* self, ZEVAstringStruct* path, NSNumber* quality, NSString* member) {
+void Save(ZEVAobjectStruct* self, ZEVAstringStruct* path, NSNumber* quality, CGColorSpaceRef space, NSString* member) {
     NSString* text = TextOf(path);
     if ([text length] == 0) return RaiseAbout(member, @"the path is empty", @"nothing is written");
     CGImageRef bitmap = nullptr;
     NSString* reason = ObstacleInQuality(quality);
     if (reason == nil) reason = ObstacleToWriting(text);
-    if (reason == nil) reason = Render(WrappedIn(self), &bitmap);
+    if (reason == nil) reason = Render(WrappedIn(self), space, &bitmap);
     if (reason == nil) reason = WriteImageFile(text, bitmap, quality);
     CGImageRelease(bitmap);
     if (reason != nil) RaiseAbout(text, reason, @"nothing is written");
@@ -52,7 +58,7 @@ ZEVAmemoryBlockStruct* Encoded(ZEVAobjectStruct* self, NSNumber* quality, NSStri
     CGImageRef bitmap = nullptr;
     NSData* file = nil;
     NSString* reason = ObstacleInQuality(quality);
-    if (reason == nil) reason = Render(WrappedIn(self), &bitmap);
+    if (reason == nil) reason = Render(WrappedIn(self), nullptr, &bitmap);
     if (reason == nil) reason = EncodeImage(bitmap, quality, &file);
     CGImageRelease(bitmap);
     if (reason != nil) RaiseAbout(member, reason, @"no bytes are made");
@@ -109,11 +115,21 @@ bool IsMissing(NSData* floats, NSString* reason, NSString* member) {
 }  // namespace
 
 void SaveImage(ZEVAobjectStruct* self, ZEVAstringStruct* path) {
-    Guarded([&] { Save(self, path, nil, @"CIImageQOR.Save"); });
+    Guarded([&] { Save(self, path, nil, nullptr, @"CIImageQOR.Save"); });
 }
 
 void SaveImageWithQuality(ZEVAobjectStruct* self, ZEVAstringStruct* path, double quality) {
-    Guarded([&] { Save(self, path, [NSNumber numberWithDouble:quality], @"CIImageQOR.SaveWithQuality"); });
+    Guarded([&] { Save(self, path, [NSNumber numberWithDouble:quality], nullptr, @"CIImageQOR.SaveWithQuality"); });
+}
+
+void SaveImageInSpace(ZEVAobjectStruct* self, ZEVAstringStruct* path, double quality, ZEVAobjectStruct* space) {
+    Guarded([&] {
+        NSString* const member = @"CIImageQOR.SaveInSpace";
+        CFTypeRef wrapped = space != nullptr ? reinterpret_cast<CoreFoundationObject*>(space)->wrapped : nullptr;
+        if (wrapped == nullptr) return RaiseAbout(member, @"the colour space is nil", @"nothing is written");
+        Save(self, path, [NSNumber numberWithDouble:quality], static_cast<CGColorSpaceRef>(const_cast<void*>(wrapped)),
+             member);
+    });
 }
 
 ZEVAmemoryBlockStruct* ImageToPNG(ZEVAobjectStruct* self) {

@@ -89,6 +89,54 @@ TEST_F(CompanionScriptTest, AFileIsWrittenWithTheQualityThatIsAskedFor) {
               "");
 }
 
+TEST_F(CompanionScriptTest, ColoursSurviveAFileInAnotherSpace) {
+    EXPECT_EQ(Run(R"(
+        local folder = ...
+        local file = folder .. "/p3.png"
+        local image = CIImageQOR.FromPixels(bytes("\200\100\50\255" .. "\255\0\0\255"), 2, 1)
+        local p3 = CGColorSpaceQOR.Named("displayP3")
+        image:SaveInSpace(file, 1, p3)
+        local opened = CIImageQOR.Open(file)
+        assert(opened.ColorSpace.Name == nil and opened.ColorSpace.Profile.Bytes == p3.Profile.Bytes)
+        for x = 0, 1 do
+            local a, b = image:ColorAt(x, 0), opened:ColorAt(x, 0)
+            assert(near(a.Red, b.Red, 0.005) and near(a.Green, b.Green, 0.005) and near(a.Blue, b.Blue, 0.005))
+        end
+        -- Without its profile the file shows its numbers: pure red of sRGB is this in the larger space.
+        local whole = io.open(file, "rb"):read("a")
+        local start = whole:find("iCCP", 1, true) - 4
+        local size = string.unpack(">I4", whole, start)
+        local bare = CIImageQOR.FromData(bytes(whole:sub(1, start - 1) .. whole:sub(start + 12 + size)))
+        local r, g, b = pixels(bare):byte(5, 7)
+        assert(near(r, 234, 1) and near(g, 51, 1) and near(b, 35, 1))
+        assert(refusal(image.SaveInSpace, image, folder .. "/no.png", 1, nil) ==
+               "CIImageQOR.SaveInSpace: the colour space is nil, nothing is written")
+    )"),
+              "");
+}
+
+TEST_F(CompanionScriptTest, AColourSpaceIsMadeOfAProfile) {
+    EXPECT_EQ(Run(R"(
+        local srgb = CGColorSpaceQOR.Named("sRGB")
+        local same = CGColorSpaceQOR.FromProfile(srgb.Profile)
+        assert(same.Profile.Bytes == srgb.Profile.Bytes and same.Name == nil)
+        local image = CIImageQOR.FromPixels(bytes("\200\100\50\255"), 1, 1)
+        assert(image.ColorSpace.Name == "kCGColorSpaceSRGB" and image:Crop(image.Extent).ColorSpace == nil)
+        local folder = ...
+        image:SaveInSpace(folder .. "/same.png", 1, same)
+        assert(pixels(CIImageQOR.Open(folder .. "/same.png")) == pixels(image))
+        for _, wrong in ipairs{"", "no profile", ("x"):rep(500)} do
+            assert(refusal(CGColorSpaceQOR.FromProfile, bytes(wrong)) == "CGColorSpaceQOR.FromProfile: the bytes are no ICC " ..
+                   "profile of colours or of grey, no colour space is made")
+        end
+        local grey = CGColorSpaceQOR.Named("genericGray")
+        local ok, failure = pcall(image.SaveInSpace, image, folder .. "/no.png", 1, grey)
+        assert(not ok and failure.message:find("the colour space is not of red, green and blue", 1, true))
+        assert(CGColorSpaceQOR().Profile == nil)
+    )"),
+              "");
+}
+
 TEST_F(CompanionScriptTest, AnImageMovesUnderATransform) {
     EXPECT_EQ(Run(R"(
         local image = CIImageQOR.FromPixels(bytes("\255\0\0\255" .. "\0\0\255\255"), 2, 1)
