@@ -32,13 +32,14 @@ class NarrowBoxStage : public Stage {
         const Window source(input_, tile.region.grownBy(reach));
         const auto width = static_cast<std::size_t>(width_);
         const auto scale = static_cast<float>(1 / (static_cast<double>(width_) * static_cast<double>(width_)));
-        const PixelBlock lines({0, 0, source.view().region.width, 2});
-        float* const columns = lines.tile().row(0);
+        const PixelBlock line({0, 0, source.view().region.width, 1});
+        const PixelBlock memory({0, 0, 2 * source.view().region.width, 1});
+        float* const columns = line.tile().pixels;
         SumAlongColumns<float>(
             source.view(), width_, 1, tile.region.y - reach, tile.region.top() - 1 - reach,
             [&](std::int64_t) { return columns; },
             [&](std::int64_t y) {
-                SumAlongRow(columns, width, scale, lines.tile().row(1), tile.row(y + reach), tile.width());
+                SumAlongRow(columns, width, scale, memory.tile().pixels, tile.row(y + reach), tile.width());
             });
     }
 
@@ -82,7 +83,7 @@ class WideBoxStage : public Stage {
                 return;
             }
             const Window source(prepared, seen);
-            const PixelBlock memory({0, 0, seen.width, 1});
+            const PixelBlock memory({0, 0, 2 * seen.width, 1});
             for (std::int64_t y = seen.y; y < seen.top(); ++y) {
                 SumAlongRow(source.view().row(y), static_cast<std::size_t>(width), 1, memory.tile().pixels,
                             strip.row(y), strip.width());

@@ -93,12 +93,15 @@ HWY_ATTR void SumAlongRow(const float* in, std::size_t width, float scale, float
         power *= 2;
         if ((width & power) == 0) continue;
         const float* const added = sums + done * kFloatsPerPixel;
-        const float factor = 2 * power > width ? scale : 1;
+        const bool isLast = 2 * power > width;
+        const float factor = isLast ? scale : 1;
+        // Written to once: the result lies further away than memory does.
+        float* const to = isLast ? out : memory + (pixels + width - 1) * kFloatsPerPixel;
         ForEachVector<float>(pixels * kFloatsPerPixel, [=](auto d, std::size_t i) HWY_ATTR {
             const auto sum = hn::Add(hn::LoadU(d, partial + i), hn::LoadU(d, added + i));
-            hn::StoreU(hn::Mul(sum, hn::Set(d, factor)), d, out + i);
+            hn::StoreU(hn::Mul(sum, hn::Set(d, factor)), d, to + i);
         });
-        partial = out;
+        partial = to;
         done += power;
     }
 }

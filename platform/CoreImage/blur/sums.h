@@ -16,8 +16,8 @@
 
 namespace core_image {
 
-// out[i] is the sum of the pixels in[i] ... in[i + width - 1], times scale, for an odd width of 3 and more. Memory has room for as
-// many pixels as are read, pixels + width - 1. None of the three overlap.
+// out[i] is the sum of the pixels in[i] ... in[i + width - 1], times scale, for an odd width of 3 and more. Memory has room for the
+// pixels that are read, pixels + width - 1, and for those that are written. None of the three overlap.
 //
 // By doubling: sums of two pixels, of four, of eight; a width is made of the powers of two in it.
 void SumAlongRow(const float* in, std::size_t width, float scale, float* memory, float* out, std::size_t pixels);
