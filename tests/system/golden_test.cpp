@@ -37,6 +37,7 @@ const Bound kBounds[] = {
     // Made by a version that blurred encoded values; its formula is compared by itself in tests/platform.
     {"CIBloom",                  6.4,    56},
     {"CIBoxBlur",                0.42,   2},
+    {"CIBumpDistortion",         0.01,   1},
     {"CICheckerboardGenerator",  0,      0},
     {"CICircularScreen",         0.039,  1},
     {"CIColorBurnBlendMode",     0.91,   14},

@@ -6,6 +6,7 @@
 #include "colour/colour.h"
 #include "compositing/compositing.h"
 #include "convolution/convolution.h"
+#include "distortion/distortion.h"
 #include "generator/generator.h"
 #include "geometry/geometry.h"
 #include "halftone/halftone.h"
@@ -40,9 +41,13 @@ constexpr Row kRows[] = {
     {"CIBlendWithMask",                  BlendWithMask},
     {"CIBloom",                          Bloom},
     {"CIBoxBlur",                        BoxBlur},
+    {"CIBumpDistortion",                 BumpDistortion},
+    {"CIBumpDistortionLinear",           BumpDistortionLinear},
     {"CICMYKHalftone",                   CMYKHalftone},
     {"CICheckerboardGenerator",          CheckerboardGenerator},
+    {"CICircleSplashDistortion",         CircleSplashDistortion},
     {"CICircularScreen",                 CircularScreen},
+    {"CICircularWrap",                   CircularWrap},
     {"CIColorBlendMode",                 ColourBlendMode},
     {"CIColorBurnBlendMode",             ColourBurnBlendMode},
     {"CIColorClamp",                     ColourClamp},
@@ -70,8 +75,10 @@ constexpr Row kRows[] = {
     {"CIDifferenceBlendMode",            DifferenceBlendMode},
     {"CIDiscBlur",                       DiscBlur},
     {"CIDisintegrateWithMaskTransition", DisintegrateWithMaskTransition},
+    {"CIDisplacementDistortion",         DisplacementDistortion},
     {"CIDissolveTransition",             DissolveTransition},
     {"CIDotScreen",                      DotScreen},
+    {"CIDroste",                         Droste},
     {"CIEdgeWork",                       EdgeWork},
     {"CIEdges",                          Edges},
     {"CIEightfoldReflectedTile",         EightfoldReflectedTile},
@@ -85,6 +92,8 @@ constexpr Row kRows[] = {
     {"CIGammaAdjust",                    GammaAdjust},
     {"CIGaussianBlur",                   GaussianBlur},
     {"CIGaussianGradient",               GaussianGradientGenerator},
+    {"CIGlassDistortion",                GlassDistortion},
+    {"CIGlassLozenge",                   GlassLozenge},
     {"CIGlideReflectedTile",             GlideReflectedTile},
     {"CIGloom",                          Gloom},
 };

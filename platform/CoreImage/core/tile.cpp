@@ -28,35 +28,36 @@ std::size_t FloatsPerRow(const Region& region) {
     return floats;
 }
 
-// Memory that begins on a cache line.
-//
-// Why not the C library's: it gives large blocks back to the system, and clearing them anew takes longer than what is done
-// in them. The address sanitizer, however, watches only that.
-float* Allocate(std::size_t count) {
-    constexpr std::size_t kAlignment = kLine * sizeof(float);
-#if __has_feature(address_sanitizer)
-    void* memory = std::aligned_alloc(kAlignment, count * sizeof(float));
-#else
-    void* memory = scalable_aligned_malloc(count * sizeof(float), kAlignment);
-#endif
-    if (memory == nullptr) throw std::bad_alloc();
-    return static_cast<float*>(memory);
-}
-
 }  // namespace
 
-void PixelBlock::Free::operator()(float* pixels) const {
+// Why not the C library's: it gives large blocks back to the system, and clearing them anew takes longer than what is done
+// in them. The address sanitizer, however, watches only that.
+void* AllocateKept(std::size_t bytes) {
+    constexpr std::size_t kAlignment = kLine * sizeof(float);
+    // A whole number of lines, as aligned_alloc wants it.
+    const std::size_t size = (std::max<std::size_t>(bytes, 1) + kAlignment - 1) / kAlignment * kAlignment;
 #if __has_feature(address_sanitizer)
-    std::free(pixels);
+    void* memory = std::aligned_alloc(kAlignment, size);
 #else
-    scalable_aligned_free(pixels);
+    void* memory = scalable_aligned_malloc(size, kAlignment);
+#endif
+    if (memory == nullptr) throw std::bad_alloc();
+    return memory;
+}
+
+void FreeKept::operator()(void* memory) const {
+#if __has_feature(address_sanitizer)
+    std::free(memory);
+#else
+    scalable_aligned_free(memory);
 #endif
 }
 
 PixelBlock::PixelBlock(const Region& region)
     : region_(region),
       floatsPerRow_(FloatsPerRow(region)),
-      pixels_(Allocate(std::max(kLine, floatsPerRow_ * static_cast<std::size_t>(region.height)))) {}
+      pixels_(
+          static_cast<float*>(AllocateKept(floatsPerRow_ * static_cast<std::size_t>(region.height) * sizeof(float)))) {}
 
 void Clear(const Tile& tile) {
     for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {

@@ -49,6 +49,12 @@ struct View {
     View part(const Region& inner) const { return {inner, pixel(inner.x, inner.y), floatsPerRow}; }
 };
 
+// Memory that begins on a cache line, and is kept for the next who asks when it is given back. Throws std::bad_alloc.
+void* AllocateKept(std::size_t bytes);
+struct FreeKept {
+    void operator()(void* memory) const;
+};
+
 // Memory for the pixels of a region, not cleared. Rows begin on whole cache lines.
 //
 // Blocks come and go with every tile, so their memory is kept for the next one (core/tile.cpp).
@@ -63,13 +69,9 @@ class PixelBlock {
     const float* row(std::int64_t y) const { return view().row(y); }
 
   private:
-    struct Free {
-        void operator()(float* pixels) const;
-    };
-
     Region region_;
     std::size_t floatsPerRow_;
-    std::unique_ptr<float[], Free> pixels_;
+    std::unique_ptr<float[], FreeKept> pixels_;
 };
 
 // Makes a tile transparent.

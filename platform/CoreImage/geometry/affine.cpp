@@ -30,6 +30,7 @@ class AffineWarp : public Warp {
         const double centreY = static_cast<double>(row.y) + 0.5;
         const double startX = inverse_.c * centreY + inverse_.tx, startY = inverse_.d * centreY + inverse_.ty;
         for (std::size_t index = 0; index < row.count; ++index) {
+            // Whole numbers of 32 bits become doubles several at once.
             const double centreX = static_cast<double>(row.x) + static_cast<double>(static_cast<int>(index)) + 0.5;
             x[index] = inverse_.a * centreX + startX;
             y[index] = inverse_.b * centreX + startY;

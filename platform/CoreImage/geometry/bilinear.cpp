@@ -9,6 +9,7 @@
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "geometry/bilinear.cpp"
+#include <hwy/cache_control.h>
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
@@ -63,13 +64,23 @@ HWY_INLINE void Split(const double* places, std::size_t count, double least, dou
     }
 }
 
+// How far ahead pixels are asked for, once for each cache line.
+//
+// Why: each row of a tile lies on another page of memory, and there the processor does not look ahead by itself.
+constexpr std::ptrdiff_t kRowsAhead = 3;
+constexpr std::size_t kPixelsPerLine = 4;
+
 HWY_INLINE void SampleCorners(const float* block, std::ptrdiff_t rowLength, const Corners& corners, std::size_t count,
-                              float* out) {
+                              std::ptrdiff_t outLength, float* out) {
     const hn::FixedTag<float, kFloatsPerPixel> d;
     const auto mix = [](auto a, auto b, auto k) HWY_ATTR { return hn::MulAdd(k, hn::Sub(b, a), a); };
     for (std::size_t index = 0; index < count; ++index, out += kFloatsPerPixel) {
         const float* from = block + corners.row[index] * rowLength +
                             static_cast<std::ptrdiff_t>(corners.column[index]) * std::ptrdiff_t{kFloatsPerPixel};
+        if (index % kPixelsPerLine == 0) {
+            hwy::Prefetch(from + kRowsAhead * rowLength);
+            hwy::Prefetch(out + outLength);
+        }
         const auto right = hn::Set(d, corners.right[index]), above = hn::Set(d, corners.above[index]);
         const auto lower = mix(hn::LoadU(d, from), hn::LoadU(d, from + kFloatsPerPixel), right);
         const auto upper = mix(hn::LoadU(d, from + rowLength), hn::LoadU(d, from + rowLength + kFloatsPerPixel), right);
@@ -88,7 +99,7 @@ HWY_ATTR void SampleTile(const View& source, const Places& places, const Tile& o
             Split(places.x(row) + start, count, left, mostX, corners.column, corners.right);
             Split(places.y(row) + start, count, bottom, mostY, corners.row, corners.above);
             SampleCorners(source.pixels, source.floatsPerRow, corners, std::min(count, out.width() - start),
-                          out.row(row) + start * kFloatsPerPixel);
+                          out.floatsPerRow, out.row(row) + start * kFloatsPerPixel);
         }
     }
 }
@@ -103,18 +114,14 @@ namespace {
 HWY_EXPORT(BoundsOfPlaces);
 HWY_EXPORT(SampleTile);
 
-// The length of rows for a width.
-std::size_t RowLength(std::int64_t width) {
-    return (static_cast<std::size_t>(width) + kPlaceStep - 1) / kPlaceStep * kPlaceStep;
-}
-
 }  // namespace
 
 // Why no check of the size: a tile's pixels already are in memory.
 Places::Places(const Region& region)
     : region_(region),
-      rowLength_(RowLength(region.width)),
-      numbers_(new double[2 * rowLength_ * static_cast<std::size_t>(region.height)]) {}
+      rowLength_(PlaceRowLength(region.width)),
+      numbers_(static_cast<double*>(
+          AllocateKept(2 * rowLength_ * static_cast<std::size_t>(region.height) * sizeof(double)))) {}
 
 void Places::finishRow(std::int64_t row) {
     const auto last = static_cast<std::size_t>(region_.width) - 1;

@@ -12,6 +12,11 @@ namespace core_image {
 // Rows of places are made longer to a multiple of this, so that they are worked on in whole vectors.
 inline constexpr std::size_t kPlaceStep = 16;
 
+// The length that a row of pixels is made.
+inline std::size_t PlaceRowLength(std::int64_t width) {
+    return (static_cast<std::size_t>(width) + kPlaceStep - 1) / kPlaceStep * kPlaceStep;
+}
+
 // Places further out than this are taken as this far out: they still are whole numbers of 32 bits.
 inline constexpr double kFarthestPlace = 1 << 30;
 
@@ -40,7 +45,7 @@ class Places {
 
     Region region_;
     std::size_t rowLength_;
-    std::unique_ptr<double[]> numbers_;  // for each row all x, then all y
+    std::unique_ptr<double[], FreeKept> numbers_;  // for each row all x, then all y
 };
 
 // The pixels that places within an extent are interpolated from, no further out than kFarthestPlace.

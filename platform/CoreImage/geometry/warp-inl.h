@@ -24,7 +24,7 @@ using PlaceVector = hn::Vec<PlaceTag>;
 
 HWY_INLINE PlaceVector Number(double value) { return hn::Set(PlaceTag(), value); }
 
-// Writes the places of a row: operator()(PlaceVector& x, PlaceVector& y).
+// Writes the places of a row: operator()(std::size_t index, PlaceVector& x, PlaceVector& y), with the index in the row.
 template <class Formula>
 HWY_INLINE void ForEachPlaceOf(const PlaceRow& row, double* x, double* y, const Formula& formula) {
     const PlaceTag d;
@@ -32,7 +32,7 @@ HWY_INLINE void ForEachPlaceOf(const PlaceRow& row, double* x, double* y, const 
     for (std::size_t index = 0; index < row.count; index += hn::Lanes(d)) {
         const double first = static_cast<double>(row.x + static_cast<std::int64_t>(index)) + 0.5;
         PlaceVector placeX = hn::Iota(d, first), placeY = centreY;
-        formula(placeX, placeY);
+        formula(index, placeX, placeY);
         hn::StoreU(placeX, d, x + index);
         hn::StoreU(placeY, d, y + index);
     }

@@ -2,6 +2,8 @@
 
 #include "geometry/warp.h"
 
+#include <hwy/cache_control.h>
+
 #include <optional>
 #include <utility>
 
@@ -34,16 +36,33 @@ struct Recipe {
     std::shared_ptr<const Warp> warp;
 };
 
+// The centres of a region's pixels.
+Extent CentresOf(const Region& region) {
+    const double x = static_cast<double>(region.x), y = static_cast<double>(region.y);
+    return {x + 0.5, y + 0.5, x + static_cast<double>(region.width) - 0.5,
+            y + static_cast<double>(region.height) - 0.5};
+}
+
+// Asks for a row that is going to be read, if there is one.
+//
+// Why: each row of a tile lies on another page of memory, and there the processor does not look ahead by itself.
+void AskFor(const View& view, std::int64_t y) {
+    if (y >= view.region.top()) return;
+    constexpr std::size_t kFloatsPerLine = 16;
+    for (std::size_t index = 0; index < view.width() * kFloatsPerPixel; index += kFloatsPerLine) {
+        hwy::Prefetch(view.row(y) + index);
+    }
+}
+
 class WarpStage : public Stage {
   public:
     WarpStage(const Recipe& recipe, const Region& region)
-        : warp_(recipe.warp), isEncoded_(recipe.isEncoded && IsMatching()), isGuided_(recipe.guide != nullptr) {
-        const double x = static_cast<double>(region.x), y = static_cast<double>(region.y);
-        const Extent centres = {x + 0.5, y + 0.5, x + static_cast<double>(region.width) - 0.5,
-                                y + static_cast<double>(region.height) - 0.5};
-        extent_ = recipe.input->extent();
+        : warp_(recipe.warp),
+          isEncoded_(recipe.isEncoded && IsMatching()),
+          isGuided_(recipe.guide != nullptr),
+          extent_(recipe.input->extent()) {
         // One more pixel on each side: what holds all places is rounded otherwise than each of them.
-        const Region source = WithRim(PixelsAround(warp_->source(centres).grownBy(1)), extent_);
+        const Region source = WithRim(PixelsAround(warp_->source(CentresOf(region)).grownBy(1)), extent_);
         if (warp_->isScattered() && !Clip(source, extent_).isEmpty() && PixelCount(source) <= kMostHeld) {
             held_.emplace(RenderBlock(recipe.input, source));
         } else {
@@ -53,9 +72,15 @@ class WarpStage : public Stage {
     }
 
     void render(const Tile& tile) const override {
+        if (!held_ && !warp_->moves(CentresOf(tile.region))) {
+            input_.render(tile);
+            decode(tile);
+            return;
+        }
         const Places places = placesOf(tile.region);
         if (held_) {
-            finish(held_->view(), places, tile);
+            SampleBilinear(held_->view(), places, tile);
+            decode(tile);
             return;
         }
         const Region needed = WithRim(PixelsAround(places.bounds()), extent_);
@@ -64,31 +89,31 @@ class WarpStage : public Stage {
         } else if (isTooSparse(needed, tile.region)) {
             renderHalves(tile);
         } else {
-            finish(Window(input_, needed).view(), places, tile);
+            SampleBilinear(Window(input_, needed).view(), places, tile);
+            decode(tile);
         }
     }
 
   private:
     Places placesOf(const Region& region) const {
-        std::optional<PixelBlock> guide;
-        Tile guideTile;
+        std::optional<Window> guide;
         if (isGuided_) {
-            guide.emplace(region.grownBy(warp_->guideMargin()));
-            guideTile = guide->tile();
-            guide_.render(guideTile);
+            Region seen = region;
+            seen.width = static_cast<std::int64_t>(PlaceRowLength(region.width));
+            guide.emplace(guide_, seen.grownBy(warp_->guideMargin()));
         }
         Places places(region);
         for (std::int64_t y = region.y; y < region.top(); ++y) {
             const PlaceRow row = {region.x, y, static_cast<std::size_t>(region.width),
-                                  isGuided_ ? &guideTile : nullptr};
+                                  isGuided_ ? &guide->view() : nullptr};
+            if (isGuided_) AskFor(guide->view(), y + 2);
             warp_->places(row, places.x(y), places.y(y));
             places.finishRow(y);
         }
         return places;
     }
 
-    void finish(const View& source, const Places& places, const Tile& tile) const {
-        SampleBilinear(source, places, tile);
+    void decode(const Tile& tile) const {
         if (!isEncoded_) return;
         for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
             DecodePremultipliedRow(tile.row(y), tile.width());

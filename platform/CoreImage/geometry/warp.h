@@ -20,7 +20,7 @@ namespace core_image {
 struct PlaceRow {
     std::int64_t x, y;  // the first pixel
     std::size_t count;
-    const Tile* guide;  // the guiding image around the row, as far as guideMargin(); null without one
+    const View* guide;  // the guiding image around the row, as far as guideMargin() and whole kPlaceStep; null without
 };
 
 // Where pixels come from. Each place depends on nothing but its pixel and the guide, so that the result does not depend on tiles.
@@ -34,6 +34,9 @@ class Warp {
     // An extent that holds the places of all pixels whose centres lie in an extent. It may be larger, which costs time where the
     // input is a blur or a reduction.
     virtual Extent source(const Extent& centres) const = 0;
+
+    // Whether any of the pixels whose centres lie in an extent come from elsewhere.
+    virtual bool moves(const Extent&) const { return true; }
 
     // Whether pixels side by side may come from places far apart. All of the source is then held in memory.
     virtual bool isScattered() const { return false; }

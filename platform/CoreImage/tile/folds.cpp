@@ -64,7 +64,7 @@ HWY_INLINE void FoldRow(const Cell& cell, const PlaceRow& row, double* x, double
     const PlaceVector area = Number(cell.firstX * cell.secondY - cell.firstY * cell.secondX);
     const PlaceVector firstX = Number(cell.firstX), firstY = Number(cell.firstY);
     const PlaceVector secondX = Number(cell.secondX), secondY = Number(cell.secondY);
-    ForEachPlaceOf(row, x, y, [&](PlaceVector& placeX, PlaceVector& placeY) HWY_ATTR {
+    ForEachPlaceOf(row, x, y, [&](std::size_t, PlaceVector& placeX, PlaceVector& placeY) HWY_ATTR {
         const PlaceVector right = hn::Sub(placeX, Number(cell.x)), up = hn::Sub(placeY, Number(cell.y));
         const PlaceVector s = hn::Div(hn::Sub(hn::Mul(right, secondY), hn::Mul(up, secondX)), area);
         const PlaceVector t = hn::Div(hn::Sub(hn::Mul(up, firstX), hn::Mul(right, firstY)), area);

@@ -1,0 +1,29 @@
+// bump.cpp - bumps, round and along a line. A radius too small to divide by leaves none.
+
+#include <cmath>
+
+#include "distortion/distortion.h"
+#include "distortion/formulas.h"
+
+namespace core_image {
+
+ImageRef BumpDistortion(const Inputs& inputs) {
+    ImageRef input = inputs.image("inputImage");
+    const double radius = inputs.number("inputRadius"), scale = inputs.number("inputScale");
+    if (input == nullptr || scale == 0 || !(radius > 1 / kLargestNumber)) return input;
+    const Extent extent = input->extent();
+    return MakeFormulaWarp(std::move(input), extent, BumpFormula{PointOf(inputs, "inputCenter"), radius, scale});
+}
+
+ImageRef BumpDistortionLinear(const Inputs& inputs) {
+    ImageRef input = inputs.image("inputImage");
+    const double radius = inputs.number("inputRadius"), scale = inputs.number("inputScale");
+    if (input == nullptr || scale == 0 || !(radius > 1 / kLargestNumber)) return input;
+    const double angle = inputs.number("inputAngle");
+    const Point normal = {-std::sin(angle), std::cos(angle)};
+    const Extent extent = input->extent();
+    return MakeFormulaWarp(std::move(input), extent,
+                           LinearBumpFormula{PointOf(inputs, "inputCenter"), normal, radius, scale});
+}
+
+}  // namespace core_image

@@ -1,0 +1,66 @@
+// circle.cpp - a picture that runs outward from a circle, and one that stands on it.
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+#include "core/engine.h"
+#include "distortion/distortion.h"
+#include "distortion/formulas.h"
+
+namespace core_image {
+namespace {
+
+// Takes a pixel at an angle and a distance from a circle from that far along and above the lower edge of an extent.
+class CircularWarp : public Warp {
+  public:
+    CircularWarp(const Extent& extent, const Point& centre, double radius, double angle)
+        : extent_(extent), centre_(centre), radius_(radius), turn_(std::remainder(angle, 2 * std::numbers::pi)) {}
+
+    void places(const PlaceRow& row, double* x, double* y) const override {
+        const double middle = (extent_.left + extent_.right) / 2;
+        const double dy = static_cast<double>(row.y) + 0.5 - centre_.y;
+        for (std::size_t index = 0; index < row.count; ++index) {
+            const double dx = static_cast<double>(row.x + static_cast<std::int64_t>(index)) + 0.5 - centre_.x;
+            // Clockwise from the top, so that what is written on the circle reads from left to right.
+            const double fromTop = std::remainder(std::atan2(dx, dy) + turn_, 2 * std::numbers::pi);
+            x[index] = middle + radius_ * fromTop;
+            y[index] = extent_.bottom + std::sqrt(dx * dx + dy * dy) - radius_;
+        }
+    }
+
+    Extent source(const Extent&) const override { return extent_; }
+
+  private:
+    Extent extent_;
+    Point centre_;
+    double radius_;
+    double turn_;
+};
+
+}  // namespace
+
+ImageRef CircleSplashDistortion(const Inputs& inputs) {
+    ImageRef input = inputs.image("inputImage");
+    if (input == nullptr || input->extent().isEmpty()) return input;
+    const double radius = std::max(0.0, inputs.number("inputRadius"));
+    return MakeFormulaWarp(std::move(input), Extent::infinite(), SplashFormula{PointOf(inputs, "inputCenter"), radius});
+}
+
+// The lower edge keeps its length; what stands higher becomes wider. An image longer than the circle loses its ends.
+ImageRef CircularWrap(const Inputs& inputs) {
+    ImageRef input = inputs.image("inputImage");
+    if (input == nullptr || input->extent().isEmpty()) return input;
+    const Extent extent = input->extent();
+    Region pixels;
+    if (!RegionOfExtent(extent, &pixels)) return nullptr;
+    const Point centre = PointOf(inputs, "inputCenter");
+    const double radius = std::max(0.0, inputs.number("inputRadius"));
+    const double reach = radius + extent.top - extent.bottom;
+    const Extent bent = {std::floor(centre.x - reach), std::floor(centre.y - reach), std::ceil(centre.x + reach),
+                         std::ceil(centre.y + reach)};
+    return MakeWarpedImage(std::move(input),
+                           std::make_shared<CircularWarp>(extent, centre, radius, inputs.number("inputAngle")), bent);
+}
+
+}  // namespace core_image

@@ -1,0 +1,219 @@
+// formulas.cpp - where pixels come from. Compiled once for every instruction set.
+
+#include "distortion/formulas.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "core/luminance.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "distortion/formulas.cpp"
+#include <hwy/foreach_target.h>
+
+#include "geometry/warp-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace core_image::HWY_NAMESPACE {
+
+using V = PlaceVector;
+
+HWY_INLINE V Clamp01(V t) { return hn::Min(hn::Max(t, Number(0)), Number(1)); }
+
+// 1 - smooth(t) for t of 0 at least; exactly 0 from 1 on.
+HWY_INLINE V Fall(V t) {
+    t = hn::Min(t, Number(1));
+    return hn::NegMulAdd(hn::Mul(t, t), hn::NegMulAdd(Number(2), t, Number(3)), Number(1));
+}
+
+HWY_INLINE V Length(V x, V y) { return hn::Sqrt(hn::MulAdd(x, x, hn::Mul(y, y))); }
+
+// What stands of a guide behind the pixels of one vector.
+struct Guide {
+    const PlaceRow& row;
+    std::size_t index;
+
+    // The luminance, times alpha, that many pixels further right and further up.
+    HWY_INLINE V light(std::int64_t right, std::int64_t up, V* alpha = nullptr) const {
+        constexpr float kRed = kLuminance[0], kGreen = kLuminance[1], kBlue = kLuminance[2];
+        const hn::Rebind<float, PlaceTag> d;
+        const View& view = *row.guide;
+        const auto column = static_cast<std::size_t>(row.x + right - view.region.x) + index;
+        auto red = hn::Zero(d), green = red, blue = red, opacity = red;
+        hn::LoadInterleaved4(d, view.row(row.y + up) + column * kFloatsPerPixel, red, green, blue, opacity);
+        const auto sum =
+            hn::MulAdd(red, hn::Set(d, kRed), hn::MulAdd(green, hn::Set(d, kGreen), hn::Mul(blue, hn::Set(d, kBlue))));
+        if (alpha != nullptr) *alpha = within01(opacity);
+        return within01(sum);
+    }
+
+    // Numbers within 0...1; what is no number is 0.
+    template <class Floats>
+    HWY_INLINE V within01(Floats numbers) const {
+        const hn::DFromV<Floats> d;
+        numbers = hn::IfThenElseZero(hn::Eq(numbers, numbers), numbers);
+        return hn::PromoteTo(PlaceTag(), hn::Min(hn::Max(numbers, hn::Zero(d)), hn::Set(d, 1.0f)));
+    }
+};
+
+HWY_INLINE void Move(const BumpFormula& f, const Guide&, V& x, V& y) {
+    const V dx = hn::Sub(x, Number(f.centre.x)), dy = hn::Sub(y, Number(f.centre.y));
+    const V share = hn::Mul(Fall(hn::Mul(Length(dx, dy), Number(1 / f.radius))), Number(f.scale));
+    x = hn::NegMulAdd(dx, share, x);
+    y = hn::NegMulAdd(dy, share, y);
+}
+
+HWY_INLINE void Move(const LinearBumpFormula& f, const Guide&, V& x, V& y) {
+    const V nx = Number(f.normal.x), ny = Number(f.normal.y);
+    const V distance = hn::MulAdd(hn::Sub(x, Number(f.centre.x)), nx, hn::Mul(hn::Sub(y, Number(f.centre.y)), ny));
+    const V fall = Fall(hn::Mul(hn::Abs(distance), Number(1 / f.radius)));
+    const V move = hn::Mul(hn::Mul(distance, fall), Number(f.scale));
+    x = hn::NegMulAdd(nx, move, x);
+    y = hn::NegMulAdd(ny, move, y);
+}
+
+HWY_INLINE void Move(const SplashFormula& f, const Guide&, V& x, V& y) {
+    const V cx = Number(f.centre.x), cy = Number(f.centre.y), radius = Number(f.radius);
+    const V dx = hn::Sub(x, cx), dy = hn::Sub(y, cy);
+    const V distance = Length(dx, dy);
+    const auto outside = hn::Gt(distance, radius);
+    const V share = hn::Div(radius, distance);
+    x = hn::IfThenElse(outside, hn::MulAdd(dx, share, cx), x);
+    y = hn::IfThenElse(outside, hn::MulAdd(dy, share, cy), y);
+}
+
+// Light that leaves the glass upward was bent where it entered from below the round surface: by Snell's law, with r the distance
+// from the axis in radii, sin a = r and sin b = r / refraction, 1 at most. Below the height h = sqrt(1 - r r) of the surface it has
+// moved by h tan(a - b) towards the axis - no further than to the mirrored place, whose distance is as large.
+HWY_INLINE void Move(const LozengeFormula& f, const Guide&, V& x, V& y) {
+    const double squaredLength = f.way.x * f.way.x + f.way.y * f.way.y;
+    const V fromX = hn::Sub(x, Number(f.start.x)), fromY = hn::Sub(y, Number(f.start.y));
+    const V along = hn::MulAdd(fromX, Number(f.way.x), hn::Mul(fromY, Number(f.way.y)));
+    const V nearest = Clamp01(hn::Mul(along, Number(squaredLength > 0 ? 1 / squaredLength : 0)));
+    const V dx = hn::NegMulAdd(nearest, Number(f.way.x), fromX), dy = hn::NegMulAdd(nearest, Number(f.way.y), fromY);
+    const V sinA = hn::Min(hn::Mul(Length(dx, dy), Number(1 / f.radius)), Number(1));
+    const V sinB = hn::Min(hn::Mul(sinA, Number(1 / f.refraction)), Number(1));
+    const V cosA = hn::Sqrt(hn::NegMulAdd(sinA, sinA, Number(1))),
+            cosB = hn::Sqrt(hn::NegMulAdd(sinB, sinB, Number(1)));
+    const V sine = hn::Sub(hn::Mul(sinA, cosB), hn::Mul(cosA, sinB));
+    const V cosine = hn::MulAdd(cosA, cosB, hn::Mul(sinA, sinB));
+    // On the axis itself nothing moves, as there is nothing to multiply.
+    const V share = hn::Div(hn::Mul(cosA, sine), hn::Max(hn::Mul(sinA, cosine), Number(1e-12)));
+    const V move = hn::Min(share, Number(2));
+    x = hn::NegMulAdd(dx, move, x);
+    y = hn::NegMulAdd(dy, move, y);
+}
+
+HWY_INLINE void Move(const DisplacementFormula& f, const Guide& guide, V& x, V& y) {
+    V alpha;
+    const V light = guide.light(0, 0, &alpha);
+    const V move = hn::Mul(hn::NegMulAdd(alpha, Number(0.5), hn::Min(light, alpha)), Number(f.scale));
+    x = hn::Add(x, move);
+    y = hn::Add(y, move);
+}
+
+HWY_INLINE void Move(const GlassFormula& f, const Guide& guide, V& x, V& y) {
+    const V half = Number(f.scale / 2);
+    x = hn::MulAdd(hn::Sub(guide.light(1, 0), guide.light(-1, 0)), half, x);
+    y = hn::MulAdd(hn::Sub(guide.light(0, 1), guide.light(0, -1)), half, y);
+}
+
+#define CORE_IMAGE_DEFINE(name)                                                                               \
+    HWY_ATTR void FindPlaces##name(const name##Formula& formula, const PlaceRow& row, double* x, double* y) { \
+        ForEachPlaceOf(row, x, y, [&](std::size_t index, V& placeX, V& placeY) HWY_ATTR {                     \
+            Move(formula, Guide{row, index}, placeX, placeY);                                                 \
+        });                                                                                                   \
+    }
+CORE_IMAGE_WARP_FORMULAS(CORE_IMAGE_DEFINE)
+#undef CORE_IMAGE_DEFINE
+
+}  // namespace core_image::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace core_image {
+namespace {
+
+// The largest value of t (1 - smooth(t)), rounded up: no bump moves anything by more than this many radii times scale.
+constexpr double kLargestFall = 0.26;
+
+// The extent from one point to another, whichever lies further left or further down.
+Extent Spanning(const Point& a, const Point& b) {
+    return {std::min(a.x, b.x), std::min(a.y, b.y), std::max(a.x, b.x), std::max(a.y, b.y)};
+}
+
+// Whether two extents have a point in common, which for centres of one row of pixels is more than sharing an area.
+bool Meet(const Extent& a, const Extent& b) {
+    return a.left <= b.right && b.left <= a.right && a.bottom <= b.top && b.bottom <= a.top;
+}
+
+// The smallest extent that holds both, of which neither is empty even where it has no area.
+Extent Both(const Extent& a, const Extent& b) {
+    return {std::min(a.left, b.left), std::min(a.bottom, b.bottom), std::max(a.right, b.right), std::max(a.top, b.top)};
+}
+
+// How far a number lies outside a range.
+double Gap(double least, double most, double number) { return std::max({0.0, least - number, number - most}); }
+
+Extent BoxOf(const LozengeFormula& f) {
+    return Spanning(f.start, {f.start.x + f.way.x, f.start.y + f.way.y}).grownBy(f.radius);
+}
+
+}  // namespace
+
+bool BumpFormula::moves(const Extent& centres) const {
+    return std::hypot(Gap(centres.left, centres.right, centre.x), Gap(centres.bottom, centres.top, centre.y)) < radius;
+}
+Extent BumpFormula::source(const Extent& centres) const {
+    return moves(centres) ? centres.grownBy(kLargestFall * radius * std::abs(scale)) : centres;
+}
+
+bool LinearBumpFormula::moves(const Extent& centres) const {
+    // The middle's distance from the line, less how far a corner may be nearer.
+    const Point middle = {(centres.left + centres.right) / 2 - centre.x, (centres.bottom + centres.top) / 2 - centre.y};
+    const double nearer = std::abs(normal.x) * (centres.right - centres.left) / 2 +
+                          std::abs(normal.y) * (centres.top - centres.bottom) / 2;
+    return std::abs(middle.x * normal.x + middle.y * normal.y) - nearer < radius;
+}
+Extent LinearBumpFormula::source(const Extent& centres) const {
+    const double most = kLargestFall * radius * std::abs(scale);
+    const double x = most * std::abs(normal.x), y = most * std::abs(normal.y);
+    return {centres.left - x, centres.bottom - y, centres.right + x, centres.top + y};
+}
+
+bool SplashFormula::moves(const Extent& centres) const {
+    const double x = std::max(std::abs(centres.left - centre.x), std::abs(centres.right - centre.x));
+    const double y = std::max(std::abs(centres.bottom - centre.y), std::abs(centres.top - centre.y));
+    return std::hypot(x, y) > radius;
+}
+// A place lies between the centre and the pixel, and in the circle.
+Extent SplashFormula::source(const Extent& centres) const {
+    const Extent towards = Both(centres, Spanning(centre, centre));
+    const Extent circle = Spanning(centre, centre).grownBy(radius);
+    return {std::max(towards.left, circle.left), std::max(towards.bottom, circle.bottom),
+            std::min(towards.right, circle.right), std::min(towards.top, circle.top)};
+}
+
+bool LozengeFormula::moves(const Extent& centres) const { return Meet(centres, BoxOf(*this)); }
+// Glass that is denser than what surrounds it takes light from below itself; thinner one from up to (1 / n - n) radii further.
+Extent LozengeFormula::source(const Extent& centres) const {
+    if (!moves(centres)) return centres;
+    return Both(centres, BoxOf(*this).grownBy(radius * std::max(0.0, 1 / refraction - refraction)));
+}
+
+bool DisplacementFormula::moves(const Extent&) const { return true; }
+Extent DisplacementFormula::source(const Extent& centres) const { return centres.grownBy(std::abs(scale) / 2); }
+
+bool GlassFormula::moves(const Extent&) const { return true; }
+Extent GlassFormula::source(const Extent& centres) const { return centres.grownBy(std::abs(scale) / 2); }
+
+#define CORE_IMAGE_DISPATCH(name)                                                              \
+    HWY_EXPORT(FindPlaces##name);                                                              \
+    void FindPlaces(const name##Formula& formula, const PlaceRow& row, double* x, double* y) { \
+        HWY_DYNAMIC_DISPATCH(FindPlaces##name)(formula, row, x, y);                            \
+    }
+CORE_IMAGE_WARP_FORMULAS(CORE_IMAGE_DISPATCH)
+#undef CORE_IMAGE_DISPATCH
+
+}  // namespace core_image
+#endif

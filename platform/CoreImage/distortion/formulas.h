@@ -1,0 +1,121 @@
+// formulas.h - warps computed in the widest instructions that the processor has: their parameters, and the loops.
+//
+// In the comments p is a pixel's centre, S(p) the input there, and smooth(t) = t t (3 - 2 t) with t kept within 0...1.
+// Threads:  any.
+// Adding one: a struct here and its line in the list; its places in formulas.cpp.
+
+#pragma once
+
+#include <memory>
+#include <utility>
+
+#include "core/inputs.h"
+#include "geometry/warp.h"
+
+namespace core_image {
+
+// Every formula: its struct is called ...Formula.
+#define CORE_IMAGE_WARP_FORMULAS(FORMULA) \
+    FORMULA(Bump)                         \
+    FORMULA(LinearBump)                   \
+    FORMULA(Splash)                       \
+    FORMULA(Lozenge)                      \
+    FORMULA(Displacement)                 \
+    FORMULA(Glass)
+
+// A point, or the way from one to another.
+struct Point {
+    double x, y;
+};
+
+// S(p - d scale (1 - smooth(|d| / radius))), where d is p as seen from the centre.
+struct BumpFormula {
+    Point centre;
+    double radius;  // above 0
+    double scale;
+
+    Extent source(const Extent& centres) const;
+    bool moves(const Extent& centres) const;
+};
+
+// The same where d is p as seen from the nearest point of a line.
+struct LinearBumpFormula {
+    Point centre;   // a point of the line
+    Point normal;   // across the line, of length 1
+    double radius;  // above 0
+    double scale;
+
+    Extent source(const Extent& centres) const;
+    bool moves(const Extent& centres) const;
+};
+
+// S(p) in a circle, and S on the circle in the direction of p outside.
+struct SplashFormula {
+    Point centre;
+    double radius;
+
+    Extent source(const Extent& centres) const;
+    bool moves(const Extent& centres) const;
+};
+
+// A rod of glass, half of which stands out of the image; see formulas.cpp.
+struct LozengeFormula {
+    Point start;
+    Point way;          // to the other end of the axis
+    double radius;      // above 0
+    double refraction;  // above 0
+
+    Extent source(const Extent& centres) const;
+    bool moves(const Extent& centres) const;
+};
+
+// S(p + scale (luminance - 0.5) (1, 1)). The guide's luminance is kept within 0...1, and moves the less the more transparent it is.
+struct DisplacementFormula {
+    double scale;
+
+    Extent source(const Extent& centres) const;
+    bool moves(const Extent& centres) const;
+};
+
+// S(p + scale slope). The guide's luminance, within 0...1, is the height of the glass, and the slope how much that rises to the
+// right and upward from one neighbour to the other, divided by two.
+struct GlassFormula {
+    double scale;
+
+    Extent source(const Extent& centres) const;
+    bool moves(const Extent& centres) const;
+};
+
+#define CORE_IMAGE_DECLARE(name) \
+    void FindPlaces(const name##Formula& formula, const PlaceRow& row, double* x, double* y);
+CORE_IMAGE_WARP_FORMULAS(CORE_IMAGE_DECLARE)
+#undef CORE_IMAGE_DECLARE
+
+// A formula as a warp.
+template <class Formula, std::int64_t kGuideMargin>
+class FormulaWarp : public Warp {
+  public:
+    explicit FormulaWarp(const Formula& formula) : formula_(formula) {}
+
+    void places(const PlaceRow& row, double* x, double* y) const override { FindPlaces(formula_, row, x, y); }
+    Extent source(const Extent& centres) const override { return formula_.source(centres); }
+    bool moves(const Extent& centres) const override { return formula_.moves(centres); }
+    std::int64_t guideMargin() const override { return kGuideMargin; }
+
+  private:
+    Formula formula_;
+};
+
+// The image of an input under a formula, within an extent. A guide is seen as far as its margin.
+template <std::int64_t kGuideMargin = 0, class Formula>
+ImageRef MakeFormulaWarp(ImageRef input, const Extent& extent, const Formula& formula, ImageRef guide = nullptr) {
+    return MakeWarpedImage(std::move(input), std::make_shared<FormulaWarp<Formula, kGuideMargin>>(formula), extent,
+                           Light::asStored, std::move(guide));
+}
+
+// A vector's first two elements.
+inline Point PointOf(const Inputs& inputs, std::string_view key) {
+    return {inputs.element(key, 0), inputs.element(key, 1)};
+}
+
+}  // namespace core_image

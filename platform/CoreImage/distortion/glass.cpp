@@ -1,0 +1,50 @@
+// glass.cpp - pictures seen through something: moved by a second picture, or behind glass.
+
+#include <algorithm>
+
+#include "distortion/distortion.h"
+#include "distortion/formulas.h"
+#include "geometry/affine.h"
+#include "geometry/repeat.h"
+
+namespace core_image {
+
+// Grey moves along the diagonal, both directions by the same number; what is transparent moves nothing.
+ImageRef DisplacementDistortion(const Inputs& inputs) {
+    ImageRef input = inputs.image("inputImage"), guide = inputs.image("inputDisplacementImage");
+    if (input == nullptr || guide == nullptr) return nullptr;
+    const double scale = inputs.number("inputScale");
+    if (scale == 0) return input;
+    const Extent extent = input->extent();
+    return MakeFormulaWarp(std::move(input), extent, DisplacementFormula{scale}, std::move(guide));
+}
+
+// The texture is a relief, of which slopes refract: flat glass of any thickness shows the picture as it is.
+ImageRef GlassDistortion(const Inputs& inputs) {
+    ImageRef input = inputs.image("inputImage"), texture = inputs.image("inputTexture");
+    if (input == nullptr || texture == nullptr) return nullptr;
+    const double scale = inputs.number("inputScale");
+    if (scale == 0 || texture->extent().isEmpty()) return input;
+    // The texture's lower left corner stands at the centre.
+    const Point centre = PointOf(inputs, "inputCenter");
+    const Extent& cell = texture->extent();
+    Affine move;
+    if (!cell.isInfinite()) move.tx = centre.x - cell.left, move.ty = centre.y - cell.bottom;
+    const Extent extent = input->extent();
+    return MakeFormulaWarp</*kGuideMargin=*/1>(std::move(input), extent, GlassFormula{scale},
+                                               MakeAffineImage(MakeTiledImage(std::move(texture)), move));
+}
+
+// Glass as dense as what surrounds it, and none at all, changes nothing. Both points may be the same: a round lens.
+ImageRef GlassLozenge(const Inputs& inputs) {
+    ImageRef input = inputs.image("inputImage");
+    const double radius = inputs.number("inputRadius"), refraction = inputs.number("inputRefraction");
+    if (input == nullptr || refraction == 1 || !(radius > 1 / kLargestNumber)) return input;
+    const Point start = PointOf(inputs, "inputPoint0"), end = PointOf(inputs, "inputPoint1");
+    const Extent extent = input->extent();
+    return MakeFormulaWarp(
+        std::move(input), extent,
+        LozengeFormula{start, {end.x - start.x, end.y - start.y}, radius, std::max(refraction, 1 / kLargestNumber)});
+}
+
+}  // namespace core_image
