@@ -68,16 +68,20 @@ void ReadTransform(id value, core_image::InputValue* input) {
     input->elements = numbers;
 }
 
-// The colour space that an object is, if it is one.
-core_image::ColourSpace SpaceOfObject(id object) {
+// Reads the colour space that an object is, if it is one of red, green and blue.
+void ReadSpace(id object, core_image::InputValue* input) {
+    input->space = core_image::ColourSpace::other;
     CGColorSpaceRef known = CGColorSpaceCreateDeviceRGB();
     const bool isSpace = [object isKindOfClass:[(id)known class]];
     CGColorSpaceRelease(known);
-    if (!isSpace) return core_image::ColourSpace::other;
+    if (!isSpace || CGColorSpaceGetModel((CGColorSpaceRef)object) != kCGColorSpaceModelRGB) return;
     const core_image::SpaceCoding coding = core_image::CodingOfSpace((CGColorSpaceRef)object);
-    if (coding.profile.bytes != nullptr) return core_image::ColourSpace::other;
-    return coding.transfer == core_image::Transfer::linear ? core_image::ColourSpace::linear
-                                                           : core_image::ColourSpace::sRGB;
+    input->bytes = coding.profile.bytes;
+    input->count = coding.profile.length;
+    const bool isLinear = coding.transfer == core_image::Transfer::linear;
+    input->space = coding.profile.bytes != nullptr ? core_image::ColourSpace::profile
+                   : isLinear                      ? core_image::ColourSpace::linear
+                                                   : core_image::ColourSpace::sRGB;
 }
 
 // Reads one input as its kind demands. A nil image stays empty; any other nil reads as the default.
@@ -109,7 +113,7 @@ void ReadInput(const InputDescription& description, id value, core_image::InputV
             input->count = [(NSData*)value length];
             break;
         case InputKind::object:
-            input->space = SpaceOfObject(value);
+            ReadSpace(value, input);
             break;
     }
 }

@@ -211,6 +211,23 @@ TEST(ColourMatchingTest, PicturesOfAnySpaceAreInterpolatedAsTheyAreStored) {
     EXPECT_NEAR(Light(moved)[1], std::pow((64 / 255.0 + 0.055) / 1.055, 2.4), kStep);
 }
 
+// Eight texels that exchange red and blue, asked with the numbers of Adobe RGB.
+TEST(ColourMatchingTest, ColourCubeIsInTheSpaceThatItNames) {
+    std::vector<float> texels;
+    for (int index = 0; index < 8; ++index) {
+        for (const int bit : {4, 2, 1}) texels.push_back((index & bit) != 0 ? 1.0f : 0.0f);
+        texels.push_back(1);
+    }
+    CGColorSpaceRef space = Named(kCGColorSpaceAdobeRGB1998);
+    CIFilter* filter = FilterOn(@"CIColorCubeWithColorSpace", Pixel(space, {51, 102, 204, 255}));
+    [filter setValue:[NSData dataWithBytes:texels.data() length:texels.size() * sizeof(float)] forKey:@"inputCubeData"];
+    [filter setValue:[NSNumber numberWithInt:2] forKey:@"inputCubeDimension"];
+    [filter setValue:(id)space forKey:@"inputColorSpace"];
+    EXPECT_EQ(BytesIn(space, [filter outputImage]), (std::vector<std::uint8_t>{204, 102, 51, 255}));
+    [filter setValue:(id)Named(kCGColorSpaceGenericGray) forKey:@"inputColorSpace"];
+    EXPECT_EQ([filter outputImage], nil);
+}
+
 TEST(ColourMatchingTest, WithoutAWorkingSpaceFiltersSeeTheNumbersOfTheBitmap) {
     NSDictionary* options = [NSDictionary dictionaryWithObject:[NSNull null] forKey:kCIContextWorkingColorSpace];
     CIContext* unmatched = [CIContext contextWithOptions:options];

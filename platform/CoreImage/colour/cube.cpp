@@ -8,6 +8,7 @@
 
 #include "colour/colour.h"
 #include "colour/cube_kernels.h"
+#include "core/colour_matching.h"
 #include "core/point.h"
 
 namespace core_image {
@@ -60,12 +61,22 @@ ImageRef ColourCube(const Inputs& inputs) {
 }
 
 ImageRef ColourCubeWithColourSpace(const Inputs& inputs) {
-    const ColourSpace space = inputs.space("inputColorSpace");
+    ColourSpace space = inputs.space("inputColorSpace");
     if (space == ColourSpace::other) return nullptr;
+    Coding toSpace, toLight;
+    if (space == ColourSpace::profile) {
+        toSpace = CodingOfProfile(inputs.profile("inputColorSpace"), MatchingDirection::fromLight);
+        toLight = CodingOfProfile(inputs.profile("inputColorSpace"), MatchingDirection::toLight);
+        space = toSpace.transfer == Transfer::linear ? ColourSpace::linear : ColourSpace::sRGB;
+    }
     if (space != ColourSpace::sRGB) return ColourCube(inputs);
     ImageRef input = inputs.image("inputImage");
     std::unique_ptr<const Cube> cube = ReadCube(inputs);
     if (input == nullptr || cube == nullptr) return nullptr;
+    if (toSpace.conversion != nullptr && toLight.conversion != nullptr) {
+        ImageRef numbers = MakeConvertedImage(std::move(input), std::move(toSpace.conversion));
+        return MakeConvertedImage(MakePointImage(std::move(numbers), std::move(cube)), std::move(toLight.conversion));
+    }
     ImageRef encoded = MakePointImage(std::move(input), std::make_unique<Encoding>());
     return MakePointImage(MakePointImage(std::move(encoded), std::move(cube)), std::make_unique<Decoding>());
 }

@@ -49,7 +49,7 @@ class ProfileConversion : public ColourConversion {
     bool spreadsGrey_;  // what came out is grey, in the red
 };
 
-std::shared_ptr<const ColourConversion> MakeConversion(const std::string& bytes, Direction direction) {
+std::shared_ptr<const ColourConversion> MakeConversion(const std::string& bytes, MatchingDirection direction) {
     if (bytes.size() > std::numeric_limits<cmsUInt32Number>::max()) return nullptr;
     const OpenProfile own(cmsOpenProfileFromMem(bytes.data(), static_cast<cmsUInt32Number>(bytes.size())),
                           cmsCloseProfile);
@@ -60,7 +60,7 @@ std::shared_ptr<const ColourConversion> MakeConversion(const std::string& bytes,
     const cmsUInt32Number ownPixels = isGray ? kGrayPixels : TYPE_RGBA_FLT;
     // Why no optimizing: it would replace the formulas by tables that end at 0 and 1. Why no cache: threads share a conversion.
     constexpr cmsUInt32Number kFlags = cmsFLAGS_NOOPTIMIZE | cmsFLAGS_NOCACHE;
-    const bool toLight = direction == Direction::toLight;
+    const bool toLight = direction == MatchingDirection::toLight;
     cmsHTRANSFORM transform = toLight ? cmsCreateTransform(own.get(), ownPixels, light.get(), TYPE_RGBA_FLT,
                                                            INTENT_RELATIVE_COLORIMETRIC, kFlags)
                                       : cmsCreateTransform(light.get(), TYPE_RGBA_FLT, own.get(), ownPixels,
@@ -88,19 +88,19 @@ bool IsCurve(const ColourConversion& toLight, float (*curve)(float)) {
     return true;
 }
 
-Coding MakeCoding(const std::string& bytes, Direction direction) {
-    const auto toLight = MakeConversion(bytes, Direction::toLight);
+Coding MakeCoding(const std::string& bytes, MatchingDirection direction) {
+    const auto toLight = MakeConversion(bytes, MatchingDirection::toLight);
     if (toLight == nullptr || IsCurve(*toLight, DecodeSRGB)) return {Transfer::sRGB, nullptr};
     if (IsCurve(*toLight, [](float value) { return value; })) return {Transfer::linear, nullptr};
-    return {Transfer::sRGB, direction == Direction::toLight ? toLight : MakeConversion(bytes, direction)};
+    return {Transfer::sRGB, direction == MatchingDirection::toLight ? toLight : MakeConversion(bytes, direction)};
 }
 
 }  // namespace
 
-Coding CodingOfProfile(const Profile& profile, Direction direction) {
+Coding CodingOfProfile(const Profile& profile, MatchingDirection direction) {
     struct Made {
         std::string bytes;
-        Direction direction;
+        MatchingDirection direction;
         Coding coding;
     };
     constexpr std::size_t kMostKept = 16;

@@ -21,7 +21,7 @@ struct Profile {
 };
 
 // What a conversion leads to.
-enum class Direction { toLight, fromLight };
+enum class MatchingDirection { toLight, fromLight };
 
 // Converts colours of one profile in one direction.
 class ColourConversion {
@@ -40,6 +40,6 @@ struct Coding {
 
 // The coding of a profile: of red, green and blue, or of grey, which stands in the red and is given to all three. The curve of sRGB
 // for what cannot be understood.
-Coding CodingOfProfile(const Profile& profile, Direction direction);
+Coding CodingOfProfile(const Profile& profile, MatchingDirection direction);
 
 }  // namespace core_image

@@ -73,8 +73,8 @@ ImageRef MakeMatchedImage(ImageRef numbers, std::shared_ptr<const ColourConversi
     return std::make_shared<MatchedImage>(std::move(numbers), std::move(toLight), /*isEncoded=*/false);
 }
 
-ImageRef MakeImageInSpace(ImageRef image, std::shared_ptr<const ColourConversion> fromLight) {
-    return MakePointImage(std::move(image), std::make_unique<Converting>(std::move(fromLight), /*encodes=*/false));
+ImageRef MakeConvertedImage(ImageRef image, std::shared_ptr<const ColourConversion> conversion) {
+    return MakePointImage(std::move(image), std::make_unique<Converting>(std::move(conversion), /*encodes=*/false));
 }
 
 WithoutMatching::WithoutMatching() : before_(std::exchange(isSwitchedOff, true)) {}

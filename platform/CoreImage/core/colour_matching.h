@@ -15,8 +15,8 @@ namespace core_image {
 // An image of a bitmap whose numbers were read as they are, with a conversion to light.
 ImageRef MakeMatchedImage(ImageRef numbers, std::shared_ptr<const ColourConversion> toLight);
 
-// The image as numbers of a space, from light.
-ImageRef MakeImageInSpace(ImageRef image, std::shared_ptr<const ColourConversion> fromLight);
+// An image under a conversion: from light to the numbers of a space, or back.
+ImageRef MakeConvertedImage(ImageRef image, std::shared_ptr<const ColourConversion> conversion);
 
 // Switches matching off, for what this thread prepares while the scope lasts.
 class WithoutMatching {

@@ -38,7 +38,7 @@ ImageHandle* MakeBitmap(const BitmapSource& source, const Profile& profile, Pixe
         // The owner is released even when making its shared pointer fails.
         std::shared_ptr<const void> shared(owner.object, owner.release);
         if (profile.bytes == nullptr) return MakeBitmapImage(source, std::move(shared));
-        Coding coding = CodingOfProfile(profile, Direction::toLight);
+        Coding coding = CodingOfProfile(profile, MatchingDirection::toLight);
         BitmapSource coded = source;
         coded.transfer = coding.conversion == nullptr ? coding.transfer : Transfer::linear;
         ImageRef image = MakeBitmapImage(coded, std::move(shared));
@@ -78,9 +78,9 @@ bool RenderImage(ImageHandle* image, const Region& region, const BitmapDestinati
             off.emplace();
             coded.transfer = Transfer::linear;
         } else if (output.profile.bytes != nullptr) {
-            Coding coding = CodingOfProfile(output.profile, Direction::fromLight);
+            Coding coding = CodingOfProfile(output.profile, MatchingDirection::fromLight);
             coded.transfer = coding.conversion == nullptr ? coding.transfer : Transfer::linear;
-            if (coding.conversion != nullptr) shown = MakeImageInSpace(shown, std::move(coding.conversion));
+            if (coding.conversion != nullptr) shown = MakeConvertedImage(shown, std::move(coding.conversion));
         }
         Render(shown, region, coded);
         return true;

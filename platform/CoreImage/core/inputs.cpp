@@ -60,6 +60,11 @@ ColourSpace Inputs::space(std::string_view key) const {
     return value == nullptr ? ColourSpace::none : value->space;
 }
 
+Profile Inputs::profile(std::string_view key) const {
+    const InputValue* value = find(key);
+    return value == nullptr ? Profile{} : Profile{value->bytes, value->count};
+}
+
 ImageRef Inputs::image(std::string_view key) const {
     const InputValue* value = find(key);
     return value == nullptr || value->image == nullptr ? nullptr : *value->image;

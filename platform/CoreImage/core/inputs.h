@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "core/colour_conversion.h"
 #include "core/image.h"
 
 namespace core_image {
@@ -21,8 +22,9 @@ inline constexpr double kLargestNumber = 1e30;
 // A number as a float that arithmetic can rely on: none larger than kLargestNumber; 0 for what is no number.
 float FiniteFloat(double value);
 
-// The colour spaces that values can be given in: none stands for no space, other for an object that is no such space.
-enum class ColourSpace { none, linear, sRGB, other };
+// The colour spaces that values can be given in: none stands for no space, profile for one whose ICC profile is given, other for an
+// object that is no space of red, green and blue.
+enum class ColourSpace { none, linear, sRGB, profile, other };
 
 // One input: whichever of the members its class fills; the others stay empty.
 struct InputValue {
@@ -30,7 +32,7 @@ struct InputValue {
     double number = 0;
     const double* elements = nullptr;  // of a vector, a colour (sRGB, straight alpha) or a transform (a b c d tx ty)
     std::size_t count = 0;             // of elements, or of bytes
-    const void* bytes = nullptr;
+    const void* bytes = nullptr;       // of data, or of a space's profile
     const ImageRef* image = nullptr;
     ColourSpace space = ColourSpace::none;
 };
@@ -62,6 +64,9 @@ class Inputs {
 
     // A colour space.
     ColourSpace space(std::string_view key) const;
+
+    // The profile of a colour space that is given by one.
+    Profile profile(std::string_view key) const;
 
     // An image; null when there is none.
     ImageRef image(std::string_view key) const;
