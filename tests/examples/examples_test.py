@@ -200,6 +200,20 @@ class ExamplesTest(unittest.TestCase):
             self.assert_near(rows[51][index * 8 + 4], colour)
         self.assert_near(rows[4][4], colours[2][0])
 
+    def test_the_kaleidoscope(self):
+        self.file("in.png", [[(4 * x, 5 * y, 3 * (x + y) % 256) for x in range(60)] for y in range(50)])
+        self.zeva("kaleidoscope", "in.png", "out.png", 60)
+        rows = self.picture("out.png")
+        self.assert_size(rows, 60, 60)
+        # Mirrors stand upright, level and across: the same from the left, from above and from the side.
+        colours = set()
+        for y in range(60):
+            for x in range(60):
+                colours.add(rows[y][x])
+                for mirrored in (rows[y][59 - x], rows[59 - y][x], rows[x][y]):
+                    self.assert_near(mirrored, rows[y][x], 3)
+        self.assertGreater(len(colours), 50)
+
     def test_the_tilt_shift(self):
         self.file("in.png", [[BLACK, WHITE] * 80] * 100)
         self.zeva("tilt_shift", "in.png", "out.png", 0.5)

@@ -1,0 +1,18 @@
+-- Turns a part of a picture into a pattern of eight mirrors.
+--
+--   zeva run examples/kaleidoscope.lua photo.jpg pattern.png [SIZE]
+
+local input, output, size = ...
+size = tonumber(size) or 600
+
+local photo = CIImageQOR.Open(input)
+local middle = CIVectorQOR.Point(photo.Extent.Width / 2, photo.Extent.Height / 2)
+
+local mirrors = CIFilterEightfoldReflectedTileQOR()
+mirrors.inputImage, mirrors.inputCenter = photo, middle
+mirrors.inputAngle, mirrors.inputWidth = 0, photo.Extent.Width / 2
+
+-- The pattern goes on for ever, with the mirrors meeting in the middle: a square around it is cut out.
+mirrors.outputImage
+    :Crop(CIVectorQOR.Rectangle(middle.X - size / 2, middle.Y - size / 2, size, size))
+    :Save(output)
