@@ -117,14 +117,15 @@ Host::~Host() {
 
 Host& Host::Current() { return *current; }
 
-const Module& Host::LoadModule(const std::filesystem::path& path) {
+const Module& Host::LoadModule(const std::filesystem::path& path, ZEVAresolver resolver) {
     const auto entryPoint = LoadEntryPoint(path);
     auto module = std::make_unique<Module>();
     module->path = path;
     const std::size_t classesBefore = classes_.All().size();
     loading_ = module.get();
     if (trace_) trace_->Begin("load " + path.string(), kToModule, {});
-    ObjectReference raised = RaisedBy([&] { entryPoint(trace_ ? ResolveTracedService : ResolveService); });
+    if (resolver == nullptr) resolver = trace_ ? ResolveTracedService : ResolveService;
+    ObjectReference raised = RaisedBy([&] { entryPoint(resolver); });
     if (trace_) trace_->End(Outcome(raised));
     loading_ = nullptr;
     module->classes.assign(classes_.All().begin() + static_cast<std::ptrdiff_t>(classesBefore), classes_.All().end());
@@ -257,6 +258,16 @@ void Host::Throw(ObjectReference exception) {
     auto shared = std::make_shared<ObjectReference>(std::move(exception));
     thrown_.push_back(shared);
     throw HostException(std::move(shared), isa.Name(), message, errorNumber);
+}
+
+void Host::NoteNew(ZEVAobjectStruct* object) {
+    ++liveObjects_;
+    if (options_.onNewObject) options_.onNewObject(object);
+}
+
+void Host::NoteNew(ZEVAstringStruct* string) {
+    ++liveStrings_;
+    if (options_.onNewString) options_.onNewString(string);
 }
 
 void Host::NoteAnnouncedVersion(std::int32_t version) {

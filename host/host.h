@@ -14,6 +14,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
@@ -35,6 +36,9 @@ struct HostOptions {
     CallScope callScope;          // around every call into a module
     host::Report report;          // gets messages that no caller can get; to standard error when not given
     std::filesystem::path trace;  // file that tells of every call across the boundary; none when empty
+    // Told of every new object, before its initialize functions run, and of every new string.
+    std::function<void(ZEVAobjectStruct*)> onNewObject;
+    std::function<void(ZEVAstringStruct*)> onNewString;
 };
 
 class Host {
@@ -54,8 +58,9 @@ class Host {
     double Version() const { return options_.version; }
 
     // Loads a module and has it register its classes. Throws HostError for a file that is no module, and HostException
-    // when the module raised; the classes that it registered until then stay.
-    const Module& LoadModule(const std::filesystem::path& path);
+    // when the module raised; the classes that it registered until then stay. The module finds services through the
+    // resolver, when one is given to stand before the host's own.
+    const Module& LoadModule(const std::filesystem::path& path, ZEVAresolver resolver = nullptr);
 
     // The loaded modules, in order.
     const std::vector<std::unique_ptr<Module>>& Modules() const { return modules_; }
@@ -100,9 +105,11 @@ class Host {
     // The record version that the module being loaded announces.
     void NoteAnnouncedVersion(std::int32_t version);
 
-    // Counts an object or a string that has come (1) or gone (-1).
-    void CountObject(int change) { liveObjects_ += change; }
-    void CountString(int change) { liveStrings_ += change; }
+    // Counts an object or a string that has come or gone.
+    void NoteNew(ZEVAobjectStruct* object);
+    void NoteNew(ZEVAstringStruct* string);
+    void NoteObjectGone() { --liveObjects_; }
+    void NoteStringGone() { --liveStrings_; }
 
     // Runs work, which calls into a module and throws nothing, inside the call scope; answers the exception that was
     // raised.

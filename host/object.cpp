@@ -45,7 +45,7 @@ ObjectReference NewObject(const Class& isa) {
     }
     object->isa = &isa;
     object->references = 1;
-    Host::Current().CountObject(1);
+    Host::Current().NoteNew(object);
     return ObjectReference::Adopt(object);
 }
 
@@ -65,7 +65,7 @@ void Unlock(ZEVAobjectStruct* object) {
         host.Report(object->isa->Name() + ": its finalize function raised a " + raised->isa->Name() +
                     ", it is dropped");
     }
-    host.CountObject(-1);
+    host.NoteObjectGone();
     std::free(object);
 }
 

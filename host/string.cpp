@@ -11,7 +11,7 @@ namespace host {
 
 StringReference NewString(std::string_view bytes, std::uint32_t encoding) {
     auto reference = StringReference::Adopt(new ZEVAstringStruct{1, encoding, std::string(bytes)});
-    Host::Current().CountString(1);
+    Host::Current().NoteNew(reference.Get());
     return reference;
 }
 
@@ -21,7 +21,7 @@ void Lock(ZEVAstringStruct* string) {
 
 void Unlock(ZEVAstringStruct* string) {
     if (string == nullptr || --string->references > 0) return;
-    Host::Current().CountString(-1);
+    Host::Current().NoteStringGone();
     delete string;
 }
 

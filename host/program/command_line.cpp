@@ -21,6 +21,7 @@ constexpr AddCommand* kCommands[] = {
     AddRun,
     AddList,
     AddDescribe,
+    AddCheck,
     AddTrace,
     AddCompletion,
 };

@@ -17,6 +17,7 @@
 using AddCommand = void(CLI::App& program, const SessionOptions& session);
 
 AddCommand AddApply;
+AddCommand AddCheck;
 AddCommand AddRun;
 AddCommand AddCompletion;
 AddCommand AddDescribe;

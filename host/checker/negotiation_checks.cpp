@@ -1,0 +1,135 @@
+// negotiation_checks.cpp - what a module settles with hosts of all ages.
+
+#include <limits>
+
+#include "host/checker/check.h"
+#include "host/checker/child.h"
+#include "host/value.h"
+
+namespace checker {
+
+namespace {
+
+// How a host introduces itself, and the record version that goes with it.
+struct HostAge {
+    const char* name;
+    std::optional<double> version;  // none: it has no service that tells
+    std::int32_t recordVersion;
+};
+
+// The first and the last version of each range, and the ones that say nothing.
+constexpr HostAge kAges[] = {
+    // check               host version                               record version
+    {"version-2013.03", 2013.03, 12},     {"version-2013.02", 2013.02, 11},
+    {"version-2013", 2013.0, 11},         {"version-2012.99", 2012.99, 10},
+    {"version-2012", 2012.0, 10},         {"version-2011.99", 2011.99, 9},
+    {"version-unknown", std::nullopt, 9}, {"version-no-number", std::numeric_limits<double>::quiet_NaN(), 9},
+};
+
+void Announces(Examination& examination, const HostAge& age) {
+    Stage& stage = examination.Load({.hostVersion = age.version, .hasVersion = age.version.has_value()});
+    for (const std::int32_t announced : stage.watch.announced) {
+        if (announced != age.recordVersion) {
+            examination.Report("", "record version " + std::to_string(age.recordVersion), std::to_string(announced));
+        }
+    }
+}
+
+// Hosts that can load a module and cannot take classes, and their neighbours, which can.
+struct GapHost {
+    const char* name;
+    double version;
+    bool getsClasses;
+};
+constexpr GapHost kGapHosts[] = {
+    // check               host version  gets classes
+    {"before-2007.009", 2007.008, true}, {"skips-2007.009", 2007.009, false}, {"skips-2007.010", 2007.010, false},
+    {"skips-2007.011", 2007.011, false}, {"after-2007.011", 2007.012, true},
+};
+
+void KeepsGap(Examination& examination, const GapHost& host) {
+    const std::size_t classes = examination.Load({.hostVersion = host.version}).watch.records.size();
+    if (host.getsClasses == (classes > 0)) return;
+    examination.Report("", host.getsClasses ? "classes" : "no class", classes > 0 ? std::to_string(classes) : "none");
+}
+
+void AnnouncesOnce(Examination& examination) {
+    const std::size_t times = examination.Load().watch.announced.size();
+    if (times != 1) examination.Report("", "one call of RegisterPluginVersion", std::to_string(times));
+}
+
+void AnnouncesFirst(Examination& examination) {
+    if (examination.Load().watch.announcedLate) {
+        examination.Report("", "RegisterPluginVersion before the first class", "it after one");
+    }
+}
+
+// Every class with its members, a line each.
+std::string InterfaceText(const Stage& stage) {
+    std::string text;
+    for (const host::Class* isa : stage.module->classes) {
+        text += isa->Name() + " under " + isa->SuperclassName() + "\n";
+        for (const auto* members : {&isa->Members(), &isa->SharedMembers()}) {
+            for (const host::Member& member : *members) {
+                text += isa->Name() + "." + member.declaration.name + ParameterText(member.declaration) +
+                        member.declaration.result.word + (member.setter != nullptr ? ", writable" : "") + "\n";
+            }
+        }
+    }
+    return text;
+}
+
+// The first line in which two texts differ, of the second one.
+std::string FirstDifference(const std::string& one, const std::string& other) {
+    const auto [first, second] = std::mismatch(one.begin(), one.end(), other.begin(), other.end());
+    const auto position = static_cast<std::size_t>(second - other.begin());
+    const std::size_t begin = position == 0 ? 0 : other.rfind('\n', position - 1) + 1;
+    const std::string line = other.substr(begin, other.find('\n', begin) - begin);
+    return line.empty() ? "nothing where the newest hosts get more" : line;
+}
+
+void SameInterface(Examination& examination) {
+    const auto interfaceFor = [&](double version) {
+        const auto work = [&] { return InterfaceText(Stage(examination.TheSubject(), {.hostVersion = version})); };
+        const Outcome outcome = RunInChild(work, std::chrono::duration<double>(examination.TimeLimit() / 4));
+        return outcome.EndedWell() ? outcome.answer : EndingText(outcome);
+    };
+    // In the middle of the ranges, away from their ends.
+    const std::string newest = interfaceFor(2014.01);
+    for (const double version : {2013.01, 2012.04, 2010.05}) {
+        const std::string text = interfaceFor(version);
+        if (text == newest) continue;
+        examination.Report("", "the classes and members that the newest hosts get",
+                           FirstDifference(newest, text) + " for host version " + host::NumberText(version));
+    }
+}
+
+}  // namespace
+
+std::vector<Check> NegotiationChecks() {
+    std::vector<Check> checks = {
+        {"announces-once", "it announces its record version once", "a load path that announces again, or never",
+         AnnouncesOnce},
+        {"announces-first", "it announces its record version before it registers a class",
+         "the host reads records by the announced version; announce first", AnnouncesFirst},
+    };
+    for (const HostAge& age : kAges) {
+        const std::string host =
+            age.version ? "host version " + host::NumberText(*age.version) : "a host without version";
+        checks.push_back({age.name, "for " + host + " it announces record version " + std::to_string(age.recordVersion),
+                          "the version is compared with another limit, or not as a double",
+                          [&age](Examination& examination) { Announces(examination, age); }});
+    }
+    for (const GapHost& each : kGapHosts) {
+        checks.push_back(
+            {each.name,
+             "host version " + host::NumberText(each.version) + (each.getsClasses ? " gets classes" : " gets no class"),
+             "the gap of hosts 2007.009 to 2007.011 is missing or too wide",
+             [&each](Examination& examination) { KeepsGap(examination, each); }});
+    }
+    checks.push_back({"same-interface", "hosts of record versions 9 to 12 get the same classes and members",
+                      "the conversion to the down-level layout loses something, or is not made", SameInterface});
+    return checks;
+}
+
+}  // namespace checker

@@ -1,0 +1,88 @@
+// record.cpp - following a record's pointers with care.
+
+#include "host/checker/record.h"
+
+#include <cstring>
+
+#include "host/checker/memory.h"
+
+namespace checker {
+
+namespace {
+
+// The last record version with the shorter layouts.
+constexpr ZEVAword kDownLevelVersion = 9;
+
+// More methods than any class has; a greater count is no count.
+constexpr ZEVAword kManyMethods = 100'000;
+
+// Reads a table; a null one and one of no positive count have no entries. False when a pointer points nowhere.
+bool ReadTable(const ZEVAmethod* methods, ZEVAword count, bool isDownLevel, MethodTable& table, std::string& problem) {
+    table.isNull = methods == nullptr;
+    table.count = count;
+    if (table.isNull || count <= 0) return true;
+    if (count > kManyMethods) {
+        problem = std::string("the count of its ") + table.title + " is " + std::to_string(count);
+        return false;
+    }
+    const std::size_t size = isDownLevel ? sizeof(ZEVAmethodDownLevel) : sizeof(ZEVAmethod);
+    const auto* bytes = reinterpret_cast<const unsigned char*>(methods);
+    for (ZEVAword i = 0; i < count; ++i, bytes += size) {
+        ZEVAmethod method = {};
+        if (!ReadMemory(bytes, &method, size)) {
+            problem = std::string("entry ") + std::to_string(i) + " of its " + table.title + " cannot be read";
+            return false;
+        }
+        const char* text = method.entry.declaration;
+        MethodEntry entry{method.entry.function, method.entry.setter, ReadText(text), method.entry.flags, {}};
+        if (!isDownLevel) std::memcpy(entry.spareWords.data(), method.hostWords, sizeof method.hostWords);
+        if (text != nullptr && !entry.declaration) {
+            problem = std::string("the declaration of entry ") + std::to_string(i) + " of its " + table.title +
+                      " cannot be read";
+            return false;
+        }
+        table.entries.push_back(std::move(entry));
+    }
+    return true;
+}
+
+}  // namespace
+
+Record ReadRecord(const ZEVAclassDefinition* definition) {
+    Record record;
+    record.address = definition;
+    record.methods.title = "method table";
+    record.sharedMethods.title = "shared method table";
+    const auto words = ReadAt<ZEVAclassDefinitionDownLevel>(definition);
+    if (!words) {
+        record.problem = "the record cannot be read";
+        return record;
+    }
+    record.words = *words;
+    const bool isDownLevel = words->version == kDownLevelVersion;
+    if (!isDownLevel &&
+        !ReadMemory(definition->hostWords25, record.trailingWords.data(), sizeof record.trailingWords)) {
+        record.problem = "the last words of the record cannot be read";
+        return record;
+    }
+    record.className = ReadText(words->className);
+    record.superclassName = ReadText(words->superclassName);
+    if ((words->className != nullptr && !record.className) ||
+        (words->superclassName != nullptr && !record.superclassName)) {
+        record.problem = "its name or its superclass's name cannot be read";
+        return record;
+    }
+    record.isReadable =
+        ReadTable(words->methods, words->methodCount, isDownLevel, record.methods, record.problem) &&
+        ReadTable(words->sharedMethods, words->sharedMethodCount, isDownLevel, record.sharedMethods, record.problem);
+    return record;
+}
+
+bool Agree(const Record& before, const Record& after) {
+    return before.isReadable == after.isReadable && before.className == after.className &&
+           before.superclassName == after.superclassName &&
+           std::memcmp(&before.words, &after.words, sizeof before.words) == 0 && before.methods == after.methods &&
+           before.sharedMethods == after.sharedMethods;
+}
+
+}  // namespace checker

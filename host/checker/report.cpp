@@ -1,0 +1,212 @@
+// report.cpp - the three ways in which results are written.
+
+#include "host/checker/report.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <nlohmann/json.hpp>
+
+#include "host/value.h"
+
+namespace checker {
+
+namespace {
+
+// How many findings of one check are printed for people; the rest is counted.
+constexpr std::size_t kShownFindings = 5;
+
+constexpr Verdict kVerdicts[] = {Verdict::kPassed, Verdict::kFailed, Verdict::kCrashed, Verdict::kWarned,
+                                 Verdict::kSkipped};
+
+int Count(const std::vector<Result>& results, Verdict verdict) {
+    return static_cast<int>(
+        std::count_if(results.begin(), results.end(), [&](const Result& each) { return each.verdict == verdict; }));
+}
+
+// The counts of the verdicts that there are, or all of them.
+std::string Counts(const std::vector<Result>& results, bool all) {
+    std::string text;
+    for (const Verdict verdict : kVerdicts) {
+        const int count = Count(results, verdict);
+        if (count == 0 && !all) continue;
+        text += (text.empty() ? "" : ", ") + std::to_string(count) + " " + VerdictText(verdict);
+    }
+    return text;
+}
+
+std::string FindingText(const Finding& finding) {
+    const std::string where = finding.subject.empty() ? "" : finding.subject + ": ";
+    return where + "expected " + finding.expected + ", got " + finding.got;
+}
+
+// What a person must read of a result, one line each.
+std::vector<std::string> Details(const Result& result, std::size_t shown) {
+    std::vector<std::string> lines;
+    if (result.verdict == Verdict::kCrashed) lines.push_back("crashed: " + result.reason);
+    for (std::size_t i = 0; i < std::min(result.findings.size(), shown); ++i) {
+        lines.push_back(FindingText(result.findings[i]));
+    }
+    if (result.findings.size() > shown) {
+        lines.push_back("and " + std::to_string(result.findings.size() - shown) + " more like these");
+    }
+    const bool isGood = result.verdict == Verdict::kPassed || result.verdict == Verdict::kSkipped;
+    if (!isGood) lines.push_back("likely cause: " + result.check->cause);
+    return lines;
+}
+
+std::string Joined(const std::vector<std::string>& lines) {
+    std::string text;
+    for (const std::string& line : lines) text += (text.empty() ? "" : "\n") + line;
+    return text;
+}
+
+// Text as it may stand in XML; characters that may not stand there at all become question marks.
+std::string Xml(const std::string& text) {
+    std::string escaped;
+    for (const char c : text) {
+        if (c == '&') {
+            escaped += "&amp;";
+        } else if (c == '<') {
+            escaped += "&lt;";
+        } else if (c == '"') {
+            escaped += "&quot;";
+        } else {
+            const bool isControl = static_cast<unsigned char>(c) < ' ' && c != '\n' && c != '\t';
+            escaped += isControl ? '?' : c;
+        }
+    }
+    return escaped;
+}
+
+}  // namespace
+
+TextReport::TextReport(std::FILE* file, bool isVerbose)
+    : file_(file), isVerbose_(isVerbose), hasColour_(isatty(fileno(file)) != 0) {}
+
+std::string TextReport::Coloured(Verdict verdict, const std::string& text) const {
+    if (!hasColour_) return text;
+    const std::map<Verdict, const char*> colours = {{Verdict::kPassed, "32"},
+                                                    {Verdict::kFailed, "31"},
+                                                    {Verdict::kCrashed, "31"},
+                                                    {Verdict::kWarned, "33"},
+                                                    {Verdict::kSkipped, "2"}};
+    return std::string("\033[") + colours.at(verdict) + "m" + text + "\033[0m";
+}
+
+void TextReport::Tell(const Result& result) {
+    if (result.group != group_) EndGroup();
+    group_ = result.group;
+    inGroup_.push_back(result);
+}
+
+void TextReport::EndGroup() {
+    if (inGroup_.empty()) return;
+    std::fprintf(file_, "%-14s%s\n", group_.c_str(), Counts(inGroup_, /*all=*/false).c_str());
+    for (const Result& result : inGroup_) {
+        const bool isQuiet = result.verdict == Verdict::kPassed || result.verdict == Verdict::kSkipped;
+        if (isQuiet && !isVerbose_) continue;
+        const std::string text = result.verdict == Verdict::kSkipped ? result.reason : result.check->rule;
+        char word[16];
+        std::snprintf(word, sizeof word, "%-8s", VerdictText(result.verdict));
+        std::fprintf(file_, "  %s  %s: %s\n", Coloured(result.verdict, word).c_str(), result.FullName().c_str(),
+                     text.c_str());
+        for (const std::string& line : Details(result, kShownFindings))
+            std::fprintf(file_, "            %s\n", line.c_str());
+    }
+    std::fflush(file_);
+    inGroup_.clear();
+}
+
+void TextReport::End(const std::vector<Result>& results, double seconds) {
+    EndGroup();
+    const bool isGood = Count(results, Verdict::kFailed) + Count(results, Verdict::kCrashed) == 0;
+    const std::string text = SummaryText(results) + ", in " + host::NumberText(std::round(seconds * 10) / 10) + " s";
+    std::fprintf(file_, "%s\n", Coloured(isGood ? Verdict::kPassed : Verdict::kFailed, text).c_str());
+}
+
+std::string SummaryText(const std::vector<Result>& results) {
+    const char* unit = results.size() == 1 ? " check: " : " checks: ";
+    return std::to_string(results.size()) + unit + Counts(results, /*all=*/true);
+}
+
+std::string JsonReport(const std::string& module, const std::vector<Result>& results) {
+    using json = nlohmann::ordered_json;
+    json report = {{"module", module}, {"summary", json::object()}, {"checks", json::array()}};
+    for (const Verdict verdict : kVerdicts) report["summary"][VerdictText(verdict)] = Count(results, verdict);
+    for (const Result& result : results) {
+        json check = {{"name", result.FullName()},
+                      {"verdict", VerdictText(result.verdict)},
+                      {"rule", result.check->rule},
+                      {"seconds", result.seconds}};
+        if (!result.reason.empty()) check["reason"] = result.reason;
+        for (const Finding& finding : result.findings) {
+            check["findings"].push_back(
+                {{"subject", finding.subject}, {"expected", finding.expected}, {"got", finding.got}});
+        }
+        const bool isGood = result.verdict == Verdict::kPassed || result.verdict == Verdict::kSkipped;
+        if (!isGood) check["likelyCause"] = result.check->cause;
+        if (!result.output.empty()) check["output"] = result.output;
+        report["checks"].push_back(std::move(check));
+    }
+    return report.dump(2, ' ', /*ensure_ascii=*/false, json::error_handler_t::replace) + "\n";
+}
+
+std::string JunitReport(const std::string& module, const std::vector<Result>& results) {
+    std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites name=\"" + Xml(module) + "\">\n";
+    for (const Group& group : Groups()) {
+        std::vector<Result> inGroup;
+        std::copy_if(results.begin(), results.end(), std::back_inserter(inGroup),
+                     [&](const Result& each) { return each.group == group.name; });
+        if (inGroup.empty()) continue;
+        text += "  <testsuite name=\"" + group.name + "\" tests=\"" + std::to_string(inGroup.size()) +
+                "\" failures=\"" + std::to_string(Count(inGroup, Verdict::kFailed)) + "\" errors=\"" +
+                std::to_string(Count(inGroup, Verdict::kCrashed)) + "\" skipped=\"" +
+                std::to_string(Count(inGroup, Verdict::kSkipped)) + "\">\n";
+        for (const Result& result : inGroup) {
+            text += "    <testcase classname=\"" + group.name + "\" name=\"" + result.check->name + "\" time=\"" +
+                    host::NumberText(std::round(result.seconds * 1000) / 1000) + "\"";
+            const std::string details = Xml(Joined(Details(result, result.findings.size())));
+            const std::string rule = Xml(result.check->rule);
+            switch (result.verdict) {
+                case Verdict::kPassed:
+                    text += "/>\n";
+                    continue;
+                case Verdict::kFailed:
+                    text += "><failure message=\"" + rule + "\">" + details + "</failure>";
+                    break;
+                case Verdict::kCrashed:
+                    text += "><error message=\"" + Xml(result.reason) + "\">" + details + "</error>";
+                    break;
+                case Verdict::kSkipped:
+                    text += "><skipped message=\"" + Xml(result.reason) + "\"/>";
+                    break;
+                case Verdict::kWarned:
+                    text += "><system-out>warned: " + details + "</system-out>";
+                    break;
+            }
+            if (!result.output.empty()) text += "<system-err>" + Xml(result.output) + "</system-err>";
+            text += "</testcase>\n";
+        }
+        text += "  </testsuite>\n";
+    }
+    return text + "</testsuites>\n";
+}
+
+std::string ListOfChecks(const std::vector<std::string>& only) {
+    std::string text;
+    std::string group;
+    for (const auto& [groupName, check] : SelectedChecks(only)) {
+        if (groupName != group) {
+            text += (text.empty() ? "### " : "\n### ") + groupName + "\n\n| check | what holds |\n|---|---|\n";
+            group = groupName;
+        }
+        text +=
+            "| `" + check->name + "` | " + check->rule + (check->weight == Weight::kWarning ? " (warns)" : "") + " |\n";
+    }
+    return text;
+}
+
+}  // namespace checker
