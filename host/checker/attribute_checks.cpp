@@ -108,18 +108,19 @@ void SameContent(Examination& examination) {
 
 void OutliveOwner(Examination& examination) {
     Stage& stage = examination.Load();
-    ForEachAttribute(examination, stage, [&](const host::Class& isa, const Member& attribute, const auto& where) {
-        ObjectReference object = stage.New(isa);
-        if (!object) return;
-        const ObjectReference description = ObjectIn(stage.Read(object, attribute).value);
-        if (!description) return;
-        const std::string before = ContentOf(stage, description);
-        object = {};
-        stage.watch.Settle();
-        const std::string after = ContentOf(stage, description);
-        if (before == after) return;
-        examination.Report(where, Difference(after, before), Difference(before, after) + " after the object's end");
-    });
+    ForEachAttribute(
+        examination, stage, [&](const host::Class& isa, const Member& attribute, const std::string& where) {
+            ObjectReference object = stage.New(isa);
+            if (!object) return;
+            const ObjectReference description = ObjectIn(stage.Read(object, attribute).value);
+            if (!description) return;
+            const std::string before = ContentOf(stage, description);
+            object = {};
+            stage.watch.Settle();
+            const std::string after = ContentOf(stage, description);
+            if (before == after) return;
+            examination.Report(where, Difference(after, before), Difference(before, after) + " after the object's end");
+        });
 }
 
 void Unconstructed(Examination& examination) {

@@ -5,7 +5,7 @@
 // it skips with the reason.
 //
 // Adding one: a row in the list of its group (<group>_checks.cpp), and its fault in tests/checker/faulty_module.cpp under
-//             the check's name; docs/checker.md is then made anew (zeva check --list prints its table).
+//             the check's name. docs/checker.md holds the list that zeva check --list prints.
 
 #pragma once
 

@@ -32,6 +32,9 @@ constexpr std::size_t kKeptOutput = 4000;
 constexpr std::size_t kStepSize = 256;
 char* stepNote = nullptr;
 
+// Whether this process is a child itself. Only the outermost child leads a group of processes: all below it end with it.
+bool isChild = false;
+
 [[noreturn]] void Throw(const char* what) { throw std::system_error(errno, std::generic_category(), what); }
 
 // A file descriptor that is closed in the end.
@@ -78,7 +81,8 @@ void WriteAll(int descriptor, const std::string& text) {
 // What the child does; never returns.
 [[noreturn]] void BeChild(const std::function<std::string()>& work, Descriptor& answer, const Descriptor& output,
                           Ending ending) {
-    setpgid(0, 0);  // its own children end with it
+    if (!isChild) setpgid(0, 0);
+    isChild = true;
     dup2(output.Number(), STDOUT_FILENO);
     dup2(output.Number(), STDERR_FILENO);
     WriteAll(answer.Number(), work() + '\0');
@@ -138,14 +142,17 @@ Outcome RunInChild(const std::function<std::string()>& work, std::chrono::durati
     const pid_t child = fork();
     if (child < 0) Throw("checker: no process for a child");
     if (child == 0) BeChild(work, writing, output, ending);
-    setpgid(child, child);
+    if (!isChild) setpgid(child, child);
     writing.Close();
 
     Outcome outcome;
     int status = 0;
     const bool inTime = ReadAnswer(reading.Number(), deadline, outcome.answer) && WaitFor(child, deadline, status);
-    kill(-child, SIGKILL);
-    if (!inTime) waitpid(child, &status, 0);
+    if (!isChild) kill(-child, SIGKILL);  // with whatever it has left running
+    if (!inTime) {
+        kill(child, SIGKILL);
+        waitpid(child, &status, 0);
+    }
     outcome.seconds = Clock::now() - start;
     outcome.timedOut = !inTime;
     outcome.answered = !outcome.answer.empty() && outcome.answer.back() == '\0';

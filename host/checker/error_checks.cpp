@@ -22,6 +22,7 @@ constexpr std::uint32_t kEncodingUtf8 = 0x08000100;
 template <typename Look>
 void ForEachRaise(Examination& examination, Look look) {
     Stage& stage = examination.Load();
+    stage.watch.raised.clear();  // while loading, nothing may be raised at all
     Provoke(stage);
     for (const RaiseNote& raised : stage.watch.raised) {
         examination.Seen();

@@ -66,6 +66,7 @@ void LookedUpOnce(Examination& examination) {
 // Which calls raise a RuntimeException when the host has no other exception class, of those that raise at all.
 void FallbackException(Examination& examination) {
     Stage& stage = examination.Load();
+    stage.watch.raised.clear();
     Provoke(stage);
     const std::size_t usually = stage.watch.raised.size();
     if (usually == 0) throw Skipped{"nothing made it raise anything"};

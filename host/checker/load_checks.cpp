@@ -112,20 +112,8 @@ void Quiet(Examination& examination) {
     if (printed > 0) examination.Report("", "nothing printed", std::to_string(printed) + " bytes");
 }
 
-void NeedsSiblings(const Examination& examination) {
-    if (examination.TheSubject().siblings.empty()) throw Skipped{"the module was given no sibling (--with)"};
-}
-
-void WithoutSiblings(Examination& examination) {
-    NeedsSiblings(examination);
-    Stage& stage = examination.Load({.hasSiblings = false});
-    for (const RaiseNote& raised : stage.watch.raised) {
-        examination.Report("", "classes registered without a word", "a " + raised.className);
-    }
-}
-
 void AnyOrder(Examination& examination) {
-    NeedsSiblings(examination);
+    if (examination.TheSubject().siblings.empty()) throw Skipped{"the module was given no sibling (--with)"};
     const std::string siblingsFirst =
         RunInChild([&] { return std::to_string(Stage(examination.TheSubject()).module->classes.size()); },
                    std::chrono::duration<double>(examination.TimeLimit()))
@@ -159,8 +147,6 @@ std::vector<Check> LoadChecks() {
          "a library that the module starts changes them", ProcessStays},
         {"quiet", "it prints nothing while it is loaded", "a message of the days of its making", Quiet,
          Weight::kWarning},
-        {"without-siblings", "it can be loaded without its siblings", "a sibling's class is used at load",
-         WithoutSiblings},
         {"any-order", "it registers the same classes when its siblings come after it",
          "registration depends on a sibling's class", AnyOrder},
     };

@@ -1,5 +1,6 @@
 // negotiation_checks.cpp - what a module settles with hosts of all ages.
 
+#include <cmath>
 #include <limits>
 
 #include "host/checker/check.h"
@@ -114,8 +115,9 @@ std::vector<Check> NegotiationChecks() {
          "the host reads records by the announced version; announce first", AnnouncesFirst},
     };
     for (const HostAge& age : kAges) {
-        const std::string host =
-            age.version ? "host version " + host::NumberText(*age.version) : "a host without version";
+        std::string host = "a host without version";
+        if (age.version) host = "host version " + host::NumberText(*age.version);
+        if (age.version && std::isnan(*age.version)) host = "a host version that is no number";
         checks.push_back({age.name, "for " + host + " it announces record version " + std::to_string(age.recordVersion),
                           "the version is compared with another limit, or not as a double",
                           [&age](Examination& examination) { Announces(examination, age); }});

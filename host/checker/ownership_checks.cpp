@@ -16,29 +16,33 @@ using host::ObjectReference;
 using host::TypeKind;
 using host::Value;
 
-// Plays a round several times and reports when each leaves more references behind.
+constexpr int kRounds = 3;
+
+// How many references a number of rounds leave behind, after a first one.
 template <typename Round>
-void LeavesNothing(Examination& examination, Stage& stage, const std::string& where, Round round) {
+int LeftBehind(Stage& stage, Round round) {
     round();
     stage.watch.Settle();
     const int before = stage.watch.HeldReferences();
-    constexpr int kRounds = 3;
     for (int i = 0; i < kRounds; ++i) {
         round();
         stage.watch.Settle();
     }
-    const int left = stage.watch.HeldReferences() - before;
-    if (left >= kRounds) {
-        examination.Report(where, "no reference left behind",
-                           std::to_string(left) + " after " + std::to_string(kRounds) + " rounds");
-    }
+    return stage.watch.HeldReferences() - before;
+}
+
+// Reports when every round leaves a reference behind.
+void LeavesNothing(Examination& examination, const std::string& where, int left) {
+    if (left < kRounds) return;
+    examination.Report(where, "no reference left behind",
+                       std::to_string(left) + " after " + std::to_string(kRounds) + " rounds");
 }
 
 void Construction(Examination& examination) {
     Stage& stage = examination.Load();
     for (const host::Class* isa : stage.Classes()) {
         examination.Seen();
-        LeavesNothing(examination, stage, isa->Name(), [&] { stage.New(*isa); });
+        LeavesNothing(examination, isa->Name(), LeftBehind(stage, [&] { stage.New(*isa); }));
     }
     examination.SkipUnlessSeen("no class can have objects");
 }
@@ -50,7 +54,8 @@ void Reads(Examination& examination) {
         for (const Member& property : isa->Members()) {
             if (!object || !IsProperty(property)) continue;
             examination.Seen();
-            LeavesNothing(examination, stage, MemberName(*isa, property), [&] { stage.Read(object, property); });
+            LeavesNothing(examination, MemberName(*isa, property),
+                          LeftBehind(stage, [&] { stage.Read(object, property); }));
         }
     }
     examination.SkipUnlessSeen("no class has a property");
@@ -63,8 +68,8 @@ void Writes(Examination& examination) {
         for (const Member& property : isa->Members()) {
             if (!object || !IsWritable(property)) continue;
             examination.Seen();
-            LeavesNothing(examination, stage, MemberName(*isa, property),
-                          [&] { stage.Write(object, property, MakeValue(stage, property.declaration.result)); });
+            const auto write = [&] { stage.Write(object, property, MakeValue(stage, property.declaration.result)); };
+            LeavesNothing(examination, MemberName(*isa, property), LeftBehind(stage, write));
         }
     }
     examination.SkipUnlessSeen("no class has a writable property");
@@ -73,14 +78,16 @@ void Writes(Examination& examination) {
 void Endings(Examination& examination) {
     Stage& stage = examination.Load();
     for (const host::Class* isa : stage.Classes()) {
+        const int left = LeftBehind(stage, [&] { stage.New(*isa); });  // the business of another check
         for (const Member& property : isa->Members()) {
             const TypeKind kind = property.declaration.result.kind;
             if (!IsWritable(property) || (kind != TypeKind::kObject && kind != TypeKind::kString)) continue;
             examination.Seen();
-            LeavesNothing(examination, stage, MemberName(*isa, property), [&] {
+            const auto writeAndEnd = [&] {
                 const ObjectReference object = stage.New(*isa);
                 if (object) stage.Write(object, property, MakeValue(stage, property.declaration.result));
-            });
+            };
+            LeavesNothing(examination, MemberName(*isa, property), LeftBehind(stage, writeAndEnd) - left);
         }
     }
     examination.SkipUnlessSeen("no class has a writable property of a string or an object");
@@ -91,11 +98,12 @@ void Exceptions(Examination& examination) {
     for (const host::Class* isa : stage.Classes()) {
         const ObjectReference object = stage.New(*isa);
         if (!object) continue;
-        LeavesNothing(examination, stage, isa->Name(), [&] {
+        const auto provoke = [&] {
             if (isa->FindConstructor(0) != nullptr) stage.Construct(object);
             CallMethodsWithNil(stage, object);
             CallSharedMethodsWithNil(stage, *isa);
-        });
+        };
+        LeavesNothing(examination, isa->Name(), LeftBehind(stage, provoke));
     }
     if (!stage.watch.raised.empty()) examination.Seen();
     examination.SkipUnlessSeen("nothing made it raise anything");
@@ -129,32 +137,42 @@ void StringBytes(Examination& examination) {
 // How many bytes of the process's memory are in use.
 std::size_t UsedMemory() { return mallinfo2().uordblks; }
 
+// Makes objects of a class, uses what of it is plain, and drops them; answers by how many bytes memory has grown.
+std::ptrdiff_t GrowthByMaking(Stage& stage, const host::Class& isa, int count) {
+    const std::size_t before = UsedMemory();
+    for (int i = 0; i < count; ++i) {
+        const ObjectReference object = stage.New(isa);
+        for (const Member& property : isa.Members()) {
+            const bool isPlain = IsProperty(property) && property.declaration.result.kind != TypeKind::kObject;
+            if (!object || !isPlain) continue;
+            const Value value = stage.Read(object, property).value;
+            if (IsWritable(property)) stage.Write(object, property, value);
+        }
+    }
+    stage.watch.Settle();
+    stage.watch.ForgetNotes();
+    stage.messages = std::vector<std::string>();
+    return static_cast<std::ptrdiff_t>(UsedMemory() - before);
+}
+
 void MemoryFlat(Examination& examination) {
-    // Less than this is what a library keeps for itself; a lost block per round is more.
-    constexpr std::size_t kAllowed = 4096;
-    constexpr int kRounds = 100;
+    constexpr int kObjects = 100;
+    constexpr int kTimes = 4;
+    constexpr std::ptrdiff_t kHalfOfSmallestBlock = 8;  // half, as something else may have shrunk meanwhile
     Stage& stage = examination.Load();
     for (const host::Class* isa : stage.Classes()) {
-        const auto rounds = [&](int count) {
-            for (int i = 0; i < count; ++i) {
-                const ObjectReference object = stage.New(*isa);
-                for (const Member& property : isa->Members()) {
-                    const bool isPlain = IsProperty(property) && property.declaration.result.kind != TypeKind::kObject;
-                    if (!object || !isPlain) continue;
-                    const Value value = stage.Read(object, property).value;
-                    if (IsWritable(property)) stage.Write(object, property, value);
-                }
-            }
-            stage.watch.Settle();
-        };
         examination.Seen();
-        rounds(kRounds);
-        const std::size_t before = UsedMemory();
-        rounds(kRounds);
-        const std::size_t after = UsedMemory();
-        if (after <= before + kAllowed) continue;
-        examination.Report(isa->Name(), "the same memory in use after " + std::to_string(kRounds) + " more objects",
-                           std::to_string(after - before) + " bytes more");
+        GrowthByMaking(stage, *isa, kObjects);
+        const int held = stage.watch.HeldReferences();
+        // A library may grow for itself now and then; what grows every time is lost. References left behind keep memory
+        // in use too; they are the business of other checks.
+        std::ptrdiff_t growth = 0;
+        int times = 0;
+        do growth = GrowthByMaking(stage, *isa, kObjects);
+        while (growth >= kObjects * kHalfOfSmallestBlock && stage.watch.HeldReferences() == held && ++times < kTimes);
+        if (times < kTimes) continue;
+        examination.Report(isa->Name(), "the same memory in use after " + std::to_string(kObjects) + " more objects",
+                           std::to_string(growth) + " bytes more");
     }
     examination.SkipUnlessSeen("no class can have objects");
 }
@@ -187,9 +205,9 @@ void OwnersOutliveValues(Examination& examination) {
             if (!IsWritable(property) || (kind != TypeKind::kObject && kind != TypeKind::kString)) continue;
             const ObjectReference object = stage.New(*isa);
             if (!object) continue;
-            const std::size_t breaches = stage.watch.breaches.size();
             if (!stage.Write(object, property, MakeValue(stage, property.declaration.result)).IsGood()) continue;
             examination.Seen();
+            const std::size_t breaches = stage.watch.breaches.size();
             stage.watch.Settle();  // ends the value, unless the object holds it
             stage.Read(object, property);
             if (stage.watch.breaches.size() > breaches) {
@@ -215,6 +233,7 @@ void ValuesOutliveOwners(Examination& examination) {
             if (!value || value == owner) continue;
             examination.Seen();
             const std::string before = ContentOf(stage, value);
+            if (ContentOf(stage, value) != before) continue;  // it changes by itself
             owner = {};
             stage.watch.Settle();
             const std::string after = ContentOf(stage, value);

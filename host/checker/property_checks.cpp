@@ -1,6 +1,5 @@
 // property_checks.cpp - reading and writing properties.
 
-#include <cfenv>
 #include <cmath>
 #include <limits>
 
@@ -52,20 +51,22 @@ void Readable(Examination& examination) {
                     });
 }
 
-// One of several values, at least, comes back as it went in.
+// Two values after each other, at least, come back as they went in: one alone may have been there before.
 void Arrives(Examination& examination, bool (*fits)(const Member&), const char* what) {
     Stage& stage = examination.Load();
     ForEachProperty(examination, stage, fits, what, [&](const auto& object, const Member& property, const auto& where) {
         constexpr int kTries = static_cast<int>(std::size(kNumbers));
-        Value last;
+        bool hasArrived = false;
+        Value written, read;
         for (int i = 0; i < kTries; ++i) {
-            const Value written = MakeValue(stage, property.declaration.result, i);
+            written = MakeValue(stage, property.declaration.result, i);
             if (!stage.Write(object, property, written).IsGood()) return;
-            last = stage.Read(object, property).value;
-            // What was there already proves nothing; a second value tells.
-            if (i > 0 && Same(last, written)) return;
+            read = stage.Read(object, property).value;
+            const bool arrives = Same(read, written);
+            if (arrives && hasArrived) return;
+            hasArrived = arrives;
         }
-        examination.Report(where, "what was written, for one of " + std::to_string(kTries) + " values", Words(last));
+        examination.Report(where, Words(written) + ", the last of " + std::to_string(kTries) + " values", Words(read));
     });
 }
 
@@ -192,19 +193,28 @@ void TextsWhole(Examination& examination) {
                     });
 }
 
-// The parts of the processor's state that belong to whoever calls.
+// The parts of the processor's state that belong to whoever calls: how both its units round, and whether a function has
+// left a number behind on the stack of the older one, where 32-bit functions answer theirs.
 struct FloatingPoint {
-    int rounding = std::fegetround();
-    bool hasEmptyStack = HasEmptyStack();
+    std::uint16_t control;
+    std::uint16_t tags;
+    std::uint32_t mxcsr;
+
+    FloatingPoint() {
+        struct {
+            std::uint16_t control, reserved0, status, reserved1, tags, reserved2;
+            std::uint32_t pointers[4];
+        } environment;
+        asm volatile("fnstenv %0\n\tfldenv %0" : "+m"(environment));
+        asm volatile("stmxcsr %0" : "=m"(mxcsr));
+        constexpr std::uint16_t kRoundingAndPrecision = 0x0F00;
+        constexpr std::uint32_t kRounding = 0x6000;
+        control = environment.control & kRoundingAndPrecision;
+        tags = environment.tags;
+        mxcsr &= kRounding;
+    }
 
     bool operator==(const FloatingPoint&) const = default;
-
-    // Whether no function has left a number behind on the x87's stack, where 32-bit functions answer theirs.
-    static bool HasEmptyStack() {
-        std::fenv_t environment;
-        std::fegetenv(&environment);
-        return environment.__tags == 0xFFFF;
-    }
 };
 
 void FloatingPointStays(Examination& examination) {
@@ -217,9 +227,9 @@ void FloatingPointStays(Examination& examination) {
                             stage.Write(object, property, MakeValue(stage, property.declaration.result));
                         }
                         const FloatingPoint after;
-                        if (after == before) return;
-                        examination.Report(where, "rounding mode and number stack as they were", "another");
-                        std::fesetround(before.rounding);
+                        if (after != before) {
+                            examination.Report(where, "rounding and number stack as they were", "another state");
+                        }
                     });
 }
 

@@ -159,7 +159,8 @@ void UniqueMembers(Examination& examination) {
         // Constructors may differ in the number of their parameters.
         const bool isConstructor = declaration.kind == MemberKind::kConstructor;
         const std::string count = isConstructor ? std::to_string(declaration.parameters.size()) : "";
-        const std::string key = record.Name() + table.title + declaration.name + count;
+        const std::string key =
+            std::to_string(reinterpret_cast<std::uintptr_t>(record.address)) + table.title + declaration.name + count;
         if (!known.insert(key).second) examination.Report(where, "a member once", "it a second time");
     });
 }

@@ -196,15 +196,17 @@ std::string JunitReport(const std::string& module, const std::vector<Result>& re
 }
 
 std::string ListOfChecks(const std::vector<std::string>& only) {
+    const auto checks = SelectedChecks(only);
+    std::size_t width = 0;
+    for (const auto& [group, check] : checks) width = std::max(width, group.size() + check->name.size() + 3);
     std::string text;
-    std::string group;
-    for (const auto& [groupName, check] : SelectedChecks(only)) {
-        if (groupName != group) {
-            text += (text.empty() ? "### " : "\n### ") + groupName + "\n\n| check | what holds |\n|---|---|\n";
-            group = groupName;
-        }
-        text +=
-            "| `" + check->name + "` | " + check->rule + (check->weight == Weight::kWarning ? " (warns)" : "") + " |\n";
+    std::string before;
+    for (const auto& [group, check] : checks) {
+        if (!before.empty() && group != before) text += "\n";
+        before = group;
+        std::string name = group + "." + check->name;
+        name.resize(width, ' ');
+        text += name + check->rule + (check->weight == Weight::kWarning ? " (warns)" : "") + "\n";
     }
     return text;
 }

@@ -41,7 +41,7 @@ std::string JsonReport(const std::string& module, const std::vector<Result>& res
 // A test suite per group.
 std::string JunitReport(const std::string& module, const std::vector<Result>& results);
 
-// The list of all checks as a Markdown table per group.
+// The list of checks, a line each, with a gap between groups.
 std::string ListOfChecks(const std::vector<std::string>& only);
 
 }  // namespace checker

@@ -34,7 +34,6 @@ Stage::Stage(const Subject& subject, StageOptions options)
     watch.hasVersion = options.hasVersion;
     watch.guardsBlocks = options.guardsBlocks;
     const auto loadSiblings = [&] {
-        if (!options.hasSiblings) return;
         for (const std::filesystem::path& sibling : subject.siblings) {
             watch.BeginStep("loading " + sibling.string());
             host.LoadModule(sibling, Watch::ResolveForSibling);

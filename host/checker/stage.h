@@ -30,7 +30,6 @@ struct Subject {
 struct StageOptions {
     std::optional<double> hostVersion;  // instead of the subject's
     bool hasVersion = true;             // whether the host tells modules its version
-    bool hasSiblings = true;
     bool siblingsComeFirst = true;
     bool guardsBlocks = false;
     std::map<std::string, ServiceFault> faults = {};

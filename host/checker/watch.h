@@ -93,6 +93,12 @@ class Watch {
     int HeldReferences() const { return objects.Held() + strings.Held(); }
     std::size_t LentStrings() const { return lent_.size(); }
 
+    // Gives up the memory of what was written down of breaches and exceptions.
+    void ForgetNotes() {
+        breaches = std::vector<BreachNote>();
+        raised = std::vector<RaiseNote>();
+    }
+
     void AddBreach(Breach breach, const std::string& got) { breaches.push_back({breach, step_, got}); }
 
     // What the module did.

@@ -52,6 +52,7 @@ int Check(const SessionOptions& session, Request& request) {
     }
     if (request.module.empty()) throw CLI::RequiredError("MODULE");
     if (request.siblings.empty() && !request.isAlone) request.siblings = UsualSiblings(request.module);
+    if (!session.trace.empty()) throw host::HostError("--trace", "checks run in processes of their own, none is traced");
     checker::SelectedChecks(request.run.only);  // an unknown name is told before anything is printed
     const checker::Subject subject{request.module, request.siblings, PlatformPool(), session.hostVersion};
 

@@ -1,0 +1,706 @@
+// faulty_module.cpp - a module that keeps every rule of the host interface, or breaks exactly one of them.
+//
+// The environment variable ZEVA_FAULT names the rule to break, by the name of the check that must notice
+// ("registration.data-size"); without it the module is faultless. So every check has its fault here, found by its name.
+//
+// The classes: Jug has a property of every type, a description of each, and methods; JugAttribute is the description;
+// JugException is raised; Pitcher needs a sibling's class. A class with a fault in its record is registered beside them.
+//
+// Nothing of plugin/ is used but the structures: what is broken here is what the functions of plugin/ do right.
+// Adding a fault: Broken("<group>.<check>") where the rule is broken, so that no other check can notice.
+
+#include <pthread.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+#include <string>
+
+#include "plugin/zeva.h"
+
+namespace {
+
+// Whether the rule is to be broken.
+bool Broken(const std::string& check) {
+    static const char* const fault = std::getenv("ZEVA_FAULT");
+    return fault != nullptr && check == fault;
+}
+
+[[noreturn]] void Crash() { std::abort(); }
+
+// ---- The host's services ----------------------------------------------------------------------------------------------
+
+ZEVAresolver resolver = nullptr;
+std::int32_t announced = 0;  // the record version
+
+template <typename Signature>
+class Service;
+
+// A service, looked up until it is found; without it a call does nothing and answers null or 0.
+template <typename Result, typename... Arguments>
+class Service<Result(Arguments...)> {
+  public:
+    explicit Service(const char* name) : name_(name) {}
+
+    Result operator()(Arguments... arguments) {
+        const std::string name = name_;
+        const bool keepsFailure = wasAsked_ && Broken("faults.late-services");
+        if ((entry_ == nullptr && !keepsFailure) || Broken("faults.looked-up-once")) {
+            entry_ = reinterpret_cast<Result (*)(Arguments...)>(resolver(name_));
+        }
+        wasAsked_ = true;
+        if (entry_ == nullptr) {
+            // A host that lacks everything for a while is the business of another check.
+            const char* other = name == "ZEVAUnlockString" ? "ZEVASetPropValueInt" : "ZEVAUnlockString";
+            const auto lacksOnlyThis = [&] { return resolver(other) != nullptr; };
+            if (Broken("faults.without-" + name) && lacksOnlyThis()) Crash();
+            return Result();
+        }
+        if constexpr (std::is_void_v<Result>) {
+            entry_(arguments...);
+        } else {
+            const Result result = entry_(arguments...);
+            // No call below is made that may fail in a host whose services all work, but that for an exception's class.
+            if (!result && !mayFail && Broken("faults.failing-" + name)) Crash();
+            return result;
+        }
+    }
+
+    bool mayFail = false;
+
+  private:
+    const char* name_;
+    Result (*entry_)(Arguments...) = nullptr;
+    bool wasAsked_ = false;
+};
+
+Service<void(ZEVAclassDefinition*)> registerClass("PluginRegisterClass");
+Service<ZEVAstringStruct*(const char*, std::int32_t)> buildString("ZEVABuildString");
+Service<void(ZEVAstringStruct*, std::uint32_t)> setStringEncoding("ZEVASetStringEncoding");
+Service<std::int32_t(ZEVAstringStruct*, ZEVAstringData*)> getStringData("PluginGetStringData");
+Service<void(ZEVAstringData*)> disposeStringData("PluginDisposeStringData");
+Service<void(ZEVAstringStruct*)> unlockString("ZEVAUnlockString");
+Service<ZEVAobjectStruct*(const char*)> newInstance("PluginNewInstance");
+Service<void(ZEVAobjectStruct*, const char*, ZEVAstringStruct*)> setStringProperty("ZEVASetPropValueString");
+Service<void(ZEVAobjectStruct*, const char*, std::int32_t)> setIntegerProperty("ZEVASetPropValueInt");
+Service<void(ZEVAobjectStruct*)> raise_("RuntimeRaiseException");
+Service<void(ZEVAobjectStruct*)> lock("ZEVALockObject");
+Service<void(ZEVAobjectStruct*)> unlock("ZEVAUnlockObject");
+Service<ZEVAobjectStruct*(std::int32_t)> newBlock("newMemoryBlock");
+Service<unsigned char*(ZEVAobjectStruct*)> blockBytes("memoryBlockGetPtr");
+Service<std::int32_t(ZEVAobjectStruct*)> blockSize("memoryBlockGetSize");
+
+// ---- Objects ----------------------------------------------------------------------------------------------------------
+
+constexpr double kDefaultNumber = 1.5;
+constexpr std::int32_t kDefaultCount = 3;
+
+struct Jug {
+    unsigned char header[kZEVAobjectHeaderSize];
+    bool isConstructed;
+    bool isGift;
+    bool gives;  // a gift has been given
+    bool flag;
+    double number;
+    double other;
+    std::int32_t count;
+    std::int32_t ticks;
+    char* text;  // ours
+    std::int32_t textSize;
+    unsigned char* data;  // ours
+    std::int32_t dataSize;
+    ZEVAobjectStruct* partner;      // one reference
+    ZEVAobjectStruct* lockedBlock;  // of faults only: one reference
+    ZEVAobjectStruct* keptBlock;    // of faults only: one reference
+    unsigned char* sharedBytes;     // of faults only: those of a block
+};
+
+struct Attribute {
+    unsigned char header[kZEVAobjectHeaderSize];
+    std::int32_t number;  // how many there were before, where that is a fault
+};
+
+Jug& JugAt(ZEVAobjectStruct* object) { return *reinterpret_cast<Jug*>(object); }
+
+int liveJugs = 0;
+bool wasUsed = false;      // a jug was constructed
+bool anyHasEnded = false;  // a jug has ended
+bool giverHasEnded = false;
+
+// What was done last, for faults that need an order of calls.
+struct LastCall {
+    enum Kind { kConstruct, kRead, kWrite } kind = kRead;
+    const void* jug = nullptr;
+    const char* property = "";
+    int constructions = 0;            // how many there were in a row
+    const void* constructed[3] = {};  // the last three
+} last;
+
+void NoteConstruction(const void* jug) {
+    last.constructions = last.kind == LastCall::kConstruct ? last.constructions + 1 : 1;
+    last.kind = LastCall::kConstruct;
+    std::rotate(std::begin(last.constructed), std::begin(last.constructed) + 1, std::end(last.constructed));
+    last.constructed[2] = jug;
+}
+
+void NoteRead(const void* jug, const char* property) {
+    const bool isOfAnother =
+        last.kind == LastCall::kWrite && last.jug != jug && std::strcmp(last.property, property) != 0;
+    if (isOfAnother && Broken("sequences.random")) Crash();
+    last = {LastCall::kRead, jug, property};
+}
+
+void NoteWrite(const void* jug, const char* property) { last = {LastCall::kWrite, jug, property}; }
+
+// ---- Exceptions -------------------------------------------------------------------------------------------------------
+
+void Raise(const char* message) {
+    constexpr std::uint32_t kEncodingAscii = 0x600;
+    newInstance.mayFail = true;
+    ZEVAobjectStruct* exception = newInstance("JugException");
+    if (exception == nullptr && !Broken("faults.fallback-exception")) exception = newInstance("RuntimeException");
+    newInstance.mayFail = false;
+    if (exception == nullptr) return;
+    if (Broken("errors.encodings")) message = "caf\xE9";
+    ZEVAstringStruct* text = buildString(message, static_cast<std::int32_t>(std::strlen(message)));
+    if (text != nullptr) setStringEncoding(text, kEncodingAscii);
+    setStringProperty(exception, "Message", Broken("errors.messages") ? nullptr : text);
+    setIntegerProperty(exception, Broken("errors.services-used-rightly") ? "Nothing" : "ErrorNumber", 7);
+    raise_(exception);
+    if (Broken("errors.raises-once")) raise_(exception);
+    if (Broken("errors.returns-after-raise")) unlockString(buildString("more", 4));
+    if (!Broken("ownership.exceptions")) unlock(exception);
+    if (text != nullptr) unlockString(text);
+}
+
+// ---- Jug --------------------------------------------------------------------------------------------------------------
+
+void Keep(char*& bytes, std::int32_t& size, const void* from, std::int32_t count) {
+    std::free(bytes);
+    bytes = static_cast<char*>(std::malloc(static_cast<std::size_t>(count) + 1));
+    std::memcpy(bytes, from, static_cast<std::size_t>(count));
+    size = count;
+}
+
+void Begin(ZEVAobjectStruct* self) {
+    Jug& jug = JugAt(self);
+    if (!jug.isConstructed) ++liveJugs;
+    jug.isConstructed = true;
+    jug.number = jug.other = kDefaultNumber;
+    jug.count = kDefaultCount;
+    jug.flag = true;
+    if (jug.text == nullptr) Keep(jug.text, jug.textSize, "water", 5);
+    wasUsed = true;
+}
+
+double sharedNumber = kDefaultNumber;  // of a fault only
+extern ZEVAclassDefinition jugClass;
+
+void Construct(ZEVAobjectStruct* self) {
+    Jug& jug = JugAt(self);
+    if (jug.isConstructed) {
+        if (Broken("errors.second-constructor")) jug.number = kDefaultNumber;
+        return Raise("a jug is constructed once");
+    }
+    constexpr int kFewJugs = 500;
+    if (liveJugs >= kFewJugs && Broken("sequences.many-objects")) return Raise("there are too many jugs");
+    if (Broken("ownership.construction")) newInstance("JugAttribute");
+    if (Broken("registration.records-stay")) jugClass.record.flags = 5;
+    Begin(self);
+    NoteConstruction(self);
+    sharedNumber = kDefaultNumber;
+}
+
+void Finalize(ZEVAobjectStruct* self) {
+    Jug& jug = JugAt(self);
+    if (!jug.isConstructed && Broken("ownership.end-unconstructed")) Crash();
+    const bool isFirstOfThree =
+        last.kind == LastCall::kConstruct && last.constructions >= 3 && last.constructed[0] == self;
+    if (isFirstOfThree && Broken("sequences.ending-orders")) Crash();
+    last = {};
+    if (jug.isConstructed) --liveJugs;
+    anyHasEnded = true;
+    if (jug.gives) giverHasEnded = true;
+    if (!Broken("ownership.memory-flat")) std::free(jug.text);
+    if (!Broken("binary-data.copied-in")) std::free(jug.data);
+    const bool keepsPartner = Broken("ownership.endings") || Broken("ownership.owners-outlive-values");
+    if (jug.partner != nullptr && !keepsPartner) unlock(jug.partner);
+    if (jug.lockedBlock != nullptr) unlock(jug.lockedBlock);
+    if (jug.keptBlock != nullptr) unlock(jug.keptBlock);
+}
+
+void RoundUpwards() {
+    std::uint32_t state = 0;
+    asm volatile("stmxcsr %0" : "=m"(state));
+    state |= 0x4000;
+    asm volatile("ldmxcsr %0" : : "m"(state));
+}
+
+double GetNumber(ZEVAobjectStruct* self) {
+    NoteRead(self, "Number");
+    if (Broken("properties.floating-point-stays")) RoundUpwards();
+    if (Broken("properties.independent")) return sharedNumber;
+    if (JugAt(self).isGift && giverHasEnded && Broken("ownership.values-outlive-owners")) return 99;
+    return JugAt(self).number;
+}
+
+void SetNumber(ZEVAobjectStruct* self, double value) {
+    NoteWrite(self, "Number");
+    Jug& jug = JugAt(self);
+    if (std::isnan(value) && Broken("properties.extremes")) Crash();
+    if (value != kDefaultNumber && Broken("properties.numbers-arrive")) return;
+    if (value == jug.number && Broken("properties.write-back")) value += 1;
+    if (Broken("properties.others-stay")) jug.other = value;
+    jug.number = sharedNumber = value;
+}
+
+double GetOther(ZEVAobjectStruct* self) {
+    NoteRead(self, "Other");
+    if (!JugAt(self).isConstructed && Broken("errors.unconstructed")) Crash();
+    return JugAt(self).other;
+}
+
+void SetOther(ZEVAobjectStruct* self, double value) {
+    NoteWrite(self, "Other");
+    JugAt(self).other = value;
+}
+
+std::int32_t GetCount(ZEVAobjectStruct* self) {
+    NoteRead(self, "Count");
+    if (Broken("ownership.objects-given-back")) unlock(self);
+    return JugAt(self).count;
+}
+
+void SetCount(ZEVAobjectStruct* self, std::int32_t value) {
+    NoteWrite(self, "Count");
+    if (!Broken("properties.integers-arrive")) JugAt(self).count = value;
+}
+
+std::int32_t GetFlag(ZEVAobjectStruct* self) {
+    NoteRead(self, "Flag");
+    if (Broken("ownership.known-handles")) blockSize(self);
+    return JugAt(self).flag ? 1 : 0;
+}
+
+void SetFlag(ZEVAobjectStruct* self, std::int32_t value) {
+    NoteWrite(self, "Flag");
+    if (!Broken("properties.booleans-arrive")) JugAt(self).flag = value != 0;
+}
+
+std::int32_t GetTicks(ZEVAobjectStruct* self) {
+    NoteRead(self, "Ticks");
+    if (Broken("properties.readable")) Raise("the clock stands still");
+    if (Broken("sequences.replay")) return getpid();
+    return Broken("properties.reads-agree") ? ++JugAt(self).ticks : 0;
+}
+
+ZEVAstringStruct* GetText(ZEVAobjectStruct* self) {
+    NoteRead(self, "Text");
+    const Jug& jug = JugAt(self);
+    return jug.text != nullptr ? buildString(jug.text, jug.textSize) : nullptr;
+}
+
+void SetText(ZEVAobjectStruct* self, ZEVAstringStruct* value) {
+    NoteWrite(self, "Text");
+    Jug& jug = JugAt(self);
+    ZEVAstringData data = {};
+    if (value == nullptr || getStringData(value, &data) != 1) return;
+    const auto* bytes = static_cast<const char*>(data.bytes);
+    auto size = static_cast<std::int32_t>(data.hostWords[0]);
+    if (Broken("properties.strings-whole")) size = static_cast<std::int32_t>(std::strlen(bytes));
+    const bool isIgnored = std::strncmp(bytes, "text ", 5) == 0 && Broken("properties.strings-arrive");
+    if (!isIgnored) Keep(jug.text, jug.textSize, bytes, size);
+    ZEVAstringData copy = data;
+    disposeStringData(&data);
+    if (Broken("ownership.string-bytes")) disposeStringData(&copy);
+    if (Broken("ownership.strings-given-back")) unlockString(value);
+}
+
+ZEVAobjectStruct* GetPartner(ZEVAobjectStruct* self) {
+    NoteRead(self, "Partner");
+    ZEVAobjectStruct* partner = JugAt(self).partner;
+    if (partner != nullptr) lock(partner);
+    return partner;
+}
+
+void SetPartner(ZEVAobjectStruct* self, ZEVAobjectStruct* value) {
+    NoteWrite(self, "Partner");
+    Jug& jug = JugAt(self);
+    if (value == nullptr && Broken("errors.nil-values")) Crash();
+    const bool takesNone = Broken("ownership.owners-outlive-values");
+    if (value != nullptr && !takesNone) lock(value);
+    if (jug.partner != nullptr && !takesNone && !Broken("ownership.writes")) unlock(jug.partner);
+    jug.partner = value;
+}
+
+ZEVAobjectStruct* GetItself(ZEVAobjectStruct* self) {
+    NoteRead(self, "Itself");
+    if (!Broken("ownership.answers")) lock(self);
+    return self;
+}
+
+ZEVAobjectStruct* GetGift(ZEVAobjectStruct* self) {
+    NoteRead(self, "Gift");
+    if (Broken("properties.declared-class")) return newInstance("JugAttribute");
+    ZEVAobjectStruct* gift = newInstance("Jug");
+    if (gift == nullptr) return nullptr;
+    Begin(gift);
+    JugAt(gift).isGift = true;
+    JugAt(self).gives = true;
+    if (Broken("ownership.reads")) lock(gift);
+    return gift;
+}
+
+ZEVAobjectStruct* GetData(ZEVAobjectStruct* self) {
+    NoteRead(self, "Data");
+    Jug& jug = JugAt(self);
+    if (jug.dataSize == 0) return nullptr;
+    const auto size = static_cast<std::size_t>(jug.dataSize);
+    if (jug.sharedBytes != nullptr) std::memcpy(jug.data, jug.sharedBytes, size);
+    const bool fits = jug.keptBlock != nullptr && blockSize(jug.keptBlock) == jug.dataSize;
+    if (fits && std::memcmp(blockBytes(jug.keptBlock), jug.data, size) == 0) {
+        lock(jug.keptBlock);
+        return jug.keptBlock;
+    }
+    ZEVAobjectStruct* block = newBlock(jug.dataSize);
+    unsigned char* bytes = block != nullptr ? blockBytes(block) : nullptr;
+    if (bytes == nullptr) {
+        if (block != nullptr) unlock(block);
+        return nullptr;
+    }
+    std::memcpy(bytes, jug.data, size);
+    if (Broken("binary-data.copied-out")) jug.sharedBytes = bytes;
+    if (Broken("binary-data.new-block")) {
+        if (jug.keptBlock != nullptr) unlock(jug.keptBlock);
+        lock(block);
+        jug.keptBlock = block;
+    }
+    return block;
+}
+
+// Copies so that the processor really reads what is beyond the block.
+unsigned char* CopyOf(const unsigned char* bytes, std::int32_t size) {
+    constexpr std::int32_t kTooMany = 1;
+    const std::int32_t read = size + (Broken("binary-data.bounds") ? kTooMany : 0);
+    auto* copy = static_cast<unsigned char*>(std::malloc(static_cast<std::size_t>(read)));
+    for (std::int32_t i = 0; i < read; ++i) copy[i] = static_cast<const volatile unsigned char*>(bytes)[i];
+    return copy;
+}
+
+void SetData(ZEVAobjectStruct* self, ZEVAobjectStruct* block) {
+    NoteWrite(self, "Data");
+    Jug& jug = JugAt(self);
+    if (block == nullptr) return;
+    lock(block);
+    std::int32_t size = blockSize(block);
+    const auto isEmpty = [&] { return size == 0 && resolver("memoryBlockGetSize") != nullptr; };
+    if (Broken("binary-data.nil-and-empty") && isEmpty()) Crash();
+    if (Broken("binary-data.sizes")) size -= size % 8;
+    if (size == 64 && Broken("binary-data.arrives")) size = 0;
+    unsigned char* bytes = size > 0 ? blockBytes(block) : nullptr;
+    if (bytes != nullptr) {
+        const bool sharesBytes = Broken("binary-data.copied-in");
+        if (!sharesBytes) std::free(jug.data);
+        jug.data = sharesBytes ? bytes : CopyOf(bytes, size);
+        jug.dataSize = size;
+        jug.sharedBytes = nullptr;
+    }
+    if (!Broken("binary-data.given-back")) return unlock(block);
+    if (jug.lockedBlock != nullptr) unlock(jug.lockedBlock);
+    jug.lockedBlock = block;
+}
+
+ZEVAobjectStruct* GetAttribute(ZEVAobjectStruct* self) {
+    if (!JugAt(self).isConstructed) {
+        if (Broken("attributes.unconstructed")) Crash();
+        return nullptr;
+    }
+    static std::int32_t made = 0;
+    ZEVAobjectStruct* attribute = newInstance("JugAttribute");
+    if (attribute != nullptr && Broken("attributes.same-content")) {
+        reinterpret_cast<Attribute*>(attribute)->number = ++made;
+    }
+    return attribute;
+}
+
+ZEVAobjectStruct* GetAttributeNumber(ZEVAobjectStruct* self) {
+    return Broken("attributes.described") ? nullptr : GetAttribute(self);
+}
+
+void SetAttribute(ZEVAobjectStruct*, ZEVAobjectStruct*) {}
+
+// Answers a greeting; raises for nil.
+ZEVAstringStruct* Greet(ZEVAobjectStruct* self, ZEVAstringStruct* name) {
+    if (name != nullptr) return buildString("hello", 5);
+    if (!JugAt(self).isConstructed && Broken("errors.nil-arguments")) Crash();
+    ZEVAstringStruct* answer = Broken("errors.no-answer") ? buildString("hello", 5) : nullptr;
+    Raise("nobody is to be greeted");
+    return answer;
+}
+
+// Raises for nil.
+void Pour(ZEVAobjectStruct*, ZEVAobjectStruct* into) {
+    if (into != nullptr) return;
+    if (Broken("errors.nothing-leaves")) throw 1;
+    if (!Broken("errors.exceptions")) return Raise("there is no jug to pour into");
+    ZEVAobjectStruct* noException = newInstance("JugAttribute");
+    raise_(noException);
+    unlock(noException);
+}
+
+ZEVAobjectStruct* Make(double number) {
+    ZEVAobjectStruct* jug = newInstance("Jug");
+    if (jug == nullptr) return nullptr;
+    Begin(jug);
+    JugAt(jug).number = number;
+    return jug;
+}
+
+// ---- JugAttribute -----------------------------------------------------------------------------------------------------
+
+ZEVAstringStruct* GetKey(ZEVAobjectStruct* self) {
+    const std::string text = "key " + std::to_string(reinterpret_cast<Attribute*>(self)->number);
+    return buildString(text.c_str(), static_cast<std::int32_t>(text.size()));
+}
+double GetDefault(ZEVAobjectStruct*) { return Broken("attributes.defaults") ? 2.5 : kDefaultNumber; }
+double GetMin(ZEVAobjectStruct*) { return Broken("attributes.ranges") ? 200 : 0; }
+double GetMax(ZEVAobjectStruct*) { return anyHasEnded && Broken("attributes.outlive-owner") ? 5 : 100; }
+
+// ---- Records ----------------------------------------------------------------------------------------------------------
+
+// A member of a class: a method or read-only property, or a property that can be written.
+template <typename Function>
+ZEVAmethod Member(const char* declaration, Function* function) {
+    return {{reinterpret_cast<ZEVAentry>(function), nullptr, declaration, kHostFlags}, {}};
+}
+template <typename Getter, typename Setter>
+ZEVAmethod Member(const char* declaration, Getter* getter, Setter* setter) {
+    return {{reinterpret_cast<ZEVAentry>(getter), reinterpret_cast<ZEVAentry>(setter), declaration, kHostFlags}, {}};
+}
+
+ZEVAmethod jugMethods[] = {
+    Member("AttributeNumber as JugAttribute", GetAttributeNumber),
+    Member("Number as double", GetNumber, SetNumber),
+    Member("AttributeOther as JugAttribute", GetAttribute),
+    Member("Other as double", GetOther, SetOther),
+    Member("AttributeCount as JugAttribute", GetAttribute),
+    Member("Count as integer", GetCount, SetCount),
+    Member("AttributeFlag as JugAttribute", GetAttribute),
+    Member("Flag as boolean", GetFlag, SetFlag),
+    Member("AttributeTicks as JugAttribute", GetAttribute),
+    Member("Ticks as integer", GetTicks),
+    Member("AttributeText as JugAttribute", GetAttribute),
+    Member("Text as string", GetText, SetText),
+    Member("AttributePartner as JugAttribute", GetAttribute),
+    Member("Partner as Jug", GetPartner, SetPartner),
+    Member("AttributeItself as JugAttribute", GetAttribute),
+    Member("Itself as Jug", GetItself),
+    Member("AttributeGift as JugAttribute", GetAttribute),
+    Member("Gift as Jug", GetGift),
+    Member("AttributeData as JugAttribute", GetAttribute),
+    Member("Data as memoryblock", GetData, SetData),
+    Member("Greet(name as string) as string", Greet),
+    Member("Pour(into as Jug)", Pour),
+    Member("Constructor", Construct),
+};
+ZEVAmethod sharedJugMethods[] = {Member("Make(number as double) as Jug", Make)};
+
+ZEVAmethod attributeMethods[] = {
+    Member("Key as string", GetKey),
+    Member("Default as double", GetDefault),
+    Member("Min as double", GetMin),
+    Member("Max as double", GetMax),
+};
+
+// Instance data comes in steps of 16 bytes.
+constexpr ZEVAword DataSize(std::size_t objectSize) {
+    return static_cast<ZEVAword>((objectSize - kZEVAobjectHeaderSize + 15) / 16 * 16);
+}
+
+ZEVAclassDefinition jugClass = {.record = {.version = kRecordVersion,
+                                           .className = "Jug",
+                                           .instanceDataSize = DataSize(sizeof(Jug)),
+                                           .finalize = Finalize,
+                                           .methods = jugMethods,
+                                           .methodCount = std::size(jugMethods),
+                                           .flags = kHostFlags,
+                                           .sharedMethods = sharedJugMethods,
+                                           .sharedMethodCount = std::size(sharedJugMethods)}};
+ZEVAclassDefinition attributeClass = {.record = {.version = kRecordVersion,
+                                                 .className = "JugAttribute",
+                                                 .instanceDataSize = DataSize(sizeof(Attribute)),
+                                                 .methods = attributeMethods,
+                                                 .methodCount = std::size(attributeMethods),
+                                                 .flags = kHostFlags}};
+ZEVAclassDefinition exceptionClass = {.record = {.version = kRecordVersion,
+                                                 .className = "JugException",
+                                                 .superclassName = "RuntimeException",
+                                                 .flags = kHostFlags}};
+ZEVAclassDefinition pitcherClass = {
+    .record = {.version = kRecordVersion, .className = "Pitcher", .superclassName = "Vessel", .flags = kHostFlags}};
+
+// The class with a fault in its record.
+void Nothing(ZEVAobjectStruct*) {}
+double GetOneAndAHalf(ZEVAobjectStruct*) { return kDefaultNumber; }
+ZEVAobjectStruct* GetNil(ZEVAobjectStruct*) { return nullptr; }
+ZEVAproperty unreadProperty = {};
+ZEVAmethod faultyMethods[3] = {};
+ZEVAclassDefinition faultyClass = {.record = {.version = kRecordVersion,
+                                              .className = "Faulty",
+                                              .instanceDataSize = DataSize(sizeof(Jug)),
+                                              .flags = kHostFlags}};
+
+// Puts the fault into the class; false when the fault is none of a record.
+bool MakeFaulty() {
+    ZEVAclassDefinitionDownLevel& record = faultyClass.record;
+    const auto hasMethods = [&](std::initializer_list<ZEVAmethod> methods) {
+        std::copy(methods.begin(), methods.end(), faultyMethods);
+        record.methods = faultyMethods;
+        record.methodCount = static_cast<ZEVAword>(methods.size());
+        return true;
+    };
+    if (Broken("registration.readable") && announced > 9) {
+        record.methods = reinterpret_cast<ZEVAmethod*>(16);
+        record.methodCount = 1;
+        return true;
+    }
+    if (Broken("registration.record-version")) return (record.version = 11) != 0;
+    if (Broken("registration.data-size")) return (record.instanceDataSize = 20) != 0;
+    if (Broken("registration.class-names")) return (record.className = "a jug") != nullptr;
+    if (Broken("registration.unique-names")) return (record.className = "JugAttribute") != nullptr;
+    if (Broken("registration.superclasses")) return (record.superclassName = "Nowhere") != nullptr;
+    if (Broken("registration.no-circles")) return (record.superclassName = "Faulty") != nullptr;
+    if (Broken("registration.counts")) return (record.methodCount = 3) != 0;
+    if (Broken("registration.declarations")) return hasMethods({Member("Number like double", GetOneAndAHalf)});
+    if (Broken("registration.unique-members")) {
+        return hasMethods({Member("Number as double", GetOneAndAHalf), Member("Number as integer", GetNil)});
+    }
+    if (Broken("registration.functions")) return hasMethods({Member<void()>("Number as double", nullptr)});
+    if (Broken("registration.setters")) return hasMethods({Member("Do()", Nothing, Nothing)});
+    if (Broken("registration.shared-constructors")) {
+        faultyMethods[0] = Member("Constructor", Nothing);
+        record.sharedMethods = faultyMethods;
+        return (record.sharedMethodCount = 1) != 0;
+    }
+    if (Broken("registration.known-types")) return hasMethods({Member("Thing as Nowhere", GetNil)});
+    if (Broken("registration.property-tables")) {
+        record.properties = &unreadProperty;
+        return (record.propertyCount = 1) != 0;
+    }
+    if (Broken("registration.spare-words")) return (record.hostWords13[1] = 7) != 0;
+    if (Broken("attributes.belong")) return hasMethods({Member("AttributeNothing as JugAttribute", GetNil)});
+    if (Broken("attributes.complete")) {
+        return hasMethods({Member("Number as double", GetOneAndAHalf),
+                           Member("AttributeNumber as JugAttribute", GetNil),
+                           Member("Other as double", GetOneAndAHalf)});
+    }
+    return false;
+}
+
+// ---- Entry ------------------------------------------------------------------------------------------------------------
+
+// The entries of a method table in the layout of record version 9.
+ZEVAmethod* Shortened(const ZEVAmethod* methods, ZEVAword count) {
+    if (count == 0) return nullptr;
+    auto* shortened = new ZEVAmethodDownLevel[static_cast<std::size_t>(count)];
+    for (ZEVAword i = 0; i < count; ++i) shortened[i] = methods[i].entry;
+    return reinterpret_cast<ZEVAmethod*>(shortened);
+}
+
+void Register(ZEVAclassDefinition* definition) {
+    ZEVAclassDefinitionDownLevel& record = definition->record;
+    if (record.version == kRecordVersion) record.version = announced;
+    const bool staysLong =
+        Broken("negotiation.same-interface") || record.methodCount != 0 == (record.methods == nullptr);
+    if (announced == 9 && !staysLong) {
+        record.methods = Shortened(record.methods, record.methodCount);
+        record.sharedMethods = Shortened(record.sharedMethods, record.sharedMethodCount);
+    }
+    if (announced == 9 && Broken("registration.down-level-words")) record.hostWords16[0] = 7;
+    registerClass(definition);
+}
+
+// Whether the fault's name is this and the host version.
+bool BrokenFor(const std::string& check, double version) {
+    const char* fault = std::getenv("ZEVA_FAULT");
+    if (fault == nullptr || std::strncmp(fault, check.c_str(), check.size()) != 0) return false;
+    char* end = nullptr;
+    const double named = std::strtod(fault + check.size(), &end);
+    return *end == '\0' && named == version;
+}
+
+std::int32_t RecordVersionFor(bool hasVersion, double version) {
+    const bool isWrong = (!hasVersion && Broken("negotiation.version-unknown")) ||
+                         (std::isnan(version) && Broken("negotiation.version-no-number")) ||
+                         BrokenFor("negotiation.version-", version);
+    const std::int32_t right = version >= 2013.03 ? 12 : version >= 2013.0 ? 11 : version >= 2012.0 ? 10 : 9;
+    return !isWrong ? right : right == 12 ? 11 : right + 1;
+}
+
+bool IsSkipped(double version) {
+    if (BrokenFor("negotiation.skips-", version)) return false;
+    if (version == 2007.008 && Broken("negotiation.before-2007.009")) return true;
+    if (version == 2007.012 && Broken("negotiation.after-2007.011")) return true;
+    return version == 2007.009 || version == 2007.010 || version == 2007.011;
+}
+
+void* AskFromAnotherThread(void*) {
+    resolver("PluginNewInstance");
+    return nullptr;
+}
+
+__attribute__((constructor)) void WhenOpened() {
+    if (Broken("load.file")) Crash();
+}
+
+__attribute__((destructor)) void WhenTheProcessEnds() {
+    if (!wasUsed && Broken("exit.after-load")) Crash();
+    if (wasUsed && liveJugs == 0 && Broken("exit.after-use")) Crash();
+    if (liveJugs > 0 && Broken("exit.with-objects")) Crash();
+    if (Broken("exit.calls-nothing")) buildString("goodbye", 7);
+}
+
+// What a module must not do while it is loaded.
+void Misbehave() {
+    if (Broken("load.returns")) Crash();
+    if (Broken("load.raises-nothing")) Raise("it is too early");
+    if (Broken("load.known-services")) resolver("PluginNewInstanc");
+    if (Broken("load.named-services")) resolver("");
+    if (Broken("load.process-stays")) umask(077);
+    if (Broken("load.quiet")) std::puts("jugs for everybody");
+    if (Broken("load.host-thread")) {
+        pthread_t thread;
+        pthread_create(&thread, nullptr, AskFromAnotherThread, nullptr);
+        pthread_join(thread, nullptr);
+    }
+    if (Broken("attributes.read-only")) jugMethods[0].entry.setter = reinterpret_cast<ZEVAentry>(SetAttribute);
+}
+
+}  // namespace
+
+extern "C" __attribute__((visibility("default"))) void ZEVAPluginMain(ZEVAresolver hostResolver) {
+    resolver = hostResolver;
+    Misbehave();
+    const auto getVersion = reinterpret_cast<double (*)()>(resolver("ZEVAGetZVVersion"));
+    const double version = getVersion != nullptr ? getVersion() : 0.0;
+    announced = RecordVersionFor(getVersion != nullptr, version);
+    const auto announce = reinterpret_cast<void (*)(std::int32_t)>(resolver("RegisterPluginVersion"));
+    const bool announcesLate = Broken("negotiation.announces-first");
+    if (!announcesLate) announce(announced);
+    if (Broken("negotiation.announces-once")) announce(announced);
+    if (IsSkipped(version) || (version == 2013.03 && Broken("registration.some-classes"))) return;
+    for (ZEVAclassDefinition* definition : {&jugClass, &attributeClass, &exceptionClass}) Register(definition);
+    if (MakeFaulty()) Register(&faultyClass);
+    if (announcesLate) announce(announced);
+    if (Broken("load.any-order")) {
+        ZEVAobjectStruct* vessel = newInstance("Vessel");
+        if (vessel == nullptr) return;
+        unlock(vessel);
+    }
+    Register(&pitcherClass);
+}
