@@ -4,9 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "host/checker/report.h"
+#include "host/services.h"
 
 namespace checker {
 namespace {
@@ -47,6 +49,13 @@ TEST(CheckerTest, HasChecksInElevenGroupsUnderDifferentNames) {
     EXPECT_EQ(std::adjacent_find(names.begin(), names.end()), names.end());
     EXPECT_EQ(Groups().size(), 11u);
     EXPECT_GE(names.size(), 50u);
+}
+
+TEST(CheckerTest, EveryServiceOfTheHostIsWatched) {
+    const Watch watch;
+    for (const host::Service& service : host::Services()) {
+        EXPECT_NE(Watch::ResolveForSibling(service.name), nullptr) << service.name;
+    }
 }
 
 class FaultTest : public testing::TestWithParam<std::pair<std::string, const Check*>> {};
