@@ -1,11 +1,11 @@
 // check.h - what a check is: a rule of the host interface, and how to find out whether a module keeps it.
 //
 // A check runs in a process of its own with nothing loaded. It loads what it needs onto a stage, looks, and writes down
-// what it finds; a check without findings has passed. What it cannot see on a module (no class has what the rule is about)
-// it skips with the reason.
+// what it finds; a check without findings has passed. What it cannot see on a module (no class has what the rule is
+// about) it skips with the reason.
 //
-// Adding one: a row in the list of its group (<group>_checks.cpp), and its fault in tests/checker/faulty_module.cpp under
-//             the check's name. docs/checker.md holds the list that zeva check --list prints.
+// Adding one: a row in the list of its group (<group>_checks.cpp), and its fault in tests/checker/faulty_module.cpp
+//             under the check's name. docs/checker.md holds the list that zeva check --list prints.
 
 #pragma once
 

@@ -32,7 +32,7 @@ constexpr std::size_t kKeptOutput = 4000;
 constexpr std::size_t kStepSize = 256;
 char* stepNote = nullptr;
 
-// Whether this process is a child itself. Only the outermost child leads a group of processes: all below it end with it.
+// Whether this process is a child itself. Only the outermost child leads a group of processes, which end with it.
 bool isChild = false;
 
 [[noreturn]] void Throw(const char* what) { throw std::system_error(errno, std::generic_category(), what); }

@@ -1,7 +1,7 @@
 // exercise.h - using a module's classes without knowing them: values made by type, and tours through all members.
 //
-// Nothing here knows a class by name. Values come from the records: a number is a number, and an object comes from a shared
-// method that makes one from numbers, else from a property that answers one, else from a constructor.
+// Nothing here knows a class by name. Values come from the records: a number is a number, and an object comes from a
+// shared method that makes one from numbers, else from a property that answers one, else from a constructor.
 //
 // Methods are called with nil and 0 only: what else they would do to the machine nobody knows.
 
@@ -33,8 +33,8 @@ void Use(Stage& stage);
 // Makes what should raise: constructs twice, and calls every method with nil and 0.
 void Provoke(Stage& stage);
 
-// Its parts: nil where nil fits, else 0; and the calls with these of all methods of an object's class, and of all that need
-// no object.
+// Its parts: nil where nil fits, else 0; and the calls with these of all methods of an object's class, and of all that
+// need no object.
 std::vector<host::Value> NilsFor(const host::Declaration& declaration);
 void CallMethodsWithNil(Stage& stage, const host::ObjectReference& object);
 void CallSharedMethodsWithNil(Stage& stage, const host::Class& isa);

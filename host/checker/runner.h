@@ -33,7 +33,7 @@ struct Result {
 struct RunOptions {
     std::vector<std::string> only;  // names, groups or patterns with * and ?; all checks when empty
     unsigned seed = 1;              // of the random sequences
-    double timeLimit = 10;          // seconds per check
+    double timeLimit = 30;          // seconds per check
 };
 
 // The checks that the options name. Throws HostError for a name that fits none.

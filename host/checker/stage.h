@@ -2,8 +2,9 @@
 //
 // Calls into members go through here and never throw: what the module raised is part of the answer.
 //
-// Lifetime: made once in a process that ends after the check; it is never taken down, so that a module that left something
-//           in disorder is judged for that alone. Threads: the host's thread.
+// Lifetime: made once in a process that ends after the check; it is never taken down, so that a module that left
+//           something in disorder is judged for that alone.
+// Threads:  the host's thread.
 
 #pragma once
 
@@ -87,8 +88,8 @@ inline bool IsNil(const host::Value& value) { return std::holds_alternative<std:
 // "Jug.Volume".
 std::string MemberName(const host::Class& isa, const host::Member& member);
 
-// Whether a member is a property, one that can be written, or the read-only companion that describes another property of
-// the class; if so, DescribedProperty answers that one.
+// Whether a member is a property, one that can be written, or the read-only companion that describes another property
+// of the class; if so, DescribedProperty answers that one.
 bool IsProperty(const host::Member& member);
 bool IsWritable(const host::Member& member);
 bool IsAttribute(const host::Member& member);

@@ -4,10 +4,11 @@
 // Each service is wrapped by a function of the same signature. A call that breaks a rule is written down and goes no
 // further, so that it cannot bring the host down and hide what comes after it.
 //
-// The module under examination and its siblings are wrapped alike, since references pass between them; but only the calls of
-// the former are counted, and only it meets faults.
+// The module under examination and its siblings are wrapped alike, since references pass between them; but only the
+// calls of the former are counted, and only it meets faults.
 //
-// Lifetime: one Watch per process, as there is one Host. Threads: the host's thread; a call from another is written down.
+// Lifetime: one Watch per process, as there is one Host.
+// Threads:  the host's thread; a call from another is written down.
 // Adding a service: a line in WATCHED_SERVICES (watch.cpp), and what it does to references.
 
 #pragma once

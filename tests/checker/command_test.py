@@ -83,7 +83,8 @@ class CommandTest(unittest.TestCase):
         report = json.loads(check("--json", fault="ownership.answers").stdout)
         names = [entry["name"] for entry in report["checks"]]
         self.assertEqual(len(names), len(set(names)))
-        self.assertEqual(report["summary"], {"passed": len(names) - 1, "failed": 1, "crashed": 0, "warned": 0, "skipped": 0})
+        self.assertEqual(report["summary"]["failed"], 1)
+        self.assertEqual(report["summary"]["passed"], len(names) - 1)
         failed = next(entry for entry in report["checks"] if entry["verdict"] == "failed")
         self.assertEqual(failed["name"], "ownership.answers")
         self.assertEqual(failed["findings"][0]["subject"], "reading Jug.Itself")
@@ -95,7 +96,8 @@ class CommandTest(unittest.TestCase):
             self.assertEqual(result.returncode, 1)
             suites = tree.parse(path).getroot().findall("testsuite")
             self.assertEqual(len(suites), 11)
-            counts = {key: sum(int(suite.get(key)) for suite in suites) for key in ("tests", "failures", "errors", "skipped")}
+            keys = ("tests", "failures", "errors", "skipped")
+            counts = {key: sum(int(suite.get(key)) for suite in suites) for key in keys}
             summary = result.stdout.splitlines()[-1]
             for word, key in {"failed": "failures", "crashed": "errors", "skipped": "skipped"}.items():
                 self.assertIn(f" {counts[key]} {word}", summary)

@@ -4,7 +4,8 @@
 // ("registration.data-size"); without it the module is faultless. So every check has its fault here, found by its name.
 //
 // The classes: Jug has a property of every type, a description of each, and methods; JugAttribute is the description;
-// JugException is raised; Pitcher needs a sibling's class. A class with a fault in its record is registered beside them.
+// JugException is raised; Pitcher needs a sibling's class. A class with a fault in its record is registered beside
+// them.
 //
 // Nothing of plugin/ is used but the structures: what is broken here is what the functions of plugin/ do right.
 // Adding a fault: Broken("<group>.<check>") where the rule is broken, so that no other check can notice.
@@ -22,142 +23,12 @@
 #include <string>
 
 #include "plugin/zeva.h"
+#include "tests/checker/faulty_jug.h"
 
 namespace {
 
-// Whether the rule is to be broken.
-bool Broken(const std::string& check) {
-    static const char* const fault = std::getenv("ZEVA_FAULT");
-    return fault != nullptr && check == fault;
-}
-
-[[noreturn]] void Crash() { std::abort(); }
-
-// ---- The host's services ----------------------------------------------------------------------------------------------
-
-ZEVAresolver resolver = nullptr;
-std::int32_t announced = 0;  // the record version
-
-template <typename Signature>
-class Service;
-
-// A service, looked up until it is found; without it a call does nothing and answers null or 0.
-template <typename Result, typename... Arguments>
-class Service<Result(Arguments...)> {
-  public:
-    explicit Service(const char* name) : name_(name) {}
-
-    Result operator()(Arguments... arguments) {
-        const std::string name = name_;
-        const bool keepsFailure = wasAsked_ && Broken("faults.late-services");
-        if ((entry_ == nullptr && !keepsFailure) || Broken("faults.looked-up-once")) {
-            entry_ = reinterpret_cast<Result (*)(Arguments...)>(resolver(name_));
-        }
-        wasAsked_ = true;
-        if (entry_ == nullptr) {
-            // A host that lacks everything for a while is the business of another check.
-            const char* other = name == "ZEVAUnlockString" ? "ZEVASetPropValueInt" : "ZEVAUnlockString";
-            const auto lacksOnlyThis = [&] { return resolver(other) != nullptr; };
-            if (Broken("faults.without-" + name) && lacksOnlyThis()) Crash();
-            return Result();
-        }
-        if constexpr (std::is_void_v<Result>) {
-            entry_(arguments...);
-        } else {
-            const Result result = entry_(arguments...);
-            // No call below is made that may fail in a host whose services all work, but that for an exception's class.
-            if (!result && !mayFail && Broken("faults.failing-" + name)) Crash();
-            return result;
-        }
-    }
-
-    bool mayFail = false;
-
-  private:
-    const char* name_;
-    Result (*entry_)(Arguments...) = nullptr;
-    bool wasAsked_ = false;
-};
-
-Service<void(ZEVAclassDefinition*)> registerClass("PluginRegisterClass");
-Service<ZEVAstringStruct*(const char*, std::int32_t)> buildString("ZEVABuildString");
-Service<void(ZEVAstringStruct*, std::uint32_t)> setStringEncoding("ZEVASetStringEncoding");
-Service<std::int32_t(ZEVAstringStruct*, ZEVAstringData*)> getStringData("PluginGetStringData");
-Service<void(ZEVAstringData*)> disposeStringData("PluginDisposeStringData");
-Service<void(ZEVAstringStruct*)> unlockString("ZEVAUnlockString");
-Service<ZEVAobjectStruct*(const char*)> newInstance("PluginNewInstance");
-Service<void(ZEVAobjectStruct*, const char*, ZEVAstringStruct*)> setStringProperty("ZEVASetPropValueString");
-Service<void(ZEVAobjectStruct*, const char*, std::int32_t)> setIntegerProperty("ZEVASetPropValueInt");
-Service<void(ZEVAobjectStruct*)> raise_("RuntimeRaiseException");
-Service<void(ZEVAobjectStruct*)> lock("ZEVALockObject");
-Service<void(ZEVAobjectStruct*)> unlock("ZEVAUnlockObject");
-Service<ZEVAobjectStruct*(std::int32_t)> newBlock("newMemoryBlock");
-Service<unsigned char*(ZEVAobjectStruct*)> blockBytes("memoryBlockGetPtr");
-Service<std::int32_t(ZEVAobjectStruct*)> blockSize("memoryBlockGetSize");
-
-// ---- Objects ----------------------------------------------------------------------------------------------------------
-
-constexpr double kDefaultNumber = 1.5;
-constexpr std::int32_t kDefaultCount = 3;
-
-struct Jug {
-    unsigned char header[kZEVAobjectHeaderSize];
-    bool isConstructed;
-    bool isGift;
-    bool gives;  // a gift has been given
-    bool flag;
-    double number;
-    double other;
-    std::int32_t count;
-    std::int32_t ticks;
-    char* text;  // ours
-    std::int32_t textSize;
-    unsigned char* data;  // ours
-    std::int32_t dataSize;
-    ZEVAobjectStruct* partner;      // one reference
-    ZEVAobjectStruct* lockedBlock;  // of faults only: one reference
-    ZEVAobjectStruct* keptBlock;    // of faults only: one reference
-    unsigned char* sharedBytes;     // of faults only: those of a block
-};
-
-struct Attribute {
-    unsigned char header[kZEVAobjectHeaderSize];
-    std::int32_t number;  // how many there were before, where that is a fault
-};
-
-Jug& JugAt(ZEVAobjectStruct* object) { return *reinterpret_cast<Jug*>(object); }
-
-int liveJugs = 0;
-bool wasUsed = false;      // a jug was constructed
-bool anyHasEnded = false;  // a jug has ended
-bool giverHasEnded = false;
-
-// What was done last, for faults that need an order of calls.
-struct LastCall {
-    enum Kind { kConstruct, kRead, kWrite } kind = kRead;
-    const void* jug = nullptr;
-    const char* property = "";
-    int constructions = 0;            // how many there were in a row
-    const void* constructed[3] = {};  // the last three
-} last;
-
-void NoteConstruction(const void* jug) {
-    last.constructions = last.kind == LastCall::kConstruct ? last.constructions + 1 : 1;
-    last.kind = LastCall::kConstruct;
-    std::rotate(std::begin(last.constructed), std::begin(last.constructed) + 1, std::end(last.constructed));
-    last.constructed[2] = jug;
-}
-
-void NoteRead(const void* jug, const char* property) {
-    const bool isOfAnother =
-        last.kind == LastCall::kWrite && last.jug != jug && std::strcmp(last.property, property) != 0;
-    if (isOfAnother && Broken("sequences.random")) Crash();
-    last = {LastCall::kRead, jug, property};
-}
-
-void NoteWrite(const void* jug, const char* property) { last = {LastCall::kWrite, jug, property}; }
-
-// ---- Exceptions -------------------------------------------------------------------------------------------------------
+// ---- Exceptions
+// -------------------------------------------------------------------------------------------------------
 
 void Raise(const char* message) {
     constexpr std::uint32_t kEncodingAscii = 0x600;
@@ -178,7 +49,8 @@ void Raise(const char* message) {
     if (text != nullptr) unlockString(text);
 }
 
-// ---- Jug --------------------------------------------------------------------------------------------------------------
+// ---- Jug
+// --------------------------------------------------------------------------------------------------------------
 
 void Keep(char*& bytes, std::int32_t& size, const void* from, std::int32_t count) {
     std::free(bytes);
@@ -461,7 +333,8 @@ ZEVAobjectStruct* Make(double number) {
     return jug;
 }
 
-// ---- JugAttribute -----------------------------------------------------------------------------------------------------
+// ---- JugAttribute
+// -----------------------------------------------------------------------------------------------------
 
 ZEVAstringStruct* GetKey(ZEVAobjectStruct* self) {
     const std::string text = "key " + std::to_string(reinterpret_cast<Attribute*>(self)->number);
@@ -471,7 +344,8 @@ double GetDefault(ZEVAobjectStruct*) { return Broken("attributes.defaults") ? 2.
 double GetMin(ZEVAobjectStruct*) { return Broken("attributes.ranges") ? 200 : 0; }
 double GetMax(ZEVAobjectStruct*) { return anyHasEnded && Broken("attributes.outlive-owner") ? 5 : 100; }
 
-// ---- Records ----------------------------------------------------------------------------------------------------------
+// ---- Records
+// ----------------------------------------------------------------------------------------------------------
 
 // A member of a class: a method or read-only property, or a property that can be written.
 template <typename Function>
@@ -602,7 +476,8 @@ bool MakeFaulty() {
     return false;
 }
 
-// ---- Entry ------------------------------------------------------------------------------------------------------------
+// ---- Entry
+// ------------------------------------------------------------------------------------------------------------
 
 // The entries of a method table in the layout of record version 9.
 ZEVAmethod* Shortened(const ZEVAmethod* methods, ZEVAword count) {
