@@ -68,6 +68,17 @@ void ReadTransform(id value, core_image::InputValue* input) {
     input->elements = numbers;
 }
 
+void RetainObject(const void* object) { CFRetain(object); }
+void ReleaseObject(const void* object) { CFRelease(object); }
+
+// A copy costs nothing unless the bytes may change.
+void ReadData(NSData* value, core_image::InputValue* input) {
+    NSData* data = [[value copy] autorelease];
+    input->bytes = [data bytes];
+    input->count = [data length];
+    input->owner = {data, RetainObject, ReleaseObject};
+}
+
 // Reads the colour space that an object is, if it is one of red, green and blue.
 void ReadSpace(id object, core_image::InputValue* input) {
     input->space = core_image::ColourSpace::other;
@@ -109,8 +120,7 @@ void ReadInput(const InputDescription& description, id value, core_image::InputV
             break;
         case InputKind::data:
             if (![value isKindOfClass:[NSData class]]) RaiseUnrecognized(value, @selector(bytes));
-            input->bytes = [(NSData*)value bytes];
-            input->count = [(NSData*)value length];
+            ReadData(value, input);
             break;
         case InputKind::object:
             ReadSpace(value, input);

@@ -118,4 +118,25 @@ TEST(FalseColourTest, BlackIsTheFirstColourAndWhiteTheSecond) {
     ExpectNear(result(0.25f), {0.75, 0.25, 0, 1});
 }
 
+// A matrix upon a matrix is one, which leaves no trace in the result.
+TEST(LinearFiltersTest, OneUponTheOtherIsWhatBothAreInTurn) {
+    const ImageRef image = OutOfRangeImage(17);
+    const ImageRef first = FilterValues().image("inputImage", image).number("inputEV", 1.3).output("CIExposureAdjust");
+    const ImageRef both = FilterValues().image("inputImage", first).output("CIColorInvert");
+    EXPECT_EQ(both->depth().levels, first->depth().levels);
+    ExpectPixels(both, {image}, [](const std::vector<Slow>& inputs) {
+        const Slow& s = inputs[0];
+        const double gain = std::exp2(1.3);
+        return Slow{s.alpha - gain * s.red, s.alpha - gain * s.green, s.alpha - gain * s.blue, s.alpha};
+    });
+}
+
+TEST(LinearFiltersTest, WhatIsLimitedBetweenTwoStaysSo) {
+    ImageRef image = OnePixel(0, 2, 4, 1);
+    for (const double stops : {120.0, -120.0})
+        image = FilterValues().image("inputImage", image).number("inputEV", stops).output("CIExposureAdjust");
+    const std::vector<float> pixel = PixelOf(image);
+    EXPECT_EQ(pixel[1], pixel[2]);
+}
+
 }  // namespace

@@ -2,6 +2,8 @@
 
 #include "colour/colour_matrix.h"
 
+#include <cmath>
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "colour/colour_matrix.cpp"
 #include <hwy/foreach_target.h>
@@ -31,6 +33,25 @@ HWY_EXPORT(MultiplyRun);
 
 void ColourMatrix::apply(float* blocks, std::size_t count) const {
     HWY_DYNAMIC_DISPATCH(MultiplyRun)(columns_, blocks, count);
+}
+
+std::unique_ptr<const PointFunction> ColourMatrix::after(const PointFunction& first) const {
+    const auto* other = dynamic_cast<const ColourMatrix*>(&first);
+    if (other == nullptr) return nullptr;
+    constexpr double kLarge = 1e6;
+    Columns product;
+    for (std::size_t column = 0; column < kFloatsPerPixel; ++column) {
+        for (std::size_t row = 0; row < kFloatsPerPixel; ++row) {
+            double sum = 0;
+            for (std::size_t k = 0; k < kFloatsPerPixel; ++k) {
+                if (std::abs(columns_[k][row]) > kLarge || std::abs(other->columns_[column][k]) > kLarge)
+                    return nullptr;
+                sum += static_cast<double>(columns_[k][row]) * other->columns_[column][k];
+            }
+            product[column][row] = static_cast<float>(sum);
+        }
+    }
+    return std::make_unique<ColourMatrix>(product);
 }
 
 }  // namespace core_image

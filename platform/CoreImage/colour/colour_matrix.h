@@ -20,6 +20,9 @@ class ColourMatrix : public PointFunction {
 
     void apply(float* blocks, std::size_t count) const override;
 
+    // The product with another matrix, unless numbers may grow so large that they are limited between the two.
+    std::unique_ptr<const PointFunction> after(const PointFunction& first) const override;
+
   private:
     Columns columns_;
 };

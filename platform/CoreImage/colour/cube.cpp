@@ -19,14 +19,14 @@ constexpr double kLargestDimension = 128;
 
 class Cube : public PointFunction {
   public:
-    Cube(std::vector<float> texels, int dimension) : texels_(std::move(texels)), dimension_(dimension) {}
+    Cube(std::shared_ptr<const float> texels, int dimension) : texels_(std::move(texels)), dimension_(dimension) {}
 
     void apply(float* blocks, std::size_t count) const override {
-        LookUpCube(texels_.data(), dimension_, blocks, count);
+        LookUpCube(texels_.get(), dimension_, blocks, count);
     }
 
   private:
-    std::vector<float> texels_;
+    std::shared_ptr<const float> texels_;
     int dimension_;
 };
 
@@ -46,8 +46,8 @@ std::unique_ptr<const Cube> ReadCube(const Inputs& inputs) {
     if (number < kSmallestDimension || number >= kLargestDimension + 1) return nullptr;
     const auto dimension = static_cast<std::size_t>(number);
     const std::size_t count = dimension * dimension * dimension * kFloatsPerPixel;
-    std::vector<float> texels = inputs.floats("inputCubeData", count);
-    if (texels.size() < count) return nullptr;
+    std::shared_ptr<const float> texels = inputs.floats("inputCubeData", count);
+    if (texels == nullptr) return nullptr;
     return std::make_unique<Cube>(std::move(texels), static_cast<int>(dimension));
 }
 

@@ -12,18 +12,26 @@
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
 
-// Levels of bytes from 0 to 255, to which numbers of 0...1 are rounded; what is no number becomes 0.
+// Added to a number of 0...255, it rounds it to a whole one.
+constexpr float kRounding = 8388608;
+
+// The level of a byte, 0...255, to which a number is rounded, plus kRounding; of what is no number that of 0.
 //
-// Why here: a table is larger than many a picture. Few of its texels may be looked at.
+// Why here and not once for all: a table is larger than many a picture, and few of its texels may be looked at.
 template <class V>
-HWY_INLINE V LevelOf(V value) {
+HWY_INLINE V RoundedLevel(V number) {
     const hn::DFromV<V> d;
-    const V positive = hn::IfThenElseZero(hn::Gt(value, hn::Zero(d)), value);
-    return hn::Floor(hn::MulAdd(hn::Min(positive, hn::Set(d, 1.0f)), hn::Set(d, 255.0f), hn::Set(d, 0.5f)));
+    // In this order the larger of what is no number and 0 is 0.
+    const V bounded = hn::Min(hn::Max(number, hn::Zero(d)), hn::Set(d, 1.0f));
+    return hn::MulAdd(bounded, hn::Set(d, 255.0f), hn::Set(d, kRounding));
 }
 
-HWY_INLINE TexelPair LoadLevels(const float* texels) {
-    return OfBoth(LoadPair(texels), [](auto texel) HWY_ATTR { return LevelOf(texel); });
+// The level at a share of the way from one number to another, each rounded.
+template <class V>
+HWY_INLINE V LevelBetween(V from, V to, float share) {
+    const hn::DFromV<V> d;
+    const V start = RoundedLevel(from);
+    return hn::MulAdd(hn::Sub(RoundedLevel(to), start), hn::Set(d, share), hn::Sub(start, hn::Set(d, kRounding)));
 }
 
 HWY_ATTR void LookUpCube(const float* texels, int dimension, float* blocks, std::size_t count) {
@@ -48,7 +56,9 @@ HWY_ATTR void LookUpCube(const float* texels, int dimension, float* blocks, std:
     const auto look = [&](std::size_t pixel) HWY_ATTR {
         const float* cell = texels + cells[pixel];
         const auto rows = [&](const float* texel) HWY_ATTR {
-            return Between(LoadLevels(texel), LoadLevels(texel + green), shares[1][pixel]);
+            const float share = shares[1][pixel];
+            return OfBoth([share](auto from, auto to) HWY_ATTR { return LevelBetween(from, to, share); },
+                          LoadPair(texel), LoadPair(texel + green));
         };
         return Between(Between(rows(cell), rows(cell + blue), shares[2][pixel]), shares[0][pixel]);
     };

@@ -29,10 +29,10 @@ using TexelPair = hn::Vec<hn::FixedTag<float, 8>>;
 
 HWY_INLINE TexelPair LoadPair(const float* texels) { return hn::LoadU(hn::FixedTag<float, 8>(), texels); }
 
-// What a function makes of both.
-template <class Function>
-HWY_INLINE TexelPair OfBoth(TexelPair pair, const Function& function) {
-    return function(pair);
+// What a function makes of texels, for the first and the second of pairs alike.
+template <class Function, class... Pairs>
+HWY_INLINE TexelPair OfBoth(const Function& function, Pairs... pairs) {
+    return function(pairs...);
 }
 
 HWY_INLINE Texel Between(TexelPair pair, float share) {
@@ -49,13 +49,13 @@ HWY_INLINE TexelPair LoadPair(const float* texels) {
     return {hn::LoadU(TexelTag(), texels), hn::LoadU(TexelTag(), texels + 4)};
 }
 
-template <class Function>
-HWY_INLINE TexelPair OfBoth(TexelPair pair, const Function& function) {
-    return {function(pair.first), function(pair.second)};
+template <class Function, class... Pairs>
+HWY_INLINE TexelPair OfBoth(const Function& function, Pairs... pairs) {
+    return {function(pairs.first...), function(pairs.second...)};
 }
 
 HWY_INLINE TexelPair Between(TexelPair a, TexelPair b, float share) {
-    return {Between(a.first, b.first, share), Between(a.second, b.second, share)};
+    return OfBoth([share](Texel x, Texel y) HWY_ATTR { return Between(x, y, share); }, a, b);
 }
 
 HWY_INLINE Texel Between(TexelPair pair, float share) { return Between(pair.first, pair.second, share); }

@@ -1,4 +1,4 @@
-// bitmap_source.cpp - decodes the pixels of a bitmap into linear light.
+// bitmap_source.cpp - decodes the pixels of a bitmap into linear light; compiled once for every instruction set.
 
 #include <cstring>
 #include <utility>
@@ -6,38 +6,68 @@
 #include "core/bitmap.h"
 #include "core/colour_matching.h"
 
-namespace core_image {
-namespace {
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "core/bitmap_source.cpp"
+#include <hwy/foreach_target.h>
 
-constexpr float kByteScale = 1.0f / 255;
+#include "core/pixels-inl.h"
 
-// A pixel of bytes whose numbers are linear.
-void DecodeLinearByte(const std::uint8_t* from, Alpha kind, float* to) {
-    const float alpha = kind == Alpha::ignored ? 1.0f : static_cast<float>(from[3]) * kByteScale;
-    const float scale = kind == Alpha::straight ? alpha * kByteScale : kByteScale;
-    for (int channel = 0; channel < 3; ++channel) to[channel] = static_cast<float>(from[channel]) * scale;
-    to[3] = alpha;
+HWY_BEFORE_NAMESPACE();
+namespace core_image::HWY_NAMESPACE {
+
+using IntegerTag = hn::RebindToSigned<WideTag>;
+using Integers = hn::Vec<IntegerTag>;
+
+HWY_INLINE Integers ByteOf(Integers pixels, int shift) {
+    const IntegerTag d;
+    return hn::And(hn::ShiftRightSame(pixels, shift), hn::Set(d, 255));
 }
 
-void DecodeByteRow(const BitmapSource& source, const std::uint8_t* from, float* to, std::size_t count) {
-    const float* decoded = DecodedBytes();
-    const float* premultiplied = source.alpha == Alpha::premultiplied ? DecodedPremultipliedBytes() : nullptr;
-    for (std::size_t index = 0; index < count; ++index, from += kFloatsPerPixel, to += kFloatsPerPixel) {
-        if (source.transfer == Transfer::linear) {
-            DecodeLinearByte(from, source.alpha, to);
-        } else if (source.alpha == Alpha::ignored || from[3] == 255) {
-            for (int channel = 0; channel < 3; ++channel) to[channel] = decoded[from[channel]];
-            to[3] = 1;
-        } else {
-            const float alpha = static_cast<float>(from[3]) * kByteScale;
-            const float* multiplied = premultiplied == nullptr ? nullptr : premultiplied + from[3] * 256;
-            for (int channel = 0; channel < 3; ++channel) {
-                to[channel] = multiplied == nullptr ? decoded[from[channel]] * alpha : multiplied[from[channel]];
-            }
-            to[3] = alpha;
+HWY_INLINE Wide FractionOf(Integers byte) { return hn::Mul(hn::ConvertTo(WideTag(), byte), Constant(1.0f / 255)); }
+
+// Linear light of pixels, red in their lowest bits. Tables are those of transfer.h; without any the bytes are linear.
+HWY_INLINE Colours Decode(Integers pixels, Alpha kind, const float* plain, const float* premultiplied) {
+    const IntegerTag d;
+    const Integers alpha = kind == Alpha::ignored ? hn::Set(d, 255) : ByteOf(pixels, 24);
+    const auto each = [&](const auto& decode) HWY_ATTR {
+        return Colours{decode(ByteOf(pixels, 0)), decode(ByteOf(pixels, 8)), decode(ByteOf(pixels, 16)),
+                       FractionOf(alpha)};
+    };
+    const bool isOpaque = hn::AllTrue(d, hn::Eq(alpha, hn::Set(d, 255)));
+    Colours c;
+    if (plain == nullptr) {
+        c = each([](Integers byte) HWY_ATTR { return FractionOf(byte); });
+    } else if (isOpaque || kind == Alpha::straight) {
+        c = each([&](Integers byte) HWY_ATTR { return hn::GatherIndex(WideTag(), plain, byte); });
+    } else {
+        const Integers row = hn::ShiftLeft<8>(alpha);
+        return each([&](Integers byte)
+                        HWY_ATTR { return hn::GatherIndex(WideTag(), premultiplied, hn::Add(row, byte)); });
+    }
+    if (kind == Alpha::straight && !isOpaque) Premultiply(c);
+    return c;
+}
+
+HWY_ATTR void DecodeBytes(const std::uint8_t* from, Alpha kind, const float* plain, const float* premultiplied,
+                          float* blocks, std::size_t count) {
+    const IntegerTag d;
+    for (std::size_t pixel = 0; pixel < count; pixel += kBlockPixels) {
+        HWY_ALIGN std::int32_t pixels[kBlockPixels] = {};
+        std::memcpy(pixels, from + 4 * pixel, 4 * std::min(kBlockPixels, count - pixel));
+        for (std::size_t lane = 0; lane < kBlockPixels; lane += hn::MaxLanes(d)) {
+            StoreColours(Decode(hn::Load(d, pixels + lane), kind, plain, premultiplied), blocks + 4 * pixel + lane);
         }
     }
 }
+
+}  // namespace core_image::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace core_image {
+namespace {
+
+HWY_EXPORT(DecodeBytes);
 
 class BitmapStage : public Stage {
   public:
@@ -62,27 +92,27 @@ class BitmapStage : public Stage {
     }
 
     void render(const Tile& tile) const override {
-        if (source_.format == PixelFormat::floats && source_.transfer == Transfer::sRGB) {
+        if (source_.format == PixelFormat::bytes || source_.transfer == Transfer::sRGB) {
             RenderByRuns(*this, tile);
             return;
         }
         for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
-            const std::uint8_t* from = place(tile.region.x, y);
-            if (source_.format == PixelFormat::bytes) {
-                DecodeByteRow(source_, from, tile.row(y), tile.width());
-            } else {
-                std::memcpy(tile.row(y), from, tile.width() * kFloatsPerPixel * sizeof(float));
-            }
+            std::memcpy(tile.row(y), place(tile.region.x, y), tile.width() * kFloatsPerPixel * sizeof(float));
         }
     }
 
-    void renderRun(const Run& run, float* blocks, float* spare) const override {
+    void renderRun(const Run& run, float* blocks, float*) const override {
+        const std::uint8_t* from = place(run.x, run.y);
+        const bool isEncoded = source_.transfer == Transfer::sRGB;
         if (source_.format == PixelFormat::bytes) {
-            Stage::renderRun(run, blocks, spare);
-            return;
+            const float* plain = isEncoded ? DecodedBytes() : nullptr;
+            const bool isDivided = isEncoded && source_.alpha == Alpha::premultiplied;
+            HWY_DYNAMIC_DISPATCH(DecodeBytes)
+            (from, source_.alpha, plain, isDivided ? DecodedPremultipliedBytes() : nullptr, blocks, run.count);
+        } else {
+            ToBlocks(reinterpret_cast<const float*>(from), run.count, blocks);
+            if (isEncoded) DecodeRun(blocks, run.count);
         }
-        ToBlocks(reinterpret_cast<const float*>(place(run.x, run.y)), run.count, blocks);
-        if (source_.transfer == Transfer::sRGB) DecodeRun(blocks, run.count);
     }
 
   private:
@@ -127,3 +157,4 @@ ImageRef MakeBitmapImage(const BitmapSource& source, std::shared_ptr<const void>
 }
 
 }  // namespace core_image
+#endif

@@ -3,7 +3,6 @@
 #include "core/inputs.h"
 
 #include <cmath>
-#include <cstring>
 
 #include "core/transfer.h"
 
@@ -47,12 +46,14 @@ Pixel Inputs::colour(std::string_view key) const {
     return PixelOfColour(components);
 }
 
-std::vector<float> Inputs::floats(std::string_view key, std::size_t most) const {
+std::shared_ptr<const float> Inputs::floats(std::string_view key, std::size_t count) const {
     const InputValue* value = find(key);
-    if (value == nullptr || value->bytes == nullptr) return {};
-    std::vector<float> numbers(std::min(value->count / sizeof(float), most));
-    std::memcpy(numbers.data(), value->bytes, numbers.size() * sizeof(float));
-    return numbers;
+    if (value == nullptr || value->bytes == nullptr || value->count / sizeof(float) < count) return nullptr;
+    const BytesOwner owner = value->owner;
+    if (owner.object != nullptr) owner.retain(owner.object);
+    return {static_cast<const float*>(value->bytes), [owner](const float*) {
+                if (owner.object != nullptr) owner.release(owner.object);
+            }};
 }
 
 ColourSpace Inputs::space(std::string_view key) const {

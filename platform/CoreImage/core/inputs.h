@@ -2,14 +2,14 @@
 //
 // The values are views into objects that the filter keeps, so they hold nothing and need no cleaning up: an exception that
 // leaves by a jump while they are being read loses nothing.
-// Lifetime: until the filter function returns. What an image keeps, it copies.
+// Lifetime: until the filter function returns. What an image keeps, it copies; bytes it keeps by their owner.
 // Threads:  one.
 
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <string_view>
-#include <vector>
 
 #include "core/colour_conversion.h"
 #include "core/image.h"
@@ -26,6 +26,13 @@ float FiniteFloat(double value);
 // object that is no space of red, green and blue.
 enum class ColourSpace { none, linear, sRGB, profile, other };
 
+// An object that keeps bytes where they are. Without one they stay for good.
+struct BytesOwner {
+    const void* object = nullptr;
+    void (*retain)(const void* object) = nullptr;
+    void (*release)(const void* object) = nullptr;
+};
+
 // One input: whichever of the members its class fills; the others stay empty.
 struct InputValue {
     const char* key = nullptr;
@@ -33,6 +40,7 @@ struct InputValue {
     const double* elements = nullptr;  // of a vector, a colour (sRGB, straight alpha) or a transform (a b c d tx ty)
     std::size_t count = 0;             // of elements, or of bytes
     const void* bytes = nullptr;       // of data, or of a space's profile
+    BytesOwner owner = {};             // of the bytes, which never change
     const ImageRef* image = nullptr;
     ColourSpace space = ColourSpace::none;
 };
@@ -59,8 +67,8 @@ class Inputs {
     // A colour.
     Pixel colour(std::string_view key) const;
 
-    // Whole floats out of bytes; none when there are no bytes. The bytes may lie anywhere.
-    std::vector<float> floats(std::string_view key, std::size_t most) const;
+    // The floats that bytes are, kept as long as they are used; null when there are fewer. They may lie anywhere in memory.
+    std::shared_ptr<const float> floats(std::string_view key, std::size_t count) const;
 
     // A colour space.
     ColourSpace space(std::string_view key) const;

@@ -60,6 +60,9 @@ class PointImage : public Image {
     PointImage(ImageRef input, std::unique_ptr<const PointFunction> function, const Extent& extent)
         : Image(extent, input->depth()), input_(std::move(input)), function_(std::move(function)) {}
 
+    const ImageRef& input() const { return input_; }
+    const PointFunction& function() const { return *function_; }
+
     std::unique_ptr<const Stage> prepare(const Region& region) const override {
         std::vector<const PointFunction*> functions = {function_.get()};
         const PointImage* first = this;
@@ -185,6 +188,11 @@ ImageRef MakePointImage(ImageRef input, std::unique_ptr<const PointFunction> fun
 }
 
 ImageRef MakePointImage(ImageRef input, std::unique_ptr<const PointFunction> function, const Extent& extent) {
+    if (const auto* below = dynamic_cast<const PointImage*>(input.get())) {
+        if (auto both = function->after(below->function())) {
+            return std::make_shared<PointImage>(below->input(), std::move(both), extent);
+        }
+    }
     return std::make_shared<PointImage>(std::move(input), std::move(function), extent);
 }
 

@@ -21,6 +21,9 @@ class PointFunction {
 
     // Replaces a run in place. In an image no larger than its input transparent black must stay transparent black.
     virtual void apply(float* blocks, std::size_t count) const = 0;
+
+    // One function that does what another and then this one do; null where there is none.
+    virtual std::unique_ptr<const PointFunction> after(const PointFunction&) const { return nullptr; }
 };
 
 // What becomes of the pixels of several images at one place.

@@ -38,9 +38,7 @@ struct View {
     std::ptrdiff_t floatsPerRow = 0;  // as in a tile
 
     std::size_t width() const { return static_cast<std::size_t>(region.width); }
-    const float* row(std::int64_t y) const {
-        return pixels + static_cast<std::ptrdiff_t>(y - region.y) * floatsPerRow;
-    }
+    const float* row(std::int64_t y) const { return pixels + static_cast<std::ptrdiff_t>(y - region.y) * floatsPerRow; }
     const float* pixel(std::int64_t x, std::int64_t y) const {
         return row(y) + static_cast<std::ptrdiff_t>(x - region.x) * std::ptrdiff_t{kFloatsPerPixel};
     }
