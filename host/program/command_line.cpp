@@ -22,6 +22,7 @@ constexpr AddCommand* kCommands[] = {
     AddList,
     AddDescribe,
     AddCheck,
+    AddGallery,
     AddTrace,
     AddCompletion,
 };

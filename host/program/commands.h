@@ -21,5 +21,6 @@ AddCommand AddCheck;
 AddCommand AddRun;
 AddCommand AddCompletion;
 AddCommand AddDescribe;
+AddCommand AddGallery;
 AddCommand AddList;
 AddCommand AddTrace;

@@ -5,9 +5,8 @@
 #include <cstdio>
 
 #include "host/errors.h"
+#include "host/program/class_description.h"
 #include "host/program/commands.h"
-#include "host/program/filter_name.h"
-#include "host/program/value_json.h"
 
 namespace {
 
@@ -21,20 +20,10 @@ struct Row {
     std::string category;
 };
 
-// The category that says what a filter is: the first of its list, without the platform's prefix.
-std::string Category(const std::string& categories) {
-    constexpr std::string_view kPrefix = "CICategory";
-    std::string first = categories.substr(0, categories.find(','));
-    return first.starts_with(kPrefix) ? first.substr(kPrefix.size()) : first;
-}
-
 Row RowOf(Host& session, const host::Class& isa) {
-    Row row = {FilterShortName(isa.Name()), isa.Name(), {}, {}};
-    if (row.shortName.empty() || !isa.IsA("CIFilterQOR")) return row;
-    const host::ObjectReference filter = session.Construct(isa.Name());
-    row.displayName = ValueJson(session, session.Get(filter.Get(), "DisplayName"));
-    row.category = Category(ValueJson(session, session.Get(filter.Get(), "Categories")));
-    return row;
+    if (!IsFilter(isa)) return {{}, isa.Name(), {}, {}};
+    const Json json = ClassJson(session, isa);
+    return {json["filter"], isa.Name(), json["displayName"], json["category"]};
 }
 
 void List(const SessionOptions& options, const std::string& category, bool all, bool json) {
