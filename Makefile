@@ -1,6 +1,7 @@
 # The front door.
 #
 #   make run               put a photo through a filter of the 32-bit module: build/run/blurred.png
+#   make gallery           put the photo through every filter: pages to browse, build/gallery/index.html
 #   make test              build and test both widths
 #   make mutants           apply small faults to the module, one at a time; the tests must catch each
 #   make sanitize          the tests under the address, undefined-behaviour and leak checkers
@@ -8,8 +9,8 @@
 #   make bench             how fast the engine is, beside other libraries, and what a call of the module costs
 #   make clean             remove what was built; the 32-bit sysroot stays
 #
-#   ABI=x86_64             the other width for run; that width alone for test
-#   PHOTO=path             the photo of run: any PNG or JPEG
+#   ABI=x86_64             the other width for run and gallery; that width alone for test
+#   PHOTO=path             the photo of run and gallery: any PNG or JPEG
 #   MODULE=path            the filter module of run, such as build/macos-i386/filters.o: its code for 32-bit macOS
 #
 # On a fresh Debian 12 machine each target first installs what is missing, as root or with sudo.
@@ -22,13 +23,17 @@ MODULE ?=
 # Without a width named, tests run on both.
 TEST_ABIS := $(if $(filter undefined file,$(origin ABI)),i386 x86_64,$(ABI))
 
-.PHONY: run test mutants sanitize coverage bench clean configure-% build-%
+.PHONY: run gallery test mutants sanitize coverage bench clean configure-% build-%
 
 run: configure-$(ABI)
 	@cmake --build --preset $(ABI) --target zeva filters companion $(if $(and $(MODULE),$(filter i386,$(ABI))),filters_macos) -- --quiet
 	@mkdir -p build/run
 	@build/$(ABI)/bin/zeva apply GaussianBlur inputRadius=$(RADIUS) --keep-size "$(PHOTO)" -o build/run/blurred.png \
 		$(if $(MODULE),--module "$(MODULE)")
+
+gallery: configure-$(ABI)
+	@cmake --build --preset $(ABI) --target zeva filters companion -- --quiet
+	@build/$(ABI)/bin/zeva gallery "$(PHOTO)" -o build/gallery
 
 test:
 	@tools/test $(TEST_ABIS)

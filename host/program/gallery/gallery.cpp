@@ -127,7 +127,8 @@ void Render(Host& session, Gallery& gallery, const path& target) {
     RunBatch(jobs.size(), prepare, [&](std::size_t i, const std::string& failure) {
         const auto& [photo, filter, sample] = jobs[i];
         if (failure.empty()) return progress.Done("");
-        for (const std::string& picture : sample->pictures) gallery.missing.insert(photo->folder + "/" + picture);
+        for (const std::string& picture : sample->pictures)
+            gallery.missing[photo->folder + "/" + picture] = Reason(failure);
         progress.Done(std::string(filter->description["filter"]) + ", " + sample->caption + ", " + photo->name + ": " +
                       Reason(failure));
     });

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <set>
 
 #include "host/program/class_description.h"
 #include "host/program/gallery/html.h"
@@ -56,8 +57,8 @@ std::string Page(const std::string& title, const Html& body) {
 // A picture of a photo's folder; where it could not be made, the words for that.
 Html Picture(const Gallery& gallery, const GalleryPhoto& photo, const std::string& file, const std::string& alt) {
     const std::string path = photo.folder + "/" + file;
-    if (gallery.missing.contains(path))
-        return Fill("<p class=\"missing\">No picture: the filter gave no image.</p>", {});
+    const auto reason = gallery.missing.find(path);
+    if (reason != gallery.missing.end()) return Fill("<p class=\"missing\">No picture: {}.</p>", {reason->second});
     return Fill(R"(<img src="{}" alt="{}" width="{}" height="{}" loading="lazy">)",
                 {path, alt, photo.width, photo.height});
 }
@@ -147,6 +148,13 @@ Html PhotoSection(const Gallery& gallery, const GalleryFilter& filter, const Gal
                 {heading, figures, HelperPictures(gallery, filter, photo)});
 }
 
+// A list with spaces, so that a line may break in it.
+std::string Breakable(const std::string& list) {
+    std::string text;
+    for (char c : list) text += c == ',' ? ", " : std::string(1, c);
+    return text;
+}
+
 Html PropertyRow(const Json& property) {
     const auto cell = [](const char* label, const std::string& text) {
         return text.empty() ? Html{"<td class=\"empty\"></td>"} : Fill("<td data-label=\"{}\">{}</td>", {label, text});
@@ -154,7 +162,7 @@ Html PropertyRow(const Json& property) {
     const std::string access = property["readOnly"] ? " (read-only)" : "";
     return Fill("<tr><th scope=\"row\"><code>{}</code></th>{}{}{}{}</tr>\n",
                 {std::string(property["name"]), cell("Type", std::string(property["type"]) + access),
-                 cell("Default", DefaultText(property)), cell("Range", RangeText(property)),
+                 cell("Default", Breakable(DefaultText(property))), cell("Range", RangeText(property)),
                  cell("", property["description"])});
 }
 

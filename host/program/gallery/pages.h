@@ -5,7 +5,7 @@
 
 #pragma once
 
-#include <set>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -28,7 +28,7 @@ struct GalleryFilter {
 struct Gallery {
     std::vector<GalleryPhoto> photos;
     std::vector<GalleryFilter> filters;
-    std::set<std::string> missing;  // pictures that could not be made, with their folders
+    std::map<std::string, std::string> missing;  // pictures that could not be made, with their folders, and why
 };
 
 // The file of a filter's page.

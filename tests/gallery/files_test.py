@@ -1,0 +1,198 @@
+"""The gallery as files: every filter, every picture, every program, every link."""
+
+import concurrent.futures
+import json
+import os
+import pathlib
+import re
+import shutil
+import unittest
+import urllib.parse
+
+from written_gallery import Page, temporary_folder, write_gallery, write_photo, zeva
+
+ROOT = pathlib.Path(__file__).parent.parent.parent
+ODD_NAME = "a <b> & 'c'.png"  # whatever a page does not escape shows
+# Filters whose pictures are of one colour because that is what they do.
+ONE_COLOUR = {"AreaAverage", "AreaMaximum", "AreaMaximumAlpha", "AreaMinimum", "AreaMinimumAlpha", "ConstantColorGenerator"}
+# Prints the name of each picture whose pixels are all the same.
+FIND_FLAT = """
+for _, name in ipairs(arg) do
+    local image <close> = CIImageQOR.Open(name)
+    local pixels = image:Pixels(image.Extent).Bytes
+    if pixels == pixels:sub(1, 4):rep(#pixels // 4) then print(name) end
+end
+"""
+
+
+def setUpModule():
+    global folder, gallery, pages, described
+    folder = temporary_folder()
+    gallery = write_gallery(folder, [write_photo(folder, ODD_NAME, 64), write_photo(folder, "other.png", 48)])
+    pages = {path.name: Page(path.read_text()) for path in gallery.glob("*.html")}
+    names = [row["filter"] for row in json.loads(zeva("list", "--json").stdout)]
+    described = {entry["filter"]: entry for entry in json.loads(zeva("describe", "--json", *names).stdout)}
+
+
+def photo_folders():
+    return sorted((gallery / "pictures").iterdir())
+
+
+def pictures_of(folder):
+    """The pictures that the filters' programs made."""
+    return sorted(path.name for path in folder.iterdir() if path.name[0].isupper())
+
+
+class SettingsTest(unittest.TestCase):
+    def test_every_filter_has_settings_of_its_own_keys(self):
+        filters = json.loads((ROOT / "host/program/gallery/gallery.json").read_text())["filters"]
+        self.assertEqual(set(filters), set(described))
+        for name, entry in filters.items():
+            keys = {key["name"] for key in described[name]["properties"] if not key["readOnly"]}
+            self.assertGreaterEqual(len(entry["settings"]), 1, name)
+            for caption, values in entry["settings"].items():
+                self.assertLessEqual(set(values), keys, (name, caption))
+
+
+class PagesTest(unittest.TestCase):
+    def test_there_is_a_page_for_every_filter_and_a_card_on_the_overview(self):
+        expected = {f"{name}.html" for name in described}
+        self.assertEqual(set(pages), expected | {"index.html"})
+        cards = [link["href"] for link in pages["index.html"].all("a")]
+        self.assertEqual(len(cards), len(described))
+        self.assertEqual(set(cards), expected)
+
+    def test_elements_are_nested_as_they_should_be(self):
+        for name, page in pages.items():
+            self.assertEqual(page.faults, [], name)
+            self.assertEqual(len(page.all("h1")), 1, name)
+            self.assertEqual(page.all("html"), [{"lang": "en"}])
+
+    def test_links_and_pictures_lead_to_files_of_the_gallery(self):
+        for name, page in pages.items():
+            targets = [link["href"] for link in page.all("a") + page.all("link")] + [
+                source["src"] for source in page.all("img") + page.all("script")
+            ]
+            for target in set(targets) - {"data:,"}:
+                self.assertTrue((gallery / urllib.parse.unquote(target)).is_file(), (name, target))
+
+    def test_every_picture_has_words_for_those_who_do_not_see_it_and_loads_late(self):
+        for name, page in pages.items():
+            for image in page.all("img"):
+                self.assertTrue(image["alt"], name)
+                self.assertEqual(image["loading"], "lazy")
+                self.assertGreater(int(image["width"]) * int(image["height"]), 0)
+
+    def test_a_photo_s_name_is_text(self):
+        text = (gallery / "GaussianBlur.html").read_text()
+        self.assertIn("<h2>a &lt;b&gt; &amp; &#39;c&#39;.png</h2>", text)
+        self.assertNotIn("<b>", text)
+
+    def test_a_page_shows_every_photo_and_every_property(self):
+        for name, entry in described.items():
+            text = (gallery / f"{name}.html").read_text()
+            self.assertEqual(text.count("<h2>other.png</h2>"), 1)
+            self.assertIn(f"<code>{entry['class']}</code>", text)
+            for key in entry["properties"]:
+                self.assertEqual(text.count(f'<th scope="row"><code>{key["name"]}</code></th>'), 1, (name, key))
+
+    def test_neighbours_lead_through_all_filters(self):
+        seen, name = [], "index.html"
+        name = pages["index.html"].all("a")[0]["href"]
+        while name:
+            seen.append(name)
+            following = [link["href"] for link in pages[name].all("a") if link.get("rel") == "next"]
+            name = following[0] if following else None
+        self.assertEqual(seen, [link["href"] for link in pages["index.html"].all("a")])
+
+    def test_nothing_comes_from_elsewhere(self):
+        for path in gallery.iterdir():
+            if path.is_file():
+                self.assertNotIn("//", re.sub(r"^ *//.*$", "", path.read_text(), flags=re.MULTILINE).replace("i // size", ""))
+
+
+class PicturesTest(unittest.TestCase):
+    def test_every_photo_has_the_same_pictures_and_each_stands_on_a_page(self):
+        shown = {image["src"] for page in pages.values() for image in page.all("img")}
+        first, second = photo_folders()
+        self.assertEqual(pictures_of(first), pictures_of(second))
+        self.assertGreater(len(pictures_of(first)), 150)
+        for each in photo_folders():
+            for picture in pictures_of(each):
+                self.assertIn(f"pictures/{each.name}/{picture}", shown)
+
+    def test_no_picture_is_blank(self):
+        script = folder / "flat.lua"
+        script.write_text(FIND_FLAT)
+        pictures = pictures_of(photo_folders()[0])
+        flat = zeva("run", script, *pictures, cwd=photo_folders()[0])
+        self.assertEqual((flat.returncode, flat.stderr), (0, ""))
+        self.assertEqual({name.split("-")[0] for name in flat.stdout.splitlines()}, ONE_COLOUR)
+
+    def test_every_program_on_the_pages_makes_the_pictures_on_the_pages(self):
+        made_before = photo_folders()[0]
+        programs = [(name, program) for name in described for program in pages[f"{name}.html"].programs]
+        helpers = [path for path in made_before.iterdir() if not path.name[0].isupper()]
+        unmatched = set(pictures_of(made_before))
+
+        def run(number):
+            name, program = programs[number]
+            place = folder / f"program-{number}"
+            place.mkdir()
+            for helper in helpers:
+                shutil.copy(helper, place)
+            (place / "program.lua").write_text(program)
+            ran = zeva("run", "program.lua", cwd=place)
+            self.assertEqual((ran.returncode, ran.stdout, ran.stderr), (0, "", ""), name)
+            pictures = pictures_of(place)
+            self.assertTrue(pictures, name)
+            for picture in pictures:
+                self.assertEqual((place / picture).read_bytes(), (made_before / picture).read_bytes(), picture)
+            return pictures
+
+        with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as workers:
+            for pictures in workers.map(run, range(len(programs))):
+                unmatched -= set(pictures)
+        self.assertEqual(unmatched, set())
+
+
+class FailureTest(unittest.TestCase):
+    def test_a_picture_that_fails_is_told_and_does_not_stop_the_others(self):
+        photo = write_photo(folder, "photo.png", 32)
+        blocked = folder / "blocked/pictures/photo/GaussianBlur-2.jpg"
+        (blocked / "in the way").mkdir(parents=True)
+        made = zeva("gallery", photo, "-o", folder / "blocked")
+        self.assertEqual(made.returncode, 1)
+        self.assertRegex(made.stderr, r"^zeva: GaussianBlur, Radius 2, photo.png: [^\n]*GaussianBlur-2.jpg[^\n]*\n$")
+        self.assertRegex(made.stdout, r"^(\d+) of \d+ pictures written to \S+/blocked, 1 failed, ")
+        page = (folder / "blocked/GaussianBlur.html").read_text()
+        self.assertEqual(page.count('<p class="missing">No picture: '), 1)
+        self.assertEqual(Page(page).faults, [])
+        self.assertTrue((folder / "blocked/pictures/photo/Gloom-1.jpg").is_file())
+
+    def test_a_photo_that_cannot_be_read_makes_no_gallery(self):
+        made = zeva("gallery", folder / "none.png", "-o", folder / "none")
+        self.assertEqual(made.returncode, 1)
+        self.assertRegex(made.stderr, r"^zeva: \S+none.png: .*no such file or directory[^\n]*: no gallery is made\n$")
+        self.assertFalse((folder / "none/index.html").exists())
+
+    def test_a_trace_is_refused(self):
+        made = zeva("gallery", "photo.png", "-o", folder / "none", "--trace", folder / "calls.json")
+        self.assertEqual(made.stderr, "zeva: --trace: it tells of one process, a gallery is made by several\n")
+        self.assertEqual(made.returncode, 1)
+
+
+class LargePhotoTest(unittest.TestCase):
+    def test_a_large_photo_is_scaled_down(self):
+        photo = write_photo(folder, "large.png", 900)
+        script = folder / "size.lua"
+        script.write_text('print(CIImageQOR.Open("photo.jpg").Extent.Text)')
+        place = folder / "scaled"
+        place.mkdir()
+        ran = zeva("run", ROOT / "host/program/gallery/prepare.lua", photo, cwd=place)
+        self.assertEqual((ran.returncode, ran.stderr), (0, ""))
+        self.assertEqual(zeva("run", script, cwd=place).stdout, "[0 0 800 800]\n")
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,79 @@
+"""A gallery of a small photo, written once for all tests of a file, and its pages as the tests read them.
+
+A test file is run as: FILE ZEVA.
+"""
+
+import html.parser
+import pathlib
+import subprocess
+import sys
+import tempfile
+import unittest
+
+ZEVA = str(pathlib.Path(sys.argv.pop(1)).absolute())
+ORIGINAL = "/usr/share/matplotlib/mpl-data/sample_data/grace_hopper.jpg"
+# Makes a small, square photo of it.
+SMALL = """
+local input, output, side = ...
+local photo = CIImageQOR.Open(input)
+local scale = side / photo.Extent.Width
+photo:Transform(NSAffineTransformQOR.Identity():Scale(scale, scale))
+    :Crop(CIVectorQOR.Rectangle(0, 0, side, side)):Save(output)
+"""
+VOID = {"meta", "link", "img", "input", "br"}
+
+
+def zeva(*arguments, **options):
+    return subprocess.run([ZEVA, *map(str, arguments)], capture_output=True, text=True, timeout=120, **options)
+
+
+class Page(html.parser.HTMLParser):
+    """The elements of a page as (tag, attributes), its programs, and what is wrong with how elements are nested."""
+
+    def __init__(self, text):
+        super().__init__()
+        self.elements, self.programs, self.faults, self.open = [], [], [], []
+        self.feed(text)
+        self.close()
+        self.faults += [f"<{tag}> is not closed" for tag in self.open]
+
+    def handle_starttag(self, tag, attributes):
+        self.elements.append((tag, dict(attributes)))
+        if tag not in VOID:
+            self.open.append(tag)
+        if tag == "pre":
+            self.programs.append("")
+
+    def handle_endtag(self, tag):
+        if not self.open or self.open.pop() != tag:
+            self.faults.append(f"</{tag}> closes nothing")
+
+    def handle_data(self, data):
+        if "pre" in self.open:
+            self.programs[-1] += data
+
+    def all(self, tag):
+        return [attributes for name, attributes in self.elements if name == tag]
+
+
+def write_photo(folder, name, side):
+    """A small copy of the photo."""
+    script = folder / "small.lua"
+    script.write_text(SMALL)
+    made = zeva("run", script, ORIGINAL, folder / name, side)
+    assert made.returncode == 0, made.stderr
+    return folder / name
+
+
+def write_gallery(folder, photos):
+    """Writes a gallery of the photos, in which nothing may fail. Answers its folder."""
+    made = zeva("gallery", *photos, "-o", folder / "gallery")
+    assert (made.returncode, made.stderr) == (0, ""), made.stderr
+    return folder / "gallery"
+
+
+def temporary_folder():
+    """A folder that goes away with the tests of the file."""
+    folder = tempfile.TemporaryDirectory()
+    unittest.addModuleCleanup(folder.cleanup)
+    return pathlib.Path(folder.name)
