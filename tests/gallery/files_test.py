@@ -9,7 +9,7 @@ import shutil
 import unittest
 import urllib.parse
 
-from written_gallery import Page, temporary_folder, write_gallery, write_photo, zeva
+from written_gallery import Page, filters_without_image, temporary_folder, write_gallery, write_photo, zeva
 
 ROOT = pathlib.Path(__file__).parent.parent.parent
 ODD_NAME = "a <b> & 'c'.png"  # whatever a page does not escape shows
@@ -131,7 +131,8 @@ class PicturesTest(unittest.TestCase):
 
     def test_every_program_on_the_pages_makes_the_pictures_on_the_pages(self):
         made_before = photo_folders()[0]
-        programs = [(name, program) for name in described for program in pages[f"{name}.html"].programs]
+        rendered = described.keys() - filters_without_image()
+        programs = [(name, program) for name in sorted(rendered) for program in pages[f"{name}.html"].programs]
         helpers = [path for path in made_before.iterdir() if not path.name[0].isupper()]
         unmatched = set(pictures_of(made_before))
 
@@ -163,8 +164,10 @@ class FailureTest(unittest.TestCase):
         (blocked / "in the way").mkdir(parents=True)
         made = zeva("gallery", photo, "-o", folder / "blocked")
         self.assertEqual(made.returncode, 1)
-        self.assertRegex(made.stderr, r"^zeva: GaussianBlur, Radius 2, photo.png: [^\n]*GaussianBlur-2.jpg[^\n]*\n$")
-        self.assertRegex(made.stdout, r"^(\d+) of \d+ pictures written to \S+/blocked, 1 failed, ")
+        told = [line for line in made.stderr.splitlines() if not line.endswith(": the filter gave no image")]
+        self.assertEqual(len(told), 1, told)
+        self.assertRegex(told[0], r"^zeva: GaussianBlur, Radius 2, photo.png: .*GaussianBlur-2.jpg")
+        self.assertIn(f" written to {folder}/blocked, {len(made.stderr.splitlines())} failed, ", made.stdout)
         page = (folder / "blocked/GaussianBlur.html").read_text()
         self.assertEqual(page.count('<p class="missing">No picture: '), 1)
         self.assertEqual(Page(page).faults, [])

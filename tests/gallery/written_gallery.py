@@ -4,7 +4,9 @@ A test file is run as: FILE ZEVA.
 """
 
 import html.parser
+import json
 import pathlib
+import re
 import subprocess
 import sys
 import tempfile
@@ -14,7 +16,8 @@ ZEVA = str(pathlib.Path(sys.argv.pop(1)).absolute())
 ORIGINAL = "/usr/share/matplotlib/mpl-data/sample_data/grace_hopper.jpg"
 # Makes a small, square photo of it.
 SMALL = """
-local input, output, side = ...
+local input, output = ...
+local side = tonumber(arg[3])
 local photo = CIImageQOR.Open(input)
 local scale = side / photo.Extent.Width
 photo:Transform(NSAffineTransformQOR.Identity():Scale(scale, scale))
@@ -65,10 +68,25 @@ def write_photo(folder, name, side):
     return folder / name
 
 
+def filters_without_image():
+    """The filters that Core Image has no formula for here: with every image set, their output still is nil."""
+    names = [row["filter"] for row in json.loads(zeva("list", "--json").stdout)]
+    script = ["local image = CIImageQOR.FromColor(CIColorQOR.Hex('#808080')):Crop(CIVectorQOR.Rectangle(0, 0, 9, 9))"]
+    for entry in json.loads(zeva("describe", "--json", *names).stdout):
+        images = [key["name"] for key in entry["properties"] if key["type"] == "CIImageQOR" and not key["readOnly"]]
+        settings = " ".join(f"filter.{key} = image" for key in images)
+        test = f"if not filter.outputImage then print('{entry['filter']}') end"
+        script.append(f"do local filter = {entry['class']}() {settings} {test} end")
+    return set(zeva("run", "-", input="\n".join(script)).stdout.split())
+
+
 def write_gallery(folder, photos):
-    """Writes a gallery of the photos, in which nothing may fail. Answers its folder."""
+    """Writes a gallery of the photos, in which only filters without an image may fail. Answers its folder."""
     made = zeva("gallery", *photos, "-o", folder / "gallery")
-    assert (made.returncode, made.stderr) == (0, ""), made.stderr
+    failed = re.findall(r"^zeva: (\w+), .*: the filter gave no image$", made.stderr, re.MULTILINE)
+    assert len(failed) == len(made.stderr.splitlines()), made.stderr
+    assert set(failed) == filters_without_image(), made.stderr
+    assert made.returncode == (1 if failed else 0)
     return folder / "gallery"
 
 
