@@ -3,6 +3,7 @@
 #include "host/program/class_description.h"
 
 #include <cctype>
+#include <cstdio>
 
 #include "host/program/filter_name.h"
 #include "host/program/value_json.h"
@@ -86,8 +87,14 @@ std::string Category(const std::string& categories) {
     return first.starts_with(kPrefix) ? first.substr(kPrefix.size()) : first;
 }
 
-// A value in the spelling of the command line: numbers as short as they can be, lists without brackets.
+// A value in the spelling of the command line: short numbers, lists without brackets.
 std::string Plain(const Json& value) {
+    if (value.is_number_float()) {
+        // Six digits: a pi of sixteen says no more to a reader, and on 32 bits numbers have no more.
+        char text[32];
+        std::snprintf(text, sizeof text, "%.6g", double(value));
+        return text;
+    }
     if (value.is_number()) return host::NumberText(value);
     if (value.is_string()) return value;
     std::string text;

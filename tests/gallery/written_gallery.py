@@ -23,7 +23,7 @@ local scale = side / photo.Extent.Width
 photo:Transform(NSAffineTransformQOR.Identity():Scale(scale, scale))
     :Crop(CIVectorQOR.Rectangle(0, 0, side, side)):Save(output)
 """
-VOID = {"meta", "link", "img", "input", "br"}
+VOID = {"meta", "link", "img", "input", "wbr"}
 
 
 def zeva(*arguments, **options):
@@ -73,11 +73,13 @@ def filters_without_image():
     names = [row["filter"] for row in json.loads(zeva("list", "--json").stdout)]
     script = ["local image = CIImageQOR.FromColor(CIColorQOR.Hex('#808080')):Crop(CIVectorQOR.Rectangle(0, 0, 9, 9))"]
     for entry in json.loads(zeva("describe", "--json", *names).stdout):
-        images = [key["name"] for key in entry["properties"] if key["type"] == "CIImageQOR" and not key["readOnly"]]
+        images = [key["name"] for key in entry["properties"] if key["type"] == "CIImageQOR" and key["name"] != "outputImage"]
         settings = " ".join(f"filter.{key} = image" for key in images)
         test = f"if not filter.outputImage then print('{entry['filter']}') end"
         script.append(f"do local filter = {entry['class']}() {settings} {test} end")
-    return set(zeva("run", "-", input="\n".join(script)).stdout.split())
+    ran = zeva("run", "-", input="\n".join(script))
+    assert ran.returncode == 0, ran.stderr
+    return set(ran.stdout.split())
 
 
 def write_gallery(folder, photos):

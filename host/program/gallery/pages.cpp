@@ -74,13 +74,26 @@ Html CardPicture(const Gallery& gallery, const GalleryFilter& filter) {
     return Picture(gallery, photo, sample.pictures[(sample.pictures.size() - 1) / 2], AltText(filter, sample, photo));
 }
 
+// A name of several words, with places where a line may break.
+Html Wrapping(const std::string& name) {
+    Html html;
+    for (std::size_t i = 0; i < name.size(); ++i) {
+        const auto is = [&](int (*kind)(int), std::size_t place) {
+            return kind(static_cast<unsigned char>(name[place])) != 0;
+        };
+        if (i > 0 && is(std::isupper, i) && is(std::islower, i - 1)) html += Html{"<wbr>"};
+        html += Escaped(std::string(1, name[i]));
+    }
+    return html;
+}
+
 Html Card(const Gallery& gallery, const GalleryFilter& filter) {
     return Fill(R"(<li class="card"><a href="{}">{}
 <h3>{}</h3>
 <p class="class">{}</p>
 <p>{}</p></a></li>
 )",
-                {PageName(filter), CardPicture(gallery, filter), Title(filter), TextOf(filter, "class"),
+                {PageName(filter), CardPicture(gallery, filter), Title(filter), Wrapping(TextOf(filter, "class")),
                  TextOf(filter, "description")});
 }
 

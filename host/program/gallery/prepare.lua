@@ -2,7 +2,8 @@
 --
 --   photo.jpg      the photo, at most 800 pixels on its longer side
 --   second.jpg     another picture of the same size: the next photo, or where there is none this one, mirrored and repainted
---   mask.jpg       a soft white disc on black; spot.png the same, transparent outside
+--   mask.jpg       a soft white disc on black
+--   spot.png       the same disc in orange, transparent outside
 --   clouds.jpg     soft spots of grey
 --   waves.png      two waves: red from left to right, green upward
 --   gradient.png   black over red and orange to pale yellow
@@ -64,7 +65,7 @@ local function disc(x, y)
     return 3 * (1.1 - distance)
 end
 drawn(w, h, function(x, y) local v = disc(x, y) return v, v, v, 1 end):SaveWithQuality("mask.jpg", 0.92)
-drawn(w, h, function(x, y) return 1, 1, 1, disc(x, y) end):Save("spot.png")
+drawn(w, h, function(x, y) return 0.9, 0.5, 0.2, disc(x, y) end):Save("spot.png")
 
 -- Sums of a few waves that share no period look like clouds.
 drawn(w, h, function(x, y)
