@@ -51,12 +51,12 @@ TEST(EdgeWorkTest, IsWhiteButWhereAPixelIsDarkerThanItsSurroundings) {
             y = std::clamp(y, all.y, all.top() - 1);
             return channel == 3 ? 0.0 : Luminance(source, x, y);
         };
-        const SlowGaussian blurred(tone, radius, all);
+        const SlowGaussian sharp(tone, std::min(radius / 3, 1.0), all), blurred(tone, radius, all);
         // Why so much: the blur's own 1e-5 counts eight times, and in the dark fifty times more.
         ExpectPixels(
             image, all,
             [&](std::int64_t x, std::int64_t y, std::size_t channel) {
-                const double own = tone(x, y, 0), around = blurred(x, y, 0), alpha = Clipped(source, x, y, 3);
+                const double own = sharp(x, y, 0), around = blurred(x, y, 0), alpha = Clipped(source, x, y, 3);
                 if (channel == 3) return alpha;
                 return std::clamp(1 + 8 * ((own - around) / (around + 0.02) + 0.05), 0.0, 1.0) * alpha;
             },

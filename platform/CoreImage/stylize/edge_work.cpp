@@ -1,8 +1,8 @@
 // edge_work.cpp - a woodcut: what is darker than its surroundings is cut black.
 //
-// Of the luminance y of the light that a pixel sends, clipped to 0...1, and its Gaussian blur g: the contrast is
-// (y - g) / (g + 0.02); the tone is clamp(1 + 8 (contrast + 0.05)). So an even area is white, and black what is darker than
-// its surroundings by more than a sixth.
+// Of the luminance of the light that a pixel sends, clipped to 0...1, and two Gaussian blurs of it, y by little and g by the
+// radius: the contrast is (y - g) / (g + 0.02); the tone is clamp(1 + 8 (contrast + 0.05)). So an even area is white, and black
+// what is darker than its surroundings by more than a sixth.
 
 #include <utility>
 
@@ -29,9 +29,9 @@ HWY_ATTR void LuminanceRow(float* pixels, std::size_t count) {
 }
 
 HWY_ATTR void WoodcutRow(float* pixels, const float* const* others, std::size_t count) {
-    ForEachPlace<1>(pixels, others, count, [](Colours& c, const auto& blurred) HWY_ATTR {
-        const Wide around = blurred[0].red;
-        const Wide contrast = hn::Div(hn::Sub(c.red, around), hn::Add(around, Constant(0.02f)));
+    ForEachPlace<2>(pixels, others, count, [](Colours& c, const auto& blurred) HWY_ATTR {
+        const Wide own = blurred[0].red, around = blurred[1].red;
+        const Wide contrast = hn::Div(hn::Sub(own, around), hn::Add(around, Constant(0.02f)));
         const Wide tone = Clamp01(hn::MulAdd(hn::Add(contrast, Constant(0.05f)), Constant(8), Constant(1)));
         c.red = c.green = c.blue = hn::Mul(tone, c.alpha);
     });
@@ -47,6 +47,9 @@ namespace {
 HWY_EXPORT(LuminanceRow);
 HWY_EXPORT(WoodcutRow);
 
+// The narrow blur, where the radius is three times as wide at least.
+constexpr double kGrain = 1;
+
 class LuminanceFunction : public PointFunction {
   public:
     void apply(float* pixels, std::size_t count) const override { HWY_DYNAMIC_DISPATCH(LuminanceRow)(pixels, count); }
@@ -61,18 +64,20 @@ class Woodcut : public CombiningFunction {
 
 }  // namespace
 
-ImageRef MakeWoodcutImage(ImageRef input, double radius) {
+ImageRef MakeWoodcutImage(ImageRef input, double grain, double radius) {
     const Extent extent = input->extent();
     ImageRef tone = MakePointImage(MakeClampedImage(std::move(input)), std::make_unique<LuminanceFunction>());
-    ImageRef blurred = MakeGaussianBlurImage(tone, FramedRadius(radius, extent));
-    return MakeCombinedImage({std::move(tone), std::move(blurred)}, std::make_unique<Woodcut>(), extent);
+    ImageRef own = MakeGaussianBlurImage(tone, FramedRadius(grain, extent));
+    ImageRef around = MakeGaussianBlurImage(tone, FramedRadius(radius, extent));
+    return MakeCombinedImage({std::move(tone), std::move(own), std::move(around)}, std::make_unique<Woodcut>(), extent);
 }
 
-// One Gaussian and the contrast to it, not a difference of two: outlines then grow with the radius from thin to bold. The image
-// goes on as its outermost pixels do, so that its frame is no outline.
+// The contrast of two Gaussians: the wide one makes outlines grow with the radius from thin to bold, the narrow one keeps the
+// grain of a photo from speckling its even areas. The image goes on as its outermost pixels do, so that its frame is no outline.
 ImageRef EdgeWork(const Inputs& inputs) {
     ImageRef input = inputs.image("inputImage");
-    return input == nullptr ? nullptr : MakeWoodcutImage(std::move(input), inputs.number("inputRadius"));
+    const double radius = inputs.number("inputRadius");
+    return input == nullptr ? nullptr : MakeWoodcutImage(std::move(input), std::min(radius / 3, kGrain), radius);
 }
 
 }  // namespace core_image

@@ -21,8 +21,8 @@ ImageRef Gloom(const Inputs& inputs);
 // CIEdges: how fast each colour changes, times inputIntensity, on black; alpha stays.
 ImageRef Edges(const Inputs& inputs);
 
-// An image as a woodcut: black where it is darker than what lies within a radius, white elsewhere; alpha stays.
-ImageRef MakeWoodcutImage(ImageRef input, double radius);
+// An image as a woodcut: black where it, blurred by grain, is darker than blurred by a radius, white elsewhere; alpha stays.
+ImageRef MakeWoodcutImage(ImageRef input, double grain, double radius);
 
 // CIEdgeWork: the woodcut by inputRadius.
 ImageRef EdgeWork(const Inputs& inputs);
