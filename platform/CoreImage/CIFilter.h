@@ -3,9 +3,6 @@
 // A filter is found by name and holds one value per input key, its defaults at first. Inputs are set and read by key-value
 // coding; outputImage is built from them at each read, so that changing an input later does not change an image fetched before.
 //
-// The filters of core/filter_table.cpp render. All others of the catalogue hold and describe their values, and answer nil for
-// outputImage: never a wrong image.
-//
 // Failure: a key that the filter lacks raises NSUndefinedKeyException, for reading and for writing; outputImage cannot be
 //          written and raises the same. Setting never checks a value: one of the wrong class raises NSInvalidArgumentException
 //          when outputImage is read. A needed image that is missing makes outputImage nil.
@@ -48,7 +45,7 @@
 // Sets every input that has a default to it; the others, such as images, stay.
 - (void)setDefaults;
 
-// The image of the current inputs; autoreleased. nil when a needed image is missing, and for filters that do not render yet.
+// The image of the current inputs; autoreleased. nil when a needed image is missing.
 - (CIImage*)outputImage;
 
 @end

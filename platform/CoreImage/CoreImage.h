@@ -1,8 +1,7 @@
 // CoreImage.h - filters over images: what to compute is described first and computed when pixels are asked for.
 //
-// An image is an immutable recipe; a filter makes images out of images and values; a context renders. All 73 filters of
-// attributes.json are known with their keys, defaults and ranges. Those listed in core/filter_table.cpp render so far; all others
-// answer nil for outputImage.
+// An image is an immutable recipe; a filter makes images out of images and values; a context renders. The keys,
+// defaults and ranges of the 73 filters are in attributes.json, what renders them in core/filter_table.cpp.
 
 #pragma once
 

@@ -24,93 +24,17 @@ TEST(FilterInputsTest, MissingImageGivesNil) {
     }
 }
 
-TEST(FilterInputsTest, FiltersThatDoNotRenderGiveNil) {
-    // clang-format off
-    NSSet* rendering = [NSSet setWithArray:@[
-        @"CIAdditionCompositing",
-        @"CIAffineClamp",
-        @"CIAffineTile",
-        @"CIAffineTransform",
-        @"CIAreaAverage",
-        @"CIAreaHistogram",
-        @"CIAreaMaximum",
-        @"CIAreaMaximumAlpha",
-        @"CIAreaMinimum",
-        @"CIAreaMinimumAlpha",
-        @"CIBarsSwipeTransition",
-        @"CIBlendWithAlphaMask",
-        @"CIBlendWithMask",
-        @"CIBloom",
-        @"CIBoxBlur",
-        @"CIBumpDistortion",
-        @"CIBumpDistortionLinear",
-        @"CICMYKHalftone",
-        @"CICheckerboardGenerator",
-        @"CICircleSplashDistortion",
-        @"CICircularScreen",
-        @"CICircularWrap",
-        @"CIColorBlendMode",
-        @"CIColorBurnBlendMode",
-        @"CIColorClamp",
-        @"CIColorControls",
-        @"CIColorCrossPolynomial",
-        @"CIColorCube",
-        @"CIColorCubeWithColorSpace",
-        @"CIColorDodgeBlendMode",
-        @"CIColorInvert",
-        @"CIColorMap",
-        @"CIColorMatrix",
-        @"CIColorMonochrome",
-        @"CIColorPolynomial",
-        @"CIColorPosterize",
-        @"CIColumnAverage",
-        @"CIConstantColorGenerator",
-        @"CIConvolution3X3",
-        @"CIConvolution5X5",
-        @"CIConvolution7X7",
-        @"CIConvolution9Horizontal",
-        @"CIConvolution9Vertical",
-        @"CICopyMachineTransition",
-        @"CICrop",
-        @"CIDarkenBlendMode",
-        @"CIDifferenceBlendMode",
-        @"CIDiscBlur",
-        @"CIDisintegrateWithMaskTransition",
-        @"CIDisplacementDistortion",
-        @"CIDissolveTransition",
-        @"CIDotScreen",
-        @"CIDroste",
-        @"CIEdgeWork",
-        @"CIEdges",
-        @"CIEightfoldReflectedTile",
-        @"CIExclusionBlendMode",
-        @"CIExposureAdjust",
-        @"CIFalseColor",
-        @"CIFlashTransition",
-        @"CIFourfoldReflectedTile",
-        @"CIFourfoldRotatedTile",
-        @"CIFourfoldTranslatedTile",
-        @"CIGammaAdjust",
-        @"CIGaussianBlur",
-        @"CIGaussianGradient",
-        @"CIGlassDistortion",
-        @"CIGlassLozenge",
-        @"CIGlideReflectedTile",
-        @"CIGloom",
-    ]];
-    // clang-format on
+TEST(FilterInputsTest, EveryFilterRendersOnceItHasImages) {
     CIImage* image = ImageOfBytes(4, 4, VariedBytes(4, 4));
-    NSUInteger rendered = 0;
-    for (NSString* name in [CIFilter filterNamesInCategory:nil]) {
+    NSArray* names = [CIFilter filterNamesInCategory:nil];
+    EXPECT_EQ([names count], 73u);
+    for (NSString* name in names) {
         CIFilter* filter = [CIFilter filterWithName:name];
         for (NSString* key in [filter inputKeys]) {
             if ([key hasSuffix:@"Image"] || [key hasSuffix:@"Texture"]) [filter setValue:image forKey:key];
         }
-        const bool renders = [filter valueForKey:kCIOutputImageKey] != nil;
-        EXPECT_EQ(renders, [rendering containsObject:name]) << Text(name);
-        rendered += renders;
+        EXPECT_NE([filter valueForKey:kCIOutputImageKey], nil) << Text(name);
     }
-    EXPECT_EQ(rendered, [rendering count]);
 }
 
 TEST(FilterInputsTest, AStringIsANumber) {

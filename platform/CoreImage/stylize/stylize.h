@@ -27,4 +27,14 @@ ImageRef MakeWoodcutImage(ImageRef input, double grain, double radius);
 // CIEdgeWork: the woodcut by inputRadius.
 ImageRef EdgeWork(const Inputs& inputs);
 
+// CICrystallize: convex polygons of one colour each, about inputRadius wide, in a pattern that moves with inputCenter. The input
+// itself for a radius up to 1.
+ImageRef Crystallize(const Inputs& inputs);
+
+// CIDepthOfField: sharp and colourful near the line from inputPoint0 to inputPoint1, blurred by inputRadius away from it.
+ImageRef DepthOfField(const Inputs& inputs);
+
+// CIComicEffect: few colours, half of them in dots, and black lines; alpha stays.
+ImageRef ComicEffect(const Inputs& inputs);
+
 }  // namespace core_image

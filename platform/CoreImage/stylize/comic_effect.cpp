@@ -1,0 +1,121 @@
+// comic_effect.cpp - a comic: few colours, printed in dots, under lines of ink.
+//
+// The picture, smoothed, has six steps of each colour, evenly spaced as the eye sees them. Half of the light is these colours,
+// half their halftone in four inks. Lines are the woodcut of the smoothed picture: the dark side of every edge.
+
+#include <utility>
+
+#include "blur/blur.h"
+#include "colour/cube_kernels.h"
+#include "colour/formulas.h"
+#include "core/point.h"
+#include "geometry/repeat.h"
+#include "halftone/halftone.h"
+#include "stylize/stylize.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "stylize/comic_effect.cpp"
+#include <hwy/foreach_target.h>
+
+#include "core/pixels-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace core_image::HWY_NAMESPACE {
+
+// Takes the colours of blurred pixels, and leaves alpha.
+HWY_ATTR void SmoothRow(float* pixels, const float* const* others, std::size_t count) {
+    ForEachPlace<1>(pixels, others, count, [](Colours& c, const auto& given) HWY_ATTR {
+        Clip(c);
+        Colours blurred = given[0];
+        Clip(blurred);
+        Unpremultiply(blurred);
+        c = {blurred.red, blurred.green, blurred.blue, c.alpha};
+        Premultiply(c);
+    });
+}
+
+// The mean of pixels and their halftone, as dark as the lines are.
+HWY_ATTR void ComicRow(float* pixels, const float* const* others, std::size_t count) {
+    ForEachPlace<2>(pixels, others, count, [](Colours& c, const auto& given) HWY_ATTR {
+        const Colours &dots = given[0], &lines = given[1];
+        const Wide tone = hn::Mul(DivideOrZero(lines.red, lines.alpha), Constant(0.5f));
+        const auto printed = [&](Wide flat, Wide dotted) HWY_ATTR { return hn::Mul(hn::Add(flat, dotted), tone); };
+        c = {printed(c.red, dots.red), printed(c.green, dots.green), printed(c.blue, dots.blue), c.alpha};
+    });
+}
+
+}  // namespace core_image::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace core_image {
+namespace {
+
+HWY_EXPORT(SmoothRow);
+HWY_EXPORT(ComicRow);
+
+constexpr double kSmoothing = 2;
+constexpr float kSteps = 5;  // between six tones
+constexpr double kLineRadius = 2.5;
+constexpr double kDotWidth = 7;
+constexpr double kDotSharpness = 0.7;
+
+// Colours in few steps of what is stored, which are even to the eye.
+class FewColours : public PointFunction {
+  public:
+    void apply(float* pixels, std::size_t count) const override {
+        EncodeClipped(pixels, count);
+        Apply(PosterizeFormula{kSteps}, pixels, count);
+        DecodeClipped(pixels, count);
+    }
+};
+
+class SmoothColours : public CombiningFunction {
+  public:
+    void apply(float* pixels, const float* const* others, std::size_t count) const override {
+        HWY_DYNAMIC_DISPATCH(SmoothRow)(pixels, others, count);
+    }
+};
+
+class Comic : public CombiningFunction {
+  public:
+    void apply(float* pixels, const float* const* others, std::size_t count) const override {
+        HWY_DYNAMIC_DISPATCH(ComicRow)(pixels, others, count);
+    }
+};
+
+// An input of a filter of which this one is made.
+InputValue Given(const char* key, double number) {
+    InputValue value;
+    value.key = key;
+    value.number = number;
+    return value;
+}
+InputValue Given(const char* key, const ImageRef& image) {
+    InputValue value;
+    value.key = key;
+    value.image = &image;
+    return value;
+}
+
+}  // namespace
+
+// Black replaces all of the grey of the other inks: the picture stays bright and its dots colourful. Edges are found as in the
+// woodcut, whose lines are black on one side only and leave even areas alone.
+ImageRef ComicEffect(const Inputs& inputs) {
+    ImageRef input = inputs.image("inputImage");
+    if (input == nullptr || input->extent().isEmpty()) return input;
+    const Extent extent = input->extent();
+    ImageRef blurred = MakeGaussianBlurImage(MakeClampedImage(input), kSmoothing);
+    const ImageRef smooth =
+        MakeCombinedImage({std::move(input), std::move(blurred)}, std::make_unique<SmoothColours>(), extent);
+    ImageRef flat = MakePointImage(smooth, std::make_unique<FewColours>());
+    const InputValue printing[] = {Given("inputImage", flat), Given("inputWidth", kDotWidth),
+                                   Given("inputSharpness", kDotSharpness), Given("inputGCR", 1), Given("inputUCR", 1)};
+    ImageRef dots = CMYKHalftone(Inputs(printing, std::size(printing)));
+    ImageRef lines = MakeWoodcutImage(smooth, 0, kLineRadius);
+    return MakeCombinedImage({std::move(flat), std::move(dots), std::move(lines)}, std::make_unique<Comic>(), extent);
+}
+
+}  // namespace core_image
+#endif

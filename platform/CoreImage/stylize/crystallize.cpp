@@ -1,0 +1,262 @@
+// crystallize.cpp - a mosaic: every pixel has the colour of the seed nearest to it.
+//
+// Seeds stand in a square grid as fine as the radius, each moved by chance within its cell. A seed's colour is the mean of the
+// square around it, as wide as the radius, of what lies in the image; a seed beside the image takes the nearest place in it.
+// Where cells are small their seeds are made anew for each tile; larger ones, which many tiles share, once for a region.
+
+#include <tbb/parallel_for.h>
+
+#include <cmath>
+#include <cstring>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "blur/reduced.h"
+#include "core/buffered.h"
+#include "geometry/repeat.h"
+#include "stylize/crystals.h"
+#include "stylize/stylize.h"
+
+namespace core_image {
+namespace {
+
+// Up to here cells are small.
+constexpr double kLargestSmall = 8;
+
+// A square that lies on more pixels than this many by this many has the mean of a smaller picture, of which it has a quarter as
+// many at least. Pixels of that are means of up to four by four, with others left out between: the picture may have no end.
+constexpr double kWidestExact = 128;
+constexpr int kMostMeans = 2;
+
+// Further out a grid is not told from another.
+constexpr double kFarthest = 1e9;
+
+// The grid of seeds.
+struct Grid {
+    double centerX, centerY;
+    double radius;
+
+    std::int64_t column(std::int64_t x) const { return cell(x, centerX); }
+    std::int64_t row(std::int64_t y) const { return cell(y, centerY); }
+
+    // A pixel's place in units of cells.
+    double cells(std::int64_t pixel, double center) const {
+        return (static_cast<double>(pixel) + 0.5 - center) / radius;
+    }
+
+    // The cells that hold a region, and two more on each side.
+    Region around(const Region& region) const {
+        const std::int64_t left = column(region.x) - 2, bottom = row(region.y) - 2;
+        return {left, bottom, column(region.right() - 1) + 3 - left, row(region.top() - 1) + 3 - bottom};
+    }
+
+  private:
+    std::int64_t cell(std::int64_t pixel, double center) const {
+        return static_cast<std::int64_t>(std::floor(cells(pixel, center)));
+    }
+};
+
+// Where the colours of seeds come from: an image, or a smaller one, and the pixels that a seed's square reaches to each side.
+struct Palette {
+    ImageRef image;
+    Extent extent;
+    double factor;
+    std::int64_t reach;
+
+    // The square of a seed's pixels that lie in the image: at least one.
+    Region square(double x, double y) const {
+        const auto nearest = [this](double place, double least, double end) {
+            return static_cast<std::int64_t>(std::clamp(std::floor(place / factor), least, end - 1));
+        };
+        const std::int64_t column = nearest(x, extent.left, extent.right), row = nearest(y, extent.bottom, extent.top);
+        return Clip(Region{column, row, 1, 1}.grownBy(reach), extent);
+    }
+};
+
+// The seeds of some cells.
+class Seeds {
+  public:
+    Seeds(const Grid& grid, const Region& cells)
+        : grid_(grid),
+          cells_(cells),
+          colours_(static_cast<std::size_t>(cells.width * cells.height) * kFloatsPerPixel) {}
+
+    // Computes the colours of a row of cells.
+    void colourRow(std::int64_t row, const Palette& palette, const Prepared& image) {
+        for (std::int64_t column = cells_.x; column < cells_.right(); ++column) {
+            const PixelBlock block(square(palette, column, row));
+            image.render(block.tile());
+            double sums[kFloatsPerPixel] = {};
+            const Region& region = block.region();
+            for (std::int64_t y = region.y; y < region.top(); ++y) {
+                const float* from = block.row(y);
+                for (std::int64_t x = 0; x < region.width; ++x)
+                    for (double& sum : sums) sum += static_cast<double>(*from++);
+            }
+            float* to = colours_.data() + number(column, row) * kFloatsPerPixel;
+            const double count = static_cast<double>(region.width * region.height);
+            for (const double sum : sums) *to++ = FiniteFloat(sum / count);
+        }
+    }
+
+    // The pixels that all these colours come from.
+    Region source(const Palette& palette) const {
+        const Region first = square(palette, cells_.x, cells_.y);
+        Region all = first;
+        const auto add = [&](std::int64_t column, std::int64_t row) {
+            const Region more = square(palette, column, row);
+            const std::int64_t left = std::min(all.x, more.x), bottom = std::min(all.y, more.y);
+            all = {left, bottom, std::max(all.right(), more.right()) - left, std::max(all.top(), more.top()) - bottom};
+        };
+        for (std::int64_t column = cells_.x; column < cells_.right(); ++column)
+            for (const std::int64_t row : {cells_.y, cells_.top() - 1}) add(column, row);
+        for (std::int64_t row = cells_.y; row < cells_.top(); ++row)
+            for (const std::int64_t column : {cells_.x, cells_.right() - 1}) add(column, row);
+        return all;
+    }
+
+    // Draws the part of a tile that lies in a cell.
+    void draw(const Tile& tile, std::int64_t column, std::int64_t row) const {
+        NearSeeds near;
+        std::size_t numbers[kNearCells], count = 0;
+        for (std::int64_t y = -2; y <= 2; ++y) {
+            for (std::int64_t x = -2; x <= 2; ++x) {
+                if (std::abs(x) == 2 && std::abs(y) == 2) continue;
+                const Seed seed = SeedOf(column + x, row + y);
+                near.x[count] = seed.x + static_cast<float>(x);
+                near.y[count] = seed.y + static_cast<float>(y);
+                numbers[count++] = number(column + x, row + y);
+            }
+        }
+        const Region& region = tile.region;
+        std::vector<float> places(tile.width() + kBlockPixels);
+        for (std::size_t index = 0; index < tile.width(); ++index) {
+            const std::int64_t x = region.x + static_cast<std::int64_t>(index);
+            places[index] = static_cast<float>(grid_.cells(x, grid_.centerX) - static_cast<double>(column));
+        }
+        std::vector<std::int32_t> nearest(places.size());
+        for (std::int64_t y = region.y; y < region.top(); ++y) {
+            const auto place = static_cast<float>(grid_.cells(y, grid_.centerY) - static_cast<double>(row));
+            FindNearest(near, places.data(), place, tile.width(), nearest.data());
+            float* to = tile.row(y);
+            for (std::size_t index = 0; index < tile.width(); ++index, to += kFloatsPerPixel) {
+                const std::size_t seed = numbers[static_cast<std::size_t>(nearest[index])];
+                std::memcpy(to, &colours_[seed * kFloatsPerPixel], kFloatsPerPixel * sizeof(float));
+            }
+        }
+    }
+
+    const Region& cells() const { return cells_; }
+
+  private:
+    Region square(const Palette& palette, std::int64_t column, std::int64_t row) const {
+        const Seed seed = SeedOf(column, row);
+        return palette.square(
+            grid_.centerX + grid_.radius * (static_cast<double>(column) + static_cast<double>(seed.x)),
+            grid_.centerY + grid_.radius * (static_cast<double>(row) + static_cast<double>(seed.y)));
+    }
+    std::size_t number(std::int64_t column, std::int64_t row) const {
+        return static_cast<std::size_t>((row - cells_.y) * cells_.width + column - cells_.x);
+    }
+
+    Grid grid_;
+    Region cells_;
+    std::vector<float> colours_;
+};
+
+class MosaicStage : public Stage {
+  public:
+    MosaicStage(const Grid& grid, const Palette& palette, const Region& region) : grid_(grid), palette_(palette) {
+        Seeds seeds(grid, grid.around(region));
+        image_ = Prepare(palette.image, seeds.source(palette));
+        if (!image_.isPointwise()) image_ = Prepare(MakeBufferedImage(palette.image), seeds.source(palette));
+        if (grid.radius <= kLargestSmall) return;
+        const Region& cells = seeds.cells();
+        tbb::parallel_for(cells.y, cells.top(), [&](std::int64_t row) { seeds.colourRow(row, palette, image_); });
+        seeds_ = std::move(seeds);
+    }
+
+    void render(const Tile& tile) const override {
+        if (seeds_.has_value()) {
+            draw(*seeds_, tile);
+            return;
+        }
+        Seeds seeds(grid_, grid_.around(tile.region));
+        const Region& cells = seeds.cells();
+        for (std::int64_t row = cells.y; row < cells.top(); ++row) seeds.colourRow(row, palette_, image_);
+        draw(seeds, tile);
+    }
+
+  private:
+    // Draws one cell after the other. Each ends where the next begins.
+    void draw(const Seeds& seeds, const Tile& tile) const {
+        const Region& region = tile.region;
+        for (std::int64_t y = region.y; y < region.top();) {
+            const std::int64_t row = grid_.row(y);
+            std::int64_t top = y + 1;
+            while (top < region.top() && grid_.row(top) == row) ++top;
+            for (std::int64_t x = region.x; x < region.right();) {
+                const std::int64_t column = grid_.column(x);
+                std::int64_t right = x + 1;
+                while (right < region.right() && grid_.column(right) == column) ++right;
+                seeds.draw(tile.part({x, y, right - x, top - y}), column, row);
+                x = right;
+            }
+            y = top;
+        }
+    }
+
+    const Grid& grid_;        // of the image, which outlives the rendering
+    const Palette& palette_;  // likewise
+    Prepared image_;
+    std::optional<Seeds> seeds_;
+};
+
+class MosaicImage : public Image {
+  public:
+    MosaicImage(const ImageRef& input, const Grid& grid, Palette palette)
+        : Image(input->extent(), input->depth()), grid_(grid), palette_(std::move(palette)) {}
+
+    std::unique_ptr<const Stage> prepare(const Region& region) const override {
+        return std::make_unique<MosaicStage>(grid_, palette_, region);
+    }
+
+  private:
+    Grid grid_;
+    Palette palette_;
+};
+
+// The colours for squares as wide as a radius.
+//
+// The smaller picture is made of one that goes on beyond its frame as its outermost pixels do, so that its own outermost pixels
+// are as opaque as the others.
+Palette PaletteOf(const ImageRef& input, double radius) {
+    const Extent& extent = input->extent();
+    const double width = std::min(radius, extent.right - extent.left);
+    const double height = std::min(radius, extent.top - extent.bottom);
+    const double excess = std::sqrt(width * height) / kWidestExact;
+    if (excess <= 1) return {input, extent, 1, static_cast<std::int64_t>(radius / 2)};
+    const int powers = static_cast<int>(std::ceil(std::log2(excess)));
+    const Reduction reduction = {std::max(0, powers - kMostMeans), std::min(powers, kMostMeans)};
+    const double factor = reduction.factor();
+    const Extent smaller = {std::floor(extent.left / factor), std::floor(extent.bottom / factor),
+                            std::ceil(extent.right / factor), std::ceil(extent.top / factor)};
+    return {Reduced(MakeClampedImage(input), reduction), smaller, factor,
+            static_cast<std::int64_t>(radius / factor / 2)};
+}
+
+}  // namespace
+
+// A seed's colour is a mean, not that of one pixel: blocks keep the tones of a picture with fine detail.
+ImageRef Crystallize(const Inputs& inputs) {
+    ImageRef input = inputs.image("inputImage");
+    const double radius = std::min(inputs.number("inputRadius"), kFarthest);
+    if (input == nullptr || !(radius > 1) || input->extent().isEmpty()) return input;
+    const auto center = [&](std::size_t index) {
+        return std::clamp(inputs.element("inputCenter", index), -kFarthest, kFarthest);
+    };
+    return std::make_shared<MosaicImage>(input, Grid{center(0), center(1), radius}, PaletteOf(input, radius));
+}
+
+}  // namespace core_image
