@@ -2,6 +2,8 @@
 
 #include "core/run.h"
 
+#include <hwy/cache_control.h>
+
 #include <cstring>
 
 #undef HWY_TARGET_INCLUDE
@@ -15,6 +17,12 @@ namespace core_image::HWY_NAMESPACE {
 
 constexpr std::size_t kVectors = kBlockPixels / hn::MaxLanes(WideTag());
 constexpr std::size_t kBlockFloats = kBlockPixels * kFloatsPerPixel;
+
+constexpr std::size_t kLineFloats = 64 / sizeof(float);  // of memory
+
+// Pixels are asked for two runs before they are read. Why: while a run is worked on nothing else reads memory, and the
+// processor's own guesses end where a page does. Asking for what lies behind the last pixel does no harm.
+constexpr std::size_t kFloatsAhead = 2 * kRunFloats;
 
 // A block is read whole before it is written, since both forms may be at the same place.
 HWY_INLINE void BlockOf(const float* pixels, float* block) {
@@ -38,6 +46,9 @@ HWY_INLINE void PixelsOf(const float* block, float* pixels) {
 HWY_ATTR void ToBlocks(const float* pixels, std::size_t count, float* blocks) {
     const std::size_t rest = count % kBlockPixels * kFloatsPerPixel;
     for (; count >= kBlockPixels; count -= kBlockPixels, pixels += kBlockFloats, blocks += kBlockFloats) {
+        for (std::size_t line = 0; line < kBlockFloats; line += kLineFloats) {
+            hwy::Prefetch(pixels + kFloatsAhead + line);
+        }
         BlockOf(pixels, blocks);
     }
     if (rest == 0) return;

@@ -16,8 +16,8 @@ namespace core_image {
 // As many as the longest vectors have lanes.
 inline constexpr std::size_t kBlockPixels = 16;
 
-// Why so many: a few runs stay in the fastest cache of a core, and calling a function for each costs nothing that could be seen.
-inline constexpr std::size_t kRunPixels = 256;
+// Why so many: calling a function for each costs little, and the shorter a run, the less memory waits while it is worked on.
+inline constexpr std::size_t kRunPixels = 64;
 inline constexpr std::size_t kRunFloats = kRunPixels * kFloatsPerPixel;
 
 // Where a run is.
