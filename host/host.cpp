@@ -11,6 +11,7 @@
 #include "host/services.h"
 #include "host/string.h"
 #include "host/suggestion.h"
+#include "host/trace.h"
 
 namespace host {
 

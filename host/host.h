@@ -25,10 +25,11 @@
 #include "host/class_registry.h"
 #include "host/module.h"
 #include "host/object.h"
-#include "host/trace.h"
 #include "host/value.h"
 
 namespace host {
+
+class Trace;
 
 // How a Host is made.
 struct HostOptions {

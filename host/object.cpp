@@ -8,6 +8,7 @@
 #include "host/class.h"
 #include "host/errors.h"
 #include "host/host.h"
+#include "host/trace.h"
 
 namespace host {
 

@@ -4,19 +4,18 @@
 
 #include "host/checker/check.h"
 #include "host/checker/exercise.h"
+#include "host/string.h"
 
 namespace checker {
 
 namespace {
 
+using host::kEncodingAscii;
+using host::kEncodingUtf8;
 using host::Member;
 using host::ObjectReference;
 using host::TypeKind;
 using host::Value;
-
-// The platform's text encoding values whose bytes can be judged.
-constexpr std::uint32_t kEncodingAscii = 0x600;
-constexpr std::uint32_t kEncodingUtf8 = 0x08000100;
 
 // Calls look for each exception that misuse brings about.
 template <typename Look>

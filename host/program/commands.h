@@ -18,9 +18,9 @@ using AddCommand = void(CLI::App& program, const SessionOptions& session);
 
 AddCommand AddApply;
 AddCommand AddCheck;
-AddCommand AddRun;
 AddCommand AddCompletion;
 AddCommand AddDescribe;
 AddCommand AddGallery;
 AddCommand AddList;
+AddCommand AddRun;
 AddCommand AddTrace;

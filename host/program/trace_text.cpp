@@ -11,6 +11,7 @@
 #include "host/errors.h"
 #include "host/program/commands.h"
 #include "host/program/value_json.h"
+#include "host/trace.h"
 
 namespace {
 
