@@ -4,7 +4,7 @@
 #   make gallery           put the photo through every filter: pages to browse, build/gallery/index.html
 #   make test              build and test both widths
 #   make mutants           apply small faults to the module, one at a time; the tests must catch each
-#   make sanitize          the tests under the address, undefined-behaviour and leak checkers
+#   make sanitize          the tests under the address, undefined-behavior and leak checkers
 #   make coverage          which branches of plugin/ and bridge/ the tests take
 #   make bench             how fast the engine is, beside other libraries, and what a call of the module costs
 #   make clean             remove what was built; the 32-bit sysroot stays

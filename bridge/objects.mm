@@ -1,4 +1,4 @@
-// objects.mm - images, colours, vectors, transforms and colour spaces between a filter and the host.
+// objects.mm - images, colors, vectors, transforms and color spaces between a filter and the host.
 //
 // Adding a type: a pair of one-line routines at the end, and its structure in host_objects.h if it has further fields.
 
@@ -40,7 +40,7 @@ ZEVAobjectStruct* NewImageObject(id image) {
     return object;
 }
 
-// The same for a colour space. An object without the family's tag is no wrapper of ours and is dropped as it is:
+// The same for a color space. An object without the family's tag is no wrapper of ours and is dropped as it is:
 // releasing it would run a class that we know nothing of.
 ZEVAobjectStruct* NewColorSpaceObject(id colorSpace) {
     ZEVAobjectStruct* object = ZEVAnewInstance("CGColorSpaceQOR");

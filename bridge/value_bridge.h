@@ -28,7 +28,7 @@ void setvalueCIVector(ZEVAobjectStruct* self, NSString* key, ZEVAobjectStruct* v
 ZEVAobjectStruct* getvalueNSAffineTransform(ZEVAobjectStruct* self, NSString* key);
 void setvalueNSAffineTransform(ZEVAobjectStruct* self, NSString* key, ZEVAobjectStruct* value);
 
-// Colour spaces. Unlike the others, setting null clears the key.
+// Color spaces. Unlike the others, setting null clears the key.
 ZEVAobjectStruct* getvalueCGColorSpace(ZEVAobjectStruct* self, NSString* key);
 void setvalueCGColorSpace(ZEVAobjectStruct* self, NSString* key, ZEVAobjectStruct* value);
 

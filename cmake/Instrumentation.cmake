@@ -1,7 +1,7 @@
 # Builds that watch themselves, each a preset of its own:
-#   ZEVA_SANITIZE   the address and undefined-behaviour sanitizers (and the leak checker, where the width has one)
+#   ZEVA_SANITIZE   the address and undefined-behavior sanitizers (and the leak checker, where the width has one)
 #   ZEVA_COVERAGE   counters for every branch
-option(ZEVA_SANITIZE "build with the address and undefined-behaviour sanitizers" OFF)
+option(ZEVA_SANITIZE "build with the address and undefined-behavior sanitizers" OFF)
 option(ZEVA_COVERAGE "build with coverage counters" OFF)
 
 if(ZEVA_SANITIZE)

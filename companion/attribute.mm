@@ -6,7 +6,7 @@
 //
 //   a number's key      Default  Identity  Min  Max  SliderMin  SliderMax
 //   a vector's          DefaultVector  IdentityVector
-//   a colour's          DefaultColor  IdentityColor
+//   a color's          DefaultColor  IdentityColor
 //   a transform's       DefaultTransform  IdentityTransform
 //   raw bytes           DefaultData  IdentityData
 //   every key           Key  AttributeClass  AttributeType  DisplayName  ParameterSet

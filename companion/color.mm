@@ -1,4 +1,4 @@
-// color.mm - CIColorQOR, a colour: red, green, blue and alpha, not premultiplied, in sRGB.
+// color.mm - CIColorQOR, a color: red, green, blue and alpha, not premultiplied, in sRGB.
 //
 //   CIColorQOR.RGBA(1, 0.5, 0, 1)
 //   CIColorQOR.Hex("#ff8000")      Red  Green  Blue  Alpha  WithAlpha(0.5)  Text
@@ -26,7 +26,7 @@ ZEVAobjectStruct* NewRGBA(double red, double green, double blue, double alpha) {
                                                         alpha:static_cast<CGFloat>(alpha)]);
 }
 
-// A colour of two digits each for red, green, blue and, when there are eight, alpha; "#" may stand in front. Raises for
+// A color of two digits each for red, green, blue and, when there are eight, alpha; "#" may stand in front. Raises for
 // any other text.
 ZEVAobjectStruct* NewHex(ZEVAstringStruct* digits) {
     ZEVAobjectStruct* result = nullptr;
@@ -41,7 +41,7 @@ ZEVAobjectStruct* NewHex(ZEVAstringStruct* digits) {
         if (!isNumber || (length != 6 && length != 8)) {
             NSString* reason = [NSString
                 stringWithFormat:@"expected \"#rrggbb\" or \"#rrggbbaa\", got \"%@\"", text != nil ? text : @""];
-            return RaiseAbout(@"CIColorQOR.Hex", reason, @"no colour is made");
+            return RaiseAbout(@"CIColorQOR.Hex", reason, @"no color is made");
         }
         if (length == 6) number = number << 8 | 0xff;
         const auto component = [number](int shift) { return static_cast<CGFloat>((number >> shift & 0xff) / 255.0); };
@@ -53,7 +53,7 @@ ZEVAobjectStruct* NewHex(ZEVAstringStruct* digits) {
     return result;
 }
 
-// The same colour with another alpha.
+// The same color with another alpha.
 ZEVAobjectStruct* WithAlpha(ZEVAobjectStruct* self, double alpha) {
     CIColor* color = ColorOf(self);
     if (color == nil) return nullptr;

@@ -1,4 +1,4 @@
-// color_space.h - objects that wrap a colour space.
+// color_space.h - objects that wrap a color space.
 
 #pragma once
 

@@ -1,4 +1,4 @@
-// color_space.mm - CGColorSpaceQOR, what the numbers of a colour mean.
+// color_space.mm - CGColorSpaceQOR, what the numbers of a color mean.
 //
 //   CGColorSpaceQOR.Named("sRGB")
 //   CGColorSpaceQOR.FromProfile(block)      Name  Profile
@@ -30,14 +30,14 @@ CGColorSpaceRef SpaceOf(ZEVAobjectStruct* self) {
     return static_cast<CGColorSpaceRef>(const_cast<void*>(wrapped));
 }
 
-// Raises for bytes that are no ICC profile of red, green and blue or of grey.
+// Raises for bytes that are no ICC profile of red, green and blue or of gray.
 ZEVAobjectStruct* NewFromProfile(ZEVAmemoryBlockStruct* profile) {
     ZEVAobjectStruct* result = nullptr;
     Guarded([&] {
         CGColorSpaceRef space = CGColorSpaceCreateWithICCData(reinterpret_cast<CFTypeRef>(DataOf(profile)));
         if (space == nullptr) {
-            return RaiseAbout(@"CGColorSpaceQOR.FromProfile", @"the bytes are no ICC profile of colours or of grey",
-                              @"no colour space is made");
+            return RaiseAbout(@"CGColorSpaceQOR.FromProfile", @"the bytes are no ICC profile of colors or of gray",
+                              @"no color space is made");
         }
         result = NewColorSpaceObject(space);
         CGColorSpaceRelease(space);
@@ -60,7 +60,7 @@ ZEVAobjectStruct* NewNamed(ZEVAstringStruct* name) {
         CGColorSpaceRef space = text != nil ? NewColorSpace(text) : nullptr;
         if (space == nullptr) {
             return RaiseWithMessage([NSString
-                stringWithFormat:@"CGColorSpaceQOR.Named: no colour space is called \"%@\"", text != nil ? text : @""]);
+                stringWithFormat:@"CGColorSpaceQOR.Named: no color space is called \"%@\"", text != nil ? text : @""]);
         }
         result = NewColorSpaceObject(space);
         CGColorSpaceRelease(space);

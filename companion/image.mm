@@ -1,4 +1,4 @@
-// image.mm - CIImageQOR, an image: opened from a file, made of bytes, of a colour or by a filter, cropped, transformed,
+// image.mm - CIImageQOR, an image: opened from a file, made of bytes, of a color or by a filter, cropped, transformed,
 // saved.
 //
 //   CIImageQOR.Open("photo.jpg")      Extent  Crop(rectangle)  Transform(transform)  Save("blurred.png")
@@ -95,7 +95,7 @@ ZEVAobjectStruct* NewFromColor(ZEVAobjectStruct* color) {
     ZEVAobjectStruct* result = nullptr;
     Guarded([&] {
         CIColor* wrapped = WrappedIn(color);
-        if (wrapped == nil) return RaiseAbout(@"CIImageQOR.FromColor", @"the colour is nil", @"no image is made");
+        if (wrapped == nil) return RaiseAbout(@"CIImageQOR.FromColor", @"the color is nil", @"no image is made");
         result = NewValueObject("CIImageQOR", [CIImage imageWithColor:wrapped]);
     });
     return result;
@@ -115,7 +115,7 @@ ZEVAobjectStruct* GetExtent(ZEVAobjectStruct* self) {
     return result;
 }
 
-// The space of the file's colours; nil for an image that was not opened.
+// The space of the file's colors; nil for an image that was not opened.
 ZEVAobjectStruct* GetColorSpace(ZEVAobjectStruct* self) {
     ZEVAobjectStruct* result = nullptr;
     Guarded([&] { result = NewColorSpaceObject(CGImageGetColorSpace(reinterpret_cast<ImageObject*>(self)->cgImage)); });

@@ -1,4 +1,4 @@
-// image_output.h - what comes out of an image when it is rendered: files, bytes, colours. Members of CIImageQOR.
+// image_output.h - what comes out of an image when it is rendered: files, bytes, colors. Members of CIImageQOR.
 //
 // Failure: each raises for an image that is empty or without end, and for one too large to render.
 // Threads: the host's thread.
@@ -12,7 +12,7 @@
 void SaveImage(ZEVAobjectStruct* self, ZEVAstringStruct* path);
 void SaveImageWithQuality(ZEVAobjectStruct* self, ZEVAstringStruct* path, double quality);
 
-// SaveInSpace(path as string, quality as double, space as CGColorSpaceQOR): the same in another colour space, whose
+// SaveInSpace(path as string, quality as double, space as CGColorSpaceQOR): the same in another color space, whose
 // profile is put into the file. Raises for nil, and for a space that is not of red, green and blue.
 void SaveImageInSpace(ZEVAobjectStruct* self, ZEVAstringStruct* path, double quality, ZEVAobjectStruct* space);
 
@@ -25,8 +25,8 @@ ZEVAmemoryBlockStruct* ImageToJPEG(ZEVAobjectStruct* self, double quality);
 ZEVAmemoryBlockStruct* ImagePixels(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle);
 
 // Values(rectangle as CIVectorQOR): the same as the renderer has them: premultiplied RGBA, a float each, linear. For
-// images whose pixels are numbers more than colours.
+// images whose pixels are numbers more than colors.
 ZEVAmemoryBlockStruct* ImageValues(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle);
 
-// ColorAt(x as double, y as double): the colour of the pixel that holds a point.
+// ColorAt(x as double, y as double): the color of the pixel that holds a point.
 ZEVAobjectStruct* ImageColorAt(ZEVAobjectStruct* self, double x, double y);

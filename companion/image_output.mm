@@ -25,7 +25,7 @@ NSString* Render(CIImage* image, CGColorSpaceRef space, CGImageRef* bitmap) {
     if (image == nil || CGRectIsEmpty(extent)) return @"the image is empty";
     if (CGRectIsInfinite(extent)) return @"the image has no end and must be cropped first";
     if (space != nullptr && CGColorSpaceGetModel(space) != kCGColorSpaceModelRGB) {
-        return @"the colour space is not of red, green and blue";
+        return @"the color space is not of red, green and blue";
     }
     CIContext* context = [CIContext contextWithOptions:nil];
     *bitmap = space == nullptr ? [context createCGImage:image fromRect:extent]
@@ -83,7 +83,7 @@ NSMutableData* Floats(CIImage* image, CGRect rectangle, CGColorSpaceRef space) {
     return data;
 }
 
-// The same as colours in sRGB, straight.
+// The same as colors in sRGB, straight.
 NSData* StraightFloats(CIImage* image, CGRect rectangle) {
     CGColorSpaceRef space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
     NSMutableData* data = Floats(image, rectangle, space);
@@ -126,7 +126,7 @@ void SaveImageInSpace(ZEVAobjectStruct* self, ZEVAstringStruct* path, double qua
     Guarded([&] {
         NSString* const member = @"CIImageQOR.SaveInSpace";
         CFTypeRef wrapped = space != nullptr ? reinterpret_cast<CoreFoundationObject*>(space)->wrapped : nullptr;
-        if (wrapped == nullptr) return RaiseAbout(member, @"the colour space is nil", @"nothing is written");
+        if (wrapped == nullptr) return RaiseAbout(member, @"the color space is nil", @"nothing is written");
         Save(self, path, [NSNumber numberWithDouble:quality], static_cast<CGColorSpaceRef>(const_cast<void*>(wrapped)),
              member);
     });
@@ -176,7 +176,7 @@ ZEVAobjectStruct* ImageColorAt(ZEVAobjectStruct* self, double x, double y) {
     ZEVAobjectStruct* result = nullptr;
     Guarded([&] {
         if (!std::isfinite(x) || !std::isfinite(y)) {
-            return RaiseAbout(@"CIImageQOR.ColorAt", @"the point is no place", @"no colour is read");
+            return RaiseAbout(@"CIImageQOR.ColorAt", @"the point is no place", @"no color is read");
         }
         const CGRect pixel = CGRectMake(static_cast<CGFloat>(std::floor(x)), static_cast<CGFloat>(std::floor(y)), 1, 1);
         NSData* components = StraightFloats(WrappedIn(self), pixel);

@@ -18,12 +18,12 @@ local sheet = CIImageQOR.FromColor(CIColorQOR.Hex("#202020")):Crop(whole)
 
 for row, saturation in ipairs(saturations) do
     for column, exposure in ipairs(exposures) do
-        local expose, colour = CIFilterExposureAdjustQOR(), CIFilterColorControlsQOR()
+        local expose, color = CIFilterExposureAdjustQOR(), CIFilterColorControlsQOR()
         expose.inputImage, expose.inputEV = small, exposure
-        colour.inputImage, colour.inputSaturation = expose.outputImage, saturation
+        color.inputImage, color.inputSaturation = expose.outputImage, saturation
         local place = NSAffineTransformQOR.Identity()
             :Translate(gap + (column - 1) * (width + gap), gap + (row - 1) * (height + gap))
-        sheet = colour.outputImage:Transform(place):Over(sheet)
+        sheet = color.outputImage:Transform(place):Over(sheet)
     end
 end
 

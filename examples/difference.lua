@@ -15,8 +15,8 @@ difference.inputImage, difference.inputBackgroundImage = one, two
 
 local most = CIFilterAreaMaximumQOR()
 most.inputImage, most.inputExtent = difference.outputImage, one.Extent
-local colour = most.outputImage:ColorAt(0, 0)
-local steps = math.floor(math.max(colour.Red, colour.Green, colour.Blue) * 255 + 0.5)
+local color = most.outputImage:ColorAt(0, 0)
+local steps = math.floor(math.max(color.Red, color.Green, color.Blue) * 255 + 0.5)
 
 -- Eight times as bright, so that small differences are seen.
 local bright = CIFilterExposureAdjustQOR()

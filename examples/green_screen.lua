@@ -5,17 +5,17 @@
 local actor_file, background_file, output = ...
 local size = 32
 
--- A cube that makes green transparent: alpha falls from 1 to 0 as green exceeds the other colours.
-local colours = {}
+-- A cube that makes green transparent: alpha falls from 1 to 0 as green exceeds the other colors.
+local colors = {}
 for b = 0, size - 1 do
     for g = 0, size - 1 do
         for r = 0, size - 1 do
             local red, green, blue = r / (size - 1), g / (size - 1), b / (size - 1)
             local excess = green - math.max(red, blue)
             local alpha = math.min(math.max((0.4 - excess) / 0.3, 0), 1)
-            -- Colours in a cube are multiplied by their alpha. Green that is left over goes, or edges would shine.
+            -- Colors in a cube are multiplied by their alpha. Green that is left over goes, or edges would shine.
             green = math.min(green, math.max(red, blue))
-            colours[#colours + 1] = string.pack("<ffff", red * alpha, green * alpha, blue * alpha, alpha)
+            colors[#colors + 1] = string.pack("<ffff", red * alpha, green * alpha, blue * alpha, alpha)
         end
     end
 end
@@ -24,7 +24,7 @@ local actor = CIImageQOR.Open(actor_file)
 local background = CIImageQOR.Open(background_file)
 local key = CIFilterColorCubeWithColorSpaceQOR()
 key.inputImage, key.inputColorSpace = actor, CGColorSpaceQOR.Named("sRGB")
-key.inputCubeDimension, key.inputCubeData = size, MemoryBlock.FromBytes(table.concat(colours))
+key.inputCubeDimension, key.inputCubeData = size, MemoryBlock.FromBytes(table.concat(colors))
 
 local fit = NSAffineTransformQOR.Identity()
     :Scale(actor.Extent.Width / background.Extent.Width, actor.Extent.Height / background.Extent.Height)

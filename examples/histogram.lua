@@ -7,7 +7,7 @@ local bins, height = 256, 128
 
 local photo = CIImageQOR.Open(input)
 
--- Filters compute with light, of which a middle grey has only a fifth. The power spreads the shades as the eye sees them.
+-- Filters compute with light, of which a middle gray has only a fifth. The power spreads the shades as the eye sees them.
 local shades = CIFilterGammaAdjustQOR()
 shades.inputImage, shades.inputPower = photo, 1 / 2.2
 
@@ -15,8 +15,8 @@ local histogram = CIFilterAreaHistogramQOR()
 histogram.inputImage, histogram.inputExtent = shades.outputImage, photo.Extent
 histogram.inputCount, histogram.inputScale = bins, 1
 
--- The result is an image of one row with a pixel for each bin: the share of the picture in it, for each colour. These are
--- numbers, not colours to look at, so they are read as values: four floats a pixel.
+-- The result is an image of one row with a pixel for each bin: the share of the picture in it, for each color. These are
+-- numbers, not colors to look at, so they are read as values: four floats a pixel.
 local row = histogram.outputImage:Values(CIVectorQOR.Rectangle(0, 0, bins, 1)).Bytes
 local shares, most = {}, 0
 for bin = 1, bins do
@@ -24,7 +24,7 @@ for bin = 1, bins do
     most = math.max(most, shares[bin][1], shares[bin][2], shares[bin][3])
 end
 
--- The drawing, from the topmost row down: a pixel is lit in each colour whose bar reaches it.
+-- The drawing, from the topmost row down: a pixel is lit in each color whose bar reaches it.
 local pixels = {}
 for y = height, 1, -1 do
     for bin = 1, bins do

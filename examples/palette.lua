@@ -1,4 +1,4 @@
--- Finds the colours of a picture: the averages of twelve parts of it, drawn below the picture and printed.
+-- Finds the colors of a picture: the averages of twelve parts of it, drawn below the picture and printed.
 --
 --   zeva run examples/palette.lua photo.jpg palette.png
 
@@ -17,13 +17,13 @@ for row = 0, rows - 1 do
     for column = 0, columns - 1 do
         local w, h = extent.Width / columns, extent.Height / rows
         average.inputExtent = CIVectorQOR.Rectangle(column * w, row * h, w, h)
-        local colour = average.outputImage:ColorAt(0, 0) -- an image of a single pixel
+        local color = average.outputImage:ColorAt(0, 0) -- an image of a single pixel
         local function byte(component) return math.floor(component * 255 + 0.5) end
-        print(("#%02x%02x%02x"):format(byte(colour.Red), byte(colour.Green), byte(colour.Blue)))
+        print(("#%02x%02x%02x"):format(byte(color.Red), byte(color.Green), byte(color.Blue)))
 
         local index, step = row * columns + column, extent.Width / (columns * rows)
         local swatch = CIVectorQOR.Rectangle(index * step, 0, step, strip)
-        sheet = CIImageQOR.FromColor(colour):Crop(swatch):Over(sheet)
+        sheet = CIImageQOR.FromColor(color):Crop(swatch):Over(sheet)
     end
 end
 

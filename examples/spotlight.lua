@@ -1,4 +1,4 @@
--- Keeps one place of a picture sharp and coloured; around it everything is soft and grey.
+-- Keeps one place of a picture sharp and colored; around it everything is soft and gray.
 --
 --   zeva run examples/spotlight.lua photo.jpg spot.jpg [X Y RADIUS]     in pixels from the lower left corner
 
@@ -8,11 +8,11 @@ local photo = CIImageQOR.Open(input)
 local extent = photo.Extent
 
 -- At the edges the picture goes on for ever, so the blur does not darken them.
-local clamp, blur, grey = CIFilterAffineClampQOR(), CIFilterGaussianBlurQOR(), CIFilterColorControlsQOR()
+local clamp, blur, gray = CIFilterAffineClampQOR(), CIFilterGaussianBlurQOR(), CIFilterColorControlsQOR()
 clamp.inputImage = photo
 clamp.inputTransform = NSAffineTransformQOR.Identity()
 blur.inputImage, blur.inputRadius = clamp.outputImage, extent.Width / 60
-grey.inputImage, grey.inputSaturation = blur.outputImage:Crop(extent), 0
+gray.inputImage, gray.inputSaturation = blur.outputImage:Crop(extent), 0
 
 local mask = CIFilterGaussianGradientQOR()
 mask.inputCenter = CIVectorQOR.Point(tonumber(x) or extent.Width / 2, tonumber(y) or extent.Height / 2)
@@ -20,7 +20,7 @@ mask.inputRadius = tonumber(radius) or extent.Width / 2
 mask.inputColor0, mask.inputColor1 = CIColorQOR.Hex("#ffffff"), CIColorQOR.Hex("#000000")
 
 local blend = CIFilterBlendWithMaskQOR()
-blend.inputImage, blend.inputBackgroundImage = photo, grey.outputImage
+blend.inputImage, blend.inputBackgroundImage = photo, gray.outputImage
 blend.inputMaskImage = mask.outputImage:Crop(extent)
 
 blend.outputImage:Crop(extent):Save(output)

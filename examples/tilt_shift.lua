@@ -1,4 +1,4 @@
--- Makes a scene look like a model: a band stays sharp, what lies before and behind it gets soft, colours get strong.
+-- Makes a scene look like a model: a band stays sharp, what lies before and behind it gets soft, colors get strong.
 --
 --   zeva run examples/tilt_shift.lua photo.jpg model.jpg [MIDDLE]     how high the band is, 0 to 1
 

@@ -20,7 +20,7 @@ to = to:Transform(NSAffineTransformQOR.Identity():Scale(extent.Width / to.Extent
 
 local transition = class()
 transition.inputImage, transition.inputTargetImage = from, to
--- Only some transitions have a centre and an extent; where there is none, setting it is an error that may pass.
+-- Only some transitions have a center and an extent; where there is none, setting it is an error that may pass.
 pcall(function() transition.inputExtent = extent end)
 pcall(function() transition.inputCenter = CIVectorQOR.Point(extent.Width / 2, extent.Height / 2) end)
 

@@ -7,7 +7,7 @@ local input, output = ...
 local photo = CIImageQOR.Open(input)
 local extent = photo.Extent
 
--- Each colour as a polynomial of what it was, a + b x + c x^2 + d x^3: black is lifted, most of all in red.
+-- Each color as a polynomial of what it was, a + b x + c x^2 + d x^3: black is lifted, most of all in red.
 local fade = CIFilterColorPolynomialQOR()
 fade.inputImage = photo
 fade.inputRedCoefficients = CIVectorQOR.FromNumbers("0.06 0.90 0.10 -0.10")

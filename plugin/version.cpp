@@ -17,13 +17,13 @@ std::int32_t RecordVersionFor(double hostVersion) {
 
 bool IsSkippedHost(double hostVersion) {
     // Hosts 2007.009, 2007.010 and 2007.011 may load the module but get no classes. In thousandths the three are
-    // consecutive, so one unsigned difference finds them and no neighbour.
+    // consecutive, so one unsigned difference finds them and no neighbor.
     const auto thousandths = static_cast<std::uint32_t>(TruncatedToInt32(hostVersion * 1000.0));
     return thousandths - 2007009u < 3u;
 }
 
 std::int32_t TruncatedToInt32(double number) {
-    constexpr double kBelowSmallest = -2147483649.0;  // exact as doubles, unlike their float neighbours
+    constexpr double kBelowSmallest = -2147483649.0;  // exact as doubles, unlike their float neighbors
     constexpr double kAboveLargest = 2147483648.0;
     const bool fits = number > kBelowSmallest && number < kAboveLargest;  // false for NaN
     return fits ? static_cast<std::int32_t>(number) : std::numeric_limits<std::int32_t>::min();

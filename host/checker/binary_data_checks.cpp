@@ -2,7 +2,7 @@
 
 #include "host/checker/check.h"
 #include "host/checker/exercise.h"
-#include "host/memory_block.h"
+#include "host/runtime/memory_block.h"
 
 namespace checker {
 

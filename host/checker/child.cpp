@@ -17,7 +17,7 @@
 #include <system_error>
 #include <utility>
 
-#include "host/value.h"
+#include "host/runtime/value.h"
 
 namespace checker {
 

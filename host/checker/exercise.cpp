@@ -5,10 +5,10 @@
 #include <cmath>
 #include <cstring>
 
-#include "host/errors.h"
-#include "host/memory_block.h"
-#include "host/object.h"
-#include "host/string.h"
+#include "host/runtime/errors.h"
+#include "host/runtime/memory_block.h"
+#include "host/runtime/object.h"
+#include "host/runtime/string.h"
 
 namespace checker {
 

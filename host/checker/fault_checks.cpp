@@ -4,7 +4,7 @@
 
 #include "host/checker/check.h"
 #include "host/checker/exercise.h"
-#include "host/services.h"
+#include "host/runtime/services.h"
 
 namespace checker {
 

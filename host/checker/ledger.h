@@ -11,7 +11,7 @@
 #include <map>
 #include <vector>
 
-#include "host/reference.h"
+#include "host/runtime/reference.h"
 
 namespace checker {
 

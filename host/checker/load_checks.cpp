@@ -10,10 +10,10 @@
 
 #include "host/checker/check.h"
 #include "host/checker/child.h"
-#include "host/errors.h"
+#include "host/runtime/errors.h"
 #include "host/macho/load_object.h"
-#include "host/services.h"
-#include "host/suggestion.h"
+#include "host/runtime/services.h"
+#include "host/runtime/suggestion.h"
 
 namespace checker {
 

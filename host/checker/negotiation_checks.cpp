@@ -5,7 +5,7 @@
 
 #include "host/checker/check.h"
 #include "host/checker/child.h"
-#include "host/value.h"
+#include "host/runtime/value.h"
 
 namespace checker {
 
@@ -36,7 +36,7 @@ void Announces(Examination& examination, const HostAge& age) {
     }
 }
 
-// Hosts that can load a module and cannot take classes, and their neighbours, which can.
+// Hosts that can load a module and cannot take classes, and their neighbors, which can.
 struct GapHost {
     const char* name;
     double version;

@@ -5,7 +5,7 @@
 
 #include "host/checker/check.h"
 #include "host/checker/exercise.h"
-#include "host/string.h"
+#include "host/runtime/string.h"
 
 namespace checker {
 

@@ -9,7 +9,7 @@
 #include <map>
 #include <nlohmann/json.hpp>
 
-#include "host/value.h"
+#include "host/runtime/value.h"
 
 namespace checker {
 
@@ -84,16 +84,16 @@ std::string Xml(const std::string& text) {
 }  // namespace
 
 TextReport::TextReport(std::FILE* file, bool isVerbose)
-    : file_(file), isVerbose_(isVerbose), hasColour_(isatty(fileno(file)) != 0) {}
+    : file_(file), isVerbose_(isVerbose), hasColor_(isatty(fileno(file)) != 0) {}
 
-std::string TextReport::Coloured(Verdict verdict, const std::string& text) const {
-    if (!hasColour_) return text;
-    const std::map<Verdict, const char*> colours = {{Verdict::kPassed, "32"},
+std::string TextReport::Colored(Verdict verdict, const std::string& text) const {
+    if (!hasColor_) return text;
+    const std::map<Verdict, const char*> colors = {{Verdict::kPassed, "32"},
                                                     {Verdict::kFailed, "31"},
                                                     {Verdict::kCrashed, "31"},
                                                     {Verdict::kWarned, "33"},
                                                     {Verdict::kSkipped, "2"}};
-    return std::string("\033[") + colours.at(verdict) + "m" + text + "\033[0m";
+    return std::string("\033[") + colors.at(verdict) + "m" + text + "\033[0m";
 }
 
 void TextReport::Tell(const Result& result) {
@@ -111,7 +111,7 @@ void TextReport::EndGroup() {
         const std::string text = result.verdict == Verdict::kSkipped ? result.reason : result.check->rule;
         char word[16];
         std::snprintf(word, sizeof word, "%-8s", VerdictText(result.verdict));
-        std::fprintf(file_, "  %s  %s: %s\n", Coloured(result.verdict, word).c_str(), result.FullName().c_str(),
+        std::fprintf(file_, "  %s  %s: %s\n", Colored(result.verdict, word).c_str(), result.FullName().c_str(),
                      text.c_str());
         for (const std::string& line : Details(result, kShownFindings))
             std::fprintf(file_, "            %s\n", line.c_str());
@@ -124,7 +124,7 @@ void TextReport::End(const std::vector<Result>& results, double seconds) {
     EndGroup();
     const bool isGood = Count(results, Verdict::kFailed) + Count(results, Verdict::kCrashed) == 0;
     const std::string text = SummaryText(results) + ", in " + host::NumberText(std::round(seconds * 10) / 10) + " s";
-    std::fprintf(file_, "%s\n", Coloured(isGood ? Verdict::kPassed : Verdict::kFailed, text).c_str());
+    std::fprintf(file_, "%s\n", Colored(isGood ? Verdict::kPassed : Verdict::kFailed, text).c_str());
 }
 
 std::string SummaryText(const std::vector<Result>& results) {

@@ -13,7 +13,7 @@ namespace checker {
 // Prints results as they come: a line per group, and what a person must read of each check that did not pass.
 class TextReport {
   public:
-    // With colour when the file is a terminal. Verbose: a line per check.
+    // With color when the file is a terminal. Verbose: a line per check.
     TextReport(std::FILE* file, bool isVerbose);
 
     void Tell(const Result& result);
@@ -23,11 +23,11 @@ class TextReport {
 
   private:
     void EndGroup();
-    std::string Coloured(Verdict verdict, const std::string& text) const;
+    std::string Colored(Verdict verdict, const std::string& text) const;
 
     std::FILE* file_;
     bool isVerbose_;
-    bool hasColour_;
+    bool hasColor_;
     std::string group_;
     std::vector<Result> inGroup_;
 };

@@ -7,8 +7,8 @@
 #include <nlohmann/json.hpp>
 
 #include "host/checker/child.h"
-#include "host/errors.h"
-#include "host/suggestion.h"
+#include "host/runtime/errors.h"
+#include "host/runtime/suggestion.h"
 
 namespace checker {
 

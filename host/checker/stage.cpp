@@ -6,8 +6,8 @@
 
 #include <array>
 
-#include "host/errors.h"
-#include "host/object.h"
+#include "host/runtime/errors.h"
+#include "host/runtime/object.h"
 
 namespace checker {
 

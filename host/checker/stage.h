@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "host/checker/watch.h"
-#include "host/host.h"
+#include "host/runtime/host.h"
 
 namespace checker {
 

@@ -8,9 +8,9 @@
 #include <cstring>
 
 #include "host/checker/child.h"
-#include "host/memory_block.h"
-#include "host/services.h"
-#include "host/string.h"
+#include "host/runtime/memory_block.h"
+#include "host/runtime/services.h"
+#include "host/runtime/string.h"
 
 namespace checker {
 

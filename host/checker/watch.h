@@ -23,7 +23,7 @@
 
 #include "host/checker/ledger.h"
 #include "host/checker/record.h"
-#include "host/host.h"
+#include "host/runtime/host.h"
 
 namespace checker {
 

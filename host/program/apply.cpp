@@ -7,12 +7,12 @@
 #include <filesystem>
 #include <map>
 
-#include "host/errors.h"
-#include "host/program/batch.h"
+#include "host/runtime/errors.h"
+#include "host/batch/batch.h"
 #include "host/program/commands.h"
-#include "host/program/progress.h"
-#include "host/program/recipe.h"
-#include "host/program/setting_value.h"
+#include "host/batch/progress.h"
+#include "host/recipe/recipe.h"
+#include "host/recipe/setting_value.h"
 
 namespace {
 
@@ -210,11 +210,11 @@ constexpr const char* kValues = R"(
 Values of KEY=VALUE, by the key's type (zeva describe FILTER):
   number        inputRadius=12.5
   vector        inputCenter=150,150
-  colour        inputColor=#ff8000  #ff800080  1,0.5,0  1,0.5,0,0.5
+  color        inputColor=#ff8000  #ff800080  1,0.5,0  1,0.5,0,0.5
   image         inputMaskImage=mask.png    - for the picture that comes in
   transform     inputTransform=1,0,0,1,20,0  "rotate:30 scale:1.2 translate:10,0"
-  colour cube   inputCubeData=warm.cube  @floats.raw  numbers with commas
-  colour space  inputColorSpace=sRGB
+  color cube   inputCubeData=warm.cube  @floats.raw  numbers with commas
+  color space  inputColorSpace=sRGB
 
 The picture goes into inputImage of the first filter, or into the keys that say KEY=-; the output of each filter goes
 into the next.)";

@@ -6,7 +6,7 @@
 #include <fstream>
 
 #include "host/checker/report.h"
-#include "host/errors.h"
+#include "host/runtime/errors.h"
 #include "host/program/commands.h"
 #include "host/program/platform_pool.h"
 

@@ -7,7 +7,7 @@
 #include <cstdio>
 
 #include "host/program/commands.h"
-#include "host/program/error_text.h"
+#include "host/batch/error_text.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <cstdio>
 
 #include "host/program/commands.h"
-#include "host/program/filter_name.h"
+#include "host/description/filter_name.h"
 
 // The text of completion.bash.
 extern const char kCompletionScript[];

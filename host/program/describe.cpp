@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "host/errors.h"
-#include "host/program/class_description.h"
+#include "host/runtime/errors.h"
+#include "host/description/class_description.h"
 #include "host/program/commands.h"
-#include "host/program/filter_name.h"
-#include "host/suggestion.h"
+#include "host/description/filter_name.h"
+#include "host/runtime/suggestion.h"
 
 namespace {
 

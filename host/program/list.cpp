@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "host/errors.h"
-#include "host/program/class_description.h"
+#include "host/runtime/errors.h"
+#include "host/description/class_description.h"
 #include "host/program/commands.h"
 
 namespace {

@@ -5,7 +5,7 @@
 
 #pragma once
 
-#include "host/call_scope.h"
+#include "host/runtime/call_scope.h"
 
 // The scope to give a Host.
 host::CallScope PlatformPool();

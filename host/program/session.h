@@ -5,7 +5,7 @@
 
 #pragma once
 
-#include "host/host.h"
+#include "host/runtime/host.h"
 
 // What the command line says of the host and its modules.
 struct SessionOptions {

@@ -8,10 +8,10 @@
 #include <fstream>
 #include <iterator>
 
-#include "host/errors.h"
+#include "host/runtime/errors.h"
 #include "host/program/commands.h"
-#include "host/program/value_json.h"
-#include "host/trace.h"
+#include "host/description/value_json.h"
+#include "host/runtime/trace.h"
 
 namespace {
 

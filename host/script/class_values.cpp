@@ -2,12 +2,12 @@
 
 #include "host/script/class_values.h"
 
-#include "host/errors.h"
-#include "host/host.h"
+#include "host/runtime/errors.h"
+#include "host/runtime/host.h"
 #include "host/script/error_values.h"
 #include "host/script/member_functions.h"
 #include "host/script/values.h"
-#include "host/suggestion.h"
+#include "host/runtime/suggestion.h"
 
 namespace host::script {
 

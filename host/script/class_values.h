@@ -5,7 +5,7 @@
 
 #pragma once
 
-#include "host/class.h"
+#include "host/runtime/class.h"
 #include "host/script/lua.h"
 
 namespace host::script {

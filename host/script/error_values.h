@@ -7,7 +7,7 @@
 
 #include <exception>
 
-#include "host/errors.h"
+#include "host/runtime/errors.h"
 #include "host/script/lua.h"
 
 namespace host::script {

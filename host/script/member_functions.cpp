@@ -2,8 +2,8 @@
 
 #include "host/script/member_functions.h"
 
-#include "host/errors.h"
-#include "host/host.h"
+#include "host/runtime/errors.h"
+#include "host/runtime/host.h"
 #include "host/script/class_values.h"
 #include "host/script/error_values.h"
 #include "host/script/object_values.h"

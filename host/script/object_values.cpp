@@ -4,8 +4,8 @@
 
 #include <new>
 
-#include "host/errors.h"
-#include "host/host.h"
+#include "host/runtime/errors.h"
+#include "host/runtime/host.h"
 #include "host/script/error_values.h"
 #include "host/script/member_functions.h"
 #include "host/script/memory_growth.h"

@@ -6,8 +6,8 @@
 
 #pragma once
 
-#include "host/class.h"
-#include "host/reference.h"
+#include "host/runtime/class.h"
+#include "host/runtime/reference.h"
 #include "host/script/lua.h"
 
 namespace host::script {

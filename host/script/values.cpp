@@ -5,10 +5,10 @@
 #include <cstdint>
 #include <limits>
 
-#include "host/errors.h"
+#include "host/runtime/errors.h"
 #include "host/script/class_values.h"
 #include "host/script/object_values.h"
-#include "host/string.h"
+#include "host/runtime/string.h"
 
 namespace host::script {
 

@@ -17,9 +17,9 @@
 #include <string_view>
 #include <vector>
 
-#include "host/class.h"
+#include "host/runtime/class.h"
 #include "host/script/lua.h"
-#include "host/value.h"
+#include "host/runtime/value.h"
 
 namespace host::script {
 

@@ -1,6 +1,6 @@
-// CGColorSpace.h - what the numbers of a colour mean.
+// CGColorSpace.h - what the numbers of a color mean.
 //
-// Spaces of red, green and blue and of grey: by name, of white point, primaries and curve, or of an ICC profile. Every space has a
+// Spaces of red, green and blue and of gray: by name, of white point, primaries and curve, or of an ICC profile. Every space has a
 // profile. Device spaces are those of sRGB: there is no device here.
 // Ownership: Create and Copy give one reference. A named space is shared: asking twice for a name gives the same object.
 // Threads:   spaces never change and may be used on any thread.
@@ -9,10 +9,10 @@
 
 #include <CoreGraphics/CGBase.h>
 
-// A colour space; an Objective-C object, so that key-value coding can hold it.
+// A color space; an Objective-C object, so that key-value coding can hold it.
 typedef struct CGColorSpace* CGColorSpaceRef;
 
-// The families of colour spaces.
+// The families of color spaces.
 typedef int32_t CGColorSpaceModel;
 enum {
     kCGColorSpaceModelUnknown = -1,
@@ -36,15 +36,15 @@ CG_EXTERN const CFStringRef kCGColorSpaceLinearGray;
 // The space of a name, with one reference for the caller; null for a name that is not known.
 CG_EXTERN CGColorSpaceRef CGColorSpaceCreateWithName(CFStringRef name);
 
-// The spaces of the machine, which here are sRGB and grey with its curve; one reference for the caller.
+// The spaces of the machine, which here are sRGB and gray with its curve; one reference for the caller.
 CG_EXTERN CGColorSpaceRef CGColorSpaceCreateDeviceRGB(void);
 CG_EXTERN CGColorSpaceRef CGColorSpaceCreateDeviceGray(void);
 
 // A space of an ICC profile, with one reference for the caller; it has no name. Null for what is no profile of red, green and blue
-// or of grey.
+// or of gray.
 CG_EXTERN CGColorSpaceRef CGColorSpaceCreateWithICCData(CFTypeRef data);
 
-// Spaces of a white point (X, Y, Z with Y of 1), a power for each channel, and for colour the X, Y, Z of each primary, one after
+// Spaces of a white point (X, Y, Z with Y of 1), a power for each channel, and for color the X, Y, Z of each primary, one after
 // the other; one reference for the caller. Powers are 1 and the primaries those of sRGB where null is given; a black point is
 // not acted upon. Null when the numbers make no space.
 CG_EXTERN CGColorSpaceRef CGColorSpaceCreateCalibratedRGB(const CGFloat whitePoint[3], const CGFloat blackPoint[3],
@@ -62,6 +62,6 @@ CG_EXTERN CFStringRef CGColorSpaceCopyName(CGColorSpaceRef space);
 // The ICC profile of a space, with one reference for the caller; null for null.
 CG_EXTERN CFDataRef CGColorSpaceCopyICCData(CGColorSpaceRef space);
 
-// The family of a space, and how many numbers make a colour in it (without alpha).
+// The family of a space, and how many numbers make a color in it (without alpha).
 CG_EXTERN CGColorSpaceModel CGColorSpaceGetModel(CGColorSpaceRef space);
 CG_EXTERN size_t CGColorSpaceGetNumberOfComponents(CGColorSpaceRef space);

@@ -1,4 +1,4 @@
-// CGColorSpace.mm - colour spaces as objects that keep their profile; the named ones are made on first use and kept for good.
+// CGColorSpace.mm - color spaces as objects that keep their profile; the named ones are made on first use and kept for good.
 //
 // Adding a named space: a name in CGColorSpace.h, and a row in the table below.
 
@@ -11,7 +11,7 @@
 
 #include "profiles.h"
 
-// A colour space as an object.
+// A color space as an object.
 @interface CGColorSpaceObject : NSObject {
   @public
     NSString* _name;  // nil without one
@@ -62,7 +62,7 @@ constexpr Primaries kGeneric = {{0.630, 0.340}, {0.295, 0.605}, {0.155, 0.077}};
 
 struct NamedSpace {
     CFStringRef name;
-    const Primaries* primaries;  // null for grey
+    const Primaries* primaries;  // null for gray
     double gamma;
 };
 
@@ -102,15 +102,15 @@ CGColorSpaceObject* MakeNamedSpace(const NamedSpace& named) {
                                                 : core_graphics::MakeGrayProfile(kD65, named.gamma));
 }
 
-// Where a colour of X, Y and Z is on the diagram.
-Chromaticity ChromaticityOf(const CGFloat* colour) {
-    const double sum = (double)colour[0] + (double)colour[1] + (double)colour[2];
-    return {(double)colour[0] / sum, (double)colour[1] / sum};
+// Where a color of X, Y and Z is on the diagram.
+Chromaticity ChromaticityOf(const CGFloat* color) {
+    const double sum = (double)color[0] + (double)color[1] + (double)color[2];
+    return {(double)color[0] / sum, (double)color[1] / sum};
 }
 
 // Whether the library can be given a white point: a brightness of 1 and nothing negative.
-bool IsWhitePoint(const CGFloat* colour) {
-    return colour != nullptr && colour[0] > 0 && colour[1] == 1 && colour[2] > 0 && colour[0] < 10 && colour[2] < 10;
+bool IsWhitePoint(const CGFloat* color) {
+    return color != nullptr && color[0] > 0 && color[1] == 1 && color[2] > 0 && color[0] < 10 && color[2] < 10;
 }
 
 }  // namespace
@@ -150,8 +150,8 @@ CGColorSpaceRef CGColorSpaceCreateCalibratedRGB(const CGFloat whitePoint[3], con
     // Comparisons that also refuse what is no number.
     for (int channel = 0; channel < 3; ++channel) {
         if (gamma != nullptr && !(gamma[channel] > 0)) return nullptr;
-        const CGFloat* colour = matrix == nullptr ? whitePoint : matrix + 3 * channel;
-        if (!(colour[0] + colour[1] + colour[2] > 0)) return nullptr;
+        const CGFloat* color = matrix == nullptr ? whitePoint : matrix + 3 * channel;
+        if (!(color[0] + color[1] + color[2] > 0)) return nullptr;
     }
     Chromaticity primaries[3];
     double gammas[3];

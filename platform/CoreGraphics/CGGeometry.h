@@ -1,6 +1,6 @@
 // CGGeometry.h - points, sizes and rectangles.
 //
-// A rectangle may have a negative width or height; the functions read it as the standardised one. Two rectangles are special:
+// A rectangle may have a negative width or height; the functions read it as the standardized one. Two rectangles are special:
 // the null one (no place at all, what disjoint rectangles share) and the infinite one. The origin is the lower left corner.
 // Threads: plain values, safe anywhere.
 
@@ -47,7 +47,7 @@ static inline CGRect CGRectMake(CGFloat x, CGFloat y, CGFloat width, CGFloat hei
     return rect;
 }
 
-// The edges and lengths of the standardised rectangle.
+// The edges and lengths of the standardized rectangle.
 CG_EXTERN CGFloat CGRectGetMinX(CGRect rect);
 CG_EXTERN CGFloat CGRectGetMinY(CGRect rect);
 CG_EXTERN CGFloat CGRectGetMaxX(CGRect rect);
@@ -55,7 +55,7 @@ CG_EXTERN CGFloat CGRectGetMaxY(CGRect rect);
 CG_EXTERN CGFloat CGRectGetWidth(CGRect rect);
 CG_EXTERN CGFloat CGRectGetHeight(CGRect rect);
 
-// Whether two points, sizes or rectangles are the same; rectangles are standardised first.
+// Whether two points, sizes or rectangles are the same; rectangles are standardized first.
 CG_EXTERN bool CGPointEqualToPoint(CGPoint first, CGPoint second);
 CG_EXTERN bool CGSizeEqualToSize(CGSize first, CGSize second);
 CG_EXTERN bool CGRectEqualToRect(CGRect first, CGRect second);

@@ -12,7 +12,7 @@
 
 typedef struct CGImage* CGImageRef;
 
-// Where the alpha of a pixel is and whether the colours are multiplied by it.
+// Where the alpha of a pixel is and whether the colors are multiplied by it.
 typedef uint32_t CGImageAlphaInfo;
 enum {
     kCGImageAlphaNone = 0,
@@ -34,7 +34,7 @@ enum {
     kCGBitmapByteOrder32Big = 4 << 12,
 };
 
-// How colours outside a destination are brought in; not acted upon.
+// How colors outside a destination are brought in; not acted upon.
 typedef int32_t CGColorRenderingIntent;
 enum { kCGRenderingIntentDefault = 0 };
 

@@ -42,17 +42,17 @@ void Free(cmsToneCurve* curve) {
     if (curve != nullptr) cmsFreeToneCurve(curve);
 }
 
-// The library's way to write a colour, of full brightness.
-cmsCIExyY Written(Chromaticity colour) { return {colour.x, colour.y, 1}; }
+// The library's way to write a color, of full brightness.
+cmsCIExyY Written(Chromaticity color) { return {color.x, color.y, 1}; }
 
 }  // namespace
 
 ProfileBytes MakeRGBProfile(Chromaticity white, const Chromaticity (&primaries)[3], const double (&gammas)[3]) {
     const cmsCIExyY point = Written(white);
-    const cmsCIExyYTRIPLE colours = {Written(primaries[0]), Written(primaries[1]), Written(primaries[2])};
+    const cmsCIExyYTRIPLE colors = {Written(primaries[0]), Written(primaries[1]), Written(primaries[2])};
     cmsToneCurve* curves[] = {Curve(gammas[0]), Curve(gammas[1]), Curve(gammas[2])};
     const bool complete = curves[0] != nullptr && curves[1] != nullptr && curves[2] != nullptr;
-    const ProfileBytes saved = complete ? Saved(cmsCreateRGBProfile(&point, &colours, curves)) : ProfileBytes{};
+    const ProfileBytes saved = complete ? Saved(cmsCreateRGBProfile(&point, &colors, curves)) : ProfileBytes{};
     for (cmsToneCurve* curve : curves) Free(curve);
     return saved;
 }

@@ -28,10 +28,10 @@ inline constexpr double kCurveOfSRGB = 0;
 // The profile of a space of red, green and blue. Null when the primaries do not span one.
 ProfileBytes MakeRGBProfile(Chromaticity white, const Chromaticity (&primaries)[3], const double (&gammas)[3]);
 
-// The profile of a space of grey.
+// The profile of a space of gray.
 ProfileBytes MakeGrayProfile(Chromaticity white, double gamma);
 
-// What a profile is about: how many numbers make a colour, 1 for grey and 3 for red, green and blue; 0 for what is no profile of
+// What a profile is about: how many numbers make a color, 1 for gray and 3 for red, green and blue; 0 for what is no profile of
 // a picture in one of these.
 int ComponentsOfProfile(const void* bytes, std::size_t length);
 

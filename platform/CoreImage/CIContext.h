@@ -1,9 +1,9 @@
 // CIContext.h - renders images into bitmaps, on all cores.
 //
-// Filters work in linear light with the primaries of sRGB. Each bitmap's colours are brought there from its own space, and go to the
+// Filters work in linear light with the primaries of sRGB. Each bitmap's colors are brought there from its own space, and go to the
 // space of the result at the very end: divided by alpha, encoded, multiplied by alpha again, clipped and rounded where the result
 // holds bytes. A context without a working space leaves all that out: filters see the numbers that the bitmaps hold, and the
-// result holds theirs. Colours that filters were given stay linear light also then.
+// result holds theirs. Colors that filters were given stay linear light also then.
 //
 // Failure: what cannot be rendered (an empty or infinite rectangle, too little memory) gives null and prints nothing.
 // Threads: a context holds nothing that changes and may be used on any thread.
@@ -39,7 +39,7 @@ CG_EXTERN NSString* const kCIContextWorkingColorSpace;
 
 // Writes a rectangle of the image as premultiplied pixels, the topmost row first.
 //
-// The caller's memory holds rowBytes bytes for every row; the rectangle is rounded outward to whole pixels. Without a colour
+// The caller's memory holds rowBytes bytes for every row; the rectangle is rounded outward to whole pixels. Without a color
 // space the numbers are linear. Nothing is written for a nil image, an empty or infinite rectangle or an unknown format.
 - (void)render:(CIImage*)image
       toBitmap:(void*)bitmap

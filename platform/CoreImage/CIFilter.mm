@@ -79,9 +79,9 @@ void ReadData(NSData* value, core_image::InputValue* input) {
     input->owner = {data, RetainObject, ReleaseObject};
 }
 
-// Reads the colour space that an object is, if it is one of red, green and blue.
+// Reads the color space that an object is, if it is one of red, green and blue.
 void ReadSpace(id object, core_image::InputValue* input) {
-    input->space = core_image::ColourSpace::other;
+    input->space = core_image::ColorSpace::other;
     CGColorSpaceRef known = CGColorSpaceCreateDeviceRGB();
     const bool isSpace = [object isKindOfClass:[(id)known class]];
     CGColorSpaceRelease(known);
@@ -90,9 +90,9 @@ void ReadSpace(id object, core_image::InputValue* input) {
     input->bytes = coding.profile.bytes;
     input->count = coding.profile.length;
     const bool isLinear = coding.transfer == core_image::Transfer::linear;
-    input->space = coding.profile.bytes != nullptr ? core_image::ColourSpace::profile
-                   : isLinear                      ? core_image::ColourSpace::linear
-                                                   : core_image::ColourSpace::sRGB;
+    input->space = coding.profile.bytes != nullptr ? core_image::ColorSpace::profile
+                   : isLinear                      ? core_image::ColorSpace::linear
+                                                   : core_image::ColorSpace::sRGB;
 }
 
 // Reads one input as its kind demands. A nil image stays empty; any other nil reads as the default.
@@ -108,7 +108,7 @@ void ReadInput(const InputDescription& description, id value, core_image::InputV
         case InputKind::vector:
             ReadVector(value, input);
             break;
-        case InputKind::colour:
+        case InputKind::color:
             ReadColor(value, input);
             break;
         case InputKind::transform:

@@ -8,10 +8,10 @@
 
 #import <Foundation/Foundation.h>
 
-#include "core/filter_table.h"
+#include "engine/filter_table.h"
 
 // What kind of value an input holds, by its class attribute.
-enum class InputKind { number, vector, colour, image, transform, data, object };
+enum class InputKind { number, vector, color, image, transform, data, object };
 
 // One input key.
 struct InputDescription {

@@ -37,7 +37,7 @@ const struct {
     // class                kind
     {@"NSNumber",           InputKind::number},
     {@"CIVector",           InputKind::vector},
-    {@"CIColor",            InputKind::colour},
+    {@"CIColor",            InputKind::color},
     {@"CIImage",            InputKind::image},
     {@"NSAffineTransform",  InputKind::transform},
     {@"NSData",             InputKind::data},
@@ -85,7 +85,7 @@ NSAffineTransform* TransformOfList(NSArray* list) {
     return transform;
 }
 
-// The only data in the file, which describes it in words: a cube of two steps that changes no colour.
+// The only data in the file, which describes it in words: a cube of two steps that changes no color.
 NSData* IdentityCube() {
     float texels[8][4];
     for (unsigned index = 0; index < 8; ++index) {
@@ -104,7 +104,7 @@ id AttributeValue(id value, InputKind kind) {
         switch (kind) {
             case InputKind::vector:
                 return VectorOfList(value);
-            case InputKind::colour:
+            case InputKind::color:
                 return ColorOfList(value);
             case InputKind::transform:
                 return TransformOfList(value);

@@ -15,7 +15,7 @@ typedef int CIFormat;
 CG_EXTERN CIFormat kCIFormatRGBA8;  // four bytes
 CG_EXTERN CIFormat kCIFormatRGBAf;  // four floats
 
-// The option of an image that says what the numbers of its bitmap mean, instead of the bitmap's own space: a colour space, or NSNull
+// The option of an image that says what the numbers of its bitmap mean, instead of the bitmap's own space: a color space, or NSNull
 // for numbers that are taken as they are.
 CG_EXTERN NSString* const kCIImageColorSpace;
 
@@ -34,11 +34,11 @@ CG_EXTERN NSString* const kCIImageColorSpace;
 + (CIImage*)imageWithCGImage:(CGImageRef)image;
 + (CIImage*)imageWithCGImage:(CGImageRef)image options:(NSDictionary*)options;
 
-// One colour everywhere; infinite. nil for nil.
+// One color everywhere; infinite. nil for nil.
 + (CIImage*)imageWithColor:(CIColor*)color;
 
 // The image of premultiplied pixels, the topmost row first, its lower left corner at (0, 0). The data is kept, not copied, and
-// must not change. Without a colour space the numbers are taken as they are, linear.
+// must not change. Without a color space the numbers are taken as they are, linear.
 //
 // nil when the format is not known or the data is too short for the size.
 + (CIImage*)imageWithBitmapData:(NSData*)data

@@ -4,7 +4,7 @@
 
 #import <CoreImage/CIImage.h>
 
-#include "core/engine.h"
+#include "engine/engine.h"
 
 @interface CIImage (Internal)
 

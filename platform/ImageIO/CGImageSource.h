@@ -1,7 +1,7 @@
 // CGImageSource.h - images out of files: PNG and JPEG.
 //
 // A source keeps the bytes of one file and decodes them once, when the status or the image is asked for. Every kind of PNG and
-// the grey and colour kinds of JPEG become 8-bit RGBA images with straight alpha, in the space of the file's ICC profile if it has one
+// the gray and color kinds of JPEG become 8-bit RGBA images with straight alpha, in the space of the file's ICC profile if it has one
 // of red, green and blue, else in sRGB.
 //
 // Ownership: Create gives one reference, to be given back with CFRelease.

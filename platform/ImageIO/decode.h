@@ -44,7 +44,7 @@ bool Allocate(std::size_t width, std::size_t height, Picture* picture);
 // Gives back what a picture holds.
 void Free(Picture* picture);
 
-// Brings a grey picture with a profile of grey to sRGB, which needs no profile. Any other profile that is none of red, green and blue
+// Brings a gray picture with a profile of gray to sRGB, which needs no profile. Any other profile that is none of red, green and blue
 // is dropped.
 void ApplyGrayProfile(Picture* picture);
 

@@ -1,4 +1,4 @@
-// decode_jpeg.cpp - JPEG files in grey and colour, sequential and progressive. CMYK is refused: without its profile nobody knows
+// decode_jpeg.cpp - JPEG files in gray and color, sequential and progressive. CMYK is refused: without its profile nobody knows
 // what the inks look like.
 
 // The library's header counts on this one.

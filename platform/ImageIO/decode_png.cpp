@@ -1,6 +1,6 @@
-// decode_png.cpp - PNG files of every colour type and depth.
+// decode_png.cpp - PNG files of every color type and depth.
 //
-// Palettes, greys and 1 to 16 bits become 8-bit RGBA; a file that states another gamma than that of sRGB is brought to it.
+// Palettes, grays and 1 to 16 bits become 8-bit RGBA; a file that states another gamma than that of sRGB is brought to it.
 
 #include <png.h>
 

@@ -1,4 +1,4 @@
-// encode_jpeg.cpp - JPEG files: colour, on white.
+// encode_jpeg.cpp - JPEG files: color, on white.
 
 // The library's header counts on this one.
 #include <cstdio>

@@ -1,4 +1,4 @@
-// gray_profile.cpp - grey pictures by their profile, with Little CMS.
+// gray_profile.cpp - gray pictures by their profile, with Little CMS.
 
 #define CMS_NO_REGISTER_KEYWORD
 #include <lcms2.h>
@@ -14,15 +14,15 @@ constexpr std::size_t kLevels = 256;
 
 // The levels of sRGB that are as bright as those of a profile; false when they cannot be told.
 bool MakeTable(cmsHPROFILE profile, std::uint8_t (&table)[kLevels]) {
-    std::uint8_t levels[kLevels], colours[kLevels][3];
+    std::uint8_t levels[kLevels], colors[kLevels][3];
     for (std::size_t level = 0; level < kLevels; ++level) levels[level] = static_cast<std::uint8_t>(level);
     cmsHPROFILE sRGB = cmsCreate_sRGBProfile();
     cmsHTRANSFORM transform =
         cmsCreateTransform(profile, TYPE_GRAY_8, sRGB, TYPE_RGB_8, INTENT_RELATIVE_COLORIMETRIC, cmsFLAGS_NOOPTIMIZE);
     if (transform != nullptr) {
-        cmsDoTransform(transform, levels, colours, kLevels);
+        cmsDoTransform(transform, levels, colors, kLevels);
         cmsDeleteTransform(transform);
-        for (std::size_t level = 0; level < kLevels; ++level) table[level] = colours[level][1];
+        for (std::size_t level = 0; level < kLevels; ++level) table[level] = colors[level][1];
     }
     cmsCloseProfile(sRGB);
     return transform != nullptr;

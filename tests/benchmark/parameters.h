@@ -11,7 +11,7 @@
 
 namespace benchmarks {
 
-// A colour matrix: a row of red, green, blue and what is added, for each channel of the result.
+// A color matrix: a row of red, green, blue and what is added, for each channel of the result.
 inline constexpr double kMatrix[3][4] = {{0.9, 0.05, 0.02, 0.01}, {0.1, 0.8, 0.05, 0.02}, {0.03, 0.1, 0.85, 0.03}};
 
 inline constexpr double kExposure = 0.5;  // stops
@@ -46,7 +46,7 @@ inline std::vector<double> Kernel(std::size_t count) {
     return weights;
 }
 
-// The colour controls as a colour matrix.
+// The color controls as a color matrix.
 inline std::array<std::array<double, 4>, 3> ControlsMatrix() {
     std::array<std::array<double, 4>, 3> matrix;
     for (std::size_t to = 0; to < 3; ++to) {

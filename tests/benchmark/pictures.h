@@ -1,6 +1,6 @@
 // pictures.h - what the benchmarks render: two pictures, a small one and tables, the same for the engine and for other libraries.
 //
-// Floats are red, green, blue and alpha, linear, opaque; the topmost row first. Like a photo, neighbours are alike and every
+// Floats are red, green, blue and alpha, linear, opaque; the topmost row first. Like a photo, neighbors are alike and every
 // brightness occurs; unlike one, nothing repeats, so that no library may profit from flat places.
 // Lifetime: made on first use and kept for good.
 // Threads:  made by one thread; reading is for all.
@@ -35,7 +35,7 @@ const Picture& Small();
 // The first picture as bytes, encoded with the curve of sRGB.
 const std::vector<std::uint8_t>& FirstAsBytes();
 
-// A cube of colours, red fastest, with an alpha of 1: neither the identity nor a matrix.
+// A cube of colors, red fastest, with an alpha of 1: neither the identity nor a matrix.
 inline constexpr std::size_t kCubeEdge = 32;
 const std::vector<float>& Cube();
 

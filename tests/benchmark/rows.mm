@@ -64,7 +64,7 @@ CIVector* Vector(const std::vector<double>& numbers) {
     return [CIVector vectorWithValues:values.data() count:values.size()];
 }
 
-// A row of the colour matrix, without what is added.
+// A row of the color matrix, without what is added.
 CIVector* MatrixRow(const double (&row)[4]) { return Vector({row[0], row[1], row[2], 0}); }
 
 CIImage* Matrix(CIImage* image) {
@@ -189,12 +189,12 @@ constexpr Operation kOperations[] = {
     {"12 MP/gaussian blur, sigma 10",     Gaussian,          From::first, To::whole},
     {"12 MP/box blur, 21 wide",           Box,               From::first, To::whole},
     {"12 MP/disc blur, radius 8",         Disc,              From::first, To::whole},
-    {"12 MP/colour matrix",               Matrix,            From::first, To::whole},
+    {"12 MP/color matrix",               Matrix,            From::first, To::whole},
     {"12 MP/invert",                      Invert,            From::first, To::whole},
     {"12 MP/exposure",                    Exposure,          From::first, To::whole},
-    {"12 MP/colour cube 32",              CubeOf,            From::first, To::whole},
+    {"12 MP/color cube 32",              CubeOf,            From::first, To::whole},
     {"12 MP/gamma",                       Gamma,             From::first, To::whole},
-    {"12 MP/colour controls",             Controls,          From::first, To::whole},
+    {"12 MP/color controls",             Controls,          From::first, To::whole},
     {"12 MP/blur 10, add, affine, crop",  BlurAddAffineCrop, From::first, To::whole},
     {"12 MP/dissolve",                    Dissolve,          From::first, To::whole},
     {"12 MP/addition",                    Addition,          From::first, To::whole},
@@ -215,10 +215,10 @@ constexpr Operation kOperations[] = {
     {"12 MP/copy machine",                CopyMachine,       From::first, To::whole},
     {"12 MP/disintegrate",                Disintegrate,      From::first, To::whole},
     {"12 MP/flash",                       Flash,             From::first, To::whole},
-    {"64 x 64/colour matrix",             Matrix,            From::small, To::small},
+    {"64 x 64/color matrix",             Matrix,            From::small, To::small},
     {"64 x 64/five pointwise steps",      FiveSteps,         From::small, To::small},
-    {"64 x 64/colour map",                Map,               From::small, To::small},
-    {"64 x 64/colour cube 32",            CubeOf,            From::small, To::small},
+    {"64 x 64/color map",                Map,               From::small, To::small},
+    {"64 x 64/color cube 32",            CubeOf,            From::small, To::small},
     {"64 x 64/gaussian blur, sigma 10",   Gaussian,          From::small, To::small},
 };
 // clang-format on

@@ -1,4 +1,4 @@
-// objects_test.mm - images, colours, vectors, transforms and colour spaces between a filter and the host.
+// objects_test.mm - images, colors, vectors, transforms and color spaces between a filter and the host.
 
 #include "tests/boundary/boundary_test.h"
 #include "tests/boundary/recording_objects.h"
@@ -152,7 +152,7 @@ TEST_F(ObjectsTest, SettersTakeTheFirstFieldOfWhateverObjectTheHostPasses) {
 }
 
 TEST_F(ObjectsTest, GettersWrapWhateverTheFilterHolds) {
-    filter->answer = @"no image, no colour, no vector";
+    filter->answer = @"no image, no color, no vector";
     for (const Property& property : kPlain) {
         ZEVAobjectStruct* read = Read(property);
         EXPECT_STREQ(read->className, property.typeWord);

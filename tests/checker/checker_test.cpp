@@ -8,7 +8,7 @@
 #include <cstdlib>
 
 #include "host/checker/report.h"
-#include "host/services.h"
+#include "host/runtime/services.h"
 
 namespace checker {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "host/memory_block.h"
+#include "host/runtime/memory_block.h"
 #include "tests/companion/companion_test.h"
 #include "tests/companion/platform_side.h"
 

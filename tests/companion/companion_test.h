@@ -11,9 +11,9 @@
 #include <string>
 #include <vector>
 
-#include "host/errors.h"
-#include "host/host.h"
-#include "host/string.h"
+#include "host/runtime/errors.h"
+#include "host/runtime/host.h"
+#include "host/runtime/string.h"
 
 // The host of this process, with companion and filters, an autorelease pool around every call.
 host::Host& SharedHost();

@@ -1,4 +1,4 @@
-// image_script_test.cpp - images as scripts use them: made of bytes and colours, moved, turned upright, written.
+// image_script_test.cpp - images as scripts use them: made of bytes and colors, moved, turned upright, written.
 
 #include "tests/companion/companion_script_test.h"
 
@@ -43,8 +43,8 @@ TEST_F(CompanionScriptTest, WhatIsNoPixelsIsRefused) {
         assert(read(rectangle(0, 0, 0, 5)) == "CIImageQOR.Pixels: the rectangle is empty, no pixels are read")
         assert(read(rectangle(0, 0, 1e9, 5)) == "CIImageQOR.Pixels: the rectangle is too large, no pixels are read")
         assert(read(image.Extent) == "CIImageQOR.Pixels: the rectangle is too large, no pixels are read")
-        assert(refusal(image.ColorAt, image, 0 / 0, 0) == "CIImageQOR.ColorAt: the point is no place, no colour is read")
-        assert(refusal(CIImageQOR.FromColor, nil) == "CIImageQOR.FromColor: the colour is nil, no image is made")
+        assert(refusal(image.ColorAt, image, 0 / 0, 0) == "CIImageQOR.ColorAt: the point is no place, no color is read")
+        assert(refusal(CIImageQOR.FromColor, nil) == "CIImageQOR.FromColor: the color is nil, no image is made")
     )"),
               "");
 }
@@ -89,7 +89,7 @@ TEST_F(CompanionScriptTest, AFileIsWrittenWithTheQualityThatIsAskedFor) {
               "");
 }
 
-TEST_F(CompanionScriptTest, ColoursSurviveAFileInAnotherSpace) {
+TEST_F(CompanionScriptTest, ColorsSurviveAFileInAnotherSpace) {
     EXPECT_EQ(Run(R"(
         local folder = ...
         local file = folder .. "/p3.png"
@@ -110,12 +110,12 @@ TEST_F(CompanionScriptTest, ColoursSurviveAFileInAnotherSpace) {
         local r, g, b = pixels(bare):byte(5, 7)
         assert(near(r, 234, 1) and near(g, 51, 1) and near(b, 35, 1))
         assert(refusal(image.SaveInSpace, image, folder .. "/no.png", 1, nil) ==
-               "CIImageQOR.SaveInSpace: the colour space is nil, nothing is written")
+               "CIImageQOR.SaveInSpace: the color space is nil, nothing is written")
     )"),
               "");
 }
 
-TEST_F(CompanionScriptTest, AColourSpaceIsMadeOfAProfile) {
+TEST_F(CompanionScriptTest, AColorSpaceIsMadeOfAProfile) {
     EXPECT_EQ(Run(R"(
         local srgb = CGColorSpaceQOR.Named("sRGB")
         local same = CGColorSpaceQOR.FromProfile(srgb.Profile)
@@ -127,11 +127,11 @@ TEST_F(CompanionScriptTest, AColourSpaceIsMadeOfAProfile) {
         assert(pixels(CIImageQOR.Open(folder .. "/same.png")) == pixels(image))
         for _, wrong in ipairs{"", "no profile", ("x"):rep(500)} do
             assert(refusal(CGColorSpaceQOR.FromProfile, bytes(wrong)) == "CGColorSpaceQOR.FromProfile: the bytes are no ICC " ..
-                   "profile of colours or of grey, no colour space is made")
+                   "profile of colors or of gray, no color space is made")
         end
-        local grey = CGColorSpaceQOR.Named("genericGray")
-        local ok, failure = pcall(image.SaveInSpace, image, folder .. "/no.png", 1, grey)
-        assert(not ok and failure.message:find("the colour space is not of red, green and blue", 1, true))
+        local gray = CGColorSpaceQOR.Named("genericGray")
+        local ok, failure = pcall(image.SaveInSpace, image, folder .. "/no.png", 1, gray)
+        assert(not ok and failure.message:find("the color space is not of red, green and blue", 1, true))
         assert(CGColorSpaceQOR().Profile == nil)
     )"),
               "");

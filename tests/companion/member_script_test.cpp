@@ -1,4 +1,4 @@
-// member_script_test.cpp - vectors, colours, transforms and raw bytes, as scripts use them.
+// member_script_test.cpp - vectors, colors, transforms and raw bytes, as scripts use them.
 
 #include "tests/companion/companion_script_test.h"
 
@@ -16,7 +16,7 @@ TEST_F(CompanionScriptTest, TheNumbersOfAVectorHaveNames) {
               "");
 }
 
-TEST_F(CompanionScriptTest, AColourIsReadFromHexadecimalDigits) {
+TEST_F(CompanionScriptTest, AColorIsReadFromHexadecimalDigits) {
     EXPECT_EQ(Run(R"(
         local c = CIColorQOR.Hex("#ff8000")
         assert(c.Red == 1 and near(c.Green, 128 / 255) and c.Blue == 0 and c.Alpha == 1)
@@ -24,14 +24,14 @@ TEST_F(CompanionScriptTest, AColourIsReadFromHexadecimalDigits) {
         assert(c.Red == 0 and c.Green == 1 and c.Blue == 0 and near(c.Alpha, 0.2))
         for _, text in ipairs{"", "#", "#ff80", "#ff80001", "ff8000 ", "gg8000", "-f8000", "#ff8000ff0"} do
             assert(refusal(CIColorQOR.Hex, text) == "CIColorQOR.Hex: expected \"#rrggbb\" or \"#rrggbbaa\", got \"" ..
-                   text .. "\", no colour is made")
+                   text .. "\", no color is made")
         end
         assert(refusal(CIColorQOR.Hex, nil))
     )"),
               "");
 }
 
-TEST_F(CompanionScriptTest, AColourTakesAnotherAlpha) {
+TEST_F(CompanionScriptTest, AColorTakesAnotherAlpha) {
     EXPECT_EQ(Run(R"(
         local c = CIColorQOR.RGBA(0.25, 0.5, 0.75, 1):WithAlpha(0.5)
         assert(c.Red == 0.25 and c.Green == 0.5 and c.Blue == 0.75 and c.Alpha == 0.5 and c.Text == "0.25 0.5 0.75 0.5")

@@ -1,4 +1,4 @@
-// value_test.cpp - colours, vectors, transforms and colour spaces.
+// value_test.cpp - colors, vectors, transforms and color spaces.
 
 #include "tests/companion/companion_test.h"
 #include "tests/companion/platform_side.h"
@@ -72,9 +72,9 @@ TEST_F(ValueTest, AColorSpaceHasAShortAndALongName) {
 
 TEST_F(ValueTest, AnUnknownColorSpaceRaises) {
     EXPECT_EQ(TextOfError([&] { Shared("CGColorSpaceQOR", "Named", {TextValue("Sepia")}); }),
-              "RuntimeException: CGColorSpaceQOR.Named: no colour space is called \"Sepia\"");
+              "RuntimeException: CGColorSpaceQOR.Named: no color space is called \"Sepia\"");
     EXPECT_EQ(TextOfError([&] { Shared("CGColorSpaceQOR", "Named", {Value()}); }),
-              "RuntimeException: CGColorSpaceQOR.Named: no colour space is called \"\"");
+              "RuntimeException: CGColorSpaceQOR.Named: no color space is called \"\"");
 }
 
 TEST_F(ValueTest, AValueObjectGivesBackWhatItWraps) {

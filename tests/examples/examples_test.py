@@ -50,10 +50,10 @@ class ExamplesTest(unittest.TestCase):
     def assert_size(self, rows, width, height):
         self.assertEqual((len(rows[0]), len(rows)), (width, height))
 
-    def assert_near(self, pixel, colour, tolerance=1):
+    def assert_near(self, pixel, color, tolerance=1):
         self.assertEqual(pixel[3], 255)
-        for got, expected in zip(pixel, colour):
-            self.assertLessEqual(abs(got - expected), tolerance, f"{pixel} instead of {colour}")
+        for got, expected in zip(pixel, color):
+            self.assertLessEqual(abs(got - expected), tolerance, f"{pixel} instead of {color}")
 
     def test_every_example_has_a_test(self):
         names = {path.stem for path in EXAMPLES.glob("*.lua")}
@@ -114,12 +114,12 @@ class ExamplesTest(unittest.TestCase):
         self.zeva("vintage", "in.png", "out.png")
         rows = self.picture("out.png")
         self.assert_size(rows, 80, 60)
-        black, grey, corner = rows[30][30], rows[30][50], rows[0][79]
+        black, gray, corner = rows[30][30], rows[30][50], rows[0][79]
         self.assertGreater(black[0], 20)
-        for pixel in (grey, corner):
+        for pixel in (gray, corner):
             self.assertTrue(pixel[0] > pixel[1] > pixel[2])
-        self.assertLess(corner[1], 0.8 * grey[1])
-        self.assertGreater(grey[1], 80)
+        self.assertLess(corner[1], 0.8 * gray[1])
+        self.assertGreater(gray[1], 80)
 
     def test_the_transition(self):
         self.file("from.png", plain(20, 10, (255, 0, 0)))
@@ -132,10 +132,10 @@ class ExamplesTest(unittest.TestCase):
         self.assertFalse((self.folder / "frame-05.png").exists())
         for kind in ("bars", "flash", "copy"):
             self.zeva("transition", "from.png", "to.png", ".", 2, kind)
-            for frame, colour in ((0, (255, 0, 0)), (1, (0, 0, 255))):
+            for frame, color in ((0, (255, 0, 0)), (1, (0, 0, 255))):
                 for y in (1, 8):
                     for x in (2, 17):
-                        self.assert_near(self.picture(f"frame-{frame:02}.png")[y][x], colour, 3)
+                        self.assert_near(self.picture(f"frame-{frame:02}.png")[y][x], color, 3)
 
     def test_the_histogram(self):
         # Red is all dark; green is half and half; blue a quarter and three quarters.
@@ -150,8 +150,8 @@ class ExamplesTest(unittest.TestCase):
                 self.assertEqual(lit, heights.get(bin, (0, 0, 0))[channel], f"bin {bin}, channel {channel}")
 
     def test_the_contact_sheet(self):
-        colour = (120, 60, 30)
-        self.file("in.png", plain(240, 160, colour))
+        color = (120, 60, 30)
+        self.file("in.png", plain(240, 160, color))
         self.zeva("contact_sheet", "in.png", "out.png")
         rows = self.picture("out.png")
         self.assert_size(rows, 8 + 5 * 128, 8 + 4 * 88)
@@ -161,18 +161,18 @@ class ExamplesTest(unittest.TestCase):
             return rows[len(rows) - (8 + row * 88 + 40)][8 + column * 128 + 60]
 
         for column, exposure in enumerate((-1, -0.5, 0, 0.5, 1)):
-            expected = [byte(light(number) * 2**exposure) for number in colour]
+            expected = [byte(light(number) * 2**exposure) for number in color]
             self.assert_near(cell(column, 2), expected, 2)
-            grey = cell(column, 0)
-            self.assertTrue(max(grey[:3]) - min(grey[:3]) <= 1)
-        self.assertGreater(cell(2, 3)[0] - cell(2, 3)[2], colour[0] - colour[2])
+            gray = cell(column, 0)
+            self.assertTrue(max(gray[:3]) - min(gray[:3]) <= 1)
+        self.assertGreater(cell(2, 3)[0] - cell(2, 3)[2], color[0] - color[2])
 
     def test_the_grade(self):
-        # These colours lie at corners of the cube, so nothing is interpolated.
-        for colour in ((51, 102, 153), (17, 17, 17), (238, 221, 204)):
-            self.file("in.png", plain(4, 4, colour))
+        # These colors lie at corners of the cube, so nothing is interpolated.
+        for color in ((51, 102, 153), (17, 17, 17), (238, 221, 204)):
+            self.file("in.png", plain(4, 4, color))
             self.zeva("grade", "in.png", "out.png")
-            red, green, blue = (number / 255 for number in colour)
+            red, green, blue = (number / 255 for number in color)
             push = 0.18 * (2 * (0.2126 * red + 0.7152 * green + 0.0722 * blue) - 1)
             expected = [round(255 * min(max(x, 0), 1)) for x in (red + push, green + 0.2 * push, blue - push)]
             self.assert_near(self.picture("out.png")[1][1], expected)
@@ -188,17 +188,17 @@ class ExamplesTest(unittest.TestCase):
             self.assertGreater(rows[y][x][0], 90)
 
     def test_the_palette(self):
-        colours = [[(20 * (4 * row + column) + 10, 100, 200 - 30 * row) for column in range(4)] for row in range(3)]
+        colors = [[(20 * (4 * row + column) + 10, 100, 200 - 30 * row) for column in range(4)] for row in range(3)]
         # The topmost row of the picture is the last one that is measured.
-        self.file("in.png", [[colours[2 - y // 16][x // 24] for x in range(96)] for y in range(48)])
+        self.file("in.png", [[colors[2 - y // 16][x // 24] for x in range(96)] for y in range(48)])
         printed = self.zeva("palette", "in.png", "out.png").split()
-        flat = [colour for row in colours for colour in row]
-        self.assertEqual(printed, ["#%02x%02x%02x" % colour for colour in flat])
+        flat = [color for row in colors for color in row]
+        self.assertEqual(printed, ["#%02x%02x%02x" % color for color in flat])
         rows = self.picture("out.png")
         self.assert_size(rows, 96, 54)
-        for index, colour in enumerate(flat):
-            self.assert_near(rows[51][index * 8 + 4], colour)
-        self.assert_near(rows[4][4], colours[2][0])
+        for index, color in enumerate(flat):
+            self.assert_near(rows[51][index * 8 + 4], color)
+        self.assert_near(rows[4][4], colors[2][0])
 
     def test_the_kaleidoscope(self):
         self.file("in.png", [[(4 * x, 5 * y, 3 * (x + y) % 256) for x in range(60)] for y in range(50)])
@@ -206,13 +206,13 @@ class ExamplesTest(unittest.TestCase):
         rows = self.picture("out.png")
         self.assert_size(rows, 60, 60)
         # Mirrors stand upright, level and across: the same from the left, from above and from the side.
-        colours = set()
+        colors = set()
         for y in range(60):
             for x in range(60):
-                colours.add(rows[y][x])
+                colors.add(rows[y][x])
                 for mirrored in (rows[y][59 - x], rows[59 - y][x], rows[x][y]):
                     self.assert_near(mirrored, rows[y][x], 3)
-        self.assertGreater(len(colours), 50)
+        self.assertGreater(len(colors), 50)
 
     def test_the_tilt_shift(self):
         self.file("in.png", [[BLACK, WHITE] * 80] * 100)
@@ -237,7 +237,7 @@ class ExamplesTest(unittest.TestCase):
             across = (x + 0.5) * math.cos(angle) + (149.5 - y) * math.sin(angle)
             place = across % 96
             if min(place % 48, 48 - place % 48) < 3:
-                continue  # at an edge the colours mix
+                continue  # at an edge the colors mix
             self.assert_near(rows[y][x], (255, 0, 0) if place < 48 else (0, 0, 255))
             judged += 1
 

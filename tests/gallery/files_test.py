@@ -12,8 +12,8 @@ from written_gallery import Page, filters_without_image, temporary_folder, write
 
 ROOT = pathlib.Path(__file__).parent.parent.parent
 ODD_NAME = "a <b> & 'c'.png"  # whatever a page does not escape shows
-# Filters whose pictures are of one colour because that is what they do.
-ONE_COLOUR = {"AreaAverage", "AreaMaximum", "AreaMaximumAlpha", "AreaMinimum", "AreaMinimumAlpha", "ConstantColorGenerator"}
+# Filters whose pictures are of one color because that is what they do.
+ONE_COLOR = {"AreaAverage", "AreaMaximum", "AreaMaximumAlpha", "AreaMinimum", "AreaMinimumAlpha", "ConstantColorGenerator"}
 # Prints the name of each picture whose pixels are all the same.
 FIND_FLAT = """
 for _, name in ipairs(arg) do
@@ -44,7 +44,7 @@ def pictures_of(folder):
 
 class SettingsTest(unittest.TestCase):
     def test_every_filter_has_settings_of_its_own_keys(self):
-        filters = json.loads((ROOT / "host/program/gallery/gallery.json").read_text())["filters"]
+        filters = json.loads((ROOT / "host/gallery/gallery.json").read_text())["filters"]
         self.assertEqual(set(filters), set(described))
         for name, entry in filters.items():
             keys = {key["name"] for key in described[name]["properties"] if not key["readOnly"]}
@@ -95,7 +95,7 @@ class PagesTest(unittest.TestCase):
             for key in entry["properties"]:
                 self.assertEqual(text.count(f'<th scope="row"><code>{key["name"]}</code></th>'), 1, (name, key))
 
-    def test_neighbours_lead_through_all_filters(self):
+    def test_neighbors_lead_through_all_filters(self):
         seen, name = [], "index.html"
         name = pages["index.html"].all("a")[0]["href"]
         while name:
@@ -126,7 +126,7 @@ class PicturesTest(unittest.TestCase):
         pictures = pictures_of(photo_folders()[0])
         flat = zeva("run", script, *pictures, cwd=photo_folders()[0])
         self.assertEqual((flat.returncode, flat.stderr), (0, ""))
-        self.assertEqual({name.split("-")[0] for name in flat.stdout.splitlines()}, ONE_COLOUR)
+        self.assertEqual({name.split("-")[0] for name in flat.stdout.splitlines()}, ONE_COLOR)
 
     def test_every_program_on_the_pages_makes_the_pictures_on_the_pages(self):
         made_before = photo_folders()[0]
@@ -191,7 +191,7 @@ class LargePhotoTest(unittest.TestCase):
         script.write_text('print(CIImageQOR.Open("photo.jpg").Extent.Text)')
         place = folder / "scaled"
         place.mkdir()
-        ran = zeva("run", ROOT / "host/program/gallery/prepare.lua", photo, cwd=place)
+        ran = zeva("run", ROOT / "host/gallery/prepare.lua", photo, cwd=place)
         self.assertEqual((ran.returncode, ran.stderr), (0, ""))
         self.assertEqual(zeva("run", script, cwd=place).stdout, "[0 0 800 800]\n")
 

@@ -87,7 +87,7 @@ class Browser:
         self._send("POST", "/goog/cdp/execute", {"cmd": f"Emulation.{command}", "params": parameters})
 
     def prefer(self, scheme):
-        """The system's colours: light or dark."""
+        """The system's colors: light or dark."""
         self.emulate("setEmulatedMedia", features=[{"name": "prefers-color-scheme", "value": scheme}])
 
     def width(self, pixels):

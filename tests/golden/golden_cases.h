@@ -88,7 +88,7 @@ std::optional<Picture> PictureOfImage(CGImageRef image);
 // How far two pictures of the same size are apart, over all four channels; empty when the sizes differ.
 std::optional<Difference> Compare(const Picture& first, const Picture& second);
 
-// How far apart the differences between a pixel's colours are, red less green and green less blue in linear light, where no colour
+// How far apart the differences between a pixel's colors are, red less green and green less blue in linear light, where no color
 // is at an end of its range: white light that lies over a picture leaves no trace there. Empty when the sizes differ or when
 // there are no such places.
 std::optional<Difference> CompareTints(const Picture& first, const Picture& second);

@@ -99,7 +99,7 @@ double Sample(const Picture& picture, double x, double y, std::size_t channel) {
            (at(left, top + 1) * (1 - right) + at(left + 1, top + 1) * right) * below;
 }
 
-// The linear light of a pixel, premultiplied, in levels; empty where a colour is at an end of its range.
+// The linear light of a pixel, premultiplied, in levels; empty where a color is at an end of its range.
 std::optional<std::array<double, 3>> Light(const std::uint8_t* pixel) {
     std::array<double, 3> light;
     for (std::size_t channel = 0; channel < 3; ++channel) {

@@ -116,7 +116,7 @@ TEST(GoldenCompareTest, MeasuresRootMeanSquareAndLargest) {
     EXPECT_FALSE(golden::Compare(first, PictureOf(2, 1, second.pixels)).has_value());
 }
 
-TEST(GoldenCompareTest, TintsAreDifferencesOfLinearColours) {
+TEST(GoldenCompareTest, TintsAreDifferencesOfLinearColors) {
     const auto difference = [](const std::vector<std::uint8_t>& one, const std::vector<std::uint8_t>& other) {
         return golden::CompareTints(PictureOf(1, 1, one), PictureOf(1, 1, other));
     };

@@ -5,8 +5,8 @@
 #include <iterator>
 #include <utility>
 
-#include "host/host.h"
-#include "host/string.h"
+#include "host/runtime/host.h"
+#include "host/runtime/string.h"
 #include "tests/host/method_entry.h"
 
 namespace {

@@ -4,7 +4,7 @@
 
 #pragma once
 
-#include "host/object.h"
+#include "host/runtime/object.h"
 #include "plugin/zeva.h"
 
 // The data of a Box, one field per kind of value.

@@ -1,6 +1,6 @@
 // declaration_test.cpp - what the lines of text in class records declare.
 
-#include "host/declaration.h"
+#include "host/runtime/declaration.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // exception_test.cpp - host exceptions: raised by a module, thrown when it has returned.
 
-#include "host/services.h"
+#include "host/runtime/services.h"
 #include "tests/host/host_test.h"
 
 namespace {

@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "host/errors.h"
-#include "host/host.h"
-#include "host/string.h"
+#include "host/runtime/errors.h"
+#include "host/runtime/host.h"
+#include "host/runtime/string.h"
 #include "tests/host/method_entry.h"
 
 // A test with a host of its own.

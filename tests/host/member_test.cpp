@@ -1,6 +1,6 @@
 // member_test.cpp - reading, writing and calling members: how values travel, and what is refused.
 
-#include "host/memory_block.h"
+#include "host/runtime/memory_block.h"
 #include "tests/host/box_class.h"
 #include "tests/host/host_test.h"
 

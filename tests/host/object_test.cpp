@@ -1,6 +1,6 @@
 // object_test.cpp - objects: their layout, their beginning and their end.
 
-#include "host/object.h"
+#include "host/runtime/object.h"
 
 #include <cstdlib>
 #include <cstring>

@@ -1,6 +1,6 @@
 // services_test.cpp - the services as a module meets them: by name, from C.
 
-#include "host/services.h"
+#include "host/runtime/services.h"
 
 #include <cstring>
 #include <set>

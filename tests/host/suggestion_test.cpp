@@ -1,6 +1,6 @@
 // suggestion_test.cpp - which name somebody may have meant.
 
-#include "host/suggestion.h"
+#include "host/runtime/suggestion.h"
 
 #include <gtest/gtest.h>
 

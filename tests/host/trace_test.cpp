@@ -1,12 +1,12 @@
 // trace_test.cpp - what a trace tells of calls across the boundary, and that it is not there unless it was asked for.
 
-#include "host/trace.h"
+#include "host/runtime/trace.h"
 
 #include <unistd.h>
 
 #include <fstream>
 
-#include "host/services.h"
+#include "host/runtime/services.h"
 #include "tests/host/box_class.h"
 #include "tests/host/host_test.h"
 

@@ -6,8 +6,8 @@
 #include <filesystem>
 #include <fstream>
 
-#include "host/errors.h"
-#include "host/module.h"
+#include "host/runtime/errors.h"
+#include "host/runtime/module.h"
 
 namespace {
 

@@ -43,7 +43,7 @@ TEST(ContextTest, FloatsComeBackBitForBit) {
     EXPECT_EQ(Floats(image, [image extent]), pixels);
 }
 
-TEST(ContextTest, ColoursAreDividedByTheUnclippedAlpha) {
+TEST(ContextTest, ColorsAreDividedByTheUnclippedAlpha) {
     // Linear 0.5 over an alpha of 2 is linear 0.25, which is encoded as 137.0; twice that is clipped.
     CIImage* image = ImageOfFloats(2, 1, {0.5f, 0.02f, 0, 2, 0.1f, 0, 0, 0.5f});
     const std::vector<std::uint8_t> bytes = Bytes(image, [image extent]);
@@ -54,7 +54,7 @@ TEST(ContextTest, ColoursAreDividedByTheUnclippedAlpha) {
     EXPECT_EQ(bytes[7], 128);
 }
 
-TEST(ContextTest, WhatIsNoColourIsStoredAsOne) {
+TEST(ContextTest, WhatIsNoColorIsStoredAsOne) {
     const float none = std::numeric_limits<float>::quiet_NaN();
     const float endless = std::numeric_limits<float>::infinity();
     CIImage* image = ImageOfFloats(3, 1, {none, -1, endless, 1, 1, 1, 1, none, 1, 1, 1, -endless});

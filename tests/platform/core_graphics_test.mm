@@ -1,4 +1,4 @@
-// core_graphics_test.mm - references, rectangles, colour spaces, bitmaps.
+// core_graphics_test.mm - references, rectangles, color spaces, bitmaps.
 
 #include "rendering.h"
 

@@ -110,7 +110,7 @@ TEST(FilterInputsTest, HugeRadiusRendersSoonAndFades) {
     }
 }
 
-TEST(FilterInputsTest, HugeRadiusOverAnEndlessImageKeepsItsColour) {
+TEST(FilterInputsTest, HugeRadiusOverAnEndlessImageKeepsItsColor) {
     CIFilter* filter = FilterOn(@"CIGaussianBlur", [CIImage imageWithColor:[CIColor colorWithRed:1 green:0 blue:1]]);
     for (double radius : {10.0, 1e4, 1e12}) {
         [filter setValue:Number(radius) forKey:kCIInputRadiusKey];

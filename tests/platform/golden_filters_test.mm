@@ -29,7 +29,7 @@ id Value(const golden::Parameter& parameter) {
         imageWithContentsOfURL:[NSURL fileURLWithPath:[NSString stringWithUTF8String:parameter.imagePath.c_str()]]];
 }
 
-// A case, whether colours are matched, and how near it must come, in 8-bit levels.
+// A case, whether colors are matched, and how near it must come, in 8-bit levels.
 struct Bound {
     const char* name;
     bool isMatching;

@@ -8,10 +8,10 @@
 
 using FileBytes = std::vector<std::uint8_t>;
 
-// The colour types of a PNG.
-enum ColorType : std::uint8_t { kGrey = 0, kRGB = 2, kPalette = 3, kGreyAlpha = 4, kRGBA = 6 };
+// The color types of a PNG.
+enum ColorType : std::uint8_t { kGray = 0, kRGB = 2, kPalette = 3, kGreyAlpha = 4, kRGBA = 6 };
 
-// What a file holds; the rows are packed as the colour type and depth say.
+// What a file holds; the rows are packed as the color type and depth say.
 struct HandmadePNG {
     std::uint32_t width = 1;
     std::uint32_t height = 1;

@@ -54,7 +54,7 @@ FileBytes PixelsOf(const HandmadePNG& png) {
     return outcome.pixels;
 }
 
-// A JPEG of one colour space, eight pixels square.
+// A JPEG of one color space, eight pixels square.
 FileBytes JPEG(J_COLOR_SPACE space, int components, bool isProgressive = false) {
     jpeg_compress_struct jpeg = {};
     jpeg_error_mgr errors = {};
@@ -90,25 +90,25 @@ TEST(ImageSourceTest, StraightAlphaComesThroughUnchanged) {
     EXPECT_EQ(PixelsOf(SmallPNG()), (FileBytes{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}));
 }
 
-TEST(ImageSourceTest, GreysOfEveryDepthBecomeColours) {
-    EXPECT_EQ(PixelsOf({2, 1, 1, kGrey, {{0x40}}, {}, {}, false, {}}), (FileBytes{0, 0, 0, 255, 255, 255, 255, 255}));
-    EXPECT_EQ(PixelsOf({2, 1, 2, kGrey, {{0x60}}, {}, {}, false, {}}),
+TEST(ImageSourceTest, GraysOfEveryDepthBecomeColors) {
+    EXPECT_EQ(PixelsOf({2, 1, 1, kGray, {{0x40}}, {}, {}, false, {}}), (FileBytes{0, 0, 0, 255, 255, 255, 255, 255}));
+    EXPECT_EQ(PixelsOf({2, 1, 2, kGray, {{0x60}}, {}, {}, false, {}}),
               (FileBytes{85, 85, 85, 255, 170, 170, 170, 255}));
-    EXPECT_EQ(PixelsOf({2, 1, 4, kGrey, {{0x1f}}, {}, {}, false, {}}),
+    EXPECT_EQ(PixelsOf({2, 1, 4, kGray, {{0x1f}}, {}, {}, false, {}}),
               (FileBytes{17, 17, 17, 255, 255, 255, 255, 255}));
-    EXPECT_EQ(PixelsOf({1, 1, 8, kGrey, {{77}}, {}, {}, false, {}}), (FileBytes{77, 77, 77, 255}));
-    EXPECT_EQ(PixelsOf({1, 1, 16, kGrey, {{77, 77}}, {}, {}, false, {}}), (FileBytes{77, 77, 77, 255}));
+    EXPECT_EQ(PixelsOf({1, 1, 8, kGray, {{77}}, {}, {}, false, {}}), (FileBytes{77, 77, 77, 255}));
+    EXPECT_EQ(PixelsOf({1, 1, 16, kGray, {{77, 77}}, {}, {}, false, {}}), (FileBytes{77, 77, 77, 255}));
     EXPECT_EQ(PixelsOf({1, 1, 8, kGreyAlpha, {{77, 9}}, {}, {}, false, {}}), (FileBytes{77, 77, 77, 9}));
     EXPECT_EQ(PixelsOf({1, 1, 16, kGreyAlpha, {{77, 77, 9, 9}}, {}, {}, false, {}}), (FileBytes{77, 77, 77, 9}));
 }
 
-TEST(ImageSourceTest, ColoursOfEveryDepthBecomeBytes) {
+TEST(ImageSourceTest, ColorsOfEveryDepthBecomeBytes) {
     EXPECT_EQ(PixelsOf({1, 1, 8, kRGB, {{1, 2, 3}}, {}, {}, false, {}}), (FileBytes{1, 2, 3, 255}));
     EXPECT_EQ(PixelsOf({1, 1, 16, kRGB, {{1, 1, 2, 2, 3, 3}}, {}, {}, false, {}}), (FileBytes{1, 2, 3, 255}));
     EXPECT_EQ(PixelsOf({1, 1, 16, kRGBA, {{1, 1, 2, 2, 3, 3, 4, 4}}, {}, {}, false, {}}), (FileBytes{1, 2, 3, 4}));
 }
 
-TEST(ImageSourceTest, PalettesAndTransparentColoursAreExpanded) {
+TEST(ImageSourceTest, PalettesAndTransparentColorsAreExpanded) {
     const FileBytes palette = {10, 20, 30, 40, 50, 60};
     for (std::uint8_t depth : {1, 2, 4, 8}) {
         // Two entries in the leading bits of a byte, or in two bytes.
@@ -116,12 +116,12 @@ TEST(ImageSourceTest, PalettesAndTransparentColoursAreExpanded) {
         EXPECT_EQ(PixelsOf({2, 1, depth, kPalette, {row}, palette, {128}, false, {}}),
                   (FileBytes{10, 20, 30, 128, 40, 50, 60, 255}));
     }
-    EXPECT_EQ(PixelsOf({2, 1, 8, kGrey, {{7, 8}}, {}, {0, 7}, false, {}}), (FileBytes{7, 7, 7, 0, 8, 8, 8, 255}));
+    EXPECT_EQ(PixelsOf({2, 1, 8, kGray, {{7, 8}}, {}, {0, 7}, false, {}}), (FileBytes{7, 7, 7, 0, 8, 8, 8, 255}));
 }
 
 TEST(ImageSourceTest, InterlacedFilesAreReadWhole) {
     // A square of two: the passes hold its first pixel, the one beside it, and the row below.
-    HandmadePNG png = {2, 2, 8, kGrey, {{1}, {2}, {3, 4}}, {}, {}, true, {}};
+    HandmadePNG png = {2, 2, 8, kGray, {{1}, {2}, {3, 4}}, {}, {}, true, {}};
     EXPECT_EQ(PixelsOf(png), (FileBytes{1, 1, 1, 255, 2, 2, 2, 255, 3, 3, 3, 255, 4, 4, 4, 255}));
 }
 
@@ -144,7 +144,7 @@ TEST(ImageSourceTest, AFileOfTooManyScansIsInvalidData) {
     EXPECT_EQ(Decode(longer).status, kCGImageStatusInvalidData);
 }
 
-TEST(ImageSourceTest, GreyAndColourJPEGAreRead) {
+TEST(ImageSourceTest, GrayAndColorJPEGAreRead) {
     for (const FileBytes& file : {JPEG(JCS_GRAYSCALE, 1), JPEG(JCS_RGB, 3)}) {
         const Outcome outcome = Decode(file);
         EXPECT_EQ(outcome.status, kCGImageStatusComplete);

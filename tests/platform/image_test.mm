@@ -1,4 +1,4 @@
-// image_test.mm - images out of files, bitmaps and colours, and where they are.
+// image_test.mm - images out of files, bitmaps and colors, and where they are.
 
 #include "handmade_png.h"
 #include "rendering.h"
@@ -107,7 +107,7 @@ TEST(ImageTest, NumbersInALinearSpaceAreTakenAsTheyAre) {
     }
 }
 
-TEST(ImageTest, ColourIsEverywhereAndTheEmptyImageNowhere) {
+TEST(ImageTest, ColorIsEverywhereAndTheEmptyImageNowhere) {
     EXPECT_TRUE(CGRectIsInfinite([[CIImage imageWithColor:[CIColor colorWithRed:1 green:0 blue:0]] extent]));
     EXPECT_TRUE(CGRectEqualToRect([[CIImage emptyImage] extent], CGRectZero));
     EXPECT_EQ(Floats([CIImage emptyImage], CGRectMake(0, 0, 1, 1)), std::vector<float>(4, 0.0f));

@@ -33,7 +33,7 @@ CIImage* Filtered(NSString* name, CIImage* image, NSString* key, double value) {
     return [filter outputImage];
 }
 
-// A grey that rises from left to right, brightened, blurred, made darker by a power, and inverted.
+// A gray that rises from left to right, brightened, blurred, made darker by a power, and inverted.
 TEST(MemoryTest, ChainOverAHundredMegapixelsRendersInOneGigabyteOfAddresses) {
     const rlimit limit = {kMostAddresses, kMostAddresses};
     ASSERT_EQ(setrlimit(RLIMIT_AS, &limit), 0);

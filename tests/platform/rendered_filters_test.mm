@@ -1,4 +1,4 @@
-// rendered_filters_test.mm - the filters that render, as their users set them: identities, extents, and known colours.
+// rendered_filters_test.mm - the filters that render, as their users set them: identities, extents, and known colors.
 
 #include "rendering.h"
 
@@ -78,7 +78,7 @@ TEST(ColorControlsTest, NothingIsClipped) {
     EXPECT_NEAR(pixel[1], -1.1, 1e-6);
 }
 
-TEST(ConstantColorTest, ColourComesBackAsGiven) {
+TEST(ConstantColorTest, ColorComesBackAsGiven) {
     CIFilter* filter = [CIFilter filterWithName:@"CIConstantColorGenerator"];
     for (int code = 0; code < 256; ++code) {
         const auto component = [](int value) { return (CGFloat)(value / 255.0); };
@@ -90,7 +90,7 @@ TEST(ConstantColorTest, ColourComesBackAsGiven) {
     }
 }
 
-TEST(ConstantColorTest, TranslucentColourIsPremultiplied) {
+TEST(ConstantColorTest, TranslucentColorIsPremultiplied) {
     CIImage* image = [CIImage imageWithColor:[CIColor colorWithRed:1 green:0 blue:0 alpha:(CGFloat)0.5]];
     EXPECT_EQ(Floats(image, CGRectMake(0, 0, 1, 1)), (std::vector<float>{0.5f, 0, 0, 0.5f}));
 }

@@ -1,4 +1,4 @@
-// value_classes_test.mm - vectors and colours.
+// value_classes_test.mm - vectors and colors.
 
 #include "rendering.h"
 

@@ -27,7 +27,7 @@ class SettingsTest(ZevaTest):
             wrong = next(part for part in text.split(",") if not part.isdigit())
             self.assert_refused("Crop", f"inputRectangle={text}", f"inputRectangle={text}: '{wrong}' is not a number")
 
-    def test_colours_are_hexadecimal_or_components(self):
+    def test_colors_are_hexadecimal_or_components(self):
         for text, pixel in {
             "#ff8000": (255, 128, 0, 255),
             "#FF800080": (255, 128, 0, 128),
@@ -37,11 +37,11 @@ class SettingsTest(ZevaTest):
             picture = self.render("ConstantColorGenerator", f"inputColor={text}", "--rect", "0,0,1,1")
             self.assertEqual(picture, [[pixel]], text)
 
-    def test_a_colour_that_is_none(self):
+    def test_a_color_that_is_none(self):
         for text, problem in {
-            "#ff80": "'#ff80' is no colour, expected #rrggbb or #rrggbbaa",
-            "#ff80zz": "'#ff80zz' is no colour, expected #rrggbb or #rrggbbaa",
-            "1,2": "a colour has 3 or 4 components, got 2",
+            "#ff80": "'#ff80' is no color, expected #rrggbb or #rrggbbaa",
+            "#ff80zz": "'#ff80zz' is no color, expected #rrggbb or #rrggbbaa",
+            "1,2": "a color has 3 or 4 components, got 2",
             "red": "'red' is not a number",
         }.items():
             self.assert_refused("ColorMonochrome", f"inputColor={text}", f"inputColor={text}: {problem}")
@@ -76,7 +76,7 @@ class SettingsTest(ZevaTest):
             "none.png: no such file or directory, no image is opened",
         )
 
-    def test_a_colour_cube_comes_from_a_cube_file_from_raw_floats_or_as_numbers(self):
+    def test_a_color_cube_comes_from_a_cube_file_from_raw_floats_or_as_numbers(self):
         self.photo.write_bytes(png(1, 1, (255, 0, 0)))
         (self.folder / "inverse.cube").write_text(INVERTING_CUBE)
         numbers = [v for b in (0, 1) for g in (0, 1) for r in (0, 1) for v in (1 - r, 1 - g, 1 - b, 1)]
@@ -92,8 +92,8 @@ class SettingsTest(ZevaTest):
     def test_a_cube_that_is_none(self):
         cube = self.folder / "x.cube"
         for text, problem in {
-            INVERTING_CUBE + "0 0 0\n": ":14: a colour more than the 8 of the table",
-            INVERTING_CUBE[:-6]: ":12: the table ends after 7 of 8 colours",
+            INVERTING_CUBE + "0 0 0\n": ":14: a color more than the 8 of the table",
+            INVERTING_CUBE[:-6]: ":12: the table ends after 7 of 8 colors",
             "LUT_3D_SIZE 2\n0 0\n": ':2: "0 0": three numbers were expected',
             "LUT_3D_SIZE 2\n0 0 0 0\n": ':2: "0 0 0 0": three numbers were expected',
             "LUT_3D_SIZE 1\n": ':1: "LUT_3D_SIZE 1": a size from 2 to 128 was expected',
@@ -105,10 +105,10 @@ class SettingsTest(ZevaTest):
             self.assert_refused("ColorCube", "inputCubeData=x.cube", f"x.cube{problem}")
         cube.unlink()
         self.assert_refused(
-            "ColorCube", "inputCubeData=x.cube", "x.cube: it cannot be read, there is no colour table"
+            "ColorCube", "inputCubeData=x.cube", "x.cube: it cannot be read, there is no color table"
         )
         self.assert_refused(
-            "ColorCube", "inputCubeData=1,2", "inputCubeData=1,2: a cube of n x n x n colours has 4 n^3 numbers, got 2"
+            "ColorCube", "inputCubeData=1,2", "inputCubeData=1,2: a cube of n x n x n colors has 4 n^3 numbers, got 2"
         )
         (self.folder / "x.raw").write_bytes(b"12345")
         self.assert_refused(
@@ -117,7 +117,7 @@ class SettingsTest(ZevaTest):
             "inputCubeData=@x.raw: x.raw has 5 bytes, 32-bit floats take a multiple of 4",
         )
 
-    def test_colour_spaces_have_names(self):
+    def test_color_spaces_have_names(self):
         self.photo.write_bytes(png(1, 1, (188, 188, 188)))
         cube = "inputCubeData=" + ",".join(
             str(v) for b in (0, 1) for g in (0, 1) for r in (0, 1) for v in (r * r, g, b, 1)
@@ -131,7 +131,7 @@ class SettingsTest(ZevaTest):
         self.assert_refused(
             "ColorCubeWithColorSpace",
             "inputColorSpace=mauve",
-            'CGColorSpaceQOR.Named: no colour space is called "mauve"',
+            'CGColorSpaceQOR.Named: no color space is called "mauve"',
         )
 
     def test_a_number_that_is_none_and_a_key_that_is_none(self):

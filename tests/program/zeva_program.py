@@ -19,7 +19,7 @@ read_png = picture.read
 
 
 def png(width, height, pixel=(200, 100, 50)):
-    """The bytes of a picture: of one colour, or of what the function pixel(x, y) gives, y down. RGB or RGBA."""
+    """The bytes of a picture: of one color, or of what the function pixel(x, y) gives, y down. RGB or RGBA."""
     at = pixel if callable(pixel) else lambda x, y: pixel
     return picture.encode([[at(x, y) for x in range(width)] for y in range(height)])
 

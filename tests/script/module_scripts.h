@@ -2,7 +2,7 @@
 
 #pragma once
 
-#include "host/host.h"
+#include "host/runtime/host.h"
 
 // The host of this process, with companion and filters, an autorelease pool around every call. What it has to say is
 // dropped.

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "host/class.h"
+#include "host/runtime/class.h"
 
 // A program of so many lines. Each line stands by itself: what it raises is caught. The program ends with an error whose
 // text has a letter for each line, "+" where it went through and "-" where it did not.

@@ -7,11 +7,11 @@ local made = 0
 -- Eighteen objects, some of which hold others.
 local function round()
     local photo = CIImageQOR.FromData(picture)
-    local blur, colours = CIFilterGaussianBlurQOR(), CIFilterColorControlsQOR()
+    local blur, colors = CIFilterGaussianBlurQOR(), CIFilterColorControlsQOR()
     blur.inputImage, blur.inputRadius = photo, 2
-    colours.inputImage, colours.inputSaturation = blur.outputImage, 0.5
+    colors.inputImage, colors.inputSaturation = blur.outputImage, 0.5
     local step = NSAffineTransformQOR.Identity():Scale(2, 2):Rotate(0.3)
-    local result = colours.outputImage:Transform(step):Crop(photo.Extent)
+    local result = colors.outputImage:Transform(step):Crop(photo.Extent)
     assert(blur.AttributeinputRadius.Default == 10)
     assert(CIColorQOR.Hex("#ff8000"):WithAlpha(0.5).Alpha == 0.5)
     assert(result:Pixels(CIVectorQOR.Rectangle(1, 1, 2, 2)).Size == 16)

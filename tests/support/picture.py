@@ -6,7 +6,7 @@ Written for itself: what judges the pictures shares nothing with what makes them
 import struct
 import zlib
 
-CHANNELS = {0: 1, 2: 3, 4: 2, 6: 4}  # by colour type
+CHANNELS = {0: 1, 2: 3, 4: 2, 6: 4}  # by color type
 
 
 def encode(rows):
@@ -25,8 +25,8 @@ def write(path, rows):
     path.write_bytes(encode(rows))
 
 
-def plain(width, height, colour):
-    return [[colour] * width for _ in range(height)]
+def plain(width, height, color):
+    return [[color] * width for _ in range(height)]
 
 
 def read(path):
@@ -38,12 +38,12 @@ def read(path):
         length, kind = struct.unpack(">I4s", file[at : at + 8])
         content = file[at + 8 : at + 8 + length]
         if kind == b"IHDR":
-            width, height, depth, colour_type, _, _, interlaced = struct.unpack(">IIBBBBB", content)
+            width, height, depth, color_type, _, _, interlaced = struct.unpack(">IIBBBBB", content)
             assert (depth, interlaced) == (8, 0)
         elif kind == b"IDAT":
             data += content
         at += 12 + length
-    return _pixels(zlib.decompress(data), width, height, CHANNELS[colour_type])
+    return _pixels(zlib.decompress(data), width, height, CHANNELS[color_type])
 
 
 def _pixels(data, width, height, channels):
@@ -59,8 +59,8 @@ def _pixels(data, width, height, channels):
 
 
 def _pixel(numbers):
-    colour = tuple(numbers) if len(numbers) > 2 else (numbers[0],) * 3 + tuple(numbers[1:])
-    return colour if len(colour) == 4 else colour + (255,)
+    color = tuple(numbers) if len(numbers) > 2 else (numbers[0],) * 3 + tuple(numbers[1:])
+    return color if len(color) == 4 else color + (255,)
 
 
 def _unfiltered(kind, line, above, step):

@@ -25,7 +25,7 @@ class AttributesTest : public testing::Test {
         return IsNil(value) ? "" : host::Describe(value);
     }
 
-    // The numbers of a vector, colour or transform.
+    // The numbers of a vector, color or transform.
     std::vector<double> NumbersIn(const host::Value& value, const std::string& property) {
         std::vector<double> numbers;
         const auto read = [&](std::initializer_list<const char*> names) {

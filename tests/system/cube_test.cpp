@@ -1,4 +1,4 @@
-// cube_test.cpp - raw bytes all the way: a colour cube from a MemoryBlock of the host into a filter, back, and into a picture.
+// cube_test.cpp - raw bytes all the way: a color cube from a MemoryBlock of the host into a filter, back, and into a picture.
 
 #include "golden_cases.h"
 
@@ -8,7 +8,7 @@
 #include <cstring>
 #include <filesystem>
 
-#include "host/memory_block.h"
+#include "host/runtime/memory_block.h"
 #include "tests/system/session.h"
 
 namespace {
@@ -53,7 +53,7 @@ class CubeTest : public testing::TestWithParam<const char*> {
     Session session;
 };
 
-TEST_P(CubeTest, IsCopiedInAndOutAndColoursThePicture) {
+TEST_P(CubeTest, IsCopiedInAndOutAndColorsThePicture) {
     const host::Value generator = session.New("CIFilterConstantColorGeneratorQOR");
     const std::vector<host::Value> orange{1.0, 0.5, 0.0, 1.0};
     session.Set(generator, "inputColor", session.runtime.CallShared("CIColorQOR", "RGBA", orange));

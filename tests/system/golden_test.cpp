@@ -12,7 +12,7 @@
 #include <cstring>
 #include <filesystem>
 
-#include "host/memory_block.h"
+#include "host/runtime/memory_block.h"
 #include "tests/system/session.h"
 
 namespace {
@@ -22,7 +22,7 @@ struct Bound {
     const char* filter;
     double rms;
     double largest;
-    bool isTint = false;  // only differences between colours are compared
+    bool isTint = false;  // only differences between colors are compared
     // Where there are any, only these rows are compared, counted from the top.
     std::size_t firstRow = 0;
     std::size_t rowCount = 0;

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "host/errors.h"
-#include "host/host.h"
+#include "host/runtime/errors.h"
+#include "host/runtime/host.h"
 
 class Session {
   public:

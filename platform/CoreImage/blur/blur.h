@@ -1,4 +1,4 @@
-// blur.h - the family of filters that spread each pixel over its neighbours.
+// blur.h - the family of filters that spread each pixel over its neighbors.
 
 #pragma once
 

@@ -1,6 +1,6 @@
 // gaussian.cpp - the Gaussian blur of small radius, and the choice between it and the wide one.
 //
-// Both are separable. The small one sums the neighbours of each pixel in a padded tile.
+// Both are separable. The small one sums the neighbors of each pixel in a padded tile.
 
 #include <cmath>
 #include <utility>
@@ -30,7 +30,7 @@ class SmallGaussianStage : public Stage {
                 rows[k] = source.row(y - reach + static_cast<std::int64_t>(k));
             SumRows(rows.data(), weights_.data(), rows.size(), line.tile().pixels,
                     line.tile().width() * kFloatsPerPixel);
-            SumNeighbours(line.row(0), weights_.data(), weights_.size(), tile.row(y), tile.width());
+            SumNeighbors(line.row(0), weights_.data(), weights_.size(), tile.row(y), tile.width());
         }
     }
 

@@ -12,7 +12,7 @@ inline constexpr double kGaussianReach = 4.8;
 // The weights at distances -reach ... reach, whole numbers; 2 reach + 1 of them.
 std::vector<float> GaussianWeights(double sigma);
 
-// The weights of pixel centres around a point between two of them: an even number.
+// The weights of pixel centers around a point between two of them: an even number.
 std::vector<float> GaussianWeightsBetween(double sigma);
 
 // For each phase of a coarse grid with a sample every step pixels, the weights of the samples around a pixel.

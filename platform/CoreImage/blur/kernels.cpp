@@ -105,8 +105,8 @@ void SumRows(const float* const* rows, const float* weights, std::size_t rowCoun
     HWY_DYNAMIC_DISPATCH(SumRows)(rows, weights, rowCount, out, floats);
 }
 
-// Neighbours are rows, each beginning one pixel after the one before.
-void SumNeighbours(const float* in, const float* weights, std::size_t weightCount, float* out, std::size_t pixels) {
+// Neighbors are rows, each beginning one pixel after the one before.
+void SumNeighbors(const float* in, const float* weights, std::size_t weightCount, float* out, std::size_t pixels) {
     std::vector<const float*> rows(weightCount);
     for (std::size_t k = 0; k < weightCount; ++k) rows[k] = in + k * 4;
     SumRows(rows.data(), weights, weightCount, out, pixels * 4);

@@ -17,7 +17,7 @@ inline constexpr std::size_t kInterpolationTaps = 10;
 void SumRows(const float* const* rows, const float* weights, std::size_t rowCount, float* out, std::size_t floats);
 
 // out[i] = sum over k of weights[k] * in[i + k], in pixels.
-void SumNeighbours(const float* in, const float* weights, std::size_t weightCount, float* out, std::size_t pixels);
+void SumNeighbors(const float* in, const float* weights, std::size_t weightCount, float* out, std::size_t pixels);
 
 // out[i] = sum over k of weights[k] * in[i * step + k], in pixels.
 void ReduceRow(const float* in, const float* weights, std::size_t weightCount, std::size_t step, float* out,

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "core/buffered.h"
-#include "geometry/affine.h"
+#include "sampling/affine.h"
 #include "geometry/geometry.h"
 
 namespace core_image {

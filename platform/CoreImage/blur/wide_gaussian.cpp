@@ -131,7 +131,7 @@ PixelBlock Blur(const PixelBlock& source, double sigma, const Region& region) {
         Clear(line.tile());
         SumRowsAround(source, weights, y - reach,
                       line.tile().part({source.region().x, y, source.region().width, 1}).pixels);
-        SumNeighbours(line.row(y), weights.data(), weights.size(), blurred.tile().row(y),
+        SumNeighbors(line.row(y), weights.data(), weights.size(), blurred.tile().row(y),
                       static_cast<std::size_t>(region.width));
     });
     return blurred;

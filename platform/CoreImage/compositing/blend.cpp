@@ -1,6 +1,6 @@
 // blend.cpp - the loops themselves, compiled once for every instruction set.
 //
-// No mode divides by the alphas: it is computed from colours already multiplied by both (Pair), and comes out so.
+// No mode divides by the alphas: it is computed from colors already multiplied by both (Pair), and comes out so.
 
 #include "compositing/blend.h"
 
@@ -13,10 +13,10 @@
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
 
-using One = std::array<Colours, 1>;
-using Two = std::array<Colours, 2>;
+using One = std::array<Colors, 1>;
+using Two = std::array<Colors, 2>;
 
-// A colour of each image, what each lacks to white, and the product of the two, all multiplied by both alphas; and the product
+// A color of each image, what each lacks to white, and the product of the two, all multiplied by both alphas; and the product
 // of the alphas.
 struct Pair {
     Wide source, background;
@@ -40,9 +40,9 @@ HWY_INLINE Wide WithOutside(Wide inside, Wide source, Wide sourceAlpha, Wide bac
     return hn::MulAdd(hn::Sub(one, backgroundAlpha), source, hn::MulAdd(hn::Sub(one, sourceAlpha), background, inside));
 }
 
-// A blend mode that treats each colour by itself.
+// A blend mode that treats each color by itself.
 template <class Mode>
-HWY_INLINE void BlendEach(Colours& b, Colours s, const Mode& mode) {
+HWY_INLINE void BlendEach(Colors& b, Colors s, const Mode& mode) {
     Clip(b);
     Clip(s);
     const auto blend = [&](Wide source, Wide background) HWY_ATTR {
@@ -53,55 +53,55 @@ HWY_INLINE void BlendEach(Colours& b, Colours s, const Mode& mode) {
          WithOutside(hn::Mul(s.alpha, b.alpha), s.alpha, s.alpha, b.alpha, b.alpha)};
 }
 
-HWY_INLINE void Over(Colours& b, const One& others) {
-    const Colours& s = others[0];
+HWY_INLINE void Over(Colors& b, const One& others) {
+    const Colors& s = others[0];
     const Wide rest = hn::Sub(Constant(1), Clamp01(Finite(s.alpha)));
     b = {hn::MulAdd(b.red, rest, s.red), hn::MulAdd(b.green, rest, s.green), hn::MulAdd(b.blue, rest, s.blue),
          hn::MulAdd(b.alpha, rest, s.alpha)};
 }
 
-HWY_INLINE void Add(Colours& b, const One& others) {
-    const Colours& s = others[0];
+HWY_INLINE void Add(Colors& b, const One& others) {
+    const Colors& s = others[0];
     b = {hn::Add(s.red, b.red), hn::Add(s.green, b.green), hn::Add(s.blue, b.blue), hn::Add(s.alpha, b.alpha)};
 }
 
-HWY_INLINE void Darken(Colours& b, const One& others) {
+HWY_INLINE void Darken(Colors& b, const One& others) {
     BlendEach(b, others[0], [](const Pair& p) HWY_ATTR { return hn::Min(p.source, p.background); });
 }
 
-HWY_INLINE void Difference(Colours& b, const One& others) {
+HWY_INLINE void Difference(Colors& b, const One& others) {
     BlendEach(b, others[0], [](const Pair& p) HWY_ATTR { return hn::Abs(hn::Sub(p.source, p.background)); });
 }
 
-HWY_INLINE void Exclude(Colours& b, const One& others) {
+HWY_INLINE void Exclude(Colors& b, const One& others) {
     BlendEach(b, others[0], [](const Pair& p) HWY_ATTR {
         return hn::Add(hn::Sub(p.source, p.product), hn::Sub(p.background, p.product));
     });
 }
 
-HWY_INLINE void Burn(Colours& b, const One& others) {
+HWY_INLINE void Burn(Colors& b, const One& others) {
     BlendEach(b, others[0], [](const Pair& p) HWY_ATTR {
         const Wide burnt = hn::Min(hn::Div(hn::Mul(p.alphas, p.backgroundLacks), p.source), p.alphas);
         return hn::IfThenElse(hn::Gt(p.backgroundLacks, Constant(0)), hn::Sub(p.alphas, burnt), p.alphas);
     });
 }
 
-HWY_INLINE void Dodge(Colours& b, const One& others) {
+HWY_INLINE void Dodge(Colors& b, const One& others) {
     BlendEach(b, others[0], [](const Pair& p) HWY_ATTR {
         const Wide dodged = hn::Min(hn::Div(hn::Mul(p.alphas, p.background), p.sourceLacks), p.alphas);
         return hn::IfThenElseZero(hn::Gt(p.background, Constant(0)), dodged);
     });
 }
 
-// The largest and the smallest colour together: twice the lightness.
-HWY_INLINE Wide TwiceLightness(const Colours& c) {
+// The largest and the smallest color together: twice the lightness.
+HWY_INLINE Wide TwiceLightness(const Colors& c) {
     return hn::Add(hn::Max(hn::Max(c.red, c.green), c.blue), hn::Min(hn::Min(c.red, c.green), c.blue));
 }
 
-// Hue and saturation stay while colours keep their distance from the lightness in proportion to the room that it leaves on both
+// Hue and saturation stay while colors keep their distance from the lightness in proportion to the room that it leaves on both
 // sides, which is the lightness itself or what it lacks to white.
-HWY_INLINE void Colourise(Colours& b, const One& others) {
-    Colours s = others[0];
+HWY_INLINE void Colorise(Colors& b, const One& others) {
+    Colors s = others[0];
     Clip(b);
     Clip(s);
     const Wide alphas = hn::Mul(s.alpha, b.alpha), twice = hn::Add(alphas, alphas);
@@ -120,26 +120,26 @@ HWY_INLINE void Colourise(Colours& b, const One& others) {
 }
 
 // Goes from the background to the source. At 0 and at 1 it is exactly the one or the other.
-HWY_INLINE void Mix(Colours& b, const Colours& s, Wide mask) {
+HWY_INLINE void Mix(Colors& b, const Colors& s, Wide mask) {
     const Wide share = Clamp01(Finite(mask)), rest = hn::Sub(Constant(1), share);
     const auto mix = [&](Wide source, Wide background)
                          HWY_ATTR { return hn::MulAdd(background, rest, hn::Mul(source, share)); };
     b = {mix(s.red, b.red), mix(s.green, b.green), mix(s.blue, b.blue), mix(s.alpha, b.alpha)};
 }
 
-HWY_INLINE void MaskGreen(Colours& b, const Two& others) { Mix(b, others[0], others[1].green); }
-HWY_INLINE void MaskAlpha(Colours& b, const Two& others) { Mix(b, others[0], others[1].alpha); }
+HWY_INLINE void MaskGreen(Colors& b, const Two& others) { Mix(b, others[0], others[1].green); }
+HWY_INLINE void MaskAlpha(Colors& b, const Two& others) { Mix(b, others[0], others[1].alpha); }
 
 // How many other images a blend takes.
 template <std::size_t kCount>
-constexpr std::size_t OthersOf(void (*)(Colours&, const std::array<Colours, kCount>&)) {
+constexpr std::size_t OthersOf(void (*)(Colors&, const std::array<Colors, kCount>&)) {
     return kCount;
 }
 
 #define CORE_IMAGE_DEFINE(name)                                                                        \
     HWY_ATTR void name##Row(float* pixels, const float* const* others, std::size_t count) {            \
         ForEachPlace<OthersOf(&name)>(pixels, others, count,                                           \
-                                      [](Colours& c, const auto& given) HWY_ATTR { name(c, given); }); \
+                                      [](Colors& c, const auto& given) HWY_ATTR { name(c, given); }); \
     }
 CORE_IMAGE_BLENDS(CORE_IMAGE_DEFINE)
 #undef CORE_IMAGE_DEFINE

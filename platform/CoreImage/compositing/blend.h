@@ -1,6 +1,6 @@
 // blend.h - what becomes of the pixels of two images, or of two under a mask, in the widest instructions that the processor has.
 //
-// Pixels come premultiplied. A blend mode sees both images clipped to 0...1 and is a colour of two colours, each divided by its
+// Pixels come premultiplied. A blend mode sees both images clipped to 0...1 and is a color of two colors, each divided by its
 // alpha; the result is
 //
 //     (1 - background alpha) source + (1 - source alpha) background + source alpha * background alpha * mode
@@ -18,13 +18,13 @@ namespace core_image {
 // Ways to combine a background, in place, with the other images in their order: a source, and for the last two a mask.
 #define CORE_IMAGE_BLENDS(BLEND)                                                                          \
     BLEND(Add)        /* source + background, alpha too, nothing clipped */                               \
-    BLEND(Over)       /* source + (1 - source alpha) background, no colour clipped */                     \
-    BLEND(Darken)     /* the smaller of each colour */                                                    \
-    BLEND(Difference) /* how far each colour is from the other */                                         \
+    BLEND(Over)       /* source + (1 - source alpha) background, no color clipped */                     \
+    BLEND(Darken)     /* the smaller of each color */                                                    \
+    BLEND(Difference) /* how far each color is from the other */                                         \
     BLEND(Exclude)    /* source + background - 2 source * background */                                   \
     BLEND(Burn)       /* 1 - (1 - background) / source, 0 at least; white stays white */                  \
     BLEND(Dodge)      /* background / (1 - source), 1 at most; black stays black */                       \
-    BLEND(Colourise)  /* hue and saturation of the source, lightness (max + min) / 2 of the background */ \
+    BLEND(Colorise)  /* hue and saturation of the source, lightness (max + min) / 2 of the background */ \
     BLEND(MaskGreen)  /* background to source, nothing clipped, as the mask's green goes from 0 to 1 */   \
     BLEND(MaskAlpha)  /* the same by the mask's alpha */
 

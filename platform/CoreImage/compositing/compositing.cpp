@@ -49,9 +49,9 @@ ImageRef ComposeUnderMask(const Inputs& inputs, Blend blend) {
 
 ImageRef SourceOver(const Inputs& inputs) { return Compose(inputs, OverRow); }
 ImageRef AdditionCompositing(const Inputs& inputs) { return Compose(inputs, AddRow); }
-ImageRef ColourBlendMode(const Inputs& inputs) { return Compose(inputs, ColouriseRow); }
-ImageRef ColourBurnBlendMode(const Inputs& inputs) { return Compose(inputs, BurnRow); }
-ImageRef ColourDodgeBlendMode(const Inputs& inputs) { return Compose(inputs, DodgeRow); }
+ImageRef ColorBlendMode(const Inputs& inputs) { return Compose(inputs, ColoriseRow); }
+ImageRef ColorBurnBlendMode(const Inputs& inputs) { return Compose(inputs, BurnRow); }
+ImageRef ColorDodgeBlendMode(const Inputs& inputs) { return Compose(inputs, DodgeRow); }
 ImageRef DarkenBlendMode(const Inputs& inputs) { return Compose(inputs, DarkenRow); }
 ImageRef DifferenceBlendMode(const Inputs& inputs) { return Compose(inputs, DifferenceRow); }
 ImageRef ExclusionBlendMode(const Inputs& inputs) { return Compose(inputs, ExcludeRow); }

@@ -14,10 +14,10 @@ ImageRef SourceOver(const Inputs& inputs);
 // CIAdditionCompositing: the sum, of alpha too, which may then exceed 1.
 ImageRef AdditionCompositing(const Inputs& inputs);
 
-// The blend modes: where both images are, the mode's own colour; where one of them is, that. See blend.h.
-ImageRef ColourBlendMode(const Inputs& inputs);
-ImageRef ColourBurnBlendMode(const Inputs& inputs);
-ImageRef ColourDodgeBlendMode(const Inputs& inputs);
+// The blend modes: where both images are, the mode's own color; where one of them is, that. See blend.h.
+ImageRef ColorBlendMode(const Inputs& inputs);
+ImageRef ColorBurnBlendMode(const Inputs& inputs);
+ImageRef ColorDodgeBlendMode(const Inputs& inputs);
 ImageRef DarkenBlendMode(const Inputs& inputs);
 ImageRef DifferenceBlendMode(const Inputs& inputs);
 ImageRef ExclusionBlendMode(const Inputs& inputs);

@@ -11,7 +11,7 @@
 namespace core_image {
 namespace {
 
-// The weights of a neighbourhood of odd width and height.
+// The weights of a neighborhood of odd width and height.
 struct Kernel {
     std::int64_t width;
     std::int64_t height;

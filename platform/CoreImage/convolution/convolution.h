@@ -1,8 +1,8 @@
-// convolution.h - the family of filters that weigh a pixel with its neighbours, weight by weight.
+// convolution.h - the family of filters that weigh a pixel with its neighbors, weight by weight.
 //
 // inputWeights go row by row, the topmost first, each from left to right, and are not mirrored: the first weight is for the
-// neighbour up and to the left. inputBias is added. All four premultiplied components are summed; then alpha is kept within 0
-// and 1, and colours within 0 and alpha. With a bias the image has no end.
+// neighbor up and to the left. inputBias is added. All four premultiplied components are summed; then alpha is kept within 0
+// and 1, and colors within 0 and alpha. With a bias the image has no end.
 
 #pragma once
 

@@ -25,9 +25,9 @@ struct KernelView {
 };
 
 // Writes count rows, one or kMostConvolved of them. in[k] is row k of those that are read, height - 1 more than are written, the
-// lowest first: its first pixel is the leftmost neighbour of the first pixel written.
+// lowest first: its first pixel is the leftmost neighbor of the first pixel written.
 //
-// A sum and the bias are kept possible: alpha within 0 and 1, colours within 0 and alpha; what is no number becomes 0.
+// A sum and the bias are kept possible: alpha within 0 and 1, colors within 0 and alpha; what is no number becomes 0.
 void Convolve(const KernelView& kernel, const float* const* in, float* const* out, std::size_t count,
               std::size_t pixels);
 

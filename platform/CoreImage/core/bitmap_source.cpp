@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "core/bitmap.h"
-#include "core/colour_matching.h"
+#include "core/color_matching.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "core/bitmap_source.cpp"
@@ -26,15 +26,15 @@ HWY_INLINE Integers ByteOf(Integers pixels, int shift) {
 HWY_INLINE Wide FractionOf(Integers byte) { return hn::Mul(hn::ConvertTo(WideTag(), byte), Constant(1.0f / 255)); }
 
 // Linear light of pixels, red in their lowest bits. Tables are those of transfer.h; without any the bytes are linear.
-HWY_INLINE Colours Decode(Integers pixels, Alpha kind, const float* plain, const float* premultiplied) {
+HWY_INLINE Colors Decode(Integers pixels, Alpha kind, const float* plain, const float* premultiplied) {
     const IntegerTag d;
     const Integers alpha = kind == Alpha::ignored ? hn::Set(d, 255) : ByteOf(pixels, 24);
     const auto each = [&](const auto& decode) HWY_ATTR {
-        return Colours{decode(ByteOf(pixels, 0)), decode(ByteOf(pixels, 8)), decode(ByteOf(pixels, 16)),
+        return Colors{decode(ByteOf(pixels, 0)), decode(ByteOf(pixels, 8)), decode(ByteOf(pixels, 16)),
                        FractionOf(alpha)};
     };
     const bool isOpaque = hn::AllTrue(d, hn::Eq(alpha, hn::Set(d, 255)));
-    Colours c;
+    Colors c;
     if (plain == nullptr) {
         c = each([](Integers byte) HWY_ATTR { return FractionOf(byte); });
     } else if (isOpaque || kind == Alpha::straight) {
@@ -55,7 +55,7 @@ HWY_ATTR void DecodeBytes(const std::uint8_t* from, Alpha kind, const float* pla
         HWY_ALIGN std::int32_t pixels[kBlockPixels] = {};
         std::memcpy(pixels, from + 4 * pixel, 4 * std::min(kBlockPixels, count - pixel));
         for (std::size_t lane = 0; lane < kBlockPixels; lane += hn::MaxLanes(d)) {
-            StoreColours(Decode(hn::Load(d, pixels + lane), kind, plain, premultiplied), blocks + 4 * pixel + lane);
+            StoreColors(Decode(hn::Load(d, pixels + lane), kind, plain, premultiplied), blocks + 4 * pixel + lane);
         }
     }
 }

@@ -1,7 +1,7 @@
 // bitmap_store.cpp - encodes linear, premultiplied pixels for a bitmap; compiled once for every instruction set.
 //
-// Why unclipped: alpha may exceed 1 between filters. Colours are divided by that alpha and multiplied by it again, and only then
-// is everything clipped; clipping alpha first would change the colours of what was added up.
+// Why unclipped: alpha may exceed 1 between filters. Colors are divided by that alpha and multiplied by it again, and only then
+// is everything clipped; clipping alpha first would change the colors of what was added up.
 
 #include <cstring>
 
@@ -28,7 +28,7 @@ HWY_ATTR void ToBytes(float* blocks, std::size_t count) {
     const hn::RebindToSigned<WideTag> integers;
     auto* to = reinterpret_cast<std::int32_t*>(blocks);
     for (std::size_t pixel = 0; pixel < count; pixel += hn::MaxLanes(WideTag())) {
-        const Colours c = LoadColours(blocks + PlaceInBlocks(pixel));
+        const Colors c = LoadColors(blocks + PlaceInBlocks(pixel));
         const auto redGreen = hn::Or(ToByte(c.red), hn::ShiftLeft<8>(ToByte(c.green)));
         const auto blueAlpha = hn::Or(ToByte(c.blue), hn::ShiftLeft<8>(ToByte(c.alpha)));
         hn::StoreU(hn::Or(redGreen, hn::ShiftLeft<16>(blueAlpha)), integers, to + pixel);

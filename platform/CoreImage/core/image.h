@@ -33,7 +33,7 @@ class Stage {
     // Writes every pixel of a tile that lies in the image's extent and in the region prepared for.
     virtual void render(const Tile& tile) const = 0;
 
-    // Whether it may be rendered run by run at no extra cost, because no pixel needs its neighbours.
+    // Whether it may be rendered run by run at no extra cost, because no pixel needs its neighbors.
     virtual bool isPointwise() const { return false; }
 
     // The pixels of a region, where all of them stand in memory anyway; none otherwise. The region is one to render.

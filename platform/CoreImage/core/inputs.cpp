@@ -41,9 +41,9 @@ Extent Inputs::rectangle(std::string_view key) const {
     return ExtentOfRectangle(edges[0], edges[1], edges[2], edges[3]);
 }
 
-Pixel Inputs::colour(std::string_view key) const {
+Pixel Inputs::color(std::string_view key) const {
     const double components[] = {element(key, 0), element(key, 1), element(key, 2), element(key, 3)};
-    return PixelOfColour(components);
+    return PixelOfColor(components);
 }
 
 std::shared_ptr<const float> Inputs::floats(std::string_view key, std::size_t count) const {
@@ -56,9 +56,9 @@ std::shared_ptr<const float> Inputs::floats(std::string_view key, std::size_t co
             }};
 }
 
-ColourSpace Inputs::space(std::string_view key) const {
+ColorSpace Inputs::space(std::string_view key) const {
     const InputValue* value = find(key);
-    return value == nullptr ? ColourSpace::none : value->space;
+    return value == nullptr ? ColorSpace::none : value->space;
 }
 
 Profile Inputs::profile(std::string_view key) const {
@@ -71,7 +71,7 @@ ImageRef Inputs::image(std::string_view key) const {
     return value == nullptr || value->image == nullptr ? nullptr : *value->image;
 }
 
-Pixel PixelOfColour(const double* components) {
+Pixel PixelOfColor(const double* components) {
     const double alpha = Finite(components[3]);
     const auto light = [&](double component) {
         return static_cast<float>(DecodeSRGB(static_cast<float>(Finite(component))) * alpha);

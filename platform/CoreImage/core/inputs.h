@@ -11,7 +11,7 @@
 #include <memory>
 #include <string_view>
 
-#include "core/colour_conversion.h"
+#include "core/color_conversion.h"
 #include "core/image.h"
 
 namespace core_image {
@@ -22,9 +22,9 @@ inline constexpr double kLargestNumber = 1e30;
 // A number as a float that arithmetic can rely on: none larger than kLargestNumber; 0 for what is no number.
 float FiniteFloat(double value);
 
-// The colour spaces that values can be given in: none stands for no space, profile for one whose ICC profile is given, other for an
+// The color spaces that values can be given in: none stands for no space, profile for one whose ICC profile is given, other for an
 // object that is no space of red, green and blue.
-enum class ColourSpace { none, linear, sRGB, profile, other };
+enum class ColorSpace { none, linear, sRGB, profile, other };
 
 // An object that keeps bytes where they are. Without one they stay for good.
 struct BytesOwner {
@@ -37,12 +37,12 @@ struct BytesOwner {
 struct InputValue {
     const char* key = nullptr;
     double number = 0;
-    const double* elements = nullptr;  // of a vector, a colour (sRGB, straight alpha) or a transform (a b c d tx ty)
+    const double* elements = nullptr;  // of a vector, a color (sRGB, straight alpha) or a transform (a b c d tx ty)
     std::size_t count = 0;             // of elements, or of bytes
     const void* bytes = nullptr;       // of data, or of a space's profile
     BytesOwner owner = {};             // of the bytes, which never change
     const ImageRef* image = nullptr;
-    ColourSpace space = ColourSpace::none;
+    ColorSpace space = ColorSpace::none;
 };
 
 // Linear light, premultiplied.
@@ -64,16 +64,16 @@ class Inputs {
     // A rectangle (x, y, width, height) as an extent, rounded outward. Whatever reaches as far as the infinite one is infinite.
     Extent rectangle(std::string_view key) const;
 
-    // A colour.
-    Pixel colour(std::string_view key) const;
+    // A color.
+    Pixel color(std::string_view key) const;
 
     // The floats that bytes are, kept as long as they are used; null when there are fewer. They may lie anywhere in memory.
     std::shared_ptr<const float> floats(std::string_view key, std::size_t count) const;
 
-    // A colour space.
-    ColourSpace space(std::string_view key) const;
+    // A color space.
+    ColorSpace space(std::string_view key) const;
 
-    // The profile of a colour space that is given by one.
+    // The profile of a color space that is given by one.
     Profile profile(std::string_view key) const;
 
     // An image; null when there is none.
@@ -86,8 +86,8 @@ class Inputs {
     std::size_t count_;
 };
 
-// The pixel of an sRGB colour with straight alpha.
-Pixel PixelOfColour(const double* components);
+// The pixel of an sRGB color with straight alpha.
+Pixel PixelOfColor(const double* components);
 
 // The extent of a rectangle given by its corner and size, which may be negative, infinite or no numbers at all.
 Extent ExtentOfRectangle(double x, double y, double width, double height);

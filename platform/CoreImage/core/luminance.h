@@ -1,4 +1,4 @@
-// luminance.h - how much each linear colour adds to brightness.
+// luminance.h - how much each linear color adds to brightness.
 
 #pragma once
 

@@ -30,7 +30,7 @@ using WideTag = hn::ScalableTag<float>;
 using Wide = hn::Vec<WideTag>;
 
 // The channels of as many pixels as a vector has lanes.
-struct Colours {
+struct Colors {
     Wide red, green, blue, alpha;
 };
 
@@ -54,14 +54,14 @@ HWY_INLINE V Clamp01(V value) {
 // a / b, and 0 where b is 0.
 HWY_INLINE Wide DivideOrZero(Wide a, Wide b) { return hn::IfThenElseZero(hn::Ne(b, Constant(0)), hn::Div(a, b)); }
 
-// Clips a premultiplied pixel to 0...1: alpha first, then colours to alpha.
-HWY_INLINE void Clip(Colours& c) {
+// Clips a premultiplied pixel to 0...1: alpha first, then colors to alpha.
+HWY_INLINE void Clip(Colors& c) {
     c.alpha = Clamp01(Finite(c.alpha));
-    for (Wide* colour : {&c.red, &c.green, &c.blue}) *colour = hn::Min(hn::Max(Finite(*colour), Constant(0)), c.alpha);
+    for (Wide* color : {&c.red, &c.green, &c.blue}) *color = hn::Min(hn::Max(Finite(*color), Constant(0)), c.alpha);
 }
 
-// Divides colours by alpha. Transparent pixels become black. Opaque ones, which most pictures consist of, cost a comparison.
-HWY_INLINE void Unpremultiply(Colours& c) {
+// Divides colors by alpha. Transparent pixels become black. Opaque ones, which most pictures consist of, cost a comparison.
+HWY_INLINE void Unpremultiply(Colors& c) {
     if (hn::AllTrue(WideTag(), hn::Eq(c.alpha, Constant(1)))) return;
     const Wide scale = DivideOrZero(Constant(1), c.alpha);
     c.red = hn::Mul(c.red, scale);
@@ -69,14 +69,14 @@ HWY_INLINE void Unpremultiply(Colours& c) {
     c.blue = hn::Mul(c.blue, scale);
 }
 
-HWY_INLINE void Premultiply(Colours& c) {
+HWY_INLINE void Premultiply(Colors& c) {
     c.red = hn::Mul(c.red, c.alpha);
     c.green = hn::Mul(c.green, c.alpha);
     c.blue = hn::Mul(c.blue, c.alpha);
 }
 
 // The luminance of linear values.
-HWY_INLINE Wide Luminance(const Colours& c) {
+HWY_INLINE Wide Luminance(const Colors& c) {
     constexpr float kRed = kLuminance[0], kGreen = kLuminance[1], kBlue = kLuminance[2];
     return hn::MulAdd(c.red, Constant(kRed), hn::MulAdd(c.green, Constant(kGreen), hn::Mul(c.blue, Constant(kBlue))));
 }
@@ -87,13 +87,13 @@ HWY_INLINE std::size_t PlaceInBlocks(std::size_t pixel) {
 }
 
 // As many pixels of a block as a vector has lanes, from a place among its reds on (run.h).
-HWY_INLINE Colours LoadColours(const float* reds) {
+HWY_INLINE Colors LoadColors(const float* reds) {
     const WideTag d;
     return {hn::LoadU(d, reds), hn::LoadU(d, reds + kBlockPixels), hn::LoadU(d, reds + 2 * kBlockPixels),
             hn::LoadU(d, reds + 3 * kBlockPixels)};
 }
 
-HWY_INLINE void StoreColours(const Colours& c, float* reds) {
+HWY_INLINE void StoreColors(const Colors& c, float* reds) {
     const WideTag d;
     hn::StoreU(c.red, d, reds);
     hn::StoreU(c.green, d, reds + kBlockPixels);
@@ -102,40 +102,40 @@ HWY_INLINE void StoreColours(const Colours& c, float* reds) {
 }
 
 // Numbers whose sizes together are within what filters work with are so each, which costs less to find out.
-HWY_INLINE void MakeFinite(Colours& c) {
+HWY_INLINE void MakeFinite(Colors& c) {
     const Wide all = hn::Add(hn::Add(hn::Abs(c.red), hn::Abs(c.green)), hn::Add(hn::Abs(c.blue), hn::Abs(c.alpha)));
     if (HWY_LIKELY(hn::AllTrue(WideTag(), hn::Le(all, Constant(1e30f))))) return;
     c = {Finite(c.red), Finite(c.green), Finite(c.blue), Finite(c.alpha)};
 }
 
 // Runs a formula over a run in place, given those of other images at the same places, and the number of the first pixel:
-// operator()(Colours&, const Others&, std::size_t pixel).
+// operator()(Colors&, const Others&, std::size_t pixel).
 // Some of the pixels that fill up the last block are worked on too: a table that is read there is as long as whole blocks.
 template <std::size_t kOthers, class Formula>
 HWY_INLINE void ForEachIndexedPlace(float* blocks, const float* const* others, std::size_t count,
                                     const Formula& formula) {
     for (std::size_t pixel = 0; pixel < count; pixel += hn::MaxLanes(WideTag())) {
         const std::size_t place = PlaceInBlocks(pixel);
-        std::array<Colours, kOthers> given;
-        for (std::size_t k = 0; k < kOthers; ++k) given[k] = LoadColours(others[k] + place);
-        Colours c = LoadColours(blocks + place);
+        std::array<Colors, kOthers> given;
+        for (std::size_t k = 0; k < kOthers; ++k) given[k] = LoadColors(others[k] + place);
+        Colors c = LoadColors(blocks + place);
         formula(c, given, pixel);
         MakeFinite(c);
-        StoreColours(c, blocks + place);
+        StoreColors(c, blocks + place);
     }
 }
 
-// The same without the number: operator()(Colours&, const Others&).
+// The same without the number: operator()(Colors&, const Others&).
 template <std::size_t kOthers, class Formula>
 HWY_INLINE void ForEachPlace(float* blocks, const float* const* others, std::size_t count, const Formula& formula) {
     ForEachIndexedPlace<kOthers>(
-        blocks, others, count, [&formula](Colours& c, const auto& given, std::size_t) HWY_ATTR { formula(c, given); });
+        blocks, others, count, [&formula](Colors& c, const auto& given, std::size_t) HWY_ATTR { formula(c, given); });
 }
 
-// And without other images: operator()(Colours&).
+// And without other images: operator()(Colors&).
 template <class Formula>
 HWY_INLINE void ForEachPixel(float* blocks, std::size_t count, const Formula& formula) {
-    ForEachPlace<0>(blocks, nullptr, count, [&formula](Colours& c, const auto&) HWY_ATTR { formula(c); });
+    ForEachPlace<0>(blocks, nullptr, count, [&formula](Colors& c, const auto&) HWY_ATTR { formula(c); });
 }
 
 }  // namespace core_image::HWY_NAMESPACE

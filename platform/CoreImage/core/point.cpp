@@ -1,6 +1,6 @@
 // point.cpp - renders the inputs run by run, and runs the functions over each.
 //
-// Functions one upon the other are one stage. Inputs that need neighbours are rendered by the tile before the first run.
+// Functions one upon the other are one stage. Inputs that need neighbors are rendered by the tile before the first run.
 
 #include "core/point.h"
 

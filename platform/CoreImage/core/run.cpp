@@ -26,17 +26,17 @@ constexpr std::size_t kFloatsAhead = 2 * kRunFloats;
 
 // A block is read whole before it is written, since both forms may be at the same place.
 HWY_INLINE void BlockOf(const float* pixels, float* block) {
-    Colours c[kVectors];
+    Colors c[kVectors];
     for (std::size_t k = 0; k < kVectors; ++k) {
         const float* from = pixels + k * hn::MaxLanes(WideTag()) * kFloatsPerPixel;
         hn::LoadInterleaved4(WideTag(), from, c[k].red, c[k].green, c[k].blue, c[k].alpha);
     }
-    for (std::size_t k = 0; k < kVectors; ++k) StoreColours(c[k], block + k * hn::MaxLanes(WideTag()));
+    for (std::size_t k = 0; k < kVectors; ++k) StoreColors(c[k], block + k * hn::MaxLanes(WideTag()));
 }
 
 HWY_INLINE void PixelsOf(const float* block, float* pixels) {
-    Colours c[kVectors];
-    for (std::size_t k = 0; k < kVectors; ++k) c[k] = LoadColours(block + k * hn::MaxLanes(WideTag()));
+    Colors c[kVectors];
+    for (std::size_t k = 0; k < kVectors; ++k) c[k] = LoadColors(block + k * hn::MaxLanes(WideTag()));
     for (std::size_t k = 0; k < kVectors; ++k) {
         float* to = pixels + k * hn::MaxLanes(WideTag()) * kFloatsPerPixel;
         hn::StoreInterleaved4(c[k].red, c[k].green, c[k].blue, c[k].alpha, WideTag(), to);

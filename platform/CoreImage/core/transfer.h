@@ -19,7 +19,7 @@ float DecodeSRGB(float encoded);
 // Decodes pixels, four floats each, whose first three are encoded and multiplied by the fourth. Accurate to 3e-6 of the value.
 void DecodePremultipliedRow(float* pixels, std::size_t count);
 
-// Encode and decode a run in blocks (run.h) whose colours are multiplied by alpha. Accurate to 1e-6 of the value.
+// Encode and decode a run in blocks (run.h) whose colors are multiplied by alpha. Accurate to 1e-6 of the value.
 void EncodeRun(float* blocks, std::size_t count);
 void DecodeRun(float* blocks, std::size_t count);
 

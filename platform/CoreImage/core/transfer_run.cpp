@@ -11,23 +11,23 @@
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
 
-// Divides by alpha, takes each colour and its mirror image along a curve, and multiplies again.
+// Divides by alpha, takes each color and its mirror image along a curve, and multiplies again.
 template <class Curve>
-HWY_INLINE void FollowCurve(Colours& c, const Curve& curve) {
+HWY_INLINE void FollowCurve(Colors& c, const Curve& curve) {
     MakeFinite(c);
     Unpremultiply(c);
-    for (Wide* colour : {&c.red, &c.green, &c.blue}) *colour = hn::CopySign(curve(hn::Abs(*colour)), *colour);
+    for (Wide* color : {&c.red, &c.green, &c.blue}) *color = hn::CopySign(curve(hn::Abs(*color)), *color);
     Premultiply(c);
 }
 
 HWY_ATTR void EncodeRun(float* blocks, std::size_t count) {
     ForEachPixel(blocks, count,
-                 [](Colours& c) HWY_ATTR { FollowCurve(c, [](Wide linear) HWY_ATTR { return Encoded(linear); }); });
+                 [](Colors& c) HWY_ATTR { FollowCurve(c, [](Wide linear) HWY_ATTR { return Encoded(linear); }); });
 }
 
 HWY_ATTR void DecodeRun(float* blocks, std::size_t count) {
     ForEachPixel(blocks, count,
-                 [](Colours& c) HWY_ATTR { FollowCurve(c, [](Wide encoded) HWY_ATTR { return Decoded(encoded); }); });
+                 [](Colors& c) HWY_ATTR { FollowCurve(c, [](Wide encoded) HWY_ATTR { return Decoded(encoded); }); });
 }
 
 }  // namespace core_image::HWY_NAMESPACE

@@ -1,4 +1,4 @@
-// window.h - the pixels of a region of an image, to be read by what needs neighbours: where they stand, or rendered.
+// window.h - the pixels of a region of an image, to be read by what needs neighbors: where they stand, or rendered.
 //
 // A bitmap of linear floats, and what is held in memory while an image is rendered, are read in place. Of every other image,
 // and where a region reaches beyond an image, the pixels are rendered into memory of the window's own.

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <numbers>
 
-#include "core/engine.h"
+#include "engine/engine.h"
 #include "distortion/distortion.h"
 #include "distortion/formulas.h"
 
@@ -14,14 +14,14 @@ namespace {
 // Takes a pixel at an angle and a distance from a circle from that far along and above the lower edge of an extent.
 class CircularWarp : public Warp {
   public:
-    CircularWarp(const Extent& extent, const Point& centre, double radius, double angle)
-        : extent_(extent), centre_(centre), radius_(radius), turn_(std::remainder(angle, 2 * std::numbers::pi)) {}
+    CircularWarp(const Extent& extent, const Point& center, double radius, double angle)
+        : extent_(extent), center_(center), radius_(radius), turn_(std::remainder(angle, 2 * std::numbers::pi)) {}
 
     void places(const PlaceRow& row, double* x, double* y) const override {
         const double middle = (extent_.left + extent_.right) / 2;
-        const double dy = static_cast<double>(row.y) + 0.5 - centre_.y;
+        const double dy = static_cast<double>(row.y) + 0.5 - center_.y;
         for (std::size_t index = 0; index < row.count; ++index) {
-            const double dx = static_cast<double>(row.x + static_cast<std::int64_t>(index)) + 0.5 - centre_.x;
+            const double dx = static_cast<double>(row.x + static_cast<std::int64_t>(index)) + 0.5 - center_.x;
             // Clockwise from the top, so that what is written on the circle reads from left to right.
             const double fromTop = std::remainder(std::atan2(dx, dy) + turn_, 2 * std::numbers::pi);
             x[index] = middle + radius_ * fromTop;
@@ -33,7 +33,7 @@ class CircularWarp : public Warp {
 
   private:
     Extent extent_;
-    Point centre_;
+    Point center_;
     double radius_;
     double turn_;
 };
@@ -54,13 +54,13 @@ ImageRef CircularWrap(const Inputs& inputs) {
     const Extent extent = input->extent();
     Region pixels;
     if (!RegionOfExtent(extent, &pixels)) return nullptr;
-    const Point centre = PointOf(inputs, "inputCenter");
+    const Point center = PointOf(inputs, "inputCenter");
     const double radius = std::max(0.0, inputs.number("inputRadius"));
     const double reach = radius + extent.top - extent.bottom;
-    const Extent bent = {std::floor(centre.x - reach), std::floor(centre.y - reach), std::ceil(centre.x + reach),
-                         std::ceil(centre.y + reach)};
+    const Extent bent = {std::floor(center.x - reach), std::floor(center.y - reach), std::ceil(center.x + reach),
+                         std::ceil(center.y + reach)};
     return MakeWarpedImage(std::move(input),
-                           std::make_shared<CircularWarp>(extent, centre, radius, inputs.number("inputAngle")), bent);
+                           std::make_shared<CircularWarp>(extent, center, radius, inputs.number("inputAngle")), bent);
 }
 
 }  // namespace core_image

@@ -15,7 +15,7 @@ ImageRef BumpDistortion(const Inputs& inputs);
 // CIBumpDistortionLinear: a ridge on both sides of the line through inputCenter that is turned by inputAngle.
 ImageRef BumpDistortionLinear(const Inputs& inputs);
 
-// CICircleSplashDistortion: from the circle of inputRadius around inputCenter on, outward, the colours on the circle; endless.
+// CICircleSplashDistortion: from the circle of inputRadius around inputCenter on, outward, the colors on the circle; endless.
 ImageRef CircleSplashDistortion(const Inputs& inputs);
 
 // CICircularWrap: the image bent around the circle of inputRadius around inputCenter. Its middle stands on top, or where

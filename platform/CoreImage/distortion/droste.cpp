@@ -10,10 +10,10 @@
 #include <numbers>
 #include <optional>
 
-#include "core/engine.h"
+#include "engine/engine.h"
 #include "distortion/distortion.h"
 #include "distortion/formulas.h"
-#include "geometry/repeat.h"
+#include "sampling/repeat.h"
 
 namespace core_image {
 namespace {

@@ -11,7 +11,7 @@
 #define HWY_TARGET_INCLUDE "distortion/formulas.cpp"
 #include <hwy/foreach_target.h>
 
-#include "geometry/warp-inl.h"
+#include "sampling/warp-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
@@ -57,7 +57,7 @@ struct Guide {
 };
 
 HWY_INLINE void Move(const BumpFormula& f, const Guide&, V& x, V& y) {
-    const V dx = hn::Sub(x, Number(f.centre.x)), dy = hn::Sub(y, Number(f.centre.y));
+    const V dx = hn::Sub(x, Number(f.center.x)), dy = hn::Sub(y, Number(f.center.y));
     const V share = hn::Mul(Fall(hn::Mul(Length(dx, dy), Number(1 / f.radius))), Number(f.scale));
     x = hn::NegMulAdd(dx, share, x);
     y = hn::NegMulAdd(dy, share, y);
@@ -65,7 +65,7 @@ HWY_INLINE void Move(const BumpFormula& f, const Guide&, V& x, V& y) {
 
 HWY_INLINE void Move(const LinearBumpFormula& f, const Guide&, V& x, V& y) {
     const V nx = Number(f.normal.x), ny = Number(f.normal.y);
-    const V distance = hn::MulAdd(hn::Sub(x, Number(f.centre.x)), nx, hn::Mul(hn::Sub(y, Number(f.centre.y)), ny));
+    const V distance = hn::MulAdd(hn::Sub(x, Number(f.center.x)), nx, hn::Mul(hn::Sub(y, Number(f.center.y)), ny));
     const V fall = Fall(hn::Mul(hn::Abs(distance), Number(1 / f.radius)));
     const V move = hn::Mul(hn::Mul(distance, fall), Number(f.scale));
     x = hn::NegMulAdd(nx, move, x);
@@ -73,7 +73,7 @@ HWY_INLINE void Move(const LinearBumpFormula& f, const Guide&, V& x, V& y) {
 }
 
 HWY_INLINE void Move(const SplashFormula& f, const Guide&, V& x, V& y) {
-    const V cx = Number(f.centre.x), cy = Number(f.centre.y), radius = Number(f.radius);
+    const V cx = Number(f.center.x), cy = Number(f.center.y), radius = Number(f.radius);
     const V dx = hn::Sub(x, cx), dy = hn::Sub(y, cy);
     const V distance = Length(dx, dy);
     const auto outside = hn::Gt(distance, radius);
@@ -142,7 +142,7 @@ Extent Spanning(const Point& a, const Point& b) {
     return {std::min(a.x, b.x), std::min(a.y, b.y), std::max(a.x, b.x), std::max(a.y, b.y)};
 }
 
-// Whether two extents have a point in common, which for centres of one row of pixels is more than sharing an area.
+// Whether two extents have a point in common, which for centers of one row of pixels is more than sharing an area.
 bool Meet(const Extent& a, const Extent& b) {
     return a.left <= b.right && b.left <= a.right && a.bottom <= b.top && b.bottom <= a.top;
 }
@@ -161,51 +161,51 @@ Extent BoxOf(const LozengeFormula& f) {
 
 }  // namespace
 
-bool BumpFormula::moves(const Extent& centres) const {
-    return std::hypot(Gap(centres.left, centres.right, centre.x), Gap(centres.bottom, centres.top, centre.y)) < radius;
+bool BumpFormula::moves(const Extent& centers) const {
+    return std::hypot(Gap(centers.left, centers.right, center.x), Gap(centers.bottom, centers.top, center.y)) < radius;
 }
-Extent BumpFormula::source(const Extent& centres) const {
-    return moves(centres) ? centres.grownBy(kLargestFall * radius * std::abs(scale)) : centres;
+Extent BumpFormula::source(const Extent& centers) const {
+    return moves(centers) ? centers.grownBy(kLargestFall * radius * std::abs(scale)) : centers;
 }
 
-bool LinearBumpFormula::moves(const Extent& centres) const {
+bool LinearBumpFormula::moves(const Extent& centers) const {
     // The middle's distance from the line, less how far a corner may be nearer.
-    const Point middle = {(centres.left + centres.right) / 2 - centre.x, (centres.bottom + centres.top) / 2 - centre.y};
-    const double nearer = std::abs(normal.x) * (centres.right - centres.left) / 2 +
-                          std::abs(normal.y) * (centres.top - centres.bottom) / 2;
+    const Point middle = {(centers.left + centers.right) / 2 - center.x, (centers.bottom + centers.top) / 2 - center.y};
+    const double nearer = std::abs(normal.x) * (centers.right - centers.left) / 2 +
+                          std::abs(normal.y) * (centers.top - centers.bottom) / 2;
     return std::abs(middle.x * normal.x + middle.y * normal.y) - nearer < radius;
 }
-Extent LinearBumpFormula::source(const Extent& centres) const {
+Extent LinearBumpFormula::source(const Extent& centers) const {
     const double most = kLargestFall * radius * std::abs(scale);
     const double x = most * std::abs(normal.x), y = most * std::abs(normal.y);
-    return {centres.left - x, centres.bottom - y, centres.right + x, centres.top + y};
+    return {centers.left - x, centers.bottom - y, centers.right + x, centers.top + y};
 }
 
-bool SplashFormula::moves(const Extent& centres) const {
-    const double x = std::max(std::abs(centres.left - centre.x), std::abs(centres.right - centre.x));
-    const double y = std::max(std::abs(centres.bottom - centre.y), std::abs(centres.top - centre.y));
+bool SplashFormula::moves(const Extent& centers) const {
+    const double x = std::max(std::abs(centers.left - center.x), std::abs(centers.right - center.x));
+    const double y = std::max(std::abs(centers.bottom - center.y), std::abs(centers.top - center.y));
     return std::hypot(x, y) > radius;
 }
-// A place lies between the centre and the pixel, and in the circle.
-Extent SplashFormula::source(const Extent& centres) const {
-    const Extent towards = Both(centres, Spanning(centre, centre));
-    const Extent circle = Spanning(centre, centre).grownBy(radius);
+// A place lies between the center and the pixel, and in the circle.
+Extent SplashFormula::source(const Extent& centers) const {
+    const Extent towards = Both(centers, Spanning(center, center));
+    const Extent circle = Spanning(center, center).grownBy(radius);
     return {std::max(towards.left, circle.left), std::max(towards.bottom, circle.bottom),
             std::min(towards.right, circle.right), std::min(towards.top, circle.top)};
 }
 
-bool LozengeFormula::moves(const Extent& centres) const { return Meet(centres, BoxOf(*this)); }
+bool LozengeFormula::moves(const Extent& centers) const { return Meet(centers, BoxOf(*this)); }
 // Glass that is denser than what surrounds it takes light from below itself; thinner one from up to (1 / n - n) radii further.
-Extent LozengeFormula::source(const Extent& centres) const {
-    if (!moves(centres)) return centres;
-    return Both(centres, BoxOf(*this).grownBy(radius * std::max(0.0, 1 / refraction - refraction)));
+Extent LozengeFormula::source(const Extent& centers) const {
+    if (!moves(centers)) return centers;
+    return Both(centers, BoxOf(*this).grownBy(radius * std::max(0.0, 1 / refraction - refraction)));
 }
 
 bool DisplacementFormula::moves(const Extent&) const { return true; }
-Extent DisplacementFormula::source(const Extent& centres) const { return centres.grownBy(std::abs(scale) / 2); }
+Extent DisplacementFormula::source(const Extent& centers) const { return centers.grownBy(std::abs(scale) / 2); }
 
 bool GlassFormula::moves(const Extent&) const { return true; }
-Extent GlassFormula::source(const Extent& centres) const { return centres.grownBy(std::abs(scale) / 2); }
+Extent GlassFormula::source(const Extent& centers) const { return centers.grownBy(std::abs(scale) / 2); }
 
 #define CORE_IMAGE_DISPATCH(name)                                                              \
     HWY_EXPORT(FindPlaces##name);                                                              \

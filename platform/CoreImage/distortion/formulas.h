@@ -1,6 +1,6 @@
 // formulas.h - warps computed in the widest instructions that the processor has: their parameters, and the loops.
 //
-// In the comments p is a pixel's centre, S(p) the input there, and smooth(t) = t t (3 - 2 t) with t kept within 0...1.
+// In the comments p is a pixel's center, S(p) the input there, and smooth(t) = t t (3 - 2 t) with t kept within 0...1.
 // Threads:  any.
 // Adding one: a struct here and its line in the list; its places in formulas.cpp.
 
@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "core/inputs.h"
-#include "geometry/warp.h"
+#include "sampling/warp.h"
 
 namespace core_image {
 
@@ -28,34 +28,34 @@ struct Point {
     double x, y;
 };
 
-// S(p - d scale (1 - smooth(|d| / radius))), where d is p as seen from the centre.
+// S(p - d scale (1 - smooth(|d| / radius))), where d is p as seen from the center.
 struct BumpFormula {
-    Point centre;
+    Point center;
     double radius;  // above 0
     double scale;
 
-    Extent source(const Extent& centres) const;
-    bool moves(const Extent& centres) const;
+    Extent source(const Extent& centers) const;
+    bool moves(const Extent& centers) const;
 };
 
 // The same where d is p as seen from the nearest point of a line.
 struct LinearBumpFormula {
-    Point centre;   // a point of the line
+    Point center;   // a point of the line
     Point normal;   // across the line, of length 1
     double radius;  // above 0
     double scale;
 
-    Extent source(const Extent& centres) const;
-    bool moves(const Extent& centres) const;
+    Extent source(const Extent& centers) const;
+    bool moves(const Extent& centers) const;
 };
 
 // S(p) in a circle, and S on the circle in the direction of p outside.
 struct SplashFormula {
-    Point centre;
+    Point center;
     double radius;
 
-    Extent source(const Extent& centres) const;
-    bool moves(const Extent& centres) const;
+    Extent source(const Extent& centers) const;
+    bool moves(const Extent& centers) const;
 };
 
 // A rod of glass, half of which stands out of the image; see formulas.cpp.
@@ -65,25 +65,25 @@ struct LozengeFormula {
     double radius;      // above 0
     double refraction;  // above 0
 
-    Extent source(const Extent& centres) const;
-    bool moves(const Extent& centres) const;
+    Extent source(const Extent& centers) const;
+    bool moves(const Extent& centers) const;
 };
 
 // S(p + scale (luminance - 0.5) (1, 1)). The guide's luminance is kept within 0...1, and moves the less the more transparent it is.
 struct DisplacementFormula {
     double scale;
 
-    Extent source(const Extent& centres) const;
-    bool moves(const Extent& centres) const;
+    Extent source(const Extent& centers) const;
+    bool moves(const Extent& centers) const;
 };
 
 // S(p + scale slope). The guide's luminance, within 0...1, is the height of the glass, and the slope how much that rises to the
-// right and upward from one neighbour to the other, divided by two.
+// right and upward from one neighbor to the other, divided by two.
 struct GlassFormula {
     double scale;
 
-    Extent source(const Extent& centres) const;
-    bool moves(const Extent& centres) const;
+    Extent source(const Extent& centers) const;
+    bool moves(const Extent& centers) const;
 };
 
 #define CORE_IMAGE_DECLARE(name) \
@@ -98,8 +98,8 @@ class FormulaWarp : public Warp {
     explicit FormulaWarp(const Formula& formula) : formula_(formula) {}
 
     void places(const PlaceRow& row, double* x, double* y) const override { FindPlaces(formula_, row, x, y); }
-    Extent source(const Extent& centres) const override { return formula_.source(centres); }
-    bool moves(const Extent& centres) const override { return formula_.moves(centres); }
+    Extent source(const Extent& centers) const override { return formula_.source(centers); }
+    bool moves(const Extent& centers) const override { return formula_.moves(centers); }
     std::int64_t guideMargin() const override { return kGuideMargin; }
 
   private:

@@ -4,12 +4,12 @@
 
 #include "distortion/distortion.h"
 #include "distortion/formulas.h"
-#include "geometry/affine.h"
-#include "geometry/repeat.h"
+#include "sampling/affine.h"
+#include "sampling/repeat.h"
 
 namespace core_image {
 
-// Grey moves along the diagonal, both directions by the same number; what is transparent moves nothing.
+// Gray moves along the diagonal, both directions by the same number; what is transparent moves nothing.
 ImageRef DisplacementDistortion(const Inputs& inputs) {
     ImageRef input = inputs.image("inputImage"), guide = inputs.image("inputDisplacementImage");
     if (input == nullptr || guide == nullptr) return nullptr;
@@ -25,11 +25,11 @@ ImageRef GlassDistortion(const Inputs& inputs) {
     if (input == nullptr || texture == nullptr) return nullptr;
     const double scale = inputs.number("inputScale");
     if (scale == 0 || texture->extent().isEmpty()) return input;
-    // The texture's lower left corner stands at the centre.
-    const Point centre = PointOf(inputs, "inputCenter");
+    // The texture's lower left corner stands at the center.
+    const Point center = PointOf(inputs, "inputCenter");
     const Extent& cell = texture->extent();
     Affine move;
-    if (!cell.isInfinite()) move.tx = centre.x - cell.left, move.ty = centre.y - cell.bottom;
+    if (!cell.isInfinite()) move.tx = center.x - cell.left, move.ty = center.y - cell.bottom;
     const Extent extent = input->extent();
     return MakeFormulaWarp</*kGuideMargin=*/1>(std::move(input), extent, GlassFormula{scale},
                                                MakeAffineImage(MakeTiledImage(std::move(texture)), move));

@@ -1,4 +1,4 @@
-// checkerboard.cpp - squares of two colours.
+// checkerboard.cpp - squares of two colors.
 //
 // u = (p - center) / width. At sharpness 1 a square is color0 where floor(u.x) + floor(u.y) is even. Below that every edge is
 // soft: a(s) rises and falls once over two squares, from -1 in the middle of an odd one to 1 in the middle of an even one;
@@ -24,8 +24,8 @@ class Checkerboard : public Field {
           centerY_(inputs.element("inputCenter", 1)),
           width_(inputs.number("inputWidth")),
           softness_(1 - std::clamp(inputs.number("inputSharpness"), 0.0, 1.0)),
-          color0_(inputs.colour("inputColor0")),
-          color1_(inputs.colour("inputColor1")) {}
+          color0_(inputs.color("inputColor0")),
+          color1_(inputs.color("inputColor1")) {}
 
     void render(const Tile& tile) const override {
         std::vector<float> columns(tile.width());
@@ -54,7 +54,7 @@ class Checkerboard : public Field {
         return static_cast<float>(std::clamp(0.5 + (isEven ? 0.5 : -0.5) * peak / softness_, 0.0, 1.0));
     }
 
-    // The plain colours come out as given, to the last bit.
+    // The plain colors come out as given, to the last bit.
     void write(float even, float* to) const {
         if (even == 1) {
             WriteMix(color0_, color0_, 0, to);

@@ -1,6 +1,6 @@
 // gaussian_gradient.cpp - a round spot: color0 in the middle, color1 from the radius on.
 //
-// t = clamp(distance / radius); the colour is color1 + (color0 - color1) (1 - t t (3 - 2 t)), of premultiplied colours.
+// t = clamp(distance / radius); the color is color1 + (color0 - color1) (1 - t t (3 - 2 t)), of premultiplied colors.
 
 #include <cmath>
 
@@ -16,8 +16,8 @@ class GaussianGradient : public Field {
         : centerX_(inputs.element("inputCenter", 0)),
           centerY_(inputs.element("inputCenter", 1)),
           radius_(inputs.number("inputRadius")),
-          color0_(inputs.colour("inputColor0")),
-          color1_(inputs.colour("inputColor1")) {}
+          color0_(inputs.color("inputColor0")),
+          color1_(inputs.color("inputColor1")) {}
 
     void render(const Tile& tile) const override {
         // A radius too small to divide by leaves no spot.

@@ -10,7 +10,7 @@ namespace core_image {
 ImageRef MakeConstantImage(const Pixel& pixel);
 
 // CIConstantColorGenerator: inputColor everywhere.
-ImageRef ConstantColour(const Inputs& inputs);
+ImageRef ConstantColor(const Inputs& inputs);
 
 // CICheckerboardGenerator: squares of inputWidth, one corner of them at inputCenter, inputColor0 above and to the right of it.
 ImageRef CheckerboardGenerator(const Inputs& inputs);

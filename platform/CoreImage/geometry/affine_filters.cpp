@@ -1,8 +1,8 @@
 // affine_filters.cpp - the filters that have a transform. A transform that cannot be inverted gives no image.
 
-#include "geometry/affine.h"
+#include "sampling/affine.h"
 #include "geometry/geometry.h"
-#include "geometry/repeat.h"
+#include "sampling/repeat.h"
 
 namespace core_image {
 namespace {

@@ -1,7 +1,7 @@
 // circular_screen.cpp - rings: the pattern rises from a ring's middle to halfway between two, and falls again.
 //
-// At a distance r from the centre f = fract(r / width), and the pattern is 2 min(f, 1 - f) - 1/2.
-// Why doubles: far from the centre a float no longer tells where between two rings a pixel stands.
+// At a distance r from the center f = fract(r / width), and the pattern is 2 min(f, 1 - f) - 1/2.
+// Why doubles: far from the center a float no longer tells where between two rings a pixel stands.
 
 #include <utility>
 #include <vector>
@@ -30,9 +30,9 @@ HWY_INLINE hn::Vec<HalfTag> FromRing(const double* columns, double row) {
     return hn::DemoteTo(HalfTag(), hn::Add(nearest, nearest));
 }
 
-// Columns and row are squares of distances in rings; their sum is that of the distance from the centre.
+// Columns and row are squares of distances in rings; their sum is that of the distance from the center.
 HWY_ATTR void RingRow(const double* columns, double row, float slope, float* pixels, std::size_t count) {
-    ForEachIndexedPlace<0>(pixels, nullptr, count, [&](Colours& c, const auto&, std::size_t index) HWY_ATTR {
+    ForEachIndexedPlace<0>(pixels, nullptr, count, [&](Colors& c, const auto&, std::size_t index) HWY_ATTR {
         Clip(c);
         const Wide pattern = hn::Combine(WideTag(), FromRing(columns + index + hn::Lanes(HalfTag()), row),
                                          FromRing(columns + index, row));
@@ -67,7 +67,7 @@ class Rings : public ScreenRows {
     }
 
   private:
-    // The square of a pixel's distance from the centre in one direction, in rings.
+    // The square of a pixel's distance from the center in one direction, in rings.
     static double square(std::int64_t pixel, double center, double width) {
         const double rings = (static_cast<double>(pixel) + 0.5 - center) / width;
         return rings * rings;

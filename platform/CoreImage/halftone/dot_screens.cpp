@@ -1,7 +1,7 @@
 // dot_screens.cpp - dots of light on black, and of four inks on white.
 //
 // The pattern is k times that of dots.h. k = (sharpness - 0.005) / 4, 0 at least: so black stays black and white stays white at
-// every sharpness, and a screen without any is the picture in grey.
+// every sharpness, and a screen without any is the picture in gray.
 
 #include <algorithm>
 #include <utility>
@@ -32,7 +32,7 @@ HWY_INLINE Wide Covered(Wide tone, const DotRow& row, std::size_t index, const D
 }
 
 HWY_ATTR void DotScreenRow(const DotRow& row, const DotContrast& contrast, float* pixels, std::size_t count) {
-    ForEachIndexedPlace<0>(pixels, nullptr, count, [&](Colours& c, const auto&, std::size_t index) HWY_ATTR {
+    ForEachIndexedPlace<0>(pixels, nullptr, count, [&](Colors& c, const auto&, std::size_t index) HWY_ATTR {
         Clip(c);
         const Wide light = Covered(DivideOrZero(Luminance(c), c.alpha), row, index, contrast);
         c.red = c.green = c.blue = hn::Mul(light, c.alpha);
@@ -41,7 +41,7 @@ HWY_ATTR void DotScreenRow(const DotRow& row, const DotContrast& contrast, float
 
 HWY_ATTR void HalftoneRow(const DotRow* inks, const DotContrast& contrast, const BlackInk& black, float* pixels,
                           std::size_t count) {
-    ForEachIndexedPlace<0>(pixels, nullptr, count, [&](Colours& c, const auto&, std::size_t index) HWY_ATTR {
+    ForEachIndexedPlace<0>(pixels, nullptr, count, [&](Colors& c, const auto&, std::size_t index) HWY_ATTR {
         Clip(c);
         Unpremultiply(c);
         const Wide one = Constant(1);
@@ -136,11 +136,11 @@ class InkDots : public Screen {
             return static_cast<float>(std::clamp(inputs.number(key), 0.0, 1.0));
         };
         black_ = {share("inputGCR"), share("inputUCR")};
-        // A quarter of a period back from where the sine is 0 it is least: a dot of ink is on the centre.
-        constexpr double kOnCentre = -0.25;
+        // A quarter of a period back from where the sine is 0 it is least: a dot of ink is on the center.
+        constexpr double kOnCenter = -0.25;
         const double degrees[] = {15, 75, 0, 45};
         for (std::size_t ink = 0; ink < 4; ++ink)
-            grids_[ink] = GridOf(inputs, width, degrees[ink] * kDegree, kOnCentre);
+            grids_[ink] = GridOf(inputs, width, degrees[ink] * kDegree, kOnCenter);
     }
 
     std::unique_ptr<const ScreenRows> prepare(const Region& region) const override {

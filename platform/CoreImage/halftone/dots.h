@@ -1,6 +1,6 @@
 // dots.h - the pattern of a screen of dots: two waves that cross at right angles.
 //
-// With (u, v) the place from the centre, turned back by the angle and in units of the width, the pattern is
+// With (u, v) the place from the center, turned back by the angle and in units of the width, the pattern is
 // sin 2 pi (u + shift) + sin 2 pi (v + shift), between -2 and 2. The sine of a sum is made of sines and cosines of its parts, so
 // four tables of a column's part and of a row's make every pixel.
 
@@ -18,7 +18,7 @@ struct DotGrid {
     double centerX, centerY;
     double angle;
     double width;
-    double shift;  // how far dots lie from the centre, in widths
+    double shift;  // how far dots lie from the center, in widths
 };
 
 // Sines and cosines along one direction, of both waves.
@@ -34,7 +34,7 @@ struct DotContrast {
 
 // What black ink does to the others.
 struct BlackInk {
-    float replaced;  // how much of the grey that they have in common is printed in black
+    float replaced;  // how much of the gray that they have in common is printed in black
     float removed;   // how much of that black is taken away from each of them
 };
 

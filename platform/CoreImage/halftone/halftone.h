@@ -17,7 +17,7 @@ ImageRef CircularScreen(const Inputs& inputs);
 // CIDotScreen: dots inputWidth apart in rows along inputAngle, placed by inputCenter.
 ImageRef DotScreen(const Inputs& inputs);
 
-// CICMYKHalftone: a screen of dots for each of four inks on white paper. Black replaces inputGCR of the grey that the other inks
+// CICMYKHalftone: a screen of dots for each of four inks on white paper. Black replaces inputGCR of the gray that the other inks
 // have in common; inputUCR of that black is taken away from them.
 ImageRef CMYKHalftone(const Inputs& inputs);
 

@@ -13,7 +13,7 @@ constexpr double kMostSamples = 1 << 20;
 // Whole numbers further out are beyond what pixels are counted with.
 constexpr std::int64_t kFarthest = std::int64_t{1} << 50;
 
-// The first cell whose centre is not before an edge.
+// The first cell whose center is not before an edge.
 std::int64_t FirstCell(std::int64_t edge, std::int64_t step) {
     const std::int64_t place = edge - step / 2;
     return place >= 0 ? (place + step - 1) / step : -(-place / step);

@@ -17,7 +17,7 @@
 
 namespace core_image {
 
-// Pixels to look at: the centres of a region's cells.
+// Pixels to look at: the centers of a region's cells.
 struct Samples {
     Region cells;
     std::int64_t stepX = 1;
@@ -26,7 +26,7 @@ struct Samples {
     double count() const { return static_cast<double>(cells.width) * static_cast<double>(cells.height); }
 };
 
-// The samples whose centres lie in a region, at given steps.
+// The samples whose centers lie in a region, at given steps.
 Samples SamplesAt(const Region& region, std::int64_t stepX, std::int64_t stepY);
 
 // The pixels of a region; of a region larger than any bitmap, which only a pattern without end can fill, a million at most.

@@ -1,15 +1,15 @@
-// comic_effect.cpp - a comic: few colours, printed in dots, under lines of ink.
+// comic_effect.cpp - a comic: few colors, printed in dots, under lines of ink.
 //
-// The picture, smoothed, has six steps of each colour, evenly spaced as the eye sees them. Half of the light is these colours,
+// The picture, smoothed, has six steps of each color, evenly spaced as the eye sees them. Half of the light is these colors,
 // half their halftone in four inks. Lines are the woodcut of the smoothed picture: the dark side of every edge.
 
 #include <utility>
 
 #include "blur/blur.h"
-#include "colour/cube_kernels.h"
-#include "colour/formulas.h"
+#include "color/cube_kernels.h"
+#include "color/formulas.h"
 #include "core/point.h"
-#include "geometry/repeat.h"
+#include "sampling/repeat.h"
 #include "halftone/halftone.h"
 #include "stylize/stylize.h"
 
@@ -22,11 +22,11 @@
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
 
-// Takes the colours of blurred pixels, and leaves alpha.
+// Takes the colors of blurred pixels, and leaves alpha.
 HWY_ATTR void SmoothRow(float* pixels, const float* const* others, std::size_t count) {
-    ForEachPlace<1>(pixels, others, count, [](Colours& c, const auto& given) HWY_ATTR {
+    ForEachPlace<1>(pixels, others, count, [](Colors& c, const auto& given) HWY_ATTR {
         Clip(c);
-        Colours blurred = given[0];
+        Colors blurred = given[0];
         Clip(blurred);
         Unpremultiply(blurred);
         c = {blurred.red, blurred.green, blurred.blue, c.alpha};
@@ -36,8 +36,8 @@ HWY_ATTR void SmoothRow(float* pixels, const float* const* others, std::size_t c
 
 // The mean of pixels and their halftone, as dark as the lines are.
 HWY_ATTR void ComicRow(float* pixels, const float* const* others, std::size_t count) {
-    ForEachPlace<2>(pixels, others, count, [](Colours& c, const auto& given) HWY_ATTR {
-        const Colours &dots = given[0], &lines = given[1];
+    ForEachPlace<2>(pixels, others, count, [](Colors& c, const auto& given) HWY_ATTR {
+        const Colors &dots = given[0], &lines = given[1];
         const Wide tone = hn::Mul(DivideOrZero(lines.red, lines.alpha), Constant(0.5f));
         const auto printed = [&](Wide flat, Wide dotted) HWY_ATTR { return hn::Mul(hn::Add(flat, dotted), tone); };
         c = {printed(c.red, dots.red), printed(c.green, dots.green), printed(c.blue, dots.blue), c.alpha};
@@ -60,8 +60,8 @@ constexpr double kLineRadius = 2.5;
 constexpr double kDotWidth = 7;
 constexpr double kDotSharpness = 0.7;
 
-// Colours in few steps of what is stored, which are even to the eye.
-class FewColours : public PointFunction {
+// Colors in few steps of what is stored, which are even to the eye.
+class FewColors : public PointFunction {
   public:
     void apply(float* pixels, std::size_t count) const override {
         EncodeClipped(pixels, count);
@@ -70,7 +70,7 @@ class FewColours : public PointFunction {
     }
 };
 
-class SmoothColours : public CombiningFunction {
+class SmoothColors : public CombiningFunction {
   public:
     void apply(float* pixels, const float* const* others, std::size_t count) const override {
         HWY_DYNAMIC_DISPATCH(SmoothRow)(pixels, others, count);
@@ -100,7 +100,7 @@ InputValue Given(const char* key, const ImageRef& image) {
 
 }  // namespace
 
-// Black replaces all of the grey of the other inks: the picture stays bright and its dots colourful. Edges are found as in the
+// Black replaces all of the gray of the other inks: the picture stays bright and its dots colorful. Edges are found as in the
 // woodcut, whose lines are black on one side only and leave even areas alone.
 ImageRef ComicEffect(const Inputs& inputs) {
     ImageRef input = inputs.image("inputImage");
@@ -108,8 +108,8 @@ ImageRef ComicEffect(const Inputs& inputs) {
     const Extent extent = input->extent();
     ImageRef blurred = MakeGaussianBlurImage(MakeClampedImage(input), kSmoothing);
     const ImageRef smooth =
-        MakeCombinedImage({std::move(input), std::move(blurred)}, std::make_unique<SmoothColours>(), extent);
-    ImageRef flat = MakePointImage(smooth, std::make_unique<FewColours>());
+        MakeCombinedImage({std::move(input), std::move(blurred)}, std::make_unique<SmoothColors>(), extent);
+    ImageRef flat = MakePointImage(smooth, std::make_unique<FewColors>());
     const InputValue printing[] = {Given("inputImage", flat), Given("inputWidth", kDotWidth),
                                    Given("inputSharpness", kDotSharpness), Given("inputGCR", 1), Given("inputUCR", 1)};
     ImageRef dots = CMYKHalftone(Inputs(printing, std::size(printing)));

@@ -1,6 +1,6 @@
-// crystallize.cpp - a mosaic: every pixel has the colour of the seed nearest to it.
+// crystallize.cpp - a mosaic: every pixel has the color of the seed nearest to it.
 //
-// Seeds stand in a square grid as fine as the radius, each moved by chance within its cell. A seed's colour is the mean of the
+// Seeds stand in a square grid as fine as the radius, each moved by chance within its cell. A seed's color is the mean of the
 // square around it, as wide as the radius, of what lies in the image; a seed beside the image takes the nearest place in it.
 // Where cells are small their seeds are made anew for each tile; larger ones, which many tiles share, once for a region.
 
@@ -14,7 +14,7 @@
 
 #include "blur/reduced.h"
 #include "core/buffered.h"
-#include "geometry/repeat.h"
+#include "sampling/repeat.h"
 #include "stylize/crystals.h"
 #include "stylize/stylize.h"
 
@@ -57,7 +57,7 @@ struct Grid {
     }
 };
 
-// Where the colours of seeds come from: an image, or a smaller one, and the pixels that a seed's square reaches to each side.
+// Where the colors of seeds come from: an image, or a smaller one, and the pixels that a seed's square reaches to each side.
 struct Palette {
     ImageRef image;
     Extent extent;
@@ -80,10 +80,10 @@ class Seeds {
     Seeds(const Grid& grid, const Region& cells)
         : grid_(grid),
           cells_(cells),
-          colours_(static_cast<std::size_t>(cells.width * cells.height) * kFloatsPerPixel) {}
+          colors_(static_cast<std::size_t>(cells.width * cells.height) * kFloatsPerPixel) {}
 
-    // Computes the colours of a row of cells.
-    void colourRow(std::int64_t row, const Palette& palette, const Prepared& image) {
+    // Computes the colors of a row of cells.
+    void colorRow(std::int64_t row, const Palette& palette, const Prepared& image) {
         for (std::int64_t column = cells_.x; column < cells_.right(); ++column) {
             const PixelBlock block(square(palette, column, row));
             image.render(block.tile());
@@ -94,13 +94,13 @@ class Seeds {
                 for (std::int64_t x = 0; x < region.width; ++x)
                     for (double& sum : sums) sum += static_cast<double>(*from++);
             }
-            float* to = colours_.data() + number(column, row) * kFloatsPerPixel;
+            float* to = colors_.data() + number(column, row) * kFloatsPerPixel;
             const double count = static_cast<double>(region.width * region.height);
             for (const double sum : sums) *to++ = FiniteFloat(sum / count);
         }
     }
 
-    // The pixels that all these colours come from.
+    // The pixels that all these colors come from.
     Region source(const Palette& palette) const {
         const Region first = square(palette, cells_.x, cells_.y);
         Region all = first;
@@ -142,7 +142,7 @@ class Seeds {
             float* to = tile.row(y);
             for (std::size_t index = 0; index < tile.width(); ++index, to += kFloatsPerPixel) {
                 const std::size_t seed = numbers[static_cast<std::size_t>(nearest[index])];
-                std::memcpy(to, &colours_[seed * kFloatsPerPixel], kFloatsPerPixel * sizeof(float));
+                std::memcpy(to, &colors_[seed * kFloatsPerPixel], kFloatsPerPixel * sizeof(float));
             }
         }
     }
@@ -162,7 +162,7 @@ class Seeds {
 
     Grid grid_;
     Region cells_;
-    std::vector<float> colours_;
+    std::vector<float> colors_;
 };
 
 class MosaicStage : public Stage {
@@ -173,7 +173,7 @@ class MosaicStage : public Stage {
         if (!image_.isPointwise()) image_ = Prepare(MakeBufferedImage(palette.image), seeds.source(palette));
         if (grid.radius <= kLargestSmall) return;
         const Region& cells = seeds.cells();
-        tbb::parallel_for(cells.y, cells.top(), [&](std::int64_t row) { seeds.colourRow(row, palette, image_); });
+        tbb::parallel_for(cells.y, cells.top(), [&](std::int64_t row) { seeds.colorRow(row, palette, image_); });
         seeds_ = std::move(seeds);
     }
 
@@ -184,7 +184,7 @@ class MosaicStage : public Stage {
         }
         Seeds seeds(grid_, grid_.around(tile.region));
         const Region& cells = seeds.cells();
-        for (std::int64_t row = cells.y; row < cells.top(); ++row) seeds.colourRow(row, palette_, image_);
+        for (std::int64_t row = cells.y; row < cells.top(); ++row) seeds.colorRow(row, palette_, image_);
         draw(seeds, tile);
     }
 
@@ -227,7 +227,7 @@ class MosaicImage : public Image {
     Palette palette_;
 };
 
-// The colours for squares as wide as a radius.
+// The colors for squares as wide as a radius.
 //
 // The smaller picture is made of one that goes on beyond its frame as its outermost pixels do, so that its own outermost pixels
 // are as opaque as the others.
@@ -248,7 +248,7 @@ Palette PaletteOf(const ImageRef& input, double radius) {
 
 }  // namespace
 
-// A seed's colour is a mean, not that of one pixel: blocks keep the tones of a picture with fine detail.
+// A seed's color is a mean, not that of one pixel: blocks keep the tones of a picture with fine detail.
 ImageRef Crystallize(const Inputs& inputs) {
     ImageRef input = inputs.image("inputImage");
     const double radius = std::min(inputs.number("inputRadius"), kFarthest);

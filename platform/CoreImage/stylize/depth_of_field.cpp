@@ -1,4 +1,4 @@
-// depth_of_field.cpp - a miniature: what is near a line stays, more colourful and sharper; all else is out of focus.
+// depth_of_field.cpp - a miniature: what is near a line stays, more colorful and sharper; all else is out of focus.
 //
 // The line goes from one point to the other. Up to a tenth of the image's shorter side from it everything is in focus, from three
 // tenths on nothing is, with a smooth step between. In focus a pixel v, beside its Gaussian blur b, is v + intensity (v - b) with
@@ -10,7 +10,7 @@
 #include "blur/blur.h"
 #include "core/luminance.h"
 #include "core/point.h"
-#include "geometry/repeat.h"
+#include "sampling/repeat.h"
 #include "stylize/focus.h"
 #include "stylize/framed.h"
 #include "stylize/stylize.h"
@@ -44,23 +44,23 @@ HWY_ATTR void FocusRow(const FocusLine& line, double x, double y, float* blurs, 
 }
 
 HWY_ATTR void ClipRow(float* pixels, std::size_t count) {
-    ForEachPixel(pixels, count, [](Colours& c) HWY_ATTR { Clip(c); });
+    ForEachPixel(pixels, count, [](Colors& c) HWY_ATTR { Clip(c); });
 }
 
-// Sharpens and colours pixels by blurred ones, and goes from there to those out of focus.
+// Sharpens and colors pixels by blurred ones, and goes from there to those out of focus.
 HWY_ATTR void MiniatureRow(float* pixels, const float* const* others, const float* blurs, float sharpening,
                            float saturation, std::size_t count) {
-    ForEachIndexedPlace<2>(pixels, others, count, [&](Colours& c, const auto& given, std::size_t index) HWY_ATTR {
-        const Colours &soft = given[0], &away = given[1];
+    ForEachIndexedPlace<2>(pixels, others, count, [&](Colors& c, const auto& given, std::size_t index) HWY_ATTR {
+        const Colors &soft = given[0], &away = given[1];
         const Wide share = hn::LoadU(WideTag(), blurs + index);
         const auto sharpened = [&](Wide own, Wide blurred) HWY_ATTR {
             return Finite(hn::MulAdd(hn::Sub(own, blurred), Constant(sharpening), own));
         };
-        Colours focused = {sharpened(c.red, soft.red), sharpened(c.green, soft.green), sharpened(c.blue, soft.blue),
+        Colors focused = {sharpened(c.red, soft.red), sharpened(c.green, soft.green), sharpened(c.blue, soft.blue),
                            c.alpha};
-        const Wide grey = Luminance(focused);
+        const Wide gray = Luminance(focused);
         const auto saturated = [&](Wide value)
-                                   HWY_ATTR { return hn::MulAdd(hn::Sub(value, grey), Constant(saturation), grey); };
+                                   HWY_ATTR { return hn::MulAdd(hn::Sub(value, gray), Constant(saturation), gray); };
         focused = {saturated(focused.red), saturated(focused.green), saturated(focused.blue), c.alpha};
         Clip(focused);
         // Written so that wholly out of focus is exactly the blurred pixel.

@@ -8,7 +8,7 @@
 
 #include "blur/blur.h"
 #include "core/point.h"
-#include "geometry/repeat.h"
+#include "sampling/repeat.h"
 #include "stylize/framed.h"
 #include "stylize/stylize.h"
 
@@ -22,14 +22,14 @@ HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
 
 HWY_ATTR void LuminanceRow(float* pixels, std::size_t count) {
-    ForEachPixel(pixels, count, [](Colours& c) HWY_ATTR {
+    ForEachPixel(pixels, count, [](Colors& c) HWY_ATTR {
         Clip(c);
         c.red = c.green = c.blue = Luminance(c);
     });
 }
 
 HWY_ATTR void WoodcutRow(float* pixels, const float* const* others, std::size_t count) {
-    ForEachPlace<2>(pixels, others, count, [](Colours& c, const auto& blurred) HWY_ATTR {
+    ForEachPlace<2>(pixels, others, count, [](Colors& c, const auto& blurred) HWY_ATTR {
         const Wide own = blurred[0].red, around = blurred[1].red;
         const Wide contrast = hn::Div(hn::Sub(own, around), hn::Add(around, Constant(0.02f)));
         const Wide tone = Clamp01(hn::MulAdd(hn::Add(contrast, Constant(0.05f)), Constant(8), Constant(1)));

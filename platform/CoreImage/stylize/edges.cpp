@@ -1,11 +1,11 @@
-// edges.cpp - how steep the picture is, colour by colour.
+// edges.cpp - how steep the picture is, color by color.
 //
-// Half the difference of the neighbours to the right and left, and of those above and below: the length of the two together,
+// Half the difference of the neighbors to the right and left, and of those above and below: the length of the two together,
 // times the intensity. Premultiplied linear light; nothing is clipped.
 
 #include <utility>
 
-#include "geometry/repeat.h"
+#include "sampling/repeat.h"
 #include "stylize/stylize.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -17,7 +17,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
 
-// As many whole pixels as a vector has room for; the pixel itself has one neighbour on each side.
+// As many whole pixels as a vector has room for; the pixel itself has one neighbor on each side.
 template <class D>
 HWY_INLINE void EdgeVector(D d, const float* above, const float* row, const float* below, float scale, float* out) {
     const auto dx = hn::Sub(hn::LoadU(d, row + 8), hn::LoadU(d, row));

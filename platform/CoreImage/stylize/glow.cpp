@@ -25,7 +25,7 @@ HWY_INLINE void AddDifference(float* pixels, const float* const* others, std::si
     const auto add = [&](Wide& value, Wide blurred) HWY_ATTR {
         value = hn::MulAdd(function(hn::Sub(blurred, value)), Constant(intensity), value);
     };
-    ForEachPlace<1>(pixels, others, count, [&](Colours& c, const auto& given) HWY_ATTR {
+    ForEachPlace<1>(pixels, others, count, [&](Colors& c, const auto& given) HWY_ATTR {
         add(c.red, given[0].red);
         add(c.green, given[0].green);
         add(c.blue, given[0].blue);

@@ -18,7 +18,7 @@ ImageRef MakeGlowImage(ImageRef input, ImageRef blurred, Glow glow, double inten
 ImageRef Bloom(const Inputs& inputs);
 ImageRef Gloom(const Inputs& inputs);
 
-// CIEdges: how fast each colour changes, times inputIntensity, on black; alpha stays.
+// CIEdges: how fast each color changes, times inputIntensity, on black; alpha stays.
 ImageRef Edges(const Inputs& inputs);
 
 // An image as a woodcut: black where it, blurred by grain, is darker than blurred by a radius, white elsewhere; alpha stays.
@@ -27,14 +27,14 @@ ImageRef MakeWoodcutImage(ImageRef input, double grain, double radius);
 // CIEdgeWork: the woodcut by inputRadius.
 ImageRef EdgeWork(const Inputs& inputs);
 
-// CICrystallize: convex polygons of one colour each, about inputRadius wide, in a pattern that moves with inputCenter. The input
+// CICrystallize: convex polygons of one color each, about inputRadius wide, in a pattern that moves with inputCenter. The input
 // itself for a radius up to 1.
 ImageRef Crystallize(const Inputs& inputs);
 
-// CIDepthOfField: sharp and colourful near the line from inputPoint0 to inputPoint1, blurred by inputRadius away from it.
+// CIDepthOfField: sharp and colorful near the line from inputPoint0 to inputPoint1, blurred by inputRadius away from it.
 ImageRef DepthOfField(const Inputs& inputs);
 
-// CIComicEffect: few colours, half of them in dots, and black lines; alpha stays.
+// CIComicEffect: few colors, half of them in dots, and black lines; alpha stays.
 ImageRef ComicEffect(const Inputs& inputs);
 
 }  // namespace core_image

@@ -6,7 +6,7 @@
 #define HWY_TARGET_INCLUDE "tile/folds.cpp"
 #include <hwy/foreach_target.h>
 
-#include "geometry/warp-inl.h"
+#include "sampling/warp-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
@@ -16,7 +16,7 @@ struct InCell {
     PlaceVector s, t;
 };
 
-// Why: a place that is this near to a seam is on it, or seams through the centres of pixels would be ragged by what
+// Why: a place that is this near to a seam is on it, or seams through the centers of pixels would be ragged by what
 // doubles round off.
 constexpr double kOnSeam = 1e-9;
 

@@ -7,7 +7,7 @@
 
 #pragma once
 
-#include "geometry/warp.h"
+#include "sampling/warp.h"
 
 namespace core_image {
 

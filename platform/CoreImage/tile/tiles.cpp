@@ -17,7 +17,7 @@ constexpr double kNarrowest = 1e-6;
 constexpr double kFlattest = 0.01;
 
 // A turn by an angle. Why rounded: a quarter turn given as a 32-bit float would miss pixels by a little, and so make
-// seams that run through their centres ragged.
+// seams that run through their centers ragged.
 struct Turn {
     double cos, sin;
 

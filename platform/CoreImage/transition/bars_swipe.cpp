@@ -6,7 +6,7 @@
 
 #include <cmath>
 
-#include "geometry/warp.h"
+#include "sampling/warp.h"
 #include "transition/between.h"
 #include "transition/formulas.h"
 #include "transition/transition.h"
@@ -43,23 +43,23 @@ class BarsWarp : public Warp {
     }
 
     void places(const PlaceRow& row, double* x, double* y) const override {
-        const double centreY = static_cast<double>(row.y) + 0.5;
+        const double centerY = static_cast<double>(row.y) + 0.5;
         for (std::size_t index = 0; index < row.count; ++index) {
-            const double centreX = static_cast<double>(row.x + static_cast<std::int64_t>(index)) + 0.5;
-            const double slid = slidAt(across_.along(centreX, centreY));
-            x[index] = centreX - across_.y * slid;
-            y[index] = centreY + across_.x * slid;
+            const double centerX = static_cast<double>(row.x + static_cast<std::int64_t>(index)) + 0.5;
+            const double slid = slidAt(across_.along(centerX, centerY));
+            x[index] = centerX - across_.y * slid;
+            y[index] = centerY + across_.x * slid;
         }
     }
 
-    Extent source(const Extent& centres) const override {
+    Extent source(const Extent& centers) const override {
         const auto [least, most] =
-            across_.of(centres.left, centres.bottom, centres.right - centres.left, centres.top - centres.bottom);
+            across_.of(centers.left, centers.bottom, centers.right - centers.left, centers.top - centers.bottom);
         const double far = slidAt(least), near = slidAt(most);
         const double farX = -across_.y * far, nearX = -across_.y * near;
         const double farY = across_.x * far, nearY = across_.x * near;
-        return {centres.left + std::min(farX, nearX), centres.bottom + std::min(farY, nearY),
-                centres.right + std::max(farX, nearX), centres.top + std::max(farY, nearY)};
+        return {centers.left + std::min(farX, nearX), centers.bottom + std::min(farY, nearY),
+                centers.right + std::max(farX, nearX), centers.top + std::max(farY, nearY)};
     }
 
     bool isScattered() const override { return true; }

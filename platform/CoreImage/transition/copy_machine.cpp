@@ -49,7 +49,7 @@ class Strip : public Field {
     double start_;
 };
 
-// The light at the strip's brightest. Why not a colour like others: the numbers of this one are taken as linear light.
+// The light at the strip's brightest. Why not a color like others: the numbers of this one are taken as linear light.
 Pixel LightOf(const Inputs& inputs) {
     const double alpha = inputs.element("inputColor", 3), opacity = inputs.number("inputOpacity");
     const auto light = [&](std::size_t index) {

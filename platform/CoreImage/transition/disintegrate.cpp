@@ -8,7 +8,7 @@
 #include <cmath>
 
 #include "core/window.h"
-#include "geometry/affine.h"
+#include "sampling/affine.h"
 #include "transition/between.h"
 #include "transition/formulas.h"
 #include "transition/transition.h"

@@ -20,7 +20,7 @@ namespace {
 
 constexpr double kTurn = 6.283185307179586;
 
-// Nearer to the centre than this all is as bright as here.
+// Nearer to the center than this all is as bright as here.
 constexpr double kNearest = 1e-6;
 
 // How bright the rays are, around the circle; brightness goes straight from one ray to the next.
@@ -58,7 +58,7 @@ double RadiusAt(double time, double width, double height) {
     return 0.3168 * size * time * time * time / (1 - time * time);
 }
 
-// The light, which has alpha as it has colours.
+// The light, which has alpha as it has colors.
 class Flash : public Field {
   public:
     Flash(const Inputs& inputs, double time)
@@ -68,7 +68,7 @@ class Flash : public Field {
           reach_(inputs.number("inputMaxStriationRadius") * radius_),
           contrast_(inputs.number("inputStriationContrast")),
           strength_(inputs.number("inputStriationStrength")),
-          color_(inputs.colour("inputColor")) {}
+          color_(inputs.color("inputColor")) {}
 
     void render(const Tile& tile) const override {
         for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {

@@ -11,30 +11,30 @@
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
 
-using One = std::array<Colours, 1>;
-using Two = std::array<Colours, 2>;
+using One = std::array<Colors, 1>;
+using Two = std::array<Colors, 2>;
 
 // Written so that 0 gives exactly the one and 1 exactly the other.
 HWY_INLINE Wide Mix(Wide a, Wide b, Wide k) { return hn::MulAdd(a, hn::Sub(Constant(1), k), hn::Mul(b, k)); }
 
 // Replaces each number of a pixel by what a function makes of it and its fellow of another.
 template <class Function>
-HWY_INLINE void ForEachNumber(Colours& c, const Colours& other, const Function& function) {
+HWY_INLINE void ForEachNumber(Colors& c, const Colors& other, const Function& function) {
     c = {function(c.red, other.red), function(c.green, other.green), function(c.blue, other.blue),
          function(c.alpha, other.alpha)};
 }
 
-HWY_INLINE void Change(const DissolveFormula& formula, Colours& c, const One& others) {
+HWY_INLINE void Change(const DissolveFormula& formula, Colors& c, const One& others) {
     const Wide time = Constant(formula.time);
     ForEachNumber(c, others[0], [&](Wide image, Wide target) HWY_ATTR { return Mix(image, target, time); });
 }
 
-HWY_INLINE void Change(const UncoverFormula&, Colours& c, const One& others) {
+HWY_INLINE void Change(const UncoverFormula&, Colors& c, const One& others) {
     const Wide free = hn::Sub(Constant(1), c.alpha);
     ForEachNumber(c, others[0], [&](Wide image, Wide target) HWY_ATTR { return hn::MulAdd(target, free, image); });
 }
 
-HWY_INLINE void Change(const GlareFormula& formula, Colours& c, const Two& others) {
+HWY_INLINE void Change(const GlareFormula& formula, Colors& c, const Two& others) {
     constexpr float kRise = 1 / 0.83f, kFall = 1 / 0.17f;
     const Wide p = others[1].red, rest = hn::Sub(Constant(1), p);
     const Wide glare = hn::Min(hn::Mul(p, Constant(kRise)), hn::Mul(rest, Constant(kFall)));
@@ -45,13 +45,13 @@ HWY_INLINE void Change(const GlareFormula& formula, Colours& c, const Two& other
     c.alpha = hn::MulAdd(Constant(formula.light.alpha), glare, c.alpha);
 }
 
-HWY_INLINE void Change(const FlashFormula& formula, Colours& c, const Two& others) {
+HWY_INLINE void Change(const FlashFormula& formula, Colors& c, const Two& others) {
     const Wide share = Constant(formula.share);
     ForEachNumber(c, others[1], [](Wide image, Wide light) HWY_ATTR { return Clamp01(hn::Add(image, light)); });
     ForEachNumber(c, others[0], [&](Wide flash, Wide target) HWY_ATTR { return Mix(target, flash, share); });
 }
 
-HWY_INLINE void Change(const DisintegrateFormula& formula, Colours& c, const Two& others) {
+HWY_INLINE void Change(const DisintegrateFormula& formula, Colors& c, const Two& others) {
     const Wide cover = others[1].red, imageGain = Constant(formula.imageGain);
     const Wide lit = hn::NegMulAdd(Constant(formula.density), others[1].green, Constant(1));
     const Wide targetGain = hn::Mul(Constant(formula.targetGain), lit);
@@ -65,7 +65,7 @@ HWY_INLINE void Change(const DisintegrateFormula& formula, Colours& c, const Two
 #define CORE_IMAGE_DEFINE(name, otherCount)                                                                           \
     HWY_ATTR void name##Row(const name##Formula& formula, float* pixels, const float* const* others, std::size_t n) { \
         ForEachPlace<otherCount>(pixels, others, n,                                                                   \
-                                 [&](Colours& c, const auto& given) HWY_ATTR { Change(formula, c, given); });         \
+                                 [&](Colors& c, const auto& given) HWY_ATTR { Change(formula, c, given); });         \
     }
 CORE_IMAGE_TRANSITION_FORMULAS(CORE_IMAGE_DEFINE)
 #undef CORE_IMAGE_DEFINE

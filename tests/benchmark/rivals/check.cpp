@@ -15,7 +15,7 @@ constexpr std::size_t kMargin = 64;
 constexpr double kTolerance = 0.004;
 constexpr double kOutliers = 0.01;
 
-// Counts the colours of two results that are further apart than a tolerance, which is a share of the largest of ours.
+// Counts the colors of two results that are further apart than a tolerance, which is a share of the largest of ours.
 template <typename Number>
 std::string Compare(const Number* ours, const Number* theirs, std::size_t count, double tolerance) {
     const bool isLarge = count == kWidth * kHeight * kChannels;

@@ -1,4 +1,4 @@
-// halide.cpp - Halide: what a good compiler makes of each operation, with schedules of its kind: vectorised, on all threads, fused.
+// halide.cpp - Halide: what a good compiler makes of each operation, with schedules of its kind: vectorized, on all threads, fused.
 //
 // A picture is seen in one of two ways: as rows of floats, where all channels are treated alike, or as columns, rows and channels.
 // Pipelines are compiled when they are first needed, before anything is timed.
@@ -35,7 +35,7 @@ Buffer<float> Flat(const Picture& picture) {
 }
 
 // A picture as columns, rows and channels, the channels side by side in memory.
-Buffer<float> Colours(const Picture& picture) {
+Buffer<float> Colors(const Picture& picture) {
     return Buffer<float>::make_interleaved(const_cast<float*>(picture.pixels.data()), static_cast<int>(picture.width),
                                            static_cast<int>(picture.height), kChannels);
 }
@@ -71,7 +71,7 @@ Function Both(const std::function<Expr(Expr, Expr)>& operation) {
     return Compiled(result, Flat(First()));
 }
 
-// Lays out and schedules a result of columns, rows and channels that needs no neighbours.
+// Lays out and schedules a result of columns, rows and channels that needs no neighbors.
 template <typename Number>
 Function PixelByPixel(Func result, const Buffer<Number>& like) {
     result.output_buffer().dim(0).set_stride(kPerPixel).dim(2).set_stride(1).set_bounds(0, kPerPixel);
@@ -80,35 +80,35 @@ Function PixelByPixel(Func result, const Buffer<Number>& like) {
     return Compiled(result, like);
 }
 
-// The red, green and blue of a colour matrix.
+// The red, green and blue of a color matrix.
 template <typename Rows>
-std::vector<Expr> Times(const Rows& rows, const std::vector<Expr>& colour) {
+std::vector<Expr> Times(const Rows& rows, const std::vector<Expr>& color) {
     std::vector<Expr> product;
     for (std::size_t to = 0; to < 3; ++to) {
-        product.push_back(F(rows[to][0]) * colour[0] + F(rows[to][1]) * colour[1] + F(rows[to][2]) * colour[2] +
+        product.push_back(F(rows[to][0]) * color[0] + F(rows[to][1]) * color[1] + F(rows[to][2]) * color[2] +
                           F(rows[to][3]));
     }
     return product;
 }
 
-// An operation on colours, alpha staying.
+// An operation on colors, alpha staying.
 using Change = std::function<std::vector<Expr>(const std::vector<Expr>&)>;
 Function Pixels(const Picture& picture, const Change& change) {
-    const Buffer<float> from = Colours(picture);
+    const Buffer<float> from = Colors(picture);
     const std::vector<Expr> changed = change({from(x, y, 0), from(x, y, 1), from(x, y, 2)});
     Func result;
     result(x, y, c) = Halide::mux(c, {changed[0], changed[1], changed[2], from(x, y, 3)});
     return PixelByPixel(result, from);
 }
 
-std::vector<Expr> FiveSteps(std::vector<Expr> colour) {
-    for (Expr& channel : colour) channel *= F(std::exp2(kExposure));
-    colour = Times(kMatrix, colour);
-    for (Expr& channel : colour) {
+std::vector<Expr> FiveSteps(std::vector<Expr> color) {
+    for (Expr& channel : color) channel *= F(std::exp2(kExposure));
+    color = Times(kMatrix, color);
+    for (Expr& channel : color) {
         channel = Halide::fast_pow(channel, F(kGamma));
         channel = 1.0f - Halide::round(channel * F(kLevels - 1)) * F(1 / (kLevels - 1));
     }
-    return colour;
+    return color;
 }
 
 // A picture as rows of floats, transparent outside. Scheduled as a copy near where it is used: a row of a kernel then needs no test
@@ -119,7 +119,7 @@ Func Surrounded(const Picture& picture) {
     return padded;
 }
 
-// A weighted sum over the neighbours of a kernel of odd edges, as one expression.
+// A weighted sum over the neighbors of a kernel of odd edges, as one expression.
 Expr Weighed(Func from, const std::vector<double>& weights, int width, int height) {
     Expr sum = 0.0f;
     for (int row = 0; row < height; ++row) {
@@ -186,7 +186,7 @@ Function Mapped(const std::function<Expr(Expr, Expr, Expr)>& from, const Expr& c
     result.split(x, xo, xi, 4 * kLanes).reorder(c, xi, xo, y).bound(c, 0, kPerPixel).vectorize(c).unroll(xi, 4);
     result.split(y, yo, yi, kTasksRows).parallel(yo);
     places.compute_at(result, xo).vectorize(x, kLanes);
-    return Compiled(result, Colours(First()));
+    return Compiled(result, Colors(First()));
 }
 
 // The numbers of a picture. Why from rows of floats: of those it is known that they lie side by side.
@@ -227,7 +227,7 @@ Function BlurAddTurn() {
 Function CubeOf(const Picture& picture) {
     const int edge = static_cast<int>(kCubeEdge);
     const Buffer<float> cube(const_cast<float*>(Cube().data()), {4, edge, edge, edge});
-    const Buffer<float> from = Colours(picture);
+    const Buffer<float> from = Colors(picture);
     Func result;
     std::vector<Expr> first, second, share;
     for (int channel = 0; channel < 3; ++channel) {
@@ -300,7 +300,7 @@ Function BytesIn() {
 }
 
 Function BytesOut() {
-    const Buffer<float> from = Colours(First());
+    const Buffer<float> from = Colors(First());
     const auto encoded = [](const Expr& value) {
         return Halide::select(value <= 0.0031308f, value * 12.92f,
                               Halide::fast_pow(value, F(1 / 2.4)) * 1.055f - 0.055f);
@@ -321,22 +321,22 @@ std::vector<Rival> HalideRivals() {
     const auto named = [](const char* operation, const std::function<Function()>& prepare) {
         return Rival{operation, "Halide", prepare};
     };
-    const auto matrix = [](const std::vector<Expr>& colour) { return Times(kMatrix, colour); };
-    const auto controls = [](const std::vector<Expr>& colour) { return Times(ControlsMatrix(), colour); };
+    const auto matrix = [](const std::vector<Expr>& color) { return Times(kMatrix, color); };
+    const auto controls = [](const std::vector<Expr>& color) { return Times(ControlsMatrix(), color); };
     return {
         named("12 MP/gaussian blur, sigma 10", [] { return Separated(First(), GaussianKernel()); }),
         named("12 MP/box blur, 21 wide",
               [] { return Separated(First(), std::vector<double>(kBoxWidth, 1.0 / kBoxWidth)); }),
         named("12 MP/disc blur, radius 8",
               [] { return Convolved(DiscKernel(), 2 * kDiscRadius + 1, 2 * kDiscRadius + 1); }),
-        named("12 MP/colour matrix", [=] { return Pixels(First(), matrix); }),
+        named("12 MP/color matrix", [=] { return Pixels(First(), matrix); }),
         named("12 MP/invert", [] { return Floats(First(), [](const Expr& value) { return 1.0f - value; }); }),
         named("12 MP/exposure",
               [] { return Floats(First(), [](const Expr& value) { return value * F(std::exp2(kExposure)); }); }),
-        named("12 MP/colour cube 32", [] { return CubeOf(First()); }),
+        named("12 MP/color cube 32", [] { return CubeOf(First()); }),
         named("12 MP/gamma",
               [] { return Floats(First(), [](const Expr& value) { return Halide::fast_pow(value, F(kGamma)); }); }),
-        named("12 MP/colour controls", [=] { return Pixels(First(), controls); }),
+        named("12 MP/color controls", [=] { return Pixels(First(), controls); }),
         named("12 MP/blur 10, add, affine, crop", BlurAddTurn),
         named("12 MP/dissolve",
               [] {
@@ -358,9 +358,9 @@ std::vector<Rival> HalideRivals() {
         named("12 MP/sRGB bytes in", BytesIn),
         named("12 MP/sRGB bytes out", BytesOut),
         named("12 MP/bump", Bump),
-        named("64 x 64/colour matrix", [=] { return Pixels(Small(), matrix); }),
+        named("64 x 64/color matrix", [=] { return Pixels(Small(), matrix); }),
         named("64 x 64/five pointwise steps", [] { return Pixels(Small(), FiveSteps); }),
-        named("64 x 64/colour cube 32", [] { return CubeOf(Small()); }),
+        named("64 x 64/color cube 32", [] { return CubeOf(Small()); }),
         named("64 x 64/gaussian blur, sigma 10", [] { return Separated(Small(), GaussianKernel()); }),
     };
 }

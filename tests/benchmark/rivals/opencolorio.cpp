@@ -1,4 +1,4 @@
-// opencolorio.cpp - OpenColorIO, for the colour cube. It uses one thread for a call, so each thread calls it for its own rows.
+// opencolorio.cpp - OpenColorIO, for the color cube. It uses one thread for a call, so each thread calls it for its own rows.
 
 #include <OpenColorIO/OpenColorIO.h>
 #include <tbb/parallel_for.h>
@@ -40,7 +40,7 @@ std::function<void(void*)> CubeOf(const Picture& picture) {
 }  // namespace
 
 std::vector<Rival> OpenColorIORivals() {
-    return {{"12 MP/colour cube 32", "OpenColorIO", [] { return CubeOf(First()); }}};
+    return {{"12 MP/color cube 32", "OpenColorIO", [] { return CubeOf(First()); }}};
 }
 
 }  // namespace benchmarks

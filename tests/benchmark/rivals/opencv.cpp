@@ -53,7 +53,7 @@ Function Combined(const std::function<void(const cv::Mat&, const cv::Mat&, cv::M
 
 // A 4 x 5 matrix for cv::transform.
 template <typename Rows>
-cv::Mat ColourMatrix(const Rows& rows) {
+cv::Mat ColorMatrix(const Rows& rows) {
     cv::Mat matrix = cv::Mat::zeros(4, 5, CV_32F);
     for (int to = 0; to < 3; ++to) {
         for (int from = 0; from < 4; ++from) {
@@ -68,11 +68,11 @@ cv::Mat ColourMatrix(const Rows& rows) {
 template <typename Rows>
 Function Transformed(const Picture& picture, const Rows& rows) {
     return Stripwise(
-        picture, [matrix = ColourMatrix(rows)](const cv::Mat& from, cv::Mat to) { cv::transform(from, to, matrix); });
+        picture, [matrix = ColorMatrix(rows)](const cv::Mat& from, cv::Mat to) { cv::transform(from, to, matrix); });
 }
 
 Function FiveSteps(const Picture& picture) {
-    return Stripwise(picture, [matrix = ColourMatrix(kMatrix)](const cv::Mat& from, cv::Mat to) {
+    return Stripwise(picture, [matrix = ColorMatrix(kMatrix)](const cv::Mat& from, cv::Mat to) {
         from.convertTo(to, CV_32F, std::exp2(kExposure));
         cv::transform(to, to, matrix);
         cv::pow(to, kGamma, to);
@@ -204,11 +204,11 @@ Function Remapped(const std::function<cv::Point2d(double x, double y)>& source) 
 }
 
 cv::Point2d BumpSource(double column, double row) {
-    const cv::Point2d centre((kWidth - 1) / 2.0, (kHeight - 1) / 2.0);
-    const cv::Point2d away = cv::Point2d(column, row) - centre;
+    const cv::Point2d center((kWidth - 1) / 2.0, (kHeight - 1) / 2.0);
+    const cv::Point2d away = cv::Point2d(column, row) - center;
     const double share = std::min(1.0, std::hypot(away.x, away.y) / kBumpRadius);
     const double smooth = share * share * (3 - 2 * share);
-    return centre + away * (1 - kBumpScale * (1 - smooth));
+    return center + away * (1 - kBumpScale * (1 - smooth));
 }
 
 }  // namespace
@@ -228,7 +228,7 @@ std::vector<Rival> OpenCVRivals() {
               }),
         named("12 MP/disc blur, radius 8",
               [] { return Convolved(DiscKernel(), 2 * kDiscRadius + 1, 2 * kDiscRadius + 1); }),
-        named("12 MP/colour matrix", [] { return Transformed(First(), kMatrix); }),
+        named("12 MP/color matrix", [] { return Transformed(First(), kMatrix); }),
         named("12 MP/invert",
               [] {
                   return Stripwise(
@@ -242,7 +242,7 @@ std::vector<Rival> OpenCVRivals() {
               }),
         named("12 MP/gamma",
               [] { return Stripwise(First(), [](const cv::Mat& from, cv::Mat to) { cv::pow(from, kGamma, to); }); }),
-        named("12 MP/colour controls", [] { return Transformed(First(), ControlsMatrix()); }),
+        named("12 MP/color controls", [] { return Transformed(First(), ControlsMatrix()); }),
         named("12 MP/blur 10, add, affine, crop", BlurAddTurn),
         named("12 MP/dissolve",
               [] {
@@ -271,7 +271,7 @@ std::vector<Rival> OpenCVRivals() {
         named("12 MP/sRGB bytes in", BytesIn),
         named("12 MP/sRGB bytes out", BytesOut),
         named("12 MP/bump", [] { return Remapped(BumpSource); }),
-        named("64 x 64/colour matrix", [] { return Transformed(Small(), kMatrix); }),
+        named("64 x 64/color matrix", [] { return Transformed(Small(), kMatrix); }),
         named("64 x 64/five pointwise steps", [] { return FiveSteps(Small()); }),
         named("64 x 64/gaussian blur, sigma 10", [] { return Whole(Small(), Blur); }),
     };

@@ -103,7 +103,7 @@ VipsImage* Convolved(VipsImage* from, const std::vector<double>& weights, int wi
 }
 
 VipsImage* Turned(VipsImage* from) {
-    // Forward, pixel centres at whole numbers.
+    // Forward, pixel centers at whole numbers.
     const double a = kScale * std::cos(kTurn), b = kScale * std::sin(kTurn);
     const double x = (kWidth - 1) / 2.0, y = (kHeight - 1) / 2.0;
     VipsInterpolate* bilinear = vips_interpolate_new("bilinear");
@@ -156,7 +156,7 @@ std::vector<Rival> VipsRivals() {
     };
     return {
         named("12 MP/gaussian blur, sigma 10", Gaussian),
-        named("12 MP/colour matrix", Matrix),
+        named("12 MP/color matrix", Matrix),
         named("12 MP/invert", [](VipsImage* from) { return Linear(from, -1, 1); }),
         named("12 MP/exposure", [](VipsImage* from) { return Linear(from, std::exp2(kExposure), 0); }),
         named("12 MP/gamma", Power),

@@ -1,0 +1,138 @@
+// batch.cpp - workers take numbers from a shared counter and tell of each through one pipe.
+
+#include "host/batch/batch.h"
+
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <new>
+#include <system_error>
+#include <thread>
+
+#include "host/batch/error_text.h"
+
+namespace {
+
+// What a worker tells. Why of a fixed size: the system writes so much to a pipe at once or not at all, so the words of several
+// workers never mix.
+struct Message {
+    pid_t worker;
+    std::uint32_t number;
+    enum Kind : std::uint32_t { kBegins, kDone, kFailed } kind;
+    char failure[1000];
+};
+static_assert(sizeof(Message) <= PIPE_BUF);
+
+// The number of the next job, in memory that all workers share.
+class SharedCounter {
+  public:
+    SharedCounter() {
+        void* memory = mmap(nullptr, sizeof(std::atomic<std::uint32_t>), PROT_READ | PROT_WRITE,
+                            MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+        if (memory == MAP_FAILED) throw std::system_error(errno, std::generic_category(), "no shared memory");
+        next_ = new (memory) std::atomic<std::uint32_t>(0);
+    }
+    ~SharedCounter() { munmap(next_, sizeof *next_); }
+    SharedCounter(const SharedCounter&) = delete;
+    SharedCounter& operator=(const SharedCounter&) = delete;
+
+    std::uint32_t Take() { return next_->fetch_add(1); }
+    std::uint32_t Next() const { return next_->load(); }
+
+  private:
+    std::atomic<std::uint32_t>* next_;
+};
+
+// A worker: does jobs until none is left.
+void Work(int pipe, SharedCounter& counter, std::size_t count, const std::function<BatchJob()>& prepare) {
+    BatchJob job;
+    for (std::uint32_t number = counter.Take(); number < count; number = counter.Take()) {
+        Message message = {getpid(), number, Message::kBegins, {}};
+        const auto tell = [&] { return write(pipe, &message, sizeof message) == sizeof message; };
+        if (!tell()) return;
+        message.kind = Message::kDone;
+        try {
+            if (!job) job = prepare();
+            job(number);
+        } catch (...) {
+            message.kind = Message::kFailed;
+            std::snprintf(message.failure, sizeof message.failure, "%s", ErrorText().c_str());
+        }
+        if (!tell()) return;
+    }
+}
+
+// Forks the workers; they write to the pipe.
+std::vector<pid_t> StartWorkers(std::size_t workers, const int (&ends)[2], SharedCounter& counter, std::size_t count,
+                                const std::function<BatchJob()>& prepare) {
+    std::fflush(nullptr);
+    std::vector<pid_t> started;
+    for (std::size_t i = 0; i < workers; ++i) {
+        const pid_t worker = fork();
+        if (worker < 0 && started.empty())
+            throw std::system_error(errno, std::generic_category(), "no process can be started");
+        if (worker < 0) break;
+        if (worker == 0) {
+            close(ends[0]);
+            Work(ends[1], counter, count, prepare);
+            std::fflush(nullptr);
+            _exit(0);
+        }
+        started.push_back(worker);
+    }
+    return started;
+}
+
+// Hears workers until all have ended; answers the job that each one still had in its hands.
+std::map<pid_t, std::size_t> Listen(int pipe, const BatchReport& report) {
+    std::map<pid_t, std::size_t> unfinished;
+    Message message;
+    for (;;) {
+        const ssize_t got = read(pipe, &message, sizeof message);
+        if (got < 0 && errno == EINTR) continue;
+        if (got != sizeof message) return unfinished;
+        if (message.kind == Message::kBegins) {
+            unfinished[message.worker] = message.number;
+        } else {
+            unfinished.erase(message.worker);
+            report(message.number, message.kind == Message::kFailed ? message.failure : "");
+        }
+    }
+}
+
+// How a process ended, in words.
+std::string EndOf(pid_t worker) {
+    int status = 0;
+    while (waitpid(worker, &status, 0) < 0 && errno == EINTR) {
+    }
+    if (WIFSIGNALED(status)) return std::string("its process was ended: ") + strsignal(WTERMSIG(status));
+    return "its process ended with status " + std::to_string(WEXITSTATUS(status));
+}
+
+}  // namespace
+
+void RunBatch(std::size_t count, const std::function<BatchJob()>& prepare, const BatchReport& report) {
+    SharedCounter counter;
+    // A second round is needed only when every worker of the first one crashed.
+    while (counter.Next() < count) {
+        const std::size_t processors = std::max(1u, std::thread::hardware_concurrency());
+        int ends[2];
+        if (pipe(ends) != 0) throw std::system_error(errno, std::generic_category(), "no pipe");
+        const auto workers = StartWorkers(std::min(processors, count - counter.Next()), ends, counter, count, prepare);
+        close(ends[1]);
+        const auto unfinished = Listen(ends[0], report);
+        close(ends[0]);
+        for (pid_t worker : workers) {
+            const std::string end = EndOf(worker);
+            if (const auto job = unfinished.find(worker); job != unfinished.end()) report(job->second, end);
+        }
+    }
+}

@@ -1,0 +1,21 @@
+// error_text.cpp - what each kind of failure says of itself.
+
+#include "host/batch/error_text.h"
+
+#include "host/runtime/errors.h"
+
+std::string OneLine(std::string text) {
+    while (!text.empty() && text.back() == '\n') text.pop_back();
+    for (char& c : text) c = c == '\n' ? ' ' : c;
+    return text;
+}
+
+std::string ErrorText() {
+    try {
+        throw;
+    } catch (const host::HostException& exception) {
+        return OneLine(exception.Message().empty() ? exception.what() : exception.Message());
+    } catch (const std::exception& error) {
+        return OneLine(error.what());
+    }
+}

@@ -1,0 +1,40 @@
+// progress.cpp - draws the bar.
+
+#include "host/batch/progress.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+
+Progress::Progress(std::size_t total) : total_(total), onTerminal_(isatty(STDERR_FILENO) != 0) { Draw(); }
+
+void Progress::Done(const std::string& failure) {
+    ++ended_;
+    if (!failure.empty()) {
+        ++failures_;
+        Erase();
+        std::fprintf(stderr, "zeva: %s\n", failure.c_str());
+    }
+    Draw();
+}
+
+void Progress::Summarize(const std::string& what) {
+    Erase();
+    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - begin_;
+    std::printf("%zu of %zu pictures %s, %zu failed, %.1f s\n", total_ - failures_, total_, what.c_str(), failures_,
+                elapsed.count());
+}
+
+void Progress::Draw() const {
+    if (!onTerminal_) return;
+    constexpr std::size_t kWidth = 40;
+    const std::size_t filled = kWidth * ended_ / total_;
+    const std::string bar = std::string(filled, '#') + std::string(kWidth - filled, '.');
+    std::fprintf(stderr, "\r[%s] %zu of %zu", bar.c_str(), ended_, total_);
+    std::fflush(stderr);
+}
+
+// The escape sequence clears the line behind the cursor.
+void Progress::Erase() const {
+    if (onTerminal_) std::fputs("\r\x1b[K", stderr);
+}

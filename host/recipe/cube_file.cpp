@@ -1,0 +1,87 @@
+// cube_file.cpp - reads the format line by line.
+
+#include "host/recipe/cube_file.h"
+
+#include <cmath>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "host/runtime/errors.h"
+
+namespace {
+
+// The largest table that the filters take.
+constexpr int kLargestSize = 128;
+
+class CubeReader {
+  public:
+    explicit CubeReader(const std::filesystem::path& path) : path_(path), file_(path) {
+        if (!file_) throw host::HostError(path.string(), "it cannot be read, there is no color table");
+    }
+
+    std::vector<float> Read() {
+        std::string line;
+        while (std::getline(file_, line)) {
+            ++lineNumber_;
+            if (const std::size_t end = line.find_last_not_of(" \t\r"); end != std::string::npos && line[0] != '#') {
+                ReadLine(line.substr(0, end + 1));
+            }
+        }
+        const std::size_t entries = table_.size() / 4;
+        if (size_ == 0) Refuse("there is no LUT_3D_SIZE");
+        if (entries != Wanted()) {
+            Refuse("the table ends after " + std::to_string(entries) + " of " + std::to_string(Wanted()) + " colors");
+        }
+        return std::move(table_);
+    }
+
+  private:
+    [[noreturn]] void Refuse(const std::string& problem) const {
+        throw host::HostError(path_.string() + ":" + std::to_string(lineNumber_), problem);
+    }
+
+    std::size_t Wanted() const { return static_cast<std::size_t>(size_) * static_cast<std::size_t>(size_ * size_); }
+
+    void ReadLine(const std::string& line) {
+        std::istringstream words(line);
+        std::string word;
+        words >> word;
+        if (word == "TITLE") return;
+        if (word == "LUT_1D_SIZE") Refuse("a one-dimensional table is no cube");
+        if (word == "LUT_3D_SIZE") {
+            if (!(words >> size_) || size_ < 2 || size_ > kLargestSize) {
+                Refuse("\"" + line + "\": a size from 2 to " + std::to_string(kLargestSize) + " was expected");
+            }
+        } else if (word == "DOMAIN_MIN" || word == "DOMAIN_MAX") {
+            const float wanted = word == "DOMAIN_MAX" ? 1 : 0;
+            for (int i = 0; i < 3; ++i) {
+                float bound = NAN;
+                if (!(words >> bound) || bound != wanted) Refuse("\"" + line + "\": only the domain 0...1 can be used");
+            }
+        } else {
+            ReadColor(line);
+        }
+    }
+
+    void ReadColor(const std::string& line) {
+        std::istringstream numbers(line);
+        float red, green, blue;
+        std::string rest;
+        if (!(numbers >> red >> green >> blue) || numbers >> rest)
+            Refuse("\"" + line + "\": three numbers were expected");
+        if (table_.size() / 4 == Wanted())
+            Refuse("a color more than the " + std::to_string(Wanted()) + " of the table");
+        table_.insert(table_.end(), {red, green, blue, 1});
+    }
+
+    const std::filesystem::path& path_;
+    std::ifstream file_;
+    int lineNumber_ = 0;
+    int size_ = 0;
+    std::vector<float> table_;
+};
+
+}  // namespace
+
+std::vector<float> ReadCubeFile(const std::filesystem::path& path) { return CubeReader(path).Read(); }

@@ -1,0 +1,218 @@
+// setting_value.cpp - one reader per type word.
+
+#include "host/recipe/setting_value.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <numbers>
+
+#include "host/runtime/errors.h"
+#include "host/runtime/memory_block.h"
+#include "host/recipe/cube_file.h"
+
+namespace {
+
+using host::Host;
+using host::HostError;
+using host::Value;
+
+std::string Quoted(std::string_view text) { return "'" + std::string(text) + "'"; }
+
+std::vector<std::string_view> Split(std::string_view text, char separator) {
+    std::vector<std::string_view> parts;
+    for (;;) {
+        const std::size_t end = text.find(separator);
+        parts.push_back(text.substr(0, end));
+        if (end == std::string_view::npos) return parts;
+        text.remove_prefix(end + 1);
+    }
+}
+
+double NumberIn(const std::string& subject, std::string_view text) {
+    double number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(number)) {
+        throw HostError(subject, Quoted(text) + " is not a number");
+    }
+    return number;
+}
+
+Value Number(Host&, const std::string& setting, std::string_view text) { return NumberIn(setting, text); }
+
+Value Integer(Host&, const std::string& setting, std::string_view text) {
+    std::int32_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || end != text.data() + text.size()) {
+        throw HostError(setting, Quoted(text) + " is not a whole number");
+    }
+    return number;
+}
+
+Value Boolean(Host&, const std::string& setting, std::string_view text) {
+    if (text == "yes" || text == "true") return true;
+    if (text == "no" || text == "false") return false;
+    throw HostError(setting, Quoted(text) + " is neither yes nor no");
+}
+
+Value String(Host&, const std::string&, std::string_view text) { return host::TextValue(text); }
+
+Value Vector(Host& session, const std::string& setting, std::string_view text) {
+    NumbersIn(setting, text);
+    const Value list[] = {host::TextValue(text)};
+    return session.CallShared("CIVectorQOR", "FromNumbers", list);
+}
+
+// The components of #rrggbb or #rrggbbaa.
+std::vector<double> HexComponents(const std::string& setting, std::string_view text) {
+    std::vector<double> components;
+    for (std::size_t i = 1; i < text.size(); i += 2) {
+        unsigned byte = 0;
+        const auto [end, error] =
+            std::from_chars(text.data() + i, text.data() + std::min(i + 2, text.size()), byte, 16);
+        static_cast<void>(end);
+        if (error != std::errc()) break;
+        components.push_back(byte / 255.0);
+    }
+    const bool isHex = text.find_first_not_of("0123456789abcdefABCDEF", 1) == std::string_view::npos;
+    if (!isHex || (text.size() != 7 && text.size() != 9)) {
+        throw HostError(setting, Quoted(text) + " is no color, expected #rrggbb or #rrggbbaa");
+    }
+    return components;
+}
+
+Value Color(Host& session, const std::string& setting, std::string_view text) {
+    std::vector<double> components = text.starts_with('#') ? HexComponents(setting, text) : NumbersIn(setting, text);
+    if (components.size() == 3) components.push_back(1);
+    if (components.size() != 4) {
+        throw HostError(setting, "a color has 3 or 4 components, got " + std::to_string(components.size()));
+    }
+    const std::vector<Value> arguments(components.begin(), components.end());
+    return session.CallShared("CIColorQOR", "RGBA", arguments);
+}
+
+Value Image(Host& session, const std::string&, std::string_view text) {
+    const Value path[] = {host::TextValue(text)};
+    return session.CallShared("CIImageQOR", "Open", path);
+}
+
+// x' = a x + c y + tx, y' = b x + d y + ty.
+struct Affine {
+    double a = 1, b = 0, c = 0, d = 1, tx = 0, ty = 0;
+
+    // This map, followed by the next one.
+    Affine Then(const Affine& next) const {
+        return {next.a * a + next.c * b,
+                next.b * a + next.d * b,
+                next.a * c + next.c * d,
+                next.b * c + next.d * d,
+                next.a * tx + next.c * ty + next.tx,
+                next.b * tx + next.d * ty + next.ty};
+    }
+};
+
+// One step, "rotate:30".
+Affine AffineStep(const std::string& setting, std::string_view text) {
+    const std::size_t colon = text.find(':');
+    const std::string_view name = text.substr(0, colon);
+    const auto numbers =
+        colon == std::string_view::npos ? std::vector<double>() : NumbersIn(setting, text.substr(colon + 1));
+    if (name == "rotate" && numbers.size() == 1) {
+        const double angle = numbers[0] * std::numbers::pi / 180;
+        return {std::cos(angle), std::sin(angle), -std::sin(angle), std::cos(angle), 0, 0};
+    }
+    if (name == "scale" && (numbers.size() == 1 || numbers.size() == 2)) {
+        return {numbers.front(), 0, 0, numbers.back(), 0, 0};
+    }
+    if (name == "translate" && numbers.size() == 2) return {1, 0, 0, 1, numbers[0], numbers[1]};
+    throw HostError(setting, Quoted(text) +
+                                 " is no step of a transform, expected rotate:DEGREES, scale:S, scale:SX,SY or "
+                                 "translate:X,Y, or six numbers in place of all");
+}
+
+Value Transform(Host& session, const std::string& setting, std::string_view text) {
+    Affine affine;
+    if (text.find(':') == std::string_view::npos) {
+        const std::vector<double> n = NumbersIn(setting, text);
+        if (n.size() != 6) throw HostError(setting, "a transform has 6 numbers, got " + std::to_string(n.size()));
+        affine = {n[0], n[1], n[2], n[3], n[4], n[5]};
+    } else {
+        for (std::string_view step : Split(text, ' ')) {
+            if (!step.empty()) affine = affine.Then(AffineStep(setting, step));
+        }
+    }
+    const Value elements[] = {affine.a, affine.b, affine.c, affine.d, affine.tx, affine.ty};
+    return session.CallShared("NSAffineTransformQOR", "Make", elements);
+}
+
+Value ColorSpace(Host& session, const std::string&, std::string_view text) {
+    const Value name[] = {host::TextValue(text)};
+    return session.CallShared("CGColorSpaceQOR", "Named", name);
+}
+
+// The floats of a file, as they lie there.
+std::vector<float> RawFloats(const std::string& setting, const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file) throw HostError(setting, path + " cannot be read");
+    const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+    if (bytes.empty() || bytes.size() % sizeof(float) != 0) {
+        throw HostError(setting,
+                        path + " has " + std::to_string(bytes.size()) + " bytes, 32-bit floats take a multiple of 4");
+    }
+    std::vector<float> floats(bytes.size() / sizeof(float));
+    std::memcpy(floats.data(), bytes.data(), bytes.size());
+    return floats;
+}
+
+Value Floats(Host&, const std::string& setting, std::string_view text) {
+    std::vector<float> floats;
+    if (text.starts_with('@')) {
+        floats = RawFloats(setting, std::string(text.substr(1)));
+    } else if (text.ends_with(".cube")) {
+        floats = ReadCubeFile(std::string(text));
+    } else {
+        const std::vector<double> numbers = NumbersIn(setting, text);
+        floats.assign(numbers.begin(), numbers.end());
+    }
+    const std::size_t size = floats.size() * sizeof(float);
+    host::ObjectReference block = host::NewMemoryBlock(static_cast<std::int32_t>(size));
+    std::memcpy(reinterpret_cast<ZEVAmemoryBlockStruct*>(block.Get())->bytes, floats.data(), size);
+    return block;
+}
+
+// clang-format off
+const struct {
+    std::string_view typeWord;
+    Value (*read)(Host& session, const std::string& setting, std::string_view text);
+} kReaders[] = {
+    // type word              reader
+    {"double",                Number},
+    {"integer",               Integer},
+    {"boolean",               Boolean},
+    {"string",                String},
+    {"CIVectorQOR",           Vector},
+    {"CIColorQOR",            Color},
+    {"CIImageQOR",            Image},
+    {"NSAffineTransformQOR",  Transform},
+    {"CGColorSpaceQOR",       ColorSpace},
+    {"memoryblock",           Floats},
+};
+// clang-format on
+
+}  // namespace
+
+Value SettingValue(Host& session, const host::Type& type, const std::string& setting, std::string_view text) {
+    for (const auto& reader : kReaders) {
+        if (reader.typeWord == type.word) return reader.read(session, setting, text);
+    }
+    throw HostError(setting, "a " + type.word + " cannot be written on the command line");
+}
+
+std::vector<double> NumbersIn(const std::string& subject, std::string_view text) {
+    std::vector<double> numbers;
+    for (std::string_view part : Split(text, ',')) numbers.push_back(NumberIn(subject, part));
+    return numbers;
+}

@@ -1,0 +1,57 @@
+// errors.h - the two ways in which something asked of the host fails.
+//
+// HostError:     the host itself refuses (an unknown name, a wrong type, a file that is no module). Nothing was called.
+// HostException: a host exception was raised while a module ran. What the module did before that stays done.
+
+#pragma once
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include "host/runtime/reference.h"
+
+namespace host {
+
+// A refusal by the host: what it is about ("CIImageQOR.Crop", a file) and what is wrong, joined by a colon in the
+// message.
+class HostError : public std::runtime_error {
+  public:
+    HostError(const std::string& subject, const std::string& problem)
+        : std::runtime_error(subject + ": " + problem), subject_(subject), problem_(problem) {}
+
+    const std::string& Subject() const { return subject_; }
+    const std::string& Problem() const { return problem_; }
+
+  private:
+    std::string subject_;
+    std::string problem_;
+};
+
+// A raised host exception: its object and the object's text. what() is "class: message".
+//
+// Copies share the reference to the object. An exception that outlives the Host, as one does that nobody inside
+// catches, keeps the text and loses the object.
+class HostException : public std::runtime_error {
+  public:
+    HostException(std::shared_ptr<ObjectReference> object, const std::string& className, const std::string& message,
+                  std::int32_t errorNumber)
+        : std::runtime_error(message.empty() ? className : className + ": " + message),
+          object_(std::move(object)),
+          className_(className),
+          message_(message),
+          errorNumber_(errorNumber) {}
+
+    const ObjectReference& Object() const { return *object_; }
+    const std::string& ClassName() const { return className_; }
+    const std::string& Message() const { return message_; }
+    std::int32_t ErrorNumber() const { return errorNumber_; }
+
+  private:
+    std::shared_ptr<ObjectReference> object_;
+    std::string className_;
+    std::string message_;
+    std::int32_t errorNumber_;
+};
+
+}  // namespace host

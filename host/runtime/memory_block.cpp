@@ -1,0 +1,71 @@
+// memory_block.cpp - the class record of MemoryBlock and how blocks are made.
+
+#include "host/runtime/memory_block.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <iterator>
+#include <limits>
+
+#include "host/runtime/class_registry.h"
+#include "host/runtime/host.h"
+#include "host/runtime/string.h"
+
+namespace host {
+
+namespace {
+
+ZEVAmemoryBlockStruct* BlockOf(ZEVAobjectStruct* self) { return reinterpret_cast<ZEVAmemoryBlockStruct*>(self); }
+
+std::int32_t GetSize(ZEVAobjectStruct* self) { return BlockOf(self)->size; }
+
+ZEVAstringStruct* GetBytes(ZEVAobjectStruct* self) {
+    const auto* bytes = reinterpret_cast<const char*>(BlockOf(self)->bytes);
+    return NewString({bytes, static_cast<std::size_t>(BlockOf(self)->size)}).Leak();
+}
+
+// A block of a string's bytes; none for nil, and when it cannot be had.
+ZEVAobjectStruct* NewFromBytes(ZEVAstringStruct* string) {
+    constexpr std::size_t kMostBytes = std::numeric_limits<std::int32_t>::max();
+    if (string == nullptr || string->bytes.size() > kMostBytes) return nullptr;
+    ObjectReference block = NewMemoryBlock(static_cast<std::int32_t>(string->bytes.size()));
+    if (block) std::copy(string->bytes.begin(), string->bytes.end(), BlockOf(block.Get())->bytes);
+    return block.Leak();
+}
+
+ZEVAmethod methods[] = {
+    {{reinterpret_cast<ZEVAentry>(GetSize), nullptr, "Size as integer", 0}, {}},
+    {{reinterpret_cast<ZEVAentry>(GetBytes), nullptr, "Bytes as string", 0}, {}},
+};
+
+ZEVAmethod sharedMethods[] = {
+    {{reinterpret_cast<ZEVAentry>(NewFromBytes), nullptr, "FromBytes(bytes as string) as memoryblock", 0}, {}},
+};
+
+void FreeBytes(ZEVAobjectStruct* self) { std::free(BlockOf(self)->bytes); }
+
+}  // namespace
+
+const ZEVAclassDefinition kMemoryBlockClass = {
+    .record = {.version = kNewestRecordVersion,
+               .className = "MemoryBlock",
+               .instanceDataSize = sizeof(ZEVAmemoryBlockStruct) - kZEVAobjectHeaderSize,
+               .finalize = FreeBytes,
+               .methods = methods,
+               .methodCount = std::size(methods),
+               .sharedMethods = sharedMethods,
+               .sharedMethodCount = std::size(sharedMethods)},
+};
+
+ObjectReference NewMemoryBlock(std::int32_t size) {
+    if (size < 0) return {};
+    void* bytes = size > 0 ? std::calloc(1, static_cast<std::size_t>(size)) : nullptr;
+    if (bytes == nullptr && size > 0) return {};
+    ObjectReference object = Host::Current().NewInstance(kMemoryBlockClass.record.className);
+    auto* block = reinterpret_cast<ZEVAmemoryBlockStruct*>(object.Get());
+    block->size = size;
+    block->bytes = static_cast<unsigned char*>(bytes);
+    return object;
+}
+
+}  // namespace host

@@ -1,0 +1,92 @@
+// trace.cpp - writes events, one a line.
+
+#include "host/runtime/trace.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "host/runtime/class.h"
+#include "host/runtime/errors.h"
+#include "host/runtime/object.h"
+#include "host/runtime/string.h"
+
+namespace host {
+
+namespace {
+
+// How much of a string an event shows.
+constexpr std::size_t kShownBytes = 200;
+
+}  // namespace
+
+Trace::Trace(const std::filesystem::path& file) : file_(std::fopen(file.c_str(), "w")) {
+    if (file_ == nullptr) {
+        throw HostError("trace " + file.string(), std::string(std::strerror(errno)) + ", nothing is run");
+    }
+    std::fputs("[", file_);
+}
+
+Trace::~Trace() {
+    std::fputs("\n]\n", file_);
+    std::fclose(file_);
+}
+
+void Trace::Begin(std::string_view name, const char* way, const Json& arguments) { Write("B", name, way, arguments); }
+
+void Trace::End(const Json& outcome) { Write("E", {}, nullptr, outcome); }
+
+void Trace::Write(const char* phase, std::string_view name, const char* way, const Json& arguments) {
+    const std::chrono::duration<double, std::micro> time = std::chrono::steady_clock::now() - start_;
+    Json event = {{"ph", phase}, {"ts", time.count()}, {"pid", getpid()}, {"tid", 1}};
+    if (way != nullptr) event.update({{"name", name}, {"cat", way}});
+    if (!arguments.empty()) event["args"] = arguments;
+    // A module's strings may be of any encoding: bytes that are no UTF-8 are shown as replaced.
+    const std::string line = event.dump(-1, ' ', false, Json::error_handler_t::replace);
+    std::fprintf(file_, "%s\n%s", isFirst_ ? "" : ",", line.c_str());
+    std::fflush(file_);
+    isFirst_ = false;
+}
+
+Trace::Json TraceJson(const ZEVAobjectStruct* object) {
+    if (object == nullptr) return nullptr;
+    char number[2 * sizeof object + 4];
+    std::snprintf(number, sizeof number, " %p", static_cast<const void*>(object));
+    return object->isa->Name() + number;
+}
+
+Trace::Json TraceJson(const ZEVAstringStruct* string) {
+    if (string == nullptr) return nullptr;
+    if (string->bytes.size() <= kShownBytes) return string->bytes;
+    return string->bytes.substr(0, kShownBytes) + "...";
+}
+
+Trace::Json TraceJson(const Value& value) {
+    if (const auto* number = std::get_if<double>(&value)) return *number;
+    if (const auto* integer = std::get_if<std::int32_t>(&value)) return *integer;
+    if (const auto* truth = std::get_if<bool>(&value)) return *truth;
+    if (const auto* string = std::get_if<StringReference>(&value)) return TraceJson(string->Get());
+    if (const auto* object = std::get_if<ObjectReference>(&value)) return TraceJson(object->Get());
+    return nullptr;
+}
+
+Trace::Json TraceJson(const Type& type, const Argument& argument) {
+    switch (type.kind) {
+        case TypeKind::kNone:
+            break;
+        case TypeKind::kDouble:
+            return argument.number;
+        case TypeKind::kInteger:
+            return argument.integer;
+        case TypeKind::kBoolean:
+            return argument.integer != 0;
+        case TypeKind::kString:
+            return TraceJson(static_cast<const ZEVAstringStruct*>(argument.pointer));
+        case TypeKind::kObject:
+            return TraceJson(static_cast<const ZEVAobjectStruct*>(argument.pointer));
+    }
+    return nullptr;
+}
+
+}  // namespace host

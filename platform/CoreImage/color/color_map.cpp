@@ -1,0 +1,108 @@
+// color_map.cpp - a color for every brightness, out of a picture.
+//
+// The lowest row of the gradient image is rendered once, before the first tile. Luminance 0...1 runs along its whole width:
+// a place there lies between the middles of two pixels, and beyond the outermost middles the color stays. Between the pixels of
+// a picture lies the mean of what is stored, which is decoded afterwards.
+
+#include <algorithm>
+#include <utility>
+
+#include "color/color.h"
+#include "core/color_matching.h"
+#include "engine/engine.h"
+#include "core/point.h"
+#include "core/transfer.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "color/color_map.cpp"
+#include <hwy/foreach_target.h>
+
+#include "color/texels-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace core_image::HWY_NAMESPACE {
+
+// Behind the last texel its like must follow.
+HWY_ATTR void MapRun(const float* texels, std::size_t width, float* blocks, std::size_t count) {
+    HWY_ALIGN std::int32_t cells[kBlockPixels];
+    HWY_ALIGN float shares[kBlockPixels];
+    const auto wide = static_cast<float>(width);
+    const auto prepare = [&](std::size_t pixel, const Colors& c) HWY_ATTR {
+        const Wide middle = hn::MulAdd(Clamp01(Luminance(c)), Constant(wide), Constant(-0.5f));
+        const Wide place = hn::Max(hn::Min(middle, Constant(wide - 1)), Constant(0));
+        const Wide cell = hn::Floor(place);
+        hn::Store(hn::Sub(place, cell), WideTag(), shares + pixel);
+        const hn::RebindToSigned<WideTag> integers;
+        hn::Store(hn::ConvertTo(integers, cell), integers, cells + pixel);
+    };
+    const auto look = [&](std::size_t pixel)
+                          HWY_ATTR { return Between(LoadPair(texels + 4 * cells[pixel]), shares[pixel]); };
+    LookUp(blocks, count, 1, prepare, look);
+}
+
+}  // namespace core_image::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace core_image {
+namespace {
+
+HWY_EXPORT(MapRun);
+
+// Why a limit: luminance does not tell more places apart, and a row must fit into memory.
+constexpr double kWidestGradient = 1 << 20;
+
+// A row of texels, the last of them twice, and whether what is found among them is decoded.
+class Map : public PointFunction {
+  public:
+    explicit Map(const ImageRef& gradient, const Region& row)
+        : texels_(Region{row.x, row.y, row.width + 1, 1}), isDecoded_(gradient->encoded() != nullptr && IsMatching()) {
+        Prepare(isDecoded_ ? gradient->encoded() : gradient, row).render(texels_.tile().part(row));
+        float* end = texels_.tile().pixels + static_cast<std::size_t>(row.width) * kFloatsPerPixel;
+        std::copy(end - kFloatsPerPixel, end, end);
+    }
+
+    void apply(float* blocks, std::size_t count) const override {
+        const auto width = static_cast<std::size_t>(texels_.region().width - 1);
+        HWY_DYNAMIC_DISPATCH(MapRun)(texels_.tile().pixels, width, blocks, count);
+        if (isDecoded_) DecodeRun(blocks, count);
+    }
+
+  private:
+    PixelBlock texels_;
+    bool isDecoded_;
+};
+
+class MapImage : public Image {
+  public:
+    MapImage(ImageRef input, ImageRef gradient, const Region& row)
+        : Image(input->extent(), input->depth().with(gradient->depth())),
+          input_(std::move(input)),
+          gradient_(std::move(gradient)),
+          row_(row) {}
+
+    std::unique_ptr<const Stage> prepare(const Region& region) const override {
+        return MakePointStage(Prepare(input_, region), std::make_unique<Map>(gradient_, row_));
+    }
+
+  private:
+    ImageRef input_;
+    ImageRef gradient_;
+    Region row_;
+};
+
+}  // namespace
+
+ImageRef ColorMap(const Inputs& inputs) {
+    ImageRef input = inputs.image("inputImage");
+    ImageRef gradient = inputs.image("inputGradientImage");
+    if (input == nullptr || gradient == nullptr) return nullptr;
+    const Extent& extent = gradient->extent();
+    Region row;
+    const Extent lowest = {extent.left, extent.bottom, extent.right, extent.bottom + 1};
+    if (!(extent.right - extent.left <= kWidestGradient) || !RegionOfExtent(lowest, &row)) return nullptr;
+    return std::make_shared<MapImage>(std::move(input), std::move(gradient), row);
+}
+
+}  // namespace core_image
+#endif

@@ -1,0 +1,30 @@
+// color_matrix.h - colors as a linear map of premultiplied pixels.
+//
+// An offset of unpremultiplied colors is a multiple of alpha of premultiplied ones, so a filter that is a matrix and an offset
+// needs no division by alpha: its offset is the column for alpha.
+
+#pragma once
+
+#include <array>
+
+#include "core/point.h"
+
+namespace core_image {
+
+// out[row] = sum over columns of columns[column][row] * in[column].
+class ColorMatrix : public PointFunction {
+  public:
+    using Columns = std::array<std::array<float, kFloatsPerPixel>, kFloatsPerPixel>;
+
+    explicit ColorMatrix(const Columns& columns) : columns_(columns) {}
+
+    void apply(float* blocks, std::size_t count) const override;
+
+    // The product with another matrix, unless numbers may grow so large that they are limited between the two.
+    std::unique_ptr<const PointFunction> after(const PointFunction& first) const override;
+
+  private:
+    Columns columns_;
+};
+
+}  // namespace core_image

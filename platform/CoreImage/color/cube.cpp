@@ -1,0 +1,84 @@
+// cube.cpp - the cube filters: the plain one, and the one whose table is in a color space of its own.
+//
+// The second is three steps, since dividing by alpha and multiplying by it again between them changes nothing: encode, look up,
+// decode.
+
+#include <algorithm>
+#include <utility>
+
+#include "color/color.h"
+#include "color/cube_kernels.h"
+#include "core/color_matching.h"
+#include "core/point.h"
+
+namespace core_image {
+namespace {
+
+constexpr double kSmallestDimension = 2;
+constexpr double kLargestDimension = 128;
+
+class Cube : public PointFunction {
+  public:
+    Cube(std::shared_ptr<const float> texels, int dimension) : texels_(std::move(texels)), dimension_(dimension) {}
+
+    void apply(float* blocks, std::size_t count) const override {
+        LookUpCube(texels_.get(), dimension_, blocks, count);
+    }
+
+  private:
+    std::shared_ptr<const float> texels_;
+    int dimension_;
+};
+
+class Encoding : public PointFunction {
+  public:
+    void apply(float* blocks, std::size_t count) const override { EncodeClipped(blocks, count); }
+};
+
+class Decoding : public PointFunction {
+  public:
+    void apply(float* blocks, std::size_t count) const override { DecodeClipped(blocks, count); }
+};
+
+// The cube of a filter; null for a dimension that none has, and for data too short for it.
+std::unique_ptr<const Cube> ReadCube(const Inputs& inputs) {
+    const double number = inputs.number("inputCubeDimension");
+    if (number < kSmallestDimension || number >= kLargestDimension + 1) return nullptr;
+    const auto dimension = static_cast<std::size_t>(number);
+    const std::size_t count = dimension * dimension * dimension * kFloatsPerPixel;
+    std::shared_ptr<const float> texels = inputs.floats("inputCubeData", count);
+    if (texels == nullptr) return nullptr;
+    return std::make_unique<Cube>(std::move(texels), static_cast<int>(dimension));
+}
+
+}  // namespace
+
+ImageRef ColorCube(const Inputs& inputs) {
+    ImageRef input = inputs.image("inputImage");
+    std::unique_ptr<const Cube> cube = ReadCube(inputs);
+    if (input == nullptr || cube == nullptr) return nullptr;
+    return MakePointImage(std::move(input), std::move(cube));
+}
+
+ImageRef ColorCubeWithColorSpace(const Inputs& inputs) {
+    ColorSpace space = inputs.space("inputColorSpace");
+    if (space == ColorSpace::other) return nullptr;
+    Coding toSpace, toLight;
+    if (space == ColorSpace::profile) {
+        toSpace = CodingOfProfile(inputs.profile("inputColorSpace"), MatchingDirection::fromLight);
+        toLight = CodingOfProfile(inputs.profile("inputColorSpace"), MatchingDirection::toLight);
+        space = toSpace.transfer == Transfer::linear ? ColorSpace::linear : ColorSpace::sRGB;
+    }
+    if (space != ColorSpace::sRGB) return ColorCube(inputs);
+    ImageRef input = inputs.image("inputImage");
+    std::unique_ptr<const Cube> cube = ReadCube(inputs);
+    if (input == nullptr || cube == nullptr) return nullptr;
+    if (toSpace.conversion != nullptr && toLight.conversion != nullptr) {
+        ImageRef numbers = MakeConvertedImage(std::move(input), std::move(toSpace.conversion));
+        return MakeConvertedImage(MakePointImage(std::move(numbers), std::move(cube)), std::move(toLight.conversion));
+    }
+    ImageRef encoded = MakePointImage(std::move(input), std::make_unique<Encoding>());
+    return MakePointImage(MakePointImage(std::move(encoded), std::move(cube)), std::make_unique<Decoding>());
+}
+
+}  // namespace core_image

@@ -1,0 +1,106 @@
+// cube_kernels.cpp - the inner loops of cubes, compiled once for every instruction set.
+
+#include "color/cube_kernels.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "color/cube_kernels.cpp"
+#include <hwy/foreach_target.h>
+
+#include "color/texels-inl.h"
+#include "core/power-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace core_image::HWY_NAMESPACE {
+
+// Added to a number of 0...255, it rounds it to a whole one.
+constexpr float kRounding = 8388608;
+
+// The level of a byte, 0...255, to which a number is rounded, plus kRounding; of what is no number that of 0.
+//
+// Why here and not once for all: a table is larger than many a picture, and few of its texels may be looked at.
+template <class V>
+HWY_INLINE V RoundedLevel(V number) {
+    const hn::DFromV<V> d;
+    // In this order the larger of what is no number and 0 is 0.
+    const V bounded = hn::Min(hn::Max(number, hn::Zero(d)), hn::Set(d, 1.0f));
+    return hn::MulAdd(bounded, hn::Set(d, 255.0f), hn::Set(d, kRounding));
+}
+
+// The level at a share of the way from one number to another, each rounded.
+template <class V>
+HWY_INLINE V LevelBetween(V from, V to, float share) {
+    const hn::DFromV<V> d;
+    const V start = RoundedLevel(from);
+    return hn::MulAdd(hn::Sub(RoundedLevel(to), start), hn::Set(d, share), hn::Sub(start, hn::Set(d, kRounding)));
+}
+
+HWY_ATTR void LookUpCube(const float* texels, int dimension, float* blocks, std::size_t count) {
+    const std::size_t green = 4 * static_cast<std::size_t>(dimension);
+    const std::size_t blue = green * static_cast<std::size_t>(dimension);
+    const auto edge = static_cast<float>(dimension);
+    HWY_ALIGN std::int32_t cells[kBlockPixels];
+    HWY_ALIGN float shares[3][kBlockPixels];
+    const auto prepare = [&](std::size_t pixel, const Colors& c) HWY_ATTR {
+        const auto cellOf = [&](Wide color, std::size_t axis) HWY_ATTR {
+            const Wide place = hn::Mul(Clamp01(color), Constant(edge - 1));
+            const Wide cell = hn::Min(hn::Floor(place), Constant(edge - 2));
+            hn::Store(hn::Sub(place, cell), WideTag(), shares[axis] + pixel);
+            return cell;
+        };
+        // Exact, since there are fewer floats in a table than whole numbers that floats hold.
+        const Wide row = hn::MulAdd(cellOf(c.blue, 2), Constant(edge), cellOf(c.green, 1));
+        const Wide cell = hn::MulAdd(row, Constant(4 * edge), hn::Mul(cellOf(c.red, 0), Constant(4)));
+        const hn::RebindToSigned<WideTag> integers;
+        hn::Store(hn::ConvertTo(integers, cell), integers, cells + pixel);
+    };
+    const auto look = [&](std::size_t pixel) HWY_ATTR {
+        const float* cell = texels + cells[pixel];
+        const auto rows = [&](const float* texel) HWY_ATTR {
+            const float share = shares[1][pixel];
+            return OfBoth([share](auto from, auto to) HWY_ATTR { return LevelBetween(from, to, share); },
+                          LoadPair(texel), LoadPair(texel + green));
+        };
+        return Between(Between(rows(cell), rows(cell + blue), shares[2][pixel]), shares[0][pixel]);
+    };
+    LookUp(blocks, count, 1.0f / 255, prepare, look);
+}
+
+struct Encode {
+    HWY_INLINE void operator()(Colors& c) const {
+        Unpremultiply(c);
+        c = {Encoded(Clamp01(c.red)), Encoded(Clamp01(c.green)), Encoded(Clamp01(c.blue)), c.alpha};
+        Premultiply(c);
+    }
+};
+
+struct Decode {
+    HWY_INLINE void operator()(Colors& c) const {
+        Unpremultiply(c);
+        c = {Decoded(Clamp01(c.red)), Decoded(Clamp01(c.green)), Decoded(Clamp01(c.blue)), c.alpha};
+        Premultiply(c);
+    }
+};
+
+HWY_ATTR void EncodeClipped(float* blocks, std::size_t count) { ForEachPixel(blocks, count, Encode()); }
+HWY_ATTR void DecodeClipped(float* blocks, std::size_t count) { ForEachPixel(blocks, count, Decode()); }
+
+}  // namespace core_image::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace core_image {
+
+HWY_EXPORT(LookUpCube);
+HWY_EXPORT(EncodeClipped);
+HWY_EXPORT(DecodeClipped);
+
+void LookUpCube(const float* texels, int dimension, float* blocks, std::size_t count) {
+    HWY_DYNAMIC_DISPATCH(LookUpCube)(texels, dimension, blocks, count);
+}
+
+void EncodeClipped(float* blocks, std::size_t count) { HWY_DYNAMIC_DISPATCH(EncodeClipped)(blocks, count); }
+
+void DecodeClipped(float* blocks, std::size_t count) { HWY_DYNAMIC_DISPATCH(DecodeClipped)(blocks, count); }
+
+}  // namespace core_image
+#endif

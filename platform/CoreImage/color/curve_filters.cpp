@@ -1,0 +1,79 @@
+// curve_filters.cpp - the filters that bend colors: each reads its parameters and names its formula (formulas.h).
+
+#include <algorithm>
+#include <utility>
+
+#include "color/color.h"
+#include "color/formulas.h"
+
+namespace core_image {
+namespace {
+
+// The leading elements of a vector.
+template <std::size_t kCount>
+std::array<float, kCount> ReadElements(const Inputs& inputs, const char* key) {
+    std::array<float, kCount> elements;
+    for (std::size_t index = 0; index < kCount; ++index)
+        elements[index] = static_cast<float>(inputs.element(key, index));
+    return elements;
+}
+
+}  // namespace
+
+ImageRef GammaAdjust(const Inputs& inputs) {
+    ImageRef input = inputs.image("inputImage");
+    const double power = inputs.number("inputPower");
+    if (input == nullptr || power == 1) return input;
+    return MakeFormulaImage(std::move(input), GammaFormula{Power(power)});
+}
+
+ImageRef ColorClamp(const Inputs& inputs) {
+    ImageRef input = inputs.image("inputImage");
+    if (input == nullptr) return nullptr;
+    const ClampFormula formula = {ReadElements<4>(inputs, "inputMinComponents"),
+                                  ReadElements<4>(inputs, "inputMaxComponents")};
+    return MakeFormulaImage(std::move(input), formula, /*isInfinite=*/formula.lowest[3] > 0);
+}
+
+ImageRef ColorPosterize(const Inputs& inputs) {
+    ImageRef input = inputs.image("inputImage");
+    if (input == nullptr) return nullptr;
+    const double steps = std::max(inputs.number("inputLevels") - 1, 0.0);
+    return MakeFormulaImage(std::move(input), PosterizeFormula{static_cast<float>(steps)});
+}
+
+ImageRef ColorMonochrome(const Inputs& inputs) {
+    ImageRef input = inputs.image("inputImage");
+    const double intensity = inputs.number("inputIntensity");
+    if (input == nullptr || intensity == 0) return input;
+    const double opaque[] = {inputs.element("inputColor", 0), inputs.element("inputColor", 1),
+                             inputs.element("inputColor", 2), 1};
+    const Pixel color = PixelOfColor(opaque);
+    return MakeFormulaImage(std::move(input),
+                            MonochromeFormula{{color.red, color.green, color.blue}, static_cast<float>(intensity)});
+}
+
+ImageRef ColorPolynomial(const Inputs& inputs) {
+    ImageRef input = inputs.image("inputImage");
+    if (input == nullptr) return nullptr;
+    const PolynomialFormula formula = {
+        {ReadElements<4>(inputs, "inputRedCoefficients"), ReadElements<4>(inputs, "inputGreenCoefficients"),
+         ReadElements<4>(inputs, "inputBlueCoefficients"), ReadElements<4>(inputs, "inputAlphaCoefficients")}};
+    const auto& k = formula.coefficients;
+    const std::array<float, 4> same = {0, 1, 0, 0};
+    if (std::all_of(k.begin(), k.end(), [&](const auto& channel) { return channel == same; })) return input;
+    return MakeFormulaImage(std::move(input), formula, /*isInfinite=*/k[3][0] != 0);
+}
+
+ImageRef ColorCrossPolynomial(const Inputs& inputs) {
+    ImageRef input = inputs.image("inputImage");
+    if (input == nullptr) return nullptr;
+    const CrossPolynomialFormula formula = {{ReadElements<10>(inputs, "inputRedCoefficients"),
+                                             ReadElements<10>(inputs, "inputGreenCoefficients"),
+                                             ReadElements<10>(inputs, "inputBlueCoefficients")}};
+    const CrossPolynomialFormula same = {{{{1}, {0, 1}, {0, 0, 1}}}};
+    if (formula.coefficients == same.coefficients) return input;
+    return MakeFormulaImage(std::move(input), formula);
+}
+
+}  // namespace core_image

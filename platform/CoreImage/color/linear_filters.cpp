@@ -1,0 +1,98 @@
+// linear_filters.cpp - the filters that are a matrix and an offset of linear, unpremultiplied colors.
+//
+// What keeps transparent pixels transparent is one matrix of premultiplied pixels (color_matrix.h); only a color matrix that
+// mixes alpha into colors, or colors into alpha, has to divide by alpha.
+
+#include <cmath>
+#include <utility>
+
+#include "color/color.h"
+#include "color/color_matrix.h"
+#include "color/formulas.h"
+#include "core/luminance.h"
+
+namespace core_image {
+namespace {
+
+constexpr ColorMatrix::Columns kIdentity = {{{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}};
+
+ImageRef MakeMatrixImage(ImageRef input, const ColorMatrix::Columns& columns) {
+    return MakePointImage(std::move(input), std::make_unique<ColorMatrix>(columns));
+}
+
+MatrixFormula ReadMatrix(const Inputs& inputs) {
+    constexpr const char* kKeys[] = {"inputRVector", "inputGVector", "inputBVector", "inputAVector"};
+    MatrixFormula formula;
+    for (std::size_t row = 0; row < 4; ++row) {
+        for (std::size_t column = 0; column < 4; ++column)
+            formula.rows[row][column] = static_cast<float>(inputs.element(kKeys[row], column));
+        formula.bias[row] = static_cast<float>(inputs.element("inputBiasVector", row));
+    }
+    return formula;
+}
+
+// Whether alpha is only multiplied, and colors are mixed of colors alone.
+bool KeepsAlphaApart(const MatrixFormula& formula) {
+    const auto& alpha = formula.rows[3];
+    return formula.rows[0][3] == 0 && formula.rows[1][3] == 0 && formula.rows[2][3] == 0 && alpha[0] == 0 &&
+           alpha[1] == 0 && alpha[2] == 0 && alpha[3] >= 0 && formula.bias[3] == 0;
+}
+
+// Such a formula as a map of premultiplied pixels: colors are multiplied by the new alpha, and so is their offset.
+ColorMatrix::Columns ColumnsOf(const MatrixFormula& formula) {
+    const double alpha = formula.rows[3][3];
+    ColorMatrix::Columns columns{};
+    for (std::size_t row = 0; row < 3; ++row) {
+        for (std::size_t column = 0; column < 3; ++column)
+            columns[column][row] = FiniteFloat(formula.rows[row][column] * alpha);
+        columns[3][row] = FiniteFloat(formula.bias[row] * alpha);
+    }
+    columns[3][3] = formula.rows[3][3];
+    return columns;
+}
+
+}  // namespace
+
+ImageRef ExposureAdjust(const Inputs& inputs) {
+    ImageRef input = inputs.image("inputImage");
+    const double stops = inputs.number("inputEV");
+    if (input == nullptr || stops == 0) return input;
+    ColorMatrix::Columns columns = kIdentity;
+    for (std::size_t channel = 0; channel < 3; ++channel) columns[channel][channel] = FiniteFloat(std::exp2(stops));
+    return MakeMatrixImage(std::move(input), columns);
+}
+
+ImageRef ColorInvert(const Inputs& inputs) {
+    ImageRef input = inputs.image("inputImage");
+    if (input == nullptr) return nullptr;
+    return MakeMatrixImage(std::move(input), {{{-1, 0, 0, 0}, {0, -1, 0, 0}, {0, 0, -1, 0}, {1, 1, 1, 1}}});
+}
+
+ImageRef ColorMatrixFilter(const Inputs& inputs) {
+    ImageRef input = inputs.image("inputImage");
+    if (input == nullptr) return nullptr;
+    const MatrixFormula formula = ReadMatrix(inputs);
+    if (!KeepsAlphaApart(formula)) {
+        const bool showsNothing = formula.bias[3] == 0;
+        return MakeFormulaImage(std::move(input), formula, /*isInfinite=*/!showsNothing);
+    }
+    const ColorMatrix::Columns columns = ColumnsOf(formula);
+    return columns == kIdentity ? input : MakeMatrixImage(std::move(input), columns);
+}
+
+ImageRef FalseColor(const Inputs& inputs) {
+    ImageRef input = inputs.image("inputImage");
+    if (input == nullptr) return nullptr;
+    const Pixel dark = inputs.color("inputColor0"), light = inputs.color("inputColor1");
+    const float from[] = {dark.red, dark.green, dark.blue, dark.alpha};
+    const float to[] = {light.red, light.green, light.blue, light.alpha};
+    ColorMatrix::Columns columns{};
+    for (std::size_t row = 0; row < 4; ++row) {
+        for (std::size_t column = 0; column < 3; ++column)
+            columns[column][row] = FiniteFloat(kLuminance[column] * (static_cast<double>(to[row]) - from[row]));
+        columns[3][row] = from[row];
+    }
+    return MakeMatrixImage(std::move(input), columns);
+}
+
+}  // namespace core_image

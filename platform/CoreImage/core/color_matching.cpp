@@ -1,0 +1,86 @@
+// color_matching.cpp - conversions as functions of pixels, and the switch.
+
+#include "core/color_matching.h"
+
+#include <cmath>
+#include <utility>
+
+#include "core/point.h"
+
+namespace core_image {
+namespace {
+
+thread_local bool isSwitchedOff = false;
+
+// Converts runs, and encodes what becomes of them with the curve of sRGB when asked to.
+class Converting : public PointFunction {
+  public:
+    Converting(std::shared_ptr<const ColorConversion> conversion, bool encodes)
+        : conversion_(std::move(conversion)), encodes_(encodes) {}
+
+    void apply(float* blocks, std::size_t count) const override {
+        float pixels[kRunFloats];
+        FromBlocks(blocks, count, pixels);
+        float* const end = pixels + count * kFloatsPerPixel;
+        for (float* pixel = pixels; pixel != end; pixel += kFloatsPerPixel) scale(pixel, inverse(pixel[3]));
+        conversion_->convert(pixels, count);
+        // What black and nothing become is not seen: transparent stays transparent black.
+        for (float* pixel = pixels; pixel != end; pixel += kFloatsPerPixel) scale(pixel, pixel[3]);
+        ToBlocks(pixels, count, blocks);
+        if (encodes_) EncodeRun(blocks, count);
+    }
+
+  private:
+    static float inverse(float alpha) { return alpha == 0 || !std::isfinite(alpha) ? 0 : 1 / alpha; }
+
+    static void scale(float* pixel, float factor) {
+        for (int channel = 0; channel < 3; ++channel) pixel[channel] *= factor;
+    }
+
+    std::shared_ptr<const ColorConversion> conversion_;
+    bool encodes_;
+};
+
+// Numbers as they are, and what is seen of them.
+class MatchedImage : public Image {
+  public:
+    MatchedImage(ImageRef numbers, std::shared_ptr<const ColorConversion> toLight, bool isEncoded)
+        : Image(numbers->extent(), numbers->depth()),
+          numbers_(std::move(numbers)),
+          toLight_(std::move(toLight)),
+          isEncoded_(isEncoded),
+          seen_(MakePointImage(numbers_, std::make_unique<Converting>(toLight_, isEncoded))) {}
+
+    std::unique_ptr<const Stage> prepare(const Region& region) const override {
+        return (IsMatching() ? seen_ : numbers_)->prepare(region);
+    }
+
+    // Encoded with the curve of sRGB, since it is by that curve that pictures are decoded.
+    ImageRef encoded() const override {
+        return isEncoded_ ? nullptr : std::make_shared<MatchedImage>(numbers_, toLight_, /*isEncoded=*/true);
+    }
+
+  private:
+    ImageRef numbers_;
+    std::shared_ptr<const ColorConversion> toLight_;
+    bool isEncoded_;
+    ImageRef seen_;
+};
+
+}  // namespace
+
+ImageRef MakeMatchedImage(ImageRef numbers, std::shared_ptr<const ColorConversion> toLight) {
+    return std::make_shared<MatchedImage>(std::move(numbers), std::move(toLight), /*isEncoded=*/false);
+}
+
+ImageRef MakeConvertedImage(ImageRef image, std::shared_ptr<const ColorConversion> conversion) {
+    return MakePointImage(std::move(image), std::make_unique<Converting>(std::move(conversion), /*encodes=*/false));
+}
+
+WithoutMatching::WithoutMatching() : before_(std::exchange(isSwitchedOff, true)) {}
+
+WithoutMatching::~WithoutMatching() { isSwitchedOff = before_; }
+
+bool IsMatching() { return !isSwitchedOff; }
+
+}  // namespace core_image

@@ -1,0 +1,147 @@
+// affine.cpp - a warp by the inverse of the map; whole pixels are copied.
+
+#include "sampling/affine.h"
+
+#include <cmath>
+#include <utility>
+
+#include "core/inputs.h"
+#include "sampling/bilinear.h"
+
+namespace core_image {
+namespace {
+
+// An edge that is this near to a whole number is that number: maps of 32-bit floats are not more precise.
+constexpr double kEdgeTolerance = 1e-3;
+
+// The pixels that the map of an extent covers: one at least in each direction.
+Extent Rounded(const Extent& extent) {
+    const double left = std::floor(extent.left + kEdgeTolerance), bottom = std::floor(extent.bottom + kEdgeTolerance);
+    return {left, bottom, std::max(left + 1, std::ceil(extent.right - kEdgeTolerance)),
+            std::max(bottom + 1, std::ceil(extent.top - kEdgeTolerance))};
+}
+
+// Takes pixels from where the inverse of a map tells.
+class AffineWarp : public Warp {
+  public:
+    explicit AffineWarp(const Affine& inverse) : inverse_(inverse) {}
+
+    void places(const PlaceRow& row, double* x, double* y) const override {
+        const double centerY = static_cast<double>(row.y) + 0.5;
+        const double startX = inverse_.c * centerY + inverse_.tx, startY = inverse_.d * centerY + inverse_.ty;
+        for (std::size_t index = 0; index < row.count; ++index) {
+            // Whole numbers of 32 bits become doubles several at once.
+            const double centerX = static_cast<double>(row.x) + static_cast<double>(static_cast<int>(index)) + 0.5;
+            x[index] = inverse_.a * centerX + startX;
+            y[index] = inverse_.b * centerX + startY;
+        }
+    }
+
+    Extent source(const Extent& centers) const override { return inverse_.map(centers); }
+
+    bool keepsPictures() const override { return true; }
+
+  private:
+    Affine inverse_;
+};
+
+class MovedStage : public Stage {
+  public:
+    MovedStage(Prepared input, std::int64_t x, std::int64_t y) : input_(std::move(input)), x_(x), y_(y) {}
+
+    bool isPointwise() const override { return input_.isPointwise(); }
+
+    std::optional<View> held(const Region& region) const override {
+        std::optional<View> view = input_.held({region.x - x_, region.y - y_, region.width, region.height});
+        if (view) view->region = region;
+        return view;
+    }
+
+    void render(const Tile& tile) const override {
+        const Region& region = tile.region;
+        input_.render({{region.x - x_, region.y - y_, region.width, region.height}, tile.pixels, tile.floatsPerRow});
+    }
+
+    void renderRun(const Run& run, float* blocks, float* spare) const override {
+        input_.renderRun({run.x - x_, run.y - y_, run.count}, blocks, spare);
+    }
+
+    std::size_t spareRuns() const override { return input_.spareRuns(); }
+
+  private:
+    Prepared input_;
+    std::int64_t x_, y_;
+};
+
+// An image moved by whole pixels.
+class MovedImage : public Image {
+  public:
+    MovedImage(ImageRef input, const Extent& extent, std::int64_t x, std::int64_t y)
+        : Image(extent, input->depth()), input_(std::move(input)), x_(x), y_(y) {}
+
+    std::unique_ptr<const Stage> prepare(const Region& region) const override {
+        const Region source = {region.x - x_, region.y - y_, region.width, region.height};
+        return std::make_unique<MovedStage>(Prepare(input_, source), x_, y_);
+    }
+
+    ImageRef encoded() const override {
+        ImageRef input = input_->encoded();
+        return input == nullptr ? nullptr : std::make_shared<MovedImage>(std::move(input), extent(), x_, y_);
+    }
+
+  private:
+    ImageRef input_;
+    std::int64_t x_, y_;
+};
+
+// Whether a map moves by whole pixels, so few that they can be counted.
+bool IsWholeMove(const Affine& map) {
+    return map.a == 1 && map.b == 0 && map.c == 0 && map.d == 1 && std::floor(map.tx) == map.tx &&
+           std::floor(map.ty) == map.ty && std::abs(map.tx) <= kFarthestPlace && std::abs(map.ty) <= kFarthestPlace;
+}
+
+}  // namespace
+
+std::optional<Affine> Affine::inverse() const {
+    const double determinant = a * d - b * c;
+    const Affine back = {d / determinant,
+                         -b / determinant,
+                         -c / determinant,
+                         a / determinant,
+                         (c * ty - d * tx) / determinant,
+                         (b * tx - a * ty) / determinant};
+    for (const double number : {back.a, back.b, back.c, back.d, back.tx, back.ty}) {
+        // Written so that what is no number is refused, too.
+        if (!(std::abs(number) <= kLargestNumber)) return std::nullopt;
+    }
+    return back;
+}
+
+Extent Affine::map(const Extent& extent) const {
+    const auto range = [](double factorX, double left, double right, double factorY, double bottom, double top,
+                          double shift, double* least, double* most) {
+        // A factor of 0 takes no part, not even of what is infinite.
+        const double x0 = factorX == 0 ? 0 : factorX * left, x1 = factorX == 0 ? 0 : factorX * right;
+        const double y0 = factorY == 0 ? 0 : factorY * bottom, y1 = factorY == 0 ? 0 : factorY * top;
+        *least = std::min(x0, x1) + std::min(y0, y1) + shift;
+        *most = std::max(x0, x1) + std::max(y0, y1) + shift;
+    };
+    Extent mapped;
+    range(a, extent.left, extent.right, c, extent.bottom, extent.top, tx, &mapped.left, &mapped.right);
+    range(b, extent.left, extent.right, d, extent.bottom, extent.top, ty, &mapped.bottom, &mapped.top);
+    return mapped;
+}
+
+ImageRef MakeAffineImage(ImageRef input, const Affine& map, Light light) {
+    const std::optional<Affine> inverse = map.inverse();
+    if (!inverse) return nullptr;
+    if (map == Affine{} || input->extent().isEmpty()) return input;
+    const Extent extent = Rounded(map.map(input->extent()));
+    if (IsWholeMove(map)) {
+        return std::make_shared<MovedImage>(std::move(input), extent, static_cast<std::int64_t>(map.tx),
+                                            static_cast<std::int64_t>(map.ty));
+    }
+    return MakeWarpedImage(std::move(input), std::make_shared<AffineWarp>(*inverse), extent, light);
+}
+
+}  // namespace core_image

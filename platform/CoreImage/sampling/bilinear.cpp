@@ -1,0 +1,152 @@
+// bilinear.cpp - the four nearest pixels, weighed by how near they are. Compiled once for every instruction set.
+//
+// A row is worked on in two steps: vectors of places become pixel numbers and weights; then each pixel is a vector of four
+// channels.
+
+#include "sampling/bilinear.h"
+
+#include <cmath>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "sampling/bilinear.cpp"
+#include <hwy/cache_control.h>
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace core_image::HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+using Doubles = hn::CappedTag<double, kPlaceStep>;
+
+// Widens a range to hold all of some numbers, whose count is a multiple of kPlaceStep.
+HWY_INLINE void Widen(const double* numbers, std::size_t count, double* least, double* most) {
+    const Doubles d;
+    auto low = hn::Set(d, *least), high = hn::Set(d, *most);
+    for (std::size_t index = 0; index < count; index += hn::Lanes(d)) {
+        const auto number = hn::LoadU(d, numbers + index);
+        low = hn::Min(low, number);
+        high = hn::Max(high, number);
+    }
+    *least = hn::GetLane(hn::MinOfLanes(d, low));
+    *most = hn::GetLane(hn::MaxOfLanes(d, high));
+}
+
+HWY_ATTR void BoundsOfPlaces(const Places& places, Extent* bounds) {
+    for (std::int64_t row = places.region().y; row < places.region().top(); ++row) {
+        Widen(places.x(row), places.rowLength(), &bounds->left, &bounds->right);
+        Widen(places.y(row), places.rowLength(), &bounds->bottom, &bounds->top);
+    }
+}
+
+// How many pixels are worked on at once: what is known of them stays in the fastest cache.
+constexpr std::size_t kMostAtOnce = 256;
+static_assert(kMostAtOnce % kPlaceStep == 0);
+
+// For some pixels: which is the lower left of the four, counted from a block's first, and the weights of those right and above.
+struct Corners {
+    std::int32_t column[kMostAtOnce], row[kMostAtOnce];
+    float right[kMostAtOnce], above[kMostAtOnce];
+};
+
+// Splits places in one direction, where a block reaches from the pixel least to the pixel most.
+HWY_INLINE void Split(const double* places, std::size_t count, double least, double most, std::int32_t* pixels,
+                      float* rests) {
+    const Doubles d;
+    const hn::Rebind<std::int32_t, Doubles> whole;
+    const hn::Rebind<float, Doubles> single;
+    for (std::size_t index = 0; index < count; index += hn::Lanes(d)) {
+        auto place = hn::Sub(hn::LoadU(d, places + index), hn::Set(d, 0.5));
+        place = hn::Min(hn::Max(place, hn::Set(d, least)), hn::Set(d, most));
+        const auto pixel = hn::Min(hn::Floor(place), hn::Set(d, most - 1));
+        hn::StoreU(hn::DemoteTo(whole, hn::Sub(pixel, hn::Set(d, least))), whole, pixels + index);
+        hn::StoreU(hn::DemoteTo(single, hn::Sub(place, pixel)), single, rests + index);
+    }
+}
+
+// How far ahead pixels are asked for, once for each cache line.
+//
+// Why: each row of a tile lies on another page of memory, and there the processor does not look ahead by itself.
+constexpr std::ptrdiff_t kRowsAhead = 3;
+constexpr std::size_t kPixelsPerLine = 4;
+
+HWY_INLINE void SampleCorners(const float* block, std::ptrdiff_t rowLength, const Corners& corners, std::size_t count,
+                              std::ptrdiff_t outLength, float* out) {
+    const hn::FixedTag<float, kFloatsPerPixel> d;
+    const auto mix = [](auto a, auto b, auto k) HWY_ATTR { return hn::MulAdd(k, hn::Sub(b, a), a); };
+    for (std::size_t index = 0; index < count; ++index, out += kFloatsPerPixel) {
+        const float* from = block + corners.row[index] * rowLength +
+                            static_cast<std::ptrdiff_t>(corners.column[index]) * std::ptrdiff_t{kFloatsPerPixel};
+        if (index % kPixelsPerLine == 0) {
+            hwy::Prefetch(from + kRowsAhead * rowLength);
+            hwy::Prefetch(out + outLength);
+        }
+        const auto right = hn::Set(d, corners.right[index]), above = hn::Set(d, corners.above[index]);
+        const auto lower = mix(hn::LoadU(d, from), hn::LoadU(d, from + kFloatsPerPixel), right);
+        const auto upper = mix(hn::LoadU(d, from + rowLength), hn::LoadU(d, from + rowLength + kFloatsPerPixel), right);
+        hn::StoreU(mix(lower, upper, above), d, out);
+    }
+}
+
+HWY_ATTR void SampleTile(const View& source, const Places& places, const Tile& out) {
+    const Region& region = source.region;
+    const double left = static_cast<double>(region.x), mostX = static_cast<double>(region.right() - 1);
+    const double bottom = static_cast<double>(region.y), mostY = static_cast<double>(region.top() - 1);
+    Corners corners;
+    for (std::int64_t row = out.region.y; row < out.region.top(); ++row) {
+        for (std::size_t start = 0; start < out.width(); start += kMostAtOnce) {
+            const std::size_t count = std::min(kMostAtOnce, places.rowLength() - start);
+            Split(places.x(row) + start, count, left, mostX, corners.column, corners.right);
+            Split(places.y(row) + start, count, bottom, mostY, corners.row, corners.above);
+            SampleCorners(source.pixels, source.floatsPerRow, corners, std::min(count, out.width() - start),
+                          out.floatsPerRow, out.row(row) + start * kFloatsPerPixel);
+        }
+    }
+}
+
+}  // namespace core_image::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace core_image {
+namespace {
+
+HWY_EXPORT(BoundsOfPlaces);
+HWY_EXPORT(SampleTile);
+
+}  // namespace
+
+// Why no check of the size: a tile's pixels already are in memory.
+Places::Places(const Region& region)
+    : region_(region),
+      rowLength_(PlaceRowLength(region.width)),
+      numbers_(static_cast<double*>(
+          AllocateKept(2 * rowLength_ * static_cast<std::size_t>(region.height) * sizeof(double)))) {}
+
+void Places::finishRow(std::int64_t row) {
+    const auto last = static_cast<std::size_t>(region_.width) - 1;
+    std::fill(x(row) + last + 1, x(row) + rowLength_, x(row)[last]);
+    std::fill(y(row) + last + 1, y(row) + rowLength_, y(row)[last]);
+}
+
+Extent Places::bounds() const {
+    const double x = numbers_[0], y = numbers_[rowLength_];
+    Extent bounds = {x, y, x, y};
+    HWY_DYNAMIC_DISPATCH(BoundsOfPlaces)(*this, &bounds);
+    return bounds;
+}
+
+Region PixelsAround(const Extent& places) {
+    const auto pixel = [](double place) {
+        return static_cast<std::int64_t>(std::floor(std::clamp(place - 0.5, -kFarthestPlace, kFarthestPlace)));
+    };
+    const std::int64_t left = pixel(places.left), bottom = pixel(places.bottom);
+    return {left, bottom, pixel(places.right) + 2 - left, pixel(places.top) + 2 - bottom};
+}
+
+void SampleBilinear(const View& source, const Places& places, const Tile& out) {
+    HWY_DYNAMIC_DISPATCH(SampleTile)(source, places, out);
+}
+
+}  // namespace core_image
+#endif

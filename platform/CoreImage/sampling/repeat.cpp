@@ -1,0 +1,167 @@
+// repeat.cpp - renders what is needed of the image once, and copies it to where it is repeated.
+
+#include "sampling/repeat.h"
+
+#include <cstring>
+#include <utility>
+
+namespace core_image {
+namespace {
+
+constexpr std::size_t kPixelSize = kFloatsPerPixel * sizeof(float);
+
+// Places further out than this are not all whole doubles.
+constexpr double kFarthest = 4503599627370496.0;
+
+// Whether an extent can be repeated: neither empty nor without end.
+bool IsFinite(const Extent& extent) {
+    return !extent.isEmpty() && extent.left > -kFarthest && extent.bottom > -kFarthest && extent.right < kFarthest &&
+           extent.top < kFarthest;
+}
+
+Region RegionOf(const Extent& extent) {
+    const auto left = static_cast<std::int64_t>(extent.left), bottom = static_cast<std::int64_t>(extent.bottom);
+    return {left, bottom, static_cast<std::int64_t>(extent.right) - left,
+            static_cast<std::int64_t>(extent.top) - bottom};
+}
+
+// The place within a length to which a place is equal, a whole number of lengths away.
+std::int64_t Wrapped(std::int64_t place, std::int64_t start, std::int64_t length) {
+    const std::int64_t rest = (place - start) % length;
+    return start + (rest < 0 ? rest + length : rest);
+}
+
+class TiledStage : public Stage {
+  public:
+    TiledStage(Prepared input, const Region& cell) : input_(std::move(input)), cell_(cell) {}
+
+    void render(const Tile& tile) const override {
+        const Region& region = tile.region;
+        const std::int64_t width = std::min(region.width, cell_.width);
+        const std::int64_t height = std::min(region.height, cell_.height);
+        // One cell's worth of pixels, in up to four pieces...
+        for (std::int64_t y = 0; y < height;) {
+            const std::int64_t fromY = Wrapped(region.y + y, cell_.y, cell_.height);
+            const std::int64_t rows = std::min(height - y, cell_.top() - fromY);
+            for (std::int64_t x = 0; x < width;) {
+                const std::int64_t fromX = Wrapped(region.x + x, cell_.x, cell_.width);
+                const std::int64_t columns = std::min(width - x, cell_.right() - fromX);
+                const Tile place = tile.part({region.x + x, region.y + y, columns, rows});
+                input_.render({{fromX, fromY, columns, rows}, place.pixels, place.floatsPerRow});
+                x += columns;
+            }
+            y += rows;
+        }
+        // ...the rest from one cell to the left, then from one cell below.
+        for (std::int64_t y = 0; y < height && width < region.width; ++y) {
+            float* row = tile.row(region.y + y);
+            for (auto x = static_cast<std::size_t>(width); x < tile.width(); ++x) {
+                const float* from = row + (x - static_cast<std::size_t>(width)) * kFloatsPerPixel;
+                std::memcpy(row + x * kFloatsPerPixel, from, kPixelSize);
+            }
+        }
+        for (std::int64_t y = region.y + height; y < region.top(); ++y) {
+            std::memcpy(tile.row(y), tile.row(y - height), tile.width() * kPixelSize);
+        }
+    }
+
+  private:
+    Prepared input_;
+    Region cell_;
+};
+
+class TiledImage : public Image {
+  public:
+    explicit TiledImage(ImageRef input)
+        : Image(Extent::infinite(), input->depth()), input_(std::move(input)), cell_(RegionOf(input_->extent())) {}
+
+    std::unique_ptr<const Stage> prepare(const Region& region) const override {
+        return std::make_unique<TiledStage>(Prepare(input_, wanted(region)), cell_);
+    }
+
+    ImageRef encoded() const override {
+        ImageRef input = input_->encoded();
+        return input == nullptr ? nullptr : MakeTiledImage(std::move(input));
+    }
+
+  private:
+    // The part of the cell that a region shows; in a direction where it shows an edge between two cells, all of it.
+    Region wanted(const Region& region) const {
+        Region part = {Wrapped(region.x, cell_.x, cell_.width), Wrapped(region.y, cell_.y, cell_.height), region.width,
+                       region.height};
+        if (region.width > cell_.right() - part.x) part.x = cell_.x, part.width = cell_.width;
+        if (region.height > cell_.top() - part.y) part.y = cell_.y, part.height = cell_.height;
+        return part;
+    }
+
+    ImageRef input_;
+    Region cell_;
+};
+
+// The pixels of a region that lie nearest to another: at least one.
+Region Nearest(const Region& region, const Region& all) {
+    const std::int64_t x = std::clamp(region.x, all.x, all.right() - 1);
+    const std::int64_t y = std::clamp(region.y, all.y, all.top() - 1);
+    return {x, y, std::clamp(region.right() - 1, all.x, all.right() - 1) + 1 - x,
+            std::clamp(region.top() - 1, all.y, all.top() - 1) + 1 - y};
+}
+
+class ClampedStage : public Stage {
+  public:
+    ClampedStage(Prepared input, const Region& all) : input_(std::move(input)), all_(all) {}
+
+    std::optional<View> held(const Region& region) const override { return input_.held(region); }
+
+    void render(const Tile& tile) const override {
+        if (tile.region.intersection(all_) == tile.region) {
+            input_.render(tile);
+            return;
+        }
+        const PixelBlock core(Nearest(tile.region, all_));
+        input_.render(core.tile());
+        const Region& shown = core.region();
+        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
+            const float* from = core.row(std::clamp(y, shown.y, shown.top() - 1));
+            float* to = tile.row(y);
+            for (std::int64_t x = tile.region.x; x < tile.region.right(); ++x, to += kFloatsPerPixel) {
+                const std::int64_t column = std::clamp(x, shown.x, shown.right() - 1) - shown.x;
+                std::memcpy(to, from + static_cast<std::size_t>(column) * kFloatsPerPixel, kPixelSize);
+            }
+        }
+    }
+
+  private:
+    Prepared input_;
+    Region all_;
+};
+
+class ClampedImage : public Image {
+  public:
+    explicit ClampedImage(ImageRef input)
+        : Image(Extent::infinite(), input->depth()), input_(std::move(input)), all_(RegionOf(input_->extent())) {}
+
+    std::unique_ptr<const Stage> prepare(const Region& region) const override {
+        return std::make_unique<ClampedStage>(Prepare(input_, Nearest(region, all_)), all_);
+    }
+
+    ImageRef encoded() const override {
+        ImageRef input = input_->encoded();
+        return input == nullptr ? nullptr : MakeClampedImage(std::move(input));
+    }
+
+  private:
+    ImageRef input_;
+    Region all_;
+};
+
+}  // namespace
+
+ImageRef MakeTiledImage(ImageRef input) {
+    return IsFinite(input->extent()) ? std::make_shared<TiledImage>(std::move(input)) : input;
+}
+
+ImageRef MakeClampedImage(ImageRef input) {
+    return IsFinite(input->extent()) ? std::make_shared<ClampedImage>(std::move(input)) : input;
+}
+
+}  // namespace core_image

@@ -1,0 +1,44 @@
+// warp-inl.h - vectors of places for warps that are computed in the widest instructions that the processor has.
+//
+// A source file that is compiled once for every instruction set includes this each time. A formula is a function that changes
+// vectors of pixel centers into those of the places they come from.
+
+#if defined(CORE_IMAGE_WARP_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef CORE_IMAGE_WARP_INL_H
+#undef CORE_IMAGE_WARP_INL_H
+#else
+#define CORE_IMAGE_WARP_INL_H
+#endif
+
+#include <hwy/highway.h>
+
+#include "sampling/bilinear.h"
+#include "sampling/warp.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace core_image::HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+using PlaceTag = hn::CappedTag<double, kPlaceStep>;
+using PlaceVector = hn::Vec<PlaceTag>;
+
+HWY_INLINE PlaceVector Number(double value) { return hn::Set(PlaceTag(), value); }
+
+// Writes the places of a row: operator()(std::size_t index, PlaceVector& x, PlaceVector& y), with the index in the row.
+template <class Formula>
+HWY_INLINE void ForEachPlaceOf(const PlaceRow& row, double* x, double* y, const Formula& formula) {
+    const PlaceTag d;
+    const PlaceVector centerY = Number(static_cast<double>(row.y) + 0.5);
+    for (std::size_t index = 0; index < row.count; index += hn::Lanes(d)) {
+        const double first = static_cast<double>(row.x + static_cast<std::int64_t>(index)) + 0.5;
+        PlaceVector placeX = hn::Iota(d, first), placeY = centerY;
+        formula(index, placeX, placeY);
+        hn::StoreU(placeX, d, x + index);
+        hn::StoreU(placeY, d, y + index);
+    }
+}
+
+}  // namespace core_image::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#endif

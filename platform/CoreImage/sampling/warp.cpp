@@ -1,0 +1,184 @@
+// warp.cpp - places first, then the part of the input that holds them, then the pixels between.
+
+#include "sampling/warp.h"
+
+#include <hwy/cache_control.h>
+
+#include <optional>
+#include <utility>
+
+#include "core/buffered.h"
+#include "core/color_matching.h"
+#include "core/transfer.h"
+#include "core/window.h"
+#include "sampling/bilinear.h"
+
+namespace core_image {
+namespace {
+
+// Why a limit: up to this a scattered source is held as a whole (1 GB); tiles of a larger one ask for what they need.
+constexpr double kMostHeld = 1 << 26;
+
+double PixelCount(const Region& region) {
+    return static_cast<double>(region.width) * static_cast<double>(region.height);
+}
+
+// The part of a region that lies in an extent, with a transparent pixel around it: what lies further out is as transparent.
+Region WithRim(const Region& region, const Extent& extent) {
+    return Clip(region, {extent.left - 1, extent.bottom - 1, extent.right + 1, extent.top + 1});
+}
+
+// A warp together with what belongs to it.
+struct Recipe {
+    ImageRef input;
+    bool isEncoded;  // whether the input's pixels are, and have to be decoded
+    ImageRef guide;  // null without one
+    std::shared_ptr<const Warp> warp;
+};
+
+// The centers of a region's pixels.
+Extent CentersOf(const Region& region) {
+    const double x = static_cast<double>(region.x), y = static_cast<double>(region.y);
+    return {x + 0.5, y + 0.5, x + static_cast<double>(region.width) - 0.5,
+            y + static_cast<double>(region.height) - 0.5};
+}
+
+// Asks for a row that is going to be read, if there is one.
+//
+// Why: each row of a tile lies on another page of memory, and there the processor does not look ahead by itself.
+void AskFor(const View& view, std::int64_t y) {
+    if (y >= view.region.top()) return;
+    constexpr std::size_t kFloatsPerLine = 16;
+    for (std::size_t index = 0; index < view.width() * kFloatsPerPixel; index += kFloatsPerLine) {
+        hwy::Prefetch(view.row(y) + index);
+    }
+}
+
+class WarpStage : public Stage {
+  public:
+    WarpStage(const Recipe& recipe, const Region& region)
+        : warp_(recipe.warp),
+          isEncoded_(recipe.isEncoded && IsMatching()),
+          isGuided_(recipe.guide != nullptr),
+          extent_(recipe.input->extent()) {
+        // One more pixel on each side: what holds all places is rounded otherwise than each of them.
+        const Region source = WithRim(PixelsAround(warp_->source(CentersOf(region)).grownBy(1)), extent_);
+        if (warp_->isScattered() && !Clip(source, extent_).isEmpty() && PixelCount(source) <= kMostHeld) {
+            held_.emplace(RenderBlock(recipe.input, source));
+        } else {
+            input_ = Prepare(recipe.input, source);
+        }
+        if (isGuided_) guide_ = Prepare(recipe.guide, region.grownBy(warp_->guideMargin()));
+    }
+
+    void render(const Tile& tile) const override {
+        if (!held_ && !warp_->moves(CentersOf(tile.region))) {
+            input_.render(tile);
+            decode(tile);
+            return;
+        }
+        const Places places = placesOf(tile.region);
+        if (held_) {
+            SampleBilinear(held_->view(), places, tile);
+            decode(tile);
+            return;
+        }
+        const Region needed = WithRim(PixelsAround(places.bounds()), extent_);
+        if (Clip(needed, input_.extent()).isEmpty()) {
+            Clear(tile);
+        } else if (isTooSparse(needed, tile.region)) {
+            renderHalves(tile);
+        } else {
+            SampleBilinear(Window(input_, needed).view(), places, tile);
+            decode(tile);
+        }
+    }
+
+  private:
+    Places placesOf(const Region& region) const {
+        std::optional<Window> guide;
+        if (isGuided_) {
+            Region seen = region;
+            seen.width = static_cast<std::int64_t>(PlaceRowLength(region.width));
+            guide.emplace(guide_, seen.grownBy(warp_->guideMargin()));
+        }
+        Places places(region);
+        for (std::int64_t y = region.y; y < region.top(); ++y) {
+            const PlaceRow row = {region.x, y, static_cast<std::size_t>(region.width),
+                                  isGuided_ ? &guide->view() : nullptr};
+            if (isGuided_) AskFor(guide->view(), y + 2);
+            warp_->places(row, places.x(y), places.y(y));
+            places.finishRow(y);
+        }
+        return places;
+    }
+
+    void decode(const Tile& tile) const {
+        if (!isEncoded_) return;
+        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
+            DecodePremultipliedRow(tile.row(y), tile.width());
+        }
+    }
+
+    // Whether a tile would look at far more pixels than it uses.
+    static bool isTooSparse(const Region& needed, const Region& region) {
+        constexpr double kMostPerPixel = 16, kAlways = 256;
+        const double pixels = PixelCount(region);
+        return pixels > 1 && PixelCount(needed) > kMostPerPixel * pixels + kAlways;
+    }
+
+    void renderHalves(const Tile& tile) const {
+        Region first = tile.region, second = tile.region;
+        if (first.width > first.height) {
+            first.width /= 2;
+            second.x += first.width;
+            second.width -= first.width;
+        } else {
+            first.height /= 2;
+            second.y += first.height;
+            second.height -= first.height;
+        }
+        render(tile.part(first));
+        render(tile.part(second));
+    }
+
+    std::shared_ptr<const Warp> warp_;
+    bool isEncoded_;
+    bool isGuided_;
+    Extent extent_;                   // of the input
+    Prepared input_;                  // unless it is held
+    std::optional<PixelBlock> held_;  // the input, where the warp is scattered
+    Prepared guide_;
+};
+
+class WarpedImage : public Image {
+  public:
+    WarpedImage(Recipe recipe, const Extent& extent, const Depth& depthBelow)
+        : Image(extent, depthBelow), recipe_(std::move(recipe)) {}
+
+    std::unique_ptr<const Stage> prepare(const Region& region) const override {
+        return std::make_unique<WarpStage>(recipe_, region);
+    }
+
+    ImageRef encoded() const override {
+        if (!recipe_.isEncoded || !recipe_.warp->keepsPictures()) return nullptr;
+        return MakeWarpedImage(recipe_.input, recipe_.warp, extent(), Light::linear, recipe_.guide);
+    }
+
+  private:
+    Recipe recipe_;
+};
+
+}  // namespace
+
+ImageRef MakeWarpedImage(ImageRef input, std::shared_ptr<const Warp> warp, const Extent& extent, Light light,
+                         ImageRef guide) {
+    const ImageRef stored = light == Light::asStored ? input->encoded() : nullptr;
+    Recipe recipe = {stored != nullptr ? stored : std::move(input), stored != nullptr, std::move(guide),
+                     std::move(warp)};
+    const Depth below =
+        recipe.guide == nullptr ? recipe.input->depth() : recipe.input->depth().with(recipe.guide->depth());
+    return std::make_shared<WarpedImage>(std::move(recipe), extent, below);
+}
+
+}  // namespace core_image

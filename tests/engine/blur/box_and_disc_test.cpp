@@ -1,0 +1,136 @@
+// box_and_disc_test.cpp - flat blurs against sums over all pixels in doubles, and what must hold for any width.
+
+#include "blur/blur.h"
+#include "support/oracle.h"
+
+namespace {
+
+using namespace oracle;
+
+using Weight = std::function<double(std::int64_t x, std::int64_t y)>;
+
+// Compares an image with the mean of a source under weights that reach so far, at some pixels on and around the source.
+void ExpectWeighed(const ImageRef& image, const Source& source, std::int64_t reach, const Weight& weight,
+                   Random& random) {
+    double sum = 0;
+    for (std::int64_t y = -reach; y <= reach; ++y) {
+        for (std::int64_t x = -reach; x <= reach; ++x) sum += weight(x, y);
+    }
+    const Region wide = source.region.grownBy(reach + 3);
+    for (int place = 0; place < 40; ++place) {
+        const Region pixel = {random.whole(wide.x, wide.right() - 1), random.whole(wide.y, wide.top() - 1), 1, 1};
+        ExpectPixels(image, pixel, [&](std::int64_t px, std::int64_t py, std::size_t channel) {
+            double result = 0;
+            for (std::int64_t y = source.region.y; y < source.region.top(); ++y) {
+                for (std::int64_t x = source.region.x; x < source.region.right(); ++x) {
+                    if (std::abs(x - px) > reach || std::abs(y - py) > reach) continue;
+                    result += weight(x - px, y - py) / sum * source.at(x, y, channel);
+                }
+            }
+            return result;
+        });
+    }
+}
+
+TEST(BoxBlurTest, IsTheMeanOfASquareOfOddWidth) {
+    Random random;
+    for (const double radius : {3.0, 4.9, 5.0, 21.0, 40.0, 64.9, 65.0, 67.0, 100.0, 301.0}) {
+        const Source source = RandomSource(random);
+        const auto reach = static_cast<std::int64_t>((radius - 1) / 2);
+        const ImageRef image = Output("CIBoxBlur", source.image, {{"inputRadius", {radius}}});
+        EXPECT_EQ(image->extent(), Extent::of(source.region.grownBy(reach))) << radius;
+        ExpectWeighed(
+            image, source, reach, [](auto, auto) { return 1.0; }, random);
+    }
+}
+
+TEST(BoxBlurTest, ForFortyAPixelIsSpreadOverThirtyNine) {
+    const Source dot = SourceOf({0, 0, 1, 1}, {1, 1, 1, 1});
+    const ImageRef image = Output("CIBoxBlur", dot.image, {{"inputRadius", {40}}});
+    EXPECT_EQ(image->extent(), (Extent{-19, -19, 20, 20}));
+    for (const float number : Pixels(image, {-19, -19, 39, 39})) EXPECT_FLOAT_EQ(number, 1 / (39.0f * 39.0f));
+}
+
+TEST(DiscBlurTest, IsTheMeanOfADiscWithASoftRim) {
+    Random random;
+    for (const double radius : {0.3, 0.5, 1.0, 2.5, 8.0, 5.9, 6.1, 20.0, 37.7, 100.0}) {
+        const Source source = RandomSource(random);
+        const ImageRef image = Output("CIDiscBlur", source.image, {{"inputRadius", {radius}}});
+        const auto reach = static_cast<std::int64_t>(std::ceil(radius));
+        EXPECT_EQ(image->extent(), Extent::of(source.region.grownBy(reach + 2))) << radius;
+        const auto weight = [&](std::int64_t x, std::int64_t y) {
+            const double distance = std::hypot(static_cast<double>(x), static_cast<double>(y));
+            return std::clamp(radius + 0.5 - distance, 0.0, 1.0);
+        };
+        ExpectWeighed(image, source, reach, weight, random);
+    }
+}
+
+struct Blur {
+    const char* filter;
+    double identity;
+};
+
+class FlatBlurTest : public testing::TestWithParam<Blur> {
+  protected:
+    ImageRef output(const ImageRef& input, double radius) {
+        return Output(GetParam().filter, input, {{"inputRadius", {radius}}});
+    }
+};
+
+TEST_P(FlatBlurTest, CuttingChangesNoBit) {
+    const ImageRef image = RandomImage(190, 170);
+    for (const double radius : {5.0, 21.0, 90.0}) {
+        const ImageRef blurred = output(image, radius);
+        const Region region = {-31, -29, 250, 221};
+        const std::vector<float> whole = Pixels(blurred, region, {4096, 4096, 4096});
+        EXPECT_EQ(Pixels(blurred, region, {4096, 64, 16}), whole) << radius;
+        EXPECT_EQ(Pixels(blurred, region, {77, 13, 31}), whole) << radius;
+    }
+}
+
+TEST_P(FlatBlurTest, KeepsTheSumOfLight) {
+    const ImageRef image = RandomImage(23, 17);
+    const auto sum = [](const std::vector<float>& pixels) {
+        double all = 0;
+        for (std::size_t index = 1; index < pixels.size(); index += 4) all += static_cast<double>(pixels[index]);
+        return all;
+    };
+    const double expected = sum(Pixels(image, {0, 0, 23, 17}));
+    for (const double radius : {3.0, 12.0, 47.0, 91.0}) {
+        EXPECT_NEAR(sum(Pixels(output(image, radius), Region{0, 0, 23, 17}.grownBy(95))), expected, 1e-5 * expected);
+    }
+}
+
+TEST_P(FlatBlurTest, RadiusWithoutEffectGivesTheVeryInputAndNoImageNone) {
+    const ImageRef image = RandomImage(5, 5);
+    for (const double radius : {GetParam().identity, -5.0, std::nan(""), -HUGE_VAL}) {
+        EXPECT_EQ(output(image, radius), image) << radius;
+    }
+    EXPECT_EQ(Output(GetParam().filter, nullptr, {}), nullptr);
+}
+
+TEST_P(FlatBlurTest, WidestBlursOfAnEndlessPatternAreItsMeanAndTakeLittleTime) {
+    // Many squares of both colors wherever the blur looks.
+    const ImageRef board = Generated(
+        "CICheckerboardGenerator",
+        {{"inputWidth", {16}}, {"inputSharpness", {1}}, {"inputColor0", {1, 1, 1, 1}}, {"inputColor1", {0, 0, 0, 1}}});
+    for (const double radius : {300.0, 1e5, 1e30}) {
+        const std::vector<float> pixel = Pixels(output(board, radius), {0, 0, 8, 1});
+        EXPECT_NEAR(pixel[0], 0.5, 0.03) << radius;
+        EXPECT_NEAR(pixel[3], 1, 1e-5) << radius;
+    }
+}
+
+TEST_P(FlatBlurTest, AnyNumbersGiveFinitePixels) {
+    const ImageRef image = RandomImage(5, 3);
+    for (const double number : kHostile) {
+        ExpectSound(output(image, number));
+        ExpectSound(output(MakeCroppedImage(image, {}), number));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Blurs, FlatBlurTest, testing::Values(Blur{"CIBoxBlur", 2.9}, Blur{"CIDiscBlur", 0}),
+                         [](const auto& test) { return std::string(test.param.filter); });
+
+}  // namespace

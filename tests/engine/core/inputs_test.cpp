@@ -1,0 +1,79 @@
+// inputs_test.cpp - inputs read by key, made finite, and the images that are given back unchanged.
+
+#include "core/inputs.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "color/color.h"
+#include "support/engine_images.h"
+#include "geometry/geometry.h"
+
+namespace {
+
+using namespace core_image;
+
+constexpr double kEndless = std::numeric_limits<double>::infinity();
+
+double Number(double value) {
+    InputValue input;
+    input.key = "inputRadius";
+    input.number = value;
+    return Inputs(&input, 1).number("inputRadius");
+}
+
+TEST(InputsTest, NumbersAreFinite) {
+    EXPECT_EQ(Number(2.5), 2.5);
+    EXPECT_EQ(Number(std::nan("")), 0);
+    EXPECT_EQ(Number(kEndless), kLargestNumber);
+    EXPECT_EQ(Number(-1e300), -kLargestNumber);
+}
+
+TEST(InputsTest, ElementsBeyondTheLastAndKeysThatAreNoneReadAsZero) {
+    const double elements[] = {1, std::nan(""), -kEndless};
+    InputValue input;
+    input.key = "inputCenter";
+    input.elements = elements;
+    input.count = 3;
+    const Inputs inputs(&input, 1);
+    EXPECT_EQ(inputs.element("inputCenter", 0), 1);
+    EXPECT_EQ(inputs.element("inputCenter", 1), 0);
+    EXPECT_EQ(inputs.element("inputCenter", 2), -kLargestNumber);
+    EXPECT_EQ(inputs.element("inputCenter", 3), 0);
+    EXPECT_EQ(inputs.element("inputOther", 0), 0);
+    EXPECT_EQ(inputs.number("inputOther"), 0);
+    EXPECT_EQ(inputs.image("inputOther"), nullptr);
+}
+
+TEST(InputsTest, ColorsAreLinearisedAndPremultiplied) {
+    const double components[] = {1, 0.5, -0.5, 0.5};
+    const Pixel pixel = PixelOfColor(components);
+    EXPECT_FLOAT_EQ(pixel.red, 0.5f);
+    EXPECT_FLOAT_EQ(pixel.green, 0.5f * 0.21404114f);
+    EXPECT_FLOAT_EQ(pixel.blue, -pixel.green);
+    EXPECT_EQ(pixel.alpha, 0.5f);
+}
+
+TEST(InputsTest, RectanglesKeepTheirInfiniteEdges) {
+    EXPECT_EQ(ExtentOfRectangle(0.5, -0.5, 1, 1), (Extent{0, -1, 2, 1}));
+    EXPECT_EQ(ExtentOfRectangle(0, 0, 1e300, 5), (Extent{0, 0, kEndless, 5}));
+    EXPECT_TRUE(ExtentOfRectangle(-1e300, -1e300, 1.7e308, 1.7e308).isInfinite());
+    EXPECT_EQ(ExtentOfRectangle(std::nan(""), 0, 5, 5), Extent{});
+    EXPECT_EQ(ExtentOfRectangle(3, 3, 0, 5), Extent{});
+}
+
+TEST(InputsTest, WhatChangesNothingGivesTheVeryInput) {
+    const ImageRef image = RandomImage(4, 4);
+    EXPECT_EQ(MakeCroppedImage(image, Extent::infinite()), image);
+    EXPECT_EQ(MakeCroppedImage(image, {0, 0, 4, 4}), image);
+    EXPECT_NE(MakeCroppedImage(image, {0, 0, 4, 3}), image);
+    InputValue values[3];
+    values[0].key = "inputImage";
+    values[0].image = &image;
+    values[1] = {"inputSaturation", 1};
+    values[2] = {"inputContrast", 1};
+    EXPECT_EQ(ColorControls(Inputs(values, 3)), image);
+}
+
+}  // namespace

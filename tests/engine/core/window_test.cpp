@@ -1,0 +1,102 @@
+// window_test.cpp - pixels are read where they stand, if they stand somewhere, and it makes no difference.
+
+#include "core/window.h"
+
+#include "core/buffered.h"
+#include "sampling/repeat.h"
+#include "support/oracle.h"
+
+namespace {
+
+using namespace oracle;
+
+// The same image, whose pixels stand nowhere.
+class FleetingImage : public Image {
+  public:
+    explicit FleetingImage(ImageRef input) : Image(input->extent(), input->depth()), input_(std::move(input)) {}
+
+    std::unique_ptr<const Stage> prepare(const Region& region) const override {
+        return std::make_unique<FleetingStage>(Prepare(input_, region));
+    }
+
+  private:
+    class FleetingStage : public Stage {
+      public:
+        explicit FleetingStage(Prepared input) : input_(std::move(input)) {}
+        void render(const Tile& tile) const override { input_.render(tile); }
+
+      private:
+        Prepared input_;
+    };
+
+    ImageRef input_;
+};
+
+struct Case {
+    const char* filter;
+    std::vector<Value> values;
+};
+
+TEST(WindowTest, FiltersMakeTheSameOfPixelsThatStandInMemoryAndOfOthers) {
+    const ImageRef held = RandomImage(120, 90);
+    const auto fleeting = std::make_shared<FleetingImage>(held);
+    const std::vector<double> weights(49, 0.03), rectangle = {3, 5, 100, 80};
+    const std::vector<Case> cases = {{"CIGaussianBlur", {{"inputRadius", {2}}}},
+                                     {"CIGaussianBlur", {{"inputRadius", {9}}}},
+                                     {"CIBoxBlur", {{"inputRadius", {11}}}},
+                                     {"CIBoxBlur", {{"inputRadius", {71}}}},
+                                     {"CIDiscBlur", {{"inputRadius", {3}}}},
+                                     {"CIDiscBlur", {{"inputRadius", {9}}}},
+                                     {"CIConvolution3X3", {{"inputWeights", weights}}},
+                                     {"CIConvolution7X7", {{"inputWeights", weights}, {"inputBias", {0.1}}}},
+                                     {"CIConvolution9Vertical", {{"inputWeights", weights}}},
+                                     {"CIAffineTransform", {{"inputTransform", {0.9, 0.3, -0.3, 0.9, 2.5, 7}}}},
+                                     {"CIAreaAverage", {{"inputExtent", rectangle}}},
+                                     {"CIAreaMaximumAlpha", {{"inputExtent", rectangle}}},
+                                     {"CIAreaHistogram", {{"inputExtent", rectangle}, {"inputCount", {10}}}},
+                                     {"CIColumnAverage", {{"inputExtent", rectangle}}}};
+    constexpr Region kRegion = {-20, -10, 160, 120};
+    constexpr Cut kCut = {4096, 32, 16};
+    for (const Case& each : cases) {
+        EXPECT_EQ(Pixels(Output(each.filter, held, each.values), kRegion, kCut),
+                  Pixels(Output(each.filter, fleeting, each.values), kRegion, kCut))
+            << each.filter;
+    }
+}
+
+TEST(WindowTest, BitmapsAndWhatIsHeldAreReadInPlaceAlsoMovedCroppedAndClamped) {
+    constexpr Region kMoved = {7, -3, 20, 10}, kInner = {9, 0, 5, 5};
+    const Source source = SourceOf(kMoved, std::vector<float>(4 * 20 * 10, 0.5f));
+    for (const ImageRef& image : {source.image, MakeCroppedImage(source.image, {8, -1, 20, 7}),
+                                  MakeClampedImage(source.image), MakeBufferedImage(source.image)}) {
+        const Prepared prepared = Prepare(image, kInner);
+        const std::optional<View> view = prepared.held(kInner);
+        ASSERT_TRUE(view);
+        EXPECT_EQ(view->region, kInner);
+        EXPECT_EQ(Window(prepared, kInner).view().pixels, view->pixels);
+    }
+    EXPECT_EQ(Prepare(source.image, kMoved).held(kMoved.grownBy(1)), std::nullopt) << "beyond the image";
+    EXPECT_EQ(Prepare(std::make_shared<FleetingImage>(source.image), kInner).held(kInner), std::nullopt);
+}
+
+TEST(WindowTest, BitmapsThatAreNotLinearFloatsInTheirPlaceAreRendered) {
+    const auto pixels = std::make_shared<std::vector<float>>(100, 0.5f);
+    BitmapSource bitmap;
+    bitmap.pixels = pixels->data();
+    bitmap.width = bitmap.height = 2;
+    bitmap.bytesPerRow = 2 * 4 * sizeof(float);
+    bitmap.format = PixelFormat::floats;
+    bitmap.transfer = Transfer::linear;
+    const auto isHeld = [&](const BitmapSource& source) {
+        return Prepare(MakeBitmapImage(source, pixels), {0, 0, 2, 2}).held({0, 0, 2, 2}).has_value();
+    };
+    EXPECT_TRUE(isHeld(bitmap));
+    BitmapSource encoded = bitmap, bytes = bitmap, shifted = bitmap, ragged = bitmap;
+    encoded.transfer = Transfer::sRGB;
+    bytes.format = PixelFormat::bytes;
+    shifted.pixels = reinterpret_cast<const char*>(pixels->data()) + 1;
+    ragged.bytesPerRow += 2;
+    for (const BitmapSource& source : {encoded, bytes, shifted, ragged}) EXPECT_FALSE(isHeld(source));
+}
+
+}  // namespace

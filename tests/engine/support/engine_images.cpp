@@ -1,0 +1,40 @@
+// engine_images.cpp - the helpers of engine_images.h.
+
+#include "support/engine_images.h"
+
+using namespace core_image;
+
+ImageRef RandomImage(std::size_t width, std::size_t height) {
+    auto pixels = std::make_shared<std::vector<float>>(width * height * 4);
+    std::uint32_t state = 12345;
+    for (std::size_t index = 0; index < pixels->size(); index += 4) {
+        const auto next = [&] {
+            state = state * 1664525 + 1013904223;
+            return static_cast<float>(state >> 8) / (1 << 24);
+        };
+        const float alpha = index % 3 == 0 ? 1 : next();
+        for (std::size_t channel = 0; channel < 3; ++channel) (*pixels)[index + channel] = next() * alpha;
+        (*pixels)[index + 3] = alpha;
+    }
+    BitmapSource source;
+    source.pixels = pixels->data();
+    source.width = width;
+    source.height = height;
+    source.bytesPerRow = width * 4 * sizeof(float);
+    source.format = PixelFormat::floats;
+    source.alpha = Alpha::premultiplied;
+    source.transfer = Transfer::linear;
+    return MakeBitmapImage(source, pixels);
+}
+
+std::vector<float> Pixels(const ImageRef& image, const Region& region, const Cut& cut) {
+    std::vector<float> pixels(static_cast<std::size_t>(region.width * region.height) * 4, -1.0f);
+    BitmapDestination destination;
+    destination.pixels = pixels.data();
+    destination.bytesPerRow =
+        static_cast<std::ptrdiff_t>(region.width) * 4 * static_cast<std::ptrdiff_t>(sizeof(float));
+    destination.format = PixelFormat::floats;
+    destination.transfer = Transfer::linear;
+    Render(image, region, destination, cut);
+    return pixels;
+}

@@ -1,0 +1,161 @@
+// oracle.h - what tests of filters over places share: random images anywhere in the plane, their pixels as doubles, filters
+// called with a few values, and comparison with a slow function.
+
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <deque>
+#include <functional>
+#include <random>
+#include <vector>
+
+#include "engine/filter_table.h"
+#include "support/engine_images.h"
+#include "sampling/affine.h"
+#include "geometry/geometry.h"
+
+namespace oracle {
+
+using namespace core_image;
+
+// Random numbers from a seed that is printed; the environment variable ZEVA_SEED repeats one.
+class Random {
+  public:
+    Random() {
+        const char* given = std::getenv("ZEVA_SEED");
+        const unsigned seed =
+            given != nullptr ? static_cast<unsigned>(std::atoi(given)) : std::random_device()() % 100000;
+        std::printf("ZEVA_SEED=%u\n", seed);
+        generator_.seed(seed);
+    }
+    double between(double least, double most) { return std::uniform_real_distribution<>(least, most)(generator_); }
+    std::int64_t whole(std::int64_t least, std::int64_t most) {
+        return std::uniform_int_distribution<std::int64_t>(least, most)(generator_);
+    }
+
+  private:
+    std::mt19937 generator_;
+};
+
+// An image and its pixels. Outside they are 0.
+struct Source {
+    ImageRef image;
+    Region region;
+    std::vector<float> pixels;  // the topmost row first
+
+    double at(std::int64_t x, std::int64_t y, std::size_t channel) const {
+        if (!region.contains(x, y)) return 0;
+        return static_cast<double>(
+            pixels[static_cast<std::size_t>((region.top() - 1 - y) * region.width + x - region.x) * 4 + channel]);
+    }
+};
+
+// A pixel of an image by its whole coordinates, and the mean of the four nearest to a place.
+using At = std::function<double(std::int64_t x, std::int64_t y, std::size_t channel)>;
+inline double Bilinear(const At& at, double x, double y, std::size_t channel) {
+    const double left = std::floor(x - 0.5), bottom = std::floor(y - 0.5);
+    const double right = x - 0.5 - left, above = y - 0.5 - bottom;
+    const auto i = static_cast<std::int64_t>(left), j = static_cast<std::int64_t>(bottom);
+    return (1 - above) * ((1 - right) * at(i, j, channel) + right * at(i + 1, j, channel)) +
+           above * ((1 - right) * at(i, j + 1, channel) + right * at(i + 1, j + 1, channel));
+}
+
+// A source that goes on as its outermost pixels do.
+inline double AtNearest(const Source& source, std::int64_t x, std::int64_t y, std::size_t channel) {
+    const Region& all = source.region;
+    return source.at(std::clamp(x, all.x, all.right() - 1), std::clamp(y, all.y, all.top() - 1), channel);
+}
+
+// A channel of a pixel that was clipped to 0...1: alpha first, then colors to alpha.
+inline double Clipped(const Source& source, std::int64_t x, std::int64_t y, std::size_t channel) {
+    const double alpha = std::clamp(source.at(x, y, 3), 0.0, 1.0);
+    return channel == 3 ? alpha : std::clamp(source.at(x, y, channel), 0.0, alpha);
+}
+
+// An image of numbers, the topmost row first, whose lower left pixel is at a place.
+inline Source SourceOf(const Region& region, const std::vector<float>& pixels) {
+    auto kept = std::make_shared<std::vector<float>>(pixels);
+    BitmapSource bitmap;
+    bitmap.pixels = kept->data();
+    bitmap.width = static_cast<std::size_t>(region.width);
+    bitmap.height = static_cast<std::size_t>(region.height);
+    bitmap.bytesPerRow = bitmap.width * 4 * sizeof(float);
+    bitmap.format = PixelFormat::floats;
+    bitmap.alpha = Alpha::premultiplied;
+    bitmap.transfer = Transfer::linear;
+    Affine move;
+    move.tx = static_cast<double>(region.x);
+    move.ty = static_cast<double>(region.y);
+    return {MakeAffineImage(MakeBitmapImage(bitmap, kept), move), region, pixels};
+}
+
+// Random pixels of odd size anywhere: some opaque, some transparent, some colors beyond 0...1.
+inline Source RandomSource(Random& random) {
+    const Region region = {random.whole(-50, 50), random.whole(-50, 50), 2 * random.whole(2, 20) + 1,
+                           2 * random.whole(2, 20) + 1};
+    std::vector<float> pixels;
+    for (std::int64_t index = 0; index < region.width * region.height; ++index) {
+        const double alpha = std::clamp(random.between(-0.3, 1.3), 0.0, 1.0);
+        for (int channel = 0; channel < 3; ++channel) {
+            pixels.push_back(static_cast<float>(random.between(-0.5, 2) * alpha));
+        }
+        pixels.push_back(static_cast<float>(alpha));
+    }
+    return SourceOf(region, pixels);
+}
+
+// The image that a filter makes; elements hold a vector, a color or a transform. Without inputImage nothing is given.
+struct Value {
+    const char* key;
+    std::vector<double> elements;
+    ImageRef image = nullptr;
+};
+inline ImageRef Output(const char* filter, const ImageRef& input, const std::vector<Value>& values) {
+    std::vector<InputValue> all(values.size() + 1);
+    all[0].key = "inputImage";
+    all[0].image = &input;
+    for (std::size_t index = 0; index < values.size(); ++index) {
+        InputValue& value = all[index + 1];
+        value.key = values[index].key;
+        value.image = &values[index].image;
+        if (values[index].elements.empty()) continue;
+        value.number = values[index].elements[0];
+        value.elements = values[index].elements.data();
+        value.count = values[index].elements.size();
+    }
+    return FindFilter(filter)(Inputs(all.data(), input == nullptr ? 0 : all.size()));
+}
+inline ImageRef Generated(const char* filter, const std::vector<Value>& values) {
+    return Output(filter, SourceOf({0, 0, 1, 1}, {0, 0, 0, 0}).image, values);
+}
+
+// Compares all pixels of a region with a function; the tolerance is relative to the larger of the expected number and 1.
+using Slow = std::function<double(std::int64_t x, std::int64_t y, std::size_t channel)>;
+inline void ExpectPixels(const ImageRef& image, const Region& region, const Slow& slow, double tolerance = 1e-5) {
+    const std::vector<float> pixels = Pixels(image, region, {4096, 29, 17});
+    for (std::size_t index = 0; index < pixels.size(); ++index) {
+        const auto pixel = static_cast<std::int64_t>(index / 4);
+        const std::int64_t x = region.x + pixel % region.width, y = region.top() - 1 - pixel / region.width;
+        const double expected = slow(x, y, index % 4);
+        ASSERT_NEAR(static_cast<double>(pixels[index]), expected, tolerance * std::max(1.0, std::abs(expected)))
+            << "at " << x << ", " << y << " channel " << index % 4;
+    }
+}
+
+// Expects only finite numbers, and nothing outside the extent.
+inline void ExpectSound(const ImageRef& image) {
+    if (image == nullptr) return;
+    for (const Region& region : {Region{-3, -3, 9, 9}, Region{1000000, -1000000, 3, 3}}) {
+        const std::vector<float> pixels = Pixels(image, region);
+        for (const float number : pixels) ASSERT_TRUE(std::isfinite(number));
+    }
+}
+
+// Numbers that ask for trouble.
+inline const double kHostile[] = {0,    -1,    1e-300, 1e-9,     0.5,       3,           1e9,
+                                  1e30, -1e30, 1e308,  HUGE_VAL, -HUGE_VAL, std::nan("")};
+
+}  // namespace oracle

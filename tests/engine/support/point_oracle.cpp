@@ -1,0 +1,142 @@
+// point_oracle.cpp - the helpers of point_oracle.h.
+
+#include "support/point_oracle.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "geometry/geometry.h"
+
+using namespace core_image;
+
+FilterValues::Entry& FilterValues::add(const char* key) {
+    entries_.push_back({});
+    entries_.back().value.key = key;
+    return entries_.back();
+}
+
+FilterValues& FilterValues::image(const char* key, const ImageRef& image) {
+    add(key).image = image;
+    return *this;
+}
+
+FilterValues& FilterValues::number(const char* key, double number) {
+    add(key).value.number = number;
+    return *this;
+}
+
+FilterValues& FilterValues::vector(const char* key, std::vector<double> elements) {
+    add(key).elements = std::move(elements);
+    return *this;
+}
+
+FilterValues& FilterValues::bytes(const char* key, const void* bytes, std::size_t count) {
+    InputValue& value = add(key).value;
+    value.bytes = bytes;
+    value.count = count;
+    return *this;
+}
+
+FilterValues& FilterValues::space(const char* key, ColorSpace space) {
+    add(key).value.space = space;
+    return *this;
+}
+
+ImageRef FilterValues::output(const char* filter) const {
+    std::vector<InputValue> values;
+    for (const Entry& entry : entries_) {
+        values.push_back(entry.value);
+        values.back().image = &entry.image;
+        if (entry.elements.empty()) continue;
+        values.back().elements = entry.elements.data();
+        values.back().count = entry.elements.size();
+    }
+    return FindFilter(filter)(Inputs(values.data(), values.size()));
+}
+
+Slow Unpremultiplied(const Slow& pixel) {
+    const double alpha = pixel.alpha;
+    if (alpha == 0) return {};
+    return {pixel.red / alpha, pixel.green / alpha, pixel.blue / alpha, alpha};
+}
+
+Slow Premultiplied(const Slow& color) {
+    return {color.red * color.alpha, color.green * color.alpha, color.blue * color.alpha, color.alpha};
+}
+
+double Luminance(const Slow& color) { return 0.2125 * color.red + 0.7154 * color.green + 0.0721 * color.blue; }
+
+std::vector<double> RandomNumbers::list(std::size_t count, double low, double high) {
+    std::vector<double> numbers(count);
+    for (double& number : numbers) number = (*this)(low, high);
+    return numbers;
+}
+
+namespace {
+
+// An image of floats with its lower left pixel at (0, 0).
+ImageRef ImageOf(std::size_t width, std::size_t height, std::vector<float> numbers) {
+    auto pixels = std::make_shared<std::vector<float>>(std::move(numbers));
+    BitmapSource source;
+    source.pixels = pixels->data();
+    source.width = width;
+    source.height = height;
+    source.bytesPerRow = width * 4 * sizeof(float);
+    source.format = PixelFormat::floats;
+    source.alpha = Alpha::premultiplied;
+    source.transfer = Transfer::linear;
+    return MakeBitmapImage(source, pixels);
+}
+
+ImageRef RandomImageAt(const Region& region, unsigned seed, double low, double high, double mostAlpha) {
+    RandomNumbers random(seed);
+    std::vector<float> pixels;
+    for (std::int64_t index = 0; index < region.right() * region.top(); ++index) {
+        const double kind = random(0, 1);
+        const double alpha = kind < 0.1 ? 0 : kind < 0.5 ? 1 : random(0.05, mostAlpha);
+        for (int channel = 0; channel < 3; ++channel) {
+            const double color = random(low - 0.1, high + 0.1);  // some at the very ends
+            pixels.push_back(static_cast<float>(std::clamp(color, low, high) * alpha));
+        }
+        pixels.push_back(static_cast<float>(alpha));
+    }
+    const auto width = static_cast<std::size_t>(region.right()), height = static_cast<std::size_t>(region.top());
+    return MakeCroppedImage(ImageOf(width, height, std::move(pixels)), Extent::of(region));
+}
+
+}  // namespace
+
+ImageRef InRangeImage(unsigned seed) { return RandomImageAt(kOffsetRegion, seed, 0, 1, 1); }
+
+ImageRef OutOfRangeImage(unsigned seed) { return RandomImageAt(kOffsetRegion, seed, -0.5, 2, 1.5); }
+
+void ExpectPixels(const ImageRef& image, const std::vector<ImageRef>& inputs, const Formula& formula,
+                  double tolerance) {
+    const Region region = kOffsetRegion.grownBy(2);
+    const std::vector<float> fast = Pixels(image, region);
+    std::vector<std::vector<float>> sources;
+    for (const ImageRef& input : inputs) sources.push_back(Pixels(input, region));
+    for (std::size_t index = 0; index < fast.size(); index += 4) {
+        std::vector<Slow> pixels;
+        for (const auto& source : sources)
+            pixels.push_back({source[index], source[index + 1], source[index + 2], source[index + 3]});
+        const Slow slow = formula(pixels);
+        const double expected[] = {slow.red, slow.green, slow.blue, slow.alpha};
+        for (std::size_t channel = 0; channel < 4; ++channel) {
+            const double allowed = tolerance * std::max(1.0, std::abs(expected[channel]));
+            ASSERT_NEAR(fast[index + channel], expected[channel], allowed)
+                << "pixel " << index / 4 << ", channel " << channel;
+        }
+    }
+}
+
+std::vector<float> PixelOf(const ImageRef& image) { return Pixels(image, {0, 0, 1, 1}); }
+
+ImageRef OnePixel(float red, float green, float blue, float alpha) { return ImageOf(1, 1, {red, green, blue, alpha}); }
+
+void ExpectNear(const std::vector<float>& numbers, const std::vector<double>& expected, double tolerance) {
+    ASSERT_EQ(numbers.size(), expected.size());
+    for (std::size_t index = 0; index < numbers.size(); ++index)
+        EXPECT_NEAR(numbers[index], expected[index], tolerance) << "number " << index;
+}

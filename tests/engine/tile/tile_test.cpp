@@ -1,0 +1,216 @@
+// tile_test.cpp - tiles against their formulas in doubles, by hand, and by the symmetries that they are named after.
+
+#include "generator/generator.h"
+#include "support/oracle.h"
+
+namespace {
+
+using namespace oracle;
+
+// A place in edges of the cell, brought back into the cell by definition, case by case.
+using Place = std::array<double, 2>;
+double Modulo(double value, double period) { return value - period * std::floor(value / period); }
+double UpAndDown(double value, double height) {
+    const double up = Modulo(value, 2 * height);
+    return up > height ? 2 * height - up : up;
+}
+Place Translated(double s, double t) { return {Modulo(s, 1), Modulo(t, 1)}; }
+Place Reflected(double s, double t) { return {UpAndDown(s, 1), UpAndDown(t, 1)}; }
+Place EightfoldReflected(double s, double t) {
+    const double p = UpAndDown(s, 0.5), q = UpAndDown(t, 0.5);
+    return {std::max(p, q), std::min(p, q)};
+}
+Place Rotated(double s, double t) {
+    const double a = Modulo(s, 1), b = Modulo(t, 1);
+    if (Modulo(s, 2) < 1) return Modulo(t, 2) < 1 ? Place{a, b} : Place{1 - b, a};
+    return Modulo(t, 2) < 1 ? Place{b, 1 - a} : Place{1 - a, 1 - b};
+}
+Place GlideReflected(double s, double t) { return {Modulo(Modulo(t, 2) < 1 ? s : -s, 1), Modulo(t, 1)}; }
+
+constexpr Region kRegion = {-40, -40, 81, 79};
+
+struct Kind {
+    const char* filter;
+    Place (*fold)(double s, double t);
+    bool hasAcuteAngle;
+};
+class TileTest : public testing::TestWithParam<Kind> {
+  protected:
+    static ImageRef tile(const ImageRef& image, std::vector<double> center, double width, double angle = 0,
+                         double acuteAngle = 1.5707963267948966) {
+        return Output(GetParam().filter, image,
+                      {{"inputCenter", std::move(center)},
+                       {"inputWidth", {width}},
+                       {"inputAngle", {angle}},
+                       {"inputAcuteAngle", {acuteAngle}}});
+    }
+
+    static bool is(const char* name) { return GetParam().filter == std::string(name); }
+};
+
+TEST_P(TileTest, IsThatOfTheFormula) {
+    Random random;
+    for (int round = 0; round < 20; ++round) {
+        const Source source = RandomSource(random);
+        const double cx = static_cast<double>(source.region.x) + random.between(-5, 15);
+        const double cy = static_cast<double>(source.region.y) + random.between(-5, 15),
+                     width = random.between(0.6, 50);
+        const double angle = random.between(-7, 7), acute = round % 5 == 0 ? 0.004 : random.between(-3.1, 3.1);
+        const double between = GetParam().hasAcuteAngle ? acute : 1.5707963267948966;
+        const double sine = std::copysign(std::max(std::abs(std::sin(between)), 0.01), std::sin(between));
+        const ImageRef image = tile(source.image, {cx, cy}, width, angle, acute);
+        const At at = [&](std::int64_t x, std::int64_t y, std::size_t channel) { return source.at(x, y, channel); };
+        ExpectPixels(image, kRegion, [&](std::int64_t x, std::int64_t y, std::size_t channel) {
+            const double dx = static_cast<double>(x) + 0.5 - cx, dy = static_cast<double>(y) + 0.5 - cy;
+            const double right = dx * std::cos(angle) + dy * std::sin(angle);
+            const double up = dy * std::cos(angle) - dx * std::sin(angle);
+            const double t = up / sine / width, s = right / width - t * std::cos(between);
+            const auto [s1, t1] = GetParam().fold(s, t);
+            const double right1 = (s1 + t1 * std::cos(between)) * width, up1 = t1 * sine * width;
+            return Bilinear(at, cx + right1 * std::cos(angle) - up1 * std::sin(angle),
+                            cy + right1 * std::sin(angle) + up1 * std::cos(angle), channel);
+        });
+    }
+}
+
+// A tile of whole pixels and what one of its symmetries makes of it: all pixels are the same.
+TEST_P(TileTest, IsItselfUnderItsSymmetries) {
+    constexpr std::int64_t w = 6, cx = 11, cy = -7;
+    using Symmetry = std::array<std::int64_t, 2> (*)(std::int64_t x, std::int64_t y);  // from the center
+    const Symmetry mirrorX = [](std::int64_t x, std::int64_t y) { return std::array{-1 - x, y}; };
+    const Symmetry mirrorY = [](std::int64_t x, std::int64_t y) { return std::array{x, -1 - y}; };
+    const Symmetry diagonal = [](std::int64_t x, std::int64_t y) { return std::array{y, x}; };
+    const Symmetry moveX = [](std::int64_t x, std::int64_t y) { return std::array{x + w, y}; };
+    const Symmetry moveY = [](std::int64_t x, std::int64_t y) { return std::array{x, y + w}; };
+    const Symmetry moveX2 = [](std::int64_t x, std::int64_t y) { return std::array{x + 2 * w, y}; };
+    const Symmetry moveY2 = [](std::int64_t x, std::int64_t y) { return std::array{x, y + 2 * w}; };
+    const Symmetry quarter = [](std::int64_t x, std::int64_t y) { return std::array{-1 - y, x}; };
+    const Symmetry otherQuarter = [](std::int64_t x, std::int64_t y) { return std::array{2 * w - 1 - y, x}; };
+    const Symmetry glide = [](std::int64_t x, std::int64_t y) { return std::array{-1 - x, y + w}; };
+    std::vector<Symmetry> symmetries;
+    if (is("CIFourfoldTranslatedTile")) symmetries = {moveX, moveY};
+    if (is("CIFourfoldReflectedTile")) symmetries = {mirrorX, mirrorY, moveX2, moveY2};
+    if (is("CIEightfoldReflectedTile")) symmetries = {mirrorX, mirrorY, diagonal, moveX, moveY};
+    if (is("CIFourfoldRotatedTile")) symmetries = {quarter, otherQuarter, moveX2, moveY2};
+    if (is("CIGlideReflectedTile")) symmetries = {glide, moveX, moveY2};
+    const ImageRef image = MakeAffineImage(RandomImage(9, 9), {1, 0, 0, 1, 10, -8});
+    const ImageRef tiles = tile(image, {cx, cy}, w);
+    const auto pixel = [&](std::int64_t x, std::int64_t y) { return Pixels(tiles, {cx + x, cy + y, 1, 1}); };
+    ASSERT_FALSE(symmetries.empty());
+    for (const Symmetry symmetry : symmetries) {
+        for (std::int64_t y = -14; y < 14; ++y) {
+            for (std::int64_t x = -14; x < 14; ++x) {
+                const auto [x1, y1] = symmetry(x, y);
+                const std::vector<float> one = pixel(x, y), other = pixel(x1, y1);
+                for (std::size_t i = 0; i < 4; ++i) ASSERT_NEAR(one[i], other[i], 1e-6) << x << ", " << y;
+            }
+        }
+    }
+}
+
+TEST_P(TileTest, SeamsThroughTheCentersOfPixelsAreStraight) {
+    const ImageRef image = RandomImage(40, 40);
+    constexpr double kQuarter = 1.5707963267948966, kFloatQuarter = 1.57079637050628662,
+                     kFloatHalf = 3.1415927410125732;
+    for (const auto& [width, angle, acute] : {std::array{7.0, kQuarter, kQuarter},
+                                              {7.0, kFloatQuarter, kFloatQuarter},
+                                              {7.0, kFloatHalf, kQuarter},
+                                              {7 * std::sqrt(2.0), kQuarter / 2, kQuarter}}) {
+        const ImageRef tiles = tile(image, {10.5, 10.5}, width, angle, acute);
+        for (const std::int64_t far : {14, 1400, 140000}) {
+            const std::vector<float> near = Pixels(tiles, {0, 0, 30, 30}), same = Pixels(tiles, {far, -far, 30, 30});
+            for (std::size_t i = 0; i < near.size(); ++i) ASSERT_NEAR(near[i], same[i], 1e-5) << far;
+        }
+    }
+}
+
+TEST_P(TileTest, HowItIsCutChangesNoBit) {
+    const ImageRef tiles = tile(RandomImage(40, 40), {10.5, 11}, 7, 1, 2);
+    EXPECT_EQ(Pixels(tiles, kRegion, {23, 16, 7}), Pixels(tiles, kRegion));
+}
+
+TEST_P(TileTest, ReachesEverywhereAndIsNoneWithoutAnImage) {
+    EXPECT_TRUE(tile(RandomImage(3, 3), {1, 1}, 2)->extent().isInfinite());
+    EXPECT_TRUE(tile(MakeConstantImage({1, 1, 1, 1}), {1, 1}, 2)->extent().isInfinite());
+    EXPECT_EQ(tile(nullptr, {1, 1}, 2), nullptr);
+}
+
+TEST_P(TileTest, OfAConstantIsThatConstant) {
+    const ImageRef tiles = tile(MakeConstantImage({0.25f, 0.5f, 0.75f, 1}), {1, 1}, 7.3, 0.4, 1);
+    EXPECT_EQ(Pixels(tiles, {-99, 1000000, 1, 1}), (std::vector<float>{0.25f, 0.5f, 0.75f, 1}));
+}
+
+TEST_P(TileTest, AnyNumbersAndImagesGiveFinitePixels) {
+    const ImageRef usual = SourceOf({2, 3, 2, 1}, {1, 1, 1, 1, 0, 0, 0, 1}).image;
+    const ImageRef images[] = {usual, MakeConstantImage({1, 0.5f, 0, 1}), MakeCroppedImage(usual, {})};
+    for (const ImageRef& image : images) {
+        for (const double number : kHostile) {
+            for (const double other : kHostile) {
+                ExpectSound(tile(image, {number, other}, other, number, other));
+                ExpectSound(tile(image, {2, 3}, number, 0, other));
+            }
+        }
+    }
+}
+
+TEST_P(TileTest, CellsOfNoWidthAreAPixelWide) {
+    const ImageRef image = RandomImage(9, 9);
+    for (const double none : {0.0, -5.0}) {
+        EXPECT_EQ(Pixels(tile(image, {3, 4}, none), kRegion), Pixels(tile(image, {3, 4}, 1), kRegion));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, TileTest,
+                         testing::Values(Kind{"CIEightfoldReflectedTile", EightfoldReflected, false},
+                                         Kind{"CIFourfoldReflectedTile", Reflected, true},
+                                         Kind{"CIFourfoldRotatedTile", Rotated, false},
+                                         Kind{"CIFourfoldTranslatedTile", Translated, true},
+                                         Kind{"CIGlideReflectedTile", GlideReflected, false}),
+                         [](const auto& test) { return std::string(test.param.filter); });
+
+// The red of a tile of two by two pixels, 1 2 above 3 4, around its cell's corner: a row of eight pixels, two right of
+// which are the cell's.
+std::vector<float> RowOf(const char* filter, std::int64_t y, double width = 2) {
+    const Source cell = SourceOf({0, 0, 2, 2}, {1, 0, 0, 1, 2, 0, 0, 1, 3, 0, 0, 1, 4, 0, 0, 1});
+    const ImageRef tiles = Output(filter, cell.image,
+                                  {{"inputCenter", {0, 0}},
+                                   {"inputWidth", {width}},
+                                   {"inputAngle", {0}},
+                                   {"inputAcuteAngle", {1.5707963267948966}}});
+    std::vector<float> row;
+    const std::vector<float> pixels = Pixels(tiles, {-4, y, 8, 1});
+    for (std::size_t index = 0; index < pixels.size(); index += 4)
+        row.push_back(std::round(pixels[index] * 1e5f) / 1e5f);
+    return row;
+}
+
+TEST(TilesByHandTest, CellIsRepeated) {
+    EXPECT_EQ(RowOf("CIFourfoldTranslatedTile", 0), (std::vector<float>{3, 4, 3, 4, 3, 4, 3, 4}));
+    EXPECT_EQ(RowOf("CIFourfoldTranslatedTile", 3), (std::vector<float>{1, 2, 1, 2, 1, 2, 1, 2}));
+}
+
+TEST(TilesByHandTest, CellIsReflected) {
+    EXPECT_EQ(RowOf("CIFourfoldReflectedTile", 0), (std::vector<float>{3, 4, 4, 3, 3, 4, 4, 3}));
+    EXPECT_EQ(RowOf("CIFourfoldReflectedTile", 2), (std::vector<float>{1, 2, 2, 1, 1, 2, 2, 1}));
+    EXPECT_EQ(RowOf("CIFourfoldReflectedTile", 3), (std::vector<float>{3, 4, 4, 3, 3, 4, 4, 3}));
+}
+
+TEST(TilesByHandTest, CellIsRotated) {
+    EXPECT_EQ(RowOf("CIFourfoldRotatedTile", 0), (std::vector<float>{3, 4, 1, 3, 3, 4, 1, 3}));
+    EXPECT_EQ(RowOf("CIFourfoldRotatedTile", 1), (std::vector<float>{1, 2, 2, 4, 1, 2, 2, 4}));
+    EXPECT_EQ(RowOf("CIFourfoldRotatedTile", 2), (std::vector<float>{4, 2, 2, 1, 4, 2, 2, 1}));
+}
+
+TEST(TilesByHandTest, OddRowsOfCellsAreReflected) {
+    EXPECT_EQ(RowOf("CIGlideReflectedTile", 0), (std::vector<float>{3, 4, 3, 4, 3, 4, 3, 4}));
+    EXPECT_EQ(RowOf("CIGlideReflectedTile", 2), (std::vector<float>{4, 3, 4, 3, 4, 3, 4, 3}));
+    EXPECT_EQ(RowOf("CIGlideReflectedTile", -1), (std::vector<float>{2, 1, 2, 1, 2, 1, 2, 1}));
+}
+
+TEST(TilesByHandTest, TriangleIsReflected) {
+    // A cell of four by four, of whose lower left quarter the pixels 3 4 below and 2 on the diagonal are shown.
+    EXPECT_EQ(RowOf("CIEightfoldReflectedTile", 0, 4), (std::vector<float>{3, 4, 4, 3, 3, 4, 4, 3}));
+    EXPECT_EQ(RowOf("CIEightfoldReflectedTile", 1, 4), (std::vector<float>{4, 2, 2, 4, 4, 2, 2, 4}));
+}
+
+}  // namespace

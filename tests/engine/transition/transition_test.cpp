@@ -1,0 +1,406 @@
+// transition_test.cpp - transitions against their formulas in doubles, by hand, and what holds for all of them.
+
+#include "core/transfer.h"
+#include "generator/generator.h"
+#include "support/oracle.h"
+
+namespace {
+
+using namespace oracle;
+
+// The image of a transition from one image to another.
+ImageRef Transition(const std::string& filter, const ImageRef& image, const ImageRef& target,
+                    std::vector<Value> values) {
+    values.push_back({"inputTargetImage", {}, target});
+    return Output(filter.c_str(), image, values);
+}
+
+double Mix(double a, double b, double k) { return a + k * (b - a); }
+
+// Where the random images are, and more.
+constexpr Region kAround = {-60, -60, 161, 161};
+
+// What the channels of a pixel all are.
+ImageRef Gray(float level, const Region& region) {
+    return MakeCroppedImage(MakeConstantImage({level, level, level, 1}), Extent::of(region));
+}
+
+// Every transition, and those of its keys that hold numbers or vectors.
+struct Kind {
+    const char* filter;
+    std::vector<const char*> keys;
+};
+class EveryTransitionTest : public testing::TestWithParam<Kind> {
+  protected:
+    ImageRef at(double time, const ImageRef& image, const ImageRef& target, std::vector<Value> values = {}) const {
+        values.push_back({"inputTime", {time}});
+        values.push_back({"inputMaskImage", {}, mask_});
+        return Transition(GetParam().filter, image, target, std::move(values));
+    }
+
+    // A number for each key, and a vector of it.
+    std::vector<Value> all(double number) const {
+        std::vector<Value> values;
+        for (const char* key : GetParam().keys) values.push_back({key, {number, number, number, number}});
+        return values;
+    }
+
+    ImageRef mask_ = RandomImage(20, 20);
+};
+
+TEST_P(EveryTransitionTest, IsTheOneImageBeforeAndTheOtherAfter) {
+    Random random;
+    for (int round = 0; round < 5; ++round) {
+        const Source image = RandomSource(random), target = RandomSource(random);
+        const std::vector<Value> values = all(random.between(-1, 40));
+        for (const double time : {0.0, -1.0, -HUGE_VAL, std::nan("")}) {
+            EXPECT_EQ(Pixels(at(time, image.image, target.image, values), kAround), Pixels(image.image, kAround))
+                << time;
+        }
+        for (const double time : {1.0, 2.0, HUGE_VAL}) {
+            EXPECT_EQ(Pixels(at(time, image.image, target.image, values), kAround), Pixels(target.image, kAround))
+                << time;
+        }
+    }
+}
+
+TEST_P(EveryTransitionTest, HowItIsCutChangesNoBit) {
+    Random random;
+    for (int round = 0; round < 5; ++round) {
+        const Source image = RandomSource(random), target = RandomSource(random);
+        const ImageRef between = at(random.between(0.1, 0.9), image.image, target.image, all(random.between(0.5, 20)));
+        EXPECT_EQ(Pixels(between, kAround, {23, 16, 7}), Pixels(between, kAround));
+    }
+}
+
+TEST_P(EveryTransitionTest, ReachesOverBothImagesAtAnyTime) {
+    const ImageRef image = Gray(1, {1, 2, 3, 4}), target = Gray(1, {-7, 3, 2, 9});
+    for (const double time : {0.0, 0.3, 1.0}) {
+        EXPECT_EQ(at(time, image, target)->extent(), (Extent{-7, 2, 4, 12}));
+        EXPECT_TRUE(at(time, image, MakeConstantImage({1, 1, 1, 1}))->extent().isInfinite());
+    }
+}
+
+TEST_P(EveryTransitionTest, WithoutOneOfItsImagesThereIsNone) {
+    const ImageRef image = Gray(1, {1, 2, 3, 4});
+    for (const double time : {0.0, 0.3, 1.0}) {
+        EXPECT_EQ(at(time, image, nullptr), nullptr);
+        EXPECT_EQ(at(time, nullptr, image), nullptr);
+    }
+}
+
+TEST_P(EveryTransitionTest, AnyNumbersAndImagesGiveFinitePixels) {
+    const float none = std::nanf("");
+    const ImageRef usual = SourceOf({2, 3, 2, 1}, {1, 1, 1, 1, 0, 0, 0, 1}).image;
+    const ImageRef odd = SourceOf({0, 0, 2, 1}, {none, 1e30f, -1e30f, 1, HUGE_VALF, 0, 0, none}).image;
+    const ImageRef endless = MakeConstantImage({1, 0.5f, 0, 1}), empty = MakeCroppedImage(usual, {});
+    const ImageRef images[] = {usual, odd, endless, empty, Gray(0.5f, {0, 0, 1, 1})};
+    for (const double number : kHostile) {
+        for (const double time : {1e-9, 0.3, 0.9}) {
+            for (const ImageRef& image : images) {
+                mask_ = image;
+                ExpectSound(at(time, image, usual, all(number)));
+                ExpectSound(at(time, usual, image, all(number)));
+                ExpectSound(at(time, image, image, all(number)));
+            }
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Kinds, EveryTransitionTest,
+    testing::Values(
+        Kind{"CIBarsSwipeTransition", {"inputAngle", "inputWidth", "inputBarOffset"}},
+        Kind{"CICopyMachineTransition", {"inputAngle", "inputWidth", "inputOpacity", "inputExtent", "inputColor"}},
+        Kind{"CIDisintegrateWithMaskTransition", {"inputShadowRadius", "inputShadowDensity", "inputShadowOffset"}},
+        Kind{"CIDissolveTransition", {}},
+        Kind{"CIFlashTransition",
+             {"inputCenter", "inputExtent", "inputColor", "inputFadeThreshold", "inputMaxStriationRadius",
+              "inputStriationContrast", "inputStriationStrength"}}),
+    [](const auto& test) { return std::string(test.param.filter); });
+
+TEST(DissolveTransitionTest, IsTheMeanWeighedByTheTime) {
+    Random random;
+    for (int round = 0; round < 10; ++round) {
+        const Source image = RandomSource(random), target = RandomSource(random);
+        const double time = random.between(0, 1);
+        ExpectPixels(Transition("CIDissolveTransition", image.image, target.image, {{"inputTime", {time}}}), kAround,
+                     [&](std::int64_t x, std::int64_t y, std::size_t channel) {
+                         return Mix(image.at(x, y, channel), target.at(x, y, channel), time);
+                     });
+    }
+}
+
+TEST(CopyMachineTransitionTest, IsThatOfTheFormula) {
+    Random random;
+    for (int round = 0; round < 20; ++round) {
+        const Source image = RandomSource(random), target = RandomSource(random);
+        const double time = random.between(0, 1), angle = random.between(-7, 7), width = random.between(0.5, 90);
+        const double opacity = random.between(0, 3), left = random.between(-50, 0), bottom = random.between(-50, 0);
+        const double across = random.between(1, 90), up = random.between(1, 90);
+        const std::vector<double> color = {random.between(0, 1), random.between(0, 1), random.between(0, 1),
+                                           random.between(0, 1)};
+        const ImageRef image2 = Transition("CICopyMachineTransition", image.image, target.image,
+                                           {{"inputTime", {time}},
+                                            {"inputAngle", {angle}},
+                                            {"inputWidth", {width}},
+                                            {"inputOpacity", {opacity}},
+                                            {"inputColor", color},
+                                            {"inputExtent", {left, bottom, across, up}}});
+        double least = 1e9, most = -1e9;
+        for (const double x : {left, left + across}) {
+            for (const double y : {bottom, bottom + up}) {
+                least = std::min(least, x * std::cos(angle) + y * std::sin(angle));
+                most = std::max(most, x * std::cos(angle) + y * std::sin(angle));
+            }
+        }
+        const Extent extent = image2->extent();
+        ExpectPixels(image2, kAround, [&](std::int64_t x, std::int64_t y, std::size_t channel) {
+            const double px = static_cast<double>(x) + 0.5, py = static_cast<double>(y) + 0.5;
+            if (px < extent.left || px > extent.right || py < extent.bottom || py > extent.top) return 0.0;
+            const double far = least + time / 0.65 * (most - least + width);
+            const double u = px * std::cos(angle) + py * std::sin(angle);
+            const double p = std::clamp((u - (far - width)) / width, 0.0, 1.0);
+            return Mix(target.at(x, y, channel), image.at(x, y, channel), p) +
+                   opacity * color[3] * (channel == 3 ? 1 : color[channel]) * std::min(p / 0.83, (1 - p) / 0.17);
+        });
+    }
+}
+
+TEST(CopyMachineTransitionTest, StripComputedByHand) {
+    // At half of 0.65 a strip 10 wide has come to 45...55 of 0...100.
+    const ImageRef image =
+        Transition("CICopyMachineTransition", Gray(0.5f, {0, 0, 100, 9}), Gray(0.25f, {0, 0, 100, 9}),
+                   {{"inputTime", {0.325}},
+                    {"inputWidth", {10}},
+                    {"inputOpacity", {2}},
+                    {"inputColor", {0.5, 0, 1, 1}},
+                    {"inputExtent", {0, 0, 100, 9}}});
+    const auto pixel = [&](std::int64_t x) { return Pixels(image, {x, 4, 1, 1}); };
+    EXPECT_EQ(pixel(44), (std::vector<float>{0.25f, 0.25f, 0.25f, 1}));
+    EXPECT_EQ(pixel(55), (std::vector<float>{0.5f, 0.5f, 0.5f, 1}));
+    const double glare = 0.45 / 0.83, mean = 0.25 * 0.55 + 0.5 * 0.45;
+    const double expected[] = {mean + glare, mean, mean + 2 * glare, 1 + 2 * glare};
+    for (std::size_t channel = 0; channel < 4; ++channel) EXPECT_NEAR(pixel(49)[channel], expected[channel], 1e-6);
+    EXPECT_NEAR(pixel(54)[3], 1 + 2 * 0.05 / 0.17, 1e-6);
+}
+
+TEST(BarsSwipeTransitionTest, IsThatOfTheFormula) {
+    Random random;
+    for (int round = 0; round < 20; ++round) {
+        const Source image = RandomSource(random), target = RandomSource(random);
+        const double time = random.between(0, 1), angle = random.between(-7, 7), width = random.between(0.5, 30);
+        const double offset = random.between(0.3, 20), sin = std::sin(angle), cos = std::cos(angle);
+        const ImageRef bars = Transition(
+            "CIBarsSwipeTransition", image.image, target.image,
+            {{"inputTime", {time}}, {"inputAngle", {angle}}, {"inputWidth", {width}}, {"inputBarOffset", {offset}}});
+        const Extent all = bars->extent();
+        const double across = all.right - all.left, up = all.top - all.bottom;
+        const double least = std::min(all.left * cos, all.right * cos) + std::min(all.bottom * sin, all.top * sin);
+        const bool isSteep = across * std::abs(cos) > up * std::abs(sin);
+        const double reach = isSteep
+                                 ? std::floor(across * std::abs(cos) / width) + std::sqrt(up / std::abs(cos) / offset)
+                                 : std::floor(up * std::abs(sin) / width) + std::sqrt(across / std::abs(sin) / offset);
+        ExpectPixels(bars, kAround, [&](std::int64_t x, std::int64_t y, std::size_t channel) {
+            const double px = static_cast<double>(x) + 0.5, py = static_cast<double>(y) + 0.5;
+            const double n = std::max(0.0, time * reach - std::floor((px * cos + py * sin - least) / width));
+            const double u = px - offset * n * n * sin, v = py + offset * n * n * cos;
+            const At at = [&](std::int64_t i, std::int64_t j, std::size_t c) { return image.at(i, j, c); };
+            if (px < all.left || px > all.right || py < all.bottom || py > all.top) return 0.0;
+            return Bilinear(at, u, v, channel) + (1 - Bilinear(at, u, v, 3)) * target.at(x, y, channel);
+        });
+    }
+}
+
+TEST(BarsSwipeTransitionTest, BarsComputedByHand) {
+    // Three bars 30 wide and 100 high, each row a level brighter than the one below: M = 3 + sqrt(100 / 10).
+    std::vector<float> rows;
+    for (int row = 99; row >= 0; --row) {
+        for (int column = 0; column < 90; ++column) rows.insert(rows.end(), {static_cast<float>(row), 0, 0, 1});
+    }
+    const Source image = SourceOf({0, 0, 90, 100}, rows);
+    const ImageRef bars =
+        Transition("CIBarsSwipeTransition", image.image, Gray(1000, {0, 0, 90, 100}),
+                   {{"inputTime", {0.5}}, {"inputAngle", {0}}, {"inputWidth", {30}}, {"inputBarOffset", {10}}});
+    const auto red = [&](std::int64_t x, std::int64_t y) { return Pixels(bars, {x, y, 1, 1})[0]; };
+    const double m = 0.5 * (3 + std::sqrt(10.0));
+    EXPECT_NEAR(red(10, 2), 2 + 10 * m * m, 1e-3);
+    EXPECT_NEAR(red(40, 2), 2 + 10 * (m - 1) * (m - 1), 1e-3);
+    EXPECT_NEAR(red(89, 2), 2 + 10 * (m - 2) * (m - 2), 1e-3);
+    EXPECT_EQ(red(10, 50), 1000);
+}
+
+TEST(BarsSwipeTransitionTest, WidthAndOffsetAreAboveZero) {
+    const auto bars = [](double width, double offset) {
+        return Pixels(
+            Transition(
+                "CIBarsSwipeTransition", RandomImage(31, 17), RandomImage(17, 31),
+                {{"inputTime", {0.4}}, {"inputAngle", {3}}, {"inputWidth", {width}}, {"inputBarOffset", {offset}}}),
+            {0, 0, 31, 31});
+    };
+    for (const double none : {0.0, -5.0}) {
+        EXPECT_EQ(bars(none, 2), bars(1e-6, 2));
+        EXPECT_EQ(bars(9, none), bars(9, 1e-6));
+    }
+}
+
+TEST(BarsSwipeTransitionTest, OverAnEndlessTargetBarsAreLaidOverTheImage) {
+    const ImageRef image = RandomImage(31, 17), endless = MakeConstantImage({0, 1, 0, 1});
+    const std::vector<Value> values = {
+        {"inputTime", {0.4}}, {"inputAngle", {3}}, {"inputWidth", {5}}, {"inputBarOffset", {2}}};
+    const ImageRef finite = MakeCroppedImage(endless, {0, 0, 31, 17});
+    const Region region = {0, 0, 31, 17};
+    EXPECT_EQ(Pixels(Transition("CIBarsSwipeTransition", image, endless, values), region),
+              Pixels(Transition("CIBarsSwipeTransition", image, finite, values), region));
+    EXPECT_EQ(Pixels(Transition("CIBarsSwipeTransition", endless, endless, values), region), Pixels(endless, region));
+}
+
+// Why ten times as much: a shadow on an even mask is a thousand times as steep, over its radius, as the floats between
+// pixels of the moved mask are precise.
+TEST(DisintegrateTransitionTest, IsThatOfTheFormula) {
+    Random random;
+    for (int round = 0; round < 20; ++round) {
+        const Source image = RandomSource(random), target = RandomSource(random), mask = RandomSource(random);
+        const double time = random.between(0, 1), radius = random.between(0.5, 30), density = random.between(0, 1);
+        const std::vector<double> offset = {random.between(-9, 9), random.between(-9, 9)};
+        const ImageRef between = Transition("CIDisintegrateWithMaskTransition", image.image, target.image,
+                                            {{"inputTime", {time}},
+                                             {"inputShadowRadius", {radius}},
+                                             {"inputShadowDensity", {density}},
+                                             {"inputShadowOffset", offset},
+                                             {"inputMaskImage", {}, mask.image}});
+        const auto m = [&](std::int64_t x, std::int64_t y, std::size_t channel = 1) { return mask.at(x, y, channel); };
+        ExpectPixels(
+            between, kAround,
+            [&](std::int64_t x, std::int64_t y, std::size_t channel) {
+                const double g = std::max(std::abs(m(x, y) - m(x - 1, y)), std::abs(m(x, y) - m(x, y - 1))) + 0.001;
+                const double cover = std::clamp(0.5 + (m(x, y) - time) / g, 0.0, 1.0);
+                if (channel == 3) return Mix(target.at(x, y, 3), image.at(x, y, 3), cover);
+                const double moved =
+                    Bilinear(m, static_cast<double>(x) + 0.5 - offset[0], static_cast<double>(y) + 0.5 - offset[1], 1);
+                const double shadow = std::clamp(0.5 + (moved - time) / (g * radius), 0.0, 1.0);
+                return Mix(target.at(x, y, channel) * (0.75 + 0.25 * time) * (1 - density * shadow),
+                           image.at(x, y, channel) * (1 + 0.25 * time), cover);
+            },
+            1e-4);
+    }
+}
+
+TEST(DisintegrateTransitionTest, EdgeAndShadowComputedByHand) {
+    // A mask that is 1 left of x = 10 and 0 right of it, and its shadow 3 to the right.
+    const Region all = {0, 0, 20, 1};
+    const ImageRef mask = MakeCroppedImage(Gray(1, {0, -5, 10, 9}), {-99, -99, 99, 99});
+    const ImageRef between = Transition("CIDisintegrateWithMaskTransition", Gray(1, all), Gray(0.5f, all),
+                                        {{"inputTime", {0.5}},
+                                         {"inputShadowRadius", {0}},
+                                         {"inputShadowDensity", {0.4}},
+                                         {"inputShadowOffset", {3, 0}},
+                                         {"inputMaskImage", {}, mask}});
+    const auto red = [&](std::int64_t x) { return Pixels(between, {x, 0, 1, 1})[0]; };
+    EXPECT_NEAR(red(5), 1.125, 1e-6);
+    EXPECT_NEAR(red(9), 1.125, 1e-6);
+    // Where the mask falls from 1 to 0 the cover is 0.5 - 0.5 / 1.001.
+    EXPECT_NEAR(red(10), 0.5 * 0.875 * 0.6 + (0.5 - 0.5 / 1.001) * (1.125 - 0.5 * 0.875 * 0.6), 1e-6);
+    EXPECT_NEAR(red(12), 0.5 * 0.875 * 0.6, 1e-6);
+    EXPECT_NEAR(red(13), 0.5 * 0.875, 1e-6);
+    EXPECT_EQ(Pixels(between, {12, 0, 1, 1})[3], 1);
+}
+
+// A flash without rays unless values say so, around the middle of pixel (0, 0).
+ImageRef Flash(double time, const ImageRef& image, const ImageRef& target, std::vector<Value> values) {
+    for (const Value& value : std::vector<Value>{{"inputTime", {time}},
+                                                 {"inputCenter", {0.5, 0.5}},
+                                                 {"inputExtent", {0, 0, 30, 40}},
+                                                 {"inputColor", {1, 0.8, 0.6, 1}},
+                                                 {"inputFadeThreshold", {0.85}},
+                                                 {"inputMaxStriationRadius", {2.5}}}) {
+        values.push_back(value);
+    }
+    return Transition("CIFlashTransition", image, target, std::move(values));
+}
+
+double FlashRadius(double time) { return 0.3168 * 50 / std::sqrt(2) * time * time * time / (1 - time * time); }
+
+TEST(FlashTransitionTest, WithoutRaysIsThatOfTheFormula) {
+    Random random;
+    for (int round = 0; round < 20; ++round) {
+        const Source image = RandomSource(random), target = RandomSource(random);
+        const double time = random.between(0.3, 1), radius = FlashRadius(time);
+        const double share = std::min(1.0, (1 - time) / 0.15);
+        const ImageRef flash = Flash(time, image.image, target.image, {});
+        const Extent all = flash->extent();
+        ExpectPixels(flash, kAround, [&](std::int64_t x, std::int64_t y, std::size_t channel) {
+            const double px = static_cast<double>(x) + 0.5, py = static_cast<double>(y) + 0.5;
+            if (px < all.left || px > all.right || py < all.bottom || py > all.top) return 0.0;
+            const double component[] = {1, 0.8, 0.6}, r = std::hypot(px - 0.5, py - 0.5);
+            const double color =
+                channel == 3 ? 1 : static_cast<double>(DecodeSRGB(static_cast<float>(component[channel])));
+            const double light = r == 0 ? 1e9 : std::max(0.0, 1 - r / 2.5 / radius) * color * radius * radius / r / r;
+            return Mix(target.at(x, y, channel), std::clamp(image.at(x, y, channel) + light, 0.0, 1.0), share);
+        });
+    }
+}
+
+// The rays over black, divided by how the light falls with the distance: what the noise has become.
+double RayAt(std::int64_t x, std::int64_t y, double contrast, double strength) {
+    const ImageRef black = Gray(0, {-200, -200, 400, 400});
+    const ImageRef flash = Flash(0.8, black, black,
+                                 {{"inputColor", {0, 0, 0, 0}},
+                                  {"inputStriationContrast", {contrast}},
+                                  {"inputStriationStrength", {strength}},
+                                  {"inputMaxStriationRadius", {1e6}}});
+    return Pixels(flash, {x, y, 1, 1})[0];
+}
+
+TEST(FlashTransitionTest, RaysAreStraightAndFollowContrastAndStrength) {
+    for (const auto& [x, y] : {std::array<std::int64_t, 2>{3, 1}, {-5, 7}, {-2, -9}, {8, -3}}) {
+        const double noise = RayAt(x, y, 1, 1);
+        EXPECT_NEAR(RayAt(9 * x, 9 * y, 1, 1), noise, 1e-4);
+        EXPECT_NEAR(RayAt(x, y, 0.5, 0.7), 0.7 * ((noise - 0.5) * 0.5 + 0.5), 1e-4);
+    }
+}
+
+TEST(FlashTransitionTest, RaysAreManyFaintAndAFewBright) {
+    // Around a large circle, a hundredth of a degree apart.
+    const ImageRef black = Gray(0, {-9000, -9000, 18000, 18000});
+    const ImageRef flash = Flash(0.8, black, black,
+                                 {{"inputColor", {0, 0, 0, 0}},
+                                  {"inputStriationContrast", {1}},
+                                  {"inputStriationStrength", {1}},
+                                  {"inputMaxStriationRadius", {1e9}}});
+    std::vector<double> rays;
+    for (int step = 0; step < 36000; ++step) {
+        const double angle = step * 6.283185307179586 / 36000;
+        const auto x = std::llround(8000 * std::cos(angle)), y = std::llround(8000 * std::sin(angle));
+        rays.push_back(Pixels(flash, {x, y, 1, 1})[0]);
+    }
+    double sum = 0, squares = 0;
+    for (const double ray : rays) sum += ray, squares += ray * ray;
+    const double mean = sum / 36000, variance = squares / 36000 - mean * mean;
+    EXPECT_NEAR(mean, 0.39, 0.02);
+    EXPECT_NEAR(std::sqrt(variance), 0.16, 0.01);
+    EXPECT_NEAR(*std::min_element(rays.begin(), rays.end()), 0.05, 0.05);
+    EXPECT_NEAR(*std::max_element(rays.begin(), rays.end()), 0.9, 0.05);
+    const auto correlation = [&](std::size_t lag) {
+        double products = 0;
+        for (std::size_t i = 0; i < rays.size(); ++i) products += rays[i] * rays[(i + lag) % rays.size()];
+        return (products / 36000 - mean * mean) / variance;
+    };
+    EXPECT_NEAR(correlation(38), 0.5, 0.05);
+    EXPECT_LT(correlation(70), 0.2);
+}
+
+TEST(FlashTransitionTest, FlashCoversTheExtentWhenItBeginsToFade) {
+    const ImageRef black = Gray(0, {0, 0, 300, 300});
+    const ImageRef flash = Transition("CIFlashTransition", black, black,
+                                      {{"inputTime", {0.85}},
+                                       {"inputCenter", {150, 150}},
+                                       {"inputExtent", {0, 0, 300, 300}},
+                                       {"inputColor", {1, 0.8, 0.6, 1}},
+                                       {"inputFadeThreshold", {0.85}},
+                                       {"inputMaxStriationRadius", {2.58}}});
+    EXPECT_GT(Pixels(flash, {0, 0, 1, 1})[0], 0.2f);
+    EXPECT_EQ(Pixels(flash, {150, 150, 1, 1}), std::vector<float>(4, 1.0f));
+}
+
+}  // namespace
