@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
-"""Applies each fault of mutants.toml to the module's sources, one at a time, and checks that the boundary tests catch it.
+"""Applies each fault of mutants.toml to the module's sources, one at a time; the boundary tests must catch it.
 
 Usage: run_mutants.py PRESET...
 
-Works on a copy of the sources in build/mutants and leaves the originals alone. Prints a table of the changes and the first
-test that failed for each. Exits with status 1 when a fault was not caught, or could not be applied or built: a fault that
-does not build proves nothing.
+Works on a copy of the sources in build/mutants and leaves the originals alone. Prints a table of the changes and the
+first test that failed for each. Exits with status 1 when a fault was not caught, or could not be applied or built: a
+fault that does not build proves nothing.
 """
 
 import os
