@@ -1,4 +1,6 @@
-// CFBase.mm - references of Core Foundation objects: the messages that every object answers.
+// CFBase.mm - reference counting of Core Foundation objects, by the messages of Objective-C.
+//
+// Messages to nil do nothing, so every function accepts null.
 
 #import <Foundation/Foundation.h>
 

@@ -1,9 +1,10 @@
-// CoreFoundation.h - the few Core Foundation types and functions that the image frameworks speak in.
+// CoreFoundation.h - the few Core Foundation types and functions that the image frameworks use.
 //
-// A Core Foundation object is an Objective-C object here: the functions send the messages, and a reference may be cast to the
-// Foundation class that its type names, and back.
+// A Core Foundation object is an Objective-C object here. The functions send it messages. A reference may be cast to
+// the Foundation class named beside its type, and back.
 //
-// Ownership: a function with Create or Copy in its name gives the caller one reference, to be given back with CFRelease.
+// Ownership: a function with Create or Copy in its name returns an object that the caller owns and must release with
+//            CFRelease.
 // Threads:   retaining and releasing are safe on any thread.
 
 #pragma once
@@ -19,7 +20,7 @@
 // Any Core Foundation object.
 typedef const void* CFTypeRef;
 
-// Objects that are Foundation objects under another type.
+// Foundation objects under another type.
 typedef const struct __CFAllocator* CFAllocatorRef;
 typedef const struct __CFString* CFStringRef;          // NSString
 typedef const struct __CFURL* CFURLRef;                // NSURL
@@ -28,20 +29,20 @@ typedef struct __CFData* CFMutableDataRef;             // NSMutableData
 typedef const struct __CFArray* CFArrayRef;            // NSArray
 typedef const struct __CFDictionary* CFDictionaryRef;  // NSDictionary
 
-// Counts and positions, and whether something succeeded.
+// Counts and indexes, and truth values.
 typedef signed long CFIndex;
 typedef unsigned char Boolean;
 
-// A constant string, as CFStringRef. Only where Objective-C is understood.
+// A constant string as a CFStringRef, for Objective-C sources only.
 #ifdef __OBJC__
 #define CFSTR(literal) ((CFStringRef) @"" literal)
 #endif
 
-// Takes one reference more and answers the object. Null is answered for null.
+// Retains the object and returns it. Returns null for null.
 CF_EXPORT CFTypeRef CFRetain(CFTypeRef object);
 
-// Gives one reference back. Nothing happens for null.
+// Releases the object. Ignores null.
 CF_EXPORT void CFRelease(CFTypeRef object);
 
-// How many references there are; for tests and for looking at leaks. 0 for null.
+// Returns the reference count, for tests and leak hunting; 0 for null.
 CF_EXPORT CFIndex CFGetRetainCount(CFTypeRef object);

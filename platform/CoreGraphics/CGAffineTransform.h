@@ -1,4 +1,4 @@
-// CGAffineTransform.h - maps of the plane that keep lines straight and parallel.
+// CGAffineTransform.h - affine transforms of the plane.
 //
 // Threads: plain values, safe anywhere.
 
@@ -16,7 +16,7 @@ typedef struct CGAffineTransform {
     CGFloat ty;
 } CGAffineTransform;
 
-// A map from its numbers.
+// Returns the transform with these six components.
 static inline CGAffineTransform CGAffineTransformMake(CGFloat a, CGFloat b, CGFloat c, CGFloat d, CGFloat tx,
                                                       CGFloat ty) {
     CGAffineTransform transform = {a, b, c, d, tx, ty};

@@ -1,11 +1,13 @@
-// CGBase.h - the number type of Core Graphics: a float on 32 bits, a double on 64.
+// CGBase.h - the number type of Core Graphics: float on 32 bits, double on 64 bits.
 //
-// Foundation has the same type and may be included before or after.
+// Foundation defines the same type. The two headers may be included in either order.
 
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>
 #include <float.h>
+#include <stdbool.h>
+#include <stddef.h>
 #include <stdint.h>
 
 #define CG_EXTERN CF_EXPORT

@@ -1,9 +1,11 @@
-// CGColorSpace.h - what the numbers of a color mean.
+// CGColorSpace.h - color spaces: what the components of a color mean.
 //
-// Spaces of red, green and blue and of gray: by name, of white point, primaries and curve, or of an ICC profile. Every space has a
-// profile. Device spaces are those of sRGB: there is no device here.
-// Ownership: Create and Copy give one reference. A named space is shared: asking twice for a name gives the same object.
-// Threads:   spaces never change and may be used on any thread.
+// RGB and gray spaces are made from a name, from a white point with primaries and gamma, or from an ICC profile. Every
+// space has a profile. There is no device here, so the device spaces are sRGB and gray with the sRGB curve.
+//
+// Ownership: the caller owns what Create and Copy return. Named spaces are shared: the same name gives the same object.
+// Failure:   Create returns null for unknown names and unusable values.
+// Threads:   spaces are immutable and may be used on any thread.
 
 #pragma once
 
@@ -20,7 +22,7 @@ enum {
     kCGColorSpaceModelRGB = 1,
 };
 
-// The names of the known spaces. Numbers of an extended space may lie beyond 0...1; here those of any space may.
+// The names of the known spaces. Components in an extended space may lie outside 0...1; here they may in every space.
 CG_EXTERN const CFStringRef kCGColorSpaceSRGB;
 CG_EXTERN const CFStringRef kCGColorSpaceLinearSRGB;
 CG_EXTERN const CFStringRef kCGColorSpaceExtendedSRGB;
@@ -33,35 +35,38 @@ CG_EXTERN const CFStringRef kCGColorSpaceGenericGray;
 CG_EXTERN const CFStringRef kCGColorSpaceGenericGrayGamma2_2;
 CG_EXTERN const CFStringRef kCGColorSpaceLinearGray;
 
-// The space of a name, with one reference for the caller; null for a name that is not known.
+// Returns the space with this name, owned by the caller; null for an unknown name.
 CG_EXTERN CGColorSpaceRef CGColorSpaceCreateWithName(CFStringRef name);
 
-// The spaces of the machine, which here are sRGB and gray with its curve; one reference for the caller.
+// Return sRGB, and gray with the sRGB curve; owned by the caller.
 CG_EXTERN CGColorSpaceRef CGColorSpaceCreateDeviceRGB(void);
 CG_EXTERN CGColorSpaceRef CGColorSpaceCreateDeviceGray(void);
 
-// A space of an ICC profile, with one reference for the caller; it has no name. Null for what is no profile of red, green and blue
-// or of gray.
+// Returns a space without a name, made from an ICC profile and owned by the caller; null unless the data is an RGB or
+// gray profile.
 CG_EXTERN CGColorSpaceRef CGColorSpaceCreateWithICCData(CFTypeRef data);
 
-// Spaces of a white point (X, Y, Z with Y of 1), a power for each channel, and for color the X, Y, Z of each primary, one after
-// the other; one reference for the caller. Powers are 1 and the primaries those of sRGB where null is given; a black point is
-// not acted upon. Null when the numbers make no space.
+// Return a space made from its parameters, owned by the caller; null for unusable values.
+//
+// whitePoint: X, Y and Z, with Y = 1.
+// blackPoint: ignored.
+// gamma:      one exponent per channel; null means 1.
+// matrix:     X, Y and Z of the red, then the green, then the blue primary; null means the primaries of sRGB.
 CG_EXTERN CGColorSpaceRef CGColorSpaceCreateCalibratedRGB(const CGFloat whitePoint[3], const CGFloat blackPoint[3],
                                                           const CGFloat gamma[3], const CGFloat matrix[9]);
 CG_EXTERN CGColorSpaceRef CGColorSpaceCreateCalibratedGray(const CGFloat whitePoint[3], const CGFloat blackPoint[3],
                                                            CGFloat gamma);
 
-// One reference more, and one less; null is allowed.
+// Retain and release a space. Null is allowed.
 CG_EXTERN CGColorSpaceRef CGColorSpaceRetain(CGColorSpaceRef space);
 CG_EXTERN void CGColorSpaceRelease(CGColorSpaceRef space);
 
-// The name of a space, with one reference for the caller; null for null and for a space without a name.
+// Returns the name of a space, owned by the caller; null for null and for a space without a name.
 CG_EXTERN CFStringRef CGColorSpaceCopyName(CGColorSpaceRef space);
 
-// The ICC profile of a space, with one reference for the caller; null for null.
+// Returns the ICC profile of a space, owned by the caller; null for null.
 CG_EXTERN CFDataRef CGColorSpaceCopyICCData(CGColorSpaceRef space);
 
-// The family of a space, and how many numbers make a color in it (without alpha).
+// Return the family of a space, and its number of color components (without alpha).
 CG_EXTERN CGColorSpaceModel CGColorSpaceGetModel(CGColorSpaceRef space);
 CG_EXTERN size_t CGColorSpaceGetNumberOfComponents(CGColorSpaceRef space);

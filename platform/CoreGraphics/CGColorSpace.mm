@@ -1,12 +1,14 @@
-// CGColorSpace.mm - color spaces as objects that keep their profile; the named ones are made on first use and kept for good.
+// CGColorSpace.mm - color spaces as objects that own their ICC profile.
 //
-// Adding a named space: a name in CGColorSpace.h, and a row in the table below.
+// Lifetime: all named spaces are created together when the first one is asked for, and live as long as the process.
+// Adding a named space: declare its name in CGColorSpace.h, define it below, and add a row to kNamedSpaces.
 
 #import <Foundation/Foundation.h>
 
 #include <CoreGraphics/CGColorSpace.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <iterator>
 
 #include "profiles.h"
@@ -14,7 +16,7 @@
 // A color space as an object.
 @interface CGColorSpaceObject : NSObject {
   @public
-    NSString* _name;  // nil without one
+    NSString* _name;  // nil for a space without a name
     NSData* _profile;
     int _components;
 }
@@ -53,7 +55,7 @@ using core_graphics::kCurveOfSRGB;
 using core_graphics::kD65;
 using core_graphics::ProfileBytes;
 
-// Red, green and blue.
+// The chromaticities of red, green and blue.
 using Primaries = Chromaticity[3];
 constexpr Primaries kSRGB = {{0.64, 0.33}, {0.30, 0.60}, {0.15, 0.06}};
 constexpr Primaries kP3 = {{0.680, 0.320}, {0.265, 0.690}, {0.150, 0.060}};
@@ -85,7 +87,7 @@ const NamedSpace kNamedSpaces[] = {
 
 CGColorSpaceObject* Object(CGColorSpaceRef space) { return (CGColorSpaceObject*)space; }
 
-// A new space that owns the bytes of a profile; null for null.
+// Returns a new space that takes ownership of the profile's bytes; nil when the bytes are null.
 CGColorSpaceObject* MakeSpace(NSString* name, const ProfileBytes& profile) {
     if (profile.bytes == nullptr) return nil;
     CGColorSpaceObject* space = [[CGColorSpaceObject alloc] init];
@@ -102,13 +104,13 @@ CGColorSpaceObject* MakeNamedSpace(const NamedSpace& named) {
                                                 : core_graphics::MakeGrayProfile(kD65, named.gamma));
 }
 
-// Where a color of X, Y and Z is on the diagram.
+// Returns the chromaticity of a color given as X, Y and Z.
 Chromaticity ChromaticityOf(const CGFloat* color) {
     const double sum = (double)color[0] + (double)color[1] + (double)color[2];
     return {(double)color[0] / sum, (double)color[1] / sum};
 }
 
-// Whether the library can be given a white point: a brightness of 1 and nothing negative.
+// Returns whether Little CMS accepts a white point: Y is 1, X and Z are positive and of a plausible size.
 bool IsWhitePoint(const CGFloat* color) {
     return color != nullptr && color[0] > 0 && color[1] == 1 && color[2] > 0 && color[0] < 10 && color[2] < 10;
 }
@@ -147,7 +149,7 @@ CGColorSpaceRef CGColorSpaceCreateWithICCData(CFTypeRef data) {
 CGColorSpaceRef CGColorSpaceCreateCalibratedRGB(const CGFloat whitePoint[3], const CGFloat[3], const CGFloat gamma[3],
                                                 const CGFloat matrix[9]) {
     if (!IsWhitePoint(whitePoint)) return nullptr;
-    // Comparisons that also refuse what is no number.
+    // Written as !(x > 0) so that NaN is refused too.
     for (int channel = 0; channel < 3; ++channel) {
         if (gamma != nullptr && !(gamma[channel] > 0)) return nullptr;
         const CGFloat* color = matrix == nullptr ? whitePoint : matrix + 3 * channel;

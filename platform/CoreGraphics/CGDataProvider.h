@@ -1,7 +1,7 @@
-// CGDataProvider.h - where an image's bytes come from: a data object that is kept.
+// CGDataProvider.h - the source of an image's bytes: a data object that the provider retains.
 //
-// Ownership: Create and Copy give one reference; the provider retains its data.
-// Threads:   providers never change and may be used on any thread.
+// Ownership: the caller owns what Create and Copy return.
+// Threads:   providers are immutable and may be used on any thread.
 
 #pragma once
 
@@ -9,12 +9,12 @@
 
 typedef struct CGDataProvider* CGDataProviderRef;
 
-// A provider over a data object, which is retained and must not change; null for null.
+// Returns a provider for a data object, which it retains and which must not change; null for null.
 CG_EXTERN CGDataProviderRef CGDataProviderCreateWithCFData(CFDataRef data);
 
-// One reference more, and one less; null is allowed.
+// Retain and release a provider. Null is allowed.
 CG_EXTERN CGDataProviderRef CGDataProviderRetain(CGDataProviderRef provider);
 CG_EXTERN void CGDataProviderRelease(CGDataProviderRef provider);
 
-// The provider's bytes, with one reference for the caller; no byte is copied.
+// Returns the provider's data object, owned by the caller, without copying bytes; null for null.
 CG_EXTERN CFDataRef CGDataProviderCopyData(CGDataProviderRef provider);

@@ -1,4 +1,6 @@
-// CGGeometry.cpp - the arithmetic of rectangles.
+// CGGeometry.cpp - arithmetic on rectangles.
+//
+// Each function standardizes its arguments, so a negative width or height is fine everywhere.
 
 #include <CoreGraphics/CGGeometry.h>
 

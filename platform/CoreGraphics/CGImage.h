@@ -1,9 +1,10 @@
-// CGImage.h - a bitmap: its size, the meaning of its bytes, and the bytes.
+// CGImage.h - bitmaps: a size, a pixel layout, a color space, and the bytes.
 //
-// One layout is known: red, green, blue and alpha (or an unused byte) in this order, 8 bits each, the topmost row first.
-// Ownership: Create gives one reference; Get lends for as long as the image lives.
-// Failure:   a layout that is not known gives null.
-// Threads:   images never change and may be used on any thread.
+// One layout is supported: red, green, blue and alpha (or an unused byte) in this order, 8 bits each, top row first.
+//
+// Ownership: the caller owns what Create returns. What Get returns is valid as long as the image is.
+// Failure:   CGImageCreate returns null for an unsupported layout.
+// Threads:   images are immutable and may be used on any thread.
 
 #pragma once
 
@@ -12,7 +13,7 @@
 
 typedef struct CGImage* CGImageRef;
 
-// Where the alpha of a pixel is and whether the colors are multiplied by it.
+// The position of alpha in a pixel, and whether the colors are premultiplied.
 typedef uint32_t CGImageAlphaInfo;
 enum {
     kCGImageAlphaNone = 0,
@@ -25,7 +26,7 @@ enum {
     kCGImageAlphaOnly = 7,
 };
 
-// The alpha info together with the order of bytes; 0 is the order of memory.
+// The alpha info combined with the byte order; byte order 0 is the order in memory.
 typedef uint32_t CGBitmapInfo;
 enum {
     kCGBitmapAlphaInfoMask = 0x1f,
@@ -34,24 +35,25 @@ enum {
     kCGBitmapByteOrder32Big = 4 << 12,
 };
 
-// How colors outside a destination are brought in; not acted upon.
+// How colors outside the gamut of a destination are mapped into it; ignored.
 typedef int32_t CGColorRenderingIntent;
 enum { kCGRenderingIntentDefault = 0 };
 
-// An image over a provider's bytes; the provider and the space are retained.
+// Returns an image of a provider's bytes, owned by the caller; it retains the provider and the space.
 //
-// Null when: the layout is not 8 bits and 32 bits in an RGB space with alpha last (or skipped last), a size is 0, a row is
-// shorter than its pixels, the provider has too few bytes, or decode is given. shouldInterpolate and intent are not acted upon.
+// Returns null unless bitsPerComponent is 8, bitsPerPixel is 32, the space is RGB, alpha comes last (or is skipped
+// last), and decode is null; also when width or height is 0, when bytesPerRow is too small for the width, or when the
+// provider has too few bytes. Ignores shouldInterpolate and intent.
 CG_EXTERN CGImageRef CGImageCreate(size_t width, size_t height, size_t bitsPerComponent, size_t bitsPerPixel,
                                    size_t bytesPerRow, CGColorSpaceRef space, CGBitmapInfo bitmapInfo,
                                    CGDataProviderRef provider, const CGFloat* decode, bool shouldInterpolate,
                                    CGColorRenderingIntent intent);
 
-// One reference more, and one less; null is allowed.
+// Retain and release an image. Null is allowed.
 CG_EXTERN CGImageRef CGImageRetain(CGImageRef image);
 CG_EXTERN void CGImageRelease(CGImageRef image);
 
-// What the image was made with. 0 or null for null.
+// Return the values that the image was created with; 0 or null for null.
 CG_EXTERN size_t CGImageGetWidth(CGImageRef image);
 CG_EXTERN size_t CGImageGetHeight(CGImageRef image);
 CG_EXTERN size_t CGImageGetBitsPerComponent(CGImageRef image);

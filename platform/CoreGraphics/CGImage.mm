@@ -1,9 +1,11 @@
-// CGImage.mm - bitmaps and the providers of their bytes, as objects.
+// CGImage.mm - bitmaps and data providers as objects.
+//
+// Both only keep what they were created with, so they are immutable and safe on any thread.
 
 #include <CoreGraphics/CGImage.h>
 #import <Foundation/Foundation.h>
 
-// A provider as an object: the data it keeps.
+// A data provider as an object.
 @interface CGDataProviderObject : NSObject {
   @public
     NSData* _data;
@@ -19,7 +21,7 @@
 
 @end
 
-// An image as an object: what it was made with.
+// An image as an object.
 @interface CGImageObject : NSObject {
   @public
     size_t _width;
@@ -51,7 +53,7 @@ CGDataProviderObject* Object(CGDataProviderRef provider) { return (CGDataProvide
 
 CGImageObject* Object(CGImageRef image) { return (CGImageObject*)image; }
 
-// Whether alpha is the last of four bytes in the order of memory.
+// Returns whether a pixel is four bytes in memory order with alpha (or an unused byte) last.
 bool IsKnownLayout(CGBitmapInfo info) {
     const CGBitmapInfo order = info & kCGBitmapByteOrderMask;
     const CGImageAlphaInfo alpha = info & kCGBitmapAlphaInfoMask;
@@ -83,11 +85,12 @@ CFDataRef CGDataProviderCopyData(CGDataProviderRef provider) {
 CGImageRef CGImageCreate(size_t width, size_t height, size_t bitsPerComponent, size_t bitsPerPixel, size_t bytesPerRow,
                          CGColorSpaceRef space, CGBitmapInfo bitmapInfo, CGDataProviderRef provider,
                          const CGFloat* decode, bool, CGColorRenderingIntent) {
-    if (provider == nullptr || CGColorSpaceGetModel(space) != kCGColorSpaceModelRGB || decode != nullptr) return nullptr;
+    if (provider == nullptr || CGColorSpaceGetModel(space) != kCGColorSpaceModelRGB || decode != nullptr)
+        return nullptr;
     if (bitsPerComponent != kBitsPerComponent || bitsPerPixel != kBitsPerPixel || !IsKnownLayout(bitmapInfo))
         return nullptr;
     if (width == 0 || height == 0 || width > bytesPerRow / kBytesPerPixel) return nullptr;
-    // The last row need not be padded.
+    // The last row may lack its padding.
     const size_t available = [Object(provider)->_data length];
     const size_t lastRow = width * kBytesPerPixel;
     if (available < lastRow || (available - lastRow) / bytesPerRow < height - 1) return nullptr;

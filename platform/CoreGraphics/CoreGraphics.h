@@ -1,4 +1,4 @@
-// CoreGraphics.h - everything of Core Graphics that the image frameworks need.
+// CoreGraphics.h - includes all of Core Graphics.
 
 #pragma once
 

@@ -1,4 +1,4 @@
-// profiles.cpp - profiles by Little CMS.
+// profiles.cpp - ICC profiles, made and read with Little CMS.
 
 #include "profiles.h"
 
@@ -12,8 +12,8 @@
 namespace core_graphics {
 namespace {
 
-// The bytes of a profile, which is closed; null for null.
-ProfileBytes Saved(cmsHPROFILE profile) {
+// Saves a profile to memory and closes it. Returns null bytes for null, or when memory is short.
+ProfileBytes SaveAndClose(cmsHPROFILE profile) {
     ProfileBytes saved;
     cmsUInt32Number length = 0;
     if (profile == nullptr) return saved;
@@ -29,8 +29,8 @@ ProfileBytes Saved(cmsHPROFILE profile) {
     return saved;
 }
 
-// A curve, which the caller frees; null for a power that is none.
-cmsToneCurve* Curve(double gamma) {
+// Returns a tone curve that the caller frees; null unless gamma is kCurveOfSRGB or positive and finite.
+cmsToneCurve* MakeCurve(double gamma) {
     if (gamma == kCurveOfSRGB) {
         const double parameters[] = {2.4, 1 / 1.055, 0.055 / 1.055, 1 / 12.92, 0.04045};
         return cmsBuildParametricToneCurve(nullptr, 4, parameters);
@@ -42,25 +42,26 @@ void Free(cmsToneCurve* curve) {
     if (curve != nullptr) cmsFreeToneCurve(curve);
 }
 
-// The library's way to write a color, of full brightness.
-cmsCIExyY Written(Chromaticity color) { return {color.x, color.y, 1}; }
+// Returns the chromaticity at full luminance, in the type of the library.
+cmsCIExyY AtFullLuminance(Chromaticity color) { return {color.x, color.y, 1}; }
 
 }  // namespace
 
 ProfileBytes MakeRGBProfile(Chromaticity white, const Chromaticity (&primaries)[3], const double (&gammas)[3]) {
-    const cmsCIExyY point = Written(white);
-    const cmsCIExyYTRIPLE colors = {Written(primaries[0]), Written(primaries[1]), Written(primaries[2])};
-    cmsToneCurve* curves[] = {Curve(gammas[0]), Curve(gammas[1]), Curve(gammas[2])};
+    const cmsCIExyY point = AtFullLuminance(white);
+    const cmsCIExyYTRIPLE colors = {AtFullLuminance(primaries[0]), AtFullLuminance(primaries[1]),
+                                    AtFullLuminance(primaries[2])};
+    cmsToneCurve* curves[] = {MakeCurve(gammas[0]), MakeCurve(gammas[1]), MakeCurve(gammas[2])};
     const bool complete = curves[0] != nullptr && curves[1] != nullptr && curves[2] != nullptr;
-    const ProfileBytes saved = complete ? Saved(cmsCreateRGBProfile(&point, &colors, curves)) : ProfileBytes{};
+    const ProfileBytes saved = complete ? SaveAndClose(cmsCreateRGBProfile(&point, &colors, curves)) : ProfileBytes{};
     for (cmsToneCurve* curve : curves) Free(curve);
     return saved;
 }
 
 ProfileBytes MakeGrayProfile(Chromaticity white, double gamma) {
-    const cmsCIExyY point = Written(white);
-    cmsToneCurve* curve = Curve(gamma);
-    const ProfileBytes saved = curve != nullptr ? Saved(cmsCreateGrayProfile(&point, curve)) : ProfileBytes{};
+    const cmsCIExyY point = AtFullLuminance(white);
+    cmsToneCurve* curve = MakeCurve(gamma);
+    const ProfileBytes saved = curve != nullptr ? SaveAndClose(cmsCreateGrayProfile(&point, curve)) : ProfileBytes{};
     Free(curve);
     return saved;
 }

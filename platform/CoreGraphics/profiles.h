@@ -1,6 +1,7 @@
-// profiles.h - ICC profiles: made of numbers, and read for what they are about.
+// profiles.h - makes ICC profiles from parameters, and reads which color model a profile describes.
 //
-// Threads: any; nothing is shared. Nothing is printed.
+// Failure: null bytes or 0; nothing is printed.
+// Threads: any; nothing is shared.
 
 #pragma once
 
@@ -8,13 +9,13 @@
 
 namespace core_graphics {
 
-// The bytes of a profile, allocated with malloc, for the caller to free; null where there are none.
+// The bytes of a profile, allocated with malloc and freed by the caller; null on failure.
 struct ProfileBytes {
     void* bytes = nullptr;
     std::size_t length = 0;
 };
 
-// A place on the chromaticity diagram.
+// A point on the CIE xy chromaticity diagram.
 struct Chromaticity {
     double x;
     double y;
@@ -22,17 +23,17 @@ struct Chromaticity {
 
 inline constexpr Chromaticity kD65 = {0.3127, 0.3290};
 
-// How numbers stand for light: a power, or the curve of sRGB.
+// A gamma is the exponent that maps a component to light. This value selects the curve of sRGB instead.
 inline constexpr double kCurveOfSRGB = 0;
 
-// The profile of a space of red, green and blue. Null when the primaries do not span one.
-ProfileBytes MakeRGBProfile(Chromaticity white, const Chromaticity (&primaries)[3], const double (&gammas)[3]);
+// Returns the profile of an RGB space. Null when the primaries do not span a space or a gamma is unusable.
+[[nodiscard]] ProfileBytes MakeRGBProfile(Chromaticity white, const Chromaticity (&primaries)[3],
+                                          const double (&gammas)[3]);
 
-// The profile of a space of gray.
-ProfileBytes MakeGrayProfile(Chromaticity white, double gamma);
+// Returns the profile of a gray space. Null when the gamma is unusable.
+[[nodiscard]] ProfileBytes MakeGrayProfile(Chromaticity white, double gamma);
 
-// What a profile is about: how many numbers make a color, 1 for gray and 3 for red, green and blue; 0 for what is no profile of
-// a picture in one of these.
-int ComponentsOfProfile(const void* bytes, std::size_t length);
+// Returns the number of color components that a profile describes: 1 for gray, 3 for RGB, 0 for any other bytes.
+[[nodiscard]] int ComponentsOfProfile(const void* bytes, std::size_t length);
 
 }  // namespace core_graphics

@@ -1,16 +1,16 @@
 // exception_frames.cpp - the setjmp-based exception frames of 32-bit Objective-C, over the GNU runtime.
 //
-// A guard registers a frame with objc_exception_try_enter and fills its jump buffer with _setjmp. A thrown object then
-// goes to the innermost frame of the thread by a jump; with no frame registered it goes the runtime's own way, by
-// unwinding. There are two kinds of frames, whose jump buffers differ: this machine's, and those of code for macOS
+// A guard registers a frame with objc_exception_try_enter and fills its jump buffer with _setjmp. Throwing an object
+// then jumps to the innermost frame of the thread. When the thread has no frame, the runtime throws by unwinding as
+// usual. There are two kinds of frames with different jump buffers: native ones, and those of code compiled for macOS
 // (macos_frames.h). Each frame remembers how to jump to it.
 //
-// How it gets in the way: this library exports objc_exception_throw as the runtime does and must stand before libobjc
-// in the search order. Foundation calls the function through its linkage table and so reaches this one.
-// Limit:    a native @try deeper than the innermost frame is jumped over. Code that runs inside a frame must not rely
-//           on one.
-// Lifetime: a frame belongs to the caller's stack, registered from try_enter until try_exit or the jump.
-// Threads:  a chain of frames per thread.
+// Interposition: this library exports objc_exception_throw like the runtime, and must precede libobjc in the search
+//                order. Foundation calls the function through its linkage table and therefore reaches this one.
+// Limit:         the jump skips a native @try that is deeper than the innermost frame. Code that runs inside a frame
+//                must not rely on one.
+// Lifetime:      a frame lives on the caller's stack. It is registered from try_enter until try_exit or the jump.
+// Threads:       each thread has its own chain of frames.
 
 #include <dlfcn.h>
 #include <objc/runtime.h>
@@ -23,11 +23,12 @@
 
 namespace {
 
-// The four words behind a frame's jump buffer, which are the runtime's own: the frame as a link of its thread's chain.
+// The four words that follow a frame's jump buffer and that only the runtime uses. They link the frame into the chain
+// of its thread.
 struct Link {
     id exception;
     Link* enclosing;
-    void (*jump)(Link*);  // to the frame's jump buffer; does not return
+    void (*jump)(Link*);  // jumps to the frame's buffer; does not return
     void* unused;
 };
 
@@ -35,7 +36,7 @@ static_assert(sizeof(Link) == 4 * sizeof(void*));
 
 thread_local Link* innermost = nullptr;
 
-// A frame as callers lay it out.
+// A frame in the layout that callers use.
 template <typename Buffer, void (*kJump)(Buffer&)>
 struct Frame {
     Buffer buffer;
@@ -58,12 +59,12 @@ struct Frame {
     }
 };
 
-using MachineFrame = Frame<std::jmp_buf, [](std::jmp_buf& buffer) { std::longjmp(buffer, 1); }>;
+using NativeFrame = Frame<std::jmp_buf, [](std::jmp_buf& buffer) { std::longjmp(buffer, 1); }>;
 using MacFrame = Frame<MacJumpBuffer, [](MacJumpBuffer& buffer) { macos_longjmp(buffer); }>;
 
 using Throw = void (*)(id);
 
-// The runtime's own objc_exception_throw, behind this library in the search order.
+// Returns the runtime's own objc_exception_throw, which follows this library in the search order.
 Throw RuntimeThrow() {
     static const auto runtimeThrow = reinterpret_cast<Throw>(dlsym(RTLD_NEXT, "objc_exception_throw"));
     return runtimeThrow;
@@ -74,18 +75,18 @@ Throw RuntimeThrow() {
 #define FRAMES_EXPORT extern "C" __attribute__((visibility("default")))
 
 // Registers a frame as the thread's innermost. The caller fills its jump buffer next.
-FRAMES_EXPORT void objc_exception_try_enter(void* frame) { MachineFrame::Enter(frame); }
+FRAMES_EXPORT void objc_exception_try_enter(void* frame) { NativeFrame::Enter(frame); }
 FRAMES_EXPORT void macos_exception_try_enter(void* frame) { MacFrame::Enter(frame); }
 
-// Removes a frame, and any registered inside it.
-FRAMES_EXPORT void objc_exception_try_exit(void* frame) { MachineFrame::Exit(frame); }
+// Removes a frame and all frames registered inside it.
+FRAMES_EXPORT void objc_exception_try_exit(void* frame) { NativeFrame::Exit(frame); }
 FRAMES_EXPORT void macos_exception_try_exit(void* frame) { MacFrame::Exit(frame); }
 
-// The object that was thrown to a frame; not retained.
-FRAMES_EXPORT id objc_exception_extract(void* frame) { return MachineFrame::Extract(frame); }
+// Returns the object that was thrown to a frame; not retained.
+FRAMES_EXPORT id objc_exception_extract(void* frame) { return NativeFrame::Extract(frame); }
 FRAMES_EXPORT id macos_exception_extract(void* frame) { return MacFrame::Extract(frame); }
 
-// Whether an object is an instance of the class or of one below it. Sends no message.
+// Returns whether an object is an instance of the class or of a subclass. Sends no message.
 FRAMES_EXPORT int objc_exception_match(Class exceptionClass, id exception) {
     for (Class its = object_getClass(exception); its != nullptr; its = class_getSuperclass(its)) {
         if (its == exceptionClass) return 1;
@@ -93,7 +94,7 @@ FRAMES_EXPORT int objc_exception_match(Class exceptionClass, id exception) {
     return 0;
 }
 
-// Throws an object to the thread's innermost frame, which is removed first; does not return.
+// Removes the thread's innermost frame and throws an object to it. Does not return.
 FRAMES_EXPORT void objc_exception_throw(id exception) {
     if (Link* link = innermost; link != nullptr) {
         innermost = link->enclosing;

@@ -1,6 +1,6 @@
-// macos_jump.cpp - setjmp and longjmp over six words: what a call must preserve, and where it returns to.
+// macos_jump.cpp - setjmp and longjmp with six words: the registers that a call preserves, and the return address.
 //
-//   word 0 ebx, 1 esi, 2 edi, 3 ebp, 4 esp as it is after the return, 5 the return address
+//   word 0 ebx, 1 esi, 2 edi, 3 ebp, 4 esp after the return, 5 return address
 
 #include "platform/ExceptionFrames/macos_jump.h"
 

@@ -1,9 +1,9 @@
-// macos_jump.h - the jump buffer of code for 32-bit macOS, and the jump to it.
+// macos_jump.h - the jump buffer of code compiled for 32-bit macOS, and the jump to it.
 
 #pragma once
 
-// Its size is fixed by that system: frames are laid out around it. Of the 18 words only six are used here.
+// macOS fixes the size, because frames are laid out around the buffer. Only six of the 18 words are used here.
 using MacJumpBuffer = int[18];
 
-// Goes on where macos_setjmp filled the buffer, which then answers 1; does not return.
+// Makes the macos_setjmp call that filled the buffer return again, with 1. Does not return itself.
 extern "C" void macos_longjmp(int* buffer);

@@ -1,11 +1,13 @@
-// CGImageDestination.h - images into files and into memory: PNG and JPEG.
+// CGImageDestination.h - writes PNG and JPEG files, to disk or to memory.
 //
-// A destination takes one image and writes it when it is finalized; until then nothing is written. A PNG keeps alpha, straight;
-// a JPEG has none, so transparent places become white, as on paper. The profile of a space other than sRGB is put in.
+// A destination takes one image and writes it when it is finalized; until then nothing is written. A PNG stores
+// straight alpha. A JPEG has no alpha, so transparency is blended onto white. The ICC profile of the image is
+// embedded unless its space is sRGB.
 //
-// Ownership: Create gives one reference, to be given back with CFRelease; images are retained until then.
-// Failure:   finalizing answers false, and a file that was there, or the data, stays as it was.
-// Threads:   a destination is used by one thread at a time.
+// Ownership: the caller owns what Create returns and releases it with CFRelease. A destination retains its image until
+//            it is finalized or released.
+// Failure:   finalizing returns false; an existing file, or the data object, stays as it was.
+// Threads:   use a destination from one thread at a time.
 
 #pragma once
 
@@ -13,21 +15,21 @@
 
 typedef struct CGImageDestination* CGImageDestinationRef;
 
-// The property of an added image that sets the quality of a JPEG: an NSNumber, 0 (smallest) to 1 (best); 0.9 when not given.
+// Image property: the quality of a JPEG, an NSNumber from 0 (smallest file) to 1 (best quality). The default is 0.9.
 CG_EXTERN const CFStringRef kCGImageDestinationLossyCompressionQuality;
 
-// A destination for a file of the type "public.png" or "public.jpeg". Null for another type, a null URL, or a count other
-// than 1. Options are not used.
+// Returns a destination for a file of the type "public.png" or "public.jpeg". Null for another type, a null URL, or a
+// count other than 1. Ignores options.
 CG_EXTERN CGImageDestinationRef CGImageDestinationCreateWithURL(CFURLRef url, CFStringRef type, size_t count,
                                                                 CFDictionaryRef options);
 
-// The same for a data object, which is retained and to which the file's bytes are appended.
+// Does the same for a data object, which the destination retains. Finalizing appends the bytes of the file to it.
 CG_EXTERN CGImageDestinationRef CGImageDestinationCreateWithData(CFMutableDataRef data, CFStringRef type, size_t count,
                                                                  CFDictionaryRef options);
 
-// Gives the image to write; a second one and null are ignored.
+// Sets the image to write. Ignores null and any image after the first.
 CG_EXTERN void CGImageDestinationAddImage(CGImageDestinationRef destination, CGImageRef image,
                                           CFDictionaryRef properties);
 
-// Writes the file and answers whether that succeeded. A destination is finalized once; again answers false.
+// Writes the file and returns whether that succeeded. A second call returns false.
 CG_EXTERN bool CGImageDestinationFinalize(CGImageDestinationRef destination);

@@ -1,8 +1,11 @@
-// CGImageDestination.mm - an image encoded in memory, and written or handed over in one piece.
+// CGImageDestination.mm - encodes an image in memory, then writes the file or appends it to the data in one piece.
+//
+// Encoding in memory first means that a failure leaves no partial file and no partial data.
 
 #import <Foundation/Foundation.h>
 #include <ImageIO/CGImageDestination.h>
 
+#include <cstdint>
 #include <cstdlib>
 
 #include "encode.h"
@@ -10,10 +13,10 @@
 
 const CFStringRef kCGImageDestinationLossyCompressionQuality = CFSTR("kCGImageDestinationLossyCompressionQuality");
 
-// A destination as an object: where to, and what.
+// A destination as an object. Either _url or _data is set.
 @interface CGImageDestinationObject : NSObject {
   @public
-    NSURL* _url;  // one of the two
+    NSURL* _url;
     NSMutableData* _data;
     BOOL _isJPEG;
     CGImageRef _image;
@@ -38,8 +41,8 @@ NSString* const kTypePNG = @"public.png";
 NSString* const kTypeJPEG = @"public.jpeg";
 constexpr double kDefaultQuality = 0.9;
 
-// Puts an encoded file where it is wanted and answers whether that succeeded.
-bool Put(CGImageDestinationObject* destination, const image_io::EncodedFile& file) {
+// Delivers an encoded file to the destination's data or URL; returns whether that succeeded.
+bool Deliver(CGImageDestinationObject* destination, const image_io::EncodedFile& file) {
     if (destination->_data != nil) {
         [destination->_data appendBytes:file.bytes length:file.length];
         return true;
@@ -48,14 +51,14 @@ bool Put(CGImageDestinationObject* destination, const image_io::EncodedFile& fil
            image_io::WriteFile([[destination->_url path] fileSystemRepresentation], file.bytes, file.length);
 }
 
-// The profile of a space, autoreleased; nil for sRGB, which files have a word for.
+// Returns the profile of a space, autoreleased; nil for sRGB, which needs no embedded profile.
 NSData* ProfileOf(CGColorSpaceRef space) {
     NSString* name = [(NSString*)CGColorSpaceCopyName(space) autorelease];
     if ([name isEqual:(id)kCGColorSpaceSRGB] || [name isEqual:(id)kCGColorSpaceExtendedSRGB]) return nil;
     return [(NSData*)CGColorSpaceCopyICCData(space) autorelease];
 }
 
-// Writes the file of an image and answers whether that succeeded.
+// Encodes the destination's image and delivers the file; returns whether that succeeded.
 bool Write(CGImageDestinationObject* destination) {
     CGImageRef image = destination->_image;
     NSData* bytes = [(NSData*)CGDataProviderCopyData(CGImageGetDataProvider(image)) autorelease];
@@ -65,20 +68,20 @@ bool Write(CGImageDestinationObject* destination) {
     pixels.width = CGImageGetWidth(image);
     pixels.height = CGImageGetHeight(image);
     pixels.bytesPerRow = CGImageGetBytesPerRow(image);
-    pixels.premultiplied = alpha == kCGImageAlphaPremultipliedLast;
-    pixels.opaque = alpha == kCGImageAlphaNoneSkipLast;
+    pixels.isPremultiplied = alpha == kCGImageAlphaPremultipliedLast;
+    pixels.isOpaque = alpha == kCGImageAlphaNoneSkipLast;
     NSData* profile = ProfileOf(CGImageGetColorSpace(image));
     pixels.profile = [profile bytes];
     pixels.profileLength = [profile length];
     image_io::EncodedFile file;
     const bool complete = destination->_isJPEG ? image_io::EncodeJPEG(pixels, destination->_quality, &file)
                                                : image_io::EncodePNG(pixels, &file);
-    const bool isWritten = complete && Put(destination, file);
+    const bool isWritten = complete && Deliver(destination, file);
     std::free(file.bytes);
     return isWritten;
 }
 
-// A destination for one image of a type; nil for another type or count.
+// Returns a destination for one PNG or JPEG image; nil for another type or count.
 CGImageDestinationObject* NewDestination(CFStringRef type, size_t count) {
     const BOOL isJPEG = [kTypeJPEG isEqual:(id)type];
     if (count != 1 || !(isJPEG || [kTypePNG isEqual:(id)type])) return nil;

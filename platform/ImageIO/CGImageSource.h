@@ -1,13 +1,13 @@
-// CGImageSource.h - images out of files: PNG and JPEG.
+// CGImageSource.h - reads PNG and JPEG files, from disk or from memory.
 //
-// A source keeps the bytes of one file and decodes them once, when the status or the image is asked for. Every kind of PNG and
-// the gray and color kinds of JPEG become 8-bit RGBA images with straight alpha, in the space of the file's ICC profile if it has one
-// of red, green and blue, else in sRGB.
+// A source keeps the bytes of one file and decodes them once, on the first request for the status or the image. Every
+// kind of PNG, and gray and color JPEG files, become 8-bit RGBA images with straight alpha. Their color space comes
+// from the file's ICC profile if that describes RGB; otherwise it is sRGB.
 //
-// Ownership: Create gives one reference, to be given back with CFRelease.
-// Failure:   a file that is broken, cut short or of no known kind has a status that says so and gives no image; nothing is
-//            printed. Part of a picture is never given.
-// Threads:   a source is used by one thread at a time.
+// Ownership: the caller owns what Create and Copy return and releases it with CFRelease.
+// Failure:   a broken, truncated or unknown file gives no image, and its status says why; nothing is printed. A source
+//            never returns a partial image.
+// Threads:   use a source from one thread at a time.
 
 #pragma once
 
@@ -15,37 +15,37 @@
 
 typedef struct CGImageSource* CGImageSourceRef;
 
-// What became of reading a file.
+// The result of reading a file.
 typedef int32_t CGImageSourceStatus;
 enum {
-    kCGImageStatusUnexpectedEOF = -5,  // the file ends before the picture does
-    kCGImageStatusInvalidData = -4,    // its kind is known, its content is broken or larger than can be held
-    kCGImageStatusUnknownType = -3,    // no kind that can be read here; a CMYK picture is one of those
-    kCGImageStatusReadingHeader = -2,  // too short to tell
+    kCGImageStatusUnexpectedEOF = -5,  // the file is truncated
+    kCGImageStatusInvalidData = -4,    // a PNG or JPEG that is broken or too large for memory
+    kCGImageStatusUnknownType = -3,    // neither PNG nor JPEG, or a CMYK JPEG
+    kCGImageStatusReadingHeader = -2,  // too short to tell the type
     kCGImageStatusIncomplete = -1,
     kCGImageStatusComplete = 0,
 };
 
-// A source for a file; null when it cannot be read, or the URL is not that of a file. Options are not used.
+// Returns a source for a file; null when the file cannot be read or the URL is not a file URL. Ignores options.
 CG_EXTERN CGImageSourceRef CGImageSourceCreateWithURL(CFURLRef url, CFDictionaryRef options);
 
-// A source for bytes in memory, which are retained and must not change; null for null. Options are not used.
+// Returns a source for a data object, which it retains and which must not change; null for null. Ignores options.
 CG_EXTERN CGImageSourceRef CGImageSourceCreateWithData(CFDataRef data, CFDictionaryRef options);
 
-// How many images there are: 1, or 0 when the status is not kCGImageStatusComplete.
+// Returns the number of images: 1 when the status is kCGImageStatusComplete, otherwise 0.
 CG_EXTERN size_t CGImageSourceGetCount(CGImageSourceRef source);
 
-// What became of reading.
+// Returns the status of the file; kCGImageStatusInvalidData for null.
 CG_EXTERN CGImageSourceStatus CGImageSourceGetStatus(CGImageSourceRef source);
 
-// The property of an image that says which way up it was taken: an NSNumber, 1 (upright) to 8, in the numbers of Exif.
+// Image property: the Exif orientation, an NSNumber from 1 (upright) to 8.
 CG_EXTERN const CFStringRef kCGImagePropertyOrientation;
 
-// What the file says of the image, with one reference for the caller: the orientation, when there is one. The pixels are not
-// decoded for it. Null for an index other than 0. Options are not used.
+// Returns the properties of the image, owned by the caller: the orientation, if the file has one. Does not decode the
+// pixels. Null for an index other than 0. Ignores options.
 CG_EXTERN CFDictionaryRef CGImageSourceCopyPropertiesAtIndex(CGImageSourceRef source, size_t index,
                                                              CFDictionaryRef options);
 
-// The image as it is stored, with one reference for the caller; null for an index other than 0, or when the status is not
-// kCGImageStatusComplete. Options are not used.
+// Returns the image as stored (not rotated by its orientation), owned by the caller. Null for an index other than 0 and
+// when the status is not kCGImageStatusComplete. Ignores options.
 CG_EXTERN CGImageRef CGImageSourceCreateImageAtIndex(CGImageSourceRef source, size_t index, CFDictionaryRef options);

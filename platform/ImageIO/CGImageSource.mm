@@ -1,8 +1,10 @@
-// CGImageSource.mm - a file's bytes, decoded once.
+// CGImageSource.mm - keeps the bytes of a file and decodes them once, when the status or the image is first needed.
 
 #import <Foundation/Foundation.h>
 #include <ImageIO/CGImageSource.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 
 #include "decode.h"
@@ -11,7 +13,7 @@
 
 const CFStringRef kCGImagePropertyOrientation = CFSTR("Orientation");
 
-// A source as an object: the bytes, and what they became.
+// A source as an object: the bytes of the file, and the result of decoding them.
 @interface CGImageSourceObject : NSObject {
   @public
     NSData* _data;
@@ -33,13 +35,13 @@ const CFStringRef kCGImagePropertyOrientation = CFSTR("Orientation");
 
 namespace {
 
-static_assert(static_cast<int>(image_io::Status::unexpectedEnd) == kCGImageStatusUnexpectedEOF);
-static_assert(static_cast<int>(image_io::Status::invalidData) == kCGImageStatusInvalidData);
-static_assert(static_cast<int>(image_io::Status::unknownType) == kCGImageStatusUnknownType);
-static_assert(static_cast<int>(image_io::Status::readingHeader) == kCGImageStatusReadingHeader);
-static_assert(static_cast<int>(image_io::Status::complete) == kCGImageStatusComplete);
+static_assert(static_cast<int>(image_io::Status::kUnexpectedEnd) == kCGImageStatusUnexpectedEOF);
+static_assert(static_cast<int>(image_io::Status::kInvalidData) == kCGImageStatusInvalidData);
+static_assert(static_cast<int>(image_io::Status::kUnknownType) == kCGImageStatusUnknownType);
+static_assert(static_cast<int>(image_io::Status::kReadingHeader) == kCGImageStatusReadingHeader);
+static_assert(static_cast<int>(image_io::Status::kComplete) == kCGImageStatusComplete);
 
-// A bitmap that owns the pixels of a picture, in the space of its profile; frees the profile.
+// Returns a bitmap that takes ownership of the picture's pixels, in the space of its profile; frees the profile.
 CGImageRef MakeImage(const image_io::Picture& picture) {
     const std::size_t bytesPerRow = picture.width * image_io::kBytesPerPixel;
     NSData* data = [[NSData alloc] initWithBytesNoCopy:picture.pixels
@@ -59,7 +61,7 @@ CGImageRef MakeImage(const image_io::Picture& picture) {
     return image;
 }
 
-// The source as an object, decoded; nil for null.
+// Returns the source as an object, decoding it first if necessary; nil for null.
 CGImageSourceObject* Decoded(CGImageSourceRef source) {
     CGImageSourceObject* object = (CGImageSourceObject*)source;
     if (object == nil || object->_isDecoded) return object;
@@ -68,7 +70,7 @@ CGImageSourceObject* Decoded(CGImageSourceRef source) {
         image_io::Decode(static_cast<const std::uint8_t*>([object->_data bytes]), [object->_data length], &picture);
     object->_isDecoded = YES;
     object->_status = static_cast<CGImageSourceStatus>(status);
-    if (status == image_io::Status::complete) object->_image = MakeImage(picture);
+    if (status == image_io::Status::kComplete) object->_image = MakeImage(picture);
     return object;
 }
 

@@ -1,4 +1,4 @@
-// ImageIO.h - reading and writing image files.
+// ImageIO.h - reads and writes image files; includes all of Image I/O.
 
 #pragma once
 

@@ -1,4 +1,6 @@
-// decode.cpp - tells the kinds of files apart by how they begin.
+// decode.cpp - chooses the decoder by the signature at the start of the file.
+//
+// Adding a format: declare its decoder in decode.h and add a row to kKinds.
 
 #include "decode.h"
 
@@ -44,16 +46,16 @@ void Free(Picture* picture) {
 Status Decode(const std::uint8_t* bytes, std::size_t length, Picture* picture) {
     for (const Kind& kind : kKinds) {
         if (!std::equal(bytes, bytes + std::min(length, kind.length), kind.signature)) continue;
-        if (length < kind.length) return Status::readingHeader;
+        if (length < kind.length) return Status::kReadingHeader;
         const Status status = kind.decode(bytes, length, picture);
-        if (status == Status::complete) {
+        if (status == Status::kComplete) {
             ApplyGrayProfile(picture);
         } else {
             Free(picture);
         }
         return status;
     }
-    return Status::unknownType;
+    return Status::kUnknownType;
 }
 
 }  // namespace image_io

@@ -1,9 +1,10 @@
-// decode.h - the bytes of a picture file into rows of pixels.
+// decode.h - decodes the bytes of a picture file to pixels.
 //
-// The decoders are written against libraries that report errors by a jump. Their functions therefore hold nothing that needs a
-// destructor, and whatever they allocate is reachable from outside the function that may be jumped out of.
+// The decoders use libraries that report errors with longjmp. Their functions therefore hold no objects with
+// destructors, and everything they allocate is reachable from outside the function that a jump may leave.
 //
-// Threads: any; nothing is shared. Nothing is printed.
+// Failure: a status; nothing is printed.
+// Threads: any; nothing is shared.
 
 #pragma once
 
@@ -12,48 +13,49 @@
 
 namespace image_io {
 
-// What became of decoding; the numbers are those of CGImageSourceStatus.
+// The result of decoding, with the values of CGImageSourceStatus.
 enum class Status {
-    unexpectedEnd = -5,
-    invalidData = -4,
-    unknownType = -3,
-    readingHeader = -2,
-    complete = 0,
+    kUnexpectedEnd = -5,
+    kInvalidData = -4,
+    kUnknownType = -3,
+    kReadingHeader = -2,
+    kComplete = 0,
 };
 
-// Straight 8-bit RGBA, the topmost row first, without padding.
+// 8-bit RGBA with straight alpha, top row first, without padding.
 struct Picture {
-    std::uint8_t* pixels = nullptr;  // allocated with malloc, for the caller to free
+    std::uint8_t* pixels = nullptr;  // allocated with malloc and freed by the caller
     std::size_t width = 0;
     std::size_t height = 0;
-    bool isGray = false;  // as the file holds it; here red, green and blue are then the same
+    bool isGray = false;  // the file stores gray; red, green and blue are then equal
 
-    // The ICC profile that says what the pixels mean; null without one. Allocated and freed like the pixels.
+    // The ICC profile of the pixels; null if there is none. Allocated and freed like the pixels.
     void* profile = nullptr;
     std::size_t profileLength = 0;
 };
 
 inline constexpr std::size_t kBytesPerPixel = 4;
 
-// Why a limit: a few bytes of a file can claim a picture that no memory holds. This one has 268 million pixels.
+// The size limit in bytes (268 million pixels). A few bytes of a file can claim a picture that fits in no memory.
 inline constexpr std::size_t kLargestPicture = std::size_t{1} << 30;
 
-// Memory for a picture whose size a file claims; false, and nothing allocated, when it is larger than the limit or than memory.
-bool Allocate(std::size_t width, std::size_t height, Picture* picture);
+// Allocates the pixels of a picture whose size comes from a file. Returns false and allocates nothing when the size
+// is 0, exceeds the limit, or does not fit in memory.
+[[nodiscard]] bool Allocate(std::size_t width, std::size_t height, Picture* picture);
 
-// Gives back what a picture holds.
+// Frees the pixels and the profile of a picture.
 void Free(Picture* picture);
 
-// Brings a gray picture with a profile of gray to sRGB, which needs no profile. Any other profile that is none of red, green and blue
-// is dropped.
+// Converts a gray picture with a gray profile to sRGB and drops the profile. Keeps an RGB profile. Drops any other
+// profile.
 void ApplyGrayProfile(Picture* picture);
 
-// Decodes a file of either kind. The picture is only filled when the status is complete. Its profile, if any, is one of red, green
-// and blue.
-Status Decode(const std::uint8_t* bytes, std::size_t length, Picture* picture);
+// Decodes a PNG or JPEG file. Fills the picture only when the status is kComplete; its profile, if any, is an RGB
+// profile.
+[[nodiscard]] Status Decode(const std::uint8_t* bytes, std::size_t length, Picture* picture);
 
-// Decodes a file that begins as its kind does. Pixels may be allocated whatever the status is.
-Status DecodePNG(const std::uint8_t* bytes, std::size_t length, Picture* picture);
-Status DecodeJPEG(const std::uint8_t* bytes, std::size_t length, Picture* picture);
+// Decode a file that begins with the signature of its kind. The picture may hold memory whatever the status is.
+[[nodiscard]] Status DecodePNG(const std::uint8_t* bytes, std::size_t length, Picture* picture);
+[[nodiscard]] Status DecodeJPEG(const std::uint8_t* bytes, std::size_t length, Picture* picture);
 
 }  // namespace image_io

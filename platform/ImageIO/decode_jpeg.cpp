@@ -1,27 +1,30 @@
-// decode_jpeg.cpp - JPEG files in gray and color, sequential and progressive. CMYK is refused: without its profile nobody knows
-// what the inks look like.
+// decode_jpeg.cpp - decodes gray and color JPEG files, sequential and progressive.
+//
+// CMYK is refused: without a conversion by its profile the look of the inks is unknown.
 
-// The library's header counts on this one.
+// jpeglib.h requires this header before it.
 #include <cstdio>
 
 #include <jerror.h>
 #include <jpeglib.h>
 
 #include <csetjmp>
+#include <cstddef>
+#include <cstdint>
 
 #include "decode.h"
 
 namespace image_io {
 namespace {
 
-// A file with more scans than this is made to keep readers busy; real ones have about ten.
-constexpr int kMostScans = 500;
+// Real files have about ten scans. A file with more than this is made to waste the time of readers.
+constexpr int kMaxScans = 500;
 
-// Where profiles are, and how long a marker can be.
+// The marker of ICC profiles, and the maximum length of a marker.
 constexpr int kProfileMarker = JPEG_APP0 + 2;
-constexpr unsigned int kLongestMarker = 0xffff;
+constexpr unsigned int kMaxMarkerLength = 0xffff;
 
-// The library's error manager with what is needed to leave it, and to look in now and then.
+// The library's error manager, extended by the jump out of the library and by the progress callback.
 struct ErrorManager {
     jpeg_error_mgr base;
     jpeg_progress_mgr progress;
@@ -36,21 +39,21 @@ ErrorManager* ManagerOf(j_common_ptr info) { return reinterpret_cast<ErrorManage
     std::longjmp(ManagerOf(info)->leave, 1);
 }
 
-[[noreturn]] void Fail(j_common_ptr info) { Leave(info, Status::invalidData); }
+[[noreturn]] void Fail(j_common_ptr info) { Leave(info, Status::kInvalidData); }
 
-// Why a warning may be an error: where a file ends early the library makes up the rest and goes on.
+// Treats one warning as an error: at a premature end of file the library invents the rest of the picture and goes on.
 void Warn(j_common_ptr info, int level) {
-    if (level < 0 && info->err->msg_code == JWRN_JPEG_EOF) Leave(info, Status::unexpectedEnd);
+    if (level < 0 && info->err->msg_code == JWRN_JPEG_EOF) Leave(info, Status::kUnexpectedEnd);
 }
 
 void Ignore(j_common_ptr) {}
 
-// Called between scans, among other times.
+// A progress callback. The library calls it between scans, among other times.
 void LimitScans(j_common_ptr info) {
-    if (reinterpret_cast<j_decompress_ptr>(info)->input_scan_number > kMostScans) Fail(info);
+    if (reinterpret_cast<j_decompress_ptr>(info)->input_scan_number > kMaxScans) Fail(info);
 }
 
-// Keeps the profile of a file that has one, pieced together by the library.
+// Keeps the file's profile, if any. The library joins the pieces of the profile.
 void KeepProfile(jpeg_decompress_struct* jpeg, Picture* picture) {
     JOCTET* profile = nullptr;
     unsigned int length = 0;
@@ -59,31 +62,31 @@ void KeepProfile(jpeg_decompress_struct* jpeg, Picture* picture) {
     picture->profileLength = length;
 }
 
-// Reads the picture. Left by a jump when something is wrong.
+// Reads the picture. Errors leave this function by longjmp.
 Status ReadPicture(jpeg_decompress_struct* jpeg, Picture* picture) {
-    jpeg_save_markers(jpeg, kProfileMarker, kLongestMarker);
+    jpeg_save_markers(jpeg, kProfileMarker, kMaxMarkerLength);
     jpeg_read_header(jpeg, TRUE);
     KeepProfile(jpeg, picture);
     picture->isGray = jpeg->jpeg_color_space == JCS_GRAYSCALE;
-    if (jpeg->jpeg_color_space == JCS_CMYK || jpeg->jpeg_color_space == JCS_YCCK) return Status::unknownType;
+    if (jpeg->jpeg_color_space == JCS_CMYK || jpeg->jpeg_color_space == JCS_YCCK) return Status::kUnknownType;
     jpeg->out_color_space = JCS_EXT_RGBA;
-    // Before the library reserves memory of its own for a progressive picture.
-    if (!Allocate(jpeg->image_width, jpeg->image_height, picture)) return Status::invalidData;
+    // Checked before jpeg_start_decompress, which allocates memory for the whole of a progressive picture.
+    if (!Allocate(jpeg->image_width, jpeg->image_height, picture)) return Status::kInvalidData;
     jpeg_start_decompress(jpeg);
     while (jpeg->output_scanline < jpeg->output_height) {
         JSAMPROW row = picture->pixels + std::size_t{jpeg->output_scanline} * picture->width * kBytesPerPixel;
         jpeg_read_scanlines(jpeg, &row, 1);
     }
     jpeg_finish_decompress(jpeg);
-    return Status::complete;
+    return Status::kComplete;
 }
 
-// Runs the reading. Nothing here has a destructor, so the jump skips none.
-Status Guarded(jpeg_decompress_struct* jpeg, ErrorManager* errors, const std::uint8_t* bytes, std::size_t length,
-               Picture* picture) {
+// Reads the picture and catches the jump. No object here has a destructor that the jump could skip.
+Status ReadGuarded(jpeg_decompress_struct* jpeg, ErrorManager* errors, const std::uint8_t* bytes, std::size_t length,
+                   Picture* picture) {
     if (setjmp(errors->leave) != 0) return errors->status;
     jpeg_create_decompress(jpeg);
-    jpeg->progress = &errors->progress;  // which creating has cleared
+    jpeg->progress = &errors->progress;  // set here because jpeg_create_decompress clears it
     jpeg_mem_src(jpeg, bytes, static_cast<unsigned long>(length));
     return ReadPicture(jpeg, picture);
 }
@@ -98,7 +101,7 @@ Status DecodeJPEG(const std::uint8_t* bytes, std::size_t length, Picture* pictur
     errors.base.emit_message = Warn;
     errors.base.output_message = Ignore;
     errors.progress.progress_monitor = LimitScans;
-    const Status status = Guarded(&jpeg, &errors, bytes, length, picture);
+    const Status status = ReadGuarded(&jpeg, &errors, bytes, length, picture);
     jpeg_destroy_decompress(&jpeg);
     return status;
 }

@@ -1,10 +1,13 @@
-// decode_png.cpp - PNG files of every color type and depth.
+// decode_png.cpp - decodes PNG files of every color type and depth.
 //
-// Palettes, grays and 1 to 16 bits become 8-bit RGBA; a file that states another gamma than that of sRGB is brought to it.
+// Palettes, grays and depths of 1 to 16 bits become 8-bit RGBA. A file that states a gamma other than that of sRGB is
+// converted to it.
 
 #include <png.h>
 
 #include <csetjmp>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
@@ -13,7 +16,7 @@
 namespace image_io {
 namespace {
 
-// How far the library has read.
+// The unread part of the file, and whether the library tried to read beyond it.
 struct Reader {
     const std::uint8_t* bytes;
     std::size_t left;
@@ -35,7 +38,7 @@ void Read(png_structp png, png_bytep to, png_size_t count) {
 
 void Ignore(png_structp, png_const_charp) {}
 
-// Copies the profile of a file that has one. Where memory is short it has none.
+// Copies the file's profile, if any. When memory is short the picture gets no profile.
 void KeepProfile(png_structp png, png_infop info, Picture* picture) {
     png_charp name = nullptr;
     png_bytep profile = nullptr;
@@ -48,9 +51,9 @@ void KeepProfile(png_structp png, png_infop info, Picture* picture) {
     picture->profileLength = length;
 }
 
-// Asks for 8-bit RGBA whatever the file holds.
+// Requests 8-bit RGBA for every kind of file.
 void SetTransformations(png_structp png, png_infop info) {
-    // Alpha stays straight; a file that states no gamma is taken to have this one. A profile holds for the numbers as they are.
+    // Alpha stays straight, and a file without a gamma is read as sRGB. With a profile the values must not be changed.
     if (!png_get_valid(png, info, PNG_INFO_iCCP)) png_set_alpha_mode(png, PNG_ALPHA_PNG, PNG_DEFAULT_sRGB);
     png_set_expand(png);
     png_set_scale_16(png);
@@ -60,7 +63,7 @@ void SetTransformations(png_structp png, png_infop info) {
     png_read_update_info(png, info);
 }
 
-// Reads everything to the end of the file's last chunk. Left by a jump when something is wrong.
+// Reads the file to the end of its last chunk. Errors leave this function by longjmp.
 bool ReadPicture(png_structp png, png_infop info, Picture* picture) {
     png_read_info(png, info);
     const png_uint_32 width = png_get_image_width(png, info);
@@ -80,8 +83,9 @@ bool ReadPicture(png_structp png, png_infop info, Picture* picture) {
     return true;
 }
 
-// Runs the reading and answers whether it went to the end. Nothing here has a destructor, so the jump skips none.
-bool Guarded(png_structp png, png_infop info, Picture* picture) {
+// Reads the picture, catches the jump, and returns whether the file was read to its end. No object here has a
+// destructor that the jump could skip.
+bool ReadGuarded(png_structp png, png_infop info, Picture* picture) {
     if (setjmp(png_jmpbuf(png)) != 0) return false;
     return ReadPicture(png, info, picture);
 }
@@ -95,11 +99,11 @@ Status DecodePNG(const std::uint8_t* bytes, std::size_t length, Picture* picture
     bool complete = false;
     if (info != nullptr) {
         png_set_read_fn(png, &reader, Read);
-        complete = Guarded(png, info, picture);
+        complete = ReadGuarded(png, info, picture);
     }
     png_destroy_read_struct(&png, &info, nullptr);
-    if (complete) return Status::complete;
-    return reader.ended ? Status::unexpectedEnd : Status::invalidData;
+    if (complete) return Status::kComplete;
+    return reader.ended ? Status::kUnexpectedEnd : Status::kInvalidData;
 }
 
 }  // namespace image_io

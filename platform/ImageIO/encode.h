@@ -1,6 +1,7 @@
-// encode.h - rows of pixels into the bytes of a picture file.
+// encode.h - encodes pixels to the bytes of a picture file.
 //
-// Threads: any; nothing is shared. Nothing is printed.
+// Failure: false; nothing is printed.
+// Threads: any; nothing is shared.
 
 #pragma once
 
@@ -9,14 +10,14 @@
 
 namespace image_io {
 
-// Pixels to write: 8-bit RGBA, the topmost row first.
+// The pixels to write: 8-bit RGBA, top row first.
 struct Pixels {
     const std::uint8_t* bytes = nullptr;
     std::size_t width = 0;
     std::size_t height = 0;
     std::size_t bytesPerRow = 0;
-    bool premultiplied = false;
-    bool opaque = false;  // alpha is not looked at
+    bool isPremultiplied = false;
+    bool isOpaque = false;  // the alpha byte is ignored
 
     // The ICC profile of the space, borrowed; null for sRGB.
     const void* profile = nullptr;
@@ -25,19 +26,19 @@ struct Pixels {
 
 // A file in memory.
 struct EncodedFile {
-    unsigned char* bytes = nullptr;  // allocated with malloc, for the caller to free
+    unsigned char* bytes = nullptr;  // allocated with malloc and freed by the caller
     std::size_t length = 0;
 };
 
-// Encode a picture; false when it is too large for the kind of file or memory is short. The file's bytes may be allocated even
-// then. Quality is 0 (smallest) to 1 (best).
-bool EncodePNG(const Pixels& pixels, EncodedFile* file);
-bool EncodeJPEG(const Pixels& pixels, double quality, EncodedFile* file);
+// Encode a picture. Return false when it is too large for the format or memory is short; the caller frees the file's
+// bytes in that case too. Quality is 0 (smallest file) to 1 (best quality).
+[[nodiscard]] bool EncodePNG(const Pixels& pixels, EncodedFile* file);
+[[nodiscard]] bool EncodeJPEG(const Pixels& pixels, double quality, EncodedFile* file);
 
-// One row with straight alpha.
+// Converts a row to RGBA with straight alpha: four bytes per pixel.
 void StraightRow(const Pixels& pixels, std::size_t row, std::uint8_t* to);
 
-// One row without alpha, on white: three bytes a pixel.
+// Blends a row onto white: three bytes per pixel.
 void RowOnWhite(const Pixels& pixels, std::size_t row, std::uint8_t* to);
 
 }  // namespace image_io

@@ -1,6 +1,6 @@
-// encode_jpeg.cpp - JPEG files: color, on white.
+// encode_jpeg.cpp - encodes color JPEG files, blended onto white.
 
-// The library's header counts on this one.
+// jpeglib.h requires this header before it.
 #include <cstdio>
 
 #include <jpeglib.h>
@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <cmath>
 #include <csetjmp>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 
 #include "encode.h"
@@ -15,7 +17,7 @@
 namespace image_io {
 namespace {
 
-// The library's error manager with what is needed to leave it.
+// The library's error manager, extended by the jump out of the library.
 struct ErrorManager {
     jpeg_error_mgr base;
     std::jmp_buf leave;
@@ -27,15 +29,16 @@ void Warn(j_common_ptr, int) {}
 
 void Ignore(j_common_ptr) {}
 
-// The file as the library keeps it.
+// The encoded file in the types of the library.
 struct Output {
     unsigned char* bytes;
     unsigned long length;
 };
 
-// Runs the writing and answers whether it went to the end. Nothing here has a destructor, so the jump skips none.
-bool Guarded(jpeg_compress_struct* jpeg, ErrorManager* errors, const Pixels& pixels, double quality, std::uint8_t* row,
-             Output* output) {
+// Writes the picture, catches the jump, and returns whether it was written completely. No object here has a destructor
+// that the jump could skip.
+bool WriteGuarded(jpeg_compress_struct* jpeg, ErrorManager* errors, const Pixels& pixels, double quality,
+                  std::uint8_t* row, Output* output) {
     if (setjmp(errors->leave) != 0) return false;
     jpeg_create_compress(jpeg);
     jpeg_mem_dest(jpeg, &output->bytes, &output->length);
@@ -70,9 +73,9 @@ bool EncodeJPEG(const Pixels& pixels, double quality, EncodedFile* file) {
     errors.base.output_message = Ignore;
     Output output = {nullptr, 0};
     auto* row = static_cast<std::uint8_t*>(std::malloc(pixels.width * 3));
-    // The comparison also takes a quality that is no number for the smallest.
+    // Written as quality > 0 so that NaN becomes 0.
     const double clamped = quality > 0 ? std::min(quality, 1.0) : 0;
-    const bool complete = row != nullptr && Guarded(&jpeg, &errors, pixels, clamped, row, &output);
+    const bool complete = row != nullptr && WriteGuarded(&jpeg, &errors, pixels, clamped, row, &output);
     jpeg_destroy_compress(&jpeg);
     std::free(row);
     *file = {output.bytes, output.length};

@@ -1,8 +1,10 @@
-// encode_png.cpp - PNG files: 8-bit RGBA with straight alpha, marked as sRGB or with their profile.
+// encode_png.cpp - encodes PNG files: 8-bit RGBA with straight alpha, marked as sRGB or with an embedded profile.
 
 #include <png.h>
 
 #include <csetjmp>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
@@ -11,9 +13,9 @@
 namespace image_io {
 namespace {
 
-constexpr std::size_t kFirstCapacity = 1 << 16;
+constexpr std::size_t kInitialCapacity = 1 << 16;
 
-// The file as it grows.
+// The growing file and its capacity.
 struct Writer {
     EncodedFile* file;
     std::size_t capacity;
@@ -23,7 +25,7 @@ void Write(png_structp png, png_bytep from, png_size_t count) {
     auto* writer = static_cast<Writer*>(png_get_io_ptr(png));
     EncodedFile& file = *writer->file;
     if (count > writer->capacity - file.length) {
-        std::size_t capacity = writer->capacity == 0 ? kFirstCapacity : writer->capacity;
+        std::size_t capacity = writer->capacity == 0 ? kInitialCapacity : writer->capacity;
         while (count > capacity - file.length) capacity *= 2;
         void* grown = std::realloc(file.bytes, capacity);
         if (grown == nullptr) png_error(png, "");
@@ -40,8 +42,9 @@ void Flush(png_structp) {}
 
 void Ignore(png_structp, png_const_charp) {}
 
-// Runs the writing and answers whether it went to the end. Nothing here has a destructor, so the jump skips none.
-bool Guarded(png_structp png, png_infop info, const Pixels& pixels, std::uint8_t* row) {
+// Writes the picture, catches the jump, and returns whether it was written completely. No object here has a destructor
+// that the jump could skip.
+bool WriteGuarded(png_structp png, png_infop info, const Pixels& pixels, std::uint8_t* row) {
     if (setjmp(png_jmpbuf(png)) != 0) return false;
     png_set_IHDR(png, info, static_cast<png_uint_32>(pixels.width), static_cast<png_uint_32>(pixels.height), 8,
                  PNG_COLOR_TYPE_RGBA, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
@@ -71,7 +74,7 @@ bool EncodePNG(const Pixels& pixels, EncodedFile* file) {
     bool complete = false;
     if (info != nullptr && row != nullptr) {
         png_set_write_fn(png, &writer, Write, Flush);
-        complete = Guarded(png, info, pixels, row);
+        complete = WriteGuarded(png, info, pixels, row);
     }
     png_destroy_write_struct(&png, &info);
     std::free(row);

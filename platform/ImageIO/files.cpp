@@ -1,4 +1,4 @@
-// files.cpp - reading in one piece, and writing beside the final name, which is then taken.
+// files.cpp - reads whole files; writes to a temporary name beside the final one, then renames.
 
 #include "files.h"
 
@@ -16,7 +16,8 @@
 namespace image_io {
 namespace {
 
-// Reads everything; it may come in pieces. False when the file is shorter than it was.
+// Reads exactly this many bytes, in several reads if necessary. Returns false on an error and at a premature end of
+// file.
 bool ReadAll(int file, char* bytes, std::size_t length) {
     while (length > 0) {
         const ssize_t count = read(file, bytes, length);
@@ -28,7 +29,7 @@ bool ReadAll(int file, char* bytes, std::size_t length) {
     return true;
 }
 
-// Writes everything; it may go in pieces.
+// Writes all bytes, in several writes if necessary. Returns false on an error.
 bool WriteAll(int file, const char* bytes, std::size_t length) {
     while (length > 0) {
         const ssize_t count = write(file, bytes, length);
@@ -40,12 +41,13 @@ bool WriteAll(int file, const char* bytes, std::size_t length) {
     return true;
 }
 
+// Reads a regular file from its descriptor. Returns false and allocates nothing when that fails.
 bool ReadOpenFile(int file, FileContent* content) {
     struct stat status;
     if (fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) return false;
     if (static_cast<std::uint64_t>(status.st_size) > SIZE_MAX / 2) return false;
     content->length = static_cast<std::size_t>(status.st_size);
-    // Why one more: there may be nothing to read, and malloc may answer null for that.
+    // One byte extra, because malloc(0) may return null for an empty file.
     content->bytes = std::malloc(content->length + 1);
     if (content->bytes != nullptr && ReadAll(file, static_cast<char*>(content->bytes), content->length)) return true;
     std::free(content->bytes);
@@ -53,8 +55,8 @@ bool ReadOpenFile(int file, FileContent* content) {
     return false;
 }
 
-// A name beside a path that nobody else uses at this moment.
-std::string NameBeside(const char* path) {
+// Returns a temporary name in the folder of a path, unique among running processes and within this one.
+std::string TemporaryName(const char* path) {
     static std::atomic<unsigned> count = 0;
     return std::string(path) + "." + std::to_string(getpid()) + "." + std::to_string(count++);
 }
@@ -62,7 +64,7 @@ std::string NameBeside(const char* path) {
 }  // namespace
 
 bool ReadFile(const char* path, FileContent* content) {
-    // Why not to wait: opening a pipe that nobody writes to would.
+    // O_NONBLOCK, because opening a pipe without a writer would block.
     const int file = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (file < 0) return false;
     const bool isRead = ReadOpenFile(file, content);
@@ -71,13 +73,13 @@ bool ReadFile(const char* path, FileContent* content) {
 }
 
 bool WriteFile(const char* path, const void* bytes, std::size_t length) {
-    const std::string beside = NameBeside(path);
-    const int file = open(beside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    const std::string temporary = TemporaryName(path);
+    const int file = open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (file < 0) return false;
-    bool isWhole = WriteAll(file, static_cast<const char*>(bytes), length);
-    isWhole = close(file) == 0 && isWhole;
-    if (isWhole && std::rename(beside.c_str(), path) == 0) return true;
-    unlink(beside.c_str());
+    bool isComplete = WriteAll(file, static_cast<const char*>(bytes), length);
+    isComplete = close(file) == 0 && isComplete;
+    if (isComplete && std::rename(temporary.c_str(), path) == 0) return true;
+    unlink(temporary.c_str());
     return false;
 }
 

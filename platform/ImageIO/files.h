@@ -1,6 +1,7 @@
-// files.h - whole files in and out, without a word printed when that fails.
+// files.h - reads and writes whole files.
 //
-// Threads: any.
+// Failure: false; nothing is printed.
+// Threads: any; nothing is shared.
 
 #pragma once
 
@@ -10,15 +11,16 @@ namespace image_io {
 
 // The content of a file.
 struct FileContent {
-    void* bytes = nullptr;  // allocated with malloc, for the caller to free
+    void* bytes = nullptr;  // allocated with malloc and freed by the caller
     std::size_t length = 0;
 };
 
-// Reads a file. False, and nothing allocated, when it is not there, is no ordinary file, or is larger than memory.
-bool ReadFile(const char* path, FileContent* content);
+// Reads a file. Returns false and allocates nothing when the file does not exist, is not a regular file, or does not
+// fit in memory.
+[[nodiscard]] bool ReadFile(const char* path, FileContent* content);
 
-// Writes a file under its final name only when it is whole; whatever had that name stays as it was until then.
-// False when it could not be written; nothing is left behind.
-bool WriteFile(const char* path, const void* bytes, std::size_t length);
+// Writes a file. It gets its final name only when it is complete; until then an existing file of that name stays as
+// it is. Returns false when it cannot be written, and leaves no temporary file behind.
+[[nodiscard]] bool WriteFile(const char* path, const void* bytes, std::size_t length);
 
 }  // namespace image_io

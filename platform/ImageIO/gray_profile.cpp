@@ -1,8 +1,10 @@
-// gray_profile.cpp - gray pictures by their profile, with Little CMS.
+// gray_profile.cpp - converts gray pictures to sRGB by their ICC profile, with Little CMS.
 
 #define CMS_NO_REGISTER_KEYWORD
 #include <lcms2.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 
 #include "decode.h"
@@ -12,8 +14,9 @@ namespace {
 
 constexpr std::size_t kLevels = 256;
 
-// The levels of sRGB that are as bright as those of a profile; false when they cannot be told.
-bool MakeTable(cmsHPROFILE profile, std::uint8_t (&table)[kLevels]) {
+// Fills the table with the sRGB level for each level of the profile; returns false when the profile allows no
+// conversion.
+[[nodiscard]] bool MakeTable(cmsHPROFILE profile, std::uint8_t (&table)[kLevels]) {
     std::uint8_t levels[kLevels], colors[kLevels][3];
     for (std::size_t level = 0; level < kLevels; ++level) levels[level] = static_cast<std::uint8_t>(level);
     cmsHPROFILE sRGB = cmsCreate_sRGBProfile();

@@ -1,5 +1,6 @@
-// orientation.h - which way up a picture was taken, as its camera has noted it.
+// orientation.h - reads the Exif orientation of a picture: which way up the camera was held.
 //
+// Failure: 0; nothing is printed.
 // Threads: any; nothing is shared.
 
 #pragma once
@@ -9,8 +10,8 @@
 
 namespace image_io {
 
-// The orientation that an Exif block in the bytes of a JPEG or PNG names: 1 (upright) to 8, in the numbers of Exif; 0 when
-// there is none that can be read.
-int OrientationOf(const std::uint8_t* bytes, std::size_t length);
+// Returns the Exif orientation in the bytes of a JPEG or PNG file: 1 (upright) to 8; 0 when there is none or it
+// cannot be read.
+[[nodiscard]] int OrientationOf(const std::uint8_t* bytes, std::size_t length);
 
 }  // namespace image_io

@@ -1,7 +1,7 @@
-// gconv_path.cpp - tells the C library of the sysroot where its character set converters are, before Foundation asks.
+// gconv_path.cpp - tells the sysroot's C library where its character set converters are, before Foundation needs them.
 //
-// Without it a 32-bit program would look in the machine's own folders, find 64-bit converters and warn. A value that
-// the user has set stays. Linked into every program, not into modules: the environment is the program's.
+// Otherwise a 32-bit program would search the machine's folders, find 64-bit converters and warn. A value that the user
+// has set stays. Programs link this library; modules do not, because the environment belongs to the program.
 
 #include <cstdlib>
 

@@ -1,17 +1,21 @@
-// boundary_benchmark.mm - what a call through the module's method table costs, beside the same messages sent directly.
+// boundary_benchmark.mm - times calls through the module's method table, and the same messages sent directly.
 //
-// Each operation stands here twice: "module/..." calls the accessor as a host does, "direct/..." sends the messages that the
-// accessor sends, and makes the same host object. Everything else is equal: one filter, one pool for every 1000 calls.
-// Registration is timed as a whole, with a host that only takes the pointer.
+// Each operation is timed twice. "module/..." calls the accessor like a host. "direct/..." sends the messages that the
+// accessor sends and makes the same host object. Everything else is equal: one filter, and one pool for every 1000
+// calls. Registration is timed as a whole, with a host that only stores the pointers.
+//
+// Threads: one.
 
 #import <CoreImage/CoreImage.h>
 #include <benchmark/benchmark.h>
 #include <dlfcn.h>
 
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <map>
 #include <string>
+#include <utility>
 
 #include "bridge/host_objects.h"
 #include "plugin/zeva.h"
@@ -20,7 +24,7 @@ namespace {
 
 constexpr int kCallsPerPool = 1000;
 
-// The least host that can be: it keeps the records, and its objects are plain memory.
+// A minimal host: it stores the class records, and its objects are plain memory.
 std::map<std::string, ZEVAclassDefinition*>* records = nullptr;
 double hostVersion = 2013.03;
 
@@ -30,12 +34,12 @@ void RegisterClass(ZEVAclassDefinition* record) {
 void RegisterPluginVersion(std::int32_t) {}
 double GetVersion() { return hostVersion; }
 
-// Why not inlined: an object that is made and dropped in sight of the compiler is never made at all.
+// Not inlined: the compiler removes the allocation when it sees both this function and Drop.
 __attribute__((noinline)) ZEVAobjectStruct* NewInstance(const char*) {
     return static_cast<ZEVAobjectStruct*>(std::calloc(1, 40));
 }
 
-// Gives an object back, with what its class would release.
+// Frees an object and releases the Objective-C object that it wraps, as its class would.
 void Drop(ZEVAobjectStruct* object) {
     [reinterpret_cast<ValueObject*>(object)->wrapped release];
     std::free(object);
@@ -57,7 +61,7 @@ PluginMain Module() {
     return reinterpret_cast<PluginMain>(dlsym(handle, "ZEVAPluginMain"));
 }
 
-// The accessors of one property.
+// Returns the method table entry with a declaration. Registers the module's classes on the first call.
 const ZEVAmethodDownLevel& Method(const char* className, const char* declaration) {
     static auto* known = [] {
         records = new std::map<std::string, ZEVAclassDefinition*>;
@@ -72,7 +76,7 @@ const ZEVAmethodDownLevel& Method(const char* className, const char* declaration
     std::abort();
 }
 
-// A filter object with its filter.
+// A host object of a filter class, together with its filter.
 struct Filter {
     explicit Filter(const char* filterName) : memory(NewInstance(nullptr)) {
         fields = reinterpret_cast<FilterObject*>(memory);
@@ -90,7 +94,7 @@ struct Filter {
     FilterObject* fields;
 };
 
-// Times the call, many to a pool.
+// Times a call, with one autorelease pool for many calls.
 template <typename Call>
 void Time(benchmark::State& state, Call call) {
     while (state.KeepRunningBatch(kCallsPerPool)) {
@@ -127,8 +131,8 @@ void DirectSetNumber(benchmark::State& state) {
     });
 }
 
-// Objects: the class, the declaration, the key and the value of one kind.
-struct Kind {
+// A property whose value is an object, and the value to use.
+struct ObjectProperty {
     const char* filterName;
     const char* className;
     const char* declaration;
@@ -136,54 +140,54 @@ struct Kind {
     id value;
 };
 
-Kind Image() {
+ObjectProperty ImageProperty() {
     CIImage* image = [CIImage imageWithColor:[CIColor colorWithRed:1 green:0 blue:0 alpha:1]];
     return {"CIGaussianBlur", "CIFilterGaussianBlurQOR", "inputImage as CIImageQOR", @"inputImage", image};
 }
 
-Kind Vector() {
+ObjectProperty VectorProperty() {
     CIVector* vector = [CIVector vectorWithX:1 Y:2];
     return {"CIBumpDistortion", "CIFilterBumpDistortionQOR", "inputCenter as CIVectorQOR", @"inputCenter", vector};
 }
 
-void ModuleGetObject(benchmark::State& state, Kind (*kind)()) {
-    const Kind of = kind();
-    Filter filter(of.filterName);
-    [filter.fields->filter setValue:of.value forKey:of.key];
-    auto* get =
-        reinterpret_cast<ZEVAobjectStruct* (*)(ZEVAobjectStruct*)>(Method(of.className, of.declaration).function);
+void ModuleGetObject(benchmark::State& state, ObjectProperty (*makeProperty)()) {
+    const ObjectProperty property = makeProperty();
+    Filter filter(property.filterName);
+    [filter.fields->filter setValue:property.value forKey:property.key];
+    auto* get = reinterpret_cast<ZEVAobjectStruct* (*)(ZEVAobjectStruct*)>(
+        Method(property.className, property.declaration).function);
     Time(state, [&](int) { Drop(get(filter.memory)); });
 }
 
-void DirectGetObject(benchmark::State& state, Kind (*kind)()) {
-    const Kind of = kind();
-    Filter filter(of.filterName);
-    [filter.fields->filter setValue:of.value forKey:of.key];
+void DirectGetObject(benchmark::State& state, ObjectProperty (*makeProperty)()) {
+    const ObjectProperty property = makeProperty();
+    Filter filter(property.filterName);
+    [filter.fields->filter setValue:property.value forKey:property.key];
     Time(state, [&](int) {
-        ZEVAobjectStruct* object = NewInstance(of.className);
-        reinterpret_cast<ValueObject*>(object)->wrapped = [[filter.fields->filter valueForKey:of.key] retain];
+        ZEVAobjectStruct* object = NewInstance(property.className);
+        reinterpret_cast<ValueObject*>(object)->wrapped = [[filter.fields->filter valueForKey:property.key] retain];
         Drop(object);
     });
 }
 
-void ModuleSetObject(benchmark::State& state, Kind (*kind)()) {
-    const Kind of = kind();
-    Filter filter(of.filterName);
-    auto* set =
-        reinterpret_cast<void (*)(ZEVAobjectStruct*, ZEVAobjectStruct*)>(Method(of.className, of.declaration).setter);
-    ZEVAobjectStruct* wrapper = NewInstance(of.className);
-    reinterpret_cast<ValueObject*>(wrapper)->wrapped = [of.value retain];
+void ModuleSetObject(benchmark::State& state, ObjectProperty (*makeProperty)()) {
+    const ObjectProperty property = makeProperty();
+    Filter filter(property.filterName);
+    auto* set = reinterpret_cast<void (*)(ZEVAobjectStruct*, ZEVAobjectStruct*)>(
+        Method(property.className, property.declaration).setter);
+    ZEVAobjectStruct* wrapper = NewInstance(property.className);
+    reinterpret_cast<ValueObject*>(wrapper)->wrapped = [property.value retain];
     Time(state, [&](int) { set(filter.memory, wrapper); });
     Drop(wrapper);
 }
 
-void DirectSetObject(benchmark::State& state, Kind (*kind)()) {
-    const Kind of = kind();
-    Filter filter(of.filterName);
-    Time(state, [&](int) { [filter.fields->filter setValue:of.value forKey:of.key]; });
+void DirectSetObject(benchmark::State& state, ObjectProperty (*makeProperty)()) {
+    const ObjectProperty property = makeProperty();
+    Filter filter(property.filterName);
+    Time(state, [&](int) { [filter.fields->filter setValue:property.value forKey:property.key]; });
 }
 
-// Gives an attribute object back.
+// Frees an attribute object and releases its key and its attribute.
 void DropAttribute(ZEVAobjectStruct* object) {
     [reinterpret_cast<AttributeObject*>(object)->key release];
     Drop(object);
@@ -209,9 +213,9 @@ void DirectGetAttribute(benchmark::State& state) {
     });
 }
 
-// The module's records, as they were linked, so that each registration finds them so.
-struct Records {
-    Records() {
+// The module's class records as they were before the first registration, so that each registration starts from them.
+struct OriginalRecords {
+    OriginalRecords() {
         Method("CIFilterBloomQOR", "Constructor");
         for (const auto& [name, record] : *records) originals[record] = *record;
     }
@@ -222,7 +226,7 @@ struct Records {
 };
 
 void Register(benchmark::State& state, double version) {
-    static const Records linked;
+    static const OriginalRecords linked;
     auto* kept = std::exchange(records, nullptr);
     hostVersion = version;
     for (auto _ : state) {
@@ -239,17 +243,17 @@ BENCHMARK(ModuleGetNumber)->Name("module/get a double");
 BENCHMARK(DirectGetNumber)->Name("direct/get a double");
 BENCHMARK(ModuleSetNumber)->Name("module/set a double");
 BENCHMARK(DirectSetNumber)->Name("direct/set a double");
-BENCHMARK_CAPTURE(ModuleGetObject, image, Image)->Name("module/get an image");
-BENCHMARK_CAPTURE(DirectGetObject, image, Image)->Name("direct/get an image");
-BENCHMARK_CAPTURE(ModuleSetObject, image, Image)->Name("module/set an image");
-BENCHMARK_CAPTURE(DirectSetObject, image, Image)->Name("direct/set an image");
-BENCHMARK_CAPTURE(ModuleGetObject, vector, Vector)->Name("module/get a vector");
-BENCHMARK_CAPTURE(DirectGetObject, vector, Vector)->Name("direct/get a vector");
-BENCHMARK_CAPTURE(ModuleSetObject, vector, Vector)->Name("module/set a vector");
-BENCHMARK_CAPTURE(DirectSetObject, vector, Vector)->Name("direct/set a vector");
+BENCHMARK_CAPTURE(ModuleGetObject, image, ImageProperty)->Name("module/get an image");
+BENCHMARK_CAPTURE(DirectGetObject, image, ImageProperty)->Name("direct/get an image");
+BENCHMARK_CAPTURE(ModuleSetObject, image, ImageProperty)->Name("module/set an image");
+BENCHMARK_CAPTURE(DirectSetObject, image, ImageProperty)->Name("direct/set an image");
+BENCHMARK_CAPTURE(ModuleGetObject, vector, VectorProperty)->Name("module/get a vector");
+BENCHMARK_CAPTURE(DirectGetObject, vector, VectorProperty)->Name("direct/get a vector");
+BENCHMARK_CAPTURE(ModuleSetObject, vector, VectorProperty)->Name("module/set a vector");
+BENCHMARK_CAPTURE(DirectSetObject, vector, VectorProperty)->Name("direct/set a vector");
 BENCHMARK(ModuleGetAttribute)->Name("module/get an attribute");
 BENCHMARK(DirectGetAttribute)->Name("direct/get an attribute");
-// Tables for old hosts are never freed, hence the bound.
+// The number of iterations is fixed because the module never frees the tables that it makes for old hosts.
 BENCHMARK_CAPTURE(Register, version12, 2013.03)->Name("register/73 classes, records 12")->Iterations(2000);
 BENCHMARK_CAPTURE(Register, version9, 2011.04)->Name("register/73 classes, records 9")->Iterations(500);
 

@@ -1,8 +1,8 @@
-// engine_benchmark.mm - how long the engine takes for each operation, beside a plain copy of the same size in the same run.
+// engine_benchmark.mm - times each operation of the engine, and a plain copy of the same size in the same run.
 //
-// Names are "<size>/<operation>/<who>": "12 MP/gamma/engine". The copy is "12 MP/copy/memory": two threads read each byte of a
-// picture of floats once and write it once. Everybody has two threads. Built with ZEVA_RIVALS, other libraries do the same
-// operations, each checked against the engine before it is timed.
+// Names are "<size>/<operation>/<library>", for example "12 MP/gamma/engine". The copy is "12 MP/copy/memory": two
+// threads read each byte of a picture of floats once and write it once. All contestants use two threads. When built
+// with ZEVA_RIVALS, other libraries run the same operations. Each is checked against the engine before it is timed.
 
 #import <Foundation/Foundation.h>
 #include <benchmark/benchmark.h>
@@ -10,9 +10,13 @@
 #include <tbb/parallel_for.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "pictures.h"
 #include "rows.h"
@@ -26,7 +30,7 @@ namespace {
 
 constexpr std::size_t kThreads = 2;
 
-// Where results go. Its pages are there before anything is timed.
+// The buffer for results. Its pages are allocated before anything is timed.
 std::vector<float>& Result() {
     static std::vector<float> memory(kWidth * kHeight * kChannels);
     return memory;
@@ -57,7 +61,7 @@ void Register(const std::string& name, const std::function<void(benchmark::State
 }
 
 #ifdef ZEVA_RIVALS
-// Times a rival whose result is like the engine's; any other is an error, which says how they differ.
+// Registers a rival. It is timed only if its result matches the engine's; otherwise the error says how they differ.
 void RegisterRival(const std::vector<Row>& rows, const Rival& rival) {
     const auto row =
         std::find_if(rows.begin(), rows.end(), [&](const Row& one) { return one.name == rival.operation; });
@@ -89,7 +93,7 @@ int main(int count, char** arguments) {
     NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
     const tbb::global_control threads(tbb::global_control::max_allowed_parallelism, kThreads);
     benchmark::Initialize(&count, arguments);
-    Result();  // before the clock runs
+    Result();  // allocate before timing
     Register("12 MP/copy/memory", Copy);
     const std::vector<Row> rows = Rows();
     for (const Row& row : rows) {

@@ -1,4 +1,4 @@
-// pictures.cpp - waves with a little noise.
+// pictures.cpp - generates the pictures: waves with a little noise.
 
 #include "pictures.h"
 
@@ -31,7 +31,7 @@ Picture MakePicture(std::size_t width, std::size_t height, double phase) {
     return picture;
 }
 
-double Encoded(double linear) {
+double EncodeSRGB(double linear) {
     return linear <= 0.0031308 ? 12.92 * linear : 1.055 * std::pow(linear, 1 / 2.4) - 0.055;
 }
 
@@ -54,15 +54,16 @@ const Picture& Small() {
 
 const std::vector<std::uint8_t>& FirstAsBytes() {
     static const std::vector<std::uint8_t> bytes = [] {
-        constexpr std::size_t kLevels = 4096;
-        std::vector<std::uint8_t> table(kLevels + 1);
-        for (std::size_t level = 0; level <= kLevels; ++level) {
-            table[level] = static_cast<std::uint8_t>(std::lround(255 * Encoded(static_cast<double>(level) / kLevels)));
+        constexpr std::size_t kSteps = 4096;
+        std::vector<std::uint8_t> table(kSteps + 1);
+        for (std::size_t level = 0; level <= kSteps; ++level) {
+            table[level] =
+                static_cast<std::uint8_t>(std::lround(255 * EncodeSRGB(static_cast<double>(level) / kSteps)));
         }
         const std::vector<float>& floats = First().pixels;
         std::vector<std::uint8_t> encoded(floats.size());
         for (std::size_t index = 0; index < floats.size(); ++index) {
-            encoded[index] = table[static_cast<std::size_t>(floats[index] * kLevels)];
+            encoded[index] = table[static_cast<std::size_t>(floats[index] * kSteps)];
         }
         return encoded;
     }();
@@ -73,11 +74,11 @@ const std::vector<float>& Cube() {
     static const std::vector<float> cube = [] {
         std::vector<float> texels;
         for (std::size_t index = 0; index < kCubeEdge * kCubeEdge * kCubeEdge; ++index) {
-            const std::size_t place[] = {index % kCubeEdge, index / kCubeEdge % kCubeEdge,
-                                         index / kCubeEdge / kCubeEdge};
+            const std::size_t position[] = {index % kCubeEdge, index / kCubeEdge % kCubeEdge,
+                                            index / kCubeEdge / kCubeEdge};
             for (std::size_t channel = 0; channel < 3; ++channel) {
-                const double own = static_cast<double>(place[channel]) / (kCubeEdge - 1);
-                const double other = static_cast<double>(place[(channel + 1) % 3]) / (kCubeEdge - 1);
+                const double own = static_cast<double>(position[channel]) / (kCubeEdge - 1);
+                const double other = static_cast<double>(position[(channel + 1) % 3]) / (kCubeEdge - 1);
                 texels.push_back(static_cast<float>(0.8 * own * own + 0.2 * std::sqrt(other)));
             }
             texels.push_back(1);

@@ -1,9 +1,11 @@
-// pictures.h - what the benchmarks render: two pictures, a small one and tables, the same for the engine and for other libraries.
+// pictures.h - the inputs of the benchmarks: two pictures, a small one and tables, the same for the engine and for
+// other libraries.
 //
-// Floats are red, green, blue and alpha, linear, opaque; the topmost row first. Like a photo, neighbors are alike and every
-// brightness occurs; unlike one, nothing repeats, so that no library may profit from flat places.
-// Lifetime: made on first use and kept for good.
-// Threads:  made by one thread; reading is for all.
+// Pictures are linear, opaque RGBA floats, top row first. As in a photo, neighboring pixels are similar and all
+// brightness levels occur. Unlike in a photo, nothing repeats, so that no library profits from flat areas.
+//
+// Lifetime: created on first use, kept for the life of the process.
+// Threads:  safe on any thread.
 
 #pragma once
 
@@ -23,19 +25,17 @@ struct Picture {
     std::size_t width;
     std::size_t height;
     std::vector<float> pixels;
-
-    std::size_t bytesPerRow() const { return width * kChannels * sizeof(float); }
 };
 
-// The picture that filters work on, one to combine it with, and a small one.
+// Return the input picture, the picture to combine it with, and a small picture.
 const Picture& First();
 const Picture& Second();
 const Picture& Small();
 
-// The first picture as bytes, encoded with the curve of sRGB.
+// Returns the first picture as sRGB bytes.
 const std::vector<std::uint8_t>& FirstAsBytes();
 
-// A cube of colors, red fastest, with an alpha of 1: neither the identity nor a matrix.
+// Returns a color cube of RGBA floats with an alpha of 1, red varying fastest. It is neither the identity nor a matrix.
 inline constexpr std::size_t kCubeEdge = 32;
 const std::vector<float>& Cube();
 

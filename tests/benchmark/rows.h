@@ -1,9 +1,10 @@
-// rows.h - the operations that are timed, and how the engine does each.
+// rows.h - the operations to time, and how the engine performs each.
 //
-// A row is an image of filters, rendered into memory. Making the filters is part of what is timed, as a program that changes a
-// value for each frame does it. Rows of filters that give no image are left out.
-// Adding one: a function in rows.mm that makes the image, and a line in its table.
-// Threads:    one; rendering uses two.
+// A row makes filters and renders their image to memory. Making the filters is timed too, because a program that
+// changes a value for each frame does that as well. Rows whose filters give no image are left out.
+//
+// Adding one: write a function in rows.mm that makes the image, and add a line to its table.
+// Threads:    call from one thread; rendering uses two.
 
 #pragma once
 
@@ -14,14 +15,14 @@
 
 namespace benchmarks {
 
-// One operation.
+// An operation to time.
 struct Row {
     std::string name;                      // "12 MP/gamma"
-    std::size_t bytes;                     // of the result
-    std::function<void(void* to)> render;  // into that many bytes
+    std::size_t bytes;                     // the size of the result
+    std::function<void(void* to)> render;  // writes the result to that many bytes
 };
 
-// Every operation whose filters render.
-std::vector<Row> Rows();
+// Returns every operation whose filters render.
+[[nodiscard]] std::vector<Row> Rows();
 
 }  // namespace benchmarks

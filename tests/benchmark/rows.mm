@@ -1,9 +1,10 @@
-// rows.mm - the operations as filters.
+// rows.mm - builds each operation from filters.
 
 #include "rows.h"
 
 #import <CoreImage/CoreImage.h>
 
+#include <cmath>
 #include <initializer_list>
 #include <utility>
 
@@ -12,7 +13,7 @@
 namespace benchmarks {
 namespace {
 
-// The pictures as images, kept for good.
+// The pictures as images, kept for the life of the process.
 struct Images {
     CIImage* first;
     CIImage* second;
@@ -64,7 +65,7 @@ CIVector* Vector(const std::vector<double>& numbers) {
     return [CIVector vectorWithValues:values.data() count:values.size()];
 }
 
-// A row of the color matrix, without what is added.
+// Returns a row of the color matrix without its bias.
 CIVector* MatrixRow(const double (&row)[4]) { return Vector({row[0], row[1], row[2], 0}); }
 
 CIImage* Matrix(CIImage* image) {
@@ -77,7 +78,9 @@ CIImage* Matrix(CIImage* image) {
 
 CIImage* Exposure(CIImage* image) { return Filtered(@"CIExposureAdjust", image, {{@"inputEV", Number(kExposure)}}); }
 CIImage* Gamma(CIImage* image) { return Filtered(@"CIGammaAdjust", image, {{@"inputPower", Number(kGamma)}}); }
-CIImage* Posterize(CIImage* image) { return Filtered(@"CIColorPosterize", image, {{@"inputLevels", Number(kLevels)}}); }
+CIImage* Posterize(CIImage* image) {
+    return Filtered(@"CIColorPosterize", image, {{@"inputLevels", Number(kPosterizeLevels)}});
+}
 CIImage* Invert(CIImage* image) { return Filtered(@"CIColorInvert", image); }
 CIImage* FiveSteps(CIImage* image) { return Invert(Posterize(Gamma(Matrix(Exposure(image))))); }
 
@@ -108,7 +111,7 @@ CIImage* Addition(CIImage* image) { return Over(@"CIAdditionCompositing", image)
 CIImage* Difference(CIImage* image) { return Over(@"CIDifferenceBlendMode", image); }
 
 CIImage* Affine(CIImage* image) {
-    const double a = kScale * std::cos(kTurn), b = kScale * std::sin(kTurn);
+    const double a = kScale * std::cos(kRotation), b = kScale * std::sin(kRotation);
     const double x = kWidth / 2.0, y = kHeight / 2.0;
     NSAffineTransform* map = [NSAffineTransform transform];
     [map setTransformStruct:{(CGFloat)a, (CGFloat)b, (CGFloat)-b, (CGFloat)a, (CGFloat)(x - a * x + b * y),
@@ -152,7 +155,7 @@ CIImage* Transition(NSString* name, CIImage* image, Values more = {}) {
     CIFilter* filter = [CIFilter filterWithName:name];
     [filter setValue:image forKey:kCIInputImageKey];
     [filter setValue:AllImages().second forKey:@"inputTargetImage"];
-    [filter setValue:Number(kTime) forKey:@"inputTime"];
+    [filter setValue:Number(kTransitionTime) forKey:@"inputTime"];
     for (const auto& [key, value] : more) [filter setValue:value forKey:key];
     return [filter outputImage];
 }
@@ -170,11 +173,11 @@ CIImage* Flash(CIImage* image) {
                       {{@"inputExtent", Whole()}, {@"inputCenter", Vector({kWidth / 2, kHeight / 2})}});
 }
 
-CIImage* Same(CIImage* image) { return image; }
+CIImage* Unchanged(CIImage* image) { return image; }
 
-// Which picture an operation starts from, and what its result is.
-enum class From { first, bytes, small };
-enum class To { whole, wholeAsBytes, small, pixel, histogram };
+// The input of an operation, and the kind of its result.
+enum class From { kFirst, kBytes, kSmall };
+enum class To { kWhole, kWholeAsBytes, kSmall, kPixel, kHistogram };
 
 struct Operation {
     const char* name;
@@ -185,82 +188,82 @@ struct Operation {
 
 // clang-format off
 constexpr Operation kOperations[] = {
-    // name                               image              from         to
-    {"12 MP/gaussian blur, sigma 10",     Gaussian,          From::first, To::whole},
-    {"12 MP/box blur, 21 wide",           Box,               From::first, To::whole},
-    {"12 MP/disc blur, radius 8",         Disc,              From::first, To::whole},
-    {"12 MP/color matrix",               Matrix,            From::first, To::whole},
-    {"12 MP/invert",                      Invert,            From::first, To::whole},
-    {"12 MP/exposure",                    Exposure,          From::first, To::whole},
-    {"12 MP/color cube 32",              CubeOf,            From::first, To::whole},
-    {"12 MP/gamma",                       Gamma,             From::first, To::whole},
-    {"12 MP/color controls",             Controls,          From::first, To::whole},
-    {"12 MP/blur 10, add, affine, crop",  BlurAddAffineCrop, From::first, To::whole},
-    {"12 MP/dissolve",                    Dissolve,          From::first, To::whole},
-    {"12 MP/addition",                    Addition,          From::first, To::whole},
-    {"12 MP/difference",                  Difference,        From::first, To::whole},
-    {"12 MP/affine, bilinear",            Affine,            From::first, To::whole},
-    {"12 MP/convolution 3x3",             Convolution3,      From::first, To::whole},
-    {"12 MP/convolution 5x5",             Convolution5,      From::first, To::whole},
-    {"12 MP/convolution 7x7",             Convolution7,      From::first, To::whole},
-    {"12 MP/convolution 9 across",        Convolution9,      From::first, To::whole},
-    {"12 MP/area average",                Average,           From::first, To::pixel},
-    {"12 MP/histogram, 256 bins",         Histogram,         From::first, To::histogram},
-    {"12 MP/five pointwise steps",        FiveSteps,         From::first, To::whole},
-    {"12 MP/sRGB bytes in",               Same,              From::bytes, To::whole},
-    {"12 MP/sRGB bytes out",              Same,              From::first, To::wholeAsBytes},
-    {"12 MP/bump",                        Bump,              From::first, To::whole},
-    {"12 MP/displacement",                Displacement,      From::first, To::whole},
-    {"12 MP/bars swipe",                  BarsSwipe,         From::first, To::whole},
-    {"12 MP/copy machine",                CopyMachine,       From::first, To::whole},
-    {"12 MP/disintegrate",                Disintegrate,      From::first, To::whole},
-    {"12 MP/flash",                       Flash,             From::first, To::whole},
-    {"64 x 64/color matrix",             Matrix,            From::small, To::small},
-    {"64 x 64/five pointwise steps",      FiveSteps,         From::small, To::small},
-    {"64 x 64/color map",                Map,               From::small, To::small},
-    {"64 x 64/color cube 32",            CubeOf,            From::small, To::small},
-    {"64 x 64/gaussian blur, sigma 10",   Gaussian,          From::small, To::small},
+    // name                                image              from           to
+    {"12 MP/gaussian blur, sigma 10",      Gaussian,          From::kFirst,  To::kWhole},
+    {"12 MP/box blur, 21 wide",            Box,               From::kFirst,  To::kWhole},
+    {"12 MP/disc blur, radius 8",          Disc,              From::kFirst,  To::kWhole},
+    {"12 MP/color matrix",                 Matrix,            From::kFirst,  To::kWhole},
+    {"12 MP/invert",                       Invert,            From::kFirst,  To::kWhole},
+    {"12 MP/exposure",                     Exposure,          From::kFirst,  To::kWhole},
+    {"12 MP/color cube 32",                CubeOf,            From::kFirst,  To::kWhole},
+    {"12 MP/gamma",                        Gamma,             From::kFirst,  To::kWhole},
+    {"12 MP/color controls",               Controls,          From::kFirst,  To::kWhole},
+    {"12 MP/blur 10, add, affine, crop",   BlurAddAffineCrop, From::kFirst,  To::kWhole},
+    {"12 MP/dissolve",                     Dissolve,          From::kFirst,  To::kWhole},
+    {"12 MP/addition",                     Addition,          From::kFirst,  To::kWhole},
+    {"12 MP/difference",                   Difference,        From::kFirst,  To::kWhole},
+    {"12 MP/affine, bilinear",             Affine,            From::kFirst,  To::kWhole},
+    {"12 MP/convolution 3x3",              Convolution3,      From::kFirst,  To::kWhole},
+    {"12 MP/convolution 5x5",              Convolution5,      From::kFirst,  To::kWhole},
+    {"12 MP/convolution 7x7",              Convolution7,      From::kFirst,  To::kWhole},
+    {"12 MP/convolution 9 across",         Convolution9,      From::kFirst,  To::kWhole},
+    {"12 MP/area average",                 Average,           From::kFirst,  To::kPixel},
+    {"12 MP/histogram, 256 bins",          Histogram,         From::kFirst,  To::kHistogram},
+    {"12 MP/five pointwise steps",         FiveSteps,         From::kFirst,  To::kWhole},
+    {"12 MP/sRGB bytes in",                Unchanged,         From::kBytes,  To::kWhole},
+    {"12 MP/sRGB bytes out",               Unchanged,         From::kFirst,  To::kWholeAsBytes},
+    {"12 MP/bump",                         Bump,              From::kFirst,  To::kWhole},
+    {"12 MP/displacement",                 Displacement,      From::kFirst,  To::kWhole},
+    {"12 MP/bars swipe",                   BarsSwipe,         From::kFirst,  To::kWhole},
+    {"12 MP/copy machine",                 CopyMachine,       From::kFirst,  To::kWhole},
+    {"12 MP/disintegrate",                 Disintegrate,      From::kFirst,  To::kWhole},
+    {"12 MP/flash",                        Flash,             From::kFirst,  To::kWhole},
+    {"64 x 64/color matrix",               Matrix,            From::kSmall,  To::kSmall},
+    {"64 x 64/five pointwise steps",       FiveSteps,         From::kSmall,  To::kSmall},
+    {"64 x 64/color map",                  Map,               From::kSmall,  To::kSmall},
+    {"64 x 64/color cube 32",              CubeOf,            From::kSmall,  To::kSmall},
+    {"64 x 64/gaussian blur, sigma 10",    Gaussian,          From::kSmall,  To::kSmall},
 };
 // clang-format on
 
 CIImage* ImageFrom(From from) {
     switch (from) {
-        case From::first:
+        case From::kFirst:
             return AllImages().first;
-        case From::bytes:
+        case From::kBytes:
             return AllImages().bytes;
         default:
             return AllImages().small;
     }
 }
 
-// The size of a result.
+// The size of a result in pixels.
 struct Size {
     std::size_t width;
     std::size_t height;
 };
 Size SizeOf(To to) {
     switch (to) {
-        case To::small:
+        case To::kSmall:
             return {kSmallEdge, kSmallEdge};
-        case To::pixel:
+        case To::kPixel:
             return {1, 1};
-        case To::histogram:
+        case To::kHistogram:
             return {kBins, 1};
         default:
             return {kWidth, kHeight};
     }
 }
 
-std::size_t PixelSize(To to) { return to == To::wholeAsBytes ? kChannels : kChannels * sizeof(float); }
+std::size_t PixelSize(To to) { return to == To::kWholeAsBytes ? kChannels : kChannels * sizeof(float); }
 
-// Makes an operation's filters and renders their image.
+// Makes the filters of an operation and renders their image.
 void Render(const Operation& operation, void* result) {
     static CIContext* const context = [[CIContext contextWithOptions:nil] retain];
     static CGColorSpaceRef const linear = CGColorSpaceCreateWithName(kCGColorSpaceLinearSRGB);
     static CGColorSpaceRef const encoded = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
     NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
-    const bool asBytes = operation.to == To::wholeAsBytes;
+    const bool asBytes = operation.to == To::kWholeAsBytes;
     const Size size = SizeOf(operation.to);
     [context render:operation.make(ImageFrom(operation.from))
            toBitmap:result

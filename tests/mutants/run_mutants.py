@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
-"""Applies each small fault of mutants.toml to the module's sources, alone, and has the boundary tests find it.
+"""Applies each fault of mutants.toml to the module's sources, one at a time; the boundary tests must catch it.
 
 Usage: run_mutants.py PRESET...
 
-Works on a copy of the sources in build/mutants, so nothing here is touched. Prints a table: what was changed, and the first test
-that saw it. Exit status 1 when a fault was not caught, or could not be applied or built: such a fault proves nothing.
+Works on a copy of the sources in build/mutants and leaves the originals alone. Prints a table of the changes and the
+first test that failed for each. Exits with status 1 when a fault was not caught, or could not be applied or built: a
+fault that does not build proves nothing.
 """
 
 import os
@@ -19,20 +20,20 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 WORK = ROOT / "build" / "mutants"
 SOURCE = WORK / "source"
 TARGETS = ["filters", "probe", "boundary_test"]
-TIMEOUT = 120  # seconds for a test run; a healthy one takes a few
+TIMEOUT = 120  # seconds per test run; a passing run takes a few seconds
 
 
 def run(*command, timeout=None):
-    """The exit status and the output of a command; a run that takes too long counts as failed."""
+    """Runs a command; returns its exit status and its output. A run that exceeds the timeout counts as failed."""
     try:
         done = subprocess.run(command, cwd=SOURCE, capture_output=True, text=True, errors="replace", timeout=timeout)
         return done.returncode, done.stdout + done.stderr
     except subprocess.TimeoutExpired:
-        return 1, "[  FAILED  ] (no end)"
+        return 1, "[  FAILED  ] (timeout)"
 
 
 def copy_sources():
-    """Brings the copy up to date with the tracked files; a file that did not change keeps its time."""
+    """Updates the copy from the tracked files. Unchanged files keep their time stamps, so they are not rebuilt."""
     names = subprocess.run(["git", "ls-files", "-z"], cwd=ROOT, check=True, capture_output=True, text=True).stdout
     for name in filter(None, names.split("\0")):
         original, copy = ROOT / name, SOURCE / name
@@ -48,7 +49,7 @@ def copy_sources():
 
 
 class Preset:
-    """One width: its build folder, and how to build and test there."""
+    """A CMake preset: configures, builds and tests the copy in a build folder of its own."""
 
     def __init__(self, name):
         self.name = name
@@ -61,7 +62,7 @@ class Preset:
         return run("cmake", "--build", self.folder, "--target", *TARGETS)
 
     def first_failure(self):
-        """The name of the first test that fails, what a crash says, or None when all pass."""
+        """Returns the name of the first failed test, a note about a crash, or None when all tests pass."""
         status, output = run(self.folder / "bin" / "boundary_test", "--gtest_color=no", timeout=TIMEOUT)
         if status == 0:
             return None
@@ -71,11 +72,14 @@ class Preset:
 
 
 def catch(mutant, preset):
-    """Applies the mutant, tests, and puts the source back; answers who caught it, and whether anybody did."""
+    """Applies a mutant, runs the tests, and restores the source.
+
+    Returns the test that caught it (or the reason why nothing ran), and whether it was caught.
+    """
     path = SOURCE / mutant["file"]
     text = path.read_text()
     if text.count(mutant["find"]) != 1:
-        return f"not applied: its text stands {text.count(mutant['find'])} times in the file", False
+        return f"not applied: its text occurs {text.count(mutant['find'])} times in the file, expected 1", False
     path.write_text(text.replace(mutant["find"], mutant["put"]))
     try:
         status, output = preset.build()
@@ -83,13 +87,13 @@ def catch(mutant, preset):
             error = re.search(r"error: .*", output)
             return f"not built: {error[0] if error else output[-200:]}", False
         caught = preset.first_failure()
-        return (caught, True) if caught else ("NOBODY", False)
+        return (caught, True) if caught else ("NOT CAUGHT", False)
     finally:
         path.write_text(text)
 
 
 def shown(text):
-    """A change as it stands in the table: one line, not too long."""
+    """Shortens a change to one line of the table."""
     line = " ".join(text.split()) or "(nothing)"
     return line if len(line) <= 58 else line[:55] + "..."
 
@@ -105,7 +109,7 @@ def main(names):
                 print(output[-2000:], file=sys.stderr)
                 return 1
         if (failure := preset.first_failure()) is not None:
-            print(f"{preset.name}: the tests fail without any fault: {failure}", file=sys.stderr)
+            print(f"{preset.name}: the tests fail without a fault: {failure}", file=sys.stderr)
             return 1
     missed = caught = 0
     for number, mutant in enumerate(mutants, 1):
@@ -116,7 +120,7 @@ def main(names):
             by, is_caught = catch(mutant, preset)
             caught, missed = caught + is_caught, missed + (not is_caught)
             print(f"    {preset.name:7} {by}", flush=True)
-    print(f"{len(mutants)} mutants: {caught} times caught, {missed} times not")
+    print(f"{len(mutants)} mutants: {caught} caught, {missed} not caught")
     return 1 if missed else 0
 
 

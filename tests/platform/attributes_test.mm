@@ -1,21 +1,23 @@
-// attributes_test.mm - what filters say of themselves, against the file that says it.
+// attributes_test.mm - compares the attributes of each filter with attributes.json.
 
 #include "rendering.h"
 
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <vector>
 
 namespace {
 
-// The file, by filter.
+// Returns the contents of attributes.json: one entry per filter.
 NSDictionary* Entries() {
     NSData* text = [NSData dataWithContentsOfFile:@ZEVA_ATTRIBUTES];
     return [NSJSONSerialization JSONObjectWithData:text options:0 error:nullptr];
 }
 
-// Whether an attribute stands for a value of the file, by the class of its input.
-bool StandsFor(id attribute, id written, NSString* className) {
+// Returns whether an attribute matches a value of the file. The class of the input tells how the file writes its
+// values.
+bool Matches(id attribute, id written, NSString* className) {
     if ([className isEqual:@"NSData"]) {
         const float cube[8][4] = {{0, 0, 0, 1}, {1, 0, 0, 1}, {0, 1, 0, 1}, {1, 1, 0, 1},
                                   {0, 0, 1, 1}, {1, 0, 1, 1}, {0, 1, 1, 1}, {1, 1, 1, 1}};
@@ -33,14 +35,14 @@ bool StandsFor(id attribute, id written, NSString* className) {
         return values ==
                std::vector<CGFloat>{numbers.m11, numbers.m12, numbers.m21, numbers.m22, numbers.tX, numbers.tY};
     }
-    // The file rounds the infinite rectangle, and knows one width only.
+    // The file holds a rounded infinite rectangle of a single width.
     if (values.size() == 4 && [[written objectAtIndex:2] doubleValue] > std::numeric_limits<float>::max()) {
         return [attribute isEqual:[CIVector vectorWithCGRect:CGRectInfinite]];
     }
     return [attribute isEqual:[CIVector vectorWithValues:values.data() count:values.size()]];
 }
 
-TEST(AttributesTest, EveryAttributeOfEveryKeyIsThatOfTheFile) {
+TEST(AttributesTest, KeyAttributesMatchTheFile) {
     NSDictionary* entries = Entries();
     ASSERT_EQ([entries count], 73u);
     int compared = 0;
@@ -54,11 +56,11 @@ TEST(AttributesTest, EveryAttributeOfEveryKeyIsThatOfTheFile) {
             EXPECT_EQ([described count], [written count]) << Text(name) << " " << Text(key);
             NSString* className = [written objectForKey:kCIAttributeClass];
             for (NSString* attribute in written) {
-                // Only defaults and identities are values of the input's class.
+                // Only defaults and identities have the class of the input.
                 const bool isValue =
                     [attribute isEqual:kCIAttributeDefault] || [attribute isEqual:kCIAttributeIdentity];
-                EXPECT_TRUE(StandsFor([described objectForKey:attribute], [written objectForKey:attribute],
-                                      isValue ? className : @"NSString"))
+                EXPECT_TRUE(Matches([described objectForKey:attribute], [written objectForKey:attribute],
+                                    isValue ? className : @"NSString"))
                     << Text(name) << " " << Text(key) << " " << Text(attribute);
                 ++compared;
             }
@@ -67,7 +69,7 @@ TEST(AttributesTest, EveryAttributeOfEveryKeyIsThatOfTheFile) {
     EXPECT_GT(compared, 1000);
 }
 
-TEST(AttributesTest, FilterLevelEntriesAreThoseOfTheFile) {
+TEST(AttributesTest, FilterAttributesMatchTheFile) {
     NSDictionary* entries = Entries();
     for (NSString* name in entries) {
         NSDictionary* written = [entries objectForKey:name];
@@ -88,7 +90,7 @@ TEST(AttributesTest, NumbersAreDoubles) {
     EXPECT_EQ([[radius objectForKey:kCIAttributeDefault] doubleValue], 10);
 }
 
-TEST(AttributesTest, ADefaultIsTheValueOfANewFilter) {
+TEST(AttributesTest, NewFiltersHoldTheirDefaults) {
     for (NSString* name in Entries()) {
         CIFilter* filter = [CIFilter filterWithName:name];
         for (NSString* key in [filter inputKeys]) {
@@ -98,12 +100,12 @@ TEST(AttributesTest, ADefaultIsTheValueOfANewFilter) {
     }
 }
 
-TEST(AttributesTest, CropReachesTheInfiniteRectangleExactly) {
+TEST(AttributesTest, DefaultCropRectangleIsExactlyInfinite) {
     CIVector* rectangle = [[CIFilter filterWithName:@"CICrop"] valueForKey:@"inputRectangle"];
     EXPECT_TRUE(CGRectIsInfinite([rectangle CGRectValue]));
 }
 
-TEST(AttributesTest, AreTheSameObjectEachTime) {
+TEST(AttributesTest, EveryReadReturnsTheSameObject) {
     CIFilter* filter = [CIFilter filterWithName:@"CIBloom"];
     EXPECT_EQ([filter attributes], [filter attributes]);
     EXPECT_EQ([filter attributes], [[CIFilter filterWithName:@"CIBloom"] attributes]);

@@ -1,6 +1,7 @@
-// color_matching_test.mm - pictures in other spaces than sRGB: what light their numbers are, and back.
+// color_matching_test.mm - converts pictures from other color spaces to the working space and back.
 //
-// The numbers stand in the definitions of the spaces: a curve, and the matrix between two sets of primaries with the same white.
+// The expected values follow from the definitions of the spaces: a curve, and the matrix between two sets of primaries
+// that share a white point.
 
 #include <ImageIO/ImageIO.h>
 #include "handmade_png.h"
@@ -12,19 +13,22 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
 
 namespace {
 
-// Profiles hold numbers in steps of 1/65536.
-constexpr double kStep = 3e-4;
+// The tolerance of a conversion. Profiles store numbers in steps of 1/65536.
+constexpr double kTolerance = 3e-4;
 
-// The columns of Display P3 and the green of Adobe RGB in linear sRGB.
+// The red of Display P3 and the green of Adobe RGB, in linear sRGB.
 constexpr double kRedOfP3[] = {1.2249401, -0.0420569, -0.0196376};
 constexpr double kGreenOfAdobe[] = {-0.3983557, 1, -0.0429290};
 
 CGColorSpaceRef Named(CFStringRef name) { return (CGColorSpaceRef)[(id)CGColorSpaceCreateWithName(name) autorelease]; }
 
-// The space of a profile that Little CMS makes: white D65 and the primaries of sRGB, or gray, with one curve.
+// Returns a space made from a Little CMS profile: white point D65, the given curve, and the primaries of sRGB or gray.
 CGColorSpaceRef SpaceOfCurve(cmsToneCurve* curve, bool isGray = false) {
     const cmsCIExyY white = {0.3127, 0.3290, 1};
     const cmsCIExyYTRIPLE primaries = {{0.64, 0.33, 1}, {0.30, 0.60, 1}, {0.15, 0.06, 1}};
@@ -46,7 +50,7 @@ FileBytes ProfileOf(CGColorSpaceRef space) {
     return FileBytes(bytes, bytes + [data length]);
 }
 
-// An image of one straight pixel of a space, and one of a premultiplied float pixel.
+// Return an image of one pixel in a space: bytes with straight alpha, or premultiplied floats.
 CIImage* Pixel(CGColorSpaceRef space, const std::vector<std::uint8_t>& pixel) {
     NSData* data = [NSData dataWithBytes:pixel.data() length:4];
     CGDataProviderRef provider = CGDataProviderCreateWithCFData((CFDataRef)data);
@@ -65,35 +69,36 @@ CIImage* FloatPixel(CGColorSpaceRef space, const std::vector<float>& pixel) {
                              colorSpace:space];
 }
 
-const CGRect kOne = {{0, 0}, {1, 1}};
+const CGRect kOnePixel = {{0, 0}, {1, 1}};
 
-std::vector<float> Light(CIImage* image) { return Floats(image, kOne); }
+std::vector<float> Light(CIImage* image) { return Floats(image, kOnePixel); }
 
-// A pixel of an image as premultiplied bytes of a space.
+// Renders the pixel of an image to premultiplied bytes in a space.
 std::vector<std::uint8_t> BytesIn(CGColorSpaceRef space, CIImage* image) {
     std::vector<std::uint8_t> pixel(4);
     [[CIContext contextWithOptions:nil] render:image
                                       toBitmap:pixel.data()
                                       rowBytes:4
-                                        bounds:kOne
+                                        bounds:kOnePixel
                                         format:kCIFormatRGBA8
                                     colorSpace:space];
     return pixel;
 }
 
-TEST(ColorMatchingTest, RedOfAWiderSpaceIsBeyondTheRangeOfTheNarrower) {
+TEST(ColorMatchingTest, ColorsOfAWiderSpaceExceedTheRangeOfSRGB) {
     const std::vector<float> light = Light(Pixel(Named(kCGColorSpaceDisplayP3), {255, 0, 0, 255}));
-    for (std::size_t channel = 0; channel < 3; ++channel) EXPECT_NEAR(light[channel], kRedOfP3[channel], kStep);
+    for (std::size_t channel = 0; channel < 3; ++channel) EXPECT_NEAR(light[channel], kRedOfP3[channel], kTolerance);
     EXPECT_EQ(light[3], 1);
     const std::vector<float> green = Light(Pixel(Named(kCGColorSpaceAdobeRGB1998), {0, 255, 0, 255}));
-    for (std::size_t channel = 0; channel < 3; ++channel) EXPECT_NEAR(green[channel], kGreenOfAdobe[channel], kStep);
+    for (std::size_t channel = 0; channel < 3; ++channel)
+        EXPECT_NEAR(green[channel], kGreenOfAdobe[channel], kTolerance);
 }
 
 TEST(ColorMatchingTest, GraysFollowTheCurveOfTheSpace) {
     const auto expectGray = [](CFStringRef name, double expected) {
         const std::vector<float> light = Light(Pixel(Named(name), {128, 128, 128, 255}));
         for (std::size_t channel = 0; channel < 3; ++channel)
-            EXPECT_NEAR(light[channel], expected, kStep) << Text((NSString*)name);
+            EXPECT_NEAR(light[channel], expected, kTolerance) << Text((NSString*)name);
     };
     expectGray(kCGColorSpaceDisplayP3, std::pow((128 / 255.0 + 0.055) / 1.055, 2.4));
     expectGray(kCGColorSpaceAdobeRGB1998, std::pow(128 / 255.0, 563 / 256.0));
@@ -102,24 +107,25 @@ TEST(ColorMatchingTest, GraysFollowTheCurveOfTheSpace) {
     expectGray(kCGColorSpaceLinearSRGB, 128 / 255.0);
 }
 
-TEST(ColorMatchingTest, AlphaIsNoColor) {
+TEST(ColorMatchingTest, AlphaIsNotConverted) {
     const std::vector<float> light = Light(Pixel(Named(kCGColorSpaceDisplayP3), {255, 0, 0, 51}));
-    for (std::size_t channel = 0; channel < 3; ++channel) EXPECT_NEAR(light[channel], kRedOfP3[channel] / 5, kStep);
+    for (std::size_t channel = 0; channel < 3; ++channel)
+        EXPECT_NEAR(light[channel], kRedOfP3[channel] / 5, kTolerance);
     EXPECT_FLOAT_EQ(light[3], 0.2f);
     const std::vector<float> nothing = {0, 0, 0, 0};
     EXPECT_EQ(Light(Pixel(Named(kCGColorSpaceDisplayP3), {255, 90, 0, 0})), nothing);
     EXPECT_EQ(Light(FloatPixel(Named(kCGColorSpaceAdobeRGB1998), {0, 0, 0, 0})), nothing);
 }
 
-TEST(ColorMatchingTest, FloatsBeyondTheRangeGoOnByTheFormula) {
+TEST(ColorMatchingTest, FloatsAboveOneFollowTheCurve) {
     const std::vector<float> light = Light(FloatPixel(Named(kCGColorSpaceAdobeRGB1998), {2, 2, 2, 1}));
     EXPECT_NEAR(light[0], std::pow(2, 563 / 256.0), 2e-3);
 }
 
-TEST(ColorMatchingTest, ResultIsInTheSpaceThatWasAskedFor) {
+TEST(ColorMatchingTest, ResultsAreInTheRequestedSpace) {
     CIImage* red = ImageOfFloats(1, 1, {1.2249401f, -0.0420569f, -0.0196376f, 1});
     EXPECT_EQ(BytesIn(Named(kCGColorSpaceDisplayP3), red), (std::vector<std::uint8_t>{255, 0, 0, 255}));
-    // A fifth of it, alpha being a fifth: multiplied after it was encoded.
+    // The same red with an alpha of one fifth: colors are encoded first and premultiplied after that.
     CIImage* translucent = ImageOfFloats(1, 1, {0.2449880f, -0.0084114f, -0.0039275f, 0.2f});
     EXPECT_EQ(BytesIn(Named(kCGColorSpaceDisplayP3), translucent), (std::vector<std::uint8_t>{51, 0, 0, 51}));
     CIImage* gray = ImageOfFloats(1, 1, {0.5f, 0.5f, 0.5f, 1});
@@ -127,7 +133,7 @@ TEST(ColorMatchingTest, ResultIsInTheSpaceThatWasAskedFor) {
     EXPECT_EQ(BytesIn(Named(kCGColorSpaceAdobeRGB1998), gray), (std::vector<std::uint8_t>{level, level, level, 255}));
 }
 
-TEST(ColorMatchingTest, BytesOfAnySpaceComeBackInIt) {
+TEST(ColorMatchingTest, BytesSurviveARoundTripInAnySpace) {
     for (CFStringRef name : {kCGColorSpaceDisplayP3, kCGColorSpaceAdobeRGB1998, kCGColorSpaceGenericRGB}) {
         for (int step = 0; step < 256; step += 5) {
             const std::vector<std::uint8_t> pixel = {static_cast<std::uint8_t>(step),
@@ -138,17 +144,17 @@ TEST(ColorMatchingTest, BytesOfAnySpaceComeBackInIt) {
     }
 }
 
-TEST(ColorMatchingTest, CurveOfAProfileIsFollowed) {
+TEST(ColorMatchingTest, ConversionFollowsTheCurveOfTheProfile) {
     CGColorSpaceRef space = SpaceOfCurve(cmsBuildGamma(nullptr, 2.2));
     const std::vector<float> light = Light(Pixel(space, {51, 102, 204, 255}));
-    EXPECT_NEAR(light[0], std::pow(0.2, 2.2), kStep);
-    EXPECT_NEAR(light[1], std::pow(0.4, 2.2), kStep);
-    EXPECT_NEAR(light[2], std::pow(0.8, 2.2), kStep);
+    EXPECT_NEAR(light[0], std::pow(0.2, 2.2), kTolerance);
+    EXPECT_NEAR(light[1], std::pow(0.4, 2.2), kTolerance);
+    EXPECT_NEAR(light[2], std::pow(0.8, 2.2), kTolerance);
     EXPECT_EQ(BytesIn(space, Pixel(space, {51, 102, 204, 255})), (std::vector<std::uint8_t>{51, 102, 204, 255}));
 }
 
-// Most pictures name sRGB by a profile that has its curve as a table.
-TEST(ColorMatchingTest, ProfileThatIsSRGBTakesTheSameWayAsItsName) {
+// Most sRGB pictures carry a profile that stores the curve as a table.
+TEST(ColorMatchingTest, ProfileOfSRGBConvertsLikeTheNamedSpace) {
     std::vector<cmsUInt16Number> table;
     for (int index = 0; index < 1024; ++index) {
         const double value = index / 1023.0;
@@ -162,17 +168,17 @@ TEST(ColorMatchingTest, ProfileThatIsSRGBTakesTheSameWayAsItsName) {
               Light(Pixel(Named(kCGColorSpaceLinearSRGB), pixel)));
 }
 
-TEST(ColorMatchingTest, GrayStandsInTheRedAndIsGivenToAll) {
+TEST(ColorMatchingTest, GraySpacesUseTheRedChannelForAll) {
     CGColorSpaceRef gray = SpaceOfCurve(cmsBuildGamma(nullptr, 2.2), /*isGray=*/true);
     EXPECT_EQ(CGColorSpaceGetModel(gray), kCGColorSpaceModelMonochrome);
     const std::vector<float> light = Light(FloatPixel(gray, {0.4f, 0, 0.9f, 1}));
-    for (std::size_t channel = 0; channel < 3; ++channel) EXPECT_NEAR(light[channel], std::pow(0.4, 2.2), kStep);
+    for (std::size_t channel = 0; channel < 3; ++channel) EXPECT_NEAR(light[channel], std::pow(0.4, 2.2), kTolerance);
     const std::vector<std::uint8_t> bytes = BytesIn(gray, ImageOfFloats(1, 1, {0.5f, 0.5f, 0.5f, 1}));
     const auto level = static_cast<std::uint8_t>(std::lround(255 * std::pow(0.5, 1 / 2.2)));
     EXPECT_EQ(bytes, (std::vector<std::uint8_t>{level, level, level, 255}));
 }
 
-TEST(ColorMatchingTest, CalibratedSpaceIsWhatItsNumbersSay) {
+TEST(ColorMatchingTest, CalibratedSpaceFollowsItsParameters) {
     const CGFloat white[] = {(CGFloat)0.9505, 1, (CGFloat)1.0890}, gamma[] = {2, 2, 2};
     const CGFloat matrix[] = {(CGFloat)0.4124, (CGFloat)0.2126, (CGFloat)0.0193, (CGFloat)0.3576, (CGFloat)0.7152,
                               (CGFloat)0.1192, (CGFloat)0.1805, (CGFloat)0.0722, (CGFloat)0.9505};
@@ -181,14 +187,14 @@ TEST(ColorMatchingTest, CalibratedSpaceIsWhatItsNumbersSay) {
     EXPECT_NEAR(light[0], 0.04, 1e-3);
     EXPECT_NEAR(light[1], 0.16, 1e-3);
     EXPECT_NEAR(light[2], 0.64, 1e-3);
-    const CGFloat none[] = {0, 0, 0};
-    EXPECT_EQ(CGColorSpaceCreateCalibratedRGB(none, nullptr, nullptr, nullptr), nullptr);
-    EXPECT_EQ(CGColorSpaceCreateCalibratedRGB(white, nullptr, none, nullptr), nullptr);
-    EXPECT_EQ(CGColorSpaceCreateCalibratedRGB(white, nullptr, gamma, none), nullptr);
+    const CGFloat zeros[] = {0, 0, 0};
+    EXPECT_EQ(CGColorSpaceCreateCalibratedRGB(zeros, nullptr, nullptr, nullptr), nullptr);
+    EXPECT_EQ(CGColorSpaceCreateCalibratedRGB(white, nullptr, zeros, nullptr), nullptr);
+    EXPECT_EQ(CGColorSpaceCreateCalibratedRGB(white, nullptr, gamma, zeros), nullptr);
     EXPECT_EQ(CGColorSpaceCreateCalibratedGray(white, nullptr, 0), nullptr);
 }
 
-TEST(ColorMatchingTest, WhatIsNoProfileMakesNoSpace) {
+TEST(ColorMatchingTest, BrokenProfilesGiveNull) {
     EXPECT_EQ(CGColorSpaceCreateWithICCData(nullptr), nullptr);
     EXPECT_EQ(CGColorSpaceCreateWithICCData((CFDataRef)[NSData data]), nullptr);
     FileBytes cut = ProfileOf(Named(kCGColorSpaceDisplayP3));
@@ -199,8 +205,8 @@ TEST(ColorMatchingTest, WhatIsNoProfileMakesNoSpace) {
     if (space != nil) EXPECT_EQ(Light(Pixel((CGColorSpaceRef)space, {255, 0, 0, 255}))[3], 1);
 }
 
-// A geometry filter halfway between a black and a red pixel of a wide space: the mean is that of encoded numbers.
-TEST(ColorMatchingTest, PicturesOfAnySpaceAreInterpolatedAsTheyAreStored) {
+// Samples halfway between a black and a gray pixel of a wide space: the result is the mean of the encoded values.
+TEST(ColorMatchingTest, InterpolationUsesEncodedValuesInAnySpace) {
     NSData* data = [NSData dataWithBytes:"\0\0\0\377\200\200\200\377" length:8];
     CIImage* pair = [CIImage imageWithBitmapData:data
                                      bytesPerRow:8
@@ -208,11 +214,11 @@ TEST(ColorMatchingTest, PicturesOfAnySpaceAreInterpolatedAsTheyAreStored) {
                                           format:kCIFormatRGBA8
                                       colorSpace:Named(kCGColorSpaceDisplayP3)];
     CIImage* moved = [pair imageByApplyingTransform:CGAffineTransform{1, 0, 0, 1, (CGFloat)-0.5, 0}];
-    EXPECT_NEAR(Light(moved)[1], std::pow((64 / 255.0 + 0.055) / 1.055, 2.4), kStep);
+    EXPECT_NEAR(Light(moved)[1], std::pow((64 / 255.0 + 0.055) / 1.055, 2.4), kTolerance);
 }
 
-// Eight texels that exchange red and blue, asked with the numbers of Adobe RGB.
-TEST(ColorMatchingTest, ColorCubeIsInTheSpaceThatItNames) {
+// The cube's eight texels swap red and blue; it is looked up with Adobe RGB components.
+TEST(ColorMatchingTest, ColorCubeIsAppliedInItsOwnSpace) {
     std::vector<float> texels;
     for (int index = 0; index < 8; ++index) {
         for (const int bit : {4, 2, 1}) texels.push_back((index & bit) != 0 ? 1.0f : 0.0f);
@@ -228,7 +234,7 @@ TEST(ColorMatchingTest, ColorCubeIsInTheSpaceThatItNames) {
     EXPECT_EQ([filter outputImage], nil);
 }
 
-TEST(ColorMatchingTest, WithoutAWorkingSpaceFiltersSeeTheNumbersOfTheBitmap) {
+TEST(ColorMatchingTest, WithoutAWorkingSpaceFiltersSeeTheStoredValues) {
     NSDictionary* options = [NSDictionary dictionaryWithObject:[NSNull null] forKey:kCIContextWorkingColorSpace];
     CIContext* unmatched = [CIContext contextWithOptions:options];
     const auto inverted = [&](CFStringRef name) {
@@ -237,7 +243,7 @@ TEST(ColorMatchingTest, WithoutAWorkingSpaceFiltersSeeTheNumbersOfTheBitmap) {
         [unmatched render:image
                  toBitmap:pixel.data()
                  rowBytes:4
-                   bounds:kOne
+                   bounds:kOnePixel
                    format:kCIFormatRGBA8
                colorSpace:Named(name)];
         return pixel;
@@ -249,7 +255,7 @@ TEST(ColorMatchingTest, WithoutAWorkingSpaceFiltersSeeTheNumbersOfTheBitmap) {
     EXPECT_NE(BytesIn(Named(kCGColorSpaceSRGB), image), expected);
 }
 
-TEST(ColorMatchingTest, OptionOfAnImageStandsForTheSpaceOfItsBitmap) {
+TEST(ColorMatchingTest, ColorSpaceOptionReplacesTheSpaceOfTheBitmap) {
     NSData* data = [NSData dataWithBytes:"\377\0\0\377" length:4];
     CGDataProviderRef provider = CGDataProviderCreateWithCFData((CFDataRef)data);
     CGImageRef bitmap = CGImageCreate(1, 1, 8, 32, 4, Named(kCGColorSpaceSRGB), kCGImageAlphaLast, provider, nullptr,
@@ -258,43 +264,43 @@ TEST(ColorMatchingTest, OptionOfAnImageStandsForTheSpaceOfItsBitmap) {
         return Light([CIImage imageWithCGImage:bitmap
                                        options:[NSDictionary dictionaryWithObject:space forKey:kCIImageColorSpace]]);
     };
-    EXPECT_NEAR(light((id)Named(kCGColorSpaceDisplayP3))[0], kRedOfP3[0], kStep);
+    EXPECT_NEAR(light((id)Named(kCGColorSpaceDisplayP3))[0], kRedOfP3[0], kTolerance);
     EXPECT_EQ(light([NSNull null]), (std::vector<float>{1, 0, 0, 1}));
     CGImageRelease(bitmap);
     CGDataProviderRelease(provider);
 }
 
-// The light of the one pixel in the bytes of a file.
+// Returns the linear floats of the pixel in a file.
 std::vector<float> LightOfFile(const FileBytes& file) {
     return Light([CIImage imageWithData:[NSData dataWithBytes:file.data() length:file.size()]]);
 }
 
-TEST(ColorMatchingTest, ProfileInAPNGIsFollowedAndItsGammaThenIsNot) {
+TEST(ColorMatchingTest, ProfileOfAPNGOverridesItsGamma) {
     HandmadePNG png;
     png.rows = {{255, 0, 0, 255}};
     png.profile = ProfileOf(Named(kCGColorSpaceDisplayP3));
     png.gamma = {0, 1, 0x86, 0xa0};  // 1
-    const std::vector<float> light = LightOfFile(png.bytes());
-    for (std::size_t channel = 0; channel < 3; ++channel) EXPECT_NEAR(light[channel], kRedOfP3[channel], kStep);
+    const std::vector<float> light = LightOfFile(png.Bytes());
+    for (std::size_t channel = 0; channel < 3; ++channel) EXPECT_NEAR(light[channel], kRedOfP3[channel], kTolerance);
     png.rows = {{128, 128, 128, 255}};
-    EXPECT_NEAR(LightOfFile(png.bytes())[0], std::pow((128 / 255.0 + 0.055) / 1.055, 2.4), kStep);
+    EXPECT_NEAR(LightOfFile(png.Bytes())[0], std::pow((128 / 255.0 + 0.055) / 1.055, 2.4), kTolerance);
 }
 
-TEST(ColorMatchingTest, GrayPNGIsBroughtToSRGBByItsProfile) {
+TEST(ColorMatchingTest, GrayPNGIsConvertedByItsProfile) {
     HandmadePNG png;
     png.colorType = kGray;
     png.rows = {{102}};
     png.profile = ProfileOf(SpaceOfCurve(cmsBuildGamma(nullptr, 1), /*isGray=*/true));
-    // To the nearest level.
-    EXPECT_NEAR(LightOfFile(png.bytes())[1], 0.4, 0.003);
+    // The file is converted to 8-bit levels, hence the tolerance.
+    EXPECT_NEAR(LightOfFile(png.Bytes())[1], 0.4, 0.003);
 }
 
-TEST(ColorMatchingTest, BrokenProfileInAFileIsAsNone) {
+TEST(ColorMatchingTest, BrokenProfileInAFileIsIgnored) {
     HandmadePNG png;
     png.rows = {{128, 0, 0, 255}};
-    const std::vector<float> plain = LightOfFile(png.bytes());
+    const std::vector<float> plain = LightOfFile(png.Bytes());
     png.profile = FileBytes(200, 7);
-    EXPECT_EQ(LightOfFile(png.bytes()), plain);
+    EXPECT_EQ(LightOfFile(png.Bytes()), plain);
 }
 
 TEST(ColorMatchingTest, FilesKeepTheSpaceOfTheirBitmap) {
@@ -311,18 +317,18 @@ TEST(ColorMatchingTest, FilesKeepTheSpaceOfTheirBitmap) {
         CGImageDestinationAddImage(destination, bitmap, nullptr);
         EXPECT_TRUE(CGImageDestinationFinalize(destination));
         CFRelease(destination);
-        // A JPEG is off by a few levels.
+        // JPEG compression changes values by a few levels.
         EXPECT_NEAR(Light([CIImage imageWithData:file])[0], kRedOfP3[0], 0.03) << Text((NSString*)type);
         EXPECT_NEAR(Light([CIImage imageWithData:file])[1], kRedOfP3[1], 0.01) << Text((NSString*)type);
     }
     CGImageRelease(bitmap);
 }
 
-TEST(ColorMatchingTest, BitmapsAreMadeInSpacesOfRedGreenAndBlueOnly) {
+TEST(ColorMatchingTest, BitmapsNeedAnRGBSpaceAndAByteFormat) {
     CIContext* context = [CIContext contextWithOptions:nil];
     CIImage* image = ImageOfFloats(1, 1, {1, 1, 1, 1});
     const auto create = [&](CIFormat format, CGColorSpaceRef space) {
-        return [context createCGImage:image fromRect:kOne format:format colorSpace:space];
+        return [context createCGImage:image fromRect:kOnePixel format:format colorSpace:space];
     };
     EXPECT_EQ(create(kCIFormatRGBA8, Named(kCGColorSpaceGenericGray)), nullptr);
     EXPECT_EQ(create(kCIFormatRGBA8, nullptr), nullptr);

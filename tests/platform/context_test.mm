@@ -1,15 +1,18 @@
-// context_test.mm - what rendering leaves in a bitmap.
+// context_test.mm - renders images to bitmaps and checks their bytes.
 
 #include "rendering.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <limits>
+#include <vector>
 
 namespace {
 
-TEST(ContextTest, OpaqueBytesComeBackBitForBit) {
+TEST(ContextTest, OpaqueBytesSurviveARoundTrip) {
     std::vector<std::uint8_t> pixels;
     for (int code = 0; code < 256; ++code) {
         for (int channel : {code, 255 - code, code * 7 & 255, 255})
@@ -19,7 +22,7 @@ TEST(ContextTest, OpaqueBytesComeBackBitForBit) {
     EXPECT_EQ(Bytes(image, [image extent]), pixels);
 }
 
-TEST(ContextTest, PremultipliedBytesComeBackBitForBit) {
+TEST(ContextTest, PremultipliedBytesSurviveARoundTrip) {
     std::vector<std::uint8_t> pixels;
     for (int alpha = 1; alpha < 256; ++alpha) {
         for (int code = 0; code <= alpha; ++code) {
@@ -37,14 +40,14 @@ TEST(ContextTest, PremultipliedBytesComeBackBitForBit) {
     EXPECT_EQ(Bytes(image, [image extent]), pixels);
 }
 
-TEST(ContextTest, FloatsComeBackBitForBit) {
+TEST(ContextTest, FloatsSurviveARoundTrip) {
     const std::vector<float> pixels = {0.1f, -0.2f, 3, 0.5f, 1e-20f, 1e20f, 0, 1};
     CIImage* image = ImageOfFloats(2, 1, pixels);
     EXPECT_EQ(Floats(image, [image extent]), pixels);
 }
 
 TEST(ContextTest, ColorsAreDividedByTheUnclippedAlpha) {
-    // Linear 0.5 over an alpha of 2 is linear 0.25, which is encoded as 137.0; twice that is clipped.
+    // Linear 0.5 divided by an alpha of 2 is linear 0.25, encoded as 137.0. Premultiplied by 2 it is clipped to 255.
     CIImage* image = ImageOfFloats(2, 1, {0.5f, 0.02f, 0, 2, 0.1f, 0, 0, 0.5f});
     const std::vector<std::uint8_t> bytes = Bytes(image, [image extent]);
     EXPECT_EQ(bytes[0], 255);
@@ -54,10 +57,10 @@ TEST(ContextTest, ColorsAreDividedByTheUnclippedAlpha) {
     EXPECT_EQ(bytes[7], 128);
 }
 
-TEST(ContextTest, WhatIsNoColorIsStoredAsOne) {
-    const float none = std::numeric_limits<float>::quiet_NaN();
-    const float endless = std::numeric_limits<float>::infinity();
-    CIImage* image = ImageOfFloats(3, 1, {none, -1, endless, 1, 1, 1, 1, none, 1, 1, 1, -endless});
+TEST(ContextTest, NaNAndInfinityBecomeValidBytes) {
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    const float infinity = std::numeric_limits<float>::infinity();
+    CIImage* image = ImageOfFloats(3, 1, {nan, -1, infinity, 1, 1, 1, 1, nan, 1, 1, 1, -infinity});
     const std::vector<std::uint8_t> bytes = Bytes(image, [image extent]);
     EXPECT_EQ(bytes[0], 0);
     EXPECT_EQ(bytes[1], 0);
@@ -66,7 +69,7 @@ TEST(ContextTest, WhatIsNoColorIsStoredAsOne) {
     EXPECT_EQ(bytes[11], 0);
 }
 
-TEST(ContextTest, BitmapIsPremultipliedSRGBOfTheRoundedRectangle) {
+TEST(ContextTest, BitmapIsPremultipliedSRGBAndItsRectangleIsRoundedOutward) {
     CIImage* image = ImageOfBytes(8, 8, VariedBytes(8, 8));
     const CGRect rect = CGRectMake((CGFloat)-0.5, (CGFloat)6.5, 3, 3);
     CGImageRef bitmap = [[CIContext contextWithOptions:nil] createCGImage:image fromRect:rect];
@@ -81,19 +84,19 @@ TEST(ContextTest, BitmapIsPremultipliedSRGBOfTheRoundedRectangle) {
     CGImageRelease(bitmap);
 }
 
-TEST(ContextTest, EmptyInfiniteAndImpossibleRectanglesGiveNull) {
+TEST(ContextTest, EmptyInfiniteAndUnusableRectanglesGiveNull) {
     CIContext* context = [CIContext contextWithOptions:nil];
     CIImage* image = [CIImage imageWithColor:[CIColor colorWithRed:1 green:0 blue:0]];
-    const auto none = std::numeric_limits<CGFloat>::quiet_NaN();
+    const auto nan = std::numeric_limits<CGFloat>::quiet_NaN();
     for (const CGRect& rect :
-         {CGRectZero, CGRectNull, CGRectInfinite, CGRectMake(0, 0, none, 1), CGRectMake(none, 0, 1, 1),
+         {CGRectZero, CGRectNull, CGRectInfinite, CGRectMake(0, 0, nan, 1), CGRectMake(nan, 0, 1, 1),
           CGRectMake(0, 0, (CGFloat)1e12, (CGFloat)1e12), CGRectMake((CGFloat)1e20, 0, 10, 10)}) {
         EXPECT_EQ([context createCGImage:image fromRect:rect], nullptr) << rect.origin.x << " " << rect.size.width;
     }
     EXPECT_EQ([context createCGImage:nil fromRect:CGRectMake(0, 0, 1, 1)], nullptr);
 }
 
-TEST(ContextTest, NothingIsWrittenWhereNothingCanBeRendered) {
+TEST(ContextTest, FailedRenderLeavesTheBitmapUnchanged) {
     CIContext* context = [CIContext contextWithOptions:nil];
     CIImage* image = [CIImage imageWithColor:[CIColor colorWithRed:1 green:0 blue:0]];
     std::uint8_t bytes[4] = {9, 9, 9, 9};

@@ -1,9 +1,10 @@
-// core_graphics_test.mm - references, rectangles, color spaces, bitmaps.
+// core_graphics_test.mm - tests reference counting, rectangles, color spaces and bitmaps.
 
 #include "rendering.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <limits>
 
 namespace {
@@ -12,7 +13,7 @@ CGRect Rect(double x, double y, double width, double height) {
     return CGRectMake((CGFloat)x, (CGFloat)y, (CGFloat)width, (CGFloat)height);
 }
 
-TEST(CoreFoundationTest, RetainAndReleaseCountReferencesOfAnyObject) {
+TEST(CoreFoundationTest, RetainAndReleaseWorkOnAnyObject) {
     NSObject* object = [[NSObject alloc] init];
     const CFTypeRef reference = (CFTypeRef)object;
     EXPECT_EQ(CFGetRetainCount(reference), 1);
@@ -33,7 +34,7 @@ TEST(CoreFoundationTest, NullIsAllowed) {
     EXPECT_EQ(CGImageGetWidth(nullptr), 0u);
 }
 
-TEST(RectangleTest, InfiniteRectangleReachesHalfTheLargestNumberEitherWay) {
+TEST(RectangleTest, InfiniteRectangleExtendsHalfTheLargestNumberInEachDirection) {
     const CGFloat largest = std::numeric_limits<CGFloat>::max();
     EXPECT_EQ(CGRectInfinite.origin.x, -largest / 2);
     EXPECT_EQ(CGRectInfinite.size.height, largest);
@@ -56,7 +57,7 @@ TEST(RectangleTest, IntegralRoundsOutward) {
     EXPECT_TRUE(CGRectEqualToRect(CGRectIntegral(Rect(1, 2, 3, 4)), Rect(1, 2, 3, 4)));
 }
 
-TEST(RectangleTest, DisjointRectanglesShareTheNullRectangle) {
+TEST(RectangleTest, IntersectionOfDisjointRectanglesIsNull) {
     EXPECT_TRUE(CGRectIsNull(CGRectIntersection(Rect(0, 0, 1, 1), Rect(2, 0, 1, 1))));
     EXPECT_TRUE(CGRectIsEmpty(CGRectNull));
     EXPECT_TRUE(CGRectEqualToRect(CGRectUnion(CGRectNull, Rect(1, 1, 1, 1)), Rect(1, 1, 1, 1)));
@@ -65,7 +66,7 @@ TEST(RectangleTest, DisjointRectanglesShareTheNullRectangle) {
     EXPECT_TRUE(CGRectEqualToRect(CGRectInset(Rect(0, 0, 2, 2), -1, -1), Rect(-1, -1, 4, 4)));
 }
 
-TEST(ColorSpaceTest, NamedSpacesAreSharedAndKnowTheirNames) {
+TEST(ColorSpaceTest, NamedSpacesAreSharedAndReturnTheirNames) {
     for (CFStringRef name :
          {kCGColorSpaceSRGB, kCGColorSpaceLinearSRGB, kCGColorSpaceExtendedSRGB, kCGColorSpaceExtendedLinearSRGB}) {
         CGColorSpaceRef space = CGColorSpaceCreateWithName(name);
@@ -84,7 +85,7 @@ TEST(ColorSpaceTest, NamedSpacesAreSharedAndKnowTheirNames) {
     EXPECT_EQ(CGColorSpaceCreateWithName(nullptr), nullptr);
 }
 
-TEST(ColorSpaceTest, CountsReferences) {
+TEST(ColorSpaceTest, RetainAndReleaseChangeTheReferenceCount) {
     CGColorSpaceRef space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
     const CFIndex before = CFGetRetainCount(space);
     CGColorSpaceRetain(space);
@@ -94,7 +95,7 @@ TEST(ColorSpaceTest, CountsReferences) {
     CGColorSpaceRelease(space);
 }
 
-// Makes bitmaps of 2 x 2 pixels, each time with one thing different.
+// Creates bitmaps over 16 bytes, enough for 2 x 2 pixels. Each test varies one parameter.
 class BitmapTest : public testing::Test {
   protected:
     void SetUp() override {
@@ -118,7 +119,7 @@ class BitmapTest : public testing::Test {
     CGColorSpaceRef space;
 };
 
-TEST_F(BitmapTest, AnswersWhatItWasMadeWith) {
+TEST_F(BitmapTest, ReturnsTheValuesItWasCreatedWith) {
     CGImageRef image = Make(2, 2, 8, 8, CGBitmapInfo{kCGImageAlphaPremultipliedLast} | kCGBitmapByteOrder32Big);
     ASSERT_NE(image, nullptr);
     EXPECT_EQ(CGImageGetWidth(image), 2u);
@@ -136,7 +137,7 @@ TEST_F(BitmapTest, AnswersWhatItWasMadeWith) {
     CGImageRelease(image);
 }
 
-TEST_F(BitmapTest, KeepsItsBytesUntilItGoes) {
+TEST_F(BitmapTest, KeepsItsBytesUntilReleased) {
     const NSUInteger before = [data retainCount];
     CGImageRef image = Make(2, 2, 8, 8, kCGImageAlphaLast);
     CGDataProviderRelease(provider);
@@ -146,21 +147,21 @@ TEST_F(BitmapTest, KeepsItsBytesUntilItGoes) {
     provider = nullptr;
 }
 
-TEST_F(BitmapTest, RefusesLayoutsItDoesNotKnow) {
+TEST_F(BitmapTest, RefusesUnsupportedLayouts) {
     EXPECT_EQ(Make(2, 2, 16, 16, kCGImageAlphaLast), nullptr);
     EXPECT_EQ(Make(2, 2, 8, 8, kCGImageAlphaFirst), nullptr);
     EXPECT_EQ(Make(2, 2, 8, 8, kCGImageAlphaNone), nullptr);
     EXPECT_EQ(Make(2, 2, 8, 8, kCGImageAlphaLast | 2 << 12), nullptr);
 }
 
-TEST_F(BitmapTest, RefusesSizesThatItsBytesDoNotFill) {
+TEST_F(BitmapTest, RefusesSizesLargerThanItsData) {
     EXPECT_EQ(Make(0, 2, 8, 8, kCGImageAlphaLast), nullptr);
     EXPECT_EQ(Make(2, 0, 8, 8, kCGImageAlphaLast), nullptr);
     EXPECT_EQ(Make(3, 1, 8, 8, kCGImageAlphaLast), nullptr);
     EXPECT_EQ(Make(2, 3, 8, 8, kCGImageAlphaLast), nullptr);
     EXPECT_EQ(Make(2, SIZE_MAX, 8, 8, kCGImageAlphaLast), nullptr);
     EXPECT_EQ(Make(SIZE_MAX / 2, 1, 8, SIZE_MAX, kCGImageAlphaLast), nullptr);
-    // The last row need not be padded: 12 + 4 bytes for two rows of one pixel.
+    // The last row may lack its padding: two rows of one pixel take 12 + 4 bytes.
     CGImageRef padded = Make(1, 2, 8, 12, kCGImageAlphaLast);
     EXPECT_NE(padded, nullptr);
     CGImageRelease(padded);

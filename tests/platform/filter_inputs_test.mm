@@ -1,16 +1,19 @@
-// filter_inputs_test.mm - inputs that are missing, of the wrong class, or beyond sense.
+// filter_inputs_test.mm - gives filters inputs that are missing, of the wrong class, NaN, infinite or huge.
 
 #include "rendering.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
 #include <limits>
+#include <string>
+#include <vector>
 
 namespace {
 
-constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
-constexpr double kEndless = std::numeric_limits<double>::infinity();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 NSNumber* Number(double value) { return [NSNumber numberWithDouble:value]; }
 
@@ -37,7 +40,7 @@ TEST(FilterInputsTest, EveryFilterRendersOnceItHasImages) {
     }
 }
 
-TEST(FilterInputsTest, AStringIsANumber) {
+TEST(FilterInputsTest, StringsAreReadAsNumbers) {
     CIFilter* filter = FilterOn(@"CIGaussianBlur", ImageOfBytes(4, 4, VariedBytes(4, 4)));
     [filter setValue:@"12" forKey:kCIInputRadiusKey];
     EXPECT_EQ([[filter outputImage] extent].origin.x, -36);
@@ -45,7 +48,7 @@ TEST(FilterInputsTest, AStringIsANumber) {
     EXPECT_EQ([[filter outputImage] extent].origin.x, 0);
 }
 
-TEST(FilterInputsTest, NotSetReadsAsTheDefault) {
+TEST(FilterInputsTest, UnsetInputsUseTheDefault) {
     CIFilter* filter = FilterOn(@"CIGaussianBlur", ImageOfBytes(4, 4, VariedBytes(4, 4)));
     [filter setValue:nil forKey:kCIInputRadiusKey];
     EXPECT_EQ([[filter outputImage] extent].origin.x, -30);
@@ -54,7 +57,7 @@ TEST(FilterInputsTest, NotSetReadsAsTheDefault) {
     EXPECT_EQ(Floats([generator outputImage], CGRectMake(0, 0, 1, 1)), (std::vector<float>{1, 0, 0, 1}));
 }
 
-// What reading outputImage raises when one input holds a value.
+// Sets one input and reads outputImage. Returns the reason of the exception up to the object's address, or "nothing".
 std::string Raised(NSString* name, NSString* key, id value) {
     CIFilter* filter = [CIFilter filterWithName:name];
     if ([[filter inputKeys] containsObject:kCIInputImageKey])
@@ -63,24 +66,24 @@ std::string Raised(NSString* name, NSString* key, id value) {
     NSException* raised = RaisedBy([&] { [filter outputImage]; });
     if (raised == nil) return "nothing";
     EXPECT_EQ(Text([raised name]), "NSInvalidArgumentException");
-    NSString* end = [NSString stringWithFormat:@" %p", (void*)value];
-    EXPECT_TRUE([[raised reason] hasSuffix:end]);
-    return Text([[raised reason] substringToIndex:[[raised reason] length] - [end length]]);
+    NSString* address = [NSString stringWithFormat:@" %p", (void*)value];
+    EXPECT_TRUE([[raised reason] hasSuffix:address]);
+    return Text([[raised reason] substringToIndex:[[raised reason] length] - [address length]]);
 }
 
-TEST(FilterInputsTest, WrongClassRaisesWhenTheImageIsAskedFor) {
-    const std::string end = "]: unrecognized selector sent to instance";
+TEST(FilterInputsTest, WrongClassRaisesWhenTheOutputIsRead) {
+    const std::string suffix = "]: unrecognized selector sent to instance";
     CIVector* vector = [CIVector vectorWithX:1];
     CIColor* color = [CIColor colorWithRed:1 green:1 blue:1];
-    EXPECT_EQ(Raised(@"CIGaussianBlur", @"inputRadius", vector), "-[CIVector floatValue" + end);
-    EXPECT_EQ(Raised(@"CIGaussianBlur", @"inputRadius", color), "-[CIColor floatValue" + end);
-    EXPECT_EQ(Raised(@"CIGaussianBlur", @"inputImage", vector), "-[CIVector extent" + end);
-    EXPECT_EQ(Raised(@"CIConstantColorGenerator", @"inputColor", vector), "-[CIVector components" + end);
-    EXPECT_EQ(Raised(@"CICrop", @"inputRectangle", color), "-[CIColor valueAtIndex:" + end);
+    EXPECT_EQ(Raised(@"CIGaussianBlur", @"inputRadius", vector), "-[CIVector floatValue" + suffix);
+    EXPECT_EQ(Raised(@"CIGaussianBlur", @"inputRadius", color), "-[CIColor floatValue" + suffix);
+    EXPECT_EQ(Raised(@"CIGaussianBlur", @"inputImage", vector), "-[CIVector extent" + suffix);
+    EXPECT_EQ(Raised(@"CIConstantColorGenerator", @"inputColor", vector), "-[CIVector components" + suffix);
+    EXPECT_EQ(Raised(@"CICrop", @"inputRectangle", color), "-[CIColor valueAtIndex:" + suffix);
     EXPECT_EQ(Raised(@"CIGaussianBlur", @"inputRadius", Number(3)), "nothing");
 }
 
-TEST(FilterInputsTest, RaisingLeavesTheFilterUsable) {
+TEST(FilterInputsTest, FilterWorksAgainAfterAnException) {
     CIFilter* filter = FilterOn(@"CIGaussianBlur", ImageOfBytes(4, 4, VariedBytes(4, 4)));
     [filter setValue:[CIVector vectorWithX:1] forKey:kCIInputRadiusKey];
     EXPECT_NE(RaisedBy([&] { [filter outputImage]; }), nil);
@@ -88,20 +91,20 @@ TEST(FilterInputsTest, RaisingLeavesTheFilterUsable) {
     EXPECT_EQ([[filter outputImage] extent].origin.x, -6);
 }
 
-TEST(FilterInputsTest, RadiusBelowZeroOrNoNumberGivesTheInputBack) {
+TEST(FilterInputsTest, NegativeOrNaNRadiusReturnsTheInput) {
     const std::vector<std::uint8_t> pixels = VariedBytes(4, 4);
     CIImage* image = ImageOfBytes(4, 4, pixels);
     CIFilter* filter = FilterOn(@"CIGaussianBlur", image);
-    for (double radius : {0.0, -1.0, -1e300, -kEndless, kNone}) {
+    for (double radius : {0.0, -1.0, -1e300, -kInfinity, kNaN}) {
         [filter setValue:Number(radius) forKey:kCIInputRadiusKey];
         EXPECT_TRUE(CGRectEqualToRect([[filter outputImage] extent], [image extent])) << radius;
         EXPECT_EQ(Bytes([filter outputImage], [image extent]), Bytes(image, [image extent])) << radius;
     }
 }
 
-TEST(FilterInputsTest, HugeRadiusRendersSoonAndFades) {
+TEST(FilterInputsTest, HugeRadiusFadesToNothing) {
     CIFilter* filter = FilterOn(@"CIGaussianBlur", ImageOfBytes(64, 64, VariedBytes(64, 64)));
-    for (double radius : {1e3, 1e5, 1e9, 1e38, kEndless}) {
+    for (double radius : {1e3, 1e5, 1e9, 1e38, kInfinity}) {
         [filter setValue:Number(radius) forKey:kCIInputRadiusKey];
         for (float value : Floats([filter outputImage], CGRectMake(0, 0, 64, 64))) {
             ASSERT_GE(value, 0) << radius;
@@ -110,7 +113,7 @@ TEST(FilterInputsTest, HugeRadiusRendersSoonAndFades) {
     }
 }
 
-TEST(FilterInputsTest, HugeRadiusOverAnEndlessImageKeepsItsColor) {
+TEST(FilterInputsTest, HugeRadiusOnAnInfiniteImageKeepsItsColor) {
     CIFilter* filter = FilterOn(@"CIGaussianBlur", [CIImage imageWithColor:[CIColor colorWithRed:1 green:0 blue:1]]);
     for (double radius : {10.0, 1e4, 1e12}) {
         [filter setValue:Number(radius) forKey:kCIInputRadiusKey];
@@ -122,9 +125,9 @@ TEST(FilterInputsTest, HugeRadiusOverAnEndlessImageKeepsItsColor) {
     }
 }
 
-TEST(FilterInputsTest, ControlsBeyondSenseStillRender) {
+TEST(FilterInputsTest, UnusableControlsStillRender) {
     CIImage* image = ImageOfBytes(8, 8, VariedBytes(8, 8));
-    for (double value : {kNone, kEndless, -kEndless, 1e300, -1e300, 1e38}) {
+    for (double value : {kNaN, kInfinity, -kInfinity, 1e300, -1e300, 1e38}) {
         for (NSString* key in @[ @"inputSaturation", @"inputBrightness", @"inputContrast" ]) {
             CIFilter* filter = FilterOn(@"CIColorControls", image);
             [filter setValue:Number(value) forKey:key];
@@ -133,12 +136,12 @@ TEST(FilterInputsTest, ControlsBeyondSenseStillRender) {
     }
 }
 
-TEST(FilterInputsTest, RectanglesBeyondSenseCropToNothingOrEverything) {
+TEST(FilterInputsTest, UnusableRectanglesCropToNothingOrEverything) {
     CIImage* image = ImageOfBytes(8, 8, VariedBytes(8, 8));
     CIFilter* filter = FilterOn(@"CICrop", image);
     for (CIVector* rectangle in @[
-             Vector(kNone, 0, 8, 8), Vector(0, 0, kNone, 8), Vector(0, 0, 0, 8), Vector(8, 0, 5, 5),
-             Vector(kEndless, kEndless, 0, 0), [CIVector vectorWithX:1]
+             Vector(kNaN, 0, 8, 8), Vector(0, 0, kNaN, 8), Vector(0, 0, 0, 8), Vector(8, 0, 5, 5),
+             Vector(kInfinity, kInfinity, 0, 0), [CIVector vectorWithX:1]
          ]) {
         [filter setValue:rectangle forKey:@"inputRectangle"];
         EXPECT_TRUE(CGRectIsEmpty([[filter outputImage] extent])) << Text([rectangle stringRepresentation]);
@@ -153,7 +156,7 @@ TEST(FilterInputsTest, RectanglesBeyondSenseCropToNothingOrEverything) {
     }
 }
 
-TEST(FilterInputsTest, ChainsDeeperThanTheLimitEndInNil) {
+TEST(FilterInputsTest, ChainsDeeperThanTheLimitGiveNil) {
     CIImage* image = ImageOfBytes(2, 2, VariedBytes(2, 2));
     int depth = 1;
     for (CIImage* next = image; next != nil && depth < 5000; ++depth) {
@@ -167,8 +170,8 @@ TEST(FilterInputsTest, ChainsDeeperThanTheLimitEndInNil) {
     EXPECT_EQ(Bytes([image imageByCroppingToRect:CGRectMake(0, 0, 1, 1)], CGRectMake(0, 0, 1, 1)).size(), 4u);
 }
 
-// Every sum of an image with itself has twice as many images to render, and one more: 16383 after 13 of them.
-TEST(FilterInputsTest, ImagesCombinedWithThemselvesTooOftenEndInNil) {
+// Adding an image to itself doubles the number of images to render, plus one for the sum: 16383 after 13 sums.
+TEST(FilterInputsTest, ImagesCombinedWithThemselvesTooOftenGiveNil) {
     CIImage* image = ImageOfFloats(1, 1, {1, 0, 0, 0.5f});
     int sums = 0;
     for (CIImage* next = image; next != nil && sums < 100; ++sums) {

@@ -1,9 +1,10 @@
-// filter_values_test.mm - filters by name, and their values by key.
+// filter_values_test.mm - creates filters by name, and reads and sets their values by key.
 
 #include "rendering.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 
 namespace {
@@ -15,7 +16,7 @@ TEST(FilterTest, UnknownNameGivesNil) {
     EXPECT_EQ([[CIFilter alloc] init], nil);
 }
 
-TEST(FilterTest, KnowsItsNameAndKeys) {
+TEST(FilterTest, ReturnsItsNameAndKeys) {
     CIFilter* filter = [CIFilter filterWithName:@"CIColorControls"];
     EXPECT_EQ(Text([filter name]), "CIColorControls");
     NSArray* keys = @[ @"inputBrightness", @"inputContrast", @"inputImage", @"inputSaturation" ];
@@ -23,7 +24,7 @@ TEST(FilterTest, KnowsItsNameAndKeys) {
     EXPECT_TRUE([[filter outputKeys] isEqual:@[ @"outputImage" ]]);
 }
 
-TEST(FilterTest, ParametersAreSetOverTheDefaults) {
+TEST(FilterTest, ParametersReplaceDefaults) {
     NSDictionary* parameters = [NSDictionary dictionaryWithObject:@"3" forKey:@"inputRadius"];
     CIFilter* filter = [CIFilter filterWithName:@"CIBloom" withInputParameters:parameters];
     EXPECT_TRUE([[filter valueForKey:@"inputRadius"] isEqual:@"3"]);
@@ -31,7 +32,7 @@ TEST(FilterTest, ParametersAreSetOverTheDefaults) {
     EXPECT_EQ([CIFilter filterWithName:@"CINoSuchFilter" withInputParameters:parameters], nil);
 }
 
-TEST(FilterTest, ReadingGivesTheVeryObjectSetWhateverItsClass) {
+TEST(FilterTest, ReadingReturnsTheObjectThatWasSetOfAnyClass) {
     CIFilter* filter = [CIFilter filterWithName:@"CIGaussianBlur"];
     for (id value : {(id) @"text", (id)[NSNumber numberWithInt:3], (id)[CIVector vectorWithX:1]}) {
         [filter setValue:value forKey:kCIInputRadiusKey];
@@ -41,13 +42,13 @@ TEST(FilterTest, ReadingGivesTheVeryObjectSetWhateverItsClass) {
     EXPECT_EQ([filter valueForKey:kCIInputRadiusKey], nil);
 }
 
-TEST(FilterTest, AKeyIsFoundByItsCharacters) {
+TEST(FilterTest, KeysCompareByCharactersNotByIdentity) {
     CIFilter* filter = [CIFilter filterWithName:@"CIGaussianBlur"];
     [filter setValue:@"5" forKey:[NSMutableString stringWithString:@"inputRadius"]];
     EXPECT_TRUE([[filter valueForKey:@"inputRadius"] isEqual:@"5"]);
 }
 
-TEST(FilterTest, HoldsOneReferenceToAValue) {
+TEST(FilterTest, RetainsEachValueOnce) {
     NSObject* value = [[NSObject alloc] init];
     NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
     CIFilter* filter = [CIFilter filterWithName:@"CIGaussianBlur"];
@@ -69,7 +70,7 @@ TEST(FilterTest, SetDefaultsLeavesImagesAlone) {
     EXPECT_EQ([filter valueForKey:kCIInputImageKey], image);
 }
 
-TEST(FilterTest, ACopyHasItsOwnValues) {
+TEST(FilterTest, CopiesHaveTheirOwnValues) {
     CIFilter* filter = [CIFilter filterWithName:@"CIGaussianBlur"];
     [filter setValue:@"3" forKey:kCIInputRadiusKey];
     CIFilter* copy = [[filter copy] autorelease];
@@ -77,7 +78,7 @@ TEST(FilterTest, ACopyHasItsOwnValues) {
     EXPECT_TRUE([[copy valueForKey:kCIInputRadiusKey] isEqual:@"3"]);
 }
 
-// What a key that is none raises.
+// Expects the exception for an undefined key.
 void ExpectUndefined(NSException* exception, CIFilter* filter, const char* method, const char* key) {
     ASSERT_NE(exception, nil);
     EXPECT_EQ(Text([exception name]), "NSUnknownKeyException");
@@ -87,7 +88,7 @@ void ExpectUndefined(NSException* exception, CIFilter* filter, const char* metho
     EXPECT_EQ(Text([exception reason]), Text(reason));
 }
 
-TEST(FilterTest, AKeyThatTheFilterLacksRaises) {
+TEST(FilterTest, UndefinedKeysRaise) {
     CIFilter* filter = [CIFilter filterWithName:@"CIGaussianBlur"];
     for (const char* key : {"inputCenter", "name", "attributes", "retainCount", "_values", ""}) {
         NSString* name = [NSString stringWithUTF8String:key];
@@ -99,14 +100,14 @@ TEST(FilterTest, AKeyThatTheFilterLacksRaises) {
     EXPECT_NE(RaisedBy([&] { [filter setValue:nil forKey:nil]; }), nil);
 }
 
-TEST(FilterTest, OutputImageIsReadableOnly) {
+TEST(FilterTest, OutputImageIsReadOnly) {
     CIFilter* filter = FilterOn(@"CIGaussianBlur", [CIImage emptyImage]);
     EXPECT_NE([filter valueForKey:kCIOutputImageKey], nil);
     NSException* raised = RaisedBy([&] { [filter setValue:nil forKey:kCIOutputImageKey]; });
     ExpectUndefined(raised, filter, "setValue:forUndefinedKey:", "outputImage");
 }
 
-TEST(FilterTest, OutputImageIsBuiltAtEachReadAndKeepsItsInputs) {
+TEST(FilterTest, EachReadBuildsANewOutputImageThatKeepsItsInputs) {
     CIFilter* filter = FilterOn(@"CIGaussianBlur", ImageOfBytes(4, 4, VariedBytes(4, 4)));
     CIImage* first = [filter outputImage];
     EXPECT_NE(first, [filter outputImage]);
@@ -115,7 +116,7 @@ TEST(FilterTest, OutputImageIsBuiltAtEachReadAndKeepsItsInputs) {
     EXPECT_EQ([[filter outputImage] extent].size.width, 4 + 2 * 3);
 }
 
-TEST(FilterTest, NumbersAreSetAndReadInWellBelowAMicrosecond) {
+TEST(FilterTest, SettingAndReadingANumberTakesLessThanAMicrosecond) {
     CIFilter* filter = [CIFilter filterWithName:@"CIGaussianBlur"];
     NSNumber* number = [NSNumber numberWithDouble:3];
     double best = 1;

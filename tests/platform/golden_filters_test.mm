@@ -1,18 +1,23 @@
-// golden_filters_test.mm - reference renders made again through CIFilter: the blur, and the convolutions.
+// golden_filters_test.mm - compares renders through CIFilter with reference renders: the blur and the convolutions.
 //
-// The references of the convolutions were made by a version that weighed encoded values, as a context without a working space does
-// here; that they agree shows that each weight goes to its own place.
+// The references of the convolutions come from a version that weighted encoded values. A context without a working
+// space does the same here. The comparison shows that each weight is applied to the right pixel.
 
 #include "golden_cases.h"
 #include "rendering.h"
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
+#include <ostream>
+#include <string>
+#include <vector>
 
 namespace {
 
-// An input as the object that a filter takes.
+// Returns an input as the object that the filter takes.
 id Value(const golden::Parameter& parameter) {
     std::vector<CGFloat> numbers(parameter.numbers.begin(), parameter.numbers.end());
     switch (parameter.kind) {
@@ -29,7 +34,7 @@ id Value(const golden::Parameter& parameter) {
         imageWithContentsOfURL:[NSURL fileURLWithPath:[NSString stringWithUTF8String:parameter.imagePath.c_str()]]];
 }
 
-// A case, whether colors are matched, and how near it must come, in 8-bit levels.
+// A case, whether its colors are matched, and the largest allowed differences in 8-bit levels.
 struct Bound {
     const char* name;
     bool isMatching;
@@ -39,14 +44,14 @@ struct Bound {
 
 // clang-format off
 const Bound kBounds[] = {
-    // case                       matching  rms    largest
-    {"CIGaussianBlur-1",          true,     0.468, 3.25},
-    {"CIConvolution3X3-1",        false,    1.69,  22.1},
+    // case                        matching rms    largest
+    {"CIGaussianBlur-1",           true,    0.468, 3.25},
+    {"CIConvolution3X3-1",         false,   1.69,  22.1},
     {"CIConvolution9Horizontal-1", false,   0.832, 9.1},
 };
 // clang-format on
 
-// What a rectangle of an image renders to, as premultiplied bytes.
+// Renders a rectangle of an image to premultiplied bytes.
 std::vector<std::uint8_t> Rendered(CIImage* image, CGRect rect, bool isMatching) {
     if (isMatching) return Bytes(image, rect);
     NSDictionary* options = [NSDictionary dictionaryWithObject:[NSNull null] forKey:kCIContextWorkingColorSpace];
@@ -63,10 +68,10 @@ std::vector<std::uint8_t> Rendered(CIImage* image, CGRect rect, bool isMatching)
 
 class GoldenTest : public testing::TestWithParam<Bound> {};
 
-TEST_P(GoldenTest, RenderIsWithinItsBound) {
+TEST_P(GoldenTest, DiffersByNoMoreThanItsBound) {
     const Bound& bound = GetParam();
     if (!golden::IsPresent())
-        GTEST_SKIP() << bound.name << ": no reference renders in " << golden::Folder() << ", not compared";
+        GTEST_SKIP() << bound.name << ": no reference renders in " << golden::Folder() << "; not compared";
     const auto reference = golden::ReadCase(bound.name);
     ASSERT_TRUE(reference.has_value());
     CIFilter* filter = [CIFilter filterWithName:[NSString stringWithUTF8String:reference->steps[0].filter.c_str()]];

@@ -1,4 +1,4 @@
-// handmade_png.cpp - chunks, checksums, and rows in a stream that compresses nothing.
+// handmade_png.cpp - writes chunks and checksums; the rows go into an uncompressed stream.
 
 #include "handmade_png.h"
 
@@ -30,7 +30,7 @@ std::uint32_t AdlerChecksum(const FileBytes& bytes) {
     return high << 16 | low;
 }
 
-// One stored block, which holds less than 64 KB.
+// Returns a zlib stream of one stored (uncompressed) block; the content must be shorter than 64 KB.
 FileBytes Stored(const FileBytes& content) {
     const auto length = static_cast<std::uint16_t>(content.size());
     const auto inverse = static_cast<std::uint16_t>(~length);
@@ -57,7 +57,7 @@ FileBytes Chunk(const std::string& type, const FileBytes& content) {
     return chunk;
 }
 
-FileBytes HandmadePNG::bytes() const {
+FileBytes HandmadePNG::Bytes() const {
     FileBytes file = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
     FileBytes header = BigEndian(width);
     Append(header, BigEndian(height));
@@ -65,7 +65,7 @@ FileBytes HandmadePNG::bytes() const {
     Append(file, Chunk("IHDR", header));
     if (!gamma.empty()) Append(file, Chunk("gAMA", gamma));
     if (!profile.empty()) {
-        FileBytes content = {'p', 0, 0};  // its name, and that it is compressed
+        FileBytes content = {'p', 0, 0};  // its name, a zero byte, and compression method 0
         Append(content, Stored(profile));
         Append(file, Chunk("iCCP", content));
     }

@@ -1,4 +1,4 @@
-// handmade_png.h - PNG files put together byte by byte, so that tests can make them wrong in one place.
+// handmade_png.h - builds PNG files byte by byte, so that tests can break them in one place.
 
 #pragma once
 
@@ -8,10 +8,10 @@
 
 using FileBytes = std::vector<std::uint8_t>;
 
-// The color types of a PNG.
-enum ColorType : std::uint8_t { kGray = 0, kRGB = 2, kPalette = 3, kGreyAlpha = 4, kRGBA = 6 };
+// The color types of PNG.
+enum ColorType : std::uint8_t { kGray = 0, kRGB = 2, kPalette = 3, kGrayAlpha = 4, kRGBA = 6 };
 
-// What a file holds; the rows are packed as the color type and depth say.
+// The contents of a file. Its rows are packed for its color type and depth.
 struct HandmadePNG {
     std::uint32_t width = 1;
     std::uint32_t height = 1;
@@ -22,10 +22,11 @@ struct HandmadePNG {
     FileBytes transparency;  // the tRNS chunk
     bool isInterlaced = false;
     FileBytes gamma;         // the gAMA chunk
-    FileBytes profile = {};  // what the iCCP chunk holds, less than 64 KB
+    FileBytes profile = {};  // the profile in the iCCP chunk, shorter than 64 KB
 
-    FileBytes bytes() const;
+    // Returns the bytes of the file.
+    [[nodiscard]] FileBytes Bytes() const;
 };
 
-// One chunk with its checksum.
-FileBytes Chunk(const std::string& type, const FileBytes& content);
+// Returns a chunk with its length and checksum.
+[[nodiscard]] FileBytes Chunk(const std::string& type, const FileBytes& content);

@@ -1,4 +1,4 @@
-// image_destination_test.mm - picture files out, read back.
+// image_destination_test.mm - writes picture files and reads them back.
 
 #include <ImageIO/ImageIO.h>
 #include "golden_cases.h"
@@ -6,9 +6,13 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
 namespace {
 
-// A file name that lives as long as a test.
+// Provides a temporary file name that is removed after the test.
 class ImageDestinationTest : public testing::Test {
   protected:
     void SetUp() override {
@@ -19,7 +23,7 @@ class ImageDestinationTest : public testing::Test {
 
     void TearDown() override { [[NSFileManager defaultManager] removeFileAtPath:path handler:nil]; }
 
-    // Writes an image and answers whether that succeeded.
+    // Writes an image and returns whether that succeeded.
     bool Write(CIImage* image, CFStringRef type, NSDictionary* properties = nil) {
         CGImageRef bitmap = [[CIContext contextWithOptions:nil] createCGImage:image fromRect:[image extent]];
         CGImageDestinationRef destination = CGImageDestinationCreateWithURL((CFURLRef)url, type, 1, nullptr);
@@ -48,7 +52,7 @@ TEST_F(ImageDestinationTest, PNGKeepsPremultipliedPixels) {
     EXPECT_EQ(golden::Compare(*read, rendered)->largest, 0);
 }
 
-TEST_F(ImageDestinationTest, JPEGHasTransparentPlacesWhite) {
+TEST_F(ImageDestinationTest, JPEGShowsTransparentPixelsWhite) {
     std::vector<std::uint8_t> pixels(16 * 16 * 4, 0);
     for (std::size_t index = 0; index < pixels.size() / 2; index += 4) pixels[index + 3] = 255;
     ASSERT_TRUE(Write(ImageOfBytes(16, 16, pixels), CFSTR("public.jpeg")));
@@ -58,7 +62,7 @@ TEST_F(ImageDestinationTest, JPEGHasTransparentPlacesWhite) {
     EXPECT_NEAR(read->pixels[read->pixels.size() - 2], 255, 3);
 }
 
-TEST_F(ImageDestinationTest, QualityMakesAJPEGLarger) {
+TEST_F(ImageDestinationTest, HigherQualityMakesJPEGsLarger) {
     CIImage* image = ImageOfBytes(64, 64, VariedBytes(64, 64));
     const auto sizeAt = [&](double quality) {
         NSString* key = (NSString*)kCGImageDestinationLossyCompressionQuality;
@@ -69,7 +73,7 @@ TEST_F(ImageDestinationTest, QualityMakesAJPEGLarger) {
     EXPECT_LT(sizeAt(0.1), sizeAt(0.9));
 }
 
-TEST_F(ImageDestinationTest, AFileInMemoryIsTheSameAsOnDisk) {
+TEST_F(ImageDestinationTest, FilesInMemoryAndOnDiskHaveTheSameBytes) {
     CIImage* image = ImageOfBytes(16, 16, VariedBytes(16, 16));
     ASSERT_TRUE(Write(image, CFSTR("public.png")));
     CGImageRef bitmap = [[CIContext contextWithOptions:nil] createCGImage:image fromRect:[image extent]];
@@ -87,7 +91,7 @@ TEST_F(ImageDestinationTest, AFileInMemoryIsTheSameAsOnDisk) {
     EXPECT_EQ(CGImageDestinationCreateWithData((CFMutableDataRef)data, CFSTR("public.gif"), 1, nullptr), nullptr);
 }
 
-TEST_F(ImageDestinationTest, AFileIsReplacedWholeAndNothingStaysBesideIt) {
+TEST_F(ImageDestinationTest, ReplacingAFileLeavesNoOtherFileBehind) {
     [[NSFileManager defaultManager] createDirectoryAtPath:path
                               withIntermediateDirectories:YES
                                                attributes:nil
@@ -114,7 +118,7 @@ TEST_F(ImageDestinationTest, RefusesOtherTypesAndCounts) {
     EXPECT_EQ(CGImageDestinationCreateWithURL(nullptr, CFSTR("public.png"), 1, nullptr), nullptr);
 }
 
-TEST_F(ImageDestinationTest, FailsWithoutAnImageAndWhereNothingCanBeWritten) {
+TEST_F(ImageDestinationTest, FailsWithoutAnImageAndForUnwritablePlaces) {
     CGImageDestinationRef destination = CGImageDestinationCreateWithURL((CFURLRef)url, CFSTR("public.png"), 1, nullptr);
     CGImageDestinationAddImage(destination, nullptr, nullptr);
     EXPECT_FALSE(CGImageDestinationFinalize(destination));

@@ -1,25 +1,28 @@
-// image_source_test.mm - picture files in: every kind of PNG, the kinds of JPEG, and files that are wrong.
+// image_source_test.mm - reads every kind of PNG and JPEG, and files that are broken.
 
 #include <ImageIO/ImageIO.h>
 #include "handmade_png.h"
 #include "rendering.h"
 
 #include <gtest/gtest.h>
-// The library's header counts on this one.
+// jpeglib.h requires this header before it.
 #include <cstdio>
 
 #include <jpeglib.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
+#include <string>
 
 namespace {
 
-// What a file became, and what was printed meanwhile.
+// The result of decoding a file, and everything that was printed meanwhile.
 struct Outcome {
     CGImageSourceStatus status = 0;
     std::size_t width = 0;
-    FileBytes pixels;  // straight
+    FileBytes pixels;  // RGBA with straight alpha
     std::string printed;
 };
 
@@ -48,13 +51,13 @@ Outcome Decode(const FileBytes& file) {
 }
 
 FileBytes PixelsOf(const HandmadePNG& png) {
-    const Outcome outcome = Decode(png.bytes());
+    const Outcome outcome = Decode(png.Bytes());
     EXPECT_EQ(outcome.status, kCGImageStatusComplete);
     EXPECT_EQ(outcome.printed, "");
     return outcome.pixels;
 }
 
-// A JPEG of one color space, eight pixels square.
+// Returns a JPEG of 8 x 8 pixels in a color space.
 FileBytes JPEG(J_COLOR_SPACE space, int components, bool isProgressive = false) {
     jpeg_compress_struct jpeg = {};
     jpeg_error_mgr errors = {};
@@ -86,11 +89,11 @@ HandmadePNG SmallPNG() {
     return {2, 2, 8, kRGBA, {{1, 2, 3, 4, 5, 6, 7, 8}, {9, 10, 11, 12, 13, 14, 15, 16}}, {}, {}, false, {}};
 }
 
-TEST(ImageSourceTest, StraightAlphaComesThroughUnchanged) {
+TEST(ImageSourceTest, StraightAlphaIsUnchanged) {
     EXPECT_EQ(PixelsOf(SmallPNG()), (FileBytes{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}));
 }
 
-TEST(ImageSourceTest, GraysOfEveryDepthBecomeColors) {
+TEST(ImageSourceTest, GraysOfEveryDepthBecomeRGBA) {
     EXPECT_EQ(PixelsOf({2, 1, 1, kGray, {{0x40}}, {}, {}, false, {}}), (FileBytes{0, 0, 0, 255, 255, 255, 255, 255}));
     EXPECT_EQ(PixelsOf({2, 1, 2, kGray, {{0x60}}, {}, {}, false, {}}),
               (FileBytes{85, 85, 85, 255, 170, 170, 170, 255}));
@@ -98,11 +101,11 @@ TEST(ImageSourceTest, GraysOfEveryDepthBecomeColors) {
               (FileBytes{17, 17, 17, 255, 255, 255, 255, 255}));
     EXPECT_EQ(PixelsOf({1, 1, 8, kGray, {{77}}, {}, {}, false, {}}), (FileBytes{77, 77, 77, 255}));
     EXPECT_EQ(PixelsOf({1, 1, 16, kGray, {{77, 77}}, {}, {}, false, {}}), (FileBytes{77, 77, 77, 255}));
-    EXPECT_EQ(PixelsOf({1, 1, 8, kGreyAlpha, {{77, 9}}, {}, {}, false, {}}), (FileBytes{77, 77, 77, 9}));
-    EXPECT_EQ(PixelsOf({1, 1, 16, kGreyAlpha, {{77, 77, 9, 9}}, {}, {}, false, {}}), (FileBytes{77, 77, 77, 9}));
+    EXPECT_EQ(PixelsOf({1, 1, 8, kGrayAlpha, {{77, 9}}, {}, {}, false, {}}), (FileBytes{77, 77, 77, 9}));
+    EXPECT_EQ(PixelsOf({1, 1, 16, kGrayAlpha, {{77, 77, 9, 9}}, {}, {}, false, {}}), (FileBytes{77, 77, 77, 9}));
 }
 
-TEST(ImageSourceTest, ColorsOfEveryDepthBecomeBytes) {
+TEST(ImageSourceTest, ColorsOfEveryDepthBecomeRGBA) {
     EXPECT_EQ(PixelsOf({1, 1, 8, kRGB, {{1, 2, 3}}, {}, {}, false, {}}), (FileBytes{1, 2, 3, 255}));
     EXPECT_EQ(PixelsOf({1, 1, 16, kRGB, {{1, 1, 2, 2, 3, 3}}, {}, {}, false, {}}), (FileBytes{1, 2, 3, 255}));
     EXPECT_EQ(PixelsOf({1, 1, 16, kRGBA, {{1, 1, 2, 2, 3, 3, 4, 4}}, {}, {}, false, {}}), (FileBytes{1, 2, 3, 4}));
@@ -111,7 +114,7 @@ TEST(ImageSourceTest, ColorsOfEveryDepthBecomeBytes) {
 TEST(ImageSourceTest, PalettesAndTransparentColorsAreExpanded) {
     const FileBytes palette = {10, 20, 30, 40, 50, 60};
     for (std::uint8_t depth : {1, 2, 4, 8}) {
-        // Two entries in the leading bits of a byte, or in two bytes.
+        // Entries 0 and 1, in the leading bits of a byte or in two bytes.
         const FileBytes row = depth == 8 ? FileBytes{0, 1} : FileBytes{static_cast<std::uint8_t>(256 >> 2 * depth)};
         EXPECT_EQ(PixelsOf({2, 1, depth, kPalette, {row}, palette, {128}, false, {}}),
                   (FileBytes{10, 20, 30, 128, 40, 50, 60, 255}));
@@ -119,13 +122,13 @@ TEST(ImageSourceTest, PalettesAndTransparentColorsAreExpanded) {
     EXPECT_EQ(PixelsOf({2, 1, 8, kGray, {{7, 8}}, {}, {0, 7}, false, {}}), (FileBytes{7, 7, 7, 0, 8, 8, 8, 255}));
 }
 
-TEST(ImageSourceTest, InterlacedFilesAreReadWhole) {
-    // A square of two: the passes hold its first pixel, the one beside it, and the row below.
+TEST(ImageSourceTest, InterlacedFilesAreReadCompletely) {
+    // For 2 x 2 pixels the passes hold the first pixel, the second pixel of the first row, and the second row.
     HandmadePNG png = {2, 2, 8, kGray, {{1}, {2}, {3, 4}}, {}, {}, true, {}};
     EXPECT_EQ(PixelsOf(png), (FileBytes{1, 1, 1, 255, 2, 2, 2, 255, 3, 3, 3, 255, 4, 4, 4, 255}));
 }
 
-TEST(ImageSourceTest, AnotherGammaIsBroughtToThatOfSRGB) {
+TEST(ImageSourceTest, OtherGammasAreConvertedToSRGB) {
     const FileBytes linear = {0x00, 0x01, 0x86, 0xa0};
     const FileBytes pixel = PixelsOf({1, 1, 8, kRGB, {{0, 128, 255}}, {}, {}, false, linear});
     EXPECT_EQ(pixel[0], 0);
@@ -133,7 +136,7 @@ TEST(ImageSourceTest, AnotherGammaIsBroughtToThatOfSRGB) {
     EXPECT_EQ(pixel[2], 255);
 }
 
-TEST(ImageSourceTest, AFileOfTooManyScansIsInvalidData) {
+TEST(ImageSourceTest, TooManyScansAreInvalidData) {
     const FileBytes file = JPEG(JCS_GRAYSCALE, 1, /*isProgressive=*/true);
     EXPECT_EQ(Decode(file).status, kCGImageStatusComplete);
     const FileBytes marker = {0xff, 0xda};
@@ -154,14 +157,14 @@ TEST(ImageSourceTest, GrayAndColorJPEGAreRead) {
     }
 }
 
-TEST(ImageSourceTest, CMYKIsRefusedAsAnUnknownType) {
+TEST(ImageSourceTest, CMYKIsAnUnknownType) {
     const Outcome outcome = Decode(JPEG(JCS_CMYK, 4));
     EXPECT_EQ(outcome.status, kCGImageStatusUnknownType);
     EXPECT_EQ(outcome.printed, "");
 }
 
-TEST(ImageSourceTest, EveryShorterFileHasAStatusAndNoImage) {
-    for (const FileBytes& file : {SmallPNG().bytes(), JPEG(JCS_RGB, 3)}) {
+TEST(ImageSourceTest, TruncatedFilesHaveAStatusAndNoImage) {
+    for (const FileBytes& file : {SmallPNG().Bytes(), JPEG(JCS_RGB, 3)}) {
         for (std::size_t length = 0; length < file.size(); ++length) {
             const Outcome outcome = Decode(FileBytes(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(length)));
             const std::size_t signature = file[0] == 0xff ? 3 : 8;
@@ -173,8 +176,8 @@ TEST(ImageSourceTest, EveryShorterFileHasAStatusAndNoImage) {
     }
 }
 
-TEST(ImageSourceTest, EveryBrokenBitGivesAnImageOrAStatusAndIsSilent) {
-    for (const FileBytes& file : {SmallPNG().bytes(), JPEG(JCS_GRAYSCALE, 1)}) {
+TEST(ImageSourceTest, EveryFlippedBitGivesAnImageOrAStatusAndPrintsNothing) {
+    for (const FileBytes& file : {SmallPNG().Bytes(), JPEG(JCS_GRAYSCALE, 1)}) {
         for (std::size_t index = 0; index < file.size() * 8; ++index) {
             FileBytes broken = file;
             broken[index / 8] ^= static_cast<std::uint8_t>(1 << index % 8);
@@ -186,21 +189,21 @@ TEST(ImageSourceTest, EveryBrokenBitGivesAnImageOrAStatusAndIsSilent) {
 }
 
 TEST(ImageSourceTest, WrongChecksumIsInvalidData) {
-    FileBytes file = SmallPNG().bytes();
-    file[29] ^= 1;  // of the header chunk
+    FileBytes file = SmallPNG().Bytes();
+    file[29] ^= 1;  // in the checksum of the header chunk
     EXPECT_EQ(Decode(file).status, kCGImageStatusInvalidData);
 }
 
-TEST(ImageSourceTest, OtherFilesAreOfUnknownType) {
+TEST(ImageSourceTest, OtherFilesHaveAnUnknownType) {
     EXPECT_EQ(Decode({'G', 'I', 'F', '8', '9', 'a'}).status, kCGImageStatusUnknownType);
     EXPECT_EQ(Decode(FileBytes(100, 0)).status, kCGImageStatusUnknownType);
 }
 
-TEST(ImageSourceTest, SizesThatNoMemoryHoldsAreInvalidData) {
+TEST(ImageSourceTest, SizesBeyondTheLimitAreInvalidData) {
     for (std::uint32_t size : {30000u, 900000u, 0x7fffffffu}) {
         HandmadePNG png = SmallPNG();
         png.width = png.height = size;
-        const Outcome outcome = Decode(png.bytes());
+        const Outcome outcome = Decode(png.Bytes());
         EXPECT_EQ(outcome.status, kCGImageStatusInvalidData);
         EXPECT_EQ(outcome.printed, "");
     }
@@ -212,7 +215,7 @@ TEST(ImageSourceTest, SizesThatNoMemoryHoldsAreInvalidData) {
     EXPECT_EQ(Decode(jpeg).status, kCGImageStatusInvalidData);
 }
 
-TEST(ImageSourceTest, MissingFileGivesNoSource) {
+TEST(ImageSourceTest, UnreadableFilesGiveNoSource) {
     testing::internal::CaptureStderr();
     for (NSString* place in @[ @"/nowhere/at/all.png", @"/", @"/dev/zero" ]) {
         NSURL* url = [NSURL fileURLWithPath:place];
@@ -223,7 +226,7 @@ TEST(ImageSourceTest, MissingFileGivesNoSource) {
     EXPECT_EQ(CGImageSourceCreateWithData(nullptr, nullptr), nullptr);
 }
 
-// The orientation that a file names; -1 when it names none.
+// Returns the orientation in the properties of a file; -1 when there is none.
 int OrientationOf(const FileBytes& file) {
     NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
     NSData* data = [NSData dataWithBytes:file.data() length:file.size()];
@@ -237,8 +240,8 @@ int OrientationOf(const FileBytes& file) {
     return result;
 }
 
-// A JPEG with an Exif segment in front of everything else, whose second entry is the orientation.
-FileBytes JPEGTaken(std::uint8_t orientation) {
+// Returns a JPEG whose first segment is an Exif segment; its second entry is the orientation.
+FileBytes JPEGWithOrientation(std::uint8_t orientation) {
     const FileBytes exif = {0xff, 0xe1, 0,   52,                                      // the segment and its length
                             'E',  'x',  'i', 'f', 0, 0,                               //
                             'M',  'M',  0,   42,  0, 0, 0, 10, 0, 0,                  // the header; two bytes unused
@@ -251,19 +254,19 @@ FileBytes JPEGTaken(std::uint8_t orientation) {
     return file;
 }
 
-TEST(ImageSourceTest, TheOrientationOfAJPEGIsRead) {
-    EXPECT_EQ(OrientationOf(JPEGTaken(6)), 6);
-    EXPECT_EQ(OrientationOf(JPEGTaken(1)), 1);
-    EXPECT_EQ(OrientationOf(JPEGTaken(0)), -1);
-    EXPECT_EQ(OrientationOf(JPEGTaken(9)), -1);
+TEST(ImageSourceTest, OrientationOfAJPEGIsRead) {
+    EXPECT_EQ(OrientationOf(JPEGWithOrientation(6)), 6);
+    EXPECT_EQ(OrientationOf(JPEGWithOrientation(1)), 1);
+    EXPECT_EQ(OrientationOf(JPEGWithOrientation(0)), -1);
+    EXPECT_EQ(OrientationOf(JPEGWithOrientation(9)), -1);
     EXPECT_EQ(OrientationOf(JPEG(JCS_RGB, 3)), -1);
-    EXPECT_EQ(OrientationOf(SmallPNG().bytes()), -1);
-    EXPECT_EQ(Decode(JPEGTaken(6)).status, kCGImageStatusComplete);
+    EXPECT_EQ(OrientationOf(SmallPNG().Bytes()), -1);
+    EXPECT_EQ(Decode(JPEGWithOrientation(6)).status, kCGImageStatusComplete);
     EXPECT_EQ(CGImageSourceCopyPropertiesAtIndex(nullptr, 0, nullptr), nullptr);
 }
 
-TEST(ImageSourceTest, AnExifBlockMayEndAnywhereAndSayAnything) {
-    const FileBytes whole = JPEGTaken(6);
+TEST(ImageSourceTest, TruncatedOrCorruptExifBlocksAreHarmless) {
+    const FileBytes whole = JPEGWithOrientation(6);
     for (std::size_t length = 0; length < 46; ++length) {
         EXPECT_EQ(OrientationOf({whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length)}), -1) << length;
         for (const std::uint8_t byte : {0, 255}) {

@@ -1,4 +1,4 @@
-// image_test.mm - images out of files, bitmaps and colors, and where they are.
+// image_test.mm - makes images from files, bitmaps and colors, and checks their pixels and extents.
 
 #include "handmade_png.h"
 #include "rendering.h"
@@ -6,17 +6,19 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
+#include <vector>
 
 namespace {
 
-TEST(ImageTest, BitmapLiesAtTheOriginWithItsLastRowLowest) {
+TEST(ImageTest, BitmapsStartAtTheOriginWithTheirLastRowAtTheBottom) {
     CIImage* image = ImageOfFloats(1, 2, {1, 0, 0, 1, 0, 1, 0, 1});
     EXPECT_TRUE(CGRectEqualToRect([image extent], CGRectMake(0, 0, 1, 2)));
     EXPECT_EQ(Floats(image, CGRectMake(0, 0, 1, 1)), (std::vector<float>{0, 1, 0, 1}));
     EXPECT_EQ(Floats(image, CGRectMake(0, 1, 1, 1)), (std::vector<float>{1, 0, 0, 1}));
 }
 
-TEST(ImageTest, AppliedTransformMovesAndTurnsTheImage) {
+TEST(ImageTest, TransformsMoveAndRotateTheImage) {
     CIImage* image = ImageOfFloats(1, 2, {1, 0, 0, 1, 0, 1, 0, 1});
     CIImage* moved = [image imageByApplyingTransform:CGAffineTransformMake(1, 0, 0, 1, 5, -3)];
     EXPECT_TRUE(CGRectEqualToRect([moved extent], CGRectMake(5, -3, 1, 2)));
@@ -25,11 +27,11 @@ TEST(ImageTest, AppliedTransformMovesAndTurnsTheImage) {
     EXPECT_TRUE(CGRectEqualToRect([turned extent], CGRectMake(-2, 0, 2, 1)));
     EXPECT_EQ(Floats(turned, CGRectMake(-2, 0, 2, 1)), (std::vector<float>{1, 0, 0, 1, 0, 1, 0, 1}));
     EXPECT_EQ([image imageByApplyingTransform:CGAffineTransformMake(1, 1, 1, 1, 0, 0)], nil);
-    const CGFloat none = (CGFloat)std::nan("");
-    EXPECT_EQ([image imageByApplyingTransform:CGAffineTransformMake(none, 0, 0, 1, 0, 0)], nil);
+    const CGFloat nan = (CGFloat)std::nan("");
+    EXPECT_EQ([image imageByApplyingTransform:CGAffineTransformMake(nan, 0, 0, 1, 0, 0)], nil);
 }
 
-TEST(ImageTest, FilesThatCannotBeReadGiveNil) {
+TEST(ImageTest, UnreadableSourcesGiveNil) {
     EXPECT_EQ([CIImage imageWithContentsOfURL:[NSURL fileURLWithPath:@"/nowhere/at/all.png"]], nil);
     EXPECT_EQ([CIImage imageWithContentsOfURL:nil], nil);
     EXPECT_EQ([CIImage imageWithData:[NSData data]], nil);
@@ -38,13 +40,13 @@ TEST(ImageTest, FilesThatCannotBeReadGiveNil) {
     EXPECT_EQ([CIImage imageWithColor:nil], nil);
 }
 
-TEST(ImageTest, FileIsDecoded) {
-    const FileBytes file = HandmadePNG{2, 1, 8, kRGBA, {{10, 20, 30, 255, 1, 2, 3, 0}}, {}, {}, false, {}}.bytes();
+TEST(ImageTest, FileDataIsDecoded) {
+    const FileBytes file = HandmadePNG{2, 1, 8, kRGBA, {{10, 20, 30, 255, 1, 2, 3, 0}}, {}, {}, false, {}}.Bytes();
     CIImage* image = [CIImage imageWithData:[NSData dataWithBytes:file.data() length:file.size()]];
     EXPECT_EQ(Bytes(image, [image extent]), (std::vector<std::uint8_t>{10, 20, 30, 255, 0, 0, 0, 0}));
 }
 
-TEST(ImageTest, KeepsItsBytesWhileItOrAnImageMadeOfItLives) {
+TEST(ImageTest, KeepsItsBytesWhileItOrADerivedImageLives) {
     NSMutableData* data = [[NSMutableData alloc] initWithLength:64];
     NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
     CIImage* image = [CIImage imageWithBitmapData:data
@@ -60,7 +62,7 @@ TEST(ImageTest, KeepsItsBytesWhileItOrAnImageMadeOfItLives) {
     [data release];
 }
 
-TEST(ImageTest, BitmapDataThatIsTooShortOrStrangeGivesNil) {
+TEST(ImageTest, ShortDataAndUnusableSizesOrFormatsGiveNil) {
     NSData* data = [NSMutableData dataWithLength:64];
     const auto make = [&](size_t bytesPerRow, double width, double height, CIFormat format) {
         const CGSize size = CGSizeMake((CGFloat)width, (CGFloat)height);
@@ -77,7 +79,7 @@ TEST(ImageTest, BitmapDataThatIsTooShortOrStrangeGivesNil) {
     EXPECT_NE(make(16, 4, 4, kCIFormatRGBA8), nil);
 }
 
-TEST(ImageTest, FloatsInSRGBAreDecodedByTheirAlpha) {
+TEST(ImageTest, FloatsInSRGBAreUnpremultipliedBeforeDecoding) {
     const float pixel[] = {0.25f, 0.5f, 0, 0.5f};
     CGColorSpaceRef space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
     CIImage* image = [CIImage imageWithBitmapData:[NSData dataWithBytes:pixel length:sizeof pixel]
@@ -92,7 +94,7 @@ TEST(ImageTest, FloatsInSRGBAreDecodedByTheirAlpha) {
     EXPECT_EQ(light[3], 0.5f);
 }
 
-TEST(ImageTest, NumbersInALinearSpaceAreTakenAsTheyAre) {
+TEST(ImageTest, FloatsInALinearSpaceAreUnchanged) {
     const float pixel[] = {0.25f, 0.5f, 0, 0.5f};
     NSData* data = [NSData dataWithBytes:pixel length:sizeof pixel];
     for (CFStringRef name : {kCGColorSpaceLinearSRGB, kCGColorSpaceExtendedLinearSRGB}) {
@@ -107,13 +109,13 @@ TEST(ImageTest, NumbersInALinearSpaceAreTakenAsTheyAre) {
     }
 }
 
-TEST(ImageTest, ColorIsEverywhereAndTheEmptyImageNowhere) {
+TEST(ImageTest, ColorImagesAreInfiniteAndTheEmptyImageIsEmpty) {
     EXPECT_TRUE(CGRectIsInfinite([[CIImage imageWithColor:[CIColor colorWithRed:1 green:0 blue:0]] extent]));
     EXPECT_TRUE(CGRectEqualToRect([[CIImage emptyImage] extent], CGRectZero));
     EXPECT_EQ(Floats([CIImage emptyImage], CGRectMake(0, 0, 1, 1)), std::vector<float>(4, 0.0f));
 }
 
-TEST(ImageTest, CroppingRoundsOutwardAndKeepsThePlace) {
+TEST(ImageTest, CroppingRoundsOutwardAndKeepsThePosition) {
     CIImage* image = ImageOfBytes(8, 8, VariedBytes(8, 8));
     CIImage* cropped = [image imageByCroppingToRect:CGRectMake((CGFloat)2.5, (CGFloat)3.5, 2, 10)];
     EXPECT_TRUE(CGRectEqualToRect([cropped extent], CGRectMake(2, 3, 3, 5)));
@@ -123,7 +125,7 @@ TEST(ImageTest, CroppingRoundsOutwardAndKeepsThePlace) {
     EXPECT_TRUE(CGRectEqualToRect([[image imageByCroppingToRect:CGRectNull] extent], CGRectZero));
 }
 
-TEST(ImageTest, AnObjectThatWasNeverMadeIsEmpty) {
+TEST(ImageTest, ImagesFromPlainInitAreEmpty) {
     CIImage* image = [[[CIImage alloc] init] autorelease];
     EXPECT_TRUE(CGRectEqualToRect([image extent], CGRectZero));
     EXPECT_EQ([image imageByCroppingToRect:CGRectInfinite], nil);

@@ -1,8 +1,9 @@
-// memory_test.mm - large images in little memory: a process of its own, which may have one gigabyte of addresses.
+// memory_test.mm - renders a large image in a process whose address space is limited to one gigabyte.
 //
-// The picture has 100 megapixels of bytes, and so has the result, together 763 MB. What is left has to do for the program, its
-// libraries and all that the engine holds while it renders: a picture of floats would be 1526 MB, so there is never one, nor a
-// tenth of one. The limit is one of addresses, which counts memory that is asked for even if it is not used.
+// The picture and the result have 100 megapixels of bytes each, together 763 MB. The rest has to suffice for the
+// program, its libraries and everything that the engine holds while it renders. A picture of floats would take 1526
+// MB, so the engine can never hold one, nor a fifth of one. The limit on addresses also counts memory that is
+// reserved but not used.
 
 #import <CoreImage/CoreImage.h>
 
@@ -12,15 +13,17 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 namespace {
 
 constexpr std::size_t kEdge = 10000;
 constexpr std::size_t kBytesPerRow = kEdge * 4;
-constexpr rlim_t kMostAddresses = rlim_t{1} << 30;
+constexpr rlim_t kAddressLimit = rlim_t{1} << 30;
 
-// Memory of a whole picture; null when there is none.
+// Returns memory for the whole picture; null when the limit is exceeded.
 std::uint8_t* MapPicture() {
     void* memory = mmap(nullptr, kEdge * kBytesPerRow, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     return memory == MAP_FAILED ? nullptr : static_cast<std::uint8_t*>(memory);
@@ -33,9 +36,9 @@ CIImage* Filtered(NSString* name, CIImage* image, NSString* key, double value) {
     return [filter outputImage];
 }
 
-// A gray that rises from left to right, brightened, blurred, made darker by a power, and inverted.
-TEST(MemoryTest, ChainOverAHundredMegapixelsRendersInOneGigabyteOfAddresses) {
-    const rlimit limit = {kMostAddresses, kMostAddresses};
+// Brightens, blurs, applies a power to, and darkens a gray ramp that rises from left to right.
+TEST(MemoryTest, ChainOfFiltersOnAHundredMegapixelsRendersInOneGigabyteOfAddresses) {
+    const rlimit limit = {kAddressLimit, kAddressLimit};
     ASSERT_EQ(setrlimit(RLIMIT_AS, &limit), 0);
     std::uint8_t* const picture = MapPicture();
     std::uint8_t* const result = MapPicture();
@@ -66,7 +69,7 @@ TEST(MemoryTest, ChainOverAHundredMegapixelsRendersInOneGigabyteOfAddresses) {
                                     colorSpace:space];
     CGColorSpaceRelease(space);
 
-    // Where the blur's reach ends within the picture, a ramp stays as it is.
+    // Away from the edges of the picture the blur leaves the ramp unchanged.
     for (const std::size_t y : {std::size_t{100}, kEdge / 2, kEdge - 100}) {
         for (const std::size_t x : {std::size_t{2025}, kEdge / 2 + 25, kEdge - 75}) {
             const double code = static_cast<double>(picture[4 * x]) / 255;

@@ -1,10 +1,13 @@
-// rendered_filters_test.mm - the filters that render, as their users set them: identities, extents, and known colors.
+// rendered_filters_test.mm - renders filters through CIFilter: identities, extents, and known colors.
 
 #include "rendering.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
 
 namespace {
 
@@ -26,7 +29,7 @@ TEST(GaussianBlurTest, ExtentGrowsByThreeRadiiRoundedUp) {
     EXPECT_TRUE(CGRectIsEmpty([Blurred([CIImage emptyImage], 10) extent]));
 }
 
-TEST(GaussianBlurTest, OpaqueEdgePassesThroughOneHalfAtTheBorder) {
+TEST(GaussianBlurTest, OpaqueEdgeIsOneHalfAtTheBorder) {
     CIImage* image =
         [[CIImage imageWithColor:[CIColor colorWithRed:1 green:1
                                                   blue:1]] imageByCroppingToRect:CGRectMake(0, 0, 400, 400)];
@@ -36,24 +39,24 @@ TEST(GaussianBlurTest, OpaqueEdgePassesThroughOneHalfAtTheBorder) {
     }
 }
 
-TEST(GaussianBlurTest, KeepsTheSumOfLight) {
+TEST(GaussianBlurTest, PreservesTheSumOfLight) {
     CIImage* image = ImageOfFloats(1, 1, {1, 2, 3, 1});
     for (double radius : {0.5, 3.0, 6.0, 25.0}) {
         CIImage* blurred = Blurred(image, radius);
         double sum = 0;
         const std::vector<float> pixels = Floats(blurred, [blurred extent]);
         for (std::size_t index = 2; index < pixels.size(); index += 4) sum += pixels[index];
-        // What lies beyond three sigma is cut off: 0.54 per cent in the two directions together.
+        // The kernel is cut off at three sigmas, which loses 0.54 percent in the two directions together.
         EXPECT_NEAR(sum, 3, 3 * 0.0056) << radius;
     }
 }
 
-TEST(ColorControlsTest, IdentityChangesNoBit) {
+TEST(ColorControlsTest, DefaultsChangeNoBit) {
     CIImage* image = ImageOfBytes(8, 8, VariedBytes(8, 8));
     EXPECT_EQ(Floats([FilterOn(@"CIColorControls", image) outputImage], [image extent]), Floats(image, [image extent]));
 }
 
-TEST(ColorControlsTest, NoSaturationLeavesLuminance) {
+TEST(ColorControlsTest, ZeroSaturationGivesLuminance) {
     CIFilter* filter = FilterOn(@"CIColorControls", ImageOfFloats(1, 1, {0.2f, 0.4f, 0.6f, 1}));
     [filter setValue:Number(0) forKey:kCIInputSaturationKey];
     const std::vector<float> pixel = Floats([filter outputImage], CGRectMake(0, 0, 1, 1));
@@ -63,14 +66,14 @@ TEST(ColorControlsTest, NoSaturationLeavesLuminance) {
     EXPECT_EQ(pixel[3], 1);
 }
 
-TEST(ColorControlsTest, TransparentPlacesStayTransparent) {
+TEST(ColorControlsTest, TransparentPixelsStayTransparent) {
     CIFilter* filter = FilterOn(@"CIColorControls", ImageOfFloats(1, 1, {0, 0, 0, 0}));
     [filter setValue:Number(1) forKey:kCIInputBrightnessKey];
     EXPECT_TRUE(CGRectEqualToRect([[filter outputImage] extent], CGRectMake(0, 0, 1, 1)));
     EXPECT_EQ(Floats([filter outputImage], CGRectMake(-1, 0, 2, 1)), std::vector<float>(8, 0.0f));
 }
 
-TEST(ColorControlsTest, NothingIsClipped) {
+TEST(ColorControlsTest, ResultsAreNotClipped) {
     CIFilter* filter = FilterOn(@"CIColorControls", ImageOfFloats(1, 1, {0.9f, 0.1f, 0.5f, 1}));
     [filter setValue:Number(4) forKey:kCIInputContrastKey];
     const std::vector<float> pixel = Floats([filter outputImage], CGRectMake(0, 0, 1, 1));
@@ -78,7 +81,7 @@ TEST(ColorControlsTest, NothingIsClipped) {
     EXPECT_NEAR(pixel[1], -1.1, 1e-6);
 }
 
-TEST(ConstantColorTest, ColorComesBackAsGiven) {
+TEST(ConstantColorTest, OpaqueColorIsRenderedExactly) {
     CIFilter* filter = [CIFilter filterWithName:@"CIConstantColorGenerator"];
     for (int code = 0; code < 256; ++code) {
         const auto component = [](int value) { return (CGFloat)(value / 255.0); };
@@ -95,14 +98,14 @@ TEST(ConstantColorTest, TranslucentColorIsPremultiplied) {
     EXPECT_EQ(Floats(image, CGRectMake(0, 0, 1, 1)), (std::vector<float>{0.5f, 0, 0, 0.5f}));
 }
 
-TEST(CropTest, DefaultCropsNothingAndGivesTheInput) {
+TEST(CropTest, DefaultRectangleCropsNothing) {
     CIImage* image = ImageOfBytes(8, 8, VariedBytes(8, 8));
     CIImage* cropped = [FilterOn(@"CICrop", image) outputImage];
     EXPECT_TRUE(CGRectEqualToRect([cropped extent], [image extent]));
     EXPECT_EQ(Bytes(cropped, [image extent]), Bytes(image, [image extent]));
 }
 
-TEST(CropTest, MakesAnEndlessImageFinite) {
+TEST(CropTest, MakesAnInfiniteImageFinite) {
     CIFilter* filter = FilterOn(@"CICrop", [CIImage imageWithColor:[CIColor colorWithRed:1 green:1 blue:1]]);
     EXPECT_TRUE(CGRectIsInfinite([[filter outputImage] extent]));
     [filter setValue:[CIVector vectorWithX:-2 Y:3 Z:1 W:1] forKey:@"inputRectangle"];

@@ -1,32 +1,36 @@
-// rendering.h - images out of a few numbers and numbers out of images, and the exceptions that things raise.
+// rendering.h - helpers that make images from numbers, render images to numbers, and catch exceptions.
+//
+// Lifetime: Objective-C objects are returned autoreleased.
+// Failure:  an image or filter that cannot be made is nil.
 
 #pragma once
 
 #import <CoreImage/CoreImage.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
 
-// An image of linear, premultiplied floats, four a pixel, the topmost row first.
+// Returns an image of linear, premultiplied RGBA floats, top row first.
 CIImage* ImageOfFloats(std::size_t width, std::size_t height, const std::vector<float>& pixels);
 
-// An image of straight sRGB bytes.
+// Returns an image of sRGB RGBA bytes with straight alpha, top row first.
 CIImage* ImageOfBytes(std::size_t width, std::size_t height, const std::vector<std::uint8_t>& pixels);
 
-// Pixels that are all different, some translucent: as bytes, straight.
+// Returns pseudo-random RGBA bytes with straight alpha; every other pixel is opaque.
 std::vector<std::uint8_t> VariedBytes(std::size_t width, std::size_t height);
 
-// What a rectangle renders to: linear floats, or premultiplied sRGB bytes.
+// Render a rectangle of an image to linear floats, or to premultiplied sRGB bytes.
 std::vector<float> Floats(CIImage* image, CGRect rect);
 std::vector<std::uint8_t> Bytes(CIImage* image, CGRect rect);
 
-// A filter with an input image, which may be nil.
+// Returns a new filter with its input image set, which may be nil.
 CIFilter* FilterOn(NSString* name, CIImage* image);
 
-// What an action raises, autoreleased; nil when it raises nothing.
+// Runs an action and returns the exception that it raises; nil when it raises none.
 NSException* RaisedBy(const std::function<void()>& action);
 
-// The UTF-8 text of a string.
+// Returns a string as UTF-8; empty for nil.
 std::string Text(NSString* string);

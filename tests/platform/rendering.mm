@@ -1,4 +1,4 @@
-// rendering.mm - the helpers of rendering.h.
+// rendering.mm - makes bitmaps and contexts with the public interfaces of the platform libraries.
 
 #include "rendering.h"
 

@@ -1,12 +1,14 @@
-// value_classes_test.mm - vectors and colors.
+// value_classes_test.mm - tests CIVector and CIColor.
 
 #include "rendering.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+
 namespace {
 
-TEST(VectorTest, ValuesBeyondTheLastAreZero) {
+TEST(VectorTest, IndexesBeyondTheEndReadZero) {
     CIVector* vector = [CIVector vectorWithX:3 Y:4];
     EXPECT_EQ([vector count], 2u);
     EXPECT_EQ([vector X], 3);
@@ -17,7 +19,7 @@ TEST(VectorTest, ValuesBeyondTheLastAreZero) {
     EXPECT_EQ([vector valueAtIndex:SIZE_MAX], 0);
 }
 
-TEST(VectorTest, HoldsAsManyValuesAsGiven) {
+TEST(VectorTest, CopiesAnyNumberOfValues) {
     CGFloat values[49];
     for (int index = 0; index < 49; ++index) values[index] = (CGFloat)index;
     CIVector* vector = [CIVector vectorWithValues:values count:49];
@@ -27,14 +29,14 @@ TEST(VectorTest, HoldsAsManyValuesAsGiven) {
     EXPECT_EQ([CIVector vectorWithValues:values count:0], nil);
 }
 
-TEST(VectorTest, StandsForPointsAndRectangles) {
+TEST(VectorTest, ConvertsToPointsAndRectangles) {
     const CGRect rect = [[CIVector vectorWithCGRect:CGRectMake(1, 2, 3, 4)] CGRectValue];
     EXPECT_TRUE(CGRectEqualToRect(rect, CGRectMake(1, 2, 3, 4)));
     EXPECT_TRUE(CGPointEqualToPoint([[CIVector vectorWithCGPoint:CGPointMake(5, 6)] CGPointValue], CGPointMake(5, 6)));
     EXPECT_TRUE(CGRectIsInfinite([[CIVector vectorWithCGRect:CGRectInfinite] CGRectValue]));
 }
 
-TEST(VectorTest, IsWrittenInBracketsAndEqualByValue) {
+TEST(VectorTest, StringIsInBracketsAndEqualityIsByValue) {
     CIVector* vector = [CIVector vectorWithX:1 Y:0.5 Z:-2];
     EXPECT_EQ(Text([vector stringRepresentation]), "[1 0.5 -2]");
     EXPECT_TRUE([vector isEqual:[CIVector vectorWithX:1 Y:0.5 Z:-2]]);
@@ -43,7 +45,7 @@ TEST(VectorTest, IsWrittenInBracketsAndEqualByValue) {
     EXPECT_FALSE([vector isEqual:@"[1 0.5 -2]"]);
 }
 
-TEST(ColorTest, HasFourComponentsAndIsOpaqueUnlessTold) {
+TEST(ColorTest, HasFourComponentsAndIsOpaqueByDefault) {
     CIColor* color = [CIColor colorWithRed:0.25 green:0.5 blue:2];
     EXPECT_EQ([color numberOfComponents], 4u);
     EXPECT_EQ([color components][0], (CGFloat)0.25);
@@ -54,7 +56,7 @@ TEST(ColorTest, HasFourComponentsAndIsOpaqueUnlessTold) {
     EXPECT_EQ([[CIColor colorWithRed:0 green:0 blue:0 alpha:0.5] alpha], (CGFloat)0.5);
 }
 
-TEST(ColorTest, IsWrittenAndReadAsNumbers) {
+TEST(ColorTest, ConvertsToAndFromAString) {
     CIColor* color = [CIColor colorWithRed:1 green:0.5 blue:0 alpha:0.25];
     EXPECT_EQ(Text([color stringRepresentation]), "1 0.5 0 0.25");
     EXPECT_TRUE([[CIColor colorWithString:@"1 0.5 0 0.25"] isEqual:color]);

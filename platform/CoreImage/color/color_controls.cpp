@@ -12,11 +12,11 @@
 namespace core_image {
 
 ImageRef ColorControls(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
+    ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;
-    const double saturation = inputs.number("inputSaturation");
-    const double contrast = inputs.number("inputContrast");
-    const double brightness = inputs.number("inputBrightness");
+    const double saturation = inputs.GetNumber("inputSaturation");
+    const double contrast = inputs.GetNumber("inputContrast");
+    const double brightness = inputs.GetNumber("inputBrightness");
     if (saturation == 1 && contrast == 1 && brightness == 0) return input;
 
     ColorMatrix::Columns columns{};

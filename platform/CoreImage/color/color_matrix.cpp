@@ -31,11 +31,11 @@ namespace core_image {
 
 HWY_EXPORT(MultiplyRun);
 
-void ColorMatrix::apply(float* blocks, std::size_t count) const {
+void ColorMatrix::ApplyToRun(float* blocks, std::size_t count) const {
     HWY_DYNAMIC_DISPATCH(MultiplyRun)(columns_, blocks, count);
 }
 
-std::unique_ptr<const PointFunction> ColorMatrix::after(const PointFunction& first) const {
+std::unique_ptr<const PointFunction> ColorMatrix::After(const PointFunction& first) const {
     const auto* other = dynamic_cast<const ColorMatrix*>(&first);
     if (other == nullptr) return nullptr;
     constexpr double kLarge = 1e6;

@@ -18,10 +18,10 @@ class ColorMatrix : public PointFunction {
 
     explicit ColorMatrix(const Columns& columns) : columns_(columns) {}
 
-    void apply(float* blocks, std::size_t count) const override;
+    void ApplyToRun(float* blocks, std::size_t count) const override;
 
     // The product with another matrix, unless numbers may grow so large that they are limited between the two.
-    std::unique_ptr<const PointFunction> after(const PointFunction& first) const override;
+    std::unique_ptr<const PointFunction> After(const PointFunction& first) const override;
 
   private:
     Columns columns_;

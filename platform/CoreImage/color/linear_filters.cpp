@@ -25,8 +25,8 @@ MatrixFormula ReadMatrix(const Inputs& inputs) {
     MatrixFormula formula;
     for (std::size_t row = 0; row < 4; ++row) {
         for (std::size_t column = 0; column < 4; ++column)
-            formula.rows[row][column] = static_cast<float>(inputs.element(kKeys[row], column));
-        formula.bias[row] = static_cast<float>(inputs.element("inputBiasVector", row));
+            formula.rows[row][column] = static_cast<float>(inputs.GetElement(kKeys[row], column));
+        formula.bias[row] = static_cast<float>(inputs.GetElement("inputBiasVector", row));
     }
     return formula;
 }
@@ -54,8 +54,8 @@ ColorMatrix::Columns ColumnsOf(const MatrixFormula& formula) {
 }  // namespace
 
 ImageRef ExposureAdjust(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
-    const double stops = inputs.number("inputEV");
+    ImageRef input = inputs.GetImage("inputImage");
+    const double stops = inputs.GetNumber("inputEV");
     if (input == nullptr || stops == 0) return input;
     ColorMatrix::Columns columns = kIdentity;
     for (std::size_t channel = 0; channel < 3; ++channel) columns[channel][channel] = FiniteFloat(std::exp2(stops));
@@ -63,13 +63,13 @@ ImageRef ExposureAdjust(const Inputs& inputs) {
 }
 
 ImageRef ColorInvert(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
+    ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;
     return MakeMatrixImage(std::move(input), {{{-1, 0, 0, 0}, {0, -1, 0, 0}, {0, 0, -1, 0}, {1, 1, 1, 1}}});
 }
 
 ImageRef ColorMatrixFilter(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
+    ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;
     const MatrixFormula formula = ReadMatrix(inputs);
     if (!KeepsAlphaApart(formula)) {
@@ -81,9 +81,9 @@ ImageRef ColorMatrixFilter(const Inputs& inputs) {
 }
 
 ImageRef FalseColor(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
+    ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;
-    const Pixel dark = inputs.color("inputColor0"), light = inputs.color("inputColor1");
+    const Pixel dark = inputs.GetColor("inputColor0"), light = inputs.GetColor("inputColor1");
     const float from[] = {dark.red, dark.green, dark.blue, dark.alpha};
     const float to[] = {light.red, light.green, light.blue, light.alpha};
     ColorMatrix::Columns columns{};

@@ -17,7 +17,7 @@ class BlendFunction : public CombiningFunction {
   public:
     explicit BlendFunction(Blend blend) : blend_(blend) {}
 
-    void apply(float* pixels, const float* const* others, std::size_t count) const override {
+    void ApplyToRun(float* pixels, const float* const* others, std::size_t count) const override {
         blend_(pixels, others, count);
     }
 
@@ -26,21 +26,21 @@ class BlendFunction : public CombiningFunction {
 };
 
 ImageRef Compose(const Inputs& inputs, Blend blend) {
-    ImageRef source = inputs.image("inputImage"), background = inputs.image("inputBackgroundImage");
+    ImageRef source = inputs.GetImage("inputImage"), background = inputs.GetImage("inputBackgroundImage");
     if (source == nullptr) return background;
     if (background == nullptr) return source;
-    const Extent extent = source->extent().unionWith(background->extent());
+    const Extent extent = source->GetExtent().UnionWith(background->GetExtent());
     return MakeCombinedImage({std::move(background), std::move(source)}, std::make_unique<BlendFunction>(blend),
                              extent);
 }
 
 ImageRef ComposeUnderMask(const Inputs& inputs, Blend blend) {
-    ImageRef source = inputs.image("inputImage"), background = inputs.image("inputBackgroundImage");
-    ImageRef mask = inputs.image("inputMaskImage");
+    ImageRef source = inputs.GetImage("inputImage"), background = inputs.GetImage("inputBackgroundImage");
+    ImageRef mask = inputs.GetImage("inputMaskImage");
     if (source == nullptr || mask == nullptr) return background;
-    const Extent shown = source->extent().intersection(mask->extent());
+    const Extent shown = source->GetExtent().Intersection(mask->GetExtent());
     if (background == nullptr) background = MakeCroppedImage(source, Extent{});
-    const Extent extent = background->extent().unionWith(shown);
+    const Extent extent = background->GetExtent().UnionWith(shown);
     return MakeCombinedImage({std::move(background), std::move(source), std::move(mask)},
                              std::make_unique<BlendFunction>(blend), extent);
 }

@@ -9,8 +9,8 @@
 #include "core/color_matching.h"
 #include "core/renderer.h"
 #include "generator/generator.h"
-#include "sampling/affine.h"
 #include "geometry/geometry.h"
+#include "sampling/affine.h"
 
 namespace core_image {
 namespace {
@@ -24,7 +24,7 @@ ImageHandle* Handle(Make&& make) noexcept {
     try {
         ImageRef image = make();
         if (image == nullptr) return nullptr;
-        if (image->depth().levels > kDeepestImage || image->depth().images > kMostImages) return nullptr;
+        if (image->GetDepth().levels > kDeepestImage || image->GetDepth().images > kMostImages) return nullptr;
         return new ImageRef(std::move(image));
     } catch (const std::exception&) {
         return nullptr;
@@ -38,9 +38,9 @@ ImageHandle* MakeBitmap(const BitmapSource& source, const Profile& profile, Pixe
         // The owner is released even when making its shared pointer fails.
         std::shared_ptr<const void> shared(owner.object, owner.release);
         if (profile.bytes == nullptr) return MakeBitmapImage(source, std::move(shared));
-        Coding coding = CodingOfProfile(profile, MatchingDirection::toLight);
+        Coding coding = CodingOfProfile(profile, MatchingDirection::kToLight);
         BitmapSource coded = source;
-        coded.transfer = coding.conversion == nullptr ? coding.transfer : Transfer::linear;
+        coded.transfer = coding.conversion == nullptr ? coding.transfer : Transfer::kLinear;
         ImageRef image = MakeBitmapImage(coded, std::move(shared));
         if (coding.conversion == nullptr) return image;
         return MakeMatchedImage(std::move(image), std::move(coding.conversion));
@@ -65,7 +65,7 @@ ImageHandle* MakeOutput(FilterFunction function, const InputValue* values, std::
 
 void DisposeImage(ImageHandle* image) noexcept { delete image; }
 
-Extent ExtentOfImage(ImageHandle* image) noexcept { return (*image)->extent(); }
+Extent ExtentOfImage(ImageHandle* image) noexcept { return (*image)->GetExtent(); }
 
 bool RenderImage(ImageHandle* image, const Region& region, const BitmapDestination& destination,
                  const Output& output) noexcept {
@@ -76,10 +76,10 @@ bool RenderImage(ImageHandle* image, const Region& region, const BitmapDestinati
         std::optional<WithoutMatching> off;
         if (!output.isMatching) {
             off.emplace();
-            coded.transfer = Transfer::linear;
+            coded.transfer = Transfer::kLinear;
         } else if (output.profile.bytes != nullptr) {
-            Coding coding = CodingOfProfile(output.profile, MatchingDirection::fromLight);
-            coded.transfer = coding.conversion == nullptr ? coding.transfer : Transfer::linear;
+            Coding coding = CodingOfProfile(output.profile, MatchingDirection::kFromLight);
+            coded.transfer = coding.conversion == nullptr ? coding.transfer : Transfer::kLinear;
             if (coding.conversion != nullptr) shown = MakeConvertedImage(shown, std::move(coding.conversion));
         }
         Render(shown, region, coded);
@@ -90,7 +90,7 @@ bool RenderImage(ImageHandle* image, const Region& region, const BitmapDestinati
 }
 
 bool RegionOfExtent(const Extent& extent, Region* region) noexcept {
-    if (extent.isEmpty()) return false;
+    if (extent.IsEmpty()) return false;
     for (double edge : {extent.left, extent.bottom, extent.right, extent.top}) {
         if (!(std::abs(edge) < kFarthestPixel)) return false;
     }

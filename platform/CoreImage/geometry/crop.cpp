@@ -9,13 +9,13 @@ namespace {
 
 class CroppedImage : public Image {
   public:
-    CroppedImage(ImageRef input, const Extent& extent) : Image(extent, input->depth()), input_(std::move(input)) {}
+    CroppedImage(ImageRef input, const Extent& extent) : Image(extent, input->GetDepth()), input_(std::move(input)) {}
 
-    std::unique_ptr<const Stage> prepare(const Region& region) const override { return input_->prepare(region); }
+    std::unique_ptr<const Stage> MakeStage(const Region& region) const override { return input_->MakeStage(region); }
 
-    ImageRef encoded() const override {
-        ImageRef input = input_->encoded();
-        return input == nullptr ? nullptr : std::make_shared<CroppedImage>(std::move(input), extent());
+    ImageRef Encoded() const override {
+        ImageRef input = input_->Encoded();
+        return input == nullptr ? nullptr : std::make_shared<CroppedImage>(std::move(input), GetExtent());
     }
 
   private:
@@ -25,14 +25,14 @@ class CroppedImage : public Image {
 }  // namespace
 
 ImageRef MakeCroppedImage(ImageRef input, const Extent& extent) {
-    const Extent shared = input->extent().intersection(extent);
-    if (shared == input->extent()) return input;
+    const Extent shared = input->GetExtent().Intersection(extent);
+    if (shared == input->GetExtent()) return input;
     return std::make_shared<CroppedImage>(std::move(input), shared);
 }
 
 ImageRef Crop(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
-    return input == nullptr ? nullptr : MakeCroppedImage(std::move(input), inputs.rectangle("inputRectangle"));
+    ImageRef input = inputs.GetImage("inputImage");
+    return input == nullptr ? nullptr : MakeCroppedImage(std::move(input), inputs.GetRectangle("inputRectangle"));
 }
 
 }  // namespace core_image

@@ -75,8 +75,8 @@ DotContrast ContrastOf(const Inputs& inputs) {
 }
 
 DotGrid GridOf(const Inputs& inputs, double width, double angle, double shift) {
-    return {inputs.element("inputCenter", 0), inputs.element("inputCenter", 1), inputs.number("inputAngle") + angle,
-            width, shift};
+    return {inputs.GetElement("inputCenter", 0), inputs.GetElement("inputCenter", 1),
+            inputs.GetNumber("inputAngle") + angle, width, shift};
 }
 
 class DotScreenRows : public ScreenRows {
@@ -84,8 +84,8 @@ class DotScreenRows : public ScreenRows {
     DotScreenRows(const Region& region, const DotGrid& grid, const DotContrast& contrast)
         : dots_(region, grid), contrast_(contrast) {}
 
-    void apply(const Run& run, float* blocks) const override {
-        HWY_DYNAMIC_DISPATCH(DotScreenRow)(dots_.row(run), contrast_, blocks, run.count);
+    void ApplyToRun(const Run& run, float* blocks) const override {
+        HWY_DYNAMIC_DISPATCH(DotScreenRow)(dots_.Row(run), contrast_, blocks, run.count);
     }
 
   private:
@@ -98,7 +98,7 @@ class LightDots : public Screen {
     explicit LightDots(const Inputs& inputs)
         : grid_(GridOf(inputs, WidthOf(inputs), 0, 0)), contrast_(ContrastOf(inputs)) {}
 
-    std::unique_ptr<const ScreenRows> prepare(const Region& region) const override {
+    std::unique_ptr<const ScreenRows> MakeRows(const Region& region) const override {
         return std::make_unique<DotScreenRows>(region, grid_, contrast_);
     }
 
@@ -117,8 +117,8 @@ class InkRows : public ScreenRows {
           contrast_(contrast),
           black_(black) {}
 
-    void apply(const Run& run, float* blocks) const override {
-        const DotRow rows[] = {inks_[0].row(run), inks_[1].row(run), inks_[2].row(run), inks_[3].row(run)};
+    void ApplyToRun(const Run& run, float* blocks) const override {
+        const DotRow rows[] = {inks_[0].Row(run), inks_[1].Row(run), inks_[2].Row(run), inks_[3].Row(run)};
         HWY_DYNAMIC_DISPATCH(HalftoneRow)(rows, contrast_, black_, blocks, run.count);
     }
 
@@ -131,9 +131,9 @@ class InkRows : public ScreenRows {
 class InkDots : public Screen {
   public:
     explicit InkDots(const Inputs& inputs) : contrast_(ContrastOf(inputs)) {
-        const double width = std::max(1.0, std::abs(inputs.number("inputWidth")));
+        const double width = std::max(1.0, std::abs(inputs.GetNumber("inputWidth")));
         const auto share = [&](const char* key) {
-            return static_cast<float>(std::clamp(inputs.number(key), 0.0, 1.0));
+            return static_cast<float>(std::clamp(inputs.GetNumber(key), 0.0, 1.0));
         };
         black_ = {share("inputGCR"), share("inputUCR")};
         // A quarter of a period back from where the sine is 0 it is least: a dot of ink is on the center.
@@ -143,7 +143,7 @@ class InkDots : public Screen {
             grids_[ink] = GridOf(inputs, width, degrees[ink] * kDegree, kOnCenter);
     }
 
-    std::unique_ptr<const ScreenRows> prepare(const Region& region) const override {
+    std::unique_ptr<const ScreenRows> MakeRows(const Region& region) const override {
         return std::make_unique<InkRows>(region, grids_, contrast_, black_);
     }
 
@@ -156,13 +156,13 @@ class InkDots : public Screen {
 }  // namespace
 
 ImageRef DotScreen(const Inputs& inputs) {
-    return MakeScreenImage(inputs.image("inputImage"), std::make_unique<LightDots>(inputs));
+    return MakeScreenImage(inputs.GetImage("inputImage"), std::make_unique<LightDots>(inputs));
 }
 
 // The screens have the angles of process printing, 15, 75, 0 and 45 degrees from inputAngle, and the law of the dot screen: one
 // that grows from nothing to all of the paper, so that white paper stays white.
 ImageRef CMYKHalftone(const Inputs& inputs) {
-    return MakeScreenImage(inputs.image("inputImage"), std::make_unique<InkDots>(inputs));
+    return MakeScreenImage(inputs.GetImage("inputImage"), std::make_unique<InkDots>(inputs));
 }
 
 }  // namespace core_image

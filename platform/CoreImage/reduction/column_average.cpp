@@ -15,10 +15,10 @@ struct Columns {
     explicit Columns(const Region& region)
         : left(region.x), sums(static_cast<std::size_t>(region.width) * kFloatsPerPixel) {}
 
-    void add(const float* pixels, std::size_t count, std::int64_t x, std::int64_t) {
+    void Add(const float* pixels, std::size_t count, std::int64_t x, std::int64_t) {
         AddRow(pixels, count * kFloatsPerPixel, &sums[static_cast<std::size_t>(x - left) * kFloatsPerPixel]);
     }
-    void merge(const Columns& above) {
+    void Merge(const Columns& above) {
         for (std::size_t index = 0; index < sums.size(); ++index) sums[index] += above.sums[index];
     }
 };
@@ -38,7 +38,7 @@ void AverageColumns(const ImageRef& input, const Region& region, float* pixels) 
 }  // namespace
 
 ImageRef ColumnAverage(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
+    ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;
     const Region region = ReducedRegion(input, inputs);
     const std::int64_t width = region.width;

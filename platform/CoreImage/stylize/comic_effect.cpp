@@ -9,8 +9,8 @@
 #include "color/cube_kernels.h"
 #include "color/formulas.h"
 #include "core/point.h"
-#include "sampling/repeat.h"
 #include "halftone/halftone.h"
+#include "sampling/repeat.h"
 #include "stylize/stylize.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -63,7 +63,7 @@ constexpr double kDotSharpness = 0.7;
 // Colors in few steps of what is stored, which are even to the eye.
 class FewColors : public PointFunction {
   public:
-    void apply(float* pixels, std::size_t count) const override {
+    void ApplyToRun(float* pixels, std::size_t count) const override {
         EncodeClipped(pixels, count);
         Apply(PosterizeFormula{kSteps}, pixels, count);
         DecodeClipped(pixels, count);
@@ -72,14 +72,14 @@ class FewColors : public PointFunction {
 
 class SmoothColors : public CombiningFunction {
   public:
-    void apply(float* pixels, const float* const* others, std::size_t count) const override {
+    void ApplyToRun(float* pixels, const float* const* others, std::size_t count) const override {
         HWY_DYNAMIC_DISPATCH(SmoothRow)(pixels, others, count);
     }
 };
 
 class Comic : public CombiningFunction {
   public:
-    void apply(float* pixels, const float* const* others, std::size_t count) const override {
+    void ApplyToRun(float* pixels, const float* const* others, std::size_t count) const override {
         HWY_DYNAMIC_DISPATCH(ComicRow)(pixels, others, count);
     }
 };
@@ -103,9 +103,9 @@ InputValue Given(const char* key, const ImageRef& image) {
 // Black replaces all of the gray of the other inks: the picture stays bright and its dots colorful. Edges are found as in the
 // woodcut, whose lines are black on one side only and leave even areas alone.
 ImageRef ComicEffect(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
-    if (input == nullptr || input->extent().isEmpty()) return input;
-    const Extent extent = input->extent();
+    ImageRef input = inputs.GetImage("inputImage");
+    if (input == nullptr || input->GetExtent().IsEmpty()) return input;
+    const Extent extent = input->GetExtent();
     ImageRef blurred = MakeGaussianBlurImage(MakeClampedImage(input), kSmoothing);
     const ImageRef smooth =
         MakeCombinedImage({std::move(input), std::move(blurred)}, std::make_unique<SmoothColors>(), extent);

@@ -55,8 +55,8 @@ class GlowFunction : public CombiningFunction {
   public:
     GlowFunction(Glow glow, float intensity) : glow_(glow), intensity_(intensity) {}
 
-    void apply(float* pixels, const float* const* others, std::size_t count) const override {
-        if (glow_ == Glow::light) {
+    void ApplyToRun(float* pixels, const float* const* others, std::size_t count) const override {
+        if (glow_ == Glow::kLight) {
             HWY_DYNAMIC_DISPATCH(BloomRow)(pixels, others, count, intensity_);
         } else {
             HWY_DYNAMIC_DISPATCH(GloomRow)(pixels, others, count, intensity_);
@@ -69,23 +69,23 @@ class GlowFunction : public CombiningFunction {
 };
 
 ImageRef GlowOf(const Inputs& inputs, Glow glow) {
-    ImageRef input = inputs.image("inputImage");
-    const double intensity = inputs.number("inputIntensity");
+    ImageRef input = inputs.GetImage("inputImage");
+    const double intensity = inputs.GetNumber("inputIntensity");
     if (input == nullptr || intensity == 0) return input;
-    ImageRef blurred = MakeGaussianBlurImage(input, inputs.number("inputRadius"));
+    ImageRef blurred = MakeGaussianBlurImage(input, inputs.GetNumber("inputRadius"));
     return blurred == input ? input : MakeGlowImage(std::move(input), std::move(blurred), glow, intensity);
 }
 
 }  // namespace
 
 ImageRef MakeGlowImage(ImageRef input, ImageRef blurred, Glow glow, double intensity) {
-    const Extent extent = blurred->extent();
+    const Extent extent = blurred->GetExtent();
     return MakeCombinedImage({std::move(input), std::move(blurred)},
                              std::make_unique<GlowFunction>(glow, FiniteFloat(intensity)), extent);
 }
 
-ImageRef Bloom(const Inputs& inputs) { return GlowOf(inputs, Glow::light); }
-ImageRef Gloom(const Inputs& inputs) { return GlowOf(inputs, Glow::darkness); }
+ImageRef Bloom(const Inputs& inputs) { return GlowOf(inputs, Glow::kLight); }
+ImageRef Gloom(const Inputs& inputs) { return GlowOf(inputs, Glow::kDarkness); }
 
 }  // namespace core_image
 #endif

@@ -7,7 +7,7 @@
 namespace core_image {
 
 // What spreads in a glow.
-enum class Glow { light, darkness };
+enum class Glow { kLight, kDarkness };
 
 // An image that moves towards a blurred copy of itself, by an intensity, in every channel where that is more (light) or less
 // (darkness). Its extent is the blurred one's.

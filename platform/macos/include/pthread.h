@@ -1,4 +1,4 @@
-// pthread.h - which thread this is.
+// pthread.h - the identity of the current thread.
 
 #pragma once
 

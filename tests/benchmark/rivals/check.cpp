@@ -1,4 +1,4 @@
-// check.cpp - compares two results number by number.
+// check.cpp - compares two results component by component.
 
 #include "check.h"
 
@@ -13,9 +13,9 @@ namespace {
 
 constexpr std::size_t kMargin = 64;
 constexpr double kTolerance = 0.004;
-constexpr double kOutliers = 0.01;
+constexpr double kMaxOutlierShare = 0.01;
 
-// Counts the colors of two results that are further apart than a tolerance, which is a share of the largest of ours.
+// Describes how two results differ; empty when they match. The tolerance is relative to the largest component of ours.
 template <typename Number>
 std::string Compare(const Number* ours, const Number* theirs, std::size_t count, double tolerance) {
     const bool isLarge = count == kWidth * kHeight * kChannels;
@@ -33,13 +33,13 @@ std::string Compare(const Number* ours, const Number* theirs, std::size_t count,
             if (index % kChannels == 3) continue;
             const double apart = std::abs(static_cast<double>(ours[index]) - static_cast<double>(theirs[index]));
             ++compared;
-            // Also counts what is no number.
+            // Written as !(apart <= ...) so that NaN counts as an outlier.
             if (!(apart <= tolerance * largest)) ++outliers;
             farthest = std::max(farthest, apart);
         }
     }
-    if (static_cast<double>(outliers) <= kOutliers * static_cast<double>(compared)) return "";
-    return std::to_string(outliers) + " of " + std::to_string(compared) + " numbers differ, by up to " +
+    if (static_cast<double>(outliers) <= kMaxOutlierShare * static_cast<double>(compared)) return "";
+    return std::to_string(outliers) + " of " + std::to_string(compared) + " components differ, by up to " +
            std::to_string(farthest);
 }
 

@@ -1,4 +1,6 @@
-// check.h - whether two results are the same picture, but for rounding.
+// check.h - checks that a rival renders the same picture as the engine, apart from rounding.
+//
+// Threads: any; nothing is shared.
 
 #pragma once
 
@@ -7,12 +9,13 @@
 
 namespace benchmarks {
 
-// What is wrong with a rival's result beside the engine's; empty when nothing is.
+// Describes how a rival's result differs from the engine's; empty when they match.
 //
-// Colors are compared, not alpha, which some libraries do not know. All but one in a hundred must be within 4 thousandths of
-// the largest, or one level of bytes. Why not all: a step, as that of posterizing, turns a rounding into a whole level, and the
-// engine's blurred rim turns up within a turned picture. The outer 64 pixels of a large picture are not compared, where each
-// library has its own idea of what lies beyond.
-std::string DifferenceOf(const std::string& operation, const void* ours, const void* theirs, std::size_t bytes);
+// Compares red, green and blue, but not alpha, which some libraries ignore. 99 percent of the components must be within
+// 0.4 percent of the largest component; bytes must be within one level. The rest may differ: posterizing turns a
+// rounding error into a whole level, and a rotation moves the engine's blurred rim into the picture. The outer 64
+// pixels of a large picture are not compared, because libraries differ in how they extend a picture beyond its edges.
+[[nodiscard]] std::string DifferenceOf(const std::string& operation, const void* ours, const void* theirs,
+                                       std::size_t bytes);
 
 }  // namespace benchmarks

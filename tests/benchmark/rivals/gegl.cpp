@@ -1,6 +1,9 @@
-// gegl.cpp - GEGL, for the blurs and two pointwise operations; buffers over the memory of the pictures.
+// gegl.cpp - GEGL: the blurs and two pointwise operations. Its buffers use the memory of the pictures directly.
 
 #include <gegl.h>
+
+#include <functional>
+#include <vector>
 
 #include "../parameters.h"
 #include "rivals.h"
@@ -10,14 +13,14 @@ namespace {
 
 using Function = std::function<void(void*)>;
 
-// A buffer over floats in memory, which stay the caller's.
+// Returns a buffer over floats in memory, which the caller still owns.
 GeglBuffer* BufferOver(const void* pixels) {
     const GeglRectangle whole = {0, 0, static_cast<int>(kWidth), static_cast<int>(kHeight)};
     return gegl_buffer_linear_new_from_data(const_cast<void*>(pixels), babl_format("RaGaBaA float"), &whole,
                                             static_cast<int>(kWidth * kChannels * sizeof(float)), nullptr, nullptr);
 }
 
-// A graph of one operation, which a function adds to a graph behind its source.
+// Adds the node of an operation to a graph and returns it; the caller links it to the source.
 using Operation = std::function<GeglNode*(GeglNode* graph)>;
 
 Function Rendered(const Operation& operation) {

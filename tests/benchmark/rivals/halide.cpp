@@ -1,11 +1,17 @@
-// halide.cpp - Halide: what a good compiler makes of each operation, with schedules of its kind: vectorized, on all threads, fused.
+// halide.cpp - Halide: each operation as a good compiler builds it, with schedules that vectorize, fuse and use all
+// threads.
 //
-// A picture is seen in one of two ways: as rows of floats, where all channels are treated alike, or as columns, rows and channels.
-// Pipelines are compiled when they are first needed, before anything is timed.
+// A picture is viewed either as rows of floats, where all channels are treated alike, or as columns, rows and channels.
+// Pipelines are compiled when they are first needed, before they are timed.
 
 #include <Halide.h>
 
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <memory>
+#include <vector>
 
 #include "../parameters.h"
 #include "rivals.h"
@@ -22,25 +28,25 @@ using Function = std::function<void(void*)>;
 
 constexpr int kPerPixel = static_cast<int>(kChannels);
 constexpr int kLanes = 16;
-constexpr int kTasksRows = 16;  // rows of a task, where a row needs no other
+constexpr int kRowsPerTask = 16;  // for operations in which rows are independent
 
 Var i("i"), x("x"), y("y"), c("c"), yo("yo"), yi("yi"), xo("xo"), xi("xi");
 
 Expr F(double value) { return Expr(static_cast<float>(value)); }
 
-// A picture as rows of floats.
+// Returns a picture as rows of floats.
 Buffer<float> Flat(const Picture& picture) {
     return Buffer<float>(const_cast<float*>(picture.pixels.data()), static_cast<int>(picture.width * kChannels),
                          static_cast<int>(picture.height));
 }
 
-// A picture as columns, rows and channels, the channels side by side in memory.
+// Returns a picture as columns, rows and channels; the channels of a pixel are adjacent in memory.
 Buffer<float> Colors(const Picture& picture) {
     return Buffer<float>::make_interleaved(const_cast<float*>(picture.pixels.data()), static_cast<int>(picture.width),
                                            static_cast<int>(picture.height), kChannels);
 }
 
-// Compiles a pipeline whose result is like a buffer, and answers what runs it.
+// Compiles a pipeline whose result has the shape of a buffer; returns the function that runs it.
 template <typename Number>
 Function Compiled(Func result, const Buffer<Number>& like) {
     result.compile_jit();
@@ -54,33 +60,33 @@ Function Compiled(Func result, const Buffer<Number>& like) {
 
 bool IsLarge(const Picture& picture) { return picture.width == kWidth; }
 
-// An operation on rows of floats.
+// Applies an operation to each float of a picture.
 Function Floats(const Picture& picture, const std::function<Expr(Expr)>& operation) {
     Func result;
     result(i, y) = operation(Flat(picture)(i, y));
     result.vectorize(i, kLanes);
-    if (IsLarge(picture)) result.split(y, yo, yi, kTasksRows).parallel(yo);
+    if (IsLarge(picture)) result.split(y, yo, yi, kRowsPerTask).parallel(yo);
     return Compiled(result, Flat(picture));
 }
 
-// The same of both pictures.
+// Applies an operation to each pair of floats of both pictures.
 Function Both(const std::function<Expr(Expr, Expr)>& operation) {
     Func result;
     result(i, y) = operation(Flat(First())(i, y), Flat(Second())(i, y));
-    result.vectorize(i, kLanes).split(y, yo, yi, kTasksRows).parallel(yo);
+    result.vectorize(i, kLanes).split(y, yo, yi, kRowsPerTask).parallel(yo);
     return Compiled(result, Flat(First()));
 }
 
-// Lays out and schedules a result of columns, rows and channels that needs no neighbors.
+// Sets the layout and schedule of a result of columns, rows and channels that uses no neighboring pixels.
 template <typename Number>
 Function PixelByPixel(Func result, const Buffer<Number>& like) {
     result.output_buffer().dim(0).set_stride(kPerPixel).dim(2).set_stride(1).set_bounds(0, kPerPixel);
     result.reorder(c, x, y).bound(c, 0, kPerPixel).unroll(c).vectorize(x, kLanes);
-    if (like.height() > static_cast<int>(kSmallEdge)) result.split(y, yo, yi, kTasksRows).parallel(yo);
+    if (like.height() > static_cast<int>(kSmallEdge)) result.split(y, yo, yi, kRowsPerTask).parallel(yo);
     return Compiled(result, like);
 }
 
-// The red, green and blue of a color matrix.
+// Returns the red, green and blue of a color matrix times a color.
 template <typename Rows>
 std::vector<Expr> Times(const Rows& rows, const std::vector<Expr>& color) {
     std::vector<Expr> product;
@@ -91,7 +97,7 @@ std::vector<Expr> Times(const Rows& rows, const std::vector<Expr>& color) {
     return product;
 }
 
-// An operation on colors, alpha staying.
+// Applies an operation to the color of each pixel and keeps alpha.
 using Change = std::function<std::vector<Expr>(const std::vector<Expr>&)>;
 Function Pixels(const Picture& picture, const Change& change) {
     const Buffer<float> from = Colors(picture);
@@ -106,21 +112,21 @@ std::vector<Expr> FiveSteps(std::vector<Expr> color) {
     color = Times(kMatrix, color);
     for (Expr& channel : color) {
         channel = Halide::fast_pow(channel, F(kGamma));
-        channel = 1.0f - Halide::round(channel * F(kLevels - 1)) * F(1 / (kLevels - 1));
+        channel = 1.0f - Halide::round(channel * F(kPosterizeLevels - 1)) * F(1 / (kPosterizeLevels - 1));
     }
     return color;
 }
 
-// A picture as rows of floats, transparent outside. Scheduled as a copy near where it is used: a row of a kernel then needs no test
-// of where it ends.
+// Returns a picture as rows of floats, transparent outside. Its callers schedule it as a copy close to its use, so
+// that the loops over a kernel need no bounds checks.
 Func Surrounded(const Picture& picture) {
     Func padded("padded");
     padded(i, y) = Halide::BoundaryConditions::constant_exterior(Flat(picture), 0.0f)(i, y);
     return padded;
 }
 
-// A weighted sum over the neighbors of a kernel of odd edges, as one expression.
-Expr Weighed(Func from, const std::vector<double>& weights, int width, int height) {
+// Returns the weighted sum over the neighbors within a kernel of odd width and height, as one expression.
+Expr WeightedSum(Func from, const std::vector<double>& weights, int width, int height) {
     Expr sum = 0.0f;
     for (int row = 0; row < height; ++row) {
         for (int column = 0; column < width; ++column) {
@@ -135,18 +141,19 @@ Expr Weighed(Func from, const std::vector<double>& weights, int width, int heigh
 Function Convolved(const std::vector<double>& weights, int width, int height) {
     constexpr int kColumns = 4096, kRows = 32;
     Func padded = Surrounded(First()), result;
-    result(i, y) = Weighed(padded, weights, width, height);
+    result(i, y) = WeightedSum(padded, weights, width, height);
     result.tile(i, y, xo, yo, xi, yi, kColumns, kRows).vectorize(xi, kLanes).unroll(xi, 2).parallel(yo);
     padded.compute_at(result, xo).vectorize(i, kLanes);
     return Compiled(result, Flat(First()));
 }
 
-// One direction after the other: the rows that the second needs are kept, and each is made once in a strip.
+// Convolves horizontally, then vertically. Each row of the first pass is computed once per strip and kept for the
+// second.
 Func Separable(const Picture& picture, const std::vector<double>& weights) {
     const int size = static_cast<int>(weights.size());
     Func padded = Surrounded(picture), across("across"), result("down");
-    across(i, y) = Weighed(padded, weights, size, 1);
-    result(i, y) = Weighed(across, weights, 1, size);
+    across(i, y) = WeightedSum(padded, weights, size, 1);
+    result(i, y) = WeightedSum(across, weights, 1, size);
     if (IsLarge(picture)) {
         constexpr int kColumns = 4000, kRows = 375;
         result.tile(i, y, xo, yo, xi, yi, kColumns, kRows).vectorize(xi, kLanes).unroll(xi, 2).parallel(yo);
@@ -164,32 +171,33 @@ Function Separated(const Picture& picture, const std::vector<double>& weights) {
     return Compiled(Separable(picture, weights), Flat(picture));
 }
 
-// A picture seen through a map, transparent outside; a function gives the picture's numbers by pixel and channel.
+// Samples a picture at mapped positions, bilinearly and transparent outside. A function returns the picture's value
+// for a pixel and a channel.
 //
-// What is the same for all channels, the pixels and their weights, is made for 16 places at once; then the channels of a pixel are
-// one vector.
+// The source pixels and their weights are the same for all channels and are computed for 16 positions at once. The
+// channels of a pixel are then one vector.
 Function Mapped(const std::function<Expr(Expr, Expr, Expr)>& from, const Expr& column, const Expr& row) {
     const int right = static_cast<int>(kWidth) - 1, bottom = static_cast<int>(kHeight) - 1;
     const Expr left = Halide::cast<int>(Halide::floor(column)), top = Halide::cast<int>(Halide::floor(row));
     const Expr across = column - left, down = row - top;
     const Expr isInside = column > -1.0f && column < F(right + 1) && row > -1.0f && row < F(bottom + 1);
     const auto weight = [&](const Expr& value) { return Halide::select(isInside, value, 0.0f); };
-    Func places("places"), result;
-    places(x, y) = {Halide::clamp(left, 0, right),           Halide::clamp(left + 1, 0, right),
-                    Halide::clamp(top, 0, bottom),           Halide::clamp(top + 1, 0, bottom),
-                    weight((1.0f - across) * (1.0f - down)), weight(across * (1.0f - down)),
-                    weight((1.0f - across) * down),          weight(across * down)};
-    const auto place = [&](int index) { return Expr(places(x, y)[index]); };
-    result(x, y, c) = place(4) * from(place(0), place(2), c) + place(5) * from(place(1), place(2), c) +
-                      place(6) * from(place(0), place(3), c) + place(7) * from(place(1), place(3), c);
+    Func samples("samples"), result;
+    samples(x, y) = {Halide::clamp(left, 0, right),           Halide::clamp(left + 1, 0, right),
+                     Halide::clamp(top, 0, bottom),           Halide::clamp(top + 1, 0, bottom),
+                     weight((1.0f - across) * (1.0f - down)), weight(across * (1.0f - down)),
+                     weight((1.0f - across) * down),          weight(across * down)};
+    const auto sample = [&](int index) { return Expr(samples(x, y)[index]); };
+    result(x, y, c) = sample(4) * from(sample(0), sample(2), c) + sample(5) * from(sample(1), sample(2), c) +
+                      sample(6) * from(sample(0), sample(3), c) + sample(7) * from(sample(1), sample(3), c);
     result.output_buffer().dim(0).set_stride(kPerPixel).dim(2).set_stride(1).set_bounds(0, kPerPixel);
     result.split(x, xo, xi, 4 * kLanes).reorder(c, xi, xo, y).bound(c, 0, kPerPixel).vectorize(c).unroll(xi, 4);
-    result.split(y, yo, yi, kTasksRows).parallel(yo);
-    places.compute_at(result, xo).vectorize(x, kLanes);
+    result.split(y, yo, yi, kRowsPerTask).parallel(yo);
+    samples.compute_at(result, xo).vectorize(x, kLanes);
     return Compiled(result, Colors(First()));
 }
 
-// The numbers of a picture. Why from rows of floats: of those it is known that they lie side by side.
+// Returns a function that reads a picture. It reads rows of floats, because the compiler knows that these are adjacent.
 std::function<Expr(Expr, Expr, Expr)> Reading(const Picture& picture) {
     return [from = Flat(picture)](const Expr& column, const Expr& row, const Expr& channel) {
         return from(column * kPerPixel + channel, row);
@@ -197,11 +205,11 @@ std::function<Expr(Expr, Expr, Expr)> Reading(const Picture& picture) {
 }
 
 Expr TurnedColumn() {
-    const SourceMap map = TurnedSource();
+    const SourceMap map = TransformedSource();
     return F(map.a) * x + F(map.b) * y + F(map.c);
 }
 Expr TurnedRow() {
-    const SourceMap map = TurnedSource();
+    const SourceMap map = TransformedSource();
     return F(map.d) * x + F(map.e) * y + F(map.f);
 }
 
@@ -216,7 +224,7 @@ Function BlurAddTurn() {
     Func sum("sum");
     const Func blurred = Separable(First(), GaussianKernel());
     sum(i, y) = blurred(i, y) + Flat(Second())(i, y);
-    sum.compute_root().vectorize(i, kLanes).split(y, yo, yi, kTasksRows).parallel(yo);
+    sum.compute_root().vectorize(i, kLanes).split(y, yo, yi, kRowsPerTask).parallel(yo);
     Func(blurred).compute_root();
     const auto from = [sum](const Expr& column, const Expr& row, const Expr& channel) {
         return sum(column * kPerPixel + channel, row);
@@ -245,7 +253,7 @@ Function CubeOf(const Picture& picture) {
     result(x, y, c) = Halide::lerp(plane(first[2]), plane(second[2]), share[2]);
     result.output_buffer().dim(0).set_stride(kPerPixel).dim(2).set_stride(1).set_bounds(0, kPerPixel);
     result.reorder(c, x, y).bound(c, 0, kPerPixel).vectorize(c).unroll(x, 4);
-    if (IsLarge(picture)) result.split(y, yo, yi, kTasksRows).parallel(yo);
+    if (IsLarge(picture)) result.split(y, yo, yi, kRowsPerTask).parallel(yo);
     return Compiled(result, from);
 }
 
@@ -295,7 +303,7 @@ Function BytesIn() {
                                     static_cast<int>(kWidth * kChannels), static_cast<int>(kHeight));
     Func result;
     result(i, y) = table(Halide::cast<int>(from(i, y)), i % kPerPixel);
-    result.unroll(i, kLanes).split(y, yo, yi, kTasksRows).parallel(yo);
+    result.unroll(i, kLanes).split(y, yo, yi, kRowsPerTask).parallel(yo);
     return Compiled(result, Flat(First()));
 }
 
@@ -340,8 +348,9 @@ std::vector<Rival> HalideRivals() {
         named("12 MP/blur 10, add, affine, crop", BlurAddTurn),
         named("12 MP/dissolve",
               [] {
-                  return Both(
-                      [](const Expr& first, const Expr& second) { return first * F(1 - kTime) + second * F(kTime); });
+                  return Both([](const Expr& first, const Expr& second) {
+                      return first * F(1 - kTransitionTime) + second * F(kTransitionTime);
+                  });
               }),
         named("12 MP/addition",
               [] { return Both([](const Expr& first, const Expr& second) { return first + second; }); }),

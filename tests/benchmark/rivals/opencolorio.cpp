@@ -1,7 +1,11 @@
-// opencolorio.cpp - OpenColorIO, for the color cube. It uses one thread for a call, so each thread calls it for its own rows.
+// opencolorio.cpp - OpenColorIO: the color cube. A call uses one thread, so each thread calls it for its own rows.
 
 #include <OpenColorIO/OpenColorIO.h>
 #include <tbb/parallel_for.h>
+
+#include <cstddef>
+#include <functional>
+#include <vector>
 
 #include "../parameters.h"
 #include "rivals.h"

@@ -1,7 +1,14 @@
-// opencv.cpp - OpenCV. Its functions that use one thread are given strips of rows, so that they use two as well.
+// opencv.cpp - OpenCV. Its single-threaded functions are called for strips of rows on two threads.
 
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <vector>
 
 #include "../parameters.h"
 #include "rivals.h"
@@ -11,18 +18,18 @@ namespace {
 
 using Function = std::function<void(void*)>;
 
-// A picture as a matrix over its own pixels.
+// Returns a picture as a matrix that uses the picture's memory.
 cv::Mat MatrixOf(const Picture& picture) {
     return cv::Mat(static_cast<int>(picture.height), static_cast<int>(picture.width), CV_32FC4,
                    const_cast<float*>(picture.pixels.data()));
 }
 
-// A result as a matrix like a picture's.
+// Returns the memory of a result as a matrix of the picture's size.
 cv::Mat ResultLike(const cv::Mat& picture, void* to, int type = CV_32FC4) {
     return cv::Mat(picture.rows, picture.cols, type, to);
 }
 
-// Calls a function with strips of rows, on all threads.
+// Calls a function for each strip of rows, on all threads.
 void ForStrips(int rows, const std::function<void(const cv::Range&)>& function) {
     constexpr int kRows = 16;
     cv::parallel_for_(cv::Range(0, (rows + kRows - 1) / kRows), [&](const cv::Range& range) {
@@ -32,7 +39,7 @@ void ForStrips(int rows, const std::function<void(const cv::Range&)>& function) 
     });
 }
 
-// A function of a picture, strip by strip; the function gives every pixel of the second matrix.
+// Applies a step to a picture strip by strip. The step writes every pixel of its second matrix.
 using Step = std::function<void(const cv::Mat& from, cv::Mat to)>;
 Function Stripwise(const Picture& picture, const Step& step) {
     return [from = MatrixOf(picture), step](void* to) {
@@ -41,7 +48,7 @@ Function Stripwise(const Picture& picture, const Step& step) {
     };
 }
 
-// A function of both pictures, strip by strip.
+// Applies a step to both pictures strip by strip.
 Function Combined(const std::function<void(const cv::Mat&, const cv::Mat&, cv::Mat)>& step) {
     return [first = MatrixOf(First()), second = MatrixOf(Second()), step](void* to) {
         const cv::Mat result = ResultLike(first, to);
@@ -51,7 +58,7 @@ Function Combined(const std::function<void(const cv::Mat&, const cv::Mat&, cv::M
     };
 }
 
-// A 4 x 5 matrix for cv::transform.
+// Returns a color matrix as a 4 x 5 matrix for cv::transform.
 template <typename Rows>
 cv::Mat ColorMatrix(const Rows& rows) {
     cv::Mat matrix = cv::Mat::zeros(4, 5, CV_32F);
@@ -77,8 +84,8 @@ Function FiveSteps(const Picture& picture) {
         cv::transform(to, to, matrix);
         cv::pow(to, kGamma, to);
         cv::Mat levels;
-        to.convertTo(levels, CV_16S, kLevels - 1);
-        levels.convertTo(to, CV_32F, 1 / (kLevels - 1));
+        to.convertTo(levels, CV_16S, kPosterizeLevels - 1);
+        levels.convertTo(to, CV_32F, 1 / (kPosterizeLevels - 1));
         cv::subtract(cv::Scalar::all(1), to, to);
     });
 }
@@ -88,12 +95,12 @@ void Blur(const cv::Mat& from, cv::Mat to) {
     cv::GaussianBlur(from, to, {width, width}, kSigma, kSigma, cv::BORDER_CONSTANT);
 }
 
-// The whole picture at once, by a function that uses all threads.
+// Applies a step that uses all threads by itself to the whole picture.
 Function Whole(const Picture& picture, const Step& step) {
     return [from = MatrixOf(picture), step](void* to) { step(from, ResultLike(from, to)); };
 }
 
-// A half of the rows for each thread. The functions look at the pixels beyond a half where their kernels reach them.
+// Applies a step to each half of the rows, one per thread. OpenCV reads beyond a half where the kernel reaches there.
 void InHalves(const cv::Mat& from, const cv::Mat& to, const Step& step) {
     const int middle = from.rows / 2;
     cv::parallel_for_(cv::Range(0, 2), [&](const cv::Range& range) {
@@ -115,7 +122,7 @@ Function Convolved(const std::vector<double>& weights, int width, int height) {
 }
 
 void Turn(const cv::Mat& from, cv::Mat to) {
-    const SourceMap map = TurnedSource();
+    const SourceMap map = TransformedSource();
     const cv::Matx23d matrix(map.a, map.b, map.c, map.d, map.e, map.f);
     cv::warpAffine(from, to, matrix, to.size(), cv::INTER_LINEAR | cv::WARP_INVERSE_MAP);
 }
@@ -192,14 +199,15 @@ Function BytesOut() {
     };
 }
 
-// Where a map of columns and rows sends each pixel, for cv::remap.
+// Evaluates a source map at each pixel for cv::remap.
 Function Remapped(const std::function<cv::Point2d(double x, double y)>& source) {
-    cv::Mat places(static_cast<int>(kHeight), static_cast<int>(kWidth), CV_32FC2);
-    for (int row = 0; row < places.rows; ++row) {
-        for (int column = 0; column < places.cols; ++column) places.at<cv::Point2f>(row, column) = source(column, row);
+    cv::Mat sources(static_cast<int>(kHeight), static_cast<int>(kWidth), CV_32FC2);
+    for (int row = 0; row < sources.rows; ++row) {
+        for (int column = 0; column < sources.cols; ++column)
+            sources.at<cv::Point2f>(row, column) = source(column, row);
     }
-    return [places, from = MatrixOf(First())](void* to) {
-        cv::remap(from, ResultLike(from, to), places, cv::noArray(), cv::INTER_LINEAR);
+    return [sources, from = MatrixOf(First())](void* to) {
+        cv::remap(from, ResultLike(from, to), sources, cv::noArray(), cv::INTER_LINEAR);
     };
 }
 
@@ -247,7 +255,7 @@ std::vector<Rival> OpenCVRivals() {
         named("12 MP/dissolve",
               [] {
                   return Combined([](const cv::Mat& first, const cv::Mat& second, cv::Mat to) {
-                      cv::addWeighted(first, 1 - kTime, second, kTime, 0, to);
+                      cv::addWeighted(first, 1 - kTransitionTime, second, kTransitionTime, 0, to);
                   });
               }),
         named("12 MP/addition",

@@ -1,10 +1,11 @@
-// rivals.h - the same operations done by other libraries, to be timed beside the engine.
+// rivals.h - the same operations in other libraries, timed beside the engine.
 //
-// Each works on the same pictures (pictures.h) with the same numbers (parameters.h), on two threads, into memory that is there.
-// A rival is timed only when its result is near enough to the engine's; see check.h.
-// Adding one: a file with a function that is listed here. It is built only where all the libraries are installed; see
-//             tools/setup.
-// Threads: one at a time.
+// Each rival uses the same pictures (pictures.h) and parameters (parameters.h), two threads, and preallocated memory.
+// A rival is timed only when its result matches the engine's; see check.h.
+//
+// Adding one: write a file with a function, declare it here, and call it in engine_benchmark.mm. Rivals are built only
+//             where all of the libraries are installed; see tools/setup.
+// Threads:    one at a time.
 
 #pragma once
 
@@ -19,15 +20,16 @@ struct Rival {
     std::string operation;  // the name of a row: "12 MP/gamma"
     std::string library;
 
-    // Gets everything ready that a program would keep (compiled code, tables) and answers what does the operation, into the
-    // memory of a result. Called when the rival is first needed.
+    // Prepares everything that a program would keep (compiled code, tables). Returns the function that performs the
+    // operation and writes its result to memory. Called when the rival is first needed.
     std::function<std::function<void(void* to)>()> prepare;
 };
 
-std::vector<Rival> OpenCVRivals();
-std::vector<Rival> VipsRivals();
-std::vector<Rival> GeglRivals();
-std::vector<Rival> OpenColorIORivals();
-std::vector<Rival> HalideRivals();
+// Return the operations of each library.
+[[nodiscard]] std::vector<Rival> OpenCVRivals();
+[[nodiscard]] std::vector<Rival> VipsRivals();
+[[nodiscard]] std::vector<Rival> GeglRivals();
+[[nodiscard]] std::vector<Rival> OpenColorIORivals();
+[[nodiscard]] std::vector<Rival> HalideRivals();
 
 }  // namespace benchmarks

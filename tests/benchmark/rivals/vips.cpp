@@ -1,9 +1,13 @@
-// vips.cpp - libvips, which renders by tiles on its own threads, straight into the memory of the result.
+// vips.cpp - libvips. It renders tiles on its own threads, directly into the memory of the result.
 
 #include <vips/vips.h>
 
+#include <cmath>
+#include <cstddef>
+#include <functional>
 #include <stdexcept>
 #include <utility>
+#include <vector>
 
 #include "../parameters.h"
 #include "rivals.h"
@@ -19,12 +23,12 @@ VipsImage* Opened(const Picture& picture) {
                                       VIPS_FORMAT_FLOAT);
 }
 
-// Stops where an operation failed.
+// Throws when an operation failed.
 void Check(int status) {
     if (status != 0) throw std::runtime_error(vips_error_buffer());
 }
 
-// A pipeline: makes an image of the picture's; both are given back after it has been rendered.
+// A pipeline makes an image from the picture's image. The caller unreferences both after rendering.
 using Pipeline = std::function<VipsImage*(VipsImage*)>;
 
 Function Rendered(const Picture& picture, const Pipeline& pipeline) {
@@ -41,8 +45,8 @@ Function Rendered(const Picture& picture, const Pipeline& pipeline) {
     };
 }
 
-// An image made of one that is no longer needed.
-VipsImage* Instead(VipsImage* old, VipsImage* made) {
+// Unreferences an image that is no longer needed and returns its replacement.
+VipsImage* Replace(VipsImage* old, VipsImage* made) {
     g_object_unref(old);
     return made;
 }
@@ -59,10 +63,10 @@ VipsImage* Matrix(VipsImage* from) {
     Check(vips_recomb(from, &product, matrix, nullptr));
     g_object_unref(matrix);
     Check(vips_linear(product, &result, ones, added, 4, nullptr));
-    return Instead(product, result);
+    return Replace(product, result);
 }
 
-// Every number times one and plus another.
+// Returns the image with each component multiplied by scale, plus added.
 VipsImage* Linear(VipsImage* from, double scale, double added) {
     VipsImage* result = nullptr;
     Check(vips_linear1(from, &result, scale, added, nullptr));
@@ -77,18 +81,18 @@ VipsImage* Power(VipsImage* from) {
 
 VipsImage* FiveSteps(VipsImage* from) {
     VipsImage* image = Linear(from, std::exp2(kExposure), 0);
-    image = Instead(image, Matrix(image));
-    image = Instead(image, Power(image));
-    image = Instead(image, Linear(image, kLevels - 1, 0));
+    image = Replace(image, Matrix(image));
+    image = Replace(image, Power(image));
+    image = Replace(image, Linear(image, kPosterizeLevels - 1, 0));
     VipsImage* rounded = nullptr;
     Check(vips_rint(image, &rounded, nullptr));
-    image = Instead(image, rounded);
-    return Instead(image, Linear(image, -1 / (kLevels - 1), 1));
+    image = Replace(image, rounded);
+    return Replace(image, Linear(image, -1 / (kPosterizeLevels - 1), 1));
 }
 
 VipsImage* Gaussian(VipsImage* from) {
     VipsImage* result = nullptr;
-    // The least weight that is kept is that at three sigmas.
+    // min_ampl is the weight at three sigmas; smaller weights are dropped.
     Check(vips_gaussblur(from, &result, kSigma, "min_ampl", 0.0111, "precision", VIPS_PRECISION_FLOAT, nullptr));
     return result;
 }
@@ -103,8 +107,8 @@ VipsImage* Convolved(VipsImage* from, const std::vector<double>& weights, int wi
 }
 
 VipsImage* Turned(VipsImage* from) {
-    // Forward, pixel centers at whole numbers.
-    const double a = kScale * std::cos(kTurn), b = kScale * std::sin(kTurn);
+    // The forward transform, with pixel centers at integers.
+    const double a = kScale * std::cos(kRotation), b = kScale * std::sin(kRotation);
     const double x = (kWidth - 1) / 2.0, y = (kHeight - 1) / 2.0;
     VipsInterpolate* bilinear = vips_interpolate_new("bilinear");
     VipsArrayInt* area = vips_array_int_newv(4, 0, 0, static_cast<int>(kWidth), static_cast<int>(kHeight));
@@ -116,12 +120,12 @@ VipsImage* Turned(VipsImage* from) {
     return result;
 }
 
-// The image under a function of it and the second picture.
+// Returns the pipeline that combines an image with the second picture.
 Pipeline With(const std::function<int(VipsImage*, VipsImage*, VipsImage**)>& operation) {
     return [operation](VipsImage* from) {
         VipsImage *second = Opened(Second()), *result = nullptr;
         Check(operation(from, second, &result));
-        return Instead(second, result);
+        return Replace(second, result);
     };
 }
 
@@ -137,8 +141,8 @@ int AbsoluteDifference(VipsImage* first, VipsImage* second, VipsImage** result) 
 
 VipsImage* BlurAddTurn(VipsImage* from) {
     VipsImage* image = Gaussian(from);
-    image = Instead(image, With(Add)(image));
-    return Instead(image, Turned(image));
+    image = Replace(image, With(Add)(image));
+    return Replace(image, Turned(image));
 }
 
 }  // namespace
@@ -146,7 +150,7 @@ VipsImage* BlurAddTurn(VipsImage* from) {
 std::vector<Rival> VipsRivals() {
     Check(vips_init("engine_benchmark"));
     vips_concurrency_set(2);
-    // What has been rendered is not to be found again.
+    // Disables the cache of results, so that each run renders again.
     vips_cache_set_max(0);
     const auto named = [](const char* operation, const Pipeline& pipeline, const Picture& (*picture)() = First) {
         return Rival{operation, "libvips", [=] { return Rendered(picture(), pipeline); }};

@@ -7,8 +7,8 @@
 #include <cmath>
 
 #include "color/color.h"
-#include "support/engine_images.h"
 #include "geometry/geometry.h"
+#include "support/engine_images.h"
 
 namespace {
 
@@ -20,7 +20,7 @@ double Number(double value) {
     InputValue input;
     input.key = "inputRadius";
     input.number = value;
-    return Inputs(&input, 1).number("inputRadius");
+    return Inputs(&input, 1).GetNumber("inputRadius");
 }
 
 TEST(InputsTest, NumbersAreFinite) {
@@ -37,13 +37,13 @@ TEST(InputsTest, ElementsBeyondTheLastAndKeysThatAreNoneReadAsZero) {
     input.elements = elements;
     input.count = 3;
     const Inputs inputs(&input, 1);
-    EXPECT_EQ(inputs.element("inputCenter", 0), 1);
-    EXPECT_EQ(inputs.element("inputCenter", 1), 0);
-    EXPECT_EQ(inputs.element("inputCenter", 2), -kLargestNumber);
-    EXPECT_EQ(inputs.element("inputCenter", 3), 0);
-    EXPECT_EQ(inputs.element("inputOther", 0), 0);
-    EXPECT_EQ(inputs.number("inputOther"), 0);
-    EXPECT_EQ(inputs.image("inputOther"), nullptr);
+    EXPECT_EQ(inputs.GetElement("inputCenter", 0), 1);
+    EXPECT_EQ(inputs.GetElement("inputCenter", 1), 0);
+    EXPECT_EQ(inputs.GetElement("inputCenter", 2), -kLargestNumber);
+    EXPECT_EQ(inputs.GetElement("inputCenter", 3), 0);
+    EXPECT_EQ(inputs.GetElement("inputOther", 0), 0);
+    EXPECT_EQ(inputs.GetNumber("inputOther"), 0);
+    EXPECT_EQ(inputs.GetImage("inputOther"), nullptr);
 }
 
 TEST(InputsTest, ColorsAreLinearisedAndPremultiplied) {
@@ -58,14 +58,14 @@ TEST(InputsTest, ColorsAreLinearisedAndPremultiplied) {
 TEST(InputsTest, RectanglesKeepTheirInfiniteEdges) {
     EXPECT_EQ(ExtentOfRectangle(0.5, -0.5, 1, 1), (Extent{0, -1, 2, 1}));
     EXPECT_EQ(ExtentOfRectangle(0, 0, 1e300, 5), (Extent{0, 0, kEndless, 5}));
-    EXPECT_TRUE(ExtentOfRectangle(-1e300, -1e300, 1.7e308, 1.7e308).isInfinite());
+    EXPECT_TRUE(ExtentOfRectangle(-1e300, -1e300, 1.7e308, 1.7e308).IsInfinite());
     EXPECT_EQ(ExtentOfRectangle(std::nan(""), 0, 5, 5), Extent{});
     EXPECT_EQ(ExtentOfRectangle(3, 3, 0, 5), Extent{});
 }
 
 TEST(InputsTest, WhatChangesNothingGivesTheVeryInput) {
     const ImageRef image = RandomImage(4, 4);
-    EXPECT_EQ(MakeCroppedImage(image, Extent::infinite()), image);
+    EXPECT_EQ(MakeCroppedImage(image, Extent::Infinite()), image);
     EXPECT_EQ(MakeCroppedImage(image, {0, 0, 4, 4}), image);
     EXPECT_NE(MakeCroppedImage(image, {0, 0, 4, 3}), image);
     InputValue values[3];

@@ -1,7 +1,7 @@
-// Foundation.h - the few Foundation declarations that the module's sources use, for compiling them for macOS anywhere.
+// Foundation.h - the few Foundation declarations that the module's sources need to compile for macOS on any system.
 //
-// Only what is sent or called stands here: a name more is one that the module may come to depend on unseen. On a Mac the
-// framework's own header is found instead.
+// Declare only what the module uses: an extra declaration would let it depend on more of Foundation unnoticed. On a Mac
+// the compiler finds the framework's own header instead.
 
 #pragma once
 
@@ -56,7 +56,8 @@ typedef signed char BOOL;
 - (id)objectForKey:(id)key;
 @end
 
-// Its own type in the tables of the 64-bit runtime, to be caught by; the 32-bit one has no such tables.
+// The attribute refers to the exception type that Foundation exports for the 64-bit runtime, so that @catch finds it.
+// The 32-bit runtime has no exception types.
 __attribute__((objc_exception))
 @interface NSException : NSObject
 - (NSString*)name;
