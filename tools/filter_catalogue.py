@@ -52,24 +52,30 @@ def statements(path):
 
 
 class Catalogue:
-    """The catalogue: the types of keys, and the filters with their keys in order."""
+    """The catalogue: the types of keys, and the filters with their keys in order.
+
+    The constructor refuses everything that is wrong except the counts, which check_counts() compares.
+    """
 
     def __init__(self, path):
         self._path = path
         self.types = {}  # key -> type word
         self.filters = {}  # name -> keys in declaration order
+        self._last = 0  # the last statement's line
         self._lines = {}  # key or filter -> the line that declares it
         self._expected = {}  # what -> (line, number)
         handlers = {"keys": self._keys, "filter": self._filter, "expect": self._expect}
-        last = 0
         for line, (kind, *words) in statements(path):
             if kind not in handlers:
                 self._refuse(line, f"unknown statement '{kind}', expected one of {', '.join(handlers)}")
             if len(words) < 2:
                 self._refuse(line, f"'{kind}' needs at least two words after it")
             handlers[kind](line, *words)
-            last = line
-        self._check_whole(last)
+            self._last = line
+        used = {key for keys in self.filters.values() for key in keys}
+        for key in self.types:
+            if key not in used:
+                self._refuse(self._lines[key], f"key '{key}' is not used by any filter")
 
     def _keys(self, line, type_word, *keys):
         if type_word not in TYPES:
@@ -106,18 +112,19 @@ class Catalogue:
             self._refuse(line, f"'{what}' is expected twice; it is first expected in line {self._expected[what][0]}")
         self._expected[what] = (line, int(number))
 
-    def _check_whole(self, last):
-        used = {key for keys in self.filters.values() for key in keys}
-        for key in self.types:
-            if key not in used:
-                self._refuse(self._lines[key], f"key '{key}' is not used by any filter")
+    def counts(self):
+        """What the whole comes to, by the words of the `expect` lines."""
         properties = sum(map(len, self.filters.values()))
-        counts = {
+        return {
             "classes": len(self.filters),
             "keys": len(self.types),
             "properties": properties,
             "methods": 2 * properties + len(self.filters),
         }
+
+    def check_counts(self):
+        """Refuses an `expect` line that is wrong, unknown or missing."""
+        counts = self.counts()
         for what, (line, number) in self._expected.items():
             if what not in counts:
                 self._refuse(line, f"unknown count '{what}', expected one of {', '.join(counts)}")
@@ -125,7 +132,7 @@ class Catalogue:
                 self._refuse(line, f"{number} {what} are expected, but the catalogue has {counts[what]}")
         for what in counts:
             if what not in self._expected:
-                self._refuse(last, f"no line gives the expected number of {what}")
+                self._refuse(self._last, f"no line gives the expected number of {what}")
 
     def units(self, key):
         """The units that a key may have; empty when its type has none."""

@@ -2,6 +2,7 @@
 """Generates the module's filter classes from the catalogue, and checks the descriptions of their keys.
 
 Usage: generate_filters.py CATALOGUE DESCRIPTIONS OUTPUT_FOLDER
+       generate_filters.py --counts CATALOGUE        prints the `expect` lines that the catalogue needs
 
 Writes into the output folder:
   keys.def               KEY(key, type word, bridge, C++ type) for every key, sorted by name
@@ -61,17 +62,15 @@ def catalogue_file(names):
     )
 
 
-def main(arguments):
-    if len(arguments) != 3:
-        print(__doc__, file=sys.stderr)
-        return 2
-    source, descriptions, folder = map(pathlib.Path, arguments)
-    try:
-        catalogue = Catalogue(source)
-        Descriptions(descriptions).check(catalogue)
-    except Refused as refusal:
-        print(refusal, file=sys.stderr)
-        return 1
+def print_counts(catalogue):
+    for what, count in catalogue.counts().items():
+        print(f"expect {count} {what}")
+
+
+def generate(source, descriptions, folder):
+    catalogue = Catalogue(source)
+    catalogue.check_counts()
+    Descriptions(descriptions).check(catalogue)
     files = {"keys.def": keys_file(catalogue), "catalogue.mm": catalogue_file(catalogue.filters)}
     files |= {f"CIFilter{name}.mm": unit_file(name, keys) for name, keys in catalogue.filters.items()}
     folder.mkdir(parents=True, exist_ok=True)
@@ -79,6 +78,21 @@ def main(arguments):
         (folder / stale).unlink()
     for name, text in files.items():
         (folder / name).write_text(text)
+
+
+def main(arguments):
+    prints_counts = len(arguments) == 2 and arguments[0] == "--counts"
+    if len(arguments) != 3 and not prints_counts:
+        print(__doc__, file=sys.stderr)
+        return 2
+    try:
+        if prints_counts:
+            print_counts(Catalogue(pathlib.Path(arguments[1])))
+        else:
+            generate(*map(pathlib.Path, arguments))
+    except Refused as refusal:
+        print(refusal, file=sys.stderr)
+        return 1
     return 0
 
 

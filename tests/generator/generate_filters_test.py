@@ -153,6 +153,14 @@ class GeneratorTest(unittest.TestCase):
                 message = f"{wrong} are expected, but the catalogue has {found}"
                 self.refused(GOOD.replace(right, wrong), line, message)
 
+    def test_counts_option_prints_the_expect_lines_even_when_they_are_wrong_or_missing(self):
+        source = self.folder / "catalogue.txt"
+        right = "".join(line + "\n" for line in GOOD.splitlines() if line.startswith("expect"))
+        for text in (GOOD, GOOD.replace("2 classes", "7 classes"), GOOD.replace(right, "")):
+            source.write_text(text)
+            run = subprocess.run([sys.executable, "-B", GENERATOR, "--counts", source], capture_output=True, text=True)
+            self.assertEqual((run.returncode, run.stdout, run.stderr), (0, right, ""))
+
     def test_missing_count_is_refused(self):
         self.refused(GOOD.replace("expect 12 methods\n", ""), 9, "no line gives the expected number of methods")
 
