@@ -79,7 +79,7 @@ TEST_F(BoundaryTest, RegistrationEntryThatAppearsLateServesTheRemainingClasses) 
     host.faults["PluginRegisterClass"].missingLookups = 1;
     module.Enter();
     EXPECT_EQ(host.LookupsOf("PluginRegisterClass"), 2);
-    ASSERT_EQ(host.classes.size(), 72u);
+    ASSERT_EQ(host.classes.size(), CatalogueCount("classes") - 1);
     EXPECT_EQ(host.classes.front().name, "CIFilterAffineClampQOR");
 }
 
