@@ -3,6 +3,7 @@
 #   make run               put a photo through a filter of the 32-bit module: build/run/blurred.png
 #   make gallery           put the photo through every filter: pages to browse, build/gallery/index.html
 #   make test              build and test both widths
+#   make recipes           follow the README's recipes on a copy of the tree, and test the result, 64 bits
 #   make mutants           apply small faults to the module, one at a time; the tests must catch each
 #   make sanitize          the tests under the address, undefined-behavior and leak checkers
 #   make coverage          which branches of plugin/ and bridge/ the tests take
@@ -23,7 +24,7 @@ MODULE ?=
 # Without a width named, tests run on both.
 TEST_ABIS := $(if $(filter undefined file,$(origin ABI)),i386 x86_64,$(ABI))
 
-.PHONY: run gallery test mutants sanitize coverage bench clean configure-% build-%
+.PHONY: run gallery test recipes mutants sanitize coverage bench clean configure-% build-%
 
 run: configure-$(ABI)
 	@cmake --build --preset $(ABI) --target zeva filters companion $(if $(and $(MODULE),$(filter i386,$(ABI))),filters_macos) -- --quiet
@@ -37,6 +38,10 @@ gallery: configure-$(ABI)
 
 test:
 	@tools/test $(TEST_ABIS)
+
+recipes: build-x86_64
+	@tools/setup browser
+	@tests/recipes/run_recipes.py
 
 mutants: $(TEST_ABIS:%=configure-%)
 	@tests/mutants/run_mutants.py $(TEST_ABIS)

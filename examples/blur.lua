@@ -8,5 +8,5 @@ local photo = CIImageQOR.Open(input)
 local blur = CIFilterGaussianBlurQOR()
 blur.inputImage, blur.inputRadius = photo, tonumber(radius) or 8
 
--- A blur reaches over the edges: the crop brings the picture back to its size.
+-- The blurred image is larger than the photo: crop it back to the original size.
 blur.outputImage:Crop(photo.Extent):Save(output)

@@ -1,4 +1,4 @@
--- Shows a picture in many settings on one sheet: exposure grows to the right, saturation upward.
+-- Shows a picture at many settings on one sheet: exposure increases to the right, saturation upward.
 --
 --   zeva run examples/contact_sheet.lua photo.jpg sheet.jpg
 

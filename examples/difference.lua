@@ -1,24 +1,24 @@
--- Shows where two pictures differ, and prints by how much at most, in steps of 255.
+-- Shows where two pictures differ, and prints the largest difference of a component, from 0 to 255.
 --
 --   zeva run examples/difference.lua one.png two.png difference.png
 --
--- Exit status 1 when they differ.
+-- The exit status is 1 when they differ.
 
 local one_file, two_file, output = ...
 
 local one = CIImageQOR.Open(one_file)
 local two = CIImageQOR.Open(two_file)
-if one.Extent.Text ~= two.Extent.Text then error("the pictures are of different size", 0) end
+if one.Extent.Text ~= two.Extent.Text then error("the pictures have different sizes", 0) end
 
 local difference = CIFilterDifferenceBlendModeQOR()
 difference.inputImage, difference.inputBackgroundImage = one, two
 
-local most = CIFilterAreaMaximumQOR()
-most.inputImage, most.inputExtent = difference.outputImage, one.Extent
-local color = most.outputImage:ColorAt(0, 0)
+local maximum = CIFilterAreaMaximumQOR()
+maximum.inputImage, maximum.inputExtent = difference.outputImage, one.Extent
+local color = maximum.outputImage:ColorAt(0, 0)
 local steps = math.floor(math.max(color.Red, color.Green, color.Blue) * 255 + 0.5)
 
--- Eight times as bright, so that small differences are seen.
+-- Eight times as bright, so that small differences are visible.
 local bright = CIFilterExposureAdjustQOR()
 bright.inputImage, bright.inputEV = difference.outputImage, 3
 bright.outputImage:Crop(one.Extent):Save(output)

@@ -1,11 +1,11 @@
--- Grades the colors of a picture with a cube: shadows turn to teal, lights to orange.
+-- Grades the colors of a picture with a color cube: shadows turn teal, highlights turn orange.
 --
 --   zeva run examples/grade.lua photo.jpg graded.jpg
 
 local input, output = ...
 local size = 16
 
--- What becomes of a color. The cube holds the answer for size^3 colors; those between are interpolated.
+-- Returns the graded color. The cube holds the results for size^3 colors; colors between them are interpolated.
 local function graded(red, green, blue)
     local light = 0.2126 * red + 0.7152 * green + 0.0722 * blue
     local push = 0.18 * (2 * light - 1) -- negative in the shadows
@@ -13,7 +13,7 @@ local function graded(red, green, blue)
     return clip(red + push), clip(green + 0.2 * push), clip(blue - push)
 end
 
--- Red runs fastest; each color is four floats.
+-- Red changes fastest; each color is four floats.
 local colors = {}
 for b = 0, size - 1 do
     for g = 0, size - 1 do
@@ -28,6 +28,6 @@ local photo = CIImageQOR.Open(input)
 local cube = CIFilterColorCubeWithColorSpaceQOR()
 cube.inputImage = photo
 cube.inputCubeDimension, cube.inputCubeData = size, MemoryBlock.FromBytes(table.concat(colors))
-cube.inputColorSpace = CGColorSpaceQOR.Named("sRGB") -- the cube speaks of encoded colors, as people see them
+cube.inputColorSpace = CGColorSpaceQOR.Named("sRGB") -- the cube holds encoded colors, not linear ones
 
 cube.outputImage:Save(output)

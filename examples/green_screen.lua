@@ -1,11 +1,11 @@
--- Puts what was taken in front of a green screen in front of another picture.
+-- Replaces the green screen behind an actor with another picture.
 --
 --   zeva run examples/green_screen.lua actor.png background.jpg together.png
 
 local actor_file, background_file, output = ...
 local size = 32
 
--- A cube that makes green transparent: alpha falls from 1 to 0 as green exceeds the other colors.
+-- A color cube that makes green transparent: alpha falls from 1 to 0 as green exceeds red and blue.
 local colors = {}
 for b = 0, size - 1 do
     for g = 0, size - 1 do
@@ -13,7 +13,7 @@ for b = 0, size - 1 do
             local red, green, blue = r / (size - 1), g / (size - 1), b / (size - 1)
             local excess = green - math.max(red, blue)
             local alpha = math.min(math.max((0.4 - excess) / 0.3, 0), 1)
-            -- Colors in a cube are multiplied by their alpha. Green that is left over goes, or edges would shine.
+            -- Colors in a cube are premultiplied by alpha. Excess green is removed so that edges do not shine.
             green = math.min(green, math.max(red, blue))
             colors[#colors + 1] = string.pack("<ffff", red * alpha, green * alpha, blue * alpha, alpha)
         end

@@ -1,4 +1,4 @@
--- Turns a part of a picture into a pattern of eight mirrors.
+-- Turns a part of a picture into a pattern of eight mirrored copies.
 --
 --   zeva run examples/kaleidoscope.lua photo.jpg pattern.png [SIZE]
 
@@ -12,7 +12,7 @@ local mirrors = CIFilterEightfoldReflectedTileQOR()
 mirrors.inputImage, mirrors.inputCenter = photo, middle
 mirrors.inputAngle, mirrors.inputWidth = 0, photo.Extent.Width / 2
 
--- The pattern goes on for ever, with the mirrors meeting in the middle: a square around it is cut out.
+-- The pattern is infinite. Cut out a square around the middle, where the mirrors meet.
 mirrors.outputImage
     :Crop(CIVectorQOR.Rectangle(middle.X - size / 2, middle.Y - size / 2, size, size))
     :Save(output)

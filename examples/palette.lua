@@ -1,4 +1,4 @@
--- Finds the colors of a picture: the averages of twelve parts of it, drawn below the picture and printed.
+-- Finds the colors of a picture: prints the averages of twelve parts of it and draws them below the picture.
 --
 --   zeva run examples/palette.lua photo.jpg palette.png
 
@@ -17,7 +17,7 @@ for row = 0, rows - 1 do
     for column = 0, columns - 1 do
         local w, h = extent.Width / columns, extent.Height / rows
         average.inputExtent = CIVectorQOR.Rectangle(column * w, row * h, w, h)
-        local color = average.outputImage:ColorAt(0, 0) -- an image of a single pixel
+        local color = average.outputImage:ColorAt(0, 0) -- an image of one pixel
         local function byte(component) return math.floor(component * 255 + 0.5) end
         print(("#%02x%02x%02x"):format(byte(color.Red), byte(color.Green), byte(color.Blue)))
 

@@ -1,13 +1,13 @@
--- Keeps one place of a picture sharp and colored; around it everything is soft and gray.
+-- Keeps one spot of a picture sharp and in color; everything around it becomes soft and gray.
 --
---   zeva run examples/spotlight.lua photo.jpg spot.jpg [X Y RADIUS]     in pixels from the lower left corner
+--   zeva run examples/spotlight.lua photo.jpg spot.jpg [X Y RADIUS]     pixels from the lower left corner
 
 local input, output, x, y, radius = ...
 
 local photo = CIImageQOR.Open(input)
 local extent = photo.Extent
 
--- At the edges the picture goes on for ever, so the blur does not darken them.
+-- Extend the picture beyond its edges to infinity, so that the blur does not darken them.
 local clamp, blur, gray = CIFilterAffineClampQOR(), CIFilterGaussianBlurQOR(), CIFilterColorControlsQOR()
 clamp.inputImage = photo
 clamp.inputTransform = NSAffineTransformQOR.Identity()

@@ -1,8 +1,8 @@
--- Makes small versions of many pictures: upright, 160 pixels on the longer side, as JPEG.
+-- Makes small JPEG versions of many pictures: upright, 160 pixels on the longer side.
 --
 --   zeva run examples/thumbnails.lua thumbnails *.jpg *.png
 --
--- A picture that cannot be read is named and left out; the exit status then is 1.
+-- Reports and skips pictures that cannot be read; the exit status is then 1.
 
 local folder = ...
 local longest = 160
@@ -12,12 +12,12 @@ for i = 2, select("#", ...) do
     local input = select(i, ...)
     local name = input:match("([^/]+)%.%w+$") or input
     local done, failure = pcall(function()
-        -- <close> gives the picture's memory back before the next one is opened.
+        -- <close> frees the picture's memory before the next one is opened.
         local photo <close> = CIImageQOR.Open(input)
         local extent = photo.Extent
         local scale = math.min(1, longest / math.max(extent.Width, extent.Height))
 
-        -- A little blur first: pixels that are left out must not flicker in what remains.
+        -- Blur slightly before scaling down, to avoid aliasing.
         local blur = CIFilterGaussianBlurQOR()
         blur.inputImage, blur.inputRadius = photo, 0.4 / scale
         local whole = NSAffineTransformQOR.Identity():Scale(scale, scale)

@@ -1,6 +1,6 @@
--- Makes a scene look like a model: a band stays sharp, what lies before and behind it gets soft, colors get strong.
+-- Makes a scene look like a miniature: a band stays sharp, the rest is blurred, and colors become stronger.
 --
---   zeva run examples/tilt_shift.lua photo.jpg model.jpg [MIDDLE]     how high the band is, 0 to 1
+--   zeva run examples/tilt_shift.lua photo.jpg model.jpg [MIDDLE]     height of the band in the picture, 0 to 1
 
 local input, output, middle = ...
 

@@ -1,4 +1,4 @@
--- Writes the frames of a film that goes from one picture to another: frame-00.png, frame-01.png ...
+-- Writes the frames of a transition from one picture to another: frame-00.png, frame-01.png ...
 --
 --   zeva run examples/transition.lua from.jpg to.jpg FOLDER [COUNT] [dissolve | bars | flash | copy]
 
@@ -10,17 +10,17 @@ local kinds = {
     flash = CIFilterFlashTransitionQOR,
     copy = CIFilterCopyMachineTransitionQOR,
 }
-local class = kinds[kind or "dissolve"] or error("there is no transition " .. kind)
+local class = kinds[kind or "dissolve"] or error("unknown transition '" .. kind .. "'")
 
 local from, to = CIImageQOR.Open(from_file), CIImageQOR.Open(to_file)
 local extent = from.Extent
 
--- The second picture takes the size of the first.
+-- Scale the second picture to the size of the first.
 to = to:Transform(NSAffineTransformQOR.Identity():Scale(extent.Width / to.Extent.Width, extent.Height / to.Extent.Height))
 
 local transition = class()
 transition.inputImage, transition.inputTargetImage = from, to
--- Only some transitions have a center and an extent; where there is none, setting it is an error that may pass.
+-- Only some transitions have an extent or a center. For the others, setting it raises an error, which is ignored.
 pcall(function() transition.inputExtent = extent end)
 pcall(function() transition.inputCenter = CIVectorQOR.Point(extent.Width / 2, extent.Height / 2) end)
 

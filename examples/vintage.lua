@@ -7,20 +7,20 @@ local input, output = ...
 local photo = CIImageQOR.Open(input)
 local extent = photo.Extent
 
--- Each color as a polynomial of what it was, a + b x + c x^2 + d x^3: black is lifted, most of all in red.
+-- Each component x becomes a + b x + c x^2 + d x^3: black is lifted, most of all in red.
 local fade = CIFilterColorPolynomialQOR()
 fade.inputImage = photo
 fade.inputRedCoefficients = CIVectorQOR.FromNumbers("0.06 0.90 0.10 -0.10")
 fade.inputGreenCoefficients = CIVectorQOR.FromNumbers("0.04 0.85 0.10 -0.10")
 fade.inputBlueCoefficients = CIVectorQOR.FromNumbers("0.05 0.70 0.10 -0.15")
 
--- Half way to a single brown tone.
+-- Halfway to a single brown tone.
 local tone = CIFilterColorMonochromeQOR()
 tone.inputImage = fade.outputImage
 tone.inputColor = CIColorQOR.Hex("#d8b080")
 tone.inputIntensity = 0.5
 
--- The same picture a stop darker, seen where a round mask is black.
+-- The same picture, one and a half stops darker, shown where a round mask is black.
 local darker = CIFilterExposureAdjustQOR()
 darker.inputImage, darker.inputEV = tone.outputImage, -1.5
 

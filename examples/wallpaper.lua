@@ -1,4 +1,4 @@
--- Covers a plane with a picture, small and slanted, as on wallpaper.
+-- Tiles small, slanted copies of a picture, like wallpaper.
 --
 --   zeva run examples/wallpaper.lua motif.png wallpaper.png [WIDTH HEIGHT]
 
@@ -11,6 +11,6 @@ tile.inputTransform = NSAffineTransformQOR.Identity()
     :Scale(96 / motif.Extent.Width, 96 / motif.Extent.Width)
     :Rotate(math.rad(15))
 
--- Tiles go on for ever: a part of them is cut out.
+-- The tiles are infinite: cut out a part of them.
 local part = CIVectorQOR.Rectangle(0, 0, tonumber(width) or 640, tonumber(height) or 400)
 tile.outputImage:Crop(part):Save(output)

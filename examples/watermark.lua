@@ -1,4 +1,4 @@
--- Puts a half transparent mark into the lower right corner of a picture.
+-- Puts a half-transparent mark into the lower right corner of a picture.
 --
 --   zeva run examples/watermark.lua photo.jpg mark.png marked.jpg
 
@@ -7,14 +7,14 @@ local input, mark_file, output = ...
 local photo = CIImageQOR.Open(input)
 local mark = CIImageQOR.Open(mark_file)
 
--- The mark takes a quarter of the picture's width, with a margin of a twentieth.
+-- The mark is a quarter as wide as the picture, with a margin of a twentieth of that width.
 local width, margin = photo.Extent.Width / 4, photo.Extent.Width / 20
 local scale = width / mark.Extent.Width
 local place = NSAffineTransformQOR.Identity()
     :Scale(scale, scale)
     :Translate(photo.Extent.Width - width - margin, margin)
 
--- Half of its opacity: the alpha of a pixel becomes 0.5 of what it was.
+-- Halve the opacity of the mark.
 local fade = CIFilterColorMatrixQOR()
 fade.inputImage = mark:Transform(place)
 fade.inputAVector = CIVectorQOR.FromNumbers("0 0 0 0.5")

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Runs every script in examples/ on small pictures whose results can be worked out by hand.
+"""Runs every script in examples/ on small pictures whose results can be computed by hand.
 
 Usage: examples_test.py PATH_OF_ZEVA FOLDER_OF_EXAMPLES
 """
@@ -32,7 +32,7 @@ class ExamplesTest(unittest.TestCase):
         picture.write(self.folder / name, rows)
 
     def zeva(self, example, *arguments, status=0, error=""):
-        """Runs an example in the test's folder; answers what it prints."""
+        """Runs an example in the test's folder and returns what it prints."""
         result = subprocess.run(
             [ZEVA, "run", EXAMPLES / f"{example}.lua", *map(str, arguments)],
             cwd=self.folder,
@@ -65,7 +65,7 @@ class ExamplesTest(unittest.TestCase):
         self.zeva("blur", "in.png", "out.png", 3)
         rows = self.picture("out.png")
         self.assert_size(rows, 60, 20)
-        # Beside the edge is what a normal distribution leaves: the light of half a pixel's distance at three pixels' width.
+        # Beside the edge: a normal distribution with a deviation of 3 pixels, integrated up to half a pixel from its center.
         share = 0.5 * (1 + math.erf(-0.5 / 3 / math.sqrt(2)))
         self.assert_near(rows[10][29], [byte(share)] * 3, 2)
         self.assert_near(rows[10][30], [byte(1 - share)] * 3, 2)
@@ -79,7 +79,7 @@ class ExamplesTest(unittest.TestCase):
         rows = self.picture("out.png")
         self.assert_size(rows, 80, 40)
         marked = [byte(0.5 + 0.5 * light(number)) for number in (100, 60, 20)]
-        # 20 pixels wide and high, 4 from the right and from the bottom; its edges are soft, as it was made twice as large.
+        # 20 pixels wide and high, 4 from the right and from the bottom. Scaling it to twice its size softened its edges.
         for y in range(40):
             for x in range(80):
                 inside = min(x - 56, 75 - x, y - 16, 35 - y)
@@ -96,7 +96,7 @@ class ExamplesTest(unittest.TestCase):
         error = f"{EXAMPLES}/thumbnails.lua:16: RuntimeException: broken.png: it is no picture that can be read, PNG and JPEG can, no image is opened\n"
         self.zeva("thumbnails", "out", "wide.png", "broken.png", "small.png", status=1, error=error)
         self.assertEqual(sorted(path.name for path in (self.folder / "out").iterdir()), ["small.jpg", "wide.jpg"])
-        # Read through a script: a JPEG is not for reading by hand.
+        # The script converts the JPEG files to PNG, which this test can read.
         script = "CIImageQOR.Open(arg[1]):Save(arg[2])"
         for name, width, height, left, right in (
             ("wide", 160, 100, (200, 0, 0), (0, 0, 200)),
@@ -138,7 +138,7 @@ class ExamplesTest(unittest.TestCase):
                         self.assert_near(self.picture(f"frame-{frame:02}.png")[y][x], color, 3)
 
     def test_the_histogram(self):
-        # Red is all dark; green is half and half; blue a quarter and three quarters.
+        # Red: all dark. Green: half dark, half bright. Blue: a quarter dark, three quarters bright.
         self.file("in.png", [[(0, 0, 0)] * 5 + [(0, 0, 255)] * 5 + [(0, 255, 255)] * 10] * 4)
         self.zeva("histogram", "in.png", "out.png")
         rows = self.picture("out.png")
@@ -168,7 +168,7 @@ class ExamplesTest(unittest.TestCase):
         self.assertGreater(cell(2, 3)[0] - cell(2, 3)[2], color[0] - color[2])
 
     def test_the_grade(self):
-        # These colors lie at corners of the cube, so nothing is interpolated.
+        # These colors are grid points of the cube, so nothing is interpolated.
         for color in ((51, 102, 153), (17, 17, 17), (238, 221, 204)):
             self.file("in.png", plain(4, 4, color))
             self.zeva("grade", "in.png", "out.png")
@@ -189,7 +189,7 @@ class ExamplesTest(unittest.TestCase):
 
     def test_the_palette(self):
         colors = [[(20 * (4 * row + column) + 10, 100, 200 - 30 * row) for column in range(4)] for row in range(3)]
-        # The topmost row of the picture is the last one that is measured.
+        # The example measures from the bottom up, so the top row of the picture comes last.
         self.file("in.png", [[colors[2 - y // 16][x // 24] for x in range(96)] for y in range(48)])
         printed = self.zeva("palette", "in.png", "out.png").split()
         flat = [color for row in colors for color in row]
@@ -205,7 +205,7 @@ class ExamplesTest(unittest.TestCase):
         self.zeva("kaleidoscope", "in.png", "out.png", 60)
         rows = self.picture("out.png")
         self.assert_size(rows, 60, 60)
-        # Mirrors stand upright, level and across: the same from the left, from above and from the side.
+        # The pattern is symmetric about its vertical, horizontal and diagonal axes.
         colors = set()
         for y in range(60):
             for x in range(60):
@@ -237,7 +237,7 @@ class ExamplesTest(unittest.TestCase):
             across = (x + 0.5) * math.cos(angle) + (149.5 - y) * math.sin(angle)
             place = across % 96
             if min(place % 48, 48 - place % 48) < 3:
-                continue  # at an edge the colors mix
+                continue  # colors mix at an edge
             self.assert_near(rows[y][x], (255, 0, 0) if place < 48 else (0, 0, 255))
             judged += 1
 
@@ -250,7 +250,7 @@ class ExamplesTest(unittest.TestCase):
         self.assert_near(rows[4][6], BLACK)
         self.assertEqual(self.zeva("difference", "one.png", "one.png", "out.png"), "0\n")
         self.file("three.png", plain(8, 9, BLACK))
-        error = "zeva: the pictures are of different size\n"
+        error = "zeva: the pictures have different sizes\n"
         result = subprocess.run(
             [ZEVA, "run", EXAMPLES / "difference.lua", "one.png", "three.png", "out.png"],
             cwd=self.folder,

@@ -43,9 +43,9 @@ def pictures_of(folder):
 
 
 class SettingsTest(unittest.TestCase):
-    def test_every_filter_has_settings_of_its_own_keys(self):
+    def test_settings_belong_to_filters_and_set_only_their_keys(self):
         filters = json.loads((ROOT / "host/gallery/gallery.json").read_text())["filters"]
-        self.assertEqual(set(filters), set(described))
+        self.assertLessEqual(set(filters), set(described))  # a filter without settings is shown at its defaults
         for name, entry in filters.items():
             keys = {key["name"] for key in described[name]["properties"] if not key["readOnly"]}
             self.assertGreaterEqual(len(entry["settings"]), 1, name)
