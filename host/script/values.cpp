@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <limits>
 
+#include "host/runtime/describe.h"
 #include "host/runtime/errors.h"
 #include "host/script/class_values.h"
 #include "host/script/object_values.h"

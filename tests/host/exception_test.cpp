@@ -1,5 +1,6 @@
 // exception_test.cpp - host exceptions: raised by a module, thrown when it has returned.
 
+#include "host/runtime/describe.h"
 #include "host/runtime/services.h"
 #include "tests/host/host_test.h"
 
