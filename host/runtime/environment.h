@@ -41,7 +41,7 @@ class Environment {
 
     // Makes and initializes an object of a registered class. Throws HostError when there is no such class, and
     // HostException when an initializer raised.
-    [[nodiscard]] virtual ObjectReference NewInstance(std::string_view className) = 0;
+    virtual ObjectReference NewInstance(std::string_view className) = 0;
 
     // Reports a message that no caller can receive.
     virtual void Report(const std::string& message) const = 0;

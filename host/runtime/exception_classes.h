@@ -1,7 +1,7 @@
 // exception_classes.h - the built-in exception classes: RuntimeException and its subclasses.
 //
-// RuntimeException has two writable properties: Message (a string, initially nil) and ErrorNumber (an integer). Like the
-// classes of a module, these consist of records with accessors.
+// RuntimeException has two writable properties: Message (a string, initially nil) and ErrorNumber (an integer). Like
+// the classes of a module, the exception classes consist of records with accessors.
 // Adding one: an entry in exception_classes.cpp.
 
 #pragma once

@@ -86,7 +86,7 @@ class Host final : private Environment {
     Trace* Tracing() const { return trace_.get(); }
 
     // A new object that is initialized but not constructed.
-    [[nodiscard]] ObjectReference NewInstance(std::string_view className) override;
+    ObjectReference NewInstance(std::string_view className) override;
 
     // A new object, constructed by the constructor with as many parameters as there are arguments. A class without a
     // constructor can be constructed without arguments.

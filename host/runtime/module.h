@@ -1,7 +1,7 @@
 // module.h - a loaded module.
 //
-// Lifetime: a module is never unloaded, because the host keeps pointers into it. A module converts its records in place,
-//           so a process can load it only once.
+// Lifetime: a module is never unloaded, because the host keeps pointers into it. A module converts its records in
+//           place, so a process can load it only once.
 
 #pragma once
 

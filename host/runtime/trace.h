@@ -1,9 +1,9 @@
 // trace.h - writes each call across the boundary, in both directions, to a file of trace events in JSON.
 //
-// The file is a list of events that trace viewers can open (chrome://tracing, Perfetto): "B" when a call begins, "E" when
-// it returns. "cat" is the direction: "to module" for entry points, members, initializers and finalizers, "to host" for
-// services. "args" of a "B" event holds the arguments in order and, for a member, its object. "args" of an "E" event
-// holds the "result", or "raised" with the class of the exception.
+// The file is a list of events that trace viewers can open (chrome://tracing, Perfetto): "B" when a call begins, "E"
+// when it returns. "cat" is the direction: "to module" for entry points, members, initializers and finalizers,
+// "to host" for services. The "args" of a "B" event hold the arguments in order and, for a member, its object. The
+// "args" of an "E" event hold the "result", or "raised" with the class of the exception.
 //
 // Each line is written as soon as its call begins or ends. After a crash the file shows what the process did last; only
 // the closing bracket of the list is missing.
