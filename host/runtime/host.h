@@ -126,7 +126,7 @@ class Host final : private Environment {
     // Calls nest: a module may set a property while it is called. An exception that is pending in the surrounding call
     // stays pending there.
     template <typename Work>
-    [[nodiscard]] ObjectReference RaisedBy(Work work) {
+    ObjectReference RaisedBy(Work work) {
         ObjectReference outer = std::exchange(pending_, {});
         {
             OpenScope scope(options_.callScope);

@@ -25,6 +25,6 @@ struct Module {
 using EntryPoint = void (*)(ZEVAresolver);
 
 // Loads a module's file permanently and returns its entry point. Throws HostError with the file and the reason.
-[[nodiscard]] EntryPoint LoadEntryPoint(const std::filesystem::path& path);
+EntryPoint LoadEntryPoint(const std::filesystem::path& path);
 
 }  // namespace host
