@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "host/runtime/describe.h"
 #include "host/runtime/errors.h"
 #include "host/runtime/memory_block.h"
 #include "host/runtime/object.h"

@@ -6,6 +6,8 @@
 
 #include <array>
 
+#include "host/runtime/argument.h"
+#include "host/runtime/describe.h"
 #include "host/runtime/errors.h"
 #include "host/runtime/object.h"
 

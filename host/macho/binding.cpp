@@ -1,4 +1,4 @@
-// binding.cpp - the list.
+// binding.cpp - the list of functions that objects may use.
 
 #include "host/macho/binding.h"
 
@@ -19,8 +19,7 @@
 #include "platform/ExceptionFrames/macos_frames.h"
 
 extern "C" {
-// Only their addresses are of use here: Foundation's is variadic, the compiler's own are called with its own
-// conventions.
+// Only the addresses of these functions are used here, so their declarations need not be exact.
 void NSLog(void*, ...);
 void _Unwind_Resume(void*);
 void __gxx_personality_v0();
@@ -59,7 +58,7 @@ const Binding kBindings[] = {
     {"_objc_msgSend",                  Address(macos_objc_msgSend)},
     {"_objc_msgSend_fpret",            Address(macos_objc_msgSend_fpret)},
 
-    // A frame of such code is smaller than one of this machine: these know both.
+    // The frames of such code are smaller than those of this machine; these functions handle both.
     {"__setjmp",                       Address(macos_setjmp)},
     {"_objc_exception_try_enter",      Address(macos_exception_try_enter)},
     {"_objc_exception_try_exit",       Address(macos_exception_try_exit)},
@@ -67,13 +66,13 @@ const Binding kBindings[] = {
     {"_objc_exception_match",          Address(objc_exception_match)},
     {"_objc_exception_throw",          Address(objc_exception_throw)},
 
-    // C++ exceptions of others that pass through: cleanups run and hand over here.
+    // For C++ exceptions of other code that pass through: they run the cleanups and continue unwinding.
     {"___gxx_personality_v0",          Address(__gxx_personality_v0)},
     {"__Unwind_Resume",                Address(_Unwind_Resume)},
 };
 // clang-format on
 
-// An object names each class that it sends messages to by a symbol of this form, so that a missing one shows early.
+// An object has an undefined symbol with this prefix for each class that it uses, so a missing class is found at load.
 constexpr std::string_view kClassPrefix = ".objc_class_name_";
 
 }  // namespace
@@ -85,12 +84,12 @@ std::uint32_t AddressOf(std::string_view name) {
     if (name == "___CFConstantStringClassReference") return Address(ConstantStringClass());
     if (name.starts_with(kClassPrefix)) return AddressOfClass(std::string(name.substr(kClassPrefix.size())).c_str());
     throw ObjectError("symbol " + std::string(name),
-                      "it is undefined, and no function of that name is lent to modules");
+                      "it is undefined, and modules have no access to a function with this name");
 }
 
 std::uint32_t AddressOfClass(const char* name) {
     const Class found = objc_getClass(name);
-    if (found == nullptr) throw ObjectError("class " + std::string(name), "there is none of that name here");
+    if (found == nullptr) throw ObjectError("class " + std::string(name), "no class with this name exists here");
     return Address(found);
 }
 

@@ -1,7 +1,7 @@
-// binding.h - what an object may use of this process: a fixed list of functions.
+// binding.h - the functions of this process that an object may use: a fixed list.
 //
-// An object names functions as macOS does, with an underscore in front. A name that is not on the list is refused, so
-// an object reaches nothing but what modules are known to need.
+// Names begin with an underscore, as on macOS. A name that is not on the list is refused, so an object can use only the
+// functions that modules are known to need.
 //
 // Adding one: a row in binding.cpp.
 
@@ -12,11 +12,11 @@
 
 namespace host::macho {
 
-// The address of what an object calls by that name; throws ObjectError for a name that is not on the list, and for a
-// class that there is none of here.
-std::uint32_t AddressOf(std::string_view name);
+// The address of the function or class that an undefined symbol names. Throws ObjectError for a name that is not on the
+// list and for a class that does not exist here.
+[[nodiscard]] std::uint32_t AddressOf(std::string_view name);
 
-// The class of that name; throws ObjectError when there is none here.
-std::uint32_t AddressOfClass(const char* name);
+// The address of the class with this name. Throws ObjectError if it does not exist here.
+[[nodiscard]] std::uint32_t AddressOfClass(const char* name);
 
 }  // namespace host::macho

@@ -1,7 +1,8 @@
 // constant_string.h - the class of the constant strings in code for macOS.
 //
-// The compiler lays each out as class, flags, bytes and length; the class's address is bound like a function's. They
-// are never freed, and they are strings like any other: equal to those of the same text, usable as keys.
+// The compiler stores each constant string as class, flags, bytes and length. The address of the class is bound like
+// that of a function. These strings are never freed. Otherwise they behave like other strings: they are equal to
+// strings with the same text and can be used as keys.
 
 #pragma once
 
@@ -15,7 +16,7 @@
 
 namespace host::macho {
 
-// A constant string as the compiler lays it out.
+// The layout of a constant string.
 struct ConstantString {
     std::uint32_t isa;
     std::uint32_t flags;
@@ -23,7 +24,7 @@ struct ConstantString {
     std::uint32_t length;
 };
 
-// The flags of a string of 8-bit characters, the only ones that this class knows.
+// The flags of a string with 8-bit characters, the only kind that this class supports.
 inline constexpr std::uint32_t kEightBitCharacters = 0x7C8;
 
 // The class, ready to use.

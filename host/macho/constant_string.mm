@@ -1,4 +1,4 @@
-// constant_string.mm - NSString over a constant string's own fields.
+// constant_string.mm - a subclass of NSString with the fields of a constant string.
 
 #include "host/macho/constant_string.h"
 

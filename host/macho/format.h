@@ -1,7 +1,7 @@
-// format.h - the parts of the Mach-O format that object files of 32-bit x86 code consist of.
+// format.h - the parts of the Mach-O format that object files of 32-bit x86 code use.
 //
-// The structures lie in the file as they stand here, in this machine's byte order. Only what object_file.cpp reads has
-// a name.
+// The structures have the layout of the file, in this machine's byte order. Only the fields and values that
+// object_file.cpp reads have names.
 
 #pragma once
 
@@ -9,7 +9,7 @@
 
 namespace host::macho::format {
 
-// How a file begins.
+// The beginning of a file.
 inline constexpr std::uint32_t kMagic32 = 0xFEEDFACE;
 inline constexpr std::uint32_t kMagic64 = 0xFEEDFACF;
 inline constexpr std::uint32_t kCpuX86 = 7;
@@ -25,7 +25,7 @@ struct Header {
     std::uint32_t flags;
 };
 
-// What every load command begins with; the next one follows after size bytes.
+// The beginning of each load command. The next command begins `size` bytes after this one.
 struct Command {
     std::uint32_t kind;
     std::uint32_t size;
@@ -59,7 +59,7 @@ struct Section {
     std::uint32_t relocationOffset;
     std::uint32_t relocationCount;
     std::uint32_t flags;           // kind in the lowest byte, attributes above it
-    std::uint32_t indirectSymbol;  // of symbol pointers: the first one's place in the indirect symbol table
+    std::uint32_t indirectSymbol;  // for symbol pointers: the index of the first one in the indirect symbol table
     std::uint32_t reserved;
 };
 
@@ -87,7 +87,7 @@ struct SymbolsCommand {
     std::uint32_t stringSize;
 };
 
-// Only the table that gives symbol pointers their symbols is of use here.
+// Only the indirect symbol table, which assigns symbols to symbol pointers, is used here.
 struct DynamicSymbolsCommand {
     Command command;
     std::uint32_t unused[12];
@@ -96,7 +96,7 @@ struct DynamicSymbolsCommand {
     std::uint32_t unusedToo[4];
 };
 
-// Bits of an entry of the indirect symbol table that has no symbol.
+// Bits of an indirect symbol table entry without a symbol.
 inline constexpr std::uint32_t kIndirectLocal = 0x80000000;
 inline constexpr std::uint32_t kIndirectAbsolute = 0x40000000;
 
@@ -117,8 +117,9 @@ inline constexpr std::uint8_t kSymbolUndefined = 0x00;
 inline constexpr std::uint8_t kSymbolAbsolute = 0x02;
 inline constexpr std::uint8_t kSymbolInSection = 0x0E;
 
-// One of two layouts. Scattered: kScattered | pcrel:1 | length:2 | type:4 | address:24, then the target's address.
-// Plain: the address, then type:4 | external:1 | length:2 | pcrel:1 | symbol or section:24.
+// There are two layouts:
+//   scattered   kScattered | pcrel:1 | length:2 | type:4 | address:24, then the address of the target
+//   plain       the address, then type:4 | external:1 | length:2 | pcrel:1 | symbol or section:24
 struct Relocation {
     std::uint32_t first;
     std::uint32_t second;

@@ -1,4 +1,4 @@
-// image.cpp - placing the sections of an object in memory.
+// image.cpp - places the sections of an object in memory.
 
 #include "host/macho/image.h"
 
@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 
 #include "host/macho/object_error.h"
 
@@ -18,7 +19,7 @@ std::uint32_t PageSize() { return static_cast<std::uint32_t>(sysconf(_SC_PAGESIZ
 
 std::uint32_t RoundedUp(std::uint32_t number, std::uint32_t step) { return (number + step - 1) / step * step; }
 
-// The first address behind all code that all sections' alignments allow a page to begin at.
+// The first address behind all code where a page can begin without violating the alignment of a section.
 std::uint32_t BoundaryOf(const ObjectFile& object) {
     std::uint32_t alignment = 1;
     std::uint32_t codeEnd = 0;
@@ -30,10 +31,10 @@ std::uint32_t BoundaryOf(const ObjectFile& object) {
         if (!section.isText) dataBegin = std::min(dataBegin, section.address);
     }
     const std::uint32_t boundary = RoundedUp(codeEnd, alignment);
-    // Without any data the code may fill its last page.
+    // If there is no data, the code may fill its last page.
     if (boundary > dataBegin && dataBegin != object.size) {
-        throw ObjectError("sections", "data begin at " + std::to_string(dataBegin) + ", before code ends at " +
-                                          std::to_string(codeEnd) + ", so no page can be code alone");
+        throw ObjectError("sections", "data begins at " + std::to_string(dataBegin) + ", before code ends at " +
+                                          std::to_string(codeEnd) + ", so they would share a page");
     }
     return std::min(boundary, object.size);
 }
@@ -47,7 +48,7 @@ Image::Image(const ObjectFile& object) : size_(object.size), boundary_(BoundaryO
     if (mappingSize_ == 0) throw ObjectError("segment", "it is empty");
     void* memory = mmap(nullptr, mappingSize_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (memory == MAP_FAILED) {
-        throw ObjectError("segment", "there is no memory for its " + std::to_string(size_) + " bytes");
+        throw ObjectError("segment", "out of memory for its " + std::to_string(size_) + " bytes");
     }
     mapping_ = reinterpret_cast<std::uintptr_t>(memory);
     base_ = mapping_ + codePages - boundary_;
@@ -71,7 +72,7 @@ void Image::SetWord(std::uint32_t address, std::uint32_t value) const {
 }
 
 bool Image::Contains(std::uint32_t address, std::uint32_t count) const {
-    const std::uint32_t offset = address - base_;  // of an address below the image: beyond any size
+    const std::uint32_t offset = address - base_;  // wraps to a value beyond any size for addresses below the image
     return offset <= size_ && count <= size_ - offset;
 }
 

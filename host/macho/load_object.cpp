@@ -1,4 +1,4 @@
-// load_object.cpp - the steps of loading, one after another.
+// load_object.cpp - the steps of loading an object.
 
 #include "host/macho/load_object.h"
 

@@ -1,4 +1,4 @@
-// load_object_nowhere.cpp - loading in a process that cannot run such code.
+// load_object_nowhere.cpp - refuses to load, for processes that cannot run such code.
 
 #include "host/macho/load_object.h"
 

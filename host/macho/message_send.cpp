@@ -1,9 +1,10 @@
-// message_send.cpp - sending messages, in assembly: the arguments must stay where the caller put them.
+// message_send.cpp - sends messages. Assembly, because the arguments must stay where the caller put them.
 
 #include "host/macho/message_send.h"
 
-// On entry: the return address, the receiver, the selector. The stack is made ready for a call, and as it was for the
-// jump; the directives let exceptions that a class's initialization throws pass.
+// On entry the stack holds the return address, the receiver and the selector. The code pushes arguments for the lookup
+// and restores the stack before it jumps to the method. The directives let exceptions pass that the initialization of a
+// class throws.
 asm(R"(
     .text
     .p2align 4

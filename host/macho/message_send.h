@@ -1,17 +1,17 @@
-// message_send.h - the calls by which code for macOS sends messages.
+// message_send.h - the functions with which code for macOS sends messages.
 //
-// Such code calls one function with the receiver, the selector and the arguments, and that goes on in the method. The
-// runtime here answers a method's address instead, so these ask for it and jump there.
+// Such code calls one function with the receiver, the selector and the arguments, and that function runs the method.
+// The runtime here only returns the address of a method, so these functions look it up and jump there.
 //
-// Never called from C++: their arguments are the message's.
+// They cannot be called from C++: their arguments are those of the message.
 
 #pragma once
 
 extern "C" {
-// Sends a message; a message to nil answers nil or 0.
+// Sends a message. A message to nil returns nil or 0.
 void macos_objc_msgSend();
 
-// The same for a reply that is a double. Why another: a double comes back on the x87 stack, so 0.0 must be put there
-// for nil, and a value that nobody takes from there would spoil later calculations.
+// Sends a message that returns a double. It needs its own function because a double is returned on the x87 stack: for
+// nil, 0.0 must be pushed there, while other messages must not push a value that no caller pops.
 void macos_objc_msgSend_fpret();
 }

@@ -7,7 +7,7 @@
 
 namespace host::macho {
 
-// What it is about ("symbol _open", "section __TEXT,__text") and what is wrong, joined by a colon in the message.
+// The message is the subject ("symbol _open", "section __TEXT,__text"), a colon and the problem.
 class ObjectError : public std::runtime_error {
   public:
     ObjectError(const std::string& subject, const std::string& problem)

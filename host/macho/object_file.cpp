@@ -1,9 +1,10 @@
-// object_file.cpp - reading an object file, every number of it held against the file's size.
+// object_file.cpp - reads an object file and checks each number in it against the size of the file.
 
 #include "host/macho/object_file.h"
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 
 #include "host/macho/object_error.h"
 
@@ -11,22 +12,23 @@ namespace host::macho {
 
 namespace {
 
-// No module comes near this; a size beyond it is a damaged file's.
+// Far more than any module needs; a larger size means that the file is damaged.
 constexpr std::uint32_t kLargestObject = 64u << 20;
 
-// Sections are placed relative to a page's begin, so none can ask for more than a page.
+// A power of two. Sections are placed relative to the beginning of a page, so a page is the largest alignment.
 constexpr std::uint32_t kLargestAlignment = 12;
 
 constexpr std::uint32_t kKnownKinds[] = {format::kRegular,        format::kZeroFilled, format::kCStrings,
                                          format::kLiterals4,      format::kLiterals8,  format::kLiteralPointers,
                                          format::kSymbolPointers, format::kCoalesced,  format::kLiterals16};
 
-// A file's bytes, handed out only where there are any.
+// The bytes of a file. Access beyond the end throws.
 class File {
   public:
     explicit File(std::span<const unsigned char> bytes) : bytes_(bytes) {}
 
-    // Bytes from an offset on; throws when they do not lie in the file. Wide numbers, so that no sum of them wraps.
+    // The bytes from an offset; throws if they are not all in the file. The parameters have 64 bits so that sums cannot
+    // overflow.
     std::span<const unsigned char> Range(std::uint64_t offset, std::uint64_t size, const std::string& what) const {
         if (offset > bytes_.size() || size > bytes_.size() - offset) {
             throw ObjectError(what, "bytes " + std::to_string(offset) + " to " + std::to_string(offset + size) +
@@ -54,18 +56,18 @@ class File {
     std::span<const unsigned char> bytes_;
 };
 
-// A name in a field of fixed width, which it may fill.
+// A name in a field of fixed width. A name that fills the field has no terminating zero.
 std::string FixedName(const char (&field)[16]) { return {field, strnlen(field, sizeof field)}; }
 
 void CheckHeader(const format::Header& header) {
     if (header.magic == format::kMagic64) throw ObjectError("header", "the code is 64 bits wide, not 32");
-    if (header.magic != format::kMagic32) throw ObjectError("header", "it does not begin as object code does");
+    if (header.magic != format::kMagic32) throw ObjectError("header", "it does not begin like object code");
     if (header.cpuType != format::kCpuX86) {
         throw ObjectError("header", "the code is for processor " + std::to_string(header.cpuType) + ", not for x86 (" +
                                         std::to_string(format::kCpuX86) + ")");
     }
     if (header.fileType != format::kFileTypeObject) {
-        throw ObjectError("header", "file type " + std::to_string(header.fileType) + " is no object file (" +
+        throw ObjectError("header", "file type " + std::to_string(header.fileType) + " is not an object file (" +
                                         std::to_string(format::kFileTypeObject) + ")");
     }
 }
@@ -88,7 +90,7 @@ Relocation Decoded(const format::Relocation& raw) {
     return relocation;
 }
 
-// How many bytes a relocation changes, as a power of two.
+// The number of bytes that a relocation changes, as a power of two.
 std::uint32_t LengthOf(const format::Relocation& raw) {
     return (raw.first & format::kScattered) != 0 ? raw.first >> 28 & 3 : raw.second >> 25 & 3;
 }
@@ -100,7 +102,7 @@ Section ReadSection(const File& file, const format::SegmentCommand& segment, con
     const std::string what = "section " + section.name;
     section.kind = raw.flags & format::kSectionKindMask;
     if (std::find(std::begin(kKnownKinds), std::end(kKnownKinds), section.kind) == std::end(kKnownKinds)) {
-        throw ObjectError(what, "its kind " + std::to_string(section.kind) + " is not one that modules have");
+        throw ObjectError(what, "section kind " + std::to_string(section.kind) + " is not supported");
     }
     if (raw.address < segment.address || raw.address - segment.address > segment.size ||
         raw.size > segment.size - (raw.address - segment.address)) {
@@ -121,8 +123,8 @@ Section ReadSection(const File& file, const format::SegmentCommand& segment, con
     for (const format::Relocation& relocation : relocations) {
         section.relocations.push_back(Decoded(relocation));
         const std::uint32_t offset = section.relocations.back().offset;
-        if (LengthOf(relocation) != 2) throw ObjectError(what, "a relocation changes another number of bytes than 4");
-        // The second half of a pair has no place of its own.
+        if (LengthOf(relocation) != 2) throw ObjectError(what, "a relocation does not change 4 bytes");
+        // The second half of a pair has no offset.
         if (section.relocations.back().type == format::kPair) continue;
         if (offset > section.bytes.size() || section.bytes.size() - offset < 4) {
             throw ObjectError(what, "a relocation at " + std::to_string(offset) + " lies outside its " +
@@ -136,9 +138,10 @@ void ReadSegment(const File& file, std::uint64_t offset, std::uint32_t commandSi
     if (!object.sections.empty()) throw ObjectError("segment", "there is more than one");
     const auto segment = file.At<format::SegmentCommand>(offset, "segment");
     if (segment.size > kLargestObject) {
-        throw ObjectError("segment", "it needs " + std::to_string(segment.size) + " bytes, more than any module");
+        throw ObjectError("segment", "it needs " + std::to_string(segment.size) + " bytes, but the limit is " +
+                                         std::to_string(kLargestObject));
     }
-    // Wide, so that a count beyond all bounds does not wrap.
+    // 64 bits, so that a huge count cannot overflow.
     if (std::uint64_t{segment.sectionCount} * sizeof(format::Section) + sizeof segment > commandSize) {
         throw ObjectError("segment", std::to_string(segment.sectionCount) + " sections do not fit their load command");
     }
@@ -161,10 +164,10 @@ void CheckNoOverlap(std::vector<Section> sections) {
 
 Symbol ReadSymbol(const ObjectFile& object, const format::Symbol& raw, std::string_view strings) {
     Symbol symbol;
-    if (raw.nameOffset > strings.size()) throw ObjectError("symbol", "its name lies outside the names");
+    if (raw.nameOffset > strings.size()) throw ObjectError("symbol", "its name lies outside the symbol names");
     const std::string_view rest = strings.substr(raw.nameOffset);
     symbol.name = rest.substr(0, rest.find('\0'));
-    if (symbol.name.size() == rest.size() && !rest.empty()) throw ObjectError("symbol", "its name does not end");
+    if (symbol.name.size() == rest.size() && !rest.empty()) throw ObjectError("symbol", "its name is not terminated");
     const std::string what = "symbol " + std::string(symbol.name);
     symbol.value = raw.value;
     symbol.section = raw.section;
@@ -175,7 +178,7 @@ Symbol ReadSymbol(const ObjectFile& object, const format::Symbol& raw, std::stri
     const bool isVisible = (raw.type & (format::kSymbolExternal | format::kSymbolPrivate)) == format::kSymbolExternal;
     switch (raw.type & format::kSymbolKindMask) {
         case format::kSymbolUndefined:
-            if (raw.value != 0) throw ObjectError(what, "it is common to several objects, and there is one here");
+            if (raw.value != 0) throw ObjectError(what, "common symbols are not supported");
             symbol.kind = Symbol::Kind::kUndefined;
             break;
         case format::kSymbolAbsolute:
@@ -195,7 +198,7 @@ Symbol ReadSymbol(const ObjectFile& object, const format::Symbol& raw, std::stri
             break;
         }
         default:
-            throw ObjectError(what, "its type " + std::to_string(raw.type) + " is not one that modules have");
+            throw ObjectError(what, "symbol type " + std::to_string(raw.type) + " is not supported");
     }
     return symbol;
 }
@@ -242,7 +245,7 @@ ObjectFile ReadObject(std::span<const unsigned char> bytes) {
         }
         offset += command.size;
     }
-    if (object.sections.empty()) throw ObjectError("segment", "there is none, so there is no code");
+    if (object.sections.empty()) throw ObjectError("segment", "the file has none, so it contains no code");
     CheckNoOverlap(object.sections);
     return object;
 }

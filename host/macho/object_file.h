@@ -1,12 +1,13 @@
-// object_file.h - an object file, read and checked.
+// object_file.h - reads and checks an object file.
 //
-// What stands here is within the bounds of the file: every offset, count and name has been held against its size, so
-// that those who use it need not. What the bytes of a section mean is not looked at.
+// Each offset, count and name has been checked against the size of the file, so users of these structures need not
+// check them again. The contents of sections are not checked.
 //
-// Lifetime: views into the bytes that ReadObject was given.
+// Lifetime: the structures contain views of the bytes that were passed to ReadObject.
 
 #pragma once
 
+#include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
@@ -16,14 +17,14 @@
 
 namespace host::macho {
 
-// A relocation, whichever layout it had in the file.
+// A relocation, decoded from either layout of the file.
 struct Relocation {
-    std::uint32_t offset = 0;  // of the four bytes that it changes, in its section
+    std::uint32_t offset = 0;  // of the four bytes to change, within the section
     std::uint32_t type = 0;
-    std::uint32_t target = 0;  // the symbol, for an external one; else the section counted from 1, 0 for none
-    bool isRelative = false;   // to the address behind the four bytes
+    std::uint32_t target = 0;  // external: index of the symbol; else number of the section from 1, or 0
+    bool isRelative = false;   // relative to the address after the four bytes
     bool isExternal = false;
-    bool isScattered = false;  // by address, within the object
+    bool isScattered = false;  // refers to its target by address, within the object
 };
 
 struct Section {
@@ -33,10 +34,10 @@ struct Section {
     std::uint32_t alignment = 1;
     std::uint32_t kind = 0;
     bool hasCode = false;
-    bool isText = false;                   // never written to: its segment is __TEXT
-    std::span<const unsigned char> bytes;  // none for a zero-filled one
+    bool isText = false;                   // in the segment __TEXT, which is never written
+    std::span<const unsigned char> bytes;  // empty for a zero-filled section
     std::vector<Relocation> relocations;
-    std::uint32_t indirectSymbol = 0;  // the first pointer's place in indirectSymbols, for symbol pointers
+    std::uint32_t indirectSymbol = 0;  // for symbol pointers: index of the first one in indirectSymbols
 
     std::uint32_t End() const { return address + size; }
 };
@@ -45,21 +46,21 @@ struct Symbol {
     std::string_view name;
     enum class Kind { kUndefined, kAbsolute, kInSection, kDebug } kind;
     bool isExported = false;
-    std::uint32_t section = 0;  // counted from 1
-    std::uint32_t value = 0;    // an address within the object, or an absolute one
+    std::uint32_t section = 0;  // number, from 1
+    std::uint32_t value = 0;    // an address within the object, or an absolute value
 };
 
 struct ObjectFile {
-    std::uint32_t size = 0;         // of the memory that all sections need together
-    std::vector<Section> sections;  // in the order in which symbols and relocations count them
+    std::uint32_t size = 0;         // the memory that all sections need together
+    std::vector<Section> sections;  // in the order in which symbols and relocations number them
     std::vector<Symbol> symbols;
-    std::vector<std::uint32_t> indirectSymbols;  // symbols by number, or one of format::kIndirect...
+    std::vector<std::uint32_t> indirectSymbols;  // indices of symbols, or bits format::kIndirect...
 
-    // The section of that name, "__OBJC,__message_refs"; null when there is none.
-    const Section* Find(std::string_view name) const;
+    // The section with a name like "__OBJC,__message_refs", or null.
+    [[nodiscard]] const Section* Find(std::string_view name) const;
 };
 
-// Reads an object file of 32-bit x86 code; throws ObjectError when it is another kind of file or cannot be right.
-ObjectFile ReadObject(std::span<const unsigned char> file);
+// Reads an object file of 32-bit x86 code. Throws ObjectError if the file is of another kind or invalid.
+[[nodiscard]] ObjectFile ReadObject(std::span<const unsigned char> file);
 
 }  // namespace host::macho

@@ -1,12 +1,13 @@
-// object_path.cpp - object files by their path.
+// object_path.cpp - recognizes and loads object files by path.
 
-#include <cstring>
+#include <cstdint>
 #include <fstream>
 #include <iterator>
 #include <vector>
 
 #include "host/macho/format.h"
 #include "host/macho/load_object.h"
+#include "host/macho/object_error.h"
 
 namespace host::macho {
 
@@ -14,7 +15,7 @@ bool IsMachO(const std::filesystem::path& path) {
     std::uint32_t magic = 0;
     std::ifstream stream(path, std::ios::binary);
     stream.read(reinterpret_cast<char*>(&magic), sizeof magic);
-    // Of this byte order: no other can run here.
+    // Only this byte order, because no other can run here.
     return stream && (magic == format::kMagic32 || magic == format::kMagic64);
 }
 

@@ -1,10 +1,11 @@
-// objective_c.cpp - selectors, classes and constant strings of a loaded object.
+// objective_c.cpp - resolves selectors and classes of a loaded object, and checks its constant strings.
 
 #include "host/macho/objective_c.h"
 
 #include <objc/runtime.h>
 
 #include <cstring>
+#include <string>
 
 #include "host/macho/binding.h"
 #include "host/macho/constant_string.h"
@@ -14,7 +15,7 @@ namespace host::macho {
 
 namespace {
 
-// Replaces every pointer to a name in a section by what the name stands for.
+// Replaces each pointer to a name in a section by the result of looking up the name.
 template <typename Lookup>
 void ReplaceNames(const ObjectFile& object, const Image& image, const char* sectionName, Lookup lookup) {
     const Section* section = object.Find(sectionName);
@@ -24,7 +25,7 @@ void ReplaceNames(const ObjectFile& object, const Image& image, const char* sect
         const std::uint32_t address = section->address + 4 * i;
         const char* name = image.Text(image.Word(address));
         if (name == nullptr || *name == '\0') {
-            throw ObjectError("section " + section->name, "pointer " + std::to_string(i) + " leads to no name");
+            throw ObjectError("section " + section->name, "pointer " + std::to_string(i) + " does not point to a name");
         }
         image.SetWord(address, lookup(name));
     }
@@ -49,7 +50,7 @@ void CheckStrings(const ObjectFile& object, const Image& image) {
     }
 }
 
-// Sections of what an object itself defines.
+// The sections that hold definitions of an object.
 constexpr const char* kDefinitions[] = {"__OBJC,__class", "__OBJC,__category", "__OBJC,__protocol"};
 
 }  // namespace
@@ -58,7 +59,7 @@ void FixUpObjectiveC(const ObjectFile& object, const Image& image) {
     for (const char* name : kDefinitions) {
         if (object.Find(name) == nullptr) continue;
         throw ObjectError(std::string("section ") + name,
-                          "classes, categories and protocols of a module's own are not registered here");
+                          "classes, categories and protocols that a module defines are not supported");
     }
     ReplaceNames(object, image, "__OBJC,__message_refs", [](const char* name) {
         return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(sel_registerName(name)));

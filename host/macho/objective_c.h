@@ -1,7 +1,7 @@
-// objective_c.h - what an object needs of the Objective-C runtime before its code may run.
+// objective_c.h - connects an object to the Objective-C runtime before its code runs.
 //
-// Selectors and classes stand in an object as names, each behind a pointer of its own that the code reads. Here the
-// pointers are led to the runtime's selectors and classes; constant strings get no change beyond their class.
+// An object refers to selectors and classes by pointers to their names. These pointers are replaced by pointers to the
+// runtime's selectors and classes. Constant strings need no change except for their class.
 
 #pragma once
 
@@ -10,8 +10,8 @@
 
 namespace host::macho {
 
-// Fixes a relocated image up. Throws ObjectError for a class that there is none of, for a string that is not made of
-// 8-bit characters, and for an object that defines classes itself: those are not registered here.
+// Fixes up a relocated image. Throws ObjectError for a class that does not exist, for a string without 8-bit
+// characters, and for an object that defines classes, which is not supported.
 void FixUpObjectiveC(const ObjectFile& object, const Image& image);
 
 }  // namespace host::macho

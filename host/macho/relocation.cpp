@@ -1,10 +1,10 @@
 // relocation.cpp - relocations of 32-bit x86 objects.
 //
-//   type                         what is done
-//   vanilla, local, absolute     the load address is added
-//   vanilla, local, relative     nothing: code and target moved together
-//   vanilla, external            the symbol's address is added, less the load address when relative
-//   section difference, pair     nothing: a distance within the image
+//   type                         action
+//   vanilla, local, absolute     add the load address
+//   vanilla, local, relative     none: code and target are moved together
+//   vanilla, external            add the address of the symbol; if relative, subtract the load address
+//   section difference, pair     none: it is a distance within the image
 
 #include "host/macho/relocation.h"
 
@@ -15,7 +15,7 @@ namespace host::macho {
 
 namespace {
 
-// The addresses in this process of an object's symbols, each found when it is first needed.
+// The addresses in this process of an object's symbols. Each one is looked up on first use.
 class Symbols {
   public:
     Symbols(const ObjectFile& object, const Image& image)
@@ -35,7 +35,7 @@ class Symbols {
             case Symbol::Kind::kDebug:
                 break;
         }
-        throw ObjectError("symbol " + std::string(symbol.name), "it stands for no address");
+        throw ObjectError("symbol " + std::string(symbol.name), "it has no address");
     }
 
   private:
@@ -44,7 +44,7 @@ class Symbols {
     std::vector<std::uint32_t> addresses_;
 };
 
-// What a vanilla relocation adds.
+// The value that a vanilla relocation adds.
 std::uint32_t Change(const Relocation& relocation, const Section& section, const ObjectFile& object, const Image& image,
                      Symbols& symbols) {
     if (relocation.isExternal) {
@@ -52,8 +52,8 @@ std::uint32_t Change(const Relocation& relocation, const Section& section, const
     }
     const bool isAbsolute = !relocation.isScattered && relocation.target == 0;
     if (!relocation.isScattered && relocation.target > object.sections.size()) {
-        throw ObjectError("section " + section.name,
-                          "a relocation names section " + std::to_string(relocation.target) + ", which there is not");
+        throw ObjectError("section " + section.name, "a relocation refers to section " +
+                                                         std::to_string(relocation.target) + ", which does not exist");
     }
     if (relocation.isRelative) return isAbsolute ? 0 - image.Base() : 0;
     return isAbsolute ? 0 : image.Base();
@@ -77,13 +77,13 @@ void RelocateSection(const Section& section, const ObjectFile& object, const Ima
                 }
                 break;
             default:
-                throw ObjectError(what, "relocation " + std::to_string(i) + " is of type " +
-                                            std::to_string(relocation.type) + ", which is unknown");
+                throw ObjectError(what, "relocation " + std::to_string(i) + " has the unknown type " +
+                                            std::to_string(relocation.type));
         }
     }
 }
 
-// Fills a section of pointers to symbols.
+// Fills a section that consists of pointers to symbols.
 void FillPointers(const Section& section, const ObjectFile& object, const Image& image, Symbols& symbols) {
     const std::uint32_t count = static_cast<std::uint32_t>(section.bytes.size()) / 4;
     const std::size_t known = object.indirectSymbols.size();
@@ -93,7 +93,7 @@ void FillPointers(const Section& section, const ObjectFile& object, const Image&
     }
     for (std::uint32_t i = 0; i < count; ++i) {
         const std::uint32_t symbol = object.indirectSymbols[section.indirectSymbol + i];
-        // A pointer without a symbol has an ordinary relocation.
+        // A pointer without a symbol is handled by an ordinary relocation.
         if ((symbol & (format::kIndirectLocal | format::kIndirectAbsolute)) != 0) continue;
         image.SetWord(section.address + 4 * i, symbols[symbol]);
     }
@@ -103,7 +103,7 @@ void FillPointers(const Section& section, const ObjectFile& object, const Image&
 
 void Relocate(const ObjectFile& object, const Image& image) {
     Symbols symbols(object, image);
-    // Undefined symbols that nothing refers to count as well: an object names the classes that it needs in this way.
+    // Look up all undefined symbols, even unused ones: an object lists the classes that it needs in this way.
     for (std::uint32_t i = 0; i < object.symbols.size(); ++i) {
         if (object.symbols[i].kind == Symbol::Kind::kUndefined) symbols[i];
     }

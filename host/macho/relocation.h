@@ -1,4 +1,4 @@
-// relocation.h - makes an object's addresses right for where it lies.
+// relocation.h - adjusts the addresses in an object to its location in memory.
 
 #pragma once
 
@@ -7,8 +7,8 @@
 
 namespace host::macho {
 
-// Applies every relocation and fills the symbol pointers. Throws ObjectError for a relocation that it does not know,
-// and for a symbol that is undefined (binding.h).
+// Applies each relocation and fills the symbol pointers. Throws ObjectError for an unknown relocation and for an
+// undefined symbol that cannot be bound (binding.h).
 void Relocate(const ObjectFile& object, const Image& image);
 
 }  // namespace host::macho

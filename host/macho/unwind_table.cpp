@@ -1,20 +1,21 @@
-// unwind_table.cpp - copying frame descriptions, entry by entry.
+// unwind_table.cpp - copies and converts frame descriptions, entry by entry.
 //
-// An entry is a common part (CIE) or the description of one function (FDE), which names its common part:
+// An entry is a common part (CIE) or the description of a function (FDE), which refers to its common part:
 //   CIE   length, 0, version, "zPLR", factors, return address, [encodings and personality], instructions
-//   FDE   length, distance to its CIE, function, its size, [what the personality reads], instructions
+//   FDE   length, distance to its CIE, function, its size, [data for the personality], instructions
 
 #include "host/macho/unwind_table.h"
 
 #include <cstring>
 #include <map>
+#include <string>
 #include <utility>
 #include <vector>
 
 #include "host/macho/binding.h"
 #include "host/macho/object_error.h"
 
-// The unwinder's own: takes entries up to one of length 0.
+// A function of the unwinder. It reads entries up to one of length 0.
 extern "C" void __register_frame(void* entries);
 
 namespace host::macho {
@@ -25,28 +26,28 @@ constexpr const char* kSection = "__TEXT,__eh_frame";
 
 [[noreturn]] void Refuse(const std::string& problem) { throw ObjectError(std::string("section ") + kSection, problem); }
 
-// How a pointer is written: its width, what it is relative to, and whether it leads to the pointer proper.
+// The encoding of a pointer: its width, its base, and whether it points to the actual pointer.
 constexpr unsigned kFormatMask = 0x0F;
 constexpr unsigned kRelativeToItself = 0x10;
 constexpr unsigned kBaseMask = 0x70;
 constexpr unsigned kIndirect = 0x80;
 
-// Whether a pointer takes four bytes: as an address, or as a number of that width with or without a sign.
+// Whether a pointer has four bytes: an address, or a signed or unsigned number of that width.
 bool IsFourBytes(unsigned encoding) {
     const unsigned format = encoding & kFormatMask;
     return format == 0x00 || format == 0x03 || format == 0x0B;
 }
 
-// Walks over one entry of the copy and changes it as it goes.
+// Reads one entry of the copy and converts it in place.
 class Cursor {
   public:
-    // moved: how far the copy lies from the original.
+    // moved: the distance of the copy from the original.
     Cursor(unsigned char* begin, unsigned char* end, std::uint32_t moved) : at_(begin), end_(end), moved_(moved) {}
 
     bool AtEnd() const { return at_ == end_; }
 
     unsigned char* Take(std::size_t count) {
-        if (count > static_cast<std::size_t>(end_ - at_)) Refuse("an entry ends early");
+        if (count > static_cast<std::size_t>(end_ - at_)) Refuse("an entry is truncated");
         return std::exchange(at_, at_ + count);
     }
 
@@ -58,7 +59,7 @@ class Cursor {
         return word;
     }
 
-    // A number of any length; what does not fit is not used here.
+    // A number of any length (LEB128). Bits beyond 32 are dropped; no number that matters here has them.
     std::uint32_t Number() {
         std::uint32_t number = 0;
         for (unsigned shift = 0;; shift += 7) {
@@ -68,18 +69,19 @@ class Cursor {
         }
     }
 
-    // A register: the frame pointer is 4 there and 5 here, the stack pointer the reverse; the others are the same.
+    // A register. On macOS the frame pointer is 4 and the stack pointer 5; here it is the reverse. The others are
+    // equal.
     void Register() {
         unsigned char* number = Take(1);
         if (*number > kLastRegister) Refuse("there is no register " + std::to_string(*number));
         if (*number == 4 || *number == 5) *number ^= 1;
     }
 
-    // A pointer, which stays where it leads to; answers that, or 0 for none.
+    // Adjusts a pointer so that it still refers to the same address, and returns that address, or 0 for null.
     std::uint32_t Pointer(unsigned encoding) {
         const unsigned base = encoding & kBaseMask;
         if (!IsFourBytes(encoding) || (base != 0 && base != kRelativeToItself)) {
-            Refuse("a pointer is encoded as " + std::to_string(encoding) + ", which is unknown");
+            Refuse("pointer encoding " + std::to_string(encoding) + " is unknown");
         }
         unsigned char* place = at_;
         std::uint32_t pointer = Word();
@@ -97,7 +99,7 @@ class Cursor {
     std::uint32_t moved_;
 };
 
-// Changes the registers that the instructions up to the entry's end name.
+// Converts the register numbers in the instructions up to the end of the entry.
 void ConvertInstructions(Cursor& cursor) {
     while (!cursor.AtEnd()) {
         unsigned char* place = cursor.Take(1);
@@ -113,7 +115,7 @@ void ConvertInstructions(Cursor& cursor) {
         switch (instruction) {
             case 0x00:  // nothing
             case 0x0A:  // remember
-            case 0x0B:  // restore what was remembered
+            case 0x0B:  // restore the remembered state
                 break;
             case 0x02:  // advance, by 1, 2 or 4 bytes
             case 0x03:
@@ -122,12 +124,12 @@ void ConvertInstructions(Cursor& cursor) {
                 break;
             case 0x05:  // register at an offset
             case 0x11:
-            case 0x0C:  // frame is a register and an offset
+            case 0x0C:  // frame address is a register plus an offset
             case 0x12:
                 cursor.Register();
                 cursor.Number();
                 break;
-            case 0x06:  // restore, undefined, same, frame is a register
+            case 0x06:  // restore, undefined, same, frame address register
             case 0x07:
             case 0x08:
             case 0x0D:
@@ -137,7 +139,7 @@ void ConvertInstructions(Cursor& cursor) {
                 cursor.Register();
                 cursor.Register();
                 break;
-            case 0x0E:  // frame is an offset
+            case 0x0E:  // frame address offset
             case 0x13:
             case 0x2E:  // size of arguments
                 cursor.Number();
@@ -148,7 +150,7 @@ void ConvertInstructions(Cursor& cursor) {
     }
 }
 
-// What a function's description needs of its common part.
+// The parts of a CIE that its functions need.
 struct Common {
     unsigned pointerEncoding = 0;
     unsigned personalDataEncoding = 0;
@@ -158,10 +160,10 @@ struct Common {
 
 void CheckPersonality(std::uint32_t pointer, unsigned encoding, const Image& image) {
     if ((encoding & kIndirect) != 0) {
-        if (!image.Contains(pointer, 4)) Refuse("a personality lies outside the object");
+        if (!image.Contains(pointer, 4)) Refuse("a personality function lies outside the object");
         pointer = image.Word(pointer - image.Base());
     }
-    if (pointer != AddressOf("___gxx_personality_v0")) Refuse("a personality is not that of C++");
+    if (pointer != AddressOf("___gxx_personality_v0")) Refuse("a personality function is not that of C++");
 }
 
 Common ConvertCommon(Cursor& cursor, const Image& image) {
@@ -170,8 +172,8 @@ Common ConvertCommon(Cursor& cursor, const Image& image) {
         Refuse("version " + std::to_string(version) + " is unknown");
     std::string letters;
     while (const unsigned letter = cursor.Byte()) letters += static_cast<char>(letter);
-    cursor.Number();  // what code offsets count
-    cursor.Number();  // what data offsets count
+    cursor.Number();  // unit of code offsets
+    cursor.Number();  // unit of data offsets
     if (const unsigned column = cursor.Byte(); column != Cursor::kLastRegister) {
         Refuse("the return address is in column " + std::to_string(column));
     }
@@ -223,13 +225,13 @@ UnwindTable::UnwindTable(const ObjectFile& object, const Image& image) {
     const Section* section = object.Find(kSection);
     if (section == nullptr || section->bytes.empty()) return;
     const std::size_t size = section->bytes.size();
-    bytes_ = std::make_unique<unsigned char[]>(size + sizeof(std::uint32_t));  // the end mark is 0
+    bytes_ = std::make_unique<unsigned char[]>(size + sizeof(std::uint32_t));  // zero at the end marks the end
     const unsigned char* original = image.At(section->address);
     std::memcpy(bytes_.get(), original, size);
     const auto moved = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(bytes_.get()) -
                                                   reinterpret_cast<std::uintptr_t>(original));
 
-    std::map<std::uint32_t, Common> commons;  // by their place
+    std::map<std::uint32_t, Common> commons;  // by their offset
     Cursor entries(bytes_.get(), bytes_.get() + size, moved);
     while (!entries.AtEnd()) {
         const std::uint32_t length = entries.Word();
@@ -243,14 +245,15 @@ UnwindTable::UnwindTable(const ObjectFile& object, const Image& image) {
             continue;
         }
         const auto common = commons.find(place - distance);
-        if (common == commons.end()) Refuse("a function names no common part");
+        if (common == commons.end()) Refuse("a function refers to an unknown common part");
         ConvertFunction(entry, common->second, image);
     }
 }
 
 void UnwindTable::Register() {
     if (bytes_ == nullptr) return;
-    static auto& registered = *new std::vector<std::unique_ptr<unsigned char[]>>;  // outlives all exceptions
+    // Never destroyed, because the unwinder may use it until the process ends.
+    static auto& registered = *new std::vector<std::unique_ptr<unsigned char[]>>;
     registered.push_back(std::move(bytes_));
     __register_frame(registered.back().get());
 }

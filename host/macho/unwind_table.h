@@ -1,8 +1,8 @@
-// unwind_table.h - lets C++ exceptions of others pass through an object's code, with its cleanups run on their way.
+// unwind_table.h - lets C++ exceptions of other code pass through an object's code and run its cleanups.
 //
-// An object describes its frames in __TEXT,__eh_frame as objects here do, but for two things: its numbers for the frame
-// and the stack pointer are the other way round, and no end is marked. So the unwinder gets a copy in this machine's
-// form.
+// The frame descriptions in __TEXT,__eh_frame differ from those of this machine in two ways: the register numbers of
+// the frame pointer and the stack pointer are swapped, and the end is not marked. The unwinder therefore gets a
+// converted copy.
 
 #pragma once
 
@@ -13,18 +13,17 @@
 
 namespace host::macho {
 
-// An object's frame descriptions as the unwinder here reads them.
+// An object's frame descriptions in the form that the unwinder of this machine reads.
 class UnwindTable {
   public:
-    // Makes the copy from a relocated image. Throws ObjectError for anything in it that the unwinder could stumble
-    // over.
+    // Makes the copy from a relocated image. Throws ObjectError for anything that the unwinder could not handle.
     UnwindTable(const ObjectFile& object, const Image& image);
 
-    // Hands the copy to the unwinder, for good.
+    // Registers the copy with the unwinder permanently.
     void Register();
 
   private:
-    std::unique_ptr<unsigned char[]> bytes_;  // null when the object has no descriptions
+    std::unique_ptr<unsigned char[]> bytes_;  // null if the object has no descriptions
 };
 
 }  // namespace host::macho

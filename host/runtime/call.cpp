@@ -3,16 +3,12 @@
 #include "host/runtime/call.h"
 
 #include <array>
-#include <cmath>
-#include <limits>
-
-#include "host/runtime/class.h"
-#include "host/runtime/object.h"
 
 namespace host {
 
 namespace {
 
+// The libffi type for a kind of value.
 ffi_type* PassedAs(TypeKind kind) {
     switch (kind) {
         case TypeKind::kNone:
@@ -29,7 +25,7 @@ ffi_type* PassedAs(TypeKind kind) {
     return &ffi_type_pointer;
 }
 
-// Where a function's result arrives. Why ffi_arg: libffi widens an integer result to a whole register.
+// Where libffi stores a result. It widens integer results to a whole register, hence ffi_arg.
 union Result {
     double number;
     ffi_arg integer;
@@ -60,50 +56,14 @@ Value ValueFor(TypeKind kind, const Result& result) {
     return {};
 }
 
-// A double as an integer; none when it has a fraction or is too large.
-std::optional<Argument> WholeNumber(double number) {
-    using Limits = std::numeric_limits<std::int32_t>;
-    if (!(number >= Limits::min() && number <= Limits::max()) || number != std::trunc(number)) return std::nullopt;
-    return Argument{.integer = static_cast<std::int32_t>(number)};
-}
-
 }  // namespace
-
-std::optional<Argument> ArgumentFor(const Type& type, const Value& value) {
-    switch (type.kind) {
-        case TypeKind::kNone:
-            break;
-        case TypeKind::kDouble:
-            if (const auto* number = std::get_if<double>(&value)) return Argument{.number = *number};
-            if (const auto* integer = std::get_if<std::int32_t>(&value)) return Argument{.number = double(*integer)};
-            break;
-        case TypeKind::kInteger:
-            if (const auto* integer = std::get_if<std::int32_t>(&value)) return Argument{.integer = *integer};
-            if (const auto* number = std::get_if<double>(&value)) return WholeNumber(*number);
-            break;
-        case TypeKind::kBoolean:
-            if (const auto* truth = std::get_if<bool>(&value)) return Argument{.integer = *truth ? 1 : 0};
-            break;
-        case TypeKind::kString:
-            if (std::holds_alternative<std::monostate>(value)) return Argument{.pointer = nullptr};
-            if (const auto* string = std::get_if<StringReference>(&value)) return Argument{.pointer = string->Get()};
-            break;
-        case TypeKind::kObject:
-            if (std::holds_alternative<std::monostate>(value)) return Argument{.pointer = nullptr};
-            if (const auto* object = std::get_if<ObjectReference>(&value)) {
-                if ((*object)->isa->IsA(type.className)) return Argument{.pointer = object->Get()};
-            }
-            break;
-    }
-    return std::nullopt;
-}
 
 CallInterface::CallInterface(bool hasReceiver, const std::vector<Parameter>& parameters, const Type& result)
     : hasReceiver_(hasReceiver), result_(result.kind) {
     if (hasReceiver) types_.push_back(&ffi_type_pointer);
     for (const Parameter& parameter : parameters) types_.push_back(PassedAs(parameter.type.kind));
-    // The types are our own few and the count is bounded: libffi has nothing to refuse. It keeps the pointer to the
-    // types, which stay where they are when this object moves.
+    // This cannot fail: the types are known and their number is bounded. libffi keeps the pointer to the types, which
+    // stay in place when this object is moved.
     ffi_prep_cif(&interface_, FFI_DEFAULT_ABI, static_cast<unsigned>(types_.size()), PassedAs(result_), types_.data());
 }
 

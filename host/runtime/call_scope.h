@@ -1,18 +1,19 @@
-// call_scope.h - something to have around every call into a module, an autorelease pool say.
+// call_scope.h - a scope around each call into a module, for example an autorelease pool.
 //
-// The runtime itself knows no platform: whoever makes the Host says what is opened before a call and closed after it.
+// The runtime does not depend on a platform, so the program that makes the Host decides what to open before a call and
+// close after it.
 
 #pragma once
 
 namespace host {
 
-// What to open and how to close it; both or neither are given. Scopes nest. Neither function may throw.
+// How to open and close a scope. Either both functions are given or neither. Scopes nest. The functions must not throw.
 struct CallScope {
     void* (*open)() = nullptr;
     void (*close)(void* opened) = nullptr;
 };
 
-// One scope, open for as long as this lives.
+// A scope that is open during the lifetime of this object.
 class OpenScope {
   public:
     explicit OpenScope(const CallScope& scope)

@@ -1,6 +1,8 @@
-// class.cpp - from a record to a class.
+// class.cpp - reads class records and looks up members.
 
 #include "host/runtime/class.h"
+
+#include <utility>
 
 namespace host {
 
@@ -23,13 +25,13 @@ struct MethodTable {
     }
 };
 
-// Whether two members of one class could not be told apart.
+// Whether two members of one class have the same name and, for constructors, as many parameters.
 bool Collide(const Declaration& first, const Declaration& second) {
     if (first.name != second.name) return false;
     return first.kind != MemberKind::kConstructor || first.parameters.size() == second.parameters.size();
 }
 
-// Reads the members of one class out of its tables.
+// Reads the members of one class from its tables.
 class MemberReader {
   public:
     MemberReader(const std::string& className, const Report& report) : className_(className), report_(report) {}
@@ -39,7 +41,7 @@ class MemberReader {
         if (table.count == 0) return members;
         if (table.count < 0 || table.entries == nullptr) {
             report_(className_ + ": " + table.title + " with count " + std::to_string(table.count) +
-                    (table.entries == nullptr ? " is null" : "") + ", none of it is registered");
+                    (table.entries == nullptr ? " is null" : "") + "; none of its entries is registered");
             return members;
         }
         members.reserve(static_cast<std::size_t>(table.count));
@@ -53,7 +55,7 @@ class MemberReader {
         const auto refuse = [&](const std::string& problem) {
             const std::string text = entry.declaration != nullptr ? " \"" + std::string(entry.declaration) + "\"" : "";
             report_(className_ + ": " + table.title + " entry " + std::to_string(i) + text + ": " + problem +
-                    ", the entry is refused");
+                    "; the entry is refused");
         };
         if (entry.declaration == nullptr) return refuse("the declaration is null");
         if (entry.function == nullptr) return refuse("the function is null");
@@ -64,7 +66,7 @@ class MemberReader {
             return refuse(error.what());
         }
         const bool isProperty = declaration.kind == MemberKind::kProperty;
-        if (!isProperty && entry.setter != nullptr) return refuse("it has a setter but declares no property");
+        if (!isProperty && entry.setter != nullptr) return refuse("it has a setter but does not declare a property");
         if (!table.hasReceiver && declaration.kind == MemberKind::kConstructor) {
             return refuse("a constructor needs an object");
         }
@@ -100,7 +102,7 @@ Class::Class(const ZEVAclassDefinitionDownLevel& record, const Report& report)
     if (record.propertyCount != 0 || record.sharedPropertyCount != 0) {
         report(name_ + ": its property tables (" + std::to_string(record.propertyCount) + " and " +
                std::to_string(record.sharedPropertyCount) +
-               " entries) are not read, this host knows properties as method entries only");
+               " entries) are ignored; this host reads properties from method entries only");
     }
     MemberReader reader(name_, report);
     members_ = reader.Read({"method table", record.methods, record.methodCount, record.version, true});

@@ -1,13 +1,14 @@
-// class.h - a registered class: what the host keeps of a class record.
+// class.h - a registered class: the host's copy of what a class record says.
 //
-// A record is read once, when it is registered. Its tables may be those of record version 9, whose method entries are
-// shorter. What cannot be used is refused entry by entry, with a message; the rest of the class stays.
+// A record is read once, when it is registered. Tables of record version 9 have shorter method entries. An unusable
+// entry is refused with a message; the rest of the class remains.
 //
-// Lifetime: the Host's. The record's functions and texts stay the module's, which is never unloaded.
+// Lifetime: owned by the Host. The functions and texts of the record remain the module's, which is never unloaded.
 // Threads:  the host's thread.
 
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -19,14 +20,14 @@
 
 namespace host {
 
-// Told whatever somebody should read, one line each.
+// Receives the host's messages, one line each.
 using Report = std::function<void(const std::string& message)>;
 
 // A property, method or constructor of a class.
 struct Member {
     Declaration declaration;
     ZEVAentry function;          // the getter of a property
-    ZEVAentry setter;            // null: read-only, or no property
+    ZEVAentry setter;            // null for a read-only property and for anything but a property
     CallInterface interface;     // of the function
     CallInterface setInterface;  // of the setter
 };
@@ -35,46 +36,47 @@ class Class {
   public:
     using Function = void (*)(ZEVAobjectStruct*);
 
-    // Reads a record, which has a name; reports what it refuses of it.
+    // Reads a record, which must have a name. Reports each entry that it refuses.
     Class(const ZEVAclassDefinitionDownLevel& record, const Report& report);
 
     const std::string& Name() const { return name_; }
 
-    // The record version in which the class came.
+    // The version of the class's record.
     int RecordVersion() const { return recordVersion_; }
 
-    // Empty: the class has no superclass.
+    // Empty if the class has no superclass.
     const std::string& SuperclassName() const { return superclassName_; }
 
-    // Null until the class is linked, and for a class that has none.
+    // Null until the class is linked, and for a class without a superclass.
     const Class* Superclass() const { return superclass_; }
 
-    // Whether the chain of superclasses is complete; only then can there be objects.
+    // Whether the chain of superclasses is complete. Objects can only be made of a linked class.
     bool IsLinked() const { return isLinked_; }
 
-    // Completes the class with its linked superclass, null for none.
+    // Completes the class with its linked superclass, or null if it has none.
     void Link(const Class* superclass);
 
-    // How many bytes of data an object has, superclasses included. Of a linked class.
+    // The size of an object's data in bytes, superclasses included. The class must be linked.
     std::size_t DataSize() const { return dataSize_; }
 
     // Whether this class is the named one or descends from it.
     bool IsA(std::string_view name) const;
 
-    // The record's functions for a new object and for one about to go; null for none.
+    // The record's functions for a new object and for one about to be destroyed; null if it has none.
     Function InitializeFunction() const { return initialize_; }
     Function FinalizeFunction() const { return finalize_; }
 
-    // What the class itself declares, in the order of its record.
+    // The members that the class itself declares, in the order of its record.
     const std::vector<Member>& Members() const { return members_; }
     const std::vector<Member>& SharedMembers() const { return sharedMembers_; }
 
-    // A property or method by name, a constructor by the number of its parameters, here or in a superclass; null for
-    // none.
+    // Finds a property or method by its name, or a constructor by the number of its parameters, in this class and then
+    // in its superclasses. Returns null if there is none.
     const Member* FindMember(std::string_view name) const;
     const Member* FindConstructor(std::size_t parameterCount) const;
 
-    // A member that is called on the class, without an object, here or in a superclass; null for none.
+    // Finds a member that is called on the class, without an object, in this class and then in its superclasses.
+    // Returns null if there is none.
     const Member* FindSharedMember(std::string_view name) const;
 
   private:

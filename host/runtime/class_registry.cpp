@@ -1,4 +1,4 @@
-// class_registry.cpp - taking, finding and linking classes.
+// class_registry.cpp - registers, finds and links classes.
 
 #include "host/runtime/class_registry.h"
 
@@ -10,11 +10,11 @@
 namespace host {
 
 void ClassRegistry::Register(const ZEVAclassDefinitionDownLevel* record) {
-    if (record == nullptr) return report_("class record: it is null, no class is registered");
+    if (record == nullptr) return report_("class record: it is null; no class is registered");
     const bool hasName = record->className != nullptr && record->className[0] != '\0';
-    if (!hasName) return report_("class record: it has no class name, no class is registered");
+    if (!hasName) return report_("class record: it has no class name; no class is registered");
     const std::string name = record->className;
-    const auto refuse = [&](const std::string& problem) { report_(name + ": " + problem + ", the class is refused"); };
+    const auto refuse = [&](const std::string& problem) { report_(name + ": " + problem + "; the class is refused"); };
     if (record->version < kOldestRecordVersion || record->version > kNewestRecordVersion) {
         return refuse("record version " + std::to_string(record->version) + " is outside " +
                       std::to_string(kOldestRecordVersion) + "..." + std::to_string(kNewestRecordVersion));
@@ -22,7 +22,7 @@ void ClassRegistry::Register(const ZEVAclassDefinitionDownLevel* record) {
     if (record->instanceDataSize < 0) {
         return refuse("instance data size " + std::to_string(record->instanceDataSize) + " is negative");
     }
-    if (classes_.contains(name)) return refuse("a class of this name is registered already");
+    if (classes_.contains(name)) return refuse("a class with this name is already registered");
     auto& added = classes_[name] = std::make_unique<Class>(*record, report_);
     order_.push_back(added.get());
 }
@@ -41,13 +41,14 @@ Class& ClassRegistry::Existing(std::string_view name) {
 }
 
 const Class& ClassRegistry::Linked(std::string_view name) {
-    // The classes still to link, from the wanted one up; its last one's superclass is linked or does not exist.
+    // The classes that are not linked yet, from the requested one upward. The superclass of the last one is linked or
+    // does not exist.
     std::vector<Class*> chain;
     Class* superclass = &Existing(name);
     while (superclass != nullptr && !superclass->IsLinked()) {
         if (std::find(chain.begin(), chain.end(), superclass) != chain.end()) {
             throw HostError(std::string(name),
-                            "its superclasses lead back to " + superclass->Name() + ", there can be no object of it");
+                            "its superclasses lead back to " + superclass->Name() + "; it cannot have objects");
         }
         chain.push_back(superclass);
         const std::string& above = superclass->SuperclassName();
@@ -58,7 +59,7 @@ const Class& ClassRegistry::Linked(std::string_view name) {
         const auto found = classes_.find(above);
         if (found == classes_.end()) {
             throw HostError(superclass->Name(),
-                            "its superclass " + above + " is not registered, there can be no object of it");
+                            "its superclass " + above + " is not registered; it cannot have objects");
         }
         superclass = found->second.get();
     }

@@ -1,9 +1,9 @@
 // class_registry.h - the classes that modules have registered, by name.
 //
-// A record is taken or refused when it comes; its superclass is looked for only when the first object is made or the
-// first shared method is called, so modules may be loaded in any order.
+// A record is accepted or refused when it is registered. Its superclass is looked up later, when the first object is
+// made or the first shared member is used, so modules can be loaded in any order.
 //
-// Lifetime: the Host's; a class is never removed. Threads: the host's thread.
+// Lifetime: owned by the Host; a class is never removed. Threads: the host's thread.
 
 #pragma once
 
@@ -23,21 +23,21 @@ inline constexpr int kNewestRecordVersion = 12;
 
 class ClassRegistry {
   public:
-    // Messages about refused records and entries go to report, which lives as long as the registry.
+    // Messages about refused records and entries go to `report`, which must outlive the registry.
     explicit ClassRegistry(const Report& report) : report_(report) {}
 
-    // Takes a class record. A record without name, of another version, with a negative data size or of a name that is
-    // taken is refused with a message. Keeps nothing of the record itself.
+    // Registers a class. A record without a name, of another version, with a negative data size or with the name of a
+    // registered class is refused with a message. Keeps no pointer to the record itself.
     void Register(const ZEVAclassDefinitionDownLevel* record);
 
-    // The class of a name; null when there is none. Its superclass may not have come yet.
+    // The class with this name, or null. Its superclass may not be registered yet.
     const Class* Find(std::string_view name) const;
 
-    // The class of a name, linked; throws HostError when it or a superclass is not registered, or the chain is a
-    // circle.
+    // The class with this name, linked. Throws HostError when the class or a superclass is not registered, or when the
+    // chain of superclasses is circular.
     const Class& Linked(std::string_view name);
 
-    // All classes, in the order in which they were registered.
+    // All classes in the order of their registration.
     const std::vector<const Class*>& All() const { return order_; }
 
   private:

@@ -1,4 +1,4 @@
-// declaration.cpp - the reader of declarations: one function per piece of the grammar.
+// declaration.cpp - the parser of declarations: one function for each rule of the grammar.
 //
 //   declaration = name [ "(" [ parameter { "," parameter } ] ")" ] [ "as" type ]
 //   parameter   = name "as" type
@@ -11,7 +11,7 @@ namespace host {
 
 namespace {
 
-// The type words of the language; every other word is the name of a class.
+// The built-in type words; any other word is the name of a class.
 struct TypeWord {
     std::string_view word;
     TypeKind kind;
@@ -26,7 +26,7 @@ constexpr TypeWord kTypeWords[] = {
     {"memoryblock", TypeKind::kObject, "MemoryBlock"},
 };
 
-// Letters of names, without asking the locale.
+// The characters of names. The locale has no influence.
 bool IsLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; }
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 

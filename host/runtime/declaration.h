@@ -1,16 +1,17 @@
-// declaration.h - what a class says of a member, read from the line of text in its record.
+// declaration.h - the declaration of a member, parsed from the text in its class record.
 //
 //   inputRadius as double                            a property
 //   Constructor    Constructor(path as string)       a constructor
-//   Save(path as string)                             a method without result
-//   Crop(rectangle as CIVectorQOR) as CIImageQOR     a method with one
+//   Save(path as string)                             a method without a result
+//   Crop(rectangle as CIVectorQOR) as CIImageQOR     a method with a result
 //
-// Type words are double, integer, boolean, string, memoryblock, or the name of a class. Case matters; spaces between
-// words do not.
-// Adding a type word: a line in kTypeWords (declaration.cpp) and its passing in call.cpp.
+// Type words are double, integer, boolean, string, memoryblock, or the name of a class. Case matters; the number of
+// spaces between words does not.
+// Adding a type word: a line in kTypeWords (declaration.cpp), and how it is passed in call.cpp and argument.cpp.
 
 #pragma once
 
+#include <cstddef>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -18,10 +19,10 @@
 
 namespace host {
 
-// What kind of value a type word stands for.
+// The kind of value that a type word denotes.
 enum class TypeKind { kNone, kDouble, kInteger, kBoolean, kString, kObject };
 
-// A type: its kind, its word, and for an object the class that the object must have or descend from.
+// A type: its kind, its word, and for objects the class of which they must be instances.
 struct Type {
     TypeKind kind = TypeKind::kNone;
     std::string word;
@@ -34,10 +35,10 @@ struct Parameter {
     Type type;
 };
 
-// What kind of member a declaration declares.
+// The kind of member that is declared.
 enum class MemberKind { kProperty, kMethod, kConstructor };
 
-// A member as declared. A property has its type as result; a constructor has none.
+// A declared member. The result of a property is its type; a constructor has no result.
 struct Declaration {
     MemberKind kind = MemberKind::kMethod;
     std::string name;
@@ -45,19 +46,19 @@ struct Declaration {
     Type result;
 };
 
-// How many parameters a member can have; a call passes them in a block of this size.
+// The largest number of parameters of a member; calls pass them in an array of this size.
 inline constexpr std::size_t kMaximumParameters = 15;
 
-// What a text has that no declaration has, and where.
+// A syntax error: what was expected and what was found instead.
 class DeclarationError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };
 
-// Reads a declaration; throws DeclarationError.
+// Parses a declaration; throws DeclarationError.
 Declaration ParseDeclaration(std::string_view text);
 
-// The parameters in words, "(x as double, y as double)".
-std::string ParameterText(const Declaration& declaration);
+// The parameters as text: "(x as double, y as double)".
+[[nodiscard]] std::string ParameterText(const Declaration& declaration);
 
 }  // namespace host

@@ -1,20 +1,22 @@
-// errors.h - the two ways in which something asked of the host fails.
+// errors.h - the two kinds of failure that the host throws.
 //
-// HostError:     the host itself refuses (an unknown name, a wrong type, a file that is no module). Nothing was called.
-// HostException: a host exception was raised while a module ran. What the module did before that stays done.
+// HostError:     the host itself refuses (an unknown name, a wrong type, a file that is not a module). Nothing was
+//                called.
+// HostException: a host exception was raised while a module ran. What the module did before that is not undone.
 
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "host/runtime/reference.h"
 
 namespace host {
 
-// A refusal by the host: what it is about ("CIImageQOR.Crop", a file) and what is wrong, joined by a colon in the
-// message.
+// A refusal by the host. The message is the subject ("CIImageQOR.Crop", a file), a colon and the problem.
 class HostError : public std::runtime_error {
   public:
     HostError(const std::string& subject, const std::string& problem)
@@ -28,10 +30,10 @@ class HostError : public std::runtime_error {
     std::string problem_;
 };
 
-// A raised host exception: its object and the object's text. what() is "class: message".
+// A raised host exception: its object and the object's message. what() is "class: message".
 //
-// Copies share the reference to the object. An exception that outlives the Host, as one does that nobody inside
-// catches, keeps the text and loses the object.
+// Copies share the reference to the object. An exception that is caught only after the Host has ended keeps its text
+// but loses its object.
 class HostException : public std::runtime_error {
   public:
     HostException(std::shared_ptr<ObjectReference> object, const std::string& className, const std::string& message,

@@ -1,7 +1,8 @@
-// exception_classes.cpp - the records and accessors of the host's own exceptions.
+// exception_classes.cpp - the records and accessors of the built-in exceptions.
 
 #include "host/runtime/exception_classes.h"
 
+#include <cstdint>
 #include <iterator>
 #include <utility>
 
@@ -12,10 +13,10 @@ namespace host {
 
 namespace {
 
-// The data of a RuntimeException, and so of every exception.
+// The data of a RuntimeException, and therefore of every exception.
 struct ExceptionObject {
     ZEVAobjectStruct object;
-    ZEVAstringStruct* message;  // one reference, or null
+    ZEVAstringStruct* message;  // one counted reference, or null
     std::int32_t errorNumber;
 };
 

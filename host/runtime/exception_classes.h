@@ -1,8 +1,8 @@
-// exception_classes.h - the exceptions that every host has: RuntimeException and the ones below it.
+// exception_classes.h - the built-in exception classes: RuntimeException and its subclasses.
 //
-// RuntimeException has the properties Message (a string, nil at first) and ErrorNumber (an integer), readable and
-// writable. They are classes like any module's: records with accessors.
-// Adding one: a line in exception_classes.cpp.
+// RuntimeException has two writable properties: Message (a string, initially nil) and ErrorNumber (an integer). Like
+// the classes of a module, the exception classes consist of records with accessors.
+// Adding one: an entry in exception_classes.cpp.
 
 #pragma once
 
@@ -12,7 +12,7 @@
 
 namespace host {
 
-// The records, RuntimeException first.
+// The records; RuntimeException comes first.
 std::span<const ZEVAclassDefinition> ExceptionClasses();
 
 }  // namespace host

@@ -1,14 +1,18 @@
-// host.cpp - what a program asks of the runtime.
+// host.cpp - makes objects, calls members and throws the exceptions that modules raise.
 
 #include "host/runtime/host.h"
 
 #include <array>
 #include <cstdio>
+#include <optional>
+#include <variant>
 
+#include "host/runtime/argument.h"
+#include "host/runtime/declaration.h"
+#include "host/runtime/describe.h"
 #include "host/runtime/errors.h"
 #include "host/runtime/exception_classes.h"
 #include "host/runtime/memory_block.h"
-#include "host/runtime/services.h"
 #include "host/runtime/string.h"
 #include "host/runtime/suggestion.h"
 #include "host/runtime/trace.h"
@@ -26,10 +30,10 @@ HostOptions WithDefaults(HostOptions options) {
     return options;
 }
 
-// "Class.member", what errors about a member are about.
+// "Class.member", the subject of errors about a member.
 std::string Subject(const Class& isa, std::string_view member) { return isa.Name() + "." + std::string(member); }
 
-// What to say to somebody who asked a class for a property or method that it does not have.
+// The error for a property or method that a class does not have.
 HostError UnknownMember(const Class& isa, std::string_view name, const char* kind,
                         const std::vector<Member>& (Class::*membersOf)() const) {
     std::vector<std::string> known;
@@ -41,7 +45,7 @@ HostError UnknownMember(const Class& isa, std::string_view name, const char* kin
     return HostError(Subject(isa, name), "the class has no such " + std::string(kind) + Suggestion(name, known));
 }
 
-// The property that was found under the name, or the error that says why there is none.
+// Returns the member that was found under a name if it is a property. Otherwise throws the reason.
 const Member& PropertyOf(const Class& isa, std::string_view name, const Member* found,
                          const std::vector<Member>& (Class::*membersOf)() const) {
     if (found == nullptr) throw UnknownMember(isa, name, "property", membersOf);
@@ -51,7 +55,7 @@ const Member& PropertyOf(const Class& isa, std::string_view name, const Member* 
     return *found;
 }
 
-// The method that was found under the name, or the error that says why there is none.
+// Returns the member that was found under a name if it is a method. Otherwise throws the reason.
 const Member& MethodOf(const Class& isa, std::string_view name, const Member* found,
                        const std::vector<Member>& (Class::*membersOf)() const) {
     if (found == nullptr) throw UnknownMember(isa, name, "method", membersOf);
@@ -61,21 +65,13 @@ const Member& MethodOf(const Class& isa, std::string_view name, const Member* fo
     return *found;
 }
 
-// The class of an object whose member is wanted, or the error that says that there is no object.
+// Returns the class of the object whose member is used. Throws for null.
 const Class& ClassOf(const ZEVAobjectStruct* object, std::string_view member) {
     if (object == nullptr) throw HostError("nil." + std::string(member), "there is no object");
     return *object->isa;
 }
 
-// How a call ended, for the trace.
-Trace::Json Outcome(const ObjectReference& raised) {
-    return raised ? Trace::Json{{"raised", raised->isa->Name()}} : Trace::Json();
-}
-Trace::Json Outcome(const ObjectReference& raised, const Value& result) {
-    return raised ? Outcome(raised) : Trace::Json{{"result", TraceJson(result)}};
-}
-
-// Tells the trace that a member is called: "get CIColorQOR.Red", "set ...", "CIImageQOR.Open".
+// Records in the trace that a member is called: "get CIColorQOR.Red", "set ...", "CIImageQOR.Open".
 void BeginMember(Trace& trace, const Class& isa, const Member& member, bool isSetter, ZEVAobjectStruct* receiver,
                  const Argument* arguments) {
     const Declaration& declaration = member.declaration;
@@ -98,8 +94,9 @@ Host::Host(HostOptions options)
     : options_(WithDefaults(std::move(options))),
       trace_(options_.trace.empty() ? nullptr : std::make_unique<Trace>(options_.trace)),
       classes_(options_.report) {
-    if (current != nullptr) throw HostError("host", "there is one in this process already");
+    if (current != nullptr) throw HostError("host", "this process already has one");
     current = this;
+    Install(this);
     classes_.Register(&kMemoryBlockClass.record);
     for (const ZEVAclassDefinition& definition : ExceptionClasses()) classes_.Register(&definition.record);
 }
@@ -111,29 +108,13 @@ Host::~Host() {
     }
     if (liveObjects_ != 0 || liveStrings_ != 0) {
         Report("host: " + std::to_string(liveObjects_) + " objects and " + std::to_string(liveStrings_) +
-               " strings are still referenced at its end, they are never freed");
+               " strings are still referenced at its end; they are never freed");
     }
+    Install(nullptr);
     current = nullptr;
 }
 
 Host& Host::Current() { return *current; }
-
-const Module& Host::LoadModule(const std::filesystem::path& path, ZEVAresolver resolver) {
-    const auto entryPoint = LoadEntryPoint(path);
-    auto module = std::make_unique<Module>();
-    module->path = path;
-    const std::size_t classesBefore = classes_.All().size();
-    loading_ = module.get();
-    if (trace_) trace_->Begin("load " + path.string(), kToModule, {});
-    if (resolver == nullptr) resolver = trace_ ? ResolveTracedService : ResolveService;
-    ObjectReference raised = RaisedBy([&] { entryPoint(resolver); });
-    if (trace_) trace_->End(Outcome(raised));
-    loading_ = nullptr;
-    module->classes.assign(classes_.All().begin() + static_cast<std::ptrdiff_t>(classesBefore), classes_.All().end());
-    modules_.push_back(std::move(module));
-    Throw(std::move(raised));
-    return *modules_.back();
-}
 
 ObjectReference Host::NewInstance(std::string_view className) {
     ObjectReference object = NewObject(classes_.Linked(className));
@@ -179,11 +160,11 @@ void Host::SetShared(std::string_view className, std::string_view property, cons
 void Host::SetMember(const Class& isa, const Member& property, ZEVAobjectStruct* receiver, const Value& value) {
     const Declaration& declaration = property.declaration;
     const std::string subject = Subject(isa, declaration.name);
-    if (property.setter == nullptr) throw HostError(subject, "the property is read-only, it keeps its value");
+    if (property.setter == nullptr) throw HostError(subject, "the property is read-only; it keeps its value");
     std::optional<Argument> argument = ArgumentFor(declaration.result, value);
     if (!argument) {
         throw HostError(subject, "expected " + declaration.result.word + ", got " + Describe(value) +
-                                     ", the property keeps its value");
+                                     "; the property keeps its value");
     }
     CallFunction(isa, property, Use::kSetter, receiver, &*argument);
 }
@@ -230,19 +211,19 @@ Value Host::CallFunction(const Class& isa, const Member& member, Use use, ZEVAob
         RaisedBy([&] { result = interface.Call(isSetter ? member.setter : member.function, receiver, arguments); });
     if (trace_) {
         const bool hasResult = !isSetter && member.declaration.result.kind != TypeKind::kNone;
-        trace_->End(hasResult ? Outcome(raised, result) : Outcome(raised));
+        trace_->End(hasResult ? OutcomeJson(raised, result) : OutcomeJson(raised));
     }
     Throw(std::move(raised));
     return result;
 }
 
 void Host::Raise(ObjectReference exception) {
-    if (!exception) return Report("RuntimeRaiseException: the exception is null, nothing is raised");
+    if (!exception) return Report("RuntimeRaiseException: the exception is null; nothing is raised");
     if (!pending_) {
         pending_ = std::move(exception);
         return;
     }
-    Report(exception->isa->Name() + ": raised while a " + pending_->isa->Name() + " is pending, it is dropped");
+    Report(exception->isa->Name() + ": raised while a " + pending_->isa->Name() + " is pending; it is dropped");
 }
 
 void Host::Throw(ObjectReference exception) {
@@ -261,24 +242,21 @@ void Host::Throw(ObjectReference exception) {
     throw HostException(std::move(shared), isa.Name(), message, errorNumber);
 }
 
-void Host::NoteNew(ZEVAobjectStruct* object) {
+void Host::ObjectCreated(ZEVAobjectStruct* object) {
     ++liveObjects_;
     if (options_.onNewObject) options_.onNewObject(object);
 }
 
-void Host::NoteNew(ZEVAstringStruct* string) {
+void Host::StringCreated(ZEVAstringStruct* string) {
     ++liveStrings_;
     if (options_.onNewString) options_.onNewString(string);
 }
 
-void Host::NoteAnnouncedVersion(std::int32_t version) {
-    if (loading_ == nullptr) return Report("RegisterPluginVersion: called with no module being loaded, it is ignored");
-    if (version < kOldestRecordVersion || version > kNewestRecordVersion) {
-        Report("module " + loading_->path.string() + ": it announces record version " + std::to_string(version) +
-               ", this host reads " + std::to_string(kOldestRecordVersion) + "..." +
-               std::to_string(kNewestRecordVersion));
-    }
-    loading_->announcedVersion = version;
+void Host::CallLifecycleFunction(const char* kind, const Class& isa, void (*function)(ZEVAobjectStruct*),
+                                 ZEVAobjectStruct* object) {
+    if (trace_) trace_->Begin(std::string(kind) + " " + isa.Name(), kToModule, {{"object", TraceJson(object)}});
+    function(object);
+    if (trace_) trace_->End({});
 }
 
 }  // namespace host

@@ -1,4 +1,4 @@
-// host.h - the runtime that programs use: it loads modules, makes objects of their classes and calls their members.
+// host.h - the runtime: it loads modules, makes objects of their classes and calls their members.
 //
 //   host::Host host;
 //   host.LoadModule("filters.so");
@@ -6,23 +6,38 @@
 //   host.Set(filter.Get(), "inputRadius", 10.0);
 //   host::Value image = host.Get(filter.Get(), "outputImage");
 //
-// One Host at a time: modules reach the host through plain functions that carry no context, so those work for the
-// current one.
-// Failure: HostError when the host refuses, HostException when a module raised (errors.h).
+// A process has at most one Host at a time: modules reach it through plain functions that carry no context, and these
+// use the current one.
+// Failure: HostError when the host refuses, HostException when a module raised an exception (errors.h).
 // Threads: the thread that made the Host.
+//
+// The parts of the runtime from the ground up; each one includes only parts that stand before it:
+//   declaration, suggestion, call_scope, reference
+//   errors, environment                  the Host as objects and strings see it
+//   string, value, call
+//   class, class_registry, module
+//   object, describe, argument
+//   exception_classes, memory_block, trace
+//   host
+//   services, traced_service             what modules call; they may use Host::Current()
+//   load_module                          Host::LoadModule, which hands the services to a module
 
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <memory>
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "host/runtime/call_scope.h"
+#include "host/runtime/class.h"
 #include "host/runtime/class_registry.h"
+#include "host/runtime/environment.h"
 #include "host/runtime/module.h"
 #include "host/runtime/object.h"
 #include "host/runtime/value.h"
@@ -31,92 +46,85 @@ namespace host {
 
 class Trace;
 
-// How a Host is made.
 struct HostOptions {
-    double version = 2013.03;     // what modules are told
-    CallScope callScope;          // around every call into a module
-    host::Report report;          // gets messages that no caller can get; to standard error when not given
-    std::filesystem::path trace;  // file that tells of every call across the boundary; none when empty
-    // Told of every new object, before its initialize functions run, and of every new string.
+    double version = 2013.03;     // the host version that modules read
+    CallScope callScope;          // opened around each call into a module
+    host::Report report;          // receives messages that no caller can receive; default: standard error
+    std::filesystem::path trace;  // the file to which each call across the boundary is written; no trace if empty
+    // Called for each new object, before its initializers run, and for each new string.
     std::function<void(ZEVAobjectStruct*)> onNewObject;
     std::function<void(ZEVAstringStruct*)> onNewString;
 };
 
-class Host {
+class Host final : private Environment {
   public:
-    // Registers the built-in classes and becomes the current Host; throws HostError when there is one already.
+    // Registers the built-in classes and becomes the current Host. Throws HostError if there already is one.
     explicit Host(HostOptions options = {});
 
-    // Takes the objects of exceptions that are still on their way. Reports other objects and strings that are
-    // referenced; giving them back later is an error.
+    // Releases the objects of pending exceptions. Reports how many other objects and strings are still referenced;
+    // releasing them later is an error.
     ~Host();
     Host(const Host&) = delete;
     Host& operator=(const Host&) = delete;
 
-    // The Host of this process; there must be one.
+    // The current Host; there must be one.
     static Host& Current();
 
     double Version() const { return options_.version; }
 
-    // Loads a module and has it register its classes. Throws HostError for a file that is no module, and HostException
-    // when the module raised; the classes that it registered until then stay. The module finds services through the
-    // resolver, when one is given to stand before the host's own.
+    // Loads a module, which registers its classes. Throws HostError for a file that is not a module, and HostException
+    // when the module raised; the classes that it registered before that remain. The module looks up services with the
+    // given resolver, or with the host's own if that is null.
     const Module& LoadModule(const std::filesystem::path& path, ZEVAresolver resolver = nullptr);
 
-    // The loaded modules, in order.
+    // The loaded modules in the order of loading.
     const std::vector<std::unique_ptr<Module>>& Modules() const { return modules_; }
 
     ClassRegistry& Classes() { return classes_; }
 
-    // The trace that is written; null for none.
+    // The trace; null if none is written.
     Trace* Tracing() const { return trace_.get(); }
 
-    // A new object that no constructor has seen.
-    ObjectReference NewInstance(std::string_view className);
+    // A new object that is initialized but not constructed.
+    ObjectReference NewInstance(std::string_view className) override;
 
-    // A new object, constructed by the constructor with as many parameters as there are arguments. Without arguments a
-    // class needs no constructor.
+    // A new object, constructed by the constructor with as many parameters as there are arguments. A class without a
+    // constructor can be constructed without arguments.
     ObjectReference Construct(std::string_view className, std::span<const Value> arguments = {});
 
-    // Reads and writes a property.
+    // Reads or writes a property.
     Value Get(ZEVAobjectStruct* object, std::string_view property);
     void Set(ZEVAobjectStruct* object, std::string_view property, const Value& value);
 
-    // Reads and writes a property of a class that needs no object.
+    // Reads or writes a shared property, which belongs to a class and needs no object.
     Value GetShared(std::string_view className, std::string_view property);
     void SetShared(std::string_view className, std::string_view property, const Value& value);
 
-    // Calls a method, or a method of a class that needs no object.
+    // Calls a method, or a shared method, which needs no object.
     Value Call(ZEVAobjectStruct* object, std::string_view method, std::span<const Value> arguments = {});
     Value CallShared(std::string_view className, std::string_view method, std::span<const Value> arguments = {});
 
-    // How many objects and strings there are.
+    // The numbers of objects and strings that exist.
     std::int64_t LiveObjects() const { return liveObjects_; }
     std::int64_t LiveStrings() const { return liveStrings_; }
 
-    // What the rest of the runtime tells the Host.
+    // For the services and for programs that call module functions directly.
 
-    // Notes the exception of the call that runs now; it is thrown when that has returned. The first one of a call
-    // stays, a further one is reported.
+    // Makes an exception pending in the current call; it is thrown when the call has returned. If one is already
+    // pending, the new one is reported and dropped.
     void Raise(ObjectReference exception);
 
-    // Hands a message to whoever reads them.
-    void Report(const std::string& message) const { options_.report(message); }
+    // Reports a message that no caller can receive.
+    void Report(const std::string& message) const override { options_.report(message); }
 
-    // The record version that the module being loaded announces.
+    // Records the record version that the module being loaded announces.
     void NoteAnnouncedVersion(std::int32_t version);
 
-    // Counts an object or a string that has come or gone.
-    void NoteNew(ZEVAobjectStruct* object);
-    void NoteNew(ZEVAstringStruct* string);
-    void NoteObjectGone() { --liveObjects_; }
-    void NoteStringGone() { --liveStrings_; }
-
-    // Runs work, which calls into a module and throws nothing, inside the call scope; answers the exception that was
-    // raised.
+    // Runs work that calls into a module, inside the call scope, and returns the exception that the module raised, or
+    // null. The work must not throw.
     //
-    // Calls nest (a module sets a property while it is called): what is pending in the call around this one stays
-    // there.
+    // Calls nest: a module may set a property while it is called. An exception that is pending in the surrounding call
+    // stays pending there.
     template <typename Work>
     ObjectReference RaisedBy(Work work) {
         ObjectReference outer = std::exchange(pending_, {});
@@ -128,30 +136,39 @@ class Host {
     }
 
   private:
+    // Environment
+    void ObjectCreated(ZEVAobjectStruct* object) override;
+    void StringCreated(ZEVAstringStruct* string) override;
+    void ObjectDestroyed() override { --liveObjects_; }
+    void StringDestroyed() override { --liveStrings_; }
+    void CallLifecycleFunction(const char* kind, const Class& isa, void (*function)(ZEVAobjectStruct*),
+                               ZEVAobjectStruct* object) override;
+    ObjectReference CallModule(const std::function<void()>& work) override { return RaisedBy(std::cref(work)); }
+
     // Which function of a member is called.
     enum class Use { kFunction, kSetter };
 
-    // Calls a member's function with arguments that its interface was made for, and throws what was raised.
+    // Calls a function of a member with arguments that match its interface. Throws the exception that it raised.
     Value CallFunction(const Class& isa, const Member& member, Use use, ZEVAobjectStruct* receiver,
                        Argument* arguments);
 
-    // The same for a setter; checks the value first.
+    // Checks the value, then calls the setter.
     void SetMember(const Class& isa, const Member& property, ZEVAobjectStruct* receiver, const Value& value);
 
-    // The same for a method or constructor; checks the arguments first.
+    // Checks the arguments, then calls the method or constructor.
     Value CallMember(const Class& isa, const Member& member, ZEVAobjectStruct* receiver,
                      std::span<const Value> arguments);
 
-    // Throws what was raised, if anything was.
+    // Throws the exception, unless it is null.
     void Throw(ObjectReference exception);
 
     HostOptions options_;
     std::unique_ptr<Trace> trace_;
     ClassRegistry classes_;
     std::vector<std::unique_ptr<Module>> modules_;
-    Module* loading_ = nullptr;                           // the module whose entry point runs
-    ObjectReference pending_;                             // raised and not yet thrown
-    std::vector<std::weak_ptr<ObjectReference>> thrown_;  // the objects of thrown exceptions, for the end
+    Module* loading_ = nullptr;                           // the module whose entry point is running; else null
+    ObjectReference pending_;                             // raised and not thrown yet
+    std::vector<std::weak_ptr<ObjectReference>> thrown_;  // the objects of thrown exceptions, to be released at the end
     std::int64_t liveObjects_ = 0;
     std::int64_t liveStrings_ = 0;
 };

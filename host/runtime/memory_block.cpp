@@ -1,4 +1,4 @@
-// memory_block.cpp - the class record of MemoryBlock and how blocks are made.
+// memory_block.cpp - the class record of MemoryBlock, and creating blocks.
 
 #include "host/runtime/memory_block.h"
 
@@ -8,7 +8,7 @@
 #include <limits>
 
 #include "host/runtime/class_registry.h"
-#include "host/runtime/host.h"
+#include "host/runtime/environment.h"
 #include "host/runtime/string.h"
 
 namespace host {
@@ -24,10 +24,10 @@ ZEVAstringStruct* GetBytes(ZEVAobjectStruct* self) {
     return NewString({bytes, static_cast<std::size_t>(BlockOf(self)->size)}).Leak();
 }
 
-// A block of a string's bytes; none for nil, and when it cannot be had.
+// A block with a copy of a string's bytes. Returns null for nil, for a string that is too long and when out of memory.
 ZEVAobjectStruct* NewFromBytes(ZEVAstringStruct* string) {
-    constexpr std::size_t kMostBytes = std::numeric_limits<std::int32_t>::max();
-    if (string == nullptr || string->bytes.size() > kMostBytes) return nullptr;
+    constexpr std::size_t kMaximumSize = std::numeric_limits<std::int32_t>::max();
+    if (string == nullptr || string->bytes.size() > kMaximumSize) return nullptr;
     ObjectReference block = NewMemoryBlock(static_cast<std::int32_t>(string->bytes.size()));
     if (block) std::copy(string->bytes.begin(), string->bytes.end(), BlockOf(block.Get())->bytes);
     return block.Leak();
@@ -61,7 +61,7 @@ ObjectReference NewMemoryBlock(std::int32_t size) {
     if (size < 0) return {};
     void* bytes = size > 0 ? std::calloc(1, static_cast<std::size_t>(size)) : nullptr;
     if (bytes == nullptr && size > 0) return {};
-    ObjectReference object = Host::Current().NewInstance(kMemoryBlockClass.record.className);
+    ObjectReference object = Environment::Current().NewInstance(kMemoryBlockClass.record.className);
     auto* block = reinterpret_cast<ZEVAmemoryBlockStruct*>(object.Get());
     block->size = size;
     block->bytes = static_cast<unsigned char*>(bytes);

@@ -1,21 +1,23 @@
 // memory_block.h - the class "MemoryBlock": an object that holds raw bytes.
 //
-// The size never changes. The bytes are zero at first and belong to the object; whoever holds a reference may read and
-// write them.
+// The size never changes. The bytes are initially zero and owned by the object; anyone who holds a reference may read
+// and write them.
 //
 //   MemoryBlock.FromBytes("...")      Size  Bytes
 //
-// Programs see the bytes as strings, which are copies.
+// Programs get the bytes as strings, which are copies.
 // Threads: the host's thread.
 
 #pragma once
+
+#include <cstdint>
 
 #include "host/runtime/object.h"
 
 struct ZEVAmemoryBlockStruct {
     ZEVAobjectStruct object;
     std::int32_t size;
-    unsigned char* bytes;  // null in a block of no bytes
+    unsigned char* bytes;  // null if the size is 0
 };
 
 namespace host {
@@ -23,7 +25,7 @@ namespace host {
 // The record of the class.
 extern const ZEVAclassDefinition kMemoryBlockClass;
 
-// A new block of zero bytes; none when there is no memory or the size is negative.
-ObjectReference NewMemoryBlock(std::int32_t size);
+// A new block whose bytes are zero. Returns null when out of memory and for a negative size.
+[[nodiscard]] ObjectReference NewMemoryBlock(std::int32_t size);
 
 }  // namespace host

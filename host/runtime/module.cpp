@@ -1,23 +1,28 @@
-// module.cpp - opening a module's file.
+// module.cpp - loads a module's file.
 
 #include "host/runtime/module.h"
 
 #include <dlfcn.h>
 
 #include <set>
+#include <string>
+#include <system_error>
 
-#include "host/runtime/errors.h"
 #include "host/macho/load_object.h"
+#include "host/runtime/errors.h"
 
 namespace host {
 
 namespace {
 
-// The entry point of object code for macOS. That is in no list of the system's loader, so this keeps one.
+constexpr const char* kAlreadyLoaded = "it is already loaded; a process can load a module only once";
+
+// The entry point of object code for macOS. The system's loader does not know such files, so this keeps its own list
+// of those that are loaded.
 void* LoadObjectCode(const std::filesystem::path& file, const std::string& subject) {
     static std::set<std::filesystem::path> loaded;
     const std::filesystem::path canonical = std::filesystem::canonical(file);
-    if (loaded.contains(canonical)) throw HostError(subject, "it is loaded already, one process loads a module once");
+    if (loaded.contains(canonical)) throw HostError(subject, kAlreadyLoaded);
     try {
         const macho::LoadedObject object = macho::LoadObject(file);
         loaded.insert(canonical);
@@ -28,10 +33,10 @@ void* LoadObjectCode(const std::filesystem::path& file, const std::string& subje
     }
 }
 
-// The entry point of a shared library of this machine.
+// The entry point of a shared library for this machine.
 void* LoadLibrary(const std::filesystem::path& file, const std::string& subject) {
     if (dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NOLOAD) != nullptr) {
-        throw HostError(subject, "it is loaded already, one process loads a module once");
+        throw HostError(subject, kAlreadyLoaded);
     }
     void* handle = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (handle == nullptr) {
@@ -47,14 +52,14 @@ void* LoadLibrary(const std::filesystem::path& file, const std::string& subject)
 
 }  // namespace
 
-void (*LoadEntryPoint(const std::filesystem::path& path))(ZEVAresolver) {
+EntryPoint LoadEntryPoint(const std::filesystem::path& path) {
     const std::string subject = "module " + path.string();
     std::error_code error;
     const std::filesystem::path file = std::filesystem::absolute(path, error);
-    if (!std::filesystem::exists(file, error)) throw HostError(subject, "no such file, nothing is loaded");
+    if (!std::filesystem::exists(file, error)) throw HostError(subject, "no such file; nothing is loaded");
     void* entry = macho::IsMachO(file) ? LoadObjectCode(file, subject) : LoadLibrary(file, subject);
-    if (entry == nullptr) throw HostError(subject, "it has no entry point ZEVAPluginMain, so it is no module");
-    return reinterpret_cast<void (*)(ZEVAresolver)>(entry);
+    if (entry == nullptr) throw HostError(subject, "it has no entry point ZEVAPluginMain, so it is not a module");
+    return reinterpret_cast<EntryPoint>(entry);
 }
 
 }  // namespace host

@@ -1,10 +1,11 @@
-// module.h - a module as the host has loaded it.
+// module.h - a loaded module.
 //
-// Lifetime: a module is never unloaded; the host keeps pointers into it. Its records are made ready in place, so one
-//           process loads a module once.
+// Lifetime: a module is never unloaded, because the host keeps pointers into it. A module converts its records in
+//           place, so a process can load it only once.
 
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <vector>
 
@@ -16,12 +17,14 @@ class Class;
 
 struct Module {
     std::filesystem::path path;
-    std::int32_t announcedVersion = 0;  // the record version that it chose for this host; 0 when it announced none
-    std::vector<const Class*> classes;  // what it registered, in order
+    std::int32_t announcedVersion = 0;  // the record version that it chose for this host; 0 if it announced none
+    std::vector<const Class*> classes;  // the classes that it registered, in order
 };
 
-// The entry point of the module in a file, which is loaded for good; throws HostError that names the file and the
-// reason.
-void (*LoadEntryPoint(const std::filesystem::path& path))(ZEVAresolver);
+// The exported function of a module, which the host calls once.
+using EntryPoint = void (*)(ZEVAresolver);
+
+// Loads a module's file permanently and returns its entry point. Throws HostError with the file and the reason.
+EntryPoint LoadEntryPoint(const std::filesystem::path& path);
 
 }  // namespace host

@@ -1,39 +1,35 @@
-// object.cpp - how objects come and go.
+// object.cpp - creating and destroying objects.
 
 #include "host/runtime/object.h"
 
 #include <cstdlib>
 #include <limits>
+#include <string>
 
 #include "host/runtime/class.h"
+#include "host/runtime/environment.h"
 #include "host/runtime/errors.h"
-#include "host/runtime/host.h"
-#include "host/runtime/trace.h"
 
 namespace host {
 
 namespace {
 
-// The count of an object whose finalize functions run: they may lock and unlock it without ending it a second time.
-constexpr std::int32_t kEnding = std::numeric_limits<std::int32_t>::max() / 2;
+// The reference count of an object whose finalizers run. They may lock and unlock it without destroying it again.
+constexpr std::int32_t kFinalizing = std::numeric_limits<std::int32_t>::max() / 2;
 
-// Runs a class's initialize or finalize function, if it has one.
-void Run(Class::Function function, const char* what, const Class& isa, ZEVAobjectStruct* object) {
-    if (function == nullptr) return;
-    Trace* trace = Host::Current().Tracing();
-    if (trace != nullptr) trace->Begin(what + isa.Name(), kToModule, {{"object", TraceJson(object)}});
-    function(object);
-    if (trace != nullptr) trace->End({});
+// Calls a class's initializer or finalizer, if it has one.
+void CallIfAny(Class::Function function, const char* kind, const Class& isa, ZEVAobjectStruct* object) {
+    if (function != nullptr) Environment::Current().CallLifecycleFunction(kind, isa, function, object);
 }
 
 void InitializeAs(const Class& isa, ZEVAobjectStruct* object) {
     if (isa.Superclass() != nullptr) InitializeAs(*isa.Superclass(), object);
-    Run(isa.InitializeFunction(), "initialize ", isa, object);
+    CallIfAny(isa.InitializeFunction(), "initialize", isa, object);
 }
 
 void Finalize(ZEVAobjectStruct* object) {
     for (const Class* each = object->isa; each != nullptr; each = each->Superclass()) {
-        Run(each->FinalizeFunction(), "finalize ", *each, object);
+        CallIfAny(each->FinalizeFunction(), "finalize", *each, object);
     }
 }
 
@@ -42,11 +38,12 @@ void Finalize(ZEVAobjectStruct* object) {
 ObjectReference NewObject(const Class& isa) {
     auto* object = static_cast<ZEVAobjectStruct*>(std::calloc(1, kZEVAobjectHeaderSize + isa.DataSize()));
     if (object == nullptr) {
-        throw HostError(isa.Name(), "no memory for an object of " + std::to_string(isa.DataSize()) + " bytes of data");
+        throw HostError(isa.Name(),
+                        "out of memory for an object with " + std::to_string(isa.DataSize()) + " bytes of data");
     }
     object->isa = &isa;
     object->references = 1;
-    Host::Current().NoteNew(object);
+    Environment::Current().ObjectCreated(object);
     return ObjectReference::Adopt(object);
 }
 
@@ -58,15 +55,15 @@ void Lock(ZEVAobjectStruct* object) {
 
 void Unlock(ZEVAobjectStruct* object) {
     if (object == nullptr || --object->references > 0) return;
-    object->references = kEnding;
-    Host& host = Host::Current();
-    // Whoever gives back a reference could not take an exception.
-    const ObjectReference raised = host.RaisedBy([&] { Finalize(object); });
+    object->references = kFinalizing;
+    Environment& environment = Environment::Current();
+    // The caller that releases a reference cannot handle an exception, so it is only reported.
+    const ObjectReference raised = environment.CallModule([object] { Finalize(object); });
     if (raised) {
-        host.Report(object->isa->Name() + ": its finalize function raised a " + raised->isa->Name() +
-                    ", it is dropped");
+        environment.Report(object->isa->Name() + ": its finalizer raised a " + raised->isa->Name() +
+                           "; the exception is dropped");
     }
-    host.NoteObjectGone();
+    environment.ObjectDestroyed();
     std::free(object);
 }
 

@@ -1,11 +1,13 @@
 // object.h - a host object: a header, and directly behind it the instance data of its class.
 //
-// The data of a superclass comes first. A new object's data is zero; then the classes' initialize functions run, the
-// outermost superclass's first. When the last reference is given back their finalize functions run the other way round.
+// The data of a superclass comes first. The data of a new object is zero; then the initializers of its classes run,
+// starting with the topmost superclass. When the last reference is released, the finalizers run in the opposite order.
 //
 // Lifetime: counted references; a new object has one. Threads: the host's thread only.
 
 #pragma once
+
+#include <cstdint>
 
 #include "host/runtime/reference.h"
 
@@ -13,7 +15,7 @@ namespace host {
 class Class;
 }
 
-// The header in front of every object's data. Modules count on its size and on nothing else of it.
+// The header in front of each object's data. Modules rely on its size and on nothing else.
 struct ZEVAobjectStruct {
     const host::Class* isa;
     std::int32_t references;
@@ -23,10 +25,10 @@ static_assert(sizeof(ZEVAobjectStruct) == kZEVAobjectHeaderSize);
 
 namespace host {
 
-// A new object of a linked class, its data all zero; throws HostError when there is no memory for it.
-ObjectReference NewObject(const Class& isa);
+// A new object of a linked class; its data is zero. Throws HostError when out of memory.
+[[nodiscard]] ObjectReference NewObject(const Class& isa);
 
-// Runs the initialize functions of a new object.
+// Runs the initializers of a new object.
 void Initialize(ZEVAobjectStruct* object);
 
 }  // namespace host

@@ -1,8 +1,8 @@
-// reference.h - one counted reference to a host object or a host string, given back when it goes out of scope.
+// reference.h - owns one counted reference to a host object or a host string, and releases it at the end of its scope.
 //
-// Adopt takes over a reference that somebody hands us; Retain takes one of our own.
-// Lifetime: all references are gone before the Host is.
-// Threads:  the host's thread only; the counts are plain numbers.
+// Adopt takes over a reference that the caller owns; Retain adds a new one.
+// Lifetime: all references must be released before the Host ends.
+// Threads:  the host's thread only; the counts are not atomic.
 
 #pragma once
 
@@ -12,11 +12,11 @@
 
 namespace host {
 
-// Takes one reference more; null is allowed.
+// Adds a reference; null is allowed.
 void Lock(ZEVAobjectStruct* object);
 void Lock(ZEVAstringStruct* string);
 
-// Gives one reference back; the last one ends the object or the string. Null is allowed. Never throws.
+// Releases a reference; releasing the last one destroys the object or string. Null is allowed. Never throws.
 void Unlock(ZEVAobjectStruct* object);
 void Unlock(ZEVAstringStruct* string);
 
@@ -33,29 +33,29 @@ class Reference {
         return *this;
     }
 
-    // Takes over the caller's reference.
-    static Reference Adopt(Handle* handle) {
+    // Takes over a reference that the caller owns.
+    [[nodiscard]] static Reference Adopt(Handle* handle) {
         Reference reference;
         reference.handle_ = handle;
         return reference;
     }
 
-    // Takes a reference of its own; the caller's stays the caller's.
-    static Reference Retain(Handle* handle) {
+    // Adds a reference; the caller keeps its own.
+    [[nodiscard]] static Reference Retain(Handle* handle) {
         Lock(handle);
         return Adopt(handle);
     }
 
-    // The handle, lent for as long as this reference lives; null when there is none.
+    // The handle, valid while this reference holds it; null if there is none.
     Handle* Get() const { return handle_; }
     Handle* operator->() const { return handle_; }
     explicit operator bool() const { return handle_ != nullptr; }
 
-    // Whether both refer to the same thing, or both to nothing.
+    // Whether both refer to the same handle, or both to null.
     friend bool operator==(const Reference& first, const Reference& second) = default;
 
-    // Hands the reference to the caller, who now gives it back.
-    Handle* Leak() { return std::exchange(handle_, nullptr); }
+    // Passes the reference to the caller, who must release it.
+    [[nodiscard]] Handle* Leak() { return std::exchange(handle_, nullptr); }
 
   private:
     Handle* handle_ = nullptr;

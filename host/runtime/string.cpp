@@ -1,17 +1,17 @@
-// string.cpp - strings and the copies that modules read.
+// string.cpp - strings, and the copies of their bytes that modules read.
 
 #include "host/runtime/string.h"
 
 #include <cstdlib>
 #include <cstring>
 
-#include "host/runtime/host.h"
+#include "host/runtime/environment.h"
 
 namespace host {
 
 StringReference NewString(std::string_view bytes, std::uint32_t encoding) {
     auto reference = StringReference::Adopt(new ZEVAstringStruct{1, encoding, std::string(bytes)});
-    Host::Current().NoteNew(reference.Get());
+    Environment::Current().StringCreated(reference.Get());
     return reference;
 }
 
@@ -21,7 +21,7 @@ void Lock(ZEVAstringStruct* string) {
 
 void Unlock(ZEVAstringStruct* string) {
     if (string == nullptr || --string->references > 0) return;
-    Host::Current().NoteStringGone();
+    Environment::Current().StringDestroyed();
     delete string;
 }
 

@@ -1,12 +1,13 @@
-// string.h - a host string: bytes and the encoding they are tagged with.
+// string.h - a host string: bytes and an encoding tag.
 //
-// The tag is kept as it is given and never checked against the bytes: a module may tag bytes above 127 as ASCII. Shown
-// to people, the bytes are taken for UTF-8, of which ASCII is a part.
+// The tag is stored as given and never checked against the bytes: a module may tag bytes above 127 as ASCII. When a
+// string is shown to people, its bytes are read as UTF-8, which includes ASCII.
 //
 // Lifetime: counted references; a new string has one. Threads: the host's thread only.
 
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -20,20 +21,20 @@ struct ZEVAstringStruct {
 
 namespace host {
 
-// The platform's text encoding values that this host speaks of by itself. Any other value is a tag like these.
+// The platform's text encoding values that this host uses itself. Modules may set any other value.
 inline constexpr std::uint32_t kEncodingUtf8 = 0x08000100;
 inline constexpr std::uint32_t kEncodingAscii = 0x600;
 
-// A new string of the bytes; UTF-8 unless said otherwise.
-StringReference NewString(std::string_view bytes, std::uint32_t encoding = kEncodingUtf8);
+// A new string with these bytes, tagged as UTF-8 by default.
+[[nodiscard]] StringReference NewString(std::string_view bytes, std::uint32_t encoding = kEncodingUtf8);
 
-// Fills data with a copy of the bytes, closed by a zero that does not count; false when there is no memory.
+// Fills `data` with a copy of the bytes, followed by a zero byte that is not counted. Returns false when out of memory.
 //
-// The copy comes from malloc, so that a module whose host cannot take it back may free it. Host words: the number of
-// bytes, the encoding, 0, 0.
-bool LendBytes(const ZEVAstringStruct& string, ZEVAstringData* data);
+// The copy comes from malloc, so a module can free it if its host lacks the service that takes it back. The host words
+// are the number of bytes, the encoding, 0 and 0.
+[[nodiscard]] bool LendBytes(const ZEVAstringStruct& string, ZEVAstringData* data);
 
-// Takes back what LendBytes gave.
+// Frees the copy that LendBytes made, and clears `data`.
 void TakeBackBytes(ZEVAstringData* data);
 
 }  // namespace host

@@ -1,8 +1,9 @@
-// suggestion.cpp - nearness of names: how many letters must be changed, added or left out.
+// suggestion.cpp - the distance of two names: the number of letters to change, add or remove.
 
 #include "host/runtime/suggestion.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <numeric>
 
 namespace host {
@@ -22,7 +23,7 @@ std::size_t Distance(std::string_view first, std::string_view second) {
             row[j + 1] = std::min({changed, diagonal + 1, row[j] + 1});
         }
     }
-    // What is missing at the end costs one at most: "Gausian" is near "GaussianBlur".
+    // A missing end costs at most one: "Gausian" is near "GaussianBlur".
     return std::min(row.back(), *std::min_element(row.begin(), row.end()) + 1);
 }
 
@@ -30,7 +31,7 @@ std::size_t Distance(std::string_view first, std::string_view second) {
 
 std::string Suggestion(std::string_view name, const std::vector<std::string>& known) {
     const std::string* nearest = nullptr;
-    // A third of the letters may be wrong, and two letters changed for each other; beyond that a suggestion confuses.
+    // A third of the letters may be wrong, and two letters may be swapped. More distant suggestions would confuse.
     std::size_t least = name.size() / 3 + (name.size() > 3 ? 2 : 1);
     for (const std::string& each : known) {
         const std::size_t distance = Distance(name, each);

@@ -1,4 +1,4 @@
-// suggestion.h - a name that somebody may have meant.
+// suggestion.h - suggests a known name for a misspelled one.
 
 #pragma once
 
@@ -8,7 +8,7 @@
 
 namespace host {
 
-// ", did you mean X" for the known name nearest to the given one, case ignored; empty when none is near.
-std::string Suggestion(std::string_view name, const std::vector<std::string>& known);
+// Returns ", did you mean X" with the known name nearest to the given one, ignoring case; empty if none is near enough.
+[[nodiscard]] std::string Suggestion(std::string_view name, const std::vector<std::string>& known);
 
 }  // namespace host

@@ -1,11 +1,14 @@
-// trace.cpp - writes events, one a line.
+// trace.cpp - writes events, one on each line.
 
 #include "host/runtime/trace.h"
 
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
+#include <string>
+#include <variant>
 
 #include "host/runtime/class.h"
 #include "host/runtime/errors.h"
@@ -16,14 +19,14 @@ namespace host {
 
 namespace {
 
-// How much of a string an event shows.
+// The number of bytes of a string that an event shows.
 constexpr std::size_t kShownBytes = 200;
 
 }  // namespace
 
 Trace::Trace(const std::filesystem::path& file) : file_(std::fopen(file.c_str(), "w")) {
     if (file_ == nullptr) {
-        throw HostError("trace " + file.string(), std::string(std::strerror(errno)) + ", nothing is run");
+        throw HostError("trace " + file.string(), std::string(std::strerror(errno)) + "; nothing is run");
     }
     std::fputs("[", file_);
 }
@@ -33,16 +36,18 @@ Trace::~Trace() {
     std::fclose(file_);
 }
 
-void Trace::Begin(std::string_view name, const char* way, const Json& arguments) { Write("B", name, way, arguments); }
+void Trace::Begin(std::string_view name, const char* direction, const Json& arguments) {
+    Write("B", name, direction, arguments);
+}
 
 void Trace::End(const Json& outcome) { Write("E", {}, nullptr, outcome); }
 
-void Trace::Write(const char* phase, std::string_view name, const char* way, const Json& arguments) {
+void Trace::Write(const char* phase, std::string_view name, const char* direction, const Json& arguments) {
     const std::chrono::duration<double, std::micro> time = std::chrono::steady_clock::now() - start_;
     Json event = {{"ph", phase}, {"ts", time.count()}, {"pid", getpid()}, {"tid", 1}};
-    if (way != nullptr) event.update({{"name", name}, {"cat", way}});
+    if (direction != nullptr) event.update({{"name", name}, {"cat", direction}});
     if (!arguments.empty()) event["args"] = arguments;
-    // A module's strings may be of any encoding: bytes that are no UTF-8 are shown as replaced.
+    // Strings of a module can have any encoding; bytes that are not valid UTF-8 are replaced.
     const std::string line = event.dump(-1, ' ', false, Json::error_handler_t::replace);
     std::fprintf(file_, "%s\n%s", isFirst_ ? "" : ",", line.c_str());
     std::fflush(file_);
@@ -87,6 +92,14 @@ Trace::Json TraceJson(const Type& type, const Argument& argument) {
             return TraceJson(static_cast<const ZEVAobjectStruct*>(argument.pointer));
     }
     return nullptr;
+}
+
+Trace::Json OutcomeJson(const ObjectReference& raised) {
+    return raised ? Trace::Json{{"raised", raised->isa->Name()}} : Trace::Json();
+}
+
+Trace::Json OutcomeJson(const ObjectReference& raised, const Value& result) {
+    return raised ? OutcomeJson(raised) : Trace::Json{{"result", TraceJson(result)}};
 }
 
 }  // namespace host

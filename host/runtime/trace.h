@@ -1,13 +1,14 @@
-// trace.h - every call across the boundary, both ways, as a file of trace events in JSON.
+// trace.h - writes each call across the boundary, in both directions, to a file of trace events in JSON.
 //
-// The file is one list of events, as trace viewers open it (chrome://tracing, Perfetto): "B" when a call begins, "E" when it has
-// returned. cat says the way: "to module" for entry points, members, initialize and finalize; "to host" for services. args
-// holds the arguments in order, and for a member its object; then "result", or "raised" with the class of the exception.
+// The file is a list of events that trace viewers can open (chrome://tracing, Perfetto): "B" when a call begins, "E"
+// when it returns. "cat" is the direction: "to module" for entry points, members, initializers and finalizers,
+// "to host" for services. The "args" of a "B" event hold the arguments in order and, for a member, its object. The
+// "args" of an "E" event hold the "result", or "raised" with the class of the exception.
 //
-// A line is written when its call begins or ends, so that the file tells of a process that crashed what it did last; only
-// the list's closing bracket is missing then.
+// Each line is written as soon as its call begins or ends. After a crash the file shows what the process did last; only
+// the closing bracket of the list is missing.
 //
-// Lifetime: the Host's. Threads: the host's thread.
+// Lifetime: owned by the Host. Threads: the host's thread.
 
 #pragma once
 
@@ -15,12 +16,15 @@
 #include <cstdio>
 #include <filesystem>
 #include <nlohmann/json.hpp>
+#include <string_view>
 
 #include "host/runtime/call.h"
+#include "host/runtime/declaration.h"
+#include "host/runtime/value.h"
 
 namespace host {
 
-// Which way a call goes, as the events say it.
+// The direction of a call, as written in the events.
 inline constexpr const char* kToModule = "to module";
 inline constexpr const char* kToHost = "to host";
 
@@ -28,32 +32,36 @@ class Trace {
   public:
     using Json = nlohmann::ordered_json;
 
-    // Begins the file anew; throws HostError when it cannot be written.
+    // Overwrites the file; throws HostError when it cannot be written.
     explicit Trace(const std::filesystem::path& file);
 
-    // Ends the list.
+    // Writes the end of the list.
     ~Trace();
     Trace(const Trace&) = delete;
     Trace& operator=(const Trace&) = delete;
 
-    // A call begins; calls begun in it end before it does.
-    void Begin(std::string_view name, const char* way, const Json& arguments);
+    // Records that a call begins. Nested calls must end before it does.
+    void Begin(std::string_view name, const char* direction, const Json& arguments);
 
-    // The call that began last and has not ended returns: {"result": ...}, {"raised": ...} or nothing.
+    // Records that the innermost open call returns. The outcome is {"result": ...}, {"raised": ...} or empty.
     void End(const Json& outcome);
 
   private:
-    void Write(const char* phase, std::string_view name, const char* way, const Json& arguments);
+    void Write(const char* phase, std::string_view name, const char* direction, const Json& arguments);
 
     std::FILE* file_;
     bool isFirst_ = true;
     std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
 
-// Values as the events show them: an object as its class and a number of its own, a long string cut.
+// Values as the events show them. An object is shown as its class and address; a long string is truncated.
 Trace::Json TraceJson(const Value& value);
 Trace::Json TraceJson(const Type& type, const Argument& argument);
 Trace::Json TraceJson(const ZEVAobjectStruct* object);
 Trace::Json TraceJson(const ZEVAstringStruct* string);
+
+// How a call ended, for Trace::End: the class of the exception that it raised, else its result, if it has one.
+Trace::Json OutcomeJson(const ObjectReference& raised);
+Trace::Json OutcomeJson(const ObjectReference& raised, const Value& result);
 
 }  // namespace host

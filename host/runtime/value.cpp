@@ -1,37 +1,14 @@
-// value.cpp - values in words.
+// value.cpp - values made of text, and numbers as text.
 
 #include "host/runtime/value.h"
 
 #include <charconv>
 
-#include "host/runtime/class.h"
-#include "host/runtime/object.h"
 #include "host/runtime/string.h"
 
 namespace host {
 
-namespace {
-
-// How much of a string a message shows.
-constexpr std::size_t kShownBytes = 60;
-
-struct Describer {
-    std::string operator()(std::monostate) const { return "nil"; }
-    std::string operator()(double number) const { return "double " + NumberText(number); }
-    std::string operator()(std::int32_t number) const { return "integer " + std::to_string(number); }
-    std::string operator()(bool truth) const { return truth ? "boolean true" : "boolean false"; }
-    std::string operator()(const StringReference& string) const {
-        const bool isLong = string->bytes.size() > kShownBytes;
-        return "string \"" + string->bytes.substr(0, kShownBytes) + (isLong ? "...\"" : "\"");
-    }
-    std::string operator()(const ObjectReference& object) const { return object->isa->Name(); }
-};
-
-}  // namespace
-
 Value TextValue(std::string_view text) { return NewString(text); }
-
-std::string Describe(const Value& value) { return std::visit(Describer{}, value); }
 
 std::string NumberText(double number) {
     char text[32];

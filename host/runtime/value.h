@@ -1,27 +1,26 @@
-// value.h - a value of the host's language, as it goes into a module and comes out of one.
+// value.h - a value of the host's language, passed to a module or returned by one.
 //
 // A MemoryBlock is an object of the class "MemoryBlock".
-// Lifetime: a string or an object in a value is a counted reference.
+// Lifetime: a value owns one counted reference to its string or object.
 
 #pragma once
 
+#include <cstdint>
 #include <string>
+#include <string_view>
 #include <variant>
 
 #include "host/runtime/reference.h"
 
 namespace host {
 
-// Nothing, a number, a 32-bit integer, a truth value, a string or an object; the last two are never null.
+// Nil, a number, a 32-bit integer, a truth value, a string or an object. Strings and objects are never null here.
 using Value = std::variant<std::monostate, double, std::int32_t, bool, StringReference, ObjectReference>;
 
-// A string value of UTF-8 text.
-Value TextValue(std::string_view text);
+// A string value that holds UTF-8 text.
+[[nodiscard]] Value TextValue(std::string_view text);
 
-// A value's kind and, where it is short, its content, for messages: `double 2.5`, `string "abc"`, `nil`, a class name.
-std::string Describe(const Value& value);
-
-// A number as people write it: the shortest text that reads back as the same double.
-std::string NumberText(double number);
+// The shortest text that reads back as the same double.
+[[nodiscard]] std::string NumberText(double number);
 
 }  // namespace host

@@ -1,4 +1,4 @@
-// binding.cpp - puts the pieces into a state.
+// binding.cpp - opens the parts of the binding in a state.
 
 #include "host/script/binding.h"
 

@@ -5,9 +5,9 @@
 //   blur.inputRadius = 8                              properties are fields
 //   photo:Crop(photo.Extent)                          methods take a colon
 //
-// Nothing here knows a class: what there is, and of which types, comes from the records that the host has read.
+// Nothing here knows a particular class: classes, members and types come from the records that the host has read.
 //
-// Lifetime: the state is closed before the Host ends. Threads: the host's thread.
+// Lifetime: the state must be closed before the Host ends. Threads: the host's thread.
 
 #pragma once
 
@@ -15,7 +15,8 @@
 
 namespace host::script {
 
-// Gives a state the classes of the current Host. A C function for Lua: to be called protected, without arguments.
+// Opens the classes of the current Host in a state. This is a Lua C function; call it in protected mode, without
+// arguments.
 int OpenBinding(lua_State* lua);
 
 }  // namespace host::script

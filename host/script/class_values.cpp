@@ -1,13 +1,17 @@
-// class_values.cpp - the value of a class: found by name, called, asked for its shared members.
+// class_values.cpp - the value of a class: finding it by name, calling it and using its shared members.
 
 #include "host/script/class_values.h"
 
+#include <string>
+#include <string_view>
+#include <vector>
+
 #include "host/runtime/errors.h"
 #include "host/runtime/host.h"
+#include "host/runtime/suggestion.h"
 #include "host/script/error_values.h"
 #include "host/script/member_functions.h"
 #include "host/script/values.h"
-#include "host/runtime/suggestion.h"
 
 namespace host::script {
 
@@ -61,8 +65,8 @@ int Text(lua_State* lua) {
     return 1;
 }
 
-// A global that has no value yet: the class of that name, which from then on is the global's value. A name that is
-// nearly a class's is an error, since nil would only be noticed later; any other is nil, as always in Lua.
+// Looks up a global that has no value. If it names a class, the class becomes the global's value. A name that nearly
+// matches a class is an error, because a nil would only be noticed later. Any other name is nil, as usual in Lua.
 int FindGlobal(lua_State* lua) {
     return Protected(lua, [&] {
         if (lua_type(lua, 2) != LUA_TSTRING) return 0;

@@ -1,7 +1,7 @@
-// class_values.h - host classes as values in Lua: a global for each, found when a script first names it.
+// class_values.h - host classes as values in Lua. Each is a global that is looked up when a script first uses it.
 //
-// Calling one constructs an object, by the constructor with as many parameters as there are arguments. Its fields are
-// the class's shared members.
+// Calling a class constructs an object with the constructor that has as many parameters as there are arguments. The
+// fields of a class are its shared members.
 
 #pragma once
 
@@ -10,10 +10,10 @@
 
 namespace host::script {
 
-// Prepares a state and its table of globals.
+// Prepares a state and its global table.
 void OpenClassValues(lua_State* lua);
 
-// The class whose value stands at an index; null for anything else.
-const Class* ClassAt(lua_State* lua, int index);
+// The class at a stack index; null if the value is not a class.
+[[nodiscard]] const Class* ClassAt(lua_State* lua, int index);
 
 }  // namespace host::script

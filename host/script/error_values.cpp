@@ -23,7 +23,7 @@ int ExceptionText(lua_State* lua) {
     return 1;
 }
 
-// "..": both operands as text.
+// The operator "..": joins both operands as text.
 int Concatenation(lua_State* lua) {
     luaL_tolstring(lua, 1, nullptr);
     luaL_tolstring(lua, 2, nullptr);

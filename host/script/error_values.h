@@ -1,7 +1,7 @@
-// error_values.h - what the host throws, as errors in Lua.
+// error_values.h - turns what the host throws into Lua errors.
 //
-// A refusal by the host becomes a text with the script's line in front. A host exception becomes a value with the
-// fields class, message, number and object, whose text (tostring, "..") is "line: class: message".
+// A HostError becomes a string that begins with the script's line. A HostException becomes a value with the fields
+// class, message, number and object; its text (tostring, "..") is "line: class: message".
 
 #pragma once
 
@@ -15,13 +15,14 @@ namespace host::script {
 // Prepares a state.
 void OpenErrorValues(lua_State* lua);
 
-// Pushes the error value of an exception that came out of the host.
+// Pushes the error value of an exception that the host threw.
 void PushError(lua_State* lua, const HostException& exception);
 void PushError(lua_State* lua, const std::exception& error);
 
-// Runs a C function's work, which answers how many results it has pushed; what the host throws becomes an error in Lua.
+// Runs the work of a Lua C function. The work returns the number of results that it pushed; what it throws becomes a
+// Lua error.
 //
-// Why lua_error comes last: at that point nothing is left in this frame or below that would have to end.
+// lua_error comes last because at that point no object of this frame or of the work is left to destroy.
 template <typename Work>
 int Protected(lua_State* lua, Work work) {
     try {

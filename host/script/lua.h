@@ -1,7 +1,8 @@
-// lua.h - Lua's own headers, for the Lua that is built as C++.
+// lua.h - the headers of Lua, for the library that is compiled as C++.
 //
-// An error in that Lua is a C++ exception of a type that nobody else names: it passes through our frames, whose
-// references and texts end as in any unwinding. Lua never runs below a module's frame, so none of it passes through one.
+// A Lua error is a C++ exception of a type that no other code can catch by name. It passes through our frames and
+// destroys their references and strings like any exception. A module never calls Lua, so no Lua error passes through a
+// module's frames.
 
 #pragma once
 

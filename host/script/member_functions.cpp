@@ -1,6 +1,9 @@
-// member_functions.cpp - making the functions, and what they do when they are called.
+// member_functions.cpp - makes the functions and runs them.
 
 #include "host/script/member_functions.h"
+
+#include <string>
+#include <utility>
 
 #include "host/runtime/errors.h"
 #include "host/runtime/host.h"
@@ -13,10 +16,10 @@ namespace host::script {
 
 namespace {
 
-// Key of the registry: the functions by method.
+// Registry key of the table that maps methods to functions.
 constexpr char kFunctions = 0;
 
-// The class and the method of the function that runs, and both in words.
+// The class and the method of the running function, and "Class.method" for messages.
 const Class& ClassOfFunction(lua_State* lua) {
     return *static_cast<const Class*>(lua_touserdata(lua, lua_upvalueindex(1)));
 }
@@ -27,7 +30,7 @@ std::string SubjectOfFunction(lua_State* lua) {
     return ClassOfFunction(lua).Name() + "." + MethodOfFunction(lua).declaration.name;
 }
 
-// Pushes a method's result; answers how many values that are.
+// Pushes a method's result and returns the number of values pushed.
 int PushResult(lua_State* lua, const Declaration& declaration, Value result) {
     if (declaration.result.kind == TypeKind::kNone) return 0;
     PushValue(lua, std::move(result));
@@ -42,7 +45,7 @@ int CallMethod(lua_State* lua) {
         const bool hasObject = IsObject(lua, 1) && ClassOfObjectAt(lua, 1).FindMember(name) == &method;
         if (!hasObject) {
             const std::string got = lua_gettop(lua) == 0 ? "nothing" : DescribeAt(lua, 1);
-            throw HostError(subject, "expected the object in front (object:" + name + "), got " + got);
+            throw HostError(subject, "expected the object as first argument (object:" + name + "), got " + got);
         }
         const ObjectReference self = ObjectAt(lua, 1);
         const auto arguments = ArgumentsFrom(lua, 2, subject, method.declaration.parameters);
@@ -55,7 +58,7 @@ int CallSharedMethod(lua_State* lua) {
         const Declaration& declaration = MethodOfFunction(lua).declaration;
         const std::string subject = SubjectOfFunction(lua);
         if (lua_gettop(lua) > 0 && ClassAt(lua, 1) != nullptr) {
-            throw HostError(subject, "it belongs to the class and takes a dot (" + subject + "), no colon");
+            throw HostError(subject, "a shared method is called with a dot (" + subject + "), not a colon");
         }
         const auto arguments = ArgumentsFrom(lua, 1, subject, declaration.parameters);
         Value result = Host::Current().CallShared(ClassOfFunction(lua).Name(), declaration.name, arguments);
@@ -63,7 +66,7 @@ int CallSharedMethod(lua_State* lua) {
     });
 }
 
-// Pushes the function that was made for a method, or makes it.
+// Pushes the function of a method. Makes it on first use.
 void PushFunction(lua_State* lua, const Class& isa, const Member& method, lua_CFunction function) {
     lua_rawgetp(lua, LUA_REGISTRYINDEX, &kFunctions);
     if (lua_rawgetp(lua, -1, &method) == LUA_TNIL) {

@@ -1,6 +1,6 @@
 // member_functions.h - methods as functions in Lua.
 //
-// A method has one function, made when a script first asks for it, so a method is equal to itself.
+// Each method has one function, made when a script first uses it, so comparing a method with itself yields true.
 
 #pragma once
 
@@ -12,10 +12,10 @@ namespace host::script {
 // Prepares a state.
 void OpenMemberFunctions(lua_State* lua);
 
-// Pushes the function of a method: it takes the object first, then the arguments. isa is the class to name in errors.
+// Pushes the function of a method. It takes the object first, then the arguments. Errors name the class `isa`.
 void PushMethod(lua_State* lua, const Class& isa, const Member& method);
 
-// Pushes the function of a shared method: it takes the arguments only.
+// Pushes the function of a shared method, which takes only the arguments.
 void PushSharedMethod(lua_State* lua, const Class& isa, const Member& method);
 
 }  // namespace host::script

@@ -1,4 +1,4 @@
-// memory_growth.cpp - asks the system how large the process is.
+// memory_growth.cpp - reads the size of the process from the system.
 
 #include "host/script/memory_growth.h"
 
@@ -12,7 +12,7 @@ namespace host::script {
 
 namespace {
 
-// How many bytes of this process are in memory; 0 when the system does not say.
+// The resident size of this process in bytes; 0 if the system does not report it.
 std::size_t ResidentBytes() {
     static const int file = open("/proc/self/statm", O_RDONLY | O_CLOEXEC);
     static const long pageSize = sysconf(_SC_PAGESIZE);
@@ -27,12 +27,12 @@ std::size_t ResidentBytes() {
 }  // namespace
 
 void MemoryGrowth::Check(lua_State* lua) {
-    if (++calls_ % kCallsPerLook != 0) return;
+    if (++calls_ % kCallsPerMeasurement != 0) return;
     const std::size_t bytes = ResidentBytes();
     if (residentBytes_ == 0 || bytes < residentBytes_) residentBytes_ = bytes;
     if (bytes - residentBytes_ < kGrowth) return;
     lua_gc(lua, LUA_GCCOLLECT);
-    // What was freed must not look used, or the next look would come the later the more there is of it.
+    // Return freed memory to the system. Otherwise it would count as used, and the next collection would come too late.
     malloc_trim(0);
     residentBytes_ = ResidentBytes();
 }

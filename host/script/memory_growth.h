@@ -1,9 +1,9 @@
-// memory_growth.h - when a script's dropped objects should be collected because of what they hold.
+// memory_growth.h - triggers garbage collection when objects hold much memory outside Lua.
 //
-// Lua sees a photo of a hundred megabytes as an object of a few bytes, and would let many of them wait. So whenever the
-// process has grown by kGrowth since the last look at it, everything that the script has dropped is collected.
+// To Lua, a photo of a hundred megabytes is an object of a few bytes, so many of them could pile up. Therefore a full
+// collection runs whenever the process has grown by kGrowth since the last one.
 //
-// Lifetime: one per state, within it. Threads: the host's thread.
+// Lifetime: one for each state, owned by it. Threads: the host's thread.
 
 #pragma once
 
@@ -15,15 +15,16 @@ namespace host::script {
 
 class MemoryGrowth {
   public:
-    // Collects if the process has grown enough. To be called where the script gets a new object, before that is made.
+    // Collects if the process has grown enough. Call this before a new object becomes a Lua value.
     void Check(lua_State* lua);
 
   private:
-    // How much a process may grow. Why 64 MB: one photo of a good camera, and little beside a 32-bit address space.
+    // The growth of the process that triggers a collection. 64 MB is one photo of a good camera, and little compared
+    // with a 32-bit address space.
     static constexpr std::size_t kGrowth = std::size_t{64} << 20;
 
-    // Asking the system takes about as long as making a small object, so only one call of so many does.
-    static constexpr int kCallsPerLook = 4;
+    // Reading the size takes about as long as making a small object, so only every fourth call does it.
+    static constexpr int kCallsPerMeasurement = 4;
 
     std::size_t residentBytes_ = 0;
     int calls_ = 0;

@@ -1,8 +1,11 @@
-// object_values.cpp - the value of an object: its life, its properties and its methods.
+// object_values.cpp - the value of an object: its lifetime, properties and methods.
 
 #include "host/script/object_values.h"
 
 #include <new>
+#include <string>
+#include <string_view>
+#include <utility>
 
 #include "host/runtime/errors.h"
 #include "host/runtime/host.h"
@@ -17,13 +20,13 @@ namespace {
 
 constexpr const char* kObject = "host object";
 
-// Keys of the registry: the values by object (weak), and the watch over the process's size.
+// Registry keys: the weak table that maps objects to values, and the MemoryGrowth of the state.
 constexpr char kValues = 0;
 constexpr char kGrowth = 0;
 
-// What a value holds.
+// The content of a value.
 struct ObjectValue {
-    ObjectReference object;  // none when closed
+    ObjectReference object;  // null when closed
     const Class* isa;
 };
 
@@ -57,8 +60,8 @@ int NewIndex(lua_State* lua) {
     });
 }
 
-// Gives the reference back, when the value goes and when it is closed. A closed value is found no more: another one
-// takes its place if the script gets the object again.
+// Releases the reference when the value is collected or closed. A closed value is removed from the table, so the script
+// gets a new value if it receives the object again.
 int Close(lua_State* lua) {
     ObjectValue* value = ValueOf(lua, 1);
     if (value == nullptr || !value->object) return 0;
@@ -99,7 +102,7 @@ void OpenObjectValues(lua_State* lua) {
                                   {"__close", Close}, {"__tostring", Text},     {nullptr, nullptr}};
     luaL_newmetatable(lua, kObject);
     luaL_setfuncs(lua, functions, 0);
-    // Scripts cannot reach the functions by themselves.
+    // Hides the metatable from scripts.
     lua_pushliteral(lua, "host object");
     lua_setfield(lua, -2, "__metatable");
     lua_pop(lua, 1);

@@ -1,8 +1,8 @@
 // object_values.h - host objects as values in Lua.
 //
-// A value holds one counted reference. It is given back when Lua collects the value, when the scope of a variable
-// marked <close> ends, and at the latest when the state is closed. As long as a script has a value for an object, it
-// gets the same value again, so equal objects are equal values.
+// A value owns one counted reference. It is released when Lua collects the value, when the scope of a variable marked
+// <close> ends, or at the latest when the state is closed. While a script holds a value for an object, the object
+// always appears as that same value, so values can be compared and used as table keys.
 
 #pragma once
 
@@ -15,16 +15,16 @@ namespace host::script {
 // Prepares a state.
 void OpenObjectValues(lua_State* lua);
 
-// Pushes the value of an object; nil for none.
+// Pushes the value of an object, or nil for null.
 void PushObject(lua_State* lua, ObjectReference object);
 
-// Whether an object's value stands at an index, closed or not.
-bool IsObject(lua_State* lua, int index);
+// Whether the value at a stack index is an object, closed or not.
+[[nodiscard]] bool IsObject(lua_State* lua, int index);
 
-// The class of the object whose value stands at an index, closed or not.
+// The class of the object at a stack index, closed or not.
 const Class& ClassOfObjectAt(lua_State* lua, int index);
 
-// The object whose value stands at an index; throws HostError when it has been closed.
-ObjectReference ObjectAt(lua_State* lua, int index);
+// The object at a stack index. Throws HostError if it was closed.
+[[nodiscard]] ObjectReference ObjectAt(lua_State* lua, int index);
 
 }  // namespace host::script

@@ -1,4 +1,4 @@
-// script.cpp - making a state and running a program in it.
+// script.cpp - creates a state and runs a program in it.
 
 #include "host/script/script.h"
 
@@ -10,7 +10,7 @@ namespace host::script {
 
 namespace {
 
-// Leaving by os.exit gives everything back as well, unless the program says otherwise.
+// Makes os.exit close the state by default, so that it releases all objects.
 constexpr char kPrelude[] = "local exit = os.exit; function os.exit(code, close) exit(code, close ~= false) end";
 
 void SetArguments(lua_State* lua, const std::string& name, std::span<const std::string> arguments) {
@@ -24,7 +24,7 @@ void SetArguments(lua_State* lua, const std::string& name, std::span<const std::
     lua_setglobal(lua, "arg");
 }
 
-// Has require look beside the program first.
+// Makes require search the folder of the program first.
 void SetFolder(lua_State* lua, const std::filesystem::path& folder) {
     lua_getglobal(lua, "package");
     lua_getfield(lua, -1, "path");
@@ -41,7 +41,7 @@ int Open(lua_State* lua) {
     return OpenBinding(lua);
 }
 
-// Makes of an error value its text and the traceback: the calls are gone when an error has been caught.
+// Replaces an error value by a table with its text and the traceback, which is no longer available after the call.
 int AddTraceback(lua_State* lua) {
     luaL_tolstring(lua, 1, nullptr);
     lua_createtable(lua, 2, 0);
@@ -56,7 +56,7 @@ int AddTraceback(lua_State* lua) {
 
 std::string TextAt(lua_State* lua, int index) {
     const char* text = lua_tostring(lua, index);
-    return text != nullptr ? text : "an error without text";
+    return text != nullptr ? text : "an error without a message";
 }
 
 }  // namespace
@@ -93,7 +93,7 @@ void Script::Run(int loadStatus, std::span<const std::string> arguments) {
     luaL_checkstack(lua, static_cast<int>(arguments.size()), "too many arguments");
     for (const std::string& argument : arguments) lua_pushlstring(lua, argument.data(), argument.size());
     if (lua_pcall(lua, static_cast<int>(arguments.size()), 0, -2 - static_cast<int>(arguments.size())) != LUA_OK) {
-        // Without memory there is only a text.
+        // When out of memory, the error is a plain string.
         std::string text = TextAt(lua, -1);
         std::string traceback;
         if (lua_istable(lua, -1)) {

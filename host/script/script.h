@@ -1,10 +1,10 @@
-// script.h - a program in Lua that uses the host's classes.
+// script.h - runs Lua programs that use the host's classes.
 //
 //   host::script::Script script(host);
 //   script.RunFile("blur.lua", {"photo.jpg", "out.png"});
 //
-// Lifetime: ends before the Host. All references that the program still holds are given back at its end.
-// Failure:  ScriptError. What the program did before that stays done.
+// Lifetime: must end before the Host. Its destructor releases all references that the program still holds.
+// Failure:  ScriptError. What the program did before that is not undone.
 // Threads:  the host's thread.
 
 #pragma once
@@ -14,6 +14,7 @@
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "host/script/lua.h"
 
@@ -23,13 +24,14 @@ class Host;
 
 namespace host::script {
 
-// An error that the program let out, or one that kept it from beginning: what() is its text, with the line in front.
+// An error that the program did not catch, or that prevented it from starting. what() is its text and begins with the
+// line.
 class ScriptError : public std::runtime_error {
   public:
     ScriptError(const std::string& text, std::string traceback)
         : std::runtime_error(text), traceback_(std::move(traceback)) {}
 
-    // The calls that were running, in lines under a heading; empty when there were none.
+    // The stack traceback with its heading; empty if the program did not start.
     const std::string& Traceback() const { return traceback_; }
 
   private:
@@ -38,14 +40,14 @@ class ScriptError : public std::runtime_error {
 
 class Script {
   public:
-    // A Lua of its own, with Lua's libraries and the host's classes. Host must be the current one.
+    // Creates a Lua state with the standard libraries and the host's classes. The Host must be the current one.
     explicit Script(Host& host);
 
-    // Runs a file, "-" for standard input, with its arguments in "..." and in the table arg. Its require finds what lies
-    // beside it.
+    // Runs a file, or standard input if the path is "-". The arguments are in "..." and in the table arg. require
+    // searches the folder of the file first.
     void RunFile(const std::string& path, std::span<const std::string> arguments = {});
 
-    // Runs a text; errors call it by the name.
+    // Runs a text. The name identifies it in errors.
     void RunText(const std::string& text, const std::string& name, std::span<const std::string> arguments = {});
 
   private:
@@ -53,7 +55,7 @@ class Script {
         void operator()(lua_State* lua) const { lua_close(lua); }
     };
 
-    // Runs what loading has left on the stack: a function, or the reason for having none.
+    // Runs the function that loading left on the stack, or throws the error that it left there.
     void Run(int loadStatus, std::span<const std::string> arguments);
 
     std::unique_ptr<lua_State, Closing> lua_;

@@ -1,14 +1,17 @@
-// values.cpp - one case per kind of value, each way.
+// values.cpp - converts each kind of value in both directions.
 
 #include "host/script/values.h"
 
 #include <cstdint>
 #include <limits>
+#include <utility>
+#include <variant>
 
+#include "host/runtime/describe.h"
 #include "host/runtime/errors.h"
+#include "host/runtime/string.h"
 #include "host/script/class_values.h"
 #include "host/script/object_values.h"
-#include "host/runtime/string.h"
 
 namespace host::script {
 
@@ -70,7 +73,7 @@ std::string DescribeAt(lua_State* lua, int index) {
 
 std::string_view NameAt(lua_State* lua, int index, const std::string& className) {
     if (lua_type(lua, index) != LUA_TSTRING) {
-        throw HostError(className, "members have names, got " + DescribeAt(lua, index));
+        throw HostError(className, "expected a string as member name, got " + DescribeAt(lua, index));
     }
     std::size_t size = 0;
     const char* name = lua_tolstring(lua, index, &size);
@@ -83,7 +86,7 @@ Value PropertyValueAt(lua_State* lua, int index, const std::string& subject, con
     std::optional<Value> value = ValueAt(lua, index);
     if (!value && property != nullptr && property->setter != nullptr) {
         throw HostError(subject, "expected " + property->declaration.result.word + ", got " + DescribeAt(lua, index) +
-                                     ", the property keeps its value");
+                                     "; the property keeps its value");
     }
     return value.value_or(Value());
 }

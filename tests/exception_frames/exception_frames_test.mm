@@ -1,4 +1,4 @@
-// exception_frames_test.mm - the setjmp-based exception frames over the GNU runtime and its Foundation.
+// exception_frames_test.mm - the setjmp-based exception frames on the GNU runtime and its Foundation.
 
 #import <Foundation/Foundation.h>
 #include <gtest/gtest.h>
@@ -20,7 +20,7 @@ struct Frame {
     void* runtimeWords[4];
 };
 
-// What the work threw to a frame registered around it, or nil; the frame is gone afterwards.
+// Runs the work inside a frame and returns the object that it threw, or nil. Removes the frame.
 template <typename Work>
 id ThrownBy(Work work) {
     Frame frame;
@@ -45,7 +45,7 @@ TEST(ExceptionFrames, ExceptionsThatFoundationRaisesReachTheFrame) {
     EXPECT_TRUE([[range name] isEqual:NSRangeException]);
 }
 
-TEST(ExceptionFrames, InnermostFrameOfSeveralGetsTheObjectAndTheOthersStay) {
+TEST(ExceptionFrames, TheInnermostFrameCatchesAndTheOthersRemain) {
     NSObject* inner = [[[NSObject alloc] init] autorelease];
     NSObject* outer = [[[NSObject alloc] init] autorelease];
     id caughtInside = nil;
@@ -57,7 +57,7 @@ TEST(ExceptionFrames, InnermostFrameOfSeveralGetsTheObjectAndTheOthersStay) {
     EXPECT_EQ(caughtOutside, outer);
 }
 
-TEST(ExceptionFrames, FrameThatWasLeftGetsNothingMore) {
+TEST(ExceptionFrames, AFrameThatWasLeftCatchesNothing) {
     NSObject* thrown = [[[NSObject alloc] init] autorelease];
     EXPECT_EQ(ThrownBy([&] {
                   EXPECT_EQ(ThrownBy([] {}), nil);
@@ -66,7 +66,7 @@ TEST(ExceptionFrames, FrameThatWasLeftGetsNothingMore) {
               thrown);
 }
 
-TEST(ExceptionFrames, LeavingAFrameRemovesThoseInsideIt) {
+TEST(ExceptionFrames, LeavingAFrameRemovesTheFramesInsideIt) {
     NSObject* thrown = [[[NSObject alloc] init] autorelease];
     EXPECT_EQ(ThrownBy([&] {
                   Frame outer, inner;
@@ -106,7 +106,7 @@ TEST(ExceptionFrames, EachThreadHasItsOwnChain) {
     EXPECT_TRUE(caughtNatively);
 }
 
-TEST(ExceptionFrames, MatchAcceptsTheClassAndThoseBelowItOnly) {
+TEST(ExceptionFrames, MatchAcceptsOnlyTheClassAndItsSubclasses) {
     NSException* exception = [NSException exceptionWithName:@"n" reason:nil userInfo:nil];
     EXPECT_TRUE(objc_exception_match([NSException class], exception));
     EXPECT_TRUE(objc_exception_match([NSObject class], exception));

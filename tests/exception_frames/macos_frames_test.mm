@@ -1,9 +1,10 @@
-// macos_frames_test.mm - frames as code for macOS lays them out, alone and among those of this machine.
+// macos_frames_test.mm - frames with the layout of code for macOS, alone and mixed with those of this machine.
 
 #import <Foundation/Foundation.h>
 #include <gtest/gtest.h>
 
 #include <csetjmp>
+#include <iterator>
 #include <numeric>
 
 #include "platform/ExceptionFrames/macos_frames.h"
@@ -16,7 +17,7 @@ id objc_exception_extract(void* frame);
 
 namespace {
 
-// A frame as such code has it on its stack, with a word behind it that is none of the frame's.
+// A frame with the layout of such code, followed by a word that the frame functions must not change.
 struct MacFrame {
     int buffer[18];
     void* runtimeWords[4];
@@ -28,7 +29,7 @@ struct MachineFrame {
     void* runtimeWords[4];
 };
 
-// What the work threw to a frame of either kind around it, or nil.
+// Run the work inside a frame of one kind and return the object that it threw, or nil.
 template <typename Work>
 id ThrownToMacFrame(Work work) {
     MacFrame frame;
@@ -68,7 +69,7 @@ TEST_F(MacFramesTest, ExceptionsThatFoundationRaisesReachTheFrame) {
     EXPECT_TRUE([[thrown name] isEqual:NSUndefinedKeyException]);
 }
 
-TEST_F(MacFramesTest, EachKindInsideTheOtherGetsWhatIsThrownInsideItAndTheOuterTheRest) {
+TEST_F(MacFramesTest, FramesOfBothKindsCanBeNested) {
     id inner = nil;
     id outer = ThrownToMachineFrame([&] {
         inner = ThrownToMacFrame([&] { @throw first; });
@@ -84,7 +85,7 @@ TEST_F(MacFramesTest, EachKindInsideTheOtherGetsWhatIsThrownInsideItAndTheOuterT
     EXPECT_EQ(outer, first);
 }
 
-TEST_F(MacFramesTest, FrameThatWasLeftGetsNothingMoreWhateverTheKinds) {
+TEST_F(MacFramesTest, AFrameThatWasLeftCatchesNothingAmongBothKinds) {
     EXPECT_EQ(ThrownToMachineFrame([&] {
                   EXPECT_EQ(ThrownToMacFrame([] {}), nil);
                   @throw first;
@@ -97,7 +98,7 @@ TEST_F(MacFramesTest, FrameThatWasLeftGetsNothingMoreWhateverTheKinds) {
               first);
 }
 
-TEST_F(MacFramesTest, LeavingAFrameRemovesThoseOfTheOtherKindInsideIt) {
+TEST_F(MacFramesTest, LeavingAFrameRemovesFramesOfTheOtherKindInsideIt) {
     EXPECT_EQ(ThrownToMacFrame([&] {
                   MacFrame outer;
                   MachineFrame inner;
@@ -109,8 +110,8 @@ TEST_F(MacFramesTest, LeavingAFrameRemovesThoseOfTheOtherKindInsideIt) {
               first);
 }
 
-// Enough values at once that some live in registers that a call preserves.
-TEST_F(MacFramesTest, JumpBringsBackWhatTheFunctionHadInRegisters) {
+// Uses enough values at once that some are in registers that a call preserves.
+TEST_F(MacFramesTest, TheJumpRestoresRegisters) {
     int numbers[8];
     std::iota(std::begin(numbers), std::end(numbers), 1);
     for (int i = 0; i < 3; ++i) {

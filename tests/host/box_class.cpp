@@ -40,13 +40,13 @@ void ConstructFrom(ZEVAobjectStruct* self, double number, std::int32_t integer) 
     BoxOf(self)->number = number;
     BoxOf(self)->integer = integer;
 }
-// Every argument has its own weight, so that any two that change places are seen.
+// Each argument has its own weight, so the result shows when two of them are swapped.
 double Weigh(ZEVAobjectStruct*, double a, std::int32_t b, double c, std::int32_t truth, ZEVAstringStruct* text) {
     return a + 10 * b + 100 * c + 1000 * truth + 10000 * static_cast<double>(text->bytes.size());
 }
 void Clear(ZEVAobjectStruct* self) { BoxOf(self)->number = 0; }
 
-// Raises an exception of the Box's integer as error number.
+// Raises an exception whose error number is the Box's integer.
 void Fail(ZEVAobjectStruct* self, ZEVAstringStruct* message) {
     host::Host& runtime = host::Host::Current();
     const ObjectReference exception = runtime.NewInstance("RuntimeException");

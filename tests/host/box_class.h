@@ -1,13 +1,13 @@
-// box_class.h - "Box", a class with a member of every kind, for the tests of the host and of what is built on it.
+// box_class.h - "Box", a class with a member of each kind, for the tests of the host and of the parts above it.
 //
-// It is registered from here, as a module would: host.Classes().Register(&kBoxClass.record).
+// Tests register it as a module would: host.Classes().Register(&kBoxClass.record).
 
 #pragma once
 
 #include "host/runtime/object.h"
 #include "plugin/zeva.h"
 
-// The data of a Box, one field per kind of value.
+// The data of a Box: one field for each kind of value.
 struct Box {
     ZEVAobjectStruct object;
     double number;

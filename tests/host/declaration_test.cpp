@@ -1,4 +1,4 @@
-// declaration_test.cpp - what the lines of text in class records declare.
+// declaration_test.cpp - parsing the declarations in class records.
 
 #include "host/runtime/declaration.h"
 
@@ -19,7 +19,7 @@ std::string ErrorFor(const char* text) {
     return "";
 }
 
-TEST(Declaration, NameAndTypeIsAProperty) {
+TEST(Declaration, NameAndTypeDeclareAProperty) {
     const auto declaration = ParseDeclaration("inputRadius as double");
     EXPECT_EQ(declaration.kind, MemberKind::kProperty);
     EXPECT_EQ(declaration.name, "inputRadius");
@@ -27,28 +27,28 @@ TEST(Declaration, NameAndTypeIsAProperty) {
     EXPECT_TRUE(declaration.parameters.empty());
 }
 
-TEST(Declaration, EveryTypeWordHasItsKind) {
+TEST(Declaration, EachTypeWordHasItsKind) {
     EXPECT_EQ(ParseDeclaration("x as double").result.kind, TypeKind::kDouble);
     EXPECT_EQ(ParseDeclaration("x as integer").result.kind, TypeKind::kInteger);
     EXPECT_EQ(ParseDeclaration("x as boolean").result.kind, TypeKind::kBoolean);
     EXPECT_EQ(ParseDeclaration("x as string").result.kind, TypeKind::kString);
 }
 
-TEST(Declaration, AnyOtherTypeWordIsAClass) {
+TEST(Declaration, AnyOtherTypeWordIsAClassName) {
     const auto type = ParseDeclaration("AttributeX as CIAttributeQOR").result;
     EXPECT_EQ(type.kind, TypeKind::kObject);
     EXPECT_EQ(type.className, "CIAttributeQOR");
     EXPECT_EQ(ParseDeclaration("x as Double").result.kind, TypeKind::kObject);
 }
 
-TEST(Declaration, AMemoryblockIsAnObjectOfTheClassMemoryBlock) {
+TEST(Declaration, MemoryblockIsAnObjectOfTheClassMemoryBlock) {
     const auto type = ParseDeclaration("inputCubeData as memoryblock").result;
     EXPECT_EQ(type.kind, TypeKind::kObject);
     EXPECT_EQ(type.word, "memoryblock");
     EXPECT_EQ(type.className, "MemoryBlock");
 }
 
-TEST(Declaration, ConstructorsHaveParametersOrNone) {
+TEST(Declaration, ConstructorsCanHaveParameters) {
     EXPECT_EQ(ParseDeclaration("Constructor").kind, MemberKind::kConstructor);
     const auto declaration = ParseDeclaration("Constructor(path as string)");
     EXPECT_EQ(declaration.kind, MemberKind::kConstructor);
@@ -57,7 +57,7 @@ TEST(Declaration, ConstructorsHaveParametersOrNone) {
     EXPECT_EQ(declaration.parameters[0].type.kind, TypeKind::kString);
 }
 
-TEST(Declaration, MethodsHaveAResultOrNone) {
+TEST(Declaration, MethodsCanHaveAResult) {
     const auto crop = ParseDeclaration("Crop(x as double, y as double) as CIImageQOR");
     EXPECT_EQ(crop.kind, MemberKind::kMethod);
     EXPECT_EQ(crop.parameters.size(), 2u);
@@ -80,7 +80,7 @@ TEST(Declaration, SpacesBetweenWordsDoNotMatter) {
     EXPECT_EQ(declaration.result.word, "CIImageQOR");
 }
 
-TEST(Declaration, WhatCannotBeReadIsNamedWithItsPlace) {
+TEST(Declaration, ErrorsSayWhatWasExpectedAndWhatWasFound) {
     EXPECT_EQ(ErrorFor(""), "expected a name, found the end");
     EXPECT_EQ(ErrorFor("3x as double"), "expected a name, found '3x as double'");
     EXPECT_EQ(ErrorFor("x is double"), "expected 'as', found 'is double'");
@@ -92,7 +92,7 @@ TEST(Declaration, WhatCannotBeReadIsNamedWithItsPlace) {
     EXPECT_EQ(ErrorFor("Constructor as double"), "a constructor has no result");
 }
 
-TEST(Declaration, FifteenParametersAreReadAndSixteenRefused) {
+TEST(Declaration, AcceptsFifteenParametersAndRefusesSixteen) {
     std::string text = "Sum(p as double";
     for (int i = 1; i < 15; ++i) text += ", p as double";
     EXPECT_EQ(ParseDeclaration(text + ")").parameters.size(), 15u);

@@ -1,5 +1,6 @@
-// exception_test.cpp - host exceptions: raised by a module, thrown when it has returned.
+// exception_test.cpp - host exceptions: a module raises them, and they are thrown when it has returned.
 
+#include "host/runtime/describe.h"
 #include "host/runtime/services.h"
 #include "tests/host/host_test.h"
 
@@ -14,7 +15,7 @@ Function* Service(const char* name) {
     return reinterpret_cast<Function*>(host::ResolveService(name));
 }
 
-// Raises as a module does: makes the object, fills it, hands it over, gives its own reference back.
+// Raises as a module does: makes the object, fills it, raises it and releases its own reference.
 void RaiseLikeAModule(const char* className, const char* message, std::int32_t number) {
     ZEVAobjectStruct* exception = Service<ZEVAobjectStruct*(const char*)>("PluginNewInstance")(className);
     const auto length = static_cast<std::int32_t>(std::string_view(message).size());
@@ -45,7 +46,7 @@ ZEVAobjectStruct* RaiseWithResult(ZEVAobjectStruct*) {
 }
 void RaiseInHook(ZEVAobjectStruct*) { RaiseLikeAModule("RuntimeException", "in a hook", 1); }
 
-// A setter that raises, called while a getter of the same object runs.
+// A setter that raises; it is called while a getter of the same object runs.
 void RaisingSetter(ZEVAobjectStruct*, std::int32_t) { RaiseLikeAModule("RuntimeException", "from the setter", 1); }
 std::int32_t SetsItself(ZEVAobjectStruct* self) {
     Service<void(ZEVAobjectStruct*, const char*, std::int32_t)>("ZEVASetPropValueInt")(self, "Level", 1);
@@ -66,7 +67,7 @@ class ExceptionTest : public HostTest {
     ObjectReference kettle;
 };
 
-TEST_F(ExceptionTest, ARaisedExceptionIsThrownWithItsText) {
+TEST_F(ExceptionTest, ARaisedExceptionIsThrownWithItsMessage) {
     try {
         host.Get(kettle.Get(), "Once");
         FAIL() << "nothing was thrown";
@@ -82,48 +83,48 @@ TEST_F(ExceptionTest, ARaisedExceptionIsThrownWithItsText) {
     EXPECT_EQ(host.LiveStrings(), 0);
 }
 
-TEST_F(ExceptionTest, TheNextCallIsFreeOfTheLastException) {
+TEST_F(ExceptionTest, AnExceptionDoesNotAffectTheNextCall) {
     EXPECT_NE(TextOfError([&] { host.Get(kettle.Get(), "Once"); }), "");
     EXPECT_EQ(host.Get(kettle.Get(), "Quiet"), Value(3.0));
 }
 
-TEST_F(ExceptionTest, TheFirstOfTwoIsThrownAndTheSecondReported) {
+TEST_F(ExceptionTest, TheFirstOfTwoExceptionsIsThrownAndTheSecondReported) {
     EXPECT_EQ(TextOfError([&] { host.Get(kettle.Get(), "Twice"); }), "RuntimeException: first");
     EXPECT_EQ(TakeMessages(),
-              Messages{"OutOfMemoryException: raised while a RuntimeException is pending, it is dropped"});
+              Messages{"OutOfMemoryException: raised while a RuntimeException is pending; it is dropped"});
     EXPECT_EQ(host.LiveObjects(), 1);
 }
 
-TEST_F(ExceptionTest, AResultThatComesWithAnExceptionIsGivenBack) {
+TEST_F(ExceptionTest, ReleasesAResultThatComesWithAnException) {
     EXPECT_EQ(TextOfError([&] { host.Get(kettle.Get(), "WithResult"); }), "RuntimeException: with a result");
     EXPECT_EQ(host.LiveObjects(), 1);
 }
 
-TEST_F(ExceptionTest, AnExceptionInsideANestedCallReachesTheOuterCaller) {
+TEST_F(ExceptionTest, AnExceptionInANestedCallReachesTheOuterCaller) {
     EXPECT_EQ(TextOfError([&] { host.Get(kettle.Get(), "Level"); }), "RuntimeException: from the setter");
     EXPECT_EQ(TakeMessages(), Messages());
     EXPECT_EQ(host.LiveObjects(), 1);
 }
 
-TEST_F(ExceptionTest, AnExceptionFromInitializeLeavesNoObject) {
+TEST_F(ExceptionTest, AnExceptionFromAnInitializerDestroysTheObject) {
     ZEVAclassDefinitionDownLevel record = {.version = 12, .className = "Pot", .initialize = RaiseInHook};
     host.Classes().Register(&record);
     EXPECT_EQ(TextOfError([&] { host.NewInstance("Pot"); }), "RuntimeException: in a hook");
     EXPECT_EQ(host.LiveObjects(), 1);
 }
 
-TEST_F(ExceptionTest, AnExceptionFromFinalizeIsReportedAndDropped) {
+TEST_F(ExceptionTest, AnExceptionFromAFinalizerIsReportedAndDropped) {
     ZEVAclassDefinitionDownLevel record = {.version = 12, .className = "Pot", .finalize = RaiseInHook};
     host.Classes().Register(&record);
     host.NewInstance("Pot");
-    EXPECT_EQ(TakeMessages(), Messages{"Pot: its finalize function raised a RuntimeException, it is dropped"});
+    EXPECT_EQ(TakeMessages(), Messages{"Pot: its finalizer raised a RuntimeException; the exception is dropped"});
     EXPECT_EQ(host.Get(kettle.Get(), "Quiet"), Value(3.0));
     EXPECT_EQ(host.LiveObjects(), 1);
 }
 
 TEST_F(ExceptionTest, RaisingNullIsReported) {
     host.Call(kettle.Get(), "Null");
-    EXPECT_EQ(TakeMessages(), Messages{"RuntimeRaiseException: the exception is null, nothing is raised"});
+    EXPECT_EQ(TakeMessages(), Messages{"RuntimeRaiseException: the exception is null; nothing is raised"});
 }
 
 TEST_F(ExceptionTest, AnyObjectCanBeRaised) {
@@ -133,7 +134,7 @@ TEST_F(ExceptionTest, AnyObjectCanBeRaised) {
     EXPECT_EQ(TextOfError([&] { host.NewInstance("Pot"); }), "Pot");
 }
 
-TEST_F(ExceptionTest, AnExceptionThatOutlivesTheHostKeepsItsTextOnly) {
+TEST_F(ExceptionTest, AnExceptionThatOutlivesTheHostKeepsOnlyItsText) {
     std::exception_ptr kept;
     try {
         host.Get(kettle.Get(), "Once");
@@ -153,7 +154,7 @@ TEST_F(ExceptionTest, AnExceptionThatOutlivesTheHostKeepsItsTextOnly) {
     new (&host) host::Host();
 }
 
-TEST_F(ExceptionTest, TheBuiltInExceptionsAreReadableAndWritable) {
+TEST_F(ExceptionTest, BuiltInExceptionsHaveWritableProperties) {
     for (const char* name : {"RuntimeException", "UnsupportedOperationException", "OutOfMemoryException"}) {
         const auto exception = host.Construct(name);
         EXPECT_TRUE(std::holds_alternative<std::monostate>(host.Get(exception.Get(), "Message")));

@@ -1,4 +1,4 @@
-// fake_module.cpp - a module for the host's tests, built like a real one: a superclass with data and a class below it.
+// fake_module.cpp - a module for the host's tests, built like a real one: a superclass with data, and a subclass.
 
 #include <iterator>
 

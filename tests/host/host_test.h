@@ -1,10 +1,12 @@
-// host_test.h - what the tests of the host share: a host whose messages are kept, and class records made in a test.
+// host_test.h - the fixture of the host tests: a host whose messages are collected, and classes made by a test.
 
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <exception>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/runtime/errors.h"
@@ -12,10 +14,10 @@
 #include "host/runtime/string.h"
 #include "tests/host/method_entry.h"
 
-// A test with a host of its own.
+// A test with its own host.
 class HostTest : public testing::Test {
   protected:
-    // Registers a class of one method table, as a module would.
+    // Registers a class with one method table, as a module would.
     void Register(const char* name, const char* superclass = nullptr, std::vector<ZEVAmethod> methods = {},
                   ZEVAword dataSize = 0) {
         ZEVAclassDefinitionDownLevel record = {.version = 12, .className = name, .superclassName = superclass};
@@ -25,14 +27,14 @@ class HostTest : public testing::Test {
         host.Classes().Register(&record);
     }
 
-    // What the host had to say, and forgets it.
+    // Returns the messages that the host has reported since the last call.
     std::vector<std::string> TakeMessages() { return std::exchange(messages, {}); }
 
     std::vector<std::string> messages;
     host::Host host{{.report = [this](const std::string& message) { messages.push_back(message); }}};
 };
 
-// What a piece of work throws, as text; empty when it throws nothing.
+// The text of the exception that the work throws; empty if it throws none.
 template <typename Work>
 std::string TextOfError(Work work) {
     try {

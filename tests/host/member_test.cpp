@@ -1,4 +1,7 @@
-// member_test.cpp - reading, writing and calling members: how values travel, and what is refused.
+// member_test.cpp - reading, writing and calling members: how values are passed, and what is refused.
+
+#include <algorithm>
+#include <limits>
 
 #include "host/runtime/memory_block.h"
 #include "tests/host/box_class.h"
@@ -18,13 +21,13 @@ class MemberTest : public HostTest {
         box = host.NewInstance("Box");
     }
 
-    // Writes and reads a property.
+    // Writes a property and reads it back.
     Value RoundTrip(const char* property, const Value& value) {
         host.Set(box.Get(), property, value);
         return host.Get(box.Get(), property);
     }
 
-    // Why a property cannot be written.
+    // The reason why a property cannot be written; empty if it can.
     std::string Refusal(const char* property, const Value& value) {
         return TextOfError([&] { host.Set(box.Get(), property, value); });
     }
@@ -32,7 +35,7 @@ class MemberTest : public HostTest {
     ObjectReference box;
 };
 
-TEST_F(MemberTest, NumbersAndTruthComeBackAsTheyWent) {
+TEST_F(MemberTest, NumbersAndBooleansReadBackAsWritten) {
     EXPECT_EQ(RoundTrip("Number", 0.1), Value(0.1));
     EXPECT_EQ(RoundTrip("Integer", -2147483647 - 1), Value(-2147483647 - 1));
     EXPECT_EQ(RoundTrip("Truth", true), Value(true));
@@ -41,7 +44,7 @@ TEST_F(MemberTest, NumbersAndTruthComeBackAsTheyWent) {
     EXPECT_EQ(host.Get(box.Get(), "Truth"), Value(true));
 }
 
-TEST_F(MemberTest, StringsTravelByReference) {
+TEST_F(MemberTest, StringsArePassedByReference) {
     const Value text = host::TextValue("Grüße");
     const Value back = RoundTrip("Text", text);
     EXPECT_EQ(std::get<StringReference>(back).Get(), std::get<StringReference>(text).Get());
@@ -51,7 +54,7 @@ TEST_F(MemberTest, StringsTravelByReference) {
     EXPECT_EQ(std::get<StringReference>(text)->references, 2);
 }
 
-TEST_F(MemberTest, ObjectsTravelByReferenceAndMayBeOfASubclass) {
+TEST_F(MemberTest, ObjectsArePassedByReferenceAndCanBeOfASubclass) {
     const auto small = host.NewInstance("SmallBox");
     const Value back = RoundTrip("Held", small);
     EXPECT_EQ(std::get<ObjectReference>(back).Get(), small.Get());
@@ -66,50 +69,50 @@ TEST_F(MemberTest, AWholeDoubleFitsAnInteger) {
     EXPECT_EQ(RoundTrip("Integer", 3.0), Value(3));
     EXPECT_EQ(RoundTrip("Integer", -2147483648.0), Value(-2147483647 - 1));
     EXPECT_EQ(Refusal("Integer", 2147483648.0),
-              "Box.Integer: expected integer, got double 2147483648, the property keeps its value");
+              "Box.Integer: expected integer, got double 2147483648; the property keeps its value");
     EXPECT_EQ(Refusal("Integer", std::numeric_limits<double>::quiet_NaN()),
-              "Box.Integer: expected integer, got double nan, the property keeps its value");
+              "Box.Integer: expected integer, got double nan; the property keeps its value");
 }
 
-TEST_F(MemberTest, AnyOtherTypeIsRefusedAndTheValueStays) {
+TEST_F(MemberTest, RefusesOtherTypesAndKeepsTheValue) {
     host.Set(box.Get(), "Number", 5.0);
     EXPECT_EQ(Refusal("Number", host::TextValue("abc")),
-              "Box.Number: expected double, got string \"abc\", the property keeps its value");
-    EXPECT_EQ(Refusal("Number", {}), "Box.Number: expected double, got nil, the property keeps its value");
-    EXPECT_EQ(Refusal("Integer", 2.5), "Box.Integer: expected integer, got double 2.5, the property keeps its value");
-    EXPECT_EQ(Refusal("Truth", 1), "Box.Truth: expected boolean, got integer 1, the property keeps its value");
-    EXPECT_EQ(Refusal("Text", true), "Box.Text: expected string, got boolean true, the property keeps its value");
+              "Box.Number: expected double, got string \"abc\"; the property keeps its value");
+    EXPECT_EQ(Refusal("Number", {}), "Box.Number: expected double, got nil; the property keeps its value");
+    EXPECT_EQ(Refusal("Integer", 2.5), "Box.Integer: expected integer, got double 2.5; the property keeps its value");
+    EXPECT_EQ(Refusal("Truth", 1), "Box.Truth: expected boolean, got integer 1; the property keeps its value");
+    EXPECT_EQ(Refusal("Text", true), "Box.Text: expected string, got boolean true; the property keeps its value");
     EXPECT_EQ(
         Refusal("Number", host::TextValue(std::string(100, 'x'))),
-        "Box.Number: expected double, got string \"" + std::string(60, 'x') + "...\", the property keeps its value");
-    EXPECT_EQ(Refusal("Held", 1.0), "Box.Held: expected Box, got double 1, the property keeps its value");
+        "Box.Number: expected double, got string \"" + std::string(60, 'x') + "...\"; the property keeps its value");
+    EXPECT_EQ(Refusal("Held", 1.0), "Box.Held: expected Box, got double 1; the property keeps its value");
     EXPECT_EQ(host.Get(box.Get(), "Number"), Value(5.0));
 }
 
-TEST_F(MemberTest, AnObjectOfAnotherClassIsRefused) {
+TEST_F(MemberTest, RefusesAnObjectOfAnotherClass) {
     EXPECT_EQ(Refusal("Held", host.NewInstance("RuntimeException")),
-              "Box.Held: expected Box, got RuntimeException, the property keeps its value");
-    EXPECT_EQ(Refusal("Bytes", box), "Box.Bytes: expected memoryblock, got Box, the property keeps its value");
+              "Box.Held: expected Box, got RuntimeException; the property keeps its value");
+    EXPECT_EQ(Refusal("Bytes", box), "Box.Bytes: expected memoryblock, got Box; the property keeps its value");
     EXPECT_EQ(Refusal("Bytes", host::NewMemoryBlock(4)), "");
 }
 
-TEST_F(MemberTest, AReadOnlyPropertyIsNotWritten) {
-    EXPECT_EQ(Refusal("Fixed", 1.0), "Box.Fixed: the property is read-only, it keeps its value");
+TEST_F(MemberTest, RefusesToWriteAReadOnlyProperty) {
+    EXPECT_EQ(Refusal("Fixed", 1.0), "Box.Fixed: the property is read-only; it keeps its value");
 }
 
-TEST_F(MemberTest, UnknownMembersAreNamedWithTheNearestOne) {
+TEST_F(MemberTest, UnknownMemberNamesGetASuggestion) {
     EXPECT_EQ(Refusal("Nubmer", 1.0), "Box.Nubmer: the class has no such property, did you mean Number");
     EXPECT_EQ(TextOfError([&] { host.Call(box.Get(), "Wiegh"); }),
               "Box.Wiegh: the class has no such method, did you mean Weigh");
     EXPECT_EQ(TextOfError([&] { host.CallShared("Box", "Weigh"); }), "Box.Weigh: the class has no such method");
 }
 
-TEST_F(MemberTest, PropertiesAndMethodsAreNotMistakenForEachOther) {
+TEST_F(MemberTest, PropertiesCannotBeCalledAndMethodsCannotBeRead) {
     EXPECT_EQ(TextOfError([&] { host.Get(box.Get(), "Clear"); }), "Box.Clear: it is a method, not a property");
     EXPECT_EQ(TextOfError([&] { host.Call(box.Get(), "Number"); }), "Box.Number: it is a property, not a method");
 }
 
-TEST_F(MemberTest, AConstructorIsNoMethod) {
+TEST_F(MemberTest, AConstructorIsNotAMethod) {
     EXPECT_EQ(TextOfError([&] { host.Call(box.Get(), "Constructor"); }),
               "Box.Constructor: the class has no such method");
 }
@@ -120,19 +123,19 @@ TEST_F(MemberTest, NilHasNoMembers) {
     EXPECT_EQ(TextOfError([&] { host.Call(nullptr, "Clear"); }), "nil.Clear: there is no object");
 }
 
-TEST_F(MemberTest, ArgumentsArriveInTheirPlaces) {
+TEST_F(MemberTest, ArgumentsArriveInOrder) {
     const Value arguments[] = {1.5, 2, 3.0, true, host::TextValue("four")};
     EXPECT_EQ(host.Call(box.Get(), "Weigh", arguments), Value(1.5 + 20 + 300 + 1000 + 40000));
     EXPECT_EQ(host.LiveStrings(), 1);
 }
 
-TEST_F(MemberTest, AMethodWithoutResultGivesNil) {
+TEST_F(MemberTest, AMethodWithoutResultReturnsNil) {
     host.Set(box.Get(), "Number", 5.0);
     EXPECT_TRUE(std::holds_alternative<std::monostate>(host.Call(box.Get(), "Clear")));
     EXPECT_EQ(host.Get(box.Get(), "Number"), Value(0.0));
 }
 
-TEST_F(MemberTest, ACallWithOtherArgumentsIsRefused) {
+TEST_F(MemberTest, RefusesACallWithWrongArguments) {
     const Value one[] = {1.0};
     EXPECT_EQ(TextOfError([&] { host.Call(box.Get(), "Clear", one); }), "Box.Clear: it takes 0 arguments (), got 1");
     EXPECT_EQ(TextOfError([&] { host.CallShared("Box", "Add", {}); }),
@@ -142,24 +145,24 @@ TEST_F(MemberTest, ACallWithOtherArgumentsIsRefused) {
               "Box.Add: expected integer for b, got double 2.5");
 }
 
-TEST_F(MemberTest, SharedMethodsGetNoObject) {
+TEST_F(MemberTest, SharedMethodsAreCalledWithoutAnObject) {
     const Value arguments[] = {40, 2};
     EXPECT_EQ(host.CallShared("Box", "Add", arguments), Value(42));
     EXPECT_EQ(host.CallShared("SmallBox", "Add", arguments), Value(42));
 }
 
-TEST_F(MemberTest, SharedPropertiesAreReadAndWrittenWithoutAnObject) {
+TEST_F(MemberTest, SharedPropertiesNeedNoObject) {
     host.SetShared("Box", "Limit", 7);
     EXPECT_EQ(host.GetShared("SmallBox", "Limit"), Value(7));
     EXPECT_EQ(TextOfError([&] { host.SetShared("Box", "Limit", {}); }),
-              "Box.Limit: expected integer, got nil, the property keeps its value");
+              "Box.Limit: expected integer, got nil; the property keeps its value");
     EXPECT_EQ(TextOfError([&] { host.GetShared("Box", "Limmit"); }),
               "Box.Limmit: the class has no such property, did you mean Limit");
     EXPECT_EQ(TextOfError([&] { host.GetShared("Box", "Number"); }), "Box.Number: the class has no such property");
     EXPECT_EQ(TextOfError([&] { host.GetShared("Box", "Add"); }), "Box.Add: it is a method, not a property");
 }
 
-TEST_F(MemberTest, ConstructorsAreChosenByTheNumberOfArguments) {
+TEST_F(MemberTest, TheNumberOfArgumentsSelectsTheConstructor) {
     EXPECT_EQ(host.Get(host.Construct("Box").Get(), "Number"), Value(1.0));
     const Value arguments[] = {2.0, 3};
     const auto made = host.Construct("SmallBox", arguments);
@@ -169,12 +172,12 @@ TEST_F(MemberTest, ConstructorsAreChosenByTheNumberOfArguments) {
               "Box: the class has no constructor with 1 argument");
 }
 
-TEST_F(MemberTest, AClassWithoutConstructorIsMadeWithoutArguments) {
+TEST_F(MemberTest, AClassWithoutConstructorIsConstructedWithoutArguments) {
     Register("Cup");
     EXPECT_TRUE(host.Construct("Cup"));
 }
 
-TEST_F(MemberTest, EveryCallRunsInsideOneScope) {
+TEST_F(MemberTest, EachCallRunsInsideOneScope) {
     static int open = 0, opened = 0, deepest = 0;
     open = opened = deepest = 0;
     const host::CallScope scope = {[]() -> void* {

@@ -1,10 +1,10 @@
-// method_entry.h - entries of method tables, as tests write them.
+// method_entry.h - makes the entries of method tables in tests.
 
 #pragma once
 
 #include "plugin/zeva.h"
 
-// A method entry, as a class's table holds it.
+// An entry of a class's method table: a method, a read-only property, or a property with a setter.
 template <typename Getter>
 ZEVAmethod Entry(const char* declaration, Getter* function) {
     return {{reinterpret_cast<ZEVAentry>(function), nullptr, declaration, 4}, {}};

@@ -1,4 +1,4 @@
-// module_test.cpp - loading modules. Each test loads a fresh copy, since a module makes its records ready in place.
+// module_test.cpp - loading modules. Each test loads its own copy, because a module converts its records in place.
 
 #include <dlfcn.h>
 #include <unistd.h>
@@ -18,7 +18,7 @@ class ModuleTest : public HostTest {
     ModuleTest() { fs::create_directories(folder); }
     ~ModuleTest() override { fs::remove_all(folder); }
 
-    // A copy of the fake module that nobody has loaded.
+    // A new copy of the fake module.
     fs::path FreshModule() const {
         static int number = 0;
         const fs::path copy = folder / ("module" + std::to_string(++number) + ".so");
@@ -26,13 +26,13 @@ class ModuleTest : public HostTest {
         return copy;
     }
 
-    // Makes the host anew with another version.
+    // Replaces the host by one with another version.
     void UseVersion(double version) {
         host.~Host();
         new (&host) host::Host({.version = version, .report = [this](const auto& text) { messages.push_back(text); }});
     }
 
-    // Why a file cannot be loaded, with "F" for its path.
+    // The reason why a file cannot be loaded, with "F" in place of its path.
     std::string Refusal(const fs::path& file) {
         std::string text = TextOfError([&] { host.LoadModule(file); });
         for (std::size_t at; (at = text.find(file.string())) != std::string::npos;) {
@@ -54,7 +54,7 @@ TEST_F(ModuleTest, AModuleRegistersItsClassesInOrder) {
     EXPECT_EQ(TakeMessages(), Messages());
 }
 
-TEST_F(ModuleTest, ItsClassesWorkForHostsOfEveryRecordVersion) {
+TEST_F(ModuleTest, ClassesWorkWithEveryRecordVersion) {
     struct {
         double version;
         int recordVersion;
@@ -72,46 +72,46 @@ TEST_F(ModuleTest, ItsClassesWorkForHostsOfEveryRecordVersion) {
     EXPECT_EQ(TakeMessages(), Messages());
 }
 
-TEST_F(ModuleTest, AModuleThatSkipsTheHostRegistersNothing) {
+TEST_F(ModuleTest, AModuleThatDoesNotSupportTheHostRegistersNothing) {
     UseVersion(2007.010);
     const host::Module& module = host.LoadModule(FreshModule());
     EXPECT_EQ(module.announcedVersion, 9);
     EXPECT_EQ(module.classes.size(), 0u);
 }
 
-TEST_F(ModuleTest, WhatAModuleRaisesIsThrown) {
+TEST_F(ModuleTest, AnExceptionOfAModuleIsThrown) {
     host.LoadModule(FreshModule());
     const auto kettle = host.Construct("Kettle");
     EXPECT_EQ(TextOfError([&] { host.Call(kettle.Get(), "Boil"); }), "UnsupportedOperationException: there is no fire");
 }
 
-TEST_F(ModuleTest, WhatAModuleRaisesWhileItLoadsIsThrownAndTheModuleStays) {
+TEST_F(ModuleTest, AnExceptionDuringLoadIsThrownAndTheModuleStaysLoaded) {
     EXPECT_EQ(TextOfError([&] { host.LoadModule(ZEVA_RAISING_MODULE); }), "RuntimeException");
     ASSERT_EQ(host.Modules().size(), 1u);
     EXPECT_EQ(host.Modules()[0]->announcedVersion, 13);
     EXPECT_EQ(TakeMessages(),
-              Messages{"module " ZEVA_RAISING_MODULE ": it announces record version 13, this host reads 9...12"});
+              Messages{"module " ZEVA_RAISING_MODULE ": it announces record version 13, but this host reads 9...12"});
 }
 
-TEST_F(ModuleTest, AMissingFileIsNamed) {
-    EXPECT_EQ(Refusal(folder / "none.so"), "module F: no such file, nothing is loaded");
+TEST_F(ModuleTest, RefusesAMissingFile) {
+    EXPECT_EQ(Refusal(folder / "none.so"), "module F: no such file; nothing is loaded");
 }
 
-TEST_F(ModuleTest, AFileThatIsNoLibraryIsNamedWithTheReason) {
+TEST_F(ModuleTest, RefusesAFileThatIsNotALibraryWithTheReason) {
     std::ofstream(folder / "text.so") << "hello";
     EXPECT_EQ(Refusal(folder / "text.so"), "module F: it cannot be loaded (file too short)");
 }
 
-TEST_F(ModuleTest, ALibraryWithoutEntryPointIsNoModule) {
-    EXPECT_EQ(Refusal(ZEVA_PLAIN_LIBRARY), "module F: it has no entry point ZEVAPluginMain, so it is no module");
+TEST_F(ModuleTest, RefusesALibraryWithoutEntryPoint) {
+    EXPECT_EQ(Refusal(ZEVA_PLAIN_LIBRARY), "module F: it has no entry point ZEVAPluginMain, so it is not a module");
     EXPECT_EQ(host.Modules().size(), 0u);
     EXPECT_EQ(dlopen(ZEVA_PLAIN_LIBRARY, RTLD_NOW | RTLD_NOLOAD), nullptr) << "it is still loaded";
 }
 
-TEST_F(ModuleTest, AModuleIsLoadedOnce) {
+TEST_F(ModuleTest, RefusesToLoadAModuleTwice) {
     const fs::path module = FreshModule();
     host.LoadModule(module);
-    EXPECT_EQ(Refusal(module), "module F: it is loaded already, one process loads a module once");
+    EXPECT_EQ(Refusal(module), "module F: it is already loaded; a process can load a module only once");
     EXPECT_EQ(host.Modules().size(), 1u);
 }
 

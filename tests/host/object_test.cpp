@@ -1,4 +1,4 @@
-// object_test.cpp - objects: their layout, their beginning and their end.
+// object_test.cpp - the layout, creation and destruction of objects.
 
 #include "host/runtime/object.h"
 
@@ -10,7 +10,7 @@
 
 namespace {
 
-// What the hooks of the test classes wrote down.
+// The calls that the hooks of the test classes recorded.
 Messages* hooks = nullptr;
 
 void InitializeVessel(ZEVAobjectStruct* self) {
@@ -24,7 +24,7 @@ void InitializeKettle(ZEVAobjectStruct* self) {
 }
 void FinalizeKettle(ZEVAobjectStruct* self) {
     hooks->push_back("finalize Kettle");
-    // A function that borrows its own object on the way out must not end it a second time.
+    // A finalizer that locks and unlocks its own object must not destroy it a second time.
     host::Lock(self);
     host::Unlock(self);
 }
@@ -47,7 +47,7 @@ class ObjectTest : public HostTest {
     Messages hookLog;
 };
 
-TEST_F(ObjectTest, DataBeginsBehindTheHeaderWithTheSuperclass) {
+TEST_F(ObjectTest, DataFollowsTheHeaderAndBeginsWithTheSuperclass) {
     const auto kettle = host.NewInstance("Kettle");
     const auto* data = reinterpret_cast<const unsigned char*>(kettle.Get()) + 24;
     EXPECT_EQ(data[0], 0x11);
@@ -59,12 +59,12 @@ TEST_F(ObjectTest, DataBeginsBehindTheHeaderWithTheSuperclass) {
     EXPECT_EQ(kettle->isa->DataSize(), 48u);
 }
 
-TEST_F(ObjectTest, HooksRunFromTheOutsideInAndBack) {
+TEST_F(ObjectTest, InitializersRunFromTheTopmostClassAndFinalizersInReverse) {
     host.NewInstance("Kettle");
     EXPECT_EQ(hookLog, (Messages{"initialize Vessel", "initialize Kettle", "finalize Kettle", "finalize Vessel"}));
 }
 
-TEST_F(ObjectTest, TheLastReferenceEndsAnObject) {
+TEST_F(ObjectTest, ReleasingTheLastReferenceDestroysAnObject) {
     auto first = host.NewInstance("Vessel");
     EXPECT_EQ(first->references, 1);
     auto second = first;
@@ -78,20 +78,20 @@ TEST_F(ObjectTest, TheLastReferenceEndsAnObject) {
     EXPECT_EQ(hookLog.size(), 2u);
 }
 
-TEST_F(ObjectTest, AHostAtItsEndTellsOfWhatIsStillReferenced) {
+TEST_F(ObjectTest, AHostReportsAtItsEndWhatIsStillReferenced) {
     Register("Cup");
     ZEVAobjectStruct* cup = host.NewInstance("Cup").Leak();
     ZEVAstringStruct* string = host::NewString("left").Leak();
     host.~Host();
     EXPECT_EQ(TakeMessages(),
-              Messages{"host: 1 objects and 1 strings are still referenced at its end, they are never freed"});
+              Messages{"host: 1 objects and 1 strings are still referenced at its end; they are never freed"});
     std::free(cup);
     delete string;
     new (&host) host::Host();
 }
 
-TEST_F(ObjectTest, ThereIsOneHostAtATime) {
-    EXPECT_EQ(TextOfError([] { host::Host(); }), "host: there is one in this process already");
+TEST_F(ObjectTest, RefusesASecondHost) {
+    EXPECT_EQ(TextOfError([] { host::Host(); }), "host: this process already has one");
     EXPECT_EQ(&host::Host::Current(), &host);
 }
 

@@ -1,3 +1,3 @@
-// plain_library.cpp - a library that is no module.
+// plain_library.cpp - a library that is not a module.
 
 extern "C" int PlainFunction() { return 0; }

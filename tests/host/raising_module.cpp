@@ -1,4 +1,4 @@
-// raising_module.cpp - a module that announces a record version of the future and raises while it is loaded.
+// raising_module.cpp - a module that announces an unknown record version and raises an exception while it is loaded.
 
 #include "plugin/zeva.h"
 

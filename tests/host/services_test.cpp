@@ -1,4 +1,4 @@
-// services_test.cpp - the services as a module meets them: by name, from C.
+// services_test.cpp - the services as a module uses them: by name, from C.
 
 #include "host/runtime/services.h"
 
@@ -23,7 +23,7 @@ class ServicesTest : public HostTest {
         Service<ZEVAstringStruct*(const char*, std::int32_t)>("ZEVABuildString");
 };
 
-TEST_F(ServicesTest, EachNameIsAServiceOfItsOwn) {
+TEST_F(ServicesTest, EachNameHasItsOwnService) {
     std::set<std::string> names;
     std::set<ZEVAentry> entries;
     for (const host::Service& service : host::Services()) {
@@ -40,29 +40,28 @@ TEST_F(ServicesTest, EachNameIsAServiceOfItsOwn) {
     EXPECT_EQ(entries.size(), names.size());
 }
 
-TEST_F(ServicesTest, AnyOtherNameResolvesToNull) {
+TEST_F(ServicesTest, OtherNamesResolveToNull) {
     EXPECT_EQ(host::ResolveService("pluginnewinstance"), nullptr);
     EXPECT_EQ(host::ResolveService(""), nullptr);
     EXPECT_EQ(host::ResolveService(nullptr), nullptr);
 }
 
-TEST_F(ServicesTest, TheVersionIsTheHosts) { EXPECT_EQ(Service<double()>("ZEVAGetZVVersion")(), 2013.03); }
+TEST_F(ServicesTest, ReturnsTheVersionOfTheHost) { EXPECT_EQ(Service<double()>("ZEVAGetZVVersion")(), 2013.03); }
 
-TEST_F(ServicesTest, AnUnknownClassIsAnsweredWithNullInSilence) {
+TEST_F(ServicesTest, ReturnsNullForAnUnknownClassWithoutAMessage) {
     EXPECT_EQ(newInstance("Kettle"), nullptr);
     EXPECT_EQ(newInstance(nullptr), nullptr);
     EXPECT_EQ(TakeMessages(), Messages());
 }
 
-TEST_F(ServicesTest, AClassWithoutItsSuperclassIsReported) {
+TEST_F(ServicesTest, ReportsAClassWithoutItsSuperclass) {
     Register("Kettle", "Vessel");
     EXPECT_EQ(newInstance("Kettle"), nullptr);
-    EXPECT_EQ(TakeMessages(),
-              Messages{"PluginNewInstance: Kettle: its superclass Vessel is not registered, there can be "
-                       "no object of it"});
+    EXPECT_EQ(TakeMessages(), Messages{"PluginNewInstance: Kettle: its superclass Vessel is not registered; it cannot "
+                                       "have objects"});
 }
 
-TEST_F(ServicesTest, ObjectsAreCountedByLockAndUnlock) {
+TEST_F(ServicesTest, LockAndUnlockCountReferences) {
     ZEVAobjectStruct* object = newInstance("RuntimeException");
     EXPECT_EQ(object->references, 1);
     Service<void(ZEVAobjectStruct*)>("ZEVALockObject")(object);
@@ -73,7 +72,7 @@ TEST_F(ServicesTest, ObjectsAreCountedByLockAndUnlock) {
     unlockObject(nullptr);
 }
 
-TEST_F(ServicesTest, StringsKeepTheirBytesAndTheirTag) {
+TEST_F(ServicesTest, StringsKeepTheirBytesAndTheirEncoding) {
     ZEVAstringStruct* string = buildString("a\0b", 3);
     EXPECT_EQ(string->bytes, std::string("a\0b", 3));
     EXPECT_EQ(string->encoding, 0x08000100u);
@@ -83,7 +82,7 @@ TEST_F(ServicesTest, StringsKeepTheirBytesAndTheirTag) {
     EXPECT_EQ(host.LiveStrings(), 0);
 }
 
-TEST_F(ServicesTest, StringsThatCannotBeAreNull) {
+TEST_F(ServicesTest, ReturnsNullForStringsWithInvalidArguments) {
     EXPECT_EQ(buildString("abc", -1), nullptr);
     EXPECT_EQ(buildString(nullptr, 3), nullptr);
     EXPECT_EQ(TakeMessages(), Messages());
@@ -107,7 +106,7 @@ TEST_F(ServicesTest, StringDataIsACopyWithLengthAndEncoding) {
     EXPECT_EQ(getStringData(nullptr, &data), 0);
 }
 
-TEST_F(ServicesTest, AMemoryBlockIsAnObjectWithZeroBytes) {
+TEST_F(ServicesTest, TheBytesOfANewMemoryBlockAreZero) {
     auto* block = Service<ZEVAmemoryBlockStruct*(std::int32_t)>("newMemoryBlock")(3);
     const auto* bytes =
         static_cast<const unsigned char*>(Service<void*(ZEVAmemoryBlockStruct*)>("memoryBlockGetPtr")(block));
@@ -120,7 +119,7 @@ TEST_F(ServicesTest, AMemoryBlockIsAnObjectWithZeroBytes) {
     EXPECT_EQ(host.LiveObjects(), 0);
 }
 
-TEST_F(ServicesTest, AMemoryBlockOfNoBytesHasNoPointerAndOneOfNegativeSizeIsNull) {
+TEST_F(ServicesTest, AnEmptyMemoryBlockHasNoPointerAndANegativeSizeReturnsNull) {
     auto* block = Service<ZEVAmemoryBlockStruct*(std::int32_t)>("newMemoryBlock")(0);
     ASSERT_NE(block, nullptr);
     EXPECT_EQ(Service<void*(ZEVAmemoryBlockStruct*)>("memoryBlockGetPtr")(block), nullptr);
@@ -129,7 +128,7 @@ TEST_F(ServicesTest, AMemoryBlockOfNoBytesHasNoPointerAndOneOfNegativeSizeIsNull
     EXPECT_EQ(Service<std::int32_t(ZEVAmemoryBlockStruct*)>("memoryBlockGetSize")(nullptr), 0);
 }
 
-TEST_F(ServicesTest, SettingAPropertyThatIsNotThereIsReported) {
+TEST_F(ServicesTest, ReportsSettingAnUnknownProperty) {
     ZEVAobjectStruct* object = newInstance("RuntimeException");
     const auto setInteger = Service<void(ZEVAobjectStruct*, const char*, std::int32_t)>("ZEVASetPropValueInt");
     setInteger(object, "Number", 1);
@@ -141,9 +140,9 @@ TEST_F(ServicesTest, SettingAPropertyThatIsNotThereIsReported) {
     unlockObject(object);
 }
 
-TEST_F(ServicesTest, AVersionAnnouncedOutsideALoadIsReported) {
+TEST_F(ServicesTest, ReportsAVersionThatIsAnnouncedOutsideALoad) {
     Service<void(std::int32_t)>("RegisterPluginVersion")(12);
-    EXPECT_EQ(TakeMessages(), Messages{"RegisterPluginVersion: called with no module being loaded, it is ignored"});
+    EXPECT_EQ(TakeMessages(), Messages{"RegisterPluginVersion: no module is being loaded; the call is ignored"});
 }
 
 }  // namespace

@@ -1,10 +1,14 @@
-// trace_test.cpp - what a trace tells of calls across the boundary, and that it is not there unless it was asked for.
+// trace_test.cpp - the events that a trace records for calls across the boundary. There is no trace by default.
 
 #include "host/runtime/trace.h"
 
 #include <unistd.h>
 
+#include <algorithm>
+#include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <memory>
 
 #include "host/runtime/services.h"
 #include "tests/host/box_class.h"
@@ -23,7 +27,8 @@ class TraceTest : public testing::Test {
     }
     ~TraceTest() override { std::filesystem::remove(file); }
 
-    // The events so far or, when the host has ended, all of them: "B set Box.Number [2.0]", "E 3.0", "E".
+    // The events as text: "B set Box.Number [2.0]", "E 3.0", "E". While the host runs, the list in the file is not
+    // closed.
     std::vector<std::string> Events(bool hasEnded = false) {
         std::ifstream stream(file);
         const std::string text{std::istreambuf_iterator<char>(stream), {}};
@@ -49,7 +54,7 @@ class TraceTest : public testing::Test {
     std::unique_ptr<host::Host> host;
 };
 
-TEST_F(TraceTest, MembersAreToldWithArgumentsAndResult) {
+TEST_F(TraceTest, RecordsMembersWithArgumentsAndResult) {
     const host::ObjectReference box = host->NewInstance("Box");
     host->Set(box.Get(), "Number", 2.5);
     host->Get(box.Get(), "Number");
@@ -60,7 +65,7 @@ TEST_F(TraceTest, MembersAreToldWithArgumentsAndResult) {
                                   "E 7", "B Box.Clear []", "E"}));
 }
 
-TEST_F(TraceTest, AnExceptionIsToldByItsClass) {
+TEST_F(TraceTest, RecordsTheClassOfAnException) {
     const host::ObjectReference box = host->NewInstance("Box");
     const Value message[] = {host::TextValue("no")};
     EXPECT_THROW(host->Call(box.Get(), "Fail", message), host::HostException);
@@ -69,7 +74,7 @@ TEST_F(TraceTest, AnExceptionIsToldByItsClass) {
     EXPECT_NE(std::find(events.begin(), events.end(), "E \"RuntimeException\""), events.end());
 }
 
-TEST_F(TraceTest, ServicesAreToldWithinTheCallThatUsesThem) {
+TEST_F(TraceTest, RecordsServicesInsideTheCallThatUsesThem) {
     auto newInstance =
         reinterpret_cast<ZEVAobjectStruct* (*)(const char*)>(host::ResolveTracedService("PluginNewInstance"));
     auto version = reinterpret_cast<double (*)()>(host::ResolveTracedService("ZEVAGetZVVersion"));
@@ -86,7 +91,7 @@ TEST_F(TraceTest, ServicesAreToldWithinTheCallThatUsesThem) {
     EXPECT_EQ(events[6], "B finalize Box");
 }
 
-TEST_F(TraceTest, EveryServiceHasATracedOneOfItsOwn) {
+TEST_F(TraceTest, EachServiceHasItsOwnTracedVersion) {
     for (const host::Service& service : host::Services()) {
         EXPECT_EQ(host::ResolveService(service.name), service.entry);
         EXPECT_EQ(host::ResolveTracedService(service.name), service.tracedEntry);
@@ -96,22 +101,22 @@ TEST_F(TraceTest, EveryServiceHasATracedOneOfItsOwn) {
     EXPECT_EQ(host::ResolveTracedService(nullptr), nullptr);
 }
 
-TEST_F(TraceTest, BytesOfAnyEncodingAreShown) {
+TEST_F(TraceTest, ShowsBytesOfAnyEncoding) {
     const host::ObjectReference box = host->NewInstance("Box");
     host->Set(box.Get(), "Text", host::TextValue("a\"\n\xff" + std::string(300, 'b')));
     EXPECT_EQ(Events()[0], "B set Box.Text [\"a\\\"\\n\xEF\xBF\xBD" + std::string(196, 'b') + "...\"]");
 }
 
-TEST_F(TraceTest, TheListIsClosedWhenTheHostEnds) {
+TEST_F(TraceTest, TheHostClosesTheListWhenItEnds) {
     host->NewInstance("Box");
     host.reset();
     EXPECT_EQ(Events(true), (Messages{"B finalize Box", "E"}));
 }
 
-TEST(TraceFileTest, AFileThatCannotBeWrittenIsAnErrorBeforeAnythingRuns) {
+TEST(TraceFileTest, AnUnwritableFileIsAnErrorBeforeAnythingRuns) {
     EXPECT_EQ(TextOfError([] { host::Host host({.trace = "/none/trace.json"}); }),
-              "trace /none/trace.json: No such file or directory, nothing is run");
-    host::Host another;  // there is none in the way
+              "trace /none/trace.json: No such file or directory; nothing is run");
+    host::Host another;  // the failed constructor left no host behind
     EXPECT_EQ(another.Tracing(), nullptr);
 }
 

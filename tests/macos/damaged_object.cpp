@@ -1,4 +1,4 @@
-// damaged_object.cpp - finding the places.
+// damaged_object.cpp - finds the structures in the file.
 
 #include "tests/macos/damaged_object.h"
 

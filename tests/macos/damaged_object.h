@@ -1,7 +1,9 @@
-// damaged_object.h - an object file that a test damages at one place, and what the loader says to that.
+// damaged_object.h - an object file that a test damages, and the error with which the loader refuses it.
 
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -9,10 +11,10 @@
 
 class DamagedObject {
   public:
-    // The test module's code, still undamaged.
+    // Reads the test module's object file, undamaged.
     DamagedObject();
 
-    // Structures of the file, to be written to. Sections and symbols by name; relocations of a section by number.
+    // Writable structures of the file. Sections and symbols are found by name, relocations of a section by index.
     host::macho::format::Header& Header();
     host::macho::format::SegmentCommand& Segment();
     host::macho::format::Section& Section(const std::string& name);
@@ -25,7 +27,7 @@ class DamagedObject {
     unsigned char* Bytes(const std::string& section);
     char* NameOf(const std::string& symbol);
 
-    // Why the loader refuses the file; empty when it does not.
+    // The reason why the loader refuses the file; empty if it loads.
     std::string Refusal() const;
 
     std::vector<unsigned char> file;

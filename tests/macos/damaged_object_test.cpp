@@ -1,10 +1,12 @@
-// damaged_object_test.cpp - files that cannot be loaded: each is refused with what is wrong, none brings the process
-// down.
+// damaged_object_test.cpp - damaged files: the loader refuses each with a reason, and none crashes the process.
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <random>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "tests/macos/damaged_object.h"
 
@@ -17,10 +19,10 @@ class DamagedObjectTest : public testing::Test, protected DamagedObject {
     static constexpr const char* kText = "__TEXT,__text";
     static constexpr const char* kFrames = "__TEXT,__eh_frame";
 
-    // A number of the file, as messages tell it.
+    // A number in the form that messages use.
     static std::string Text(std::uint64_t number) { return std::to_string(number); }
 
-    // The number of the first relocation of a section that has the type.
+    // The index of the first relocation of this type in a section.
     std::size_t FirstOfType(const char* section, std::uint32_t type) {
         for (std::size_t i = 0;; ++i) {
             const format::Relocation& relocation = Relocation(section, i);
@@ -30,9 +32,9 @@ class DamagedObjectTest : public testing::Test, protected DamagedObject {
     }
 };
 
-TEST_F(DamagedObjectTest, IsLoadedAsLongAsItIsWhole) { EXPECT_EQ(Refusal(), ""); }
+TEST_F(DamagedObjectTest, LoadsWhenUndamaged) { EXPECT_EQ(Refusal(), ""); }
 
-TEST_F(DamagedObjectTest, IsRefusedAtEveryLengthItMayBeCutTo) {
+TEST_F(DamagedObjectTest, RefusesTheFileTruncatedToAnyLength) {
     const std::vector<unsigned char> whole = file;
     for (std::size_t length = 0; length < whole.size(); ++length) {
         file.assign(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
@@ -43,44 +45,44 @@ TEST_F(DamagedObjectTest, IsRefusedAtEveryLengthItMayBeCutTo) {
               "load commands: bytes 28 to " + Text(28 + Header().commandsSize) + " are beyond the file's end at 100");
 }
 
-TEST_F(DamagedObjectTest, ForAnotherMachineIsRefused) {
+TEST_F(DamagedObjectTest, RefusesCodeForAnotherMachine) {
     Header().cpuType = 18;
     EXPECT_EQ(Refusal(), "header: the code is for processor 18, not for x86 (7)");
     Header().magic = format::kMagic64;
     EXPECT_EQ(Refusal(), "header: the code is 64 bits wide, not 32");
     Header().magic = 0xCEFAEDFE;
-    EXPECT_EQ(Refusal(), "header: it does not begin as object code does");
+    EXPECT_EQ(Refusal(), "header: it does not begin like object code");
 }
 
-TEST_F(DamagedObjectTest, OfAnotherTypeIsRefused) {
+TEST_F(DamagedObjectTest, RefusesAnotherFileType) {
     Header().fileType = 8;
-    EXPECT_EQ(Refusal(), "header: file type 8 is no object file (1)");
+    EXPECT_EQ(Refusal(), "header: file type 8 is not an object file (1)");
 }
 
-TEST_F(DamagedObjectTest, LoadCommandsThatDoNotFitAreRefused) {
+TEST_F(DamagedObjectTest, RefusesLoadCommandsThatDoNotFit) {
     Segment().command.size = 4;
     EXPECT_EQ(Refusal(), "load command 1: its 4 bytes do not fit the load commands");
     Segment().command.size = Header().commandsSize + 1;
     EXPECT_EQ(Refusal(),
               "load command 1: its " + Text(Header().commandsSize + 1) + " bytes do not fit the load commands");
     Header().commandCount = 0;
-    EXPECT_EQ(Refusal(), "segment: there is none, so there is no code");
+    EXPECT_EQ(Refusal(), "segment: the file has none, so it contains no code");
 }
 
-TEST_F(DamagedObjectTest, MoreSectionsThanTheSegmentHasRoomForAreRefused) {
+TEST_F(DamagedObjectTest, RefusesMoreSectionsThanTheSegmentHasRoomFor) {
     Segment().sectionCount = 0x4000000;
     EXPECT_EQ(Refusal(), "segment: 67108864 sections do not fit their load command");
 }
 
-TEST_F(DamagedObjectTest, SegmentsBeyondAllModulesOrNotAtZeroAreRefused) {
+TEST_F(DamagedObjectTest, RefusesHugeSegmentsAndSegmentsNotAtZero) {
     const std::uint32_t size = std::exchange(Segment().size, 0xFFFFFFFF);
-    EXPECT_EQ(Refusal(), "segment: it needs 4294967295 bytes, more than any module");
+    EXPECT_EQ(Refusal(), "segment: it needs 4294967295 bytes, but the limit is 67108864");
     Segment().size = size;
     Segment().address = 16;
     EXPECT_EQ(Refusal(), "segment: it does not begin at address 0");
 }
 
-TEST_F(DamagedObjectTest, SectionsOutsideTheSegmentOrTheFileAreRefused) {
+TEST_F(DamagedObjectTest, RefusesSectionsOutsideTheSegmentOrTheFile) {
     const std::uint32_t size = std::exchange(Section(kText).size, 0xFFFFFFF0);
     EXPECT_EQ(Refusal(), "section __TEXT,__text: its 4294967280 bytes at 0 lie outside the segment");
     Section(kText).size = size;
@@ -89,9 +91,9 @@ TEST_F(DamagedObjectTest, SectionsOutsideTheSegmentOrTheFileAreRefused) {
                              " are beyond the file's end at " + Text(file.size()));
 }
 
-TEST_F(DamagedObjectTest, SectionsOfUnknownKindOddAlignmentOrOverAnotherAreRefused) {
+TEST_F(DamagedObjectTest, RefusesSectionsOfUnknownKindWrongAlignmentOrThatOverlap) {
     const std::uint32_t flags = std::exchange(Section(kText).flags, 17);
-    EXPECT_EQ(Refusal(), "section __TEXT,__text: its kind 17 is not one that modules have");
+    EXPECT_EQ(Refusal(), "section __TEXT,__text: section kind 17 is not supported");
     Section(kText).flags = flags;
     const std::uint32_t alignment = std::exchange(Section("__DATA,__data").alignment, 13);
     EXPECT_EQ(Refusal(), "section __DATA,__data: it is not aligned to 2^13");
@@ -100,56 +102,56 @@ TEST_F(DamagedObjectTest, SectionsOfUnknownKindOddAlignmentOrOverAnotherAreRefus
     EXPECT_NE(Refusal().find("it overlaps section __OBJC,__"), std::string::npos) << Refusal();
 }
 
-TEST_F(DamagedObjectTest, DataBeforeCodeIsRefusedAsNoPageWouldBeCodeAlone) {
+TEST_F(DamagedObjectTest, RefusesDataAndCodeThatShareAPage) {
     Section(kFrames).flags |= format::kSomeInstructions;
-    EXPECT_NE(Refusal().find("so no page can be code alone"), std::string::npos) << Refusal();
+    EXPECT_NE(Refusal().find("so they would share a page"), std::string::npos) << Refusal();
 }
 
-TEST_F(DamagedObjectTest, RelocationsOfUnknownTypeAreRefusedByNumber) {
+TEST_F(DamagedObjectTest, RefusesRelocationsOfUnknownType) {
     const std::size_t number = FirstOfType(kText, format::kVanilla);
     Relocation(kText, number).second |= 5u << 28;
-    EXPECT_EQ(Refusal(), "section __TEXT,__text: relocation " + Text(number) + " is of type 5, which is unknown");
+    EXPECT_EQ(Refusal(), "section __TEXT,__text: relocation " + Text(number) + " has the unknown type 5");
 }
 
-TEST_F(DamagedObjectTest, RelocationsOutsideTheirSectionAreRefused) {
+TEST_F(DamagedObjectTest, RefusesRelocationsOutsideTheirSection) {
     const std::size_t number = FirstOfType(kText, format::kVanilla);
     Relocation(kText, number).first = Section(kText).size - 3;
     EXPECT_EQ(Refusal(), "section __TEXT,__text: a relocation at " + Text(Section(kText).size - 3) +
                              " lies outside its " + Text(Section(kText).size) + " bytes");
 }
 
-TEST_F(DamagedObjectTest, RelocationsOfAnotherWidthAreRefused) {
+TEST_F(DamagedObjectTest, RefusesRelocationsOfAnotherWidth) {
     Relocation(kText, FirstOfType(kText, format::kVanilla)).second ^= 3u << 25;
-    EXPECT_EQ(Refusal(), "section __TEXT,__text: a relocation changes another number of bytes than 4");
+    EXPECT_EQ(Refusal(), "section __TEXT,__text: a relocation does not change 4 bytes");
 }
 
-TEST_F(DamagedObjectTest, RelocationsToSymbolsOrSectionsThatThereAreNotAreRefused) {
+TEST_F(DamagedObjectTest, RefusesRelocationsToUnknownSymbolsOrSections) {
     auto& relocation = Relocation(kText, FirstOfType(kText, format::kVanilla));
     relocation.second |= 0xFFFFFF;
     EXPECT_EQ(Refusal(), "relocation: there is no symbol 16777215");
     relocation.second &= ~(1u << 27);
-    EXPECT_EQ(Refusal(), "section __TEXT,__text: a relocation names section 16777215, which there is not");
+    EXPECT_EQ(Refusal(), "section __TEXT,__text: a relocation refers to section 16777215, which does not exist");
 }
 
-TEST_F(DamagedObjectTest, HalvesOfPairsAreRefused) {
+TEST_F(DamagedObjectTest, RefusesIncompletePairs) {
     const std::size_t number = FirstOfType(kText, format::kLocalSectionDifference);
     Relocation(kText, number + 1).first ^= format::kPair << 24;
     EXPECT_EQ(Refusal(), "section __TEXT,__text: a section difference has no second half");
     Relocation(kText, number).first ^= (format::kPair ^ format::kLocalSectionDifference) << 24;
-    EXPECT_EQ(Refusal(), "section __TEXT,__text: relocation " + Text(number) + " is of type 1, which is unknown");
+    EXPECT_EQ(Refusal(), "section __TEXT,__text: relocation " + Text(number) + " has the unknown type 1");
 }
 
-TEST_F(DamagedObjectTest, UndefinedSymbolsThatAreNotLentAreRefusedByName) {
+TEST_F(DamagedObjectTest, RefusesFunctionsThatAreNotOnTheListByName) {
     std::memcpy(NameOf("_strlen"), "_system", 7);
-    EXPECT_EQ(Refusal(), "symbol _system: it is undefined, and no function of that name is lent to modules");
+    EXPECT_EQ(Refusal(), "symbol _system: it is undefined, and modules have no access to a function with this name");
 }
 
-TEST_F(DamagedObjectTest, ClassesThatThereAreNotAreRefusedByName) {
+TEST_F(DamagedObjectTest, RefusesUnknownClassesByName) {
     std::memcpy(NameOf(".objc_class_name_NSNumber"), ".objc_class_name_NSTwelve", 25);
-    EXPECT_EQ(Refusal(), "class NSTwelve: there is none of that name here");
+    EXPECT_EQ(Refusal(), "class NSTwelve: no class with this name exists here");
 }
 
-TEST_F(DamagedObjectTest, SymbolsThatCannotBeRightAreRefused) {
+TEST_F(DamagedObjectTest, RefusesInvalidSymbols) {
     auto& symbol = Symbol("_TinyCount");
     const format::Symbol right = symbol;
     symbol.section = 200;
@@ -159,34 +161,34 @@ TEST_F(DamagedObjectTest, SymbolsThatCannotBeRightAreRefused) {
     EXPECT_EQ(Refusal(), "symbol _TinyCount: address 2147483647 lies outside section __TEXT,__text");
     symbol = right;
     symbol.type = format::kSymbolExternal | 0x0A;
-    EXPECT_EQ(Refusal(), "symbol _TinyCount: its type 11 is not one that modules have");
+    EXPECT_EQ(Refusal(), "symbol _TinyCount: symbol type 11 is not supported");
     symbol = right;
     symbol.type = format::kSymbolExternal;
     symbol.value = 8;
-    EXPECT_EQ(Refusal(), "symbol _TinyCount: it is common to several objects, and there is one here");
+    EXPECT_EQ(Refusal(), "symbol _TinyCount: common symbols are not supported");
     symbol = right;
     symbol.nameOffset = 0x7FFFFFFF;
-    EXPECT_EQ(Refusal(), "symbol: its name lies outside the names");
+    EXPECT_EQ(Refusal(), "symbol: its name lies outside the symbol names");
 }
 
-TEST_F(DamagedObjectTest, SymbolPointersBeyondTheirTableAreRefused) {
+TEST_F(DamagedObjectTest, RefusesSymbolPointersBeyondTheirTable) {
     DynamicSymbols().indirectCount = 0;
     EXPECT_EQ(Refusal(), "section __IMPORT,__pointers: its 1 pointers are not in the indirect symbol table");
 }
 
-TEST_F(DamagedObjectTest, ObjectiveCPointersThatLeadNowhereAreRefused) {
+TEST_F(DamagedObjectTest, RefusesInvalidObjectiveCPointers) {
     const std::uint32_t far = 0x70000000;
     std::memcpy(Bytes("__OBJC,__message_refs"), &far, sizeof far);
-    EXPECT_EQ(Refusal(), "section __OBJC,__message_refs: pointer 0 leads to no name");
+    EXPECT_EQ(Refusal(), "section __OBJC,__message_refs: pointer 0 does not point to a name");
 }
 
-TEST_F(DamagedObjectTest, ObjectsThatDefineClassesAreRefused) {
+TEST_F(DamagedObjectTest, RefusesObjectsThatDefineClasses) {
     std::memcpy(Section("__OBJC,__image_info").name, "__class\0\0\0\0\0", 12);
     EXPECT_EQ(Refusal(),
-              "section __OBJC,__class: classes, categories and protocols of a module's own are not registered here");
+              "section __OBJC,__class: classes, categories and protocols that a module defines are not supported");
 }
 
-TEST_F(DamagedObjectTest, ConstantStringsOfAnotherKindOrLengthAreRefused) {
+TEST_F(DamagedObjectTest, RefusesConstantStringsOfAnotherKindOrLength) {
     auto* words = reinterpret_cast<std::uint32_t*>(Bytes("__DATA,__cfstring"));
     words[1] = 0x7D0;
     EXPECT_EQ(Refusal(), "constant string 0: its characters are not 8 bits wide");
@@ -195,7 +197,7 @@ TEST_F(DamagedObjectTest, ConstantStringsOfAnotherKindOrLengthAreRefused) {
     EXPECT_EQ(Refusal(), "constant string 0: its text is not 7 characters long");
 }
 
-TEST_F(DamagedObjectTest, FrameDescriptionsThatTheUnwinderCouldStumbleOverAreRefused) {
+TEST_F(DamagedObjectTest, RefusesInvalidFrameDescriptions) {
     unsigned char* frames = Bytes(kFrames);
     const std::uint32_t commonLength = *reinterpret_cast<std::uint32_t*>(frames);
     frames[8] = 3;
@@ -209,13 +211,13 @@ TEST_F(DamagedObjectTest, FrameDescriptionsThatTheUnwinderCouldStumbleOverAreRef
     EXPECT_EQ(Refusal(), "section __TEXT,__eh_frame: a function lies outside the object");
     *function = right;
     function[-1] += 4;
-    EXPECT_EQ(Refusal(), "section __TEXT,__eh_frame: a function names no common part");
+    EXPECT_EQ(Refusal(), "section __TEXT,__eh_frame: a function refers to an unknown common part");
     function[-2] = 0x70000000;
-    EXPECT_EQ(Refusal(), "section __TEXT,__eh_frame: an entry ends early");
+    EXPECT_EQ(Refusal(), "section __TEXT,__eh_frame: an entry is truncated");
 }
 
-// Bytes changed at random, most of them where the structure of the file stands.
-TEST_F(DamagedObjectTest, IsRefusedOrLoadedWhateverBytesAreChanged) {
+// Changes random bytes. Half of the runs change only the header and the load commands.
+TEST_F(DamagedObjectTest, RandomDamageNeverCrashes) {
     const std::vector<unsigned char> whole = file;
     std::mt19937 random(1);
     int refused = 0, loaded = 0;

@@ -1,11 +1,14 @@
-// loaded_object_test.mm - code for macOS that runs in this process: what the loader did to it, seen through its
-// functions.
+// loaded_object_test.mm - runs code for macOS in this process and tests through its functions what the loader did.
 
 #import <Foundation/Foundation.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <string>
+#include <vector>
 
 #include "host/macho/load_object.h"
 #include "tests/boundary/foreign_exception.h"
@@ -21,7 +24,7 @@ class LoadedObjectTest : public testing::Test {
         return reinterpret_cast<Function*>(object.exports.at(name));
     }
 
-    // What this process may do with the memory at an address: "r-xp".
+    // The access rights of this process to the memory at an address, in the form "r-xp".
     static std::string AccessAt(const void* memory) {
         std::ifstream maps("/proc/self/maps");
         const auto address = reinterpret_cast<std::uintptr_t>(memory);
@@ -38,7 +41,7 @@ class LoadedObjectTest : public testing::Test {
     const LoadedObject object = host::macho::LoadObject(std::filesystem::path(ZEVA_TINY_MODULE));
 };
 
-TEST_F(LoadedObjectTest, ExportsWhatIsVisibleAndNothingElse) {
+TEST_F(LoadedObjectTest, ExportsExactlyTheVisibleFunctions) {
     std::vector<std::string> names;
     for (const auto& [name, address] : object.exports) names.push_back(name);
     EXPECT_EQ(names,
@@ -46,14 +49,14 @@ TEST_F(LoadedObjectTest, ExportsWhatIsVisibleAndNothingElse) {
                                         "TinyPass", "TinyRetained", "TinyString", "TinyWord", "TinyZeros"}));
 }
 
-TEST_F(LoadedObjectTest, CodeIsExecutableAndNotWritableAndDataTheReverse) {
+TEST_F(LoadedObjectTest, CodeIsExecutableAndDataIsWritable) {
     EXPECT_EQ(AccessAt(object.exports.at("TinyCount")), "r-xp");
     EXPECT_EQ(AccessAt(object.data.data()), "rw-p");
     EXPECT_EQ(AccessAt(&object.data.back()), "rw-p");
     EXPECT_EQ(AccessAt(object.data.data() - 1), "r-xp");
 }
 
-TEST_F(LoadedObjectTest, EachLoadHasDataOfItsOwnInTheRangeItNames) {
+TEST_F(LoadedObjectTest, EachLoadHasItsOwnDataInTheReportedRange) {
     const LoadedObject other = host::macho::LoadObject(std::filesystem::path(ZEVA_TINY_MODULE));
     EXPECT_EQ(Find<int()>("TinyCount")(), 42);
     EXPECT_EQ(Find<int()>("TinyCountThroughPointer")(), 43);
@@ -64,13 +67,13 @@ TEST_F(LoadedObjectTest, EachLoadHasDataOfItsOwnInTheRangeItNames) {
     EXPECT_EQ(reinterpret_cast<int (*)()>(other.exports.at("TinyCount"))(), 43);
 }
 
-TEST_F(LoadedObjectTest, AddressesInDataAndFunctionsOfThisProcessAreRight) {
+TEST_F(LoadedObjectTest, AddressesInDataAndOfFunctionsAreRelocated) {
     EXPECT_STREQ(Find<const char*(int)>("TinyWord")(0), "kettle");
     EXPECT_STREQ(Find<const char*(int)>("TinyWord")(1), "vessel");
     EXPECT_EQ(Find<unsigned long(const char*)>("TinyLength")("four"), 4u);
 }
 
-TEST_F(LoadedObjectTest, VariablesWithoutAValueAreZero) {
+TEST_F(LoadedObjectTest, UninitializedVariablesAreZero) {
     const int* zeros = Find<int*()>("TinyZeros")();
     EXPECT_EQ(std::count(zeros, zeros + 1000, 0), 1000);
 }
@@ -85,16 +88,16 @@ TEST_F(LoadedObjectTest, MessagesReachClassesAndObjectsOfThisProcess) {
     [kept release];
 }
 
-TEST_F(LoadedObjectTest, MessagesToNilAnswerNilAndZeroAndLeaveTheArithmeticAsItWas) {
+TEST_F(LoadedObjectTest, MessagesToNilReturnNilOrZeroAndKeepTheFloatingPointStack) {
     EXPECT_EQ(Find<id(id)>("TinyRetained")(nil), nil);
-    // A stack of eight numbers: one too many or too few at each call would show.
+    // The x87 stack has eight registers, so pushing one too many or too few at each call gives a wrong result.
     double sum = 0;
     for (int i = 0; i < 20; ++i) sum += Find<double(id)>("TinyDouble")(nil) + i;
     volatile long double exact = sum;
     EXPECT_EQ(static_cast<double>(exact * 2), 380.0);
 }
 
-TEST_F(LoadedObjectTest, ConstantStringsAreStringsLikeAnyOther) {
+TEST_F(LoadedObjectTest, ConstantStringsBehaveLikeOtherStrings) {
     NSString* text = Find<NSString*()>("TinyString")();
     EXPECT_TRUE([text isKindOfClass:[NSString class]]);
     EXPECT_EQ([text length], 6u);
@@ -106,7 +109,7 @@ TEST_F(LoadedObjectTest, ConstantStringsAreStringsLikeAnyOther) {
     EXPECT_TRUE([[[NSDictionary dictionaryWithObject:@"found" forKey:text] objectForKey:@"a text"] isEqual:@"found"]);
 }
 
-TEST_F(LoadedObjectTest, ConstantStringsAreNeverFreedAndAreTheirOwnCopies) {
+TEST_F(LoadedObjectTest, ConstantStringsAreNeverFreedAndCopyToThemselves) {
     NSString* text = Find<NSString*()>("TinyString")();
     for (int i = 0; i < 3; ++i) [text release];
     EXPECT_EQ([text copy], text);
@@ -115,7 +118,7 @@ TEST_F(LoadedObjectTest, ConstantStringsAreNeverFreedAndAreTheirOwnCopies) {
     EXPECT_EQ([text length], 6u);
 }
 
-TEST_F(LoadedObjectTest, ExceptionsOfOthersPassAndCleanupsRunOnce) {
+TEST_F(LoadedObjectTest, ForeignExceptionsPassAndCleanupsRunOnce) {
     int runs = 0;
     EXPECT_TRUE(ThrowsForeign([&] { Find<void(void (*)(), int*)>("TinyPass")(ThrowForeign, &runs); }));
     EXPECT_EQ(runs, 1);

@@ -1,6 +1,6 @@
-"""Object files of 32-bit code for macOS, as far as the tests look into them.
+"""Reads object files of 32-bit code for macOS, as far as the tests need it.
 
-ObjectFile reads the sections, the symbols and the relocations once; words are looked up by their address in the object.
+ObjectFile reads the sections, symbols and relocations once. Words are looked up by their address in the object.
 """
 
 import struct
@@ -35,7 +35,7 @@ class Symbol(NamedTuple):
 
 class Relocation(NamedTuple):
     address: int  # within the object
-    symbol: str  # of an external one; else None
+    symbol: str  # None unless external
     is_relative: bool
 
 
@@ -44,7 +44,7 @@ class ObjectFile:
         self.data = data
         magic, processor, _, kind, commands = struct.unpack_from("<5I", data)
         if (magic, processor, kind) != (MAGIC, X86, OBJECT):
-            raise ValueError(f"no object file for x86: {magic:#x}, {processor}, {kind}")
+            raise ValueError(f"not an object file for x86: {magic:#x}, {processor}, {kind}")
         headers, offset = [], 28
         for _ in range(commands):
             command, size = struct.unpack_from("<2I", data, offset)
@@ -87,7 +87,7 @@ class ObjectFile:
         raise ValueError(f"no section at {address:#x}")
 
     def words(self, address, count):
-        """Words as they stand in the file: a pointer within the object is an address."""
+        """The words in the file. A pointer within the object is an address in the object."""
         section = self.section_at(address)
         return list(struct.unpack_from(f"<{count}I", section.data, address - section.address))
 
@@ -97,7 +97,7 @@ class ObjectFile:
         return section.data[offset : section.data.index(b"\0", offset)].decode()
 
     def calls_in(self, symbol):
-        """The names of what a function calls outside the object, in the order of the instructions."""
+        """The names of the external functions that a function calls, in the order of the instructions."""
         begin = self.by_name[symbol].address
         text = self.sections["__TEXT,__text"]
         ends = [s.address for s in self.symbols if s.type & KIND == IN_SECTION and begin < s.address]

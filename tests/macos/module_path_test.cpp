@@ -1,10 +1,11 @@
-// module_path_test.cpp - code for macOS as a module: what the host says of files that it cannot take.
+// module_path_test.cpp - loading code for macOS as a module: the errors for files that the host cannot load.
 
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
+#include <string>
 
 #include "host/runtime/errors.h"
 #include "host/runtime/module.h"
@@ -13,7 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Why a file of these bytes cannot be loaded, without its path.
+// The reason why a file cannot be loaded, without its path; empty if it loads.
 std::string RefusalOf(const fs::path& file) {
     try {
         host::LoadEntryPoint(file);
@@ -37,26 +38,26 @@ class ModulePathTest : public testing::Test {
 
 #ifdef ZEVA_TINY_MODULE
 
-TEST_F(ModulePathTest, WhatIsWrongWithObjectCodeIsNamed) {
+TEST_F(ModulePathTest, RefusesDamagedObjectCodeWithTheReason) {
     Write(0xFEEDFACE);
     EXPECT_EQ(RefusalOf(file), "it cannot be loaded (header: bytes 0 to 28 are beyond the file's end at 4)");
     Write(0xFEEDFACF);
     EXPECT_EQ(RefusalOf(file), "it cannot be loaded (header: bytes 0 to 28 are beyond the file's end at 4)");
 }
 
-TEST_F(ModulePathTest, ObjectCodeWithoutEntryPointIsNoModule) {
-    EXPECT_EQ(RefusalOf(ZEVA_TINY_MODULE), "it has no entry point ZEVAPluginMain, so it is no module");
+TEST_F(ModulePathTest, RefusesObjectCodeWithoutEntryPoint) {
+    EXPECT_EQ(RefusalOf(ZEVA_TINY_MODULE), "it has no entry point ZEVAPluginMain, so it is not a module");
 }
 
-TEST_F(ModulePathTest, ObjectCodeIsLoadedOnceWhateverItsPath) {
+TEST_F(ModulePathTest, RefusesToLoadObjectCodeTwiceByAnyPath) {
     EXPECT_EQ(RefusalOf(ZEVA_FILTERS_OBJECT), "");
     fs::create_symlink(ZEVA_FILTERS_OBJECT, file);
-    EXPECT_EQ(RefusalOf(file), "it is loaded already, one process loads a module once");
+    EXPECT_EQ(RefusalOf(file), "it is already loaded; a process can load a module only once");
 }
 
 #else
 
-TEST_F(ModulePathTest, ObjectCodeIsRefusedByHostsOfAnotherWidth) {
+TEST_F(ModulePathTest, HostsOfAnotherWidthRefuseObjectCode) {
     for (const std::uint32_t magic : {0xFEEDFACEu, 0xFEEDFACFu}) {
         Write(magic);
         EXPECT_EQ(RefusalOf(file),

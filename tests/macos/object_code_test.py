@@ -1,4 +1,4 @@
-"""The module's code for macOS as files: exports, imports, and the static data that a host reads.
+"""Checks the files with the module's code for macOS: exports, imports, and the static data that a host reads.
 
 Usage: object_code_test.py OBJECT BUNDLE...     (the 32-bit object, then the 64-bit bundles)
 """
@@ -18,7 +18,7 @@ del sys.argv[1:]
 
 CLASSES = ["CIFilter", "NSData", "NSDictionary", "NSException", "NSNumber"]
 
-# name -> why the code may need it, on every processor
+# name -> why the code may need it, on each processor
 COMMON = {
     "_CFRetain": "Core Foundation",
     "_CGImageRetain": "Core Graphics",
@@ -31,12 +31,12 @@ COMMON = {
     "_snprintf": "C library",
     "_strlen": "C library",
     "_objc_msgSend": "Objective-C runtime",
-    "___gxx_personality_v0": "cleanups run when a C++ exception of others passes",
-    "__Unwind_Resume": "and let it go on",
+    "___gxx_personality_v0": "runs cleanups when a C++ exception of other code passes",
+    "__Unwind_Resume": "continues unwinding after a cleanup",
 }
 ONLY_32_BITS = {
     **{f".objc_class_name_{name}": "a class of Foundation or Core Image" for name in CLASSES},
-    "_objc_msgSend_fpret": "Objective-C runtime: a reply that is a double",
+    "_objc_msgSend_fpret": "Objective-C runtime: a message that returns a double",
     "__setjmp": "exception frames",
     "_objc_exception_try_enter": "exception frames",
     "_objc_exception_try_exit": "exception frames",
@@ -46,14 +46,14 @@ ONLY_32_BITS = {
 }
 ONLY_64_BITS = {
     **{f"_OBJC_CLASS_$_{name}": "a class of Foundation or Core Image" for name in CLASSES},
-    "_OBJC_EHTYPE_$_NSException": "what the guard catches",
+    "_OBJC_EHTYPE_$_NSException": "the class that the guard catches",
     "___objc_personality_v0": "native exceptions",
     "_objc_begin_catch": "native exceptions",
     "_objc_end_catch": "native exceptions",
-    "_objc_alloc": "messages that this runtime has a function for",
+    "_objc_alloc": "this runtime has a function for the message",
     "_objc_retain": "the same",
     "_objc_release": "the same",
-    "dyld_stub_binder": "the loader itself, in every bundle",
+    "dyld_stub_binder": "the loader itself; each bundle needs it",
 }
 
 RECORD_WORDS, METHOD_WORDS = 29, 6
@@ -79,11 +79,11 @@ class SymbolsTest(unittest.TestCase):
     def test_entry_point_is_the_only_export(self):
         self.assertEqual([s.name for s in OBJECT.symbols if s.is_exported], ["_ZEVAPluginMain"])
 
-    def test_imports_are_those_of_the_platform_and_each_is_used(self):
+    def test_imports_are_exactly_the_listed_ones(self):
         imports = {symbol.name for symbol in OBJECT.symbols if symbol.is_undefined}
         self.assertEqual(imports, COMMON.keys() | ONLY_32_BITS.keys())
 
-    def test_bundles_export_and_import_the_same_with_native_exceptions(self):
+    def test_bundles_have_the_same_exports_and_imports_with_native_exceptions(self):
         self.assertEqual(len(BUNDLES), 2)
         for bundle in BUNDLES:
             lines = subprocess.run(["llvm-nm", "--extern-only", bundle], check=True, capture_output=True, text=True)
@@ -104,14 +104,14 @@ class CodeTest(unittest.TestCase):
         self.assertEqual(set(OBJECT.calls_in(guard)) & ONLY_32_BITS.keys(), frames)
         self.assertEqual(OBJECT.calls_in(guard)[:2], ["_objc_exception_try_enter", "__setjmp"])
 
-    def test_double_reply_is_the_only_one_that_comes_another_way(self):
+    def test_only_one_message_returns_a_double(self):
         calls = [r.symbol for r in OBJECT.sections["__TEXT,__text"].relocations if r.symbol]
         self.assertEqual(calls.count("_objc_msgSend_fpret"), 1)
         self.assertIn("_objc_msgSend", calls)
 
 
 class ConstantStringsTest(unittest.TestCase):
-    def test_are_the_filters_the_keys_and_the_log_format_once_each(self):
+    def test_are_exactly_the_filters_the_keys_and_the_log_format(self):
         section = OBJECT.sections["__DATA,__cfstring"]
         self.assertEqual(section.size, 16 * (expected("classes") + expected("keys") + 1))
         texts = []
@@ -125,7 +125,7 @@ class ConstantStringsTest(unittest.TestCase):
 
 
 class RecordsTest(unittest.TestCase):
-    def test_stand_in_the_order_of_registration_with_29_words_each(self):
+    def test_are_in_the_order_of_registration_with_29_words_each(self):
         self.assertEqual(len(FILTERS), expected("classes"))
         for address, (name, keys) in zip(records(), FILTERS.items(), strict=True):
             self.assertEqual(OBJECT.by_name[f"_CIFilter{name}Class"].address, address)
@@ -138,7 +138,7 @@ class RecordsTest(unittest.TestCase):
             moved = {i for i in range(RECORD_WORDS) if address + 4 * i in OBJECT.relocations}
             self.assertEqual(moved, {CLASS_NAME, SUPERCLASS_NAME, METHODS})
 
-    def test_hold_every_method_and_its_declarations_are_shared(self):
+    def test_hold_every_method_with_shared_declarations(self):
         entries, places = 0, {}
         for address, keys in zip(records(), FILTERS.values(), strict=True):
             words = OBJECT.words(address, RECORD_WORDS)

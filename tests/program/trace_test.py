@@ -68,7 +68,7 @@ class TraceTest(ZevaTest):
     def test_a_trace_that_cannot_be_written(self):
         self.assert_fails(
             1,
-            "trace none/t.json: No such file or directory, nothing is run",
+            "trace none/t.json: No such file or directory; nothing is run",
             *("apply", "Bloom", self.photo, "-o", self.out, "--trace", "none/t.json"),
         )
 

@@ -1,4 +1,4 @@
-// error_test.cpp - what a script is told when it asks for what cannot be, and what it can do about it.
+// error_test.cpp - the errors that scripts get, and how they can handle them.
 
 #include "tests/script/script_test.h"
 
@@ -7,15 +7,15 @@ namespace {
 using host::script::Script;
 using host::script::ScriptError;
 
-TEST_F(ScriptTest, AnUnknownPropertyIsNamedWithTheNearestOne) {
+TEST_F(ScriptTest, AnUnknownPropertyGetsASuggestion) {
     EXPECT_EQ(ErrorOf("box.Nubmer = 1"), "Box.Nubmer: the class has no such property, did you mean Number");
     EXPECT_EQ(ErrorOf("return box.Nubmer"), "Box.Nubmer: the class has no such property, did you mean Number");
-    EXPECT_EQ(ErrorOf("return box[1]"), "Box: members have names, got integer 1");
-    EXPECT_EQ(ErrorOf("box[box] = 1"), "Box: members have names, got Box");
+    EXPECT_EQ(ErrorOf("return box[1]"), "Box: expected a string as member name, got integer 1");
+    EXPECT_EQ(ErrorOf("box[box] = 1"), "Box: expected a string as member name, got Box");
 }
 
-TEST_F(ScriptTest, AWrongTypeIsNamedWithTheRightOne) {
-    const std::string kept = ", the property keeps its value";
+TEST_F(ScriptTest, AnErrorNamesTheWrongAndTheExpectedType) {
+    const std::string kept = "; the property keeps its value";
     EXPECT_EQ(ErrorOf("box.Number = 'abc'"), "Box.Number: expected double, got string \"abc\"" + kept);
     EXPECT_EQ(ErrorOf("box.Number = nil"), "Box.Number: expected double, got nil" + kept);
     EXPECT_EQ(ErrorOf("box.Number = {}"), "Box.Number: expected double, got a table" + kept);
@@ -27,21 +27,22 @@ TEST_F(ScriptTest, AWrongTypeIsNamedWithTheRightOne) {
     EXPECT_EQ(ErrorOf("box.Held = io.stdout"), "Box.Held: expected Box, got a userdata" + kept);
 }
 
-TEST_F(ScriptTest, WhatCannotBeWrittenSaysSo) {
-    EXPECT_EQ(ErrorOf("box.Fixed = 1"), "Box.Fixed: the property is read-only, it keeps its value");
-    EXPECT_EQ(ErrorOf("box.Fixed = {}"), "Box.Fixed: the property is read-only, it keeps its value");
+TEST_F(ScriptTest, RefusesToWriteReadOnlyPropertiesAndMethods) {
+    EXPECT_EQ(ErrorOf("box.Fixed = 1"), "Box.Fixed: the property is read-only; it keeps its value");
+    EXPECT_EQ(ErrorOf("box.Fixed = {}"), "Box.Fixed: the property is read-only; it keeps its value");
     EXPECT_EQ(ErrorOf("box.Clear = 1"), "Box.Clear: it is a method, not a property");
 }
 
-TEST_F(ScriptTest, AWrongCallSaysWhatTheMethodTakes) {
+TEST_F(ScriptTest, AWrongCallIsAnErrorThatNamesTheParameters) {
     EXPECT_EQ(ErrorOf("box:Fail()"), "Box.Fail: it takes 1 argument (message as string), got 0");
     EXPECT_EQ(ErrorOf("box:Fail({}, 1)"), "Box.Fail: it takes 1 argument (message as string), got 2");
     EXPECT_EQ(ErrorOf("box:Fail(print)"), "Box.Fail: expected string for message, got a function");
     EXPECT_EQ(ErrorOf("box:Fail(1)"), "Box.Fail: expected string for message, got integer 1");
-    EXPECT_EQ(ErrorOf("box.Clear()"), "Box.Clear: expected the object in front (object:Clear), got nothing");
-    EXPECT_EQ(ErrorOf("box.Fail('a')"), "Box.Fail: expected the object in front (object:Fail), got string \"a\"");
+    EXPECT_EQ(ErrorOf("box.Clear()"), "Box.Clear: expected the object as first argument (object:Clear), got nothing");
+    EXPECT_EQ(ErrorOf("box.Fail('a')"),
+              "Box.Fail: expected the object as first argument (object:Fail), got string \"a\"");
     EXPECT_EQ(ErrorOf("box.Clear(RuntimeException())"),
-              "Box.Clear: expected the object in front (object:Clear), got RuntimeException");
+              "Box.Clear: expected the object as first argument (object:Clear), got RuntimeException");
 }
 
 TEST_F(ScriptTest, AHostExceptionIsAnErrorWithItsClassAndMessage) {
@@ -61,7 +62,7 @@ TEST_F(ScriptTest, ACaughtHostExceptionHasFields) {
               "");
 }
 
-TEST_F(ScriptTest, TheTracebackNamesTheLinesOfTheScript) {
+TEST_F(ScriptTest, TheTracebackShowsTheLinesOfTheScript) {
     Script script(host);
     try {
         script.RunText("local function deep()\n Box():Fail('lid')\nend\nlocal function top() deep() end\ntop()",
@@ -75,14 +76,14 @@ TEST_F(ScriptTest, TheTracebackNamesTheLinesOfTheScript) {
     }
 }
 
-TEST_F(ScriptTest, AnythingCanBeAnError) {
+TEST_F(ScriptTest, AnyLuaValueCanBeAnError) {
     EXPECT_EQ(Run("error({1})").substr(0, 7), "table: ");
     EXPECT_EQ(Run("error()"), "nil");
     EXPECT_EQ(Run("error(setmetatable({}, {__tostring = function() return 'mine' end}))"), "mine");
     EXPECT_EQ(Run("local = 1"), "test:1: <name> expected near '='");
 }
 
-TEST_F(ScriptTest, AScriptGoesOnAfterAnError) {
+TEST_F(ScriptTest, AScriptCanContinueAfterAnError) {
     Script script(host);
     EXPECT_NE(TextOfError([&] { script.RunText("box = Box() box:Fail('lid')", "test"); }), "");
     EXPECT_EQ(TextOfError([&] { script.RunText("box.Number = 5 assert(box.Number == 5)", "test"); }), "");

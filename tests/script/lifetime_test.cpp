@@ -1,5 +1,6 @@
-// lifetime_test.cpp - when references are given back: counted, in any order, whatever fails.
+// lifetime_test.cpp - when references are released: the counts are exact, in any order and after any failure.
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -11,7 +12,7 @@ namespace {
 using host::script::OpenBinding;
 using host::script::Script;
 
-TEST_F(ScriptTest, DroppedObjectsAreGivenBackWhenTheyAreCollected) {
+TEST_F(ScriptTest, CollectionReleasesDroppedObjects) {
     Script script(host);
     script.RunText("boxes = {} for i = 1, 100 do boxes[i] = Box() end", "test");
     EXPECT_EQ(host.LiveObjects(), 100);
@@ -21,7 +22,7 @@ TEST_F(ScriptTest, DroppedObjectsAreGivenBackWhenTheyAreCollected) {
     EXPECT_EQ(host.LiveObjects(), 0);
 }
 
-TEST_F(ScriptTest, ObjectsMayBeDroppedInAnyOrder) {
+TEST_F(ScriptTest, ObjectsCanBeDroppedInAnyOrder) {
     Script script(host);
     script.RunText("box, other = Box(), Box() box.Held = other for i = 1, 10 do local held = box.Held end", "test");
     script.RunText("other = nil collectgarbage()", "test");
@@ -32,7 +33,7 @@ TEST_F(ScriptTest, ObjectsMayBeDroppedInAnyOrder) {
     EXPECT_EQ(host.LiveObjects(), 1);
 }
 
-TEST_F(ScriptTest, AVariableMarkedCloseGivesItsObjectBackAtTheEndOfItsScope) {
+TEST_F(ScriptTest, AVariableMarkedCloseReleasesItsObjectAtTheEndOfItsScope) {
     Script script(host);
     script.RunText("collectgarbage('stop') do local box <close> = Box() kept = box end", "test");
     EXPECT_EQ(host.LiveObjects(), 0);
@@ -45,7 +46,7 @@ TEST_F(ScriptTest, AVariableMarkedCloseGivesItsObjectBackAtTheEndOfItsScope) {
     EXPECT_EQ(TextOfError([&] { script.RunText("assert(tostring(kept) == 'Box: closed')", "test"); }), "");
 }
 
-TEST_F(ScriptTest, AnObjectThatWasClosedIsFoundAgainAsANewValue) {
+TEST_F(ScriptTest, AClosedObjectThatReturnsGetsANewValue) {
     EXPECT_EQ(Run(R"(
         local box, first = Box(), nil
         do
@@ -57,12 +58,12 @@ TEST_F(ScriptTest, AnObjectThatWasClosedIsFoundAgainAsANewValue) {
               "");
 }
 
-TEST_F(ScriptTest, ObjectsAreGivenBackWhenTheScriptEndsByAnError) {
+TEST_F(ScriptTest, AnErrorThatEndsTheScriptReleasesItsObjects) {
     Script script(host);
     EXPECT_NE(TextOfError([&] { script.RunText("box = Box() box.Held = Box() box:Fail('lid')", "test"); }), "");
 }
 
-TEST_F(ScriptTest, AnObjectOutlivesTheErrorThatCarriesIt) {
+TEST_F(ScriptTest, AnErrorKeepsItsObjectAlive) {
     EXPECT_EQ(Run(R"(
         local ok, failure = pcall(function() Box():Fail("lid") end)
         collectgarbage()
@@ -71,15 +72,15 @@ TEST_F(ScriptTest, AnObjectOutlivesTheErrorThatCarriesIt) {
               "");
 }
 
-// A state whose allocations fail from a certain one on, as when memory runs out.
-class ShortOfMemory {
+// A Lua state that runs out of memory after a given number of allocations.
+class LimitedState {
   public:
-    explicit ShortOfMemory(int allocations) : left_(allocations), lua_(lua_newstate(Allocate, this)) {}
-    ~ShortOfMemory() {
+    explicit LimitedState(int allocations) : left_(allocations), lua_(lua_newstate(Allocate, this)) {}
+    ~LimitedState() {
         if (lua_ != nullptr) lua_close(lua_);
     }
 
-    // Whether the script ran to its end.
+    // Whether the script ran to completion.
     bool Run(const char* script) {
         if (lua_ == nullptr) return false;
         lua_pushcfunction(lua_, [](lua_State* lua) {
@@ -97,7 +98,7 @@ class ShortOfMemory {
             return nullptr;
         }
         const bool isGrowing = block == nullptr || size > oldSize;
-        if (isGrowing && --static_cast<ShortOfMemory*>(self)->left_ < 0) return nullptr;
+        if (isGrowing && --static_cast<LimitedState*>(self)->left_ < 0) return nullptr;
         return std::realloc(block, size);
     }
 
@@ -105,7 +106,7 @@ class ShortOfMemory {
     lua_State* lua_;
 };
 
-TEST_F(ScriptTest, WhereverMemoryRunsOutNothingIsLost) {
+TEST_F(ScriptTest, NothingLeaksWhereverMemoryRunsOut) {
     constexpr char kScript[] = R"(
         local box = Box(2.5, 7)
         box.Held, box.Text = Box(), "text"
@@ -117,7 +118,7 @@ TEST_F(ScriptTest, WhereverMemoryRunsOutNothingIsLost) {
     int allocations = 0;
     bool isDone = false;
     for (; !isDone && allocations < 5000; ++allocations) {
-        isDone = ShortOfMemory(allocations).Run(kScript);
+        isDone = LimitedState(allocations).Run(kScript);
         ASSERT_EQ(host.LiveObjects(), 0) << "after " << allocations << " allocations";
         ASSERT_EQ(host.LiveStrings(), 0) << "after " << allocations << " allocations";
     }
@@ -125,28 +126,28 @@ TEST_F(ScriptTest, WhereverMemoryRunsOutNothingIsLost) {
     EXPECT_GT(allocations, 100);
 }
 
-// A megabyte that an object holds, unseen by Lua.
+// An object that holds a megabyte outside Lua.
 struct Crate {
     ZEVAobjectStruct object;
     void* bytes;
 };
 constexpr std::size_t kCrateBytes = std::size_t{1} << 20;
-int mostCrates = 0;
+int maximumCrates = 0;
 
 void Fill(ZEVAobjectStruct* self) {
     void*& bytes = reinterpret_cast<Crate*>(self)->bytes;
     bytes = std::malloc(kCrateBytes);
     std::memset(bytes, 1, kCrateBytes);
-    mostCrates = std::max(mostCrates, static_cast<int>(host::Host::Current().LiveObjects()));
+    maximumCrates = std::max(maximumCrates, static_cast<int>(host::Host::Current().LiveObjects()));
 }
 void Empty(ZEVAobjectStruct* self) { std::free(reinterpret_cast<Crate*>(self)->bytes); }
 
-TEST_F(ScriptTest, WhatObjectsHoldCountsWhenItIsTimeToCollect) {
+TEST_F(ScriptTest, MemoryHeldByObjectsTriggersCollection) {
     const ZEVAclassDefinitionDownLevel record = {
         .version = 12, .className = "Crate", .instanceDataSize = sizeof(void*), .initialize = Fill, .finalize = Empty};
     host.Classes().Register(&record);
     EXPECT_EQ(Run("for i = 1, 400 do Crate() end"), "");
-    EXPECT_LT(mostCrates, 80);
+    EXPECT_LT(maximumCrates, 80);
 }
 
 }  // namespace

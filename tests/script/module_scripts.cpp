@@ -1,4 +1,4 @@
-// module_scripts.cpp - makes the host on first use: a process loads a module once.
+// module_scripts.cpp - makes the host on first use, because a process can load a module only once.
 
 #include "tests/script/module_scripts.h"
 

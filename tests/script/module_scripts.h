@@ -1,9 +1,9 @@
-// module_scripts.h - the host of the tests that run scripts over both modules.
+// module_scripts.h - the host of the tests whose scripts use both modules.
 
 #pragma once
 
 #include "host/runtime/host.h"
 
-// The host of this process, with companion and filters, an autorelease pool around every call. What it has to say is
-// dropped.
+// The host of this process, with the companion and the filters loaded and an autorelease pool around each call. Its
+// messages are discarded.
 host::Host& HostWithModules();

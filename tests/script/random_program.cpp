@@ -1,9 +1,11 @@
-// random_program.cpp - chooses members and values. What a variable will hold is known from the declarations, so that most
-// calls get as far as the module.
+// random_program.cpp - chooses members and values. It tracks from the declarations what each variable holds, so that
+// most calls reach the module.
 
 #include "tests/script/random_program.h"
 
 #include <array>
+#include <cstddef>
+#include <iterator>
 #include <random>
 
 namespace {
@@ -18,7 +20,9 @@ using host::TypeKind;
 constexpr const char* kDoubles[] = {"0", "1", "-1", "0.5", "2", "7.25", "-30", "1e9", "1e300", "-1/0", "0/0"};
 constexpr const char* kIntegers[] = {"0", "1", "-1", "3", "2147483647", "-2147483648"};
 constexpr const char* kBooleans[] = {"true", "false"};
-constexpr const char* kStrings[] = {"''", "'#ff8000'", "'sRGB'", "'Default'", "'0 1 2 3'", "'/nowhere/a.png'", "('x'):rep(5000)", "'\\0\\255'"};
+constexpr const char* kStrings[] = {
+    "''", "'#ff8000'", "'sRGB'", "'Default'", "'0 1 2 3'", "'/nowhere/a.png'", "('x'):rep(5000)",
+    "'\\0\\255'"};
 constexpr const char* kOthers[] = {"nil", "{}", "print", "CIImageQOR", "'text'", "5", "true", "o"};
 // clang-format on
 
@@ -59,7 +63,7 @@ class Writer {
         return Variable(i) + " = " + value;
     }
 
-    // A variable that should hold an object of a class, any at all for an empty name; nil when there is none.
+    // A variable that should hold an object of the class, or of any class if the name is empty; "nil" if there is none.
     std::string ObjectOf(const std::string& className) {
         const std::size_t first = Below(kVariables);
         for (std::size_t i = 0; i < kVariables; ++i) {
@@ -94,7 +98,7 @@ class Writer {
         return "(" + text + ")";
     }
 
-    // A line that calls or reads, and keeps the result when that may be an object.
+    // A line that calls or reads a member, and stores the result in a variable if it is an object.
     std::string Kept(const std::string& expression, const Member& member) {
         const Type& result = member.declaration.result;
         if (result.kind == TypeKind::kObject) return Assignment(expression, result.className);
@@ -118,7 +122,7 @@ class Writer {
         return Kept(isa->Name() + "." + member.declaration.name + ArgumentsFor(member), member);
     }
 
-    // A property read or written, or a method called, of some variable.
+    // A line that reads or writes a property of a variable, or calls a method.
     std::string Use() {
         const std::size_t i = Below(kVariables);
         const Class* isa = nullptr;
@@ -137,7 +141,7 @@ class Writer {
 
     const std::vector<const Class*>& classes_;
     std::mt19937 random_;
-    std::array<std::string, kVariables> held_;  // the class that each variable should hold an object of; empty for nil
+    std::array<std::string, kVariables> held_;  // the class of the object that each variable should hold; empty for nil
 };
 
 }  // namespace

@@ -1,16 +1,18 @@
-// random_program_test.cpp - whatever programs do with all classes of both modules: no crash, nothing lost, and the same
-// again for the same seed.
+// random_program_test.cpp - random programs that use all classes of both modules neither crash nor leak, and a seed
+// always gives the same outcome.
 //
-// ZEVA_SEED sets the first seed and ZEVA_PROGRAMS how many programs there are. The program that runs is kept in the
-// folder for temporary files and removed when it has gone through; what crashes is found there.
+// ZEVA_SEED sets the first seed and ZEVA_PROGRAMS the number of programs. The running program is stored in the
+// temporary folder and removed when all have passed, so a program that crashes is found there.
 
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <string>
 
 #include "host/script/script.h"
 #include "tests/script/module_scripts.h"
@@ -18,16 +20,16 @@
 
 namespace {
 
-std::uint32_t NumberFrom(const char* variable, std::uint32_t usual) {
+std::uint32_t NumberFrom(const char* variable, std::uint32_t defaultNumber) {
     const char* text = std::getenv(variable);
-    return text != nullptr ? static_cast<std::uint32_t>(std::strtoul(text, nullptr, 10)) : usual;
+    return text != nullptr ? static_cast<std::uint32_t>(std::strtoul(text, nullptr, 10)) : defaultNumber;
 }
 
 class RandomProgramTest : public testing::Test {
   protected:
     std::string Program(std::uint32_t seed) { return RandomProgram(host.Classes().All(), seed, kLines); }
 
-    // Runs a program; answers the letters of its lines, or whatever else it let out.
+    // Runs a program. Returns the characters for its lines, or any other error that it did not catch.
     std::string Outcome(const std::string& program) {
         host::script::Script script(host);
         try {
@@ -35,7 +37,7 @@ class RandomProgramTest : public testing::Test {
         } catch (const host::script::ScriptError& error) {
             return error.what();
         }
-        return "it ended before its end";
+        return "the program did not reach its end";
     }
 
     static constexpr int kLines = 300;
@@ -43,7 +45,7 @@ class RandomProgramTest : public testing::Test {
     host::Host& host = HostWithModules();
 };
 
-TEST_F(RandomProgramTest, NothingCrashesAndNothingIsLost) {
+TEST_F(RandomProgramTest, NothingCrashesOrLeaks) {
     const std::uint32_t first = NumberFrom("ZEVA_SEED", 1);
     const auto file = std::filesystem::temp_directory_path() / ("random_program_" + std::to_string(getpid()) + ".lua");
     std::size_t done = 0, refused = 0;
@@ -58,12 +60,12 @@ TEST_F(RandomProgramTest, NothingCrashesAndNothingIsLost) {
         refused += static_cast<std::size_t>(std::count(outcome.begin(), outcome.end(), '-'));
     }
     std::filesystem::remove(file);
-    // Programs that do nothing, or nothing wrong, would show nothing.
+    // The test is meaningful only if enough lines succeed and enough fail.
     EXPECT_GT(done, refused / 2);
     EXPECT_GT(refused, done / 20);
 }
 
-TEST_F(RandomProgramTest, TheSameSeedGivesTheSameProgramAndTheSameOutcome) {
+TEST_F(RandomProgramTest, TheSameSeedGivesTheSameProgramAndOutcome) {
     const std::uint32_t seed = NumberFrom("ZEVA_SEED", 1);
     EXPECT_EQ(Program(seed), Program(seed));
     EXPECT_NE(Program(seed), Program(seed + 1));

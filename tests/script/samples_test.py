@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Runs every Lua sample of a page and compares what it prints with what the page says.
+"""Runs each Lua sample of a page and compares its output with the output that the page shows.
 
 Usage: samples_test.py PATH_OF_ZEVA PAGE...
 
-A sample says what it prints in comments, "--> text", each the next line of its output. Samples run in a folder of their own with
-a photo.jpg, under the name "sample"; one without such comments prints nothing.
+A sample shows its output in comments of the form "--> text", one for each line. A sample without such comments must
+print nothing. Each sample runs under the name "sample" in its own folder, which contains photo.jpg.
 """
 
 import pathlib

@@ -1,4 +1,4 @@
-// script_test.h - what the tests of scripts share: a host with the class Box, and scripts that are run in it.
+// script_test.h - the fixture of the script tests: a host with the class Box, in which scripts run.
 
 #pragma once
 
@@ -15,19 +15,19 @@ class ScriptTest : public HostTest {
   protected:
     ScriptTest() { host.Classes().Register(&kBoxClass.record); }
 
-    // Whatever a script did, nothing of it is left.
+    // A script must not leave any object or string behind.
     ~ScriptTest() override {
         EXPECT_EQ(host.LiveObjects(), 0);
         EXPECT_EQ(host.LiveStrings(), 0);
     }
 
-    // Runs a script of its own, called "test"; answers the text of the error that it let out, empty for none.
+    // Runs a text as the script "test". Returns the text of the error that it did not catch; empty if there is none.
     std::string Run(const std::string& text) {
         host::script::Script script(host);
         return TextOfError([&] { script.RunText(text, "test"); });
     }
 
-    // The error in a script's second line, without the place; the first line makes a Box called box.
+    // Runs a line after one that makes a Box called box. Returns the line's error without its place.
     std::string ErrorOf(const std::string& line) {
         const std::string text = Run("box = Box()\n" + line);
         const std::string place = "test:2: ";

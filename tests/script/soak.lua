@@ -1,10 +1,10 @@
--- Makes and drops objects of many kinds: as many as the argument says, or a few more.
+-- Makes and drops objects of many kinds. The argument is their minimum number.
 
 local count = tonumber((...))
 local picture = CIImageQOR.FromPixels(MemoryBlock.FromBytes(("\200\100\50\255"):rep(64)), 8, 8):ToPNG()
 local made = 0
 
--- Eighteen objects, some of which hold others.
+-- Makes eighteen objects; some of them hold others.
 local function round()
     local photo = CIImageQOR.FromData(picture)
     local blur, colors = CIFilterGaussianBlurQOR(), CIFilterColorControlsQOR()

@@ -1,9 +1,13 @@
-// soak_test.cpp - a hundred thousand objects made and dropped by a script leave the memory in use as it was.
+// soak_test.cpp - a script that makes and drops a hundred thousand objects does not leak memory.
 //
-// Why bytes in use and no size of the process: what the allocator keeps for later goes up and down by megabytes.
+// The test counts allocated bytes, because the size of the process varies by megabytes with what the allocator keeps in
+// reserve.
 
 #include <gtest/gtest.h>
 #include <malloc.h>
+
+#include <cstddef>
+#include <string>
 
 #include "host/script/script.h"
 #include "tests/script/module_scripts.h"
@@ -21,7 +25,7 @@ void MakeAndDrop(int objects) {
     script.RunFile(ZEVA_SOAK_SCRIPT, arguments);
 }
 
-TEST(SoakTest, AHundredThousandObjectsLeaveNothing) {
+TEST(SoakTest, AHundredThousandObjectsDoNotLeak) {
     MakeAndDrop(10000);
     const std::size_t before = BytesInUse();
     MakeAndDrop(100000);

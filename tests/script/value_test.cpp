@@ -1,10 +1,10 @@
-// value_test.cpp - how values go into a class's members and come out, by the types that the record declares.
+// value_test.cpp - passing values to members and back, according to the types that the record declares.
 
 #include "tests/script/script_test.h"
 
 namespace {
 
-TEST_F(ScriptTest, PropertiesOfEveryKindAreReadAndWritten) {
+TEST_F(ScriptTest, ReadsAndWritesPropertiesOfEachKind) {
     EXPECT_EQ(Run(R"(
         local box, other = Box(), Box()
         box.Number, box.Integer, box.Truth, box.Text, box.Held = 0.1, -2147483648, true, "Grüße\0!", other
@@ -16,7 +16,7 @@ TEST_F(ScriptTest, PropertiesOfEveryKindAreReadAndWritten) {
               "");
 }
 
-TEST_F(ScriptTest, WholeNumbersAreNumbersOfEitherKind) {
+TEST_F(ScriptTest, ConvertsWholeNumbersBetweenIntegerAndDouble) {
     EXPECT_EQ(Run(R"(
         local box = Box()
         box.Number, box.Integer = 3, 6 / 2
@@ -38,7 +38,7 @@ TEST_F(ScriptTest, MethodsTakeTheirArgumentsInOrder) {
               "");
 }
 
-TEST_F(ScriptTest, ConstructorsAreChosenByTheNumberOfArguments) {
+TEST_F(ScriptTest, TheNumberOfArgumentsSelectsTheConstructor) {
     EXPECT_EQ(Run(R"(
         assert(Box().Number == 1)
         local box = Box(2.5, 7)
@@ -56,28 +56,28 @@ TEST_F(ScriptTest, SharedMembersBelongToTheClass) {
         assert(Box.Limit == 12)
     )"),
               "");
-    EXPECT_EQ(ErrorOf("Box:Add(40, 2)"), "Box.Add: it belongs to the class and takes a dot (Box.Add), no colon");
+    EXPECT_EQ(ErrorOf("Box:Add(40, 2)"), "Box.Add: a shared method is called with a dot (Box.Add), not a colon");
     EXPECT_EQ(ErrorOf("return Box.Limmit"), "Box.Limmit: the class has no such property, did you mean Limit");
-    EXPECT_EQ(ErrorOf("Box.Limit = {}"), "Box.Limit: expected integer, got a table, the property keeps its value");
-    EXPECT_EQ(ErrorOf("Box.Limit = nil"), "Box.Limit: expected integer, got nil, the property keeps its value");
+    EXPECT_EQ(ErrorOf("Box.Limit = {}"), "Box.Limit: expected integer, got a table; the property keeps its value");
+    EXPECT_EQ(ErrorOf("Box.Limit = nil"), "Box.Limit: expected integer, got nil; the property keeps its value");
 }
 
-TEST_F(ScriptTest, AClassThatComesLaterIsFoundToo) {
+TEST_F(ScriptTest, FindsAClassThatIsRegisteredLater) {
     host::script::Script script(host);
     script.RunText("assert(Cup == nil)", "before");
     Register("Cup", "Box");
     EXPECT_EQ(TextOfError([&] { script.RunText("assert(Cup.Add(1, 2) == 3 and Cup == Cup)", "after"); }), "");
 }
 
-TEST_F(ScriptTest, AGlobalThatIsNoClassIsNilUnlessItNearlyNamesOne) {
+TEST_F(ScriptTest, AnUnknownGlobalIsNilUnlessItNearlyNamesAClass) {
     EXPECT_EQ(Run("assert(whatever == nil and _G[1] == nil)"), "");
     EXPECT_EQ(ErrorOf("RuntimException()"),
               "class RuntimException: it is not registered, did you mean RuntimeException");
 }
 
-TEST_F(ScriptTest, AClassWhoseSuperclassIsMissingSaysSo) {
+TEST_F(ScriptTest, RefusesAClassWithoutItsSuperclass) {
     Register("Orphan", "Parent");
-    EXPECT_EQ(ErrorOf("Orphan()"), "Orphan: its superclass Parent is not registered, there can be no object of it");
+    EXPECT_EQ(ErrorOf("Orphan()"), "Orphan: its superclass Parent is not registered; it cannot have objects");
 }
 
 TEST_F(ScriptTest, TheSameObjectIsTheSameValue) {
@@ -91,7 +91,7 @@ TEST_F(ScriptTest, TheSameObjectIsTheSameValue) {
               "");
 }
 
-TEST_F(ScriptTest, ValuesSayWhatTheyAre) {
+TEST_F(ScriptTest, ValuesHaveDescriptiveText) {
     EXPECT_EQ(Run(R"(
         assert(tostring(Box) == "class Box" and tostring(Box()):match("^Box: 0x%x+$"))
         assert(getmetatable(Box) == "host class" and getmetatable(Box()) == "host object")

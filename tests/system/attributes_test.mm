@@ -3,6 +3,7 @@
 
 #import <Foundation/Foundation.h>
 
+#include "host/runtime/describe.h"
 #include "tests/boundary/catalogue.h"
 #include "tests/support/catalogue_counts.h"
 #include "tests/system/session.h"
