@@ -1,6 +1,8 @@
-// attribute_test.cpp - what filters say of their keys, and the exceptions of the platform.
+// attribute_test.cpp - attribute objects, and platform exceptions in the host.
 
 #include <cstring>
+#include <string>
+#include <vector>
 
 #include "host/runtime/memory_block.h"
 #include "tests/companion/companion_test.h"
@@ -24,7 +26,7 @@ class AttributeTest : public CompanionTest {
     }
 };
 
-TEST_F(AttributeTest, ANumbersKeyHasTextAndNumbers) {
+TEST_F(AttributeTest, NumericKeyHasTextAndNumbers) {
     const auto radius = Attribute("CIFilterGaussianBlurQOR", "inputRadius");
     EXPECT_EQ(Text(radius, "Key"), "inputRadius");
     EXPECT_EQ(Text(radius, "AttributeClass"), "NSNumber");
@@ -35,7 +37,7 @@ TEST_F(AttributeTest, ANumbersKeyHasTextAndNumbers) {
     EXPECT_EQ(Number(radius, "SliderMax"), 100);
 }
 
-TEST_F(AttributeTest, HasTellsAnAbsentNumberFromZero) {
+TEST_F(AttributeTest, HasDistinguishesAMissingNumberFromZero) {
     const auto radius = Attribute("CIFilterGaussianBlurQOR", "inputRadius");
     EXPECT_TRUE(Has(radius, "Min"));
     EXPECT_FALSE(Has(radius, "Max"));
@@ -44,13 +46,13 @@ TEST_F(AttributeTest, HasTellsAnAbsentNumberFromZero) {
     EXPECT_TRUE(Has(radius, "DisplayName"));
 }
 
-TEST_F(AttributeTest, HasRefusesANameThatIsNoProperty) {
+TEST_F(AttributeTest, HasRaisesForAnUnknownProperty) {
     const auto radius = Attribute("CIFilterGaussianBlurQOR", "inputRadius");
     EXPECT_EQ(TextOfError([&] { Has(radius, "Sigma"); }),
               "RuntimeException: CIAttributeQOR.Has: there is no property \"Sigma\"");
 }
 
-TEST_F(AttributeTest, DefaultsOfOtherKindsComeAsObjects) {
+TEST_F(AttributeTest, VectorColorAndTransformDefaultsAreObjects) {
     const auto center = Attribute("CIFilterBumpDistortionQOR", "inputCenter");
     EXPECT_EQ(Numbers(Object(center, "DefaultVector")), (std::vector<double>{150, 150}));
     EXPECT_FALSE(Object(center, "DefaultColor"));
@@ -62,7 +64,7 @@ TEST_F(AttributeTest, DefaultsOfOtherKindsComeAsObjects) {
     EXPECT_EQ(Number(Object(transform, "IdentityTransform"), "B"), 0);
 }
 
-TEST_F(AttributeTest, RawBytesComeAsAMemoryBlock) {
+TEST_F(AttributeTest, RawBytesAreAMemoryBlock) {
     const auto block = Object(Attribute("CIFilterColorCubeQOR", "inputCubeData"), "DefaultData");
     const auto* bytes = reinterpret_cast<const ZEVAmemoryBlockStruct*>(block.Get());
     ASSERT_EQ(bytes->size, 128);
@@ -72,8 +74,8 @@ TEST_F(AttributeTest, RawBytesComeAsAMemoryBlock) {
     EXPECT_EQ(second[1], 0);
 }
 
-// One property at least must give the default of every key that has one, in every filter.
-TEST_F(AttributeTest, EveryDefaultOfEveryKeyCanBeRead) {
+// Counts the keys of all filters, and the defaults that one of the typed properties returns.
+TEST_F(AttributeTest, ReadsEveryDefaultOfEveryKey) {
     int keys = 0, defaults = 0;
     for (const host::Class* each : host.Modules()[1]->classes) {
         const auto filter = host.Construct(each->Name());
@@ -92,7 +94,7 @@ TEST_F(AttributeTest, EveryDefaultOfEveryKeyCanBeRead) {
     EXPECT_EQ(defaults, 156);
 }
 
-TEST_F(AttributeTest, APlatformExceptionBecomesAHostExceptionWithItsText) {
+TEST_F(AttributeTest, PlatformExceptionBecomesAHostExceptionWithItsText) {
     auto exception = ObjectReference::Adopt(NewHostExceptionFrom("NSRangeException", "Grüße", false));
     EXPECT_EQ(exception->references, 1);
     EXPECT_TRUE(exception->isa->IsA("RuntimeException"));
@@ -102,7 +104,7 @@ TEST_F(AttributeTest, APlatformExceptionBecomesAHostExceptionWithItsText) {
     EXPECT_EQ(Text(exception, "Message"), "NSRangeException: why {key = value; }");
 }
 
-TEST_F(AttributeTest, AWriteThatTheFilterRefusesArrivesAsAHostException) {
+TEST_F(AttributeTest, RefusedWriteRaisesAHostException) {
     const auto filter = host.Construct("CIFilterGaussianBlurQOR");
     const auto image = Open(File("picture.png", Picture()));
     const std::string text = TextOfError([&] { host.Set(filter.Get(), "outputImage", image); });
