@@ -1,5 +1,11 @@
 // attribute_checks.cpp - attributes: read-only properties named Attribute<key>, each describing the property <key>.
 
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
 #include "host/checker/check.h"
 #include "host/checker/exercise.h"
 

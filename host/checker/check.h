@@ -6,6 +6,9 @@
 //   verdict  What a check ends with: passed, failed, crashed, warned or skipped. The whole run ends with the worst
 //            verdict of its checks. See runner.h.
 //
+// A breach is not yet a finding. It is a forbidden call across the boundary, which the watch records during every check
+// (watch.h). The checks for that kind of breach turn it into findings.
+//
 // Each check runs in its own process, which starts with no module loaded. The check loads what it needs onto a stage,
 // tries its rule and adds findings to its context. A check that finds no subject for its rule (no class has such a
 // property) is skipped and says why.

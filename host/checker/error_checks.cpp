@@ -1,6 +1,11 @@
 // error_checks.cpp - misuse of classes, and the exceptions that it should raise.
 
 #include <algorithm>
+#include <cstddef>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
 
 #include "host/checker/check.h"
 #include "host/checker/exercise.h"

@@ -1,5 +1,9 @@
 // exit_checks.cpp - the end of the process. Modules are never unloaded, so they and their objects are still there.
 
+#include <chrono>
+#include <string>
+#include <vector>
+
 #include "host/checker/check.h"
 #include "host/checker/child.h"
 #include "host/checker/exercise.h"

@@ -6,8 +6,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <iterator>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <utility>
 
 #include "host/runtime/value.h"
 
