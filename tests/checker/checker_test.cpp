@@ -29,8 +29,7 @@ std::vector<CheckResult> CheckWithFault(const std::string& fault) {
     return RunChecks(ModuleFor(fault), {});
 }
 
-// Returns a line for each check whose verdict is not one of those given: "properties.extremes crashed SIGSEGV while
-// ...".
+// Returns a line for each check whose verdict is not one of those given, with its verdict, reason and findings.
 std::vector<std::string> ResultsExcept(const std::vector<CheckResult>& results,
                                        std::initializer_list<Verdict> verdicts) {
     std::vector<std::string> lines;
