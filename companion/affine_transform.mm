@@ -3,10 +3,10 @@
 //   NSAffineTransformQOR.Make(1, 0, 0, 1, 20, 0)                 A  B  C  D  TX  TY
 //   NSAffineTransformQOR.Identity():Scale(2, 2):Rotate(0.5)      Translate  Concat  Inverse  Apply
 //
-// A transform never changes: each step gives a new one, which does what the one before does and then the step. Angles
-// are in radians, counterclockwise, as the filters' are.
+// A transform is immutable. Each step returns a new transform, which applies the old one first and then the step.
+// Angles are in radians, counterclockwise, like the angles of the filters.
 //
-// Numbers keep what fits the platform's number type: single precision on 32 bits.
+// Elements are stored as CGFloat, which is single precision in 32-bit builds.
 
 #import <CoreImage/CoreImage.h>
 
@@ -31,7 +31,7 @@ ZEVAobjectStruct* NewTransform(double a, double b, double c, double d, double tx
     return NewValueObject("NSAffineTransformQOR", transform);
 }
 
-// A new transform: first, and then one of the given elements.
+// Returns a transform that applies `first` and then the transform with the given elements.
 ZEVAobjectStruct* NewAfter(ZEVAobjectStruct* first, double a, double b, double c, double d, double tx, double ty) {
     const NSAffineTransformStruct e = ElementsOf(first);
     return NewTransform(e.m11 * a + e.m12 * c, e.m11 * b + e.m12 * d, e.m21 * a + e.m22 * c, e.m21 * b + e.m22 * d,
@@ -55,7 +55,7 @@ ZEVAobjectStruct* Concat(ZEVAobjectStruct* self, ZEVAobjectStruct* next) {
     ZEVAobjectStruct* result = nullptr;
     Guarded([&] {
         if (WrappedIn(next) == nil) {
-            return RaiseAbout(@"NSAffineTransformQOR.Concat", @"the transform is nil", @"nothing is made");
+            return RaiseAbout(@"NSAffineTransformQOR.Concat", @"the transform is nil", @"no transform was created");
         }
         const NSAffineTransformStruct e = ElementsOf(next);
         result = NewAfter(self, e.m11, e.m12, e.m21, e.m22, e.tX, e.tY);
@@ -63,14 +63,15 @@ ZEVAobjectStruct* Concat(ZEVAobjectStruct* self, ZEVAobjectStruct* next) {
     return result;
 }
 
-// Raises for a transform that takes the plane to a line or a point.
+// Raises for a transform that maps the plane to a line or a point.
 ZEVAobjectStruct* NewInverse(ZEVAobjectStruct* self) {
     ZEVAobjectStruct* result = nullptr;
     Guarded([&] {
         const NSAffineTransformStruct e = ElementsOf(self);
         const double determinant = double{e.m11} * double{e.m22} - double{e.m12} * double{e.m21};
         if (determinant == 0 || !std::isfinite(determinant)) {
-            return RaiseAbout(@"NSAffineTransformQOR.Inverse", @"the transform cannot be inverted", @"nothing is made");
+            return RaiseAbout(@"NSAffineTransformQOR.Inverse", @"the transform is not invertible",
+                              @"no transform was created");
         }
         const double a = e.m22 / determinant;
         const double b = -e.m12 / determinant;
@@ -81,12 +82,12 @@ ZEVAobjectStruct* NewInverse(ZEVAobjectStruct* self) {
     return result;
 }
 
-// Where the transform takes a point, the first two numbers of a vector; raises for nil.
+// Transforms a point, the first two numbers of a vector. Raises for nil.
 ZEVAobjectStruct* Apply(ZEVAobjectStruct* self, ZEVAobjectStruct* point) {
     ZEVAobjectStruct* result = nullptr;
     Guarded([&] {
         CIVector* from = WrappedIn(point);
-        if (from == nil) return RaiseAbout(@"NSAffineTransformQOR.Apply", @"the point is nil", @"nothing is made");
+        if (from == nil) return RaiseAbout(@"NSAffineTransformQOR.Apply", @"the point is nil", @"no point was created");
         const NSAffineTransformStruct e = ElementsOf(self);
         const double x = [from X];
         const double y = [from Y];

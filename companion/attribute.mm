@@ -1,15 +1,17 @@
-// attribute.mm - CIAttributeQOR, what a filter says of one of its keys.
+// attribute.mm - CIAttributeQOR, the description of one key of a filter.
 //
-// The platform describes a key by a dictionary whose values differ in kind from key to key. Each property here reads
-// one entry as one kind; a property whose entry is missing or of another kind is nil or 0, and Has("Min") tells that
-// from a real 0.
+// The platform describes a key by a dictionary whose values have different classes for different keys. Each property
+// here reads one entry as one class. A property whose entry is missing or has another class is nil or 0; Has("Min")
+// tells whether there is a value.
 //
-//   a number's key      Default  Identity  Min  Max  SliderMin  SliderMax
-//   a vector's          DefaultVector  IdentityVector
-//   a color's          DefaultColor  IdentityColor
-//   a transform's       DefaultTransform  IdentityTransform
-//   raw bytes           DefaultData  IdentityData
-//   every key           Key  AttributeClass  AttributeType  DisplayName  ParameterSet
+//   number keys      Default  Identity  Min  Max  SliderMin  SliderMax
+//   vector keys      DefaultVector  IdentityVector
+//   color keys       DefaultColor  IdentityColor
+//   transform keys   DefaultTransform  IdentityTransform
+//   raw bytes        DefaultData  IdentityData
+//   every key        Key  AttributeClass  AttributeType  DisplayName  ParameterSet
+//
+// Adding a property: a line in ATTRIBUTES.
 
 #import <CoreImage/CoreImage.h>
 
@@ -24,8 +26,8 @@
 namespace {
 
 // clang-format off
-// One list of what can be read: the property, the dictionary's key and the kind of its value.
-//        property           dictionary's key            value's class       type word               made by
+// The properties, the dictionary keys that they read, and the classes of the values.
+//        property           dictionary's key            value's class       type word               converted by
 #define ATTRIBUTES(ATTRIBUTE) \
 ATTRIBUTE(AttributeClass,    @"CIAttributeClass",        NSString,           string,               TextFrom) \
 ATTRIBUTE(AttributeType,     @"CIAttributeType",         NSString,           string,               TextFrom) \
@@ -47,7 +49,7 @@ ATTRIBUTE(DefaultData,       @"CIAttributeDefault",      NSData,             mem
 ATTRIBUTE(IdentityData,      @"CIAttributeIdentity",     NSData,             memoryblock,          BytesFrom)
 // clang-format on
 
-// An entry of the dictionary; nil when it is missing or of another class.
+// Returns an entry of the dictionary; nil when it is missing or has another class.
 id EntryOf(ZEVAobjectStruct* self, NSString* key, Class valueClass) {
     id entry = [reinterpret_cast<AttributeObject*>(self)->attribute objectForKey:key];
     return [entry isKindOfClass:valueClass] ? entry : nil;
@@ -61,7 +63,7 @@ ZEVAobjectStruct* VectorFrom(CIVector* vector) { return NewValueObject("CIVector
 
 ZEVAobjectStruct* ColorFrom(CIColor* color) { return NewValueObject("CIColorQOR", color); }
 
-// A copy: the platform's transforms can be changed.
+// Copies the transform, because the platform's transforms are mutable.
 ZEVAobjectStruct* TransformFrom(NSAffineTransform* transform) {
     return NewValueObject("NSAffineTransformQOR", [[transform copy] autorelease]);
 }
@@ -77,18 +79,18 @@ ZEVAstringStruct* GetKey(ZEVAobjectStruct* self) {
     return NewHostString(reinterpret_cast<AttributeObject*>(self)->key);
 }
 
-// Whether the property of the name has a value; raises for a name that is none of the list.
+// Returns whether a property has a value. Raises for a name that is not in the list.
 std::int32_t Has(ZEVAobjectStruct* self, ZEVAstringStruct* name) {
     std::int32_t result = 0;
     Guarded([&] {
         NSString* property = TextOf(name);
-#define ANSWER(property_, key, valueClass, typeWord, from)              \
+#define TEST_PROPERTY(property_, key, valueClass, typeWord, from)       \
     if ([property isEqualToString:@ #property_]) {                      \
         result = EntryOf(self, key, [valueClass class]) != nil ? 1 : 0; \
         return;                                                         \
     }
-        ATTRIBUTES(ANSWER)
-#undef ANSWER
+        ATTRIBUTES(TEST_PROPERTY)
+#undef TEST_PROPERTY
         RaiseWithMessage([NSString
             stringWithFormat:@"CIAttributeQOR.Has: there is no property \"%@\"", property != nil ? property : @""]);
     });

@@ -1,9 +1,10 @@
-// class_record.h - the pieces of this module's class records, and the list of its classes.
+// class_record.h - the list of the companion's classes, and macros that build their records.
 //
-// Each class stands in a file of its own: accessors, a method table, a record at the end. What an object holds is laid
-// down in bridge/host_objects.h, where the filters read it too.
+// Each class has its own file: accessors, then a method table, then the record. bridge/host_objects.h defines the
+// data of the objects, because the filter module reads it too.
 //
-// Adding a class: its file with its record, and a line in COMPANION_CLASSES.
+// Lifetime: the host keeps pointers to records and tables, so they are static and never change after registration.
+// Adding a class: a file with its record, and a line in COMPANION_CLASSES.
 
 #pragma once
 
@@ -11,7 +12,7 @@
 
 #include "plugin/zeva.h"
 
-// Every record, in the order in which they are registered.
+// Every record, in the order of registration.
 #define COMPANION_CLASSES(CLASS)  \
     CLASS(CIFilterClass)          \
     CLASS(CIImageClass)           \
@@ -33,10 +34,11 @@ COMPANION_CLASSES(DECLARE_CLASS)
         {reinterpret_cast<ZEVAentry>(function), nullptr, declaration, kHostFlags}, { 0, 0 } \
     }
 
-// How many bytes of instance data an object of the structure has.
+// The size of a structure's instance data in bytes, without the header that every object has.
 #define COMPANION_DATA_SIZE(structure) static_cast<ZEVAword>(sizeof(structure) - kZEVAobjectHeaderSize)
 
-// The record of a class whose objects wrap one platform object, with its file's methods and sharedMethods.
+// The record of a class whose objects wrap one platform object. Uses the arrays `methods` and `sharedMethods` of its
+// file.
 #define COMPANION_VALUE_CLASS(name)                                      \
     {                                                                    \
         .record = {.version = kRecordVersion,                            \

@@ -1,13 +1,15 @@
-// color.mm - CIColorQOR, a color: red, green, blue and alpha, not premultiplied, in sRGB.
+// color.mm - CIColorQOR, a color: red, green, blue and straight alpha in sRGB.
 //
 //   CIColorQOR.RGBA(1, 0.5, 0, 1)
 //   CIColorQOR.Hex("#ff8000")      Red  Green  Blue  Alpha  WithAlpha(0.5)  Text
 //
-// Components keep what fits the platform's number type: single precision on 32 bits.
+// Components are stored as CGFloat, which is single precision in 32-bit builds.
 
 #import <CoreImage/CoreImage.h>
 
 #include <charconv>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 #include "bridge/guard.h"
@@ -26,8 +28,7 @@ ZEVAobjectStruct* NewRGBA(double red, double green, double blue, double alpha) {
                                                         alpha:static_cast<CGFloat>(alpha)]);
 }
 
-// A color of two digits each for red, green, blue and, when there are eight, alpha; "#" may stand in front. Raises for
-// any other text.
+// Reads "rrggbb" or "rrggbbaa", with or without a leading "#". Raises for any other text.
 ZEVAobjectStruct* NewHex(ZEVAstringStruct* digits) {
     ZEVAobjectStruct* result = nullptr;
     Guarded([&] {
@@ -41,7 +42,7 @@ ZEVAobjectStruct* NewHex(ZEVAstringStruct* digits) {
         if (!isNumber || (length != 6 && length != 8)) {
             NSString* reason = [NSString
                 stringWithFormat:@"expected \"#rrggbb\" or \"#rrggbbaa\", got \"%@\"", text != nil ? text : @""];
-            return RaiseAbout(@"CIColorQOR.Hex", reason, @"no color is made");
+            return RaiseAbout(@"CIColorQOR.Hex", reason, @"no color was created");
         }
         if (length == 6) number = number << 8 | 0xff;
         const auto component = [number](int shift) { return static_cast<CGFloat>((number >> shift & 0xff) / 255.0); };
@@ -53,7 +54,7 @@ ZEVAobjectStruct* NewHex(ZEVAstringStruct* digits) {
     return result;
 }
 
-// The same color with another alpha.
+// Returns the same color with another alpha.
 ZEVAobjectStruct* WithAlpha(ZEVAobjectStruct* self, double alpha) {
     CIColor* color = ColorOf(self);
     if (color == nil) return nullptr;
@@ -63,7 +64,7 @@ ZEVAobjectStruct* WithAlpha(ZEVAobjectStruct* self, double alpha) {
                                                         alpha:static_cast<CGFloat>(alpha)]);
 }
 
-// The components as the platform writes them; nil for an empty object.
+// Returns the components in the platform's format; nil for an object without a value.
 ZEVAstringStruct* GetText(ZEVAobjectStruct* self) { return NewHostString([ColorOf(self) stringRepresentation]); }
 
 double GetRed(ZEVAobjectStruct* self) { return [ColorOf(self) red]; }

@@ -1,4 +1,4 @@
-// color_space.h - objects that wrap a color space.
+// color_space.h - creates host objects that wrap a color space. Thread: the host's.
 
 #pragma once
 
@@ -6,6 +6,6 @@
 
 #include "plugin/zeva.h"
 
-// A new CGColorSpaceQOR with one retain of the space; one reference for the caller. Null for null, and when the host has
-// no such class.
-ZEVAobjectStruct* NewColorSpaceObject(CGColorSpaceRef space);
+// Returns a new CGColorSpaceQOR, which retains the space; the caller owns one reference. Null when the space is null or
+// the host does not have the class.
+[[nodiscard]] ZEVAobjectStruct* NewColorSpaceObject(CGColorSpaceRef space);

@@ -1,10 +1,10 @@
-// color_space.mm - CGColorSpaceQOR, what the numbers of a color mean.
+// color_space.mm - CGColorSpaceQOR, a color space: it defines what color the numbers of a pixel stand for.
 //
 //   CGColorSpaceQOR.Named("sRGB")
 //   CGColorSpaceQOR.FromProfile(block)      Name  Profile
 //
-// A space is named as the platform names it, "kCGColorSpaceLinearSRGB", or by what comes after "kCGColorSpace", whose
-// first letter may be small: "sRGB".
+// A space has the platform's name, "kCGColorSpaceLinearSRGB". The prefix "kCGColorSpace" may be omitted, and the first
+// letter may then be lower case: "linearSRGB".
 
 #include "companion/color_space.h"
 #include "bridge/guard.h"
@@ -16,7 +16,7 @@
 
 namespace {
 
-// A color space of the name with one reference; null for a name that is not known.
+// Returns the color space with a name; the caller owns one reference. Null for an unknown name.
 CGColorSpaceRef NewColorSpace(NSString* name) {
     CGColorSpaceRef space = CGColorSpaceCreateWithName(reinterpret_cast<CFStringRef>(name));
     if (space != nullptr || [name length] == 0) return space;
@@ -30,14 +30,14 @@ CGColorSpaceRef SpaceOf(ZEVAobjectStruct* self) {
     return static_cast<CGColorSpaceRef>(const_cast<void*>(wrapped));
 }
 
-// Raises for bytes that are no ICC profile of red, green and blue or of gray.
+// Raises for bytes that are not an RGB or gray ICC profile.
 ZEVAobjectStruct* NewFromProfile(ZEVAmemoryBlockStruct* profile) {
     ZEVAobjectStruct* result = nullptr;
     Guarded([&] {
         CGColorSpaceRef space = CGColorSpaceCreateWithICCData(reinterpret_cast<CFTypeRef>(DataOf(profile)));
         if (space == nullptr) {
-            return RaiseAbout(@"CGColorSpaceQOR.FromProfile", @"the bytes are no ICC profile of colors or of gray",
-                              @"no color space is made");
+            return RaiseAbout(@"CGColorSpaceQOR.FromProfile", @"the bytes are not an RGB or gray ICC profile",
+                              @"no color space was created");
         }
         result = NewColorSpaceObject(space);
         CGColorSpaceRelease(space);
@@ -45,14 +45,14 @@ ZEVAobjectStruct* NewFromProfile(ZEVAmemoryBlockStruct* profile) {
     return result;
 }
 
-// The ICC profile of the space; nil for an empty object.
+// Returns the ICC profile; nil for an object without a value.
 ZEVAmemoryBlockStruct* GetProfile(ZEVAobjectStruct* self) {
     ZEVAmemoryBlockStruct* result = nullptr;
     Guarded([&] { result = NewHostBlock([(NSData*)CGColorSpaceCopyICCData(SpaceOf(self)) autorelease]); });
     return result;
 }
 
-// Raises for a name that is not known.
+// Raises for an unknown name.
 ZEVAobjectStruct* NewNamed(ZEVAstringStruct* name) {
     ZEVAobjectStruct* result = nullptr;
     Guarded([&] {
@@ -68,7 +68,7 @@ ZEVAobjectStruct* NewNamed(ZEVAstringStruct* name) {
     return result;
 }
 
-// The platform's name of the space; nil for a space without name.
+// Returns the platform's name; nil for a space without a name.
 ZEVAstringStruct* GetName(ZEVAobjectStruct* self) {
     ZEVAstringStruct* result = nullptr;
     Guarded([&] {

@@ -1,6 +1,6 @@
-// core_foundation_object.mm - CFObjectQOR, an object that wraps a Core Foundation object; superclass of CGColorSpaceQOR.
+// core_foundation_object.mm - CFObjectQOR, which wraps a Core Foundation object; the superclass of CGColorSpaceQOR.
 //
-// Every object of the family carries a tag, by which the filters know it; the class below inherits the setting of it.
+// The filter module recognizes these objects by a tag. Subclasses inherit the initialize function that sets it.
 
 #include "bridge/host_objects.h"
 #include "companion/class_record.h"

@@ -1,7 +1,7 @@
-// exception.mm - NSExceptionQOR, a platform exception in the host, and the category by which the family makes one.
+// exception.mm - NSExceptionQOR, a platform exception in the host, and the category that creates one.
 //
-// It is a RuntimeException with nothing of its own: the platform exception's name, reason and user info stand in its
-// Message.
+// It is a RuntimeException without members of its own. Its Message holds the name, reason and user info of the platform
+// exception.
 
 #import <Foundation/Foundation.h>
 
@@ -9,8 +9,8 @@
 #include "companion/host_text.h"
 
 @interface NSException (HostException)
-// A host exception with the text of a platform exception, and one reference for the caller; null when the host has no
-// such class.
+// Returns a host exception with the text of a platform exception; the caller owns one reference. Null when the host
+// does not have the class.
 + (ZEVAobjectStruct*)NewNSExceptionQOR:(NSException*)exception;
 @end
 

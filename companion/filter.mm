@@ -3,7 +3,7 @@
 //   filter.DisplayName      "Gaussian Blur"
 //   filter.Categories       "CICategoryBlur, CICategoryStillImage, CICategoryVideo, CICategoryBuiltIn"
 //
-// It owns what the filters' module puts into an object: the filter and its attributes.
+// It releases what the filter module stores in an object: the filter and its attributes.
 
 #import <CoreImage/CoreImage.h>
 
@@ -14,7 +14,7 @@
 
 namespace {
 
-// An entry of what the platform says of the filter; nil before the filter's constructor ran.
+// Returns an entry of the filter's attributes; nil before the filter's constructor has run.
 id AttributeOf(ZEVAobjectStruct* self, NSString* key) {
     return [[reinterpret_cast<FilterObject*>(self)->filter attributes] objectForKey:key];
 }
@@ -25,7 +25,7 @@ ZEVAstringStruct* GetDisplayName(ZEVAobjectStruct* self) {
     return result;
 }
 
-// The names of the categories, with commas between them.
+// Returns the names of the categories, separated by commas.
 ZEVAstringStruct* GetCategories(ZEVAobjectStruct* self) {
     ZEVAstringStruct* result = nullptr;
     Guarded([&] {

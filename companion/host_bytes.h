@@ -1,6 +1,8 @@
-// host_bytes.h - raw bytes between Foundation and the host.
+// host_bytes.h - converts between NSData and the host's MemoryBlock.
 //
-// Bytes are copied, either way. Threads: the host's thread.
+// Both directions copy the bytes.
+//
+// Threads: the host's thread.
 
 #pragma once
 
@@ -8,9 +10,9 @@
 
 #include "plugin/zeva.h"
 
-// A copy of a block's bytes, autoreleased; nil for null and for a block of no bytes.
-NSData* DataOf(ZEVAmemoryBlockStruct* block);
+// Returns an autoreleased copy of a block's bytes; nil for null and for an empty block.
+[[nodiscard]] NSData* DataOf(ZEVAmemoryBlockStruct* block);
 
-// A block of the data's bytes, with one reference for the caller; null for nil and empty data, and when the host has
-// none to give.
-ZEVAmemoryBlockStruct* NewHostBlock(NSData* data);
+// Returns a block with a copy of the data; the caller owns one reference. Null when the data is nil, empty or larger
+// than 2 GB, or when the host cannot create a block.
+[[nodiscard]] ZEVAmemoryBlockStruct* NewHostBlock(NSData* data);

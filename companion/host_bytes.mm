@@ -1,7 +1,8 @@
-// host_bytes.mm - blocks in and out.
+// host_bytes.mm - copies bytes between NSData and MemoryBlocks.
 
 #include "companion/host_bytes.h"
 
+#include <cstdint>
 #include <cstring>
 
 #include "plugin/host_services.h"
@@ -13,8 +14,8 @@ NSData* DataOf(ZEVAmemoryBlockStruct* block) {
 }
 
 ZEVAmemoryBlockStruct* NewHostBlock(NSData* data) {
-    constexpr NSUInteger kMostBytes = INT32_MAX;
-    if ([data length] == 0 || [data length] > kMostBytes) return nullptr;
+    constexpr NSUInteger kMaximumBytes = INT32_MAX;
+    if ([data length] == 0 || [data length] > kMaximumBytes) return nullptr;
     ZEVAmemoryBlockStruct* block = ZEVANewMemoryBlockOriginal(static_cast<std::int32_t>([data length]));
     if (block != nullptr) std::memcpy(ZEVAMemoryBlockGetPtr(block), [data bytes], [data length]);
     return block;

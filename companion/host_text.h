@@ -1,6 +1,9 @@
-// host_text.h - text and exceptions between Foundation and the host.
+// host_text.h - converts between NSString and the host's strings, and raises host exceptions.
 //
-// Text goes to the host as UTF-8. Threads: the host's thread.
+// Strings for the host are UTF-8.
+//
+// Failure: a host without the service that is needed gives nil or null, and nothing is raised.
+// Threads: the host's thread.
 
 #pragma once
 
@@ -8,19 +11,20 @@
 
 #include "plugin/zeva.h"
 
-// The text of a host string, which is borrowed; autoreleased. nil for null and when the host does not lend the bytes.
-// Bytes that are no UTF-8 are taken for Latin 1, so that a path always names something.
-NSString* TextOf(ZEVAstringStruct* string);
+// Returns the text of a borrowed host string, autoreleased; nil for null and when the host does not return the bytes.
+// Bytes that are not valid UTF-8 are read as Latin-1, so that every path can be represented.
+[[nodiscard]] NSString* TextOf(ZEVAstringStruct* string);
 
-// A host string of the text, with one reference for the caller; null for nil and when the host has none to give.
-ZEVAstringStruct* NewHostString(NSString* text);
+// Returns a new host string; the caller owns one reference. Null for nil and when the host cannot create a string.
+[[nodiscard]] ZEVAstringStruct* NewHostString(NSString* text);
 
-// A host exception object of a class with the message, with one reference for the caller; null when the host cannot
-// make one.
-ZEVAobjectStruct* NewHostException(const char* className, NSString* message);
+// Returns a new exception object of a class with a message; the caller owns one reference. Null when the host cannot
+// create it.
+[[nodiscard]] ZEVAobjectStruct* NewHostException(const char* className, NSString* message);
 
-// Raises a RuntimeException with the message in the host; the caller then returns to the host.
+// Raises a RuntimeException in the host. The exception is pending until the caller returns to the host, so return at
+// once.
 void RaiseWithMessage(NSString* message);
 
-// The same with "<what>: <reason>, <consequence>".
-void RaiseAbout(NSString* what, NSString* reason, NSString* consequence);
+// Raises a RuntimeException with the message "<place>: <reason>; <consequence>".
+void RaiseAbout(NSString* place, NSString* reason, NSString* consequence);

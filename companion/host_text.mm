@@ -1,7 +1,8 @@
-// host_text.mm - strings in and out, and the exceptions that carry them.
+// host_text.mm - converts strings, and creates and raises exceptions.
 
 #include "companion/host_text.h"
 
+#include <cstdint>
 #include <cstring>
 
 #include "plugin/host_services.h"
@@ -9,10 +10,10 @@
 
 namespace {
 
-// The platform's text encoding value of UTF-8.
+// The platform's value for the text encoding UTF-8.
 constexpr std::uint32_t kEncodingUtf8 = 0x08000100;
 
-// Has the host lend a string's bytes, how many they are in the first host word; 1 when it did.
+// Borrows the bytes of a string from the host; hostWords[0] becomes their number. Returns 1 on success.
 std::int32_t GetStringData(ZEVAstringStruct* string, ZEVAstringData* data) {
     static constinit ServiceSlot<decltype(GetStringData)> pGetStringData("PluginGetStringData");
     return pGetStringData(string, data);
@@ -56,6 +57,6 @@ void RaiseWithMessage(NSString* message) {
     ZEVAUnlockObject(exception);
 }
 
-void RaiseAbout(NSString* what, NSString* reason, NSString* consequence) {
-    RaiseWithMessage([NSString stringWithFormat:@"%@: %@, %@", what, reason, consequence]);
+void RaiseAbout(NSString* place, NSString* reason, NSString* consequence) {
+    RaiseWithMessage([NSString stringWithFormat:@"%@: %@; %@", place, reason, consequence]);
 }

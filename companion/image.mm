@@ -1,12 +1,15 @@
-// image.mm - CIImageQOR, an image: opened from a file, made of bytes, of a color or by a filter, cropped, transformed,
-// saved.
+// image.mm - CIImageQOR, an image that comes from a file, bytes, a color or a filter, and that can be cropped,
+// transformed and saved.
 //
 //   CIImageQOR.Open("photo.jpg")      Extent  Crop(rectangle)  Transform(transform)  Save("blurred.png")
 //
-// An image is a recipe; its pixels are computed when they are asked for (image_output.h). One that was opened keeps its
-// file's bitmap as well, as the file has it; the image itself stands upright.
+// An image is a recipe: its pixels are computed when a member of image_output.h reads them. An image that was opened
+// also keeps the bitmap of its file, in the file's orientation; the image itself is upright.
 
 #import <CoreImage/CoreImage.h>
+
+#include <cstddef>
+#include <cstdint>
 
 #include "bridge/guard.h"
 #include "bridge/host_objects.h"
@@ -23,7 +26,7 @@ namespace {
 
 CIImage* ImageOf(ZEVAobjectStruct* self) { return WrappedIn(self); }
 
-// A new image object of a picture that was read, standing upright; gives the picture's bitmap to the object.
+// Returns a new, upright image of a picture. The object takes over the caller's reference to the bitmap.
 ZEVAobjectStruct* NewImageOf(const PictureFile& picture) {
     CIImage* image = [CIImage imageWithCGImage:picture.bitmap];
     if (picture.orientation != 1) image = [image imageByApplyingOrientation:picture.orientation];
@@ -36,33 +39,33 @@ ZEVAobjectStruct* NewImageOf(const PictureFile& picture) {
     return object;
 }
 
-// Raises for a file that is missing, no picture, or broken.
+// Raises for a file that is missing, damaged or not a PNG or JPEG.
 ZEVAobjectStruct* Open(ZEVAstringStruct* path) {
     ZEVAobjectStruct* result = nullptr;
     Guarded([&] {
         NSString* text = TextOf(path);
-        if ([text length] == 0) return RaiseWithMessage(@"CIImageQOR.Open: the path is empty, no image is opened");
+        if ([text length] == 0) return RaiseWithMessage(@"CIImageQOR.Open: the path is empty; no image was opened");
         PictureFile picture;
         NSString* reason = ReadImageFile(text, &picture);
-        if (reason != nil) return RaiseAbout(text, reason, @"no image is opened");
+        if (reason != nil) return RaiseAbout(text, reason, @"no image was opened");
         result = NewImageOf(picture);
     });
     return result;
 }
 
-// Raises for bytes that are no picture.
+// Raises for bytes that are not a PNG or JPEG file.
 ZEVAobjectStruct* NewFromData(ZEVAmemoryBlockStruct* data) {
     ZEVAobjectStruct* result = nullptr;
     Guarded([&] {
         PictureFile picture;
         NSString* reason = ReadImageData(DataOf(data), &picture);
-        if (reason != nil) return RaiseAbout(@"CIImageQOR.FromData", reason, @"no image is made");
+        if (reason != nil) return RaiseAbout(@"CIImageQOR.FromData", reason, @"no image was created");
         result = NewImageOf(picture);
     });
     return result;
 }
 
-// Raises when the block has not as many bytes as the pixels need.
+// Raises when the size of the block does not match the number of pixels.
 ZEVAobjectStruct* NewFromPixels(ZEVAmemoryBlockStruct* pixels, std::int32_t width, std::int32_t height) {
     ZEVAobjectStruct* result = nullptr;
     Guarded([&] {
@@ -71,9 +74,10 @@ ZEVAobjectStruct* NewFromPixels(ZEVAmemoryBlockStruct* pixels, std::int32_t widt
         const std::int64_t needed = std::int64_t{width} * height * kBytesPerPixel;
         if (width <= 0 || height <= 0 || needed != static_cast<std::int64_t>([bytes length])) {
             return RaiseWithMessage([NSString
-                stringWithFormat:@"CIImageQOR.FromPixels: %d x %d pixels of %d bytes, got %lu bytes, no image is made",
-                                 static_cast<int>(width), static_cast<int>(height), static_cast<int>(kBytesPerPixel),
-                                 static_cast<unsigned long>([bytes length])]);
+                stringWithFormat:
+                    @"CIImageQOR.FromPixels: expected %d x %d pixels of %d bytes, got %lu bytes; no image was created",
+                    static_cast<int>(width), static_cast<int>(height), static_cast<int>(kBytesPerPixel),
+                    static_cast<unsigned long>([bytes length])]);
         }
         CGDataProviderRef provider = CGDataProviderCreateWithCFData(reinterpret_cast<CFDataRef>(bytes));
         CGColorSpaceRef space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
@@ -95,13 +99,13 @@ ZEVAobjectStruct* NewFromColor(ZEVAobjectStruct* color) {
     ZEVAobjectStruct* result = nullptr;
     Guarded([&] {
         CIColor* wrapped = WrappedIn(color);
-        if (wrapped == nil) return RaiseAbout(@"CIImageQOR.FromColor", @"the color is nil", @"no image is made");
+        if (wrapped == nil) return RaiseAbout(@"CIImageQOR.FromColor", @"the color is nil", @"no image was created");
         result = NewValueObject("CIImageQOR", [CIImage imageWithColor:wrapped]);
     });
     return result;
 }
 
-// The extent as x, y, width, height.
+// Returns the extent as x, y, width and height.
 ZEVAobjectStruct* GetExtent(ZEVAobjectStruct* self) {
     ZEVAobjectStruct* result = nullptr;
     Guarded([&] {
@@ -115,48 +119,48 @@ ZEVAobjectStruct* GetExtent(ZEVAobjectStruct* self) {
     return result;
 }
 
-// The space of the file's colors; nil for an image that was not opened.
+// Returns the color space of the file; nil for an image that was not opened from one.
 ZEVAobjectStruct* GetColorSpace(ZEVAobjectStruct* self) {
     ZEVAobjectStruct* result = nullptr;
     Guarded([&] { result = NewColorSpaceObject(CGImageGetColorSpace(reinterpret_cast<ImageObject*>(self)->cgImage)); });
     return result;
 }
 
-// The part inside a rectangle of four numbers; raises for a vector of another length and for nil.
+// Returns the part inside a rectangle. Raises for nil and for a vector that does not have four numbers.
 ZEVAobjectStruct* Crop(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle) {
     ZEVAobjectStruct* result = nullptr;
     Guarded([&] {
         CGRect rect = CGRectZero;
         NSString* reason = RectangleIn(rectangle, &rect);
-        if (reason != nil) return RaiseAbout(@"CIImageQOR.Crop", reason, @"nothing is cropped");
+        if (reason != nil) return RaiseAbout(@"CIImageQOR.Crop", reason, @"nothing was cropped");
         result = NewValueObject("CIImageQOR", [ImageOf(self) imageByCroppingToRect:rect]);
     });
     return result;
 }
 
-// The image laid over another one; raises for nil.
+// Composites the image over another one. Raises for nil.
 ZEVAobjectStruct* Over(ZEVAobjectStruct* self, ZEVAobjectStruct* background) {
     ZEVAobjectStruct* result = nullptr;
     Guarded([&] {
         CIImage* below = WrappedIn(background);
-        if (below == nil) return RaiseAbout(@"CIImageQOR.Over", @"the background is nil", @"nothing is laid over it");
+        if (below == nil) return RaiseAbout(@"CIImageQOR.Over", @"the background is nil", @"nothing was composited");
         result = NewValueObject("CIImageQOR", [ImageOf(self) imageByCompositingOverImage:below]);
     });
     return result;
 }
 
-// The image under a map; raises for nil and for a map that takes the plane to a line.
+// Returns the transformed image. Raises for nil and for a transform that maps the plane to a line or a point.
 ZEVAobjectStruct* Transform(ZEVAobjectStruct* self, ZEVAobjectStruct* transform) {
     ZEVAobjectStruct* result = nullptr;
     Guarded([&] {
         NSString* const member = @"CIImageQOR.Transform";
         NSAffineTransform* wrapped = WrappedIn(transform);
-        if (wrapped == nil) return RaiseAbout(member, @"the transform is nil", @"nothing is transformed");
+        if (wrapped == nil) return RaiseAbout(member, @"the transform is nil", @"nothing was transformed");
         const NSAffineTransformStruct map = [wrapped transformStruct];
         CIImage* image = [ImageOf(self)
             imageByApplyingTransform:CGAffineTransformMake(map.m11, map.m12, map.m21, map.m22, map.tX, map.tY)];
         if (image == nil && ImageOf(self) != nil) {
-            return RaiseAbout(member, @"the transform cannot be inverted", @"nothing is transformed");
+            return RaiseAbout(member, @"the transform is not invertible", @"nothing was transformed");
         }
         result = NewValueObject("CIImageQOR", image);
     });

@@ -1,6 +1,6 @@
-// image_files.h - pictures in files and in bytes.
+// image_files.h - reads and writes PNG and JPEG, as files and as bytes.
 //
-// Failure: each function answers the reason in words, autoreleased, or nil when all went well.
+// Failure: each function returns the reason as an autoreleased string, or nil on success.
 // Threads: the host's thread.
 
 #pragma once
@@ -8,22 +8,21 @@
 #include <CoreGraphics/CoreGraphics.h>
 #import <Foundation/Foundation.h>
 
-// A picture that has been read.
 struct PictureFile {
-    CGImageRef bitmap = nullptr;  // as it is stored, with one reference for the caller
-    int orientation = 1;          // which way up it was taken, 1 (upright) to 8
+    CGImageRef bitmap = nullptr;  // the stored pixels, not rotated; the caller owns one reference
+    int orientation = 1;          // the Exif orientation, 1 (upright) to 8
 };
 
 // Reads a PNG or JPEG.
-NSString* ReadImageFile(NSString* path, PictureFile* picture);
-NSString* ReadImageData(NSData* data, PictureFile* picture);
+[[nodiscard]] NSString* ReadImageFile(NSString* path, PictureFile* picture);
+[[nodiscard]] NSString* ReadImageData(NSData* data, PictureFile* picture);
 
-// Why a picture cannot be written to a path, found before it is rendered: the suffix, or the folder.
-NSString* ObstacleToWriting(NSString* path);
+// Tests the suffix and the folder of a path, so that a wrong path is found before the image is rendered.
+[[nodiscard]] NSString* ObstacleToWriting(NSString* path);
 
-// Writes a picture as its suffix says, a JPEG with a quality of 0 to 1, nil for the usual one. A file that was there
-// stays as it was when that fails.
-NSString* WriteImageFile(NSString* path, CGImageRef image, NSNumber* quality);
+// Writes a PNG or JPEG by the suffix of the path. The quality of a JPEG is 0 to 1, nil for the default. When writing
+// fails, an existing file stays unchanged.
+[[nodiscard]] NSString* WriteImageFile(NSString* path, CGImageRef image, NSNumber* quality);
 
-// The bytes of a picture's file, a JPEG when there is a quality, else a PNG; file becomes them, autoreleased.
-NSString* EncodeImage(CGImageRef image, NSNumber* quality, NSData** file);
+// Encodes a JPEG when there is a quality, else a PNG. Stores the autoreleased bytes in `file`.
+[[nodiscard]] NSString* EncodeImage(CGImageRef image, NSNumber* quality, NSData** file);

@@ -1,4 +1,4 @@
-// image_files.mm - reading, writing, and telling people why not.
+// image_files.mm - reads and writes pictures through ImageIO, and explains failures.
 
 #include "companion/image_files.h"
 
@@ -12,11 +12,11 @@
 
 namespace {
 
-// The kinds of files.
+// The type identifiers of the file formats.
 NSString* const kPNG = @"public.png";
 NSString* const kJPEG = @"public.jpeg";
 
-// The type of the picture that a path's suffix asks for; nil for a suffix that is not known.
+// Returns the type identifier for the suffix of a path; nil for an unknown suffix.
 NSString* TypeForSuffix(NSString* path) {
     NSString* suffix = [[path pathExtension] lowercaseString];
     if ([suffix isEqualToString:@"png"]) return kPNG;
@@ -24,30 +24,30 @@ NSString* TypeForSuffix(NSString* path) {
     return nil;
 }
 
-// The system's reason for the last failure, "no such file or directory".
+// Returns the text of errno, in lower case: "no such file or directory".
 NSString* SystemReason() {
     NSString* reason = [NSString stringWithUTF8String:std::strerror(errno)];
     return [[[reason substringToIndex:1] lowercaseString] stringByAppendingString:[reason substringFromIndex:1]];
 }
 
-// Why a file cannot be opened for reading; nil when it can.
+// Returns why a file cannot be opened for reading; nil when it can.
 NSString* ObstacleToReading(NSString* path) {
     const int file = open([path UTF8String], O_RDONLY | O_CLOEXEC);
     if (file < 0) return SystemReason();
     struct stat status = {};
     const bool isFolder = fstat(file, &status) == 0 && S_ISDIR(status.st_mode);
     close(file);
-    return isFolder ? @"it is a folder, not a picture" : nil;
+    return isFolder ? @"the path is a folder, not a picture" : nil;
 }
 
 NSString* ReasonForStatus(CGImageSourceStatus status) {
     switch (status) {
         case kCGImageStatusUnexpectedEOF:
-            return @"the file ends before the picture does";
+            return @"the file is truncated";
         case kCGImageStatusInvalidData:
-            return @"the picture is broken, or larger than can be held";
+            return @"the picture is damaged or too large";
         case kCGImageStatusUnknownType:
-            return @"it is no picture that can be read, PNG and JPEG can";
+            return @"not a PNG or JPEG file";
         case kCGImageStatusReadingHeader:
             return @"the file is too short to be a picture";
         default:
@@ -57,7 +57,7 @@ NSString* ReasonForStatus(CGImageSourceStatus status) {
 
 CFURLRef URLFor(NSString* path) { return reinterpret_cast<CFURLRef>([NSURL fileURLWithPath:path]); }
 
-// What is in a source, which is given back.
+// Reads the picture in a source and releases the source.
 NSString* ReadSource(CGImageSourceRef source, PictureFile* picture) {
     picture->bitmap = CGImageSourceCreateImageAtIndex(source, 0, nullptr);
     const CGImageSourceStatus status = CGImageSourceGetStatus(source);
@@ -69,7 +69,8 @@ NSString* ReadSource(CGImageSourceRef source, PictureFile* picture) {
     return picture->bitmap == nullptr ? ReasonForStatus(status) : nil;
 }
 
-// Gives a destination its picture and has it written; gives the destination back. False also for no destination.
+// Writes the picture to a destination and releases the destination. Returns false when that fails or when the
+// destination is null.
 bool Write(CGImageDestinationRef destination, CGImageRef image, NSNumber* quality) {
     if (destination == nullptr) return false;
     NSDictionary* properties = nil;
@@ -92,7 +93,7 @@ NSString* ReadImageFile(NSString* path, PictureFile* picture) {
 }
 
 NSString* ReadImageData(NSData* data, PictureFile* picture) {
-    if (data == nil) return @"there are no bytes";
+    if (data == nil) return @"the data is empty";
     return ReadSource(CGImageSourceCreateWithData(reinterpret_cast<CFDataRef>(data), nullptr), picture);
 }
 
@@ -103,7 +104,7 @@ NSString* ObstacleToWriting(NSString* path) {
     if (access([folder UTF8String], F_OK) != 0) return [NSString stringWithFormat:@"there is no folder %@", folder];
     struct stat status = {};
     const bool exists = stat([path UTF8String], &status) == 0;
-    if (exists && S_ISDIR(status.st_mode)) return @"it is a folder";
+    if (exists && S_ISDIR(status.st_mode)) return @"the path is a folder";
     const char* written = [exists ? path : folder UTF8String];
     return access(written, W_OK) != 0 ? SystemReason() : nil;
 }
@@ -119,7 +120,7 @@ NSString* EncodeImage(CGImageRef image, NSNumber* quality, NSData** file) {
     CFStringRef type = reinterpret_cast<CFStringRef>(quality != nil ? kJPEG : kPNG);
     CGImageDestinationRef destination =
         CGImageDestinationCreateWithData(reinterpret_cast<CFMutableDataRef>(data), type, 1, nullptr);
-    if (!Write(destination, image, quality)) return @"it is too large for this kind of file";
+    if (!Write(destination, image, quality)) return @"the image is too large for the file format";
     *file = data;
     return nil;
 }

@@ -1,32 +1,34 @@
-// image_output.h - what comes out of an image when it is rendered: files, bytes, colors. Members of CIImageQOR.
+// image_output.h - the members of CIImageQOR that render: they write files and return bytes or colors.
 //
-// Failure: each raises for an image that is empty or without end, and for one too large to render.
+// Failure: an image that cannot be rendered (empty, infinite or too large to save or encode) raises a RuntimeException.
+// Owns:    results come with one reference for the caller; arguments are borrowed.
 // Threads: the host's thread.
 
 #pragma once
 
 #include "plugin/zeva.h"
 
-// Save(path as string) and SaveWithQuality(path as string, quality as double): the picture in a file, PNG or JPEG by
-// the suffix. Raises for another suffix, for a quality outside 0...1 and for what cannot be written.
+// Save(path as string) and SaveWithQuality(path as string, quality as double): writes a PNG or JPEG by the suffix.
+// Raises for another suffix, for a quality outside 0...1 and for a file that cannot be written.
 void SaveImage(ZEVAobjectStruct* self, ZEVAstringStruct* path);
 void SaveImageWithQuality(ZEVAobjectStruct* self, ZEVAstringStruct* path, double quality);
 
-// SaveInSpace(path as string, quality as double, space as CGColorSpaceQOR): the same in another color space, whose
-// profile is put into the file. Raises for nil, and for a space that is not of red, green and blue.
+// SaveInSpace(path as string, quality as double, space as CGColorSpaceQOR): converts the colors to the space, writes
+// the file and embeds the profile of the space. Also raises when the space is nil or not RGB.
 void SaveImageInSpace(ZEVAobjectStruct* self, ZEVAstringStruct* path, double quality, ZEVAobjectStruct* space);
 
-// ToPNG() and ToJPEG(quality as double): the bytes of such a file.
-ZEVAmemoryBlockStruct* ImageToPNG(ZEVAobjectStruct* self);
-ZEVAmemoryBlockStruct* ImageToJPEG(ZEVAobjectStruct* self, double quality);
+// ToPNG() and ToJPEG(quality as double): return the bytes of a file. Quality as above.
+[[nodiscard]] ZEVAmemoryBlockStruct* ImageToPNG(ZEVAobjectStruct* self);
+[[nodiscard]] ZEVAmemoryBlockStruct* ImageToJPEG(ZEVAobjectStruct* self, double quality);
 
-// Pixels(rectangle as CIVectorQOR): the pixels of a rectangle, which is rounded outward to whole pixels: straight RGBA,
-// a byte each, in sRGB, the topmost row first. Places where the image is not are transparent.
-ZEVAmemoryBlockStruct* ImagePixels(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle);
+// Pixels(rectangle as CIVectorQOR): returns the pixels of a rectangle, which is rounded outward to whole pixels. They
+// are straight RGBA in sRGB, one byte per component, top row first. Pixels outside the image are transparent. Raises
+// for a rectangle that is nil, empty or too large.
+[[nodiscard]] ZEVAmemoryBlockStruct* ImagePixels(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle);
 
-// Values(rectangle as CIVectorQOR): the same as the renderer has them: premultiplied RGBA, a float each, linear. For
-// images whose pixels are numbers more than colors.
-ZEVAmemoryBlockStruct* ImageValues(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle);
+// Values(rectangle as CIVectorQOR): like Pixels, but returns what the renderer computes: premultiplied RGBA in linear
+// light, one float per component. Useful for images that hold measurements rather than colors.
+[[nodiscard]] ZEVAmemoryBlockStruct* ImageValues(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle);
 
-// ColorAt(x as double, y as double): the color of the pixel that holds a point.
-ZEVAobjectStruct* ImageColorAt(ZEVAobjectStruct* self, double x, double y);
+// ColorAt(x as double, y as double): returns the color of the pixel that contains a point. Raises for NaN and infinity.
+[[nodiscard]] ZEVAobjectStruct* ImageColorAt(ZEVAobjectStruct* self, double x, double y);

@@ -1,4 +1,4 @@
-// image_output.mm - rendering, and what is made of the pixels.
+// image_output.mm - renders images, and converts the pixels.
 
 #include "companion/image_output.h"
 
@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
 
 #include "bridge/guard.h"
 #include "companion/host_bytes.h"
@@ -18,14 +20,14 @@ namespace {
 
 constexpr std::size_t kComponents = 4;
 
-// Renders the image's extent in a space, sRGB for null; nil or why that cannot be done. bitmap gets one reference for
-// the caller.
+// Renders the extent of an image in a color space; null means sRGB. Returns why that failed, or nil. The caller owns
+// one reference to the bitmap.
 NSString* Render(CIImage* image, CGColorSpaceRef space, CGImageRef* bitmap) {
     const CGRect extent = [image extent];
     if (image == nil || CGRectIsEmpty(extent)) return @"the image is empty";
-    if (CGRectIsInfinite(extent)) return @"the image has no end and must be cropped first";
+    if (CGRectIsInfinite(extent)) return @"the image is infinite, crop it first";
     if (space != nullptr && CGColorSpaceGetModel(space) != kCGColorSpaceModelRGB) {
-        return @"the color space is not of red, green and blue";
+        return @"the color space is not RGB";
     }
     CIContext* context = [CIContext contextWithOptions:nil];
     *bitmap = space == nullptr ? [context createCGImage:image fromRect:extent]
@@ -35,7 +37,7 @@ NSString* Render(CIImage* image, CGColorSpaceRef space, CGImageRef* bitmap) {
                                       static_cast<double>(extent.size.width), static_cast<double>(extent.size.height)];
 }
 
-// Why a quality is none; nil for one of 0 to 1, and for no number.
+// Returns why a quality is invalid; nil for 0 to 1 and for nil.
 NSString* ObstacleInQuality(NSNumber* quality) {
     const double value = [quality doubleValue];
     if (value >= 0 && value <= 1) return nil;
@@ -44,14 +46,14 @@ NSString* ObstacleInQuality(NSNumber* quality) {
 
 void Save(ZEVAobjectStruct* self, ZEVAstringStruct* path, NSNumber* quality, CGColorSpaceRef space, NSString* member) {
     NSString* text = TextOf(path);
-    if ([text length] == 0) return RaiseAbout(member, @"the path is empty", @"nothing is written");
+    if ([text length] == 0) return RaiseAbout(member, @"the path is empty", @"nothing was written");
     CGImageRef bitmap = nullptr;
     NSString* reason = ObstacleInQuality(quality);
     if (reason == nil) reason = ObstacleToWriting(text);
     if (reason == nil) reason = Render(WrappedIn(self), space, &bitmap);
     if (reason == nil) reason = WriteImageFile(text, bitmap, quality);
     CGImageRelease(bitmap);
-    if (reason != nil) RaiseAbout(text, reason, @"nothing is written");
+    if (reason != nil) RaiseAbout(text, reason, @"nothing was written");
 }
 
 ZEVAmemoryBlockStruct* Encoded(ZEVAobjectStruct* self, NSNumber* quality, NSString* member) {
@@ -61,16 +63,16 @@ ZEVAmemoryBlockStruct* Encoded(ZEVAobjectStruct* self, NSNumber* quality, NSStri
     if (reason == nil) reason = Render(WrappedIn(self), nullptr, &bitmap);
     if (reason == nil) reason = EncodeImage(bitmap, quality, &file);
     CGImageRelease(bitmap);
-    if (reason != nil) RaiseAbout(member, reason, @"no bytes are made");
+    if (reason != nil) RaiseAbout(member, reason, @"nothing was encoded");
     return NewHostBlock(file);
 }
 
-// Renders a rectangle, of whole pixels and bounded, to floats, in a space or linear for null; nil when that takes too
-// much memory.
+// Renders a finite rectangle of whole pixels to premultiplied floats in a color space; null means linear light.
+// Returns nil when the data would not fit a MemoryBlock.
 NSMutableData* Floats(CIImage* image, CGRect rectangle, CGColorSpaceRef space) {
     const double pixels = static_cast<double>(rectangle.size.width) * static_cast<double>(rectangle.size.height);
-    constexpr double kMostPixels = INT32_MAX / (kComponents * sizeof(float));
-    if (pixels > kMostPixels) return nil;
+    constexpr double kMaximumPixels = INT32_MAX / (kComponents * sizeof(float));
+    if (pixels > kMaximumPixels) return nil;
     NSMutableData* data = [NSMutableData dataWithLength:static_cast<std::size_t>(pixels) * kComponents * sizeof(float)];
     const auto rowBytes =
         static_cast<std::ptrdiff_t>(rectangle.size.width) * static_cast<std::ptrdiff_t>(kComponents * sizeof(float));
@@ -83,7 +85,7 @@ NSMutableData* Floats(CIImage* image, CGRect rectangle, CGColorSpaceRef space) {
     return data;
 }
 
-// The same as colors in sRGB, straight.
+// Like Floats, but straight alpha in sRGB.
 NSData* StraightFloats(CIImage* image, CGRect rectangle) {
     CGColorSpaceRef space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
     NSMutableData* data = Floats(image, rectangle, space);
@@ -97,7 +99,7 @@ NSData* StraightFloats(CIImage* image, CGRect rectangle) {
     return data;
 }
 
-// The rectangle of whole pixels that a member was given; why there is none, or nil.
+// Reads the rectangle argument of a member, rounded outward to whole pixels. Returns why it is invalid, or nil.
 NSString* PixelRectangle(ZEVAobjectStruct* vector, CGRect* rectangle) {
     NSString* reason = RectangleIn(vector, rectangle);
     if (reason != nil) return reason;
@@ -105,10 +107,10 @@ NSString* PixelRectangle(ZEVAobjectStruct* vector, CGRect* rectangle) {
     return CGRectIsEmpty(*rectangle) ? @"the rectangle is empty" : nil;
 }
 
-// Raises for a reading that came to nothing; whether it did.
+// Returns whether rendering failed, and raises if so.
 bool IsMissing(NSData* floats, NSString* reason, NSString* member) {
     if (floats != nil) return false;
-    RaiseAbout(member, reason != nil ? reason : @"the rectangle is too large", @"no pixels are read");
+    RaiseAbout(member, reason != nil ? reason : @"the rectangle is too large", @"no pixels were read");
     return true;
 }
 
@@ -126,7 +128,7 @@ void SaveImageInSpace(ZEVAobjectStruct* self, ZEVAstringStruct* path, double qua
     Guarded([&] {
         NSString* const member = @"CIImageQOR.SaveInSpace";
         CFTypeRef wrapped = space != nullptr ? reinterpret_cast<CoreFoundationObject*>(space)->wrapped : nullptr;
-        if (wrapped == nullptr) return RaiseAbout(member, @"the color space is nil", @"nothing is written");
+        if (wrapped == nullptr) return RaiseAbout(member, @"the color space is nil", @"nothing was written");
         Save(self, path, [NSNumber numberWithDouble:quality], static_cast<CGColorSpaceRef>(const_cast<void*>(wrapped)),
              member);
     });
@@ -176,7 +178,7 @@ ZEVAobjectStruct* ImageColorAt(ZEVAobjectStruct* self, double x, double y) {
     ZEVAobjectStruct* result = nullptr;
     Guarded([&] {
         if (!std::isfinite(x) || !std::isfinite(y)) {
-            return RaiseAbout(@"CIImageQOR.ColorAt", @"the point is no place", @"no color is read");
+            return RaiseAbout(@"CIImageQOR.ColorAt", @"the point is not finite", @"no color was read");
         }
         const CGRect pixel = CGRectMake(static_cast<CGFloat>(std::floor(x)), static_cast<CGFloat>(std::floor(y)), 1, 1);
         NSData* components = StraightFloats(WrappedIn(self), pixel);

@@ -1,4 +1,4 @@
-// module_classes.cpp - what this module registers.
+// module_classes.cpp - the classes that the companion registers.
 
 #include "companion/class_record.h"
 #include "plugin/plugin_main.h"

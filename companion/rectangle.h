@@ -1,4 +1,4 @@
-// rectangle.h - rectangles as members take them: vectors of four numbers.
+// rectangle.h - reads rectangle arguments, which are vectors of four numbers. Thread: the host's.
 
 #pragma once
 
@@ -7,5 +7,6 @@
 
 #include "plugin/zeva.h"
 
-// Reads the rectangle in a CIVectorQOR; answers why it is none, autoreleased, or nil.
-NSString* RectangleIn(ZEVAobjectStruct* vector, CGRect* rectangle);
+// Reads a rectangle from a CIVectorQOR, which is borrowed. Returns why it is not a rectangle, autoreleased, or nil on
+// success.
+[[nodiscard]] NSString* RectangleIn(ZEVAobjectStruct* vector, CGRect* rectangle);

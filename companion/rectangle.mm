@@ -1,4 +1,4 @@
-// rectangle.mm - from four numbers to a rectangle.
+// rectangle.mm - converts a vector of four numbers to a rectangle.
 
 #include "companion/rectangle.h"
 

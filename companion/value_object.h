@@ -1,15 +1,15 @@
-// value_object.h - objects that wrap one Objective-C object each.
+// value_object.h - host objects that wrap one Objective-C object each. Thread: the host's.
 
 #pragma once
 
 #include "bridge/host_objects.h"
 
-// A new object of a value class with one retain of the value; one reference for the caller. Null for nil, and when the
-// host has no such class.
-ZEVAobjectStruct* NewValueObject(const char* className, id value);
+// Returns a new object of a value class, which retains the value; the caller owns one reference. Null when the value is
+// nil or the host does not have the class.
+[[nodiscard]] ZEVAobjectStruct* NewValueObject(const char* className, id value);
 
-// What a value object wraps; nil for null and for an object that nobody has filled.
-id WrappedIn(ZEVAobjectStruct* object);
+// Returns the object that a value object wraps, borrowed; nil for null and for an object without a value.
+[[nodiscard]] id WrappedIn(ZEVAobjectStruct* object);
 
-// Gives up what a value object wraps: the finalize function of the value classes.
+// Releases the wrapped object. The finalize function of the value classes.
 void ReleaseWrapped(ZEVAobjectStruct* object);

@@ -1,4 +1,4 @@
-// value_object.mm - making and ending value objects.
+// value_object.mm - creates and finalizes value objects.
 
 #include "companion/value_object.h"
 

@@ -4,9 +4,12 @@
 //   CIVectorQOR.Rectangle(0, 0, 640, 480)
 //   CIVectorQOR.FromNumbers("0 0.25 0, 0.25 1 0.25, 0 0.25 0")      Count  ValueAt(index)  X  Y  Width  Height  Text
 //
-// Numbers keep what fits the platform's number type: single precision on 32 bits.
+// Numbers are stored as CGFloat, which is single precision in 32-bit builds.
 
 #import <CoreImage/CoreImage.h>
+
+#include <cstddef>
+#include <cstdint>
 
 #include "bridge/guard.h"
 #include "companion/class_record.h"
@@ -30,12 +33,12 @@ ZEVAobjectStruct* NewPoint(double x, double y) {
     return NewValueObject("CIVectorQOR", [CIVector vectorWithX:static_cast<CGFloat>(x) Y:static_cast<CGFloat>(y)]);
 }
 
-// Any number of numbers with spaces or commas between them; raises for anything else, and for none.
+// Reads one or more numbers, separated by spaces or commas. Raises for anything else.
 ZEVAobjectStruct* NewFromNumbers(ZEVAstringStruct* list) {
     ZEVAobjectStruct* result = nullptr;
     Guarded([&] {
         NSString* text = TextOf(list);
-        if (text == nil) return RaiseWithMessage(@"CIVectorQOR.FromNumbers: the list is nil, no vector is made");
+        if (text == nil) return RaiseWithMessage(@"CIVectorQOR.FromNumbers: the list is nil; no vector was created");
         NSScanner* scanner = [NSScanner scannerWithString:text];
         [scanner setCharactersToBeSkipped:[NSCharacterSet characterSetWithCharactersInString:@" ,\t\r\n"]];
         NSMutableData* numbers = [NSMutableData data];
@@ -49,7 +52,7 @@ ZEVAobjectStruct* NewFromNumbers(ZEVAstringStruct* list) {
             NSString* rest = [text substringFromIndex:[scanner scanLocation]];
             return RaiseWithMessage([NSString
                 stringWithFormat:
-                    @"CIVectorQOR.FromNumbers: expected a number after %u of them, found \"%@\", no vector is made",
+                    @"CIVectorQOR.FromNumbers: expected a number after %u numbers, found \"%@\"; no vector was created",
                     static_cast<unsigned>(count), rest]);
         }
         CIVector* vector = [CIVector vectorWithValues:static_cast<const CGFloat*>([numbers bytes]) count:count];
@@ -60,7 +63,7 @@ ZEVAobjectStruct* NewFromNumbers(ZEVAstringStruct* list) {
 
 std::int32_t GetCount(ZEVAobjectStruct* self) { return static_cast<std::int32_t>([VectorOf(self) count]); }
 
-// Raises for an index that the vector does not have.
+// Raises for an index outside the vector.
 double ValueAt(ZEVAobjectStruct* self, std::int32_t index) {
     double result = 0;
     Guarded([&] {
@@ -74,14 +77,13 @@ double ValueAt(ZEVAobjectStruct* self, std::int32_t index) {
     return result;
 }
 
-// The numbers by name, 0 for those that are missing. The third and fourth have two names: as coordinates and as the
-// size of a rectangle.
+// The numbers by name; 0 for a missing one. The third and the fourth are also the width and height of a rectangle.
 double GetX(ZEVAobjectStruct* self) { return [VectorOf(self) X]; }
 double GetY(ZEVAobjectStruct* self) { return [VectorOf(self) Y]; }
 double GetZ(ZEVAobjectStruct* self) { return [VectorOf(self) Z]; }
 double GetW(ZEVAobjectStruct* self) { return [VectorOf(self) W]; }
 
-// The numbers as the platform writes them; nil for an empty object.
+// Returns the numbers in the platform's format; nil for an object without a value.
 ZEVAstringStruct* GetText(ZEVAobjectStruct* self) { return NewHostString([VectorOf(self) stringRepresentation]); }
 
 ZEVAmethod methods[] = {

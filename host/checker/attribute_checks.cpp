@@ -1,4 +1,10 @@
-// attribute_checks.cpp - the read-only companions "Attribute<key>" that describe a property each.
+// attribute_checks.cpp - attributes: read-only properties named Attribute<key>, each describing the property <key>.
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
 
 #include "host/checker/check.h"
 #include "host/checker/exercise.h"
@@ -11,32 +17,33 @@ using host::Member;
 using host::ObjectReference;
 using host::TypeKind;
 
-constexpr const char* kNone = "no class has a property named Attribute and a key, with an object as its value";
+constexpr const char* kNoAttribute = "no class has a property Attribute<key> whose type is an object";
 
-template <typename Look>
-void ForEachAttribute(Examination& examination, Stage& stage, Look look) {
+// Calls visit for each attribute of each class.
+template <typename Visit>
+void ForEachAttribute(CheckContext& context, Stage& stage, Visit visit) {
     for (const host::Class* isa : stage.Classes()) {
         for (const Member& attribute : isa->Members()) {
             if (!IsAttribute(attribute)) continue;
-            examination.Seen();
-            look(*isa, attribute, MemberName(*isa, attribute));
+            context.CountSubject();
+            visit(*isa, attribute, MemberName(*isa, attribute));
             stage.watch.Settle();
         }
     }
-    examination.SkipUnlessSeen(kNone);
+    context.SkipWithoutSubjects(kNoAttribute);
 }
 
-// What an attribute object says: its plain properties, a line each.
+// Returns the properties of an attribute object that are not objects, one per line.
 std::string ContentOf(Stage& stage, const ObjectReference& attribute) {
     std::string text;
     for (const Member& property : attribute->isa->Members()) {
         if (!IsProperty(property) || property.declaration.result.kind == TypeKind::kObject) continue;
-        text += property.declaration.name + " = " + Words(stage.Read(attribute, property).value) + "\n";
+        text += property.declaration.name + " = " + ValueText(stage.Read(attribute, property).value) + "\n";
     }
     return text;
 }
 
-// The lines of one content that another has otherwise, the first of them.
+// Returns the first line of `other` that differs from `one`.
 std::string Difference(const std::string& one, const std::string& other) {
     std::size_t line = 0;
     for (std::size_t i = 0; i < one.size() && i < other.size() && one[i] == other[i]; ++i) {
@@ -45,56 +52,54 @@ std::string Difference(const std::string& one, const std::string& other) {
     return other.substr(line, other.find('\n', line) - line);
 }
 
-void Belong(Examination& examination) {
-    ForEachAttribute(examination, examination.Load(),
-                     [&](const host::Class& isa, const Member& attribute, const auto& where) {
-                         const Member* described = DescribedProperty(isa, attribute);
-                         if (described == nullptr || !IsProperty(*described)) {
-                             examination.Report(where, "a property of the name after Attribute", "none");
-                         }
-                     });
+void Belong(CheckContext& context) {
+    ForEachAttribute(context, context.Load(), [&](const host::Class& isa, const Member& attribute, const auto& where) {
+        const Member* described = DescribedProperty(isa, attribute);
+        if (described == nullptr || !IsProperty(*described)) {
+            context.AddFinding(where, "a property with the name after Attribute", "none");
+        }
+    });
 }
 
-void ReadOnly(Examination& examination) {
-    ForEachAttribute(examination, examination.Load(),
-                     [&](const host::Class&, const Member& attribute, const auto& where) {
-                         if (attribute.setter != nullptr) examination.Report(where, "no setter", "one");
-                     });
+void ReadOnly(CheckContext& context) {
+    ForEachAttribute(context, context.Load(), [&](const host::Class&, const Member& attribute, const auto& where) {
+        if (attribute.setter != nullptr) context.AddFinding(where, "no setter", "a setter");
+    });
 }
 
-void Complete(Examination& examination) {
-    Stage& stage = examination.Load();
-    ForEachAttribute(examination, stage, [&](const host::Class& isa, const Member& first, const auto&) {
+void Complete(CheckContext& context) {
+    Stage& stage = context.Load();
+    ForEachAttribute(context, stage, [&](const host::Class& isa, const Member& first, const auto&) {
         for (const Member& attribute : isa.Members()) {
             if (!IsAttribute(attribute)) continue;
-            if (&attribute != &first) return;  // each class once
+            if (&attribute != &first) return;  // visit each class once
             break;
         }
         for (const Member& property : isa.Members()) {
             if (!IsProperty(property) || IsAttribute(property)) continue;
             const Member* attribute = isa.FindMember("Attribute" + property.declaration.name);
             if (attribute == nullptr)
-                examination.Report(MemberName(isa, property), "a companion that describes it", "none");
+                context.AddFinding(MemberName(isa, property), "an attribute that describes it", "none");
         }
     });
 }
 
-void Described(Examination& examination) {
-    Stage& stage = examination.Load();
-    ForEachAttribute(examination, stage, [&](const host::Class& isa, const Member& attribute, const auto& where) {
+void Described(CheckContext& context) {
+    Stage& stage = context.Load();
+    ForEachAttribute(context, stage, [&](const host::Class& isa, const Member& attribute, const auto& where) {
         const Member* described = DescribedProperty(isa, attribute);
         if (described == nullptr || !IsWritable(*described) || described->declaration.result.kind != TypeKind::kDouble)
             return;
         const ObjectReference object = stage.New(isa);
         if (!object) return;
         if (!ObjectIn(stage.Read(object, attribute).value))
-            examination.Report(where, "a description of the number", "nil");
+            context.AddFinding(where, "a description of the number", "nil");
     });
 }
 
-void SameContent(Examination& examination) {
-    Stage& stage = examination.Load();
-    ForEachAttribute(examination, stage, [&](const host::Class& isa, const Member& attribute, const auto& where) {
+void SameContent(CheckContext& context) {
+    Stage& stage = context.Load();
+    ForEachAttribute(context, stage, [&](const host::Class& isa, const Member& attribute, const auto& where) {
         const ObjectReference object = stage.New(isa);
         if (!object) return;
         const ObjectReference first = ObjectIn(stage.Read(object, attribute).value);
@@ -102,40 +107,40 @@ void SameContent(Examination& examination) {
         if (!first || !second) return;
         const std::string one = ContentOf(stage, first), other = ContentOf(stage, second);
         if (one != other)
-            examination.Report(where, Difference(other, one), Difference(one, other) + " the second time");
+            context.AddFinding(where, Difference(other, one), Difference(one, other) + " on the second read");
     });
 }
 
-void OutliveOwner(Examination& examination) {
-    Stage& stage = examination.Load();
-    ForEachAttribute(
-        examination, stage, [&](const host::Class& isa, const Member& attribute, const std::string& where) {
-            ObjectReference object = stage.New(isa);
-            if (!object) return;
-            const ObjectReference description = ObjectIn(stage.Read(object, attribute).value);
-            if (!description) return;
-            const std::string before = ContentOf(stage, description);
-            object = {};
-            stage.watch.Settle();
-            const std::string after = ContentOf(stage, description);
-            if (before == after) return;
-            examination.Report(where, Difference(after, before), Difference(before, after) + " after the object's end");
-        });
+void OutliveOwner(CheckContext& context) {
+    Stage& stage = context.Load();
+    ForEachAttribute(context, stage, [&](const host::Class& isa, const Member& attribute, const std::string& where) {
+        ObjectReference object = stage.New(isa);
+        if (!object) return;
+        const ObjectReference description = ObjectIn(stage.Read(object, attribute).value);
+        if (!description) return;
+        const std::string before = ContentOf(stage, description);
+        object = {};
+        stage.watch.Settle();
+        const std::string after = ContentOf(stage, description);
+        if (before == after) return;
+        context.AddFinding(where, Difference(after, before),
+                           Difference(before, after) + " after the object was destroyed");
+    });
 }
 
-void Unconstructed(Examination& examination) {
-    Stage& stage = examination.Load();
-    // Kept to the end of the process: how such objects end is the business of another check.
+void Unconstructed(CheckContext& context) {
+    Stage& stage = context.Load();
+    // Never destroyed: ownership.end-unconstructed checks how such objects are destroyed.
     static std::vector<ObjectReference> objects;
-    ForEachAttribute(examination, stage, [&](const host::Class& isa, const Member& attribute, const auto& where) {
+    ForEachAttribute(context, stage, [&](const host::Class& isa, const Member& attribute, const auto& where) {
         objects.push_back(stage.NewUnconstructed(isa));
         if (!objects.back()) return;
-        const Answer answer = stage.Read(objects.back(), attribute);
-        if (answer.raised) examination.Report(where, "a description or nil", "a " + answer.raised->isa->Name());
+        const CallResult result = stage.Read(objects.back(), attribute);
+        if (result.raised) context.AddFinding(where, "a description or nil", "a " + result.raised->isa->Name());
     });
 }
 
-// A number that an attribute object says under a name; none when it says none.
+// Returns a number property of an attribute object; nothing when it has no such property.
 std::optional<double> NumberOf(Stage& stage, const ObjectReference& attribute, const char* name) {
     const Member* property = attribute->isa->FindMember(name);
     if (property == nullptr || !IsProperty(*property)) return std::nullopt;
@@ -144,33 +149,33 @@ std::optional<double> NumberOf(Stage& stage, const ObjectReference& attribute, c
     return number != nullptr ? std::optional(*number) : std::nullopt;
 }
 
-void Defaults(Examination& examination) {
-    Stage& stage = examination.Load();
-    ForEachAttribute(examination, stage, [&](const host::Class& isa, const Member& attribute, const auto& where) {
+void Defaults(CheckContext& context) {
+    Stage& stage = context.Load();
+    ForEachAttribute(context, stage, [&](const host::Class& isa, const Member& attribute, const auto& where) {
         const Member* described = DescribedProperty(isa, attribute);
         if (described == nullptr || described->declaration.result.kind != TypeKind::kDouble) return;
         const ObjectReference object = stage.New(isa);
         const ObjectReference description = object ? ObjectIn(stage.Read(object, attribute).value) : ObjectReference();
         if (!description) return;
-        const auto said = NumberOf(stage, description, "Default");
+        const auto declared = NumberOf(stage, description, "Default");
         const host::Value value = stage.Read(object, *described).value;
         const auto* number = std::get_if<double>(&value);
-        if (!said || number == nullptr || static_cast<float>(*number) == static_cast<float>(*said)) return;
-        examination.Report(where, "the default " + host::NumberText(*said) + " in a new object",
+        if (!declared || number == nullptr || static_cast<float>(*number) == static_cast<float>(*declared)) return;
+        context.AddFinding(where, "the default " + host::NumberText(*declared) + " in a new object",
                            host::NumberText(*number));
     });
 }
 
-void Ranges(Examination& examination) {
-    Stage& stage = examination.Load();
-    ForEachAttribute(examination, stage, [&](const host::Class& isa, const Member& attribute, const auto& where) {
+void Ranges(CheckContext& context) {
+    Stage& stage = context.Load();
+    ForEachAttribute(context, stage, [&](const host::Class& isa, const Member& attribute, const auto& where) {
         const ObjectReference object = stage.New(isa);
         const ObjectReference description = object ? ObjectIn(stage.Read(object, attribute).value) : ObjectReference();
         if (!description) return;
-        const auto least = NumberOf(stage, description, "Min"), most = NumberOf(stage, description, "Max");
-        // One that is not said reads as 0.
-        if (!least || !most || *most == 0 || *least <= *most) return;
-        examination.Report(where, "Min not above Max", host::NumberText(*least) + " and " + host::NumberText(*most));
+        const auto minimum = NumberOf(stage, description, "Min"), maximum = NumberOf(stage, description, "Max");
+        // A limit that the platform does not give reads as 0.
+        if (!minimum || !maximum || *maximum == 0 || *minimum <= *maximum) return;
+        context.AddFinding(where, "Min at most Max", host::NumberText(*minimum) + " and " + host::NumberText(*maximum));
     });
 }
 
@@ -178,23 +183,23 @@ void Ranges(Examination& examination) {
 
 std::vector<Check> AttributeChecks() {
     return {
-        {"belong", "each Attribute<key> describes a property of its class", "a key was renamed in one place only",
-         Belong, Weight::kWarning},
-        {"read-only", "attributes cannot be written", "the setter of the property was given to its companion",
+        {"belong", "each Attribute<key> describes a property of its class", "a key was renamed in only one place",
+         Belong, Severity::kWarning},
+        {"read-only", "attributes are read-only", "the attribute was registered with the setter of its property",
          ReadOnly},
-        {"complete", "in a class with attributes every property has one", "a property was added without its companion",
-         Complete, Weight::kWarning},
-        {"described", "the attribute of a writable number describes it", "the key is looked up under another name",
+        {"complete", "in a class with attributes, every property has one", "a property was added without its attribute",
+         Complete, Severity::kWarning},
+        {"described", "the attribute of a writable number is not nil", "the key is looked up under another name",
          Described},
-        {"same-content", "an attribute says the same every time",
-         "the description is made from what the object holds now", SameContent},
-        {"outlive-owner", "an attribute lives on when its object has ended",
-         "the description is borrowed from the object, not retained", OutliveOwner},
-        {"unconstructed", "an object that no constructor has seen answers nil or a description",
-         "the description is fetched without looking whether there is anything to ask", Unconstructed},
-        {"defaults", "a new object holds the default that the attribute names",
-         "the defaults are not set by the constructor", Defaults, Weight::kWarning},
-        {"ranges", "Min is not above Max", "the two were exchanged", Ranges, Weight::kWarning},
+        {"same-content", "an attribute has the same content on every read",
+         "the description is made from the current values of the object", SameContent},
+        {"outlive-owner", "an attribute stays valid after its object is destroyed",
+         "the description is borrowed from the object instead of retained", OutliveOwner},
+        {"unconstructed", "reading an attribute of an unconstructed object raises nothing",
+         "the getter does not test whether the object has been constructed", Unconstructed},
+        {"defaults", "a new object has the defaults that its attributes name",
+         "the constructor does not set the defaults", Defaults, Severity::kWarning},
+        {"ranges", "Min is not above Max", "the two limits are swapped", Ranges, Severity::kWarning},
     };
 }
 

@@ -1,22 +1,24 @@
-// check.cpp - the groups, and what a check writes down.
+// check.cpp - the list of groups, and the context that collects the findings of a check.
 
 #include "host/checker/check.h"
 
+#include <utility>
+
 namespace checker {
 
-Stage& Examination::Load(StageOptions options) {
-    // Never taken down, see stage.h; kept where the leak checker finds it.
+Stage& CheckContext::Load(StageOptions options) {
+    // Never destroyed, see stage.h. The static pointer keeps it reachable for the leak checker.
     static Stage* stage = nullptr;
-    stage = new Stage(subject_, std::move(options));
+    stage = new Stage(module_, std::move(options));
     return *stage;
 }
 
-void Examination::Report(const std::string& where, const std::string& expected, const std::string& got) {
-    findings_.push_back({where, expected, got});
+void CheckContext::AddFinding(const std::string& subject, const std::string& expected, const std::string& got) {
+    findings_.push_back({subject, expected, got});
 }
 
-void Examination::SkipUnlessSeen(const std::string& reason) const {
-    if (seen_ == 0 && findings_.empty()) throw Skipped{reason};
+void CheckContext::SkipWithoutSubjects(const std::string& reason) const {
+    if (subjects_ == 0 && findings_.empty()) throw SkipCheck{reason};
 }
 
 const std::vector<Group>& Groups() {

@@ -1,11 +1,21 @@
-// check.h - what a check is: a rule of the host interface, and how to find out whether a module keeps it.
+// check.h - the words of the checker, and what a check is made of.
 //
-// A check runs in a process of its own with nothing loaded. It loads what it needs onto a stage, looks, and writes down
-// what it finds; a check without findings has passed. What it cannot see on a module (no class has what the rule is
-// about) it skips with the reason.
+//   check    One rule of the host interface that is tried on a module: "registration.data-size".
+//   finding  One observation that breaks the rule of a check, with its evidence: the subject (what was looked at), what
+//            was expected there and what was found.
+//   verdict  What a check ends with: passed, failed, crashed, warned or skipped. The whole run ends with the worst
+//            verdict of its checks. See runner.h.
 //
-// Adding one: a row in the list of its group (<group>_checks.cpp), and its fault in tests/checker/faulty_module.cpp
-//             under the check's name. docs/checker.md holds the list that zeva check --list prints.
+// A breach is not yet a finding. It is a forbidden call across the boundary, which the watch records during every check
+// (watch.h). The checks for that kind of breach turn it into findings.
+//
+// Each check runs in its own process, which starts with no module loaded. The check loads what it needs onto a stage,
+// tries its rule and adds findings to its context. A check that finds no subject for its rule (no class has such a
+// property) is skipped and says why.
+//
+// Threads: the host's thread.
+// Adding a check: a row in the list of its group (<group>_checks.cpp), and a fault of the same name in
+//                 tests/checker/faulty_module.cpp. Then copy the output of zeva check --list into docs/checker.md.
 
 #pragma once
 
@@ -17,66 +27,65 @@
 
 namespace checker {
 
-// What breaks the rule, and where.
+// One observation that breaks a rule.
 struct Finding {
     std::string subject;  // "Jug.Volume"; empty for the module as a whole
     std::string expected;
     std::string got;
 };
 
-// Thrown by a check that cannot be made on this module.
-struct Skipped {
+// Thrown by a check that does not apply to this module.
+struct SkipCheck {
     std::string reason;
 };
 
-// What a check works with.
-class Examination {
+// Passed to every check: the module, the options of the run, and the findings so far.
+class CheckContext {
   public:
-    Examination(const Subject& subject, unsigned seed, double timeLimit)
-        : subject_(subject), seed_(seed), timeLimit_(timeLimit) {}
+    CheckContext(const CheckedModule& module, unsigned seed, double timeLimit)
+        : module_(module), seed_(seed), timeLimit_(timeLimit) {}
 
-    const host::CallScope& CallScope() const { return subject_.callScope; }
-    const Subject& TheSubject() const { return subject_; }
-    unsigned Seed() const { return seed_; }
+    [[nodiscard]] const CheckedModule& Module() const { return module_; }
+    [[nodiscard]] unsigned Seed() const { return seed_; }
 
-    // How many seconds a child of this check may take.
-    double TimeLimit() const { return timeLimit_ / 2; }
+    // The limit, in seconds, for a child process of this check.
+    [[nodiscard]] double TimeLimit() const { return timeLimit_ / 2; }
 
-    // The stage with everything loaded, made in this call; one per process.
+    // Loads the module and its siblings onto a new stage. At most one call per process. Throws HostError when a module
+    // cannot be loaded.
     Stage& Load(StageOptions options = {});
 
-    // Writes down a finding.
-    void Report(const std::string& where, const std::string& expected, const std::string& got);
+    void AddFinding(const std::string& subject, const std::string& expected, const std::string& got);
 
-    // Counts something that the rule is about.
-    void Seen() { ++seen_; }
+    // Counts a subject: something that the rule applies to.
+    void CountSubject() { ++subjects_; }
 
-    // To be called in the end: without anything seen and without findings the check is skipped.
-    void SkipUnlessSeen(const std::string& reason) const;
+    // Throws SkipCheck when there are neither subjects nor findings. A check calls it last.
+    void SkipWithoutSubjects(const std::string& reason) const;
 
-    const std::vector<Finding>& Findings() const { return findings_; }
+    [[nodiscard]] const std::vector<Finding>& Findings() const { return findings_; }
 
   private:
-    const Subject& subject_;
+    const CheckedModule& module_;
     unsigned seed_;
     double timeLimit_;
-    int seen_ = 0;
+    int subjects_ = 0;
     std::vector<Finding> findings_;
 };
 
-// What becomes of a check with findings.
-enum class Weight {
-    kFailure,  // the module breaks a rule that hosts rely on
-    kWarning,  // it can be meant, but rarely is
-    kBasis,    // a failure, after which no further check can be made
+// The verdict that findings lead to.
+enum class Severity {
+    kFailure,       // failed: hosts rely on the rule
+    kWarning,       // warned: breaking the rule may be intentional
+    kPrerequisite,  // failed, and every later check is skipped
 };
 
 struct Check {
     std::string name;   // within its group
-    std::string rule;   // what holds, as a sentence without full stop
-    std::string cause;  // what is the likely reason when it does not
-    std::function<void(Examination&)> run;
-    Weight weight = Weight::kFailure;
+    std::string rule;   // a sentence without a period that holds for a correct module
+    std::string cause;  // the likely cause when the rule is broken
+    std::function<void(CheckContext&)> run;
+    Severity severity = Severity::kFailure;
 };
 
 struct Group {
@@ -84,20 +93,20 @@ struct Group {
     std::vector<Check> checks;
 };
 
-// All of them, in the order in which they are made.
-const std::vector<Group>& Groups();
+// Returns every group, in the order in which the checks run.
+[[nodiscard]] const std::vector<Group>& Groups();
 
-// The lists, one per file.
-std::vector<Check> LoadChecks();
-std::vector<Check> NegotiationChecks();
-std::vector<Check> RegistrationChecks();
-std::vector<Check> PropertyChecks();
-std::vector<Check> AttributeChecks();
-std::vector<Check> ErrorChecks();
-std::vector<Check> OwnershipChecks();
-std::vector<Check> BinaryDataChecks();
-std::vector<Check> FaultChecks();
-std::vector<Check> SequenceChecks();
-std::vector<Check> ExitChecks();
+// The lists of checks, one per group and file.
+[[nodiscard]] std::vector<Check> LoadChecks();
+[[nodiscard]] std::vector<Check> NegotiationChecks();
+[[nodiscard]] std::vector<Check> RegistrationChecks();
+[[nodiscard]] std::vector<Check> PropertyChecks();
+[[nodiscard]] std::vector<Check> AttributeChecks();
+[[nodiscard]] std::vector<Check> ErrorChecks();
+[[nodiscard]] std::vector<Check> OwnershipChecks();
+[[nodiscard]] std::vector<Check> BinaryDataChecks();
+[[nodiscard]] std::vector<Check> FaultChecks();
+[[nodiscard]] std::vector<Check> SequenceChecks();
+[[nodiscard]] std::vector<Check> ExitChecks();
 
 }  // namespace checker

@@ -1,4 +1,4 @@
-// child.cpp - forking, listening, and ending what takes too long.
+// child.cpp - forks, reads what the child sends, and kills a child that exceeds its time limit.
 
 #include "host/checker/child.h"
 
@@ -25,19 +25,19 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// How much of what a child prints is kept.
+// How many bytes of a child's output are kept.
 constexpr std::size_t kKeptOutput = 4000;
 
-// Where steps are noted: seen by a child and by whoever started it.
+// The last step, in memory that a child shares with its parent.
 constexpr std::size_t kStepSize = 256;
 char* stepNote = nullptr;
 
-// Whether this process is a child itself. Only the outermost child leads a group of processes, which end with it.
+// Whether this process is a child. Only the outermost child leads a process group, which is killed with it.
 bool isChild = false;
 
 [[noreturn]] void Throw(const char* what) { throw std::system_error(errno, std::generic_category(), what); }
 
-// A file descriptor that is closed in the end.
+// Owns a file descriptor.
 class Descriptor {
   public:
     explicit Descriptor(int number) : number_(number) {}
@@ -52,12 +52,12 @@ class Descriptor {
     int number_;
 };
 
-// The step note of one child, which stands in for the one of this process while the child is made.
+// Owns the shared step of one child. It replaces the step of this process until the child has ended.
 class SharedNote {
   public:
     SharedNote() : enclosing_(stepNote) {
         void* shared = mmap(nullptr, kStepSize, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-        if (shared == MAP_FAILED) Throw("checker: no memory to share with a child");
+        if (shared == MAP_FAILED) Throw("checker: cannot share memory with a child");
         stepNote = static_cast<char*>(shared);
     }
     ~SharedNote() {
@@ -78,22 +78,22 @@ void WriteAll(int descriptor, const std::string& text) {
     }
 }
 
-// What the child does; never returns.
-[[noreturn]] void BeChild(const std::function<std::string()>& work, Descriptor& answer, const Descriptor& output,
-                          Ending ending) {
+// Runs in the child: works, sends the result and exits. A zero byte marks a complete result.
+[[noreturn]] void BeChild(const std::function<std::string()>& work, Descriptor& result, const Descriptor& output,
+                          ChildExit childExit) {
     if (!isChild) setpgid(0, 0);
     isChild = true;
     dup2(output.Number(), STDOUT_FILENO);
     dup2(output.Number(), STDERR_FILENO);
-    WriteAll(answer.Number(), work() + '\0');
-    answer.Close();
+    WriteAll(result.Number(), work() + '\0');
+    result.Close();
     std::fflush(nullptr);
-    if (ending == Ending::kAtOnce) _exit(0);
+    if (childExit == ChildExit::kImmediate) _exit(0);
     std::exit(0);
 }
 
-// Reads the answer until the pipe closes; false when that takes longer than until the deadline.
-bool ReadAnswer(int descriptor, Clock::time_point deadline, std::string& answer) {
+// Reads the result until the pipe is closed. Returns false at the deadline.
+bool ReadResult(int descriptor, Clock::time_point deadline, std::string& text) {
     std::array<char, 4096> buffer;
     for (;;) {
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
@@ -103,11 +103,11 @@ bool ReadAnswer(int descriptor, Clock::time_point deadline, std::string& answer)
         if (ready == 0) return false;
         const ssize_t count = read(descriptor, buffer.data(), buffer.size());
         if (count <= 0) return true;
-        answer.append(buffer.data(), static_cast<std::size_t>(count));
+        text.append(buffer.data(), static_cast<std::size_t>(count));
     }
 }
 
-// Waits until the child has ended; false when that takes longer than until the deadline.
+// Waits until the child has ended. Returns false at the deadline.
 bool WaitFor(pid_t child, Clock::time_point deadline, int& status) {
     for (useconds_t pause = 50; waitpid(child, &status, WNOHANG) == 0;
          pause = std::min<useconds_t>(2 * pause, 10'000)) {
@@ -117,7 +117,7 @@ bool WaitFor(pid_t child, Clock::time_point deadline, int& status) {
     return true;
 }
 
-// The last part of what the child printed.
+// Returns the last part of what the child printed.
 std::string KeptOutput(const Descriptor& file) {
     const off_t size = lseek(file.Number(), 0, SEEK_END);
     const off_t start = std::max<off_t>(0, size - static_cast<off_t>(kKeptOutput));
@@ -129,9 +129,10 @@ std::string KeptOutput(const Descriptor& file) {
 
 }  // namespace
 
-Outcome RunInChild(const std::function<std::string()>& work, std::chrono::duration<double> limit, Ending ending) {
+ChildResult RunInChild(const std::function<std::string()>& work, std::chrono::duration<double> limit,
+                       ChildExit childExit) {
     int ends[2];
-    if (pipe(ends) != 0) Throw("checker: no pipe for a child");
+    if (pipe(ends) != 0) Throw("checker: cannot create a pipe for a child");
     Descriptor reading(ends[0]);
     Descriptor writing(ends[1]);
     const Descriptor output(memfd_create("output", 0));
@@ -140,41 +141,41 @@ Outcome RunInChild(const std::function<std::string()>& work, std::chrono::durati
     const auto start = Clock::now();
     const auto deadline = start + std::chrono::duration_cast<Clock::duration>(limit);
     const pid_t child = fork();
-    if (child < 0) Throw("checker: no process for a child");
-    if (child == 0) BeChild(work, writing, output, ending);
+    if (child < 0) Throw("checker: cannot create a child process");
+    if (child == 0) BeChild(work, writing, output, childExit);
     if (!isChild) setpgid(child, child);
     writing.Close();
 
-    Outcome outcome;
+    ChildResult result;
     int status = 0;
-    const bool inTime = ReadAnswer(reading.Number(), deadline, outcome.answer) && WaitFor(child, deadline, status);
-    if (!isChild) kill(-child, SIGKILL);  // with whatever it has left running
+    const bool inTime = ReadResult(reading.Number(), deadline, result.text) && WaitFor(child, deadline, status);
+    if (!isChild) kill(-child, SIGKILL);  // and every process that it started
     if (!inTime) {
         kill(child, SIGKILL);
         waitpid(child, &status, 0);
     }
-    outcome.seconds = Clock::now() - start;
-    outcome.timedOut = !inTime;
-    outcome.answered = !outcome.answer.empty() && outcome.answer.back() == '\0';
-    if (outcome.answered) outcome.answer.pop_back();
-    outcome.signal = inTime && WIFSIGNALED(status) ? WTERMSIG(status) : 0;
-    outcome.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : 0;
-    outcome.step = stepNote;
-    outcome.output = KeptOutput(output);
-    return outcome;
+    result.seconds = Clock::now() - start;
+    result.timedOut = !inTime;
+    result.hasReturned = !result.text.empty() && result.text.back() == '\0';
+    if (result.hasReturned) result.text.pop_back();
+    result.signal = inTime && WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+    result.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : 0;
+    result.step = stepNote;
+    result.output = KeptOutput(output);
+    return result;
 }
 
-std::string EndingText(const Outcome& outcome) {
+std::string FailureText(const ChildResult& child) {
     std::string text;
-    if (outcome.timedOut) {
-        text = "no end after " + host::NumberText(std::round(outcome.seconds.count() * 10) / 10) + " s";
-    } else if (outcome.signal != 0) {
-        const char* name = sigabbrev_np(outcome.signal);
-        text = name != nullptr ? std::string("SIG") + name : "signal " + std::to_string(outcome.signal);
+    if (child.timedOut) {
+        text = "still running after " + host::NumberText(std::round(child.seconds.count() * 10) / 10) + " s";
+    } else if (child.signal != 0) {
+        const char* name = sigabbrev_np(child.signal);
+        text = name != nullptr ? std::string("SIG") + name : "signal " + std::to_string(child.signal);
     } else {
-        text = "the process ended with status " + std::to_string(outcome.exitStatus);
+        text = "the process exited with status " + std::to_string(child.exitStatus);
     }
-    return outcome.step.empty() ? text : text + " while " + outcome.step;
+    return child.step.empty() ? text : text + " while " + child.step;
 }
 
 void NoteStep(const std::string& step) {

@@ -1,10 +1,12 @@
-// child.h - work done in a process of its own, so that a crash or an endless loop ends nothing else.
+// child.h - runs work in a child process, so that a crash or an endless loop ends only that process.
 //
-// The child is a copy of this process; it answers a text through a pipe and ends. Whatever it prints is kept apart.
-// While it works it notes what it is about to do in memory that both processes see, so that its last words are known
-// even when it dies. Children nest: a child may have children of its own, and all of them end with it.
+// The child is a fork of this process. It sends the text that the work returns through a pipe and exits. Its standard
+// output and standard error go to a file of their own. The child notes each step before the step begins, in memory that
+// both processes share, so the last step is known even after a crash.
 //
-// Threads: started from a process of one thread, since a copy has no other.
+// Children nest. When a child ends, its own children are killed with it.
+//
+// Threads: call from a process with a single thread, because a fork copies only the calling thread.
 
 #pragma once
 
@@ -14,31 +16,32 @@
 
 namespace checker {
 
-// How a child ends once its work is done: at once, or as a program does, with everything that runs at exit.
-enum class Ending { kAtOnce, kAsPrograms };
+// How a child exits after its work: with _exit, or with exit, which runs destructors and exit handlers.
+enum class ChildExit { kImmediate, kNormal };
 
-// What became of a child.
-struct Outcome {
-    std::string answer;     // what the work returned; empty when it did not come so far
-    bool answered = false;  // whether the work returned
-    bool timedOut = false;  // whether it was ended for taking too long
-    int signal = 0;         // what it died of; 0 when it ended by itself
+// What a child returned, and how it ended.
+struct ChildResult {
+    std::string text;          // what the work returned; incomplete when it did not return
+    bool hasReturned = false;  // whether the work returned
+    bool timedOut = false;     // whether the child was killed at the time limit
+    int signal = 0;            // the signal that ended the child; 0 when it exited
     int exitStatus = 0;
-    std::string step;    // what it noted last
-    std::string output;  // what it printed, both streams
+    std::string step;    // the last step that the child noted
+    std::string output;  // what the child printed, standard output and standard error
     std::chrono::duration<double> seconds{};
 
-    bool EndedWell() const { return answered && !timedOut && signal == 0 && exitStatus == 0; }
+    [[nodiscard]] bool Succeeded() const { return hasReturned && !timedOut && signal == 0 && exitStatus == 0; }
 };
 
-// Runs work in a child and waits for its end, at most for the limit. Throws std::system_error when no child can be had.
-Outcome RunInChild(const std::function<std::string()>& work, std::chrono::duration<double> limit,
-                   Ending ending = Ending::kAtOnce);
+// Runs work in a child and waits for its end, at most until the limit. Throws std::system_error when the system cannot
+// create a process, a pipe or shared memory.
+ChildResult RunInChild(const std::function<std::string()>& work, std::chrono::duration<double> limit,
+                       ChildExit childExit = ChildExit::kImmediate);
 
-// How a child that did not end well ended, in words: "SIGSEGV while reading Jug.Volume".
-std::string EndingText(const Outcome& outcome);
+// Returns how a child failed, in words: "SIGSEGV while reading Jug.Volume".
+[[nodiscard]] std::string FailureText(const ChildResult& child);
 
-// Notes what this process is about to do; the last note of a child is its outcome's step.
+// Notes what this process is about to do. The last note of a child becomes ChildResult::step.
 void NoteStep(const std::string& step);
 
 }  // namespace checker

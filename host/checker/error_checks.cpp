@@ -1,6 +1,11 @@
-// error_checks.cpp - misuse, and the exceptions that answer it.
+// error_checks.cpp - misuse of classes, and the exceptions that it should raise.
 
 #include <algorithm>
+#include <cstddef>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
 
 #include "host/checker/check.h"
 #include "host/checker/exercise.h"
@@ -17,33 +22,33 @@ using host::ObjectReference;
 using host::TypeKind;
 using host::Value;
 
-// Calls look for each exception that misuse brings about.
-template <typename Look>
-void ForEachRaise(Examination& examination, Look look) {
-    Stage& stage = examination.Load();
-    stage.watch.raised.clear();  // while loading, nothing may be raised at all
-    Provoke(stage);
+// Misuses all classes, and calls visit for each exception that was raised.
+template <typename Visit>
+void ForEachRaise(CheckContext& context, Visit visit) {
+    Stage& stage = context.Load();
+    stage.watch.raised.clear();  // load.raises-nothing reports exceptions during loading
+    ProvokeExceptions(stage);
     for (const RaiseNote& raised : stage.watch.raised) {
-        examination.Seen();
-        look(raised);
+        context.CountSubject();
+        visit(raised);
     }
-    examination.SkipUnlessSeen("neither constructing twice nor nil as an argument made it raise anything");
+    context.SkipWithoutSubjects("neither a second constructor call nor nil as an argument raised an exception");
 }
 
-void NilValues(Examination& examination) {
-    Stage& stage = examination.Load();
+void NilValues(CheckContext& context) {
+    Stage& stage = context.Load();
     for (const host::Class* isa : stage.Classes()) {
         for (const Member& property : isa->Members()) {
             const TypeKind kind = property.declaration.result.kind;
             if (!IsWritable(property) || (kind != TypeKind::kObject && kind != TypeKind::kString)) continue;
             const ObjectReference object = stage.New(*isa);
             if (!object) continue;
-            examination.Seen();
+            context.CountSubject();
             stage.Write(object, property, {});
             stage.Read(object, property);
         }
     }
-    examination.SkipUnlessSeen("no class has a writable property of a string or an object");
+    context.SkipWithoutSubjects("no class has a writable property of type string or object");
 }
 
 bool TakesNil(const Member& method) {
@@ -54,12 +59,12 @@ bool TakesNil(const Member& method) {
            });
 }
 
-void NilArguments(Examination& examination) {
-    Stage& stage = examination.Load();
-    static std::vector<ObjectReference> objects;  // kept: how they end is the business of another check
+void NilArguments(CheckContext& context) {
+    Stage& stage = context.Load();
+    static std::vector<ObjectReference> objects;  // never destroyed: ownership.end-unconstructed checks that
     for (const host::Class* isa : stage.Classes()) {
         for (const auto* members : {&isa->Members(), &isa->SharedMembers()}) {
-            if (std::any_of(members->begin(), members->end(), TakesNil)) examination.Seen();
+            if (std::any_of(members->begin(), members->end(), TakesNil)) context.CountSubject();
         }
         for (const bool isConstructed : {true, false}) {
             objects.push_back(isConstructed ? stage.New(*isa) : stage.NewUnconstructed(*isa));
@@ -67,34 +72,34 @@ void NilArguments(Examination& examination) {
         }
         CallSharedMethodsWithNil(stage, *isa);
     }
-    examination.SkipUnlessSeen("no class has a method that takes a string or an object");
+    context.SkipWithoutSubjects("no class has a method that takes a string or an object");
 }
 
-void Unconstructed(Examination& examination) {
-    Stage& stage = examination.Load();
-    static std::vector<ObjectReference> objects;  // kept: how they end is the business of another check
+void Unconstructed(CheckContext& context) {
+    Stage& stage = context.Load();
+    static std::vector<ObjectReference> objects;  // never destroyed: ownership.end-unconstructed checks that
     for (const host::Class* isa : stage.Classes()) {
         objects.push_back(stage.NewUnconstructed(*isa));
         if (!objects.back()) continue;
         for (const Member& property : isa->Members()) {
             if (!IsProperty(property) || IsAttribute(property)) continue;
-            examination.Seen();
+            context.CountSubject();
             stage.Read(objects.back(), property);
             if (!IsWritable(property)) continue;
             const Value value = MakeValue(stage, property.declaration.result);
             if (!IsNil(value)) stage.Write(objects.back(), property, value);
         }
     }
-    examination.SkipUnlessSeen("no class has a property");
+    context.SkipWithoutSubjects("no class has a property");
 }
 
-void SecondConstructor(Examination& examination) {
-    Stage& stage = examination.Load();
+void SecondConstructor(CheckContext& context) {
+    Stage& stage = context.Load();
     for (const host::Class* isa : stage.Classes()) {
         if (isa->FindConstructor(0) == nullptr) continue;
         const ObjectReference object = stage.New(*isa);
         if (!object) continue;
-        examination.Seen();
+        context.CountSubject();
         std::vector<std::pair<const Member*, Value>> before;
         for (const Member& property : isa->Members()) {
             const bool isPlain = IsWritable(property) && property.declaration.result.kind != TypeKind::kObject;
@@ -102,28 +107,28 @@ void SecondConstructor(Examination& examination) {
             stage.Write(object, property, MakeValue(stage, property.declaration.result, 1));
             before.emplace_back(&property, stage.Read(object, property).value);
         }
-        if (!stage.Construct(object).raised) continue;  // it may start anew
+        if (!stage.Construct(object).raised) continue;  // a constructor may also reset the object
         for (const auto& [property, value] : before) {
             const Value after = stage.Read(object, *property).value;
             if (Same(value, after)) continue;
-            examination.Report(MemberName(*isa, *property), Words(value) + ", as the second call was refused",
-                               Words(after));
+            context.AddFinding(MemberName(*isa, *property), ValueText(value) + ", because the second call raised",
+                               ValueText(after));
         }
     }
-    examination.SkipUnlessSeen("no class has a constructor without parameters");
+    context.SkipWithoutSubjects("no class has a constructor without parameters");
 }
 
-void Exceptions(Examination& examination) {
-    ForEachRaise(examination, [&](const RaiseNote& raised) {
+void Exceptions(CheckContext& context) {
+    ForEachRaise(context, [&](const RaiseNote& raised) {
         if (!raised.isException)
-            examination.Report(raised.step, "a RuntimeException or one below it", "a " + raised.className);
+            context.AddFinding(raised.step, "a RuntimeException or a subclass of it", "a " + raised.className);
     });
 }
 
-void Messages(Examination& examination) {
-    ForEachRaise(examination, [&](const RaiseNote& raised) {
+void Messages(CheckContext& context) {
+    ForEachRaise(context, [&](const RaiseNote& raised) {
         if (!raised.isException || (raised.message && !raised.message->empty())) return;
-        examination.Report(raised.step, "a Message that says why", raised.message ? "an empty one" : "nil");
+        context.AddFinding(raised.step, "a Message", raised.message ? "an empty one" : "nil");
     });
 }
 
@@ -139,43 +144,43 @@ bool IsUtf8(const std::string& text) {
     return true;
 }
 
-void Encodings(Examination& examination) {
-    ForEachRaise(examination, [&](const RaiseNote& raised) {
+void Encodings(CheckContext& context) {
+    ForEachRaise(context, [&](const RaiseNote& raised) {
         if (!raised.message) return;
         const std::string& text = *raised.message;
         const bool isAscii =
             std::all_of(text.begin(), text.end(), [](char c) { return static_cast<signed char>(c) >= 0; });
         if (raised.encoding == kEncodingAscii && !isAscii) {
-            examination.Report(raised.step, "a message of ASCII, as it is tagged", "bytes above 127");
+            context.AddFinding(raised.step, "an ASCII message, as its encoding says", "bytes above 127");
         }
         if (raised.encoding == kEncodingUtf8 && !IsUtf8(text)) {
-            examination.Report(raised.step, "a message of UTF-8, as it is tagged", "bytes that are none");
+            context.AddFinding(raised.step, "a UTF-8 message, as its encoding says", "bytes that are not UTF-8");
         }
     });
 }
 
-void ReturnsAfterRaise(Examination& examination) {
-    ForEachRaise(examination, [&](const RaiseNote& raised) {
+void ReturnsAfterRaise(CheckContext& context) {
+    ForEachRaise(context, [&](const RaiseNote& raised) {
         if (raised.callsAfter.empty()) return;
-        examination.Report(raised.step, "nothing but giving back after RuntimeRaiseException",
+        context.AddFinding(raised.step, "only releases after RuntimeRaiseException",
                            "a call of " + raised.callsAfter.front());
     });
 }
 
-void RaisesOnce(Examination& examination) {
-    ForEachRaise(examination, [&](const RaiseNote& raised) {
+void RaisesOnce(CheckContext& context) {
+    ForEachRaise(context, [&](const RaiseNote& raised) {
         if (raised.raisedAgain > 0)
-            examination.Report(raised.step, "one exception", std::to_string(raised.raisedAgain + 1));
+            context.AddFinding(raised.step, "one exception", std::to_string(raised.raisedAgain + 1));
     });
 }
 
-void NoAnswerWithException(Examination& examination) {
-    Stage& stage = examination.Load();
-    const auto judge = [&](const Answer& answer, const std::string& where) {
-        if (!answer.raised) return;
-        examination.Seen();
-        if (ObjectIn(answer.value) || std::holds_alternative<host::StringReference>(answer.value)) {
-            examination.Report(where, "nil beside an exception", Words(answer.value));
+void NoResult(CheckContext& context) {
+    Stage& stage = context.Load();
+    const auto inspect = [&](const CallResult& result, const std::string& where) {
+        if (!result.raised) return;
+        context.CountSubject();
+        if (ObjectIn(result.value) || std::holds_alternative<host::StringReference>(result.value)) {
+            context.AddFinding(where, "nil, because the call raised", ValueText(result.value));
         }
     };
     for (const host::Class* isa : stage.Classes()) {
@@ -185,37 +190,38 @@ void NoAnswerWithException(Examination& examination) {
             const auto kind = method.declaration.kind;
             const bool isPlain = method.declaration.parameters.empty() || TakesNil(method);
             if (kind == host::MemberKind::kMethod && isPlain) {
-                judge(stage.Call(object, method, NilsFor(method.declaration)), MemberName(*isa, method));
+                inspect(stage.Call(object, method, NilsFor(method.declaration)), MemberName(*isa, method));
             }
-            if (kind == host::MemberKind::kProperty) judge(stage.Read(object, method), MemberName(*isa, method));
+            if (kind == host::MemberKind::kProperty) inspect(stage.Read(object, method), MemberName(*isa, method));
         }
         for (const Member& method : isa->SharedMembers()) {
             if (method.declaration.kind != host::MemberKind::kMethod) continue;
-            judge(stage.CallShared(*isa, method, NilsFor(method.declaration)), MemberName(*isa, method));
+            inspect(stage.CallShared(*isa, method, NilsFor(method.declaration)), MemberName(*isa, method));
         }
     }
-    examination.SkipUnlessSeen("no method with nil as an argument raised anything");
+    context.SkipWithoutSubjects("no method raised an exception when called with nil");
 }
 
-void NothingLeaves(Examination& examination) {
-    Stage& stage = examination.Load();
-    Use(stage);
-    Provoke(stage);
+void NothingLeaves(CheckContext& context) {
+    Stage& stage = context.Load();
+    UseEveryClass(stage);
+    ProvokeExceptions(stage);
     for (const BreachNote& breach : stage.watch.breaches) {
         if (breach.breach == Breach::kForeignException) {
-            examination.Report(breach.step, "a return to the host", breach.got);
+            context.AddFinding(breach.step, "a return to the host", breach.got);
         }
     }
 }
 
-void ServicesUsedRightly(Examination& examination) {
-    Stage& stage = examination.Load();
-    stage.messages.clear();  // what it says of records is the business of registration
-    Use(stage);
-    Provoke(stage);
-    // A second exception in one call is the business of another check.
+void ServicesUsedRightly(CheckContext& context) {
+    Stage& stage = context.Load();
+    stage.messages.clear();  // the registration checks report faulty records
+    UseEveryClass(stage);
+    ProvokeExceptions(stage);
+    // errors.raises-once reports a second exception in one call.
     for (const std::string& message : stage.messages) {
-        if (message.find(" is pending") == std::string::npos) examination.Report("", "nothing to complain of", message);
+        if (message.find(" is pending") == std::string::npos)
+            context.AddFinding("", "no report from the host", message);
     }
 }
 
@@ -223,29 +229,28 @@ void ServicesUsedRightly(Examination& examination) {
 
 std::vector<Check> ErrorChecks() {
     return {
-        {"nil-values", "nil can be written to strings and objects", "the value is used without being looked at",
+        {"nil-values", "nil can be written to strings and objects", "the value is used without a test for nil",
          NilValues},
-        {"nil-arguments", "methods can be given nil and 0", "an argument is used without being looked at",
+        {"nil-arguments", "methods accept nil and 0 as arguments", "an argument is used without a test for nil",
          NilArguments},
-        {"unconstructed", "properties of an object that no constructor has seen can be used",
-         "PluginNewInstance makes such objects; their data is zero", Unconstructed},
-        {"second-constructor", "a second constructor call that is refused leaves the object as it was",
-         "the object is reset before the refusal", SecondConstructor},
-        {"exceptions", "what is raised is a RuntimeException",
-         "an object of another class was handed to RuntimeRaiseException", Exceptions},
-        {"messages", "every exception says why", "the property Message was not set", Messages},
-        {"encodings", "a message's bytes fit the encoding it is tagged with",
-         "text of the platform's encoding tagged as ASCII", Encodings},
-        {"returns-after-raise", "after raising it returns to the host",
-         "the error path goes on as if nothing had happened", ReturnsAfterRaise},
+        {"unconstructed", "properties of an unconstructed object can be used",
+         "PluginNewInstance creates such objects; their data is zero", Unconstructed},
+        {"second-constructor", "a second constructor call that raises leaves the object unchanged",
+         "the object is reset before the exception is raised", SecondConstructor},
+        {"exceptions", "every raised object is a RuntimeException",
+         "an object of another class was passed to RuntimeRaiseException", Exceptions},
+        {"messages", "every exception has a message", "the property Message was not set", Messages},
+        {"encodings", "the bytes of a message are valid in its encoding",
+         "text in the platform's encoding is tagged as ASCII", Encodings},
+        {"returns-after-raise", "after raising, the module only releases references and returns",
+         "the error path continues after the exception was raised", ReturnsAfterRaise},
         {"raises-once", "one call raises one exception", "an inner function raises, and so does its caller",
          RaisesOnce},
-        {"no-answer", "a call that raises answers nil", "the result is made before the error is found",
-         NoAnswerWithException},
+        {"no-result", "a call that raises returns nil", "the result is created before the error is found", NoResult},
         {"nothing-leaves", "no C++ or platform exception leaves the module",
-         "a call that throws stands outside the guard", NothingLeaves},
-        {"services-used-rightly", "the host has nothing to complain of",
-         "a service is given a name or a value that the host does not know", ServicesUsedRightly},
+         "a call that throws is outside the try block", NothingLeaves},
+        {"services-used-rightly", "the host reports no misuse of its services",
+         "a name or a value that the host does not know is passed to a service", ServicesUsedRightly},
     };
 }
 

@@ -1,9 +1,10 @@
-// exercise.cpp - where values come from, and the tours.
+// exercise.cpp - makes values, and visits members.
 
 #include "host/checker/exercise.h"
 
 #include <cmath>
-#include <cstring>
+#include <iterator>
+#include <map>
 
 #include "host/runtime/describe.h"
 #include "host/runtime/errors.h"
@@ -30,7 +31,7 @@ bool IsMade(const host::Value& value, const std::string& className) {
     return object && object->isa->IsA(className);
 }
 
-// An object that a shared method makes from numbers.
+// Makes an object with a shared method that takes only numbers.
 host::Value MadeBySharedMethod(Stage& stage, const std::string& className, int which) {
     for (const host::Class* isa : stage.AllClasses()) {
         for (const host::Member& method : isa->SharedMembers()) {
@@ -40,22 +41,22 @@ host::Value MadeBySharedMethod(Stage& stage, const std::string& className, int w
             for (const host::Parameter& parameter : declaration.parameters) {
                 arguments.push_back(MakeValue(stage, parameter.type, which));
             }
-            const Answer answer = stage.CallShared(*isa, method, arguments);
-            if (answer.IsGood() && IsMade(answer.value, className)) return answer.value;
+            const CallResult result = stage.CallShared(*isa, method, arguments);
+            if (result.Succeeded() && IsMade(result.value, className)) return result.value;
         }
     }
     return {};
 }
 
-// An object that a property of a new object answers.
+// Takes an object from a property of a new object.
 host::Value MadeByProperty(Stage& stage, const std::string& className) {
     for (const host::Class* isa : stage.Classes()) {
         for (const host::Member& property : isa->Members()) {
             if (!IsProperty(property) || property.declaration.result.className != className) continue;
             const host::ObjectReference owner = stage.New(*isa);
             if (!owner) continue;
-            const Answer answer = stage.Read(owner, property);
-            if (answer.IsGood() && IsMade(answer.value, className)) return answer.value;
+            const CallResult result = stage.Read(owner, property);
+            if (result.Succeeded() && IsMade(result.value, className)) return result.value;
         }
     }
     return {};
@@ -67,14 +68,14 @@ host::Value MadeByConstructor(Stage& stage, const std::string& className) {
         host::ObjectReference object = stage.New(stage.host.Classes().Linked(className));
         if (object) return object;
     } catch (const host::HostError&) {
-        // A superclass is missing: there is no such object.
+        // A superclass is missing, so the class cannot have objects.
     }
     return {};
 }
 
 host::Value MakeObject(Stage& stage, const std::string& className, int which) {
     if (className == "MemoryBlock") return MakeBlock(16, static_cast<unsigned char>(which));
-    // Which of the ways works is the same for every object of a class.
+    // The first way that works for a class works for all its objects.
     using Way = host::Value (*)(Stage&, const std::string&, int);
     constexpr Way kWays[] = {
         MadeBySharedMethod,
@@ -142,13 +143,13 @@ bool Same(const host::Value& one, const host::Value& other) {
     return one == other;
 }
 
-std::string Words(const host::Value& value) {
+std::string ValueText(const host::Value& value) {
     const host::ObjectReference object = ObjectIn(value);
     if (!object || !object->isa->IsA("MemoryBlock")) return host::Describe(value);
     return "a MemoryBlock of " + std::to_string(BytesOf(value).size()) + " bytes";
 }
 
-void Use(Stage& stage) {
+void UseEveryClass(Stage& stage) {
     for (const host::Class* isa : stage.Classes()) {
         {
             const host::ObjectReference object = stage.New(*isa);
@@ -166,7 +167,7 @@ void Use(Stage& stage) {
     }
 }
 
-void Provoke(Stage& stage) {
+void ProvokeExceptions(Stage& stage) {
     for (const host::Class* isa : stage.Classes()) {
         {
             const host::ObjectReference object = stage.New(*isa);

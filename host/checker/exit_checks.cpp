@@ -1,4 +1,8 @@
-// exit_checks.cpp - a module is never unloaded: the process ends with it inside, and with whatever objects there are.
+// exit_checks.cpp - the end of the process. Modules are never unloaded, so they and their objects are still there.
+
+#include <chrono>
+#include <string>
+#include <vector>
 
 #include "host/checker/check.h"
 #include "host/checker/child.h"
@@ -10,62 +14,65 @@ namespace {
 
 using host::ObjectReference;
 
-constexpr const char* kEnding = "ending the process";
+constexpr const char* kEnding = "exiting";
 
-// Ends a process as programs end, after some work with the module in it.
+// Works with the module in a child process that then exits like a program, with destructors and exit handlers.
 template <typename Work>
-Outcome EndAfter(const Examination& examination, Work work) {
+ChildResult EndAfter(const CheckContext& context, Work work) {
     const auto all = [&] {
-        static Stage* stage = new Stage(examination.TheSubject());  // never taken down, as stage.h says
+        static Stage* stage = new Stage(context.Module());  // never destroyed, see stage.h
         work(*stage);
         stage->watch.BeginStep(kEnding);
         stage->watch.isOver = true;
         return std::string("done");
     };
-    return RunInChild(all, std::chrono::duration<double>(examination.TimeLimit()), Ending::kAsPrograms);
+    return RunInChild(all, std::chrono::duration<double>(context.TimeLimit()), ChildExit::kNormal);
 }
 
 template <typename Work>
-void EndsWell(Examination& examination, Work work) {
-    const Outcome outcome = EndAfter(examination, work);
-    if (!outcome.EndedWell()) examination.Report("", "a process that ends with status 0", EndingText(outcome));
+void ExitsNormally(CheckContext& context, Work work) {
+    const ChildResult child = EndAfter(context, work);
+    if (!child.Succeeded()) context.AddFinding("", "a process that exits with status 0", FailureText(child));
 }
 
 void UseAll(Stage& stage) {
-    Use(stage);
-    Provoke(stage);
+    UseEveryClass(stage);
+    ProvokeExceptions(stage);
 }
 
-void AfterLoad(Examination& examination) {
-    EndsWell(examination, [](Stage&) {});
+void AfterLoad(CheckContext& context) {
+    ExitsNormally(context, [](Stage&) {});
 }
 
-void AfterUse(Examination& examination) { EndsWell(examination, UseAll); }
+void AfterUse(CheckContext& context) { ExitsNormally(context, UseAll); }
 
-void WithObjects(Examination& examination) {
-    EndsWell(examination, [](Stage& stage) {
+void WithObjects(CheckContext& context) {
+    ExitsNormally(context, [](Stage& stage) {
         static std::vector<ObjectReference> objects;
         for (const host::Class* isa : stage.Classes()) objects.push_back(stage.New(*isa));
-        for (ObjectReference& object : objects) static_cast<void>(object.Leak());  // as in a program that does not tidy up
+        for (ObjectReference& object : objects) {
+            static_cast<void>(object.Leak());  // as in a program that does not clean up
+        }
     });
 }
 
-void CallsNothing(Examination& examination) {
-    const Outcome outcome = EndAfter(examination, UseAll);
-    if (outcome.EndedWell() && outcome.step != kEnding) examination.Report("", "no call of the host", outcome.step);
+void CallsNothing(CheckContext& context) {
+    const ChildResult child = EndAfter(context, UseAll);
+    if (child.Succeeded() && child.step != kEnding) context.AddFinding("", "no call to the host", child.step);
 }
 
 }  // namespace
 
 std::vector<Check> ExitChecks() {
     return {
-        {"after-load", "a process that has only loaded it can end",
-         "a destructor takes for granted that something was used", AfterLoad},
-        {"after-use", "a process that has used it can end", "a destructor tidies up what has gone already", AfterUse},
-        {"with-objects", "a process can end while there are objects",
-         "a destructor ends objects that the host still has", WithObjects},
-        {"calls-nothing", "it does not call the host while the process ends",
-         "a destructor gives back references; the host is gone", CallsNothing},
+        {"after-load", "a process that only loaded the module exits normally",
+         "a destructor relies on something that only use creates", AfterLoad},
+        {"after-use", "a process that used the module exits normally", "a destructor releases what is already gone",
+         AfterUse},
+        {"with-objects", "a process exits normally while objects exist",
+         "a destructor destroys objects that the host still holds", WithObjects},
+        {"calls-nothing", "the module does not call the host while the process exits",
+         "a destructor releases references; the host is gone by then", CallsNothing},
     };
 }
 

@@ -1,6 +1,8 @@
-// fault_checks.cpp - hosts that lack a service, or whose services fail: a module does without, and lives on.
+// fault_checks.cpp - hosts that lack a service, or whose services fail. A module must survive both.
 
-#include <algorithm>
+#include <map>
+#include <string>
+#include <string_view>
 
 #include "host/checker/check.h"
 #include "host/checker/exercise.h"
@@ -10,72 +12,73 @@ namespace checker {
 
 namespace {
 
-// The one service that every host has.
+// Every host has this service.
 constexpr std::string_view kAlwaysThere = "RegisterPluginVersion";
 
-// Judged by the negotiation.
+// The negotiation checks cover this service.
 constexpr std::string_view kVersionGetter = "ZEVAGetZVVersion";
 
-// The services whose answer says that they failed.
+// The services whose result can say that they failed.
 constexpr std::string_view kFailing[] = {
     "ZEVABuildString", "PluginGetStringData", "PluginNewInstance", "newMemoryBlock", "memoryBlockGetPtr",
 };
 
-// Loads and uses the module while a service misbehaves. Coming through is all that is asked.
-void ComesThrough(Examination& examination, const std::string& service, const ServiceFault& fault) {
-    Stage& stage = examination.Load({.faults = {{service, fault}}});
-    Use(stage);
-    Provoke(stage);
-    if (stage.watch.lookups.contains(service)) examination.Seen();
-    examination.SkipUnlessSeen("it never asks for " + service);
+// Loads and uses the module while a service is missing or fails. The check has no findings; it passes unless the module
+// crashes.
+void SurvivesFault(CheckContext& context, const std::string& service, const ServiceFault& fault) {
+    Stage& stage = context.Load({.faults = {{service, fault}}});
+    UseEveryClass(stage);
+    ProvokeExceptions(stage);
+    if (stage.watch.lookups.contains(service)) context.CountSubject();
+    context.SkipWithoutSubjects("the module never looks up " + service);
 }
 
-void Late(Examination& examination) {
-    Stage& stage = examination.Load();
+void LateServices(CheckContext& context) {
+    Stage& stage = context.Load();
     std::map<std::string, ServiceFault> allMissing;
     for (const host::Service& service : host::Services()) {
         if (service.name != kAlwaysThere) allMissing[service.name] = {.isMissing = true};
     }
     stage.watch.SetFaults(allMissing);
-    Use(stage);
-    Provoke(stage);
+    UseEveryClass(stage);
+    ProvokeExceptions(stage);
     stage.watch.SetFaults({});
-    Use(stage);
-    Provoke(stage);
+    UseEveryClass(stage);
+    ProvokeExceptions(stage);
     for (const auto& [name, lookups] : stage.watch.lookups) {
         if (lookups.missed == 0 || !allMissing.contains(name)) continue;
-        examination.Seen();
+        context.CountSubject();
         if (lookups.askedAfterFaults == 0)
-            examination.Report(name, "it to be looked up again once the host has it", "no lookup");
+            context.AddFinding(name, "another lookup once the host has the service", "no lookup");
     }
-    examination.SkipUnlessSeen("it looks up every service while it is loaded");
+    context.SkipWithoutSubjects("the module looks up every service while it is loaded");
 }
 
-void LookedUpOnce(Examination& examination) {
-    Stage& stage = examination.Load();
-    Use(stage);
-    Provoke(stage);
+void LookedUpOnce(CheckContext& context) {
+    Stage& stage = context.Load();
+    UseEveryClass(stage);
+    ProvokeExceptions(stage);
     for (const auto& [name, lookups] : stage.watch.lookups) {
-        examination.Seen();
+        context.CountSubject();
         if (lookups.askedAfterFound == 0) continue;
-        examination.Report(name, "one lookup", std::to_string(lookups.askedAfterFound) + " more after it was found");
+        context.AddFinding(name, "one lookup", std::to_string(lookups.askedAfterFound) + " more after it was found");
     }
-    examination.SkipUnlessSeen("it looks up no service");
+    context.SkipWithoutSubjects("the module looks up no service");
 }
 
-// Which calls raise a RuntimeException when the host has no other exception class, of those that raise at all.
-void FallbackException(Examination& examination) {
-    Stage& stage = examination.Load();
+// Compares the number of exceptions with and without the other exception classes of the host.
+void FallbackException(CheckContext& context) {
+    Stage& stage = context.Load();
     stage.watch.raised.clear();
-    Provoke(stage);
+    ProvokeExceptions(stage);
     const std::size_t usually = stage.watch.raised.size();
-    if (usually == 0) throw Skipped{"nothing made it raise anything"};
+    if (usually == 0) throw SkipCheck{"neither a second constructor call nor nil as an argument raised an exception"};
     stage.watch.lacksExceptionClasses = true;
     stage.watch.raised.clear();
-    Provoke(stage);
+    ProvokeExceptions(stage);
     const std::size_t now = stage.watch.raised.size();
     if (now == usually) return;
-    examination.Report("", std::to_string(usually) + " exceptions, as RuntimeException", std::to_string(now));
+    context.AddFinding("", std::to_string(usually) + " exceptions of class RuntimeException", std::to_string(now));
 }
 
 }  // namespace
@@ -85,22 +88,23 @@ std::vector<Check> FaultChecks() {
     for (const host::Service& service : host::Services()) {
         const std::string name = service.name;
         if (name == kAlwaysThere || name == kVersionGetter) continue;
-        checks.push_back({"without-" + name, "it lives in a host without " + name,
-                          "the service is called without looking whether it was found",
-                          [name](Examination& at) { ComesThrough(at, name, {.isMissing = true}); }});
+        checks.push_back({"without-" + name, "the module survives a host without " + name,
+                          "the service is called without a test whether it was found",
+                          [name](CheckContext& context) { SurvivesFault(context, name, {.isMissing = true}); }});
     }
     for (const std::string_view service : kFailing) {
         const std::string name(service);
-        checks.push_back({"failing-" + name, "it lives when " + name + " fails",
-                          "the answer is used without being looked at",
-                          [name](Examination& at) { ComesThrough(at, name, {.fails = true}); }});
+        checks.push_back({"failing-" + name, "the module survives failures of " + name,
+                          "the result is used without a test",
+                          [name](CheckContext& context) { SurvivesFault(context, name, {.fails = true}); }});
     }
-    checks.push_back(
-        {"late-services", "a service that was missing is looked up again", "the failed lookup is kept", Late});
-    checks.push_back({"looked-up-once", "a service that was found is not looked up again", "the address is not kept",
-                      LookedUpOnce, Weight::kWarning});
-    checks.push_back({"fallback-exception", "without its own exception class it raises a RuntimeException",
-                      "the error is lost when PluginNewInstance answers null", FallbackException});
+    checks.push_back({"late-services", "a service that was missing is looked up again",
+                      "the module remembers the failed lookup", LateServices});
+    checks.push_back({"looked-up-once", "a service that was found is not looked up again",
+                      "the module does not keep the address", LookedUpOnce, Severity::kWarning});
+    checks.push_back({"fallback-exception",
+                      "the module raises a RuntimeException when its own exception class is missing",
+                      "the error is lost when PluginNewInstance returns null", FallbackException});
     return checks;
 }
 

@@ -1,10 +1,11 @@
-// ledger.h - which references the modules hold, handle by handle.
+// ledger.h - counts the references that the modules hold, for each object or string handle.
 //
-// Every object and string is written down here with one reference of the ledger's own, so that
-// a module that gives back too much ends nothing. Settle ends whatever only the ledger still refers to; that happens
-// between calls, so objects end when a program would end them.
+// The ledger holds one reference of its own to every handle that it knows, so a module that gives back too many
+// references destroys nothing. A handle is abandoned when only the ledger still refers to it. Watch::Settle ends the
+// abandoned handles between calls, so objects end when they would end in a program.
 //
-// Lifetime: as long as the process. Threads: the host's thread.
+// Lifetime: as long as the process.
+// Threads:  the host's thread.
 
 #pragma once
 
@@ -18,38 +19,40 @@ namespace checker {
 template <typename Handle>
 class Ledger {
   public:
-    // Writes down a new handle, to which no module holds a reference yet.
+    // Adds a new handle, to which the modules hold no reference yet.
     void Note(Handle* handle) {
         host::Lock(handle);
         held_[handle] = 0;
     }
 
-    bool Knows(Handle* handle) const { return held_.contains(handle); }
+    [[nodiscard]] bool Knows(Handle* handle) const { return held_.contains(handle); }
 
-    // How many references the modules hold to it.
-    int HeldTo(Handle* handle) const {
+    // Returns how many references the modules hold to one handle.
+    [[nodiscard]] int HeldTo(Handle* handle) const {
         const auto found = held_.find(handle);
         return found != held_.end() ? found->second : 0;
     }
 
-    // A module has taken one reference, or given one up; false when it has none to give.
+    // Counts a reference that a module takes.
     void Take(Handle* handle) { ++held_[handle]; }
-    bool GiveUp(Handle* handle) {
+
+    // Counts a reference that a module gives up. Returns false when the modules hold none.
+    [[nodiscard]] bool GiveUp(Handle* handle) {
         int& held = held_[handle];
         if (held == 0) return false;
         --held;
         return true;
     }
 
-    // How many references the modules hold altogether.
-    int Held() const {
+    // Returns how many references the modules hold to all handles together.
+    [[nodiscard]] int Held() const {
         int sum = 0;
         for (const auto& [handle, held] : held_) sum += held;
         return sum;
     }
 
-    // What nobody else refers to.
-    std::vector<Handle*> Abandoned() const {
+    // Returns the handles to which only the ledger refers.
+    [[nodiscard]] std::vector<Handle*> Abandoned() const {
         std::vector<Handle*> abandoned;
         for (const auto& [handle, held] : held_) {
             if (handle->references == 1) abandoned.push_back(handle);

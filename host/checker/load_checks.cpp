@@ -1,17 +1,21 @@
-// load_checks.cpp - what happens when a module is loaded, before any of its classes is used.
+// load_checks.cpp - the loading of a module, before any of its classes is used.
 
 #include <dlfcn.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <clocale>
 #include <csignal>
+#include <cstdio>
 #include <filesystem>
+#include <string>
+#include <vector>
 
 #include "host/checker/check.h"
 #include "host/checker/child.h"
-#include "host/runtime/errors.h"
 #include "host/macho/load_object.h"
+#include "host/runtime/errors.h"
 #include "host/runtime/services.h"
 #include "host/runtime/suggestion.h"
 
@@ -19,68 +23,69 @@ namespace checker {
 
 namespace {
 
-void File(Examination& examination) {
-    const std::filesystem::path& module = examination.TheSubject().module;
+void File(CheckContext& context) {
+    const std::filesystem::path& module = context.Module().path;
     NoteStep("opening " + module.string());
-    if (!std::filesystem::exists(module)) return examination.Report("", "a file", "no file " + module.string());
+    if (!std::filesystem::exists(module)) return context.AddFinding("", "a file", "no file " + module.string());
     try {
         if (host::macho::IsMachO(module)) {
             host::macho::LoadObject(module);
         } else if (dlopen(std::filesystem::absolute(module).c_str(), RTLD_NOW | RTLD_LOCAL) == nullptr) {
-            examination.Report("", "a library whose symbols are all found", dlerror());
+            context.AddFinding("", "a library whose symbols can all be resolved", dlerror());
         }
     } catch (const host::macho::ObjectError& error) {
-        examination.Report("", "object code that can be loaded", error.what());
+        context.AddFinding("", "object code that can be loaded", error.what());
     }
 }
 
-void EntryPoint(Examination& examination) {
+void EntryPoint(CheckContext& context) {
     NoteStep("looking for ZEVAPluginMain");
     try {
-        host::LoadEntryPoint(examination.TheSubject().module);
+        host::LoadEntryPoint(context.Module().path);
     } catch (const host::HostError& error) {
-        examination.Report("", "the exported function ZEVAPluginMain", error.Problem());
+        context.AddFinding("", "the exported function ZEVAPluginMain", error.Problem());
     }
 }
 
-void Returns(Examination& examination) { examination.Load(); }
+void Returns(CheckContext& context) { context.Load(); }
 
-void RaisesNothing(Examination& examination) {
-    for (const RaiseNote& raised : examination.Load().watch.raised) {
-        examination.Report("", "no exception while it is loaded", "a " + raised.className);
+void RaisesNothing(CheckContext& context) {
+    for (const RaiseNote& raised : context.Load().watch.raised) {
+        context.AddFinding("", "no exception", "a " + raised.className);
     }
 }
 
-void KnownServices(Examination& examination) {
+void KnownServices(CheckContext& context) {
     std::vector<std::string> known;
     for (const host::Service& service : host::Services()) known.emplace_back(service.name);
-    for (const auto& [name, lookups] : examination.Load().watch.lookups) {
+    for (const auto& [name, lookups] : context.Load().watch.lookups) {
         if (host::ResolveService(name.c_str()) != nullptr) continue;
-        examination.Report("", "names of services", "\"" + name + "\"" + host::Suggestion(name, known));
+        context.AddFinding("", "the name of a service", "\"" + name + "\"" + host::Suggestion(name, known));
     }
 }
 
-void NamedServices(Examination& examination) {
-    const int nameless = examination.Load().watch.namelessLookups;
+void NamedServices(CheckContext& context) {
+    const int nameless = context.Load().watch.namelessLookups;
     if (nameless > 0)
-        examination.Report("", "a name in every lookup", std::to_string(nameless) + " null or empty ones");
+        context.AddFinding("", "a name in every lookup", std::to_string(nameless) + " null or empty names");
 }
 
-void HostThread(Examination& examination) {
-    Stage& stage = examination.Load();
-    usleep(20'000);  // a thread that was started now has come so far
+void HostThread(CheckContext& context) {
+    Stage& stage = context.Load();
+    usleep(20'000);  // gives a thread that was started during loading the time to call
     const char* service = stage.watch.calledByOtherThread;
     if (service != nullptr) {
-        examination.Report("", "all calls on the host's thread", std::string("a call of ") + service + " on another");
+        context.AddFinding("", "all calls on the host's thread",
+                           std::string("a call of ") + service + " on another thread");
     }
 }
 
-// What of the process belongs to the program alone.
+// The state of the process that only the program may change.
 struct ProcessState {
     std::string folder = std::filesystem::current_path().string();
     std::string locale = std::setlocale(LC_ALL, nullptr);
     mode_t mask = 0;
-    std::vector<void (*)(int)> handlers;  // of what ends programs; the platform's libraries have ones for the rest
+    std::vector<void (*)(int)> handlers;  // of signals that end programs; the platform's libraries handle the others
 
     ProcessState() {
         mask = umask(0);
@@ -93,35 +98,35 @@ struct ProcessState {
     }
 };
 
-void ProcessStays(Examination& examination) {
+void ProcessStays(CheckContext& context) {
     const ProcessState before;
-    examination.Load();
+    context.Load();
     const ProcessState after;
     if (after.folder != before.folder) {
-        examination.Report("", "the working folder " + before.folder, after.folder);
+        context.AddFinding("", "the working directory " + before.folder, after.folder);
     }
-    if (after.locale != before.locale) examination.Report("", "the locale " + before.locale, after.locale);
-    if (after.mask != before.mask) examination.Report("", "the same file creation mask", "another");
-    if (after.handlers != before.handlers) examination.Report("", "the same signal handlers", "others");
+    if (after.locale != before.locale) context.AddFinding("", "the locale " + before.locale, after.locale);
+    if (after.mask != before.mask) context.AddFinding("", "the file creation mask unchanged", "another mask");
+    if (after.handlers != before.handlers) context.AddFinding("", "the signal handlers unchanged", "other handlers");
 }
 
-void Quiet(Examination& examination) {
-    examination.Load();
+void Quiet(CheckContext& context) {
+    context.Load();
     std::fflush(nullptr);
     const off_t printed = lseek(STDOUT_FILENO, 0, SEEK_CUR);
-    if (printed > 0) examination.Report("", "nothing printed", std::to_string(printed) + " bytes");
+    if (printed > 0) context.AddFinding("", "no output", std::to_string(printed) + " bytes");
 }
 
-void AnyOrder(Examination& examination) {
-    if (examination.TheSubject().siblings.empty()) throw Skipped{"the module was given no sibling (--with)"};
+void AnyOrder(CheckContext& context) {
+    if (context.Module().siblings.empty()) throw SkipCheck{"the module is loaded without siblings (--with)"};
     const std::string siblingsFirst =
-        RunInChild([&] { return std::to_string(Stage(examination.TheSubject()).module->classes.size()); },
-                   std::chrono::duration<double>(examination.TimeLimit()))
-            .answer;
-    Stage& stage = examination.Load({.siblingsComeFirst = false});
+        RunInChild([&] { return std::to_string(Stage(context.Module()).module->classes.size()); },
+                   std::chrono::duration<double>(context.TimeLimit()))
+            .text;
+    Stage& stage = context.Load({.siblingsComeFirst = false});
     const std::string count = std::to_string(stage.module->classes.size());
     if (count != siblingsFirst) {
-        examination.Report("", siblingsFirst + " classes, as when its siblings come first", count);
+        context.AddFinding("", siblingsFirst + " classes, as when the siblings are loaded first", count);
     }
 }
 
@@ -130,24 +135,25 @@ void AnyOrder(Examination& examination) {
 std::vector<Check> LoadChecks() {
     return {
         {"file", "the file can be loaded",
-         "a library is missing, it is made for another machine, or a static constructor fails", File, Weight::kBasis},
-        {"entry-point", "it exports ZEVAPluginMain", "the function is not exported, or not with C linkage", EntryPoint,
-         Weight::kBasis},
-        {"returns", "its entry point returns", "the entry point relies on a service or a class without looking",
-         Returns, Weight::kBasis},
-        {"raises-nothing", "it raises nothing while it is loaded",
-         "an error at load has nobody to take it; stay silent", RaisesNothing},
-        {"known-services", "every name that it looks up is a service of this host",
-         "a misspelt name, or a service that only other hosts have", KnownServices, Weight::kWarning},
-        {"named-services", "it never looks up a null or empty name", "a table of names with a gap or without its end",
-         NamedServices},
-        {"host-thread", "it calls the host on the host's thread only", "work was moved to a thread that calls back",
-         HostThread},
-        {"process-stays", "working folder, locale, file mask and signal handlers stay as they were",
-         "a library that the module starts changes them", ProcessStays},
-        {"quiet", "it prints nothing while it is loaded", "a message of the days of its making", Quiet,
-         Weight::kWarning},
-        {"any-order", "it registers the same classes when its siblings come after it",
+         "a library is missing, the file is for another machine, or a static constructor fails", File,
+         Severity::kPrerequisite},
+        {"entry-point", "the module exports ZEVAPluginMain", "the function is not exported, or not with C linkage",
+         EntryPoint, Severity::kPrerequisite},
+        {"returns", "ZEVAPluginMain returns",
+         "the entry point uses a service or a class without a test whether it exists", Returns,
+         Severity::kPrerequisite},
+        {"raises-nothing", "loading raises no exception",
+         "nobody can catch an exception during loading; ignore the error instead", RaisesNothing},
+        {"known-services", "the module looks up only services that this host has",
+         "a misspelled name, or a service of other hosts", KnownServices, Severity::kWarning},
+        {"named-services", "no lookup has a null or empty name",
+         "the table of names has a gap, or its end is not recognized", NamedServices},
+        {"host-thread", "the module calls the host on the host's thread only",
+         "another thread of the module calls the host", HostThread},
+        {"process-stays", "loading leaves working directory, locale, file mask and signal handlers unchanged",
+         "a library that the module initializes changes them", ProcessStays},
+        {"quiet", "loading prints nothing", "a debugging message was left in the module", Quiet, Severity::kWarning},
+        {"any-order", "the same classes are registered when the siblings are loaded later",
          "registration depends on a sibling's class", AnyOrder},
     };
 }

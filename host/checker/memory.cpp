@@ -1,4 +1,4 @@
-// memory.cpp - the system reads for us: a call that is given a bad address says so instead of crashing.
+// memory.cpp - lets the system read: pwrite fails on an invalid address, where an access of our own would crash.
 
 #include "host/checker/memory.h"
 
@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <fstream>
 
@@ -13,7 +14,7 @@ namespace checker {
 
 namespace {
 
-// How long a name or a declaration can be.
+// The limit for names and declarations; longer texts have probably lost their zero.
 constexpr std::size_t kLongestText = 4096;
 
 }  // namespace
@@ -25,7 +26,7 @@ bool ReadMemory(const void* address, void* to, std::size_t size) {
 }
 
 std::optional<std::string> ReadText(const char* address) {
-    // By pieces that end where pages may end, so that nothing beyond the zero is needed.
+    // The pieces end at multiples of 64, so no piece reaches into a page beyond the one that holds the zero.
     constexpr std::uintptr_t kPiece = 64;
     std::string text;
     while (address != nullptr && text.size() < kLongestText) {

@@ -1,27 +1,31 @@
-// memory.h - reading memory that may not be there: what a module's pointers point to.
+// memory.h - reads through pointers of a module that may be invalid.
+//
+// Failure: an address that cannot be read gives false or nothing; it never crashes.
+// Threads: the host's thread.
 
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 
 namespace checker {
 
-// Copies size bytes from an address; false when not all of them can be read.
-bool ReadMemory(const void* address, void* to, std::size_t size);
+// Copies `size` bytes from an address. Returns false when any of them cannot be read.
+[[nodiscard]] bool ReadMemory(const void* address, void* to, std::size_t size);
 
-// A structure at an address; none when it cannot be read.
+// Returns the structure at an address, or nothing when it cannot be read.
 template <typename Structure>
-std::optional<Structure> ReadAt(const void* address) {
+[[nodiscard]] std::optional<Structure> ReadAt(const void* address) {
     Structure structure;
     if (!ReadMemory(address, &structure, sizeof structure)) return std::nullopt;
     return structure;
 }
 
-// The text at an address, up to its zero; none when it cannot be read or is longer than any sensible text.
-std::optional<std::string> ReadText(const char* address);
+// Returns the zero-terminated text at an address, or nothing when it cannot be read or is longer than about 4 KB.
+[[nodiscard]] std::optional<std::string> ReadText(const char* address);
 
-// Whether an address lies in memory that can be run.
-bool IsCode(const void* address);
+// Whether an address lies in executable memory.
+[[nodiscard]] bool IsCode(const void* address);
 
 }  // namespace checker

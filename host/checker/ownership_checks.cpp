@@ -1,8 +1,13 @@
-// ownership_checks.cpp - references: who holds how many, and what is left when all is done.
+// ownership_checks.cpp - references and memory: what a module holds after its objects are gone.
 //
-// What a module holds after one round it may keep for later; what it holds more of after each further round is lost.
+// A module may keep references after the first round of calls, for example in a cache. References that grow with every
+// further round are leaks.
 
 #include <malloc.h>
+
+#include <cstddef>
+#include <string>
+#include <vector>
 
 #include "host/checker/check.h"
 #include "host/checker/exercise.h"
@@ -18,9 +23,9 @@ using host::Value;
 
 constexpr int kRounds = 3;
 
-// How many references a number of rounds leave behind, after a first one.
+// Returns how many more references the module holds after kRounds rounds than after a first one.
 template <typename Round>
-int LeftBehind(Stage& stage, Round round) {
+int LeakedReferences(Stage& stage, Round round) {
     round();
     stage.watch.Settle();
     const int before = stage.watch.HeldReferences();
@@ -31,70 +36,70 @@ int LeftBehind(Stage& stage, Round round) {
     return stage.watch.HeldReferences() - before;
 }
 
-// Reports when every round leaves a reference behind.
-void LeavesNothing(Examination& examination, const std::string& where, int left) {
-    if (left < kRounds) return;
-    examination.Report(where, "no reference left behind",
-                       std::to_string(left) + " after " + std::to_string(kRounds) + " rounds");
+// Adds a finding when every round leaks a reference.
+void ExpectNoLeak(CheckContext& context, const std::string& where, int leaked) {
+    if (leaked < kRounds) return;
+    context.AddFinding(where, "no leaked references",
+                       std::to_string(leaked) + " after " + std::to_string(kRounds) + " rounds");
 }
 
-void Construction(Examination& examination) {
-    Stage& stage = examination.Load();
+void Construction(CheckContext& context) {
+    Stage& stage = context.Load();
     for (const host::Class* isa : stage.Classes()) {
-        examination.Seen();
-        LeavesNothing(examination, isa->Name(), LeftBehind(stage, [&] { stage.New(*isa); }));
+        context.CountSubject();
+        ExpectNoLeak(context, isa->Name(), LeakedReferences(stage, [&] { stage.New(*isa); }));
     }
-    examination.SkipUnlessSeen("no class can have objects");
+    context.SkipWithoutSubjects("no class can have objects");
 }
 
-void Reads(Examination& examination) {
-    Stage& stage = examination.Load();
+void Reads(CheckContext& context) {
+    Stage& stage = context.Load();
     for (const host::Class* isa : stage.Classes()) {
         const ObjectReference object = stage.New(*isa);
         for (const Member& property : isa->Members()) {
             if (!object || !IsProperty(property)) continue;
-            examination.Seen();
-            LeavesNothing(examination, MemberName(*isa, property),
-                          LeftBehind(stage, [&] { stage.Read(object, property); }));
+            context.CountSubject();
+            ExpectNoLeak(context, MemberName(*isa, property),
+                         LeakedReferences(stage, [&] { stage.Read(object, property); }));
         }
     }
-    examination.SkipUnlessSeen("no class has a property");
+    context.SkipWithoutSubjects("no class has a property");
 }
 
-void Writes(Examination& examination) {
-    Stage& stage = examination.Load();
+void Writes(CheckContext& context) {
+    Stage& stage = context.Load();
     for (const host::Class* isa : stage.Classes()) {
         const ObjectReference object = stage.New(*isa);
         for (const Member& property : isa->Members()) {
             if (!object || !IsWritable(property)) continue;
-            examination.Seen();
+            context.CountSubject();
             const auto write = [&] { stage.Write(object, property, MakeValue(stage, property.declaration.result)); };
-            LeavesNothing(examination, MemberName(*isa, property), LeftBehind(stage, write));
+            ExpectNoLeak(context, MemberName(*isa, property), LeakedReferences(stage, write));
         }
     }
-    examination.SkipUnlessSeen("no class has a writable property");
+    context.SkipWithoutSubjects("no class has a writable property");
 }
 
-void Endings(Examination& examination) {
-    Stage& stage = examination.Load();
+void Endings(CheckContext& context) {
+    Stage& stage = context.Load();
     for (const host::Class* isa : stage.Classes()) {
-        const int left = LeftBehind(stage, [&] { stage.New(*isa); });  // the business of another check
+        const int leakedByCreation = LeakedReferences(stage, [&] { stage.New(*isa); });  // ownership.construction
         for (const Member& property : isa->Members()) {
             const TypeKind kind = property.declaration.result.kind;
             if (!IsWritable(property) || (kind != TypeKind::kObject && kind != TypeKind::kString)) continue;
-            examination.Seen();
+            context.CountSubject();
             const auto writeAndEnd = [&] {
                 const ObjectReference object = stage.New(*isa);
                 if (object) stage.Write(object, property, MakeValue(stage, property.declaration.result));
             };
-            LeavesNothing(examination, MemberName(*isa, property), LeftBehind(stage, writeAndEnd) - left);
+            ExpectNoLeak(context, MemberName(*isa, property), LeakedReferences(stage, writeAndEnd) - leakedByCreation);
         }
     }
-    examination.SkipUnlessSeen("no class has a writable property of a string or an object");
+    context.SkipWithoutSubjects("no class has a writable property of type string or object");
 }
 
-void Exceptions(Examination& examination) {
-    Stage& stage = examination.Load();
+void Exceptions(CheckContext& context) {
+    Stage& stage = context.Load();
     for (const host::Class* isa : stage.Classes()) {
         const ObjectReference object = stage.New(*isa);
         if (!object) continue;
@@ -103,42 +108,43 @@ void Exceptions(Examination& examination) {
             CallMethodsWithNil(stage, object);
             CallSharedMethodsWithNil(stage, *isa);
         };
-        LeavesNothing(examination, isa->Name(), LeftBehind(stage, provoke));
+        ExpectNoLeak(context, isa->Name(), LeakedReferences(stage, provoke));
     }
-    if (!stage.watch.raised.empty()) examination.Seen();
-    examination.SkipUnlessSeen("nothing made it raise anything");
+    if (!stage.watch.raised.empty()) context.CountSubject();
+    context.SkipWithoutSubjects("neither a second constructor call nor nil as an argument raised an exception");
 }
 
-// Reports every breach of one kind that a tour of everything brings about.
-void NoBreach(Examination& examination, Breach kind, const char* expected) {
-    Stage& stage = examination.Load();
-    Use(stage);
-    Provoke(stage);
+// Uses and misuses every class. Adds a finding for every breach of one kind.
+void NoBreach(CheckContext& context, Breach kind, const char* expected) {
+    Stage& stage = context.Load();
+    UseEveryClass(stage);
+    ProvokeExceptions(stage);
     for (const BreachNote& breach : stage.watch.breaches) {
-        if (breach.breach == kind) examination.Report(breach.step, expected, breach.got);
+        if (breach.breach == kind) context.AddFinding(breach.step, expected, breach.got);
     }
 }
 
-void StringBytes(Examination& examination) {
-    Stage& stage = examination.Load();
-    Use(stage);
-    Provoke(stage);
-    if (stage.watch.calls["PluginGetStringData"] > 0) examination.Seen();
+void StringBytes(CheckContext& context) {
+    Stage& stage = context.Load();
+    UseEveryClass(stage);
+    ProvokeExceptions(stage);
+    if (stage.watch.calls["PluginGetStringData"] > 0) context.CountSubject();
     if (stage.watch.LentStrings() > 0) {
-        examination.Report("", "all bytes of strings given back", std::to_string(stage.watch.LentStrings()) + " kept");
+        context.AddFinding("", "all string bytes returned",
+                           std::to_string(stage.watch.LentStrings()) + " not returned");
     }
     for (const BreachNote& breach : stage.watch.breaches) {
-        if (breach.breach == Breach::kStringNotLent)
-            examination.Report(breach.step, "bytes given back once", breach.got);
+        if (breach.breach == Breach::kStringNotLent) context.AddFinding(breach.step, "bytes returned once", breach.got);
     }
-    examination.SkipUnlessSeen("it never asked for the bytes of a string");
+    context.SkipWithoutSubjects("the module never called PluginGetStringData");
 }
 
-// How many bytes of the process's memory are in use.
+// Returns how many bytes malloc has handed out.
 std::size_t UsedMemory() { return mallinfo2().uordblks; }
 
-// Makes objects of a class, uses what of it is plain, and drops them; answers by how many bytes memory has grown.
-std::ptrdiff_t GrowthByMaking(Stage& stage, const host::Class& isa, int count) {
+// Creates objects of a class, reads and writes their properties that are not objects, and drops them. Returns by how
+// many bytes the memory in use has grown.
+std::ptrdiff_t GrowthByObjects(Stage& stage, const host::Class& isa, int count) {
     const std::size_t before = UsedMemory();
     for (int i = 0; i < count; ++i) {
         const ObjectReference object = stage.New(isa);
@@ -155,72 +161,72 @@ std::ptrdiff_t GrowthByMaking(Stage& stage, const host::Class& isa, int count) {
     return static_cast<std::ptrdiff_t>(UsedMemory() - before);
 }
 
-void MemoryFlat(Examination& examination) {
+void MemoryFlat(CheckContext& context) {
     constexpr int kObjects = 100;
     constexpr int kTimes = 4;
-    constexpr std::ptrdiff_t kHalfOfSmallestBlock = 8;  // half, as something else may have shrunk meanwhile
-    Stage& stage = examination.Load();
+    constexpr std::ptrdiff_t kHalfOfSmallestBlock = 8;  // half, because other memory may have shrunk meanwhile
+    Stage& stage = context.Load();
     for (const host::Class* isa : stage.Classes()) {
-        examination.Seen();
-        GrowthByMaking(stage, *isa, kObjects);
+        context.CountSubject();
+        GrowthByObjects(stage, *isa, kObjects);
         const int held = stage.watch.HeldReferences();
-        // A library may grow for itself now and then; what grows every time is lost. References left behind keep memory
-        // in use too; they are the business of other checks.
+        // A library may allocate memory of its own now and then. Only memory that grows every time is leaked. Leaked
+        // references keep memory in use too, but other checks report them.
         std::ptrdiff_t growth = 0;
         int times = 0;
-        do growth = GrowthByMaking(stage, *isa, kObjects);
+        do growth = GrowthByObjects(stage, *isa, kObjects);
         while (growth >= kObjects * kHalfOfSmallestBlock && stage.watch.HeldReferences() == held && ++times < kTimes);
         if (times < kTimes) continue;
-        examination.Report(isa->Name(), "the same memory in use after " + std::to_string(kObjects) + " more objects",
-                           std::to_string(growth) + " bytes more");
+        context.AddFinding(isa->Name(), "no more memory in use after " + std::to_string(kObjects) + " further objects",
+                           std::to_string(growth) + " more bytes");
     }
-    examination.SkipUnlessSeen("no class can have objects");
+    context.SkipWithoutSubjects("no class can have objects");
 }
 
-void EndUnconstructed(Examination& examination) {
-    Stage& stage = examination.Load();
+void EndUnconstructed(CheckContext& context) {
+    Stage& stage = context.Load();
     for (const host::Class* isa : stage.Classes()) {
-        examination.Seen();
+        context.CountSubject();
         stage.NewUnconstructed(*isa);
         stage.watch.Settle();
     }
-    examination.SkipUnlessSeen("no class can have objects");
+    context.SkipWithoutSubjects("no class can have objects");
 }
 
-// The plain properties of an object, a line each.
+// Returns the properties of an object that are not objects.
 std::string ContentOf(Stage& stage, const ObjectReference& object) {
     std::string text;
     for (const Member& property : object->isa->Members()) {
         if (!IsProperty(property) || property.declaration.result.kind == TypeKind::kObject) continue;
-        text += property.declaration.name + " = " + Words(stage.Read(object, property).value) + ", ";
+        text += property.declaration.name + " = " + ValueText(stage.Read(object, property).value) + ", ";
     }
     return text + "an object";
 }
 
-void OwnersOutliveValues(Examination& examination) {
-    Stage& stage = examination.Load();
+void OwnersOutliveValues(CheckContext& context) {
+    Stage& stage = context.Load();
     for (const host::Class* isa : stage.Classes()) {
         for (const Member& property : isa->Members()) {
             const TypeKind kind = property.declaration.result.kind;
             if (!IsWritable(property) || (kind != TypeKind::kObject && kind != TypeKind::kString)) continue;
             const ObjectReference object = stage.New(*isa);
             if (!object) continue;
-            if (!stage.Write(object, property, MakeValue(stage, property.declaration.result)).IsGood()) continue;
-            examination.Seen();
+            if (!stage.Write(object, property, MakeValue(stage, property.declaration.result)).Succeeded()) continue;
+            context.CountSubject();
             const std::size_t breaches = stage.watch.breaches.size();
-            stage.watch.Settle();  // ends the value, unless the object holds it
+            stage.watch.Settle();  // destroys the value unless the object holds a reference
             stage.Read(object, property);
             if (stage.watch.breaches.size() > breaches) {
-                examination.Report(MemberName(*isa, property), "the value, which the object has taken a reference to",
-                                   "something that has ended");
+                context.AddFinding(MemberName(*isa, property), "the value, kept alive by a reference of the object",
+                                   "a value that was destroyed");
             }
         }
     }
-    examination.SkipUnlessSeen("no class has a writable property of a string or an object");
+    context.SkipWithoutSubjects("no class has a writable property of type string or object");
 }
 
-void ValuesOutliveOwners(Examination& examination) {
-    Stage& stage = examination.Load();
+void ValuesOutliveOwners(CheckContext& context) {
+    Stage& stage = context.Load();
     for (const host::Class* isa : stage.Classes()) {
         for (const Member& property : isa->Members()) {
             if (!IsProperty(property) || IsAttribute(property)) continue;
@@ -231,54 +237,53 @@ void ValuesOutliveOwners(Examination& examination) {
             if (IsWritable(property) && !IsNil(written)) stage.Write(owner, property, written);
             const ObjectReference value = ObjectIn(stage.Read(owner, property).value);
             if (!value || value == owner) continue;
-            examination.Seen();
+            context.CountSubject();
             const std::string before = ContentOf(stage, value);
-            if (ContentOf(stage, value) != before) continue;  // it changes by itself
+            if (ContentOf(stage, value) != before) continue;  // the content changes with every read
             owner = {};
             stage.watch.Settle();
             const std::string after = ContentOf(stage, value);
-            if (before != after) examination.Report(MemberName(*isa, property), before, after);
+            if (before != after) context.AddFinding(MemberName(*isa, property), before, after);
         }
     }
-    examination.SkipUnlessSeen("no class has a property that answers an object");
+    context.SkipWithoutSubjects("no class has a property that returns an object");
 }
 
 }  // namespace
 
 std::vector<Check> OwnershipChecks() {
     return {
-        {"construction", "an object that is made and dropped leaves nothing behind",
-         "a reference taken by the constructor is not given back by finalize", Construction},
-        {"reads", "reading leaves nothing behind", "the getter takes a reference beyond the one that it answers",
+        {"construction", "an object that is created and dropped leaks no references",
+         "finalize does not release what the constructor took", Construction},
+        {"reads", "reading leaks no references", "the getter takes another reference besides the one that it returns",
          Reads},
-        {"writes", "writing again and again leaves nothing behind", "the setter does not give back the value before",
-         Writes},
-        {"endings", "an object that ends gives up the values written to it",
-         "finalize does not give back what the setter took", Endings},
-        {"exceptions", "raising leaves nothing behind", "the exception or its message is not given back after raising",
+        {"writes", "repeated writing leaks no references", "the setter does not release the old value", Writes},
+        {"endings", "a destroyed object releases the values written to it",
+         "finalize does not release what the setter took", Endings},
+        {"exceptions", "raising leaks no references", "the exception or its message is not released after raising",
          Exceptions},
-        {"objects-given-back", "only references that are held are given back to objects",
-         "an argument is borrowed, or the reference was given back before",
-         [](Examination& at) { NoBreach(at, Breach::kObjectNotHeld, "a reference that the module holds"); }},
-        {"strings-given-back", "only references that are held are given back to strings",
-         "an argument is borrowed, or the reference was given back before",
-         [](Examination& at) { NoBreach(at, Breach::kStringNotHeld, "a reference that the module holds"); }},
-        {"answers", "what is answered comes with a reference for the host",
-         "the getter answers its own reference; lock first",
-         [](Examination& at) { NoBreach(at, Breach::kAnswerNotHeld, "a reference for the host"); }},
-        {"known-handles", "the host is only given handles that it gave",
-         "a pointer of the module's own passes for a handle",
-         [](Examination& at) { NoBreach(at, Breach::kUnknownHandle, "a handle of this host"); }},
-        {"string-bytes", "bytes of strings are given back, once", "PluginDisposeStringData is missing on one way out",
-         StringBytes},
-        {"memory-flat", "memory does not grow with the number of objects made and dropped",
-         "memory of the module's own is not freed by finalize", MemoryFlat},
-        {"end-unconstructed", "an object that no constructor has seen can end",
-         "finalize takes for granted what the constructor makes", EndUnconstructed},
-        {"owners-outlive-values", "an object keeps what was written to it",
+        {"objects-given-back", "the module releases only object references that it holds",
+         "an argument is released although it is borrowed, or a reference is released twice",
+         [](CheckContext& context) { NoBreach(context, Breach::kObjectNotHeld, "a reference that the module holds"); }},
+        {"strings-given-back", "the module releases only string references that it holds",
+         "an argument is released although it is borrowed, or a reference is released twice",
+         [](CheckContext& context) { NoBreach(context, Breach::kStringNotHeld, "a reference that the module holds"); }},
+        {"results", "each returned value carries a reference for the host",
+         "the getter returns its own reference; lock it first",
+         [](CheckContext& context) { NoBreach(context, Breach::kAnswerNotHeld, "a reference for the host"); }},
+        {"known-handles", "the module passes only handles that it got from the host",
+         "a pointer of the module is passed as a handle",
+         [](CheckContext& context) { NoBreach(context, Breach::kUnknownHandle, "a handle of this host"); }},
+        {"string-bytes", "string bytes are returned to the host exactly once",
+         "PluginDisposeStringData is missing on one return path", StringBytes},
+        {"memory-flat", "memory does not grow with the number of objects created and dropped",
+         "finalize does not free memory of the module", MemoryFlat},
+        {"end-unconstructed", "an unconstructed object can be destroyed",
+         "finalize relies on what the constructor creates", EndUnconstructed},
+        {"owners-outlive-values", "an object keeps the values written to it",
          "the setter keeps the handle without locking it", OwnersOutliveValues},
-        {"values-outlive-owners", "an object that was read lives on when its owner has ended",
-         "the answer borrows from its owner's data", ValuesOutliveOwners},
+        {"values-outlive-owners", "an object that was read stays valid after its owner is destroyed",
+         "the returned object borrows data of its owner", ValuesOutliveOwners},
     };
 }
 

@@ -1,7 +1,10 @@
 // property_checks.cpp - reading and writing properties.
 
-#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
 #include <limits>
+#include <string>
 
 #include "host/checker/check.h"
 #include "host/checker/exercise.h"
@@ -16,22 +19,22 @@ using host::ObjectReference;
 using host::TypeKind;
 using host::Value;
 
-// Calls look with a new object for each property of each class that fits.
-template <typename Look>
-void ForEachProperty(Examination& examination, Stage& stage, bool (*fits)(const Member&), const char* what, Look look) {
+// Calls visit with a new object for each property that fits.
+template <typename Visit>
+void ForEachProperty(CheckContext& context, Stage& stage, bool (*fits)(const Member&), const char* what, Visit visit) {
     for (const host::Class* isa : stage.Classes()) {
         for (const Member& property : isa->Members()) {
             if (!IsProperty(property) || !fits(property)) continue;
             {
                 const ObjectReference object = stage.New(*isa);
                 if (!object) continue;
-                examination.Seen();
-                look(object, property, MemberName(*isa, property));
+                context.CountSubject();
+                visit(object, property, MemberName(*isa, property));
             }
             stage.watch.Settle();
         }
     }
-    examination.SkipUnlessSeen(std::string("no class has ") + what);
+    context.SkipWithoutSubjects(std::string("no class has ") + what);
 }
 
 bool Any(const Member&) { return true; }
@@ -41,81 +44,83 @@ bool WritableOf(const Member& property) {
     return IsWritable(property) && property.declaration.result.kind == kKind;
 }
 
-void Readable(Examination& examination) {
-    Stage& stage = examination.Load();
-    ForEachProperty(examination, stage, Any, "a property",
+void Readable(CheckContext& context) {
+    Stage& stage = context.Load();
+    ForEachProperty(context, stage, Any, "a property",
                     [&](const auto& object, const Member& property, const auto& where) {
-                        const Answer answer = stage.Read(object, property);
-                        if (answer.raised)
-                            examination.Report(where, "an answer, or nil", "a " + answer.raised->isa->Name());
+                        const CallResult result = stage.Read(object, property);
+                        if (result.raised)
+                            context.AddFinding(where, "a value or nil", "a " + result.raised->isa->Name());
                     });
 }
 
-// Two values after each other, at least, come back as they went in: one alone may have been there before.
-void Arrives(Examination& examination, bool (*fits)(const Member&), const char* what) {
-    Stage& stage = examination.Load();
-    ForEachProperty(examination, stage, fits, what, [&](const auto& object, const Member& property, const auto& where) {
+// Writes different values until two in a row are read back. One alone could be the value from before.
+void ReadBack(CheckContext& context, bool (*fits)(const Member&), const char* what) {
+    Stage& stage = context.Load();
+    ForEachProperty(context, stage, fits, what, [&](const auto& object, const Member& property, const auto& where) {
         constexpr int kTries = static_cast<int>(std::size(kNumbers));
-        bool hasArrived = false;
+        bool wasReadBack = false;
         Value written, read;
         for (int i = 0; i < kTries; ++i) {
             written = MakeValue(stage, property.declaration.result, i);
-            if (!stage.Write(object, property, written).IsGood()) return;
+            if (!stage.Write(object, property, written).Succeeded()) return;
             read = stage.Read(object, property).value;
-            const bool arrives = Same(read, written);
-            if (arrives && hasArrived) return;
-            hasArrived = arrives;
+            const bool isReadBack = Same(read, written);
+            if (isReadBack && wasReadBack) return;
+            wasReadBack = isReadBack;
         }
-        examination.Report(where, Words(written) + ", the last of " + std::to_string(kTries) + " values", Words(read));
+        context.AddFinding(where, ValueText(written) + ", the last of " + std::to_string(kTries) + " values",
+                           ValueText(read));
     });
 }
 
-// The same, or the same number in single precision, in which modules may keep theirs.
-bool SameNearly(const Value& one, const Value& other) {
+// Whether two values are the same. Numbers are compared in single precision, which modules may store.
+bool SameAsFloat(const Value& one, const Value& other) {
     const auto* first = std::get_if<double>(&one);
     const auto* second = std::get_if<double>(&other);
     if (first == nullptr || second == nullptr) return Same(one, other);
     return Same(double{static_cast<float>(*first)}, double{static_cast<float>(*second)});
 }
 
-void WriteBack(Examination& examination) {
-    Stage& stage = examination.Load();
-    ForEachProperty(examination, stage, Writable, "a writable property",
+void WriteBack(CheckContext& context) {
+    Stage& stage = context.Load();
+    ForEachProperty(context, stage, Writable, "a writable property",
                     [&](const auto& object, const Member& property, const auto& where) {
                         if (property.declaration.result.kind == TypeKind::kObject) return;
                         const Value before = stage.Read(object, property).value;
-                        if (!stage.Write(object, property, before).IsGood()) return;
+                        if (!stage.Write(object, property, before).Succeeded()) return;
                         const Value after = stage.Read(object, property).value;
-                        if (!SameNearly(before, after)) examination.Report(where, Words(before), Words(after));
+                        if (!SameAsFloat(before, after)) context.AddFinding(where, ValueText(before), ValueText(after));
                     });
 }
 
-void ReadsAgree(Examination& examination) {
-    Stage& stage = examination.Load();
-    ForEachProperty(examination, stage, Any, "a property",
+void ReadsAgree(CheckContext& context) {
+    Stage& stage = context.Load();
+    ForEachProperty(context, stage, Any, "a property",
                     [&](const auto& object, const Member& property, const auto& where) {
                         const Value first = stage.Read(object, property).value;
                         const Value second = stage.Read(object, property).value;
-                        if (!Same(first, second)) examination.Report(where, Words(first) + " again", Words(second));
+                        if (!Same(first, second))
+                            context.AddFinding(where, ValueText(first) + " again", ValueText(second));
                     });
 }
 
-void DeclaredClass(Examination& examination) {
-    Stage& stage = examination.Load();
+void DeclaredClass(CheckContext& context) {
+    Stage& stage = context.Load();
     const auto isObject = [](const Member& property) { return property.declaration.result.kind == TypeKind::kObject; };
-    ForEachProperty(examination, stage, isObject, "a property that answers an object",
+    ForEachProperty(context, stage, isObject, "a property that returns an object",
                     [&](const auto& object, const Member& property, const auto& where) {
-                        const ObjectReference answer = ObjectIn(stage.Read(object, property).value);
+                        const ObjectReference value = ObjectIn(stage.Read(object, property).value);
                         const std::string& declared = property.declaration.result.className;
-                        if (answer && !answer->isa->IsA(declared)) {
-                            examination.Report(where, "a " + declared, "a " + answer->isa->Name());
+                        if (value && !value->isa->IsA(declared)) {
+                            context.AddFinding(where, "a " + declared, "a " + value->isa->Name());
                         }
                     });
 }
 
-void Independent(Examination& examination) {
-    Stage& stage = examination.Load();
-    ForEachProperty(examination, stage, Writable, "a writable property",
+void Independent(CheckContext& context) {
+    Stage& stage = context.Load();
+    ForEachProperty(context, stage, Writable, "a writable property",
                     [&](const ObjectReference& object, const Member& property, const auto& where) {
                         const ObjectReference other = stage.New(*object->isa);
                         if (!other || property.declaration.result.kind == TypeKind::kObject) return;
@@ -124,31 +129,33 @@ void Independent(Examination& examination) {
                             stage.Write(object, property, MakeValue(stage, property.declaration.result, i));
                             const Value after = stage.Read(other, property).value;
                             if (Same(before, after)) continue;
-                            return examination.Report(where, Words(before) + " in the other object", Words(after));
+                            return context.AddFinding(where, ValueText(before) + " in the other object",
+                                                      ValueText(after));
                         }
                     });
 }
 
-void OthersStay(Examination& examination) {
-    Stage& stage = examination.Load();
-    ForEachProperty(
-        examination, stage, Writable, "a writable property",
-        [&](const ObjectReference& object, const Member& property, const std::string& where) {
-            for (const Member& other : object->isa->Members()) {
-                const bool isPlain = IsWritable(other) && other.declaration.result.kind != TypeKind::kObject;
-                if (!isPlain || &other == &property) continue;
-                const Value before = stage.Read(object, other).value;
-                const Value value = MakeValue(stage, property.declaration.result, 1);
-                if (IsNil(value) || !stage.Write(object, property, value).IsGood()) return;
-                const Value after = stage.Read(object, other).value;
-                if (Same(before, after)) continue;
-                examination.Report(where, other.declaration.name + " as it was, " + Words(before), Words(after));
-            }
-        });
+void OthersStay(CheckContext& context) {
+    Stage& stage = context.Load();
+    ForEachProperty(context, stage, Writable, "a writable property",
+                    [&](const ObjectReference& object, const Member& property, const std::string& where) {
+                        for (const Member& other : object->isa->Members()) {
+                            const bool isPlain =
+                                IsWritable(other) && other.declaration.result.kind != TypeKind::kObject;
+                            if (!isPlain || &other == &property) continue;
+                            const Value before = stage.Read(object, other).value;
+                            const Value value = MakeValue(stage, property.declaration.result, 1);
+                            if (IsNil(value) || !stage.Write(object, property, value).Succeeded()) return;
+                            const Value after = stage.Read(object, other).value;
+                            if (Same(before, after)) continue;
+                            context.AddFinding(where, other.declaration.name + " unchanged, " + ValueText(before),
+                                               ValueText(after));
+                        }
+                    });
 }
 
-void Extremes(Examination& examination) {
-    Stage& stage = examination.Load();
+void Extremes(CheckContext& context) {
+    Stage& stage = context.Load();
     constexpr double kDoubles[] = {std::numeric_limits<double>::quiet_NaN(),
                                    std::numeric_limits<double>::infinity(),
                                    -std::numeric_limits<double>::infinity(),
@@ -161,7 +168,7 @@ void Extremes(Examination& examination) {
     const auto isNumber = [](const Member& property) {
         return WritableOf<TypeKind::kDouble>(property) || WritableOf<TypeKind::kInteger>(property);
     };
-    ForEachProperty(examination, stage, isNumber, "a writable number",
+    ForEachProperty(context, stage, isNumber, "a writable number",
                     [&](const ObjectReference& object, const Member& property, const auto&) {
                         const bool isDouble = property.declaration.result.kind == TypeKind::kDouble;
                         for (const double number : kDoubles) {
@@ -176,25 +183,25 @@ void Extremes(Examination& examination) {
                     });
 }
 
-void TextsWhole(Examination& examination) {
-    Stage& stage = examination.Load();
+void StringsWhole(CheckContext& context) {
+    Stage& stage = context.Load();
     const std::string texts[] = {"", std::string("with a\0zero", 11), "caf\xC3\xA9", std::string(70'000, 'x')};
-    ForEachProperty(examination, stage, WritableOf<TypeKind::kString>, "a writable string",
+    ForEachProperty(context, stage, WritableOf<TypeKind::kString>, "a writable string",
                     [&](const ObjectReference& object, const Member& property, const auto& where) {
                         for (const std::string& text : texts) {
                             const Value written = host::TextValue(text);
-                            if (!stage.Write(object, property, written).IsGood()) return;
+                            if (!stage.Write(object, property, written).Succeeded()) return;
                             const Value read = stage.Read(object, property).value;
                             if (Same(written, read) || (text.empty() && IsNil(read))) continue;
                             const auto* string = std::get_if<host::StringReference>(&read);
                             const std::size_t size = string != nullptr ? (*string)->bytes.size() : 0;
-                            examination.Report(where, std::to_string(text.size()) + " bytes", std::to_string(size));
+                            context.AddFinding(where, std::to_string(text.size()) + " bytes", std::to_string(size));
                         }
                     });
 }
 
-// The parts of the processor's state that belong to whoever calls: how both its units round, and whether a function has
-// left a number behind on the stack of the older one, where 32-bit functions answer theirs.
+// The floating-point state that a function must leave unchanged: the rounding modes of x87 and SSE, and the depth of
+// the x87 register stack, on which 32-bit functions return floating-point results.
 struct FloatingPoint {
     std::uint16_t control;
     std::uint16_t tags;
@@ -217,9 +224,9 @@ struct FloatingPoint {
     bool operator==(const FloatingPoint&) const = default;
 };
 
-void FloatingPointStays(Examination& examination) {
-    Stage& stage = examination.Load();
-    ForEachProperty(examination, stage, Any, "a property",
+void FloatingPointStays(CheckContext& context) {
+    Stage& stage = context.Load();
+    ForEachProperty(context, stage, Any, "a property",
                     [&](const ObjectReference& object, const Member& property, const auto& where) {
                         const FloatingPoint before;
                         stage.Read(object, property);
@@ -228,7 +235,8 @@ void FloatingPointStays(Examination& examination) {
                         }
                         const FloatingPoint after;
                         if (after != before) {
-                            examination.Report(where, "rounding and number stack as they were", "another state");
+                            context.AddFinding(where, "rounding mode and x87 register stack unchanged",
+                                               "another state");
                         }
                     });
 }
@@ -238,32 +246,35 @@ void FloatingPointStays(Examination& examination) {
 std::vector<Check> PropertyChecks() {
     return {
         {"readable", "every property of a new object can be read",
-         "the getter takes for granted what only a later call provides; answer nil or 0", Readable, Weight::kWarning},
-        {"numbers-arrive", "a number that is written can be read",
-         "getter and setter use different places, or the setter is empty",
-         [](Examination& at) { Arrives(at, WritableOf<TypeKind::kDouble>, "a writable double"); }},
-        {"integers-arrive", "an integer that is written can be read",
-         "the setter takes a double where an integer comes",
-         [](Examination& at) { Arrives(at, WritableOf<TypeKind::kInteger>, "a writable integer"); }},
-        {"booleans-arrive", "a truth value that is written can be read", "the setter reads a byte where 32 bits come",
-         [](Examination& at) { Arrives(at, WritableOf<TypeKind::kBoolean>, "a writable boolean"); }},
-        {"strings-arrive", "a string that is written can be read",
-         "the string's bytes are asked for after it was given back",
-         [](Examination& at) { Arrives(at, WritableOf<TypeKind::kString>, "a writable string"); }},
+         "the getter relies on what only a later call provides; return nil or 0", Readable, Severity::kWarning},
+        {"numbers-arrive", "a number that was written is read back",
+         "getter and setter use different fields, or the setter is empty",
+         [](CheckContext& context) { ReadBack(context, WritableOf<TypeKind::kDouble>, "a writable double"); }},
+        {"integers-arrive", "an integer that was written is read back",
+         "the setter takes a double where the host passes an integer",
+         [](CheckContext& context) { ReadBack(context, WritableOf<TypeKind::kInteger>, "a writable integer"); }},
+        {"booleans-arrive", "a boolean that was written is read back",
+         "the setter takes one byte where the host passes 32 bits",
+         [](CheckContext& context) { ReadBack(context, WritableOf<TypeKind::kBoolean>, "a writable boolean"); }},
+        {"strings-arrive", "a string that was written is read back",
+         "the bytes of the string are read after it was released",
+         [](CheckContext& context) { ReadBack(context, WritableOf<TypeKind::kString>, "a writable string"); }},
         {"strings-whole", "strings of any length keep every byte",
-         "the length is taken with strlen, or there is a fixed buffer", TextsWhole},
-        {"write-back", "writing what was read changes nothing", "getter and setter count differently", WriteBack},
-        {"reads-agree", "reading twice gives the same", "the getter changes the object", ReadsAgree, Weight::kWarning},
-        {"declared-class", "an object that is read is of the declared class",
-         "the getter makes an object of another class", DeclaredClass},
-        {"independent", "writing to one object leaves others alone", "a value is kept in a variable, not in the object",
-         Independent},
-        {"others-stay", "writing one property leaves the others alone", "two properties share a place in the object",
-         OthersStay, Weight::kWarning},
-        {"extremes", "no number brings it down", "a number is used as an index or a size without being looked at",
-         Extremes},
-        {"floating-point-stays", "rounding mode and number stack stay as they were",
-         "a declared result that the function does not give, or a mode that is not put back", FloatingPointStays},
+         "the length is taken with strlen, or the buffer has a fixed size", StringsWhole},
+        {"write-back", "writing back the value that was read changes nothing", "getter and setter use different units",
+         WriteBack},
+        {"reads-agree", "reading twice gives the same value", "the getter changes the object", ReadsAgree,
+         Severity::kWarning},
+        {"declared-class", "an object that is read has the declared class",
+         "the getter creates an object of another class", DeclaredClass},
+        {"independent", "writing to one object does not change others",
+         "a value is kept in a global variable instead of the object", Independent},
+        {"others-stay", "writing one property does not change others", "two properties share a field of the object",
+         OthersStay, Severity::kWarning},
+        {"extremes", "extreme numbers do not crash the module",
+         "a number is used as an index or a size without a range test", Extremes},
+        {"floating-point-stays", "rounding mode and x87 register stack stay unchanged",
+         "a function without its declared result, or a rounding mode that is not restored", FloatingPointStays},
     };
 }
 

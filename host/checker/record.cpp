@@ -1,4 +1,4 @@
-// record.cpp - following a record's pointers with care.
+// record.cpp - follows the pointers of a record and stops at the first one that is invalid.
 
 #include "host/checker/record.h"
 
@@ -10,19 +10,19 @@ namespace checker {
 
 namespace {
 
-// The last record version with the shorter layouts.
+// The only record version with the shorter layouts.
 constexpr ZEVAword kDownLevelVersion = 9;
 
-// More methods than any class has; a greater count is no count.
-constexpr ZEVAword kManyMethods = 100'000;
+// More methods than any class has. A greater count is garbage.
+constexpr ZEVAword kMaximumMethods = 100'000;
 
-// Reads a table; a null one and one of no positive count have no entries. False when a pointer points nowhere.
+// Reads a table. A null table and a count below 1 give no entries. Returns false when the table cannot be read.
 bool ReadTable(const ZEVAmethod* methods, ZEVAword count, bool isDownLevel, MethodTable& table, std::string& problem) {
     table.isNull = methods == nullptr;
     table.count = count;
     if (table.isNull || count <= 0) return true;
-    if (count > kManyMethods) {
-        problem = std::string("the count of its ") + table.title + " is " + std::to_string(count);
+    if (count > kMaximumMethods) {
+        problem = std::string("a ") + table.title + " with " + std::to_string(count) + " entries";
         return false;
     }
     const std::size_t size = isDownLevel ? sizeof(ZEVAmethodDownLevel) : sizeof(ZEVAmethod);
@@ -30,15 +30,14 @@ bool ReadTable(const ZEVAmethod* methods, ZEVAword count, bool isDownLevel, Meth
     for (ZEVAword i = 0; i < count; ++i, bytes += size) {
         ZEVAmethod method = {};
         if (!ReadMemory(bytes, &method, size)) {
-            problem = std::string("entry ") + std::to_string(i) + " of its " + table.title + " cannot be read";
+            problem = std::string("an unreadable entry ") + std::to_string(i) + " in the " + table.title;
             return false;
         }
         const char* text = method.entry.declaration;
         MethodEntry entry{method.entry.function, method.entry.setter, ReadText(text), method.entry.flags, {}};
         if (!isDownLevel) std::memcpy(entry.spareWords.data(), method.hostWords, sizeof method.hostWords);
         if (text != nullptr && !entry.declaration) {
-            problem = std::string("the declaration of entry ") + std::to_string(i) + " of its " + table.title +
-                      " cannot be read";
+            problem = std::string("an unreadable declaration of entry ") + std::to_string(i) + " in the " + table.title;
             return false;
         }
         table.entries.push_back(std::move(entry));
@@ -55,21 +54,21 @@ Record ReadRecord(const ZEVAclassDefinition* definition) {
     record.sharedMethods.title = "shared method table";
     const auto words = ReadAt<ZEVAclassDefinitionDownLevel>(definition);
     if (!words) {
-        record.problem = "the record cannot be read";
+        record.problem = "an unreadable record";
         return record;
     }
     record.words = *words;
     const bool isDownLevel = words->version == kDownLevelVersion;
     if (!isDownLevel &&
         !ReadMemory(definition->hostWords25, record.trailingWords.data(), sizeof record.trailingWords)) {
-        record.problem = "the last words of the record cannot be read";
+        record.problem = "unreadable words at the end of the record";
         return record;
     }
     record.className = ReadText(words->className);
     record.superclassName = ReadText(words->superclassName);
     if ((words->className != nullptr && !record.className) ||
         (words->superclassName != nullptr && !record.superclassName)) {
-        record.problem = "its name or its superclass's name cannot be read";
+        record.problem = "an unreadable name of the class or its superclass";
         return record;
     }
     record.isReadable =

@@ -1,7 +1,11 @@
-// registration_checks.cpp - the class records, word by word, as they were handed over.
+// registration_checks.cpp - the class records, word by word, as the module registered them.
 
-#include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <set>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "host/checker/check.h"
 #include "host/checker/exercise.h"
@@ -14,73 +18,73 @@ namespace {
 using host::Declaration;
 using host::MemberKind;
 
-// The newest host version whose records have the shorter layout.
+// A host version whose records have the shorter layout.
 constexpr double kDownLevelHost = 2011.04;
 
-// Calls look for every record, and says so when there is none.
-template <typename Look>
-void ForEachRecord(Examination& examination, const StageOptions& options, Look look) {
-    Stage& stage = examination.Load(options);
+// Calls visit for every record. Skips the check when there is none.
+template <typename Visit>
+void ForEachRecord(CheckContext& context, const StageOptions& options, Visit visit) {
+    Stage& stage = context.Load(options);
     for (const Record& record : stage.watch.records) {
-        examination.Seen();
-        look(stage, record);
+        context.CountSubject();
+        visit(stage, record);
     }
-    examination.SkipUnlessSeen("it registers no class");
+    context.SkipWithoutSubjects("the module registers no class");
 }
 
-// Calls look for every entry of both method tables, with what the entry is called in messages.
-template <typename Look>
-void ForEachEntry(Examination& examination, Look look) {
-    ForEachRecord(examination, {}, [&](Stage&, const Record& record) {
+// Calls visit for every entry of both method tables, with the entry's name for messages.
+template <typename Visit>
+void ForEachEntry(CheckContext& context, Visit visit) {
+    ForEachRecord(context, {}, [&](Stage&, const Record& record) {
         for (const MethodTable* table : {&record.methods, &record.sharedMethods}) {
             for (std::size_t i = 0; i < table->entries.size(); ++i) {
                 const MethodEntry& entry = table->entries[i];
                 const std::string text = entry.declaration ? " \"" + *entry.declaration + "\"" : "";
-                look(record, *table, entry, record.Name() + ", " + table->title + " entry " + std::to_string(i) + text);
+                visit(record, *table, entry,
+                      record.Name() + ", " + table->title + " entry " + std::to_string(i) + text);
             }
         }
     });
 }
 
-// The same for every entry whose declaration can be read.
-template <typename Look>
-void ForEachDeclaration(Examination& examination, Look look) {
-    ForEachEntry(examination, [&](const Record& record, const MethodTable& table, const MethodEntry& entry,
-                                  const std::string& where) {
+// Calls visit for every entry whose declaration can be parsed.
+template <typename Visit>
+void ForEachDeclaration(CheckContext& context, Visit visit) {
+    ForEachEntry(context, [&](const Record& record, const MethodTable& table, const MethodEntry& entry,
+                              const std::string& where) {
         if (!entry.declaration) return;
         try {
-            look(record, table, entry, host::ParseDeclaration(*entry.declaration), where);
+            visit(record, table, entry, host::ParseDeclaration(*entry.declaration), where);
         } catch (const host::DeclarationError&) {
-            // The business of the check of declarations.
+            // registration.declarations reports it.
         }
     });
 }
 
-void SomeClasses(Examination& examination) {
-    if (examination.Load().watch.records.empty()) examination.Report("", "at least one class", "none");
+void SomeClasses(CheckContext& context) {
+    if (context.Load().watch.records.empty()) context.AddFinding("", "at least one class", "none");
 }
 
-void Readable(Examination& examination) {
-    ForEachRecord(examination, {}, [&](Stage&, const Record& record) {
-        if (!record.isReadable)
-            examination.Report(record.Name(), "pointers to records, tables and texts", record.problem);
+void Readable(CheckContext& context) {
+    ForEachRecord(context, {}, [&](Stage&, const Record& record) {
+        if (!record.isReadable) context.AddFinding(record.Name(), "readable records, tables and texts", record.problem);
     });
 }
 
-void RecordVersion(Examination& examination) {
-    ForEachRecord(examination, {}, [&](Stage& stage, const Record& record) {
+void RecordVersion(CheckContext& context) {
+    ForEachRecord(context, {}, [&](Stage& stage, const Record& record) {
         const std::int32_t announced = stage.watch.announced.empty() ? 0 : stage.watch.announced.back();
         if (record.words.version == announced) return;
-        examination.Report(record.Name(), "record version " + std::to_string(announced) + ", as announced",
+        context.AddFinding(record.Name(), "record version " + std::to_string(announced) + ", as announced",
                            std::to_string(record.words.version));
     });
 }
 
-void DataSize(Examination& examination) {
-    ForEachRecord(examination, {}, [&](Stage&, const Record& record) {
+void DataSize(CheckContext& context) {
+    ForEachRecord(context, {}, [&](Stage&, const Record& record) {
         const ZEVAword size = record.words.instanceDataSize;
         if (size >= 0 && size % 16 == 0) return;
-        examination.Report(record.Name(), "a multiple of 16 as instance data size", std::to_string(size));
+        context.AddFinding(record.Name(), "a multiple of 16 as instance data size", std::to_string(size));
     });
 }
 
@@ -93,130 +97,130 @@ bool IsName(const std::string& text) {
     }
 }
 
-void ClassNames(Examination& examination) {
-    ForEachRecord(examination, {}, [&](Stage&, const Record& record) {
+void ClassNames(CheckContext& context) {
+    ForEachRecord(context, {}, [&](Stage&, const Record& record) {
         if (!record.isReadable || (record.className && IsName(*record.className))) return;
-        examination.Report("", "a class name of letters, digits and _",
+        context.AddFinding("", "a class name of letters, digits and _",
                            record.className ? "\"" + *record.className + "\"" : "null");
     });
 }
 
-void UniqueNames(Examination& examination) {
+void UniqueNames(CheckContext& context) {
     std::set<std::string> names;
-    ForEachRecord(examination, {}, [&](Stage&, const Record& record) {
+    ForEachRecord(context, {}, [&](Stage&, const Record& record) {
         if (record.className && !names.insert(*record.className).second) {
-            examination.Report(*record.className, "one record of a name", "another one");
+            context.AddFinding(*record.className, "a name of its own", "a second record with this name");
         }
     });
 }
 
-void Superclasses(Examination& examination) {
-    ForEachRecord(examination, {}, [&](Stage& stage, const Record& record) {
+void Superclasses(CheckContext& context) {
+    ForEachRecord(context, {}, [&](Stage& stage, const Record& record) {
         const std::string superclass = record.superclassName.value_or("");
         if (superclass.empty() || stage.host.Classes().Find(superclass) != nullptr) return;
-        examination.Report(record.Name(), "a registered superclass", superclass);
+        context.AddFinding(record.Name(), "a registered superclass", superclass);
     });
 }
 
-void NoCircles(Examination& examination) {
-    ForEachRecord(examination, {}, [&](Stage& stage, const Record& record) {
+void NoCircles(CheckContext& context) {
+    ForEachRecord(context, {}, [&](Stage& stage, const Record& record) {
         std::set<std::string> seen;
         const host::Class* isa = stage.host.Classes().Find(record.Name());
         while (isa != nullptr && seen.insert(isa->Name()).second)
             isa = stage.host.Classes().Find(isa->SuperclassName());
         if (isa != nullptr)
-            examination.Report(record.Name(), "superclasses that end", "a circle through " + isa->Name());
+            context.AddFinding(record.Name(), "a chain of superclasses that ends", "a cycle through " + isa->Name());
     });
 }
 
-void Counts(Examination& examination) {
-    ForEachRecord(examination, {}, [&](Stage&, const Record& record) {
+void Counts(CheckContext& context) {
+    ForEachRecord(context, {}, [&](Stage&, const Record& record) {
         for (const MethodTable* table : {&record.methods, &record.sharedMethods}) {
             if (table->count >= 0 && table->isNull == (table->count == 0)) continue;
-            examination.Report(record.Name() + ", " + table->title,
-                               table->isNull ? "count 0 for no table" : "a count above 0",
+            context.AddFinding(record.Name() + ", " + table->title,
+                               table->isNull ? "count 0 for a missing table" : "a count above 0",
                                std::to_string(table->count));
         }
     });
 }
 
-void Declarations(Examination& examination) {
-    ForEachEntry(examination,
-                 [&](const Record&, const MethodTable&, const MethodEntry& entry, const std::string& where) {
-                     if (!entry.declaration) return examination.Report(where, "a declaration", "null");
-                     try {
-                         host::ParseDeclaration(*entry.declaration);
-                     } catch (const host::DeclarationError& error) {
-                         examination.Report(where, "a declaration", error.what());
-                     }
-                 });
+void Declarations(CheckContext& context) {
+    ForEachEntry(context, [&](const Record&, const MethodTable&, const MethodEntry& entry, const std::string& where) {
+        if (!entry.declaration) return context.AddFinding(where, "a declaration", "null");
+        try {
+            host::ParseDeclaration(*entry.declaration);
+        } catch (const host::DeclarationError& error) {
+            context.AddFinding(where, "a declaration that can be parsed", error.what());
+        }
+    });
 }
 
-void UniqueMembers(Examination& examination) {
+void UniqueMembers(CheckContext& context) {
     std::set<std::string> known;
-    ForEachDeclaration(examination, [&](const Record& record, const MethodTable& table, const MethodEntry&,
-                                        const Declaration& declaration, const std::string& where) {
-        // Constructors may differ in the number of their parameters.
+    ForEachDeclaration(context, [&](const Record& record, const MethodTable& table, const MethodEntry&,
+                                    const Declaration& declaration, const std::string& where) {
+        // Constructors may be overloaded by the number of their parameters.
         const bool isConstructor = declaration.kind == MemberKind::kConstructor;
         const std::string count = isConstructor ? std::to_string(declaration.parameters.size()) : "";
         const std::string key =
             std::to_string(reinterpret_cast<std::uintptr_t>(record.address)) + table.title + declaration.name + count;
-        if (!known.insert(key).second) examination.Report(where, "a member once", "it a second time");
+        if (!known.insert(key).second) context.AddFinding(where, "one declaration of the member", "a second one");
     });
 }
 
-void Functions(Examination& examination) {
-    ForEachEntry(examination,
-                 [&](const Record&, const MethodTable&, const MethodEntry& entry, const std::string& where) {
-                     const auto* function = reinterpret_cast<const void*>(entry.function);
-                     const auto* setter = reinterpret_cast<const void*>(entry.setter);
-                     if (!IsCode(function))
-                         examination.Report(where, "a function", function == nullptr ? "null" : "a pointer to no code");
-                     if (setter != nullptr && !IsCode(setter))
-                         examination.Report(where, "a setter or null", "a pointer to no code");
-                 });
+void Functions(CheckContext& context) {
+    ForEachEntry(context, [&](const Record&, const MethodTable&, const MethodEntry& entry, const std::string& where) {
+        const auto* function = reinterpret_cast<const void*>(entry.function);
+        const auto* setter = reinterpret_cast<const void*>(entry.setter);
+        if (!IsCode(function))
+            context.AddFinding(where, "a function",
+                               function == nullptr ? "null" : "a pointer outside executable memory");
+        if (setter != nullptr && !IsCode(setter))
+            context.AddFinding(where, "a setter or null", "a pointer outside executable memory");
+    });
 }
 
-void Setters(Examination& examination) {
-    ForEachDeclaration(examination, [&](const Record&, const MethodTable&, const MethodEntry& entry,
-                                        const Declaration& declaration, const std::string& where) {
+void Setters(CheckContext& context) {
+    ForEachDeclaration(context, [&](const Record&, const MethodTable&, const MethodEntry& entry,
+                                    const Declaration& declaration, const std::string& where) {
         if (entry.setter == nullptr || declaration.kind == MemberKind::kProperty) return;
-        examination.Report(where, "no setter, as it declares no property", "one");
+        context.AddFinding(where, "no setter, because the declaration is not a property", "a setter");
     });
 }
 
-void SharedConstructors(Examination& examination) {
-    ForEachDeclaration(examination, [&](const Record& record, const MethodTable& table, const MethodEntry&,
-                                        const Declaration& declaration, const std::string& where) {
+void SharedConstructors(CheckContext& context) {
+    ForEachDeclaration(context, [&](const Record& record, const MethodTable& table, const MethodEntry&,
+                                    const Declaration& declaration, const std::string& where) {
         if (&table != &record.sharedMethods || declaration.kind != MemberKind::kConstructor) return;
-        examination.Report(where, "methods and properties", "a constructor, which needs an object");
+        context.AddFinding(where, "methods and properties", "a constructor");
     });
 }
 
-void KnownTypes(Examination& examination) {
-    ForEachDeclaration(examination, [&](const Record&, const MethodTable&, const MethodEntry&,
-                                        const Declaration& declaration, const std::string& where) {
+void KnownTypes(CheckContext& context) {
+    ForEachDeclaration(context, [&](const Record&, const MethodTable&, const MethodEntry&,
+                                    const Declaration& declaration, const std::string& where) {
         std::vector<host::Type> types = {declaration.result};
         for (const host::Parameter& parameter : declaration.parameters) types.push_back(parameter.type);
         for (const host::Type& type : types) {
             const bool isObject = type.kind == host::TypeKind::kObject;
             if (isObject && host::Host::Current().Classes().Find(type.className) == nullptr) {
-                examination.Report(where, "types of the language and registered classes", type.word);
+                context.AddFinding(where, "built-in types and registered classes", type.word);
             }
         }
     });
 }
 
-void PropertyTables(Examination& examination) {
-    ForEachRecord(examination, {}, [&](Stage&, const Record& record) {
+void PropertyTables(CheckContext& context) {
+    ForEachRecord(context, {}, [&](Stage&, const Record& record) {
         const ZEVAword count = record.words.propertyCount + record.words.sharedPropertyCount;
         if (count != 0)
-            examination.Report(record.Name(), "properties as method entries", std::to_string(count) + " elsewhere");
+            context.AddFinding(record.Name(), "properties in the method table",
+                               std::to_string(count) + " in property tables");
     });
 }
 
-void SpareWords(Examination& examination) {
-    ForEachRecord(examination, {}, [&](Stage&, const Record& record) {
+void SpareWords(CheckContext& context) {
+    ForEachRecord(context, {}, [&](Stage&, const Record& record) {
         const ZEVAclassDefinitionDownLevel& words = record.words;
         const std::pair<const char*, ZEVAword> spare[] = {
             {"word 6", words.hostWord6},          {"word 12", words.pairCount},
@@ -227,27 +231,27 @@ void SpareWords(Examination& examination) {
             {"word 27", record.trailingWords[2]}, {"word 28", record.trailingWords[3]},
         };
         for (const auto& [name, value] : spare) {
-            if (value != 0) examination.Report(record.Name() + ", " + name, "0", std::to_string(value));
+            if (value != 0) context.AddFinding(record.Name() + ", " + name, "0", std::to_string(value));
         }
     });
 }
 
-void RecordsStay(Examination& examination) {
-    Stage& stage = examination.Load();
-    Use(stage);
+void RecordsStay(CheckContext& context) {
+    Stage& stage = context.Load();
+    UseEveryClass(stage);
     for (const Record& record : stage.watch.records) {
-        examination.Seen();
+        context.CountSubject();
         if (Agree(record, ReadRecord(record.address))) continue;
-        examination.Report(record.Name(), "the record as it was registered", "another content");
+        context.AddFinding(record.Name(), "the record unchanged since registration", "different content");
     }
-    examination.SkipUnlessSeen("it registers no class");
+    context.SkipWithoutSubjects("the module registers no class");
 }
 
-void DownLevelWords(Examination& examination) {
-    ForEachRecord(examination, {.hostVersion = kDownLevelHost}, [&](Stage&, const Record& record) {
+void DownLevelWords(CheckContext& context) {
+    ForEachRecord(context, {.hostVersion = kDownLevelHost}, [&](Stage&, const Record& record) {
         if (record.words.version != 9) return;
         for (const ZEVAword word : record.words.hostWords16) {
-            if (word != 0) examination.Report(record.Name(), "0 in words 16 and 17", std::to_string(word));
+            if (word != 0) context.AddFinding(record.Name(), "0 in words 16 and 17", std::to_string(word));
         }
     });
 }
@@ -256,39 +260,39 @@ void DownLevelWords(Examination& examination) {
 
 std::vector<Check> RegistrationChecks() {
     return {
-        {"some-classes", "it registers a class", "registration is skipped for this host version", SomeClasses},
+        {"some-classes", "the module registers a class", "registration is skipped for this host version", SomeClasses},
         {"readable", "records, tables and texts can be read",
-         "a table of the layout of another record version, or a wrong count", Readable},
-        {"record-version", "word 0 of each record is the announced version",
-         "the word of the static record was left as it was", RecordVersion},
-        {"data-size", "instance data comes in steps of 16 bytes", "word 3 was handed over without being rounded up",
-         DataSize},
-        {"class-names", "each class has a name of the language", "a blank or a sign in the name", ClassNames},
-        {"unique-names", "no class is registered twice", "a copied record whose name was kept", UniqueNames},
-        {"superclasses", "each superclass is registered", "a sibling is missing (--with), or the name is misspelt",
+         "a table in the layout of another record version, or a wrong count", Readable},
+        {"record-version", "word 0 of each record is the announced version", "the static record keeps a fixed version",
+         RecordVersion},
+        {"data-size", "the instance data size is a multiple of 16 bytes", "word 3 was not rounded up", DataSize},
+        {"class-names", "each class name is a valid identifier", "a space or a punctuation mark in the name",
+         ClassNames},
+        {"unique-names", "no class is registered twice", "a record was copied without a new name", UniqueNames},
+        {"superclasses", "each superclass is registered", "a sibling is missing (--with), or the name is misspelled",
          Superclasses},
-        {"no-circles", "no class is its own superclass", "superclass names were exchanged", NoCircles},
-        {"counts", "a table has a count above 0, no table has 0", "the count was not kept up with the table", Counts},
-        {"declarations", "each declaration can be read", "a letter of the declaration is wrong or missing",
-         Declarations},
-        {"unique-members", "no member is declared twice in a class", "a copied entry whose declaration was kept",
+        {"no-circles", "no class inherits from itself", "two superclass names were swapped", NoCircles},
+        {"counts", "a table has a count above 0, a missing table has count 0",
+         "the count was not updated with the table", Counts},
+        {"declarations", "each declaration can be parsed", "a typing error in the declaration", Declarations},
+        {"unique-members", "no member is declared twice in a class", "an entry was copied without a new declaration",
          UniqueMembers},
         {"functions", "functions and setters point to code",
          "function and declaration are in the wrong order, or a function is missing", Functions},
-        {"setters", "only properties have setters", "parentheses where a property was meant, or a stray setter",
-         Setters},
-        {"shared-constructors", "constructors stand in the method table, not in the shared one",
-         "the entry stands in the wrong table", SharedConstructors},
-        {"known-types", "types are those of the language and registered classes",
-         "a misspelt type (case matters), or a sibling is missing (--with)", KnownTypes},
-        {"property-tables", "properties are declared as method entries", "this host does not read property tables",
-         PropertyTables, Weight::kWarning},
-        {"spare-words", "words that are the host's own are 0", "a field was written one word too far", SpareWords,
-         Weight::kWarning},
-        {"records-stay", "records and tables stay as they were registered",
-         "a record on the stack, or one buffer for all of them", RecordsStay},
+        {"setters", "only properties have setters",
+         "a property was declared with parentheses, or a method was given a setter", Setters},
+        {"shared-constructors", "constructors are in the method table, not in the shared one",
+         "the entry is in the wrong table", SharedConstructors},
+        {"known-types", "each type is built in or a registered class",
+         "a misspelled type (case matters), or a sibling is missing (--with)", KnownTypes},
+        {"property-tables", "properties are declared in the method table",
+         "the module uses property tables, which this host does not read", PropertyTables, Severity::kWarning},
+        {"spare-words", "words reserved for the host are 0", "a field was written one word too far", SpareWords,
+         Severity::kWarning},
+        {"records-stay", "records and tables stay unchanged after registration",
+         "the record is on the stack, or one buffer is used for all records", RecordsStay},
         {"down-level-words", "words 16 and 17 are 0 in records of version 9",
-         "the words of the current layout were copied", DownLevelWords},
+         "the words were copied from a record with the current layout", DownLevelWords},
     };
 }
 

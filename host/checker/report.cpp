@@ -1,4 +1,4 @@
-// report.cpp - the three ways in which results are written.
+// report.cpp - formats the text, the JSON and the JUnit report.
 
 #include "host/checker/report.h"
 
@@ -6,8 +6,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <iterator>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <utility>
 
 #include "host/runtime/value.h"
 
@@ -15,19 +18,22 @@ namespace checker {
 
 namespace {
 
-// How many findings of one check are printed for people; the rest is counted.
+// The text report shows this many findings of one check and counts the rest.
 constexpr std::size_t kShownFindings = 5;
 
 constexpr Verdict kVerdicts[] = {Verdict::kPassed, Verdict::kFailed, Verdict::kCrashed, Verdict::kWarned,
                                  Verdict::kSkipped};
 
-int Count(const std::vector<Result>& results, Verdict verdict) {
-    return static_cast<int>(
-        std::count_if(results.begin(), results.end(), [&](const Result& each) { return each.verdict == verdict; }));
+int Count(const std::vector<CheckResult>& results, Verdict verdict) {
+    return static_cast<int>(std::count_if(results.begin(), results.end(),
+                                          [&](const CheckResult& each) { return each.verdict == verdict; }));
 }
 
-// The counts of the verdicts that there are, or all of them.
-std::string Counts(const std::vector<Result>& results, bool all) {
+// Whether a check with this verdict has findings or a crash to show.
+bool HasEvidence(Verdict verdict) { return verdict != Verdict::kPassed && verdict != Verdict::kSkipped; }
+
+// Returns the number of checks per verdict; only verdicts that occur, unless `all`.
+std::string Counts(const std::vector<CheckResult>& results, bool all) {
     std::string text;
     for (const Verdict verdict : kVerdicts) {
         const int count = Count(results, verdict);
@@ -38,22 +44,21 @@ std::string Counts(const std::vector<Result>& results, bool all) {
 }
 
 std::string FindingText(const Finding& finding) {
-    const std::string where = finding.subject.empty() ? "" : finding.subject + ": ";
-    return where + "expected " + finding.expected + ", got " + finding.got;
+    const std::string subject = finding.subject.empty() ? "" : finding.subject + ": ";
+    return subject + "expected " + finding.expected + ", got " + finding.got;
 }
 
-// What a person must read of a result, one line each.
-std::vector<std::string> Details(const Result& result, std::size_t shown) {
+// Returns the reason of a crash, the first findings and the likely cause, as lines.
+std::vector<std::string> Details(const CheckResult& result, std::size_t shown) {
     std::vector<std::string> lines;
     if (result.verdict == Verdict::kCrashed) lines.push_back("crashed: " + result.reason);
     for (std::size_t i = 0; i < std::min(result.findings.size(), shown); ++i) {
         lines.push_back(FindingText(result.findings[i]));
     }
     if (result.findings.size() > shown) {
-        lines.push_back("and " + std::to_string(result.findings.size() - shown) + " more like these");
+        lines.push_back("and " + std::to_string(result.findings.size() - shown) + " more findings");
     }
-    const bool isGood = result.verdict == Verdict::kPassed || result.verdict == Verdict::kSkipped;
-    if (!isGood) lines.push_back("likely cause: " + result.check->cause);
+    if (HasEvidence(result.verdict)) lines.push_back("likely cause: " + result.check->cause);
     return lines;
 }
 
@@ -63,7 +68,7 @@ std::string Joined(const std::vector<std::string>& lines) {
     return text;
 }
 
-// Text as it may stand in XML; characters that may not stand there at all become question marks.
+// Escapes text for XML. Control characters, which XML does not allow, become question marks.
 std::string Xml(const std::string& text) {
     std::string escaped;
     for (const char c : text) {
@@ -89,14 +94,14 @@ TextReport::TextReport(std::FILE* file, bool isVerbose)
 std::string TextReport::Colored(Verdict verdict, const std::string& text) const {
     if (!hasColor_) return text;
     const std::map<Verdict, const char*> colors = {{Verdict::kPassed, "32"},
-                                                    {Verdict::kFailed, "31"},
-                                                    {Verdict::kCrashed, "31"},
-                                                    {Verdict::kWarned, "33"},
-                                                    {Verdict::kSkipped, "2"}};
+                                                   {Verdict::kFailed, "31"},
+                                                   {Verdict::kCrashed, "31"},
+                                                   {Verdict::kWarned, "33"},
+                                                   {Verdict::kSkipped, "2"}};
     return std::string("\033[") + colors.at(verdict) + "m" + text + "\033[0m";
 }
 
-void TextReport::Tell(const Result& result) {
+void TextReport::Add(const CheckResult& result) {
     if (result.group != group_) EndGroup();
     group_ = result.group;
     inGroup_.push_back(result);
@@ -105,9 +110,8 @@ void TextReport::Tell(const Result& result) {
 void TextReport::EndGroup() {
     if (inGroup_.empty()) return;
     std::fprintf(file_, "%-14s%s\n", group_.c_str(), Counts(inGroup_, /*all=*/false).c_str());
-    for (const Result& result : inGroup_) {
-        const bool isQuiet = result.verdict == Verdict::kPassed || result.verdict == Verdict::kSkipped;
-        if (isQuiet && !isVerbose_) continue;
+    for (const CheckResult& result : inGroup_) {
+        if (!HasEvidence(result.verdict) && !isVerbose_) continue;
         const std::string text = result.verdict == Verdict::kSkipped ? result.reason : result.check->rule;
         char word[16];
         std::snprintf(word, sizeof word, "%-8s", VerdictText(result.verdict));
@@ -120,23 +124,23 @@ void TextReport::EndGroup() {
     inGroup_.clear();
 }
 
-void TextReport::End(const std::vector<Result>& results, double seconds) {
+void TextReport::End(const std::vector<CheckResult>& results, double seconds) {
     EndGroup();
-    const bool isGood = Count(results, Verdict::kFailed) + Count(results, Verdict::kCrashed) == 0;
     const std::string text = SummaryText(results) + ", in " + host::NumberText(std::round(seconds * 10) / 10) + " s";
-    std::fprintf(file_, "%s\n", Colored(isGood ? Verdict::kPassed : Verdict::kFailed, text).c_str());
+    std::fprintf(file_, "%s\n",
+                 Colored(IsBad(VerdictOfRun(results)) ? Verdict::kFailed : Verdict::kPassed, text).c_str());
 }
 
-std::string SummaryText(const std::vector<Result>& results) {
+std::string SummaryText(const std::vector<CheckResult>& results) {
     const char* unit = results.size() == 1 ? " check: " : " checks: ";
     return std::to_string(results.size()) + unit + Counts(results, /*all=*/true);
 }
 
-std::string JsonReport(const std::string& module, const std::vector<Result>& results) {
+std::string JsonReport(const std::string& module, const std::vector<CheckResult>& results) {
     using json = nlohmann::ordered_json;
     json report = {{"module", module}, {"summary", json::object()}, {"checks", json::array()}};
     for (const Verdict verdict : kVerdicts) report["summary"][VerdictText(verdict)] = Count(results, verdict);
-    for (const Result& result : results) {
+    for (const CheckResult& result : results) {
         json check = {{"name", result.FullName()},
                       {"verdict", VerdictText(result.verdict)},
                       {"rule", result.check->rule},
@@ -146,26 +150,25 @@ std::string JsonReport(const std::string& module, const std::vector<Result>& res
             check["findings"].push_back(
                 {{"subject", finding.subject}, {"expected", finding.expected}, {"got", finding.got}});
         }
-        const bool isGood = result.verdict == Verdict::kPassed || result.verdict == Verdict::kSkipped;
-        if (!isGood) check["likelyCause"] = result.check->cause;
+        if (HasEvidence(result.verdict)) check["likelyCause"] = result.check->cause;
         if (!result.output.empty()) check["output"] = result.output;
         report["checks"].push_back(std::move(check));
     }
     return report.dump(2, ' ', /*ensure_ascii=*/false, json::error_handler_t::replace) + "\n";
 }
 
-std::string JunitReport(const std::string& module, const std::vector<Result>& results) {
+std::string JunitReport(const std::string& module, const std::vector<CheckResult>& results) {
     std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites name=\"" + Xml(module) + "\">\n";
     for (const Group& group : Groups()) {
-        std::vector<Result> inGroup;
+        std::vector<CheckResult> inGroup;
         std::copy_if(results.begin(), results.end(), std::back_inserter(inGroup),
-                     [&](const Result& each) { return each.group == group.name; });
+                     [&](const CheckResult& each) { return each.group == group.name; });
         if (inGroup.empty()) continue;
         text += "  <testsuite name=\"" + group.name + "\" tests=\"" + std::to_string(inGroup.size()) +
                 "\" failures=\"" + std::to_string(Count(inGroup, Verdict::kFailed)) + "\" errors=\"" +
                 std::to_string(Count(inGroup, Verdict::kCrashed)) + "\" skipped=\"" +
                 std::to_string(Count(inGroup, Verdict::kSkipped)) + "\">\n";
-        for (const Result& result : inGroup) {
+        for (const CheckResult& result : inGroup) {
             text += "    <testcase classname=\"" + group.name + "\" name=\"" + result.check->name + "\" time=\"" +
                     host::NumberText(std::round(result.seconds * 1000) / 1000) + "\"";
             const std::string details = Xml(Joined(Details(result, result.findings.size())));
@@ -206,7 +209,7 @@ std::string ListOfChecks(const std::vector<std::string>& only) {
         before = group;
         std::string name = group + "." + check->name;
         name.resize(width, ' ');
-        text += name + check->rule + (check->weight == Weight::kWarning ? " (warns)" : "") + "\n";
+        text += name + check->rule + (check->severity == Severity::kWarning ? " (warns)" : "") + "\n";
     }
     return text;
 }

@@ -1,4 +1,7 @@
-// report.h - results for people, for programs, and for whatever collects test results.
+// report.h - the three reports of a run: text for people, JSON for programs, JUnit XML for test collectors.
+//
+// Failure: none; a report is built from results that already exist.
+// Threads: any, one report at a time.
 
 #pragma once
 
@@ -10,38 +13,42 @@
 
 namespace checker {
 
-// Prints results as they come: a line per group, and what a person must read of each check that did not pass.
+// Prints results while the run goes on: one line per group, then the findings of each check that failed, crashed or
+// warned.
 class TextReport {
   public:
-    // With color when the file is a terminal. Verbose: a line per check.
+    // Uses color when the file is a terminal. A verbose report has a line for every check.
     TextReport(std::FILE* file, bool isVerbose);
 
-    void Tell(const Result& result);
+    // Adds the result of the next check. A group is printed when the next group begins.
+    void Add(const CheckResult& result);
 
-    // The rest of the last group, and the summary.
-    void End(const std::vector<Result>& results, double seconds);
+    // Prints the last group and the summary.
+    void End(const std::vector<CheckResult>& results, double seconds);
 
   private:
     void EndGroup();
-    std::string Colored(Verdict verdict, const std::string& text) const;
+    [[nodiscard]] std::string Colored(Verdict verdict, const std::string& text) const;
 
     std::FILE* file_;
     bool isVerbose_;
     bool hasColor_;
     std::string group_;
-    std::vector<Result> inGroup_;
+    std::vector<CheckResult> inGroup_;
 };
 
-// "131 checks: 118 passed, 0 failed, 0 crashed, 1 warned, 12 skipped".
-std::string SummaryText(const std::vector<Result>& results);
+// Returns "131 checks: 118 passed, 0 failed, 0 crashed, 1 warned, 12 skipped".
+[[nodiscard]] std::string SummaryText(const std::vector<CheckResult>& results);
 
-// An object with the module, the summary and one object per check.
-std::string JsonReport(const std::string& module, const std::vector<Result>& results);
+// Returns a JSON object with the module, the number of checks per verdict, and one object per check. docs/checker.md
+// documents its fields.
+[[nodiscard]] std::string JsonReport(const std::string& module, const std::vector<CheckResult>& results);
 
-// A test suite per group.
-std::string JunitReport(const std::string& module, const std::vector<Result>& results);
+// Returns JUnit XML with one test suite per group.
+[[nodiscard]] std::string JunitReport(const std::string& module, const std::vector<CheckResult>& results);
 
-// The list of checks, a line each, with a gap between groups.
-std::string ListOfChecks(const std::vector<std::string>& only);
+// Returns the list of checks that `only` selects, one per line, with an empty line between groups. Throws HostError
+// like SelectedChecks.
+[[nodiscard]] std::string ListOfChecks(const std::vector<std::string>& only);
 
 }  // namespace checker

@@ -1,9 +1,10 @@
-// runner.cpp - the way of a check through its process, and of its findings back.
+// runner.cpp - runs a check in a child process, sends its findings back as JSON, and derives the verdict.
 
 #include "host/checker/runner.h"
 
 #include <fnmatch.h>
 
+#include <chrono>
 #include <nlohmann/json.hpp>
 
 #include "host/checker/child.h"
@@ -16,45 +17,46 @@ namespace {
 
 using nlohmann::json;
 
-// What a check answers from its process.
-std::string MakeCheck(const Check& check, const Subject& subject, const RunOptions& options) {
-    Examination examination(subject, options.seed, options.timeLimit);
-    json answer;
+// Runs a check in this process. Returns its findings, or why it was skipped, as JSON.
+std::string RunCheck(const Check& check, const CheckedModule& module, const RunOptions& options) {
+    CheckContext context(module, options.seed, options.timeLimit);
+    json reply;
     try {
-        check.run(examination);
-    } catch (const Skipped& skipped) {
-        answer["skipped"] = skipped.reason;
+        check.run(context);
+    } catch (const SkipCheck& skipped) {
+        reply["skipped"] = skipped.reason;
     } catch (const host::HostError& error) {
-        examination.Report("", "the modules can be loaded and used", error.what());
+        context.AddFinding("", "modules that can be loaded and used", error.what());
     }
-    answer["findings"] = json::array();
-    for (const Finding& finding : examination.Findings()) {
-        answer["findings"].push_back({finding.subject, finding.expected, finding.got});
+    reply["findings"] = json::array();
+    for (const Finding& finding : context.Findings()) {
+        reply["findings"].push_back({finding.subject, finding.expected, finding.got});
     }
-    return answer.dump(-1, ' ', /*ensure_ascii=*/false, json::error_handler_t::replace);
+    return reply.dump(-1, ' ', /*ensure_ascii=*/false, json::error_handler_t::replace);
 }
 
-Result Judge(const std::string& group, const Check& check, const Outcome& outcome) {
-    Result result{.group = group, .check = &check, .findings = {}, .reason = {}, .output = {}};
-    result.seconds = outcome.seconds.count();
-    const json answer = outcome.answered ? json::parse(outcome.answer) : json::object();
-    for (const json& finding : answer.value("findings", json::array())) {
+CheckResult ResultFromChild(const std::string& group, const Check& check, const ChildResult& child) {
+    CheckResult result{.group = group, .check = &check, .findings = {}, .reason = {}, .output = {}};
+    result.seconds = child.seconds.count();
+    const json reply = child.hasReturned ? json::parse(child.text) : json::object();
+    for (const json& finding : reply.value("findings", json::array())) {
         result.findings.push_back({finding[0], finding[1], finding[2]});
     }
-    if (!outcome.EndedWell()) {
+    if (!child.Succeeded()) {
         result.verdict = Verdict::kCrashed;
-        result.reason = EndingText(outcome);
+        result.reason = FailureText(child);
     } else if (!result.findings.empty()) {
-        result.verdict = check.weight == Weight::kWarning ? Verdict::kWarned : Verdict::kFailed;
-    } else if (answer.contains("skipped")) {
+        result.verdict = check.severity == Severity::kWarning ? Verdict::kWarned : Verdict::kFailed;
+    } else if (reply.contains("skipped")) {
         result.verdict = Verdict::kSkipped;
-        result.reason = answer["skipped"];
+        result.reason = reply["skipped"];
     }
-    if (result.IsBad()) result.output = outcome.output;
+    if (IsBad(result.verdict)) result.output = child.output;
     return result;
 }
 
-bool IsNamed(const std::string& pattern, const std::string& group, const Check& check) {
+// Whether the user's pattern selects a check.
+bool IsSelectedBy(const std::string& pattern, const std::string& group, const Check& check) {
     return pattern == group || pattern == check.name ||
            fnmatch(pattern.c_str(), (group + "." + check.name).c_str(), 0) == 0;
 }
@@ -77,6 +79,15 @@ const char* VerdictText(Verdict verdict) {
     return "";
 }
 
+Verdict VerdictOfRun(const std::vector<CheckResult>& results) {
+    for (const Verdict verdict : {Verdict::kCrashed, Verdict::kFailed, Verdict::kWarned, Verdict::kPassed}) {
+        for (const CheckResult& result : results) {
+            if (result.verdict == verdict) return verdict;
+        }
+    }
+    return Verdict::kSkipped;
+}
+
 std::vector<std::pair<std::string, const Check*>> SelectedChecks(const std::vector<std::string>& only) {
     std::vector<std::pair<std::string, const Check*>> selected;
     std::vector<bool> isUsed(only.size());
@@ -87,7 +98,7 @@ std::vector<std::pair<std::string, const Check*>> SelectedChecks(const std::vect
             names.push_back(group.name + "." + check.name);
             bool isSelected = only.empty();
             for (std::size_t i = 0; i < only.size(); ++i) {
-                if (!IsNamed(only[i], group.name, check)) continue;
+                if (!IsSelectedBy(only[i], group.name, check)) continue;
                 isUsed[i] = isSelected = true;
             }
             if (isSelected) selected.emplace_back(group.name, &check);
@@ -95,32 +106,32 @@ std::vector<std::pair<std::string, const Check*>> SelectedChecks(const std::vect
     }
     for (std::size_t i = 0; i < only.size(); ++i) {
         if (!isUsed[i]) {
-            throw host::HostError("check " + only[i],
-                                  "there is no such check or group" + host::Suggestion(only[i], names));
+            throw host::HostError("check " + only[i], "not a check or group" + host::Suggestion(only[i], names));
         }
     }
     return selected;
 }
 
-std::vector<Result> RunChecks(const Subject& subject, const RunOptions& options,
-                              const std::function<void(const Result&)>& tell) {
-    std::vector<Result> results;
-    std::string missingBasis;
+std::vector<CheckResult> RunChecks(const CheckedModule& module, const RunOptions& options,
+                                   const std::function<void(const CheckResult&)>& onResult) {
+    std::vector<CheckResult> results;
+    std::string failedPrerequisite;
     for (const auto& [group, check] : SelectedChecks(options.only)) {
-        if (missingBasis.empty()) {
-            const auto work = [&, each = check] { return MakeCheck(*each, subject, options); };
-            results.push_back(Judge(group, *check, RunInChild(work, std::chrono::duration<double>(options.timeLimit))));
+        if (failedPrerequisite.empty()) {
+            const auto work = [&, each = check] { return RunCheck(*each, module, options); };
+            results.push_back(
+                ResultFromChild(group, *check, RunInChild(work, std::chrono::duration<double>(options.timeLimit))));
         } else {
             results.push_back({.group = group,
                                .check = check,
                                .verdict = Verdict::kSkipped,
                                .findings = {},
-                               .reason = missingBasis + " did not pass",
+                               .reason = failedPrerequisite + " did not pass",
                                .output = {}});
         }
-        const Result& result = results.back();
-        if (result.IsBad() && check->weight == Weight::kBasis) missingBasis = result.FullName();
-        if (tell) tell(result);
+        const CheckResult& result = results.back();
+        if (IsBad(result.verdict) && check->severity == Severity::kPrerequisite) failedPrerequisite = result.FullName();
+        if (onResult) onResult(result);
     }
     return results;
 }

@@ -1,46 +1,60 @@
-// runner.h - makes checks, each in a process of its own, and says what came of them.
+// runner.h - runs checks, each in its own process, and turns what each process did into a verdict.
+//
+// Failure: RunChecks throws std::system_error when the system cannot start a process.
+// Threads: call from a process with a single thread, because each check runs in a forked copy of it.
 
 #pragma once
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/checker/check.h"
 
 namespace checker {
 
-enum class Verdict { kPassed, kFailed, kCrashed, kSkipped, kWarned };
+enum class Verdict {
+    kPassed,   // no findings
+    kFailed,   // findings
+    kCrashed,  // the process of the check crashed, hung or ended early
+    kSkipped,  // the rule has no subject in this module, or a prerequisite did not pass
+    kWarned,   // findings of a check whose severity is kWarning
+};
 
-// "passed", "failed" ...
-const char* VerdictText(Verdict verdict);
+// Returns "passed", "failed" ...
+[[nodiscard]] const char* VerdictText(Verdict verdict);
 
-// What came of one check.
-struct Result {
+// Whether the module must be changed.
+[[nodiscard]] inline bool IsBad(Verdict verdict) { return verdict == Verdict::kFailed || verdict == Verdict::kCrashed; }
+
+// One check of a run, with its verdict and findings.
+struct CheckResult {
     std::string group;
     const Check* check = nullptr;
     Verdict verdict = Verdict::kPassed;
     std::vector<Finding> findings;
-    std::string reason;  // why it was skipped, or how it crashed
+    std::string reason;  // why the check was skipped, or how it crashed
     std::string output;  // what the module printed in a check that failed or crashed
     double seconds = 0;
 
-    bool IsBad() const { return verdict == Verdict::kFailed || verdict == Verdict::kCrashed; }
-    std::string FullName() const { return group + "." + check->name; }
+    [[nodiscard]] std::string FullName() const { return group + "." + check->name; }
 };
 
-// Which checks to make, and how.
+// The verdict of a whole run: the worst of its checks, in the order crashed, failed, warned, passed, skipped.
+[[nodiscard]] Verdict VerdictOfRun(const std::vector<CheckResult>& results);
+
 struct RunOptions {
     std::vector<std::string> only;  // names, groups or patterns with * and ?; all checks when empty
     unsigned seed = 1;              // of the random sequences
     double timeLimit = 30;          // seconds per check
 };
 
-// The checks that the options name. Throws HostError for a name that fits none.
+// Returns the checks that `only` selects, with their groups. Throws HostError for an entry that selects no check.
 std::vector<std::pair<std::string, const Check*>> SelectedChecks(const std::vector<std::string>& only);
 
-// Makes the selected checks in order; tells of each when it is done.
-std::vector<Result> RunChecks(const Subject& subject, const RunOptions& options,
-                              const std::function<void(const Result&)>& tell = {});
+// Runs the selected checks in order. Calls onResult after each one.
+[[nodiscard]] std::vector<CheckResult> RunChecks(const CheckedModule& module, const RunOptions& options,
+                                                 const std::function<void(const CheckResult&)>& onResult = {});
 
 }  // namespace checker

@@ -1,7 +1,12 @@
-// sequence_checks.cpp - many objects, and calls in an order that nobody thought of.
+// sequence_checks.cpp - many objects, random calls, and objects destroyed in different orders.
 
 #include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstddef>
 #include <random>
+#include <string>
+#include <vector>
 
 #include "host/checker/check.h"
 #include "host/checker/child.h"
@@ -14,10 +19,10 @@ namespace {
 using host::Member;
 using host::ObjectReference;
 
-// A number below a limit; the same on every machine for the same seed.
+// Returns a random number below a limit. The same seed gives the same numbers on every machine.
 std::size_t Below(std::mt19937& random, std::size_t limit) { return random() % limit; }
 
-// One random call after the other on some objects. Answers what each call gave, a line each.
+// Makes random calls on random objects. Returns the value of each read, one per line.
 std::string PlayRandomly(Stage& stage, unsigned seed, int steps) {
     constexpr std::size_t kObjects = 24;
     std::mt19937 random(seed);
@@ -39,7 +44,7 @@ std::string PlayRandomly(Stage& stage, unsigned seed, int steps) {
             if (!IsNil(value)) stage.Write(object, member, value);
         } else {
             transcript += std::to_string(step) + " " + MemberName(*object->isa, member) + " = " +
-                          Words(stage.Read(object, member).value) + "\n";
+                          ValueText(stage.Read(object, member).value) + "\n";
         }
         stage.watch.Settle();
     }
@@ -50,57 +55,57 @@ std::string PlayRandomly(Stage& stage, unsigned seed, int steps) {
 
 constexpr int kSteps = 1000;
 
-void Random(Examination& examination) {
-    Stage& stage = examination.Load();
-    PlayRandomly(stage, examination.Seed(), kSteps);
-    if (!stage.Classes().empty()) examination.Seen();
-    examination.SkipUnlessSeen("no class can have objects");
+void Random(CheckContext& context) {
+    Stage& stage = context.Load();
+    PlayRandomly(stage, context.Seed(), kSteps);
+    if (!stage.Classes().empty()) context.CountSubject();
+    context.SkipWithoutSubjects("no class can have objects");
 }
 
-void Replay(Examination& examination) {
+void Replay(CheckContext& context) {
     const auto play = [&] {
         const auto work = [&] {
-            Stage stage(examination.TheSubject());
-            return PlayRandomly(stage, examination.Seed(), kSteps);
+            Stage stage(context.Module());
+            return PlayRandomly(stage, context.Seed(), kSteps);
         };
-        const Outcome outcome = RunInChild(work, std::chrono::duration<double>(examination.TimeLimit()));
-        return outcome.EndedWell() ? outcome.answer : EndingText(outcome);
+        const ChildResult child = RunInChild(work, std::chrono::duration<double>(context.TimeLimit()));
+        return child.Succeeded() ? child.text : FailureText(child);
     };
     const std::string first = play(), second = play();
-    if (first.empty()) throw Skipped{"no class has a property"};
+    if (first.empty()) throw SkipCheck{"no class has a property"};
     if (first == second) return;
     const auto [one, other] = std::mismatch(first.begin(), first.end(), second.begin(), second.end());
     const auto position = static_cast<std::size_t>(one - first.begin());
     const std::size_t line = position == 0 ? 0 : first.rfind('\n', position - 1) + 1;
-    examination.Report("step " + first.substr(line, first.find('\n', line) - line), "the same the second time",
+    context.AddFinding("step " + first.substr(line, first.find('\n', line) - line), "the same value the second time",
                        second.substr(std::min(line, second.size()), second.find('\n', line) - line));
 }
 
-void ManyObjects(Examination& examination) {
+void ManyObjects(CheckContext& context) {
     constexpr int kObjects = 3000;
-    Stage& stage = examination.Load();
+    Stage& stage = context.Load();
     const std::vector<const host::Class*> classes = stage.Classes();
-    if (classes.empty()) throw Skipped{"no class can have objects"};
+    if (classes.empty()) throw SkipCheck{"no class can have objects"};
     static std::vector<ObjectReference> objects;
     for (int i = 0; i < kObjects; ++i) {
         objects.push_back(stage.New(*classes[static_cast<std::size_t>(i) % classes.size()]));
-        // One that cannot be made at all is the business of other checks.
-        const bool couldAtFirst =
+        // A class whose first object cannot be created either does not count: other checks report it.
+        const bool couldBefore =
             i >= static_cast<int>(classes.size()) && objects[static_cast<std::size_t>(i) % classes.size()];
-        if (couldAtFirst && !objects.back()) {
-            return examination.Report("", std::to_string(kObjects) + " objects at a time", std::to_string(i));
+        if (couldBefore && !objects.back()) {
+            return context.AddFinding("", std::to_string(kObjects) + " objects at a time", std::to_string(i));
         }
     }
 }
 
-// Objects of one class end in the order in which they were made, backwards, and from the middle.
-void EndingOrders(Examination& examination) {
-    Stage& stage = examination.Load();
+// Destroys three objects of a class in the order of creation, backwards, and starting from the middle.
+void EndingOrders(CheckContext& context) {
+    Stage& stage = context.Load();
     for (const host::Class* isa : stage.Classes()) {
         for (const std::array<int, 3>& order : {std::array{0, 1, 2}, std::array{2, 1, 0}, std::array{1, 0, 2}}) {
             ObjectReference objects[3];
             for (ObjectReference& object : objects) object = stage.New(*isa);
-            examination.Seen();
+            context.CountSubject();
             for (const int each : order) {
                 objects[each] = {};
                 stage.watch.Settle();
@@ -113,21 +118,21 @@ void EndingOrders(Examination& examination) {
             }
         }
     }
-    examination.SkipUnlessSeen("no class can have objects");
+    context.SkipWithoutSubjects("no class can have objects");
 }
 
 }  // namespace
 
 std::vector<Check> SequenceChecks() {
     return {
-        {"random", "random calls on two dozen objects bring nothing down (--seed)",
-         "objects of the module know of each other", Random},
-        {"replay", "the same calls give the same answers again",
-         "an answer depends on time, on an address or on memory never set", Replay, Weight::kWarning},
-        {"many-objects", "there can be 3000 objects at a time", "objects are kept in a table of fixed size",
+        {"random", "random calls on 24 objects do not crash the module (--seed)",
+         "an object refers to another one that is already destroyed", Random},
+        {"replay", "the same calls give the same results again",
+         "a result depends on time, on an address or on uninitialized memory", Replay, Severity::kWarning},
+        {"many-objects", "3000 objects can exist at the same time", "objects are kept in a table of fixed size",
          ManyObjects},
-        {"ending-orders", "objects can end in any order",
-         "objects are linked with each other, and an end cuts the chain", EndingOrders},
+        {"ending-orders", "objects can be destroyed in any order",
+         "objects are linked, and destroying one breaks the chain", EndingOrders},
     };
 }
 

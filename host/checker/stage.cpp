@@ -1,10 +1,12 @@
-// stage.cpp - loading everything, and calling members so that nothing that comes out of a module is lost.
+// stage.cpp - loads the modules, and calls members so that every result, exception and reference is accounted for.
 
 #include "host/checker/stage.h"
 
 #include <malloc.h>
 
 #include <array>
+#include <string_view>
+#include <utility>
 
 #include "host/runtime/argument.h"
 #include "host/runtime/describe.h"
@@ -17,7 +19,7 @@ namespace {
 
 constexpr std::string_view kAttributePrefix = "Attribute";
 
-// What freed memory is filled with, so that whoever still reads it finds no sense there.
+// glibc fills freed memory with this byte, so reading it after the free gives a wrong value.
 constexpr int kFreedByte = 0x5A;
 
 host::HostOptions OptionsFor(Stage& stage, double version, const host::CallScope& callScope) {
@@ -30,24 +32,24 @@ host::HostOptions OptionsFor(Stage& stage, double version, const host::CallScope
 
 }  // namespace
 
-Stage::Stage(const Subject& subject, StageOptions options)
-    : host(OptionsFor(*this, options.hostVersion.value_or(subject.hostVersion), subject.callScope)) {
+Stage::Stage(const CheckedModule& checked, StageOptions options)
+    : host(OptionsFor(*this, options.hostVersion.value_or(checked.hostVersion), checked.callScope)) {
     mallopt(M_PERTURB, kFreedByte);
     watch.hasVersion = options.hasVersion;
     watch.guardsBlocks = options.guardsBlocks;
     const auto loadSiblings = [&] {
-        for (const std::filesystem::path& sibling : subject.siblings) {
+        for (const std::filesystem::path& sibling : checked.siblings) {
             watch.BeginStep("loading " + sibling.string());
             host.LoadModule(sibling, Watch::ResolveForSibling);
         }
     };
     if (options.siblingsComeFirst) loadSiblings();
     watch.SetFaults(std::move(options.faults));
-    watch.BeginStep("loading " + subject.module.string());
+    watch.BeginStep("loading " + checked.path.string());
     try {
-        module = &host.LoadModule(subject.module, Watch::ResolveForModule);
+        module = &host.LoadModule(checked.path, Watch::ResolveForModule);
     } catch (const host::HostException&) {
-        module = host.Modules().back().get();  // loaded all the same; the watch knows what was raised
+        module = host.Modules().back().get();  // the module is loaded; the watch has noted the exception
     }
     if (!options.siblingsComeFirst) loadSiblings();
 }
@@ -58,14 +60,14 @@ std::vector<const host::Class*> Stage::Classes() {
         try {
             linked.push_back(&host.Classes().Linked(isa->Name()));
         } catch (const host::HostError&) {
-            // Its superclass is missing, which is the business of a check of its own.
+            // The superclass is missing. registration.superclasses reports that.
         }
     }
     return linked;
 }
 
 host::ObjectReference Stage::NewUnconstructed(const host::Class& isa) {
-    watch.BeginStep("making a " + isa.Name());
+    watch.BeginStep("creating a " + isa.Name());
     host::ObjectReference object = host::NewObject(isa);
     const host::ObjectReference raised = host.RaisedBy([&] { host::Initialize(object.Get()); });
     return raised ? host::ObjectReference() : object;
@@ -73,62 +75,62 @@ host::ObjectReference Stage::NewUnconstructed(const host::Class& isa) {
 
 host::ObjectReference Stage::New(const host::Class& isa) {
     host::ObjectReference object = NewUnconstructed(isa);
-    if (!object || !Construct(object).IsGood()) return {};
+    if (!object || !Construct(object).Succeeded()) return {};
     return object;
 }
 
-Answer Stage::Construct(const host::ObjectReference& object) {
+CallResult Stage::Construct(const host::ObjectReference& object) {
     const host::Member* constructor = object->isa->FindConstructor(0);
     if (constructor == nullptr) return {};
     return Run("constructing a " + object->isa->Name(), constructor->function, constructor->interface, object, {}, {});
 }
 
-Answer Stage::Read(const host::ObjectReference& object, const host::Member& property) {
+CallResult Stage::Read(const host::ObjectReference& object, const host::Member& property) {
     return Run("reading " + MemberName(*object->isa, property), property.function, property.interface, object, {}, {});
 }
 
-Answer Stage::Write(const host::ObjectReference& object, const host::Member& property, const host::Value& value) {
+CallResult Stage::Write(const host::ObjectReference& object, const host::Member& property, const host::Value& value) {
     const host::Declaration& declaration = property.declaration;
     return Run("writing " + host::Describe(value) + " to " + MemberName(*object->isa, property), property.setter,
                property.setInterface, object, {{declaration.name, declaration.result}}, {value});
 }
 
-Answer Stage::Call(const host::ObjectReference& object, const host::Member& method,
-                   const std::vector<host::Value>& arguments) {
+CallResult Stage::Call(const host::ObjectReference& object, const host::Member& method,
+                       const std::vector<host::Value>& arguments) {
     return Run("calling " + MemberName(*object->isa, method), method.function, method.interface, object,
                method.declaration.parameters, arguments);
 }
 
-Answer Stage::CallShared(const host::Class& isa, const host::Member& method,
-                         const std::vector<host::Value>& arguments) {
+CallResult Stage::CallShared(const host::Class& isa, const host::Member& method,
+                             const std::vector<host::Value>& arguments) {
     return Run("calling " + MemberName(isa, method), method.function, method.interface, {},
                method.declaration.parameters, arguments);
 }
 
-Answer Stage::Run(const std::string& step, ZEVAentry function, const host::CallInterface& interface,
-                  const host::ObjectReference& receiver, const std::vector<host::Parameter>& parameters,
-                  const std::vector<host::Value>& values) {
+CallResult Stage::Run(const std::string& step, ZEVAentry function, const host::CallInterface& interface,
+                      const host::ObjectReference& receiver, const std::vector<host::Parameter>& parameters,
+                      const std::vector<host::Value>& values) {
     std::array<host::Argument, host::kMaximumParameters> arguments;
     for (std::size_t i = 0; i < values.size(); ++i) {
         arguments[i] = host::ArgumentFor(parameters[i].type, values[i]).value_or(host::Argument{.pointer = nullptr});
     }
     watch.BeginStep(step);
-    Answer answer;
-    answer.raised = host.RaisedBy([&] {
+    CallResult result;
+    result.raised = host.RaisedBy([&] {
         try {
-            answer.value = interface.Call(function, receiver.Get(), arguments.data());
+            result.value = interface.Call(function, receiver.Get(), arguments.data());
         } catch (...) {
-            answer.leftByException = true;
+            result.leftByException = true;
         }
     });
-    if (answer.leftByException) watch.AddBreach(Breach::kForeignException, "an exception that left the module");
-    if (!watch.TakeAnswer(answer.value)) {
-        // Nothing that could be given back.
-        if (auto* object = std::get_if<host::ObjectReference>(&answer.value)) object->Leak();
-        if (auto* string = std::get_if<host::StringReference>(&answer.value)) string->Leak();
-        answer.value = {};
+    if (result.leftByException) watch.AddBreach(Breach::kForeignException, "an exception that left the module");
+    if (!watch.TakeAnswer(result.value)) {
+        // The host must not release what it does not own.
+        if (auto* object = std::get_if<host::ObjectReference>(&result.value)) object->Leak();
+        if (auto* string = std::get_if<host::StringReference>(&result.value)) string->Leak();
+        result.value = {};
     }
-    return answer;
+    return result;
 }
 
 host::ObjectReference ObjectIn(const host::Value& value) {

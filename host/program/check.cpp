@@ -6,9 +6,9 @@
 #include <fstream>
 
 #include "host/checker/report.h"
-#include "host/runtime/errors.h"
 #include "host/program/commands.h"
 #include "host/program/platform_pool.h"
+#include "host/runtime/errors.h"
 
 namespace {
 
@@ -52,9 +52,10 @@ int Check(const SessionOptions& session, Request& request) {
     }
     if (request.module.empty()) throw CLI::RequiredError("MODULE");
     if (request.siblings.empty() && !request.isAlone) request.siblings = UsualSiblings(request.module);
-    if (!session.trace.empty()) throw host::HostError("--trace", "checks run in processes of their own, none is traced");
+    if (!session.trace.empty())
+        throw host::HostError("--trace", "checks run in processes of their own, none is traced");
     checker::SelectedChecks(request.run.only);  // an unknown name is told before anything is printed
-    const checker::Subject subject{request.module, request.siblings, PlatformPool(), session.hostVersion};
+    const checker::CheckedModule module{request.module, request.siblings, PlatformPool(), session.hostVersion};
 
     checker::TextReport text(stdout, request.isVerbose);
     if (!request.isJson) {
@@ -63,8 +64,8 @@ int Check(const SessionOptions& session, Request& request) {
         std::printf(", host version %s\n\n", host::NumberText(session.hostVersion).c_str());
     }
     const auto start = std::chrono::steady_clock::now();
-    const auto results = checker::RunChecks(subject, request.run, [&](const checker::Result& result) {
-        if (!request.isJson) text.Tell(result);
+    const auto results = checker::RunChecks(module, request.run, [&](const checker::CheckResult& result) {
+        if (!request.isJson) text.Add(result);
     });
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
     if (request.isJson) {
@@ -78,7 +79,7 @@ int Check(const SessionOptions& session, Request& request) {
             throw host::HostError(request.junit.string(), "it cannot be written");
         }
     }
-    return std::any_of(results.begin(), results.end(), [](const checker::Result& result) { return result.IsBad(); });
+    return checker::IsBad(checker::VerdictOfRun(results));
 }
 
 }  // namespace

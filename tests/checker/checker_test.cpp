@@ -1,11 +1,16 @@
-// checker_test.cpp - every check of the checker notices its fault, and no other check does.
+// checker_test.cpp - every check finds the fault that is named after it, and no other check finds it.
 //
-// A check without a fault in faulty_module.cpp fails here: nothing is noticed under its name.
+// A check without a fault in faulty_module.cpp fails here, because no check has findings for its name.
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstdlib>
+#include <initializer_list>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "host/checker/report.h"
 #include "host/runtime/services.h"
@@ -13,22 +18,23 @@
 namespace checker {
 namespace {
 
-// The module of faults, or, for the one fault that cannot be made at run time, a library without an entry point.
-Subject SubjectFor(const std::string& fault) {
+// Returns the faulty module. A missing entry point cannot be simulated at run time, so that fault has its own library.
+CheckedModule ModuleFor(const std::string& fault) {
     const char* module = fault == "load.entry-point" ? ZEVA_PLAIN_LIBRARY : ZEVA_FAULTY_MODULE;
-    return {.module = module, .siblings = {ZEVA_FAKE_MODULE}, .callScope = {}};
+    return {.path = module, .siblings = {ZEVA_FAKE_MODULE}, .callScope = {}};
 }
 
-std::vector<Result> CheckWithFault(const std::string& fault) {
+std::vector<CheckResult> CheckWithFault(const std::string& fault) {
     setenv("ZEVA_FAULT", fault.c_str(), /*overwrite=*/1);
-    return RunChecks(SubjectFor(fault), {});
+    return RunChecks(ModuleFor(fault), {});
 }
 
-// "properties.extremes crashed while ...", one line for each check with another verdict than the given ones.
-std::vector<std::string> Others(const std::vector<Result>& results, std::initializer_list<Verdict> good) {
+// Returns a line for each check whose verdict is not one of those given, with its verdict, reason and findings.
+std::vector<std::string> ResultsExcept(const std::vector<CheckResult>& results,
+                                       std::initializer_list<Verdict> verdicts) {
     std::vector<std::string> lines;
-    for (const Result& result : results) {
-        if (std::find(good.begin(), good.end(), result.verdict) != good.end()) continue;
+    for (const CheckResult& result : results) {
+        if (std::find(verdicts.begin(), verdicts.end(), result.verdict) != verdicts.end()) continue;
         std::string line = result.FullName() + " " + VerdictText(result.verdict) + " " + result.reason;
         for (const Finding& finding : result.findings) {
             line += "; " + finding.subject + " expected " + finding.expected + ", got " + finding.got;
@@ -38,11 +44,11 @@ std::vector<std::string> Others(const std::vector<Result>& results, std::initial
     return lines;
 }
 
-TEST(CheckerTest, AFaultlessModulePassesEveryCheck) {
-    EXPECT_EQ(Others(CheckWithFault(""), {Verdict::kPassed}), std::vector<std::string>());
+TEST(CheckerTest, ModuleWithoutFaultsPassesEveryCheck) {
+    EXPECT_EQ(ResultsExcept(CheckWithFault(""), {Verdict::kPassed}), std::vector<std::string>());
 }
 
-TEST(CheckerTest, HasChecksInElevenGroupsUnderDifferentNames) {
+TEST(CheckerTest, HasElevenGroupsAndUniqueCheckNames) {
     std::vector<std::string> names;
     for (const auto& [group, check] : SelectedChecks({})) names.push_back(group + "." + check->name);
     std::sort(names.begin(), names.end());
@@ -51,7 +57,7 @@ TEST(CheckerTest, HasChecksInElevenGroupsUnderDifferentNames) {
     EXPECT_GE(names.size(), 50u);
 }
 
-TEST(CheckerTest, EveryServiceOfTheHostIsWatched) {
+TEST(CheckerTest, WatchesEveryServiceOfTheHost) {
     const Watch watch;
     for (const host::Service& service : host::Services()) {
         EXPECT_NE(Watch::ResolveForSibling(service.name), nullptr) << service.name;
@@ -60,14 +66,14 @@ TEST(CheckerTest, EveryServiceOfTheHostIsWatched) {
 
 class FaultTest : public testing::TestWithParam<std::pair<std::string, const Check*>> {};
 
-TEST_P(FaultTest, IsNoticedByItsCheckAlone) {
+TEST_P(FaultTest, OnlyItsOwnCheckHasFindings) {
     const auto& [group, check] = GetParam();
-    const std::vector<Result> results = CheckWithFault(group + "." + check->name);
-    const std::vector<std::string> noticed = Others(results, {Verdict::kPassed, Verdict::kSkipped});
-    ASSERT_EQ(noticed.size(), 1u) << testing::PrintToString(noticed);
-    EXPECT_EQ(noticed[0].substr(0, noticed[0].find(' ')), group + "." + check->name);
-    const bool warns = check->weight == Weight::kWarning;
-    for (const Result& result : results) {
+    const std::vector<CheckResult> results = CheckWithFault(group + "." + check->name);
+    const std::vector<std::string> others = ResultsExcept(results, {Verdict::kPassed, Verdict::kSkipped});
+    ASSERT_EQ(others.size(), 1u) << testing::PrintToString(others);
+    EXPECT_EQ(others[0].substr(0, others[0].find(' ')), group + "." + check->name);
+    const bool warns = check->severity == Severity::kWarning;
+    for (const CheckResult& result : results) {
         if (result.check == check) {
             EXPECT_EQ(result.verdict == Verdict::kWarned, warns);
         }

@@ -1,12 +1,15 @@
-// child_test.cpp - processes that answer, crash, hang and talk.
+// child_test.cpp - child processes that return a result, crash, hang and print.
 
 #include "host/checker/child.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
+#include <string>
 
 namespace checker {
 namespace {
@@ -14,38 +17,38 @@ namespace {
 constexpr std::chrono::duration<double> kLong(10);
 constexpr std::chrono::duration<double> kShort(0.1);
 
-TEST(ChildTest, AnswersWhatItsWorkReturns) {
-    const std::string text = "an answer\n" + std::string(200'000, 'x');
-    const Outcome outcome = RunInChild([&] { return text; }, kLong);
-    EXPECT_TRUE(outcome.EndedWell());
-    EXPECT_EQ(outcome.answer, text);
+TEST(ChildTest, ReturnsTheTextOfItsWork) {
+    const std::string text = "a result\n" + std::string(200'000, 'x');
+    const ChildResult child = RunInChild([&] { return text; }, kLong);
+    EXPECT_TRUE(child.Succeeded());
+    EXPECT_EQ(child.text, text);
 }
 
-TEST(ChildTest, ACrashIsToldWithItsSignalAndItsLastStep) {
+TEST(ChildTest, CrashReportsSignalAndLastStep) {
     const auto work = [] {
         NoteStep("pouring");
         std::raise(SIGKILL);
         return std::string();
     };
-    const Outcome outcome = RunInChild(work, kLong);
-    EXPECT_FALSE(outcome.EndedWell());
-    EXPECT_FALSE(outcome.answered);
-    EXPECT_EQ(EndingText(outcome), "SIGKILL while pouring");
+    const ChildResult child = RunInChild(work, kLong);
+    EXPECT_FALSE(child.Succeeded());
+    EXPECT_FALSE(child.hasReturned);
+    EXPECT_EQ(FailureText(child), "SIGKILL while pouring");
 }
 
-TEST(ChildTest, WhatTakesTooLongIsEnded) {
+TEST(ChildTest, IsKilledAtTheTimeLimit) {
     const auto work = [] {
         NoteStep("waiting");
         for (;;) pause();
         return std::string();
     };
-    const Outcome outcome = RunInChild(work, kShort);
-    EXPECT_TRUE(outcome.timedOut);
-    EXPECT_LT(outcome.seconds.count(), 5);
-    EXPECT_EQ(EndingText(outcome).substr(0, 12), "no end after");
+    const ChildResult child = RunInChild(work, kShort);
+    EXPECT_TRUE(child.timedOut);
+    EXPECT_LT(child.seconds.count(), 5);
+    EXPECT_EQ(FailureText(child).substr(0, 19), "still running after");
 }
 
-TEST(ChildTest, ItsOwnChildrenEndWithIt) {
+TEST(ChildTest, ItsOwnChildrenAreKilledWithIt) {
     int ends[2];
     ASSERT_EQ(pipe(ends), 0);
     const auto work = [&] {
@@ -55,10 +58,10 @@ TEST(ChildTest, ItsOwnChildrenEndWithIt) {
     EXPECT_TRUE(RunInChild(work, kShort).timedOut);
     close(ends[1]);
     char byte;
-    EXPECT_EQ(read(ends[0], &byte, 1), 0);  // nobody has the other end any more
+    EXPECT_EQ(read(ends[0], &byte, 1), 0);  // end of file: no process has the pipe open for writing
 }
 
-TEST(ChildTest, WhatItPrintsIsKeptApart) {
+TEST(ChildTest, CapturesItsOutput) {
     const auto work = [] {
         std::puts("to standard output");
         std::fputs("to standard error\n", stderr);
@@ -67,15 +70,15 @@ TEST(ChildTest, WhatItPrintsIsKeptApart) {
     EXPECT_EQ(RunInChild(work, kLong).output, "to standard error\nto standard output\n");
 }
 
-TEST(ChildTest, OnlyOneThatEndsAsProgramsDoRunsWhatIsLeftForExit) {
+TEST(ChildTest, OnlyANormalExitRunsExitHandlers) {
     const auto work = [] {
         std::atexit([] { _exit(7); });
         return std::string("done");
     };
-    EXPECT_TRUE(RunInChild(work, kLong, Ending::kAtOnce).EndedWell());
-    const Outcome outcome = RunInChild(work, kLong, Ending::kAsPrograms);
-    EXPECT_TRUE(outcome.answered);
-    EXPECT_EQ(EndingText(outcome), "the process ended with status 7");
+    EXPECT_TRUE(RunInChild(work, kLong, ChildExit::kImmediate).Succeeded());
+    const ChildResult child = RunInChild(work, kLong, ChildExit::kNormal);
+    EXPECT_TRUE(child.hasReturned);
+    EXPECT_EQ(FailureText(child), "the process exited with status 7");
 }
 
 }  // namespace

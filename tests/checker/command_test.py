@@ -1,4 +1,4 @@
-"""zeva check as a person and a program use it: what it prints, what it writes, and its exit status.
+"""The command zeva check: its text, JSON and JUnit reports, and its exit status.
 
 Usage: command_test.py ZEVA FAULTY_MODULE SIBLING MANUAL
 """
@@ -28,7 +28,7 @@ def check(*arguments, fault=""):
 
 
 class CommandTest(unittest.TestCase):
-    def test_a_group_that_passes_is_one_line(self):
+    def test_passed_group_is_one_line(self):
         result = check("--only", "binary-data")
         self.assertEqual((result.returncode, result.stderr), (0, ""))
         lines = result.stdout.splitlines()
@@ -36,36 +36,36 @@ class CommandTest(unittest.TestCase):
         self.assertEqual(lines[2], "binary-data   8 passed")
         self.assertRegex(lines[3], r"^8 checks: 8 passed, 0 failed, 0 crashed, 0 warned, 0 skipped, in [0-9.]+ s$")
 
-    def test_a_failure_names_the_place_what_was_expected_what_came_and_why(self):
+    def test_finding_has_subject_expected_value_and_likely_cause(self):
         result = check("--only", "data-size", fault="registration.data-size")
         self.assertEqual((result.returncode, result.stderr), (1, ""))
         self.assertEqual(
             result.stdout.splitlines()[2:6],
             [
                 "registration  1 failed",
-                "  failed    registration.data-size: instance data comes in steps of 16 bytes",
+                "  failed    registration.data-size: the instance data size is a multiple of 16 bytes",
                 "            Faulty: expected a multiple of 16 as instance data size, got 20",
-                "            likely cause: word 3 was handed over without being rounded up",
+                "            likely cause: word 3 was not rounded up",
             ],
         )
 
-    def test_a_crash_names_what_the_host_was_doing(self):
+    def test_crash_names_the_last_step(self):
         result = check("--only", "properties.extremes", fault="properties.extremes")
         self.assertEqual(result.returncode, 1)
         self.assertRegex(result.stdout, "crashed: .* while writing double nan to Jug.Number")
 
-    def test_a_warning_does_not_fail(self):
+    def test_warning_does_not_change_the_exit_status(self):
         result = check("--only", "spare-words", fault="registration.spare-words")
         self.assertEqual(result.returncode, 0)
         self.assertIn("Faulty, word 14: expected 0, got 7", result.stdout)
 
-    def test_names_groups_and_patterns_select(self):
+    def test_only_takes_names_groups_and_patterns(self):
         for only, count in {"reads": 1, "exit": 4, "faults.without-*": 15, "sequences.random": 1}.items():
             self.assertIn(f"\n{count} check", check("--only", only).stdout, only)
         result = check("--only", "propertys")
         self.assertEqual((result.returncode, result.stdout), (1, ""))
         self.assertEqual(
-            result.stderr, "zeva: check propertys: there is no such check or group, did you mean properties\n"
+            result.stderr, "zeva: check propertys: not a check or group, did you mean properties\n"
         )
 
     def test_host_version_and_seed_reach_the_checks(self):
@@ -73,23 +73,23 @@ class CommandTest(unittest.TestCase):
         self.assertIn("expected record version 10, as announced, got 11", result.stdout)
         self.assertEqual(check("--only", "sequences", "--seed", "4711").returncode, 0)
 
-    def test_what_is_printed_by_the_module_goes_into_the_report_of_a_failure(self):
+    def test_crash_while_loading_is_in_the_report(self):
         report = json.loads(check("--only", "load.returns", "--json", fault="load.returns").stdout)
         self.assertEqual(report["summary"]["crashed"], 1)
         self.assertEqual(report["checks"][0]["name"], "load.returns")
         self.assertRegex(report["checks"][0]["reason"], "while loading .*faulty_module.so")
 
-    def test_json_has_every_check_with_its_findings(self):
-        report = json.loads(check("--json", fault="ownership.answers").stdout)
+    def test_json_lists_every_check_with_its_findings(self):
+        report = json.loads(check("--json", fault="ownership.results").stdout)
         names = [entry["name"] for entry in report["checks"]]
         self.assertEqual(len(names), len(set(names)))
         self.assertEqual(report["summary"]["failed"], 1)
         self.assertEqual(report["summary"]["passed"], len(names) - 1)
         failed = next(entry for entry in report["checks"] if entry["verdict"] == "failed")
-        self.assertEqual(failed["name"], "ownership.answers")
+        self.assertEqual(failed["name"], "ownership.results")
         self.assertEqual(failed["findings"][0]["subject"], "reading Jug.Itself")
 
-    def test_junit_counts_what_the_text_says(self):
+    def test_junit_has_the_counts_of_the_text_report(self):
         with tempfile.TemporaryDirectory() as folder:
             path = pathlib.Path(folder) / "results.xml"
             result = zeva(MODULE, "--alone", "--junit", path, fault="properties.extremes")
@@ -104,24 +104,24 @@ class CommandTest(unittest.TestCase):
             cases = [case for suite in suites for case in suite]
             self.assertEqual(len(cases), counts["tests"])
 
-    def test_without_its_siblings_the_superclass_is_missed(self):
+    def test_missing_sibling_is_a_missing_superclass(self):
         result = zeva(MODULE, "--alone", "--only", "superclasses")
         self.assertIn("Pitcher: expected a registered superclass, got Vessel", result.stdout)
 
-    def test_a_file_that_is_missing_skips_the_rest(self):
+    def test_missing_file_skips_all_later_checks(self):
         result = zeva("/nowhere.so", "--alone")
         self.assertEqual(result.returncode, 1)
         self.assertIn("expected a file, got no file /nowhere.so", result.stdout)
         self.assertRegex(result.stdout.splitlines()[-1], r": 0 passed, 1 failed, 0 crashed, 0 warned, \d+ skipped")
 
-    def test_wrong_usage_has_a_status_of_its_own(self):
+    def test_wrong_usage_exits_with_status_2(self):
         self.assertEqual((zeva().returncode, zeva().stderr), (2, "zeva: MODULE is required\n"))
         self.assertEqual(check("--time-limit", "0").returncode, 2)
 
-    def test_the_help_names_the_exit_status(self):
+    def test_help_documents_the_exit_status(self):
         self.assertIn("Exit status: 0 when no check failed", zeva("--help").stdout)
 
-    def test_the_manual_holds_the_list(self):
+    def test_manual_contains_the_list_of_checks(self):
         listed = zeva("--list").stdout
         self.assertGreater(len(re.findall(r"^\S+\.\S+ ", listed, re.M)), 50)
         self.assertIn(f"```\n{listed}```\n", MANUAL.read_text())

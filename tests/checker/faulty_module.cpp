@@ -212,7 +212,7 @@ void SetPartner(ZEVAobjectStruct* self, ZEVAobjectStruct* value) {
 
 ZEVAobjectStruct* GetItself(ZEVAobjectStruct* self) {
     NoteRead(self, "Itself");
-    if (!Broken("ownership.answers")) lock(self);
+    if (!Broken("ownership.results")) lock(self);
     return self;
 }
 
@@ -310,7 +310,7 @@ void SetAttribute(ZEVAobjectStruct*, ZEVAobjectStruct*) {}
 ZEVAstringStruct* Greet(ZEVAobjectStruct* self, ZEVAstringStruct* name) {
     if (name != nullptr) return buildString("hello", 5);
     if (!JugAt(self).isConstructed && Broken("errors.nil-arguments")) Crash();
-    ZEVAstringStruct* answer = Broken("errors.no-answer") ? buildString("hello", 5) : nullptr;
+    ZEVAstringStruct* answer = Broken("errors.no-result") ? buildString("hello", 5) : nullptr;
     Raise("nobody is to be greeted");
     return answer;
 }
@@ -511,7 +511,7 @@ bool BrokenFor(const std::string& check, double version) {
 
 std::int32_t RecordVersionFor(bool hasVersion, double version) {
     const bool isWrong = (!hasVersion && Broken("negotiation.version-unknown")) ||
-                         (std::isnan(version) && Broken("negotiation.version-no-number")) ||
+                         (std::isnan(version) && Broken("negotiation.version-nan")) ||
                          BrokenFor("negotiation.version-", version);
     const std::int32_t right = version >= 2013.03 ? 12 : version >= 2013.0 ? 11 : version >= 2012.0 ? 10 : 9;
     return !isWrong ? right : right == 12 ? 11 : right + 1;

@@ -1,7 +1,9 @@
-// attribute_test.cpp - what filters say of their keys, and the exceptions of the platform.
+// attribute_test.cpp - attribute objects, and platform exceptions in the host.
 
 #include <cstring>
 #include <fstream>
+#include <string>
+#include <vector>
 
 #include "host/runtime/memory_block.h"
 #include "tests/companion/companion_test.h"
@@ -26,7 +28,7 @@ class AttributeTest : public CompanionTest {
     }
 };
 
-TEST_F(AttributeTest, ANumbersKeyHasTextAndNumbers) {
+TEST_F(AttributeTest, NumericKeyHasTextAndNumbers) {
     const auto radius = Attribute("CIFilterGaussianBlurQOR", "inputRadius");
     EXPECT_EQ(Text(radius, "Key"), "inputRadius");
     EXPECT_EQ(Text(radius, "AttributeClass"), "NSNumber");
@@ -37,7 +39,7 @@ TEST_F(AttributeTest, ANumbersKeyHasTextAndNumbers) {
     EXPECT_EQ(Number(radius, "SliderMax"), 100);
 }
 
-TEST_F(AttributeTest, HasTellsAnAbsentNumberFromZero) {
+TEST_F(AttributeTest, HasDistinguishesAMissingNumberFromZero) {
     const auto radius = Attribute("CIFilterGaussianBlurQOR", "inputRadius");
     EXPECT_TRUE(Has(radius, "Min"));
     EXPECT_FALSE(Has(radius, "Max"));
@@ -46,13 +48,13 @@ TEST_F(AttributeTest, HasTellsAnAbsentNumberFromZero) {
     EXPECT_TRUE(Has(radius, "DisplayName"));
 }
 
-TEST_F(AttributeTest, HasRefusesANameThatIsNoProperty) {
+TEST_F(AttributeTest, HasRaisesForAnUnknownProperty) {
     const auto radius = Attribute("CIFilterGaussianBlurQOR", "inputRadius");
     EXPECT_EQ(TextOfError([&] { Has(radius, "Sigma"); }),
               "RuntimeException: CIAttributeQOR.Has: there is no property \"Sigma\"");
 }
 
-TEST_F(AttributeTest, DefaultsOfOtherKindsComeAsObjects) {
+TEST_F(AttributeTest, VectorColorAndTransformDefaultsAreObjects) {
     const auto center = Attribute("CIFilterBumpDistortionQOR", "inputCenter");
     EXPECT_EQ(Numbers(Object(center, "DefaultVector")), (std::vector<double>{150, 150}));
     EXPECT_FALSE(Object(center, "DefaultColor"));
@@ -64,7 +66,7 @@ TEST_F(AttributeTest, DefaultsOfOtherKindsComeAsObjects) {
     EXPECT_EQ(Number(Object(transform, "IdentityTransform"), "B"), 0);
 }
 
-TEST_F(AttributeTest, RawBytesComeAsAMemoryBlock) {
+TEST_F(AttributeTest, RawBytesAreAMemoryBlock) {
     const auto block = Object(Attribute("CIFilterColorCubeQOR", "inputCubeData"), "DefaultData");
     const auto* bytes = reinterpret_cast<const ZEVAmemoryBlockStruct*>(block.Get());
     ASSERT_EQ(bytes->size, 128);
@@ -83,7 +85,7 @@ std::size_t DefaultsInThePlatformsData() {
 }
 
 // Every default in the data must be readable through exactly one typed property.
-TEST_F(AttributeTest, EveryDefaultOfEveryKeyCanBeRead) {
+TEST_F(AttributeTest, ReadsEveryDefaultOfEveryKey) {
     std::size_t keys = 0, defaults = 0;
     for (const host::Class* each : host.Modules()[1]->classes) {
         const auto filter = host.Construct(each->Name());
@@ -102,7 +104,7 @@ TEST_F(AttributeTest, EveryDefaultOfEveryKeyCanBeRead) {
     EXPECT_EQ(defaults, DefaultsInThePlatformsData());
 }
 
-TEST_F(AttributeTest, APlatformExceptionBecomesAHostExceptionWithItsText) {
+TEST_F(AttributeTest, PlatformExceptionBecomesAHostExceptionWithItsText) {
     auto exception = ObjectReference::Adopt(NewHostExceptionFrom("NSRangeException", "Grüße", false));
     EXPECT_EQ(exception->references, 1);
     EXPECT_TRUE(exception->isa->IsA("RuntimeException"));
@@ -112,7 +114,7 @@ TEST_F(AttributeTest, APlatformExceptionBecomesAHostExceptionWithItsText) {
     EXPECT_EQ(Text(exception, "Message"), "NSRangeException: why {key = value; }");
 }
 
-TEST_F(AttributeTest, AWriteThatTheFilterRefusesArrivesAsAHostException) {
+TEST_F(AttributeTest, RefusedWriteRaisesAHostException) {
     const auto filter = host.Construct("CIFilterGaussianBlurQOR");
     const auto image = Open(File("picture.png", Picture()));
     const std::string text = TextOfError([&] { host.Set(filter.Get(), "outputImage", image); });

@@ -1,10 +1,11 @@
-// companion_test.cpp - the shared host and the calls of one line.
+// companion_test.cpp - the shared host, and the shorthands of the fixture.
 
 #include "tests/companion/companion_test.h"
 
 #include <unistd.h>
 
 #include <fstream>
+#include <utility>
 
 #include "host/program/platform_pool.h"
 

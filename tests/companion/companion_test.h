@@ -1,12 +1,15 @@
-// companion_test.h - what the tests of the companion share: one host with both modules, a folder for files, a small
+// companion_test.h - the fixture of the companion's tests: a host with both modules, a folder for files, a small
 // picture.
 //
-// The modules are loaded once per process. Every test must leave as many objects and strings as it found.
+// The modules are loaded once per process. A test fails when it leaves more or fewer host objects and strings than it
+// found, or when the host reports anything.
 
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <exception>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -15,10 +18,11 @@
 #include "host/runtime/host.h"
 #include "host/runtime/string.h"
 
-// The host of this process, with companion and filters, an autorelease pool around every call.
+// Returns the host of this process. It has loaded the companion and the filters, and drains an autorelease pool after
+// every call.
 host::Host& SharedHost();
 
-// What that host had to say since it was last asked.
+// Returns and clears the reports of that host.
 std::vector<std::string> TakeMessages();
 
 class CompanionTest : public testing::Test {
@@ -26,14 +30,15 @@ class CompanionTest : public testing::Test {
     CompanionTest();
     ~CompanionTest() override;
 
-    // A path in the test's own folder, and the file there, with the given bytes.
+    // Returns a path in the test's folder. File also writes the bytes there.
     std::string Path(const std::string& name) const { return (folder_ / name).string(); }
     std::string File(const std::string& name, const std::string& bytes) const;
 
-    // A PNG of 3 x 2 pixels: red, green, blue; then (10,20,30), (40,50,60), (70,80,90 at half alpha).
+    // Returns a PNG of 3 x 2 pixels. Top row: red, green, blue. Bottom row: (10,20,30), (40,50,60), and (70,80,90) at
+    // half alpha.
     static std::string Picture();
 
-    // Calls of one line.
+    // Shorthands for calls of the host.
     host::ObjectReference Shared(const char* className, const char* method, std::vector<host::Value> arguments);
     host::ObjectReference Open(const std::string& path) {
         return Shared("CIImageQOR", "Open", {host::TextValue(path)});
@@ -42,7 +47,7 @@ class CompanionTest : public testing::Test {
     double Number(const host::ObjectReference& object, const char* property);
     std::string Text(const host::ObjectReference& object, const char* property);
 
-    // The numbers of a vector.
+    // Returns the elements of a vector.
     std::vector<double> Numbers(const host::ObjectReference& vector);
 
     host::Host& host = SharedHost();
@@ -53,7 +58,7 @@ class CompanionTest : public testing::Test {
     std::int64_t stringsBefore_;
 };
 
-// What a piece of work throws, as text; empty when it throws nothing.
+// Returns the message of the exception that the work throws; empty when it throws none.
 template <typename Work>
 std::string TextOfError(Work work) {
     try {

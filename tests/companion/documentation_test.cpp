@@ -1,14 +1,15 @@
-// documentation_test.cpp - docs/companion.md has every member of every class, as declared, and no other.
+// documentation_test.cpp - docs/companion.md lists exactly the members that are registered, as they are declared.
 
 #include <fstream>
 #include <map>
 #include <set>
+#include <string>
 
 #include "tests/companion/companion_test.h"
 
 namespace {
 
-// The members of each class: its own, and those that are shared with "shared" in front.
+// The members of each class; shared members have the prefix "shared ".
 using Members = std::map<std::string, std::set<std::string>>;
 
 std::string TextOf(const host::Declaration& declaration) {
@@ -24,7 +25,7 @@ void Add(const host::Class& isa, Members& members) {
     for (const host::Member& member : isa.SharedMembers()) own.insert("shared " + TextOf(member.declaration));
 }
 
-// Headings name classes; "Of the class:" begins the shared members, "Of a ..." ends them.
+// Reads the page. Headings name classes; shared members follow "Of the class:" and end at the next line "Of ...".
 Members Documented() {
     Members members;
     std::ifstream page(ZEVA_COMPANION_PAGE);
@@ -41,7 +42,7 @@ Members Documented() {
     return members;
 }
 
-TEST_F(CompanionTest, EveryMemberStandsInTheDocumentAndNoOther) {
+TEST_F(CompanionTest, DocumentListsExactlyTheRegisteredMembers) {
     Members registered;
     for (const host::Class* isa : host.Modules()[0]->classes) Add(*isa, registered);
     for (const char* name : {"MemoryBlock", "RuntimeException"}) Add(*host.Classes().Find(name), registered);

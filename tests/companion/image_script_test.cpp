@@ -1,12 +1,13 @@
-// image_script_test.cpp - images as scripts use them: made of bytes and colors, moved, turned upright, written.
+// image_script_test.cpp - scripts that create images from bytes and colors, transform, composite and write them.
 
 #include "tests/companion/companion_script_test.h"
 
 namespace {
 
-TEST_F(CompanionScriptTest, PixelsComeOutAsTheyWentIn) {
+TEST_F(CompanionScriptTest, PixelsRoundTrip) {
     EXPECT_EQ(Run(R"(
-        local rows = "\255\0\0\255" .. "\0\255\0\128" .. "\10\20\30\255" .. "\0\0\0\0" .. "\1\2\3\255" .. "\200\100\50\64"
+        local rows = "\255\0\0\255" .. "\0\255\0\128" .. "\10\20\30\255" ..
+                     "\0\0\0\0" .. "\1\2\3\255" .. "\200\100\50\64"
         local image = CIImageQOR.FromPixels(bytes(rows), 3, 2)
         assert(image.Extent.Text == "[0 0 3 2]" and pixels(image) == rows)
         assert(image:Pixels(rectangle(2, 0, 2, 1)).Bytes == "\200\100\50\64" .. "\0\0\0\0")
@@ -17,39 +18,41 @@ TEST_F(CompanionScriptTest, PixelsComeOutAsTheyWentIn) {
               "");
 }
 
-TEST_F(CompanionScriptTest, ValuesAreTheLightOfAPixel) {
+TEST_F(CompanionScriptTest, ValuesAreLinearAndPremultiplied) {
     EXPECT_EQ(Run(R"(
         local image = CIImageQOR.FromPixels(bytes("\255\0\188\51" .. "\0\255\0\255"), 2, 1)
         local r, g, b, a, r2, g2 = string.unpack("ffffff", image:Values(image.Extent).Bytes)
         assert(near(r, 0.2) and g == 0 and near(b, 0.2 * ((188 / 255 + 0.055) / 1.055) ^ 2.4) and near(a, 0.2))
         assert(r2 == 0 and near(g2, 1) and image:Values(image.Extent).Size == 32)
-        assert(refusal(image.Values, image, nil) == "CIImageQOR.Values: the rectangle is nil, no pixels are read")
+        assert(refusal(image.Values, image, nil) == "CIImageQOR.Values: the rectangle is nil; no pixels were read")
         assert(refusal(image.Values, image, rectangle(0, 0, 1e6, 1e6)) ==
-               "CIImageQOR.Values: the rectangle is too large, no pixels are read")
+               "CIImageQOR.Values: the rectangle is too large; no pixels were read")
     )"),
               "");
 }
 
-TEST_F(CompanionScriptTest, WhatIsNoPixelsIsRefused) {
+TEST_F(CompanionScriptTest, InvalidPixelsAndRectanglesRaise) {
     EXPECT_EQ(Run(R"(
         local function got(...) return refusal(CIImageQOR.FromPixels, ...) end
-        local rest = " pixels of 4 bytes, got 12 bytes, no image is made"
-        assert(got(bytes(("x"):rep(12)), 2, 2) == "CIImageQOR.FromPixels: 2 x 2" .. rest)
-        assert(got(bytes(("x"):rep(12)), -3, -1) == "CIImageQOR.FromPixels: -3 x -1" .. rest)
-        assert(got(nil, 0, 0) == "CIImageQOR.FromPixels: 0 x 0 pixels of 4 bytes, got 0 bytes, no image is made")
+        local rest = " pixels of 4 bytes, got 12 bytes; no image was created"
+        assert(got(bytes(("x"):rep(12)), 2, 2) == "CIImageQOR.FromPixels: expected 2 x 2" .. rest)
+        assert(got(bytes(("x"):rep(12)), -3, -1) == "CIImageQOR.FromPixels: expected -3 x -1" .. rest)
+        assert(got(nil, 0, 0) ==
+               "CIImageQOR.FromPixels: expected 0 x 0 pixels of 4 bytes, got 0 bytes; no image was created")
         local image = CIImageQOR.FromColor(CIColorQOR.Hex("ffffff"))
         local function read(...) return refusal(image.Pixels, image, ...) end
-        assert(read(nil) == "CIImageQOR.Pixels: the rectangle is nil, no pixels are read")
-        assert(read(rectangle(0, 0, 0, 5)) == "CIImageQOR.Pixels: the rectangle is empty, no pixels are read")
-        assert(read(rectangle(0, 0, 1e9, 5)) == "CIImageQOR.Pixels: the rectangle is too large, no pixels are read")
-        assert(read(image.Extent) == "CIImageQOR.Pixels: the rectangle is too large, no pixels are read")
-        assert(refusal(image.ColorAt, image, 0 / 0, 0) == "CIImageQOR.ColorAt: the point is no place, no color is read")
-        assert(refusal(CIImageQOR.FromColor, nil) == "CIImageQOR.FromColor: the color is nil, no image is made")
+        assert(read(nil) == "CIImageQOR.Pixels: the rectangle is nil; no pixels were read")
+        assert(read(rectangle(0, 0, 0, 5)) == "CIImageQOR.Pixels: the rectangle is empty; no pixels were read")
+        assert(read(rectangle(0, 0, 1e9, 5)) == "CIImageQOR.Pixels: the rectangle is too large; no pixels were read")
+        assert(read(image.Extent) == "CIImageQOR.Pixels: the rectangle is too large; no pixels were read")
+        assert(refusal(image.ColorAt, image, 0 / 0, 0) ==
+               "CIImageQOR.ColorAt: the point is not finite; no color was read")
+        assert(refusal(CIImageQOR.FromColor, nil) == "CIImageQOR.FromColor: the color is nil; no image was created")
     )"),
               "");
 }
 
-TEST_F(CompanionScriptTest, FilesInMemoryHoldTheSamePicture) {
+TEST_F(CompanionScriptTest, EncodedFilesHoldTheSamePicture) {
     EXPECT_EQ(Run(R"(
         local rows = ("\255\0\0\255" .. "\0\0\255\255"):rep(32)
         local image = CIImageQOR.FromPixels(bytes(rows), 8, 8)
@@ -58,18 +61,19 @@ TEST_F(CompanionScriptTest, FilesInMemoryHoldTheSamePicture) {
         assert(fine.Bytes:sub(1, 2) == "\xff\xd8" and rough.Size < fine.Size)
         assert(CIImageQOR.FromData(rough).Extent.Text == "[0 0 8 8]")
         assert(near(CIImageQOR.FromData(fine):ColorAt(4, 4).Red, 1, 0.5))
-        assert(refusal(image.ToJPEG, image, 1.5) == "CIImageQOR.ToJPEG: the quality 1.5 is outside 0...1, no bytes are made")
-        assert(refusal(CIImageQOR.FromData, bytes("hello, no picture")) == "CIImageQOR.FromData: it is no picture that " ..
-               "can be read, PNG and JPEG can, no image is made")
-        assert(refusal(CIImageQOR.FromData, nil) == "CIImageQOR.FromData: there are no bytes, no image is made")
-        local endless = CIImageQOR.FromColor(CIColorQOR.Hex("ffffff"))
-        assert(refusal(endless.ToPNG, endless) == "CIImageQOR.ToPNG: the image has no end and must be cropped first, no " ..
-               "bytes are made")
+        assert(refusal(image.ToJPEG, image, 1.5) ==
+               "CIImageQOR.ToJPEG: the quality 1.5 is outside 0...1; nothing was encoded")
+        assert(refusal(CIImageQOR.FromData, bytes("hello, no picture")) ==
+               "CIImageQOR.FromData: not a PNG or JPEG file; no image was created")
+        assert(refusal(CIImageQOR.FromData, nil) == "CIImageQOR.FromData: the data is empty; no image was created")
+        local infinite = CIImageQOR.FromColor(CIColorQOR.Hex("ffffff"))
+        assert(refusal(infinite.ToPNG, infinite) ==
+               "CIImageQOR.ToPNG: the image is infinite, crop it first; nothing was encoded")
     )"),
               "");
 }
 
-TEST_F(CompanionScriptTest, AFileIsWrittenWithTheQualityThatIsAskedFor) {
+TEST_F(CompanionScriptTest, SaveWithQualityUsesTheQuality) {
     EXPECT_EQ(Run(R"(
         local folder = ...
         local image = CIImageQOR.FromPixels(bytes(("\255\0\0\255" .. "\0\0\255\255"):rep(32)), 8, 8)
@@ -83,13 +87,13 @@ TEST_F(CompanionScriptTest, AFileIsWrittenWithTheQualityThatIsAskedFor) {
         image:SaveWithQuality(folder .. "/c.png", 0)
         assert(pixels(CIImageQOR.Open(folder .. "/c.png")) == pixels(image))
         assert(refusal(image.SaveWithQuality, image, folder .. "/d.jpg", -1) ==
-               folder .. "/d.jpg: the quality -1 is outside 0...1, nothing is written")
+               folder .. "/d.jpg: the quality -1 is outside 0...1; nothing was written")
         assert(not io.open(folder .. "/d.jpg"))
     )"),
               "");
 }
 
-TEST_F(CompanionScriptTest, ColorsSurviveAFileInAnotherSpace) {
+TEST_F(CompanionScriptTest, ColorsSurviveAFileInAnotherColorSpace) {
     EXPECT_EQ(Run(R"(
         local folder = ...
         local file = folder .. "/p3.png"
@@ -102,7 +106,7 @@ TEST_F(CompanionScriptTest, ColorsSurviveAFileInAnotherSpace) {
             local a, b = image:ColorAt(x, 0), opened:ColorAt(x, 0)
             assert(near(a.Red, b.Red, 0.005) and near(a.Green, b.Green, 0.005) and near(a.Blue, b.Blue, 0.005))
         end
-        -- Without its profile the file shows its numbers: pure red of sRGB is this in the larger space.
+        -- Without the profile the stored numbers are read as sRGB: these are the Display P3 numbers of pure sRGB red.
         local whole = io.open(file, "rb"):read("a")
         local start = whole:find("iCCP", 1, true) - 4
         local size = string.unpack(">I4", whole, start)
@@ -110,12 +114,12 @@ TEST_F(CompanionScriptTest, ColorsSurviveAFileInAnotherSpace) {
         local r, g, b = pixels(bare):byte(5, 7)
         assert(near(r, 234, 1) and near(g, 51, 1) and near(b, 35, 1))
         assert(refusal(image.SaveInSpace, image, folder .. "/no.png", 1, nil) ==
-               "CIImageQOR.SaveInSpace: the color space is nil, nothing is written")
+               "CIImageQOR.SaveInSpace: the color space is nil; nothing was written")
     )"),
               "");
 }
 
-TEST_F(CompanionScriptTest, AColorSpaceIsMadeOfAProfile) {
+TEST_F(CompanionScriptTest, ColorSpaceFromAProfile) {
     EXPECT_EQ(Run(R"(
         local srgb = CGColorSpaceQOR.Named("sRGB")
         local same = CGColorSpaceQOR.FromProfile(srgb.Profile)
@@ -126,32 +130,33 @@ TEST_F(CompanionScriptTest, AColorSpaceIsMadeOfAProfile) {
         image:SaveInSpace(folder .. "/same.png", 1, same)
         assert(pixels(CIImageQOR.Open(folder .. "/same.png")) == pixels(image))
         for _, wrong in ipairs{"", "no profile", ("x"):rep(500)} do
-            assert(refusal(CGColorSpaceQOR.FromProfile, bytes(wrong)) == "CGColorSpaceQOR.FromProfile: the bytes are no ICC " ..
-                   "profile of colors or of gray, no color space is made")
+            assert(refusal(CGColorSpaceQOR.FromProfile, bytes(wrong)) == "CGColorSpaceQOR.FromProfile: " ..
+                   "the bytes are not an RGB or gray ICC profile; no color space was created")
         end
         local gray = CGColorSpaceQOR.Named("genericGray")
         local ok, failure = pcall(image.SaveInSpace, image, folder .. "/no.png", 1, gray)
-        assert(not ok and failure.message:find("the color space is not of red, green and blue", 1, true))
+        assert(not ok and failure.message:find("the color space is not RGB", 1, true))
         assert(CGColorSpaceQOR().Profile == nil)
     )"),
               "");
 }
 
-TEST_F(CompanionScriptTest, AnImageMovesUnderATransform) {
+TEST_F(CompanionScriptTest, TransformMovesAndScalesAnImage) {
     EXPECT_EQ(Run(R"(
         local image = CIImageQOR.FromPixels(bytes("\255\0\0\255" .. "\0\0\255\255"), 2, 1)
         local identity = NSAffineTransformQOR.Identity()
         local moved = image:Transform(identity:Translate(5, -3))
         assert(moved.Extent.Text == "[5 -3 2 1]" and pixels(moved) == pixels(image))
         assert(image:Transform(identity:Scale(3, 2)).Extent.Text == "[0 0 6 2]")
-        assert(refusal(image.Transform, image, nil) == "CIImageQOR.Transform: the transform is nil, nothing is transformed")
+        assert(refusal(image.Transform, image, nil) ==
+               "CIImageQOR.Transform: the transform is nil; nothing was transformed")
         assert(refusal(image.Transform, image, identity:Scale(1, 0)) ==
-               "CIImageQOR.Transform: the transform cannot be inverted, nothing is transformed")
+               "CIImageQOR.Transform: the transform is not invertible; nothing was transformed")
     )"),
               "");
 }
 
-TEST_F(CompanionScriptTest, AnImageIsLaidOverAnother) {
+TEST_F(CompanionScriptTest, OverCompositesInLinearLight) {
     EXPECT_EQ(Run(R"(
         local function plain(hex, ...) return CIImageQOR.FromColor(CIColorQOR.Hex(hex)):Crop(rectangle(...)) end
         local below = plain("#0000ff", 0, 0, 3, 1)
@@ -160,16 +165,17 @@ TEST_F(CompanionScriptTest, AnImageIsLaidOverAnother) {
         assert(pixels(both) == ("\0\0\255\255"):rep(2) .. ("\255\0\0\255"):rep(2))
         local glass = CIImageQOR.FromPixels(bytes("\255\255\255\51"), 1, 1):Over(below):ColorAt(0, 0)
         assert(near(glass.Alpha, 1, 1e-5) and near(glass.Blue, 1, 1e-5) and near(glass.Red, glass.Green))
-        -- a fifth of the light of white is this much in sRGB
+        -- one fifth of white in linear light, encoded as sRGB
         assert(near(glass.Red, 1.055 * 0.2 ^ (1 / 2.4) - 0.055, 1e-3))
-        local air = CIImageQOR.FromPixels(bytes("\255\0\0\128"), 1, 1):Over(CIImageQOR.FromPixels(bytes("\0\0\0\0"), 1, 1))
+        local function one(pixel) return CIImageQOR.FromPixels(bytes(pixel), 1, 1) end
+        local air = one("\255\0\0\128"):Over(one("\0\0\0\0"))
         assert(pixels(air) == "\255\0\0\128")
-        assert(refusal(below.Over, below, nil) == "CIImageQOR.Over: the background is nil, nothing is laid over it")
+        assert(refusal(below.Over, below, nil) == "CIImageQOR.Over: the background is nil; nothing was composited")
     )"),
               "");
 }
 
-TEST_F(CompanionScriptTest, APictureStandsUprightHoweverItWasTaken) {
+TEST_F(CompanionScriptTest, PicturesOfEveryOrientationAreUpright) {
     EXPECT_EQ(Run(R"(
         local function crc(text)
             local sum = 0xffffffff
@@ -179,7 +185,8 @@ TEST_F(CompanionScriptTest, APictureStandsUprightHoweverItWasTaken) {
             end
             return ~sum & 0xffffffff
         end
-        local function letters(text) return (text:gsub("%u", function(c) return string.char(c:byte() * 2, 0, 9, 255) end)) end
+        local function pixel(letter) return string.char(letter:byte() * 2, 0, 9, 255) end
+        local function letters(text) return (text:gsub("%u", pixel)) end
         local header = 8 + 25
         local file = CIImageQOR.FromPixels(bytes(letters("ABCDEF")), 3, 2):ToPNG().Bytes
         local function taken(orientation, order)

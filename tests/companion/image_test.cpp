@@ -1,6 +1,9 @@
-// image_test.cpp - images: opened, cropped, saved, and what is said when that cannot be done.
+// image_test.cpp - opening, cropping and saving images, and the messages of failures.
 
-#include <sys/stat.h>
+#include <array>
+#include <filesystem>
+#include <string>
+#include <vector>
 
 #include "tests/companion/companion_test.h"
 #include "tests/companion/platform_side.h"
@@ -28,7 +31,7 @@ class ImageTest : public CompanionTest {
         host.Call(image.Get(), "Save", arguments);
     }
 
-    // Why a file cannot be opened or written, without the class and the path that begin every such message.
+    // Returns the message of a failure without the exception's class and the path at its start.
     std::string OpenRefusal(const std::string& path) {
         return WithoutPath(path, TextOfError([&] { Open(path); }));
     }
@@ -42,106 +45,104 @@ class ImageTest : public CompanionTest {
     }
 };
 
-TEST_F(ImageTest, AnOpenedPictureHasItsSizeAndItsPixels) {
+TEST_F(ImageTest, OpenedPictureHasItsSizeAndPixels) {
     const auto image = OpenPicture();
     EXPECT_EQ(Extent(image), (std::vector<double>{0, 0, 3, 2}));
     EXPECT_EQ(PixelOf(image.Get(), 0, 1), (Pixel{255, 0, 0, 255}));
     EXPECT_EQ(PixelOf(image.Get(), 0, 0), (Pixel{10, 20, 30, 255}));
 }
 
-TEST_F(ImageTest, AnOpenedPictureKeepsItsBitmapAndOneImage) {
+TEST_F(ImageTest, OpenedPictureKeepsItsBitmap) {
     const auto image = OpenPicture();
     EXPECT_TRUE(HasBitmap(image.Get()));
     EXPECT_EQ(RetainCountOfWrapped(image.Get()), 1u);
     EXPECT_FALSE(HasBitmap(Crop(image, 0, 0, 1, 1).Get()));
 }
 
-TEST_F(ImageTest, WhatCannotBeOpenedIsNamedWithTheReason) {
-    EXPECT_EQ(OpenRefusal(Path("none.png")), "no such file or directory, no image is opened");
-    EXPECT_EQ(OpenRefusal(Path("")), "it is a folder, not a picture, no image is opened");
-    EXPECT_EQ(OpenRefusal(File("empty.png", "")), "the file is too short to be a picture, no image is opened");
+TEST_F(ImageTest, OpenFailureNamesTheReason) {
+    EXPECT_EQ(OpenRefusal(Path("none.png")), "no such file or directory; no image was opened");
+    EXPECT_EQ(OpenRefusal(Path("")), "the path is a folder, not a picture; no image was opened");
+    EXPECT_EQ(OpenRefusal(File("empty.png", "")), "the file is too short to be a picture; no image was opened");
     EXPECT_EQ(OpenRefusal(File("text.png", "hello, this is text and not a picture")),
-              "it is no picture that can be read, PNG and JPEG can, no image is opened");
-    EXPECT_EQ(OpenRefusal(File("cut.png", Picture().substr(0, 60))),
-              "the file ends before the picture does, no image is opened");
+              "not a PNG or JPEG file; no image was opened");
+    EXPECT_EQ(OpenRefusal(File("cut.png", Picture().substr(0, 60))), "the file is truncated; no image was opened");
     std::string broken = Picture();
     broken[50] ^= 0x55;
-    EXPECT_EQ(OpenRefusal(File("broken.png", broken)),
-              "the picture is broken, or larger than can be held, no image is opened");
+    EXPECT_EQ(OpenRefusal(File("broken.png", broken)), "the picture is damaged or too large; no image was opened");
 }
 
-TEST_F(ImageTest, AnEmptyPathIsRefused) {
+TEST_F(ImageTest, EmptyPathRaises) {
     EXPECT_EQ(TextOfError([&] { Open(""); }),
-              "RuntimeException: CIImageQOR.Open: the path is empty, no image is opened");
+              "RuntimeException: CIImageQOR.Open: the path is empty; no image was opened");
     EXPECT_EQ(TextOfError([&] { Save(OpenPicture(), ""); }),
-              "RuntimeException: CIImageQOR.Save: the path is empty, nothing is written");
+              "RuntimeException: CIImageQOR.Save: the path is empty; nothing was written");
 }
 
-TEST_F(ImageTest, PathsMayHoldAnyLetters) {
+TEST_F(ImageTest, PathsMayHaveNonAsciiLetters) {
     const std::string path = Path("Grüße, 写真.png");
     Save(Open(File("Ärger.png", Picture())), path);
     EXPECT_EQ(Extent(Open(path)), (std::vector<double>{0, 0, 3, 2}));
 }
 
-TEST_F(ImageTest, ACroppedPartStaysWhereItIs) {
+TEST_F(ImageTest, CropKeepsThePosition) {
     const auto part = Crop(OpenPicture(), 1, 1, 5, 5);
     EXPECT_EQ(Extent(part), (std::vector<double>{1, 1, 2, 1}));
     EXPECT_EQ(PixelOf(part.Get(), 1, 1), (Pixel{0, 255, 0, 255}));
     EXPECT_EQ(PixelOf(part.Get(), 0, 1), (Pixel{0, 0, 0, 0}));
 }
 
-TEST_F(ImageTest, ARectangleHasFourNumbers) {
+TEST_F(ImageTest, CropRaisesUnlessTheRectangleHasFourNumbers) {
     const auto image = OpenPicture();
     const Value point[] = {Shared("CIVectorQOR", "Point", {1.0, 2.0})};
     EXPECT_EQ(TextOfError([&] { host.Call(image.Get(), "Crop", point); }),
-              "RuntimeException: CIImageQOR.Crop: a rectangle has 4 numbers, got 2, nothing is cropped");
+              "RuntimeException: CIImageQOR.Crop: a rectangle has 4 numbers, got 2; nothing was cropped");
     const Value nil[] = {Value()};
     EXPECT_EQ(TextOfError([&] { host.Call(image.Get(), "Crop", nil); }),
-              "RuntimeException: CIImageQOR.Crop: the rectangle is nil, nothing is cropped");
+              "RuntimeException: CIImageQOR.Crop: the rectangle is nil; nothing was cropped");
 }
 
-TEST_F(ImageTest, ASavedPngHasTheSamePixels) {
+TEST_F(ImageTest, SavedPngHasTheSamePixels) {
     Save(OpenPicture(), Path("saved.png"));
     const auto saved = Open(Path("saved.png"));
     EXPECT_EQ(PixelOf(saved.Get(), 2, 1), (Pixel{0, 0, 255, 255}));
     EXPECT_EQ(PixelOf(saved.Get(), 2, 0), (Pixel{35, 40, 45, 128}));
 }
 
-TEST_F(ImageTest, TheSuffixDecidesTheKindOfFile) {
+TEST_F(ImageTest, SuffixSelectsTheFileFormat) {
     const auto image = OpenPicture();
     for (const char* name : {"a.jpg", "b.JPEG", "c.Png"}) {
         Save(image, Path(name));
         EXPECT_EQ(Extent(Open(Path(name))), (std::vector<double>{0, 0, 3, 2})) << name;
     }
-    EXPECT_EQ(SaveRefusal(image, Path("d.gif")), "the suffix must be .png, .jpg or .jpeg, nothing is written");
-    EXPECT_EQ(SaveRefusal(image, Path("e")), "the suffix must be .png, .jpg or .jpeg, nothing is written");
+    EXPECT_EQ(SaveRefusal(image, Path("d.gif")), "the suffix must be .png, .jpg or .jpeg; nothing was written");
+    EXPECT_EQ(SaveRefusal(image, Path("e")), "the suffix must be .png, .jpg or .jpeg; nothing was written");
 }
 
-TEST_F(ImageTest, WhereNothingCanBeWrittenIsNamed) {
+TEST_F(ImageTest, SaveFailureNamesTheFolder) {
     const auto image = OpenPicture();
-    EXPECT_EQ(SaveRefusal(image, Path("none/a.png")), "there is no folder " + Path("none") + ", nothing is written");
+    EXPECT_EQ(SaveRefusal(image, Path("none/a.png")), "there is no folder " + Path("none") + "; nothing was written");
     std::filesystem::create_directory(Path("folder.png"));
-    EXPECT_EQ(SaveRefusal(image, Path("folder.png")), "it is a folder, nothing is written");
+    EXPECT_EQ(SaveRefusal(image, Path("folder.png")), "the path is a folder; nothing was written");
 }
 
-TEST_F(ImageTest, AnImageWithoutPixelsOrWithoutEndIsNotSaved) {
+TEST_F(ImageTest, EmptyAndInfiniteImagesAreNotSaved) {
     const auto image = OpenPicture();
     MakeEmpty(image.Get());
-    EXPECT_EQ(SaveRefusal(image, Path("a.png")), "the image is empty, nothing is written");
-    MakeEndless(image.Get());
-    EXPECT_EQ(SaveRefusal(image, Path("a.png")), "the image has no end and must be cropped first, nothing is written");
-    EXPECT_EQ(SaveRefusal(host.NewInstance("CIImageQOR"), Path("a.png")), "the image is empty, nothing is written");
+    EXPECT_EQ(SaveRefusal(image, Path("a.png")), "the image is empty; nothing was written");
+    MakeInfinite(image.Get());
+    EXPECT_EQ(SaveRefusal(image, Path("a.png")), "the image is infinite, crop it first; nothing was written");
+    EXPECT_EQ(SaveRefusal(host.NewInstance("CIImageQOR"), Path("a.png")), "the image is empty; nothing was written");
     EXPECT_FALSE(std::filesystem::exists(Path("a.png")));
 }
 
-TEST_F(ImageTest, AnImageTooLargeToRenderIsNotSaved) {
+TEST_F(ImageTest, ImageTooLargeToRenderIsNotSaved) {
     const auto image = OpenPicture();
-    MakeEndless(image.Get());
+    MakeInfinite(image.Get());
     EXPECT_EQ(SaveRefusal(Crop(image, 0, 0, 1e9, 1e9), Path("a.png")),
-              "an image of 1000000000 x 1000000000 pixels cannot be rendered, nothing is written");
+              "an image of 1000000000 x 1000000000 pixels cannot be rendered; nothing was written");
 }
 
-TEST_F(ImageTest, APictureGoesThroughAFilter) {
+TEST_F(ImageTest, FilterRendersAnOpenedPicture) {
     const auto filter = host.Construct("CIFilterColorControlsQOR");
     host.Set(filter.Get(), "inputImage", OpenPicture());
     host.Set(filter.Get(), "inputBrightness", -1.0);

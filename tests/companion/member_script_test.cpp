@@ -1,10 +1,10 @@
-// member_script_test.cpp - vectors, colors, transforms and raw bytes, as scripts use them.
+// member_script_test.cpp - scripts that use vectors, colors, transforms and raw bytes.
 
 #include "tests/companion/companion_script_test.h"
 
 namespace {
 
-TEST_F(CompanionScriptTest, TheNumbersOfAVectorHaveNames) {
+TEST_F(CompanionScriptTest, VectorElementsHaveNames) {
     EXPECT_EQ(Run(R"(
         local v = rectangle(1, 2, 30, 40.5)
         assert(v.X == 1 and v.Y == 2 and v.Z == 30 and v.W == 40.5)
@@ -16,7 +16,7 @@ TEST_F(CompanionScriptTest, TheNumbersOfAVectorHaveNames) {
               "");
 }
 
-TEST_F(CompanionScriptTest, AColorIsReadFromHexadecimalDigits) {
+TEST_F(CompanionScriptTest, HexReadsAColor) {
     EXPECT_EQ(Run(R"(
         local c = CIColorQOR.Hex("#ff8000")
         assert(c.Red == 1 and near(c.Green, 128 / 255) and c.Blue == 0 and c.Alpha == 1)
@@ -24,14 +24,14 @@ TEST_F(CompanionScriptTest, AColorIsReadFromHexadecimalDigits) {
         assert(c.Red == 0 and c.Green == 1 and c.Blue == 0 and near(c.Alpha, 0.2))
         for _, text in ipairs{"", "#", "#ff80", "#ff80001", "ff8000 ", "gg8000", "-f8000", "#ff8000ff0"} do
             assert(refusal(CIColorQOR.Hex, text) == "CIColorQOR.Hex: expected \"#rrggbb\" or \"#rrggbbaa\", got \"" ..
-                   text .. "\", no color is made")
+                   text .. "\"; no color was created")
         end
         assert(refusal(CIColorQOR.Hex, nil))
     )"),
               "");
 }
 
-TEST_F(CompanionScriptTest, AColorTakesAnotherAlpha) {
+TEST_F(CompanionScriptTest, WithAlphaReplacesTheAlpha) {
     EXPECT_EQ(Run(R"(
         local c = CIColorQOR.RGBA(0.25, 0.5, 0.75, 1):WithAlpha(0.5)
         assert(c.Red == 0.25 and c.Green == 0.5 and c.Blue == 0.75 and c.Alpha == 0.5 and c.Text == "0.25 0.5 0.75 0.5")
@@ -40,7 +40,7 @@ TEST_F(CompanionScriptTest, AColorTakesAnotherAlpha) {
               "");
 }
 
-TEST_F(CompanionScriptTest, TheStepsOfATransformAreDoneInTheirOrder) {
+TEST_F(CompanionScriptTest, TransformStepsApplyInOrder) {
     EXPECT_EQ(Run(R"(
         local identity = NSAffineTransformQOR.Identity()
         local function at(transform, x, y)
@@ -61,7 +61,7 @@ TEST_F(CompanionScriptTest, TheStepsOfATransformAreDoneInTheirOrder) {
               "");
 }
 
-TEST_F(CompanionScriptTest, ATransformAndItsInverseLeavePointsWhereTheyAre) {
+TEST_F(CompanionScriptTest, InverseUndoesATransform) {
     EXPECT_EQ(Run(R"(
         local t = NSAffineTransformQOR.Make(2, 0.5, -1, 3, 40, -7)
         for _, both in ipairs{t:Concat(t:Inverse()), t:Inverse():Concat(t)} do
@@ -69,14 +69,16 @@ TEST_F(CompanionScriptTest, ATransformAndItsInverseLeavePointsWhereTheyAre) {
             assert(near(point.X, 3, 1e-4) and near(point.Y, 5, 1e-4))
         end
         local flat = NSAffineTransformQOR.Make(1, 2, 2, 4, 0, 0)
-        assert(refusal(flat.Inverse, flat) == "NSAffineTransformQOR.Inverse: the transform cannot be inverted, nothing is made")
-        assert(refusal(t.Concat, t, nil) == "NSAffineTransformQOR.Concat: the transform is nil, nothing is made")
-        assert(refusal(t.Apply, t, nil) == "NSAffineTransformQOR.Apply: the point is nil, nothing is made")
+        assert(refusal(flat.Inverse, flat) ==
+               "NSAffineTransformQOR.Inverse: the transform is not invertible; no transform was created")
+        assert(refusal(t.Concat, t, nil) ==
+               "NSAffineTransformQOR.Concat: the transform is nil; no transform was created")
+        assert(refusal(t.Apply, t, nil) == "NSAffineTransformQOR.Apply: the point is nil; no point was created")
     )"),
               "");
 }
 
-TEST_F(CompanionScriptTest, BytesGoInAndOutOfABlock) {
+TEST_F(CompanionScriptTest, MemoryBlocksRoundTripBytes) {
     EXPECT_EQ(Run(R"(
         local block = bytes("a\0\255")
         assert(block.Size == 3 and block.Bytes == "a\0\255")

@@ -1,11 +1,15 @@
-// module_test.cpp - what the companion registers.
+// module_test.cpp - the classes that the companion registers, and what their objects release.
+
+#include <cstddef>
+#include <string>
+#include <vector>
 
 #include "tests/companion/companion_test.h"
 #include "tests/companion/platform_side.h"
 
 namespace {
 
-TEST_F(CompanionTest, TheClassesOfTheFamilyAreRegisteredInOrder) {
+TEST_F(CompanionTest, RegistersItsClassesInOrder) {
     std::vector<std::string> names;
     for (const host::Class* each : host.Modules()[0]->classes) names.push_back(each->Name());
     EXPECT_EQ(names, (std::vector<std::string>{"CIFilterQOR", "CIImageQOR", "CIColorQOR", "CIVectorQOR",
@@ -13,14 +17,14 @@ TEST_F(CompanionTest, TheClassesOfTheFamilyAreRegisteredInOrder) {
                                                "CIAttributeQOR", "NSExceptionQOR"}));
 }
 
-TEST_F(CompanionTest, EveryClassMakesAnObjectAndTakesItBack) {
+TEST_F(CompanionTest, EveryClassCreatesAndDestroysAnObject) {
     for (const host::Class* each : host.Modules()[0]->classes) {
         const auto object = host.NewInstance(each->Name());
         EXPECT_EQ(object->references, 1) << each->Name();
     }
 }
 
-TEST_F(CompanionTest, FreshValueObjectsReadAsNothing) {
+TEST_F(CompanionTest, ObjectsWithoutAValueReadAsZeroOrNil) {
     EXPECT_EQ(Number(host.NewInstance("CIColorQOR"), "Red"), 0);
     EXPECT_EQ(Numbers(host.NewInstance("CIVectorQOR")), std::vector<double>());
     EXPECT_EQ(Number(host.NewInstance("NSAffineTransformQOR"), "A"), 0);
@@ -29,7 +33,7 @@ TEST_F(CompanionTest, FreshValueObjectsReadAsNothing) {
     EXPECT_EQ(Text(host.NewInstance("CIAttributeQOR"), "Key"), "nil");
 }
 
-TEST_F(CompanionTest, AFilterObjectGivesBackItsFilterAndItsAttributes) {
+TEST_F(CompanionTest, FilterObjectReleasesItsFilterAndAttributes) {
     auto object = host.Construct("CIFilterGaussianBlurQOR");
     Object(object, "AttributeinputRadius");
     void* filter = RetainFilter(object.Get());
@@ -43,7 +47,7 @@ TEST_F(CompanionTest, AFilterObjectGivesBackItsFilterAndItsAttributes) {
     Release(attributes);
 }
 
-TEST_F(CompanionTest, AnAttributeObjectGivesBackItsDictionary) {
+TEST_F(CompanionTest, AttributeObjectReleasesItsDictionary) {
     const auto filter = host.Construct("CIFilterGaussianBlurQOR");
     auto attribute = Object(filter, "AttributeinputRadius");
     void* dictionary = RetainWrapped(attribute.Get());
@@ -53,7 +57,7 @@ TEST_F(CompanionTest, AnAttributeObjectGivesBackItsDictionary) {
     Release(dictionary);
 }
 
-TEST_F(CompanionTest, TheWholeFamilyCarriesTheCoreFoundationTag) {
+TEST_F(CompanionTest, CoreFoundationObjectsHaveTheTag) {
     EXPECT_EQ(CoreFoundationTag(host.NewInstance("CFObjectQOR").Get()), 0x5A564346u);
     EXPECT_EQ(CoreFoundationTag(host.NewInstance("CGColorSpaceQOR").Get()), 0x5A564346u);
 }

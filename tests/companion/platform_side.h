@@ -1,35 +1,40 @@
-// platform_side.h - what tests ask of the platform's side of an object. In a file of its own: C++ exceptions, which the
-// tests catch, and messages do not mix in one unit.
+// platform_side.h - lets C++ tests look at the platform objects inside host objects.
+//
+// The functions are in an Objective-C++ file of their own, because the tests catch C++ exceptions, which is not
+// possible in Objective-C++ with this runtime.
 
 #pragma once
 
 #include <array>
+#include <cstddef>
+#include <cstdint>
 
 #include "plugin/zeva.h"
 
-// How many references there are to what a value object wraps.
+// Returns the retain count of the object that a value object wraps.
 std::size_t RetainCountOfWrapped(const ZEVAobjectStruct* object);
 
-// One more reference to what an object holds (a value object, or the dictionary of an attribute object; a filter
-// object's filter and its attributes), and its end: so that a test sees what a finalize function gives back.
+// Retain and return a platform object inside a host object, so that a test sees whether finalize releases it: the
+// wrapped object of a value object or the dictionary of an attribute object, the filter of a filter object, and its
+// attributes.
 void* RetainWrapped(const ZEVAobjectStruct* object);
 void* RetainFilter(const ZEVAobjectStruct* object);
 void* RetainAttributes(const ZEVAobjectStruct* object);
-std::size_t RetainCount(const void* thing);
-void Release(void* thing);
+std::size_t RetainCount(const void* object);
+void Release(void* object);
 
-// Whether an image object holds the bitmap that it was opened from.
+// Whether an image object keeps the bitmap of its file.
 bool HasBitmap(const ZEVAobjectStruct* image);
 
-// The tag of an object of the Core Foundation family.
+// Returns the tag of an object that wraps a Core Foundation object.
 std::uint32_t CoreFoundationTag(const ZEVAobjectStruct* object);
 
-// A pixel of an image, premultiplied red, green, blue, alpha.
+// Returns a pixel of an image: premultiplied red, green, blue, alpha.
 std::array<int, 4> PixelOf(const ZEVAobjectStruct* image, int x, int y);
 
-// The host exception made of a platform exception, with one reference; with or without user info.
+// Returns a host exception for a platform exception, with or without user info; the caller owns one reference.
 ZEVAobjectStruct* NewHostExceptionFrom(const char* name, const char* reason, bool withInfo);
 
-// Turns an image object's image into one without end, or an empty one.
-void MakeEndless(ZEVAobjectStruct* image);
+// Replaces the image of an image object by an infinite or an empty one.
+void MakeInfinite(ZEVAobjectStruct* image);
 void MakeEmpty(ZEVAobjectStruct* image);

@@ -1,4 +1,4 @@
-// platform_side.mm - looking behind the objects' data.
+// platform_side.mm - reads and replaces the platform objects inside host objects.
 
 #include "tests/companion/platform_side.h"
 
@@ -7,7 +7,7 @@
 #include "bridge/host_objects.h"
 
 @interface NSException (HostException)
-// The companion's category.
+// Defined by the companion.
 + (ZEVAobjectStruct*)NewNSExceptionQOR:(NSException*)exception;
 @end
 
@@ -36,9 +36,9 @@ void* RetainAttributes(const ZEVAobjectStruct* object) {
     return [reinterpret_cast<const FilterObject*>(object)->attributeCache retain];
 }
 
-std::size_t RetainCount(const void* thing) { return [static_cast<id>(const_cast<void*>(thing)) retainCount]; }
+std::size_t RetainCount(const void* object) { return [static_cast<id>(const_cast<void*>(object)) retainCount]; }
 
-void Release(void* thing) { [static_cast<id>(thing) release]; }
+void Release(void* object) { [static_cast<id>(object) release]; }
 
 bool HasBitmap(const ZEVAobjectStruct* image) {
     return reinterpret_cast<const ImageObject*>(image)->cgImage != nullptr;
@@ -69,7 +69,7 @@ ZEVAobjectStruct* NewHostExceptionFrom(const char* name, const char* reason, boo
     return [NSException NewNSExceptionQOR:exception];
 }
 
-void MakeEndless(ZEVAobjectStruct* image) {
+void MakeInfinite(ZEVAobjectStruct* image) {
     SetWrapped(image, [CIImage imageWithColor:[CIColor colorWithRed:1 green:0 blue:0]]);
 }
 

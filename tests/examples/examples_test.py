@@ -93,7 +93,7 @@ class ExamplesTest(unittest.TestCase):
         self.file("small.png", plain(20, 30, (0, 150, 0)))
         (self.folder / "broken.png").write_bytes(b"no picture")
         (self.folder / "out").mkdir()
-        error = f"{EXAMPLES}/thumbnails.lua:16: RuntimeException: broken.png: it is no picture that can be read, PNG and JPEG can, no image is opened\n"
+        error = f"{EXAMPLES}/thumbnails.lua:16: RuntimeException: broken.png: not a PNG or JPEG file; no image was opened\n"
         self.zeva("thumbnails", "out", "wide.png", "broken.png", "small.png", status=1, error=error)
         self.assertEqual(sorted(path.name for path in (self.folder / "out").iterdir()), ["small.jpg", "wide.jpg"])
         # The script converts the JPEG files to PNG, which this test can read.

@@ -1,10 +1,11 @@
-// golden_cases.h - reference renders: how each was made, and how far a picture is from it.
+// golden_cases.h - reads reference renders, and measures the difference between pictures.
 //
-// A folder of cases lies outside the sources; the environment variable ZEVA_GOLDEN names it. Each case is a folder with a file
-// case.json, which names the filters with their inputs, and the picture that came out. This library reads and compares only, so
-// that one suite can render a case through CIFilter and another through the module.
+// The reference renders are in a folder outside the sources, which the environment variable ZEVA_GOLDEN can name.
+// Each case is a folder with a picture and a file case.json, which lists the filters and inputs that made the
+// picture. This library only reads and compares, so that one suite can render a case with CIFilter and another one
+// with the module.
 //
-// Failure: what is not there or not understood is empty; a test says so and stops.
+// Failure: a file that is missing or invalid gives an empty optional, and the test fails.
 // Threads: any.
 
 #pragma once
@@ -22,9 +23,9 @@ namespace golden {
 
 // The value of one input.
 struct Parameter {
-    enum class Kind { number, vector, color, image };
-    Kind kind = Kind::number;
-    std::vector<double> numbers;  // one; a vector's; red, green, blue and alpha
+    enum class Kind { kNumber, kVector, kColor, kImage };
+    Kind kind = Kind::kNumber;
+    std::vector<double> numbers;  // one number, the elements of a vector, or red, green, blue and alpha
     std::string imagePath;
 };
 
@@ -34,8 +35,8 @@ struct Step {
     std::map<std::string, Parameter> parameters;
 };
 
-// How a picture shows a render that was scaled: its pixel (x, y), from the top left, is at (scaleX x + offsetX, scaleY y + offsetY)
-// of a render of that size.
+// Maps a scaled picture of a render to the render. Pixel (x, y) of the picture, counted from the top left, is at
+// (scaleX x + offsetX, scaleY y + offsetY) in a render of width x height pixels.
 struct View {
     std::size_t width = 0;
     std::size_t height = 0;
@@ -48,53 +49,53 @@ struct View {
 // A reference render.
 struct Case {
     std::string name;
-    std::vector<Step> steps;  // the image of each is inputImage of the next
-    bool isRender = false;    // otherwise the picture is a scaled view of the render
-    View view;                // where it is one
-    double originX = 0;       // of the picture's lower left corner
+    std::vector<Step> steps;  // the output of each step is the inputImage of the next
+    bool isRender = false;    // false: the picture is a scaled view of the render
+    View view;                // only when isRender is false
+    double originX = 0;       // of the lower left corner of the picture
     double originY = 0;
     std::size_t width = 0;
     std::size_t height = 0;
     std::string outputPath;
 };
 
-// 8-bit RGBA, premultiplied, the topmost row first.
+// 8-bit premultiplied RGBA, top row first.
 struct Picture {
     std::size_t width = 0;
     std::size_t height = 0;
     std::vector<std::uint8_t> pixels;
 };
 
-// In levels, 255 to the whole.
+// In 8-bit levels.
 struct Difference {
     double rms = 0;
     double largest = 0;
 };
 
-// The folder of the cases, and whether it is there.
-std::string Folder();
-bool IsPresent();
+// Returns the folder of the cases, and whether it exists.
+[[nodiscard]] std::string Folder();
+[[nodiscard]] bool IsPresent();
 
-// The names of all cases, sorted.
-std::vector<std::string> CaseNames();
+// Returns the names of all cases, sorted.
+[[nodiscard]] std::vector<std::string> CaseNames();
 
-// A case by the name of its folder; empty when it is not there or not understood.
-std::optional<Case> ReadCase(const std::string& name);
+// Reads a case by the name of its folder.
+[[nodiscard]] std::optional<Case> ReadCase(const std::string& name);
 
-// The pixels of a picture file or a bitmap; empty when there are none.
-std::optional<Picture> PictureOfFile(const std::string& path);
-std::optional<Picture> PictureOfImage(CGImageRef image);
+// Read the pixels of a picture file or a bitmap.
+[[nodiscard]] std::optional<Picture> PictureOfFile(const std::string& path);
+[[nodiscard]] std::optional<Picture> PictureOfImage(CGImageRef image);
 
-// How far two pictures of the same size are apart, over all four channels; empty when the sizes differ.
-std::optional<Difference> Compare(const Picture& first, const Picture& second);
+// Compares all four channels of two pictures. Empty when the sizes differ.
+[[nodiscard]] std::optional<Difference> Compare(const Picture& first, const Picture& second);
 
-// How far apart the differences between a pixel's colors are, red less green and green less blue in linear light, where no color
-// is at an end of its range: white light that lies over a picture leaves no trace there. Empty when the sizes differ or when
-// there are no such places.
-std::optional<Difference> CompareTints(const Picture& first, const Picture& second);
+// Compares the tints of two pictures: red minus green and green minus blue, in linear light. White light that was
+// added to a picture does not change them. Pixels with a color component of 0 or 255 are left out, because they may
+// be clipped. Empty when the sizes differ or no pixel is left.
+[[nodiscard]] std::optional<Difference> CompareTints(const Picture& first, const Picture& second);
 
-// How far a view is from a render, at its places where neither changes much from pixel to pixel: elsewhere the scaling shows.
-// Empty when the render's size is not the view's or when there are no such places.
-std::optional<Difference> CompareView(const Picture& render, const Picture& picture, const View& view);
+// Compares a scaled picture with a render, only where both are smooth, because edges depend on how the picture was
+// scaled. Empty when the render does not have the size of the view, or when nothing is smooth.
+[[nodiscard]] std::optional<Difference> CompareView(const Picture& render, const Picture& picture, const View& view);
 
 }  // namespace golden

@@ -1,4 +1,4 @@
-// golden_cases.mm - reads case.json and pictures.
+// golden_cases.mm - reads case.json and pictures, and compares pictures.
 
 #include "golden_cases.h"
 
@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 
 namespace golden {
@@ -26,13 +28,13 @@ Parameter ReadParameter(id value, const std::string& folder) {
     if ([value isKindOfClass:[NSNumber class]]) {
         parameter.numbers = {[value doubleValue]};
     } else if ([value isKindOfClass:[NSArray class]]) {
-        parameter.kind = Parameter::Kind::vector;
+        parameter.kind = Parameter::Kind::kVector;
         parameter.numbers = Numbers(value);
     } else if ([value objectForKey:@"color"] != nil) {
-        parameter.kind = Parameter::Kind::color;
+        parameter.kind = Parameter::Kind::kColor;
         parameter.numbers = Numbers([value objectForKey:@"color"]);
     } else {
-        parameter.kind = Parameter::Kind::image;
+        parameter.kind = Parameter::Kind::kImage;
         parameter.imagePath = folder + [[value objectForKey:@"image"] UTF8String];
     }
     return parameter;
@@ -48,7 +50,7 @@ Step ReadStep(NSDictionary* described, const std::string& folder) {
     return step;
 }
 
-// The steps of a chain. The inputs of the whole case are where its first image is named.
+// Reads the steps of a case. In a chain, the parameters of the whole case name the image of the first step.
 std::vector<Step> ReadSteps(NSDictionary* described, const std::string& folder) {
     const Step whole = ReadStep(described, folder);
     NSArray* chain = [described objectForKey:@"chain"];
@@ -69,26 +71,26 @@ View ReadView(NSDictionary* described) {
         static_cast<std::size_t>(size[0]), static_cast<std::size_t>(size[1]), scale[0], scale[1], offset[0], offset[1]};
 }
 
-// Whether all channels change by a few levels at most within two pixels of a place that is as far from the edges.
+// Whether all channels vary by at most a few levels within two pixels of a place. False within two pixels of an edge.
 bool IsSmooth(const Picture& picture, std::size_t x, std::size_t y) {
     constexpr std::size_t kReach = 2;
-    constexpr int kMostLevels = 6;
+    constexpr int kMaximumRange = 6;
     if (x < kReach || y < kReach || x + kReach >= picture.width || y + kReach >= picture.height) return false;
     for (std::size_t channel = 0; channel < 4; ++channel) {
-        int least = 255, most = 0;
+        int minimum = 255, maximum = 0;
         for (std::size_t row = y - kReach; row <= y + kReach; ++row) {
             for (std::size_t column = x - kReach; column <= x + kReach; ++column) {
                 const int level = picture.pixels[4 * (row * picture.width + column) + channel];
-                least = std::min(least, level);
-                most = std::max(most, level);
+                minimum = std::min(minimum, level);
+                maximum = std::max(maximum, level);
             }
         }
-        if (most - least > kMostLevels) return false;
+        if (maximum - minimum > kMaximumRange) return false;
     }
     return true;
 }
 
-// A channel between four pixels.
+// Interpolates a channel bilinearly.
 double Sample(const Picture& picture, double x, double y, std::size_t channel) {
     const auto left = static_cast<std::size_t>(x), top = static_cast<std::size_t>(y);
     const double right = x - static_cast<double>(left), below = y - static_cast<double>(top);
@@ -99,7 +101,7 @@ double Sample(const Picture& picture, double x, double y, std::size_t channel) {
            (at(left, top + 1) * (1 - right) + at(left + 1, top + 1) * right) * below;
 }
 
-// The linear light of a pixel, premultiplied, in levels; empty where a color is at an end of its range.
+// Returns the premultiplied linear light of a pixel, in levels; empty when a component is 0 or 255.
 std::optional<std::array<double, 3>> Light(const std::uint8_t* pixel) {
     std::array<double, 3> light;
     for (std::size_t channel = 0; channel < 3; ++channel) {

@@ -1,4 +1,4 @@
-// golden_cases_test.mm - the reader of reference renders, over cases written for the test.
+// golden_cases_test.mm - tests the reader of reference renders with cases that the tests write.
 
 #include "golden_cases.h"
 
@@ -6,11 +6,17 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace {
 
-// A folder of cases that lives as long as a test.
+// Sets ZEVA_GOLDEN to a folder of its own for each test.
 class GoldenCasesTest : public testing::Test {
   protected:
     void SetUp() override {
@@ -45,13 +51,13 @@ golden::Picture PictureOf(std::size_t width, std::size_t height, std::vector<std
     return {width, height, std::move(pixels)};
 }
 
-TEST_F(GoldenCasesTest, FolderThatIsNotThereIsReported) {
+TEST_F(GoldenCasesTest, IsPresentTellsWhetherTheFolderExists) {
     EXPECT_FALSE(golden::IsPresent());
     Write(@"Any-1", @"{}");
     EXPECT_TRUE(golden::IsPresent());
 }
 
-TEST_F(GoldenCasesTest, NamesAreThoseOfFoldersWithACaseSorted) {
+TEST_F(GoldenCasesTest, CaseNamesAreSortedFoldersWithACase) {
     EXPECT_TRUE(golden::CaseNames().empty());
     Write(@"Second-1", @"{}");
     Write(@"First-1", @"{}");
@@ -80,13 +86,13 @@ TEST_F(GoldenCasesTest, ReadsEveryKindOfParameter) {
     const auto& parameters = read->steps[0].parameters;
     ASSERT_EQ(parameters.size(), 4u);
     EXPECT_EQ(parameters.at("inputRadius").numbers, std::vector<double>{2.5});
-    EXPECT_EQ(parameters.at("inputCenter").kind, golden::Parameter::Kind::vector);
-    EXPECT_EQ(parameters.at("inputColor").kind, golden::Parameter::Kind::color);
+    EXPECT_EQ(parameters.at("inputCenter").kind, golden::Parameter::Kind::kVector);
+    EXPECT_EQ(parameters.at("inputColor").kind, golden::Parameter::Kind::kColor);
     EXPECT_EQ(parameters.at("inputColor").numbers.size(), 4u);
     EXPECT_EQ(parameters.at("inputImage").imagePath, golden::Folder() + "Some-1/../in.png");
 }
 
-TEST_F(GoldenCasesTest, FirstStepOfAChainGetsTheImageOfTheCase) {
+TEST_F(GoldenCasesTest, FirstStepOfAChainTakesTheImageOfTheCase) {
     Write(@"Chain-1", @"{\"filter\": \"A\", \"output\": \"o\", \"outputSize\": [1, 1], \"outputOrigin\": [0, 0],"
                       @"\"parameters\": {\"inputImage\": {\"image\": \"i\"}},"
                       @"\"chain\": [{\"filter\": \"A\", \"parameters\": {\"inputEV\": 1}}, {\"filter\": \"B\"}]}");
@@ -106,7 +112,7 @@ TEST_F(GoldenCasesTest, BrokenAndMissingCasesAreEmpty) {
     EXPECT_FALSE(golden::ReadCase("Absent-1").has_value());
 }
 
-TEST(GoldenCompareTest, MeasuresRootMeanSquareAndLargest) {
+TEST(GoldenCompareTest, MeasuresRootMeanSquareAndLargestDifference) {
     const golden::Picture first = PictureOf(1, 2, {0, 0, 0, 0, 10, 10, 10, 10});
     const golden::Picture second = PictureOf(1, 2, {0, 0, 0, 0, 10, 14, 10, 7});
     const std::optional<golden::Difference> difference = golden::Compare(first, second);
@@ -116,7 +122,7 @@ TEST(GoldenCompareTest, MeasuresRootMeanSquareAndLargest) {
     EXPECT_FALSE(golden::Compare(first, PictureOf(2, 1, second.pixels)).has_value());
 }
 
-TEST(GoldenCompareTest, TintsAreDifferencesOfLinearColors) {
+TEST(GoldenCompareTest, ComparesTintsInLinearLight) {
     const auto difference = [](const std::vector<std::uint8_t>& one, const std::vector<std::uint8_t>& other) {
         return golden::CompareTints(PictureOf(1, 1, one), PictureOf(1, 1, other));
     };
@@ -131,8 +137,9 @@ TEST(GoldenCompareTest, TintsAreDifferencesOfLinearColors) {
     EXPECT_FALSE(difference({0, 64, 64, 255}, {64, 64, 64, 255}).has_value());
 }
 
-// The view shows a ramp at half its width and three levels too high; at its end the ramp is a step, and not compared.
-TEST(GoldenCompareTest, ViewsAreComparedWhereTheyAreSmooth) {
+// The view shows a ramp at half its width, three levels too high. The render has a step at its end, which is not
+// compared.
+TEST(GoldenCompareTest, ComparesViewsWhereTheyAreSmooth) {
     golden::Picture render = {20, 7, {}}, picture = {10, 7, {}};
     for (int y = 0; y < 7; ++y) {
         for (int x = 0; x < 20; ++x)

@@ -21,13 +21,13 @@ namespace {
 id Value(const golden::Parameter& parameter) {
     std::vector<CGFloat> numbers(parameter.numbers.begin(), parameter.numbers.end());
     switch (parameter.kind) {
-        case golden::Parameter::Kind::number:
+        case golden::Parameter::Kind::kNumber:
             return [NSNumber numberWithDouble:parameter.numbers[0]];
-        case golden::Parameter::Kind::vector:
+        case golden::Parameter::Kind::kVector:
             return [CIVector vectorWithValues:numbers.data() count:numbers.size()];
-        case golden::Parameter::Kind::color:
+        case golden::Parameter::Kind::kColor:
             return [CIColor colorWithRed:numbers[0] green:numbers[1] blue:numbers[2] alpha:numbers[3]];
-        case golden::Parameter::Kind::image:
+        case golden::Parameter::Kind::kImage:
             break;
     }
     return [CIImage

@@ -38,12 +38,12 @@ class ApplyTest(ZevaTest):
     def test_a_photo_that_is_missing_or_broken(self):
         missing = self.photo.with_name("none.png")
         self.assert_fails(
-            1, f"{missing}: no such file or directory, no image is opened", "apply", "Gloom", missing, "-o", self.out
+            1, f"{missing}: no such file or directory; no image was opened", "apply", "Gloom", missing, "-o", self.out
         )
         self.photo.write_bytes(png(40, 30)[:50])
         self.assert_fails(
             1,
-            f"{self.photo}: the file ends before the picture does, no image is opened",
+            f"{self.photo}: the file is truncated; no image was opened",
             *("apply", "GaussianBlur", self.photo, "-o", self.out),
         )
 
@@ -64,7 +64,7 @@ class ApplyTest(ZevaTest):
         target = folder / "out.png"
         self.assert_fails(
             1,
-            f"{target}: there is no folder {folder}, nothing is written",
+            f"{target}: there is no folder {folder}; nothing was written",
             *("apply", "GaussianBlur", self.photo, "-o", target),
         )
 

@@ -42,8 +42,8 @@ class BatchTest(ZevaTest):
         self.assertEqual(
             sorted(result.stderr.splitlines()),
             [
-                f"zeva: {photos[1]}: {photos[1]}: the file ends before the picture does, no image is opened",
-                f"zeva: {photos[3]}: {photos[3]}: no such file or directory, no image is opened",
+                f"zeva: {photos[1]}: {photos[1]}: the file is truncated; no image was opened",
+                f"zeva: {photos[3]}: {photos[3]}: no such file or directory; no image was opened",
             ],
         )
         self.assertEqual(sorted(path.name for path in (self.folder / "out").iterdir()), ["0.png", "2.png", "4.png"])

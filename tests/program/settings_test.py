@@ -73,7 +73,7 @@ class SettingsTest(ZevaTest):
         self.assert_refused(
             "DifferenceBlendMode",
             "inputBackgroundImage=none.png",
-            "none.png: no such file or directory, no image is opened",
+            "none.png: no such file or directory; no image was opened",
         )
 
     def test_a_color_cube_comes_from_a_cube_file_from_raw_floats_or_as_numbers(self):

@@ -68,7 +68,7 @@ class RunTest(unittest.TestCase):
         self.assertEqual(result.returncode, 1)
         self.assertEqual(
             result.stderr,
-            "zeva: script.lua:2: RuntimeException: none.png: no such file or directory, no image is opened\n"
+            "zeva: script.lua:2: RuntimeException: none.png: no such file or directory; no image was opened\n"
             "stack traceback:\n\t[C]: in field 'Open'\n\tscript.lua:2: in local 'open'\n\tscript.lua:4: in main chunk\n",
         )
 

@@ -1,4 +1,4 @@
-// main.mm - the main function of every test program: a pool for what the tests leave autoreleased.
+// main.mm - the main function of every test program. Its pool releases the objects that tests autorelease.
 
 #import <Foundation/Foundation.h>
 #include <gtest/gtest.h>

@@ -1,14 +1,14 @@
-// path_from_environment.h - files that tests use unless the environment names others.
+// path_from_environment.h - paths of the files under test, which the environment can override.
 //
-// So the same tests judge, say, a module's code for macOS: ZEVA_FILTERS_MODULE, ZEVA_PROBE_MODULE.
+// ZEVA_FILTERS_MODULE and ZEVA_PROBE_MODULE run the same tests on other builds of a module, such as the one for macOS.
 
 #pragma once
 
 #include <cstdlib>
 #include <string>
 
-// A path from the environment, or the given one.
-inline std::string PathFromEnvironment(const char* variable, const char* usual) {
+// Returns the path in an environment variable, or the default when the variable is not set.
+[[nodiscard]] inline std::string PathFromEnvironment(const char* variable, const char* defaultPath) {
     const char* path = std::getenv(variable);
-    return path != nullptr ? path : usual;
+    return path != nullptr ? path : defaultPath;
 }

@@ -1,6 +1,6 @@
-"""Pictures as the tests of programs see them: rows of (red, green, blue, alpha), read from and written to PNG files.
+"""Reads and writes PNG files as rows of (red, green, blue, alpha), for the tests of programs.
 
-Written for itself: what judges the pictures shares nothing with what makes them.
+It shares no code with the encoders under test, so that it can judge their files.
 """
 
 import struct
@@ -10,7 +10,7 @@ CHANNELS = {0: 1, 2: 3, 4: 2, 6: 4}  # by color type
 
 
 def encode(rows):
-    """Rows of pixels, three or four numbers each, the topmost row first, as the bytes of a PNG file."""
+    """Returns the bytes of a PNG file. Each pixel has three or four numbers; the top row is first."""
     channels = len(rows[0][0])
 
     def chunk(kind, data):
@@ -30,9 +30,9 @@ def plain(width, height, color):
 
 
 def read(path):
-    """The rows of a PNG file of eight bits a channel."""
+    """Returns the rows of a PNG file with eight bits per channel."""
     file = path.read_bytes()
-    assert file[:8] == b"\x89PNG\r\n\x1a\n", f"{path} is no PNG"
+    assert file[:8] == b"\x89PNG\r\n\x1a\n", f"{path} is not a PNG"
     at, data = 8, b""
     while at < len(file):
         length, kind = struct.unpack(">I4s", file[at : at + 8])
@@ -82,12 +82,12 @@ def _unfiltered(kind, line, above, step):
 
 
 def light(byte):
-    """How much light a byte of sRGB stands for, 0 to 1."""
+    """Decodes a byte of sRGB to linear light, 0 to 1."""
     x = byte / 255
     return x / 12.92 if x <= 0.04045 else ((x + 0.055) / 1.055) ** 2.4
 
 
 def byte(light):
-    """The byte of sRGB for an amount of light."""
+    """Encodes linear light, 0 to 1, as a byte of sRGB."""
     x = light * 12.92 if light <= 0.0031308 else 1.055 * light ** (1 / 2.4) - 0.055
     return round(min(max(x, 0), 1) * 255)

@@ -1,7 +1,15 @@
-// attributes_test.mm - every attribute of every key, read through the companion's typed properties and held against the data
-// that the platform was made from.
+// attributes_test.mm - compares every attribute of every key, read through the companion's typed properties, with
+// attributes.json, from which the platform is built.
 
 #import <Foundation/Foundation.h>
+
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <map>
+#include <string>
+#include <vector>
 
 #include "host/runtime/describe.h"
 #include "tests/boundary/catalogue.h"
@@ -10,7 +18,7 @@
 
 namespace {
 
-// attributes.json, as the test reads it.
+// Reads attributes.json.
 NSDictionary* Described() {
     NSData* bytes = [NSData dataWithContentsOfFile:@ZEVA_ATTRIBUTES];
     return [NSJSONSerialization JSONObjectWithData:bytes options:0 error:nullptr];
@@ -27,7 +35,7 @@ class AttributesTest : public testing::Test {
         return IsNil(value) ? "" : host::Describe(value);
     }
 
-    // The numbers of a vector, color or transform.
+    // Returns the numbers of a vector, color or transform.
     std::vector<double> NumbersIn(const host::Value& value, const std::string& property) {
         std::vector<double> numbers;
         const auto read = [&](std::initializer_list<const char*> names) {
@@ -43,7 +51,7 @@ class AttributesTest : public testing::Test {
         return numbers;
     }
 
-    // A default or identity value, whatever its kind.
+    // Compares a default or identity value of any type.
     void CheckValue(const host::Value& attribute, const std::string& name, id expected, NSString* valueClass) {
         const std::map<std::string, std::string> suffixes{{"NSNumber", ""},
                                                           {"CIVector", "Vector"},
@@ -69,7 +77,7 @@ class AttributesTest : public testing::Test {
         ASSERT_EQ(numbers.size(), [expected count]);
         for (std::size_t i = 0; i < numbers.size(); ++i) {
             const double wanted = [[expected objectAtIndex:i] doubleValue];
-            // The infinite rectangle is rounded in the data, and as large as the platform's numbers go.
+            // The infinite rectangle: the file rounds its numbers, and CGFloat may have a smaller range.
             if (std::abs(wanted) > 1e300) {
                 EXPECT_GT(std::abs(numbers[i]), 1e38);
                 EXPECT_EQ(std::signbit(numbers[i]), std::signbit(wanted));
@@ -79,7 +87,7 @@ class AttributesTest : public testing::Test {
         }
     }
 
-    // One key: its typed properties against its dictionary.
+    // Compares the typed properties of one key with its dictionary.
     void CheckKey(const host::Value& attribute, NSDictionary* expected) {
         for (const char* name : {"Class", "Type", "DisplayName"}) {
             const std::string property = std::string(name) == "DisplayName" ? name : std::string("Attribute") + name;
@@ -101,7 +109,7 @@ class AttributesTest : public testing::Test {
     Session session;
 };
 
-TEST_F(AttributesTest, OfEveryKeyAreReadableByType) {
+TEST_F(AttributesTest, TypedPropertiesMatchTheDataOfEveryKey) {
     NSDictionary* described = Described();
     std::size_t keys = 0;
     for (const CatalogueFilter& filter : Catalogue()) {

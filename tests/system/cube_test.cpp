@@ -1,22 +1,26 @@
-// cube_test.cpp - raw bytes all the way: a color cube from a MemoryBlock of the host into a filter, back, and into a picture.
+// cube_test.cpp - a color cube goes from a MemoryBlock into a filter and back, and colors a picture.
 
 #include "golden_cases.h"
 
 #include <unistd.h>
 
 #include <array>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <filesystem>
+#include <string>
+#include <vector>
 
 #include "host/runtime/memory_block.h"
 #include "tests/system/session.h"
 
 namespace {
 
-// A cube of two steps a side that exchanges red and blue; red varies fastest.
+// A cube with two steps per side that swaps red and blue. Red varies fastest.
 using Cube = std::array<float, 2 * 2 * 2 * 4>;
 
-Cube RedForBlue() {
+Cube SwappedRedAndBlue() {
     Cube cube;
     for (std::size_t i = 0; i < 8; ++i) {
         const float red = i & 1 ? 1.0f : 0.0f, green = i & 2 ? 1.0f : 0.0f, blue = i & 4 ? 1.0f : 0.0f;
@@ -28,7 +32,7 @@ Cube RedForBlue() {
 
 class CubeTest : public testing::TestWithParam<const char*> {
   protected:
-    // The block behind a value that is one.
+    // Returns the MemoryBlock in a value.
     static ZEVAmemoryBlockStruct* BlockIn(const host::Value& value) {
         return reinterpret_cast<ZEVAmemoryBlockStruct*>(ObjectOf(value));
     }
@@ -39,7 +43,7 @@ class CubeTest : public testing::TestWithParam<const char*> {
         return block;
     }
 
-    // The pixel at the lower left of an image, as it is saved.
+    // Saves the lower left pixel of an image, and returns it.
     std::array<int, 4> PixelOf(const host::Value& image) {
         const auto file = std::filesystem::temp_directory_path() / ("cube-" + std::to_string(getpid()) + ".png");
         session.Call(session.Call(image, "Crop", {session.Rectangle(0, 0, 1, 1)}), "Save",
@@ -53,19 +57,19 @@ class CubeTest : public testing::TestWithParam<const char*> {
     Session session;
 };
 
-TEST_P(CubeTest, IsCopiedInAndOutAndColorsThePicture) {
+TEST_P(CubeTest, CopiesTheCubeInAndOutAndColorsThePicture) {
     const host::Value generator = session.New("CIFilterConstantColorGeneratorQOR");
     const std::vector<host::Value> orange{1.0, 0.5, 0.0, 1.0};
     session.Set(generator, "inputColor", session.runtime.CallShared("CIColorQOR", "RGBA", orange));
-    const host::Value filter = session.New(GetParam()), block = BlockOf(RedForBlue());
+    const host::Value filter = session.New(GetParam()), block = BlockOf(SwappedRedAndBlue());
     session.Set(filter, "inputImage", session.Get(generator, "outputImage"));
     session.Set(filter, "inputCubeDimension", 2.0);
     session.Set(filter, "inputCubeData", block);
-    std::memset(BlockIn(block)->bytes, 0, sizeof(Cube));  // no longer the filter's business
+    std::memset(BlockIn(block)->bytes, 0, sizeof(Cube));  // must not change the filter, which has copied the bytes
     const host::Value readBack = session.Get(filter, "inputCubeData");
     ASSERT_FALSE(IsNil(readBack));
     EXPECT_NE(ObjectOf(readBack), ObjectOf(block));
-    const Cube expected = RedForBlue();
+    const Cube expected = SwappedRedAndBlue();
     ASSERT_EQ(BlockIn(readBack)->size, static_cast<std::int32_t>(sizeof expected));
     EXPECT_EQ(std::memcmp(BlockIn(readBack)->bytes, expected.data(), sizeof expected), 0);
     const host::Value output = session.Get(filter, "outputImage");

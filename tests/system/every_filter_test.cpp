@@ -1,18 +1,21 @@
-// every_filter_test.cpp - every class in a real host, for every layout of records.
+// every_filter_test.cpp - every filter class in a real host, for every record version.
+
+#include <string>
+#include <vector>
 
 #include "tests/boundary/catalogue.h"
 #include "tests/system/session.h"
 
 namespace {
 
-// Whether a filter makes an image out of none.
+// Whether a filter has an output without an input image.
 bool IsGenerator(const std::string& name) {
     return name == "CheckerboardGenerator" || name == "ConstantColorGenerator" || name == "GaussianGradient";
 }
 
 class EveryFilterTest : public testing::TestWithParam<double> {};
 
-TEST_P(EveryFilterTest, IsConstructedWithDefaultsAndAnswersEveryPropertyWithoutException) {
+TEST_P(EveryFilterTest, NewFilterReturnsEveryPropertyWithoutException) {
     Session session(GetParam());
     for (const CatalogueFilter& filter : Catalogue()) {
         const host::Value object = session.New(filter.ClassName());
@@ -27,7 +30,7 @@ TEST_P(EveryFilterTest, IsConstructedWithDefaultsAndAnswersEveryPropertyWithoutE
     EXPECT_EQ(Session::reports, std::vector<std::string>{});
 }
 
-TEST_P(EveryFilterTest, TakesANumberForEveryNumericProperty) {
+TEST_P(EveryFilterTest, EveryNumericPropertyStoresANumber) {
     Session session(GetParam());
     for (const CatalogueFilter& filter : Catalogue()) {
         const host::Value object = session.New(filter.ClassName());
@@ -39,7 +42,7 @@ TEST_P(EveryFilterTest, TakesANumberForEveryNumericProperty) {
     }
 }
 
-TEST_P(EveryFilterTest, RefusesAWriteToOutputImageWithTheFilterSException) {
+TEST_P(EveryFilterTest, WritingOutputImageRaises) {
     Session session(GetParam());
     const host::Value image = session.Get(session.New("CIFilterConstantColorGeneratorQOR"), "outputImage");
     for (const CatalogueFilter& filter : Catalogue()) {
@@ -56,11 +59,11 @@ TEST_P(EveryFilterTest, AttributesAreReadOnly) {
     EXPECT_THROW(session.Set(object, "AttributeinputRadius", attribute), host::HostError);
 }
 
-// One host version for each record version, 12 to 9.
+// One host version for each record version from 12 to 9.
 INSTANTIATE_TEST_SUITE_P(HostVersions, EveryFilterTest, testing::Values(2013.03, 2013.0, 2012.0, 2011.04),
                          [](const auto& test) { return "v" + std::to_string(static_cast<int>(test.param * 100)); });
 
-TEST(SkippedHost, HasNoClassOfTheModule) {
+TEST(SkippedHostTest, GetsNoClassesOfTheModule) {
     Session session(2007.010);
     EXPECT_THROW(session.New("CIFilterBloomQOR"), host::HostError);
 }

@@ -1,29 +1,36 @@
-// golden_test.cpp - reference renders made again through the module: everything by the class's properties, as a program would.
+// golden_test.cpp - renders every reference case through the properties of the module's classes, and compares the
+// pictures.
 //
-// Every case in the folder is rendered, compared and printed as a line of one table: the case, how far the picture is from the
-// reference, how far it may be, and the verdict. A case of a filter that renders must have a bound.
+// The test prints a table with one line per case: the difference from the reference, the bound, and whether the case
+// holds. A case without a bound fails.
 
 #include "golden_cases.h"
 
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <iterator>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include "host/runtime/memory_block.h"
 #include "tests/system/session.h"
 
 namespace {
 
-// How near the cases of a filter must come, in 8-bit levels.
+// The largest allowed difference for the cases of a filter, in 8-bit levels.
 struct Bound {
     const char* filter;
     double rms;
     double largest;
-    bool isTint = false;  // only differences between colors are compared
-    // Where there are any, only these rows are compared, counted from the top.
+    bool isTint = false;  // whether to compare tints only, see CompareTints
+    // The rows to compare, counted from the top; all rows when rowCount is 0.
     std::size_t firstRow = 0;
     std::size_t rowCount = 0;
 };
@@ -34,7 +41,7 @@ const Bound kBounds[] = {
     {"CIAdditionCompositing",    0.78,   5},
     {"CIBarsSwipeTransition",    0.143,  1},
     {"CIBlendWithAlphaMask",     0.25,   3},
-    // Made by a version that blurred encoded values; its formula is compared by itself in tests/platform.
+    // The reference was made by a version that blurs encoded values. golden_glow_test.cpp checks the formula itself.
     {"CIBloom",                  6.4,    56},
     {"CIBoxBlur",                0.42,   2},
     {"CIBumpDistortion",         0.01,   1},
@@ -49,7 +56,7 @@ const Bound kBounds[] = {
     {"CIColorMatrix",            1.43,   4},
     {"CIColorMonochrome",        1.17,   3},
     {"CIColorPosterize",         0,      0},
-    // These two were made by a version that weighed encoded values; linear light is that far from it.
+    // These references were made by a version that weights encoded values; linear light differs by this much.
     {"CIConvolution3X3",         18.2,   255},
     {"CIConvolution9Horizontal", 18.2,   255},
     {"CICopyMachineTransition",  0.0013, 1},
@@ -57,16 +64,16 @@ const Bound kBounds[] = {
     {"CIDissolveTransition",     0.0013, 1},
     {"CIEightfoldReflectedTile", 0,      0},
     {"CIFalseColor",             1.04,   3},
-    {"CIFlashTransition",        1.22,   8, /*isTint=*/true},  // its rays are white, and noise
+    {"CIFlashTransition",        1.22,   8, /*isTint=*/true},  // its white rays are random
     {"CIFourfoldRotatedTile",    0,      0},
     {"CIGaussianBlur",           0.468,  3.25},
     {"CIGaussianGradient",       0.455,  3},
-    // This one was made without reflecting, against the filter's description; both agree in every other row of cells.
+    // This reference lacks the reflection that the filter's description requires, so only one row of cells is compared.
     {"CIGlideReflectedTile",     0,      0, /*isTint=*/false, /*firstRow=*/50, /*rowCount=*/100},
 };
 // clang-format on
 
-// The bound of a case, which is named "<filter>-<number>"; null when there is none.
+// Returns the bound of a case, which is named "<filter>-<number>"; null when there is none.
 const Bound* BoundOf(const std::string& name) {
     const std::string filter = name.substr(0, name.rfind('-'));
     const auto* bound =
@@ -74,7 +81,7 @@ const Bound* BoundOf(const std::string& name) {
     return bound == std::end(kBounds) ? nullptr : bound;
 }
 
-// Numbers as raw floats in a block of memory.
+// Returns a MemoryBlock with the numbers as floats.
 host::Value MemoryBlockOf(const std::vector<double>& numbers) {
     const std::vector<float> floats(numbers.begin(), numbers.end());
     const std::size_t size = floats.size() * sizeof(float);
@@ -83,19 +90,19 @@ host::Value MemoryBlockOf(const std::vector<double>& numbers) {
     return block;
 }
 
-// An input as the host value that its property takes.
+// Converts an input to the host value that its property takes.
 host::Value ValueOf(Session& session, const std::string& key, const golden::Parameter& parameter) {
     if (key == "inputCubeData") return MemoryBlockOf(parameter.numbers);
     switch (parameter.kind) {
-        case golden::Parameter::Kind::number:
+        case golden::Parameter::Kind::kNumber:
             return parameter.numbers[0];
-        case golden::Parameter::Kind::image:
+        case golden::Parameter::Kind::kImage:
             return session.Open(parameter.imagePath);
-        case golden::Parameter::Kind::color: {
+        case golden::Parameter::Kind::kColor: {
             const std::vector<host::Value> components(parameter.numbers.begin(), parameter.numbers.end());
             return session.runtime.CallShared("CIColorQOR", "RGBA", components);
         }
-        case golden::Parameter::Kind::vector:
+        case golden::Parameter::Kind::kVector:
             break;
     }
     std::string list;
@@ -104,7 +111,7 @@ host::Value ValueOf(Session& session, const std::string& key, const golden::Para
     return session.runtime.CallShared("CIVectorQOR", "FromNumbers", arguments);
 }
 
-// The image that the steps of a case come to.
+// Applies the steps of a case and returns the last image.
 host::Value Rendered(Session& session, const golden::Case& reference) {
     host::Value image;
     for (const golden::Step& step : reference.steps) {
@@ -116,7 +123,7 @@ host::Value Rendered(Session& session, const golden::Case& reference) {
     return image;
 }
 
-// The picture of the case's rectangle: what the image has of it, saved and read back, on transparent ground.
+// Saves and reads the part of the image in the case's rectangle. Pixels outside the image are transparent.
 golden::Picture PictureOf(Session& session, const host::Value& image, const golden::Case& reference) {
     const double width = static_cast<double>(reference.width), height = static_cast<double>(reference.height);
     const host::Value rectangle = session.Rectangle(reference.originX, reference.originY, width, height);
@@ -141,7 +148,7 @@ golden::Picture PictureOf(Session& session, const host::Value& image, const gold
     return picture;
 }
 
-// The part of a picture that a bound is for.
+// Returns the rows of a picture that the bound applies to.
 golden::Picture PartOf(const golden::Picture& picture, const Bound& bound) {
     if (bound.rowCount == 0) return picture;
     const auto first = picture.pixels.begin() + static_cast<std::ptrdiff_t>(4 * bound.firstRow * picture.width);
@@ -150,7 +157,7 @@ golden::Picture PartOf(const golden::Picture& picture, const Bound& bound) {
             {first, first + static_cast<std::ptrdiff_t>(4 * bound.rowCount * picture.width)}};
 }
 
-// How far a case's image is from its reference; empty when one of them cannot be read.
+// Compares the image of a case with its reference. Empty when the reference cannot be read or the sizes differ.
 std::optional<golden::Difference> DifferenceOf(Session& session, const host::Value& image,
                                                const golden::Case& reference, const Bound& bound) {
     const auto expected = golden::PictureOfFile(reference.outputPath);
@@ -165,14 +172,14 @@ std::optional<golden::Difference> DifferenceOf(Session& session, const host::Val
     return golden::CompareView(PictureOf(session, image, whole), *expected, reference.view);
 }
 
-// Renders a case, prints its line, and answers whether it holds.
+// Renders a case and prints its line. Returns whether the difference is within the bound.
 bool Holds(Session& session, const std::string& name) {
     const auto reference = golden::ReadCase(name);
     const host::Value image = reference.has_value() ? Rendered(session, *reference) : host::Value();
     const Bound* bound = BoundOf(name);
     std::printf("%-28s", name.c_str());
     if (!reference.has_value() || IsNil(image) || bound == nullptr) {
-        std::puts(!reference.has_value() ? "  not understood" : IsNil(image) ? "  gives no image" : "  has no bound");
+        std::puts(!reference.has_value() ? "  invalid case.json" : IsNil(image) ? "  no image" : "  no bound");
         return false;
     }
     const auto difference = DifferenceOf(session, image, *reference, *bound);
@@ -184,9 +191,9 @@ bool Holds(Session& session, const std::string& name) {
     return holds;
 }
 
-TEST(GoldenTest, EveryCaseRenderedThroughTheModuleIsWithinItsBound) {
+TEST(GoldenTest, EveryCaseIsWithinItsBound) {
     if (!golden::IsPresent()) {
-        GTEST_SKIP() << "no reference renders in " << golden::Folder() << ", nothing compared";
+        GTEST_SKIP() << "no reference renders in " << golden::Folder() << "; nothing was compared";
     }
     const std::vector<std::string> names = golden::CaseNames();
     ASSERT_FALSE(names.empty());

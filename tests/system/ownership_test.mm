@@ -1,9 +1,13 @@
-// ownership_test.mm - who holds what, for each property of the module, with real filters and real value objects.
+// ownership_test.mm - the references to every property value, with real filters and value objects.
 //
-// A property's value object is counted by the host, the platform object inside by Foundation. Every step is counted, and at the
-// end all is as it was.
+// The host counts the references to a value object, Foundation those to the platform object inside. The tests check
+// both counts after each step, and that the counts at the end equal those at the start.
 
 #import <Foundation/Foundation.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
 
 #include "bridge/host_objects.h"
 #include "tests/boundary/catalogue.h"
@@ -12,14 +16,14 @@
 
 namespace {
 
-// The platform object inside a value object.
+// Returns the platform object inside a value object.
 id WrappedIn(const host::Value& value) { return reinterpret_cast<ValueObject*>(ObjectOf(value))->wrapped; }
 
 NSUInteger RetainsOf(id object) { return [object retainCount]; }
 
 class OwnershipTest : public testing::Test {
   protected:
-    // A value that the property takes, of the test's own.
+    // Creates a value that a property of the type takes.
     host::Value ValueFor(const std::string& typeWord) {
         const host::Value one = 1.0;
         const std::vector<host::Value> four{one, one, one, one}, six{one, one, one, one, one, one};
@@ -33,7 +37,7 @@ class OwnershipTest : public testing::Test {
         return session.Get(session.New("CIFilterColorCubeQOR"), "inputCubeData");
     }
 
-    // Every property that holds an object: set, read twice, set to nil, dropped.
+    // Sets a property that holds an object, reads it twice, sets it to nil and drops the filter.
     void CheckObject(const std::string& className, const std::string& key, const std::string& typeWord) {
         const std::int64_t before = session.runtime.LiveObjects();
         {
@@ -44,13 +48,13 @@ class OwnershipTest : public testing::Test {
             const NSUInteger retains = RetainsOf(wrapped);
             session.Set(object, key, value);
             EXPECT_EQ(session.runtime.LiveObjects(), before + 2) << "the setter takes no reference";
-            EXPECT_EQ(RetainsOf(wrapped), retains + 1) << "the filter's own";
+            EXPECT_EQ(RetainsOf(wrapped), retains + 1) << "the reference of the filter";
             {
                 const host::Value first = session.Get(object, key), second = session.Get(object, key);
                 EXPECT_NE(ObjectOf(first), ObjectOf(second));
                 EXPECT_EQ(WrappedIn(first), wrapped);
                 EXPECT_EQ(session.runtime.LiveObjects(), before + 4);
-                EXPECT_EQ(RetainsOf(wrapped), retains + 3) << "one for each object read";
+                EXPECT_EQ(RetainsOf(wrapped), retains + 3) << "one for each object that was read";
             }
             EXPECT_EQ(session.runtime.LiveObjects(), before + 2);
             EXPECT_EQ(RetainsOf(wrapped), retains + 1);
@@ -62,7 +66,7 @@ class OwnershipTest : public testing::Test {
         EXPECT_EQ(session.runtime.LiveObjects(), before);
     }
 
-    // Numbers are nobody's: neither the host nor a value object comes into it.
+    // Numbers create no objects.
     void CheckNumber(const std::string& className, const std::string& key) {
         const std::int64_t before = session.runtime.LiveObjects();
         {
@@ -75,7 +79,7 @@ class OwnershipTest : public testing::Test {
         EXPECT_EQ(session.runtime.LiveObjects(), before);
     }
 
-    // Blocks are copied: the filter keeps none, and each read makes one.
+    // Blocks are copied: the filter keeps no block, and each read creates one.
     void CheckBlock(const std::string& className, const std::string& key) {
         const std::int64_t before = session.runtime.LiveObjects();
         {
@@ -95,7 +99,7 @@ class OwnershipTest : public testing::Test {
         EXPECT_EQ(session.runtime.LiveObjects(), before);
     }
 
-    // Attributes: two objects on one dictionary, which the filter object keeps.
+    // Two reads of an attribute return two objects with the same dictionary, which the filter object keeps.
     void CheckAttribute(const std::string& className, const std::string& key) {
         const std::int64_t before = session.runtime.LiveObjects();
         {
@@ -113,14 +117,14 @@ class OwnershipTest : public testing::Test {
     Session session;
 };
 
-TEST_F(OwnershipTest, OfEveryPropertyBalancesAtEveryStep) {
+TEST_F(OwnershipTest, EveryPropertyBalancesAtEveryStep) {
     std::size_t properties = 0;
     for (const CatalogueFilter& filter : Catalogue()) {
         for (const auto& [key, typeWord] : filter.properties) {
             SCOPED_TRACE(filter.name + " " + key);
             ++properties;
             CheckAttribute(filter.ClassName(), key);
-            if (key == "outputImage") continue;  // see OfRefusedWritesBalances
+            if (key == "outputImage") continue;  // see RefusedWritesBalance
             typeWord == "double"        ? CheckNumber(filter.ClassName(), key)
             : typeWord == "memoryblock" ? CheckBlock(filter.ClassName(), key)
                                         : CheckObject(filter.ClassName(), key, typeWord);
@@ -130,7 +134,7 @@ TEST_F(OwnershipTest, OfEveryPropertyBalancesAtEveryStep) {
     EXPECT_EQ(Session::reports, std::vector<std::string>{});
 }
 
-TEST_F(OwnershipTest, OfRefusedWritesBalances) {
+TEST_F(OwnershipTest, RefusedWritesBalance) {
     const host::Value image = ValueFor("CIImageQOR");
     const NSUInteger retains = RetainsOf(WrappedIn(image));
     const std::int64_t before = session.runtime.LiveObjects();
@@ -141,7 +145,7 @@ TEST_F(OwnershipTest, OfRefusedWritesBalances) {
     }
 }
 
-TEST_F(OwnershipTest, FilterObjectsGiveTheirFilterAndItsAttributesBack) {
+TEST_F(OwnershipTest, FilterObjectsReleaseTheirFilterAndAttributes) {
     host::Value object = session.New("CIFilterBloomQOR");
     session.Get(object, "AttributeinputRadius");
     auto* fields = reinterpret_cast<FilterObject*>(ObjectOf(object));

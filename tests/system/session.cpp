@@ -1,4 +1,4 @@
-// session.cpp - loads the modules from where the build puts them.
+// session.cpp - loads the modules from the build folder, or those that the environment names.
 
 #include "tests/system/session.h"
 

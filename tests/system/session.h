@@ -1,10 +1,14 @@
-// session.h - the fixture of the tests of the whole: a host with the companion and the filter module loaded.
+// session.h - the fixture of the system tests: a host that has loaded the companion and the filter module.
+//
+// Lifetime: one Session at a time, because a process has one host.
+// Threads:  the host's thread.
 
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <string>
+#include <variant>
 #include <vector>
 
 #include "host/runtime/errors.h"
@@ -12,10 +16,10 @@
 
 class Session {
   public:
-    // Loads both modules into a host of the version.
+    // Loads both modules into a host with this version.
     explicit Session(double hostVersion = 2013.03);
 
-    // Property access on an object value.
+    // Shorthands for calls on an object value.
     host::Value Get(const host::Value& object, const std::string& property);
     void Set(const host::Value& object, const std::string& property, const host::Value& value);
     double Number(const host::Value& object, const std::string& property);
@@ -24,21 +28,20 @@ class Session {
     // Whether setting the property raises a host exception.
     bool SetRaises(const host::Value& object, const std::string& property, const host::Value& value);
 
-    // A new object of a class, constructed.
+    // Creates and constructs an object of a class.
     host::Value New(const std::string& className);
 
-    // A vector of x, y, width and height, and an image from a picture file.
+    // Create a vector of x, y, width and height, and an image from a picture file.
     host::Value Rectangle(double x, double y, double width, double height);
     host::Value Open(const std::string& path);
 
-    // The reports of the host that nobody asked for; a test expects none.
+    // What the host reported since the last Session was made. Tests expect nothing.
     static std::vector<std::string> reports;
 
     host::Host runtime;
 };
 
-// Whether there is a value at all.
-inline bool IsNil(const host::Value& value) { return std::holds_alternative<std::monostate>(value); }
+[[nodiscard]] inline bool IsNil(const host::Value& value) { return std::holds_alternative<std::monostate>(value); }
 
-// The object behind a value that is one.
+// Returns the object in a value; throws std::bad_variant_access when the value is not an object.
 ZEVAobjectStruct* ObjectOf(const host::Value& value);
