@@ -11,7 +11,8 @@
 #import <Foundation/Foundation.h>
 
 #include "bridge/core_foundation_tag.h"
-#include "plugin/zeva.h"
+#include "interface/handles.h"
+#include "interface/word.h"
 
 @class CIFilter;
 

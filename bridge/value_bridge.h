@@ -10,7 +10,7 @@
 
 #pragma once
 
-#include "plugin/zeva.h"
+#include "interface/handles.h"
 
 @class NSString;
 

@@ -9,7 +9,10 @@
 
 #include <iterator>
 
-#include "plugin/zeva.h"
+#include "interface/class_definition.h"
+#include "interface/handles.h"
+#include "interface/tables.h"
+#include "interface/word.h"
 
 // Every record, in the order in which they are registered.
 #define COMPANION_CLASSES(CLASS)  \

@@ -4,7 +4,7 @@
 
 #include <CoreGraphics/CoreGraphics.h>
 
-#include "plugin/zeva.h"
+#include "interface/handles.h"
 
 // A new CGColorSpaceQOR with one retain of the space; one reference for the caller. Null for null, and when the host has
 // no such class.

@@ -6,7 +6,7 @@
 
 #import <Foundation/Foundation.h>
 
-#include "plugin/zeva.h"
+#include "interface/handles.h"
 
 // A copy of a block's bytes, autoreleased; nil for null and for a block of no bytes.
 NSData* DataOf(ZEVAmemoryBlockStruct* block);

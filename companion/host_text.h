@@ -6,7 +6,7 @@
 
 #import <Foundation/Foundation.h>
 
-#include "plugin/zeva.h"
+#include "interface/handles.h"
 
 // The text of a host string, which is borrowed; autoreleased. nil for null and when the host does not lend the bytes.
 // Bytes that are no UTF-8 are taken for Latin 1, so that a path always names something.

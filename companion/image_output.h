@@ -5,7 +5,7 @@
 
 #pragma once
 
-#include "plugin/zeva.h"
+#include "interface/handles.h"
 
 // Save(path as string) and SaveWithQuality(path as string, quality as double): the picture in a file, PNG or JPEG by
 // the suffix. Raises for another suffix, for a quality outside 0...1 and for what cannot be written.

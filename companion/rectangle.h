@@ -5,7 +5,7 @@
 #include <CoreGraphics/CoreGraphics.h>
 #import <Foundation/Foundation.h>
 
-#include "plugin/zeva.h"
+#include "interface/handles.h"
 
 // Reads the rectangle in a CIVectorQOR; answers why it is none, autoreleased, or nil.
 NSString* RectangleIn(ZEVAobjectStruct* vector, CGRect* rectangle);

@@ -10,17 +10,6 @@ namespace checker {
 
 namespace {
 
-// The one service that every host has.
-constexpr std::string_view kAlwaysThere = "RegisterPluginVersion";
-
-// Judged by the negotiation.
-constexpr std::string_view kVersionGetter = "ZEVAGetZVVersion";
-
-// The services whose answer says that they failed.
-constexpr std::string_view kFailing[] = {
-    "ZEVABuildString", "PluginGetStringData", "PluginNewInstance", "newMemoryBlock", "memoryBlockGetPtr",
-};
-
 // Loads and uses the module while a service misbehaves. Coming through is all that is asked.
 void ComesThrough(Examination& examination, const std::string& service, const ServiceFault& fault) {
     Stage& stage = examination.Load({.faults = {{service, fault}}});
@@ -34,7 +23,7 @@ void Late(Examination& examination) {
     Stage& stage = examination.Load();
     std::map<std::string, ServiceFault> allMissing;
     for (const host::Service& service : host::Services()) {
-        if (service.name != kAlwaysThere) allMissing[service.name] = {.isMissing = true};
+        if (service.missing != service::Missing::kNeverMissing) allMissing[service.name] = {.isMissing = true};
     }
     stage.watch.SetFaults(allMissing);
     Use(stage);
@@ -84,13 +73,15 @@ std::vector<Check> FaultChecks() {
     std::vector<Check> checks;
     for (const host::Service& service : host::Services()) {
         const std::string name = service.name;
-        if (name == kAlwaysThere || name == kVersionGetter) continue;
+        if (service.missing == service::Missing::kNeverMissing) continue;
+        if (service.missing == service::Missing::kVersionIsZero) continue;  // the negotiation checks cover it
         checks.push_back({"without-" + name, "it lives in a host without " + name,
                           "the service is called without looking whether it was found",
                           [name](Examination& at) { ComesThrough(at, name, {.isMissing = true}); }});
     }
-    for (const std::string_view service : kFailing) {
-        const std::string name(service);
+    for (const host::Service& service : host::Services()) {
+        if (service.failure == service::Failure::kCannotFail) continue;
+        const std::string name = service.name;
         checks.push_back({"failing-" + name, "it lives when " + name + " fails",
                           "the answer is used without being looked at",
                           [name](Examination& at) { ComesThrough(at, name, {.fails = true}); }});

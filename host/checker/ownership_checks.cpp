@@ -123,7 +123,7 @@ void StringBytes(Examination& examination) {
     Stage& stage = examination.Load();
     Use(stage);
     Provoke(stage);
-    if (stage.watch.calls["PluginGetStringData"] > 0) examination.Seen();
+    if (stage.watch.calls[service::PluginGetStringData::kName] > 0) examination.Seen();
     if (stage.watch.LentStrings() > 0) {
         examination.Report("", "all bytes of strings given back", std::to_string(stage.watch.LentStrings()) + " kept");
     }

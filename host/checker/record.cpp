@@ -10,9 +10,6 @@ namespace checker {
 
 namespace {
 
-// The last record version with the shorter layouts.
-constexpr ZEVAword kDownLevelVersion = 9;
-
 // More methods than any class has; a greater count is no count.
 constexpr ZEVAword kManyMethods = 100'000;
 
@@ -59,7 +56,7 @@ Record ReadRecord(const ZEVAclassDefinition* definition) {
         return record;
     }
     record.words = *words;
-    const bool isDownLevel = words->version == kDownLevelVersion;
+    const bool isDownLevel = words->version == kDownLevelRecordVersion;
     if (!isDownLevel &&
         !ReadMemory(definition->hostWords25, record.trailingWords.data(), sizeof record.trailingWords)) {
         record.problem = "the last words of the record cannot be read";

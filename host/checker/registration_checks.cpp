@@ -79,7 +79,7 @@ void RecordVersion(Examination& examination) {
 void DataSize(Examination& examination) {
     ForEachRecord(examination, {}, [&](Stage&, const Record& record) {
         const ZEVAword size = record.words.instanceDataSize;
-        if (size >= 0 && size % 16 == 0) return;
+        if (size >= 0 && size % kDataSizeStep == 0) return;
         examination.Report(record.Name(), "a multiple of 16 as instance data size", std::to_string(size));
     });
 }
@@ -245,7 +245,7 @@ void RecordsStay(Examination& examination) {
 
 void DownLevelWords(Examination& examination) {
     ForEachRecord(examination, {.hostVersion = kDownLevelHost}, [&](Stage&, const Record& record) {
-        if (record.words.version != 9) return;
+        if (record.words.version != kDownLevelRecordVersion) return;
         for (const ZEVAword word : record.words.hostWords16) {
             if (word != 0) examination.Report(record.Name(), "0 in words 16 and 17", std::to_string(word));
         }

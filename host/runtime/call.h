@@ -10,11 +10,13 @@
 
 #include <ffi.h>
 
+#include <cstdint>
 #include <optional>
 #include <vector>
 
 #include "host/runtime/declaration.h"
 #include "host/runtime/value.h"
+#include "interface/entry_point.h"
 
 namespace host {
 

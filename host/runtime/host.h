@@ -26,6 +26,7 @@
 #include "host/runtime/module.h"
 #include "host/runtime/object.h"
 #include "host/runtime/value.h"
+#include "interface/host_version.h"
 
 namespace host {
 
@@ -33,10 +34,10 @@ class Trace;
 
 // How a Host is made.
 struct HostOptions {
-    double version = 2013.03;     // what modules are told
-    CallScope callScope;          // around every call into a module
-    host::Report report;          // gets messages that no caller can get; to standard error when not given
-    std::filesystem::path trace;  // file that tells of every call across the boundary; none when empty
+    double version = kNewestHostVersion;  // what modules are told
+    CallScope callScope;                  // around every call into a module
+    host::Report report;                  // gets messages that no caller can get; to standard error when not given
+    std::filesystem::path trace;          // file that tells of every call across the boundary; none when empty
     // Told of every new object, before its initialize functions run, and of every new string.
     std::function<void(ZEVAobjectStruct*)> onNewObject;
     std::function<void(ZEVAstringStruct*)> onNewString;

@@ -10,7 +10,10 @@
 
 #pragma once
 
+#include <cstdint>
+
 #include "host/runtime/object.h"
+#include "interface/class_definition.h"
 
 struct ZEVAmemoryBlockStruct {
     ZEVAobjectStruct object;

@@ -5,10 +5,11 @@
 
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <vector>
 
-#include "plugin/zeva.h"
+#include "interface/entry_point.h"
 
 namespace host {
 

@@ -7,6 +7,8 @@
 
 #pragma once
 
+#include <cstdint>
+
 #include "host/runtime/reference.h"
 
 namespace host {

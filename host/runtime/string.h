@@ -7,10 +7,13 @@
 
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
 #include "host/runtime/reference.h"
+#include "interface/string_data.h"
+#include "interface/text_encoding.h"
 
 struct ZEVAstringStruct {
     std::int32_t references;
@@ -19,10 +22,6 @@ struct ZEVAstringStruct {
 };
 
 namespace host {
-
-// The platform's text encoding values that this host speaks of by itself. Any other value is a tag like these.
-inline constexpr std::uint32_t kEncodingUtf8 = 0x08000100;
-inline constexpr std::uint32_t kEncodingAscii = 0x600;
 
 // A new string of the bytes; UTF-8 unless said otherwise.
 StringReference NewString(std::string_view bytes, std::uint32_t encoding = kEncodingUtf8);

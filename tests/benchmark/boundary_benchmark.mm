@@ -14,7 +14,10 @@
 #include <string>
 
 #include "bridge/host_objects.h"
-#include "plugin/zeva.h"
+#include "interface/class_definition.h"
+#include "interface/entry_point.h"
+#include "interface/host_version.h"
+#include "interface/services.h"
 
 namespace {
 
@@ -22,7 +25,7 @@ constexpr int kCallsPerPool = 1000;
 
 // The least host that can be: it keeps the records, and its objects are plain memory.
 std::map<std::string, ZEVAclassDefinition*>* records = nullptr;
-double hostVersion = 2013.03;
+double hostVersion = kNewestHostVersion;
 
 void RegisterClass(ZEVAclassDefinition* record) {
     if (records != nullptr) (*records)[record->record.className] = record;
@@ -41,20 +44,24 @@ void Drop(ZEVAobjectStruct* object) {
     std::free(object);
 }
 
-ZEVAentry Resolve(const char* name) {
-    const auto is = [&](const char* entry) { return std::strcmp(name, entry) == 0; };
-    if (is("PluginRegisterClass")) return reinterpret_cast<ZEVAentry>(RegisterClass);
-    if (is("RegisterPluginVersion")) return reinterpret_cast<ZEVAentry>(RegisterPluginVersion);
-    if (is("ZEVAGetZVVersion")) return reinterpret_cast<ZEVAentry>(GetVersion);
-    if (is("PluginNewInstance")) return reinterpret_cast<ZEVAentry>(NewInstance);
-    return nullptr;
+// Sets the entry to the function when the name is that of the service.
+template <typename Listed>
+void Offer(const char* name, typename Listed::Signature* function, ZEVAentry* entry) {
+    if (std::strcmp(name, Listed::kName) == 0) *entry = reinterpret_cast<ZEVAentry>(function);
 }
 
-using PluginMain = void (*)(ZEVAresolver);
+ZEVAentry Resolve(const char* name) {
+    ZEVAentry entry = nullptr;
+    Offer<service::PluginRegisterClass>(name, RegisterClass, &entry);
+    Offer<service::RegisterPluginVersion>(name, RegisterPluginVersion, &entry);
+    Offer<service::ZEVAGetZVVersion>(name, GetVersion, &entry);
+    Offer<service::PluginNewInstance>(name, NewInstance, &entry);
+    return entry;
+}
 
-PluginMain Module() {
+ZEVAmain* Module() {
     static void* handle = dlopen(ZEVA_FILTERS_MODULE, RTLD_NOW | RTLD_LOCAL);
-    return reinterpret_cast<PluginMain>(dlsym(handle, "ZEVAPluginMain"));
+    return reinterpret_cast<ZEVAmain*>(dlsym(handle, kZEVAentryPoint));
 }
 
 // The accessors of one property.
@@ -231,7 +238,7 @@ void Register(benchmark::State& state, double version) {
         linked.Restore();
         state.ResumeTiming();
     }
-    hostVersion = 2013.03;
+    hostVersion = kNewestHostVersion;
     records = kept;
 }
 
@@ -250,7 +257,7 @@ BENCHMARK_CAPTURE(DirectSetObject, vector, Vector)->Name("direct/set a vector");
 BENCHMARK(ModuleGetAttribute)->Name("module/get an attribute");
 BENCHMARK(DirectGetAttribute)->Name("direct/get an attribute");
 // Tables for old hosts are never freed, hence the bound.
-BENCHMARK_CAPTURE(Register, version12, 2013.03)->Name("register/73 classes, records 12")->Iterations(2000);
+BENCHMARK_CAPTURE(Register, version12, kNewestHostVersion)->Name("register/73 classes, records 12")->Iterations(2000);
 BENCHMARK_CAPTURE(Register, version9, 2011.04)->Name("register/73 classes, records 9")->Iterations(500);
 
 }  // namespace

@@ -57,7 +57,7 @@ TEST_F(AllocationTest, DownLevelRegistrationKeepsOneBlockPerTableAndFreesTheOneI
 }
 
 TEST_F(AllocationTest, CurrentRegistrationAllocatesNothing) {
-    host.version = 2013.03;
+    host.version = kNewestHostVersion;
     probe.Enter();
     host.faults["PluginRegisterClass"].failingCall = RecordingHost::kAlways;
     ZEVAclassDefinition definition = FullRecord();

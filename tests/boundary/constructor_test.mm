@@ -3,6 +3,7 @@
 
 #import <CoreImage/CoreImage.h>
 
+#include "interface/text_encoding.h"
 #include "tests/boundary/boundary_test.h"
 #include "tests/boundary/catalogue.h"
 #include "tests/boundary/recording_objects.h"
@@ -56,7 +57,7 @@ TEST_F(ConstructorTest, SecondCallRaisesAndKeepsTheFilter) {
     EXPECT_EQ(host.raised[0].className, "UnsupportedOperationException");
     EXPECT_EQ(host.raised[0].message, "Constructor called too often. Object is already initialized.");
     EXPECT_EQ(host.raised[0].errorNumber, 0);
-    EXPECT_EQ(host.raised[0].encoding, 0x600u);
+    EXPECT_EQ(host.raised[0].encoding, kEncodingAscii);
 }
 
 RecordingObject* madeByFactory = nil;

@@ -89,6 +89,6 @@ LoadedModule::LoadedModule(const std::string& path) {
     }
 }
 
-void LoadedModule::Enter() const { Find<void(ZEVAresolver)>("ZEVAPluginMain")(&RecordingHost::Resolve); }
+void LoadedModule::Enter() const { Find<ZEVAmain>(kZEVAentryPoint)(&RecordingHost::Resolve); }
 
 void* LoadedModule::FindAddress(const char* name) const { return loaded_->find(name); }

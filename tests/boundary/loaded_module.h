@@ -8,7 +8,7 @@
 
 #include <string>
 
-#include "plugin/zeva.h"
+#include "interface/entry_point.h"
 
 class LoadedModule {
   public:

@@ -4,6 +4,8 @@
 #include <cstring>
 #include <limits>
 
+#include "interface/host_version.h"
+#include "interface/record_version.h"
 #include "tests/boundary/boundary_test.h"
 
 namespace {
@@ -12,7 +14,7 @@ namespace {
 class RegistrationTest : public testing::Test {
   protected:
     RegistrationTest() {
-        definition.record.version = 12;
+        definition.record.version = kRecordVersion;
         definition.record.className = "ProbeQOR";
         definition.record.superclassName = "CIFilterQOR";
         for (ZEVAword i = 0; i < 4; ++i) definition.hostWords25[i] = 1025 + i;
@@ -24,7 +26,7 @@ class RegistrationTest : public testing::Test {
         probe.Find<void(ZEVAclassDefinition*)>("ProbeRegister")(&definition);
     }
 
-    static constexpr double kCurrentHost = 2013.03;
+    static constexpr double kCurrentHost = kNewestHostVersion;
     static constexpr double kDownLevelHost = 2011.04;
 
     RecordingHost host;
@@ -66,7 +68,7 @@ INSTANTIATE_TEST_SUITE_P(Sizes, DataSizeTest,
                          [](const auto& test) { return "from" + std::to_string(test.param.first); });
 
 TEST_F(RegistrationTest, CurrentHostsGetTheRecordItselfWithOnlyTheVersionWritten) {
-    for (const auto& [hostVersion, recordVersion] : {std::pair{2012.0, 10}, {2013.0, 11}, {2013.03, 12}}) {
+    for (const auto& [hostVersion, recordVersion] : kVersionSteps) {
         ZEVAmethod methods[2];
         Number(methods, 100);
         definition.record.methods = methods;
@@ -89,7 +91,7 @@ TEST_F(RegistrationTest, DownLevelHostsGetTheSameRecordRewritten) {
     RegisterFor(kDownLevelHost);
     ASSERT_EQ(host.classes.size(), 1u);
     EXPECT_EQ(host.classes[0].record, &definition);
-    EXPECT_EQ(definition.record.version, 9);
+    EXPECT_EQ(definition.record.version, kDownLevelRecordVersion);
     EXPECT_EQ(definition.record.methodCount, 7);
     ExpectShortened<ZEVAmethodDownLevel>(definition.record.methods, methods);
 }
@@ -155,7 +157,7 @@ TEST_F(RegistrationTest, DownLevelRewritingKeepsTheHostsWordsButClears16And17And
     for (ZEVAword i = 0; i < 2; ++i) record.hostWords16[i] = 1016 + i;
     record.flags = 1020;
     ZEVAclassDefinition expected = definition;
-    expected.record.version = 9;
+    expected.record.version = kDownLevelRecordVersion;
     expected.record.hostWords16[0] = expected.record.hostWords16[1] = 0;
     RegisterFor(kDownLevelHost);
     EXPECT_EQ(std::memcmp(&definition, &expected, sizeof expected), 0);
@@ -200,7 +202,7 @@ TEST_F(RegistrationTest, NullTableWithACountStaysNullAndKeepsTheCount) {
 TEST_F(RegistrationTest, RecordIsRewrittenEvenWhereTheHostCannotRegisterClasses) {
     host.faults["PluginRegisterClass"].missingLookups = RecordingHost::kAlways;
     RegisterFor(kDownLevelHost);
-    EXPECT_EQ(definition.record.version, 9);
+    EXPECT_EQ(definition.record.version, kDownLevelRecordVersion);
     EXPECT_TRUE(host.classes.empty());
 }
 

@@ -5,7 +5,7 @@
 
 #include <array>
 
-#include "plugin/zeva.h"
+#include "interface/handles.h"
 
 // How many references there are to what a value object wraps.
 std::size_t RetainCountOfWrapped(const ZEVAobjectStruct* object);

@@ -14,9 +14,9 @@ TEST_F(ClassRegistryTest, EveryRecordVersionIsRead) {
     ZEVAmethod current[] = {Entry("A as double", Seven), Entry("B as double", Eight)};
     ZEVAmethodDownLevel downLevel[] = {current[0].entry, current[1].entry};
     const char* names[] = {"Nine", "Ten", "Eleven", "Twelve"};
-    for (ZEVAword version = 9; version <= 12; ++version) {
-        ZEVAclassDefinitionDownLevel record = {.version = version, .className = names[version - 9]};
-        record.methods = version == 9 ? reinterpret_cast<ZEVAmethod*>(downLevel) : current;
+    for (ZEVAword version = kOldestRecordVersion; version <= kNewestRecordVersion; ++version) {
+        ZEVAclassDefinitionDownLevel record = {.version = version, .className = names[version - kOldestRecordVersion]};
+        record.methods = version == kDownLevelRecordVersion ? reinterpret_cast<ZEVAmethod*>(downLevel) : current;
         record.methodCount = 2;
         host.Classes().Register(&record);
         const auto object = host.NewInstance(record.className);
@@ -71,7 +71,7 @@ TEST_F(ClassRegistryTest, ABadEntryIsRefusedByNumberAndTheOthersStay) {
 
 TEST_F(ClassRegistryTest, AConstructorAmongTheSharedMethodsIsRefused) {
     ZEVAmethod sharedMethods[] = {Entry("Constructor", Seven)};
-    ZEVAclassDefinitionDownLevel record = {.version = 12, .className = "Kettle"};
+    ZEVAclassDefinitionDownLevel record = {.version = kRecordVersion, .className = "Kettle"};
     record.sharedMethods = sharedMethods;
     record.sharedMethodCount = 1;
     host.Classes().Register(&record);
@@ -80,7 +80,7 @@ TEST_F(ClassRegistryTest, AConstructorAmongTheSharedMethodsIsRefused) {
 }
 
 TEST_F(ClassRegistryTest, ANullTableWithACountIsReported) {
-    ZEVAclassDefinitionDownLevel record = {.version = 12, .className = "Kettle"};
+    ZEVAclassDefinitionDownLevel record = {.version = kRecordVersion, .className = "Kettle"};
     record.methodCount = 7;
     record.sharedMethodCount = -1;
     host.Classes().Register(&record);
@@ -91,7 +91,7 @@ TEST_F(ClassRegistryTest, ANullTableWithACountIsReported) {
 }
 
 TEST_F(ClassRegistryTest, PropertyTablesAreReportedAsUnread) {
-    ZEVAclassDefinitionDownLevel record = {.version = 12, .className = "Kettle"};
+    ZEVAclassDefinitionDownLevel record = {.version = kRecordVersion, .className = "Kettle"};
     record.propertyCount = 2;
     record.sharedPropertyCount = 1;
     host.Classes().Register(&record);

@@ -9,11 +9,12 @@
 
 #include "host/runtime/errors.h"
 #include "host/runtime/host.h"
+#include "interface/host_version.h"
 
 class Session {
   public:
     // Loads both modules into a host of the version.
-    explicit Session(double hostVersion = 2013.03);
+    explicit Session(double hostVersion = kNewestHostVersion);
 
     // Property access on an object value.
     host::Value Get(const host::Value& object, const std::string& property);
