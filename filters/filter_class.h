@@ -3,8 +3,8 @@
 // Included by the units that tools/generate_filters.py writes. They are compiled as one translation unit, so that each
 // accessor, declaration string and key constant exists once in the module, whichever classes share it.
 //
-// An accessor makes one call into the value bridge. It depends on the key and not on the class. Every value property has
-// a setter, even outputImage: the filter decides what such a write does.
+// An accessor makes one call into the value bridge. It depends on the key and not on the class. Every value property
+// has a setter, even outputImage: the filter decides what such a write does.
 //
 // Adding a class or a key: a line in catalogue.txt.
 

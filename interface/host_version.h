@@ -14,8 +14,8 @@ struct ZEVAversionStep {
     std::int32_t recordVersion;
 };
 
-// Newest first. A host reads the record version of the first row that its own version reaches (>=, compared as doubles),
-// and kOldestRecordVersion when it reaches none, as NaN does not.
+// Newest first. A host reads the record version of the first row that its own version reaches (>=, compared as
+// doubles), and kOldestRecordVersion when it reaches none, as NaN does not.
 inline constexpr ZEVAversionStep kVersionSteps[] = {
     {2013.03, kNewestRecordVersion},
     {2013.0, 11},

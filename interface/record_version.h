@@ -1,7 +1,7 @@
 // record_version.h - the versions of the class record layout.
 //
-// A module chooses the version by the host's version (host_version.h), announces it with RegisterPluginVersion before it
-// registers a class, and writes it into each record.
+// A module chooses the version by the host's version (host_version.h), announces it with RegisterPluginVersion
+// before it registers a class, and writes it into each record.
 
 #pragma once
 

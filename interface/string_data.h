@@ -1,7 +1,7 @@
 // string_data.h - a string's bytes as the host lends them.
 //
-// Filled by PluginGetStringData and given back with PluginDisposeStringData (services.def). The bytes belong to the host
-// in between. They are allocated with malloc, so that a module whose host cannot take them back can free them.
+// Filled by PluginGetStringData and given back with PluginDisposeStringData (services.def). The bytes belong to the
+// host in between. They are allocated with malloc, so that a module whose host cannot take them back can free them.
 
 #pragma once
 

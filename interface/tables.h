@@ -12,8 +12,8 @@
 // The flags word of each class and method of this family. Only the host knows its meaning.
 inline constexpr ZEVAword kHostFlags = 4;
 
-// A method, a property's accessors or a constructor. The declaration tells which: "inputRadius as double" is a property,
-// "Constructor" the constructor, "Crop(x as double) as CIImageQOR" a method.
+// A method, a property's accessors or a constructor. The declaration tells which: "inputRadius as double" is a
+// property, "Constructor" the constructor, "Crop(x as double) as CIImageQOR" a method.
 struct ZEVAmethodDownLevel {
     ZEVAentry function;       // the getter, for a property
     ZEVAentry setter;         // null for a read-only property, a method or a constructor

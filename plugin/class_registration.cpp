@@ -14,8 +14,8 @@
 
 namespace {
 
-// A new table with the down-level part of each entry. Null for a null or empty table, for one whose size does not fit in
-// a signed 32-bit number, and when there is no memory.
+// A new table with the down-level part of each entry. Null for a null or empty table, for one whose size does not
+// fit in a signed 32-bit number, and when there is no memory.
 template <typename Entry>
 decltype(Entry::entry)* Shortened(const Entry* table, std::int32_t count) {
     using DownLevelEntry = decltype(Entry::entry);

@@ -9,8 +9,8 @@
 #include "interface/class_definition.h"
 #include "interface/tables.h"
 
-// Registers one class. Rounds its data size up to a multiple of 16 and writes the negotiated record version into it. For
-// a host of record version 9, the first 25 words are rewritten into the down-level layout first.
+// Registers one class. Rounds its data size up to a multiple of 16 and writes the negotiated record version into it.
+// For a host of record version 9, the first 25 words are rewritten into the down-level layout first.
 //
 // Fails: without a report. A host without the registration service registers nothing; a class is skipped when there is
 //        no memory to rewrite its record.

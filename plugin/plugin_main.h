@@ -13,6 +13,7 @@
 // The module's classes, in the order in which they are registered. Defined by the module.
 [[nodiscard]] std::span<ZEVAclassDefinition* const> ModuleClasses();
 
-// The module's only export. Stores the resolver, asks for the host's version, announces the record version chosen for it
-// and registers the module's classes. The host must offer "RegisterPluginVersion"; any other service may be missing.
+// The module's only export. Stores the resolver, asks for the host's version, announces the record version chosen
+// for it and registers the module's classes. The host must offer "RegisterPluginVersion"; any other service may be
+// missing.
 extern "C" __attribute__((visibility("default"))) void ZEVAPluginMain(ZEVAresolver resolver);

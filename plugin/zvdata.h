@@ -1,7 +1,7 @@
 // zvdata.h - holds host references for as long as a function needs them.
 //
-// Lifetime: on the stack, within one call from the host. The destructor gives back whatever the holder still holds, also
-//           when an exception unwinds the call.
+// Lifetime: on the stack, within one call from the host. The destructor gives back whatever the holder still holds,
+//           also when an exception unwinds the call.
 // Threads:  the host's thread only.
 
 #pragma once

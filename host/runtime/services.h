@@ -1,7 +1,7 @@
 // services.h - the services that the host lends to modules, by name.
 //
-// Modules call the functions of services.cpp from C. None of them lets a C++ exception out: an error is reported, and the
-// service returns null, 0 or nothing. They work on the current Host, because the boundary passes no context.
+// Modules call the functions of services.cpp from C. None of them lets a C++ exception out: an error is reported,
+// and the service returns null, 0 or nothing. They work on the current Host, because the boundary passes no context.
 //
 // Owns:    a new object, string or MemoryBlock comes with one reference for the caller; everything else is borrowed.
 // Threads: the host's thread.

@@ -1,7 +1,7 @@
 // traced_service.h - a service that records each of its calls in a trace.
 //
-// TracedService<service::ZEVALockObject, function>::Call has the service's own signature. Modules get it in place of the
-// function itself while there is a trace. Without a trace they get the function, at no extra cost.
+// TracedService<service::ZEVALockObject, function>::Call has the service's own signature. Modules get it in place of
+// the function itself while there is a trace. Without a trace they get the function, at no extra cost.
 
 #pragma once
 

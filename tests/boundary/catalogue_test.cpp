@@ -1,4 +1,4 @@
-// catalogue_test.cpp - the 73 classes as hosts of every age see them.
+// catalogue_test.cpp - the 73 classes as hosts of all versions see them.
 
 #include "tests/boundary/catalogue.h"
 
@@ -42,7 +42,7 @@ TEST_P(CatalogueTest, DeclaresAll713MethodsWithFlagsAndSetters) {
     EXPECT_EQ(methods, 713u);
 }
 
-TEST_P(CatalogueTest, RecordsHoldNothingBesideTheMethodTable) {
+TEST_P(CatalogueTest, RecordsHoldOnlyTheMethodTable) {
     host.version = GetParam();
     module.Enter();
     for (const RegisteredClass& registered : host.classes) {
@@ -58,14 +58,15 @@ TEST_P(CatalogueTest, RecordsHoldNothingBesideTheMethodTable) {
 }
 
 INSTANTIATE_TEST_SUITE_P(HostVersions, CatalogueTest,
-                         testing::Values(kNewestHostVersion, 2013.02, 2012.5, 2011.04, 0.0, std::nullopt, 2007.012, 2007.0089999),
+                         testing::Values(kNewestHostVersion, 2013.02, 2012.5, 2011.04, 0.0, std::nullopt, 2007.012,
+                                         2007.0089999),
                          [](const auto& test) {
                              std::string name = test.param ? std::to_string(*test.param) : "none";
                              std::replace(name.begin(), name.end(), '.', '_');
                              return name;
                          });
 
-TEST_F(BoundaryTest, EachDeclarationStringExistsOnceAndIsSharedByTheClasses) {
+TEST_F(BoundaryTest, EachDeclarationStringExistsOnceAndClassesShareIt) {
     module.Enter();
     std::map<std::string, std::set<const char*>> places;
     for (const RegisteredClass& registered : host.classes) {
@@ -100,8 +101,8 @@ TEST_F(BoundaryTest, ConvertedTablesAreReadableAfterTheEntryPointHasReturned) {
 
 TEST_F(BoundaryTest, InterfaceIsTheOneThatHostsKnow) {
     module.Enter();
-    // FNV-1a over every class and declaration in order. Programs depend on all of it: this number changes only together with
-    // a deliberate change of what the module offers.
+    // An FNV-1a hash over every class and declaration in order. Programs depend on all of them, so this number changes
+    // only together with a deliberate change of the interface.
     std::uint32_t sum = 2166136261u;
     const auto add = [&](const std::string& text) {
         for (const char letter : text + "\n") sum = (sum ^ static_cast<unsigned char>(letter)) * 16777619u;
@@ -113,7 +114,7 @@ TEST_F(BoundaryTest, InterfaceIsTheOneThatHostsKnow) {
     EXPECT_EQ(sum, 627914720u);
 }
 
-// Counts that hold for the catalogue as a whole, so that a wrong line in it cannot pass unseen.
+// Counts over the whole catalogue, so that a wrong line in it is noticed.
 
 TEST(Catalogue, HasTheKnownShapes) {
     std::map<std::size_t, int> classesByProperties;

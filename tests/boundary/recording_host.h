@@ -1,15 +1,15 @@
 // recording_host.h - a host made for tests: it offers each service that the filter module uses, keeps its own simple
 // objects, and logs every call that reaches it, in order.
 //
-// There is one log for everything. Recording Objective-C objects (recording_objects.h) write into it too, so that a test
-// can compare the whole conversation of one call with the expected order.
+// There is one log for everything. Recording Objective-C objects (recording_objects.h) write into it too, so that a
+// test can compare the whole conversation of one call with the expected order.
 //
 // Faults:   a service can be missing, be missing for its first N lookups, or fail at its Nth call.
 // Lifetime: one host per test, which the services reach through a static pointer. A host made while another exists
 //           replaces it until it is destroyed.
 // Threads:  one.
-// Adding a service: nothing. The services come from interface/services.def; a new one logs its calls and returns null or
-//           0 until it gets a ServiceEffect in recording_host.cpp.
+// Adding a service: nothing. The services come from interface/services.def; a new one logs its calls and returns
+//           null or 0 until it gets a ServiceEffect in recording_host.cpp.
 
 #pragma once
 

@@ -3,9 +3,9 @@
 // The environment variable ZEVA_FAULT names the rule to break, by the name of the check that must notice it
 // ("registration.data-size"). Without it the module has no fault.
 //
-// The classes: Jug has a property of each type, an attribute of each property, and methods. JugAttribute is the class of
-// the attributes. JugException is raised. Pitcher needs a sibling's class. A class with a fault in its record is
-// registered beside them.
+// The classes: Jug has a property of each type, an attribute of each property, and methods. JugAttribute is the
+// class of the attributes. JugException is raised. Pitcher needs a sibling's class. A class with a fault in its
+// record is registered beside them.
 //
 // The module uses interface/ but nothing of plugin/: it breaks what the functions of plugin/ do right.
 // Adding a fault: Broken("<group>.<check>") where the rule is broken, placed so that no other check can notice it.

@@ -1,4 +1,5 @@
-// faulty_services.h - the host's services as the faulty module calls them, and the rules about calling that it can break.
+// faulty_services.h - the host's services as the faulty module calls them, and the rules about calling that it can
+// break.
 //
 // Each service of the list is an object of its wrapper's name, so a call looks as it does in any module:
 // ZEVAnewInstance("Jug").
