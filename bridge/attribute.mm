@@ -1,6 +1,6 @@
-// attribute.mm - a key's attribute description as a host object.
+// attribute.mm - a key's attributes as a host object.
 //
-// Without a guard, unlike the rest of the bridge: an exception that the filter raises leaves these routines unwound.
+// Unlike the rest of the bridge this has no guard: an exception that the filter raises passes through to the caller.
 
 #import <CoreImage/CoreImage.h>
 
@@ -10,7 +10,7 @@
 
 namespace {
 
-// The filter's attributes, fetched once per filter object and kept with it; nil when the filter has none yet.
+// The filter's attributes, fetched once and cached in the filter object; nil while the filter has none.
 NSDictionary* AttributesOf(FilterObject* object) {
     if (object->attributeCache == nil) {
         NSDictionary* attributes = [object->filter attributes];

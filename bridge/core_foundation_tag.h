@@ -1,9 +1,9 @@
-// core_foundation_tag.h - how an object of the Core Foundation wrapper family is known.
+// core_foundation_tag.h - the tag that marks an object of the Core Foundation wrapper family.
 
 #pragma once
 
 #include <cstdint>
 
-// "ZVCF", the first character in the most significant byte. The constructor of "CFObjectQOR" sets it, and so that of
-// every class below.
+// "ZVCF", with the first character in the most significant byte. The constructors of "CFObjectQOR" and its subclasses
+// set it.
 inline constexpr std::uint32_t kCoreFoundationTag = 0x5A564346;

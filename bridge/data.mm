@@ -1,4 +1,4 @@
-// data.mm - raw bytes between a filter and the host, copied once each way.
+// data.mm - copies raw bytes between a filter and the host, once each way.
 
 #import <CoreImage/CoreImage.h>
 
@@ -15,12 +15,12 @@
 
 namespace {
 
-// A new MemoryBlock; null when the host has none to give or the size is not one it can have.
+// Returns a new MemoryBlock; null when the host cannot make one, and for the largest 32-bit size.
 ZEVAmemoryBlockStruct* NewMemoryBlock(std::int32_t size) {
     return size < std::numeric_limits<std::int32_t>::max() ? ZEVANewMemoryBlockOriginal(size) : nullptr;
 }
 
-// Tells the host that there is no room for a block.
+// Raises an exception in the host about a block that could not be allocated.
 void RaiseOutOfMemory(std::int32_t size) {
     char message[200] = {};
     std::snprintf(message, sizeof message, "Failed to allocate a memoryblock with %lld bytes in size.",
@@ -28,7 +28,7 @@ void RaiseOutOfMemory(std::int32_t size) {
     RaiseException("OutOfMemoryException", message, 0);
 }
 
-// Locks the block into the holder and notes where its bytes are; the length stays 0 when they cannot be had.
+// Locks the block into the holder and records its bytes. The length stays 0 when the block has no bytes.
 void HoldBytes(zvData& holder, ZEVAmemoryBlockStruct* block) {
     holder.objectRef = reinterpret_cast<ZEVAobjectStruct*>(block);
     ZEVALockObject(holder.objectRef);
@@ -54,8 +54,7 @@ ZEVAmemoryBlockStruct* getvalueNSData(ZEVAobjectStruct* self, NSString* key) {
         ZEVAmemoryBlockStruct* block = NewMemoryBlock(size);
         if (block == nullptr) return RaiseOutOfMemory(size);
         void* destination = ZEVAMemoryBlockGetPtr(block);
-        // A block without bytes is dropped in silence, unlike one that could not be made: the host has it, and knows
-        // why.
+        // A block without bytes is not reported, unlike one that could not be made: the host made it and knows why.
         if (destination == nullptr) return;
         std::memcpy(destination, bytes, static_cast<std::size_t>(size));
         result = block;
@@ -64,7 +63,7 @@ ZEVAmemoryBlockStruct* getvalueNSData(ZEVAobjectStruct* self, NSString* key) {
 }
 
 void setvalueNSData(ZEVAobjectStruct* self, NSString* key, ZEVAmemoryBlockStruct* value) {
-    // Outside the guarded work, so that a foreign exception that unwinds the call gives the block back on its way.
+    // Outside the guarded work, so that a foreign exception unlocks the block when it unwinds the call.
     zvData holder;
     Guarded([&] {
         CIFilter* filter = FilterOf(self);
@@ -79,6 +78,6 @@ void setvalueNSData(ZEVAobjectStruct* self, NSString* key, ZEVAmemoryBlockStruct
         [filter setValue:data forKey:key];
         [data release];
     });
-    // What is still held was in use when the guard took over; it stays locked.
+    // After an NSException the block may still be held. It stays locked.
     holder.Abandon();
 }

@@ -1,4 +1,4 @@
-// exception_report.mm - the log line, the conversion and the host's raise entry, in this order.
+// exception_report.mm - logs, converts and raises, in this order.
 
 #include "bridge/exception_report.h"
 
@@ -8,7 +8,7 @@
 
 // The sibling module adds this to NSException.
 @interface NSException (HostException)
-// A new host exception object with the exception's text and one reference for the caller; null when there can be none.
+// Returns a new host exception object with the exception's text and one reference for the caller; null on failure.
 + (ZEVAobjectStruct*)NewNSExceptionQOR:(NSException*)exception;
 @end
 

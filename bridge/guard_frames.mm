@@ -9,7 +9,7 @@
 
 namespace {
 
-// What the runtime knows of one guarded call: where to jump, and words of its own.
+// The runtime's record of a guarded call: where to jump, and words for the runtime's own use.
 struct ExceptionFrame {
     std::jmp_buf buffer;
     void* runtimeWords[4];
@@ -27,8 +27,8 @@ void objc_exception_throw(id exception);
 
 namespace {
 
-// Removes a frame at the normal end of the work, and when a foreign exception unwinds it.
-// Why a jump never runs this: the runtime has removed the frame by then, and the jump passes destructors by.
+// Removes a frame at the normal end of the work, and when a foreign exception unwinds it. A longjmp does not run this
+// destructor, and need not: the runtime has removed the frame by then.
 struct FrameExit {
     ExceptionFrame& frame;
     ~FrameExit() { objc_exception_try_exit(&frame); }

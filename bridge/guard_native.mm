@@ -12,6 +12,6 @@ void RunGuarded(void (*work)(void* context), void* context) {
     } @catch (NSException* exception) {
         caught = exception;
     }
-    // Outside the catch: what reporting raises goes to whoever encloses the guard.
+    // Outside the catch, so that an exception raised here passes to the code that encloses the guard.
     if (caught != nil) ReportException(caught);
 }

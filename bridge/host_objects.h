@@ -1,7 +1,7 @@
 // host_objects.h - the instance data that the bridge reads and writes in place, one structure per kind of host object.
 //
-// The data lies directly behind the host's object header. The classes belong to the sibling module; what stands here is
-// what this module requires of them. Each reference in a field belongs to the host object and is released by its class.
+// The data lies directly behind the host's object header. The classes belong to the sibling module; these structures
+// are what the bridge requires of them. The host object owns each reference in its fields, and its class releases them.
 // Adding one: a structure that begins with the header, its fields in order, and its offsets asserted below.
 
 #pragma once
@@ -11,14 +11,15 @@
 #import <Foundation/Foundation.h>
 
 #include "bridge/core_foundation_tag.h"
-#include "plugin/zeva.h"
+#include "interface/handles.h"
+#include "interface/word.h"
 
 @class CIFilter;
 
-// A filter object: any of the filter classes, by way of "CIFilterQOR".
+// An object of any filter class, with the instance data of "CIFilterQOR".
 struct FilterObject {
     unsigned char header[kZEVAobjectHeaderSize];
-    CIFilter* filter;              // nil until a constructor call succeeded
+    CIFilter* filter;              // nil until a constructor call has succeeded
     NSDictionary* attributeCache;  // the filter's attributes, nil until the first attribute is read
 };
 
@@ -35,12 +36,12 @@ struct ImageObject {
     CGImageRef cgImage;  // null in objects made here
 };
 
-// A "CFObjectQOR" or a class below it, such as "CGColorSpaceQOR".
+// A "CFObjectQOR" or an object of a subclass, such as "CGColorSpaceQOR".
 struct CoreFoundationObject {
     unsigned char header[kZEVAobjectHeaderSize];
     CFTypeRef wrapped;
     ZEVAword siblingWord;
-    std::uint32_t cfTag;  // kCoreFoundationTag, set by the class's constructor
+    std::uint32_t cfTag;  // kCoreFoundationTag, set by the constructor
 };
 
 // A "CIAttributeQOR".
@@ -63,5 +64,7 @@ ASSERT_FIELD(AttributeObject, attribute, 0);
 ASSERT_FIELD(AttributeObject, key, 1);
 #undef ASSERT_FIELD
 
-// The filter of a filter object; nil when its constructor found none.
-inline CIFilter* FilterOf(ZEVAobjectStruct* object) { return reinterpret_cast<FilterObject*>(object)->filter; }
+// The filter of a filter object; nil when no constructor call has succeeded.
+[[nodiscard]] inline CIFilter* FilterOf(ZEVAobjectStruct* object) {
+    return reinterpret_cast<FilterObject*>(object)->filter;
+}

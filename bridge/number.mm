@@ -1,4 +1,4 @@
-// number.mm - numbers between a filter and the host.
+// number.mm - moves numbers between a filter and the host.
 
 #import <CoreImage/CoreImage.h>
 

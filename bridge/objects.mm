@@ -1,6 +1,6 @@
-// objects.mm - images, colors, vectors, transforms and color spaces between a filter and the host.
+// objects.mm - moves images, colors, vectors, transforms and color spaces between a filter and the host.
 //
-// Adding a type: a pair of one-line routines at the end, and its structure in host_objects.h if it has further fields.
+// Adding a type: a pair of one-line routines at the end, and a structure in host_objects.h if it has further fields.
 
 #import <CoreImage/CoreImage.h>
 
@@ -11,8 +11,7 @@
 
 namespace {
 
-// Reads the key and hands what the filter holds, whatever its class, to wrap, which makes the host object or answers
-// null.
+// Reads the key and passes the value, whatever its class, to wrap, which returns a new host object or null.
 template <typename Wrap>
 ZEVAobjectStruct* GetWrapped(ZEVAobjectStruct* self, NSString* key, Wrap wrap) {
     ZEVAobjectStruct* result = nullptr;
@@ -26,22 +25,22 @@ ZEVAobjectStruct* GetWrapped(ZEVAobjectStruct* self, NSString* key, Wrap wrap) {
     return result;
 }
 
-// A new object of the class that holds the value with one retain.
+// Returns a new object of the class that owns the value through one retain; null on failure.
 ZEVAobjectStruct* NewValueObject(const char* className, id value) {
     ZEVAobjectStruct* object = ZEVAnewInstance(className);
     if (object != nullptr) reinterpret_cast<ValueObject*>(object)->wrapped = [value retain];
     return object;
 }
 
-// The same for an image. Its CGImage is cleared, whatever the class's constructor put there: none is ever derived.
+// Like NewValueObject, for an image. Clears the CGImage, which the class's initialize function may have set.
 ZEVAobjectStruct* NewImageObject(id image) {
     ZEVAobjectStruct* object = NewValueObject("CIImageQOR", image);
     if (object != nullptr) reinterpret_cast<ImageObject*>(object)->cgImage = CGImageRetain(nullptr);
     return object;
 }
 
-// The same for a color space. An object without the family's tag is no wrapper of ours and is dropped as it is:
-// releasing it would run a class that we know nothing of.
+// Like NewValueObject, for a color space. An object without the family's tag belongs to an unknown class. It is dropped
+// without being released, because releasing it would run that class's code.
 ZEVAobjectStruct* NewColorSpaceObject(id colorSpace) {
     ZEVAobjectStruct* object = ZEVAnewInstance("CGColorSpaceQOR");
     if (object == nullptr) object = ZEVAnewInstance("CFObjectQOR");
@@ -53,12 +52,12 @@ ZEVAobjectStruct* NewColorSpaceObject(id colorSpace) {
     return object;
 }
 
-// What a host value object wraps. The class of the object is not looked at: its first field is taken as it stands.
+// The object that a host value object wraps; nil for null. The class of the value object is not checked.
 id WrappedIn(ZEVAobjectStruct* value) {
     return value != nullptr ? reinterpret_cast<ValueObject*>(value)->wrapped : nil;
 }
 
-// Stores what the value object wraps; without anything to store the key keeps its value.
+// Sets the key to the wrapped object. The key keeps its value when there is nothing wrapped.
 void SetWrapped(ZEVAobjectStruct* self, NSString* key, ZEVAobjectStruct* value) {
     Guarded([&] {
         CIFilter* filter = FilterOf(self);

@@ -10,7 +10,10 @@
 
 #include <iterator>
 
-#include "plugin/zeva.h"
+#include "interface/class_definition.h"
+#include "interface/handles.h"
+#include "interface/tables.h"
+#include "interface/word.h"
 
 // Every record, in the order of registration.
 #define COMPANION_CLASSES(CLASS)  \

@@ -4,7 +4,7 @@
 
 #include <CoreGraphics/CoreGraphics.h>
 
-#include "plugin/zeva.h"
+#include "interface/handles.h"
 
 // Returns a new CGColorSpaceQOR, which retains the space; the caller owns one reference. Null when the space is null or
 // the host does not have the class.

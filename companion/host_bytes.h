@@ -8,7 +8,7 @@
 
 #import <Foundation/Foundation.h>
 
-#include "plugin/zeva.h"
+#include "interface/handles.h"
 
 // Returns an autoreleased copy of a block's bytes; nil for null and for an empty block.
 [[nodiscard]] NSData* DataOf(ZEVAmemoryBlockStruct* block);

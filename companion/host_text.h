@@ -9,7 +9,7 @@
 
 #import <Foundation/Foundation.h>
 
-#include "plugin/zeva.h"
+#include "interface/handles.h"
 
 // Returns the text of a borrowed host string, autoreleased; nil for null and when the host does not return the bytes.
 // Bytes that are not valid UTF-8 are read as Latin-1, so that every path can be represented.

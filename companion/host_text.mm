@@ -5,26 +5,14 @@
 #include <cstdint>
 #include <cstring>
 
+#include "interface/string_data.h"
+#include "interface/text_encoding.h"
 #include "plugin/host_services.h"
-#include "plugin/service_slot.h"
-
-namespace {
-
-// The platform's value for the text encoding UTF-8.
-constexpr std::uint32_t kEncodingUtf8 = 0x08000100;
-
-// Borrows the bytes of a string from the host; hostWords[0] becomes their number. Returns 1 on success.
-std::int32_t GetStringData(ZEVAstringStruct* string, ZEVAstringData* data) {
-    static constinit ServiceSlot<decltype(GetStringData)> pGetStringData("PluginGetStringData");
-    return pGetStringData(string, data);
-}
-
-}  // namespace
 
 NSString* TextOf(ZEVAstringStruct* string) {
     ZEVAstringData data = {};
-    if (string == nullptr || GetStringData(string, &data) != 1) return nil;
-    const auto length = static_cast<NSUInteger>(data.hostWords[0]);
+    if (string == nullptr || ZEVAGetStringData(string, &data) != 1) return nil;
+    const auto length = static_cast<NSUInteger>(data.hostWords[kStringDataLength]);
     NSString* text = [[NSString alloc] initWithBytes:data.bytes length:length encoding:NSUTF8StringEncoding];
     if (text == nil) {
         text = [[NSString alloc] initWithBytes:data.bytes length:length encoding:NSISOLatin1StringEncoding];

@@ -6,7 +6,7 @@
 
 #pragma once
 
-#include "plugin/zeva.h"
+#include "interface/handles.h"
 
 // Save(path as string) and SaveWithQuality(path as string, quality as double): writes a PNG or JPEG by the suffix.
 // Raises for another suffix, for a quality outside 0...1 and for a file that cannot be written.

@@ -5,7 +5,7 @@
 #include <CoreGraphics/CoreGraphics.h>
 #import <Foundation/Foundation.h>
 
-#include "plugin/zeva.h"
+#include "interface/handles.h"
 
 // Reads a rectangle from a CIVectorQOR, which is borrowed. Returns why it is not a rectangle, autoreleased, or nil on
 // success.

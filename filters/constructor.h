@@ -1,14 +1,16 @@
-// constructor.h - the one method that every filter class adds to its properties.
+// constructor.h - the constructor that all filter classes share.
 
 #pragma once
 
-#include "plugin/zeva.h"
+#include "interface/handles.h"
 
 @class NSString;
 
-// Gives a filter object its filter, with the filter's defaults set; the object holds the one retain.
+// Creates an object's filter, stores it in the object and sets the filter's defaults.
 //
-// An object that has a filter is refused with an "UnsupportedOperationException" and keeps it. A name that Core Image
-// does not know leaves the object without filter, silently, and a later call tries again. An Objective-C exception goes
-// through.
+// Owns:   the object owns the filter through one retain.
+// Fails:  an object that already has a filter raises an "UnsupportedOperationException" and keeps its filter. A name
+//         that Core Image does not know leaves the object without a filter and is not reported; a later call tries
+//         again. An Objective-C exception passes through.
+// Thread: the host's.
 void ConstructFilter(ZEVAobjectStruct* self, NSString* filterName);

@@ -1,4 +1,4 @@
-// constructor.mm - how a filter object gets its filter.
+// constructor.mm - creates the filter of a filter object.
 
 #include "filters/constructor.h"
 

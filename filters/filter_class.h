@@ -1,10 +1,10 @@
-// filter_class.h - what a filter class is made of: the accessors of every key, and the pieces of a class record.
+// filter_class.h - the parts of a filter class: the accessors of each key, and the pieces of a class record.
 //
-// Included by the units that tools/generate_filters.py makes. They are compiled as one, so that each accessor,
-// declaration string and key constant stands once in the module, whichever classes share it.
+// Included by the units that tools/generate_filters.py writes. They are compiled as one translation unit, so that each
+// accessor, declaration string and key constant exists once in the module, whichever classes share it.
 //
-// An accessor is one call into the value bridge; it depends on the key alone, never on the class. Every value property
-// has a setter, outputImage too: what becomes of such a write is the filter's business.
+// An accessor makes one call into the value bridge. It depends on the key and not on the class. Every value property
+// has a setter, even outputImage: the filter decides what such a write does.
 //
 // Adding a class or a key: a line in catalogue.txt.
 
@@ -14,10 +14,14 @@
 
 #include "bridge/value_bridge.h"
 #include "filters/constructor.h"
+#include "interface/class_definition.h"
+#include "interface/entry_point.h"
+#include "interface/handles.h"
+#include "interface/tables.h"
 
 // clang-format off
 
-// For each key: its two declarations and its three accessors.
+// Each key has two declarations and three accessors.
 #define KEY(key, typeWord, bridge, Value)                                                                    \
     static const char declarationOf_##key[] = #key " as " typeWord;                                          \
     static const char declarationOfAttribute_##key[] = "Attribute" #key " as CIAttributeQOR";                \
@@ -29,19 +33,19 @@
 
 static const char declarationOfConstructor[] = "Constructor";
 
-// One method entry.
+// A method entry.
 #define FILTER_METHOD(function, setter, declaration) \
     {{(ZEVAentry)(function), (ZEVAentry)(setter), declaration, kHostFlags}, {0, 0}}
 
-// The two entries of a property: the value, then its read-only attribute.
+// The two entries of a property: its value and its read-only attribute.
 #define FILTER_PROPERTY(key)                                \
     FILTER_METHOD(get##key, set##key, declarationOf_##key), \
     FILTER_METHOD(getAttribute##key, nullptr, declarationOfAttribute_##key)
 
-// The last entry of every class.
+// The last entry of each class.
 #define FILTER_CONSTRUCTOR FILTER_METHOD(Constructor, nullptr, declarationOfConstructor)
 
-// The class record of a unit: a method table under the family's superclass, and nothing else.
+// The class record of a unit: a method table under the family's superclass. Every other field is zero.
 #define FILTER_CLASS(unit)                                  \
     {.record = {.version = kRecordVersion,                  \
                 .className = #unit "QOR",                   \

@@ -1,24 +1,21 @@
-// class_registration.cpp - registration, and the shorter layout for hosts of record version 9.
+// class_registration.cpp - registers classes, and rewrites their records for hosts of record version 9.
 
 #include "plugin/class_registration.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <limits>
 
+#include "interface/record_version.h"
+#include "interface/word.h"
 #include "plugin/host_services.h"
 #include "plugin/version.h"
 
 namespace {
 
-// The last record version with the shorter layout.
-constexpr std::int32_t kDownLevelVersion = 9;
-
-// Instance data comes in steps of this many bytes.
-constexpr ZEVAword kDataSizeStep = 16;
-
-// A new table with the leading part of every entry; null for a null or empty table, for one whose size no 32-bit host
-// can address, and when there is no memory.
+// A new table with the down-level part of each entry. Null for a null or empty table, for one whose size does not
+// fit in a signed 32-bit number, and when there is no memory.
 template <typename Entry>
 decltype(Entry::entry)* Shortened(const Entry* table, std::int32_t count) {
     using DownLevelEntry = decltype(Entry::entry);
@@ -31,14 +28,14 @@ decltype(Entry::entry)* Shortened(const Entry* table, std::int32_t count) {
     return shortened;
 }
 
-// The same, typed as the field of the record that will hold it.
+// Like Shortened, typed as the field of the record that will point to the table.
 template <typename Entry>
 Entry* DownLevelTable(const Entry* table, ZEVAword count) {
     return reinterpret_cast<Entry*>(Shortened(table, static_cast<std::int32_t>(count)));
 }
 
-// Like DownLevelTable; in addition each source entry learns where its copy is, in its second word. This is the only
-// conversion that writes into the module's own table, and old hosts count on it.
+// Like DownLevelTable, and stores the address of each copy in the second word of its source entry. This is the only
+// conversion that writes into the module's own table; old hosts rely on it.
 ZEVApair* DownLevelPairs(ZEVApair* table, ZEVAword count) {
     auto* shortened = Shortened(table, static_cast<std::int32_t>(count));
     if (shortened == nullptr) return nullptr;
@@ -48,7 +45,8 @@ ZEVApair* DownLevelPairs(ZEVApair* table, ZEVAword count) {
     return reinterpret_cast<ZEVApair*>(shortened);
 }
 
-// Rewrites the leading part of a record into the down-level layout; false when there is no memory to do it in.
+// Rewrites a record into the down-level layout; false, with the record unchanged, when there is no memory for the
+// temporary copy.
 bool RewriteDownLevel(ZEVAclassDefinitionDownLevel* record) {
     auto* block = static_cast<ZEVAclassDefinitionDownLevel*>(std::calloc(1, sizeof(ZEVAclassDefinitionDownLevel)));
     if (block == nullptr) return false;
@@ -72,7 +70,7 @@ bool RewriteDownLevel(ZEVAclassDefinitionDownLevel* record) {
 void MyZEVARegisterClass(ZEVAclassDefinition* definition) {
     ZEVAclassDefinitionDownLevel& record = definition->record;
     record.instanceDataSize = (record.instanceDataSize + kDataSizeStep - 1) / kDataSizeStep * kDataSizeStep;
-    if (CurrentZEVAControlVersion > kDownLevelVersion) {
+    if (CurrentZEVAControlVersion > kDownLevelRecordVersion) {
         record.version = CurrentZEVAControlVersion;
     } else if (!RewriteDownLevel(&record)) {
         return;

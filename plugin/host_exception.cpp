@@ -2,21 +2,22 @@
 
 #include "plugin/host_exception.h"
 
+#include <cstdint>
 #include <cstring>
 
+#include "interface/handles.h"
+#include "interface/text_encoding.h"
 #include "plugin/host_services.h"
 
 namespace {
 
-// The platform's text encoding value of US-ASCII: every message of ours is plain ASCII.
-constexpr std::uint32_t kEncodingASCII = 0x600;
-
-// The message as a host string with one reference, or null when there is nothing to say.
+// The message as a host string with one reference for the caller; null for a null or empty message. Every message of
+// this module is plain ASCII, so the string is tagged so.
 ZEVAstringStruct* NewMessageString(const char* message) {
     const auto length = message != nullptr ? static_cast<std::int32_t>(std::strlen(message)) : 0;
     if (length <= 0) return nullptr;
     ZEVAstringStruct* string = originalZEVABuildString(message, length);
-    if (string != nullptr) ZEVASetStringEncoding(string, kEncodingASCII);
+    if (string != nullptr) ZEVASetStringEncoding(string, kEncodingAscii);
     return string;
 }
 

@@ -1,59 +1,25 @@
-// host_services.h - the functions the host lends us.
+// host_services.h - the module's wrappers of the host services, one function for each row of interface/services.def.
 //
-// Nothing of the host is linked against: each wrapper finds its service by name when it is first called
-// (service_slot.h).
-//
-// Failure:  a service that the host lacks does nothing and answers null or 0; nobody is told. Callers treat that as a
-//           failure in their own way.
-// Threads:  the host's thread only.
-// Adding one: a declaration here, and its slot with the entry name in host_services.cpp.
+// The contract of each function is in its row there: who owns what, how it fails, and what happens where the host lacks
+// the service.
+// Threads: the host's thread only.
 
 #pragma once
 
-#include "plugin/zeva.h"
+#include <cstdint>
 
-// Registers a class. The host keeps pointers into the record and its tables.
-void ZEVARegisterClass(ZEVAclassDefinition* record);
+#include "interface/class_definition.h"
+#include "interface/handles.h"
+#include "interface/string_data.h"
 
-// A new string of the given bytes, with one reference for the caller; null when it cannot be made.
-ZEVAstringStruct* originalZEVABuildString(const char* bytes, std::int32_t length);
+#define ATTRIBUTE_kCannotFail
+#define ATTRIBUTE_kCanFail [[nodiscard]]
+#define SERVICE(name, wrapper, slot, result, parameters, arguments, missing, failure, ...) \
+    ATTRIBUTE_##failure result wrapper parameters;
+#define SERVICE_AT_LOAD(...)
+#include "interface/services.def"
+#undef ATTRIBUTE_kCannotFail
+#undef ATTRIBUTE_kCanFail
 
-// Tags a string with the text encoding of its bytes.
-void ZEVASetStringEncoding(ZEVAstringStruct* string, std::uint32_t encoding);
-
-// A new object of a registered class, with one reference for the caller; null when there is no such class.
-ZEVAobjectStruct* ZEVAnewInstance(const char* className);
-
-// Whether the host has the service behind ZEVAnewInstance at all.
-bool ZEVACanCreateInstances();
-
-// Sets an object's string property; the host takes its own reference to the value, which may be null.
-void ZEVASetPropValueString(ZEVAobjectStruct* object, const char* property, ZEVAstringStruct* value);
-
-// Sets an object's integer property.
-void ZEVASetPropValueInt32(ZEVAobjectStruct* object, const char* property, std::int32_t value);
-
-// Hands the host an exception to raise and returns; the caller must then return to the host. Takes no reference from
-// us.
-void ZEVARaiseException(ZEVAobjectStruct* exception);
-
-// Adds a reference to an object, or to a MemoryBlock.
-void ZEVALockObject(ZEVAobjectStruct* object);
-
-// Drops a reference to an object, or to a MemoryBlock.
-void ZEVAUnlockObject(ZEVAobjectStruct* object);
-
-// Drops a reference to a string.
-void ZEVAUnlockString(ZEVAstringStruct* string);
-
-// Gives back bytes that the host lent. Where the host cannot take them back, they are ours to free.
-void ZEVADisposeStringData(ZEVAstringData* data);
-
-// A new MemoryBlock, with one reference for the caller; null when there is no room.
-ZEVAmemoryBlockStruct* ZEVANewMemoryBlockOriginal(std::int32_t size);
-
-// Where a MemoryBlock's bytes begin; null when it has none. Valid while the caller holds a reference.
-void* ZEVAMemoryBlockGetPtr(ZEVAmemoryBlockStruct* block);
-
-// How many bytes a MemoryBlock has.
-std::int32_t ZEVAMemoryBlockGetSize(ZEVAmemoryBlockStruct* block);
+// Whether the host has the service behind ZEVAnewInstance.
+[[nodiscard]] bool ZEVACanCreateInstances();

@@ -1,33 +1,30 @@
-// service_slot.h - one host service: its name, and the place where its address is kept once found.
+// service_slot.h - keeps the address of one host service once it has been found.
 //
-// A name that was found is never asked for again; a missing one is asked for at every call, so a host may offer it
-// late.
+// A filled slot is never resolved again. An empty one is resolved at each call, so a host may offer a service late.
 //
-// Lifetime: static storage; the host owns the entry behind it.
+// Lifetime: static storage; the host owns the function behind the address.
 // Threads:  the host's thread only; the slot is a plain word.
 
 #pragma once
 
+#include "interface/services.h"
 #include "plugin/version.h"
 
-template <typename Signature>
+template <typename Service, typename Signature = typename Service::Signature>
 class ServiceSlot;
 
-template <typename Result, typename... Arguments>
-class ServiceSlot<Result(Arguments...)> {
+template <typename Service, typename Result, typename... Arguments>
+class ServiceSlot<Service, Result(Arguments...)> {
   public:
-    explicit constexpr ServiceSlot(const char* entryName) : entryName_(entryName) {}
-
-    // Whether the host has the service; asks it unless the address is known.
-    bool IsBound() {
-        if (entry_ == nullptr) entry_ = reinterpret_cast<Result (*)(Arguments...)>(gResolver(entryName_));
+    // Whether the host has the service. Asks the host unless the address is known.
+    [[nodiscard]] bool IsBound() {
+        if (entry_ == nullptr) entry_ = service::Resolve<Service>(gResolver);
         return entry_ != nullptr;
     }
 
-    // Calls the service. Without it: nothing happens, the answer is null or 0.
+    // Calls the service. Does nothing and returns null or 0 when the host lacks it.
     Result operator()(Arguments... arguments) { return IsBound() ? entry_(arguments...) : Result(); }
 
   private:
-    const char* entryName_;
     Result (*entry_)(Arguments...) = nullptr;
 };

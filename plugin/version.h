@@ -1,25 +1,27 @@
-// version.h - what the module knows of its host: three words written once, by ZEVAPluginMain.
+// version.h - what the module knows about its host: three variables, written once by ZEVAPluginMain.
 //
 // Lifetime: the process. Threads: written on the host's loading thread before any other code of the module runs.
 
 #pragma once
 
-#include "plugin/zeva.h"
+#include <cstdint>
+
+#include "interface/entry_point.h"
 
 // The host's resolver, asked for every service.
 extern ZEVAresolver gResolver;
 
-// The host's version as it reports it (2013.03, say); 0.0 when it reports none.
+// The version that the host reports, 2013.03 for example; 0.0 when it reports none.
 extern double zvversion;
 
-// The layout of class records that this host reads: 9, 10, 11 or 12.
+// The version of the class records that this host reads: 9, 10, 11 or 12.
 extern std::int32_t CurrentZEVAControlVersion;
 
-// The record version that goes with a host version: the newest that such a host reads. NaN counts as the oldest host.
-std::int32_t RecordVersionFor(double hostVersion);
+// The newest record version that a host of this version reads. NaN counts as the oldest host.
+[[nodiscard]] std::int32_t RecordVersionFor(double hostVersion);
 
-// Whether a host of this version gets no classes at all.
-bool IsSkippedHost(double hostVersion);
+// Whether a host of this version gets no classes.
+[[nodiscard]] bool IsSkippedHost(double hostVersion);
 
-// The number without its fraction, or INT32_MIN when that does not fit 32 bits (or the number is NaN).
-std::int32_t TruncatedToInt32(double number);
+// The number truncated toward zero; INT32_MIN when the result does not fit in 32 bits, and for NaN.
+[[nodiscard]] std::int32_t TruncatedToInt32(double number);

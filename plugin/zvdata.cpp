@@ -1,4 +1,4 @@
-// zvdata.cpp - the order in which host references are given back.
+// zvdata.cpp - gives host references back, in a fixed order.
 
 #include "plugin/zvdata.h"
 

@@ -1,33 +1,37 @@
 // zvdata.h - holds host references for as long as a function needs them.
 //
-// Lifetime: on the stack of one call from the host. What it holds when it goes out of scope it gives back, also when an
-//           exception unwinds the call.
+// Lifetime: on the stack, within one call from the host. The destructor gives back whatever the holder still holds,
+//           also when an exception unwinds the call.
 // Threads:  the host's thread only.
 
 #pragma once
 
-#include "plugin/zeva.h"
+#include <cstddef>
+#include <cstdint>
+
+#include "interface/handles.h"
+#include "interface/string_data.h"
+#include "interface/word.h"
 
 struct zvData {
-    ZEVAstringStruct* stringRef = nullptr;  // a string we hold one reference to
-    ZEVAobjectStruct* objectRef = nullptr;  // an object, a MemoryBlock say, we hold one reference to
-    ZEVAstringData stringData;              // unset until hasStringData
-    bool hasStringData = false;             // stringData is lent to us and must be given back
-    const void* dataPtr = nullptr;          // the bytes described
-    std::int32_t dataLength = 0;            // and how many they are
+    ZEVAstringStruct* stringRef = nullptr;  // a string; this holder owns one reference
+    ZEVAobjectStruct* objectRef = nullptr;  // an object, such as a MemoryBlock; this holder owns one reference
+    ZEVAstringData stringData;              // uninitialized until hasStringData is set
+    bool hasStringData = false;             // stringData was lent by the host and must be given back
+    const void* dataPtr = nullptr;          // the start of the bytes described
+    std::int32_t dataLength = 0;            // the number of bytes described
     std::int32_t extraWord = 0;
 
-    // Empty. Why stringData stays as it is: it has a meaning only once the host has filled it.
+    // Makes an empty holder. stringData stays uninitialized: it means nothing until the host has filled it.
     zvData() {}
     ~zvData() { Release(); }
     zvData(const zvData&) = delete;
     zvData& operator=(const zvData&) = delete;
 
-    // Gives back all that is held: the string, then the object, then the string's bytes; the holder is empty
-    //                              afterwards.
+    // Gives everything back: the string, then the object, then the string's bytes. The holder is empty afterwards.
     void Release() noexcept;
 
-    // Forgets what is held without giving it back.
+    // Empties the holder without giving anything back.
     void Abandon();
 };
 

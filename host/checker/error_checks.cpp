@@ -10,13 +10,12 @@
 #include "host/checker/check.h"
 #include "host/checker/exercise.h"
 #include "host/runtime/string.h"
+#include "interface/text_encoding.h"
 
 namespace checker {
 
 namespace {
 
-using host::kEncodingAscii;
-using host::kEncodingUtf8;
 using host::Member;
 using host::ObjectReference;
 using host::TypeKind;

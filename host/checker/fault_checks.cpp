@@ -12,17 +12,6 @@ namespace checker {
 
 namespace {
 
-// Every host has this service.
-constexpr std::string_view kAlwaysThere = "RegisterPluginVersion";
-
-// The negotiation checks cover this service.
-constexpr std::string_view kVersionGetter = "ZEVAGetZVVersion";
-
-// The services whose result can say that they failed.
-constexpr std::string_view kFailing[] = {
-    "ZEVABuildString", "PluginGetStringData", "PluginNewInstance", "newMemoryBlock", "memoryBlockGetPtr",
-};
-
 // Loads and uses the module while a service is missing or fails. The check has no findings; it passes unless the module
 // crashes.
 void SurvivesFault(CheckContext& context, const std::string& service, const ServiceFault& fault) {
@@ -37,7 +26,7 @@ void LateServices(CheckContext& context) {
     Stage& stage = context.Load();
     std::map<std::string, ServiceFault> allMissing;
     for (const host::Service& service : host::Services()) {
-        if (service.name != kAlwaysThere) allMissing[service.name] = {.isMissing = true};
+        if (service.missing != service::Missing::kNeverMissing) allMissing[service.name] = {.isMissing = true};
     }
     stage.watch.SetFaults(allMissing);
     UseEveryClass(stage);
@@ -87,13 +76,15 @@ std::vector<Check> FaultChecks() {
     std::vector<Check> checks;
     for (const host::Service& service : host::Services()) {
         const std::string name = service.name;
-        if (name == kAlwaysThere || name == kVersionGetter) continue;
+        if (service.missing == service::Missing::kNeverMissing) continue;
+        if (service.missing == service::Missing::kVersionIsZero) continue;  // the negotiation checks cover it
         checks.push_back({"without-" + name, "the module survives a host without " + name,
                           "the service is called without a test whether it was found",
                           [name](CheckContext& context) { SurvivesFault(context, name, {.isMissing = true}); }});
     }
-    for (const std::string_view service : kFailing) {
-        const std::string name(service);
+    for (const host::Service& service : host::Services()) {
+        if (service.failure == service::Failure::kCannotFail) continue;
+        const std::string name = service.name;
         checks.push_back({"failing-" + name, "the module survives failures of " + name,
                           "the result is used without a test",
                           [name](CheckContext& context) { SurvivesFault(context, name, {.fails = true}); }});

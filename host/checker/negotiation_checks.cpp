@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <iterator>
 #include <limits>
 #include <optional>
 #include <string>
@@ -10,6 +11,7 @@
 #include "host/checker/check.h"
 #include "host/checker/child.h"
 #include "host/runtime/value.h"
+#include "interface/host_version.h"
 
 namespace checker {
 
@@ -17,19 +19,26 @@ namespace {
 
 // A host version, and the record version that a module must announce to it.
 struct HostAge {
-    const char* name;
+    std::string name;               // of the check
     std::optional<double> version;  // empty: the host has no service that returns its version
     std::int32_t recordVersion;
 };
 
-// The first and the last version of each range, and hosts without a usable version.
-constexpr HostAge kAges[] = {
-    // check               host version                               record version
-    {"version-2013.03", 2013.03, 12},     {"version-2013.02", 2013.02, 11},
-    {"version-2013", 2013.0, 11},         {"version-2012.99", 2012.99, 10},
-    {"version-2012", 2012.0, 10},         {"version-2011.99", 2011.99, 9},
-    {"version-unknown", std::nullopt, 9}, {"version-nan", std::numeric_limits<double>::quiet_NaN(), 9},
-};
+// The first version of each range, and the one a hundredth below it; then the hosts without a usable version.
+std::vector<HostAge> Ages() {
+    std::vector<HostAge> ages;
+    const auto add = [&](double version, std::int32_t recordVersion) {
+        ages.push_back({"version-" + host::NumberText(version), version, recordVersion});
+    };
+    for (const ZEVAversionStep* step = std::begin(kVersionSteps); step != std::end(kVersionSteps); ++step) {
+        const bool isLast = step + 1 == std::end(kVersionSteps);
+        add(step->hostVersion, step->recordVersion);
+        add(std::round(step->hostVersion * 100 - 1) / 100, isLast ? kOldestRecordVersion : step[1].recordVersion);
+    }
+    ages.push_back({"version-unknown", std::nullopt, kOldestRecordVersion});
+    ages.push_back({"version-nan", std::numeric_limits<double>::quiet_NaN(), kOldestRecordVersion});
+    return ages;
+}
 
 void Announces(CheckContext& context, const HostAge& age) {
     Stage& stage = context.Load({.hostVersion = age.version, .hasVersion = age.version.has_value()});
@@ -40,17 +49,27 @@ void Announces(CheckContext& context, const HostAge& age) {
     }
 }
 
-// Hosts 2007.009 to 2007.011 can load a module but cannot register classes; the versions just outside can.
+// A host in the gap of versions that get no classes, or next to it.
 struct GapHost {
-    const char* name;
+    std::string name;  // of the check
     double version;
     bool getsClasses;
 };
-constexpr GapHost kGapHosts[] = {
-    // check               host version  gets classes
-    {"before-2007.009", 2007.008, true}, {"skips-2007.009", 2007.009, false}, {"skips-2007.010", 2007.010, false},
-    {"skips-2007.011", 2007.011, false}, {"after-2007.011", 2007.012, true},
-};
+
+// The hosts of the gap, and the neighbor on either side.
+std::vector<GapHost> GapHosts() {
+    constexpr std::uint32_t kLastSkippedHost = kFirstSkippedHost + kSkippedHosts - 1;
+    const auto text = [](std::uint32_t thousandths) {
+        std::string digits = std::to_string(thousandths);
+        return digits.insert(digits.size() - 3, ".");
+    };
+    std::vector<GapHost> hosts = {{"before-" + text(kFirstSkippedHost), (kFirstSkippedHost - 1) / 1000.0, true}};
+    for (std::uint32_t host = kFirstSkippedHost; host <= kLastSkippedHost; ++host) {
+        hosts.push_back({"skips-" + text(host), host / 1000.0, false});
+    }
+    hosts.push_back({"after-" + text(kLastSkippedHost), (kLastSkippedHost + 1) / 1000.0, true});
+    return hosts;
+}
 
 void KeepsGap(CheckContext& context, const GapHost& host) {
     const std::size_t classes = context.Load({.hostVersion = host.version}).watch.records.size();
@@ -118,21 +137,21 @@ std::vector<Check> NegotiationChecks() {
         {"announces-first", "the record version is announced before the first class is registered",
          "the host reads records by the announced version; announce it first", AnnouncesFirst},
     };
-    for (const HostAge& age : kAges) {
+    for (const HostAge& age : Ages()) {
         std::string host = "a host without a version";
         if (age.version) host = "host version " + host::NumberText(*age.version);
         if (age.version && std::isnan(*age.version)) host = "a host whose version is NaN";
         checks.push_back({age.name,
                           "for " + host + " the module announces record version " + std::to_string(age.recordVersion),
                           "the version is compared with a wrong limit, or not as a double",
-                          [&age](CheckContext& context) { Announces(context, age); }});
+                          [age](CheckContext& context) { Announces(context, age); }});
     }
-    for (const GapHost& each : kGapHosts) {
+    for (const GapHost& each : GapHosts()) {
         checks.push_back({each.name,
                           "host version " + host::NumberText(each.version) +
                               (each.getsClasses ? " gets classes" : " gets no classes"),
                           "the gap of hosts 2007.009 to 2007.011 is missing or too wide",
-                          [&each](CheckContext& context) { KeepsGap(context, each); }});
+                          [each](CheckContext& context) { KeepsGap(context, each); }});
     }
     checks.push_back({"same-interface", "hosts with record versions 9 to 12 get the same classes and members",
                       "the conversion to the shorter layout is incomplete or missing", SameInterface});

@@ -128,7 +128,7 @@ void StringBytes(CheckContext& context) {
     Stage& stage = context.Load();
     UseEveryClass(stage);
     ProvokeExceptions(stage);
-    if (stage.watch.calls["PluginGetStringData"] > 0) context.CountSubject();
+    if (stage.watch.calls[service::PluginGetStringData::kName] > 0) context.CountSubject();
     if (stage.watch.LentStrings() > 0) {
         context.AddFinding("", "all string bytes returned",
                            std::to_string(stage.watch.LentStrings()) + " not returned");

@@ -10,9 +10,6 @@ namespace checker {
 
 namespace {
 
-// The only record version with the shorter layouts.
-constexpr ZEVAword kDownLevelVersion = 9;
-
 // More methods than any class has. A greater count is garbage.
 constexpr ZEVAword kMaximumMethods = 100'000;
 
@@ -58,7 +55,7 @@ Record ReadRecord(const ZEVAclassDefinition* definition) {
         return record;
     }
     record.words = *words;
-    const bool isDownLevel = words->version == kDownLevelVersion;
+    const bool isDownLevel = words->version == kDownLevelRecordVersion;
     if (!isDownLevel &&
         !ReadMemory(definition->hostWords25, record.trailingWords.data(), sizeof record.trailingWords)) {
         record.problem = "unreadable words at the end of the record";

@@ -13,7 +13,9 @@
 #include <string>
 #include <vector>
 
-#include "plugin/zeva.h"
+#include "interface/class_definition.h"
+#include "interface/entry_point.h"
+#include "interface/word.h"
 
 namespace checker {
 

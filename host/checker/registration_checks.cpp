@@ -83,7 +83,7 @@ void RecordVersion(CheckContext& context) {
 void DataSize(CheckContext& context) {
     ForEachRecord(context, {}, [&](Stage&, const Record& record) {
         const ZEVAword size = record.words.instanceDataSize;
-        if (size >= 0 && size % 16 == 0) return;
+        if (size >= 0 && size % kDataSizeStep == 0) return;
         context.AddFinding(record.Name(), "a multiple of 16 as instance data size", std::to_string(size));
     });
 }
@@ -249,7 +249,7 @@ void RecordsStay(CheckContext& context) {
 
 void DownLevelWords(CheckContext& context) {
     ForEachRecord(context, {.hostVersion = kDownLevelHost}, [&](Stage&, const Record& record) {
-        if (record.words.version != 9) return;
+        if (record.words.version != kDownLevelRecordVersion) return;
         for (const ZEVAword word : record.words.hostWords16) {
             if (word != 0) context.AddFinding(record.Name(), "0 in words 16 and 17", std::to_string(word));
         }

@@ -1,4 +1,7 @@
-// watch.cpp - the wrapped services and what is written down of each call.
+// watch.cpp - the wrapped services, and what is recorded of each call.
+//
+// Every wrapper is expanded from interface/services.def. What a service does to references follows from its row there.
+// The few services that need more have a rule of their own below.
 
 #include "host/checker/watch.h"
 
@@ -6,11 +9,14 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <type_traits>
+#include <utility>
 
 #include "host/checker/child.h"
 #include "host/runtime/memory_block.h"
 #include "host/runtime/services.h"
 #include "host/runtime/string.h"
+#include "interface/services.h"
 
 namespace checker {
 
@@ -18,184 +24,196 @@ namespace {
 
 Watch* current = nullptr;
 
-// Every service that is wrapped, with its signature. Handles of MemoryBlocks are those of the objects that they are.
-#define WATCHED_SERVICES(SERVICE)                                                            \
-    SERVICE(RegisterPluginVersion, void(std::int32_t))                                       \
-    SERVICE(ZEVAGetZVVersion, double())                                                      \
-    SERVICE(PluginRegisterClass, void(ZEVAclassDefinition*))                                 \
-    SERVICE(ZEVABuildString, ZEVAstringStruct*(const char*, std::int32_t))                   \
-    SERVICE(ZEVASetStringEncoding, void(ZEVAstringStruct*, std::uint32_t))                   \
-    SERVICE(PluginGetStringData, std::int32_t(ZEVAstringStruct*, ZEVAstringData*))           \
-    SERVICE(PluginDisposeStringData, void(ZEVAstringData*))                                  \
-    SERVICE(ZEVAUnlockString, void(ZEVAstringStruct*))                                       \
-    SERVICE(PluginNewInstance, ZEVAobjectStruct*(const char*))                               \
-    SERVICE(ZEVASetPropValueString, void(ZEVAobjectStruct*, const char*, ZEVAstringStruct*)) \
-    SERVICE(ZEVASetPropValueInt, void(ZEVAobjectStruct*, const char*, std::int32_t))         \
-    SERVICE(RuntimeRaiseException, void(ZEVAobjectStruct*))                                  \
-    SERVICE(ZEVALockObject, void(ZEVAobjectStruct*))                                         \
-    SERVICE(ZEVAUnlockObject, void(ZEVAobjectStruct*))                                       \
-    SERVICE(newMemoryBlock, ZEVAobjectStruct*(std::int32_t))                                 \
-    SERVICE(memoryBlockGetPtr, void*(ZEVAobjectStruct*))                                     \
-    SERVICE(memoryBlockGetSize, std::int32_t(ZEVAobjectStruct*))
+ZEVAobjectStruct* ObjectOf(ZEVAmemoryBlockStruct* block) { return reinterpret_cast<ZEVAobjectStruct*>(block); }
 
-// One type per service, to tell the functions below apart.
-#define DECLARE_TAG(name, signature)                \
-    struct name {                                   \
-        static constexpr const char* kName = #name; \
-    };
-namespace service {
-WATCHED_SERVICES(DECLARE_TAG)
-}
-#undef DECLARE_TAG
+// ---- References
 
-// What must hold of handles before a service gets them; null is every service's own business.
-bool IsKnown(Watch& watch, ZEVAobjectStruct* object) {
+// Whether the host may get the argument: a handle must be one that the host gave, or null, which each service handles
+// itself. There is one overload for each type that a service takes.
+bool Accepts(Watch&, std::int32_t) { return true; }
+bool Accepts(Watch&, std::uint32_t) { return true; }
+bool Accepts(Watch&, const char*) { return true; }
+bool Accepts(Watch&, ZEVAclassDefinition*) { return true; }
+bool Accepts(Watch&, ZEVAstringData*) { return true; }
+bool Accepts(Watch& watch, ZEVAobjectStruct* object) {
     if (object == nullptr || watch.objects.Knows(object)) return true;
     watch.AddBreach(Breach::kUnknownHandle, "an object handle that the host never gave");
     return false;
 }
-bool IsKnown(Watch& watch, ZEVAstringStruct* string) {
+bool Accepts(Watch& watch, ZEVAstringStruct* string) {
     if (string == nullptr || watch.strings.Knows(string)) return true;
     watch.AddBreach(Breach::kUnknownHandle, "a string handle that the host never gave");
     return false;
 }
-bool IsBlock(Watch& watch, ZEVAobjectStruct* object) {
-    if (!IsKnown(watch, object)) return false;
+bool Accepts(Watch& watch, ZEVAmemoryBlockStruct* block) {
+    ZEVAobjectStruct* object = ObjectOf(block);
+    if (!Accepts(watch, object)) return false;
     if (object == nullptr || object->isa->IsA("MemoryBlock")) return true;
-    watch.AddBreach(Breach::kUnknownHandle, "a " + object->isa->Name() + " where a MemoryBlock is wanted");
-    return false;
-}
-template <typename Handle>
-bool IsHeld(Watch& watch, Ledger<Handle>& ledger, Handle* handle, Breach breach, const char* what) {
-    if (!IsKnown(watch, handle)) return false;
-    if (handle == nullptr || ledger.GiveUp(handle)) return true;
-    watch.AddBreach(breach, std::string(what) + " given back of which the module holds no reference");
+    watch.AddBreach(Breach::kUnknownHandle, "a " + object->isa->Name() + " where a MemoryBlock is expected");
     return false;
 }
 
-// Whether a call may go on to the host; what it does to references is written down.
-template <typename Tag, typename... Arguments>
-bool Before(Watch&, Tag, Arguments...) {
-    return true;
-}
-bool Before(Watch& watch, service::RegisterPluginVersion, std::int32_t version) {
-    watch.announced.push_back(version);
-    if (!watch.records.empty()) watch.announcedLate = true;
-    return true;
-}
-bool Before(Watch& watch, service::PluginRegisterClass, ZEVAclassDefinition* definition) {
-    watch.records.push_back(ReadRecord(definition));
-    return watch.records.back().isReadable;
-}
-bool Before(Watch& watch, service::PluginNewInstance, const char* className) {
-    if (!watch.lacksExceptionClasses || className == nullptr) return true;
-    const bool isRegistered = host::Host::Current().Classes().Find(className) != nullptr;
-    const bool isException = isRegistered && host::Host::Current().Classes().Linked(className).IsA("RuntimeException");
-    return !isException || std::strcmp(className, "RuntimeException") == 0;
-}
-bool Before(Watch& watch, service::ZEVASetStringEncoding, ZEVAstringStruct* string, std::uint32_t) {
-    return IsKnown(watch, string);
-}
-bool Before(Watch& watch, service::PluginGetStringData, ZEVAstringStruct* string, ZEVAstringData*) {
-    return IsKnown(watch, string);
-}
-bool Before(Watch& watch, service::PluginDisposeStringData, ZEVAstringData* data) {
-    if (data == nullptr || watch.TakeBackLent(data->bytes)) return true;
-    watch.AddBreach(Breach::kStringNotLent, "string bytes given back that were not lent, or twice");
-    return false;
-}
-bool Before(Watch& watch, service::ZEVAUnlockString, ZEVAstringStruct* string) {
-    return IsHeld(watch, watch.strings, string, Breach::kStringNotHeld, "a string");
-}
-bool Before(Watch& watch, service::ZEVASetPropValueString, ZEVAobjectStruct* object, const char*,
-            ZEVAstringStruct* value) {
-    return IsKnown(watch, object) && IsKnown(watch, value);
-}
-bool Before(Watch& watch, service::ZEVASetPropValueInt, ZEVAobjectStruct* object, const char*, std::int32_t) {
-    return IsKnown(watch, object);
-}
-bool Before(Watch& watch, service::RuntimeRaiseException, ZEVAobjectStruct* exception) {
-    if (!IsKnown(watch, exception)) return false;
-    if (exception != nullptr) watch.NoteRaise(exception);
-    return true;
-}
-bool Before(Watch& watch, service::ZEVALockObject, ZEVAobjectStruct* object) {
-    if (!IsKnown(watch, object)) return false;
+// Records one more reference that modules hold.
+void Take(Watch& watch, ZEVAobjectStruct* object) {
     if (object != nullptr) watch.objects.Take(object);
+}
+void Take(Watch& watch, ZEVAstringStruct* string) {
+    if (string != nullptr) watch.strings.Take(string);
+}
+void Take(Watch& watch, ZEVAmemoryBlockStruct* block) { Take(watch, ObjectOf(block)); }
+
+// Records that a module gives a reference back; false when modules hold none.
+bool Drop(Watch& watch, ZEVAobjectStruct* object) {
+    if (object == nullptr || watch.objects.GiveUp(object)) return true;
+    watch.AddBreach(Breach::kObjectNotHeld,
+                    "a " + object->isa->Name() + " given back although the module holds no reference to it");
+    return false;
+}
+bool Drop(Watch& watch, ZEVAstringStruct* string) {
+    if (string == nullptr || watch.strings.GiveUp(string)) return true;
+    watch.AddBreach(Breach::kStringNotHeld, "a string given back although the module holds no reference to it");
+    return false;
+}
+
+// ---- Rules
+
+// What the watch does for one service beyond counting references. Either function may be absent:
+//
+//   static bool Before(Watch&, ARGUMENTS...)           whether the call goes on to the host
+//   static void After(Watch&, RESULT, ARGUMENTS...)    sees what the host returned
+//
+// Their types must match the service's signature exactly.
+template <typename Listed>
+struct Rule {};
+
+template <>
+struct Rule<service::RegisterPluginVersion> {
+    static bool Before(Watch& watch, std::int32_t recordVersion) {
+        watch.announced.push_back(recordVersion);
+        if (!watch.records.empty()) watch.announcedLate = true;
+        return true;
+    }
+};
+
+template <>
+struct Rule<service::PluginRegisterClass> {
+    static bool Before(Watch& watch, ZEVAclassDefinition* definition) {
+        watch.records.push_back(ReadRecord(definition));
+        return watch.records.back().isReadable;
+    }
+};
+
+template <>
+struct Rule<service::PluginNewInstance> {
+    static bool Before(Watch& watch, const char* className) {
+        if (!watch.lacksExceptionClasses || className == nullptr) return true;
+        host::ClassRegistry& classes = host::Host::Current().Classes();
+        const bool isException =
+            classes.Find(className) != nullptr && classes.Linked(className).IsA("RuntimeException");
+        return !isException || std::strcmp(className, "RuntimeException") == 0;
+    }
+};
+
+template <>
+struct Rule<service::PluginGetStringData> {
+    static void After(Watch& watch, std::int32_t lent, ZEVAstringStruct*, ZEVAstringData* data) {
+        if (lent == 1) watch.NoteLent(data->bytes);
+    }
+};
+
+template <>
+struct Rule<service::PluginDisposeStringData> {
+    static bool Before(Watch& watch, ZEVAstringData* data) {
+        if (data == nullptr || watch.TakeBackLent(data->bytes)) return true;
+        watch.AddBreach(Breach::kStringNotLent, "string bytes given back that were not lent, or given back twice");
+        return false;
+    }
+};
+
+template <>
+struct Rule<service::RuntimeRaiseException> {
+    static bool Before(Watch& watch, ZEVAobjectStruct* exception) {
+        if (exception != nullptr) watch.NoteRaise(exception);
+        return true;
+    }
+};
+
+template <>
+struct Rule<service::newMemoryBlock> {
+    static void After(Watch& watch, ZEVAmemoryBlockStruct* made, std::int32_t) {
+        if (made != nullptr && watch.guardsBlocks) watch.Guard(ObjectOf(made));
+    }
+};
+
+// Whether a call goes on to the host; records what it does to references.
+template <typename Listed, typename... Arguments>
+bool Begin(Watch& watch, Arguments... arguments) {
+    if (!(Accepts(watch, arguments) && ...)) return false;
+    if constexpr (Listed::kOwnership == service::Ownership::kAddsReference) Take(watch, arguments...);
+    if constexpr (Listed::kOwnership == service::Ownership::kDropsReference) {
+        if (!Drop(watch, arguments...)) return false;
+    }
+    if constexpr (requires { &Rule<Listed>::Before; }) {
+        constexpr bool (*before)(Watch&, Arguments...) = &Rule<Listed>::Before;
+        return before(watch, arguments...);
+    }
     return true;
 }
-bool Before(Watch& watch, service::ZEVAUnlockObject, ZEVAobjectStruct* object) {
-    const std::string what = object != nullptr && watch.objects.Knows(object) ? "a " + object->isa->Name() : "";
-    return IsHeld(watch, watch.objects, object, Breach::kObjectNotHeld, what.c_str());
-}
-bool Before(Watch& watch, service::memoryBlockGetPtr, ZEVAobjectStruct* block) { return IsBlock(watch, block); }
-bool Before(Watch& watch, service::memoryBlockGetSize, ZEVAobjectStruct* block) { return IsBlock(watch, block); }
 
-// What a service has answered.
-template <typename Tag, typename Result, typename... Arguments>
-void After(Watch&, Tag, Result, Arguments...) {}
-void After(Watch& watch, service::ZEVABuildString, ZEVAstringStruct* made, const char*, std::int32_t) {
-    if (made != nullptr) watch.strings.Take(made);
+// Records what the host returned.
+template <typename Listed, typename Result, typename... Arguments>
+void End(Watch& watch, Result result, Arguments... arguments) {
+    if constexpr (Listed::kOwnership == service::Ownership::kGivesReference) Take(watch, result);
+    if constexpr (requires { &Rule<Listed>::After; }) {
+        constexpr void (*after)(Watch&, Result, Arguments...) = &Rule<Listed>::After;
+        after(watch, result, arguments...);
+    }
 }
-void After(Watch& watch, service::PluginNewInstance, ZEVAobjectStruct* made, const char*) {
-    if (made != nullptr) watch.objects.Take(made);
-}
-void After(Watch& watch, service::newMemoryBlock, ZEVAobjectStruct* made, std::int32_t) {
-    if (made == nullptr) return;
-    watch.objects.Take(made);
-    if (watch.guardsBlocks) watch.Guard(made);
-}
-void After(Watch& watch, service::PluginGetStringData, std::int32_t lent, ZEVAstringStruct*, ZEVAstringData* data) {
-    if (lent == 1) watch.NoteLent(data->bytes);
-}
+
+// ---- Wrappers
 
 // A service as the module under examination gets it, or as a sibling does.
-template <typename Tag, bool kIsModule, typename Signature>
+template <typename Listed, bool kIsModule, typename Signature = typename Listed::Signature>
 struct Wrapped;
-template <typename Tag, bool kIsModule, typename Result, typename... Arguments>
-struct Wrapped<Tag, kIsModule, Result(Arguments...)> {
-    // What a sibling announces and registers is its own business.
-    static constexpr bool kIsExamined = kIsModule || !(std::is_same_v<Tag, service::RegisterPluginVersion> ||
-                                                       std::is_same_v<Tag, service::PluginRegisterClass>);
+template <typename Listed, bool kIsModule, typename Result, typename... Arguments>
+struct Wrapped<Listed, kIsModule, Result(Arguments...)> {
+    // What a sibling announces and registers is not examined.
+    static constexpr bool kIsExamined = kIsModule || !(std::is_same_v<Listed, service::RegisterPluginVersion> ||
+                                                       std::is_same_v<Listed, service::PluginRegisterClass>);
 
     static Result Call(Arguments... arguments) {
-        static const auto real = reinterpret_cast<Result (*)(Arguments...)>(host::ResolveService(Tag::kName));
+        static auto* const real = service::Resolve<Listed>(&host::ResolveService);
         Watch& watch = *current;
         if (!watch.IsHostThread()) {
-            watch.calledByOtherThread = Tag::kName;
+            watch.calledByOtherThread = Listed::kName;
             return Result();
         }
         if constexpr (kIsModule) {
-            watch.NoteCall(Tag::kName);
+            watch.NoteCall(Listed::kName, Listed::kOwnership);
         }
-        if (watch.isOver || (kIsModule && watch.Fails(Tag::kName))) return Result();
-        if (kIsExamined && !Before(watch, Tag(), arguments...)) return Result();
+        if (watch.isOver || (kIsModule && watch.Fails(Listed::kName))) return Result();
+        if (kIsExamined && !Begin<Listed>(watch, arguments...)) return Result();
         if constexpr (std::is_void_v<Result>) {
             real(arguments...);
         } else {
             const Result result = real(arguments...);
-            After(watch, Tag(), result, arguments...);
+            End<Listed, Result>(watch, result, arguments...);
             return result;
         }
     }
 };
 
-// The wrapper of a service; null for a name that is none.
+// The wrapper of a service; null for an unknown name.
 template <bool kIsModule>
 ZEVAentry WrapperOf(const char* name) {
-#define ANSWER(tag, signature)                       \
-    if (std::strcmp(name, service::tag::kName) == 0) \
-        return reinterpret_cast<ZEVAentry>(&Wrapped<service::tag, kIsModule, signature>::Call);
-    WATCHED_SERVICES(ANSWER)
-#undef ANSWER
+#define SERVICE(listed, ...)                            \
+    if (std::strcmp(name, service::listed::kName) == 0) \
+        return reinterpret_cast<ZEVAentry>(&Wrapped<service::listed, kIsModule>::Call);
+#include "interface/services.def"
     return nullptr;
 }
 
-// The services that only give something back.
-bool GivesBack(std::string_view service) {
-    return service == service::ZEVAUnlockObject::kName || service == service::ZEVAUnlockString::kName ||
-           service == service::PluginDisposeStringData::kName;
-}
+bool IsVersionGetter(const char* name) { return std::strcmp(name, service::ZEVAGetZVVersion::kName) == 0; }
 
 }  // namespace
 
@@ -207,7 +225,7 @@ ZEVAentry Watch::ResolveForModule(const char* name) { return current->Lookup(nam
 
 ZEVAentry Watch::ResolveForSibling(const char* name) {
     if (name == nullptr) return nullptr;
-    if (!current->hasVersion && std::strcmp(name, service::ZEVAGetZVVersion::kName) == 0) return nullptr;
+    if (!current->hasVersion && IsVersionGetter(name)) return nullptr;
     return WrapperOf<false>(name);
 }
 
@@ -225,8 +243,8 @@ ZEVAentry Watch::Lookup(const char* name) {
     ++noted.asked;
     if (faults_.empty()) ++noted.askedAfterFaults;
     const auto fault = faults_.find(name);
-    const bool isMissing = (fault != faults_.end() && fault->second.isMissing) ||
-                           (!hasVersion && std::strcmp(name, service::ZEVAGetZVVersion::kName) == 0);
+    const bool isMissing =
+        (fault != faults_.end() && fault->second.isMissing) || (!hasVersion && IsVersionGetter(name));
     const ZEVAentry entry = isMissing ? nullptr : WrapperOf<true>(name);
     if (entry == nullptr) ++noted.missed;
     return entry;
@@ -243,17 +261,18 @@ void Watch::SetFaults(std::map<std::string, ServiceFault> faults) {
     for (auto& [name, noted] : lookups) noted.askedAfterFaults = 0;
 }
 
-bool Watch::Fails(const char* service) const {
-    const auto fault = faults_.find(service);
+bool Watch::Fails(const char* name) const {
+    const auto fault = faults_.find(name);
     return fault != faults_.end() && fault->second.fails;
 }
 
-void Watch::NoteCall(const char* service) {
-    if (isOver) return NoteStep(std::string("calling ") + service);
-    ++calls[service];
-    if (hasRaised_ && !GivesBack(service) && service != service::RuntimeRaiseException::kName) {
-        raised.back().callsAfter.emplace_back(service);
-    }
+void Watch::NoteCall(const char* name, service::Ownership ownership) {
+    if (isOver) return NoteStep(std::string("calling ") + name);
+    ++calls[name];
+    const bool givesBack =
+        ownership == service::Ownership::kDropsReference || ownership == service::Ownership::kTakesBackBytes;
+    const bool raisesAgain = std::strcmp(name, service::RuntimeRaiseException::kName) == 0;
+    if (hasRaised_ && !givesBack && !raisesAgain) raised.back().callsAfter.emplace_back(name);
 }
 
 void Watch::NoteRaise(ZEVAobjectStruct* exception) {
@@ -277,12 +296,12 @@ void Watch::NoteRaise(ZEVAobjectStruct* exception) {
 bool Watch::TakeAnswer(const host::Value& value) {
     const auto take = [&](auto& ledger, auto* handle, const char* what) {
         if (!ledger.Knows(handle)) {
-            AddBreach(Breach::kUnknownHandle, std::string(what) + " that the host never gave, as the answer");
+            AddBreach(Breach::kUnknownHandle, std::string(what) + " that the host never gave, as the result");
             return false;
         }
         if (!ledger.GiveUp(handle)) {
-            AddBreach(Breach::kAnswerNotHeld, std::string(what) + " of which the module holds no reference");
-            host::Lock(handle);  // the one that the host is going to give back
+            AddBreach(Breach::kAnswerNotHeld, std::string(what) + " to which the module holds no reference");
+            host::Lock(handle);  // the host will drop this one
         }
         return true;
     };
@@ -298,7 +317,7 @@ void Watch::Settle() {
         hasEnded = false;
         for (ZEVAstringStruct* string : strings.Abandoned()) strings.End(string);
         for (ZEVAobjectStruct* object : objects.Abandoned()) {
-            if (object->references != 1) continue;  // another one's end took it up again
+            if (object->references != 1) continue;  // ending another object took a reference to it
             End(object);
             hasEnded = true;
         }

@@ -1,19 +1,22 @@
-// watch.h - stands between a module and the host's services: writes down what the module does, and has services fail on
+// watch.h - stands between a module and the host's services: records what the module does, and makes services fail on
 // demand.
 //
-// Each service is wrapped by a function of the same signature. A call that breaks a rule is written down and goes no
-// further, so that it cannot bring the host down and hide what comes after it.
+// Each service is wrapped by a function of the same signature. A call that breaks a rule is recorded and does not reach
+// the host, so that it cannot crash the host and hide what follows.
 //
-// The module under examination and its siblings are wrapped alike, since references pass between them; but only the
-// calls of the former are counted, and only it meets faults.
+// The module under examination and its siblings get the same wrappers, because references pass between them. Only the
+// calls of the examined module are counted, and only its services can be made to fail.
 //
 // Lifetime: one Watch per process, as there is one Host.
-// Threads:  the host's thread; a call from another is written down.
-// Adding a service: a line in WATCHED_SERVICES (watch.cpp), and what it does to references.
+// Threads:  the host's thread; a call from any other thread is recorded.
+// Adding a service: nothing. The wrappers come from interface/services.def. A service that needs more than counting its
+//           references gets a Rule in watch.cpp.
 
 #pragma once
 
 #include <atomic>
+#include <cstddef>
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <set>
@@ -24,21 +27,24 @@
 #include "host/checker/ledger.h"
 #include "host/checker/record.h"
 #include "host/runtime/host.h"
+#include "interface/entry_point.h"
+#include "interface/handles.h"
+#include "interface/services.h"
 
 namespace checker {
 
-// How one service behaves, beside working.
+// How a service misbehaves.
 struct ServiceFault {
-    bool isMissing = false;  // every lookup answers null
-    bool fails = false;      // every call answers null, 0 or nothing
+    bool isMissing = false;  // every lookup returns null
+    bool fails = false;      // every call returns null, 0 or nothing
 };
 
 // The rules that a call across the boundary can break.
 enum class Breach {
     kUnknownHandle,     // an object or string that the host never gave
-    kObjectNotHeld,     // an object's reference given back that the module did not hold
-    kStringNotHeld,     // the same of a string
-    kAnswerNotHeld,     // an answer that comes without a reference for the caller
+    kObjectNotHeld,     // a reference to an object given back that the module did not hold
+    kStringNotHeld,     // the same for a string
+    kAnswerNotHeld,     // a result without a reference for the caller
     kStringNotLent,     // string bytes given back that were not lent
     kForeignException,  // a C++ or platform exception that left the module
 };
@@ -56,45 +62,45 @@ struct RaiseNote {
     bool isException = false;  // whether its class is RuntimeException or one below it
     std::optional<std::string> message;
     std::uint32_t encoding = 0;
-    std::vector<std::string> callsAfter;  // services called before the module returned, those that give back excepted
-    int raisedAgain = 0;                  // how often the module raised before it returned, beyond the first time
+    std::vector<std::string> callsAfter;  // services called before the module returned, except those that give back
+    int raisedAgain = 0;                  // how many more times the module raised before it returned
 };
 
-// What the module asked of the resolver under one name.
+// The lookups of one name by the module.
 struct Lookups {
     int asked = 0;
     int askedAfterFound = 0;
     int missed = 0;
-    int askedAfterFaults = 0;  // since the faults ended
+    int askedAfterFaults = 0;  // since the faults were removed
 };
 
 class Watch {
   public:
     Watch();
 
-    // The resolvers to hand out.
-    static ZEVAentry ResolveForModule(const char* name);
-    static ZEVAentry ResolveForSibling(const char* name);
+    // The resolvers for the modules.
+    [[nodiscard]] static ZEVAentry ResolveForModule(const char* name);
+    [[nodiscard]] static ZEVAentry ResolveForSibling(const char* name);
 
-    // A new call into the module begins.
+    // Begins a new call into the module.
     void BeginStep(const std::string& step);
     const std::string& Step() const { return step_; }
 
-    // Faults from now on, by service; a further call replaces them.
+    // Sets the faults from now on, by service, and removes the previous ones.
     void SetFaults(std::map<std::string, ServiceFault> faults);
 
-    // Takes what the module has answered, whose reference passes to the host. False when it is nothing that the host
-    // knows; it must not be touched then.
-    bool TakeAnswer(const host::Value& value);
+    // Takes the module's result, whose reference passes to the host. False when it is a handle that the host does not
+    // know, which must not be used.
+    [[nodiscard]] bool TakeAnswer(const host::Value& value);
 
-    // Ends what nobody refers to any more.
+    // Ends the objects and strings that only the ledgers still refer to.
     void Settle();
 
-    // References that modules hold to objects and strings; string bytes that they have not given back.
+    // The references that modules hold to objects and strings, and the string bytes that they have not given back.
     int HeldReferences() const { return objects.Held() + strings.Held(); }
     std::size_t LentStrings() const { return lent_.size(); }
 
-    // Gives up the memory of what was written down of breaches and exceptions.
+    // Frees the notes about breaches and exceptions.
     void ForgetNotes() {
         breaches = std::vector<BreachNote>();
         raised = std::vector<RaiseNote>();
@@ -111,24 +117,24 @@ class Watch {
     std::vector<Record> records;
     std::vector<BreachNote> breaches;
     std::vector<RaiseNote> raised;
-    std::atomic<const char*> calledByOtherThread = nullptr;  // a service
-    bool hasVersion = true;                                  // whether the host has a version to tell
-    bool guardsBlocks = false;                               // whether blocks end where memory does
+    std::atomic<const char*> calledByOtherThread = nullptr;  // the service that another thread called
+    bool hasVersion = true;                                  // whether the host has ZEVAGetZVVersion
+    bool guardsBlocks = false;                               // whether reading beyond a new block crashes
     bool lacksExceptionClasses = false;                      // whether RuntimeException is the only exception class
-    bool isOver = false;                                     // whether the process ends; no service works any more
+    bool isOver = false;                                     // whether the process is ending; no service works any more
     Ledger<ZEVAobjectStruct> objects;
     Ledger<ZEVAstringStruct> strings;
 
-    // What the services tell.
+    // For the wrapped services.
     static Watch& Current();
     bool IsHostThread() const { return std::this_thread::get_id() == thread_; }
-    void NoteCall(const char* service);
-    bool Fails(const char* service) const;
+    void NoteCall(const char* name, service::Ownership ownership);
+    [[nodiscard]] bool Fails(const char* name) const;
     void NoteRaise(ZEVAobjectStruct* exception);
     void NoteLent(void* bytes) { lent_.insert(bytes); }
-    bool TakeBackLent(void* bytes) { return lent_.erase(bytes) == 1; }
+    [[nodiscard]] bool TakeBackLent(void* bytes) { return lent_.erase(bytes) == 1; }
 
-    // Moves a block's bytes so that whoever reads or writes beyond them crashes.
+    // Moves a block's bytes to the end of a page, so that reading or writing beyond them crashes.
     void Guard(ZEVAobjectStruct* block);
 
   private:

@@ -15,6 +15,7 @@
 
 #include "host/runtime/declaration.h"
 #include "host/runtime/value.h"
+#include "interface/entry_point.h"
 
 namespace host {
 

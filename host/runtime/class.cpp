@@ -8,9 +8,6 @@ namespace host {
 
 namespace {
 
-// The last record version with the shorter method entries.
-constexpr ZEVAword kDownLevelVersion = 9;
-
 // One method table of a record, in either layout.
 struct MethodTable {
     const char* title;  // for messages
@@ -20,7 +17,7 @@ struct MethodTable {
     bool hasReceiver;
 
     const ZEVAmethodDownLevel& operator[](ZEVAword i) const {
-        if (recordVersion > kDownLevelVersion) return entries[i].entry;
+        if (recordVersion > kDownLevelRecordVersion) return entries[i].entry;
         return reinterpret_cast<const ZEVAmethodDownLevel*>(entries)[i];
     }
 };

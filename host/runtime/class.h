@@ -16,7 +16,7 @@
 
 #include "host/runtime/call.h"
 #include "host/runtime/declaration.h"
-#include "plugin/zeva.h"
+#include "interface/class_definition.h"
 
 namespace host {
 

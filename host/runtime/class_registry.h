@@ -14,12 +14,9 @@
 #include <vector>
 
 #include "host/runtime/class.h"
+#include "interface/record_version.h"
 
 namespace host {
-
-// The record versions that this host reads.
-inline constexpr int kOldestRecordVersion = 9;
-inline constexpr int kNewestRecordVersion = 12;
 
 class ClassRegistry {
   public:

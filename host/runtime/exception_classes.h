@@ -8,7 +8,7 @@
 
 #include <span>
 
-#include "plugin/zeva.h"
+#include "interface/class_definition.h"
 
 namespace host {
 

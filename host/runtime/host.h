@@ -41,13 +41,14 @@
 #include "host/runtime/module.h"
 #include "host/runtime/object.h"
 #include "host/runtime/value.h"
+#include "interface/host_version.h"
 
 namespace host {
 
 class Trace;
 
 struct HostOptions {
-    double version = 2013.03;     // the host version that modules read
+    double version = kNewestHostVersion;  // the host version that modules read
     CallScope callScope;          // opened around each call into a module
     host::Report report;          // receives messages that no caller can receive; default: standard error
     std::filesystem::path trace;  // the file to which each call across the boundary is written; no trace if empty

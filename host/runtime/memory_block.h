@@ -13,6 +13,7 @@
 #include <cstdint>
 
 #include "host/runtime/object.h"
+#include "interface/class_definition.h"
 
 struct ZEVAmemoryBlockStruct {
     ZEVAobjectStruct object;

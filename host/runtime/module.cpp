@@ -26,7 +26,7 @@ void* LoadObjectCode(const std::filesystem::path& file, const std::string& subje
     try {
         const macho::LoadedObject object = macho::LoadObject(file);
         loaded.insert(canonical);
-        const auto entry = object.exports.find("ZEVAPluginMain");
+        const auto entry = object.exports.find(kZEVAentryPoint);
         return entry != object.exports.end() ? entry->second : nullptr;
     } catch (const macho::ObjectError& error) {
         throw HostError(subject, std::string("it cannot be loaded (") + error.what() + ")");
@@ -45,7 +45,7 @@ void* LoadLibrary(const std::filesystem::path& file, const std::string& subject)
         if (reason.starts_with(prefix)) reason.erase(0, prefix.size());
         throw HostError(subject, "it cannot be loaded (" + reason + ")");
     }
-    void* entry = dlsym(handle, "ZEVAPluginMain");
+    void* entry = dlsym(handle, kZEVAentryPoint);
     if (entry == nullptr) dlclose(handle);
     return entry;
 }

@@ -9,7 +9,7 @@
 #include <filesystem>
 #include <vector>
 
-#include "plugin/zeva.h"
+#include "interface/entry_point.h"
 
 namespace host {
 

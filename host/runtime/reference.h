@@ -8,7 +8,7 @@
 
 #include <utility>
 
-#include "plugin/zeva.h"
+#include "interface/handles.h"
 
 namespace host {
 

@@ -1,35 +1,38 @@
-// services.h - what the host lends to modules, found by name.
+// services.h - the services that the host lends to modules, by name.
 //
-// The functions of services.cpp are called by modules, from C. None of them lets a C++ exception out: what goes wrong
-// is reported and answered with null, 0 or nothing. They work for the current Host, since the boundary hands them no
-// context.
+// Modules call the functions of services.cpp from C. None of them lets a C++ exception out: an error is reported,
+// and the service returns null, 0 or nothing. They work on the current Host, because the boundary passes no context.
 //
 // Owns:    a new object, string or MemoryBlock comes with one reference for the caller; everything else is borrowed.
 // Threads: the host's thread.
-// Adding one: its function and its line in the list, both in services.cpp.
+// Adding one: a row in interface/services.def, and its function in services.cpp. Without the function the host does not
+//             compile.
 
 #pragma once
 
 #include <span>
 
-#include "plugin/zeva.h"
+#include "interface/entry_point.h"
+#include "interface/services.h"
 
 namespace host {
 
-// A service: the name by which modules ask for it, and its function.
+// A service as modules find it.
 struct Service {
     const char* name;
+    service::Missing missing;
+    service::Failure failure;
     ZEVAentry entry;
-    ZEVAentry tracedEntry;  // the same, telling the Host's trace
+    ZEVAentry tracedEntry;  // the same function, with each call recorded in the Host's trace
 };
 
-// All services.
-std::span<const Service> Services();
+// All services, in the order of the list.
+[[nodiscard]] std::span<const Service> Services();
 
-// The resolver that modules get; null for a name that is no service, and for null.
-ZEVAentry ResolveService(const char* name);
+// The resolver that modules get. Null for an unknown name, and for null.
+[[nodiscard]] ZEVAentry ResolveService(const char* name);
 
-// The same while there is a trace.
-ZEVAentry ResolveTracedService(const char* name);
+// The resolver that modules get while there is a trace.
+[[nodiscard]] ZEVAentry ResolveTracedService(const char* name);
 
 }  // namespace host

@@ -30,7 +30,9 @@ bool LendBytes(const ZEVAstringStruct& string, ZEVAstringData* data) {
     void* bytes = std::malloc(size + 1);
     if (bytes == nullptr) return false;
     std::memcpy(bytes, string.bytes.c_str(), size + 1);
-    *data = {bytes, {static_cast<ZEVAword>(size), static_cast<ZEVAword>(string.encoding), 0, 0}};
+    *data = {bytes, {}};
+    data->hostWords[kStringDataLength] = static_cast<ZEVAword>(size);
+    data->hostWords[kStringDataEncoding] = static_cast<ZEVAword>(string.encoding);
     return true;
 }
 

@@ -12,6 +12,8 @@
 #include <string_view>
 
 #include "host/runtime/reference.h"
+#include "interface/string_data.h"
+#include "interface/text_encoding.h"
 
 struct ZEVAstringStruct {
     std::int32_t references;
@@ -20,10 +22,6 @@ struct ZEVAstringStruct {
 };
 
 namespace host {
-
-// The platform's text encoding values that this host uses itself. Modules may set any other value.
-inline constexpr std::uint32_t kEncodingUtf8 = 0x08000100;
-inline constexpr std::uint32_t kEncodingAscii = 0x600;
 
 // A new string with these bytes, tagged as UTF-8 by default.
 [[nodiscard]] StringReference NewString(std::string_view bytes, std::uint32_t encoding = kEncodingUtf8);

@@ -18,7 +18,10 @@
 #include <utility>
 
 #include "bridge/host_objects.h"
-#include "plugin/zeva.h"
+#include "interface/class_definition.h"
+#include "interface/entry_point.h"
+#include "interface/host_version.h"
+#include "interface/services.h"
 
 namespace {
 
@@ -26,7 +29,7 @@ constexpr int kCallsPerPool = 1000;
 
 // A minimal host: it stores the class records, and its objects are plain memory.
 std::map<std::string, ZEVAclassDefinition*>* records = nullptr;
-double hostVersion = 2013.03;
+double hostVersion = kNewestHostVersion;
 
 void RegisterClass(ZEVAclassDefinition* record) {
     if (records != nullptr) (*records)[record->record.className] = record;
@@ -45,20 +48,24 @@ void Drop(ZEVAobjectStruct* object) {
     std::free(object);
 }
 
-ZEVAentry Resolve(const char* name) {
-    const auto is = [&](const char* entry) { return std::strcmp(name, entry) == 0; };
-    if (is("PluginRegisterClass")) return reinterpret_cast<ZEVAentry>(RegisterClass);
-    if (is("RegisterPluginVersion")) return reinterpret_cast<ZEVAentry>(RegisterPluginVersion);
-    if (is("ZEVAGetZVVersion")) return reinterpret_cast<ZEVAentry>(GetVersion);
-    if (is("PluginNewInstance")) return reinterpret_cast<ZEVAentry>(NewInstance);
-    return nullptr;
+// Sets the entry to the function when the name is that of the service.
+template <typename Listed>
+void Offer(const char* name, typename Listed::Signature* function, ZEVAentry* entry) {
+    if (std::strcmp(name, Listed::kName) == 0) *entry = reinterpret_cast<ZEVAentry>(function);
 }
 
-using PluginMain = void (*)(ZEVAresolver);
+ZEVAentry Resolve(const char* name) {
+    ZEVAentry entry = nullptr;
+    Offer<service::PluginRegisterClass>(name, RegisterClass, &entry);
+    Offer<service::RegisterPluginVersion>(name, RegisterPluginVersion, &entry);
+    Offer<service::ZEVAGetZVVersion>(name, GetVersion, &entry);
+    Offer<service::PluginNewInstance>(name, NewInstance, &entry);
+    return entry;
+}
 
-PluginMain Module() {
+ZEVAmain* Module() {
     static void* handle = dlopen(ZEVA_FILTERS_MODULE, RTLD_NOW | RTLD_LOCAL);
-    return reinterpret_cast<PluginMain>(dlsym(handle, "ZEVAPluginMain"));
+    return reinterpret_cast<ZEVAmain*>(dlsym(handle, kZEVAentryPoint));
 }
 
 // Returns the method table entry with a declaration. Registers the module's classes on the first call.
@@ -235,7 +242,7 @@ void Register(benchmark::State& state, double version) {
         linked.Restore();
         state.ResumeTiming();
     }
-    hostVersion = 2013.03;
+    hostVersion = kNewestHostVersion;
     records = kept;
 }
 
@@ -254,7 +261,7 @@ BENCHMARK_CAPTURE(DirectSetObject, vector, VectorProperty)->Name("direct/set a v
 BENCHMARK(ModuleGetAttribute)->Name("module/get an attribute");
 BENCHMARK(DirectGetAttribute)->Name("direct/get an attribute");
 // The number of iterations is fixed because the module never frees the tables that it makes for old hosts.
-BENCHMARK_CAPTURE(Register, version12, 2013.03)->Name("register/73 classes, records 12")->Iterations(2000);
+BENCHMARK_CAPTURE(Register, version12, kNewestHostVersion)->Name("register/73 classes, records 12")->Iterations(2000);
 BENCHMARK_CAPTURE(Register, version9, 2011.04)->Name("register/73 classes, records 9")->Iterations(500);
 
 }  // namespace

@@ -1,4 +1,4 @@
-// allocation_test.cpp - what the module does with memory, and without.
+// allocation_test.cpp - the memory that the module allocates, and what it does when there is none.
 
 #include <cstdlib>
 #include <cstring>
@@ -16,13 +16,13 @@ class AllocationTest : public testing::Test {
         host.version = 2011.04;
         probe.Enter();
         register_ = probe.Find<void(ZEVAclassDefinition*)>("ProbeRegister");
-        // Once with nothing counted: the service is found, and the host's own structures have their first elements.
+        // Before anything is counted: finds the service and fills the host's own containers.
         ZEVAclassDefinition first = {};
         first.record.className = first.record.superclassName = "FirstQOR";
         register_(&first);
     }
 
-    // A record with each of its six tables filled.
+    // A record with an entry in each of its six tables.
     ZEVAclassDefinition FullRecord() {
         ZEVAclassDefinition definition = {};
         ZEVAclassDefinitionDownLevel& record = definition.record;
@@ -46,7 +46,7 @@ class AllocationTest : public testing::Test {
     ZEVAtriple triples_[1] = {};
 };
 
-TEST_F(AllocationTest, DownLevelRegistrationKeepsOneBlockPerTableAndFreesTheOneItWorkedIn) {
+TEST_F(AllocationTest, DownLevelRegistrationKeepsOneBlockPerTableAndFreesItsTemporaryBlock) {
     host.faults["PluginRegisterClass"].failingCall = RecordingHost::kAlways;
     ZEVAclassDefinition definition = FullRecord();
     AllocationWatch watch;
@@ -57,7 +57,7 @@ TEST_F(AllocationTest, DownLevelRegistrationKeepsOneBlockPerTableAndFreesTheOneI
 }
 
 TEST_F(AllocationTest, CurrentRegistrationAllocatesNothing) {
-    host.version = 2013.03;
+    host.version = kNewestHostVersion;
     probe.Enter();
     host.faults["PluginRegisterClass"].failingCall = RecordingHost::kAlways;
     ZEVAclassDefinition definition = FullRecord();
@@ -66,7 +66,7 @@ TEST_F(AllocationTest, CurrentRegistrationAllocatesNothing) {
     EXPECT_EQ(watch.Allocations(), 0);
 }
 
-TEST_F(AllocationTest, WithoutMemoryToWorkInTheClassIsLeftAsItIsAndNotRegistered) {
+TEST_F(AllocationTest, WithoutMemoryForTheTemporaryBlockTheClassIsUnchangedAndNotRegistered) {
     ZEVAclassDefinition definition = FullRecord();
     const ZEVAclassDefinition before = definition;
     const std::size_t classes = host.classes.size();
@@ -78,8 +78,8 @@ TEST_F(AllocationTest, WithoutMemoryToWorkInTheClassIsLeftAsItIsAndNotRegistered
     EXPECT_EQ(host.classes.size(), classes);
 }
 
-TEST_F(AllocationTest, TableThatFindsNoMemoryIsNullAndTheClassIsRegistered) {
-    // In the order of conversion, with where the record keeps each.
+TEST_F(AllocationTest, TableWithoutMemoryIsNullAndTheClassIsRegistered) {
+    // The counts of the tables, in the order in which the tables are converted.
     const ZEVAword ZEVAclassDefinitionDownLevel::*const counts[] = {
         &ZEVAclassDefinitionDownLevel::propertyCount,     &ZEVAclassDefinitionDownLevel::methodCount,
         &ZEVAclassDefinitionDownLevel::pairCount,         &ZEVAclassDefinitionDownLevel::tripleCount,
@@ -103,7 +103,7 @@ TEST_F(AllocationTest, TableThatFindsNoMemoryIsNullAndTheClassIsRegistered) {
     }
 }
 
-TEST_F(AllocationTest, StringDataThatTheHostCannotTakeBackIsFreedOnce) {
+TEST_F(AllocationTest, StringDataIsFreedOnceWhenTheHostCannotTakeItBack) {
     host.faults["PluginDisposeStringData"].missingLookups = RecordingHost::kAlways;
     static void* lent;
     lent = std::malloc(16);

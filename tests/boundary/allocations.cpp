@@ -1,4 +1,4 @@
-// allocations.cpp - calloc and free, passed on and counted.
+// allocations.cpp - replaces calloc and free by functions that count and call the originals.
 
 #include "tests/boundary/allocations.h"
 
@@ -7,7 +7,7 @@
 
 namespace {
 
-// A watch is short; what goes beyond is counted and forgotten.
+// How many calls a watch remembers; later ones are only counted.
 constexpr int kRemembered = 1024;
 
 bool open = false;

@@ -1,25 +1,26 @@
 // allocations.h - watches the C library's allocator while a module works, and makes it fail on demand.
 //
-// The test program's own calloc and free stand before the C library's; they pass everything on and count only while a watch is
-// open. Under the address sanitizer, which owns the allocator itself, there is nothing to watch: AllocationsAreWatched says so.
+// The test program defines its own calloc and free, which the dynamic linker finds before those of the C library. They
+// call the originals and count only while a watch is open. The address sanitizer replaces the allocator itself, so
+// nothing can be watched there: AllocationsAreWatched returns false.
 // Threads: the one that opened the watch.
 
 #pragma once
 
 // Whether this build can watch allocations.
-bool AllocationsAreWatched();
+[[nodiscard]] bool AllocationsAreWatched();
 
 class AllocationWatch {
   public:
-    // Opens a watch; the call of calloc with the number, counted from 1, answers null. 0: none.
+    // Opens a watch. The call of calloc with this number, counted from 1, returns null; 0 for none.
     explicit AllocationWatch(int failingCall = 0);
     ~AllocationWatch();
     AllocationWatch(const AllocationWatch&) = delete;
 
-    // How often calloc was called since the watch was opened, and what its call of the number answered.
+    // The number of calloc calls since the watch was opened, and the result of one of them, counted from 1.
     int Allocations() const;
     const void* Allocated(int call) const;
 
-    // How often the address was freed.
+    // The number of times the address was freed.
     int FreesOf(const void* memory) const;
 };

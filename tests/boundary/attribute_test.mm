@@ -1,4 +1,4 @@
-// attribute_test.mm - the attribute companions of the properties.
+// attribute_test.mm - the attribute properties.
 
 #import <CoreImage/CoreImage.h>
 
@@ -12,8 +12,8 @@ class AttributeTest : public BoundaryTest {
   protected:
     AttributeTest() {
         Enter();
-        filter->answer = attributes;
-        attributes->answer = attribute;
+        filter->reply = attributes;
+        attributes->reply = attribute;
         attribute->isDictionary = YES;
     }
 
@@ -54,21 +54,21 @@ TEST_F(AttributeTest, FilterIsAskedForItsAttributesOncePerObject) {
 }
 
 TEST_F(AttributeTest, FilterWithoutAttributesIsAskedAgainAtTheNextRead) {
-    filter->answer = nil;
+    filter->reply = nil;
     EXPECT_EQ(Read(), nullptr);
     EXPECT_EQ(object.fields[1], 0);
-    filter->answer = attributes;
+    filter->reply = attributes;
     EXPECT_NE(Read(), nullptr);
 }
 
-TEST_F(AttributeTest, KeyThatIsNotDescribedReadsAsNull) {
-    attributes->answer = nil;
+TEST_F(AttributeTest, KeyWithoutAttributesReadsAsNull) {
+    attributes->reply = nil;
     EXPECT_EQ(Read(), nullptr);
     EXPECT_TRUE(host.raised.empty());
     EXPECT_EQ(host.LookupsOf("PluginNewInstance"), 0);
 }
 
-TEST_F(AttributeTest, DescriptionThatIsNoDictionaryReadsAsNull) {
+TEST_F(AttributeTest, AttributesThatAreNotADictionaryReadAsNull) {
     attribute->isDictionary = NO;
     EXPECT_EQ(Read(), nullptr);
     EXPECT_EQ(host.LookupsOf("PluginNewInstance"), 0);
@@ -94,7 +94,7 @@ TEST_F(AttributeTest, RefusedInstanceReadsAsNullAndRetainsNothing) {
     EXPECT_EQ(attribute->references, 1u);
 }
 
-TEST_F(AttributeTest, ExceptionGoesThroughUncaughtAndUnlogged) {
+TEST_F(AttributeTest, ExceptionPassesThroughUncaughtAndUnlogged) {
     for (const char* line : {"[filter attributes]", "[attributes objectForKey:inputRadius]"}) {
         host.messageFaults = {{line, Raise::kNSException}};
         host.TakeLog();
@@ -109,7 +109,7 @@ TEST_F(AttributeTest, EveryAttributePropertyDescribesItsOwnKey) {
         ZEVAobjectStruct fresh = MakeFilterObject(nil);
         Getter<void(ZEVAobjectStruct*)>(described.ClassName(), "Constructor")(&fresh);
         NSDictionary* all = [reinterpret_cast<CIFilter*>(fresh.fields[0]) attributes];
-        [all autorelease];  // the cache's, once the first attribute is read
+        [all autorelease];  // owned by the cache once the first attribute is read
         [reinterpret_cast<CIFilter*>(fresh.fields[0]) autorelease];
         for (const CatalogueProperty& property : described.properties) {
             NSDictionary* expected = [all objectForKey:[NSString stringWithUTF8String:property.key.c_str()]];

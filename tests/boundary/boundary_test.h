@@ -1,5 +1,4 @@
-// boundary_test.h - the fixture of the tests that drive the module from outside: a fresh module, entered by a recording
-// host.
+// boundary_test.h - the fixture of the tests that drive the module from outside: a fresh module and a recording host.
 
 #pragma once
 
@@ -18,14 +17,13 @@ using Lines = std::vector<std::string>;
 
 class BoundaryTest : public testing::Test {
   protected:
-    // Enters the module of the 73 classes, once per test, with the host as it is set up by then, and forgets the log of
-    // that.
+    // Calls the entry point of the filter module and clears the log. At most once per test; set the host up before.
     void Enter() {
         module.Enter();
         host.TakeLog();
     }
 
-    // The method entry of a class that begins with the declaration's name; the test fails when there is none.
+    // The method entry of a class with the declaration; throws when there is none.
     const ZEVAmethodDownLevel& Method(const std::string& className, const std::string& declaration) {
         for (const RegisteredClass& registered : host.classes) {
             if (registered.name != className) continue;

@@ -1,4 +1,4 @@
-// catalogue.cpp - reads the catalogue.
+// catalogue.cpp - a second parser of the catalogue, independent of the generator.
 
 #include "tests/boundary/catalogue.h"
 

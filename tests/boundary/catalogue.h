@@ -1,4 +1,4 @@
-// catalogue.h - the module's catalogue as the tests read it, on their own: filters/catalogue.txt.
+// catalogue.h - the module's catalogue (filters/catalogue.txt), as the tests parse it independently.
 
 #pragma once
 
@@ -18,7 +18,7 @@ struct CatalogueFilter {
     std::string ClassName() const { return "CIFilter" + name + "QOR"; }
 
     // The declarations of the class's methods, in order.
-    std::vector<std::string> Declarations() const;
+    [[nodiscard]] std::vector<std::string> Declarations() const;
 };
 
 // The filters in the order of the file.

@@ -1,8 +1,8 @@
-// constructor_test.mm - how filter objects get their filter: with Core Image's own filters, and with recording ones in
-// their place.
+// constructor_test.mm - the constructors, with Core Image's own filters and with recording ones in their place.
 
 #import <CoreImage/CoreImage.h>
 
+#include "interface/text_encoding.h"
 #include "tests/boundary/boundary_test.h"
 #include "tests/boundary/catalogue.h"
 #include "tests/boundary/recording_objects.h"
@@ -36,7 +36,7 @@ TEST_F(ConstructorTest, GivesEveryClassItsFilterWithDefaultsAndOneRetain) {
             EXPECT_TRUE(expected == nil || [[made valueForKey:key] isEqual:expected])
                 << filter.name << " " << [key UTF8String];
         }
-        EXPECT_EQ(fresh.fields[1], 0) << "the attribute cache is not the constructor's";
+        EXPECT_EQ(fresh.fields[1], 0) << "the constructor filled the attribute cache";
         [pool drain];
         EXPECT_EQ([made retainCount], 1u) << filter.name;
         [made release];
@@ -56,7 +56,7 @@ TEST_F(ConstructorTest, SecondCallRaisesAndKeepsTheFilter) {
     EXPECT_EQ(host.raised[0].className, "UnsupportedOperationException");
     EXPECT_EQ(host.raised[0].message, "Constructor called too often. Object is already initialized.");
     EXPECT_EQ(host.raised[0].errorNumber, 0);
-    EXPECT_EQ(host.raised[0].encoding, 0x600u);
+    EXPECT_EQ(host.raised[0].encoding, kEncodingAscii);
 }
 
 RecordingObject* madeByFactory = nil;
@@ -66,12 +66,12 @@ id FilterWithName(id, SEL, NSString* name) {
     return madeByFactory;
 }
 
-// +[CIFilter filterWithName:] as the test wants it, while it lives.
+// Replaces +[CIFilter filterWithName:] during its lifetime by a method that returns the given object.
 class ReplacedFilterFactory : ReplacedMethod {
   public:
-    explicit ReplacedFilterFactory(RecordingObject* answer)
+    explicit ReplacedFilterFactory(RecordingObject* made)
         : ReplacedMethod([CIFilter class], @selector(filterWithName:), reinterpret_cast<IMP>(&FilterWithName)) {
-        madeByFactory = answer;
+        madeByFactory = made;
     }
 };
 
@@ -98,7 +98,7 @@ TEST_F(ConstructorTest, UnknownFilterNameLeavesNoFilterSilentlyAndALaterCallTrie
     EXPECT_TRUE(host.raised.empty());
 }
 
-TEST_F(ConstructorTest, ExceptionFromSetDefaultsGoesThroughUncaughtAndTheFilterIsStored) {
+TEST_F(ConstructorTest, ExceptionFromSetDefaultsPassesThroughAndTheFilterIsStored) {
     RecordingObject* filter = [RecordingObject named:"filter"];
     host.messageFaults["[filter setDefaults]"] = Raise::kNSException;
     ReplacedFilterFactory factory(filter);

@@ -1,10 +1,10 @@
-// conversation.cpp - the routines of the module, told.
+// conversation.cpp - the modeled routines.
 
 #include "tests/boundary/conversation.h"
 
 namespace {
 
-// What Script::Send lets fly, so that the rest of a routine is not told.
+// Thrown by Script::Send to end a modeled routine early.
 struct Raised {
     Raise what;
 };
@@ -15,7 +15,7 @@ void CountMade(Script& script, bool made, int references) {
     if (made) script.expected.madeReferences += references;
 }
 
-// Runs the messages of a routine; an NSException from them is logged, converted and raised in the host.
+// Models the guard: an NSException from the work is logged, converted and raised in the host.
 template <typename Work>
 void Guarded(Script& script, Work work) {
     try {
@@ -52,7 +52,7 @@ void ReadNumber(Script& script) {
     Guarded(script, [&] {
         script.Send("[filter valueForKey:inputRadius]");
         script.Send("[value doubleValue]");
-        script.expected.answers = true;
+        script.expected.returnsValue = true;
     });
 }
 
@@ -73,7 +73,7 @@ void TellReadObject(Script& script, const std::string& key, const std::vector<st
         CountMade(script, true, 1);
         script.Send("[value retain]");
         ++script.expected.valueReferences;
-        script.expected.answers = true;
+        script.expected.returnsValue = true;
     });
 }
 
@@ -103,7 +103,7 @@ void ReadData(Script& script) {
             return TellRaise(script, "OutOfMemoryException", "Failed to allocate a memoryblock with 4 bytes in size.");
         }
         CountMade(script, true, 1);
-        script.expected.answers = script.Call("memoryBlockGetPtr", "MemoryBlock");
+        script.expected.returnsValue = script.Call("memoryBlockGetPtr", "MemoryBlock");
     });
 }
 
@@ -119,7 +119,7 @@ void WriteData(Script& script) {
             if (hasData) script.Send("[NSData alloc]");
             if (hasData) script.Send("[data initWithBytes:length:abcd]");
         } catch (const Raised& raised) {
-            // Whatever unwinds the call gives the block back; a jump does not, and an NSException never does.
+            // An exception that unwinds the call unlocks the block. A longjmp does not, and an NSException never does.
             const bool unwinds = raised.what == Raise::kForeign || (raised.what == Raise::kOtherObject && !kHasFrames);
             if (unwinds) unlock();
             throw;
@@ -141,7 +141,7 @@ void ReadAttribute(Script& script) {
     CountMade(script, true, 1);
     script.Send("[value retain]");
     ++script.expected.valueReferences;
-    script.expected.answers = true;
+    script.expected.returnsValue = true;
 }
 
 void Construct(Script& script) {

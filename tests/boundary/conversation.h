@@ -1,8 +1,8 @@
-// conversation.h - what a call into the module must say, to the host and to Objective-C objects, told a second time.
+// conversation.h - the calls that each bridge routine must make to the host and to Objective-C objects.
 //
-// Every bridge routine, the constructor and the raising of an exception stand here once more as plain functions that only write
-// down who is asked for what, in order, and what comes of it. Whichever service is missing, refuses or comes late, and whichever
-// message raises, the module must come to the same log, the same outcome and the same reference counts.
+// Each bridge routine, the constructor and the raising of an exception are modeled a second time, as plain functions
+// that only record which service or object is called, in order, and the outcome. Whichever service is missing, fails or
+// appears late, and whichever message raises, the module must produce the same log, outcome and reference counts.
 //
 // Adding a routine: a function in conversation.cpp, its row in Scenarios(), and how to call it in conversation_test.mm.
 
@@ -21,28 +21,28 @@ struct Faults {
     std::map<std::string, Raise> messages;  // by log line: "[filter valueForKey:inputRadius]"
 };
 
-// What leaves a call in the end, and what it leaves behind.
+// The outcome of a call.
 struct Expected {
     std::vector<std::string> log;
     Raise thrown = Raise::kNothing;
-    bool answers = false;     // something other than null or 0
-    int valueReferences = 1;  // of the Objective-C value that is read
-    int blockReferences = 1;  // of the MemoryBlock that is written
-    int madeReferences = 0;   // of all objects and blocks that the host made in the call, together
+    bool returnsValue = false;  // the result is not null or 0
+    int valueReferences = 1;    // of the Objective-C value that is read
+    int blockReferences = 1;    // of the MemoryBlock that is written
+    int madeReferences = 0;     // of all objects and blocks that the host made in the call, added up
 };
 
-// A call, told: it writes what it says into the expectation, with the faults at work.
+// Records the calls of a modeled routine into the expectation, under the given faults.
 class Script {
   public:
     explicit Script(const Faults& faults) : faults_(faults) {}
 
-    // A service is asked for by name, once it is needed and until it is found.
+    // Looks a service up, unless it has been found before; false when it is missing.
     bool Has(const std::string& service);
 
-    // A service is asked for and called; false when it is missing or fails.
+    // Looks a service up and calls it; false when it is missing or fails.
     bool Call(const std::string& service, const std::string& arguments);
 
-    // A message is sent; it raises where the faults say so.
+    // Sends a message. Throws when the faults make it raise.
     void Send(const std::string& line);
 
     Expected expected;
@@ -54,14 +54,14 @@ class Script {
     std::map<std::string, int> calls_;
 };
 
-// One way to call into the module.
+// A way to call into the module.
 struct Scenario {
     const char* name;
     void (*tell)(Script& script);
 };
 
-// All of them.
+// All scenarios.
 const std::vector<Scenario>& Scenarios();
 
-// The expectation of a scenario under the faults.
+// The expected outcome of a scenario under the faults.
 Expected Expect(const Scenario& scenario, const Faults& faults);

@@ -1,4 +1,4 @@
-// conversation_test.mm - holds every call into the module against its told conversation, under every fault alone and in pairs.
+// conversation_test.mm - compares every call into the module with its model, under each fault and each pair of faults.
 
 #include "tests/boundary/conversation.h"
 
@@ -13,7 +13,7 @@
 namespace {
 
 RecordingObject* value = nil;  // what is read, written or made
-RecordingObject* data = nil;   // what +[NSData alloc] answers
+RecordingObject* data = nil;   // what +[NSData alloc] returns
 
 id NumberWithFloat(id, SEL, float number) {
     Say([[NSString stringWithFormat:@"[NSNumber numberWithFloat:%g]", number] UTF8String]);
@@ -35,14 +35,14 @@ id FilterWithName(id, SEL, NSString* name) {
     return value;
 }
 
-// What a call needs at hand.
+// The objects that a call needs.
 struct Stage {
     ZEVAobjectStruct* self;
     ZEVAobjectStruct* wrapper;     // a host value object around the value
     ZEVAmemoryBlockStruct* block;  // a MemoryBlock that holds "abcd"
 };
 
-// Calls a method as its scenario has it; whether it answers something other than null or 0.
+// Calls a method as its scenario does; whether the result is not null or 0.
 using Caller = bool (*)(const ZEVAmethodDownLevel& method, const Stage& stage);
 
 bool ReadDouble(const ZEVAmethodDownLevel& method, const Stage& stage) {
@@ -88,7 +88,7 @@ bool ConstructAgain(const ZEVAmethodDownLevel& method, const Stage& stage) {
     return false;
 }
 
-// The method that each scenario is about, and how to call it.
+// The method of each scenario, and how to call it.
 struct Target {
     std::string scenario;
     const char* filterClass;
@@ -125,7 +125,7 @@ const Target& TargetOf(const Scenario& scenario) {
                          [&](const Target& target) { return target.scenario == scenario.name; });
 }
 
-// A scenario played in a fresh module with a fresh host and fresh objects.
+// A scenario in a fresh module with a fresh host and fresh objects.
 class Performance : public BoundaryTest {
   public:
     Performance(const Target& target, const Faults& faults) : target_(target) {
@@ -137,9 +137,9 @@ class Performance : public BoundaryTest {
         data = [RecordingObject named:"data"];
         RecordingObject* attributes = [RecordingObject named:"attributes"];
         RecordingObject* filter = [RecordingObject named:"filter"];
-        attributes->answer = value;
+        attributes->reply = value;
         const bool readsAttribute = std::strncmp(target.declaration, "Attribute", 9) == 0;
-        filter->answer = readsAttribute ? attributes : value;
+        filter->reply = readsAttribute ? attributes : value;
         self_ = MakeFilterObject(filter);
         stage_ = {&self_, host.NewObject("CIImageQOR"), host.NewBlock(4)};
         stage_.wrapper->fields[0] = reinterpret_cast<ZEVAword>(value);
@@ -150,13 +150,13 @@ class Performance : public BoundaryTest {
         Enter();
     }
 
-    // Calls once, and tells what really came of it.
+    // Calls once and returns the actual outcome.
     Expected Call() {
         Expected actual;
         const ZEVAmethodDownLevel& method = Method(target_.filterClass, target_.declaration);
         const std::size_t objects = host.objects.size(), blocks = host.blocks.size();
         id thrown = ThrownBy([&] {
-            const bool foreign = ThrowsForeign([&] { actual.answers = target_.call(method, stage_); });
+            const bool foreign = ThrowsForeign([&] { actual.returnsValue = target_.call(method, stage_); });
             if (foreign) actual.thrown = Raise::kForeign;
         });
         if (thrown == TheException()) actual.thrown = Raise::kNSException;
@@ -194,7 +194,7 @@ class Performance : public BoundaryTest {
     };
 };
 
-// One fault, and how a failing test names it.
+// A fault, and its name in failure messages.
 struct NamedFault {
     std::string name;
     std::string place;  // the service or the message
@@ -208,7 +208,7 @@ Faults Together(const Faults& one, const Faults& other) {
     return both;
 }
 
-// Every fault of the place that a log line shows, if it shows one.
+// Adds every fault of the service or message that a log line names.
 void AddFaultsAt(const std::string& line, std::map<std::string, NamedFault>& known) {
     constexpr int kAlways = RecordingHost::kAlways;
     const auto add = [&](const std::string& place, const char* how, const Faults& faults) {
@@ -230,7 +230,7 @@ void AddFaultsAt(const std::string& line, std::map<std::string, NamedFault>& kno
     }
 }
 
-// All faults that the scenario can meet, those that show only once another is at work included.
+// All faults that the scenario can meet, including those that another fault leads to.
 std::vector<NamedFault> FaultsOf(const Scenario& scenario) {
     std::map<std::string, NamedFault> known;
     std::size_t before = 0;
@@ -249,7 +249,7 @@ std::vector<NamedFault> FaultsOf(const Scenario& scenario) {
 
 class ConversationTest : public testing::TestWithParam<Scenario> {
   protected:
-    // Plays the scenario with the faults and compares it with what is told; then without them on the same object.
+    // Runs the scenario under the faults and compares it with its model; then again without them on the same object.
     void Check(const Faults& faults, const std::string& name) {
         NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
         Performance performance(TargetOf(GetParam()), faults);
@@ -257,25 +257,25 @@ class ConversationTest : public testing::TestWithParam<Scenario> {
         const Expected actual = performance.Call();
         EXPECT_EQ(actual.log, expected.log) << name;
         EXPECT_EQ(actual.thrown, expected.thrown) << name;
-        EXPECT_EQ(actual.answers, expected.answers) << name;
+        EXPECT_EQ(actual.returnsValue, expected.returnsValue) << name;
         EXPECT_EQ(actual.valueReferences, expected.valueReferences) << name;
         EXPECT_EQ(actual.blockReferences, expected.blockReferences) << name;
         EXPECT_EQ(actual.madeReferences, expected.madeReferences) << name;
         performance.EndFaults();
         const Expected again = performance.Call();
-        EXPECT_EQ(again.answers, Expect(GetParam(), {}).answers) << "afterwards: " << name;
+        EXPECT_EQ(again.returnsValue, Expect(GetParam(), {}).returnsValue) << "afterwards: " << name;
         EXPECT_EQ(again.thrown, Raise::kNothing) << "afterwards: " << name;
         [pool drain];
     }
 };
 
-TEST_P(ConversationTest, IsAsToldWithoutFaults) { Check({}, "no fault"); }
+TEST_P(ConversationTest, MatchesTheModelWithoutFaults) { Check({}, "no fault"); }
 
-TEST_P(ConversationTest, IsAsToldUnderEachFault) {
+TEST_P(ConversationTest, MatchesTheModelUnderEachFault) {
     for (const NamedFault& fault : FaultsOf(GetParam())) Check(fault.faults, fault.name);
 }
 
-TEST_P(ConversationTest, IsAsToldUnderEachPairOfFaults) {
+TEST_P(ConversationTest, MatchesTheModelUnderEachPairOfFaults) {
     const std::vector<NamedFault> faults = FaultsOf(GetParam());
     for (std::size_t i = 0; i < faults.size(); ++i) {
         for (std::size_t k = i + 1; k < faults.size(); ++k) {

@@ -1,4 +1,4 @@
-// data_test.mm - raw bytes between a filter and the host.
+// data_test.mm - the data bridge.
 
 #include <cstring>
 #include <limits>
@@ -14,7 +14,7 @@ class DataTest : public BoundaryTest {
         Enter();
         data->dataBytes = "abcd";
         data->dataLength = 4;
-        filter->answer = data;
+        filter->reply = data;
     }
 
     ZEVAmemoryBlockStruct* Read() {
@@ -61,13 +61,13 @@ TEST_F(DataTest, OneByteGoesBothWays) {
     EXPECT_EQ(host.TakeLog().back(), "[filter setValue:forKey:<7a>, inputCubeData]");
 }
 
-TEST_F(DataTest, EmptyMissingOrUnreachableDataReadsAsNullInSilence) {
+TEST_F(DataTest, EmptyMissingOrUnreachableDataReadsAsNullWithoutReport) {
     data->dataLength = 0;
     EXPECT_EQ(Read(), nullptr);
     data->dataLength = 4;
     data->dataBytes = nullptr;
     EXPECT_EQ(Read(), nullptr);
-    filter->answer = nil;
+    filter->reply = nil;
     EXPECT_EQ(Read(), nullptr);
     object = MakeFilterObject(nil);
     EXPECT_EQ(Read(), nullptr);
@@ -126,7 +126,7 @@ TEST_F(DataTest, MissingPointerEntryDropsTheBlockInSilence) {
 }
 
 TEST_F(DataTest, ValueThatIsNoDataRaisesOnceAndReadsAsNull) {
-    filter->answer = [[[NSObject alloc] init] autorelease];
+    filter->reply = [[[NSObject alloc] init] autorelease];
     EXPECT_EQ(Read(), nullptr);
     EXPECT_EQ(host.raised.size(), 1u);
 }

@@ -1,4 +1,4 @@
-// foreign_exception.cpp - the exception itself.
+// foreign_exception.cpp - throws and catches a C++ exception of its own type.
 
 #include "tests/boundary/foreign_exception.h"
 

@@ -1,11 +1,12 @@
-// foreign_exception.h - a C++ exception that crosses Objective-C frames, thrown and caught in a file where C++ can.
+// foreign_exception.h - a C++ exception that crosses Objective-C frames. It is thrown and caught in a C++ file, because
+// Objective-C++ files cannot catch C++ exceptions with this runtime.
 
 #pragma once
 
-// Throws the exception that ThrowsForeign looks for.
+// Throws the exception that ThrowsForeign catches.
 [[noreturn]] void ThrowForeign();
 
-// Whether work(context) let it out.
+// Whether work(context) throws the exception of ThrowForeign.
 bool ThrowsForeign(void (*work)(void* context), void* context);
 
 template <typename Work>

@@ -1,4 +1,4 @@
-// guard_test.mm - what becomes of an exception that a filter raises, seen through the accessors of the loaded module.
+// guard_test.mm - the exceptions that a filter raises, seen through the accessors of the loaded module.
 
 #include "tests/boundary/boundary_test.h"
 #include "tests/boundary/recording_objects.h"
@@ -32,7 +32,7 @@ class GuardTest : public BoundaryTest {
     CapturedLog captured;
 };
 
-TEST_F(GuardTest, LogsConvertsRaisesAndUnlocksInThisOrderAndAnswersZero) {
+TEST_F(GuardTest, LogsConvertsRaisesAndUnlocksInThisOrderAndReturnsZero) {
     EXPECT_EQ(ReadRadius(), 0.0);
     EXPECT_EQ(host.TakeLog(),
               (Lines{"[filter valueForKey:inputRadius]", "NSLog A SomeException: a reason, Info: {k = v; }",
@@ -42,7 +42,7 @@ TEST_F(GuardTest, LogsConvertsRaisesAndUnlocksInThisOrderAndAnswersZero) {
     EXPECT_EQ(host.objects[0]->references, 0);
 }
 
-TEST_F(GuardTest, ObjectGettersAnswerNullForAnException) {
+TEST_F(GuardTest, ObjectGettersReturnNullForAnException) {
     EXPECT_EQ(ReadImage(), nullptr);
     EXPECT_EQ(host.raised.size(), 1u);
     EXPECT_EQ(host.CallsOf("PluginNewInstance"), 0);
@@ -54,8 +54,8 @@ TEST_F(GuardTest, ExceptionsThatFoundationRaisesAreCaught) {
     EXPECT_EQ(host.raised.size(), 1u);
 }
 
-TEST_F(GuardTest, ConversionThatAnswersNullLeavesTheLogLineOnly) {
-    conversion = Conversion::kAnswersNull;
+TEST_F(GuardTest, ConversionThatReturnsNullLeavesOnlyTheLogLine) {
+    conversion = Conversion::kReturnsNull;
     EXPECT_EQ(ReadRadius(), 0.0);
     EXPECT_EQ(host.TakeLog(),
               (Lines{"[filter valueForKey:inputRadius]", "NSLog A SomeException: a reason, Info: {k = v; }",
@@ -83,27 +83,27 @@ TEST_F(GuardTest, MissingUnlockEntryIsSkippedAfterTheRaise) {
     EXPECT_EQ(host.objects[0]->references, 1);
 }
 
-TEST_F(GuardTest, ObjectThatIsNoNSExceptionReachesTheEnclosingHandlerUnchangedAndNothingIsLogged) {
+TEST_F(GuardTest, OtherObjectReachesTheEnclosingHandlerUnchangedAndNothingIsLogged) {
     RaiseOnReading(Raise::kOtherObject);
     EXPECT_EQ(ThrownBy([&] { ReadRadius(); }), TheOtherObject());
     EXPECT_EQ(host.TakeLog(), Lines{"[filter valueForKey:inputRadius]"});
     EXPECT_TRUE(host.raised.empty());
 }
 
-TEST_F(GuardTest, ForeignExceptionGoesThroughAndNothingIsLogged) {
+TEST_F(GuardTest, ForeignExceptionPassesThroughAndNothingIsLogged) {
     RaiseOnReading(Raise::kForeign);
     EXPECT_TRUE(ThrowsForeign([&] { ReadRadius(); }));
     EXPECT_EQ(host.TakeLog(), Lines{"[filter valueForKey:inputRadius]"});
 }
 
-TEST_F(GuardTest, FrameChainIsAsBeforeWhicheverWayTheCallEnds) {
+TEST_F(GuardTest, FrameChainIsRestoredHoweverTheCallEnds) {
     RecordingObject* answering = [RecordingObject named:"answering"];
     ZEVAobjectStruct withValue = MakeFilterObject(answering), withoutFilter = MakeFilterObject(nil);
     auto* read = Getter<double(ZEVAobjectStruct*)>("CIFilterGaussianBlurQOR", "inputRadius as double");
     auto* write = Setter<void(ZEVAobjectStruct*, double)>("CIFilterGaussianBlurQOR", "inputRadius as double");
     EXPECT_EQ(ThrownBy([&] { read(&withoutFilter); }), nil);
     EXPECT_EQ(ThrownBy([&] { read(&withValue); }), nil);  // a nil reply
-    answering->answer = [NSNumber numberWithDouble:2.5];
+    answering->reply = [NSNumber numberWithDouble:2.5];
     EXPECT_EQ(ThrownBy([&] { EXPECT_EQ(read(&withValue), 2.5); }), nil);
     EXPECT_EQ(ThrownBy([&] { write(&withoutFilter, 1); }), nil);
     EXPECT_EQ(ThrownBy([&] { write(&withValue, 1); }), nil);
@@ -115,7 +115,7 @@ TEST_F(GuardTest, FrameChainIsAsBeforeWhicheverWayTheCallEnds) {
 TEST_F(GuardTest, ObjectStaysUsableAfterAnException) {
     EXPECT_EQ(ReadRadius(), 0.0);
     host.messageFaults.clear();
-    filter->answer = [NSNumber numberWithDouble:7];
+    filter->reply = [NSNumber numberWithDouble:7];
     EXPECT_EQ(ReadRadius(), 7.0);
     EXPECT_EQ(host.raised.size(), 1u);
 }

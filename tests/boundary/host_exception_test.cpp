@@ -1,4 +1,4 @@
-// host_exception_test.cpp - raising in the host, and the holder of host references.
+// host_exception_test.cpp - RaiseException, and the holder of host references.
 
 #include "plugin/zvdata.h"
 #include "tests/boundary/boundary_test.h"
@@ -16,7 +16,7 @@ class ProbeTest : public testing::Test {
         probe.Find<void(const char*, const char*, unsigned long)>("ProbeRaise")(exceptionClass, message, errorNumber);
     }
 
-    // Runs the function on a new holder, which is then destroyed; answers the log of the destruction.
+    // Runs the function on a new holder, destroys the holder and returns the log.
     Lines DestroyAfter(void (*use)(zvData&)) {
         probe.Find<void(void (*)(zvData&))>("ProbeHolder")(use);
         return host.TakeLog();
@@ -42,7 +42,7 @@ TEST_F(ProbeTest, RaisesWithMessageEncodingAndErrorNumberInThisOrder) {
     EXPECT_EQ(host.strings[0]->encoding, 0x600u);
 }
 
-TEST_F(ProbeTest, SecondRaiseLooksNothingUpAgain) {
+TEST_F(ProbeTest, SecondRaiseLooksUpNothing) {
     Raise("RuntimeException", "one");
     host.TakeLog();
     Raise("RuntimeException", "two");
@@ -79,7 +79,7 @@ TEST_F(ProbeTest, StringThatCannotBeBuiltRaisesWithNullMessage) {
     EXPECT_EQ(host.CallsOf("ZEVAUnlockString"), 0);
 }
 
-TEST_F(ProbeTest, WithNoInstanceNothingIsRaisedAndTheMessageStringIsReleased) {
+TEST_F(ProbeTest, WithoutAnInstanceNothingIsRaisedAndTheMessageStringIsReleased) {
     host.unknownClasses = {"NoSuchException", "RuntimeException"};
     Raise("NoSuchException", "text");
     EXPECT_TRUE(host.raised.empty());
@@ -100,7 +100,7 @@ TEST_F(ProbeTest, WithoutAnyServiceNothingHappens) {
               (Lines{"resolve ZEVABuildString", "resolve PluginNewInstance", "resolve PluginNewInstance"}));
 }
 
-TEST_F(ProbeTest, EachStepOfARaiseIsSkippedWhereItsServiceIsMissing) {
+TEST_F(ProbeTest, EachStepOfARaiseIsSkippedWhenItsServiceIsMissing) {
     for (const char* name : {"ZEVASetStringEncoding", "ZEVASetPropValueString", "ZEVASetPropValueInt",
                              "RuntimeRaiseException", "ZEVAUnlockObject", "ZEVAUnlockString"}) {
         RecordingHost lacking;
@@ -116,7 +116,7 @@ TEST_F(ProbeTest, EachStepOfARaiseIsSkippedWhereItsServiceIsMissing) {
     }
 }
 
-TEST_F(ProbeTest, NewHolderIsEmptyWhateverTheMemoryHeldBefore) {
+TEST_F(ProbeTest, NewHolderIsEmptyWhateverItsMemoryHeldBefore) {
     DestroyAfter([](zvData& holder) {
         EXPECT_EQ(holder.stringRef, nullptr);
         EXPECT_EQ(holder.objectRef, nullptr);
@@ -145,9 +145,9 @@ TEST_F(ProbeTest, HolderGivesBackStringThenObjectThenStringData) {
     EXPECT_EQ(host.objects[0]->references, 0);
 }
 
-TEST_F(ProbeTest, StringDataIsFreedWhereTheHostCannotTakeItBack) {
+TEST_F(ProbeTest, StringDataIsFreedWhenTheHostCannotTakeItBack) {
     host.faults["PluginDisposeStringData"].missingLookups = RecordingHost::kAlways;
-    // A leak or a double free here is what the address sanitizer's run of this test looks for.
+    // The address sanitizer finds a leak or a double free here.
     const Lines log = DestroyAfter([](zvData& holder) {
         holder.stringData = {.bytes = std::malloc(16), .hostWords = {}};
         holder.hasStringData = true;

@@ -1,4 +1,4 @@
-// keys_test.mm - every accessor of the module passes its own key on, as a constant that all classes share.
+// keys_test.mm - every accessor passes its own key to the filter, as a constant that all classes share.
 
 #include <map>
 #include <set>
@@ -10,7 +10,7 @@
 
 namespace {
 
-// A filter that knows only which key it was asked for last.
+// The key that KeyKeeper was asked for last.
 id lastKey = nil;
 
 }  // namespace

@@ -1,4 +1,4 @@
-// loaded_module.cpp - loads a module, and remembers its data as they were then.
+// loaded_module.cpp - loads a module and saves its initial data.
 
 #include "tests/boundary/loaded_module.h"
 
@@ -18,19 +18,19 @@
 
 namespace {
 
-// The bytes of one section of a loaded module, as they were after loading.
+// A section of a loaded module, and its initial bytes.
 struct Section {
     unsigned char* address;
     std::vector<unsigned char> bytes;
 };
 
-// Copies byte by byte, out of the address sanitizer's sight: between variables lie places that it watches.
+// Copies byte by byte without the address sanitizer's checks: the sections contain its red zones.
 __attribute__((no_sanitize("address"))) void CopyUnwatched(unsigned char* to, const unsigned char* from,
                                                            std::size_t size) {
     for (auto* end = from + size; from != end; ++from, ++to) *const_cast<volatile unsigned char*>(to) = *from;
 }
 
-// The module's own variables. Named sections, so that what a tool adds (counters of a coverage build, say) stays.
+// The module's own variables. Only named sections, so that a tool's data (coverage counters) is left alone.
 std::vector<Section> DataOf(const std::string& path, void* handle) {
     std::ifstream stream(path, std::ios::binary);
     const std::vector<char> file{std::istreambuf_iterator<char>(stream), {}};
@@ -89,6 +89,6 @@ LoadedModule::LoadedModule(const std::string& path) {
     }
 }
 
-void LoadedModule::Enter() const { Find<void(ZEVAresolver)>("ZEVAPluginMain")(&RecordingHost::Resolve); }
+void LoadedModule::Enter() const { Find<ZEVAmain>(kZEVAentryPoint)(&RecordingHost::Resolve); }
 
 void* LoadedModule::FindAddress(const char* name) const { return loaded_->find(name); }

@@ -1,4 +1,6 @@
-// negotiation_test.cpp - what module and host settle when the module is entered.
+// negotiation_test.cpp - record versions and registration for hosts of all versions.
+//
+// The versions are written out here on purpose: this is the test of interface/host_version.h.
 
 #include <cmath>
 #include <limits>
@@ -68,14 +70,14 @@ TEST_F(BoundaryTest, AsksForVersionThenAnnouncesThenRegistersInThisOrder) {
     EXPECT_EQ(log.size(), 5 + CatalogueCount("classes"));
 }
 
-TEST_F(BoundaryTest, MissingRegistrationEntryIsAskedForAgainForEveryClassAndNothingElseHappens) {
+TEST_F(BoundaryTest, MissingRegistrationServiceIsLookedUpForEveryClassAndNothingElseHappens) {
     host.faults["PluginRegisterClass"].missingLookups = RecordingHost::kAlways;
     module.Enter();
     EXPECT_EQ(host.LookupsOf("PluginRegisterClass"), static_cast<int>(CatalogueCount("classes")));
     EXPECT_TRUE(host.classes.empty());
 }
 
-TEST_F(BoundaryTest, RegistrationEntryThatAppearsLateServesTheRemainingClasses) {
+TEST_F(BoundaryTest, RegistrationServiceThatAppearsLateRegistersTheRemainingClasses) {
     host.faults["PluginRegisterClass"].missingLookups = 1;
     module.Enter();
     EXPECT_EQ(host.LookupsOf("PluginRegisterClass"), 2);

@@ -1,4 +1,4 @@
-// nil_key_test.mm - the routines of the value bridge without a key: nothing is asked, nothing is raised.
+// nil_key_test.mm - the value bridge without a key: it calls nothing and raises nothing.
 
 #include "tests/boundary/boundary_test.h"
 #include "tests/boundary/recording_objects.h"
@@ -13,7 +13,7 @@ class NilKeyTest : public testing::Test {
         wrapper->fields[0] = reinterpret_cast<ZEVAword>(@"wrapped");
     }
 
-    // Calls a getter of the bridge and a setter with the value, both without a key.
+    // Calls a getter, and a setter with the value, both without a key.
     template <typename Value>
     void Check(const std::string& type, Value value) {
         EXPECT_EQ(probe.Find<Value(ZEVAobjectStruct*, NSString*)>(("ProbeGet" + type).c_str())(&object, nil), Value{});
@@ -39,7 +39,7 @@ TEST_F(NilKeyTest, ColorSpaceReadsAsNullAndIsNeitherWrittenNorCleared) {
     Check("CGColorSpace", static_cast<ZEVAobjectStruct*>(nullptr));
 }
 
-TEST_F(NilKeyTest, DataReadAsNullAndTheBlockIsNotEvenLocked) {
+TEST_F(NilKeyTest, DataReadsAsNullAndTheBlockIsNotLocked) {
     ZEVAmemoryBlockStruct* block = host.NewBlock(4);
     Check("NSData", block);
     EXPECT_EQ(block->object.references, 1);

@@ -1,4 +1,4 @@
-// number_test.mm - numbers between a filter and the host.
+// number_test.mm - the number bridge.
 
 #include <cmath>
 #include <limits>
@@ -29,7 +29,7 @@ class NumberTest : public BoundaryTest {
 TEST_F(NumberTest, GetterSendsValueForKeyThenDoubleValueAndReachesNoHostEntry) {
     RecordingObject* value = [RecordingObject named:"value"];
     value->number = 0.1;
-    filter->answer = value;
+    filter->reply = value;
     EXPECT_EQ(Read(), 0.1);
     EXPECT_EQ(host.TakeLog(), (Lines{"[filter valueForKey:inputRadius]", "[value doubleValue]"}));
     EXPECT_EQ(value->references, 1u);
@@ -81,7 +81,7 @@ INSTANTIATE_TEST_SUITE_P(
 // clang-format on
 
 TEST_F(NumberTest, GetterKeepsTheFullDoubleThatTheFilterHolds) {
-    filter->answer = [NSNumber numberWithDouble:0.1];
+    filter->reply = [NSNumber numberWithDouble:0.1];
     EXPECT_EQ(Read(), 0.1);
 }
 
@@ -97,16 +97,16 @@ TEST_F(NumberTest, ObjectWithoutFilterReadsAsZeroAndIgnoresWrites) {
     EXPECT_EQ(host.TakeLog(), Lines{});
 }
 
-TEST_F(NumberTest, ValueThatIsNoNumberRaisesOnceAndReadsAsZero) {
-    filter->answer = [[[NSObject alloc] init] autorelease];
+TEST_F(NumberTest, ValueThatIsNotANumberRaisesOnceAndReadsAsZero) {
+    filter->reply = [[[NSObject alloc] init] autorelease];
     EXPECT_EQ(Read(), 0.0);
     EXPECT_EQ(host.raised.size(), 1u);
 }
 
-id NoNumber(id, SEL, float) { return nil; }
+id NilNumber(id, SEL, float) { return nil; }
 
 TEST_F(NumberTest, NumberThatCannotBeMadeIsNotWritten) {
-    ReplacedMethod numberWithFloat([NSNumber class], @selector(numberWithFloat:), reinterpret_cast<IMP>(&NoNumber));
+    ReplacedMethod numberWithFloat([NSNumber class], @selector(numberWithFloat:), reinterpret_cast<IMP>(&NilNumber));
     Write(1);
     EXPECT_EQ(host.TakeLog(), Lines{});
 }

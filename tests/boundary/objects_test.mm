@@ -1,4 +1,4 @@
-// objects_test.mm - images, colors, vectors, transforms and color spaces between a filter and the host.
+// objects_test.mm - the object bridges: images, colors, vectors, transforms and color spaces.
 
 #include "tests/boundary/boundary_test.h"
 #include "tests/boundary/recording_objects.h"
@@ -36,7 +36,7 @@ class ObjectsTest : public BoundaryTest {
         return std::string(property.key) + " as " + property.typeWord;
     }
 
-    // A host value object of the test's own around the Objective-C object.
+    // A host value object that wraps the Objective-C object.
     ZEVAobjectStruct* Wrapping(const Property& property, id wrapped) {
         ZEVAobjectStruct* wrapper = host.NewObject(property.typeWord);
         wrapper->fields[0] = reinterpret_cast<ZEVAword>(wrapped);
@@ -52,7 +52,7 @@ class ObjectsTest : public BoundaryTest {
 class PlainObjectsTest : public ObjectsTest, public testing::WithParamInterface<Property> {};
 
 TEST_P(PlainObjectsTest, GetterReadsThenCreatesThenRetainsInThisOrder) {
-    filter->answer = value;
+    filter->reply = value;
     ZEVAobjectStruct* read = Read(GetParam());
     ASSERT_NE(read, nullptr);
     EXPECT_EQ(host.TakeLog(),
@@ -64,7 +64,7 @@ TEST_P(PlainObjectsTest, GetterReadsThenCreatesThenRetainsInThisOrder) {
 }
 
 TEST_P(PlainObjectsTest, TwoReadsGiveTwoObjectsWithARetainEach) {
-    filter->answer = value;
+    filter->reply = value;
     EXPECT_NE(Read(GetParam()), Read(GetParam()));
     EXPECT_EQ(value->references, 3u);
     EXPECT_EQ(host.LookupsOf("PluginNewInstance"), 1);
@@ -76,9 +76,9 @@ TEST_P(PlainObjectsTest, NilReplyReadsAsNullAndCreatesNothing) {
     EXPECT_TRUE(host.raised.empty());
 }
 
-TEST_P(PlainObjectsTest, WithoutInstanceCreationTheReadIsNullAndTheServiceIsAskedForAgainNextTime) {
+TEST_P(PlainObjectsTest, WithoutInstanceCreationTheReadIsNullAndTheNextReadLooksAgain) {
     host.faults["PluginNewInstance"].missingLookups = 1;
-    filter->answer = value;
+    filter->reply = value;
     EXPECT_EQ(Read(GetParam()), nullptr);
     EXPECT_EQ(host.LookupsOf("PluginNewInstance"), 1);
     EXPECT_EQ(value->references, 1u);
@@ -88,7 +88,7 @@ TEST_P(PlainObjectsTest, WithoutInstanceCreationTheReadIsNullAndTheServiceIsAske
 
 TEST_P(PlainObjectsTest, UnknownValueClassReadsAsNullAndRetainsNothing) {
     host.unknownClasses = {GetParam().typeWord};
-    filter->answer = value;
+    filter->reply = value;
     EXPECT_EQ(Read(GetParam()), nullptr);
     EXPECT_EQ(value->references, 1u);
     EXPECT_TRUE(host.raised.empty());
@@ -124,7 +124,7 @@ TEST_F(ObjectsTest, ImageGetterClearsTheCGImageWhateverTheConstructorLeft) {
         made->fields[1] = 0x1234;
         dirty = true;
     };
-    filter->answer = value;
+    filter->reply = value;
     ZEVAobjectStruct* image = Read(kImage);
     EXPECT_TRUE(dirty);
     EXPECT_EQ(image->fields[1], 0);
@@ -132,7 +132,7 @@ TEST_F(ObjectsTest, ImageGetterClearsTheCGImageWhateverTheConstructorLeft) {
 
 TEST_F(ObjectsTest, OtherGettersTouchTheFirstFieldOnly) {
     host.onNewObject = [](ZEVAobjectStruct* made) { made->fields[1] = made->fields[2] = 0x1234; };
-    filter->answer = value;
+    filter->reply = value;
     for (const Property& property : kPlain) {
         if (property.typeWord == kImage.typeWord) continue;
         ZEVAobjectStruct* read = Read(property);
@@ -152,11 +152,11 @@ TEST_F(ObjectsTest, SettersTakeTheFirstFieldOfWhateverObjectTheHostPasses) {
 }
 
 TEST_F(ObjectsTest, GettersWrapWhateverTheFilterHolds) {
-    filter->answer = @"no image, no color, no vector";
+    filter->reply = @"no image, no color, no vector";
     for (const Property& property : kPlain) {
         ZEVAobjectStruct* read = Read(property);
         EXPECT_STREQ(read->className, property.typeWord);
-        EXPECT_EQ(reinterpret_cast<id>(read->fields[0]), filter->answer);
+        EXPECT_EQ(reinterpret_cast<id>(read->fields[0]), filter->reply);
     }
 }
 
@@ -167,7 +167,7 @@ TEST_F(ObjectsTest, OutputImageHasASetterThatReachesTheFilterLikeAnyOther) {
 }
 
 TEST_F(ObjectsTest, ColorSpaceGetterReadsThenCreatesThenRetains) {
-    filter->answer = value;
+    filter->reply = value;
     ZEVAobjectStruct* read = Read(kColorSpace);
     ASSERT_NE(read, nullptr);
     EXPECT_EQ(host.TakeLog(), (Lines{"[filter valueForKey:inputColorSpace]", "resolve PluginNewInstance",
@@ -178,7 +178,7 @@ TEST_F(ObjectsTest, ColorSpaceGetterReadsThenCreatesThenRetains) {
 
 TEST_F(ObjectsTest, ColorSpaceFallsBackToTheGenericWrapper) {
     host.unknownClasses = {"CGColorSpaceQOR"};
-    filter->answer = value;
+    filter->reply = value;
     ZEVAobjectStruct* read = Read(kColorSpace);
     ASSERT_NE(read, nullptr);
     EXPECT_STREQ(read->className, "CFObjectQOR");
@@ -188,7 +188,7 @@ TEST_F(ObjectsTest, ColorSpaceFallsBackToTheGenericWrapper) {
 
 TEST_F(ObjectsTest, ColorSpaceWithNeitherWrapperReadsAsNull) {
     host.unknownClasses = {"CGColorSpaceQOR", "CFObjectQOR"};
-    filter->answer = value;
+    filter->reply = value;
     EXPECT_EQ(Read(kColorSpace), nullptr);
     EXPECT_EQ(host.CallsOf("PluginNewInstance"), 2);
     EXPECT_EQ(value->references, 1u);
@@ -196,14 +196,14 @@ TEST_F(ObjectsTest, ColorSpaceWithNeitherWrapperReadsAsNull) {
 
 TEST_F(ObjectsTest, ColorSpaceGetterAsksForInstanceCreationOnceWhereItIsMissing) {
     host.faults["PluginNewInstance"].missingLookups = 1;
-    filter->answer = value;
+    filter->reply = value;
     EXPECT_EQ(Read(kColorSpace), nullptr);
     EXPECT_EQ(host.LookupsOf("PluginNewInstance"), 1);
 }
 
 TEST_F(ObjectsTest, ColorSpaceWrapperWithoutItsTagIsDroppedUnreleased) {
     host.setsCoreFoundationTag = false;
-    filter->answer = value;
+    filter->reply = value;
     EXPECT_EQ(Read(kColorSpace), nullptr);
     ASSERT_EQ(host.objects.size(), 1u);
     EXPECT_EQ(host.objects[0]->references, 1);

@@ -1,5 +1,5 @@
-// probe_module.mm - a module of the family made for tests: one class with every table of a record filled, and exports
-// that reach the parts of the boundary that no filter class uses.
+// probe_module.mm - a module made for tests. It has no classes; its exports reach the parts of the boundary that no
+// filter class uses.
 
 #include <cstring>
 #include <new>
@@ -12,7 +12,7 @@
 
 #define PROBE_EXPORT extern "C" __attribute__((visibility("default")))
 
-// No classes of its own: a test registers what it likes through ProbeRegister.
+// No classes: a test registers its own through ProbeRegister.
 std::span<ZEVAclassDefinition* const> ModuleClasses() { return {}; }
 
 PROBE_EXPORT void ProbeRegister(ZEVAclassDefinition* record) { MyZEVARegisterClass(record); }
@@ -23,7 +23,7 @@ PROBE_EXPORT void ProbeRaise(const char* exceptionClass, const char* message, un
     RaiseException(exceptionClass, message, errorNumber);
 }
 
-// Makes a holder in memory filled with ones, shows it to the test, and destroys it.
+// Makes a holder in memory whose bits are all set, passes it to the test, and destroys it.
 PROBE_EXPORT void ProbeHolder(void (*use)(zvData& holder)) {
     alignas(zvData) unsigned char storage[sizeof(zvData)];
     std::memset(storage, 0xFF, sizeof storage);
@@ -32,7 +32,7 @@ PROBE_EXPORT void ProbeHolder(void (*use)(zvData& holder)) {
     holder->~zvData();
 }
 
-// The routines of the value bridge, with a key of the test's choice: the filter classes have one each, and never none.
+// The routines of the value bridge, for tests that pass no key. An accessor of a filter class always passes its own.
 #define PROBE_TYPE(type, Value)                                                                                    \
     PROBE_EXPORT Value ProbeGet##type(ZEVAobjectStruct* self, NSString* key) { return getvalue##type(self, key); } \
     PROBE_EXPORT void ProbeSet##type(ZEVAobjectStruct* self, NSString* key, Value value) {                         \

@@ -1,4 +1,4 @@
-// recording_host.cpp - the services of the test host.
+// recording_host.cpp - the services of the test host, expanded from the list.
 
 #include "tests/boundary/recording_host.h"
 
@@ -7,12 +7,15 @@
 #include <utility>
 
 #include "bridge/core_foundation_tag.h"
+#include "interface/record_version.h"
+#include "interface/services.h"
+#include "interface/string_data.h"
 
 namespace {
 
 RecordingHost* current = nullptr;
 
-// The object that a MemoryBlock is.
+// A MemoryBlock as the object that it also is.
 ZEVAobjectStruct* ObjectOf(ZEVAmemoryBlockStruct* block) { return block != nullptr ? &block->object : nullptr; }
 
 // Keeps the pointers to a class's tables for the life of the process, as hosts do.
@@ -22,102 +25,158 @@ void KeepTables(const ZEVAclassDefinitionDownLevel& record) {
                                  record.sharedProperties, record.sharedMethods});
 }
 
-// The methods of a record, in the layout that its version names.
+// The methods of a record, read in the layout of the record's version.
 std::vector<ZEVAmethodDownLevel> MethodsOf(const ZEVAclassDefinitionDownLevel& record) {
     std::vector<ZEVAmethodDownLevel> methods;
     const auto* shortEntries = reinterpret_cast<const ZEVAmethodDownLevel*>(record.methods);
     for (ZEVAword i = 0; i < record.methodCount; ++i) {
-        methods.push_back(record.version == 9 ? shortEntries[i] : record.methods[i].entry);
+        methods.push_back(record.version == kDownLevelRecordVersion ? shortEntries[i] : record.methods[i].entry);
     }
     return methods;
 }
 
+// An argument as the log shows it. There is one overload for each type that a service takes.
+std::string TextOf(std::int32_t number) { return std::to_string(number); }
+std::string TextOf(std::uint32_t number) { return std::to_string(number); }
+std::string TextOf(const char* text) { return text; }
+std::string TextOf(ZEVAobjectStruct* object) { return NameOf(object); }
+std::string TextOf(ZEVAstringStruct* string) { return NameOf(string); }
+std::string TextOf(ZEVAmemoryBlockStruct* block) { return NameOf(ObjectOf(block)); }
+std::string TextOf(ZEVAclassDefinition* definition) { return definition->record.className; }
+std::string TextOf(ZEVAstringData*) { return ""; }
+
 }  // namespace
 
-// The services themselves, each under its entry name in kServices below.
-struct Services {
-    static void RegisterPluginVersion(std::int32_t version) {
-        if (current->Enter("RegisterPluginVersion", std::to_string(version))) {
-            current->announcedVersions.push_back(version);
-        }
-    }
+// What a service does beside recording the call; a service without an effect returns null or 0. Do must have the
+// service's signature. Log, where it exists, replaces the logged arguments.
+template <typename Listed>
+struct ServiceEffect {};
 
-    static double GetZVVersion() { return current->Enter("ZEVAGetZVVersion", "") ? *current->version : 0.0; }
+template <>
+struct ServiceEffect<service::RegisterPluginVersion> {
+    static void Do(std::int32_t recordVersion) { current->announcedVersions.push_back(recordVersion); }
+};
 
-    static void RegisterClass(ZEVAclassDefinition* definition) {
+template <>
+struct ServiceEffect<service::ZEVAGetZVVersion> {
+    static double Do() { return *current->version; }
+};
+
+template <>
+struct ServiceEffect<service::PluginRegisterClass> {
+    static void Do(ZEVAclassDefinition* definition) {
         const ZEVAclassDefinitionDownLevel& record = definition->record;
-        if (!current->Enter("PluginRegisterClass", record.className)) return;
         KeepTables(record);
         current->classes.push_back({definition, static_cast<std::int32_t>(record.version), record.className,
                                     record.superclassName, MethodsOf(record)});
     }
+};
 
-    static ZEVAstringStruct* BuildString(const char* bytes, std::int32_t length) {
-        std::string text(bytes, static_cast<std::size_t>(length));
-        if (!current->Enter("ZEVABuildString", text)) return nullptr;
-        current->strings.push_back(std::make_unique<ZEVAstringStruct>(ZEVAstringStruct{text}));
+template <>
+struct ServiceEffect<service::ZEVABuildString> {
+    static std::string Log(const char* bytes, std::int32_t length) {
+        return std::string(bytes, static_cast<std::size_t>(length));
+    }
+    static ZEVAstringStruct* Do(const char* bytes, std::int32_t length) {
+        current->strings.push_back(std::make_unique<ZEVAstringStruct>(ZEVAstringStruct{Log(bytes, length)}));
         return current->strings.back().get();
     }
+};
 
-    static void SetStringEncoding(ZEVAstringStruct* string, std::uint32_t encoding) {
-        if (current->Enter("ZEVASetStringEncoding", NameOf(string) + " " + std::to_string(encoding))) {
-            string->encoding = encoding;
-        }
-    }
+template <>
+struct ServiceEffect<service::ZEVASetStringEncoding> {
+    static void Do(ZEVAstringStruct* string, std::uint32_t encoding) { string->encoding = encoding; }
+};
 
-    static ZEVAobjectStruct* NewInstance(const char* className) {
+template <>
+struct ServiceEffect<service::ZEVAUnlockString> {
+    static void Do(ZEVAstringStruct* string) { --string->references; }
+};
+
+template <>
+struct ServiceEffect<service::PluginNewInstance> {
+    static ZEVAobjectStruct* Do(const char* className) {
         const auto& unknown = current->unknownClasses;
-        if (!current->Enter("PluginNewInstance", className)) return nullptr;
         if (std::find(unknown.begin(), unknown.end(), className) != unknown.end()) return nullptr;
         return current->NewObject(className);
     }
+};
 
-    static void SetPropValueString(ZEVAobjectStruct* object, const char* property, ZEVAstringStruct* value) {
-        if (!current->Enter("ZEVASetPropValueString", NameOf(object) + " " + property + " " + NameOf(value))) return;
+template <>
+struct ServiceEffect<service::ZEVASetPropValueString> {
+    static void Do(ZEVAobjectStruct* object, const char*, ZEVAstringStruct* value) {
         RaisedException& exception = current->exceptions_[object];
         if (value == nullptr) return;
         exception.message = value->bytes;
         exception.encoding = value->encoding;
     }
+};
 
-    static void SetPropValueInt(ZEVAobjectStruct* object, const char* property, std::int32_t value) {
-        if (!current->Enter("ZEVASetPropValueInt", NameOf(object) + " " + property + " " + std::to_string(value)))
-            return;
+template <>
+struct ServiceEffect<service::ZEVASetPropValueInt> {
+    static void Do(ZEVAobjectStruct* object, const char*, std::int32_t value) {
         current->exceptions_[object].errorNumber = value;
     }
+};
 
-    static void RaiseException(ZEVAobjectStruct* object) {
-        if (!current->Enter("RuntimeRaiseException", NameOf(object))) return;
+template <>
+struct ServiceEffect<service::RuntimeRaiseException> {
+    static void Do(ZEVAobjectStruct* object) {
         RaisedException exception = current->exceptions_[object];
         exception.className = object->className;
         current->raised.push_back(exception);
         if (current->onRaise != nullptr) current->onRaise(*current);
     }
+};
 
-    static void LockObject(ZEVAobjectStruct* object) {
-        if (current->Enter("ZEVALockObject", NameOf(object))) ++object->references;
+template <>
+struct ServiceEffect<service::ZEVALockObject> {
+    static void Do(ZEVAobjectStruct* object) { ++object->references; }
+};
+
+template <>
+struct ServiceEffect<service::ZEVAUnlockObject> {
+    static void Do(ZEVAobjectStruct* object) { --object->references; }
+};
+
+template <>
+struct ServiceEffect<service::newMemoryBlock> {
+    static ZEVAmemoryBlockStruct* Do(std::int32_t size) { return current->NewBlock(size); }
+};
+
+template <>
+struct ServiceEffect<service::memoryBlockGetPtr> {
+    static void* Do(ZEVAmemoryBlockStruct* block) { return block->bytes; }
+};
+
+template <>
+struct ServiceEffect<service::memoryBlockGetSize> {
+    static std::int32_t Do(ZEVAmemoryBlockStruct* block) { return block->size; }
+};
+
+// A service as the module gets it: logs the call, and has its effect unless the call is to fail.
+template <typename Listed, typename Result, typename... Arguments>
+struct RecordedService<Listed, Result(Arguments...)> {
+    static Result Call(Arguments... arguments) {
+        if (!current->Enter(Listed::kName, LogOf(arguments...))) return Result();
+        if constexpr (requires { &ServiceEffect<Listed>::Do; }) {
+            constexpr typename Listed::Signature* effect = &ServiceEffect<Listed>::Do;
+            return effect(arguments...);
+        } else {
+            return Result();
+        }
     }
 
-    static void UnlockObject(ZEVAobjectStruct* object) {
-        if (current->Enter("ZEVAUnlockObject", NameOf(object))) --object->references;
-    }
-
-    static void UnlockString(ZEVAstringStruct* string) {
-        if (current->Enter("ZEVAUnlockString", NameOf(string))) --string->references;
-    }
-
-    static void DisposeStringData(ZEVAstringData*) { current->Enter("PluginDisposeStringData", ""); }
-
-    static ZEVAmemoryBlockStruct* NewMemoryBlock(std::int32_t size) {
-        return current->Enter("newMemoryBlock", std::to_string(size)) ? current->NewBlock(size) : nullptr;
-    }
-
-    static void* MemoryBlockGetPtr(ZEVAmemoryBlockStruct* block) {
-        return current->Enter("memoryBlockGetPtr", NameOf(ObjectOf(block))) ? block->bytes : nullptr;
-    }
-
-    static std::int32_t MemoryBlockGetSize(ZEVAmemoryBlockStruct* block) {
-        return current->Enter("memoryBlockGetSize", NameOf(ObjectOf(block))) ? block->size : 0;
+  private:
+    static std::string LogOf(Arguments... arguments) {
+        if constexpr (requires { &ServiceEffect<Listed>::Log; }) {
+            constexpr std::string (*log)(Arguments...) = &ServiceEffect<Listed>::Log;
+            return log(arguments...);
+        } else {
+            std::string text;
+            ((text += (text.empty() ? "" : " ") + TextOf(arguments)), ...);
+            return text;
+        }
     }
 };
 
@@ -126,29 +185,16 @@ namespace {
 struct NamedService {
     const char* name;
     ZEVAentry entry;
+    service::Users users;
 };
 
-#define SERVICE(name, function) \
-    { name, reinterpret_cast<ZEVAentry>(&Services::function) }
 const NamedService kServices[] = {
-    SERVICE("RegisterPluginVersion", RegisterPluginVersion),
-    SERVICE("ZEVAGetZVVersion", GetZVVersion),
-    SERVICE("PluginRegisterClass", RegisterClass),
-    SERVICE("ZEVABuildString", BuildString),
-    SERVICE("ZEVASetStringEncoding", SetStringEncoding),
-    SERVICE("PluginNewInstance", NewInstance),
-    SERVICE("ZEVASetPropValueString", SetPropValueString),
-    SERVICE("ZEVASetPropValueInt", SetPropValueInt),
-    SERVICE("RuntimeRaiseException", RaiseException),
-    SERVICE("ZEVALockObject", LockObject),
-    SERVICE("ZEVAUnlockObject", UnlockObject),
-    SERVICE("ZEVAUnlockString", UnlockString),
-    SERVICE("PluginDisposeStringData", DisposeStringData),
-    SERVICE("newMemoryBlock", NewMemoryBlock),
-    SERVICE("memoryBlockGetPtr", MemoryBlockGetPtr),
-    SERVICE("memoryBlockGetSize", MemoryBlockGetSize),
+#define SERVICE(name, ...)                                                                         \
+    {service::name::kName,                                                                         \
+     reinterpret_cast<ZEVAentry>(&RecordedService<service::name, service::name::Signature>::Call), \
+     service::name::kUsers},
+#include "interface/services.def"
 };
-#undef SERVICE
 
 }  // namespace
 
@@ -163,8 +209,9 @@ ZEVAentry RecordingHost::Resolve(const char* name) {
     current->Log(std::string("resolve ") + name);
     const Fault fault = current->faults[name];
     if (fault.missingLookups == kAlways || lookup <= fault.missingLookups) return nullptr;
-    if (!current->version && std::strcmp(name, "ZEVAGetZVVersion") == 0) return nullptr;
+    if (!current->version && std::strcmp(name, service::ZEVAGetZVVersion::kName) == 0) return nullptr;
     for (const NamedService& service : kServices) {
+        if (service.users == service::Users::kCompanion) continue;
         if (std::strcmp(service.name, name) == 0) return service.entry;
     }
     return nullptr;

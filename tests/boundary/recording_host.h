@@ -1,25 +1,34 @@
-// recording_host.h - a host made for tests: it offers the sixteen services, keeps its own simple objects, and writes
-// down every call that reaches it, in order.
+// recording_host.h - a host made for tests: it offers each service that the filter module uses, keeps its own simple
+// objects, and logs every call that reaches it, in order.
 //
-// One log for everything: recording Objective-C objects (recording_objects.h) write into it too, so that a test
-// compares the whole conversation of one call with the order that it must have.
+// There is one log for everything. Recording Objective-C objects (recording_objects.h) write into it too, so that a
+// test can compare the whole conversation of one call with the expected order.
 //
-// Faults: a service can be missing, missing for its first N lookups, or fail at its Nth call.
-// Lifetime: one host per test, reached by the services through a static pointer; a host made inside another stands in
-// for it. Threads:  one.
+// Faults:   a service can be missing, be missing for its first N lookups, or fail at its Nth call.
+// Lifetime: one host per test, which the services reach through a static pointer. A host made while another exists
+//           replaces it until it is destroyed.
+// Threads:  one.
+// Adding a service: nothing. The services come from interface/services.def; a new one logs its calls and returns
+//           null or 0 until it gets a ServiceEffect in recording_host.cpp.
 
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "plugin/zeva.h"
+#include "interface/class_definition.h"
+#include "interface/entry_point.h"
+#include "interface/handles.h"
+#include "interface/host_version.h"
+#include "interface/tables.h"
+#include "interface/word.h"
 
-// A host object of the tests: a header of the size that modules count on, then room for any class's fields.
+// A host object of the tests: a header of the size that modules rely on, then room for the fields of any class.
 struct ZEVAobjectStruct {
     const char* className;
     int references;
@@ -33,14 +42,14 @@ struct ZEVAstringStruct {
     int references = 1;
 };
 
-// A MemoryBlock; a block is an object too, so its references are counted in the same place.
+// A MemoryBlock. A block is also an object, so its references are counted in the same place.
 struct ZEVAmemoryBlockStruct {
     ZEVAobjectStruct object;
     std::int32_t size;
     void* bytes;
 };
 
-// A class as it stood in the record at the moment of its registration, whichever layout the record had.
+// The contents of a class record at its registration, whichever layout it had.
 struct RegisteredClass {
     ZEVAclassDefinition* record;
     std::int32_t version;
@@ -57,15 +66,21 @@ struct RaisedException {
     std::uint32_t encoding = 0;
 };
 
-// What a message of a recording object raises.
+// What a message to a recording object raises.
 enum class Raise { kNothing, kNSException, kOtherObject, kForeign };
+
+// What a service does; specialized in recording_host.cpp.
+template <typename Listed>
+struct ServiceEffect;
+template <typename Listed, typename Signature>
+struct RecordedService;
 
 class RecordingHost {
   public:
-    // How one service behaves, beside working.
+    // How a service misbehaves.
     struct Fault {
-        int missingLookups = 0;  // how many lookups answer null; kAlways for every one
-        int failingCall = 0;     // which call answers null or 0, counted from 1; kAlways for every one; 0 for none
+        int missingLookups = 0;  // how many lookups return null first; kAlways for all
+        int failingCall = 0;     // the call that returns null or 0, counted from 1; kAlways for all, 0 for none
     };
     static constexpr int kAlways = -1;
 
@@ -73,25 +88,25 @@ class RecordingHost {
     ~RecordingHost();
     RecordingHost(const RecordingHost&) = delete;
 
-    // The resolver to hand to a module.
-    static ZEVAentry Resolve(const char* name);
+    // The resolver for the module under test.
+    [[nodiscard]] static ZEVAentry Resolve(const char* name);
 
-    // Starts a new log, and answers what the old one held.
+    // Returns the log and starts a new one.
     std::vector<std::string> TakeLog();
     void Log(std::string line);
     int LookupsOf(const std::string& name) const;
     int CallsOf(const std::string& name) const;
 
-    // A host object of the class, with one reference, as PluginNewInstance makes it.
+    // A new object of the class with one reference, as PluginNewInstance returns it.
     ZEVAobjectStruct* NewObject(const char* className);
     ZEVAmemoryBlockStruct* NewBlock(std::int32_t size);
 
-    std::optional<double> version = 2013.03;     // none: the host has no version getter
-    std::map<std::string, Fault> faults;         // by entry name
-    std::map<std::string, Raise> messageFaults;  // by log line: "[filter valueForKey:inputRadius]"
-    std::vector<std::string> unknownClasses;     // names that PluginNewInstance refuses
-    bool setsCoreFoundationTag = true;           // whether the wrapper family's constructor does its part
-    bool blocksHaveBytes = true;                 // whether memoryBlockGetPtr finds anything
+    std::optional<double> version = kNewestHostVersion;  // none: the host lacks ZEVAGetZVVersion
+    std::map<std::string, Fault> faults;                 // by service name
+    std::map<std::string, Raise> messageFaults;          // by log line: "[filter valueForKey:inputRadius]"
+    std::vector<std::string> unknownClasses;             // class names that PluginNewInstance refuses
+    bool setsCoreFoundationTag = true;                   // whether new wrappers get their tag
+    bool blocksHaveBytes = true;                         // whether memoryBlockGetPtr returns an address
 
     std::vector<std::int32_t> announcedVersions;
     std::vector<RegisteredClass> classes;
@@ -100,19 +115,22 @@ class RecordingHost {
     std::vector<std::unique_ptr<ZEVAstringStruct>> strings;
     std::vector<std::unique_ptr<ZEVAmemoryBlockStruct>> blocks;
 
-    // Runs for every object that the host makes: what a constructor may leave in the fields.
+    // Called for each object that the host makes, to set fields as a constructor might.
     void (*onNewObject)(ZEVAobjectStruct* made) = nullptr;
 
-    // Runs at every raise, while the module waits; a test can look at the state at that moment.
+    // Called at each raise, before it returns to the module.
     void (*onRaise)(RecordingHost&) = nullptr;
 
     static RecordingHost& Current();
 
   private:
-    friend struct Services;
+    template <typename Listed>
+    friend struct ServiceEffect;
+    template <typename Listed, typename Signature>
+    friend struct RecordedService;
 
-    // Writes the call down; false when it is to fail.
-    bool Enter(const std::string& name, const std::string& arguments);
+    // Logs the call; false when it is to fail.
+    [[nodiscard]] bool Enter(const std::string& name, const std::string& arguments);
 
     RecordingHost* enclosing_;
     std::vector<std::string> log_;
@@ -122,6 +140,6 @@ class RecordingHost {
     std::vector<std::unique_ptr<std::vector<unsigned char>>> blockBytes_;
 };
 
-// A short name for the log: "CIImageQOR#1" for the first object that the host made, "null" for none.
+// A short name for the log: "CIImageQOR#1" for the first CIImageQOR that the host made, "null" for null.
 std::string NameOf(const ZEVAobjectStruct* object);
 std::string NameOf(const ZEVAstringStruct* string);

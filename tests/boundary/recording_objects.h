@@ -1,5 +1,5 @@
-// recording_objects.h - Objective-C objects made for tests: they answer what a test tells them to, write every message
-// into the recording host's log, count their references, and raise on demand.
+// recording_objects.h - Objective-C objects made for tests: they return what the test sets, log every message in the
+// recording host's log, count their references, and raise on demand.
 
 #pragma once
 
@@ -8,40 +8,41 @@
 #include "tests/boundary/foreign_exception.h"
 #include "tests/boundary/recording_host.h"
 
-// A filter, a value or a dictionary, as the test needs it.
+// Stands for a filter, a value or a dictionary.
 //
-// Log lines: "[filter valueForKey:inputRadius]", with the object's own name in front.
-// Lifetime:  the process; a release only counts.
+// Log lines: "[filter valueForKey:inputRadius]", beginning with the object's name.
+// Lifetime:  the process; a release only decrements the count.
 @interface RecordingObject : NSObject {
   @public
-    const char* name;       // how the log calls it
-    id answer;              // what valueForKey:, objectForKey: and attributes answer; not retained
-    double number;          // what doubleValue answers
-    const void* dataBytes;  // what bytes answers
-    NSUInteger dataLength;  // what length answers
-    BOOL isDictionary;      // what isKindOfClass: answers for NSDictionary
-    id received;            // what setValue:forKey: was given last; not retained
-    NSUInteger references;  // retains less releases, 1 when made
+    const char* name;       // its name in the log
+    id reply;               // the result of valueForKey:, objectForKey: and attributes; not retained
+    double number;          // the result of doubleValue
+    const void* dataBytes;  // the result of bytes
+    NSUInteger dataLength;  // the result of length
+    BOOL isDictionary;      // the result of isKindOfClass: for NSDictionary
+    id received;            // the last value of setValue:forKey:; not retained
+    NSUInteger references;  // retains minus releases, 1 at first
 }
 
 + (RecordingObject*)named:(const char*)name;
 @end
 
-// Writes a message down, and raises where the host's faults say so.
+// Logs a message, and raises when the host's faults say so.
 void Say(const std::string& line);
 
-// What is raised: an NSException with the name "SomeException", the reason "a reason" and some user info; and an object that is none.
+// The objects that are raised: an NSException with the name "SomeException", the reason "a reason" and some user info;
+// and an object of another class.
 NSException* TheException();
 id TheOtherObject();
 
-// A filter object of the tests that holds the filter: what a constructor would have left.
+// A filter object that holds the filter, as a constructor would leave it.
 ZEVAobjectStruct MakeFilterObject(id filter);
 
-// A constructed key, so that the module cannot know its address.
+// A key made at run time, so that its address differs from that of any constant.
 NSString* Key(const char* text);
 
-// What the work threw as an Objective-C object, or nil. A frame of the test's own encloses the work, so a frame that
-// the module left behind, or took away, would show.
+// The Objective-C object that the work threw, or nil. The test's own exception frame encloses the work, so a frame that
+// the module left behind or removed is noticed.
 id ThrownBy(void (*work)(void* context), void* context);
 
 template <typename Work>
@@ -49,7 +50,7 @@ id ThrownBy(Work work) {
     return ThrownBy([](void* context) { (*static_cast<Work*>(context))(); }, &work);
 }
 
-// Writes what NSLog prints into the current host's log, as "NSLog " and the text, while it lives.
+// Redirects NSLog into the current host's log, as "NSLog " and the text, during its lifetime.
 class CapturedLog {
   public:
     CapturedLog();
@@ -57,10 +58,10 @@ class CapturedLog {
     CapturedLog(const CapturedLog&) = delete;
 
   private:
-    NSLog_printf_handler* usual_;
+    NSLog_printf_handler* original_;
 };
 
-// How the sibling module's +[NSException NewNSExceptionQOR:] behaves in the tests: it makes a "NSExceptionQOR" host
-// object, unless told to answer null or to raise. Every call is written into the log.
-enum class Conversion { kWorks, kAnswersNull, kRaises };
+// How the sibling module's +[NSException NewNSExceptionQOR:] behaves in the tests: it makes an "NSExceptionQOR" host
+// object, returns null or raises. Every call is logged.
+enum class Conversion { kWorks, kReturnsNull, kRaises };
 extern Conversion conversion;

@@ -1,4 +1,4 @@
-// recording_objects.mm - the recording objects, and a way to see what leaves a call.
+// recording_objects.mm - the recording objects, and the exception frames around calls.
 
 #include "tests/boundary/recording_objects.h"
 
@@ -28,7 +28,7 @@ std::string Text(id object) { return object != nil ? [[object description] UTF8S
 
 - (id)valueForKey:(NSString*)key {
     [self record:"valueForKey:" with:Text(key)];
-    return answer;
+    return reply;
 }
 
 - (void)setValue:(id)value forKey:(NSString*)key {
@@ -43,12 +43,12 @@ std::string Text(id object) { return object != nil ? [[object description] UTF8S
 
 - (id)attributes {
     [self record:"attributes" with:""];
-    return answer;
+    return reply;
 }
 
 - (id)objectForKey:(id)key {
     [self record:"objectForKey:" with:Text(key)];
-    return answer;
+    return reply;
 }
 
 - (double)doubleValue {
@@ -82,7 +82,7 @@ std::string Text(id object) { return object != nil ? [[object description] UTF8S
     return self;
 }
 
-// Never freed: the test asks for the count afterwards.
+// Never frees the object: the test reads the count afterwards.
 - (oneway void)release {
     --references;
     [self record:"release" with:""];
@@ -146,7 +146,7 @@ id ThrownBy(void (*work)(void* context), void* context) {
     objc_exception_try_enter(&frame);
     if (_setjmp(frame.buffer) != 0) return objc_exception_extract(&frame);
     work(context);
-    // Thrown to this frame only if it is the innermost again.
+    // This reaches the frame above only if that is the innermost one again.
     NSObject* probe = [[[NSObject alloc] init] autorelease];
     if (_setjmp(frame.buffer) != 0) return objc_exception_extract(&frame) == probe ? nil : probe;
     @throw probe;
@@ -168,7 +168,7 @@ id ThrownBy(void (*work)(void* context), void* context) {
 namespace {
 
 void LogLine(NSString* line) {
-    // The line begins with date and process; the text itself begins with the first letter of the message.
+    // The line begins with the date and the process.
     NSRange bracket = [line rangeOfString:@"] "];
     std::string text = [[line substringFromIndex:NSMaxRange(bracket)] UTF8String];
     while (!text.empty() && text.back() == '\n') text.pop_back();
@@ -177,15 +177,16 @@ void LogLine(NSString* line) {
 
 }  // namespace
 
-CapturedLog::CapturedLog() : usual_(_NSLog_printf_handler) {
-    // A process's first line sets Foundation up (defaults, time zone): here, before a test replaces a method used for that.
+CapturedLog::CapturedLog() : original_(_NSLog_printf_handler) {
+    // The first NSLog of a process initializes Foundation (defaults, time zone). That must happen before a test replaces
+    // a method that the initialization uses.
     _NSLog_printf_handler = [](NSString*) {};
     static const bool isSetUp = (NSLog(@"first"), true);
     (void)isSetUp;
     _NSLog_printf_handler = LogLine;
 }
 
-CapturedLog::~CapturedLog() { _NSLog_printf_handler = usual_; }
+CapturedLog::~CapturedLog() { _NSLog_printf_handler = original_; }
 
 Conversion conversion = Conversion::kWorks;
 

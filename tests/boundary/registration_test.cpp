@@ -1,18 +1,20 @@
-// registration_test.cpp - what becomes of a class record, table by table, for hosts of either layout.
+// registration_test.cpp - registering a class record, table by table, for hosts of either layout.
 
 #include <cstdlib>
 #include <cstring>
 #include <limits>
 
+#include "interface/host_version.h"
+#include "interface/record_version.h"
 #include "tests/boundary/boundary_test.h"
 
 namespace {
 
-// A module without classes of its own, through which a test registers a record that it filled itself.
+// Registers a record of the test's own through the probe module.
 class RegistrationTest : public testing::Test {
   protected:
     RegistrationTest() {
-        definition.record.version = 12;
+        definition.record.version = kRecordVersion;
         definition.record.className = "ProbeQOR";
         definition.record.superclassName = "CIFilterQOR";
         for (ZEVAword i = 0; i < 4; ++i) definition.hostWords25[i] = 1025 + i;
@@ -24,7 +26,7 @@ class RegistrationTest : public testing::Test {
         probe.Find<void(ZEVAclassDefinition*)>("ProbeRegister")(&definition);
     }
 
-    static constexpr double kCurrentHost = 2013.03;
+    static constexpr double kCurrentHost = kNewestHostVersion;
     static constexpr double kDownLevelHost = 2011.04;
 
     RecordingHost host;
@@ -32,14 +34,14 @@ class RegistrationTest : public testing::Test {
     ZEVAclassDefinition definition = {};
 };
 
-// Fills every word of a table with a number of its own.
+// Fills the words of a table with consecutive numbers.
 template <typename Entry, std::size_t kCount>
 void Number(Entry (&table)[kCount], ZEVAword first) {
     auto* words = reinterpret_cast<ZEVAword*>(table);
     for (std::size_t i = 0; i < sizeof table / (sizeof(ZEVAword)); ++i) words[i] = first + static_cast<ZEVAword>(i);
 }
 
-// Whether the words at the converted table are the leading words of each entry of the numbered source.
+// Expects each converted entry to be the leading words of its source entry.
 template <typename DownLevelEntry, typename Entry, std::size_t kCount>
 void ExpectShortened(const void* converted, const Entry (&table)[kCount]) {
     ASSERT_NE(converted, nullptr);
@@ -52,7 +54,7 @@ void ExpectShortened(const void* converted, const Entry (&table)[kCount]) {
 
 class DataSizeTest : public RegistrationTest, public testing::WithParamInterface<std::pair<int, int>> {};
 
-TEST_P(DataSizeTest, IsRaisedToAMultipleOf16ForEitherLayout) {
+TEST_P(DataSizeTest, IsRoundedUpToAMultipleOf16ForEitherLayout) {
     for (const double hostVersion : {kCurrentHost, kDownLevelHost}) {
         definition.record.instanceDataSize = GetParam().first;
         RegisterFor(hostVersion);
@@ -65,8 +67,8 @@ INSTANTIATE_TEST_SUITE_P(Sizes, DataSizeTest,
                                          std::pair{17, 32}),
                          [](const auto& test) { return "from" + std::to_string(test.param.first); });
 
-TEST_F(RegistrationTest, CurrentHostsGetTheRecordItselfWithOnlyTheVersionWritten) {
-    for (const auto& [hostVersion, recordVersion] : {std::pair{2012.0, 10}, {2013.0, 11}, {2013.03, 12}}) {
+TEST_F(RegistrationTest, CurrentHostsGetTheRecordItselfWithOnlyTheVersionChanged) {
+    for (const auto& [hostVersion, recordVersion] : kVersionSteps) {
         ZEVAmethod methods[2];
         Number(methods, 100);
         definition.record.methods = methods;
@@ -89,7 +91,7 @@ TEST_F(RegistrationTest, DownLevelHostsGetTheSameRecordRewritten) {
     RegisterFor(kDownLevelHost);
     ASSERT_EQ(host.classes.size(), 1u);
     EXPECT_EQ(host.classes[0].record, &definition);
-    EXPECT_EQ(definition.record.version, 9);
+    EXPECT_EQ(definition.record.version, kDownLevelRecordVersion);
     EXPECT_EQ(definition.record.methodCount, 7);
     ExpectShortened<ZEVAmethodDownLevel>(definition.record.methods, methods);
 }
@@ -125,7 +127,7 @@ TEST_F(RegistrationTest, DownLevelRewritingShortensEveryTable) {
     EXPECT_EQ(record.sharedMethodCount, 4);
 }
 
-TEST_F(RegistrationTest, DownLevelRewritingLeadsEachSourcePairToItsCopyAndChangesNothingElseInATable) {
+TEST_F(RegistrationTest, DownLevelRewritingPointsEachSourcePairToItsCopyAndChangesNothingElse) {
     ZEVApair pairs[3];
     ZEVAmethod methods[2];
     Number(pairs, 500), Number(methods, 300);
@@ -155,7 +157,7 @@ TEST_F(RegistrationTest, DownLevelRewritingKeepsTheHostsWordsButClears16And17And
     for (ZEVAword i = 0; i < 2; ++i) record.hostWords16[i] = 1016 + i;
     record.flags = 1020;
     ZEVAclassDefinition expected = definition;
-    expected.record.version = 9;
+    expected.record.version = kDownLevelRecordVersion;
     expected.record.hostWords16[0] = expected.record.hostWords16[1] = 0;
     RegisterFor(kDownLevelHost);
     EXPECT_EQ(std::memcmp(&definition, &expected, sizeof expected), 0);
@@ -163,7 +165,7 @@ TEST_F(RegistrationTest, DownLevelRewritingKeepsTheHostsWordsButClears16And17And
 
 class OddCountTest : public RegistrationTest, public testing::WithParamInterface<ZEVAword> {};
 
-TEST_P(OddCountTest, GivesNoTableAndKeepsTheCount) {
+TEST_P(OddCountTest, MakesTheTableNullAndKeepsTheCount) {
     ZEVAproperty properties[1] = {};
     ZEVApair pairs[1] = {};
     definition.record.properties = properties, definition.record.propertyCount = GetParam();
@@ -197,14 +199,14 @@ TEST_F(RegistrationTest, NullTableWithACountStaysNullAndKeepsTheCount) {
     EXPECT_EQ(record.sharedMethodCount, 5);
 }
 
-TEST_F(RegistrationTest, RecordIsRewrittenEvenWhereTheHostCannotRegisterClasses) {
+TEST_F(RegistrationTest, RecordIsRewrittenEvenWhenTheHostCannotRegisterClasses) {
     host.faults["PluginRegisterClass"].missingLookups = RecordingHost::kAlways;
     RegisterFor(kDownLevelHost);
-    EXPECT_EQ(definition.record.version, 9);
+    EXPECT_EQ(definition.record.version, kDownLevelRecordVersion);
     EXPECT_TRUE(host.classes.empty());
 }
 
-TEST_F(RegistrationTest, FixPropertiesAnswersATableOfItsOwn) {
+TEST_F(RegistrationTest, FixPropertiesReturnsANewTable) {
     ZEVAproperty properties[4];
     Number(properties, 100);
     auto* fix = probe.Find<ZEVAproperty*(ZEVAproperty*, int)>("ProbeFixProperties");

@@ -5,23 +5,23 @@
 #import <Foundation/Foundation.h>
 #include <objc/runtime.h>
 
-// Replaces +[target selector] for that class itself and those below it; its own one is back when this goes out of scope.
+// Replaces +[target selector] for the class and its subclasses. The destructor restores the original.
 class ReplacedMethod {
   public:
     ReplacedMethod(Class target, SEL selector, IMP replacement) {
         Method inherited = class_getClassMethod(target, selector);
-        // A method that a superclass implements becomes one of the target's own first, so that only the target changes.
+        // An inherited method is first added to the target itself, so that the superclass keeps its own.
         class_addMethod(object_getClass(target), selector, method_getImplementation(inherited),
                         method_getTypeEncoding(inherited));
         method_ = class_getClassMethod(target, selector);
-        usual_ = method_setImplementation(method_, replacement);
+        original_ = method_setImplementation(method_, replacement);
     }
-    ~ReplacedMethod() { method_setImplementation(method_, usual_); }
+    ~ReplacedMethod() { method_setImplementation(method_, original_); }
     ReplacedMethod(const ReplacedMethod&) = delete;
 
-    IMP Usual() const { return usual_; }
+    IMP Original() const { return original_; }
 
   private:
     Method method_;
-    IMP usual_;
+    IMP original_;
 };

@@ -1,10 +1,13 @@
-// faulty_jug.h - the objects of the faulty module, and what it remembers of them and of the calls before.
+// faulty_jug.h - the faulty module's objects, and the earlier calls that some faults depend on.
 
 #pragma once
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <iterator>
 
+#include "interface/handles.h"
 #include "tests/checker/faulty_services.h"
 
 constexpr double kDefaultNumber = 1.5;
@@ -20,34 +23,34 @@ struct Jug {
     double other;
     std::int32_t count;
     std::int32_t ticks;
-    char* text;  // ours
+    char* text;  // owned
     std::int32_t textSize;
-    unsigned char* data;  // ours
+    unsigned char* data;  // owned
     std::int32_t dataSize;
-    ZEVAobjectStruct* partner;      // one reference
-    ZEVAobjectStruct* lockedBlock;  // of faults only: one reference
-    ZEVAobjectStruct* keptBlock;    // of faults only: one reference
-    unsigned char* sharedBytes;     // of faults only: those of a block
+    ZEVAobjectStruct* partner;           // one reference
+    ZEVAmemoryBlockStruct* lockedBlock;  // for faults only: one reference
+    ZEVAmemoryBlockStruct* keptBlock;    // for faults only: one reference
+    unsigned char* sharedBytes;          // for faults only: the bytes of a block
 };
 
 struct Attribute {
     unsigned char header[kZEVAobjectHeaderSize];
-    std::int32_t number;  // how many there were before, where that is a fault
+    std::int32_t number;  // for a fault only: how many attributes were made before
 };
 
 inline Jug& JugAt(ZEVAobjectStruct* object) { return *reinterpret_cast<Jug*>(object); }
 
 inline int liveJugs = 0;
-inline bool wasUsed = false;      // a jug was constructed
-inline bool anyHasEnded = false;  // a jug has ended
+inline bool wasUsed = false;      // a jug has been constructed
+inline bool anyHasEnded = false;  // a jug has been finalized
 inline bool giverHasEnded = false;
 
-// What was done last, for faults that need an order of calls.
+// The last call, for faults that depend on the order of calls.
 struct LastCall {
     enum Kind { kConstruct, kRead, kWrite } kind = kRead;
     const void* jug = nullptr;
     const char* property = "";
-    int constructions = 0;            // how many there were in a row
+    int constructions = 0;            // in a row
     const void* constructed[3] = {};  // the last three
 };
 inline LastCall last;

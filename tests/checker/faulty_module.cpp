@@ -1,14 +1,15 @@
 // faulty_module.cpp - a module that keeps every rule of the host interface, or breaks exactly one of them.
 //
-// The environment variable ZEVA_FAULT names the rule to break, by the name of the check that must notice
-// ("registration.data-size"); without it the module is faultless. So every check has its fault here, found by its name.
+// The environment variable ZEVA_FAULT names the rule to break, by the name of the check that must notice it
+// ("registration.data-size"). Without it the module has no fault.
 //
-// The classes: Jug has a property of every type, a description of each, and methods; JugAttribute is the description;
-// JugException is raised; Pitcher needs a sibling's class. A class with a fault in its record is registered beside
-// them.
+// The classes: Jug has a property of each type, an attribute of each property, and methods. JugAttribute is the
+// class of the attributes. JugException is raised. Pitcher needs a sibling's class. A class with a fault in its
+// record is registered beside them.
 //
-// Nothing of plugin/ is used but the structures: what is broken here is what the functions of plugin/ do right.
-// Adding a fault: Broken("<group>.<check>") where the rule is broken, so that no other check can notice.
+// The module uses interface/ but nothing of plugin/: it breaks what the functions of plugin/ do right.
+// Adding a fault: Broken("<group>.<check>") where the rule is broken, placed so that no other check can notice it.
+// A new service that can fail needs a call here; its other faults come with the list.
 
 #include <pthread.h>
 #include <sys/stat.h>
@@ -22,35 +23,34 @@
 #include <iterator>
 #include <string>
 
-#include "plugin/zeva.h"
+#include "interface/class_definition.h"
+#include "interface/host_version.h"
+#include "interface/text_encoding.h"
 #include "tests/checker/faulty_jug.h"
 
 namespace {
 
 // ---- Exceptions
-// -------------------------------------------------------------------------------------------------------
 
 void Raise(const char* message) {
-    constexpr std::uint32_t kEncodingAscii = 0x600;
-    newInstance.mayFail = true;
-    ZEVAobjectStruct* exception = newInstance("JugException");
-    if (exception == nullptr && !Broken("faults.fallback-exception")) exception = newInstance("RuntimeException");
-    newInstance.mayFail = false;
+    ZEVAnewInstance.mayFail = true;
+    ZEVAobjectStruct* exception = ZEVAnewInstance("JugException");
+    if (exception == nullptr && !Broken("faults.fallback-exception")) exception = ZEVAnewInstance("RuntimeException");
+    ZEVAnewInstance.mayFail = false;
     if (exception == nullptr) return;
     if (Broken("errors.encodings")) message = "caf\xE9";
-    ZEVAstringStruct* text = buildString(message, static_cast<std::int32_t>(std::strlen(message)));
-    if (text != nullptr) setStringEncoding(text, kEncodingAscii);
-    setStringProperty(exception, "Message", Broken("errors.messages") ? nullptr : text);
-    setIntegerProperty(exception, Broken("errors.services-used-rightly") ? "Nothing" : "ErrorNumber", 7);
-    raise_(exception);
-    if (Broken("errors.raises-once")) raise_(exception);
-    if (Broken("errors.returns-after-raise")) unlockString(buildString("more", 4));
-    if (!Broken("ownership.exceptions")) unlock(exception);
-    if (text != nullptr) unlockString(text);
+    ZEVAstringStruct* text = originalZEVABuildString(message, static_cast<std::int32_t>(std::strlen(message)));
+    if (text != nullptr) ZEVASetStringEncoding(text, kEncodingAscii);
+    ZEVASetPropValueString(exception, "Message", Broken("errors.messages") ? nullptr : text);
+    ZEVASetPropValueInt32(exception, Broken("errors.services-used-rightly") ? "Nothing" : "ErrorNumber", 7);
+    ZEVARaiseException(exception);
+    if (Broken("errors.raises-once")) ZEVARaiseException(exception);
+    if (Broken("errors.returns-after-raise")) ZEVAUnlockString(originalZEVABuildString("more", 4));
+    if (!Broken("ownership.exceptions")) ZEVAUnlockObject(exception);
+    if (text != nullptr) ZEVAUnlockString(text);
 }
 
 // ---- Jug
-// --------------------------------------------------------------------------------------------------------------
 
 void Keep(char*& bytes, std::int32_t& size, const void* from, std::int32_t count) {
     std::free(bytes);
@@ -63,6 +63,7 @@ void Begin(ZEVAobjectStruct* self) {
     Jug& jug = JugAt(self);
     if (!jug.isConstructed) ++liveJugs;
     jug.isConstructed = true;
+    FindAllServices();
     jug.number = jug.other = kDefaultNumber;
     jug.count = kDefaultCount;
     jug.flag = true;
@@ -70,7 +71,7 @@ void Begin(ZEVAobjectStruct* self) {
     wasUsed = true;
 }
 
-double sharedNumber = kDefaultNumber;  // of a fault only
+double sharedNumber = kDefaultNumber;  // for a fault only
 extern ZEVAclassDefinition jugClass;
 
 void Construct(ZEVAobjectStruct* self) {
@@ -81,12 +82,14 @@ void Construct(ZEVAobjectStruct* self) {
     }
     constexpr int kFewJugs = 500;
     if (liveJugs >= kFewJugs && Broken("sequences.many-objects")) return Raise("there are too many jugs");
-    if (Broken("ownership.construction")) newInstance("JugAttribute");
+    if (Broken("ownership.construction")) ZEVAnewInstance("JugAttribute");
     if (Broken("registration.records-stay")) jugClass.record.flags = 5;
     Begin(self);
     NoteConstruction(self);
     sharedNumber = kDefaultNumber;
 }
+
+ZEVAobjectStruct* ObjectOf(ZEVAmemoryBlockStruct* block) { return reinterpret_cast<ZEVAobjectStruct*>(block); }
 
 void Finalize(ZEVAobjectStruct* self) {
     Jug& jug = JugAt(self);
@@ -101,9 +104,9 @@ void Finalize(ZEVAobjectStruct* self) {
     if (!Broken("ownership.memory-flat")) std::free(jug.text);
     if (!Broken("binary-data.copied-in")) std::free(jug.data);
     const bool keepsPartner = Broken("ownership.endings") || Broken("ownership.owners-outlive-values");
-    if (jug.partner != nullptr && !keepsPartner) unlock(jug.partner);
-    if (jug.lockedBlock != nullptr) unlock(jug.lockedBlock);
-    if (jug.keptBlock != nullptr) unlock(jug.keptBlock);
+    if (jug.partner != nullptr && !keepsPartner) ZEVAUnlockObject(jug.partner);
+    if (jug.lockedBlock != nullptr) ZEVAUnlockObject(ObjectOf(jug.lockedBlock));
+    if (jug.keptBlock != nullptr) ZEVAUnlockObject(ObjectOf(jug.keptBlock));
 }
 
 void RoundUpwards() {
@@ -144,7 +147,7 @@ void SetOther(ZEVAobjectStruct* self, double value) {
 
 std::int32_t GetCount(ZEVAobjectStruct* self) {
     NoteRead(self, "Count");
-    if (Broken("ownership.objects-given-back")) unlock(self);
+    if (Broken("ownership.objects-given-back")) ZEVAUnlockObject(self);
     return JugAt(self).count;
 }
 
@@ -155,7 +158,7 @@ void SetCount(ZEVAobjectStruct* self, std::int32_t value) {
 
 std::int32_t GetFlag(ZEVAobjectStruct* self) {
     NoteRead(self, "Flag");
-    if (Broken("ownership.known-handles")) blockSize(self);
+    if (Broken("ownership.known-handles")) ZEVAMemoryBlockGetSize(reinterpret_cast<ZEVAmemoryBlockStruct*>(self));
     return JugAt(self).flag ? 1 : 0;
 }
 
@@ -174,29 +177,29 @@ std::int32_t GetTicks(ZEVAobjectStruct* self) {
 ZEVAstringStruct* GetText(ZEVAobjectStruct* self) {
     NoteRead(self, "Text");
     const Jug& jug = JugAt(self);
-    return jug.text != nullptr ? buildString(jug.text, jug.textSize) : nullptr;
+    return jug.text != nullptr ? originalZEVABuildString(jug.text, jug.textSize) : nullptr;
 }
 
 void SetText(ZEVAobjectStruct* self, ZEVAstringStruct* value) {
     NoteWrite(self, "Text");
     Jug& jug = JugAt(self);
     ZEVAstringData data = {};
-    if (value == nullptr || getStringData(value, &data) != 1) return;
+    if (value == nullptr || ZEVAGetStringData(value, &data) != 1) return;
     const auto* bytes = static_cast<const char*>(data.bytes);
-    auto size = static_cast<std::int32_t>(data.hostWords[0]);
+    auto size = static_cast<std::int32_t>(data.hostWords[kStringDataLength]);
     if (Broken("properties.strings-whole")) size = static_cast<std::int32_t>(std::strlen(bytes));
     const bool isIgnored = std::strncmp(bytes, "text ", 5) == 0 && Broken("properties.strings-arrive");
     if (!isIgnored) Keep(jug.text, jug.textSize, bytes, size);
     ZEVAstringData copy = data;
-    disposeStringData(&data);
-    if (Broken("ownership.string-bytes")) disposeStringData(&copy);
-    if (Broken("ownership.strings-given-back")) unlockString(value);
+    ZEVADisposeStringData(&data);
+    if (Broken("ownership.string-bytes")) ZEVADisposeStringData(&copy);
+    if (Broken("ownership.strings-given-back")) ZEVAUnlockString(value);
 }
 
 ZEVAobjectStruct* GetPartner(ZEVAobjectStruct* self) {
     NoteRead(self, "Partner");
     ZEVAobjectStruct* partner = JugAt(self).partner;
-    if (partner != nullptr) lock(partner);
+    if (partner != nullptr) ZEVALockObject(partner);
     return partner;
 }
 
@@ -205,76 +208,79 @@ void SetPartner(ZEVAobjectStruct* self, ZEVAobjectStruct* value) {
     Jug& jug = JugAt(self);
     if (value == nullptr && Broken("errors.nil-values")) Crash();
     const bool takesNone = Broken("ownership.owners-outlive-values");
-    if (value != nullptr && !takesNone) lock(value);
-    if (jug.partner != nullptr && !takesNone && !Broken("ownership.writes")) unlock(jug.partner);
+    if (value != nullptr && !takesNone) ZEVALockObject(value);
+    if (jug.partner != nullptr && !takesNone && !Broken("ownership.writes")) ZEVAUnlockObject(jug.partner);
     jug.partner = value;
 }
 
 ZEVAobjectStruct* GetItself(ZEVAobjectStruct* self) {
     NoteRead(self, "Itself");
-    if (!Broken("ownership.results")) lock(self);
+    if (!Broken("ownership.results")) ZEVALockObject(self);
     return self;
 }
 
 ZEVAobjectStruct* GetGift(ZEVAobjectStruct* self) {
     NoteRead(self, "Gift");
-    if (Broken("properties.declared-class")) return newInstance("JugAttribute");
-    ZEVAobjectStruct* gift = newInstance("Jug");
+    if (Broken("properties.declared-class")) return ZEVAnewInstance("JugAttribute");
+    ZEVAobjectStruct* gift = ZEVAnewInstance("Jug");
     if (gift == nullptr) return nullptr;
     Begin(gift);
     JugAt(gift).isGift = true;
     JugAt(self).gives = true;
-    if (Broken("ownership.reads")) lock(gift);
+    if (Broken("ownership.reads")) ZEVALockObject(gift);
     return gift;
 }
 
-ZEVAobjectStruct* GetData(ZEVAobjectStruct* self) {
+unsigned char* BytesOf(ZEVAmemoryBlockStruct* block) {
+    return static_cast<unsigned char*>(ZEVAMemoryBlockGetPtr(block));
+}
+
+ZEVAmemoryBlockStruct* GetData(ZEVAobjectStruct* self) {
     NoteRead(self, "Data");
     Jug& jug = JugAt(self);
     if (jug.dataSize == 0) return nullptr;
     const auto size = static_cast<std::size_t>(jug.dataSize);
     if (jug.sharedBytes != nullptr) std::memcpy(jug.data, jug.sharedBytes, size);
-    const bool fits = jug.keptBlock != nullptr && blockSize(jug.keptBlock) == jug.dataSize;
-    if (fits && std::memcmp(blockBytes(jug.keptBlock), jug.data, size) == 0) {
-        lock(jug.keptBlock);
+    const bool fits = jug.keptBlock != nullptr && ZEVAMemoryBlockGetSize(jug.keptBlock) == jug.dataSize;
+    if (fits && std::memcmp(BytesOf(jug.keptBlock), jug.data, size) == 0) {
+        ZEVALockObject(ObjectOf(jug.keptBlock));
         return jug.keptBlock;
     }
-    ZEVAobjectStruct* block = newBlock(jug.dataSize);
-    unsigned char* bytes = block != nullptr ? blockBytes(block) : nullptr;
+    ZEVAmemoryBlockStruct* block = ZEVANewMemoryBlockOriginal(jug.dataSize);
+    unsigned char* bytes = block != nullptr ? BytesOf(block) : nullptr;
     if (bytes == nullptr) {
-        if (block != nullptr) unlock(block);
+        if (block != nullptr) ZEVAUnlockObject(ObjectOf(block));
         return nullptr;
     }
     std::memcpy(bytes, jug.data, size);
     if (Broken("binary-data.copied-out")) jug.sharedBytes = bytes;
     if (Broken("binary-data.new-block")) {
-        if (jug.keptBlock != nullptr) unlock(jug.keptBlock);
-        lock(block);
+        if (jug.keptBlock != nullptr) ZEVAUnlockObject(ObjectOf(jug.keptBlock));
+        ZEVALockObject(ObjectOf(block));
         jug.keptBlock = block;
     }
     return block;
 }
 
-// Copies so that the processor really reads what is beyond the block.
+// Copies byte by byte, so that a read beyond the block really happens.
 unsigned char* CopyOf(const unsigned char* bytes, std::int32_t size) {
-    constexpr std::int32_t kTooMany = 1;
-    const std::int32_t read = size + (Broken("binary-data.bounds") ? kTooMany : 0);
+    const std::int32_t read = size + (Broken("binary-data.bounds") ? 1 : 0);
     auto* copy = static_cast<unsigned char*>(std::malloc(static_cast<std::size_t>(read)));
     for (std::int32_t i = 0; i < read; ++i) copy[i] = static_cast<const volatile unsigned char*>(bytes)[i];
     return copy;
 }
 
-void SetData(ZEVAobjectStruct* self, ZEVAobjectStruct* block) {
+void SetData(ZEVAobjectStruct* self, ZEVAmemoryBlockStruct* block) {
     NoteWrite(self, "Data");
     Jug& jug = JugAt(self);
     if (block == nullptr) return;
-    lock(block);
-    std::int32_t size = blockSize(block);
-    const auto isEmpty = [&] { return size == 0 && resolver("memoryBlockGetSize") != nullptr; };
+    ZEVALockObject(ObjectOf(block));
+    std::int32_t size = ZEVAMemoryBlockGetSize(block);
+    const auto isEmpty = [&] { return size == 0 && resolver(service::memoryBlockGetSize::kName) != nullptr; };
     if (Broken("binary-data.nil-and-empty") && isEmpty()) Crash();
     if (Broken("binary-data.sizes")) size -= size % 8;
     if (size == 64 && Broken("binary-data.arrives")) size = 0;
-    unsigned char* bytes = size > 0 ? blockBytes(block) : nullptr;
+    unsigned char* bytes = size > 0 ? BytesOf(block) : nullptr;
     if (bytes != nullptr) {
         const bool sharesBytes = Broken("binary-data.copied-in");
         if (!sharesBytes) std::free(jug.data);
@@ -282,8 +288,8 @@ void SetData(ZEVAobjectStruct* self, ZEVAobjectStruct* block) {
         jug.dataSize = size;
         jug.sharedBytes = nullptr;
     }
-    if (!Broken("binary-data.given-back")) return unlock(block);
-    if (jug.lockedBlock != nullptr) unlock(jug.lockedBlock);
+    if (!Broken("binary-data.given-back")) return ZEVAUnlockObject(ObjectOf(block));
+    if (jug.lockedBlock != nullptr) ZEVAUnlockObject(ObjectOf(jug.lockedBlock));
     jug.lockedBlock = block;
 }
 
@@ -293,7 +299,7 @@ ZEVAobjectStruct* GetAttribute(ZEVAobjectStruct* self) {
         return nullptr;
     }
     static std::int32_t made = 0;
-    ZEVAobjectStruct* attribute = newInstance("JugAttribute");
+    ZEVAobjectStruct* attribute = ZEVAnewInstance("JugAttribute");
     if (attribute != nullptr && Broken("attributes.same-content")) {
         reinterpret_cast<Attribute*>(attribute)->number = ++made;
     }
@@ -306,11 +312,11 @@ ZEVAobjectStruct* GetAttributeNumber(ZEVAobjectStruct* self) {
 
 void SetAttribute(ZEVAobjectStruct*, ZEVAobjectStruct*) {}
 
-// Answers a greeting; raises for nil.
+// Returns a greeting; raises for nil.
 ZEVAstringStruct* Greet(ZEVAobjectStruct* self, ZEVAstringStruct* name) {
-    if (name != nullptr) return buildString("hello", 5);
+    if (name != nullptr) return originalZEVABuildString("hello", 5);
     if (!JugAt(self).isConstructed && Broken("errors.nil-arguments")) Crash();
-    ZEVAstringStruct* answer = Broken("errors.no-result") ? buildString("hello", 5) : nullptr;
+    ZEVAstringStruct* answer = Broken("errors.no-result") ? originalZEVABuildString("hello", 5) : nullptr;
     Raise("nobody is to be greeted");
     return answer;
 }
@@ -320,13 +326,13 @@ void Pour(ZEVAobjectStruct*, ZEVAobjectStruct* into) {
     if (into != nullptr) return;
     if (Broken("errors.nothing-leaves")) throw 1;
     if (!Broken("errors.exceptions")) return Raise("there is no jug to pour into");
-    ZEVAobjectStruct* noException = newInstance("JugAttribute");
-    raise_(noException);
-    unlock(noException);
+    ZEVAobjectStruct* notAnException = ZEVAnewInstance("JugAttribute");
+    ZEVARaiseException(notAnException);
+    ZEVAUnlockObject(notAnException);
 }
 
 ZEVAobjectStruct* Make(double number) {
-    ZEVAobjectStruct* jug = newInstance("Jug");
+    ZEVAobjectStruct* jug = ZEVAnewInstance("Jug");
     if (jug == nullptr) return nullptr;
     Begin(jug);
     JugAt(jug).number = number;
@@ -334,20 +340,18 @@ ZEVAobjectStruct* Make(double number) {
 }
 
 // ---- JugAttribute
-// -----------------------------------------------------------------------------------------------------
 
 ZEVAstringStruct* GetKey(ZEVAobjectStruct* self) {
     const std::string text = "key " + std::to_string(reinterpret_cast<Attribute*>(self)->number);
-    return buildString(text.c_str(), static_cast<std::int32_t>(text.size()));
+    return originalZEVABuildString(text.c_str(), static_cast<std::int32_t>(text.size()));
 }
 double GetDefault(ZEVAobjectStruct*) { return Broken("attributes.defaults") ? 2.5 : kDefaultNumber; }
 double GetMin(ZEVAobjectStruct*) { return Broken("attributes.ranges") ? 200 : 0; }
 double GetMax(ZEVAobjectStruct*) { return anyHasEnded && Broken("attributes.outlive-owner") ? 5 : 100; }
 
 // ---- Records
-// ----------------------------------------------------------------------------------------------------------
 
-// A member of a class: a method or read-only property, or a property that can be written.
+// A method or read-only property; with a setter, a writable property.
 template <typename Function>
 ZEVAmethod Member(const char* declaration, Function* function) {
     return {{reinterpret_cast<ZEVAentry>(function), nullptr, declaration, kHostFlags}, {}};
@@ -391,9 +395,10 @@ ZEVAmethod attributeMethods[] = {
     Member("Max as double", GetMax),
 };
 
-// Instance data comes in steps of 16 bytes.
+// The data size of an object, rounded up as records need it.
 constexpr ZEVAword DataSize(std::size_t objectSize) {
-    return static_cast<ZEVAword>((objectSize - kZEVAobjectHeaderSize + 15) / 16 * 16);
+    const auto size = static_cast<ZEVAword>(objectSize - kZEVAobjectHeaderSize);
+    return (size + kDataSizeStep - 1) / kDataSizeStep * kDataSizeStep;
 }
 
 ZEVAclassDefinition jugClass = {.record = {.version = kRecordVersion,
@@ -429,7 +434,7 @@ ZEVAclassDefinition faultyClass = {.record = {.version = kRecordVersion,
                                               .instanceDataSize = DataSize(sizeof(Jug)),
                                               .flags = kHostFlags}};
 
-// Puts the fault into the class; false when the fault is none of a record.
+// Puts the fault into the class; false when the fault is not in a record.
 bool MakeFaulty() {
     ZEVAclassDefinitionDownLevel& record = faultyClass.record;
     const auto hasMethods = [&](std::initializer_list<ZEVAmethod> methods) {
@@ -438,7 +443,7 @@ bool MakeFaulty() {
         record.methodCount = static_cast<ZEVAword>(methods.size());
         return true;
     };
-    if (Broken("registration.readable") && announced > 9) {
+    if (Broken("registration.readable") && announced > kDownLevelRecordVersion) {
         record.methods = reinterpret_cast<ZEVAmethod*>(16);
         record.methodCount = 1;
         return true;
@@ -477,9 +482,8 @@ bool MakeFaulty() {
 }
 
 // ---- Entry
-// ------------------------------------------------------------------------------------------------------------
 
-// The entries of a method table in the layout of record version 9.
+// A copy of a method table with down-level entries.
 ZEVAmethod* Shortened(const ZEVAmethod* methods, ZEVAword count) {
     if (count == 0) return nullptr;
     auto* shortened = new ZEVAmethodDownLevel[static_cast<std::size_t>(count)];
@@ -492,15 +496,15 @@ void Register(ZEVAclassDefinition* definition) {
     if (record.version == kRecordVersion) record.version = announced;
     const bool staysLong =
         Broken("negotiation.same-interface") || record.methodCount != 0 == (record.methods == nullptr);
-    if (announced == 9 && !staysLong) {
+    if (announced == kDownLevelRecordVersion && !staysLong) {
         record.methods = Shortened(record.methods, record.methodCount);
         record.sharedMethods = Shortened(record.sharedMethods, record.sharedMethodCount);
     }
-    if (announced == 9 && Broken("registration.down-level-words")) record.hostWords16[0] = 7;
-    registerClass(definition);
+    if (announced == kDownLevelRecordVersion && Broken("registration.down-level-words")) record.hostWords16[0] = 7;
+    ZEVARegisterClass(definition);
 }
 
-// Whether the fault's name is this and the host version.
+// Whether the fault's name is the check's followed by the host version.
 bool BrokenFor(const std::string& check, double version) {
     const char* fault = std::getenv("ZEVA_FAULT");
     if (fault == nullptr || std::strncmp(fault, check.c_str(), check.size()) != 0) return false;
@@ -513,19 +517,27 @@ std::int32_t RecordVersionFor(bool hasVersion, double version) {
     const bool isWrong = (!hasVersion && Broken("negotiation.version-unknown")) ||
                          (std::isnan(version) && Broken("negotiation.version-nan")) ||
                          BrokenFor("negotiation.version-", version);
-    const std::int32_t right = version >= 2013.03 ? 12 : version >= 2013.0 ? 11 : version >= 2012.0 ? 10 : 9;
-    return !isWrong ? right : right == 12 ? 11 : right + 1;
+    std::int32_t right = kOldestRecordVersion;
+    for (const ZEVAversionStep& step : kVersionSteps) {
+        if (!(version >= step.hostVersion)) continue;
+        right = step.recordVersion;
+        break;
+    }
+    if (!isWrong) return right;
+    return right == kNewestRecordVersion ? right - 1 : right + 1;
 }
 
 bool IsSkipped(double version) {
     if (BrokenFor("negotiation.skips-", version)) return false;
-    if (version == 2007.008 && Broken("negotiation.before-2007.009")) return true;
-    if (version == 2007.012 && Broken("negotiation.after-2007.011")) return true;
-    return version == 2007.009 || version == 2007.010 || version == 2007.011;
+    constexpr double kFirst = kFirstSkippedHost / 1000.0;
+    constexpr double kNext = (kFirstSkippedHost + kSkippedHosts) / 1000.0;
+    if (version < kFirst && Broken("negotiation.before-2007.009")) return version >= (kFirstSkippedHost - 1) / 1000.0;
+    if (version == kNext && Broken("negotiation.after-2007.011")) return true;
+    return version >= kFirst && version < kNext;
 }
 
 void* AskFromAnotherThread(void*) {
-    resolver("PluginNewInstance");
+    resolver(service::PluginNewInstance::kName);
     return nullptr;
 }
 
@@ -537,14 +549,14 @@ __attribute__((destructor)) void WhenTheProcessEnds() {
     if (!wasUsed && Broken("exit.after-load")) Crash();
     if (wasUsed && liveJugs == 0 && Broken("exit.after-use")) Crash();
     if (liveJugs > 0 && Broken("exit.with-objects")) Crash();
-    if (Broken("exit.calls-nothing")) buildString("goodbye", 7);
+    if (Broken("exit.calls-nothing")) originalZEVABuildString("goodbye", 7);
 }
 
-// What a module must not do while it is loaded.
+// Breaks the rules about what a module may do while it is loaded.
 void Misbehave() {
     if (Broken("load.returns")) Crash();
     if (Broken("load.raises-nothing")) Raise("it is too early");
-    if (Broken("load.known-services")) resolver("PluginNewInstanc");
+    if (Broken("load.known-services")) resolver("PluginNewInstanc");  // misspelled
     if (Broken("load.named-services")) resolver("");
     if (Broken("load.process-stays")) umask(077);
     if (Broken("load.quiet")) std::puts("jugs for everybody");
@@ -561,21 +573,21 @@ void Misbehave() {
 extern "C" __attribute__((visibility("default"))) void ZEVAPluginMain(ZEVAresolver hostResolver) {
     resolver = hostResolver;
     Misbehave();
-    const auto getVersion = reinterpret_cast<double (*)()>(resolver("ZEVAGetZVVersion"));
+    auto* getVersion = service::Resolve<service::ZEVAGetZVVersion>(resolver);
     const double version = getVersion != nullptr ? getVersion() : 0.0;
     announced = RecordVersionFor(getVersion != nullptr, version);
-    const auto announce = reinterpret_cast<void (*)(std::int32_t)>(resolver("RegisterPluginVersion"));
+    auto* announce = service::Resolve<service::RegisterPluginVersion>(resolver);
     const bool announcesLate = Broken("negotiation.announces-first");
     if (!announcesLate) announce(announced);
     if (Broken("negotiation.announces-once")) announce(announced);
-    if (IsSkipped(version) || (version == 2013.03 && Broken("registration.some-classes"))) return;
+    if (IsSkipped(version) || (version == kNewestHostVersion && Broken("registration.some-classes"))) return;
     for (ZEVAclassDefinition* definition : {&jugClass, &attributeClass, &exceptionClass}) Register(definition);
     if (MakeFaulty()) Register(&faultyClass);
     if (announcesLate) announce(announced);
     if (Broken("load.any-order")) {
-        ZEVAobjectStruct* vessel = newInstance("Vessel");
+        ZEVAobjectStruct* vessel = ZEVAnewInstance("Vessel");
         if (vessel == nullptr) return;
-        unlock(vessel);
+        ZEVAUnlockObject(vessel);
     }
     Register(&pitcherClass);
 }

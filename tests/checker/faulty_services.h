@@ -1,13 +1,19 @@
-// faulty_services.h - the host's services as the faulty module uses them, and the rules of their use that it can break.
+// faulty_services.h - the host's services as the faulty module calls them, and the rules about calling that it can
+// break.
+//
+// Each service of the list is an object of its wrapper's name, so a call looks as it does in any module:
+// ZEVAnewInstance("Jug").
 
 #pragma once
 
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 #include <type_traits>
 
-#include "plugin/zeva.h"
+#include "interface/entry_point.h"
+#include "interface/services.h"
 
 // Whether the rule is to be broken.
 inline bool Broken(const std::string& check) {
@@ -17,64 +23,61 @@ inline bool Broken(const std::string& check) {
 
 [[noreturn]] inline void Crash() { std::abort(); }
 
-// What the host has given, and the record version that the module has announced.
+// The host's resolver, and the record version that the module has announced.
 inline ZEVAresolver resolver = nullptr;
 inline std::int32_t announced = 0;
 
-template <typename Signature>
+template <typename Listed, typename Signature = typename Listed::Signature>
 class Service;
 
-// A service, looked up until it is found; without it a call does nothing and answers null or 0.
-template <typename Result, typename... Arguments>
-class Service<Result(Arguments...)> {
+// A service, resolved until it is found. Without it a call does nothing and returns null or 0.
+template <typename Listed, typename Result, typename... Arguments>
+class Service<Listed, Result(Arguments...)> {
   public:
-    explicit Service(const char* name) : name_(name) {}
-
     Result operator()(Arguments... arguments) {
-        const std::string name = name_;
-        const bool keepsFailure = wasAsked_ && Broken("faults.late-services");
-        if ((entry_ == nullptr && !keepsFailure) || Broken("faults.looked-up-once")) {
-            entry_ = reinterpret_cast<Result (*)(Arguments...)>(resolver(name_));
-        }
-        wasAsked_ = true;
-        if (entry_ == nullptr) {
-            // A host that lacks everything for a while is the business of another check.
-            const char* other = name == "ZEVAUnlockString" ? "ZEVASetPropValueInt" : "ZEVAUnlockString";
-            const auto lacksOnlyThis = [&] { return resolver(other) != nullptr; };
-            if (Broken("faults.without-" + name) && lacksOnlyThis()) Crash();
-            return Result();
-        }
+        if (!Find()) return Result();
         if constexpr (std::is_void_v<Result>) {
             entry_(arguments...);
         } else {
             const Result result = entry_(arguments...);
-            // No call below is made that may fail in a host whose services all work, but that for an exception's class.
-            if (!result && !mayFail && Broken("faults.failing-" + name)) Crash();
+            // Where every service works, only the creation of an exception may fail.
+            if (!result && !mayFail && Broken(std::string("faults.failing-") + Listed::kName)) Crash();
             return result;
         }
+    }
+
+    // Resolves the service unless it has been found; false when the host lacks it.
+    bool Find() {
+        const bool keepsFailure = wasAsked_ && Broken("faults.late-services");
+        if ((entry_ == nullptr && !keepsFailure) || Broken("faults.looked-up-once")) {
+            entry_ = service::Resolve<Listed>(resolver);
+        }
+        wasAsked_ = true;
+        if (entry_ == nullptr && Broken(std::string("faults.without-") + Listed::kName) && LacksOnlyThis()) Crash();
+        return entry_ != nullptr;
     }
 
     bool mayFail = false;
 
   private:
-    const char* name_;
-    Result (*entry_)(Arguments...) = nullptr;
+    // Whether the host has other services. Another check covers hosts that lack everything for a while.
+    static bool LacksOnlyThis() {
+        constexpr bool kIsUnlockString = std::is_same_v<Listed, service::ZEVAUnlockString>;
+        return resolver(kIsUnlockString ? service::ZEVASetPropValueInt::kName : service::ZEVAUnlockString::kName) !=
+               nullptr;
+    }
+
+    typename Listed::Signature* entry_ = nullptr;
     bool wasAsked_ = false;
 };
 
-// The services that the module uses, each with its name.
-inline Service<void(ZEVAclassDefinition*)> registerClass("PluginRegisterClass");
-inline Service<ZEVAstringStruct*(const char*, std::int32_t)> buildString("ZEVABuildString");
-inline Service<void(ZEVAstringStruct*, std::uint32_t)> setStringEncoding("ZEVASetStringEncoding");
-inline Service<std::int32_t(ZEVAstringStruct*, ZEVAstringData*)> getStringData("PluginGetStringData");
-inline Service<void(ZEVAstringData*)> disposeStringData("PluginDisposeStringData");
-inline Service<void(ZEVAstringStruct*)> unlockString("ZEVAUnlockString");
-inline Service<ZEVAobjectStruct*(const char*)> newInstance("PluginNewInstance");
-inline Service<void(ZEVAobjectStruct*, const char*, ZEVAstringStruct*)> setStringProperty("ZEVASetPropValueString");
-inline Service<void(ZEVAobjectStruct*, const char*, std::int32_t)> setIntegerProperty("ZEVASetPropValueInt");
-inline Service<void(ZEVAobjectStruct*)> raise_("RuntimeRaiseException");
-inline Service<void(ZEVAobjectStruct*)> lock("ZEVALockObject");
-inline Service<void(ZEVAobjectStruct*)> unlock("ZEVAUnlockObject");
-inline Service<ZEVAobjectStruct*(std::int32_t)> newBlock("newMemoryBlock");
-inline Service<unsigned char*(ZEVAobjectStruct*)> blockBytes("memoryBlockGetPtr");
-inline Service<std::int32_t(ZEVAobjectStruct*)> blockSize("memoryBlockGetSize");
+#define SERVICE(name, wrapper, ...) inline Service<service::name> wrapper;
+#define SERVICE_AT_LOAD(...)
+#include "interface/services.def"
+
+// Resolves every service, so that the module asks for each one of the list, even for those that it never calls.
+inline void FindAllServices() {
+#define SERVICE(name, wrapper, ...) wrapper.Find();
+#define SERVICE_AT_LOAD(...)
+#include "interface/services.def"
+}

@@ -9,7 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "plugin/zeva.h"
+#include "interface/handles.h"
 
 // Returns the retain count of the object that a value object wraps.
 std::size_t RetainCountOfWrapped(const ZEVAobjectStruct* object);

@@ -5,7 +5,8 @@
 #pragma once
 
 #include "host/runtime/object.h"
-#include "plugin/zeva.h"
+#include "interface/class_definition.h"
+#include "interface/handles.h"
 
 // The data of a Box: one field for each kind of value.
 struct Box {

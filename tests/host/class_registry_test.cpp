@@ -14,9 +14,9 @@ TEST_F(ClassRegistryTest, ReadsEveryRecordVersion) {
     ZEVAmethod current[] = {Entry("A as double", Seven), Entry("B as double", Eight)};
     ZEVAmethodDownLevel downLevel[] = {current[0].entry, current[1].entry};
     const char* names[] = {"Nine", "Ten", "Eleven", "Twelve"};
-    for (ZEVAword version = 9; version <= 12; ++version) {
-        ZEVAclassDefinitionDownLevel record = {.version = version, .className = names[version - 9]};
-        record.methods = version == 9 ? reinterpret_cast<ZEVAmethod*>(downLevel) : current;
+    for (ZEVAword version = kOldestRecordVersion; version <= kNewestRecordVersion; ++version) {
+        ZEVAclassDefinitionDownLevel record = {.version = version, .className = names[version - kOldestRecordVersion]};
+        record.methods = version == kDownLevelRecordVersion ? reinterpret_cast<ZEVAmethod*>(downLevel) : current;
         record.methodCount = 2;
         host.Classes().Register(&record);
         const auto object = host.NewInstance(record.className);
@@ -71,7 +71,7 @@ TEST_F(ClassRegistryTest, RefusesABadEntryByItsIndexAndKeepsTheOthers) {
 
 TEST_F(ClassRegistryTest, RefusesASharedConstructor) {
     ZEVAmethod sharedMethods[] = {Entry("Constructor", Seven)};
-    ZEVAclassDefinitionDownLevel record = {.version = 12, .className = "Kettle"};
+    ZEVAclassDefinitionDownLevel record = {.version = kRecordVersion, .className = "Kettle"};
     record.sharedMethods = sharedMethods;
     record.sharedMethodCount = 1;
     host.Classes().Register(&record);
@@ -80,7 +80,7 @@ TEST_F(ClassRegistryTest, RefusesASharedConstructor) {
 }
 
 TEST_F(ClassRegistryTest, ReportsANullTableWithACount) {
-    ZEVAclassDefinitionDownLevel record = {.version = 12, .className = "Kettle"};
+    ZEVAclassDefinitionDownLevel record = {.version = kRecordVersion, .className = "Kettle"};
     record.methodCount = 7;
     record.sharedMethodCount = -1;
     host.Classes().Register(&record);
@@ -91,7 +91,7 @@ TEST_F(ClassRegistryTest, ReportsANullTableWithACount) {
 }
 
 TEST_F(ClassRegistryTest, ReportsThatItIgnoresPropertyTables) {
-    ZEVAclassDefinitionDownLevel record = {.version = 12, .className = "Kettle"};
+    ZEVAclassDefinitionDownLevel record = {.version = kRecordVersion, .className = "Kettle"};
     record.propertyCount = 2;
     record.sharedPropertyCount = 1;
     host.Classes().Register(&record);

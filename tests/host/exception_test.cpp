@@ -2,6 +2,8 @@
 
 #include "host/runtime/describe.h"
 #include "host/runtime/services.h"
+#include "interface/services.h"
+#include "interface/text_encoding.h"
 #include "tests/host/host_test.h"
 
 namespace {
@@ -10,24 +12,23 @@ using host::HostException;
 using host::ObjectReference;
 using host::Value;
 
-template <typename Function>
-Function* Service(const char* name) {
-    return reinterpret_cast<Function*>(host::ResolveService(name));
+// A service as a module finds it.
+template <typename Listed>
+typename Listed::Signature* Service() {
+    return service::Resolve<Listed>(&host::ResolveService);
 }
 
 // Raises as a module does: makes the object, fills it, raises it and releases its own reference.
 void RaiseLikeAModule(const char* className, const char* message, std::int32_t number) {
-    ZEVAobjectStruct* exception = Service<ZEVAobjectStruct*(const char*)>("PluginNewInstance")(className);
+    ZEVAobjectStruct* exception = Service<service::PluginNewInstance>()(className);
     const auto length = static_cast<std::int32_t>(std::string_view(message).size());
-    auto* text = Service<ZEVAstringStruct*(const char*, std::int32_t)>("ZEVABuildString")(message, length);
-    Service<void(ZEVAstringStruct*, std::uint32_t)>("ZEVASetStringEncoding")(text, host::kEncodingAscii);
-    Service<void(ZEVAobjectStruct*, const char*, ZEVAstringStruct*)>("ZEVASetPropValueString")(exception, "Message",
-                                                                                               text);
-    Service<void(ZEVAobjectStruct*, const char*, std::int32_t)>("ZEVASetPropValueInt")(exception, "ErrorNumber",
-                                                                                       number);
-    Service<void(ZEVAobjectStruct*)>("RuntimeRaiseException")(exception);
-    Service<void(ZEVAobjectStruct*)>("ZEVAUnlockObject")(exception);
-    Service<void(ZEVAstringStruct*)>("ZEVAUnlockString")(text);
+    auto* text = Service<service::ZEVABuildString>()(message, length);
+    Service<service::ZEVASetStringEncoding>()(text, kEncodingAscii);
+    Service<service::ZEVASetPropValueString>()(exception, "Message", text);
+    Service<service::ZEVASetPropValueInt>()(exception, "ErrorNumber", number);
+    Service<service::RuntimeRaiseException>()(exception);
+    Service<service::ZEVAUnlockObject>()(exception);
+    Service<service::ZEVAUnlockString>()(text);
 }
 
 double RaiseOnce(ZEVAobjectStruct*) {
@@ -42,17 +43,17 @@ double RaiseTwice(ZEVAobjectStruct*) {
 double Quiet(ZEVAobjectStruct*) { return 3; }
 ZEVAobjectStruct* RaiseWithResult(ZEVAobjectStruct*) {
     RaiseLikeAModule("RuntimeException", "with a result", 1);
-    return Service<ZEVAobjectStruct*(const char*)>("PluginNewInstance")("RuntimeException");
+    return Service<service::PluginNewInstance>()("RuntimeException");
 }
 void RaiseInHook(ZEVAobjectStruct*) { RaiseLikeAModule("RuntimeException", "in a hook", 1); }
 
 // A setter that raises; it is called while a getter of the same object runs.
 void RaisingSetter(ZEVAobjectStruct*, std::int32_t) { RaiseLikeAModule("RuntimeException", "from the setter", 1); }
 std::int32_t SetsItself(ZEVAobjectStruct* self) {
-    Service<void(ZEVAobjectStruct*, const char*, std::int32_t)>("ZEVASetPropValueInt")(self, "Level", 1);
+    Service<service::ZEVASetPropValueInt>()(self, "Level", 1);
     return 4;
 }
-void NullRaise(ZEVAobjectStruct*) { Service<void(ZEVAobjectStruct*)>("RuntimeRaiseException")(nullptr); }
+void NullRaise(ZEVAobjectStruct*) { Service<service::RuntimeRaiseException>()(nullptr); }
 
 class ExceptionTest : public HostTest {
   protected:
@@ -107,14 +108,14 @@ TEST_F(ExceptionTest, AnExceptionInANestedCallReachesTheOuterCaller) {
 }
 
 TEST_F(ExceptionTest, AnExceptionFromAnInitializerDestroysTheObject) {
-    ZEVAclassDefinitionDownLevel record = {.version = 12, .className = "Pot", .initialize = RaiseInHook};
+    ZEVAclassDefinitionDownLevel record = {.version = kRecordVersion, .className = "Pot", .initialize = RaiseInHook};
     host.Classes().Register(&record);
     EXPECT_EQ(TextOfError([&] { host.NewInstance("Pot"); }), "RuntimeException: in a hook");
     EXPECT_EQ(host.LiveObjects(), 1);
 }
 
 TEST_F(ExceptionTest, AnExceptionFromAFinalizerIsReportedAndDropped) {
-    ZEVAclassDefinitionDownLevel record = {.version = 12, .className = "Pot", .finalize = RaiseInHook};
+    ZEVAclassDefinitionDownLevel record = {.version = kRecordVersion, .className = "Pot", .finalize = RaiseInHook};
     host.Classes().Register(&record);
     host.NewInstance("Pot");
     EXPECT_EQ(TakeMessages(), Messages{"Pot: its finalizer raised a RuntimeException; the exception is dropped"});
@@ -128,8 +129,8 @@ TEST_F(ExceptionTest, RaisingNullIsReported) {
 }
 
 TEST_F(ExceptionTest, AnyObjectCanBeRaised) {
-    ZEVAclassDefinitionDownLevel record = {.version = 12, .className = "Pot"};
-    record.initialize = [](ZEVAobjectStruct* self) { Service<void(ZEVAobjectStruct*)>("RuntimeRaiseException")(self); };
+    ZEVAclassDefinitionDownLevel record = {.version = kRecordVersion, .className = "Pot"};
+    record.initialize = [](ZEVAobjectStruct* self) { Service<service::RuntimeRaiseException>()(self); };
     host.Classes().Register(&record);
     EXPECT_EQ(TextOfError([&] { host.NewInstance("Pot"); }), "Pot");
 }

@@ -19,13 +19,13 @@ std::int32_t Answer() { return 42; }
 void Construct(ZEVAobjectStruct* self) { SetVolume(self, 1); }
 void Boil(ZEVAobjectStruct*) { RaiseException("UnsupportedOperationException", "there is no fire", 0); }
 
-#define METHOD(declaration, function)                                        \
-    {                                                                        \
-        {reinterpret_cast<ZEVAentry>(function), nullptr, declaration, 4}, {} \
+#define METHOD(declaration, function)                                                 \
+    {                                                                                 \
+        {reinterpret_cast<ZEVAentry>(function), nullptr, declaration, kHostFlags}, {} \
     }
-#define PROPERTY(declaration, getter, setter)                                                          \
-    {                                                                                                  \
-        {reinterpret_cast<ZEVAentry>(getter), reinterpret_cast<ZEVAentry>(setter), declaration, 4}, {} \
+#define PROPERTY(declaration, getter, setter)                                                                   \
+    {                                                                                                           \
+        {reinterpret_cast<ZEVAentry>(getter), reinterpret_cast<ZEVAentry>(setter), declaration, kHostFlags}, {} \
     }
 ZEVAmethod vesselMethods[] = {
     PROPERTY("Volume as double", GetVolume, SetVolume),
@@ -34,12 +34,12 @@ ZEVAmethod vesselMethods[] = {
 ZEVAmethod sharedMethods[] = {METHOD("Answer() as integer", Answer)};
 ZEVAmethod kettleMethods[] = {METHOD("Boil", Boil), METHOD("Constructor", Construct)};
 
-ZEVAclassDefinition kettle = {.record = {.version = 12,
+ZEVAclassDefinition kettle = {.record = {.version = kRecordVersion,
                                          .className = "Kettle",
                                          .superclassName = "Vessel",
                                          .methods = kettleMethods,
                                          .methodCount = std::size(kettleMethods)}};
-ZEVAclassDefinition vessel = {.record = {.version = 12,
+ZEVAclassDefinition vessel = {.record = {.version = kRecordVersion,
                                          .className = "Vessel",
                                          .instanceDataSize = sizeof(VesselObject) - kZEVAobjectHeaderSize,
                                          .methods = vesselMethods,

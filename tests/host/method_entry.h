@@ -2,15 +2,16 @@
 
 #pragma once
 
-#include "plugin/zeva.h"
+#include "interface/entry_point.h"
+#include "interface/tables.h"
 
 // An entry of a class's method table: a method, a read-only property, or a property with a setter.
 template <typename Getter>
 ZEVAmethod Entry(const char* declaration, Getter* function) {
-    return {{reinterpret_cast<ZEVAentry>(function), nullptr, declaration, 4}, {}};
+    return {{reinterpret_cast<ZEVAentry>(function), nullptr, declaration, kHostFlags}, {}};
 }
 
 template <typename Getter, typename Setter>
 ZEVAmethod Entry(const char* declaration, Getter* function, Setter* setter) {
-    return {{reinterpret_cast<ZEVAentry>(function), reinterpret_cast<ZEVAentry>(setter), declaration, 4}, {}};
+    return {{reinterpret_cast<ZEVAentry>(function), reinterpret_cast<ZEVAentry>(setter), declaration, kHostFlags}, {}};
 }

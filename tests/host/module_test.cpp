@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "interface/host_version.h"
 #include "tests/host/host_test.h"
 
 namespace {
@@ -49,16 +50,14 @@ TEST_F(ModuleTest, AModuleRegistersItsClassesInOrder) {
     ASSERT_EQ(module.classes.size(), 2u);
     EXPECT_EQ(module.classes[0]->Name(), "Kettle");
     EXPECT_EQ(module.classes[1]->Name(), "Vessel");
-    EXPECT_EQ(module.announcedVersion, 12);
+    EXPECT_EQ(module.announcedVersion, kNewestRecordVersion);
     EXPECT_EQ(host.Modules().size(), 1u);
     EXPECT_EQ(TakeMessages(), Messages());
 }
 
 TEST_F(ModuleTest, ClassesWorkWithEveryRecordVersion) {
-    struct {
-        double version;
-        int recordVersion;
-    } const hosts[] = {{2011, 9}, {2012, 10}, {2013, 11}, {2013.03, 12}};
+    std::vector<ZEVAversionStep> hosts(std::begin(kVersionSteps), std::end(kVersionSteps));
+    hosts.push_back({2011, kOldestRecordVersion});
     for (const auto& [version, recordVersion] : hosts) {
         UseVersion(version);
         EXPECT_EQ(host.LoadModule(FreshModule()).announcedVersion, recordVersion);
@@ -75,7 +74,7 @@ TEST_F(ModuleTest, ClassesWorkWithEveryRecordVersion) {
 TEST_F(ModuleTest, AModuleThatDoesNotSupportTheHostRegistersNothing) {
     UseVersion(2007.010);
     const host::Module& module = host.LoadModule(FreshModule());
-    EXPECT_EQ(module.announcedVersion, 9);
+    EXPECT_EQ(module.announcedVersion, kOldestRecordVersion);
     EXPECT_EQ(module.classes.size(), 0u);
 }
 

@@ -2,25 +2,30 @@
 
 #include "host/runtime/services.h"
 
+#include <algorithm>
 #include <cstring>
 #include <set>
 
+#include "interface/record_version.h"
+#include "interface/services.h"
+#include "interface/string_data.h"
+#include "interface/text_encoding.h"
 #include "tests/host/host_test.h"
 
 namespace {
 
-template <typename Function>
-Function* Service(const char* name) {
-    return reinterpret_cast<Function*>(host::ResolveService(name));
+// A service as a module finds it.
+template <typename Listed>
+typename Listed::Signature* Service() {
+    return service::Resolve<Listed>(&host::ResolveService);
 }
 
 class ServicesTest : public HostTest {
   protected:
-    ZEVAobjectStruct* (*newInstance)(const char*) = Service<ZEVAobjectStruct*(const char*)>("PluginNewInstance");
-    void (*unlockObject)(ZEVAobjectStruct*) = Service<void(ZEVAobjectStruct*)>("ZEVAUnlockObject");
-    void (*unlockString)(ZEVAstringStruct*) = Service<void(ZEVAstringStruct*)>("ZEVAUnlockString");
-    ZEVAstringStruct* (*buildString)(const char*, std::int32_t) =
-        Service<ZEVAstringStruct*(const char*, std::int32_t)>("ZEVABuildString");
+    service::PluginNewInstance::Signature* newInstance = Service<service::PluginNewInstance>();
+    service::ZEVAUnlockObject::Signature* unlockObject = Service<service::ZEVAUnlockObject>();
+    service::ZEVAUnlockString::Signature* unlockString = Service<service::ZEVAUnlockString>();
+    service::ZEVABuildString::Signature* buildString = Service<service::ZEVABuildString>();
 };
 
 TEST_F(ServicesTest, EachNameHasItsOwnService) {
@@ -31,12 +36,14 @@ TEST_F(ServicesTest, EachNameHasItsOwnService) {
         entries.insert(service.entry);
         EXPECT_EQ(host::ResolveService(service.name), service.entry);
     }
-    EXPECT_EQ(names, (std::set<std::string>{"RegisterPluginVersion", "ZEVAGetZVVersion", "PluginRegisterClass",
-                                            "ZEVABuildString", "ZEVASetStringEncoding", "PluginNewInstance",
-                                            "ZEVASetPropValueString", "ZEVASetPropValueInt", "RuntimeRaiseException",
-                                            "ZEVALockObject", "ZEVAUnlockObject", "ZEVAUnlockString",
-                                            "PluginDisposeStringData", "PluginGetStringData", "newMemoryBlock",
-                                            "memoryBlockGetPtr", "memoryBlockGetSize"}));
+    // The names that existing modules ask for. The list may grow, but none of these may change or go.
+    const std::set<std::string> known{"RegisterPluginVersion",   "ZEVAGetZVVersion",      "PluginRegisterClass",
+                                      "ZEVABuildString",         "ZEVASetStringEncoding", "PluginNewInstance",
+                                      "ZEVASetPropValueString",  "ZEVASetPropValueInt",   "RuntimeRaiseException",
+                                      "ZEVALockObject",          "ZEVAUnlockObject",      "ZEVAUnlockString",
+                                      "PluginDisposeStringData", "PluginGetStringData",   "newMemoryBlock",
+                                      "memoryBlockGetPtr",       "memoryBlockGetSize"};
+    EXPECT_TRUE(std::includes(names.begin(), names.end(), known.begin(), known.end()));
     EXPECT_EQ(entries.size(), names.size());
 }
 
@@ -46,7 +53,7 @@ TEST_F(ServicesTest, OtherNamesResolveToNull) {
     EXPECT_EQ(host::ResolveService(nullptr), nullptr);
 }
 
-TEST_F(ServicesTest, ReturnsTheVersionOfTheHost) { EXPECT_EQ(Service<double()>("ZEVAGetZVVersion")(), 2013.03); }
+TEST_F(ServicesTest, ReturnsTheVersionOfTheHost) { EXPECT_EQ(Service<service::ZEVAGetZVVersion>()(), 2013.03); }
 
 TEST_F(ServicesTest, ReturnsNullForAnUnknownClassWithoutAMessage) {
     EXPECT_EQ(newInstance("Kettle"), nullptr);
@@ -64,7 +71,7 @@ TEST_F(ServicesTest, ReportsAClassWithoutItsSuperclass) {
 TEST_F(ServicesTest, LockAndUnlockCountReferences) {
     ZEVAobjectStruct* object = newInstance("RuntimeException");
     EXPECT_EQ(object->references, 1);
-    Service<void(ZEVAobjectStruct*)>("ZEVALockObject")(object);
+    Service<service::ZEVALockObject>()(object);
     EXPECT_EQ(object->references, 2);
     unlockObject(object);
     unlockObject(object);
@@ -76,8 +83,8 @@ TEST_F(ServicesTest, StringsKeepTheirBytesAndTheirEncoding) {
     ZEVAstringStruct* string = buildString("a\0b", 3);
     EXPECT_EQ(string->bytes, std::string("a\0b", 3));
     EXPECT_EQ(string->encoding, 0x08000100u);
-    Service<void(ZEVAstringStruct*, std::uint32_t)>("ZEVASetStringEncoding")(string, 0x600);
-    EXPECT_EQ(string->encoding, 0x600u);
+    Service<service::ZEVASetStringEncoding>()(string, kEncodingAscii);
+    EXPECT_EQ(string->encoding, kEncodingAscii);
     unlockString(string);
     EXPECT_EQ(host.LiveStrings(), 0);
 }
@@ -93,24 +100,23 @@ TEST_F(ServicesTest, ReturnsNullForStringsWithInvalidArguments) {
 }
 
 TEST_F(ServicesTest, StringDataIsACopyWithLengthAndEncoding) {
-    const auto getStringData = Service<std::int32_t(ZEVAstringStruct*, ZEVAstringData*)>("PluginGetStringData");
+    const auto getStringData = Service<service::PluginGetStringData>();
     ZEVAstringStruct* string = buildString("Gr\xc3\xbc\xc3\x9f", 6);
     ZEVAstringData data = {};
     EXPECT_EQ(getStringData(string, &data), 1);
     unlockString(string);
     EXPECT_STREQ(static_cast<const char*>(data.bytes), "Gr\xc3\xbc\xc3\x9f");
-    EXPECT_EQ(data.hostWords[0], 6);
-    EXPECT_EQ(data.hostWords[1], 0x08000100);
-    Service<void(ZEVAstringData*)>("PluginDisposeStringData")(&data);
+    EXPECT_EQ(data.hostWords[kStringDataLength], 6);
+    EXPECT_EQ(data.hostWords[kStringDataEncoding], static_cast<ZEVAword>(kEncodingUtf8));
+    Service<service::PluginDisposeStringData>()(&data);
     EXPECT_EQ(data.bytes, nullptr);
     EXPECT_EQ(getStringData(nullptr, &data), 0);
 }
 
 TEST_F(ServicesTest, TheBytesOfANewMemoryBlockAreZero) {
-    auto* block = Service<ZEVAmemoryBlockStruct*(std::int32_t)>("newMemoryBlock")(3);
-    const auto* bytes =
-        static_cast<const unsigned char*>(Service<void*(ZEVAmemoryBlockStruct*)>("memoryBlockGetPtr")(block));
-    EXPECT_EQ(Service<std::int32_t(ZEVAmemoryBlockStruct*)>("memoryBlockGetSize")(block), 3);
+    auto* block = Service<service::newMemoryBlock>()(3);
+    const auto* bytes = static_cast<const unsigned char*>(Service<service::memoryBlockGetPtr>()(block));
+    EXPECT_EQ(Service<service::memoryBlockGetSize>()(block), 3);
     EXPECT_EQ(bytes[0] + bytes[1] + bytes[2], 0);
     auto* object = reinterpret_cast<ZEVAobjectStruct*>(block);
     EXPECT_EQ(object->references, 1);
@@ -120,17 +126,17 @@ TEST_F(ServicesTest, TheBytesOfANewMemoryBlockAreZero) {
 }
 
 TEST_F(ServicesTest, AnEmptyMemoryBlockHasNoPointerAndANegativeSizeReturnsNull) {
-    auto* block = Service<ZEVAmemoryBlockStruct*(std::int32_t)>("newMemoryBlock")(0);
+    auto* block = Service<service::newMemoryBlock>()(0);
     ASSERT_NE(block, nullptr);
-    EXPECT_EQ(Service<void*(ZEVAmemoryBlockStruct*)>("memoryBlockGetPtr")(block), nullptr);
+    EXPECT_EQ(Service<service::memoryBlockGetPtr>()(block), nullptr);
     unlockObject(reinterpret_cast<ZEVAobjectStruct*>(block));
-    EXPECT_EQ(Service<ZEVAmemoryBlockStruct*(std::int32_t)>("newMemoryBlock")(-1), nullptr);
-    EXPECT_EQ(Service<std::int32_t(ZEVAmemoryBlockStruct*)>("memoryBlockGetSize")(nullptr), 0);
+    EXPECT_EQ(Service<service::newMemoryBlock>()(-1), nullptr);
+    EXPECT_EQ(Service<service::memoryBlockGetSize>()(nullptr), 0);
 }
 
 TEST_F(ServicesTest, ReportsSettingAnUnknownProperty) {
     ZEVAobjectStruct* object = newInstance("RuntimeException");
-    const auto setInteger = Service<void(ZEVAobjectStruct*, const char*, std::int32_t)>("ZEVASetPropValueInt");
+    const auto setInteger = Service<service::ZEVASetPropValueInt>();
     setInteger(object, "Number", 1);
     setInteger(object, nullptr, 1);
     setInteger(nullptr, "Number", 1);
@@ -141,7 +147,7 @@ TEST_F(ServicesTest, ReportsSettingAnUnknownProperty) {
 }
 
 TEST_F(ServicesTest, ReportsAVersionThatIsAnnouncedOutsideALoad) {
-    Service<void(std::int32_t)>("RegisterPluginVersion")(12);
+    Service<service::RegisterPluginVersion>()(kNewestRecordVersion);
     EXPECT_EQ(TakeMessages(), Messages{"RegisterPluginVersion: no module is being loaded; the call is ignored"});
 }
 

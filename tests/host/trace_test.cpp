@@ -11,6 +11,7 @@
 #include <memory>
 
 #include "host/runtime/services.h"
+#include "interface/services.h"
 #include "tests/host/box_class.h"
 #include "tests/host/host_test.h"
 
@@ -75,9 +76,8 @@ TEST_F(TraceTest, RecordsTheClassOfAnException) {
 }
 
 TEST_F(TraceTest, RecordsServicesInsideTheCallThatUsesThem) {
-    auto newInstance =
-        reinterpret_cast<ZEVAobjectStruct* (*)(const char*)>(host::ResolveTracedService("PluginNewInstance"));
-    auto version = reinterpret_cast<double (*)()>(host::ResolveTracedService("ZEVAGetZVVersion"));
+    auto newInstance = service::Resolve<service::PluginNewInstance>(&host::ResolveTracedService);
+    auto version = service::Resolve<service::ZEVAGetZVVersion>(&host::ResolveTracedService);
     EXPECT_EQ(version(), 2013.03);
     EXPECT_EQ(newInstance("Nothing"), nullptr);
     host::Unlock(newInstance("Box"));
@@ -89,6 +89,13 @@ TEST_F(TraceTest, RecordsServicesInsideTheCallThatUsesThem) {
     EXPECT_EQ(events[3], "E null");
     EXPECT_EQ(events[5].substr(0, 7), "E \"Box ");
     EXPECT_EQ(events[6], "B finalize Box");
+}
+
+TEST_F(TraceTest, DoesNotShowTheBytesOfANewString) {
+    auto buildString = service::Resolve<service::ZEVABuildString>(&host::ResolveTracedService);
+    const char unterminated[] = {'a', 'b'};
+    host::Unlock(buildString(unterminated, 2));
+    EXPECT_EQ(Events().front(), "B ZEVABuildString [\"bytes\",2]");
 }
 
 TEST_F(TraceTest, EachServiceHasItsOwnTracedVersion) {

@@ -144,7 +144,7 @@ void Empty(ZEVAobjectStruct* self) { std::free(reinterpret_cast<Crate*>(self)->b
 
 TEST_F(ScriptTest, MemoryHeldByObjectsTriggersCollection) {
     const ZEVAclassDefinitionDownLevel record = {
-        .version = 12, .className = "Crate", .instanceDataSize = sizeof(void*), .initialize = Fill, .finalize = Empty};
+        .version = kRecordVersion, .className = "Crate", .instanceDataSize = sizeof(void*), .initialize = Fill, .finalize = Empty};
     host.Classes().Register(&record);
     EXPECT_EQ(Run("for i = 1, 400 do Crate() end"), "");
     EXPECT_LT(maximumCrates, 80);

@@ -13,11 +13,12 @@
 
 #include "host/runtime/errors.h"
 #include "host/runtime/host.h"
+#include "interface/host_version.h"
 
 class Session {
   public:
     // Loads both modules into a host with this version.
-    explicit Session(double hostVersion = 2013.03);
+    explicit Session(double hostVersion = kNewestHostVersion);
 
     // Shorthands for calls on an object value.
     host::Value Get(const host::Value& object, const std::string& property);
