@@ -64,6 +64,19 @@ TEST(CheckerTest, WatchesEveryServiceOfTheHost) {
     }
 }
 
+TEST(VerdictTest, RunEndsWithTheWorstVerdictOfItsChecks) {
+    const auto verdictOf = [](std::initializer_list<Verdict> verdicts) {
+        std::vector<CheckResult> results;
+        for (const Verdict verdict : verdicts) results.emplace_back().verdict = verdict;
+        return VerdictOfRun(results);
+    };
+    EXPECT_EQ(verdictOf({}), Verdict::kSkipped);
+    EXPECT_EQ(verdictOf({Verdict::kSkipped, Verdict::kPassed}), Verdict::kPassed);
+    EXPECT_EQ(verdictOf({Verdict::kPassed, Verdict::kWarned, Verdict::kSkipped}), Verdict::kWarned);
+    EXPECT_EQ(verdictOf({Verdict::kWarned, Verdict::kFailed, Verdict::kPassed}), Verdict::kFailed);
+    EXPECT_EQ(verdictOf({Verdict::kFailed, Verdict::kCrashed, Verdict::kWarned}), Verdict::kCrashed);
+}
+
 class FaultTest : public testing::TestWithParam<std::pair<std::string, const Check*>> {};
 
 TEST_P(FaultTest, OnlyItsOwnCheckHasFindings) {

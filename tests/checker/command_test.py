@@ -89,6 +89,19 @@ class CommandTest(unittest.TestCase):
         self.assertEqual(failed["name"], "ownership.results")
         self.assertEqual(failed["findings"][0]["subject"], "reading Jug.Itself")
 
+    def test_manual_documents_every_json_field(self):
+        fields = set()
+        for fault in ("load.file", "ownership.results"):
+            report = json.loads(check("--json", fault=fault).stdout)
+            fields.update(report)
+            for entry in report["checks"]:
+                fields.update(entry)
+                for finding in entry.get("findings", []):
+                    fields.update(finding)
+        self.assertLessEqual({"reason", "findings", "likelyCause", "subject"}, fields)
+        documented = re.findall(r"`(?:checks\[\])?\.?(\w+)`", MANUAL.read_text())
+        self.assertLessEqual(fields, set(documented))
+
     def test_junit_has_the_counts_of_the_text_report(self):
         with tempfile.TemporaryDirectory() as folder:
             path = pathlib.Path(folder) / "results.xml"
