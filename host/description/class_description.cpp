@@ -17,14 +17,25 @@ using host::Host;
 using host::Member;
 using host::ObjectReference;
 
-// A filter's sentence, or that of one of its keys; empty when there is none. A key's own words for the filter go before
-// those for the key in general.
-std::string Description(const std::string& filter, const std::string& key) {
+const Json& Texts() {
     static const Json texts = Json::parse(kDescriptionsText);
-    const Json& filters = texts["filters"];
-    if (filters.contains(filter) && filters[filter].contains(key)) return filters[filter][key];
-    const Json& keys = texts["keys"];
-    return filters.contains(filter) && keys.contains(key) ? keys[key] : Json("");
+    return texts;
+}
+
+// The description of a filter; empty for a filter without one.
+std::string FilterDescription(const std::string& filter) {
+    const Json& filters = Texts()["filters"];
+    return filters.contains(filter) ? filters[filter].value("description", "") : "";
+}
+
+// The "description" or "unit" of a filter's key; empty when there is none. An entry for the filter's own key wins over the
+// entry for keys of that name in general.
+std::string KeyText(const std::string& filter, const std::string& key, const char* what) {
+    const Json& filters = Texts()["filters"];
+    if (!filters.contains(filter)) return {};
+    const Json own = filters[filter].value("keys", Json::object()).value(key, Json::object());
+    if (own.contains(what)) return own[what];
+    return Texts()["keys"].value(key, Json::object()).value(what, "");
 }
 
 // What the attribute object of a key says, under names that begin small and leave out the kind of value: "default" for
@@ -56,7 +67,10 @@ Json PropertyJson(Host& session, const ObjectReference& filter, const Member& me
             json.update(AttributeJson(session, *object));
         }
     }
-    json["description"] = Description(FilterShortName(filter->isa->Name()), name);
+    const std::string filterName = FilterShortName(filter->isa->Name());
+    const std::string unit = KeyText(filterName, name, "unit");
+    if (!unit.empty()) json["unit"] = unit;
+    json["description"] = KeyText(filterName, name, "description");
     return json;
 }
 
@@ -117,7 +131,7 @@ Json ClassJson(Host& session, const host::Class& isa) {
         json["displayName"] = ValueJson(session, session.Get(filter.Get(), "DisplayName"));
         json["categories"] = ValueJson(session, session.Get(filter.Get(), "Categories"));
         json["category"] = Category(json["categories"]);
-        json["description"] = Description(name, "");
+        json["description"] = FilterDescription(name);
     }
     json["properties"] = Json::array();
     for (const Member& member : isa.Members()) {
@@ -134,6 +148,11 @@ std::string DefaultText(const Json& property) {
     if (!property.contains("default")) return {};
     const Json& value = property["default"];
     return value.contains("bytes") ? Plain(value["bytes"]) + " bytes" : Plain(value);
+}
+
+std::string UnitText(const Json& property) {
+    const std::string unit = property.value("unit", "none");
+    return unit == "none" ? "" : unit;
 }
 
 std::string RangeText(const Json& property) {

@@ -16,5 +16,8 @@ Json ClassJson(host::Host& session, const host::Class& isa);
 // A property's default in the spelling of the command line, "0,0,300,300"; empty when there is none.
 std::string DefaultText(const Json& property);
 
+// A property's unit, "pixels"; empty when it has none.
+std::string UnitText(const Json& property);
+
 // A property's range, "at least 0, mostly 0 to 100"; empty when there is none.
 std::string RangeText(const Json& property);

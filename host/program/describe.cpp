@@ -4,21 +4,21 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "host/runtime/errors.h"
 #include "host/description/class_description.h"
-#include "host/program/commands.h"
 #include "host/description/filter_name.h"
+#include "host/program/commands.h"
+#include "host/runtime/errors.h"
 #include "host/runtime/suggestion.h"
 
 namespace {
 
 using host::Host;
 
-// "read-only, default 10, 0 to 100": of a property, what there is.
+// "read-only, pixels, default 10, 0 to 100": of a property, what there is.
 std::string Facts(const Json& property) {
     const std::string value = DefaultText(property);
     std::string text;
-    for (const std::string& part : {std::string(property["readOnly"] ? "read-only" : ""),
+    for (const std::string& part : {std::string(property["readOnly"] ? "read-only" : ""), UnitText(property),
                                     value.empty() ? "" : "default " + value, RangeText(property)}) {
         if (!part.empty()) text += (text.empty() ? "" : ", ") + part;
     }

@@ -3,7 +3,7 @@
 import re
 import unittest
 
-from zeva_program import ZevaTest, png, png_size, read_png
+from zeva_program import HOST_CLASSES, REGISTERED_CLASSES, ZevaTest, png, png_size, read_png
 
 
 class ApplyTest(ZevaTest):
@@ -13,7 +13,7 @@ class ApplyTest(ZevaTest):
         self.assertEqual(
             steps,
             [
-                "load: 2 modules, 86 classes, host version 2013.03",
+                f"load: 2 modules, {REGISTERED_CLASSES + HOST_CLASSES} classes, host version 2013.03",
                 f"open: {self.photo}, 40 x 30",
                 "filter: CIFilterGaussianBlurQOR inputRadius=2, 52 x 42 at -6, -6",
                 f"write: {self.out}, 52 x 42 at -6, -6",

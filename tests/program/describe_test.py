@@ -4,13 +4,13 @@ import json
 import subprocess
 import unittest
 
-from zeva_program import ZEVA, ZevaTest
+from zeva_program import ZEVA, ZevaTest, expected
 
 
 class DescribeTest(ZevaTest):
     def test_every_filter_is_listed_with_category_and_title(self):
         lines = self.assert_works("list").splitlines()
-        self.assertEqual(len(lines), 73)
+        self.assertEqual(len(lines), expected("classes"))
         self.assertIn(["GaussianBlur", "Blur", "Gaussian Blur"], [line.split(maxsplit=2) for line in lines])
 
     def test_a_list_of_one_category(self):
@@ -24,7 +24,7 @@ class DescribeTest(ZevaTest):
 
     def test_a_list_as_json(self):
         rows = json.loads(self.assert_works("list", "--json"))
-        self.assertEqual(len(rows), 73)
+        self.assertEqual(len(rows), expected("classes"))
         self.assertIn(
             {
                 "class": "CIFilterBoxBlurQOR",
@@ -41,14 +41,14 @@ class DescribeTest(ZevaTest):
             """CIFilterBoxBlurQOR, a CIFilterQOR: Box Blur
 Blurs with a square: every pixel becomes the average of the pixels around it.
 
-  inputRadius  double, default 10, at least 1, mostly 1 to 100
-               The width of the square, in pixels; an even width counts as the odd one below.
+  inputRadius  double, pixels, default 10, at least 1, mostly 1 to 100
+               The width of the square, in pixels; an even width counts as the next smaller odd one.
 
   outputImage  CIImageQOR
-               The result. It is a recipe: nothing is computed before the image is saved or drawn.
+               The result. Nothing is computed until the image is saved or drawn.
 
   inputImage   CIImageQOR
-               The image to be filtered.
+               The image to filter.
 
   Constructor()
 """,
@@ -64,6 +64,22 @@ Blurs with a square: every pixel becomes the average of the pixels around it.
             self.assertTrue(described["description"].endswith("."), described["filter"])
             for key in described["properties"]:
                 self.assertTrue(key["description"].endswith("."), (described["filter"], key["name"]))
+
+    def test_every_key_of_a_scalable_type_has_a_unit_as_json(self):
+        units = {}
+        filters = [row["filter"] for row in json.loads(self.assert_works("list", "--json"))]
+        for described in json.loads(self.assert_works("describe", "--json", *filters)):
+            for key in described["properties"]:
+                has_unit = key["type"] in ("double", "CIVectorQOR", "NSAffineTransformQOR")
+                self.assertEqual("unit" in key, has_unit, (described["filter"], key["name"]))
+                units[described["filter"], key["name"]] = key.get("unit")
+        self.assertEqual(units["GaussianBlur", "inputRadius"], "pixels")
+        self.assertEqual(units["BumpDistortion", "inputScale"], "none")
+        self.assertEqual(units["DisplacementDistortion", "inputScale"], "pixels")
+        self.assertEqual(units["BumpDistortion", "inputCenter"], "position")
+        self.assertEqual(units["CopyMachineTransition", "inputExtent"], "rectangle")
+        self.assertEqual(units["AffineTile", "inputTransform"], "transform")
+        self.assertEqual(units["DotScreen", "inputAngle"], "angle")
 
     def test_values_of_every_kind_as_json(self):
         keys = {}

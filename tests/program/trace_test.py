@@ -4,7 +4,7 @@ import json
 import re
 import unittest
 
-from zeva_program import ZevaTest
+from zeva_program import REGISTERED_CLASSES, ZevaTest
 
 
 class TraceTest(ZevaTest):
@@ -26,7 +26,7 @@ class TraceTest(ZevaTest):
 
     def test_calls_both_ways_are_there(self):
         begun = [(event["cat"], event["name"]) for event in self.trace() if event["ph"] == "B"]
-        self.assertEqual(begun.count(("to host", "PluginRegisterClass")), 86 - 4)
+        self.assertEqual(begun.count(("to host", "PluginRegisterClass")), REGISTERED_CLASSES)
         self.assertEqual(begun.count(("to module", "set CIFilterGaussianBlurQOR.inputRadius")), 1)
         self.assertEqual(begun.count(("to module", "CIImageQOR.Open")), 1)
         self.assertEqual(begun.count(("to module", "get CIFilterGaussianBlurQOR.outputImage")), 1)

@@ -1,4 +1,4 @@
-// every_filter_test.cpp - all 73 classes in a real host, for every layout of records.
+// every_filter_test.cpp - every class in a real host, for every layout of records.
 
 #include "tests/boundary/catalogue.h"
 #include "tests/system/session.h"
