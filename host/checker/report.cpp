@@ -7,8 +7,8 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
-#include <nlohmann/json.hpp>
 
+#include "host/runtime/json.h"
 #include "host/runtime/value.h"
 
 namespace checker {
@@ -89,10 +89,10 @@ TextReport::TextReport(std::FILE* file, bool isVerbose)
 std::string TextReport::Colored(Verdict verdict, const std::string& text) const {
     if (!hasColor_) return text;
     const std::map<Verdict, const char*> colors = {{Verdict::kPassed, "32"},
-                                                    {Verdict::kFailed, "31"},
-                                                    {Verdict::kCrashed, "31"},
-                                                    {Verdict::kWarned, "33"},
-                                                    {Verdict::kSkipped, "2"}};
+                                                   {Verdict::kFailed, "31"},
+                                                   {Verdict::kCrashed, "31"},
+                                                   {Verdict::kWarned, "33"},
+                                                   {Verdict::kSkipped, "2"}};
     return std::string("\033[") + colors.at(verdict) + "m" + text + "\033[0m";
 }
 
@@ -133,14 +133,13 @@ std::string SummaryText(const std::vector<Result>& results) {
 }
 
 std::string JsonReport(const std::string& module, const std::vector<Result>& results) {
-    using json = nlohmann::ordered_json;
-    json report = {{"module", module}, {"summary", json::object()}, {"checks", json::array()}};
+    host::Json report = {{"module", module}, {"summary", host::Json::object()}, {"checks", host::Json::array()}};
     for (const Verdict verdict : kVerdicts) report["summary"][VerdictText(verdict)] = Count(results, verdict);
     for (const Result& result : results) {
-        json check = {{"name", result.FullName()},
-                      {"verdict", VerdictText(result.verdict)},
-                      {"rule", result.check->rule},
-                      {"seconds", result.seconds}};
+        host::Json check = {{"name", result.FullName()},
+                            {"verdict", VerdictText(result.verdict)},
+                            {"rule", result.check->rule},
+                            {"seconds", result.seconds}};
         if (!result.reason.empty()) check["reason"] = result.reason;
         for (const Finding& finding : result.findings) {
             check["findings"].push_back(
@@ -151,7 +150,7 @@ std::string JsonReport(const std::string& module, const std::vector<Result>& res
         if (!result.output.empty()) check["output"] = result.output;
         report["checks"].push_back(std::move(check));
     }
-    return report.dump(2, ' ', /*ensure_ascii=*/false, json::error_handler_t::replace) + "\n";
+    return report.Dump(2) + "\n";
 }
 
 std::string JunitReport(const std::string& module, const std::vector<Result>& results) {

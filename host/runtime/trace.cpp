@@ -42,8 +42,7 @@ void Trace::Write(const char* phase, std::string_view name, const char* way, con
     Json event = {{"ph", phase}, {"ts", time.count()}, {"pid", getpid()}, {"tid", 1}};
     if (way != nullptr) event.update({{"name", name}, {"cat", way}});
     if (!arguments.empty()) event["args"] = arguments;
-    // A module's strings may be of any encoding: bytes that are no UTF-8 are shown as replaced.
-    const std::string line = event.dump(-1, ' ', false, Json::error_handler_t::replace);
+    const std::string line = event.Dump();
     std::fprintf(file_, "%s\n%s", isFirst_ ? "" : ",", line.c_str());
     std::fflush(file_);
     isFirst_ = false;

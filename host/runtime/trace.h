@@ -14,9 +14,10 @@
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
-#include <nlohmann/json.hpp>
+#include <string_view>
 
 #include "host/runtime/call.h"
+#include "host/runtime/json.h"
 
 namespace host {
 
@@ -26,7 +27,7 @@ inline constexpr const char* kToHost = "to host";
 
 class Trace {
   public:
-    using Json = nlohmann::ordered_json;
+    using Json = host::Json;
 
     // Begins the file anew; throws HostError when it cannot be written.
     explicit Trace(const std::filesystem::path& file);

@@ -1,8 +1,9 @@
-// session.cpp - finding and loading the modules.
+// program_host.cpp - finds and loads the modules.
 
-#include "host/program/session.h"
+#include "host/program/program_host.h"
 
 #include <cstdio>
+#include <filesystem>
 
 #include "host/program/platform_pool.h"
 
@@ -12,12 +13,12 @@ void PrintMessage(const std::string& message) { std::fprintf(stderr, "zeva: %s\n
 
 }  // namespace
 
-std::unique_ptr<host::Host> OpenSession(const SessionOptions& options) {
-    auto session = std::make_unique<host::Host>(host::HostOptions{
+std::unique_ptr<host::Host> MakeHost(const ProgramOptions& options) {
+    auto host = std::make_unique<host::Host>(host::HostOptions{
         .version = options.hostVersion, .callScope = PlatformPool(), .report = PrintMessage, .trace = options.trace});
     const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe");
     const std::filesystem::path folder = program.parent_path().parent_path() / "modules";
-    session->LoadModule(folder / "companion.so");
-    session->LoadModule(options.module.empty() ? folder / "filters.so" : options.module);
-    return session;
+    host->LoadModule(folder / "companion.so");
+    host->LoadModule(options.module.empty() ? folder / "filters.so" : std::filesystem::path(options.module));
+    return host;
 }
