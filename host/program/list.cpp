@@ -1,4 +1,6 @@
 // list.cpp - "zeva list": lists the classes that the modules register.
+//
+// The filters of the built modules are listed from a table, without loading the modules.
 
 #include <algorithm>
 #include <cstdio>
@@ -7,6 +9,7 @@
 #include <vector>
 
 #include "host/description/class_description.h"
+#include "host/description/title_table.h"
 #include "host/program/commands.h"
 #include "host/runtime/errors.h"
 #include "host/runtime/json.h"
@@ -25,17 +28,39 @@ struct Row {
     FilterTitle title;  // its fields are empty for a class that is not a filter
 };
 
-// The filters, and with --all the other classes, sorted by category.
-std::vector<Row> RowsOf(host::Host& host, const Request& request) {
+// The classes that the modules register. The other classes are listed with --all only.
+std::vector<Row> LoadedRows(const ProgramOptions& options, bool all) {
+    const auto host = MakeHost(options);
     std::vector<Row> rows;
-    for (const host::Class* isa : host.Classes().All()) {
-        host.Classes().Linked(isa->Name());
-        if (!IsFilter(*isa)) {
-            if (request.all) rows.push_back({isa->Name(), {}});
-            continue;
-        }
-        const FilterTitle title = TitleOf(host, *isa);
-        if (request.category.empty() || request.category == title.category) rows.push_back({isa->Name(), title});
+    for (const host::Class* isa : host->Classes().All()) {
+        host->Classes().Linked(isa->Name());
+        const bool isFilter = IsFilter(*isa);
+        if (isFilter || all) rows.push_back({isa->Name(), isFilter ? TitleOf(*host, *isa) : FilterTitle()});
+    }
+    return rows;
+}
+
+// The filters of the built module, without loading it.
+std::vector<Row> BuiltRows() {
+    std::vector<Row> rows;
+    for (const BuiltTitle& title : kBuiltTitles) {
+        rows.push_back({title.className, {title.name, title.displayName, title.category, {}}});
+    }
+    return rows;
+}
+
+// Whether the options leave no difference between what the modules register and the table of their filters.
+bool IsBuilt(const ProgramOptions& options) {
+    return options.module.empty() && options.trace.empty() && options.hostVersion == ProgramOptions().hostVersion &&
+           HasBuiltModules();
+}
+
+// The rows of the list, sorted by category.
+std::vector<Row> RowsOf(const ProgramOptions& options, const Request& request) {
+    std::vector<Row> rows = IsBuilt(options) && !request.all ? BuiltRows() : LoadedRows(options, request.all);
+    if (!request.category.empty()) {
+        std::erase_if(
+            rows, [&](const Row& row) { return !row.title.name.empty() && row.title.category != request.category; });
     }
     const auto byCategory = [](const Row& a, const Row& b) { return a.title.category < b.title.category; };
     std::stable_sort(rows.begin(), rows.end(), byCategory);
@@ -64,8 +89,7 @@ void PrintText(const std::vector<Row>& rows) {
 }
 
 int List(const ProgramOptions& options, const Request& request) {
-    const auto host = MakeHost(options);
-    const std::vector<Row> rows = RowsOf(*host, request);
+    const std::vector<Row> rows = RowsOf(options, request);
     if (rows.empty() && !request.category.empty()) {
         throw host::HostError("--category", "no filter has the category '" + request.category + "'");
     }

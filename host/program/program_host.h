@@ -20,6 +20,9 @@ struct ProgramOptions {
     std::string trace;   // path of the file that records every call across the boundary; empty for none
 };
 
+// Whether both built modules are in their place.
+[[nodiscard]] bool HasBuiltModules();
+
 // Makes a host and loads the companion and the filter module.
 //
 // Fails: HostError when a module cannot be loaded, HostException when a module raises while it registers its classes.

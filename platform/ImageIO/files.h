@@ -10,11 +10,12 @@ namespace image_io {
 
 // The content of a file.
 struct FileContent {
-    void* bytes = nullptr;  // allocated with malloc, for the caller to free
+    void* bytes = nullptr;  // allocated with calloc; the caller frees it
     std::size_t length = 0;
 };
 
-// Reads a file. False, and nothing allocated, when it is not there, is no ordinary file, or is larger than memory.
+// Reads a file; on 32 bits at most its first GB. Returns false and allocates nothing when the file is missing, is not a regular
+// file, or is larger than memory.
 bool ReadFile(const char* path, FileContent* content);
 
 // Writes a file under its final name only when it is whole; whatever had that name stays as it was until then.
