@@ -12,6 +12,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "host/runtime/json.h"
 #include "host/runtime/value.h"
 
 namespace checker {
@@ -137,14 +138,13 @@ std::string SummaryText(const std::vector<CheckResult>& results) {
 }
 
 std::string JsonReport(const std::string& module, const std::vector<CheckResult>& results) {
-    using json = nlohmann::ordered_json;
-    json report = {{"module", module}, {"summary", json::object()}, {"checks", json::array()}};
+    host::Json report = {{"module", module}, {"summary", host::Json::object()}, {"checks", host::Json::array()}};
     for (const Verdict verdict : kVerdicts) report["summary"][VerdictText(verdict)] = Count(results, verdict);
     for (const CheckResult& result : results) {
-        json check = {{"name", result.FullName()},
-                      {"verdict", VerdictText(result.verdict)},
-                      {"rule", result.check->rule},
-                      {"seconds", result.seconds}};
+        host::Json check = {{"name", result.FullName()},
+                            {"verdict", VerdictText(result.verdict)},
+                            {"rule", result.check->rule},
+                            {"seconds", result.seconds}};
         if (!result.reason.empty()) check["reason"] = result.reason;
         for (const Finding& finding : result.findings) {
             check["findings"].push_back(
@@ -154,7 +154,7 @@ std::string JsonReport(const std::string& module, const std::vector<CheckResult>
         if (!result.output.empty()) check["output"] = result.output;
         report["checks"].push_back(std::move(check));
     }
-    return report.dump(2, ' ', /*ensure_ascii=*/false, json::error_handler_t::replace) + "\n";
+    return report.Dump(2) + "\n";
 }
 
 std::string JunitReport(const std::string& module, const std::vector<CheckResult>& results) {

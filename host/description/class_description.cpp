@@ -1,15 +1,15 @@
-// class_description.cpp - a class's record, and for a filter its keys' attributes and the texts of filters/descriptions.json.
+// class_description.cpp - reads a class's record, and for a filter the attributes of its keys and the texts of
+// filters/descriptions.json.
 
 #include "host/description/class_description.h"
 
+#include <algorithm>
 #include <cctype>
-#include <cstdio>
+#include <string_view>
+#include <variant>
 
+#include "host/description/description_table.h"
 #include "host/description/filter_name.h"
-#include "host/description/value_json.h"
-
-// The text of filters/descriptions.json.
-extern const char kDescriptionsText[];
 
 namespace {
 
@@ -17,154 +17,191 @@ using host::Host;
 using host::Member;
 using host::ObjectReference;
 
-const Json& Texts() {
-    static const Json texts = Json::parse(kDescriptionsText);
-    return texts;
-}
-
-// The description of a filter; empty for a filter without one.
-std::string FilterDescription(const std::string& filter) {
-    const Json& filters = Texts()["filters"];
-    return filters.contains(filter) ? filters[filter].value("description", "") : "";
-}
-
-// The "description" or "unit" of a filter's key; empty when there is none. An entry for the filter's own key wins over the
-// entry for keys of that name in general.
-std::string KeyText(const std::string& filter, const std::string& key, const char* what) {
-    const Json& filters = Texts()["filters"];
-    if (!filters.contains(filter)) return {};
-    const Json own = filters[filter].value("keys", Json::object()).value(key, Json::object());
-    if (own.contains(what)) return own[what];
-    return Texts()["keys"].value(key, Json::object()).value(what, "");
-}
-
-// What the attribute object of a key says, under names that begin small and leave out the kind of value: "default" for
-// Default, DefaultVector and so on.
-Json AttributeJson(Host& session, const ObjectReference& attribute) {
-    Json json = Json::object();
-    for (const Member& member : attribute->isa->Members()) {
-        if (member.declaration.kind != host::MemberKind::kProperty || member.declaration.name == "Key") continue;
-        const host::Value name[] = {host::TextValue(member.declaration.name)};
-        if (!std::get<bool>(session.Call(attribute.Get(), "Has", name))) continue;
-        std::string entry = member.declaration.name;
-        for (std::string_view kind : {"Vector", "Color", "Transform", "Data"}) {
-            if (entry.ends_with(kind)) entry.resize(entry.size() - kind.size());
-        }
-        entry[0] = static_cast<char>(std::tolower(entry[0]));
-        json[entry] = ValueJson(session, session.Get(attribute.Get(), member.declaration.name));
+// A field of the description of a filter's key. The filter's own text wins over the text for all keys of that name.
+std::string KeyText(const std::string& filter, const std::string& key, const char* DescriptionRow::*field) {
+    std::string general;
+    for (const DescriptionRow& row : kDescriptions) {
+        if (key != row.key || *(row.*field) == '\0') continue;
+        if (filter == row.filter) return row.*field;
+        if (*row.filter == '\0') general = row.*field;
     }
-    return json;
+    return general;
 }
 
-// A property: its type, whether it can be written, and for a filter's key its attributes and description.
-Json PropertyJson(Host& session, const ObjectReference& filter, const Member& member) {
+// The sentence that describes a filter.
+std::string FilterText(const std::string& filter) {
+    for (const DescriptionRow& row : kDescriptions) {
+        if (filter == row.filter && *row.key == '\0') return row.description;
+    }
+    return {};
+}
+
+// The name under which an attribute is shown. It begins in lower case and leaves out the kind of the value: "default" for
+// Default, DefaultVector and so on.
+std::string AttributeName(std::string name) {
+    for (std::string_view kind : {"Vector", "Color", "Transform", "Data"}) {
+        if (name.ends_with(kind)) name.resize(name.size() - kind.size());
+    }
+    name[0] = static_cast<char>(std::tolower(name[0]));
+    return name;
+}
+
+// The values that the attribute object of a key has.
+std::vector<AttributeDescription> AttributesOf(Host& host, const ObjectReference& attribute) {
+    std::vector<AttributeDescription> attributes;
+    for (const Member& member : attribute->isa->Members()) {
+        const std::string& name = member.declaration.name;
+        if (member.declaration.kind != host::MemberKind::kProperty || name == "Key") continue;
+        const host::Value argument[] = {host::TextValue(name)};
+        if (!std::get<bool>(host.Call(attribute.Get(), "Has", argument))) continue;
+        attributes.push_back({AttributeName(name), DescribeValue(host, host.Get(attribute.Get(), name))});
+    }
+    return attributes;
+}
+
+PropertyDescription DescribeProperty(Host& host, const ObjectReference& filter, const Member& member) {
     const std::string& name = member.declaration.name;
-    Json json = {{"name", name}, {"type", member.declaration.result.word}, {"readOnly", member.setter == nullptr}};
-    if (!filter) return json;
+    PropertyDescription property = {
+        .name = name, .type = member.declaration.result.word, .isReadOnly = member.setter == nullptr};
+    if (!filter) return property;
     if (filter->isa->FindMember("Attribute" + name) != nullptr) {
-        const host::Value attribute = session.Get(filter.Get(), "Attribute" + name);
+        const host::Value attribute = host.Get(filter.Get(), "Attribute" + name);
         if (const auto* object = std::get_if<ObjectReference>(&attribute)) {
-            json.update(AttributeJson(session, *object));
+            property.attributes = AttributesOf(host, *object);
         }
     }
     const std::string filterName = FilterShortName(filter->isa->Name());
-    const std::string unit = KeyText(filterName, name, "unit");
-    if (!unit.empty()) json["unit"] = unit;
-    json["description"] = KeyText(filterName, name, "description");
-    return json;
+    property.unit = KeyText(filterName, name, &DescriptionRow::unit);
+    property.description = KeyText(filterName, name, &DescriptionRow::description);
+    return property;
 }
 
-// A method as it is declared.
+// A method as its record declares it.
 std::string Signature(const host::Declaration& declaration) {
     const std::string result = declaration.result.word.empty() ? "" : " as " + declaration.result.word;
     return declaration.name + host::ParameterText(declaration) + result;
 }
 
-Json MethodsJson(const std::vector<Member>& members) {
-    Json list = Json::array();
+std::vector<std::string> MethodsOf(const std::vector<Member>& members) {
+    std::vector<std::string> methods;
     for (const Member& member : members) {
-        if (member.declaration.kind != host::MemberKind::kProperty) list.push_back(Signature(member.declaration));
+        if (member.declaration.kind != host::MemberKind::kProperty) methods.push_back(Signature(member.declaration));
     }
-    return list;
+    return methods;
 }
 
-// Whether a property is the attribute companion of another one; those are shown as part of it.
-bool IsCompanion(const host::Class& isa, const std::string& name) {
+// Whether a property holds the attributes of another one. Those are shown as part of the other property.
+bool IsAttributeOfProperty(const host::Class& isa, const std::string& name) {
     constexpr std::string_view kPrefix = "Attribute";
     return name.starts_with(kPrefix) && isa.FindMember(name.substr(kPrefix.size())) != nullptr;
 }
 
-// The category that says what a filter is: the first of its list, without the platform's prefix.
-std::string Category(const std::string& categories) {
+// The first category of a list, which is the specific one, without the platform's prefix.
+std::string FirstCategory(const std::string& categories) {
     constexpr std::string_view kPrefix = "CICategory";
-    std::string first = categories.substr(0, categories.find(','));
+    const std::string first = categories.substr(0, categories.find(','));
     return first.starts_with(kPrefix) ? first.substr(kPrefix.size()) : first;
 }
 
-// A value in the spelling of the command line: short numbers, lists without brackets.
-std::string Plain(const Json& value) {
-    if (value.is_number_float()) {
-        // Six digits: a pi of sixteen says no more to a reader, and on 32 bits numbers have no more.
-        char text[32];
-        std::snprintf(text, sizeof text, "%.6g", double(value));
-        return text;
-    }
-    if (value.is_number()) return host::NumberText(value);
-    if (value.is_string()) return value;
-    std::string text;
-    for (const Json& element : value) text += (text.empty() ? "" : ",") + Plain(element);
-    return text;
+std::string TextProperty(Host& host, const ObjectReference& object, const char* name) {
+    return ShortText(DescribeValue(host, host.Get(object.Get(), name)));
+}
+
+FilterTitle TitleOf(Host& host, const ObjectReference& filter) {
+    const std::string categories = TextProperty(host, filter, "Categories");
+    return {FilterShortName(filter->isa->Name()), TextProperty(host, filter, "DisplayName"), FirstCategory(categories),
+            categories};
+}
+
+host::Json ToJson(const PropertyDescription& property, bool isOfFilter) {
+    host::Json json = {{"name", property.name}, {"type", property.type}, {"readOnly", property.isReadOnly}};
+    for (const AttributeDescription& attribute : property.attributes) json[attribute.name] = ToJson(attribute.value);
+    if (!property.unit.empty()) json["unit"] = property.unit;
+    if (isOfFilter) json["description"] = property.description;
+    return json;
+}
+
+host::Json ToJson(const std::vector<std::string>& texts) {
+    host::Json list = host::Json::array();
+    for (const std::string& text : texts) list.push_back(text);
+    return list;
 }
 
 }  // namespace
 
+const DescribedValue* PropertyDescription::Find(const std::string& attribute) const {
+    const auto found = std::find_if(attributes.begin(), attributes.end(),
+                                    [&](const AttributeDescription& each) { return each.name == attribute; });
+    return found != attributes.end() ? &found->value : nullptr;
+}
+
 bool IsFilter(const host::Class& isa) { return isa.IsA("CIFilterQOR") && !FilterShortName(isa.Name()).empty(); }
 
-Json ClassJson(Host& session, const host::Class& isa) {
+FilterTitle TitleOf(Host& host, const host::Class& filterClass) {
+    return TitleOf(host, host.Construct(filterClass.Name()));
+}
+
+ClassDescription DescribeClass(Host& host, const host::Class& isa) {
+    ClassDescription description;
+    description.name = isa.Name();
+    description.superclass = isa.SuperclassName();
     ObjectReference filter;
-    Json json = {{"class", isa.Name()}};
-    if (!isa.SuperclassName().empty()) json["superclass"] = isa.SuperclassName();
     if (IsFilter(isa)) {
-        filter = session.Construct(isa.Name());
-        const std::string name = FilterShortName(isa.Name());
-        json["filter"] = name;
-        json["displayName"] = ValueJson(session, session.Get(filter.Get(), "DisplayName"));
-        json["categories"] = ValueJson(session, session.Get(filter.Get(), "Categories"));
-        json["category"] = Category(json["categories"]);
-        json["description"] = FilterDescription(name);
+        filter = host.Construct(isa.Name());
+        FilterTitle title = TitleOf(host, filter);
+        std::string text = FilterText(title.name);
+        description.filter = {std::move(title), std::move(text)};
     }
-    json["properties"] = Json::array();
     for (const Member& member : isa.Members()) {
         const host::Declaration& declaration = member.declaration;
-        if (declaration.kind != host::MemberKind::kProperty || IsCompanion(isa, declaration.name)) continue;
-        json["properties"].push_back(PropertyJson(session, filter, member));
+        if (declaration.kind != host::MemberKind::kProperty || IsAttributeOfProperty(isa, declaration.name)) continue;
+        description.properties.push_back(DescribeProperty(host, filter, member));
     }
-    json["methods"] = MethodsJson(isa.Members());
-    json["sharedMethods"] = MethodsJson(isa.SharedMembers());
+    description.methods = MethodsOf(isa.Members());
+    description.sharedMethods = MethodsOf(isa.SharedMembers());
+    return description;
+}
+
+host::Json ToJson(const ClassDescription& description) {
+    host::Json json = {{"class", description.name}};
+    if (!description.superclass.empty()) json["superclass"] = description.superclass;
+    if (description.filter) {
+        const FilterTitle& title = description.filter->title;
+        json["filter"] = title.name;
+        json["displayName"] = title.displayName;
+        json["categories"] = title.categories;
+        json["category"] = title.category;
+        json["description"] = description.filter->description;
+    }
+    host::Json properties = host::Json::array();
+    for (const PropertyDescription& property : description.properties) {
+        properties.push_back(ToJson(property, description.filter.has_value()));
+    }
+    json["properties"] = properties;
+    json["methods"] = ToJson(description.methods);
+    json["sharedMethods"] = ToJson(description.sharedMethods);
     return json;
 }
 
-std::string DefaultText(const Json& property) {
-    if (!property.contains("default")) return {};
-    const Json& value = property["default"];
-    return value.contains("bytes") ? Plain(value["bytes"]) + " bytes" : Plain(value);
+std::string DefaultText(const PropertyDescription& property) {
+    const DescribedValue* value = property.Find("default");
+    return value != nullptr ? ShortText(*value) : "";
 }
 
-std::string UnitText(const Json& property) {
-    const std::string unit = property.value("unit", "none");
-    return unit == "none" ? "" : unit;
-}
+std::string UnitText(const PropertyDescription& property) { return property.unit == "none" ? "" : property.unit; }
 
-std::string RangeText(const Json& property) {
+std::string RangeText(const PropertyDescription& property) {
     std::string text;
     const auto add = [&](const std::string& part) { text += (text.empty() ? "" : ", ") + part; };
-    const bool hasMin = property.contains("min");
-    const bool hasMax = property.contains("max");
-    if (hasMin && hasMax) add(Plain(property["min"]) + " to " + Plain(property["max"]));
-    if (hasMin && !hasMax) add("at least " + Plain(property["min"]));
-    if (!hasMin && hasMax) add("at most " + Plain(property["max"]));
-    if (property.contains("sliderMin") && property.contains("sliderMax")) {
-        add("mostly " + Plain(property["sliderMin"]) + " to " + Plain(property["sliderMax"]));
+    const DescribedValue* min = property.Find("min");
+    const DescribedValue* max = property.Find("max");
+    const DescribedValue* sliderMin = property.Find("sliderMin");
+    const DescribedValue* sliderMax = property.Find("sliderMax");
+    if (min != nullptr && max != nullptr) add(ShortText(*min) + " to " + ShortText(*max));
+    if (min != nullptr && max == nullptr) add("at least " + ShortText(*min));
+    if (min == nullptr && max != nullptr) add("at most " + ShortText(*max));
+    if (sliderMin != nullptr && sliderMax != nullptr) {
+        add("mostly " + ShortText(*sliderMin) + " to " + ShortText(*sliderMax));
     }
     return text;
 }

@@ -1,4 +1,4 @@
-// filter_name.cpp - between the three spellings of a filter.
+// filter_name.cpp - converts between the spellings.
 
 #include "host/description/filter_name.h"
 

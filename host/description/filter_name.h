@@ -1,12 +1,12 @@
-// filter_name.h - the names under which people know a filter.
+// filter_name.h - the three spellings of a filter's name.
 
 #pragma once
 
 #include <string>
 #include <string_view>
 
-// The class behind a filter's name: "CIFilterGaussianBlurQOR", "CIGaussianBlur" and "GaussianBlur" are the same filter.
-std::string FilterClassName(std::string_view name);
+// Returns the class of a filter. "CIFilterGaussianBlurQOR", "CIGaussianBlur" and "GaussianBlur" name the same filter.
+[[nodiscard]] std::string FilterClassName(std::string_view name);
 
-// The shortest name of a filter class, "GaussianBlur"; empty for a class that is no filter's.
-std::string FilterShortName(std::string_view className);
+// Returns the short name of a filter class, "GaussianBlur"; empty for any other class.
+[[nodiscard]] std::string FilterShortName(std::string_view className);

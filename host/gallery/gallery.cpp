@@ -1,24 +1,27 @@
-// gallery.cpp - "zeva gallery": pictures of every filter, and the pages that show them.
+// gallery.cpp - runs the programs of the gallery and writes its files.
 //
-// The programs of gallery.json are run in worker processes, so that a filter that fails costs one picture and both processors
-// work. The modules are loaded before the workers begin, and nothing is rendered in this process: what a worker inherits has
-// one thread.
+// The programs run in worker processes, so that a filter that crashes costs one picture and all processors are used. The
+// modules are loaded before the workers start, but nothing is rendered in this process: rendering starts threads, and a
+// process with threads must not fork.
 
-#include <CLI/CLI.hpp>
+#include "host/gallery/gallery.h"
+
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <span>
+#include <tuple>
+#include <variant>
 
-#include "host/runtime/errors.h"
 #include "host/batch/batch.h"
-#include "host/description/class_description.h"
-#include "host/program/commands.h"
-#include "host/gallery/pages.h"
 #include "host/batch/progress.h"
+#include "host/description/class_description.h"
+#include "host/gallery/pages.h"
+#include "host/runtime/errors.h"
 #include "host/script/script.h"
 
-// The texts of the files of these names.
+// The texts of gallery.css, gallery.js and prepare.lua.
 extern const char kGalleryStyle[];
 extern const char kGalleryScript[];
 extern const char kPrepareScript[];
@@ -30,7 +33,7 @@ using host::HostError;
 using host::ObjectReference;
 using std::filesystem::path;
 
-// A program to run for a photo.
+// A sample to run for a photo.
 struct Job {
     const GalleryPhoto* photo;
     const GalleryFilter* filter;
@@ -41,27 +44,28 @@ void WriteText(const path& file, const std::string& text) {
     std::ofstream stream(file, std::ios::binary);
     stream << text;
     stream.close();
-    if (!stream) throw HostError(file.string(), "it could not be written");
+    if (!stream) throw HostError(file.string(), "cannot be written");
 }
 
-// The filters of the loaded modules, as the overview shows them.
-std::vector<GalleryFilter> Filters(Host& session) {
+// The filters of the loaded modules, in the order of the overview: by category and title.
+std::vector<GalleryFilter> Filters(Host& host) {
     std::vector<GalleryFilter> filters;
-    for (const host::Class* isa : session.Classes().All()) {
-        session.Classes().Linked(isa->Name());
+    for (const host::Class* isa : host.Classes().All()) {
+        host.Classes().Linked(isa->Name());
         if (!IsFilter(*isa)) continue;
-        Json description = ClassJson(session, *isa);
+        ClassDescription description = DescribeClass(host, *isa);
         std::vector<Sample> samples = SamplesOf(description);
         filters.push_back({std::move(description), std::move(samples)});
     }
-    const auto place = [](const GalleryFilter& filter) {
-        return std::pair<std::string, std::string>(filter.description["category"], filter.description["displayName"]);
-    };
-    std::sort(filters.begin(), filters.end(), [&](const auto& a, const auto& b) { return place(a) < place(b); });
+    std::sort(filters.begin(), filters.end(), [](const GalleryFilter& a, const GalleryFilter& b) {
+        return std::tie(a.Title().category, a.Title().displayName) <
+               std::tie(b.Title().category, b.Title().displayName);
+    });
     return filters;
 }
 
-// A folder for each photo, called after it in characters that need no escape anywhere; a number tells equal ones apart.
+// The folder of each photo. Its name is the photo's, with only characters that need no escape anywhere; a number keeps equal
+// names apart.
 std::vector<GalleryPhoto> Photos(const std::vector<std::string>& files) {
     std::vector<GalleryPhoto> photos;
     std::map<std::string, int> taken;
@@ -78,15 +82,15 @@ std::vector<GalleryPhoto> Photos(const std::vector<std::string>& files) {
     return photos;
 }
 
-// Runs a program in a folder.
-void RunIn(Host& session, const path& folder, const std::string& text, const std::string& name,
+// Runs a Lua program in a folder.
+void RunIn(Host& host, const path& folder, const std::string& text, const std::string& name,
            std::span<const std::string> arguments = {}) {
     std::filesystem::current_path(folder);
-    host::script::Script(session).RunText(text, name, arguments);
+    host::script::Script(host).RunText(text, name, arguments);
 }
 
-// Fills the photos' folders; throws for the first photo that cannot be used, with nothing rendered.
-void Prepare(Host& session, const std::vector<GalleryPhoto>& photos, const std::vector<std::string>& files,
+// Fills the photos' folders. Throws HostError for the first photo that cannot be used; nothing is rendered then.
+void Prepare(Host& host, const std::vector<GalleryPhoto>& photos, const std::vector<std::string>& files,
              const path& target) {
     std::vector<std::string> inputs;
     for (const std::string& file : files) inputs.push_back(std::filesystem::absolute(file).string());
@@ -94,23 +98,23 @@ void Prepare(Host& session, const std::vector<GalleryPhoto>& photos, const std::
         return [&](std::size_t i) {
             std::vector<std::string> arguments = {inputs[i]};
             if (inputs.size() > 1) arguments.push_back(inputs[(i + 1) % inputs.size()]);
-            RunIn(session, target / photos[i].folder, kPrepareScript, "prepare.lua", arguments);
+            RunIn(host, target / photos[i].folder, kPrepareScript, "prepare.lua", arguments);
         };
     };
     std::string failure;
     RunBatch(photos.size(), prepare, [&](std::size_t i, const std::string& why) {
         if (failure.empty() && !why.empty()) failure = files[i] + ": " + why;
     });
-    if (!failure.empty()) throw HostError(failure, "no gallery is made");
+    if (!failure.empty()) throw HostError(failure, "no gallery was written");
 }
 
-// Why a program failed, in words: a filter without an output image is told as that.
+// The reason of a failure. A script that reads a nil output image fails with a message about nil, which is translated.
 std::string Reason(const std::string& failure) {
-    return failure.find("'outputImage'") != std::string::npos ? "the filter gave no image" : failure;
+    return failure.find("'outputImage'") != std::string::npos ? "the filter has no output image" : failure;
 }
 
-// Runs all programs; notes the pictures that are missing afterwards and tells of them.
-void Render(Host& session, Gallery& gallery, const path& target) {
+// Runs all samples. Prints each failure and notes the pictures that are missing because of it.
+void Render(Host& host, Gallery& gallery, const path& target) {
     std::vector<Job> jobs;
     for (const GalleryPhoto& photo : gallery.photos) {
         for (const GalleryFilter& filter : gallery.filters) {
@@ -120,29 +124,28 @@ void Render(Host& session, Gallery& gallery, const path& target) {
     Progress progress(jobs.size());
     const auto prepare = [&]() -> BatchJob {
         return [&](std::size_t i) {
-            const std::string name = jobs[i].filter->description["filter"];
-            RunIn(session, target / jobs[i].photo->folder, jobs[i].sample->text, name);
+            RunIn(host, target / jobs[i].photo->folder, jobs[i].sample->text, jobs[i].filter->Title().name);
         };
     };
     RunBatch(jobs.size(), prepare, [&](std::size_t i, const std::string& failure) {
         const auto& [photo, filter, sample] = jobs[i];
         if (failure.empty()) return progress.Done("");
-        for (const std::string& picture : sample->pictures)
+        for (const std::string& picture : sample->pictures) {
             gallery.missing[photo->folder + "/" + picture] = Reason(failure);
-        progress.Done(std::string(filter->description["filter"]) + ", " + sample->caption + ", " + photo->name + ": " +
-                      Reason(failure));
+        }
+        progress.Done(filter->Title().name + ", " + sample->caption + ", " + photo->name + ": " + Reason(failure));
     });
     progress.Summarize("written to " + target.string());
 }
 
-// Reads how large the photos are as they are shown.
-void Measure(Host& session, std::vector<GalleryPhoto>& photos, const path& target) {
+// Reads the size at which each photo is shown.
+void Measure(Host& host, std::vector<GalleryPhoto>& photos, const path& target) {
     for (GalleryPhoto& photo : photos) {
         const host::Value file[] = {host::TextValue((target / photo.folder / "photo.jpg").string())};
-        const host::Value image = session.CallShared("CIImageQOR", "Open", file);
-        const host::Value extent = session.Get(std::get<ObjectReference>(image).Get(), "Extent");
+        const host::Value image = host.CallShared("CIImageQOR", "Open", file);
+        const host::Value extent = host.Get(std::get<ObjectReference>(image).Get(), "Extent");
         const auto side = [&](const char* name) {
-            return static_cast<int>(std::get<double>(session.Get(std::get<ObjectReference>(extent).Get(), name)));
+            return static_cast<int>(std::get<double>(host.Get(std::get<ObjectReference>(extent).Get(), name)));
         };
         photo.width = side("Width");
         photo.height = side("Height");
@@ -159,27 +162,15 @@ void WritePages(const Gallery& gallery, const path& target) {
     WriteText(target / "prepare.lua", kPrepareScript);
 }
 
-void MakeGallery(const SessionOptions& options, const std::vector<std::string>& files, const std::string& folder) {
-    if (!options.trace.empty()) throw HostError("--trace", "it tells of one process, a gallery is made by several");
-    const auto session = OpenSession(options);
-    Gallery gallery = {Photos(files), Filters(*session), {}};
-    const path target = std::filesystem::absolute(folder).lexically_normal();
-    for (const GalleryPhoto& photo : gallery.photos) std::filesystem::create_directories(target / photo.folder);
-    Prepare(*session, gallery.photos, files, target);
-    Render(*session, gallery, target);
-    Measure(*session, gallery.photos, target);
-    WritePages(gallery, target);
-    if (!gallery.missing.empty()) throw CLI::RuntimeError(1);
-}
-
 }  // namespace
 
-void AddGallery(CLI::App& program, const SessionOptions& session) {
-    CLI::App* gallery =
-        program.add_subcommand("gallery", "Shows what every filter does to photos, on pages to browse.");
-    const auto photos = std::make_shared<std::vector<std::string>>();
-    const auto folder = std::make_shared<std::string>();
-    gallery->add_option("PHOTO", *photos, "PNG or JPEG; one above 800 pixels is scaled down")->required();
-    gallery->add_option("-o,--output", *folder, "folder for the pages; index.html is the one to open")->required();
-    gallery->callback([=, &session] { MakeGallery(session, *photos, *folder); });
+bool WriteGallery(Host& host, const std::vector<std::string>& photos, const std::string& folder) {
+    Gallery gallery = {Photos(photos), Filters(host), {}};
+    const path target = std::filesystem::absolute(folder).lexically_normal();
+    for (const GalleryPhoto& photo : gallery.photos) std::filesystem::create_directories(target / photo.folder);
+    Prepare(host, gallery.photos, photos, target);
+    Render(host, gallery, target);
+    Measure(host, gallery.photos, target);
+    WritePages(gallery, target);
+    return gallery.missing.empty();
 }

@@ -1,8 +1,8 @@
-// What a script adds to the pages: search and the filter by category on the overview, a slider between before and after.
-// The controls appear only here, so a page without scripts has none that do nothing.
+// What JavaScript adds to the pages: a search and a choice of category on the overview, a slider between before and after.
+// Only this script shows the controls, so a browser without JavaScript shows none that do nothing.
 "use strict";
 
-// The overview: shows the cards that match, and hides categories that have none.
+// On the overview: shows the cards that match, and hides categories without a match.
 function addSearch(tools) {
   const search = document.getElementById("search");
   const category = document.getElementById("category");
@@ -29,10 +29,10 @@ function addSearch(tools) {
   category.addEventListener("change", update);
   tools.addEventListener("submit", (event) => event.preventDefault());
   tools.hidden = false;
-  update();  // a browser that comes back to the page fills the fields in again
+  update();  // a browser that returns to the page restores the fields
 }
 
-// Lays the picture after the filter over the one before it, cut off where the slider stands.
+// Puts the picture after the filter over the picture before it, clipped at the slider.
 function addSlider(figure) {
   const pair = figure.querySelector(".pair");
   if (figure.querySelector(".missing")) return;

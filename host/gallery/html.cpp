@@ -1,4 +1,4 @@
-// html.cpp - escaping and filling.
+// html.cpp - escapes text and fills markup.
 
 #include "host/gallery/html.h"
 
@@ -36,12 +36,12 @@ Html Fill(const char* markup, std::initializer_list<HtmlPart> parts) {
     std::string_view rest = markup;
     for (const HtmlPart& part : parts) {
         const std::size_t place = rest.find("{}");
-        assert(place != rest.npos && "a part has no place in the markup");
+        assert(place != rest.npos && "more parts than {} in the markup");
         html.text += rest.substr(0, place);
         html += part.html;
         rest.remove_prefix(place + 2);
     }
-    assert(rest.find("{}") == rest.npos && "a place in the markup has no part");
+    assert(rest.find("{}") == rest.npos && "fewer parts than {} in the markup");
     html.text += rest;
     return html;
 }

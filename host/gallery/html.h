@@ -1,4 +1,4 @@
-// html.h - pieces of a page. Text and markup are of different types, so a text cannot get into a page unescaped.
+// html.h - pieces of a page. Text and markup have different types, so unescaped text cannot get into a page.
 
 #pragma once
 
@@ -15,10 +15,10 @@ struct Html {
     }
 };
 
-// Text as markup: the characters that mean something stand escaped, inside attributes too.
-Html Escaped(const std::string& text);
+// Returns text as markup, with the special characters escaped; safe inside attributes too.
+[[nodiscard]] Html Escaped(const std::string& text);
 
-// What can be put into markup: markup as it is, text escaped.
+// A part that can be put into markup: markup unchanged, text escaped.
 struct HtmlPart {
     HtmlPart(const Html& markup) : html(markup) {}
     HtmlPart(const std::string& text) : html(Escaped(text)) {}
@@ -28,5 +28,5 @@ struct HtmlPart {
     Html html;
 };
 
-// Markup with each {} replaced by a part, in turn; the numbers of both are the same.
-Html Fill(const char* markup, std::initializer_list<HtmlPart> parts);
+// Returns markup with each {} replaced by the next part. There must be as many parts as {}.
+[[nodiscard]] Html Fill(const char* markup, std::initializer_list<HtmlPart> parts);

@@ -1,4 +1,4 @@
-// pages.cpp - writes the pages from the filters' descriptions and samples.
+// pages.cpp - builds the pages from the filters' descriptions and samples.
 
 #include "host/gallery/pages.h"
 
@@ -8,6 +8,7 @@
 
 #include "host/description/class_description.h"
 #include "host/gallery/html.h"
+#include "host/gallery/sample_table.h"
 
 namespace {
 
@@ -21,19 +22,15 @@ std::string Spaced(const std::string& name) {
     return text;
 }
 
-// An entry of a filter's description that is a text.
-std::string TextOf(const GalleryFilter& filter, const char* entry) { return filter.description[entry]; }
-
-std::string Title(const GalleryFilter& filter) { return TextOf(filter, "displayName"); }
-
-std::string CategoryOf(const GalleryFilter& filter) { return Spaced(TextOf(filter, "category")); }
+std::string CategoryOf(const GalleryFilter& filter) { return Spaced(filter.Title().category); }
 
 bool TakesAnImage(const GalleryFilter& filter) {
-    const Json& keys = filter.description["properties"];
-    return std::any_of(keys.begin(), keys.end(), [](const Json& key) { return key["name"] == "inputImage"; });
+    const auto& properties = filter.description.properties;
+    return std::any_of(properties.begin(), properties.end(),
+                       [](const PropertyDescription& property) { return property.name == "inputImage"; });
 }
 
-// A page around its body; the script is added to what stands without it.
+// A whole page around a body.
 std::string Page(const std::string& title, const Html& body) {
     return Fill(R"(<!DOCTYPE html>
 <html lang="en">
@@ -54,7 +51,7 @@ std::string Page(const std::string& title, const Html& body) {
         .text;
 }
 
-// A picture of a photo's folder; where it could not be made, the words for that.
+// A picture from a photo's folder, or the reason why it is missing.
 Html Picture(const Gallery& gallery, const GalleryPhoto& photo, const std::string& file, const std::string& alt) {
     const std::string path = photo.folder + "/" + file;
     const auto reason = gallery.missing.find(path);
@@ -64,17 +61,17 @@ Html Picture(const Gallery& gallery, const GalleryPhoto& photo, const std::strin
 }
 
 std::string AltText(const GalleryFilter& filter, const Sample& sample, const GalleryPhoto& photo) {
-    return photo.name + " through " + Title(filter) + ": " + sample.caption;
+    return photo.name + " through " + filter.Title().displayName + ": " + sample.caption;
 }
 
-// The picture that stands for the filter: its first, and of a transition the one in the middle.
+// The picture on the filter's card: its first one, or the middle one of a transition.
 Html CardPicture(const Gallery& gallery, const GalleryFilter& filter) {
     const Sample& sample = filter.samples.front();
     const GalleryPhoto& photo = gallery.photos.front();
     return Picture(gallery, photo, sample.pictures[(sample.pictures.size() - 1) / 2], AltText(filter, sample, photo));
 }
 
-// A name of several words, with places where a line may break.
+// A name of several joined words, with optional line breaks between them.
 Html Wrapping(const std::string& name) {
     Html html;
     for (std::size_t i = 0; i < name.size(); ++i) {
@@ -93,24 +90,24 @@ Html Card(const Gallery& gallery, const GalleryFilter& filter) {
 <p class="class">{}</p>
 <p>{}</p></a></li>
 )",
-                {PageName(filter), CardPicture(gallery, filter), Title(filter), Wrapping(TextOf(filter, "class")),
-                 TextOf(filter, "description")});
+                {PageName(filter), CardPicture(gallery, filter), filter.Title().displayName,
+                 Wrapping(filter.description.name), filter.description.filter->description});
 }
 
-// A transition: the photo, the times between, the second picture.
+// A transition as one picture per time.
 Html Strip(const Gallery& gallery, const GalleryFilter& filter, const Sample& sample, const GalleryPhoto& photo) {
-    const std::vector<std::string> times = TransitionTimes();
     Html frames;
-    for (std::size_t i = 0; i < times.size(); ++i) {
-        const std::string alt = AltText(filter, sample, photo) + ", time " + times[i];
+    for (std::size_t i = 0; i < sample.pictures.size(); ++i) {
+        const std::string time = kTransitionTimes[i];
+        const std::string alt = AltText(filter, sample, photo) + ", time " + time;
         frames += Fill("<li>{}<span>{}</span></li>\n",
-                       {Picture(gallery, photo, sample.pictures[i], alt), "inputTime " + times[i]});
+                       {Picture(gallery, photo, sample.pictures[i], alt), "inputTime " + time});
     }
     return Fill("<figure class=\"wide\"><ol class=\"strip\">\n{}</ol><figcaption>{}</figcaption></figure>\n",
                 {frames, sample.caption});
 }
 
-// The photo before and after; gallery.js lays one over the other and adds the slider.
+// The photo before and after the filter. gallery.js puts one over the other and adds the slider.
 Html Comparison(const Gallery& gallery, const GalleryFilter& filter, const Sample& sample, const GalleryPhoto& photo) {
     return Fill(R"(<figure class="compare"><div class="pair">
 <div class="before">{}<span>Before</span></div>
@@ -126,7 +123,7 @@ Html Single(const Gallery& gallery, const GalleryFilter& filter, const Sample& s
                 {Picture(gallery, photo, sample.pictures[0], AltText(filter, sample, photo)), sample.caption});
 }
 
-// The pictures that the samples read beside the photo, each once.
+// The pictures that the samples read beside the photo, each of them once.
 Html HelperPictures(const Gallery& gallery, const GalleryFilter& filter, const GalleryPhoto& photo) {
     Html figures;
     std::set<std::string> shown;
@@ -139,10 +136,10 @@ Html HelperPictures(const Gallery& gallery, const GalleryFilter& filter, const G
         }
     }
     if (figures.text.empty()) return {};
-    return Fill(R"(<h3>Pictures it reads</h3>
+    return Fill(R"(<h3>Other input pictures</h3>
 <div class="figures small">
 {}</div>
-<p class="note">Made of the photo by <a href="prepare.lua">prepare.lua</a>.</p>
+<p class="note"><a href="prepare.lua">prepare.lua</a> makes them from the photo.</p>
 )",
                 {figures});
 }
@@ -161,27 +158,26 @@ Html PhotoSection(const Gallery& gallery, const GalleryFilter& filter, const Gal
                 {heading, figures, HelperPictures(gallery, filter, photo)});
 }
 
-// A list with spaces, so that a line may break in it.
+// A list with a space after each comma, so that its line can break.
 std::string Breakable(const std::string& list) {
     std::string text;
     for (char c : list) text += c == ',' ? ", " : std::string(1, c);
     return text;
 }
 
-Html PropertyRow(const Json& property) {
+Html PropertyRow(const PropertyDescription& property) {
     const auto cell = [](const char* label, const std::string& text) {
         return text.empty() ? Html{"<td class=\"empty\"></td>"} : Fill("<td data-label=\"{}\">{}</td>", {label, text});
     };
-    const std::string access = property["readOnly"] ? " (read-only)" : "";
+    const std::string access = property.isReadOnly ? " (read-only)" : "";
     return Fill("<tr><th scope=\"row\"><code>{}</code></th>{}{}{}{}</tr>\n",
-                {std::string(property["name"]), cell("Type", std::string(property["type"]) + access),
-                 cell("Default", Breakable(DefaultText(property))), cell("Range", RangeText(property)),
-                 cell("", property["description"])});
+                {property.name, cell("Type", property.type + access), cell("Default", Breakable(DefaultText(property))),
+                 cell("Range", RangeText(property)), cell("", property.description)});
 }
 
 Html Properties(const GalleryFilter& filter) {
     Html rows;
-    for (const Json& property : filter.description["properties"]) rows += PropertyRow(property);
+    for (const PropertyDescription& property : filter.description.properties) rows += PropertyRow(property);
     return Fill(R"(<section><h2>Properties</h2>
 <table>
 <thead><tr><th scope="col">Name</th><th scope="col">Type</th><th scope="col">Default</th><th scope="col">Range</th><th scope="col">Description</th></tr></thead>
@@ -192,7 +188,7 @@ Html Properties(const GalleryFilter& filter) {
                 {rows});
 }
 
-// The programs; the first one open, the others behind their captions.
+// The programs. The first one is open, the others are folded under their captions.
 Html Programs(const GalleryFilter& filter) {
     Html programs;
     for (const Sample& sample : filter.samples) {
@@ -201,23 +197,23 @@ Html Programs(const GalleryFilter& filter) {
                          {Html{isFirst ? " open" : ""}, sample.caption, sample.text});
     }
     return Fill(R"(<section><h2>The program in Lua</h2>
-<p class="note">This text made the picture: <code>zeva run</code> runs it in a folder with <code>photo.jpg</code>.</p>
+<p class="note">This program made the picture. <code>zeva run</code> runs it in a folder that contains <code>photo.jpg</code>.</p>
 {}</section>
 )",
                 {programs});
 }
 
-// Links to the overview and to the neighbors in its order.
-Html Navigation(const Gallery& gallery, std::size_t number) {
+// Links to the overview and to the previous and next filter.
+Html Navigation(const Gallery& gallery, std::size_t index) {
     Html links = Fill("<a href=\"index.html\">All filters</a>", {});
     const auto link = [&](const char* relation, const char* text, std::size_t neighbor) {
         if (neighbor >= gallery.filters.size()) return;
         const GalleryFilter& filter = gallery.filters[neighbor];
         links += Fill("\n<a rel=\"{}\" href=\"{}\"><span>{}</span> {}</a>",
-                      {relation, PageName(filter), text, Title(filter)});
+                      {relation, PageName(filter), text, filter.Title().displayName});
     };
-    link("prev", "Previous:", number - 1);  // of the first one, beyond the end
-    link("next", "Next:", number + 1);
+    link("prev", "Previous:", index - 1);  // beyond the end for the first filter
+    link("next", "Next:", index + 1);
     return Fill("<nav aria-label=\"Filters\">{}</nav>\n", {links});
 }
 
@@ -226,7 +222,7 @@ std::string Filters(std::size_t count) { return std::to_string(count) + (count =
 
 }  // namespace
 
-std::string PageName(const GalleryFilter& filter) { return TextOf(filter, "filter") + ".html"; }
+std::string PageName(const GalleryFilter& filter) { return filter.Title().name + ".html"; }
 
 std::string IndexPage(const Gallery& gallery) {
     Html sections, options;
@@ -242,7 +238,7 @@ std::string IndexPage(const Gallery& gallery) {
     }
     const std::string title = Filters(gallery.filters.size());
     return Page("Gallery of " + title, Fill(R"(<header><h1>{}</h1>
-<p>Each a class of the module, shown on {} by the module itself.</p>
+<p>Each filter is a class of the module. The module itself made the pictures of {}.</p>
 <form class="tools" role="search" hidden>
 <label>Search <input type="search" id="search" autocomplete="off"></label>
 <label>Category <select id="category"><option value="">All</option>{}</select></label>
@@ -254,19 +250,19 @@ std::string IndexPage(const Gallery& gallery) {
                                             {title, gallery.photos.front().name, options, sections}));
 }
 
-std::string FilterPage(const Gallery& gallery, std::size_t number) {
-    const GalleryFilter& filter = gallery.filters[number];
+std::string FilterPage(const Gallery& gallery, std::size_t index) {
+    const GalleryFilter& filter = gallery.filters[index];
     Html sections;
     for (const GalleryPhoto& photo : gallery.photos) sections += PhotoSection(gallery, filter, photo);
-    const Html navigation = Navigation(gallery, number);
-    return Page(Title(filter),
-                Fill(R"(<header>{}<h1>{}</h1>
+    const Html navigation = Navigation(gallery, index);
+    return Page(filter.Title().displayName, Fill(R"(<header>{}<h1>{}</h1>
 <p><code>{}</code> · {}</p>
 <p class="sentence">{}</p></header>
 <main>
 {}{}{}</main>
 <footer>{}</footer>
 )",
-                     {navigation, Title(filter), TextOf(filter, "class"), CategoryOf(filter),
-                      TextOf(filter, "description"), sections, Properties(filter), Programs(filter), navigation}));
+                                                 {navigation, filter.Title().displayName, filter.description.name,
+                                                  CategoryOf(filter), filter.description.filter->description, sections,
+                                                  Properties(filter), Programs(filter), navigation}));
 }

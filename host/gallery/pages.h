@@ -1,41 +1,45 @@
-// pages.h - the gallery's pages: an overview, and one for each filter.
+// pages.h - the gallery's pages: an overview, and one page for each filter.
 //
-// They stand in one folder with gallery.css, gallery.js and prepare.lua; the pictures of each photo are in pictures/<photo>/.
-// Everything can be read and looked at without a script; gallery.js adds search, the filter by category, and the slider.
+// They are in one folder with gallery.css, gallery.js and prepare.lua; the pictures of each photo are in pictures/<photo>/.
+// Every page works without JavaScript; gallery.js adds the search, the choice of a category, and the slider.
 
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <string>
 #include <vector>
 
+#include "host/description/class_description.h"
 #include "host/gallery/sample.h"
 
-// A photo that the filters were applied to.
+// A photo that the filters are applied to.
 struct GalleryPhoto {
-    std::string name;    // its file's name
-    std::string folder;  // "pictures/grace_hopper", where its pictures are
-    int width, height;   // as it is shown
+    std::string name;    // its file name
+    std::string folder;  // the folder of its pictures, "pictures/grace_hopper"
+    int width, height;   // the size at which it is shown, in pixels
 };
 
 // A filter and the programs that show what it does.
 struct GalleryFilter {
-    Json description;  // as ClassJson makes it
+    ClassDescription description;  // of a filter's class
     std::vector<Sample> samples;
+
+    const FilterTitle& Title() const { return description.filter->title; }
 };
 
-// All that the pages tell of. Filters stand by category, and by title within it.
+// The content of the pages. Filters are sorted by category and title.
 struct Gallery {
     std::vector<GalleryPhoto> photos;
     std::vector<GalleryFilter> filters;
-    std::map<std::string, std::string> missing;  // pictures that could not be made, with their folders, and why
+    std::map<std::string, std::string> missing;  // pictures that are missing, by path, and the reason
 };
 
-// The file of a filter's page.
-std::string PageName(const GalleryFilter& filter);
+// Returns the file name of a filter's page.
+[[nodiscard]] std::string PageName(const GalleryFilter& filter);
 
-// The overview: a card for each filter.
-std::string IndexPage(const Gallery& gallery);
+// Returns the overview: a card for each filter.
+[[nodiscard]] std::string IndexPage(const Gallery& gallery);
 
-// The page of a filter: before and after, further settings, properties, the programs.
-std::string FilterPage(const Gallery& gallery, std::size_t number);
+// Returns the page of gallery.filters[index]: the photo before and after, further settings, properties, the programs.
+[[nodiscard]] std::string FilterPage(const Gallery& gallery, std::size_t index);

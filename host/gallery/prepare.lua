@@ -1,7 +1,7 @@
--- Prepares the pictures that the samples use, in the folder in which it runs:
+-- Prepares the pictures that the samples use, in the current folder:
 --
 --   photo.jpg      the photo, at most 800 pixels on its longer side
---   second.jpg     another picture of the same size: the next photo, or where there is none this one, mirrored and repainted
+--   second.jpg     another picture of the same size: the next photo, or this one mirrored and recolored
 --   mask.jpg       a soft white disc on black
 --   spot.png       the same disc in orange, transparent outside
 --   clouds.jpg     soft spots of gray
@@ -13,7 +13,7 @@
 local file, next_file = ...
 local longest = 800
 
--- A picture at another scale. What is left out is blurred away first, or it would flicker in what remains.
+-- A picture at another scale. A blur first removes the details that the smaller picture cannot show; they would alias.
 local function scaled(picture, scale)
     if scale < 1 then
         local clamp, blur = CIFilterAffineClampQOR(), CIFilterGaussianBlurQOR()
@@ -26,7 +26,7 @@ end
 
 local function byte(part) return math.floor(math.max(0, math.min(1, part)) * 255 + 0.5) end
 
--- A picture whose pixels are what color(x, y) gives, y downward: red, green, blue and alpha from 0 to 1.
+-- A picture whose pixels are returned by color(x, y), y downward: red, green, blue and alpha from 0 to 1.
 local function drawn(width, height, color)
     local pixels = {}
     for y = 0, height - 1 do
@@ -67,7 +67,7 @@ end
 drawn(w, h, function(x, y) local v = disc(x, y) return v, v, v, 1 end):SaveWithQuality("mask.jpg", 0.92)
 drawn(w, h, function(x, y) return 0.9, 0.5, 0.2, disc(x, y) end):Save("spot.png")
 
--- Sums of a few waves that share no period look like clouds.
+-- Sums of a few waves without a common period look like clouds.
 drawn(w, h, function(x, y)
     local v = 0
     for i = 1, 4 do

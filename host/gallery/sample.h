@@ -1,22 +1,22 @@
-// sample.h - the Lua programs that make the gallery's pictures, written from the settings in gallery.json.
+// sample.h - the Lua programs that make the gallery's pictures, built from the settings in gallery.json.
 //
-// What a page shows is the very text that ran. It works in a folder that prepare.lua has filled, and writes its pictures there.
+// A page shows exactly the text that ran. It runs in a folder that prepare.lua has filled, and writes its pictures there.
 //
 // gallery.json:
-//   times     the places of inputTime at which a transition is shown
-//   helpers   what a setting may name: a regular expression for the names, the lines that make them, and for a picture
-//             its file and what it is; a sample has only the lines whose names it uses, in the order of the list
-//   filters   by name: the settings, values being Lua expressions by key, and the result, an expression of the picture to
-//             write, where it is not the output image in the photo's frame
+//   times     the values of inputTime at which a transition is shown
+//   helpers   what a setting may use: names, the Lua lines that define them, and for a picture its file and a description.
+//             A sample contains only the helpers whose names it uses, in the order of the list.
+//   filters   by name: the settings, which are Lua expressions by key; and the result, which is the expression of the picture
+//             to write when it is not the output image in the photo's frame
 //
-// Adding a filter: its entry; without one it is shown once, at its defaults.
+// Adding a filter: its entry. A filter without an entry is shown once, with its defaults.
 
 #pragma once
 
 #include <string>
 #include <vector>
 
-#include "host/description/value_json.h"
+#include "host/description/class_description.h"
 
 // A picture that a sample reads beside the photo.
 struct HelperPicture {
@@ -24,17 +24,14 @@ struct HelperPicture {
     std::string about;  // "the mask"
 };
 
-// A program and what it writes.
+// A program and the pictures that it writes.
 struct Sample {
     std::string caption;                // the setting in words
     std::string text;                   // Lua
-    std::vector<std::string> pictures;  // the files that it writes, of a transition one for each time
+    std::vector<std::string> pictures;  // the files that it writes; for a transition one per time
     std::vector<HelperPicture> helpers;
 };
 
-// The samples of a filter that ClassJson describes, the first for the filter's card. Throws HostError for a setting of a
-// key that the filter does not have.
-std::vector<Sample> SamplesOf(const Json& filter);
-
-// The times at which a transition is shown.
-std::vector<std::string> TransitionTimes();
+// Returns the samples of a filter. The first one is shown on the filter's card. Throws HostError for a setting whose key the
+// filter does not have.
+[[nodiscard]] std::vector<Sample> SamplesOf(const ClassDescription& filter);

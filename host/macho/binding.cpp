@@ -2,8 +2,7 @@
 
 #include "host/macho/binding.h"
 
-#include <CoreFoundation/CoreFoundation.h>
-#include <CoreGraphics/CoreGraphics.h>
+#include <dlfcn.h>
 #include <objc/objc-exception.h>
 #include <objc/runtime.h>
 #include <pthread.h>
@@ -13,14 +12,13 @@
 #include <cstring>
 #include <string>
 
-#include "host/macho/constant_string.h"
 #include "host/macho/message_send.h"
 #include "host/macho/object_error.h"
+#include "host/macho/platform_functions.h"
 #include "platform/ExceptionFrames/macos_frames.h"
 
 extern "C" {
-// Only the addresses of these functions are used here, so their declarations need not be exact.
-void NSLog(void*, ...);
+// Only the addresses are used here, so the declarations need not be exact.
 void _Unwind_Resume(void*);
 void __gxx_personality_v0();
 int objc_exception_match(Class exceptionClass, id exception);
@@ -43,10 +41,6 @@ struct Binding {
 // clang-format off
 const Binding kBindings[] = {
     // name in the object              function here
-    {"_CFRetain",                      Address(CFRetain)},
-    {"_CGImageRetain",                 Address(CGImageRetain)},
-    {"_NSLog",                         Address(NSLog)},
-
     {"_calloc",                        Address(std::calloc)},
     {"_free",                          Address(std::free)},
     {"_memcpy",                        Address(std::memcpy)},
@@ -72,6 +66,19 @@ const Binding kBindings[] = {
 };
 // clang-format on
 
+// The functions and the class that come from Foundation and Core Graphics. The library is loaded when the first object
+// needs it.
+const PlatformFunctions& Platform() {
+    static const PlatformFunctions* const functions = [] {
+        void* library = dlopen("libmacos_platform.so", RTLD_NOW | RTLD_LOCAL);
+        if (library == nullptr) throw ObjectError("Core Image", std::string("cannot be loaded: ") + dlerror());
+        const auto get = reinterpret_cast<const PlatformFunctions* (*)()>(dlsym(library, "MacPlatformFunctions"));
+        if (get == nullptr) throw ObjectError("libmacos_platform.so", "it has no function MacPlatformFunctions");
+        return get();
+    }();
+    return *functions;
+}
+
 // An object has an undefined symbol with this prefix for each class that it uses, so a missing class is found at load.
 constexpr std::string_view kClassPrefix = ".objc_class_name_";
 
@@ -81,13 +88,17 @@ std::uint32_t AddressOf(std::string_view name) {
     for (const Binding& binding : kBindings) {
         if (binding.name == name) return binding.address;
     }
-    if (name == "___CFConstantStringClassReference") return Address(ConstantStringClass());
+    if (name == "_CFRetain") return Address(Platform().retain);
+    if (name == "_CGImageRetain") return Address(Platform().retainImage);
+    if (name == "_NSLog") return Address(Platform().log);
+    if (name == "___CFConstantStringClassReference") return Address(Platform().constantStringClass);
     if (name.starts_with(kClassPrefix)) return AddressOfClass(std::string(name.substr(kClassPrefix.size())).c_str());
     throw ObjectError("symbol " + std::string(name),
                       "it is undefined, and modules have no access to a function with this name");
 }
 
 std::uint32_t AddressOfClass(const char* name) {
+    static_cast<void>(Platform());  // which brings the classes
     const Class found = objc_getClass(name);
     if (found == nullptr) throw ObjectError("class " + std::string(name), "no class with this name exists here");
     return Address(found);

@@ -1,65 +1,121 @@
-// command_line.cpp - reads the arguments and turns every failure into one line.
+// command_line.cpp - hands the commands to the argument parser and turns each failure into one line.
+//
+// Why this is the only file that includes the parser: it takes longer to compile than all commands together.
 
 #include "host/program/command_line.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cctype>
 #include <cstdio>
+#include <exception>
+#include <memory>
+#include <string>
+#include <type_traits>
+#include <vector>
 
-#include "host/program/commands.h"
 #include "host/batch/error_text.h"
+#include "host/program/commands.h"
+#include "host/program/version.h"
 
 namespace {
 
-constexpr int kFailed = 1;
-constexpr int kWrongUsage = 2;
+// The commands in the order of the help.
+std::vector<Command> Commands() {
+    return {
+        ApplyCommand(), RunCommand(),     ListCommand(),  DescribeCommand(),
+        CheckCommand(), GalleryCommand(), TraceCommand(), CompletionCommand(),
+    };
+}
 
-// The commands, in the order in which the help lists them.
-// clang-format off
-constexpr AddCommand* kCommands[] = {
-    AddApply,
-    AddRun,
-    AddList,
-    AddDescribe,
-    AddCheck,
-    AddGallery,
-    AddTrace,
-    AddCompletion,
+// The options that every command shares.
+std::vector<Argument> ProgramArguments(ProgramOptions& options) {
+    return {
+        {"--host-version", &options.hostVersion, "host version that the modules see"},
+        {"--module", &options.module, "filter module to load instead of the built one, such as filters.o"},
+        {"--trace", &options.trace, "file that records every call across the boundary as trace events in JSON"},
+    };
+}
+
+// Help that begins with a command's own usage line.
+class UsageFormatter : public CLI::Formatter {
+  public:
+    explicit UsageFormatter(std::string usage) : usage_(std::move(usage)) {}
+    std::string make_usage(const CLI::App*, std::string) const override { return "Usage: " + usage_ + "\n"; }
+
+  private:
+    std::string usage_;
 };
-// clang-format on
+
+void AddArgument(CLI::App& app, const Argument& argument) {
+    const auto add = [&](auto* target) {
+        using Value = std::remove_pointer_t<decltype(target)>;
+        if constexpr (std::is_same_v<Value, bool>) {
+            return app.add_flag(argument.names, *target, argument.help);
+        } else {
+            CLI::Option* option = app.add_option(argument.names, *target, argument.help);
+            return std::is_arithmetic_v<Value> ? option->capture_default_str() : option;
+        }
+    };
+    CLI::Option* option = std::visit(add, argument.target);
+    option->required(argument.isRequired);
+    if (argument.isPositive) option->check(CLI::PositiveNumber);
+    if (!argument.excludes.empty()) option->excludes(app.get_option(argument.excludes));
+}
+
+void AddCommand(CLI::App& program, const Command& command) {
+    CLI::App* app = program.add_subcommand(command.name, command.help);
+    if (command.isHidden) app->group("");
+    if (command.endsOptionsAtFirstWord) app->positionals_at_end();
+    if (!command.usage.empty()) app->formatter(std::make_shared<UsageFormatter>(command.usage));
+    if (!command.footer.empty()) app->footer(command.footer);
+    for (const Argument& argument : command.arguments) AddArgument(*app, argument);
+}
 
 void PrintError(const std::string& text) { std::fprintf(stderr, "zeva: %s\n", text.c_str()); }
 
-// A complaint about the arguments, begun in lower case as all our messages are; the names of options keep theirs.
+// The parser's message, which begins in lower case like all messages of the program. Names of options stay as they are.
 std::string UsageText(std::string text) {
     const bool isSentence = text.size() > 1 && std::isupper(text[0]) != 0 && std::islower(text[1]) != 0;
     if (isSentence) text[0] = static_cast<char>(std::tolower(text[0]));
     return text;
 }
 
+// Reads the arguments and runs the command that they name.
+int ParseAndRun(int argumentCount, const char* const* arguments) {
+    ProgramOptions options;
+    const std::vector<Argument> programArguments = ProgramArguments(options);
+    std::vector<Command> commands = Commands();
+    commands.push_back(CompleteCommand(commands, programArguments));
+
+    CLI::App program("Core Image filters on the command line.", "zeva");
+    for (const Argument& argument : programArguments) AddArgument(program, argument);
+    program.set_version_flag(
+        "--version", [&] { return VersionText(options); },
+        "print the version, the host version, the ABI and the "
+        "instruction set in use");
+    program.footer(kSharedFooter);
+    program.fallthrough();  // the options above may follow the command
+    for (const Command& command : commands) AddCommand(program, command);
+    try {
+        program.parse(argumentCount, arguments);
+    } catch (const CLI::Success& help) {
+        return program.exit(help);
+    } catch (const CLI::ParseError& error) {
+        throw UsageError(error.what());
+    }
+    if (program.get_subcommands().empty()) throw UsageError("no command given, zeva --help lists them");
+    const std::string name = program.get_subcommands().front()->get_name();
+    const auto isNamed = [&](const Command& command) { return command.name == name; };
+    return std::find_if(commands.begin(), commands.end(), isNamed)->run(options);
+}
+
 }  // namespace
 
 int RunCommandLine(int argumentCount, const char* const* arguments) {
-    CLI::App program("Core Image filters on the command line.", "zeva");
-    SessionOptions session;
-    program.add_option("--host-version", session.hostVersion, "version that the modules are told")
-        ->capture_default_str();
-    program.add_option("--module", session.module, "filter module to load instead of the built one, such as filters.o");
-    program.add_option("--trace", session.trace, "file for every call across the boundary, as trace events in JSON");
-    program.footer(
-        "--host-version, --module and --trace belong to every command (zeva --help).\nExit status: 0 done, 1 failed (standard error says why), 2 wrong usage.");
-    program.fallthrough();  // the options above may stand behind the command as well
-    for (AddCommand* add : kCommands) add(program, session);
     try {
-        program.parse(argumentCount, arguments);
-        if (!program.get_subcommands().empty()) return 0;
-        PrintError("no command is given, zeva --help lists them");
-        return kWrongUsage;
-    } catch (const CLI::Success& help) {
-        return program.exit(help);
-    } catch (const CLI::RuntimeError& told) {
-        return told.get_exit_code();
-    } catch (const CLI::ParseError& error) {
+        return ParseAndRun(argumentCount, arguments);
+    } catch (const UsageError& error) {
         PrintError(OneLine(UsageText(error.what())));
         return kWrongUsage;
     } catch (const std::exception&) {

@@ -1,7 +1,9 @@
-// command_line.h - the program's commands and their options.
+// command_line.h - reads the arguments of the program and runs a command.
 
 #pragma once
 
-// Runs the command that the arguments name. Answers the program's exit status: 0, 1 when the command failed (one line
-// on standard error says why), 2 when the arguments are wrong.
-int RunCommandLine(int argumentCount, const char* const* arguments);
+// Runs the command that the arguments name.
+//
+// Returns the exit status: 0 done, 1 when the command failed (one line on standard error says why), 2 for wrong arguments.
+// Never throws.
+[[nodiscard]] int RunCommandLine(int argumentCount, const char* const* arguments);

@@ -1,26 +1,20 @@
-// commands.h - the commands of the program.
+// commands.h - the commands of the program. Each is defined in a file of its own name.
 //
-// Each stands in a file of its own name and is added by one function: its options, its help, and the callback that does it.
-// A callback throws for a failure, which becomes one line on standard error and status 1. One that has told its failures
-// itself throws CLI::RuntimeError(1), which ends the program without a further word.
-//
-// Adding one: its file, its function here, its line in kCommands (command_line.cpp).
+// Adding one: its file, its function here, its line in Commands() (command_line.cpp).
 
 #pragma once
 
-#include <CLI/App.hpp>
+#include "host/program/command.h"
 
-#include "host/program/session.h"
+[[nodiscard]] Command ApplyCommand();
+[[nodiscard]] Command CheckCommand();
+[[nodiscard]] Command CompletionCommand();
+[[nodiscard]] Command DescribeCommand();
+[[nodiscard]] Command GalleryCommand();
+[[nodiscard]] Command ListCommand();
+[[nodiscard]] Command RunCommand();
+[[nodiscard]] Command TraceCommand();
 
-// Adds a command to the program. The options of the session are shared by all commands and are read when one runs; they
-// outlive the program.
-using AddCommand = void(CLI::App& program, const SessionOptions& session);
-
-AddCommand AddApply;
-AddCommand AddCheck;
-AddCommand AddCompletion;
-AddCommand AddDescribe;
-AddCommand AddGallery;
-AddCommand AddList;
-AddCommand AddRun;
-AddCommand AddTrace;
+// The hidden command that the completion script calls. It completes the names and options of the given commands and the
+// given options of the program.
+[[nodiscard]] Command CompleteCommand(std::vector<Command> commands, std::vector<Argument> programArguments);

@@ -1,14 +1,16 @@
-// complete.cpp - "zeva completion": a script for bash that completes commands, filters and keys.
+// complete.cpp - "zeva completion": prints a bash script that completes commands, filters and keys.
 //
-// The script asks the program itself, by the hidden command "complete": its last word is the one to complete, those before it
-// are the words of the line so far. What can follow comes from the commands' options and the classes' records.
+// The script calls the hidden command "complete" with the words of the line: the last word is the one to complete. The
+// candidates come from the commands' options and from the registered classes.
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
 
-#include "host/program/commands.h"
 #include "host/description/filter_name.h"
+#include "host/program/commands.h"
 
 // The text of completion.bash.
 extern const char kCompletionScript[];
@@ -17,29 +19,26 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-// The options of a command and of the program around it.
-Words OptionsOf(const CLI::App& program, const CLI::App& command) {
-    Words options;
-    for (const CLI::App* app : {&command, &program}) {
-        for (const CLI::Option* option : app->get_options()) {
-            for (const std::string& name : option->get_lnames()) options.push_back("--" + name);
-        }
+// The long names of the options among some arguments.
+void AddOptionNames(const std::vector<Argument>& arguments, Words& names) {
+    for (const Argument& argument : arguments) {
+        const std::size_t start = argument.names.find("--");
+        if (start != std::string::npos) names.push_back(argument.names.substr(start));
     }
-    return options;
 }
 
-Words FilterNames(host::Host& session) {
+Words FilterNames(host::Host& host) {
     Words names;
-    for (const host::Class* isa : session.Classes().All()) {
+    for (const host::Class* isa : host.Classes().All()) {
         if (std::string name = FilterShortName(isa->Name()); !name.empty()) names.push_back(name);
     }
     return names;
 }
 
-// The settings of a filter, up to their = sign.
-Words KeysOf(host::Host& session, const std::string& filter) {
+// The input keys of a filter, each with its = sign.
+Words KeysOf(host::Host& host, const std::string& filter) {
     Words keys;
-    const host::Class* isa = session.Classes().Find(FilterClassName(filter));
+    const host::Class* isa = host.Classes().Find(FilterClassName(filter));
     if (isa == nullptr) return keys;
     for (const host::Member& member : isa->Members()) {
         if (member.setter != nullptr && member.declaration.name.starts_with("input")) {
@@ -49,46 +48,83 @@ Words KeysOf(host::Host& session, const std::string& filter) {
     return keys;
 }
 
-// What can stand behind "zeva apply": a filter's name first and after each +, then its keys.
-Words AfterApply(host::Host& session, const Words& before) {
+// Candidates after "zeva apply": a filter name first and after each +, then the keys of that filter.
+Words AfterApply(host::Host& host, const Words& before) {
     const auto filter = std::find(before.rbegin(), before.rend(), "+").base();
-    if (filter == before.end()) return FilterNames(session);
-    Words keys = KeysOf(session, *filter);
+    if (filter == before.end()) return FilterNames(host);
+    Words keys = KeysOf(host, *filter);
     keys.push_back("+");
     return keys;
 }
 
-// What can follow the words of a line; the last of them is begun and not ended.
-Words Candidates(const CLI::App& program, const SessionOptions& options, Words words) {
-    const std::string begun = words.back();
-    words.pop_back();
-    const auto commands = program.get_subcommands([](const CLI::App* app) { return !app->get_group().empty(); });
-    Words all;
-    if (words.empty()) {
-        for (const CLI::App* command : commands) all.push_back(command->get_name());
-    } else if (begun.starts_with('-')) {
-        const auto isNamed = [&](const CLI::App* app) { return app->get_name() == words[0]; };
-        const auto command = std::find_if(commands.begin(), commands.end(), isNamed);
-        all = OptionsOf(program, command != commands.end() ? **command : program);
-    } else if (words[0] == "apply") {
-        all = AfterApply(*OpenSession(options), {words.begin() + 1, words.end()});
-    } else if (words[0] == "describe") {
-        all = FilterNames(*OpenSession(options));
+// The candidates for the last word of a line.
+class Completer {
+  public:
+    Completer(std::vector<Command> commands, std::vector<Argument> programArguments)
+        : commands_(std::move(commands)), programArguments_(std::move(programArguments)) {}
+
+    Words Candidates(const ProgramOptions& options, Words words) const {
+        const std::string begun = words.back();
+        words.pop_back();
+        Words all = Unfiltered(options, words, begun);
+        std::erase_if(all, [&](const std::string& word) { return !word.starts_with(begun); });
+        return all;
     }
-    std::erase_if(all, [&](const std::string& word) { return !word.starts_with(begun); });
-    return all;
-}
+
+  private:
+    Words Unfiltered(const ProgramOptions& options, const Words& before, const std::string& begun) const {
+        if (before.empty()) {
+            Words names;
+            for (const Command& command : commands_) names.push_back(command.name);
+            return names;
+        }
+        if (begun.starts_with('-')) return OptionsOf(before.front());
+        if (before.front() == "apply") return AfterApply(*MakeHost(options), {before.begin() + 1, before.end()});
+        if (before.front() == "describe") return FilterNames(*MakeHost(options));
+        return {};
+    }
+
+    // The options of a command and of the program.
+    Words OptionsOf(const std::string& commandName) const {
+        Words names = {"--help"};
+        for (const Command& command : commands_) {
+            if (command.name == commandName) AddOptionNames(command.arguments, names);
+        }
+        AddOptionNames(programArguments_, names);
+        return names;
+    }
+
+    std::vector<Command> commands_;
+    std::vector<Argument> programArguments_;
+};
 
 }  // namespace
 
-void AddCompletion(CLI::App& program, const SessionOptions& session) {
-    program.add_subcommand("completion", "Prints a completion script for bash: eval \"$(zeva completion)\".")
-        ->callback([] { std::fputs(kCompletionScript, stdout); });
+Command CompletionCommand() {
+    return {
+        .name = "completion",
+        .help = "Prints a completion script for bash: eval \"$(zeva completion)\".",
+        .arguments = {},
+        .run =
+            [](const ProgramOptions&) {
+                std::fputs(kCompletionScript, stdout);
+                return kDone;
+            },
+    };
+}
 
-    CLI::App* complete = program.add_subcommand("complete", "Completes a line, for that script.")->group("");
+Command CompleteCommand(std::vector<Command> commands, std::vector<Argument> programArguments) {
     const auto words = std::make_shared<Words>();
-    complete->add_option("WORDS", *words)->required();
-    complete->callback([words, &program, &session] {
-        for (const std::string& word : Candidates(program, session, *words)) std::printf("%s\n", word.c_str());
-    });
+    const Completer completer(std::move(commands), std::move(programArguments));
+    return {
+        .name = "complete",
+        .help = "Completes a line for the completion script.",
+        .arguments = {{"WORDS", words.get(), "the words of the line", /*isRequired=*/true}},
+        .run =
+            [words, completer](const ProgramOptions& options) {
+                for (const std::string& word : completer.Candidates(options, *words)) std::printf("%s\n", word.c_str());
+                return kDone;
+            },
+        .isHidden = true,
+    };
 }

@@ -4,6 +4,6 @@ _zeva() {
     COMPREPLY=($("$1" complete -- "${COMP_WORDS[@]:1:COMP_CWORD-1}" "$2" 2>/dev/null))
     [[ ${COMPREPLY[0]-} == *= ]] && compopt -o nospace
 }
-# A setting KEY=VALUE is one word, and where the program has nothing to say, files are completed.
+# A setting KEY=VALUE is one word. Files are completed when the program has no candidates.
 COMP_WORDBREAKS=${COMP_WORDBREAKS//=}
 complete -o default -F _zeva zeva

@@ -1,87 +1,107 @@
-// describe.cpp - "zeva describe": what a class offers.
+// describe.cpp - "zeva describe": prints what classes offer.
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
 
 #include "host/description/class_description.h"
 #include "host/description/filter_name.h"
 #include "host/program/commands.h"
 #include "host/runtime/errors.h"
+#include "host/runtime/json.h"
 #include "host/runtime/suggestion.h"
 
 namespace {
 
-using host::Host;
+struct Request {
+    std::vector<std::string> names;
+    bool json = false;
+};
 
-// "read-only, pixels, default 10, 0 to 100": of a property, what there is.
-std::string Facts(const Json& property) {
+// What is known of a property: "read-only, default 10, 0 to 100".
+std::string Facts(const PropertyDescription& property) {
     const std::string value = DefaultText(property);
     std::string text;
-    for (const std::string& part : {std::string(property["readOnly"] ? "read-only" : ""), UnitText(property),
+    for (const std::string& part : {std::string(property.isReadOnly ? "read-only" : ""), UnitText(property),
                                     value.empty() ? "" : "default " + value, RangeText(property)}) {
         if (!part.empty()) text += (text.empty() ? "" : ", ") + part;
     }
     return text;
 }
 
-void PrintClass(const Json& json) {
-    std::printf("%s", std::string(json["class"]).c_str());
-    if (json.contains("superclass")) std::printf(", a %s", std::string(json["superclass"]).c_str());
-    if (json.contains("displayName")) std::printf(": %s", std::string(json["displayName"]).c_str());
-    std::printf("\n");
-    if (json.contains("description")) std::printf("%s\n", std::string(json["description"]).c_str());
-    std::size_t width = 0;
-    for (const Json& property : json["properties"]) width = std::max(width, std::string(property["name"]).size());
-    for (const Json& property : json["properties"]) {
-        const std::string facts = Facts(property);
-        std::printf("\n  %-*s  %s%s\n", static_cast<int>(width), std::string(property["name"]).c_str(),
-                    std::string(property["type"]).c_str(), facts.empty() ? "" : (", " + facts).c_str());
-        if (!property.contains("description")) continue;
-        std::printf("  %-*s  %s\n", static_cast<int>(width), "", std::string(property["description"]).c_str());
+void PrintClass(const ClassDescription& description) {
+    std::printf("%s", description.name.c_str());
+    if (!description.superclass.empty()) std::printf(", a %s", description.superclass.c_str());
+    if (description.filter) {
+        std::printf(": %s\n%s\n", description.filter->title.displayName.c_str(),
+                    description.filter->description.c_str());
+    } else {
+        std::printf("\n");
     }
-    for (const Json& method : json["methods"]) std::printf("\n  %s\n", std::string(method).c_str());
-    for (const Json& method : json["sharedMethods"]) {
-        std::printf("\n  %s.%s\n", std::string(json["class"]).c_str(), std::string(method).c_str());
+    std::size_t width = 0;
+    for (const PropertyDescription& property : description.properties) width = std::max(width, property.name.size());
+    for (const PropertyDescription& property : description.properties) {
+        const std::string facts = Facts(property);
+        std::printf("\n  %-*s  %s%s\n", static_cast<int>(width), property.name.c_str(), property.type.c_str(),
+                    facts.empty() ? "" : (", " + facts).c_str());
+        if (!description.filter) continue;
+        std::printf("  %-*s  %s\n", static_cast<int>(width), "", property.description.c_str());
+    }
+    for (const std::string& method : description.methods) std::printf("\n  %s\n", method.c_str());
+    for (const std::string& method : description.sharedMethods) {
+        std::printf("\n  %s.%s\n", description.name.c_str(), method.c_str());
     }
 }
 
-// The class of a name: a filter in any spelling, or any class by its own.
-const host::Class& ClassOf(Host& session, const std::string& name) {
+// The class of a name: a filter in any spelling, or any class by its own name.
+const host::Class& ClassOf(host::Host& host, const std::string& name) {
     for (const std::string& candidate : {name, FilterClassName(name)}) {
-        if (session.Classes().Find(candidate) != nullptr) return session.Classes().Linked(candidate);
+        if (host.Classes().Find(candidate) != nullptr) return host.Classes().Linked(candidate);
     }
     std::vector<std::string> known;
-    for (const host::Class* each : session.Classes().All()) {
+    for (const host::Class* each : host.Classes().All()) {
         const std::string shortName = FilterShortName(each->Name());
         known.push_back(shortName.empty() ? each->Name() : shortName);
     }
     throw host::HostError("class " + name, "there is no such class" + host::Suggestion(name, known));
 }
 
-void Describe(const SessionOptions& options, const std::vector<std::string>& names, bool json) {
-    const auto session = OpenSession(options);
-    Json descriptions = Json::array();
-    for (const std::string& name : names) descriptions.push_back(ClassJson(*session, ClassOf(*session, name)));
-    if (json) {
-        std::printf("%s\n", (names.size() == 1 ? descriptions[0] : descriptions).dump(2).c_str());
-        return;
+void PrintJson(const std::vector<ClassDescription>& descriptions) {
+    host::Json list = host::Json::array();
+    for (const ClassDescription& description : descriptions) list.push_back(ToJson(description));
+    std::printf("%s\n", (descriptions.size() == 1 ? ToJson(descriptions.front()) : list).Dump(2).c_str());
+}
+
+int Describe(const ProgramOptions& options, const Request& request) {
+    const auto host = MakeHost(options);
+    std::vector<ClassDescription> descriptions;
+    for (const std::string& name : request.names) descriptions.push_back(DescribeClass(*host, ClassOf(*host, name)));
+    if (request.json) {
+        PrintJson(descriptions);
+        return kDone;
     }
-    for (const Json& description : descriptions) {
+    for (const ClassDescription& description : descriptions) {
         if (&description != &descriptions.front()) std::printf("\n");
         PrintClass(description);
     }
+    return kDone;
 }
 
 }  // namespace
 
-void AddDescribe(CLI::App& program, const SessionOptions& session) {
-    CLI::App* describe =
-        program.add_subcommand("describe", "Tells what a class offers: properties, defaults, ranges, methods.");
-    const auto names = std::make_shared<std::vector<std::string>>();
-    const auto json = std::make_shared<bool>(false);
-    describe->add_option("CLASS", *names, "a filter in any of its spellings, or any class, such as CIImageQOR")
-        ->required();
-    describe->add_flag("--json", *json, "as JSON: an object, or a list of them for several classes");
-    describe->callback([=, &session] { Describe(session, *names, *json); });
+Command DescribeCommand() {
+    const auto request = std::make_shared<Request>();
+    return {
+        .name = "describe",
+        .help = "Describes classes: properties, defaults, ranges, methods.",
+        .arguments =
+            {
+                {"CLASS", &request->names, "a filter in any of its spellings, or any class, such as CIImageQOR",
+                 /*isRequired=*/true},
+                {"--json", &request->json, "print JSON: an object, or a list of objects for several classes"},
+            },
+        .run = [request](const ProgramOptions& options) { return Describe(options, *request); },
+    };
 }

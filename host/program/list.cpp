@@ -1,72 +1,115 @@
-// list.cpp - "zeva list": the classes that the modules register.
+// list.cpp - "zeva list": lists the classes that the modules register.
+//
+// The filters of the built modules are listed from a table, without loading the modules.
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
 
-#include "host/runtime/errors.h"
 #include "host/description/class_description.h"
+#include "host/description/title_table.h"
 #include "host/program/commands.h"
+#include "host/runtime/errors.h"
+#include "host/runtime/json.h"
 
 namespace {
 
-using host::Host;
-
-// A class in a line of the list.
-struct Row {
-    std::string shortName;  // of a filter, else empty
-    std::string className;
-    std::string displayName;
+struct Request {
     std::string category;
+    bool all = false;
+    bool json = false;
 };
 
-Row RowOf(Host& session, const host::Class& isa) {
-    if (!IsFilter(isa)) return {{}, isa.Name(), {}, {}};
-    const Json json = ClassJson(session, isa);
-    return {json["filter"], isa.Name(), json["displayName"], json["category"]};
+// One line of the list.
+struct Row {
+    std::string className;
+    FilterTitle title;  // its fields are empty for a class that is not a filter
+};
+
+// The classes that the modules register. The other classes are listed with --all only.
+std::vector<Row> LoadedRows(const ProgramOptions& options, bool all) {
+    const auto host = MakeHost(options);
+    std::vector<Row> rows;
+    for (const host::Class* isa : host->Classes().All()) {
+        host->Classes().Linked(isa->Name());
+        const bool isFilter = IsFilter(*isa);
+        if (isFilter || all) rows.push_back({isa->Name(), isFilter ? TitleOf(*host, *isa) : FilterTitle()});
+    }
+    return rows;
 }
 
-void List(const SessionOptions& options, const std::string& category, bool all, bool json) {
-    const auto session = OpenSession(options);
+// The filters of the built module, without loading it.
+std::vector<Row> BuiltRows() {
     std::vector<Row> rows;
-    for (const host::Class* isa : session->Classes().All()) {
-        session->Classes().Linked(isa->Name());
-        Row row = RowOf(*session, *isa);
-        const bool isWanted = row.shortName.empty() ? all : category.empty() || row.category == category;
-        if (isWanted) rows.push_back(std::move(row));
+    for (const BuiltTitle& title : kBuiltTitles) {
+        rows.push_back({title.className, {title.name, title.displayName, title.category, {}}});
     }
-    if (rows.empty() && !category.empty()) throw host::HostError("--category", "no filter is in '" + category + "'");
-    std::stable_sort(rows.begin(), rows.end(), [](const Row& a, const Row& b) { return a.category < b.category; });
-    if (json) {
-        Json list = Json::array();
-        for (const Row& row : rows) {
-            list.push_back({{"class", row.className},
-                            {"filter", row.shortName},
-                            {"displayName", row.displayName},
-                            {"category", row.category}});
-        }
-        std::printf("%s\n", list.dump(2).c_str());
-        return;
+    return rows;
+}
+
+// Whether the options leave no difference between what the modules register and the table of their filters.
+bool IsBuilt(const ProgramOptions& options) {
+    return options.module.empty() && options.trace.empty() && options.hostVersion == ProgramOptions().hostVersion &&
+           HasBuiltModules();
+}
+
+// The rows of the list, sorted by category.
+std::vector<Row> RowsOf(const ProgramOptions& options, const Request& request) {
+    std::vector<Row> rows = IsBuilt(options) && !request.all ? BuiltRows() : LoadedRows(options, request.all);
+    if (!request.category.empty()) {
+        std::erase_if(
+            rows, [&](const Row& row) { return !row.title.name.empty() && row.title.category != request.category; });
     }
-    for (const Row& row : rows) {
-        const std::string& name = row.shortName.empty() ? row.className : row.shortName;
-        if (row.category.empty()) {
-            std::printf("%s\n", name.c_str());
+    const auto byCategory = [](const Row& a, const Row& b) { return a.title.category < b.title.category; };
+    std::stable_sort(rows.begin(), rows.end(), byCategory);
+    return rows;
+}
+
+void PrintJson(const std::vector<Row>& rows) {
+    host::Json list = host::Json::array();
+    for (const auto& [className, title] : rows) {
+        list.push_back({{"class", className},
+                        {"filter", title.name},
+                        {"displayName", title.displayName},
+                        {"category", title.category}});
+    }
+    std::printf("%s\n", list.Dump(2).c_str());
+}
+
+void PrintText(const std::vector<Row>& rows) {
+    for (const auto& [className, title] : rows) {
+        if (title.name.empty()) {
+            std::printf("%s\n", className.c_str());
         } else {
-            std::printf("%-30s  %-20s  %s\n", name.c_str(), row.category.c_str(), row.displayName.c_str());
+            std::printf("%-30s  %-20s  %s\n", title.name.c_str(), title.category.c_str(), title.displayName.c_str());
         }
     }
+}
+
+int List(const ProgramOptions& options, const Request& request) {
+    const std::vector<Row> rows = RowsOf(options, request);
+    if (rows.empty() && !request.category.empty()) {
+        throw host::HostError("--category", "no filter has the category '" + request.category + "'");
+    }
+    (request.json ? PrintJson : PrintText)(rows);
+    return kDone;
 }
 
 }  // namespace
 
-void AddList(CLI::App& program, const SessionOptions& session) {
-    CLI::App* list = program.add_subcommand("list", "Lists the filters: name, category, title.");
-    const auto category = std::make_shared<std::string>();
-    const auto all = std::make_shared<bool>(false);
-    const auto json = std::make_shared<bool>(false);
-    list->add_option("--category", *category, "only the filters of a category, such as Blur");
-    list->add_flag("--all", *all, "the other classes too");
-    list->add_flag("--json", *json, "as JSON");
-    list->callback([=, &session] { List(session, *category, *all, *json); });
+Command ListCommand() {
+    const auto request = std::make_shared<Request>();
+    return {
+        .name = "list",
+        .help = "Lists the filters: name, category, title.",
+        .arguments =
+            {
+                {"--category", &request->category, "only the filters of one category, such as Blur"},
+                {"--all", &request->all, "the other classes too"},
+                {"--json", &request->json, "print JSON"},
+            },
+        .run = [request](const ProgramOptions& options) { return List(options, *request); },
+    };
 }

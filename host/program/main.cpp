@@ -1,4 +1,4 @@
-// main.cpp - where the program zeva begins.
+// main.cpp - the entry point of zeva.
 
 #include "host/program/command_line.h"
 

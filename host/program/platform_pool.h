@@ -1,11 +1,13 @@
 // platform_pool.h - an autorelease pool around every call into a module.
 //
-// Modules send messages, and what those leave behind waits for a pool. With one per call a program can make any number
-// of calls in a loop. Everything that crosses the boundary is retained, so nothing is lost with the pool.
+// Modules send messages, and the objects that these autorelease wait for a pool. With one pool per call a program can make
+// any number of calls in a loop. Everything that crosses the boundary is retained, so it survives the pool.
+//
+// Threads: the host's thread.
 
 #pragma once
 
 #include "host/runtime/call_scope.h"
 
-// The scope to give a Host.
-host::CallScope PlatformPool();
+// Returns the scope for HostOptions::callScope.
+[[nodiscard]] host::CallScope PlatformPool();

@@ -1,34 +1,42 @@
-// run.cpp - "zeva run": a script in Lua that uses the modules' classes.
+// run.cpp - "zeva run": runs a Lua script that uses the modules' classes.
 
-#include <CLI/CLI.hpp>
 #include <cstdio>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
 
 #include "host/program/commands.h"
 #include "host/script/script.h"
 
 namespace {
 
-// Runs the script that comes first with the arguments behind it.
-void Run(const SessionOptions& options, const std::vector<std::string>& words) {
-    const auto session = OpenSession(options);
-    host::script::Script script(*session);
+using Words = std::vector<std::string>;
+
+// Runs the script that is the first word. The other words are its arguments.
+int Run(const ProgramOptions& options, const Words& words) {
+    const auto host = MakeHost(options);
+    host::script::Script script(*host);
     try {
         script.RunFile(words.front(), std::span(words).subspan(1));
     } catch (const host::script::ScriptError& error) {
-        // Why not left to the program: a traceback has more than one line.
+        // Printed here because the traceback has more than one line.
         std::fprintf(stderr, "zeva: %s\n%s", error.what(), error.Traceback().c_str());
-        throw CLI::RuntimeError(1);
+        return kFailed;
     }
+    return kDone;
 }
 
 }  // namespace
 
-void AddRun(CLI::App& program, const SessionOptions& session) {
-    CLI::App* run = program.add_subcommand("run", "Runs a script in Lua.");
-    const auto words = std::make_shared<std::vector<std::string>>();
-    run->add_option("SCRIPT", *words, "a file, or - for standard input; what follows is the script's")
-        ->required()
-        ->expected(1, -1);
-    run->positionals_at_end();  // from the script's name on, options are the script's too
-    run->callback([words, &session] { Run(session, *words); });
+Command RunCommand() {
+    const auto words = std::make_shared<Words>();
+    return {
+        .name = "run",
+        .help = "Runs a Lua script.",
+        .arguments = {{"SCRIPT", words.get(), "a file, or - for standard input; the words after it are its arguments",
+                       /*isRequired=*/true}},
+        .run = [words](const ProgramOptions& options) { return Run(options, *words); },
+        .endsOptionsAtFirstWord = true,
+    };
 }

@@ -1,47 +1,52 @@
-// trace_text.cpp - "zeva trace": a trace file as text, one line per call, indented by depth.
+// trace_text.cpp - "zeva trace": prints a trace file as text, one line per call, indented by depth.
 //
 //        0.213 ms   0.002 ms    get CIVectorQOR.Count() = 4
-//        when       how long    what, with arguments and result; a call to the host begins with <
+//        start      duration    the call with its arguments and result; a call to the host begins with <
 
-#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <fstream>
 #include <iterator>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
 
-#include "host/runtime/errors.h"
 #include "host/program/commands.h"
-#include "host/description/value_json.h"
+#include "host/runtime/errors.h"
 #include "host/runtime/trace.h"
 
 namespace {
 
-// A call, as its two events tell of it.
+// Keeps the order of the members, because whole values are printed.
+using Event = nlohmann::ordered_json;
+
+// A call, made of the two events for its begin and its end.
 struct Call {
     std::size_t depth;
     std::string text;
     double begin;
-    double end = -1;  // negative when it never returned
+    double end = -1;  // negative when the call did not return
 };
 
-// The events of a file. One that was never ended, since its process crashed, is as good.
-Json ReadEvents(const std::string& path) {
+// The events of a file. The closing bracket may be missing: the file of a crashed process ends without it.
+Event ReadEvents(const std::string& path) {
     std::ifstream file(path);
-    if (!file) throw host::HostError(path, "it cannot be read");
+    if (!file) throw host::HostError(path, "cannot be read");
     const std::string text{std::istreambuf_iterator<char>(file), {}};
     for (const std::string& candidate : {text, text + "]"}) {
-        Json events = Json::parse(candidate, nullptr, /*allow_exceptions=*/false);
+        Event events = Event::parse(candidate, nullptr, /*allow_exceptions=*/false);
         if (events.is_array()) return events;
     }
-    throw host::HostError(path, "it holds no list of trace events");
+    throw host::HostError(path, "not a list of trace events");
 }
 
-std::string CallText(const Json& event) {
+std::string CallText(const Event& event) {
     std::string text = event.value("cat", "") == host::kToHost ? "< " : "";
     text += event.value("name", "?");
-    const Json arguments = event.contains("args") ? event["args"] : Json::object();
+    const Event arguments = event.contains("args") ? event["args"] : Event::object();
     if (arguments.contains("arguments")) {
         std::string list;
-        for (const Json& argument : arguments["arguments"]) list += (list.empty() ? "" : ", ") + argument.dump();
+        for (const Event& argument : arguments["arguments"]) list += (list.empty() ? "" : ", ") + argument.dump();
         if (!list.empty() || !text.starts_with("get ")) text += "(" + list + ")";
     }
     if (arguments.contains("object") && !arguments["object"].is_null()) {
@@ -50,17 +55,17 @@ std::string CallText(const Json& event) {
     return text;
 }
 
-std::string OutcomeText(const Json& event) {
-    const Json outcome = event.contains("args") ? event["args"] : Json::object();
+std::string OutcomeText(const Event& event) {
+    const Event outcome = event.contains("args") ? event["args"] : Event::object();
     if (outcome.contains("raised")) return " raised " + std::string(outcome["raised"]);
     return outcome.contains("result") ? " = " + outcome["result"].dump() : "";
 }
 
-// Brings beginnings and ends together, in the order in which the calls began.
-std::vector<Call> CallsOf(const Json& events) {
+// Joins the begin and the end of each call. The calls are in the order in which they began.
+std::vector<Call> CallsOf(const Event& events) {
     std::vector<Call> calls;
     std::vector<std::size_t> open;
-    for (const Json& event : events) {
+    for (const Event& event : events) {
         const std::string phase = event.value("ph", "");
         if (phase == "B") {
             calls.push_back({open.size(), CallText(event), event.value("ts", 0.0)});
@@ -75,7 +80,7 @@ std::vector<Call> CallsOf(const Json& events) {
     return calls;
 }
 
-void PrintTrace(const std::string& path) {
+int PrintTrace(const std::string& path) {
     for (const Call& call : CallsOf(ReadEvents(path))) {
         std::printf("%11.3f ms ", call.begin / 1000);
         if (call.end >= 0) {
@@ -85,13 +90,17 @@ void PrintTrace(const std::string& path) {
         }
         std::printf("  %*s%s\n", static_cast<int>(2 * call.depth), "", call.text.c_str());
     }
+    return kDone;
 }
 
 }  // namespace
 
-void AddTrace(CLI::App& program, const SessionOptions&) {
-    CLI::App* trace = program.add_subcommand("trace", "Prints what --trace wrote, as text.");
+Command TraceCommand() {
     const auto file = std::make_shared<std::string>();
-    trace->add_option("FILE", *file, "a file that --trace wrote")->required();
-    trace->callback([file] { PrintTrace(*file); });
+    return {
+        .name = "trace",
+        .help = "Prints a file that --trace wrote, as text.",
+        .arguments = {{"FILE", file.get(), "a file that --trace wrote", /*isRequired=*/true}},
+        .run = [file](const ProgramOptions&) { return PrintTrace(*file); },
+    };
 }

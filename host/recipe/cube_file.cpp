@@ -1,4 +1,4 @@
-// cube_file.cpp - reads the format line by line.
+// cube_file.cpp - parses the file line by line.
 
 #include "host/recipe/cube_file.h"
 
@@ -6,18 +6,19 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <utility>
 
 #include "host/runtime/errors.h"
 
 namespace {
 
-// The largest table that the filters take.
+// The largest size that the filters accept.
 constexpr int kLargestSize = 128;
 
 class CubeReader {
   public:
     explicit CubeReader(const std::filesystem::path& path) : path_(path), file_(path) {
-        if (!file_) throw host::HostError(path.string(), "it cannot be read, there is no color table");
+        if (!file_) throw host::HostError(path.string(), "cannot be read");
     }
 
     std::vector<float> Read() {
@@ -29,7 +30,7 @@ class CubeReader {
             }
         }
         const std::size_t entries = table_.size() / 4;
-        if (size_ == 0) Refuse("there is no LUT_3D_SIZE");
+        if (size_ == 0) Refuse("LUT_3D_SIZE is missing");
         if (entries != Wanted()) {
             Refuse("the table ends after " + std::to_string(entries) + " of " + std::to_string(Wanted()) + " colors");
         }
@@ -48,16 +49,17 @@ class CubeReader {
         std::string word;
         words >> word;
         if (word == "TITLE") return;
-        if (word == "LUT_1D_SIZE") Refuse("a one-dimensional table is no cube");
+        if (word == "LUT_1D_SIZE") Refuse("a one-dimensional table is not a cube");
         if (word == "LUT_3D_SIZE") {
             if (!(words >> size_) || size_ < 2 || size_ > kLargestSize) {
-                Refuse("\"" + line + "\": a size from 2 to " + std::to_string(kLargestSize) + " was expected");
+                Refuse("\"" + line + "\": expected a size from 2 to " + std::to_string(kLargestSize));
             }
         } else if (word == "DOMAIN_MIN" || word == "DOMAIN_MAX") {
             const float wanted = word == "DOMAIN_MAX" ? 1 : 0;
             for (int i = 0; i < 3; ++i) {
                 float bound = NAN;
-                if (!(words >> bound) || bound != wanted) Refuse("\"" + line + "\": only the domain 0...1 can be used");
+                if (!(words >> bound) || bound != wanted)
+                    Refuse("\"" + line + "\": only the domain 0...1 is supported");
             }
         } else {
             ReadColor(line);
@@ -68,10 +70,8 @@ class CubeReader {
         std::istringstream numbers(line);
         float red, green, blue;
         std::string rest;
-        if (!(numbers >> red >> green >> blue) || numbers >> rest)
-            Refuse("\"" + line + "\": three numbers were expected");
-        if (table_.size() / 4 == Wanted())
-            Refuse("a color more than the " + std::to_string(Wanted()) + " of the table");
+        if (!(numbers >> red >> green >> blue) || numbers >> rest) Refuse("\"" + line + "\": expected three numbers");
+        if (table_.size() / 4 == Wanted()) Refuse("more than the " + std::to_string(Wanted()) + " colors of the table");
         table_.insert(table_.end(), {red, green, blue, 1});
     }
 

@@ -1,8 +1,8 @@
-// cube_file.h - color tables in the .cube format, as color grading programs write them.
+// cube_file.h - reads color tables in the .cube format, which color grading programs write.
 //
-//   TITLE "warm"            may be left out
+//   TITLE "warm"            optional
 //   LUT_3D_SIZE 33
-//   DOMAIN_MIN 0 0 0        may be left out; other values than these are refused, as the filters index their tables by 0...1
+//   DOMAIN_MIN 0 0 0        optional; other values are refused because the filters index their tables by 0...1
 //   DOMAIN_MAX 1 1 1
 //   0.01 0.0 0.0            33 x 33 x 33 lines of red, green, blue; red changes fastest
 //
@@ -13,6 +13,8 @@
 #include <filesystem>
 #include <vector>
 
-// The table as red, green, blue and alpha, which is 1; red changes fastest. Throws HostError, with the number of the line,
-// for a file that is none, is cut short or holds a one-dimensional table.
-std::vector<float> ReadCubeFile(const std::filesystem::path& path);
+// Returns the table as red, green, blue and alpha, red changing fastest. Alpha is always 1.
+//
+// Throws HostError, which names the line, for a file that is not in the format, is truncated or holds a one-dimensional
+// table.
+[[nodiscard]] std::vector<float> ReadCubeFile(const std::filesystem::path& path);

@@ -1,19 +1,32 @@
-// recipe.h - the filters of an apply command, one after another.
+// recipe.h - the filter chain of an apply command.
 //
 //   GaussianBlur inputRadius=8 + ColorControls inputSaturation=0 photo.jpg
 //
-// The first word and each word behind a + name a filter; KEY=VALUE sets one of its keys (setting_value.h); every other word is
-// an input picture. The picture goes into the first filter, each filter's output into the next: into inputImage, or into the
-// keys that say KEY=-.
+// The first word and the word after each + name a filter. KEY=VALUE sets a key of that filter (setting_value.h). Every other
+// word is an input picture. The picture becomes the inputImage of the first filter, or the value of each key set with KEY=-;
+// the output of each filter is passed to the next in the same way.
+//
+// Lifetime: a recipe owns its text and may be used with any number of hosts.
+// Threads:  reading and checking keep no state; a step runs on the thread of its host.
 
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "host/runtime/host.h"
 
-// A filter and what its keys are set to.
+// KEY=VALUE, split at the first =.
+struct Setting {
+    std::string text;  // as it was written
+    std::string key;
+    std::string value;
+};
+
+// A filter and its settings.
 struct RecipeStep {
-    std::string filter;                 // in any of its spellings
-    std::vector<std::string> settings;  // KEY=VALUE
+    std::string filter;  // in any of its spellings
+    std::vector<Setting> settings;
 };
 
 struct Recipe {
@@ -21,17 +34,17 @@ struct Recipe {
     std::vector<std::string> inputs;  // paths
 };
 
-// Sorts the words of a command. Throws HostError for a + without a filter behind it.
-Recipe ReadRecipe(const std::vector<std::string>& words);
+// Reads the words of a command. Throws HostError for a + without a filter before or after it.
+[[nodiscard]] Recipe ReadRecipe(const std::vector<std::string>& words);
 
-// Throws HostError when a step names a filter or a key that there is not. What this accepts may still fail when it runs.
-void CheckRecipe(host::Host& session, const Recipe& recipe);
+// Throws HostError when a step names an unknown filter or key. A recipe that passes may still fail when it runs.
+void CheckRecipe(host::Host& host, const Recipe& recipe);
 
-// The class and settings in words: "CIFilterGaussianBlurQOR inputRadius=8".
-std::string StepText(const RecipeStep& step);
+// Returns the class and the settings as text: "CIFilterGaussianBlurQOR inputRadius=8".
+[[nodiscard]] std::string StepText(const RecipeStep& step);
 
-// The output of one step. The image that comes in is nil when there is none.
+// Returns the output image of one step. `image` is the incoming image, or nil when there is none.
 //
-// Throws HostError for a value that does not fit, an image that no key takes, and a filter that gives no image from these
-// inputs.
-host::ObjectReference RunStep(host::Host& session, const RecipeStep& step, const host::Value& image);
+// Fails: HostError for a value of the wrong type, for an incoming image that no key takes, and for a filter without an
+//        output image; HostException when the module raises.
+[[nodiscard]] host::ObjectReference RunStep(host::Host& host, const RecipeStep& step, const host::Value& image);

@@ -1,18 +1,20 @@
-// setting_value.cpp - one reader per type word.
+// setting_value.cpp - one reader per type word of a key.
 
 #include "host/recipe/setting_value.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <fstream>
 #include <iterator>
 #include <numbers>
+#include <system_error>
 
+#include "host/recipe/cube_file.h"
 #include "host/runtime/errors.h"
 #include "host/runtime/memory_block.h"
-#include "host/recipe/cube_file.h"
 
 namespace {
 
@@ -60,10 +62,10 @@ Value Boolean(Host&, const std::string& setting, std::string_view text) {
 
 Value String(Host&, const std::string&, std::string_view text) { return host::TextValue(text); }
 
-Value Vector(Host& session, const std::string& setting, std::string_view text) {
-    NumbersIn(setting, text);
+Value Vector(Host& host, const std::string& setting, std::string_view text) {
+    static_cast<void>(NumbersIn(setting, text));  // throws for anything but numbers
     const Value list[] = {host::TextValue(text)};
-    return session.CallShared("CIVectorQOR", "FromNumbers", list);
+    return host.CallShared("CIVectorQOR", "FromNumbers", list);
 }
 
 // The components of #rrggbb or #rrggbbaa.
@@ -79,31 +81,31 @@ std::vector<double> HexComponents(const std::string& setting, std::string_view t
     }
     const bool isHex = text.find_first_not_of("0123456789abcdefABCDEF", 1) == std::string_view::npos;
     if (!isHex || (text.size() != 7 && text.size() != 9)) {
-        throw HostError(setting, Quoted(text) + " is no color, expected #rrggbb or #rrggbbaa");
+        throw HostError(setting, Quoted(text) + " is not a color, expected #rrggbb or #rrggbbaa");
     }
     return components;
 }
 
-Value Color(Host& session, const std::string& setting, std::string_view text) {
+Value Color(Host& host, const std::string& setting, std::string_view text) {
     std::vector<double> components = text.starts_with('#') ? HexComponents(setting, text) : NumbersIn(setting, text);
     if (components.size() == 3) components.push_back(1);
     if (components.size() != 4) {
         throw HostError(setting, "a color has 3 or 4 components, got " + std::to_string(components.size()));
     }
     const std::vector<Value> arguments(components.begin(), components.end());
-    return session.CallShared("CIColorQOR", "RGBA", arguments);
+    return host.CallShared("CIColorQOR", "RGBA", arguments);
 }
 
-Value Image(Host& session, const std::string&, std::string_view text) {
+Value Image(Host& host, const std::string&, std::string_view text) {
     const Value path[] = {host::TextValue(text)};
-    return session.CallShared("CIImageQOR", "Open", path);
+    return host.CallShared("CIImageQOR", "Open", path);
 }
 
 // x' = a x + c y + tx, y' = b x + d y + ty.
 struct Affine {
     double a = 1, b = 0, c = 0, d = 1, tx = 0, ty = 0;
 
-    // This map, followed by the next one.
+    // Applies this map first, then the next one.
     Affine Then(const Affine& next) const {
         return {next.a * a + next.c * b,
                 next.b * a + next.d * b,
@@ -129,11 +131,11 @@ Affine AffineStep(const std::string& setting, std::string_view text) {
     }
     if (name == "translate" && numbers.size() == 2) return {1, 0, 0, 1, numbers[0], numbers[1]};
     throw HostError(setting, Quoted(text) +
-                                 " is no step of a transform, expected rotate:DEGREES, scale:S, scale:SX,SY or "
-                                 "translate:X,Y, or six numbers in place of all");
+                                 " is not a transform step, expected rotate:DEGREES, scale:S, scale:SX,SY or "
+                                 "translate:X,Y, or six numbers and no steps");
 }
 
-Value Transform(Host& session, const std::string& setting, std::string_view text) {
+Value Transform(Host& host, const std::string& setting, std::string_view text) {
     Affine affine;
     if (text.find(':') == std::string_view::npos) {
         const std::vector<double> n = NumbersIn(setting, text);
@@ -145,15 +147,15 @@ Value Transform(Host& session, const std::string& setting, std::string_view text
         }
     }
     const Value elements[] = {affine.a, affine.b, affine.c, affine.d, affine.tx, affine.ty};
-    return session.CallShared("NSAffineTransformQOR", "Make", elements);
+    return host.CallShared("NSAffineTransformQOR", "Make", elements);
 }
 
-Value ColorSpace(Host& session, const std::string&, std::string_view text) {
+Value ColorSpace(Host& host, const std::string&, std::string_view text) {
     const Value name[] = {host::TextValue(text)};
-    return session.CallShared("CGColorSpaceQOR", "Named", name);
+    return host.CallShared("CGColorSpaceQOR", "Named", name);
 }
 
-// The floats of a file, as they lie there.
+// The floats of a file, in the byte order of this machine.
 std::vector<float> RawFloats(const std::string& setting, const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     if (!file) throw HostError(setting, path + " cannot be read");
@@ -186,7 +188,7 @@ Value Floats(Host&, const std::string& setting, std::string_view text) {
 // clang-format off
 const struct {
     std::string_view typeWord;
-    Value (*read)(Host& session, const std::string& setting, std::string_view text);
+    Value (*read)(Host& host, const std::string& setting, std::string_view text);
 } kReaders[] = {
     // type word              reader
     {"double",                Number},
@@ -204,9 +206,9 @@ const struct {
 
 }  // namespace
 
-Value SettingValue(Host& session, const host::Type& type, const std::string& setting, std::string_view text) {
+Value SettingValue(Host& host, const host::Type& type, const std::string& setting, std::string_view text) {
     for (const auto& reader : kReaders) {
-        if (reader.typeWord == type.word) return reader.read(session, setting, text);
+        if (reader.typeWord == type.word) return reader.read(host, setting, text);
     }
     throw HostError(setting, "a " + type.word + " cannot be written on the command line");
 }

@@ -47,8 +47,7 @@ void Trace::Write(const char* phase, std::string_view name, const char* directio
     Json event = {{"ph", phase}, {"ts", time.count()}, {"pid", getpid()}, {"tid", 1}};
     if (direction != nullptr) event.update({{"name", name}, {"cat", direction}});
     if (!arguments.empty()) event["args"] = arguments;
-    // Strings of a module can have any encoding; bytes that are not valid UTF-8 are replaced.
-    const std::string line = event.dump(-1, ' ', false, Json::error_handler_t::replace);
+    const std::string line = event.Dump();
     std::fprintf(file_, "%s\n%s", isFirst_ ? "" : ",", line.c_str());
     std::fflush(file_);
     isFirst_ = false;

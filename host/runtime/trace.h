@@ -15,11 +15,11 @@
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
-#include <nlohmann/json.hpp>
 #include <string_view>
 
 #include "host/runtime/call.h"
 #include "host/runtime/declaration.h"
+#include "host/runtime/json.h"
 #include "host/runtime/value.h"
 
 namespace host {
@@ -30,7 +30,7 @@ inline constexpr const char* kToHost = "to host";
 
 class Trace {
   public:
-    using Json = nlohmann::ordered_json;
+    using Json = host::Json;
 
     // Overwrites the file; throws HostError when it cannot be written.
     explicit Trace(const std::filesystem::path& file);

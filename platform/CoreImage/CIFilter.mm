@@ -16,7 +16,7 @@
 
 namespace {
 
-// How many inputs a filter can have; the longest list of attributes.json has ten.
+// The maximum number of inputs of a filter; the longest list in attributes.json has ten.
 constexpr NSUInteger kMostInputs = 16;
 
 // Raises what sending a message to an object that does not understand it raises.
@@ -206,7 +206,7 @@ void ReadInput(const InputDescription& description, id value, core_image::InputV
 }
 
 - (NSDictionary*)attributes {
-    return _filterDescription->_attributes;
+    return [_filterDescription attributes];
 }
 
 - (void)setDefaults {

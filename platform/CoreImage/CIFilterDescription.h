@@ -1,8 +1,8 @@
-// CIFilterDescription.h - what is known of a filter: its attributes, its keys, and the function that renders it.
+// CIFilterDescription.h - the attributes of a filter, its keys, and the function that renders it.
 //
-// Everything comes from attributes.json, which is part of the library and read when the first filter is asked for.
-// Lifetime: descriptions are made once and live for good.
-// Threads:  descriptions never change and may be used on any thread.
+// Everything comes from attributes.json, which is compiled in (filter_attributes.h).
+// Lifetime: a description is made when its filter is first used, and is never freed.
+// Threads:  any; what is made on demand is made under a lock.
 
 #pragma once
 
@@ -10,7 +10,9 @@
 
 #include "engine/filter_table.h"
 
-// What kind of value an input holds, by its class attribute.
+struct FilterRow;
+
+// The kind of value that an input holds, from its class attribute.
 enum class InputKind { number, vector, color, image, transform, data, object };
 
 // One input key.
@@ -19,27 +21,33 @@ struct InputDescription {
     const char* name;   // the same key, for the engine
     NSUInteger length;  // of the key
     InputKind kind;
-    id defaultValue;  // nil where there is none
+    id defaultValue;  // nil when there is none
 };
 
 @interface CIFilterDescription : NSObject {
   @public
     NSString* _name;
-    NSDictionary* _attributes;
     NSArray* _inputKeys;
     NSArray* _categories;
     InputDescription* _inputs;  // sorted by key
     NSUInteger _inputCount;
-    core_image::FilterFunction _function;  // null: does not render
+    core_image::FilterFunction _function;  // null for a filter that does not render
+
+  @private
+    const FilterRow* _row;
+    NSDictionary* _attributes;  // nil until they are asked for
 }
 
-// The description of a filter; nil for a name that is not known.
+// Returns the description of a filter; nil for an unknown name.
 + (CIFilterDescription*)descriptionWithName:(NSString*)name;
 
-// The names of all filters, sorted.
+// Returns the names of all filters, sorted.
 + (NSArray*)names;
 
-// Where an input stands among the inputs; NSNotFound for a key that is none.
+// Returns the attributes as -[CIFilter attributes] shows them.
+- (NSDictionary*)attributes;
+
+// Returns the index of an input; NSNotFound for a key that is not an input.
 - (NSUInteger)indexOfKey:(NSString*)key;
 
 @end

@@ -1,7 +1,7 @@
-// CIFilterDescription.mm - makes descriptions out of attributes.json.
+// CIFilterDescription.mm - makes descriptions from the table of attributes.json (filter_attributes.h).
 //
-// Why the text is read at run time: the file then stays the only place where defaults and ranges are written, and what a filter
-// says of itself is what stands there, key by key. Reading it takes a few milliseconds, once.
+// A description is made when its filter is first used, its attributes when they are first asked for: a program that applies one
+// filter creates neither the 250 keys of the others nor their attributes.
 
 #import "CIFilterDescription.h"
 
@@ -10,82 +10,97 @@
 #import <CoreImage/CIVector.h>
 
 #include <cstdlib>
-#include <iterator>
+#include <cstring>
+#include <span>
 
-// The text of attributes.json.
-extern const char kFilterAttributesText[];
+#include "CoreImage/filter_attributes.h"
 
 namespace {
 
 // clang-format off
-// The names of a filter's own entries in attributes.json, and what they are called in its attributes.
+// The classes of values. A value of any other class is an object that only its filter knows.
 const struct {
-    NSString* entry;
-    NSString* const* attribute;
-} kFilterEntries[] = {
-    // entry           attribute
-    {@"displayName",   &kCIAttributeFilterDisplayName},
-    {@"categories",    &kCIAttributeFilterCategories},
-    {@"availableMac",  &kCIAttributeFilterAvailable_Mac},
-};
-
-// The classes of values; any other is an object that only its filter knows.
-const struct {
-    NSString* className;
+    const char* className;
     InputKind kind;
 } kKinds[] = {
-    // class                kind
-    {@"NSNumber",           InputKind::number},
-    {@"CIVector",           InputKind::vector},
-    {@"CIColor",            InputKind::color},
-    {@"CIImage",            InputKind::image},
-    {@"NSAffineTransform",  InputKind::transform},
-    {@"NSData",             InputKind::data},
+    // class               kind
+    {"NSNumber",           InputKind::number},
+    {"CIVector",           InputKind::vector},
+    {"CIColor",            InputKind::color},
+    {"CIImage",            InputKind::image},
+    {"NSAffineTransform",  InputKind::transform},
+    {"NSData",             InputKind::data},
 };
 // clang-format on
 
-InputKind KindOfClass(NSString* className) {
+const char* TextAt(unsigned index) { return kAttributeTextPool + kAttributeTextOffsets[index]; }
+
+// The text of an index as an object. Each is created once and never released. Call it in a @synchronized block.
+NSString* StringAt(unsigned index) {
+    static NSString** const strings = static_cast<NSString**>(std::calloc(kAttributeTextCount, sizeof(NSString*)));
+    if (strings[index] == nil) strings[index] = [[NSString alloc] initWithUTF8String:TextAt(index)];
+    return strings[index];
+}
+
+InputKind KindOfClass(const char* className) {
     for (const auto& row : kKinds) {
-        if ([row.className isEqualToString:className]) return row.kind;
+        if (std::strcmp(row.className, className) == 0) return row.kind;
     }
     return InputKind::object;
 }
 
-// A list of numbers as a vector. What is as large as an infinite rectangle is one: text rounds its numbers, and they differ
-// between widths.
-CIVector* VectorOfList(NSArray* list) {
-    constexpr double kInfiniteRectangleSize = 1e307;
-    const NSUInteger count = [list count];
-    if (count == 4 && [[list objectAtIndex:2] doubleValue] > kInfiniteRectangleSize) {
-        return [CIVector vectorWithCGRect:CGRectInfinite];
+std::span<const FilterRow> Filters() { return {kFilterRows, kFilterRowCount}; }
+
+std::span<const FilterKeyRow> KeysOf(const FilterRow& filter) {
+    return {kFilterKeyRows + filter.keyBegin, kFilterKeyRows + filter.keyEnd};
+}
+
+std::span<const AttributeRow> AttributesOf(const FilterKeyRow& key) {
+    return {kAttributeRows + key.begin, kAttributeRows + key.end};
+}
+
+// The row of a filter; null for an unknown name.
+const FilterRow* FindRow(const char* name) {
+    for (const FilterRow& row : Filters()) {
+        if (std::strcmp(TextAt(row.name), name) == 0) return &row;
     }
-    NSMutableData* values = [NSMutableData dataWithLength:count * sizeof(CGFloat)];
+    return nullptr;
+}
+
+using Numbers = std::span<const double>;
+
+// A rectangle whose width is beyond every finite one is CGRectInfinite: the text of the file rounds its numbers, and they differ
+// between widths.
+CIVector* VectorOfNumbers(Numbers numbers) {
+    constexpr double kInfiniteRectangleSize = 1e307;
+    if (numbers.size() == 4 && numbers[2] > kInfiniteRectangleSize) return [CIVector vectorWithCGRect:CGRectInfinite];
+    NSMutableData* values = [NSMutableData dataWithLength:numbers.size() * sizeof(CGFloat)];
     auto* to = static_cast<CGFloat*>([values mutableBytes]);
-    for (NSUInteger index = 0; index < count; ++index) to[index] = (CGFloat)[[list objectAtIndex:index] doubleValue];
-    return [CIVector vectorWithValues:to count:count];
+    for (size_t index = 0; index < numbers.size(); ++index) to[index] = (CGFloat)numbers[index];
+    return [CIVector vectorWithValues:to count:numbers.size()];
 }
 
-CIColor* ColorOfList(NSArray* list) {
-    return [CIColor colorWithRed:(CGFloat)[[list objectAtIndex:0] doubleValue]
-                           green:(CGFloat)[[list objectAtIndex:1] doubleValue]
-                            blue:(CGFloat)[[list objectAtIndex:2] doubleValue]
-                           alpha:(CGFloat)[[list objectAtIndex:3] doubleValue]];
+CIColor* ColorOfNumbers(Numbers numbers) {
+    return [CIColor colorWithRed:(CGFloat)numbers[0]
+                           green:(CGFloat)numbers[1]
+                            blue:(CGFloat)numbers[2]
+                           alpha:(CGFloat)numbers[3]];
 }
 
-NSAffineTransform* TransformOfList(NSArray* list) {
+NSAffineTransform* TransformOfNumbers(Numbers numbers) {
     NSAffineTransform* transform = [NSAffineTransform transform];
-    NSAffineTransformStruct numbers;
-    numbers.m11 = (CGFloat)[[list objectAtIndex:0] doubleValue];
-    numbers.m12 = (CGFloat)[[list objectAtIndex:1] doubleValue];
-    numbers.m21 = (CGFloat)[[list objectAtIndex:2] doubleValue];
-    numbers.m22 = (CGFloat)[[list objectAtIndex:3] doubleValue];
-    numbers.tX = (CGFloat)[[list objectAtIndex:4] doubleValue];
-    numbers.tY = (CGFloat)[[list objectAtIndex:5] doubleValue];
-    [transform setTransformStruct:numbers];
+    NSAffineTransformStruct elements;
+    elements.m11 = (CGFloat)numbers[0];
+    elements.m12 = (CGFloat)numbers[1];
+    elements.m21 = (CGFloat)numbers[2];
+    elements.m22 = (CGFloat)numbers[3];
+    elements.tX = (CGFloat)numbers[4];
+    elements.tY = (CGFloat)numbers[5];
+    [transform setTransformStruct:elements];
     return transform;
 }
 
-// The only data in the file, which describes it in words: a cube of two steps that changes no color.
+// The only data in the file, which describes it in words: a cube of 2 x 2 x 2 entries that changes no color.
 NSData* IdentityCube() {
     float texels[8][4];
     for (unsigned index = 0; index < 8; ++index) {
@@ -97,46 +112,57 @@ NSData* IdentityCube() {
     return [NSData dataWithBytes:texels length:sizeof texels];
 }
 
-// A value of the file as the object that stands for it in the attributes. Strings stay; all numbers are doubles.
-id AttributeValue(id value, InputKind kind) {
-    if ([value isKindOfClass:[NSNumber class]]) return [NSNumber numberWithDouble:[value doubleValue]];
-    if ([value isKindOfClass:[NSArray class]]) {
-        switch (kind) {
-            case InputKind::vector:
-                return VectorOfList(value);
-            case InputKind::color:
-                return ColorOfList(value);
-            case InputKind::transform:
-                return TransformOfList(value);
-            default:
-                return value;
-        }
+// The value of an attribute as an object. All numbers are doubles.
+id ValueOfRow(const AttributeRow& row, InputKind kind) {
+    if (row.kind == AttributeValueKind::kText) {
+        const char* name = TextAt(row.name);
+        const bool isValue = std::strcmp(name, [kCIAttributeDefault UTF8String]) == 0 ||
+                             std::strcmp(name, [kCIAttributeIdentity UTF8String]) == 0;
+        if (isValue && kind == InputKind::data) return IdentityCube();
+        return StringAt(row.position);
     }
-    return value;
+    const Numbers numbers(kAttributeNumbers + row.position, row.count);
+    if (row.kind == AttributeValueKind::kNumber) return [NSNumber numberWithDouble:numbers[0]];
+    switch (kind) {
+        case InputKind::vector:
+            return VectorOfNumbers(numbers);
+        case InputKind::color:
+            return ColorOfNumbers(numbers);
+        case InputKind::transform:
+            return TransformOfNumbers(numbers);
+        default:
+            break;
+    }
+    NSMutableArray* list = [NSMutableArray array];
+    for (const double number : numbers) [list addObject:[NSNumber numberWithDouble:number]];
+    return list;
+}
+
+// The default of a key, retained; nil when it has none.
+id DefaultOfKey(const FilterKeyRow& key, InputKind kind) {
+    for (const AttributeRow& row : AttributesOf(key)) {
+        if (std::strcmp(TextAt(row.name), [kCIAttributeDefault UTF8String]) == 0) return [ValueOfRow(row, kind) retain];
+    }
+    return nil;
 }
 
 // The attributes of one input.
-NSDictionary* InputAttributes(NSDictionary* entries, InputKind kind) {
+NSDictionary* InputAttributes(const FilterKeyRow& key, const InputDescription& input) {
     NSMutableDictionary* attributes = [NSMutableDictionary dictionary];
-    for (NSString* name in entries) {
-        const bool isValue = [name isEqualToString:kCIAttributeDefault] || [name isEqualToString:kCIAttributeIdentity];
-        id value =
-            isValue && kind == InputKind::data ? IdentityCube() : AttributeValue([entries objectForKey:name], kind);
+    for (const AttributeRow& row : AttributesOf(key)) {
+        NSString* name = StringAt(row.name);
+        id value = [name isEqualToString:kCIAttributeDefault] ? input.defaultValue : ValueOfRow(row, input.kind);
         [attributes setObject:value forKey:name];
     }
     return attributes;
 }
 
-// The file, parsed; never released.
-NSDictionary* Entries() {
-    static NSDictionary* const entries = [] {
-        NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
-        NSData* text = [NSData dataWithBytes:kFilterAttributesText length:strlen(kFilterAttributesText)];
-        NSDictionary* parsed = [[NSJSONSerialization JSONObjectWithData:text options:0 error:nullptr] retain];
-        [pool release];
-        return parsed;
-    }();
-    return entries;
+NSArray* CategoriesOf(const FilterRow& filter) {
+    NSMutableArray* categories = [NSMutableArray array];
+    for (unsigned index = filter.categoryBegin; index < filter.categoryEnd; ++index) {
+        [categories addObject:StringAt(kFilterCategories[index])];
+    }
+    return categories;
 }
 
 }  // namespace
@@ -152,56 +178,72 @@ static NSMutableDictionary* madeDescriptions;
 
 + (CIFilterDescription*)descriptionWithName:(NSString*)name {
     if (name == nil) return nil;
-    @synchronized(self) {
+    @synchronized([CIFilterDescription class]) {
         CIFilterDescription* description = [madeDescriptions objectForKey:name];
-        NSDictionary* entries = description == nil ? [Entries() objectForKey:name] : nil;
-        if (entries != nil) {
-            NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
-            description = [[CIFilterDescription alloc] initWithName:name entries:entries];
-            [madeDescriptions setObject:description forKey:name];
-            [description release];
-            [pool release];
-        }
+        if (description != nil) return description;
+        const FilterRow* row = FindRow([name UTF8String]);
+        if (row == nullptr) return nil;
+        NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
+        description = [[CIFilterDescription alloc] initWithRow:row];
+        [madeDescriptions setObject:description forKey:name];
+        [description release];
+        [pool release];
         return description;
     }
 }
 
 + (NSArray*)names {
-    return [[Entries() allKeys] sortedArrayUsingSelector:@selector(compare:)];
+    @synchronized([CIFilterDescription class]) {
+        NSMutableArray* names = [NSMutableArray array];
+        for (const FilterRow& row : Filters()) [names addObject:StringAt(row.name)];
+        return names;
+    }
 }
 
-- (id)initWithName:(NSString*)name entries:(NSDictionary*)entries {
+- (id)initWithRow:(const FilterRow*)row {
     self = [super init];
     if (self == nil) return nil;
-    _name = [name copy];
-    _function = core_image::FindFilter([_name UTF8String]);
-
-    NSDictionary* keys = [entries objectForKey:@"keys"];
-    _inputKeys = [[[keys allKeys] sortedArrayUsingSelector:@selector(compare:)] retain];
-    _inputCount = [_inputKeys count];
+    _row = row;
+    _name = StringAt(row->name);
+    _categories = [CategoriesOf(*row) retain];
+    _function = core_image::FindFilter(TextAt(row->name));
+    const std::span<const FilterKeyRow> keys = KeysOf(*row);
+    _inputCount = keys.size();
     _inputs = static_cast<InputDescription*>(std::calloc(_inputCount, sizeof(InputDescription)));
-
-    NSMutableDictionary* attributes = [NSMutableDictionary dictionaryWithObject:_name forKey:kCIAttributeFilterName];
-    for (const auto& row : kFilterEntries)
-        [attributes setObject:[entries objectForKey:row.entry] forKey:*row.attribute];
+    NSMutableArray* inputKeys = [NSMutableArray array];
     for (NSUInteger index = 0; index < _inputCount; ++index) {
-        NSString* key = [_inputKeys objectAtIndex:index];
-        NSDictionary* described = [keys objectForKey:key];
         InputDescription& input = _inputs[index];
-        input.key = key;
-        input.name = strdup([key UTF8String]);
-        input.length = [key length];
-        input.kind = KindOfClass([described objectForKey:kCIAttributeClass]);
-        NSDictionary* inputAttributes = InputAttributes(described, input.kind);
-        input.defaultValue = [inputAttributes objectForKey:kCIAttributeDefault];
-        [attributes setObject:inputAttributes forKey:key];
+        input.key = StringAt(keys[index].name);
+        input.name = TextAt(keys[index].name);
+        input.length = [input.key length];
+        input.kind = KindOfClass(TextAt(keys[index].className));
+        input.defaultValue = DefaultOfKey(keys[index], input.kind);
+        [inputKeys addObject:input.key];
     }
-    _categories = [[attributes objectForKey:kCIAttributeFilterCategories] retain];
-    _attributes = [attributes copy];
+    _inputKeys = [inputKeys copy];
     return self;
 }
 
-// Why not a dictionary: a filter has a dozen keys at most, and comparing lengths first leaves one or two to look at.
+- (NSDictionary*)attributes {
+    @synchronized([CIFilterDescription class]) {
+        if (_attributes != nil) return _attributes;
+        NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
+        NSMutableDictionary* attributes = [NSMutableDictionary dictionary];
+        [attributes setObject:_name forKey:kCIAttributeFilterName];
+        [attributes setObject:StringAt(_row->displayName) forKey:kCIAttributeFilterDisplayName];
+        [attributes setObject:_categories forKey:kCIAttributeFilterCategories];
+        [attributes setObject:StringAt(_row->availableMac) forKey:kCIAttributeFilterAvailable_Mac];
+        const std::span<const FilterKeyRow> keys = KeysOf(*_row);
+        for (NSUInteger index = 0; index < _inputCount; ++index) {
+            [attributes setObject:InputAttributes(keys[index], _inputs[index]) forKey:_inputs[index].key];
+        }
+        _attributes = [attributes copy];
+        [pool release];
+        return _attributes;
+    }
+}
+
+// Why not a dictionary: a filter has a dozen keys at most, and comparing lengths first leaves one or two candidates.
 - (NSUInteger)indexOfKey:(NSString*)key {
     const NSUInteger length = [key length];
     for (NSUInteger index = 0; index < _inputCount; ++index) {

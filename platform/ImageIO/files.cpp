@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdint>
@@ -41,15 +42,32 @@ bool WriteAll(int file, const char* bytes, std::size_t length) {
     return true;
 }
 
+// Reads the parts of a file that hold data into zeroed memory. The holes of a sparse file are not read.
+bool ReadData(int file, char* bytes, std::size_t length) {
+    const auto end = static_cast<off_t>(length);
+    for (off_t at = 0; at < end;) {
+        const off_t data = lseek(file, at, SEEK_DATA);
+        if (data < 0) return errno == ENXIO;  // only a hole is left
+        if (data >= end) return true;
+        at = std::min(lseek(file, data, SEEK_HOLE), end);
+        if (at <= data || lseek(file, data, SEEK_SET) != data) return false;
+        if (!ReadAll(file, bytes + data, static_cast<std::size_t>(at - data))) return false;
+    }
+    return true;
+}
+
 // Reads a regular file from its descriptor. Returns false and allocates nothing when that fails.
 bool ReadOpenFile(int file, FileContent* content) {
+    // On 32 bits, 1 GB: the address space has no room for more, and no picture that fits into it has a larger file. What a file
+    // holds beyond that cannot be part of its picture.
+    constexpr std::uint64_t kLongestRead = SIZE_MAX / 4;
     struct stat status;
     if (fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) return false;
-    if (static_cast<std::uint64_t>(status.st_size) > SIZE_MAX / 2) return false;
-    content->length = static_cast<std::size_t>(status.st_size);
-    // One byte extra, because malloc(0) may return null for an empty file.
-    content->bytes = std::malloc(content->length + 1);
-    if (content->bytes != nullptr && ReadAll(file, static_cast<char*>(content->bytes), content->length)) return true;
+    const auto size = static_cast<std::uint64_t>(status.st_size);
+    content->length = static_cast<std::size_t>(std::min(size, kLongestRead));
+    // One byte extra, because calloc may return null for an empty file.
+    content->bytes = std::calloc(content->length + 1, 1);
+    if (content->bytes != nullptr && ReadData(file, static_cast<char*>(content->bytes), content->length)) return true;
     std::free(content->bytes);
     *content = {};
     return false;

@@ -9,6 +9,8 @@
 
 #include "tests/support/catalogue_counts.h"
 
+#include "tests/support/catalogue_counts.h"
+
 namespace {
 
 // Returns the contents of attributes.json: one entry per filter.

@@ -12,6 +12,8 @@
 
 #include "tests/support/catalogue_counts.h"
 
+#include "tests/support/catalogue_counts.h"
+
 namespace {
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();

@@ -1,0 +1,39 @@
+// gallery_command.cpp - "zeva gallery": writes pages that show every filter.
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/gallery/gallery.h"
+#include "host/program/commands.h"
+#include "host/runtime/errors.h"
+
+namespace {
+
+struct Request {
+    std::vector<std::string> photos;
+    std::string folder;
+};
+
+int Run(const ProgramOptions& options, const Request& request) {
+    if (!options.trace.empty())
+        throw host::HostError("--trace", "several processes write a gallery and are not traced");
+    const auto host = MakeHost(options);
+    return WriteGallery(*host, request.photos, request.folder) ? kDone : kFailed;
+}
+
+}  // namespace
+
+Command GalleryCommand() {
+    const auto request = std::make_shared<Request>();
+    return {
+        .name = "gallery",
+        .help = "Writes pages that show every filter on photos.",
+        .arguments =
+            {
+                {"PHOTO", &request->photos, "PNG or JPEG; scaled down to at most 800 pixels", /*isRequired=*/true},
+                {"-o,--output", &request->folder, "folder for the pages; index.html is the first", /*isRequired=*/true},
+            },
+        .run = [request](const ProgramOptions& options) { return Run(options, *request); },
+    };
+}

@@ -1,0 +1,29 @@
+// program_host.h - the host that every command starts with: both modules are loaded.
+//
+// The modules are in <program>/../modules. The companion is loaded first because the filters need its classes. --module
+// replaces the filter module: with another shared library, or on 32 bits with object code for macOS.
+//
+// Lifetime: the caller owns the host; there is one per process.
+// Threads:  the host belongs to the thread that made it.
+
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "host/runtime/host.h"
+
+// The options that every command shares.
+struct ProgramOptions {
+    double hostVersion = host::HostOptions().version;
+    std::string module;  // path of the filter module; empty for the built one
+    std::string trace;   // path of the file that records every call across the boundary; empty for none
+};
+
+// Whether both built modules are in their place.
+[[nodiscard]] bool HasBuiltModules();
+
+// Makes a host and loads the companion and the filter module.
+//
+// Fails: HostError when a module cannot be loaded, HostException when a module raises while it registers its classes.
+[[nodiscard]] std::unique_ptr<host::Host> MakeHost(const ProgramOptions& options);
