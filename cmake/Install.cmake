@@ -20,12 +20,14 @@ set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)
 set(private lib/zeva)
 set(config lib/cmake/zeva)
 
-install(TARGETS zeva RUNTIME DESTINATION ${private}/bin)
-install(TARGETS filters companion LIBRARY DESTINATION ${private}/modules)
 set(libraries CoreGraphics ImageIO CoreImage)
 if(TARGET exception_frames)
     list(APPEND libraries exception_frames)
 endif()
+# The three folders are beside each other. The system's folders are searched in any case.
+set_target_properties(zeva filters companion ${libraries} PROPERTIES INSTALL_RPATH "$ORIGIN/../lib")
+install(TARGETS zeva RUNTIME DESTINATION ${private}/bin)
+install(TARGETS filters companion LIBRARY DESTINATION ${private}/modules)
 install(TARGETS ${libraries} LIBRARY DESTINATION ${private}/lib)
 
 # The boundary as an archive. Nothing in a module refers to its entry point, so the linker is told to look for it.
