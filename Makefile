@@ -1,16 +1,21 @@
 # The front door.
 #
 #   make run               put a photo through a filter of the 32-bit module: build/run/blurred.png
-#   make gallery           put the photo through every filter: pages to browse, build/gallery/index.html
+#   make gallery           put the photo through every filter and write pages to browse: build/gallery/index.html
 #   make test              build and test both widths
 #   make recipes           follow the README's recipes on a copy of the tree, and test the result, 64 bits
+#   make lint              check formatting, include directions, spelling and the quick static checks
+#   make tidy              the slow static checks
+#   make install           install below PREFIX (/usr/local), or below DESTDIR/PREFIX for a packager
+#   make package           make a Debian package for each width: build/<width>/package/
+#   make package-test      install, run, upgrade and remove those packages in a clean root; needs root
 #   make mutants           apply small faults to the module, one at a time; the tests must catch each
-#   make sanitize          the tests under the address, undefined-behavior and leak checkers
-#   make coverage          which branches of plugin/ and bridge/ the tests take
-#   make bench             how fast the engine is, beside other libraries, and what a call of the module costs
+#   make sanitize          run the tests under the address, undefined-behavior and leak sanitizers
+#   make coverage          list the branches of plugin/ and bridge/ that the tests do not take
+#   make bench             measure the engine beside other libraries, and the cost of a call of the module
 #   make clean             remove what was built; the 32-bit sysroot stays
 #
-#   ABI=x86_64             the other width for run and gallery; that width alone for test
+#   ABI=x86_64             the other width for run, gallery and install; only that width for the targets that use both
 #   PHOTO=path             the photo of run and gallery: any PNG or JPEG
 #   MODULE=path            the filter module of run, such as build/macos-i386/filters.o: its code for 32-bit macOS
 #
@@ -20,24 +25,52 @@ ABI    ?= i386
 PHOTO  ?= /usr/share/matplotlib/mpl-data/sample_data/grace_hopper.jpg
 RADIUS ?= 12
 MODULE ?=
+PREFIX ?= /usr/local
 
-# Without a width named, tests run on both.
+# Targets that use both widths use one if it is named.
 TEST_ABIS := $(if $(filter undefined file,$(origin ABI)),i386 x86_64,$(ABI))
 
-.PHONY: run gallery test recipes mutants sanitize coverage bench clean configure-% build-%
+# The code for macOS needs more tools than the rest, and only a 32-bit host can run it.
+MACOS_MODULE := $(if $(MODULE),$(filter i386,$(ABI)))
 
-run: configure-$(ABI)
-	@cmake --build --preset $(ABI) --target zeva filters companion $(if $(and $(MODULE),$(filter i386,$(ABI))),filters_macos) -- --quiet
+.PHONY: run gallery test lint tidy install package package-test mutants sanitize coverage bench clean
+.PHONY: program-% configure-% build-%
+
+run: program-$(ABI)
+	$(if $(MACOS_MODULE),@cmake --build --preset $(ABI) --target filters_macos -- --quiet)
 	@mkdir -p build/run
 	@build/$(ABI)/bin/zeva apply GaussianBlur inputRadius=$(RADIUS) --keep-size "$(PHOTO)" -o build/run/blurred.png \
 		$(if $(MODULE),--module "$(MODULE)")
 
-gallery: configure-$(ABI)
-	@cmake --build --preset $(ABI) --target zeva filters companion -- --quiet
+gallery: program-$(ABI)
 	@build/$(ABI)/bin/zeva gallery "$(PHOTO)" -o build/gallery
 
 test:
 	@tools/test $(TEST_ABIS)
+
+lint:
+	@tools/setup x86_64 lint
+	@tools/lint
+
+tidy:
+	@tools/setup x86_64 lint
+	@tools/lint tidy-all
+
+install: program-$(ABI)
+	@cmake --build --preset $(ABI) --target plugin_archive -- --quiet
+	@cmake --install build/$(ABI) --prefix "$(PREFIX)" --strip >/dev/null
+	@echo "installed $(DESTDIR)$(PREFIX)/bin/zeva"
+
+package: $(TEST_ABIS:%=package-%)
+
+package-%: program-%
+	@cmake --build --preset $* --target plugin_archive -- --quiet
+	@cpack --config build/$*/CPackConfig.cmake >build/$*/package.log || { cat build/$*/package.log >&2; exit 1; }
+	@ls build/$*/package/*.deb
+
+package-test: $(TEST_ABIS:%=package-%)
+	@tools/setup package
+	@tests/package/package_test.py $(TEST_ABIS)
 
 recipes: build-x86_64
 	@tools/setup browser
@@ -56,12 +89,19 @@ bench: $(TEST_ABIS:%=configure-%)
 	@$(if $(filter x86_64,$(TEST_ABIS)),tools/setup x86_64 rivals && cmake --preset x86_64 -DZEVA_RIVALS=ON --log-level=WARNING >/dev/null)
 	@tools/bench $(TEST_ABIS)
 
+# The program and its modules, with no more packages than they need. A build folder that has the tests keeps them.
+program-%:
+	@tools/setup $* $(if $(MACOS_MODULE),tests)
+	@tools/configure program $* $(if $(MACOS_MODULE),-DZEVA_MACOS_CODE=ON)
+	@tools/report_time compile cmake --build --preset $* --target zeva filters companion -- --quiet
+
+# A preset with its tests.
 configure-%:
-	@tools/setup $(firstword $(subst -, ,$*))
-	@test -f build/$*/build.ninja || cmake --preset $* --log-level=WARNING
+	@tools/setup $(firstword $(subst -, ,$*)) tests
+	@tools/configure tests $*
 
 build-%: configure-%
-	@cmake --build --preset $* -- --quiet
+	@tools/report_time compile cmake --build --preset $* -- --quiet
 
 clean:
 	rm -rf $(filter-out build/sysroot-i386,$(wildcard build/*))

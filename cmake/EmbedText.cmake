@@ -1,4 +1,5 @@
-# embed_text(TARGET SYMBOL FILE [NAMESPACE]): the text of FILE becomes the constant SYMBOL, a char array, of TARGET.
+# embed_text(TARGET SYMBOL FILE): compiles the text of FILE into TARGET as the char array SYMBOL. The build configures
+# itself again when the text changes.
 set(EMBEDDED_TEXT_TEMPLATE ${CMAKE_CURRENT_LIST_DIR}/embedded_text.cpp.in)
 
 function(embed_text target symbol file)

@@ -1,6 +1,5 @@
-# The build on a Mac: the filter module over the system's own frameworks, under the names that the rest of the build uses.
-#
-# The host, its companion and platform/ are for machines without macOS; there the module has the host that it is made for.
+# The build on a Mac: the filter module over the system's own frameworks, with the target names that the rest of the build
+# uses. The host, the companion and platform/ are not built there: a Mac has the host that the module is made for.
 add_library(objective_c INTERFACE)
 target_compile_options(objective_c INTERFACE $<$<COMPILE_LANGUAGE:OBJCXX>:-fobjc-exceptions>)
 target_link_libraries(objective_c INTERFACE "-framework Foundation" "-framework CoreFoundation" objc)
@@ -9,7 +8,7 @@ foreach(framework CoreGraphics CoreImage)
     target_link_libraries(${framework} INTERFACE objective_c "-framework ${framework}")
 endforeach()
 
-# Why the C++ driver, unlike elsewhere: the unwinder's part of the C++ runtime is one library with the rest of it there.
+# Linked by the C++ driver, unlike on Linux: on a Mac the unwinder cannot be linked without the C++ runtime.
 function(zeva_module target)
     set_target_properties(${target} PROPERTIES PREFIX "" SUFFIX ".bundle" LINKER_LANGUAGE CXX
         LIBRARY_OUTPUT_DIRECTORY ${ZEVA_MODULE_DIRECTORY})

@@ -1,25 +1,25 @@
-# Code for macOS, made on this machine from the sources of targets that are built here anyway.
+# Compiles targets of this build for macOS, on Linux.
 #
-# zeva_macos_object(OUTPUT TRIPLE TARGET...): one object file of all sources of the targets, each compiled with its target's
-#     own options, against platform/macos/include. On 64 bits the guard is that of the native exceptions.
-# zeva_macos_bundle(OUTPUT OBJECT ARCHITECTURE VERSION): links such an object to a loadable bundle against the stubs of
+# zeva_macos_object(OUTPUT TRIPLE TARGET...): makes one object file of all sources of the targets. Each source is compiled
+#     with its target's options against platform/macos/include. At 64 bits the guard for native exceptions is used.
+# zeva_macos_bundle(OUTPUT OBJECT ARCHITECTURE VERSION): links such an object into a loadable bundle against the stubs of
 #     platform/macos/stubs.
-# ZEVA_MACOS_DIRECTORY: below this each processor has its folder: macos-i386, macos-x86_64, macos-arm64.
+# ZEVA_MACOS_DIRECTORY: contains one folder per processor: macos-i386, macos-x86_64, macos-arm64.
 #
-# Why the sources meet as bitcode: the linker for macOS that is at hand makes programs of several objects but no object.
+# Sources are merged as bitcode because lld can link a program or a bundle for macOS, but cannot merge object files.
 find_program(LLVM_LINK NAMES llvm-link llvm-link-14 REQUIRED)
 find_program(LD64 NAMES ld64.lld ld64.lld-14 REQUIRED)
 
-# Other tools rely on the place that goes with the preset; whoever builds elsewhere shall not disturb it.
+# Other tools rely on the folder of the i386 preset. A build in any other folder writes to its own.
 if(CMAKE_BINARY_DIR STREQUAL ${PROJECT_SOURCE_DIR}/build/i386)
     set(ZEVA_MACOS_DIRECTORY ${PROJECT_SOURCE_DIR}/build)
 else()
     set(ZEVA_MACOS_DIRECTORY ${CMAKE_BINARY_DIR})
 endif()
 
-# No stack protector: its two symbols are none that a module names.
+# No stack protector: a module does not import the two symbols that it needs.
 set(macos_flags
-    -std=c++20 -O2 -fno-stack-protector
+    -std=c++20 -O2 $<$<BOOL:${CMAKE_COMPILE_WARNING_AS_ERROR}>:-Werror> -fno-stack-protector
     -nostdlibinc -nostdinc++ -isystem ${PROJECT_SOURCE_DIR}/platform/macos/include)
 
 function(zeva_macos_object output triple)
@@ -30,8 +30,18 @@ function(zeva_macos_object output triple)
         get_target_property(folder ${target} SOURCE_DIR)
         get_target_property(options ${target} COMPILE_OPTIONS)
         get_target_property(includes ${target} INCLUDE_DIRECTORIES)
+        get_target_property(shared_options zeva_options INTERFACE_COMPILE_OPTIONS)
+        get_target_property(shared_includes zeva_options INTERFACE_INCLUDE_DIRECTORIES)
+        if(NOT options)
+            set(options "")
+        endif()
+        if(NOT includes)
+            set(includes "")
+        endif()
+        list(PREPEND options ${shared_options})
+        list(APPEND includes ${shared_includes})
         list(TRANSFORM includes PREPEND -I)
-        # Instruments (cmake/Instrumentation.cmake) call a runtime of this machine.
+        # Sanitizers and coverage call a runtime library of this machine.
         list(FILTER options EXCLUDE REGEX "sanitize|profile|coverage")
         if(NOT triple MATCHES "^i386")
             list(TRANSFORM sources REPLACE "guard_frames" "guard_native")
@@ -52,7 +62,7 @@ function(zeva_macos_object output triple)
                 DEPENDS ${source}
                 DEPFILE ${part}.d
                 COMMENT "Compiling ${name} for ${triple}"
-                VERBATIM)
+                VERBATIM COMMAND_EXPAND_LISTS)
             list(APPEND parts ${part})
         endforeach()
     endforeach()
@@ -68,7 +78,7 @@ function(zeva_macos_object output triple)
         VERBATIM)
 endfunction()
 
-# Why a flat namespace: which framework has a class changes with the system's version, and its name is enough.
+# Flat namespace: the framework that contains a class changes with the version of macOS; the class name is enough.
 function(zeva_macos_bundle output object architecture version)
     set(stubs CoreFoundation CoreGraphics CoreImage Foundation libSystem libc++ libobjc)
     list(TRANSFORM stubs REPLACE "(.+)" "${PROJECT_SOURCE_DIR}/platform/macos/stubs/\\1.tbd")

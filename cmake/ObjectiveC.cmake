@@ -1,9 +1,9 @@
-# Objective-C on Linux: an interface target for whatever sends messages.
+# Objective-C on Linux.
 #
-# objective_c: compile flags and libraries of GNUstep Foundation over the GNU runtime.
-#   Why clang and -fobjc-runtime=gcc: the only pair here whose @catch works in Objective-C++.
+# objective_c: the compile flags and libraries of GNUstep Foundation over the GNU runtime. Link it to every target that
+#     sends messages. Only clang with -fobjc-runtime=gcc compiles an @catch that works in Objective-C++.
 
-# CMake knows how libraries are named and found on Linux for C and C++ only.
+# CMake sets these rules for C and C++ only.
 foreach(language OBJC OBJCXX)
     foreach(flag SONAME RUNTIME RPATH_LINK)
         set(CMAKE_SHARED_LIBRARY_${flag}_${language}_FLAG ${CMAKE_SHARED_LIBRARY_${flag}_CXX_FLAG})
@@ -13,7 +13,7 @@ foreach(language OBJC OBJCXX)
     set(CMAKE_EXECUTABLE_RUNTIME_${language}_FLAG_SEP ${CMAKE_EXECUTABLE_RUNTIME_CXX_FLAG_SEP})
 endforeach()
 
-# Whatever needs the C++ runtime is linked by the C++ driver, which adds it; a module is not, and must not get it.
+# The C++ driver adds the C++ runtime to what it links. Modules are linked by the C driver and must not get it.
 set(CMAKE_CXX_IMPLICIT_LINK_LIBRARIES "")
 set(CMAKE_OBJCXX_IMPLICIT_LINK_LIBRARIES "")
 
@@ -27,13 +27,13 @@ target_compile_options(objective_c INTERFACE
     $<$<COMPILE_LANGUAGE:OBJC,OBJCXX>:-fobjc-exceptions>
     $<$<COMPILE_LANGUAGE:OBJC,OBJCXX>:-fconstant-string-class=NSConstantString>)
 target_compile_definitions(objective_c INTERFACE _NATIVE_OBJC_EXCEPTIONS)
-# Only headers of the runtime itself are wanted from the gcc folder; its other headers are clang's own business.
+# Only the runtime's headers come from the gcc folder. Its other headers would hide those of clang.
 file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/runtime_headers)
 file(CREATE_LINK ${runtime_headers}/objc ${CMAKE_BINARY_DIR}/runtime_headers/objc SYMBOLIC)
 target_include_directories(objective_c SYSTEM INTERFACE
     ${CMAKE_SYSROOT}/usr/include/GNUstep ${CMAKE_BINARY_DIR}/runtime_headers)
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
-    # Before the runtime in the search order: it takes over objc_exception_throw.
+    # Must precede the runtime in the search order, because it replaces objc_exception_throw.
     target_link_libraries(objective_c INTERFACE exception_frames)
 endif()
 target_link_libraries(objective_c INTERFACE gnustep-base objc)

@@ -1,4 +1,4 @@
-# The compiler of every preset: clang, by its full path, since CMake looks Objective-C++ compilers up nowhere.
+# The compiler of every preset: clang, by its full path, because CMake does not search for Objective-C++ compilers.
 find_program(CLANG clang REQUIRED)
 find_program(CLANGXX clang++ REQUIRED)
 set(CMAKE_C_COMPILER ${CLANG})

@@ -1,13 +1,13 @@
-"""Formats the results of the benchmarks: the module's calls, and the engine beside other libraries.
+"""Formats the results of the benchmarks: the cost of the module's calls, and the engine beside other libraries.
 
-A result is the fastest of its repetitions: whatever else runs on the machine only ever adds to a time.
+A result is the fastest of its repetitions, because whatever else runs on the machine only adds time.
 """
 
 import re
 
 COPY = "12 MP/copy/memory"
 
-# Whom the columns of the engine's table belong to; every other name is that of a library.
+# The last part of a benchmark's name. Every other name is that of a library.
 ENGINE = "engine"
 COMPILER = "Halide"
 
@@ -16,7 +16,7 @@ def fastest(run):
     """The shortest time of each benchmark of a run (Google Benchmark's JSON), in nanoseconds, by name, in order."""
     units = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}
     times = {}
-    # Interleaved runs report in the order in which they came to an end.
+    # Interleaved runs are reported in the order in which they ended.
     for result in sorted(run["benchmarks"], key=lambda result: result["family_index"]):
         if result.get("run_type") != "iteration" or result.get("error_occurred"):
             continue
@@ -27,23 +27,24 @@ def fastest(run):
 
 
 def failures(run):
-    """What was not timed and why, such as a library whose result is not the engine's: one line each."""
+    """One line for each benchmark that was not timed, such as a library whose result differs from the engine's."""
     return sorted({f"not timed: {result['run_name'].removesuffix('/real_time')}: {result['error_message']}"
                    for result in run["benchmarks"] if result.get("error_occurred")})
 
 
 def table(head, rows):
-    """Lines with the first column to the left and the others to the right, each as wide as it must be."""
+    """Lines with the first column aligned left and the others right, each as wide as its longest cell."""
     widths = [max(len(row[column]) for row in [head, *rows]) for column in range(len(head))]
     return ["  ".join(cell.ljust(width) if column == 0 else cell.rjust(width)
                       for column, (cell, width) in enumerate(zip(row, widths))).rstrip() for row in [head, *rows]]
 
 
 def engine_table(columns, size, unit):
-    """The operations of a size, in multiples of a unit: a function from a preset's times to nanoseconds.
+    """The operations of one size, in multiples of a unit.
 
-    columns: the times of each preset. The first preset's run has the other libraries. The target is the better of the best library
-    and the compiler; the last column says how many times longer than that the engine takes, below 1 being ahead.
+    columns: the times of each preset; the first preset's include the other libraries.
+    unit: a function that takes a preset's times and returns nanoseconds.
+    The last column is the engine's time divided by the faster of the best library and the compiler.
     """
     first = next(iter(columns))
     rows = {}
@@ -52,7 +53,7 @@ def engine_table(columns, size, unit):
         if where == size and name != COPY:
             rows.setdefault(operation, {})[who] = columns[first][name] / unit(columns[first])
     has_rivals = any(who != ENGINE for whose in rows.values() for who in whose)
-    head = ["operation", *columns, *(["best library", COMPILER, "to the better"] if has_rivals else [])]
+    head = ["operation", *columns, *(["best library", COMPILER, "ratio to best"] if has_rivals else [])]
     lines = []
     for operation, whose in rows.items():
         line = [operation]
@@ -72,12 +73,12 @@ def engine_table(columns, size, unit):
 
 
 def number(value):
-    """A number with as many places as tell something."""
+    """A number with three significant digits."""
     return f"{value:.2f}" if value < 10 else f"{value:.1f}" if value < 100 else f"{value:.0f}"
 
 
 def engine_report(columns):
-    """Both tables of the engine."""
+    """The engine's tables: large pictures, and small ones if they were measured."""
     copies = ", ".join(f"{times[COPY] / 1e6:.1f} ms {preset}" for preset, times in columns.items())
     lines = [f"engine, 12 megapixels, two threads, multiples of a plain copy ({copies})"]
     lines += engine_table(columns, "12 MP", lambda times: times[COPY])
@@ -88,7 +89,7 @@ def engine_report(columns):
 
 
 def boundary_report(columns, sizes):
-    """The table of the module's calls, and the sizes of its sections in bytes."""
+    """The table of the module's calls, with the sizes of its sections in bytes."""
     head = ["module, nanoseconds", *(cell for preset in columns for cell in (preset, "direct", "ratio"))]
     rows = []
     for name in sorted(next(iter(columns.values())), key=lambda name: name.split("/")[::-1]):

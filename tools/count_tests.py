@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Counts the tests of several reports: a column per preset, and one for what the module's code for macOS ran.
+"""Counts the tests of several reports: one column per preset, and one for the tests that ran the module's code for macOS.
 
 Usage: count_tests.py BUILD_FOLDER...       (each with its tests.xml)
 
-Ends with "N passed, N failed, N skipped"; the exit status is 1 when anything failed. A missing report is one failure.
+The last line is "N passed, N failed, N skipped". The exit status is 1 if a test failed. A missing report is one failure.
 """
 
 import pathlib
@@ -30,7 +30,7 @@ def main(folders):
             preset["failed"] += 1
             continue
         for case in cases:
-            # What ran on that code is named after its program and "macos": "boundary_macos.Number...".
+            # The prefix of a test that ran this code ends in "_macos": "boundary_macos.Number...".
             on_macos_code = re.match(r"\w+_macos\.", case.get("name"))
             name = f"macos-{folder.name}" if on_macos_code else folder.name
             columns.setdefault(name, dict.fromkeys(RESULTS, 0))[result_of(case)] += 1

@@ -1,12 +1,29 @@
-// gconv_path.cpp - tells the sysroot's C library where its character set converters are, before Foundation needs them.
+// gconv_path.cpp - tells a C library of the sysroot where its character set converters are.
 //
-// Otherwise a 32-bit program would search the machine's folders, find 64-bit converters and warn. A value that the user
-// has set stays. Programs link this library; modules do not, because the environment belongs to the program.
+// The C library looks for converters in the folders of the machine, which has 64-bit ones, and Foundation then prints a
+// warning. A C library that was loaded from outside of the system's folders therefore gets GCONV_PATH set to the
+// converters beside it. An installed program runs on the system's own C library, so nothing happens there. A value that
+// the user has set stays.
+//
+// Lifetime: runs once, before main; compiled into programs only, because the environment belongs to the program.
+// Failure:  without memory or a path nothing is set, and the warning appears.
+
+#include <dlfcn.h>
 
 #include <cstdlib>
+#include <string>
 
 namespace {
 
-__attribute__((constructor)) void SetGconvPath() { setenv("GCONV_PATH", ZEVA_GCONV_PATH, /*overwrite=*/0); }
+__attribute__((constructor)) void SetGconvPath() {
+    Dl_info library;
+    if (dladdr(reinterpret_cast<void*>(&std::getenv), &library) == 0 || library.dli_fname == nullptr) return;
+    const std::string path = library.dli_fname;
+    // <root>/lib/i386-linux-gnu/libc.so.6
+    const std::size_t root = path.rfind("/lib/");
+    if (root == std::string::npos || root == 0 || path.compare(0, root, "/usr") == 0) return;
+    const std::string folder = path.substr(0, path.rfind('/')).substr(root);
+    setenv("GCONV_PATH", (path.substr(0, root) + "/usr" + folder + "/gconv").c_str(), /*overwrite=*/0);
+}
 
 }  // namespace

@@ -49,7 +49,7 @@ class EngineReportTest(unittest.TestCase):
                  "12 MP/gamma/libvips": 40e6, "12 MP/gamma/Halide": 20e6,
                  "12 MP/box/engine": 30e6, "12 MP/box/OpenCV": 60e6, "12 MP/bump/engine": 10e6}
         self.assertEqual(bench_table.engine_report({"x86_64": times})[1:], [
-            "operation  x86_64  best library  Halide  to the better",
+            "operation  x86_64  best library  Halide  ratio to best",
             "gamma        3.00  4.00 libvips    2.00           1.50",
             "box          3.00   6.00 OpenCV       -           0.50",
             "bump         1.00             -       -              -"])

@@ -1,0 +1,121 @@
+# What `make install` and the packages contain, below the prefix:
+#
+#   bin/zeva                 a link to lib/zeva/bin/zeva, which finds its modules beside its folder
+#   lib/zeva/bin             the program
+#   lib/zeva/modules         filters.so and companion.so
+#   lib/zeva/lib             the platform libraries, and the boundary library for module authors
+#   lib/cmake/zeva           the CMake package: find_package(zeva)
+#   include/zeva             the headers for module authors
+#   share/doc/zeva, share/man, share/bash-completion
+#
+# Installed files name the system's loader and find each other relative to themselves; tests/package checks that they do
+# not contain a path of the build. To install another file, add it here and to the table in tests/package/install_test.py.
+include(CMakePackageConfigHelpers)
+include(GNUInstallDirs)
+
+# Not CMAKE_INSTALL_LIBDIR: the folder must not depend on the machine's architecture, so that one rpath fits all.
+# Installing builds nothing: the tests need not be built.
+set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)
+
+set(private lib/zeva)
+set(config lib/cmake/zeva)
+
+set(libraries CoreGraphics ImageIO CoreImage)
+if(TARGET exception_frames)
+    list(APPEND libraries exception_frames)
+endif()
+# The three folders are beside each other. The system's folders are searched in any case.
+set_target_properties(zeva filters companion ${libraries} PROPERTIES INSTALL_RPATH "$ORIGIN/../lib")
+install(TARGETS zeva RUNTIME DESTINATION ${private}/bin)
+install(TARGETS filters companion LIBRARY DESTINATION ${private}/modules)
+install(TARGETS ${libraries} LIBRARY DESTINATION ${private}/lib)
+
+# The boundary as an archive. Nothing in a module refers to its entry point, so the linker is told to look for it.
+add_library(plugin_archive STATIC $<TARGET_OBJECTS:plugin>)
+set_target_properties(plugin_archive PROPERTIES OUTPUT_NAME zeva_plugin EXPORT_NAME plugin LINKER_LANGUAGE CXX)
+target_include_directories(plugin_archive INTERFACE $<INSTALL_INTERFACE:include/zeva>)
+target_compile_features(plugin_archive INTERFACE cxx_std_20)
+target_link_options(plugin_archive INTERFACE $<INSTALL_INTERFACE:LINKER:--undefined=ZEVAPluginMain>)
+install(TARGETS plugin_archive EXPORT zevaTargets ARCHIVE DESTINATION ${private}/lib)
+install(EXPORT zevaTargets NAMESPACE zeva:: DESTINATION ${config})
+configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/zevaConfig.cmake.in ${CMAKE_BINARY_DIR}/zevaConfig.cmake
+    INSTALL_DESTINATION ${config})
+write_basic_package_version_file(${CMAKE_BINARY_DIR}/zevaConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES
+    ${CMAKE_BINARY_DIR}/zevaConfig.cmake
+    ${CMAKE_BINARY_DIR}/zevaConfigVersion.cmake
+    ${CMAKE_CURRENT_LIST_DIR}/module_exports.map
+    DESTINATION ${config})
+foreach(folder interface plugin)
+    if(IS_DIRECTORY ${PROJECT_SOURCE_DIR}/${folder})
+        install(DIRECTORY ${folder} DESTINATION include/zeva FILES_MATCHING PATTERN "*.h" PATTERN "*.def")
+    endif()
+endforeach()
+
+install(FILES README.md CHANGELOG.md DESTINATION share/doc/zeva)
+install(FILES LICENSE DESTINATION share/doc/zeva RENAME copyright)
+install(FILES docs/zeva.1 DESTINATION share/man/man1)
+file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/completion CONTENT "eval \"$(zeva completion)\"\n" @ONLY)
+install(FILES ${CMAKE_BINARY_DIR}/completion DESTINATION share/bash-completion/completions RENAME zeva)
+
+# Runs after the files above are in place. Debug information contains paths of the build, so the archive loses it like
+# the other files do when they are installed with --strip.
+install(CODE "
+    set(root \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}\")
+    file(MAKE_DIRECTORY \"\${root}/bin\")
+    file(CREATE_LINK ../${private}/bin/zeva \"\${root}/bin/zeva\" SYMBOLIC)
+    execute_process(COMMAND \"${CMAKE_STRIP}\" --strip-debug \"\${root}/${private}/lib/libzeva_plugin.a\"
+        COMMAND_ERROR_IS_FATAL ANY)")
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+    install(CODE "
+        execute_process(COMMAND \"${Python3_EXECUTABLE}\" \"${CMAKE_CURRENT_LIST_DIR}/use_system_loader.py\"
+            \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${private}/bin/zeva\" COMMAND_ERROR_IS_FATAL ANY)")
+endif()
+
+# ---- Debian packages
+#
+# The libraries that installed files load, by file name, and the Debian 12 packages that contain them. One list for both
+# widths: dpkg-shlibdeps cannot read the sysroot, whose packages are unpacked but not installed. tests/package compares
+# the list with what the files load.
+set(ZEVA_LOADED_LIBRARIES
+    "libc.so.6              libc6 (>= 2.36)"
+    "libm.so.6              libc6 (>= 2.36)"
+    "libstdc++.so.6         libstdc++6 (>= 12)"
+    "libgcc_s.so.1          libgcc-s1 (>= 3.0)"
+    "libobjc.so.4           libobjc4 (>= 12)"
+    "libgnustep-base.so.1.28 libgnustep-base1.28"
+    "libffi.so.8            libffi8 (>= 3.4)"
+    "liblua5.4-c++.so.0     liblua5.4-0 (>= 5.4.4)"
+    "liblcms2.so.2          liblcms2-2 (>= 2.14)"
+    "libpng16.so.16         libpng16-16 (>= 1.6.39)"
+    "libjpeg.so.62          libjpeg62-turbo (>= 2.1.5)"
+    "libtbb.so.12           libtbb12 (>= 2021.8)"
+    "libtbbmalloc.so.2      libtbbmalloc2 (>= 2021.8)"
+    "libhwy.so.1            libhwy1 (>= 1.0.3)")
+set(dependencies "")
+foreach(row IN LISTS ZEVA_LOADED_LIBRARIES)
+    string(REGEX REPLACE "^[^ ]+ +" "" dependency "${row}")
+    list(APPEND dependencies "${dependency}")
+endforeach()
+list(REMOVE_DUPLICATES dependencies)
+list(JOIN dependencies ", " dependencies)
+list(TRANSFORM ZEVA_LOADED_LIBRARIES REPLACE " .*" "" OUTPUT_VARIABLE loaded)
+list(JOIN loaded "\n" loaded)
+file(WRITE ${CMAKE_BINARY_DIR}/loaded_libraries.txt "${loaded}\n")
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME zeva)
+set(CPACK_PACKAGE_CONTACT "The project's authors <authors@localhost>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Core Image filters as typed classes, with a host that renders them")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_PACKAGE_DIRECTORY ${CMAKE_BINARY_DIR}/package)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "${dependencies}")
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+    set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE i386)
+else()
+    set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE amd64)
+endif()
+include(CPack)

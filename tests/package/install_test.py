@@ -1,0 +1,151 @@
+#!/usr/bin/env python3
+"""Installs the build into a temporary folder and checks every installed file; then builds a module against it.
+
+Usage: install_test.py BUILD_FOLDER SOURCE_FOLDER TOOLCHAIN_FILE
+"""
+
+import os
+import pathlib
+import shutil
+import struct
+import subprocess
+import sys
+import tempfile
+import unittest
+
+import elf
+
+TOOLCHAIN = pathlib.Path(sys.argv.pop())
+SOURCE = pathlib.Path(sys.argv.pop())
+BUILD = pathlib.Path(sys.argv.pop())
+PREFIX = "opt/pictures"
+
+FILES = """
+bin/zeva
+include/zeva/plugin/plugin_main.h
+lib/cmake/zeva/module_exports.map
+lib/cmake/zeva/zevaConfig.cmake
+lib/cmake/zeva/zevaConfigVersion.cmake
+lib/cmake/zeva/zevaTargets.cmake
+lib/zeva/bin/zeva
+lib/zeva/lib/libCoreGraphics.so
+lib/zeva/lib/libCoreImage.so
+lib/zeva/lib/libImageIO.so
+lib/zeva/lib/libzeva_plugin.a
+lib/zeva/modules/companion.so
+lib/zeva/modules/filters.so
+share/bash-completion/completions/zeva
+share/doc/zeva/CHANGELOG.md
+share/doc/zeva/README.md
+share/doc/zeva/copyright
+share/man/man1/zeva.1
+""".split()
+
+
+def run(*command, **options):
+    done = subprocess.run(list(map(str, command)), capture_output=True, text=True, timeout=120, **options)
+    assert done.returncode == 0, f"{command}\n{done.stdout}{done.stderr}"
+    return done.stdout
+
+
+class InstallTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = pathlib.Path(cls.enterClassContext(tempfile.TemporaryDirectory()))
+        run("cmake", "--install", BUILD, "--prefix", f"/{PREFIX}", "--strip",
+            env=os.environ | {"DESTDIR": str(cls.folder / "stage")})
+        cls.root = cls.folder / "stage" / PREFIX
+        cls.files = [path for path in cls.root.rglob("*") if path.is_file() and not path.is_symlink()]
+        cls.binaries = [path for path in cls.files if elf.is_elf(path)]
+        cls.is_32_bit = cls.binaries[0].read_bytes()[4] == 1
+
+    def test_installs_below_the_prefix_only(self):
+        self.assertEqual([], [path for path in (self.folder / "stage").rglob("*")
+                              if not path.is_dir() and not path.is_relative_to(self.root)])
+
+    def test_installs_every_file_of_the_table(self):
+        self.assertEqual([], [name for name in FILES if not (self.root / name).exists()])
+        # Headers apart, there are no others.
+        others = {str(path.relative_to(self.root)) for path in self.files} - set(FILES)
+        expected = {"lib/zeva/lib/libexception_frames.so"} if self.is_32_bit else set()
+        self.assertEqual(expected, {name for name in others if not name.startswith("include/zeva/")
+                                    and not name.startswith("lib/cmake/zeva/zevaTargets-")})
+
+    def test_files_contain_no_path_of_the_build(self):
+        for path in self.files:
+            text = path.read_bytes()
+            for folder in (SOURCE, BUILD, pathlib.Path(os.path.realpath(SOURCE / "build" / "sysroot-i386"))):
+                self.assertNotIn(os.fsencode(folder) + b"/", text, path)
+
+    def test_binaries_look_for_libraries_beside_themselves_only(self):
+        for path in self.binaries:
+            self.assertLessEqual(set(elf.search_paths(path)), {"$ORIGIN/../lib"}, path)
+
+    def test_the_program_names_the_loader_of_the_system(self):
+        expected = "/lib/ld-linux.so.2" if self.is_32_bit else "/lib64/ld-linux-x86-64.so.2"
+        self.assertEqual(expected, elf.loader(self.root / "lib/zeva/bin/zeva"))
+
+    def test_the_package_depends_on_what_the_binaries_load(self):
+        own = {path.name for path in self.binaries}
+        loaded = {name for path in self.binaries for name in elf.needed(path)} - own
+        # The loader is part of the C library.
+        loaded = {name for name in loaded if not name.startswith("ld-linux")}
+        self.assertEqual(set((BUILD / "loaded_libraries.txt").read_text().split()), loaded)
+
+    def test_an_installed_64_bit_program_runs(self):
+        if self.is_32_bit:
+            self.skipTest("the system has no 32-bit loader; make package-test runs the program")
+        self.assertIn("GaussianBlur", run(self.root / "bin" / "zeva", "list"))
+
+    def test_a_module_builds_against_the_installed_package_and_loads(self):
+        folder = self.folder / "module"
+        run("cmake", "-G", "Ninja", "-S", SOURCE / "tests/package/module", "-B", folder,
+            f"-DCMAKE_TOOLCHAIN_FILE={TOOLCHAIN}", f"-Dzeva_DIR={self.root / 'lib/cmake/zeva'}",
+            "-DCMAKE_CXX_STANDARD=20")
+        run("cmake", "--build", folder)
+        script = self.folder / "cups.lua"
+        script.write_text("print(Teapot.Cups())\n")
+        self.assertEqual("6\n", run(BUILD / "bin" / "zeva", "run", "--module", folder / "teapot.so", script))
+
+    def test_the_package_refuses_another_major_version(self):
+        text = (SOURCE / "tests/package/module/CMakeLists.txt").read_text()
+        folder = self.folder / "other"
+        shutil.copytree(SOURCE / "tests/package/module", folder)
+        (folder / "CMakeLists.txt").write_text(text.replace("zeva 1.0 REQUIRED", "zeva 2.0 REQUIRED"))
+        done = subprocess.run(["cmake", "-G", "Ninja", "-S", folder, "-B", folder / "build",
+                               f"-DCMAKE_TOOLCHAIN_FILE={TOOLCHAIN}", f"-Dzeva_DIR={self.root / 'lib/cmake/zeva'}"],
+                              capture_output=True, text=True)
+        self.assertNotEqual(0, done.returncode)
+        self.assertIn("requested version \"2.0\"", done.stderr)
+
+
+class SystemLoaderTest(unittest.TestCase):
+    def setUp(self):
+        self.file = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory())) / "program"
+
+    def change(self):
+        return subprocess.run([sys.executable, SOURCE / "cmake/use_system_loader.py", self.file], capture_output=True,
+                              text=True)
+
+    def program(self, name):
+        header = struct.pack("<4sB11xHHIIIIIHHHHHH", b"\x7fELF", 1, 3, 3, 1, 0, 52, 0, 0, 52, 32, 1, 0, 0, 0)
+        self.file.write_bytes(header + struct.pack("<8I", 3, 84, 84, 84, len(name), len(name), 4, 1) + name)
+
+    def test_a_second_change_alters_nothing(self):
+        self.program(b"/somewhere/else/lib/ld-linux.so.2\0")
+        self.assertEqual(0, self.change().returncode)
+        self.assertIn("/lib/ld-linux.so.2", self.file.read_bytes()[84:].decode())
+        changed = self.file.read_bytes()
+        self.assertEqual(0, self.change().returncode)
+        self.assertEqual(changed, self.file.read_bytes())
+
+    def test_refuses_what_is_not_a_32_bit_program(self):
+        self.file.write_bytes(b"\x7fELF\x02" + bytes(60))
+        self.assertIn("not a 32-bit ELF file", self.change().stderr)
+        self.program(b"/ld\0")
+        self.assertIn("no room", self.change().stderr)
+        self.assertEqual(b"/ld\0", self.file.read_bytes()[84:])
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,155 @@
+#!/usr/bin/env python3
+"""Installs the Debian packages in clean systems of their own width, without a network, and uses, upgrades and removes them.
+
+Usage: package_test.py ABI...     (i386, x86_64: build/<ABI>/package has the package)
+
+Each clean system has the base system of Debian 12 and the packages that ours depends on, nothing else; an i386 one has no
+64-bit file. They are kept in build/clean-root-<architecture> for the next run. Needs root for chroot: without it the tests
+are skipped, by name. Ends with the counts: "N passed, N failed, N skipped".
+"""
+
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+import elf
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+PHOTO = "/usr/share/matplotlib/mpl-data/sample_data/grace_hopper.jpg"
+ARCHITECTURES = {"i386": "i386", "x86_64": "amd64"}
+
+
+def run(*command):
+    done = subprocess.run(list(map(str, command)), stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
+                          timeout=300)
+    assert done.returncode == 0, f"{' '.join(map(str, command))}\n{done.stdout[-2000:]}"
+    return done.stdout
+
+
+def field(package, name):
+    return run("dpkg-deb", "--field", package, name).strip()
+
+
+def main_suite():
+    """The machine's own main suite as a line for a list of sources."""
+    targets = run("apt-get", "indextargets", "--format", "$(SITE) $(CODENAME) $(COMPONENT)", "Created-By: Packages")
+    return next(f"deb {site} bookworm main" for site, suite, component in map(str.split, targets.splitlines())
+                if (suite, component) == ("bookworm", "main"))
+
+
+def clean_root(architecture, dependencies):
+    """The folder of a clean system with the named packages, made on first use."""
+    folder = ROOT / "build" / f"clean-root-{architecture}"
+    complete = folder / ".complete"
+    wanted = ",".join(sorted(dependencies))
+    if not complete.exists() or complete.read_text() != wanted:
+        shutil.rmtree(folder, ignore_errors=True)
+        # Documents are left out: they are a third of the files.
+        run("mmdebstrap", "--mode=root", "--variant=minbase", f"--architectures={architecture}", f"--include={wanted}",
+            "--dpkgopt=force-unsafe-io", "--dpkgopt=path-exclude=/usr/share/doc/*",
+            "--dpkgopt=path-exclude=/usr/share/locale/*", "bookworm", folder, main_suite())
+        # Excluding files is for making the system, not for the package under test.
+        for options in (folder / "etc/dpkg/dpkg.cfg.d").iterdir():
+            options.unlink()
+        complete.write_text(wanted)
+    return folder
+
+
+class PackageTest(unittest.TestCase):
+    abi = None  # set by the class for each width
+    skipped = None  # why, if the tests cannot run on this machine
+
+    @classmethod
+    def setUpClass(cls):
+        if cls.skipped:
+            return
+        (cls.package,) = (ROOT / "build" / cls.abi / "package").glob("*.deb")
+        dependencies = [re.sub(r" *\(.*", "", name) for name in field(cls.package, "Depends").split(", ")]
+        clean = clean_root(ARCHITECTURES[cls.abi], dependencies)
+        # A copy with hard links: dpkg replaces files, it does not write into them.
+        cls.root = pathlib.Path(cls.enterClassContext(tempfile.TemporaryDirectory(dir=ROOT / "build"))) / "root"
+        run("cp", "--archive", "--link", clean, cls.root)
+        # dpkg's own records are written in place.
+        shutil.rmtree(cls.root / "var/lib/dpkg")
+        run("cp", "--archive", clean / "var/lib/dpkg", cls.root / "var/lib/dpkg")
+        shutil.copy(PHOTO, cls.root / "tmp/photo.jpg")
+        cls.before = cls.files()
+
+    def setUp(self):
+        if self.skipped:
+            self.skipTest(self.skipped)
+
+    @classmethod
+    def files(cls):
+        return {str(path.relative_to(cls.root)) for path in cls.root.rglob("*")
+                if not path.is_relative_to(cls.root / "var") and not path.is_relative_to(cls.root / "tmp")}
+
+    def inside(self, *command):
+        return run("unshare", "--net", "chroot", self.root, *command)
+
+    def install(self, package):
+        shutil.copy(package, self.root / "tmp/zeva.deb")
+        # dpkg refuses a package with a dependency that is not installed.
+        self.inside("dpkg", "--install", "/tmp/zeva.deb")
+
+    def use(self):
+        (self.root / "tmp/small.png").unlink(missing_ok=True)
+        self.inside("/usr/bin/zeva", "apply", "GaussianBlur", "inputRadius=5", "/tmp/photo.jpg", "-o", "/tmp/small.png")
+        self.assertEqual(b"\x89PNG", (self.root / "tmp/small.png").read_bytes()[:4])
+        return self.inside("/usr/bin/zeva", "list")
+
+    def newer(self):
+        """The same package with a higher version."""
+        folder = self.root.parent / "newer"
+        run("dpkg-deb", "--raw-extract", self.package, folder)
+        control = folder / "DEBIAN/control"
+        control.write_text(re.sub(r"(?m)^Version: (.*)$", r"Version: \1+next", control.read_text()))
+        run("dpkg-deb", "--build", "-Znone", folder, folder.with_suffix(".deb"))
+        return folder.with_suffix(".deb")
+
+    def test_installs_runs_upgrades_and_leaves_nothing(self):
+        self.install(self.package)
+        self.assertEqual(run(ROOT / "build" / self.abi / "bin/zeva", "list"), self.use())
+        self.install(self.newer())
+        self.assertIn("+next", self.inside("dpkg-query", "-W", "-f=${Version}", "zeva"))
+        self.use()
+        self.inside("dpkg", "--purge", "zeva")
+        self.assertEqual(self.before, self.files())
+
+    def test_the_system_has_only_this_width(self):
+        expected = {"i386": b"\x01", "x86_64": b"\x02"}[self.abi]
+        for folder in ("usr/bin", "usr/lib"):
+            for path in (self.root / folder).rglob("*"):
+                if path.is_file() and not path.is_symlink() and elf.is_elf(path):
+                    self.assertEqual(expected, path.read_bytes()[4:5], path)
+
+
+def obstacle():
+    """Why the tests cannot run on this machine; None if they can."""
+    if os.geteuid() != 0 or shutil.which("mmdebstrap") is None:
+        return "needs root and mmdebstrap"
+    if subprocess.run(["unshare", "--net", "chroot", "/", "true"], capture_output=True).returncode != 0:
+        return "chroot without a network does not work here"
+    return None
+
+
+def main(abis):
+    suite = unittest.TestSuite()
+    PackageTest.skipped = obstacle()
+    for abi in abis:
+        case = type(f"PackageTest_{abi}", (PackageTest,), {"abi": abi})
+        suite.addTests(unittest.defaultTestLoader.loadTestsFromTestCase(case))
+    result = unittest.TextTestRunner(verbosity=2).run(suite)
+    failed, skipped = len(result.failures) + len(result.errors), len(result.skipped)
+    # testsRun does not count a class whose setup failed, so the difference may be negative.
+    print(f"{max(0, result.testsRun - failed - skipped)} passed, {failed} failed, {skipped} skipped")
+    return 1 if failed else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))
