@@ -86,18 +86,18 @@ TEST_P(TileTest, MatchesTheFormula) {
 
 // Tiles of whole pixels must not change under their symmetries.
 TEST_P(TileTest, IsInvariantUnderItsSymmetries) {
-    constexpr std::int64_t w = 6, cx = 11, cy = -7;
+    constexpr std::int64_t kWidth = 6, kCenterX = 11, kCenterY = -7;
     using Symmetry = std::array<std::int64_t, 2> (*)(std::int64_t x, std::int64_t y);  // relative to the center
     const Symmetry mirrorX = [](std::int64_t x, std::int64_t y) { return std::array{-1 - x, y}; };
     const Symmetry mirrorY = [](std::int64_t x, std::int64_t y) { return std::array{x, -1 - y}; };
     const Symmetry diagonal = [](std::int64_t x, std::int64_t y) { return std::array{y, x}; };
-    const Symmetry moveX = [](std::int64_t x, std::int64_t y) { return std::array{x + w, y}; };
-    const Symmetry moveY = [](std::int64_t x, std::int64_t y) { return std::array{x, y + w}; };
-    const Symmetry moveX2 = [](std::int64_t x, std::int64_t y) { return std::array{x + 2 * w, y}; };
-    const Symmetry moveY2 = [](std::int64_t x, std::int64_t y) { return std::array{x, y + 2 * w}; };
+    const Symmetry moveX = [](std::int64_t x, std::int64_t y) { return std::array{x + kWidth, y}; };
+    const Symmetry moveY = [](std::int64_t x, std::int64_t y) { return std::array{x, y + kWidth}; };
+    const Symmetry moveX2 = [](std::int64_t x, std::int64_t y) { return std::array{x + 2 * kWidth, y}; };
+    const Symmetry moveY2 = [](std::int64_t x, std::int64_t y) { return std::array{x, y + 2 * kWidth}; };
     const Symmetry quarter = [](std::int64_t x, std::int64_t y) { return std::array{-1 - y, x}; };
-    const Symmetry otherQuarter = [](std::int64_t x, std::int64_t y) { return std::array{2 * w - 1 - y, x}; };
-    const Symmetry glide = [](std::int64_t x, std::int64_t y) { return std::array{-1 - x, y + w}; };
+    const Symmetry otherQuarter = [](std::int64_t x, std::int64_t y) { return std::array{2 * kWidth - 1 - y, x}; };
+    const Symmetry glide = [](std::int64_t x, std::int64_t y) { return std::array{-1 - x, y + kWidth}; };
     std::vector<Symmetry> symmetries;
     if (Is("CIFourfoldTranslatedTile")) symmetries = {moveX, moveY};
     if (Is("CIFourfoldReflectedTile")) symmetries = {mirrorX, mirrorY, moveX2, moveY2};
@@ -105,8 +105,10 @@ TEST_P(TileTest, IsInvariantUnderItsSymmetries) {
     if (Is("CIFourfoldRotatedTile")) symmetries = {quarter, otherQuarter, moveX2, moveY2};
     if (Is("CIGlideReflectedTile")) symmetries = {glide, moveX, moveY2};
     const ImageRef image = MakeAffineImage(RandomImage(9, 9), {1, 0, 0, 1, 10, -8});
-    const ImageRef tiles = GetTile(image, {cx, cy}, w);
-    const auto pixel = [&](std::int64_t x, std::int64_t y) { return Pixels(tiles, {cx + x, cy + y, 1, 1}); };
+    const ImageRef tiles = GetTile(image, {kCenterX, kCenterY}, kWidth);
+    const auto pixel = [&](std::int64_t x, std::int64_t y) {
+        return Pixels(tiles, {kCenterX + x, kCenterY + y, 1, 1});
+    };
     ASSERT_FALSE(symmetries.empty());
     for (const Symmetry symmetry : symmetries) {
         for (std::int64_t y = -14; y < 14; ++y) {
