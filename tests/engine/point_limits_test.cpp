@@ -1,8 +1,10 @@
-// point_limits_test.cpp - parameters and pixels beyond sense: nothing comes out that is no number.
+// point_limits_test.cpp - checks that pointwise filters give finite pixels for hostile numbers and pixels.
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
+#include <vector>
 
 #include "geometry/geometry.h"
 #include "support/point_oracle.h"
@@ -11,10 +13,10 @@ namespace {
 
 using namespace core_image;
 
-constexpr double kEndless = std::numeric_limits<double>::infinity();
-const double kSenseless[] = {0, -1, std::nan(""), kEndless, -kEndless, 1e300, -1e300, 1e38, 1e-300};
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+const double kUnusable[] = {0, -1, std::nan(""), kInfinity, -kInfinity, 1e300, -1e300, 1e38, 1e-300};
 
-// Filters on one image, and those of their keys that hold numbers, vectors or colors.
+// Filters of one image, and their keys for numbers, vectors and colors.
 const struct {
     const char* filter;
     std::vector<const char*> keys;
@@ -33,15 +35,15 @@ const struct {
     {"CIGammaAdjust", {"inputPower"}},
 };
 
-// A pixel in range, one that is not, and one that is none.
+// Returns a pixel in range, one out of range, and one with NaN.
 std::vector<ImageRef> Images() {
-    const float none = std::nanf("");
-    return {OnePixel(0.5f, 0.2f, 0, 0.5f), OnePixel(1e30f, -1e30f, 0, 1e30f), OnePixel(none, none, 0, 1)};
+    const float nan = std::nanf("");
+    return {OnePixel(0.5f, 0.2f, 0, 0.5f), OnePixel(1e30f, -1e30f, 0, 1e30f), OnePixel(nan, nan, 0, 1)};
 }
 
-TEST(PointLimitsTest, NothingComesOutThatIsNoNumber) {
+TEST(PointLimitsTest, HostileNumbersAndPixelsGiveFinitePixels) {
     for (const auto& [filter, keys] : kFilters) {
-        for (const double value : kSenseless) {
+        for (const double value : kUnusable) {
             for (const ImageRef& image : Images()) {
                 FilterValues numbers = FilterValues().Image("inputImage", image), vectors = numbers;
                 for (const char* key : keys) numbers.Number(key, value);
@@ -56,11 +58,11 @@ TEST(PointLimitsTest, NothingComesOutThatIsNoNumber) {
     }
 }
 
-TEST(PointLimitsTest, WithoutAnImageThereIsNone) {
+TEST(PointLimitsTest, MissingImageGivesNull) {
     for (const auto& row : kFilters) EXPECT_EQ(FilterValues().Output(row.filter), nullptr) << row.filter;
 }
 
-TEST(PointLimitsTest, NothingOfAnEmptyImageIsNothing) {
+TEST(PointLimitsTest, EmptyImageStaysEmpty) {
     const ImageRef empty = MakeCroppedImage(OnePixel(1, 1, 1, 1), {5, 5, 6, 6});
     for (const auto& row : kFilters) {
         const ImageRef result = FilterValues().Image("inputImage", empty).Output(row.filter);

@@ -1,5 +1,11 @@
-// redrawing_limits_test.cpp - the stylize and halftone filters under numbers and images beyond sense: finite pixels, and an image
-// where one is due.
+// redrawing_limits_test.cpp - checks stylize and halftone filters with hostile numbers and images: pixels stay finite.
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <iterator>
+#include <string>
+#include <vector>
 
 #include "generator/generator.h"
 #include "support/oracle.h"
@@ -8,7 +14,7 @@ namespace {
 
 using namespace oracle;
 
-// Filters, and those of their keys that hold a number or a place.
+// Filters, and their keys for numbers and points.
 const struct {
     const char* filter;
     std::vector<const char*> keys;
@@ -27,7 +33,7 @@ const struct {
     {"CIGloom", {"inputRadius", "inputIntensity"}},
 };
 
-// A filter with one value for all of its keys, or with another for the one at an index.
+// Returns the output of a filter with one value for all keys, except another value for the key at an index.
 ImageRef With(std::size_t row, const ImageRef& input, double value, std::size_t index, double other) {
     std::vector<Value> values;
     for (std::size_t key = 0; key < kFilters[row].keys.size(); ++key) {
@@ -37,31 +43,31 @@ ImageRef With(std::size_t row, const ImageRef& input, double value, std::size_t 
     return Output(kFilters[row].filter, input, values);
 }
 
-// Images in range, of one pixel that is not, and with one that is no number.
+// Returns an image in range, an image of one hostile pixel, and an image with a NaN.
 std::vector<ImageRef> Images() {
-    const float large = 1e30f, none = std::nanf("");
-    return {RandomImage(5, 3), SourceOf({2, -1, 1, 1}, {large, -large, none, large}).image,
-            SourceOf({-3, 4, 2, 1}, {0, 1, none, 0, 0.1f, 0.2f, 0.1f, 0.2f}).image};
+    const float large = 1e30f, nan = std::nanf("");
+    return {RandomImage(5, 3), SourceOf({2, -1, 1, 1}, {large, -large, nan, large}).image,
+            SourceOf({-3, 4, 2, 1}, {0, 1, nan, 0, 0.1f, 0.2f, 0.1f, 0.2f}).image};
 }
 
 class RedrawingLimitsTest : public testing::TestWithParam<std::size_t> {};
 
-TEST_P(RedrawingLimitsTest, AnyNumbersAndImagesGiveFinitePixels) {
+TEST_P(RedrawingLimitsTest, HostileNumbersAndImagesGiveFinitePixels) {
     const std::size_t keys = kFilters[GetParam()].keys.size();
     for (const ImageRef& image : Images()) {
         for (const double value : kHostile) {
-            // In one key after the other, then in all of them. Without keys the pictures alone are beyond sense.
+            // Sets one key after the other, then all of them. For filters without keys only the images are hostile.
             for (std::size_t index = 0; index < keys + (keys != 1); ++index) {
                 const ImageRef result = With(GetParam(), image, index == keys ? value : 3, index, value);
                 ASSERT_NE(result, nullptr);
-                // What changes nothing hands through what it was given.
-                if (result != image) ExpectSound(result);
+                // Identity settings return the input, hostile pixels included.
+                if (result != image) ExpectFinite(result);
             }
         }
     }
 }
 
-TEST_P(RedrawingLimitsTest, OfNothingThereIsNothing) {
+TEST_P(RedrawingLimitsTest, MissingImageGivesNullAndEmptyImageStaysEmpty) {
     EXPECT_EQ(With(GetParam(), nullptr, 3, 0, 3), nullptr);
     const ImageRef empty = MakeCroppedImage(RandomImage(2, 2), {5, 5, 6, 6});
     const ImageRef result = With(GetParam(), empty, 3, 0, 3);
@@ -69,13 +75,13 @@ TEST_P(RedrawingLimitsTest, OfNothingThereIsNothing) {
     EXPECT_TRUE(result->GetExtent().IsEmpty());
 }
 
-TEST_P(RedrawingLimitsTest, WhatHasNoEndHasNoneAfterwards) {
+TEST_P(RedrawingLimitsTest, InfiniteImageStaysInfinite) {
     const ImageRef result = With(GetParam(), MakeConstantImage({0.5f, 0.25f, 0, 0.5f}), 3, 0, 3);
     EXPECT_TRUE(result->GetExtent().IsInfinite());
-    ExpectSound(result);
+    ExpectFinite(result);
 }
 
-TEST_P(RedrawingLimitsTest, TilesAndBlocksChangeNoBit) {
+TEST_P(RedrawingLimitsTest, DoesNotDependOnTilesAndBlocks) {
     Random random;
     const Source source = RandomSource(random);
     const ImageRef image = With(GetParam(), source.image, 2.5, 0, 2.5);

@@ -1,11 +1,15 @@
-// blur_test.cpp - the blur against one that is slow and obvious: doubles, every pixel with every other of its row, then of its
-// column, under the bell curve to eight sigma.
+// blur_test.cpp - compares the Gaussian blur with a slow one in doubles: each pixel sums its whole row, then its whole
+// column, weighted by the bell curve.
 
 #include "blur/blur.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
 
 #include "support/engine_images.h"
 
@@ -16,7 +20,7 @@ using namespace core_image;
 constexpr std::int64_t kWidth = 61;
 constexpr std::int64_t kHeight = 47;
 
-// One direction: out[i] = sum over j of g(i - j) in[j]; lines of `count` values, `step` apart.
+// Blurs in one direction: out[i] = sum over j of g(i - j) in[j], for i in from...to.
 std::vector<double> Line(const std::vector<double>& in, double sigma, std::int64_t from, std::int64_t to) {
     const auto reach = static_cast<std::int64_t>(std::ceil(8 * sigma)) + 1;
     double sum = 0;
@@ -35,9 +39,9 @@ std::vector<double> Line(const std::vector<double>& in, double sigma, std::int64
     return out;
 }
 
-// One channel of the test image, blurred, over a region whose rows go downward.
+// Returns a channel of the blurred test image in a region, top row first.
 std::vector<double> SlowBlur(const std::vector<float>& image, std::size_t channel, double sigma, const Region& region) {
-    std::vector<std::vector<double>> rows;  // lowest first
+    std::vector<std::vector<double>> rows;  // bottom row first
     for (std::int64_t y = 0; y < kHeight; ++y) {
         std::vector<double> row;
         for (std::int64_t x = 0; x < kWidth; ++x) {
@@ -60,7 +64,7 @@ std::vector<double> SlowBlur(const std::vector<float>& image, std::size_t channe
 
 class BlurTest : public testing::TestWithParam<double> {};
 
-TEST_P(BlurTest, IsThatOfTheSlowBlur) {
+TEST_P(BlurTest, MatchesTheSlowBlur) {
     const double sigma = GetParam();
     const ImageRef image = RandomImage(kWidth, kHeight);
     const ImageRef blurred = MakeGaussianBlurImage(image, sigma);
@@ -80,26 +84,26 @@ TEST_P(BlurTest, IsThatOfTheSlowBlur) {
     }
 }
 
-// On either side of each place where the coarse grid changes.
+// Includes values on both sides of each sigma at which the blur switches to a coarser grid.
 INSTANTIATE_TEST_SUITE_P(Sigmas, BlurTest,
                          testing::Values(0.01, 0.3, 1.0, 2.5, 3.999, 4.0, 5.5, 7.999, 8.0, 11.3, 16.0, 50.0));
 
-TEST(BlurLimitsTest, LongThinImagesAndPartsFarAwayRender) {
+TEST(BlurLimitsTest, LongThinImagesAndDistantRegionsRender) {
     const ImageRef thin = MakeGaussianBlurImage(RandomImage(3000, 1), 40);
     EXPECT_GT(Pixels(thin, {1500, 0, 1, 1})[3], 0);
     const ImageRef wide = MakeGaussianBlurImage(RandomImage(4, 4), 2e4);
     EXPECT_EQ(Pixels(wide, {59000, -59000, 2, 2}).size(), 16u);
-    // Beyond the extent there is nothing.
+    // Pixels outside the extent are transparent.
     EXPECT_EQ(Pixels(wide, {60010, 0, 1, 1}), std::vector<float>(4, 0.0f));
 }
 
-TEST(BlurLimitsTest, SigmaOfZeroGivesTheVeryInput) {
+TEST(BlurLimitsTest, ZeroOrNaNSigmaReturnsTheInput) {
     const ImageRef image = RandomImage(2, 2);
     EXPECT_EQ(MakeGaussianBlurImage(image, 0), image);
     EXPECT_EQ(MakeGaussianBlurImage(image, std::nan("")), image);
 }
 
-TEST(BlurLimitsTest, SmallestSigmaChangesNothing) {
+TEST(BlurLimitsTest, TinySigmaChangesNoBit) {
     const ImageRef image = RandomImage(8, 8);
     for (double sigma : {1e-3, 1e-20, 1e-300, 5e-324}) {
         EXPECT_EQ(Pixels(MakeGaussianBlurImage(image, sigma), {0, 0, 8, 8}), Pixels(image, {0, 0, 8, 8})) << sigma;

@@ -1,4 +1,14 @@
-// box_and_disc_test.cpp - flat blurs against sums over all pixels in doubles, and what must hold for any width.
+// box_and_disc_test.cpp - compares box and disc blurs with sums over all pixels in doubles, and tests their limits.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
 
 #include "blur/blur.h"
 #include "support/oracle.h"
@@ -9,9 +19,9 @@ using namespace oracle;
 
 using Weight = std::function<double(std::int64_t x, std::int64_t y)>;
 
-// Compares an image with the mean of a source under weights that reach so far, at some pixels on and around the source.
-void ExpectWeighed(const ImageRef& image, const Source& source, std::int64_t reach, const Weight& weight,
-                   Random& random) {
+// Compares an image with the weighted mean of a source at random pixels in and around it. Weights are 0 beyond reach.
+void ExpectWeightedMean(const ImageRef& image, const Source& source, std::int64_t reach, const Weight& weight,
+                        Random& random) {
     double sum = 0;
     for (std::int64_t y = -reach; y <= reach; ++y) {
         for (std::int64_t x = -reach; x <= reach; ++x) sum += weight(x, y);
@@ -32,26 +42,26 @@ void ExpectWeighed(const ImageRef& image, const Source& source, std::int64_t rea
     }
 }
 
-TEST(BoxBlurTest, IsTheMeanOfASquareOfOddWidth) {
+TEST(BoxBlurTest, AveragesASquareOfOddWidth) {
     Random random;
     for (const double radius : {3.0, 4.9, 5.0, 21.0, 40.0, 64.9, 65.0, 67.0, 100.0, 301.0}) {
         const Source source = RandomSource(random);
         const auto reach = static_cast<std::int64_t>((radius - 1) / 2);
         const ImageRef image = Output("CIBoxBlur", source.image, {{"inputRadius", {radius}}});
         EXPECT_EQ(image->GetExtent(), Extent::Of(source.region.GrownBy(reach))) << radius;
-        ExpectWeighed(
+        ExpectWeightedMean(
             image, source, reach, [](auto, auto) { return 1.0; }, random);
     }
 }
 
-TEST(BoxBlurTest, ForFortyAPixelIsSpreadOverThirtyNine) {
+TEST(BoxBlurTest, RadiusFortySpreadsAPixelOverThirtyNine) {
     const Source dot = SourceOf({0, 0, 1, 1}, {1, 1, 1, 1});
     const ImageRef image = Output("CIBoxBlur", dot.image, {{"inputRadius", {40}}});
     EXPECT_EQ(image->GetExtent(), (Extent{-19, -19, 20, 20}));
     for (const float number : Pixels(image, {-19, -19, 39, 39})) EXPECT_FLOAT_EQ(number, 1 / (39.0f * 39.0f));
 }
 
-TEST(DiscBlurTest, IsTheMeanOfADiscWithASoftRim) {
+TEST(DiscBlurTest, AveragesADiscWithASoftRim) {
     Random random;
     for (const double radius : {0.3, 0.5, 1.0, 2.5, 8.0, 5.9, 6.1, 20.0, 37.7, 100.0}) {
         const Source source = RandomSource(random);
@@ -62,7 +72,7 @@ TEST(DiscBlurTest, IsTheMeanOfADiscWithASoftRim) {
             const double distance = std::hypot(static_cast<double>(x), static_cast<double>(y));
             return std::clamp(radius + 0.5 - distance, 0.0, 1.0);
         };
-        ExpectWeighed(image, source, reach, weight, random);
+        ExpectWeightedMean(image, source, reach, weight, random);
     }
 }
 
@@ -78,7 +88,7 @@ class FlatBlurTest : public testing::TestWithParam<Blur> {
     }
 };
 
-TEST_P(FlatBlurTest, CuttingChangesNoBit) {
+TEST_P(FlatBlurTest, DoesNotDependOnTiling) {
     const ImageRef image = RandomImage(190, 170);
     for (const double radius : {5.0, 21.0, 90.0}) {
         const ImageRef blurred = Blurred(image, radius);
@@ -89,7 +99,7 @@ TEST_P(FlatBlurTest, CuttingChangesNoBit) {
     }
 }
 
-TEST_P(FlatBlurTest, KeepsTheSumOfLight) {
+TEST_P(FlatBlurTest, PreservesTheSumOfLight) {
     const ImageRef image = RandomImage(23, 17);
     const auto sum = [](const std::vector<float>& pixels) {
         double all = 0;
@@ -102,7 +112,7 @@ TEST_P(FlatBlurTest, KeepsTheSumOfLight) {
     }
 }
 
-TEST_P(FlatBlurTest, RadiusWithoutEffectGivesTheVeryInputAndNoImageNone) {
+TEST_P(FlatBlurTest, IdentityRadiusReturnsTheInputAndNoInputGivesNull) {
     const ImageRef image = RandomImage(5, 5);
     for (const double radius : {GetParam().identity, -5.0, std::nan(""), -HUGE_VAL}) {
         EXPECT_EQ(Blurred(image, radius), image) << radius;
@@ -110,8 +120,8 @@ TEST_P(FlatBlurTest, RadiusWithoutEffectGivesTheVeryInputAndNoImageNone) {
     EXPECT_EQ(Output(GetParam().filter, nullptr, {}), nullptr);
 }
 
-TEST_P(FlatBlurTest, WidestBlursOfAnEndlessPatternAreItsMeanAndTakeLittleTime) {
-    // Many squares of both colors wherever the blur looks.
+TEST_P(FlatBlurTest, HugeBlursOfAnInfinitePatternGiveItsMean) {
+    // The blur covers many squares of both colors everywhere.
     const ImageRef board = Generated(
         "CICheckerboardGenerator",
         {{"inputWidth", {16}}, {"inputSharpness", {1}}, {"inputColor0", {1, 1, 1, 1}}, {"inputColor1", {0, 0, 0, 1}}});
@@ -122,11 +132,11 @@ TEST_P(FlatBlurTest, WidestBlursOfAnEndlessPatternAreItsMeanAndTakeLittleTime) {
     }
 }
 
-TEST_P(FlatBlurTest, AnyNumbersGiveFinitePixels) {
+TEST_P(FlatBlurTest, HostileNumbersGiveFinitePixels) {
     const ImageRef image = RandomImage(5, 3);
     for (const double number : kHostile) {
-        ExpectSound(Blurred(image, number));
-        ExpectSound(Blurred(MakeCroppedImage(image, {}), number));
+        ExpectFinite(Blurred(image, number));
+        ExpectFinite(Blurred(MakeCroppedImage(image, {}), number));
     }
 }
 

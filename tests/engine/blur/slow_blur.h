@@ -1,12 +1,17 @@
-// slow_blur.h - a Gaussian blur that is slow and obvious: doubles, weights to eight sigma, rows first and then columns.
+// slow_blur.h - a slow and obvious Gaussian blur in doubles: weights out to eight sigmas, rows first, then columns.
 
 #pragma once
+
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
 
 #include "support/oracle.h"
 
 namespace oracle {
 
-// A function over the plane, blurred: all pixels of a region. A sigma of 0 blurs nothing.
+// Blurs a function over the plane for all pixels of a region. A sigma of 0 does not blur.
 class SlowGaussian {
   public:
     SlowGaussian(const Slow& function, double sigma, const Region& region) : region_(region) {

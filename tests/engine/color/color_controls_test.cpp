@@ -1,10 +1,13 @@
-// color_controls_test.cpp - color controls against the three formulas one after the other, in doubles, on divided colors.
+// color_controls_test.cpp - compares color controls with the three formulas applied in turn to unpremultiplied doubles.
 
 #include "color/color.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <vector>
 
 #include "support/engine_images.h"
 
@@ -12,7 +15,7 @@ namespace {
 
 using namespace core_image;
 
-// The color of one pixel, step by step.
+// Computes the color of one pixel step by step.
 void Slow(const float* pixel, double saturation, double brightness, double contrast, double* result) {
     const double alpha = pixel[3];
     double color[3];
@@ -25,7 +28,7 @@ void Slow(const float* pixel, double saturation, double brightness, double contr
     result[3] = alpha;
 }
 
-TEST(ColorControlsTest, IsThatOfTheFormulas) {
+TEST(ColorControlsTest, MatchesTheFormulas) {
     const Region region = {0, 0, 32, 32};
     const ImageRef image = RandomImage(32, 32);
     const std::vector<float> source = Pixels(image, region);
@@ -43,7 +46,7 @@ TEST(ColorControlsTest, IsThatOfTheFormulas) {
                     double slow[4];
                     Slow(&source[index], saturation, brightness, contrast, slow);
                     for (std::size_t channel = 0; channel < 4; ++channel) {
-                        // Relative to what is added up, not to what remains of it.
+                        // The tolerance is relative to the terms of the sum, not to the sum, in which they may cancel.
                         ASSERT_NEAR(fast[index + channel], slow[channel],
                                     1e-5 * std::max(1.0, contrast) * std::max(1.0, saturation));
                     }

@@ -1,8 +1,14 @@
-// color_map_test.cpp - colors out of a gradient image, against a search of the row in doubles.
+// color_map_test.cpp - compares color maps with a lookup in the lowest row of the gradient in doubles.
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <vector>
 
 #include "generator/generator.h"
 #include "geometry/geometry.h"
@@ -16,7 +22,7 @@ FilterValues MapOn(const ImageRef& image, const ImageRef& gradient) {
     return FilterValues().Image("inputImage", image).Image("inputGradientImage", gradient);
 }
 
-TEST(ColorMapTest, IsTheLowestRowOfTheGradientAtTheLuminance) {
+TEST(ColorMapTest, ReadsTheLowestRowOfTheGradientAtTheLuminance) {
     const ImageRef image = OutOfRangeImage(21), gradient = InRangeImage(22);
     const std::vector<float> row = Pixels(gradient, {kOffsetRegion.x, kOffsetRegion.y, kOffsetRegion.width, 1});
     const auto last = static_cast<double>(kOffsetRegion.width - 1);
@@ -33,18 +39,18 @@ TEST(ColorMapTest, IsTheLowestRowOfTheGradientAtTheLuminance) {
             };
             return Slow{at(0), at(1), at(2), at(3)};
         },
-        // A pixel of the row is 1/61 of the way: rounding of the place counts as often.
+        // The row has 61 pixels, so a rounding error of the luminance counts 61 times.
         1e-4);
 }
 
-TEST(ColorMapTest, OnePixelIsOneColor) {
+TEST(ColorMapTest, OnePixelGradientGivesOneColor) {
     const ImageRef result =
         MapOn(OnePixel(0.25f, 0.25f, 0.25f, 0.5f), OnePixel(0.5f, 0, 0.25f, 0.5f)).Output("CIColorMap");
     ExpectNear(Pixels(result, {0, 0, 2, 1}), {0.25, 0, 0.125, 0.25, 0, 0, 0, 0});
 }
 
-// Half of the way from black to white, as a picture stores them, is 0.2140 of the light.
-TEST(ColorMapTest, BetweenThePixelsOfAPictureLiesTheMeanOfWhatIsStored) {
+// Halfway between black and white in stored values is 0.2140 in linear light.
+TEST(ColorMapTest, InterpolatesStoredValuesOfAPicture) {
     const auto bytes =
         std::make_shared<std::vector<std::uint8_t>>(std::vector<std::uint8_t>{0, 0, 0, 255, 255, 255, 255, 255});
     BitmapSource source;
@@ -57,16 +63,16 @@ TEST(ColorMapTest, BetweenThePixelsOfAPictureLiesTheMeanOfWhatIsStored) {
                {0.2140411, 0.2140411, 0.2140411, 1}, 2e-6);
 }
 
-TEST(ColorMapTest, GradientsOfNoWidthOrNoEndGiveNothing) {
-    const ImageRef image = OnePixel(1, 1, 1, 1), endless = MakeConstantImage({1, 1, 1, 1});
+TEST(ColorMapTest, EmptyHugeOrInfiniteGradientsGiveNull) {
+    const ImageRef image = OnePixel(1, 1, 1, 1), infinite = MakeConstantImage({1, 1, 1, 1});
     const double infinity = std::numeric_limits<double>::infinity();
     EXPECT_EQ(MapOn(image, nullptr).Output("CIColorMap"), nullptr);
     EXPECT_EQ(MapOn(nullptr, image).Output("CIColorMap"), nullptr);
-    EXPECT_EQ(MapOn(image, endless).Output("CIColorMap"), nullptr);
+    EXPECT_EQ(MapOn(image, infinite).Output("CIColorMap"), nullptr);
     EXPECT_EQ(MapOn(image, MakeCroppedImage(image, {5, 5, 6, 6})).Output("CIColorMap"), nullptr);
-    EXPECT_EQ(MapOn(image, MakeCroppedImage(endless, {0, -infinity, 9, infinity})).Output("CIColorMap"), nullptr);
-    EXPECT_EQ(MapOn(image, MakeCroppedImage(endless, {0, 0, 1e9, 1})).Output("CIColorMap"), nullptr);
-    EXPECT_NE(MapOn(image, MakeCroppedImage(endless, {0, 0, 9, infinity})).Output("CIColorMap"), nullptr);
+    EXPECT_EQ(MapOn(image, MakeCroppedImage(infinite, {0, -infinity, 9, infinity})).Output("CIColorMap"), nullptr);
+    EXPECT_EQ(MapOn(image, MakeCroppedImage(infinite, {0, 0, 1e9, 1})).Output("CIColorMap"), nullptr);
+    EXPECT_NE(MapOn(image, MakeCroppedImage(infinite, {0, 0, 9, infinity})).Output("CIColorMap"), nullptr);
 }
 
 }  // namespace

@@ -1,8 +1,11 @@
-// cube_test.cpp - cubes against the mean of eight texels in doubles, and what is no cube.
+// cube_test.cpp - compares color cubes with the interpolation of eight texels in doubles, and tests unusable cubes.
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <vector>
 
 #include "support/point_oracle.h"
 
@@ -12,7 +15,7 @@ using namespace core_image;
 
 double Level(double value) { return std::floor(std::clamp(value, 0.0, 1.0) * 255 + 0.5) / 255; }
 
-// The mean of the texels around a color of 0...1; a channel at a time.
+// Interpolates a channel of the eight texels around a color in 0...1.
 double LookUp(const std::vector<float>& texels, int dimension, const double* color, int channel) {
     double sum = 0;
     for (int corner = 0; corner < 8; ++corner) {
@@ -46,7 +49,7 @@ Slow SlowCube(const std::vector<float>& texels, int dimension, const Slow& pixel
     return {found[0] * c.alpha, found[1] * c.alpha, found[2] * c.alpha, found[3] * c.alpha};
 }
 
-// Premultiplied texels at random.
+// Returns random premultiplied texels.
 std::vector<float> RandomTexels(int dimension, RandomNumbers& random) {
     std::vector<float> texels;
     for (int index = 0; index < dimension * dimension * dimension; ++index) {
@@ -66,7 +69,7 @@ FilterValues CubeValues(const ImageRef& image, const std::vector<float>& texels,
 
 class CubeTest : public testing::TestWithParam<int> {};
 
-TEST_P(CubeTest, IsTheMeanOfTheEightTexelsAround) {
+TEST_P(CubeTest, InterpolatesTheEightNearestTexels) {
     RandomNumbers random(static_cast<unsigned>(GetParam()));
     const std::vector<float> texels = RandomTexels(GetParam(), random);
     const ImageRef image = OutOfRangeImage(3);
@@ -76,9 +79,9 @@ TEST_P(CubeTest, IsTheMeanOfTheEightTexelsAround) {
     });
 }
 
-// Why ten times as much: where neighboring texels differ, the table is as steep as it has cells, and the curve of sRGB comes
-// on top of that.
-TEST_P(CubeTest, InSRGBIsLookedUpAndTakenEncoded) {
+// The tolerance is ten times the usual one: between texels the slope of the table grows with its dimension, and the
+// curve of sRGB makes it steeper.
+TEST_P(CubeTest, SRGBCubeUsesEncodedColors) {
     RandomNumbers random(static_cast<unsigned>(GetParam()) + 100);
     const std::vector<float> texels = RandomTexels(GetParam(), random);
     const ImageRef image = OutOfRangeImage(4);
@@ -92,12 +95,12 @@ TEST_P(CubeTest, InSRGBIsLookedUpAndTakenEncoded) {
 
 INSTANTIATE_TEST_SUITE_P(Dimensions, CubeTest, testing::Values(2, 3, 5, 17, 32));
 
-TEST(CubeTest, TableIsRoundedToBytesAndRedRunsFastest) {
+TEST(CubeTest, TexelsAreRoundedToBytesAndRedVariesFastest) {
     std::vector<float> texels(32, 0.0f);
     for (std::size_t index = 0; index < 8; ++index) texels[4 * index + 3] = 1;
-    texels[4 * 1] = 0.1f;      // of pure red, its red
-    texels[4 * 2 + 1] = 0.5f;  // of pure green, its green
-    texels[4 * 4 + 2] = 2;     // of pure blue, its blue
+    texels[4 * 1] = 0.1f;      // the red of pure red
+    texels[4 * 2 + 1] = 0.5f;  // the green of pure green
+    texels[4 * 4 + 2] = 2;     // the blue of pure blue
     const auto found = [&](float red, float green, float blue) {
         const ImageRef image = OnePixel(red, green, blue, 1);
         return PixelOf(CubeValues(image, texels, 2).Output("CIColorCube"));
@@ -109,7 +112,7 @@ TEST(CubeTest, TableIsRoundedToBytesAndRedRunsFastest) {
     ExpectNear(found(0.5f, 0.5f, 0), {6.5 / 255, 32.0 / 255, 0, 1});
 }
 
-TEST(CubeTest, WithoutASpaceOrInALinearOneIsThePlainCube) {
+TEST(CubeTest, NoSpaceOrALinearSpaceMatchesThePlainCube) {
     RandomNumbers random(9);
     const std::vector<float> texels = RandomTexels(4, random);
     const ImageRef image = InRangeImage(5);
@@ -121,7 +124,7 @@ TEST(CubeTest, WithoutASpaceOrInALinearOneIsThePlainCube) {
     EXPECT_EQ(Pixels(linear.Output("CIColorCubeWithColorSpace"), kOffsetRegion), plain);
 }
 
-TEST(CubeTest, DataTooShortDimensionsOfNoCubeAndForeignSpacesGiveNothing) {
+TEST(CubeTest, ShortDataUnusableDimensionsAndUnknownSpacesGiveNull) {
     const ImageRef image = OnePixel(1, 1, 1, 1);
     const std::vector<float> texels(33, 1.0f);
     EXPECT_NE(CubeValues(image, texels, 2).Output("CIColorCube"), nullptr);
@@ -134,12 +137,12 @@ TEST(CubeTest, DataTooShortDimensionsOfNoCubeAndForeignSpacesGiveNothing) {
     EXPECT_EQ(foreign.Output("CIColorCubeWithColorSpace"), nullptr);
 }
 
-TEST(CubeTest, PixelsAndTexelsThatAreNoNumbersAreTakenAsBlack) {
-    const float none = std::nanf("");
-    std::vector<float> texels(32, none);
+TEST(CubeTest, NaNInPixelsAndTexelsReadsAsZero) {
+    const float nan = std::nanf("");
+    std::vector<float> texels(32, nan);
     texels[0] = 1;
-    ExpectNear(PixelOf(CubeValues(OnePixel(none, none, none, 1), texels, 2).Output("CIColorCube")), {1, 0, 0, 0});
-    ExpectNear(PixelOf(CubeValues(OnePixel(1, 1, 1, none), texels, 2).Output("CIColorCube")), {0, 0, 0, 0});
+    ExpectNear(PixelOf(CubeValues(OnePixel(nan, nan, nan, 1), texels, 2).Output("CIColorCube")), {1, 0, 0, 0});
+    ExpectNear(PixelOf(CubeValues(OnePixel(1, 1, 1, nan), texels, 2).Output("CIColorCube")), {0, 0, 0, 0});
 }
 
 }  // namespace

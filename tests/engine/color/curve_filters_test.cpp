@@ -1,9 +1,12 @@
-// curve_filters_test.cpp - the filters that bend colors, against their formulas in doubles.
+// curve_filters_test.cpp - compares the nonlinear color filters with their formulas in doubles.
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstddef>
+#include <vector>
 
 #include "support/point_oracle.h"
 
@@ -26,8 +29,8 @@ TEST(GammaTest, RaisesColorsToThePower) {
                {0.0625, 0.25, 1, 1});
 }
 
-// Every power of two and what lies between, down to the smallest numbers that the engine treats as light.
-// Why a growing tolerance: a power is computed by its logarithm, whose error is in proportion to its size.
+// Covers every power of two and values between them, down to the smallest that the engine does not treat as black. The
+// tolerance grows with the logarithm, because powers are computed by logarithms and have a proportional error.
 TEST(GammaTest, IsAccurateFromDarkToBright) {
     for (const double power : {0.25, 0.75, 1.8, 3.0, 4.0}) {
         for (double light = 1e-8; light < 1e6; light *= 1.37) {
@@ -41,7 +44,7 @@ TEST(GammaTest, IsAccurateFromDarkToBright) {
     }
 }
 
-TEST(GammaTest, PowerZeroIsWhiteWhereTheImageIs) {
+TEST(GammaTest, ZeroPowerGivesWhiteInsideTheImage) {
     const ImageRef image = OnePixel(0, 0.2f, 0.5f, 0.5f);
     ExpectNear(PixelOf(On(image).Number("inputPower", 0).Output("CIGammaAdjust")), {0.5, 0.5, 0.5, 0.5});
     ExpectNear(PixelOf(On(OnePixel(0, 0, 0, 0)).Number("inputPower", 0).Output("CIGammaAdjust")), {0, 0, 0, 0});
@@ -63,14 +66,14 @@ TEST(ClampTest, KeepsEveryChannelWithinItsLimits) {
     }
 }
 
-TEST(ClampTest, LeastAlphaShowsEverywhere) {
+TEST(ClampTest, PositiveMinimumAlphaMakesTheImageInfinite) {
     FilterValues values = On(OnePixel(2, -1, 0.5f, 1));
     values.Vector("inputMinComponents", {0.1, 0.2, 0, 0.5}).Vector("inputMaxComponents", {0.8, 1, 1, 1});
     const ImageRef result = values.Output("CIColorClamp");
     ExpectNear(Pixels(result, {0, 0, 2, 1}), {0.8, 0.2, 0.5, 1, 0.05, 0.1, 0, 0.5});
 }
 
-TEST(PosterizeTest, TakesTheNearestLevel) {
+TEST(PosterizeTest, RoundsToTheNearestLevel) {
     const auto result = [](double levels) {
         return PixelOf(On(OnePixel(0.24f, 0.26f, 0.9f, 1)).Number("inputLevels", levels).Output("CIColorPosterize"));
     };
@@ -82,8 +85,8 @@ TEST(PosterizeTest, TakesTheNearestLevel) {
     ExpectNear(result(-5), {0, 0, 0, 1});
 }
 
-// Where a value lies in the middle between two levels, either of them is right.
-TEST(PosterizeTest, IsThatOfTheFormula) {
+// Skips values that are halfway between two levels, where either level is correct.
+TEST(PosterizeTest, MatchesTheFormula) {
     const ImageRef image = OutOfRangeImage(13);
     const std::vector<float> source = Pixels(image, kOffsetRegion);
     for (const double levels : {2.0, 6.0, 7.5, 30.0}) {
@@ -99,7 +102,7 @@ TEST(PosterizeTest, IsThatOfTheFormula) {
     }
 }
 
-TEST(MonochromeTest, ShadesRunFromBlackOverTheColorToWhite) {
+TEST(MonochromeTest, ShadesRunFromBlackThroughTheColorToWhite) {
     const auto result = [](float gray, double intensity) {
         FilterValues values = On(OnePixel(gray, gray, gray, 1));
         values.Vector("inputColor", {1, 0, 1, 1}).Number("inputIntensity", intensity);
@@ -113,7 +116,7 @@ TEST(MonochromeTest, ShadesRunFromBlackOverTheColorToWhite) {
     ExpectNear(result(0.75f, 0.5), {0.875, 0.625, 0.875, 1});
 }
 
-TEST(MonochromeTest, IsThatOfTheFormula) {
+TEST(MonochromeTest, MatchesTheFormula) {
     const ImageRef image = OutOfRangeImage(14);
     RandomNumbers random(140);
     for (const double intensity : {0.3, 1.0, 1.7}) {
@@ -135,7 +138,7 @@ TEST(MonochromeTest, IsThatOfTheFormula) {
     }
 }
 
-TEST(PolynomialTest, IsACubicOfEachChannel) {
+TEST(PolynomialTest, EvaluatesACubicPerChannel) {
     const ImageRef image = OutOfRangeImage(15);
     RandomNumbers random(150);
     for (int round = 0; round < 10; ++round) {
@@ -158,7 +161,7 @@ TEST(PolynomialTest, IsACubicOfEachChannel) {
     }
 }
 
-TEST(CrossPolynomialTest, IsAQuadricOfTheThreeColors) {
+TEST(CrossPolynomialTest, EvaluatesAQuadraticOfTheThreeColors) {
     const ImageRef image = OutOfRangeImage(16);
     RandomNumbers random(160);
     for (int round = 0; round < 10; ++round) {
@@ -180,7 +183,7 @@ TEST(CrossPolynomialTest, IsAQuadricOfTheThreeColors) {
     }
 }
 
-TEST(CrossPolynomialTest, MissingCoefficientsAreZeroAndConstantsStayInside) {
+TEST(CrossPolynomialTest, MissingCoefficientsAreZeroAndConstantsKeepTheExtent) {
     FilterValues values = On(OnePixel(0.5f, 0.25f, 1, 1));
     values.Vector("inputRedCoefficients", {0, 2}).Vector("inputGreenCoefficients", {0, 0, 0, 0, 0, 0, 0, 0, 1});
     values.Vector("inputBlueCoefficients", {0, 0, 0, 0, 0, 0, 0, 0, 0, 0.75});

@@ -1,8 +1,11 @@
-// linear_filters_test.cpp - exposure, inversion, color matrix and false color against their formulas in doubles.
+// linear_filters_test.cpp - compares exposure, inversion, color matrix and false color with their formulas in doubles.
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <vector>
 
 #include "support/point_oracle.h"
 
@@ -26,7 +29,7 @@ TEST(ExposureTest, DoublesWithEachStop) {
                {0.2, 0.4, 0.6, 0.5});
 }
 
-TEST(InvertTest, TurnsEachColorAboutOneHalf) {
+TEST(InvertTest, ReflectsEachColorAboutOneHalf) {
     const ImageRef image = OutOfRangeImage(2);
     ExpectPixels(On(image).Output("CIColorInvert"), {image}, [](const auto& in) {
         const Slow c = Unpremultiplied(in[0]);
@@ -35,13 +38,13 @@ TEST(InvertTest, TurnsEachColorAboutOneHalf) {
     ExpectNear(PixelOf(On(OnePixel(0.1f, 0.25f, 2, 0.5f)).Output("CIColorInvert")), {0.4, 0.25, -1.5, 0.5});
 }
 
-TEST(InvertTest, TwiceIsTheInput) {
+TEST(InvertTest, AppliedTwiceRestoresTheInput) {
     const ImageRef image = OutOfRangeImage(3);
     ExpectPixels(On(On(image).Output("CIColorInvert")).Output("CIColorInvert"), {image},
                  [](const auto& in) { return in[0]; });
 }
 
-// The five vectors of a color matrix.
+// Returns the inputs of a color matrix with its five vectors.
 FilterValues MatrixOn(const ImageRef& image, const std::vector<std::vector<double>>& v) {
     FilterValues values = On(image);
     values.Vector("inputRVector", v[0]).Vector("inputGVector", v[1]).Vector("inputBVector", v[2]);
@@ -56,13 +59,13 @@ Slow SlowMatrix(const Slow& pixel, const std::vector<std::vector<double>>& v) {
     return Premultiplied({row(0), row(1), row(2), std::max(row(3), 0.0)});
 }
 
-TEST(ColorMatrixTest, IsTheProductsAndTheBiasOfDividedColors) {
+TEST(ColorMatrixTest, MultipliesUnpremultipliedColorsAndAddsTheBias) {
     const ImageRef image = OutOfRangeImage(4);
     RandomNumbers random(40);
     for (int round = 0; round < 20; ++round) {
         std::vector<std::vector<double>> vectors;
         for (int row = 0; row < 5; ++row) vectors.push_back(random.List(4, -1, 1));
-        // Half of them leave alpha apart, which is another way through the engine.
+        // Every other round treats alpha separately from the colors, which takes another path through the engine.
         if (round % 2 == 0) {
             vectors[3] = {0, 0, 0, random(0, 1.5)};
             vectors[0][3] = vectors[1][3] = vectors[2][3] = vectors[4][3] = 0;
@@ -80,7 +83,7 @@ TEST(ColorMatrixTest, AlphaMayExceedOneAndMultipliesTheColors) {
                {0.25, 1.625, 0.75, 1.25});
 }
 
-TEST(ColorMatrixTest, BiasWithAlphaShowsEverywhere) {
+TEST(ColorMatrixTest, AlphaBiasMakesTheImageInfinite) {
     const std::vector<std::vector<double>> vectors = {
         {1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}, {0.25, 0.5, 1, 0.5}};
     const ImageRef result = MatrixOn(OnePixel(0, 0, 0, 0), vectors).Output("CIColorMatrix");
@@ -88,7 +91,7 @@ TEST(ColorMatrixTest, BiasWithAlphaShowsEverywhere) {
     ExpectNear(Pixels(result, {-1000, 7, 1, 1}), {0.125, 0.25, 0.5, 0.5});
 }
 
-TEST(FalseColorTest, RunsFromTheFirstColorToTheSecondWithLuminance) {
+TEST(FalseColorTest, InterpolatesBetweenTheColorsByLuminance) {
     const ImageRef image = OutOfRangeImage(5);
     RandomNumbers random(50);
     for (int round = 0; round < 5; ++round) {
@@ -107,7 +110,7 @@ TEST(FalseColorTest, RunsFromTheFirstColorToTheSecondWithLuminance) {
     }
 }
 
-TEST(FalseColorTest, BlackIsTheFirstColorAndWhiteTheSecond) {
+TEST(FalseColorTest, BlackBecomesTheFirstColorAndWhiteTheSecond) {
     const auto result = [](float gray) {
         FilterValues values = On(OnePixel(gray, gray, gray, 1));
         return PixelOf(
@@ -118,8 +121,8 @@ TEST(FalseColorTest, BlackIsTheFirstColorAndWhiteTheSecond) {
     ExpectNear(result(0.25f), {0.75, 0.25, 0, 1});
 }
 
-// A matrix upon a matrix is one, which leaves no trace in the result.
-TEST(LinearFiltersTest, OneUponTheOtherIsWhatBothAreInTurn) {
+// The engine merges consecutive color matrices into one, which must not change the result.
+TEST(LinearFiltersTest, MergingConsecutiveFiltersKeepsTheResult) {
     const ImageRef image = OutOfRangeImage(17);
     const ImageRef first = FilterValues().Image("inputImage", image).Number("inputEV", 1.3).Output("CIExposureAdjust");
     const ImageRef both = FilterValues().Image("inputImage", first).Output("CIColorInvert");
@@ -131,7 +134,7 @@ TEST(LinearFiltersTest, OneUponTheOtherIsWhatBothAreInTurn) {
     });
 }
 
-TEST(LinearFiltersTest, WhatIsLimitedBetweenTwoStaysSo) {
+TEST(LinearFiltersTest, MergingKeepsTheLimitBetweenTwoFilters) {
     ImageRef image = OnePixel(0, 2, 4, 1);
     for (const double stops : {120.0, -120.0})
         image = FilterValues().Image("inputImage", image).Number("inputEV", stops).Output("CIExposureAdjust");

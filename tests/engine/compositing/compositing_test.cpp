@@ -1,8 +1,11 @@
-// compositing_test.cpp - sums, blend modes and masks against their formulas in doubles, and what they do without an image.
+// compositing_test.cpp - compares addition, blend modes and masks with formulas in doubles, and tests missing images.
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <functional>
+#include <limits>
 
 #include "generator/generator.h"
 #include "geometry/geometry.h"
@@ -18,10 +21,10 @@ FilterValues Over(const ImageRef& source, const ImageRef& background) {
 
 double Clip(double value) { return std::clamp(value, 0.0, 1.0); }
 
-// A blend mode of one color: background first.
+// A blend mode of one color channel; the background comes first.
 using Mode = double (*)(double b, double s);
 
-// The whole of a blend mode, from pixels that are clipped first.
+// Clips two pixels and blends them by a mode.
 Slow Blended(Slow b, Slow s, const std::function<Slow(const Slow& b, const Slow& s)>& mode) {
     for (Slow* pixel : {&b, &s}) {
         pixel->alpha = Clip(pixel->alpha);
@@ -50,8 +53,9 @@ const struct {
     {"CIExclusionBlendMode", [](double b, double s) { return b + s - 2 * b * s; }},
 };
 
-// Why ten times as much: burning and dodging divide by what may be small, and floats that are nearly 1 tell no more of it.
-TEST(BlendModeTest, IsThatOfTheFormulaWhereBothAreAndTheImageWhereOneIs) {
+// The tolerance is ten times the usual one: burning and dodging divide by values that may be small, and floats near 1
+// have few digits left for their distance to 1.
+TEST(BlendModeTest, MatchesTheFormulaInsideAndOutsideTheOverlap) {
     const ImageRef source = OutOfRangeImage(31);
     const ImageRef background = MakeCroppedImage(OutOfRangeImage(32), {9, -100, 50, 100});
     for (const auto& [filter, mode] : kModes) {
@@ -65,7 +69,7 @@ TEST(BlendModeTest, IsThatOfTheFormulaWhereBothAreAndTheImageWhereOneIs) {
     }
 }
 
-// Hue and saturation by their own definitions, in degrees of a sixth.
+// Returns a color with the hue and the HSL saturation of another color and the given lightness.
 Slow ColorOfLightness(const Slow& hue, double lightness) {
     const double most = std::max({hue.red, hue.green, hue.blue}), least = std::min({hue.red, hue.green, hue.blue});
     const double chroma = most - least;
@@ -82,7 +86,7 @@ Slow ColorOfLightness(const Slow& hue, double lightness) {
     return {part[0] + m, part[1] + m, part[2] + m, 0};
 }
 
-TEST(BlendModeTest, ColorTakesHueAndSaturationOfTheImageAndLightnessOfTheBackground) {
+TEST(BlendModeTest, ColorModeTakesHueAndSaturationFromTheImageAndLightnessFromTheBackground) {
     const ImageRef source = InRangeImage(33), background = InRangeImage(34);
     ExpectPixels(
         Over(source, background).Output("CIColorBlendMode"), {background, source},
@@ -95,7 +99,7 @@ TEST(BlendModeTest, ColorTakesHueAndSaturationOfTheImageAndLightnessOfTheBackgro
         1e-4);
 }
 
-TEST(BlendModeTest, OpaqueColorsComputedByHand) {
+TEST(BlendModeTest, OpaqueColorsMatchHandComputedValues) {
     const auto blend = [](const char* filter) {
         return PixelOf(Over(OnePixel(0.5f, 0.25f, 1, 1), OnePixel(0.75f, 0.5f, 0.25f, 1)).Output(filter));
     };
@@ -104,12 +108,13 @@ TEST(BlendModeTest, OpaqueColorsComputedByHand) {
     ExpectNear(blend("CIDarkenBlendMode"), {0.5, 0.25, 0.25, 1});
     ExpectNear(blend("CIDifferenceBlendMode"), {0.25, 0.25, 0.75, 1});
     ExpectNear(blend("CIExclusionBlendMode"), {0.5, 0.5, 0.75, 1});
-    // Lightness 0.5 leaves room of 0.5 on both sides, 0.625 of 0.375: 0.5 + (color - 0.625) * 0.5 / 0.375.
+    // Lightness 0.5 has a range of 0.5 on both sides, lightness 0.625 one of 0.375, so each channel is
+    // 0.5 + (color - 0.625) * 0.5 / 0.375.
     ExpectNear(blend("CIColorBlendMode"), {1.0 / 3, 0, 1, 1});
     ExpectNear(blend("CIAdditionCompositing"), {1.25, 0.75, 1.25, 2});
 }
 
-TEST(BlendModeTest, BlackAndWhiteAtTheEndsOfBurnAndDodge) {
+TEST(BlendModeTest, BurnAndDodgeHandleBlackAndWhite) {
     const auto blend = [](const char* filter, float s, float b) {
         return PixelOf(Over(OnePixel(s, s, s, 1), OnePixel(b, b, b, 1)).Output(filter))[0];
     };
@@ -138,7 +143,7 @@ TEST(BlendModeTest, OutsideOneImageTheOtherIsUnchanged) {
     }
 }
 
-TEST(AdditionTest, AddsPremultipliedPixelsAndAlphaUnclipped) {
+TEST(AdditionTest, AddsPremultipliedPixelsAndAlphaWithoutClipping) {
     const ImageRef source = OutOfRangeImage(37), background = OutOfRangeImage(38);
     ExpectPixels(Over(source, background).Output("CIAdditionCompositing"), {source, background}, [](const auto& in) {
         return Slow{in[0].red + in[1].red, in[0].green + in[1].green, in[0].blue + in[1].blue,
@@ -146,7 +151,7 @@ TEST(AdditionTest, AddsPremultipliedPixelsAndAlphaUnclipped) {
     });
 }
 
-TEST(MaskTest, GoesFromTheBackgroundToTheImage) {
+TEST(MaskTest, BlendsFromTheBackgroundToTheImage) {
     const ImageRef source = OutOfRangeImage(41), background = OutOfRangeImage(42);
     const ImageRef mask = MakeCroppedImage(OutOfRangeImage(43), {7, 0, 60, 30});
     for (const bool byAlpha : {false, true}) {
@@ -162,7 +167,7 @@ TEST(MaskTest, GoesFromTheBackgroundToTheImage) {
     }
 }
 
-TEST(MaskTest, ReachesOverTheBackgroundAndTheImageInsideTheMask) {
+TEST(MaskTest, ExtentCoversTheBackgroundAndTheImageInsideTheMask) {
     const ImageRef all = MakeConstantImage({1, 1, 1, 1});
     const ImageRef source = MakeCroppedImage(all, {0, 0, 10, 10}), mask = MakeCroppedImage(all, {5, 5, 20, 20});
     const ImageRef background = MakeCroppedImage(all, {-3, -3, 2, 2});
@@ -179,7 +184,7 @@ TEST(MaskTest, ReachesOverTheBackgroundAndTheImageInsideTheMask) {
     }
 }
 
-TEST(MaskTest, FullAndEmptyMasksGiveTheVeryPixels) {
+TEST(MaskTest, FullAndEmptyMasksCopyPixelsExactly) {
     const ImageRef source = InRangeImage(44), background = InRangeImage(45);
     const auto under = [&](float mask) {
         return Over(source, background)
@@ -190,12 +195,12 @@ TEST(MaskTest, FullAndEmptyMasksGiveTheVeryPixels) {
     EXPECT_EQ(Pixels(under(0), kOffsetRegion), Pixels(background, kOffsetRegion));
 }
 
-TEST(CompositingTest, NothingComesOutThatIsNoNumber) {
-    const float none = std::nanf(""), endless = std::numeric_limits<float>::infinity();
+TEST(CompositingTest, HostilePixelsGiveFinitePixels) {
+    const float nan = std::nanf(""), infinity = std::numeric_limits<float>::infinity();
     for (const char* filter : {"CIAdditionCompositing", "CIColorBlendMode", "CIColorBurnBlendMode",
                                "CIColorDodgeBlendMode", "CIDarkenBlendMode", "CIDifferenceBlendMode",
                                "CIExclusionBlendMode", "CIBlendWithMask", "CIBlendWithAlphaMask"}) {
-        for (const float value : {none, endless, -endless, 1e38f, -1e38f, 0.0f}) {
+        for (const float value : {nan, infinity, -infinity, 1e38f, -1e38f, 0.0f}) {
             const ImageRef odd = OnePixel(value, -value, 1, value), usual = OnePixel(0.5f, 0, 1, 1);
             for (const ImageRef& result : {Over(odd, usual).Image("inputMaskImage", usual).Output(filter),
                                            Over(usual, odd).Image("inputMaskImage", odd).Output(filter),

@@ -1,4 +1,12 @@
-// convolution_test.cpp - convolutions against four nested loops, and what must hold for any weights.
+// convolution_test.cpp - compares convolutions with four nested loops in doubles, and tests their limits.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
 
 #include "support/oracle.h"
 
@@ -27,7 +35,7 @@ class ConvolutionTest : public testing::TestWithParam<Shape> {
         const std::int64_t x = GetParam().width / 2, y = GetParam().height / 2;
         return {region.x - x, region.y - y, region.width + 2 * x, region.height + 2 * y};
     }
-    // The sum, before it is limited.
+    // Returns the weighted sum before it is clamped.
     double Sum(const Source& source, const std::vector<double>& weights, std::int64_t x, std::int64_t y,
                std::size_t c) {
         double result = 0;
@@ -43,7 +51,7 @@ class ConvolutionTest : public testing::TestWithParam<Shape> {
     Random random_;
 };
 
-TEST_P(ConvolutionTest, IsTheSumOfWeighedNeighborsLimitedByAlpha) {
+TEST_P(ConvolutionTest, SumsWeightedNeighborsAndClampsToAlpha) {
     for (int round = 0; round < 8; ++round) {
         const Source source = RandomSource(random_);
         const std::vector<double> all = Weights(-0.5, 1);
@@ -58,18 +66,18 @@ TEST_P(ConvolutionTest, IsTheSumOfWeighedNeighborsLimitedByAlpha) {
     }
 }
 
-TEST_P(ConvolutionTest, FirstWeightIsForTheUpperLeftNeighbor) {
+TEST_P(ConvolutionTest, FirstWeightAppliesToTheUpperLeftNeighbor) {
     std::vector<double> all(static_cast<std::size_t>(GetParam().width * GetParam().height));
     all[0] = 1;
     const Source dot = SourceOf({10, 20, 1, 1}, {1, 0.5f, 0.25f, 1});
     const ImageRef image = Convolved(dot.image, all, 0);
-    // The pixel below and to the right of the dot sees it up and to the left.
+    // For the pixel below and to the right, the dot is the upper left neighbor.
     const std::int64_t x = 10 + GetParam().width / 2, y = 20 - GetParam().height / 2;
     EXPECT_EQ(Pixels(image, {x, y, 1, 1}), (std::vector<float>{1, 0.5f, 0.25f, 1}));
     EXPECT_EQ(Pixels(image, {10, 20, 1, 1}), std::vector<float>(4, 0.0f));
 }
 
-TEST_P(ConvolutionTest, MiddleWeightOfOneAloneGivesTheVeryInput) {
+TEST_P(ConvolutionTest, IdentityKernelReturnsTheInput) {
     std::vector<double> all(static_cast<std::size_t>(GetParam().width * GetParam().height));
     all[all.size() / 2] = 1;
     const Source source = RandomSource(random_);
@@ -89,14 +97,14 @@ TEST_P(ConvolutionTest, MovesWithTheImage) {
               Pixels(Convolved(source.image, all, 0), region));
 }
 
-TEST_P(ConvolutionTest, AnyNumbersGiveFinitePixels) {
+TEST_P(ConvolutionTest, HostileNumbersGiveFinitePixels) {
     const Source source = RandomSource(random_);
     for (const double number : kHostile) {
         std::vector<double> all(static_cast<std::size_t>(GetParam().width * GetParam().height), number);
         all[0] = -number;
-        ExpectSound(Convolved(source.image, all, 0));
-        ExpectSound(Convolved(source.image, {number}, number));
-        ExpectSound(Convolved(MakeCroppedImage(source.image, {}), all, number));
+        ExpectFinite(Convolved(source.image, all, 0));
+        ExpectFinite(Convolved(source.image, {number}, number));
+        ExpectFinite(Convolved(MakeCroppedImage(source.image, {}), all, number));
     }
 }
 
@@ -106,10 +114,10 @@ INSTANTIATE_TEST_SUITE_P(Shapes, ConvolutionTest,
                                          Shape{"CIConvolution9Vertical", 1, 9}),
                          [](const auto& test) { return std::string(test.param.filter); });
 
-TEST(ConvolutionLimitTest, SharpenedEdgeStaysOpaqueAndNoBrighterThanWhite) {
+TEST(ConvolutionLimitTest, SharpenedEdgeIsClampedToOpaqueWhite) {
     const Source white = SourceOf({0, 0, 2, 1}, {1, 1, 1, 1, 0.5f, 0.5f, 0.5f, 1});
     const ImageRef image = Output("CIConvolution3X3", white.image, {{"inputWeights", {0, -1, 0, -1, 5, -1, 0, -1, 0}}});
-    // 5 - 0.5, clipped to 1; alpha 5 - 1, clipped. 5 * 0.5 - 1 = 1.5, clipped.
+    // First pixel: 5 - 0.5, clamped to 1; alpha 5 - 1, clamped to 1. Second pixel: 5 * 0.5 - 1 = 1.5, clamped to 1.
     EXPECT_EQ(Pixels(image, {-1, 0, 3, 1}), (std::vector<float>{0, 0, 0, 0, 1, 1, 1, 1, 1, 1, 1, 1}));
 }
 

@@ -1,7 +1,11 @@
-// cut_test.cpp - a render is the same to the last bit however it is cut and on however many threads.
+// cut_test.cpp - checks that tile sizes, block sizes and the number of threads do not change a single bit of a render.
 
 #include <gtest/gtest.h>
 #include <tbb/global_control.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
 
 #include "blur/blur.h"
 #include "color/color.h"
@@ -15,7 +19,7 @@ using namespace core_image;
 
 constexpr Region kRegion = {-37, -29, 301, 257};
 
-// Two blurs, the wide one over the narrow one, with a crop and colors between.
+// Returns a narrow blur, a crop, color controls and a wide blur.
 ImageRef Chain() {
     const ImageRef narrow = MakeGaussianBlurImage(RandomImage(230, 190), 1.7);
     const ImageRef cropped = MakeCroppedImage(narrow, {3, 5, 201, 177});
@@ -26,7 +30,7 @@ ImageRef Chain() {
     return MakeGaussianBlurImage(ColorControls(Inputs(values, 2)), 9);
 }
 
-TEST(CutTest, TileSizeChangesNoBit) {
+TEST(CutTest, DoesNotDependOnTileSize) {
     const ImageRef image = Chain();
     const std::vector<float> whole = Pixels(image, kRegion, {4096, 4096, 4096});
     for (const Cut& cut : {Cut{}, Cut{4096, 1, 257}, Cut{4096, 301, 1}, Cut{4096, 7, 5}, Cut{4096, 64, 64}}) {
@@ -34,7 +38,7 @@ TEST(CutTest, TileSizeChangesNoBit) {
     }
 }
 
-// Two images and what is made of both, pixel by pixel.
+// Returns a chain of pointwise filters of two images.
 ImageRef PointwiseChain() {
     const ImageRef first = RandomImage(230, 190), second = MakeCroppedImage(RandomImage(211, 230), {3, 7, 190, 230});
     const ImageRef both =
@@ -43,7 +47,7 @@ ImageRef PointwiseChain() {
     return FilterValues().Image("inputImage", bent).Number("inputLevels", 9).Output("CIColorPosterize");
 }
 
-TEST(CutTest, TileSizeChangesNoBitOfWhatIsComputedPixelByPixel) {
+TEST(CutTest, PointwiseChainDoesNotDependOnTileSize) {
     const ImageRef image = PointwiseChain();
     const std::vector<float> whole = Pixels(image, kRegion, {4096, 4096, 4096});
     for (const Cut& cut : {Cut{}, Cut{4096, 1, 257}, Cut{4096, 301, 1}, Cut{4096, 7, 5}, Cut{100, 64, 64}}) {
@@ -51,13 +55,13 @@ TEST(CutTest, TileSizeChangesNoBitOfWhatIsComputedPixelByPixel) {
     }
 }
 
-TEST(CutTest, BlockSizeChangesNoBit) {
+TEST(CutTest, DoesNotDependOnBlockSize) {
     const ImageRef image = Chain();
     const std::vector<float> whole = Pixels(image, kRegion);
     for (std::int64_t edge : {50, 64, 101, 300}) EXPECT_EQ(Pixels(image, kRegion, {edge, 32, 32}), whole) << edge;
 }
 
-TEST(CutTest, NumberOfThreadsChangesNoBit) {
+TEST(CutTest, DoesNotDependOnTheNumberOfThreads) {
     const ImageRef image = Chain();
     const std::vector<float> usual = Pixels(image, kRegion);
     for (std::size_t threads : {1u, 2u, 5u}) {
@@ -66,7 +70,7 @@ TEST(CutTest, NumberOfThreadsChangesNoBit) {
     }
 }
 
-TEST(CutTest, APartIsThatPartOfTheWhole) {
+TEST(CutTest, RegionMatchesThatPartOfTheWhole) {
     const ImageRef image = Chain();
     const std::vector<float> whole = Pixels(image, kRegion);
     const Region part = {11, 13, 3, 1};

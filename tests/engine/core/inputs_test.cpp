@@ -1,10 +1,11 @@
-// inputs_test.cpp - inputs read by key, made finite, and the images that are given back unchanged.
+// inputs_test.cpp - tests reading inputs by key, making them finite, and returning the input for identity settings.
 
 #include "core/inputs.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
 
 #include "color/color.h"
 #include "geometry/geometry.h"
@@ -14,7 +15,7 @@ namespace {
 
 using namespace core_image;
 
-constexpr double kEndless = std::numeric_limits<double>::infinity();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 double Number(double value) {
     InputValue input;
@@ -23,15 +24,15 @@ double Number(double value) {
     return Inputs(&input, 1).GetNumber("inputRadius");
 }
 
-TEST(InputsTest, NumbersAreFinite) {
+TEST(InputsTest, NumbersAreMadeFinite) {
     EXPECT_EQ(Number(2.5), 2.5);
     EXPECT_EQ(Number(std::nan("")), 0);
-    EXPECT_EQ(Number(kEndless), kLargestNumber);
+    EXPECT_EQ(Number(kInfinity), kLargestNumber);
     EXPECT_EQ(Number(-1e300), -kLargestNumber);
 }
 
-TEST(InputsTest, ElementsBeyondTheLastAndKeysThatAreNoneReadAsZero) {
-    const double elements[] = {1, std::nan(""), -kEndless};
+TEST(InputsTest, MissingElementsAndUnknownKeysReadAsZero) {
+    const double elements[] = {1, std::nan(""), -kInfinity};
     InputValue input;
     input.key = "inputCenter";
     input.elements = elements;
@@ -46,7 +47,7 @@ TEST(InputsTest, ElementsBeyondTheLastAndKeysThatAreNoneReadAsZero) {
     EXPECT_EQ(inputs.GetImage("inputOther"), nullptr);
 }
 
-TEST(InputsTest, ColorsAreLinearisedAndPremultiplied) {
+TEST(InputsTest, ColorsAreLinearizedAndPremultiplied) {
     const double components[] = {1, 0.5, -0.5, 0.5};
     const Pixel pixel = PixelOfColor(components);
     EXPECT_FLOAT_EQ(pixel.red, 0.5f);
@@ -55,15 +56,15 @@ TEST(InputsTest, ColorsAreLinearisedAndPremultiplied) {
     EXPECT_EQ(pixel.alpha, 0.5f);
 }
 
-TEST(InputsTest, RectanglesKeepTheirInfiniteEdges) {
+TEST(InputsTest, InfiniteEdgesOfRectanglesAreKept) {
     EXPECT_EQ(ExtentOfRectangle(0.5, -0.5, 1, 1), (Extent{0, -1, 2, 1}));
-    EXPECT_EQ(ExtentOfRectangle(0, 0, 1e300, 5), (Extent{0, 0, kEndless, 5}));
+    EXPECT_EQ(ExtentOfRectangle(0, 0, 1e300, 5), (Extent{0, 0, kInfinity, 5}));
     EXPECT_TRUE(ExtentOfRectangle(-1e300, -1e300, 1.7e308, 1.7e308).IsInfinite());
     EXPECT_EQ(ExtentOfRectangle(std::nan(""), 0, 5, 5), Extent{});
     EXPECT_EQ(ExtentOfRectangle(3, 3, 0, 5), Extent{});
 }
 
-TEST(InputsTest, WhatChangesNothingGivesTheVeryInput) {
+TEST(InputsTest, IdentitySettingsReturnTheInput) {
     const ImageRef image = RandomImage(4, 4);
     EXPECT_EQ(MakeCroppedImage(image, Extent::Infinite()), image);
     EXPECT_EQ(MakeCroppedImage(image, {0, 0, 4, 4}), image);

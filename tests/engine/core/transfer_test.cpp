@@ -1,10 +1,11 @@
-// transfer_test.cpp - the curve of sRGB and its tables.
+// transfer_test.cpp - tests the curve of sRGB and its tables.
 
 #include "core/transfer.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstddef>
 #include <vector>
 
 #include "core/run.h"
@@ -17,7 +18,7 @@ double Encoded(double linear) {
     return linear <= 0.0031308 ? 12.92 * linear : 1.055 * std::pow(linear, 1 / 2.4) - 0.055;
 }
 
-// What a function makes of the color of a run of one pixel.
+// Applies a function to a run of one pixel and returns the pixel's color.
 float Through(void (*function)(float*, std::size_t), float color, float alpha = 1) {
     const RunMemory memory(1);
     const float pixel[] = {color, 0, 0, alpha};
@@ -50,7 +51,7 @@ TEST(TransferTest, NegativeValuesMirrorPositiveOnes) {
     EXPECT_NEAR(Through(DecodeRun, Through(EncodeRun, 3.5f)), 3.5, 1e-5);
 }
 
-TEST(TransferTest, ColorsAreDividedByAlphaForTheCurve) {
+TEST(TransferTest, ColorsAreUnpremultipliedForTheCurve) {
     EXPECT_NEAR(Through(EncodeRun, 0.1f, 0.4f), 0.4 * Encoded(0.25), 1e-6);
     EXPECT_NEAR(Through(DecodeRun, static_cast<float>(2 * Encoded(0.25)), 2), 0.5, 1e-6);
     EXPECT_EQ(Through(EncodeRun, 0.5f, 0), 0);
@@ -66,7 +67,7 @@ TEST(TransferTest, BytesAreDecodedByTheCurve) {
     EXPECT_EQ(DecodedBytes()[255], 1);
 }
 
-TEST(TransferTest, WhatIsNoNumberBecomesBlack) {
+TEST(TransferTest, NaNBecomesZero) {
     EXPECT_EQ(Through(EncodeRun, std::nanf("")), 0);
     EXPECT_EQ(Through(DecodeRun, std::nanf("")), 0);
 }

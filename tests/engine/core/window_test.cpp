@@ -1,6 +1,13 @@
-// window_test.cpp - pixels are read where they stand, if they stand somewhere, and it makes no difference.
+// window_test.cpp - checks that pixels already in memory are read in place, and that this does not change results.
 
 #include "core/window.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <optional>
+#include <utility>
+#include <vector>
 
 #include "core/buffered.h"
 #include "sampling/repeat.h"
@@ -10,19 +17,19 @@ namespace {
 
 using namespace oracle;
 
-// The same image, whose pixels stand nowhere.
-class FleetingImage : public Image {
+// The same image, but its pixels are not held in memory and have to be rendered.
+class UnheldImage : public Image {
   public:
-    explicit FleetingImage(ImageRef input) : Image(input->GetExtent(), input->GetDepth()), input_(std::move(input)) {}
+    explicit UnheldImage(ImageRef input) : Image(input->GetExtent(), input->GetDepth()), input_(std::move(input)) {}
 
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
-        return std::make_unique<FleetingStage>(Prepare(input_, region));
+        return std::make_unique<UnheldStage>(Prepare(input_, region));
     }
 
   private:
-    class FleetingStage : public Stage {
+    class UnheldStage : public Stage {
       public:
-        explicit FleetingStage(Prepared input) : input_(std::move(input)) {}
+        explicit UnheldStage(Prepared input) : input_(std::move(input)) {}
         void Render(const Tile& tile) const override { input_.Render(tile); }
 
       private:
@@ -37,9 +44,9 @@ struct Case {
     std::vector<Value> values;
 };
 
-TEST(WindowTest, FiltersMakeTheSameOfPixelsThatStandInMemoryAndOfOthers) {
+TEST(WindowTest, FiltersGiveTheSameResultForHeldAndRenderedPixels) {
     const ImageRef held = RandomImage(120, 90);
-    const auto fleeting = std::make_shared<FleetingImage>(held);
+    const auto unheld = std::make_shared<UnheldImage>(held);
     const std::vector<double> weights(49, 0.03), rectangle = {3, 5, 100, 80};
     const std::vector<Case> cases = {{"CIGaussianBlur", {{"inputRadius", {2}}}},
                                      {"CIGaussianBlur", {{"inputRadius", {9}}}},
@@ -59,12 +66,12 @@ TEST(WindowTest, FiltersMakeTheSameOfPixelsThatStandInMemoryAndOfOthers) {
     constexpr Cut kCut = {4096, 32, 16};
     for (const Case& each : cases) {
         EXPECT_EQ(Pixels(Output(each.filter, held, each.values), kRegion, kCut),
-                  Pixels(Output(each.filter, fleeting, each.values), kRegion, kCut))
+                  Pixels(Output(each.filter, unheld, each.values), kRegion, kCut))
             << each.filter;
     }
 }
 
-TEST(WindowTest, BitmapsAndWhatIsHeldAreReadInPlaceAlsoMovedCroppedAndClamped) {
+TEST(WindowTest, HeldPixelsAreReadInPlaceWhenMovedCroppedOrClamped) {
     constexpr Region kMoved = {7, -3, 20, 10}, kInner = {9, 0, 5, 5};
     const Source source = SourceOf(kMoved, std::vector<float>(4 * 20 * 10, 0.5f));
     for (const ImageRef& image : {source.image, MakeCroppedImage(source.image, {8, -1, 20, 7}),
@@ -76,10 +83,10 @@ TEST(WindowTest, BitmapsAndWhatIsHeldAreReadInPlaceAlsoMovedCroppedAndClamped) {
         EXPECT_EQ(Window(prepared, kInner).GetView().pixels, view->pixels);
     }
     EXPECT_EQ(Prepare(source.image, kMoved).Held(kMoved.GrownBy(1)), std::nullopt) << "beyond the image";
-    EXPECT_EQ(Prepare(std::make_shared<FleetingImage>(source.image), kInner).Held(kInner), std::nullopt);
+    EXPECT_EQ(Prepare(std::make_shared<UnheldImage>(source.image), kInner).Held(kInner), std::nullopt);
 }
 
-TEST(WindowTest, BitmapsThatAreNotLinearFloatsInTheirPlaceAreRendered) {
+TEST(WindowTest, OnlyAlignedLinearFloatBitmapsAreReadInPlace) {
     const auto pixels = std::make_shared<std::vector<float>>(100, 0.5f);
     BitmapSource bitmap;
     bitmap.pixels = pixels->data();

@@ -1,4 +1,12 @@
-// distortion_limits_test.cpp - distortions with any numbers and images of any extent, and settings that move nothing.
+// distortion_limits_test.cpp - tests distortions with hostile numbers, images of any extent, and identity settings.
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <iterator>
+#include <ostream>
+#include <string>
+#include <vector>
 
 #include "support/oracle.h"
 
@@ -6,7 +14,7 @@ namespace {
 
 using namespace oracle;
 
-// A filter with its numbers and points, the second image it needs, and values that move nothing.
+// A filter, its number and point keys, the key of its second image, and values for which it returns the input.
 struct Kind {
     const char* filter;
     std::vector<const char*> keys;
@@ -15,20 +23,28 @@ struct Kind {
 };
 void PrintTo(const Kind& kind, std::ostream* out) { *out << kind.filter; }
 
-// clang-format off
 const Kind kKinds[] = {
-    // filter                     keys                                                             second image              identity
-    {"CIBumpDistortion",         {"inputCenter", "inputRadius", "inputScale"},                     nullptr,                  {{"inputRadius", {9}}, {"inputScale", {0}}}},
-    {"CIBumpDistortionLinear",   {"inputCenter", "inputRadius", "inputScale", "inputAngle"},       nullptr,                  {{"inputRadius", {9}}, {"inputScale", {0}}}},
-    {"CICircleSplashDistortion", {"inputCenter", "inputRadius"},                                   nullptr,                  {}},
-    {"CICircularWrap",           {"inputCenter", "inputRadius", "inputAngle"},                     nullptr,                  {}},
-    {"CIDisplacementDistortion", {"inputScale"},                                                   "inputDisplacementImage", {{"inputScale", {0}}}},
-    {"CIDroste",                 {"inputInsetPoint0", "inputInsetPoint1", "inputPeriodicity", "inputRotation", "inputStrands", "inputZoom"},
-                                                                                                   nullptr,                  {{"inputInsetPoint1", {5, 0}}}},
-    {"CIGlassDistortion",        {"inputCenter", "inputScale"},                                    "inputTexture",           {{"inputScale", {0}}}},
-    {"CIGlassLozenge",           {"inputPoint0", "inputPoint1", "inputRadius", "inputRefraction"}, nullptr,                  {{"inputRadius", {9}}, {"inputRefraction", {1}}}},
+    {"CIBumpDistortion",
+     {"inputCenter", "inputRadius", "inputScale"},
+     nullptr,
+     {{"inputRadius", {9}}, {"inputScale", {0}}}},
+    {"CIBumpDistortionLinear",
+     {"inputCenter", "inputRadius", "inputScale", "inputAngle"},
+     nullptr,
+     {{"inputRadius", {9}}, {"inputScale", {0}}}},
+    {"CICircleSplashDistortion", {"inputCenter", "inputRadius"}, nullptr, {}},
+    {"CICircularWrap", {"inputCenter", "inputRadius", "inputAngle"}, nullptr, {}},
+    {"CIDisplacementDistortion", {"inputScale"}, "inputDisplacementImage", {{"inputScale", {0}}}},
+    {"CIDroste",
+     {"inputInsetPoint0", "inputInsetPoint1", "inputPeriodicity", "inputRotation", "inputStrands", "inputZoom"},
+     nullptr,
+     {{"inputInsetPoint1", {5, 0}}}},
+    {"CIGlassDistortion", {"inputCenter", "inputScale"}, "inputTexture", {{"inputScale", {0}}}},
+    {"CIGlassLozenge",
+     {"inputPoint0", "inputPoint1", "inputRadius", "inputRefraction"},
+     nullptr,
+     {{"inputRadius", {9}}, {"inputRefraction", {1}}}},
 };
-// clang-format on
 
 class DistortionLimitsTest : public testing::TestWithParam<Kind> {
   protected:
@@ -42,7 +58,7 @@ class DistortionLimitsTest : public testing::TestWithParam<Kind> {
     const ImageRef empty_ = MakeCroppedImage(dot_, {});
 };
 
-TEST_P(DistortionLimitsTest, AnyNumbersAndExtentsGiveFinitePixels) {
+TEST_P(DistortionLimitsTest, HostileNumbersAndAllExtentsGiveFinitePixels) {
     Random random;
     const auto hostile = [&] { return kHostile[static_cast<std::size_t>(random.Whole(0, std::size(kHostile) - 1))]; };
     for (int round = 0; round < 40; ++round) {
@@ -50,19 +66,19 @@ TEST_P(DistortionLimitsTest, AnyNumbersAndExtentsGiveFinitePixels) {
         for (const char* key : GetParam().keys) values.push_back({key, {hostile(), hostile()}});
         for (const ImageRef& image : {dot_, RandomSource(random).image, empty_, board_}) {
             for (const ImageRef& second : {board_, empty_, dot_}) {
-                ExpectSound(Output(GetParam().filter, image, With(second, values)));
+                ExpectFinite(Output(GetParam().filter, image, With(second, values)));
             }
         }
     }
 }
 
-TEST_P(DistortionLimitsTest, MissingImagesGiveNone) {
+TEST_P(DistortionLimitsTest, MissingImagesGiveNull) {
     EXPECT_EQ(Output(GetParam().filter, nullptr, {}), nullptr);
     if (GetParam().secondImage == nullptr) return;
     EXPECT_EQ(Output(GetParam().filter, dot_, {{"inputScale", {5}}}), nullptr);
 }
 
-TEST_P(DistortionLimitsTest, SettingsThatMoveNothingGiveTheInput) {
+TEST_P(DistortionLimitsTest, IdentitySettingsReturnTheInput) {
     if (GetParam().identity.empty()) return;
     EXPECT_EQ(Output(GetParam().filter, dot_, With(board_, GetParam().identity)), dot_);
 }
@@ -77,7 +93,7 @@ TEST_P(DistortionLimitsTest, EmptyImagesStayEmpty) {
 INSTANTIATE_TEST_SUITE_P(Kinds, DistortionLimitsTest, testing::ValuesIn(kKinds),
                          [](const auto& test) { return std::string(test.param.filter); });
 
-TEST(DistortionExtentTest, IsTheInputSUnlessPixelsLeaveIt) {
+TEST(DistortionExtentTest, MatchesTheInputUnlessPixelsLeaveIt) {
     Random random;
     const Source source = RandomSource(random);
     const auto extent = [&](const char* filter, std::vector<Value> values) {
@@ -94,7 +110,7 @@ TEST(DistortionExtentTest, IsTheInputSUnlessPixelsLeaveIt) {
     EXPECT_EQ(Output("CICircularWrap", board, {radius}), nullptr);
 }
 
-TEST(DistortionLimitsTest, EndlessImagesAreBentEverywhere) {
+TEST(DistortionLimitsTest, InfiniteImagesAreDistortedEverywhere) {
     const ImageRef board = Generated(
         "CICheckerboardGenerator",
         {{"inputWidth", {1e6}}, {"inputSharpness", {1}}, {"inputColor0", {1, 1, 1, 1}}, {"inputColor1", {0, 0, 0, 1}}});

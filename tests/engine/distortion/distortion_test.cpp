@@ -1,4 +1,15 @@
-// distortion_test.cpp - each distortion against its places as the field's books write them, in doubles, and numbers by hand.
+// distortion_test.cpp - compares each distortion with textbook formulas in doubles and with hand-computed positions.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <ostream>
+#include <string>
+#include <vector>
 
 #include "core/luminance.h"
 #include "core/transfer.h"
@@ -12,7 +23,7 @@ struct Point {
     double x, y;
 };
 
-// Random values of a filter; and where the pixel at a point comes from under them, given the image and a second one.
+// A filter, its random values, and the source position of the pixel at a point for these values and images.
 struct Kind {
     const char* filter;
     std::function<std::vector<Value>(Random&, const Source& second)> values;
@@ -33,7 +44,7 @@ Point Bump(const std::vector<Value>& v, Point p, const Source&, const Source&) {
     return {v[0].elements[0] + dx * factor, v[0].elements[1] + dy * factor};
 }
 
-// Turned so that the line is the x axis, and back.
+// Rotates so that the line becomes the x axis, and back.
 Point LinearBump(const std::vector<Value>& v, Point p, const Source&, const Source&) {
     const double c = std::cos(v[3].elements[0]), s = std::sin(v[3].elements[0]);
     const double dx = p.x - v[0].elements[0], dy = p.y - v[0].elements[1];
@@ -97,41 +108,60 @@ Point Glass(const std::vector<Value>& v, Point p, const Source&, const Source& s
     return {p.x + half * (height(x + 1, y) - height(x - 1, y)), p.y + half * (height(x, y + 1) - height(x, y - 1))};
 }
 
-// clang-format off
 const Kind kKinds[] = {
-    {"CIBumpDistortion", [](Random& r, const Source&) {
-        return std::vector<Value>{RandomPoint(r, "inputCenter"), {"inputRadius", {r.Between(1, 90)}}, {"inputScale", {r.Between(-2, 2)}}};
-    }, Bump},
-    {"CIBumpDistortionLinear", [](Random& r, const Source&) {
-        return std::vector<Value>{RandomPoint(r, "inputCenter"), {"inputRadius", {r.Between(1, 90)}}, {"inputScale", {r.Between(-2, 2)}},
-                                  {"inputAngle", {r.Between(-7, 7)}}};
-    }, LinearBump},
-    {"CICircleSplashDistortion", [](Random& r, const Source&) {
-        return std::vector<Value>{RandomPoint(r, "inputCenter"), {"inputRadius", {r.Between(0, 60)}}};
-    }, Splash},
-    {"CICircularWrap", [](Random& r, const Source&) {
-        return std::vector<Value>{RandomPoint(r, "inputCenter"), {"inputRadius", {r.Between(0, 30)}}, {"inputAngle", {r.Between(-7, 7)}}};
-    }, Wrap},
-    {"CIGlassLozenge", [](Random& r, const Source&) {
-        return std::vector<Value>{RandomPoint(r, "inputPoint0"), RandomPoint(r, "inputPoint1"), {"inputRadius", {r.Between(1, 60)}},
-                                  {"inputRefraction", {r.Between(0.2, 3)}}};
-    }, Lozenge},
-    {"CIDisplacementDistortion", [](Random& r, const Source& second) {
-        return std::vector<Value>{{"inputDisplacementImage", {}, second.image}, {"inputScale", {r.Between(-60, 60)}}};
-    }, Displacement},
-    {"CIGlassDistortion", [](Random& r, const Source& second) {
-        return std::vector<Value>{{"inputTexture", {}, second.image},
-                                  {"inputCenter", {static_cast<double>(r.Whole(-40, 40)), static_cast<double>(r.Whole(-40, 40))}},
-                                  {"inputScale", {r.Between(-30, 30)}}};
-    }, Glass},
+    {"CIBumpDistortion",
+     [](Random& r, const Source&) {
+         return std::vector<Value>{
+             RandomPoint(r, "inputCenter"), {"inputRadius", {r.Between(1, 90)}}, {"inputScale", {r.Between(-2, 2)}}};
+     },
+     Bump},
+    {"CIBumpDistortionLinear",
+     [](Random& r, const Source&) {
+         return std::vector<Value>{RandomPoint(r, "inputCenter"),
+                                   {"inputRadius", {r.Between(1, 90)}},
+                                   {"inputScale", {r.Between(-2, 2)}},
+                                   {"inputAngle", {r.Between(-7, 7)}}};
+     },
+     LinearBump},
+    {"CICircleSplashDistortion",
+     [](Random& r, const Source&) {
+         return std::vector<Value>{RandomPoint(r, "inputCenter"), {"inputRadius", {r.Between(0, 60)}}};
+     },
+     Splash},
+    {"CICircularWrap",
+     [](Random& r, const Source&) {
+         return std::vector<Value>{
+             RandomPoint(r, "inputCenter"), {"inputRadius", {r.Between(0, 30)}}, {"inputAngle", {r.Between(-7, 7)}}};
+     },
+     Wrap},
+    {"CIGlassLozenge",
+     [](Random& r, const Source&) {
+         return std::vector<Value>{RandomPoint(r, "inputPoint0"),
+                                   RandomPoint(r, "inputPoint1"),
+                                   {"inputRadius", {r.Between(1, 60)}},
+                                   {"inputRefraction", {r.Between(0.2, 3)}}};
+     },
+     Lozenge},
+    {"CIDisplacementDistortion",
+     [](Random& r, const Source& second) {
+         return std::vector<Value>{{"inputDisplacementImage", {}, second.image}, {"inputScale", {r.Between(-60, 60)}}};
+     },
+     Displacement},
+    {"CIGlassDistortion",
+     [](Random& r, const Source& second) {
+         return std::vector<Value>{
+             {"inputTexture", {}, second.image},
+             {"inputCenter", {static_cast<double>(r.Whole(-40, 40)), static_cast<double>(r.Whole(-40, 40))}},
+             {"inputScale", {r.Between(-30, 30)}}};
+     },
+     Glass},
 };
-// clang-format on
 
 class DistortionTest : public testing::TestWithParam<Kind> {};
 
 constexpr Region kAround = {-70, -60, 151, 127};
 
-TEST_P(DistortionTest, TakesEachPixelFromItsPlaceBetweenTheFourNearest) {
+TEST_P(DistortionTest, InterpolatesAtThePositionOfTheFormula) {
     Random random;
     for (int round = 0; round < 20; ++round) {
         const Source source = RandomSource(random), second = RandomSource(random);
@@ -148,8 +178,8 @@ TEST_P(DistortionTest, TakesEachPixelFromItsPlaceBetweenTheFourNearest) {
     }
 }
 
-// Also that the input is asked for all that a block needs.
-TEST_P(DistortionTest, CuttingChangesNoBit) {
+// Also checks that each block requests all of the input that it needs.
+TEST_P(DistortionTest, DoesNotDependOnTiling) {
     Random random;
     for (int round = 0; round < 10; ++round) {
         const Source source = RandomSource(random), second = RandomSource(random);
@@ -164,7 +194,7 @@ TEST_P(DistortionTest, CuttingChangesNoBit) {
 INSTANTIATE_TEST_SUITE_P(Kinds, DistortionTest, testing::ValuesIn(kKinds),
                          [](const auto& test) { return std::string(test.param.filter); });
 
-// An image whose red is the number of the column and whose green is that of the row: what comes out are places.
+// Returns an image whose red is the column and whose green is the row, so that results show source positions.
 Source Numbered(const Region& region) {
     std::vector<float> pixels;
     for (std::int64_t y = region.Top() - 1; y >= region.y; --y) {
@@ -175,24 +205,24 @@ Source Numbered(const Region& region) {
     return SourceOf(region, pixels);
 }
 
-// The column and row that a pixel comes from.
+// Expects that a pixel comes from this column and row.
 void ExpectFrom(const ImageRef& image, std::int64_t x, std::int64_t y, double column, double row) {
     const std::vector<float> pixel = Pixels(image, {x, y, 1, 1});
     EXPECT_NEAR(static_cast<double>(pixel[0]), column, 1e-4);
     EXPECT_NEAR(static_cast<double>(pixel[1]), row, 1e-4);
 }
 
-TEST(DistortionNumbersTest, BumpTakesPlacesFromNearerTheCenter) {
+TEST(DistortionNumbersTest, BumpSamplesCloserToTheCenter) {
     const ImageRef image = Output("CIBumpDistortion", Numbered({0, 0, 101, 61}).image,
                                   {{"inputCenter", {50.5, 30.5}}, {"inputRadius", {40}}, {"inputScale", {0.5}}});
-    // 10 of 40 from the center: smooth(1/4) = 0.15625, and 10 (1 - 0.5 * 0.84375) = 5.78125.
+    // At 10 of 40 from the center: smooth(1/4) = 0.15625, and 10 (1 - 0.5 * 0.84375) = 5.78125.
     ExpectFrom(image, 60, 30, 55.78125, 30);
     ExpectFrom(image, 50, 40, 50, 35.78125);
     ExpectFrom(image, 50, 30, 50, 30);
     ExpectFrom(image, 90, 30, 90, 30);
 }
 
-TEST(DistortionNumbersTest, LinearBumpMovesAcrossItsLineOnly) {
+TEST(DistortionNumbersTest, LinearBumpMovesPixelsOnlyAcrossItsLine) {
     const std::vector<Value> flat = {{"inputCenter", {50.5, 30.5}}, {"inputRadius", {40}}, {"inputScale", {0.5}}};
     const ImageRef image = Output("CIBumpDistortionLinear", Numbered({0, 0, 101, 61}).image, flat);
     ExpectFrom(image, 3, 40, 3, 35.78125);
@@ -202,22 +232,22 @@ TEST(DistortionNumbersTest, LinearBumpMovesAcrossItsLineOnly) {
     ExpectFrom(turned, 60, 3, 55.78125, 3);
 }
 
-TEST(DistortionNumbersTest, SplashKeepsTheDiscAndRepeatsItsRim) {
+TEST(DistortionNumbersTest, SplashKeepsTheDiscAndExtendsItsRim) {
     const ImageRef image = Output("CICircleSplashDistortion", Numbered({0, 0, 101, 61}).image,
                                   {{"inputCenter", {50.5, 30.5}}, {"inputRadius", {20}}});
     EXPECT_TRUE(image->GetExtent().IsInfinite());
     ExpectFrom(image, 60, 30, 60, 30);
     ExpectFrom(image, 90, 30, 70, 30);
-    // 30 right and 40 up is 50 away: the rim lies at 12 and 16.
+    // 30 to the right and 40 up is a distance of 50; the rim is at 12 and 16.
     ExpectFrom(image, 80, 70, 62, 46);
     ExpectFrom(image, -100000, 30, 30, 30);
 }
 
-TEST(DistortionNumbersTest, WrapStandsTheMiddleOnTopOfTheCircle) {
+TEST(DistortionNumbersTest, WrapPutsTheMiddleColumnOnTopOfTheCircle) {
     const std::vector<Value> values = {{"inputCenter", {0.5, 0.5}}, {"inputRadius", {20}}};
     const ImageRef image = Output("CICircularWrap", Numbered({0, 0, 101, 61}).image, values);
     EXPECT_EQ(image->GetExtent(), (Extent{-81, -81, 82, 82}));
-    // The first row has its center half a pixel above the circle.
+    // The center of the first row is half a pixel above the circle.
     ExpectFrom(image, 0, 25, 50, 4.5);
     ExpectFrom(image, 25, 0, 50 + 10 * M_PI, 4.5);
     ExpectFrom(image, -25, 0, 50 - 10 * M_PI, 4.5);
@@ -227,13 +257,13 @@ TEST(DistortionNumbersTest, WrapStandsTheMiddleOnTopOfTheCircle) {
     ExpectFrom(Output("CICircularWrap", Numbered({0, 0, 101, 61}).image, quarter), -25, 0, 50, 4.5);
 }
 
-TEST(DistortionNumbersTest, LozengeRefractsTowardsItsAxis) {
+TEST(DistortionNumbersTest, LozengeRefractsTowardItsAxis) {
     const ImageRef image = Output("CIGlassLozenge", Numbered({0, 0, 101, 61}).image,
                                   {{"inputPoint0", {20.5, 30.5}},
                                    {"inputPoint1", {80.5, 30.5}},
                                    {"inputRadius", {20}},
                                    {"inputRefraction", {1.5}}});
-    // Half a radius from the axis: 30 degrees become 19.4712, and 20 cos 30 tan 10.5288 is 3.21917.
+    // At half a radius from the axis, 30 degrees become 19.4712 degrees, and 20 cos(30) tan(10.5288) = 3.21917.
     ExpectFrom(image, 50, 40, 50, 40 - 3.21917);
     ExpectFrom(image, 50, 20, 50, 20 + 3.21917);
     ExpectFrom(image, 90, 30, 90 - 3.21917, 30);
@@ -241,9 +271,9 @@ TEST(DistortionNumbersTest, LozengeRefractsTowardsItsAxis) {
     ExpectFrom(image, 50, 51, 50, 51);
 }
 
-TEST(DistortionNumbersTest, DisplacementFollowsGray) {
+TEST(DistortionNumbersTest, DisplacementFollowsTheGrayLevel) {
     const Source image = Numbered({0, 0, 101, 61});
-    // White, linear one half, black, half transparent white, and nothing.
+    // White, linear 0.5, black, half transparent white, and transparent.
     const Source gray =
         SourceOf({40, 30, 5, 1}, {1, 1, 1, 1, .5f, .5f, .5f, 1, 0, 0, 0, 1, .5f, .5f, .5f, .5f, 0, 0, 0, 0});
     const ImageRef moved = Output("CIDisplacementDistortion", image.image,
@@ -256,8 +286,8 @@ TEST(DistortionNumbersTest, DisplacementFollowsGray) {
     ExpectFrom(moved, 44, 30, 44, 30);
 }
 
-TEST(DistortionNumbersTest, GlassFollowsSlopesOfTheRepeatedTexture) {
-    // A roof: up to the middle by 1/4 for each pixel, and down again.
+TEST(DistortionNumbersTest, GlassFollowsTheSlopesOfTheTiledTexture) {
+    // A roof: it rises by 1/4 per pixel to the middle and then falls.
     std::vector<float> roof;
     for (const float height : {0.0f, 0.25f, 0.5f, 0.25f}) roof.insert(roof.end(), {height, height, height, 1});
     const ImageRef image = Output(
@@ -269,14 +299,14 @@ TEST(DistortionNumbersTest, GlassFollowsSlopesOfTheRepeatedTexture) {
     ExpectFrom(image, 15, 3, 12.5, 3);
 }
 
-TEST(DistortionPictureTest, APictureIsSampledAsStoredAndWhatIsMadeOfItInLight) {
+TEST(DistortionPictureTest, PicturesAreSampledAsStoredAndResultsAreLinear) {
     static const std::uint8_t kBytes[] = {0, 0, 0, 255, 255, 255, 255, 255};
     BitmapSource bitmap;
     bitmap.pixels = kBytes;
     bitmap.width = 2;
     bitmap.height = 1;
     bitmap.bytesPerRow = 8;
-    // Far out in a wide bump all pixels move by half a pixel, but for 1e-3.
+    // This huge bump moves pixels here by half a pixel, to within 1e-3.
     const std::vector<Value> half = {
         {"inputCenter", {1.5 - 1e-4, 0.5}}, {"inputRadius", {1e6}}, {"inputScale", {5001}}};
     const ImageRef once = Output("CIBumpDistortion", MakeBitmapImage(bitmap, nullptr), half);

@@ -1,6 +1,13 @@
-// droste_test.cpp - the picture within itself: the complex numbers of the method, one copy after the other, in doubles.
+// droste_test.cpp - compares the Droste effect with its conformal map in complex doubles, searching copy by copy.
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
 #include <complex>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
 
 #include "support/oracle.h"
 
@@ -9,7 +16,7 @@ namespace {
 using namespace oracle;
 using Complex = std::complex<double>;
 
-// A picture, the inset in it, and how it is laid out.
+// A picture, its inset, and the parameters of the effect.
 struct Layout {
     Region picture;
     double inset[4];  // left, bottom, right, top
@@ -25,7 +32,7 @@ struct Layout {
     }
 };
 
-// The place that a pixel comes from: around the point that shrinking to the inset moves nowhere.
+// Returns the source position of a pixel. The map turns around the fixed point of shrinking the picture to its inset.
 Complex Place(const Layout& layout, Complex p) {
     const Region& all = layout.picture;
     const double left = static_cast<double>(all.x), bottom = static_cast<double>(all.y);
@@ -44,7 +51,7 @@ Complex Place(const Layout& layout, Complex p) {
     };
     while (!isInside(way)) way /= ratio;
     while (isInside(way * ratio)) way *= ratio;
-    // How far inward on the way to the next copy, in parts of it.
+    // The fraction of the way inward to the next copy.
     double inward = 0;
     for (double step = 0.5; step > 1e-17; step /= 2) {
         if (isInside(way * std::pow(ratio, inward + step))) inward += step;
@@ -67,7 +74,7 @@ Layout RandomLayout(Random& random) {
     return layout;
 }
 
-// A smooth picture: where pixels come from places far out of the middle, its copies are larger than rounding errors.
+// Returns a random opaque picture.
 Source Picture(Random& random, const Region& region) {
     std::vector<float> pixels;
     for (std::int64_t index = 0; index < region.width * region.height * 4; ++index) {
@@ -76,7 +83,7 @@ Source Picture(Random& random, const Region& region) {
     return SourceOf(region, pixels);
 }
 
-TEST(DrosteTest, IsTheConformalMapOfThePictureOntoItsCopies) {
+TEST(DrosteTest, MatchesTheConformalMap) {
     Random random;
     for (int round = 0; round < 5; ++round) {
         const Layout layout = RandomLayout(random);
@@ -94,22 +101,22 @@ TEST(DrosteTest, IsTheConformalMapOfThePictureOntoItsCopies) {
     }
 }
 
-TEST(DrosteTest, WithoutStrandsThePictureKeepsItsPlaceAndItsInsetIsACopy) {
+TEST(DrosteTest, WithoutStrandsThePictureStaysAndItsInsetIsACopy) {
     Random random;
-    // A third of the picture, off its middle.
+    // The inset is a third of the picture, off its center.
     const Layout layout = {{0, 0, 99, 66}, {30, 33, 63, 55}, 1, 0, 0, 1};
     const Source picture = Picture(random, layout.picture);
     const ImageRef image = Output("CIDroste", picture.image, layout.Values());
     ExpectPixels(image, {0, 0, 99, 33},
                  [&](std::int64_t x, std::int64_t y, std::size_t channel) { return picture.At(x, y, channel); });
-    // The middle pixel of three by three is where three times as far out lies the center of a whole one.
+    // Inset pixel (31, 34) is the middle of a 3 x 3 block; scaled by three, its center is the center of pixel (4, 4).
     ExpectPixels(image, {31, 34, 1, 1}, [&](std::int64_t, std::int64_t, std::size_t c) { return picture.At(4, 4, c); });
     ExpectPixels(image, {61, 53, 1, 1},
                  [&](std::int64_t, std::int64_t, std::size_t c) { return picture.At(94, 61, c); });
 }
 
-TEST(DrosteTest, WholeNumbersLeaveNoSeamAndOthersDo) {
-    // A picture in which neighbors differ by little: the largest step across the negative x axis shows a seam.
+TEST(DrosteTest, IntegerPeriodicityLeavesNoSeamButOthersDo) {
+    // Neighboring pixels of the picture differ little, so a large step across the negative x axis is a seam.
     const Region region = {0, 0, 90, 90};
     std::vector<float> pixels;
     for (std::int64_t index = 0; index < region.width * region.height; ++index) {
@@ -129,7 +136,7 @@ TEST(DrosteTest, WholeNumbersLeaveNoSeamAndOthersDo) {
     EXPECT_GT(largestStep(1.3), 0.1f);
 }
 
-TEST(DrosteTest, AnInsetThatLeavesNoCopyChangesNothing) {
+TEST(DrosteTest, UnusableInsetReturnsTheInput) {
     Random random;
     const Source picture = Picture(random, {0, 0, 20, 20});
     const auto output = [&](double left, double bottom, double right, double top) {

@@ -1,4 +1,14 @@
-// affine_test.cpp - affine maps, clamped and tiled images against a bilinear sum over the four nearest pixels, in doubles.
+// affine_test.cpp - compares affine transforms, clamps and tiles with bilinear interpolation in doubles.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
 
 #include "core/transfer.h"
 #include "support/oracle.h"
@@ -7,7 +17,7 @@ namespace {
 
 using namespace oracle;
 
-// A random map that scales by 0.2 to 4 and turns at will, with its matrix inverted by hand.
+// A random transform that scales by 0.2 to 4 and rotates by any angle, with a hand-written inverse.
 struct Map {
     std::vector<double> numbers;
 
@@ -25,13 +35,13 @@ struct Map {
 
 struct Kind {
     const char* filter;
-    // The place in the image that stands where a pixel is wanted.
+    // Returns the coordinate inside the image that is shown at the wanted coordinate.
     std::int64_t (*place)(std::int64_t wanted, std::int64_t start, std::int64_t length);
 };
 
 class AffineTest : public testing::TestWithParam<Kind> {};
 
-TEST_P(AffineTest, IsBilinearBetweenTheFourNearestPixels) {
+TEST_P(AffineTest, InterpolatesTheFourNearestPixels) {
     Random random;
     for (int round = 0; round < 30; ++round) {
         const Source source = RandomSource(random);
@@ -51,20 +61,20 @@ TEST_P(AffineTest, IsBilinearBetweenTheFourNearestPixels) {
     }
 }
 
-TEST_P(AffineTest, MapsWithoutInverseAndMissingImagesGiveNone) {
+TEST_P(AffineTest, SingularTransformsAndMissingImagesGiveNull) {
     const Source source = SourceOf({0, 0, 1, 1}, {1, 1, 1, 1});
     EXPECT_EQ(Output(GetParam().filter, source.image, {{"inputTransform", {1, 2, 2, 4, 0, 0}}}), nullptr);
     EXPECT_EQ(Output(GetParam().filter, source.image, {{"inputTransform", {0, 0, 0, 0, 5, 5}}}), nullptr);
     EXPECT_EQ(Output(GetParam().filter, nullptr, {}), nullptr);
 }
 
-TEST_P(AffineTest, AnyNumbersGiveFinitePixels) {
+TEST_P(AffineTest, HostileNumbersGiveFinitePixels) {
     const Source source = SourceOf({2, 3, 2, 1}, {1, 1, 1, 1, 0, 0, 0, 1});
     for (const double number : kHostile) {
         for (const double other : kHostile) {
             const std::vector<double> numbers = {number, 0.25, -other, number, other, number};
-            ExpectSound(Output(GetParam().filter, source.image, {{"inputTransform", numbers}}));
-            ExpectSound(Output(GetParam().filter, MakeCroppedImage(source.image, {}), {{"inputTransform", numbers}}));
+            ExpectFinite(Output(GetParam().filter, source.image, {{"inputTransform", numbers}}));
+            ExpectFinite(Output(GetParam().filter, MakeCroppedImage(source.image, {}), {{"inputTransform", numbers}}));
         }
     }
 }
@@ -97,7 +107,7 @@ TEST(AffineExtentTest, IsTheBoundingBoxRoundedOutward) {
         return Output("CIAffineTransform", source.image, {{"inputTransform", numbers}})->GetExtent();
     };
     EXPECT_EQ(extent({2, 0, 0, 0.5, 0.25, 0}), (Extent{2, 1, 9, 4}));
-    // A quarter turn, whose cosine is not quite 0.
+    // A quarter turn whose cosine is not exactly 0.
     EXPECT_EQ(extent({-4.4e-8, 1, -1, -4.4e-8, 0, 0}), (Extent{-7, 1, -2, 4}));
     EXPECT_EQ(extent({1e-9, 0, 0, 1e-9, 0, 0}), (Extent{0, 0, 1, 1}));
     const ImageRef board = Generated("CICheckerboardGenerator", {{"inputWidth", {8}}});
@@ -108,7 +118,7 @@ TEST(AffineExtentTest, IsTheBoundingBoxRoundedOutward) {
         Output("CIAffineTile", source.image, {{"inputTransform", {1, 0, 0, 1, 0, 0}}})->GetExtent().IsInfinite());
 }
 
-// A picture of two opaque bytes, black and white.
+// Returns a picture of two opaque pixels, black and white, stored as bytes.
 ImageRef BlackAndWhite() {
     static const std::uint8_t kBytes[] = {0, 0, 0, 255, 255, 255, 255, 255};
     BitmapSource bitmap;
@@ -119,12 +129,12 @@ ImageRef BlackAndWhite() {
     return MakeBitmapImage(bitmap, nullptr);
 }
 
-TEST(AffinePictureTest, BetweenPixelsOfAPictureLiesTheMeanOfWhatIsStored) {
+TEST(AffinePictureTest, InterpolatesStoredValuesOfAPicture) {
     const std::vector<Value> half = {{"inputTransform", {1, 0, 0, 1, 0.5, 0}}};
     const double stored =
         static_cast<double>(Pixels(Output("CIAffineTransform", BlackAndWhite(), half), {1, 0, 1, 1})[0]);
     EXPECT_NEAR(stored, static_cast<double>(DecodeSRGB(0.5f)), 3e-6);
-    // Cut, moved, clamped and tiled pictures are still pictures; a second map is applied before anything is decoded.
+    // Cropped, moved, clamped and tiled pictures stay encoded; a second transform is applied before decoding.
     const ImageRef cut = MakeCroppedImage(BlackAndWhite(), {0, 0, 2, 0.5});
     EXPECT_NE(cut->Encoded(), nullptr);
     const std::vector<Value> quarter = {{"inputTransform", {1, 0, 0, 1, 0.25, 0}}};
@@ -136,13 +146,13 @@ TEST(AffinePictureTest, BetweenPixelsOfAPictureLiesTheMeanOfWhatIsStored) {
     EXPECT_NEAR(static_cast<double>(Pixels(tiled, {-4, 7, 1, 1})[0]), static_cast<double>(DecodeSRGB(0.5f)), 3e-6);
 }
 
-TEST(AffinePictureTest, WhatIsNoPictureIsInterpolatedInLinearLight) {
+TEST(AffinePictureTest, InterpolatesOtherImagesInLinearLight) {
     const Source source = SourceOf({0, 0, 2, 1}, {0, 0, 0, 1, 1, 1, 1, 1});
     const ImageRef image = Output("CIAffineTransform", source.image, {{"inputTransform", {1, 0, 0, 1, 0.5, 0}}});
     EXPECT_EQ(Pixels(image, {1, 0, 1, 1}), (std::vector<float>{0.5f, 0.5f, 0.5f, 1}));
 }
 
-TEST(AffineLimitsTest, ShrinkingALargePatternLooksAtFewPixels) {
+TEST(AffineLimitsTest, ShrinkingALargePatternReadsFewPixels) {
     const ImageRef board = Generated(
         "CICheckerboardGenerator",
         {{"inputWidth", {1e5}}, {"inputSharpness", {1}}, {"inputColor0", {1, 1, 1, 1}}, {"inputColor1", {0, 0, 0, 1}}});

@@ -1,6 +1,14 @@
-// halftone_test.cpp - the screens against their formulas in doubles, and what a halftone is for: tones stay, in the mean.
+// halftone_test.cpp - compares the screens with their formulas in doubles, and checks that the mean tone is preserved.
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <numbers>
+#include <vector>
 
 #include "generator/generator.h"
 #include "support/oracle.h"
@@ -11,13 +19,13 @@ using namespace oracle;
 
 constexpr double kWhole = 2 * std::numbers::pi;
 
-// Numbers that all screens have.
+// The parameters that all screens have.
 struct Setting {
     double x, y, angle, width, sharpness;
 };
 
 Setting RandomSetting(Random& random) {
-    // Above this sharpness a float's last bit counts more than a hundred-thousandth.
+    // At higher sharpness the last bit of a float changes the result by more than 1e-5.
     return {random.Between(-200, 200), random.Between(-200, 200), random.Between(-4, 4), random.Between(0.5, 30),
             random.Between(0, 0.95)};
 }
@@ -29,7 +37,7 @@ std::vector<Value> ValuesOf(const Setting& s) {
             {"inputSharpness", {s.sharpness}}};
 }
 
-// A channel of a clipped pixel, divided by alpha.
+// Returns an unpremultiplied channel of a clipped pixel.
 double Straight(const Source& source, std::int64_t x, std::int64_t y, std::size_t channel) {
     const double alpha = Clipped(source, x, y, 3);
     return alpha == 0 ? 0 : Clipped(source, x, y, channel) / alpha;
@@ -39,7 +47,7 @@ double Tone(const Source& source, std::int64_t x, std::int64_t y) {
     return 0.2125 * Straight(source, x, y, 0) + 0.7154 * Straight(source, x, y, 1) + 0.0721 * Straight(source, x, y, 2);
 }
 
-// A tone under a pattern of a strength, between -1/2 and 1/2.
+// Returns a tone screened by a pattern value between -1/2 and 1/2.
 double Drawn(const Setting& s, double tone, double pattern) {
     return std::clamp(0.5 + (tone - 0.5 - pattern) / (1 - s.sharpness), 0.0, 1.0);
 }
@@ -51,7 +59,7 @@ double Rings(const Setting& s, std::int64_t x, std::int64_t y) {
     return 2 * std::min(beyond, 1 - beyond) - 0.5;
 }
 
-// The dots of a wave, sine or cosine, turned further.
+// Returns the pattern of two crossing waves, rotated by a further angle.
 double Dots(const Setting& s, std::int64_t x, std::int64_t y, double turned, double (*wave)(double)) {
     const double dx = static_cast<double>(x) + 0.5 - s.x, dy = static_cast<double>(y) + 0.5 - s.y;
     const double c = std::cos(s.angle + turned), n = std::sin(s.angle + turned), width = std::max(s.width, 1.0);
@@ -62,7 +70,7 @@ double Dots(const Setting& s, std::int64_t x, std::int64_t y, double turned, dou
 double Sine(double angle) { return std::sin(angle); }
 double MinusCosine(double angle) { return -std::cos(angle); }
 
-TEST(ScreenTest, OfOneInkAreThoseOfTheFormula) {
+TEST(ScreenTest, OneInkScreensMatchTheFormula) {
     Random random;
     for (int round = 0; round < 20; ++round) {
         const Source source = RandomSource(random);
@@ -80,7 +88,7 @@ TEST(ScreenTest, OfOneInkAreThoseOfTheFormula) {
     }
 }
 
-TEST(ScreenTest, OfFourInksIsThatOfTheFormula) {
+TEST(ScreenTest, FourInkScreenMatchesTheFormula) {
     Random random;
     for (int round = 0; round < 20; ++round) {
         const Source source = RandomSource(random);
@@ -106,7 +114,7 @@ TEST(ScreenTest, OfFourInksIsThatOfTheFormula) {
     }
 }
 
-// The means of red, green and blue of an even color under a filter, over whole periods of 12 pixels.
+// Returns the mean red, green and blue of a screened uniform color, over whole periods of 12 pixels.
 std::array<double, 3> Means(const char* filter, const Pixel& color, double sharpness) {
     const ImageRef image = Output(filter, MakeConstantImage(color),
                                   {{"inputCenter", {3, 5}},
@@ -122,14 +130,14 @@ std::array<double, 3> Means(const char* filter, const Pixel& color, double sharp
     return means;
 }
 
-TEST(HalftoneTest, SharpScreensKeepTheMeanOfEveryTone) {
+TEST(HalftoneTest, SharpScreensPreserveTheMeanOfEachTone) {
     for (const float tone : {0.1f, 0.25f, 0.5f, 0.7f, 0.9f}) {
         const Pixel gray = {tone, tone, tone, 1};
         EXPECT_NEAR(Means("CICircularScreen", gray, 0.98)[0], tone, 0.01);
-        // Two crossing waves are not evenly distributed: a quarter becomes less than a fifth.
+        // The sum of two crossing waves is not uniformly distributed: a tone of 1/4 becomes less than 1/5.
         EXPECT_NEAR(Means("CIDotScreen", gray, 0.98)[0], tone, 0.09);
         EXPECT_NEAR(Means("CICMYKHalftone", gray, 0.98)[1], tone, 0.09);
-        // And no screen changes the middle.
+        // The middle tone is preserved exactly.
         EXPECT_NEAR(Means("CIDotScreen", {0.5f, 0.5f, 0.5f, 1}, tone)[0], 0.5, 1e-3);
     }
 }
@@ -144,7 +152,7 @@ TEST(HalftoneTest, PureInkIsPrintedAlone) {
     EXPECT_NEAR(yellow[2], 0.4, 0.09);
 }
 
-TEST(HalftoneTest, BlackAndWhiteStayAtEverySharpness) {
+TEST(HalftoneTest, BlackAndWhiteAreUnchangedAtAnySharpness) {
     for (const double sharpness : {0.0, 0.3, 0.7, 0.99, 1.0, 7.0}) {
         for (const char* filter : {"CIDotScreen", "CICMYKHalftone"}) {
             EXPECT_EQ(Means(filter, {0, 0, 0, 1}, sharpness)[1], 0) << filter << " " << sharpness;
@@ -153,8 +161,8 @@ TEST(HalftoneTest, BlackAndWhiteStayAtEverySharpness) {
     }
 }
 
-TEST(HalftoneTest, RingsAreAsComputedByHand) {
-    // Distances 1.5 and 2.5 of 6 are 0.25 and 5/12 of a period: h is 1/2 and 5/6.
+TEST(HalftoneTest, RingsMatchHandComputedValues) {
+    // Distances of 1.5 and 2.5 are 1/4 and 5/12 of the period of 6; the thresholds are 1/2 and 5/6.
     const ImageRef image = Output("CICircularScreen", MakeConstantImage({0.6f, 0.6f, 0.6f, 1}),
                                   {{"inputCenter", {0, 0.5}}, {"inputWidth", {6}}, {"inputSharpness", {0.5}}});
     const std::vector<float> pixels = Pixels(image, {1, 0, 2, 1});
@@ -162,12 +170,12 @@ TEST(HalftoneTest, RingsAreAsComputedByHand) {
     EXPECT_NEAR(pixels[4], 0.5 + (0.6 - 5.0 / 6) / 0.5, 1e-6);
 }
 
-TEST(HalftoneTest, DotsAreAsComputedByHand) {
-    // A quarter of a period to the left and below, where both sines are -1: 0.5 + (0.2 - 0.5 + 2 k) / 0.3, k = 0.17375.
+TEST(HalftoneTest, DotsMatchHandComputedValues) {
+    // A quarter period to the left and below, both sines are -1: 0.5 + (0.2 - 0.5 + 2 k) / 0.3 with k = 0.17375.
     const ImageRef image = Output("CIDotScreen", MakeConstantImage({0.2f, 0.2f, 0.2f, 1}),
                                   {{"inputCenter", {2, 2}}, {"inputWidth", {6}}, {"inputSharpness", {0.7}}});
     EXPECT_NEAR(Pixels(image, {0, 0, 1, 1})[0], 0.5 + (0.2 - 0.5 + 2 * 0.17375) / 0.3, 1e-5);
-    // Half a pixel from the center of a screen of ink: cos 30 degrees, and the same of the other wave.
+    // Half a pixel from the center of an ink's screen, both waves are cos(30 degrees).
     const ImageRef yellow =
         Output("CICMYKHalftone", MakeConstantImage({1, 1, 0.8f, 1}),
                {{"inputCenter", {0, 0}}, {"inputWidth", {6}}, {"inputSharpness", {0.7}}, {"inputGCR", {1}}});
@@ -175,7 +183,7 @@ TEST(HalftoneTest, DotsAreAsComputedByHand) {
     EXPECT_NEAR(Pixels(yellow, {0, 0, 1, 1})[2], 1 - ink, 1e-5);
 }
 
-TEST(HalftoneTest, ANegativeWidthOfInkDotsIsAsPositive) {
+TEST(HalftoneTest, NegativeInkDotWidthActsLikePositive) {
     const ImageRef image = RandomImage(30, 20);
     const auto render = [&](double width) {
         return Pixels(Output("CICMYKHalftone", image, {{"inputWidth", {width}}, {"inputSharpness", {0.7}}}),

@@ -1,6 +1,15 @@
-// reduction_test.cpp - rectangles summed up, against loops over all their pixels in doubles.
+// reduction_test.cpp - compares reductions of rectangles with loops over all pixels in doubles.
 
+#include <gtest/gtest.h>
 #include <tbb/global_control.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
 
 #include "support/oracle.h"
 
@@ -8,7 +17,7 @@ namespace {
 
 using namespace oracle;
 
-// A random rectangle that shares pixels with an image, and the pixels it shares.
+// A random rectangle that overlaps an image, and the overlap.
 struct Part {
     std::vector<double> rectangle;
     Region region;
@@ -21,7 +30,7 @@ Part RandomPart(Random& random, const Region& image) {
             region.Intersection(image)};
 }
 
-// The pixels of a part, row by row from the lowest.
+// Returns the pixels of a region row by row, bottom row first.
 using Pixel4 = std::array<double, 4>;
 std::vector<Pixel4> PixelsOf(const Source& source, const Region& region) {
     std::vector<Pixel4> pixels;
@@ -33,7 +42,7 @@ std::vector<Pixel4> PixelsOf(const Source& source, const Region& region) {
     return pixels;
 }
 
-// What each filter makes of the pixels.
+// Slow versions of the filters.
 Pixel4 Average(const std::vector<Pixel4>& pixels) {
     Pixel4 sum{};
     for (const Pixel4& pixel : pixels) {
@@ -66,7 +75,7 @@ struct Reduction {
 
 class AreaTest : public testing::TestWithParam<Reduction> {};
 
-TEST_P(AreaTest, IsThatOfALoopOverAllPixels) {
+TEST_P(AreaTest, MatchesALoopOverAllPixels) {
     Random random;
     for (int round = 0; round < 30; ++round) {
         const Source source = RandomSource(random);
@@ -78,7 +87,7 @@ TEST_P(AreaTest, IsThatOfALoopOverAllPixels) {
     }
 }
 
-TEST_P(AreaTest, OnePixelIsThatPixelAndNothingIsTransparent) {
+TEST_P(AreaTest, OnePixelGivesThatPixelAndNoPixelGivesTransparent) {
     const Source source = SourceOf({3, 4, 2, 1}, {0.1f, 0.2f, 0.3f, 0.5f, 2, -1, 0, 1});
     const char* filter = GetParam().filter;
     EXPECT_EQ(Pixels(Output(filter, source.image, {{"inputExtent", {4, 4, 1, 1}}}), {0, 0, 1, 1}),
@@ -88,7 +97,7 @@ TEST_P(AreaTest, OnePixelIsThatPixelAndNothingIsTransparent) {
     EXPECT_EQ(Output(filter, nullptr, {}), nullptr);
 }
 
-TEST_P(AreaTest, PatternWithoutEndTakesNoLongerThanABitmap) {
+TEST_P(AreaTest, HugeExtentsOfAnInfinitePatternRender) {
     const ImageRef board = Generated(
         "CICheckerboardGenerator",
         {{"inputWidth", {1e6}}, {"inputSharpness", {1}}, {"inputColor0", {1, 1, 1, 1}}, {"inputColor1", {0, 0, 0, 1}}});
@@ -108,8 +117,8 @@ INSTANTIATE_TEST_SUITE_P(Filters, AreaTest,
                                          Reduction{"CIAreaMinimumAlpha", ExtremeAlpha<false>}),
                          [](const auto& test) { return std::string(test.param.filter); });
 
-TEST(AreaAlphaTest, OfEqualAlphasTheLowestThenLeftmostPixelIsTaken) {
-    // Wider and higher than what is looked at in one go.
+TEST(AreaAlphaTest, TiesGoToTheLowestThenLeftmostPixel) {
+    // Wider and higher than what the engine processes in one step.
     const Region region = {0, 0, 1100, 70};
     std::vector<float> pixels(static_cast<std::size_t>(region.width * region.height) * 4);
     for (std::size_t index = 0; index < pixels.size(); index += 4) pixels[index] = static_cast<float>(index);
@@ -120,7 +129,7 @@ TEST(AreaAlphaTest, OfEqualAlphasTheLowestThenLeftmostPixelIsTaken) {
     }
 }
 
-TEST(AreaAverageTest, KeepsSmallDifferencesOverMillionsOfPixelsWhateverTheThreads) {
+TEST(AreaAverageTest, IsExactOverMillionsOfPixelsAndDoesNotDependOnThreads) {
     const ImageRef board = Generated(
         "CICheckerboardGenerator",
         {{"inputWidth", {1}}, {"inputSharpness", {1}}, {"inputColor0", {1, 1, 1, 1}}, {"inputColor1", {0, 0, 0, 1}}});
@@ -136,7 +145,7 @@ TEST(AreaAverageTest, KeepsSmallDifferencesOverMillionsOfPixelsWhateverTheThread
     EXPECT_EQ(Pixels(image, {0, 0, 1, 1}), usual);
 }
 
-TEST(AreaHistogramTest, IsTheShareOfPixelsInEachBin) {
+TEST(AreaHistogramTest, GivesTheShareOfPixelsInEachBin) {
     Random random;
     for (int round = 0; round < 30; ++round) {
         const Source source = RandomSource(random);
@@ -152,7 +161,7 @@ TEST(AreaHistogramTest, IsTheShareOfPixelsInEachBin) {
             if (y != 0) return 0.0;
             double count = 0;
             for (const Pixel4& pixel : pixels) {
-                // The product is one of floats, as in the image.
+                // The product is computed in floats, as in the engine.
                 const float place = static_cast<float>(pixel[channel]) * static_cast<float>(bins);
                 const double bin =
                     std::clamp(std::floor(static_cast<double>(place)), 0.0, static_cast<double>(bins - 1));
@@ -163,7 +172,7 @@ TEST(AreaHistogramTest, IsTheShareOfPixelsInEachBin) {
     }
 }
 
-TEST(AreaHistogramTest, CountIsBetweenOneAndTwoThousandFortyEight) {
+TEST(AreaHistogramTest, CountIsClampedToOneThrough2048) {
     const Source source = SourceOf({0, 0, 1, 1}, {0.5f, 0.25f, 1, 1});
     const auto width = [&](double count) {
         return Output("CIAreaHistogram", source.image, {{"inputExtent", {0, 0, 1, 1}}, {"inputCount", {count}}})
@@ -177,7 +186,7 @@ TEST(AreaHistogramTest, CountIsBetweenOneAndTwoThousandFortyEight) {
     EXPECT_EQ(width(1e300), 2048);
 }
 
-TEST(ColumnAverageTest, IsTheMeanOfEachColumn) {
+TEST(ColumnAverageTest, AveragesEachColumn) {
     Random random;
     for (int round = 0; round < 30; ++round) {
         const Source source = RandomSource(random);
@@ -194,11 +203,11 @@ TEST(ColumnAverageTest, IsTheMeanOfEachColumn) {
     }
 }
 
-TEST(ColumnAverageTest, PartsWithoutEndAndEmptyOnesRender) {
+TEST(ColumnAverageTest, InfiniteAndEmptyExtentsRender) {
     const ImageRef board = Generated("CICheckerboardGenerator", {{"inputWidth", {8}}, {"inputColor0", {1, 1, 1, 1}}});
-    const ImageRef endless = Output("CIColumnAverage", board, {{"inputExtent", {0, 0, 1e15, 1e15}}});
-    EXPECT_EQ(Pixels(endless, {1000, 0, 100, 1}).size(), 400u);
-    ExpectSound(endless);
+    const ImageRef infinite = Output("CIColumnAverage", board, {{"inputExtent", {0, 0, 1e15, 1e15}}});
+    EXPECT_EQ(Pixels(infinite, {1000, 0, 100, 1}).size(), 400u);
+    ExpectFinite(infinite);
     const Source source = SourceOf({0, 0, 1, 1}, {1, 1, 1, 1});
     EXPECT_TRUE(Output("CIColumnAverage", source.image, {{"inputExtent", {5, 5, 1, 1}}})->GetExtent().IsEmpty());
 }

@@ -1,4 +1,12 @@
-// comic_effect_test.cpp - what must hold of a comic for any picture.
+// comic_effect_test.cpp - checks properties of the comic effect that hold for any picture.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <vector>
 
 #include "generator/generator.h"
 #include "support/oracle.h"
@@ -7,14 +15,14 @@ namespace {
 
 using namespace oracle;
 
-// A row of pixels, opaque grays.
+// Returns a row of opaque gray pixels.
 ImageRef Grays(std::size_t count, const std::function<float(std::size_t)>& light) {
     std::vector<float> pixels;
     for (std::size_t x = 0; x < count; ++x) pixels.insert(pixels.end(), {light(x), light(x), light(x), 1});
     return SourceOf({0, 0, static_cast<std::int64_t>(count), 1}, pixels).image;
 }
 
-TEST(ComicEffectTest, WhiteStaysWhiteAndBlackBlack) {
+TEST(ComicEffectTest, WhiteAndBlackAreUnchanged) {
     for (const float light : {0.0f, 1.0f}) {
         const ImageRef image = Output("CIComicEffect", Grays(60, [=](std::size_t) { return light; }), {});
         ExpectPixels(image, {0, 0, 60, 1},
@@ -28,11 +36,11 @@ TEST(ComicEffectTest, DrawsABlackLineOnTheDarkSideOfAStrongEdge) {
     EXPECT_EQ(row[10 * 4], 1);
     float darkest = 1;
     for (std::size_t x = 30; x < 34; ++x) darkest = std::min(darkest, row[x * 4 + 1]);
-    EXPECT_LT(darkest, 0.02f);  // less than a tenth of the light beside it: smoothing leaves an edge a little gray
+    EXPECT_LT(darkest, 0.02f);  // less than a tenth of its neighbors; smoothing leaves an edge slightly gray
     EXPECT_GT(row[50 * 4 + 1] + row[53 * 4 + 1], 0.1f);
 }
 
-TEST(ComicEffectTest, AlphaStaysAndTransparentPixelsStayTransparent) {
+TEST(ComicEffectTest, AlphaIsUnchangedAndColorsStayWithinIt) {
     Random random;
     const Source source = RandomSource(random);
     const std::vector<float> pixels = Pixels(Output("CIComicEffect", source.image, {}), source.region);
@@ -46,9 +54,9 @@ TEST(ComicEffectTest, AlphaStaysAndTransparentPixelsStayTransparent) {
     }
 }
 
-TEST(ComicEffectTest, AnEvenColorIsHalfItsNearestStepAndHalfDots) {
-    // 0.25 is stored as 0.537, the nearest of six steps is 0.6: light of 0.3185. Where a dot covers the paper only the flat half
-    // of it is left, between dots there is white paper's light besides.
+TEST(ComicEffectTest, UniformColorIsHalfItsNearestStepAndHalfDots) {
+    // 0.25 is stored as 0.537. The nearest of six steps is 0.6, which is 0.3185 in linear light. Inside a dot only
+    // half of that remains; between dots the light of white paper is added.
     const ImageRef image = Output("CIComicEffect", Grays(70, [](std::size_t) { return 0.25f; }), {});
     double lightest = 0, darkest = 1;
     for (std::size_t index = 0; index < 70; ++index) {

@@ -1,8 +1,15 @@
-// crystallize_test.cpp - the mosaic against every pixel compared with every seed, and what must hold of its polygons.
+// crystallize_test.cpp - compares the mosaic with a search for the nearest seed, and checks properties of its cells.
 
 #include "stylize/crystals.h"
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <set>
+#include <vector>
 
 #include "support/oracle.h"
 
@@ -14,7 +21,7 @@ ImageRef Mosaic(const ImageRef& input, double x, double y, double radius) {
     return Output("CICrystallize", input, {{"inputCenter", {x, y}}, {"inputRadius", {radius}}});
 }
 
-// The mean of a source's pixels in the square around a place, as far as they are in the source.
+// Returns the mean of the source's pixels in a square around a point; pixels outside the source do not count.
 double MeanAround(const Source& source, double x, double y, std::int64_t reach, std::size_t channel) {
     const Region& all = source.region;
     const std::int64_t column = std::clamp(static_cast<std::int64_t>(std::floor(x)), all.x, all.Right() - 1);
@@ -26,7 +33,7 @@ double MeanAround(const Source& source, double x, double y, std::int64_t reach, 
     return sum / static_cast<double>(square.width * square.height);
 }
 
-TEST(CrystallizeTest, EveryPixelHasTheMeanAroundItsNearestSeed) {
+TEST(CrystallizeTest, EachPixelHasTheMeanColorAroundItsNearestSeed) {
     Random random;
     for (const double radius : {1.5, 3.0, 7.9, 8.1, 13.0, 30.0, 200.0}) {
         const Source source = RandomSource(random);
@@ -55,7 +62,7 @@ TEST(CrystallizeTest, EveryPixelHasTheMeanAroundItsNearestSeed) {
                     nearestY = cy + radius * sy;
                 }
             }
-            // Which of two seeds as far away it is rests on the last bit.
+            // When two seeds are equally far away, the last bit decides which one is nearest.
             if (second - least < 1e-5) continue;
             const auto* pixel = &pixels[static_cast<std::size_t>((source.region.Top() - 1 - y) * source.region.width +
                                                                  x - source.region.x) *
@@ -66,7 +73,7 @@ TEST(CrystallizeTest, EveryPixelHasTheMeanAroundItsNearestSeed) {
     }
 }
 
-TEST(CrystallizeTest, SeedsAreSpreadEvenlyOverTheirCells) {
+TEST(CrystallizeTest, SeedsAreDistributedEvenlyOverTheirCells) {
     double x = 0, y = 0;
     std::set<float> different;
     for (std::int64_t row = -50; row < 50; ++row) {
@@ -80,10 +87,10 @@ TEST(CrystallizeTest, SeedsAreSpreadEvenlyOverTheirCells) {
     }
     EXPECT_NEAR(x, 0.5, 0.01);
     EXPECT_NEAR(y, 0.5, 0.01);
-    EXPECT_GT(different.size(), 8500u);  // of 10000 draws from 65536 about 9280 differ
+    EXPECT_GT(different.size(), 8500u);  // 10000 draws from 65536 values give about 9280 distinct ones
 }
 
-TEST(CrystallizeTest, HasAsManyColorsAsCellsAndMovesWithItsCenter) {
+TEST(CrystallizeTest, HasAboutOneColorPerCellAndMovesWithItsCenter) {
     Random random;
     const Source source = RandomSource(random);
     Affine move;
@@ -101,13 +108,13 @@ TEST(CrystallizeTest, HasAsManyColorsAsCellsAndMovesWithItsCenter) {
     EXPECT_LE(static_cast<double>(colors.size()), 3 * cells + 12);
 }
 
-TEST(CrystallizeTest, AnEvenPictureStaysEvenAtAnyRadius) {
+TEST(CrystallizeTest, UniformPictureStaysUniformAtAnyRadius) {
     const Source source = SourceOf({-7, 3, 199, 150}, std::vector<float>(199 * 150 * 4, 0.75f));
     for (const double radius : {2.0, 20.0, 129.0, 257.0, 5000.0, 1e9})
         ExpectPixels(Mosaic(source.image, 0, 0, radius), source.region, [](auto, auto, auto) { return 0.75; });
 }
 
-TEST(CrystallizeTest, ACellWiderThanALargePictureHasItsMean) {
+TEST(CrystallizeTest, CellLargerThanThePictureHasItsMean) {
     std::vector<float> pixels;
     for (std::size_t index = 0; index < 500 * 300; ++index) {
         const float light = index % 500 < 125 ? 1 : 0;
@@ -118,7 +125,7 @@ TEST(CrystallizeTest, ACellWiderThanALargePictureHasItsMean) {
     ExpectPixels(Mosaic(source.image, -4e8, -5e8, 1e9), {0, 10, 5, 5}, mean, 0.005);
 }
 
-TEST(CrystallizeTest, ARadiusOfOneIsTheVeryInput) {
+TEST(CrystallizeTest, RadiusOfAtMostOneReturnsTheInput) {
     const ImageRef image = RandomImage(5, 4);
     for (const double radius : {1.0, 0.0, -8.0}) EXPECT_EQ(Mosaic(image, 0, 0, radius), image);
 }

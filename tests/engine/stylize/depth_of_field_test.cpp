@@ -1,4 +1,12 @@
-// depth_of_field_test.cpp - the miniature against its formula in doubles.
+// depth_of_field_test.cpp - compares the depth of field with its formula in doubles.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
 
 #include "blur/slow_blur.h"
 
@@ -6,7 +14,7 @@ namespace {
 
 using namespace oracle;
 
-// The parameters of a miniature.
+// The parameters of the filter.
 struct Setting {
     double x0, y0, x1, y1;
     double radius, saturation, intensity, sharpRadius;
@@ -22,7 +30,7 @@ ImageRef Miniature(const ImageRef& input, const Setting& s) {
                    {"inputUnsharpMaskRadius", {s.sharpRadius}}});
 }
 
-// How far out of focus a pixel is.
+// Returns how far out of focus a pixel is: 0 in focus, 1 fully blurred.
 double Away(const Setting& s, const Region& all, std::int64_t px, std::int64_t py) {
     const double x = static_cast<double>(px) + 0.5 - s.x0, y = static_cast<double>(py) + 0.5 - s.y0;
     const double dx = s.x1 - s.x0, dy = s.y1 - s.y0, square = dx * dx + dy * dy;
@@ -32,7 +40,7 @@ double Away(const Setting& s, const Region& all, std::int64_t px, std::int64_t p
     return t * t * (3 - 2 * t);
 }
 
-TEST(DepthOfFieldTest, IsSharpAndColorfulOnTheLineAndADiscAwayFromIt) {
+TEST(DepthOfFieldTest, IsSharpAndSaturatedOnTheLineAndBlurredAwayFromIt) {
     Random random;
     for (int round = 0; round < 6; ++round) {
         const Source source = RandomSource(random);
@@ -83,7 +91,7 @@ TEST(DepthOfFieldTest, IsSharpAndColorfulOnTheLineAndADiscAwayFromIt) {
     }
 }
 
-TEST(DepthOfFieldTest, IsTheSameOnBothSidesOfItsLine) {
+TEST(DepthOfFieldTest, IsSymmetricAboutItsLine) {
     const Source source = SourceOf({0, 0, 20, 40}, std::vector<float>(20 * 40 * 4, 1.0f));
     std::vector<float> pixels(source.pixels);
     for (std::size_t row : {1u, 12u, 27u, 38u}) pixels[row * 80 + 41] = 0;
@@ -94,7 +102,7 @@ TEST(DepthOfFieldTest, IsTheSameOnBothSidesOfItsLine) {
     }
 }
 
-TEST(DepthOfFieldTest, WithoutRadiusSaturationOrSharpeningIsTheVeryInput) {
+TEST(DepthOfFieldTest, IdentitySettingsReturnTheInput) {
     const ImageRef image = RandomImage(5, 4);
     EXPECT_EQ(Miniature(image, {0, 0, 5, 0, 0, 1, 0, 2.5}), image);
     EXPECT_NE(Miniature(image, {0, 0, 5, 0, 1, 1, 0, 2.5}), image);

@@ -1,4 +1,12 @@
-// edges_test.cpp - edges and the woodcut of edges, against their formulas in doubles.
+// edges_test.cpp - compares edges and edge work with their formulas in doubles.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
 
 #include "blur/slow_blur.h"
 
@@ -6,7 +14,7 @@ namespace {
 
 using namespace oracle;
 
-TEST(EdgesTest, AreTheLengthOfTheSlopeOfEachColor) {
+TEST(EdgesTest, GiveTheGradientLengthPerChannel) {
     Random random;
     for (int round = 0; round < 12; ++round) {
         const Source source = RandomSource(random);
@@ -21,14 +29,14 @@ TEST(EdgesTest, AreTheLengthOfTheSlopeOfEachColor) {
     }
 }
 
-TEST(EdgesTest, RedBesideBlackIsARedLineTwoPixelsWide) {
+TEST(EdgesTest, RedBesideBlackGivesARedLineTwoPixelsWide) {
     std::vector<float> pixels;
     for (int x = 0; x < 4; ++x) pixels.insert(pixels.end(), {x < 2 ? 1.0f : 0.0f, 0, 0, 1});
     const ImageRef image = Output("CIEdges", SourceOf({0, 0, 4, 1}, pixels).image, {{"inputIntensity", {3}}});
     EXPECT_EQ(Pixels(image, {0, 0, 4, 1}), (std::vector<float>{0, 0, 0, 1, 1.5f, 0, 0, 1, 1.5f, 0, 0, 1, 0, 0, 0, 1}));
 }
 
-TEST(EdgesTest, OfIntensityZeroAreBlack) {
+TEST(EdgesTest, ZeroIntensityGivesBlack) {
     const ImageRef image = Output("CIEdges", RandomImage(4, 4), {{"inputIntensity", {0}}});
     const std::vector<float> pixels = Pixels(image, {0, 0, 4, 4});
     for (std::size_t index = 0; index < pixels.size(); ++index)
@@ -39,7 +47,7 @@ double Luminance(const Source& source, std::int64_t x, std::int64_t y) {
     return 0.2125 * Clipped(source, x, y, 0) + 0.7154 * Clipped(source, x, y, 1) + 0.0721 * Clipped(source, x, y, 2);
 }
 
-TEST(EdgeWorkTest, IsWhiteButWhereAPixelIsDarkerThanItsSurroundings) {
+TEST(EdgeWorkTest, IsWhiteExceptWherePixelsAreDarkerThanTheirSurroundings) {
     Random random;
     for (const double radius : {0.0, 0.6, 2.5, 3.9, 5.5}) {
         const Source source = RandomSource(random);
@@ -52,7 +60,7 @@ TEST(EdgeWorkTest, IsWhiteButWhereAPixelIsDarkerThanItsSurroundings) {
             return channel == 3 ? 0.0 : Luminance(source, x, y);
         };
         const SlowGaussian sharp(tone, std::min(radius / 3, 1.0), all), blurred(tone, radius, all);
-        // Why so much: the blur's own 1e-5 counts eight times, and in the dark fifty times more.
+        // The tolerance is large because the blur's error of 1e-5 is multiplied by 8, and in dark areas by 50 more.
         ExpectPixels(
             image, all,
             [&](std::int64_t x, std::int64_t y, std::size_t channel) {
@@ -64,7 +72,7 @@ TEST(EdgeWorkTest, IsWhiteButWhereAPixelIsDarkerThanItsSurroundings) {
     }
 }
 
-TEST(EdgeWorkTest, LeavesEvenAreasWhiteAndDrawsTheDarkSideOfAnEdgeBlack) {
+TEST(EdgeWorkTest, LeavesUniformAreasWhiteAndDrawsTheDarkSideOfAnEdgeBlack) {
     std::vector<float> pixels;
     for (int x = 0; x < 40; ++x) {
         const float light = x < 20 ? 0.8f : 0.3f;
@@ -80,7 +88,7 @@ TEST(EdgeWorkTest, LeavesEvenAreasWhiteAndDrawsTheDarkSideOfAnEdgeBlack) {
     EXPECT_EQ(row[20 * 4 + 3], 1);
 }
 
-TEST(EdgeWorkTest, ARadiusBeyondThePictureIsThePictureSLongerSide) {
+TEST(EdgeWorkTest, RadiusIsLimitedToTheLongerSideOfThePicture) {
     const ImageRef source = RandomImage(9, 7);
     const auto render = [&](double radius) {
         return Pixels(Output("CIEdgeWork", source, {{"inputRadius", {radius}}}), {0, 0, 9, 7});

@@ -1,4 +1,12 @@
-// glow_test.cpp - bloom and gloom against their formula in doubles, and what must hold of them for any image.
+// glow_test.cpp - compares bloom and gloom with their formula in doubles, and tests their limits.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
 
 #include "blur/slow_blur.h"
 
@@ -6,12 +14,12 @@ namespace {
 
 using namespace oracle;
 
-// The image of one of the two.
+// Returns the output of CIBloom or CIGloom.
 ImageRef Glow(const char* filter, const ImageRef& input, double radius, double intensity) {
     return Output(filter, input, {{"inputRadius", {radius}}, {"inputIntensity", {intensity}}});
 }
 
-TEST(GlowTest, MovesTowardsTheBlurredImageWhereThatIsMoreOrLess) {
+TEST(GlowTest, BloomMovesTowardLighterBlurAndGloomTowardDarkerBlur) {
     Random random;
     for (const double radius : {0.4, 1.7, 3.9, 4.0, 7.3}) {
         const Source source = RandomSource(random);
@@ -30,8 +38,8 @@ TEST(GlowTest, MovesTowardsTheBlurredImageWhereThatIsMoreOrLess) {
     }
 }
 
-TEST(GlowTest, OfALoneDotIsThatOfTheBellCurve) {
-    // The middle of a Gaussian of sigma 1 over a dot: (1 / 2.506628)^2, as sampled 0.3989423^2.
+TEST(GlowTest, SingleDotMatchesTheBellCurve) {
+    // The center of a blurred dot for sigma 1 is (1 / 2.506628)^2 = 0.3989423^2.
     const ImageRef dot = SourceOf({0, 0, 1, 1}, {1, 1, 1, 1}).image;
     const double middle = 0.3989423 * 0.3989423, beside = middle * std::exp(-0.5);
     const std::vector<float> gloom = Pixels(Glow("CIGloom", dot, 1, 0.5), {0, 0, 2, 1});
@@ -42,7 +50,7 @@ TEST(GlowTest, OfALoneDotIsThatOfTheBellCurve) {
     EXPECT_NEAR(bloom[4], 0.5 * beside, 1e-5);
 }
 
-TEST(GlowTest, WithoutRadiusOrIntensityIsTheVeryInput) {
+TEST(GlowTest, ZeroRadiusOrIntensityReturnsTheInput) {
     const ImageRef image = RandomImage(5, 3);
     for (const char* filter : {"CIBloom", "CIGloom"}) {
         EXPECT_EQ(Glow(filter, image, 0, 1), image);

@@ -1,12 +1,15 @@
-// golden_glow_test.cpp - bloom against a reference render, by a version that blurred the numbers that a picture stores instead of
-// the light that they stand for.
+// golden_glow_test.cpp - compares bloom with a reference render whose version blurred stored values, not linear light.
 //
-// That is the only difference, and a blur half a pixel wider: so the test makes the blurred copy the old way, and the engine does
-// the rest.
+// The only other difference of that version is a blur half a pixel wider. The test therefore makes the blurred copy
+// in the old way and lets the engine do the rest.
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
+#include <string>
+#include <vector>
 
 #include "blur/blur.h"
 #include "core/bitmap.h"
@@ -22,7 +25,7 @@ using namespace core_image;
 constexpr Region kRendered = {-30, -30, 698, 535};
 constexpr double kOldSigma = 10.5;
 
-// An image of encoded pixels, or of the same numbers taken as light.
+// Returns an image of encoded pixels, or of the same values read as linear light.
 template <class Number>
 ImageRef BitmapOf(const std::vector<Number>& pixels, std::size_t width, std::size_t height, Transfer transfer) {
     BitmapSource source;
@@ -49,10 +52,10 @@ std::vector<Number> Rendered(const ImageRef& image, const Region& region, Transf
     return pixels;
 }
 
-TEST(GoldenTest, BloomIsWithinHalfALevelOfTheRenderThatBlurredStoredNumbers) {
+TEST(GoldenTest, BloomMatchesTheReferenceThatBlursStoredValues) {
     const std::string name = "CIBloom-1";
     if (!golden::IsPresent())
-        GTEST_SKIP() << name << ": no reference renders in " << golden::Folder() << ", not compared";
+        GTEST_SKIP() << name << ": no reference renders in " << golden::Folder() << "; not compared";
     const auto reference = golden::ReadCase(name);
     ASSERT_TRUE(reference.has_value());
     const auto& parameters = reference->steps[0].parameters;

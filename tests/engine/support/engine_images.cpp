@@ -1,4 +1,8 @@
-// engine_images.cpp - the helpers of engine_images.h.
+// engine_images.cpp - makes random bitmaps and renders regions to floats.
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
 
 #include "support/engine_images.h"
 

@@ -1,14 +1,17 @@
-// engine_images.h - images for tests of the engine alone, and what they render to.
+// engine_images.h - helpers for tests of the engine alone: random images, and rendering to floats.
+//
+// Threads: call from the test's thread; rendering uses all threads.
 
 #pragma once
 
+#include <cstddef>
 #include <vector>
 
 #include "core/renderer.h"
 
-// An image of pseudo-random premultiplied floats, some pixels opaque, its lower left pixel at (0, 0).
+// Returns an image of pseudo-random premultiplied floats, some pixels opaque; its lower left pixel is at (0, 0).
 core_image::ImageRef RandomImage(std::size_t width, std::size_t height);
 
-// The linear floats of a region, the topmost row first.
+// Renders a region to linear floats, top row first.
 std::vector<float> Pixels(const core_image::ImageRef& image, const core_image::Region& region,
                           const core_image::Cut& cut = {});

@@ -1,14 +1,21 @@
-// oracle.h - what tests of filters over places share: random images anywhere in the plane, their pixels as doubles, filters
-// called with a few values, and comparison with a slow function.
+// oracle.h - helpers for tests of filters that use neighboring pixels: random images anywhere in the plane, their
+// pixels as doubles, filters called with a few values, and comparison with a slow function.
+//
+// Threads: call from the test's thread; rendering uses all threads.
 
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <random>
 #include <vector>
 
@@ -21,7 +28,7 @@ namespace oracle {
 
 using namespace core_image;
 
-// Random numbers from a seed that is printed; the environment variable ZEVA_SEED repeats one.
+// Random numbers. The seed is printed; setting the environment variable ZEVA_SEED repeats a run.
 class Random {
   public:
     Random() {
@@ -40,11 +47,11 @@ class Random {
     std::mt19937 generator_;
 };
 
-// An image and its pixels. Outside they are 0.
+// An image and its pixels, which are 0 outside of its region.
 struct Source {
     ImageRef image;
     Region region;
-    std::vector<float> pixels;  // the topmost row first
+    std::vector<float> pixels;  // top row first
 
     double At(std::int64_t x, std::int64_t y, std::size_t channel) const {
         if (!region.Contains(x, y)) return 0;
@@ -53,7 +60,7 @@ struct Source {
     }
 };
 
-// A pixel of an image by its whole coordinates, and the mean of the four nearest to a place.
+// Returns a channel of the pixel at integer coordinates. Bilinear interpolates the four pixels nearest to a point.
 using At = std::function<double(std::int64_t x, std::int64_t y, std::size_t channel)>;
 inline double Bilinear(const At& at, double x, double y, std::size_t channel) {
     const double left = std::floor(x - 0.5), bottom = std::floor(y - 0.5);
@@ -63,19 +70,19 @@ inline double Bilinear(const At& at, double x, double y, std::size_t channel) {
            above * ((1 - right) * at(i, j + 1, channel) + right * at(i + 1, j + 1, channel));
 }
 
-// A source that goes on as its outermost pixels do.
+// Returns a channel of a source that is extended beyond its region by its outermost pixels.
 inline double AtNearest(const Source& source, std::int64_t x, std::int64_t y, std::size_t channel) {
     const Region& all = source.region;
     return source.At(std::clamp(x, all.x, all.Right() - 1), std::clamp(y, all.y, all.Top() - 1), channel);
 }
 
-// A channel of a pixel that was clipped to 0...1: alpha first, then colors to alpha.
+// Returns a channel of a clipped pixel: alpha is clipped to 0...1, then colors to 0...alpha.
 inline double Clipped(const Source& source, std::int64_t x, std::int64_t y, std::size_t channel) {
     const double alpha = std::clamp(source.At(x, y, 3), 0.0, 1.0);
     return channel == 3 ? alpha : std::clamp(source.At(x, y, channel), 0.0, alpha);
 }
 
-// An image of numbers, the topmost row first, whose lower left pixel is at a place.
+// Returns an image of these pixels, top row first, in a region of the plane.
 inline Source SourceOf(const Region& region, const std::vector<float>& pixels) {
     auto kept = std::make_shared<std::vector<float>>(pixels);
     BitmapSource bitmap;
@@ -92,7 +99,7 @@ inline Source SourceOf(const Region& region, const std::vector<float>& pixels) {
     return {MakeAffineImage(MakeBitmapImage(bitmap, kept), move), region, pixels};
 }
 
-// Random pixels of odd size anywhere: some opaque, some transparent, some colors beyond 0...1.
+// Returns a random image of odd size at a random position. Some pixels are opaque, some transparent, some beyond 0...1.
 inline Source RandomSource(Random& random) {
     const Region region = {random.Whole(-50, 50), random.Whole(-50, 50), 2 * random.Whole(2, 20) + 1,
                            2 * random.Whole(2, 20) + 1};
@@ -107,7 +114,9 @@ inline Source RandomSource(Random& random) {
     return SourceOf(region, pixels);
 }
 
-// The image that a filter makes; elements hold a vector, a color or a transform. Without inputImage nothing is given.
+// An input of a filter; elements hold a number, a vector, a color or a transform.
+//
+// Output returns the image that a filter makes. With a null inputImage the filter gets no inputs at all.
 struct Value {
     const char* key;
     std::vector<double> elements;
@@ -132,7 +141,7 @@ inline ImageRef Generated(const char* filter, const std::vector<Value>& values) 
     return Output(filter, SourceOf({0, 0, 1, 1}, {0, 0, 0, 0}).image, values);
 }
 
-// Compares all pixels of a region with a function; the tolerance is relative to the larger of the expected number and 1.
+// Compares all pixels of a region with a function. The tolerance is relative to the larger of 1 and the expected value.
 using Slow = std::function<double(std::int64_t x, std::int64_t y, std::size_t channel)>;
 inline void ExpectPixels(const ImageRef& image, const Region& region, const Slow& slow, double tolerance = 1e-5) {
     const std::vector<float> pixels = Pixels(image, region, {4096, 29, 17});
@@ -145,8 +154,8 @@ inline void ExpectPixels(const ImageRef& image, const Region& region, const Slow
     }
 }
 
-// Expects only finite numbers, and nothing outside the extent.
-inline void ExpectSound(const ImageRef& image) {
+// Expects finite pixels near the origin and far away from it. Accepts null.
+inline void ExpectFinite(const ImageRef& image) {
     if (image == nullptr) return;
     for (const Region& region : {Region{-3, -3, 9, 9}, Region{1000000, -1000000, 3, 3}}) {
         const std::vector<float> pixels = Pixels(image, region);
@@ -154,7 +163,7 @@ inline void ExpectSound(const ImageRef& image) {
     }
 }
 
-// Numbers that ask for trouble.
+// Numbers that are likely to cause trouble.
 inline const double kHostile[] = {0,    -1,    1e-300, 1e-9,     0.5,       3,           1e9,
                                   1e30, -1e30, 1e308,  HUGE_VAL, -HUGE_VAL, std::nan("")};
 

@@ -1,10 +1,15 @@
-// point_oracle.cpp - the helpers of point_oracle.h.
+// point_oracle.cpp - builds inputs and random images, and compares pixels with formulas.
 
 #include "support/point_oracle.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <utility>
 
 #include "geometry/geometry.h"
 
@@ -75,7 +80,7 @@ std::vector<double> RandomNumbers::List(std::size_t count, double low, double hi
 
 namespace {
 
-// An image of floats with its lower left pixel at (0, 0).
+// Returns an image of floats with its lower left pixel at (0, 0).
 ImageRef ImageOf(std::size_t width, std::size_t height, std::vector<float> numbers) {
     auto pixels = std::make_shared<std::vector<float>>(std::move(numbers));
     BitmapSource source;
@@ -96,7 +101,7 @@ ImageRef RandomImageAt(const Region& region, unsigned seed, double low, double h
         const double kind = random(0, 1);
         const double alpha = kind < 0.1 ? 0 : kind < 0.5 ? 1 : random(0.05, mostAlpha);
         for (int channel = 0; channel < 3; ++channel) {
-            const double color = random(low - 0.1, high + 0.1);  // some at the very ends
+            const double color = random(low - 0.1, high + 0.1);  // some exactly at the limits
             pixels.push_back(static_cast<float>(std::clamp(color, low, high) * alpha));
         }
         pixels.push_back(static_cast<float>(alpha));

@@ -1,8 +1,11 @@
-// point_oracle.h - for tests of filters that work pixel by pixel: their inputs by key, images with everything a pixel can be,
-// and the comparison with a formula in doubles.
+// point_oracle.h - helpers for tests of pointwise filters: inputs by key, images with all kinds of pixels, and
+// comparison with a formula in doubles.
+//
+// Threads: call from the test's thread; rendering uses all threads.
 
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <random>
 #include <string>
@@ -11,7 +14,7 @@
 #include "engine/filter_table.h"
 #include "support/engine_images.h"
 
-// Values by key for one filter. Bytes must outlive it.
+// The input values of one filter by key. The caller keeps bytes alive.
 class FilterValues {
   public:
     FilterValues& Image(const char* key, const core_image::ImageRef& image);
@@ -20,12 +23,12 @@ class FilterValues {
     FilterValues& Bytes(const char* key, const void* bytes, std::size_t count);
     FilterValues& Space(const char* key, core_image::ColorSpace space);
 
-    // The image of a filter, by its name.
+    // Returns the image that the filter makes of these values.
     core_image::ImageRef Output(const char* filter) const;
 
   private:
     struct Entry {
-        core_image::InputValue value;  // but for the pointers into the entry itself
+        core_image::InputValue value;  // without its pointers into this entry
         core_image::ImageRef image;
         std::vector<double> elements;
     };
@@ -35,7 +38,7 @@ class FilterValues {
     std::vector<Entry> entries_;
 };
 
-// A pixel in doubles.
+// A pixel in doubles, as a slow formula computes it.
 struct Slow {
     double red = 0, green = 0, blue = 0, alpha = 0;
 };
@@ -43,14 +46,15 @@ Slow Unpremultiplied(const Slow& pixel);
 Slow Premultiplied(const Slow& color);
 double Luminance(const Slow& color);
 
-// Where the random images are: an odd size away from the origin.
+// The region of the random images: odd sizes, away from the origin.
 inline constexpr core_image::Region kOffsetRegion = {5, 3, 61, 37};
 
-// An image there whose pixels are opaque, translucent and transparent; in range, or with colors of -0.5...2 and alpha up to 1.5.
+// Return an image in that region with opaque, translucent and transparent pixels. Colors and alpha are in 0...1, or
+// colors are in -0.5...2 and alpha is up to 1.5.
 core_image::ImageRef InRangeImage(unsigned seed);
 core_image::ImageRef OutOfRangeImage(unsigned seed);
 
-// Numbers between two others; the seed is printed when a test with it fails.
+// Random numbers from a fixed seed.
 class RandomNumbers {
   public:
     explicit RandomNumbers(unsigned seed) : engine_(seed) {}
@@ -61,15 +65,15 @@ class RandomNumbers {
     std::mt19937 engine_;
 };
 
-// Compares every pixel of an image, on and around kOffsetRegion, with a formula of the pixels of its inputs, all premultiplied.
-// The tolerance is relative, to 1 where the number is smaller.
+// Compares every pixel of an image in and around kOffsetRegion with a formula of its inputs' pixels, all
+// premultiplied. The tolerance is relative to the larger of 1 and the expected value.
 using Formula = std::function<Slow(const std::vector<Slow>& inputs)>;
 void ExpectPixels(const core_image::ImageRef& image, const std::vector<core_image::ImageRef>& inputs,
                   const Formula& formula, double tolerance = 1e-5);
 
-// The pixel at (0, 0) of an image; and an image of one pixel there.
+// Return the pixel of an image at (0, 0), and an image of one pixel at (0, 0).
 std::vector<float> PixelOf(const core_image::ImageRef& image);
 core_image::ImageRef OnePixel(float red, float green, float blue, float alpha);
 
-// Compares numbers one by one.
+// Compares two lists of numbers element by element.
 void ExpectNear(const std::vector<float>& numbers, const std::vector<double>& expected, double tolerance = 1e-6);

@@ -1,4 +1,15 @@
-// tile_test.cpp - tiles against their formulas in doubles, by hand, and by the symmetries that they are named after.
+// tile_test.cpp - compares tiles with formulas in doubles and with hand-computed rows, and checks their symmetries.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "generator/generator.h"
 #include "support/oracle.h"
@@ -7,7 +18,7 @@ namespace {
 
 using namespace oracle;
 
-// A place in edges of the cell, brought back into the cell by definition, case by case.
+// A point in units of the cell's edges. The functions below fold a point into the cell by the definition of each tile.
 using Place = std::array<double, 2>;
 double Modulo(double value, double period) { return value - period * std::floor(value / period); }
 double UpAndDown(double value, double height) {
@@ -48,7 +59,7 @@ class TileTest : public testing::TestWithParam<Kind> {
     static bool Is(const char* name) { return GetParam().filter == std::string(name); }
 };
 
-TEST_P(TileTest, IsThatOfTheFormula) {
+TEST_P(TileTest, MatchesTheFormula) {
     Random random;
     for (int round = 0; round < 20; ++round) {
         const Source source = RandomSource(random);
@@ -73,20 +84,20 @@ TEST_P(TileTest, IsThatOfTheFormula) {
     }
 }
 
-// A tile of whole pixels and what one of its symmetries makes of it: all pixels are the same.
-TEST_P(TileTest, IsItselfUnderItsSymmetries) {
-    constexpr std::int64_t w = 6, cx = 11, cy = -7;
-    using Symmetry = std::array<std::int64_t, 2> (*)(std::int64_t x, std::int64_t y);  // from the center
+// Tiles of whole pixels must not change under their symmetries.
+TEST_P(TileTest, IsInvariantUnderItsSymmetries) {
+    constexpr std::int64_t kWidth = 6, kCenterX = 11, kCenterY = -7;
+    using Symmetry = std::array<std::int64_t, 2> (*)(std::int64_t x, std::int64_t y);  // relative to the center
     const Symmetry mirrorX = [](std::int64_t x, std::int64_t y) { return std::array{-1 - x, y}; };
     const Symmetry mirrorY = [](std::int64_t x, std::int64_t y) { return std::array{x, -1 - y}; };
     const Symmetry diagonal = [](std::int64_t x, std::int64_t y) { return std::array{y, x}; };
-    const Symmetry moveX = [](std::int64_t x, std::int64_t y) { return std::array{x + w, y}; };
-    const Symmetry moveY = [](std::int64_t x, std::int64_t y) { return std::array{x, y + w}; };
-    const Symmetry moveX2 = [](std::int64_t x, std::int64_t y) { return std::array{x + 2 * w, y}; };
-    const Symmetry moveY2 = [](std::int64_t x, std::int64_t y) { return std::array{x, y + 2 * w}; };
+    const Symmetry moveX = [](std::int64_t x, std::int64_t y) { return std::array{x + kWidth, y}; };
+    const Symmetry moveY = [](std::int64_t x, std::int64_t y) { return std::array{x, y + kWidth}; };
+    const Symmetry moveX2 = [](std::int64_t x, std::int64_t y) { return std::array{x + 2 * kWidth, y}; };
+    const Symmetry moveY2 = [](std::int64_t x, std::int64_t y) { return std::array{x, y + 2 * kWidth}; };
     const Symmetry quarter = [](std::int64_t x, std::int64_t y) { return std::array{-1 - y, x}; };
-    const Symmetry otherQuarter = [](std::int64_t x, std::int64_t y) { return std::array{2 * w - 1 - y, x}; };
-    const Symmetry glide = [](std::int64_t x, std::int64_t y) { return std::array{-1 - x, y + w}; };
+    const Symmetry otherQuarter = [](std::int64_t x, std::int64_t y) { return std::array{2 * kWidth - 1 - y, x}; };
+    const Symmetry glide = [](std::int64_t x, std::int64_t y) { return std::array{-1 - x, y + kWidth}; };
     std::vector<Symmetry> symmetries;
     if (Is("CIFourfoldTranslatedTile")) symmetries = {moveX, moveY};
     if (Is("CIFourfoldReflectedTile")) symmetries = {mirrorX, mirrorY, moveX2, moveY2};
@@ -94,8 +105,10 @@ TEST_P(TileTest, IsItselfUnderItsSymmetries) {
     if (Is("CIFourfoldRotatedTile")) symmetries = {quarter, otherQuarter, moveX2, moveY2};
     if (Is("CIGlideReflectedTile")) symmetries = {glide, moveX, moveY2};
     const ImageRef image = MakeAffineImage(RandomImage(9, 9), {1, 0, 0, 1, 10, -8});
-    const ImageRef tiles = GetTile(image, {cx, cy}, w);
-    const auto pixel = [&](std::int64_t x, std::int64_t y) { return Pixels(tiles, {cx + x, cy + y, 1, 1}); };
+    const ImageRef tiles = GetTile(image, {kCenterX, kCenterY}, kWidth);
+    const auto pixel = [&](std::int64_t x, std::int64_t y) {
+        return Pixels(tiles, {kCenterX + x, kCenterY + y, 1, 1});
+    };
     ASSERT_FALSE(symmetries.empty());
     for (const Symmetry symmetry : symmetries) {
         for (std::int64_t y = -14; y < 14; ++y) {
@@ -108,7 +121,7 @@ TEST_P(TileTest, IsItselfUnderItsSymmetries) {
     }
 }
 
-TEST_P(TileTest, SeamsThroughTheCentersOfPixelsAreStraight) {
+TEST_P(TileTest, SeamsThroughPixelCentersAreStraight) {
     const ImageRef image = RandomImage(40, 40);
     constexpr double kQuarter = 1.5707963267948966, kFloatQuarter = 1.57079637050628662,
                      kFloatHalf = 3.1415927410125732;
@@ -124,39 +137,39 @@ TEST_P(TileTest, SeamsThroughTheCentersOfPixelsAreStraight) {
     }
 }
 
-TEST_P(TileTest, HowItIsCutChangesNoBit) {
+TEST_P(TileTest, DoesNotDependOnTiling) {
     const ImageRef tiles = GetTile(RandomImage(40, 40), {10.5, 11}, 7, 1, 2);
     EXPECT_EQ(Pixels(tiles, kRegion, {23, 16, 7}), Pixels(tiles, kRegion));
 }
 
-TEST_P(TileTest, ReachesEverywhereAndIsNoneWithoutAnImage) {
+TEST_P(TileTest, ExtentIsInfiniteAndNoInputGivesNull) {
     EXPECT_TRUE(GetTile(RandomImage(3, 3), {1, 1}, 2)->GetExtent().IsInfinite());
     EXPECT_TRUE(GetTile(MakeConstantImage({1, 1, 1, 1}), {1, 1}, 2)->GetExtent().IsInfinite());
     EXPECT_EQ(GetTile(nullptr, {1, 1}, 2), nullptr);
 }
 
-TEST_P(TileTest, OfAConstantIsThatConstant) {
+TEST_P(TileTest, ConstantImageIsUnchanged) {
     const ImageRef tiles = GetTile(MakeConstantImage({0.25f, 0.5f, 0.75f, 1}), {1, 1}, 7.3, 0.4, 1);
     EXPECT_EQ(Pixels(tiles, {-99, 1000000, 1, 1}), (std::vector<float>{0.25f, 0.5f, 0.75f, 1}));
 }
 
-TEST_P(TileTest, AnyNumbersAndImagesGiveFinitePixels) {
+TEST_P(TileTest, HostileNumbersAndImagesGiveFinitePixels) {
     const ImageRef usual = SourceOf({2, 3, 2, 1}, {1, 1, 1, 1, 0, 0, 0, 1}).image;
     const ImageRef images[] = {usual, MakeConstantImage({1, 0.5f, 0, 1}), MakeCroppedImage(usual, {})};
     for (const ImageRef& image : images) {
         for (const double number : kHostile) {
             for (const double other : kHostile) {
-                ExpectSound(GetTile(image, {number, other}, other, number, other));
-                ExpectSound(GetTile(image, {2, 3}, number, 0, other));
+                ExpectFinite(GetTile(image, {number, other}, other, number, other));
+                ExpectFinite(GetTile(image, {2, 3}, number, 0, other));
             }
         }
     }
 }
 
-TEST_P(TileTest, CellsOfNoWidthAreAPixelWide) {
+TEST_P(TileTest, CellsWithoutWidthAreOnePixelWide) {
     const ImageRef image = RandomImage(9, 9);
-    for (const double none : {0.0, -5.0}) {
-        EXPECT_EQ(Pixels(GetTile(image, {3, 4}, none), kRegion), Pixels(GetTile(image, {3, 4}, 1), kRegion));
+    for (const double tooSmall : {0.0, -5.0}) {
+        EXPECT_EQ(Pixels(GetTile(image, {3, 4}, tooSmall), kRegion), Pixels(GetTile(image, {3, 4}, 1), kRegion));
     }
 }
 
@@ -168,8 +181,8 @@ INSTANTIATE_TEST_SUITE_P(Kinds, TileTest,
                                          Kind{"CIGlideReflectedTile", GlideReflected, false}),
                          [](const auto& test) { return std::string(test.param.filter); });
 
-// The red of a tile of two by two pixels, 1 2 above 3 4, around its cell's corner: a row of eight pixels, two right of
-// which are the cell's.
+// Returns the red of eight pixels in a row of tiles. The cell is 2 x 2 pixels, 1 2 above 3 4, and its corner is the
+// origin. The row starts four pixels to the left of the origin.
 std::vector<float> RowOf(const char* filter, std::int64_t y, double width = 2) {
     const Source cell = SourceOf({0, 0, 2, 2}, {1, 0, 0, 1, 2, 0, 0, 1, 3, 0, 0, 1, 4, 0, 0, 1});
     const ImageRef tiles = Output(filter, cell.image,
@@ -208,7 +221,7 @@ TEST(TilesByHandTest, OddRowsOfCellsAreReflected) {
 }
 
 TEST(TilesByHandTest, TriangleIsReflected) {
-    // A cell of four by four, of whose lower left quarter the pixels 3 4 below and 2 on the diagonal are shown.
+    // The cell is 4 x 4 pixels. The triangle in its lower left quarter has 3 4 in the lower row and 2 on the diagonal.
     EXPECT_EQ(RowOf("CIEightfoldReflectedTile", 0, 4), (std::vector<float>{3, 4, 4, 3, 3, 4, 4, 3}));
     EXPECT_EQ(RowOf("CIEightfoldReflectedTile", 1, 4), (std::vector<float>{4, 2, 2, 4, 4, 2, 2, 4}));
 }

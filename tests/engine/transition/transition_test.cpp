@@ -1,4 +1,16 @@
-// transition_test.cpp - transitions against their formulas in doubles, by hand, and what holds for all of them.
+// transition_test.cpp - compares transitions with their formulas in doubles and with hand-computed values, and checks
+// properties that all transitions share.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "core/transfer.h"
 #include "generator/generator.h"
@@ -8,7 +20,7 @@ namespace {
 
 using namespace oracle;
 
-// The image of a transition from one image to another.
+// Returns the output of a transition from one image to another.
 ImageRef Transition(const std::string& filter, const ImageRef& image, const ImageRef& target,
                     std::vector<Value> values) {
     values.push_back({"inputTargetImage", {}, target});
@@ -17,15 +29,15 @@ ImageRef Transition(const std::string& filter, const ImageRef& image, const Imag
 
 double Mix(double a, double b, double k) { return a + k * (b - a); }
 
-// Where the random images are, and more.
+// Contains all random images.
 constexpr Region kAround = {-60, -60, 161, 161};
 
-// What the channels of a pixel all are.
+// Returns an opaque image in which red, green and blue have one level.
 ImageRef Gray(float level, const Region& region) {
     return MakeCroppedImage(MakeConstantImage({level, level, level, 1}), Extent::Of(region));
 }
 
-// Every transition, and those of its keys that hold numbers or vectors.
+// A transition, and its keys for numbers and vectors.
 struct Kind {
     const char* filter;
     std::vector<const char*> keys;
@@ -38,7 +50,7 @@ class EveryTransitionTest : public testing::TestWithParam<Kind> {
         return Transition(GetParam().filter, image, target, std::move(values));
     }
 
-    // A number for each key, and a vector of it.
+    // Returns a value for each key: a number and a vector of that number.
     std::vector<Value> All(double number) const {
         std::vector<Value> values;
         for (const char* key : GetParam().keys) values.push_back({key, {number, number, number, number}});
@@ -48,7 +60,7 @@ class EveryTransitionTest : public testing::TestWithParam<Kind> {
     ImageRef mask_ = RandomImage(20, 20);
 };
 
-TEST_P(EveryTransitionTest, IsTheOneImageBeforeAndTheOtherAfter) {
+TEST_P(EveryTransitionTest, IsTheImageBeforeTimeZeroAndTheTargetAfterTimeOne) {
     Random random;
     for (int round = 0; round < 5; ++round) {
         const Source image = RandomSource(random), target = RandomSource(random);
@@ -64,7 +76,7 @@ TEST_P(EveryTransitionTest, IsTheOneImageBeforeAndTheOtherAfter) {
     }
 }
 
-TEST_P(EveryTransitionTest, HowItIsCutChangesNoBit) {
+TEST_P(EveryTransitionTest, DoesNotDependOnTiling) {
     Random random;
     for (int round = 0; round < 5; ++round) {
         const Source image = RandomSource(random), target = RandomSource(random);
@@ -73,7 +85,7 @@ TEST_P(EveryTransitionTest, HowItIsCutChangesNoBit) {
     }
 }
 
-TEST_P(EveryTransitionTest, ReachesOverBothImagesAtAnyTime) {
+TEST_P(EveryTransitionTest, ExtentCoversBothImagesAtAnyTime) {
     const ImageRef image = Gray(1, {1, 2, 3, 4}), target = Gray(1, {-7, 3, 2, 9});
     for (const double time : {0.0, 0.3, 1.0}) {
         EXPECT_EQ(At(time, image, target)->GetExtent(), (Extent{-7, 2, 4, 12}));
@@ -81,7 +93,7 @@ TEST_P(EveryTransitionTest, ReachesOverBothImagesAtAnyTime) {
     }
 }
 
-TEST_P(EveryTransitionTest, WithoutOneOfItsImagesThereIsNone) {
+TEST_P(EveryTransitionTest, MissingImageGivesNull) {
     const ImageRef image = Gray(1, {1, 2, 3, 4});
     for (const double time : {0.0, 0.3, 1.0}) {
         EXPECT_EQ(At(time, image, nullptr), nullptr);
@@ -89,19 +101,19 @@ TEST_P(EveryTransitionTest, WithoutOneOfItsImagesThereIsNone) {
     }
 }
 
-TEST_P(EveryTransitionTest, AnyNumbersAndImagesGiveFinitePixels) {
-    const float none = std::nanf("");
+TEST_P(EveryTransitionTest, HostileNumbersAndImagesGiveFinitePixels) {
+    const float nan = std::nanf("");
     const ImageRef usual = SourceOf({2, 3, 2, 1}, {1, 1, 1, 1, 0, 0, 0, 1}).image;
-    const ImageRef odd = SourceOf({0, 0, 2, 1}, {none, 1e30f, -1e30f, 1, HUGE_VALF, 0, 0, none}).image;
-    const ImageRef endless = MakeConstantImage({1, 0.5f, 0, 1}), empty = MakeCroppedImage(usual, {});
-    const ImageRef images[] = {usual, odd, endless, empty, Gray(0.5f, {0, 0, 1, 1})};
+    const ImageRef odd = SourceOf({0, 0, 2, 1}, {nan, 1e30f, -1e30f, 1, HUGE_VALF, 0, 0, nan}).image;
+    const ImageRef infinite = MakeConstantImage({1, 0.5f, 0, 1}), empty = MakeCroppedImage(usual, {});
+    const ImageRef images[] = {usual, odd, infinite, empty, Gray(0.5f, {0, 0, 1, 1})};
     for (const double number : kHostile) {
         for (const double time : {1e-9, 0.3, 0.9}) {
             for (const ImageRef& image : images) {
                 mask_ = image;
-                ExpectSound(At(time, image, usual, All(number)));
-                ExpectSound(At(time, usual, image, All(number)));
-                ExpectSound(At(time, image, image, All(number)));
+                ExpectFinite(At(time, image, usual, All(number)));
+                ExpectFinite(At(time, usual, image, All(number)));
+                ExpectFinite(At(time, image, image, All(number)));
             }
         }
     }
@@ -119,7 +131,7 @@ INSTANTIATE_TEST_SUITE_P(
               "inputStriationContrast", "inputStriationStrength"}}),
     [](const auto& test) { return std::string(test.param.filter); });
 
-TEST(DissolveTransitionTest, IsTheMeanWeighedByTheTime) {
+TEST(DissolveTransitionTest, IsTheMeanWeightedByTime) {
     Random random;
     for (int round = 0; round < 10; ++round) {
         const Source image = RandomSource(random), target = RandomSource(random);
@@ -131,7 +143,7 @@ TEST(DissolveTransitionTest, IsTheMeanWeighedByTheTime) {
     }
 }
 
-TEST(CopyMachineTransitionTest, IsThatOfTheFormula) {
+TEST(CopyMachineTransitionTest, MatchesTheFormula) {
     Random random;
     for (int round = 0; round < 20; ++round) {
         const Source image = RandomSource(random), target = RandomSource(random);
@@ -167,8 +179,8 @@ TEST(CopyMachineTransitionTest, IsThatOfTheFormula) {
     }
 }
 
-TEST(CopyMachineTransitionTest, StripComputedByHand) {
-    // At half of 0.65 a strip 10 wide has come to 45...55 of 0...100.
+TEST(CopyMachineTransitionTest, StripMatchesHandComputedValues) {
+    // At half of time 0.65 a strip 10 pixels wide has reached 45...55 of 0...100.
     const ImageRef image =
         Transition("CICopyMachineTransition", Gray(0.5f, {0, 0, 100, 9}), Gray(0.25f, {0, 0, 100, 9}),
                    {{"inputTime", {0.325}},
@@ -185,7 +197,7 @@ TEST(CopyMachineTransitionTest, StripComputedByHand) {
     EXPECT_NEAR(pixel(54)[3], 1 + 2 * 0.05 / 0.17, 1e-6);
 }
 
-TEST(BarsSwipeTransitionTest, IsThatOfTheFormula) {
+TEST(BarsSwipeTransitionTest, MatchesTheFormula) {
     Random random;
     for (int round = 0; round < 20; ++round) {
         const Source image = RandomSource(random), target = RandomSource(random);
@@ -212,8 +224,8 @@ TEST(BarsSwipeTransitionTest, IsThatOfTheFormula) {
     }
 }
 
-TEST(BarsSwipeTransitionTest, BarsComputedByHand) {
-    // Three bars 30 wide and 100 high, each row a level brighter than the one below: M = 3 + sqrt(100 / 10).
+TEST(BarsSwipeTransitionTest, BarsMatchHandComputedValues) {
+    // Three bars, 30 wide and 100 high. Each row is one level brighter than the row below: M = 3 + sqrt(100 / 10).
     std::vector<float> rows;
     for (int row = 99; row >= 0; --row) {
         for (int column = 0; column < 90; ++column) rows.insert(rows.end(), {static_cast<float>(row), 0, 0, 1});
@@ -230,7 +242,7 @@ TEST(BarsSwipeTransitionTest, BarsComputedByHand) {
     EXPECT_EQ(red(10, 50), 1000);
 }
 
-TEST(BarsSwipeTransitionTest, WidthAndOffsetAreAboveZero) {
+TEST(BarsSwipeTransitionTest, WidthAndOffsetAreAtLeastAMillionth) {
     const auto bars = [](double width, double offset) {
         return Pixels(
             Transition(
@@ -238,26 +250,27 @@ TEST(BarsSwipeTransitionTest, WidthAndOffsetAreAboveZero) {
                 {{"inputTime", {0.4}}, {"inputAngle", {3}}, {"inputWidth", {width}}, {"inputBarOffset", {offset}}}),
             {0, 0, 31, 31});
     };
-    for (const double none : {0.0, -5.0}) {
-        EXPECT_EQ(bars(none, 2), bars(1e-6, 2));
-        EXPECT_EQ(bars(9, none), bars(9, 1e-6));
+    for (const double tooSmall : {0.0, -5.0}) {
+        EXPECT_EQ(bars(tooSmall, 2), bars(1e-6, 2));
+        EXPECT_EQ(bars(9, tooSmall), bars(9, 1e-6));
     }
 }
 
-TEST(BarsSwipeTransitionTest, OverAnEndlessTargetBarsAreLaidOverTheImage) {
-    const ImageRef image = RandomImage(31, 17), endless = MakeConstantImage({0, 1, 0, 1});
+TEST(BarsSwipeTransitionTest, InfiniteTargetLaysBarsOverTheImage) {
+    const ImageRef image = RandomImage(31, 17), infinite = MakeConstantImage({0, 1, 0, 1});
     const std::vector<Value> values = {
         {"inputTime", {0.4}}, {"inputAngle", {3}}, {"inputWidth", {5}}, {"inputBarOffset", {2}}};
-    const ImageRef finite = MakeCroppedImage(endless, {0, 0, 31, 17});
+    const ImageRef finite = MakeCroppedImage(infinite, {0, 0, 31, 17});
     const Region region = {0, 0, 31, 17};
-    EXPECT_EQ(Pixels(Transition("CIBarsSwipeTransition", image, endless, values), region),
+    EXPECT_EQ(Pixels(Transition("CIBarsSwipeTransition", image, infinite, values), region),
               Pixels(Transition("CIBarsSwipeTransition", image, finite, values), region));
-    EXPECT_EQ(Pixels(Transition("CIBarsSwipeTransition", endless, endless, values), region), Pixels(endless, region));
+    EXPECT_EQ(Pixels(Transition("CIBarsSwipeTransition", infinite, infinite, values), region),
+              Pixels(infinite, region));
 }
 
-// Why ten times as much: a shadow on an even mask is a thousand times as steep, over its radius, as the floats between
-// pixels of the moved mask are precise.
-TEST(DisintegrateTransitionTest, IsThatOfTheFormula) {
+// The tolerance is ten times the usual one: on a uniform mask the shadow multiplies the rounding errors of the
+// interpolated mask by up to 1000 / radius.
+TEST(DisintegrateTransitionTest, MatchesTheFormula) {
     Random random;
     for (int round = 0; round < 20; ++round) {
         const Source image = RandomSource(random), target = RandomSource(random), mask = RandomSource(random);
@@ -286,8 +299,8 @@ TEST(DisintegrateTransitionTest, IsThatOfTheFormula) {
     }
 }
 
-TEST(DisintegrateTransitionTest, EdgeAndShadowComputedByHand) {
-    // A mask that is 1 left of x = 10 and 0 right of it, and its shadow 3 to the right.
+TEST(DisintegrateTransitionTest, EdgeAndShadowMatchHandComputedValues) {
+    // The mask is 1 to the left of x = 10 and 0 to the right of it. Its shadow is offset 3 to the right.
     const Region all = {0, 0, 20, 1};
     const ImageRef mask = MakeCroppedImage(Gray(1, {0, -5, 10, 9}), {-99, -99, 99, 99});
     const ImageRef between = Transition("CIDisintegrateWithMaskTransition", Gray(1, all), Gray(0.5f, all),
@@ -299,14 +312,14 @@ TEST(DisintegrateTransitionTest, EdgeAndShadowComputedByHand) {
     const auto red = [&](std::int64_t x) { return Pixels(between, {x, 0, 1, 1})[0]; };
     EXPECT_NEAR(red(5), 1.125, 1e-6);
     EXPECT_NEAR(red(9), 1.125, 1e-6);
-    // Where the mask falls from 1 to 0 the cover is 0.5 - 0.5 / 1.001.
+    // Where the mask falls from 1 to 0, the coverage is 0.5 - 0.5 / 1.001.
     EXPECT_NEAR(red(10), 0.5 * 0.875 * 0.6 + (0.5 - 0.5 / 1.001) * (1.125 - 0.5 * 0.875 * 0.6), 1e-6);
     EXPECT_NEAR(red(12), 0.5 * 0.875 * 0.6, 1e-6);
     EXPECT_NEAR(red(13), 0.5 * 0.875, 1e-6);
     EXPECT_EQ(Pixels(between, {12, 0, 1, 1})[3], 1);
 }
 
-// A flash without rays unless values say so, around the middle of pixel (0, 0).
+// Returns a flash around the center of pixel (0, 0), without rays unless the values add them.
 ImageRef Flash(double time, const ImageRef& image, const ImageRef& target, std::vector<Value> values) {
     for (const Value& value : std::vector<Value>{{"inputTime", {time}},
                                                  {"inputCenter", {0.5, 0.5}},
@@ -321,7 +334,7 @@ ImageRef Flash(double time, const ImageRef& image, const ImageRef& target, std::
 
 double FlashRadius(double time) { return 0.3168 * 50 / std::sqrt(2) * time * time * time / (1 - time * time); }
 
-TEST(FlashTransitionTest, WithoutRaysIsThatOfTheFormula) {
+TEST(FlashTransitionTest, MatchesTheFormulaWithoutRays) {
     Random random;
     for (int round = 0; round < 20; ++round) {
         const Source image = RandomSource(random), target = RandomSource(random);
@@ -341,7 +354,7 @@ TEST(FlashTransitionTest, WithoutRaysIsThatOfTheFormula) {
     }
 }
 
-// The rays over black, divided by how the light falls with the distance: what the noise has become.
+// Returns the brightness of a ray over black. The flash has no color and a huge radius, so only the noise remains.
 double RayAt(std::int64_t x, std::int64_t y, double contrast, double strength) {
     const ImageRef black = Gray(0, {-200, -200, 400, 400});
     const ImageRef flash = Flash(0.8, black, black,
@@ -360,8 +373,8 @@ TEST(FlashTransitionTest, RaysAreStraightAndFollowContrastAndStrength) {
     }
 }
 
-TEST(FlashTransitionTest, RaysAreManyFaintAndAFewBright) {
-    // Around a large circle, a hundredth of a degree apart.
+TEST(FlashTransitionTest, MostRaysAreFaintAndAFewAreBright) {
+    // Samples a large circle at steps of 1/100 degree.
     const ImageRef black = Gray(0, {-9000, -9000, 18000, 18000});
     const ImageRef flash = Flash(0.8, black, black,
                                  {{"inputColor", {0, 0, 0, 0}},
@@ -390,7 +403,7 @@ TEST(FlashTransitionTest, RaysAreManyFaintAndAFewBright) {
     EXPECT_LT(correlation(70), 0.2);
 }
 
-TEST(FlashTransitionTest, FlashCoversTheExtentWhenItBeginsToFade) {
+TEST(FlashTransitionTest, CoversTheExtentWhenItBeginsToFade) {
     const ImageRef black = Gray(0, {0, 0, 300, 300});
     const ImageRef flash = Transition("CIFlashTransition", black, black,
                                       {{"inputTime", {0.85}},
