@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-#include "geometry/geometry.h"
+#include "core/cropped.h"
 #include "support/point_oracle.h"
 
 namespace {

@@ -4,8 +4,8 @@
 
 #include <cmath>
 
+#include "core/cropped.h"
 #include "generator/generator.h"
-#include "geometry/geometry.h"
 #include "support/point_oracle.h"
 
 namespace {

@@ -5,8 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <utility>
 
-#include "geometry/geometry.h"
+#include "core/cropped.h"
+#include "support/declared_keys.h"
 
 using namespace core_image;
 
@@ -52,7 +54,7 @@ ImageRef FilterValues::Output(const char* filter) const {
         values.back().elements = entry.elements.data();
         values.back().count = entry.elements.size();
     }
-    return FindFilter(filter)(Inputs(values.data(), values.size()));
+    return CallFilter(filter, std::move(values));
 }
 
 Slow Unpremultiplied(const Slow& pixel) {
