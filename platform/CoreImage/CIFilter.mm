@@ -229,7 +229,10 @@ void ReadInput(const InputDescription& description, id value, core_image::InputV
         values[index] = {};
         ReadInput(_filterDescription->_inputs[index], _values[index], &values[index]);
     }
-    return [CIImage imageOwningHandle:core_image::MakeOutput(function, values, count)];
+    core_image::Fault fault;
+    core_image::ImageHandle* image = core_image::MakeOutput(function, values, count, &fault);
+    if (fault.text[0] != '\0') [NSException raise:NSInternalInconsistencyException format:@"%s", fault.text];
+    return [CIImage imageOwningHandle:image];
 }
 
 - (id)valueForKey:(NSString*)key {

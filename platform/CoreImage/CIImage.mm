@@ -193,12 +193,7 @@ CIImage* ImageOutOfSource(CGImageSourceRef source, NSDictionary* options) {
 
 - (CIImage*)imageByCompositingOverImage:(CIImage*)background {
     if (_handle == nullptr || background == nil) return self;
-    core_image::InputValue values[2];
-    values[0].key = "inputImage";
-    values[0].image = [self handle];
-    values[1].key = "inputBackgroundImage";
-    values[1].image = [background handle];
-    return [CIImage imageOwningHandle:core_image::MakeOutput(core_image::SourceOver, values, 2)];
+    return [CIImage imageOwningHandle:core_image::MakeSourceOver([self handle], [background handle])];
 }
 
 - (CIImage*)imageByApplyingOrientation:(int)orientation {

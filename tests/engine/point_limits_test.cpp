@@ -6,7 +6,7 @@
 #include <limits>
 #include <vector>
 
-#include "geometry/geometry.h"
+#include "core/cropped.h"
 #include "support/point_oracle.h"
 
 namespace {

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "blur/blur.h"
+#include "blur/filters.h"
 #include "blur/reduced.h"
 #include "blur/sums.h"
 #include "core/window.h"
@@ -141,6 +142,7 @@ ImageRef MakeBoxBlurImage(ImageRef input, double width) {
     return std::make_shared<BoxImage>(std::move(input), extent, odd);
 }
 
+// CIBoxBlur: inputRadius is the full width. CIDiscBlur: inputRadius is the radius.
 ImageRef BoxBlur(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     return input == nullptr ? nullptr : MakeBoxBlurImage(std::move(input), inputs.GetNumber("inputRadius"));

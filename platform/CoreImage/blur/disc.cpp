@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "blur/blur.h"
+#include "blur/filters.h"
 #include "blur/reduced.h"
 #include "blur/sums.h"
 #include "core/window.h"

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "blur/blur.h"
+#include "blur/filters.h"
 #include "blur/gaussian_weights.h"
 #include "blur/kernels.h"
 #include "blur/wide_gaussian.h"
@@ -64,6 +65,7 @@ ImageRef MakeGaussianBlurImage(ImageRef input, double sigma) {
     return std::make_shared<GaussianImage>(std::move(input), extent, sigma);
 }
 
+// CIGaussianBlur: inputRadius is the standard deviation.
 ImageRef GaussianBlur(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     return input == nullptr ? nullptr : MakeGaussianBlurImage(std::move(input), inputs.GetNumber("inputRadius"));

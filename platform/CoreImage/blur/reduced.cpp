@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "core/buffered.h"
-#include "geometry/geometry.h"
+#include "core/cropped.h"
 #include "sampling/affine.h"
 
 namespace core_image {

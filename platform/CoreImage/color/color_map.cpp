@@ -7,11 +7,10 @@
 #include <algorithm>
 #include <utility>
 
-#include "color/color.h"
+#include "color/filters.h"
 #include "core/color_matching.h"
 #include "core/point.h"
 #include "core/transfer.h"
-#include "engine/engine.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "color/color_map.cpp"
@@ -93,6 +92,8 @@ class MapImage : public Image {
 
 }  // namespace
 
+// CIColorMap: the color that inputGradientImage has in its lowest row, where luminance runs along its width from 0 to 1. Null for
+// a gradient image that is empty or infinite.
 ImageRef ColorMap(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     ImageRef gradient = inputs.GetImage("inputGradientImage");

@@ -12,11 +12,11 @@
 namespace core_image {
 
 // out[row] = sum over columns of columns[column][row] * in[column].
-class ColorMatrix : public PointFunction {
+class MatrixFunction : public PointFunction {
   public:
     using Columns = std::array<std::array<float, kFloatsPerPixel>, kFloatsPerPixel>;
 
-    explicit ColorMatrix(const Columns& columns) : columns_(columns) {}
+    explicit MatrixFunction(const Columns& columns) : columns_(columns) {}
 
     void ApplyToRun(float* blocks, std::size_t count) const override;
 

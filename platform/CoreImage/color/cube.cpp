@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "color/color.h"
 #include "color/cube_kernels.h"
+#include "color/filters.h"
 #include "core/color_matching.h"
 #include "core/point.h"
 
@@ -53,6 +53,10 @@ std::unique_ptr<const Cube> ReadCube(const Inputs& inputs) {
 
 }  // namespace
 
+// CIColorCube and CIColorCubeWithColorSpace: the color that inputCubeData, a table of inputCubeDimension texels each way, holds
+// for a pixel's. Texels are premultiplied red, green, blue and alpha; red runs fastest, blue slowest. A color, divided by alpha
+// and clipped to 0...1, lies between eight of them, whose mean by distance is multiplied by the pixel's alpha. The second filter
+// looks colors up, and takes what it finds, encoded in inputColorSpace. Null for data too short.
 ImageRef ColorCube(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     std::unique_ptr<const Cube> cube = ReadCube(inputs);

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "color/color.h"
+#include "color/filters.h"
 #include "color/formulas.h"
 
 namespace core_image {
@@ -20,6 +20,7 @@ std::array<float, kCount> ReadElements(const Inputs& inputs, const char* key) {
 
 }  // namespace
 
+// CIGammaAdjust: colors, 0 at least, to the power of inputPower.
 ImageRef GammaAdjust(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     const double power = inputs.GetNumber("inputPower");
@@ -27,6 +28,8 @@ ImageRef GammaAdjust(const Inputs& inputs) {
     return MakeFormulaImage(std::move(input), GammaFormula{Power(power)});
 }
 
+// CIColorClamp: each of red, green, blue and alpha between its elements of inputMinComponents and inputMaxComponents. Infinite
+// where the least alpha is more than 0.
 ImageRef ColorClamp(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;
@@ -35,6 +38,7 @@ ImageRef ColorClamp(const Inputs& inputs) {
     return MakeFormulaImage(std::move(input), formula, /*isInfinite=*/formula.lowest[3] > 0);
 }
 
+// CIColorPosterize: each color becomes the nearest of inputLevels evenly spaced ones. One level and less is black.
 ImageRef ColorPosterize(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;
@@ -42,6 +46,7 @@ ImageRef ColorPosterize(const Inputs& inputs) {
     return MakeFormulaImage(std::move(input), PosterizeFormula{static_cast<float>(steps)});
 }
 
+// CIColorMonochrome: by inputIntensity towards shades of inputColor, black through the color to white.
 ImageRef ColorMonochrome(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     const double intensity = inputs.GetNumber("inputIntensity");
@@ -53,6 +58,7 @@ ImageRef ColorMonochrome(const Inputs& inputs) {
                             MonochromeFormula{{color.red, color.green, color.blue}, static_cast<float>(intensity)});
 }
 
+// CIColorPolynomial: each channel under a cubic of its own, alpha too. Infinite where that of alpha has a constant.
 ImageRef ColorPolynomial(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;
@@ -65,6 +71,7 @@ ImageRef ColorPolynomial(const Inputs& inputs) {
     return MakeFormulaImage(std::move(input), formula, /*isInfinite=*/k[3][0] != 0);
 }
 
+// CIColorCrossPolynomial: each color is a sum of red, green, blue, their squares, their products and 1.
 ImageRef ColorCrossPolynomial(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;

@@ -1,6 +1,6 @@
 // convolution.cpp - a padded tile under a kernel, some rows at a time.
 
-#include "convolution/convolution.h"
+#include "convolution/filters.h"
 
 #include <utility>
 #include <vector>
@@ -95,6 +95,7 @@ ImageRef Convolution(const Inputs& inputs, std::int64_t width, std::int64_t heig
 
 }  // namespace
 
+// CIConvolution3X3, 5X5, 7X7, 9Horizontal and 9Vertical.
 ImageRef Convolution3X3(const Inputs& inputs) { return Convolution(inputs, 3, 3); }
 ImageRef Convolution5X5(const Inputs& inputs) { return Convolution(inputs, 5, 5); }
 ImageRef Convolution7X7(const Inputs& inputs) { return Convolution(inputs, 7, 7); }

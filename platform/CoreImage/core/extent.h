@@ -71,6 +71,10 @@ struct Extent {
     bool operator==(const Extent&) const = default;
 };
 
+// The pixels that an extent covers. Returns false for an extent that is empty, infinite, or so far from the origin that its
+// pixels could not be counted exactly.
+[[nodiscard]] bool RegionOfExtent(const Extent& extent, Region* region) noexcept;
+
 // The pixels of a region that lie in an extent.
 inline Region Clip(const Region& region, const Extent& extent) {
     const Extent shared = Extent::Of(region).Intersection(extent);

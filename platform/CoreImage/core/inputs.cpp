@@ -2,7 +2,9 @@
 
 #include "core/inputs.h"
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "core/transfer.h"
 
@@ -16,28 +18,24 @@ double Finite(double value) { return std::isnan(value) ? 0 : std::clamp(value, -
 
 float FiniteFloat(double value) { return static_cast<float>(Finite(value)); }
 
-const InputValue* Inputs::Find(std::string_view key) const {
+const InputValue& Inputs::Find(std::string_view key) const {
     const InputValue* end = values_ + count_;
     const InputValue* found = std::find_if(values_, end, [&](const InputValue& value) { return value.key == key; });
-    return found == end ? nullptr : found;
+    if (found == end) throw UndeclaredKey(key);
+    return *found;
 }
 
-double Inputs::GetNumber(std::string_view key) const {
-    const InputValue* value = Find(key);
-    return value == nullptr ? 0 : Finite(value->number);
-}
+double Inputs::GetNumber(std::string_view key) const { return Finite(Find(key).number); }
 
 double Inputs::GetElement(std::string_view key, std::size_t index) const {
-    const InputValue* value = Find(key);
-    return value == nullptr || value->elements == nullptr || index >= value->count ? 0 : Finite(value->elements[index]);
+    const InputValue& value = Find(key);
+    return value.elements == nullptr || index >= value.count ? 0 : Finite(value.elements[index]);
 }
 
 Extent Inputs::GetRectangle(std::string_view key) const {
-    const InputValue* value = Find(key);
+    const InputValue& value = Find(key);
     double edges[4] = {};
-    if (value != nullptr && value->elements != nullptr) {
-        std::copy_n(value->elements, std::min<std::size_t>(value->count, 4), edges);
-    }
+    if (value.elements != nullptr) std::copy_n(value.elements, std::min<std::size_t>(value.count, 4), edges);
     return ExtentOfRectangle(edges[0], edges[1], edges[2], edges[3]);
 }
 
@@ -47,28 +45,25 @@ Pixel Inputs::GetColor(std::string_view key) const {
 }
 
 std::shared_ptr<const float> Inputs::GetFloats(std::string_view key, std::size_t count) const {
-    const InputValue* value = Find(key);
-    if (value == nullptr || value->bytes == nullptr || value->count / sizeof(float) < count) return nullptr;
-    const BytesOwner owner = value->owner;
+    const InputValue& value = Find(key);
+    if (value.bytes == nullptr || value.count / sizeof(float) < count) return nullptr;
+    const BytesOwner owner = value.owner;
     if (owner.object != nullptr) owner.retain(owner.object);
-    return {static_cast<const float*>(value->bytes), [owner](const float*) {
+    return {static_cast<const float*>(value.bytes), [owner](const float*) {
                 if (owner.object != nullptr) owner.release(owner.object);
             }};
 }
 
-ColorSpace Inputs::GetSpace(std::string_view key) const {
-    const InputValue* value = Find(key);
-    return value == nullptr ? ColorSpace::kNone : value->space;
-}
+ColorSpace Inputs::GetSpace(std::string_view key) const { return Find(key).space; }
 
 Profile Inputs::GetProfile(std::string_view key) const {
-    const InputValue* value = Find(key);
-    return value == nullptr ? Profile{} : Profile{value->bytes, value->count};
+    const InputValue& value = Find(key);
+    return {value.bytes, value.count};
 }
 
 ImageRef Inputs::GetImage(std::string_view key) const {
-    const InputValue* value = Find(key);
-    return value == nullptr || value->image == nullptr ? nullptr : *value->image;
+    const InputValue& value = Find(key);
+    return value.image == nullptr ? nullptr : *value.image;
 }
 
 Pixel PixelOfColor(const double* components) {

@@ -9,6 +9,8 @@
 
 #include <cstddef>
 #include <memory>
+#include <stdexcept>
+#include <string>
 #include <string_view>
 
 #include "core/color_conversion.h"
@@ -50,7 +52,16 @@ struct Pixel {
     float red, green, blue, alpha;
 };
 
-// All inputs of one filter.
+// Thrown when a filter function reads a key that its filter does not declare; what() is the key. This is a mistake in the
+// function, not in what a user gave: a misspelled key would otherwise read as 0 forever.
+class UndeclaredKey : public std::logic_error {
+  public:
+    explicit UndeclaredKey(std::string_view key) : std::logic_error(std::string(key)) {}
+};
+
+// All inputs of one filter: one value for each key that it declares, empty for a key that has no value.
+//
+// Every function below throws UndeclaredKey for any other key.
 class Inputs {
   public:
     Inputs(const InputValue* values, std::size_t count) : values_(values), count_(count) {}
@@ -80,7 +91,7 @@ class Inputs {
     ImageRef GetImage(std::string_view key) const;
 
   private:
-    const InputValue* Find(std::string_view key) const;
+    const InputValue& Find(std::string_view key) const;
 
     const InputValue* values_;
     std::size_t count_;

@@ -2,11 +2,12 @@
 
 #include <cmath>
 
-#include "distortion/distortion.h"
+#include "distortion/filters.h"
 #include "distortion/formulas.h"
 
 namespace core_image {
 
+// CIBumpDistortion: a bump of inputRadius around inputCenter; outward where inputScale is above 0.
 ImageRef BumpDistortion(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     const double radius = inputs.GetNumber("inputRadius"), scale = inputs.GetNumber("inputScale");
@@ -15,6 +16,7 @@ ImageRef BumpDistortion(const Inputs& inputs) {
     return MakeFormulaWarp(std::move(input), extent, BumpFormula{PointOf(inputs, "inputCenter"), radius, scale});
 }
 
+// CIBumpDistortionLinear: a ridge on both sides of the line through inputCenter that is turned by inputAngle.
 ImageRef BumpDistortionLinear(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     const double radius = inputs.GetNumber("inputRadius"), scale = inputs.GetNumber("inputScale");

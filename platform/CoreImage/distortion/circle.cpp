@@ -4,9 +4,8 @@
 #include <cmath>
 #include <numbers>
 
-#include "distortion/distortion.h"
+#include "distortion/filters.h"
 #include "distortion/formulas.h"
-#include "engine/engine.h"
 
 namespace core_image {
 namespace {
@@ -40,6 +39,7 @@ class CircularWarp : public Warp {
 
 }  // namespace
 
+// CICircleSplashDistortion: from the circle of inputRadius around inputCenter on, outward, the colors on the circle; endless.
 ImageRef CircleSplashDistortion(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr || input->GetExtent().IsEmpty()) return input;
@@ -47,6 +47,9 @@ ImageRef CircleSplashDistortion(const Inputs& inputs) {
     return MakeFormulaWarp(std::move(input), Extent::Infinite(), SplashFormula{PointOf(inputs, "inputCenter"), radius});
 }
 
+// CICircularWrap: the image bent around the circle of inputRadius around inputCenter. Its middle stands on top, or where
+// inputAngle turns that to. Reaches as far as the bent image; without end there is nothing to bend, and no image.
+//
 // The lower edge keeps its length; what stands higher becomes wider. An image longer than the circle loses its ends.
 ImageRef CircularWrap(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");

@@ -10,9 +10,8 @@
 #include <numbers>
 #include <optional>
 
-#include "distortion/distortion.h"
+#include "distortion/filters.h"
 #include "distortion/formulas.h"
-#include "engine/engine.h"
 #include "sampling/repeat.h"
 
 namespace core_image {
@@ -105,6 +104,8 @@ class DrosteWarp : public Warp {
 
 }  // namespace
 
+// CIDroste: the image within itself, again and again, from inputInsetPoint0 to inputInsetPoint1; endless.
+//
 // The copies shrink towards the point that stays where it is when the picture shrinks to its inset, which so is filled by the
 // next copy wherever it lies. The part of the inset outside the picture does not count; one that leaves no copy, or no picture
 // around it, changes nothing.

@@ -2,13 +2,15 @@
 
 #include <algorithm>
 
-#include "distortion/distortion.h"
+#include "distortion/filters.h"
 #include "distortion/formulas.h"
 #include "sampling/affine.h"
 #include "sampling/repeat.h"
 
 namespace core_image {
 
+// CIDisplacementDistortion: moved by up to half inputScale in both directions, by the luminance of inputDisplacementImage.
+//
 // Gray moves along the diagonal, both directions by the same number; what is transparent moves nothing.
 ImageRef DisplacementDistortion(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage"), guide = inputs.GetImage("inputDisplacementImage");
@@ -19,6 +21,8 @@ ImageRef DisplacementDistortion(const Inputs& inputs) {
     return MakeFormulaWarp(std::move(input), extent, DisplacementFormula{scale}, std::move(guide));
 }
 
+// CIGlassDistortion: seen through glass whose height is the luminance of inputTexture, repeated from inputCenter on.
+//
 // The texture is a relief, of which slopes refract: flat glass of any thickness shows the picture as it is.
 ImageRef GlassDistortion(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage"), texture = inputs.GetImage("inputTexture");
@@ -35,6 +39,8 @@ ImageRef GlassDistortion(const Inputs& inputs) {
                                                MakeAffineImage(MakeTiledImage(std::move(texture)), move));
 }
 
+// CIGlassLozenge: seen through a rod of glass with round ends, of inputRadius, from inputPoint0 to inputPoint1.
+//
 // Glass as dense as what surrounds it, and none at all, changes nothing. Both points may be the same: a round lens.
 ImageRef GlassLozenge(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");

@@ -2,21 +2,22 @@
 
 #include "engine/engine.h"
 
-#include <cmath>
+#include <cstdio>
+#include <exception>
+#include <memory>
 #include <optional>
+#include <string_view>
 #include <utility>
 
+#include "compositing/compositing.h"
 #include "core/color_matching.h"
+#include "core/cropped.h"
 #include "core/renderer.h"
 #include "generator/generator.h"
-#include "geometry/geometry.h"
 #include "sampling/affine.h"
 
 namespace core_image {
 namespace {
-
-// Whole numbers beyond this are not all doubles.
-constexpr double kFarthestPixel = 4503599627370496.0;
 
 // Runs a function that makes an image and gives out a handle of it.
 template <typename Make>
@@ -59,8 +60,25 @@ ImageHandle* MakeTransformed(ImageHandle* image, const double* numbers) noexcept
     return Handle([&] { return MakeAffineImage(*image, AffineOf(numbers)); });
 }
 
-ImageHandle* MakeOutput(FilterFunction function, const InputValue* values, std::size_t count) noexcept {
-    return Handle([&] { return function(Inputs(values, count)); });
+ImageHandle* MakeSourceOver(ImageHandle* source, ImageHandle* background) noexcept {
+    return Handle([&] {
+        return MakeSourceOverImage(source == nullptr ? nullptr : *source,
+                                   background == nullptr ? nullptr : *background);
+    });
+}
+
+ImageHandle* MakeOutput(FilterFunction function, const InputValue* values, std::size_t count, Fault* fault) noexcept {
+    return Handle([&]() -> ImageRef {
+        try {
+            return function(Inputs(values, count));
+        } catch (const UndeclaredKey& error) {
+            const std::string_view name = NameOfFilter(function);
+            std::snprintf(fault->text, sizeof fault->text,
+                          "%.*s: reads '%s', which is not one of its keys; no image was made",
+                          static_cast<int>(name.size()), name.data(), error.what());
+            return nullptr;
+        }
+    });
 }
 
 void DisposeImage(ImageHandle* image) noexcept { delete image; }
@@ -87,17 +105,6 @@ bool RenderImage(ImageHandle* image, const Region& region, const BitmapDestinati
     } catch (const std::exception&) {
         return false;
     }
-}
-
-bool RegionOfExtent(const Extent& extent, Region* region) noexcept {
-    if (extent.IsEmpty()) return false;
-    for (double edge : {extent.left, extent.bottom, extent.right, extent.top}) {
-        if (!(std::abs(edge) < kFarthestPixel)) return false;
-    }
-    *region = {static_cast<std::int64_t>(extent.left), static_cast<std::int64_t>(extent.bottom),
-               static_cast<std::int64_t>(extent.right - extent.left),
-               static_cast<std::int64_t>(extent.top - extent.bottom)};
-    return true;
 }
 
 }  // namespace core_image

@@ -8,8 +8,8 @@
 #include <cmath>
 #include <vector>
 
-#include "generator/field.h"
-#include "generator/generator.h"
+#include "core/field.h"
+#include "generator/filters.h"
 
 namespace core_image {
 namespace {
@@ -69,6 +69,7 @@ class Checkerboard : public Field {
 
 }  // namespace
 
+// CICheckerboardGenerator: squares of inputWidth, one corner of them at inputCenter, inputColor0 above and to the right of it.
 ImageRef CheckerboardGenerator(const Inputs& inputs) { return MakeFieldImage(std::make_shared<Checkerboard>(inputs)); }
 
 }  // namespace core_image

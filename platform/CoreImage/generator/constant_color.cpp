@@ -1,5 +1,6 @@
 // constant_color.cpp - the same pixel everywhere.
 
+#include "generator/filters.h"
 #include "generator/generator.h"
 
 namespace core_image {
@@ -43,6 +44,7 @@ class ConstantImage : public Image {
 
 ImageRef MakeConstantImage(const Pixel& pixel) { return std::make_shared<ConstantImage>(pixel); }
 
-ImageRef ConstantColor(const Inputs& inputs) { return MakeConstantImage(inputs.GetColor("inputColor")); }
+// CIConstantColorGenerator: inputColor everywhere.
+ImageRef ConstantColorGenerator(const Inputs& inputs) { return MakeConstantImage(inputs.GetColor("inputColor")); }
 
 }  // namespace core_image

@@ -4,15 +4,15 @@
 
 #include <cmath>
 
-#include "generator/field.h"
-#include "generator/generator.h"
+#include "core/field.h"
+#include "generator/filters.h"
 
 namespace core_image {
 namespace {
 
-class GaussianGradient : public Field {
+class GradientField : public Field {
   public:
-    explicit GaussianGradient(const Inputs& inputs)
+    explicit GradientField(const Inputs& inputs)
         : centerX_(inputs.GetElement("inputCenter", 0)),
           centerY_(inputs.GetElement("inputCenter", 1)),
           radius_(inputs.GetNumber("inputRadius")),
@@ -40,8 +40,7 @@ class GaussianGradient : public Field {
 
 }  // namespace
 
-ImageRef GaussianGradientGenerator(const Inputs& inputs) {
-    return MakeFieldImage(std::make_shared<GaussianGradient>(inputs));
-}
+// CIGaussianGradient: from inputColor0 at inputCenter to inputColor1 at inputRadius and beyond.
+ImageRef GaussianGradient(const Inputs& inputs) { return MakeFieldImage(std::make_shared<GradientField>(inputs)); }
 
 }  // namespace core_image

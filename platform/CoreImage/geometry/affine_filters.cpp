@@ -1,6 +1,6 @@
 // affine_filters.cpp - the filters that have a transform. A transform that cannot be inverted gives no image.
 
-#include "geometry/geometry.h"
+#include "geometry/filters.h"
 #include "sampling/affine.h"
 #include "sampling/repeat.h"
 
@@ -14,11 +14,13 @@ Affine TransformOf(const Inputs& inputs) {
 
 }  // namespace
 
+// CIAffineTransform: the image under inputTransform.
 ImageRef AffineTransform(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     return input == nullptr ? nullptr : MakeAffineImage(std::move(input), TransformOf(inputs));
 }
 
+// CIAffineClamp and CIAffineTile: the image made endless, by its outermost pixels or by itself, and then under inputTransform.
 ImageRef AffineClamp(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     return input == nullptr ? nullptr : MakeAffineImage(MakeClampedImage(std::move(input)), TransformOf(inputs));

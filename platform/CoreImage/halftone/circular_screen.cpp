@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "halftone/halftone.h"
+#include "halftone/filters.h"
 #include "halftone/screen.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -84,7 +84,7 @@ class RingScreen : public Screen {
         : centerX_(inputs.GetElement("inputCenter", 0)),
           centerY_(inputs.GetElement("inputCenter", 1)),
           width_(WidthOf(inputs)),
-          slope_(static_cast<float>(1 / (1 - SharpnessOf(inputs)))) {}
+          slope_(static_cast<float>(1 / (1 - LimitedSharpness(inputs.GetNumber("inputSharpness"))))) {}
 
     std::unique_ptr<const ScreenRows> MakeRows(const Region& region) const override {
         return std::make_unique<Rings>(region, centerX_, centerY_, width_, slope_);
@@ -97,6 +97,7 @@ class RingScreen : public Screen {
 
 }  // namespace
 
+// CICircularScreen: rings around inputCenter, inputWidth apart.
 ImageRef CircularScreen(const Inputs& inputs) {
     return MakeScreenImage(inputs.GetImage("inputImage"), std::make_unique<RingScreen>(inputs));
 }

@@ -65,7 +65,7 @@ ImageRef MakeScreenImage(ImageRef input, std::unique_ptr<const Screen> screen) {
     return std::make_shared<ScreenImage>(std::move(input), std::move(screen));
 }
 
-double SharpnessOf(const Inputs& inputs) { return std::clamp(inputs.GetNumber("inputSharpness"), 0.0, kSharpest); }
+double LimitedSharpness(double given) { return std::clamp(given, 0.0, kSharpest); }
 
 double WidthOf(const Inputs& inputs) { return std::max(1.0, inputs.GetNumber("inputWidth")); }
 

@@ -36,7 +36,7 @@ ImageRef MakeScreenImage(ImageRef input, std::unique_ptr<const Screen> screen);
 // How sharp a pattern is: from 0 to a little less than 1.
 //
 // Why less: at sharpness 1 the step from black to white has no width, and what stands just on it would be neither.
-double SharpnessOf(const Inputs& inputs);
+double LimitedSharpness(double given);
 
 // How far apart the elements of a pattern are: one pixel at least.
 double WidthOf(const Inputs& inputs);

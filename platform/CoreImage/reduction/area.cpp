@@ -2,9 +2,9 @@
 
 #include <array>
 
+#include "reduction/filters.h"
 #include "reduction/kernels.h"
 #include "reduction/reduce.h"
-#include "reduction/reduction.h"
 
 namespace core_image {
 namespace {
@@ -97,9 +97,11 @@ ImageRef Area(const Inputs& inputs) {
 
 }  // namespace
 
+// CIAreaAverage, CIAreaMaximum, CIAreaMinimum: each component by itself.
 ImageRef AreaAverage(const Inputs& inputs) { return Area<Average>(inputs); }
 ImageRef AreaMaximum(const Inputs& inputs) { return Area<Extreme<true>>(inputs); }
 ImageRef AreaMinimum(const Inputs& inputs) { return Area<Extreme<false>>(inputs); }
+// CIAreaMaximumAlpha, CIAreaMinimumAlpha: the pixel whose alpha it is; of several the lowest, then the leftmost.
 ImageRef AreaMaximumAlpha(const Inputs& inputs) { return Area<ExtremeAlpha<true>>(inputs); }
 ImageRef AreaMinimumAlpha(const Inputs& inputs) { return Area<ExtremeAlpha<false>>(inputs); }
 

@@ -1,8 +1,8 @@
 // column_average.cpp - the mean of each column, of those columns that are wanted.
 
+#include "reduction/filters.h"
 #include "reduction/kernels.h"
 #include "reduction/reduce.h"
-#include "reduction/reduction.h"
 
 namespace core_image {
 namespace {
@@ -37,6 +37,7 @@ void AverageColumns(const ImageRef& input, const Region& region, float* pixels) 
 
 }  // namespace
 
+// CIColumnAverage: each column's mean.
 ImageRef ColumnAverage(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;

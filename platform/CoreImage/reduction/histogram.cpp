@@ -4,9 +4,9 @@
 
 #include <cmath>
 
+#include "reduction/filters.h"
 #include "reduction/kernels.h"
 #include "reduction/reduce.h"
-#include "reduction/reduction.h"
 
 namespace core_image {
 namespace {
@@ -34,6 +34,7 @@ struct Histogram {
 
 }  // namespace
 
+// CIAreaHistogram: the share of pixels in each of inputCount equal steps from 0 to 1, times inputScale, each component by itself.
 ImageRef AreaHistogram(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;

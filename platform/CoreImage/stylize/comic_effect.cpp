@@ -11,6 +11,7 @@
 #include "core/point.h"
 #include "halftone/halftone.h"
 #include "sampling/repeat.h"
+#include "stylize/filters.h"
 #include "stylize/stylize.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -84,22 +85,10 @@ class Comic : public CombiningFunction {
     }
 };
 
-// An input of a filter of which this one is made.
-InputValue Given(const char* key, double number) {
-    InputValue value;
-    value.key = key;
-    value.number = number;
-    return value;
-}
-InputValue Given(const char* key, const ImageRef& image) {
-    InputValue value;
-    value.key = key;
-    value.image = &image;
-    return value;
-}
-
 }  // namespace
 
+// CIComicEffect: few colors, half of them in dots, and black lines; alpha stays.
+//
 // Black replaces all of the gray of the other inks: the picture stays bright and its dots colorful. Edges are found as in the
 // woodcut, whose lines are black on one side only and leave even areas alone.
 ImageRef ComicEffect(const Inputs& inputs) {
@@ -110,9 +99,12 @@ ImageRef ComicEffect(const Inputs& inputs) {
     const ImageRef smooth =
         MakeCombinedImage({std::move(input), std::move(blurred)}, std::make_unique<SmoothColors>(), extent);
     ImageRef flat = MakePointImage(smooth, std::make_unique<FewColors>());
-    const InputValue printing[] = {Given("inputImage", flat), Given("inputWidth", kDotWidth),
-                                   Given("inputSharpness", kDotSharpness), Given("inputGCR", 1), Given("inputUCR", 1)};
-    ImageRef dots = CMYKHalftone(Inputs(printing, std::size(printing)));
+    InkPrint print;
+    print.width = kDotWidth;
+    print.sharpness = kDotSharpness;
+    print.blackReplaced = 1;
+    print.blackRemoved = 1;
+    ImageRef dots = MakeInkImage(flat, print);
     ImageRef lines = MakeWoodcutImage(smooth, 0, kLineRadius);
     return MakeCombinedImage({std::move(flat), std::move(dots), std::move(lines)}, std::make_unique<Comic>(), extent);
 }

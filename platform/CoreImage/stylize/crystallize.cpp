@@ -16,7 +16,7 @@
 #include "core/buffered.h"
 #include "sampling/repeat.h"
 #include "stylize/crystals.h"
-#include "stylize/stylize.h"
+#include "stylize/filters.h"
 
 namespace core_image {
 namespace {
@@ -246,6 +246,9 @@ Palette PaletteOf(const ImageRef& input, double radius) {
 
 }  // namespace
 
+// CICrystallize: convex polygons of one color each, about inputRadius wide, in a pattern that moves with inputCenter. The input
+// itself for a radius up to 1.
+//
 // A seed's color is a mean, not that of one pixel: blocks keep the tones of a picture with fine detail.
 ImageRef Crystallize(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");

@@ -11,9 +11,9 @@
 #include "core/luminance.h"
 #include "core/point.h"
 #include "sampling/repeat.h"
+#include "stylize/filters.h"
 #include "stylize/focus.h"
 #include "stylize/framed.h"
-#include "stylize/stylize.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "stylize/depth_of_field.cpp"
@@ -178,6 +178,8 @@ FocusLine LineOf(const Inputs& inputs, const Extent& extent) {
 
 }  // namespace
 
+// CIDepthOfField: sharp and colorful near the line from inputPoint0 to inputPoint1, blurred by inputRadius away from it.
+//
 // Out of focus is a disc, as a lens makes it, not a Gaussian; and the line ends at its points, so that one point twice is a round
 // spot. The picture goes on beyond its frame as its outermost pixels do, so that the frame stays opaque.
 ImageRef DepthOfField(const Inputs& inputs) {

@@ -9,6 +9,7 @@
 #include "blur/blur.h"
 #include "core/point.h"
 #include "sampling/repeat.h"
+#include "stylize/filters.h"
 #include "stylize/framed.h"
 #include "stylize/stylize.h"
 
@@ -74,6 +75,8 @@ ImageRef MakeWoodcutImage(ImageRef input, double grain, double radius) {
     return MakeCombinedImage({std::move(tone), std::move(own), std::move(around)}, std::make_unique<Woodcut>(), extent);
 }
 
+// CIEdgeWork: the woodcut by inputRadius.
+//
 // The contrast of two Gaussians: the wide one makes outlines grow with the radius from thin to bold, the narrow one keeps the
 // grain of a photo from speckling its even areas. The image goes on as its outermost pixels do, so that its frame is no outline.
 ImageRef EdgeWork(const Inputs& inputs) {

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "sampling/repeat.h"
-#include "stylize/stylize.h"
+#include "stylize/filters.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "stylize/edges.cpp"
@@ -84,6 +84,8 @@ class EdgeImage : public Image {
 
 }  // namespace
 
+// CIEdges: how fast each color changes, times inputIntensity, on black; alpha stays.
+//
 // Central differences, not those of two diagonals: a line then stands where the edge is, not half a pixel beside it. The image
 // goes on as its outermost pixels do, so that its frame is no edge.
 ImageRef Edges(const Inputs& inputs) {

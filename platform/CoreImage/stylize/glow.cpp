@@ -7,6 +7,7 @@
 
 #include "blur/blur.h"
 #include "core/point.h"
+#include "stylize/filters.h"
 #include "stylize/stylize.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -84,6 +85,8 @@ ImageRef MakeGlowImage(ImageRef input, ImageRef blurred, Glow glow, double inten
                              std::make_unique<GlowFunction>(glow, FiniteFloat(intensity)), extent);
 }
 
+// CIBloom: every channel, alpha too, moves by inputIntensity towards a Gaussian blur of sigma inputRadius where that is more.
+// CIGloom: where that is less. The extent is the blur's. The input itself for an intensity of 0.
 ImageRef Bloom(const Inputs& inputs) { return GlowOf(inputs, Glow::kLight); }
 ImageRef Gloom(const Inputs& inputs) { return GlowOf(inputs, Glow::kDarkness); }
 

@@ -1,6 +1,6 @@
 // tiles.cpp - the filters: their cell, and the fold (folds.h) that they are.
 
-#include "tile/tiles.h"
+#include "tile/filters.h"
 
 #include <cmath>
 #include <utility>
@@ -79,18 +79,24 @@ ImageRef MakeTile(const Inputs& inputs, Fold fold, double between = kRightAngle)
 
 }  // namespace
 
+// CIEightfoldReflectedTile: an eighth of the cell, reflected in all sides of its triangle.
 ImageRef EightfoldReflectedTile(const Inputs& inputs) { return MakeTile(inputs, ReflectEightFold); }
 
+// CIFourfoldReflectedTile: the cell, reflected in its sides.
 ImageRef FourfoldReflectedTile(const Inputs& inputs) {
     return MakeTile(inputs, ReflectFold, inputs.GetNumber("inputAcuteAngle"));
 }
 
+// CIFourfoldRotatedTile: the cell, turned about its corners by quarter turns.
 ImageRef FourfoldRotatedTile(const Inputs& inputs) { return MakeTile(inputs, RotateFold); }
 
+// CIFourfoldTranslatedTile: the cell, side by side with itself.
 ImageRef FourfoldTranslatedTile(const Inputs& inputs) {
     return MakeTile(inputs, TranslateFold, inputs.GetNumber("inputAcuteAngle"));
 }
 
+// CIGlideReflectedTile: rows of the cell side by side with itself, every other row reflected left to right.
+//
 // Chosen of what glide reflection may mean: going up by one cell reflects left to right about the cell's corner.
 ImageRef GlideReflectedTile(const Inputs& inputs) { return MakeTile(inputs, GlideFold); }
 

@@ -8,8 +8,8 @@
 
 #include "sampling/warp.h"
 #include "transition/between.h"
+#include "transition/filters.h"
 #include "transition/formulas.h"
-#include "transition/transition.h"
 
 namespace core_image {
 namespace {
@@ -80,6 +80,7 @@ class BarsWarp : public Warp {
 
 }  // namespace
 
+// CIBarsSwipeTransition: the image is cut into bars that slide away one after another.
 ImageRef BarsSwipeTransition(const Inputs& inputs) {
     return MakeTransition(inputs, [](const Inputs& values, const Between& between) {
         const Extent area = AreaOf(between);

@@ -6,10 +6,10 @@
 
 #include <cmath>
 
-#include "generator/field.h"
+#include "core/field.h"
 #include "transition/between.h"
+#include "transition/filters.h"
 #include "transition/formulas.h"
-#include "transition/transition.h"
 
 namespace core_image {
 namespace {
@@ -60,6 +60,7 @@ Pixel LightOf(const Inputs& inputs) {
 
 }  // namespace
 
+// CICopyMachineTransition: a strip of light sweeps over inputExtent and leaves the target behind.
 ImageRef CopyMachineTransition(const Inputs& inputs) {
     return MakeTransition(inputs, [](const Inputs& values, const Between& between) {
         ImageRef strip = MakeFieldImage(std::make_shared<Strip>(values, between.time));

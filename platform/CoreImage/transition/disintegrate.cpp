@@ -10,8 +10,8 @@
 #include "core/window.h"
 #include "sampling/affine.h"
 #include "transition/between.h"
+#include "transition/filters.h"
 #include "transition/formulas.h"
-#include "transition/transition.h"
 
 namespace core_image {
 namespace {
@@ -83,6 +83,7 @@ class CoverImage : public Image {
 
 }  // namespace
 
+// CIDisintegrateWithMaskTransition: the image goes where inputMaskImage is darker than the time, and casts a shadow.
 ImageRef DisintegrateWithMaskTransition(const Inputs& inputs) {
     if (inputs.GetImage("inputMaskImage") == nullptr) return nullptr;
     return MakeTransition(inputs, [](const Inputs& values, const Between& between) {

@@ -9,11 +9,11 @@
 #include <cmath>
 #include <random>
 
-#include "generator/field.h"
-#include "geometry/geometry.h"
+#include "core/cropped.h"
+#include "core/field.h"
 #include "transition/between.h"
+#include "transition/filters.h"
 #include "transition/formulas.h"
-#include "transition/transition.h"
 
 namespace core_image {
 namespace {
@@ -103,6 +103,7 @@ class Flash : public Field {
 
 }  // namespace
 
+// CIFlashTransition: light bursts from inputCenter over the image and fades to the target.
 ImageRef FlashTransition(const Inputs& inputs) {
     return MakeTransition(inputs, [](const Inputs& values, const Between& between) {
         const double threshold = values.GetNumber("inputFadeThreshold");

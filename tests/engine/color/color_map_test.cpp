@@ -10,8 +10,8 @@
 #include <memory>
 #include <vector>
 
+#include "core/cropped.h"
 #include "generator/generator.h"
-#include "geometry/geometry.h"
 #include "support/point_oracle.h"
 
 namespace {

@@ -7,8 +7,8 @@
 #include <functional>
 #include <limits>
 
+#include "core/cropped.h"
 #include "generator/generator.h"
-#include "geometry/geometry.h"
 #include "support/point_oracle.h"
 
 namespace {

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "blur/blur.h"
-#include "color/color.h"
-#include "geometry/geometry.h"
+#include "core/cropped.h"
+#include "support/declared_keys.h"
 #include "support/engine_images.h"
 #include "support/point_oracle.h"
 
@@ -23,11 +23,11 @@ constexpr Region kRegion = {-37, -29, 301, 257};
 ImageRef Chain() {
     const ImageRef narrow = MakeGaussianBlurImage(RandomImage(230, 190), 1.7);
     const ImageRef cropped = MakeCroppedImage(narrow, {3, 5, 201, 177});
-    InputValue values[2];
+    std::vector<InputValue> values(2);
     values[0].key = "inputImage";
     values[0].image = &cropped;
     values[1] = {"inputContrast", 1.5};
-    return MakeGaussianBlurImage(ColorControls(Inputs(values, 2)), 9);
+    return MakeGaussianBlurImage(CallFilter("CIColorControls", values), 9);
 }
 
 TEST(CutTest, DoesNotDependOnTileSize) {

@@ -7,8 +7,8 @@
 #include <cmath>
 #include <limits>
 
-#include "color/color.h"
-#include "geometry/geometry.h"
+#include "core/cropped.h"
+#include "support/declared_keys.h"
 #include "support/engine_images.h"
 
 namespace {
@@ -31,7 +31,7 @@ TEST(InputsTest, NumbersAreMadeFinite) {
     EXPECT_EQ(Number(-1e300), -kLargestNumber);
 }
 
-TEST(InputsTest, MissingElementsAndUnknownKeysReadAsZero) {
+TEST(InputsTest, ElementsBeyondTheLastReadAsZero) {
     const double elements[] = {1, std::nan(""), -kInfinity};
     InputValue input;
     input.key = "inputCenter";
@@ -42,9 +42,33 @@ TEST(InputsTest, MissingElementsAndUnknownKeysReadAsZero) {
     EXPECT_EQ(inputs.GetElement("inputCenter", 1), 0);
     EXPECT_EQ(inputs.GetElement("inputCenter", 2), -kLargestNumber);
     EXPECT_EQ(inputs.GetElement("inputCenter", 3), 0);
-    EXPECT_EQ(inputs.GetElement("inputOther", 0), 0);
+}
+
+TEST(InputsTest, DeclaredKeysWithoutAValueReadAsZeroOrNull) {
+    InputValue input;
+    input.key = "inputOther";
+    const Inputs inputs(&input, 1);
     EXPECT_EQ(inputs.GetNumber("inputOther"), 0);
+    EXPECT_EQ(inputs.GetElement("inputOther", 0), 0);
+    EXPECT_EQ(inputs.GetRectangle("inputOther"), Extent{});
     EXPECT_EQ(inputs.GetImage("inputOther"), nullptr);
+    EXPECT_EQ(inputs.GetFloats("inputOther", 1), nullptr);
+    EXPECT_EQ(inputs.GetSpace("inputOther"), ColorSpace::kNone);
+    EXPECT_EQ(inputs.GetProfile("inputOther").bytes, nullptr);
+}
+
+TEST(InputsTest, UndeclaredKeysThrowWhicheverWayTheyAreRead) {
+    InputValue input;
+    input.key = "inputRadius";
+    const Inputs inputs(&input, 1);
+    EXPECT_THROW(inputs.GetNumber("inputRadios"), UndeclaredKey);
+    EXPECT_THROW(inputs.GetElement("inputRadios", 0), UndeclaredKey);
+    EXPECT_THROW(inputs.GetRectangle("inputRadios"), UndeclaredKey);
+    EXPECT_THROW(inputs.GetColor("inputRadios"), UndeclaredKey);
+    EXPECT_THROW(inputs.GetFloats("inputRadios", 1), UndeclaredKey);
+    EXPECT_THROW(inputs.GetSpace("inputRadios"), UndeclaredKey);
+    EXPECT_THROW(inputs.GetProfile("inputRadios"), UndeclaredKey);
+    EXPECT_THROW(inputs.GetImage("inputRadios"), UndeclaredKey);
 }
 
 TEST(InputsTest, ColorsAreLinearizedAndPremultiplied) {
@@ -69,12 +93,12 @@ TEST(InputsTest, IdentitySettingsReturnTheInput) {
     EXPECT_EQ(MakeCroppedImage(image, Extent::Infinite()), image);
     EXPECT_EQ(MakeCroppedImage(image, {0, 0, 4, 4}), image);
     EXPECT_NE(MakeCroppedImage(image, {0, 0, 4, 3}), image);
-    InputValue values[3];
+    std::vector<InputValue> values(3);
     values[0].key = "inputImage";
     values[0].image = &image;
     values[1] = {"inputSaturation", 1};
     values[2] = {"inputContrast", 1};
-    EXPECT_EQ(ColorControls(Inputs(values, 3)), image);
+    EXPECT_EQ(CallFilter("CIColorControls", values), image);
 }
 
 }  // namespace

@@ -19,9 +19,10 @@
 #include <random>
 #include <vector>
 
+#include "core/cropped.h"
 #include "engine/filter_table.h"
-#include "geometry/geometry.h"
 #include "sampling/affine.h"
+#include "support/declared_keys.h"
 #include "support/engine_images.h"
 
 namespace oracle {
@@ -122,12 +123,10 @@ struct Value {
     std::vector<double> elements;
     ImageRef image = nullptr;
 };
-inline ImageRef Output(const char* filter, const ImageRef& input, const std::vector<Value>& values) {
-    std::vector<InputValue> all(values.size() + 1);
-    all[0].key = "inputImage";
-    all[0].image = &input;
+inline ImageRef OutputOf(const char* filter, const std::vector<Value>& values) {
+    std::vector<InputValue> all(values.size());
     for (std::size_t index = 0; index < values.size(); ++index) {
-        InputValue& value = all[index + 1];
+        InputValue& value = all[index];
         value.key = values[index].key;
         value.image = &values[index].image;
         if (values[index].elements.empty()) continue;
@@ -135,11 +134,14 @@ inline ImageRef Output(const char* filter, const ImageRef& input, const std::vec
         value.elements = values[index].elements.data();
         value.count = values[index].elements.size();
     }
-    return FindFilter(filter)(Inputs(all.data(), input == nullptr ? 0 : all.size()));
+    return CallFilter(filter, std::move(all));
 }
-inline ImageRef Generated(const char* filter, const std::vector<Value>& values) {
-    return Output(filter, SourceOf({0, 0, 1, 1}, {0, 0, 0, 0}).image, values);
+inline ImageRef Output(const char* filter, const ImageRef& input, std::vector<Value> values) {
+    if (input == nullptr) return OutputOf(filter, {});
+    values.push_back({"inputImage", {}, input});
+    return OutputOf(filter, values);
 }
+inline ImageRef Generated(const char* filter, const std::vector<Value>& values) { return OutputOf(filter, values); }
 
 // Compares all pixels of a region with a function. The tolerance is relative to the larger of 1 and the expected value.
 using Slow = std::function<double(std::int64_t x, std::int64_t y, std::size_t channel)>;

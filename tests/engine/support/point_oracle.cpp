@@ -11,7 +11,8 @@
 #include <memory>
 #include <utility>
 
-#include "geometry/geometry.h"
+#include "core/cropped.h"
+#include "support/declared_keys.h"
 
 using namespace core_image;
 
@@ -57,7 +58,7 @@ ImageRef FilterValues::Output(const char* filter) const {
         values.back().elements = entry.elements.data();
         values.back().count = entry.elements.size();
     }
-    return FindFilter(filter)(Inputs(values.data(), values.size()));
+    return CallFilter(filter, std::move(values));
 }
 
 Slow Unpremultiplied(const Slow& pixel) {

@@ -47,8 +47,8 @@ struct Kind {
 };
 class TileTest : public testing::TestWithParam<Kind> {
   protected:
-    static ImageRef GetTile(const ImageRef& image, std::vector<double> center, double width, double angle = 0,
-                            double acuteAngle = 1.5707963267948966) {
+    static ImageRef Tiled(const ImageRef& image, std::vector<double> center, double width, double angle = 0,
+                          double acuteAngle = 1.5707963267948966) {
         return Output(GetParam().filter, image,
                       {{"inputCenter", std::move(center)},
                        {"inputWidth", {width}},
@@ -69,7 +69,7 @@ TEST_P(TileTest, MatchesTheFormula) {
         const double angle = random.Between(-7, 7), acute = round % 5 == 0 ? 0.004 : random.Between(-3.1, 3.1);
         const double between = GetParam().hasAcuteAngle ? acute : 1.5707963267948966;
         const double sine = std::copysign(std::max(std::abs(std::sin(between)), 0.01), std::sin(between));
-        const ImageRef image = GetTile(source.image, {cx, cy}, width, angle, acute);
+        const ImageRef image = Tiled(source.image, {cx, cy}, width, angle, acute);
         const At at = [&](std::int64_t x, std::int64_t y, std::size_t channel) { return source.At(x, y, channel); };
         ExpectPixels(image, kRegion, [&](std::int64_t x, std::int64_t y, std::size_t channel) {
             const double dx = static_cast<double>(x) + 0.5 - cx, dy = static_cast<double>(y) + 0.5 - cy;
@@ -105,7 +105,7 @@ TEST_P(TileTest, IsInvariantUnderItsSymmetries) {
     if (Is("CIFourfoldRotatedTile")) symmetries = {quarter, otherQuarter, moveX2, moveY2};
     if (Is("CIGlideReflectedTile")) symmetries = {glide, moveX, moveY2};
     const ImageRef image = MakeAffineImage(RandomImage(9, 9), {1, 0, 0, 1, 10, -8});
-    const ImageRef tiles = GetTile(image, {kCenterX, kCenterY}, kWidth);
+    const ImageRef tiles = Tiled(image, {kCenterX, kCenterY}, kWidth);
     const auto pixel = [&](std::int64_t x, std::int64_t y) {
         return Pixels(tiles, {kCenterX + x, kCenterY + y, 1, 1});
     };
@@ -129,7 +129,7 @@ TEST_P(TileTest, SeamsThroughPixelCentersAreStraight) {
                                               {7.0, kFloatQuarter, kFloatQuarter},
                                               {7.0, kFloatHalf, kQuarter},
                                               {7 * std::sqrt(2.0), kQuarter / 2, kQuarter}}) {
-        const ImageRef tiles = GetTile(image, {10.5, 10.5}, width, angle, acute);
+        const ImageRef tiles = Tiled(image, {10.5, 10.5}, width, angle, acute);
         for (const std::int64_t far : {14, 1400, 140000}) {
             const std::vector<float> near = Pixels(tiles, {0, 0, 30, 30}), same = Pixels(tiles, {far, -far, 30, 30});
             for (std::size_t i = 0; i < near.size(); ++i) ASSERT_NEAR(near[i], same[i], 1e-5) << far;
@@ -138,18 +138,18 @@ TEST_P(TileTest, SeamsThroughPixelCentersAreStraight) {
 }
 
 TEST_P(TileTest, DoesNotDependOnTiling) {
-    const ImageRef tiles = GetTile(RandomImage(40, 40), {10.5, 11}, 7, 1, 2);
+    const ImageRef tiles = Tiled(RandomImage(40, 40), {10.5, 11}, 7, 1, 2);
     EXPECT_EQ(Pixels(tiles, kRegion, {23, 16, 7}), Pixels(tiles, kRegion));
 }
 
 TEST_P(TileTest, ExtentIsInfiniteAndNoInputGivesNull) {
-    EXPECT_TRUE(GetTile(RandomImage(3, 3), {1, 1}, 2)->GetExtent().IsInfinite());
-    EXPECT_TRUE(GetTile(MakeConstantImage({1, 1, 1, 1}), {1, 1}, 2)->GetExtent().IsInfinite());
-    EXPECT_EQ(GetTile(nullptr, {1, 1}, 2), nullptr);
+    EXPECT_TRUE(Tiled(RandomImage(3, 3), {1, 1}, 2)->GetExtent().IsInfinite());
+    EXPECT_TRUE(Tiled(MakeConstantImage({1, 1, 1, 1}), {1, 1}, 2)->GetExtent().IsInfinite());
+    EXPECT_EQ(Tiled(nullptr, {1, 1}, 2), nullptr);
 }
 
 TEST_P(TileTest, ConstantImageIsUnchanged) {
-    const ImageRef tiles = GetTile(MakeConstantImage({0.25f, 0.5f, 0.75f, 1}), {1, 1}, 7.3, 0.4, 1);
+    const ImageRef tiles = Tiled(MakeConstantImage({0.25f, 0.5f, 0.75f, 1}), {1, 1}, 7.3, 0.4, 1);
     EXPECT_EQ(Pixels(tiles, {-99, 1000000, 1, 1}), (std::vector<float>{0.25f, 0.5f, 0.75f, 1}));
 }
 
@@ -159,8 +159,8 @@ TEST_P(TileTest, HostileNumbersAndImagesGiveFinitePixels) {
     for (const ImageRef& image : images) {
         for (const double number : kHostile) {
             for (const double other : kHostile) {
-                ExpectFinite(GetTile(image, {number, other}, other, number, other));
-                ExpectFinite(GetTile(image, {2, 3}, number, 0, other));
+                ExpectFinite(Tiled(image, {number, other}, other, number, other));
+                ExpectFinite(Tiled(image, {2, 3}, number, 0, other));
             }
         }
     }
@@ -169,7 +169,7 @@ TEST_P(TileTest, HostileNumbersAndImagesGiveFinitePixels) {
 TEST_P(TileTest, CellsWithoutWidthAreOnePixelWide) {
     const ImageRef image = RandomImage(9, 9);
     for (const double tooSmall : {0.0, -5.0}) {
-        EXPECT_EQ(Pixels(GetTile(image, {3, 4}, tooSmall), kRegion), Pixels(GetTile(image, {3, 4}, 1), kRegion));
+        EXPECT_EQ(Pixels(Tiled(image, {3, 4}, tooSmall), kRegion), Pixels(Tiled(image, {3, 4}, 1), kRegion));
     }
 }
 

@@ -1,6 +1,6 @@
 // field.cpp - the image of a field.
 
-#include "generator/field.h"
+#include "core/field.h"
 
 #include <utility>
 
