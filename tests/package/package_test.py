@@ -90,7 +90,10 @@ class PackageTest(unittest.TestCase):
                 if not path.is_relative_to(cls.root / "var") and not path.is_relative_to(cls.root / "tmp")}
 
     def inside(self, *command):
-        return run("unshare", "--net", "chroot", self.root, *command)
+        # Foundation reads /proc. The mount disappears with the command.
+        return run("unshare", "--net", "--mount", "sh", "-c",
+                   'root=$1; shift; mount --rbind /proc "$root/proc" && exec chroot "$root" "$@"', "sh", self.root,
+                   *command)
 
     def install(self, package):
         shutil.copy(package, self.root / "tmp/zeva.deb")
@@ -133,7 +136,7 @@ def obstacle():
     """Why the tests cannot run on this machine; None if they can."""
     if os.geteuid() != 0 or shutil.which("mmdebstrap") is None:
         return "needs root and mmdebstrap"
-    if subprocess.run(["unshare", "--net", "chroot", "/", "true"], capture_output=True).returncode != 0:
+    if subprocess.run(["unshare", "--net", "--mount", "chroot", "/", "true"], capture_output=True).returncode != 0:
         return "chroot without a network does not work here"
     return None
 
