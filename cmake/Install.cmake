@@ -92,16 +92,16 @@ set(ZEVA_LOADED_LIBRARIES
     "libtbb.so.12           libtbb12 (>= 2021.8)"
     "libtbbmalloc.so.2      libtbbmalloc2 (>= 2021.8)"
     "libhwy.so.1            libhwy1 (>= 1.0.3)")
+set(loaded "")
 set(dependencies "")
 foreach(row IN LISTS ZEVA_LOADED_LIBRARIES)
-    string(REGEX REPLACE "^[^ ]+ +" "" dependency "${row}")
-    list(APPEND dependencies "${dependency}")
+    string(REGEX MATCH "^([^ ]+) +(.+)$" row "${row}")
+    string(APPEND loaded "${CMAKE_MATCH_1}\n")
+    list(APPEND dependencies "${CMAKE_MATCH_2}")
 endforeach()
 list(REMOVE_DUPLICATES dependencies)
 list(JOIN dependencies ", " dependencies)
-list(TRANSFORM ZEVA_LOADED_LIBRARIES REPLACE " .*" "" OUTPUT_VARIABLE loaded)
-list(JOIN loaded "\n" loaded)
-file(WRITE ${CMAKE_BINARY_DIR}/loaded_libraries.txt "${loaded}\n")
+file(WRITE ${CMAKE_BINARY_DIR}/loaded_libraries.txt "${loaded}")
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME zeva)
