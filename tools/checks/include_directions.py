@@ -4,8 +4,8 @@
 Usage: include_directions.py [ROOT]
 
 A folder of that table is the longest listed prefix of a file's path. Includes of the standard library and of installed
-libraries are not looked at. Exit status 1 when an include goes where the table has no arrow, when the table has a cycle
-or a folder that does not exist, and when an include in quotes names no file.
+libraries are not looked at. Exit status 1 when an include goes where the table has no arrow, when the table has a cycle,
+a folder that does not exist or an arrow that nothing uses, and when an include in quotes names no file.
 """
 
 import pathlib
@@ -54,11 +54,8 @@ def resolve(root, file, name):
     return None
 
 
-def problems(root, files, table):
-    """Yields a line for each include that the table does not allow."""
-    for folder in table:
-        if not (root / folder).is_dir():
-            yield f"{TABLE.name}: the folder '{folder}' does not exist"
+def arrows(root, files, table):
+    """Yields each include from one folder to another: file, line, folder, included folder or None, included file or None."""
     for file in files:
         source = folder_of(file, table)
         if source is None:
@@ -68,16 +65,29 @@ def problems(root, files, table):
             quoted, angled = match.groups()
             target = resolve(root, file, quoted or angled)
             line = text.count("\n", 0, match.start()) + 1
-            if target is None:
-                # Generated headers are made in the build folder; the table names them.
-                if quoted and pathlib.PurePosixPath(quoted).name not in GENERATED:
-                    yield f"{file}:{line}: '{quoted}' is not a file of this tree"
-                continue
-            below = folder_of(target, table)
-            if below != source and below not in table[source]:
-                yield f"{file}:{line}: {source} must not include {below or 'what stands outside the table'} ({target})"
+            if target is not None and folder_of(target, table) != source:
+                yield file, line, source, folder_of(target, table), target
+            if target is None and quoted and pathlib.PurePosixPath(quoted).name not in GENERATED:
+                yield file, line, source, None, None
 
 
+def problems(root, files, table):
+    """Yields a line for each problem of the table and of the files' includes."""
+    for folder in table:
+        if not (root / folder).is_dir():
+            yield f"{TABLE.name}: the folder '{folder}' does not exist"
+    unused = {(folder, below) for folder in table for below in table[folder]}
+    for file, line, source, below, target in arrows(root, files, table):
+        unused.discard((source, below))
+        if target is None:
+            yield f"{file}:{line}: includes a file that is not in this tree"
+        elif below not in table[source]:
+            yield f"{file}:{line}: {source} must not include {below or 'what stands outside the table'} ({target})"
+    for folder, below in sorted(unused):
+        yield f"{TABLE.name}: '{folder}' may include '{below}', but nothing there does; remove the arrow"
+
+
+# Made in the build folder.
 GENERATED = {"keys.def", "lua.hpp"}
 
 
