@@ -4,7 +4,7 @@ set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR i386)
 
 set(CMAKE_SYSROOT ${CMAKE_CURRENT_LIST_DIR}/../build/sysroot-i386)
-get_filename_component(CMAKE_SYSROOT ${CMAKE_SYSROOT} REALPATH)
+get_filename_component(CMAKE_SYSROOT ${CMAKE_SYSROOT} ABSOLUTE)
 set(ZEVA_GCONV_PATH ${CMAKE_SYSROOT}/usr/lib/i386-linux-gnu/gconv)
 
 # SSE2 arithmetic, as on every 32-bit Mac: a double is rounded to 64 bits at each step, never kept in 80.

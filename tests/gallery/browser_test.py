@@ -1,4 +1,4 @@
-"""The gallery as people meet it: in a browser, with the keyboard, on a narrow screen, in the dark, without scripts."""
+"""The gallery in a browser: with the mouse and the keyboard, on a narrow screen, in dark mode, without JavaScript."""
 
 import json
 import unittest
@@ -7,7 +7,7 @@ from web_driver import Browser
 from written_gallery import temporary_folder, write_gallery, write_photo, zeva
 
 TAB, RIGHT, LEFT = "\ue004", "\ue014", "\ue012"
-# Loads what would load when it is scrolled to, and lists what cannot be shown.
+# Loads the lazy images and lists the broken ones.
 BROKEN_IMAGES = """
 const done = arguments[arguments.length - 1];
 const images = [...document.images];
@@ -19,7 +19,7 @@ SHOWN_CARDS = """
 return [...document.querySelectorAll(".card")].filter((card) => card.checkVisibility())
   .map((card) => card.querySelector("a").getAttribute("href"));
 """
-# The contrast of each text with what it stands on, at least, as the usual formula of relative luminance has it.
+# The minimum contrast of text with its background, by the usual formula of relative luminance.
 LEAST_CONTRAST = """
 function channels(color) { return color.match(/[\\d.]+/g).map(Number); }
 function light(color) {
@@ -65,11 +65,11 @@ class BrowserTest(unittest.TestCase):
         return browser.run(SHOWN_CARDS)
 
     def cut(self):
-        """Where the pictures meet, as it is drawn: percent from the left."""
+        """The drawn position of the cut between the pictures, in percent from the left."""
         style = browser.run("return getComputedStyle(document.querySelector('.after')).clipPath")
         return float(style.removeprefix("inset(0px 0px 0px ").removesuffix("%)"))
 
-    def test_pages_load_without_a_word_on_the_console_and_without_a_broken_image(self):
+    def test_pages_load_without_console_messages_and_broken_images(self):
         for page in ("index.html", *page_per_category()):
             self.open(page)
             count, broken = browser.run_async(BROKEN_IMAGES)
@@ -89,14 +89,14 @@ class BrowserTest(unittest.TestCase):
         browser.type("#search", "xyz")
         self.assertEqual(self.cards(), [])
 
-    def test_one_category_is_shown_when_it_is_chosen(self):
+    def test_choosing_a_category_hides_the_others(self):
         self.open("index.html")
         browser.type("#category", "Blur")
         self.assertEqual(self.cards(), ["BoxBlur.html", "DiscBlur.html", "GaussianBlur.html"])
         browser.type("#search", "disc")
         self.assertEqual(self.cards(), ["DiscBlur.html"])
 
-    def test_the_keyboard_reaches_the_slider_and_moves_it(self):
+    def test_the_keyboard_focuses_and_moves_the_slider(self):
         self.open("GaussianBlur.html")
         self.assertEqual(self.cut(), 50)
         for _ in range(10):
@@ -118,18 +118,18 @@ class BrowserTest(unittest.TestCase):
         browser.drag([(box["x"] + box["width"] * part, middle) for part in (0.5, 0.4, 0.25)])
         self.assertAlmostEqual(self.cut(), 25, delta=2)
 
-    def test_before_and_after_lie_on_each_other(self):
+    def test_before_and_after_overlap(self):
         self.open("GaussianBlur.html")
         self.assertEqual(browser.box(".before img"), browser.box(".after img"))
 
-    def test_nothing_sticks_out_of_a_narrow_screen(self):
+    def test_a_narrow_screen_needs_no_horizontal_scrolling(self):
         for page in ("index.html", *page_per_category()):
             self.open(page)
             browser.width(340)
             self.assertLessEqual(browser.run("return document.documentElement.scrollWidth"), 340, page)
             browser.emulate("clearDeviceMetricsOverride")
 
-    def test_light_and_dark_have_contrast(self):
+    def test_text_has_contrast_in_light_and_dark_mode(self):
         grounds = []
         for scheme in ("light", "dark"):
             for page in ("index.html", "CopyMachineTransition.html"):
@@ -141,7 +141,7 @@ class BrowserTest(unittest.TestCase):
 
 
 class WithoutScriptsTest(unittest.TestCase):
-    def test_everything_is_there_and_nothing_that_does_nothing(self):
+    def test_shows_everything_and_hides_the_controls(self):
         plain = Browser(javascript=False)
         self.addCleanup(plain.close)
         plain.open(gallery / "index.html")
