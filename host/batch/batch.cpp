@@ -21,8 +21,8 @@
 
 namespace {
 
-// A report of a worker. The size is fixed and at most PIPE_BUF: the system writes such a message in one piece, so those of
-// several workers never mix.
+// A report of a worker. The size is fixed and at most PIPE_BUF: the system writes such a message in one piece, so
+// those of several workers never mix.
 struct Message {
     pid_t worker;
     std::uint32_t number;

@@ -1,7 +1,7 @@
 // batch.h - runs many jobs in parallel, isolated from each other.
 //
-// Jobs run in worker processes, one per processor. Why processes: a process has one host, on one thread; and a job that crashes
-// ends only its own worker.
+// Jobs run in worker processes, one per processor. Why processes: a process has one host, on one thread; and a job
+// that crashes ends only its own worker.
 //
 // Lifetime: workers start and end within RunBatch. They are forked and inherit the memory of the program.
 // Threads:  the process must have one thread when RunBatch is called.
@@ -20,8 +20,8 @@ using BatchReport = std::function<void(std::size_t number, const std::string& fa
 
 // Runs the jobs 0...count-1 and reports the end of each in the calling process.
 //
-// Each worker calls `prepare` once, and then the returned job for one number after another. When `prepare` throws, the job whose
-// turn it is fails with that error.
+// Each worker calls `prepare` once, and then the returned job for one number after another. When `prepare` throws,
+// the job whose turn it is fails with that error.
 //
 // Fails: std::system_error when the system cannot start a worker.
 void RunBatch(std::size_t count, const std::function<BatchJob()>& prepare, const BatchReport& report);

@@ -14,8 +14,8 @@ struct FileContent {
     std::size_t length = 0;
 };
 
-// Reads a file; on 32 bits at most its first GB. Returns false and allocates nothing when the file is missing, is not a regular
-// file, or is larger than memory.
+// Reads a file; on 32 bits at most its first GB. Returns false and allocates nothing when the file is missing, is not
+// a regular file, or is larger than memory.
 bool ReadFile(const char* path, FileContent* content);
 
 // Writes a file under its final name only when it is whole; whatever had that name stays as it was until then.

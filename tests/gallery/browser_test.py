@@ -23,7 +23,8 @@ return [...document.querySelectorAll(".card")].filter((card) => card.checkVisibi
 LEAST_CONTRAST = """
 function channels(color) { return color.match(/[\\d.]+/g).map(Number); }
 function light(color) {
-  const [r, g, b] = channels(color).map((c) => c / 255).map((c) => c <= 0.04045 ? c / 12.92 : ((c + 0.055) / 1.055) ** 2.4);
+  const linear = (c) => c <= 0.04045 ? c / 12.92 : ((c + 0.055) / 1.055) ** 2.4;
+  const [r, g, b] = channels(color).map((c) => linear(c / 255));
   return 0.2126 * r + 0.7152 * g + 0.0722 * b;
 }
 function ground(element) {
@@ -32,7 +33,8 @@ function ground(element) {
     if (channels(color)[3] !== 0) return color;
   }
 }
-const texts = [...document.querySelectorAll("h1, h2, h3, p, a, td, th, figcaption, code, summary, label, output, nav span")];
+const selector = "h1, h2, h3, p, a, td, th, figcaption, code, summary, label, output, nav span";
+const texts = [...document.querySelectorAll(selector)];
 return Math.min(...texts.filter((text) => text.checkVisibility()).map((text) => {
   const [a, b] = [light(getComputedStyle(text).color), light(ground(text))].sort((x, y) => y - x);
   return (a + 0.05) / (b + 0.05);
@@ -85,7 +87,8 @@ class BrowserTest(unittest.TestCase):
         browser.type("#search", "ian gradient")
         self.assertEqual(self.cards(), ["GaussianGradient.html"])
         self.assertEqual(browser.run("return document.getElementById('count').textContent"), "1 filter")
-        self.assertEqual(browser.run("return [...document.querySelectorAll('h2')].filter((h) => h.checkVisibility()).length"), 1)
+        visible = "[...document.querySelectorAll('h2')].filter((heading) => heading.checkVisibility())"
+        self.assertEqual(browser.run(f"return {visible}.length"), 1)
         browser.type("#search", "xyz")
         self.assertEqual(self.cards(), [])
 

@@ -13,7 +13,8 @@ from written_gallery import Page, filters_without_image, temporary_folder, write
 ROOT = pathlib.Path(__file__).parent.parent.parent
 ODD_NAME = "a <b> & 'c'.png"  # shows what a page does not escape
 # Filters whose result has one color by definition.
-ONE_COLOR = {"AreaAverage", "AreaMaximum", "AreaMaximumAlpha", "AreaMinimum", "AreaMinimumAlpha", "ConstantColorGenerator"}
+AREAS = {"AreaAverage", "AreaMaximum", "AreaMaximumAlpha", "AreaMinimum", "AreaMinimumAlpha"}
+ONE_COLOR = AREAS | {"ConstantColorGenerator"}
 # Prints the name of each picture whose pixels are all the same.
 FIND_FLAT = """
 for _, name in ipairs(arg) do
@@ -175,7 +176,9 @@ class FailureTest(unittest.TestCase):
     def test_a_missing_photo_writes_no_gallery(self):
         made = zeva("gallery", folder / "none.png", "-o", folder / "none")
         self.assertEqual(made.returncode, 1)
-        self.assertRegex(made.stderr, r"^zeva: \S+none.png: .*no such file or directory[^\n]*: no gallery was written\n$")
+        self.assertRegex(
+            made.stderr, r"^zeva: \S+none.png: .*no such file or directory[^\n]*: no gallery was written\n$"
+        )
         self.assertFalse((folder / "none/index.html").exists())
 
     def test_a_trace_is_refused(self):

@@ -73,7 +73,8 @@ def filters_without_image():
     names = [row["filter"] for row in json.loads(zeva("list", "--json").stdout)]
     script = ["local image = CIImageQOR.FromColor(CIColorQOR.Hex('#808080')):Crop(CIVectorQOR.Rectangle(0, 0, 9, 9))"]
     for entry in json.loads(zeva("describe", "--json", *names).stdout):
-        images = [key["name"] for key in entry["properties"] if key["type"] == "CIImageQOR" and key["name"] != "outputImage"]
+        keys = [key["name"] for key in entry["properties"] if key["type"] == "CIImageQOR"]
+        images = [key for key in keys if key != "outputImage"]
         settings = " ".join(f"filter.{key} = image" for key in images)
         test = f"if not filter.outputImage then print('{entry['filter']}') end"
         script.append(f"do local filter = {entry['class']}() {settings} {test} end")

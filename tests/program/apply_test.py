@@ -84,15 +84,21 @@ class ApplyTest(ZevaTest):
         green = self.folder / "green.png"
         green.write_bytes(png(1, 1, (0, 255, 0)))
         key = "inputBackgroundImage"
-        self.assertEqual(self.render("AdditionCompositing", f"{key}=-", f"inputImage={green}", self.photo)[0][0][:3], (255, 255, 0))
-        self.assertEqual(self.render("DifferenceBlendMode", f"{key}=-", "inputImage=-", self.photo)[0][0][:3], (0, 0, 0))
+        sum_picture = self.render("AdditionCompositing", f"{key}=-", f"inputImage={green}", self.photo)
+        self.assertEqual(sum_picture[0][0][:3], (255, 255, 0))
+        difference = self.render("DifferenceBlendMode", f"{key}=-", "inputImage=-", self.photo)
+        self.assertEqual(difference[0][0][:3], (0, 0, 0))
         self.out.unlink()
         self.assert_fails(
             1,
             "filter ColorInvert: inputImage is set, so no key takes the incoming picture; KEY=- passes it to a key",
             *("apply", "ColorInvert", f"inputImage={green}", self.photo, "-o", self.out),
         )
-        self.assert_fails(1, "inputImage=-: there is no incoming picture", "apply", "ColorInvert", "inputImage=-", "-o", self.out)
+        self.assert_fails(
+            1,
+            "inputImage=-: there is no incoming picture",
+            *("apply", "ColorInvert", "inputImage=-", "-o", self.out),
+        )
 
     def test_a_generator_takes_no_picture_and_needs_a_rectangle(self):
         pixels = self.render("ConstantColorGenerator", "inputColor=#ff8000", "--rect", "5,-3,2,1")

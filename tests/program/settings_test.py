@@ -13,7 +13,8 @@ INVERTING_CUBE = "# inverts\nTITLE \"inverse\"\nLUT_3D_SIZE 2\nDOMAIN_MIN 0 0 0\
 class SettingsTest(ZevaTest):
     def extent_after(self, transform):
         """The extent that apply prints for the photo, 40 x 30, after a transform."""
-        printed = self.assert_works("apply", "AffineTransform", f"inputTransform={transform}", self.photo, "-o", self.out)
+        setting = f"inputTransform={transform}"
+        printed = self.assert_works("apply", "AffineTransform", setting, self.photo, "-o", self.out)
         return printed.splitlines()[-1].split(", ", 1)[1]
 
     def assert_refused(self, filter_name, setting, message):
