@@ -1,4 +1,4 @@
-// batch.cpp - workers take numbers from a shared counter and tell of each through one pipe.
+// batch.cpp - workers take job numbers from a shared counter and report through one pipe.
 
 #include "host/batch/batch.h"
 
@@ -21,8 +21,8 @@
 
 namespace {
 
-// What a worker tells. Why of a fixed size: the system writes so much to a pipe at once or not at all, so the words of several
-// workers never mix.
+// A report of a worker. The size is fixed and at most PIPE_BUF: the system writes such a message in one piece, so
+// those of several workers never mix.
 struct Message {
     pid_t worker;
     std::uint32_t number;
@@ -31,13 +31,14 @@ struct Message {
 };
 static_assert(sizeof(Message) <= PIPE_BUF);
 
-// The number of the next job, in memory that all workers share.
+// The number of the next job, in memory shared by all workers.
 class SharedCounter {
   public:
     SharedCounter() {
         void* memory = mmap(nullptr, sizeof(std::atomic<std::uint32_t>), PROT_READ | PROT_WRITE,
                             MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-        if (memory == MAP_FAILED) throw std::system_error(errno, std::generic_category(), "no shared memory");
+        if (memory == MAP_FAILED)
+            throw std::system_error(errno, std::generic_category(), "cannot allocate shared memory");
         next_ = new (memory) std::atomic<std::uint32_t>(0);
     }
     ~SharedCounter() { munmap(next_, sizeof *next_); }
@@ -51,13 +52,13 @@ class SharedCounter {
     std::atomic<std::uint32_t>* next_;
 };
 
-// A worker: does jobs until none is left.
+// The main loop of a worker: runs jobs until none is left.
 void Work(int pipe, SharedCounter& counter, std::size_t count, const std::function<BatchJob()>& prepare) {
     BatchJob job;
     for (std::uint32_t number = counter.Take(); number < count; number = counter.Take()) {
         Message message = {getpid(), number, Message::kBegins, {}};
-        const auto tell = [&] { return write(pipe, &message, sizeof message) == sizeof message; };
-        if (!tell()) return;
+        const auto send = [&] { return write(pipe, &message, sizeof message) == sizeof message; };
+        if (!send()) return;
         message.kind = Message::kDone;
         try {
             if (!job) job = prepare();
@@ -66,11 +67,11 @@ void Work(int pipe, SharedCounter& counter, std::size_t count, const std::functi
             message.kind = Message::kFailed;
             std::snprintf(message.failure, sizeof message.failure, "%s", ErrorText().c_str());
         }
-        if (!tell()) return;
+        if (!send()) return;
     }
 }
 
-// Forks the workers; they write to the pipe.
+// Forks the workers, which write to the pipe. Fewer are started when the system refuses more.
 std::vector<pid_t> StartWorkers(std::size_t workers, const int (&ends)[2], SharedCounter& counter, std::size_t count,
                                 const std::function<BatchJob()>& prepare) {
     std::fflush(nullptr);
@@ -78,7 +79,7 @@ std::vector<pid_t> StartWorkers(std::size_t workers, const int (&ends)[2], Share
     for (std::size_t i = 0; i < workers; ++i) {
         const pid_t worker = fork();
         if (worker < 0 && started.empty())
-            throw std::system_error(errno, std::generic_category(), "no process can be started");
+            throw std::system_error(errno, std::generic_category(), "cannot start a worker process");
         if (worker < 0) break;
         if (worker == 0) {
             close(ends[0]);
@@ -91,7 +92,7 @@ std::vector<pid_t> StartWorkers(std::size_t workers, const int (&ends)[2], Share
     return started;
 }
 
-// Hears workers until all have ended; answers the job that each one still had in its hands.
+// Reads the reports until all workers have ended. Returns the unfinished job of each worker that crashed.
 std::map<pid_t, std::size_t> Listen(int pipe, const BatchReport& report) {
     std::map<pid_t, std::size_t> unfinished;
     Message message;
@@ -108,12 +109,12 @@ std::map<pid_t, std::size_t> Listen(int pipe, const BatchReport& report) {
     }
 }
 
-// How a process ended, in words.
+// Waits for a process and says how it ended.
 std::string EndOf(pid_t worker) {
     int status = 0;
     while (waitpid(worker, &status, 0) < 0 && errno == EINTR) {
     }
-    if (WIFSIGNALED(status)) return std::string("its process was ended: ") + strsignal(WTERMSIG(status));
+    if (WIFSIGNALED(status)) return std::string("its process was terminated: ") + strsignal(WTERMSIG(status));
     return "its process ended with status " + std::to_string(WEXITSTATUS(status));
 }
 
@@ -121,11 +122,11 @@ std::string EndOf(pid_t worker) {
 
 void RunBatch(std::size_t count, const std::function<BatchJob()>& prepare, const BatchReport& report) {
     SharedCounter counter;
-    // A second round is needed only when every worker of the first one crashed.
+    // There is a second round only when every worker of the first one crashed.
     while (counter.Next() < count) {
         const std::size_t processors = std::max(1u, std::thread::hardware_concurrency());
         int ends[2];
-        if (pipe(ends) != 0) throw std::system_error(errno, std::generic_category(), "no pipe");
+        if (pipe(ends) != 0) throw std::system_error(errno, std::generic_category(), "cannot create a pipe");
         const auto workers = StartWorkers(std::min(processors, count - counter.Next()), ends, counter, count, prepare);
         close(ends[1]);
         const auto unfinished = Listen(ends[0], report);

@@ -1,10 +1,10 @@
-// batch.h - many jobs in parallel, each out of reach of the others.
+// batch.h - runs many jobs in parallel, isolated from each other.
 //
-// Jobs run in worker processes, one per processor. Why processes: one process has one host, on one thread; and a job that
-// crashes takes only its worker with it.
+// Jobs run in worker processes, one per processor. Why processes: a process has one host, on one thread; and a job
+// that crashes ends only its own worker.
 //
-// Lifetime: workers begin and end within RunBatch, and inherit what the program had at its call.
-// Threads:  call it while the program has one thread.
+// Lifetime: workers start and end within RunBatch. They are forked and inherit the memory of the program.
+// Threads:  the process must have one thread when RunBatch is called.
 
 #pragma once
 
@@ -12,12 +12,16 @@
 #include <functional>
 #include <string>
 
-// Does the job of a number; throws when it fails.
+// Runs the job of a number. Throws when the job fails.
 using BatchJob = std::function<void(std::size_t number)>;
 
-// How a job ended: why it failed, empty when it did not.
+// Called for each job that ended. `failure` is the reason, or empty when the job succeeded.
 using BatchReport = std::function<void(std::size_t number, const std::string& failure)>;
 
-// Runs the jobs 0...count-1 and reports each one's end, in the caller's process. A worker calls prepare once for the job
-// that it then does for one number after another; when that throws, the worker's first job fails with it.
+// Runs the jobs 0...count-1 and reports the end of each in the calling process.
+//
+// Each worker calls `prepare` once, and then the returned job for one number after another. When `prepare` throws,
+// the job whose turn it is fails with that error.
+//
+// Fails: std::system_error when the system cannot start a worker.
 void RunBatch(std::size_t count, const std::function<BatchJob()>& prepare, const BatchReport& report);

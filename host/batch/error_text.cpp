@@ -1,4 +1,4 @@
-// error_text.cpp - what each kind of failure says of itself.
+// error_text.cpp - the text of each kind of exception.
 
 #include "host/batch/error_text.h"
 

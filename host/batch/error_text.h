@@ -1,11 +1,11 @@
-// error_text.h - a failure as one line.
+// error_text.h - the text of an error as one line.
 
 #pragma once
 
 #include <string>
 
-// The text of the exception that is being handled, on one line. To be called in a catch block.
-std::string ErrorText();
+// Returns the text of the current exception on one line. Call it in a catch block.
+[[nodiscard]] std::string ErrorText();
 
-// A text as one line, whatever it brought.
-std::string OneLine(std::string text);
+// Returns a text with its line feeds replaced by spaces.
+[[nodiscard]] std::string OneLine(std::string text);

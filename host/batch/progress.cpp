@@ -1,4 +1,4 @@
-// progress.cpp - draws the bar.
+// progress.cpp - draws the progress bar.
 
 #include "host/batch/progress.h"
 
@@ -34,7 +34,7 @@ void Progress::Draw() const {
     std::fflush(stderr);
 }
 
-// The escape sequence clears the line behind the cursor.
+// The escape sequence clears the line after the cursor.
 void Progress::Erase() const {
     if (onTerminal_) std::fputs("\r\x1b[K", stderr);
 }

@@ -1,6 +1,6 @@
-// progress.h - how far a batch is: a bar on a terminal, a line per failure, a summary at the end.
+// progress.h - the progress of a batch: a bar on a terminal, a line per failure, a summary at the end.
 //
-// Bar and failures go to standard error, the summary to standard output. Without a terminal there is no bar.
+// The bar and the failures go to standard error, the summary to standard output. Without a terminal there is no bar.
 
 #pragma once
 
@@ -12,13 +12,13 @@ class Progress {
   public:
     explicit Progress(std::size_t total);
 
-    // Notes that one more has ended; prints why it failed, if it did.
+    // Counts one more job. Prints the failure unless it is empty.
     void Done(const std::string& failure);
 
-    // Takes the bar away and prints "11 of 12 pictures <what>, 1 failed, 0.8 s".
+    // Removes the bar and prints "11 of 12 pictures <what>, 1 failed, 0.8 s".
     void Summarize(const std::string& what);
 
-    std::size_t Failures() const { return failures_; }
+    [[nodiscard]] std::size_t Failures() const { return failures_; }
 
   private:
     void Draw() const;

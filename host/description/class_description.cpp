@@ -36,8 +36,8 @@ std::string FilterText(const std::string& filter) {
     return {};
 }
 
-// The name under which an attribute is shown. It begins in lower case and leaves out the kind of the value: "default" for
-// Default, DefaultVector and so on.
+// The name under which an attribute is shown. It begins in lower case and leaves out the kind of the value: "default"
+// for Default, DefaultVector and so on.
 std::string AttributeName(std::string name) {
     for (std::string_view kind : {"Vector", "Color", "Transform", "Data"}) {
         if (name.ends_with(kind)) name.resize(name.size() - kind.size());

@@ -1,4 +1,5 @@
-// class_description.h - what a class offers, as data: for the commands that describe classes and for the gallery's pages.
+// class_description.h - what a class offers, as data: for the commands that describe classes and for the gallery's
+// pages.
 //
 // Lifetime: a description is a copy; it does not refer to the host.
 // Threads:  the host's thread.

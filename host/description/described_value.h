@@ -15,8 +15,8 @@ struct ByteCount {
     std::int32_t bytes;
 };
 
-// nil, a number, a truth value, a text, the components of a vector, color or transform, or a memory block. Any other object
-// is shown as the name of its class.
+// nil, a number, a truth value, a text, the components of a vector, color or transform, or a memory block. Any other
+// object is shown as the name of its class.
 using DescribedValue =
     std::variant<std::monostate, double, std::int32_t, bool, std::string, std::vector<double>, ByteCount>;
 
@@ -26,6 +26,6 @@ using DescribedValue =
 // Returns the value as JSON; a memory block as {"bytes": count}.
 [[nodiscard]] host::Json ToJson(const DescribedValue& value);
 
-// Returns the value as people write it on the command line: "0,0,300,300". Numbers have at most six digits, which is what
-// the 32-bit width can hold.
+// Returns the value as people write it on the command line: "0,0,300,300". Numbers have at most six digits, which is
+// what the 32-bit width can hold.
 [[nodiscard]] std::string ShortText(const DescribedValue& value);

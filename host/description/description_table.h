@@ -6,8 +6,8 @@
 
 #include <span>
 
-// The texts of a filter (key is empty), of one of its keys, or of all keys of a name (filter is empty). An empty unit or
-// description means that the row does not say.
+// The texts of a filter (key is empty), of one of its keys, or of all keys of a name (filter is empty). An empty unit
+// or description means that the row does not say.
 struct DescriptionRow {
     const char* filter;
     const char* key;

@@ -1,7 +1,7 @@
 // title_table.h - the titles of the filters that the built module registers, compiled in.
 //
-// A list of filters comes from here when the built modules are used as they are: loading them takes longer than everything else
-// that the list needs. A test compares it with the list of the loaded modules.
+// A list of filters comes from here when the built modules are used as they are: loading them takes longer than
+// everything else that the list needs. A test compares it with the list of the loaded modules.
 //
 // make_title_table.py writes the table when the program is built.
 

@@ -1,8 +1,8 @@
 // gallery.cpp - runs the programs of the gallery and writes its files.
 //
-// The programs run in worker processes, so that a filter that crashes costs one picture and all processors are used. The
-// modules are loaded before the workers start, but nothing is rendered in this process: rendering starts threads, and a
-// process with threads must not fork.
+// The programs run in worker processes, so that a filter that crashes costs one picture and all processors are used.
+// The modules are loaded before the workers start, but nothing is rendered in this process: rendering starts threads,
+// and a process with threads must not fork.
 
 #include "host/gallery/gallery.h"
 
@@ -64,8 +64,8 @@ std::vector<GalleryFilter> Filters(Host& host) {
     return filters;
 }
 
-// The folder of each photo. Its name is the photo's, with only characters that need no escape anywhere; a number keeps equal
-// names apart.
+// The folder of each photo. Its name is the photo's, with only characters that need no escape anywhere; a number
+// keeps equal names apart.
 std::vector<GalleryPhoto> Photos(const std::vector<std::string>& files) {
     std::vector<GalleryPhoto> photos;
     std::map<std::string, int> taken;

@@ -1,5 +1,5 @@
-// What JavaScript adds to the pages: a search and a choice of category on the overview, a slider between before and after.
-// Only this script shows the controls, so a browser without JavaScript shows none that do nothing.
+// What JavaScript adds to the pages: a search and a choice of category on the overview, a slider between before and
+// after. Only this script shows the controls, so a browser without JavaScript shows none that do nothing.
 "use strict";
 
 // On the overview: shows the cards that match, and hides categories without a match.

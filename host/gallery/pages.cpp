@@ -180,7 +180,8 @@ Html Properties(const GalleryFilter& filter) {
     for (const PropertyDescription& property : filter.description.properties) rows += PropertyRow(property);
     return Fill(R"(<section><h2>Properties</h2>
 <table>
-<thead><tr><th scope="col">Name</th><th scope="col">Type</th><th scope="col">Default</th><th scope="col">Range</th><th scope="col">Description</th></tr></thead>
+<thead><tr><th scope="col">Name</th><th scope="col">Type</th><th scope="col">Default</th><th scope="col">Range</th>
+<th scope="col">Description</th></tr></thead>
 <tbody>
 {}</tbody>
 </table></section>
@@ -197,7 +198,7 @@ Html Programs(const GalleryFilter& filter) {
                          {Html{isFirst ? " open" : ""}, sample.caption, sample.text});
     }
     return Fill(R"(<section><h2>The program in Lua</h2>
-<p class="note">This program made the picture. <code>zeva run</code> runs it in a folder that contains <code>photo.jpg</code>.</p>
+<p class="note">This program made the picture. <code>zeva run</code> runs it in a folder with <code>photo.jpg</code>.</p>
 {}</section>
 )",
                 {programs});

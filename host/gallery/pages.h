@@ -1,7 +1,8 @@
 // pages.h - the gallery's pages: an overview, and one page for each filter.
 //
-// They are in one folder with gallery.css, gallery.js and prepare.lua; the pictures of each photo are in pictures/<photo>/.
-// Every page works without JavaScript; gallery.js adds the search, the choice of a category, and the slider.
+// They are in one folder with gallery.css, gallery.js and prepare.lua; the pictures of each photo are in
+// pictures/<photo>/. Every page works without JavaScript; gallery.js adds the search, the choice of a category, and
+// the slider.
 
 #pragma once
 

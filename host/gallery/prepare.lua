@@ -51,7 +51,8 @@ if next_file then
     local other = CIImageQOR.Open(next_file)
     local fit = math.max(w / other.Extent.Width, h / other.Extent.Height)
     other = scaled(other, fit)
-    local middle = NSAffineTransformQOR.Identity():Translate((w - other.Extent.Width) / 2, (h - other.Extent.Height) / 2)
+    local dx, dy = (w - other.Extent.Width) / 2, (h - other.Extent.Height) / 2
+    local middle = NSAffineTransformQOR.Identity():Translate(dx, dy)
     other:Transform(middle):Over(paper):Crop(frame):SaveWithQuality("second.jpg", 0.92)
 else
     local paint = CIFilterFalseColorQOR()

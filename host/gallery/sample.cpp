@@ -68,7 +68,8 @@ bool Uses(std::string_view text, const HelperRow& helper) {
     return false;
 }
 
-// Puts the lines of the helpers that the text uses before the text. The first helper opens the photo and is always there.
+// Puts the lines of the helpers that the text uses before the text. The first helper opens the photo and is always
+// used.
 void AddHelpers(Sample& sample) {
     std::string lines;
     for (const HelperRow& helper : kHelpers) {

@@ -1,6 +1,7 @@
 // sample.h - the Lua programs that make the gallery's pictures, built from the settings in gallery.json.
 //
-// A page shows exactly the text that ran. It runs in a folder that prepare.lua has filled, and writes its pictures there.
+// A page shows exactly the text that ran. It runs in a folder that prepare.lua has filled, and writes its pictures
+// there.
 //
 // gallery.json:
 //   times     the values of inputTime at which a transition is shown
@@ -32,6 +33,6 @@ struct Sample {
     std::vector<HelperPicture> helpers;
 };
 
-// Returns the samples of a filter. The first one is shown on the filter's card. Throws HostError for a setting whose key the
-// filter does not have.
+// Returns the samples of a filter. The first one is shown on the filter's card. Throws HostError for a setting whose
+// key the filter does not have.
 [[nodiscard]] std::vector<Sample> SamplesOf(const ClassDescription& filter);

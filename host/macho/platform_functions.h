@@ -1,7 +1,7 @@
 // platform_functions.h - what object code uses of Foundation, Core Foundation and Core Graphics.
 //
-// It is in a shared library of its own, libmacos_platform.so, because those libraries take longer to load than most programs
-// take to run: the program loads it with the first object and otherwise starts without them.
+// It is in a shared library of its own, libmacos_platform.so, because those libraries take longer to load than most
+// programs take to run: the program loads it with the first object and otherwise starts without them.
 //
 // Lifetime: constant; the library is never unloaded.
 // Threads:  any.

@@ -1,7 +1,7 @@
 // apply.cpp - "zeva apply": applies a chain of filters to one picture or to many.
 //
-// One picture is processed here, with a line for each step. Many pictures are processed in parallel by worker processes,
-// each with a host of its own (host/batch/batch.h).
+// One picture is processed here, with a line for each step. Many pictures are processed in parallel by worker
+// processes, each with a host of its own (host/batch/batch.h).
 
 #include <chrono>
 #include <cmath>

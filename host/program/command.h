@@ -1,11 +1,11 @@
 // command.h - a command of the program as data: its name, its help, its arguments, and the function that runs it.
 //
-// Commands include this header only. command_line.cpp alone includes the argument parser, which takes several seconds to
-// compile, and hands the data to it.
+// Commands include this header only. command_line.cpp alone includes the argument parser, which takes several seconds
+// to compile, and hands the data to it.
 //
 // Lifetime: arguments point into a request that the command's `run` shares; both live as long as the command.
-// Failure:  `run` throws for a failure, which becomes one line on standard error and status 1. A command that has already
-//           printed its failures returns status 1 instead. UsageError means wrong arguments: status 2.
+// Failure:  `run` throws for a failure, which becomes one line on standard error and status 1. A command that has
+//           already printed its failures returns status 1 instead. UsageError means wrong arguments: status 2.
 // Threads:  the program's main thread.
 
 #pragma once
@@ -31,7 +31,8 @@ class UsageError : public std::runtime_error {
 
 // One argument of a command.
 struct Argument {
-    // The variable that receives the value. Its value before parsing is the default; the help shows the default of numbers.
+    // The variable that receives the value. Its value before parsing is the default; the help shows the default of
+    // numbers.
     using Target = std::variant<bool*, double*, unsigned*, std::string*, std::vector<std::string>*>;
 
     std::string names;  // "FILE" for a positional argument, "-o,--output" or "--json" for an option

@@ -1,7 +1,7 @@
 // platform_pool.h - an autorelease pool around every call into a module.
 //
-// Modules send messages, and the objects that these autorelease wait for a pool. With one pool per call a program can make
-// any number of calls in a loop. Everything that crosses the boundary is retained, so it survives the pool.
+// Modules send messages, and the objects that these autorelease wait for a pool. With one pool per call a program can
+// make any number of calls in a loop. Everything that crosses the boundary is retained, so it survives the pool.
 //
 // Threads: the host's thread.
 

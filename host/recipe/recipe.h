@@ -2,9 +2,9 @@
 //
 //   GaussianBlur inputRadius=8 + ColorControls inputSaturation=0 photo.jpg
 //
-// The first word and the word after each + name a filter. KEY=VALUE sets a key of that filter (setting_value.h). Every other
-// word is an input picture. The picture becomes the inputImage of the first filter, or the value of each key set with KEY=-;
-// the output of each filter is passed to the next in the same way.
+// The first word and the word after each + name a filter. KEY=VALUE sets a key of that filter (setting_value.h).
+// Every other word is an input picture. The picture becomes the inputImage of the first filter, or the value of each
+// key set with KEY=-; the output of each filter is passed to the next in the same way.
 //
 // Lifetime: a recipe owns its text and may be used with any number of hosts.
 // Threads:  reading and checking keep no state; a step runs on the thread of its host.

@@ -25,8 +25,8 @@
 
 // Returns the value that the text stands for. `setting` is the whole KEY=VALUE, for messages.
 //
-// Fails: HostError for a text that is not of the type; HostException when the value cannot be made, such as an image whose
-//        file is missing.
+// Fails: HostError for a text that is not of the type; HostException when the value cannot be made, such as an image
+//        whose file is missing.
 [[nodiscard]] host::Value SettingValue(host::Host& host, const host::Type& type, const std::string& setting,
                                        std::string_view text);
 

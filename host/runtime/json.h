@@ -4,8 +4,8 @@
 //   event["arguments"] = Json::array({1, "two", nullptr});
 //   std::string line = event.Dump();
 //
-// Objects keep the order in which their members were added. Text that is read by this program goes through a JSON library;
-// writing does without one because its header would be compiled again in every file of the runtime.
+// Objects keep the order in which their members were added. Text that is read by this program goes through a JSON
+// library; writing does without one because its header would be compiled again in every file of the runtime.
 //
 // Lifetime: a value owns everything below it.
 // Threads:  a value like any other; no shared state.
@@ -55,8 +55,8 @@ class Json {
 
     // The text on one line, or with each element on a line of its own, indented by so many spaces per level.
     //
-    // Doubles are the shortest decimal that reads back equal; NaN and infinity become null. Bytes that are not UTF-8 become
-    // U+FFFD.
+    // Doubles are the shortest decimal that reads back equal; NaN and infinity become null. Bytes that are not UTF-8
+    // become U+FFFD.
     [[nodiscard]] std::string Dump(int indent = -1) const;
 
   private:

@@ -1,7 +1,7 @@
 // CIFilterDescription.mm - makes descriptions from the table of attributes.json (filter_attributes.h).
 //
-// A description is made when its filter is first used, its attributes when they are first asked for: a program that applies one
-// filter creates neither the 250 keys of the others nor their attributes.
+// A description is made when its filter is first used, its attributes when they are first asked for: a program that
+// applies one filter creates neither the 250 keys of the others nor their attributes.
 
 #import "CIFilterDescription.h"
 
@@ -69,8 +69,8 @@ const FilterRow* FindRow(const char* name) {
 
 using Numbers = std::span<const double>;
 
-// A rectangle whose width is beyond every finite one is CGRectInfinite: the text of the file rounds its numbers, and they differ
-// between widths.
+// A rectangle whose width is beyond every finite one is CGRectInfinite: the text of the file rounds its numbers, and
+// they differ between widths.
 CIVector* VectorOfNumbers(Numbers numbers) {
     constexpr double kInfiniteRectangleSize = 1e307;
     if (numbers.size() == 4 && numbers[2] > kInfiniteRectangleSize) return [CIVector vectorWithCGRect:CGRectInfinite];

@@ -1,4 +1,5 @@
-// CIInstructionSet.cpp - the instruction set that the engine uses on this processor, and how the engine's library starts.
+// CIInstructionSet.cpp - the instruction set that the engine uses on this processor, and how the engine's library
+// starts.
 
 #include <hwy/nanobenchmark.h>
 #include <hwy/targets.h>
@@ -21,7 +22,8 @@ const struct {
 extern "C" __attribute__((visibility("default"))) const char* CIEngineInstructionSet();
 
 const char* CIEngineInstructionSet() {
-    // Highway uses the best of the targets that were compiled and that the processor supports. Better ones have lower bits.
+    // Highway uses the best of the targets that were compiled and that the processor supports. Better ones have lower
+    // bits.
     const std::int64_t usable = hwy::SupportedTargets() & HWY_TARGETS;
     const std::int64_t best = usable & -usable;
     for (const auto& row : kInstructionSets) {
@@ -32,8 +34,8 @@ const char* CIEngineInstructionSet() {
 
 namespace hwy::platform {
 
-// Replaces Highway's own function, which measures the resolution of its timer for 4 ms when the library is loaded. Only its
-// benchmarks use that number.
+// Replaces Highway's own function, which measures the resolution of its timer for 4 ms when the library is loaded.
+// Only its benchmarks use that number.
 __attribute__((visibility("default"))) std::uint64_t TimerResolution() { return 1; }
 
 }  // namespace hwy::platform

@@ -2,7 +2,7 @@
 
     make_attribute_table.py ATTRIBUTES_JSON OUTPUT
 
-The table refers to texts by index and to texts and numbers by position, so it has no pointer that the loader must relocate.
+The table refers to texts and numbers by index, so it has no pointer that the loader must relocate.
 Refuses unknown fields, values of unknown types, and a name that is listed twice.
 """
 

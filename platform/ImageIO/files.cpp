@@ -58,8 +58,8 @@ bool ReadData(int file, char* bytes, std::size_t length) {
 
 // Reads a regular file from its descriptor. Returns false and allocates nothing when that fails.
 bool ReadOpenFile(int file, FileContent* content) {
-    // On 32 bits, 1 GB: the address space has no room for more, and no picture that fits into it has a larger file. What a file
-    // holds beyond that cannot be part of its picture.
+    // On 32 bits, 1 GB: the address space has no room for more, and no picture that fits into it has a larger file.
+    // What a file holds beyond that cannot be part of its picture.
     constexpr std::uint64_t kLongestRead = SIZE_MAX / 4;
     struct stat status;
     if (fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) return false;

@@ -1,4 +1,4 @@
-"""The gallery as people meet it: in a browser, with the keyboard, on a narrow screen, in the dark, without scripts."""
+"""The gallery in a browser: with the mouse and the keyboard, on a narrow screen, in dark mode, without JavaScript."""
 
 import json
 import unittest
@@ -7,7 +7,7 @@ from web_driver import Browser
 from written_gallery import temporary_folder, write_gallery, write_photo, zeva
 
 TAB, RIGHT, LEFT = "\ue004", "\ue014", "\ue012"
-# Loads what would load when it is scrolled to, and lists what cannot be shown.
+# Loads the lazy images and lists the broken ones.
 BROKEN_IMAGES = """
 const done = arguments[arguments.length - 1];
 const images = [...document.images];
@@ -19,11 +19,12 @@ SHOWN_CARDS = """
 return [...document.querySelectorAll(".card")].filter((card) => card.checkVisibility())
   .map((card) => card.querySelector("a").getAttribute("href"));
 """
-# The contrast of each text with what it stands on, at least, as the usual formula of relative luminance has it.
+# The minimum contrast of text with its background, by the usual formula of relative luminance.
 LEAST_CONTRAST = """
 function channels(color) { return color.match(/[\\d.]+/g).map(Number); }
 function light(color) {
-  const [r, g, b] = channels(color).map((c) => c / 255).map((c) => c <= 0.04045 ? c / 12.92 : ((c + 0.055) / 1.055) ** 2.4);
+  const linear = (c) => c <= 0.04045 ? c / 12.92 : ((c + 0.055) / 1.055) ** 2.4;
+  const [r, g, b] = channels(color).map((c) => linear(c / 255));
   return 0.2126 * r + 0.7152 * g + 0.0722 * b;
 }
 function ground(element) {
@@ -32,7 +33,8 @@ function ground(element) {
     if (channels(color)[3] !== 0) return color;
   }
 }
-const texts = [...document.querySelectorAll("h1, h2, h3, p, a, td, th, figcaption, code, summary, label, output, nav span")];
+const selector = "h1, h2, h3, p, a, td, th, figcaption, code, summary, label, output, nav span";
+const texts = [...document.querySelectorAll(selector)];
 return Math.min(...texts.filter((text) => text.checkVisibility()).map((text) => {
   const [a, b] = [light(getComputedStyle(text).color), light(ground(text))].sort((x, y) => y - x);
   return (a + 0.05) / (b + 0.05);
@@ -65,11 +67,11 @@ class BrowserTest(unittest.TestCase):
         return browser.run(SHOWN_CARDS)
 
     def cut(self):
-        """Where the pictures meet, as it is drawn: percent from the left."""
+        """The drawn position of the cut between the pictures, in percent from the left."""
         style = browser.run("return getComputedStyle(document.querySelector('.after')).clipPath")
         return float(style.removeprefix("inset(0px 0px 0px ").removesuffix("%)"))
 
-    def test_pages_load_without_a_word_on_the_console_and_without_a_broken_image(self):
+    def test_pages_load_without_console_messages_and_broken_images(self):
         for page in ("index.html", *page_per_category()):
             self.open(page)
             count, broken = browser.run_async(BROKEN_IMAGES)
@@ -85,18 +87,19 @@ class BrowserTest(unittest.TestCase):
         browser.type("#search", "ian gradient")
         self.assertEqual(self.cards(), ["GaussianGradient.html"])
         self.assertEqual(browser.run("return document.getElementById('count').textContent"), "1 filter")
-        self.assertEqual(browser.run("return [...document.querySelectorAll('h2')].filter((h) => h.checkVisibility()).length"), 1)
+        visible = "[...document.querySelectorAll('h2')].filter((heading) => heading.checkVisibility())"
+        self.assertEqual(browser.run(f"return {visible}.length"), 1)
         browser.type("#search", "xyz")
         self.assertEqual(self.cards(), [])
 
-    def test_one_category_is_shown_when_it_is_chosen(self):
+    def test_choosing_a_category_hides_the_others(self):
         self.open("index.html")
         browser.type("#category", "Blur")
         self.assertEqual(self.cards(), ["BoxBlur.html", "DiscBlur.html", "GaussianBlur.html"])
         browser.type("#search", "disc")
         self.assertEqual(self.cards(), ["DiscBlur.html"])
 
-    def test_the_keyboard_reaches_the_slider_and_moves_it(self):
+    def test_the_keyboard_focuses_and_moves_the_slider(self):
         self.open("GaussianBlur.html")
         self.assertEqual(self.cut(), 50)
         for _ in range(10):
@@ -118,18 +121,18 @@ class BrowserTest(unittest.TestCase):
         browser.drag([(box["x"] + box["width"] * part, middle) for part in (0.5, 0.4, 0.25)])
         self.assertAlmostEqual(self.cut(), 25, delta=2)
 
-    def test_before_and_after_lie_on_each_other(self):
+    def test_before_and_after_overlap(self):
         self.open("GaussianBlur.html")
         self.assertEqual(browser.box(".before img"), browser.box(".after img"))
 
-    def test_nothing_sticks_out_of_a_narrow_screen(self):
+    def test_a_narrow_screen_needs_no_horizontal_scrolling(self):
         for page in ("index.html", *page_per_category()):
             self.open(page)
             browser.width(340)
             self.assertLessEqual(browser.run("return document.documentElement.scrollWidth"), 340, page)
             browser.emulate("clearDeviceMetricsOverride")
 
-    def test_light_and_dark_have_contrast(self):
+    def test_text_has_contrast_in_light_and_dark_mode(self):
         grounds = []
         for scheme in ("light", "dark"):
             for page in ("index.html", "CopyMachineTransition.html"):
@@ -141,7 +144,7 @@ class BrowserTest(unittest.TestCase):
 
 
 class WithoutScriptsTest(unittest.TestCase):
-    def test_everything_is_there_and_nothing_that_does_nothing(self):
+    def test_shows_everything_and_hides_the_controls(self):
         plain = Browser(javascript=False)
         self.addCleanup(plain.close)
         plain.open(gallery / "index.html")

@@ -1,4 +1,4 @@
-"""The gallery as files: every filter, every picture, every program, every link."""
+"""The files of the gallery: filters, pictures, programs, links."""
 
 import concurrent.futures
 import json
@@ -11,9 +11,10 @@ import urllib.parse
 from written_gallery import Page, filters_without_image, temporary_folder, write_gallery, write_photo, zeva
 
 ROOT = pathlib.Path(__file__).parent.parent.parent
-ODD_NAME = "a <b> & 'c'.png"  # whatever a page does not escape shows
-# Filters whose pictures are of one color because that is what they do.
-ONE_COLOR = {"AreaAverage", "AreaMaximum", "AreaMaximumAlpha", "AreaMinimum", "AreaMinimumAlpha", "ConstantColorGenerator"}
+ODD_NAME = "a <b> & 'c'.png"  # shows what a page does not escape
+# Filters whose result has one color by definition.
+AREAS = {"AreaAverage", "AreaMaximum", "AreaMaximumAlpha", "AreaMinimum", "AreaMinimumAlpha"}
+ONE_COLOR = AREAS | {"ConstantColorGenerator"}
 # Prints the name of each picture whose pixels are all the same.
 FIND_FLAT = """
 for _, name in ipairs(arg) do
@@ -38,7 +39,7 @@ def photo_folders():
 
 
 def pictures_of(folder):
-    """The pictures that the filters' programs made."""
+    """The pictures that the programs of the filters made."""
     return sorted(path.name for path in folder.iterdir() if path.name[0].isupper())
 
 
@@ -54,20 +55,20 @@ class SettingsTest(unittest.TestCase):
 
 
 class PagesTest(unittest.TestCase):
-    def test_there_is_a_page_for_every_filter_and_a_card_on_the_overview(self):
+    def test_every_filter_has_a_page_and_a_card(self):
         expected = {f"{name}.html" for name in described}
         self.assertEqual(set(pages), expected | {"index.html"})
         cards = [link["href"] for link in pages["index.html"].all("a")]
         self.assertEqual(len(cards), len(described))
         self.assertEqual(set(cards), expected)
 
-    def test_elements_are_nested_as_they_should_be(self):
+    def test_elements_are_properly_nested(self):
         for name, page in pages.items():
             self.assertEqual(page.faults, [], name)
             self.assertEqual(len(page.all("h1")), 1, name)
             self.assertEqual(page.all("html"), [{"lang": "en"}])
 
-    def test_links_and_pictures_lead_to_files_of_the_gallery(self):
+    def test_links_and_pictures_exist(self):
         for name, page in pages.items():
             targets = [link["href"] for link in page.all("a") + page.all("link")] + [
                 source["src"] for source in page.all("img") + page.all("script")
@@ -75,19 +76,19 @@ class PagesTest(unittest.TestCase):
             for target in set(targets) - {"data:,"}:
                 self.assertTrue((gallery / urllib.parse.unquote(target)).is_file(), (name, target))
 
-    def test_every_picture_has_words_for_those_who_do_not_see_it_and_loads_late(self):
+    def test_every_picture_has_alternative_text_and_loads_lazily(self):
         for name, page in pages.items():
             for image in page.all("img"):
                 self.assertTrue(image["alt"], name)
                 self.assertEqual(image["loading"], "lazy")
                 self.assertGreater(int(image["width"]) * int(image["height"]), 0)
 
-    def test_a_photo_s_name_is_text(self):
+    def test_photo_names_are_escaped(self):
         text = (gallery / "GaussianBlur.html").read_text()
         self.assertIn("<h2>a &lt;b&gt; &amp; &#39;c&#39;.png</h2>", text)
         self.assertNotIn("<b>", text)
 
-    def test_a_page_shows_every_photo_and_every_property(self):
+    def test_each_page_shows_every_photo_and_every_property(self):
         for name, entry in described.items():
             text = (gallery / f"{name}.html").read_text()
             self.assertEqual(text.count("<h2>other.png</h2>"), 1)
@@ -95,7 +96,7 @@ class PagesTest(unittest.TestCase):
             for key in entry["properties"]:
                 self.assertEqual(text.count(f'<th scope="row"><code>{key["name"]}</code></th>'), 1, (name, key))
 
-    def test_neighbors_lead_through_all_filters(self):
+    def test_next_links_visit_all_filters(self):
         seen, name = [], "index.html"
         name = pages["index.html"].all("a")[0]["href"]
         while name:
@@ -104,14 +105,14 @@ class PagesTest(unittest.TestCase):
             name = following[0] if following else None
         self.assertEqual(seen, [link["href"] for link in pages["index.html"].all("a")])
 
-    def test_nothing_comes_from_elsewhere(self):
+    def test_nothing_is_loaded_from_other_sites(self):
         for path in gallery.iterdir():
             if path.is_file():
                 self.assertNotRegex(path.read_text(), r"://|(src|href)=[\"']//|@import", path.name)
 
 
 class PicturesTest(unittest.TestCase):
-    def test_every_photo_has_the_same_pictures_and_each_stands_on_a_page(self):
+    def test_every_photo_has_the_same_pictures_and_a_page_shows_each(self):
         shown = {image["src"] for page in pages.values() for image in page.all("img")}
         first, second = photo_folders()
         self.assertEqual(pictures_of(first), pictures_of(second))
@@ -128,7 +129,7 @@ class PicturesTest(unittest.TestCase):
         self.assertEqual((flat.returncode, flat.stderr), (0, ""))
         self.assertEqual({name.split("-")[0] for name in flat.stdout.splitlines()}, ONE_COLOR)
 
-    def test_every_program_on_the_pages_makes_the_pictures_on_the_pages(self):
+    def test_the_programs_on_the_pages_make_the_pictures_on_the_pages(self):
         made_before = photo_folders()[0]
         rendered = described.keys() - filters_without_image()
         programs = [(name, program) for name in sorted(rendered) for program in pages[f"{name}.html"].programs]
@@ -157,30 +158,32 @@ class PicturesTest(unittest.TestCase):
 
 
 class FailureTest(unittest.TestCase):
-    def test_a_picture_that_fails_is_told_and_does_not_stop_the_others(self):
+    def test_a_failing_picture_is_reported_and_does_not_stop_the_others(self):
         photo = write_photo(folder, "photo.png", 32)
         blocked = folder / "blocked/pictures/photo/GaussianBlur-2.jpg"
         (blocked / "in the way").mkdir(parents=True)
         made = zeva("gallery", photo, "-o", folder / "blocked")
         self.assertEqual(made.returncode, 1)
-        told = [line for line in made.stderr.splitlines() if not line.endswith(": the filter gave no image")]
-        self.assertEqual(len(told), 1, told)
-        self.assertRegex(told[0], r"^zeva: GaussianBlur, Radius 2, photo.png: .*GaussianBlur-2.jpg")
+        reported = [line for line in made.stderr.splitlines() if not line.endswith(": the filter has no output image")]
+        self.assertEqual(len(reported), 1, reported)
+        self.assertRegex(reported[0], r"^zeva: GaussianBlur, Radius 2, photo.png: .*GaussianBlur-2.jpg")
         self.assertIn(f" written to {folder}/blocked, {len(made.stderr.splitlines())} failed, ", made.stdout)
         page = (folder / "blocked/GaussianBlur.html").read_text()
         self.assertEqual(page.count('<p class="missing">No picture: '), 1)
         self.assertEqual(Page(page).faults, [])
         self.assertTrue((folder / "blocked/pictures/photo/Gloom-1.jpg").is_file())
 
-    def test_a_photo_that_cannot_be_read_makes_no_gallery(self):
+    def test_a_missing_photo_writes_no_gallery(self):
         made = zeva("gallery", folder / "none.png", "-o", folder / "none")
         self.assertEqual(made.returncode, 1)
-        self.assertRegex(made.stderr, r"^zeva: \S+none.png: .*no such file or directory[^\n]*: no gallery is made\n$")
+        self.assertRegex(
+            made.stderr, r"^zeva: \S+none.png: .*no such file or directory[^\n]*: no gallery was written\n$"
+        )
         self.assertFalse((folder / "none/index.html").exists())
 
     def test_a_trace_is_refused(self):
         made = zeva("gallery", "photo.png", "-o", folder / "none", "--trace", folder / "calls.json")
-        self.assertEqual(made.stderr, "zeva: --trace: it tells of one process, a gallery is made by several\n")
+        self.assertEqual(made.stderr, "zeva: --trace: several processes write a gallery and are not traced\n")
         self.assertEqual(made.returncode, 1)
 
 

@@ -1,4 +1,4 @@
-"""A browser without a window, driven by the WebDriver protocol."""
+"""A headless browser, controlled by the WebDriver protocol."""
 
 import json
 import re
@@ -7,11 +7,11 @@ import subprocess
 import tempfile
 import urllib.request
 
-ELEMENT = "element-6066-11e4-a52e-4f735466cecf"  # the protocol's key of a reference to an element
+ELEMENT = "element-6066-11e4-a52e-4f735466cecf"  # the key of an element reference in the protocol
 
 
 class Browser:
-    """A session of Chromium; without scripts when javascript is False. To be closed."""
+    """A session of Chromium. The caller closes it."""
 
     def __init__(self, width=1280, height=900, javascript=True):
         for program in ("chromium", "chromedriver"):
@@ -36,8 +36,8 @@ class Browser:
     def _send(self, method, path, body=None):
         data = None if body is None else json.dumps(body).encode()
         request = urllib.request.Request(self.base + path, data, {"Content-Type": "application/json"}, method=method)
-        with urllib.request.urlopen(request, timeout=60) as answer:
-            return json.load(answer)["value"]
+        with urllib.request.urlopen(request, timeout=60) as response:
+            return json.load(response)["value"]
 
     def close(self):
         self._send("DELETE", "")
@@ -69,27 +69,27 @@ class Browser:
         self._send("POST", f"/element/{self.find(selector)}/value", {"text": text})
 
     def press(self, key):
-        """Presses a key where the focus is."""
+        """Presses a key in the focused element."""
         keys = [{"type": "keyDown", "value": key}, {"type": "keyUp", "value": key}]
         self._send("POST", "/actions", {"actions": [{"type": "key", "id": "keys", "actions": keys}]})
 
     def drag(self, points):
-        """Presses the mouse at the first point of the window, moves it over the others, lets go."""
+        """Presses the mouse at the first point of the window, moves it through the others, and releases it."""
         moves = [{"type": "pointerMove", "duration": 0, "x": round(x), "y": round(y)} for x, y in points]
         steps = [moves[0], {"type": "pointerDown", "button": 0}, *moves[1:], {"type": "pointerUp", "button": 0}]
         self._send("POST", "/actions", {"actions": [{"type": "pointer", "id": "mouse", "actions": steps}]})
 
     def console(self):
-        """What the page wrote to the console since the last call."""
+        """The messages that the page wrote to the console since the last call."""
         return [entry["message"] for entry in self._send("POST", "/se/log", {"type": "browser"})]
 
     def emulate(self, command, **parameters):
         self._send("POST", "/goog/cdp/execute", {"cmd": f"Emulation.{command}", "params": parameters})
 
     def prefer(self, scheme):
-        """The system's colors: light or dark."""
+        """Sets the preferred color scheme: light or dark."""
         self.emulate("setEmulatedMedia", features=[{"name": "prefers-color-scheme", "value": scheme}])
 
     def width(self, pixels):
-        """The window as wide as that of a smaller screen."""
+        """Sets the width of the screen."""
         self.emulate("setDeviceMetricsOverride", width=pixels, height=800, deviceScaleFactor=1, mobile=False)

@@ -1,6 +1,6 @@
-"""A gallery of a small photo, written once for all tests of a file, and its pages as the tests read them.
+"""Writes a gallery of small photos once for all tests of a file, and parses its pages.
 
-A test file is run as: FILE ZEVA.
+Run a test file as: FILE ZEVA.
 """
 
 import html.parser
@@ -14,7 +14,7 @@ import unittest
 
 ZEVA = str(pathlib.Path(sys.argv.pop(1)).absolute())
 ORIGINAL = "/usr/share/matplotlib/mpl-data/sample_data/grace_hopper.jpg"
-# Makes a small, square photo of it.
+# Makes a small square copy of it.
 SMALL = """
 local input, output = ...
 local side = tonumber(arg[3])
@@ -31,7 +31,7 @@ def zeva(*arguments, **options):
 
 
 class Page(html.parser.HTMLParser):
-    """The elements of a page as (tag, attributes), its programs, and what is wrong with how elements are nested."""
+    """The elements of a page as (tag, attributes), its programs, and the errors in the nesting of elements."""
 
     def __init__(self, text):
         super().__init__()
@@ -69,11 +69,12 @@ def write_photo(folder, name, side):
 
 
 def filters_without_image():
-    """The filters that Core Image has no formula for here: with every image set, their output still is nil."""
+    """The filters that this Core Image does not render: their output is nil even with every image set."""
     names = [row["filter"] for row in json.loads(zeva("list", "--json").stdout)]
     script = ["local image = CIImageQOR.FromColor(CIColorQOR.Hex('#808080')):Crop(CIVectorQOR.Rectangle(0, 0, 9, 9))"]
     for entry in json.loads(zeva("describe", "--json", *names).stdout):
-        images = [key["name"] for key in entry["properties"] if key["type"] == "CIImageQOR" and key["name"] != "outputImage"]
+        keys = [key["name"] for key in entry["properties"] if key["type"] == "CIImageQOR"]
+        images = [key for key in keys if key != "outputImage"]
         settings = " ".join(f"filter.{key} = image" for key in images)
         test = f"if not filter.outputImage then print('{entry['filter']}') end"
         script.append(f"do local filter = {entry['class']}() {settings} {test} end")
@@ -83,9 +84,9 @@ def filters_without_image():
 
 
 def write_gallery(folder, photos):
-    """Writes a gallery of the photos, in which only filters without an image may fail. Answers its folder."""
+    """Writes a gallery of the photos, in which only filters without an output image may fail. Returns its folder."""
     made = zeva("gallery", *photos, "-o", folder / "gallery")
-    failed = re.findall(r"^zeva: (\w+), .*: the filter gave no image$", made.stderr, re.MULTILINE)
+    failed = re.findall(r"^zeva: (\w+), .*: the filter has no output image$", made.stderr, re.MULTILINE)
     assert len(failed) == len(made.stderr.splitlines()), made.stderr
     assert set(failed) == filters_without_image(), made.stderr
     assert made.returncode == (1 if failed else 0)
@@ -93,7 +94,7 @@ def write_gallery(folder, photos):
 
 
 def temporary_folder():
-    """A folder that goes away with the tests of the file."""
+    """A folder that is removed after the tests of the file."""
     folder = tempfile.TemporaryDirectory()
     unittest.addModuleCleanup(folder.cleanup)
     return pathlib.Path(folder.name)

@@ -1,4 +1,4 @@
-"""zeva apply: what it writes, what it prints, and the one line when something is wrong."""
+"""zeva apply: the pictures that it writes, the steps that it prints, and its one line for each error."""
 
 import re
 import unittest
@@ -7,9 +7,9 @@ from zeva_program import HOST_CLASSES, REGISTERED_CLASSES, ZevaTest, png, png_si
 
 
 class ApplyTest(ZevaTest):
-    def test_a_filter_is_applied_and_each_step_is_told(self):
-        told = self.assert_works("apply", "GaussianBlur", "inputRadius=2", self.photo, "-o", self.out)
-        steps = [re.sub(r" +[0-9.]+ ms  ", ": ", line) for line in told.splitlines()]
+    def test_applies_a_filter_and_prints_each_step(self):
+        printed = self.assert_works("apply", "GaussianBlur", "inputRadius=2", self.photo, "-o", self.out)
+        steps = [re.sub(r" +[0-9.]+ ms  ", ": ", line) for line in printed.splitlines()]
         self.assertEqual(
             steps,
             [
@@ -25,7 +25,7 @@ class ApplyTest(ZevaTest):
         self.assert_works("apply", "CIGaussianBlur", "inputRadius=2", self.photo, "--keep-size", "-o", self.out)
         self.assertEqual(png_size(self.out), (40, 30))
 
-    def test_the_three_spellings_of_a_filter_and_all_host_versions_give_the_same_picture(self):
+    def test_spellings_of_a_filter_and_host_versions_do_not_change_the_picture(self):
         pictures = set()
         for name in ("ColorControls", "CIColorControls", "CIFilterColorControlsQOR"):
             for version in ("2011", "2012", "2013", "2013.03"):
@@ -35,7 +35,7 @@ class ApplyTest(ZevaTest):
                 pictures.add(self.out.read_bytes())
         self.assertEqual(len(pictures), 1)
 
-    def test_a_photo_that_is_missing_or_broken(self):
+    def test_missing_and_truncated_pictures_are_refused(self):
         missing = self.photo.with_name("none.png")
         self.assert_fails(
             1, f"{missing}: no such file or directory; no image was opened", "apply", "Gloom", missing, "-o", self.out
@@ -47,7 +47,7 @@ class ApplyTest(ZevaTest):
             *("apply", "GaussianBlur", self.photo, "-o", self.out),
         )
 
-    def test_a_filter_that_does_not_exist(self):
+    def test_an_unknown_filter_is_refused_with_a_suggestion(self):
         rest = (self.photo, "-o", self.out)
         self.assert_fails(
             1, "filter Gausian: there is no such filter, did you mean GaussianBlur", "apply", "Gausian", *rest
@@ -59,7 +59,7 @@ class ApplyTest(ZevaTest):
             *("apply", "GaussianBlur", *rest, "--host-version", "2007.010"),
         )
 
-    def test_an_output_that_cannot_be_written(self):
+    def test_an_output_in_a_missing_folder_is_refused(self):
         folder = self.photo.with_name("none")
         target = folder / "out.png"
         self.assert_fails(
@@ -68,31 +68,37 @@ class ApplyTest(ZevaTest):
             *("apply", "GaussianBlur", self.photo, "-o", target),
         )
 
-    def test_an_output_that_was_there_stays_when_the_filter_fails(self):
+    def test_a_failing_filter_keeps_the_existing_output(self):
         self.out.write_bytes(b"before")
         result = self.zeva("apply", "GaussianBlur", "inputRadius=1e12", self.photo, "-o", self.out)
         self.assertEqual(result.returncode, 1)
         self.assertEqual(self.out.read_bytes(), b"before")
 
-    def test_filters_in_a_chain_each_take_the_output_of_the_one_before(self):
+    def test_each_filter_of_a_chain_takes_the_output_of_the_previous_one(self):
         self.photo.write_bytes(png(2, 1, lambda x, y: (255, 0, 0) if x == 0 else (0, 255, 0)))
         pixels = self.render("ColorInvert", "+", "AffineTransform", "inputTransform=-1,0,0,1,0,0", self.photo)
         self.assertEqual(pixels, [[(255, 0, 255, 255), (0, 255, 255, 255)]])
 
-    def test_a_dash_says_which_key_takes_the_picture(self):
+    def test_a_dash_passes_the_incoming_picture_to_a_key(self):
         self.photo.write_bytes(png(1, 1, (255, 0, 0)))
         green = self.folder / "green.png"
         green.write_bytes(png(1, 1, (0, 255, 0)))
         key = "inputBackgroundImage"
-        self.assertEqual(self.render("AdditionCompositing", f"{key}=-", f"inputImage={green}", self.photo)[0][0][:3], (255, 255, 0))
-        self.assertEqual(self.render("DifferenceBlendMode", f"{key}=-", "inputImage=-", self.photo)[0][0][:3], (0, 0, 0))
+        sum_picture = self.render("AdditionCompositing", f"{key}=-", f"inputImage={green}", self.photo)
+        self.assertEqual(sum_picture[0][0][:3], (255, 255, 0))
+        difference = self.render("DifferenceBlendMode", f"{key}=-", "inputImage=-", self.photo)
+        self.assertEqual(difference[0][0][:3], (0, 0, 0))
         self.out.unlink()
         self.assert_fails(
             1,
-            "filter ColorInvert: inputImage is set, so the picture that comes in is used by no key, KEY=- takes it",
+            "filter ColorInvert: inputImage is set, so no key takes the incoming picture; KEY=- passes it to a key",
             *("apply", "ColorInvert", f"inputImage={green}", self.photo, "-o", self.out),
         )
-        self.assert_fails(1, "inputImage=-: no picture comes in here", "apply", "ColorInvert", "inputImage=-", "-o", self.out)
+        self.assert_fails(
+            1,
+            "inputImage=-: there is no incoming picture",
+            *("apply", "ColorInvert", "inputImage=-", "-o", self.out),
+        )
 
     def test_a_generator_takes_no_picture_and_needs_a_rectangle(self):
         pixels = self.render("ConstantColorGenerator", "inputColor=#ff8000", "--rect", "5,-3,2,1")
@@ -100,11 +106,11 @@ class ApplyTest(ZevaTest):
         self.out.unlink()
         generator = ("apply", "ConstantColorGenerator", "-o", self.out)
         self.assert_fails(
-            1, f"{self.out}: the result has no end, --rect X,Y,W,H says which part of it to write", *generator
+            1, f"{self.out}: the result is infinite, --rect X,Y,W,H selects the part to write", *generator
         )
         self.assert_fails(1, "filter ConstantColorGenerator: it takes no image", *generator, self.photo)
         self.assert_fails(1, "--keep-size: there is no input picture", *generator, "--keep-size")
-        self.assert_fails(1, "--rect: '1,2,3' is no rectangle, expected X,Y,W,H", *generator, "--rect", "1,2,3")
+        self.assert_fails(1, "--rect: '1,2,3' is not a rectangle, expected X,Y,W,H", *generator, "--rect", "1,2,3")
         self.assert_fails(1, "--rect: 'x' is not a number", *generator, "--rect", "1,2,x,4")
 
     def test_the_rectangle_is_in_the_coordinates_of_the_image_with_y_up(self):
@@ -112,27 +118,27 @@ class ApplyTest(ZevaTest):
         pixels = self.render("AffineTransform", "inputTransform=1,0,0,1,10,20", self.photo, "--rect", "11,20,1,1")
         self.assertEqual(pixels, [[(255, 255, 0, 255)]])
 
-    def test_a_filter_that_lacks_an_image_says_which(self):
+    def test_the_error_for_a_missing_output_image_names_the_unset_keys(self):
         self.assert_fails(
             1,
-            "filter ColorMap: it gives no image from these inputs (not set: inputGradientImage), "
-            "nothing is written",
+            "filter ColorMap: it has no output image for these inputs (not set: inputGradientImage); "
+            "nothing was written",
             *("apply", "ColorMap", self.photo, "-o", self.out),
         )
         self.assert_fails(
             1,
-            "filter GaussianBlur: it gives no image from these inputs (not set: inputImage), nothing is written",
+            "filter GaussianBlur: it has no output image for these inputs (not set: inputImage); nothing was written",
             *("apply", "GaussianBlur", "-o", self.out),
         )
 
-    def test_a_plus_stands_between_filters(self):
+    def test_a_plus_needs_a_filter_on_both_sides(self):
         for words in (["+"], ["+", "Bloom"], ["Bloom", "+"], ["Bloom", "+", "+", "Bloom"]):
             self.assert_fails(
-                1, "+: a filter's name was expected before and after it", "apply", *words, "-o", self.out
+                1, "+: expected a filter name before and after it", "apply", *words, "-o", self.out
             )
 
-    def test_wrong_usage_has_a_status_of_its_own(self):
-        self.assert_fails(2, "no command is given, zeva --help lists them")
+    def test_wrong_arguments_have_their_own_exit_status(self):
+        self.assert_fails(2, "no command given, zeva --help lists them")
         self.assert_fails(2, "the following argument was not expected: aply", "aply")
         self.assert_fails(2, "FILTER is required", "apply")
         self.assert_fails(2, "--output is required", "apply", "GaussianBlur", self.photo)
@@ -140,6 +146,19 @@ class ApplyTest(ZevaTest):
     def test_help_goes_to_standard_output(self):
         for arguments in (["--help"], ["apply", "--help"]):
             self.assertIn("Usage: zeva", self.assert_works(*arguments))
+
+    def test_the_version_names_program_host_abi_and_instruction_set(self):
+        self.assertRegex(
+            self.assert_works("--version"),
+            r"^zeva \d+\.\d+\.\d+\nhost version 2013\.03\nABI (i386|x86_64)\ninstruction set (sse\w+|avx\w+)\n$",
+        )
+        self.assertIn("\nhost version 2012\n", self.assert_works("--version", "--host-version", "2012"))
+
+    def test_opens_a_picture_in_a_file_larger_than_2_gb(self):
+        with self.photo.open("ab") as file:
+            file.truncate(2_300_000_000)  # a hole after the picture, which takes no space on disk
+        self.assert_works("apply", "ColorInvert", self.photo, "-o", self.out)
+        self.assertEqual(png_size(self.out), (40, 30))
 
 
 if __name__ == "__main__":

@@ -1,4 +1,4 @@
-"""zeva apply on many pictures: all that can be done is done, and nothing is written over by mistake."""
+"""zeva apply on many pictures: one failure does not stop the others, and no input is overwritten."""
 
 import os
 import sys
@@ -16,16 +16,16 @@ class BatchTest(ZevaTest):
             path.write_bytes(png(8 + number, 6, (number * 9, 100, 50)))
         return paths
 
-    def test_every_picture_goes_to_the_folder_under_its_own_name(self):
+    def test_writes_each_result_to_the_folder_under_the_name_of_its_input(self):
         photos = self.photos(20)
-        told = self.assert_works("apply", "ColorInvert", *photos, "-o", "out/deep")
-        self.assertRegex(told, r"^20 of 20 pictures written to out/deep, 0 failed, [0-9.]+ s\n$")
+        printed = self.assert_works("apply", "ColorInvert", *photos, "-o", "out/deep")
+        self.assertRegex(printed, r"^20 of 20 pictures written to out/deep, 0 failed, [0-9.]+ s\n$")
         written = sorted((self.folder / "out/deep").iterdir())
         self.assertEqual([path.name for path in written], sorted(path.name for path in photos))
         for path in written:
             self.assertEqual(png_size(path), (8 + int(path.stem), 6))
 
-    def test_results_are_those_of_each_picture_alone(self):
+    def test_results_equal_those_of_single_runs(self):
         photos = self.photos(3)
         self.assert_works("apply", "BoxBlur", "inputRadius=3", "+", "ColorInvert", *photos, "-o", "out")
         for photo in photos:
@@ -48,43 +48,44 @@ class BatchTest(ZevaTest):
         )
         self.assertEqual(sorted(path.name for path in (self.folder / "out").iterdir()), ["0.png", "2.png", "4.png"])
 
-    def test_a_filter_that_does_not_exist_fails_for_each(self):
+    def test_an_unknown_filter_fails_for_each_picture(self):
         result = self.zeva("apply", "Xyzzy", *self.photos(3), "-o", "out")
         self.assertEqual((result.returncode, result.stderr.count("there is no such filter")), (1, 3))
 
-    def test_two_inputs_of_one_name(self):
+    def test_two_inputs_with_the_same_name_are_refused(self):
         (self.folder / "a").mkdir()
         other = self.folder / "a" / "photo.png"
         other.write_bytes(png(3, 3))
         self.assert_fails(
             1,
-            f"{self.folder}/out/photo.png: {self.photo} and {other} would both go there, nothing is written",
+            f"{self.folder}/out/photo.png: the results of {self.photo} and {other} would both be written there; "
+            "nothing was written",
             *("apply", "ColorInvert", self.photo, other, "-o", f"{self.folder}/out"),
         )
         self.assertFalse((self.folder / "out").exists())
 
-    def test_inputs_are_never_written_over_by_a_folder(self):
+    def test_an_input_is_not_overwritten_by_its_result(self):
         before = self.photo.read_bytes()
         photos = self.photos(2)
         self.assert_fails(
             1,
-            f"{photos[0]}: its result would be written over it, nothing is written",
+            f"{photos[0]}: its result would overwrite it; nothing was written",
             *("apply", "ColorInvert", *photos, self.photo, "-o", self.folder),
         )
         self.assertEqual(self.photo.read_bytes(), before)
 
-    def test_many_inputs_need_a_folder(self):
+    def test_several_inputs_need_an_output_folder(self):
         self.assert_fails(
             1,
-            f"{self.out}: 2 inputs need a folder to be written to",
+            f"{self.out}: 2 inputs need an output folder",
             *("apply", "ColorInvert", *self.photos(2), "-o", self.out),
         )
 
-    def test_one_picture_may_go_to_a_folder_too(self):
+    def test_a_single_picture_can_be_written_to_a_folder(self):
         self.assert_works("apply", "ColorInvert", self.photo, "-o", "out/")
         self.assertEqual(png_size(self.folder / "out/photo.png"), (40, 30))
 
-    def test_a_crash_takes_one_picture_with_it(self):
+    def test_a_crash_fails_one_picture_only(self):
         fuse = self.folder / "fuse"
         fuse.touch()
         result = self.zeva(
@@ -94,7 +95,7 @@ class BatchTest(ZevaTest):
         self.assertEqual(result.returncode, 1)
         self.assertRegex(result.stdout, r"^0 of 6 pictures written to out, 6 failed, ")
         failures = [line.split(": ", 2)[2] for line in result.stderr.splitlines()]
-        crash = "its process was ended: Aborted"
+        crash = "its process was terminated: Aborted"
         without_filters = "filter ColorInvert: for host version 2013.03 the module registers no filters"
         self.assertEqual(sorted(failures), [without_filters] * 5 + [crash])
 

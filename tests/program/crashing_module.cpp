@@ -1,5 +1,5 @@
-// crashing_module.cpp - a module that ends its process while it is loaded, once: the first process to take the file named by
-// ZEVA_CRASH_ONCE away. In every other process it loads and registers nothing.
+// crashing_module.cpp - a module that crashes one process: the first one that removes the file named by ZEVA_CRASH_ONCE aborts
+// while it loads the module. In every other process the module registers nothing.
 
 #include <unistd.h>
 

@@ -1,6 +1,7 @@
-"""zeva list, describe and completion: what they say of the modules' classes."""
+"""zeva list, describe and completion: what they print about the modules' classes."""
 
 import json
+import pathlib
 import subprocess
 import unittest
 
@@ -8,21 +9,26 @@ from zeva_program import ZEVA, ZevaTest, expected
 
 
 class DescribeTest(ZevaTest):
-    def test_every_filter_is_listed_with_category_and_title(self):
+    def test_lists_every_filter_with_category_and_title(self):
         lines = self.assert_works("list").splitlines()
         self.assertEqual(len(lines), expected("classes"))
         self.assertIn(["GaussianBlur", "Blur", "Gaussian Blur"], [line.split(maxsplit=2) for line in lines])
 
-    def test_a_list_of_one_category(self):
+    def test_lists_one_category(self):
         names = [line.split()[0] for line in self.assert_works("list", "--category", "Blur").splitlines()]
         self.assertEqual(names, ["BoxBlur", "DiscBlur", "GaussianBlur"])
-        self.assert_fails(1, "--category: no filter is in 'Bluur'", "list", "--category", "Bluur")
+        self.assert_fails(1, "--category: no filter has the category 'Bluur'", "list", "--category", "Bluur")
 
-    def test_the_other_classes_are_listed_on_demand(self):
+    def test_the_list_equals_the_list_of_the_loaded_modules(self):
+        module = pathlib.Path(ZEVA).absolute().parent.parent / "modules" / "filters.so"
+        for format in ([], ["--json"]):
+            self.assertEqual(self.assert_works("list", *format), self.assert_works("list", *format, "--module", module))
+
+    def test_lists_the_other_classes_on_demand(self):
         self.assertNotIn("CIImageQOR", self.assert_works("list").split())
         self.assertIn("CIImageQOR", self.assert_works("list", "--all").split())
 
-    def test_a_list_as_json(self):
+    def test_lists_as_json(self):
         rows = json.loads(self.assert_works("list", "--json"))
         self.assertEqual(len(rows), expected("classes"))
         self.assertIn(
@@ -35,7 +41,7 @@ class DescribeTest(ZevaTest):
             rows,
         )
 
-    def test_a_filter_is_described_with_defaults_and_ranges(self):
+    def test_describes_a_filter_with_defaults_and_ranges(self):
         self.assertEqual(
             self.assert_works("describe", "BoxBlur"),
             """CIFilterBoxBlurQOR, a CIFilterQOR: Box Blur
@@ -54,7 +60,7 @@ Blurs with a square: every pixel becomes the average of the pixels around it.
 """,
         )
 
-    def test_each_spelling_describes_the_same(self):
+    def test_spellings_of_a_filter_do_not_change_its_description(self):
         texts = {self.assert_works("describe", name) for name in ("Bloom", "CIBloom", "CIFilterBloomQOR")}
         self.assertEqual(len(texts), 1)
 
@@ -93,7 +99,7 @@ Blurs with a square: every pixel becomes the average of the pixels around it.
         self.assertEqual(len(keys["inputColor0"]["default"]), 4)
         self.assertEqual(keys["inputRadius"]["type"], "double")
 
-    def test_any_class_is_described_from_its_record(self):
+    def test_describes_any_class_from_its_record(self):
         described = json.loads(self.assert_works("describe", "CIImageQOR", "--json"))
         self.assertIn("Crop(rectangle as CIVectorQOR) as CIImageQOR", described["methods"])
         self.assertIn("Open(path as string) as CIImageQOR", described["sharedMethods"])
@@ -103,13 +109,13 @@ Blurs with a square: every pixel becomes the average of the pixels around it.
         )
         self.assertIn("  CIImageQOR.Open(path as string) as CIImageQOR", self.assert_works("describe", "CIImageQOR"))
 
-    def test_a_class_that_does_not_exist(self):
+    def test_an_unknown_class_is_refused_with_a_suggestion(self):
         self.assert_fails(1, "class Bloomm: there is no such class, did you mean Bloom", "describe", "Bloomm")
 
 
 class CompletionTest(ZevaTest):
     def complete(self, *words):
-        """What bash offers for a line of these words, the last one begun."""
+        """The candidates that bash offers for the last of these words."""
         script = f"""
             eval "$({ZEVA} completion)"
             COMP_WORDS=(zeva {' '.join(words)} "") COMP_CWORD={len(words)}
@@ -119,25 +125,25 @@ class CompletionTest(ZevaTest):
         """
         return subprocess.run(["bash", "-c", script], capture_output=True, text=True, timeout=60).stdout.split()
 
-    def test_commands(self):
+    def test_completes_commands(self):
         self.assertEqual(self.complete("de"), ["describe"])
 
-    def test_filters(self):
+    def test_completes_filters(self):
         self.assertEqual(self.complete("apply", "Gaussian"), ["GaussianBlur", "GaussianGradient"])
         self.assertEqual(self.complete("apply", "Bloom", "+", "EdgeW"), ["EdgeWork"])
         self.assertEqual(self.complete("describe", "Edges"), ["Edges"])
 
-    def test_keys_of_the_filter_that_is_meant(self):
+    def test_completes_the_keys_of_the_last_filter(self):
         self.assertEqual(
             sorted(self.complete("apply", "Bloom", "input")), ["inputImage=", "inputIntensity=", "inputRadius="]
         )
         self.assertEqual(self.complete("apply", "Bloom", "+", "ExposureAdjust", "inputE"), ["inputEV="])
 
-    def test_options(self):
+    def test_completes_options(self):
         self.assertEqual(self.complete("apply", "--keep"), ["--keep-size"])
         self.assertEqual(self.complete("list", "--mod"), ["--module"])
 
-    def test_nothing_where_files_stand(self):
+    def test_offers_nothing_where_a_file_is_expected(self):
         self.assertEqual(self.complete("apply", "Bloom", "pho"), [])
 
 

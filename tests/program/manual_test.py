@@ -1,4 +1,4 @@
-"""What is written is run: every command line of the README and of the manual page works, and the page knows every option."""
+"""Runs every command line of the README and of the manual page, and checks that the page documents every option."""
 
 import pathlib
 import re
@@ -34,7 +34,7 @@ class ManualTest(ZevaTest):
         (self.folder / "warm.cube").write_text("LUT_3D_SIZE 2\n" + "1 0.9 0.8\n" * 8)
 
     def run_example(self, text):
-        """Runs command lines; each has to work and to leave a new file or to print something."""
+        """Runs command lines. They must succeed, print something, and write every file that they name with -o."""
         outputs = [self.folder / name for name in re.findall(r" -o (\S+)", text)]
         for output in filter(pathlib.Path.is_file, outputs):
             output.unlink()
@@ -60,7 +60,7 @@ class ManualTest(ZevaTest):
             with self.subTest(command):
                 self.run_example(command)
 
-    def test_the_page_knows_every_command_and_option(self):
+    def test_the_page_documents_every_command_and_option(self):
         page = (ROOT / "docs/zeva.1").read_text().replace("\\-", "-")
         commands = re.findall(r"^  ([a-z]+) {3,}", self.assert_works("--help").split("Subcommands:")[1], re.MULTILINE)
         self.assertIn("apply", commands)
@@ -70,7 +70,7 @@ class ManualTest(ZevaTest):
             for option in re.findall(r"--[a-z][a-z-]+", self.assert_works(command, "--help").split("Exit status")[0]):
                 self.assertIn(option, section, command)
 
-    def test_the_page_is_set_without_a_warning(self):
+    def test_the_page_is_formatted_without_a_warning(self):
         result = subprocess.run(
             ["groff", "-man", "-ww", "-Tutf8", "-z", ROOT / "docs/zeva.1"], capture_output=True, text=True
         )

@@ -1,4 +1,4 @@
-"""--trace and zeva trace: every call across the boundary, as JSON for viewers and as text for people."""
+"""--trace and zeva trace: record every call across the boundary as JSON for viewers, and print it as text."""
 
 import json
 import re
@@ -15,7 +15,7 @@ class TraceTest(ZevaTest):
         )
         return json.loads(self.file.read_text())
 
-    def test_every_call_that_begins_ends_within_the_one_around_it(self):
+    def test_calls_are_nested(self):
         depth, before = 0, 0
         for event in self.trace():
             self.assertGreaterEqual(event["ts"], before)
@@ -24,7 +24,7 @@ class TraceTest(ZevaTest):
             self.assertGreaterEqual(depth, 0)
         self.assertEqual(depth, 0)
 
-    def test_calls_both_ways_are_there(self):
+    def test_records_calls_in_both_directions(self):
         begun = [(event["cat"], event["name"]) for event in self.trace() if event["ph"] == "B"]
         self.assertEqual(begun.count(("to host", "PluginRegisterClass")), REGISTERED_CLASSES)
         self.assertEqual(begun.count(("to module", "set CIFilterGaussianBlurQOR.inputRadius")), 1)
@@ -33,16 +33,16 @@ class TraceTest(ZevaTest):
         opened = begun.index(("to module", "CIImageQOR.Open"))
         self.assertIn(("to host", "PluginNewInstance"), begun[opened:])
 
-    def test_a_run_without_a_trace_leaves_no_file(self):
+    def test_a_run_without_trace_writes_no_trace_file(self):
         self.assert_works("apply", "GaussianBlur", self.photo, "-o", self.out)
         self.assertEqual(sorted(path.name for path in self.folder.iterdir()), ["out.png", "photo.png"])
 
-    def test_scripts_are_traced(self):
+    def test_records_the_calls_of_scripts(self):
         (self.folder / "script.lua").write_text('CIVectorQOR.FromNumbers("1,2")')
         self.assert_works("--trace", "trace.json", "run", "script.lua")
         self.assertIn("CIVectorQOR.FromNumbers", (self.folder / "trace.json").read_text())
 
-    def test_as_text_each_call_is_a_line_under_the_call_around_it(self):
+    def test_prints_one_indented_line_per_call(self):
         self.trace()
         lines = self.assert_works("trace", self.file).splitlines()
         number = r"\s+[0-9]+\.[0-9]{3} ms"
@@ -54,28 +54,28 @@ class TraceTest(ZevaTest):
         self.assertIn("set CIFilterGaussianBlurQOR.inputRadius(2.0) of CIFilterGaussianBlurQOR", calls)
         self.assertIn('get CIFilterGaussianBlurQOR.outputImage of CIFilterGaussianBlurQOR = "CIImageQOR"', calls)
 
-    def test_the_trace_of_a_process_that_crashed_is_read_as_far_as_it_goes(self):
+    def test_prints_the_incomplete_trace_of_a_crashed_process(self):
         self.trace()
         cut = self.file.read_text().split(",\n")[:3]
         self.file.write_text(",\n".join(cut))
         lines = self.assert_works("trace", self.file).splitlines()
         self.assertEqual(["never ended" in line for line in lines], [True, False])
 
-    def test_a_file_that_is_no_trace(self):
-        self.assert_fails(1, "none.json: it cannot be read", "trace", "none.json")
-        self.assert_fails(1, f"{self.photo}: it holds no list of trace events", "trace", self.photo)
+    def test_a_file_that_is_not_a_trace_is_refused(self):
+        self.assert_fails(1, "none.json: cannot be read", "trace", "none.json")
+        self.assert_fails(1, f"{self.photo}: not a list of trace events", "trace", self.photo)
 
-    def test_a_trace_that_cannot_be_written(self):
+    def test_a_trace_file_that_cannot_be_created_is_refused(self):
         self.assert_fails(
             1,
             "trace none/t.json: No such file or directory; nothing is run",
             *("apply", "Bloom", self.photo, "-o", self.out, "--trace", "none/t.json"),
         )
 
-    def test_many_pictures_are_not_traced(self):
+    def test_a_trace_of_several_pictures_is_refused(self):
         self.assert_fails(
             1,
-            "--trace: it tells of one picture at a time, got 2",
+            "--trace: one picture at a time can be traced, got 2 pictures",
             *("apply", "Bloom", self.photo, self.photo, "-o", "out", "--trace", "t.json"),
         )
 

@@ -1,6 +1,6 @@
-"""What the tests of the program share: running it, and pictures to feed it and to look into.
+"""Shared by the tests of the program: runs it, and writes and reads pictures.
 
-A test file is run as: FILE ZEVA. Pictures are rows of (red, green, blue, alpha), top first.
+Run a test file as: FILE ZEVA. Pictures are rows of (red, green, blue, alpha), top first.
 """
 
 import pathlib
@@ -24,7 +24,7 @@ read_png = picture.read
 
 
 def png(width, height, pixel=(200, 100, 50)):
-    """The bytes of a picture: of one color, or of what the function pixel(x, y) gives, y down. RGB or RGBA."""
+    """The bytes of a PNG file, filled with one color or with the results of pixel(x, y), y down. RGB or RGBA."""
     at = pixel if callable(pixel) else lambda x, y: pixel
     return picture.encode([[at(x, y) for x in range(width)] for y in range(height)])
 
@@ -34,7 +34,7 @@ def png_size(path):
 
 
 class ZevaTest(unittest.TestCase):
-    """Each test has a folder of its own, in which the program runs."""
+    """Gives each test its own folder, in which the program runs."""
 
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
@@ -50,19 +50,19 @@ class ZevaTest(unittest.TestCase):
         )
 
     def assert_works(self, *arguments, **options):
-        """Status 0 and not a word on standard error. Answers standard output."""
+        """Asserts status 0 and an empty standard error. Returns standard output."""
         result = self.zeva(*arguments, **options)
         self.assertEqual((result.returncode, result.stderr), (0, ""))
         return result.stdout
 
     def assert_fails(self, status, message, *arguments):
-        """One line on standard error, the status, and no output file."""
+        """Asserts the status, the one line on standard error, and that there is no output file."""
         result = self.zeva(*arguments)
         self.assertEqual(result.stderr, f"zeva: {message}\n")
         self.assertEqual(result.returncode, status)
         self.assertFalse(self.out.exists())
 
     def render(self, *arguments):
-        """The pixels of what apply writes for these words."""
+        """Runs apply with these words. Returns the pixels of its output."""
         self.assert_works("apply", *arguments, "-o", self.out)
         return read_png(self.out)
