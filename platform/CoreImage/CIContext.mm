@@ -89,7 +89,7 @@ NSString* const kCIContextWorkingColorSpace = @"working_color_space";
     core_image::BitmapDestination destination;
     destination.pixels = bitmap;
     destination.bytesPerRow = rowBytes;
-    destination.format = format == kCIFormatRGBA8 ? core_image::PixelFormat::bytes : core_image::PixelFormat::floats;
+    destination.format = format == kCIFormatRGBA8 ? core_image::PixelFormat::kBytes : core_image::PixelFormat::kFloats;
     const core_image::SpaceCoding coding = core_image::CodingOfSpace(colorSpace);
     destination.transfer = coding.transfer;
     core_image::RenderImage([image handle], region, destination, { coding.profile, (bool)_isMatching });

@@ -81,7 +81,7 @@ void ReadData(NSData* value, core_image::InputValue* input) {
 
 // Reads the color space that an object is, if it is one of red, green and blue.
 void ReadSpace(id object, core_image::InputValue* input) {
-    input->space = core_image::ColorSpace::other;
+    input->space = core_image::ColorSpace::kOther;
     CGColorSpaceRef known = CGColorSpaceCreateDeviceRGB();
     const bool isSpace = [object isKindOfClass:[(id)known class]];
     CGColorSpaceRelease(known);
@@ -89,10 +89,10 @@ void ReadSpace(id object, core_image::InputValue* input) {
     const core_image::SpaceCoding coding = core_image::CodingOfSpace((CGColorSpaceRef)object);
     input->bytes = coding.profile.bytes;
     input->count = coding.profile.length;
-    const bool isLinear = coding.transfer == core_image::Transfer::linear;
-    input->space = coding.profile.bytes != nullptr ? core_image::ColorSpace::profile
-                   : isLinear                      ? core_image::ColorSpace::linear
-                                                   : core_image::ColorSpace::sRGB;
+    const bool isLinear = coding.transfer == core_image::Transfer::kLinear;
+    input->space = coding.profile.bytes != nullptr ? core_image::ColorSpace::kProfile
+                   : isLinear                      ? core_image::ColorSpace::kLinear
+                                                   : core_image::ColorSpace::kSRGB;
 }
 
 // Reads one input as its kind demands. A nil image stays empty; any other nil reads as the default.
@@ -229,7 +229,10 @@ void ReadInput(const InputDescription& description, id value, core_image::InputV
         values[index] = {};
         ReadInput(_filterDescription->_inputs[index], _values[index], &values[index]);
     }
-    return [CIImage imageOwningHandle:core_image::MakeOutput(function, values, count)];
+    core_image::Fault fault;
+    core_image::ImageHandle* image = core_image::MakeOutput(function, values, count, &fault);
+    if (fault.text[0] != '\0') [NSException raise:NSInternalInconsistencyException format:@"%s", fault.text];
+    return [CIImage imageOwningHandle:image];
 }
 
 - (id)valueForKey:(NSString*)key {

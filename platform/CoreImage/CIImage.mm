@@ -19,17 +19,17 @@ NSString* const kCIImageColorSpace = @"CIImageColorSpace";
 namespace core_image {
 
 SpaceCoding CodingOfSpace(CGColorSpaceRef space) {
-    if (space == nullptr) return {Transfer::linear, {}};
+    if (space == nullptr) return {Transfer::kLinear, {}};
     NSString* name = [(NSString*)CGColorSpaceCopyName(space) autorelease];
     if ([name isEqual:(id)kCGColorSpaceSRGB] || [name isEqual:(id)kCGColorSpaceExtendedSRGB]) {
-        return {Transfer::sRGB, {}};
+        return {Transfer::kSRGB, {}};
     }
     if ([name isEqual:(id)kCGColorSpaceLinearSRGB] || [name isEqual:(id)kCGColorSpaceExtendedLinearSRGB]) {
-        return {Transfer::linear, {}};
+        return {Transfer::kLinear, {}};
     }
     // The space keeps its data.
     NSData* data = [(NSData*)CGColorSpaceCopyICCData(space) autorelease];
-    return {Transfer::sRGB, {[data bytes], [data length]}};
+    return {Transfer::kSRGB, {[data bytes], [data length]}};
 }
 
 Extent ExtentOfRect(CGRect rect) {
@@ -100,13 +100,13 @@ CIImage* ImageOutOfSource(CGImageSourceRef source, NSDictionary* options) {
     source.bytesPerRow = CGImageGetBytesPerRow(image);
     switch (CGImageGetAlphaInfo(image)) {
         case kCGImageAlphaPremultipliedLast:
-            source.alpha = core_image::Alpha::premultiplied;
+            source.alpha = core_image::Alpha::kPremultiplied;
             break;
         case kCGImageAlphaLast:
-            source.alpha = core_image::Alpha::straight;
+            source.alpha = core_image::Alpha::kStraight;
             break;
         default:
-            source.alpha = core_image::Alpha::ignored;
+            source.alpha = core_image::Alpha::kIgnored;
             break;
     }
     NSData* data = (NSData*)CGDataProviderCopyData(CGImageGetDataProvider(image));
@@ -134,8 +134,8 @@ CIImage* ImageOutOfSource(CGImageSourceRef source, NSDictionary* options) {
     source.width = (size_t)size.width;
     source.height = (size_t)size.height;
     source.bytesPerRow = bytesPerRow;
-    source.format = format == kCIFormatRGBA8 ? core_image::PixelFormat::bytes : core_image::PixelFormat::floats;
-    source.alpha = core_image::Alpha::premultiplied;
+    source.format = format == kCIFormatRGBA8 ? core_image::PixelFormat::kBytes : core_image::PixelFormat::kFloats;
+    source.alpha = core_image::Alpha::kPremultiplied;
     const size_t pixelSize = core_image::kFloatsPerPixel * (format == kCIFormatRGBA8 ? 1 : sizeof(float));
     const size_t length = [data length];
     if (source.width > bytesPerRow / pixelSize || length < source.width * pixelSize) return nil;
@@ -193,12 +193,7 @@ CIImage* ImageOutOfSource(CGImageSourceRef source, NSDictionary* options) {
 
 - (CIImage*)imageByCompositingOverImage:(CIImage*)background {
     if (_handle == nullptr || background == nil) return self;
-    core_image::InputValue values[2];
-    values[0].key = "inputImage";
-    values[0].image = [self handle];
-    values[1].key = "inputBackgroundImage";
-    values[1].image = [background handle];
-    return [CIImage imageOwningHandle:core_image::MakeOutput(core_image::SourceOver, values, 2)];
+    return [CIImage imageOwningHandle:core_image::MakeSourceOver([self handle], [background handle])];
 }
 
 - (CIImage*)imageByApplyingOrientation:(int)orientation {

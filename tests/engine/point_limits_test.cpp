@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-#include "geometry/geometry.h"
+#include "core/cropped.h"
 #include "support/point_oracle.h"
 
 namespace {
@@ -43,10 +43,10 @@ TEST(PointLimitsTest, NothingComesOutThatIsNoNumber) {
     for (const auto& [filter, keys] : kFilters) {
         for (const double value : kSenseless) {
             for (const ImageRef& image : Images()) {
-                FilterValues numbers = FilterValues().image("inputImage", image), vectors = numbers;
-                for (const char* key : keys) numbers.number(key, value);
-                for (const char* key : keys) vectors.vector(key, std::vector<double>(10, value));
-                for (const ImageRef& result : {numbers.output(filter), vectors.output(filter)}) {
+                FilterValues numbers = FilterValues().Image("inputImage", image), vectors = numbers;
+                for (const char* key : keys) numbers.Number(key, value);
+                for (const char* key : keys) vectors.Vector(key, std::vector<double>(10, value));
+                for (const ImageRef& result : {numbers.Output(filter), vectors.Output(filter)}) {
                     if (result == image) continue;
                     for (const float number : PixelOf(result))
                         ASSERT_TRUE(std::isfinite(number)) << filter << " " << value;
@@ -57,15 +57,15 @@ TEST(PointLimitsTest, NothingComesOutThatIsNoNumber) {
 }
 
 TEST(PointLimitsTest, WithoutAnImageThereIsNone) {
-    for (const auto& row : kFilters) EXPECT_EQ(FilterValues().output(row.filter), nullptr) << row.filter;
+    for (const auto& row : kFilters) EXPECT_EQ(FilterValues().Output(row.filter), nullptr) << row.filter;
 }
 
 TEST(PointLimitsTest, NothingOfAnEmptyImageIsNothing) {
     const ImageRef empty = MakeCroppedImage(OnePixel(1, 1, 1, 1), {5, 5, 6, 6});
     for (const auto& row : kFilters) {
-        const ImageRef result = FilterValues().image("inputImage", empty).output(row.filter);
+        const ImageRef result = FilterValues().Image("inputImage", empty).Output(row.filter);
         ASSERT_NE(result, nullptr) << row.filter;
-        EXPECT_TRUE(result->extent().isEmpty()) << row.filter;
+        EXPECT_TRUE(result->GetExtent().IsEmpty()) << row.filter;
     }
 }
 

@@ -66,12 +66,12 @@ TEST_P(RedrawingLimitsTest, OfNothingThereIsNothing) {
     const ImageRef empty = MakeCroppedImage(RandomImage(2, 2), {5, 5, 6, 6});
     const ImageRef result = With(GetParam(), empty, 3, 0, 3);
     ASSERT_NE(result, nullptr);
-    EXPECT_TRUE(result->extent().isEmpty());
+    EXPECT_TRUE(result->GetExtent().IsEmpty());
 }
 
 TEST_P(RedrawingLimitsTest, WhatHasNoEndHasNoneAfterwards) {
     const ImageRef result = With(GetParam(), MakeConstantImage({0.5f, 0.25f, 0, 0.5f}), 3, 0, 3);
-    EXPECT_TRUE(result->extent().isInfinite());
+    EXPECT_TRUE(result->GetExtent().IsInfinite());
     ExpectSound(result);
 }
 
@@ -79,7 +79,7 @@ TEST_P(RedrawingLimitsTest, TilesAndBlocksChangeNoBit) {
     Random random;
     const Source source = RandomSource(random);
     const ImageRef image = With(GetParam(), source.image, 2.5, 0, 2.5);
-    const Region region = source.region.grownBy(3);
+    const Region region = source.region.GrownBy(3);
     const std::vector<float> whole = Pixels(image, region, {4096, 4096, 4096});
     EXPECT_EQ(Pixels(image, region, {4096, 7, 5}), whole);
     EXPECT_EQ(Pixels(image, region, {19, 16, 3}), whole);

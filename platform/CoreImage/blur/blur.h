@@ -21,11 +21,4 @@ ImageRef MakeBoxBlurImage(ImageRef input, double width);
 // The extent grows by the radius, rounded up, and 2. Above a radius of 128 pixels it is computed on a smaller picture.
 ImageRef MakeDiscBlurImage(ImageRef input, double radius);
 
-// CIBoxBlur: inputRadius is the full width. CIDiscBlur: inputRadius is the radius.
-ImageRef BoxBlur(const Inputs& inputs);
-ImageRef DiscBlur(const Inputs& inputs);
-
-// CIGaussianBlur: inputRadius is the standard deviation.
-ImageRef GaussianBlur(const Inputs& inputs);
-
 }  // namespace core_image

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "blur/blur.h"
+#include "blur/filters.h"
 #include "blur/reduced.h"
 #include "blur/sums.h"
 #include "core/window.h"
@@ -27,19 +28,19 @@ class NarrowBoxStage : public Stage {
   public:
     NarrowBoxStage(Prepared input, std::int64_t width) : input_(std::move(input)), width_(width) {}
 
-    void render(const Tile& tile) const override {
+    void Render(const Tile& tile) const override {
         const std::int64_t reach = width_ / 2;
-        const Window source(input_, tile.region.grownBy(reach));
+        const Window source(input_, tile.region.GrownBy(reach));
         const auto width = static_cast<std::size_t>(width_);
         const auto scale = static_cast<float>(1 / (static_cast<double>(width_) * static_cast<double>(width_)));
-        const PixelBlock line({0, 0, source.view().region.width, 1});
-        const PixelBlock memory({0, 0, 2 * source.view().region.width, 1});
-        float* const columns = line.tile().pixels;
+        const PixelBlock line({0, 0, source.GetView().region.width, 1});
+        const PixelBlock memory({0, 0, 2 * source.GetView().region.width, 1});
+        float* const columns = line.GetTile().pixels;
         SumAlongColumns<float>(
-            source.view(), width_, 1, tile.region.y - reach, tile.region.top() - 1 - reach,
+            source.GetView(), width_, 1, tile.region.y - reach, tile.region.Top() - 1 - reach,
             [&](std::int64_t) { return columns; },
             [&](std::int64_t y) {
-                SumAlongRow(columns, width, scale, memory.tile().pixels, tile.row(y + reach), tile.width());
+                SumAlongRow(columns, width, scale, memory.GetTile().pixels, tile.Row(y + reach), tile.Width());
             });
     }
 
@@ -53,56 +54,56 @@ class WideBoxStage : public Stage {
   public:
     WideBoxStage(const ImageRef& input, std::int64_t width, const Region& region)
         : reach_(width / 2), sums_({region.x, region.y - reach_, region.width, region.height + 2 * reach_}) {
-        sumRows(input, width);
-        sumColumns(width, region);
+        SumRows(input, width);
+        SumColumns(width, region);
     }
 
-    std::optional<View> held(const Region& region) const override {
-        View view = sums_.view().part({region.x, region.y - reach_, region.width, region.height});
+    std::optional<View> Held(const Region& region) const override {
+        View view = sums_.GetView().Part({region.x, region.y - reach_, region.width, region.height});
         view.region = region;
         return view;
     }
 
-    void render(const Tile& tile) const override {
-        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
-            std::memcpy(tile.row(y), held(tile.region)->row(y), tile.width() * kFloatsPerPixel * sizeof(float));
+    void Render(const Tile& tile) const override {
+        for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
+            std::memcpy(tile.Row(y), Held(tile.region)->Row(y), tile.Width() * kFloatsPerPixel * sizeof(float));
         }
     }
 
   private:
-    void sumRows(const ImageRef& input, std::int64_t width) {
+    void SumRows(const ImageRef& input, std::int64_t width) {
         constexpr std::int64_t kStripHeight = 8;
-        const Region& all = sums_.region();
+        const Region& all = sums_.GetRegion();
         const Prepared prepared = Prepare(input, {all.x - reach_, all.y, all.width + 2 * reach_, all.height});
         tbb::parallel_for<std::int64_t>(0, (all.height + kStripHeight - 1) / kStripHeight, [&](std::int64_t index) {
             const Tile strip =
-                sums_.tile().part(all.intersection({all.x, all.y + index * kStripHeight, all.width, kStripHeight}));
+                sums_.GetTile().Part(all.Intersection({all.x, all.y + index * kStripHeight, all.width, kStripHeight}));
             Region seen = {all.x - reach_, strip.region.y, all.width + 2 * reach_, strip.region.height};
-            if (Clip(seen, prepared.extent()).isEmpty()) {
+            if (Clip(seen, prepared.GetExtent()).IsEmpty()) {
                 Clear(strip);
                 return;
             }
             const Window source(prepared, seen);
             const PixelBlock memory({0, 0, 2 * seen.width, 1});
-            for (std::int64_t y = seen.y; y < seen.top(); ++y) {
-                SumAlongRow(source.view().row(y), static_cast<std::size_t>(width), 1, memory.tile().pixels,
-                            strip.row(y), strip.width());
+            for (std::int64_t y = seen.y; y < seen.Top(); ++y) {
+                SumAlongRow(source.GetView().Row(y), static_cast<std::size_t>(width), 1, memory.GetTile().pixels,
+                            strip.Row(y), strip.Width());
             }
         });
     }
 
-    void sumColumns(std::int64_t width, const Region& region) {
+    void SumColumns(std::int64_t width, const Region& region) {
         // What is kept of a strip stays in a core's own cache.
         constexpr std::int64_t kKept = 32768;
         const std::int64_t stripWidth = std::max<std::int64_t>(16, kKept / width);
         const auto scale = static_cast<float>(1 / (static_cast<double>(width) * static_cast<double>(width)));
-        const Region& all = sums_.region();
+        const Region& all = sums_.GetRegion();
         tbb::parallel_for<std::int64_t>(0, (all.width + stripWidth - 1) / stripWidth, [&](std::int64_t index) {
-            const Region strip = all.intersection({all.x + index * stripWidth, all.y, stripWidth, all.height});
-            const Tile out = sums_.tile().part(strip);
+            const Region strip = all.Intersection({all.x + index * stripWidth, all.y, stripWidth, all.height});
+            const Tile out = sums_.GetTile().Part(strip);
             SumAlongColumns<double>(
-                sums_.view().part(strip), width, scale, all.y, all.y + region.height - 1,
-                [&](std::int64_t y) { return out.row(y); }, [](std::int64_t) {});
+                sums_.GetView().Part(strip), width, scale, all.y, all.y + region.height - 1,
+                [&](std::int64_t y) { return out.Row(y); }, [](std::int64_t) {});
         });
     }
 
@@ -113,11 +114,11 @@ class WideBoxStage : public Stage {
 class BoxImage : public Image {
   public:
     BoxImage(ImageRef input, const Extent& extent, std::int64_t width)
-        : Image(extent, input->depth()), input_(std::move(input)), width_(width) {}
+        : Image(extent, input->GetDepth()), input_(std::move(input)), width_(width) {}
 
-    std::unique_ptr<const Stage> prepare(const Region& region) const override {
+    std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         if (width_ > kWidestNarrow) return std::make_unique<WideBoxStage>(input_, width_, region);
-        return std::make_unique<NarrowBoxStage>(Prepare(input_, region.grownBy(width_ / 2)), width_);
+        return std::make_unique<NarrowBoxStage>(Prepare(input_, region.GrownBy(width_ / 2)), width_);
     }
 
   private:
@@ -128,22 +129,23 @@ class BoxImage : public Image {
 }  // namespace
 
 ImageRef MakeBoxBlurImage(ImageRef input, double width) {
-    if (!(width >= 3) || input->extent().isEmpty()) return input;
+    if (!(width >= 3) || input->GetExtent().IsEmpty()) return input;
     width = std::min(width, kWidestBlur);
     if (width > kWidestExact) {
         const Reduction reduction = ReductionFor(width / kWidestReduced);
-        const Extent extent = input->extent().grownBy(std::floor((width - 1) / 2));
-        ImageRef blurred = MakeBoxBlurImage(Reduced(std::move(input), reduction), width / reduction.factor());
+        const Extent extent = input->GetExtent().GrownBy(std::floor((width - 1) / 2));
+        ImageRef blurred = MakeBoxBlurImage(Reduced(std::move(input), reduction), width / reduction.Factor());
         return Enlarged(std::move(blurred), reduction, extent);
     }
     const std::int64_t odd = 2 * static_cast<std::int64_t>((width - 1) / 2) + 1;
-    const Extent extent = input->extent().grownBy(static_cast<double>(odd / 2));
+    const Extent extent = input->GetExtent().GrownBy(static_cast<double>(odd / 2));
     return std::make_shared<BoxImage>(std::move(input), extent, odd);
 }
 
+// CIBoxBlur: inputRadius is the full width. CIDiscBlur: inputRadius is the radius.
 ImageRef BoxBlur(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
-    return input == nullptr ? nullptr : MakeBoxBlurImage(std::move(input), inputs.number("inputRadius"));
+    ImageRef input = inputs.GetImage("inputImage");
+    return input == nullptr ? nullptr : MakeBoxBlurImage(std::move(input), inputs.GetNumber("inputRadius"));
 }
 
 }  // namespace core_image

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "blur/blur.h"
+#include "blur/filters.h"
 #include "blur/reduced.h"
 #include "blur/sums.h"
 #include "core/window.h"
@@ -66,12 +67,12 @@ class DiscStage : public Stage {
   public:
     DiscStage(Prepared input, const Disc& disc) : input_(std::move(input)), disc_(disc) {}
 
-    void render(const Tile& tile) const override {
-        const Window window(input_, tile.region.grownBy(disc_.reach));
-        const View& source = window.view();
-        const std::size_t floats = source.width() * kFloatsPerPixel, used = tile.width() * kFloatsPerPixel;
+    void Render(const Tile& tile) const override {
+        const Window window(input_, tile.region.GrownBy(disc_.reach));
+        const View& source = window.GetView();
+        const std::size_t floats = source.Width() * kFloatsPerPixel, used = tile.Width() * kFloatsPerPixel;
         const PixelBlock lines({source.region.x, 0, source.region.width, 2});
-        float *const runs = lines.tile().row(0), *const pair = lines.tile().row(1);
+        float *const runs = lines.GetTile().Row(0), *const pair = lines.GetTile().Row(1);
         std::vector<Mirrored> terms;
         const auto add = [&](const float* line, const std::vector<Columns>& columns) {
             const float* const middle = line + disc_.reach * std::int64_t{kFloatsPerPixel};
@@ -80,17 +81,17 @@ class DiscStage : public Stage {
                 terms.push_back({middle - shift, middle + shift, each.weight});
             }
         };
-        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
-            Clear(tile.part({tile.region.x, y, tile.region.width, 1}));
-            std::copy_n(source.row(y), floats, runs);
+        for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
+            Clear(tile.Part({tile.region.x, y, tile.region.width, 1}));
+            std::copy_n(source.Row(y), floats, runs);
             for (std::int64_t distance = 0; distance <= disc_.reach; ++distance) {
                 const Rows& rows = disc_.rows[static_cast<std::size_t>(distance)];
-                if (distance > 0) AddPair(source.row(y - distance), source.row(y + distance), pair, runs, floats);
+                if (distance > 0) AddPair(source.Row(y - distance), source.Row(y + distance), pair, runs, floats);
                 terms.clear();
                 add(runs, rows.runs);
                 // The middle row has no other.
-                add(distance == 0 ? source.row(y) : pair, rows.rim);
-                AddMirrored(terms.data(), terms.size(), tile.row(y), used);
+                add(distance == 0 ? source.Row(y) : pair, rows.rim);
+                AddMirrored(terms.data(), terms.size(), tile.Row(y), used);
             }
         }
     }
@@ -103,10 +104,10 @@ class DiscStage : public Stage {
 class DiscImage : public Image {
   public:
     DiscImage(ImageRef input, const Extent& extent, double radius)
-        : Image(extent, input->depth()), input_(std::move(input)), disc_(radius) {}
+        : Image(extent, input->GetDepth()), input_(std::move(input)), disc_(radius) {}
 
-    std::unique_ptr<const Stage> prepare(const Region& region) const override {
-        return std::make_unique<DiscStage>(Prepare(input_, region.grownBy(disc_.reach)), disc_);
+    std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
+        return std::make_unique<DiscStage>(Prepare(input_, region.GrownBy(disc_.reach)), disc_);
     }
 
   private:
@@ -117,20 +118,20 @@ class DiscImage : public Image {
 }  // namespace
 
 ImageRef MakeDiscBlurImage(ImageRef input, double radius) {
-    if (!(radius > 0) || input->extent().isEmpty()) return input;
+    if (!(radius > 0) || input->GetExtent().IsEmpty()) return input;
     radius = std::min(radius, kWidestBlur / 2);
-    const Extent extent = input->extent().grownBy(std::ceil(radius) + 2);
+    const Extent extent = input->GetExtent().GrownBy(std::ceil(radius) + 2);
     if (radius > kLargestExact) {
         const Reduction reduction = ReductionFor(radius / kLargestExact);
-        ImageRef blurred = MakeDiscBlurImage(Reduced(std::move(input), reduction), radius / reduction.factor());
+        ImageRef blurred = MakeDiscBlurImage(Reduced(std::move(input), reduction), radius / reduction.Factor());
         return Enlarged(std::move(blurred), reduction, extent);
     }
     return std::make_shared<DiscImage>(std::move(input), extent, radius);
 }
 
 ImageRef DiscBlur(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
-    return input == nullptr ? nullptr : MakeDiscBlurImage(std::move(input), inputs.number("inputRadius"));
+    ImageRef input = inputs.GetImage("inputImage");
+    return input == nullptr ? nullptr : MakeDiscBlurImage(std::move(input), inputs.GetNumber("inputRadius"));
 }
 
 }  // namespace core_image

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "blur/blur.h"
+#include "blur/filters.h"
 #include "blur/gaussian_weights.h"
 #include "blur/kernels.h"
 #include "blur/wide_gaussian.h"
@@ -19,18 +20,18 @@ class SmallGaussianStage : public Stage {
     SmallGaussianStage(Prepared input, std::vector<float> weights)
         : input_(std::move(input)), weights_(std::move(weights)) {}
 
-    void render(const Tile& tile) const override {
+    void Render(const Tile& tile) const override {
         const auto reach = static_cast<std::int64_t>(weights_.size() / 2);
-        const Window window(input_, tile.region.grownBy(reach));
-        const View& source = window.view();
+        const Window window(input_, tile.region.GrownBy(reach));
+        const View& source = window.GetView();
         const PixelBlock line(Region{source.region.x, 0, source.region.width, 1});
         std::vector<const float*> rows(weights_.size());
-        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
+        for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
             for (std::size_t k = 0; k < rows.size(); ++k)
-                rows[k] = source.row(y - reach + static_cast<std::int64_t>(k));
-            SumRows(rows.data(), weights_.data(), rows.size(), line.tile().pixels,
-                    line.tile().width() * kFloatsPerPixel);
-            SumNeighbors(line.row(0), weights_.data(), weights_.size(), tile.row(y), tile.width());
+                rows[k] = source.Row(y - reach + static_cast<std::int64_t>(k));
+            SumRows(rows.data(), weights_.data(), rows.size(), line.GetTile().pixels,
+                    line.GetTile().Width() * kFloatsPerPixel);
+            SumNeighbors(line.Row(0), weights_.data(), weights_.size(), tile.Row(y), tile.Width());
         }
     }
 
@@ -42,13 +43,13 @@ class SmallGaussianStage : public Stage {
 class GaussianImage : public Image {
   public:
     GaussianImage(ImageRef input, const Extent& extent, double sigma)
-        : Image(extent, input->depth()), input_(std::move(input)), sigma_(sigma) {}
+        : Image(extent, input->GetDepth()), input_(std::move(input)), sigma_(sigma) {}
 
-    std::unique_ptr<const Stage> prepare(const Region& region) const override {
+    std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         if (sigma_ >= kNarrowestWideSigma) return PrepareWideGaussian(input_, sigma_, region);
         std::vector<float> weights = GaussianWeights(sigma_);
         const auto reach = static_cast<std::int64_t>(weights.size() / 2);
-        return std::make_unique<SmallGaussianStage>(Prepare(input_, region.grownBy(reach)), std::move(weights));
+        return std::make_unique<SmallGaussianStage>(Prepare(input_, region.GrownBy(reach)), std::move(weights));
     }
 
   private:
@@ -59,14 +60,15 @@ class GaussianImage : public Image {
 }  // namespace
 
 ImageRef MakeGaussianBlurImage(ImageRef input, double sigma) {
-    if (!(sigma > 0) || input->extent().isEmpty()) return input;
-    const Extent extent = input->extent().grownBy(std::ceil(3 * sigma));
+    if (!(sigma > 0) || input->GetExtent().IsEmpty()) return input;
+    const Extent extent = input->GetExtent().GrownBy(std::ceil(3 * sigma));
     return std::make_shared<GaussianImage>(std::move(input), extent, sigma);
 }
 
+// CIGaussianBlur: inputRadius is the standard deviation.
 ImageRef GaussianBlur(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
-    return input == nullptr ? nullptr : MakeGaussianBlurImage(std::move(input), inputs.number("inputRadius"));
+    ImageRef input = inputs.GetImage("inputImage");
+    return input == nullptr ? nullptr : MakeGaussianBlurImage(std::move(input), inputs.GetNumber("inputRadius"));
 }
 
 }  // namespace core_image

@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "core/buffered.h"
+#include "core/cropped.h"
 #include "sampling/affine.h"
-#include "geometry/geometry.h"
 
 namespace core_image {
 namespace {
@@ -24,7 +24,7 @@ Affine Scale(double factor) {
 
 }  // namespace
 
-double Reduction::factor() const { return std::ldexp(1, sparse + means); }
+double Reduction::Factor() const { return std::ldexp(1, sparse + means); }
 
 Reduction ReductionFor(double factor) {
     const int powers = std::max(0, static_cast<int>(std::ceil(std::log2(factor))));
@@ -33,16 +33,16 @@ Reduction ReductionFor(double factor) {
 
 ImageRef Reduced(ImageRef input, const Reduction& reduction) {
     if (reduction.sparse > 0)
-        input = MakeAffineImage(std::move(input), Scale(std::ldexp(1, -reduction.sparse)), Light::linear);
+        input = MakeAffineImage(std::move(input), Scale(std::ldexp(1, -reduction.sparse)), Light::kLinear);
     for (int power = 0; power < reduction.means; ++power) {
-        input = MakeAffineImage(std::move(input), Scale(0.5), Light::linear);
+        input = MakeAffineImage(std::move(input), Scale(0.5), Light::kLinear);
     }
     return MakeBufferedImage(std::move(input));
 }
 
 ImageRef Enlarged(ImageRef reduced, const Reduction& reduction, const Extent& extent) {
     ImageRef buffered = MakeBufferedImage(std::move(reduced));
-    return MakeCroppedImage(MakeAffineImage(std::move(buffered), Scale(reduction.factor()), Light::linear), extent);
+    return MakeCroppedImage(MakeAffineImage(std::move(buffered), Scale(reduction.Factor()), Light::kLinear), extent);
 }
 
 }  // namespace core_image

@@ -17,7 +17,7 @@ struct Reduction {
     int sparse = 0;  // powers of two by which pixels are left out
     int means = 0;   // powers of two by which pixels are averaged
 
-    double factor() const;
+    double Factor() const;
 };
 
 // The smallest reduction by at least a factor.

@@ -58,7 +58,7 @@ inline std::int64_t FloorRemainder(std::int64_t number, std::int64_t divisor) {
 template <typename Number, typename Target, typename Done>
 void SumAlongColumns(const View& in, std::int64_t height, float scale, std::int64_t first, std::int64_t last,
                      const Target& target, const Done& done) {
-    const std::size_t floats = in.width() * kFloatsPerPixel;
+    const std::size_t floats = in.Width() * kFloatsPerPixel;
     const PixelBlock ends({in.region.x, 0, in.region.width, height});
     const std::vector<float> zeros(floats);
     std::vector<Number> sum(floats);
@@ -66,16 +66,16 @@ void SumAlongColumns(const View& in, std::int64_t height, float scale, std::int6
         const std::int64_t from = std::max(block, first), to = std::min(block + height - 1, last);
         std::fill(sum.begin(), sum.end(), Number{});
         for (std::int64_t y = block + height - 1; y >= from; --y) {
-            Accumulate(in.row(y), sum.data(), ends.tile().row(y - block), floats);
+            Accumulate(in.Row(y), sum.data(), ends.GetTile().Row(y - block), floats);
         }
         std::fill(sum.begin(), sum.end(), Number{});
         for (std::int64_t y = block + 1; y < from; ++y) {
-            Accumulate(in.row(y + height - 1), sum.data(), ends.tile().row(0), floats);
+            Accumulate(in.Row(y + height - 1), sum.data(), ends.GetTile().Row(0), floats);
         }
         for (std::int64_t y = from; y <= to; ++y) {
             // A sum that starts where a block does is that block, and complete.
-            const float* added = y == block ? zeros.data() : in.row(y + height - 1);
-            Combine(added, sum.data(), ends.row(y - block), scale, target(y), floats);
+            const float* added = y == block ? zeros.data() : in.Row(y + height - 1);
+            Combine(added, sum.data(), ends.Row(y - block), scale, target(y), floats);
             done(y);
         }
     }

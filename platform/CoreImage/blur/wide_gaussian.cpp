@@ -49,7 +49,7 @@ Region CoarseRegion(const Region& region, std::int64_t step) {
     const std::int64_t x = FirstSample(region.x, step);
     const std::int64_t y = FirstSample(region.y, step);
     constexpr auto kTaps = static_cast<std::int64_t>(kInterpolationTaps);
-    return {x, y, FirstSample(region.right() - 1, step) + kTaps - x, FirstSample(region.top() - 1, step) + kTaps - y};
+    return {x, y, FirstSample(region.Right() - 1, step) + kTaps - x, FirstSample(region.Top() - 1, step) + kTaps - y};
 }
 
 // The extent in units of n pixels, rounded outward.
@@ -61,19 +61,19 @@ Extent Divided(const Extent& extent, double n) {
 // Runs a function for each row of a region, on all cores.
 template <typename Function>
 void ForEachRow(const Region& region, const Function& function) {
-    tbb::parallel_for(region.y, region.top(), function);
+    tbb::parallel_for(region.y, region.Top(), function);
 }
 
 // Adds up the rows around a place, as far as there are any: weights[k] belongs to row first + k.
 void SumRowsAround(const PixelBlock& source, const std::vector<float>& weights, std::int64_t first, float* out) {
-    const Region& region = source.region();
+    const Region& region = source.GetRegion();
     const std::int64_t from = std::max(first, region.y);
-    const std::int64_t to = std::min(first + static_cast<std::int64_t>(weights.size()), region.top());
+    const std::int64_t to = std::min(first + static_cast<std::int64_t>(weights.size()), region.Top());
     std::vector<const float*> rows;
-    for (std::int64_t y = from; y < to; ++y) rows.push_back(source.row(y));
+    for (std::int64_t y = from; y < to; ++y) rows.push_back(source.Row(y));
     // The rows are a run of the weights; without rows the sum is zero.
     const std::int64_t skipped = rows.empty() ? 0 : from - first;
-    SumRows(rows.data(), weights.data() + skipped, rows.size(), out, source.tile().width() * kFloatsPerPixel);
+    SumRows(rows.data(), weights.data() + skipped, rows.size(), out, source.GetTile().Width() * kFloatsPerPixel);
 }
 
 // The coarse image of an input, blurred by one step: all samples of a region.
@@ -81,8 +81,8 @@ PixelBlock Reduce(const ImageRef& input, const Region& coarse, std::int64_t step
     // Every n-th pixel, and the same in units of n pixels from here on.
     std::int64_t n = 1;
     const Extent wanted = Extent{static_cast<double>(coarse.x - 5), static_cast<double>(coarse.y - 5),
-                                 static_cast<double>(coarse.right() + 5), static_cast<double>(coarse.top() + 5)};
-    const Extent seen = wanted.intersection(Divided(input->extent(), static_cast<double>(step)));
+                                 static_cast<double>(coarse.Right() + 5), static_cast<double>(coarse.Top() + 5)};
+    const Extent seen = wanted.Intersection(Divided(input->GetExtent(), static_cast<double>(step)));
     const double pixels = (seen.right - seen.left) * (seen.top - seen.bottom) * static_cast<double>(step * step);
     if (pixels > kMostPixels) {
         while (pixels / static_cast<double>(n * n) > kMostSamples && n < step / 2) n *= 2;
@@ -95,13 +95,13 @@ PixelBlock Reduce(const ImageRef& input, const Region& coarse, std::int64_t step
     // Left and right, the reach of the weights is kept and transparent where the image ends; above and below it is left out.
     const Region columns = {firstTap(coarse.x), firstTap(coarse.y), (coarse.width - 1) * step + taps,
                             (coarse.height - 1) * step + taps};
-    Extent present = Divided(input->extent(), static_cast<double>(n));
+    Extent present = Divided(input->GetExtent(), static_cast<double>(n));
     present.left = static_cast<double>(columns.x);
-    present.right = static_cast<double>(columns.right());
+    present.right = static_cast<double>(columns.Right());
     const Region source = Clip(columns, present);
     PixelBlock reduced(coarse);
-    if (source.isEmpty()) {
-        Clear(reduced.tile());
+    if (source.IsEmpty()) {
+        Clear(reduced.GetTile());
         return reduced;
     }
 
@@ -110,14 +110,14 @@ PixelBlock Reduce(const ImageRef& input, const Region& coarse, std::int64_t step
     const std::int64_t stripHeight = std::clamp<std::int64_t>(kPixelsPerStrip / source.width, 4, 64);
     tbb::parallel_for<std::int64_t>(0, (source.height + stripHeight - 1) / stripHeight, [&](std::int64_t index) {
         const Window strip(sampled,
-                           source.intersection({source.x, source.y + index * stripHeight, source.width, stripHeight}));
-        for (std::int64_t y = strip.view().region.y; y < strip.view().region.top(); ++y) {
-            ReduceRow(strip.view().row(y), weights.data(), weights.size(), static_cast<std::size_t>(step),
-                      narrow.tile().row(y), static_cast<std::size_t>(coarse.width));
+                           source.Intersection({source.x, source.y + index * stripHeight, source.width, stripHeight}));
+        for (std::int64_t y = strip.GetView().region.y; y < strip.GetView().region.Top(); ++y) {
+            ReduceRow(strip.GetView().Row(y), weights.data(), weights.size(), static_cast<std::size_t>(step),
+                      narrow.GetTile().Row(y), static_cast<std::size_t>(coarse.width));
         }
     });
 
-    ForEachRow(coarse, [&](std::int64_t y) { SumRowsAround(narrow, weights, firstTap(y), reduced.tile().row(y)); });
+    ForEachRow(coarse, [&](std::int64_t y) { SumRowsAround(narrow, weights, firstTap(y), reduced.GetTile().Row(y)); });
     return reduced;
 }
 
@@ -128,11 +128,11 @@ PixelBlock Blur(const PixelBlock& source, double sigma, const Region& region) {
     PixelBlock blurred(region);
     ForEachRow(region, [&](std::int64_t y) {
         const PixelBlock line(Region{region.x - reach, y, region.width + 2 * reach, 1});
-        Clear(line.tile());
+        Clear(line.GetTile());
         SumRowsAround(source, weights, y - reach,
-                      line.tile().part({source.region().x, y, source.region().width, 1}).pixels);
-        SumNeighbors(line.row(y), weights.data(), weights.size(), blurred.tile().row(y),
-                      static_cast<std::size_t>(region.width));
+                      line.GetTile().Part({source.GetRegion().x, y, source.GetRegion().width, 1}).pixels);
+        SumNeighbors(line.Row(y), weights.data(), weights.size(), blurred.GetTile().Row(y),
+                     static_cast<std::size_t>(region.width));
     });
     return blurred;
 }
@@ -142,27 +142,27 @@ class WideGaussianStage : public Stage {
     WideGaussianStage(PixelBlock coarse, std::int64_t step)
         : coarse_(std::move(coarse)), step_(step), weights_(GaussianInterpolationWeights(static_cast<int>(step))) {}
 
-    void render(const Tile& tile) const override {
+    void Render(const Tile& tile) const override {
         const Region used = CoarseRegion(tile.region, step_);
         const PixelBlock line(Region{used.x, 0, used.width, 1});
-        const std::size_t columnPhase = phase(tile.region.x);
+        const std::size_t columnPhase = Phase(tile.region.x);
         const float* rows[kInterpolationTaps];
-        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
+        for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
             const std::int64_t first = FirstSample(y, step_);
             for (std::size_t k = 0; k < kInterpolationTaps; ++k) {
                 const auto row = first + static_cast<std::int64_t>(k);
-                rows[k] = coarse_.row(row) + static_cast<std::size_t>(used.x - coarse_.region().x) * kFloatsPerPixel;
+                rows[k] = coarse_.Row(row) + static_cast<std::size_t>(used.x - coarse_.GetRegion().x) * kFloatsPerPixel;
             }
-            SumRows(rows, weights_.data() + phase(y) * kInterpolationTaps, kInterpolationTaps, line.tile().pixels,
-                    line.tile().width() * kFloatsPerPixel);
-            InterpolateRow(line.row(0), weights_.data(), static_cast<std::size_t>(step_), columnPhase, tile.row(y),
-                           tile.width());
+            SumRows(rows, weights_.data() + Phase(y) * kInterpolationTaps, kInterpolationTaps, line.GetTile().pixels,
+                    line.GetTile().Width() * kFloatsPerPixel);
+            InterpolateRow(line.Row(0), weights_.data(), static_cast<std::size_t>(step_), columnPhase, tile.Row(y),
+                           tile.Width());
         }
     }
 
   private:
     // Where a pixel lies between the two samples around it.
-    std::size_t phase(std::int64_t pixel) const {
+    std::size_t Phase(std::int64_t pixel) const {
         const std::int64_t place = pixel - step_ / 2;
         return static_cast<std::size_t>(place - FloorDivide(place, step_) * step_);
     }
@@ -184,11 +184,11 @@ std::unique_ptr<const Stage> PrepareWideGaussian(const ImageRef& input, double s
 
     const Region wanted = CoarseRegion(region, step);
     // Samples further from the image than the reach of the reduction are transparent and left out.
-    const Extent present = Divided(input->extent(), coarseStep).grownBy(std::ceil(kGaussianReach) + 1);
-    const Region needed = Clip(wanted.grownBy(reach), present);
+    const Extent present = Divided(input->GetExtent(), coarseStep).GrownBy(std::ceil(kGaussianReach) + 1);
+    const Region needed = Clip(wanted.GrownBy(reach), present);
     PixelBlock blurred(wanted);
-    if (needed.isEmpty()) {
-        Clear(blurred.tile());
+    if (needed.IsEmpty()) {
+        Clear(blurred.GetTile());
     } else {
         blurred = Blur(Reduce(input, needed, step), coarseSigma, wanted);
     }

@@ -5,21 +5,22 @@
 
 #include <utility>
 
-#include "color/color.h"
 #include "color/color_matrix.h"
+#include "color/filters.h"
 #include "core/luminance.h"
 
 namespace core_image {
 
+// CIColorControls: inputSaturation, then inputContrast, then inputBrightness.
 ImageRef ColorControls(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
+    ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;
-    const double saturation = inputs.number("inputSaturation");
-    const double contrast = inputs.number("inputContrast");
-    const double brightness = inputs.number("inputBrightness");
+    const double saturation = inputs.GetNumber("inputSaturation");
+    const double contrast = inputs.GetNumber("inputContrast");
+    const double brightness = inputs.GetNumber("inputBrightness");
     if (saturation == 1 && contrast == 1 && brightness == 0) return input;
 
-    ColorMatrix::Columns columns{};
+    MatrixFunction::Columns columns{};
     for (std::size_t column = 0; column < 3; ++column) {
         for (std::size_t row = 0; row < 3; ++row) {
             const double own = row == column ? saturation : 0;
@@ -28,7 +29,7 @@ ImageRef ColorControls(const Inputs& inputs) {
         columns[3][column] = FiniteFloat(0.5 - 0.5 * contrast + brightness);
     }
     columns[3][3] = 1;
-    return MakePointImage(std::move(input), std::make_unique<ColorMatrix>(columns));
+    return MakePointImage(std::move(input), std::make_unique<MatrixFunction>(columns));
 }
 
 }  // namespace core_image

@@ -7,9 +7,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "color/color.h"
+#include "color/filters.h"
 #include "core/color_matching.h"
-#include "engine/engine.h"
 #include "core/point.h"
 #include "core/transfer.h"
 
@@ -56,15 +55,15 @@ constexpr double kWidestGradient = 1 << 20;
 class Map : public PointFunction {
   public:
     explicit Map(const ImageRef& gradient, const Region& row)
-        : texels_(Region{row.x, row.y, row.width + 1, 1}), isDecoded_(gradient->encoded() != nullptr && IsMatching()) {
-        Prepare(isDecoded_ ? gradient->encoded() : gradient, row).render(texels_.tile().part(row));
-        float* end = texels_.tile().pixels + static_cast<std::size_t>(row.width) * kFloatsPerPixel;
+        : texels_(Region{row.x, row.y, row.width + 1, 1}), isDecoded_(gradient->Encoded() != nullptr && IsMatching()) {
+        Prepare(isDecoded_ ? gradient->Encoded() : gradient, row).Render(texels_.GetTile().Part(row));
+        float* end = texels_.GetTile().pixels + static_cast<std::size_t>(row.width) * kFloatsPerPixel;
         std::copy(end - kFloatsPerPixel, end, end);
     }
 
-    void apply(float* blocks, std::size_t count) const override {
-        const auto width = static_cast<std::size_t>(texels_.region().width - 1);
-        HWY_DYNAMIC_DISPATCH(MapRun)(texels_.tile().pixels, width, blocks, count);
+    void ApplyToRun(float* blocks, std::size_t count) const override {
+        const auto width = static_cast<std::size_t>(texels_.GetRegion().width - 1);
+        HWY_DYNAMIC_DISPATCH(MapRun)(texels_.GetTile().pixels, width, blocks, count);
         if (isDecoded_) DecodeRun(blocks, count);
     }
 
@@ -76,12 +75,12 @@ class Map : public PointFunction {
 class MapImage : public Image {
   public:
     MapImage(ImageRef input, ImageRef gradient, const Region& row)
-        : Image(input->extent(), input->depth().with(gradient->depth())),
+        : Image(input->GetExtent(), input->GetDepth().With(gradient->GetDepth())),
           input_(std::move(input)),
           gradient_(std::move(gradient)),
           row_(row) {}
 
-    std::unique_ptr<const Stage> prepare(const Region& region) const override {
+    std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         return MakePointStage(Prepare(input_, region), std::make_unique<Map>(gradient_, row_));
     }
 
@@ -93,11 +92,13 @@ class MapImage : public Image {
 
 }  // namespace
 
+// CIColorMap: the color that inputGradientImage has in its lowest row, where luminance runs along its width from 0 to 1. Null for
+// a gradient image that is empty or infinite.
 ImageRef ColorMap(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
-    ImageRef gradient = inputs.image("inputGradientImage");
+    ImageRef input = inputs.GetImage("inputImage");
+    ImageRef gradient = inputs.GetImage("inputGradientImage");
     if (input == nullptr || gradient == nullptr) return nullptr;
-    const Extent& extent = gradient->extent();
+    const Extent& extent = gradient->GetExtent();
     Region row;
     const Extent lowest = {extent.left, extent.bottom, extent.right, extent.bottom + 1};
     if (!(extent.right - extent.left <= kWidestGradient) || !RegionOfExtent(lowest, &row)) return nullptr;

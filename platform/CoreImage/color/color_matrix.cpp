@@ -13,7 +13,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
 
-HWY_ATTR void MultiplyRun(const ColorMatrix::Columns& columns, float* blocks, std::size_t count) {
+HWY_ATTR void MultiplyRun(const MatrixFunction::Columns& columns, float* blocks, std::size_t count) {
     const auto row = [&columns](const Colors& c, std::size_t index) HWY_ATTR {
         Wide sum = hn::Mul(Constant(columns[0][index]), c.red);
         sum = hn::MulAdd(Constant(columns[1][index]), c.green, sum);
@@ -31,12 +31,12 @@ namespace core_image {
 
 HWY_EXPORT(MultiplyRun);
 
-void ColorMatrix::apply(float* blocks, std::size_t count) const {
+void MatrixFunction::ApplyToRun(float* blocks, std::size_t count) const {
     HWY_DYNAMIC_DISPATCH(MultiplyRun)(columns_, blocks, count);
 }
 
-std::unique_ptr<const PointFunction> ColorMatrix::after(const PointFunction& first) const {
-    const auto* other = dynamic_cast<const ColorMatrix*>(&first);
+std::unique_ptr<const PointFunction> MatrixFunction::After(const PointFunction& first) const {
+    const auto* other = dynamic_cast<const MatrixFunction*>(&first);
     if (other == nullptr) return nullptr;
     constexpr double kLarge = 1e6;
     Columns product;
@@ -51,7 +51,7 @@ std::unique_ptr<const PointFunction> ColorMatrix::after(const PointFunction& fir
             product[column][row] = static_cast<float>(sum);
         }
     }
-    return std::make_unique<ColorMatrix>(product);
+    return std::make_unique<MatrixFunction>(product);
 }
 
 }  // namespace core_image

@@ -12,16 +12,16 @@
 namespace core_image {
 
 // out[row] = sum over columns of columns[column][row] * in[column].
-class ColorMatrix : public PointFunction {
+class MatrixFunction : public PointFunction {
   public:
     using Columns = std::array<std::array<float, kFloatsPerPixel>, kFloatsPerPixel>;
 
-    explicit ColorMatrix(const Columns& columns) : columns_(columns) {}
+    explicit MatrixFunction(const Columns& columns) : columns_(columns) {}
 
-    void apply(float* blocks, std::size_t count) const override;
+    void ApplyToRun(float* blocks, std::size_t count) const override;
 
     // The product with another matrix, unless numbers may grow so large that they are limited between the two.
-    std::unique_ptr<const PointFunction> after(const PointFunction& first) const override;
+    std::unique_ptr<const PointFunction> After(const PointFunction& first) const override;
 
   private:
     Columns columns_;

@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "color/color.h"
 #include "color/cube_kernels.h"
+#include "color/filters.h"
 #include "core/color_matching.h"
 #include "core/point.h"
 
@@ -21,7 +21,7 @@ class Cube : public PointFunction {
   public:
     Cube(std::shared_ptr<const float> texels, int dimension) : texels_(std::move(texels)), dimension_(dimension) {}
 
-    void apply(float* blocks, std::size_t count) const override {
+    void ApplyToRun(float* blocks, std::size_t count) const override {
         LookUpCube(texels_.get(), dimension_, blocks, count);
     }
 
@@ -32,45 +32,49 @@ class Cube : public PointFunction {
 
 class Encoding : public PointFunction {
   public:
-    void apply(float* blocks, std::size_t count) const override { EncodeClipped(blocks, count); }
+    void ApplyToRun(float* blocks, std::size_t count) const override { EncodeClipped(blocks, count); }
 };
 
 class Decoding : public PointFunction {
   public:
-    void apply(float* blocks, std::size_t count) const override { DecodeClipped(blocks, count); }
+    void ApplyToRun(float* blocks, std::size_t count) const override { DecodeClipped(blocks, count); }
 };
 
 // The cube of a filter; null for a dimension that none has, and for data too short for it.
 std::unique_ptr<const Cube> ReadCube(const Inputs& inputs) {
-    const double number = inputs.number("inputCubeDimension");
+    const double number = inputs.GetNumber("inputCubeDimension");
     if (number < kSmallestDimension || number >= kLargestDimension + 1) return nullptr;
     const auto dimension = static_cast<std::size_t>(number);
     const std::size_t count = dimension * dimension * dimension * kFloatsPerPixel;
-    std::shared_ptr<const float> texels = inputs.floats("inputCubeData", count);
+    std::shared_ptr<const float> texels = inputs.GetFloats("inputCubeData", count);
     if (texels == nullptr) return nullptr;
     return std::make_unique<Cube>(std::move(texels), static_cast<int>(dimension));
 }
 
 }  // namespace
 
+// CIColorCube and CIColorCubeWithColorSpace: the color that inputCubeData, a table of inputCubeDimension texels each way, holds
+// for a pixel's. Texels are premultiplied red, green, blue and alpha; red runs fastest, blue slowest. A color, divided by alpha
+// and clipped to 0...1, lies between eight of them, whose mean by distance is multiplied by the pixel's alpha. The second filter
+// looks colors up, and takes what it finds, encoded in inputColorSpace. Null for data too short.
 ImageRef ColorCube(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
+    ImageRef input = inputs.GetImage("inputImage");
     std::unique_ptr<const Cube> cube = ReadCube(inputs);
     if (input == nullptr || cube == nullptr) return nullptr;
     return MakePointImage(std::move(input), std::move(cube));
 }
 
 ImageRef ColorCubeWithColorSpace(const Inputs& inputs) {
-    ColorSpace space = inputs.space("inputColorSpace");
-    if (space == ColorSpace::other) return nullptr;
+    ColorSpace space = inputs.GetSpace("inputColorSpace");
+    if (space == ColorSpace::kOther) return nullptr;
     Coding toSpace, toLight;
-    if (space == ColorSpace::profile) {
-        toSpace = CodingOfProfile(inputs.profile("inputColorSpace"), MatchingDirection::fromLight);
-        toLight = CodingOfProfile(inputs.profile("inputColorSpace"), MatchingDirection::toLight);
-        space = toSpace.transfer == Transfer::linear ? ColorSpace::linear : ColorSpace::sRGB;
+    if (space == ColorSpace::kProfile) {
+        toSpace = CodingOfProfile(inputs.GetProfile("inputColorSpace"), MatchingDirection::kFromLight);
+        toLight = CodingOfProfile(inputs.GetProfile("inputColorSpace"), MatchingDirection::kToLight);
+        space = toSpace.transfer == Transfer::kLinear ? ColorSpace::kLinear : ColorSpace::kSRGB;
     }
-    if (space != ColorSpace::sRGB) return ColorCube(inputs);
-    ImageRef input = inputs.image("inputImage");
+    if (space != ColorSpace::kSRGB) return ColorCube(inputs);
+    ImageRef input = inputs.GetImage("inputImage");
     std::unique_ptr<const Cube> cube = ReadCube(inputs);
     if (input == nullptr || cube == nullptr) return nullptr;
     if (toSpace.conversion != nullptr && toLight.conversion != nullptr) {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "color/color.h"
+#include "color/filters.h"
 #include "color/formulas.h"
 
 namespace core_image {
@@ -14,47 +14,53 @@ template <std::size_t kCount>
 std::array<float, kCount> ReadElements(const Inputs& inputs, const char* key) {
     std::array<float, kCount> elements;
     for (std::size_t index = 0; index < kCount; ++index)
-        elements[index] = static_cast<float>(inputs.element(key, index));
+        elements[index] = static_cast<float>(inputs.GetElement(key, index));
     return elements;
 }
 
 }  // namespace
 
+// CIGammaAdjust: colors, 0 at least, to the power of inputPower.
 ImageRef GammaAdjust(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
-    const double power = inputs.number("inputPower");
+    ImageRef input = inputs.GetImage("inputImage");
+    const double power = inputs.GetNumber("inputPower");
     if (input == nullptr || power == 1) return input;
     return MakeFormulaImage(std::move(input), GammaFormula{Power(power)});
 }
 
+// CIColorClamp: each of red, green, blue and alpha between its elements of inputMinComponents and inputMaxComponents. Infinite
+// where the least alpha is more than 0.
 ImageRef ColorClamp(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
+    ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;
     const ClampFormula formula = {ReadElements<4>(inputs, "inputMinComponents"),
                                   ReadElements<4>(inputs, "inputMaxComponents")};
     return MakeFormulaImage(std::move(input), formula, /*isInfinite=*/formula.lowest[3] > 0);
 }
 
+// CIColorPosterize: each color becomes the nearest of inputLevels evenly spaced ones. One level and less is black.
 ImageRef ColorPosterize(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
+    ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;
-    const double steps = std::max(inputs.number("inputLevels") - 1, 0.0);
+    const double steps = std::max(inputs.GetNumber("inputLevels") - 1, 0.0);
     return MakeFormulaImage(std::move(input), PosterizeFormula{static_cast<float>(steps)});
 }
 
+// CIColorMonochrome: by inputIntensity towards shades of inputColor, black through the color to white.
 ImageRef ColorMonochrome(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
-    const double intensity = inputs.number("inputIntensity");
+    ImageRef input = inputs.GetImage("inputImage");
+    const double intensity = inputs.GetNumber("inputIntensity");
     if (input == nullptr || intensity == 0) return input;
-    const double opaque[] = {inputs.element("inputColor", 0), inputs.element("inputColor", 1),
-                             inputs.element("inputColor", 2), 1};
+    const double opaque[] = {inputs.GetElement("inputColor", 0), inputs.GetElement("inputColor", 1),
+                             inputs.GetElement("inputColor", 2), 1};
     const Pixel color = PixelOfColor(opaque);
     return MakeFormulaImage(std::move(input),
                             MonochromeFormula{{color.red, color.green, color.blue}, static_cast<float>(intensity)});
 }
 
+// CIColorPolynomial: each channel under a cubic of its own, alpha too. Infinite where that of alpha has a constant.
 ImageRef ColorPolynomial(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
+    ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;
     const PolynomialFormula formula = {
         {ReadElements<4>(inputs, "inputRedCoefficients"), ReadElements<4>(inputs, "inputGreenCoefficients"),
@@ -65,8 +71,9 @@ ImageRef ColorPolynomial(const Inputs& inputs) {
     return MakeFormulaImage(std::move(input), formula, /*isInfinite=*/k[3][0] != 0);
 }
 
+// CIColorCrossPolynomial: each color is a sum of red, green, blue, their squares, their products and 1.
 ImageRef ColorCrossPolynomial(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
+    ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;
     const CrossPolynomialFormula formula = {{ReadElements<10>(inputs, "inputRedCoefficients"),
                                              ReadElements<10>(inputs, "inputGreenCoefficients"),

@@ -19,12 +19,12 @@ namespace core_image {
 
 // Every formula: its struct is called ...Formula.
 #define CORE_IMAGE_COLOR_FORMULAS(FORMULA) \
-    FORMULA(Matrix)                         \
-    FORMULA(Gamma)                          \
-    FORMULA(Clamp)                          \
-    FORMULA(Posterize)                      \
-    FORMULA(Monochrome)                     \
-    FORMULA(Polynomial)                     \
+    FORMULA(Matrix)                        \
+    FORMULA(Gamma)                         \
+    FORMULA(Clamp)                         \
+    FORMULA(Posterize)                     \
+    FORMULA(Monochrome)                    \
+    FORMULA(Polynomial)                    \
     FORMULA(CrossPolynomial)
 
 // Colors and alpha become rows[channel] * (red, green, blue, alpha) + bias[channel]; alpha is then 0 at least.
@@ -75,7 +75,7 @@ class FormulaFunction : public PointFunction {
   public:
     explicit FormulaFunction(const Formula& formula) : formula_(formula) {}
 
-    void apply(float* pixels, std::size_t count) const override { Apply(formula_, pixels, count); }
+    void ApplyToRun(float* pixels, std::size_t count) const override { Apply(formula_, pixels, count); }
 
   private:
     Formula formula_;
@@ -84,7 +84,7 @@ class FormulaFunction : public PointFunction {
 // The image of an input under a formula; its extent is the input's, or infinite.
 template <class Formula>
 ImageRef MakeFormulaImage(ImageRef input, const Formula& formula, bool isInfinite = false) {
-    const Extent extent = isInfinite ? Extent::infinite() : input->extent();
+    const Extent extent = isInfinite ? Extent::Infinite() : input->GetExtent();
     return MakePointImage(std::move(input), std::make_unique<FormulaFunction<Formula>>(formula), extent);
 }
 

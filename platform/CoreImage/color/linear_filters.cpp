@@ -6,18 +6,18 @@
 #include <cmath>
 #include <utility>
 
-#include "color/color.h"
 #include "color/color_matrix.h"
+#include "color/filters.h"
 #include "color/formulas.h"
 #include "core/luminance.h"
 
 namespace core_image {
 namespace {
 
-constexpr ColorMatrix::Columns kIdentity = {{{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}};
+constexpr MatrixFunction::Columns kIdentity = {{{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}};
 
-ImageRef MakeMatrixImage(ImageRef input, const ColorMatrix::Columns& columns) {
-    return MakePointImage(std::move(input), std::make_unique<ColorMatrix>(columns));
+ImageRef MakeMatrixImage(ImageRef input, const MatrixFunction::Columns& columns) {
+    return MakePointImage(std::move(input), std::make_unique<MatrixFunction>(columns));
 }
 
 MatrixFormula ReadMatrix(const Inputs& inputs) {
@@ -25,8 +25,8 @@ MatrixFormula ReadMatrix(const Inputs& inputs) {
     MatrixFormula formula;
     for (std::size_t row = 0; row < 4; ++row) {
         for (std::size_t column = 0; column < 4; ++column)
-            formula.rows[row][column] = static_cast<float>(inputs.element(kKeys[row], column));
-        formula.bias[row] = static_cast<float>(inputs.element("inputBiasVector", row));
+            formula.rows[row][column] = static_cast<float>(inputs.GetElement(kKeys[row], column));
+        formula.bias[row] = static_cast<float>(inputs.GetElement("inputBiasVector", row));
     }
     return formula;
 }
@@ -39,9 +39,9 @@ bool KeepsAlphaApart(const MatrixFormula& formula) {
 }
 
 // Such a formula as a map of premultiplied pixels: colors are multiplied by the new alpha, and so is their offset.
-ColorMatrix::Columns ColumnsOf(const MatrixFormula& formula) {
+MatrixFunction::Columns ColumnsOf(const MatrixFormula& formula) {
     const double alpha = formula.rows[3][3];
-    ColorMatrix::Columns columns{};
+    MatrixFunction::Columns columns{};
     for (std::size_t row = 0; row < 3; ++row) {
         for (std::size_t column = 0; column < 3; ++column)
             columns[column][row] = FiniteFloat(formula.rows[row][column] * alpha);
@@ -53,40 +53,45 @@ ColorMatrix::Columns ColumnsOf(const MatrixFormula& formula) {
 
 }  // namespace
 
+// CIExposureAdjust: colors times two to the power of inputEV.
 ImageRef ExposureAdjust(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
-    const double stops = inputs.number("inputEV");
+    ImageRef input = inputs.GetImage("inputImage");
+    const double stops = inputs.GetNumber("inputEV");
     if (input == nullptr || stops == 0) return input;
-    ColorMatrix::Columns columns = kIdentity;
+    MatrixFunction::Columns columns = kIdentity;
     for (std::size_t channel = 0; channel < 3; ++channel) columns[channel][channel] = FiniteFloat(std::exp2(stops));
     return MakeMatrixImage(std::move(input), columns);
 }
 
+// CIColorInvert: one minus each color.
 ImageRef ColorInvert(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
+    ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;
     return MakeMatrixImage(std::move(input), {{{-1, 0, 0, 0}, {0, -1, 0, 0}, {0, 0, -1, 0}, {1, 1, 1, 1}}});
 }
 
-ImageRef ColorMatrixFilter(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
+// CIColorMatrix: red, green, blue and alpha are each the product of (red, green, blue, alpha) and inputRVector, inputGVector,
+// inputBVector or inputAVector, plus an element of inputBiasVector. Alpha may exceed 1. Infinite where the bias has alpha.
+ImageRef ColorMatrix(const Inputs& inputs) {
+    ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;
     const MatrixFormula formula = ReadMatrix(inputs);
     if (!KeepsAlphaApart(formula)) {
         const bool showsNothing = formula.bias[3] == 0;
         return MakeFormulaImage(std::move(input), formula, /*isInfinite=*/!showsNothing);
     }
-    const ColorMatrix::Columns columns = ColumnsOf(formula);
+    const MatrixFunction::Columns columns = ColumnsOf(formula);
     return columns == kIdentity ? input : MakeMatrixImage(std::move(input), columns);
 }
 
+// CIFalseColor: inputColor0 where luminance is 0, inputColor1 where it is 1, and on the straight line through them elsewhere.
 ImageRef FalseColor(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
+    ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;
-    const Pixel dark = inputs.color("inputColor0"), light = inputs.color("inputColor1");
+    const Pixel dark = inputs.GetColor("inputColor0"), light = inputs.GetColor("inputColor1");
     const float from[] = {dark.red, dark.green, dark.blue, dark.alpha};
     const float to[] = {light.red, light.green, light.blue, light.alpha};
-    ColorMatrix::Columns columns{};
+    MatrixFunction::Columns columns{};
     for (std::size_t row = 0; row < 4; ++row) {
         for (std::size_t column = 0; column < 3; ++column)
             columns[column][row] = FiniteFloat(kLuminance[column] * (static_cast<double>(to[row]) - from[row]));

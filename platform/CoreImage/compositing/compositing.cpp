@@ -2,11 +2,13 @@
 
 #include "compositing/compositing.h"
 
+#include <memory>
 #include <utility>
 
 #include "compositing/blend.h"
+#include "compositing/filters.h"
+#include "core/cropped.h"
 #include "core/point.h"
-#include "geometry/geometry.h"
 
 namespace core_image {
 namespace {
@@ -17,7 +19,7 @@ class BlendFunction : public CombiningFunction {
   public:
     explicit BlendFunction(Blend blend) : blend_(blend) {}
 
-    void apply(float* pixels, const float* const* others, std::size_t count) const override {
+    void ApplyToRun(float* pixels, const float* const* others, std::size_t count) const override {
         blend_(pixels, others, count);
     }
 
@@ -25,30 +27,39 @@ class BlendFunction : public CombiningFunction {
     Blend blend_;
 };
 
-ImageRef Compose(const Inputs& inputs, Blend blend) {
-    ImageRef source = inputs.image("inputImage"), background = inputs.image("inputBackgroundImage");
+ImageRef MakeBlendedImage(ImageRef source, ImageRef background, Blend blend) {
     if (source == nullptr) return background;
     if (background == nullptr) return source;
-    const Extent extent = source->extent().unionWith(background->extent());
+    const Extent extent = source->GetExtent().UnionWith(background->GetExtent());
     return MakeCombinedImage({std::move(background), std::move(source)}, std::make_unique<BlendFunction>(blend),
                              extent);
 }
 
+ImageRef Compose(const Inputs& inputs, Blend blend) {
+    return MakeBlendedImage(inputs.GetImage("inputImage"), inputs.GetImage("inputBackgroundImage"), blend);
+}
+
 ImageRef ComposeUnderMask(const Inputs& inputs, Blend blend) {
-    ImageRef source = inputs.image("inputImage"), background = inputs.image("inputBackgroundImage");
-    ImageRef mask = inputs.image("inputMaskImage");
+    ImageRef source = inputs.GetImage("inputImage"), background = inputs.GetImage("inputBackgroundImage");
+    ImageRef mask = inputs.GetImage("inputMaskImage");
     if (source == nullptr || mask == nullptr) return background;
-    const Extent shown = source->extent().intersection(mask->extent());
+    const Extent shown = source->GetExtent().Intersection(mask->GetExtent());
     if (background == nullptr) background = MakeCroppedImage(source, Extent{});
-    const Extent extent = background->extent().unionWith(shown);
+    const Extent extent = background->GetExtent().UnionWith(shown);
     return MakeCombinedImage({std::move(background), std::move(source), std::move(mask)},
                              std::make_unique<BlendFunction>(blend), extent);
 }
 
 }  // namespace
 
-ImageRef SourceOver(const Inputs& inputs) { return Compose(inputs, OverRow); }
+ImageRef MakeSourceOverImage(ImageRef source, ImageRef background) {
+    return MakeBlendedImage(std::move(source), std::move(background), OverRow);
+}
+
+// CIAdditionCompositing: the sum, of alpha too, which may then exceed 1.
 ImageRef AdditionCompositing(const Inputs& inputs) { return Compose(inputs, AddRow); }
+
+// The blend modes: where both images are, the mode's own color; where one of them is, that. See blend.h.
 ImageRef ColorBlendMode(const Inputs& inputs) { return Compose(inputs, ColoriseRow); }
 ImageRef ColorBurnBlendMode(const Inputs& inputs) { return Compose(inputs, BurnRow); }
 ImageRef ColorDodgeBlendMode(const Inputs& inputs) { return Compose(inputs, DodgeRow); }
@@ -56,6 +67,8 @@ ImageRef DarkenBlendMode(const Inputs& inputs) { return Compose(inputs, DarkenRo
 ImageRef DifferenceBlendMode(const Inputs& inputs) { return Compose(inputs, DifferenceRow); }
 ImageRef ExclusionBlendMode(const Inputs& inputs) { return Compose(inputs, ExcludeRow); }
 
+// CIBlendWithMask, CIBlendWithAlphaMask: from the background to the image as inputMaskImage's green, or alpha, goes from 0 to 1.
+// Reaches over the background and over the image inside the mask. Without a mask it is the background.
 ImageRef BlendWithMask(const Inputs& inputs) { return ComposeUnderMask(inputs, MaskGreenRow); }
 ImageRef BlendWithAlphaMask(const Inputs& inputs) { return ComposeUnderMask(inputs, MaskAlphaRow); }
 

@@ -14,10 +14,10 @@
 namespace core_image {
 
 // How a pixel is laid out: bytes or floats in the order red, green, blue, alpha.
-enum class PixelFormat { bytes, floats };
+enum class PixelFormat { kBytes, kFloats };
 
 // What the fourth number does to the others.
-enum class Alpha { straight, premultiplied, ignored };
+enum class Alpha { kStraight, kPremultiplied, kIgnored };
 
 // Pixels to make an image of.
 struct BitmapSource {
@@ -25,17 +25,17 @@ struct BitmapSource {
     std::size_t width = 0;
     std::size_t height = 0;
     std::size_t bytesPerRow = 0;
-    PixelFormat format = PixelFormat::bytes;
-    Alpha alpha = Alpha::straight;
-    Transfer transfer = Transfer::sRGB;
+    PixelFormat format = PixelFormat::kBytes;
+    Alpha alpha = Alpha::kStraight;
+    Transfer transfer = Transfer::kSRGB;
 };
 
 // Where to render to: premultiplied pixels.
 struct BitmapDestination {
     void* pixels = nullptr;  // of the topmost row
     std::ptrdiff_t bytesPerRow = 0;
-    PixelFormat format = PixelFormat::bytes;
-    Transfer transfer = Transfer::sRGB;
+    PixelFormat format = PixelFormat::kBytes;
+    Transfer transfer = Transfer::kSRGB;
 };
 
 // The image of a bitmap, whose pixels the owner keeps alive.
@@ -43,7 +43,7 @@ ImageRef MakeBitmapImage(const BitmapSource& source, std::shared_ptr<const void>
 
 // How many bytes a pixel takes.
 constexpr std::size_t SizeOfPixel(PixelFormat format) {
-    return format == PixelFormat::bytes ? kFloatsPerPixel : kFloatsPerPixel * sizeof(float);
+    return format == PixelFormat::kBytes ? kFloatsPerPixel : kFloatsPerPixel * sizeof(float);
 }
 
 // Encodes a run in blocks, whose memory is used, into its place in a bitmap that stands for a region.

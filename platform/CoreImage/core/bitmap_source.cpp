@@ -28,23 +28,23 @@ HWY_INLINE Wide FractionOf(Integers byte) { return hn::Mul(hn::ConvertTo(WideTag
 // Linear light of pixels, red in their lowest bits. Tables are those of transfer.h; without any the bytes are linear.
 HWY_INLINE Colors Decode(Integers pixels, Alpha kind, const float* plain, const float* premultiplied) {
     const IntegerTag d;
-    const Integers alpha = kind == Alpha::ignored ? hn::Set(d, 255) : ByteOf(pixels, 24);
+    const Integers alpha = kind == Alpha::kIgnored ? hn::Set(d, 255) : ByteOf(pixels, 24);
     const auto each = [&](const auto& decode) HWY_ATTR {
         return Colors{decode(ByteOf(pixels, 0)), decode(ByteOf(pixels, 8)), decode(ByteOf(pixels, 16)),
-                       FractionOf(alpha)};
+                      FractionOf(alpha)};
     };
     const bool isOpaque = hn::AllTrue(d, hn::Eq(alpha, hn::Set(d, 255)));
     Colors c;
     if (plain == nullptr) {
         c = each([](Integers byte) HWY_ATTR { return FractionOf(byte); });
-    } else if (isOpaque || kind == Alpha::straight) {
+    } else if (isOpaque || kind == Alpha::kStraight) {
         c = each([&](Integers byte) HWY_ATTR { return hn::GatherIndex(WideTag(), plain, byte); });
     } else {
         const Integers row = hn::ShiftLeft<8>(alpha);
         return each([&](Integers byte)
                         HWY_ATTR { return hn::GatherIndex(WideTag(), premultiplied, hn::Add(row, byte)); });
     }
-    if (kind == Alpha::straight && !isOpaque) Premultiply(c);
+    if (kind == Alpha::kStraight && !isOpaque) Premultiply(c);
     return c;
 }
 
@@ -73,12 +73,12 @@ class BitmapStage : public Stage {
   public:
     explicit BitmapStage(const BitmapSource& source) : source_(source) {}
 
-    bool isPointwise() const override { return true; }
+    bool IsPointwise() const override { return true; }
 
-    std::optional<View> held(const Region& region) const override {
+    std::optional<View> Held(const Region& region) const override {
         constexpr std::size_t kAlignment = alignof(float);
         const auto address = reinterpret_cast<std::uintptr_t>(source_.pixels);
-        if (source_.format != PixelFormat::floats || source_.transfer != Transfer::linear ||
+        if (source_.format != PixelFormat::kFloats || source_.transfer != Transfer::kLinear ||
             (address | source_.bytesPerRow) % kAlignment != 0) {
             return std::nullopt;
         }
@@ -88,25 +88,25 @@ class BitmapStage : public Stage {
         const View all = {{0, 0, static_cast<std::int64_t>(source_.width), height},
                           top + static_cast<std::ptrdiff_t>(height - 1) * floatsPerRow,
                           -floatsPerRow};
-        return all.part(region);
+        return all.Part(region);
     }
 
-    void render(const Tile& tile) const override {
-        if (source_.format == PixelFormat::bytes || source_.transfer == Transfer::sRGB) {
+    void Render(const Tile& tile) const override {
+        if (source_.format == PixelFormat::kBytes || source_.transfer == Transfer::kSRGB) {
             RenderByRuns(*this, tile);
             return;
         }
-        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
-            std::memcpy(tile.row(y), place(tile.region.x, y), tile.width() * kFloatsPerPixel * sizeof(float));
+        for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
+            std::memcpy(tile.Row(y), Place(tile.region.x, y), tile.Width() * kFloatsPerPixel * sizeof(float));
         }
     }
 
-    void renderRun(const Run& run, float* blocks, float*) const override {
-        const std::uint8_t* from = place(run.x, run.y);
-        const bool isEncoded = source_.transfer == Transfer::sRGB;
-        if (source_.format == PixelFormat::bytes) {
+    void RenderRun(const Run& run, float* blocks, float*) const override {
+        const std::uint8_t* from = Place(run.x, run.y);
+        const bool isEncoded = source_.transfer == Transfer::kSRGB;
+        if (source_.format == PixelFormat::kBytes) {
             const float* plain = isEncoded ? DecodedBytes() : nullptr;
-            const bool isDivided = isEncoded && source_.alpha == Alpha::premultiplied;
+            const bool isDivided = isEncoded && source_.alpha == Alpha::kPremultiplied;
             HWY_DYNAMIC_DISPATCH(DecodeBytes)
             (from, source_.alpha, plain, isDivided ? DecodedPremultipliedBytes() : nullptr, blocks, run.count);
         } else {
@@ -116,7 +116,7 @@ class BitmapStage : public Stage {
     }
 
   private:
-    const std::uint8_t* place(std::int64_t x, std::int64_t y) const {
+    const std::uint8_t* Place(std::int64_t x, std::int64_t y) const {
         const std::size_t row = source_.height - 1 - static_cast<std::size_t>(y);
         return static_cast<const std::uint8_t*>(source_.pixels) + row * source_.bytesPerRow +
                static_cast<std::size_t>(x) * SizeOfPixel(source_.format);
@@ -132,15 +132,15 @@ class BitmapImage : public Image {
           source_(source),
           numbers_(source),
           owner_(std::move(owner)) {
-        numbers_.transfer = Transfer::linear;
+        numbers_.transfer = Transfer::kLinear;
     }
 
-    std::unique_ptr<const Stage> prepare(const Region&) const override {
+    std::unique_ptr<const Stage> MakeStage(const Region&) const override {
         return std::make_unique<BitmapStage>(IsMatching() ? source_ : numbers_);
     }
 
-    ImageRef encoded() const override {
-        if (source_.transfer == Transfer::linear) return nullptr;
+    ImageRef Encoded() const override {
+        if (source_.transfer == Transfer::kLinear) return nullptr;
         return MakeBitmapImage(numbers_, owner_);
     }
 

@@ -56,7 +56,7 @@ HWY_EXPORT(CopyLines);
 constexpr std::size_t kLine = 64;  // of memory, in bytes
 
 void* PlaceIn(const BitmapDestination& destination, const Region& region, std::int64_t x, std::int64_t y) {
-    const auto row = static_cast<std::ptrdiff_t>(region.top() - 1 - y);
+    const auto row = static_cast<std::ptrdiff_t>(region.Top() - 1 - y);
     const auto column = static_cast<std::ptrdiff_t>(x - region.x);
     return static_cast<std::uint8_t*>(destination.pixels) + row * destination.bytesPerRow +
            column * static_cast<std::ptrdiff_t>(SizeOfPixel(destination.format));
@@ -70,8 +70,8 @@ std::size_t PixelsToLine(const BitmapDestination& destination, const Region& reg
 }
 
 void Store(float* blocks, const Run& run, const Region& region, const BitmapDestination& destination, bool pastCache) {
-    if (destination.transfer == Transfer::sRGB) EncodeRun(blocks, run.count);
-    if (destination.format == PixelFormat::bytes) {
+    if (destination.transfer == Transfer::kSRGB) EncodeRun(blocks, run.count);
+    if (destination.format == PixelFormat::kBytes) {
         HWY_DYNAMIC_DISPATCH(ToBytes)(blocks, run.count);
     } else {
         FromBlocks(blocks, run.count, blocks);

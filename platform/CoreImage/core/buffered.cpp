@@ -14,19 +14,19 @@ class BufferedStage : public Stage {
   public:
     BufferedStage(const ImageRef& input, const Region& region) : pixels_(RenderBlock(input, region)) {}
 
-    bool isPointwise() const override { return true; }
+    bool IsPointwise() const override { return true; }
 
-    std::optional<View> held(const Region& region) const override { return pixels_.view().part(region); }
+    std::optional<View> Held(const Region& region) const override { return pixels_.GetView().Part(region); }
 
-    void render(const Tile& tile) const override {
-        const View from = pixels_.view().part(tile.region);
-        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
-            std::memcpy(tile.row(y), from.row(y), tile.width() * kFloatsPerPixel * sizeof(float));
+    void Render(const Tile& tile) const override {
+        const View from = pixels_.GetView().Part(tile.region);
+        for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
+            std::memcpy(tile.Row(y), from.Row(y), tile.Width() * kFloatsPerPixel * sizeof(float));
         }
     }
 
-    void renderRun(const Run& run, float* blocks, float*) const override {
-        ToBlocks(pixels_.tile().part(run.region()).pixels, run.count, blocks);
+    void RenderRun(const Run& run, float* blocks, float*) const override {
+        ToBlocks(pixels_.GetTile().Part(run.GetRegion()).pixels, run.count, blocks);
     }
 
   private:
@@ -35,9 +35,9 @@ class BufferedStage : public Stage {
 
 class BufferedImage : public Image {
   public:
-    explicit BufferedImage(ImageRef input) : Image(input->extent(), input->depth()), input_(std::move(input)) {}
+    explicit BufferedImage(ImageRef input) : Image(input->GetExtent(), input->GetDepth()), input_(std::move(input)) {}
 
-    std::unique_ptr<const Stage> prepare(const Region& region) const override {
+    std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         return std::make_unique<BufferedStage>(input_, region);
     }
 
@@ -56,7 +56,7 @@ PixelBlock RenderBlock(const ImageRef& image, const Region& region) {
     tbb::parallel_for<std::int64_t>(0, columns * rows, [&](std::int64_t index) {
         const Region tile = {region.x + index % columns * kTileWidth, region.y + index / columns * kTileHeight,
                              kTileWidth, kTileHeight};
-        prepared.render(pixels.tile().part(region.intersection(tile)));
+        prepared.Render(pixels.GetTile().Part(region.Intersection(tile)));
     });
     return pixels;
 }

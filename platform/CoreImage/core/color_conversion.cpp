@@ -38,7 +38,7 @@ class ProfileConversion : public ColorConversion {
     ProfileConversion(cmsHTRANSFORM transform, bool spreadsGray)
         : transform_(transform, cmsDeleteTransform), spreadsGrey_(spreadsGray) {}
 
-    void convert(float* pixels, std::size_t count) const override {
+    void Convert(float* pixels, std::size_t count) const override {
         cmsDoTransform(transform_.get(), pixels, pixels, static_cast<cmsUInt32Number>(count));
         for (float* pixel = pixels; spreadsGrey_ && pixel != pixels + 4 * count; pixel += 4)
             pixel[1] = pixel[2] = pixel[0];
@@ -60,7 +60,7 @@ std::shared_ptr<const ColorConversion> MakeConversion(const std::string& bytes, 
     const cmsUInt32Number ownPixels = isGray ? kGrayPixels : TYPE_RGBA_FLT;
     // Why no optimizing: it would replace the formulas by tables that end at 0 and 1. Why no cache: threads share a conversion.
     constexpr cmsUInt32Number kFlags = cmsFLAGS_NOOPTIMIZE | cmsFLAGS_NOCACHE;
-    const bool toLight = direction == MatchingDirection::toLight;
+    const bool toLight = direction == MatchingDirection::kToLight;
     cmsHTRANSFORM transform = toLight ? cmsCreateTransform(own.get(), ownPixels, light.get(), TYPE_RGBA_FLT,
                                                            INTENT_RELATIVE_COLORIMETRIC, kFlags)
                                       : cmsCreateTransform(light.get(), TYPE_RGBA_FLT, own.get(), ownPixels,
@@ -77,7 +77,7 @@ bool IsCurve(const ColorConversion& toLight, float (*curve)(float)) {
         const std::array<std::array<float, 4>, 4> colors = {
             {{value, value, value, 1}, {value, 0, 0, 1}, {0, value, 0, 1}, {0, 0, value, 1}}};
         std::array<std::array<float, 4>, 4> converted = colors;
-        toLight.convert(converted[0].data(), converted.size());
+        toLight.Convert(converted[0].data(), converted.size());
         for (std::size_t index = 0; index < colors.size(); ++index) {
             for (std::size_t channel = 0; channel < 3; ++channel) {
                 const float apart = converted[index][channel] - curve(colors[index][channel]);
@@ -89,10 +89,10 @@ bool IsCurve(const ColorConversion& toLight, float (*curve)(float)) {
 }
 
 Coding MakeCoding(const std::string& bytes, MatchingDirection direction) {
-    const auto toLight = MakeConversion(bytes, MatchingDirection::toLight);
-    if (toLight == nullptr || IsCurve(*toLight, DecodeSRGB)) return {Transfer::sRGB, nullptr};
-    if (IsCurve(*toLight, [](float value) { return value; })) return {Transfer::linear, nullptr};
-    return {Transfer::sRGB, direction == MatchingDirection::toLight ? toLight : MakeConversion(bytes, direction)};
+    const auto toLight = MakeConversion(bytes, MatchingDirection::kToLight);
+    if (toLight == nullptr || IsCurve(*toLight, DecodeSRGB)) return {Transfer::kSRGB, nullptr};
+    if (IsCurve(*toLight, [](float value) { return value; })) return {Transfer::kLinear, nullptr};
+    return {Transfer::kSRGB, direction == MatchingDirection::kToLight ? toLight : MakeConversion(bytes, direction)};
 }
 
 }  // namespace

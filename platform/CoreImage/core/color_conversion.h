@@ -21,7 +21,7 @@ struct Profile {
 };
 
 // What a conversion leads to.
-enum class MatchingDirection { toLight, fromLight };
+enum class MatchingDirection { kToLight, kFromLight };
 
 // Converts colors of one profile in one direction.
 class ColorConversion {
@@ -29,12 +29,12 @@ class ColorConversion {
     virtual ~ColorConversion() = default;
 
     // Converts pixels in place: four floats each, not multiplied by the fourth, which stays.
-    virtual void convert(float* pixels, std::size_t count) const = 0;
+    virtual void Convert(float* pixels, std::size_t count) const = 0;
 };
 
 // How the numbers of a bitmap stand for light: by a curve, or as a conversion says where there is one.
 struct Coding {
-    Transfer transfer = Transfer::sRGB;
+    Transfer transfer = Transfer::kSRGB;
     std::shared_ptr<const ColorConversion> conversion;
 };
 

@@ -18,22 +18,22 @@ class Converting : public PointFunction {
     Converting(std::shared_ptr<const ColorConversion> conversion, bool encodes)
         : conversion_(std::move(conversion)), encodes_(encodes) {}
 
-    void apply(float* blocks, std::size_t count) const override {
+    void ApplyToRun(float* blocks, std::size_t count) const override {
         float pixels[kRunFloats];
         FromBlocks(blocks, count, pixels);
         float* const end = pixels + count * kFloatsPerPixel;
-        for (float* pixel = pixels; pixel != end; pixel += kFloatsPerPixel) scale(pixel, inverse(pixel[3]));
-        conversion_->convert(pixels, count);
+        for (float* pixel = pixels; pixel != end; pixel += kFloatsPerPixel) Scale(pixel, Inverse(pixel[3]));
+        conversion_->Convert(pixels, count);
         // What black and nothing become is not seen: transparent stays transparent black.
-        for (float* pixel = pixels; pixel != end; pixel += kFloatsPerPixel) scale(pixel, pixel[3]);
+        for (float* pixel = pixels; pixel != end; pixel += kFloatsPerPixel) Scale(pixel, pixel[3]);
         ToBlocks(pixels, count, blocks);
         if (encodes_) EncodeRun(blocks, count);
     }
 
   private:
-    static float inverse(float alpha) { return alpha == 0 || !std::isfinite(alpha) ? 0 : 1 / alpha; }
+    static float Inverse(float alpha) { return alpha == 0 || !std::isfinite(alpha) ? 0 : 1 / alpha; }
 
-    static void scale(float* pixel, float factor) {
+    static void Scale(float* pixel, float factor) {
         for (int channel = 0; channel < 3; ++channel) pixel[channel] *= factor;
     }
 
@@ -45,18 +45,18 @@ class Converting : public PointFunction {
 class MatchedImage : public Image {
   public:
     MatchedImage(ImageRef numbers, std::shared_ptr<const ColorConversion> toLight, bool isEncoded)
-        : Image(numbers->extent(), numbers->depth()),
+        : Image(numbers->GetExtent(), numbers->GetDepth()),
           numbers_(std::move(numbers)),
           toLight_(std::move(toLight)),
           isEncoded_(isEncoded),
           seen_(MakePointImage(numbers_, std::make_unique<Converting>(toLight_, isEncoded))) {}
 
-    std::unique_ptr<const Stage> prepare(const Region& region) const override {
-        return (IsMatching() ? seen_ : numbers_)->prepare(region);
+    std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
+        return (IsMatching() ? seen_ : numbers_)->MakeStage(region);
     }
 
     // Encoded with the curve of sRGB, since it is by that curve that pictures are decoded.
-    ImageRef encoded() const override {
+    ImageRef Encoded() const override {
         return isEncoded_ ? nullptr : std::make_shared<MatchedImage>(numbers_, toLight_, /*isEncoded=*/true);
     }
 

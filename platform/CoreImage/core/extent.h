@@ -20,19 +20,19 @@ struct Region {
     std::int64_t width = 0;
     std::int64_t height = 0;
 
-    bool isEmpty() const { return width <= 0 || height <= 0; }
-    std::int64_t right() const { return x + width; }
-    std::int64_t top() const { return y + height; }
-    bool contains(std::int64_t pixelX, std::int64_t pixelY) const {
-        return pixelX >= x && pixelX < right() && pixelY >= y && pixelY < top();
+    bool IsEmpty() const { return width <= 0 || height <= 0; }
+    std::int64_t Right() const { return x + width; }
+    std::int64_t Top() const { return y + height; }
+    bool Contains(std::int64_t pixelX, std::int64_t pixelY) const {
+        return pixelX >= x && pixelX < Right() && pixelY >= y && pixelY < Top();
     }
-    Region grownBy(std::int64_t amount) const {
+    Region GrownBy(std::int64_t amount) const {
         return {x - amount, y - amount, width + 2 * amount, height + 2 * amount};
     }
-    Region intersection(const Region& other) const {
+    Region Intersection(const Region& other) const {
         const std::int64_t left = std::max(x, other.x);
         const std::int64_t bottom = std::max(y, other.y);
-        return {left, bottom, std::min(right(), other.right()) - left, std::min(top(), other.top()) - bottom};
+        return {left, bottom, std::min(Right(), other.Right()) - left, std::min(Top(), other.Top()) - bottom};
     }
     bool operator==(const Region&) const = default;
 };
@@ -44,37 +44,41 @@ struct Extent {
     double right = 0;
     double top = 0;
 
-    static constexpr Extent infinite() {
+    static constexpr Extent Infinite() {
         constexpr double far = std::numeric_limits<double>::infinity();
         return {-far, -far, far, far};
     }
-    static Extent of(const Region& region) {
-        return {static_cast<double>(region.x), static_cast<double>(region.y), static_cast<double>(region.right()),
-                static_cast<double>(region.top())};
+    static Extent Of(const Region& region) {
+        return {static_cast<double>(region.x), static_cast<double>(region.y), static_cast<double>(region.Right()),
+                static_cast<double>(region.Top())};
     }
     // Written so that an edge that is no number makes the extent empty.
-    bool isEmpty() const { return !(right > left && top > bottom); }
-    bool isInfinite() const { return *this == infinite(); }
-    Extent grownBy(double amount) const { return {left - amount, bottom - amount, right + amount, top + amount}; }
-    Extent intersection(const Extent& other) const {
+    bool IsEmpty() const { return !(right > left && top > bottom); }
+    bool IsInfinite() const { return *this == Infinite(); }
+    Extent GrownBy(double amount) const { return {left - amount, bottom - amount, right + amount, top + amount}; }
+    Extent Intersection(const Extent& other) const {
         const Extent shared = {std::max(left, other.left), std::max(bottom, other.bottom), std::min(right, other.right),
                                std::min(top, other.top)};
-        return shared.isEmpty() ? Extent{} : shared;
+        return shared.IsEmpty() ? Extent{} : shared;
     }
     // The smallest extent that holds both.
-    Extent unionWith(const Extent& other) const {
-        if (isEmpty()) return other;
-        if (other.isEmpty()) return *this;
+    Extent UnionWith(const Extent& other) const {
+        if (IsEmpty()) return other;
+        if (other.IsEmpty()) return *this;
         return {std::min(left, other.left), std::min(bottom, other.bottom), std::max(right, other.right),
                 std::max(top, other.top)};
     }
     bool operator==(const Extent&) const = default;
 };
 
+// The pixels that an extent covers. Returns false for an extent that is empty, infinite, or so far from the origin that its
+// pixels could not be counted exactly.
+[[nodiscard]] bool RegionOfExtent(const Extent& extent, Region* region) noexcept;
+
 // The pixels of a region that lie in an extent.
 inline Region Clip(const Region& region, const Extent& extent) {
-    const Extent shared = Extent::of(region).intersection(extent);
-    if (shared.isEmpty()) return {};
+    const Extent shared = Extent::Of(region).Intersection(extent);
+    if (shared.IsEmpty()) return {};
     const auto x = static_cast<std::int64_t>(shared.left);
     const auto y = static_cast<std::int64_t>(shared.bottom);
     return {x, y, static_cast<std::int64_t>(shared.right) - x, static_cast<std::int64_t>(shared.top) - y};

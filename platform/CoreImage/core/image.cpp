@@ -4,59 +4,59 @@
 
 namespace core_image {
 
-void Stage::renderRun(const Run& run, float* blocks, float*) const {
-    render({run.region(), blocks, 0});
+void Stage::RenderRun(const Run& run, float* blocks, float*) const {
+    Render({run.GetRegion(), blocks, 0});
     ToBlocks(blocks, run.count, blocks);
 }
 
 void RenderByRuns(const Stage& stage, const Tile& tile) {
-    const RunMemory memory(1 + stage.spareRuns());
+    const RunMemory memory(1 + stage.SpareRuns());
     ForEachRun(tile.region, [&](const Run& run) {
-        stage.renderRun(run, memory.run(0), memory.run(1));
-        FromBlocks(memory.run(0), run.count, tile.part(run.region()).pixels);
+        stage.RenderRun(run, memory.Run(0), memory.Run(1));
+        FromBlocks(memory.Run(0), run.count, tile.Part(run.GetRegion()).pixels);
     });
 }
 
-void Prepared::renderRun(const Run& run, float* blocks, float* spare) const {
-    const Region region = run.region();
+void Prepared::RenderRun(const Run& run, float* blocks, float* spare) const {
+    const Region region = run.GetRegion();
     if (stage_ != nullptr && Clip(region, extent_) == region) {
-        stage_->renderRun(run, blocks, spare);
+        stage_->RenderRun(run, blocks, spare);
     } else {
-        render({region, blocks, 0});
+        Render({region, blocks, 0});
         ToBlocks(blocks, run.count, blocks);
     }
 }
 
-void Prepared::render(const Tile& tile) const {
+void Prepared::Render(const Tile& tile) const {
     const Region inside = Clip(tile.region, extent_);
-    if (stage_ == nullptr || inside.isEmpty()) {
+    if (stage_ == nullptr || inside.IsEmpty()) {
         Clear(tile);
         return;
     }
     if (inside == tile.region) {
-        stage_->render(tile);
+        stage_->Render(tile);
         return;
     }
     const Region& all = tile.region;
     const std::int64_t middle = inside.height;
     for (const Region& around : {Region{all.x, all.y, all.width, inside.y - all.y},
-                                 Region{all.x, inside.top(), all.width, all.top() - inside.top()},
+                                 Region{all.x, inside.Top(), all.width, all.Top() - inside.Top()},
                                  Region{all.x, inside.y, inside.x - all.x, middle},
-                                 Region{inside.right(), inside.y, all.right() - inside.right(), middle}}) {
-        if (!around.isEmpty()) Clear(tile.part(around));
+                                 Region{inside.Right(), inside.y, all.Right() - inside.Right(), middle}}) {
+        if (!around.IsEmpty()) Clear(tile.Part(around));
     }
-    stage_->render(tile.part(inside));
+    stage_->Render(tile.Part(inside));
 }
 
-std::optional<View> Prepared::held(const Region& region) const {
+std::optional<View> Prepared::Held(const Region& region) const {
     if (stage_ == nullptr || Clip(region, extent_) != region) return std::nullopt;
-    return stage_->held(region);
+    return stage_->Held(region);
 }
 
 Prepared Prepare(const ImageRef& image, const Region& region) {
-    const Region inside = Clip(region, image->extent());
-    if (inside.isEmpty()) return {};
-    return {Extent::of(inside), image->prepare(inside)};
+    const Region inside = Clip(region, image->GetExtent());
+    if (inside.IsEmpty()) return {};
+    return {Extent::Of(inside), image->MakeStage(inside)};
 }
 
 }  // namespace core_image

@@ -1,12 +1,12 @@
 // image.h - an image as a recipe, and the recipe made ready to render.
 //
-// An Image is immutable: it knows its extent and the images it is made of. Rendering has two steps. prepare() is called once
+// An Image is immutable: it knows its extent and the images it is made of. Rendering has two steps. MakeStage() is called once
 // for a region, may do work for all of it (a reduction, a reduced copy for a wide blur) and makes a Stage; the stage then
-// renders tiles of the region, many at a time. An image asks its inputs for the region that it needs of them, in prepare().
+// renders tiles of the region, many at a time. An image asks its inputs for the region that it needs of them, in MakeStage().
 // Stages that work pixel by pixel render runs of pixels (run.h) instead, so that a chain of them works in a core's own cache.
 //
 // Lifetime: images are shared and keep their inputs; a Prepared belongs to one rendering.
-// Threads:  images on any thread; prepare() on one; Stage::render on many at once.
+// Threads:  images on any thread; MakeStage() on one; Stage::Render on many at once.
 // Adding a kind: derive from Image and from Stage in the family's folder. A filter that works pixel by pixel derives from
 //           PointFunction instead (point.h).
 // Failure:  std::bad_alloc when memory is short.
@@ -31,18 +31,18 @@ class Stage {
     virtual ~Stage() = default;
 
     // Writes every pixel of a tile that lies in the image's extent and in the region prepared for.
-    virtual void render(const Tile& tile) const = 0;
+    virtual void Render(const Tile& tile) const = 0;
 
     // Whether it may be rendered run by run at no extra cost, because no pixel needs its neighbors.
-    virtual bool isPointwise() const { return false; }
+    virtual bool IsPointwise() const { return false; }
 
     // The pixels of a region, where all of them stand in memory anyway; none otherwise. The region is one to render.
-    virtual std::optional<View> held(const Region&) const { return std::nullopt; }
+    virtual std::optional<View> Held(const Region&) const { return std::nullopt; }
 
-    // Writes a run in blocks. Spare is room for spareRuns() more, for those of several images. Called of pointwise stages only,
+    // Writes a run in blocks. Spare is room for SpareRuns() more, for those of several images. Called of pointwise stages only,
     // where it saves memory from being written and read again; this one renders a tile.
-    virtual void renderRun(const Run& run, float* blocks, float* spare) const;
-    virtual std::size_t spareRuns() const { return 0; }
+    virtual void RenderRun(const Run& run, float* blocks, float* spare) const;
+    virtual std::size_t SpareRuns() const { return 0; }
 };
 
 // Renders a tile of a pointwise stage run by run.
@@ -55,17 +55,17 @@ class Prepared {
     Prepared(const Extent& extent, std::unique_ptr<const Stage> stage) : extent_(extent), stage_(std::move(stage)) {}
 
     // Writes every pixel of a tile, transparent where the image is not.
-    void render(const Tile& tile) const;
+    void Render(const Tile& tile) const;
 
     // The pixels of a region, where all of them stand in memory anyway; none otherwise. See window.h.
-    std::optional<View> held(const Region& region) const;
+    std::optional<View> Held(const Region& region) const;
 
     // Writes a run in blocks, transparent where the image is not; of a pointwise one.
-    void renderRun(const Run& run, float* blocks, float* spare) const;
-    std::size_t spareRuns() const { return stage_ == nullptr ? 0 : stage_->spareRuns(); }
+    void RenderRun(const Run& run, float* blocks, float* spare) const;
+    std::size_t SpareRuns() const { return stage_ == nullptr ? 0 : stage_->SpareRuns(); }
 
-    const Extent& extent() const { return extent_; }
-    bool isPointwise() const { return stage_ == nullptr || stage_->isPointwise(); }
+    const Extent& GetExtent() const { return extent_; }
+    bool IsPointwise() const { return stage_ == nullptr || stage_->IsPointwise(); }
 
   private:
     Extent extent_;
@@ -78,7 +78,7 @@ struct Depth {
     double images = 0;  // how many there are to render: one that is used in two places counts twice
 
     // Of what lies below an image with two inputs.
-    Depth with(const Depth& other) const { return {std::max(levels, other.levels), images + other.images}; }
+    Depth With(const Depth& other) const { return {std::max(levels, other.levels), images + other.images}; }
 };
 
 // A recipe.
@@ -88,19 +88,19 @@ class Image {
     Image(const Image&) = delete;
     Image& operator=(const Image&) = delete;
 
-    const Extent& extent() const { return extent_; }
+    const Extent& GetExtent() const { return extent_; }
 
     // How large the recipe is, this image included.
-    const Depth& depth() const { return depth_; }
+    const Depth& GetDepth() const { return depth_; }
 
     // Makes a stage for a region, which is not empty and lies in the extent.
-    virtual std::unique_ptr<const Stage> prepare(const Region& region) const = 0;
+    virtual std::unique_ptr<const Stage> MakeStage(const Region& region) const = 0;
 
     // The same image with its numbers as they are stored, encoded, where it is a picture that is stored so, or a picture moved
     // and cut; null otherwise.
     //
     // Why: between the pixels of a picture lies the mean of what is stored, not of the light it stands for.
-    virtual std::shared_ptr<const Image> encoded() const { return nullptr; }
+    virtual std::shared_ptr<const Image> Encoded() const { return nullptr; }
 
   protected:
     // depthBelow is that of the inputs together.

@@ -2,7 +2,9 @@
 
 #include "core/inputs.h"
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "core/transfer.h"
 
@@ -16,59 +18,52 @@ double Finite(double value) { return std::isnan(value) ? 0 : std::clamp(value, -
 
 float FiniteFloat(double value) { return static_cast<float>(Finite(value)); }
 
-const InputValue* Inputs::find(std::string_view key) const {
+const InputValue& Inputs::Find(std::string_view key) const {
     const InputValue* end = values_ + count_;
     const InputValue* found = std::find_if(values_, end, [&](const InputValue& value) { return value.key == key; });
-    return found == end ? nullptr : found;
+    if (found == end) throw UndeclaredKey(key);
+    return *found;
 }
 
-double Inputs::number(std::string_view key) const {
-    const InputValue* value = find(key);
-    return value == nullptr ? 0 : Finite(value->number);
+double Inputs::GetNumber(std::string_view key) const { return Finite(Find(key).number); }
+
+double Inputs::GetElement(std::string_view key, std::size_t index) const {
+    const InputValue& value = Find(key);
+    return value.elements == nullptr || index >= value.count ? 0 : Finite(value.elements[index]);
 }
 
-double Inputs::element(std::string_view key, std::size_t index) const {
-    const InputValue* value = find(key);
-    return value == nullptr || value->elements == nullptr || index >= value->count ? 0 : Finite(value->elements[index]);
-}
-
-Extent Inputs::rectangle(std::string_view key) const {
-    const InputValue* value = find(key);
+Extent Inputs::GetRectangle(std::string_view key) const {
+    const InputValue& value = Find(key);
     double edges[4] = {};
-    if (value != nullptr && value->elements != nullptr) {
-        std::copy_n(value->elements, std::min<std::size_t>(value->count, 4), edges);
-    }
+    if (value.elements != nullptr) std::copy_n(value.elements, std::min<std::size_t>(value.count, 4), edges);
     return ExtentOfRectangle(edges[0], edges[1], edges[2], edges[3]);
 }
 
-Pixel Inputs::color(std::string_view key) const {
-    const double components[] = {element(key, 0), element(key, 1), element(key, 2), element(key, 3)};
+Pixel Inputs::GetColor(std::string_view key) const {
+    const double components[] = {GetElement(key, 0), GetElement(key, 1), GetElement(key, 2), GetElement(key, 3)};
     return PixelOfColor(components);
 }
 
-std::shared_ptr<const float> Inputs::floats(std::string_view key, std::size_t count) const {
-    const InputValue* value = find(key);
-    if (value == nullptr || value->bytes == nullptr || value->count / sizeof(float) < count) return nullptr;
-    const BytesOwner owner = value->owner;
+std::shared_ptr<const float> Inputs::GetFloats(std::string_view key, std::size_t count) const {
+    const InputValue& value = Find(key);
+    if (value.bytes == nullptr || value.count / sizeof(float) < count) return nullptr;
+    const BytesOwner owner = value.owner;
     if (owner.object != nullptr) owner.retain(owner.object);
-    return {static_cast<const float*>(value->bytes), [owner](const float*) {
+    return {static_cast<const float*>(value.bytes), [owner](const float*) {
                 if (owner.object != nullptr) owner.release(owner.object);
             }};
 }
 
-ColorSpace Inputs::space(std::string_view key) const {
-    const InputValue* value = find(key);
-    return value == nullptr ? ColorSpace::none : value->space;
+ColorSpace Inputs::GetSpace(std::string_view key) const { return Find(key).space; }
+
+Profile Inputs::GetProfile(std::string_view key) const {
+    const InputValue& value = Find(key);
+    return {value.bytes, value.count};
 }
 
-Profile Inputs::profile(std::string_view key) const {
-    const InputValue* value = find(key);
-    return value == nullptr ? Profile{} : Profile{value->bytes, value->count};
-}
-
-ImageRef Inputs::image(std::string_view key) const {
-    const InputValue* value = find(key);
-    return value == nullptr || value->image == nullptr ? nullptr : *value->image;
+ImageRef Inputs::GetImage(std::string_view key) const {
+    const InputValue& value = Find(key);
+    return value.image == nullptr ? nullptr : *value.image;
 }
 
 Pixel PixelOfColor(const double* components) {
@@ -85,7 +80,7 @@ Extent ExtentOfRectangle(double x, double y, double width, double height) {
     };
     return Extent{std::floor(edge(std::min(x, x + width))), std::floor(edge(std::min(y, y + height))),
                   std::ceil(edge(std::max(x, x + width))), std::ceil(edge(std::max(y, y + height)))}
-        .intersection(Extent::infinite());
+        .Intersection(Extent::Infinite());
 }
 
 }  // namespace core_image

@@ -9,6 +9,8 @@
 
 #include <cstddef>
 #include <memory>
+#include <stdexcept>
+#include <string>
 #include <string_view>
 
 #include "core/color_conversion.h"
@@ -24,7 +26,7 @@ float FiniteFloat(double value);
 
 // The color spaces that values can be given in: none stands for no space, profile for one whose ICC profile is given, other for an
 // object that is no space of red, green and blue.
-enum class ColorSpace { none, linear, sRGB, profile, other };
+enum class ColorSpace { kNone, kLinear, kSRGB, kProfile, kOther };
 
 // An object that keeps bytes where they are. Without one they stay for good.
 struct BytesOwner {
@@ -42,7 +44,7 @@ struct InputValue {
     const void* bytes = nullptr;       // of data, or of a space's profile
     BytesOwner owner = {};             // of the bytes, which never change
     const ImageRef* image = nullptr;
-    ColorSpace space = ColorSpace::none;
+    ColorSpace space = ColorSpace::kNone;
 };
 
 // Linear light, premultiplied.
@@ -50,37 +52,46 @@ struct Pixel {
     float red, green, blue, alpha;
 };
 
-// All inputs of one filter.
+// Thrown when a filter function reads a key that its filter does not declare; what() is the key. This is a mistake in the
+// function, not in what a user gave: a misspelled key would otherwise read as 0 forever.
+class UndeclaredKey : public std::logic_error {
+  public:
+    explicit UndeclaredKey(std::string_view key) : std::logic_error(std::string(key)) {}
+};
+
+// All inputs of one filter: one value for each key that it declares, empty for a key that has no value.
+//
+// Every function below throws UndeclaredKey for any other key.
 class Inputs {
   public:
     Inputs(const InputValue* values, std::size_t count) : values_(values), count_(count) {}
 
     // A number; finite.
-    double number(std::string_view key) const;
+    double GetNumber(std::string_view key) const;
 
     // An element of a vector; finite, 0 where the vector is too short.
-    double element(std::string_view key, std::size_t index) const;
+    double GetElement(std::string_view key, std::size_t index) const;
 
     // A rectangle (x, y, width, height) as an extent, rounded outward. Whatever reaches as far as the infinite one is infinite.
-    Extent rectangle(std::string_view key) const;
+    Extent GetRectangle(std::string_view key) const;
 
     // A color.
-    Pixel color(std::string_view key) const;
+    Pixel GetColor(std::string_view key) const;
 
     // The floats that bytes are, kept as long as they are used; null when there are fewer. They may lie anywhere in memory.
-    std::shared_ptr<const float> floats(std::string_view key, std::size_t count) const;
+    std::shared_ptr<const float> GetFloats(std::string_view key, std::size_t count) const;
 
     // A color space.
-    ColorSpace space(std::string_view key) const;
+    ColorSpace GetSpace(std::string_view key) const;
 
     // The profile of a color space that is given by one.
-    Profile profile(std::string_view key) const;
+    Profile GetProfile(std::string_view key) const;
 
     // An image; null when there is none.
-    ImageRef image(std::string_view key) const;
+    ImageRef GetImage(std::string_view key) const;
 
   private:
-    const InputValue* find(std::string_view key) const;
+    const InputValue& Find(std::string_view key) const;
 
     const InputValue* values_;
     std::size_t count_;

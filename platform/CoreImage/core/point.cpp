@@ -13,40 +13,40 @@ namespace {
 class PointStage : public Stage {
   public:
     PointStage(Prepared input, std::vector<const PointFunction*> functions)
-        : input_(std::move(input)), functions_(std::move(functions)), isPointwise_(input_.isPointwise()) {}
+        : input_(std::move(input)), functions_(std::move(functions)), isPointwise_(input_.IsPointwise()) {}
 
     PointStage(Prepared input, std::unique_ptr<const PointFunction> function)
         : PointStage(std::move(input), std::vector<const PointFunction*>{function.get()}) {
         own_ = std::move(function);
     }
 
-    bool isPointwise() const override { return isPointwise_; }
+    bool IsPointwise() const override { return isPointwise_; }
 
-    void render(const Tile& tile) const override {
+    void Render(const Tile& tile) const override {
         if (isPointwise_) {
             RenderByRuns(*this, tile);
             return;
         }
-        input_.render(tile);
+        input_.Render(tile);
         const RunMemory memory(1);
         ForEachRun(tile.region, [&](const Run& run) {
-            float* pixels = tile.part(run.region()).pixels;
-            ToBlocks(pixels, run.count, memory.run(0));
-            apply(memory.run(0), run.count);
-            FromBlocks(memory.run(0), run.count, pixels);
+            float* pixels = tile.Part(run.GetRegion()).pixels;
+            ToBlocks(pixels, run.count, memory.Run(0));
+            ApplyAll(memory.Run(0), run.count);
+            FromBlocks(memory.Run(0), run.count, pixels);
         });
     }
 
-    void renderRun(const Run& run, float* blocks, float* spare) const override {
-        input_.renderRun(run, blocks, spare);
-        apply(blocks, run.count);
+    void RenderRun(const Run& run, float* blocks, float* spare) const override {
+        input_.RenderRun(run, blocks, spare);
+        ApplyAll(blocks, run.count);
     }
 
-    std::size_t spareRuns() const override { return input_.spareRuns(); }
+    std::size_t SpareRuns() const override { return input_.SpareRuns(); }
 
   private:
-    void apply(float* blocks, std::size_t count) const {
-        for (const PointFunction* function : functions_) function->apply(blocks, count);
+    void ApplyAll(float* blocks, std::size_t count) const {
+        for (const PointFunction* function : functions_) function->ApplyToRun(blocks, count);
     }
 
     Prepared input_;
@@ -58,12 +58,12 @@ class PointStage : public Stage {
 class PointImage : public Image {
   public:
     PointImage(ImageRef input, std::unique_ptr<const PointFunction> function, const Extent& extent)
-        : Image(extent, input->depth()), input_(std::move(input)), function_(std::move(function)) {}
+        : Image(extent, input->GetDepth()), input_(std::move(input)), function_(std::move(function)) {}
 
-    const ImageRef& input() const { return input_; }
-    const PointFunction& function() const { return *function_; }
+    const ImageRef& GetInput() const { return input_; }
+    const PointFunction& Function() const { return *function_; }
 
-    std::unique_ptr<const Stage> prepare(const Region& region) const override {
+    std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         std::vector<const PointFunction*> functions = {function_.get()};
         const PointImage* first = this;
         while (const auto* below = dynamic_cast<const PointImage*>(first->input_.get())) {
@@ -86,17 +86,17 @@ class CombiningStage : public Stage {
     CombiningStage(std::vector<Prepared> inputs, std::vector<std::size_t> places, const CombiningFunction& function)
         : inputs_(std::move(inputs)), places_(std::move(places)), function_(function) {
         for (std::size_t index = 0; index < inputs_.size(); ++index) {
-            arePointwise_.push_back(inputs_[index].isPointwise());
-            spareRuns_ = std::max(spareRuns_, index + inputs_[index].spareRuns());
+            arePointwise_.push_back(inputs_[index].IsPointwise());
+            spareRuns_ = std::max(spareRuns_, index + inputs_[index].SpareRuns());
         }
         isPointwise_ = std::find(arePointwise_.begin(), arePointwise_.end(), false) == arePointwise_.end();
     }
 
-    bool isPointwise() const override { return isPointwise_; }
+    bool IsPointwise() const override { return isPointwise_; }
 
-    std::size_t spareRuns() const override { return spareRuns_; }
+    std::size_t SpareRuns() const override { return spareRuns_; }
 
-    void render(const Tile& tile) const override {
+    void Render(const Tile& tile) const override {
         if (isPointwise_) {
             RenderByRuns(*this, tile);
             return;
@@ -105,23 +105,23 @@ class CombiningStage : public Stage {
         Tile tiles[kMostCombined] = {tile};
         for (std::size_t index = 0; index < inputs_.size(); ++index) {
             if (arePointwise_[index]) continue;
-            if (index != 0) tiles[index] = memory.emplace_back(tile.region).tile();
-            inputs_[index].render(tiles[index]);
+            if (index != 0) tiles[index] = memory.emplace_back(tile.region).GetTile();
+            inputs_[index].Render(tiles[index]);
         }
         const RunMemory runs(1 + spareRuns_);
         ForEachRun(tile.region, [&](const Run& run) {
-            combine(run, runs.run(0), runs.run(1), tiles);
-            FromBlocks(runs.run(0), run.count, tile.part(run.region()).pixels);
+            Combine(run, runs.Run(0), runs.Run(1), tiles);
+            FromBlocks(runs.Run(0), run.count, tile.Part(run.GetRegion()).pixels);
         });
     }
 
-    void renderRun(const Run& run, float* blocks, float* spare) const override {
-        combine(run, blocks, spare, /*tiles=*/nullptr);
+    void RenderRun(const Run& run, float* blocks, float* spare) const override {
+        Combine(run, blocks, spare, /*tiles=*/nullptr);
     }
 
   private:
     // Inputs that are not pointwise stand in tiles.
-    void combine(const Run& run, float* blocks, float* spare, const Tile* tiles) const {
+    void Combine(const Run& run, float* blocks, float* spare, const Tile* tiles) const {
         float* runs[kMostCombined] = {blocks};
         for (std::size_t index = 0; index < inputs_.size(); ++index) {
             if (index != 0) {
@@ -129,14 +129,14 @@ class CombiningStage : public Stage {
                 spare += kRunFloats;
             }
             if (arePointwise_[index]) {
-                inputs_[index].renderRun(run, runs[index], spare);
+                inputs_[index].RenderRun(run, runs[index], spare);
             } else {
-                ToBlocks(tiles[index].part(run.region()).pixels, run.count, runs[index]);
+                ToBlocks(tiles[index].Part(run.GetRegion()).pixels, run.count, runs[index]);
             }
         }
         const float* others[kMostCombined] = {};
         for (std::size_t image = 1; image < places_.size(); ++image) others[image - 1] = runs[places_[image]];
-        function_.apply(blocks, others, run.count);
+        function_.ApplyToRun(blocks, others, run.count);
     }
 
     std::vector<Prepared> inputs_;
@@ -150,7 +150,7 @@ class CombiningStage : public Stage {
 // How large the recipes of some images are together.
 Depth DepthOf(const std::vector<ImageRef>& images) {
     Depth depth;
-    for (const ImageRef& image : images) depth = depth.with(image->depth());
+    for (const ImageRef& image : images) depth = depth.With(image->GetDepth());
     return depth;
 }
 
@@ -159,7 +159,7 @@ class CombinedImage : public Image {
     CombinedImage(std::vector<ImageRef> inputs, std::unique_ptr<const CombiningFunction> function, const Extent& extent)
         : Image(extent, DepthOf(inputs)), inputs_(std::move(inputs)), function_(std::move(function)) {}
 
-    std::unique_ptr<const Stage> prepare(const Region& region) const override {
+    std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         std::vector<Prepared> prepared;
         std::vector<std::size_t> places;
         for (std::size_t index = 0; index < inputs_.size(); ++index) {
@@ -183,14 +183,14 @@ std::unique_ptr<const Stage> MakePointStage(Prepared input, std::unique_ptr<cons
 }
 
 ImageRef MakePointImage(ImageRef input, std::unique_ptr<const PointFunction> function) {
-    const Extent extent = input->extent();
+    const Extent extent = input->GetExtent();
     return MakePointImage(std::move(input), std::move(function), extent);
 }
 
 ImageRef MakePointImage(ImageRef input, std::unique_ptr<const PointFunction> function, const Extent& extent) {
     if (const auto* below = dynamic_cast<const PointImage*>(input.get())) {
-        if (auto both = function->after(below->function())) {
-            return std::make_shared<PointImage>(below->input(), std::move(both), extent);
+        if (auto both = function->After(below->Function())) {
+            return std::make_shared<PointImage>(below->GetInput(), std::move(both), extent);
         }
     }
     return std::make_shared<PointImage>(std::move(input), std::move(function), extent);

@@ -20,10 +20,10 @@ class PointFunction {
     virtual ~PointFunction() = default;
 
     // Replaces a run in place. In an image no larger than its input transparent black must stay transparent black.
-    virtual void apply(float* blocks, std::size_t count) const = 0;
+    virtual void ApplyToRun(float* blocks, std::size_t count) const = 0;
 
     // One function that does what another and then this one do; null where there is none.
-    virtual std::unique_ptr<const PointFunction> after(const PointFunction&) const { return nullptr; }
+    virtual std::unique_ptr<const PointFunction> After(const PointFunction&) const { return nullptr; }
 };
 
 // What becomes of the pixels of several images at one place.
@@ -33,7 +33,7 @@ class CombiningFunction {
 
     // Replaces a run of the first image in place, given those of the others, some of which may be the same memory. Transparent
     // black everywhere must stay so.
-    virtual void apply(float* blocks, const float* const* others, std::size_t count) const = 0;
+    virtual void ApplyToRun(float* blocks, const float* const* others, std::size_t count) const = 0;
 };
 
 // The image of an input under a function; its extent is the input's, or the one given.

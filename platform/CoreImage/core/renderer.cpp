@@ -14,7 +14,7 @@ std::int64_t Pieces(std::int64_t whole, std::int64_t piece) { return (whole + pi
 // A piece of a region, lowest row first; index chooses the piece.
 Region Piece(const Region& whole, std::int64_t width, std::int64_t height, std::int64_t index) {
     const std::int64_t columns = Pieces(whole.width, width);
-    return whole.intersection({whole.x + index % columns * width, whole.y + index / columns * height, width, height});
+    return whole.Intersection({whole.x + index % columns * width, whole.y + index / columns * height, width, height});
 }
 
 std::int64_t PieceCount(const Region& whole, std::int64_t width, std::int64_t height) {
@@ -31,7 +31,7 @@ std::uint64_t SizeOf(const Region& region, const BitmapDestination& destination)
 
 // Whether a bitmap holds pixels as tiles do, so that they can be rendered where they belong.
 bool HoldsTiles(const BitmapDestination& destination) {
-    return destination.format == PixelFormat::floats && destination.transfer == Transfer::linear &&
+    return destination.format == PixelFormat::kFloats && destination.transfer == Transfer::kLinear &&
            destination.bytesPerRow % static_cast<std::ptrdiff_t>(sizeof(float)) == 0;
 }
 
@@ -40,21 +40,21 @@ Tile TileOf(const BitmapDestination& destination, const Region& region, const Re
     const std::ptrdiff_t floatsPerRow = destination.bytesPerRow / static_cast<std::ptrdiff_t>(sizeof(float));
     float* lowest =
         static_cast<float*>(destination.pixels) + static_cast<std::ptrdiff_t>(region.height - 1) * floatsPerRow;
-    return Tile{region, lowest, -floatsPerRow}.part(piece);
+    return Tile{region, lowest, -floatsPerRow}.Part(piece);
 }
 
 // Renders a piece of a region run by run. From the first line of memory on, runs begin where lines do.
 void RenderRuns(const Prepared& prepared, const Region& region, const Region& piece,
                 const BitmapDestination& destination) {
     const bool pastCache = SizeOf(region, destination) > kCacheSize;
-    const RunMemory memory(1 + prepared.spareRuns());
-    for (std::int64_t y = piece.y; y < piece.top(); ++y) {
+    const RunMemory memory(1 + prepared.SpareRuns());
+    for (std::int64_t y = piece.y; y < piece.Top(); ++y) {
         std::size_t most = pastCache ? PixelsToLine(destination, region, piece.x, y) : 0;
-        for (Run run = {piece.x, y, 0}; run.x < piece.right(); run.x += static_cast<std::int64_t>(run.count)) {
+        for (Run run = {piece.x, y, 0}; run.x < piece.Right(); run.x += static_cast<std::int64_t>(run.count)) {
             if (most == 0) most = kRunPixels;
-            run.count = std::min(static_cast<std::size_t>(piece.right() - run.x), most);
-            prepared.renderRun(run, memory.run(0), memory.run(1));
-            Store(memory.run(0), run, region, destination, pastCache);
+            run.count = std::min(static_cast<std::size_t>(piece.Right() - run.x), most);
+            prepared.RenderRun(run, memory.Run(0), memory.Run(1));
+            Store(memory.Run(0), run, region, destination, pastCache);
             most = 0;
         }
     }
@@ -65,11 +65,11 @@ void RenderRuns(const Prepared& prepared, const Region& region, const Region& pi
 void RenderAndStore(const Prepared& prepared, const Region& region, const Region& piece,
                     const BitmapDestination& destination) {
     const PixelBlock pixels(piece);
-    prepared.render(pixels.tile());
+    prepared.Render(pixels.GetTile());
     const RunMemory memory(1);
     ForEachRun(piece, [&](const Run& run) {
-        ToBlocks(pixels.tile().part(run.region()).pixels, run.count, memory.run(0));
-        Store(memory.run(0), run, region, destination, /*pastCache=*/false);
+        ToBlocks(pixels.GetTile().Part(run.GetRegion()).pixels, run.count, memory.Run(0));
+        Store(memory.Run(0), run, region, destination, /*pastCache=*/false);
     });
 }
 
@@ -80,7 +80,7 @@ void Render(const ImageRef& image, const Region& region, const BitmapDestination
     for (std::int64_t index = 0; index < blocks; ++index) {
         const Region block = Piece(region, cut.blockEdge, cut.blockEdge, index);
         const Prepared prepared = Prepare(image, block);
-        const bool isPointwise = prepared.isPointwise();
+        const bool isPointwise = prepared.IsPointwise();
         // Rows are long where nothing but runs is held of them.
         const std::int64_t width = isPointwise ? block.width : cut.tileWidth;
         const std::int64_t height = std::max<std::int64_t>(1, cut.tileWidth * cut.tileHeight / width);
@@ -89,7 +89,7 @@ void Render(const ImageRef& image, const Region& region, const BitmapDestination
             if (isPointwise) {
                 RenderRuns(prepared, region, piece, destination);
             } else if (HoldsTiles(destination)) {
-                prepared.render(TileOf(destination, region, piece));
+                prepared.Render(TileOf(destination, region, piece));
             } else {
                 RenderAndStore(prepared, region, piece, destination);
             }

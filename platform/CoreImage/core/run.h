@@ -26,15 +26,15 @@ struct Run {
     std::int64_t y = 0;
     std::size_t count = 0;  // of pixels, kRunPixels at most
 
-    Region region() const { return {x, y, static_cast<std::int64_t>(count), 1}; }
+    Region GetRegion() const { return {x, y, static_cast<std::int64_t>(count), 1}; }
 };
 
 // Calls a function with the runs of a region, row by row.
 template <typename Function>
 void ForEachRun(const Region& region, const Function& function) {
-    for (std::int64_t y = region.y; y < region.top(); ++y) {
-        for (std::int64_t x = region.x; x < region.right(); x += kRunPixels) {
-            const auto rest = static_cast<std::size_t>(region.right() - x);
+    for (std::int64_t y = region.y; y < region.Top(); ++y) {
+        for (std::int64_t x = region.x; x < region.Right(); x += kRunPixels) {
+            const auto rest = static_cast<std::size_t>(region.Right() - x);
             function(Run{x, y, std::min(rest, kRunPixels)});
         }
     }
@@ -45,7 +45,7 @@ class RunMemory {
   public:
     explicit RunMemory(std::size_t runs) : pixels_({0, 0, static_cast<std::int64_t>(runs * kRunPixels), 1}) {}
 
-    float* run(std::size_t index) const { return pixels_.tile().pixels + index * kRunFloats; }
+    float* Run(std::size_t index) const { return pixels_.GetTile().pixels + index * kRunFloats; }
 
   private:
     PixelBlock pixels_;

@@ -1,7 +1,7 @@
 // sampled_input.h - an image looked at in places only, for what would otherwise look at more pixels than there is time for.
 //
 // A grid has a sample in the middle of every cell of stepX by stepY pixels; steps of one give every pixel.
-// Threads: render() on many at once.
+// Threads: Render() on many at once.
 
 #pragma once
 
@@ -19,19 +19,19 @@ class SampledInput {
           stepY_(stepY) {}
 
     // As of a prepared image.
-    std::optional<View> held(const Region& region) const {
-        return stepX_ == 1 && stepY_ == 1 ? prepared_.held(region) : std::nullopt;
+    std::optional<View> Held(const Region& region) const {
+        return stepX_ == 1 && stepY_ == 1 ? prepared_.Held(region) : std::nullopt;
     }
 
-    void render(const Tile& tile) const {
+    void Render(const Tile& tile) const {
         if (stepX_ == 1 && stepY_ == 1) {
-            prepared_.render(tile);
+            prepared_.Render(tile);
             return;
         }
-        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
-            for (std::int64_t x = tile.region.x; x < tile.region.right(); ++x) {
-                float* pixel = tile.row(y) + static_cast<std::size_t>(x - tile.region.x) * kFloatsPerPixel;
-                prepared_.render({{x * stepX_ + stepX_ / 2, y * stepY_ + stepY_ / 2, 1, 1}, pixel, kFloatsPerPixel});
+        for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
+            for (std::int64_t x = tile.region.x; x < tile.region.Right(); ++x) {
+                float* pixel = tile.Row(y) + static_cast<std::size_t>(x - tile.region.x) * kFloatsPerPixel;
+                prepared_.Render({{x * stepX_ + stepX_ / 2, y * stepY_ + stepY_ / 2, 1, 1}, pixel, kFloatsPerPixel});
             }
         }
     }

@@ -60,8 +60,8 @@ PixelBlock::PixelBlock(const Region& region)
           static_cast<float*>(AllocateKept(floatsPerRow_ * static_cast<std::size_t>(region.height) * sizeof(float)))) {}
 
 void Clear(const Tile& tile) {
-    for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
-        std::memset(tile.row(y), 0, tile.width() * kFloatsPerPixel * sizeof(float));
+    for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
+        std::memset(tile.Row(y), 0, tile.Width() * kFloatsPerPixel * sizeof(float));
     }
 }
 

@@ -22,12 +22,12 @@ struct Tile {
     float* pixels = nullptr;          // of the lowest row's first pixel
     std::ptrdiff_t floatsPerRow = 0;  // from one row to the next; negative where rows go downward in memory
 
-    std::size_t width() const { return static_cast<std::size_t>(region.width); }
-    float* row(std::int64_t y) const { return pixels + static_cast<std::ptrdiff_t>(y - region.y) * floatsPerRow; }
+    std::size_t Width() const { return static_cast<std::size_t>(region.width); }
+    float* Row(std::int64_t y) const { return pixels + static_cast<std::ptrdiff_t>(y - region.y) * floatsPerRow; }
 
     // The part of the tile that is a smaller region inside it.
-    Tile part(const Region& inner) const {
-        return {inner, row(inner.y) + static_cast<std::size_t>(inner.x - region.x) * kFloatsPerPixel, floatsPerRow};
+    Tile Part(const Region& inner) const {
+        return {inner, Row(inner.y) + static_cast<std::size_t>(inner.x - region.x) * kFloatsPerPixel, floatsPerRow};
     }
 };
 
@@ -37,14 +37,14 @@ struct View {
     const float* pixels = nullptr;    // of the lowest row's first pixel
     std::ptrdiff_t floatsPerRow = 0;  // as in a tile
 
-    std::size_t width() const { return static_cast<std::size_t>(region.width); }
-    const float* row(std::int64_t y) const { return pixels + static_cast<std::ptrdiff_t>(y - region.y) * floatsPerRow; }
-    const float* pixel(std::int64_t x, std::int64_t y) const {
-        return row(y) + static_cast<std::ptrdiff_t>(x - region.x) * std::ptrdiff_t{kFloatsPerPixel};
+    std::size_t Width() const { return static_cast<std::size_t>(region.width); }
+    const float* Row(std::int64_t y) const { return pixels + static_cast<std::ptrdiff_t>(y - region.y) * floatsPerRow; }
+    const float* PixelAt(std::int64_t x, std::int64_t y) const {
+        return Row(y) + static_cast<std::ptrdiff_t>(x - region.x) * std::ptrdiff_t{kFloatsPerPixel};
     }
 
     // The part of the view that is a smaller region inside it.
-    View part(const Region& inner) const { return {inner, pixel(inner.x, inner.y), floatsPerRow}; }
+    View Part(const Region& inner) const { return {inner, PixelAt(inner.x, inner.y), floatsPerRow}; }
 };
 
 // Memory that begins on a cache line, and is kept for the next who asks when it is given back. Throws std::bad_alloc.
@@ -61,10 +61,10 @@ class PixelBlock {
     // Fails with std::bad_alloc, also for regions that no address space holds.
     explicit PixelBlock(const Region& region);
 
-    const Region& region() const { return region_; }
-    Tile tile() const { return {region_, pixels_.get(), static_cast<std::ptrdiff_t>(floatsPerRow_)}; }
-    View view() const { return {region_, pixels_.get(), static_cast<std::ptrdiff_t>(floatsPerRow_)}; }
-    const float* row(std::int64_t y) const { return view().row(y); }
+    const Region& GetRegion() const { return region_; }
+    Tile GetTile() const { return {region_, pixels_.get(), static_cast<std::ptrdiff_t>(floatsPerRow_)}; }
+    View GetView() const { return {region_, pixels_.get(), static_cast<std::ptrdiff_t>(floatsPerRow_)}; }
+    const float* Row(std::int64_t y) const { return GetView().Row(y); }
 
   private:
     Region region_;

@@ -33,7 +33,7 @@ struct DecodingTable {
         }
     }
 
-    float decode(float encoded) const {
+    float LightOf(float encoded) const {
         if (encoded >= 0 && encoded < kStraight) return encoded * (1 / 12.92f);
         if (!(encoded > 0 && encoded < 1)) return DecodeSRGB(encoded);
         const float place = encoded * kPieces;
@@ -51,9 +51,9 @@ void DecodePremultipliedRow(float* pixels, std::size_t count) {
         const float alpha = pixel[3];
         for (int channel = 0; channel < 3; ++channel) {
             if (alpha == 1) {
-                pixel[channel] = table.decode(pixel[channel]);
+                pixel[channel] = table.LightOf(pixel[channel]);
             } else {
-                pixel[channel] = alpha == 0 ? 0 : table.decode(pixel[channel] / alpha) * alpha;
+                pixel[channel] = alpha == 0 ? 0 : table.LightOf(pixel[channel] / alpha) * alpha;
             }
         }
     }

@@ -11,7 +11,7 @@
 namespace core_image {
 
 // How numbers stand for light.
-enum class Transfer { linear, sRGB };
+enum class Transfer { kLinear, kSRGB };
 
 // Linear light of an encoded value.
 float DecodeSRGB(float encoded);

@@ -20,19 +20,19 @@ class Window {
     // Of a prepared image, or of what is as one.
     template <class Input>
     Window(const Input& input, const Region& region) {
-        if (const std::optional<View> held = input.held(region)) {
+        if (const std::optional<View> held = input.Held(region)) {
             view_ = *held;
             return;
         }
         rendered_.emplace(region);
-        input.render(rendered_->tile());
-        view_ = rendered_->view();
+        input.Render(rendered_->GetTile());
+        view_ = rendered_->GetView();
     }
     // Why neither: the view is of its own memory.
     Window(const Window&) = delete;
     Window& operator=(const Window&) = delete;
 
-    const View& view() const { return view_; }
+    const View& GetView() const { return view_; }
 
   private:
     std::optional<PixelBlock> rendered_;

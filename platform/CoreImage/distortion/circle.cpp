@@ -4,8 +4,7 @@
 #include <cmath>
 #include <numbers>
 
-#include "engine/engine.h"
-#include "distortion/distortion.h"
+#include "distortion/filters.h"
 #include "distortion/formulas.h"
 
 namespace core_image {
@@ -17,7 +16,7 @@ class CircularWarp : public Warp {
     CircularWarp(const Extent& extent, const Point& center, double radius, double angle)
         : extent_(extent), center_(center), radius_(radius), turn_(std::remainder(angle, 2 * std::numbers::pi)) {}
 
-    void places(const PlaceRow& row, double* x, double* y) const override {
+    void Places(const PlaceRow& row, double* x, double* y) const override {
         const double middle = (extent_.left + extent_.right) / 2;
         const double dy = static_cast<double>(row.y) + 0.5 - center_.y;
         for (std::size_t index = 0; index < row.count; ++index) {
@@ -29,7 +28,7 @@ class CircularWarp : public Warp {
         }
     }
 
-    Extent source(const Extent&) const override { return extent_; }
+    Extent Source(const Extent&) const override { return extent_; }
 
   private:
     Extent extent_;
@@ -40,27 +39,31 @@ class CircularWarp : public Warp {
 
 }  // namespace
 
+// CICircleSplashDistortion: from the circle of inputRadius around inputCenter on, outward, the colors on the circle; endless.
 ImageRef CircleSplashDistortion(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
-    if (input == nullptr || input->extent().isEmpty()) return input;
-    const double radius = std::max(0.0, inputs.number("inputRadius"));
-    return MakeFormulaWarp(std::move(input), Extent::infinite(), SplashFormula{PointOf(inputs, "inputCenter"), radius});
+    ImageRef input = inputs.GetImage("inputImage");
+    if (input == nullptr || input->GetExtent().IsEmpty()) return input;
+    const double radius = std::max(0.0, inputs.GetNumber("inputRadius"));
+    return MakeFormulaWarp(std::move(input), Extent::Infinite(), SplashFormula{PointOf(inputs, "inputCenter"), radius});
 }
 
+// CICircularWrap: the image bent around the circle of inputRadius around inputCenter. Its middle stands on top, or where
+// inputAngle turns that to. Reaches as far as the bent image; without end there is nothing to bend, and no image.
+//
 // The lower edge keeps its length; what stands higher becomes wider. An image longer than the circle loses its ends.
 ImageRef CircularWrap(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
-    if (input == nullptr || input->extent().isEmpty()) return input;
-    const Extent extent = input->extent();
+    ImageRef input = inputs.GetImage("inputImage");
+    if (input == nullptr || input->GetExtent().IsEmpty()) return input;
+    const Extent extent = input->GetExtent();
     Region pixels;
     if (!RegionOfExtent(extent, &pixels)) return nullptr;
     const Point center = PointOf(inputs, "inputCenter");
-    const double radius = std::max(0.0, inputs.number("inputRadius"));
+    const double radius = std::max(0.0, inputs.GetNumber("inputRadius"));
     const double reach = radius + extent.top - extent.bottom;
     const Extent bent = {std::floor(center.x - reach), std::floor(center.y - reach), std::ceil(center.x + reach),
                          std::ceil(center.y + reach)};
-    return MakeWarpedImage(std::move(input),
-                           std::make_shared<CircularWarp>(extent, center, radius, inputs.number("inputAngle")), bent);
+    return MakeWarpedImage(
+        std::move(input), std::make_shared<CircularWarp>(extent, center, radius, inputs.GetNumber("inputAngle")), bent);
 }
 
 }  // namespace core_image

@@ -10,8 +10,7 @@
 #include <numbers>
 #include <optional>
 
-#include "engine/engine.h"
-#include "distortion/distortion.h"
+#include "distortion/filters.h"
 #include "distortion/formulas.h"
 #include "sampling/repeat.h"
 
@@ -25,7 +24,7 @@ struct Axis {
     double ratio;          // of the picture's length to the inset's
 
     // None where the inset is not shorter than the picture.
-    static std::optional<Axis> of(double least, double most, double insetLeast, double insetMost) {
+    static std::optional<Axis> Of(double least, double most, double insetLeast, double insetMost) {
         insetLeast = std::max(least, insetLeast);
         insetMost = std::min(most, insetMost);
         const double length = most - least, inset = insetMost - insetLeast;
@@ -37,7 +36,7 @@ struct Axis {
     }
 
     // How far a way goes, in distances to the picture's border.
-    double borders(double way) const { return way < 0 ? -way / below : way / beyond; }
+    double Borders(double way) const { return way < 0 ? -way / below : way / beyond; }
 };
 
 // How the copies are laid out.
@@ -57,20 +56,20 @@ class DrosteWarp : public Warp {
           layout_(layout),
           level_(std::log(std::max(horizontal.ratio, vertical.ratio))) {}
 
-    void places(const PlaceRow& row, double* x, double* y) const override {
+    void Places(const PlaceRow& row, double* x, double* y) const override {
         for (std::size_t index = 0; index < row.count; ++index) {
-            const Point place = placeOf(static_cast<double>(row.x + static_cast<std::int64_t>(index)) + 0.5,
+            const Point place = PlaceOf(static_cast<double>(row.x + static_cast<std::int64_t>(index)) + 0.5,
                                         static_cast<double>(row.y) + 0.5);
             x[index] = place.x;
             y[index] = place.y;
         }
     }
 
-    Extent source(const Extent&) const override { return extent_; }
-    bool isScattered() const override { return true; }
+    Extent Source(const Extent&) const override { return extent_; }
+    bool IsScattered() const override { return true; }
 
   private:
-    Point placeOf(double x, double y) const {
+    Point PlaceOf(double x, double y) const {
         const Point meeting = {horizontal_.fixed, vertical_.fixed};
         const double distance = std::hypot(x - meeting.x, y - meeting.y);
         if (distance == 0) return meeting;
@@ -84,16 +83,16 @@ class DrosteWarp : public Warp {
 
         // The copy that this lies in is taken to be the picture: 0 stands for its border, -1 for that of the copy inside.
         const Point way = {std::cos(newAngle), std::sin(newAngle)};
-        const double borders = std::max(horizontal_.borders(way.x), vertical_.borders(way.y));
+        const double borders = std::max(horizontal_.Borders(way.x), vertical_.Borders(way.y));
         const double copies = (newDepth + std::log(borders)) / level_;
         const double within = copies - std::floor(copies) - 1;
         const double length = std::exp(within * level_) / borders;
-        return {meeting.x + way.x * length * stretch(horizontal_, within),
-                meeting.y + way.y * length * stretch(vertical_, within)};
+        return {meeting.x + way.x * length * Stretch(horizontal_, within),
+                meeting.y + way.y * length * Stretch(vertical_, within)};
     }
 
     // A copy has the picture's shape, and its inset may have another: what lies between is stretched from one to the other.
-    double stretch(const Axis& axis, double within) const {
+    double Stretch(const Axis& axis, double within) const {
         return std::exp(-within * (level_ - std::log(axis.ratio)));
     }
 
@@ -105,25 +104,27 @@ class DrosteWarp : public Warp {
 
 }  // namespace
 
+// CIDroste: the image within itself, again and again, from inputInsetPoint0 to inputInsetPoint1; endless.
+//
 // The copies shrink towards the point that stays where it is when the picture shrinks to its inset, which so is filled by the
 // next copy wherever it lies. The part of the inset outside the picture does not count; one that leaves no copy, or no picture
 // around it, changes nothing.
 ImageRef Droste(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
+    ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;
-    const Extent extent = input->extent();
+    const Extent extent = input->GetExtent();
     Region pixels;
     if (!RegionOfExtent(extent, &pixels)) return input;
     const Point a = PointOf(inputs, "inputInsetPoint0"), b = PointOf(inputs, "inputInsetPoint1");
-    const auto horizontal = Axis::of(extent.left, extent.right, std::min(a.x, b.x), std::max(a.x, b.x));
-    const auto vertical = Axis::of(extent.bottom, extent.top, std::min(a.y, b.y), std::max(a.y, b.y));
+    const auto horizontal = Axis::Of(extent.left, extent.right, std::min(a.x, b.x), std::max(a.x, b.x));
+    const auto vertical = Axis::Of(extent.bottom, extent.top, std::min(a.y, b.y), std::max(a.y, b.y));
     if (!horizontal || !vertical) return input;
     constexpr double kLeastZoom = 0.01;
-    const Layout layout = {inputs.number("inputPeriodicity"), inputs.number("inputStrands"),
-                           inputs.number("inputRotation"), std::max(kLeastZoom, inputs.number("inputZoom"))};
+    const Layout layout = {inputs.GetNumber("inputPeriodicity"), inputs.GetNumber("inputStrands"),
+                           inputs.GetNumber("inputRotation"), std::max(kLeastZoom, inputs.GetNumber("inputZoom"))};
     // Clamped, so that no border of a copy is half transparent.
     return MakeWarpedImage(MakeClampedImage(std::move(input)),
-                           std::make_shared<DrosteWarp>(extent, *horizontal, *vertical, layout), Extent::infinite());
+                           std::make_shared<DrosteWarp>(extent, *horizontal, *vertical, layout), Extent::Infinite());
 }
 
 }  // namespace core_image

@@ -34,22 +34,22 @@ struct Guide {
     std::size_t index;
 
     // The luminance, times alpha, that many pixels further right and further up.
-    HWY_INLINE V light(std::int64_t right, std::int64_t up, V* alpha = nullptr) const {
+    HWY_INLINE V Light(std::int64_t right, std::int64_t up, V* alpha = nullptr) const {
         constexpr float kRed = kLuminance[0], kGreen = kLuminance[1], kBlue = kLuminance[2];
         const hn::Rebind<float, PlaceTag> d;
         const View& view = *row.guide;
         const auto column = static_cast<std::size_t>(row.x + right - view.region.x) + index;
         auto red = hn::Zero(d), green = red, blue = red, opacity = red;
-        hn::LoadInterleaved4(d, view.row(row.y + up) + column * kFloatsPerPixel, red, green, blue, opacity);
+        hn::LoadInterleaved4(d, view.Row(row.y + up) + column * kFloatsPerPixel, red, green, blue, opacity);
         const auto sum =
             hn::MulAdd(red, hn::Set(d, kRed), hn::MulAdd(green, hn::Set(d, kGreen), hn::Mul(blue, hn::Set(d, kBlue))));
-        if (alpha != nullptr) *alpha = within01(opacity);
-        return within01(sum);
+        if (alpha != nullptr) *alpha = Within01(opacity);
+        return Within01(sum);
     }
 
     // Numbers within 0...1; what is no number is 0.
     template <class Floats>
-    HWY_INLINE V within01(Floats numbers) const {
+    HWY_INLINE V Within01(Floats numbers) const {
         const hn::DFromV<Floats> d;
         numbers = hn::IfThenElseZero(hn::Eq(numbers, numbers), numbers);
         return hn::PromoteTo(PlaceTag(), hn::Min(hn::Max(numbers, hn::Zero(d)), hn::Set(d, 1.0f)));
@@ -106,7 +106,7 @@ HWY_INLINE void Move(const LozengeFormula& f, const Guide&, V& x, V& y) {
 
 HWY_INLINE void Move(const DisplacementFormula& f, const Guide& guide, V& x, V& y) {
     V alpha;
-    const V light = guide.light(0, 0, &alpha);
+    const V light = guide.Light(0, 0, &alpha);
     const V move = hn::Mul(hn::NegMulAdd(alpha, Number(0.5), hn::Min(light, alpha)), Number(f.scale));
     x = hn::Add(x, move);
     y = hn::Add(y, move);
@@ -114,8 +114,8 @@ HWY_INLINE void Move(const DisplacementFormula& f, const Guide& guide, V& x, V& 
 
 HWY_INLINE void Move(const GlassFormula& f, const Guide& guide, V& x, V& y) {
     const V half = Number(f.scale / 2);
-    x = hn::MulAdd(hn::Sub(guide.light(1, 0), guide.light(-1, 0)), half, x);
-    y = hn::MulAdd(hn::Sub(guide.light(0, 1), guide.light(0, -1)), half, y);
+    x = hn::MulAdd(hn::Sub(guide.Light(1, 0), guide.Light(-1, 0)), half, x);
+    y = hn::MulAdd(hn::Sub(guide.Light(0, 1), guide.Light(0, -1)), half, y);
 }
 
 #define CORE_IMAGE_DEFINE(name)                                                                               \
@@ -156,56 +156,56 @@ Extent Both(const Extent& a, const Extent& b) {
 double Gap(double least, double most, double number) { return std::max({0.0, least - number, number - most}); }
 
 Extent BoxOf(const LozengeFormula& f) {
-    return Spanning(f.start, {f.start.x + f.way.x, f.start.y + f.way.y}).grownBy(f.radius);
+    return Spanning(f.start, {f.start.x + f.way.x, f.start.y + f.way.y}).GrownBy(f.radius);
 }
 
 }  // namespace
 
-bool BumpFormula::moves(const Extent& centers) const {
+bool BumpFormula::Moves(const Extent& centers) const {
     return std::hypot(Gap(centers.left, centers.right, center.x), Gap(centers.bottom, centers.top, center.y)) < radius;
 }
-Extent BumpFormula::source(const Extent& centers) const {
-    return moves(centers) ? centers.grownBy(kLargestFall * radius * std::abs(scale)) : centers;
+Extent BumpFormula::Source(const Extent& centers) const {
+    return Moves(centers) ? centers.GrownBy(kLargestFall * radius * std::abs(scale)) : centers;
 }
 
-bool LinearBumpFormula::moves(const Extent& centers) const {
+bool LinearBumpFormula::Moves(const Extent& centers) const {
     // The middle's distance from the line, less how far a corner may be nearer.
     const Point middle = {(centers.left + centers.right) / 2 - center.x, (centers.bottom + centers.top) / 2 - center.y};
     const double nearer = std::abs(normal.x) * (centers.right - centers.left) / 2 +
                           std::abs(normal.y) * (centers.top - centers.bottom) / 2;
     return std::abs(middle.x * normal.x + middle.y * normal.y) - nearer < radius;
 }
-Extent LinearBumpFormula::source(const Extent& centers) const {
+Extent LinearBumpFormula::Source(const Extent& centers) const {
     const double most = kLargestFall * radius * std::abs(scale);
     const double x = most * std::abs(normal.x), y = most * std::abs(normal.y);
     return {centers.left - x, centers.bottom - y, centers.right + x, centers.top + y};
 }
 
-bool SplashFormula::moves(const Extent& centers) const {
+bool SplashFormula::Moves(const Extent& centers) const {
     const double x = std::max(std::abs(centers.left - center.x), std::abs(centers.right - center.x));
     const double y = std::max(std::abs(centers.bottom - center.y), std::abs(centers.top - center.y));
     return std::hypot(x, y) > radius;
 }
 // A place lies between the center and the pixel, and in the circle.
-Extent SplashFormula::source(const Extent& centers) const {
+Extent SplashFormula::Source(const Extent& centers) const {
     const Extent towards = Both(centers, Spanning(center, center));
-    const Extent circle = Spanning(center, center).grownBy(radius);
+    const Extent circle = Spanning(center, center).GrownBy(radius);
     return {std::max(towards.left, circle.left), std::max(towards.bottom, circle.bottom),
             std::min(towards.right, circle.right), std::min(towards.top, circle.top)};
 }
 
-bool LozengeFormula::moves(const Extent& centers) const { return Meet(centers, BoxOf(*this)); }
+bool LozengeFormula::Moves(const Extent& centers) const { return Meet(centers, BoxOf(*this)); }
 // Glass that is denser than what surrounds it takes light from below itself; thinner one from up to (1 / n - n) radii further.
-Extent LozengeFormula::source(const Extent& centers) const {
-    if (!moves(centers)) return centers;
-    return Both(centers, BoxOf(*this).grownBy(radius * std::max(0.0, 1 / refraction - refraction)));
+Extent LozengeFormula::Source(const Extent& centers) const {
+    if (!Moves(centers)) return centers;
+    return Both(centers, BoxOf(*this).GrownBy(radius * std::max(0.0, 1 / refraction - refraction)));
 }
 
-bool DisplacementFormula::moves(const Extent&) const { return true; }
-Extent DisplacementFormula::source(const Extent& centers) const { return centers.grownBy(std::abs(scale) / 2); }
+bool DisplacementFormula::Moves(const Extent&) const { return true; }
+Extent DisplacementFormula::Source(const Extent& centers) const { return centers.GrownBy(std::abs(scale) / 2); }
 
-bool GlassFormula::moves(const Extent&) const { return true; }
-Extent GlassFormula::source(const Extent& centers) const { return centers.grownBy(std::abs(scale) / 2); }
+bool GlassFormula::Moves(const Extent&) const { return true; }
+Extent GlassFormula::Source(const Extent& centers) const { return centers.GrownBy(std::abs(scale) / 2); }
 
 #define CORE_IMAGE_DISPATCH(name)                                                              \
     HWY_EXPORT(FindPlaces##name);                                                              \

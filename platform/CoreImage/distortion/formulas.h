@@ -34,8 +34,8 @@ struct BumpFormula {
     double radius;  // above 0
     double scale;
 
-    Extent source(const Extent& centers) const;
-    bool moves(const Extent& centers) const;
+    Extent Source(const Extent& centers) const;
+    bool Moves(const Extent& centers) const;
 };
 
 // The same where d is p as seen from the nearest point of a line.
@@ -45,8 +45,8 @@ struct LinearBumpFormula {
     double radius;  // above 0
     double scale;
 
-    Extent source(const Extent& centers) const;
-    bool moves(const Extent& centers) const;
+    Extent Source(const Extent& centers) const;
+    bool Moves(const Extent& centers) const;
 };
 
 // S(p) in a circle, and S on the circle in the direction of p outside.
@@ -54,8 +54,8 @@ struct SplashFormula {
     Point center;
     double radius;
 
-    Extent source(const Extent& centers) const;
-    bool moves(const Extent& centers) const;
+    Extent Source(const Extent& centers) const;
+    bool Moves(const Extent& centers) const;
 };
 
 // A rod of glass, half of which stands out of the image; see formulas.cpp.
@@ -65,16 +65,16 @@ struct LozengeFormula {
     double radius;      // above 0
     double refraction;  // above 0
 
-    Extent source(const Extent& centers) const;
-    bool moves(const Extent& centers) const;
+    Extent Source(const Extent& centers) const;
+    bool Moves(const Extent& centers) const;
 };
 
 // S(p + scale (luminance - 0.5) (1, 1)). The guide's luminance is kept within 0...1, and moves the less the more transparent it is.
 struct DisplacementFormula {
     double scale;
 
-    Extent source(const Extent& centers) const;
-    bool moves(const Extent& centers) const;
+    Extent Source(const Extent& centers) const;
+    bool Moves(const Extent& centers) const;
 };
 
 // S(p + scale slope). The guide's luminance, within 0...1, is the height of the glass, and the slope how much that rises to the
@@ -82,8 +82,8 @@ struct DisplacementFormula {
 struct GlassFormula {
     double scale;
 
-    Extent source(const Extent& centers) const;
-    bool moves(const Extent& centers) const;
+    Extent Source(const Extent& centers) const;
+    bool Moves(const Extent& centers) const;
 };
 
 #define CORE_IMAGE_DECLARE(name) \
@@ -97,10 +97,10 @@ class FormulaWarp : public Warp {
   public:
     explicit FormulaWarp(const Formula& formula) : formula_(formula) {}
 
-    void places(const PlaceRow& row, double* x, double* y) const override { FindPlaces(formula_, row, x, y); }
-    Extent source(const Extent& centers) const override { return formula_.source(centers); }
-    bool moves(const Extent& centers) const override { return formula_.moves(centers); }
-    std::int64_t guideMargin() const override { return kGuideMargin; }
+    void Places(const PlaceRow& row, double* x, double* y) const override { FindPlaces(formula_, row, x, y); }
+    Extent Source(const Extent& centers) const override { return formula_.Source(centers); }
+    bool Moves(const Extent& centers) const override { return formula_.Moves(centers); }
+    std::int64_t GuideMargin() const override { return kGuideMargin; }
 
   private:
     Formula formula_;
@@ -110,12 +110,12 @@ class FormulaWarp : public Warp {
 template <std::int64_t kGuideMargin = 0, class Formula>
 ImageRef MakeFormulaWarp(ImageRef input, const Extent& extent, const Formula& formula, ImageRef guide = nullptr) {
     return MakeWarpedImage(std::move(input), std::make_shared<FormulaWarp<Formula, kGuideMargin>>(formula), extent,
-                           Light::asStored, std::move(guide));
+                           Light::kAsStored, std::move(guide));
 }
 
 // A vector's first two elements.
 inline Point PointOf(const Inputs& inputs, std::string_view key) {
-    return {inputs.element(key, 0), inputs.element(key, 1)};
+    return {inputs.GetElement(key, 0), inputs.GetElement(key, 1)};
 }
 
 }  // namespace core_image

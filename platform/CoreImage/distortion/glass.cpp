@@ -2,46 +2,52 @@
 
 #include <algorithm>
 
-#include "distortion/distortion.h"
+#include "distortion/filters.h"
 #include "distortion/formulas.h"
 #include "sampling/affine.h"
 #include "sampling/repeat.h"
 
 namespace core_image {
 
+// CIDisplacementDistortion: moved by up to half inputScale in both directions, by the luminance of inputDisplacementImage.
+//
 // Gray moves along the diagonal, both directions by the same number; what is transparent moves nothing.
 ImageRef DisplacementDistortion(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage"), guide = inputs.image("inputDisplacementImage");
+    ImageRef input = inputs.GetImage("inputImage"), guide = inputs.GetImage("inputDisplacementImage");
     if (input == nullptr || guide == nullptr) return nullptr;
-    const double scale = inputs.number("inputScale");
+    const double scale = inputs.GetNumber("inputScale");
     if (scale == 0) return input;
-    const Extent extent = input->extent();
+    const Extent extent = input->GetExtent();
     return MakeFormulaWarp(std::move(input), extent, DisplacementFormula{scale}, std::move(guide));
 }
 
+// CIGlassDistortion: seen through glass whose height is the luminance of inputTexture, repeated from inputCenter on.
+//
 // The texture is a relief, of which slopes refract: flat glass of any thickness shows the picture as it is.
 ImageRef GlassDistortion(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage"), texture = inputs.image("inputTexture");
+    ImageRef input = inputs.GetImage("inputImage"), texture = inputs.GetImage("inputTexture");
     if (input == nullptr || texture == nullptr) return nullptr;
-    const double scale = inputs.number("inputScale");
-    if (scale == 0 || texture->extent().isEmpty()) return input;
+    const double scale = inputs.GetNumber("inputScale");
+    if (scale == 0 || texture->GetExtent().IsEmpty()) return input;
     // The texture's lower left corner stands at the center.
     const Point center = PointOf(inputs, "inputCenter");
-    const Extent& cell = texture->extent();
+    const Extent& cell = texture->GetExtent();
     Affine move;
-    if (!cell.isInfinite()) move.tx = center.x - cell.left, move.ty = center.y - cell.bottom;
-    const Extent extent = input->extent();
+    if (!cell.IsInfinite()) move.tx = center.x - cell.left, move.ty = center.y - cell.bottom;
+    const Extent extent = input->GetExtent();
     return MakeFormulaWarp</*kGuideMargin=*/1>(std::move(input), extent, GlassFormula{scale},
                                                MakeAffineImage(MakeTiledImage(std::move(texture)), move));
 }
 
+// CIGlassLozenge: seen through a rod of glass with round ends, of inputRadius, from inputPoint0 to inputPoint1.
+//
 // Glass as dense as what surrounds it, and none at all, changes nothing. Both points may be the same: a round lens.
 ImageRef GlassLozenge(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
-    const double radius = inputs.number("inputRadius"), refraction = inputs.number("inputRefraction");
+    ImageRef input = inputs.GetImage("inputImage");
+    const double radius = inputs.GetNumber("inputRadius"), refraction = inputs.GetNumber("inputRefraction");
     if (input == nullptr || refraction == 1 || !(radius > 1 / kLargestNumber)) return input;
     const Point start = PointOf(inputs, "inputPoint0"), end = PointOf(inputs, "inputPoint1");
-    const Extent extent = input->extent();
+    const Extent extent = input->GetExtent();
     return MakeFormulaWarp(
         std::move(input), extent,
         LozengeFormula{start, {end.x - start.x, end.y - start.y}, radius, std::max(refraction, 1 / kLargestNumber)});

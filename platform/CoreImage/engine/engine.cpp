@@ -2,21 +2,22 @@
 
 #include "engine/engine.h"
 
-#include <cmath>
+#include <cstdio>
+#include <exception>
+#include <memory>
 #include <optional>
+#include <string_view>
 #include <utility>
 
+#include "compositing/compositing.h"
 #include "core/color_matching.h"
+#include "core/cropped.h"
 #include "core/renderer.h"
 #include "generator/generator.h"
 #include "sampling/affine.h"
-#include "geometry/geometry.h"
 
 namespace core_image {
 namespace {
-
-// Whole numbers beyond this are not all doubles.
-constexpr double kFarthestPixel = 4503599627370496.0;
 
 // Runs a function that makes an image and gives out a handle of it.
 template <typename Make>
@@ -24,7 +25,7 @@ ImageHandle* Handle(Make&& make) noexcept {
     try {
         ImageRef image = make();
         if (image == nullptr) return nullptr;
-        if (image->depth().levels > kDeepestImage || image->depth().images > kMostImages) return nullptr;
+        if (image->GetDepth().levels > kDeepestImage || image->GetDepth().images > kMostImages) return nullptr;
         return new ImageRef(std::move(image));
     } catch (const std::exception&) {
         return nullptr;
@@ -38,9 +39,9 @@ ImageHandle* MakeBitmap(const BitmapSource& source, const Profile& profile, Pixe
         // The owner is released even when making its shared pointer fails.
         std::shared_ptr<const void> shared(owner.object, owner.release);
         if (profile.bytes == nullptr) return MakeBitmapImage(source, std::move(shared));
-        Coding coding = CodingOfProfile(profile, MatchingDirection::toLight);
+        Coding coding = CodingOfProfile(profile, MatchingDirection::kToLight);
         BitmapSource coded = source;
-        coded.transfer = coding.conversion == nullptr ? coding.transfer : Transfer::linear;
+        coded.transfer = coding.conversion == nullptr ? coding.transfer : Transfer::kLinear;
         ImageRef image = MakeBitmapImage(coded, std::move(shared));
         if (coding.conversion == nullptr) return image;
         return MakeMatchedImage(std::move(image), std::move(coding.conversion));
@@ -59,13 +60,30 @@ ImageHandle* MakeTransformed(ImageHandle* image, const double* numbers) noexcept
     return Handle([&] { return MakeAffineImage(*image, AffineOf(numbers)); });
 }
 
-ImageHandle* MakeOutput(FilterFunction function, const InputValue* values, std::size_t count) noexcept {
-    return Handle([&] { return function(Inputs(values, count)); });
+ImageHandle* MakeSourceOver(ImageHandle* source, ImageHandle* background) noexcept {
+    return Handle([&] {
+        return MakeSourceOverImage(source == nullptr ? nullptr : *source,
+                                   background == nullptr ? nullptr : *background);
+    });
+}
+
+ImageHandle* MakeOutput(FilterFunction function, const InputValue* values, std::size_t count, Fault* fault) noexcept {
+    return Handle([&]() -> ImageRef {
+        try {
+            return function(Inputs(values, count));
+        } catch (const UndeclaredKey& error) {
+            const std::string_view name = NameOfFilter(function);
+            std::snprintf(fault->text, sizeof fault->text,
+                          "%.*s: reads '%s', which is not one of its keys; no image was made",
+                          static_cast<int>(name.size()), name.data(), error.what());
+            return nullptr;
+        }
+    });
 }
 
 void DisposeImage(ImageHandle* image) noexcept { delete image; }
 
-Extent ExtentOfImage(ImageHandle* image) noexcept { return (*image)->extent(); }
+Extent ExtentOfImage(ImageHandle* image) noexcept { return (*image)->GetExtent(); }
 
 bool RenderImage(ImageHandle* image, const Region& region, const BitmapDestination& destination,
                  const Output& output) noexcept {
@@ -76,10 +94,10 @@ bool RenderImage(ImageHandle* image, const Region& region, const BitmapDestinati
         std::optional<WithoutMatching> off;
         if (!output.isMatching) {
             off.emplace();
-            coded.transfer = Transfer::linear;
+            coded.transfer = Transfer::kLinear;
         } else if (output.profile.bytes != nullptr) {
-            Coding coding = CodingOfProfile(output.profile, MatchingDirection::fromLight);
-            coded.transfer = coding.conversion == nullptr ? coding.transfer : Transfer::linear;
+            Coding coding = CodingOfProfile(output.profile, MatchingDirection::kFromLight);
+            coded.transfer = coding.conversion == nullptr ? coding.transfer : Transfer::kLinear;
             if (coding.conversion != nullptr) shown = MakeConvertedImage(shown, std::move(coding.conversion));
         }
         Render(shown, region, coded);
@@ -87,17 +105,6 @@ bool RenderImage(ImageHandle* image, const Region& region, const BitmapDestinati
     } catch (const std::exception&) {
         return false;
     }
-}
-
-bool RegionOfExtent(const Extent& extent, Region* region) noexcept {
-    if (extent.isEmpty()) return false;
-    for (double edge : {extent.left, extent.bottom, extent.right, extent.top}) {
-        if (!(std::abs(edge) < kFarthestPixel)) return false;
-    }
-    *region = {static_cast<std::int64_t>(extent.left), static_cast<std::int64_t>(extent.bottom),
-               static_cast<std::int64_t>(extent.right - extent.left),
-               static_cast<std::int64_t>(extent.top - extent.bottom)};
-    return true;
 }
 
 }  // namespace core_image

@@ -9,11 +9,14 @@
 
 #pragma once
 
+#include <cstddef>
+
 #include "core/bitmap.h"
 #include "core/color_conversion.h"
-#include "engine/filter_table.h"
+#include "core/extent.h"
 #include "core/image.h"
 #include "core/inputs.h"
+#include "engine/filter_table.h"
 
 namespace core_image {
 
@@ -35,8 +38,16 @@ ImageHandle* MakeCropped(ImageHandle* image, const Extent& extent) noexcept;
 // An image under a map (a b c d tx ty); also null for a map that cannot be inverted.
 ImageHandle* MakeTransformed(ImageHandle* image, const double* numbers) noexcept;
 
-// The image of a filter.
-ImageHandle* MakeOutput(FilterFunction function, const InputValue* values, std::size_t count) noexcept;
+// An image over a background; null for two nulls.
+ImageHandle* MakeSourceOver(ImageHandle* source, ImageHandle* background) noexcept;
+
+// A mistake in the engine itself, in words; empty when there is none. Plain memory, because a jump runs no destructors.
+struct Fault {
+    char text[200] = "";
+};
+
+// The image of a filter, from values for all of its keys. A filter that reads any other key is at fault.
+ImageHandle* MakeOutput(FilterFunction function, const InputValue* values, std::size_t count, Fault* fault) noexcept;
 
 void DisposeImage(ImageHandle* image) noexcept;
 
@@ -51,8 +62,5 @@ struct Output {
 // Renders a region, which is not empty, and answers whether that succeeded.
 bool RenderImage(ImageHandle* image, const Region& region, const BitmapDestination& destination,
                  const Output& output) noexcept;
-
-// The pixels that an extent covers. False for an empty or infinite one, and where pixels could not be counted exactly.
-bool RegionOfExtent(const Extent& extent, Region* region) noexcept;
 
 }  // namespace core_image

@@ -8,8 +8,8 @@
 #include <cmath>
 #include <vector>
 
-#include "generator/field.h"
-#include "generator/generator.h"
+#include "core/field.h"
+#include "generator/filters.h"
 
 namespace core_image {
 namespace {
@@ -20,23 +20,23 @@ constexpr double kNarrowest = 1e-6;
 class Checkerboard : public Field {
   public:
     explicit Checkerboard(const Inputs& inputs)
-        : centerX_(inputs.element("inputCenter", 0)),
-          centerY_(inputs.element("inputCenter", 1)),
-          width_(inputs.number("inputWidth")),
-          softness_(1 - std::clamp(inputs.number("inputSharpness"), 0.0, 1.0)),
-          color0_(inputs.color("inputColor0")),
-          color1_(inputs.color("inputColor1")) {}
+        : centerX_(inputs.GetElement("inputCenter", 0)),
+          centerY_(inputs.GetElement("inputCenter", 1)),
+          width_(inputs.GetNumber("inputWidth")),
+          softness_(1 - std::clamp(inputs.GetNumber("inputSharpness"), 0.0, 1.0)),
+          color0_(inputs.GetColor("inputColor0")),
+          color1_(inputs.GetColor("inputColor1")) {}
 
-    void render(const Tile& tile) const override {
-        std::vector<float> columns(tile.width());
+    void Render(const Tile& tile) const override {
+        std::vector<float> columns(tile.Width());
         for (std::size_t index = 0; index < columns.size(); ++index) {
-            columns[index] = evenness(tile.region.x + static_cast<std::int64_t>(index), centerX_);
+            columns[index] = Evenness(tile.region.x + static_cast<std::int64_t>(index), centerX_);
         }
-        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
-            const float row = evenness(y, centerY_);
-            float* to = tile.row(y);
+        for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
+            const float row = Evenness(y, centerY_);
+            float* to = tile.Row(y);
             for (const float column : columns) {
-                write(column * row + (1 - column) * (1 - row), to);
+                Write(column * row + (1 - column) * (1 - row), to);
                 to += kFloatsPerPixel;
             }
         }
@@ -44,7 +44,7 @@ class Checkerboard : public Field {
 
   private:
     // How far a column or row of pixels is an even one: 0 to 1.
-    float evenness(std::int64_t pixel, double center) const {
+    float Evenness(std::int64_t pixel, double center) const {
         if (!(width_ > kNarrowest)) return 0.5f;
         const double place = (static_cast<double>(pixel) + 0.5 - center) / width_;
         const double square = std::floor(place);
@@ -55,7 +55,7 @@ class Checkerboard : public Field {
     }
 
     // The plain colors come out as given, to the last bit.
-    void write(float even, float* to) const {
+    void Write(float even, float* to) const {
         if (even == 1) {
             WriteMix(color0_, color0_, 0, to);
         } else {
@@ -69,6 +69,7 @@ class Checkerboard : public Field {
 
 }  // namespace
 
+// CICheckerboardGenerator: squares of inputWidth, one corner of them at inputCenter, inputColor0 above and to the right of it.
 ImageRef CheckerboardGenerator(const Inputs& inputs) { return MakeFieldImage(std::make_shared<Checkerboard>(inputs)); }
 
 }  // namespace core_image

@@ -1,5 +1,6 @@
 // constant_color.cpp - the same pixel everywhere.
 
+#include "generator/filters.h"
 #include "generator/generator.h"
 
 namespace core_image {
@@ -9,12 +10,12 @@ class ConstantStage : public Stage {
   public:
     explicit ConstantStage(const Pixel& pixel) : pixel_(pixel) {}
 
-    bool isPointwise() const override { return true; }
+    bool IsPointwise() const override { return true; }
 
-    void render(const Tile& tile) const override {
-        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
-            float* to = tile.row(y);
-            for (std::size_t index = 0; index < tile.width(); ++index, to += kFloatsPerPixel) {
+    void Render(const Tile& tile) const override {
+        for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
+            float* to = tile.Row(y);
+            for (std::size_t index = 0; index < tile.Width(); ++index, to += kFloatsPerPixel) {
                 to[0] = pixel_.red;
                 to[1] = pixel_.green;
                 to[2] = pixel_.blue;
@@ -29,9 +30,9 @@ class ConstantStage : public Stage {
 
 class ConstantImage : public Image {
   public:
-    explicit ConstantImage(const Pixel& pixel) : Image(Extent::infinite(), /*depthBelow=*/{}), pixel_(pixel) {}
+    explicit ConstantImage(const Pixel& pixel) : Image(Extent::Infinite(), /*depthBelow=*/{}), pixel_(pixel) {}
 
-    std::unique_ptr<const Stage> prepare(const Region&) const override {
+    std::unique_ptr<const Stage> MakeStage(const Region&) const override {
         return std::make_unique<ConstantStage>(pixel_);
     }
 
@@ -43,6 +44,7 @@ class ConstantImage : public Image {
 
 ImageRef MakeConstantImage(const Pixel& pixel) { return std::make_shared<ConstantImage>(pixel); }
 
-ImageRef ConstantColor(const Inputs& inputs) { return MakeConstantImage(inputs.color("inputColor")); }
+// CIConstantColorGenerator: inputColor everywhere.
+ImageRef ConstantColorGenerator(const Inputs& inputs) { return MakeConstantImage(inputs.GetColor("inputColor")); }
 
 }  // namespace core_image

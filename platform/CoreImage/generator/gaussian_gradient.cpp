@@ -4,28 +4,28 @@
 
 #include <cmath>
 
-#include "generator/field.h"
-#include "generator/generator.h"
+#include "core/field.h"
+#include "generator/filters.h"
 
 namespace core_image {
 namespace {
 
-class GaussianGradient : public Field {
+class GradientField : public Field {
   public:
-    explicit GaussianGradient(const Inputs& inputs)
-        : centerX_(inputs.element("inputCenter", 0)),
-          centerY_(inputs.element("inputCenter", 1)),
-          radius_(inputs.number("inputRadius")),
-          color0_(inputs.color("inputColor0")),
-          color1_(inputs.color("inputColor1")) {}
+    explicit GradientField(const Inputs& inputs)
+        : centerX_(inputs.GetElement("inputCenter", 0)),
+          centerY_(inputs.GetElement("inputCenter", 1)),
+          radius_(inputs.GetNumber("inputRadius")),
+          color0_(inputs.GetColor("inputColor0")),
+          color1_(inputs.GetColor("inputColor1")) {}
 
-    void render(const Tile& tile) const override {
+    void Render(const Tile& tile) const override {
         // A radius too small to divide by leaves no spot.
         const double inverse = radius_ > 1 / kLargestNumber ? 1 / radius_ : kLargestNumber;
-        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
+        for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
             const double v = (static_cast<double>(y) + 0.5 - centerY_) * inverse;
-            float* to = tile.row(y);
-            for (std::int64_t x = tile.region.x; x < tile.region.right(); ++x, to += kFloatsPerPixel) {
+            float* to = tile.Row(y);
+            for (std::int64_t x = tile.region.x; x < tile.region.Right(); ++x, to += kFloatsPerPixel) {
                 const double u = (static_cast<double>(x) + 0.5 - centerX_) * inverse;
                 const double t = radius_ > 0 ? std::min(1.0, std::sqrt(u * u + v * v)) : 1;
                 WriteMix(color1_, color0_, static_cast<float>(1 - t * t * (3 - 2 * t)), to);
@@ -40,8 +40,7 @@ class GaussianGradient : public Field {
 
 }  // namespace
 
-ImageRef GaussianGradientGenerator(const Inputs& inputs) {
-    return MakeFieldImage(std::make_shared<GaussianGradient>(inputs));
-}
+// CIGaussianGradient: from inputColor0 at inputCenter to inputColor1 at inputRadius and beyond.
+ImageRef GaussianGradient(const Inputs& inputs) { return MakeFieldImage(std::make_shared<GradientField>(inputs)); }
 
 }  // namespace core_image

@@ -1,31 +1,33 @@
 // affine_filters.cpp - the filters that have a transform. A transform that cannot be inverted gives no image.
 
+#include "geometry/filters.h"
 #include "sampling/affine.h"
-#include "geometry/geometry.h"
 #include "sampling/repeat.h"
 
 namespace core_image {
 namespace {
 
 Affine TransformOf(const Inputs& inputs) {
-    const auto number = [&](std::size_t index) { return inputs.element("inputTransform", index); };
+    const auto number = [&](std::size_t index) { return inputs.GetElement("inputTransform", index); };
     return {number(0), number(1), number(2), number(3), number(4), number(5)};
 }
 
 }  // namespace
 
+// CIAffineTransform: the image under inputTransform.
 ImageRef AffineTransform(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
+    ImageRef input = inputs.GetImage("inputImage");
     return input == nullptr ? nullptr : MakeAffineImage(std::move(input), TransformOf(inputs));
 }
 
+// CIAffineClamp and CIAffineTile: the image made endless, by its outermost pixels or by itself, and then under inputTransform.
 ImageRef AffineClamp(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
+    ImageRef input = inputs.GetImage("inputImage");
     return input == nullptr ? nullptr : MakeAffineImage(MakeClampedImage(std::move(input)), TransformOf(inputs));
 }
 
 ImageRef AffineTile(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
+    ImageRef input = inputs.GetImage("inputImage");
     return input == nullptr ? nullptr : MakeAffineImage(MakeTiledImage(std::move(input)), TransformOf(inputs));
 }
 

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "halftone/halftone.h"
+#include "halftone/filters.h"
 #include "halftone/screen.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -55,12 +55,12 @@ class Rings : public ScreenRows {
   public:
     Rings(const Region& region, double centerX, double centerY, double width, float slope)
         : left_(region.x), bottom_(region.y), slope_(slope) {
-        for (std::int64_t x = region.x; x < region.right(); ++x) columns_.push_back(square(x, centerX, width));
+        for (std::int64_t x = region.x; x < region.Right(); ++x) columns_.push_back(Square(x, centerX, width));
         columns_.resize(columns_.size() + kBlockPixels);
-        for (std::int64_t y = region.y; y < region.top(); ++y) rows_.push_back(square(y, centerY, width));
+        for (std::int64_t y = region.y; y < region.Top(); ++y) rows_.push_back(Square(y, centerY, width));
     }
 
-    void apply(const Run& run, float* blocks) const override {
+    void ApplyToRun(const Run& run, float* blocks) const override {
         HWY_DYNAMIC_DISPATCH(RingRow)
         (&columns_[static_cast<std::size_t>(run.x - left_)], rows_[static_cast<std::size_t>(run.y - bottom_)], slope_,
          blocks, run.count);
@@ -68,7 +68,7 @@ class Rings : public ScreenRows {
 
   private:
     // The square of a pixel's distance from the center in one direction, in rings.
-    static double square(std::int64_t pixel, double center, double width) {
+    static double Square(std::int64_t pixel, double center, double width) {
         const double rings = (static_cast<double>(pixel) + 0.5 - center) / width;
         return rings * rings;
     }
@@ -81,12 +81,12 @@ class Rings : public ScreenRows {
 class RingScreen : public Screen {
   public:
     explicit RingScreen(const Inputs& inputs)
-        : centerX_(inputs.element("inputCenter", 0)),
-          centerY_(inputs.element("inputCenter", 1)),
+        : centerX_(inputs.GetElement("inputCenter", 0)),
+          centerY_(inputs.GetElement("inputCenter", 1)),
           width_(WidthOf(inputs)),
-          slope_(static_cast<float>(1 / (1 - SharpnessOf(inputs)))) {}
+          slope_(static_cast<float>(1 / (1 - LimitedSharpness(inputs.GetNumber("inputSharpness"))))) {}
 
-    std::unique_ptr<const ScreenRows> prepare(const Region& region) const override {
+    std::unique_ptr<const ScreenRows> MakeRows(const Region& region) const override {
         return std::make_unique<Rings>(region, centerX_, centerY_, width_, slope_);
     }
 
@@ -97,8 +97,9 @@ class RingScreen : public Screen {
 
 }  // namespace
 
+// CICircularScreen: rings around inputCenter, inputWidth apart.
 ImageRef CircularScreen(const Inputs& inputs) {
-    return MakeScreenImage(inputs.image("inputImage"), std::make_unique<RingScreen>(inputs));
+    return MakeScreenImage(inputs.GetImage("inputImage"), std::make_unique<RingScreen>(inputs));
 }
 
 }  // namespace core_image

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "halftone/dots.h"
+#include "halftone/filters.h"
 #include "halftone/halftone.h"
 #include "halftone/screen.h"
 
@@ -69,14 +70,9 @@ HWY_EXPORT(HalftoneRow);
 
 constexpr double kDegree = 3.141592653589793 / 180;
 
-DotContrast ContrastOf(const Inputs& inputs) {
-    const double sharpness = SharpnessOf(inputs);
+DotContrast ContrastOf(double givenSharpness) {
+    const double sharpness = LimitedSharpness(givenSharpness);
     return {static_cast<float>(std::max(sharpness - 0.005, 0.0) / 4), static_cast<float>(1 / (1 - sharpness))};
-}
-
-DotGrid GridOf(const Inputs& inputs, double width, double angle, double shift) {
-    return {inputs.element("inputCenter", 0), inputs.element("inputCenter", 1), inputs.number("inputAngle") + angle,
-            width, shift};
 }
 
 class DotScreenRows : public ScreenRows {
@@ -84,8 +80,8 @@ class DotScreenRows : public ScreenRows {
     DotScreenRows(const Region& region, const DotGrid& grid, const DotContrast& contrast)
         : dots_(region, grid), contrast_(contrast) {}
 
-    void apply(const Run& run, float* blocks) const override {
-        HWY_DYNAMIC_DISPATCH(DotScreenRow)(dots_.row(run), contrast_, blocks, run.count);
+    void ApplyToRun(const Run& run, float* blocks) const override {
+        HWY_DYNAMIC_DISPATCH(DotScreenRow)(dots_.Row(run), contrast_, blocks, run.count);
     }
 
   private:
@@ -96,9 +92,11 @@ class DotScreenRows : public ScreenRows {
 class LightDots : public Screen {
   public:
     explicit LightDots(const Inputs& inputs)
-        : grid_(GridOf(inputs, WidthOf(inputs), 0, 0)), contrast_(ContrastOf(inputs)) {}
+        : grid_{inputs.GetElement("inputCenter", 0), inputs.GetElement("inputCenter", 1),
+                inputs.GetNumber("inputAngle"), WidthOf(inputs), /*shift=*/0},
+          contrast_(ContrastOf(inputs.GetNumber("inputSharpness"))) {}
 
-    std::unique_ptr<const ScreenRows> prepare(const Region& region) const override {
+    std::unique_ptr<const ScreenRows> MakeRows(const Region& region) const override {
         return std::make_unique<DotScreenRows>(region, grid_, contrast_);
     }
 
@@ -117,8 +115,8 @@ class InkRows : public ScreenRows {
           contrast_(contrast),
           black_(black) {}
 
-    void apply(const Run& run, float* blocks) const override {
-        const DotRow rows[] = {inks_[0].row(run), inks_[1].row(run), inks_[2].row(run), inks_[3].row(run)};
+    void ApplyToRun(const Run& run, float* blocks) const override {
+        const DotRow rows[] = {inks_[0].Row(run), inks_[1].Row(run), inks_[2].Row(run), inks_[3].Row(run)};
         HWY_DYNAMIC_DISPATCH(HalftoneRow)(rows, contrast_, black_, blocks, run.count);
     }
 
@@ -130,20 +128,19 @@ class InkRows : public ScreenRows {
 
 class InkDots : public Screen {
   public:
-    explicit InkDots(const Inputs& inputs) : contrast_(ContrastOf(inputs)) {
-        const double width = std::max(1.0, std::abs(inputs.number("inputWidth")));
-        const auto share = [&](const char* key) {
-            return static_cast<float>(std::clamp(inputs.number(key), 0.0, 1.0));
-        };
-        black_ = {share("inputGCR"), share("inputUCR")};
+    explicit InkDots(const InkPrint& print) : contrast_(ContrastOf(print.sharpness)) {
+        const double width = std::max(1.0, std::abs(print.width));
+        const auto share = [](double number) { return static_cast<float>(std::clamp(number, 0.0, 1.0)); };
+        black_ = {share(print.blackReplaced), share(print.blackRemoved)};
         // A quarter of a period back from where the sine is 0 it is least: a dot of ink is on the center.
         constexpr double kOnCenter = -0.25;
         const double degrees[] = {15, 75, 0, 45};
-        for (std::size_t ink = 0; ink < 4; ++ink)
-            grids_[ink] = GridOf(inputs, width, degrees[ink] * kDegree, kOnCenter);
+        for (std::size_t ink = 0; ink < 4; ++ink) {
+            grids_[ink] = {print.centerX, print.centerY, print.angle + degrees[ink] * kDegree, width, kOnCenter};
+        }
     }
 
-    std::unique_ptr<const ScreenRows> prepare(const Region& region) const override {
+    std::unique_ptr<const ScreenRows> MakeRows(const Region& region) const override {
         return std::make_unique<InkRows>(region, grids_, contrast_, black_);
     }
 
@@ -155,14 +152,26 @@ class InkDots : public Screen {
 
 }  // namespace
 
-ImageRef DotScreen(const Inputs& inputs) {
-    return MakeScreenImage(inputs.image("inputImage"), std::make_unique<LightDots>(inputs));
+ImageRef MakeInkImage(ImageRef input, const InkPrint& print) {
+    return MakeScreenImage(std::move(input), std::make_unique<InkDots>(print));
 }
 
+// CIDotScreen: dots inputWidth apart in rows along inputAngle, placed by inputCenter.
+ImageRef DotScreen(const Inputs& inputs) {
+    return MakeScreenImage(inputs.GetImage("inputImage"), std::make_unique<LightDots>(inputs));
+}
+
+// CICMYKHalftone: a screen of dots for each of four inks on white paper. Black replaces inputGCR of the gray that the other inks
+// have in common; inputUCR of that black is taken away from them.
+//
 // The screens have the angles of process printing, 15, 75, 0 and 45 degrees from inputAngle, and the law of the dot screen: one
 // that grows from nothing to all of the paper, so that white paper stays white.
 ImageRef CMYKHalftone(const Inputs& inputs) {
-    return MakeScreenImage(inputs.image("inputImage"), std::make_unique<InkDots>(inputs));
+    return MakeInkImage(
+        inputs.GetImage("inputImage"),
+        {inputs.GetElement("inputCenter", 0), inputs.GetElement("inputCenter", 1), inputs.GetNumber("inputAngle"),
+         inputs.GetNumber("inputWidth"), inputs.GetNumber("inputSharpness"), inputs.GetNumber("inputGCR"),
+         inputs.GetNumber("inputUCR")});
 }
 
 }  // namespace core_image

@@ -31,7 +31,7 @@ Dots::Dots(const Region& region, const DotGrid& grid) : left_(region.x), bottom_
     Fill(rows_, region.y, region.height, grid.centerY, {across, along}, 0);
 }
 
-DotRow Dots::row(const Run& run) const {
+DotRow Dots::Row(const Run& run) const {
     const auto column = static_cast<std::size_t>(run.x - left_), row = static_cast<std::size_t>(run.y - bottom_);
     return {{&columns_.sines[0][column], &columns_.sines[1][column]},
             {&columns_.cosines[0][column], &columns_.cosines[1][column]},

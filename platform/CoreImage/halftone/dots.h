@@ -50,7 +50,7 @@ class Dots {
     Dots(const Region& region, const DotGrid& grid);
 
     // What a run in the region needs.
-    DotRow row(const Run& run) const;
+    DotRow Row(const Run& run) const;
 
   private:
     std::int64_t left_, bottom_;

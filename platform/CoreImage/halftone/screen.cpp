@@ -15,29 +15,29 @@ class ScreenStage : public Stage {
     ScreenStage(Prepared input, std::unique_ptr<const ScreenRows> rows)
         : input_(std::move(input)), rows_(std::move(rows)) {}
 
-    bool isPointwise() const override { return input_.isPointwise(); }
+    bool IsPointwise() const override { return input_.IsPointwise(); }
 
-    void render(const Tile& tile) const override {
-        if (isPointwise()) {
+    void Render(const Tile& tile) const override {
+        if (IsPointwise()) {
             RenderByRuns(*this, tile);
             return;
         }
-        input_.render(tile);
+        input_.Render(tile);
         const RunMemory memory(1);
         ForEachRun(tile.region, [&](const Run& run) {
-            float* pixels = tile.part(run.region()).pixels;
-            ToBlocks(pixels, run.count, memory.run(0));
-            rows_->apply(run, memory.run(0));
-            FromBlocks(memory.run(0), run.count, pixels);
+            float* pixels = tile.Part(run.GetRegion()).pixels;
+            ToBlocks(pixels, run.count, memory.Run(0));
+            rows_->ApplyToRun(run, memory.Run(0));
+            FromBlocks(memory.Run(0), run.count, pixels);
         });
     }
 
-    void renderRun(const Run& run, float* blocks, float* spare) const override {
-        input_.renderRun(run, blocks, spare);
-        rows_->apply(run, blocks);
+    void RenderRun(const Run& run, float* blocks, float* spare) const override {
+        input_.RenderRun(run, blocks, spare);
+        rows_->ApplyToRun(run, blocks);
     }
 
-    std::size_t spareRuns() const override { return input_.spareRuns(); }
+    std::size_t SpareRuns() const override { return input_.SpareRuns(); }
 
   private:
     Prepared input_;
@@ -47,10 +47,10 @@ class ScreenStage : public Stage {
 class ScreenImage : public Image {
   public:
     ScreenImage(ImageRef input, std::unique_ptr<const Screen> screen)
-        : Image(input->extent(), input->depth()), input_(std::move(input)), screen_(std::move(screen)) {}
+        : Image(input->GetExtent(), input->GetDepth()), input_(std::move(input)), screen_(std::move(screen)) {}
 
-    std::unique_ptr<const Stage> prepare(const Region& region) const override {
-        return std::make_unique<ScreenStage>(Prepare(input_, region), screen_->prepare(region));
+    std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
+        return std::make_unique<ScreenStage>(Prepare(input_, region), screen_->MakeRows(region));
     }
 
   private:
@@ -65,8 +65,8 @@ ImageRef MakeScreenImage(ImageRef input, std::unique_ptr<const Screen> screen) {
     return std::make_shared<ScreenImage>(std::move(input), std::move(screen));
 }
 
-double SharpnessOf(const Inputs& inputs) { return std::clamp(inputs.number("inputSharpness"), 0.0, kSharpest); }
+double LimitedSharpness(double given) { return std::clamp(given, 0.0, kSharpest); }
 
-double WidthOf(const Inputs& inputs) { return std::max(1.0, inputs.number("inputWidth")); }
+double WidthOf(const Inputs& inputs) { return std::max(1.0, inputs.GetNumber("inputWidth")); }
 
 }  // namespace core_image

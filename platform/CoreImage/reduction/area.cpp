@@ -2,9 +2,9 @@
 
 #include <array>
 
+#include "reduction/filters.h"
 #include "reduction/kernels.h"
 #include "reduction/reduce.h"
-#include "reduction/reduction.h"
 
 namespace core_image {
 namespace {
@@ -13,13 +13,13 @@ namespace {
 struct Average {
     std::array<double, kFloatsPerPixel> sum{};
 
-    void add(const float* pixels, std::size_t count, std::int64_t, std::int64_t) {
+    void Add(const float* pixels, std::size_t count, std::int64_t, std::int64_t) {
         AddPixels(pixels, count, sum.data());
     }
-    void merge(const Average& above) {
+    void Merge(const Average& above) {
         for (std::size_t channel = 0; channel < kFloatsPerPixel; ++channel) sum[channel] += above.sum[channel];
     }
-    void write(double count, float* pixel) const {
+    void Write(double count, float* pixel) const {
         for (std::size_t channel = 0; channel < kFloatsPerPixel; ++channel) {
             pixel[channel] = static_cast<float>(sum[channel] / count);
         }
@@ -35,11 +35,11 @@ struct Extreme {
         constexpr float kFar = std::numeric_limits<float>::max();
         extreme.fill(kLargest ? -kFar : kFar);
     }
-    void add(const float* pixels, std::size_t count, std::int64_t, std::int64_t) {
+    void Add(const float* pixels, std::size_t count, std::int64_t, std::int64_t) {
         (kLargest ? LargestOf : SmallestOf)(pixels, count, extreme.data());
     }
-    void merge(const Extreme& above) { add(above.extreme.data(), 1, 0, 0); }
-    void write(double, float* pixel) const { std::copy_n(extreme.data(), kFloatsPerPixel, pixel); }
+    void Merge(const Extreme& above) { Add(above.extreme.data(), 1, 0, 0); }
+    void Write(double, float* pixel) const { std::copy_n(extreme.data(), kFloatsPerPixel, pixel); }
 };
 
 // The pixel of the largest alpha, or of the smallest.
@@ -50,31 +50,31 @@ struct ExtremeAlpha {
     std::int64_t y = 0;
     bool isFound = false;
 
-    void add(const float* pixels, std::size_t count, std::int64_t left, std::int64_t row) {
+    void Add(const float* pixels, std::size_t count, std::int64_t left, std::int64_t row) {
         if (isFound) {
             Extreme<kLargest> best;
-            best.add(pixels, count, left, row);
+            best.Add(pixels, count, left, row);
             const float alpha = best.extreme[3];
-            if (!isBetter(alpha) && !(alpha == found[3] && isEarlier(left, row))) return;
+            if (!IsBetter(alpha) && !(alpha == found[3] && IsEarlier(left, row))) return;
         }
         for (std::size_t index = 0; index < count; ++index, pixels += kFloatsPerPixel) {
-            consider(pixels, left + static_cast<std::int64_t>(index), row);
+            Consider(pixels, left + static_cast<std::int64_t>(index), row);
         }
     }
-    void merge(const ExtremeAlpha& above) {
-        if (above.isFound) consider(above.found.data(), above.x, above.y);
+    void Merge(const ExtremeAlpha& above) {
+        if (above.isFound) Consider(above.found.data(), above.x, above.y);
     }
-    void write(double, float* pixel) const { std::copy_n(found.data(), kFloatsPerPixel, pixel); }
+    void Write(double, float* pixel) const { std::copy_n(found.data(), kFloatsPerPixel, pixel); }
 
   private:
-    bool isBetter(float alpha) const { return kLargest ? alpha > found[3] : alpha < found[3]; }
+    bool IsBetter(float alpha) const { return kLargest ? alpha > found[3] : alpha < found[3]; }
 
     // A band is not walked row by row over its whole width, so a place further left can come later.
-    bool isEarlier(std::int64_t pixelX, std::int64_t pixelY) const { return pixelY < y || (pixelY == y && pixelX < x); }
+    bool IsEarlier(std::int64_t pixelX, std::int64_t pixelY) const { return pixelY < y || (pixelY == y && pixelX < x); }
 
-    void consider(const float* pixel, std::int64_t pixelX, std::int64_t pixelY) {
+    void Consider(const float* pixel, std::int64_t pixelX, std::int64_t pixelY) {
         const float alpha = pixel[3];
-        if (isFound && !isBetter(alpha) && !(alpha == found[3] && isEarlier(pixelX, pixelY))) return;
+        if (isFound && !IsBetter(alpha) && !(alpha == found[3] && IsEarlier(pixelX, pixelY))) return;
         std::copy_n(pixel, kFloatsPerPixel, found.data());
         x = pixelX;
         y = pixelY;
@@ -84,22 +84,24 @@ struct ExtremeAlpha {
 
 template <class Accumulator>
 ImageRef Area(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
+    ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;
     const Region region = ReducedRegion(input, inputs);
     return MakeRowImage(std::move(input), 1, [region](const ImageRef& image, const Region&, float* pixel) {
         std::fill_n(pixel, kFloatsPerPixel, 0.0f);
-        if (region.isEmpty()) return;
+        if (region.IsEmpty()) return;
         const Samples samples = SamplesOf(region);
-        Reduce(image, samples, Accumulator()).write(samples.count(), pixel);
+        Reduce(image, samples, Accumulator()).Write(samples.Count(), pixel);
     });
 }
 
 }  // namespace
 
+// CIAreaAverage, CIAreaMaximum, CIAreaMinimum: each component by itself.
 ImageRef AreaAverage(const Inputs& inputs) { return Area<Average>(inputs); }
 ImageRef AreaMaximum(const Inputs& inputs) { return Area<Extreme<true>>(inputs); }
 ImageRef AreaMinimum(const Inputs& inputs) { return Area<Extreme<false>>(inputs); }
+// CIAreaMaximumAlpha, CIAreaMinimumAlpha: the pixel whose alpha it is; of several the lowest, then the leftmost.
 ImageRef AreaMaximumAlpha(const Inputs& inputs) { return Area<ExtremeAlpha<true>>(inputs); }
 ImageRef AreaMinimumAlpha(const Inputs& inputs) { return Area<ExtremeAlpha<false>>(inputs); }
 

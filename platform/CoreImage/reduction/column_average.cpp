@@ -1,8 +1,8 @@
 // column_average.cpp - the mean of each column, of those columns that are wanted.
 
+#include "reduction/filters.h"
 #include "reduction/kernels.h"
 #include "reduction/reduce.h"
-#include "reduction/reduction.h"
 
 namespace core_image {
 namespace {
@@ -15,10 +15,10 @@ struct Columns {
     explicit Columns(const Region& region)
         : left(region.x), sums(static_cast<std::size_t>(region.width) * kFloatsPerPixel) {}
 
-    void add(const float* pixels, std::size_t count, std::int64_t x, std::int64_t) {
+    void Add(const float* pixels, std::size_t count, std::int64_t x, std::int64_t) {
         AddRow(pixels, count * kFloatsPerPixel, &sums[static_cast<std::size_t>(x - left) * kFloatsPerPixel]);
     }
-    void merge(const Columns& above) {
+    void Merge(const Columns& above) {
         for (std::size_t index = 0; index < sums.size(); ++index) sums[index] += above.sums[index];
     }
 };
@@ -37,8 +37,9 @@ void AverageColumns(const ImageRef& input, const Region& region, float* pixels) 
 
 }  // namespace
 
+// CIColumnAverage: each column's mean.
 ImageRef ColumnAverage(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
+    ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;
     const Region region = ReducedRegion(input, inputs);
     const std::int64_t width = region.width;

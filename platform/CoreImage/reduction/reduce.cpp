@@ -23,12 +23,12 @@ std::int64_t FirstCell(std::int64_t edge, std::int64_t step) {
 class RowStage : public Stage {
   public:
     RowStage(const ImageRef& input, const Region& region, const RowFunction& function) : row_(region) {
-        function(input, region, row_.tile().pixels);
+        function(input, region, row_.GetTile().pixels);
     }
 
-    void render(const Tile& tile) const override {
-        const float* from = row_.tile().part(tile.region).pixels;
-        std::copy_n(from, tile.width() * kFloatsPerPixel, tile.pixels);
+    void Render(const Tile& tile) const override {
+        const float* from = row_.GetTile().Part(tile.region).pixels;
+        std::copy_n(from, tile.Width() * kFloatsPerPixel, tile.pixels);
     }
 
   private:
@@ -38,11 +38,11 @@ class RowStage : public Stage {
 class RowImage : public Image {
   public:
     RowImage(ImageRef input, std::int64_t width, RowFunction function)
-        : Image({0, 0, static_cast<double>(width), 1}, input->depth()),
+        : Image({0, 0, static_cast<double>(width), 1}, input->GetDepth()),
           input_(std::move(input)),
           function_(std::move(function)) {}
 
-    std::unique_ptr<const Stage> prepare(const Region& region) const override {
+    std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         return std::make_unique<RowStage>(input_, region, function_);
     }
 
@@ -55,13 +55,13 @@ class RowImage : public Image {
 
 Samples SamplesAt(const Region& region, std::int64_t stepX, std::int64_t stepY) {
     const std::int64_t x = FirstCell(region.x, stepX), y = FirstCell(region.y, stepY);
-    return {{x, y, FirstCell(region.right(), stepX) - x, FirstCell(region.top(), stepY) - y}, stepX, stepY};
+    return {{x, y, FirstCell(region.Right(), stepX) - x, FirstCell(region.Top(), stepY) - y}, stepX, stepY};
 }
 
 Samples SamplesOf(const Region& region) {
     Samples samples = {region};
-    if (samples.count() <= kMostPixels) return samples;
-    while (samples.count() > kMostSamples) {
+    if (samples.Count() <= kMostPixels) return samples;
+    while (samples.Count() > kMostSamples) {
         // The longer side alone, so that a thin region stays as high as it is.
         const bool isWide = samples.cells.width > samples.cells.height;
         samples = SamplesAt(region, samples.stepX * (isWide ? 2 : 1), samples.stepY * (isWide ? 1 : 2));
@@ -71,8 +71,8 @@ Samples SamplesOf(const Region& region) {
 
 Region ReducedRegion(const ImageRef& input, const Inputs& inputs) {
     const Region region = Clip({-kFarthest, -kFarthest, 2 * kFarthest, 2 * kFarthest},
-                               input->extent().intersection(inputs.rectangle("inputExtent")));
-    return region.isEmpty() ? Region{} : region;
+                               input->GetExtent().Intersection(inputs.GetRectangle("inputExtent")));
+    return region.IsEmpty() ? Region{} : region;
 }
 
 ImageRef MakeRowImage(ImageRef input, std::int64_t width, RowFunction function) {

@@ -2,7 +2,7 @@
 //
 // The rectangle is cut into bands by its size alone, and the bands' results are merged from the lowest up, so that the outcome
 // does not depend on the number of threads.
-// Adding one: a class with add() and merge() for Reduce(), and an image made with MakeRowImage().
+// Adding one: a class with Add() and Merge() for Reduce(), and an image made with MakeRowImage().
 
 #pragma once
 
@@ -23,7 +23,7 @@ struct Samples {
     std::int64_t stepX = 1;
     std::int64_t stepY = 1;
 
-    double count() const { return static_cast<double>(cells.width) * static_cast<double>(cells.height); }
+    double Count() const { return static_cast<double>(cells.width) * static_cast<double>(cells.height); }
 };
 
 // The samples whose centers lie in a region, at given steps.
@@ -40,7 +40,7 @@ Region ReducedRegion(const ImageRef& input, const Inputs& inputs);
 using RowFunction = std::function<void(const ImageRef& input, const Region& region, float* pixels)>;
 ImageRef MakeRowImage(ImageRef input, std::int64_t width, RowFunction function);
 
-// Hands every pixel to an accumulator: add(pixels, count, x, y) is called with runs of a row, merge() with the accumulator of
+// Hands every pixel to an accumulator: Add(pixels, count, x, y) is called with runs of a row, Merge() with the accumulator of
 // the rows above. Accumulators begin as copies of the given one.
 template <class Accumulator>
 Accumulator Reduce(const ImageRef& input, const Samples& samples, const Accumulator& start) {
@@ -51,27 +51,27 @@ Accumulator Reduce(const ImageRef& input, const Samples& samples, const Accumula
     std::vector<Accumulator> bands(static_cast<std::size_t>((all.height + bandHeight - 1) / bandHeight), start);
     tbb::parallel_for<std::size_t>(0, bands.size(), [&](std::size_t index) {
         const std::int64_t bottom = all.y + static_cast<std::int64_t>(index) * bandHeight;
-        const Region band = all.intersection({all.x, bottom, all.width, bandHeight});
+        const Region band = all.Intersection({all.x, bottom, all.width, bandHeight});
         const auto addRows = [&](const View& view) {
-            for (std::int64_t y = view.region.y; y < view.region.top(); ++y) {
-                bands[index].add(view.row(y), view.width(), view.region.x, y);
+            for (std::int64_t y = view.region.y; y < view.region.Top(); ++y) {
+                bands[index].Add(view.Row(y), view.Width(), view.region.x, y);
             }
         };
-        if (const std::optional<View> held = sampled.held(band)) {
+        if (const std::optional<View> held = sampled.Held(band)) {
             addRows(*held);
             return;
         }
         const PixelBlock block(Region{0, 0, kTileWidth, kTileHeight});
-        for (std::int64_t tileY = band.y; tileY < band.top(); tileY += kTileHeight) {
-            for (std::int64_t tileX = band.x; tileX < band.right(); tileX += kTileWidth) {
-                const Tile tile = {band.intersection({tileX, tileY, kTileWidth, kTileHeight}), block.tile().pixels,
-                                   block.tile().floatsPerRow};
-                sampled.render(tile);
+        for (std::int64_t tileY = band.y; tileY < band.Top(); tileY += kTileHeight) {
+            for (std::int64_t tileX = band.x; tileX < band.Right(); tileX += kTileWidth) {
+                const Tile tile = {band.Intersection({tileX, tileY, kTileWidth, kTileHeight}), block.GetTile().pixels,
+                                   block.GetTile().floatsPerRow};
+                sampled.Render(tile);
                 addRows({tile.region, tile.pixels, tile.floatsPerRow});
             }
         }
     });
-    for (std::size_t index = 1; index < bands.size(); ++index) bands[0].merge(bands[index]);
+    for (std::size_t index = 1; index < bands.size(); ++index) bands[0].Merge(bands[index]);
     return std::move(bands[0]);
 }
 

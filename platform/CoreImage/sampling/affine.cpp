@@ -26,7 +26,7 @@ class AffineWarp : public Warp {
   public:
     explicit AffineWarp(const Affine& inverse) : inverse_(inverse) {}
 
-    void places(const PlaceRow& row, double* x, double* y) const override {
+    void Places(const PlaceRow& row, double* x, double* y) const override {
         const double centerY = static_cast<double>(row.y) + 0.5;
         const double startX = inverse_.c * centerY + inverse_.tx, startY = inverse_.d * centerY + inverse_.ty;
         for (std::size_t index = 0; index < row.count; ++index) {
@@ -37,9 +37,9 @@ class AffineWarp : public Warp {
         }
     }
 
-    Extent source(const Extent& centers) const override { return inverse_.map(centers); }
+    Extent Source(const Extent& centers) const override { return inverse_.Map(centers); }
 
-    bool keepsPictures() const override { return true; }
+    bool KeepsPictures() const override { return true; }
 
   private:
     Affine inverse_;
@@ -49,24 +49,24 @@ class MovedStage : public Stage {
   public:
     MovedStage(Prepared input, std::int64_t x, std::int64_t y) : input_(std::move(input)), x_(x), y_(y) {}
 
-    bool isPointwise() const override { return input_.isPointwise(); }
+    bool IsPointwise() const override { return input_.IsPointwise(); }
 
-    std::optional<View> held(const Region& region) const override {
-        std::optional<View> view = input_.held({region.x - x_, region.y - y_, region.width, region.height});
+    std::optional<View> Held(const Region& region) const override {
+        std::optional<View> view = input_.Held({region.x - x_, region.y - y_, region.width, region.height});
         if (view) view->region = region;
         return view;
     }
 
-    void render(const Tile& tile) const override {
+    void Render(const Tile& tile) const override {
         const Region& region = tile.region;
-        input_.render({{region.x - x_, region.y - y_, region.width, region.height}, tile.pixels, tile.floatsPerRow});
+        input_.Render({{region.x - x_, region.y - y_, region.width, region.height}, tile.pixels, tile.floatsPerRow});
     }
 
-    void renderRun(const Run& run, float* blocks, float* spare) const override {
-        input_.renderRun({run.x - x_, run.y - y_, run.count}, blocks, spare);
+    void RenderRun(const Run& run, float* blocks, float* spare) const override {
+        input_.RenderRun({run.x - x_, run.y - y_, run.count}, blocks, spare);
     }
 
-    std::size_t spareRuns() const override { return input_.spareRuns(); }
+    std::size_t SpareRuns() const override { return input_.SpareRuns(); }
 
   private:
     Prepared input_;
@@ -77,16 +77,16 @@ class MovedStage : public Stage {
 class MovedImage : public Image {
   public:
     MovedImage(ImageRef input, const Extent& extent, std::int64_t x, std::int64_t y)
-        : Image(extent, input->depth()), input_(std::move(input)), x_(x), y_(y) {}
+        : Image(extent, input->GetDepth()), input_(std::move(input)), x_(x), y_(y) {}
 
-    std::unique_ptr<const Stage> prepare(const Region& region) const override {
+    std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         const Region source = {region.x - x_, region.y - y_, region.width, region.height};
         return std::make_unique<MovedStage>(Prepare(input_, source), x_, y_);
     }
 
-    ImageRef encoded() const override {
-        ImageRef input = input_->encoded();
-        return input == nullptr ? nullptr : std::make_shared<MovedImage>(std::move(input), extent(), x_, y_);
+    ImageRef Encoded() const override {
+        ImageRef input = input_->Encoded();
+        return input == nullptr ? nullptr : std::make_shared<MovedImage>(std::move(input), GetExtent(), x_, y_);
     }
 
   private:
@@ -102,7 +102,7 @@ bool IsWholeMove(const Affine& map) {
 
 }  // namespace
 
-std::optional<Affine> Affine::inverse() const {
+std::optional<Affine> Affine::Inverse() const {
     const double determinant = a * d - b * c;
     const Affine back = {d / determinant,
                          -b / determinant,
@@ -117,7 +117,7 @@ std::optional<Affine> Affine::inverse() const {
     return back;
 }
 
-Extent Affine::map(const Extent& extent) const {
+Extent Affine::Map(const Extent& extent) const {
     const auto range = [](double factorX, double left, double right, double factorY, double bottom, double top,
                           double shift, double* least, double* most) {
         // A factor of 0 takes no part, not even of what is infinite.
@@ -133,10 +133,10 @@ Extent Affine::map(const Extent& extent) const {
 }
 
 ImageRef MakeAffineImage(ImageRef input, const Affine& map, Light light) {
-    const std::optional<Affine> inverse = map.inverse();
+    const std::optional<Affine> inverse = map.Inverse();
     if (!inverse) return nullptr;
-    if (map == Affine{} || input->extent().isEmpty()) return input;
-    const Extent extent = Rounded(map.map(input->extent()));
+    if (map == Affine{} || input->GetExtent().IsEmpty()) return input;
+    const Extent extent = Rounded(map.Map(input->GetExtent()));
     if (IsWholeMove(map)) {
         return std::make_shared<MovedImage>(std::move(input), extent, static_cast<std::int64_t>(map.tx),
                                             static_cast<std::int64_t>(map.ty));

@@ -15,10 +15,10 @@ struct Affine {
     bool operator==(const Affine&) const = default;
 
     // The map back; none for a map that has none, or whose numbers are larger than filters work with (kLargestNumber).
-    std::optional<Affine> inverse() const;
+    std::optional<Affine> Inverse() const;
 
     // The smallest extent that holds the map of another, not rounded.
-    Extent map(const Extent& extent) const;
+    Extent Map(const Extent& extent) const;
 };
 
 // The map of six numbers, a b c d tx ty.
@@ -31,6 +31,6 @@ inline Affine AffineOf(const double* numbers) {
 // Between pixels it is interpolated bilinearly, with transparent pixels around the image: in a picture the numbers that are
 // stored there, encoded, unless linear light is asked for; in everything else linear light. Moving by whole pixels copies
 // them. The identity gives the input.
-ImageRef MakeAffineImage(ImageRef input, const Affine& map, Light light = Light::asStored);
+ImageRef MakeAffineImage(ImageRef input, const Affine& map, Light light = Light::kAsStored);
 
 }  // namespace core_image

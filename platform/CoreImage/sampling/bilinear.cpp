@@ -33,9 +33,9 @@ HWY_INLINE void Widen(const double* numbers, std::size_t count, double* least, d
 }
 
 HWY_ATTR void BoundsOfPlaces(const Places& places, Extent* bounds) {
-    for (std::int64_t row = places.region().y; row < places.region().top(); ++row) {
-        Widen(places.x(row), places.rowLength(), &bounds->left, &bounds->right);
-        Widen(places.y(row), places.rowLength(), &bounds->bottom, &bounds->top);
+    for (std::int64_t row = places.GetRegion().y; row < places.GetRegion().Top(); ++row) {
+        Widen(places.X(row), places.RowLength(), &bounds->left, &bounds->right);
+        Widen(places.Y(row), places.RowLength(), &bounds->bottom, &bounds->top);
     }
 }
 
@@ -90,16 +90,16 @@ HWY_INLINE void SampleCorners(const float* block, std::ptrdiff_t rowLength, cons
 
 HWY_ATTR void SampleTile(const View& source, const Places& places, const Tile& out) {
     const Region& region = source.region;
-    const double left = static_cast<double>(region.x), mostX = static_cast<double>(region.right() - 1);
-    const double bottom = static_cast<double>(region.y), mostY = static_cast<double>(region.top() - 1);
+    const double left = static_cast<double>(region.x), mostX = static_cast<double>(region.Right() - 1);
+    const double bottom = static_cast<double>(region.y), mostY = static_cast<double>(region.Top() - 1);
     Corners corners;
-    for (std::int64_t row = out.region.y; row < out.region.top(); ++row) {
-        for (std::size_t start = 0; start < out.width(); start += kMostAtOnce) {
-            const std::size_t count = std::min(kMostAtOnce, places.rowLength() - start);
-            Split(places.x(row) + start, count, left, mostX, corners.column, corners.right);
-            Split(places.y(row) + start, count, bottom, mostY, corners.row, corners.above);
-            SampleCorners(source.pixels, source.floatsPerRow, corners, std::min(count, out.width() - start),
-                          out.floatsPerRow, out.row(row) + start * kFloatsPerPixel);
+    for (std::int64_t row = out.region.y; row < out.region.Top(); ++row) {
+        for (std::size_t start = 0; start < out.Width(); start += kMostAtOnce) {
+            const std::size_t count = std::min(kMostAtOnce, places.RowLength() - start);
+            Split(places.X(row) + start, count, left, mostX, corners.column, corners.right);
+            Split(places.Y(row) + start, count, bottom, mostY, corners.row, corners.above);
+            SampleCorners(source.pixels, source.floatsPerRow, corners, std::min(count, out.Width() - start),
+                          out.floatsPerRow, out.Row(row) + start * kFloatsPerPixel);
         }
     }
 }
@@ -123,13 +123,13 @@ Places::Places(const Region& region)
       numbers_(static_cast<double*>(
           AllocateKept(2 * rowLength_ * static_cast<std::size_t>(region.height) * sizeof(double)))) {}
 
-void Places::finishRow(std::int64_t row) {
+void Places::FinishRow(std::int64_t row) {
     const auto last = static_cast<std::size_t>(region_.width) - 1;
-    std::fill(x(row) + last + 1, x(row) + rowLength_, x(row)[last]);
-    std::fill(y(row) + last + 1, y(row) + rowLength_, y(row)[last]);
+    std::fill(X(row) + last + 1, X(row) + rowLength_, X(row)[last]);
+    std::fill(Y(row) + last + 1, Y(row) + rowLength_, Y(row)[last]);
 }
 
-Extent Places::bounds() const {
+Extent Places::Bounds() const {
     const double x = numbers_[0], y = numbers_[rowLength_];
     Extent bounds = {x, y, x, y};
     HWY_DYNAMIC_DISPATCH(BoundsOfPlaces)(*this, &bounds);

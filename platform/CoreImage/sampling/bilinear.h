@@ -25,23 +25,23 @@ class Places {
   public:
     explicit Places(const Region& region);
 
-    const Region& region() const { return region_; }
-    std::size_t rowLength() const { return rowLength_; }
+    const Region& GetRegion() const { return region_; }
+    std::size_t RowLength() const { return rowLength_; }
 
     // The places of a row of pixels. There is room for rowLength() of them.
-    double* x(std::int64_t row) { return numbers_.get() + start(row); }
-    double* y(std::int64_t row) { return x(row) + rowLength_; }
-    const double* x(std::int64_t row) const { return numbers_.get() + start(row); }
-    const double* y(std::int64_t row) const { return x(row) + rowLength_; }
+    double* X(std::int64_t row) { return numbers_.get() + Start(row); }
+    double* Y(std::int64_t row) { return X(row) + rowLength_; }
+    const double* X(std::int64_t row) const { return numbers_.get() + Start(row); }
+    const double* Y(std::int64_t row) const { return X(row) + rowLength_; }
 
     // Fills what a row has room for beyond its pixels; to be called when its places are written.
-    void finishRow(std::int64_t row);
+    void FinishRow(std::int64_t row);
 
     // The smallest extent that holds all places. All rows are finished.
-    Extent bounds() const;
+    Extent Bounds() const;
 
   private:
-    std::size_t start(std::int64_t row) const { return 2 * rowLength_ * static_cast<std::size_t>(row - region_.y); }
+    std::size_t Start(std::int64_t row) const { return 2 * rowLength_ * static_cast<std::size_t>(row - region_.y); }
 
     Region region_;
     std::size_t rowLength_;

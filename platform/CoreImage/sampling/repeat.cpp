@@ -15,7 +15,7 @@ constexpr double kFarthest = 4503599627370496.0;
 
 // Whether an extent can be repeated: neither empty nor without end.
 bool IsFinite(const Extent& extent) {
-    return !extent.isEmpty() && extent.left > -kFarthest && extent.bottom > -kFarthest && extent.right < kFarthest &&
+    return !extent.IsEmpty() && extent.left > -kFarthest && extent.bottom > -kFarthest && extent.right < kFarthest &&
            extent.top < kFarthest;
 }
 
@@ -35,33 +35,33 @@ class TiledStage : public Stage {
   public:
     TiledStage(Prepared input, const Region& cell) : input_(std::move(input)), cell_(cell) {}
 
-    void render(const Tile& tile) const override {
+    void Render(const Tile& tile) const override {
         const Region& region = tile.region;
         const std::int64_t width = std::min(region.width, cell_.width);
         const std::int64_t height = std::min(region.height, cell_.height);
         // One cell's worth of pixels, in up to four pieces...
         for (std::int64_t y = 0; y < height;) {
             const std::int64_t fromY = Wrapped(region.y + y, cell_.y, cell_.height);
-            const std::int64_t rows = std::min(height - y, cell_.top() - fromY);
+            const std::int64_t rows = std::min(height - y, cell_.Top() - fromY);
             for (std::int64_t x = 0; x < width;) {
                 const std::int64_t fromX = Wrapped(region.x + x, cell_.x, cell_.width);
-                const std::int64_t columns = std::min(width - x, cell_.right() - fromX);
-                const Tile place = tile.part({region.x + x, region.y + y, columns, rows});
-                input_.render({{fromX, fromY, columns, rows}, place.pixels, place.floatsPerRow});
+                const std::int64_t columns = std::min(width - x, cell_.Right() - fromX);
+                const Tile place = tile.Part({region.x + x, region.y + y, columns, rows});
+                input_.Render({{fromX, fromY, columns, rows}, place.pixels, place.floatsPerRow});
                 x += columns;
             }
             y += rows;
         }
         // ...the rest from one cell to the left, then from one cell below.
         for (std::int64_t y = 0; y < height && width < region.width; ++y) {
-            float* row = tile.row(region.y + y);
-            for (auto x = static_cast<std::size_t>(width); x < tile.width(); ++x) {
+            float* row = tile.Row(region.y + y);
+            for (auto x = static_cast<std::size_t>(width); x < tile.Width(); ++x) {
                 const float* from = row + (x - static_cast<std::size_t>(width)) * kFloatsPerPixel;
                 std::memcpy(row + x * kFloatsPerPixel, from, kPixelSize);
             }
         }
-        for (std::int64_t y = region.y + height; y < region.top(); ++y) {
-            std::memcpy(tile.row(y), tile.row(y - height), tile.width() * kPixelSize);
+        for (std::int64_t y = region.y + height; y < region.Top(); ++y) {
+            std::memcpy(tile.Row(y), tile.Row(y - height), tile.Width() * kPixelSize);
         }
     }
 
@@ -73,24 +73,26 @@ class TiledStage : public Stage {
 class TiledImage : public Image {
   public:
     explicit TiledImage(ImageRef input)
-        : Image(Extent::infinite(), input->depth()), input_(std::move(input)), cell_(RegionOf(input_->extent())) {}
+        : Image(Extent::Infinite(), input->GetDepth()),
+          input_(std::move(input)),
+          cell_(RegionOf(input_->GetExtent())) {}
 
-    std::unique_ptr<const Stage> prepare(const Region& region) const override {
-        return std::make_unique<TiledStage>(Prepare(input_, wanted(region)), cell_);
+    std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
+        return std::make_unique<TiledStage>(Prepare(input_, Wanted(region)), cell_);
     }
 
-    ImageRef encoded() const override {
-        ImageRef input = input_->encoded();
+    ImageRef Encoded() const override {
+        ImageRef input = input_->Encoded();
         return input == nullptr ? nullptr : MakeTiledImage(std::move(input));
     }
 
   private:
     // The part of the cell that a region shows; in a direction where it shows an edge between two cells, all of it.
-    Region wanted(const Region& region) const {
+    Region Wanted(const Region& region) const {
         Region part = {Wrapped(region.x, cell_.x, cell_.width), Wrapped(region.y, cell_.y, cell_.height), region.width,
                        region.height};
-        if (region.width > cell_.right() - part.x) part.x = cell_.x, part.width = cell_.width;
-        if (region.height > cell_.top() - part.y) part.y = cell_.y, part.height = cell_.height;
+        if (region.width > cell_.Right() - part.x) part.x = cell_.x, part.width = cell_.width;
+        if (region.height > cell_.Top() - part.y) part.y = cell_.y, part.height = cell_.height;
         return part;
     }
 
@@ -100,31 +102,31 @@ class TiledImage : public Image {
 
 // The pixels of a region that lie nearest to another: at least one.
 Region Nearest(const Region& region, const Region& all) {
-    const std::int64_t x = std::clamp(region.x, all.x, all.right() - 1);
-    const std::int64_t y = std::clamp(region.y, all.y, all.top() - 1);
-    return {x, y, std::clamp(region.right() - 1, all.x, all.right() - 1) + 1 - x,
-            std::clamp(region.top() - 1, all.y, all.top() - 1) + 1 - y};
+    const std::int64_t x = std::clamp(region.x, all.x, all.Right() - 1);
+    const std::int64_t y = std::clamp(region.y, all.y, all.Top() - 1);
+    return {x, y, std::clamp(region.Right() - 1, all.x, all.Right() - 1) + 1 - x,
+            std::clamp(region.Top() - 1, all.y, all.Top() - 1) + 1 - y};
 }
 
 class ClampedStage : public Stage {
   public:
     ClampedStage(Prepared input, const Region& all) : input_(std::move(input)), all_(all) {}
 
-    std::optional<View> held(const Region& region) const override { return input_.held(region); }
+    std::optional<View> Held(const Region& region) const override { return input_.Held(region); }
 
-    void render(const Tile& tile) const override {
-        if (tile.region.intersection(all_) == tile.region) {
-            input_.render(tile);
+    void Render(const Tile& tile) const override {
+        if (tile.region.Intersection(all_) == tile.region) {
+            input_.Render(tile);
             return;
         }
         const PixelBlock core(Nearest(tile.region, all_));
-        input_.render(core.tile());
-        const Region& shown = core.region();
-        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
-            const float* from = core.row(std::clamp(y, shown.y, shown.top() - 1));
-            float* to = tile.row(y);
-            for (std::int64_t x = tile.region.x; x < tile.region.right(); ++x, to += kFloatsPerPixel) {
-                const std::int64_t column = std::clamp(x, shown.x, shown.right() - 1) - shown.x;
+        input_.Render(core.GetTile());
+        const Region& shown = core.GetRegion();
+        for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
+            const float* from = core.Row(std::clamp(y, shown.y, shown.Top() - 1));
+            float* to = tile.Row(y);
+            for (std::int64_t x = tile.region.x; x < tile.region.Right(); ++x, to += kFloatsPerPixel) {
+                const std::int64_t column = std::clamp(x, shown.x, shown.Right() - 1) - shown.x;
                 std::memcpy(to, from + static_cast<std::size_t>(column) * kFloatsPerPixel, kPixelSize);
             }
         }
@@ -138,14 +140,14 @@ class ClampedStage : public Stage {
 class ClampedImage : public Image {
   public:
     explicit ClampedImage(ImageRef input)
-        : Image(Extent::infinite(), input->depth()), input_(std::move(input)), all_(RegionOf(input_->extent())) {}
+        : Image(Extent::Infinite(), input->GetDepth()), input_(std::move(input)), all_(RegionOf(input_->GetExtent())) {}
 
-    std::unique_ptr<const Stage> prepare(const Region& region) const override {
+    std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         return std::make_unique<ClampedStage>(Prepare(input_, Nearest(region, all_)), all_);
     }
 
-    ImageRef encoded() const override {
-        ImageRef input = input_->encoded();
+    ImageRef Encoded() const override {
+        ImageRef input = input_->Encoded();
         return input == nullptr ? nullptr : MakeClampedImage(std::move(input));
     }
 
@@ -157,11 +159,11 @@ class ClampedImage : public Image {
 }  // namespace
 
 ImageRef MakeTiledImage(ImageRef input) {
-    return IsFinite(input->extent()) ? std::make_shared<TiledImage>(std::move(input)) : input;
+    return IsFinite(input->GetExtent()) ? std::make_shared<TiledImage>(std::move(input)) : input;
 }
 
 ImageRef MakeClampedImage(ImageRef input) {
-    return IsFinite(input->extent()) ? std::make_shared<ClampedImage>(std::move(input)) : input;
+    return IsFinite(input->GetExtent()) ? std::make_shared<ClampedImage>(std::move(input)) : input;
 }
 
 }  // namespace core_image

@@ -47,10 +47,10 @@ Extent CentersOf(const Region& region) {
 //
 // Why: each row of a tile lies on another page of memory, and there the processor does not look ahead by itself.
 void AskFor(const View& view, std::int64_t y) {
-    if (y >= view.region.top()) return;
+    if (y >= view.region.Top()) return;
     constexpr std::size_t kFloatsPerLine = 16;
-    for (std::size_t index = 0; index < view.width() * kFloatsPerPixel; index += kFloatsPerLine) {
-        hwy::Prefetch(view.row(y) + index);
+    for (std::size_t index = 0; index < view.Width() * kFloatsPerPixel; index += kFloatsPerLine) {
+        hwy::Prefetch(view.Row(y) + index);
     }
 }
 
@@ -60,74 +60,74 @@ class WarpStage : public Stage {
         : warp_(recipe.warp),
           isEncoded_(recipe.isEncoded && IsMatching()),
           isGuided_(recipe.guide != nullptr),
-          extent_(recipe.input->extent()) {
+          extent_(recipe.input->GetExtent()) {
         // One more pixel on each side: what holds all places is rounded otherwise than each of them.
-        const Region source = WithRim(PixelsAround(warp_->source(CentersOf(region)).grownBy(1)), extent_);
-        if (warp_->isScattered() && !Clip(source, extent_).isEmpty() && PixelCount(source) <= kMostHeld) {
+        const Region source = WithRim(PixelsAround(warp_->Source(CentersOf(region)).GrownBy(1)), extent_);
+        if (warp_->IsScattered() && !Clip(source, extent_).IsEmpty() && PixelCount(source) <= kMostHeld) {
             held_.emplace(RenderBlock(recipe.input, source));
         } else {
             input_ = Prepare(recipe.input, source);
         }
-        if (isGuided_) guide_ = Prepare(recipe.guide, region.grownBy(warp_->guideMargin()));
+        if (isGuided_) guide_ = Prepare(recipe.guide, region.GrownBy(warp_->GuideMargin()));
     }
 
-    void render(const Tile& tile) const override {
-        if (!held_ && !warp_->moves(CentersOf(tile.region))) {
-            input_.render(tile);
-            decode(tile);
+    void Render(const Tile& tile) const override {
+        if (!held_ && !warp_->Moves(CentersOf(tile.region))) {
+            input_.Render(tile);
+            Decode(tile);
             return;
         }
-        const Places places = placesOf(tile.region);
+        const Places places = PlacesOf(tile.region);
         if (held_) {
-            SampleBilinear(held_->view(), places, tile);
-            decode(tile);
+            SampleBilinear(held_->GetView(), places, tile);
+            Decode(tile);
             return;
         }
-        const Region needed = WithRim(PixelsAround(places.bounds()), extent_);
-        if (Clip(needed, input_.extent()).isEmpty()) {
+        const Region needed = WithRim(PixelsAround(places.Bounds()), extent_);
+        if (Clip(needed, input_.GetExtent()).IsEmpty()) {
             Clear(tile);
-        } else if (isTooSparse(needed, tile.region)) {
-            renderHalves(tile);
+        } else if (IsTooSparse(needed, tile.region)) {
+            RenderHalves(tile);
         } else {
-            SampleBilinear(Window(input_, needed).view(), places, tile);
-            decode(tile);
+            SampleBilinear(Window(input_, needed).GetView(), places, tile);
+            Decode(tile);
         }
     }
 
   private:
-    Places placesOf(const Region& region) const {
+    Places PlacesOf(const Region& region) const {
         std::optional<Window> guide;
         if (isGuided_) {
             Region seen = region;
             seen.width = static_cast<std::int64_t>(PlaceRowLength(region.width));
-            guide.emplace(guide_, seen.grownBy(warp_->guideMargin()));
+            guide.emplace(guide_, seen.GrownBy(warp_->GuideMargin()));
         }
         Places places(region);
-        for (std::int64_t y = region.y; y < region.top(); ++y) {
+        for (std::int64_t y = region.y; y < region.Top(); ++y) {
             const PlaceRow row = {region.x, y, static_cast<std::size_t>(region.width),
-                                  isGuided_ ? &guide->view() : nullptr};
-            if (isGuided_) AskFor(guide->view(), y + 2);
-            warp_->places(row, places.x(y), places.y(y));
-            places.finishRow(y);
+                                  isGuided_ ? &guide->GetView() : nullptr};
+            if (isGuided_) AskFor(guide->GetView(), y + 2);
+            warp_->Places(row, places.X(y), places.Y(y));
+            places.FinishRow(y);
         }
         return places;
     }
 
-    void decode(const Tile& tile) const {
+    void Decode(const Tile& tile) const {
         if (!isEncoded_) return;
-        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
-            DecodePremultipliedRow(tile.row(y), tile.width());
+        for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
+            DecodePremultipliedRow(tile.Row(y), tile.Width());
         }
     }
 
     // Whether a tile would look at far more pixels than it uses.
-    static bool isTooSparse(const Region& needed, const Region& region) {
+    static bool IsTooSparse(const Region& needed, const Region& region) {
         constexpr double kMostPerPixel = 16, kAlways = 256;
         const double pixels = PixelCount(region);
         return pixels > 1 && PixelCount(needed) > kMostPerPixel * pixels + kAlways;
     }
 
-    void renderHalves(const Tile& tile) const {
+    void RenderHalves(const Tile& tile) const {
         Region first = tile.region, second = tile.region;
         if (first.width > first.height) {
             first.width /= 2;
@@ -138,8 +138,8 @@ class WarpStage : public Stage {
             second.y += first.height;
             second.height -= first.height;
         }
-        render(tile.part(first));
-        render(tile.part(second));
+        Render(tile.Part(first));
+        Render(tile.Part(second));
     }
 
     std::shared_ptr<const Warp> warp_;
@@ -156,13 +156,13 @@ class WarpedImage : public Image {
     WarpedImage(Recipe recipe, const Extent& extent, const Depth& depthBelow)
         : Image(extent, depthBelow), recipe_(std::move(recipe)) {}
 
-    std::unique_ptr<const Stage> prepare(const Region& region) const override {
+    std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         return std::make_unique<WarpStage>(recipe_, region);
     }
 
-    ImageRef encoded() const override {
-        if (!recipe_.isEncoded || !recipe_.warp->keepsPictures()) return nullptr;
-        return MakeWarpedImage(recipe_.input, recipe_.warp, extent(), Light::linear, recipe_.guide);
+    ImageRef Encoded() const override {
+        if (!recipe_.isEncoded || !recipe_.warp->KeepsPictures()) return nullptr;
+        return MakeWarpedImage(recipe_.input, recipe_.warp, GetExtent(), Light::kLinear, recipe_.guide);
     }
 
   private:
@@ -173,11 +173,11 @@ class WarpedImage : public Image {
 
 ImageRef MakeWarpedImage(ImageRef input, std::shared_ptr<const Warp> warp, const Extent& extent, Light light,
                          ImageRef guide) {
-    const ImageRef stored = light == Light::asStored ? input->encoded() : nullptr;
+    const ImageRef stored = light == Light::kAsStored ? input->Encoded() : nullptr;
     Recipe recipe = {stored != nullptr ? stored : std::move(input), stored != nullptr, std::move(guide),
                      std::move(warp)};
     const Depth below =
-        recipe.guide == nullptr ? recipe.input->depth() : recipe.input->depth().with(recipe.guide->depth());
+        recipe.guide == nullptr ? recipe.input->GetDepth() : recipe.input->GetDepth().With(recipe.guide->GetDepth());
     return std::make_shared<WarpedImage>(std::move(recipe), extent, below);
 }
 

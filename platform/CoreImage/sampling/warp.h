@@ -29,30 +29,30 @@ class Warp {
     virtual ~Warp() = default;
 
     // Writes the places of a row. There is room for a multiple of kPlaceStep of them. None is NaN.
-    virtual void places(const PlaceRow& row, double* x, double* y) const = 0;
+    virtual void Places(const PlaceRow& row, double* x, double* y) const = 0;
 
     // An extent that holds the places of all pixels whose centers lie in an extent. It may be larger, which costs time where the
     // input is a blur or a reduction.
-    virtual Extent source(const Extent& centers) const = 0;
+    virtual Extent Source(const Extent& centers) const = 0;
 
     // Whether any of the pixels whose centers lie in an extent come from elsewhere.
-    virtual bool moves(const Extent&) const { return true; }
+    virtual bool Moves(const Extent&) const { return true; }
 
     // Whether pixels side by side may come from places far apart. All of the source is then held in memory.
-    virtual bool isScattered() const { return false; }
+    virtual bool IsScattered() const { return false; }
 
     // How many pixels around a pixel of the guide a place depends on.
-    virtual std::int64_t guideMargin() const { return 0; }
+    virtual std::int64_t GuideMargin() const { return 0; }
 
     // Whether a warped picture still is a picture, to be sampled as stored by a warp on top of it.
-    virtual bool keepsPictures() const { return false; }
+    virtual bool KeepsPictures() const { return false; }
 };
 
 // What lies between pixels: the mean of what a picture stores, or the mean of light.
-enum class Light { asStored, linear };
+enum class Light { kAsStored, kLinear };
 
 // An image under a warp, which another image may guide. It is transparent outside the extent.
 ImageRef MakeWarpedImage(ImageRef input, std::shared_ptr<const Warp> warp, const Extent& extent,
-                         Light light = Light::asStored, ImageRef guide = nullptr);
+                         Light light = Light::kAsStored, ImageRef guide = nullptr);
 
 }  // namespace core_image

@@ -9,8 +9,9 @@
 #include "color/cube_kernels.h"
 #include "color/formulas.h"
 #include "core/point.h"
-#include "sampling/repeat.h"
 #include "halftone/halftone.h"
+#include "sampling/repeat.h"
+#include "stylize/filters.h"
 #include "stylize/stylize.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -63,7 +64,7 @@ constexpr double kDotSharpness = 0.7;
 // Colors in few steps of what is stored, which are even to the eye.
 class FewColors : public PointFunction {
   public:
-    void apply(float* pixels, std::size_t count) const override {
+    void ApplyToRun(float* pixels, std::size_t count) const override {
         EncodeClipped(pixels, count);
         Apply(PosterizeFormula{kSteps}, pixels, count);
         DecodeClipped(pixels, count);
@@ -72,47 +73,38 @@ class FewColors : public PointFunction {
 
 class SmoothColors : public CombiningFunction {
   public:
-    void apply(float* pixels, const float* const* others, std::size_t count) const override {
+    void ApplyToRun(float* pixels, const float* const* others, std::size_t count) const override {
         HWY_DYNAMIC_DISPATCH(SmoothRow)(pixels, others, count);
     }
 };
 
 class Comic : public CombiningFunction {
   public:
-    void apply(float* pixels, const float* const* others, std::size_t count) const override {
+    void ApplyToRun(float* pixels, const float* const* others, std::size_t count) const override {
         HWY_DYNAMIC_DISPATCH(ComicRow)(pixels, others, count);
     }
 };
 
-// An input of a filter of which this one is made.
-InputValue Given(const char* key, double number) {
-    InputValue value;
-    value.key = key;
-    value.number = number;
-    return value;
-}
-InputValue Given(const char* key, const ImageRef& image) {
-    InputValue value;
-    value.key = key;
-    value.image = &image;
-    return value;
-}
-
 }  // namespace
 
+// CIComicEffect: few colors, half of them in dots, and black lines; alpha stays.
+//
 // Black replaces all of the gray of the other inks: the picture stays bright and its dots colorful. Edges are found as in the
 // woodcut, whose lines are black on one side only and leave even areas alone.
 ImageRef ComicEffect(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
-    if (input == nullptr || input->extent().isEmpty()) return input;
-    const Extent extent = input->extent();
+    ImageRef input = inputs.GetImage("inputImage");
+    if (input == nullptr || input->GetExtent().IsEmpty()) return input;
+    const Extent extent = input->GetExtent();
     ImageRef blurred = MakeGaussianBlurImage(MakeClampedImage(input), kSmoothing);
     const ImageRef smooth =
         MakeCombinedImage({std::move(input), std::move(blurred)}, std::make_unique<SmoothColors>(), extent);
     ImageRef flat = MakePointImage(smooth, std::make_unique<FewColors>());
-    const InputValue printing[] = {Given("inputImage", flat), Given("inputWidth", kDotWidth),
-                                   Given("inputSharpness", kDotSharpness), Given("inputGCR", 1), Given("inputUCR", 1)};
-    ImageRef dots = CMYKHalftone(Inputs(printing, std::size(printing)));
+    InkPrint print;
+    print.width = kDotWidth;
+    print.sharpness = kDotSharpness;
+    print.blackReplaced = 1;
+    print.blackRemoved = 1;
+    ImageRef dots = MakeInkImage(flat, print);
     ImageRef lines = MakeWoodcutImage(smooth, 0, kLineRadius);
     return MakeCombinedImage({std::move(flat), std::move(dots), std::move(lines)}, std::make_unique<Comic>(), extent);
 }

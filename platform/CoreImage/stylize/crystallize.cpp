@@ -16,7 +16,7 @@
 #include "core/buffered.h"
 #include "sampling/repeat.h"
 #include "stylize/crystals.h"
-#include "stylize/stylize.h"
+#include "stylize/filters.h"
 
 namespace core_image {
 namespace {
@@ -37,23 +37,23 @@ struct Grid {
     double centerX, centerY;
     double radius;
 
-    std::int64_t column(std::int64_t x) const { return cell(x, centerX); }
-    std::int64_t row(std::int64_t y) const { return cell(y, centerY); }
+    std::int64_t Column(std::int64_t x) const { return Cell(x, centerX); }
+    std::int64_t Row(std::int64_t y) const { return Cell(y, centerY); }
 
     // A pixel's place in units of cells.
-    double cells(std::int64_t pixel, double center) const {
+    double Cells(std::int64_t pixel, double center) const {
         return (static_cast<double>(pixel) + 0.5 - center) / radius;
     }
 
     // The cells that hold a region, and two more on each side.
-    Region around(const Region& region) const {
-        const std::int64_t left = column(region.x) - 2, bottom = row(region.y) - 2;
-        return {left, bottom, column(region.right() - 1) + 3 - left, row(region.top() - 1) + 3 - bottom};
+    Region Around(const Region& region) const {
+        const std::int64_t left = Column(region.x) - 2, bottom = Row(region.y) - 2;
+        return {left, bottom, Column(region.Right() - 1) + 3 - left, Row(region.Top() - 1) + 3 - bottom};
     }
 
   private:
-    std::int64_t cell(std::int64_t pixel, double center) const {
-        return static_cast<std::int64_t>(std::floor(cells(pixel, center)));
+    std::int64_t Cell(std::int64_t pixel, double center) const {
+        return static_cast<std::int64_t>(std::floor(Cells(pixel, center)));
     }
 };
 
@@ -65,12 +65,12 @@ struct Palette {
     std::int64_t reach;
 
     // The square of a seed's pixels that lie in the image: at least one.
-    Region square(double x, double y) const {
+    Region Square(double x, double y) const {
         const auto nearest = [this](double place, double least, double end) {
             return static_cast<std::int64_t>(std::clamp(std::floor(place / factor), least, end - 1));
         };
         const std::int64_t column = nearest(x, extent.left, extent.right), row = nearest(y, extent.bottom, extent.top);
-        return Clip(Region{column, row, 1, 1}.grownBy(reach), extent);
+        return Clip(Region{column, row, 1, 1}.GrownBy(reach), extent);
     }
 };
 
@@ -78,46 +78,44 @@ struct Palette {
 class Seeds {
   public:
     Seeds(const Grid& grid, const Region& cells)
-        : grid_(grid),
-          cells_(cells),
-          colors_(static_cast<std::size_t>(cells.width * cells.height) * kFloatsPerPixel) {}
+        : grid_(grid), cells_(cells), colors_(static_cast<std::size_t>(cells.width * cells.height) * kFloatsPerPixel) {}
 
     // Computes the colors of a row of cells.
-    void colorRow(std::int64_t row, const Palette& palette, const Prepared& image) {
-        for (std::int64_t column = cells_.x; column < cells_.right(); ++column) {
-            const PixelBlock block(square(palette, column, row));
-            image.render(block.tile());
+    void ColorRow(std::int64_t row, const Palette& palette, const Prepared& image) {
+        for (std::int64_t column = cells_.x; column < cells_.Right(); ++column) {
+            const PixelBlock block(Square(palette, column, row));
+            image.Render(block.GetTile());
             double sums[kFloatsPerPixel] = {};
-            const Region& region = block.region();
-            for (std::int64_t y = region.y; y < region.top(); ++y) {
-                const float* from = block.row(y);
+            const Region& region = block.GetRegion();
+            for (std::int64_t y = region.y; y < region.Top(); ++y) {
+                const float* from = block.Row(y);
                 for (std::int64_t x = 0; x < region.width; ++x)
                     for (double& sum : sums) sum += static_cast<double>(*from++);
             }
-            float* to = colors_.data() + number(column, row) * kFloatsPerPixel;
+            float* to = colors_.data() + GetNumber(column, row) * kFloatsPerPixel;
             const double count = static_cast<double>(region.width * region.height);
             for (const double sum : sums) *to++ = FiniteFloat(sum / count);
         }
     }
 
     // The pixels that all these colors come from.
-    Region source(const Palette& palette) const {
-        const Region first = square(palette, cells_.x, cells_.y);
+    Region Source(const Palette& palette) const {
+        const Region first = Square(palette, cells_.x, cells_.y);
         Region all = first;
         const auto add = [&](std::int64_t column, std::int64_t row) {
-            const Region more = square(palette, column, row);
+            const Region more = Square(palette, column, row);
             const std::int64_t left = std::min(all.x, more.x), bottom = std::min(all.y, more.y);
-            all = {left, bottom, std::max(all.right(), more.right()) - left, std::max(all.top(), more.top()) - bottom};
+            all = {left, bottom, std::max(all.Right(), more.Right()) - left, std::max(all.Top(), more.Top()) - bottom};
         };
-        for (std::int64_t column = cells_.x; column < cells_.right(); ++column)
-            for (const std::int64_t row : {cells_.y, cells_.top() - 1}) add(column, row);
-        for (std::int64_t row = cells_.y; row < cells_.top(); ++row)
-            for (const std::int64_t column : {cells_.x, cells_.right() - 1}) add(column, row);
+        for (std::int64_t column = cells_.x; column < cells_.Right(); ++column)
+            for (const std::int64_t row : {cells_.y, cells_.Top() - 1}) add(column, row);
+        for (std::int64_t row = cells_.y; row < cells_.Top(); ++row)
+            for (const std::int64_t column : {cells_.x, cells_.Right() - 1}) add(column, row);
         return all;
     }
 
     // Draws the part of a tile that lies in a cell.
-    void draw(const Tile& tile, std::int64_t column, std::int64_t row) const {
+    void Draw(const Tile& tile, std::int64_t column, std::int64_t row) const {
         NearSeeds near;
         std::size_t numbers[kNearCells], count = 0;
         for (std::int64_t y = -2; y <= 2; ++y) {
@@ -126,37 +124,37 @@ class Seeds {
                 const Seed seed = SeedOf(column + x, row + y);
                 near.x[count] = seed.x + static_cast<float>(x);
                 near.y[count] = seed.y + static_cast<float>(y);
-                numbers[count++] = number(column + x, row + y);
+                numbers[count++] = GetNumber(column + x, row + y);
             }
         }
         const Region& region = tile.region;
-        std::vector<float> places(tile.width() + kBlockPixels);
-        for (std::size_t index = 0; index < tile.width(); ++index) {
+        std::vector<float> places(tile.Width() + kBlockPixels);
+        for (std::size_t index = 0; index < tile.Width(); ++index) {
             const std::int64_t x = region.x + static_cast<std::int64_t>(index);
-            places[index] = static_cast<float>(grid_.cells(x, grid_.centerX) - static_cast<double>(column));
+            places[index] = static_cast<float>(grid_.Cells(x, grid_.centerX) - static_cast<double>(column));
         }
         std::vector<std::int32_t> nearest(places.size());
-        for (std::int64_t y = region.y; y < region.top(); ++y) {
-            const auto place = static_cast<float>(grid_.cells(y, grid_.centerY) - static_cast<double>(row));
-            FindNearest(near, places.data(), place, tile.width(), nearest.data());
-            float* to = tile.row(y);
-            for (std::size_t index = 0; index < tile.width(); ++index, to += kFloatsPerPixel) {
+        for (std::int64_t y = region.y; y < region.Top(); ++y) {
+            const auto place = static_cast<float>(grid_.Cells(y, grid_.centerY) - static_cast<double>(row));
+            FindNearest(near, places.data(), place, tile.Width(), nearest.data());
+            float* to = tile.Row(y);
+            for (std::size_t index = 0; index < tile.Width(); ++index, to += kFloatsPerPixel) {
                 const std::size_t seed = numbers[static_cast<std::size_t>(nearest[index])];
                 std::memcpy(to, &colors_[seed * kFloatsPerPixel], kFloatsPerPixel * sizeof(float));
             }
         }
     }
 
-    const Region& cells() const { return cells_; }
+    const Region& Cells() const { return cells_; }
 
   private:
-    Region square(const Palette& palette, std::int64_t column, std::int64_t row) const {
+    Region Square(const Palette& palette, std::int64_t column, std::int64_t row) const {
         const Seed seed = SeedOf(column, row);
-        return palette.square(
+        return palette.Square(
             grid_.centerX + grid_.radius * (static_cast<double>(column) + static_cast<double>(seed.x)),
             grid_.centerY + grid_.radius * (static_cast<double>(row) + static_cast<double>(seed.y)));
     }
-    std::size_t number(std::int64_t column, std::int64_t row) const {
+    std::size_t GetNumber(std::int64_t column, std::int64_t row) const {
         return static_cast<std::size_t>((row - cells_.y) * cells_.width + column - cells_.x);
     }
 
@@ -168,39 +166,39 @@ class Seeds {
 class MosaicStage : public Stage {
   public:
     MosaicStage(const Grid& grid, const Palette& palette, const Region& region) : grid_(grid), palette_(palette) {
-        Seeds seeds(grid, grid.around(region));
-        image_ = Prepare(palette.image, seeds.source(palette));
-        if (!image_.isPointwise()) image_ = Prepare(MakeBufferedImage(palette.image), seeds.source(palette));
+        Seeds seeds(grid, grid.Around(region));
+        image_ = Prepare(palette.image, seeds.Source(palette));
+        if (!image_.IsPointwise()) image_ = Prepare(MakeBufferedImage(palette.image), seeds.Source(palette));
         if (grid.radius <= kLargestSmall) return;
-        const Region& cells = seeds.cells();
-        tbb::parallel_for(cells.y, cells.top(), [&](std::int64_t row) { seeds.colorRow(row, palette, image_); });
+        const Region& cells = seeds.Cells();
+        tbb::parallel_for(cells.y, cells.Top(), [&](std::int64_t row) { seeds.ColorRow(row, palette, image_); });
         seeds_ = std::move(seeds);
     }
 
-    void render(const Tile& tile) const override {
+    void Render(const Tile& tile) const override {
         if (seeds_.has_value()) {
-            draw(*seeds_, tile);
+            Draw(*seeds_, tile);
             return;
         }
-        Seeds seeds(grid_, grid_.around(tile.region));
-        const Region& cells = seeds.cells();
-        for (std::int64_t row = cells.y; row < cells.top(); ++row) seeds.colorRow(row, palette_, image_);
-        draw(seeds, tile);
+        Seeds seeds(grid_, grid_.Around(tile.region));
+        const Region& cells = seeds.Cells();
+        for (std::int64_t row = cells.y; row < cells.Top(); ++row) seeds.ColorRow(row, palette_, image_);
+        Draw(seeds, tile);
     }
 
   private:
     // Draws one cell after the other. Each ends where the next begins.
-    void draw(const Seeds& seeds, const Tile& tile) const {
+    void Draw(const Seeds& seeds, const Tile& tile) const {
         const Region& region = tile.region;
-        for (std::int64_t y = region.y; y < region.top();) {
-            const std::int64_t row = grid_.row(y);
+        for (std::int64_t y = region.y; y < region.Top();) {
+            const std::int64_t row = grid_.Row(y);
             std::int64_t top = y + 1;
-            while (top < region.top() && grid_.row(top) == row) ++top;
-            for (std::int64_t x = region.x; x < region.right();) {
-                const std::int64_t column = grid_.column(x);
+            while (top < region.Top() && grid_.Row(top) == row) ++top;
+            for (std::int64_t x = region.x; x < region.Right();) {
+                const std::int64_t column = grid_.Column(x);
                 std::int64_t right = x + 1;
-                while (right < region.right() && grid_.column(right) == column) ++right;
-                seeds.draw(tile.part({x, y, right - x, top - y}), column, row);
+                while (right < region.Right() && grid_.Column(right) == column) ++right;
+                seeds.Draw(tile.Part({x, y, right - x, top - y}), column, row);
                 x = right;
             }
             y = top;
@@ -216,9 +214,9 @@ class MosaicStage : public Stage {
 class MosaicImage : public Image {
   public:
     MosaicImage(const ImageRef& input, const Grid& grid, Palette palette)
-        : Image(input->extent(), input->depth()), grid_(grid), palette_(std::move(palette)) {}
+        : Image(input->GetExtent(), input->GetDepth()), grid_(grid), palette_(std::move(palette)) {}
 
-    std::unique_ptr<const Stage> prepare(const Region& region) const override {
+    std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         return std::make_unique<MosaicStage>(grid_, palette_, region);
     }
 
@@ -232,14 +230,14 @@ class MosaicImage : public Image {
 // The smaller picture is made of one that goes on beyond its frame as its outermost pixels do, so that its own outermost pixels
 // are as opaque as the others.
 Palette PaletteOf(const ImageRef& input, double radius) {
-    const Extent& extent = input->extent();
+    const Extent& extent = input->GetExtent();
     const double width = std::min(radius, extent.right - extent.left);
     const double height = std::min(radius, extent.top - extent.bottom);
     const double excess = std::sqrt(width * height) / kWidestExact;
     if (excess <= 1) return {input, extent, 1, static_cast<std::int64_t>(radius / 2)};
     const int powers = static_cast<int>(std::ceil(std::log2(excess)));
     const Reduction reduction = {std::max(0, powers - kMostMeans), std::min(powers, kMostMeans)};
-    const double factor = reduction.factor();
+    const double factor = reduction.Factor();
     const Extent smaller = {std::floor(extent.left / factor), std::floor(extent.bottom / factor),
                             std::ceil(extent.right / factor), std::ceil(extent.top / factor)};
     return {Reduced(MakeClampedImage(input), reduction), smaller, factor,
@@ -248,13 +246,16 @@ Palette PaletteOf(const ImageRef& input, double radius) {
 
 }  // namespace
 
+// CICrystallize: convex polygons of one color each, about inputRadius wide, in a pattern that moves with inputCenter. The input
+// itself for a radius up to 1.
+//
 // A seed's color is a mean, not that of one pixel: blocks keep the tones of a picture with fine detail.
 ImageRef Crystallize(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
-    const double radius = std::min(inputs.number("inputRadius"), kFarthest);
-    if (input == nullptr || !(radius > 1) || input->extent().isEmpty()) return input;
+    ImageRef input = inputs.GetImage("inputImage");
+    const double radius = std::min(inputs.GetNumber("inputRadius"), kFarthest);
+    if (input == nullptr || !(radius > 1) || input->GetExtent().IsEmpty()) return input;
     const auto center = [&](std::size_t index) {
-        return std::clamp(inputs.element("inputCenter", index), -kFarthest, kFarthest);
+        return std::clamp(inputs.GetElement("inputCenter", index), -kFarthest, kFarthest);
     };
     return std::make_shared<MosaicImage>(input, Grid{center(0), center(1), radius}, PaletteOf(input, radius));
 }

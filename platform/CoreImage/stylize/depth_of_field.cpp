@@ -11,9 +11,9 @@
 #include "core/luminance.h"
 #include "core/point.h"
 #include "sampling/repeat.h"
+#include "stylize/filters.h"
 #include "stylize/focus.h"
 #include "stylize/framed.h"
-#include "stylize/stylize.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "stylize/depth_of_field.cpp"
@@ -57,7 +57,7 @@ HWY_ATTR void MiniatureRow(float* pixels, const float* const* others, const floa
             return Finite(hn::MulAdd(hn::Sub(own, blurred), Constant(sharpening), own));
         };
         Colors focused = {sharpened(c.red, soft.red), sharpened(c.green, soft.green), sharpened(c.blue, soft.blue),
-                           c.alpha};
+                          c.alpha};
         const Wide gray = Luminance(focused);
         const auto saturated = [&](Wide value)
                                    HWY_ATTR { return hn::MulAdd(hn::Sub(value, gray), Constant(saturation), gray); };
@@ -84,7 +84,7 @@ HWY_EXPORT(MiniatureRow);
 
 class ClipFunction : public PointFunction {
   public:
-    void apply(float* pixels, std::size_t count) const override { HWY_DYNAMIC_DISPATCH(ClipRow)(pixels, count); }
+    void ApplyToRun(float* pixels, std::size_t count) const override { HWY_DYNAMIC_DISPATCH(ClipRow)(pixels, count); }
 };
 
 // What becomes of a miniature's pixels.
@@ -99,39 +99,39 @@ class MiniatureStage : public Stage {
     MiniatureStage(Prepared sharp, Prepared soft, Prepared away, const Miniature& miniature)
         : sharp_(std::move(sharp)), soft_(std::move(soft)), away_(std::move(away)), miniature_(miniature) {}
 
-    void render(const Tile& tile) const override {
+    void Render(const Tile& tile) const override {
         const Region& region = tile.region;
-        const std::size_t stride = tile.width() + kBlockPixels;
+        const std::size_t stride = tile.Width() + kBlockPixels;
         std::vector<float> blurs(stride * static_cast<std::size_t>(region.height));
         const FocusLine& line = miniature_.line;
         bool isAllAway = true;
-        for (std::int64_t y = region.y; y < region.top(); ++y) {
+        for (std::int64_t y = region.y; y < region.Top(); ++y) {
             float* row = &blurs[stride * static_cast<std::size_t>(y - region.y)];
             HWY_DYNAMIC_DISPATCH(FocusRow)
             (line, static_cast<double>(region.x) + 0.5 - line.startX, static_cast<double>(y) + 0.5 - line.startY, row,
-             tile.width());
-            isAllAway = isAllAway && std::all_of(row, row + tile.width(), [](float blur) { return blur == 1; });
+             tile.Width());
+            isAllAway = isAllAway && std::all_of(row, row + tile.Width(), [](float blur) { return blur == 1; });
         }
         // Most tiles are far from the line.
         if (isAllAway) {
-            away_.render(tile);
+            away_.Render(tile);
             return;
         }
-        sharp_.render(tile);
+        sharp_.Render(tile);
         const PixelBlock soft(region), away(region);
-        soft_.render(soft.tile());
-        away_.render(away.tile());
+        soft_.Render(soft.GetTile());
+        away_.Render(away.GetTile());
         const RunMemory memory(3);
         ForEachRun(region, [&](const Run& run) {
-            float* pixels = tile.part(run.region()).pixels;
-            const float* others[] = {memory.run(1), memory.run(2)};
-            ToBlocks(pixels, run.count, memory.run(0));
-            ToBlocks(soft.tile().part(run.region()).pixels, run.count, memory.run(1));
-            ToBlocks(away.tile().part(run.region()).pixels, run.count, memory.run(2));
+            float* pixels = tile.Part(run.GetRegion()).pixels;
+            const float* others[] = {memory.Run(1), memory.Run(2)};
+            ToBlocks(pixels, run.count, memory.Run(0));
+            ToBlocks(soft.GetTile().Part(run.GetRegion()).pixels, run.count, memory.Run(1));
+            ToBlocks(away.GetTile().Part(run.GetRegion()).pixels, run.count, memory.Run(2));
             const float* row = &blurs[stride * static_cast<std::size_t>(run.y - region.y)];
             HWY_DYNAMIC_DISPATCH(MiniatureRow)
-            (memory.run(0), others, row + (run.x - region.x), miniature_.sharpening, miniature_.saturation, run.count);
-            FromBlocks(memory.run(0), run.count, pixels);
+            (memory.Run(0), others, row + (run.x - region.x), miniature_.sharpening, miniature_.saturation, run.count);
+            FromBlocks(memory.Run(0), run.count, pixels);
         });
     }
 
@@ -143,13 +143,13 @@ class MiniatureStage : public Stage {
 class MiniatureImage : public Image {
   public:
     MiniatureImage(const Extent& extent, ImageRef sharp, ImageRef soft, ImageRef away, const Miniature& miniature)
-        : Image(extent, sharp->depth().with(soft->depth()).with(away->depth())),
+        : Image(extent, sharp->GetDepth().With(soft->GetDepth()).With(away->GetDepth())),
           sharp_(std::move(sharp)),
           soft_(std::move(soft)),
           away_(std::move(away)),
           miniature_(miniature) {}
 
-    std::unique_ptr<const Stage> prepare(const Region& region) const override {
+    std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         return std::make_unique<MiniatureStage>(Prepare(sharp_, region), Prepare(soft_, region), Prepare(away_, region),
                                                 miniature_);
     }
@@ -161,10 +161,10 @@ class MiniatureImage : public Image {
 
 FocusLine LineOf(const Inputs& inputs, const Extent& extent) {
     FocusLine line = {};
-    line.startX = inputs.element("inputPoint0", 0);
-    line.startY = inputs.element("inputPoint0", 1);
-    line.alongX = inputs.element("inputPoint1", 0) - line.startX;
-    line.alongY = inputs.element("inputPoint1", 1) - line.startY;
+    line.startX = inputs.GetElement("inputPoint0", 0);
+    line.startY = inputs.GetElement("inputPoint0", 1);
+    line.alongX = inputs.GetElement("inputPoint1", 0) - line.startX;
+    line.alongY = inputs.GetElement("inputPoint1", 1) - line.startY;
     const double square = line.alongX * line.alongX + line.alongY * line.alongY;
     line.perSquare = square > 0 ? std::min(1 / square, kLargestNumber) : 0;
     const double side = std::min(extent.right - extent.left, extent.top - extent.bottom);
@@ -178,18 +178,20 @@ FocusLine LineOf(const Inputs& inputs, const Extent& extent) {
 
 }  // namespace
 
+// CIDepthOfField: sharp and colorful near the line from inputPoint0 to inputPoint1, blurred by inputRadius away from it.
+//
 // Out of focus is a disc, as a lens makes it, not a Gaussian; and the line ends at its points, so that one point twice is a round
 // spot. The picture goes on beyond its frame as its outermost pixels do, so that the frame stays opaque.
 ImageRef DepthOfField(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
-    if (input == nullptr || input->extent().isEmpty()) return input;
-    const double radius = inputs.number("inputRadius"), saturation = inputs.number("inputSaturation");
-    const double intensity = inputs.number("inputUnsharpMaskIntensity");
+    ImageRef input = inputs.GetImage("inputImage");
+    if (input == nullptr || input->GetExtent().IsEmpty()) return input;
+    const double radius = inputs.GetNumber("inputRadius"), saturation = inputs.GetNumber("inputSaturation");
+    const double intensity = inputs.GetNumber("inputUnsharpMaskIntensity");
     if (radius <= 0 && saturation == 1 && intensity == 0) return input;
-    const Extent extent = input->extent();
+    const Extent extent = input->GetExtent();
     const ImageRef framed = MakePointImage(MakeClampedImage(std::move(input)), std::make_unique<ClipFunction>());
     return std::make_shared<MiniatureImage>(
-        extent, framed, MakeGaussianBlurImage(framed, FramedRadius(inputs.number("inputUnsharpMaskRadius"), extent)),
+        extent, framed, MakeGaussianBlurImage(framed, FramedRadius(inputs.GetNumber("inputUnsharpMaskRadius"), extent)),
         MakeDiscBlurImage(framed, FramedRadius(radius, extent)),
         Miniature{LineOf(inputs, extent), FiniteFloat(intensity), FiniteFloat(saturation)});
 }

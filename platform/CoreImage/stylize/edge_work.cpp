@@ -9,6 +9,7 @@
 #include "blur/blur.h"
 #include "core/point.h"
 #include "sampling/repeat.h"
+#include "stylize/filters.h"
 #include "stylize/framed.h"
 #include "stylize/stylize.h"
 
@@ -52,12 +53,14 @@ constexpr double kGrain = 1;
 
 class LuminanceFunction : public PointFunction {
   public:
-    void apply(float* pixels, std::size_t count) const override { HWY_DYNAMIC_DISPATCH(LuminanceRow)(pixels, count); }
+    void ApplyToRun(float* pixels, std::size_t count) const override {
+        HWY_DYNAMIC_DISPATCH(LuminanceRow)(pixels, count);
+    }
 };
 
 class Woodcut : public CombiningFunction {
   public:
-    void apply(float* pixels, const float* const* others, std::size_t count) const override {
+    void ApplyToRun(float* pixels, const float* const* others, std::size_t count) const override {
         HWY_DYNAMIC_DISPATCH(WoodcutRow)(pixels, others, count);
     }
 };
@@ -65,18 +68,20 @@ class Woodcut : public CombiningFunction {
 }  // namespace
 
 ImageRef MakeWoodcutImage(ImageRef input, double grain, double radius) {
-    const Extent extent = input->extent();
+    const Extent extent = input->GetExtent();
     ImageRef tone = MakePointImage(MakeClampedImage(std::move(input)), std::make_unique<LuminanceFunction>());
     ImageRef own = MakeGaussianBlurImage(tone, FramedRadius(grain, extent));
     ImageRef around = MakeGaussianBlurImage(tone, FramedRadius(radius, extent));
     return MakeCombinedImage({std::move(tone), std::move(own), std::move(around)}, std::make_unique<Woodcut>(), extent);
 }
 
+// CIEdgeWork: the woodcut by inputRadius.
+//
 // The contrast of two Gaussians: the wide one makes outlines grow with the radius from thin to bold, the narrow one keeps the
 // grain of a photo from speckling its even areas. The image goes on as its outermost pixels do, so that its frame is no outline.
 ImageRef EdgeWork(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
-    const double radius = inputs.number("inputRadius");
+    ImageRef input = inputs.GetImage("inputImage");
+    const double radius = inputs.GetNumber("inputRadius");
     return input == nullptr ? nullptr : MakeWoodcutImage(std::move(input), std::min(radius / 3, kGrain), radius);
 }
 

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "sampling/repeat.h"
-#include "stylize/stylize.h"
+#include "stylize/filters.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "stylize/edges.cpp"
@@ -54,12 +54,12 @@ class EdgeStage : public Stage {
   public:
     EdgeStage(Prepared input, float intensity) : input_(std::move(input)), scale_(intensity / 2) {}
 
-    void render(const Tile& tile) const override {
-        const PixelBlock source(tile.region.grownBy(1));
-        input_.render(source.tile());
-        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
+    void Render(const Tile& tile) const override {
+        const PixelBlock source(tile.region.GrownBy(1));
+        input_.Render(source.GetTile());
+        for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
             HWY_DYNAMIC_DISPATCH(EdgeRow)
-            (source.row(y + 1), source.row(y), source.row(y - 1), scale_, tile.row(y), tile.width());
+            (source.Row(y + 1), source.Row(y), source.Row(y - 1), scale_, tile.Row(y), tile.Width());
         }
     }
 
@@ -71,10 +71,10 @@ class EdgeStage : public Stage {
 class EdgeImage : public Image {
   public:
     EdgeImage(const ImageRef& input, float intensity)
-        : Image(input->extent(), input->depth()), input_(MakeClampedImage(input)), intensity_(intensity) {}
+        : Image(input->GetExtent(), input->GetDepth()), input_(MakeClampedImage(input)), intensity_(intensity) {}
 
-    std::unique_ptr<const Stage> prepare(const Region& region) const override {
-        return std::make_unique<EdgeStage>(Prepare(input_, region.grownBy(1)), intensity_);
+    std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
+        return std::make_unique<EdgeStage>(Prepare(input_, region.GrownBy(1)), intensity_);
     }
 
   private:
@@ -84,12 +84,14 @@ class EdgeImage : public Image {
 
 }  // namespace
 
+// CIEdges: how fast each color changes, times inputIntensity, on black; alpha stays.
+//
 // Central differences, not those of two diagonals: a line then stands where the edge is, not half a pixel beside it. The image
 // goes on as its outermost pixels do, so that its frame is no edge.
 ImageRef Edges(const Inputs& inputs) {
-    ImageRef input = inputs.image("inputImage");
+    ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;
-    return std::make_shared<EdgeImage>(input, FiniteFloat(inputs.number("inputIntensity")));
+    return std::make_shared<EdgeImage>(input, FiniteFloat(inputs.GetNumber("inputIntensity")));
 }
 
 }  // namespace core_image

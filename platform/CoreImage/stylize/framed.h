@@ -12,7 +12,7 @@ namespace core_image {
 //
 // Why a limit: a radius as long as the picture already blends all of it, and what is beyond the frame would only take time.
 inline double FramedRadius(double radius, const Extent& extent) {
-    if (extent.isEmpty()) return 0;
+    if (extent.IsEmpty()) return 0;
     return std::min(radius, std::max(extent.right - extent.left, extent.top - extent.bottom));
 }
 

@@ -7,6 +7,7 @@
 
 #include "blur/blur.h"
 #include "core/point.h"
+#include "stylize/filters.h"
 #include "stylize/stylize.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -55,8 +56,8 @@ class GlowFunction : public CombiningFunction {
   public:
     GlowFunction(Glow glow, float intensity) : glow_(glow), intensity_(intensity) {}
 
-    void apply(float* pixels, const float* const* others, std::size_t count) const override {
-        if (glow_ == Glow::light) {
+    void ApplyToRun(float* pixels, const float* const* others, std::size_t count) const override {
+        if (glow_ == Glow::kLight) {
             HWY_DYNAMIC_DISPATCH(BloomRow)(pixels, others, count, intensity_);
         } else {
             HWY_DYNAMIC_DISPATCH(GloomRow)(pixels, others, count, intensity_);
@@ -69,23 +70,25 @@ class GlowFunction : public CombiningFunction {
 };
 
 ImageRef GlowOf(const Inputs& inputs, Glow glow) {
-    ImageRef input = inputs.image("inputImage");
-    const double intensity = inputs.number("inputIntensity");
+    ImageRef input = inputs.GetImage("inputImage");
+    const double intensity = inputs.GetNumber("inputIntensity");
     if (input == nullptr || intensity == 0) return input;
-    ImageRef blurred = MakeGaussianBlurImage(input, inputs.number("inputRadius"));
+    ImageRef blurred = MakeGaussianBlurImage(input, inputs.GetNumber("inputRadius"));
     return blurred == input ? input : MakeGlowImage(std::move(input), std::move(blurred), glow, intensity);
 }
 
 }  // namespace
 
 ImageRef MakeGlowImage(ImageRef input, ImageRef blurred, Glow glow, double intensity) {
-    const Extent extent = blurred->extent();
+    const Extent extent = blurred->GetExtent();
     return MakeCombinedImage({std::move(input), std::move(blurred)},
                              std::make_unique<GlowFunction>(glow, FiniteFloat(intensity)), extent);
 }
 
-ImageRef Bloom(const Inputs& inputs) { return GlowOf(inputs, Glow::light); }
-ImageRef Gloom(const Inputs& inputs) { return GlowOf(inputs, Glow::darkness); }
+// CIBloom: every channel, alpha too, moves by inputIntensity towards a Gaussian blur of sigma inputRadius where that is more.
+// CIGloom: where that is less. The extent is the blur's. The input itself for an intensity of 0.
+ImageRef Bloom(const Inputs& inputs) { return GlowOf(inputs, Glow::kLight); }
+ImageRef Gloom(const Inputs& inputs) { return GlowOf(inputs, Glow::kDarkness); }
 
 }  // namespace core_image
 #endif

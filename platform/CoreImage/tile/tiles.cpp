@@ -1,6 +1,6 @@
 // tiles.cpp - the filters: their cell, and the fold (folds.h) that they are.
 
-#include "tile/tiles.h"
+#include "tile/filters.h"
 
 #include <cmath>
 #include <utility>
@@ -30,13 +30,13 @@ struct Turn {
 
 // The cell of a filter; its second edge is turned from the first.
 Cell CellOf(const Inputs& inputs, Turn second) {
-    const double given = inputs.number("inputWidth");
+    const double given = inputs.GetNumber("inputWidth");
     // Why 1 for none: a pixel of the image is the least that there is to show.
     const double width = given > 0 ? std::max(given, kNarrowest) : 1;
     if (std::abs(second.sin) < kFlattest) second.sin = std::copysign(kFlattest, second.sin);
-    const Turn first(inputs.number("inputAngle"));
-    return {inputs.element("inputCenter", 0),
-            inputs.element("inputCenter", 1),
+    const Turn first(inputs.GetNumber("inputAngle"));
+    return {inputs.GetElement("inputCenter", 0),
+            inputs.GetElement("inputCenter", 1),
             width * first.cos,
             width * first.sin,
             width * (second.cos * first.cos - second.sin * first.sin),
@@ -47,20 +47,20 @@ class TileWarp : public Warp {
   public:
     TileWarp(const Cell& cell, Fold fold) : cell_(cell), fold_(fold) {}
 
-    void places(const PlaceRow& row, double* x, double* y) const override { fold_(cell_, row, x, y); }
+    void Places(const PlaceRow& row, double* x, double* y) const override { fold_(cell_, row, x, y); }
 
     // All of the cell, wherever it is to be shown.
-    Extent source(const Extent&) const override {
-        const auto [left, right] = reach(cell_.firstX, cell_.secondX);
-        const auto [bottom, top] = reach(cell_.firstY, cell_.secondY);
+    Extent Source(const Extent&) const override {
+        const auto [left, right] = Reach(cell_.firstX, cell_.secondX);
+        const auto [bottom, top] = Reach(cell_.firstY, cell_.secondY);
         return {cell_.x + left, cell_.y + bottom, cell_.x + right, cell_.y + top};
     }
 
-    bool isScattered() const override { return true; }
+    bool IsScattered() const override { return true; }
 
   private:
     // The least and the most that two edges, either or both, come to.
-    static std::pair<double, double> reach(double first, double second) {
+    static std::pair<double, double> Reach(double first, double second) {
         return {std::min(first, 0.0) + std::min(second, 0.0), std::max(first, 0.0) + std::max(second, 0.0)};
     }
 
@@ -71,26 +71,32 @@ class TileWarp : public Warp {
 constexpr double kRightAngle = 1.5707963267948966;
 
 ImageRef MakeTile(const Inputs& inputs, Fold fold, double between = kRightAngle) {
-    ImageRef input = inputs.image("inputImage");
+    ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;
     return MakeWarpedImage(std::move(input), std::make_shared<TileWarp>(CellOf(inputs, Turn(between)), fold),
-                           Extent::infinite());
+                           Extent::Infinite());
 }
 
 }  // namespace
 
+// CIEightfoldReflectedTile: an eighth of the cell, reflected in all sides of its triangle.
 ImageRef EightfoldReflectedTile(const Inputs& inputs) { return MakeTile(inputs, ReflectEightFold); }
 
+// CIFourfoldReflectedTile: the cell, reflected in its sides.
 ImageRef FourfoldReflectedTile(const Inputs& inputs) {
-    return MakeTile(inputs, ReflectFold, inputs.number("inputAcuteAngle"));
+    return MakeTile(inputs, ReflectFold, inputs.GetNumber("inputAcuteAngle"));
 }
 
+// CIFourfoldRotatedTile: the cell, turned about its corners by quarter turns.
 ImageRef FourfoldRotatedTile(const Inputs& inputs) { return MakeTile(inputs, RotateFold); }
 
+// CIFourfoldTranslatedTile: the cell, side by side with itself.
 ImageRef FourfoldTranslatedTile(const Inputs& inputs) {
-    return MakeTile(inputs, TranslateFold, inputs.number("inputAcuteAngle"));
+    return MakeTile(inputs, TranslateFold, inputs.GetNumber("inputAcuteAngle"));
 }
 
+// CIGlideReflectedTile: rows of the cell side by side with itself, every other row reflected left to right.
+//
 // Chosen of what glide reflection may mean: going up by one cell reflects left to right about the cell's corner.
 ImageRef GlideReflectedTile(const Inputs& inputs) { return MakeTile(inputs, GlideFold); }
 

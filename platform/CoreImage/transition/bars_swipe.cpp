@@ -8,8 +8,8 @@
 
 #include "sampling/warp.h"
 #include "transition/between.h"
+#include "transition/filters.h"
 #include "transition/formulas.h"
-#include "transition/transition.h"
 
 namespace core_image {
 namespace {
@@ -24,17 +24,17 @@ bool HasEnds(const Extent& extent) {
 // Where the bars are laid: over both images, or over the one that has ends.
 Extent AreaOf(const Between& between) {
     if (HasEnds(between.extent)) return between.extent;
-    return HasEnds(between.image->extent()) ? between.image->extent() : between.target->extent();
+    return HasEnds(between.image->GetExtent()) ? between.image->GetExtent() : between.target->GetExtent();
 }
 
 class BarsWarp : public Warp {
   public:
     BarsWarp(const Inputs& inputs, double time, const Extent& area)
-        : across_(inputs.number("inputAngle")),
-          width_(std::max(inputs.number("inputWidth"), kLeast)),
-          offset_(std::max(inputs.number("inputBarOffset"), kLeast)) {
+        : across_(inputs.GetNumber("inputAngle")),
+          width_(std::max(inputs.GetNumber("inputWidth"), kLeast)),
+          offset_(std::max(inputs.GetNumber("inputBarOffset"), kLeast)) {
         const double width = area.right - area.left, height = area.top - area.bottom;
-        least_ = across_.of(area.left, area.bottom, width, height).least;
+        least_ = across_.Of(area.left, area.bottom, width, height).least;
         // M: at time 1 the last of the bars that cross the area from side to side has slid by its whole length.
         const double cos = std::abs(across_.x), sin = std::abs(across_.y);
         const double longest = std::min(height / cos, width / sin);
@@ -42,31 +42,31 @@ class BarsWarp : public Warp {
         reach_ = time * (lastLong + std::sqrt(longest / offset_));
     }
 
-    void places(const PlaceRow& row, double* x, double* y) const override {
+    void Places(const PlaceRow& row, double* x, double* y) const override {
         const double centerY = static_cast<double>(row.y) + 0.5;
         for (std::size_t index = 0; index < row.count; ++index) {
             const double centerX = static_cast<double>(row.x + static_cast<std::int64_t>(index)) + 0.5;
-            const double slid = slidAt(across_.along(centerX, centerY));
+            const double slid = SlidAt(across_.Along(centerX, centerY));
             x[index] = centerX - across_.y * slid;
             y[index] = centerY + across_.x * slid;
         }
     }
 
-    Extent source(const Extent& centers) const override {
+    Extent Source(const Extent& centers) const override {
         const auto [least, most] =
-            across_.of(centers.left, centers.bottom, centers.right - centers.left, centers.top - centers.bottom);
-        const double far = slidAt(least), near = slidAt(most);
+            across_.Of(centers.left, centers.bottom, centers.right - centers.left, centers.top - centers.bottom);
+        const double far = SlidAt(least), near = SlidAt(most);
         const double farX = -across_.y * far, nearX = -across_.y * near;
         const double farY = across_.x * far, nearY = across_.x * near;
         return {centers.left + std::min(farX, nearX), centers.bottom + std::min(farY, nearY),
                 centers.right + std::max(farX, nearX), centers.top + std::max(farY, nearY)};
     }
 
-    bool isScattered() const override { return true; }
+    bool IsScattered() const override { return true; }
 
   private:
     // How far the bar at a place u has slid.
-    double slidAt(double u) const {
+    double SlidAt(double u) const {
         const double n = std::max(0.0, reach_ - std::floor((u - least_) / width_));
         return offset_ * n * n;
     }
@@ -80,6 +80,7 @@ class BarsWarp : public Warp {
 
 }  // namespace
 
+// CIBarsSwipeTransition: the image is cut into bars that slide away one after another.
 ImageRef BarsSwipeTransition(const Inputs& inputs) {
     return MakeTransition(inputs, [](const Inputs& values, const Between& between) {
         const Extent area = AreaOf(between);

@@ -26,13 +26,13 @@ struct Direction {
     explicit Direction(double angle);
 
     // How far along a place is.
-    double along(double placeX, double placeY) const { return placeX * x + placeY * y; }
+    double Along(double placeX, double placeY) const { return placeX * x + placeY * y; }
 
     // The least and the most of a rectangle, whose sides may be negative.
     struct Range {
         double least, most;
     };
-    Range of(double left, double bottom, double width, double height) const;
+    Range Of(double left, double bottom, double width, double height) const;
 
     double x, y;
 };

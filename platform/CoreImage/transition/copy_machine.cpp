@@ -6,10 +6,10 @@
 
 #include <cmath>
 
-#include "generator/field.h"
+#include "core/field.h"
 #include "transition/between.h"
+#include "transition/filters.h"
 #include "transition/formulas.h"
-#include "transition/transition.h"
 
 namespace core_image {
 namespace {
@@ -24,18 +24,18 @@ constexpr double kNarrowest = 1e-6;
 class Strip : public Field {
   public:
     Strip(const Inputs& inputs, double time)
-        : direction_(inputs.number("inputAngle")), width_(std::max(inputs.number("inputWidth"), kNarrowest)) {
-        const auto edge = [&](std::size_t index) { return inputs.element("inputExtent", index); };
-        const auto [least, most] = direction_.of(edge(0), edge(1), edge(2), edge(3));
+        : direction_(inputs.GetNumber("inputAngle")), width_(std::max(inputs.GetNumber("inputWidth"), kNarrowest)) {
+        const auto edge = [&](std::size_t index) { return inputs.GetElement("inputExtent", index); };
+        const auto [least, most] = direction_.Of(edge(0), edge(1), edge(2), edge(3));
         start_ = least - width_ + time / kCrossed * (most - least + width_);
     }
 
-    void render(const Tile& tile) const override {
+    void Render(const Tile& tile) const override {
         const double step = direction_.x / width_;
-        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
-            const double place = direction_.along(0.5, static_cast<double>(y) + 0.5) - start_;
-            float* to = tile.row(y);
-            for (std::int64_t x = tile.region.x; x < tile.region.right(); ++x, to += kFloatsPerPixel) {
+        for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
+            const double place = direction_.Along(0.5, static_cast<double>(y) + 0.5) - start_;
+            float* to = tile.Row(y);
+            for (std::int64_t x = tile.region.x; x < tile.region.Right(); ++x, to += kFloatsPerPixel) {
                 const double p = place / width_ + static_cast<double>(x) * step;
                 to[0] = static_cast<float>(std::clamp(p, 0.0, 1.0));
                 to[1] = to[2] = to[3] = 0;
@@ -51,15 +51,16 @@ class Strip : public Field {
 
 // The light at the strip's brightest. Why not a color like others: the numbers of this one are taken as linear light.
 Pixel LightOf(const Inputs& inputs) {
-    const double alpha = inputs.element("inputColor", 3), opacity = inputs.number("inputOpacity");
+    const double alpha = inputs.GetElement("inputColor", 3), opacity = inputs.GetNumber("inputOpacity");
     const auto light = [&](std::size_t index) {
-        return FiniteFloat(inputs.element("inputColor", index) * alpha * opacity);
+        return FiniteFloat(inputs.GetElement("inputColor", index) * alpha * opacity);
     };
     return {light(0), light(1), light(2), FiniteFloat(alpha * opacity)};
 }
 
 }  // namespace
 
+// CICopyMachineTransition: a strip of light sweeps over inputExtent and leaves the target behind.
 ImageRef CopyMachineTransition(const Inputs& inputs) {
     return MakeTransition(inputs, [](const Inputs& values, const Between& between) {
         ImageRef strip = MakeFieldImage(std::make_shared<Strip>(values, between.time));

@@ -10,8 +10,8 @@
 #include "core/window.h"
 #include "sampling/affine.h"
 #include "transition/between.h"
+#include "transition/filters.h"
 #include "transition/formulas.h"
-#include "transition/transition.h"
 
 namespace core_image {
 namespace {
@@ -38,14 +38,14 @@ class CoverStage : public Stage {
     CoverStage(Prepared mask, Prepared shadow, double time, double softness)
         : mask_(std::move(mask)), shadow_(std::move(shadow)), time_(time), softness_(softness) {}
 
-    void render(const Tile& tile) const override {
+    void Render(const Tile& tile) const override {
         const Window masks(mask_, MaskOf(tile.region)), shadows(shadow_, tile.region);
-        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
-            const float* mask = masks.view().row(y) + kGreen;
-            const float* below = masks.view().row(y - 1) + kGreen;
-            const float* shadow = shadows.view().row(y) + kGreen;
-            float* to = tile.row(y);
-            for (std::size_t index = 0; index < tile.width(); ++index) {
+        for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
+            const float* mask = masks.GetView().Row(y) + kGreen;
+            const float* below = masks.GetView().Row(y - 1) + kGreen;
+            const float* shadow = shadows.GetView().Row(y) + kGreen;
+            float* to = tile.Row(y);
+            for (std::size_t index = 0; index < tile.Width(); ++index) {
                 const float left = *mask;
                 mask += kFloatsPerPixel, below += kFloatsPerPixel;
                 const double change = std::max(std::abs(*mask - left), std::abs(*mask - *below)) + kLeastChange;
@@ -66,13 +66,13 @@ class CoverStage : public Stage {
 class CoverImage : public Image {
   public:
     CoverImage(ImageRef mask, ImageRef shadow, double time, double softness)
-        : Image(Extent::infinite(), mask->depth().with(shadow->depth())),
+        : Image(Extent::Infinite(), mask->GetDepth().With(shadow->GetDepth())),
           mask_(std::move(mask)),
           shadow_(std::move(shadow)),
           time_(time),
           softness_(softness) {}
 
-    std::unique_ptr<const Stage> prepare(const Region& region) const override {
+    std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         return std::make_unique<CoverStage>(Prepare(mask_, MaskOf(region)), Prepare(shadow_, region), time_, softness_);
     }
 
@@ -83,18 +83,19 @@ class CoverImage : public Image {
 
 }  // namespace
 
+// CIDisintegrateWithMaskTransition: the image goes where inputMaskImage is darker than the time, and casts a shadow.
 ImageRef DisintegrateWithMaskTransition(const Inputs& inputs) {
-    if (inputs.image("inputMaskImage") == nullptr) return nullptr;
+    if (inputs.GetImage("inputMaskImage") == nullptr) return nullptr;
     return MakeTransition(inputs, [](const Inputs& values, const Between& between) {
-        ImageRef mask = values.image("inputMaskImage");
+        ImageRef mask = values.GetImage("inputMaskImage");
         Affine move;
-        move.tx = values.element("inputShadowOffset", 0);
-        move.ty = values.element("inputShadowOffset", 1);
-        const double softness = std::max(values.number("inputShadowRadius"), kSharpest);
+        move.tx = values.GetElement("inputShadowOffset", 0);
+        move.ty = values.GetElement("inputShadowOffset", 1);
+        const double softness = std::max(values.GetNumber("inputShadowRadius"), kSharpest);
         ImageRef cover = std::make_shared<CoverImage>(mask, MakeAffineImage(mask, move), between.time, softness);
         const auto time = static_cast<float>(between.time);
         const DisintegrateFormula formula = {1 + 0.25f * time, 0.75f + 0.25f * time,
-                                             static_cast<float>(values.number("inputShadowDensity"))};
+                                             static_cast<float>(values.GetNumber("inputShadowDensity"))};
         return MakeFormulaImage({between.image, between.target, std::move(cover)}, formula, between.extent);
     });
 }

@@ -1,11 +1,12 @@
 // dissolve.cpp - a mean of the two images, weighed by the time.
 
 #include "transition/between.h"
+#include "transition/filters.h"
 #include "transition/formulas.h"
-#include "transition/transition.h"
 
 namespace core_image {
 
+// CIDissolveTransition: the one fades into the other.
 ImageRef DissolveTransition(const Inputs& inputs) {
     return MakeTransition(inputs, [](const Inputs&, const Between& between) {
         const DissolveFormula formula = {static_cast<float>(between.time)};

@@ -9,11 +9,11 @@
 #include <cmath>
 #include <random>
 
-#include "generator/field.h"
-#include "geometry/geometry.h"
+#include "core/cropped.h"
+#include "core/field.h"
 #include "transition/between.h"
+#include "transition/filters.h"
 #include "transition/formulas.h"
-#include "transition/transition.h"
 
 namespace core_image {
 namespace {
@@ -40,7 +40,7 @@ class Rays {
         }
     }
 
-    double at(double angle) const {
+    double At(double angle) const {
         const double place = (angle / kTurn + 0.5) * static_cast<double>(rays_.size());
         const auto ray = static_cast<std::size_t>(place);
         const double rest = place - static_cast<double>(ray), here = rays_[ray % rays_.size()];
@@ -62,26 +62,26 @@ double RadiusAt(double time, double width, double height) {
 class Flash : public Field {
   public:
     Flash(const Inputs& inputs, double time)
-        : centerX_(inputs.element("inputCenter", 0)),
-          centerY_(inputs.element("inputCenter", 1)),
-          radius_(RadiusAt(time, inputs.element("inputExtent", 2), inputs.element("inputExtent", 3))),
-          reach_(inputs.number("inputMaxStriationRadius") * radius_),
-          contrast_(inputs.number("inputStriationContrast")),
-          strength_(inputs.number("inputStriationStrength")),
-          color_(inputs.color("inputColor")) {}
+        : centerX_(inputs.GetElement("inputCenter", 0)),
+          centerY_(inputs.GetElement("inputCenter", 1)),
+          radius_(RadiusAt(time, inputs.GetElement("inputExtent", 2), inputs.GetElement("inputExtent", 3))),
+          reach_(inputs.GetNumber("inputMaxStriationRadius") * radius_),
+          contrast_(inputs.GetNumber("inputStriationContrast")),
+          strength_(inputs.GetNumber("inputStriationStrength")),
+          color_(inputs.GetColor("inputColor")) {}
 
-    void render(const Tile& tile) const override {
-        for (std::int64_t y = tile.region.y; y < tile.region.top(); ++y) {
+    void Render(const Tile& tile) const override {
+        for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
             const double up = static_cast<double>(y) + 0.5 - centerY_;
-            float* to = tile.row(y);
-            for (std::int64_t x = tile.region.x; x < tile.region.right(); ++x, to += kFloatsPerPixel) {
-                write(static_cast<double>(x) + 0.5 - centerX_, up, to);
+            float* to = tile.Row(y);
+            for (std::int64_t x = tile.region.x; x < tile.region.Right(); ++x, to += kFloatsPerPixel) {
+                Write(static_cast<double>(x) + 0.5 - centerX_, up, to);
             }
         }
     }
 
   private:
-    void write(double right, double up, float* to) const {
+    void Write(double right, double up, float* to) const {
         static const Rays rays;
         const double distance = std::max(std::sqrt(right * right + up * up), kNearest);
         const double fall = distance < reach_ ? 1 - distance / reach_ : 0;
@@ -90,7 +90,7 @@ class Flash : public Field {
             return;
         }
         const double burst = radius_ / distance * (radius_ / distance);
-        const double ray = strength_ * ((rays.at(std::atan2(up, right)) - 0.5) * contrast_ + 0.5);
+        const double ray = strength_ * ((rays.At(std::atan2(up, right)) - 0.5) * contrast_ + 0.5);
         to[0] = FiniteFloat(fall * (static_cast<double>(color_.red) * burst + ray));
         to[1] = FiniteFloat(fall * (static_cast<double>(color_.green) * burst + ray));
         to[2] = FiniteFloat(fall * (static_cast<double>(color_.blue) * burst + ray));
@@ -103,9 +103,10 @@ class Flash : public Field {
 
 }  // namespace
 
+// CIFlashTransition: light bursts from inputCenter over the image and fades to the target.
 ImageRef FlashTransition(const Inputs& inputs) {
     return MakeTransition(inputs, [](const Inputs& values, const Between& between) {
-        const double threshold = values.number("inputFadeThreshold");
+        const double threshold = values.GetNumber("inputFadeThreshold");
         const double share = between.time <= threshold ? 1 : std::min(1.0, (1 - between.time) / (1 - threshold));
         // What is not seen yet need not be rendered.
         ImageRef target = share == 1 ? MakeCroppedImage(between.target, Extent{}) : between.target;

@@ -60,7 +60,7 @@ class FormulaOfPlaces : public CombiningFunction {
   public:
     explicit FormulaOfPlaces(const Formula& formula) : formula_(formula) {}
 
-    void apply(float* pixels, const float* const* others, std::size_t count) const override {
+    void ApplyToRun(float* pixels, const float* const* others, std::size_t count) const override {
         Apply(formula_, pixels, others, count);
     }
 

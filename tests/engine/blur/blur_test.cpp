@@ -43,13 +43,13 @@ std::vector<double> SlowBlur(const std::vector<float>& image, std::size_t channe
         for (std::int64_t x = 0; x < kWidth; ++x) {
             row.push_back(image[static_cast<std::size_t>((kHeight - 1 - y) * kWidth + x) * 4 + channel]);
         }
-        rows.push_back(Line(row, sigma, region.x, region.right()));
+        rows.push_back(Line(row, sigma, region.x, region.Right()));
     }
     std::vector<double> blurred(static_cast<std::size_t>(region.width * region.height));
     for (std::int64_t x = 0; x < region.width; ++x) {
         std::vector<double> column;
         for (const auto& row : rows) column.push_back(row[static_cast<std::size_t>(x)]);
-        const std::vector<double> line = Line(column, sigma, region.y, region.top());
+        const std::vector<double> line = Line(column, sigma, region.y, region.Top());
         for (std::int64_t y = 0; y < region.height; ++y) {
             blurred[static_cast<std::size_t>((region.height - 1 - y) * region.width + x)] =
                 line[static_cast<std::size_t>(y)];
@@ -65,8 +65,8 @@ TEST_P(BlurTest, IsThatOfTheSlowBlur) {
     const ImageRef image = RandomImage(kWidth, kHeight);
     const ImageRef blurred = MakeGaussianBlurImage(image, sigma);
     const auto margin = static_cast<std::int64_t>(std::ceil(3 * sigma));
-    const Region region = Region{0, 0, kWidth, kHeight}.grownBy(margin);
-    EXPECT_EQ(blurred->extent(), Extent::of(region));
+    const Region region = Region{0, 0, kWidth, kHeight}.GrownBy(margin);
+    EXPECT_EQ(blurred->GetExtent(), Extent::Of(region));
     const std::vector<float> source = Pixels(image, {0, 0, kWidth, kHeight});
     const std::vector<float> fast = Pixels(blurred, region);
     for (std::size_t channel : {0u, 3u}) {

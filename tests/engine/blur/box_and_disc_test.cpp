@@ -16,15 +16,15 @@ void ExpectWeighed(const ImageRef& image, const Source& source, std::int64_t rea
     for (std::int64_t y = -reach; y <= reach; ++y) {
         for (std::int64_t x = -reach; x <= reach; ++x) sum += weight(x, y);
     }
-    const Region wide = source.region.grownBy(reach + 3);
+    const Region wide = source.region.GrownBy(reach + 3);
     for (int place = 0; place < 40; ++place) {
-        const Region pixel = {random.whole(wide.x, wide.right() - 1), random.whole(wide.y, wide.top() - 1), 1, 1};
+        const Region pixel = {random.Whole(wide.x, wide.Right() - 1), random.Whole(wide.y, wide.Top() - 1), 1, 1};
         ExpectPixels(image, pixel, [&](std::int64_t px, std::int64_t py, std::size_t channel) {
             double result = 0;
-            for (std::int64_t y = source.region.y; y < source.region.top(); ++y) {
-                for (std::int64_t x = source.region.x; x < source.region.right(); ++x) {
+            for (std::int64_t y = source.region.y; y < source.region.Top(); ++y) {
+                for (std::int64_t x = source.region.x; x < source.region.Right(); ++x) {
                     if (std::abs(x - px) > reach || std::abs(y - py) > reach) continue;
-                    result += weight(x - px, y - py) / sum * source.at(x, y, channel);
+                    result += weight(x - px, y - py) / sum * source.At(x, y, channel);
                 }
             }
             return result;
@@ -38,7 +38,7 @@ TEST(BoxBlurTest, IsTheMeanOfASquareOfOddWidth) {
         const Source source = RandomSource(random);
         const auto reach = static_cast<std::int64_t>((radius - 1) / 2);
         const ImageRef image = Output("CIBoxBlur", source.image, {{"inputRadius", {radius}}});
-        EXPECT_EQ(image->extent(), Extent::of(source.region.grownBy(reach))) << radius;
+        EXPECT_EQ(image->GetExtent(), Extent::Of(source.region.GrownBy(reach))) << radius;
         ExpectWeighed(
             image, source, reach, [](auto, auto) { return 1.0; }, random);
     }
@@ -47,7 +47,7 @@ TEST(BoxBlurTest, IsTheMeanOfASquareOfOddWidth) {
 TEST(BoxBlurTest, ForFortyAPixelIsSpreadOverThirtyNine) {
     const Source dot = SourceOf({0, 0, 1, 1}, {1, 1, 1, 1});
     const ImageRef image = Output("CIBoxBlur", dot.image, {{"inputRadius", {40}}});
-    EXPECT_EQ(image->extent(), (Extent{-19, -19, 20, 20}));
+    EXPECT_EQ(image->GetExtent(), (Extent{-19, -19, 20, 20}));
     for (const float number : Pixels(image, {-19, -19, 39, 39})) EXPECT_FLOAT_EQ(number, 1 / (39.0f * 39.0f));
 }
 
@@ -57,7 +57,7 @@ TEST(DiscBlurTest, IsTheMeanOfADiscWithASoftRim) {
         const Source source = RandomSource(random);
         const ImageRef image = Output("CIDiscBlur", source.image, {{"inputRadius", {radius}}});
         const auto reach = static_cast<std::int64_t>(std::ceil(radius));
-        EXPECT_EQ(image->extent(), Extent::of(source.region.grownBy(reach + 2))) << radius;
+        EXPECT_EQ(image->GetExtent(), Extent::Of(source.region.GrownBy(reach + 2))) << radius;
         const auto weight = [&](std::int64_t x, std::int64_t y) {
             const double distance = std::hypot(static_cast<double>(x), static_cast<double>(y));
             return std::clamp(radius + 0.5 - distance, 0.0, 1.0);
@@ -73,7 +73,7 @@ struct Blur {
 
 class FlatBlurTest : public testing::TestWithParam<Blur> {
   protected:
-    ImageRef output(const ImageRef& input, double radius) {
+    ImageRef Blurred(const ImageRef& input, double radius) {
         return Output(GetParam().filter, input, {{"inputRadius", {radius}}});
     }
 };
@@ -81,7 +81,7 @@ class FlatBlurTest : public testing::TestWithParam<Blur> {
 TEST_P(FlatBlurTest, CuttingChangesNoBit) {
     const ImageRef image = RandomImage(190, 170);
     for (const double radius : {5.0, 21.0, 90.0}) {
-        const ImageRef blurred = output(image, radius);
+        const ImageRef blurred = Blurred(image, radius);
         const Region region = {-31, -29, 250, 221};
         const std::vector<float> whole = Pixels(blurred, region, {4096, 4096, 4096});
         EXPECT_EQ(Pixels(blurred, region, {4096, 64, 16}), whole) << radius;
@@ -98,14 +98,14 @@ TEST_P(FlatBlurTest, KeepsTheSumOfLight) {
     };
     const double expected = sum(Pixels(image, {0, 0, 23, 17}));
     for (const double radius : {3.0, 12.0, 47.0, 91.0}) {
-        EXPECT_NEAR(sum(Pixels(output(image, radius), Region{0, 0, 23, 17}.grownBy(95))), expected, 1e-5 * expected);
+        EXPECT_NEAR(sum(Pixels(Blurred(image, radius), Region{0, 0, 23, 17}.GrownBy(95))), expected, 1e-5 * expected);
     }
 }
 
 TEST_P(FlatBlurTest, RadiusWithoutEffectGivesTheVeryInputAndNoImageNone) {
     const ImageRef image = RandomImage(5, 5);
     for (const double radius : {GetParam().identity, -5.0, std::nan(""), -HUGE_VAL}) {
-        EXPECT_EQ(output(image, radius), image) << radius;
+        EXPECT_EQ(Blurred(image, radius), image) << radius;
     }
     EXPECT_EQ(Output(GetParam().filter, nullptr, {}), nullptr);
 }
@@ -116,7 +116,7 @@ TEST_P(FlatBlurTest, WidestBlursOfAnEndlessPatternAreItsMeanAndTakeLittleTime) {
         "CICheckerboardGenerator",
         {{"inputWidth", {16}}, {"inputSharpness", {1}}, {"inputColor0", {1, 1, 1, 1}}, {"inputColor1", {0, 0, 0, 1}}});
     for (const double radius : {300.0, 1e5, 1e30}) {
-        const std::vector<float> pixel = Pixels(output(board, radius), {0, 0, 8, 1});
+        const std::vector<float> pixel = Pixels(Blurred(board, radius), {0, 0, 8, 1});
         EXPECT_NEAR(pixel[0], 0.5, 0.03) << radius;
         EXPECT_NEAR(pixel[3], 1, 1e-5) << radius;
     }
@@ -125,8 +125,8 @@ TEST_P(FlatBlurTest, WidestBlursOfAnEndlessPatternAreItsMeanAndTakeLittleTime) {
 TEST_P(FlatBlurTest, AnyNumbersGiveFinitePixels) {
     const ImageRef image = RandomImage(5, 3);
     for (const double number : kHostile) {
-        ExpectSound(output(image, number));
-        ExpectSound(output(MakeCroppedImage(image, {}), number));
+        ExpectSound(Blurred(image, number));
+        ExpectSound(Blurred(MakeCroppedImage(image, {}), number));
     }
 }
 

@@ -30,8 +30,8 @@ class SlowGaussian {
         };
         std::vector<double> along(static_cast<std::size_t>(rows.width * rows.height) * 4);
         const auto forEach = [](const Region& all, const auto& visit) {
-            for (std::int64_t y = all.y; y < all.top(); ++y)
-                for (std::int64_t x = all.x; x < all.right(); ++x)
+            for (std::int64_t y = all.y; y < all.Top(); ++y)
+                for (std::int64_t x = all.x; x < all.Right(); ++x)
                     for (std::size_t channel = 0; channel < 4; ++channel) visit(x, y, channel);
         };
         forEach(rows, [&](std::int64_t x, std::int64_t y, std::size_t channel) {

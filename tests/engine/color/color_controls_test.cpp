@@ -1,11 +1,10 @@
 // color_controls_test.cpp - color controls against the three formulas one after the other, in doubles, on divided colors.
 
-#include "color/color.h"
-
 #include <gtest/gtest.h>
 
 #include <cmath>
 
+#include "support/declared_keys.h"
 #include "support/engine_images.h"
 
 namespace {
@@ -32,13 +31,13 @@ TEST(ColorControlsTest, IsThatOfTheFormulas) {
     for (double saturation : {0.0, 0.4, 1.0, 2.0}) {
         for (double brightness : {-0.3, 0.0, 0.7}) {
             for (double contrast : {0.25, 1.0, 4.0}) {
-                InputValue values[4];
+                std::vector<InputValue> values(4);
                 values[0].key = "inputImage";
                 values[0].image = &image;
                 values[1] = {"inputSaturation", saturation};
                 values[2] = {"inputBrightness", brightness};
                 values[3] = {"inputContrast", contrast};
-                const std::vector<float> fast = Pixels(ColorControls(Inputs(values, 4)), region);
+                const std::vector<float> fast = Pixels(CallFilter("CIColorControls", values), region);
                 for (std::size_t index = 0; index < fast.size(); index += 4) {
                     double slow[4];
                     Slow(&source[index], saturation, brightness, contrast, slow);

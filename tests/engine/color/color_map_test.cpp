@@ -4,8 +4,8 @@
 
 #include <cmath>
 
+#include "core/cropped.h"
 #include "generator/generator.h"
-#include "geometry/geometry.h"
 #include "support/point_oracle.h"
 
 namespace {
@@ -13,7 +13,7 @@ namespace {
 using namespace core_image;
 
 FilterValues MapOn(const ImageRef& image, const ImageRef& gradient) {
-    return FilterValues().image("inputImage", image).image("inputGradientImage", gradient);
+    return FilterValues().Image("inputImage", image).Image("inputGradientImage", gradient);
 }
 
 TEST(ColorMapTest, IsTheLowestRowOfTheGradientAtTheLuminance) {
@@ -21,7 +21,7 @@ TEST(ColorMapTest, IsTheLowestRowOfTheGradientAtTheLuminance) {
     const std::vector<float> row = Pixels(gradient, {kOffsetRegion.x, kOffsetRegion.y, kOffsetRegion.width, 1});
     const auto last = static_cast<double>(kOffsetRegion.width - 1);
     ExpectPixels(
-        MapOn(image, gradient).output("CIColorMap"), {image},
+        MapOn(image, gradient).Output("CIColorMap"), {image},
         [&](const auto& in) {
             const Slow c = Unpremultiplied(in[0]);
             const double y = std::clamp(Luminance(c), 0.0, 1.0);
@@ -39,7 +39,7 @@ TEST(ColorMapTest, IsTheLowestRowOfTheGradientAtTheLuminance) {
 
 TEST(ColorMapTest, OnePixelIsOneColor) {
     const ImageRef result =
-        MapOn(OnePixel(0.25f, 0.25f, 0.25f, 0.5f), OnePixel(0.5f, 0, 0.25f, 0.5f)).output("CIColorMap");
+        MapOn(OnePixel(0.25f, 0.25f, 0.25f, 0.5f), OnePixel(0.5f, 0, 0.25f, 0.5f)).Output("CIColorMap");
     ExpectNear(Pixels(result, {0, 0, 2, 1}), {0.25, 0, 0.125, 0.25, 0, 0, 0, 0});
 }
 
@@ -53,20 +53,20 @@ TEST(ColorMapTest, BetweenThePixelsOfAPictureLiesTheMeanOfWhatIsStored) {
     source.height = 1;
     source.bytesPerRow = 8;
     const ImageRef gradient = MakeBitmapImage(source, bytes);
-    ExpectNear(PixelOf(MapOn(OnePixel(0.5f, 0.5f, 0.5f, 1), gradient).output("CIColorMap")),
+    ExpectNear(PixelOf(MapOn(OnePixel(0.5f, 0.5f, 0.5f, 1), gradient).Output("CIColorMap")),
                {0.2140411, 0.2140411, 0.2140411, 1}, 2e-6);
 }
 
 TEST(ColorMapTest, GradientsOfNoWidthOrNoEndGiveNothing) {
     const ImageRef image = OnePixel(1, 1, 1, 1), endless = MakeConstantImage({1, 1, 1, 1});
     const double infinity = std::numeric_limits<double>::infinity();
-    EXPECT_EQ(MapOn(image, nullptr).output("CIColorMap"), nullptr);
-    EXPECT_EQ(MapOn(nullptr, image).output("CIColorMap"), nullptr);
-    EXPECT_EQ(MapOn(image, endless).output("CIColorMap"), nullptr);
-    EXPECT_EQ(MapOn(image, MakeCroppedImage(image, {5, 5, 6, 6})).output("CIColorMap"), nullptr);
-    EXPECT_EQ(MapOn(image, MakeCroppedImage(endless, {0, -infinity, 9, infinity})).output("CIColorMap"), nullptr);
-    EXPECT_EQ(MapOn(image, MakeCroppedImage(endless, {0, 0, 1e9, 1})).output("CIColorMap"), nullptr);
-    EXPECT_NE(MapOn(image, MakeCroppedImage(endless, {0, 0, 9, infinity})).output("CIColorMap"), nullptr);
+    EXPECT_EQ(MapOn(image, nullptr).Output("CIColorMap"), nullptr);
+    EXPECT_EQ(MapOn(nullptr, image).Output("CIColorMap"), nullptr);
+    EXPECT_EQ(MapOn(image, endless).Output("CIColorMap"), nullptr);
+    EXPECT_EQ(MapOn(image, MakeCroppedImage(image, {5, 5, 6, 6})).Output("CIColorMap"), nullptr);
+    EXPECT_EQ(MapOn(image, MakeCroppedImage(endless, {0, -infinity, 9, infinity})).Output("CIColorMap"), nullptr);
+    EXPECT_EQ(MapOn(image, MakeCroppedImage(endless, {0, 0, 1e9, 1})).Output("CIColorMap"), nullptr);
+    EXPECT_NE(MapOn(image, MakeCroppedImage(endless, {0, 0, 9, infinity})).Output("CIColorMap"), nullptr);
 }
 
 }  // namespace

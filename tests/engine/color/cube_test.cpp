@@ -59,8 +59,8 @@ std::vector<float> RandomTexels(int dimension, RandomNumbers& random) {
 
 FilterValues CubeValues(const ImageRef& image, const std::vector<float>& texels, double dimension) {
     FilterValues values;
-    values.image("inputImage", image).number("inputCubeDimension", dimension);
-    values.bytes("inputCubeData", texels.data(), texels.size() * sizeof(float));
+    values.Image("inputImage", image).Number("inputCubeDimension", dimension);
+    values.Bytes("inputCubeData", texels.data(), texels.size() * sizeof(float));
     return values;
 }
 
@@ -71,7 +71,7 @@ TEST_P(CubeTest, IsTheMeanOfTheEightTexelsAround) {
     const std::vector<float> texels = RandomTexels(GetParam(), random);
     const ImageRef image = OutOfRangeImage(3);
     const FilterValues values = CubeValues(image, texels, GetParam());
-    ExpectPixels(values.output("CIColorCube"), {image}, [&](const std::vector<Slow>& inputs) {
+    ExpectPixels(values.Output("CIColorCube"), {image}, [&](const std::vector<Slow>& inputs) {
         return SlowCube(texels, GetParam(), inputs[0], /*encoded=*/false);
     });
 }
@@ -83,9 +83,9 @@ TEST_P(CubeTest, InSRGBIsLookedUpAndTakenEncoded) {
     const std::vector<float> texels = RandomTexels(GetParam(), random);
     const ImageRef image = OutOfRangeImage(4);
     FilterValues values = CubeValues(image, texels, GetParam());
-    values.space("inputColorSpace", ColorSpace::sRGB);
+    values.Space("inputColorSpace", ColorSpace::kSRGB);
     ExpectPixels(
-        values.output("CIColorCubeWithColorSpace"), {image},
+        values.Output("CIColorCubeWithColorSpace"), {image},
         [&](const std::vector<Slow>& inputs) { return SlowCube(texels, GetParam(), inputs[0], /*encoded=*/true); },
         1e-4);
 }
@@ -100,7 +100,7 @@ TEST(CubeTest, TableIsRoundedToBytesAndRedRunsFastest) {
     texels[4 * 4 + 2] = 2;     // of pure blue, its blue
     const auto found = [&](float red, float green, float blue) {
         const ImageRef image = OnePixel(red, green, blue, 1);
-        return PixelOf(CubeValues(image, texels, 2).output("CIColorCube"));
+        return PixelOf(CubeValues(image, texels, 2).Output("CIColorCube"));
     };
     ExpectNear(found(1, 0, 0), {26.0 / 255, 0, 0, 1});
     ExpectNear(found(0, 1, 0), {0, 128.0 / 255, 0, 1});
@@ -114,32 +114,32 @@ TEST(CubeTest, WithoutASpaceOrInALinearOneIsThePlainCube) {
     const std::vector<float> texels = RandomTexels(4, random);
     const ImageRef image = InRangeImage(5);
     const FilterValues values = CubeValues(image, texels, 4);
-    const std::vector<float> plain = Pixels(values.output("CIColorCube"), kOffsetRegion);
-    EXPECT_EQ(Pixels(values.output("CIColorCubeWithColorSpace"), kOffsetRegion), plain);
+    const std::vector<float> plain = Pixels(values.Output("CIColorCube"), kOffsetRegion);
+    EXPECT_EQ(Pixels(values.Output("CIColorCubeWithColorSpace"), kOffsetRegion), plain);
     FilterValues linear = CubeValues(image, texels, 4);
-    linear.space("inputColorSpace", ColorSpace::linear);
-    EXPECT_EQ(Pixels(linear.output("CIColorCubeWithColorSpace"), kOffsetRegion), plain);
+    linear.Space("inputColorSpace", ColorSpace::kLinear);
+    EXPECT_EQ(Pixels(linear.Output("CIColorCubeWithColorSpace"), kOffsetRegion), plain);
 }
 
 TEST(CubeTest, DataTooShortDimensionsOfNoCubeAndForeignSpacesGiveNothing) {
     const ImageRef image = OnePixel(1, 1, 1, 1);
     const std::vector<float> texels(33, 1.0f);
-    EXPECT_NE(CubeValues(image, texels, 2).output("CIColorCube"), nullptr);
+    EXPECT_NE(CubeValues(image, texels, 2).Output("CIColorCube"), nullptr);
     for (double dimension : {-1e30, -2.0, 0.0, 1.0, 3.0, 64.0, 128.0, 129.0, 1e30})
-        EXPECT_EQ(CubeValues(image, texels, dimension).output("CIColorCube"), nullptr) << dimension;
-    EXPECT_EQ(CubeValues(image, std::vector<float>(31, 1.0f), 2).output("CIColorCube"), nullptr);
-    EXPECT_EQ(CubeValues(nullptr, texels, 2).output("CIColorCube"), nullptr);
+        EXPECT_EQ(CubeValues(image, texels, dimension).Output("CIColorCube"), nullptr) << dimension;
+    EXPECT_EQ(CubeValues(image, std::vector<float>(31, 1.0f), 2).Output("CIColorCube"), nullptr);
+    EXPECT_EQ(CubeValues(nullptr, texels, 2).Output("CIColorCube"), nullptr);
     FilterValues foreign = CubeValues(image, texels, 2);
-    foreign.space("inputColorSpace", ColorSpace::other);
-    EXPECT_EQ(foreign.output("CIColorCubeWithColorSpace"), nullptr);
+    foreign.Space("inputColorSpace", ColorSpace::kOther);
+    EXPECT_EQ(foreign.Output("CIColorCubeWithColorSpace"), nullptr);
 }
 
 TEST(CubeTest, PixelsAndTexelsThatAreNoNumbersAreTakenAsBlack) {
     const float none = std::nanf("");
     std::vector<float> texels(32, none);
     texels[0] = 1;
-    ExpectNear(PixelOf(CubeValues(OnePixel(none, none, none, 1), texels, 2).output("CIColorCube")), {1, 0, 0, 0});
-    ExpectNear(PixelOf(CubeValues(OnePixel(1, 1, 1, none), texels, 2).output("CIColorCube")), {0, 0, 0, 0});
+    ExpectNear(PixelOf(CubeValues(OnePixel(none, none, none, 1), texels, 2).Output("CIColorCube")), {1, 0, 0, 0});
+    ExpectNear(PixelOf(CubeValues(OnePixel(1, 1, 1, none), texels, 2).Output("CIColorCube")), {0, 0, 0, 0});
 }
 
 }  // namespace

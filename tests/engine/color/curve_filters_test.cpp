@@ -11,18 +11,18 @@ namespace {
 
 using namespace core_image;
 
-FilterValues On(const ImageRef& image) { return FilterValues().image("inputImage", image); }
+FilterValues On(const ImageRef& image) { return FilterValues().Image("inputImage", image); }
 
 TEST(GammaTest, RaisesColorsToThePower) {
     const ImageRef image = OutOfRangeImage(11);
     for (const double power : {0.25, 0.4545, 1.0001, 2.2, 4.0}) {
-        ExpectPixels(On(image).number("inputPower", power).output("CIGammaAdjust"), {image}, [&](const auto& in) {
+        ExpectPixels(On(image).Number("inputPower", power).Output("CIGammaAdjust"), {image}, [&](const auto& in) {
             const Slow c = Unpremultiplied(in[0]);
             const auto raised = [&](double x) { return x > 0 ? std::pow(x, power) : 0; };
             return Premultiplied({raised(c.red), raised(c.green), raised(c.blue), c.alpha});
         });
     }
-    ExpectNear(PixelOf(On(OnePixel(0.25f, 0.5f, 1, 1)).number("inputPower", 2).output("CIGammaAdjust")),
+    ExpectNear(PixelOf(On(OnePixel(0.25f, 0.5f, 1, 1)).Number("inputPower", 2).Output("CIGammaAdjust")),
                {0.0625, 0.25, 1, 1});
 }
 
@@ -33,7 +33,7 @@ TEST(GammaTest, IsAccurateFromDarkToBright) {
         for (double light = 1e-8; light < 1e6; light *= 1.37) {
             const auto value = static_cast<float>(light);
             const ImageRef image = OnePixel(value, value, value, 1);
-            const float raised = PixelOf(On(image).number("inputPower", power).output("CIGammaAdjust"))[0];
+            const float raised = PixelOf(On(image).Number("inputPower", power).Output("CIGammaAdjust"))[0];
             const double expected = std::pow(static_cast<double>(value), power);
             const double tolerance = 1e-6 + 1e-7 * std::abs(std::log2(expected));
             ASSERT_NEAR(raised, expected, tolerance * expected) << light << " to the power of " << power;
@@ -43,18 +43,18 @@ TEST(GammaTest, IsAccurateFromDarkToBright) {
 
 TEST(GammaTest, PowerZeroIsWhiteWhereTheImageIs) {
     const ImageRef image = OnePixel(0, 0.2f, 0.5f, 0.5f);
-    ExpectNear(PixelOf(On(image).number("inputPower", 0).output("CIGammaAdjust")), {0.5, 0.5, 0.5, 0.5});
-    ExpectNear(PixelOf(On(OnePixel(0, 0, 0, 0)).number("inputPower", 0).output("CIGammaAdjust")), {0, 0, 0, 0});
+    ExpectNear(PixelOf(On(image).Number("inputPower", 0).Output("CIGammaAdjust")), {0.5, 0.5, 0.5, 0.5});
+    ExpectNear(PixelOf(On(OnePixel(0, 0, 0, 0)).Number("inputPower", 0).Output("CIGammaAdjust")), {0, 0, 0, 0});
 }
 
 TEST(ClampTest, KeepsEveryChannelWithinItsLimits) {
     const ImageRef image = OutOfRangeImage(12);
     RandomNumbers random(120);
     for (int round = 0; round < 10; ++round) {
-        const std::vector<double> low = random.list(4, -0.2, 0.4), high = random.list(4, 0.3, 1.2);
+        const std::vector<double> low = random.List(4, -0.2, 0.4), high = random.List(4, 0.3, 1.2);
         const ImageRef result =
-            On(image).vector("inputMinComponents", low).vector("inputMaxComponents", high).output("CIColorClamp");
-        EXPECT_EQ(result->extent().isInfinite(), low[3] > 0);
+            On(image).Vector("inputMinComponents", low).Vector("inputMaxComponents", high).Output("CIColorClamp");
+        EXPECT_EQ(result->GetExtent().IsInfinite(), low[3] > 0);
         ExpectPixels(result, {image}, [&](const auto& in) {
             const Slow c = Unpremultiplied(in[0]);
             const auto kept = [&](double x, std::size_t k) { return std::max(std::min(x, high[k]), low[k]); };
@@ -65,14 +65,14 @@ TEST(ClampTest, KeepsEveryChannelWithinItsLimits) {
 
 TEST(ClampTest, LeastAlphaShowsEverywhere) {
     FilterValues values = On(OnePixel(2, -1, 0.5f, 1));
-    values.vector("inputMinComponents", {0.1, 0.2, 0, 0.5}).vector("inputMaxComponents", {0.8, 1, 1, 1});
-    const ImageRef result = values.output("CIColorClamp");
+    values.Vector("inputMinComponents", {0.1, 0.2, 0, 0.5}).Vector("inputMaxComponents", {0.8, 1, 1, 1});
+    const ImageRef result = values.Output("CIColorClamp");
     ExpectNear(Pixels(result, {0, 0, 2, 1}), {0.8, 0.2, 0.5, 1, 0.05, 0.1, 0, 0.5});
 }
 
 TEST(PosterizeTest, TakesTheNearestLevel) {
     const auto result = [](double levels) {
-        return PixelOf(On(OnePixel(0.24f, 0.26f, 0.9f, 1)).number("inputLevels", levels).output("CIColorPosterize"));
+        return PixelOf(On(OnePixel(0.24f, 0.26f, 0.9f, 1)).Number("inputLevels", levels).Output("CIColorPosterize"));
     };
     ExpectNear(result(2), {0, 0, 1, 1});
     ExpectNear(result(3), {0, 0.5, 1, 1});
@@ -88,7 +88,7 @@ TEST(PosterizeTest, IsThatOfTheFormula) {
     const std::vector<float> source = Pixels(image, kOffsetRegion);
     for (const double levels : {2.0, 6.0, 7.5, 30.0}) {
         const std::vector<float> fast =
-            Pixels(On(image).number("inputLevels", levels).output("CIColorPosterize"), kOffsetRegion);
+            Pixels(On(image).Number("inputLevels", levels).Output("CIColorPosterize"), kOffsetRegion);
         for (std::size_t index = 0; index < fast.size(); ++index) {
             const double alpha = source[index / 4 * 4 + 3];
             if (index % 4 == 3 || alpha == 0) continue;
@@ -102,8 +102,8 @@ TEST(PosterizeTest, IsThatOfTheFormula) {
 TEST(MonochromeTest, ShadesRunFromBlackOverTheColorToWhite) {
     const auto result = [](float gray, double intensity) {
         FilterValues values = On(OnePixel(gray, gray, gray, 1));
-        values.vector("inputColor", {1, 0, 1, 1}).number("inputIntensity", intensity);
-        return PixelOf(values.output("CIColorMonochrome"));
+        values.Vector("inputColor", {1, 0, 1, 1}).Number("inputIntensity", intensity);
+        return PixelOf(values.Output("CIColorMonochrome"));
     };
     ExpectNear(result(0, 1), {0, 0, 0, 1});
     ExpectNear(result(0.25f, 1), {0.5, 0, 0.5, 1});
@@ -117,12 +117,12 @@ TEST(MonochromeTest, IsThatOfTheFormula) {
     const ImageRef image = OutOfRangeImage(14);
     RandomNumbers random(140);
     for (const double intensity : {0.3, 1.0, 1.7}) {
-        const std::vector<double> encoded = random.list(3, 0.1, 1);
+        const std::vector<double> encoded = random.List(3, 0.1, 1);
         std::vector<double> color;
         for (const double x : encoded) color.push_back(std::pow((x + 0.055) / 1.055, 2.4));
         FilterValues values = On(image);
-        values.vector("inputColor", {encoded[0], encoded[1], encoded[2], 0.3}).number("inputIntensity", intensity);
-        ExpectPixels(values.output("CIColorMonochrome"), {image}, [&](const auto& in) {
+        values.Vector("inputColor", {encoded[0], encoded[1], encoded[2], 0.3}).Number("inputIntensity", intensity);
+        ExpectPixels(values.Output("CIColorMonochrome"), {image}, [&](const auto& in) {
             const Slow c = Unpremultiplied(in[0]);
             const double y = Luminance(c);
             const auto tinted = [&](double x, double k) {
@@ -140,13 +140,13 @@ TEST(PolynomialTest, IsACubicOfEachChannel) {
     RandomNumbers random(150);
     for (int round = 0; round < 10; ++round) {
         std::array<std::vector<double>, 4> k;
-        for (auto& channel : k) channel = random.list(4, -1, 1);
+        for (auto& channel : k) channel = random.List(4, -1, 1);
         if (round % 2 == 0) k[3][0] = 0;
         FilterValues values = On(image);
-        values.vector("inputRedCoefficients", k[0]).vector("inputGreenCoefficients", k[1]);
-        values.vector("inputBlueCoefficients", k[2]).vector("inputAlphaCoefficients", k[3]);
-        const ImageRef result = values.output("CIColorPolynomial");
-        EXPECT_EQ(result->extent().isInfinite(), round % 2 == 1);
+        values.Vector("inputRedCoefficients", k[0]).Vector("inputGreenCoefficients", k[1]);
+        values.Vector("inputBlueCoefficients", k[2]).Vector("inputAlphaCoefficients", k[3]);
+        const ImageRef result = values.Output("CIColorPolynomial");
+        EXPECT_EQ(result->GetExtent().IsInfinite(), round % 2 == 1);
         ExpectPixels(result, {image}, [&](const auto& in) {
             const Slow c = Unpremultiplied(in[0]);
             const auto cubic = [&](double x, std::size_t n) {
@@ -163,11 +163,11 @@ TEST(CrossPolynomialTest, IsAQuadricOfTheThreeColors) {
     RandomNumbers random(160);
     for (int round = 0; round < 10; ++round) {
         std::array<std::vector<double>, 3> k;
-        for (auto& channel : k) channel = random.list(10, -1, 1);
+        for (auto& channel : k) channel = random.List(10, -1, 1);
         FilterValues values = On(image);
-        values.vector("inputRedCoefficients", k[0]).vector("inputGreenCoefficients", k[1]);
-        values.vector("inputBlueCoefficients", k[2]);
-        ExpectPixels(values.output("CIColorCrossPolynomial"), {image}, [&](const auto& in) {
+        values.Vector("inputRedCoefficients", k[0]).Vector("inputGreenCoefficients", k[1]);
+        values.Vector("inputBlueCoefficients", k[2]);
+        ExpectPixels(values.Output("CIColorCrossPolynomial"), {image}, [&](const auto& in) {
             const Slow c = Unpremultiplied(in[0]);
             const double r = c.red, g = c.green, b = c.blue;
             const double terms[] = {r, g, b, r * r, g * g, b * b, r * g, g * b, b * r, 1};
@@ -182,9 +182,9 @@ TEST(CrossPolynomialTest, IsAQuadricOfTheThreeColors) {
 
 TEST(CrossPolynomialTest, MissingCoefficientsAreZeroAndConstantsStayInside) {
     FilterValues values = On(OnePixel(0.5f, 0.25f, 1, 1));
-    values.vector("inputRedCoefficients", {0, 2}).vector("inputGreenCoefficients", {0, 0, 0, 0, 0, 0, 0, 0, 1});
-    values.vector("inputBlueCoefficients", {0, 0, 0, 0, 0, 0, 0, 0, 0, 0.75});
-    const ImageRef result = values.output("CIColorCrossPolynomial");
+    values.Vector("inputRedCoefficients", {0, 2}).Vector("inputGreenCoefficients", {0, 0, 0, 0, 0, 0, 0, 0, 1});
+    values.Vector("inputBlueCoefficients", {0, 0, 0, 0, 0, 0, 0, 0, 0, 0.75});
+    const ImageRef result = values.Output("CIColorCrossPolynomial");
     ExpectNear(Pixels(result, {0, 0, 2, 1}), {0.5, 0.5, 0.75, 1, 0, 0, 0, 0});
 }
 

@@ -10,7 +10,7 @@ namespace {
 
 using namespace core_image;
 
-FilterValues On(const ImageRef& image) { return FilterValues().image("inputImage", image); }
+FilterValues On(const ImageRef& image) { return FilterValues().Image("inputImage", image); }
 
 double Light(double encoded) { return encoded <= 0.04045 ? encoded / 12.92 : std::pow((encoded + 0.055) / 1.055, 2.4); }
 
@@ -18,34 +18,34 @@ TEST(ExposureTest, DoublesWithEachStop) {
     const ImageRef image = OutOfRangeImage(1);
     for (const double stops : {-10.0, -0.7, 0.5, 3.0}) {
         const double factor = std::exp2(stops);
-        ExpectPixels(On(image).number("inputEV", stops).output("CIExposureAdjust"), {image}, [&](const auto& in) {
+        ExpectPixels(On(image).Number("inputEV", stops).Output("CIExposureAdjust"), {image}, [&](const auto& in) {
             return Slow{in[0].red * factor, in[0].green * factor, in[0].blue * factor, in[0].alpha};
         });
     }
-    ExpectNear(PixelOf(On(OnePixel(0.1f, 0.2f, 0.3f, 0.5f)).number("inputEV", 1).output("CIExposureAdjust")),
+    ExpectNear(PixelOf(On(OnePixel(0.1f, 0.2f, 0.3f, 0.5f)).Number("inputEV", 1).Output("CIExposureAdjust")),
                {0.2, 0.4, 0.6, 0.5});
 }
 
 TEST(InvertTest, TurnsEachColorAboutOneHalf) {
     const ImageRef image = OutOfRangeImage(2);
-    ExpectPixels(On(image).output("CIColorInvert"), {image}, [](const auto& in) {
+    ExpectPixels(On(image).Output("CIColorInvert"), {image}, [](const auto& in) {
         const Slow c = Unpremultiplied(in[0]);
         return Premultiplied({1 - c.red, 1 - c.green, 1 - c.blue, c.alpha});
     });
-    ExpectNear(PixelOf(On(OnePixel(0.1f, 0.25f, 2, 0.5f)).output("CIColorInvert")), {0.4, 0.25, -1.5, 0.5});
+    ExpectNear(PixelOf(On(OnePixel(0.1f, 0.25f, 2, 0.5f)).Output("CIColorInvert")), {0.4, 0.25, -1.5, 0.5});
 }
 
 TEST(InvertTest, TwiceIsTheInput) {
     const ImageRef image = OutOfRangeImage(3);
-    ExpectPixels(On(On(image).output("CIColorInvert")).output("CIColorInvert"), {image},
+    ExpectPixels(On(On(image).Output("CIColorInvert")).Output("CIColorInvert"), {image},
                  [](const auto& in) { return in[0]; });
 }
 
 // The five vectors of a color matrix.
 FilterValues MatrixOn(const ImageRef& image, const std::vector<std::vector<double>>& v) {
     FilterValues values = On(image);
-    values.vector("inputRVector", v[0]).vector("inputGVector", v[1]).vector("inputBVector", v[2]);
-    return values.vector("inputAVector", v[3]).vector("inputBiasVector", v[4]);
+    values.Vector("inputRVector", v[0]).Vector("inputGVector", v[1]).Vector("inputBVector", v[2]);
+    return values.Vector("inputAVector", v[3]).Vector("inputBiasVector", v[4]);
 }
 
 Slow SlowMatrix(const Slow& pixel, const std::vector<std::vector<double>>& v) {
@@ -61,14 +61,14 @@ TEST(ColorMatrixTest, IsTheProductsAndTheBiasOfDividedColors) {
     RandomNumbers random(40);
     for (int round = 0; round < 20; ++round) {
         std::vector<std::vector<double>> vectors;
-        for (int row = 0; row < 5; ++row) vectors.push_back(random.list(4, -1, 1));
+        for (int row = 0; row < 5; ++row) vectors.push_back(random.List(4, -1, 1));
         // Half of them leave alpha apart, which is another way through the engine.
         if (round % 2 == 0) {
             vectors[3] = {0, 0, 0, random(0, 1.5)};
             vectors[0][3] = vectors[1][3] = vectors[2][3] = vectors[4][3] = 0;
         }
-        const ImageRef result = MatrixOn(image, vectors).output("CIColorMatrix");
-        EXPECT_EQ(result->extent().isInfinite(), round % 2 == 1);
+        const ImageRef result = MatrixOn(image, vectors).Output("CIColorMatrix");
+        EXPECT_EQ(result->GetExtent().IsInfinite(), round % 2 == 1);
         ExpectPixels(result, {image}, [&](const auto& in) { return SlowMatrix(in[0], vectors); });
     }
 }
@@ -76,15 +76,15 @@ TEST(ColorMatrixTest, IsTheProductsAndTheBiasOfDividedColors) {
 TEST(ColorMatrixTest, AlphaMayExceedOneAndMultipliesTheColors) {
     const std::vector<std::vector<double>> vectors = {
         {0.5, 0, 0, 0}, {0, 1.5, 0, 0}, {0, 0, 0.75, 0}, {0, 0, 0, 1.25}, {0, 1, 0, 0}};
-    ExpectNear(PixelOf(MatrixOn(OnePixel(0.4f, 0.2f, 0.8f, 1), vectors).output("CIColorMatrix")),
+    ExpectNear(PixelOf(MatrixOn(OnePixel(0.4f, 0.2f, 0.8f, 1), vectors).Output("CIColorMatrix")),
                {0.25, 1.625, 0.75, 1.25});
 }
 
 TEST(ColorMatrixTest, BiasWithAlphaShowsEverywhere) {
     const std::vector<std::vector<double>> vectors = {
         {1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}, {0.25, 0.5, 1, 0.5}};
-    const ImageRef result = MatrixOn(OnePixel(0, 0, 0, 0), vectors).output("CIColorMatrix");
-    EXPECT_TRUE(result->extent().isInfinite());
+    const ImageRef result = MatrixOn(OnePixel(0, 0, 0, 0), vectors).Output("CIColorMatrix");
+    EXPECT_TRUE(result->GetExtent().IsInfinite());
     ExpectNear(Pixels(result, {-1000, 7, 1, 1}), {0.125, 0.25, 0.5, 0.5});
 }
 
@@ -92,9 +92,9 @@ TEST(FalseColorTest, RunsFromTheFirstColorToTheSecondWithLuminance) {
     const ImageRef image = OutOfRangeImage(5);
     RandomNumbers random(50);
     for (int round = 0; round < 5; ++round) {
-        const std::vector<double> dark = random.list(4, 0, 1), light = random.list(4, 0, 1);
+        const std::vector<double> dark = random.List(4, 0, 1), light = random.List(4, 0, 1);
         const ImageRef result =
-            On(image).vector("inputColor0", dark).vector("inputColor1", light).output("CIFalseColor");
+            On(image).Vector("inputColor0", dark).Vector("inputColor1", light).Output("CIFalseColor");
         ExpectPixels(result, {image}, [&](const auto& in) {
             const Slow c = Unpremultiplied(in[0]);
             const auto mixed = [&](std::size_t channel) {
@@ -111,7 +111,7 @@ TEST(FalseColorTest, BlackIsTheFirstColorAndWhiteTheSecond) {
     const auto result = [](float gray) {
         FilterValues values = On(OnePixel(gray, gray, gray, 1));
         return PixelOf(
-            values.vector("inputColor0", {1, 0, 0, 1}).vector("inputColor1", {0, 1, 0, 1}).output("CIFalseColor"));
+            values.Vector("inputColor0", {1, 0, 0, 1}).Vector("inputColor1", {0, 1, 0, 1}).Output("CIFalseColor"));
     };
     ExpectNear(result(0), {1, 0, 0, 1});
     ExpectNear(result(1), {0, 1, 0, 1});
@@ -121,9 +121,9 @@ TEST(FalseColorTest, BlackIsTheFirstColorAndWhiteTheSecond) {
 // A matrix upon a matrix is one, which leaves no trace in the result.
 TEST(LinearFiltersTest, OneUponTheOtherIsWhatBothAreInTurn) {
     const ImageRef image = OutOfRangeImage(17);
-    const ImageRef first = FilterValues().image("inputImage", image).number("inputEV", 1.3).output("CIExposureAdjust");
-    const ImageRef both = FilterValues().image("inputImage", first).output("CIColorInvert");
-    EXPECT_EQ(both->depth().levels, first->depth().levels);
+    const ImageRef first = FilterValues().Image("inputImage", image).Number("inputEV", 1.3).Output("CIExposureAdjust");
+    const ImageRef both = FilterValues().Image("inputImage", first).Output("CIColorInvert");
+    EXPECT_EQ(both->GetDepth().levels, first->GetDepth().levels);
     ExpectPixels(both, {image}, [](const std::vector<Slow>& inputs) {
         const Slow& s = inputs[0];
         const double gain = std::exp2(1.3);
@@ -134,7 +134,7 @@ TEST(LinearFiltersTest, OneUponTheOtherIsWhatBothAreInTurn) {
 TEST(LinearFiltersTest, WhatIsLimitedBetweenTwoStaysSo) {
     ImageRef image = OnePixel(0, 2, 4, 1);
     for (const double stops : {120.0, -120.0})
-        image = FilterValues().image("inputImage", image).number("inputEV", stops).output("CIExposureAdjust");
+        image = FilterValues().Image("inputImage", image).Number("inputEV", stops).Output("CIExposureAdjust");
     const std::vector<float> pixel = PixelOf(image);
     EXPECT_EQ(pixel[1], pixel[2]);
 }

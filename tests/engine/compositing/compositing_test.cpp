@@ -4,8 +4,8 @@
 
 #include <cmath>
 
+#include "core/cropped.h"
 #include "generator/generator.h"
-#include "geometry/geometry.h"
 #include "support/point_oracle.h"
 
 namespace {
@@ -13,7 +13,7 @@ namespace {
 using namespace core_image;
 
 FilterValues Over(const ImageRef& source, const ImageRef& background) {
-    return FilterValues().image("inputImage", source).image("inputBackgroundImage", background);
+    return FilterValues().Image("inputImage", source).Image("inputBackgroundImage", background);
 }
 
 double Clip(double value) { return std::clamp(value, 0.0, 1.0); }
@@ -25,8 +25,7 @@ using Mode = double (*)(double b, double s);
 Slow Blended(Slow b, Slow s, const std::function<Slow(const Slow& b, const Slow& s)>& mode) {
     for (Slow* pixel : {&b, &s}) {
         pixel->alpha = Clip(pixel->alpha);
-        for (double* color : {&pixel->red, &pixel->green, &pixel->blue})
-            *color = std::clamp(*color, 0.0, pixel->alpha);
+        for (double* color : {&pixel->red, &pixel->green, &pixel->blue}) *color = std::clamp(*color, 0.0, pixel->alpha);
     }
     const Slow inside = mode(Unpremultiplied(b), Unpremultiplied(s));
     const auto whole = [&](double source, double background, double in) {
@@ -61,7 +60,7 @@ TEST(BlendModeTest, IsThatOfTheFormulaWhereBothAreAndTheImageWhereOneIs) {
             return Slow{mode(b.red, s.red), mode(b.green, s.green), mode(b.blue, s.blue), 0};
         };
         ExpectPixels(
-            Over(source, background).output(filter), {background, source},
+            Over(source, background).Output(filter), {background, source},
             [&](const auto& in) { return Blended(in[0], in[1], each); }, 1e-4);
     }
 }
@@ -86,7 +85,7 @@ Slow ColorOfLightness(const Slow& hue, double lightness) {
 TEST(BlendModeTest, ColorTakesHueAndSaturationOfTheImageAndLightnessOfTheBackground) {
     const ImageRef source = InRangeImage(33), background = InRangeImage(34);
     ExpectPixels(
-        Over(source, background).output("CIColorBlendMode"), {background, source},
+        Over(source, background).Output("CIColorBlendMode"), {background, source},
         [](const auto& in) {
             return Blended(in[0], in[1], [](const Slow& b, const Slow& s) {
                 const double most = std::max({b.red, b.green, b.blue}), least = std::min({b.red, b.green, b.blue});
@@ -98,7 +97,7 @@ TEST(BlendModeTest, ColorTakesHueAndSaturationOfTheImageAndLightnessOfTheBackgro
 
 TEST(BlendModeTest, OpaqueColorsComputedByHand) {
     const auto blend = [](const char* filter) {
-        return PixelOf(Over(OnePixel(0.5f, 0.25f, 1, 1), OnePixel(0.75f, 0.5f, 0.25f, 1)).output(filter));
+        return PixelOf(Over(OnePixel(0.5f, 0.25f, 1, 1), OnePixel(0.75f, 0.5f, 0.25f, 1)).Output(filter));
     };
     ExpectNear(blend("CIColorBurnBlendMode"), {0.5, 0, 0.25, 1});
     ExpectNear(blend("CIColorDodgeBlendMode"), {1, 2.0 / 3, 1, 1});
@@ -112,7 +111,7 @@ TEST(BlendModeTest, OpaqueColorsComputedByHand) {
 
 TEST(BlendModeTest, BlackAndWhiteAtTheEndsOfBurnAndDodge) {
     const auto blend = [](const char* filter, float s, float b) {
-        return PixelOf(Over(OnePixel(s, s, s, 1), OnePixel(b, b, b, 1)).output(filter))[0];
+        return PixelOf(Over(OnePixel(s, s, s, 1), OnePixel(b, b, b, 1)).Output(filter))[0];
     };
     EXPECT_EQ(blend("CIColorBurnBlendMode", 0, 1), 1);
     EXPECT_EQ(blend("CIColorBurnBlendMode", 0, 0.5f), 0);
@@ -128,20 +127,20 @@ TEST(BlendModeTest, OutsideOneImageTheOtherIsUnchanged) {
     for (const char* filter :
          {"CIAdditionCompositing", "CIColorBlendMode", "CIColorBurnBlendMode", "CIColorDodgeBlendMode",
           "CIDarkenBlendMode", "CIDifferenceBlendMode", "CIExclusionBlendMode"}) {
-        const ImageRef result = Over(left, right).output(filter);
-        EXPECT_EQ(result->extent(), (Extent{5, 3, 66, 40})) << filter;
+        const ImageRef result = Over(left, right).Output(filter);
+        EXPECT_EQ(result->GetExtent(), (Extent{5, 3, 66, 40})) << filter;
         EXPECT_EQ(Pixels(result, {5, 3, 25, 37}), Pixels(left, {5, 3, 25, 37})) << filter;
         EXPECT_EQ(Pixels(result, {40, 3, 26, 37}), Pixels(right, {40, 3, 26, 37})) << filter;
-        EXPECT_EQ(Over(left, nullptr).output(filter), left) << filter;
-        EXPECT_EQ(Over(nullptr, right).output(filter), right) << filter;
-        EXPECT_EQ(Over(nullptr, nullptr).output(filter), nullptr) << filter;
-        EXPECT_TRUE(Over(left, MakeConstantImage({1, 1, 1, 1})).output(filter)->extent().isInfinite()) << filter;
+        EXPECT_EQ(Over(left, nullptr).Output(filter), left) << filter;
+        EXPECT_EQ(Over(nullptr, right).Output(filter), right) << filter;
+        EXPECT_EQ(Over(nullptr, nullptr).Output(filter), nullptr) << filter;
+        EXPECT_TRUE(Over(left, MakeConstantImage({1, 1, 1, 1})).Output(filter)->GetExtent().IsInfinite()) << filter;
     }
 }
 
 TEST(AdditionTest, AddsPremultipliedPixelsAndAlphaUnclipped) {
     const ImageRef source = OutOfRangeImage(37), background = OutOfRangeImage(38);
-    ExpectPixels(Over(source, background).output("CIAdditionCompositing"), {source, background}, [](const auto& in) {
+    ExpectPixels(Over(source, background).Output("CIAdditionCompositing"), {source, background}, [](const auto& in) {
         return Slow{in[0].red + in[1].red, in[0].green + in[1].green, in[0].blue + in[1].blue,
                     in[0].alpha + in[1].alpha};
     });
@@ -152,8 +151,8 @@ TEST(MaskTest, GoesFromTheBackgroundToTheImage) {
     const ImageRef mask = MakeCroppedImage(OutOfRangeImage(43), {7, 0, 60, 30});
     for (const bool byAlpha : {false, true}) {
         const ImageRef result = Over(source, background)
-                                    .image("inputMaskImage", mask)
-                                    .output(byAlpha ? "CIBlendWithAlphaMask" : "CIBlendWithMask");
+                                    .Image("inputMaskImage", mask)
+                                    .Output(byAlpha ? "CIBlendWithAlphaMask" : "CIBlendWithMask");
         ExpectPixels(result, {source, background, mask}, [byAlpha](const auto& in) {
             const double m = Clip(byAlpha ? in[2].alpha : in[2].green);
             const auto mix = [m](double s, double b) { return s * m + b * (1 - m); };
@@ -169,10 +168,10 @@ TEST(MaskTest, ReachesOverTheBackgroundAndTheImageInsideTheMask) {
     const ImageRef background = MakeCroppedImage(all, {-3, -3, 2, 2});
     for (const char* filter : {"CIBlendWithMask", "CIBlendWithAlphaMask"}) {
         const auto reach = [&](const ImageRef& s, const ImageRef& b, const ImageRef& m) {
-            return Over(s, b).image("inputMaskImage", m).output(filter);
+            return Over(s, b).Image("inputMaskImage", m).Output(filter);
         };
-        EXPECT_EQ(reach(source, background, mask)->extent(), (Extent{-3, -3, 10, 10}));
-        EXPECT_EQ(reach(source, nullptr, mask)->extent(), (Extent{5, 5, 10, 10}));
+        EXPECT_EQ(reach(source, background, mask)->GetExtent(), (Extent{-3, -3, 10, 10}));
+        EXPECT_EQ(reach(source, nullptr, mask)->GetExtent(), (Extent{5, 5, 10, 10}));
         ExpectNear(Pixels(reach(source, nullptr, mask), {4, 5, 2, 1}), {0, 0, 0, 0, 1, 1, 1, 1});
         EXPECT_EQ(reach(nullptr, background, mask), background);
         EXPECT_EQ(reach(source, background, nullptr), background);
@@ -184,8 +183,8 @@ TEST(MaskTest, FullAndEmptyMasksGiveTheVeryPixels) {
     const ImageRef source = InRangeImage(44), background = InRangeImage(45);
     const auto under = [&](float mask) {
         return Over(source, background)
-            .image("inputMaskImage", MakeConstantImage({mask, mask, mask, mask}))
-            .output("CIBlendWithMask");
+            .Image("inputMaskImage", MakeConstantImage({mask, mask, mask, mask}))
+            .Output("CIBlendWithMask");
     };
     EXPECT_EQ(Pixels(under(1), kOffsetRegion), Pixels(source, kOffsetRegion));
     EXPECT_EQ(Pixels(under(0), kOffsetRegion), Pixels(background, kOffsetRegion));
@@ -198,9 +197,9 @@ TEST(CompositingTest, NothingComesOutThatIsNoNumber) {
                                "CIExclusionBlendMode", "CIBlendWithMask", "CIBlendWithAlphaMask"}) {
         for (const float value : {none, endless, -endless, 1e38f, -1e38f, 0.0f}) {
             const ImageRef odd = OnePixel(value, -value, 1, value), usual = OnePixel(0.5f, 0, 1, 1);
-            for (const ImageRef& result : {Over(odd, usual).image("inputMaskImage", usual).output(filter),
-                                           Over(usual, odd).image("inputMaskImage", odd).output(filter),
-                                           Over(odd, odd).image("inputMaskImage", odd).output(filter)}) {
+            for (const ImageRef& result : {Over(odd, usual).Image("inputMaskImage", usual).Output(filter),
+                                           Over(usual, odd).Image("inputMaskImage", odd).Output(filter),
+                                           Over(odd, odd).Image("inputMaskImage", odd).Output(filter)}) {
                 for (const float number : PixelOf(result)) ASSERT_TRUE(std::isfinite(number)) << filter << value;
             }
         }

@@ -4,9 +4,9 @@
 #include <tbb/global_control.h>
 
 #include "blur/blur.h"
-#include "color/color.h"
+#include "core/cropped.h"
+#include "support/declared_keys.h"
 #include "support/engine_images.h"
-#include "geometry/geometry.h"
 #include "support/point_oracle.h"
 
 namespace {
@@ -19,11 +19,11 @@ constexpr Region kRegion = {-37, -29, 301, 257};
 ImageRef Chain() {
     const ImageRef narrow = MakeGaussianBlurImage(RandomImage(230, 190), 1.7);
     const ImageRef cropped = MakeCroppedImage(narrow, {3, 5, 201, 177});
-    InputValue values[2];
+    std::vector<InputValue> values(2);
     values[0].key = "inputImage";
     values[0].image = &cropped;
     values[1] = {"inputContrast", 1.5};
-    return MakeGaussianBlurImage(ColorControls(Inputs(values, 2)), 9);
+    return MakeGaussianBlurImage(CallFilter("CIColorControls", values), 9);
 }
 
 TEST(CutTest, TileSizeChangesNoBit) {
@@ -38,9 +38,9 @@ TEST(CutTest, TileSizeChangesNoBit) {
 ImageRef PointwiseChain() {
     const ImageRef first = RandomImage(230, 190), second = MakeCroppedImage(RandomImage(211, 230), {3, 7, 190, 230});
     const ImageRef both =
-        FilterValues().image("inputImage", first).image("inputBackgroundImage", second).output("CIColorBurnBlendMode");
-    const ImageRef bent = FilterValues().image("inputImage", both).number("inputPower", 2.2).output("CIGammaAdjust");
-    return FilterValues().image("inputImage", bent).number("inputLevels", 9).output("CIColorPosterize");
+        FilterValues().Image("inputImage", first).Image("inputBackgroundImage", second).Output("CIColorBurnBlendMode");
+    const ImageRef bent = FilterValues().Image("inputImage", both).Number("inputPower", 2.2).Output("CIGammaAdjust");
+    return FilterValues().Image("inputImage", bent).Number("inputLevels", 9).Output("CIColorPosterize");
 }
 
 TEST(CutTest, TileSizeChangesNoBitOfWhatIsComputedPixelByPixel) {
@@ -71,7 +71,7 @@ TEST(CutTest, APartIsThatPartOfTheWhole) {
     const std::vector<float> whole = Pixels(image, kRegion);
     const Region part = {11, 13, 3, 1};
     const std::vector<float> pixels = Pixels(image, part);
-    const auto row = static_cast<std::size_t>(kRegion.top() - 1 - part.y);
+    const auto row = static_cast<std::size_t>(kRegion.Top() - 1 - part.y);
     const auto column = static_cast<std::size_t>(part.x - kRegion.x);
     const auto* first = &whole[(row * static_cast<std::size_t>(kRegion.width) + column) * 4];
     EXPECT_EQ(pixels, std::vector<float>(first, first + 12));

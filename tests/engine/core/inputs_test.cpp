@@ -6,9 +6,9 @@
 
 #include <cmath>
 
-#include "color/color.h"
+#include "core/cropped.h"
+#include "support/declared_keys.h"
 #include "support/engine_images.h"
-#include "geometry/geometry.h"
 
 namespace {
 
@@ -20,7 +20,7 @@ double Number(double value) {
     InputValue input;
     input.key = "inputRadius";
     input.number = value;
-    return Inputs(&input, 1).number("inputRadius");
+    return Inputs(&input, 1).GetNumber("inputRadius");
 }
 
 TEST(InputsTest, NumbersAreFinite) {
@@ -30,20 +30,44 @@ TEST(InputsTest, NumbersAreFinite) {
     EXPECT_EQ(Number(-1e300), -kLargestNumber);
 }
 
-TEST(InputsTest, ElementsBeyondTheLastAndKeysThatAreNoneReadAsZero) {
+TEST(InputsTest, ElementsBeyondTheLastReadAsZero) {
     const double elements[] = {1, std::nan(""), -kEndless};
     InputValue input;
     input.key = "inputCenter";
     input.elements = elements;
     input.count = 3;
     const Inputs inputs(&input, 1);
-    EXPECT_EQ(inputs.element("inputCenter", 0), 1);
-    EXPECT_EQ(inputs.element("inputCenter", 1), 0);
-    EXPECT_EQ(inputs.element("inputCenter", 2), -kLargestNumber);
-    EXPECT_EQ(inputs.element("inputCenter", 3), 0);
-    EXPECT_EQ(inputs.element("inputOther", 0), 0);
-    EXPECT_EQ(inputs.number("inputOther"), 0);
-    EXPECT_EQ(inputs.image("inputOther"), nullptr);
+    EXPECT_EQ(inputs.GetElement("inputCenter", 0), 1);
+    EXPECT_EQ(inputs.GetElement("inputCenter", 1), 0);
+    EXPECT_EQ(inputs.GetElement("inputCenter", 2), -kLargestNumber);
+    EXPECT_EQ(inputs.GetElement("inputCenter", 3), 0);
+}
+
+TEST(InputsTest, DeclaredKeysWithoutAValueReadAsZeroOrNull) {
+    InputValue input;
+    input.key = "inputOther";
+    const Inputs inputs(&input, 1);
+    EXPECT_EQ(inputs.GetNumber("inputOther"), 0);
+    EXPECT_EQ(inputs.GetElement("inputOther", 0), 0);
+    EXPECT_EQ(inputs.GetRectangle("inputOther"), Extent{});
+    EXPECT_EQ(inputs.GetImage("inputOther"), nullptr);
+    EXPECT_EQ(inputs.GetFloats("inputOther", 1), nullptr);
+    EXPECT_EQ(inputs.GetSpace("inputOther"), ColorSpace::kNone);
+    EXPECT_EQ(inputs.GetProfile("inputOther").bytes, nullptr);
+}
+
+TEST(InputsTest, UndeclaredKeysThrowWhicheverWayTheyAreRead) {
+    InputValue input;
+    input.key = "inputRadius";
+    const Inputs inputs(&input, 1);
+    EXPECT_THROW(inputs.GetNumber("inputRadios"), UndeclaredKey);
+    EXPECT_THROW(inputs.GetElement("inputRadios", 0), UndeclaredKey);
+    EXPECT_THROW(inputs.GetRectangle("inputRadios"), UndeclaredKey);
+    EXPECT_THROW(inputs.GetColor("inputRadios"), UndeclaredKey);
+    EXPECT_THROW(inputs.GetFloats("inputRadios", 1), UndeclaredKey);
+    EXPECT_THROW(inputs.GetSpace("inputRadios"), UndeclaredKey);
+    EXPECT_THROW(inputs.GetProfile("inputRadios"), UndeclaredKey);
+    EXPECT_THROW(inputs.GetImage("inputRadios"), UndeclaredKey);
 }
 
 TEST(InputsTest, ColorsAreLinearisedAndPremultiplied) {
@@ -58,22 +82,22 @@ TEST(InputsTest, ColorsAreLinearisedAndPremultiplied) {
 TEST(InputsTest, RectanglesKeepTheirInfiniteEdges) {
     EXPECT_EQ(ExtentOfRectangle(0.5, -0.5, 1, 1), (Extent{0, -1, 2, 1}));
     EXPECT_EQ(ExtentOfRectangle(0, 0, 1e300, 5), (Extent{0, 0, kEndless, 5}));
-    EXPECT_TRUE(ExtentOfRectangle(-1e300, -1e300, 1.7e308, 1.7e308).isInfinite());
+    EXPECT_TRUE(ExtentOfRectangle(-1e300, -1e300, 1.7e308, 1.7e308).IsInfinite());
     EXPECT_EQ(ExtentOfRectangle(std::nan(""), 0, 5, 5), Extent{});
     EXPECT_EQ(ExtentOfRectangle(3, 3, 0, 5), Extent{});
 }
 
 TEST(InputsTest, WhatChangesNothingGivesTheVeryInput) {
     const ImageRef image = RandomImage(4, 4);
-    EXPECT_EQ(MakeCroppedImage(image, Extent::infinite()), image);
+    EXPECT_EQ(MakeCroppedImage(image, Extent::Infinite()), image);
     EXPECT_EQ(MakeCroppedImage(image, {0, 0, 4, 4}), image);
     EXPECT_NE(MakeCroppedImage(image, {0, 0, 4, 3}), image);
-    InputValue values[3];
+    std::vector<InputValue> values(3);
     values[0].key = "inputImage";
     values[0].image = &image;
     values[1] = {"inputSaturation", 1};
     values[2] = {"inputContrast", 1};
-    EXPECT_EQ(ColorControls(Inputs(values, 3)), image);
+    EXPECT_EQ(CallFilter("CIColorControls", values), image);
 }
 
 }  // namespace

@@ -21,9 +21,9 @@ double Encoded(double linear) {
 float Through(void (*function)(float*, std::size_t), float color, float alpha = 1) {
     const RunMemory memory(1);
     const float pixel[] = {color, 0, 0, alpha};
-    ToBlocks(pixel, 1, memory.run(0));
-    function(memory.run(0), 1);
-    return memory.run(0)[0];
+    ToBlocks(pixel, 1, memory.Run(0));
+    function(memory.Run(0), 1);
+    return memory.Run(0)[0];
 }
 
 TEST(TransferTest, EncodingIsWithinAMillionthOfTheCurve) {
@@ -35,9 +35,9 @@ TEST(TransferTest, EncodingIsWithinAMillionthOfTheCurve) {
             pixels[4 * pixel] = linear(pixel);
             pixels[4 * pixel + 3] = 1;
         }
-        ToBlocks(pixels.data(), kRunPixels, memory.run(0));
-        EncodeRun(memory.run(0), kRunPixels);
-        FromBlocks(memory.run(0), kRunPixels, pixels.data());
+        ToBlocks(pixels.data(), kRunPixels, memory.Run(0));
+        EncodeRun(memory.Run(0), kRunPixels);
+        FromBlocks(memory.Run(0), kRunPixels, pixels.data());
         for (std::size_t pixel = 0; pixel < kRunPixels; ++pixel)
             ASSERT_NEAR(pixels[4 * pixel], Encoded(linear(pixel)), 1e-6) << linear(pixel);
     }

@@ -13,9 +13,9 @@ using namespace oracle;
 // The same image, whose pixels stand nowhere.
 class FleetingImage : public Image {
   public:
-    explicit FleetingImage(ImageRef input) : Image(input->extent(), input->depth()), input_(std::move(input)) {}
+    explicit FleetingImage(ImageRef input) : Image(input->GetExtent(), input->GetDepth()), input_(std::move(input)) {}
 
-    std::unique_ptr<const Stage> prepare(const Region& region) const override {
+    std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         return std::make_unique<FleetingStage>(Prepare(input_, region));
     }
 
@@ -23,7 +23,7 @@ class FleetingImage : public Image {
     class FleetingStage : public Stage {
       public:
         explicit FleetingStage(Prepared input) : input_(std::move(input)) {}
-        void render(const Tile& tile) const override { input_.render(tile); }
+        void Render(const Tile& tile) const override { input_.Render(tile); }
 
       private:
         Prepared input_;
@@ -70,13 +70,13 @@ TEST(WindowTest, BitmapsAndWhatIsHeldAreReadInPlaceAlsoMovedCroppedAndClamped) {
     for (const ImageRef& image : {source.image, MakeCroppedImage(source.image, {8, -1, 20, 7}),
                                   MakeClampedImage(source.image), MakeBufferedImage(source.image)}) {
         const Prepared prepared = Prepare(image, kInner);
-        const std::optional<View> view = prepared.held(kInner);
+        const std::optional<View> view = prepared.Held(kInner);
         ASSERT_TRUE(view);
         EXPECT_EQ(view->region, kInner);
-        EXPECT_EQ(Window(prepared, kInner).view().pixels, view->pixels);
+        EXPECT_EQ(Window(prepared, kInner).GetView().pixels, view->pixels);
     }
-    EXPECT_EQ(Prepare(source.image, kMoved).held(kMoved.grownBy(1)), std::nullopt) << "beyond the image";
-    EXPECT_EQ(Prepare(std::make_shared<FleetingImage>(source.image), kInner).held(kInner), std::nullopt);
+    EXPECT_EQ(Prepare(source.image, kMoved).Held(kMoved.GrownBy(1)), std::nullopt) << "beyond the image";
+    EXPECT_EQ(Prepare(std::make_shared<FleetingImage>(source.image), kInner).Held(kInner), std::nullopt);
 }
 
 TEST(WindowTest, BitmapsThatAreNotLinearFloatsInTheirPlaceAreRendered) {
@@ -85,15 +85,15 @@ TEST(WindowTest, BitmapsThatAreNotLinearFloatsInTheirPlaceAreRendered) {
     bitmap.pixels = pixels->data();
     bitmap.width = bitmap.height = 2;
     bitmap.bytesPerRow = 2 * 4 * sizeof(float);
-    bitmap.format = PixelFormat::floats;
-    bitmap.transfer = Transfer::linear;
+    bitmap.format = PixelFormat::kFloats;
+    bitmap.transfer = Transfer::kLinear;
     const auto isHeld = [&](const BitmapSource& source) {
-        return Prepare(MakeBitmapImage(source, pixels), {0, 0, 2, 2}).held({0, 0, 2, 2}).has_value();
+        return Prepare(MakeBitmapImage(source, pixels), {0, 0, 2, 2}).Held({0, 0, 2, 2}).has_value();
     };
     EXPECT_TRUE(isHeld(bitmap));
     BitmapSource encoded = bitmap, bytes = bitmap, shifted = bitmap, ragged = bitmap;
-    encoded.transfer = Transfer::sRGB;
-    bytes.format = PixelFormat::bytes;
+    encoded.transfer = Transfer::kSRGB;
+    bytes.format = PixelFormat::kBytes;
     shifted.pixels = reinterpret_cast<const char*>(pixels->data()) + 1;
     ragged.bytesPerRow += 2;
     for (const BitmapSource& source : {encoded, bytes, shifted, ragged}) EXPECT_FALSE(isHeld(source));

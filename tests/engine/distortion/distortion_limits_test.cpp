@@ -44,7 +44,7 @@ class DistortionLimitsTest : public testing::TestWithParam<Kind> {
 
 TEST_P(DistortionLimitsTest, AnyNumbersAndExtentsGiveFinitePixels) {
     Random random;
-    const auto hostile = [&] { return kHostile[static_cast<std::size_t>(random.whole(0, std::size(kHostile) - 1))]; };
+    const auto hostile = [&] { return kHostile[static_cast<std::size_t>(random.Whole(0, std::size(kHostile) - 1))]; };
     for (int round = 0; round < 40; ++round) {
         std::vector<Value> values;
         for (const char* key : GetParam().keys) values.push_back({key, {hostile(), hostile()}});
@@ -71,7 +71,7 @@ TEST_P(DistortionLimitsTest, EmptyImagesStayEmpty) {
     std::vector<Value> values;
     for (const char* key : GetParam().keys) values.push_back({key, {7, 9}});
     const ImageRef image = Output(GetParam().filter, empty_, With(board_, values));
-    EXPECT_TRUE(image->extent().isEmpty() || Pixels(image, {0, 0, 2, 2}) == std::vector<float>(16, 0.0f));
+    EXPECT_TRUE(image->GetExtent().IsEmpty() || Pixels(image, {0, 0, 2, 2}) == std::vector<float>(16, 0.0f));
 }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, DistortionLimitsTest, testing::ValuesIn(kKinds),
@@ -81,16 +81,16 @@ TEST(DistortionExtentTest, IsTheInputSUnlessPixelsLeaveIt) {
     Random random;
     const Source source = RandomSource(random);
     const auto extent = [&](const char* filter, std::vector<Value> values) {
-        return Output(filter, source.image, values)->extent();
+        return Output(filter, source.image, values)->GetExtent();
     };
     const Value radius = {"inputRadius", {30}}, scale = {"inputScale", {0.5}};
-    EXPECT_EQ(extent("CIBumpDistortion", {radius, scale}), source.image->extent());
-    EXPECT_EQ(extent("CIBumpDistortionLinear", {radius, scale}), source.image->extent());
-    EXPECT_EQ(extent("CIGlassLozenge", {radius, {"inputRefraction", {1.7}}}), source.image->extent());
-    EXPECT_EQ(extent("CIGlassDistortion", {scale, {"inputTexture", {}, source.image}}), source.image->extent());
-    EXPECT_TRUE(extent("CICircleSplashDistortion", {radius}).isInfinite());
+    EXPECT_EQ(extent("CIBumpDistortion", {radius, scale}), source.image->GetExtent());
+    EXPECT_EQ(extent("CIBumpDistortionLinear", {radius, scale}), source.image->GetExtent());
+    EXPECT_EQ(extent("CIGlassLozenge", {radius, {"inputRefraction", {1.7}}}), source.image->GetExtent());
+    EXPECT_EQ(extent("CIGlassDistortion", {scale, {"inputTexture", {}, source.image}}), source.image->GetExtent());
+    EXPECT_TRUE(extent("CICircleSplashDistortion", {radius}).IsInfinite());
     const ImageRef board = Generated("CICheckerboardGenerator", {{"inputWidth", {8}}});
-    EXPECT_TRUE(Output("CIBumpDistortion", board, {radius, scale})->extent().isInfinite());
+    EXPECT_TRUE(Output("CIBumpDistortion", board, {radius, scale})->GetExtent().IsInfinite());
     EXPECT_EQ(Output("CICircularWrap", board, {radius}), nullptr);
 }
 

@@ -25,7 +25,7 @@ double Smooth(double t) {
     return t * t * (3 - 2 * t);
 }
 
-Value RandomPoint(Random& random, const char* key) { return {key, {random.between(-40, 60), random.between(-40, 60)}}; }
+Value RandomPoint(Random& random, const char* key) { return {key, {random.Between(-40, 60), random.Between(-40, 60)}}; }
 
 Point Bump(const std::vector<Value>& v, Point p, const Source&, const Source&) {
     const double dx = p.x - v[0].elements[0], dy = p.y - v[0].elements[1];
@@ -54,7 +54,7 @@ Point Wrap(const std::vector<Value>& v, Point p, const Source& image, const Sour
     double angle = M_PI / 2 + v[2].elements[0] - std::atan2(dy, dx);
     while (angle > M_PI) angle -= 2 * M_PI;
     while (angle <= -M_PI) angle += 2 * M_PI;
-    return {static_cast<double>(image.region.x + image.region.right()) / 2 + radius * angle,
+    return {static_cast<double>(image.region.x + image.region.Right()) / 2 + radius * angle,
             static_cast<double>(image.region.y) + std::hypot(dx, dy) - radius};
 }
 
@@ -71,13 +71,13 @@ Point Lozenge(const std::vector<Value>& v, Point p, const Source&, const Source&
 
 double Light(const Source& source, std::int64_t x, std::int64_t y) {
     double sum = 0;
-    for (std::size_t channel = 0; channel < 3; ++channel) sum += kLuminance[channel] * source.at(x, y, channel);
+    for (std::size_t channel = 0; channel < 3; ++channel) sum += kLuminance[channel] * source.At(x, y, channel);
     return sum;
 }
 
 Point Displacement(const std::vector<Value>& v, Point p, const Source&, const Source& second) {
     const auto x = static_cast<std::int64_t>(std::floor(p.x)), y = static_cast<std::int64_t>(std::floor(p.y));
-    const double alpha = second.at(x, y, 3);
+    const double alpha = second.At(x, y, 3);
     if (alpha == 0) return p;
     const double move = v[1].elements[0] * alpha * (std::clamp(Light(second, x, y) / alpha, 0.0, 1.0) - 0.5);
     return {p.x + move, p.y + move};
@@ -100,29 +100,29 @@ Point Glass(const std::vector<Value>& v, Point p, const Source&, const Source& s
 // clang-format off
 const Kind kKinds[] = {
     {"CIBumpDistortion", [](Random& r, const Source&) {
-        return std::vector<Value>{RandomPoint(r, "inputCenter"), {"inputRadius", {r.between(1, 90)}}, {"inputScale", {r.between(-2, 2)}}};
+        return std::vector<Value>{RandomPoint(r, "inputCenter"), {"inputRadius", {r.Between(1, 90)}}, {"inputScale", {r.Between(-2, 2)}}};
     }, Bump},
     {"CIBumpDistortionLinear", [](Random& r, const Source&) {
-        return std::vector<Value>{RandomPoint(r, "inputCenter"), {"inputRadius", {r.between(1, 90)}}, {"inputScale", {r.between(-2, 2)}},
-                                  {"inputAngle", {r.between(-7, 7)}}};
+        return std::vector<Value>{RandomPoint(r, "inputCenter"), {"inputRadius", {r.Between(1, 90)}}, {"inputScale", {r.Between(-2, 2)}},
+                                  {"inputAngle", {r.Between(-7, 7)}}};
     }, LinearBump},
     {"CICircleSplashDistortion", [](Random& r, const Source&) {
-        return std::vector<Value>{RandomPoint(r, "inputCenter"), {"inputRadius", {r.between(0, 60)}}};
+        return std::vector<Value>{RandomPoint(r, "inputCenter"), {"inputRadius", {r.Between(0, 60)}}};
     }, Splash},
     {"CICircularWrap", [](Random& r, const Source&) {
-        return std::vector<Value>{RandomPoint(r, "inputCenter"), {"inputRadius", {r.between(0, 30)}}, {"inputAngle", {r.between(-7, 7)}}};
+        return std::vector<Value>{RandomPoint(r, "inputCenter"), {"inputRadius", {r.Between(0, 30)}}, {"inputAngle", {r.Between(-7, 7)}}};
     }, Wrap},
     {"CIGlassLozenge", [](Random& r, const Source&) {
-        return std::vector<Value>{RandomPoint(r, "inputPoint0"), RandomPoint(r, "inputPoint1"), {"inputRadius", {r.between(1, 60)}},
-                                  {"inputRefraction", {r.between(0.2, 3)}}};
+        return std::vector<Value>{RandomPoint(r, "inputPoint0"), RandomPoint(r, "inputPoint1"), {"inputRadius", {r.Between(1, 60)}},
+                                  {"inputRefraction", {r.Between(0.2, 3)}}};
     }, Lozenge},
     {"CIDisplacementDistortion", [](Random& r, const Source& second) {
-        return std::vector<Value>{{"inputDisplacementImage", {}, second.image}, {"inputScale", {r.between(-60, 60)}}};
+        return std::vector<Value>{{"inputDisplacementImage", {}, second.image}, {"inputScale", {r.Between(-60, 60)}}};
     }, Displacement},
     {"CIGlassDistortion", [](Random& r, const Source& second) {
         return std::vector<Value>{{"inputTexture", {}, second.image},
-                                  {"inputCenter", {static_cast<double>(r.whole(-40, 40)), static_cast<double>(r.whole(-40, 40))}},
-                                  {"inputScale", {r.between(-30, 30)}}};
+                                  {"inputCenter", {static_cast<double>(r.Whole(-40, 40)), static_cast<double>(r.Whole(-40, 40))}},
+                                  {"inputScale", {r.Between(-30, 30)}}};
     }, Glass},
 };
 // clang-format on
@@ -137,8 +137,8 @@ TEST_P(DistortionTest, TakesEachPixelFromItsPlaceBetweenTheFourNearest) {
         const Source source = RandomSource(random), second = RandomSource(random);
         const std::vector<Value> values = GetParam().values(random, second);
         const ImageRef image = Output(GetParam().filter, source.image, values);
-        const Extent extent = image->extent();
-        const At at = [&](std::int64_t x, std::int64_t y, std::size_t channel) { return source.at(x, y, channel); };
+        const Extent extent = image->GetExtent();
+        const At at = [&](std::int64_t x, std::int64_t y, std::size_t channel) { return source.At(x, y, channel); };
         ExpectPixels(image, kAround, [&](std::int64_t x, std::int64_t y, std::size_t channel) {
             const Point p = {static_cast<double>(x) + 0.5, static_cast<double>(y) + 0.5};
             if (p.x < extent.left || p.x > extent.right || p.y < extent.bottom || p.y > extent.top) return 0.0;
@@ -167,8 +167,8 @@ INSTANTIATE_TEST_SUITE_P(Kinds, DistortionTest, testing::ValuesIn(kKinds),
 // An image whose red is the number of the column and whose green is that of the row: what comes out are places.
 Source Numbered(const Region& region) {
     std::vector<float> pixels;
-    for (std::int64_t y = region.top() - 1; y >= region.y; --y) {
-        for (std::int64_t x = region.x; x < region.right(); ++x) {
+    for (std::int64_t y = region.Top() - 1; y >= region.y; --y) {
+        for (std::int64_t x = region.x; x < region.Right(); ++x) {
             pixels.insert(pixels.end(), {static_cast<float>(x), static_cast<float>(y), 0, 1});
         }
     }
@@ -205,7 +205,7 @@ TEST(DistortionNumbersTest, LinearBumpMovesAcrossItsLineOnly) {
 TEST(DistortionNumbersTest, SplashKeepsTheDiscAndRepeatsItsRim) {
     const ImageRef image = Output("CICircleSplashDistortion", Numbered({0, 0, 101, 61}).image,
                                   {{"inputCenter", {50.5, 30.5}}, {"inputRadius", {20}}});
-    EXPECT_TRUE(image->extent().isInfinite());
+    EXPECT_TRUE(image->GetExtent().IsInfinite());
     ExpectFrom(image, 60, 30, 60, 30);
     ExpectFrom(image, 90, 30, 70, 30);
     // 30 right and 40 up is 50 away: the rim lies at 12 and 16.
@@ -216,7 +216,7 @@ TEST(DistortionNumbersTest, SplashKeepsTheDiscAndRepeatsItsRim) {
 TEST(DistortionNumbersTest, WrapStandsTheMiddleOnTopOfTheCircle) {
     const std::vector<Value> values = {{"inputCenter", {0.5, 0.5}}, {"inputRadius", {20}}};
     const ImageRef image = Output("CICircularWrap", Numbered({0, 0, 101, 61}).image, values);
-    EXPECT_EQ(image->extent(), (Extent{-81, -81, 82, 82}));
+    EXPECT_EQ(image->GetExtent(), (Extent{-81, -81, 82, 82}));
     // The first row has its center half a pixel above the circle.
     ExpectFrom(image, 0, 25, 50, 4.5);
     ExpectFrom(image, 25, 0, 50 + 10 * M_PI, 4.5);
@@ -248,7 +248,7 @@ TEST(DistortionNumbersTest, DisplacementFollowsGray) {
         SourceOf({40, 30, 5, 1}, {1, 1, 1, 1, .5f, .5f, .5f, 1, 0, 0, 0, 1, .5f, .5f, .5f, .5f, 0, 0, 0, 0});
     const ImageRef moved = Output("CIDisplacementDistortion", image.image,
                                   {{"inputDisplacementImage", {}, gray.image}, {"inputScale", {20}}});
-    EXPECT_EQ(moved->extent(), image.image->extent());
+    EXPECT_EQ(moved->GetExtent(), image.image->GetExtent());
     ExpectFrom(moved, 40, 30, 50, 40);
     ExpectFrom(moved, 41, 30, 41, 30);
     ExpectFrom(moved, 42, 30, 32, 20);
@@ -282,7 +282,7 @@ TEST(DistortionPictureTest, APictureIsSampledAsStoredAndWhatIsMadeOfItInLight) {
     const ImageRef once = Output("CIBumpDistortion", MakeBitmapImage(bitmap, nullptr), half);
     const double stored = static_cast<double>(Pixels(once, {1, 0, 1, 1})[0]);
     EXPECT_NEAR(stored, static_cast<double>(DecodeSRGB(0.5f)), 1e-3);
-    EXPECT_EQ(once->encoded(), nullptr);
+    EXPECT_EQ(once->Encoded(), nullptr);
 }
 
 }  // namespace

@@ -15,7 +15,7 @@ struct Layout {
     double inset[4];  // left, bottom, right, top
     double periodicity, strands, rotation, zoom;
 
-    std::vector<Value> values() const {
+    std::vector<Value> Values() const {
         return {{"inputInsetPoint0", {inset[2], inset[1]}},
                 {"inputInsetPoint1", {inset[0], inset[3]}},
                 {"inputPeriodicity", {periodicity}},
@@ -29,7 +29,7 @@ struct Layout {
 Complex Place(const Layout& layout, Complex p) {
     const Region& all = layout.picture;
     const double left = static_cast<double>(all.x), bottom = static_cast<double>(all.y);
-    const double right = static_cast<double>(all.right()), top = static_cast<double>(all.top());
+    const double right = static_cast<double>(all.Right()), top = static_cast<double>(all.Top());
     const double ratioX = (right - left) / (layout.inset[2] - layout.inset[0]);
     const double ratioY = (top - bottom) / (layout.inset[3] - layout.inset[1]);
     const Complex meeting = {(layout.inset[0] * ratioX - left) / (ratioX - 1),
@@ -55,15 +55,15 @@ Complex Place(const Layout& layout, Complex p) {
 
 Layout RandomLayout(Random& random) {
     Layout layout;
-    layout.picture = {random.whole(-30, 30), random.whole(-30, 30), 41, 33};
+    layout.picture = {random.Whole(-30, 30), random.Whole(-30, 30), 41, 33};
     const double x = static_cast<double>(layout.picture.x), y = static_cast<double>(layout.picture.y);
-    const double left = x + random.between(2, 20), bottom = y + random.between(2, 15);
-    const double edges[] = {left, bottom, left + random.between(5, 19), bottom + random.between(5, 16)};
+    const double left = x + random.Between(2, 20), bottom = y + random.Between(2, 15);
+    const double edges[] = {left, bottom, left + random.Between(5, 19), bottom + random.Between(5, 16)};
     std::copy(edges, edges + 4, layout.inset);
-    layout.periodicity = static_cast<double>(random.whole(1, 3));
-    layout.strands = static_cast<double>(random.whole(-2, 2));
-    layout.rotation = random.between(-3, 3);
-    layout.zoom = random.between(0.3, 3);
+    layout.periodicity = static_cast<double>(random.Whole(1, 3));
+    layout.strands = static_cast<double>(random.Whole(-2, 2));
+    layout.rotation = random.Between(-3, 3);
+    layout.zoom = random.Between(0.3, 3);
     return layout;
 }
 
@@ -71,7 +71,7 @@ Layout RandomLayout(Random& random) {
 Source Picture(Random& random, const Region& region) {
     std::vector<float> pixels;
     for (std::int64_t index = 0; index < region.width * region.height * 4; ++index) {
-        pixels.push_back(index % 4 == 3 ? 1 : static_cast<float>(random.between(0, 1)));
+        pixels.push_back(index % 4 == 3 ? 1 : static_cast<float>(random.Between(0, 1)));
     }
     return SourceOf(region, pixels);
 }
@@ -83,10 +83,10 @@ TEST(DrosteTest, IsTheConformalMapOfThePictureOntoItsCopies) {
         const Source picture = Picture(random, layout.picture);
         const Region& all = layout.picture;
         const At at = [&](std::int64_t x, std::int64_t y, std::size_t channel) {
-            return picture.at(std::clamp(x, all.x, all.right() - 1), std::clamp(y, all.y, all.top() - 1), channel);
+            return picture.At(std::clamp(x, all.x, all.Right() - 1), std::clamp(y, all.y, all.Top() - 1), channel);
         };
-        const ImageRef image = Output("CIDroste", picture.image, layout.values());
-        EXPECT_TRUE(image->extent().isInfinite());
+        const ImageRef image = Output("CIDroste", picture.image, layout.Values());
+        EXPECT_TRUE(image->GetExtent().IsInfinite());
         ExpectPixels(image, {-40, -40, 111, 97}, [&](std::int64_t x, std::int64_t y, std::size_t channel) {
             const Complex place = Place(layout, {static_cast<double>(x) + 0.5, static_cast<double>(y) + 0.5});
             return Bilinear(at, place.real(), place.imag(), channel);
@@ -99,13 +99,13 @@ TEST(DrosteTest, WithoutStrandsThePictureKeepsItsPlaceAndItsInsetIsACopy) {
     // A third of the picture, off its middle.
     const Layout layout = {{0, 0, 99, 66}, {30, 33, 63, 55}, 1, 0, 0, 1};
     const Source picture = Picture(random, layout.picture);
-    const ImageRef image = Output("CIDroste", picture.image, layout.values());
+    const ImageRef image = Output("CIDroste", picture.image, layout.Values());
     ExpectPixels(image, {0, 0, 99, 33},
-                 [&](std::int64_t x, std::int64_t y, std::size_t channel) { return picture.at(x, y, channel); });
+                 [&](std::int64_t x, std::int64_t y, std::size_t channel) { return picture.At(x, y, channel); });
     // The middle pixel of three by three is where three times as far out lies the center of a whole one.
-    ExpectPixels(image, {31, 34, 1, 1}, [&](std::int64_t, std::int64_t, std::size_t c) { return picture.at(4, 4, c); });
+    ExpectPixels(image, {31, 34, 1, 1}, [&](std::int64_t, std::int64_t, std::size_t c) { return picture.At(4, 4, c); });
     ExpectPixels(image, {61, 53, 1, 1},
-                 [&](std::int64_t, std::int64_t, std::size_t c) { return picture.at(94, 61, c); });
+                 [&](std::int64_t, std::int64_t, std::size_t c) { return picture.At(94, 61, c); });
 }
 
 TEST(DrosteTest, WholeNumbersLeaveNoSeamAndOthersDo) {
@@ -120,7 +120,7 @@ TEST(DrosteTest, WholeNumbersLeaveNoSeamAndOthersDo) {
     const Source picture = SourceOf(region, pixels);
     const auto largestStep = [&](double periodicity) {
         const Layout layout = {region, {30, 30, 60, 60}, periodicity, 0, 0, 1};
-        const std::vector<float> both = Pixels(Output("CIDroste", picture.image, layout.values()), {3, 44, 8, 2});
+        const std::vector<float> both = Pixels(Output("CIDroste", picture.image, layout.Values()), {3, 44, 8, 2});
         float largest = 0;
         for (std::size_t x = 0; x < 8; ++x) largest = std::max(largest, std::abs(both[4 * x] - both[4 * (x + 8)]));
         return largest;
@@ -133,7 +133,7 @@ TEST(DrosteTest, AnInsetThatLeavesNoCopyChangesNothing) {
     Random random;
     const Source picture = Picture(random, {0, 0, 20, 20});
     const auto output = [&](double left, double bottom, double right, double top) {
-        return Output("CIDroste", picture.image, Layout{{}, {left, bottom, right, top}, 1, 1, 0, 1}.values());
+        return Output("CIDroste", picture.image, Layout{{}, {left, bottom, right, top}, 1, 1, 0, 1}.Values());
     };
     EXPECT_EQ(output(5, 5, 5, 9), picture.image);
     EXPECT_EQ(output(30, 30, 40, 40), picture.image);

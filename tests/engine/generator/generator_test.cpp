@@ -14,21 +14,21 @@ double Light(const std::vector<double>& color, std::size_t channel) {
 }
 
 std::vector<double> RandomColor(Random& random) {
-    return {random.between(0, 1), random.between(0, 1), random.between(0, 1), random.between(0, 1)};
+    return {random.Between(0, 1), random.Between(0, 1), random.Between(0, 1), random.Between(0, 1)};
 }
 
 TEST(CheckerboardTest, IsThatOfTheFormula) {
     Random random;
     for (int round = 0; round < 20; ++round) {
         const std::vector<double> color0 = RandomColor(random), color1 = RandomColor(random);
-        const double cx = random.between(-99, 99), cy = random.between(-99, 99), width = random.between(0.7, 30);
-        const double sharpness = round % 3 == 0 ? 1 : random.between(0, 0.99);
+        const double cx = random.Between(-99, 99), cy = random.Between(-99, 99), width = random.Between(0.7, 30);
+        const double sharpness = round % 3 == 0 ? 1 : random.Between(0, 0.99);
         const ImageRef image = Generated("CICheckerboardGenerator", {{"inputCenter", {cx, cy}},
                                                                      {"inputWidth", {width}},
                                                                      {"inputSharpness", {sharpness}},
                                                                      {"inputColor0", color0},
                                                                      {"inputColor1", color1}});
-        EXPECT_TRUE(image->extent().isInfinite());
+        EXPECT_TRUE(image->GetExtent().IsInfinite());
         const auto even = [&](double place) {
             const double sign = std::fmod(std::abs(std::floor(place)), 2) == 0 ? 1 : -1;
             if (sharpness == 1) return sign > 0 ? 1.0 : 0.0;
@@ -68,7 +68,7 @@ TEST(GaussianGradientTest, IsThatOfTheFormula) {
     Random random;
     for (int round = 0; round < 20; ++round) {
         const std::vector<double> color0 = RandomColor(random), color1 = RandomColor(random);
-        const double cx = random.between(-20, 20), cy = random.between(-20, 20), radius = random.between(0.5, 60);
+        const double cx = random.Between(-20, 20), cy = random.Between(-20, 20), radius = random.Between(0.5, 60);
         const ImageRef image = Generated(
             "CIGaussianGradient",
             {{"inputCenter", {cx, cy}}, {"inputRadius", {radius}}, {"inputColor0", color0}, {"inputColor1", color1}});

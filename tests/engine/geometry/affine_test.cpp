@@ -12,11 +12,11 @@ struct Map {
     std::vector<double> numbers;
 
     explicit Map(Random& random) {
-        const double angle = random.between(0, 6.3), scale = random.between(0.2, 4), squeeze = random.between(0.5, 1);
+        const double angle = random.Between(0, 6.3), scale = random.Between(0.2, 4), squeeze = random.Between(0.5, 1);
         numbers = {scale * std::cos(angle),           scale * std::sin(angle), -squeeze * scale * std::sin(angle),
-                   squeeze * scale * std::cos(angle), random.between(-9, 9),   random.between(-9, 9)};
+                   squeeze * scale * std::cos(angle), random.Between(-9, 9),   random.Between(-9, 9)};
     }
-    std::array<double, 2> back(double x, double y) const {
+    std::array<double, 2> Back(double x, double y) const {
         const double a = numbers[0], b = numbers[1], c = numbers[2], d = numbers[3];
         const double u = x - numbers[4], v = y - numbers[5], determinant = a * d - b * c;
         return {(d * u - c * v) / determinant, (a * v - b * u) / determinant};
@@ -38,14 +38,14 @@ TEST_P(AffineTest, IsBilinearBetweenTheFourNearestPixels) {
         const Map map(random);
         const ImageRef image = Output(GetParam().filter, source.image, {{"inputTransform", map.numbers}});
         const At at = [&](std::int64_t x, std::int64_t y, std::size_t channel) {
-            return source.at(GetParam().place(x, source.region.x, source.region.width),
+            return source.At(GetParam().place(x, source.region.x, source.region.width),
                              GetParam().place(y, source.region.y, source.region.height), channel);
         };
-        const Extent extent = image->extent();
+        const Extent extent = image->GetExtent();
         ExpectPixels(image, {-60, -50, 131, 117}, [&](std::int64_t x, std::int64_t y, std::size_t channel) {
             const double px = static_cast<double>(x) + 0.5, py = static_cast<double>(y) + 0.5;
             if (px < extent.left || px > extent.right || py < extent.bottom || py > extent.top) return 0.0;
-            const auto [u, v] = map.back(px, py);
+            const auto [u, v] = map.Back(px, py);
             return Bilinear(at, u, v, channel);
         });
     }
@@ -72,7 +72,7 @@ TEST_P(AffineTest, AnyNumbersGiveFinitePixels) {
 TEST_P(AffineTest, MovingByWholePixelsCopiesThem) {
     Random random;
     const Source source = RandomSource(random);
-    const Region region = source.region.grownBy(GetParam().place(-99, 0, 3) == -99 ? 0 : 30);
+    const Region region = source.region.GrownBy(GetParam().place(-99, 0, 3) == -99 ? 0 : 30);
     const ImageRef still = Output(GetParam().filter, source.image, {{"inputTransform", {1, 0, 0, 1, 0, 0}}});
     const ImageRef moved = Output(GetParam().filter, source.image, {{"inputTransform", {1, 0, 0, 1, 1000, -77}}});
     EXPECT_EQ(Pixels(moved, {region.x + 1000, region.y - 77, region.width, region.height}), Pixels(still, region));
@@ -94,16 +94,18 @@ INSTANTIATE_TEST_SUITE_P(Kinds, AffineTest,
 TEST(AffineExtentTest, IsTheBoundingBoxRoundedOutward) {
     const Source source = SourceOf({1, 2, 3, 5}, std::vector<float>(60, 1.0f));
     const auto extent = [&](const std::vector<double>& numbers) {
-        return Output("CIAffineTransform", source.image, {{"inputTransform", numbers}})->extent();
+        return Output("CIAffineTransform", source.image, {{"inputTransform", numbers}})->GetExtent();
     };
     EXPECT_EQ(extent({2, 0, 0, 0.5, 0.25, 0}), (Extent{2, 1, 9, 4}));
     // A quarter turn, whose cosine is not quite 0.
     EXPECT_EQ(extent({-4.4e-8, 1, -1, -4.4e-8, 0, 0}), (Extent{-7, 1, -2, 4}));
     EXPECT_EQ(extent({1e-9, 0, 0, 1e-9, 0, 0}), (Extent{0, 0, 1, 1}));
     const ImageRef board = Generated("CICheckerboardGenerator", {{"inputWidth", {8}}});
+    EXPECT_TRUE(Output("CIAffineTransform", board, {{"inputTransform", {0.6, 0.8, -0.8, 0.6, 1, 1}}})
+                    ->GetExtent()
+                    .IsInfinite());
     EXPECT_TRUE(
-        Output("CIAffineTransform", board, {{"inputTransform", {0.6, 0.8, -0.8, 0.6, 1, 1}}})->extent().isInfinite());
-    EXPECT_TRUE(Output("CIAffineTile", source.image, {{"inputTransform", {1, 0, 0, 1, 0, 0}}})->extent().isInfinite());
+        Output("CIAffineTile", source.image, {{"inputTransform", {1, 0, 0, 1, 0, 0}}})->GetExtent().IsInfinite());
 }
 
 // A picture of two opaque bytes, black and white.
@@ -124,7 +126,7 @@ TEST(AffinePictureTest, BetweenPixelsOfAPictureLiesTheMeanOfWhatIsStored) {
     EXPECT_NEAR(stored, static_cast<double>(DecodeSRGB(0.5f)), 3e-6);
     // Cut, moved, clamped and tiled pictures are still pictures; a second map is applied before anything is decoded.
     const ImageRef cut = MakeCroppedImage(BlackAndWhite(), {0, 0, 2, 0.5});
-    EXPECT_NE(cut->encoded(), nullptr);
+    EXPECT_NE(cut->Encoded(), nullptr);
     const std::vector<Value> quarter = {{"inputTransform", {1, 0, 0, 1, 0.25, 0}}};
     const ImageRef clamped = Output("CIAffineClamp", BlackAndWhite(), quarter);
     EXPECT_NEAR(static_cast<double>(Pixels(clamped, {1, 0, 1, 1})[0]), static_cast<double>(DecodeSRGB(0.75f)), 3e-6);

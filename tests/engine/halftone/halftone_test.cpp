@@ -18,8 +18,8 @@ struct Setting {
 
 Setting RandomSetting(Random& random) {
     // Above this sharpness a float's last bit counts more than a hundred-thousandth.
-    return {random.between(-200, 200), random.between(-200, 200), random.between(-4, 4), random.between(0.5, 30),
-            random.between(0, 0.95)};
+    return {random.Between(-200, 200), random.Between(-200, 200), random.Between(-4, 4), random.Between(0.5, 30),
+            random.Between(0, 0.95)};
 }
 
 std::vector<Value> ValuesOf(const Setting& s) {
@@ -69,8 +69,8 @@ TEST(ScreenTest, OfOneInkAreThoseOfTheFormula) {
         const Setting s = RandomSetting(random);
         for (const bool isRound : {true, false}) {
             const ImageRef image = Output(isRound ? "CICircularScreen" : "CIDotScreen", source.image, ValuesOf(s));
-            EXPECT_EQ(image->extent(), Extent::of(source.region));
-            ExpectPixels(image, source.region.grownBy(1), [&](std::int64_t x, std::int64_t y, std::size_t channel) {
+            EXPECT_EQ(image->GetExtent(), Extent::Of(source.region));
+            ExpectPixels(image, source.region.GrownBy(1), [&](std::int64_t x, std::int64_t y, std::size_t channel) {
                 const double alpha = Clipped(source, x, y, 3);
                 if (channel == 3) return alpha;
                 const double pattern = isRound ? Rings(s, x, y) : Dots(s, x, y, 0, Sine);
@@ -85,13 +85,13 @@ TEST(ScreenTest, OfFourInksIsThatOfTheFormula) {
     for (int round = 0; round < 20; ++round) {
         const Source source = RandomSource(random);
         const Setting s = RandomSetting(random);
-        const double gcr = random.between(0, 1), ucr = random.between(0, 1);
+        const double gcr = random.Between(0, 1), ucr = random.Between(0, 1);
         std::vector<Value> values = ValuesOf(s);
         values.push_back({"inputGCR", {gcr}});
         values.push_back({"inputUCR", {ucr}});
         const ImageRef image = Output("CICMYKHalftone", source.image, values);
-        EXPECT_EQ(image->extent(), Extent::of(source.region));
-        ExpectPixels(image, source.region.grownBy(1), [&](std::int64_t x, std::int64_t y, std::size_t channel) {
+        EXPECT_EQ(image->GetExtent(), Extent::Of(source.region));
+        ExpectPixels(image, source.region.GrownBy(1), [&](std::int64_t x, std::int64_t y, std::size_t channel) {
             const double alpha = Clipped(source, x, y, 3);
             if (channel == 3) return alpha;
             double least = 1;

@@ -14,20 +14,20 @@ struct Part {
     Region region;
 };
 Part RandomPart(Random& random, const Region& image) {
-    const Region region = {random.whole(image.x - 9, image.right() - 1), random.whole(image.y - 9, image.top() - 1),
-                           random.whole(10, 50), random.whole(10, 50)};
-    const Extent extent = Extent::of(region);
+    const Region region = {random.Whole(image.x - 9, image.Right() - 1), random.Whole(image.y - 9, image.Top() - 1),
+                           random.Whole(10, 50), random.Whole(10, 50)};
+    const Extent extent = Extent::Of(region);
     return {{extent.left, extent.bottom, extent.right - extent.left, extent.top - extent.bottom},
-            region.intersection(image)};
+            region.Intersection(image)};
 }
 
 // The pixels of a part, row by row from the lowest.
 using Pixel4 = std::array<double, 4>;
 std::vector<Pixel4> PixelsOf(const Source& source, const Region& region) {
     std::vector<Pixel4> pixels;
-    for (std::int64_t y = region.y; y < region.top(); ++y) {
-        for (std::int64_t x = region.x; x < region.right(); ++x) {
-            pixels.push_back({source.at(x, y, 0), source.at(x, y, 1), source.at(x, y, 2), source.at(x, y, 3)});
+    for (std::int64_t y = region.y; y < region.Top(); ++y) {
+        for (std::int64_t x = region.x; x < region.Right(); ++x) {
+            pixels.push_back({source.At(x, y, 0), source.At(x, y, 1), source.At(x, y, 2), source.At(x, y, 3)});
         }
     }
     return pixels;
@@ -72,7 +72,7 @@ TEST_P(AreaTest, IsThatOfALoopOverAllPixels) {
         const Source source = RandomSource(random);
         const Part part = RandomPart(random, source.region);
         const ImageRef image = Output(GetParam().filter, source.image, {{"inputExtent", part.rectangle}});
-        EXPECT_EQ(image->extent(), (Extent{0, 0, 1, 1}));
+        EXPECT_EQ(image->GetExtent(), (Extent{0, 0, 1, 1}));
         const Pixel4 expected = GetParam().slow(PixelsOf(source, part.region));
         ExpectPixels(image, {0, 0, 1, 1}, [&](auto, auto, std::size_t channel) { return expected[channel]; });
     }
@@ -141,12 +141,12 @@ TEST(AreaHistogramTest, IsTheShareOfPixelsInEachBin) {
     for (int round = 0; round < 30; ++round) {
         const Source source = RandomSource(random);
         const Part part = RandomPart(random, source.region);
-        const std::int64_t bins = random.whole(1, 40);
-        const double scale = random.between(0, 3);
+        const std::int64_t bins = random.Whole(1, 40);
+        const double scale = random.Between(0, 3);
         const ImageRef image = Output(
             "CIAreaHistogram", source.image,
             {{"inputExtent", part.rectangle}, {"inputCount", {static_cast<double>(bins)}}, {"inputScale", {scale}}});
-        EXPECT_EQ(image->extent(), (Extent{0, 0, static_cast<double>(bins), 1}));
+        EXPECT_EQ(image->GetExtent(), (Extent{0, 0, static_cast<double>(bins), 1}));
         const std::vector<Pixel4> pixels = PixelsOf(source, part.region);
         ExpectPixels(image, {-1, -1, bins + 2, 3}, [&](std::int64_t x, std::int64_t y, std::size_t channel) {
             if (y != 0) return 0.0;
@@ -167,7 +167,7 @@ TEST(AreaHistogramTest, CountIsBetweenOneAndTwoThousandFortyEight) {
     const Source source = SourceOf({0, 0, 1, 1}, {0.5f, 0.25f, 1, 1});
     const auto width = [&](double count) {
         return Output("CIAreaHistogram", source.image, {{"inputExtent", {0, 0, 1, 1}}, {"inputCount", {count}}})
-            ->extent()
+            ->GetExtent()
             .right;
     };
     EXPECT_EQ(width(0), 1);
@@ -183,11 +183,11 @@ TEST(ColumnAverageTest, IsTheMeanOfEachColumn) {
         const Source source = RandomSource(random);
         const Part part = RandomPart(random, source.region);
         const ImageRef image = Output("CIColumnAverage", source.image, {{"inputExtent", part.rectangle}});
-        EXPECT_EQ(image->extent(), (Extent{0, 0, static_cast<double>(part.region.width), 1}));
+        EXPECT_EQ(image->GetExtent(), (Extent{0, 0, static_cast<double>(part.region.width), 1}));
         ExpectPixels(image, {0, -1, part.region.width, 3}, [&](std::int64_t x, std::int64_t y, std::size_t channel) {
             double sum = 0;
-            for (std::int64_t row = part.region.y; y == 0 && row < part.region.top(); ++row) {
-                sum += source.at(part.region.x + x, row, channel);
+            for (std::int64_t row = part.region.y; y == 0 && row < part.region.Top(); ++row) {
+                sum += source.At(part.region.x + x, row, channel);
             }
             return sum / static_cast<double>(part.region.height);
         });
@@ -200,7 +200,7 @@ TEST(ColumnAverageTest, PartsWithoutEndAndEmptyOnesRender) {
     EXPECT_EQ(Pixels(endless, {1000, 0, 100, 1}).size(), 400u);
     ExpectSound(endless);
     const Source source = SourceOf({0, 0, 1, 1}, {1, 1, 1, 1});
-    EXPECT_TRUE(Output("CIColumnAverage", source.image, {{"inputExtent", {5, 5, 1, 1}}})->extent().isEmpty());
+    EXPECT_TRUE(Output("CIColumnAverage", source.image, {{"inputExtent", {5, 5, 1, 1}}})->GetExtent().IsEmpty());
 }
 
 }  // namespace

@@ -17,12 +17,12 @@ ImageRef Mosaic(const ImageRef& input, double x, double y, double radius) {
 // The mean of a source's pixels in the square around a place, as far as they are in the source.
 double MeanAround(const Source& source, double x, double y, std::int64_t reach, std::size_t channel) {
     const Region& all = source.region;
-    const std::int64_t column = std::clamp(static_cast<std::int64_t>(std::floor(x)), all.x, all.right() - 1);
-    const std::int64_t row = std::clamp(static_cast<std::int64_t>(std::floor(y)), all.y, all.top() - 1);
-    const Region square = Region{column, row, 1, 1}.grownBy(reach).intersection(all);
+    const std::int64_t column = std::clamp(static_cast<std::int64_t>(std::floor(x)), all.x, all.Right() - 1);
+    const std::int64_t row = std::clamp(static_cast<std::int64_t>(std::floor(y)), all.y, all.Top() - 1);
+    const Region square = Region{column, row, 1, 1}.GrownBy(reach).Intersection(all);
     double sum = 0;
-    for (std::int64_t py = square.y; py < square.top(); ++py)
-        for (std::int64_t px = square.x; px < square.right(); ++px) sum += source.at(px, py, channel);
+    for (std::int64_t py = square.y; py < square.Top(); ++py)
+        for (std::int64_t px = square.x; px < square.Right(); ++px) sum += source.At(px, py, channel);
     return sum / static_cast<double>(square.width * square.height);
 }
 
@@ -30,14 +30,14 @@ TEST(CrystallizeTest, EveryPixelHasTheMeanAroundItsNearestSeed) {
     Random random;
     for (const double radius : {1.5, 3.0, 7.9, 8.1, 13.0, 30.0, 200.0}) {
         const Source source = RandomSource(random);
-        const double cx = random.between(-90, 90), cy = random.between(-90, 90);
+        const double cx = random.Between(-90, 90), cy = random.Between(-90, 90);
         const ImageRef image = Mosaic(source.image, cx, cy, radius);
-        EXPECT_EQ(image->extent(), Extent::of(source.region));
+        EXPECT_EQ(image->GetExtent(), Extent::Of(source.region));
         const std::vector<float> pixels = Pixels(image, source.region, {4096, 29, 17});
         const auto reach = static_cast<std::int64_t>(radius / 2);
         for (int place = 0; place < 60; ++place) {
-            const std::int64_t x = random.whole(source.region.x, source.region.right() - 1);
-            const std::int64_t y = random.whole(source.region.y, source.region.top() - 1);
+            const std::int64_t x = random.Whole(source.region.x, source.region.Right() - 1);
+            const std::int64_t y = random.Whole(source.region.y, source.region.Top() - 1);
             const double u = (static_cast<double>(x) + 0.5 - cx) / radius;
             const double v = (static_cast<double>(y) + 0.5 - cy) / radius;
             const auto column = static_cast<std::int64_t>(std::floor(u)),
@@ -57,7 +57,7 @@ TEST(CrystallizeTest, EveryPixelHasTheMeanAroundItsNearestSeed) {
             }
             // Which of two seeds as far away it is rests on the last bit.
             if (second - least < 1e-5) continue;
-            const auto* pixel = &pixels[static_cast<std::size_t>((source.region.top() - 1 - y) * source.region.width +
+            const auto* pixel = &pixels[static_cast<std::size_t>((source.region.Top() - 1 - y) * source.region.width +
                                                                  x - source.region.x) *
                                         4];
             for (std::size_t channel = 0; channel < 4; ++channel)

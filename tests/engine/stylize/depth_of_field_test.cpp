@@ -37,21 +37,21 @@ TEST(DepthOfFieldTest, IsSharpAndColorfulOnTheLineAndADiscAwayFromIt) {
     for (int round = 0; round < 6; ++round) {
         const Source source = RandomSource(random);
         const Region& all = source.region;
-        const auto x = [&] { return static_cast<double>(random.whole(all.x, all.right())); };
-        const auto y = [&] { return static_cast<double>(random.whole(all.y, all.top())); };
+        const auto x = [&] { return static_cast<double>(random.Whole(all.x, all.Right())); };
+        const auto y = [&] { return static_cast<double>(random.Whole(all.y, all.Top())); };
         Setting s = {x(),
                      y(),
                      x(),
                      y(),
-                     random.between(0.5, 4),
-                     random.between(0, 3),
-                     random.between(0, 2),
-                     random.between(0.3, 2.5)};
+                     random.Between(0.5, 4),
+                     random.Between(0, 3),
+                     random.Between(0, 2),
+                     random.Between(0.3, 2.5)};
         if (round == 0) s.x1 = s.x0, s.y1 = s.y0;
         const ImageRef image = Miniature(source.image, s);
-        EXPECT_EQ(image->extent(), Extent::of(all));
+        EXPECT_EQ(image->GetExtent(), Extent::Of(all));
         const Slow plain = [&](std::int64_t px, std::int64_t py, std::size_t channel) {
-            return Clipped(source, std::clamp(px, all.x, all.right() - 1), std::clamp(py, all.y, all.top() - 1),
+            return Clipped(source, std::clamp(px, all.x, all.Right() - 1), std::clamp(py, all.y, all.Top() - 1),
                            channel);
         };
         const SlowGaussian soft(plain, s.sharpRadius, all);

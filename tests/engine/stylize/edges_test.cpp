@@ -10,9 +10,9 @@ TEST(EdgesTest, AreTheLengthOfTheSlopeOfEachColor) {
     Random random;
     for (int round = 0; round < 12; ++round) {
         const Source source = RandomSource(random);
-        const double intensity = random.between(0, 10);
+        const double intensity = random.Between(0, 10);
         const ImageRef image = Output("CIEdges", source.image, {{"inputIntensity", {intensity}}});
-        EXPECT_EQ(image->extent(), Extent::of(source.region));
+        EXPECT_EQ(image->GetExtent(), Extent::Of(source.region));
         ExpectPixels(image, source.region, [&](std::int64_t x, std::int64_t y, std::size_t channel) {
             const auto at = [&](std::int64_t px, std::int64_t py) { return AtNearest(source, px, py, channel); };
             if (channel == 3) return at(x, y);
@@ -44,11 +44,11 @@ TEST(EdgeWorkTest, IsWhiteButWhereAPixelIsDarkerThanItsSurroundings) {
     for (const double radius : {0.0, 0.6, 2.5, 3.9, 5.5}) {
         const Source source = RandomSource(random);
         const ImageRef image = Output("CIEdgeWork", source.image, {{"inputRadius", {radius}}});
-        EXPECT_EQ(image->extent(), Extent::of(source.region));
+        EXPECT_EQ(image->GetExtent(), Extent::Of(source.region));
         const Region& all = source.region;
         const Slow tone = [&](std::int64_t x, std::int64_t y, std::size_t channel) {
-            x = std::clamp(x, all.x, all.right() - 1);
-            y = std::clamp(y, all.y, all.top() - 1);
+            x = std::clamp(x, all.x, all.Right() - 1);
+            y = std::clamp(y, all.y, all.Top() - 1);
             return channel == 3 ? 0.0 : Luminance(source, x, y);
         };
         const SlowGaussian sharp(tone, std::min(radius / 3, 1.0), all), blurred(tone, radius, all);

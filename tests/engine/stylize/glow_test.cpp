@@ -15,13 +15,13 @@ TEST(GlowTest, MovesTowardsTheBlurredImageWhereThatIsMoreOrLess) {
     Random random;
     for (const double radius : {0.4, 1.7, 3.9, 4.0, 7.3}) {
         const Source source = RandomSource(random);
-        const double intensity = random.between(0, 2);
-        const Region region = source.region.grownBy(static_cast<std::int64_t>(std::ceil(3 * radius)));
-        const Slow plain = [&](auto x, auto y, auto channel) { return source.at(x, y, channel); };
+        const double intensity = random.Between(0, 2);
+        const Region region = source.region.GrownBy(static_cast<std::int64_t>(std::ceil(3 * radius)));
+        const Slow plain = [&](auto x, auto y, auto channel) { return source.At(x, y, channel); };
         const SlowGaussian blurred(plain, radius, region);
         for (const bool isBloom : {true, false}) {
             const ImageRef image = Glow(isBloom ? "CIBloom" : "CIGloom", source.image, radius, intensity);
-            EXPECT_EQ(image->extent(), Extent::of(region));
+            EXPECT_EQ(image->GetExtent(), Extent::Of(region));
             ExpectPixels(image, region, [&](std::int64_t x, std::int64_t y, std::size_t channel) {
                 const double own = plain(x, y, channel), more = blurred(x, y, channel) - own;
                 return own + intensity * (isBloom ? std::max(more, 0.0) : std::min(more, 0.0));

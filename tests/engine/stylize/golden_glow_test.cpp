@@ -11,8 +11,8 @@
 #include "blur/blur.h"
 #include "core/bitmap.h"
 #include "core/renderer.h"
-#include "sampling/affine.h"
 #include "golden_cases.h"
+#include "sampling/affine.h"
 #include "stylize/stylize.h"
 
 namespace {
@@ -30,8 +30,8 @@ ImageRef BitmapOf(const std::vector<Number>& pixels, std::size_t width, std::siz
     source.width = width;
     source.height = height;
     source.bytesPerRow = width * 4 * sizeof(Number);
-    source.format = sizeof(Number) == 1 ? PixelFormat::bytes : PixelFormat::floats;
-    source.alpha = Alpha::premultiplied;
+    source.format = sizeof(Number) == 1 ? PixelFormat::kBytes : PixelFormat::kFloats;
+    source.alpha = Alpha::kPremultiplied;
     source.transfer = transfer;
     return MakeBitmapImage(source, nullptr);
 }
@@ -43,7 +43,7 @@ std::vector<Number> Rendered(const ImageRef& image, const Region& region, Transf
     destination.pixels = pixels.data();
     destination.bytesPerRow =
         static_cast<std::ptrdiff_t>(sizeof(Number)) * 4 * static_cast<std::ptrdiff_t>(region.width);
-    destination.format = sizeof(Number) == 1 ? PixelFormat::bytes : PixelFormat::floats;
+    destination.format = sizeof(Number) == 1 ? PixelFormat::kBytes : PixelFormat::kFloats;
     destination.transfer = transfer;
     Render(image, region, destination);
     return pixels;
@@ -60,18 +60,18 @@ TEST(GoldenTest, BloomIsWithinHalfALevelOfTheRenderThatBlurredStoredNumbers) {
     const auto expected = golden::PictureOfFile(reference->outputPath);
     ASSERT_TRUE(source.has_value() && expected.has_value());
 
-    const ImageRef stored = BitmapOf(source->pixels, source->width, source->height, Transfer::linear);
+    const ImageRef stored = BitmapOf(source->pixels, source->width, source->height, Transfer::kLinear);
     const std::vector<float> blurred =
-        Rendered<float>(MakeGaussianBlurImage(stored, kOldSigma), kRendered, Transfer::linear);
+        Rendered<float>(MakeGaussianBlurImage(stored, kOldSigma), kRendered, Transfer::kLinear);
     Affine move;
     move.tx = static_cast<double>(kRendered.x);
     move.ty = static_cast<double>(kRendered.y);
-    const ImageRef copy = MakeAffineImage(BitmapOf(blurred, 698, 535, Transfer::sRGB), move);
-    const ImageRef bloom = MakeGlowImage(BitmapOf(source->pixels, source->width, source->height, Transfer::sRGB), copy,
-                                         Glow::light, parameters.at("inputIntensity").numbers[0]);
+    const ImageRef copy = MakeAffineImage(BitmapOf(blurred, 698, 535, Transfer::kSRGB), move);
+    const ImageRef bloom = MakeGlowImage(BitmapOf(source->pixels, source->width, source->height, Transfer::kSRGB), copy,
+                                         Glow::kLight, parameters.at("inputIntensity").numbers[0]);
 
     const auto difference =
-        golden::Compare({698, 535, Rendered<std::uint8_t>(bloom, kRendered, Transfer::sRGB)}, *expected);
+        golden::Compare({698, 535, Rendered<std::uint8_t>(bloom, kRendered, Transfer::kSRGB)}, *expected);
     ASSERT_TRUE(difference.has_value());
     std::printf("%-28s rms %.3f, largest %.0f\n", name.c_str(), difference->rms, difference->largest);
     EXPECT_LE(difference->rms, 0.5);

@@ -21,9 +21,9 @@ ImageRef RandomImage(std::size_t width, std::size_t height) {
     source.width = width;
     source.height = height;
     source.bytesPerRow = width * 4 * sizeof(float);
-    source.format = PixelFormat::floats;
-    source.alpha = Alpha::premultiplied;
-    source.transfer = Transfer::linear;
+    source.format = PixelFormat::kFloats;
+    source.alpha = Alpha::kPremultiplied;
+    source.transfer = Transfer::kLinear;
     return MakeBitmapImage(source, pixels);
 }
 
@@ -33,8 +33,8 @@ std::vector<float> Pixels(const ImageRef& image, const Region& region, const Cut
     destination.pixels = pixels.data();
     destination.bytesPerRow =
         static_cast<std::ptrdiff_t>(region.width) * 4 * static_cast<std::ptrdiff_t>(sizeof(float));
-    destination.format = PixelFormat::floats;
-    destination.transfer = Transfer::linear;
+    destination.format = PixelFormat::kFloats;
+    destination.transfer = Transfer::kLinear;
     Render(image, region, destination, cut);
     return pixels;
 }

@@ -12,10 +12,11 @@
 #include <random>
 #include <vector>
 
+#include "core/cropped.h"
 #include "engine/filter_table.h"
-#include "support/engine_images.h"
 #include "sampling/affine.h"
-#include "geometry/geometry.h"
+#include "support/declared_keys.h"
+#include "support/engine_images.h"
 
 namespace oracle {
 
@@ -31,8 +32,8 @@ class Random {
         std::printf("ZEVA_SEED=%u\n", seed);
         generator_.seed(seed);
     }
-    double between(double least, double most) { return std::uniform_real_distribution<>(least, most)(generator_); }
-    std::int64_t whole(std::int64_t least, std::int64_t most) {
+    double Between(double least, double most) { return std::uniform_real_distribution<>(least, most)(generator_); }
+    std::int64_t Whole(std::int64_t least, std::int64_t most) {
         return std::uniform_int_distribution<std::int64_t>(least, most)(generator_);
     }
 
@@ -46,10 +47,10 @@ struct Source {
     Region region;
     std::vector<float> pixels;  // the topmost row first
 
-    double at(std::int64_t x, std::int64_t y, std::size_t channel) const {
-        if (!region.contains(x, y)) return 0;
+    double At(std::int64_t x, std::int64_t y, std::size_t channel) const {
+        if (!region.Contains(x, y)) return 0;
         return static_cast<double>(
-            pixels[static_cast<std::size_t>((region.top() - 1 - y) * region.width + x - region.x) * 4 + channel]);
+            pixels[static_cast<std::size_t>((region.Top() - 1 - y) * region.width + x - region.x) * 4 + channel]);
     }
 };
 
@@ -66,13 +67,13 @@ inline double Bilinear(const At& at, double x, double y, std::size_t channel) {
 // A source that goes on as its outermost pixels do.
 inline double AtNearest(const Source& source, std::int64_t x, std::int64_t y, std::size_t channel) {
     const Region& all = source.region;
-    return source.at(std::clamp(x, all.x, all.right() - 1), std::clamp(y, all.y, all.top() - 1), channel);
+    return source.At(std::clamp(x, all.x, all.Right() - 1), std::clamp(y, all.y, all.Top() - 1), channel);
 }
 
 // A channel of a pixel that was clipped to 0...1: alpha first, then colors to alpha.
 inline double Clipped(const Source& source, std::int64_t x, std::int64_t y, std::size_t channel) {
-    const double alpha = std::clamp(source.at(x, y, 3), 0.0, 1.0);
-    return channel == 3 ? alpha : std::clamp(source.at(x, y, channel), 0.0, alpha);
+    const double alpha = std::clamp(source.At(x, y, 3), 0.0, 1.0);
+    return channel == 3 ? alpha : std::clamp(source.At(x, y, channel), 0.0, alpha);
 }
 
 // An image of numbers, the topmost row first, whose lower left pixel is at a place.
@@ -83,9 +84,9 @@ inline Source SourceOf(const Region& region, const std::vector<float>& pixels) {
     bitmap.width = static_cast<std::size_t>(region.width);
     bitmap.height = static_cast<std::size_t>(region.height);
     bitmap.bytesPerRow = bitmap.width * 4 * sizeof(float);
-    bitmap.format = PixelFormat::floats;
-    bitmap.alpha = Alpha::premultiplied;
-    bitmap.transfer = Transfer::linear;
+    bitmap.format = PixelFormat::kFloats;
+    bitmap.alpha = Alpha::kPremultiplied;
+    bitmap.transfer = Transfer::kLinear;
     Affine move;
     move.tx = static_cast<double>(region.x);
     move.ty = static_cast<double>(region.y);
@@ -94,13 +95,13 @@ inline Source SourceOf(const Region& region, const std::vector<float>& pixels) {
 
 // Random pixels of odd size anywhere: some opaque, some transparent, some colors beyond 0...1.
 inline Source RandomSource(Random& random) {
-    const Region region = {random.whole(-50, 50), random.whole(-50, 50), 2 * random.whole(2, 20) + 1,
-                           2 * random.whole(2, 20) + 1};
+    const Region region = {random.Whole(-50, 50), random.Whole(-50, 50), 2 * random.Whole(2, 20) + 1,
+                           2 * random.Whole(2, 20) + 1};
     std::vector<float> pixels;
     for (std::int64_t index = 0; index < region.width * region.height; ++index) {
-        const double alpha = std::clamp(random.between(-0.3, 1.3), 0.0, 1.0);
+        const double alpha = std::clamp(random.Between(-0.3, 1.3), 0.0, 1.0);
         for (int channel = 0; channel < 3; ++channel) {
-            pixels.push_back(static_cast<float>(random.between(-0.5, 2) * alpha));
+            pixels.push_back(static_cast<float>(random.Between(-0.5, 2) * alpha));
         }
         pixels.push_back(static_cast<float>(alpha));
     }
@@ -113,12 +114,10 @@ struct Value {
     std::vector<double> elements;
     ImageRef image = nullptr;
 };
-inline ImageRef Output(const char* filter, const ImageRef& input, const std::vector<Value>& values) {
-    std::vector<InputValue> all(values.size() + 1);
-    all[0].key = "inputImage";
-    all[0].image = &input;
+inline ImageRef OutputOf(const char* filter, const std::vector<Value>& values) {
+    std::vector<InputValue> all(values.size());
     for (std::size_t index = 0; index < values.size(); ++index) {
-        InputValue& value = all[index + 1];
+        InputValue& value = all[index];
         value.key = values[index].key;
         value.image = &values[index].image;
         if (values[index].elements.empty()) continue;
@@ -126,11 +125,14 @@ inline ImageRef Output(const char* filter, const ImageRef& input, const std::vec
         value.elements = values[index].elements.data();
         value.count = values[index].elements.size();
     }
-    return FindFilter(filter)(Inputs(all.data(), input == nullptr ? 0 : all.size()));
+    return CallFilter(filter, std::move(all));
 }
-inline ImageRef Generated(const char* filter, const std::vector<Value>& values) {
-    return Output(filter, SourceOf({0, 0, 1, 1}, {0, 0, 0, 0}).image, values);
+inline ImageRef Output(const char* filter, const ImageRef& input, std::vector<Value> values) {
+    if (input == nullptr) return OutputOf(filter, {});
+    values.push_back({"inputImage", {}, input});
+    return OutputOf(filter, values);
 }
+inline ImageRef Generated(const char* filter, const std::vector<Value>& values) { return OutputOf(filter, values); }
 
 // Compares all pixels of a region with a function; the tolerance is relative to the larger of the expected number and 1.
 using Slow = std::function<double(std::int64_t x, std::int64_t y, std::size_t channel)>;
@@ -138,7 +140,7 @@ inline void ExpectPixels(const ImageRef& image, const Region& region, const Slow
     const std::vector<float> pixels = Pixels(image, region, {4096, 29, 17});
     for (std::size_t index = 0; index < pixels.size(); ++index) {
         const auto pixel = static_cast<std::int64_t>(index / 4);
-        const std::int64_t x = region.x + pixel % region.width, y = region.top() - 1 - pixel / region.width;
+        const std::int64_t x = region.x + pixel % region.width, y = region.Top() - 1 - pixel / region.width;
         const double expected = slow(x, y, index % 4);
         ASSERT_NEAR(static_cast<double>(pixels[index]), expected, tolerance * std::max(1.0, std::abs(expected)))
             << "at " << x << ", " << y << " channel " << index % 4;

@@ -5,45 +5,47 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <utility>
 
-#include "geometry/geometry.h"
+#include "core/cropped.h"
+#include "support/declared_keys.h"
 
 using namespace core_image;
 
-FilterValues::Entry& FilterValues::add(const char* key) {
+FilterValues::Entry& FilterValues::Add(const char* key) {
     entries_.push_back({});
     entries_.back().value.key = key;
     return entries_.back();
 }
 
-FilterValues& FilterValues::image(const char* key, const ImageRef& image) {
-    add(key).image = image;
+FilterValues& FilterValues::Image(const char* key, const ImageRef& image) {
+    Add(key).image = image;
     return *this;
 }
 
-FilterValues& FilterValues::number(const char* key, double number) {
-    add(key).value.number = number;
+FilterValues& FilterValues::Number(const char* key, double number) {
+    Add(key).value.number = number;
     return *this;
 }
 
-FilterValues& FilterValues::vector(const char* key, std::vector<double> elements) {
-    add(key).elements = std::move(elements);
+FilterValues& FilterValues::Vector(const char* key, std::vector<double> elements) {
+    Add(key).elements = std::move(elements);
     return *this;
 }
 
-FilterValues& FilterValues::bytes(const char* key, const void* bytes, std::size_t count) {
-    InputValue& value = add(key).value;
+FilterValues& FilterValues::Bytes(const char* key, const void* bytes, std::size_t count) {
+    InputValue& value = Add(key).value;
     value.bytes = bytes;
     value.count = count;
     return *this;
 }
 
-FilterValues& FilterValues::space(const char* key, ColorSpace space) {
-    add(key).value.space = space;
+FilterValues& FilterValues::Space(const char* key, ColorSpace space) {
+    Add(key).value.space = space;
     return *this;
 }
 
-ImageRef FilterValues::output(const char* filter) const {
+ImageRef FilterValues::Output(const char* filter) const {
     std::vector<InputValue> values;
     for (const Entry& entry : entries_) {
         values.push_back(entry.value);
@@ -52,7 +54,7 @@ ImageRef FilterValues::output(const char* filter) const {
         values.back().elements = entry.elements.data();
         values.back().count = entry.elements.size();
     }
-    return FindFilter(filter)(Inputs(values.data(), values.size()));
+    return CallFilter(filter, std::move(values));
 }
 
 Slow Unpremultiplied(const Slow& pixel) {
@@ -67,7 +69,7 @@ Slow Premultiplied(const Slow& color) {
 
 double Luminance(const Slow& color) { return 0.2125 * color.red + 0.7154 * color.green + 0.0721 * color.blue; }
 
-std::vector<double> RandomNumbers::list(std::size_t count, double low, double high) {
+std::vector<double> RandomNumbers::List(std::size_t count, double low, double high) {
     std::vector<double> numbers(count);
     for (double& number : numbers) number = (*this)(low, high);
     return numbers;
@@ -83,16 +85,16 @@ ImageRef ImageOf(std::size_t width, std::size_t height, std::vector<float> numbe
     source.width = width;
     source.height = height;
     source.bytesPerRow = width * 4 * sizeof(float);
-    source.format = PixelFormat::floats;
-    source.alpha = Alpha::premultiplied;
-    source.transfer = Transfer::linear;
+    source.format = PixelFormat::kFloats;
+    source.alpha = Alpha::kPremultiplied;
+    source.transfer = Transfer::kLinear;
     return MakeBitmapImage(source, pixels);
 }
 
 ImageRef RandomImageAt(const Region& region, unsigned seed, double low, double high, double mostAlpha) {
     RandomNumbers random(seed);
     std::vector<float> pixels;
-    for (std::int64_t index = 0; index < region.right() * region.top(); ++index) {
+    for (std::int64_t index = 0; index < region.Right() * region.Top(); ++index) {
         const double kind = random(0, 1);
         const double alpha = kind < 0.1 ? 0 : kind < 0.5 ? 1 : random(0.05, mostAlpha);
         for (int channel = 0; channel < 3; ++channel) {
@@ -101,8 +103,8 @@ ImageRef RandomImageAt(const Region& region, unsigned seed, double low, double h
         }
         pixels.push_back(static_cast<float>(alpha));
     }
-    const auto width = static_cast<std::size_t>(region.right()), height = static_cast<std::size_t>(region.top());
-    return MakeCroppedImage(ImageOf(width, height, std::move(pixels)), Extent::of(region));
+    const auto width = static_cast<std::size_t>(region.Right()), height = static_cast<std::size_t>(region.Top());
+    return MakeCroppedImage(ImageOf(width, height, std::move(pixels)), Extent::Of(region));
 }
 
 }  // namespace
@@ -113,7 +115,7 @@ ImageRef OutOfRangeImage(unsigned seed) { return RandomImageAt(kOffsetRegion, se
 
 void ExpectPixels(const ImageRef& image, const std::vector<ImageRef>& inputs, const Formula& formula,
                   double tolerance) {
-    const Region region = kOffsetRegion.grownBy(2);
+    const Region region = kOffsetRegion.GrownBy(2);
     const std::vector<float> fast = Pixels(image, region);
     std::vector<std::vector<float>> sources;
     for (const ImageRef& input : inputs) sources.push_back(Pixels(input, region));

@@ -14,14 +14,14 @@
 // Values by key for one filter. Bytes must outlive it.
 class FilterValues {
   public:
-    FilterValues& image(const char* key, const core_image::ImageRef& image);
-    FilterValues& number(const char* key, double number);
-    FilterValues& vector(const char* key, std::vector<double> elements);  // or a color
-    FilterValues& bytes(const char* key, const void* bytes, std::size_t count);
-    FilterValues& space(const char* key, core_image::ColorSpace space);
+    FilterValues& Image(const char* key, const core_image::ImageRef& image);
+    FilterValues& Number(const char* key, double number);
+    FilterValues& Vector(const char* key, std::vector<double> elements);  // or a color
+    FilterValues& Bytes(const char* key, const void* bytes, std::size_t count);
+    FilterValues& Space(const char* key, core_image::ColorSpace space);
 
     // The image of a filter, by its name.
-    core_image::ImageRef output(const char* filter) const;
+    core_image::ImageRef Output(const char* filter) const;
 
   private:
     struct Entry {
@@ -30,7 +30,7 @@ class FilterValues {
         std::vector<double> elements;
     };
 
-    Entry& add(const char* key);
+    Entry& Add(const char* key);
 
     std::vector<Entry> entries_;
 };
@@ -55,7 +55,7 @@ class RandomNumbers {
   public:
     explicit RandomNumbers(unsigned seed) : engine_(seed) {}
     double operator()(double low, double high) { return std::uniform_real_distribution<double>(low, high)(engine_); }
-    std::vector<double> list(std::size_t count, double low, double high);
+    std::vector<double> List(std::size_t count, double low, double high);
 
   private:
     std::mt19937 engine_;

@@ -36,8 +36,8 @@ struct Kind {
 };
 class TileTest : public testing::TestWithParam<Kind> {
   protected:
-    static ImageRef tile(const ImageRef& image, std::vector<double> center, double width, double angle = 0,
-                         double acuteAngle = 1.5707963267948966) {
+    static ImageRef Tiled(const ImageRef& image, std::vector<double> center, double width, double angle = 0,
+                          double acuteAngle = 1.5707963267948966) {
         return Output(GetParam().filter, image,
                       {{"inputCenter", std::move(center)},
                        {"inputWidth", {width}},
@@ -45,21 +45,21 @@ class TileTest : public testing::TestWithParam<Kind> {
                        {"inputAcuteAngle", {acuteAngle}}});
     }
 
-    static bool is(const char* name) { return GetParam().filter == std::string(name); }
+    static bool Is(const char* name) { return GetParam().filter == std::string(name); }
 };
 
 TEST_P(TileTest, IsThatOfTheFormula) {
     Random random;
     for (int round = 0; round < 20; ++round) {
         const Source source = RandomSource(random);
-        const double cx = static_cast<double>(source.region.x) + random.between(-5, 15);
-        const double cy = static_cast<double>(source.region.y) + random.between(-5, 15),
-                     width = random.between(0.6, 50);
-        const double angle = random.between(-7, 7), acute = round % 5 == 0 ? 0.004 : random.between(-3.1, 3.1);
+        const double cx = static_cast<double>(source.region.x) + random.Between(-5, 15);
+        const double cy = static_cast<double>(source.region.y) + random.Between(-5, 15),
+                     width = random.Between(0.6, 50);
+        const double angle = random.Between(-7, 7), acute = round % 5 == 0 ? 0.004 : random.Between(-3.1, 3.1);
         const double between = GetParam().hasAcuteAngle ? acute : 1.5707963267948966;
         const double sine = std::copysign(std::max(std::abs(std::sin(between)), 0.01), std::sin(between));
-        const ImageRef image = tile(source.image, {cx, cy}, width, angle, acute);
-        const At at = [&](std::int64_t x, std::int64_t y, std::size_t channel) { return source.at(x, y, channel); };
+        const ImageRef image = Tiled(source.image, {cx, cy}, width, angle, acute);
+        const At at = [&](std::int64_t x, std::int64_t y, std::size_t channel) { return source.At(x, y, channel); };
         ExpectPixels(image, kRegion, [&](std::int64_t x, std::int64_t y, std::size_t channel) {
             const double dx = static_cast<double>(x) + 0.5 - cx, dy = static_cast<double>(y) + 0.5 - cy;
             const double right = dx * std::cos(angle) + dy * std::sin(angle);
@@ -88,13 +88,13 @@ TEST_P(TileTest, IsItselfUnderItsSymmetries) {
     const Symmetry otherQuarter = [](std::int64_t x, std::int64_t y) { return std::array{2 * w - 1 - y, x}; };
     const Symmetry glide = [](std::int64_t x, std::int64_t y) { return std::array{-1 - x, y + w}; };
     std::vector<Symmetry> symmetries;
-    if (is("CIFourfoldTranslatedTile")) symmetries = {moveX, moveY};
-    if (is("CIFourfoldReflectedTile")) symmetries = {mirrorX, mirrorY, moveX2, moveY2};
-    if (is("CIEightfoldReflectedTile")) symmetries = {mirrorX, mirrorY, diagonal, moveX, moveY};
-    if (is("CIFourfoldRotatedTile")) symmetries = {quarter, otherQuarter, moveX2, moveY2};
-    if (is("CIGlideReflectedTile")) symmetries = {glide, moveX, moveY2};
+    if (Is("CIFourfoldTranslatedTile")) symmetries = {moveX, moveY};
+    if (Is("CIFourfoldReflectedTile")) symmetries = {mirrorX, mirrorY, moveX2, moveY2};
+    if (Is("CIEightfoldReflectedTile")) symmetries = {mirrorX, mirrorY, diagonal, moveX, moveY};
+    if (Is("CIFourfoldRotatedTile")) symmetries = {quarter, otherQuarter, moveX2, moveY2};
+    if (Is("CIGlideReflectedTile")) symmetries = {glide, moveX, moveY2};
     const ImageRef image = MakeAffineImage(RandomImage(9, 9), {1, 0, 0, 1, 10, -8});
-    const ImageRef tiles = tile(image, {cx, cy}, w);
+    const ImageRef tiles = Tiled(image, {cx, cy}, w);
     const auto pixel = [&](std::int64_t x, std::int64_t y) { return Pixels(tiles, {cx + x, cy + y, 1, 1}); };
     ASSERT_FALSE(symmetries.empty());
     for (const Symmetry symmetry : symmetries) {
@@ -116,7 +116,7 @@ TEST_P(TileTest, SeamsThroughTheCentersOfPixelsAreStraight) {
                                               {7.0, kFloatQuarter, kFloatQuarter},
                                               {7.0, kFloatHalf, kQuarter},
                                               {7 * std::sqrt(2.0), kQuarter / 2, kQuarter}}) {
-        const ImageRef tiles = tile(image, {10.5, 10.5}, width, angle, acute);
+        const ImageRef tiles = Tiled(image, {10.5, 10.5}, width, angle, acute);
         for (const std::int64_t far : {14, 1400, 140000}) {
             const std::vector<float> near = Pixels(tiles, {0, 0, 30, 30}), same = Pixels(tiles, {far, -far, 30, 30});
             for (std::size_t i = 0; i < near.size(); ++i) ASSERT_NEAR(near[i], same[i], 1e-5) << far;
@@ -125,18 +125,18 @@ TEST_P(TileTest, SeamsThroughTheCentersOfPixelsAreStraight) {
 }
 
 TEST_P(TileTest, HowItIsCutChangesNoBit) {
-    const ImageRef tiles = tile(RandomImage(40, 40), {10.5, 11}, 7, 1, 2);
+    const ImageRef tiles = Tiled(RandomImage(40, 40), {10.5, 11}, 7, 1, 2);
     EXPECT_EQ(Pixels(tiles, kRegion, {23, 16, 7}), Pixels(tiles, kRegion));
 }
 
 TEST_P(TileTest, ReachesEverywhereAndIsNoneWithoutAnImage) {
-    EXPECT_TRUE(tile(RandomImage(3, 3), {1, 1}, 2)->extent().isInfinite());
-    EXPECT_TRUE(tile(MakeConstantImage({1, 1, 1, 1}), {1, 1}, 2)->extent().isInfinite());
-    EXPECT_EQ(tile(nullptr, {1, 1}, 2), nullptr);
+    EXPECT_TRUE(Tiled(RandomImage(3, 3), {1, 1}, 2)->GetExtent().IsInfinite());
+    EXPECT_TRUE(Tiled(MakeConstantImage({1, 1, 1, 1}), {1, 1}, 2)->GetExtent().IsInfinite());
+    EXPECT_EQ(Tiled(nullptr, {1, 1}, 2), nullptr);
 }
 
 TEST_P(TileTest, OfAConstantIsThatConstant) {
-    const ImageRef tiles = tile(MakeConstantImage({0.25f, 0.5f, 0.75f, 1}), {1, 1}, 7.3, 0.4, 1);
+    const ImageRef tiles = Tiled(MakeConstantImage({0.25f, 0.5f, 0.75f, 1}), {1, 1}, 7.3, 0.4, 1);
     EXPECT_EQ(Pixels(tiles, {-99, 1000000, 1, 1}), (std::vector<float>{0.25f, 0.5f, 0.75f, 1}));
 }
 
@@ -146,8 +146,8 @@ TEST_P(TileTest, AnyNumbersAndImagesGiveFinitePixels) {
     for (const ImageRef& image : images) {
         for (const double number : kHostile) {
             for (const double other : kHostile) {
-                ExpectSound(tile(image, {number, other}, other, number, other));
-                ExpectSound(tile(image, {2, 3}, number, 0, other));
+                ExpectSound(Tiled(image, {number, other}, other, number, other));
+                ExpectSound(Tiled(image, {2, 3}, number, 0, other));
             }
         }
     }
@@ -156,7 +156,7 @@ TEST_P(TileTest, AnyNumbersAndImagesGiveFinitePixels) {
 TEST_P(TileTest, CellsOfNoWidthAreAPixelWide) {
     const ImageRef image = RandomImage(9, 9);
     for (const double none : {0.0, -5.0}) {
-        EXPECT_EQ(Pixels(tile(image, {3, 4}, none), kRegion), Pixels(tile(image, {3, 4}, 1), kRegion));
+        EXPECT_EQ(Pixels(Tiled(image, {3, 4}, none), kRegion), Pixels(Tiled(image, {3, 4}, 1), kRegion));
     }
 }
 

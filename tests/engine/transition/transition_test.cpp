@@ -22,7 +22,7 @@ constexpr Region kAround = {-60, -60, 161, 161};
 
 // What the channels of a pixel all are.
 ImageRef Gray(float level, const Region& region) {
-    return MakeCroppedImage(MakeConstantImage({level, level, level, 1}), Extent::of(region));
+    return MakeCroppedImage(MakeConstantImage({level, level, level, 1}), Extent::Of(region));
 }
 
 // Every transition, and those of its keys that hold numbers or vectors.
@@ -32,14 +32,14 @@ struct Kind {
 };
 class EveryTransitionTest : public testing::TestWithParam<Kind> {
   protected:
-    ImageRef at(double time, const ImageRef& image, const ImageRef& target, std::vector<Value> values = {}) const {
+    ImageRef At(double time, const ImageRef& image, const ImageRef& target, std::vector<Value> values = {}) const {
         values.push_back({"inputTime", {time}});
         values.push_back({"inputMaskImage", {}, mask_});
         return Transition(GetParam().filter, image, target, std::move(values));
     }
 
     // A number for each key, and a vector of it.
-    std::vector<Value> all(double number) const {
+    std::vector<Value> All(double number) const {
         std::vector<Value> values;
         for (const char* key : GetParam().keys) values.push_back({key, {number, number, number, number}});
         return values;
@@ -52,13 +52,13 @@ TEST_P(EveryTransitionTest, IsTheOneImageBeforeAndTheOtherAfter) {
     Random random;
     for (int round = 0; round < 5; ++round) {
         const Source image = RandomSource(random), target = RandomSource(random);
-        const std::vector<Value> values = all(random.between(-1, 40));
+        const std::vector<Value> values = All(random.Between(-1, 40));
         for (const double time : {0.0, -1.0, -HUGE_VAL, std::nan("")}) {
-            EXPECT_EQ(Pixels(at(time, image.image, target.image, values), kAround), Pixels(image.image, kAround))
+            EXPECT_EQ(Pixels(At(time, image.image, target.image, values), kAround), Pixels(image.image, kAround))
                 << time;
         }
         for (const double time : {1.0, 2.0, HUGE_VAL}) {
-            EXPECT_EQ(Pixels(at(time, image.image, target.image, values), kAround), Pixels(target.image, kAround))
+            EXPECT_EQ(Pixels(At(time, image.image, target.image, values), kAround), Pixels(target.image, kAround))
                 << time;
         }
     }
@@ -68,7 +68,7 @@ TEST_P(EveryTransitionTest, HowItIsCutChangesNoBit) {
     Random random;
     for (int round = 0; round < 5; ++round) {
         const Source image = RandomSource(random), target = RandomSource(random);
-        const ImageRef between = at(random.between(0.1, 0.9), image.image, target.image, all(random.between(0.5, 20)));
+        const ImageRef between = At(random.Between(0.1, 0.9), image.image, target.image, All(random.Between(0.5, 20)));
         EXPECT_EQ(Pixels(between, kAround, {23, 16, 7}), Pixels(between, kAround));
     }
 }
@@ -76,16 +76,16 @@ TEST_P(EveryTransitionTest, HowItIsCutChangesNoBit) {
 TEST_P(EveryTransitionTest, ReachesOverBothImagesAtAnyTime) {
     const ImageRef image = Gray(1, {1, 2, 3, 4}), target = Gray(1, {-7, 3, 2, 9});
     for (const double time : {0.0, 0.3, 1.0}) {
-        EXPECT_EQ(at(time, image, target)->extent(), (Extent{-7, 2, 4, 12}));
-        EXPECT_TRUE(at(time, image, MakeConstantImage({1, 1, 1, 1}))->extent().isInfinite());
+        EXPECT_EQ(At(time, image, target)->GetExtent(), (Extent{-7, 2, 4, 12}));
+        EXPECT_TRUE(At(time, image, MakeConstantImage({1, 1, 1, 1}))->GetExtent().IsInfinite());
     }
 }
 
 TEST_P(EveryTransitionTest, WithoutOneOfItsImagesThereIsNone) {
     const ImageRef image = Gray(1, {1, 2, 3, 4});
     for (const double time : {0.0, 0.3, 1.0}) {
-        EXPECT_EQ(at(time, image, nullptr), nullptr);
-        EXPECT_EQ(at(time, nullptr, image), nullptr);
+        EXPECT_EQ(At(time, image, nullptr), nullptr);
+        EXPECT_EQ(At(time, nullptr, image), nullptr);
     }
 }
 
@@ -99,9 +99,9 @@ TEST_P(EveryTransitionTest, AnyNumbersAndImagesGiveFinitePixels) {
         for (const double time : {1e-9, 0.3, 0.9}) {
             for (const ImageRef& image : images) {
                 mask_ = image;
-                ExpectSound(at(time, image, usual, all(number)));
-                ExpectSound(at(time, usual, image, all(number)));
-                ExpectSound(at(time, image, image, all(number)));
+                ExpectSound(At(time, image, usual, All(number)));
+                ExpectSound(At(time, usual, image, All(number)));
+                ExpectSound(At(time, image, image, All(number)));
             }
         }
     }
@@ -123,10 +123,10 @@ TEST(DissolveTransitionTest, IsTheMeanWeighedByTheTime) {
     Random random;
     for (int round = 0; round < 10; ++round) {
         const Source image = RandomSource(random), target = RandomSource(random);
-        const double time = random.between(0, 1);
+        const double time = random.Between(0, 1);
         ExpectPixels(Transition("CIDissolveTransition", image.image, target.image, {{"inputTime", {time}}}), kAround,
                      [&](std::int64_t x, std::int64_t y, std::size_t channel) {
-                         return Mix(image.at(x, y, channel), target.at(x, y, channel), time);
+                         return Mix(image.At(x, y, channel), target.At(x, y, channel), time);
                      });
     }
 }
@@ -135,11 +135,11 @@ TEST(CopyMachineTransitionTest, IsThatOfTheFormula) {
     Random random;
     for (int round = 0; round < 20; ++round) {
         const Source image = RandomSource(random), target = RandomSource(random);
-        const double time = random.between(0, 1), angle = random.between(-7, 7), width = random.between(0.5, 90);
-        const double opacity = random.between(0, 3), left = random.between(-50, 0), bottom = random.between(-50, 0);
-        const double across = random.between(1, 90), up = random.between(1, 90);
-        const std::vector<double> color = {random.between(0, 1), random.between(0, 1), random.between(0, 1),
-                                           random.between(0, 1)};
+        const double time = random.Between(0, 1), angle = random.Between(-7, 7), width = random.Between(0.5, 90);
+        const double opacity = random.Between(0, 3), left = random.Between(-50, 0), bottom = random.Between(-50, 0);
+        const double across = random.Between(1, 90), up = random.Between(1, 90);
+        const std::vector<double> color = {random.Between(0, 1), random.Between(0, 1), random.Between(0, 1),
+                                           random.Between(0, 1)};
         const ImageRef image2 = Transition("CICopyMachineTransition", image.image, target.image,
                                            {{"inputTime", {time}},
                                             {"inputAngle", {angle}},
@@ -154,14 +154,14 @@ TEST(CopyMachineTransitionTest, IsThatOfTheFormula) {
                 most = std::max(most, x * std::cos(angle) + y * std::sin(angle));
             }
         }
-        const Extent extent = image2->extent();
+        const Extent extent = image2->GetExtent();
         ExpectPixels(image2, kAround, [&](std::int64_t x, std::int64_t y, std::size_t channel) {
             const double px = static_cast<double>(x) + 0.5, py = static_cast<double>(y) + 0.5;
             if (px < extent.left || px > extent.right || py < extent.bottom || py > extent.top) return 0.0;
             const double far = least + time / 0.65 * (most - least + width);
             const double u = px * std::cos(angle) + py * std::sin(angle);
             const double p = std::clamp((u - (far - width)) / width, 0.0, 1.0);
-            return Mix(target.at(x, y, channel), image.at(x, y, channel), p) +
+            return Mix(target.At(x, y, channel), image.At(x, y, channel), p) +
                    opacity * color[3] * (channel == 3 ? 1 : color[channel]) * std::min(p / 0.83, (1 - p) / 0.17);
         });
     }
@@ -189,12 +189,12 @@ TEST(BarsSwipeTransitionTest, IsThatOfTheFormula) {
     Random random;
     for (int round = 0; round < 20; ++round) {
         const Source image = RandomSource(random), target = RandomSource(random);
-        const double time = random.between(0, 1), angle = random.between(-7, 7), width = random.between(0.5, 30);
-        const double offset = random.between(0.3, 20), sin = std::sin(angle), cos = std::cos(angle);
+        const double time = random.Between(0, 1), angle = random.Between(-7, 7), width = random.Between(0.5, 30);
+        const double offset = random.Between(0.3, 20), sin = std::sin(angle), cos = std::cos(angle);
         const ImageRef bars = Transition(
             "CIBarsSwipeTransition", image.image, target.image,
             {{"inputTime", {time}}, {"inputAngle", {angle}}, {"inputWidth", {width}}, {"inputBarOffset", {offset}}});
-        const Extent all = bars->extent();
+        const Extent all = bars->GetExtent();
         const double across = all.right - all.left, up = all.top - all.bottom;
         const double least = std::min(all.left * cos, all.right * cos) + std::min(all.bottom * sin, all.top * sin);
         const bool isSteep = across * std::abs(cos) > up * std::abs(sin);
@@ -205,9 +205,9 @@ TEST(BarsSwipeTransitionTest, IsThatOfTheFormula) {
             const double px = static_cast<double>(x) + 0.5, py = static_cast<double>(y) + 0.5;
             const double n = std::max(0.0, time * reach - std::floor((px * cos + py * sin - least) / width));
             const double u = px - offset * n * n * sin, v = py + offset * n * n * cos;
-            const At at = [&](std::int64_t i, std::int64_t j, std::size_t c) { return image.at(i, j, c); };
+            const At at = [&](std::int64_t i, std::int64_t j, std::size_t c) { return image.At(i, j, c); };
             if (px < all.left || px > all.right || py < all.bottom || py > all.top) return 0.0;
-            return Bilinear(at, u, v, channel) + (1 - Bilinear(at, u, v, 3)) * target.at(x, y, channel);
+            return Bilinear(at, u, v, channel) + (1 - Bilinear(at, u, v, 3)) * target.At(x, y, channel);
         });
     }
 }
@@ -261,26 +261,26 @@ TEST(DisintegrateTransitionTest, IsThatOfTheFormula) {
     Random random;
     for (int round = 0; round < 20; ++round) {
         const Source image = RandomSource(random), target = RandomSource(random), mask = RandomSource(random);
-        const double time = random.between(0, 1), radius = random.between(0.5, 30), density = random.between(0, 1);
-        const std::vector<double> offset = {random.between(-9, 9), random.between(-9, 9)};
+        const double time = random.Between(0, 1), radius = random.Between(0.5, 30), density = random.Between(0, 1);
+        const std::vector<double> offset = {random.Between(-9, 9), random.Between(-9, 9)};
         const ImageRef between = Transition("CIDisintegrateWithMaskTransition", image.image, target.image,
                                             {{"inputTime", {time}},
                                              {"inputShadowRadius", {radius}},
                                              {"inputShadowDensity", {density}},
                                              {"inputShadowOffset", offset},
                                              {"inputMaskImage", {}, mask.image}});
-        const auto m = [&](std::int64_t x, std::int64_t y, std::size_t channel = 1) { return mask.at(x, y, channel); };
+        const auto m = [&](std::int64_t x, std::int64_t y, std::size_t channel = 1) { return mask.At(x, y, channel); };
         ExpectPixels(
             between, kAround,
             [&](std::int64_t x, std::int64_t y, std::size_t channel) {
                 const double g = std::max(std::abs(m(x, y) - m(x - 1, y)), std::abs(m(x, y) - m(x, y - 1))) + 0.001;
                 const double cover = std::clamp(0.5 + (m(x, y) - time) / g, 0.0, 1.0);
-                if (channel == 3) return Mix(target.at(x, y, 3), image.at(x, y, 3), cover);
+                if (channel == 3) return Mix(target.At(x, y, 3), image.At(x, y, 3), cover);
                 const double moved =
                     Bilinear(m, static_cast<double>(x) + 0.5 - offset[0], static_cast<double>(y) + 0.5 - offset[1], 1);
                 const double shadow = std::clamp(0.5 + (moved - time) / (g * radius), 0.0, 1.0);
-                return Mix(target.at(x, y, channel) * (0.75 + 0.25 * time) * (1 - density * shadow),
-                           image.at(x, y, channel) * (1 + 0.25 * time), cover);
+                return Mix(target.At(x, y, channel) * (0.75 + 0.25 * time) * (1 - density * shadow),
+                           image.At(x, y, channel) * (1 + 0.25 * time), cover);
             },
             1e-4);
     }
@@ -325,10 +325,10 @@ TEST(FlashTransitionTest, WithoutRaysIsThatOfTheFormula) {
     Random random;
     for (int round = 0; round < 20; ++round) {
         const Source image = RandomSource(random), target = RandomSource(random);
-        const double time = random.between(0.3, 1), radius = FlashRadius(time);
+        const double time = random.Between(0.3, 1), radius = FlashRadius(time);
         const double share = std::min(1.0, (1 - time) / 0.15);
         const ImageRef flash = Flash(time, image.image, target.image, {});
-        const Extent all = flash->extent();
+        const Extent all = flash->GetExtent();
         ExpectPixels(flash, kAround, [&](std::int64_t x, std::int64_t y, std::size_t channel) {
             const double px = static_cast<double>(x) + 0.5, py = static_cast<double>(y) + 0.5;
             if (px < all.left || px > all.right || py < all.bottom || py > all.top) return 0.0;
@@ -336,7 +336,7 @@ TEST(FlashTransitionTest, WithoutRaysIsThatOfTheFormula) {
             const double color =
                 channel == 3 ? 1 : static_cast<double>(DecodeSRGB(static_cast<float>(component[channel])));
             const double light = r == 0 ? 1e9 : std::max(0.0, 1 - r / 2.5 / radius) * color * radius * radius / r / r;
-            return Mix(target.at(x, y, channel), std::clamp(image.at(x, y, channel) + light, 0.0, 1.0), share);
+            return Mix(target.At(x, y, channel), std::clamp(image.At(x, y, channel) + light, 0.0, 1.0), share);
         });
     }
 }

@@ -17,7 +17,7 @@ class Field {
     virtual ~Field() = default;
 
     // Writes every pixel of a tile; each depends on its place only.
-    virtual void render(const Tile& tile) const = 0;
+    virtual void Render(const Tile& tile) const = 0;
 };
 
 ImageRef MakeFieldImage(std::shared_ptr<const Field> field);

@@ -1,6 +1,6 @@
 // field.cpp - the image of a field.
 
-#include "generator/field.h"
+#include "core/field.h"
 
 #include <utility>
 
@@ -11,9 +11,9 @@ class FieldStage : public Stage {
   public:
     explicit FieldStage(std::shared_ptr<const Field> field) : field_(std::move(field)) {}
 
-    bool isPointwise() const override { return true; }
+    bool IsPointwise() const override { return true; }
 
-    void render(const Tile& tile) const override { field_->render(tile); }
+    void Render(const Tile& tile) const override { field_->Render(tile); }
 
   private:
     std::shared_ptr<const Field> field_;
@@ -22,9 +22,11 @@ class FieldStage : public Stage {
 class FieldImage : public Image {
   public:
     explicit FieldImage(std::shared_ptr<const Field> field)
-        : Image(Extent::infinite(), /*depthBelow=*/{}), field_(std::move(field)) {}
+        : Image(Extent::Infinite(), /*depthBelow=*/{}), field_(std::move(field)) {}
 
-    std::unique_ptr<const Stage> prepare(const Region&) const override { return std::make_unique<FieldStage>(field_); }
+    std::unique_ptr<const Stage> MakeStage(const Region&) const override {
+        return std::make_unique<FieldStage>(field_);
+    }
 
   private:
     std::shared_ptr<const Field> field_;

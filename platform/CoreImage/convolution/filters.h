@@ -1,0 +1,25 @@
+// filters.h - the family of filters that weigh a pixel with its neighbors, weight by weight.
+//
+// inputWeights go row by row, the topmost first, each from left to right, and are not mirrored: the first weight is for the
+// neighbor up and to the left. inputBias is added. All four premultiplied components are summed; then alpha is kept within 0
+// and 1, and colors within 0 and alpha. With a bias the image has no end.
+//
+// Adding one: a function in this folder, named as the filter is without "CI", and a line in the list.
+
+#pragma once
+
+#include "core/filter.h"
+
+// Every filter of the family.
+#define CONVOLUTION_FILTERS(FILTER) \
+    FILTER(Convolution3X3)          \
+    FILTER(Convolution5X5)          \
+    FILTER(Convolution7X7)          \
+    FILTER(Convolution9Horizontal)  \
+    FILTER(Convolution9Vertical)
+
+namespace core_image {
+
+CONVOLUTION_FILTERS(DECLARE_FILTER)
+
+}  // namespace core_image

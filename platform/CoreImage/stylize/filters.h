@@ -1,0 +1,23 @@
+// filters.h - the family of filters that redraw a picture: glows, outlines, mosaics, comics, miniatures.
+//
+// Adding one: a function in this folder, named as the filter is without "CI", and a line in the list.
+
+#pragma once
+
+#include "core/filter.h"
+
+// Every filter of the family.
+#define STYLIZE_FILTERS(FILTER) \
+    FILTER(Bloom)               \
+    FILTER(ComicEffect)         \
+    FILTER(Crystallize)         \
+    FILTER(DepthOfField)        \
+    FILTER(Edges)               \
+    FILTER(EdgeWork)            \
+    FILTER(Gloom)
+
+namespace core_image {
+
+STYLIZE_FILTERS(DECLARE_FILTER)
+
+}  // namespace core_image
