@@ -36,7 +36,7 @@ MACOS_MODULE := $(if $(MODULE),$(filter i386,$(ABI)))
 .PHONY: program-% configure-% build-%
 
 run: program-$(ABI)
-	$(if $(MACOS_MODULE),@cmake --build --preset $(ABI) --target filters_macos -- --quiet)
+	$(if $(MACOS_MODULE),@cmake --build --preset $(ABI) --target zeva_filters_macos -- --quiet)
 	@mkdir -p build/run
 	@build/$(ABI)/bin/zeva apply GaussianBlur inputRadius=$(RADIUS) --keep-size "$(PHOTO)" -o build/run/blurred.png \
 		$(if $(MODULE),--module "$(MODULE)")
@@ -54,14 +54,14 @@ tidy:
 	@tools/lint --slow
 
 install: program-$(ABI)
-	@cmake --build --preset $(ABI) --target plugin_archive -- --quiet
+	@cmake --build --preset $(ABI) --target zeva_plugin_archive -- --quiet
 	@cmake --install build/$(ABI) --prefix "$(PREFIX)" --strip >/dev/null
 	@echo "installed $(DESTDIR)$(PREFIX)/bin/zeva"
 
 package: $(TEST_ABIS:%=package-%)
 
 package-%: program-%
-	@cmake --build --preset $* --target plugin_archive -- --quiet
+	@cmake --build --preset $* --target zeva_plugin_archive -- --quiet
 	@cpack --config build/$*/CPackConfig.cmake >build/$*/package.log || { cat build/$*/package.log >&2; exit 1; }
 	@ls build/$*/package/*.deb
 
@@ -79,14 +79,15 @@ coverage:
 	@tools/coverage $(TEST_ABIS)
 
 bench: $(TEST_ABIS:%=configure-%)
-	@$(if $(filter x86_64,$(TEST_ABIS)),tools/setup x86_64 rivals && cmake --preset x86_64 -DZEVA_RIVALS=ON --log-level=WARNING >/dev/null)
+	@$(if $(filter x86_64,$(TEST_ABIS)),tools/setup x86_64 rivals)
+	@$(if $(filter x86_64,$(TEST_ABIS)),cmake --preset x86_64 -DZEVA_RIVALS=ON --log-level=WARNING >/dev/null)
 	@tools/bench $(TEST_ABIS)
 
 # The program and its modules, with no more packages than they need. A build folder that has the tests keeps them.
 program-%:
 	@tools/setup $* $(if $(MACOS_MODULE),tests)
 	@tools/configure program $* $(if $(MACOS_MODULE),-DZEVA_MACOS_CODE=ON)
-	@tools/report_time compile cmake --build --preset $* --target zeva filters companion -- --quiet
+	@tools/report_time compile cmake --build --preset $* --target zeva zeva_filters zeva_companion -- --quiet
 
 # A preset with its tests.
 configure-%:

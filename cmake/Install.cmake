@@ -9,7 +9,8 @@
 #   share/doc/zeva, share/man, share/bash-completion
 #
 # Installed files name the system's loader and find each other relative to themselves; tests/package checks that they do
-# not contain a path of the build. To install another file, add it here and to the table in tests/package/install_test.py.
+# not contain a path of the build. To install another file, add it here and to the table in
+# tests/package/install_test.py.
 include(CMakePackageConfigHelpers)
 include(GNUInstallDirs)
 
@@ -20,23 +21,23 @@ set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)
 set(private lib/zeva)
 set(config lib/cmake/zeva)
 
-set(libraries CoreGraphics ImageIO CoreImage)
-if(TARGET exception_frames)
-    list(APPEND libraries exception_frames)
+set(libraries zeva_CoreGraphics zeva_ImageIO zeva_CoreImage)
+if(TARGET zeva_exception_frames)
+    list(APPEND libraries zeva_exception_frames)
 endif()
 # The three folders are beside each other. The system's folders are searched in any case.
-set_target_properties(zeva filters companion ${libraries} PROPERTIES INSTALL_RPATH "$ORIGIN/../lib")
+set_target_properties(zeva zeva_filters zeva_companion ${libraries} PROPERTIES INSTALL_RPATH "$ORIGIN/../lib")
 install(TARGETS zeva RUNTIME DESTINATION ${private}/bin)
-install(TARGETS filters companion LIBRARY DESTINATION ${private}/modules)
+install(TARGETS zeva_filters zeva_companion LIBRARY DESTINATION ${private}/modules)
 install(TARGETS ${libraries} LIBRARY DESTINATION ${private}/lib)
 
 # The boundary as an archive. Nothing in a module refers to its entry point, so the linker is told to look for it.
-add_library(plugin_archive STATIC $<TARGET_OBJECTS:plugin>)
-set_target_properties(plugin_archive PROPERTIES OUTPUT_NAME zeva_plugin EXPORT_NAME plugin LINKER_LANGUAGE CXX)
-target_include_directories(plugin_archive INTERFACE $<INSTALL_INTERFACE:include/zeva>)
-target_compile_features(plugin_archive INTERFACE cxx_std_20)
-target_link_options(plugin_archive INTERFACE $<INSTALL_INTERFACE:LINKER:--undefined=ZEVAPluginMain>)
-install(TARGETS plugin_archive EXPORT zevaTargets ARCHIVE DESTINATION ${private}/lib)
+zeva_library(zeva_plugin_archive STATIC $<TARGET_OBJECTS:zeva_plugin>)
+set_target_properties(zeva_plugin_archive PROPERTIES OUTPUT_NAME zeva_plugin EXPORT_NAME plugin LINKER_LANGUAGE CXX)
+target_include_directories(zeva_plugin_archive INTERFACE $<INSTALL_INTERFACE:include/zeva>)
+target_compile_features(zeva_plugin_archive INTERFACE cxx_std_20)
+target_link_options(zeva_plugin_archive INTERFACE $<INSTALL_INTERFACE:LINKER:--undefined=ZEVAPluginMain>)
+install(TARGETS zeva_plugin_archive EXPORT zevaTargets ARCHIVE DESTINATION ${private}/lib)
 install(EXPORT zevaTargets NAMESPACE zeva:: DESTINATION ${config})
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/zevaConfig.cmake.in ${CMAKE_BINARY_DIR}/zevaConfig.cmake
     INSTALL_DESTINATION ${config})

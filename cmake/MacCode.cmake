@@ -1,8 +1,10 @@
 # Compiles targets of this build for macOS, on Linux.
 #
-# zeva_macos_object(OUTPUT TRIPLE TARGET...): makes one object file of all sources of the targets. Each source is compiled
+# zeva_macos_object(OUTPUT TRIPLE TARGET...): makes one object file of all sources of the targets. Each source is
+# compiled
 #     with its target's options against platform/macos/include. At 64 bits the guard for native exceptions is used.
-# zeva_macos_bundle(OUTPUT OBJECT ARCHITECTURE VERSION): links such an object into a loadable bundle against the stubs of
+# zeva_macos_bundle(OUTPUT OBJECT ARCHITECTURE VERSION): links such an object into a loadable bundle against the stubs
+# of
 #     platform/macos/stubs.
 # ZEVA_MACOS_DIRECTORY: contains one folder per processor: macos-i386, macos-x86_64, macos-arm64.
 #

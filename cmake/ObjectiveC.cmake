@@ -21,19 +21,19 @@ file(GLOB runtime_headers ${CMAKE_SYSROOT}/usr/lib/gcc/*/12/include/objc)
 list(GET runtime_headers 0 runtime_headers)
 get_filename_component(runtime_headers ${runtime_headers} DIRECTORY)
 
-add_library(objective_c INTERFACE)
-target_compile_options(objective_c INTERFACE
+add_library(zeva_objective_c INTERFACE)
+target_compile_options(zeva_objective_c INTERFACE
     $<$<COMPILE_LANGUAGE:OBJC,OBJCXX>:-fobjc-runtime=gcc>
     $<$<COMPILE_LANGUAGE:OBJC,OBJCXX>:-fobjc-exceptions>
     $<$<COMPILE_LANGUAGE:OBJC,OBJCXX>:-fconstant-string-class=NSConstantString>)
-target_compile_definitions(objective_c INTERFACE _NATIVE_OBJC_EXCEPTIONS)
+target_compile_definitions(zeva_objective_c INTERFACE _NATIVE_OBJC_EXCEPTIONS)
 # Only the runtime's headers come from the gcc folder. Its other headers would hide those of clang.
 file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/runtime_headers)
 file(CREATE_LINK ${runtime_headers}/objc ${CMAKE_BINARY_DIR}/runtime_headers/objc SYMBOLIC)
-target_include_directories(objective_c SYSTEM INTERFACE
+target_include_directories(zeva_objective_c SYSTEM INTERFACE
     ${CMAKE_SYSROOT}/usr/include/GNUstep ${CMAKE_BINARY_DIR}/runtime_headers)
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
     # Must precede the runtime in the search order, because it replaces objc_exception_throw.
-    target_link_libraries(objective_c INTERFACE exception_frames)
+    target_link_libraries(zeva_objective_c INTERFACE zeva_exception_frames)
 endif()
-target_link_libraries(objective_c INTERFACE gnustep-base objc)
+target_link_libraries(zeva_objective_c INTERFACE gnustep-base objc)

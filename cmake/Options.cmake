@@ -42,7 +42,8 @@ if(ZEVA_COVERAGE)
     target_link_options(zeva_options INTERFACE -fprofile-instr-generate)
 endif()
 
-# zeva_library(zeva_NAME KIND SOURCE...), zeva_executable(zeva_NAME SOURCE...): a target with these options. Targets have
+# zeva_library(zeva_NAME KIND SOURCE...), zeva_executable(zeva_NAME SOURCE...): a target with these options. Targets
+# have
 # the prefix so that they do not collide in a larger build; the files they make do not.
 function(zeva_library target kind)
     add_library(${target} ${kind} ${ARGN})

@@ -18,7 +18,7 @@ import tomllib
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 WORK = ROOT / "build" / "mutants"
 SOURCE = WORK / "source"
-TARGETS = ["filters", "probe", "boundary_test"]
+TARGETS = ["zeva_filters", "zeva_probe", "zeva_boundary_test"]
 TIMEOUT = 120  # seconds for a test run; a healthy one takes a few
 
 
