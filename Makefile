@@ -86,7 +86,8 @@ coverage:
 	@tools/coverage $(TEST_ABIS)
 
 bench: $(TEST_ABIS:%=configure-%)
-	@$(if $(filter x86_64,$(TEST_ABIS)),tools/setup x86_64 rivals && cmake --preset x86_64 -DZEVA_RIVALS=ON --log-level=WARNING >/dev/null)
+	@$(if $(filter x86_64,$(TEST_ABIS)),tools/setup x86_64 rivals)
+	@$(if $(filter x86_64,$(TEST_ABIS)),cmake --preset x86_64 -DZEVA_RIVALS=ON --log-level=WARNING >/dev/null)
 	@tools/bench $(TEST_ABIS)
 
 # The program and its modules, with no more packages than they need. A build folder that has the tests keeps them.

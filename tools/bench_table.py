@@ -102,5 +102,6 @@ def boundary_report(columns, sizes):
             row += [f"{times[name]:.0f}", *((f"{direct:.0f}", f"{times[name] / direct:.2f}") if direct else ("", ""))]
         rows.append(row)
     for section in (".text", ".rodata", ".data", ".bss"):
-        rows.append([f"{section}, bytes", *(cell for preset in columns for cell in (str(sizes[preset][section]), "", ""))])
+        bytes_of = [str(sizes[preset][section]) for preset in columns]
+        rows.append([f"{section}, bytes", *(cell for count in bytes_of for cell in (count, "", ""))])
     return table(head, rows)

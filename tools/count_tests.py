@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
-"""Counts the tests of several reports: one column per preset, and one for the tests that ran the module's code for macOS.
+"""Counts the tests of several reports: a column per preset, and one for tests that ran the module's code for macOS.
 
 Usage: count_tests.py BUILD_FOLDER...       (each with its tests.xml)
 
-The last line is "N passed, N failed, N skipped". The exit status is 1 if a test failed. A missing report is one failure.
+The last line is "N passed, N failed, N skipped". The exit status is 1 if a test failed. A missing report is one
+failure.
 """
 
 import pathlib
