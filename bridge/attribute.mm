@@ -6,6 +6,7 @@
 
 #include "bridge/host_objects.h"
 #include "bridge/value_bridge.h"
+#include "interface/handles.h"
 #include "plugin/host_services.h"
 
 namespace {

@@ -2,6 +2,7 @@
 
 #import <CoreImage/CoreImage.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <limits>
@@ -9,6 +10,7 @@
 #include "bridge/guard.h"
 #include "bridge/host_objects.h"
 #include "bridge/value_bridge.h"
+#include "interface/handles.h"
 #include "plugin/host_exception.h"
 #include "plugin/host_services.h"
 #include "plugin/zvdata.h"

@@ -4,6 +4,7 @@
 
 #import <Foundation/Foundation.h>
 
+#include "interface/handles.h"
 #include "plugin/host_services.h"
 
 // The sibling module adds this to NSException.

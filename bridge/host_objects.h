@@ -10,6 +10,9 @@
 #include <CoreGraphics/CoreGraphics.h>
 #import <Foundation/Foundation.h>
 
+#include <cstddef>
+#include <cstdint>
+
 #include "bridge/core_foundation_tag.h"
 #include "interface/handles.h"
 #include "interface/word.h"

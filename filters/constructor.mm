@@ -5,6 +5,7 @@
 #import <CoreImage/CoreImage.h>
 
 #include "bridge/host_objects.h"
+#include "interface/handles.h"
 #include "plugin/host_exception.h"
 
 void ConstructFilter(ZEVAobjectStruct* self, NSString* filterName) {

@@ -20,7 +20,8 @@ class HostTest : public testing::Test {
     // Registers a class with one method table, as a module would.
     void Register(const char* name, const char* superclass = nullptr, std::vector<ZEVAmethod> methods = {},
                   ZEVAword dataSize = 0) {
-        ZEVAclassDefinitionDownLevel record = {.version = kRecordVersion, .className = name, .superclassName = superclass};
+        ZEVAclassDefinitionDownLevel record = {
+            .version = kRecordVersion, .className = name, .superclassName = superclass};
         record.instanceDataSize = dataSize;
         record.methods = methods.data();
         record.methodCount = static_cast<ZEVAword>(methods.size());

@@ -33,11 +33,13 @@ class ObjectTest : public HostTest {
   protected:
     ObjectTest() {
         hooks = &hookLog;
-        ZEVAclassDefinitionDownLevel vessel = {.version = kRecordVersion, .className = "Vessel", .instanceDataSize = 16};
+        ZEVAclassDefinitionDownLevel vessel = {
+            .version = kRecordVersion, .className = "Vessel", .instanceDataSize = 16};
         vessel.initialize = InitializeVessel;
         vessel.finalize = FinalizeVessel;
         host.Classes().Register(&vessel);
-        ZEVAclassDefinitionDownLevel kettle = {.version = kRecordVersion, .className = "Kettle", .superclassName = "Vessel"};
+        ZEVAclassDefinitionDownLevel kettle = {
+            .version = kRecordVersion, .className = "Kettle", .superclassName = "Vessel"};
         kettle.instanceDataSize = 32;
         kettle.initialize = InitializeKettle;
         kettle.finalize = FinalizeKettle;
