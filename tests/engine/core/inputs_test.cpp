@@ -70,7 +70,7 @@ TEST(InputsTest, UndeclaredKeysThrowWhicheverWayTheyAreRead) {
     EXPECT_THROW(inputs.GetImage("inputRadios"), UndeclaredKey);
 }
 
-TEST(InputsTest, ColorsAreLinearisedAndPremultiplied) {
+TEST(InputsTest, ColorsAreLinearizedAndPremultiplied) {
     const double components[] = {1, 0.5, -0.5, 0.5};
     const Pixel pixel = PixelOfColor(components);
     EXPECT_FLOAT_EQ(pixel.red, 0.5f);
