@@ -1,6 +1,6 @@
 // CIColor.h - an immutable color: red, green, blue and alpha, not premultiplied, in sRGB.
 //
-// Ownership: the class methods answer autoreleased objects.
+// Ownership: the class methods return autoreleased objects.
 // Threads:   colors never change and may be used on any thread.
 
 #pragma once
@@ -13,14 +13,14 @@
     CGFloat _components[4];
 }
 
-// A color of the given components; alpha is 1 where it is not given. Components beyond 0...1 are kept.
+// A color of the given components; alpha is 1 where it is not given. Components outside 0...1 are kept.
 + (CIColor*)colorWithRed:(CGFloat)red green:(CGFloat)green blue:(CGFloat)blue;
 + (CIColor*)colorWithRed:(CGFloat)red green:(CGFloat)green blue:(CGFloat)blue alpha:(CGFloat)alpha;
 
-// A color out of its string representation. What is missing reads as 0, a missing alpha as 1.
+// A color from its string representation. Missing components read as 0, a missing alpha as 1.
 + (CIColor*)colorWithString:(NSString*)representation;
 
-// The four components in the order red, green, blue, alpha; they live as long as the color.
+// The four components in the order red, green, blue, alpha; owned by the color.
 - (const CGFloat*)components;
 - (size_t)numberOfComponents;
 
@@ -30,10 +30,10 @@
 - (CGFloat)blue;
 - (CGFloat)alpha;
 
-// The space of the components: sRGB. Lent for as long as the color lives.
+// The space of the components: sRGB; owned by the color.
 - (CGColorSpaceRef)colorSpace;
 
-// The components with spaces between: "1 0.5 0 1".
+// The components separated by spaces: "1 0.5 0 1".
 - (NSString*)stringRepresentation;
 
 @end

@@ -58,7 +58,7 @@
 }
 
 - (CGColorSpaceRef)colorSpace {
-    // The space is a shared object that lives for good, so the reference given back here is not the last.
+    // The space is a shared object that lives forever, so releasing this reference does not free it.
     CGColorSpaceRef space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
     CGColorSpaceRelease(space);
     return space;

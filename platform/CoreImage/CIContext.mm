@@ -1,4 +1,4 @@
-// CIContext.mm - hands rendering to the engine, and wraps what comes back.
+// CIContext.mm - passes rendering to the engine, and wraps the result.
 
 #import <CoreImage/CIContext.h>
 
@@ -10,9 +10,9 @@ namespace {
 
 constexpr std::size_t kBytesPerPixel = 4;
 
-// A new block of rows for a region; null when it is too large for memory. The caller frees it.
+// Allocates rows for a region; returns null when memory is short. The caller frees them.
 void* AllocateRows(const core_image::Region& region) {
-    // Why half: no object may be larger than what a signed size counts.
+    // Why half: no object may be larger than a signed size can count.
     constexpr std::uint64_t kMostBytes = SIZE_MAX / 2;
     const auto width = static_cast<std::uint64_t>(region.width);
     const auto height = static_cast<std::uint64_t>(region.height);
@@ -92,7 +92,8 @@ NSString* const kCIContextWorkingColorSpace = @"working_color_space";
     destination.format = format == kCIFormatRGBA8 ? core_image::PixelFormat::kBytes : core_image::PixelFormat::kFloats;
     const core_image::SpaceCoding coding = core_image::CodingOfSpace(colorSpace);
     destination.transfer = coding.transfer;
-    core_image::RenderImage([image handle], region, destination, { coding.profile, (bool)_isMatching });
+    // The method cannot report a failure: it returns nothing.
+    (void)core_image::RenderImage([image handle], region, destination, { coding.profile, (bool)_isMatching });
 }
 
 @end

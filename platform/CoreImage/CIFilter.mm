@@ -1,10 +1,12 @@
 // CIFilter.mm - holds the values of one filter and makes its image.
 //
-// Why key-value coding is overridden whole: the general machinery looks for methods and variables by name each time; here a key
-// is a place in an array. It also keeps filters strict: what is no input is no key.
+// Why key-value coding is overridden completely: the general machinery looks up methods and variables by name each
+// time; here a key is an index into an array. It also keeps filters strict: only inputs are keys.
 //
-// Exceptions: all inputs are read and checked, which may raise, before the engine is called; the values read are views that
-// need no cleaning up. So an exception may leave by a jump from any of these methods, and nothing here catches one.
+// Exceptions: all inputs are read and checked, which may raise, before the engine is called; the values read are
+//             views that need no clean-up. So an exception may leave any of these methods by longjmp, and nothing
+//             here catches one. After the engine has run, a fault of the engine itself is raised as
+//             NSInternalInconsistencyException.
 
 #import <CoreImage/CIFilter.h>
 #import <CoreImage/CIVector.h>
@@ -16,10 +18,10 @@
 
 namespace {
 
-// The maximum number of inputs of a filter; the longest list in attributes.json has ten.
+// The largest number of inputs of a filter; the longest list in attributes.json has ten.
 constexpr NSUInteger kMostInputs = 16;
 
-// Raises what sending a message to an object that does not understand it raises.
+// Raises the exception of a message to an object that does not understand it.
 [[noreturn]] void RaiseUnrecognized(id object, SEL selector) {
     [NSException raise:NSInvalidArgumentException
                 format:@"-[%@ %@]: unrecognized selector sent to instance %p", NSStringFromClass([object class]),
@@ -71,7 +73,7 @@ void ReadTransform(id value, core_image::InputValue* input) {
 void RetainObject(const void* object) { CFRetain(object); }
 void ReleaseObject(const void* object) { CFRelease(object); }
 
-// A copy costs nothing unless the bytes may change.
+// Copying immutable data costs nothing.
 void ReadData(NSData* value, core_image::InputValue* input) {
     NSData* data = [[value copy] autorelease];
     input->bytes = [data bytes];
@@ -79,7 +81,7 @@ void ReadData(NSData* value, core_image::InputValue* input) {
     input->owner = {data, RetainObject, ReleaseObject};
 }
 
-// Reads the color space that an object is, if it is one of red, green and blue.
+// Reads a color space. An object that is not a space of red, green and blue reads as kOther.
 void ReadSpace(id object, core_image::InputValue* input) {
     input->space = core_image::ColorSpace::kOther;
     CGColorSpaceRef known = CGColorSpaceCreateDeviceRGB();
@@ -95,7 +97,7 @@ void ReadSpace(id object, core_image::InputValue* input) {
                                                    : core_image::ColorSpace::kSRGB;
 }
 
-// Reads one input as its kind demands. A nil image stays empty; any other nil reads as the default.
+// Reads one input according to its kind. A nil image stays empty; any other nil reads as the default.
 void ReadInput(const InputDescription& description, id value, core_image::InputValue* input) {
     input->key = description.name;
     if (value == nil) value = description.defaultValue;
@@ -160,7 +162,7 @@ void ReadInput(const InputDescription& description, id value, core_image::InputV
     return names;
 }
 
-// A filter without a name would be no filter.
+// A filter needs a name.
 - (id)init {
     [self release];
     return nil;

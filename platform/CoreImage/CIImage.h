@@ -1,7 +1,7 @@
-// CIImage.h - an immutable recipe for an image; pixels exist when a context renders it.
+// CIImage.h - an immutable recipe for an image; pixels exist only when a context renders it.
 //
-// The extent is the rectangle outside which the image is transparent; it may be infinite, and then is CGRectInfinite.
-// Ownership: the class methods answer autoreleased objects. An image keeps whatever it was made from.
+// The extent is the rectangle outside which the image is transparent. An infinite extent is CGRectInfinite.
+// Ownership: the class methods return autoreleased objects. An image keeps whatever it was made from.
 // Threads:   images never change and may be used and rendered on any thread.
 
 #pragma once
@@ -10,13 +10,12 @@
 #import <CoreImage/CIColor.h>
 #import <Foundation/Foundation.h>
 
-// How the pixels of a bitmap are laid out.
+// The layout of a bitmap's pixels.
 typedef int CIFormat;
 CG_EXTERN CIFormat kCIFormatRGBA8;  // four bytes
 CG_EXTERN CIFormat kCIFormatRGBAf;  // four floats
 
-// The option of an image that says what the numbers of its bitmap mean, instead of the bitmap's own space: a color space, or NSNull
-// for numbers that are taken as they are.
+// The option that replaces a bitmap's own color space: a color space, or NSNull for numbers that are used unchanged.
 CG_EXTERN NSString* const kCIImageColorSpace;
 
 @interface CIImage : NSObject <NSCopying> {
@@ -37,10 +36,10 @@ CG_EXTERN NSString* const kCIImageColorSpace;
 // One color everywhere; infinite. nil for nil.
 + (CIImage*)imageWithColor:(CIColor*)color;
 
-// The image of premultiplied pixels, the topmost row first, its lower left corner at (0, 0). The data is kept, not copied, and
-// must not change. Without a color space the numbers are taken as they are, linear.
+// The image of premultiplied pixels, the topmost row first, its lower left corner at (0, 0). The data is kept, not
+// copied, and must not change. Without a color space the numbers are linear light.
 //
-// nil when the format is not known or the data is too short for the size.
+// Returns nil when the format is unknown or the data is too short for the size.
 + (CIImage*)imageWithBitmapData:(NSData*)data
                     bytesPerRow:(size_t)bytesPerRow
                            size:(CGSize)size
@@ -50,20 +49,19 @@ CG_EXTERN NSString* const kCIImageColorSpace;
 // An image with nothing in it: its extent is empty.
 + (CIImage*)emptyImage;
 
-// Where the image is.
 - (CGRect)extent;
 
-// The part inside a rectangle, which is rounded outward to whole pixels. The part stays where it is.
+// The part inside a rectangle, which is rounded outward to whole pixels. The part is not moved.
 - (CIImage*)imageByCroppingToRect:(CGRect)rect;
 
 // The image under a map, interpolated between pixels; nil for a map that cannot be inverted.
 - (CIImage*)imageByApplyingTransform:(CGAffineTransform)transform;
 
-// The image laid over another; where that is nil, the image itself.
+// The image over a background; the image itself when the background is nil.
 - (CIImage*)imageByCompositingOverImage:(CIImage*)background;
 
-// The image turned and mirrored so that what was taken with an orientation, 1 to 8 in the numbers of Exif, stands upright; its
-// lower left corner is at (0, 0). Any other number stands for 1.
+// The image rotated and mirrored so that a picture taken with an orientation, 1 to 8 as in Exif, is upright. Its
+// lower left corner is at (0, 0). Any other number counts as 1.
 - (CIImage*)imageByApplyingOrientation:(int)orientation;
 
 @end

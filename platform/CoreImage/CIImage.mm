@@ -1,7 +1,7 @@
 // CIImage.mm - the Objective-C face of an engine image.
 //
-// Why handles and plain values: an exception may leave by a jump, so no C++ object with a destructor is alive where messages
-// are sent.
+// Why handles and plain values: an exception may leave by longjmp, so no C++ object with a destructor may be alive
+// where messages are sent.
 
 #import <CoreImage/CIImage.h>
 #import <ImageIO/ImageIO.h>
@@ -42,7 +42,7 @@ namespace {
 
 void ReleaseObject(const void* object) { CFRelease(object); }
 
-// An image over bytes in a space that a data object keeps; takes a reference of its own.
+// An image over bytes of a data object, in a space; retains the data.
 CIImage* ImageOverData(NSData* data, core_image::BitmapSource& source, CGColorSpaceRef space) {
     const core_image::SpaceCoding coding = core_image::CodingOfSpace(space);
     source.pixels = [data bytes];
@@ -51,14 +51,14 @@ CIImage* ImageOverData(NSData* data, core_image::BitmapSource& source, CGColorSp
         imageOwningHandle:core_image::MakeBitmap(source, coding.profile, {CFRetain((CFTypeRef)data), ReleaseObject})];
 }
 
-// The space that options name, null for NSNull; a bitmap's own without such an option.
+// The space named by options, null for NSNull; without such an option the bitmap's own.
 CGColorSpaceRef SpaceOfOptions(NSDictionary* options, CGImageRef image) {
     id space = [options objectForKey:kCIImageColorSpace];
     if (space == nil) return CGImageGetColorSpace(image);
     return space == [NSNull null] ? nullptr : (CGColorSpaceRef)space;
 }
 
-// The image in a source; gives the source back.
+// The image in a source; releases the source.
 CIImage* ImageOutOfSource(CGImageSourceRef source, NSDictionary* options) {
     if (source == nullptr) return nil;
     CGImageRef bitmap = CGImageSourceCreateImageAtIndex(source, 0, nullptr);
@@ -127,7 +127,7 @@ CIImage* ImageOutOfSource(CGImageSourceRef source, NSDictionary* options) {
                          format:(CIFormat)format
                      colorSpace:(CGColorSpaceRef)colorSpace {
     if (data == nil || (format != kCIFormatRGBA8 && format != kCIFormatRGBAf)) return nil;
-    // Sizes beyond this are no sizes of bytes in memory; the comparison also refuses what is no number.
+    // Larger sizes cannot be sizes of bytes in memory; the comparison also refuses NaN.
     constexpr CGFloat kLargestSize = 1 << 30;
     if (!(size.width >= 1 && size.width <= kLargestSize && size.height >= 1 && size.height <= kLargestSize)) return nil;
     core_image::BitmapSource source = {};
@@ -172,7 +172,7 @@ CIImage* ImageOutOfSource(CGImageSourceRef source, NSDictionary* options) {
 - (CGRect)extent {
     if (_handle == nullptr) return CGRectZero;
     const core_image::Extent extent = core_image::ExtentOfImage([self handle]);
-    // An infinite edge is drawn in to where that of CGRectInfinite is.
+    // An infinite edge is drawn in to the edge of CGRectInfinite.
     const double far = CGFLOAT_MAX / 2;
     const double left = std::max(extent.left, -far);
     const double bottom = std::max(extent.bottom, -far);

@@ -1,4 +1,4 @@
-// CIImageInternal.h - what the classes of this library know of an image that its users do not: the engine's handle.
+// CIImageInternal.h - what the classes of this library know of an image and its users do not: the engine's handle.
 
 #pragma once
 
@@ -8,23 +8,23 @@
 
 @interface CIImage (Internal)
 
-// An image that owns a handle from now on; autoreleased. nil for null.
+// An image that takes ownership of a handle; autoreleased. nil for null.
 + (CIImage*)imageOwningHandle:(core_image::ImageHandle*)handle;
 
-// The image's handle, lent for as long as the image lives.
+// The image's handle; owned by the image.
 - (core_image::ImageHandle*)handle;
 
 @end
 
 namespace core_image {
 
-// How the numbers of a space stand for light: by a curve, or as a profile says, whose bytes live as long as the space.
+// How the numbers of a space encode light: by a curve, or by a profile, whose bytes are owned by the space.
 struct SpaceCoding {
     Transfer transfer;
     Profile profile;
 };
 
-// The coding of a space. Without a space numbers are taken as they are.
+// The coding of a space. Without a space numbers are used unchanged.
 SpaceCoding CodingOfSpace(CGColorSpaceRef space);
 
 // A rectangle as an extent, rounded outward to whole pixels.

@@ -1,6 +1,6 @@
 // CIVector.h - an immutable list of numbers: a point, a rectangle, an offset, weights.
 //
-// Ownership: the class methods answer autoreleased objects.
+// Ownership: the class methods return autoreleased objects.
 // Threads:   vectors never change and may be used on any thread.
 
 #pragma once
@@ -23,7 +23,7 @@
 + (CIVector*)vectorWithCGPoint:(CGPoint)point;
 + (CIVector*)vectorWithCGRect:(CGRect)rect;
 
-// How many numbers there are, and one of them; 0 beyond the last.
+// The number of elements, and one of them; 0 beyond the last.
 - (size_t)count;
 - (CGFloat)valueAtIndex:(size_t)index;
 

@@ -1,4 +1,4 @@
-// CIVector.mm - the list of numbers, kept in one block behind the object.
+// CIVector.mm - the list of numbers, stored in one block owned by the object.
 
 #import <CoreImage/CIVector.h>
 

@@ -1,7 +1,8 @@
-// CoreImage.h - filters over images: what to compute is described first and computed when pixels are asked for.
+// CoreImage.h - filters over images: a computation is described first and executed when pixels are requested.
 //
-// An image is an immutable recipe; a filter makes images out of images and values; a context renders. The keys,
-// defaults and ranges of the 73 filters are in attributes.json, what renders them in core/filter_table.cpp.
+// An image is an immutable recipe; a filter makes images from images and values; a context renders. The keys,
+// defaults and ranges of the 73 filters are in attributes.json; the functions that render them are listed in the
+// filters.h of each family.
 
 #pragma once
 

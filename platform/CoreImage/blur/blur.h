@@ -1,4 +1,4 @@
-// blur.h - the family of filters that spread each pixel over its neighbors.
+// blur.h - blurs as images, for the family's filters and for filters that build on a blur.
 
 #pragma once
 
@@ -6,19 +6,21 @@
 
 namespace core_image {
 
-// An image under a Gaussian of standard deviation sigma. The input itself for 0 and less.
+// Returns an image blurred by a Gaussian of standard deviation sigma, or the input itself when sigma is 0 or less.
 //
-// The result is cut off at three sigma around the input (rounded up), where less than 0.2 per cent of a pixel arrives.
+// The result is cut off three sigma (rounded up) beyond the input, where less than 0.2 percent of a pixel remains.
 ImageRef MakeGaussianBlurImage(ImageRef input, double sigma);
 
-// An image under a square of the largest odd width that is not above the given one. The input itself for less than 3.
+// Returns the mean over a square of the largest odd width that does not exceed the given one, or the input itself
+// for a width below 3.
 //
-// Wider than 2047 pixels it is computed on a smaller picture; the extent grows by half the width either way.
+// Above 2047 pixels the mean is computed on a reduced image. The extent grows by half the width on each side.
 ImageRef MakeBoxBlurImage(ImageRef input, double width);
 
-// An image under a disc whose rim is one pixel soft. The input itself for a radius of 0 and less.
+// Returns the mean over a disc whose rim is one pixel soft, or the input itself when the radius is 0 or less.
 //
-// The extent grows by the radius, rounded up, and 2. Above a radius of 128 pixels it is computed on a smaller picture.
+// The extent grows by the radius, rounded up, plus 2. Above a radius of 128 pixels the mean is computed on a reduced
+// image.
 ImageRef MakeDiscBlurImage(ImageRef input, double radius);
 
 }  // namespace core_image

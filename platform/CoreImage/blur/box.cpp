@@ -1,11 +1,13 @@
-// box.cpp - the mean of a square: sums along columns, and of these sums along rows.
+// box.cpp - the mean over a square: sums along columns, then sums of these along rows.
 //
-// A narrow box sums up a padded tile. A wide one would sum up the same pixels for many tiles, so it is made for the whole
-// region. A still wider one is a box over a smaller picture.
+// A narrow box sums a padded tile. A wide one would sum the same pixels for many tiles, so it is computed for the
+// whole region at once. A still wider one is a box over a reduced image.
 
 #include <tbb/parallel_for.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <utility>
 
 #include "blur/blur.h"
@@ -17,10 +19,10 @@
 namespace core_image {
 namespace {
 
-// Up to here a box is narrow, and sums of floats are exact enough.
+// Up to this width a box is narrow, and float sums are accurate enough.
 constexpr std::int64_t kWidestNarrow = 65;
 
-// From here on a box is made of a smaller picture, in which it is so wide at most.
+// From this width on a box is computed on a reduced image, in which it is at most this wide.
 constexpr double kWidestExact = 2047;
 constexpr double kWidestReduced = 255;
 
@@ -49,7 +51,7 @@ class NarrowBoxStage : public Stage {
     std::int64_t width_;
 };
 
-// The mean of each pixel of the region, made while the stage is: rows first, then columns in place of them.
+// The mean around each pixel of the region, computed when the stage is made: first rows, then columns in place.
 class WideBoxStage : public Stage {
   public:
     WideBoxStage(const ImageRef& input, std::int64_t width, const Region& region)
@@ -93,7 +95,7 @@ class WideBoxStage : public Stage {
     }
 
     void SumColumns(std::int64_t width, const Region& region) {
-        // What is kept of a strip stays in a core's own cache.
+        // The working set of a strip stays in a core's own cache.
         constexpr std::int64_t kKept = 32768;
         const std::int64_t stripWidth = std::max<std::int64_t>(16, kKept / width);
         const auto scale = static_cast<float>(1 / (static_cast<double>(width) * static_cast<double>(width)));
@@ -108,7 +110,7 @@ class WideBoxStage : public Stage {
     }
 
     std::int64_t reach_;
-    PixelBlock sums_;  // row y is that of the mean around row y + reach
+    PixelBlock sums_;  // row y holds the mean around row y + reach
 };
 
 class BoxImage : public Image {
@@ -142,7 +144,7 @@ ImageRef MakeBoxBlurImage(ImageRef input, double width) {
     return std::make_shared<BoxImage>(std::move(input), extent, odd);
 }
 
-// CIBoxBlur: inputRadius is the full width. CIDiscBlur: inputRadius is the radius.
+// CIBoxBlur: the mean over a square. inputRadius is its full width.
 ImageRef BoxBlur(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     return input == nullptr ? nullptr : MakeBoxBlurImage(std::move(input), inputs.GetNumber("inputRadius"));

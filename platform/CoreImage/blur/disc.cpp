@@ -1,10 +1,12 @@
-// disc.cpp - the mean of a disc whose rim is one pixel soft.
+// disc.cpp - the mean over a disc whose rim is one pixel soft.
 //
-// A pixel at distance d counts clamp(radius + 0.5 - d); all weights are divided by their sum. The disc consists of columns: a run
-// of ones in the middle, a few softer pixels at both ends. Going outward row by row, the sums of all runs of one length are those
-// of the runs one shorter and two rows more, for all columns at once; and what lies mirrored is weighed alike.
-// A very large disc is one over a smaller picture.
+// A pixel at distance d has weight clamp(radius + 0.5 - d); all weights are divided by their sum. The disc consists
+// of columns: a run of ones in the middle and a few softer pixels at both ends. Going outward row by row, the sums
+// of all runs of one length are those of the runs one row shorter at each end plus two rows, for all columns at
+// once. Mirrored pixels have the same weight.
+// A very large disc is computed on a reduced image.
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 #include <vector>
@@ -18,7 +20,7 @@
 namespace core_image {
 namespace {
 
-// From here on a disc is made of a smaller picture.
+// From this radius on a disc is computed on a reduced image.
 constexpr double kLargestExact = 128;
 
 // Two columns, this far to the left and to the right.
@@ -27,10 +29,10 @@ struct Columns {
     float weight;
 };
 
-// What is taken of two rows, one below and one above a pixel.
+// The contributions of two rows, one below and one above a pixel.
 struct Rows {
-    std::vector<Columns> runs;  // of all rows up to these
-    std::vector<Columns> rim;   // of these two alone
+    std::vector<Columns> runs;  // sums of all rows up to these two
+    std::vector<Columns> rim;   // sums of these two rows alone
 };
 
 // The disc, its weights summing to one: two rows for each distance.
@@ -89,7 +91,7 @@ class DiscStage : public Stage {
                 if (distance > 0) AddPair(source.Row(y - distance), source.Row(y + distance), pair, runs, floats);
                 terms.clear();
                 add(runs, rows.runs);
-                // The middle row has no other.
+                // The middle row has no counterpart.
                 add(distance == 0 ? source.Row(y) : pair, rows.rim);
                 AddMirrored(terms.data(), terms.size(), tile.Row(y), used);
             }
@@ -98,7 +100,7 @@ class DiscStage : public Stage {
 
   private:
     Prepared input_;
-    const Disc& disc_;  // of the image, which outlives the rendering
+    const Disc& disc_;  // owned by the image, which outlives the rendering
 };
 
 class DiscImage : public Image {

@@ -1,9 +1,10 @@
 // gaussian.cpp - the Gaussian blur of small radius, and the choice between it and the wide one.
 //
-// Both are separable. The small one sums the neighbors of each pixel in a padded tile.
+// Both are separable. The small blur sums the neighbors of each pixel in a padded tile.
 
 #include <cmath>
 #include <utility>
+#include <vector>
 
 #include "blur/blur.h"
 #include "blur/filters.h"

@@ -3,15 +3,16 @@
 #include "blur/gaussian_weights.h"
 
 #include <cmath>
+#include <cstddef>
 
 #include "blur/kernels.h"
 
 namespace core_image {
 namespace {
 
-// Appends weights at count places from first on, one apart, that sum to one.
+// Appends count weights, at places first, first + 1 and so on, that sum to one.
 void Append(double sigma, double first, std::size_t count, std::vector<float>& weights) {
-    // Why the quotient is squared and not sigma: the square of a very small sigma would be zero.
+    // Why the quotient is squared and not sigma: the square of a very small sigma would underflow to zero.
     const auto bell = [&](std::size_t index) {
         const double distance = (first + static_cast<double>(index)) / sigma;
         return std::exp(-0.5 * distance * distance);
@@ -38,7 +39,7 @@ std::vector<float> GaussianWeightsBetween(double sigma) {
 }
 
 std::vector<float> GaussianInterpolationWeights(int step) {
-    // The pixel lies between the two middle samples, this far behind the first of them.
+    // The pixel lies between the two middle samples, this far after the first of them.
     constexpr double kMiddle = kInterpolationTaps / 2 - 1;
     std::vector<float> weights;
     for (int phase = 0; phase < step; ++phase) {

@@ -1,4 +1,4 @@
-// gaussian_weights.h - sampled Gaussians, each set of weights summing to one.
+// gaussian_weights.h - sampled Gaussians. Each set of weights sums to one.
 
 #pragma once
 
@@ -6,17 +6,17 @@
 
 namespace core_image {
 
-// How many sigma a set of weights reaches: what lies beyond is 1.6 millionths of the whole.
+// A set of weights reaches this many sigma; 1.6 millionths of the Gaussian lie beyond.
 inline constexpr double kGaussianReach = 4.8;
 
-// The weights at distances -reach ... reach, whole numbers; 2 reach + 1 of them.
+// The weights at the whole distances -reach ... reach: 2 reach + 1 of them.
 std::vector<float> GaussianWeights(double sigma);
 
-// The weights of pixel centers around a point between two of them: an even number.
+// The weights of the pixel centers around a point halfway between two of them. Their number is even.
 std::vector<float> GaussianWeightsBetween(double sigma);
 
-// For each phase of a coarse grid with a sample every step pixels, the weights of the samples around a pixel.
-// Sigma is one step.
+// For each phase of a coarse grid that has one sample every step pixels: the weights of the samples around a pixel,
+// with a sigma of one step.
 std::vector<float> GaussianInterpolationWeights(int step);
 
 }  // namespace core_image

@@ -1,4 +1,4 @@
-// kernels.cpp - compiled once for every instruction set; the best one is chosen when first called.
+// kernels.cpp - compiled once per instruction set; the best one is chosen at the first call.
 
 #include "blur/kernels.h"
 
@@ -15,7 +15,7 @@ namespace core_image::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 using OnePixel = hn::FixedTag<float, 4>;
 
-// One or more vectors of every row, summed.
+// Sums one or more vectors over every row.
 template <class D, std::size_t kVectors>
 HWY_INLINE void SumColumns(D d, const float* const* rows, const float* weights, std::size_t rowCount, std::size_t start,
                            float* out) {
@@ -51,7 +51,8 @@ HWY_ATTR void SumRows(const float* const* rows, const float* weights, std::size_
     for (; start < floats; start += 4) SumColumns<OnePixel, 1>(pixel, rows, weights, rowCount, start, out);
 }
 
-// Why four sums: each product waits only for the one four before it. They are always the same four, so the result is, too.
+// Why four sums: each product then waits only for the one four steps before it. The four are always the same, so the
+// result is too.
 HWY_ATTR void ReduceRow(const float* in, const float* weights, std::size_t weightCount, std::size_t step, float* out,
                         std::size_t pixels) {
     const OnePixel d;
@@ -105,7 +106,7 @@ void SumRows(const float* const* rows, const float* weights, std::size_t rowCoun
     HWY_DYNAMIC_DISPATCH(SumRows)(rows, weights, rowCount, out, floats);
 }
 
-// Neighbors are rows, each beginning one pixel after the one before.
+// The rows are neighbors: each begins one pixel after the previous one.
 void SumNeighbors(const float* in, const float* weights, std::size_t weightCount, float* out, std::size_t pixels) {
     std::vector<const float*> rows(weightCount);
     for (std::size_t k = 0; k < weightCount; ++k) rows[k] = in + k * 4;

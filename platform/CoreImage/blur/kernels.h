@@ -1,7 +1,7 @@
-// kernels.h - the inner loops of blurs, in the widest instructions that the processor has.
+// kernels.h - the inner loops of blurs, vectorized for the processor.
 //
-// Pixels are four floats. Every number of a result is summed in the order of its weights whatever stands beside it, so that
-// results do not depend on how an image was cut into tiles.
+// A pixel is four floats. Each result is summed in the order of its weights, whatever its position in a row, so that
+// results do not depend on the tiling.
 // Threads: any.
 
 #pragma once
@@ -10,7 +10,7 @@
 
 namespace core_image {
 
-// How many samples of a coarse row one pixel is interpolated from.
+// The number of coarse samples from which a pixel is interpolated.
 inline constexpr std::size_t kInterpolationTaps = 10;
 
 // out[i] = sum over k of weights[k] * rows[k][i], for a count of floats that is a multiple of four.
@@ -23,8 +23,8 @@ void SumNeighbors(const float* in, const float* weights, std::size_t weightCount
 void ReduceRow(const float* in, const float* weights, std::size_t weightCount, std::size_t step, float* out,
                std::size_t pixels);
 
-// The reverse, in pixels: out[i] is the sum of kInterpolationTaps pixels of in, beginning with number (phase + i) / step, under
-// the weights of phase (phase + i) % step. The weights of one phase follow those of the one before.
+// The reverse, in pixels: out[i] is the sum of kInterpolationTaps pixels of in, starting at index (phase + i) /
+// step, with the weights of phase (phase + i) % step. The weights are stored phase after phase.
 void InterpolateRow(const float* in, const float* weights, std::size_t step, std::size_t phase, float* out,
                     std::size_t pixels);
 

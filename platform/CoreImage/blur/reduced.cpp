@@ -1,7 +1,8 @@
-// reduced.cpp - smaller pictures out of affine maps: halfway between two pixels the bilinear value is their mean.
+// reduced.cpp - reduced images by affine maps: halfway between two pixels the bilinear value is their mean.
 
 #include "blur/reduced.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -12,7 +13,7 @@
 namespace core_image {
 namespace {
 
-// Up to 32 times smaller, every pixel is looked at; beyond, one pixel in each square of means.
+// Up to a factor of 32 every pixel is read; beyond it, only one pixel in each square of means.
 constexpr int kMostMeans = 5;
 constexpr int kMeansOfSparse = 2;
 

@@ -1,7 +1,8 @@
-// reduced.h - smaller pictures for blurs so wide that nobody sees the difference.
+// reduced.h - reduced images for blurs so wide that the loss is invisible.
 //
-// A picture is made smaller by a power of two, blurred, kept, and made as large again. Pixels of the smaller picture are means,
-// up to a factor of 32; beyond that, where a bitmap would have shrunk to little, not all pixels are looked at.
+// An image is reduced by a power of two, blurred, buffered, and enlarged again. Up to a factor of 32 each pixel of
+// the reduced image is the mean of all pixels below it. Beyond that factor, where no bitmap would leave more than a
+// few pixels, some pixels are skipped.
 
 #pragma once
 
@@ -9,13 +10,13 @@
 
 namespace core_image {
 
-// A blur wider than this is taken as this wide: it would only be fainter.
+// Wider blurs are limited to this width; the only difference is that they would be fainter.
 inline constexpr double kWidestBlur = 200000;
 
-// By how much a picture is made smaller.
+// How much an image is reduced.
 struct Reduction {
-    int sparse = 0;  // powers of two by which pixels are left out
-    int means = 0;   // powers of two by which pixels are averaged
+    int sparse = 0;  // log2 of the factor by which pixels are skipped
+    int means = 0;   // log2 of the factor by which pixels are averaged
 
     double Factor() const;
 };
@@ -23,10 +24,10 @@ struct Reduction {
 // The smallest reduction by at least a factor.
 Reduction ReductionFor(double factor);
 
-// The smaller picture.
+// The reduced image.
 ImageRef Reduced(ImageRef input, const Reduction& reduction);
 
-// A smaller picture in full size, cut to an extent.
+// A reduced image enlarged to full size and cropped to an extent.
 ImageRef Enlarged(ImageRef reduced, const Reduction& reduction, const Extent& extent);
 
 }  // namespace core_image

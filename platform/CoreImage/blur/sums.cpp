@@ -1,4 +1,4 @@
-// sums.cpp - compiled once for every instruction set; the best one is chosen when first called.
+// sums.cpp - compiled once per instruction set; the best one is chosen at the first call.
 
 #include "blur/sums.h"
 
@@ -12,7 +12,8 @@ namespace core_image::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-// Calls a function with a vector type and a place for all places of a row: as many whole vectors as there are, then pixels.
+// Calls a function with a vector type and an index for all floats of a row: as many whole vectors as fit, then
+// single pixels.
 template <typename Number, class Function>
 HWY_INLINE void ForEachVector(std::size_t floats, const Function& function) {
     const hn::ScalableTag<Number> wide;
@@ -79,13 +80,13 @@ HWY_ATTR void CombineDoubles(const float* in, double* sum, const float* before, 
 
 HWY_ATTR void SumAlongRow(const float* in, std::size_t width, float scale, float* memory, float* out,
                           std::size_t pixels) {
-    const float* sums = in;  // of so many pixels:
+    const float* sums = in;  // each of this many pixels:
     std::size_t power = 1;
-    const float* partial = in;  // of as many pixels as the lower powers in the width together
+    const float* partial = in;  // of as many pixels as the lower powers of the width together
     std::size_t done = 1;
     while (2 * power <= width) {
         const float* const next = sums + power * kFloatsPerPixel;
-        // In place: what is read lies at or ahead of what is written.
+        // In place: reads are never behind writes.
         ForEachVector<float>((pixels + width - 2 * power) * kFloatsPerPixel, [=](auto d, std::size_t i) HWY_ATTR {
             hn::StoreU(hn::Add(hn::LoadU(d, sums + i), hn::LoadU(d, next + i)), d, memory + i);
         });
@@ -95,7 +96,7 @@ HWY_ATTR void SumAlongRow(const float* in, std::size_t width, float scale, float
         const float* const added = sums + done * kFloatsPerPixel;
         const bool isLast = 2 * power > width;
         const float factor = isLast ? scale : 1;
-        // Written to once: the result lies further away than memory does.
+        // Only the last sum is written to out: unlike the scratch memory it is usually not in the cache.
         float* const to = isLast ? out : memory + (pixels + width - 1) * kFloatsPerPixel;
         ForEachVector<float>(pixels * kFloatsPerPixel, [=](auto d, std::size_t i) HWY_ATTR {
             const auto sum = hn::Add(hn::LoadU(d, partial + i), hn::LoadU(d, added + i));
@@ -114,7 +115,7 @@ HWY_ATTR void AddPair(const float* a, const float* b, float* pair, float* sum, s
     });
 }
 
-// One or more vectors of every pair.
+// Sums one or more vectors over every pair.
 template <class D, std::size_t kVectors>
 HWY_INLINE void AddMirroredAt(D d, const Mirrored* pairs, std::size_t count, std::size_t start, float* out) {
     static_assert(kVectors == 1 || kVectors == 4);

@@ -1,7 +1,7 @@
-// sums.h - sums of runs of pixels, along rows and along columns, in the widest instructions that the processor has.
+// sums.h - sums of consecutive pixels along rows and along columns, vectorized for the processor.
 //
-// Nothing is ever subtracted, so nothing is lost; and every sum is made in the same order wherever a row begins, so that results
-// do not depend on how an image was cut into tiles. Counts of floats are multiples of four.
+// Nothing is ever subtracted, so no precision is lost. Each sum is built in the same order wherever a row begins, so
+// that results do not depend on the tiling. Counts of floats are multiples of four.
 // Threads: any.
 
 #pragma once
@@ -16,10 +16,11 @@
 
 namespace core_image {
 
-// out[i] is the sum of the pixels in[i] ... in[i + width - 1], times scale, for an odd width of 3 and more. Memory has room for the
-// pixels that are read, pixels + width - 1, and for those that are written. None of the three overlap.
+// out[i] is the sum of the pixels in[i] ... in[i + width - 1], times scale, for an odd width of at least 3. The
+// buffers have room for the pixels read, pixels + width - 1, and for those written. None of the three buffers
+// overlap.
 //
-// By doubling: sums of two pixels, of four, of eight; a width is made of the powers of two in it.
+// Sums are doubled: of two pixels, of four, of eight. A width is composed of its powers of two.
 void SumAlongRow(const float* in, std::size_t width, float scale, float* memory, float* out, std::size_t pixels);
 
 // sum += in, and out becomes the sum. Sums are floats or doubles.
@@ -33,28 +34,28 @@ void Combine(const float* in, double* sum, const float* before, float scale, flo
 // pair = a + b, and sum += pair.
 void AddPair(const float* a, const float* b, float* pair, float* sum, std::size_t floats);
 
-// Two rows that are weighed alike.
+// Two rows that have the same weight.
 struct Mirrored {
     const float* left;
     const float* right;
     float weight;
 };
 
-// out += weight * (left + right), for each of some pairs in turn.
+// out += weight * (left + right), for each pair in turn.
 void AddMirrored(const Mirrored* pairs, std::size_t count, float* out, std::size_t floats);
 
-// The remainder of a division rounded downward.
+// The remainder of a division that rounds down.
 inline std::int64_t FloorRemainder(std::int64_t number, std::int64_t divisor) {
     const std::int64_t rest = number % divisor;
     return rest < 0 ? rest + divisor : rest;
 }
 
-// Sums along columns, a row of them at a time: that of number y is of the rows y ... y + height - 1, times scale, summed in Number.
-// For y from first to last in turn, target(y) tells where the row of sums goes, which may be row y itself of what is summed up;
-// then done(y) is called.
+// Sums columns, one row of sums at a time. Row y is the sum of the rows y ... y + height - 1, times scale,
+// accumulated in Number. For each y from first to last, target(y) returns the row to write, which may be input row y
+// itself; then done(y) is called.
 //
-// Rows are divided into blocks as high as the sum, counted from the origin of the plane. A sum is the end of one block and the
-// beginning of the next: one sum from its start to the end of its block, one from the beginning of the next block to its end.
+// Rows are grouped into blocks as high as the sum, counted from the origin of the plane. Each sum is the end of one
+// block plus the beginning of the next: a suffix sum of the first block and a prefix sum of the second.
 template <typename Number, typename Target, typename Done>
 void SumAlongColumns(const View& in, std::int64_t height, float scale, std::int64_t first, std::int64_t last,
                      const Target& target, const Done& done) {
@@ -73,7 +74,7 @@ void SumAlongColumns(const View& in, std::int64_t height, float scale, std::int6
             Accumulate(in.Row(y + height - 1), sum.data(), ends.GetTile().Row(0), floats);
         }
         for (std::int64_t y = from; y <= to; ++y) {
-            // A sum that starts where a block does is that block, and complete.
+            // A sum that starts at the start of a block is that block, so it is complete.
             const float* added = y == block ? zeros.data() : in.Row(y + height - 1);
             Combine(added, sum.data(), ends.Row(y - block), scale, target(y), floats);
             done(y);

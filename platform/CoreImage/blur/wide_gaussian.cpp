@@ -1,13 +1,15 @@
 // wide_gaussian.cpp - reduce, blur, interpolate.
 //
-// Coarse sample X stands for the place X * step + step / 2 of the plane, between two pixels.
+// Coarse sample X lies at X * step + step / 2 in the plane, between two pixels.
 
 #include "blur/wide_gaussian.h"
 
 #include <tbb/parallel_for.h>
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
+#include <vector>
 
 #include "blur/gaussian_weights.h"
 #include "blur/kernels.h"
@@ -20,12 +22,12 @@ namespace {
 constexpr double kWidestSigma = 100000;
 constexpr std::int64_t kLargestStep = 4096;
 
-// More pixels than this are not all looked at, but every n-th in both directions, so that few enough are. No bitmap is that
-// large; a blur as wide as this over a pattern without end could otherwise take for ever.
+// Above this many pixels only every n-th is read in each direction, with n large enough to stay below. No bitmap is
+// that large; but a very wide blur of an infinite pattern could otherwise take forever.
 constexpr double kMostPixels = 1 << 28;
 constexpr double kMostSamples = 1 << 20;
 
-// How many pixels are rendered at a time on the way to the coarse image.
+// The number of pixels rendered at a time on the way to the coarse image.
 constexpr std::int64_t kPixelsPerStrip = 32768;
 
 std::int64_t FloorDivide(std::int64_t number, std::int64_t divisor) {
@@ -39,12 +41,12 @@ std::int64_t StepFor(double sigma) {
     return step;
 }
 
-// The first of the coarse samples that a pixel is interpolated from.
+// The first of the coarse samples from which a pixel is interpolated.
 std::int64_t FirstSample(std::int64_t pixel, std::int64_t step) {
     return FloorDivide(pixel - step / 2, step) - (static_cast<std::int64_t>(kInterpolationTaps) / 2 - 1);
 }
 
-// The coarse samples that a region is interpolated from.
+// The coarse samples from which a region is interpolated.
 Region CoarseRegion(const Region& region, std::int64_t step) {
     const std::int64_t x = FirstSample(region.x, step);
     const std::int64_t y = FirstSample(region.y, step);
@@ -64,21 +66,21 @@ void ForEachRow(const Region& region, const Function& function) {
     tbb::parallel_for(region.y, region.Top(), function);
 }
 
-// Adds up the rows around a place, as far as there are any: weights[k] belongs to row first + k.
+// Sums the existing rows around a place: weights[k] belongs to row first + k.
 void SumRowsAround(const PixelBlock& source, const std::vector<float>& weights, std::int64_t first, float* out) {
     const Region& region = source.GetRegion();
     const std::int64_t from = std::max(first, region.y);
     const std::int64_t to = std::min(first + static_cast<std::int64_t>(weights.size()), region.Top());
     std::vector<const float*> rows;
     for (std::int64_t y = from; y < to; ++y) rows.push_back(source.Row(y));
-    // The rows are a run of the weights; without rows the sum is zero.
+    // The existing rows match a contiguous range of the weights; without rows the sum is zero.
     const std::int64_t skipped = rows.empty() ? 0 : from - first;
     SumRows(rows.data(), weights.data() + skipped, rows.size(), out, source.GetTile().Width() * kFloatsPerPixel);
 }
 
 // The coarse image of an input, blurred by one step: all samples of a region.
 PixelBlock Reduce(const ImageRef& input, const Region& coarse, std::int64_t step) {
-    // Every n-th pixel, and the same in units of n pixels from here on.
+    // Reads every n-th pixel; from here on coordinates are in units of n pixels.
     std::int64_t n = 1;
     const Extent wanted = Extent{static_cast<double>(coarse.x - 5), static_cast<double>(coarse.y - 5),
                                  static_cast<double>(coarse.Right() + 5), static_cast<double>(coarse.Top() + 5)};
@@ -92,7 +94,8 @@ PixelBlock Reduce(const ImageRef& input, const Region& coarse, std::int64_t step
     const auto taps = static_cast<std::int64_t>(weights.size());
     const auto firstTap = [&](std::int64_t sample) { return sample * step + step / 2 - taps / 2; };
 
-    // Left and right, the reach of the weights is kept and transparent where the image ends; above and below it is left out.
+    // To the left and right the reach of the weights is kept, transparent beyond the image; above and below it is
+    // left out.
     const Region columns = {firstTap(coarse.x), firstTap(coarse.y), (coarse.width - 1) * step + taps,
                             (coarse.height - 1) * step + taps};
     Extent present = Divided(input->GetExtent(), static_cast<double>(n));
@@ -121,7 +124,7 @@ PixelBlock Reduce(const ImageRef& input, const Region& coarse, std::int64_t step
     return reduced;
 }
 
-// A Gaussian over coarse samples; samples outside the source are transparent.
+// A Gaussian over coarse samples. Samples outside the source are transparent.
 PixelBlock Blur(const PixelBlock& source, double sigma, const Region& region) {
     const std::vector<float> weights = GaussianWeights(sigma);
     const auto reach = static_cast<std::int64_t>(weights.size() / 2);
@@ -161,7 +164,7 @@ class WideGaussianStage : public Stage {
     }
 
   private:
-    // Where a pixel lies between the two samples around it.
+    // The position of a pixel between the two samples around it.
     std::size_t Phase(std::int64_t pixel) const {
         const std::int64_t place = pixel - step_ / 2;
         return static_cast<std::size_t>(place - FloorDivide(place, step_) * step_);
@@ -178,12 +181,12 @@ std::unique_ptr<const Stage> PrepareWideGaussian(const ImageRef& input, double s
     sigma = std::min(sigma, kWidestSigma);
     const std::int64_t step = StepFor(sigma);
     const double coarseStep = static_cast<double>(step);
-    // Reducing and interpolating blur by one step each; this is what is left, in steps.
+    // Reduction and interpolation blur by one step each; this is the remaining sigma, in steps.
     const double coarseSigma = std::sqrt(sigma * sigma / (coarseStep * coarseStep) - 2);
     const auto reach = static_cast<std::int64_t>(std::ceil(kGaussianReach * coarseSigma));
 
     const Region wanted = CoarseRegion(region, step);
-    // Samples further from the image than the reach of the reduction are transparent and left out.
+    // Samples farther from the image than the reach of the reduction are transparent, so they are left out.
     const Extent present = Divided(input->GetExtent(), coarseStep).GrownBy(std::ceil(kGaussianReach) + 1);
     const Region needed = Clip(wanted.GrownBy(reach), present);
     PixelBlock blurred(wanted);

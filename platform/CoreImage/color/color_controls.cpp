@@ -1,13 +1,14 @@
 // color_controls.cpp - saturation, contrast and brightness as one linear map.
 //
-// Of an unpremultiplied color v with luminance L: v1 = L + saturation (v - L); v2 = contrast (v1 - 0.5) + 0.5 + brightness.
-// Nothing is clipped.
+// For an unpremultiplied color v with luminance L: v1 = L + saturation (v - L); v2 = contrast (v1 - 0.5) + 0.5 +
+// brightness. Nothing is clipped.
 
 #include <utility>
 
 #include "color/color_matrix.h"
 #include "color/filters.h"
 #include "core/luminance.h"
+#include "core/point.h"
 
 namespace core_image {
 

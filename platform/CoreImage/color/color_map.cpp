@@ -1,8 +1,8 @@
-// color_map.cpp - a color for every brightness, out of a picture.
+// color_map.cpp - maps brightness to the colors of a picture.
 //
-// The lowest row of the gradient image is rendered once, before the first tile. Luminance 0...1 runs along its whole width:
-// a place there lies between the middles of two pixels, and beyond the outermost middles the color stays. Between the pixels of
-// a picture lies the mean of what is stored, which is decoded afterwards.
+// The lowest row of the gradient image is rendered once, before the first tile. Luminance 0...1 runs along its whole
+// width: a position there lies between the centers of two pixels; beyond the outermost centers the color is
+// constant. Between the pixels of a picture the stored numbers are interpolated, and decoded afterwards.
 
 #include <algorithm>
 #include <utility>
@@ -21,7 +21,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
 
-// Behind the last texel its like must follow.
+// The last texel must be followed by a copy of it.
 HWY_ATTR void MapRun(const float* texels, std::size_t width, float* blocks, std::size_t count) {
     HWY_ALIGN std::int32_t cells[kBlockPixels];
     HWY_ALIGN float shares[kBlockPixels];
@@ -48,10 +48,10 @@ namespace {
 
 HWY_EXPORT(MapRun);
 
-// Why a limit: luminance does not tell more places apart, and a row must fit into memory.
+// Why a limit: luminance does not resolve more positions, and a row must fit into memory.
 constexpr double kWidestGradient = 1 << 20;
 
-// A row of texels, the last of them twice, and whether what is found among them is decoded.
+// A row of texels, the last one twice, and whether interpolated texels have to be decoded.
 class Map : public PointFunction {
   public:
     explicit Map(const ImageRef& gradient, const Region& row)
@@ -92,8 +92,8 @@ class MapImage : public Image {
 
 }  // namespace
 
-// CIColorMap: the color that inputGradientImage has in its lowest row, where luminance runs along its width from 0 to 1. Null for
-// a gradient image that is empty or infinite.
+// CIColorMap: the color in the lowest row of inputGradientImage, along whose width luminance runs from 0 to 1.
+// Returns null for a gradient image that is empty or infinite.
 ImageRef ColorMap(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     ImageRef gradient = inputs.GetImage("inputGradientImage");

@@ -1,4 +1,4 @@
-// color_matrix.cpp - the map itself: a row of it for each channel, compiled once for every instruction set.
+// color_matrix.cpp - multiplies pixels by the matrix, one row per channel; compiled once per instruction set.
 
 #include "color/color_matrix.h"
 

@@ -1,7 +1,7 @@
 // color_matrix.h - colors as a linear map of premultiplied pixels.
 //
-// An offset of unpremultiplied colors is a multiple of alpha of premultiplied ones, so a filter that is a matrix and an offset
-// needs no division by alpha: its offset is the column for alpha.
+// An offset of unpremultiplied colors is a multiple of alpha in premultiplied ones. So a filter that is a matrix
+// plus an offset need not divide by alpha: its offset is the column for alpha.
 
 #pragma once
 
@@ -20,7 +20,7 @@ class MatrixFunction : public PointFunction {
 
     void ApplyToRun(float* blocks, std::size_t count) const override;
 
-    // The product with another matrix, unless numbers may grow so large that they are limited between the two.
+    // The product with another matrix; null if numbers might have to be limited between the two.
     std::unique_ptr<const PointFunction> After(const PointFunction& first) const override;
 
   private:

@@ -1,7 +1,7 @@
 // cube.cpp - the cube filters: the plain one, and the one whose table is in a color space of its own.
 //
-// The second is three steps, since dividing by alpha and multiplying by it again between them changes nothing: encode, look up,
-// decode.
+// The second is three steps: encode, look up, decode. Each divides by alpha and multiplies again, which cancels out
+// between them.
 
 #include <algorithm>
 #include <utility>
@@ -10,6 +10,7 @@
 #include "color/filters.h"
 #include "core/color_matching.h"
 #include "core/point.h"
+#include "core/transfer.h"
 
 namespace core_image {
 namespace {
@@ -40,7 +41,7 @@ class Decoding : public PointFunction {
     void ApplyToRun(float* blocks, std::size_t count) const override { DecodeClipped(blocks, count); }
 };
 
-// The cube of a filter; null for a dimension that none has, and for data too short for it.
+// The cube of a filter; null for an unsupported dimension or too little data.
 std::unique_ptr<const Cube> ReadCube(const Inputs& inputs) {
     const double number = inputs.GetNumber("inputCubeDimension");
     if (number < kSmallestDimension || number >= kLargestDimension + 1) return nullptr;
@@ -53,10 +54,11 @@ std::unique_ptr<const Cube> ReadCube(const Inputs& inputs) {
 
 }  // namespace
 
-// CIColorCube and CIColorCubeWithColorSpace: the color that inputCubeData, a table of inputCubeDimension texels each way, holds
-// for a pixel's. Texels are premultiplied red, green, blue and alpha; red runs fastest, blue slowest. A color, divided by alpha
-// and clipped to 0...1, lies between eight of them, whose mean by distance is multiplied by the pixel's alpha. The second filter
-// looks colors up, and takes what it finds, encoded in inputColorSpace. Null for data too short.
+// CIColorCube and CIColorCubeWithColorSpace: replace each color by that in inputCubeData, a table of
+// inputCubeDimension texels in each direction. Texels are premultiplied red, green, blue and alpha; red varies
+// fastest, blue slowest. A color, divided by alpha and clipped to 0...1, is interpolated linearly between eight
+// texels; the result is multiplied by the pixel's alpha. The second filter encodes colors in inputColorSpace before
+// the lookup and decodes the result. Returns null for too little data.
 ImageRef ColorCube(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     std::unique_ptr<const Cube> cube = ReadCube(inputs);

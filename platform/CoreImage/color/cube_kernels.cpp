@@ -1,4 +1,4 @@
-// cube_kernels.cpp - the inner loops of cubes, compiled once for every instruction set.
+// cube_kernels.cpp - the inner loops of cubes, compiled once per instruction set.
 
 #include "color/cube_kernels.h"
 
@@ -12,21 +12,21 @@
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
 
-// Added to a number of 0...255, it rounds it to a whole one.
+// Adding this to a number of 0...255 rounds it to an integer.
 constexpr float kRounding = 8388608;
 
-// The level of a byte, 0...255, to which a number is rounded, plus kRounding; of what is no number that of 0.
+// The level of a byte, 0...255, to which a number is rounded, plus kRounding; the level of 0 for NaN.
 //
-// Why here and not once for all: a table is larger than many a picture, and few of its texels may be looked at.
+// Why here and not once in advance: a table is larger than many pictures, and only a few of its texels may be read.
 template <class V>
 HWY_INLINE V RoundedLevel(V number) {
     const hn::DFromV<V> d;
-    // In this order the larger of what is no number and 0 is 0.
+    // In this order the maximum of NaN and 0 is 0.
     const V bounded = hn::Min(hn::Max(number, hn::Zero(d)), hn::Set(d, 1.0f));
     return hn::MulAdd(bounded, hn::Set(d, 255.0f), hn::Set(d, kRounding));
 }
 
-// The level at a share of the way from one number to another, each rounded.
+// The interpolated level between two numbers, each rounded.
 template <class V>
 HWY_INLINE V LevelBetween(V from, V to, float share) {
     const hn::DFromV<V> d;
@@ -47,7 +47,7 @@ HWY_ATTR void LookUpCube(const float* texels, int dimension, float* blocks, std:
             hn::Store(hn::Sub(place, cell), WideTag(), shares[axis] + pixel);
             return cell;
         };
-        // Exact, since there are fewer floats in a table than whole numbers that floats hold.
+        // Exact, since a table has fewer floats than the integers that a float represents exactly.
         const Wide row = hn::MulAdd(cellOf(c.blue, 2), Constant(edge), cellOf(c.green, 1));
         const Wide cell = hn::MulAdd(row, Constant(4 * edge), hn::Mul(cellOf(c.red, 0), Constant(4)));
         const hn::RebindToSigned<WideTag> integers;

@@ -1,4 +1,4 @@
-// cube_kernels.h - the inner loops of cubes, in the widest instructions that the processor has. Threads: any.
+// cube_kernels.h - the inner loops of cubes, vectorized for the processor. Threads: any.
 
 #pragma once
 
@@ -6,10 +6,10 @@
 
 namespace core_image {
 
-// Replaces colors by what a table of dimension^3 texels, each number rounded to a byte, holds for them; see color.h.
+// Replaces colors by those of a table of dimension^3 texels, whose numbers are rounded to bytes; see cube.cpp.
 void LookUpCube(const float* texels, int dimension, float* blocks, std::size_t count);
 
-// Encode and decode colors, divided by alpha and clipped to 0...1, by the curve of sRGB.
+// Encode and decode colors, divided by alpha and clipped to 0...1, with the sRGB curve.
 void EncodeClipped(float* blocks, std::size_t count);
 void DecodeClipped(float* blocks, std::size_t count);
 

@@ -1,6 +1,7 @@
-// curve_filters.cpp - the filters that bend colors: each reads its parameters and names its formula (formulas.h).
+// curve_filters.cpp - the filters that bend colors: each reads its parameters and selects its formula (formulas.h).
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 #include "color/filters.h"
@@ -20,7 +21,7 @@ std::array<float, kCount> ReadElements(const Inputs& inputs, const char* key) {
 
 }  // namespace
 
-// CIGammaAdjust: colors, 0 at least, to the power of inputPower.
+// CIGammaAdjust: colors, at least 0, raised to inputPower.
 ImageRef GammaAdjust(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     const double power = inputs.GetNumber("inputPower");
@@ -28,8 +29,8 @@ ImageRef GammaAdjust(const Inputs& inputs) {
     return MakeFormulaImage(std::move(input), GammaFormula{Power(power)});
 }
 
-// CIColorClamp: each of red, green, blue and alpha between its elements of inputMinComponents and inputMaxComponents. Infinite
-// where the least alpha is more than 0.
+// CIColorClamp: red, green, blue and alpha, each limited to its elements of inputMinComponents and
+// inputMaxComponents. Infinite where the least alpha is above 0.
 ImageRef ColorClamp(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;
@@ -38,7 +39,7 @@ ImageRef ColorClamp(const Inputs& inputs) {
     return MakeFormulaImage(std::move(input), formula, /*isInfinite=*/formula.lowest[3] > 0);
 }
 
-// CIColorPosterize: each color becomes the nearest of inputLevels evenly spaced ones. One level and less is black.
+// CIColorPosterize: each color becomes the nearest of inputLevels evenly spaced ones. One level or less gives black.
 ImageRef ColorPosterize(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;
@@ -46,7 +47,7 @@ ImageRef ColorPosterize(const Inputs& inputs) {
     return MakeFormulaImage(std::move(input), PosterizeFormula{static_cast<float>(steps)});
 }
 
-// CIColorMonochrome: by inputIntensity towards shades of inputColor, black through the color to white.
+// CIColorMonochrome: moves by inputIntensity towards shades of inputColor, from black through the color to white.
 ImageRef ColorMonochrome(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     const double intensity = inputs.GetNumber("inputIntensity");
@@ -58,7 +59,8 @@ ImageRef ColorMonochrome(const Inputs& inputs) {
                             MonochromeFormula{{color.red, color.green, color.blue}, static_cast<float>(intensity)});
 }
 
-// CIColorPolynomial: each channel under a cubic of its own, alpha too. Infinite where that of alpha has a constant.
+// CIColorPolynomial: a separate cubic for each channel, alpha included. Infinite where the cubic of alpha has a
+// constant.
 ImageRef ColorPolynomial(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;
@@ -71,7 +73,7 @@ ImageRef ColorPolynomial(const Inputs& inputs) {
     return MakeFormulaImage(std::move(input), formula, /*isInfinite=*/k[3][0] != 0);
 }
 
-// CIColorCrossPolynomial: each color is a sum of red, green, blue, their squares, their products and 1.
+// CIColorCrossPolynomial: each color is a weighted sum of red, green, blue, their squares, their products and 1.
 ImageRef ColorCrossPolynomial(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;

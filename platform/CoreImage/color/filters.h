@@ -1,6 +1,6 @@
-// filters.h - the family of filters that change colors where they stand.
+// filters.h - filters that change colors pixel by pixel.
 //
-// Adding one: a function in this folder, named as the filter is without "CI", and a line in the list.
+// Adding one: a function in this folder, named like the filter without "CI", and a line in the list.
 
 #pragma once
 

@@ -1,4 +1,4 @@
-// formulas.cpp - the formulas themselves, compiled once for every instruction set.
+// formulas.cpp - the formulas, compiled once per instruction set.
 
 #include "color/formulas.h"
 
@@ -11,7 +11,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
 
-// Divides by alpha, replaces each channel by what a function makes of it, and multiplies again. Alpha stays.
+// Divides by alpha, replaces each color by a function of it, and multiplies again. Alpha is unchanged.
 template <class Function>
 HWY_INLINE void ChangeEachColor(Colors& c, const Function& function) {
     Unpremultiply(c);
@@ -19,7 +19,7 @@ HWY_INLINE void ChangeEachColor(Colors& c, const Function& function) {
     Premultiply(c);
 }
 
-// The same for colors and alpha, which the function tells apart by their number.
+// The same for colors and alpha; the function receives the channel's index.
 template <class Function>
 HWY_INLINE void ChangeEachChannel(Colors& c, const Function& function) {
     Unpremultiply(c);
@@ -55,13 +55,14 @@ HWY_INLINE void Change(const PosterizeFormula& f, Colors& c) {
     const Wide steps = Constant(f.steps), step = Constant(f.steps > 0 ? 1 / f.steps : 0);
     ChangeEachColor(c, [&](Wide x) HWY_ATTR {
         const Wide level = hn::Floor(hn::MulAdd(x, steps, Constant(0.5f)));
-        // The product may miss the quotient by its last bit; what remains is added, so that white stays white.
+        // The product may differ from the quotient in the last bit; the remainder is added, so that white stays
+        // white.
         const Wide product = hn::Mul(level, step);
         return hn::MulAdd(hn::NegMulAdd(product, steps, level), step, product);
     });
 }
 
-// Why without dividing by alpha: the shade of half the luminance is half the shade, so all of it may stay multiplied.
+// Why not divided by alpha: scaling color and alpha scales the shade equally, so everything stays premultiplied.
 HWY_INLINE void Change(const MonochromeFormula& f, Colors& c) {
     const Wide twice = hn::Mul(Luminance(c), Constant(2));
     const Wide beyond = hn::Sub(twice, c.alpha);
@@ -105,7 +106,7 @@ HWY_INLINE void Change(const CrossPolynomialFormula& f, Colors& c) {
 
 #define CORE_IMAGE_DEFINE(name)                                                                 \
     HWY_ATTR void Apply##name(const name##Formula& formula, float* pixels, std::size_t count) { \
-        ForEachPixel(pixels, count, [&formula](Colors& c) HWY_ATTR { Change(formula, c); });   \
+        ForEachPixel(pixels, count, [&formula](Colors& c) HWY_ATTR { Change(formula, c); });    \
     }
 CORE_IMAGE_COLOR_FORMULAS(CORE_IMAGE_DEFINE)
 #undef CORE_IMAGE_DEFINE

@@ -1,9 +1,9 @@
-// formulas.h - what the filters of this family do to a color, where that is no linear map: their parameters, and the loops
-// that run them over pixels in the widest instructions that the processor has.
+// formulas.h - the nonlinear functions of this family: their parameters, and the loops that run them over pixels,
+// vectorized for the processor.
 //
-// Pixels come premultiplied. "Colors" below are divided by alpha, black where alpha is 0, and multiplied by it again.
+// Pixels are premultiplied. "Colors" below are divided by alpha, black where alpha is 0, and multiplied by it again.
 // Threads:  any.
-// Adding one: a struct here and its line in the list; what it does in formulas.cpp.
+// Adding one: a struct here and its line in the list; its function in formulas.cpp.
 
 #pragma once
 
@@ -17,7 +17,7 @@
 
 namespace core_image {
 
-// Every formula: its struct is called ...Formula.
+// Every formula; its struct is called ...Formula.
 #define CORE_IMAGE_COLOR_FORMULAS(FORMULA) \
     FORMULA(Matrix)                        \
     FORMULA(Gamma)                         \
@@ -27,40 +27,43 @@ namespace core_image {
     FORMULA(Polynomial)                    \
     FORMULA(CrossPolynomial)
 
-// Colors and alpha become rows[channel] * (red, green, blue, alpha) + bias[channel]; alpha is then 0 at least.
+// Colors and alpha become rows[channel] * (red, green, blue, alpha) + bias[channel]; alpha is then at least 0.
 struct MatrixFormula {
     std::array<std::array<float, 4>, 4> rows;
     std::array<float, 4> bias;
 };
 
-// Colors, 0 at least, are raised to a power.
+// Colors, at least 0, are raised to a power.
 struct GammaFormula {
     Power power;
 };
 
-// Colors and alpha are raised to lowest, after they were lowered to highest; alpha is then 0 at least.
+// Colors and alpha are limited first to at most highest, then to at least lowest; alpha is then at least 0.
 struct ClampFormula {
     std::array<float, 4> lowest;
     std::array<float, 4> highest;
 };
 
-// Colors become the nearest of steps + 1 values between 0 and 1, beyond which they go on. No steps: all become black.
+// Colors become the nearest of steps + 1 values between 0 and 1; the spacing continues outside. Without steps all
+// colors become black.
 struct PosterizeFormula {
     float steps;
 };
 
-// Colors move by intensity towards a shade of the color: from black over the color, at luminance one half, to white.
+// Colors move by intensity towards a shade of the color: black at luminance 0, the color at one half, white at 1.
 struct MonochromeFormula {
     std::array<float, 3> color;
     float intensity;
 };
 
-// Colors and alpha x become k[0] + k[1] x + k[2] x^2 + k[3] x^3, with k = coefficients[channel]; alpha is then 0 at least.
+// Colors and alpha x become k[0] + k[1] x + k[2] x^2 + k[3] x^3, with k = coefficients[channel]; alpha is then at
+// least 0.
 struct PolynomialFormula {
     std::array<std::array<float, 4>, 4> coefficients;
 };
 
-// Colors become the sum of coefficients[channel] times red, green, blue, their squares, red green, green blue, blue red and 1.
+// Colors become the sum of coefficients[channel] times red, green, blue, their squares, red green, green blue, blue
+// red and 1.
 struct CrossPolynomialFormula {
     std::array<std::array<float, 10>, 3> coefficients;
 };
@@ -69,7 +72,7 @@ struct CrossPolynomialFormula {
 CORE_IMAGE_COLOR_FORMULAS(CORE_IMAGE_DECLARE)
 #undef CORE_IMAGE_DECLARE
 
-// A formula as the function of an image.
+// A formula as a function of an image.
 template <class Formula>
 class FormulaFunction : public PointFunction {
   public:
@@ -81,7 +84,7 @@ class FormulaFunction : public PointFunction {
     Formula formula_;
 };
 
-// The image of an input under a formula; its extent is the input's, or infinite.
+// The image of an input under a formula. Its extent is the input's, or infinite.
 template <class Formula>
 ImageRef MakeFormulaImage(ImageRef input, const Formula& formula, bool isInfinite = false) {
     const Extent extent = isInfinite ? Extent::Infinite() : input->GetExtent();

@@ -1,7 +1,7 @@
-// linear_filters.cpp - the filters that are a matrix and an offset of linear, unpremultiplied colors.
+// linear_filters.cpp - the filters that are a matrix plus an offset of linear, unpremultiplied colors.
 //
-// What keeps transparent pixels transparent is one matrix of premultiplied pixels (color_matrix.h); only a color matrix that
-// mixes alpha into colors, or colors into alpha, has to divide by alpha.
+// A filter that keeps transparent pixels transparent is one matrix of premultiplied pixels (color_matrix.h). Only a
+// color matrix that mixes alpha into colors, or colors into alpha, has to divide by alpha.
 
 #include <cmath>
 #include <utility>
@@ -10,6 +10,7 @@
 #include "color/filters.h"
 #include "color/formulas.h"
 #include "core/luminance.h"
+#include "core/point.h"
 
 namespace core_image {
 namespace {
@@ -31,14 +32,14 @@ MatrixFormula ReadMatrix(const Inputs& inputs) {
     return formula;
 }
 
-// Whether alpha is only multiplied, and colors are mixed of colors alone.
+// Whether alpha is only scaled, and colors are mixed from colors alone.
 bool KeepsAlphaApart(const MatrixFormula& formula) {
     const auto& alpha = formula.rows[3];
     return formula.rows[0][3] == 0 && formula.rows[1][3] == 0 && formula.rows[2][3] == 0 && alpha[0] == 0 &&
            alpha[1] == 0 && alpha[2] == 0 && alpha[3] >= 0 && formula.bias[3] == 0;
 }
 
-// Such a formula as a map of premultiplied pixels: colors are multiplied by the new alpha, and so is their offset.
+// Such a formula as a map of premultiplied pixels: colors, and their offset, are multiplied by the new alpha.
 MatrixFunction::Columns ColumnsOf(const MatrixFormula& formula) {
     const double alpha = formula.rows[3][3];
     MatrixFunction::Columns columns{};
@@ -70,8 +71,9 @@ ImageRef ColorInvert(const Inputs& inputs) {
     return MakeMatrixImage(std::move(input), {{{-1, 0, 0, 0}, {0, -1, 0, 0}, {0, 0, -1, 0}, {1, 1, 1, 1}}});
 }
 
-// CIColorMatrix: red, green, blue and alpha are each the product of (red, green, blue, alpha) and inputRVector, inputGVector,
-// inputBVector or inputAVector, plus an element of inputBiasVector. Alpha may exceed 1. Infinite where the bias has alpha.
+// CIColorMatrix: red, green, blue and alpha are each the dot product of (red, green, blue, alpha) with inputRVector,
+// inputGVector, inputBVector or inputAVector, plus an element of inputBiasVector. Alpha may exceed 1. Infinite where
+// the bias has alpha.
 ImageRef ColorMatrix(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;
@@ -84,7 +86,7 @@ ImageRef ColorMatrix(const Inputs& inputs) {
     return columns == kIdentity ? input : MakeMatrixImage(std::move(input), columns);
 }
 
-// CIFalseColor: inputColor0 where luminance is 0, inputColor1 where it is 1, and on the straight line through them elsewhere.
+// CIFalseColor: inputColor0 where luminance is 0, inputColor1 where it is 1, and linear in luminance everywhere.
 ImageRef FalseColor(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;

@@ -1,6 +1,6 @@
-// texels-inl.h - looking colors up in tables of pixels, for the inner loops of filters that do.
+// texels-inl.h - color lookup in tables of pixels, for inner loops.
 //
-// Texels are four floats each, one behind the other in memory; two neighbors are loaded at once where vectors are long enough.
+// Texels are four consecutive floats each; two neighbors are loaded at once where vectors are long enough.
 
 #if defined(CORE_IMAGE_TEXELS_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef CORE_IMAGE_TEXELS_INL_H
@@ -17,7 +17,7 @@ namespace core_image::HWY_NAMESPACE {
 using TexelTag = hn::FixedTag<float, 4>;
 using Texel = hn::Vec<TexelTag>;
 
-// What lies at a share of the way from a to b.
+// Interpolates from a to b.
 template <class V>
 HWY_INLINE V Between(V a, V b, float share) {
     return hn::MulAdd(hn::Sub(b, a), hn::Set(hn::DFromV<V>(), share), a);
@@ -29,7 +29,7 @@ using TexelPair = hn::Vec<hn::FixedTag<float, 8>>;
 
 HWY_INLINE TexelPair LoadPair(const float* texels) { return hn::LoadU(hn::FixedTag<float, 8>(), texels); }
 
-// What a function makes of texels, for the first and the second of pairs alike.
+// Applies a function to texels; to both texels of pairs.
 template <class Function, class... Pairs>
 HWY_INLINE TexelPair OfBoth(const Function& function, Pairs... pairs) {
     return function(pairs...);
@@ -62,8 +62,9 @@ HWY_INLINE Texel Between(TexelPair pair, float share) { return Between(pair.firs
 
 #endif
 
-// Replaces the colors of a run block by block: prepare(pixel, Colors) is called for vectors of pixels, numbered within the
-// block, whose colors are divided by alpha; then look(pixel) gives the texel of each. It is multiplied by alpha and a scale.
+// Replaces the colors of a run block by block: prepare(pixel, Colors) is called for vectors of pixels, indexed
+// within the block, whose colors are divided by alpha; then look(pixel) returns the texel of each pixel, which is
+// multiplied by alpha and a scale.
 template <class Prepare, class Look>
 HWY_INLINE void LookUp(float* blocks, std::size_t count, float scale, const Prepare& prepare, const Look& look) {
     for (std::size_t done = 0; done < count; done += kBlockPixels, blocks += 4 * kBlockPixels) {

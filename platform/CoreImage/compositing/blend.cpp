@@ -1,6 +1,7 @@
-// blend.cpp - the loops themselves, compiled once for every instruction set.
+// blend.cpp - the loops, compiled once per instruction set.
 //
-// No mode divides by the alphas: it is computed from colors already multiplied by both (Pair), and comes out so.
+// No mode divides by alpha: it is computed from colors already multiplied by both alphas (Pair), and so is its
+// result.
 
 #include "compositing/blend.h"
 
@@ -16,8 +17,8 @@ namespace core_image::HWY_NAMESPACE {
 using One = std::array<Colors, 1>;
 using Two = std::array<Colors, 2>;
 
-// A color of each image, what each lacks to white, and the product of the two, all multiplied by both alphas; and the product
-// of the alphas.
+// A color of each image, the complement of each to white, and the product of the two colors, all multiplied by both
+// alphas; and the product of the alphas.
 struct Pair {
     Wide source, background;
     Wide sourceLacks, backgroundLacks;
@@ -34,13 +35,13 @@ HWY_INLINE Pair PairOf(Wide source, Wide sourceAlpha, Wide background, Wide back
             hn::Mul(sourceAlpha, backgroundAlpha)};
 }
 
-// Adds what lies outside the other image to what a mode makes of the inside.
+// Adds the parts of each image outside the other to the result of a mode inside both.
 HWY_INLINE Wide WithOutside(Wide inside, Wide source, Wide sourceAlpha, Wide background, Wide backgroundAlpha) {
     const Wide one = Constant(1);
     return hn::MulAdd(hn::Sub(one, backgroundAlpha), source, hn::MulAdd(hn::Sub(one, sourceAlpha), background, inside));
 }
 
-// A blend mode that treats each color by itself.
+// A blend mode that treats each color separately.
 template <class Mode>
 HWY_INLINE void BlendEach(Colors& b, Colors s, const Mode& mode) {
     Clip(b);
@@ -93,14 +94,14 @@ HWY_INLINE void Dodge(Colors& b, const One& others) {
     });
 }
 
-// The largest and the smallest color together: twice the lightness.
+// The largest plus the smallest color: twice the lightness.
 HWY_INLINE Wide TwiceLightness(const Colors& c) {
     return hn::Add(hn::Max(hn::Max(c.red, c.green), c.blue), hn::Min(hn::Min(c.red, c.green), c.blue));
 }
 
-// Hue and saturation stay while colors keep their distance from the lightness in proportion to the room that it leaves on both
-// sides, which is the lightness itself or what it lacks to white.
-HWY_INLINE void Colorise(Colors& b, const One& others) {
+// Keeps hue and saturation: the distance of colors from the lightness is scaled in proportion to the room on both
+// sides of the lightness, which is the lightness itself or its complement to white, whichever is less.
+HWY_INLINE void Colorize(Colors& b, const One& others) {
     Colors s = others[0];
     Clip(b);
     Clip(s);
@@ -119,7 +120,7 @@ HWY_INLINE void Colorise(Colors& b, const One& others) {
          WithOutside(alphas, s.alpha, s.alpha, b.alpha, b.alpha)};
 }
 
-// Goes from the background to the source. At 0 and at 1 it is exactly the one or the other.
+// Goes from the background to the source. At 0 and 1 the result is exactly one of them.
 HWY_INLINE void Mix(Colors& b, const Colors& s, Wide mask) {
     const Wide share = Clamp01(Finite(mask)), rest = hn::Sub(Constant(1), share);
     const auto mix = [&](Wide source, Wide background)
@@ -130,15 +131,15 @@ HWY_INLINE void Mix(Colors& b, const Colors& s, Wide mask) {
 HWY_INLINE void MaskGreen(Colors& b, const Two& others) { Mix(b, others[0], others[1].green); }
 HWY_INLINE void MaskAlpha(Colors& b, const Two& others) { Mix(b, others[0], others[1].alpha); }
 
-// How many other images a blend takes.
+// The number of other images that a blend takes.
 template <std::size_t kCount>
 constexpr std::size_t OthersOf(void (*)(Colors&, const std::array<Colors, kCount>&)) {
     return kCount;
 }
 
-#define CORE_IMAGE_DEFINE(name)                                                                        \
-    HWY_ATTR void name##Row(float* pixels, const float* const* others, std::size_t count) {            \
-        ForEachPlace<OthersOf(&name)>(pixels, others, count,                                           \
+#define CORE_IMAGE_DEFINE(name)                                                                       \
+    HWY_ATTR void name##Row(float* pixels, const float* const* others, std::size_t count) {           \
+        ForEachPlace<OthersOf(&name)>(pixels, others, count,                                          \
                                       [](Colors& c, const auto& given) HWY_ATTR { name(c, given); }); \
     }
 CORE_IMAGE_BLENDS(CORE_IMAGE_DEFINE)

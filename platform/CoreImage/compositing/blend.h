@@ -1,7 +1,7 @@
-// blend.h - what becomes of the pixels of two images, or of two under a mask, in the widest instructions that the processor has.
+// blend.h - how the pixels of two images are combined, or of two under a mask; vectorized for the processor.
 //
-// Pixels come premultiplied. A blend mode sees both images clipped to 0...1 and is a color of two colors, each divided by its
-// alpha; the result is
+// Pixels are premultiplied. A blend mode receives both images clipped to 0...1 and is a function of two colors, each
+// divided by its alpha; the result is
 //
 //     (1 - background alpha) source + (1 - source alpha) background + source alpha * background alpha * mode
 //
@@ -15,16 +15,16 @@
 
 namespace core_image {
 
-// Ways to combine a background, in place, with the other images in their order: a source, and for the last two a mask.
+// Ways to combine a background, in place, with the other images in order: a source, and for the last two a mask.
 #define CORE_IMAGE_BLENDS(BLEND)                                                                          \
     BLEND(Add)        /* source + background, alpha too, nothing clipped */                               \
-    BLEND(Over)       /* source + (1 - source alpha) background, no color clipped */                     \
-    BLEND(Darken)     /* the smaller of each color */                                                    \
-    BLEND(Difference) /* how far each color is from the other */                                         \
+    BLEND(Over)       /* source + (1 - source alpha) background, no color clipped */                      \
+    BLEND(Darken)     /* the smaller of each color */                                                     \
+    BLEND(Difference) /* how far each color is from the other */                                          \
     BLEND(Exclude)    /* source + background - 2 source * background */                                   \
     BLEND(Burn)       /* 1 - (1 - background) / source, 0 at least; white stays white */                  \
     BLEND(Dodge)      /* background / (1 - source), 1 at most; black stays black */                       \
-    BLEND(Colorise)  /* hue and saturation of the source, lightness (max + min) / 2 of the background */ \
+    BLEND(Colorize)   /* hue and saturation of the source, lightness (max + min) / 2 of the background */ \
     BLEND(MaskGreen)  /* background to source, nothing clipped, as the mask's green goes from 0 to 1 */   \
     BLEND(MaskAlpha)  /* the same by the mask's alpha */
 

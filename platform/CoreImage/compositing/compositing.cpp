@@ -1,4 +1,4 @@
-// compositing.cpp - the filters: which images they take, how far they reach, and the blend (blend.h) that they are.
+// compositing.cpp - the filters: their images, extents and blends (blend.h).
 
 #include "compositing/compositing.h"
 
@@ -56,19 +56,20 @@ ImageRef MakeSourceOverImage(ImageRef source, ImageRef background) {
     return MakeBlendedImage(std::move(source), std::move(background), OverRow);
 }
 
-// CIAdditionCompositing: the sum, of alpha too, which may then exceed 1.
+// CIAdditionCompositing: the sum. Alpha is added too, and may then exceed 1.
 ImageRef AdditionCompositing(const Inputs& inputs) { return Compose(inputs, AddRow); }
 
-// The blend modes: where both images are, the mode's own color; where one of them is, that. See blend.h.
-ImageRef ColorBlendMode(const Inputs& inputs) { return Compose(inputs, ColoriseRow); }
+// The blend modes: inside both images the mode's own color, elsewhere the one image there. See blend.h.
+ImageRef ColorBlendMode(const Inputs& inputs) { return Compose(inputs, ColorizeRow); }
 ImageRef ColorBurnBlendMode(const Inputs& inputs) { return Compose(inputs, BurnRow); }
 ImageRef ColorDodgeBlendMode(const Inputs& inputs) { return Compose(inputs, DodgeRow); }
 ImageRef DarkenBlendMode(const Inputs& inputs) { return Compose(inputs, DarkenRow); }
 ImageRef DifferenceBlendMode(const Inputs& inputs) { return Compose(inputs, DifferenceRow); }
 ImageRef ExclusionBlendMode(const Inputs& inputs) { return Compose(inputs, ExcludeRow); }
 
-// CIBlendWithMask, CIBlendWithAlphaMask: from the background to the image as inputMaskImage's green, or alpha, goes from 0 to 1.
-// Reaches over the background and over the image inside the mask. Without a mask it is the background.
+// CIBlendWithMask, CIBlendWithAlphaMask: from the background to the image as inputMaskImage's green, or alpha, goes
+// from 0 to 1. The extent covers the background and the part of the image inside the mask. Without a mask the
+// background is returned.
 ImageRef BlendWithMask(const Inputs& inputs) { return ComposeUnderMask(inputs, MaskGreenRow); }
 ImageRef BlendWithAlphaMask(const Inputs& inputs) { return ComposeUnderMask(inputs, MaskAlphaRow); }
 

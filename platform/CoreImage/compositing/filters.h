@@ -1,8 +1,8 @@
-// filters.h - the family of filters that lay inputImage over inputBackgroundImage.
+// filters.h - filters that combine inputImage with inputBackgroundImage.
 //
-// All reach over both images. Where one of them is missing the other is the result; without either there is none.
+// The extent covers both images. Where one of them is missing the other is the result; without both there is none.
 //
-// Adding one: a function in this folder, named as the filter is without "CI", and a line in the list.
+// Adding one: a function in this folder, named like the filter without "CI", and a line in the list.
 
 #pragma once
 

@@ -1,4 +1,4 @@
-// convolution.cpp - a padded tile under a kernel, some rows at a time.
+// convolution.cpp - a padded tile under a kernel, several rows at a time.
 
 #include "convolution/filters.h"
 
@@ -55,7 +55,7 @@ class ConvolutionStage : public Stage {
 
   private:
     Prepared input_;
-    const Kernel& kernel_;  // of the image, which outlives the rendering
+    const Kernel& kernel_;  // owned by the image, which outlives the rendering
 };
 
 class ConvolvedImage : public Image {
@@ -72,7 +72,8 @@ class ConvolvedImage : public Image {
     Kernel kernel_;
 };
 
-// The image under a kernel of odd width and height. The input itself when only the middle counts, and that as one.
+// The image under a kernel of odd width and height. Returns the input itself when the middle weight is 1 and all
+// others, and the bias, are 0.
 ImageRef Convolution(const Inputs& inputs, std::int64_t width, std::int64_t height) {
     ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;

@@ -1,10 +1,10 @@
-// filters.h - the family of filters that weigh a pixel with its neighbors, weight by weight.
+// filters.h - filters that weight a pixel and its neighbors with given weights.
 //
-// inputWeights go row by row, the topmost first, each from left to right, and are not mirrored: the first weight is for the
-// neighbor up and to the left. inputBias is added. All four premultiplied components are summed; then alpha is kept within 0
-// and 1, and colors within 0 and alpha. With a bias the image has no end.
+// inputWeights are ordered row by row, the topmost first, each from left to right, and are not mirrored: the first
+// weight is for the neighbor up and to the left. inputBias is added. All four premultiplied components are summed;
+// then alpha is limited to 0...1, and colors to 0...alpha. With a bias the image is infinite.
 //
-// Adding one: a function in this folder, named as the filter is without "CI", and a line in the list.
+// Adding one: a function in this folder, named like the filter without "CI", and a line in the list.
 
 #pragma once
 

@@ -1,6 +1,6 @@
-// kernels.cpp - compiled once for every instruction set; the best one is chosen when first called.
+// kernels.cpp - compiled once per instruction set; the best one is chosen at the first call.
 //
-// One function for each height, so that a column's sums stay in registers.
+// There is one function for each height, so that a column's sums stay in registers.
 
 #include "convolution/kernels.h"
 
@@ -18,18 +18,18 @@ namespace core_image::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-// How many vectors are summed side by side: as many as there are registers for.
+// The number of vectors summed side by side: as many as the registers hold.
 constexpr std::size_t kSideBySide = sizeof(void*) == 8 ? 2 : 1;
 
 template <class D>
 HWY_INLINE hn::Vec<D> Limited(D d, hn::Vec<D> sum, float bias) {
     const auto biased = hn::Add(sum, hn::Set(d, bias));
-    // Written so that what is no number becomes 0.
+    // Written so that NaN becomes 0.
     const auto positive = hn::IfThenElseZero(hn::Gt(biased, hn::Zero(d)), biased);
     return hn::Min(positive, hn::Min(hn::Broadcast<3>(positive), hn::Set(d, 1.0f)));
 }
 
-// Some vectors of some rows, from a place on.
+// Sums some vectors of some rows, starting at an index.
 template <class D, std::size_t kHeight, std::size_t kRows, std::size_t kVectors>
 HWY_INLINE void ConvolveAt(D d, const KernelView& kernel, const float* const* in, float* const* out,
                            std::size_t start) {

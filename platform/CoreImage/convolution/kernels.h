@@ -1,7 +1,7 @@
-// kernels.h - the inner loop of convolutions, in the widest instructions that the processor has.
+// kernels.h - the inner loop of convolutions, vectorized for the processor.
 //
-// Every result is summed column by column of its weights, whatever stands beside it, so that results do not depend on how an
-// image was cut into tiles.
+// Every result is summed column by column of its weights, whatever its position in a row, so that results do not
+// depend on the tiling.
 // Threads: any.
 
 #pragma once
@@ -10,10 +10,10 @@
 
 namespace core_image {
 
-// So many rows are made at once at most: a row that is read then serves several that are written.
+// The largest number of rows made at once: each row read then serves several rows written.
 inline constexpr std::size_t kMostConvolved = 4;
 
-// The highest kernel. Heights are odd.
+// The largest height of a kernel. Heights are odd.
 inline constexpr std::size_t kHighestKernel = 9;
 
 // Weights column by column, the leftmost first, each from the lowest up.
@@ -24,10 +24,10 @@ struct KernelView {
     float bias;
 };
 
-// Writes count rows, one or kMostConvolved of them. in[k] is row k of those that are read, height - 1 more than are written, the
-// lowest first: its first pixel is the leftmost neighbor of the first pixel written.
+// Writes count rows, one or kMostConvolved of them. in[k] is row k of the rows read, of which there are height - 1
+// more than rows written, the lowest first. Its first pixel is the leftmost neighbor of the first pixel written.
 //
-// A sum and the bias are kept possible: alpha within 0 and 1, colors within 0 and alpha; what is no number becomes 0.
+// Sums plus bias are limited: alpha to 0...1, colors to 0...alpha; NaN becomes 0.
 void Convolve(const KernelView& kernel, const float* const* in, float* const* out, std::size_t count,
               std::size_t pixels);
 

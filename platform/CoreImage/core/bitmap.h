@@ -1,6 +1,6 @@
-// bitmap.h - bytes in memory: as the source of an image, and as what is rendered into.
+// bitmap.h - bitmaps in memory: as the source of an image, and as the destination of a rendering.
 //
-// The topmost row stands first in memory. A source's lower left pixel is at (0, 0).
+// The topmost row comes first in memory. The lower left pixel of a source is at (0, 0).
 
 #pragma once
 
@@ -13,15 +13,15 @@
 
 namespace core_image {
 
-// How a pixel is laid out: bytes or floats in the order red, green, blue, alpha.
+// The layout of a pixel: bytes or floats in the order red, green, blue, alpha.
 enum class PixelFormat { kBytes, kFloats };
 
-// What the fourth number does to the others.
+// The meaning of the fourth number for the other three.
 enum class Alpha { kStraight, kPremultiplied, kIgnored };
 
 // Pixels to make an image of.
 struct BitmapSource {
-    const void* pixels = nullptr;  // of the topmost row
+    const void* pixels = nullptr;  // the topmost row
     std::size_t width = 0;
     std::size_t height = 0;
     std::size_t bytesPerRow = 0;
@@ -30,29 +30,30 @@ struct BitmapSource {
     Transfer transfer = Transfer::kSRGB;
 };
 
-// Where to render to: premultiplied pixels.
+// The destination of a rendering. Its pixels are premultiplied.
 struct BitmapDestination {
-    void* pixels = nullptr;  // of the topmost row
+    void* pixels = nullptr;  // the topmost row
     std::ptrdiff_t bytesPerRow = 0;
     PixelFormat format = PixelFormat::kBytes;
     Transfer transfer = Transfer::kSRGB;
 };
 
-// The image of a bitmap, whose pixels the owner keeps alive.
+// The image of a bitmap. The image keeps the owner, which keeps the pixels alive.
 ImageRef MakeBitmapImage(const BitmapSource& source, std::shared_ptr<const void> owner);
 
-// How many bytes a pixel takes.
+// The size of a pixel in bytes.
 constexpr std::size_t SizeOfPixel(PixelFormat format) {
     return format == PixelFormat::kBytes ? kFloatsPerPixel : kFloatsPerPixel * sizeof(float);
 }
 
-// Encodes a run in blocks, whose memory is used, into its place in a bitmap that stands for a region.
+// Encodes a run of blocks into its place in a bitmap that covers a region. The blocks are overwritten.
 //
-// Past the cache: for a bitmap larger than that, of which nothing would be found there later. Who writes so flushes before others
-// read. What does not fill a line of memory goes through the cache, so most runs should begin where a line does.
+// pastCache uses non-temporal stores; it is meant for a bitmap larger than the cache. The caller then flushes before
+// others read the bitmap. Partial cache lines are always written through the cache, so most runs should begin on a
+// line.
 void Store(float* blocks, const Run& run, const Region& region, const BitmapDestination& destination, bool pastCache);
 
-// How many pixels lie between a place in such a bitmap and the next beginning of a line of memory.
+// The number of pixels between a place in such a bitmap and the next start of a cache line.
 std::size_t PixelsToLine(const BitmapDestination& destination, const Region& region, std::int64_t x, std::int64_t y);
 
 }  // namespace core_image

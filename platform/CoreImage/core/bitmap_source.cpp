@@ -1,10 +1,14 @@
-// bitmap_source.cpp - decodes the pixels of a bitmap into linear light; compiled once for every instruction set.
+// bitmap_source.cpp - decodes the pixels of a bitmap into linear light; compiled once per instruction set.
 
 #include <cstring>
+#include <memory>
+#include <optional>
 #include <utility>
 
 #include "core/bitmap.h"
 #include "core/color_matching.h"
+#include "core/image.h"
+#include "core/transfer.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "core/bitmap_source.cpp"
@@ -25,7 +29,8 @@ HWY_INLINE Integers ByteOf(Integers pixels, int shift) {
 
 HWY_INLINE Wide FractionOf(Integers byte) { return hn::Mul(hn::ConvertTo(WideTag(), byte), Constant(1.0f / 255)); }
 
-// Linear light of pixels, red in their lowest bits. Tables are those of transfer.h; without any the bytes are linear.
+// The linear light of pixels, which hold red in their lowest bits. The tables are those of transfer.h; null means
+// linear bytes.
 HWY_INLINE Colors Decode(Integers pixels, Alpha kind, const float* plain, const float* premultiplied) {
     const IntegerTag d;
     const Integers alpha = kind == Alpha::kIgnored ? hn::Set(d, 255) : ByteOf(pixels, 24);
@@ -122,7 +127,7 @@ class BitmapStage : public Stage {
                static_cast<std::size_t>(x) * SizeOfPixel(source_.format);
     }
 
-    const BitmapSource& source_;  // of the image, which outlives the rendering
+    const BitmapSource& source_;  // owned by the image, which outlives the rendering
 };
 
 class BitmapImage : public Image {
@@ -146,7 +151,7 @@ class BitmapImage : public Image {
 
   private:
     BitmapSource source_;
-    BitmapSource numbers_;  // the same, its numbers as they are stored
+    BitmapSource numbers_;  // the same source, but its numbers are read as stored
     std::shared_ptr<const void> owner_;
 };
 

@@ -1,11 +1,12 @@
-// bitmap_store.cpp - encodes linear, premultiplied pixels for a bitmap; compiled once for every instruction set.
+// bitmap_store.cpp - encodes linear, premultiplied pixels for a bitmap; compiled once per instruction set.
 //
-// Why unclipped: alpha may exceed 1 between filters. Colors are divided by that alpha and multiplied by it again, and only then
-// is everything clipped; clipping alpha first would change the colors of what was added up.
+// Why nothing is clipped until the end: alpha may exceed 1 between filters. Colors are divided by that alpha and
+// multiplied by it again, and only then is everything clipped. Clipping alpha first would change the colors of sums.
 
 #include <cstring>
 
 #include "core/bitmap.h"
+#include "core/transfer.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "core/bitmap_store.cpp"
@@ -16,14 +17,14 @@
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
 
-// The nearest byte of 0...1, in the lowest bits of an integer; what is no number becomes 0.
+// The nearest byte to a number of 0...1, in the lowest bits of an integer; 0 for NaN.
 HWY_INLINE auto ToByte(Wide value) {
     const Wide positive = hn::IfThenElseZero(hn::Gt(value, Constant(0)), value);
     const Wide scaled = hn::MulAdd(hn::Min(positive, Constant(1)), Constant(255), Constant(0.5f));
     return hn::ConvertTo(hn::RebindToSigned<WideTag>(), scaled);
 }
 
-// Turns blocks into pixels of bytes, in place: red stands in the lowest bits of a pixel.
+// Converts blocks to pixels of bytes, in place. Red is in the lowest bits of a pixel.
 HWY_ATTR void ToBytes(float* blocks, std::size_t count) {
     const hn::RebindToSigned<WideTag> integers;
     auto* to = reinterpret_cast<std::int32_t*>(blocks);
@@ -35,7 +36,7 @@ HWY_ATTR void ToBytes(float* blocks, std::size_t count) {
     }
 }
 
-// Copies whole lines of memory past the cache.
+// Copies whole cache lines with non-temporal stores.
 HWY_ATTR void CopyLines(const std::uint8_t* from, std::size_t bytes, std::uint8_t* to) {
     const hn::ScalableTag<std::uint8_t> d;
     for (std::size_t index = 0; index < bytes; index += hn::Lanes(d)) {
@@ -53,7 +54,7 @@ namespace {
 HWY_EXPORT(ToBytes);
 HWY_EXPORT(CopyLines);
 
-constexpr std::size_t kLine = 64;  // of memory, in bytes
+constexpr std::size_t kLine = 64;  // a cache line, in bytes
 
 void* PlaceIn(const BitmapDestination& destination, const Region& region, std::int64_t x, std::int64_t y) {
     const auto row = static_cast<std::ptrdiff_t>(region.Top() - 1 - y);

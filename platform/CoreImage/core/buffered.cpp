@@ -1,4 +1,4 @@
-// buffered.cpp - a block of pixels, filled on all cores while the stage is made.
+// buffered.cpp - a block of pixels, filled on all cores when the stage is made.
 
 #include "core/buffered.h"
 

@@ -1,4 +1,4 @@
-// buffered.h - images rendered once for a region, where many tiles would each render the same pixels again.
+// buffered.h - images rendered once for a region, where many tiles would otherwise render the same pixels again.
 
 #pragma once
 
@@ -6,10 +6,10 @@
 
 namespace core_image {
 
-// The same image. All that a region needs of it is held in memory while the region is rendered.
+// The same image. While a region is rendered, everything that it needs of the image is held in memory.
 ImageRef MakeBufferedImage(ImageRef input);
 
-// A region of an image, rendered on all cores; transparent where the image is not.
+// A region of an image, rendered on all cores; transparent outside the image.
 PixelBlock RenderBlock(const ImageRef& image, const Region& region);
 
 }  // namespace core_image

@@ -1,4 +1,4 @@
-// color_conversion.cpp - conversions of Little CMS over rows of floats.
+// color_conversion.cpp - applies conversions of Little CMS to rows of floats.
 
 #include "core/color_conversion.h"
 
@@ -20,7 +20,7 @@ namespace {
 constexpr cmsUInt32Number kGrayPixels =
     COLORSPACE_SH(PT_GRAY) | CHANNELS_SH(1) | EXTRA_SH(3) | BYTES_SH(4) | FLOAT_SH(1);
 
-// A profile that is closed in the end.
+// A profile that closes itself.
 using OpenProfile = std::unique_ptr<void, decltype(&cmsCloseProfile)>;
 
 OpenProfile OpenLinearSRGB() {
@@ -36,17 +36,17 @@ OpenProfile OpenLinearSRGB() {
 class ProfileConversion : public ColorConversion {
   public:
     ProfileConversion(cmsHTRANSFORM transform, bool spreadsGray)
-        : transform_(transform, cmsDeleteTransform), spreadsGrey_(spreadsGray) {}
+        : transform_(transform, cmsDeleteTransform), spreadsGray_(spreadsGray) {}
 
     void Convert(float* pixels, std::size_t count) const override {
         cmsDoTransform(transform_.get(), pixels, pixels, static_cast<cmsUInt32Number>(count));
-        for (float* pixel = pixels; spreadsGrey_ && pixel != pixels + 4 * count; pixel += 4)
+        for (float* pixel = pixels; spreadsGray_ && pixel != pixels + 4 * count; pixel += 4)
             pixel[1] = pixel[2] = pixel[0];
     }
 
   private:
     std::unique_ptr<void, decltype(&cmsDeleteTransform)> transform_;
-    bool spreadsGrey_;  // what came out is gray, in the red
+    bool spreadsGray_;  // the output is gray, in red
 };
 
 std::shared_ptr<const ColorConversion> MakeConversion(const std::string& bytes, MatchingDirection direction) {
@@ -58,7 +58,8 @@ std::shared_ptr<const ColorConversion> MakeConversion(const std::string& bytes, 
     const bool isGray = cmsGetColorSpace(own.get()) == cmsSigGrayData;
     if (!isGray && cmsGetColorSpace(own.get()) != cmsSigRgbData) return nullptr;
     const cmsUInt32Number ownPixels = isGray ? kGrayPixels : TYPE_RGBA_FLT;
-    // Why no optimizing: it would replace the formulas by tables that end at 0 and 1. Why no cache: threads share a conversion.
+    // Why not optimized: optimizing would replace formulas by tables that end at 0 and 1. Why no cache: threads
+    // share a conversion.
     constexpr cmsUInt32Number kFlags = cmsFLAGS_NOOPTIMIZE | cmsFLAGS_NOCACHE;
     const bool toLight = direction == MatchingDirection::kToLight;
     cmsHTRANSFORM transform = toLight ? cmsCreateTransform(own.get(), ownPixels, light.get(), TYPE_RGBA_FLT,
@@ -69,7 +70,7 @@ std::shared_ptr<const ColorConversion> MakeConversion(const std::string& bytes, 
     return std::make_shared<ProfileConversion>(transform, isGray && !toLight);
 }
 
-// Whether a conversion to light does what a curve does, to a quarter of a level of eight bits.
+// Whether a conversion to light equals a curve, to within a quarter of an eight-bit level.
 bool IsCurve(const ColorConversion& toLight, float (*curve)(float)) {
     constexpr float kTolerance = 0.001f;
     for (int step = 0; step <= 16; ++step) {

@@ -1,8 +1,10 @@
-// color_conversion.h - colors of an ICC profile to linear light with the primaries of sRGB, and back, by Little CMS.
+// color_conversion.h - converts colors between an ICC profile and linear light with the primaries of sRGB, with
+// Little CMS.
 //
-// Colors are brought over as they are measured relative to white, out-of-range ones too where the profile's curves have a formula.
-// Profiles that say the same as the curve of sRGB, or as no curve at all, are known, so that these take the engine's own way.
-// Lifetime: shared; conversions that were made last are kept for the next who asks for the same.
+// Conversions are relative colorimetric. Out-of-range colors are converted too where the profile's curves are
+// formulas. A profile equivalent to the sRGB curve, or to no curve, is recognized and handled by the engine's own
+// faster code.
+// Lifetime: shared; the most recent conversions are cached.
 // Threads:  any.
 
 #pragma once
@@ -20,7 +22,7 @@ struct Profile {
     std::size_t length = 0;
 };
 
-// What a conversion leads to.
+// The direction of a conversion.
 enum class MatchingDirection { kToLight, kFromLight };
 
 // Converts colors of one profile in one direction.
@@ -28,18 +30,18 @@ class ColorConversion {
   public:
     virtual ~ColorConversion() = default;
 
-    // Converts pixels in place: four floats each, not multiplied by the fourth, which stays.
+    // Converts pixels in place: four floats each. The colors are not premultiplied; the fourth number is unchanged.
     virtual void Convert(float* pixels, std::size_t count) const = 0;
 };
 
-// How the numbers of a bitmap stand for light: by a curve, or as a conversion says where there is one.
+// How the numbers of a bitmap encode light: by a curve, or by a conversion where there is one.
 struct Coding {
     Transfer transfer = Transfer::kSRGB;
     std::shared_ptr<const ColorConversion> conversion;
 };
 
-// The coding of a profile: of red, green and blue, or of gray, which stands in the red and is given to all three. The curve of sRGB
-// for what cannot be understood.
+// The coding of a profile of red, green and blue, or of gray, which is stored in red and copied to all three. A
+// profile that cannot be read gets the sRGB curve.
 Coding CodingOfProfile(const Profile& profile, MatchingDirection direction);
 
 }  // namespace core_image

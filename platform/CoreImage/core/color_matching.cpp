@@ -1,4 +1,4 @@
-// color_matching.cpp - conversions as functions of pixels, and the switch.
+// color_matching.cpp - conversions as point functions, and the switch.
 
 #include "core/color_matching.h"
 
@@ -6,13 +6,14 @@
 #include <utility>
 
 #include "core/point.h"
+#include "core/transfer.h"
 
 namespace core_image {
 namespace {
 
 thread_local bool isSwitchedOff = false;
 
-// Converts runs, and encodes what becomes of them with the curve of sRGB when asked to.
+// Converts runs, and encodes the result with the sRGB curve if asked to.
 class Converting : public PointFunction {
   public:
     Converting(std::shared_ptr<const ColorConversion> conversion, bool encodes)
@@ -24,7 +25,7 @@ class Converting : public PointFunction {
         float* const end = pixels + count * kFloatsPerPixel;
         for (float* pixel = pixels; pixel != end; pixel += kFloatsPerPixel) Scale(pixel, Inverse(pixel[3]));
         conversion_->Convert(pixels, count);
-        // What black and nothing become is not seen: transparent stays transparent black.
+        // Conversions of transparent black are discarded: it stays transparent black.
         for (float* pixel = pixels; pixel != end; pixel += kFloatsPerPixel) Scale(pixel, pixel[3]);
         ToBlocks(pixels, count, blocks);
         if (encodes_) EncodeRun(blocks, count);
@@ -41,7 +42,7 @@ class Converting : public PointFunction {
     bool encodes_;
 };
 
-// Numbers as they are, and what is seen of them.
+// An image that renders its numbers unchanged, or converted, depending on the switch.
 class MatchedImage : public Image {
   public:
     MatchedImage(ImageRef numbers, std::shared_ptr<const ColorConversion> toLight, bool isEncoded)
@@ -55,7 +56,7 @@ class MatchedImage : public Image {
         return (IsMatching() ? seen_ : numbers_)->MakeStage(region);
     }
 
-    // Encoded with the curve of sRGB, since it is by that curve that pictures are decoded.
+    // Encoded with the sRGB curve, because pictures are decoded by that curve.
     ImageRef Encoded() const override {
         return isEncoded_ ? nullptr : std::make_shared<MatchedImage>(numbers_, toLight_, /*isEncoded=*/true);
     }

@@ -1,7 +1,8 @@
-// color_matching.h - images between the space of a profile and the space that filters work in: linear light, primaries of sRGB.
+// color_matching.h - images converted between the space of a profile and the working space of filters: linear light
+// with the primaries of sRGB.
 //
-// Matching may be switched off for a rendering; images then are rendered with the numbers that their bitmaps hold.
-// Threads: images on any thread; a scope belongs to the thread that prepares a rendering.
+// Matching can be switched off for a rendering; images are then rendered with the numbers stored in their bitmaps.
+// Threads: images on any thread; a WithoutMatching scope affects only the thread that prepares the rendering.
 
 #pragma once
 
@@ -12,13 +13,13 @@
 
 namespace core_image {
 
-// An image of a bitmap whose numbers were read as they are, with a conversion to light.
+// The image of a bitmap whose numbers are read unchanged, together with a conversion to light.
 ImageRef MakeMatchedImage(ImageRef numbers, std::shared_ptr<const ColorConversion> toLight);
 
 // An image under a conversion: from light to the numbers of a space, or back.
 ImageRef MakeConvertedImage(ImageRef image, std::shared_ptr<const ColorConversion> conversion);
 
-// Switches matching off, for what this thread prepares while the scope lasts.
+// Switches matching off for everything that this thread prepares within the scope.
 class WithoutMatching {
   public:
     WithoutMatching();
@@ -29,7 +30,7 @@ class WithoutMatching {
     bool before_;
 };
 
-// Whether what this thread prepares is matched.
+// Whether matching is on for what this thread prepares.
 bool IsMatching();
 
 }  // namespace core_image

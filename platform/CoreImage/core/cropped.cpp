@@ -1,4 +1,4 @@
-// cropped.cpp - part of an image. Nothing is computed: the input is asked for less.
+// cropped.cpp - part of an image. Nothing is computed: the input is only asked for less.
 
 #include "core/cropped.h"
 

@@ -7,7 +7,7 @@
 namespace core_image {
 namespace {
 
-// Beyond 2^52 a double no longer holds every whole number and its half.
+// Doubles up to this size, 2^52, hold every whole number and its half.
 constexpr double kFarthestPixel = 4503599627370496.0;
 
 }  // namespace

@@ -1,7 +1,8 @@
-// extent.h - rectangles: where an image is, and which pixels are wanted.
+// extent.h - rectangles: where an image is, and which pixels are requested.
 //
-// Extent: edges at whole numbers or infinity, kept as doubles; intersection and growth need no special cases for infinity.
-// Region: whole pixels, finite, small enough to be held in memory in one direction or the other.
+// Extent: edges at whole numbers or infinity, stored as doubles, so that intersection and growth need no special
+// cases.
+// Region: whole pixels, finite.
 // Pixel (i, j) covers [i, i+1) x [j, j+1); y points up.
 // Threads: plain values.
 
@@ -26,10 +27,10 @@ struct Region {
     bool Contains(std::int64_t pixelX, std::int64_t pixelY) const {
         return pixelX >= x && pixelX < Right() && pixelY >= y && pixelY < Top();
     }
-    Region GrownBy(std::int64_t amount) const {
+    [[nodiscard]] Region GrownBy(std::int64_t amount) const {
         return {x - amount, y - amount, width + 2 * amount, height + 2 * amount};
     }
-    Region Intersection(const Region& other) const {
+    [[nodiscard]] Region Intersection(const Region& other) const {
         const std::int64_t left = std::max(x, other.x);
         const std::int64_t bottom = std::max(y, other.y);
         return {left, bottom, std::min(Right(), other.Right()) - left, std::min(Top(), other.Top()) - bottom};
@@ -37,7 +38,7 @@ struct Region {
     bool operator==(const Region&) const = default;
 };
 
-// Where an image may be other than transparent.
+// The rectangle outside which an image is transparent.
 struct Extent {
     double left = 0;
     double bottom = 0;
@@ -52,17 +53,19 @@ struct Extent {
         return {static_cast<double>(region.x), static_cast<double>(region.y), static_cast<double>(region.Right()),
                 static_cast<double>(region.Top())};
     }
-    // Written so that an edge that is no number makes the extent empty.
+    // Written so that a NaN edge makes the extent empty.
     bool IsEmpty() const { return !(right > left && top > bottom); }
     bool IsInfinite() const { return *this == Infinite(); }
-    Extent GrownBy(double amount) const { return {left - amount, bottom - amount, right + amount, top + amount}; }
-    Extent Intersection(const Extent& other) const {
+    [[nodiscard]] Extent GrownBy(double amount) const {
+        return {left - amount, bottom - amount, right + amount, top + amount};
+    }
+    [[nodiscard]] Extent Intersection(const Extent& other) const {
         const Extent shared = {std::max(left, other.left), std::max(bottom, other.bottom), std::min(right, other.right),
                                std::min(top, other.top)};
         return shared.IsEmpty() ? Extent{} : shared;
     }
-    // The smallest extent that holds both.
-    Extent UnionWith(const Extent& other) const {
+    // The smallest extent that contains both.
+    [[nodiscard]] Extent UnionWith(const Extent& other) const {
         if (IsEmpty()) return other;
         if (other.IsEmpty()) return *this;
         return {std::min(left, other.left), std::min(bottom, other.bottom), std::max(right, other.right),
@@ -71,12 +74,12 @@ struct Extent {
     bool operator==(const Extent&) const = default;
 };
 
-// The pixels that an extent covers. Returns false for an extent that is empty, infinite, or so far from the origin that its
-// pixels could not be counted exactly.
+// The pixels that an extent covers. Returns false for an extent that is empty, infinite, or so far from the origin
+// that its pixels cannot be counted exactly.
 [[nodiscard]] bool RegionOfExtent(const Extent& extent, Region* region) noexcept;
 
 // The pixels of a region that lie in an extent.
-inline Region Clip(const Region& region, const Extent& extent) {
+[[nodiscard]] inline Region Clip(const Region& region, const Extent& extent) {
     const Extent shared = Extent::Of(region).Intersection(extent);
     if (shared.IsEmpty()) return {};
     const auto x = static_cast<std::int64_t>(shared.left);

@@ -1,6 +1,6 @@
-// field.h - endless images computed from the place of each pixel.
+// field.h - infinite images computed from the coordinates of each pixel.
 //
-// Adding one: derive from Field and hand it to MakeFieldImage.
+// Adding one: derive from Field and pass it to MakeFieldImage.
 
 #pragma once
 
@@ -11,12 +11,12 @@
 
 namespace core_image {
 
-// What stands where.
+// A function of the coordinates.
 class Field {
   public:
     virtual ~Field() = default;
 
-    // Writes every pixel of a tile; each depends on its place only.
+    // Writes every pixel of a tile. Each depends only on its coordinates.
     virtual void Render(const Tile& tile) const = 0;
 };
 

@@ -1,4 +1,4 @@
-// image.cpp - what holds for every image: it is transparent outside its extent.
+// image.cpp - common to all images: transparent outside their extent.
 
 #include "core/image.h"
 

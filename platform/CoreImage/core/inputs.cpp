@@ -1,4 +1,4 @@
-// inputs.cpp - reading inputs by key, and making finite what is not.
+// inputs.cpp - reads inputs by key and makes numbers finite.
 
 #include "core/inputs.h"
 
@@ -11,7 +11,7 @@
 namespace core_image {
 namespace {
 
-// A value that arithmetic can rely on; what is no number is 0.
+// A finite number; 0 for NaN.
 double Finite(double value) { return std::isnan(value) ? 0 : std::clamp(value, -kLargestNumber, kLargestNumber); }
 
 }  // namespace

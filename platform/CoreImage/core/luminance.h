@@ -1,4 +1,4 @@
-// luminance.h - how much each linear color adds to brightness.
+// luminance.h - the contribution of each linear color to brightness.
 
 #pragma once
 

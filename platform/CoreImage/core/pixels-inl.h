@@ -1,10 +1,11 @@
 // pixels-inl.h - vectors of pixels for the inner loops of filters that work pixel by pixel.
 //
-// A source file that is compiled once for every instruction set includes this each time. A formula is a function that changes
-// one vector of each channel; ForEachPixel runs it over a run of pixels in blocks (run.h), ForEachPlace with other images
-// beside. What a pixel becomes depends on no other pixel of its image, nor on those that share its vector.
+// A source file that is compiled once per instruction set includes this file each time. A formula is a function that
+// changes one vector per channel; ForEachPixel runs it over a run of pixels in blocks (run.h), ForEachPlace does so
+// with other images alongside. The result for a pixel depends neither on other pixels of its image nor on those in
+// the same vector.
 //
-// Failure: numbers that leave the range of floats come out as the largest that filters work with, what is no number as 0.
+// Failure: numbers outside the range of floats become the largest that filters work with; NaN becomes 0.
 
 #if defined(CORE_IMAGE_PIXELS_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef CORE_IMAGE_PIXELS_INL_H
@@ -36,7 +37,7 @@ struct Colors {
 
 HWY_INLINE Wide Constant(float value) { return hn::Set(WideTag(), value); }
 
-// A number within what filters work with (kLargestNumber); 0 for what is none.
+// A number limited to what filters work with (kLargestNumber); 0 for NaN.
 template <class V>
 HWY_INLINE V Finite(V value) {
     const hn::DFromV<V> d;
@@ -54,13 +55,13 @@ HWY_INLINE V Clamp01(V value) {
 // a / b, and 0 where b is 0.
 HWY_INLINE Wide DivideOrZero(Wide a, Wide b) { return hn::IfThenElseZero(hn::Ne(b, Constant(0)), hn::Div(a, b)); }
 
-// Clips a premultiplied pixel to 0...1: alpha first, then colors to alpha.
+// Clips a premultiplied pixel to 0...1: first alpha, then the colors to alpha.
 HWY_INLINE void Clip(Colors& c) {
     c.alpha = Clamp01(Finite(c.alpha));
     for (Wide* color : {&c.red, &c.green, &c.blue}) *color = hn::Min(hn::Max(Finite(*color), Constant(0)), c.alpha);
 }
 
-// Divides colors by alpha. Transparent pixels become black. Opaque ones, which most pictures consist of, cost a comparison.
+// Divides colors by alpha. Transparent pixels become black. Opaque ones, the most common, cost only a comparison.
 HWY_INLINE void Unpremultiply(Colors& c) {
     if (hn::AllTrue(WideTag(), hn::Eq(c.alpha, Constant(1)))) return;
     const Wide scale = DivideOrZero(Constant(1), c.alpha);
@@ -81,12 +82,12 @@ HWY_INLINE Wide Luminance(const Colors& c) {
     return hn::MulAdd(c.red, Constant(kRed), hn::MulAdd(c.green, Constant(kGreen), hn::Mul(c.blue, Constant(kBlue))));
 }
 
-// Where the red of a pixel of a run is.
+// The index of a pixel's red in the blocks of a run.
 HWY_INLINE std::size_t PlaceInBlocks(std::size_t pixel) {
     return pixel / kBlockPixels * (4 * kBlockPixels) + pixel % kBlockPixels;
 }
 
-// As many pixels of a block as a vector has lanes, from a place among its reds on (run.h).
+// One vector of pixels of a block, from an index among its reds on (run.h).
 HWY_INLINE Colors LoadColors(const float* reds) {
     const WideTag d;
     return {hn::LoadU(d, reds), hn::LoadU(d, reds + kBlockPixels), hn::LoadU(d, reds + 2 * kBlockPixels),
@@ -101,16 +102,16 @@ HWY_INLINE void StoreColors(const Colors& c, float* reds) {
     hn::StoreU(c.alpha, d, reds + 3 * kBlockPixels);
 }
 
-// Numbers whose sizes together are within what filters work with are so each, which costs less to find out.
+// When the sum of the magnitudes is within what filters work with, each number is. This test is cheaper.
 HWY_INLINE void MakeFinite(Colors& c) {
     const Wide all = hn::Add(hn::Add(hn::Abs(c.red), hn::Abs(c.green)), hn::Add(hn::Abs(c.blue), hn::Abs(c.alpha)));
     if (HWY_LIKELY(hn::AllTrue(WideTag(), hn::Le(all, Constant(1e30f))))) return;
     c = {Finite(c.red), Finite(c.green), Finite(c.blue), Finite(c.alpha)};
 }
 
-// Runs a formula over a run in place, given those of other images at the same places, and the number of the first pixel:
-// operator()(Colors&, const Others&, std::size_t pixel).
-// Some of the pixels that fill up the last block are worked on too: a table that is read there is as long as whole blocks.
+// Runs a formula over a run in place, with the pixels of other images at the same places and the index of the first
+// pixel: operator()(Colors&, const Others&, std::size_t pixel).
+// Padding pixels of the last block are processed too: a table indexed by pixel must cover whole blocks.
 template <std::size_t kOthers, class Formula>
 HWY_INLINE void ForEachIndexedPlace(float* blocks, const float* const* others, std::size_t count,
                                     const Formula& formula) {
@@ -125,14 +126,14 @@ HWY_INLINE void ForEachIndexedPlace(float* blocks, const float* const* others, s
     }
 }
 
-// The same without the number: operator()(Colors&, const Others&).
+// The same without the index: operator()(Colors&, const Others&).
 template <std::size_t kOthers, class Formula>
 HWY_INLINE void ForEachPlace(float* blocks, const float* const* others, std::size_t count, const Formula& formula) {
-    ForEachIndexedPlace<kOthers>(
-        blocks, others, count, [&formula](Colors& c, const auto& given, std::size_t) HWY_ATTR { formula(c, given); });
+    ForEachIndexedPlace<kOthers>(blocks, others, count,
+                                 [&formula](Colors& c, const auto& given, std::size_t) HWY_ATTR { formula(c, given); });
 }
 
-// And without other images: operator()(Colors&).
+// The same without other images: operator()(Colors&).
 template <class Formula>
 HWY_INLINE void ForEachPixel(float* blocks, std::size_t count, const Formula& formula) {
     ForEachPlace<0>(blocks, nullptr, count, [&formula](Colors& c, const auto&) HWY_ATTR { formula(c); });

@@ -1,6 +1,6 @@
-// point.cpp - renders the inputs run by run, and runs the functions over each.
+// point.cpp - renders the inputs run by run, and applies the functions to each run.
 //
-// Functions one upon the other are one stage. Inputs that need neighbors are rendered by the tile before the first run.
+// Consecutive functions form one stage. Inputs that need neighbors are rendered as whole tiles before the first run.
 
 #include "core/point.h"
 
@@ -50,7 +50,7 @@ class PointStage : public Stage {
     }
 
     Prepared input_;
-    std::vector<const PointFunction*> functions_;  // of images, which outlive the rendering, or its own
+    std::vector<const PointFunction*> functions_;  // owned by images, which outlive the rendering, or by own_
     std::unique_ptr<const PointFunction> own_;
     bool isPointwise_;
 };
@@ -79,10 +79,10 @@ class PointImage : public Image {
     std::unique_ptr<const PointFunction> function_;
 };
 
-// An input that is there twice is rendered once.
+// Renders an input that is used twice only once.
 class CombiningStage : public Stage {
   public:
-    // Places tell of each image which of the inputs it is; the first is the first.
+    // places[i] is image i's index into inputs; places[0] is 0.
     CombiningStage(std::vector<Prepared> inputs, std::vector<std::size_t> places, const CombiningFunction& function)
         : inputs_(std::move(inputs)), places_(std::move(places)), function_(function) {
         for (std::size_t index = 0; index < inputs_.size(); ++index) {
@@ -120,7 +120,7 @@ class CombiningStage : public Stage {
     }
 
   private:
-    // Inputs that are not pointwise stand in tiles.
+    // Inputs that are not pointwise are in tiles.
     void Combine(const Run& run, float* blocks, float* spare, const Tile* tiles) const {
         float* runs[kMostCombined] = {blocks};
         for (std::size_t index = 0; index < inputs_.size(); ++index) {
@@ -144,10 +144,10 @@ class CombiningStage : public Stage {
     std::vector<bool> arePointwise_;
     std::size_t spareRuns_ = 0;
     bool isPointwise_ = false;
-    const CombiningFunction& function_;  // of the image, which outlives the rendering
+    const CombiningFunction& function_;  // owned by the image, which outlives the rendering
 };
 
-// How large the recipes of some images are together.
+// The combined depth of several images.
 Depth DepthOf(const std::vector<ImageRef>& images) {
     Depth depth;
     for (const ImageRef& image : images) depth = depth.With(image->GetDepth());

@@ -1,8 +1,9 @@
-// point.h - images computed pixel by pixel, where the pixel stands.
+// point.h - images computed pixel by pixel, in place.
 //
-// Functions work on runs in blocks (run.h), as ForEachPixel and ForEachPlace do (pixels-inl.h): a chain of them runs through the
-// cache nearest to the core, not through memory.
-// Adding one: derive from PointFunction and hand it to MakePointImage; for more than one input, from CombiningFunction.
+// Functions work on runs in blocks (run.h), as ForEachPixel and ForEachPlace do (pixels-inl.h). A chain of functions
+// thus runs through the cache nearest to the core, not through memory.
+// Adding one: derive from PointFunction and pass it to MakePointImage; for more than one input, derive from
+//             CombiningFunction.
 
 #pragma once
 
@@ -14,36 +15,36 @@
 
 namespace core_image {
 
-// What becomes of a pixel.
+// A function of a pixel.
 class PointFunction {
   public:
     virtual ~PointFunction() = default;
 
-    // Replaces a run in place. In an image no larger than its input transparent black must stay transparent black.
+    // Replaces a run in place. In an image no larger than its input, transparent black must stay transparent black.
     virtual void ApplyToRun(float* blocks, std::size_t count) const = 0;
 
-    // One function that does what another and then this one do; null where there is none.
+    // One function equivalent to another followed by this one; null if there is none.
     virtual std::unique_ptr<const PointFunction> After(const PointFunction&) const { return nullptr; }
 };
 
-// What becomes of the pixels of several images at one place.
+// A function of the pixels of several images at one place.
 class CombiningFunction {
   public:
     virtual ~CombiningFunction() = default;
 
-    // Replaces a run of the first image in place, given those of the others, some of which may be the same memory. Transparent
-    // black everywhere must stay so.
+    // Replaces a run of the first image in place, given those of the others, some of which may share memory.
+    // Transparent black in all images must give transparent black.
     virtual void ApplyToRun(float* blocks, const float* const* others, std::size_t count) const = 0;
 };
 
-// The image of an input under a function; its extent is the input's, or the one given.
+// The image of an input under a function. Its extent is the input's, or the given one.
 ImageRef MakePointImage(ImageRef input, std::unique_ptr<const PointFunction> function);
 ImageRef MakePointImage(ImageRef input, std::unique_ptr<const PointFunction> function, const Extent& extent);
 
-// The stage of a prepared input under a function, for images that can make theirs only for a rendering.
+// The stage of a prepared input under a function, for images whose function depends on the rendering.
 std::unique_ptr<const Stage> MakePointStage(Prepared input, std::unique_ptr<const PointFunction> function);
 
-// The most images that one function combines.
+// The largest number of images that one function combines.
 inline constexpr std::size_t kMostCombined = 3;
 
 // The image of two or more inputs, at most kMostCombined, under a function.

@@ -1,6 +1,7 @@
-// power-inl.h - powers of vectors of numbers, and the curve of sRGB made of them.
+// power-inl.h - powers of vectors of numbers, and the sRGB curve made of them.
 //
-// Accuracy: a relative error below 2e-7 times the size of the result's logarithm to base two, and no less than 4e-7.
+// Accuracy: the relative error is below 2e-7 times the magnitude of the result's base-two logarithm, or 4e-7 if that
+//           is larger.
 
 #if defined(CORE_IMAGE_POWER_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef CORE_IMAGE_POWER_INL_H
@@ -15,10 +16,10 @@
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
 
-// 2 to a power within -126 ... 126; those beyond are taken as these.
+// 2 to the power of an exponent, which is limited to -126 ... 126.
 HWY_INLINE Wide PowerOfTwo(Wide exponent) {
     const hn::RebindToSigned<WideTag> integers;
-    // Added to a number, it leaves the nearest whole one in the lowest bits.
+    // Adding this number leaves the nearest integer in the lowest bits.
     constexpr float kRounding = 12582912;
     const Wide bounded = hn::Max(hn::Min(exponent, Constant(126)), Constant(-126));
     const Wide rounded = hn::Add(bounded, Constant(kRounding));
@@ -31,16 +32,16 @@ HWY_INLINE Wide PowerOfTwo(Wide exponent) {
     return hn::BitCast(WideTag(), hn::Add(hn::BitCast(integers, sum), bits));
 }
 
-// 1 / x, in a third of the time that a division takes: an estimate of eleven bits, mended.
+// 1 / x in a third of the time of a division: an estimate of eleven bits, refined.
 HWY_INLINE Wide Reciprocal(Wide x) {
     const Wide estimate = hn::ApproximateReciprocal(x);
     return hn::MulAdd(estimate, hn::NegMulAdd(x, estimate, Constant(1)), estimate);
 }
 
-// A number from 0 on to a power.
+// A number of 0 or more raised to a power.
 HWY_INLINE Wide ToPower(Wide base, const Power& power) {
     const hn::RebindToSigned<WideTag> integers;
-    constexpr int kRootOfHalf = 0x3f3504f3;  // the float's own bits
+    constexpr int kRootOfHalf = 0x3f3504f3;  // the float's bit pattern
     const Wide normal = hn::Max(base, Constant(1.17549435e-38f));
     const auto bits = hn::BitCast(integers, normal);
     const auto e = hn::ShiftRight<23>(hn::Sub(bits, hn::Set(integers, kRootOfHalf)));
@@ -56,7 +57,7 @@ HWY_INLINE Wide ToPower(Wide base, const Power& power) {
     return hn::IfThenElse(hn::Gt(base, Constant(0)), result, Constant(power.ofZero));
 }
 
-// The curve of sRGB from 0 on, there and back.
+// The sRGB curve for numbers of 0 or more, in both directions.
 HWY_INLINE Wide Encoded(Wide linear) {
     static constexpr Power kPower(1 / 2.4);
     const Wide curve = hn::MulAdd(ToPower(linear, kPower), Constant(1.055f), Constant(-0.055f));

@@ -1,10 +1,10 @@
-// power.h - an exponent made ready for the inner loops (power-inl.h).
+// power.h - an exponent prepared for the inner loops (power-inl.h).
 
 #pragma once
 
 namespace core_image {
 
-// What a number from 0 on is to be raised to.
+// An exponent for numbers of 0 or more.
 struct Power {
     explicit constexpr Power(double value)
         : exponent(static_cast<float>(value)),
@@ -13,7 +13,7 @@ struct Power {
                              : 1) {}
 
     float exponent;
-    float ofZero;  // 0 raised to it
+    float ofZero;  // the result for 0
 };
 
 }  // namespace core_image

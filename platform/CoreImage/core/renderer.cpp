@@ -1,6 +1,10 @@
-// renderer.cpp - blocks in turn, tiles in parallel; what is pointwise, run by run straight into the bitmap.
+// renderer.cpp - blocks one after the other, their tiles in parallel; pointwise images run by run straight into the
+// bitmap.
 
 #include "core/renderer.h"
+#include "core/transfer.h"
+
+#include <algorithm>
 
 #include <hwy/cache_control.h>
 #include <tbb/parallel_for.h>
@@ -8,10 +12,10 @@
 namespace core_image {
 namespace {
 
-// How many pieces of a length cover a whole.
+// The number of pieces of a length that cover a whole.
 std::int64_t Pieces(std::int64_t whole, std::int64_t piece) { return (whole + piece - 1) / piece; }
 
-// A piece of a region, lowest row first; index chooses the piece.
+// The piece of a region at an index; the lowest row comes first.
 Region Piece(const Region& whole, std::int64_t width, std::int64_t height, std::int64_t index) {
     const std::int64_t columns = Pieces(whole.width, width);
     return whole.Intersection({whole.x + index % columns * width, whole.y + index / columns * height, width, height});
@@ -21,7 +25,7 @@ std::int64_t PieceCount(const Region& whole, std::int64_t width, std::int64_t he
     return Pieces(whole.width, width) * Pieces(whole.height, height);
 }
 
-// What is larger is written past the cache: it would push out of it what is read, and itself.
+// Larger outputs use non-temporal stores so that they do not evict the input.
 constexpr std::uint64_t kCacheSize = 16 << 20;
 
 std::uint64_t SizeOf(const Region& region, const BitmapDestination& destination) {
@@ -29,13 +33,13 @@ std::uint64_t SizeOf(const Region& region, const BitmapDestination& destination)
            SizeOfPixel(destination.format);
 }
 
-// Whether a bitmap holds pixels as tiles do, so that they can be rendered where they belong.
+// Whether a bitmap has the same layout as a tile, so that tiles can be rendered into it directly.
 bool HoldsTiles(const BitmapDestination& destination) {
     return destination.format == PixelFormat::kFloats && destination.transfer == Transfer::kLinear &&
            destination.bytesPerRow % static_cast<std::ptrdiff_t>(sizeof(float)) == 0;
 }
 
-// The part of such a bitmap, which stands for a region, that a piece of the region is.
+// The part of such a bitmap, which covers a region, that belongs to a piece of the region.
 Tile TileOf(const BitmapDestination& destination, const Region& region, const Region& piece) {
     const std::ptrdiff_t floatsPerRow = destination.bytesPerRow / static_cast<std::ptrdiff_t>(sizeof(float));
     float* lowest =
@@ -43,7 +47,7 @@ Tile TileOf(const BitmapDestination& destination, const Region& region, const Re
     return Tile{region, lowest, -floatsPerRow}.Part(piece);
 }
 
-// Renders a piece of a region run by run. From the first line of memory on, runs begin where lines do.
+// Renders a piece of a region run by run. All runs but the first begin on a cache line.
 void RenderRuns(const Prepared& prepared, const Region& region, const Region& piece,
                 const BitmapDestination& destination) {
     const bool pastCache = SizeOf(region, destination) > kCacheSize;
@@ -61,7 +65,7 @@ void RenderRuns(const Prepared& prepared, const Region& region, const Region& pi
     if (pastCache) hwy::FlushStream();
 }
 
-// Renders a piece of a region by way of memory of its own.
+// Renders a piece of a region by way of its own memory.
 void RenderAndStore(const Prepared& prepared, const Region& region, const Region& piece,
                     const BitmapDestination& destination) {
     const PixelBlock pixels(piece);
@@ -81,7 +85,7 @@ void Render(const ImageRef& image, const Region& region, const BitmapDestination
         const Region block = Piece(region, cut.blockEdge, cut.blockEdge, index);
         const Prepared prepared = Prepare(image, block);
         const bool isPointwise = prepared.IsPointwise();
-        // Rows are long where nothing but runs is held of them.
+        // Rows are long when only runs of them are held in memory.
         const std::int64_t width = isPointwise ? block.width : cut.tileWidth;
         const std::int64_t height = std::max<std::int64_t>(1, cut.tileWidth * cut.tileHeight / width);
         tbb::parallel_for<std::int64_t>(0, PieceCount(block, width, height), [&](std::int64_t tileIndex) {

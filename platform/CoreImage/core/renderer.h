@@ -1,9 +1,9 @@
-// renderer.h - walks an image by tiles, on all cores.
+// renderer.h - renders an image by tiles, on all cores.
 //
-// The wanted region is cut into blocks; an image is prepared for one block after the other, which bounds the memory that
-// prepared stages hold. The tiles of a block are rendered and stored side by side by as many threads as there are; a bitmap of
-// linear floats is rendered into directly.
-// The result does not depend on either size, nor on the number of threads.
+// The region is cut into blocks. An image is prepared for one block after the other, which bounds the memory that
+// prepared stages hold. The tiles of a block are rendered and stored in parallel; a bitmap of linear floats is
+// rendered into directly.
+// The result depends neither on these sizes nor on the number of threads.
 
 #pragma once
 
@@ -12,11 +12,11 @@
 
 namespace core_image {
 
-// How the work is cut.
+// How the work is divided.
 struct Cut {
     std::int64_t blockEdge = 4096;  // a wide blur then holds 64 MB, and 256 MB while it is prepared
     std::int64_t tileWidth =
-        256;  // a tile and its padding stay in a core's own cache; pointwise, one as large of whole rows
+        256;  // a tile and its padding fit a core's own cache; if pointwise, this many pixels as whole rows
     std::int64_t tileHeight = 64;
 };
 

@@ -1,4 +1,4 @@
-// run.cpp - the two forms of pixels, one into the other; compiled once for every instruction set.
+// run.cpp - converts between the two forms of pixels; compiled once per instruction set.
 
 #include "core/run.h"
 
@@ -18,13 +18,13 @@ namespace core_image::HWY_NAMESPACE {
 constexpr std::size_t kVectors = kBlockPixels / hn::MaxLanes(WideTag());
 constexpr std::size_t kBlockFloats = kBlockPixels * kFloatsPerPixel;
 
-constexpr std::size_t kLineFloats = 64 / sizeof(float);  // of memory
+constexpr std::size_t kLineFloats = 64 / sizeof(float);  // a cache line
 
-// Pixels are asked for two runs before they are read. Why: while a run is worked on nothing else reads memory, and the
-// processor's own guesses end where a page does. Asking for what lies behind the last pixel does no harm.
+// Prefetches pixels two runs ahead. Why: nothing else reads memory while a run is processed, and the hardware
+// prefetcher stops at page ends. Prefetching beyond the last pixel is harmless.
 constexpr std::size_t kFloatsAhead = 2 * kRunFloats;
 
-// A block is read whole before it is written, since both forms may be at the same place.
+// A block is read completely before it is written, since both forms may be at the same address.
 HWY_INLINE void BlockOf(const float* pixels, float* block) {
     Colors c[kVectors];
     for (std::size_t k = 0; k < kVectors; ++k) {
@@ -53,7 +53,7 @@ HWY_ATTR void ToBlocks(const float* pixels, std::size_t count, float* blocks) {
     }
     if (rest == 0) return;
     HWY_ALIGN float last[kBlockFloats] = {};
-    std::memcpy(last, pixels, rest * sizeof(float));  // they may lie anywhere
+    std::memcpy(last, pixels, rest * sizeof(float));  // may be unaligned
     BlockOf(last, blocks);
 }
 

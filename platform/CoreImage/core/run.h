@@ -1,30 +1,32 @@
-// run.h - pixels channel by channel, as the inner loops of filters want them.
+// run.h - pixels stored channel by channel, as the inner loops of filters need them.
 //
-// A run is a piece of one row. Its pixels are held in blocks of kBlockPixels: first their reds, then greens, blues and alphas.
-// A block takes up the memory of the pixels that it holds, so a run goes from one form to the other in place; the last block
-// is filled up with transparent pixels.
+// A run is a piece of one row. Its pixels are stored in blocks of kBlockPixels: first all reds, then greens, blues
+// and alphas. A block takes exactly the memory of its pixels, so that a run can be converted in place; the last
+// block is padded with transparent pixels.
 // Threads: any.
 
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 
 #include "core/tile.h"
 
 namespace core_image {
 
-// As many as the longest vectors have lanes.
+// The number of lanes of the longest vectors.
 inline constexpr std::size_t kBlockPixels = 16;
 
-// Why so many: calling a function for each costs little, and the shorter a run, the less memory waits while it is worked on.
+// A compromise: with longer runs a function call per run costs less; with shorter runs less memory is in use at
+// once.
 inline constexpr std::size_t kRunPixels = 64;
 inline constexpr std::size_t kRunFloats = kRunPixels * kFloatsPerPixel;
 
-// Where a run is.
+// The place of a run.
 struct Run {
     std::int64_t x = 0;
     std::int64_t y = 0;
-    std::size_t count = 0;  // of pixels, kRunPixels at most
+    std::size_t count = 0;  // of pixels, at most kRunPixels
 
     Region GetRegion() const { return {x, y, static_cast<std::int64_t>(count), 1}; }
 };
@@ -40,7 +42,7 @@ void ForEachRun(const Region& region, const Function& function) {
     }
 }
 
-// Memory for some runs, one behind the other.
+// Memory for several consecutive runs.
 class RunMemory {
   public:
     explicit RunMemory(std::size_t runs) : pixels_({0, 0, static_cast<std::int64_t>(runs * kRunPixels), 1}) {}
@@ -51,7 +53,7 @@ class RunMemory {
     PixelBlock pixels_;
 };
 
-// Turns pixels into blocks, and blocks into pixels. Both may be at the same place.
+// Convert pixels to blocks, and blocks to pixels. Both may be at the same address.
 void ToBlocks(const float* pixels, std::size_t count, float* blocks);
 void FromBlocks(const float* blocks, std::size_t count, float* pixels);
 

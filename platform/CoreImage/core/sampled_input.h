@@ -1,6 +1,6 @@
-// sampled_input.h - an image looked at in places only, for what would otherwise look at more pixels than there is time for.
+// sampled_input.h - samples of an image, for images with more pixels than there is time to read.
 //
-// A grid has a sample in the middle of every cell of stepX by stepY pixels; steps of one give every pixel.
+// The grid has one sample in the middle of every cell of stepX by stepY pixels; steps of one give every pixel.
 // Threads: Render() on many at once.
 
 #pragma once
@@ -18,7 +18,7 @@ class SampledInput {
           stepX_(stepX),
           stepY_(stepY) {}
 
-    // As of a prepared image.
+    // As for a prepared image.
     std::optional<View> Held(const Region& region) const {
         return stepX_ == 1 && stepY_ == 1 ? prepared_.Held(region) : std::nullopt;
     }

@@ -15,9 +15,9 @@ namespace {
 // A cache line, and the widest vector.
 constexpr std::size_t kLine = 64 / sizeof(float);
 
-// From one row to the next. Throws where that is more than can be counted in bytes.
+// The distance from one row to the next. Throws std::bad_alloc when the size overflows.
 //
-// Why an odd number of lines: the pixels of a column would otherwise compete for the same few places of the cache.
+// Why an odd number of lines: otherwise the pixels of a column would compete for the same few cache sets.
 std::size_t FloatsPerRow(const Region& region) {
     constexpr auto kMost = std::numeric_limits<std::size_t>::max() / 2 / sizeof(float);
     const auto width = static_cast<std::uint64_t>(region.width), height = static_cast<std::uint64_t>(region.height);
@@ -30,11 +30,11 @@ std::size_t FloatsPerRow(const Region& region) {
 
 }  // namespace
 
-// Why not the C library's: it gives large blocks back to the system, and clearing them anew takes longer than what is done
-// in them. The address sanitizer, however, watches only that.
+// Why not malloc: it returns large blocks to the system, and the page faults of new ones take longer than the work
+// done in them. The address sanitizer, however, watches only malloc.
 void* AllocateKept(std::size_t bytes) {
     constexpr std::size_t kAlignment = kLine * sizeof(float);
-    // A whole number of lines, as aligned_alloc wants it.
+    // Whole lines, as aligned_alloc requires.
     const std::size_t size = (std::max<std::size_t>(bytes, 1) + kAlignment - 1) / kAlignment * kAlignment;
 #if __has_feature(address_sanitizer)
     void* memory = std::aligned_alloc(kAlignment, size);

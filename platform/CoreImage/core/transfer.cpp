@@ -1,4 +1,4 @@
-// transfer.cpp - the curve, and its tables.
+// transfer.cpp - the curve and its tables.
 
 #include "core/transfer.h"
 
@@ -14,7 +14,7 @@ double Decode(double encoded) {
     return encoded <= 0.04045 ? encoded / 12.92 : std::pow((encoded + 0.055) / 1.055, 2.4);
 }
 
-// The curved part of the decoding from 0 to 1, in equal pieces.
+// The curved part of the decoding function from 0 to 1, in equal pieces.
 struct DecodingTable {
     static constexpr std::size_t kPieces = 4096;
     static constexpr float kStraight = 0.04045f;

@@ -1,6 +1,7 @@
-// transfer.h - the curve of sRGB: encoded values to linear light and back.
+// transfer.h - the sRGB curve: encoded values to linear light and back.
 //
-// Values beyond 0...1 follow the curve, negative ones its mirror image. Bytes are decoded by tables that are made on first use.
+// Values above 1 follow the curve, negative ones its mirror image. Bytes are decoded by tables that are made on
+// first use.
 // Threads: any.
 
 #pragma once
@@ -10,23 +11,24 @@
 
 namespace core_image {
 
-// How numbers stand for light.
+// How numbers encode light.
 enum class Transfer { kLinear, kSRGB };
 
-// Linear light of an encoded value.
+// The linear light of an encoded value.
 float DecodeSRGB(float encoded);
 
-// Decodes pixels, four floats each, whose first three are encoded and multiplied by the fourth. Accurate to 3e-6 of the value.
+// Decodes pixels, four floats each, whose first three are encoded and premultiplied by the fourth. The relative
+// error is at most 3e-6.
 void DecodePremultipliedRow(float* pixels, std::size_t count);
 
-// Encode and decode a run in blocks (run.h) whose colors are multiplied by alpha. Accurate to 1e-6 of the value.
+// Encode and decode a run in blocks (run.h) whose colors are premultiplied. The relative error is at most 1e-6.
 void EncodeRun(float* blocks, std::size_t count);
 void DecodeRun(float* blocks, std::size_t count);
 
-// Linear light of each of the 256 encoded bytes.
+// The linear light of each of the 256 encoded bytes.
 const float* DecodedBytes();
 
-// Linear light, multiplied by alpha, of an encoded byte that was itself multiplied by alpha: 256 values for each alpha.
+// The premultiplied linear light of encoded, premultiplied bytes: 256 values for each alpha.
 const float* DecodedPremultipliedBytes();
 
 }  // namespace core_image

@@ -1,4 +1,4 @@
-// transfer_run.cpp - the curve of sRGB for runs; compiled once for every instruction set.
+// transfer_run.cpp - the sRGB curve for runs; compiled once per instruction set.
 
 #include "core/transfer.h"
 
@@ -11,7 +11,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
 
-// Divides by alpha, takes each color and its mirror image along a curve, and multiplies again.
+// Divides by alpha, applies a curve to the magnitude of each color, and multiplies again.
 template <class Curve>
 HWY_INLINE void FollowCurve(Colors& c, const Curve& curve) {
     MakeFinite(c);

@@ -1,10 +1,11 @@
-// window.h - the pixels of a region of an image, to be read by what needs neighbors: where they stand, or rendered.
+// window.h - the pixels of a region of an image, for code that reads neighbors: in place if possible, otherwise
+// rendered.
 //
-// A bitmap of linear floats, and what is held in memory while an image is rendered, are read in place. Of every other image,
-// and where a region reaches beyond an image, the pixels are rendered into memory of the window's own.
+// A bitmap of linear floats, and an image that is buffered during a rendering, are read in place. The pixels of any
+// other image, and of a region that extends beyond its image, are rendered into memory owned by the window.
 //
 // Lifetime: a window borrows from what it is made of.
-// Threads:  one; a region may be seen through many windows at once.
+// Threads:  one; many windows may show the same region at once.
 
 #pragma once
 
@@ -14,10 +15,10 @@
 
 namespace core_image {
 
-// The pixels of a region, transparent where the image is not.
+// The pixels of a region, transparent outside the image.
 class Window {
   public:
-    // Of a prepared image, or of what is as one.
+    // Input is a Prepared, or has the same Held and Render.
     template <class Input>
     Window(const Input& input, const Region& region) {
         if (const std::optional<View> held = input.Held(region)) {
@@ -28,7 +29,7 @@ class Window {
         input.Render(rendered_->GetTile());
         view_ = rendered_->GetView();
     }
-    // Why neither: the view is of its own memory.
+    // Why neither copied nor assigned: the view points into the window's own memory.
     Window(const Window&) = delete;
     Window& operator=(const Window&) = delete;
 

@@ -1,13 +1,14 @@
-// bump.cpp - bumps, round and along a line. A radius too small to divide by leaves none.
+// bump.cpp - bumps, round and along a line. A radius too small to divide by has no effect.
 
 #include <cmath>
+#include <utility>
 
 #include "distortion/filters.h"
 #include "distortion/formulas.h"
 
 namespace core_image {
 
-// CIBumpDistortion: a bump of inputRadius around inputCenter; outward where inputScale is above 0.
+// CIBumpDistortion: a bump of inputRadius around inputCenter. It magnifies where inputScale is above 0.
 ImageRef BumpDistortion(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     const double radius = inputs.GetNumber("inputRadius"), scale = inputs.GetNumber("inputScale");
@@ -16,7 +17,7 @@ ImageRef BumpDistortion(const Inputs& inputs) {
     return MakeFormulaWarp(std::move(input), extent, BumpFormula{PointOf(inputs, "inputCenter"), radius, scale});
 }
 
-// CIBumpDistortionLinear: a ridge on both sides of the line through inputCenter that is turned by inputAngle.
+// CIBumpDistortionLinear: a ridge on both sides of the line through inputCenter that is rotated by inputAngle.
 ImageRef BumpDistortionLinear(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     const double radius = inputs.GetNumber("inputRadius"), scale = inputs.GetNumber("inputScale");

@@ -1,8 +1,9 @@
-// circle.cpp - a picture that runs outward from a circle, and one that stands on it.
+// circle.cpp - a picture that runs outward from a circle, and one that is bent around it.
 
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <utility>
 
 #include "distortion/filters.h"
 #include "distortion/formulas.h"
@@ -10,7 +11,8 @@
 namespace core_image {
 namespace {
 
-// Takes a pixel at an angle and a distance from a circle from that far along and above the lower edge of an extent.
+// Maps a pixel, given by its angle and its distance from a circle, to a place that far along and above the lower
+// edge of an extent.
 class CircularWarp : public Warp {
   public:
     CircularWarp(const Extent& extent, const Point& center, double radius, double angle)
@@ -21,7 +23,7 @@ class CircularWarp : public Warp {
         const double dy = static_cast<double>(row.y) + 0.5 - center_.y;
         for (std::size_t index = 0; index < row.count; ++index) {
             const double dx = static_cast<double>(row.x + static_cast<std::int64_t>(index)) + 0.5 - center_.x;
-            // Clockwise from the top, so that what is written on the circle reads from left to right.
+            // Clockwise from the top, so that text on the circle reads from left to right.
             const double fromTop = std::remainder(std::atan2(dx, dy) + turn_, 2 * std::numbers::pi);
             x[index] = middle + radius_ * fromTop;
             y[index] = extent_.bottom + std::sqrt(dx * dx + dy * dy) - radius_;
@@ -39,7 +41,8 @@ class CircularWarp : public Warp {
 
 }  // namespace
 
-// CICircleSplashDistortion: from the circle of inputRadius around inputCenter on, outward, the colors on the circle; endless.
+// CICircleSplashDistortion: outside the circle of inputRadius around inputCenter, the colors on the circle continue
+// outward. The result is infinite.
 ImageRef CircleSplashDistortion(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr || input->GetExtent().IsEmpty()) return input;
@@ -47,10 +50,11 @@ ImageRef CircleSplashDistortion(const Inputs& inputs) {
     return MakeFormulaWarp(std::move(input), Extent::Infinite(), SplashFormula{PointOf(inputs, "inputCenter"), radius});
 }
 
-// CICircularWrap: the image bent around the circle of inputRadius around inputCenter. Its middle stands on top, or where
-// inputAngle turns that to. Reaches as far as the bent image; without end there is nothing to bend, and no image.
+// CICircularWrap: the image bent around the circle of inputRadius around inputCenter. The middle of the image is at
+// the top of the circle, rotated by inputAngle. The extent is that of the bent image. Returns null for an infinite
+// image.
 //
-// The lower edge keeps its length; what stands higher becomes wider. An image longer than the circle loses its ends.
+// The lower edge keeps its length; everything above becomes wider. An image longer than the circle loses its ends.
 ImageRef CircularWrap(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr || input->GetExtent().IsEmpty()) return input;

@@ -1,14 +1,16 @@
 // droste.cpp - a picture within itself, straight or as a spiral.
 //
-// The plane around the point where all copies meet is unrolled by the logarithm: nested copies then repeat along one direction,
-// turns along the other. Turning and stretching that plane by one complex number, which takes a turn to whole turns and whole
-// copies, makes the spiral; rolled up again it has no seam.
-// Method: B. de Smit, H. W. Lenstra, "The Mathematical Structure of Escher's Print Gallery", Notices of the AMS 50(4), 2003.
+// The logarithm unrolls the plane around the point where all copies meet: nested copies then repeat along one
+// direction, turns along the other. Rotating and stretching that plane by one complex number, which maps one turn to
+// whole turns and whole copies, makes the spiral; rolled up again it has no seam.
+// Method: B. de Smit, H. W. Lenstra, "The Mathematical Structure of Escher's Print Gallery", Notices of the AMS
+// 50(4), 2003.
 
 #include <algorithm>
 #include <cmath>
 #include <numbers>
 #include <optional>
+#include <utility>
 
 #include "distortion/filters.h"
 #include "distortion/formulas.h"
@@ -19,27 +21,28 @@ namespace {
 
 // One direction of the picture and of its inset.
 struct Axis {
-    double fixed;          // where shrinking the picture to its inset moves nothing
-    double below, beyond;  // how far the picture reaches from there
+    double fixed;          // the fixed point of shrinking the picture to its inset
+    double below, beyond;  // the distances from the fixed point to the picture's edges
     double ratio;          // of the picture's length to the inset's
 
-    // None where the inset is not shorter than the picture.
+    // Nothing where the inset is not shorter than the picture.
     static std::optional<Axis> Of(double least, double most, double insetLeast, double insetMost) {
         insetLeast = std::max(least, insetLeast);
         insetMost = std::min(most, insetMost);
         const double length = most - least, inset = insetMost - insetLeast;
         if (!(inset > 1 / kLargestNumber && inset < length)) return std::nullopt;
         const double fixed = least + (insetLeast - least) * length / (length - inset);
-        // Why a least distance: an inset at the picture's border has the point on it, and nothing lies between them.
+        // Why a least distance: if the inset touches the picture's edge, so does the fixed point, and the distance
+        // is 0.
         constexpr double kLeast = 1e-3;
         return Axis{fixed, std::max(kLeast, fixed - least), std::max(kLeast, most - fixed), length / inset};
     }
 
-    // How far a way goes, in distances to the picture's border.
+    // A signed distance from the fixed point, relative to the picture's edge on that side.
     double Borders(double way) const { return way < 0 ? -way / below : way / beyond; }
 };
 
-// How the copies are laid out.
+// The arrangement of the copies.
 struct Layout {
     double periodicity;
     double strands;
@@ -76,12 +79,13 @@ class DrosteWarp : public Warp {
         const double angle =
             std::remainder(std::atan2(y - meeting.y, x - meeting.x) - layout_.rotation, 2 * std::numbers::pi);
         const double depth = std::log(distance / layout_.zoom);
-        // One turn more of the angle is periodicity turns and as many copies as there are strands.
+        // One more turn of the angle corresponds to periodicity turns and as many copies as there are strands.
         const double slant = layout_.strands * level_ / (2 * std::numbers::pi);
         const double newAngle = layout_.periodicity * angle - slant * depth;
         const double newDepth = layout_.periodicity * depth + slant * angle;
 
-        // The copy that this lies in is taken to be the picture: 0 stands for its border, -1 for that of the copy inside.
+        // Maps the copy that contains this place to the picture: 0 is its border, -1 the border of the next copy
+        // inside.
         const Point way = {std::cos(newAngle), std::sin(newAngle)};
         const double borders = std::max(horizontal_.Borders(way.x), vertical_.Borders(way.y));
         const double copies = (newDepth + std::log(borders)) / level_;
@@ -91,7 +95,8 @@ class DrosteWarp : public Warp {
                 meeting.y + way.y * length * Stretch(vertical_, within)};
     }
 
-    // A copy has the picture's shape, and its inset may have another: what lies between is stretched from one to the other.
+    // A copy has the picture's shape, but its inset may have another: the area between them is stretched from one to
+    // the other.
     double Stretch(const Axis& axis, double within) const {
         return std::exp(-within * (level_ - std::log(axis.ratio)));
     }
@@ -99,16 +104,17 @@ class DrosteWarp : public Warp {
     Extent extent_;
     Axis horizontal_, vertical_;
     Layout layout_;
-    double level_;  // the logarithm of what a picture shrinks by to become the copy inside
+    double level_;  // the logarithm of the factor by which each copy shrinks
 };
 
 }  // namespace
 
-// CIDroste: the image within itself, again and again, from inputInsetPoint0 to inputInsetPoint1; endless.
+// CIDroste: the image within itself, again and again, from inputInsetPoint0 to inputInsetPoint1. The result is
+// infinite.
 //
-// The copies shrink towards the point that stays where it is when the picture shrinks to its inset, which so is filled by the
-// next copy wherever it lies. The part of the inset outside the picture does not count; one that leaves no copy, or no picture
-// around it, changes nothing.
+// The copies shrink towards the fixed point of the map from the picture to its inset, so the next copy fills the
+// inset wherever it is. The part of the inset outside the picture is ignored. An inset that leaves no copy, or no
+// picture around it, has no effect.
 ImageRef Droste(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;
@@ -122,7 +128,7 @@ ImageRef Droste(const Inputs& inputs) {
     constexpr double kLeastZoom = 0.01;
     const Layout layout = {inputs.GetNumber("inputPeriodicity"), inputs.GetNumber("inputStrands"),
                            inputs.GetNumber("inputRotation"), std::max(kLeastZoom, inputs.GetNumber("inputZoom"))};
-    // Clamped, so that no border of a copy is half transparent.
+    // Clamped, so that the border of a copy is not half transparent.
     return MakeWarpedImage(MakeClampedImage(std::move(input)),
                            std::make_shared<DrosteWarp>(extent, *horizontal, *vertical, layout), Extent::Infinite());
 }

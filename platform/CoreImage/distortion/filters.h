@@ -1,9 +1,9 @@
-// filters.h - the family of filters that pull a picture out of shape.
+// filters.h - filters that distort the shape of a picture.
 //
-// Each is a warp (geometry/warp.h) and reaches as far as its input unless it says otherwise. Without inputImage, or another image
-// that it needs, there is none. Settings that move nothing give the input itself.
+// Each is a warp (sampling/warp.h) with the extent of its input, unless noted. Without inputImage, or another image
+// that it needs, a filter returns null. Settings that move nothing return the input itself.
 //
-// Adding one: a function in this folder, named as the filter is without "CI", and a line in the list.
+// Adding one: a function in this folder, named like the filter without "CI", and a line in the list.
 
 #pragma once
 

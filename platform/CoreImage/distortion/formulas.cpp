@@ -1,4 +1,4 @@
-// formulas.cpp - where pixels come from. Compiled once for every instruction set.
+// formulas.cpp - computes where pixels come from; compiled once per instruction set.
 
 #include "distortion/formulas.h"
 
@@ -20,7 +20,7 @@ using V = PlaceVector;
 
 HWY_INLINE V Clamp01(V t) { return hn::Min(hn::Max(t, Number(0)), Number(1)); }
 
-// 1 - smooth(t) for t of 0 at least; exactly 0 from 1 on.
+// 1 - smooth(t) for t of at least 0; exactly 0 from 1 on.
 HWY_INLINE V Fall(V t) {
     t = hn::Min(t, Number(1));
     return hn::NegMulAdd(hn::Mul(t, t), hn::NegMulAdd(Number(2), t, Number(3)), Number(1));
@@ -28,12 +28,12 @@ HWY_INLINE V Fall(V t) {
 
 HWY_INLINE V Length(V x, V y) { return hn::Sqrt(hn::MulAdd(x, x, hn::Mul(y, y))); }
 
-// What stands of a guide behind the pixels of one vector.
+// The pixels of a guide at the places of one vector.
 struct Guide {
     const PlaceRow& row;
     std::size_t index;
 
-    // The luminance, times alpha, that many pixels further right and further up.
+    // The luminance, times alpha, at an offset in pixels to the right and upward.
     HWY_INLINE V Light(std::int64_t right, std::int64_t up, V* alpha = nullptr) const {
         constexpr float kRed = kLuminance[0], kGreen = kLuminance[1], kBlue = kLuminance[2];
         const hn::Rebind<float, PlaceTag> d;
@@ -47,7 +47,7 @@ struct Guide {
         return Within01(sum);
     }
 
-    // Numbers within 0...1; what is no number is 0.
+    // Limits numbers to 0...1; 0 for NaN.
     template <class Floats>
     HWY_INLINE V Within01(Floats numbers) const {
         const hn::DFromV<Floats> d;
@@ -82,9 +82,10 @@ HWY_INLINE void Move(const SplashFormula& f, const Guide&, V& x, V& y) {
     y = hn::IfThenElse(outside, hn::MulAdd(dy, share, cy), y);
 }
 
-// Light that leaves the glass upward was bent where it entered from below the round surface: by Snell's law, with r the distance
-// from the axis in radii, sin a = r and sin b = r / refraction, 1 at most. Below the height h = sqrt(1 - r r) of the surface it has
-// moved by h tan(a - b) towards the axis - no further than to the mirrored place, whose distance is as large.
+// Light that leaves the glass upward was refracted where it entered from below the round surface. By Snell's law,
+// with r the distance from the axis in radii, sin a = r and sin b = r / refraction, at most 1. Below the height h =
+// sqrt(1 - r r) of the surface it has moved by h tan(a - b) towards the axis, but no further than to the mirrored
+// place, which is at the same distance.
 HWY_INLINE void Move(const LozengeFormula& f, const Guide&, V& x, V& y) {
     const double squaredLength = f.way.x * f.way.x + f.way.y * f.way.y;
     const V fromX = hn::Sub(x, Number(f.start.x)), fromY = hn::Sub(y, Number(f.start.y));
@@ -97,7 +98,7 @@ HWY_INLINE void Move(const LozengeFormula& f, const Guide&, V& x, V& y) {
             cosB = hn::Sqrt(hn::NegMulAdd(sinB, sinB, Number(1)));
     const V sine = hn::Sub(hn::Mul(sinA, cosB), hn::Mul(cosA, sinB));
     const V cosine = hn::MulAdd(cosA, cosB, hn::Mul(sinA, sinB));
-    // On the axis itself nothing moves, as there is nothing to multiply.
+    // On the axis itself nothing moves, because dx and dy are 0.
     const V share = hn::Div(hn::Mul(cosA, sine), hn::Max(hn::Mul(sinA, cosine), Number(1e-12)));
     const V move = hn::Min(share, Number(2));
     x = hn::NegMulAdd(dx, move, x);
@@ -134,25 +135,27 @@ HWY_AFTER_NAMESPACE();
 namespace core_image {
 namespace {
 
-// The largest value of t (1 - smooth(t)), rounded up: no bump moves anything by more than this many radii times scale.
+// The largest value of t (1 - smooth(t)), rounded up: no bump moves anything by more than this many radii times
+// scale.
 constexpr double kLargestFall = 0.26;
 
-// The extent from one point to another, whichever lies further left or further down.
+// The extent between two points in any order.
 Extent Spanning(const Point& a, const Point& b) {
     return {std::min(a.x, b.x), std::min(a.y, b.y), std::max(a.x, b.x), std::max(a.y, b.y)};
 }
 
-// Whether two extents have a point in common, which for centers of one row of pixels is more than sharing an area.
+// Whether two extents have a point in common. For the centers of one row of pixels this differs from sharing an
+// area.
 bool Meet(const Extent& a, const Extent& b) {
     return a.left <= b.right && b.left <= a.right && a.bottom <= b.top && b.bottom <= a.top;
 }
 
-// The smallest extent that holds both, of which neither is empty even where it has no area.
+// The smallest extent that contains both. Neither counts as empty, even without an area.
 Extent Both(const Extent& a, const Extent& b) {
     return {std::min(a.left, b.left), std::min(a.bottom, b.bottom), std::max(a.right, b.right), std::max(a.top, b.top)};
 }
 
-// How far a number lies outside a range.
+// The distance of a number from a range.
 double Gap(double least, double most, double number) { return std::max({0.0, least - number, number - most}); }
 
 Extent BoxOf(const LozengeFormula& f) {
@@ -169,7 +172,7 @@ Extent BumpFormula::Source(const Extent& centers) const {
 }
 
 bool LinearBumpFormula::Moves(const Extent& centers) const {
-    // The middle's distance from the line, less how far a corner may be nearer.
+    // The distance of the middle from the line, minus the most by which a corner may be nearer.
     const Point middle = {(centers.left + centers.right) / 2 - center.x, (centers.bottom + centers.top) / 2 - center.y};
     const double nearer = std::abs(normal.x) * (centers.right - centers.left) / 2 +
                           std::abs(normal.y) * (centers.top - centers.bottom) / 2;
@@ -195,7 +198,8 @@ Extent SplashFormula::Source(const Extent& centers) const {
 }
 
 bool LozengeFormula::Moves(const Extent& centers) const { return Meet(centers, BoxOf(*this)); }
-// Glass that is denser than what surrounds it takes light from below itself; thinner one from up to (1 / n - n) radii further.
+// Glass denser than its surroundings takes light from below itself, thinner glass from up to (1 / n - n) radii
+// further out.
 Extent LozengeFormula::Source(const Extent& centers) const {
     if (!Moves(centers)) return centers;
     return Both(centers, BoxOf(*this).GrownBy(radius * std::max(0.0, 1 / refraction - refraction)));

@@ -1,12 +1,14 @@
-// formulas.h - warps computed in the widest instructions that the processor has: their parameters, and the loops.
+// formulas.h - warps vectorized for the processor: their parameters, and the loops.
 //
-// In the comments p is a pixel's center, S(p) the input there, and smooth(t) = t t (3 - 2 t) with t kept within 0...1.
+// In the comments p is a pixel's center, S(p) the input there, and smooth(t) = t t (3 - 2 t) with t limited to
+// 0...1.
 // Threads:  any.
 // Adding one: a struct here and its line in the list; its places in formulas.cpp.
 
 #pragma once
 
 #include <memory>
+#include <string_view>
 #include <utility>
 
 #include "core/inputs.h"
@@ -14,7 +16,7 @@
 
 namespace core_image {
 
-// Every formula: its struct is called ...Formula.
+// Every formula; its struct is called ...Formula.
 #define CORE_IMAGE_WARP_FORMULAS(FORMULA) \
     FORMULA(Bump)                         \
     FORMULA(LinearBump)                   \
@@ -23,12 +25,12 @@ namespace core_image {
     FORMULA(Displacement)                 \
     FORMULA(Glass)
 
-// A point, or the way from one to another.
+// A point, or the vector from one to another.
 struct Point {
     double x, y;
 };
 
-// S(p - d scale (1 - smooth(|d| / radius))), where d is p as seen from the center.
+// S(p - d scale (1 - smooth(|d| / radius))), where d is p relative to the center.
 struct BumpFormula {
     Point center;
     double radius;  // above 0
@@ -38,7 +40,7 @@ struct BumpFormula {
     bool Moves(const Extent& centers) const;
 };
 
-// The same where d is p as seen from the nearest point of a line.
+// The same where d is p relative to the nearest point of a line.
 struct LinearBumpFormula {
     Point center;   // a point of the line
     Point normal;   // across the line, of length 1
@@ -49,7 +51,7 @@ struct LinearBumpFormula {
     bool Moves(const Extent& centers) const;
 };
 
-// S(p) in a circle, and S on the circle in the direction of p outside.
+// S(p) in a circle; outside it, S on the circle in the direction of p.
 struct SplashFormula {
     Point center;
     double radius;
@@ -58,7 +60,7 @@ struct SplashFormula {
     bool Moves(const Extent& centers) const;
 };
 
-// A rod of glass, half of which stands out of the image; see formulas.cpp.
+// A rod of glass, half of which protrudes from the image; see formulas.cpp.
 struct LozengeFormula {
     Point start;
     Point way;          // to the other end of the axis
@@ -69,7 +71,8 @@ struct LozengeFormula {
     bool Moves(const Extent& centers) const;
 };
 
-// S(p + scale (luminance - 0.5) (1, 1)). The guide's luminance is kept within 0...1, and moves the less the more transparent it is.
+// S(p + scale (luminance - 0.5) (1, 1)). The guide's luminance is limited to 0...1, and moves less the more
+// transparent it is.
 struct DisplacementFormula {
     double scale;
 
@@ -77,8 +80,8 @@ struct DisplacementFormula {
     bool Moves(const Extent& centers) const;
 };
 
-// S(p + scale slope). The guide's luminance, within 0...1, is the height of the glass, and the slope how much that rises to the
-// right and upward from one neighbor to the other, divided by two.
+// S(p + scale slope). The guide's luminance, within 0...1, is the height of the glass. The slope is half its
+// difference between the right and left neighbors, and between the upper and lower ones.
 struct GlassFormula {
     double scale;
 
@@ -106,14 +109,14 @@ class FormulaWarp : public Warp {
     Formula formula_;
 };
 
-// The image of an input under a formula, within an extent. A guide is seen as far as its margin.
+// The image of an input under a formula, within an extent. A guide is read up to its margin.
 template <std::int64_t kGuideMargin = 0, class Formula>
 ImageRef MakeFormulaWarp(ImageRef input, const Extent& extent, const Formula& formula, ImageRef guide = nullptr) {
     return MakeWarpedImage(std::move(input), std::make_shared<FormulaWarp<Formula, kGuideMargin>>(formula), extent,
                            Light::kAsStored, std::move(guide));
 }
 
-// A vector's first two elements.
+// The first two elements of a vector.
 inline Point PointOf(const Inputs& inputs, std::string_view key) {
     return {inputs.GetElement(key, 0), inputs.GetElement(key, 1)};
 }

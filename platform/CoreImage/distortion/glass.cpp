@@ -1,6 +1,7 @@
-// glass.cpp - pictures seen through something: moved by a second picture, or behind glass.
+// glass.cpp - pictures seen through something: displaced by a second picture, or behind glass.
 
 #include <algorithm>
+#include <utility>
 
 #include "distortion/filters.h"
 #include "distortion/formulas.h"
@@ -9,9 +10,11 @@
 
 namespace core_image {
 
-// CIDisplacementDistortion: moved by up to half inputScale in both directions, by the luminance of inputDisplacementImage.
+// CIDisplacementDistortion: moved by up to half inputScale in both directions, by the luminance of
+// inputDisplacementImage.
 //
-// Gray moves along the diagonal, both directions by the same number; what is transparent moves nothing.
+// Gray moves along the diagonal, by the same amount in both directions. Transparent pixels of the displacement move
+// nothing.
 ImageRef DisplacementDistortion(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage"), guide = inputs.GetImage("inputDisplacementImage");
     if (input == nullptr || guide == nullptr) return nullptr;
@@ -23,13 +26,13 @@ ImageRef DisplacementDistortion(const Inputs& inputs) {
 
 // CIGlassDistortion: seen through glass whose height is the luminance of inputTexture, repeated from inputCenter on.
 //
-// The texture is a relief, of which slopes refract: flat glass of any thickness shows the picture as it is.
+// The texture is a relief whose slopes refract: flat glass of any thickness shows the picture unchanged.
 ImageRef GlassDistortion(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage"), texture = inputs.GetImage("inputTexture");
     if (input == nullptr || texture == nullptr) return nullptr;
     const double scale = inputs.GetNumber("inputScale");
     if (scale == 0 || texture->GetExtent().IsEmpty()) return input;
-    // The texture's lower left corner stands at the center.
+    // The texture's lower left corner is at the center.
     const Point center = PointOf(inputs, "inputCenter");
     const Extent& cell = texture->GetExtent();
     Affine move;
@@ -41,7 +44,8 @@ ImageRef GlassDistortion(const Inputs& inputs) {
 
 // CIGlassLozenge: seen through a rod of glass with round ends, of inputRadius, from inputPoint0 to inputPoint1.
 //
-// Glass as dense as what surrounds it, and none at all, changes nothing. Both points may be the same: a round lens.
+// Glass as dense as its surroundings, or a rod without a radius, has no effect. The two points may coincide: a round
+// lens.
 ImageRef GlassLozenge(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     const double radius = inputs.GetNumber("inputRadius"), refraction = inputs.GetNumber("inputRefraction");

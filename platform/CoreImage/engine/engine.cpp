@@ -1,4 +1,4 @@
-// engine.cpp - the door: catches what the engine throws, and counts the depth of what is made.
+// engine.cpp - the door: catches the exceptions of the engine and limits the depth of images.
 
 #include "engine/engine.h"
 
@@ -19,7 +19,7 @@
 namespace core_image {
 namespace {
 
-// Runs a function that makes an image and gives out a handle of it.
+// Runs a function that makes an image, and returns a handle of the image.
 template <typename Make>
 ImageHandle* Handle(Make&& make) noexcept {
     try {

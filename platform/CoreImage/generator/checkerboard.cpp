@@ -1,10 +1,11 @@
 // checkerboard.cpp - squares of two colors.
 //
-// u = (p - center) / width. At sharpness 1 a square is color0 where floor(u.x) + floor(u.y) is even. Below that every edge is
-// soft: a(s) rises and falls once over two squares, from -1 in the middle of an odd one to 1 in the middle of an even one;
-// b(s) = clamp(0.5 + 0.5 a(s) / (1 - sharpness)) is how even a column or row is, and a pixel is color0 as far as both are
-// even or both are odd. Squares of no width are too small to be seen apart: their mean.
+// u = (p - center) / width. At sharpness 1 a square is color0 where floor(u.x) + floor(u.y) is even. Below that
+// every edge is soft: a(s) rises and falls once over two squares, from -1 in the middle of an odd one to 1 in the
+// middle of an even one; b(s) = clamp(0.5 + 0.5 a(s) / (1 - sharpness)) is how even a column or row is, and a pixel
+// is color0 to the degree that both are even or both are odd. Squares without a width give the mean of both colors.
 
+#include <algorithm>
 #include <cmath>
 #include <vector>
 
@@ -14,7 +15,7 @@
 namespace core_image {
 namespace {
 
-// Squares narrower than this cannot be counted from far away.
+// Narrower squares cannot be counted at a great distance.
 constexpr double kNarrowest = 1e-6;
 
 class Checkerboard : public Field {
@@ -43,7 +44,7 @@ class Checkerboard : public Field {
     }
 
   private:
-    // How far a column or row of pixels is an even one: 0 to 1.
+    // The degree to which a column or row of pixels is even: 0 to 1.
     float Evenness(std::int64_t pixel, double center) const {
         if (!(width_ > kNarrowest)) return 0.5f;
         const double place = (static_cast<double>(pixel) + 0.5 - center) / width_;
@@ -54,7 +55,7 @@ class Checkerboard : public Field {
         return static_cast<float>(std::clamp(0.5 + (isEven ? 0.5 : -0.5) * peak / softness_, 0.0, 1.0));
     }
 
-    // The plain colors come out as given, to the last bit.
+    // The unmixed colors are exact, to the last bit.
     void Write(float even, float* to) const {
         if (even == 1) {
             WriteMix(color0_, color0_, 0, to);
@@ -69,7 +70,8 @@ class Checkerboard : public Field {
 
 }  // namespace
 
-// CICheckerboardGenerator: squares of inputWidth, one corner of them at inputCenter, inputColor0 above and to the right of it.
+// CICheckerboardGenerator: squares of inputWidth. inputCenter is a corner; the square above and to the right of it
+// has inputColor0.
 ImageRef CheckerboardGenerator(const Inputs& inputs) { return MakeFieldImage(std::make_shared<Checkerboard>(inputs)); }
 
 }  // namespace core_image

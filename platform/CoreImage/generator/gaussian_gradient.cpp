@@ -1,7 +1,9 @@
 // gaussian_gradient.cpp - a round spot: color0 in the middle, color1 from the radius on.
 //
-// t = clamp(distance / radius); the color is color1 + (color0 - color1) (1 - t t (3 - 2 t)), of premultiplied colors.
+// t = clamp(distance / radius); the color is color1 + (color0 - color1) (1 - t t (3 - 2 t)), of premultiplied
+// colors.
 
+#include <algorithm>
 #include <cmath>
 
 #include "core/field.h"

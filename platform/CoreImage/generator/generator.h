@@ -1,4 +1,4 @@
-// generator.h - the family of filters that need no image.
+// generator.h - the image of one color.
 
 #pragma once
 
@@ -6,7 +6,7 @@
 
 namespace core_image {
 
-// One pixel everywhere.
+// One pixel everywhere; infinite.
 ImageRef MakeConstantImage(const Pixel& pixel);
 
 }  // namespace core_image

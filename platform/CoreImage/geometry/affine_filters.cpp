@@ -1,5 +1,7 @@
 // affine_filters.cpp - the filters that have a transform. A transform that cannot be inverted gives no image.
 
+#include <utility>
+
 #include "geometry/filters.h"
 #include "sampling/affine.h"
 #include "sampling/repeat.h"
@@ -20,7 +22,8 @@ ImageRef AffineTransform(const Inputs& inputs) {
     return input == nullptr ? nullptr : MakeAffineImage(std::move(input), TransformOf(inputs));
 }
 
-// CIAffineClamp and CIAffineTile: the image made endless, by its outermost pixels or by itself, and then under inputTransform.
+// CIAffineClamp and CIAffineTile: the image made infinite, by its outermost pixels or by repetition, and then
+// transformed by inputTransform.
 ImageRef AffineClamp(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     return input == nullptr ? nullptr : MakeAffineImage(MakeClampedImage(std::move(input)), TransformOf(inputs));

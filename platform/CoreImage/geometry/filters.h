@@ -1,6 +1,6 @@
-// filters.h - the family of filters that choose and move places.
+// filters.h - filters that choose and move places.
 //
-// Adding one: a function in this folder, named as the filter is without "CI", and a line in the list.
+// Adding one: a function in this folder, named like the filter without "CI", and a line in the list.
 
 #pragma once
 

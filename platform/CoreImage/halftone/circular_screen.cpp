@@ -1,7 +1,8 @@
-// circular_screen.cpp - rings: the pattern rises from a ring's middle to halfway between two, and falls again.
+// circular_screen.cpp - rings: the pattern rises from the middle of a ring to halfway between two rings, and falls
+// again.
 //
 // At a distance r from the center f = fract(r / width), and the pattern is 2 min(f, 1 - f) - 1/2.
-// Why doubles: far from the center a float no longer tells where between two rings a pixel stands.
+// Why doubles: far from the center a float cannot resolve the position between two rings.
 
 #include <utility>
 #include <vector>
@@ -21,7 +22,7 @@ namespace core_image::HWY_NAMESPACE {
 using HalfTag = hn::Half<WideTag>;
 using DoubleTag = hn::Rebind<double, HalfTag>;
 
-// The distance to the nearest ring, 1 halfway between two, of half as many pixels as a vector holds.
+// The distance to the nearest ring, 1 halfway between two, for half as many pixels as a vector holds.
 HWY_INLINE hn::Vec<HalfTag> FromRing(const double* columns, double row) {
     const DoubleTag d;
     const auto rings = hn::Sqrt(hn::Add(hn::LoadU(d, columns), hn::Set(d, row)));
@@ -30,7 +31,7 @@ HWY_INLINE hn::Vec<HalfTag> FromRing(const double* columns, double row) {
     return hn::DemoteTo(HalfTag(), hn::Add(nearest, nearest));
 }
 
-// Columns and row are squares of distances in rings; their sum is that of the distance from the center.
+// columns and row are squared distances in rings; their sum is the squared distance from the center.
 HWY_ATTR void RingRow(const double* columns, double row, float slope, float* pixels, std::size_t count) {
     ForEachIndexedPlace<0>(pixels, nullptr, count, [&](Colors& c, const auto&, std::size_t index) HWY_ATTR {
         Clip(c);
@@ -67,7 +68,7 @@ class Rings : public ScreenRows {
     }
 
   private:
-    // The square of a pixel's distance from the center in one direction, in rings.
+    // The squared distance of a pixel from the center in one direction, in rings.
     static double Square(std::int64_t pixel, double center, double width) {
         const double rings = (static_cast<double>(pixel) + 0.5 - center) / width;
         return rings * rings;

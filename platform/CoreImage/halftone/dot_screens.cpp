@@ -1,9 +1,10 @@
-// dot_screens.cpp - dots of light on black, and of four inks on white.
+// dot_screens.cpp - dots of light on black, and dots of four inks on white.
 //
-// The pattern is k times that of dots.h. k = (sharpness - 0.005) / 4, 0 at least: so black stays black and white stays white at
-// every sharpness, and a screen without any is the picture in gray.
+// The pattern is k times that of dots.h, with k = (sharpness - 0.005) / 4, at least 0: so black stays black and
+// white stays white at every sharpness, and a screen with a sharpness of 0 is the picture in gray.
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "halftone/dots.h"
@@ -20,7 +21,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
 
-// How much of a tone the pattern lets through: 0 to 1.
+// The share of a tone that passes the pattern: 0 to 1.
 HWY_INLINE Wide Covered(Wide tone, const DotRow& row, std::size_t index, const DotContrast& contrast) {
     const WideTag d;
     Wide pattern = Constant(0);
@@ -132,7 +133,7 @@ class InkDots : public Screen {
         const double width = std::max(1.0, std::abs(print.width));
         const auto share = [](double number) { return static_cast<float>(std::clamp(number, 0.0, 1.0)); };
         black_ = {share(print.blackReplaced), share(print.blackRemoved)};
-        // A quarter of a period back from where the sine is 0 it is least: a dot of ink is on the center.
+        // The sine is least a quarter of a period before its zero: this puts a dot of ink on the center.
         constexpr double kOnCenter = -0.25;
         const double degrees[] = {15, 75, 0, 45};
         for (std::size_t ink = 0; ink < 4; ++ink) {
@@ -156,16 +157,16 @@ ImageRef MakeInkImage(ImageRef input, const InkPrint& print) {
     return MakeScreenImage(std::move(input), std::make_unique<InkDots>(print));
 }
 
-// CIDotScreen: dots inputWidth apart in rows along inputAngle, placed by inputCenter.
+// CIDotScreen: dots inputWidth apart in rows along inputAngle, aligned to inputCenter.
 ImageRef DotScreen(const Inputs& inputs) {
     return MakeScreenImage(inputs.GetImage("inputImage"), std::make_unique<LightDots>(inputs));
 }
 
-// CICMYKHalftone: a screen of dots for each of four inks on white paper. Black replaces inputGCR of the gray that the other inks
-// have in common; inputUCR of that black is taken away from them.
+// CICMYKHalftone: a screen of dots for each of four inks on white paper. Black replaces a share inputGCR of the gray
+// that the other inks have in common; a share inputUCR of that black is removed from them.
 //
-// The screens have the angles of process printing, 15, 75, 0 and 45 degrees from inputAngle, and the law of the dot screen: one
-// that grows from nothing to all of the paper, so that white paper stays white.
+// The screens have the angles of process printing, 15, 75, 0 and 45 degrees from inputAngle, and the tone curve of
+// the dot screen, which grows from nothing to all of the paper, so that white paper stays white.
 ImageRef CMYKHalftone(const Inputs& inputs) {
     return MakeInkImage(
         inputs.GetImage("inputImage"),

@@ -3,11 +3,13 @@
 #include "halftone/dots.h"
 
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
 
 namespace core_image {
 namespace {
 
-// Adds pixels along one direction, in which the two waves grow by so many periods a pixel.
+// Appends pixels along one direction, in which the phases of the two waves grow by this many periods per pixel.
 void Fill(WaveParts& parts, std::int64_t first, std::int64_t count, double center, const std::array<double, 2>& steps,
           double shift) {
     constexpr double kWhole = 6.283185307179586;

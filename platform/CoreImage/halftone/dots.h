@@ -1,24 +1,26 @@
 // dots.h - the pattern of a screen of dots: two waves that cross at right angles.
 //
-// With (u, v) the place from the center, turned back by the angle and in units of the width, the pattern is
-// sin 2 pi (u + shift) + sin 2 pi (v + shift), between -2 and 2. The sine of a sum is made of sines and cosines of its parts, so
-// four tables of a column's part and of a row's make every pixel.
+// With (u, v) the position relative to the center, rotated back by the angle and in units of the width, the pattern
+// is sin 2 pi (u + shift) + sin 2 pi (v + shift), between -2 and 2. By the addition theorem every pixel is computed
+// from four tables for columns and four for rows.
 
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <vector>
 
+#include "core/extent.h"
 #include "core/run.h"
 
 namespace core_image {
 
-// Where dots are.
+// The position of the dots.
 struct DotGrid {
     double centerX, centerY;
     double angle;
     double width;
-    double shift;  // how far dots lie from the center, in widths
+    double shift;  // the distance of dots from the center, in widths
 };
 
 // Sines and cosines along one direction, of both waves.
@@ -32,15 +34,15 @@ struct DotContrast {
     float slope;      // of the step from black to white
 };
 
-// What black ink does to the others.
+// The effect of black ink on the others.
 struct BlackInk {
-    float replaced;  // how much of the gray that they have in common is printed in black
-    float removed;   // how much of that black is taken away from each of them
+    float replaced;  // the share of their common gray that is printed in black
+    float removed;   // the share of that black that is removed from each of them
 };
 
-// What a row of pixels needs of the tables.
+// The parts of the tables for one row of pixels.
 struct DotRow {
-    std::array<const float*, 2> columnSines, columnCosines;  // of the row's first pixel, and on
+    std::array<const float*, 2> columnSines, columnCosines;  // starting at the row's first pixel
     std::array<float, 2> sines, cosines;
 };
 
@@ -49,7 +51,7 @@ class Dots {
   public:
     Dots(const Region& region, const DotGrid& grid);
 
-    // What a run in the region needs.
+    // The parts of the tables for a run in the region.
     DotRow Row(const Run& run) const;
 
   private:

@@ -6,7 +6,7 @@
 
 namespace core_image {
 
-// How an image is printed. See the filter CICMYKHalftone, whose keys these are.
+// The parameters of a print; they are the keys of CICMYKHalftone.
 struct InkPrint {
     double centerX = 0;
     double centerY = 0;

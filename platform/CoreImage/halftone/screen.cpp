@@ -1,4 +1,4 @@
-// screen.cpp - renders the input run by run and draws the pattern over each.
+// screen.cpp - renders the input run by run and applies the pattern to each run.
 
 #include "halftone/screen.h"
 

@@ -1,8 +1,10 @@
-// screen.h - images drawn with a pattern: point functions that know where their pixels stand.
+// screen.h - images under a pattern: point functions that depend on the place of a pixel.
 //
-// A pattern is made ready for a region once, so that what depends on a column or on a row alone is a table. Tables of columns go on for a block more (kBlockPixels).
-// Lifetime: a ScreenRows belongs to one rendering. Threads: ApplyToRun() on many at once.
-// Adding one: derive from Screen and ScreenRows and hand the screen to MakeScreenImage.
+// A pattern is prepared for a region once, so that everything that depends on a column or a row alone is a table.
+// Tables of columns are padded by one block (kBlockPixels).
+// Lifetime: a ScreenRows belongs to one rendering.
+// Threads:  ApplyToRun() on many at once.
+// Adding one: derive from Screen and ScreenRows and pass the screen to MakeScreenImage.
 
 #pragma once
 
@@ -13,12 +15,12 @@
 
 namespace core_image {
 
-// A pattern made ready for a region.
+// A pattern prepared for a region.
 class ScreenRows {
   public:
     virtual ~ScreenRows() = default;
 
-    // Replaces a run in place (run.h). Transparent black must stay so.
+    // Replaces a run in place (run.h). Transparent black must stay transparent black.
     virtual void ApplyToRun(const Run& run, float* blocks) const = 0;
 };
 
@@ -30,15 +32,15 @@ class Screen {
     virtual std::unique_ptr<const ScreenRows> MakeRows(const Region& region) const = 0;
 };
 
-// The image of an input under a pattern; null without an input.
+// The image of an input under a pattern. Returns null for null.
 ImageRef MakeScreenImage(ImageRef input, std::unique_ptr<const Screen> screen);
 
-// How sharp a pattern is: from 0 to a little less than 1.
+// The sharpness of a pattern, limited to the range from 0 to a little less than 1.
 //
-// Why less: at sharpness 1 the step from black to white has no width, and what stands just on it would be neither.
+// Why less: at sharpness 1 the step from black to white has no width, and the formula divides by zero.
 double LimitedSharpness(double given);
 
-// How far apart the elements of a pattern are: one pixel at least.
+// The distance between the elements of a pattern, at least one pixel.
 double WidthOf(const Inputs& inputs);
 
 }  // namespace core_image

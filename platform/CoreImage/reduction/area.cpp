@@ -1,6 +1,9 @@
 // area.cpp - a rectangle as one pixel.
 
+#include <algorithm>
 #include <array>
+#include <limits>
+#include <utility>
 
 #include "reduction/filters.h"
 #include "reduction/kernels.h"
@@ -9,7 +12,7 @@
 namespace core_image {
 namespace {
 
-// The sum in doubles: floats would lose what single pixels add to the sum of millions.
+// Summed in doubles: in a sum of millions, floats would lose the contribution of single pixels.
 struct Average {
     std::array<double, kFloatsPerPixel> sum{};
 
@@ -97,11 +100,11 @@ ImageRef Area(const Inputs& inputs) {
 
 }  // namespace
 
-// CIAreaAverage, CIAreaMaximum, CIAreaMinimum: each component by itself.
+// CIAreaAverage, CIAreaMaximum, CIAreaMinimum: each component separately.
 ImageRef AreaAverage(const Inputs& inputs) { return Area<Average>(inputs); }
 ImageRef AreaMaximum(const Inputs& inputs) { return Area<Extreme<true>>(inputs); }
 ImageRef AreaMinimum(const Inputs& inputs) { return Area<Extreme<false>>(inputs); }
-// CIAreaMaximumAlpha, CIAreaMinimumAlpha: the pixel whose alpha it is; of several the lowest, then the leftmost.
+// CIAreaMaximumAlpha, CIAreaMinimumAlpha: the pixel with that alpha; of several the lowest, then the leftmost.
 ImageRef AreaMaximumAlpha(const Inputs& inputs) { return Area<ExtremeAlpha<true>>(inputs); }
 ImageRef AreaMinimumAlpha(const Inputs& inputs) { return Area<ExtremeAlpha<false>>(inputs); }
 

@@ -1,4 +1,7 @@
-// column_average.cpp - the mean of each column, of those columns that are wanted.
+// column_average.cpp - the mean of each requested column.
+
+#include <utility>
+#include <vector>
 
 #include "reduction/filters.h"
 #include "reduction/kernels.h"
@@ -7,7 +10,7 @@
 namespace core_image {
 namespace {
 
-// The sum of each column, in doubles as the average of an area.
+// The sum of each column, in doubles like the average of an area.
 struct Columns {
     std::int64_t left;
     std::vector<double> sums;
@@ -25,7 +28,7 @@ struct Columns {
 
 // Writes the means of all columns of a region.
 void AverageColumns(const ImageRef& input, const Region& region, float* pixels) {
-    // Higher than any bitmap: not all rows are looked at.
+    // For regions higher than any bitmap, some rows are skipped.
     constexpr std::int64_t kMostRows = 1 << 20, kMostSamples = 1 << 12;
     std::int64_t step = 1;
     while (region.height > kMostRows && region.height / step > kMostSamples) step *= 2;

@@ -1,8 +1,9 @@
-// filters.h - the family of filters that sum up a rectangle of an image in one pixel or one row of pixels.
+// filters.h - filters that reduce a rectangle of an image to one pixel or one row of pixels.
 //
-// The rectangle is inputExtent as far as the image reaches; nothing there gives transparent pixels. The result begins at (0, 0).
+// The rectangle is the part of inputExtent inside the image; if it is empty, the pixels are transparent. The result
+// begins at (0, 0).
 //
-// Adding one: a function in this folder, named as the filter is without "CI", and a line in the list.
+// Adding one: a function in this folder, named like the filter without "CI", and a line in the list.
 
 #pragma once
 

@@ -1,8 +1,12 @@
-// histogram.cpp - how many pixels have which value.
+// histogram.cpp - counts the pixels with each value.
 //
-// Component v of a pixel is counted in bin floor(v * bins); what is below 0 or not below 1 goes to the first or the last bin.
+// Component v of a pixel is counted in bin floor(v * bins). Values below 0 are counted in the first bin, values of 1
+// and above in the last.
 
+#include <algorithm>
 #include <cmath>
+#include <utility>
+#include <vector>
 
 #include "reduction/filters.h"
 #include "reduction/kernels.h"
@@ -34,7 +38,8 @@ struct Histogram {
 
 }  // namespace
 
-// CIAreaHistogram: the share of pixels in each of inputCount equal steps from 0 to 1, times inputScale, each component by itself.
+// CIAreaHistogram: the share of pixels in each of inputCount equal steps from 0 to 1, times inputScale, each
+// component separately.
 ImageRef AreaHistogram(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;

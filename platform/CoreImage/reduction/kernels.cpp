@@ -1,4 +1,4 @@
-// kernels.cpp - compiled once for every instruction set; the best one is chosen when first called.
+// kernels.cpp - compiled once per instruction set; the best one is chosen at the first call.
 
 #include "reduction/kernels.h"
 
@@ -19,16 +19,18 @@ namespace core_image::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 using OnePixel = hn::FixedTag<float, kFloatsPerPixel>;
 
-// So many floats are worked on side by side, four pixels: as many as the widest vector holds.
+// The number of floats processed side by side, four pixels: as many as the widest vector holds.
 constexpr std::size_t kStep = 16;
 
-// What is only read goes as fast as memory does: it is asked for a page early, since the processor's own guesses end there.
+// Code that only reads is limited by memory: it prefetches one page ahead, because the hardware prefetcher stops at
+// page ends.
 constexpr std::size_t kFloatsAhead = 4096 / sizeof(float);
 using Floats = hn::CappedTag<float, kStep>;
 using Doubles = hn::CappedTag<double, kStep>;
 using HalfFloats = hn::Rebind<float, Doubles>;
 
-// Why four floats are added before they become doubles: that loses nothing to speak of, and doubles are twice the work.
+// Why four floats are added before the conversion to doubles: the loss is negligible, and doubles take twice the
+// work.
 HWY_ATTR void AddPixels(const float* pixels, std::size_t count, double* sums) {
     const Doubles d;
     const HalfFloats single;
@@ -102,7 +104,7 @@ HWY_INLINE void FindBinsOf(D d, const float* pixels, float bins, std::uint32_t* 
     const hn::RebindToSigned<D> whole;
     const hn::RebindToUnsigned<D> natural;
     const auto scaled = hn::Mul(hn::LoadU(d, pixels), hn::Set(d, bins));
-    // Written so that what is no number becomes 0.
+    // Written so that NaN becomes 0.
     const auto positive = hn::IfThenElseZero(hn::Gt(scaled, hn::Zero(d)), scaled);
     const auto bin = hn::ConvertTo(whole, hn::Min(positive, hn::Set(d, bins - 1)));
     const auto channel = hn::And(hn::Iota(whole, 0), hn::Set(whole, 3));

@@ -1,4 +1,4 @@
-// reduce.cpp - the parts of reductions that are the same for all of them.
+// reduce.cpp - the parts that all reductions share.
 
 #include "reduction/reduce.h"
 
@@ -10,7 +10,7 @@ namespace {
 constexpr double kMostPixels = 1 << 28;
 constexpr double kMostSamples = 1 << 20;
 
-// Whole numbers further out are beyond what pixels are counted with.
+// Farther coordinates are beyond those that pixels are counted with.
 constexpr std::int64_t kFarthest = std::int64_t{1} << 50;
 
 // The first cell whose center is not before an edge.
@@ -62,7 +62,7 @@ Samples SamplesOf(const Region& region) {
     Samples samples = {region};
     if (samples.Count() <= kMostPixels) return samples;
     while (samples.Count() > kMostSamples) {
-        // The longer side alone, so that a thin region stays as high as it is.
+        // Only the longer side is coarsened, so that a thin region keeps its height.
         const bool isWide = samples.cells.width > samples.cells.height;
         samples = SamplesAt(region, samples.stepX * (isWide ? 2 : 1), samples.stepY * (isWide ? 1 : 2));
     }

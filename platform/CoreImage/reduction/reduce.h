@@ -1,7 +1,7 @@
-// reduce.h - what reductions share: going through all pixels of a rectangle on all cores, and the image of the outcome.
+// reduce.h - what reductions share: visiting all pixels of a rectangle on all cores, and the image of the result.
 //
-// The rectangle is cut into bands by its size alone, and the bands' results are merged from the lowest up, so that the outcome
-// does not depend on the number of threads.
+// The rectangle is cut into bands by its size alone, and the results of the bands are merged from the lowest up, so
+// that the result does not depend on the number of threads.
 // Adding one: a class with Add() and Merge() for Reduce(), and an image made with MakeRowImage().
 
 #pragma once
@@ -9,6 +9,7 @@
 #include <tbb/parallel_for.h>
 
 #include <functional>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -17,7 +18,7 @@
 
 namespace core_image {
 
-// Pixels to look at: the centers of a region's cells.
+// The samples to read: the centers of a region's cells.
 struct Samples {
     Region cells;
     std::int64_t stepX = 1;
@@ -29,19 +30,20 @@ struct Samples {
 // The samples whose centers lie in a region, at given steps.
 Samples SamplesAt(const Region& region, std::int64_t stepX, std::int64_t stepY);
 
-// The pixels of a region; of a region larger than any bitmap, which only a pattern without end can fill, a million at most.
+// All pixels of a region; about a million samples of a region that is larger than any bitmap, which only infinite
+// patterns fill.
 Samples SamplesOf(const Region& region);
 
 // The rectangle that a filter reduces; empty when the image has nothing there.
 Region ReducedRegion(const ImageRef& input, const Inputs& inputs);
 
-// The image of `width` pixels from (0, 0) on, which a function computes when they are wanted: it writes the pixels of a region
-// of one row.
+// The image of `width` pixels starting at (0, 0), computed by a function when they are requested. The function
+// writes the pixels of a region of one row.
 using RowFunction = std::function<void(const ImageRef& input, const Region& region, float* pixels)>;
 ImageRef MakeRowImage(ImageRef input, std::int64_t width, RowFunction function);
 
-// Hands every pixel to an accumulator: Add(pixels, count, x, y) is called with runs of a row, Merge() with the accumulator of
-// the rows above. Accumulators begin as copies of the given one.
+// Passes every pixel to an accumulator: Add(pixels, count, x, y) is called with runs of a row, Merge() with the
+// accumulator of the rows above. Accumulators begin as copies of the given one.
 template <class Accumulator>
 Accumulator Reduce(const ImageRef& input, const Samples& samples, const Accumulator& start) {
     constexpr std::int64_t kBands = 64, kTileWidth = 512, kTileHeight = 16;

@@ -1,7 +1,8 @@
-// affine.cpp - a warp by the inverse of the map; whole pixels are copied.
+// affine.cpp - warps by the inverse of the map; moves by whole pixels are copies.
 
 #include "sampling/affine.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -11,17 +12,17 @@
 namespace core_image {
 namespace {
 
-// An edge that is this near to a whole number is that number: maps of 32-bit floats are not more precise.
+// An edge this close to a whole number counts as that number: maps of 32-bit floats are not more precise.
 constexpr double kEdgeTolerance = 1e-3;
 
-// The pixels that the map of an extent covers: one at least in each direction.
+// The pixels that a mapped extent covers: at least one in each direction.
 Extent Rounded(const Extent& extent) {
     const double left = std::floor(extent.left + kEdgeTolerance), bottom = std::floor(extent.bottom + kEdgeTolerance);
     return {left, bottom, std::max(left + 1, std::ceil(extent.right - kEdgeTolerance)),
             std::max(bottom + 1, std::ceil(extent.top - kEdgeTolerance))};
 }
 
-// Takes pixels from where the inverse of a map tells.
+// Takes pixels from the places given by the inverse of a map.
 class AffineWarp : public Warp {
   public:
     explicit AffineWarp(const Affine& inverse) : inverse_(inverse) {}
@@ -30,7 +31,7 @@ class AffineWarp : public Warp {
         const double centerY = static_cast<double>(row.y) + 0.5;
         const double startX = inverse_.c * centerY + inverse_.tx, startY = inverse_.d * centerY + inverse_.ty;
         for (std::size_t index = 0; index < row.count; ++index) {
-            // Whole numbers of 32 bits become doubles several at once.
+            // 32-bit integers convert to doubles as vectors.
             const double centerX = static_cast<double>(row.x) + static_cast<double>(static_cast<int>(index)) + 0.5;
             x[index] = inverse_.a * centerX + startX;
             y[index] = inverse_.b * centerX + startY;
@@ -94,7 +95,7 @@ class MovedImage : public Image {
     std::int64_t x_, y_;
 };
 
-// Whether a map moves by whole pixels, so few that they can be counted.
+// Whether a map moves by whole pixels, by an amount small enough to count.
 bool IsWholeMove(const Affine& map) {
     return map.a == 1 && map.b == 0 && map.c == 0 && map.d == 1 && std::floor(map.tx) == map.tx &&
            std::floor(map.ty) == map.ty && std::abs(map.tx) <= kFarthestPlace && std::abs(map.ty) <= kFarthestPlace;
@@ -111,7 +112,7 @@ std::optional<Affine> Affine::Inverse() const {
                          (c * ty - d * tx) / determinant,
                          (b * tx - a * ty) / determinant};
     for (const double number : {back.a, back.b, back.c, back.d, back.tx, back.ty}) {
-        // Written so that what is no number is refused, too.
+        // Written so that NaN is refused, too.
         if (!(std::abs(number) <= kLargestNumber)) return std::nullopt;
     }
     return back;
@@ -120,7 +121,7 @@ std::optional<Affine> Affine::Inverse() const {
 Extent Affine::Map(const Extent& extent) const {
     const auto range = [](double factorX, double left, double right, double factorY, double bottom, double top,
                           double shift, double* least, double* most) {
-        // A factor of 0 takes no part, not even of what is infinite.
+        // A factor of 0 contributes nothing, even for an infinite edge.
         const double x0 = factorX == 0 ? 0 : factorX * left, x1 = factorX == 0 ? 0 : factorX * right;
         const double y0 = factorY == 0 ? 0 : factorY * bottom, y1 = factorY == 0 ? 0 : factorY * top;
         *least = std::min(x0, x1) + std::min(y0, y1) + shift;

@@ -14,10 +14,11 @@ struct Affine {
 
     bool operator==(const Affine&) const = default;
 
-    // The map back; none for a map that has none, or whose numbers are larger than filters work with (kLargestNumber).
+    // The inverse map; nothing for a map without one, or whose inverse has numbers larger than filters work with
+    // (kLargestNumber).
     std::optional<Affine> Inverse() const;
 
-    // The smallest extent that holds the map of another, not rounded.
+    // The smallest extent that contains the mapped extent, not rounded.
     Extent Map(const Extent& extent) const;
 };
 
@@ -26,11 +27,12 @@ inline Affine AffineOf(const double* numbers) {
     return {numbers[0], numbers[1], numbers[2], numbers[3], numbers[4], numbers[5]};
 }
 
-// The image under a map; its extent is rounded outward to whole pixels. Null for a map that cannot be inverted.
+// The image under a map; its extent is rounded outward to whole pixels. Returns null for a map that cannot be
+// inverted.
 //
-// Between pixels it is interpolated bilinearly, with transparent pixels around the image: in a picture the numbers that are
-// stored there, encoded, unless linear light is asked for; in everything else linear light. Moving by whole pixels copies
-// them. The identity gives the input.
+// Interpolation is bilinear, with transparent pixels around the image. A picture is interpolated as stored, encoded,
+// unless linear light is requested; every other image is interpolated in linear light. Moves by whole pixels copy
+// them. The identity returns the input.
 ImageRef MakeAffineImage(ImageRef input, const Affine& map, Light light = Light::kAsStored);
 
 }  // namespace core_image

@@ -1,10 +1,11 @@
-// bilinear.cpp - the four nearest pixels, weighed by how near they are. Compiled once for every instruction set.
+// bilinear.cpp - the mean of the four nearest pixels, weighted by distance; compiled once per instruction set.
 //
-// A row is worked on in two steps: vectors of places become pixel numbers and weights; then each pixel is a vector of four
-// channels.
+// A row is processed in two steps: first vectors of places become pixel indices and weights; then each pixel is a
+// vector of four channels.
 
 #include "sampling/bilinear.h"
 
+#include <algorithm>
 #include <cmath>
 
 #undef HWY_TARGET_INCLUDE
@@ -19,7 +20,7 @@ namespace core_image::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 using Doubles = hn::CappedTag<double, kPlaceStep>;
 
-// Widens a range to hold all of some numbers, whose count is a multiple of kPlaceStep.
+// Widens a range to contain all numbers, whose count is a multiple of kPlaceStep.
 HWY_INLINE void Widen(const double* numbers, std::size_t count, double* least, double* most) {
     const Doubles d;
     auto low = hn::Set(d, *least), high = hn::Set(d, *most);
@@ -39,17 +40,18 @@ HWY_ATTR void BoundsOfPlaces(const Places& places, Extent* bounds) {
     }
 }
 
-// How many pixels are worked on at once: what is known of them stays in the fastest cache.
+// The number of pixels processed at once, so that their corners stay in the first-level cache.
 constexpr std::size_t kMostAtOnce = 256;
 static_assert(kMostAtOnce % kPlaceStep == 0);
 
-// For some pixels: which is the lower left of the four, counted from a block's first, and the weights of those right and above.
+// For several pixels: the index of the lower left of the four, relative to the first of a block, and the weights of
+// those to the right and above.
 struct Corners {
     std::int32_t column[kMostAtOnce], row[kMostAtOnce];
     float right[kMostAtOnce], above[kMostAtOnce];
 };
 
-// Splits places in one direction, where a block reaches from the pixel least to the pixel most.
+// Splits places in one direction, where a block covers the pixels from least to most.
 HWY_INLINE void Split(const double* places, std::size_t count, double least, double most, std::int32_t* pixels,
                       float* rests) {
     const Doubles d;
@@ -64,9 +66,9 @@ HWY_INLINE void Split(const double* places, std::size_t count, double least, dou
     }
 }
 
-// How far ahead pixels are asked for, once for each cache line.
+// How far ahead pixels are prefetched, once per cache line.
 //
-// Why: each row of a tile lies on another page of memory, and there the processor does not look ahead by itself.
+// Why: each row of a tile is on another memory page, and there the hardware does not prefetch.
 constexpr std::ptrdiff_t kRowsAhead = 3;
 constexpr std::size_t kPixelsPerLine = 4;
 
@@ -116,7 +118,7 @@ HWY_EXPORT(SampleTile);
 
 }  // namespace
 
-// Why no check of the size: a tile's pixels already are in memory.
+// Why the size is not checked: a tile's pixels are already in memory.
 Places::Places(const Region& region)
     : region_(region),
       rowLength_(PlaceRowLength(region.width)),

@@ -1,23 +1,25 @@
-// bilinear.h - pixels between pixels: where they are taken from, and taking them.
+// bilinear.h - interpolation between pixels: the places to sample, and the sampling.
 //
-// A place is a point of the plane, as a double: pixel (i, j) has its center at (i + 0.5, j + 0.5).
-// Threads: whoever writes places has them alone.
+// A place is a point of the plane, in doubles: pixel (i, j) has its center at (i + 0.5, j + 0.5).
+// Threads: only one thread writes a Places.
 
 #pragma once
+
+#include <memory>
 
 #include "core/tile.h"
 
 namespace core_image {
 
-// Rows of places are made longer to a multiple of this, so that they are worked on in whole vectors.
+// Rows of places are padded to a multiple of this, so that they can be processed in whole vectors.
 inline constexpr std::size_t kPlaceStep = 16;
 
-// The length that a row of pixels is made.
+// The padded length of a row of pixels.
 inline std::size_t PlaceRowLength(std::int64_t width) {
     return (static_cast<std::size_t>(width) + kPlaceStep - 1) / kPlaceStep * kPlaceStep;
 }
 
-// Places further out than this are taken as this far out: they still are whole numbers of 32 bits.
+// Places are limited to this distance, so that they still are 32-bit integers.
 inline constexpr double kFarthestPlace = 1 << 30;
 
 // One place for each pixel of a region.
@@ -28,16 +30,16 @@ class Places {
     const Region& GetRegion() const { return region_; }
     std::size_t RowLength() const { return rowLength_; }
 
-    // The places of a row of pixels. There is room for rowLength() of them.
+    // The places of a row of pixels. There is room for RowLength() of them.
     double* X(std::int64_t row) { return numbers_.get() + Start(row); }
     double* Y(std::int64_t row) { return X(row) + rowLength_; }
     const double* X(std::int64_t row) const { return numbers_.get() + Start(row); }
     const double* Y(std::int64_t row) const { return X(row) + rowLength_; }
 
-    // Fills what a row has room for beyond its pixels; to be called when its places are written.
+    // Fills the padding of a row; to be called after its places are written.
     void FinishRow(std::int64_t row);
 
-    // The smallest extent that holds all places. All rows are finished.
+    // The smallest extent that contains all places. All rows must be finished.
     Extent Bounds() const;
 
   private:
@@ -48,11 +50,11 @@ class Places {
     std::unique_ptr<double[], FreeKept> numbers_;  // for each row all x, then all y
 };
 
-// The pixels that places within an extent are interpolated from, no further out than kFarthestPlace.
+// The pixels from which places within an extent are interpolated, limited to kFarthestPlace.
 Region PixelsAround(const Extent& places);
 
-// Writes a tile: each pixel is the mean of the four that are nearest to its place, weighed by how near they are. What lies
-// outside the source is taken from its edge: a source holds all four pixels around each place, or transparent ones there.
+// Writes a tile: each pixel is the mean of the four nearest to its place, weighted by distance. Places outside the
+// source use its edge: the source must contain all four pixels around each place, or be transparent there.
 void SampleBilinear(const View& source, const Places& places, const Tile& out);
 
 }  // namespace core_image

@@ -1,7 +1,8 @@
-// repeat.cpp - renders what is needed of the image once, and copies it to where it is repeated.
+// repeat.cpp - renders the needed part of the image once, and copies it to its repetitions.
 
 #include "sampling/repeat.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -10,10 +11,10 @@ namespace {
 
 constexpr std::size_t kPixelSize = kFloatsPerPixel * sizeof(float);
 
-// Places further out than this are not all whole doubles.
+// Beyond this distance places are not exact in doubles.
 constexpr double kFarthest = 4503599627370496.0;
 
-// Whether an extent can be repeated: neither empty nor without end.
+// Whether an extent can be repeated: neither empty nor infinite.
 bool IsFinite(const Extent& extent) {
     return !extent.IsEmpty() && extent.left > -kFarthest && extent.bottom > -kFarthest && extent.right < kFarthest &&
            extent.top < kFarthest;
@@ -25,7 +26,7 @@ Region RegionOf(const Extent& extent) {
             static_cast<std::int64_t>(extent.top) - bottom};
 }
 
-// The place within a length to which a place is equal, a whole number of lengths away.
+// The remainder of a position within a length.
 std::int64_t Wrapped(std::int64_t place, std::int64_t start, std::int64_t length) {
     const std::int64_t rest = (place - start) % length;
     return start + (rest < 0 ? rest + length : rest);
@@ -39,7 +40,7 @@ class TiledStage : public Stage {
         const Region& region = tile.region;
         const std::int64_t width = std::min(region.width, cell_.width);
         const std::int64_t height = std::min(region.height, cell_.height);
-        // One cell's worth of pixels, in up to four pieces...
+        // One cell of pixels, in up to four pieces...
         for (std::int64_t y = 0; y < height;) {
             const std::int64_t fromY = Wrapped(region.y + y, cell_.y, cell_.height);
             const std::int64_t rows = std::min(height - y, cell_.Top() - fromY);
@@ -52,7 +53,7 @@ class TiledStage : public Stage {
             }
             y += rows;
         }
-        // ...the rest from one cell to the left, then from one cell below.
+        // ...the rest copied from one cell to the left, then from one cell below.
         for (std::int64_t y = 0; y < height && width < region.width; ++y) {
             float* row = tile.Row(region.y + y);
             for (auto x = static_cast<std::size_t>(width); x < tile.Width(); ++x) {
@@ -87,7 +88,7 @@ class TiledImage : public Image {
     }
 
   private:
-    // The part of the cell that a region shows; in a direction where it shows an edge between two cells, all of it.
+    // The part of the cell that a region shows; in a direction in which the region crosses a cell edge, all of it.
     Region Wanted(const Region& region) const {
         Region part = {Wrapped(region.x, cell_.x, cell_.width), Wrapped(region.y, cell_.y, cell_.height), region.width,
                        region.height};
@@ -100,7 +101,7 @@ class TiledImage : public Image {
     Region cell_;
 };
 
-// The pixels of a region that lie nearest to another: at least one.
+// The pixels of a region that are nearest to another region: at least one.
 Region Nearest(const Region& region, const Region& all) {
     const std::int64_t x = std::clamp(region.x, all.x, all.Right() - 1);
     const std::int64_t y = std::clamp(region.y, all.y, all.Top() - 1);

@@ -1,7 +1,7 @@
-// warp-inl.h - vectors of places for warps that are computed in the widest instructions that the processor has.
+// warp-inl.h - vectors of places for warps that are vectorized.
 //
-// A source file that is compiled once for every instruction set includes this each time. A formula is a function that changes
-// vectors of pixel centers into those of the places they come from.
+// A source file that is compiled once per instruction set includes this file each time. A formula is a function that
+// changes vectors of pixel centers into the places where the pixels come from.
 
 #if defined(CORE_IMAGE_WARP_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef CORE_IMAGE_WARP_INL_H
@@ -24,7 +24,8 @@ using PlaceVector = hn::Vec<PlaceTag>;
 
 HWY_INLINE PlaceVector Number(double value) { return hn::Set(PlaceTag(), value); }
 
-// Writes the places of a row: operator()(std::size_t index, PlaceVector& x, PlaceVector& y), with the index in the row.
+// Writes the places of a row: operator()(std::size_t index, PlaceVector& x, PlaceVector& y), with the index in the
+// row.
 template <class Formula>
 HWY_INLINE void ForEachPlaceOf(const PlaceRow& row, double* x, double* y, const Formula& formula) {
     const PlaceTag d;

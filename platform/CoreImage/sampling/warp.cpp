@@ -1,4 +1,4 @@
-// warp.cpp - places first, then the part of the input that holds them, then the pixels between.
+// warp.cpp - computes the places, reads the part of the input around them, and interpolates.
 
 #include "sampling/warp.h"
 
@@ -16,22 +16,23 @@
 namespace core_image {
 namespace {
 
-// Why a limit: up to this a scattered source is held as a whole (1 GB); tiles of a larger one ask for what they need.
+// Up to this size (1 GB) a scattered source is held in memory as a whole; tiles of a larger one read what they need.
 constexpr double kMostHeld = 1 << 26;
 
 double PixelCount(const Region& region) {
     return static_cast<double>(region.width) * static_cast<double>(region.height);
 }
 
-// The part of a region that lies in an extent, with a transparent pixel around it: what lies further out is as transparent.
+// The part of a region that lies in an extent, with a border of one transparent pixel: everything beyond is
+// transparent too.
 Region WithRim(const Region& region, const Extent& extent) {
     return Clip(region, {extent.left - 1, extent.bottom - 1, extent.right + 1, extent.top + 1});
 }
 
-// A warp together with what belongs to it.
+// A warp with its parameters.
 struct Recipe {
     ImageRef input;
-    bool isEncoded;  // whether the input's pixels are, and have to be decoded
+    bool isEncoded;  // whether the input's pixels are encoded and have to be decoded
     ImageRef guide;  // null without one
     std::shared_ptr<const Warp> warp;
 };
@@ -43,9 +44,9 @@ Extent CentersOf(const Region& region) {
             y + static_cast<double>(region.height) - 0.5};
 }
 
-// Asks for a row that is going to be read, if there is one.
+// Prefetches a row that is going to be read, if it exists.
 //
-// Why: each row of a tile lies on another page of memory, and there the processor does not look ahead by itself.
+// Why: each row of a tile is on another memory page, and there the hardware does not prefetch.
 void AskFor(const View& view, std::int64_t y) {
     if (y >= view.region.Top()) return;
     constexpr std::size_t kFloatsPerLine = 16;
@@ -61,7 +62,7 @@ class WarpStage : public Stage {
           isEncoded_(recipe.isEncoded && IsMatching()),
           isGuided_(recipe.guide != nullptr),
           extent_(recipe.input->GetExtent()) {
-        // One more pixel on each side: what holds all places is rounded otherwise than each of them.
+        // One more pixel on each side: the bounds of all places are rounded differently from the places.
         const Region source = WithRim(PixelsAround(warp_->Source(CentersOf(region)).GrownBy(1)), extent_);
         if (warp_->IsScattered() && !Clip(source, extent_).IsEmpty() && PixelCount(source) <= kMostHeld) {
             held_.emplace(RenderBlock(recipe.input, source));
@@ -120,7 +121,7 @@ class WarpStage : public Stage {
         }
     }
 
-    // Whether a tile would look at far more pixels than it uses.
+    // Whether a tile would read far more pixels than it uses.
     static bool IsTooSparse(const Region& needed, const Region& region) {
         constexpr double kMostPerPixel = 16, kAlways = 256;
         const double pixels = PixelCount(region);
@@ -146,8 +147,8 @@ class WarpStage : public Stage {
     bool isEncoded_;
     bool isGuided_;
     Extent extent_;                   // of the input
-    Prepared input_;                  // unless it is held
-    std::optional<PixelBlock> held_;  // the input, where the warp is scattered
+    Prepared input_;                  // unless the source is held
+    std::optional<PixelBlock> held_;  // the source of a scattered warp
     Prepared guide_;
 };
 

@@ -1,7 +1,8 @@
 // comic_effect.cpp - a comic: few colors, printed in dots, under lines of ink.
 //
-// The picture, smoothed, has six steps of each color, evenly spaced as the eye sees them. Half of the light is these colors,
-// half their halftone in four inks. Lines are the woodcut of the smoothed picture: the dark side of every edge.
+// The smoothed picture is reduced to six levels per color, spaced evenly to the eye. Half of the light comes from
+// these flat colors, half from their four-ink halftone. The lines are the woodcut of the smoothed picture: the dark
+// side of every edge.
 
 #include <utility>
 
@@ -23,7 +24,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
 
-// Takes the colors of blurred pixels, and leaves alpha.
+// Takes the colors of the blurred pixels and keeps alpha.
 HWY_ATTR void SmoothRow(float* pixels, const float* const* others, std::size_t count) {
     ForEachPlace<1>(pixels, others, count, [](Colors& c, const auto& given) HWY_ATTR {
         Clip(c);
@@ -35,7 +36,7 @@ HWY_ATTR void SmoothRow(float* pixels, const float* const* others, std::size_t c
     });
 }
 
-// The mean of pixels and their halftone, as dark as the lines are.
+// The mean of the pixels and their halftone, darkened by the lines.
 HWY_ATTR void ComicRow(float* pixels, const float* const* others, std::size_t count) {
     ForEachPlace<2>(pixels, others, count, [](Colors& c, const auto& given) HWY_ATTR {
         const Colors &dots = given[0], &lines = given[1];
@@ -56,12 +57,12 @@ HWY_EXPORT(SmoothRow);
 HWY_EXPORT(ComicRow);
 
 constexpr double kSmoothing = 2;
-constexpr float kSteps = 5;  // between six tones
+constexpr float kSteps = 5;  // between six levels
 constexpr double kLineRadius = 2.5;
 constexpr double kDotWidth = 7;
 constexpr double kDotSharpness = 0.7;
 
-// Colors in few steps of what is stored, which are even to the eye.
+// Posterizes encoded colors, whose levels are even to the eye.
 class FewColors : public PointFunction {
   public:
     void ApplyToRun(float* pixels, std::size_t count) const override {
@@ -87,10 +88,10 @@ class Comic : public CombiningFunction {
 
 }  // namespace
 
-// CIComicEffect: few colors, half of them in dots, and black lines; alpha stays.
+// CIComicEffect: few colors, half of them in dots, and black lines. Alpha is unchanged.
 //
-// Black replaces all of the gray of the other inks: the picture stays bright and its dots colorful. Edges are found as in the
-// woodcut, whose lines are black on one side only and leave even areas alone.
+// Black replaces all of the gray of the other inks: the picture stays bright and its dots colorful. Edges are found
+// as in the woodcut, whose lines are black on one side only and leave even areas alone.
 ImageRef ComicEffect(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr || input->GetExtent().IsEmpty()) return input;

@@ -1,11 +1,14 @@
-// crystallize.cpp - a mosaic: every pixel has the color of the seed nearest to it.
+// crystallize.cpp - a mosaic: every pixel has the color of the nearest seed.
 //
-// Seeds stand in a square grid as fine as the radius, each moved by chance within its cell. A seed's color is the mean of the
-// square around it, as wide as the radius, of what lies in the image; a seed beside the image takes the nearest place in it.
-// Where cells are small their seeds are made anew for each tile; larger ones, which many tiles share, once for a region.
+// Seeds lie in a square grid whose cells are as wide as the radius, each at a pseudo-random position in its cell. A
+// seed's color is the mean of the image inside a square around it, as wide as the radius. A seed outside the image
+// uses the nearest place inside it.
+// The seeds of small cells are computed anew for each tile; those of large cells, which many tiles share, once for a
+// region.
 
 #include <tbb/parallel_for.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <optional>
@@ -21,15 +24,16 @@
 namespace core_image {
 namespace {
 
-// Up to here cells are small.
+// Cells up to this width are small.
 constexpr double kLargestSmall = 8;
 
-// A square that lies on more pixels than this many by this many has the mean of a smaller picture, of which it has a quarter as
-// many at least. Pixels of that are means of up to four by four, with others left out between: the picture may have no end.
+// When the square covers more than this many by this many pixels, the mean is taken from a reduced image, in which
+// the square still covers at least a quarter of that number. A pixel of the reduced image is the mean of up to four
+// by four pixels, with others skipped in between, because the picture may be infinite.
 constexpr double kWidestExact = 128;
 constexpr int kMostMeans = 2;
 
-// Further out a grid is not told from another.
+// Beyond this distance grids are indistinguishable.
 constexpr double kFarthest = 1e9;
 
 // The grid of seeds.
@@ -40,12 +44,12 @@ struct Grid {
     std::int64_t Column(std::int64_t x) const { return Cell(x, centerX); }
     std::int64_t Row(std::int64_t y) const { return Cell(y, centerY); }
 
-    // A pixel's place in units of cells.
+    // A pixel's position in units of cells.
     double Cells(std::int64_t pixel, double center) const {
         return (static_cast<double>(pixel) + 0.5 - center) / radius;
     }
 
-    // The cells that hold a region, and two more on each side.
+    // The cells that cover a region, and two more on each side.
     Region Around(const Region& region) const {
         const std::int64_t left = Column(region.x) - 2, bottom = Row(region.y) - 2;
         return {left, bottom, Column(region.Right() - 1) + 3 - left, Row(region.Top() - 1) + 3 - bottom};
@@ -57,14 +61,15 @@ struct Grid {
     }
 };
 
-// Where the colors of seeds come from: an image, or a smaller one, and the pixels that a seed's square reaches to each side.
+// The source of the seeds' colors: an image or its reduction, and how many pixels a seed's square reaches to each
+// side.
 struct Palette {
     ImageRef image;
     Extent extent;
     double factor;
     std::int64_t reach;
 
-    // The square of a seed's pixels that lie in the image: at least one.
+    // The pixels of a seed's square that lie in the image: at least one.
     Region Square(double x, double y) const {
         const auto nearest = [this](double place, double least, double end) {
             return static_cast<std::int64_t>(std::clamp(std::floor(place / factor), least, end - 1));
@@ -74,7 +79,7 @@ struct Palette {
     }
 };
 
-// The seeds of some cells.
+// The seeds of a range of cells.
 class Seeds {
   public:
     Seeds(const Grid& grid, const Region& cells)
@@ -98,7 +103,7 @@ class Seeds {
         }
     }
 
-    // The pixels that all these colors come from.
+    // The pixels that all these colors depend on.
     Region Source(const Palette& palette) const {
         const Region first = Square(palette, cells_.x, cells_.y);
         Region all = first;
@@ -187,7 +192,7 @@ class MosaicStage : public Stage {
     }
 
   private:
-    // Draws one cell after the other. Each ends where the next begins.
+    // Draws cell after cell. Each ends where the next begins.
     void Draw(const Seeds& seeds, const Tile& tile) const {
         const Region& region = tile.region;
         for (std::int64_t y = region.y; y < region.Top();) {
@@ -205,7 +210,7 @@ class MosaicStage : public Stage {
         }
     }
 
-    const Grid& grid_;        // of the image, which outlives the rendering
+    const Grid& grid_;        // owned by the image, which outlives the rendering
     const Palette& palette_;  // likewise
     Prepared image_;
     std::optional<Seeds> seeds_;
@@ -225,10 +230,10 @@ class MosaicImage : public Image {
     Palette palette_;
 };
 
-// The colors for squares as wide as a radius.
+// The source of colors for squares as wide as a radius.
 //
-// The smaller picture is made of one that goes on beyond its frame as its outermost pixels do, so that its own outermost pixels
-// are as opaque as the others.
+// The reduced image is made of an image extended by its outermost pixels, so that its own outermost pixels are as
+// opaque as the others.
 Palette PaletteOf(const ImageRef& input, double radius) {
     const Extent& extent = input->GetExtent();
     const double width = std::min(radius, extent.right - extent.left);
@@ -246,10 +251,10 @@ Palette PaletteOf(const ImageRef& input, double radius) {
 
 }  // namespace
 
-// CICrystallize: convex polygons of one color each, about inputRadius wide, in a pattern that moves with inputCenter. The input
-// itself for a radius up to 1.
+// CICrystallize: convex polygons of one color each, about inputRadius wide, in a pattern that moves with
+// inputCenter. Returns the input itself for a radius up to 1.
 //
-// A seed's color is a mean, not that of one pixel: blocks keep the tones of a picture with fine detail.
+// A seed's color is a mean, not a single pixel, so that blocks keep the tones of a picture with fine detail.
 ImageRef Crystallize(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     const double radius = std::min(inputs.GetNumber("inputRadius"), kFarthest);

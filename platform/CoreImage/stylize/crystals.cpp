@@ -1,4 +1,4 @@
-// crystals.cpp - one seed after the other is compared with as many places as a vector holds.
+// crystals.cpp - compares one seed at a time with a whole vector of places.
 
 #include "stylize/crystals.h"
 
@@ -43,7 +43,7 @@ void FindNearest(const NearSeeds& seeds, const float* x, float y, std::size_t co
 }
 
 Seed SeedOf(std::int64_t column, std::int64_t row) {
-    // Two odd numbers tell columns and rows apart, two rounds of shifting and multiplying mix all bits with all others.
+    // Two odd factors tell columns from rows; two rounds of shifting and multiplying mix all bits with all others.
     std::uint64_t bits = static_cast<std::uint64_t>(column) * 0x9e3779b97f4a7c15u +
                          static_cast<std::uint64_t>(row) * 0xc2b2ae3d27d4eb4fu;
     for (int round = 0; round < 2; ++round) bits = (bits ^ (bits >> 29)) * 0xbf58476d1ce4e5b9u;

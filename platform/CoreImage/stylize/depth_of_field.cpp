@@ -1,8 +1,10 @@
-// depth_of_field.cpp - a miniature: what is near a line stays, more colorful and sharper; all else is out of focus.
+// depth_of_field.cpp - a miniature: everything near a line stays, sharper and more colorful; the rest is out of
+// focus.
 //
-// The line goes from one point to the other. Up to a tenth of the image's shorter side from it everything is in focus, from three
-// tenths on nothing is, with a smooth step between. In focus a pixel v, beside its Gaussian blur b, is v + intensity (v - b) with
-// its distance from its luminance times the saturation, clipped to 0...alpha. Out of focus it is a disc of light.
+// The line is a segment between two points. Up to a distance of a tenth of the image's shorter side everything is in
+// focus; from three tenths on nothing is; between them lies a smooth step. In focus, a pixel v with Gaussian blur b
+// becomes v + intensity (v - b), its distance from its luminance multiplied by the saturation, clipped to 0...alpha.
+// Out of focus it is blurred by a disc.
 
 #include <utility>
 #include <vector>
@@ -24,7 +26,8 @@
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
 
-// Writes how far out of focus pixels are, 0 to 1, of which the first is at (x, y) from the line's first point.
+// Writes how far out of focus pixels are, 0 to 1. The first pixel is at (x, y) relative to the segment's first
+// point.
 HWY_ATTR void FocusRow(const FocusLine& line, double x, double y, float* blurs, std::size_t count) {
     const hn::Half<WideTag> half;
     const hn::Rebind<double, decltype(half)> d;
@@ -47,7 +50,7 @@ HWY_ATTR void ClipRow(float* pixels, std::size_t count) {
     ForEachPixel(pixels, count, [](Colors& c) HWY_ATTR { Clip(c); });
 }
 
-// Sharpens and colors pixels by blurred ones, and goes from there to those out of focus.
+// Sharpens and saturates pixels with the help of blurred ones, and blends towards the pixels out of focus.
 HWY_ATTR void MiniatureRow(float* pixels, const float* const* others, const float* blurs, float sharpening,
                            float saturation, std::size_t count) {
     ForEachIndexedPlace<2>(pixels, others, count, [&](Colors& c, const auto& given, std::size_t index) HWY_ATTR {
@@ -63,7 +66,7 @@ HWY_ATTR void MiniatureRow(float* pixels, const float* const* others, const floa
                                    HWY_ATTR { return hn::MulAdd(hn::Sub(value, gray), Constant(saturation), gray); };
         focused = {saturated(focused.red), saturated(focused.green), saturated(focused.blue), c.alpha};
         Clip(focused);
-        // Written so that wholly out of focus is exactly the blurred pixel.
+        // Written so that a pixel wholly out of focus is exactly the blurred one.
         const Wide rest = hn::Sub(Constant(1), share);
         const auto mix = [&](Wide in, Wide out) HWY_ATTR { return hn::MulAdd(in, rest, hn::Mul(out, share)); };
         c = {mix(focused.red, away.red), mix(focused.green, away.green), mix(focused.blue, away.blue),
@@ -137,7 +140,7 @@ class MiniatureStage : public Stage {
 
   private:
     Prepared sharp_, soft_, away_;
-    const Miniature& miniature_;  // of the image, which outlives the rendering
+    const Miniature& miniature_;  // owned by the image, which outlives the rendering
 };
 
 class MiniatureImage : public Image {
@@ -168,7 +171,7 @@ FocusLine LineOf(const Inputs& inputs, const Extent& extent) {
     const double square = line.alongX * line.alongX + line.alongY * line.alongY;
     line.perSquare = square > 0 ? std::min(1 / square, kLargestNumber) : 0;
     const double side = std::min(extent.right - extent.left, extent.top - extent.bottom);
-    // In an image without end everything is near.
+    // In an infinite image everything is near.
     if (side < kLargestNumber) {
         line.near = 0.1 * side;
         line.perStep = 1 / (0.2 * side);
@@ -178,10 +181,11 @@ FocusLine LineOf(const Inputs& inputs, const Extent& extent) {
 
 }  // namespace
 
-// CIDepthOfField: sharp and colorful near the line from inputPoint0 to inputPoint1, blurred by inputRadius away from it.
+// CIDepthOfField: sharp and colorful near the segment from inputPoint0 to inputPoint1, blurred by inputRadius away
+// from it.
 //
-// Out of focus is a disc, as a lens makes it, not a Gaussian; and the line ends at its points, so that one point twice is a round
-// spot. The picture goes on beyond its frame as its outermost pixels do, so that the frame stays opaque.
+// The blur out of focus is a disc, as a lens produces, not a Gaussian. The segment ends at its points, so that two
+// equal points give a round spot. The picture is extended by its outermost pixels, so that its frame stays opaque.
 ImageRef DepthOfField(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr || input->GetExtent().IsEmpty()) return input;

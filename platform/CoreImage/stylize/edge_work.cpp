@@ -1,8 +1,8 @@
-// edge_work.cpp - a woodcut: what is darker than its surroundings is cut black.
+// edge_work.cpp - a woodcut: whatever is darker than its surroundings becomes black.
 //
-// Of the luminance of the light that a pixel sends, clipped to 0...1, and two Gaussian blurs of it, y by little and g by the
-// radius: the contrast is (y - g) / (g + 0.02); the tone is clamp(1 + 8 (contrast + 0.05)). So an even area is white, and black
-// what is darker than its surroundings by more than a sixth.
+// The luminance of premultiplied light, clipped to 0...1, is blurred by two Gaussians: slightly (y) and by the
+// radius (g). The contrast is (y - g) / (g + 0.02); the tone is clamp(1 + 8 (contrast + 0.05)). So an even area is
+// white, and a pixel that is darker than its surroundings by more than a sixth is black.
 
 #include <utility>
 
@@ -48,7 +48,7 @@ namespace {
 HWY_EXPORT(LuminanceRow);
 HWY_EXPORT(WoodcutRow);
 
-// The narrow blur, where the radius is three times as wide at least.
+// The narrow blur, used where the radius is at least three times as wide.
 constexpr double kGrain = 1;
 
 class LuminanceFunction : public PointFunction {
@@ -77,8 +77,9 @@ ImageRef MakeWoodcutImage(ImageRef input, double grain, double radius) {
 
 // CIEdgeWork: the woodcut by inputRadius.
 //
-// The contrast of two Gaussians: the wide one makes outlines grow with the radius from thin to bold, the narrow one keeps the
-// grain of a photo from speckling its even areas. The image goes on as its outermost pixels do, so that its frame is no outline.
+// The contrast of two Gaussians: with the wide one outlines grow from thin to bold with the radius; the narrow one
+// keeps the grain of a photo from speckling even areas. The image is extended by its outermost pixels, so that its
+// frame is not an outline.
 ImageRef EdgeWork(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     const double radius = inputs.GetNumber("inputRadius");

@@ -1,7 +1,7 @@
-// edges.cpp - how steep the picture is, color by color.
+// edges.cpp - the steepness of the picture, color by color.
 //
-// Half the difference of the neighbors to the right and left, and of those above and below: the length of the two together,
-// times the intensity. Premultiplied linear light; nothing is clipped.
+// Half the difference of the right and left neighbors, and half that of the upper and lower ones: the length of this
+// vector times the intensity. Computed on premultiplied linear light; nothing is clipped.
 
 #include <utility>
 
@@ -17,7 +17,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
 
-// As many whole pixels as a vector has room for; the pixel itself has one neighbor on each side.
+// As many whole pixels as a vector holds; each pixel has one neighbor on each side.
 template <class D>
 HWY_INLINE void EdgeVector(D d, const float* above, const float* row, const float* below, float scale, float* out) {
     const auto dx = hn::Sub(hn::LoadU(d, row + 8), hn::LoadU(d, row));
@@ -29,7 +29,7 @@ HWY_INLINE void EdgeVector(D d, const float* above, const float* row, const floa
     hn::StoreU(Finite(hn::IfThenElse(isAlpha, hn::LoadU(d, row + 4), slope)), d, out);
 }
 
-// Rows begin one pixel to the left of the first that is written.
+// Rows begin one pixel to the left of the first pixel written.
 HWY_ATTR void EdgeRow(const float* above, const float* row, const float* below, float scale, float* out,
                       std::size_t count) {
     const WideTag wide;
@@ -84,10 +84,10 @@ class EdgeImage : public Image {
 
 }  // namespace
 
-// CIEdges: how fast each color changes, times inputIntensity, on black; alpha stays.
+// CIEdges: how fast each color changes, times inputIntensity, on black. Alpha is unchanged.
 //
-// Central differences, not those of two diagonals: a line then stands where the edge is, not half a pixel beside it. The image
-// goes on as its outermost pixels do, so that its frame is no edge.
+// Central differences, not those of two diagonals, so that a line lies on the edge and not half a pixel beside it.
+// The image is extended by its outermost pixels, so that its frame is not an edge.
 ImageRef Edges(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;

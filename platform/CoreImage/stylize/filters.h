@@ -1,6 +1,8 @@
-// filters.h - the family of filters that redraw a picture: glows, outlines, mosaics, comics, miniatures.
+// filters.h - filters that redraw a picture: glows, outlines, mosaics, comics, miniatures.
 //
-// Adding one: a function in this folder, named as the filter is without "CI", and a line in the list.
+// This family builds on images of blur (glows, woodcuts, miniatures), color (the few colors of a comic) and halftone
+// (the dots of a comic).
+// Adding one: a function in this folder, named like the filter without "CI", and a line in the list.
 
 #pragma once
 

@@ -4,13 +4,13 @@
 
 namespace core_image {
 
-// A line between two points, and how focus is lost with the distance from it.
+// A segment between two points, and how focus falls off with the distance from it.
 struct FocusLine {
     double startX, startY;
-    double alongX, alongY;  // from the start to the end
-    double perSquare;       // one over the square of the line's length; 0 for a point
-    double near;            // up to this distance all is in focus
-    double perStep;         // one over the width of the step from there to where nothing is; 0 for none
+    double alongX, alongY;  // from start to end
+    double perSquare;       // 1 / the squared length of the segment; 0 for a point
+    double near;            // everything up to this distance is in focus
+    double perStep;         // 1 / the width of the transition to fully out of focus; 0 for none
 };
 
 }  // namespace core_image

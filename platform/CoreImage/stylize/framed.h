@@ -1,4 +1,5 @@
-// framed.h - blurs of pictures that go on beyond their frame as their outermost pixels do, so that the frame is not seen.
+// framed.h - blurs of pictures that are extended beyond their frame by their outermost pixels, so that the frame is
+// not visible.
 
 #pragma once
 
@@ -8,9 +9,10 @@
 
 namespace core_image {
 
-// A blur's radius in a picture that goes on beyond an extent.
+// The radius of a blur over a picture that is extended beyond an extent.
 //
-// Why a limit: a radius as long as the picture already blends all of it, and what is beyond the frame would only take time.
+// Why a limit: a radius as long as the picture already blends all of it; the pixels beyond the frame would only take
+// time.
 inline double FramedRadius(double radius, const Extent& extent) {
     if (extent.IsEmpty()) return 0;
     return std::min(radius, std::max(extent.right - extent.left, extent.top - extent.bottom));

@@ -1,7 +1,7 @@
-// glow.cpp - light that spreads, and darkness that does: an image beside a blurred copy of itself.
+// glow.cpp - light or darkness that spreads: an image combined with its blurred copy.
 //
-// Of a channel v, alpha too, blurred to b: bloom is v + intensity max(b - v, 0), gloom v + intensity min(b - v, 0). Around the
-// image v is 0. Nothing is clipped.
+// For a channel v, alpha included, blurred to b: bloom is v + intensity max(b - v, 0), gloom is v + intensity min(b
+// - v, 0). Outside the image v is 0. Nothing is clipped.
 
 #include <utility>
 
@@ -19,7 +19,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
 
-// Adds to pixels what a function makes of the difference to blurred ones, times intensity.
+// Adds to each pixel a function of its difference to the blurred one, times intensity.
 template <class Function>
 HWY_INLINE void AddDifference(float* pixels, const float* const* others, std::size_t count, float intensity,
                               const Function& function) {
@@ -85,8 +85,9 @@ ImageRef MakeGlowImage(ImageRef input, ImageRef blurred, Glow glow, double inten
                              std::make_unique<GlowFunction>(glow, FiniteFloat(intensity)), extent);
 }
 
-// CIBloom: every channel, alpha too, moves by inputIntensity towards a Gaussian blur of sigma inputRadius where that is more.
-// CIGloom: where that is less. The extent is the blur's. The input itself for an intensity of 0.
+// CIBloom: every channel, alpha included, moves by inputIntensity towards a Gaussian blur of sigma inputRadius where
+// the blur is larger. CIGloom: where it is smaller. The extent is the blur's. Returns the input itself for an
+// intensity of 0.
 ImageRef Bloom(const Inputs& inputs) { return GlowOf(inputs, Glow::kLight); }
 ImageRef Gloom(const Inputs& inputs) { return GlowOf(inputs, Glow::kDarkness); }
 

@@ -1,4 +1,4 @@
-// stylize.h - the family of filters that redraw a picture: glows, outlines, mosaics, comics, miniatures.
+// stylize.h - images that the filters of the family share.
 
 #pragma once
 
@@ -9,11 +9,12 @@ namespace core_image {
 // What spreads in a glow.
 enum class Glow { kLight, kDarkness };
 
-// An image that moves towards a blurred copy of itself, by an intensity, in every channel where that is more (light) or less
-// (darkness). Its extent is the blurred one's.
+// An image moved by an intensity towards its blurred copy, in every channel where the copy is larger (light) or
+// smaller (darkness). Its extent is that of the blurred copy.
 ImageRef MakeGlowImage(ImageRef input, ImageRef blurred, Glow glow, double intensity);
 
-// An image as a woodcut: black where it, blurred by grain, is darker than blurred by a radius, white elsewhere; alpha stays.
+// An image as a woodcut: black where the image blurred by grain is darker than the image blurred by radius, white
+// elsewhere. Alpha is unchanged.
 ImageRef MakeWoodcutImage(ImageRef input, double grain, double radius);
 
 }  // namespace core_image

@@ -1,10 +1,10 @@
-// filters.h - the family of filters that cover the plane with copies of one cell of an image.
+// filters.h - filters that cover the plane with copies of one cell of an image.
 //
-// The cell has a corner at inputCenter and edges of inputWidth, one at inputAngle, the other at inputAcuteAngle from
-// it, a right angle where there is no such key. A copy shows the cell moved, turned or reflected (folds.h). All results
-// are endless.
+// The cell has a corner at inputCenter and edges of inputWidth. One edge is at inputAngle; the other is at
+// inputAcuteAngle from it, or at a right angle for filters without that key. Each copy shows the cell moved, rotated
+// or reflected (folds.h). All results are infinite.
 //
-// Adding one: a function in this folder, named as the filter is without "CI", and a line in the list.
+// Adding one: a function in this folder, named like the filter without "CI", and a line in the list.
 
 #pragma once
 

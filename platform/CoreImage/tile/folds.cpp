@@ -1,4 +1,4 @@
-// folds.cpp - the folds themselves, compiled once for every instruction set.
+// folds.cpp - the folds, compiled once per instruction set.
 
 #include "tile/folds.h"
 
@@ -16,17 +16,17 @@ struct InCell {
     PlaceVector s, t;
 };
 
-// Why: a place that is this near to a seam is on it, or seams through the centers of pixels would be ragged by what
-// doubles round off.
+// Why: a place this close to a seam counts as on it. Otherwise seams through the centers of pixels would be ragged
+// because of rounding errors.
 constexpr double kOnSeam = 1e-9;
 
-// How far a number is past the last multiple of a period.
+// The distance of a number from the previous multiple of a period.
 HWY_INLINE PlaceVector Modulo(PlaceVector number, double period) {
     const PlaceVector periods = hn::Floor(hn::MulAdd(number, Number(1 / period), Number(kOnSeam)));
     return hn::NegMulAdd(periods, Number(period), number);
 }
 
-// Up to a height and down again.
+// A triangle wave: up to a height and down again.
 HWY_INLINE PlaceVector UpAndDown(PlaceVector number, double height) {
     const PlaceVector up = Modulo(number, 2 * height);
     return hn::Min(up, hn::Sub(Number(2 * height), up));

@@ -1,7 +1,7 @@
-// folds.h - which place of the cell stands where in the plane, in the widest instructions that the processor has.
+// folds.h - which place of the cell each place of the plane shows, vectorized for the processor.
 //
-// A place of the plane is counted in edges of the cell from its corner: (s, t), the cell itself being 0...1 in both. A
-// fold brings it back into the cell, by a symmetry that takes the plane to itself.
+// A place of the plane is given in edges of the cell, relative to its corner: (s, t), with the cell itself at 0...1
+// in both. A fold maps it back into the cell by a symmetry of the plane.
 // Threads:  any.
 // Adding one: a line in the list, and its function in folds.cpp.
 

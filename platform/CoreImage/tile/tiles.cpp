@@ -1,7 +1,8 @@
-// tiles.cpp - the filters: their cell, and the fold (folds.h) that they are.
+// tiles.cpp - the filters: their cell, and their fold (folds.h).
 
 #include "tile/filters.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -10,14 +11,14 @@
 namespace core_image {
 namespace {
 
-// A cell narrower than this is as wide as this: places are divided by its area.
+// Narrower cells get this width: places are divided by the cell's area.
 constexpr double kNarrowest = 1e-6;
 
-// A cell flatter than this, as the sine of the angle between its edges, is as flat as this, for the same reason.
+// Flatter cells, by the sine of the angle between the edges, get this sine, for the same reason.
 constexpr double kFlattest = 0.01;
 
-// A turn by an angle. Why rounded: a quarter turn given as a 32-bit float would miss pixels by a little, and so make
-// seams that run through their centers ragged.
+// A rotation by an angle. Why rounded: a quarter turn given as a 32-bit float would miss pixels by a little, and
+// make seams through their centers ragged.
 struct Turn {
     double cos, sin;
 
@@ -28,10 +29,10 @@ struct Turn {
     }
 };
 
-// The cell of a filter; its second edge is turned from the first.
+// The cell of a filter. Its second edge is rotated from the first.
 Cell CellOf(const Inputs& inputs, Turn second) {
     const double given = inputs.GetNumber("inputWidth");
-    // Why 1 for none: a pixel of the image is the least that there is to show.
+    // Why 1 for none: one pixel of the image is the least that can be shown.
     const double width = given > 0 ? std::max(given, kNarrowest) : 1;
     if (std::abs(second.sin) < kFlattest) second.sin = std::copysign(kFlattest, second.sin);
     const Turn first(inputs.GetNumber("inputAngle"));
@@ -49,7 +50,7 @@ class TileWarp : public Warp {
 
     void Places(const PlaceRow& row, double* x, double* y) const override { fold_(cell_, row, x, y); }
 
-    // All of the cell, wherever it is to be shown.
+    // The whole cell, whatever part of the plane is shown.
     Extent Source(const Extent&) const override {
         const auto [left, right] = Reach(cell_.firstX, cell_.secondX);
         const auto [bottom, top] = Reach(cell_.firstY, cell_.secondY);
@@ -59,7 +60,7 @@ class TileWarp : public Warp {
     bool IsScattered() const override { return true; }
 
   private:
-    // The least and the most that two edges, either or both, come to.
+    // The least and the greatest sum of none, either or both of two edges.
     static std::pair<double, double> Reach(double first, double second) {
         return {std::min(first, 0.0) + std::min(second, 0.0), std::max(first, 0.0) + std::max(second, 0.0)};
     }
@@ -87,7 +88,7 @@ ImageRef FourfoldReflectedTile(const Inputs& inputs) {
     return MakeTile(inputs, ReflectFold, inputs.GetNumber("inputAcuteAngle"));
 }
 
-// CIFourfoldRotatedTile: the cell, turned about its corners by quarter turns.
+// CIFourfoldRotatedTile: the cell, rotated about its corners by quarter turns.
 ImageRef FourfoldRotatedTile(const Inputs& inputs) { return MakeTile(inputs, RotateFold); }
 
 // CIFourfoldTranslatedTile: the cell, side by side with itself.
@@ -97,7 +98,8 @@ ImageRef FourfoldTranslatedTile(const Inputs& inputs) {
 
 // CIGlideReflectedTile: rows of the cell side by side with itself, every other row reflected left to right.
 //
-// Chosen of what glide reflection may mean: going up by one cell reflects left to right about the cell's corner.
+// Of the possible meanings of glide reflection this one was chosen: going up by one cell reflects left to right
+// about the cell's corner.
 ImageRef GlideReflectedTile(const Inputs& inputs) { return MakeTile(inputs, GlideFold); }
 
 }  // namespace core_image

@@ -1,10 +1,12 @@
 // bars_swipe.cpp - bars of the image slide away, the first ones first and ever faster, and uncover the target.
 //
-// Bars of inputWidth lie side by side along inputAngle, the first where u = x cos + y sin is least. Bar i has slid by
-// inputBarOffset n^2 with n = max(0, time M - i), at right angles to u: its pixel (x, y) is the image's at
-// (x - sin slid, y + cos slid).
+// Bars of inputWidth lie side by side along inputAngle; the first is where u = x cos + y sin is least. Bar i has
+// slid by inputBarOffset n^2 with n = max(0, time M - i), at right angles to u: its pixel (x, y) is the image's
+// pixel at (x - sin slid, y + cos slid).
 
+#include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "sampling/warp.h"
 #include "transition/between.h"
@@ -14,14 +16,14 @@
 namespace core_image {
 namespace {
 
-// What is less than this, of the bars' width and offset, is this: something has to be divided by both.
+// The least width and offset of bars: both are divisors.
 constexpr double kLeast = 1e-6;
 
 bool HasEnds(const Extent& extent) {
     return std::isfinite(extent.right - extent.left) && std::isfinite(extent.top - extent.bottom);
 }
 
-// Where the bars are laid: over both images, or over the one that has ends.
+// The area that the bars cover: both images, or the finite one.
 Extent AreaOf(const Between& between) {
     if (HasEnds(between.extent)) return between.extent;
     return HasEnds(between.image->GetExtent()) ? between.image->GetExtent() : between.target->GetExtent();
@@ -35,7 +37,7 @@ class BarsWarp : public Warp {
           offset_(std::max(inputs.GetNumber("inputBarOffset"), kLeast)) {
         const double width = area.right - area.left, height = area.top - area.bottom;
         least_ = across_.Of(area.left, area.bottom, width, height).least;
-        // M: at time 1 the last of the bars that cross the area from side to side has slid by its whole length.
+        // M: at time 1 the last bar that crosses the area has slid by the area's whole length.
         const double cos = std::abs(across_.x), sin = std::abs(across_.y);
         const double longest = std::min(height / cos, width / sin);
         const double lastLong = std::floor(std::max(width * cos, height * sin) / width_);
@@ -65,7 +67,7 @@ class BarsWarp : public Warp {
     bool IsScattered() const override { return true; }
 
   private:
-    // How far the bar at a place u has slid.
+    // How far the bar at position u has slid.
     double SlidAt(double u) const {
         const double n = std::max(0.0, reach_ - std::floor((u - least_) / width_));
         return offset_ * n * n;
@@ -85,7 +87,7 @@ ImageRef BarsSwipeTransition(const Inputs& inputs) {
     return MakeTransition(inputs, [](const Inputs& values, const Between& between) {
         const Extent area = AreaOf(between);
         ImageRef image = between.image;
-        // Endless images have no first bar: nothing slides until the end.
+        // Infinite images have no first bar: nothing slides until the end.
         if (HasEnds(area)) {
             auto bars = std::make_shared<BarsWarp>(values, between.time, area);
             image = MakeWarpedImage(std::move(image), std::move(bars), between.extent);

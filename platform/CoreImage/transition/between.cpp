@@ -1,7 +1,8 @@
-// between.cpp - which of three images a transition is, by its time.
+// between.cpp - chooses the input, the target or the transition by the time.
 
 #include "transition/between.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -10,13 +11,13 @@
 namespace core_image {
 namespace {
 
-// Leaves pixels as they are.
+// Leaves pixels unchanged.
 class Same : public PointFunction {
   public:
     void ApplyToRun(float*, std::size_t) const override {}
 };
 
-// An image with transparent pixels around it, as far as the other one reaches.
+// An image with transparent pixels around it, up to the extent of the other one.
 ImageRef MakeEnd(ImageRef image, const Extent& extent) {
     if (image->GetExtent() == extent) return image;
     return MakePointImage(std::move(image), std::make_unique<Same>(), extent);

@@ -1,6 +1,7 @@
-// between.h - what transitions share: two images that must be there, the extent of both, and ends that are exact.
+// between.h - what transitions share: the check for both images, the union of their extents, and exact results at
+// both ends.
 //
-// Adding a transition: hand a function of a Between to MakeTransition; combine the images by a formula (formulas.h).
+// Adding a transition: pass a function of a Between to MakeTransition; combine the images by a formula (formulas.h).
 
 #pragma once
 
@@ -8,27 +9,27 @@
 
 namespace core_image {
 
-// A transition on its way.
+// A transition at a time strictly between its ends.
 struct Between {
     ImageRef image;
     ImageRef target;
-    Extent extent;  // of both
-    double time;    // after 0 and before 1
+    Extent extent;  // the union of both
+    double time;    // above 0 and below 1
 };
 
-// The image of a transition: the input or the target at its ends, and what a function makes between them. Null where
-// one of the images is missing.
+// The image of a transition: the input or the target at its ends, and the result of a function between them. Returns
+// null when one of the images is missing.
 using TransitionFunction = ImageRef (*)(const Inputs& inputs, const Between& between);
 ImageRef MakeTransition(const Inputs& inputs, TransitionFunction function);
 
-// A way across the plane, by an angle.
+// A direction across the plane, given by an angle.
 struct Direction {
     explicit Direction(double angle);
 
-    // How far along a place is.
+    // The position of a place along the direction.
     double Along(double placeX, double placeY) const { return placeX * x + placeY * y; }
 
-    // The least and the most of a rectangle, whose sides may be negative.
+    // The least and greatest position within a rectangle, whose sides may be negative.
     struct Range {
         double least, most;
     };

@@ -1,10 +1,12 @@
 // copy_machine.cpp - a strip of light of inputWidth moves along inputAngle, from outside inputExtent at time 0 to
-// outside of it at time 0.65; larger images are swept as the strip goes on.
+// beyond it at time 0.65. Larger images are swept as the strip goes on.
 //
-// u = x cos + y sin, from least to most over inputExtent; the strip ends at least + time / 0.65 (most - least + width).
-// p rises over the strip from 0, where the target is uncovered, to 1, where the image still is as it was.
+// u = x cos + y sin, from least to most over inputExtent. The strip ends at least + time / 0.65 (most - least +
+// width). Across the strip p rises from 0, where the target is uncovered, to 1, where the image is still unchanged.
 
+#include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "core/field.h"
 #include "transition/between.h"
@@ -14,10 +16,10 @@
 namespace core_image {
 namespace {
 
-// When the strip has crossed.
+// The time at which the strip has crossed the extent.
 constexpr double kCrossed = 0.65;
 
-// A strip narrower than this is as wide as this: a place divided by its width still has to be a number.
+// Narrower strips get this width: a position divided by the width has to stay finite.
 constexpr double kNarrowest = 1e-6;
 
 // p in red.
@@ -49,7 +51,8 @@ class Strip : public Field {
     double start_;
 };
 
-// The light at the strip's brightest. Why not a color like others: the numbers of this one are taken as linear light.
+// The light where the strip is brightest. Why it is not decoded like other colors: its numbers are defined as linear
+// light.
 Pixel LightOf(const Inputs& inputs) {
     const double alpha = inputs.GetElement("inputColor", 3), opacity = inputs.GetNumber("inputOpacity");
     const auto light = [&](std::size_t index) {

@@ -1,11 +1,13 @@
 // disintegrate.cpp - the image stays where a mask is brighter than the time, and casts a shadow on the target.
 //
-// With m the mask's green and g how much it changes from pixel to pixel, the image covers clamp(0.5 + (m - time) / g):
-// its edge is a pixel or two wide however steep the mask is. The shadow is the same of the mask moved by
-// inputShadowOffset, with an edge inputShadowRadius times as wide. As time goes on the image brightens to 1.25 and the
-// target, from 0.75, to 1.
+// With the mask's green m and its change g from pixel to pixel, the coverage of the image is clamp(0.5 + (m - time)
+// / g): its edge is a pixel or two wide however steep the mask is. The shadow is computed likewise from the mask
+// moved by inputShadowOffset, with an edge inputShadowRadius times as wide. With time the image brightens to 1.25
+// and the target from 0.75 to 1.
 
+#include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "core/window.h"
 #include "sampling/affine.h"
@@ -16,13 +18,13 @@
 namespace core_image {
 namespace {
 
-// The least change of a mask that is taken for one.
+// The least change of a mask: smaller ones count as this.
 constexpr double kLeastChange = 0.001;
 
-// Edges of shadows are as wide as this at least, of the image's own.
+// The least width of a shadow's edge, relative to the image's own.
 constexpr double kSharpest = 1e-6;
 
-// The part of a pixel of the mask that counts.
+// The channel of the mask that counts.
 constexpr std::size_t kGreen = 1;
 
 // How much remains at a pixel of the mask: 0 where it is darker than the time, 1 where it is brighter.
@@ -30,7 +32,7 @@ float Remaining(float mask, double time, double change) {
     return static_cast<float>(std::clamp(0.5 + (static_cast<double>(mask) - time) / change, 0.0, 1.0));
 }
 
-// The pixels of the mask that a region is computed from: each is compared with those to the left and below.
+// The pixels of the mask on which a region depends: each is compared with its left and lower neighbors.
 Region MaskOf(const Region& region) { return {region.x - 1, region.y - 1, region.width + 1, region.height + 1}; }
 
 class CoverStage : public Stage {
@@ -83,7 +85,8 @@ class CoverImage : public Image {
 
 }  // namespace
 
-// CIDisintegrateWithMaskTransition: the image goes where inputMaskImage is darker than the time, and casts a shadow.
+// CIDisintegrateWithMaskTransition: the image vanishes where inputMaskImage is darker than the time, and casts a
+// shadow.
 ImageRef DisintegrateWithMaskTransition(const Inputs& inputs) {
     if (inputs.GetImage("inputMaskImage") == nullptr) return nullptr;
     return MakeTransition(inputs, [](const Inputs& values, const Between& between) {

@@ -1,4 +1,4 @@
-// dissolve.cpp - a mean of the two images, weighed by the time.
+// dissolve.cpp - a mean of the two images, weighted by the time.
 
 #include "transition/between.h"
 #include "transition/filters.h"
@@ -6,7 +6,7 @@
 
 namespace core_image {
 
-// CIDissolveTransition: the one fades into the other.
+// CIDissolveTransition: the image fades into the target.
 ImageRef DissolveTransition(const Inputs& inputs) {
     return MakeTransition(inputs, [](const Inputs&, const Between& between) {
         const DissolveFormula formula = {static_cast<float>(between.time)};

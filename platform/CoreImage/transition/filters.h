@@ -1,9 +1,9 @@
-// filters.h - the family of filters that go from inputImage to inputTargetImage while inputTime goes from 0 to 1.
+// filters.h - filters that go from inputImage to inputTargetImage while inputTime goes from 0 to 1.
 //
-// All reach over both images. At time 0 and before the result is inputImage, at time 1 and after it is
-// inputTargetImage, to the last bit. Where one of the needed images is missing there is none.
+// Each covers the extents of both images. At time 0 and earlier the result is exactly inputImage, at time 1 and
+// later exactly inputTargetImage. Without one of the needed images there is no result.
 //
-// Adding one: a function in this folder, named as the filter is without "CI", and a line in the list.
+// Adding one: a function in this folder, named like the filter without "CI", and a line in the list.
 
 #pragma once
 

@@ -1,13 +1,15 @@
-// flash.cpp - light around inputCenter that grows with the time, over the image and then fading to the target.
+// flash.cpp - light around inputCenter that grows with the time, first over the image, then fading to the target.
 //
 // At a distance r the light is (1 - r / (k rho)) (color (rho / r)^2 + N), and none from k rho on; k is
 // inputMaxStriationRadius, rho the flash's radius at this time. The rays N = strength ((noise - 0.5) contrast + 0.5)
-// are white and depend on the angle only. From inputFadeThreshold on, the flash fades in proportion to the time that is
-// left.
+// are white and depend on the angle only. From inputFadeThreshold on, the flash fades in proportion to the remaining
+// time.
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <random>
+#include <utility>
 
 #include "core/cropped.h"
 #include "core/field.h"
@@ -20,14 +22,14 @@ namespace {
 
 constexpr double kTurn = 6.283185307179586;
 
-// Nearer to the center than this all is as bright as here.
+// Within this distance of the center the light is as bright as here.
 constexpr double kNearest = 1e-6;
 
-// How bright the rays are, around the circle; brightness goes straight from one ray to the next.
+// The brightness of the rays around the circle, interpolated linearly from one ray to the next.
 //
-// Why so many, and the second least of four: rays two thirds of a degree apart have little to do with each other, they
-// are mostly faint (0.39, give or take 0.16), and a few are bright (0.9). Why always the same: frames of one flash
-// belong together.
+// Why this many rays, each the second least of four random numbers: rays two thirds of a degree apart look
+// unrelated; most are faint (0.39 plus or minus 0.16) and a few bright (0.9). Why always the same: the frames of one
+// flash belong together.
 class Rays {
   public:
     Rays() {
@@ -51,14 +53,14 @@ class Rays {
     std::array<double, 680> rays_;
 };
 
-// The flash's radius. Why this law: it is small for long, then fills the extent, and everything at the end; of extents
-// that are no squares the mean size of the sides counts, taken along the diagonal.
+// The flash's radius. Why this law: it stays small for long, then fills the extent, and everything at the end. For
+// extents that are not square the mean side length counts, taken along the diagonal.
 double RadiusAt(double time, double width, double height) {
     const double size = std::hypot(width, height) / std::sqrt(2);
     return 0.3168 * size * time * time * time / (1 - time * time);
 }
 
-// The light, which has alpha as it has colors.
+// The light. Its alpha is computed like its colors.
 class Flash : public Field {
   public:
     Flash(const Inputs& inputs, double time)
@@ -108,7 +110,7 @@ ImageRef FlashTransition(const Inputs& inputs) {
     return MakeTransition(inputs, [](const Inputs& values, const Between& between) {
         const double threshold = values.GetNumber("inputFadeThreshold");
         const double share = between.time <= threshold ? 1 : std::min(1.0, (1 - between.time) / (1 - threshold));
-        // What is not seen yet need not be rendered.
+        // The target need not be rendered before it is visible.
         ImageRef target = share == 1 ? MakeCroppedImage(between.target, Extent{}) : between.target;
         ImageRef light = MakeFieldImage(std::make_shared<Flash>(values, between.time));
         return MakeFormulaImage({between.image, std::move(target), std::move(light)},

@@ -1,4 +1,4 @@
-// formulas.cpp - the loops themselves, compiled once for every instruction set.
+// formulas.cpp - the loops, compiled once per instruction set.
 
 #include "transition/formulas.h"
 
@@ -14,10 +14,10 @@ namespace core_image::HWY_NAMESPACE {
 using One = std::array<Colors, 1>;
 using Two = std::array<Colors, 2>;
 
-// Written so that 0 gives exactly the one and 1 exactly the other.
+// Written so that 0 gives exactly the first and 1 exactly the second.
 HWY_INLINE Wide Mix(Wide a, Wide b, Wide k) { return hn::MulAdd(a, hn::Sub(Constant(1), k), hn::Mul(b, k)); }
 
-// Replaces each number of a pixel by what a function makes of it and its fellow of another.
+// Replaces each number of a pixel by a function of it and its counterpart in another image.
 template <class Function>
 HWY_INLINE void ForEachNumber(Colors& c, const Colors& other, const Function& function) {
     c = {function(c.red, other.red), function(c.green, other.green), function(c.blue, other.blue),
@@ -65,7 +65,7 @@ HWY_INLINE void Change(const DisintegrateFormula& formula, Colors& c, const Two&
 #define CORE_IMAGE_DEFINE(name, otherCount)                                                                           \
     HWY_ATTR void name##Row(const name##Formula& formula, float* pixels, const float* const* others, std::size_t n) { \
         ForEachPlace<otherCount>(pixels, others, n,                                                                   \
-                                 [&](Colors& c, const auto& given) HWY_ATTR { Change(formula, c, given); });         \
+                                 [&](Colors& c, const auto& given) HWY_ATTR { Change(formula, c, given); });          \
     }
 CORE_IMAGE_TRANSITION_FORMULAS(CORE_IMAGE_DEFINE)
 #undef CORE_IMAGE_DEFINE

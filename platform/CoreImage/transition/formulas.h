@@ -1,9 +1,10 @@
-// formulas.h - what transitions make of a pixel of the image, the target's, and a third image's that says how far they
-// are at its place: their parameters, and the loops that run them in the widest instructions that the processor has.
+// formulas.h - how transitions combine a pixel of the image, one of the target and one of a third image, which says
+// how far the transition has come at that place. Here are the parameters; the loops (formulas.cpp) are vectorized
+// for the processor.
 //
-// All work on premultiplied pixels, alpha included unless said otherwise. mix(a, b, k) = a (1 - k) + b k.
+// All work on premultiplied pixels, alpha included unless noted. mix(a, b, k) = a (1 - k) + b k.
 // Threads:  any.
-// Adding one: a struct here and its line in the list; what it does in formulas.cpp.
+// Adding one: a struct here and its line in the list; its function in formulas.cpp.
 
 #pragma once
 
@@ -15,7 +16,7 @@
 
 namespace core_image {
 
-// Every formula, called ...Formula, and how many images there are beside the first.
+// Every formula, named ...Formula, and the number of images besides the first.
 #define CORE_IMAGE_TRANSITION_FORMULAS(FORMULA) \
     FORMULA(Dissolve, 1)                        \
     FORMULA(Uncover, 1)                         \
@@ -31,18 +32,18 @@ struct DissolveFormula {
 // The image over the target.
 struct UncoverFormula {};
 
-// mix(target, image, p) + light min(p / 0.83, (1 - p) / 0.17), p being the third image's red.
+// mix(target, image, p) + light min(p / 0.83, (1 - p) / 0.17), where p is the third image's red.
 struct GlareFormula {
     Pixel light;
 };
 
-// mix(target, flash, share), the flash being the image plus the third image, each number clipped to 0...1.
+// mix(target, flash, share), where flash is the image plus the third image, each number clipped to 0...1.
 struct FlashFormula {
     float share;
 };
 
-// mix(target targetGain (1 - density shadow), image imageGain, cover), cover being the third image's red and shadow its
-// green. Alpha knows neither gain nor shadow.
+// mix(target targetGain (1 - density shadow), image imageGain, cover), where cover is the third image's red and
+// shadow its green. Gain and shadow do not apply to alpha.
 struct DisintegrateFormula {
     float imageGain;
     float targetGain;
@@ -54,7 +55,7 @@ struct DisintegrateFormula {
 CORE_IMAGE_TRANSITION_FORMULAS(CORE_IMAGE_DECLARE)
 #undef CORE_IMAGE_DECLARE
 
-// A formula as the function of images.
+// A formula as a function of images.
 template <class Formula>
 class FormulaOfPlaces : public CombiningFunction {
   public:
@@ -68,7 +69,7 @@ class FormulaOfPlaces : public CombiningFunction {
     Formula formula_;
 };
 
-// The image of others under a formula: the image, the target, and the third where the formula has one.
+// The image of a formula over others: the image, the target, and the third where the formula has one.
 template <class Formula>
 ImageRef MakeFormulaImage(std::vector<ImageRef> images, const Formula& formula, const Extent& extent) {
     return MakeCombinedImage(std::move(images), std::make_unique<FormulaOfPlaces<Formula>>(formula), extent);

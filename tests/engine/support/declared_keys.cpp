@@ -6,7 +6,6 @@
 #include <fstream>
 #include <map>
 #include <nlohmann/json.hpp>
-#include <stdexcept>
 
 #include "engine/filter_table.h"
 
@@ -17,7 +16,8 @@ namespace {
 std::map<std::string, std::vector<DeclaredKey>> ReadKeys() {
     std::map<std::string, std::vector<DeclaredKey>> all;
     std::ifstream file(ZEVA_ATTRIBUTES);
-    for (const auto& [filter, entry] : nlohmann::json::parse(file).items()) {
+    const nlohmann::json attributes = nlohmann::json::parse(file);
+    for (const auto& [filter, entry] : attributes.items()) {
         for (const auto& [key, described] : entry.at("keys").items()) {
             all[filter].push_back({key, described.at("CIAttributeClass")});
         }
@@ -34,11 +34,9 @@ const std::vector<DeclaredKey>& DeclaredKeysOf(const std::string& filter) {
 
 ImageRef CallFilter(const std::string& filter, std::vector<InputValue> values) {
     const std::vector<DeclaredKey>& keys = DeclaredKeysOf(filter);
-    for (const InputValue& value : values) {
-        const bool isDeclared =
-            std::any_of(keys.begin(), keys.end(), [&](const DeclaredKey& key) { return key.name == value.key; });
-        if (!isDeclared) throw std::invalid_argument(filter + " has no key " + value.key);
-    }
+    std::erase_if(values, [&](const InputValue& value) {
+        return std::none_of(keys.begin(), keys.end(), [&](const DeclaredKey& key) { return key.name == value.key; });
+    });
     // Values come first: of two values for one key the first is read.
     for (const DeclaredKey& key : keys) values.emplace_back().key = key.name.c_str();
     return FindFilter(filter)(Inputs(values.data(), values.size()));

@@ -19,5 +19,6 @@ struct DeclaredKey {
 // The keys of a filter. Throws for a filter that attributes.json does not have.
 const std::vector<DeclaredKey>& DeclaredKeysOf(const std::string& filter);
 
-// The image that a filter makes of some values, found by the filter's name. Throws for a value whose key is not declared.
+// The image that a filter, found by its name, makes of some values. Values whose keys the filter does not declare are left
+// out, so that one set of values can serve several filters.
 core_image::ImageRef CallFilter(const std::string& filter, std::vector<core_image::InputValue> values);
