@@ -55,7 +55,7 @@ class Reference {
     friend bool operator==(const Reference& first, const Reference& second) = default;
 
     // Passes the reference to the caller, who must release it.
-    [[nodiscard]] Handle* Leak() { return std::exchange(handle_, nullptr); }
+    Handle* Leak() { return std::exchange(handle_, nullptr); }
 
   private:
     Handle* handle_ = nullptr;
