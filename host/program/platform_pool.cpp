@@ -1,7 +1,7 @@
 // platform_pool.cpp - opens and closes the pool.
 //
 // Why the class is looked up by name: Foundation takes longer to load than most commands take to run, so the program
-// does not link it. The first module that needs Foundation brings it, and before that there is nothing to
+// does not link it. The first module that needs Foundation loads it, and before that there is nothing to
 // autorelease.
 
 #include "host/program/platform_pool.h"

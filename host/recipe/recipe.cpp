@@ -27,7 +27,7 @@ constexpr const char* kImageKey = "inputImage";
 constexpr const char* kOutputKey = "outputImage";
 constexpr const char* kIncoming = "-";
 
-// The setting that a word stands for; none when the word is not KEY=VALUE. A key has only letters and digits, so a path
+// Parses a word as a setting; empty when it is not KEY=VALUE. A key has only letters and digits, so a path
 // that contains = can be written ./a=b.png.
 std::optional<Setting> SettingOf(const std::string& word) {
     const auto isKeyCharacter = [](unsigned char c) { return std::isalnum(c) != 0; };

@@ -23,7 +23,7 @@
 
 #include "host/runtime/host.h"
 
-// Returns the value that the text stands for. `setting` is the whole KEY=VALUE, for messages.
+// Returns the value that the text represents. `setting` is the whole KEY=VALUE, for messages.
 //
 // Fails: HostError for a text that is not of the type; HostException when the value cannot be made, such as an image
 //        whose file is missing.

@@ -53,8 +53,8 @@ void WriteString(std::string& text, std::string_view string) {
     text += '"';
 }
 
-// A double always has a point or an exponent, so that it reads back as a double. Exponents stand only where the plain
-// form would need more than three zeros behind the point or more digits than a double has.
+// A double always has a point or an exponent, so that it reads back as a double. An exponent is used only when the plain
+// form would need more than three zeros after the point or more digits than a double has.
 void WriteDouble(std::string& text, double number) {
     if (!std::isfinite(number)) {
         text += "null";
