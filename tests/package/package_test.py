@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
-"""Installs the Debian packages in clean systems of their own width, without a network, and uses, upgrades and removes them.
+"""Installs, uses, upgrades and removes the Debian packages in clean systems of their own width, without a network.
 
 Usage: package_test.py ABI...     (i386, x86_64: build/<ABI>/package has the package)
 
-Each clean system has the base system of Debian 12 and the packages that ours depends on, nothing else; an i386 one has no
-64-bit file. They are kept in build/clean-root-<architecture> for the next run. Needs root for chroot: without it the tests
-are skipped, by name. Ends with the counts: "N passed, N failed, N skipped".
+Each clean system has the base system of Debian 12 and the packages that ours depends on, nothing else; an i386 one has
+no 64-bit file. They are kept in build/clean-root-<architecture> for the next run. Needs root for chroot: without it the
+tests are skipped, by name. The last line is "N passed, N failed, N skipped".
 """
 
 import os
@@ -71,7 +71,9 @@ class PackageTest(unittest.TestCase):
     def setUpClass(cls):
         if cls.skipped:
             return
-        (cls.package,) = (ROOT / "build" / cls.abi / "package").glob("*.deb")
+        packages = list((ROOT / "build" / cls.abi / "package").glob("*.deb"))
+        assert len(packages) == 1, f"build/{cls.abi}/package: {len(packages)} packages, expected 1; make package makes it"
+        (cls.package,) = packages
         dependencies = [re.sub(r" *\(.*", "", name) for name in field(cls.package, "Depends").split(", ")]
         clean = clean_root(ARCHITECTURES[cls.abi], dependencies)
         # A copy with hard links: dpkg replaces files, it does not write into them.
