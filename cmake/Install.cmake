@@ -66,7 +66,11 @@ install(CODE "
     file(MAKE_DIRECTORY \"\${root}/bin\")
     file(CREATE_LINK ../${private}/bin/zeva \"\${root}/bin/zeva\" SYMBOLIC)
     execute_process(COMMAND \"${CMAKE_STRIP}\" --strip-debug \"\${root}/${private}/lib/libzeva_plugin.a\"
-        COMMAND_ERROR_IS_FATAL ANY)")
+        COMMAND_ERROR_IS_FATAL ANY)
+    file(GLOB binaries
+        \"\${root}/${private}/bin/*\" \"\${root}/${private}/modules/*.so\" \"\${root}/${private}/lib/*.so\")
+    execute_process(COMMAND \"${Python3_EXECUTABLE}\" \"${CMAKE_CURRENT_LIST_DIR}/forget_source_folder.py\"
+        \"${PROJECT_SOURCE_DIR}\" \${binaries} COMMAND_ERROR_IS_FATAL ANY)")
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
     install(CODE "
         execute_process(COMMAND \"${Python3_EXECUTABLE}\" \"${CMAKE_CURRENT_LIST_DIR}/use_system_loader.py\"

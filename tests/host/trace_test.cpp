@@ -9,6 +9,9 @@
 #include <fstream>
 #include <iterator>
 #include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
 
 #include "host/runtime/services.h"
 #include "interface/services.h"
@@ -17,7 +20,6 @@
 
 namespace {
 
-using host::Trace;
 using host::Value;
 
 class TraceTest : public testing::Test {
@@ -35,13 +37,13 @@ class TraceTest : public testing::Test {
         const std::string text{std::istreambuf_iterator<char>(stream), {}};
         std::vector<std::string> lines;
         double before = 0;
-        for (const Trace::Json& event : Trace::Json::parse(hasEnded ? text : text + "]")) {
+        for (const nlohmann::json& event : nlohmann::json::parse(hasEnded ? text : text + "]")) {
             EXPECT_GE(event["ts"].get<double>(), before);
             before = event["ts"];
             EXPECT_EQ(event["pid"], getpid());
             std::string line = event["ph"];
             if (event.contains("name")) line += " " + event["name"].get<std::string>();
-            const Trace::Json arguments = event.value("args", Trace::Json::object());
+            const nlohmann::json arguments = event.value("args", nlohmann::json::object());
             for (const char* key : {"arguments", "result", "raised"}) {
                 if (arguments.contains(key)) line += " " + arguments[key].dump();
             }

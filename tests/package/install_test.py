@@ -75,7 +75,7 @@ class InstallTest(unittest.TestCase):
         for path in self.files:
             text = path.read_bytes()
             for folder in (SOURCE, BUILD, pathlib.Path(os.path.realpath(SOURCE / "build" / "sysroot-i386"))):
-                self.assertNotIn(os.fsencode(folder) + b"/", text, path)
+                self.assertFalse(os.fsencode(folder) + b"/" in text, f"{path} contains {folder}/")
 
     def test_binaries_look_for_libraries_beside_themselves_only(self):
         for path in self.binaries:
