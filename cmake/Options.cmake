@@ -61,17 +61,3 @@ function(zeva_target target)
     string(REGEX REPLACE "^zeva_" "" name ${target})
     set_target_properties(${target} PROPERTIES OUTPUT_NAME ${name})
 endfunction()
-
-# zeva_precompile(TARGET): compiles the standard headers that most sources include once for the whole target, which
-# saves about half a second for each. A source must include what it uses all the same: sanitized builds precompile
-# nothing, and clang-tidy reads each source by itself.
-function(zeva_precompile target)
-    if(ZEVA_SANITIZE OR ZEVA_COVERAGE)
-        return()
-    endif()
-    foreach(header algorithm array cmath cstdint functional memory optional span string string_view utility vector)
-        target_precompile_headers(${target} PRIVATE "$<$<COMPILE_LANGUAGE:CXX,OBJCXX>:<${header}$<ANGLE-R>>")
-    endforeach()
-    target_precompile_headers(${target} PRIVATE
-        "$<$<COMPILE_LANGUAGE:OBJCXX>:<Foundation/Foundation.h$<ANGLE-R>>")
-endfunction()

@@ -49,8 +49,8 @@ class Trace;
 
 struct HostOptions {
     double version = kNewestHostVersion;  // the host version that modules read
-    CallScope callScope;          // opened around each call into a module
-    host::Report report;          // receives messages that no caller can receive; default: standard error
+    CallScope callScope;                  // opened around each call into a module
+    host::Report report;                  // receives messages that no caller can receive; default: standard error
     std::filesystem::path trace;  // the file to which each call across the boundary is written; no trace if empty
     // Called for each new object, before its initializers run, and for each new string.
     std::function<void(ZEVAobjectStruct*)> onNewObject;

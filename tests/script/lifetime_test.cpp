@@ -143,8 +143,11 @@ void Fill(ZEVAobjectStruct* self) {
 void Empty(ZEVAobjectStruct* self) { std::free(reinterpret_cast<Crate*>(self)->bytes); }
 
 TEST_F(ScriptTest, MemoryHeldByObjectsTriggersCollection) {
-    const ZEVAclassDefinitionDownLevel record = {
-        .version = kRecordVersion, .className = "Crate", .instanceDataSize = sizeof(void*), .initialize = Fill, .finalize = Empty};
+    const ZEVAclassDefinitionDownLevel record = {.version = kRecordVersion,
+                                                 .className = "Crate",
+                                                 .instanceDataSize = sizeof(void*),
+                                                 .initialize = Fill,
+                                                 .finalize = Empty};
     host.Classes().Register(&record);
     EXPECT_EQ(Run("for i = 1, 400 do Crate() end"), "");
     EXPECT_LT(maximumCrates, 80);

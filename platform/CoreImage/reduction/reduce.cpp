@@ -11,7 +11,7 @@ constexpr double kMostPixels = 1 << 28;
 constexpr double kMostSamples = 1 << 20;
 
 // Farther coordinates are beyond those that pixels are counted with.
-constexpr std::int64_t kFarthest = std::int64_t{1} << 50;
+constexpr std::int64_t kRegionLimit = std::int64_t{1} << 50;
 
 // The first cell whose center is not before an edge.
 std::int64_t FirstCell(std::int64_t edge, std::int64_t step) {
@@ -70,7 +70,7 @@ Samples SamplesOf(const Region& region) {
 }
 
 Region ReducedRegion(const ImageRef& input, const Inputs& inputs) {
-    const Region region = Clip({-kFarthest, -kFarthest, 2 * kFarthest, 2 * kFarthest},
+    const Region region = Clip({-kRegionLimit, -kRegionLimit, 2 * kRegionLimit, 2 * kRegionLimit},
                                input->GetExtent().Intersection(inputs.GetRectangle("inputExtent")));
     return region.IsEmpty() ? Region{} : region;
 }

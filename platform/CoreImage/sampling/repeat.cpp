@@ -12,12 +12,12 @@ namespace {
 constexpr std::size_t kPixelSize = kFloatsPerPixel * sizeof(float);
 
 // Beyond this distance places are not exact in doubles.
-constexpr double kFarthest = 4503599627370496.0;
+constexpr double kFarthestExactEdge = 4503599627370496.0;
 
 // Whether an extent can be repeated: neither empty nor infinite.
 bool IsFinite(const Extent& extent) {
-    return !extent.IsEmpty() && extent.left > -kFarthest && extent.bottom > -kFarthest && extent.right < kFarthest &&
-           extent.top < kFarthest;
+    return !extent.IsEmpty() && extent.left > -kFarthestExactEdge && extent.bottom > -kFarthestExactEdge &&
+           extent.right < kFarthestExactEdge && extent.top < kFarthestExactEdge;
 }
 
 Region RegionOf(const Extent& extent) {

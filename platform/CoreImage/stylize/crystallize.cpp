@@ -34,7 +34,7 @@ constexpr double kWidestExact = 128;
 constexpr int kMostMeans = 2;
 
 // Beyond this distance grids are indistinguishable.
-constexpr double kFarthest = 1e9;
+constexpr double kFarthestNode = 1e9;
 
 // The grid of seeds.
 struct Grid {
@@ -257,10 +257,10 @@ Palette PaletteOf(const ImageRef& input, double radius) {
 // A seed's color is a mean, not a single pixel, so that blocks keep the tones of a picture with fine detail.
 ImageRef Crystallize(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
-    const double radius = std::min(inputs.GetNumber("inputRadius"), kFarthest);
+    const double radius = std::min(inputs.GetNumber("inputRadius"), kFarthestNode);
     if (input == nullptr || !(radius > 1) || input->GetExtent().IsEmpty()) return input;
     const auto center = [&](std::size_t index) {
-        return std::clamp(inputs.GetElement("inputCenter", index), -kFarthest, kFarthest);
+        return std::clamp(inputs.GetElement("inputCenter", index), -kFarthestNode, kFarthestNode);
     };
     return std::make_shared<MosaicImage>(input, Grid{center(0), center(1), radius}, PaletteOf(input, radius));
 }
