@@ -23,7 +23,7 @@ set(config lib/cmake/zeva)
 
 set(libraries zeva_CoreGraphics zeva_ImageIO zeva_CoreImage)
 if(TARGET zeva_exception_frames)
-    list(APPEND libraries zeva_exception_frames)
+    list(APPEND libraries zeva_exception_frames zeva_macos_platform)
 endif()
 # The three folders are beside each other. The system's folders are searched in any case.
 set_target_properties(zeva zeva_filters zeva_companion ${libraries} PROPERTIES INSTALL_RPATH "$ORIGIN/../lib")

@@ -16,7 +16,8 @@ local from, to = CIImageQOR.Open(from_file), CIImageQOR.Open(to_file)
 local extent = from.Extent
 
 -- Scale the second picture to the size of the first.
-to = to:Transform(NSAffineTransformQOR.Identity():Scale(extent.Width / to.Extent.Width, extent.Height / to.Extent.Height))
+local scale = NSAffineTransformQOR.Identity()
+to = to:Transform(scale:Scale(extent.Width / to.Extent.Width, extent.Height / to.Extent.Height))
 
 local transition = class()
 transition.inputImage, transition.inputTargetImage = from, to

@@ -72,7 +72,7 @@ class Descriptions:
         return fields
 
     def _fields(self, entry, line, owner, known):
-        """The fields of an object by name, without their lines. "keys" and "filters" must be objects, others strings."""
+        """The fields of an object by name, without their lines: "keys" and "filters" are objects, others strings."""
         if not isinstance(entry, dict):
             self._refuse(line, f"{owner} needs an object, found a string")
         fields = {}

@@ -1,4 +1,4 @@
-// child.h - runs work in a child process, so that a crash or an endless loop ends only that process.
+// child.h - runs work in a child process, so that a crash or an infinite loop ends only that process.
 //
 // The child is a fork of this process. It sends the text that the work returns through a pipe and exits. Its standard
 // output and standard error go to a file of their own. The child notes each step before the step begins, in memory that

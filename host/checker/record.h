@@ -43,7 +43,7 @@ struct MethodTable {
 struct Record {
     const ZEVAclassDefinition* address = nullptr;
     bool isReadable = false;  // whether the record and everything that it points to can be read
-    std::string problem;      // what cannot be read; empty otherwise
+    std::string problem;      // why the record cannot be read; empty otherwise
     std::optional<std::string> className;
     std::optional<std::string> superclassName;
     ZEVAclassDefinitionDownLevel words = {};     // the words of the record; its pointers may be invalid

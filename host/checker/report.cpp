@@ -138,7 +138,8 @@ std::string SummaryText(const std::vector<CheckResult>& results) {
 }
 
 std::string JsonReport(const std::string& module, const std::vector<CheckResult>& results) {
-    host::Json report = {{"module", module}, {"summary", host::Json::object()}, {"checks", host::Json::array()}};
+    host::Json report = {
+        {"module", module}, {"summary", host::Json::MakeObject()}, {"checks", host::Json::MakeArray()}};
     for (const Verdict verdict : kVerdicts) report["summary"][VerdictText(verdict)] = Count(results, verdict);
     for (const CheckResult& result : results) {
         host::Json check = {{"name", result.FullName()},

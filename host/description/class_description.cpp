@@ -122,7 +122,7 @@ host::Json ToJson(const PropertyDescription& property, bool isOfFilter) {
 }
 
 host::Json ToJson(const std::vector<std::string>& texts) {
-    host::Json list = host::Json::array();
+    host::Json list = host::Json::MakeArray();
     for (const std::string& text : texts) list.push_back(text);
     return list;
 }
@@ -173,7 +173,7 @@ host::Json ToJson(const ClassDescription& description) {
         json["category"] = title.category;
         json["description"] = description.filter->description;
     }
-    host::Json properties = host::Json::array();
+    host::Json properties = host::Json::MakeArray();
     for (const PropertyDescription& property : description.properties) {
         properties.push_back(ToJson(property, description.filter.has_value()));
     }

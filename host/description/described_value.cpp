@@ -66,7 +66,7 @@ host::Json ToJson(const DescribedValue& value) {
     if (const auto* text = std::get_if<std::string>(&value)) return *text;
     if (const auto* block = std::get_if<ByteCount>(&value)) return {{"bytes", block->bytes}};
     if (const auto* numbers = std::get_if<std::vector<double>>(&value)) {
-        host::Json list = host::Json::array();
+        host::Json list = host::Json::MakeArray();
         for (const double number : *numbers) list.push_back(number);
         return list;
     }

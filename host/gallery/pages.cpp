@@ -198,7 +198,8 @@ Html Programs(const GalleryFilter& filter) {
                          {Html{isFirst ? " open" : ""}, sample.caption, sample.text});
     }
     return Fill(R"(<section><h2>The program in Lua</h2>
-<p class="note">This program made the picture. <code>zeva run</code> runs it in a folder with <code>photo.jpg</code>.</p>
+<p class="note">This program made the picture. <code>zeva run</code> runs it in a folder with
+<code>photo.jpg</code>.</p>
 {}</section>
 )",
                 {programs});

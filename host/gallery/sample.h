@@ -5,10 +5,10 @@
 //
 // gallery.json:
 //   times     the values of inputTime at which a transition is shown
-//   helpers   what a setting may use: names, the Lua lines that define them, and for a picture its file and a description.
-//             A sample contains only the helpers whose names it uses, in the order of the list.
-//   filters   by name: the settings, which are Lua expressions by key; and the result, which is the expression of the picture
-//             to write when it is not the output image in the photo's frame
+//   helpers   what a setting may use: names, the Lua lines that define them, and for a picture its file and a
+//             description. A sample contains only the helpers whose names it uses, in the order of the list.
+//   filters   by name: the settings, which are Lua expressions by key; and the result, which is the expression of the
+//             picture to write when it is not the output image in the photo's frame
 //
 // Adding a filter: its entry. A filter without an entry is shown once, with its defaults.
 

@@ -69,7 +69,7 @@ const host::Class& ClassOf(host::Host& host, const std::string& name) {
 }
 
 void PrintJson(const std::vector<ClassDescription>& descriptions) {
-    host::Json list = host::Json::array();
+    host::Json list = host::Json::MakeArray();
     for (const ClassDescription& description : descriptions) list.push_back(ToJson(description));
     std::printf("%s\n", (descriptions.size() == 1 ? ToJson(descriptions.front()) : list).Dump(2).c_str());
 }

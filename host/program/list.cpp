@@ -68,7 +68,7 @@ std::vector<Row> RowsOf(const ProgramOptions& options, const Request& request) {
 }
 
 void PrintJson(const std::vector<Row>& rows) {
-    host::Json list = host::Json::array();
+    host::Json list = host::Json::MakeArray();
     for (const auto& [className, title] : rows) {
         list.push_back({{"class", className},
                         {"filter", title.name},

@@ -76,7 +76,7 @@ void BeginMember(Trace& trace, const Class& isa, const Member& member, bool isSe
                  const Argument* arguments) {
     const Declaration& declaration = member.declaration;
     const bool isProperty = declaration.kind == MemberKind::kProperty;
-    Trace::Json passed = Trace::Json::array();
+    Trace::Json passed = Trace::Json::MakeArray();
     if (isSetter) passed.push_back(TraceJson(declaration.result, *arguments));
     for (std::size_t i = 0; i < declaration.parameters.size(); ++i) {
         passed.push_back(TraceJson(declaration.parameters[i].type, arguments[i]));

@@ -53,8 +53,8 @@ void WriteString(std::string& text, std::string_view string) {
     text += '"';
 }
 
-// A double always has a point or an exponent, so that it reads back as a double. An exponent is used only when the plain
-// form would need more than three zeros after the point or more digits than a double has.
+// A double always has a point or an exponent, so that it reads back as a double. An exponent is used only when the
+// plain form would need more than three zeros after the point or more digits than a double has.
 void WriteDouble(std::string& text, double number) {
     if (!std::isfinite(number)) {
         text += "null";
@@ -113,13 +113,13 @@ Json::Json(std::initializer_list<Json> elements) {
     value_ = std::move(members);
 }
 
-Json Json::array(std::initializer_list<Json> elements) {
+Json Json::MakeArray(std::initializer_list<Json> elements) {
     Json json;
     json.value_ = Array(elements);
     return json;
 }
 
-Json Json::object() {
+Json Json::MakeObject() {
     Json json;
     json.value_ = Object();
     return json;
@@ -145,7 +145,7 @@ Json& Json::operator[](std::string_view name) {
     return values.emplace_back();
 }
 
-void Json::update(const Json& members) {
+void Json::Merge(const Json& members) {
     const auto& [names, values] = std::get<Object>(members.value_);
     for (std::size_t i = 0; i < names.size(); ++i) (*this)[names[i]] = values[i];
 }

@@ -1,7 +1,7 @@
 // json.h - values to write as JSON: for the trace, for reports, for "--json".
 //
 //   Json event = {{"name", name}, {"time", 0.5}};
-//   event["arguments"] = Json::array({1, "two", nullptr});
+//   event["arguments"] = Json::MakeArray({1, "two", nullptr});
 //   std::string line = event.Dump();
 //
 // Objects keep the order in which their members were added. Text that is read by this program goes through a JSON
@@ -38,8 +38,8 @@ class Json {
     Json(std::initializer_list<Json> elements);
 
     // Why these two: a list of pairs would become an object, and an empty list is null.
-    static Json array(std::initializer_list<Json> elements = {});
-    static Json object();
+    static Json MakeArray(std::initializer_list<Json> elements = {});
+    static Json MakeObject();
 
     // Whether this is null, or an array or object without elements.
     [[nodiscard]] bool empty() const;
@@ -51,7 +51,7 @@ class Json {
     Json& operator[](std::string_view name);
 
     // Adds the members of another object; members of the same name are replaced where they are.
-    void update(const Json& members);
+    void Merge(const Json& members);
 
     // The text on one line, or with each element on a line of its own, indented by so many spaces per level.
     //

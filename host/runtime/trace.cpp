@@ -45,7 +45,7 @@ void Trace::End(const Json& outcome) { Write("E", {}, nullptr, outcome); }
 void Trace::Write(const char* phase, std::string_view name, const char* direction, const Json& arguments) {
     const std::chrono::duration<double, std::micro> time = std::chrono::steady_clock::now() - start_;
     Json event = {{"ph", phase}, {"ts", time.count()}, {"pid", getpid()}, {"tid", 1}};
-    if (direction != nullptr) event.update({{"name", name}, {"cat", direction}});
+    if (direction != nullptr) event.Merge({{"name", name}, {"cat", direction}});
     if (!arguments.empty()) event["args"] = arguments;
     const std::string line = event.Dump();
     std::fprintf(file_, "%s\n%s", isFirst_ ? "" : ",", line.c_str());

@@ -43,7 +43,7 @@ Trace::Json ServiceJson(Other*) = delete;
 
 // The arguments of ZEVABuildString, whose bytes have no terminating zero.
 inline Trace::Json BuildStringJson(const char* bytes, std::int32_t length) {
-    return Trace::Json::array({BytesJson(bytes), length});
+    return Trace::Json::MakeArray({BytesJson(bytes), length});
 }
 
 template <typename Listed, typename Listed::Signature* function, typename Signature = typename Listed::Signature>
@@ -69,7 +69,7 @@ struct TracedService<Listed, function, Result(Arguments...)> {
         if constexpr (std::is_same_v<Listed, service::ZEVABuildString>) {
             return BuildStringJson(arguments...);
         } else {
-            return Trace::Json::array({ServiceJson(arguments)...});
+            return Trace::Json::MakeArray({ServiceJson(arguments)...});
         }
     }
 };

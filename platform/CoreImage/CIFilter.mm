@@ -103,28 +103,28 @@ void ReadInput(const InputDescription& description, id value, core_image::InputV
     if (value == nil) value = description.defaultValue;
     if (value == nil) return;
     switch (description.kind) {
-        case InputKind::number:
+        case InputKind::kNumber:
             Require(value, @selector(floatValue));
             input->number = [value doubleValue];
             break;
-        case InputKind::vector:
+        case InputKind::kVector:
             ReadVector(value, input);
             break;
-        case InputKind::color:
+        case InputKind::kColor:
             ReadColor(value, input);
             break;
-        case InputKind::transform:
+        case InputKind::kTransform:
             ReadTransform(value, input);
             break;
-        case InputKind::image:
+        case InputKind::kImage:
             if (![value isKindOfClass:[CIImage class]]) RaiseUnrecognized(value, @selector(extent));
             input->image = [(CIImage*)value handle];
             break;
-        case InputKind::data:
+        case InputKind::kData:
             if (![value isKindOfClass:[NSData class]]) RaiseUnrecognized(value, @selector(bytes));
             ReadData(value, input);
             break;
-        case InputKind::object:
+        case InputKind::kObject:
             ReadSpace(value, input);
             break;
     }

@@ -13,7 +13,7 @@
 struct FilterRow;
 
 // The kind of value that an input holds, from its class attribute.
-enum class InputKind { number, vector, color, image, transform, data, object };
+enum class InputKind { kNumber, kVector, kColor, kImage, kTransform, kData, kObject };
 
 // One input key.
 struct InputDescription {

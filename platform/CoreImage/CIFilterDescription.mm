@@ -24,12 +24,12 @@ const struct {
     InputKind kind;
 } kKinds[] = {
     // class               kind
-    {"NSNumber",           InputKind::number},
-    {"CIVector",           InputKind::vector},
-    {"CIColor",            InputKind::color},
-    {"CIImage",            InputKind::image},
-    {"NSAffineTransform",  InputKind::transform},
-    {"NSData",             InputKind::data},
+    {"NSNumber",           InputKind::kNumber},
+    {"CIVector",           InputKind::kVector},
+    {"CIColor",            InputKind::kColor},
+    {"CIImage",            InputKind::kImage},
+    {"NSAffineTransform",  InputKind::kTransform},
+    {"NSData",             InputKind::kData},
 };
 // clang-format on
 
@@ -46,7 +46,7 @@ InputKind KindOfClass(const char* className) {
     for (const auto& row : kKinds) {
         if (std::strcmp(row.className, className) == 0) return row.kind;
     }
-    return InputKind::object;
+    return InputKind::kObject;
 }
 
 std::span<const FilterRow> Filters() { return {kFilterRows, kFilterRowCount}; }
@@ -118,17 +118,17 @@ id ValueOfRow(const AttributeRow& row, InputKind kind) {
         const char* name = TextAt(row.name);
         const bool isValue = std::strcmp(name, [kCIAttributeDefault UTF8String]) == 0 ||
                              std::strcmp(name, [kCIAttributeIdentity UTF8String]) == 0;
-        if (isValue && kind == InputKind::data) return IdentityCube();
+        if (isValue && kind == InputKind::kData) return IdentityCube();
         return StringAt(row.position);
     }
     const Numbers numbers(kAttributeNumbers + row.position, row.count);
     if (row.kind == AttributeValueKind::kNumber) return [NSNumber numberWithDouble:numbers[0]];
     switch (kind) {
-        case InputKind::vector:
+        case InputKind::kVector:
             return VectorOfNumbers(numbers);
-        case InputKind::color:
+        case InputKind::kColor:
             return ColorOfNumbers(numbers);
-        case InputKind::transform:
+        case InputKind::kTransform:
             return TransformOfNumbers(numbers);
         default:
             break;

@@ -10,8 +10,6 @@
 
 #include <cmath>
 
-#include "compositing/compositing.h"
-
 CIFormat kCIFormatRGBA8 = 24;
 CIFormat kCIFormatRGBAf = 34;
 NSString* const kCIImageColorSpace = @"CIImageColorSpace";

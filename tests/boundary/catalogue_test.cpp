@@ -11,8 +11,8 @@
 
 namespace {
 
-// FNV-1a over every class and declaration in order. Programs depend on all of it, so this number changes only together with
-// a deliberate change of what the module offers.
+// FNV-1a over every class and declaration in order. Programs depend on all of it, so this number changes only together
+// with a deliberate change of what the module offers.
 constexpr std::uint32_t kInterfaceSum = 627914720;
 
 class CatalogueTest : public BoundaryTest, public testing::WithParamInterface<std::optional<double>> {};

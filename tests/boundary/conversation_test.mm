@@ -98,25 +98,25 @@ struct Target {
 
 // clang-format off
 const Target kTargets[] = {
-    // scenario          filter class                           declaration                                 call
-    {"ReadNumber",       "CIFilterGaussianBlurQOR",             "inputRadius as double",                    ReadDouble},
-    {"WriteNumber",      "CIFilterGaussianBlurQOR",             "inputRadius as double",                    WriteDouble},
-    {"ReadImage",        "CIFilterGaussianBlurQOR",             "inputImage as CIImageQOR",                 ReadPointer},
-    {"WriteImage",       "CIFilterGaussianBlurQOR",             "inputImage as CIImageQOR",                 WriteWrapper},
-    {"ReadColor",        "CIFilterFalseColorQOR",               "inputColor0 as CIColorQOR",                ReadPointer},
-    {"WriteColor",       "CIFilterFalseColorQOR",               "inputColor0 as CIColorQOR",                WriteWrapper},
-    {"ReadVector",       "CIFilterCropQOR",                     "inputRectangle as CIVectorQOR",            ReadPointer},
-    {"WriteVector",      "CIFilterCropQOR",                     "inputRectangle as CIVectorQOR",            WriteWrapper},
-    {"ReadTransform",    "CIFilterAffineTileQOR",               "inputTransform as NSAffineTransformQOR",   ReadPointer},
-    {"WriteTransform",   "CIFilterAffineTileQOR",               "inputTransform as NSAffineTransformQOR",   WriteWrapper},
-    {"ReadColorSpace",   "CIFilterColorCubeWithColorSpaceQOR",  "inputColorSpace as CGColorSpaceQOR",       ReadPointer},
-    {"WriteColorSpace",  "CIFilterColorCubeWithColorSpaceQOR",  "inputColorSpace as CGColorSpaceQOR",       WriteWrapper},
-    {"ClearColorSpace",  "CIFilterColorCubeWithColorSpaceQOR",  "inputColorSpace as CGColorSpaceQOR",       WriteNull},
-    {"ReadData",         "CIFilterColorCubeQOR",                "inputCubeData as memoryblock",             ReadPointer},
-    {"WriteData",        "CIFilterColorCubeQOR",                "inputCubeData as memoryblock",             WriteBlock},
-    {"ReadAttribute",    "CIFilterGaussianBlurQOR",             "AttributeinputRadius as CIAttributeQOR",   ReadPointer},
-    {"Construct",        "CIFilterGaussianBlurQOR",             "Constructor",                              ConstructFresh},
-    {"ConstructTwice",   "CIFilterGaussianBlurQOR",             "Constructor",                              ConstructAgain},
+    // scenario          filter class                           declaration                             call
+    {"ReadNumber",       "CIFilterGaussianBlurQOR",             "inputRadius as double",                ReadDouble},
+    {"WriteNumber",      "CIFilterGaussianBlurQOR",             "inputRadius as double",                WriteDouble},
+    {"ReadImage",        "CIFilterGaussianBlurQOR",             "inputImage as CIImageQOR",             ReadPointer},
+    {"WriteImage",       "CIFilterGaussianBlurQOR",             "inputImage as CIImageQOR",             WriteWrapper},
+    {"ReadColor",        "CIFilterFalseColorQOR",               "inputColor0 as CIColorQOR",            ReadPointer},
+    {"WriteColor",       "CIFilterFalseColorQOR",               "inputColor0 as CIColorQOR",            WriteWrapper},
+    {"ReadVector",       "CIFilterCropQOR",                     "inputRectangle as CIVectorQOR",        ReadPointer},
+    {"WriteVector",      "CIFilterCropQOR",                     "inputRectangle as CIVectorQOR",        WriteWrapper},
+    {"ReadTransform",    "CIFilterAffineTileQOR",               "inputTransform as NSAffineTransformQOR", ReadPointer},
+    {"WriteTransform",   "CIFilterAffineTileQOR",               "inputTransform as NSAffineTransformQOR", WriteWrapper},
+    {"ReadColorSpace",   "CIFilterColorCubeWithColorSpaceQOR",  "inputColorSpace as CGColorSpaceQOR",   ReadPointer},
+    {"WriteColorSpace",  "CIFilterColorCubeWithColorSpaceQOR",  "inputColorSpace as CGColorSpaceQOR",   WriteWrapper},
+    {"ClearColorSpace",  "CIFilterColorCubeWithColorSpaceQOR",  "inputColorSpace as CGColorSpaceQOR",   WriteNull},
+    {"ReadData",         "CIFilterColorCubeQOR",                "inputCubeData as memoryblock",         ReadPointer},
+    {"WriteData",        "CIFilterColorCubeQOR",                "inputCubeData as memoryblock",         WriteBlock},
+    {"ReadAttribute",    "CIFilterGaussianBlurQOR",             "AttributeinputRadius as CIAttributeQOR", ReadPointer},
+    {"Construct",        "CIFilterGaussianBlurQOR",             "Constructor",                          ConstructFresh},
+    {"ConstructTwice",   "CIFilterGaussianBlurQOR",             "Constructor",                          ConstructAgain},
 };
 // clang-format on
 

@@ -1,8 +1,8 @@
 // loaded_module.h - a built module, loaded as a host loads it: a shared library, or object code for macOS.
 //
-// Every LoadedModule starts with the module's initial data, so that no slot, version or record depends on earlier tests.
-// The file is loaded once per process and never unloaded, because the Objective-C runtime keeps pointers into it; its
-// data is restored instead. So only one LoadedModule of a file may exist at a time.
+// Every LoadedModule starts with the module's initial data, so that no slot, version or record depends on earlier
+// tests. The file is loaded once per process and never unloaded, because the Objective-C runtime keeps pointers into
+// it; its data is restored instead. So only one LoadedModule of a file may exist at a time.
 
 #pragma once
 

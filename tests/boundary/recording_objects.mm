@@ -178,8 +178,8 @@ void LogLine(NSString* line) {
 }  // namespace
 
 CapturedLog::CapturedLog() : original_(_NSLog_printf_handler) {
-    // The first NSLog of a process initializes Foundation (defaults, time zone). That must happen before a test replaces
-    // a method that the initialization uses.
+    // The first NSLog of a process initializes Foundation (defaults, time zone). That must happen before a test
+    // replaces a method that the initialization uses.
     _NSLog_printf_handler = [](NSString*) {};
     static const bool isSetUp = (NSLog(@"first"), true);
     (void)isSetUp;

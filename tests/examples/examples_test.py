@@ -65,7 +65,8 @@ class ExamplesTest(unittest.TestCase):
         self.zeva("blur", "in.png", "out.png", 3)
         rows = self.picture("out.png")
         self.assert_size(rows, 60, 20)
-        # Beside the edge: a normal distribution with a deviation of 3 pixels, integrated up to half a pixel from its center.
+        # Beside the edge: a normal distribution with a deviation of 3 pixels, integrated up to half a pixel from its
+        # center.
         share = 0.5 * (1 + math.erf(-0.5 / 3 / math.sqrt(2)))
         self.assert_near(rows[10][29], [byte(share)] * 3, 2)
         self.assert_near(rows[10][30], [byte(1 - share)] * 3, 2)
@@ -79,7 +80,8 @@ class ExamplesTest(unittest.TestCase):
         rows = self.picture("out.png")
         self.assert_size(rows, 80, 40)
         marked = [byte(0.5 + 0.5 * light(number)) for number in (100, 60, 20)]
-        # 20 pixels wide and high, 4 from the right and from the bottom. Scaling it to twice its size softened its edges.
+        # 20 pixels wide and high, 4 from the right and from the bottom. Scaling it to twice its size softened its
+        # edges.
         for y in range(40):
             for x in range(80):
                 inside = min(x - 56, 75 - x, y - 16, 35 - y)
@@ -93,7 +95,8 @@ class ExamplesTest(unittest.TestCase):
         self.file("small.png", plain(20, 30, (0, 150, 0)))
         (self.folder / "broken.png").write_bytes(b"no picture")
         (self.folder / "out").mkdir()
-        error = f"{EXAMPLES}/thumbnails.lua:16: RuntimeException: broken.png: not a PNG or JPEG file; no image was opened\n"
+        error = (f"{EXAMPLES}/thumbnails.lua:16: RuntimeException: broken.png: "
+                 "not a PNG or JPEG file; no image was opened\n")
         self.zeva("thumbnails", "out", "wide.png", "broken.png", "small.png", status=1, error=error)
         self.assertEqual(sorted(path.name for path in (self.folder / "out").iterdir()), ["small.jpg", "wide.jpg"])
         # The script converts the JPEG files to PNG, which this test can read.

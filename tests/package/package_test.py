@@ -72,7 +72,8 @@ class PackageTest(unittest.TestCase):
         if cls.skipped:
             return
         packages = list((ROOT / "build" / cls.abi / "package").glob("*.deb"))
-        assert len(packages) == 1, f"build/{cls.abi}/package: {len(packages)} packages, expected 1; make package makes it"
+        assert len(packages) == 1, (f"build/{cls.abi}/package: {len(packages)} packages, expected 1; "
+                                    "make package makes it")
         (cls.package,) = packages
         dependencies = [re.sub(r" *\(.*", "", name) for name in field(cls.package, "Depends").split(", ")]
         clean = clean_root(ARCHITECTURES[cls.abi], dependencies)

@@ -1,5 +1,5 @@
-// crashing_module.cpp - a module that crashes one process: the first one that removes the file named by ZEVA_CRASH_ONCE aborts
-// while it loads the module. In every other process the module registers nothing.
+// crashing_module.cpp - a module that crashes one process: the first one that removes the file named by ZEVA_CRASH_ONCE
+// aborts while it loads the module. In every other process the module registers nothing.
 
 #include <unistd.h>
 

@@ -133,6 +133,7 @@ class ReadmeTest(unittest.TestCase):
         """Applies the recipes to copies of the files that they name; `make recipes` builds and tests the result."""
         recipes = read_recipes((ROOT / "README.md").read_text(encoding="utf-8"))
         self.assertIn("Add a filter class", recipes)
+        self.assertIn("Add a host service", recipes)
         with tempfile.TemporaryDirectory() as folder:
             for steps in recipes.values():
                 for step in steps:

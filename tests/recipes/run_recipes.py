@@ -3,8 +3,9 @@
 
 Usage: run_recipes.py         (after the 64-bit build)
 
-The copy is build/recipes/tree, with a copy of build/x86_64 in it. A mount namespace mounts it over the tree itself, where
-every path in the build folder is valid, so only what the recipes change is built. Nothing outside the namespace sees this.
+The copy is build/recipes/tree, with a copy of build/x86_64 in it. A mount namespace mounts it over the tree itself,
+where every path in the build folder is valid, so only what the recipes change is built. Nothing outside the namespace
+sees this.
 Where the machine allows no mounts, the copy is built from nothing, which takes several times as long.
 
 The recipes' blocks are applied in order (recipe_text.py). Then all suites run but this one, and the new filter renders.

@@ -41,7 +41,8 @@ class RunTest(unittest.TestCase):
         )
         self.assertEqual((result.returncode, result.stdout, result.stderr), (0, "", ""))
         header = (self.folder / "out.png").read_bytes()[:24]
-        self.assertEqual((header[1:4], int.from_bytes(header[16:20]), int.from_bytes(header[20:24])), (b"PNG", 512, 600))
+        width, height = int.from_bytes(header[16:20]), int.from_bytes(header[20:24])
+        self.assertEqual((header[1:4], width, height), (b"PNG", 512, 600))
 
     def test_words_after_the_script_are_its_arguments(self):
         result = self.run_script("print(arg[0], #arg, ...)", "--module", "run", "-x", "")
@@ -64,12 +65,14 @@ class RunTest(unittest.TestCase):
         self.assertEqual((result.stdout, result.stderr), ("found\n", ""))
 
     def test_an_error_is_printed_with_its_traceback(self):
-        result = self.run_script("local function open(path)\n  return CIImageQOR.Open(path)\nend\nopen('none.png').x = 1")
+        result = self.run_script(
+            "local function open(path)\n  return CIImageQOR.Open(path)\nend\nopen('none.png').x = 1")
         self.assertEqual(result.returncode, 1)
         self.assertEqual(
             result.stderr,
             "zeva: script.lua:2: RuntimeException: none.png: no such file or directory; no image was opened\n"
-            "stack traceback:\n\t[C]: in field 'Open'\n\tscript.lua:2: in local 'open'\n\tscript.lua:4: in main chunk\n",
+            "stack traceback:\n\t[C]: in field 'Open'\n"
+            "\tscript.lua:2: in local 'open'\n\tscript.lua:4: in main chunk\n",
         )
 
     def test_refuses_a_missing_or_malformed_script(self):

@@ -1,7 +1,7 @@
 // catalogue_counts.h - how many classes, keys, properties and methods the module has.
 //
-// The numbers are the `expect` lines of filters/catalogue.txt. Tests take them from here, so adding a filter changes no test
-// that only counts.
+// The numbers are the `expect` lines of filters/catalogue.txt. Tests take them from here, so adding a filter changes no
+// test that only counts.
 
 #pragma once
 

@@ -19,7 +19,7 @@ FILE = re.compile(r"[a-z0-9_]+(?:-inl)?$")
 # Function names that are not ours to choose.
 GIVEN = re.compile(
     r"""operator\b|~|main$|offsetof$
-    |(?:get|set)value[A-Z]|getattribute$|zvData$|originalZEVA        # the boundary's own
+    |(?:get|set)value[A-Z]|getattribute$|zvData$|originalZEVA|newMemoryBlock$|memoryBlockGet  # the boundary's own
     |(?:macos_)?objc_|macos_|_?setjmp$|longjmp$|_Unwind_|__                 # the Objective-C runtime and its frames
     |(?:calloc|malloc|free|realloc)$                                 # replaced in tests
     |(?:begin|end|size|data|empty|what|back|push_back)$              # what the standard library looks for

@@ -24,14 +24,15 @@ namespace core_image {
 // An image that an Objective-C object owns.
 using ImageHandle = const ImageRef;
 
-// The object that keeps a bitmap's pixels alive. It is released with the last image of them, also when making one fails.
+// The object that keeps a bitmap's pixels alive. It is released with the last image of them, also when making one
+// fails.
 struct PixelOwner {
     const void* object;
     void (*release)(const void* object);
 };
 
-// Images that are not made by filters. The numbers of a bitmap encode light as its source says, or as a profile says where
-// there is one; the profile is borrowed for the call.
+// Images that are not made by filters. The numbers of a bitmap encode light as its source says, or as a profile says
+// where there is one; the profile is borrowed for the call.
 [[nodiscard]] ImageHandle* MakeBitmap(const BitmapSource& source, const Profile& profile, PixelOwner owner) noexcept;
 [[nodiscard]] ImageHandle* MakeConstant(const double* components) noexcept;
 [[nodiscard]] ImageHandle* MakeCropped(ImageHandle* image, const Extent& extent) noexcept;

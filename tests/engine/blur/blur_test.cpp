@@ -103,7 +103,7 @@ TEST(BlurLimitsTest, ZeroOrNaNSigmaReturnsTheInput) {
     EXPECT_EQ(MakeGaussianBlurImage(image, std::nan("")), image);
 }
 
-TEST(BlurLimitsTest, TinySigmaChangesNoBit) {
+TEST(BlurLimitsTest, TinySigmaKeepsEveryBit) {
     const ImageRef image = RandomImage(8, 8);
     for (double sigma : {1e-3, 1e-20, 1e-300, 5e-324}) {
         EXPECT_EQ(Pixels(MakeGaussianBlurImage(image, sigma), {0, 0, 8, 8}), Pixels(image, {0, 0, 8, 8})) << sigma;
