@@ -74,7 +74,7 @@ void NilArguments(CheckContext& context) {
     context.SkipWithoutSubjects("no class has a method that takes a string or an object");
 }
 
-void Unconstructed(CheckContext& context) {
+void UnconstructedObjects(CheckContext& context) {
     Stage& stage = context.Load();
     static std::vector<ObjectReference> objects;  // never destroyed: ownership.end-unconstructed checks that
     for (const host::Class* isa : stage.Classes()) {
@@ -233,7 +233,7 @@ std::vector<Check> ErrorChecks() {
         {"nil-arguments", "methods accept nil and 0 as arguments", "an argument is used without a test for nil",
          NilArguments},
         {"unconstructed", "properties of an unconstructed object can be used",
-         "PluginNewInstance creates such objects; their data is zero", Unconstructed},
+         "PluginNewInstance creates such objects; their data is zero", UnconstructedObjects},
         {"second-constructor", "a second constructor call that raises leaves the object unchanged",
          "the object is reset before the exception is raised", SecondConstructor},
         {"exceptions", "every raised object is a RuntimeException",

@@ -98,7 +98,7 @@ void Endings(CheckContext& context) {
     context.SkipWithoutSubjects("no class has a writable property of type string or object");
 }
 
-void Exceptions(CheckContext& context) {
+void ExceptionReferences(CheckContext& context) {
     Stage& stage = context.Load();
     for (const host::Class* isa : stage.Classes()) {
         const ObjectReference object = stage.New(*isa);
@@ -194,7 +194,7 @@ void EndUnconstructed(CheckContext& context) {
 }
 
 // Returns the properties of an object that are not objects.
-std::string ContentOf(Stage& stage, const ObjectReference& object) {
+std::string ValueContent(Stage& stage, const ObjectReference& object) {
     std::string text;
     for (const Member& property : object->isa->Members()) {
         if (!IsProperty(property) || property.declaration.result.kind == TypeKind::kObject) continue;
@@ -238,11 +238,11 @@ void ValuesOutliveOwners(CheckContext& context) {
             const ObjectReference value = ObjectIn(stage.Read(owner, property).value);
             if (!value || value == owner) continue;
             context.CountSubject();
-            const std::string before = ContentOf(stage, value);
-            if (ContentOf(stage, value) != before) continue;  // the content changes with every read
+            const std::string before = ValueContent(stage, value);
+            if (ValueContent(stage, value) != before) continue;  // the content changes with every read
             owner = {};
             stage.watch.Settle();
-            const std::string after = ContentOf(stage, value);
+            const std::string after = ValueContent(stage, value);
             if (before != after) context.AddFinding(MemberName(*isa, property), before, after);
         }
     }
@@ -261,7 +261,7 @@ std::vector<Check> OwnershipChecks() {
         {"endings", "a destroyed object releases the values written to it",
          "finalize does not release what the setter took", Endings},
         {"exceptions", "raising leaks no references", "the exception or its message is not released after raising",
-         Exceptions},
+         ExceptionReferences},
         {"objects-given-back", "the module releases only object references that it holds",
          "an argument is released although it is borrowed, or a reference is released twice",
          [](CheckContext& context) { NoBreach(context, Breach::kObjectNotHeld, "a reference that the module holds"); }},

@@ -65,7 +65,7 @@ void SomeClasses(CheckContext& context) {
     if (context.Load().watch.records.empty()) context.AddFinding("", "at least one class", "none");
 }
 
-void Readable(CheckContext& context) {
+void ReadableTables(CheckContext& context) {
     ForEachRecord(context, {}, [&](Stage&, const Record& record) {
         if (!record.isReadable) context.AddFinding(record.Name(), "readable records, tables and texts", record.problem);
     });
@@ -262,7 +262,7 @@ std::vector<Check> RegistrationChecks() {
     return {
         {"some-classes", "the module registers a class", "registration is skipped for this host version", SomeClasses},
         {"readable", "records, tables and texts can be read",
-         "a table in the layout of another record version, or a wrong count", Readable},
+         "a table in the layout of another record version, or a wrong count", ReadableTables},
         {"record-version", "word 0 of each record is the announced version", "the static record keeps a fixed version",
          RecordVersion},
         {"data-size", "the instance data size is a multiple of 16 bytes", "word 3 was not rounded up", DataSize},

@@ -32,7 +32,7 @@ using host::ObjectReference;
 using host::Value;
 using std::filesystem::path;
 
-struct Request {
+struct ApplyRequest {
     std::vector<std::string> words;  // filters, settings and inputs
     std::string output;
     std::string rectangle;  // "X,Y,W,H"; empty for the extent of the result
@@ -96,7 +96,7 @@ ObjectReference Cropped(Host& host, const ObjectReference& image, const Value& r
 }
 
 // The part of the result that --rect or --keep-size selects.
-ObjectReference Framed(Host& host, const Request& request, const Value& input, const ObjectReference& image) {
+ObjectReference Framed(Host& host, const ApplyRequest& request, const Value& input, const ObjectReference& image) {
     if (request.keepSize) {
         if (std::holds_alternative<std::monostate>(input)) throw HostError("--keep-size", "there is no input picture");
         return Cropped(host, image, host.Get(std::get<ObjectReference>(input).Get(), "Extent"));
@@ -112,7 +112,7 @@ ObjectReference Framed(Host& host, const Request& request, const Value& input, c
 }
 
 // Applies the filters to one picture, or to none when the input is empty. On failure the output file is unchanged.
-void Process(Host& host, const Request& request, const Recipe& recipe, const std::string& input,
+void Process(Host& host, const ApplyRequest& request, const Recipe& recipe, const std::string& input,
              const std::string& output, const StepReport& report) {
     CheckRecipe(host, recipe);
     Value opened;
@@ -156,7 +156,7 @@ std::vector<std::string> TargetsInFolder(const std::string& folder, const std::v
 }
 
 // Processes one picture or none, and prints each step.
-void ApplyToOne(const ProgramOptions& options, const Request& request, const Recipe& recipe) {
+void ApplyToOne(const ProgramOptions& options, const ApplyRequest& request, const Recipe& recipe) {
     StepPrinter report;
     const auto host = MakeHost(options);
     report("load", std::to_string(host->Modules().size()) + " modules, " +
@@ -172,7 +172,7 @@ void ApplyToOne(const ProgramOptions& options, const Request& request, const Rec
 }
 
 // Processes many pictures in parallel, and prints failures, the progress and a summary. Returns the exit status.
-int ApplyToMany(const ProgramOptions& options, const Request& request, const Recipe& recipe) {
+int ApplyToMany(const ProgramOptions& options, const ApplyRequest& request, const Recipe& recipe) {
     if (!options.trace.empty()) {
         throw HostError("--trace", "one picture at a time can be traced, got " + std::to_string(recipe.inputs.size()) +
                                        " pictures");
@@ -195,7 +195,7 @@ int ApplyToMany(const ProgramOptions& options, const Request& request, const Rec
     return progress.Failures() > 0 ? kFailed : kDone;
 }
 
-int Apply(const ProgramOptions& options, const Request& request) {
+int Apply(const ProgramOptions& options, const ApplyRequest& request) {
     if (!request.rectangle.empty() && NumbersIn("--rect", request.rectangle).size() != 4) {
         throw HostError("--rect", "'" + request.rectangle + "' is not a rectangle, expected X,Y,W,H");
     }
@@ -221,7 +221,7 @@ filter is the incoming picture of the next.)";
 }  // namespace
 
 Command ApplyCommand() {
-    const auto request = std::make_shared<Request>();
+    const auto request = std::make_shared<ApplyRequest>();
     return {
         .name = "apply",
         .help = "Applies filters to pictures.",

@@ -18,7 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct Request {
+struct CheckRequest {
     std::string module;
     std::vector<std::string> siblings;
     bool isAlone = false;
@@ -48,14 +48,14 @@ std::vector<fs::path> DefaultSiblings(const fs::path& module) {
     return {};
 }
 
-void WriteJunitReport(const Request& request, const std::vector<checker::CheckResult>& results) {
+void WriteJunitReport(const CheckRequest& request, const std::vector<checker::CheckResult>& results) {
     std::ofstream file(request.junit);
     file << checker::JunitReport(request.module, results) << std::flush;
     if (!file) throw host::HostError(request.junit, "cannot be written");
 }
 
 // Runs the checks and prints their results: as text while the checks run, or as JSON at the end.
-int RunAndReport(const checker::CheckedModule& module, const Request& request) {
+int RunAndReport(const checker::CheckedModule& module, const CheckRequest& request) {
     checker::TextReport text(stdout, request.isVerbose);
     if (!request.isJson) {
         std::printf("%s", request.module.c_str());
@@ -76,7 +76,7 @@ int RunAndReport(const checker::CheckedModule& module, const Request& request) {
     return checker::IsBad(checker::VerdictOfRun(results)) ? kFailed : kDone;
 }
 
-int Check(const ProgramOptions& options, const Request& request) {
+int Check(const ProgramOptions& options, const CheckRequest& request) {
     if (request.listsOnly) {
         std::printf("%s", checker::ListOfChecks(request.run.only).c_str());
         return kDone;
@@ -94,7 +94,7 @@ int Check(const ProgramOptions& options, const Request& request) {
 }  // namespace
 
 Command CheckCommand() {
-    const auto request = std::make_shared<Request>();
+    const auto request = std::make_shared<CheckRequest>();
     return {
         .name = "check",
         .help = "Checks whether a module keeps the host interface.",

@@ -49,12 +49,12 @@ class UsageFormatter : public CLI::Formatter {
 
 void AddArgument(CLI::App& app, const Argument& argument) {
     const auto add = [&](auto* target) {
-        using Value = std::remove_pointer_t<decltype(target)>;
-        if constexpr (std::is_same_v<Value, bool>) {
+        using Target = std::remove_pointer_t<decltype(target)>;
+        if constexpr (std::is_same_v<Target, bool>) {
             return app.add_flag(argument.names, *target, argument.help);
         } else {
             CLI::Option* option = app.add_option(argument.names, *target, argument.help);
-            return std::is_arithmetic_v<Value> ? option->capture_default_str() : option;
+            return std::is_arithmetic_v<Target> ? option->capture_default_str() : option;
         }
     };
     CLI::Option* option = std::visit(add, argument.target);

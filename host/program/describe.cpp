@@ -15,7 +15,7 @@
 
 namespace {
 
-struct Request {
+struct DescribeRequest {
     std::vector<std::string> names;
     bool json = false;
 };
@@ -74,7 +74,7 @@ void PrintJson(const std::vector<ClassDescription>& descriptions) {
     std::printf("%s\n", (descriptions.size() == 1 ? ToJson(descriptions.front()) : list).Dump(2).c_str());
 }
 
-int Describe(const ProgramOptions& options, const Request& request) {
+int Describe(const ProgramOptions& options, const DescribeRequest& request) {
     const auto host = MakeHost(options);
     std::vector<ClassDescription> descriptions;
     for (const std::string& name : request.names) descriptions.push_back(DescribeClass(*host, ClassOf(*host, name)));
@@ -92,7 +92,7 @@ int Describe(const ProgramOptions& options, const Request& request) {
 }  // namespace
 
 Command DescribeCommand() {
-    const auto request = std::make_shared<Request>();
+    const auto request = std::make_shared<DescribeRequest>();
     return {
         .name = "describe",
         .help = "Describes classes: properties, defaults, ranges, methods.",

@@ -10,12 +10,12 @@
 
 namespace {
 
-struct Request {
+struct GalleryRequest {
     std::vector<std::string> photos;
     std::string folder;
 };
 
-int Run(const ProgramOptions& options, const Request& request) {
+int Run(const ProgramOptions& options, const GalleryRequest& request) {
     if (!options.trace.empty())
         throw host::HostError("--trace", "several processes write a gallery and are not traced");
     const auto host = MakeHost(options);
@@ -25,7 +25,7 @@ int Run(const ProgramOptions& options, const Request& request) {
 }  // namespace
 
 Command GalleryCommand() {
-    const auto request = std::make_shared<Request>();
+    const auto request = std::make_shared<GalleryRequest>();
     return {
         .name = "gallery",
         .help = "Writes pages that show every filter on photos.",

@@ -16,7 +16,7 @@
 
 namespace {
 
-struct Request {
+struct ListRequest {
     std::string category;
     bool all = false;
     bool json = false;
@@ -56,7 +56,7 @@ bool IsBuilt(const ProgramOptions& options) {
 }
 
 // The rows of the list, sorted by category.
-std::vector<Row> RowsOf(const ProgramOptions& options, const Request& request) {
+std::vector<Row> RowsOf(const ProgramOptions& options, const ListRequest& request) {
     std::vector<Row> rows = IsBuilt(options) && !request.all ? BuiltRows() : LoadedRows(options, request.all);
     if (!request.category.empty()) {
         std::erase_if(
@@ -67,7 +67,7 @@ std::vector<Row> RowsOf(const ProgramOptions& options, const Request& request) {
     return rows;
 }
 
-void PrintJson(const std::vector<Row>& rows) {
+void PrintRowsAsJson(const std::vector<Row>& rows) {
     host::Json list = host::Json::MakeArray();
     for (const auto& [className, title] : rows) {
         list.push_back({{"class", className},
@@ -78,7 +78,7 @@ void PrintJson(const std::vector<Row>& rows) {
     std::printf("%s\n", list.Dump(2).c_str());
 }
 
-void PrintText(const std::vector<Row>& rows) {
+void PrintRowsAsText(const std::vector<Row>& rows) {
     for (const auto& [className, title] : rows) {
         if (title.name.empty()) {
             std::printf("%s\n", className.c_str());
@@ -88,19 +88,19 @@ void PrintText(const std::vector<Row>& rows) {
     }
 }
 
-int List(const ProgramOptions& options, const Request& request) {
+int List(const ProgramOptions& options, const ListRequest& request) {
     const std::vector<Row> rows = RowsOf(options, request);
     if (rows.empty() && !request.category.empty()) {
         throw host::HostError("--category", "no filter has the category '" + request.category + "'");
     }
-    (request.json ? PrintJson : PrintText)(rows);
+    (request.json ? PrintRowsAsJson : PrintRowsAsText)(rows);
     return kDone;
 }
 
 }  // namespace
 
 Command ListCommand() {
-    const auto request = std::make_shared<Request>();
+    const auto request = std::make_shared<ListRequest>();
     return {
         .name = "list",
         .help = "Lists the filters: name, category, title.",

@@ -33,12 +33,12 @@ ZEVAobjectStruct* NewFromBytes(ZEVAstringStruct* string) {
     return block.Leak();
 }
 
-ZEVAmethod methods[] = {
+ZEVAmethod memoryBlockMethods[] = {
     {{reinterpret_cast<ZEVAentry>(GetSize), nullptr, "Size as integer", 0}, {}},
     {{reinterpret_cast<ZEVAentry>(GetBytes), nullptr, "Bytes as string", 0}, {}},
 };
 
-ZEVAmethod sharedMethods[] = {
+ZEVAmethod sharedMemoryBlockMethods[] = {
     {{reinterpret_cast<ZEVAentry>(NewFromBytes), nullptr, "FromBytes(bytes as string) as memoryblock", 0}, {}},
 };
 
@@ -51,10 +51,10 @@ const ZEVAclassDefinition kMemoryBlockClass = {
                .className = "MemoryBlock",
                .instanceDataSize = sizeof(ZEVAmemoryBlockStruct) - kZEVAobjectHeaderSize,
                .finalize = FreeBytes,
-               .methods = methods,
-               .methodCount = std::size(methods),
-               .sharedMethods = sharedMethods,
-               .sharedMethodCount = std::size(sharedMethods)},
+               .methods = memoryBlockMethods,
+               .methodCount = std::size(memoryBlockMethods),
+               .sharedMethods = sharedMemoryBlockMethods,
+               .sharedMethodCount = std::size(sharedMemoryBlockMethods)},
 };
 
 ObjectReference NewMemoryBlock(std::int32_t size) {

@@ -33,7 +33,7 @@ int Construct(lua_State* lua) {
 }
 
 // Class.name
-int Index(lua_State* lua) {
+int IndexClass(lua_State* lua) {
     return Protected(lua, [&] {
         Host& host = Host::Current();
         const Class& isa = host.Classes().Linked(ClassAt(lua, 1)->Name());
@@ -49,7 +49,7 @@ int Index(lua_State* lua) {
 }
 
 // Class.name = value
-int NewIndex(lua_State* lua) {
+int SetClassIndex(lua_State* lua) {
     return Protected(lua, [&] {
         Host& host = Host::Current();
         const Class& isa = host.Classes().Linked(ClassAt(lua, 1)->Name());
@@ -60,7 +60,7 @@ int NewIndex(lua_State* lua) {
     });
 }
 
-int Text(lua_State* lua) {
+int ClassText(lua_State* lua) {
     lua_pushfstring(lua, "class %s", ClassAt(lua, 1)->Name().c_str());
     return 1;
 }
@@ -91,8 +91,11 @@ int FindGlobal(lua_State* lua) {
 }  // namespace
 
 void OpenClassValues(lua_State* lua) {
-    const luaL_Reg functions[] = {
-        {"__call", Construct}, {"__index", Index}, {"__newindex", NewIndex}, {"__tostring", Text}, {nullptr, nullptr}};
+    const luaL_Reg functions[] = {{"__call", Construct},
+                                  {"__index", IndexClass},
+                                  {"__newindex", SetClassIndex},
+                                  {"__tostring", ClassText},
+                                  {nullptr, nullptr}};
     luaL_newmetatable(lua, kClass);
     luaL_setfuncs(lua, functions, 0);
     lua_pushliteral(lua, "host class");

@@ -35,7 +35,7 @@ ObjectValue* ValueOf(lua_State* lua, int index) {
 }
 
 // object.name
-int Index(lua_State* lua) {
+int IndexObject(lua_State* lua) {
     return Protected(lua, [&] {
         const ObjectReference object = ObjectAt(lua, 1);
         const std::string_view name = NameAt(lua, 2, object->isa->Name());
@@ -50,7 +50,7 @@ int Index(lua_State* lua) {
 }
 
 // object.name = value
-int NewIndex(lua_State* lua) {
+int SetObjectIndex(lua_State* lua) {
     return Protected(lua, [&] {
         const ObjectReference object = ObjectAt(lua, 1);
         const std::string_view name = NameAt(lua, 2, object->isa->Name());
@@ -74,7 +74,7 @@ int Close(lua_State* lua) {
     return 0;
 }
 
-int Text(lua_State* lua) {
+int ObjectText(lua_State* lua) {
     const ObjectValue* value = ValueOf(lua, 1);
     if (value->object) {
         lua_pushfstring(lua, "%s: %p", value->isa->Name().c_str(), static_cast<void*>(value->object.Get()));
@@ -98,8 +98,8 @@ void PushNewValue(lua_State* lua, ObjectReference object) {
 }  // namespace
 
 void OpenObjectValues(lua_State* lua) {
-    const luaL_Reg functions[] = {{"__index", Index}, {"__newindex", NewIndex}, {"__gc", Close},
-                                  {"__close", Close}, {"__tostring", Text},     {nullptr, nullptr}};
+    const luaL_Reg functions[] = {{"__index", IndexObject}, {"__newindex", SetObjectIndex}, {"__gc", Close},
+                                  {"__close", Close},       {"__tostring", ObjectText},     {nullptr, nullptr}};
     luaL_newmetatable(lua, kObject);
     luaL_setfuncs(lua, functions, 0);
     // Hides the metatable from scripts.
