@@ -34,7 +34,7 @@ TEST_ABIS := $(if $(filter undefined file,$(origin ABI)),i386 x86_64,$(ABI))
 MACOS_MODULE := $(if $(MODULE),$(filter i386,$(ABI)))
 
 .PHONY: run gallery test lint tidy install package package-test mutants sanitize coverage bench clean
-.PHONY: program-% configure-% build-%
+.PHONY: recipes program-% configure-% build-% package-%
 
 run: program-$(ABI)
 	$(if $(MACOS_MODULE),@cmake --build --preset $(ABI) --target zeva_filters_macos -- --quiet)
