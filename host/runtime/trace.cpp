@@ -55,7 +55,7 @@ void Trace::Write(const char* phase, std::string_view name, const char* directio
 
 Trace::Json TraceJson(const ZEVAobjectStruct* object) {
     if (object == nullptr) return nullptr;
-    char number[2 * sizeof object + 4];
+    char number[2 * sizeof(void*) + 4];
     std::snprintf(number, sizeof number, " %p", static_cast<const void*>(object));
     return object->isa->Name() + number;
 }
