@@ -95,7 +95,7 @@ def apply_step(root, step, run):
     if step.form == "new" and path.exists():
         raise RecipeError(f"README.md:{step.line}: {step.file} exists already, expected a new file")
     if step.form != "new" and not path.is_file():
-        raise RecipeError(f"README.md:{step.line}: there is no file {step.file}")
+        raise RecipeError(f"README.md:{step.line}: the file {step.file} does not exist")
     written = run(step.block) if step.printed else step.block
     if not written.strip():
         raise RecipeError(f"README.md:{step.line}: the script printed nothing for {step.file}")

@@ -115,7 +115,7 @@ class ApplyTest(unittest.TestCase):
                 "In `a`, replacing the lines that begin with `six`:",
                 "the lines of a that begin with 'six' are 0, not one group",
             ),
-            ("In `b`, after the line containing `one`:", "there is no file b"),
+            ("In `b`, after the line containing `one`:", "the file b does not exist"),
             ("A new file, `a`:", "a exists already, expected a new file"),
         ]:
             with self.subTest(sentence), self.assertRaises(RecipeError) as refusal:
