@@ -3,23 +3,29 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <utility>
 
 #include "support/engine_images.h"
 
 using namespace core_image;
 
 ImageRef RandomImage(std::size_t width, std::size_t height) {
-    auto pixels = std::make_shared<std::vector<float>>(width * height * 4);
+    std::vector<float> pixels(width * height * 4);
     std::uint32_t state = 12345;
-    for (std::size_t index = 0; index < pixels->size(); index += 4) {
+    for (std::size_t index = 0; index < pixels.size(); index += 4) {
         const auto next = [&] {
             state = state * 1664525 + 1013904223;
             return static_cast<float>(state >> 8) / (1 << 24);
         };
         const float alpha = index % 3 == 0 ? 1 : next();
-        for (std::size_t channel = 0; channel < 3; ++channel) (*pixels)[index + channel] = next() * alpha;
-        (*pixels)[index + 3] = alpha;
+        for (std::size_t channel = 0; channel < 3; ++channel) pixels[index + channel] = next() * alpha;
+        pixels[index + 3] = alpha;
     }
+    return ImageOf(width, height, std::move(pixels));
+}
+
+ImageRef ImageOf(std::size_t width, std::size_t height, std::vector<float> floats) {
+    auto pixels = std::make_shared<std::vector<float>>(std::move(floats));
     BitmapSource source;
     source.pixels = pixels->data();
     source.width = width;

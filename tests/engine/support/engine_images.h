@@ -12,6 +12,10 @@
 // Returns an image of pseudo-random premultiplied floats, some pixels opaque; its lower left pixel is at (0, 0).
 core_image::ImageRef RandomImage(std::size_t width, std::size_t height);
 
+// Returns an image of premultiplied linear floats, four for each pixel, top row first; its lower left pixel is at (0,
+// 0).
+core_image::ImageRef ImageOf(std::size_t width, std::size_t height, std::vector<float> floats);
+
 // Renders a region to linear floats, top row first.
 std::vector<float> Pixels(const core_image::ImageRef& image, const core_image::Region& region,
                           const core_image::Cut& cut = {});

@@ -81,20 +81,6 @@ std::vector<double> RandomNumbers::List(std::size_t count, double low, double hi
 
 namespace {
 
-// Returns an image of floats with its lower left pixel at (0, 0).
-ImageRef ImageOf(std::size_t width, std::size_t height, std::vector<float> numbers) {
-    auto pixels = std::make_shared<std::vector<float>>(std::move(numbers));
-    BitmapSource source;
-    source.pixels = pixels->data();
-    source.width = width;
-    source.height = height;
-    source.bytesPerRow = width * 4 * sizeof(float);
-    source.format = PixelFormat::kFloats;
-    source.alpha = Alpha::kPremultiplied;
-    source.transfer = Transfer::kLinear;
-    return MakeBitmapImage(source, pixels);
-}
-
 ImageRef RandomImageAt(const Region& region, unsigned seed, double low, double high, double mostAlpha) {
     RandomNumbers random(seed);
     std::vector<float> pixels;
