@@ -43,8 +43,7 @@ if(ZEVA_COVERAGE)
 endif()
 
 # zeva_library(zeva_NAME KIND SOURCE...), zeva_executable(zeva_NAME SOURCE...): a target with these options. Targets
-# have
-# the prefix so that they do not collide in a larger build; the files they make do not.
+# have the prefix so that they do not collide in a larger build; the files they make do not.
 function(zeva_library target kind)
     add_library(${target} ${kind} ${ARGN})
     zeva_target(${target})
@@ -60,4 +59,10 @@ function(zeva_target target)
     target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:zeva_options>)
     string(REGEX REPLACE "^zeva_" "" name ${target})
     set_target_properties(${target} PROPERTIES OUTPUT_NAME ${name})
+endfunction()
+
+# compile_unoptimized(SOURCE...): for sources that use a header library to read a short text once. Optimizing the library
+# would take a tenth of the whole build and save no measurable time when the program runs.
+function(compile_unoptimized)
+    set_source_files_properties(${ARGN} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON COMPILE_OPTIONS -O0)
 endfunction()

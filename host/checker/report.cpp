@@ -9,7 +9,6 @@
 #include <cstddef>
 #include <iterator>
 #include <map>
-#include <nlohmann/json.hpp>
 #include <utility>
 
 #include "host/runtime/json.h"

@@ -15,7 +15,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
 
-constexpr std::size_t kVectors = kBlockPixels / hn::MaxLanes(WideTag());
+constexpr std::size_t kVectorsPerBlock = kBlockPixels / hn::MaxLanes(WideTag());
 constexpr std::size_t kBlockFloats = kBlockPixels * kFloatsPerPixel;
 
 constexpr std::size_t kLineFloats = 64 / sizeof(float);  // a cache line
@@ -26,18 +26,18 @@ constexpr std::size_t kFloatsAhead = 2 * kRunFloats;
 
 // A block is read completely before it is written, since both forms may be at the same address.
 HWY_INLINE void BlockOf(const float* pixels, float* block) {
-    Colors c[kVectors];
-    for (std::size_t k = 0; k < kVectors; ++k) {
+    Colors c[kVectorsPerBlock];
+    for (std::size_t k = 0; k < kVectorsPerBlock; ++k) {
         const float* from = pixels + k * hn::MaxLanes(WideTag()) * kFloatsPerPixel;
         hn::LoadInterleaved4(WideTag(), from, c[k].red, c[k].green, c[k].blue, c[k].alpha);
     }
-    for (std::size_t k = 0; k < kVectors; ++k) StoreColors(c[k], block + k * hn::MaxLanes(WideTag()));
+    for (std::size_t k = 0; k < kVectorsPerBlock; ++k) StoreColors(c[k], block + k * hn::MaxLanes(WideTag()));
 }
 
 HWY_INLINE void PixelsOf(const float* block, float* pixels) {
-    Colors c[kVectors];
-    for (std::size_t k = 0; k < kVectors; ++k) c[k] = LoadColors(block + k * hn::MaxLanes(WideTag()));
-    for (std::size_t k = 0; k < kVectors; ++k) {
+    Colors c[kVectorsPerBlock];
+    for (std::size_t k = 0; k < kVectorsPerBlock; ++k) c[k] = LoadColors(block + k * hn::MaxLanes(WideTag()));
+    for (std::size_t k = 0; k < kVectorsPerBlock; ++k) {
         float* to = pixels + k * hn::MaxLanes(WideTag()) * kFloatsPerPixel;
         hn::StoreInterleaved4(c[k].red, c[k].green, c[k].blue, c[k].alpha, WideTag(), to);
     }

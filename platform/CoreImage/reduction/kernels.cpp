@@ -24,7 +24,7 @@ constexpr std::size_t kStep = 16;
 
 // Code that only reads is limited by memory: it prefetches one page ahead, because the hardware prefetcher stops at
 // page ends.
-constexpr std::size_t kFloatsAhead = 4096 / sizeof(float);
+constexpr std::size_t kPageOfFloats = 4096 / sizeof(float);
 using Floats = hn::CappedTag<float, kStep>;
 using Doubles = hn::CappedTag<double, kStep>;
 using HalfFloats = hn::Rebind<float, Doubles>;
@@ -40,7 +40,7 @@ HWY_ATTR void AddPixels(const float* pixels, std::size_t count, double* sums) {
     const std::size_t floats = count * kFloatsPerPixel;
     std::size_t start = 0;
     for (; start + 4 * kStep <= floats; start += 4 * kStep) {
-        for (std::size_t line = 0; line < 4; ++line) hwy::Prefetch(pixels + start + kFloatsAhead + line * kStep);
+        for (std::size_t line = 0; line < 4; ++line) hwy::Prefetch(pixels + start + kPageOfFloats + line * kStep);
         for (std::size_t k = 0; k < kVectors; ++k) {
             const float* from = pixels + start + k * kLanes;
             const auto two = hn::Add(hn::LoadU(single, from), hn::LoadU(single, from + kStep));
