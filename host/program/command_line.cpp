@@ -7,15 +7,14 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cctype>
-#include <cstdio>
 #include <exception>
 #include <memory>
 #include <string>
 #include <type_traits>
 #include <vector>
 
-#include "host/batch/error_text.h"
 #include "host/program/commands.h"
+#include "host/program/standard_streams.h"
 #include "host/program/version.h"
 
 namespace {
@@ -72,8 +71,6 @@ void AddCommand(CLI::App& program, const Command& command) {
     for (const Argument& argument : command.arguments) AddArgument(*app, argument);
 }
 
-void PrintError(const std::string& text) { std::fprintf(stderr, "zeva: %s\n", text.c_str()); }
-
 // The parser's message, which begins in lower case like all messages of the program. Names of options stay as they are.
 std::string UsageText(std::string text) {
     const bool isSentence = text.size() > 1 && std::isupper(text[0]) != 0 && std::islower(text[1]) != 0;
@@ -102,7 +99,7 @@ int ParseAndRun(int argumentCount, const char* const* arguments) {
     } catch (const CLI::Success& help) {
         return program.exit(help);
     } catch (const CLI::ParseError& error) {
-        throw UsageError(error.what());
+        throw UsageError(UsageText(error.what()));
     }
     if (program.get_subcommands().empty()) throw UsageError("no command given, zeva --help lists them");
     const std::string name = program.get_subcommands().front()->get_name();
@@ -115,11 +112,9 @@ int ParseAndRun(int argumentCount, const char* const* arguments) {
 int RunCommandLine(int argumentCount, const char* const* arguments) {
     try {
         return ParseAndRun(argumentCount, arguments);
-    } catch (const UsageError& error) {
-        PrintError(OneLine(UsageText(error.what())));
-        return kWrongUsage;
     } catch (const std::exception&) {
-        PrintError(ErrorText());
+        const Failure failure = FailureOfError(kFailed);
+        PrintError(failure.what());
+        return failure.Status();
     }
-    return kFailed;
 }
