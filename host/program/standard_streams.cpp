@@ -25,12 +25,19 @@ void KeepClosed(int stream) {
     if (file >= 0 && file != stream) close(file);
 }
 
+// Returns why standard output could not be written to its end; 0 if it was.
+int OutputError() {
+    if (std::fflush(stdout) != 0) return errno;
+    if (std::ferror(stdout) == 0) return 0;
+    // An earlier flush failed and its reason is forgotten. The output is incomplete anyway, so one more try may show
+    // it.
+    std::clearerr(stdout);
+    return std::fputc('\n', stdout) == EOF || std::fflush(stdout) != 0 ? errno : EIO;
+}
+
 void CheckAtExit() {
-    errno = 0;
-    const bool isFlushed = std::fflush(stdout) == 0;
-    if (!isFlushed || std::ferror(stdout) != 0) {
-        const std::string reason = isFlushed ? "writing failed" : host::SystemReason(errno);
-        NoteLostOutput("standard output: " + reason + "; the output is incomplete");
+    if (const int error = OutputError(); error != 0) {
+        NoteLostOutput("standard output: " + host::SystemReason(error) + "; the output is incomplete");
     }
     if (std::fflush(stderr) != 0 || std::ferror(stderr) != 0) isOutputLost = true;
     // The exit status is fixed by now, so this is the only way to change it.
