@@ -5,6 +5,7 @@
 #import <CoreImage/CoreImage.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -20,21 +21,25 @@ namespace {
 
 constexpr std::size_t kComponents = 4;
 
-// Renders the extent of an image in a color space; null means sRGB. Returns why that failed, or nil. The caller owns
-// one reference to the bitmap.
-NSString* Render(CIImage* image, CGColorSpaceRef space, CGImageRef* bitmap) {
+// Returns why an image cannot be rendered in a color space, null for sRGB; nil when it can, if there is memory.
+NSString* ObstacleToRendering(CIImage* image, CGColorSpaceRef space) {
     const CGRect extent = [image extent];
     if (image == nil || CGRectIsEmpty(extent)) return @"the image is empty";
     if (CGRectIsInfinite(extent)) return @"the image is infinite, crop it first";
-    if (space != nullptr && CGColorSpaceGetModel(space) != kCGColorSpaceModelRGB) {
-        return @"the color space is not RGB";
-    }
+    const bool isRGB = space == nullptr || CGColorSpaceGetModel(space) == kCGColorSpaceModelRGB;
+    return isRGB ? nil : @"the color space is not RGB";
+}
+
+// Renders the extent of an image in a color space; null means sRGB. Returns why that failed, or nil, and stores the
+// system's error number. The caller owns one reference to the bitmap.
+NSString* Render(CIImage* image, CGColorSpaceRef space, CGImageRef* bitmap, int* errorNumber) {
+    const CGRect extent = [image extent];
     CIContext* context = [CIContext contextWithOptions:nil];
     *bitmap = space == nullptr ? [context createCGImage:image fromRect:extent]
                                : [context createCGImage:image fromRect:extent format:kCIFormatRGBA8 colorSpace:space];
     if (*bitmap != nullptr) return nil;
-    return [NSString stringWithFormat:@"an image of %.0f x %.0f pixels cannot be rendered",
-                                      static_cast<double>(extent.size.width), static_cast<double>(extent.size.height)];
+    *errorNumber = ENOMEM;
+    return [@"the image cannot be rendered, " stringByAppendingString:ReasonForMemory(extent.size)];
 }
 
 // Returns why a quality is invalid; nil for 0 to 1 and for nil.
@@ -45,25 +50,35 @@ NSString* ObstacleInQuality(NSNumber* quality) {
 }
 
 void Save(ZEVAobjectStruct* self, ZEVAstringStruct* path, NSNumber* quality, CGColorSpaceRef space, NSString* member) {
-    NSString* text = TextOf(path);
-    if ([text length] == 0) return RaiseAbout(member, @"the path is empty", @"nothing was written");
+    NSString* const consequence = @"nothing was written";
+    const char* bytes = nullptr;
+    NSString* reason = PathOf(path, &bytes);
+    if (reason != nil) return RaiseAbout(member, reason, consequence);
+    CIImage* image = WrappedIn(self);
     CGImageRef bitmap = nullptr;
-    NSString* reason = ObstacleInQuality(quality);
-    if (reason == nil) reason = ObstacleToWriting(text);
-    if (reason == nil) reason = Render(WrappedIn(self), space, &bitmap);
-    if (reason == nil) reason = WriteImageFile(text, bitmap, quality);
+    int errorNumber = 0;
+    reason = ObstacleInQuality(quality);
+    if (reason == nil) reason = ObstacleToWriting(bytes, &errorNumber);
+    if (reason == nil) reason = ObstacleToRendering(image, space);
+    if (reason == nil && IsJPEG(bytes)) reason = ObstacleToJPEG([image extent].size);
+    if (reason == nil) reason = Render(image, space, &bitmap, &errorNumber);
+    if (reason == nil) reason = WriteImageFile(bytes, bitmap, quality, &errorNumber);
     CGImageRelease(bitmap);
-    if (reason != nil) RaiseAbout(text, reason, @"nothing was written");
+    if (reason != nil) RaiseAbout(TextOfPath(bytes), reason, consequence, errorNumber);
 }
 
 ZEVAmemoryBlockStruct* Encoded(ZEVAobjectStruct* self, NSNumber* quality, NSString* member) {
+    CIImage* image = WrappedIn(self);
     CGImageRef bitmap = nullptr;
     NSData* file = nil;
+    int errorNumber = 0;
     NSString* reason = ObstacleInQuality(quality);
-    if (reason == nil) reason = Render(WrappedIn(self), nullptr, &bitmap);
-    if (reason == nil) reason = EncodeImage(bitmap, quality, &file);
+    if (reason == nil) reason = ObstacleToRendering(image, nullptr);
+    if (reason == nil && quality != nil) reason = ObstacleToJPEG([image extent].size);
+    if (reason == nil) reason = Render(image, nullptr, &bitmap, &errorNumber);
+    if (reason == nil) reason = EncodeImage(bitmap, quality, &file, &errorNumber);
     CGImageRelease(bitmap);
-    if (reason != nil) RaiseAbout(member, reason, @"nothing was encoded");
+    if (reason != nil) RaiseAbout(member, reason, @"nothing was encoded", errorNumber);
     return NewHostBlock(file);
 }
 
@@ -110,7 +125,8 @@ NSString* PixelRectangle(ZEVAobjectStruct* vector, CGRect* rectangle) {
 // Returns whether rendering failed, and raises if so.
 bool IsMissing(NSData* floats, NSString* reason, NSString* member) {
     if (floats != nil) return false;
-    RaiseAbout(member, reason != nil ? reason : @"the rectangle is too large", @"no pixels were read");
+    RaiseAbout(member, reason != nil ? reason : @"the rectangle is too large, at most 134 million pixels can be read",
+               @"no pixels were read");
     return true;
 }
 

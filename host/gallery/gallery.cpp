@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <span>
 #include <tuple>
@@ -19,6 +18,8 @@
 #include "host/description/class_description.h"
 #include "host/gallery/pages.h"
 #include "host/runtime/errors.h"
+#include "host/runtime/text.h"
+#include "host/runtime/write_file.h"
 #include "host/script/script.h"
 
 // The texts of gallery.css, gallery.js and prepare.lua.
@@ -39,13 +40,6 @@ struct Job {
     const GalleryFilter* filter;
     const Sample* sample;
 };
-
-void WriteText(const path& file, const std::string& text) {
-    std::ofstream stream(file, std::ios::binary);
-    stream << text;
-    stream.close();
-    if (!stream) throw HostError(file.string(), "cannot be written");
-}
 
 // The filters of the loaded modules, in the order of the overview: by category and title.
 std::vector<GalleryFilter> Filters(Host& host) {
@@ -76,7 +70,7 @@ std::vector<GalleryPhoto> Photos(const std::vector<std::string>& files) {
             if (!isPlain) c = '-';
         }
         const int number = ++taken[folder];
-        photos.push_back({path(file).filename().string(),
+        photos.push_back({host::PrintableText(path(file).filename().string()),
                           "pictures/" + folder + (number > 1 ? "." + std::to_string(number) : ""), 0, 0});
     }
     return photos;
@@ -102,10 +96,13 @@ void Prepare(Host& host, const std::vector<GalleryPhoto>& photos, const std::vec
         };
     };
     std::string failure;
-    RunBatch(photos.size(), prepare, [&](std::size_t i, const std::string& why) {
-        if (failure.empty() && !why.empty()) failure = files[i] + ": " + why;
+    int number = 0;
+    RunBatch(photos.size(), prepare, [&](std::size_t i, const std::string& why, int errorNumber) {
+        if (!failure.empty() || why.empty()) return;
+        failure = files[i] + ": " + why;
+        number = errorNumber;
     });
-    if (!failure.empty()) throw HostError(failure, "no gallery was written");
+    if (!failure.empty()) throw PhotoError(failure, "no gallery was written", number);
 }
 
 // The reason of a failure. A script that reads a nil output image fails with a message about nil, which is translated.
@@ -127,7 +124,7 @@ void Render(Host& host, Gallery& gallery, const path& target) {
             RunIn(host, target / jobs[i].photo->folder, jobs[i].sample->text, jobs[i].filter->Title().name);
         };
     };
-    RunBatch(jobs.size(), prepare, [&](std::size_t i, const std::string& failure) {
+    RunBatch(jobs.size(), prepare, [&](std::size_t i, const std::string& failure, int) {
         const auto& [photo, filter, sample] = jobs[i];
         if (failure.empty()) return progress.Done("");
         for (const std::string& picture : sample->pictures) {
@@ -153,13 +150,13 @@ void Measure(Host& host, std::vector<GalleryPhoto>& photos, const path& target) 
 }
 
 void WritePages(const Gallery& gallery, const path& target) {
-    WriteText(target / "index.html", IndexPage(gallery));
+    host::WriteFile(target / "index.html", IndexPage(gallery));
     for (std::size_t i = 0; i < gallery.filters.size(); ++i) {
-        WriteText(target / PageName(gallery.filters[i]), FilterPage(gallery, i));
+        host::WriteFile(target / PageName(gallery.filters[i]), FilterPage(gallery, i));
     }
-    WriteText(target / "gallery.css", kGalleryStyle);
-    WriteText(target / "gallery.js", kGalleryScript);
-    WriteText(target / "prepare.lua", kPrepareScript);
+    host::WriteFile(target / "gallery.css", kGalleryStyle);
+    host::WriteFile(target / "gallery.js", kGalleryScript);
+    host::WriteFile(target / "prepare.lua", kPrepareScript);
 }
 
 }  // namespace
@@ -167,6 +164,13 @@ void WritePages(const Gallery& gallery, const path& target) {
 bool WriteGallery(Host& host, const std::vector<std::string>& photos, const std::string& folder) {
     Gallery gallery = {Photos(photos), Filters(host), {}};
     const path target = std::filesystem::absolute(folder).lexically_normal();
+    const path pictures = std::filesystem::weakly_canonical(target / "pictures");
+    for (const std::string& photo : photos) {
+        const path relative = std::filesystem::weakly_canonical(photo).lexically_relative(pictures);
+        if (!relative.empty() && *relative.begin() != "..") {
+            throw HostError(photo, "the gallery would overwrite it; nothing was written");
+        }
+    }
     for (const GalleryPhoto& photo : gallery.photos) std::filesystem::create_directories(target / photo.folder);
     Prepare(host, gallery.photos, photos, target);
     Render(host, gallery, target);

@@ -7,15 +7,16 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cctype>
-#include <cstdio>
 #include <exception>
+#include <iterator>
 #include <memory>
+#include <set>
 #include <string>
 #include <type_traits>
 #include <vector>
 
-#include "host/batch/error_text.h"
 #include "host/program/commands.h"
+#include "host/program/standard_streams.h"
 #include "host/program/version.h"
 
 namespace {
@@ -72,10 +73,49 @@ void AddCommand(CLI::App& program, const Command& command) {
     for (const Argument& argument : command.arguments) AddArgument(*app, argument);
 }
 
-void PrintError(const std::string& text) { std::fprintf(stderr, "zeva: %s\n", text.c_str()); }
+// The mark at the beginning of a word behind "--".
+constexpr char kLiteral = '\1';
+
+// Makes the arguments what the parser takes: the last one first, and without "--". Returns the words behind that, which
+// are marked, so that none looks like an option.
+//
+// Why the parser does not get "--": there it ends the command, not the options, once the command has a word. A command
+// whose first word ends the options gets it.
+std::set<std::string> PrepareArguments(std::vector<std::string>& words, const std::vector<Command>& commands) {
+    std::set<std::string> marked;
+    const auto end = std::find(words.begin(), words.end(), "--");
+    const auto endsOptions = [&](const Command& command) {
+        return command.endsOptionsAtFirstWord && std::find(words.begin(), end, command.name) != end;
+    };
+    if (end != words.end() && std::none_of(commands.begin(), commands.end(), endsOptions)) {
+        const bool isCommandGiven = end != words.begin();
+        for (auto word = std::next(end); isCommandGiven && word != words.end(); ++word) {
+            marked.insert(word->insert(0, 1, kLiteral));
+        }
+        words.erase(end);
+    }
+    std::reverse(words.begin(), words.end());
+    return marked;
+}
+
+// Removes the marks from the words that the parser stored.
+void RemoveMarks(const std::set<std::string>& marked, const std::vector<Command>& commands) {
+    const auto remove = [&](std::string& word) {
+        if (marked.contains(word)) word.erase(0, 1);
+    };
+    for (const Command& command : commands) {
+        for (const Argument& argument : command.arguments) {
+            if (auto* const* word = std::get_if<std::string*>(&argument.target)) remove(**word);
+            if (auto* const* words = std::get_if<std::vector<std::string>*>(&argument.target)) {
+                std::for_each((*words)->begin(), (*words)->end(), remove);
+            }
+        }
+    }
+}
 
 // The parser's message, which begins in lower case like all messages of the program. Names of options stay as they are.
 std::string UsageText(std::string text) {
+    std::erase(text, kLiteral);
     const bool isSentence = text.size() > 1 && std::isupper(text[0]) != 0 && std::islower(text[1]) != 0;
     if (isSentence) text[0] = static_cast<char>(std::tolower(text[0]));
     return text;
@@ -97,13 +137,16 @@ int ParseAndRun(int argumentCount, const char* const* arguments) {
     program.footer(kSharedFooter);
     program.fallthrough();  // the options above may follow the command
     for (const Command& command : commands) AddCommand(program, command);
+    std::vector<std::string> words(arguments + 1, arguments + argumentCount);
+    const std::set<std::string> marked = PrepareArguments(words, commands);
     try {
-        program.parse(argumentCount, arguments);
+        program.parse(words);
     } catch (const CLI::Success& help) {
         return program.exit(help);
     } catch (const CLI::ParseError& error) {
-        throw UsageError(error.what());
+        throw UsageError(UsageText(error.what()));
     }
+    RemoveMarks(marked, commands);
     if (program.get_subcommands().empty()) throw UsageError("no command given, zeva --help lists them");
     const std::string name = program.get_subcommands().front()->get_name();
     const auto isNamed = [&](const Command& command) { return command.name == name; };
@@ -115,11 +158,9 @@ int ParseAndRun(int argumentCount, const char* const* arguments) {
 int RunCommandLine(int argumentCount, const char* const* arguments) {
     try {
         return ParseAndRun(argumentCount, arguments);
-    } catch (const UsageError& error) {
-        PrintError(OneLine(UsageText(error.what())));
-        return kWrongUsage;
     } catch (const std::exception&) {
-        PrintError(ErrorText());
+        const Failure failure = FailureOfError(kFailed);
+        PrintError(failure.what());
+        return failure.Status();
     }
-    return kFailed;
 }
