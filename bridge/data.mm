@@ -51,8 +51,9 @@ ZEVAmemoryBlockStruct* getvalueNSData(ZEVAobjectStruct* self, NSString* key) {
         id value = [filter valueForKey:key];
         if (value == nil) return;
         const void* bytes = [value bytes];
-        const auto size = static_cast<std::int32_t>([value length]);
-        if (bytes == nullptr || size <= 0) return;
+        const NSUInteger length = [value length];
+        if (bytes == nullptr || length == 0 || length > std::numeric_limits<std::int32_t>::max()) return;
+        const auto size = static_cast<std::int32_t>(length);
         ZEVAmemoryBlockStruct* block = NewMemoryBlock(size);
         if (block == nullptr) return RaiseOutOfMemory(size);
         void* destination = ZEVAMemoryBlockGetPtr(block);
@@ -67,7 +68,7 @@ ZEVAmemoryBlockStruct* getvalueNSData(ZEVAobjectStruct* self, NSString* key) {
 void setvalueNSData(ZEVAobjectStruct* self, NSString* key, ZEVAmemoryBlockStruct* value) {
     // Outside the guarded work, so that a foreign exception unlocks the block when it unwinds the call.
     zvData holder;
-    Guarded([&] {
+    const auto write = [&] {
         CIFilter* filter = FilterOf(self);
         if (key == nil || filter == nil) return;
         if (value != nullptr) HoldBytes(holder, value);
@@ -79,7 +80,7 @@ void setvalueNSData(ZEVAobjectStruct* self, NSString* key, ZEVAmemoryBlockStruct
         if (data == nil) return;
         [filter setValue:data forKey:key];
         [data release];
-    });
-    // After an NSException the block may still be held. It stays locked.
-    holder.Abandon();
+    };
+    // A block that is in use when the guard takes over stays locked, however the call then ends.
+    Guarded(write, [&] { holder.Abandon(); });
 }

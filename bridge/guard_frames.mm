@@ -36,7 +36,7 @@ struct FrameExit {
 
 }  // namespace
 
-void RunGuarded(void (*work)(void* context), void* context) {
+void RunGuarded(void (*work)(void* context), void (*interrupted)(void* context), void* context) {
     ExceptionFrame frame;
     objc_exception_try_enter(&frame);
     if (_setjmp(frame.buffer) == 0) {
@@ -44,6 +44,7 @@ void RunGuarded(void (*work)(void* context), void* context) {
         work(context);
         return;
     }
+    interrupted(context);
     id exception = objc_exception_extract(&frame);
     if (!objc_exception_match([NSException class], exception)) objc_exception_throw(objc_exception_extract(&frame));
     ReportException(exception);

@@ -16,7 +16,7 @@
 // The record version that the static records of this family are written in.
 inline constexpr ZEVAword kRecordVersion = kNewestRecordVersion;
 
-// Instance data sizes are rounded up to a multiple of this many bytes.
+// Instance data sizes are rounded up to a multiple of this many bytes, a power of two.
 inline constexpr ZEVAword kDataSizeStep = 16;
 
 // A class as a host of record version 9 reads it. The tables have current entries while the record lies in a current

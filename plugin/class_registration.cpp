@@ -45,11 +45,11 @@ ZEVApair* DownLevelPairs(ZEVApair* table, ZEVAword count) {
     return reinterpret_cast<ZEVApair*>(shortened);
 }
 
-// Rewrites a record into the down-level layout; false, with the record unchanged, when there is no memory for the
-// temporary copy.
-bool RewriteDownLevel(ZEVAclassDefinitionDownLevel* record) {
+// Rewrites a record into the down-level layout. Returns the temporary copy that the new layout was built in, which the
+// caller frees; null, with the record unchanged, when there is no memory for it.
+ZEVAclassDefinitionDownLevel* RewriteDownLevel(ZEVAclassDefinitionDownLevel* record) {
     auto* block = static_cast<ZEVAclassDefinitionDownLevel*>(std::calloc(1, sizeof(ZEVAclassDefinitionDownLevel)));
-    if (block == nullptr) return false;
+    if (block == nullptr) return nullptr;
     *block = *record;
     block->version = CurrentZEVAControlVersion;
     block->properties = FixProperties(record->properties, static_cast<int>(record->propertyCount));
@@ -61,21 +61,29 @@ bool RewriteDownLevel(ZEVAclassDefinitionDownLevel* record) {
     block->sharedMethods = DownLevelTable(record->sharedMethods, record->sharedMethodCount);
     block->sharedProperties = FixProperties(record->sharedProperties, static_cast<int>(record->sharedPropertyCount));
     *record = *block;
-    std::free(block);
-    return true;
+    return block;
+}
+
+// The size rounded up to a whole number of steps. Unsigned, so that no size overflows: one that is negative as a signed
+// number is rounded like any other.
+ZEVAword RoundedUp(ZEVAword size) {
+    constexpr auto kRest = static_cast<std::uintptr_t>(kDataSizeStep - 1);
+    return static_cast<ZEVAword>((static_cast<std::uintptr_t>(size) + kRest) & ~kRest);
 }
 
 }  // namespace
 
 void MyZEVARegisterClass(ZEVAclassDefinition* definition) {
     ZEVAclassDefinitionDownLevel& record = definition->record;
-    record.instanceDataSize = (record.instanceDataSize + kDataSizeStep - 1) / kDataSizeStep * kDataSizeStep;
+    record.instanceDataSize = RoundedUp(record.instanceDataSize);
     if (CurrentZEVAControlVersion > kDownLevelRecordVersion) {
         record.version = CurrentZEVAControlVersion;
-    } else if (!RewriteDownLevel(&record)) {
-        return;
+        return ZEVARegisterClass(definition);
     }
+    ZEVAclassDefinitionDownLevel* block = RewriteDownLevel(&record);
+    if (block == nullptr) return;
     ZEVARegisterClass(definition);
+    std::free(block);
 }
 
 ZEVAproperty* FixProperties(ZEVAproperty* table, int count) { return DownLevelTable(table, count); }

@@ -15,7 +15,9 @@ void ZEVAPluginMain(ZEVAresolver resolver) {
     if (getZVVersion != nullptr) zvversion = getZVVersion();
     CurrentZEVAControlVersion = RecordVersionFor(zvversion);
     registerPluginVersion(CurrentZEVAControlVersion);
-    (void)pthread_self();  // part of the family's handshake; no thread identity is stored or compared
+    // Part of the family's handshake. No thread identity is kept or compared; a volatile result, because some C
+    // libraries declare the function free of effects and the call would disappear.
+    [[maybe_unused]] volatile auto thread = pthread_self();
     if (IsSkippedHost(zvversion)) return;
     for (ZEVAclassDefinition* record : ModuleClasses()) MyZEVARegisterClass(record);
 }

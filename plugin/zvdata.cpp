@@ -4,10 +4,24 @@
 
 #include "plugin/host_services.h"
 
+namespace {
+
+// Empties a field and returns what it held.
+template <typename Field>
+Field Take(Field& field) {
+    const Field held = field;
+    field = Field();
+    return held;
+}
+
+}  // namespace
+
+// Each field is emptied before the host is called for it, so that what a call gives back is given back once, even when
+// an exception leaves the call and the destructor runs this again.
 void zvData::Release() noexcept {
-    if (stringRef != nullptr) ZEVAUnlockString(stringRef);
-    if (objectRef != nullptr) ZEVAUnlockObject(objectRef);
-    if (hasStringData) ZEVADisposeStringData(&stringData);
+    if (ZEVAstringStruct* string = Take(stringRef)) ZEVAUnlockString(string);
+    if (ZEVAobjectStruct* object = Take(objectRef)) ZEVAUnlockObject(object);
+    if (Take(hasStringData)) ZEVADisposeStringData(&stringData);
     Abandon();
 }
 

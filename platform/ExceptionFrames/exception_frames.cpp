@@ -1,14 +1,13 @@
 // exception_frames.cpp - the setjmp-based exception frames of 32-bit Objective-C, over the GNU runtime.
 //
 // A guard registers a frame with objc_exception_try_enter and fills its jump buffer with _setjmp. Throwing an object
-// then jumps to the innermost frame of the thread. When the thread has no frame, the runtime throws by unwinding as
-// usual. There are two kinds of frames with different jump buffers: native ones, and those of code compiled for macOS
-// (macos_frames.h). Each frame remembers how to jump to it.
+// then jumps to the innermost frame of the thread, after the native cleanups on the way to it. When a native handler is
+// nearer, or when the thread has no frame, the runtime throws by unwinding as usual (native_handlers.h). There are two
+// kinds of frames with different jump buffers: native ones, and those of code compiled for macOS (macos_frames.h). Each
+// frame remembers how to jump to it.
 //
 // Interposition: this library exports objc_exception_throw like the runtime, and must precede libobjc in the search
 //                order. Foundation calls the function through its linkage table and therefore reaches this one.
-// Limit:         the jump skips a native @try that is deeper than the innermost frame. Code that runs inside a frame
-//                must not rely on one.
 // Lifetime:      a frame lives on the caller's stack. It is registered from try_enter until try_exit or the jump.
 // Threads:       each thread has its own chain of frames.
 
@@ -20,6 +19,7 @@
 
 #include "platform/ExceptionFrames/macos_frames.h"
 #include "platform/ExceptionFrames/macos_jump.h"
+#include "platform/ExceptionFrames/native_handlers.h"
 
 namespace {
 
@@ -35,6 +35,13 @@ struct Link {
 static_assert(sizeof(Link) == 4 * sizeof(void*));
 
 thread_local Link* innermost = nullptr;
+
+// Removes a frame and jumps to it; does not return.
+void JumpTo(void* frameLink) {
+    auto* link = static_cast<Link*>(frameLink);
+    innermost = link->enclosing;
+    link->jump(link);
+}
 
 // A frame in the layout that callers use.
 template <typename Buffer, void (*kJump)(Buffer&)>
@@ -94,12 +101,16 @@ FRAMES_EXPORT int objc_exception_match(Class exceptionClass, id exception) {
     return 0;
 }
 
-// Removes the thread's innermost frame and throws an object to it. Does not return.
+// Throws an object to the nearest handler: a native one, or the thread's innermost frame, which is removed. Does not
+// return.
 FRAMES_EXPORT void objc_exception_throw(id exception) {
     if (Link* link = innermost; link != nullptr) {
-        innermost = link->enclosing;
-        link->exception = exception;
-        link->jump(link);
+        const NativeSearch search = SearchNativeHandlers(exception, link);
+        if (!search.isHandled) {
+            link->exception = exception;
+            if (search.holder != 0) RunNativeCleanups(search.holder, JumpTo, link);
+            JumpTo(link);
+        }
     }
     RuntimeThrow()(exception);
     std::abort();  // the runtime's function does not return either

@@ -56,6 +56,36 @@ TEST_F(AllocationTest, DownLevelRegistrationKeepsOneBlockPerTableAndFreesItsTemp
     for (int table = 2; table <= 7; ++table) EXPECT_EQ(watch.FreesOf(watch.Allocated(table)), 0);
 }
 
+// How often the temporary block of the open watch had been freed when the module looked up the registration service
+// and when it called it.
+int freesAtLookup, freesAtCall;
+const AllocationWatch* openWatch = nullptr;
+
+TEST_F(AllocationTest, TemporaryBlockIsFreedAfterTheRecordHasBeenHandedOver) {
+    const auto frees = [] { return openWatch != nullptr ? openWatch->FreesOf(openWatch->Allocated(1)) : 0; };
+    static const auto countFrees = frees;
+    for (const bool isMissing : {false, true}) {
+        static bool missing;
+        missing = isMissing;
+        LoadedModule fresh{ProbeModule()};
+        fresh.Find<ZEVAmain>(kZEVAentryPoint)([](const char* name) -> ZEVAentry {
+            if (std::strcmp(name, "PluginRegisterClass") != 0) return RecordingHost::Resolve(name);
+            freesAtLookup = countFrees();
+            if (missing) return nullptr;
+            return reinterpret_cast<ZEVAentry>(+[](ZEVAclassDefinition*) { freesAtCall = countFrees(); });
+        });
+        ZEVAclassDefinition definition = FullRecord();
+        freesAtLookup = freesAtCall = -1;
+        AllocationWatch watch;
+        openWatch = &watch;
+        fresh.Find<void(ZEVAclassDefinition*)>("ProbeRegister")(&definition);
+        openWatch = nullptr;
+        EXPECT_EQ(freesAtLookup, 0);
+        EXPECT_EQ(freesAtCall, isMissing ? -1 : 0);
+        EXPECT_EQ(watch.FreesOf(watch.Allocated(1)), 1);
+    }
+}
+
 TEST_F(AllocationTest, CurrentRegistrationAllocatesNothing) {
     host.version = kNewestHostVersion;
     probe.Enter();

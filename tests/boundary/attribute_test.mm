@@ -41,6 +41,19 @@ TEST_F(AttributeTest, FetchesRetainsLooksUpChecksCreatesAndRetainsInThisOrder) {
     EXPECT_EQ(object.fields[1], reinterpret_cast<ZEVAword>(attributes));
 }
 
+// An accessor passes a constant as its key; the probe passes any object.
+TEST_F(AttributeTest, StoresTheReplyOfTheKeysRetain) {
+    LoadedModule probe{ProbeModule()};
+    probe.Enter();
+    RecordingObject* key = [RecordingObject named:"key"];
+    key->successor = [RecordingObject named:"retained key"];
+    auto* get = probe.Find<ZEVAobjectStruct*(ZEVAobjectStruct*, NSString*)>("ProbeGetAttribute");
+    ZEVAobjectStruct* read = get(&object, static_cast<NSString*>(static_cast<id>(key)));
+    ASSERT_NE(read, nullptr);
+    EXPECT_EQ(read->fields[1], reinterpret_cast<ZEVAword>(key->successor));
+    EXPECT_EQ(key->references, 2u);
+}
+
 TEST_F(AttributeTest, FilterIsAskedForItsAttributesOncePerObject) {
     ZEVAobjectStruct* first = Read();
     ZEVAobjectStruct* second = Read();

@@ -9,8 +9,6 @@ struct Raised {
     Raise what;
 };
 
-constexpr bool kHasFrames = sizeof(void*) == 4;
-
 void CountMade(Script& script, bool made, int references) {
     if (made) script.expected.madeReferences += references;
 }
@@ -22,7 +20,10 @@ void Guarded(Script& script, Work work) {
         work();
     } catch (const Raised& raised) {
         if (raised.what != Raise::kNSException) throw;
-        script.expected.log.push_back("NSLog A SomeException: a reason, Info: {k = v; }");
+        const std::string name = script.Ask("[exception name]") ? "SomeException" : "(null)";
+        const std::string reason = script.Ask("[exception reason]") ? "a reason" : "(null)";
+        const std::string userInfo = script.Ask("[exception userInfo]") ? "{k = v; }" : "(null)";
+        script.expected.log.push_back("NSLog A " + name + ": " + reason + ", Info: " + userInfo);
         script.expected.log.push_back("NewNSExceptionQOR: SomeException");
         CountMade(script, true, 1);
         script.Call("RuntimeRaiseException", "NSExceptionQOR#1");
@@ -50,34 +51,43 @@ void TellRaise(Script& script, const std::string& exceptionClass, const std::str
 
 void ReadNumber(Script& script) {
     Guarded(script, [&] {
-        script.Send("[filter valueForKey:inputRadius]");
-        script.Send("[value doubleValue]");
-        script.expected.returnsValue = true;
+        if (!script.Ask("[filter valueForKey:inputRadius]")) return;
+        script.expected.returnsValue = script.Ask("[value doubleValue]");
     });
 }
 
 void WriteNumber(Script& script) {
     Guarded(script, [&] {
-        script.Send("[NSNumber numberWithFloat:2.5]");
+        if (!script.Ask("[NSNumber numberWithFloat:2.5]")) return;
         script.Send("[filter setValue:forKey:value, inputRadius]");
     });
 }
 
+// Retains the value and writes the reply into a word.
+void TellStore(Script& script, const std::string& word) {
+    const bool replies = script.Ask("[value retain]");
+    ++script.expected.valueReferences;
+    script.Write(word, replies ? "retained value" : "nil");
+}
+
 void TellReadObject(Script& script, const std::string& key, const std::vector<std::string>& classes) {
     Guarded(script, [&] {
-        script.Send("[filter valueForKey:" + key + "]");
-        if (!script.Has("PluginNewInstance")) return;
-        bool made = false;
-        for (const std::string& name : classes) made = made || script.Call("PluginNewInstance", name);
-        if (!made) return;
+        if (!script.Ask("[filter valueForKey:" + key + "]") || !script.Has("PluginNewInstance")) return;
+        std::string made;
+        for (const std::string& name : classes) {
+            if (made.empty() && script.Call("PluginNewInstance", name)) made = name;
+        }
+        if (made.empty()) return;
         CountMade(script, true, 1);
-        script.Send("[value retain]");
-        ++script.expected.valueReferences;
+        TellStore(script, "made " + made + " 0");
         script.expected.returnsValue = true;
     });
 }
 
-void ReadImage(Script& script) { TellReadObject(script, "inputImage", {"CIImageQOR"}); }
+void ReadImage(Script& script) {
+    TellReadObject(script, "inputImage", {"CIImageQOR"});
+    if (script.expected.returnsValue) script.Write("made CIImageQOR 1", "nil");
+}
 void ReadColor(Script& script) { TellReadObject(script, "inputColor0", {"CIColorQOR"}); }
 void ReadVector(Script& script) { TellReadObject(script, "inputRectangle", {"CIVectorQOR"}); }
 void ReadTransform(Script& script) { TellReadObject(script, "inputTransform", {"NSAffineTransformQOR"}); }
@@ -96,9 +106,10 @@ void ClearColorSpace(Script& script) { TellWriteObject(script, "nil", "inputColo
 
 void ReadData(Script& script) {
     Guarded(script, [&] {
-        script.Send("[filter valueForKey:inputCubeData]");
-        script.Send("[value bytes]");
-        script.Send("[value length]");
+        if (!script.Ask("[filter valueForKey:inputCubeData]")) return;
+        const bool hasBytes = script.Ask("[value bytes]");
+        const bool hasLength = script.Ask("[value length]");
+        if (!hasBytes || !hasLength) return;
         if (!script.Call("newMemoryBlock", "4")) {
             return TellRaise(script, "OutOfMemoryException", "Failed to allocate a memoryblock with 4 bytes in size.");
         }
@@ -112,43 +123,50 @@ void WriteData(Script& script) {
         if (script.Call("ZEVAUnlockObject", "MemoryBlock")) --script.expected.blockReferences;
     };
     Guarded(script, [&] {
-        if (script.Call("ZEVALockObject", "MemoryBlock")) ++script.expected.blockReferences;
-        const bool hasSize = script.Call("memoryBlockGetSize", "MemoryBlock");
-        const bool hasData = script.Call("memoryBlockGetPtr", "MemoryBlock") && hasSize;
+        bool isMade = false;
         try {
-            if (hasData) script.Send("[NSData alloc]");
-            if (hasData) script.Send("[data initWithBytes:length:abcd]");
+            if (script.Call("ZEVALockObject", "MemoryBlock")) ++script.expected.blockReferences;
+            const bool hasSize = script.Call("memoryBlockGetSize", "MemoryBlock");
+            const bool hasData = script.Call("memoryBlockGetPtr", "MemoryBlock") && hasSize;
+            isMade = hasData && script.Ask("[NSData alloc]") && script.Ask("[data initWithBytes:length:abcd]");
         } catch (const Raised& raised) {
-            // An exception that unwinds the call unlocks the block. A longjmp does not, and an NSException never does.
-            const bool unwinds = raised.what == Raise::kForeign || (raised.what == Raise::kOtherObject && !kHasFrames);
-            if (unwinds) unlock();
+            // A foreign exception unlocks the block when it unwinds the call. After any Objective-C object it stays
+            // locked.
+            if (raised.what == Raise::kForeign) unlock();
             throw;
         }
         unlock();
-        if (!hasData) return;
-        script.Send("[filter setValue:forKey:data, inputCubeData]");
-        script.Send("[data release]");
+        if (!isMade) return;
+        script.Send("[filter setValue:forKey:made data, inputCubeData]");
+        script.Send("[made data release]");
     });
 }
 
-void ReadAttribute(Script& script) {
-    script.Send("[filter attributes]");
-    script.Send("[attributes retain]");
-    script.Send("[attributes objectForKey:inputRadius]");
+// Reads an attribute of an object whose cache is filled.
+void ReadCachedAttribute(Script& script) {
+    if (!script.Ask("[retained attributes objectForKey:inputRadius]")) return;
     script.Send("[NSDictionary class]");
-    script.Send("[value isKindOfClass:NSDictionary]");
+    if (!script.Ask("[value isKindOfClass:NSDictionary]")) return;
     if (!script.Call("PluginNewInstance", "CIAttributeQOR")) return;
     CountMade(script, true, 1);
-    script.Send("[value retain]");
-    ++script.expected.valueReferences;
+    script.Write("made CIAttributeQOR 1", "key");
+    TellStore(script, "made CIAttributeQOR 0");
     script.expected.returnsValue = true;
 }
 
+void ReadAttribute(Script& script) {
+    if (!script.Ask("[filter attributes]") || !script.Ask("[attributes retain]")) return;
+    script.Write("filterObject 1", "retained attributes");
+    ReadCachedAttribute(script);
+}
+
 void Construct(Script& script) {
-    script.Send("[CIFilter filterWithName:CIGaussianBlur]");
-    script.Send("[value retain]");
+    if (!script.Ask("[CIFilter filterWithName:CIGaussianBlur]")) return;
+    const bool replies = script.Ask("[value retain]");
     ++script.expected.valueReferences;
-    script.Send("[value setDefaults]");
+    if (!replies) return;
+    script.Write("filterObject 0", "retained value");
+    script.Send("[retained value setDefaults]");
 }
 
 void ConstructTwice(Script& script) {
@@ -173,36 +191,45 @@ bool Script::Call(const std::string& service, const std::string& arguments) {
     expected.log.push_back(service + " " + arguments);
     const int call = ++calls_[service];
     const auto fault = faults_.services.find(service);
-    const int failing = fault != faults_.services.end() ? fault->second.failingCall : 0;
+    if (fault == faults_.services.end()) return true;
+    if (fault->second.throwingCall == call) throw Raised{Raise::kForeign};
+    const int failing = fault->second.failingCall;
     return failing != RecordingHost::kAlways && failing != call;
 }
 
 void Script::Send(const std::string& line) {
     expected.log.push_back(line);
     const auto fault = faults_.messages.find(line);
-    if (fault != faults_.messages.end()) throw Raised{fault->second};
+    if (fault != faults_.messages.end() && fault->second != Raise::kHandled) throw Raised{fault->second};
+}
+
+bool Script::Ask(const std::string& line) {
+    asked.insert(line);
+    Send(line);
+    return faults_.nilReplies.count(line) == 0;
 }
 
 const std::vector<Scenario>& Scenarios() {
 #define SCENARIO(name) \
     { #name, name }
     static const std::vector<Scenario> scenarios = {
-        SCENARIO(ReadNumber),      SCENARIO(WriteNumber),    SCENARIO(ReadImage),      SCENARIO(WriteImage),
-        SCENARIO(ReadColor),       SCENARIO(WriteColor),     SCENARIO(ReadVector),     SCENARIO(WriteVector),
-        SCENARIO(ReadTransform),   SCENARIO(WriteTransform), SCENARIO(ReadColorSpace), SCENARIO(WriteColorSpace),
-        SCENARIO(ClearColorSpace), SCENARIO(ReadData),       SCENARIO(WriteData),      SCENARIO(ReadAttribute),
-        SCENARIO(Construct),       SCENARIO(ConstructTwice),
+        SCENARIO(ReadNumber),          SCENARIO(WriteNumber),    SCENARIO(ReadImage),      SCENARIO(WriteImage),
+        SCENARIO(ReadColor),           SCENARIO(WriteColor),     SCENARIO(ReadVector),     SCENARIO(WriteVector),
+        SCENARIO(ReadTransform),       SCENARIO(WriteTransform), SCENARIO(ReadColorSpace), SCENARIO(WriteColorSpace),
+        SCENARIO(ClearColorSpace),     SCENARIO(ReadData),       SCENARIO(WriteData),      SCENARIO(ReadAttribute),
+        SCENARIO(ReadCachedAttribute), SCENARIO(Construct),      SCENARIO(ConstructTwice),
     };
 #undef SCENARIO
     return scenarios;
 }
 
-Expected Expect(const Scenario& scenario, const Faults& faults) {
+Expected Expect(const Scenario& scenario, const Faults& faults, std::set<std::string>* asked) {
     Script script(faults);
     try {
         scenario.tell(script);
     } catch (const Raised& raised) {
         script.expected.thrown = raised.what;
     }
+    if (asked != nullptr) asked->merge(script.asked);
     return script.expected;
 }

@@ -75,9 +75,16 @@ TEST_F(DataTest, EmptyMissingOrUnreachableDataReadsAsNullWithoutReport) {
     EXPECT_EQ(host.LookupsOf("newMemoryBlock"), 0);
 }
 
-TEST_F(DataTest, LengthOf2To31IsNegativeAndReadsAsNullInSilence) {
-    data->dataLength = 2147483648u;
-    EXPECT_EQ(Read(), nullptr);
+TEST_F(DataTest, LengthFrom2To31ReadsAsNullInSilence) {
+    std::vector<NSUInteger> lengths = {2147483648u, 2147483653u, 4294967295u};
+    if constexpr (sizeof(NSUInteger) == 8) {
+        constexpr NSUInteger k2To32 = NSUInteger{4294967295u} + 1;
+        lengths.insert(lengths.end(), {k2To32, k2To32 + 5, k2To32 / 2 * 3, std::numeric_limits<NSUInteger>::max()});
+    }
+    for (const NSUInteger length : lengths) {
+        data->dataLength = length;
+        EXPECT_EQ(Read(), nullptr) << length;
+    }
     EXPECT_TRUE(host.raised.empty());
     EXPECT_EQ(host.LookupsOf("newMemoryBlock"), 0);
 }
@@ -187,6 +194,14 @@ TEST_F(DataTest, ObjectWithoutFilterIgnoresWritesAndLocksNothing) {
     object = MakeFilterObject(nil);
     Write(BlockOf("wxyz"));
     EXPECT_EQ(host.TakeLog(), Lines{});
+}
+
+TEST_F(DataTest, ForeignExceptionOfTheUnlockingServiceDoesNotUnlockTheBlockAgain) {
+    host.faults["ZEVAUnlockObject"].throwingCall = 1;
+    ZEVAmemoryBlockStruct* block = BlockOf("wxyz");
+    EXPECT_TRUE(ThrowsForeign([&] { Write(block); }));
+    EXPECT_EQ(host.CallsOf("ZEVAUnlockObject"), 1);
+    EXPECT_EQ(filter->received, nil);
 }
 
 TEST_F(DataTest, ExceptionFromTheFilterComesAfterTheBlockIsUnlockedAndLeavesTheDataUnreleased) {

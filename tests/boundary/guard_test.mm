@@ -34,11 +34,11 @@ class GuardTest : public BoundaryTest {
 
 TEST_F(GuardTest, LogsConvertsRaisesAndUnlocksInThisOrderAndReturnsZero) {
     EXPECT_EQ(ReadRadius(), 0.0);
-    EXPECT_EQ(host.TakeLog(),
-              (Lines{"[filter valueForKey:inputRadius]", "NSLog A SomeException: a reason, Info: {k = v; }",
-                     "NewNSExceptionQOR: SomeException", "resolve RuntimeRaiseException",
-                     "RuntimeRaiseException NSExceptionQOR#1", "resolve ZEVAUnlockObject",
-                     "ZEVAUnlockObject NSExceptionQOR#1"}));
+    EXPECT_EQ(host.TakeLog(), (Lines{"[filter valueForKey:inputRadius]", "[exception name]", "[exception reason]",
+                                     "[exception userInfo]", "NSLog A SomeException: a reason, Info: {k = v; }",
+                                     "NewNSExceptionQOR: SomeException", "resolve RuntimeRaiseException",
+                                     "RuntimeRaiseException NSExceptionQOR#1", "resolve ZEVAUnlockObject",
+                                     "ZEVAUnlockObject NSExceptionQOR#1"}));
     EXPECT_EQ(host.objects[0]->references, 0);
 }
 
@@ -57,9 +57,9 @@ TEST_F(GuardTest, ExceptionsThatFoundationRaisesAreCaught) {
 TEST_F(GuardTest, ConversionThatReturnsNullLeavesOnlyTheLogLine) {
     conversion = Conversion::kReturnsNull;
     EXPECT_EQ(ReadRadius(), 0.0);
-    EXPECT_EQ(host.TakeLog(),
-              (Lines{"[filter valueForKey:inputRadius]", "NSLog A SomeException: a reason, Info: {k = v; }",
-                     "NewNSExceptionQOR: SomeException"}));
+    EXPECT_EQ(host.TakeLog(), (Lines{"[filter valueForKey:inputRadius]", "[exception name]", "[exception reason]",
+                                     "[exception userInfo]", "NSLog A SomeException: a reason, Info: {k = v; }",
+                                     "NewNSExceptionQOR: SomeException"}));
 }
 
 TEST_F(GuardTest, ConversionThatRaisesReachesTheEnclosingHandler) {
@@ -94,6 +94,23 @@ TEST_F(GuardTest, ForeignExceptionPassesThroughAndNothingIsLogged) {
     RaiseOnReading(Raise::kForeign);
     EXPECT_TRUE(ThrowsForeign([&] { ReadRadius(); }));
     EXPECT_EQ(host.TakeLog(), Lines{"[filter valueForKey:inputRadius]"});
+}
+
+TEST_F(GuardTest, ExceptionThatTheFilterHandlesItselfIsNotNoticed) {
+    RaiseOnReading(Raise::kHandled);
+    filter->reply = [NSNumber numberWithDouble:2.5];
+    EXPECT_EQ(ReadRadius(), 2.5);
+    EXPECT_EQ(host.TakeLog(), Lines{"[filter valueForKey:inputRadius]"});
+    EXPECT_TRUE(host.raised.empty());
+    EXPECT_EQ(OpenScopes(), 0);
+}
+
+TEST_F(GuardTest, ScopesOfTheFilterAreLeftBeforeTheGuardTakesOver) {
+    static int openAtRaise;
+    openAtRaise = -1;
+    host.onRaise = [](RecordingHost&) { openAtRaise = OpenScopes(); };
+    EXPECT_EQ(ReadRadius(), 0.0);
+    EXPECT_EQ(openAtRaise, 0);
 }
 
 TEST_F(GuardTest, FrameChainIsRestoredHoweverTheCallEnds) {

@@ -2,6 +2,7 @@
 
 #include "plugin/zvdata.h"
 #include "tests/boundary/boundary_test.h"
+#include "tests/boundary/foreign_exception.h"
 
 namespace {
 
@@ -143,6 +144,42 @@ TEST_F(ProbeTest, HolderGivesBackStringThenObjectThenStringData) {
               (Lines{"resolve ZEVAUnlockString", "ZEVAUnlockString \"s\"", "resolve ZEVAUnlockObject",
                      "ZEVAUnlockObject MemoryBlock#1", "resolve PluginDisposeStringData", "PluginDisposeStringData"}));
     EXPECT_EQ(host.objects[0]->references, 0);
+}
+
+TEST_F(ProbeTest, HolderIsEmptyOnceItHasGivenEverythingBack) {
+    static void (*release)(zvData&);
+    release = probe.Find<void(zvData&)>("ProbeRelease");
+    DestroyAfter([](zvData& holder) {
+        holder.objectRef = RecordingHost::Current().NewObject("MemoryBlock");
+        holder.dataPtr = "abcd";
+        holder.dataLength = 4;
+        holder.extraWord = 1;
+        release(holder);
+        EXPECT_EQ(holder.objectRef, nullptr);
+        EXPECT_EQ(holder.dataPtr, nullptr);
+        EXPECT_EQ(holder.dataLength, 0);
+        EXPECT_EQ(holder.extraWord, 0);
+    });
+    EXPECT_EQ(host.objects[0]->references, 0);
+}
+
+TEST_F(ProbeTest, HolderThatAServiceInterruptsHasGivenBackWhatItWasCalledFor) {
+    static const char* services[] = {"ZEVAUnlockString", "ZEVAUnlockObject", "PluginDisposeStringData"};
+    static void (*release)(zvData&);
+    release = probe.Find<void(zvData&)>("ProbeRelease");
+    for (int interrupted = 0; interrupted < 3; ++interrupted) {
+        RecordingHost throwing;
+        throwing.faults[services[interrupted]].throwingCall = 1;
+        DestroyAfter([](zvData& holder) {
+            static ZEVAstringStruct string{"s"};
+            holder.stringRef = &string;
+            holder.objectRef = RecordingHost::Current().NewObject("MemoryBlock");
+            holder.stringData = {};
+            holder.hasStringData = true;
+            EXPECT_TRUE(ThrowsForeign([&] { release(holder); }));
+        });
+        for (const char* service : services) EXPECT_EQ(throwing.CallsOf(service), 1) << services[interrupted];
+    }
 }
 
 TEST_F(ProbeTest, StringDataIsFreedWhenTheHostCannotTakeItBack) {

@@ -2,11 +2,27 @@
 //
 // The versions are written out here on purpose: this is the test of interface/host_version.h.
 
+#include <pthread.h>
+#include <threads.h>
+
 #include <cmath>
 #include <limits>
 
 #include "tests/boundary/boundary_test.h"
 #include "tests/support/catalogue_counts.h"
+
+namespace {
+
+// Whether a module is being loaded, so that the call below is the module's.
+bool isLoading = false;
+
+}  // namespace
+
+// Replaces the C library's function, so that a call of it is noticed.
+extern "C" __attribute__((visibility("default"))) pthread_t pthread_self() {
+    if (isLoading) RecordingHost::Current().Log("pthread_self");
+    return thrd_current();
+}
 
 namespace {
 
@@ -59,15 +75,70 @@ INSTANTIATE_TEST_SUITE_P(HostVersions, NegotiationTest,
                          [](const auto& test) { return test.param.name; });
 // clang-format on
 
-TEST_F(BoundaryTest, AsksForVersionThenAnnouncesThenRegistersInThisOrder) {
+TEST_F(BoundaryTest, AsksForVersionThenAnnouncesThenAsksForTheThreadThenRegistersInThisOrder) {
+    isLoading = true;
     module.Enter();
+    isLoading = false;
     Lines log = host.TakeLog();
-    ASSERT_GE(log.size(), 6u);
-    EXPECT_EQ(Lines(log.begin(), log.begin() + 6),
+    ASSERT_GE(log.size(), 7u);
+    EXPECT_EQ(Lines(log.begin(), log.begin() + 7),
               (Lines{"resolve RegisterPluginVersion", "resolve ZEVAGetZVVersion", "ZEVAGetZVVersion",
-                     "RegisterPluginVersion 12", "resolve PluginRegisterClass",
+                     "RegisterPluginVersion 12", "pthread_self", "resolve PluginRegisterClass",
                      "PluginRegisterClass CIFilterAdditionCompositingQOR"}));
-    EXPECT_EQ(log.size(), 5 + CatalogueCount("classes"));
+    EXPECT_EQ(log.size(), 6 + CatalogueCount("classes"));
+}
+
+TEST_F(BoundaryTest, AsksForTheThreadOnASkippedHostToo) {
+    host.version = 2007.010;
+    isLoading = true;
+    module.Enter();
+    isLoading = false;
+    EXPECT_EQ(host.TakeLog().back(), "pthread_self");
+}
+
+// A module without classes, so that it can be loaded twice. What the second host says replaces what the first one said;
+// what it does not say stays.
+class SecondLoadTest : public testing::Test {
+  protected:
+    void Raise() { probe.Find<void(const char*, const char*, unsigned long)>("ProbeRaise")("RuntimeException", "", 0); }
+
+    RecordingHost host;
+    LoadedModule probe{ProbeModule()};
+};
+
+TEST_F(SecondLoadTest, TakesTheVersionOfTheSecondHost) {
+    host.version = 2012.5;
+    probe.Enter();
+    host.version = 2013.03;
+    probe.Enter();
+    host.version = 2011.0;
+    probe.Enter();
+    EXPECT_EQ(host.announcedVersions, (std::vector<std::int32_t>{10, 12, 9}));
+}
+
+TEST_F(SecondLoadTest, KeepsTheVersionWhenTheSecondHostReportsNone) {
+    host.version = 2012.5;
+    probe.Enter();
+    host.version = std::nullopt;
+    probe.Enter();
+    EXPECT_EQ(host.announcedVersions, (std::vector<std::int32_t>{10, 10}));
+}
+
+TEST_F(SecondLoadTest, AsksOnlyTheSecondResolverAndKeepsTheServicesThatTheFirstOneFound) {
+    static Lines asked;
+    asked.clear();
+    host.faults["RuntimeRaiseException"].missingLookups = 1;
+    probe.Enter();
+    Raise();
+    const int lookups = host.LookupsOf("RuntimeRaiseException");
+    probe.Find<ZEVAmain>(kZEVAentryPoint)([](const char* name) -> ZEVAentry {
+        asked.push_back(name);
+        return RecordingHost::Resolve(name);
+    });
+    Raise();
+    EXPECT_EQ(lookups, 1);
+    EXPECT_EQ(asked, (Lines{"RegisterPluginVersion", "ZEVAGetZVVersion", "RuntimeRaiseException"}));
+    EXPECT_EQ(host.CallsOf("RuntimeRaiseException"), 1);
 }
 
 TEST_F(BoundaryTest, MissingRegistrationServiceIsLookedUpForEveryClassAndNothingElseHappens) {

@@ -32,6 +32,8 @@ PROBE_EXPORT void ProbeHolder(void (*use)(zvData& holder)) {
     holder->~zvData();
 }
 
+PROBE_EXPORT void ProbeRelease(zvData& holder) { holder.Release(); }
+
 // The routines of the value bridge, for tests that pass no key. An accessor of a filter class always passes its own.
 #define PROBE_TYPE(type, Value)                                                                                    \
     PROBE_EXPORT Value ProbeGet##type(ZEVAobjectStruct* self, NSString* key) { return getvalue##type(self, key); } \

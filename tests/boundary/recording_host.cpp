@@ -10,6 +10,7 @@
 #include "interface/record_version.h"
 #include "interface/services.h"
 #include "interface/string_data.h"
+#include "tests/boundary/foreign_exception.h"
 
 namespace {
 
@@ -257,8 +258,9 @@ ZEVAmemoryBlockStruct* RecordingHost::NewBlock(std::int32_t size) {
 bool RecordingHost::Enter(const std::string& name, const std::string& arguments) {
     const int call = ++calls_[name];
     Log(arguments.empty() ? name : name + " " + arguments);
-    const int failing = faults[name].failingCall;
-    return failing != kAlways && failing != call;
+    const Fault fault = faults[name];
+    if (fault.throwingCall == call) ThrowForeign();
+    return fault.failingCall != kAlways && fault.failingCall != call;
 }
 
 std::string NameOf(const ZEVAobjectStruct* object) {

@@ -4,7 +4,7 @@
 // There is one log for everything. Recording Objective-C objects (recording_objects.h) write into it too, so that a
 // test can compare the whole conversation of one call with the expected order.
 //
-// Faults:   a service can be missing, be missing for its first N lookups, or fail at its Nth call.
+// Faults:   a service can be missing, be missing for its first N lookups, and fail or throw at its Nth call.
 // Lifetime: one host per test, which the services reach through a static pointer. A host made while another exists
 //           replaces it until it is destroyed.
 // Threads:  one.
@@ -18,6 +18,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -66,8 +67,8 @@ struct RaisedException {
     std::uint32_t encoding = 0;
 };
 
-// What a message to a recording object raises.
-enum class Raise { kNothing, kNSException, kOtherObject, kForeign };
+// What a message to a recording object raises. A handled exception is raised and caught inside the message.
+enum class Raise { kNothing, kNSException, kOtherObject, kForeign, kHandled };
 
 // What a service does; specialized in recording_host.cpp.
 template <typename Listed>
@@ -81,6 +82,7 @@ class RecordingHost {
     struct Fault {
         int missingLookups = 0;  // how many lookups return null first; kAlways for all
         int failingCall = 0;     // the call that returns null or 0, counted from 1; kAlways for all, 0 for none
+        int throwingCall = 0;    // the call that throws a foreign exception, counted from 1; 0 for none
     };
     static constexpr int kAlways = -1;
 
@@ -104,6 +106,7 @@ class RecordingHost {
     std::optional<double> version = kNewestHostVersion;  // none: the host lacks ZEVAGetZVVersion
     std::map<std::string, Fault> faults;                 // by service name
     std::map<std::string, Raise> messageFaults;          // by log line: "[filter valueForKey:inputRadius]"
+    std::set<std::string> nilReplies;                    // log lines of messages that reply nil, null or 0
     std::vector<std::string> unknownClasses;             // class names that PluginNewInstance refuses
     bool setsCoreFoundationTag = true;                   // whether new wrappers get their tag
     bool blocksHaveBytes = true;                         // whether memoryBlockGetPtr returns an address

@@ -20,6 +20,7 @@
     const void* dataBytes;  // the result of bytes
     NSUInteger dataLength;  // the result of length
     BOOL isDictionary;      // the result of isKindOfClass: for NSDictionary
+    id successor;           // the result of retain and initWithBytes:length:; the object itself when nil
     id received;            // the last value of setValue:forKey:; not retained
     NSUInteger references;  // retains minus releases, 1 at first
 }
@@ -27,11 +28,16 @@
 + (RecordingObject*)named:(const char*)name;
 @end
 
-// Logs a message, and raises when the host's faults say so.
-void Say(const std::string& line);
+// Logs a message, and raises when the host's faults say so, inside scopes that the exception must leave. Returns false
+// when the message is to reply nil.
+bool Say(const std::string& line);
 
-// The objects that are raised: an NSException with the name "SomeException", the reason "a reason" and some user info;
-// and an object of another class.
+// The number of those scopes that exceptions have left open: destructors that did not run, @finally blocks that did
+// not, and a lock that is still held.
+int OpenScopes();
+
+// The objects that are raised: an NSException with the name "SomeException", the reason "a reason" and some user info,
+// which logs when it is asked for them; and an object of another class.
 NSException* TheException();
 id TheOtherObject();
 

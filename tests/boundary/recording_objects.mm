@@ -2,6 +2,7 @@
 
 #include "tests/boundary/recording_objects.h"
 
+#include <dlfcn.h>
 #include <objc/runtime.h>
 
 #include <csetjmp>
@@ -10,7 +11,69 @@ namespace {
 
 std::string Text(id object) { return object != nil ? [[object description] UTF8String] : "nil"; }
 
+int openScopes = 0;
+
+// A scope that its destructor closes.
+struct Scope {
+    Scope() { ++openScopes; }
+    ~Scope() { --openScopes; }
+};
+
+id TheLock() {
+    static id lock = [[NSObject alloc] init];
+    return lock;
+}
+
+void RaiseInScopes(id object) {
+    const Scope scope;
+    ++openScopes;
+    @try {
+        @synchronized(TheLock()) {
+            @throw object;
+        }
+    } @finally {
+        --openScopes;
+    }
+}
+
+void RaiseAndHandle(id object) {
+    id caught = nil;
+    @try {
+        RaiseInScopes(object);
+    } @catch (id thrown) {
+        caught = thrown;
+    }
+    if (caught != object) RecordingHost::Current().Log("the handler did not get its exception");
+}
+
+void ThrowForeignInScopes() {
+    const Scope scope;
+    @synchronized(TheLock()) {
+        ThrowForeign();
+    }
+}
+
 }  // namespace
+
+// Logs when it is asked for its parts.
+@interface RecordingException : NSException
+@end
+
+@implementation RecordingException
+
+- (NSString*)name {
+    return Say("[exception name]") ? [super name] : nil;
+}
+
+- (NSString*)reason {
+    return Say("[exception reason]") ? [super reason] : nil;
+}
+
+- (NSDictionary*)userInfo {
+    return Say("[exception userInfo]") ? [super userInfo] : nil;
+}
+
+@end
 
 @implementation RecordingObject
 
@@ -22,13 +85,12 @@ std::string Text(id object) { return object != nil ? [[object description] UTF8S
     return all.back();
 }
 
-- (void)record:(const char*)message with:(const std::string&)arguments {
-    Say(std::string("[") + name + " " + message + arguments + "]");
+- (bool)record:(const char*)message with:(const std::string&)arguments {
+    return Say(std::string("[") + name + " " + message + arguments + "]");
 }
 
 - (id)valueForKey:(NSString*)key {
-    [self record:"valueForKey:" with:Text(key)];
-    return reply;
+    return [self record:"valueForKey:" with:Text(key)] ? reply : nil;
 }
 
 - (void)setValue:(id)value forKey:(NSString*)key {
@@ -42,44 +104,43 @@ std::string Text(id object) { return object != nil ? [[object description] UTF8S
 }
 
 - (id)attributes {
-    [self record:"attributes" with:""];
-    return reply;
+    return [self record:"attributes" with:""] ? reply : nil;
 }
 
 - (id)objectForKey:(id)key {
-    [self record:"objectForKey:" with:Text(key)];
-    return reply;
+    return [self record:"objectForKey:" with:Text(key)] ? reply : nil;
 }
 
 - (double)doubleValue {
-    [self record:"doubleValue" with:""];
-    return number;
+    return [self record:"doubleValue" with:""] ? number : 0.0;
 }
 
 - (const void*)bytes {
-    [self record:"bytes" with:""];
-    return dataBytes;
+    return [self record:"bytes" with:""] ? dataBytes : nullptr;
+}
+
+- (id)replyOfSelf {
+    return successor != nil ? successor : self;
 }
 
 - (id)initWithBytes:(const void*)bytes length:(NSUInteger)length {
-    [self record:"initWithBytes:length:" with:std::string(static_cast<const char*>(bytes), length)];
-    return self;
+    const auto* text = static_cast<const char*>(bytes);
+    return [self record:"initWithBytes:length:" with:{text, length}] ? [self replyOfSelf] : nil;
 }
 
 - (NSUInteger)length {
-    [self record:"length" with:""];
-    return dataLength;
+    return [self record:"length" with:""] ? dataLength : 0;
 }
 
 - (BOOL)isKindOfClass:(Class)wanted {
-    [self record:"isKindOfClass:" with:class_getName(wanted)];
-    return isDictionary && wanted == objc_getClass("NSDictionary");
+    const bool replies = [self record:"isKindOfClass:" with:class_getName(wanted)];
+    return replies && isDictionary && wanted == objc_getClass("NSDictionary");
 }
 
 - (id)retain {
-    [self record:"retain" with:""];
+    const bool replies = [self record:"retain" with:""];
     ++references;
-    return self;
+    return replies ? [self replyOfSelf] : nil;
 }
 
 // Never frees the object: the test reads the count afterwards.
@@ -98,21 +159,48 @@ std::string Text(id object) { return object != nil ? [[object description] UTF8S
 
 @end
 
-void Say(const std::string& line) {
+bool Say(const std::string& line) {
     RecordingHost& host = RecordingHost::Current();
     host.Log(line);
     const auto fault = host.messageFaults.find(line);
-    if (fault == host.messageFaults.end()) return;
-    if (fault->second == Raise::kForeign) ThrowForeign();
-    if (fault->second == Raise::kNSException) @throw TheException();
-    if (fault->second == Raise::kOtherObject) @throw TheOtherObject();
+    switch (fault != host.messageFaults.end() ? fault->second : Raise::kNothing) {
+        case Raise::kNothing:
+            break;
+        case Raise::kNSException:
+            RaiseInScopes(TheException());
+            break;
+        case Raise::kOtherObject:
+            RaiseInScopes(TheOtherObject());
+            break;
+        case Raise::kForeign:
+            ThrowForeignInScopes();
+            break;
+        case Raise::kHandled:
+            RaiseAndHandle(TheException());
+            break;
+    }
+    return host.nilReplies.count(line) == 0;
 }
 
+int OpenScopes() { return openScopes; }
+
+// The functions behind @synchronized, which tell nobody whether an object is locked: they replace the runtime's, and
+// count the scopes of the recording objects' lock.
+#define REPLACED_SYNC(function, change)                                                          \
+    extern "C" __attribute__((visibility("default"))) int function(id object) {                  \
+        static const auto original = reinterpret_cast<int (*)(id)>(dlsym(RTLD_NEXT, #function)); \
+        if (object == TheLock()) openScopes += change;                                           \
+        return original(object);                                                                 \
+    }
+REPLACED_SYNC(objc_sync_enter, 1)
+REPLACED_SYNC(objc_sync_exit, -1)
+#undef REPLACED_SYNC
+
 NSException* TheException() {
-    static NSException* exception = [[NSException alloc] initWithName:@"SomeException"
-                                                               reason:@"a reason"
-                                                             userInfo:[NSDictionary dictionaryWithObject:@"v"
-                                                                                                  forKey:@"k"]];
+    static NSException* exception = [[RecordingException alloc] initWithName:@"SomeException"
+                                                                      reason:@"a reason"
+                                                                    userInfo:[NSDictionary dictionaryWithObject:@"v"
+                                                                                                         forKey:@"k"]];
     return exception;
 }
 
@@ -197,7 +285,9 @@ Conversion conversion = Conversion::kWorks;
 @implementation NSException (HostException)
 
 + (ZEVAobjectStruct*)NewNSExceptionQOR:(NSException*)exception {
-    RecordingHost::Current().Log("NewNSExceptionQOR: " + Text([exception name]));
+    // Asking the recording exception for its name would log a line of its own.
+    NSString* name = exception == TheException() ? @"SomeException" : [exception name];
+    RecordingHost::Current().Log("NewNSExceptionQOR: " + Text(name));
     if (conversion == Conversion::kRaises) [NSException raise:@"ConversionException" format:@"cannot"];
     return conversion == Conversion::kWorks ? RecordingHost::Current().NewObject("NSExceptionQOR") : nullptr;
 }

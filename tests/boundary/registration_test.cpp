@@ -52,20 +52,40 @@ void ExpectShortened(const void* converted, const Entry (&table)[kCount]) {
     }
 }
 
-class DataSizeTest : public RegistrationTest, public testing::WithParamInterface<std::pair<int, int>> {};
+// A data size and what it is rounded up to. The sizes of 2^31 and more wrap where a word has 32 bits.
+struct DataSize {
+    const char* name;
+    std::int64_t size;
+    std::int64_t rounded;
+};
+
+class DataSizeTest : public RegistrationTest, public testing::WithParamInterface<DataSize> {};
 
 TEST_P(DataSizeTest, IsRoundedUpToAMultipleOf16ForEitherLayout) {
     for (const double hostVersion : {kCurrentHost, kDownLevelHost}) {
-        definition.record.instanceDataSize = GetParam().first;
+        definition.record.instanceDataSize = static_cast<ZEVAword>(GetParam().size);
         RegisterFor(hostVersion);
-        EXPECT_EQ(definition.record.instanceDataSize, GetParam().second) << hostVersion;
+        EXPECT_EQ(definition.record.instanceDataSize, static_cast<ZEVAword>(GetParam().rounded)) << hostVersion;
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Sizes, DataSizeTest,
-                         testing::Values(std::pair{0, 0}, std::pair{1, 16}, std::pair{15, 16}, std::pair{16, 16},
-                                         std::pair{17, 32}),
-                         [](const auto& test) { return "from" + std::to_string(test.param.first); });
+constexpr std::int64_t k2To31 = std::int64_t{1} << 31;
+constexpr std::int64_t kLargestWord = std::numeric_limits<ZEVAword>::max();
+constexpr std::int64_t kSmallestWord = std::numeric_limits<ZEVAword>::min();
+
+INSTANTIATE_TEST_SUITE_P(
+    Sizes, DataSizeTest,
+    testing::Values(DataSize{"from0", 0, 0}, DataSize{"from1", 1, 16}, DataSize{"from15", 15, 16},
+                    DataSize{"from16", 16, 16}, DataSize{"from17", 17, 32}, DataSize{"fromMinus1", -1, 0},
+                    DataSize{"fromMinus15", -15, 0}, DataSize{"fromMinus16", -16, -16},
+                    DataSize{"fromMinus17", -17, -16}, DataSize{"from2To31Less16", k2To31 - 16, k2To31 - 16},
+                    DataSize{"from2To31Less15", k2To31 - 15, k2To31}, DataSize{"from2To31Less1", k2To31 - 1, k2To31},
+                    DataSize{"from2To31", k2To31, k2To31}, DataSize{"from2To31And1", k2To31 + 1, k2To31 + 16},
+                    DataSize{"from2To32Less16", 2 * k2To31 - 16, 2 * k2To31 - 16},
+                    DataSize{"from2To32Less1", 2 * k2To31 - 1, 2 * k2To31},
+                    DataSize{"fromLargestWord", kLargestWord, kSmallestWord},
+                    DataSize{"fromSmallestWord", kSmallestWord, kSmallestWord}),
+    [](const auto& test) { return test.param.name; });
 
 TEST_F(RegistrationTest, CurrentHostsGetTheRecordItselfWithOnlyTheVersionChanged) {
     for (const auto& [hostVersion, recordVersion] : kVersionSteps) {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <csetjmp>
+#include <string>
 #include <thread>
 
 extern "C" {
@@ -11,7 +12,20 @@ void objc_exception_try_enter(void* frame);
 void objc_exception_try_exit(void* frame);
 id objc_exception_extract(void* frame);
 int objc_exception_match(Class exceptionClass, id exception);
+void CallWithoutUnwindTable(void (*function)());
 }
+
+asm(R"(
+    .text
+    .globl CallWithoutUnwindTable
+    .type CallWithoutUnwindTable, @function
+CallWithoutUnwindTable:
+    subl $12, %esp
+    calll *16(%esp)
+    addl $12, %esp
+    retl
+    .size CallWithoutUnwindTable, .-CallWithoutUnwindTable
+)");
 
 namespace {
 
@@ -20,16 +34,45 @@ struct Frame {
     void* runtimeWords[4];
 };
 
+// Does the work in a function of its own. A handler in the function that holds a frame counts as outside the frame, so
+// the compiler must not merge the two.
+template <typename Work>
+__attribute__((noinline)) void Do(Work& work) {
+    work();
+}
+
 // Runs the work inside a frame and returns the object that it threw, or nil. Removes the frame.
 template <typename Work>
 id ThrownBy(Work work) {
     Frame frame;
     objc_exception_try_enter(&frame);
     if (_setjmp(frame.buffer) != 0) return objc_exception_extract(&frame);
-    work();
+    Do(work);
     objc_exception_try_exit(&frame);
     return nil;
 }
+
+// Runs the work inside a native handler and returns the object that it threw, or nil.
+template <typename Work>
+id CaughtNatively(Work work) {
+    @try {
+        work();
+    } @catch (id thrown) {
+        return thrown;
+    }
+    return nil;
+}
+
+// Runs an action when its scope is left.
+template <typename Action>
+struct AtEnd {
+    Action action;
+    ~AtEnd() { action(); }
+};
+template <typename Action>
+AtEnd(Action) -> AtEnd<Action>;
+
+__attribute__((noinline)) void ThrowObject(id object) { @throw object; }
 
 TEST(ExceptionFrames, ThrownObjectReachesTheFrameUnchanged) {
     NSObject* thrown = [[[NSObject alloc] init] autorelease];
@@ -87,6 +130,93 @@ TEST(ExceptionFrames, WithoutAFrameTheRuntimeUnwindsToANativeCatch) {
         caught = exception;
     }
     EXPECT_EQ(caught, thrown);
+}
+
+TEST(ExceptionFrames, NativeHandlerInsideTheFrameCatches) {
+    NSObject* thrown = [[[NSObject alloc] init] autorelease];
+    id caught = nil;
+    EXPECT_EQ(ThrownBy([&] { caught = CaughtNatively([&] { @throw thrown; }); }), nil);
+    EXPECT_EQ(caught, thrown);
+}
+
+TEST(ExceptionFrames, FrameOutlivesAnExceptionThatIsHandledInsideIt) {
+    NSObject* first = [[[NSObject alloc] init] autorelease];
+    NSObject* second = [[[NSObject alloc] init] autorelease];
+    EXPECT_EQ(ThrownBy([&] {
+                  EXPECT_EQ(CaughtNatively([&] { @throw first; }), first);
+                  @throw second;
+              }),
+              second);
+}
+
+TEST(ExceptionFrames, NativeHandlerInsideTheFrameThatDoesNotTakeTheClassIsPassedOver) {
+    NSObject* thrown = [[[NSObject alloc] init] autorelease];
+    EXPECT_EQ(ThrownBy([&] {
+                  @try {
+                      @throw thrown;
+                  } @catch (NSException*) {
+                      ADD_FAILURE() << "an NSObject is not an NSException";
+                  }
+              }),
+              thrown);
+}
+
+TEST(ExceptionFrames, NativeHandlerOutsideTheFrameDoesNotCatch) {
+    NSObject* thrown = [[[NSObject alloc] init] autorelease];
+    id caught = nil;
+    EXPECT_EQ(CaughtNatively([&] { caught = ThrownBy([&] { @throw thrown; }); }), nil);
+    EXPECT_EQ(caught, thrown);
+}
+
+TEST(ExceptionFrames, FrameCatchesBeforeTheHandlerAroundItInTheSameFunction) {
+    NSObject* thrown = [[[NSObject alloc] init] autorelease];
+    id volatile caught = nil;
+    @try {
+        Frame frame;
+        objc_exception_try_enter(&frame);
+        if (_setjmp(frame.buffer) == 0) ThrowObject(thrown);
+        caught = objc_exception_extract(&frame);
+    } @catch (id) {
+        ADD_FAILURE() << "the frame is nearer";
+    }
+    EXPECT_EQ(caught, thrown);
+}
+
+TEST(ExceptionFrames, DestructorsAndFinallyBlocksRunOnTheWayToTheFrame) {
+    NSObject* thrown = [[[NSObject alloc] init] autorelease];
+    std::string order;
+    EXPECT_EQ(ThrownBy([&] {
+                  const AtEnd outer{[&] { order += "outer "; }};
+                  @try {
+                      const AtEnd inner{[&] { order += "inner "; }};
+                      @throw thrown;
+                  } @finally {
+                      order += "finally ";
+                  }
+              }),
+              thrown);
+    EXPECT_EQ(order, "inner finally outer ");
+}
+
+TEST(ExceptionFrames, CleanupOnTheWayToTheFrameMayThrowAndCatchInsideItself) {
+    NSObject* thrown = [[[NSObject alloc] init] autorelease];
+    NSObject* other = [[[NSObject alloc] init] autorelease];
+    id toFrame = nil, toHandler = nil;
+    EXPECT_EQ(ThrownBy([&] {
+                  const AtEnd cleanup{[&] {
+                      toFrame = ThrownBy([&] { @throw other; });
+                      toHandler = CaughtNatively([&] { @throw other; });
+                  }};
+                  @throw thrown;
+              }),
+              thrown);
+    EXPECT_EQ(toFrame, other);
+    EXPECT_EQ(toHandler, other);
+}
+
+TEST(ExceptionFrames, CodeWithoutUnwindTablesIsJumpedOver) {
+    static NSObject* thrown = [[NSObject alloc] init];
+    EXPECT_EQ(ThrownBy([] { CallWithoutUnwindTable([] { @throw thrown; }); }), thrown);
 }
 
 TEST(ExceptionFrames, EachThreadHasItsOwnChain) {

@@ -29,13 +29,19 @@ struct MachineFrame {
     void* runtimeWords[4];
 };
 
+// Does the work in a function of its own, which the compiler does not merge with the one that holds a frame.
+template <typename Work>
+__attribute__((noinline)) void Do(Work& work) {
+    work();
+}
+
 // Run the work inside a frame of one kind and return the object that it threw, or nil.
 template <typename Work>
 id ThrownToMacFrame(Work work) {
     MacFrame frame;
     macos_exception_try_enter(&frame);
     if (macos_setjmp(frame.buffer) == 0) {
-        work();
+        Do(work);
         macos_exception_try_exit(&frame);
         return nil;
     }
@@ -48,7 +54,7 @@ id ThrownToMachineFrame(Work work) {
     MachineFrame frame;
     objc_exception_try_enter(&frame);
     if (_setjmp(frame.buffer) != 0) return objc_exception_extract(&frame);
-    work();
+    Do(work);
     objc_exception_try_exit(&frame);
     return nil;
 }
@@ -83,6 +89,20 @@ TEST_F(MacFramesTest, FramesOfBothKindsCanBeNested) {
     });
     EXPECT_EQ(inner, second);
     EXPECT_EQ(outer, first);
+}
+
+TEST_F(MacFramesTest, NativeHandlerInsideAFrameCatches) {
+    id caught = nil;
+    EXPECT_EQ(ThrownToMacFrame([&] {
+                  @try {
+                      @throw first;
+                  } @catch (id thrown) {
+                      caught = thrown;
+                  } @
+                  throw second;
+              }),
+              second);
+    EXPECT_EQ(caught, first);
 }
 
 TEST_F(MacFramesTest, AFrameThatWasLeftCatchesNothingAmongBothKinds) {

@@ -21,7 +21,7 @@ GIVEN = re.compile(
     r"""operator\b|~|main$|offsetof$
     |(?:get|set)value[A-Z]|getattribute$|zvData$|originalZEVA|newMemoryBlock$|memoryBlockGet  # the boundary's own
     |(?:macos_)?objc_|macos_|_?setjmp$|longjmp$|_Unwind_|__                 # the Objective-C runtime and its frames
-    |(?:calloc|malloc|free|realloc)$                                 # replaced in tests
+    |(?:calloc|malloc|free|realloc|pthread_self)$                    # replaced in tests
     |(?:begin|end|size|data|empty|what|back|push_back)$              # what the standard library looks for
     |make_usage$                                                     # overrides of the argument parser
     """,
