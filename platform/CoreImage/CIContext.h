@@ -6,7 +6,7 @@
 // conversions: filters receive the numbers stored in the bitmaps, and the result holds numbers of the same kind.
 // Colors set on filters are linear light even then.
 //
-// Failure: null for an empty or infinite rectangle and when memory is short; nothing is printed.
+// Failure: null for an empty or infinite rectangle and when memory is short; nothing is printed. lastFailure says why.
 // Threads: a context is immutable and may be used on any thread.
 
 #pragma once
@@ -17,18 +17,24 @@
 
 // The options of a context: the space of bitmaps that it creates, sRGB by default; and the working space of filters,
 // which NSNull switches off. Any other working space is ignored: filters work in linear light with the primaries of
-// sRGB.
+// sRGB. The memory limit is a number of megabytes for the large buffers of a rendering, without the result; by default a
+// quarter of the machine's memory, and at most 1 GB in 32-bit programs.
 CG_EXTERN NSString* const kCIContextOutputColorSpace;
 CG_EXTERN NSString* const kCIContextWorkingColorSpace;
+CG_EXTERN NSString* const kCIContextMemoryLimit;
 
 @interface CIContext : NSObject {
   @private
     CGColorSpaceRef _outputSpace;
     BOOL _isMatching;
+    void* _budget;
 }
 
 // A context. options may be nil; unknown options are ignored.
 + (CIContext*)contextWithOptions:(NSDictionary*)options;
+
+// Why the last rendering of this thread failed, for example how much memory it needed; nil if it did not fail.
++ (NSString*)lastFailure;
 
 // A premultiplied 8-bit bitmap of a rectangle of the image, rounded outward to whole pixels, in the context's output
 // space or in another; the caller owns one reference. Pixels outside the image are transparent. Returns null for a

@@ -4,26 +4,50 @@
 
 #import "CIImageInternal.h"
 
+#include <cmath>
+#include <cstdio>
 #include <cstdlib>
 
 namespace {
 
 constexpr std::size_t kBytesPerPixel = 4;
 
+// Why the last rendering of each thread failed.
+thread_local core_image::Fault lastFault;
+
+// The region of a rectangle. Returns false for one that cannot be rendered, and says so.
+bool ReadRegion(CGRect rect, core_image::Region* region) {
+    lastFault = {};
+    if (core_image::RegionOfExtent(core_image::ExtentOfRect(rect), region)) return true;
+    std::snprintf(lastFault.text, sizeof lastFault.text, "the rectangle to render is empty or infinite");
+    return false;
+}
+
 // Allocates rows for a region; returns null when memory is short. The caller frees them.
 void* AllocateRows(const core_image::Region& region) {
     // Why half: no object may be larger than a signed size can count.
-    constexpr std::uint64_t kMostBytes = SIZE_MAX / 2;
-    const auto width = static_cast<std::uint64_t>(region.width);
-    const auto height = static_cast<std::uint64_t>(region.height);
-    if (width > kMostBytes / kBytesPerPixel / height) return nullptr;
-    return std::malloc(static_cast<std::size_t>(width * height * kBytesPerPixel));
+    constexpr auto kMostBytes = static_cast<double>(SIZE_MAX / 2);
+    const double bytes = core_image::PixelCount(region) * kBytesPerPixel;
+    void* rows = bytes < kMostBytes ? std::malloc(static_cast<std::size_t>(bytes)) : nullptr;
+    if (rows == nullptr) {
+        std::snprintf(lastFault.text, sizeof lastFault.text, "%lld x %lld pixels: the result needs %.0f MB of memory",
+                      static_cast<long long>(region.width), static_cast<long long>(region.height),
+                      std::ceil(bytes / (1 << 20)));
+    }
+    return rows;
+}
+
+core_image::Output OutputOf(const core_image::Profile& profile, BOOL isMatching, void* budget) {
+    core_image::Output output = {profile, (bool)isMatching};
+    if (budget != nullptr) output.budget = static_cast<core_image::MemoryBudget*>(budget);
+    return output;
 }
 
 }  // namespace
 
 NSString* const kCIContextOutputColorSpace = @"output_color_space";
 NSString* const kCIContextWorkingColorSpace = @"working_color_space";
+NSString* const kCIContextMemoryLimit = @"memory_limit";
 
 @implementation CIContext
 
@@ -34,10 +58,17 @@ NSString* const kCIContextWorkingColorSpace = @"working_color_space";
     context->_outputSpace =
         isSpace ? CGColorSpaceRetain((CGColorSpaceRef)output) : CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
     context->_isMatching = [options objectForKey:kCIContextWorkingColorSpace] != [NSNull null];
+    const unsigned long long megabytes = [[options objectForKey:kCIContextMemoryLimit] unsignedLongLongValue];
+    if (megabytes != 0) context->_budget = new core_image::MemoryBudget(megabytes << 20);
     return context;
 }
 
++ (NSString*)lastFailure {
+    return lastFault.text[0] == '\0' ? nil : [NSString stringWithUTF8String:lastFault.text];
+}
+
 - (void)dealloc {
+    delete static_cast<core_image::MemoryBudget*>(_budget);
     CGColorSpaceRelease(_outputSpace);
     [super dealloc];
 }
@@ -52,7 +83,7 @@ NSString* const kCIContextWorkingColorSpace = @"working_color_space";
                  colorSpace:(CGColorSpaceRef)colorSpace {
     if (format != kCIFormatRGBA8 || CGColorSpaceGetModel(colorSpace) != kCGColorSpaceModelRGB) return nullptr;
     core_image::Region region;
-    if (image == nil || !core_image::RegionOfExtent(core_image::ExtentOfRect(rect), &region)) return nullptr;
+    if (image == nil || !ReadRegion(rect, &region)) return nullptr;
     void* rows = AllocateRows(region);
     if (rows == nullptr) return nullptr;
     const std::size_t bytesPerRow = static_cast<std::size_t>(region.width) * kBytesPerPixel;
@@ -61,7 +92,8 @@ NSString* const kCIContextWorkingColorSpace = @"working_color_space";
     destination.bytesPerRow = static_cast<std::ptrdiff_t>(bytesPerRow);
     const core_image::SpaceCoding coding = core_image::CodingOfSpace(colorSpace);
     destination.transfer = coding.transfer;
-    if (!core_image::RenderImage([image handle], region, destination, { coding.profile, (bool)_isMatching })) {
+    const core_image::Output output = OutputOf(coding.profile, _isMatching, _budget);
+    if (!core_image::RenderImage([image handle], region, destination, output, &lastFault)) {
         std::free(rows);
         return nullptr;
     }
@@ -85,15 +117,16 @@ NSString* const kCIContextWorkingColorSpace = @"working_color_space";
     colorSpace:(CGColorSpaceRef)colorSpace {
     core_image::Region region;
     if (image == nil || bitmap == nullptr || (format != kCIFormatRGBA8 && format != kCIFormatRGBAf)) return;
-    if (!core_image::RegionOfExtent(core_image::ExtentOfRect(bounds), &region)) return;
+    if (!ReadRegion(bounds, &region)) return;
     core_image::BitmapDestination destination;
     destination.pixels = bitmap;
     destination.bytesPerRow = rowBytes;
     destination.format = format == kCIFormatRGBA8 ? core_image::PixelFormat::kBytes : core_image::PixelFormat::kFloats;
     const core_image::SpaceCoding coding = core_image::CodingOfSpace(colorSpace);
     destination.transfer = coding.transfer;
-    // The method cannot report a failure: it returns nothing.
-    (void)core_image::RenderImage([image handle], region, destination, { coding.profile, (bool)_isMatching });
+    // The method returns nothing; lastFailure tells.
+    (void)core_image::RenderImage([image handle], region, destination, OutputOf(coding.profile, _isMatching, _budget),
+                                  &lastFault);
 }
 
 @end

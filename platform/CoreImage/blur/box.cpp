@@ -118,6 +118,14 @@ class BoxImage : public Image {
     BoxImage(ImageRef input, const Extent& extent, std::int64_t width)
         : Image(extent, input->GetDepth()), input_(std::move(input)), width_(width) {}
 
+    void AddNeeds(const Region& region, Needs& needs) const override {
+        if (width_ > kWidestNarrow) {
+            needs.AddAtOnce(input_, region.GrownBy(width_ / 2));
+        } else {
+            needs.AddByTiles(input_, region.GrownBy(width_ / 2));
+        }
+    }
+
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         if (width_ > kWidestNarrow) return std::make_unique<WideBoxStage>(input_, width_, region);
         return std::make_unique<NarrowBoxStage>(Prepare(input_, region.GrownBy(width_ / 2)), width_);

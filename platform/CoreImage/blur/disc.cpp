@@ -108,6 +108,10 @@ class DiscImage : public Image {
     DiscImage(ImageRef input, const Extent& extent, double radius)
         : Image(extent, input->GetDepth()), input_(std::move(input)), disc_(radius) {}
 
+    void AddNeeds(const Region& region, Needs& needs) const override {
+        needs.AddByTiles(input_, region.GrownBy(disc_.reach));
+    }
+
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         return std::make_unique<DiscStage>(Prepare(input_, region.GrownBy(disc_.reach)), disc_);
     }

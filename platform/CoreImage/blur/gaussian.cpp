@@ -46,6 +46,14 @@ class GaussianImage : public Image {
     GaussianImage(ImageRef input, const Extent& extent, double sigma)
         : Image(extent, input->GetDepth()), input_(std::move(input)), sigma_(sigma) {}
 
+    void AddNeeds(const Region& region, Needs& needs) const override {
+        if (sigma_ >= kNarrowestWideSigma) {
+            needs.AddAtOnce(input_, WideGaussianSource(input_->GetExtent(), sigma_, region));
+        } else {
+            needs.AddByTiles(input_, region.GrownBy(static_cast<std::int64_t>(GaussianWeights(sigma_).size() / 2)));
+        }
+    }
+
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         if (sigma_ >= kNarrowestWideSigma) return PrepareWideGaussian(input_, sigma_, region);
         std::vector<float> weights = GaussianWeights(sigma_);

@@ -78,30 +78,47 @@ void SumRowsAround(const PixelBlock& source, const std::vector<float>& weights, 
     SumRows(rows.data(), weights.data() + skipped, rows.size(), out, source.GetTile().Width() * kFloatsPerPixel);
 }
 
-// The coarse image of an input, blurred by one step: all samples of a region.
-PixelBlock Reduce(const ImageRef& input, const Region& coarse, std::int64_t step) {
-    // Reads every n-th pixel; from here on coordinates are in units of n pixels.
+// What the coarse image of an input is made of.
+struct Reading {
+    std::int64_t n;     // every n-th pixel is read in each direction; the rest is in units of n pixels
+    std::int64_t step;  // between coarse samples
+    std::vector<float> weights;
+    Region source;  // empty where the input has nothing
+
+    // The first pixel that a sample depends on.
+    std::int64_t FirstTap(std::int64_t sample) const {
+        return sample * step + step / 2 - static_cast<std::int64_t>(weights.size()) / 2;
+    }
+};
+
+Reading ReadingFor(const Extent& extent, const Region& coarse, std::int64_t step) {
     std::int64_t n = 1;
     const Extent wanted = Extent{static_cast<double>(coarse.x - 5), static_cast<double>(coarse.y - 5),
                                  static_cast<double>(coarse.Right() + 5), static_cast<double>(coarse.Top() + 5)};
-    const Extent seen = wanted.Intersection(Divided(input->GetExtent(), static_cast<double>(step)));
+    const Extent seen = wanted.Intersection(Divided(extent, static_cast<double>(step)));
     const double pixels = (seen.right - seen.left) * (seen.top - seen.bottom) * static_cast<double>(step * step);
     if (pixels > kMostPixels) {
         while (pixels / static_cast<double>(n * n) > kMostSamples && n < step / 2) n *= 2;
     }
     step /= n;
-    const std::vector<float> weights = GaussianWeightsBetween(static_cast<double>(step));
-    const auto taps = static_cast<std::int64_t>(weights.size());
-    const auto firstTap = [&](std::int64_t sample) { return sample * step + step / 2 - taps / 2; };
+    Reading reading = {n, step, GaussianWeightsBetween(static_cast<double>(step)), {}};
+    const auto taps = static_cast<std::int64_t>(reading.weights.size());
 
     // To the left and right the reach of the weights is kept, transparent beyond the image; above and below it is
     // left out.
-    const Region columns = {firstTap(coarse.x), firstTap(coarse.y), (coarse.width - 1) * step + taps,
+    const Region columns = {reading.FirstTap(coarse.x), reading.FirstTap(coarse.y), (coarse.width - 1) * step + taps,
                             (coarse.height - 1) * step + taps};
-    Extent present = Divided(input->GetExtent(), static_cast<double>(n));
+    Extent present = Divided(extent, static_cast<double>(n));
     present.left = static_cast<double>(columns.x);
     present.right = static_cast<double>(columns.Right());
-    const Region source = Clip(columns, present);
+    reading.source = Clip(columns, present);
+    return reading;
+}
+
+// The coarse image of an input, blurred by one step: all samples of a region.
+PixelBlock Reduce(const ImageRef& input, const Region& coarse, std::int64_t coarseStep) {
+    const Reading reading = ReadingFor(input->GetExtent(), coarse, coarseStep);
+    const auto& [n, step, weights, source] = reading;
     PixelBlock reduced(coarse);
     if (source.IsEmpty()) {
         Clear(reduced.GetTile());
@@ -112,15 +129,15 @@ PixelBlock Reduce(const ImageRef& input, const Region& coarse, std::int64_t step
     const PixelBlock narrow(Region{coarse.x, source.y, coarse.width, source.height});
     const std::int64_t stripHeight = std::clamp<std::int64_t>(kPixelsPerStrip / source.width, 4, 64);
     tbb::parallel_for<std::int64_t>(0, (source.height + stripHeight - 1) / stripHeight, [&](std::int64_t index) {
-        const Window strip(sampled,
-                           source.Intersection({source.x, source.y + index * stripHeight, source.width, stripHeight}));
+        const Region& all = reading.source;
+        const Window strip(sampled, all.Intersection({all.x, all.y + index * stripHeight, all.width, stripHeight}));
         for (std::int64_t y = strip.GetView().region.y; y < strip.GetView().region.Top(); ++y) {
-            ReduceRow(strip.GetView().Row(y), weights.data(), weights.size(), static_cast<std::size_t>(step),
-                      narrow.GetTile().Row(y), static_cast<std::size_t>(coarse.width));
+            ReduceRow(strip.GetView().Row(y), reading.weights.data(), reading.weights.size(),
+                      static_cast<std::size_t>(reading.step), narrow.GetTile().Row(y), static_cast<std::size_t>(coarse.width));
         }
     });
 
-    ForEachRow(coarse, [&](std::int64_t y) { SumRowsAround(narrow, weights, firstTap(y), reduced.GetTile().Row(y)); });
+    ForEachRow(coarse, [&](std::int64_t y) { SumRowsAround(narrow, reading.weights, reading.FirstTap(y), reduced.GetTile().Row(y)); });
     return reduced;
 }
 
@@ -175,27 +192,46 @@ class WideGaussianStage : public Stage {
     std::vector<float> weights_;
 };
 
-}  // namespace
+// The coarse image for a region of a blur.
+struct Coarse {
+    std::int64_t step;
+    double sigma;   // in steps
+    Region wanted;  // the samples from which the region is interpolated
+    Region needed;  // the samples on which these depend
+};
 
-std::unique_ptr<const Stage> PrepareWideGaussian(const ImageRef& input, double sigma, const Region& region) {
+Coarse CoarseFor(const Extent& extent, double sigma, const Region& region) {
     sigma = std::min(sigma, kWidestSigma);
     const std::int64_t step = StepFor(sigma);
     const double coarseStep = static_cast<double>(step);
     // Reduction and interpolation blur by one step each; this is the remaining sigma, in steps.
     const double coarseSigma = std::sqrt(sigma * sigma / (coarseStep * coarseStep) - 2);
     const auto reach = static_cast<std::int64_t>(std::ceil(kGaussianReach * coarseSigma));
-
     const Region wanted = CoarseRegion(region, step);
     // Samples farther from the image than the reach of the reduction are transparent, so they are left out.
-    const Extent present = Divided(input->GetExtent(), coarseStep).GrownBy(std::ceil(kGaussianReach) + 1);
-    const Region needed = Clip(wanted.GrownBy(reach), present);
-    PixelBlock blurred(wanted);
-    if (needed.IsEmpty()) {
+    const Extent present = Divided(extent, coarseStep).GrownBy(std::ceil(kGaussianReach) + 1);
+    return {step, coarseSigma, wanted, Clip(wanted.GrownBy(reach), present)};
+}
+
+}  // namespace
+
+Region WideGaussianSource(const Extent& extent, double sigma, const Region& region) {
+    const Coarse coarse = CoarseFor(extent, sigma, region);
+    if (coarse.needed.IsEmpty()) return {};
+    const Reading reading = ReadingFor(extent, coarse.needed, coarse.step);
+    const Region& source = reading.source;
+    return {source.x * reading.n, source.y * reading.n, source.width * reading.n, source.height * reading.n};
+}
+
+std::unique_ptr<const Stage> PrepareWideGaussian(const ImageRef& input, double sigma, const Region& region) {
+    const Coarse coarse = CoarseFor(input->GetExtent(), sigma, region);
+    PixelBlock blurred(coarse.wanted);
+    if (coarse.needed.IsEmpty()) {
         Clear(blurred.GetTile());
     } else {
-        blurred = Blur(Reduce(input, needed, step), coarseSigma, wanted);
+        blurred = Blur(Reduce(input, coarse.needed, coarse.step), coarse.sigma, coarse.wanted);
     }
-    return std::make_unique<WideGaussianStage>(std::move(blurred), step);
+    return std::make_unique<WideGaussianStage>(std::move(blurred), coarse.step);
 }
 
 }  // namespace core_image

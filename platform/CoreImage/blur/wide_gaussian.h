@@ -16,6 +16,9 @@ namespace core_image {
 // From this sigma on the wide blur is accurate enough: its coarse step is two pixels.
 inline constexpr double kNarrowestWideSigma = 4;
 
+// The region of an input of an extent that a region of its blur is made of.
+Region WideGaussianSource(const Extent& extent, double sigma, const Region& region);
+
 // Makes a stage for a region of the blurred image. Sigma is limited to 100000; a wider blur would only be fainter.
 std::unique_ptr<const Stage> PrepareWideGaussian(const ImageRef& input, double sigma, const Region& region);
 

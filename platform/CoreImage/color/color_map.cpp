@@ -51,12 +51,18 @@ HWY_EXPORT(MapRun);
 // Why a limit: luminance does not resolve more positions, and a row must fit into memory.
 constexpr double kWidestGradient = 1 << 20;
 
+// Whether a gradient is interpolated as stored, and has to be decoded then.
+bool IsDecoded(const ImageRef& gradient) { return gradient->Encoded() != nullptr && IsMatching(); }
+
+// The image of a gradient's texels.
+const ImageRef& TexelsOf(const ImageRef& gradient) { return IsDecoded(gradient) ? gradient->Encoded() : gradient; }
+
 // A row of texels, the last one twice, and whether interpolated texels have to be decoded.
 class Map : public PointFunction {
   public:
     explicit Map(const ImageRef& gradient, const Region& row)
-        : texels_(Region{row.x, row.y, row.width + 1, 1}), isDecoded_(gradient->Encoded() != nullptr && IsMatching()) {
-        Prepare(isDecoded_ ? gradient->Encoded() : gradient, row).Render(texels_.GetTile().Part(row));
+        : texels_(Region{row.x, row.y, row.width + 1, 1}), isDecoded_(IsDecoded(gradient)) {
+        Prepare(TexelsOf(gradient), row).Render(texels_.GetTile().Part(row));
         float* end = texels_.GetTile().pixels + static_cast<std::size_t>(row.width) * kFloatsPerPixel;
         std::copy(end - kFloatsPerPixel, end, end);
     }
@@ -80,8 +86,14 @@ class MapImage : public Image {
           gradient_(std::move(gradient)),
           row_(row) {}
 
+    void AddNeeds(const Region& region, Needs& needs) const override {
+        needs.AddByTiles(input_, region);
+        needs.AddAtOnce(TexelsOf(gradient_), row_);
+    }
+
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
-        return MakePointStage(Prepare(input_, region), std::make_unique<Map>(gradient_, row_));
+        auto map = std::make_unique<Map>(gradient_, row_);
+        return MakePointStage(PrepareLast(input_, region), region, std::move(map));
     }
 
   private:

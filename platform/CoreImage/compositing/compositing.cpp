@@ -23,6 +23,8 @@ class BlendFunction : public CombiningFunction {
         blend_(pixels, others, count);
     }
 
+    bool KeepsPixelsAlone() const override { return blend_ == OverRow || blend_ == AddRow; }
+
   private:
     Blend blend_;
 };

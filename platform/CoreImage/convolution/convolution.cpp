@@ -63,6 +63,10 @@ class ConvolvedImage : public Image {
     ConvolvedImage(ImageRef input, const Extent& extent, Kernel kernel)
         : Image(extent, input->GetDepth()), input_(std::move(input)), kernel_(std::move(kernel)) {}
 
+    void AddNeeds(const Region& region, Needs& needs) const override {
+        needs.AddByTiles(input_, Grown(region, kernel_));
+    }
+
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         return std::make_unique<ConvolutionStage>(Prepare(input_, Grown(region, kernel_)), kernel_);
     }

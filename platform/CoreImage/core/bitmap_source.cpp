@@ -138,15 +138,11 @@ class BitmapImage : public Image {
           numbers_(source),
           owner_(std::move(owner)) {
         numbers_.transfer = Transfer::kLinear;
+        if (source_.transfer != Transfer::kLinear) SetEncoded(MakeBitmapImage(numbers_, owner_));
     }
 
     std::unique_ptr<const Stage> MakeStage(const Region&) const override {
         return std::make_unique<BitmapStage>(IsMatching() ? source_ : numbers_);
-    }
-
-    ImageRef Encoded() const override {
-        if (source_.transfer == Transfer::kLinear) return nullptr;
-        return MakeBitmapImage(numbers_, owner_);
     }
 
   private:

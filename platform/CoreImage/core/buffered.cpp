@@ -12,9 +12,11 @@ namespace {
 
 class BufferedStage : public Stage {
   public:
-    BufferedStage(const ImageRef& input, const Region& region) : pixels_(RenderBlock(input, region)) {}
+    explicit BufferedStage(PixelBlock pixels) : pixels_(std::move(pixels)) {}
 
     bool IsPointwise() const override { return true; }
+
+    int Levels(int) const override { return 1; }
 
     std::optional<View> Held(const Region& region) const override { return pixels_.GetView().Part(region); }
 
@@ -37,8 +39,10 @@ class BufferedImage : public Image {
   public:
     explicit BufferedImage(ImageRef input) : Image(input->GetExtent(), input->GetDepth()), input_(std::move(input)) {}
 
+    void AddNeeds(const Region& region, Needs& needs) const override { needs.AddAtOnce(input_, region); }
+
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
-        return std::make_unique<BufferedStage>(input_, region);
+        return MakeHeldStage(Prepare(input_, region), region);
     }
 
   private:
@@ -47,10 +51,16 @@ class BufferedImage : public Image {
 
 }  // namespace
 
+std::unique_ptr<const Stage> MakeHeldStage(const Prepared& prepared, const Region& region) {
+    return std::make_unique<BufferedStage>(RenderBlock(prepared, region));
+}
+
 PixelBlock RenderBlock(const ImageRef& image, const Region& region) {
-    constexpr std::int64_t kTileWidth = 256, kTileHeight = 64;
+    return RenderBlock(Prepare(image, region), region);
+}
+
+PixelBlock RenderBlock(const Prepared& prepared, const Region& region) {
     PixelBlock pixels(region);
-    const Prepared prepared = Prepare(image, region);
     const std::int64_t columns = (region.width + kTileWidth - 1) / kTileWidth;
     const std::int64_t rows = (region.height + kTileHeight - 1) / kTileHeight;
     tbb::parallel_for<std::int64_t>(0, columns * rows, [&](std::int64_t index) {

@@ -9,7 +9,18 @@ namespace core_image {
 // The same image. While a region is rendered, everything that it needs of the image is held in memory.
 ImageRef MakeBufferedImage(ImageRef input);
 
+// A stage that holds a region of a prepared image.
+std::unique_ptr<const Stage> MakeHeldStage(const Prepared& prepared, const Region& region);
+
+// The most pixels of an image that are held in memory: 1 GB. Infinite patterns may be asked for more.
+inline constexpr double kMostHeld = 1 << 26;
+
+// The size of the tiles that are rendered at once: with their padding they fit into a core's own cache.
+inline constexpr std::int64_t kTileWidth = 256;
+inline constexpr std::int64_t kTileHeight = 64;
+
 // A region of an image, rendered on all cores; transparent outside the image.
 PixelBlock RenderBlock(const ImageRef& image, const Region& region);
+PixelBlock RenderBlock(const Prepared& prepared, const Region& region);
 
 }  // namespace core_image

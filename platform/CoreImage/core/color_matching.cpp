@@ -45,33 +45,27 @@ class Converting : public PointFunction {
 // An image that renders its numbers unchanged, or converted, depending on the switch.
 class MatchedImage : public Image {
   public:
-    MatchedImage(ImageRef numbers, std::shared_ptr<const ColorConversion> toLight, bool isEncoded)
-        : Image(numbers->GetExtent(), numbers->GetDepth()),
-          numbers_(std::move(numbers)),
-          toLight_(std::move(toLight)),
-          isEncoded_(isEncoded),
-          seen_(MakePointImage(numbers_, std::make_unique<Converting>(toLight_, isEncoded))) {}
-
-    std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
-        return (IsMatching() ? seen_ : numbers_)->MakeStage(region);
+    MatchedImage(ImageRef numbers, const std::shared_ptr<const ColorConversion>& toLight, bool isEncoded)
+        : MatchedImage(MakePointImage(numbers, std::make_unique<Converting>(toLight, isEncoded)), numbers) {
+        // Encoded with the sRGB curve, because pictures are decoded by that curve.
+        if (!isEncoded) SetEncoded(std::make_shared<MatchedImage>(numbers_, toLight, /*isEncoded=*/true));
     }
 
-    // Encoded with the sRGB curve, because pictures are decoded by that curve.
-    ImageRef Encoded() const override {
-        return isEncoded_ ? nullptr : std::make_shared<MatchedImage>(numbers_, toLight_, /*isEncoded=*/true);
-    }
+    const Image* Shown() const override { return (IsMatching() ? seen_ : numbers_).get(); }
+    std::unique_ptr<const Stage> MakeStage(const Region&) const override { return nullptr; }
 
   private:
+    MatchedImage(ImageRef seen, ImageRef numbers)
+        : Image(seen->GetExtent(), seen->GetDepth()), numbers_(std::move(numbers)), seen_(std::move(seen)) {}
+
     ImageRef numbers_;
-    std::shared_ptr<const ColorConversion> toLight_;
-    bool isEncoded_;
     ImageRef seen_;
 };
 
 }  // namespace
 
 ImageRef MakeMatchedImage(ImageRef numbers, std::shared_ptr<const ColorConversion> toLight) {
-    return std::make_shared<MatchedImage>(std::move(numbers), std::move(toLight), /*isEncoded=*/false);
+    return std::make_shared<MatchedImage>(std::move(numbers), toLight, /*isEncoded=*/false);
 }
 
 ImageRef MakeConvertedImage(ImageRef image, std::shared_ptr<const ColorConversion> conversion) {

@@ -10,14 +10,14 @@ namespace {
 
 class CroppedImage : public Image {
   public:
-    CroppedImage(ImageRef input, const Extent& extent) : Image(extent, input->GetDepth()), input_(std::move(input)) {}
-
-    std::unique_ptr<const Stage> MakeStage(const Region& region) const override { return input_->MakeStage(region); }
-
-    ImageRef Encoded() const override {
-        ImageRef input = input_->Encoded();
-        return input == nullptr ? nullptr : std::make_shared<CroppedImage>(std::move(input), GetExtent());
+    CroppedImage(ImageRef input, const Extent& extent) : Image(extent, input->GetDepth()), input_(std::move(input)) {
+        if (input_->Encoded() != nullptr) SetEncoded(std::make_shared<CroppedImage>(input_->Encoded(), extent));
     }
+
+    const ImageRef& GetInput() const { return input_; }
+
+    const Image* Shown() const override { return input_.get(); }
+    std::unique_ptr<const Stage> MakeStage(const Region&) const override { return nullptr; }
 
   private:
     ImageRef input_;
@@ -28,6 +28,7 @@ class CroppedImage : public Image {
 ImageRef MakeCroppedImage(ImageRef input, const Extent& extent) {
     const Extent shared = input->GetExtent().Intersection(extent);
     if (shared == input->GetExtent()) return input;
+    if (const auto* cropped = dynamic_cast<const CroppedImage*>(input.get())) input = ImageRef(cropped->GetInput());
     return std::make_shared<CroppedImage>(std::move(input), shared);
 }
 

@@ -38,6 +38,11 @@ struct Region {
     bool operator==(const Region&) const = default;
 };
 
+// The number of pixels of a region, which may be too large for an integer.
+inline double PixelCount(const Region& region) {
+    return static_cast<double>(region.width) * static_cast<double>(region.height);
+}
+
 // The rectangle outside which an image is transparent.
 struct Extent {
     double left = 0;

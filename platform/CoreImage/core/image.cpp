@@ -1,8 +1,31 @@
-// image.cpp - common to all images: transparent outside their extent.
+// image.cpp - common to all images: transparent outside their extent, and destroyed one after the other.
 
 #include "core/image.h"
 
 namespace core_image {
+namespace {
+
+// The images that this thread still has to destroy; null outside of destructors.
+thread_local std::shared_ptr<const Image>* doomed = nullptr;
+
+}  // namespace
+
+ImageRef::~ImageRef() {
+    if (image_ == nullptr || image_.use_count() > 1) return;
+    if (doomed != nullptr) {
+        image_->nextToDestroy_ = std::move(*doomed);
+        *doomed = std::move(image_);
+        return;
+    }
+    std::shared_ptr<const Image> next;
+    doomed = &next;
+    image_.reset();
+    while (next != nullptr) {
+        const std::shared_ptr<const Image> image = std::move(next);
+        next = std::move(image->nextToDestroy_);
+    }
+    doomed = nullptr;
+}
 
 void Stage::RenderRun(const Run& run, float* blocks, float*) const {
     Render({run.GetRegion(), blocks, 0});
@@ -51,12 +74,6 @@ void Prepared::Render(const Tile& tile) const {
 std::optional<View> Prepared::Held(const Region& region) const {
     if (stage_ == nullptr || Clip(region, extent_) != region) return std::nullopt;
     return stage_->Held(region);
-}
-
-Prepared Prepare(const ImageRef& image, const Region& region) {
-    const Region inside = Clip(region, image->GetExtent());
-    if (inside.IsEmpty()) return {};
-    return {Extent::Of(inside), image->MakeStage(inside)};
 }
 
 }  // namespace core_image

@@ -2,22 +2,26 @@
 //
 // An Image is immutable: it knows its extent and the images it is made of. Rendering has two steps. MakeStage() is
 // called once for a region, may do work for all of it (a reduction, a reduced copy for a wide blur) and makes a
-// Stage; the stage then renders tiles of the region, many at a time. In MakeStage() an image prepares its inputs for
-// the regions that it needs of them. Stages that work pixel by pixel render runs of pixels (run.h) instead, so that
-// a chain of them works in a core's own cache.
+// Stage; the stage then renders tiles of the region, many at a time. In MakeStage() an image gets its inputs with
+// Prepare(). They are ready by then, because AddNeeds() has said which regions of them it needs (plan.cpp). Stages
+// that work pixel by pixel render runs of pixels (run.h) instead, so that a chain of them works in a core's own cache.
 //
 // Lifetime: images are shared and keep their inputs; a Prepared belongs to one rendering.
 // Threads:  images on any thread; MakeStage() on one; Stage::Render on many at once.
+// Depth:    recipes may be deep. Nothing walks or destroys them by recursion; a Prepared has at most kMostLevels
+//           stages one below the other.
 // Adding a kind: derive from Image and from Stage in the family's folder. A filter that works pixel by pixel derives
 //                from PointFunction instead (point.h).
-// Failure:  std::bad_alloc when memory is short.
+// Failure:  MemoryShortage, a std::bad_alloc (memory_budget.h).
 
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <utility>
+#include <vector>
 
 #include "core/extent.h"
 #include "core/run.h"
@@ -26,7 +30,34 @@
 namespace core_image {
 
 class Image;
-using ImageRef = std::shared_ptr<const Image>;
+
+// A shared reference to an image.
+//
+// Why not just a shared pointer: the last reference to a chain of ten thousand images would destroy them by recursion.
+// Here the outermost destructor destroys one image after the other.
+class ImageRef {
+  public:
+    ImageRef() = default;
+    ImageRef(std::nullptr_t) {}
+    template <class Kind>
+    ImageRef(std::shared_ptr<Kind> image) : image_(std::move(image)) {}
+    ImageRef(const ImageRef&) = default;
+    ImageRef(ImageRef&&) noexcept = default;
+    ImageRef& operator=(ImageRef other) noexcept {
+        image_.swap(other.image_);
+        return *this;
+    }
+    ~ImageRef();
+
+    const Image* get() const { return image_.get(); }
+    const Image& operator*() const { return *image_; }
+    const Image* operator->() const { return image_.get(); }
+    bool operator==(const ImageRef&) const = default;
+    bool operator==(std::nullptr_t) const { return image_ == nullptr; }
+
+  private:
+    std::shared_ptr<const Image> image_;
+};
 
 // A recipe prepared for a region.
 class Stage {
@@ -48,7 +79,14 @@ class Stage {
     // them again; this default renders a tile.
     virtual void RenderRun(const Run& run, float* blocks, float* spare) const;
     virtual std::size_t SpareRuns() const { return 0; }
+
+    // How many stages lie one below the other, this one included, given the most below one of its inputs.
+    virtual int Levels(int below) const { return below + 1; }
 };
+
+// The most levels that are rendered by calls within calls: all of their tiles exist at the same time, on the stack of a
+// thread. Deeper images are held in memory in between.
+inline constexpr int kMostLevels = 32;
 
 // Renders a tile of a pointwise stage run by run.
 void RenderByRuns(const Stage& stage, const Tile& tile);
@@ -57,7 +95,8 @@ void RenderByRuns(const Stage& stage, const Tile& tile);
 class Prepared {
   public:
     Prepared() = default;
-    Prepared(const Extent& extent, std::unique_ptr<const Stage> stage) : extent_(extent), stage_(std::move(stage)) {}
+    Prepared(const Extent& extent, std::shared_ptr<const Stage> stage, int levels)
+        : extent_(extent), stage_(std::move(stage)), levels_(levels) {}
 
     // Writes every pixel of a tile, transparent outside the image.
     void Render(const Tile& tile) const;
@@ -72,18 +111,50 @@ class Prepared {
     const Extent& GetExtent() const { return extent_; }
     bool IsPointwise() const { return stage_ == nullptr || stage_->IsPointwise(); }
 
+    // How many stages lie one below the other.
+    int Levels() const { return levels_; }
+
+    // The same pixels in the part inside an extent.
+    Prepared Inside(const Extent& extent) const { return {extent_.Intersection(extent), stage_, levels_}; }
+
+    // The stage if nothing else refers to it; otherwise null.
+    const Stage* OwnStage() const { return stage_.use_count() == 1 ? stage_.get() : nullptr; }
+
   private:
     Extent extent_;
-    std::unique_ptr<const Stage> stage_;
+    std::shared_ptr<const Stage> stage_;
+    int levels_ = 0;
 };
 
-// The size of a recipe.
+// The depth of a recipe.
 struct Depth {
-    int levels = 0;     // the longest chain of images
-    double images = 0;  // the number of images to render; an image used in two places counts twice
+    int levels = 0;  // the longest chain of images
 
     // The depth below an image with two inputs.
-    Depth With(const Depth& other) const { return {std::max(levels, other.levels), images + other.images}; }
+    Depth With(const Depth& other) const { return {std::max(levels, other.levels)}; }
+};
+
+// What an image needs of its inputs to be rendered.
+class Needs {
+  public:
+    // Regions of images. The images are borrowed.
+    struct Need {
+        const Image* image;
+        Region region;
+        bool isAtOnce;
+    };
+
+    // A region from which each tile reads what it needs. Where tiles need more than their own size, pixels of the input
+    // are rendered several times, unless the input is held in memory.
+    void AddByTiles(const ImageRef& image, const Region& region) { all_.push_back({image.get(), region, false}); }
+
+    // A region that is read once, while the stage is made.
+    void AddAtOnce(const ImageRef& image, const Region& region) { all_.push_back({image.get(), region, true}); }
+
+    const std::vector<Need>& All() const { return all_; }
+
+  private:
+    std::vector<Need> all_;
 };
 
 // A recipe.
@@ -98,35 +169,47 @@ class Image {
     // The size of the recipe, this image included.
     const Depth& GetDepth() const { return depth_; }
 
-    // Makes a stage for a region that is not empty and lies in the extent.
+    // Adds the regions of the inputs that MakeStage() prepares for a region. Given a tile, the regions that this tile
+    // reads.
+    //
+    // Larger regions cost time. An input that is not named, or named with a smaller region, is prepared apart from the
+    // rest of the recipe: by recursion, and again for each image that uses it.
+    virtual void AddNeeds(const Region&, Needs&) const {}
+
+    // Makes a stage for a region that is not empty and lies in the extent. Null for an image that only shows another.
     virtual std::unique_ptr<const Stage> MakeStage(const Region& region) const = 0;
+
+    // The image whose pixels this one shows inside its own extent; null for an image with pixels of its own.
+    virtual const Image* Shown() const { return nullptr; }
 
     // For a picture that is stored encoded, or a moved or cropped one: the same image with its numbers as stored.
     // Null otherwise.
     //
     // Why: interpolation between the pixels of a picture averages the stored numbers, not the light that they
     // encode.
-    virtual std::shared_ptr<const Image> Encoded() const { return nullptr; }
+    const ImageRef& Encoded() const { return encoded_; }
 
   protected:
     // depthBelow is the combined depth of the inputs.
-    Image(const Extent& extent, const Depth& depthBelow)
-        : extent_(extent), depth_{depthBelow.levels + 1, depthBelow.images + 1} {}
+    Image(const Extent& extent, const Depth& depthBelow) : extent_(extent), depth_{depthBelow.levels + 1} {}
+
+    // To be called by constructors.
+    void SetEncoded(ImageRef encoded) { encoded_ = std::move(encoded); }
 
   private:
+    friend class ImageRef;
+
     Extent extent_;
     Depth depth_;
+    ImageRef encoded_;
+    mutable std::shared_ptr<const Image> nextToDestroy_;  // after the last reference is gone
 };
-
-// Why a limit: recipes are walked recursively, on threads with stacks of a megabyte. Deeper images are refused when
-// made.
-inline constexpr int kDeepestImage = 1000;
-
-// Why a second limit: combining an image with itself, and the result again, doubles the work each time. Larger
-// recipes are refused.
-inline constexpr double kMostImages = 16384;
 
 // Prepares an image for a region, or rather for the part of the region that lies in the image.
 [[nodiscard]] Prepared Prepare(const ImageRef& image, const Region& region);
+
+// Prepares an input, for the only time in a MakeStage(). If no other image uses the input, nothing else refers to its
+// stage then.
+[[nodiscard]] Prepared PrepareLast(const ImageRef& image, const Region& region);
 
 }  // namespace core_image

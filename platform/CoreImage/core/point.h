@@ -1,7 +1,8 @@
 // point.h - images computed pixel by pixel, in place.
 //
 // Functions work on runs in blocks (run.h), as ForEachPixel and ForEachPlace do (pixels-inl.h). A chain of functions
-// thus runs through the cache nearest to the core, not through memory.
+// thus runs through the cache nearest to the core, not through memory. A chain is one stage, however long, as long as
+// each of its images is used only by the next.
 // Adding one: derive from PointFunction and pass it to MakePointImage; for more than one input, derive from
 //             CombiningFunction.
 
@@ -35,14 +36,19 @@ class CombiningFunction {
     // Replaces a run of the first image in place, given those of the others, some of which may share memory.
     // Transparent black in all images must give transparent black.
     virtual void ApplyToRun(float* blocks, const float* const* others, std::size_t count) const = 0;
+
+    // Whether, of two images, one that is transparent leaves the pixels of the other unchanged, except for the sign of
+    // zero. Where a chain combines many small images, those that are elsewhere are then left out.
+    virtual bool KeepsPixelsAlone() const { return false; }
 };
 
 // The image of an input under a function. Its extent is the input's, or the given one.
 ImageRef MakePointImage(ImageRef input, std::unique_ptr<const PointFunction> function);
 ImageRef MakePointImage(ImageRef input, std::unique_ptr<const PointFunction> function, const Extent& extent);
 
-// The stage of a prepared input under a function, for images whose function depends on the rendering.
-std::unique_ptr<const Stage> MakePointStage(Prepared input, std::unique_ptr<const PointFunction> function);
+// The stage of a prepared input under a function, for a region of an image whose function depends on the rendering.
+std::unique_ptr<const Stage> MakePointStage(Prepared input, const Region& region,
+                                            std::unique_ptr<const PointFunction> function);
 
 // The largest number of images that one function combines.
 inline constexpr std::size_t kMostCombined = 3;

@@ -5,6 +5,7 @@
 #include "core/transfer.h"
 
 #include <algorithm>
+#include <vector>
 
 #include <hwy/cache_control.h>
 #include <tbb/parallel_for.h>
@@ -77,27 +78,57 @@ void RenderAndStore(const Prepared& prepared, const Region& region, const Region
     });
 }
 
+// Renders a block of a region, prepared as a whole.
+void RenderWhole(const ImageRef& image, const Region& region, const Region& block, const BitmapDestination& destination,
+                 const Cut& cut) {
+    const Prepared prepared = Prepare(image, block);
+    const bool isPointwise = prepared.IsPointwise();
+    // Rows are long when only runs of them are held in memory.
+    const std::int64_t width = isPointwise ? block.width : cut.tileWidth;
+    const std::int64_t height = std::max<std::int64_t>(1, cut.tileWidth * cut.tileHeight / width);
+    tbb::parallel_for<std::int64_t>(0, PieceCount(block, width, height), [&](std::int64_t tileIndex) {
+        const Region piece = Piece(block, width, height, tileIndex);
+        if (isPointwise) {
+            RenderRuns(prepared, region, piece, destination);
+        } else if (HoldsTiles(destination)) {
+            prepared.Render(TileOf(destination, region, piece));
+        } else {
+            RenderAndStore(prepared, region, piece, destination);
+        }
+    });
+}
+
+// Below this size a block's padding outgrows it, so that dividing it further would save no memory.
+constexpr std::int64_t kSmallestBlockEdge = 256;
+
 }  // namespace
 
-void Render(const ImageRef& image, const Region& region, const BitmapDestination& destination, const Cut& cut) {
-    const std::int64_t blocks = PieceCount(region, cut.blockEdge, cut.blockEdge);
-    for (std::int64_t index = 0; index < blocks; ++index) {
-        const Region block = Piece(region, cut.blockEdge, cut.blockEdge, index);
-        const Prepared prepared = Prepare(image, block);
-        const bool isPointwise = prepared.IsPointwise();
-        // Rows are long when only runs of them are held in memory.
-        const std::int64_t width = isPointwise ? block.width : cut.tileWidth;
-        const std::int64_t height = std::max<std::int64_t>(1, cut.tileWidth * cut.tileHeight / width);
-        tbb::parallel_for<std::int64_t>(0, PieceCount(block, width, height), [&](std::int64_t tileIndex) {
-            const Region piece = Piece(block, width, height, tileIndex);
-            if (isPointwise) {
-                RenderRuns(prepared, region, piece, destination);
-            } else if (HoldsTiles(destination)) {
-                prepared.Render(TileOf(destination, region, piece));
-            } else {
-                RenderAndStore(prepared, region, piece, destination);
-            }
-        });
+void Render(const ImageRef& image, const Region& region, const BitmapDestination& destination, const Cut& cut,
+            MemoryBudget& budget) {
+    const BudgetScope scope(budget);
+    std::int64_t edge = std::min(cut.blockEdge, std::max(region.width, region.height));
+    // The blocks that are still to be rendered, the next one last.
+    std::vector<Region> blocks;
+    const auto divide = [&](const Region& whole) {
+        for (std::int64_t index = PieceCount(whole, edge, edge); index-- > 0;) {
+            blocks.push_back(Piece(whole, edge, edge, index));
+        }
+    };
+    divide(region);
+    while (!blocks.empty()) {
+        const Region block = blocks.back();
+        blocks.pop_back();
+        if (std::max(block.width, block.height) > edge) {
+            divide(block);
+            continue;
+        }
+        try {
+            RenderWhole(image, region, block, destination, cut);
+        } catch (const MemoryShortage&) {
+            if (edge <= kSmallestBlockEdge) throw;
+            edge = (edge + 1) / 2;
+            blocks.push_back(block);
+        }
     }
 }
 

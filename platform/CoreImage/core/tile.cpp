@@ -15,16 +15,17 @@ namespace {
 // A cache line, and the widest vector.
 constexpr std::size_t kLine = 64 / sizeof(float);
 
-// The distance from one row to the next. Throws std::bad_alloc when the size overflows.
+// The distance from one row to the next. Throws MemoryShortage when the size overflows.
 //
 // Why an odd number of lines: otherwise the pixels of a column would compete for the same few cache sets.
 std::size_t FloatsPerRow(const Region& region) {
     constexpr auto kMost = std::numeric_limits<std::size_t>::max() / 2 / sizeof(float);
     const auto width = static_cast<std::uint64_t>(region.width), height = static_cast<std::uint64_t>(region.height);
-    if (width > kMost / kFloatsPerPixel - kLine) throw std::bad_alloc();
+    const MemoryShortage shortage(width * height * kFloatsPerPixel * sizeof(float), 0);
+    if (width > kMost / kFloatsPerPixel - kLine) throw shortage;
     const auto lines = (static_cast<std::size_t>(width) * kFloatsPerPixel + kLine - 1) / kLine;
     const std::size_t floats = (height == 1 ? lines : lines | 1) * kLine;
-    if (height != 0 && floats > kMost / height) throw std::bad_alloc();
+    if (height != 0 && floats > kMost / height) throw shortage;
     return floats;
 }
 
@@ -41,7 +42,7 @@ void* AllocateKept(std::size_t bytes) {
 #else
     void* memory = scalable_aligned_malloc(size, kAlignment);
 #endif
-    if (memory == nullptr) throw std::bad_alloc();
+    if (memory == nullptr) throw MemoryShortage(size, 0);
     return memory;
 }
 
@@ -56,8 +57,8 @@ void FreeKept::operator()(void* memory) const {
 PixelBlock::PixelBlock(const Region& region)
     : region_(region),
       floatsPerRow_(FloatsPerRow(region)),
-      pixels_(
-          static_cast<float*>(AllocateKept(floatsPerRow_ * static_cast<std::size_t>(region.height) * sizeof(float)))) {}
+      share_(Bytes()),
+      pixels_(static_cast<float*>(AllocateKept(Bytes()))) {}
 
 void Clear(const Tile& tile) {
     for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {

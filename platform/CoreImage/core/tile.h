@@ -11,6 +11,7 @@
 #include <memory>
 
 #include "core/extent.h"
+#include "core/memory_budget.h"
 
 namespace core_image {
 
@@ -47,7 +48,8 @@ struct View {
     View Part(const Region& inner) const { return {inner, PixelAt(inner.x, inner.y), floatsPerRow}; }
 };
 
-// Allocates memory aligned to a cache line, from a pool that reuses freed blocks. Throws std::bad_alloc.
+// Allocates memory aligned to a cache line, from a pool that reuses freed blocks. Throws
+// MemoryShortage.
 [[nodiscard]] void* AllocateKept(std::size_t bytes);
 struct FreeKept {
     void operator()(void* memory) const;
@@ -58,7 +60,7 @@ struct FreeKept {
 // Blocks come and go with every tile, so their memory is pooled (core/tile.cpp).
 class PixelBlock {
   public:
-    // Throws std::bad_alloc, also for regions too large for the address space.
+    // Throws MemoryShortage, also for regions too large for the address space.
     explicit PixelBlock(const Region& region);
 
     const Region& GetRegion() const { return region_; }
@@ -67,8 +69,11 @@ class PixelBlock {
     const float* Row(std::int64_t y) const { return GetView().Row(y); }
 
   private:
+    std::size_t Bytes() const { return floatsPerRow_ * static_cast<std::size_t>(region_.height) * sizeof(float); }
+
     Region region_;
     std::size_t floatsPerRow_;
+    BudgetShare share_;
     std::unique_ptr<float[], FreeKept> pixels_;
 };
 

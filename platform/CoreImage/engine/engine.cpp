@@ -1,7 +1,8 @@
-// engine.cpp - the door: catches the exceptions of the engine and limits the depth of images.
+// engine.cpp - the door: catches the exceptions of the engine and says what they mean.
 
 #include "engine/engine.h"
 
+#include <cmath>
 #include <cstdio>
 #include <exception>
 #include <memory>
@@ -25,11 +26,22 @@ ImageHandle* Handle(Make&& make) noexcept {
     try {
         ImageRef image = make();
         if (image == nullptr) return nullptr;
-        if (image->GetDepth().levels > kDeepestImage || image->GetDepth().images > kMostImages) return nullptr;
         return new ImageRef(std::move(image));
     } catch (const std::exception&) {
         return nullptr;
     }
+}
+
+// Says that a rendering needs more memory than there is.
+void SayShortage(const Region& region, const MemoryShortage& shortage, Fault* fault) {
+    constexpr double kMegabyte = 1 << 20;
+    const int written = std::snprintf(fault->text, sizeof fault->text,
+                                      "%lld x %lld pixels: rendering needs more memory than there is, at least %.0f MB",
+                                      static_cast<long long>(region.width), static_cast<long long>(region.height),
+                                      std::ceil(static_cast<double>(shortage.Needed()) / kMegabyte));
+    if (shortage.Limit() == 0) return;
+    std::snprintf(fault->text + written, sizeof fault->text - static_cast<std::size_t>(written), "; the limit is %.0f MB",
+                  std::floor(static_cast<double>(shortage.Limit()) / kMegabyte));
 }
 
 }  // namespace
@@ -86,8 +98,11 @@ void DisposeImage(ImageHandle* image) noexcept { delete image; }
 Extent ExtentOfImage(ImageHandle* image) noexcept { return (*image)->GetExtent(); }
 
 bool RenderImage(ImageHandle* image, const Region& region, const BitmapDestination& destination,
-                 const Output& output) noexcept {
-    if (image == nullptr) return false;
+                 const Output& output, Fault* fault) noexcept {
+    if (image == nullptr) {
+        std::snprintf(fault->text, sizeof fault->text, "there is no image to render");
+        return false;
+    }
     try {
         ImageRef shown = *image;
         BitmapDestination coded = destination;
@@ -100,11 +115,14 @@ bool RenderImage(ImageHandle* image, const Region& region, const BitmapDestinati
             coded.transfer = coding.conversion == nullptr ? coding.transfer : Transfer::kLinear;
             if (coding.conversion != nullptr) shown = MakeConvertedImage(shown, std::move(coding.conversion));
         }
-        Render(shown, region, coded);
+        Render(shown, region, coded, Cut{}, *output.budget);
         return true;
-    } catch (const std::exception&) {
-        return false;
+    } catch (const MemoryShortage& shortage) {
+        SayShortage(region, shortage, fault);
+    } catch (const std::exception& error) {
+        std::snprintf(fault->text, sizeof fault->text, "rendering failed: %s", error.what());
     }
+    return false;
 }
 
 }  // namespace core_image

@@ -4,8 +4,7 @@
 // sends messages: an Objective-C exception may leave by longjmp, which runs no destructors. C++ exceptions never cross.
 //
 // Ownership: Make... returns a handle that the caller frees with DisposeImage; arguments are borrowed.
-// Failure:   null or false when memory is short, or when the image would be deeper than kDeepestImage or larger than
-//            kMostImages.
+// Failure:   null or false when memory is short.
 // Threads:   any.
 
 #pragma once
@@ -17,6 +16,7 @@
 #include "core/extent.h"
 #include "core/image.h"
 #include "core/inputs.h"
+#include "core/memory_budget.h"
 #include "engine/filter_table.h"
 
 namespace core_image {
@@ -43,14 +43,13 @@ struct PixelOwner {
 // An image over a background; null for two nulls.
 [[nodiscard]] ImageHandle* MakeSourceOver(ImageHandle* source, ImageHandle* background) noexcept;
 
-// The message of a mistake in the engine itself; empty when there is none. Plain memory, because longjmp runs no
-// destructors.
+// Why something failed; empty when it did not. Plain memory, because longjmp runs no destructors.
 struct Fault {
     char text[200] = "";
 };
 
-// The image of a filter, made from one value for each of its keys. Reading any other key is a fault: the result is null
-// and the message is set.
+// The image of a filter, made from one value for each of its keys. Reading any other key is a mistake in the engine
+// itself: the result is null and the fault is set.
 [[nodiscard]] ImageHandle* MakeOutput(FilterFunction function, const InputValue* values, std::size_t count,
                                       Fault* fault) noexcept;
 
@@ -62,10 +61,12 @@ Extent ExtentOfImage(ImageHandle* image) noexcept;
 struct Output {
     Profile profile;         // replaces the bitmap's curve where there is one; borrowed for the call
     bool isMatching = true;  // if not, numbers of the source bitmaps are used unchanged
+    MemoryBudget* budget = &MemoryBudget::Default();
 };
 
-// Renders a region that is not empty. Returns whether that succeeded.
+// Renders a region that is not empty. Returns whether that succeeded; if not, sets the fault, which says how much memory
+// was needed.
 [[nodiscard]] bool RenderImage(ImageHandle* image, const Region& region, const BitmapDestination& destination,
-                               const Output& output) noexcept;
+                               const Output& output, Fault* fault) noexcept;
 
 }  // namespace core_image

@@ -49,6 +49,8 @@ class ScreenImage : public Image {
     ScreenImage(ImageRef input, std::unique_ptr<const Screen> screen)
         : Image(input->GetExtent(), input->GetDepth()), input_(std::move(input)), screen_(std::move(screen)) {}
 
+    void AddNeeds(const Region& region, Needs& needs) const override { needs.AddByTiles(input_, region); }
+
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         return std::make_unique<ScreenStage>(Prepare(input_, region), screen_->MakeRows(region));
     }

@@ -90,7 +90,7 @@ ImageRef Area(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;
     const Region region = ReducedRegion(input, inputs);
-    return MakeRowImage(std::move(input), 1, [region](const ImageRef& image, const Region&, float* pixel) {
+    return MakeRowImage(std::move(input), region, 1, [region](const ImageRef& image, const Region&, float* pixel) {
         std::fill_n(pixel, kFloatsPerPixel, 0.0f);
         if (region.IsEmpty()) return;
         const Samples samples = SamplesOf(region);

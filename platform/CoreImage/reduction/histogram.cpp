@@ -47,7 +47,7 @@ ImageRef AreaHistogram(const Inputs& inputs) {
     const double scale = inputs.GetNumber("inputScale");
     const double bins = std::clamp(std::round(inputs.GetNumber("inputCount")), 1.0, kMostBins);
     const auto width = static_cast<std::int64_t>(bins);
-    return MakeRowImage(std::move(input), width, [=](const ImageRef& image, const Region& wanted, float* pixels) {
+    return MakeRowImage(std::move(input), region, width, [=](const ImageRef& image, const Region& wanted, float* pixels) {
         const auto floats = static_cast<std::size_t>(wanted.width) * kFloatsPerPixel;
         std::fill_n(pixels, floats, 0.0f);
         if (region.IsEmpty()) return;

@@ -37,10 +37,13 @@ class RowStage : public Stage {
 
 class RowImage : public Image {
   public:
-    RowImage(ImageRef input, std::int64_t width, RowFunction function)
+    RowImage(ImageRef input, const Region& reduced, std::int64_t width, RowFunction function)
         : Image({0, 0, static_cast<double>(width), 1}, input->GetDepth()),
           input_(std::move(input)),
+          reduced_(reduced),
           function_(std::move(function)) {}
+
+    void AddNeeds(const Region&, Needs& needs) const override { needs.AddAtOnce(input_, reduced_); }
 
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         return std::make_unique<RowStage>(input_, region, function_);
@@ -48,6 +51,7 @@ class RowImage : public Image {
 
   private:
     ImageRef input_;
+    Region reduced_;
     RowFunction function_;
 };
 
@@ -75,8 +79,8 @@ Region ReducedRegion(const ImageRef& input, const Inputs& inputs) {
     return region.IsEmpty() ? Region{} : region;
 }
 
-ImageRef MakeRowImage(ImageRef input, std::int64_t width, RowFunction function) {
-    return std::make_shared<RowImage>(std::move(input), width, std::move(function));
+ImageRef MakeRowImage(ImageRef input, const Region& reduced, std::int64_t width, RowFunction function) {
+    return std::make_shared<RowImage>(std::move(input), reduced, width, std::move(function));
 }
 
 }  // namespace core_image

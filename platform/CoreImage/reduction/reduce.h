@@ -37,10 +37,10 @@ Samples SamplesOf(const Region& region);
 // The rectangle that a filter reduces; empty when the image has nothing there.
 Region ReducedRegion(const ImageRef& input, const Inputs& inputs);
 
-// The image of `width` pixels starting at (0, 0), computed by a function when they are requested. The function
-// writes the pixels of a region of one row.
+// The image of `width` pixels starting at (0, 0), computed by a function of a region of the input when they are
+// requested. The function writes the pixels of a region of one row.
 using RowFunction = std::function<void(const ImageRef& input, const Region& region, float* pixels)>;
-ImageRef MakeRowImage(ImageRef input, std::int64_t width, RowFunction function);
+ImageRef MakeRowImage(ImageRef input, const Region& reduced, std::int64_t width, RowFunction function);
 
 // Passes every pixel to an accumulator: Add(pixels, count, x, y) is called with runs of a row, Merge() with the
 // accumulator of the rows above. Accumulators begin as copies of the given one.

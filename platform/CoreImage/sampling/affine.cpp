@@ -78,19 +78,25 @@ class MovedStage : public Stage {
 class MovedImage : public Image {
   public:
     MovedImage(ImageRef input, const Extent& extent, std::int64_t x, std::int64_t y)
-        : Image(extent, input->GetDepth()), input_(std::move(input)), x_(x), y_(y) {}
-
-    std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
-        const Region source = {region.x - x_, region.y - y_, region.width, region.height};
-        return std::make_unique<MovedStage>(Prepare(input_, source), x_, y_);
+        : Image(extent, input->GetDepth()), input_(std::move(input)), x_(x), y_(y) {
+        if (input_->Encoded() != nullptr) SetEncoded(std::make_shared<MovedImage>(input_->Encoded(), extent, x, y));
     }
 
-    ImageRef Encoded() const override {
-        ImageRef input = input_->Encoded();
-        return input == nullptr ? nullptr : std::make_shared<MovedImage>(std::move(input), GetExtent(), x_, y_);
+    const ImageRef& GetInput() const { return input_; }
+    std::int64_t X() const { return x_; }
+    std::int64_t Y() const { return y_; }
+
+    void AddNeeds(const Region& region, Needs& needs) const override { needs.AddByTiles(input_, SourceOf(region)); }
+
+    std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
+        return std::make_unique<MovedStage>(Prepare(input_, SourceOf(region)), x_, y_);
     }
 
   private:
+    Region SourceOf(const Region& region) const {
+        return {region.x - x_, region.y - y_, region.width, region.height};
+    }
+
     ImageRef input_;
     std::int64_t x_, y_;
 };
@@ -139,8 +145,14 @@ ImageRef MakeAffineImage(ImageRef input, const Affine& map, Light light) {
     if (map == Affine{} || input->GetExtent().IsEmpty()) return input;
     const Extent extent = Rounded(map.Map(input->GetExtent()));
     if (IsWholeMove(map)) {
-        return std::make_shared<MovedImage>(std::move(input), extent, static_cast<std::int64_t>(map.tx),
-                                            static_cast<std::int64_t>(map.ty));
+        std::int64_t x = static_cast<std::int64_t>(map.tx), y = static_cast<std::int64_t>(map.ty);
+        // Moves one after the other are one.
+        if (const auto* moved = dynamic_cast<const MovedImage*>(input.get())) {
+            x += moved->X();
+            y += moved->Y();
+            input = ImageRef(moved->GetInput());
+        }
+        return std::make_shared<MovedImage>(std::move(input), extent, x, y);
     }
     return MakeWarpedImage(std::move(input), std::make_shared<AffineWarp>(*inverse), extent, light);
 }

@@ -76,15 +76,14 @@ class TiledImage : public Image {
     explicit TiledImage(ImageRef input)
         : Image(Extent::Infinite(), input->GetDepth()),
           input_(std::move(input)),
-          cell_(RegionOf(input_->GetExtent())) {}
+          cell_(RegionOf(input_->GetExtent())) {
+        if (input_->Encoded() != nullptr) SetEncoded(MakeTiledImage(input_->Encoded()));
+    }
+
+    void AddNeeds(const Region& region, Needs& needs) const override { needs.AddByTiles(input_, Wanted(region)); }
 
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         return std::make_unique<TiledStage>(Prepare(input_, Wanted(region)), cell_);
-    }
-
-    ImageRef Encoded() const override {
-        ImageRef input = input_->Encoded();
-        return input == nullptr ? nullptr : MakeTiledImage(std::move(input));
     }
 
   private:
@@ -141,15 +140,16 @@ class ClampedStage : public Stage {
 class ClampedImage : public Image {
   public:
     explicit ClampedImage(ImageRef input)
-        : Image(Extent::Infinite(), input->GetDepth()), input_(std::move(input)), all_(RegionOf(input_->GetExtent())) {}
+        : Image(Extent::Infinite(), input->GetDepth()), input_(std::move(input)), all_(RegionOf(input_->GetExtent())) {
+        if (input_->Encoded() != nullptr) SetEncoded(MakeClampedImage(input_->Encoded()));
+    }
+
+    void AddNeeds(const Region& region, Needs& needs) const override {
+        needs.AddByTiles(input_, Nearest(region, all_));
+    }
 
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         return std::make_unique<ClampedStage>(Prepare(input_, Nearest(region, all_)), all_);
-    }
-
-    ImageRef Encoded() const override {
-        ImageRef input = input_->Encoded();
-        return input == nullptr ? nullptr : MakeClampedImage(std::move(input));
     }
 
   private:

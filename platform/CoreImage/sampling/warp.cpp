@@ -16,17 +16,17 @@
 namespace core_image {
 namespace {
 
-// Up to this size (1 GB) a scattered source is held in memory as a whole; tiles of a larger one read what they need.
-constexpr double kMostHeld = 1 << 26;
-
-double PixelCount(const Region& region) {
-    return static_cast<double>(region.width) * static_cast<double>(region.height);
-}
-
 // The part of a region that lies in an extent, with a border of one transparent pixel: everything beyond is
 // transparent too.
 Region WithRim(const Region& region, const Extent& extent) {
     return Clip(region, {extent.left - 1, extent.bottom - 1, extent.right + 1, extent.top + 1});
+}
+
+// The centers of a region's pixels.
+Extent CentersOf(const Region& region) {
+    const double x = static_cast<double>(region.x), y = static_cast<double>(region.y);
+    return {x + 0.5, y + 0.5, x + static_cast<double>(region.width) - 0.5,
+            y + static_cast<double>(region.height) - 0.5};
 }
 
 // A warp with its parameters.
@@ -35,14 +35,21 @@ struct Recipe {
     bool isEncoded;  // whether the input's pixels are encoded and have to be decoded
     ImageRef guide;  // null without one
     std::shared_ptr<const Warp> warp;
-};
 
-// The centers of a region's pixels.
-Extent CentersOf(const Region& region) {
-    const double x = static_cast<double>(region.x), y = static_cast<double>(region.y);
-    return {x + 0.5, y + 0.5, x + static_cast<double>(region.width) - 0.5,
-            y + static_cast<double>(region.height) - 0.5};
-}
+    // The pixels of the input from which a region is interpolated.
+    //
+    // One more pixel on each side: the bounds of all places are rounded differently from the places.
+    Region SourceOf(const Region& region) const {
+        return WithRim(PixelsAround(warp->Source(CentersOf(region)).GrownBy(1)), input->GetExtent());
+    }
+
+    Region GuideOf(const Region& region) const { return region.GrownBy(warp->GuideMargin()); }
+
+    // Whether a source is held in memory as a whole; tiles of a larger one read what they need.
+    bool IsHeld(const Region& source) const {
+        return warp->IsScattered() && !Clip(source, input->GetExtent()).IsEmpty() && PixelCount(source) <= kMostHeld;
+    }
+};
 
 // Prefetches a row that is going to be read, if it exists.
 //
@@ -62,14 +69,13 @@ class WarpStage : public Stage {
           isEncoded_(recipe.isEncoded && IsMatching()),
           isGuided_(recipe.guide != nullptr),
           extent_(recipe.input->GetExtent()) {
-        // One more pixel on each side: the bounds of all places are rounded differently from the places.
-        const Region source = WithRim(PixelsAround(warp_->Source(CentersOf(region)).GrownBy(1)), extent_);
-        if (warp_->IsScattered() && !Clip(source, extent_).IsEmpty() && PixelCount(source) <= kMostHeld) {
+        const Region source = recipe.SourceOf(region);
+        if (recipe.IsHeld(source)) {
             held_.emplace(RenderBlock(recipe.input, source));
         } else {
             input_ = Prepare(recipe.input, source);
         }
-        if (isGuided_) guide_ = Prepare(recipe.guide, region.GrownBy(warp_->GuideMargin()));
+        if (isGuided_) guide_ = Prepare(recipe.guide, recipe.GuideOf(region));
     }
 
     void Render(const Tile& tile) const override {
@@ -155,15 +161,25 @@ class WarpStage : public Stage {
 class WarpedImage : public Image {
   public:
     WarpedImage(Recipe recipe, const Extent& extent, const Depth& depthBelow)
-        : Image(extent, depthBelow), recipe_(std::move(recipe)) {}
+        : Image(extent, depthBelow), recipe_(std::move(recipe)) {
+        if (!recipe_.isEncoded || !recipe_.warp->KeepsPictures()) return;
+        Recipe stored = recipe_;
+        stored.isEncoded = false;
+        SetEncoded(std::make_shared<WarpedImage>(std::move(stored), extent, depthBelow));
+    }
+
+    void AddNeeds(const Region& region, Needs& needs) const override {
+        const Region source = recipe_.SourceOf(region);
+        if (recipe_.IsHeld(source)) {
+            needs.AddAtOnce(recipe_.input, source);
+        } else {
+            needs.AddByTiles(recipe_.input, source);
+        }
+        if (recipe_.guide != nullptr) needs.AddByTiles(recipe_.guide, recipe_.GuideOf(region));
+    }
 
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         return std::make_unique<WarpStage>(recipe_, region);
-    }
-
-    ImageRef Encoded() const override {
-        if (!recipe_.isEncoded || !recipe_.warp->KeepsPictures()) return nullptr;
-        return MakeWarpedImage(recipe_.input, recipe_.warp, GetExtent(), Light::kLinear, recipe_.guide);
     }
 
   private:

@@ -221,6 +221,10 @@ class MosaicImage : public Image {
     MosaicImage(const ImageRef& input, const Grid& grid, Palette palette)
         : Image(input->GetExtent(), input->GetDepth()), grid_(grid), palette_(std::move(palette)) {}
 
+    void AddNeeds(const Region& region, Needs& needs) const override {
+        needs.AddByTiles(palette_.image, Seeds(grid_, grid_.Around(region)).Source(palette_));
+    }
+
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         return std::make_unique<MosaicStage>(grid_, palette_, region);
     }

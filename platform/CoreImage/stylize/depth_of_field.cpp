@@ -152,6 +152,10 @@ class MiniatureImage : public Image {
           away_(std::move(away)),
           miniature_(miniature) {}
 
+    void AddNeeds(const Region& region, Needs& needs) const override {
+        for (const ImageRef* input : {&sharp_, &soft_, &away_}) needs.AddByTiles(*input, region);
+    }
+
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         return std::make_unique<MiniatureStage>(Prepare(sharp_, region), Prepare(soft_, region), Prepare(away_, region),
                                                 miniature_);

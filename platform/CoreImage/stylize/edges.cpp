@@ -73,6 +73,8 @@ class EdgeImage : public Image {
     EdgeImage(const ImageRef& input, float intensity)
         : Image(input->GetExtent(), input->GetDepth()), input_(MakeClampedImage(input)), intensity_(intensity) {}
 
+    void AddNeeds(const Region& region, Needs& needs) const override { needs.AddByTiles(input_, region.GrownBy(1)); }
+
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         return std::make_unique<EdgeStage>(Prepare(input_, region.GrownBy(1)), intensity_);
     }

@@ -74,6 +74,11 @@ class CoverImage : public Image {
           time_(time),
           softness_(softness) {}
 
+    void AddNeeds(const Region& region, Needs& needs) const override {
+        needs.AddByTiles(mask_, MaskOf(region));
+        needs.AddByTiles(shadow_, region);
+    }
+
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         return std::make_unique<CoverStage>(Prepare(mask_, MaskOf(region)), Prepare(shadow_, region), time_, softness_);
     }

@@ -17,10 +17,11 @@ namespace {
 
 using namespace oracle;
 
-// The same image, but its pixels are not held in memory and have to be rendered.
+// The same image, but its pixels are not held in memory and have to be rendered. It poses as a source, because a
+// source is never held while it is rendered either.
 class UnheldImage : public Image {
   public:
-    explicit UnheldImage(ImageRef input) : Image(input->GetExtent(), input->GetDepth()), input_(std::move(input)) {}
+    explicit UnheldImage(ImageRef input) : Image(input->GetExtent(), /*depthBelow=*/{}), input_(std::move(input)) {}
 
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         return std::make_unique<UnheldStage>(Prepare(input_, region));

@@ -1,0 +1,135 @@
+// memory_budget_test.cpp - checks that a rendering stays within its memory budget, and says how much it needed if not.
+
+#include "core/memory_budget.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "blur/blur.h"
+#include "core/cropped.h"
+#include "core/renderer.h"
+#include "engine/engine.h"
+#include "support/engine_images.h"
+#include "support/point_oracle.h"
+
+namespace {
+
+using namespace core_image;
+
+constexpr std::uint64_t kMegabyte = 1 << 20;
+constexpr Region kPhoto = {0, 0, 800, 600};
+constexpr std::uint64_t kPhotoBytes = 800 * 600 * 16;
+
+// A photo dissolved with its blur, again and again: each step is held in memory.
+ImageRef Ladder(int steps, double sigma) {
+    ImageRef image = RandomImage(800, 600);
+    for (int index = 0; index < steps; ++index) {
+        image = MakeCroppedImage(FilterValues()
+                                     .Image("inputImage", MakeGaussianBlurImage(image, sigma))
+                                     .Image("inputTargetImage", image)
+                                     .Number("inputTime", 0.3)
+                                     .Output("CIDissolveTransition"),
+                                 Extent::Of(kPhoto));
+    }
+    return image;
+}
+
+struct Floats {
+    std::vector<float> pixels = std::vector<float>(800 * 600 * 4);
+    BitmapDestination destination;
+
+    Floats() {
+        destination.pixels = pixels.data();
+        destination.bytesPerRow = 800 * 16;
+        destination.format = PixelFormat::kFloats;
+        destination.transfer = Transfer::kLinear;
+    }
+};
+
+TEST(MemoryBudgetTest, ReturnsWhatWasTaken) {
+    MemoryBudget budget(10 * kMegabyte);
+    {
+        const BudgetScope scope(budget);
+        BudgetShare first(6 * kMegabyte);
+        EXPECT_EQ(budget.Used(), 6 * kMegabyte);
+        EXPECT_THROW(BudgetShare(5 * kMegabyte), MemoryShortage);
+        EXPECT_EQ(budget.Used(), 6 * kMegabyte);
+        const BudgetShare moved = std::move(first);
+        EXPECT_EQ(budget.Used(), 6 * kMegabyte);
+        first = BudgetShare(4 * kMegabyte);
+        EXPECT_EQ(budget.Used(), 10 * kMegabyte);
+        const BudgetShare small(1000);
+        EXPECT_EQ(budget.Used(), 10 * kMegabyte) << "tiles and rows are not counted";
+    }
+    EXPECT_EQ(budget.Used(), 0u);
+    const BudgetShare outside(20 * kMegabyte);
+    EXPECT_EQ(budget.Used(), 0u);
+}
+
+TEST(MemoryBudgetTest, ShortageSaysHowMuchWasNeeded) {
+    MemoryBudget budget(10 * kMegabyte);
+    budget.Take(7 * kMegabyte);
+    try {
+        budget.Take(4 * kMegabyte);
+        FAIL();
+    } catch (const MemoryShortage& shortage) {
+        EXPECT_EQ(shortage.Needed(), 11 * kMegabyte);
+        EXPECT_EQ(shortage.Limit(), 10 * kMegabyte);
+    }
+    EXPECT_EQ(budget.Used(), 7 * kMegabyte);
+}
+
+TEST(MemoryBudgetTest, DefaultIsAtMostAQuarterOfTheMachine) {
+    const auto machine =
+        static_cast<std::uint64_t>(sysconf(_SC_PHYS_PAGES)) * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
+    EXPECT_GT(MemoryBudget::DefaultLimit(), 0u);
+    EXPECT_LE(MemoryBudget::DefaultLimit(), machine / 4);
+    if (sizeof(void*) == 4) EXPECT_LE(MemoryBudget::DefaultLimit(), 1024 * kMegabyte);
+    EXPECT_EQ(MemoryBudget::Default().Limit(), MemoryBudget::DefaultLimit());
+}
+
+TEST(MemoryBudgetTest, SmallBudgetGivesTheSameBytes) {
+    const ImageRef image = Ladder(4, 1.5);
+    Floats usual, limited;
+    MemoryBudget ample(100 * kMegabyte), small(kPhotoBytes);
+    Render(image, kPhoto, usual.destination, {}, ample);
+    Render(image, kPhoto, limited.destination, {}, small);
+    EXPECT_EQ(usual.pixels, limited.pixels);
+    EXPECT_EQ(ample.Used(), 0u);
+    EXPECT_EQ(small.Used(), 0u);
+}
+
+// Blocks do not help a long chain: the padding of each covers the whole picture.
+TEST(MemoryBudgetTest, RenderingThatDoesNotFitThrows) {
+    MemoryBudget budget(kPhotoBytes);
+    Floats result;
+    EXPECT_THROW(Render(Ladder(300, 1.5), kPhoto, result.destination, {}, budget), MemoryShortage);
+    EXPECT_EQ(budget.Used(), 0u);
+}
+
+TEST(MemoryBudgetTest, EngineSaysHowMuchMemoryWasNeeded) {
+    const ImageRef image = Ladder(300, 1.5);
+    MemoryBudget budget(10 * kMegabyte);
+    Floats result;
+    Fault fault;
+    EXPECT_FALSE(RenderImage(&image, kPhoto, result.destination, {{}, true, &budget}, &fault));
+    EXPECT_EQ(std::string(fault.text).find("800 x 600 pixels: rendering needs more memory than there is, at least "), 0u)
+        << fault.text;
+    EXPECT_NE(std::strstr(fault.text, "MB; the limit is 10 MB"), nullptr) << fault.text;
+}
+
+TEST(MemoryBudgetTest, EngineLeavesTheFaultEmptyOnSuccess) {
+    const ImageRef image = Ladder(2, 1.5);
+    Floats result;
+    Fault fault;
+    EXPECT_TRUE(RenderImage(&image, kPhoto, result.destination, {}, &fault));
+    EXPECT_STREQ(fault.text, "");
+}
+
+}  // namespace
