@@ -1,17 +1,14 @@
-// edge_work.cpp - a woodcut: whatever is darker than its surroundings becomes black.
+// edge_work.cpp - a woodcut: white where a picture is brighter than its surroundings.
 //
-// The luminance of premultiplied light, clipped to 0...1, is blurred by two Gaussians: slightly (y) and by the
-// radius (g). The contrast is (y - g) / (g + 0.02); the tone is clamp(1 + 8 (contrast + 0.05)). So an even area is
-// white, and a pixel that is darker than its surroundings by more than a sixth is black.
+// Two stages with the same Gaussian G. The luminance y of the picture, 0 outside of it, is compared with its
+// surroundings: v = clamp(0.45 + 80 (y - G y)). Smoothed and compared once more, this gives round shapes: the alpha of
+// the drawing is clamp(0.5 + 10 (G v - 0.5)), its color is white.
 
 #include <utility>
 
 #include "blur/blur.h"
 #include "core/point.h"
-#include "sampling/repeat.h"
 #include "stylize/filters.h"
-#include "stylize/framed.h"
-#include "stylize/stylize.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "stylize/edge_work.cpp"
@@ -22,20 +19,28 @@
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
 
+HWY_INLINE void SetAll(Colors& c, Wide value) { c = {value, value, value, value}; }
+
+// clamp(middle + gain value)
+HWY_INLINE Wide Threshold(Wide value, float gain, float middle) {
+    return Clamp01(hn::MulAdd(value, Constant(gain), Constant(middle)));
+}
+
 HWY_ATTR void LuminanceRow(float* pixels, std::size_t count) {
     ForEachPixel(pixels, count, [](Colors& c) HWY_ATTR {
         Clip(c);
-        c.red = c.green = c.blue = Luminance(c);
+        SetAll(c, Luminance(c));
     });
 }
 
-HWY_ATTR void WoodcutRow(float* pixels, const float* const* others, std::size_t count) {
-    ForEachPlace<2>(pixels, others, count, [](Colors& c, const auto& blurred) HWY_ATTR {
-        const Wide own = blurred[0].red, around = blurred[1].red;
-        const Wide contrast = hn::Div(hn::Sub(own, around), hn::Add(around, Constant(0.02f)));
-        const Wide tone = Clamp01(hn::MulAdd(hn::Add(contrast, Constant(0.05f)), Constant(8), Constant(1)));
-        c.red = c.green = c.blue = hn::Mul(tone, c.alpha);
+HWY_ATTR void BrighterRow(float* pixels, const float* const* others, std::size_t count) {
+    ForEachPlace<1>(pixels, others, count, [](Colors& c, const auto& blurred) HWY_ATTR {
+        SetAll(c, Threshold(hn::Sub(c.red, blurred[0].red), 80, 0.45f));
     });
+}
+
+HWY_ATTR void CutRow(float* pixels, std::size_t count) {
+    ForEachPixel(pixels, count, [](Colors& c) HWY_ATTR { SetAll(c, Threshold(c.red, 10, 0.5f - 10 * 0.5f)); });
 }
 
 }  // namespace core_image::HWY_NAMESPACE
@@ -46,10 +51,8 @@ namespace core_image {
 namespace {
 
 HWY_EXPORT(LuminanceRow);
-HWY_EXPORT(WoodcutRow);
-
-// The narrow blur, used where the radius is at least three times as wide.
-constexpr double kGrain = 1;
+HWY_EXPORT(BrighterRow);
+HWY_EXPORT(CutRow);
 
 class LuminanceFunction : public PointFunction {
   public:
@@ -58,32 +61,36 @@ class LuminanceFunction : public PointFunction {
     }
 };
 
-class Woodcut : public CombiningFunction {
+class BrighterFunction : public CombiningFunction {
   public:
     void ApplyToRun(float* pixels, const float* const* others, std::size_t count) const override {
-        HWY_DYNAMIC_DISPATCH(WoodcutRow)(pixels, others, count);
+        HWY_DYNAMIC_DISPATCH(BrighterRow)(pixels, others, count);
     }
+};
+
+class CutFunction : public PointFunction {
+  public:
+    void ApplyToRun(float* pixels, std::size_t count) const override { HWY_DYNAMIC_DISPATCH(CutRow)(pixels, count); }
 };
 
 }  // namespace
 
-ImageRef MakeWoodcutImage(ImageRef input, double grain, double radius) {
-    const Extent extent = input->GetExtent();
-    ImageRef tone = MakePointImage(MakeClampedImage(std::move(input)), std::make_unique<LuminanceFunction>());
-    ImageRef own = MakeGaussianBlurImage(tone, FramedRadius(grain, extent));
-    ImageRef around = MakeGaussianBlurImage(tone, FramedRadius(radius, extent));
-    return MakeCombinedImage({std::move(tone), std::move(own), std::move(around)}, std::make_unique<Woodcut>(), extent);
-}
-
-// CIEdgeWork: the woodcut by inputRadius.
+// CIEdgeWork: white drawing on nothing, with the Gaussians of sigma inputRadius.
 //
-// The contrast of two Gaussians: with the wide one outlines grow from thin to bold with the radius; the narrow one
-// keeps the grain of a photo from speckling even areas. The image is extended by its outermost pixels, so that its
-// frame is not an outline.
+// Measured at a radius of 3: the two stages, their sigma, the second gain, the extent and that nothing shows outside of
+// the picture. The first gain and its offset are within what fits. Without a radius nothing is brighter than its
+// surroundings, so nothing is drawn.
 ImageRef EdgeWork(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
+    if (input == nullptr || input->GetExtent().IsEmpty()) return input;
     const double radius = inputs.GetNumber("inputRadius");
-    return input == nullptr ? nullptr : MakeWoodcutImage(std::move(input), std::min(radius / 3, kGrain), radius);
+    const Extent extent = input->GetExtent();
+    ImageRef light = MakePointImage(std::move(input), std::make_unique<LuminanceFunction>());
+    ImageRef around = MakeGaussianBlurImage(light, radius);
+    // Outside of the picture nothing is brighter than its surroundings.
+    ImageRef brighter =
+        MakeCombinedImage({std::move(light), std::move(around)}, std::make_unique<BrighterFunction>(), extent);
+    return MakePointImage(MakeGaussianBlurImage(std::move(brighter), radius), std::make_unique<CutFunction>());
 }
 
 }  // namespace core_image
