@@ -30,6 +30,7 @@ inline constexpr double kTransitionTime = 0.4;
 inline constexpr int kBins = 256;
 inline constexpr double kBumpRadius = 1200;
 inline constexpr double kBumpScale = 0.5;
+inline constexpr double kSmallCrystal = 3;
 inline constexpr double kDisplacement = 50;
 
 // The affine transform: a rotation in radians and a scale, both about the center of the picture.

@@ -173,6 +173,30 @@ CIImage* Flash(CIImage* image) {
                       {{@"inputExtent", Whole()}, {@"inputCenter", Vector({kWidth / 2, kHeight / 2})}});
 }
 
+CIImage* Wrap(CIImage* image) {
+    return Filtered(@"CICircularWrap", image, {{@"inputCenter", Vector({kWidth / 2, kHeight / 2})}});
+}
+CIImage* Droste(CIImage* image) { return Filtered(@"CIDroste", image); }
+CIImage* Lozenge(CIImage* image) {
+    return Filtered(@"CIGlassLozenge", image,
+                    {{@"inputPoint0", Vector({kWidth / 4, kHeight / 2})},
+                     {@"inputPoint1", Vector({3 * kWidth / 4, kHeight / 2})},
+                     {@"inputRadius", Number(kHeight / 4)}});
+}
+CIImage* Halftone(CIImage* image) { return Filtered(@"CICMYKHalftone", image); }
+CIImage* Glide(CIImage* image) { return Filtered(@"CIGlideReflectedTile", image); }
+CIImage* Comic(CIImage* image) { return Filtered(@"CIComicEffect", image); }
+CIImage* Crystallize(CIImage* image) { return Filtered(@"CICrystallize", image); }
+CIImage* SmallCrystals(CIImage* image) {
+    return Filtered(@"CICrystallize", image, {{@"inputRadius", Number(kSmallCrystal)}});
+}
+CIImage* DepthOfField(CIImage* image) {
+    return Filtered(@"CIDepthOfField", image,
+                    {{@"inputPoint0", Vector({0, kHeight / 2})}, {@"inputPoint1", Vector({kWidth, kHeight / 2})}});
+}
+CIImage* Edges(CIImage* image) { return Filtered(@"CIEdges", image); }
+CIImage* EdgeWork(CIImage* image) { return Filtered(@"CIEdgeWork", image); }
+
 CIImage* Unchanged(CIImage* image) { return image; }
 
 // The input of an operation, and the kind of its result.
@@ -218,6 +242,17 @@ constexpr Operation kOperations[] = {
     {"12 MP/copy machine",                 CopyMachine,       From::kFirst,  To::kWhole},
     {"12 MP/disintegrate",                 Disintegrate,      From::kFirst,  To::kWhole},
     {"12 MP/flash",                        Flash,             From::kFirst,  To::kWhole},
+    {"12 MP/circular wrap",                Wrap,              From::kFirst,  To::kWhole},
+    {"12 MP/droste",                       Droste,            From::kFirst,  To::kWhole},
+    {"12 MP/glass lozenge",                Lozenge,           From::kFirst,  To::kWhole},
+    {"12 MP/four-ink halftone",            Halftone,          From::kFirst,  To::kWhole},
+    {"12 MP/glide reflected tile",         Glide,             From::kFirst,  To::kWhole},
+    {"12 MP/comic",                        Comic,             From::kFirst,  To::kWhole},
+    {"12 MP/crystallize, radius 20",       Crystallize,       From::kFirst,  To::kWhole},
+    {"12 MP/crystallize, radius 3",        SmallCrystals,     From::kFirst,  To::kWhole},
+    {"12 MP/depth of field",               DepthOfField,      From::kFirst,  To::kWhole},
+    {"12 MP/edges",                        Edges,             From::kFirst,  To::kWhole},
+    {"12 MP/edge work, radius 3",          EdgeWork,          From::kFirst,  To::kWhole},
     {"64 x 64/color matrix",               Matrix,            From::kSmall,  To::kSmall},
     {"64 x 64/five pointwise steps",       FiveSteps,         From::kSmall,  To::kSmall},
     {"64 x 64/color map",                  Map,               From::kSmall,  To::kSmall},

@@ -1,9 +1,9 @@
 // golden_cases.h - reads reference renders, and measures the difference between pictures.
 //
 // The reference renders are in a folder outside the sources, which the environment variable ZEVA_GOLDEN can name.
-// Each case is a folder with a picture and a file case.json, which lists the filters and inputs that made the
-// picture. This library only reads and compares, so that one suite can render a case with CIFilter and another one
-// with the module.
+// Each case is a folder in it, or in a folder of cases within it, with a picture and a file case.json, which lists the
+// filters and inputs that made the picture. This library only reads and compares, so that one suite can render a case
+// with CIFilter and another one with the module.
 //
 // Failure: a file that is missing or invalid gives an empty optional, and the test fails.
 // Threads: any.
@@ -46,13 +46,20 @@ struct View {
     double offsetY = 0;
 };
 
+// How a reference was compressed, with losses, before it became a PNG file: as WebP.
+struct Lossy {
+    float quality = 0;
+    int method = 0;
+};
+
 // A reference render.
 struct Case {
     std::string name;
     std::vector<Step> steps;  // the output of each step is the inputImage of the next
     bool isRender = false;    // false: the picture is a scaled view of the render
     View view;                // only when isRender is false
-    double originX = 0;       // of the lower left corner of the picture
+    std::optional<Lossy> lossy;
+    double originX = 0;  // of the lower left corner of the picture
     double originY = 0;
     std::size_t width = 0;
     std::size_t height = 0;
@@ -76,10 +83,10 @@ struct Difference {
 [[nodiscard]] std::string Folder();
 [[nodiscard]] bool IsPresent();
 
-// Returns the names of all cases, sorted.
+// Returns the names of all cases, sorted; a case in a folder of cases is named "<folder>/<case>".
 [[nodiscard]] std::vector<std::string> CaseNames();
 
-// Reads a case by the name of its folder.
+// Reads a case by its name.
 [[nodiscard]] std::optional<Case> ReadCase(const std::string& name);
 
 // Read the pixels of a picture file or a bitmap.

@@ -71,6 +71,11 @@ View ReadView(NSDictionary* described) {
         static_cast<std::size_t>(size[0]), static_cast<std::size_t>(size[1]), scale[0], scale[1], offset[0], offset[1]};
 }
 
+std::optional<Lossy> ReadLossy(NSDictionary* described) {
+    if (described == nil) return std::nullopt;
+    return Lossy{[[described objectForKey:@"quality"] floatValue], [[described objectForKey:@"method"] intValue]};
+}
+
 // Whether all channels vary by at most a few levels within two pixels of a place. False within two pixels of an edge.
 bool IsSmooth(const Picture& picture, std::size_t x, std::size_t y) {
     constexpr std::size_t kReach = 2;
@@ -128,9 +133,16 @@ bool IsPresent() { return [[NSFileManager defaultManager] fileExistsAtPath:Strin
 std::vector<std::string> CaseNames() {
     std::vector<std::string> names;
     NSFileManager* files = [NSFileManager defaultManager];
+    const auto isCase = [&](const std::string& name) {
+        return [files fileExistsAtPath:String(Folder() + name + "/case.json")];
+    };
     for (NSString* name in [files directoryContentsAtPath:String(Folder())]) {
         const std::string folder = [name UTF8String];
-        if ([files fileExistsAtPath:String(Folder() + folder + "/case.json")]) names.push_back(folder);
+        if (isCase(folder)) names.push_back(folder);
+        for (NSString* inner in [files directoryContentsAtPath:String(Folder() + folder)]) {
+            const std::string both = folder + "/" + [inner UTF8String];
+            if (isCase(both)) names.push_back(both);
+        }
     }
     std::sort(names.begin(), names.end());
     return names;
@@ -151,6 +163,7 @@ std::optional<Case> ReadCase(const std::string& name) {
     read.steps = ReadSteps(described, folder);
     read.isRender = [[described objectForKey:@"kind"] isEqual:@"render"];
     read.view = ReadView([described objectForKey:@"view"]);
+    read.lossy = ReadLossy([described objectForKey:@"lossy"]);
     read.originX = origin[0];
     read.originY = origin[1];
     read.width = static_cast<std::size_t>(size[0]);

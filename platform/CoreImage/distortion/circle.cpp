@@ -11,22 +11,28 @@
 namespace core_image {
 namespace {
 
-// Maps a pixel, given by its angle and its distance from a circle, to a place that far along and above the lower
-// edge of an extent.
+constexpr double kWhole = 2 * std::numbers::pi;
+
+// How far the angle bends at most, eight times around the circle.
+constexpr double kBend = 0.0102;
+
+// Maps a pixel, given by its angle and its distance from a circle, to a place that far along and above the lower left
+// pixel of an extent. Angles are counted clockwise from the start.
 class CircularWarp : public Warp {
   public:
-    CircularWarp(const Extent& extent, const Point& center, double radius, double angle)
-        : extent_(extent), center_(center), radius_(radius), turn_(std::remainder(angle, 2 * std::numbers::pi)) {}
+    CircularWarp(const Extent& extent, const Point& center, double radius, double start)
+        : extent_(extent), center_(center), radius_(radius), start_(start) {}
 
     void Places(const PlaceRow& row, double* x, double* y) const override {
-        const double middle = (extent_.left + extent_.right) / 2;
+        // Half a pixel before the start still shows the soft edge of the image.
+        const double least = radius_ > 0 ? -std::min(0.5 / radius_, std::numbers::pi) : 0;
         const double dy = static_cast<double>(row.y) + 0.5 - center_.y;
         for (std::size_t index = 0; index < row.count; ++index) {
             const double dx = static_cast<double>(row.x + static_cast<std::int64_t>(index)) + 0.5 - center_.x;
-            // Clockwise from the top, so that text on the circle reads from left to right.
-            const double fromTop = std::remainder(std::atan2(dx, dy) + turn_, 2 * std::numbers::pi);
-            x[index] = middle + radius_ * fromTop;
-            y[index] = extent_.bottom + std::sqrt(dx * dx + dy * dy) - radius_;
+            const double turns = (start_ - std::atan2(dy, dx) - least) / kWhole;
+            const double angle = least + (turns - std::floor(turns)) * kWhole;
+            x[index] = extent_.left + 0.5 + radius_ * (angle + kBend * std::sin(8 * angle));
+            y[index] = extent_.bottom + 0.5 + std::sqrt(dx * dx + dy * dy) - radius_;
         }
     }
 
@@ -36,8 +42,27 @@ class CircularWarp : public Warp {
     Extent extent_;
     Point center_;
     double radius_;
-    double turn_;
+    double start_;
 };
+
+// The box of a ring sector: from one radius to a larger one, clockwise from a start over a length, in radians.
+Extent BoxOfSector(const Point& center, double inner, double outer, double start, double length) {
+    if (length >= kWhole) return {center.x - outer, center.y - outer, center.x + outer, center.y + outer};
+    Extent box = {HUGE_VAL, HUGE_VAL, -HUGE_VAL, -HUGE_VAL};
+    const auto add = [&](double radius, double cosine, double sine) {
+        box = {std::min(box.left, center.x + radius * cosine), std::min(box.bottom, center.y + radius * sine),
+               std::max(box.right, center.x + radius * cosine), std::max(box.top, center.y + radius * sine)};
+    };
+    for (const double angle : {start, start - length}) {
+        add(inner, std::cos(angle), std::sin(angle));
+        add(outer, std::cos(angle), std::sin(angle));
+    }
+    // The directions of the axes that lie in between.
+    constexpr double kQuarter = kWhole / 4;
+    for (double quarter = std::floor(start / kQuarter); quarter * kQuarter > start - length; --quarter)
+        add(outer, std::round(std::cos(quarter * kQuarter)), std::round(std::sin(quarter * kQuarter)));
+    return box;
+}
 
 }  // namespace
 
@@ -50,11 +75,12 @@ ImageRef CircleSplashDistortion(const Inputs& inputs) {
     return MakeFormulaWarp(std::move(input), Extent::Infinite(), SplashFormula{PointOf(inputs, "inputCenter"), radius});
 }
 
-// CICircularWrap: the image bent around the circle of inputRadius around inputCenter. The middle of the image is at
-// the top of the circle, rotated by inputAngle. The extent is that of the bent image. Returns null for an infinite
-// image.
+// CICircularWrap: the image bent around the circle of inputRadius around inputCenter, clockwise from the direction of
+// inputAngle. The extent is the box of what it covers. Returns null for an infinite image.
 //
-// The lower edge keeps its length; everything above becomes wider. An image longer than the circle loses its ends.
+// The lower edge keeps its length; everything above becomes wider. An image longer than the circle loses its end.
+// Measured at angle 0: where the image begins and which way it goes, the half pixels, the extent, and a slight bend of
+// the angle, eight times around the circle. That inputAngle turns counterclockwise is chosen.
 ImageRef CircularWrap(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr || input->GetExtent().IsEmpty()) return input;
@@ -63,11 +89,12 @@ ImageRef CircularWrap(const Inputs& inputs) {
     if (!RegionOfExtent(extent, &pixels)) return nullptr;
     const Point center = PointOf(inputs, "inputCenter");
     const double radius = std::max(0.0, inputs.GetNumber("inputRadius"));
-    const double reach = radius + extent.top - extent.bottom;
-    const Extent bent = {std::floor(center.x - reach), std::floor(center.y - reach), std::ceil(center.x + reach),
-                         std::ceil(center.y + reach)};
-    return MakeWarpedImage(
-        std::move(input), std::make_shared<CircularWarp>(extent, center, radius, inputs.GetNumber("inputAngle")), bent);
+    const double start = std::remainder(inputs.GetNumber("inputAngle"), kWhole);
+    const double outer = radius + static_cast<double>(pixels.height - 1);
+    const double length = radius > 0 ? static_cast<double>(pixels.width - 1) / radius : kWhole;
+    const Extent box = BoxOfSector(center, radius, outer, start, length);
+    const Extent bent = {std::floor(box.left), std::floor(box.bottom), std::ceil(box.right), std::ceil(box.top)};
+    return MakeWarpedImage(std::move(input), std::make_shared<CircularWarp>(extent, center, radius, start), bent);
 }
 
 }  // namespace core_image

@@ -82,10 +82,10 @@ HWY_INLINE void Move(const SplashFormula& f, const Guide&, V& x, V& y) {
     y = hn::IfThenElse(outside, hn::MulAdd(dy, share, cy), y);
 }
 
-// Light that leaves the glass upward was refracted where it entered from below the round surface. By Snell's law,
-// with r the distance from the axis in radii, sin a = r and sin b = r / refraction, at most 1. Below the height h =
-// sqrt(1 - r r) of the surface it has moved by h tan(a - b) towards the axis, but no further than to the mirrored
-// place, which is at the same distance.
+// Light that leaves the glass upward was refracted where it reached the round surface. By Snell's law, with r the
+// distance from the axis in radii, sin a = r and sin b = r / refraction, at most 1. On its way from the ground, which
+// lies kGround radii below the axis, to the height sqrt(1 - r r) of the surface it has moved by
+// (sqrt(1 - r r) + kGround) tan(a - b) across the axis: dense glass shows the picture reversed.
 HWY_INLINE void Move(const LozengeFormula& f, const Guide&, V& x, V& y) {
     const double squaredLength = f.way.x * f.way.x + f.way.y * f.way.y;
     const V fromX = hn::Sub(x, Number(f.start.x)), fromY = hn::Sub(y, Number(f.start.y));
@@ -99,8 +99,9 @@ HWY_INLINE void Move(const LozengeFormula& f, const Guide&, V& x, V& y) {
     const V sine = hn::Sub(hn::Mul(sinA, cosB), hn::Mul(cosA, sinB));
     const V cosine = hn::MulAdd(cosA, cosB, hn::Mul(sinA, sinB));
     // On the axis itself nothing moves, because dx and dy are 0.
-    const V share = hn::Div(hn::Mul(cosA, sine), hn::Max(hn::Mul(sinA, cosine), Number(1e-12)));
-    const V move = hn::Min(share, Number(2));
+    const V share = hn::Div(hn::Mul(hn::Add(cosA, Number(LozengeFormula::kGround)), sine),
+                            hn::Max(hn::Mul(sinA, cosine), Number(1e-12)));
+    const V move = hn::IfThenElseZero(hn::Lt(sinA, Number(1)), share);
     x = hn::NegMulAdd(dx, move, x);
     y = hn::NegMulAdd(dy, move, y);
 }
@@ -197,12 +198,20 @@ Extent SplashFormula::Source(const Extent& centers) const {
             std::min(towards.right, circle.right), std::min(towards.top, circle.top)};
 }
 
+double LozengeFormula::Distance(double x, double y) const {
+    const double dx = x - start.x, dy = y - start.y, square = way.x * way.x + way.y * way.y;
+    const double nearest = square > 0 ? std::clamp((dx * way.x + dy * way.y) / square, 0.0, 1.0) : 0;
+    const double acrossX = dx - nearest * way.x, acrossY = dy - nearest * way.y;
+    return std::sqrt(acrossX * acrossX + acrossY * acrossY);
+}
+
 bool LozengeFormula::Moves(const Extent& centers) const { return Meet(centers, BoxOf(*this)); }
-// Glass denser than its surroundings takes light from below itself, thinner glass from up to (1 / n - n) radii
-// further out.
+// With h at most 1, tan(a - b) is at most that of the rim, sqrt(n n - 1), in dense glass, and at least that of the
+// place of total reflection, -sqrt(1 / n n - 1), in thin glass.
 Extent LozengeFormula::Source(const Extent& centers) const {
     if (!Moves(centers)) return centers;
-    return Both(centers, BoxOf(*this).GrownBy(radius * std::max(0.0, 1 / refraction - refraction)));
+    const double tangent = std::sqrt(std::abs(refraction * refraction - 1)) / std::min(1.0, refraction);
+    return Both(centers, BoxOf(*this).GrownBy(radius * (1 + kGround) * tangent));
 }
 
 bool DisplacementFormula::Moves(const Extent&) const { return true; }

@@ -60,12 +60,17 @@ struct SplashFormula {
     bool Moves(const Extent& centers) const;
 };
 
-// A rod of glass, half of which protrudes from the image; see formulas.cpp.
+// A rod of glass, half a cylinder with round ends that lies some way above the image; see formulas.cpp.
 struct LozengeFormula {
+    static constexpr double kGround = 2;  // the depth of the image below the axis, in radii
+
     Point start;
     Point way;          // to the other end of the axis
     double radius;      // above 0
     double refraction;  // above 0
+
+    // The distance of a point from the axis, which ends at its two points.
+    double Distance(double x, double y) const;
 
     Extent Source(const Extent& centers) const;
     bool Moves(const Extent& centers) const;

@@ -9,7 +9,6 @@
 
 #include "halftone/dots.h"
 #include "halftone/filters.h"
-#include "halftone/halftone.h"
 #include "halftone/screen.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -48,7 +47,8 @@ HWY_ATTR void HalftoneRow(const DotRow* inks, const DotContrast& contrast, const
         Unpremultiply(c);
         const Wide one = Constant(1);
         const Wide cyan = hn::Sub(one, c.red), magenta = hn::Sub(one, c.green), yellow = hn::Sub(one, c.blue);
-        const Wide key = hn::Mul(hn::Min(hn::Min(cyan, magenta), yellow), Constant(black.replaced));
+        const Wide gray = hn::Min(hn::Min(cyan, magenta), yellow);
+        const Wide key = hn::Mul(hn::Mul(gray, gray), Constant(black.replaced));
         const Wide paper = hn::Sub(one, Covered(key, inks[3], index, contrast));
         const auto printed = [&](Wide ink, std::size_t screen) HWY_ATTR {
             const Wide rest = hn::Max(hn::NegMulAdd(key, Constant(black.removed), ink), Constant(0));
@@ -94,7 +94,7 @@ class LightDots : public Screen {
   public:
     explicit LightDots(const Inputs& inputs)
         : grid_{inputs.GetElement("inputCenter", 0), inputs.GetElement("inputCenter", 1),
-                inputs.GetNumber("inputAngle"), WidthOf(inputs), /*shift=*/0},
+                inputs.GetNumber("inputAngle"), WidthOf(inputs)},
           contrast_(ContrastOf(inputs.GetNumber("inputSharpness"))) {}
 
     std::unique_ptr<const ScreenRows> MakeRows(const Region& region) const override {
@@ -129,15 +129,16 @@ class InkRows : public ScreenRows {
 
 class InkDots : public Screen {
   public:
-    explicit InkDots(const InkPrint& print) : contrast_(ContrastOf(print.sharpness)) {
-        const double width = std::max(1.0, std::abs(print.width));
-        const auto share = [](double number) { return static_cast<float>(std::clamp(number, 0.0, 1.0)); };
-        black_ = {share(print.blackReplaced), share(print.blackRemoved)};
-        // The sine is least a quarter of a period before its zero: this puts a dot of ink on the center.
-        constexpr double kOnCenter = -0.25;
-        const double degrees[] = {15, 75, 0, 45};
+    explicit InkDots(const Inputs& inputs) : contrast_(ContrastOf(inputs.GetNumber("inputSharpness"))) {
+        const double width = std::max(1.0, std::abs(inputs.GetNumber("inputWidth")));
+        const double x = inputs.GetElement("inputCenter", 0), y = inputs.GetElement("inputCenter", 1);
+        const auto share = [&](const char* key) {
+            return static_cast<float>(std::clamp(inputs.GetNumber(key), 0.0, 1.0));
+        };
+        black_ = {share("inputGCR"), share("inputUCR")};
+        const double degrees[] = {75, 15, 0, 45};
         for (std::size_t ink = 0; ink < 4; ++ink) {
-            grids_[ink] = {print.centerX, print.centerY, print.angle + degrees[ink] * kDegree, width, kOnCenter};
+            grids_[ink] = {x, y, inputs.GetNumber("inputAngle") + degrees[ink] * kDegree, width};
         }
     }
 
@@ -153,26 +154,18 @@ class InkDots : public Screen {
 
 }  // namespace
 
-ImageRef MakeInkImage(ImageRef input, const InkPrint& print) {
-    return MakeScreenImage(std::move(input), std::make_unique<InkDots>(print));
-}
-
 // CIDotScreen: dots inputWidth apart in rows along inputAngle, aligned to inputCenter.
 ImageRef DotScreen(const Inputs& inputs) {
     return MakeScreenImage(inputs.GetImage("inputImage"), std::make_unique<LightDots>(inputs));
 }
 
-// CICMYKHalftone: a screen of dots for each of four inks on white paper. Black replaces a share inputGCR of the gray
-// that the other inks have in common; a share inputUCR of that black is removed from them.
+// CICMYKHalftone: a screen of dots for each of four inks on white paper. Of the gray m that the other inks have in
+// common, black prints inputGCR m m; a share inputUCR of that black is removed from them.
 //
-// The screens have the angles of process printing, 15, 75, 0 and 45 degrees from inputAngle, and the tone curve of
-// the dot screen, which grows from nothing to all of the paper, so that white paper stays white.
+// Measured at the default settings: the angles of 75, 15, 0 and 45 degrees from inputAngle, the square of the gray and
+// the tone curve of the dot screen. How the curve follows the sharpness is taken from there too.
 ImageRef CMYKHalftone(const Inputs& inputs) {
-    return MakeInkImage(
-        inputs.GetImage("inputImage"),
-        {inputs.GetElement("inputCenter", 0), inputs.GetElement("inputCenter", 1), inputs.GetNumber("inputAngle"),
-         inputs.GetNumber("inputWidth"), inputs.GetNumber("inputSharpness"), inputs.GetNumber("inputGCR"),
-         inputs.GetNumber("inputUCR")});
+    return MakeScreenImage(inputs.GetImage("inputImage"), std::make_unique<InkDots>(inputs));
 }
 
 }  // namespace core_image

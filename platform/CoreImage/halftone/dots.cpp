@@ -10,12 +10,11 @@ namespace core_image {
 namespace {
 
 // Appends pixels along one direction, in which the phases of the two waves grow by this many periods per pixel.
-void Fill(WaveParts& parts, std::int64_t first, std::int64_t count, double center, const std::array<double, 2>& steps,
-          double shift) {
+void Fill(WaveParts& parts, std::int64_t first, std::int64_t count, double center, const std::array<double, 2>& steps) {
     constexpr double kWhole = 6.283185307179586;
     for (std::size_t wave = 0; wave < 2; ++wave) {
         for (std::int64_t index = 0; index < count; ++index) {
-            const double periods = (static_cast<double>(first + index) + 0.5 - center) * steps[wave] + shift;
+            const double periods = (static_cast<double>(first + index) + 0.5 - center) * steps[wave];
             const double angle = kWhole * (periods - std::floor(periods));
             parts.sines[wave].push_back(static_cast<float>(std::sin(angle)));
             parts.cosines[wave].push_back(static_cast<float>(std::cos(angle)));
@@ -29,8 +28,8 @@ void Fill(WaveParts& parts, std::int64_t first, std::int64_t count, double cente
 
 Dots::Dots(const Region& region, const DotGrid& grid) : left_(region.x), bottom_(region.y) {
     const double along = std::cos(grid.angle) / grid.width, across = std::sin(grid.angle) / grid.width;
-    Fill(columns_, region.x, region.width, grid.centerX, {along, -across}, grid.shift);
-    Fill(rows_, region.y, region.height, grid.centerY, {across, along}, 0);
+    Fill(columns_, region.x, region.width, grid.centerX, {along, -across});
+    Fill(rows_, region.y, region.height, grid.centerY, {across, along});
 }
 
 DotRow Dots::Row(const Run& run) const {

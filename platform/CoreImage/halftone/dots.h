@@ -1,7 +1,7 @@
 // dots.h - the pattern of a screen of dots: two waves that cross at right angles.
 //
 // With (u, v) the position relative to the center, rotated back by the angle and in units of the width, the pattern
-// is sin 2 pi (u + shift) + sin 2 pi (v + shift), between -2 and 2. By the addition theorem every pixel is computed
+// is sin 2 pi u + sin 2 pi v, between -2 and 2. By the addition theorem every pixel is computed
 // from four tables for columns and four for rows.
 
 #pragma once
@@ -20,7 +20,6 @@ struct DotGrid {
     double centerX, centerY;
     double angle;
     double width;
-    double shift;  // the distance of dots from the center, in widths
 };
 
 // Sines and cosines along one direction, of both waves.
@@ -36,7 +35,7 @@ struct DotContrast {
 
 // The effect of black ink on the others.
 struct BlackInk {
-    float replaced;  // the share of their common gray that is printed in black
+    float replaced;  // the share of the square of their common gray that is printed in black
     float removed;   // the share of that black that is removed from each of them
 };
 

@@ -1,48 +1,70 @@
-// comic_effect.cpp - a comic: few colors, printed in dots, under lines of ink.
+// comic_effect.cpp - a comic: four flat tones on white paper, under lines of black ink.
 //
-// The smoothed picture is reduced to six levels per color, spaced evenly to the eye. Half of the light comes from
-// these flat colors, half from their four-ink halftone. The lines are the woodcut of the smoothed picture: the dark
-// side of every edge.
+// Tones and lines are found in encoded numbers. The brightest color of a pixel decides between black, red and tan; what
+// is blue enough stays white, whatever its brightness. The plates are printed one over the other: tan, red, black. A
+// line is where brightness is steep: the length of half the differences of the neighbors to the right and left, and
+// above and below. Transparent surroundings make the outermost pixels a black frame.
 
+#include <memory>
 #include <utility>
+#include <vector>
 
-#include "blur/blur.h"
-#include "color/cube_kernels.h"
-#include "color/formulas.h"
-#include "core/point.h"
-#include "halftone/halftone.h"
-#include "sampling/repeat.h"
+#include "core/color_matching.h"
 #include "stylize/filters.h"
-#include "stylize/stylize.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "stylize/comic_effect.cpp"
 #include <hwy/foreach_target.h>
 
-#include "core/pixels-inl.h"
+#include "core/power-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
 
-// Takes the colors of the blurred pixels and keeps alpha.
-HWY_ATTR void SmoothRow(float* pixels, const float* const* others, std::size_t count) {
-    ForEachPlace<1>(pixels, others, count, [](Colors& c, const auto& given) HWY_ATTR {
+// Replaces pixels by their colors, encoded and not premultiplied, and writes their premultiplied brightness, which has
+// room for one block more than count.
+HWY_ATTR void EncodedRow(float* pixels, bool isLinear, float* brightness, std::size_t count) {
+    ForEachIndexedPlace<0>(pixels, nullptr, count, [&](Colors& c, const auto&, std::size_t index) HWY_ATTR {
         Clip(c);
-        Colors blurred = given[0];
-        Clip(blurred);
-        Unpremultiply(blurred);
-        c = {blurred.red, blurred.green, blurred.blue, c.alpha};
-        Premultiply(c);
+        Unpremultiply(c);
+        if (isLinear) c = {Encoded(c.red), Encoded(c.green), Encoded(c.blue), c.alpha};
+        hn::StoreU(hn::Mul(Luminance(c), c.alpha), WideTag(), brightness + index);
     });
 }
 
-// The mean of the pixels and their halftone, darkened by the lines.
-HWY_ATTR void ComicRow(float* pixels, const float* const* others, std::size_t count) {
-    ForEachPlace<2>(pixels, others, count, [](Colors& c, const auto& given) HWY_ATTR {
-        const Colors &dots = given[0], &lines = given[1];
-        const Wide tone = hn::Mul(DivideOrZero(lines.red, lines.alpha), Constant(0.5f));
-        const auto printed = [&](Wide flat, Wide dotted) HWY_ATTR { return hn::Mul(hn::Add(flat, dotted), tone); };
-        c = {printed(c.red, dots.red), printed(c.green, dots.green), printed(c.blue, dots.blue), c.alpha};
+// A smooth step from 0 at one value to 1 at another.
+HWY_INLINE Wide Step(Wide value, float from, float to) {
+    const Wide t = Clamp01(hn::Mul(hn::Sub(value, Constant(from)), Constant(1 / (to - from))));
+    return hn::Mul(hn::Mul(t, t), hn::NegMulAdd(Constant(2), t, Constant(3)));
+}
+
+// Covers colors with a share of an ink, given in bytes.
+HWY_INLINE void Print(Colors& c, float red, float green, float blue, Wide share) {
+    const auto over = [&](Wide paper, float ink)
+                          HWY_ATTR { return hn::MulAdd(hn::Sub(Constant(ink / 255), paper), share, paper); };
+    c = {over(c.red, red), over(c.green, green), over(c.blue, blue), c.alpha};
+}
+
+// Makes a comic of colors that are encoded. The rows of brightness begin one pixel to the left.
+HWY_ATTR void ComicRow(float* pixels, const float* above, const float* row, const float* below, bool isLinear,
+                       std::size_t count) {
+    ForEachIndexedPlace<0>(pixels, nullptr, count, [&](Colors& c, const auto&, std::size_t index) HWY_ATTR {
+        const WideTag d;
+        const Wide one = Constant(1), brightest = hn::Max(hn::Max(c.red, c.green), c.blue);
+        const Wide colored = hn::Sub(one, Step(c.blue, 0.51f, 0.63f));
+        const Wide tan = hn::Mul(colored, Step(brightest, 0.55f, 0.71f));
+        const Wide red = hn::Mul(colored, hn::Sub(one, Step(brightest, 0.54f, 0.68f)));
+        const Wide lightness = Step(brightest, 0.325f, 0.465f);
+        const Wide dx = hn::Sub(hn::LoadU(d, row + index + 2), hn::LoadU(d, row + index));
+        const Wide dy = hn::Sub(hn::LoadU(d, above + index + 1), hn::LoadU(d, below + index + 1));
+        const Wide steepness = hn::Mul(hn::Sqrt(hn::MulAdd(dx, dx, hn::Mul(dy, dy))), Constant(0.5f));
+        const Wide ink = hn::NegMulAdd(lightness, hn::Sub(one, Step(steepness, 0, 0.2f)), one);
+        c = {one, one, one, c.alpha};
+        Print(c, 231, 158, 72, tan);
+        Print(c, 235, 58, 42, red);
+        Print(c, 33, 20, 19, ink);
+        if (isLinear) c = {Decoded(c.red), Decoded(c.green), Decoded(c.blue), c.alpha};
+        Premultiply(c);
     });
 }
 
@@ -53,61 +75,63 @@ HWY_AFTER_NAMESPACE();
 namespace core_image {
 namespace {
 
-HWY_EXPORT(SmoothRow);
+HWY_EXPORT(EncodedRow);
 HWY_EXPORT(ComicRow);
 
-constexpr double kSmoothing = 2;
-constexpr float kSteps = 5;  // between six levels
-constexpr double kLineRadius = 2.5;
-constexpr double kDotWidth = 7;
-constexpr double kDotSharpness = 0.7;
-
-// Posterizes encoded colors, whose levels are even to the eye.
-class FewColors : public PointFunction {
+class ComicStage : public Stage {
   public:
-    void ApplyToRun(float* pixels, std::size_t count) const override {
-        EncodeClipped(pixels, count);
-        Apply(PosterizeFormula{kSteps}, pixels, count);
-        DecodeClipped(pixels, count);
+    ComicStage(Prepared input, bool isLinear) : input_(std::move(input)), isLinear_(isLinear) {}
+
+    void Render(const Tile& tile) const override {
+        const PixelBlock colors(tile.region.GrownBy(1));
+        const Region& around = colors.GetRegion();
+        input_.Render(colors.GetTile());
+        const std::size_t stride = static_cast<std::size_t>(around.width) + kBlockPixels;
+        std::vector<float> brightness(stride * static_cast<std::size_t>(around.height));
+        const auto row = [&](std::int64_t y) { return &brightness[stride * static_cast<std::size_t>(y - around.y)]; };
+        const RunMemory memory(1);
+        ForEachRun(around, [&](const Run& run) {
+            float* pixels = colors.GetTile().Part(run.GetRegion()).pixels;
+            ToBlocks(pixels, run.count, memory.Run(0));
+            HWY_DYNAMIC_DISPATCH(EncodedRow)(memory.Run(0), isLinear_, row(run.y) + (run.x - around.x), run.count);
+            FromBlocks(memory.Run(0), run.count, pixels);
+        });
+        ForEachRun(tile.region, [&](const Run& run) {
+            ToBlocks(colors.GetTile().Part(run.GetRegion()).pixels, run.count, memory.Run(0));
+            const std::int64_t left = run.x - tile.region.x;
+            HWY_DYNAMIC_DISPATCH(ComicRow)
+            (memory.Run(0), row(run.y + 1) + left, row(run.y) + left, row(run.y - 1) + left, isLinear_, run.count);
+            FromBlocks(memory.Run(0), run.count, tile.Part(run.GetRegion()).pixels);
+        });
     }
+
+  private:
+    Prepared input_;
+    bool isLinear_;  // whether the pixels are linear light, not encoded
 };
 
-class SmoothColors : public CombiningFunction {
+class ComicImage : public Image {
   public:
-    void ApplyToRun(float* pixels, const float* const* others, std::size_t count) const override {
-        HWY_DYNAMIC_DISPATCH(SmoothRow)(pixels, others, count);
-    }
-};
+    explicit ComicImage(ImageRef input) : Image(input->GetExtent(), input->GetDepth()), input_(std::move(input)) {}
 
-class Comic : public CombiningFunction {
-  public:
-    void ApplyToRun(float* pixels, const float* const* others, std::size_t count) const override {
-        HWY_DYNAMIC_DISPATCH(ComicRow)(pixels, others, count);
+    std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
+        return std::make_unique<ComicStage>(Prepare(input_, region.GrownBy(1)), IsMatching());
     }
+
+  private:
+    ImageRef input_;
 };
 
 }  // namespace
 
-// CIComicEffect: few colors, half of them in dots, and black lines. Alpha is unchanged.
+// CIComicEffect: black, red, tan and white, and black lines. Alpha is unchanged.
 //
-// Black replaces all of the gray of the other inks: the picture stays bright and its dots colorful. Edges are found
-// as in the woodcut, whose lines are black on one side only and leave even areas alone.
+// Measured in one picture of warm colors under a pale sky: the tones, where they begin, and the lines. The specks of
+// the paper are not drawn, because their texture is unknown; other hues may have tones that the picture does not show.
 ImageRef ComicEffect(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr || input->GetExtent().IsEmpty()) return input;
-    const Extent extent = input->GetExtent();
-    ImageRef blurred = MakeGaussianBlurImage(MakeClampedImage(input), kSmoothing);
-    const ImageRef smooth =
-        MakeCombinedImage({std::move(input), std::move(blurred)}, std::make_unique<SmoothColors>(), extent);
-    ImageRef flat = MakePointImage(smooth, std::make_unique<FewColors>());
-    InkPrint print;
-    print.width = kDotWidth;
-    print.sharpness = kDotSharpness;
-    print.blackReplaced = 1;
-    print.blackRemoved = 1;
-    ImageRef dots = MakeInkImage(flat, print);
-    ImageRef lines = MakeWoodcutImage(smooth, 0, kLineRadius);
-    return MakeCombinedImage({std::move(flat), std::move(dots), std::move(lines)}, std::make_unique<Comic>(), extent);
+    return std::make_shared<ComicImage>(std::move(input));
 }
 
 }  // namespace core_image

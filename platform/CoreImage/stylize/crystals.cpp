@@ -1,4 +1,4 @@
-// crystals.cpp - compares one seed at a time with a whole vector of places.
+// crystals.cpp - compares one node at a time with a whole vector of places.
 
 #include "stylize/crystals.h"
 
@@ -11,22 +11,46 @@
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
 
-HWY_ATTR void FindNearest(const NearSeeds& seeds, const float* x, float y, std::size_t count, std::int32_t* nearest) {
+HWY_ATTR void FindNearest(const SeedTable& seeds, const GridPlaces& places, std::size_t count,
+                          const NearestSeeds& nearest) {
     const WideTag d;
     const hn::RebindToSigned<WideTag> integers;
+    const auto stride = static_cast<std::int32_t>(seeds.Nodes().width);
     for (std::size_t index = 0; index < count; index += hn::Lanes(d)) {
-        const Wide place = hn::LoadU(d, x + index);
-        Wide least = Constant(1e30f);
-        auto number = hn::Zero(integers);
-        for (std::size_t seed = 0; seed < kNearCells; ++seed) {
-            const Wide dx = hn::Sub(place, Constant(seeds.x[seed])), dy = Constant(y - seeds.y[seed]);
-            const Wide distance = hn::MulAdd(dx, dx, hn::Mul(dy, dy));
-            const auto isNearer = hn::Lt(distance, least);
-            least = hn::Min(distance, least);
-            number = hn::IfThenElse(hn::RebindMask(integers, isNearer),
-                                    hn::Set(integers, static_cast<std::int32_t>(seed)), number);
+        const Wide left = hn::LoadU(d, places.x + index);
+        const auto node = hn::LoadU(integers, places.nodes + index);
+        // For each of the two nearest: the squared distance, the place relative to the pixel, and the index.
+        Wide least1 = Constant(1e30f), x1 = Constant(0), y1 = x1, least2 = least1, x2 = x1, y2 = x1;
+        auto first = node, second = node;
+        for (std::int64_t row = -kNodesBefore; row <= kNodesAfter; ++row) {
+            for (std::int64_t column = -kNodesBefore; column <= kNodesAfter; ++column) {
+                const auto step = static_cast<std::int32_t>(row) * stride + static_cast<std::int32_t>(column);
+                const auto number = hn::Add(node, hn::Set(integers, step));
+                const Wide x =
+                    hn::Sub(hn::Add(hn::GatherIndex(d, seeds.X(), number), Constant(static_cast<float>(column))), left);
+                const Wide y =
+                    hn::Add(hn::GatherIndex(d, seeds.Y(), number), Constant(static_cast<float>(row) - places.y));
+                const Wide distance = hn::MulAdd(x, x, hn::Mul(y, y));
+                const auto isFirst = hn::Lt(distance, least1), isSecond = hn::Lt(distance, least2);
+                const auto pick = [&](auto mask, auto yes, auto no) HWY_ATTR {
+                    return hn::IfThenElse(hn::RebindMask(hn::DFromV<decltype(yes)>(), mask), yes, no);
+                };
+                least2 = hn::Max(least1, hn::Min(distance, least2));
+                x2 = pick(isFirst, x1, pick(isSecond, x, x2));
+                y2 = pick(isFirst, y1, pick(isSecond, y, y2));
+                second = pick(isFirst, first, pick(isSecond, number, second));
+                least1 = hn::Min(distance, least1);
+                x1 = pick(isFirst, x, x1);
+                y1 = pick(isFirst, y, y1);
+                first = pick(isFirst, number, first);
+            }
         }
-        hn::StoreU(number, integers, nearest + index);
+        const Wide dx = hn::Sub(x2, x1), dy = hn::Sub(y2, y1);
+        const Wide between = hn::Sqrt(hn::MulAdd(dx, dx, hn::Mul(dy, dy)));
+        hn::StoreU(first, integers, nearest.first + index);
+        hn::StoreU(second, integers, nearest.second + index);
+        hn::StoreU(hn::Div(hn::Sub(least2, least1), hn::Max(hn::Add(between, between), Constant(1e-6f))), d,
+                   nearest.distance + index);
     }
 }
 
@@ -38,8 +62,8 @@ namespace core_image {
 
 HWY_EXPORT(FindNearest);
 
-void FindNearest(const NearSeeds& seeds, const float* x, float y, std::size_t count, std::int32_t* nearest) {
-    HWY_DYNAMIC_DISPATCH(FindNearest)(seeds, x, y, count, nearest);
+void FindNearest(const SeedTable& seeds, const GridPlaces& places, std::size_t count, const NearestSeeds& nearest) {
+    HWY_DYNAMIC_DISPATCH(FindNearest)(seeds, places, count, nearest);
 }
 
 Seed SeedOf(std::int64_t column, std::int64_t row) {
@@ -48,8 +72,20 @@ Seed SeedOf(std::int64_t column, std::int64_t row) {
                          static_cast<std::uint64_t>(row) * 0xc2b2ae3d27d4eb4fu;
     for (int round = 0; round < 2; ++round) bits = (bits ^ (bits >> 29)) * 0xbf58476d1ce4e5b9u;
     bits ^= bits >> 32;
-    const auto within = [](std::uint64_t value) { return 0.1f + 0.8f * static_cast<float>(value & 0xffff) / 0xffff; };
+    const auto within = [](std::uint64_t value) {
+        return static_cast<float>(static_cast<std::int64_t>(value & 0xffff) - 0x8000) / (3 * 0x8000);
+    };
     return {within(bits), within(bits >> 16)};
+}
+
+SeedTable::SeedTable(const Region& nodes) : nodes_(nodes) {
+    for (std::int64_t row = nodes.y; row < nodes.Top(); ++row) {
+        for (std::int64_t column = nodes.x; column < nodes.Right(); ++column) {
+            const Seed seed = SeedOf(column, row);
+            x_.push_back(seed.x);
+            y_.push_back(seed.y);
+        }
+    }
 }
 
 }  // namespace core_image

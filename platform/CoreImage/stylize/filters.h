@@ -1,7 +1,6 @@
 // filters.h - filters that redraw a picture: glows, outlines, mosaics, comics, miniatures.
 //
-// This family builds on images of blur (glows, woodcuts, miniatures), color (the few colors of a comic) and halftone
-// (the dots of a comic).
+// This family builds on images of blur: glows, woodcuts and miniatures.
 // Adding one: a function in this folder, named like the filter without "CI", and a line in the list.
 
 #pragma once

@@ -4,13 +4,12 @@
 
 namespace core_image {
 
-// A segment between two points, and how focus falls off with the distance from it.
+// A line through two points, and how focus falls off with the distance from it.
 struct FocusLine {
     double startX, startY;
-    double alongX, alongY;  // from start to end
-    double perSquare;       // 1 / the squared length of the segment; 0 for a point
-    double near;            // everything up to this distance is in focus
-    double perStep;         // 1 / the width of the transition to fully out of focus; 0 for none
+    double alongX, alongY;  // from the first point to the second
+    double perSquare;       // 1 / the squared distance of the two points; 0 for a single point
+    double perStep;         // 1 / the distance in which focus is lost to one blur; 0 if it is not
 };
 
 }  // namespace core_image

@@ -13,8 +13,4 @@ enum class Glow { kLight, kDarkness };
 // smaller (darkness). Its extent is that of the blurred copy.
 ImageRef MakeGlowImage(ImageRef input, ImageRef blurred, Glow glow, double intensity);
 
-// An image as a woodcut: black where the image blurred by grain is darker than the image blurred by radius, white
-// elsewhere. Alpha is unchanged.
-ImageRef MakeWoodcutImage(ImageRef input, double grain, double radius);
-
 }  // namespace core_image

@@ -53,9 +53,10 @@ HWY_INLINE InCell Rotate(InCell p) {
 }
 
 HWY_INLINE InCell Glide(InCell p) {
-    const PlaceVector row = Modulo(p.t, 2);
-    const auto isOdd = hn::Ge(row, Number(1 - kOnSeam));
-    return {Modulo(hn::IfThenElse(isOdd, hn::Neg(p.s), p.s), 1), hn::IfThenElse(isOdd, hn::Sub(row, Number(1)), row)};
+    const PlaceVector column = Modulo(p.s, 2);
+    const auto isOdd = hn::Ge(column, Number(1 - kOnSeam));
+    return {hn::Min(column, hn::Sub(Number(2), column)),
+            Modulo(hn::IfThenElse(isOdd, hn::Add(p.t, Number(0.5)), p.t), 1)};
 }
 
 // Runs a fold over a row of pixels: from the plane to the cell's edges and back.

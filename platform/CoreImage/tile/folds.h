@@ -17,7 +17,7 @@ namespace core_image {
     FOLD(Reflect)      /* both up and down again, with a period of 2 */                                   \
     FOLD(ReflectEight) /* both up to 0.5 and down again, with a period of 1; the larger of them first */  \
     FOLD(Rotate)       /* 2 x 2 cells, those around their common corner a quarter turn from each other */ \
-    FOLD(Glide)        /* s modulo 1, -s modulo 1 in odd rows; t modulo 1 */
+    FOLD(Glide)        /* s modulo 1, mirrored in odd columns; t modulo 1, half a cell higher there */
 
 // The corner and the edges of the cell.
 struct Cell {

@@ -29,8 +29,8 @@ struct Turn {
     }
 };
 
-// The cell of a filter. Its second edge is rotated from the first.
-Cell CellOf(const Inputs& inputs, Turn second) {
+// The cell of a filter. Its second edge is rotated from the first, and that many times as long.
+Cell CellOf(const Inputs& inputs, Turn second, double height) {
     const double given = inputs.GetNumber("inputWidth");
     // Why 1 for none: one pixel of the image is the least that can be shown.
     const double width = given > 0 ? std::max(given, kNarrowest) : 1;
@@ -40,8 +40,8 @@ Cell CellOf(const Inputs& inputs, Turn second) {
             inputs.GetElement("inputCenter", 1),
             width * first.cos,
             width * first.sin,
-            width * (second.cos * first.cos - second.sin * first.sin),
-            width * (second.cos * first.sin + second.sin * first.cos)};
+            height * width * (second.cos * first.cos - second.sin * first.sin),
+            height * width * (second.cos * first.sin + second.sin * first.cos)};
 }
 
 class TileWarp : public Warp {
@@ -71,10 +71,10 @@ class TileWarp : public Warp {
 
 constexpr double kRightAngle = 1.5707963267948966;
 
-ImageRef MakeTile(const Inputs& inputs, Fold fold, double between = kRightAngle) {
+ImageRef MakeTile(const Inputs& inputs, Fold fold, double between = kRightAngle, double height = 1) {
     ImageRef input = inputs.GetImage("inputImage");
     if (input == nullptr) return nullptr;
-    return MakeWarpedImage(std::move(input), std::make_shared<TileWarp>(CellOf(inputs, Turn(between)), fold),
+    return MakeWarpedImage(std::move(input), std::make_shared<TileWarp>(CellOf(inputs, Turn(between), height), fold),
                            Extent::Infinite());
 }
 
@@ -96,10 +96,10 @@ ImageRef FourfoldTranslatedTile(const Inputs& inputs) {
     return MakeTile(inputs, TranslateFold, inputs.GetNumber("inputAcuteAngle"));
 }
 
-// CIGlideReflectedTile: rows of the cell side by side with itself, every other row reflected left to right.
+// CIGlideReflectedTile: columns of a cell twice as tall as wide, every other column reflected left to right and moved
+// along by half the cell.
 //
-// Of the possible meanings of glide reflection this one was chosen: going up by one cell reflects left to right
-// about the cell's corner.
-ImageRef GlideReflectedTile(const Inputs& inputs) { return MakeTile(inputs, GlideFold); }
+// Measured byte for byte at angle 0. That the columns turn with inputAngle is chosen.
+ImageRef GlideReflectedTile(const Inputs& inputs) { return MakeTile(inputs, GlideFold, kRightAngle, /*height=*/2); }
 
 }  // namespace core_image

@@ -28,6 +28,9 @@ struct Kind {
     const char* filter;
     std::function<std::vector<Value>(Random&, const Source& second)> values;
     std::function<Point(const std::vector<Value>&, Point, const Source& image, const Source& second)> place;
+    // For an image that is extended by its outermost pixels, and blended with itself undistorted: the share of the
+    // distorted one.
+    double (*share)(const std::vector<Value>&, Point) = nullptr;
 };
 void PrintTo(const Kind& kind, std::ostream* out) { *out << kind.filter; }
 
@@ -62,22 +65,35 @@ Point Splash(const std::vector<Value>& v, Point p, const Source&, const Source&)
 
 Point Wrap(const std::vector<Value>& v, Point p, const Source& image, const Source&) {
     const double dx = p.x - v[0].elements[0], dy = p.y - v[0].elements[1], radius = v[1].elements[0];
-    double angle = M_PI / 2 + v[2].elements[0] - std::atan2(dy, dx);
-    while (angle > M_PI) angle -= 2 * M_PI;
-    while (angle <= -M_PI) angle += 2 * M_PI;
-    return {static_cast<double>(image.region.x + image.region.Right()) / 2 + radius * angle,
-            static_cast<double>(image.region.y) + std::hypot(dx, dy) - radius};
+    double angle = v[2].elements[0] - std::atan2(dy, dx);
+    const double least = -std::min(0.5 / radius, M_PI);
+    while (angle >= least + 2 * M_PI) angle -= 2 * M_PI;
+    while (angle < least) angle += 2 * M_PI;
+    angle += 0.0102 * std::sin(8 * angle);
+    return {static_cast<double>(image.region.x) + 0.5 + radius * angle,
+            static_cast<double>(image.region.y) + 0.5 + std::hypot(dx, dy) - radius};
+}
+
+// The vector to a point from the nearest point of the axis of a lozenge.
+Point FromAxis(const std::vector<Value>& v, Point p) {
+    const double ax = v[0].elements[0], ay = v[0].elements[1], wx = v[1].elements[0] - ax, wy = v[1].elements[1] - ay;
+    const double along = std::clamp(((p.x - ax) * wx + (p.y - ay) * wy) / (wx * wx + wy * wy), 0.0, 1.0);
+    return {p.x - ax - along * wx, p.y - ay - along * wy};
 }
 
 Point Lozenge(const std::vector<Value>& v, Point p, const Source&, const Source&) {
-    const double ax = v[0].elements[0], ay = v[0].elements[1], wx = v[1].elements[0] - ax, wy = v[1].elements[1] - ay;
-    const double along = std::clamp(((p.x - ax) * wx + (p.y - ay) * wy) / (wx * wx + wy * wy), 0.0, 1.0);
-    const double dx = p.x - ax - along * wx, dy = p.y - ay - along * wy;
+    const auto [dx, dy] = FromAxis(v, p);
     const double radius = v[2].elements[0], distance = std::hypot(dx, dy), r = distance / radius;
     if (r >= 1) return p;
     const double a = std::asin(r), b = std::asin(std::min(1.0, r / v[3].elements[0]));
-    const double move = std::min(radius * std::sqrt(1 - r * r) * std::tan(a - b), 2 * distance);
+    const double move = radius * (std::sqrt(1 - r * r) + 2) * std::tan(a - b);
     return {p.x - dx / distance * move, p.y - dy / distance * move};
+}
+
+// Returns the share of the glass in the colors at a point; the rim of a lozenge is 1.25 pixels wide.
+double ShareOfLozenge(const std::vector<Value>& v, Point p) {
+    const auto [dx, dy] = FromAxis(v, p);
+    return std::clamp((v[2].elements[0] - std::hypot(dx, dy)) / 1.25, 0.0, 1.0);
 }
 
 double Light(const Source& source, std::int64_t x, std::int64_t y) {
@@ -141,7 +157,7 @@ const Kind kKinds[] = {
                                    {"inputRadius", {r.Between(1, 60)}},
                                    {"inputRefraction", {r.Between(0.2, 3)}}};
      },
-     Lozenge},
+     Lozenge, ShareOfLozenge},
     {"CIDisplacementDistortion",
      [](Random& r, const Source& second) {
          return std::vector<Value>{{"inputDisplacementImage", {}, second.image}, {"inputScale", {r.Between(-60, 60)}}};
@@ -168,12 +184,16 @@ TEST_P(DistortionTest, InterpolatesAtThePositionOfTheFormula) {
         const std::vector<Value> values = GetParam().values(random, second);
         const ImageRef image = Output(GetParam().filter, source.image, values);
         const Extent extent = image->GetExtent();
-        const At at = [&](std::int64_t x, std::int64_t y, std::size_t channel) { return source.At(x, y, channel); };
+        const auto share = GetParam().share;
+        const At at = [&](std::int64_t x, std::int64_t y, std::size_t channel) {
+            return share != nullptr ? AtNearest(source, x, y, channel) : source.At(x, y, channel);
+        };
         ExpectPixels(image, kAround, [&](std::int64_t x, std::int64_t y, std::size_t channel) {
             const Point p = {static_cast<double>(x) + 0.5, static_cast<double>(y) + 0.5};
             if (p.x < extent.left || p.x > extent.right || p.y < extent.bottom || p.y > extent.top) return 0.0;
             const Point place = GetParam().place(values, p, source, second);
-            return Bilinear(at, place.x, place.y, channel);
+            const double distorted = Bilinear(at, place.x, place.y, channel);
+            return share == nullptr ? distorted : std::lerp(source.At(x, y, channel), distorted, share(values, p));
         });
     }
 }
@@ -243,30 +263,45 @@ TEST(DistortionNumbersTest, SplashKeepsTheDiscAndExtendsItsRim) {
     ExpectFrom(image, -100000, 30, 30, 30);
 }
 
-TEST(DistortionNumbersTest, WrapPutsTheMiddleColumnOnTopOfTheCircle) {
+TEST(DistortionNumbersTest, WrapBeginsOnTheRightAndRunsClockwise) {
     const std::vector<Value> values = {{"inputCenter", {0.5, 0.5}}, {"inputRadius", {20}}};
     const ImageRef image = Output("CICircularWrap", Numbered({0, 0, 101, 61}).image, values);
-    EXPECT_EQ(image->GetExtent(), (Extent{-81, -81, 82, 82}));
-    // The center of the first row is half a pixel above the circle.
-    ExpectFrom(image, 0, 25, 50, 4.5);
-    ExpectFrom(image, 25, 0, 50 + 10 * M_PI, 4.5);
-    ExpectFrom(image, -25, 0, 50 - 10 * M_PI, 4.5);
+    // The center of the first row is on the circle.
+    ExpectFrom(image, 25, 0, 0, 5);
+    ExpectFrom(image, 0, -25, 10 * M_PI, 5);
+    ExpectFrom(image, -25, 0, 20 * M_PI, 5);
+    ExpectFrom(image, 0, 80, 30 * M_PI, 60);
     EXPECT_EQ(Pixels(image, {0, 0, 1, 1}), std::vector<float>(4, 0.0f));
     std::vector<Value> quarter = values;
     quarter.push_back({"inputAngle", {M_PI / 2}});
-    ExpectFrom(Output("CICircularWrap", Numbered({0, 0, 101, 61}).image, quarter), -25, 0, 50, 4.5);
+    ExpectFrom(Output("CICircularWrap", Numbered({0, 0, 101, 61}).image, quarter), 0, 25, 0, 5);
 }
 
-TEST(DistortionNumbersTest, LozengeRefractsTowardItsAxis) {
+TEST(DistortionNumbersTest, WrapExtendsOverTheSectorThatItsImageFills) {
+    const auto extent = [](std::int64_t width, double angle) {
+        return Output("CICircularWrap", Numbered({7, 8, width, 61}).image,
+                      {{"inputCenter", {0.5, 0.5}}, {"inputRadius", {20}}, {"inputAngle", {angle}}})
+            ->GetExtent();
+    };
+    // Five radians: all four directions of the axes.
+    EXPECT_EQ(extent(101, 0), (Extent{-80, -80, 81, 81}));
+    // One radian: 20 cos 1 = 10.81 to the left, 80 sin 1 = 67.32 below.
+    EXPECT_EQ(extent(21, 0), (Extent{11, -67, 81, 1}));
+    EXPECT_EQ(extent(21, 1), (Extent{11, 0, 81, 68}));
+    // Longer than the circle.
+    EXPECT_EQ(extent(999, 2), (Extent{-80, -80, 81, 81}));
+}
+
+TEST(DistortionNumbersTest, LozengeRefractsAcrossItsAxis) {
     const ImageRef image = Output("CIGlassLozenge", Numbered({0, 0, 101, 61}).image,
                                   {{"inputPoint0", {20.5, 30.5}},
                                    {"inputPoint1", {80.5, 30.5}},
                                    {"inputRadius", {20}},
                                    {"inputRefraction", {1.5}}});
-    // At half a radius from the axis, 30 degrees become 19.4712 degrees, and 20 cos(30) tan(10.5288) = 3.21917.
-    ExpectFrom(image, 50, 40, 50, 40 - 3.21917);
-    ExpectFrom(image, 50, 20, 50, 20 + 3.21917);
-    ExpectFrom(image, 90, 30, 90 - 3.21917, 30);
+    // At half a radius from the axis, 30 degrees become 19.4712 degrees, and 20 (cos(30) + 2) tan(10.5288) = 10.6535.
+    ExpectFrom(image, 50, 40, 50, 40 - 10.6535);
+    ExpectFrom(image, 50, 20, 50, 20 + 10.6535);
+    ExpectFrom(image, 90, 30, 90 - 10.6535, 30);
     ExpectFrom(image, 50, 30, 50, 30);
     ExpectFrom(image, 50, 51, 50, 51);
 }

@@ -44,7 +44,7 @@ Complex Place(const Layout& layout, Complex p) {
     const double ratio = std::max(ratioX, ratioY);
     const Complex turned = (p - meeting) * std::polar(1.0, -layout.rotation) / layout.zoom;
     const Complex unrolled = {std::log(std::hypot(turned.real(), turned.imag())), std::arg(turned)};
-    Complex way = std::exp(Complex(layout.periodicity, -layout.strands * std::log(ratio) / (2 * M_PI)) * unrolled);
+    Complex way = std::exp(Complex(layout.strands, -layout.periodicity * std::log(ratio) / (2 * M_PI)) * unrolled);
     const auto isInside = [&](Complex w) {
         const Complex q = meeting + w;
         return q.real() > left && q.real() < right && q.imag() > bottom && q.imag() < top;
@@ -101,10 +101,10 @@ TEST(DrosteTest, MatchesTheConformalMap) {
     }
 }
 
-TEST(DrosteTest, WithoutStrandsThePictureStaysAndItsInsetIsACopy) {
+TEST(DrosteTest, WithoutPeriodicityThePictureStaysAndItsInsetIsACopy) {
     Random random;
     // The inset is a third of the picture, off its center.
-    const Layout layout = {{0, 0, 99, 66}, {30, 33, 63, 55}, 1, 0, 0, 1};
+    const Layout layout = {{0, 0, 99, 66}, {30, 33, 63, 55}, 0, 1, 0, 1};
     const Source picture = Picture(random, layout.picture);
     const ImageRef image = Output("CIDroste", picture.image, layout.Values());
     ExpectPixels(image, {0, 0, 99, 33},
@@ -115,7 +115,7 @@ TEST(DrosteTest, WithoutStrandsThePictureStaysAndItsInsetIsACopy) {
                  [&](std::int64_t, std::int64_t, std::size_t c) { return picture.At(94, 61, c); });
 }
 
-TEST(DrosteTest, IntegerPeriodicityLeavesNoSeamButOthersDo) {
+TEST(DrosteTest, WholeStrandsLeaveNoSeamButOthersDo) {
     // Neighboring pixels of the picture differ little, so a large step across the negative x axis is a seam.
     const Region region = {0, 0, 90, 90};
     std::vector<float> pixels;
@@ -125,8 +125,8 @@ TEST(DrosteTest, IntegerPeriodicityLeavesNoSeamButOthersDo) {
         pixels.insert(pixels.end(), {wave, wave, wave, 1});
     }
     const Source picture = SourceOf(region, pixels);
-    const auto largestStep = [&](double periodicity) {
-        const Layout layout = {region, {30, 30, 60, 60}, periodicity, 0, 0, 1};
+    const auto largestStep = [&](double strands) {
+        const Layout layout = {region, {30, 30, 60, 60}, 0, strands, 0, 1};
         const std::vector<float> both = Pixels(Output("CIDroste", picture.image, layout.Values()), {3, 44, 8, 2});
         float largest = 0;
         for (std::size_t x = 0; x < 8; ++x) largest = std::max(largest, std::abs(both[4 * x] - both[4 * (x + 8)]));

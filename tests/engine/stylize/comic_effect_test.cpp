@@ -1,43 +1,84 @@
-// comic_effect_test.cpp - checks properties of the comic effect that hold for any picture.
+// comic_effect_test.cpp - checks the tones and lines of the comic effect.
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <array>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <vector>
 
-#include "generator/generator.h"
+#include "core/transfer.h"
 #include "support/oracle.h"
 
 namespace {
 
 using namespace oracle;
+using Color = std::array<float, 3>;  // encoded
 
-// Returns a row of opaque gray pixels.
-ImageRef Grays(std::size_t count, const std::function<float(std::size_t)>& light) {
+constexpr Color kBlack = {33, 20, 19}, kRed = {235, 58, 42}, kTan = {231, 158, 72}, kWhite = {255, 255, 255};
+
+// Returns the comic of opaque pixels, 21 x 21, in bytes per color, top row first.
+std::vector<Color> ComicOf(const std::function<Color(int x, int y)>& color) {
     std::vector<float> pixels;
-    for (std::size_t x = 0; x < count; ++x) pixels.insert(pixels.end(), {light(x), light(x), light(x), 1});
-    return SourceOf({0, 0, static_cast<std::int64_t>(count), 1}, pixels).image;
-}
-
-TEST(ComicEffectTest, WhiteAndBlackAreUnchanged) {
-    for (const float light : {0.0f, 1.0f}) {
-        const ImageRef image = Output("CIComicEffect", Grays(60, [=](std::size_t) { return light; }), {});
-        ExpectPixels(image, {0, 0, 60, 1},
-                     [=](auto, auto, std::size_t channel) { return channel == 3 ? 1 : static_cast<double>(light); });
+    for (int y = 20; y >= 0; --y) {
+        for (int x = 0; x < 21; ++x) {
+            for (const float value : color(x, y)) pixels.push_back(DecodeSRGB(value));
+            pixels.push_back(1);
+        }
     }
+    std::vector<float> drawn =
+        Pixels(Output("CIComicEffect", SourceOf({0, 0, 21, 21}, pixels).image, {}), {0, 0, 21, 21});
+    std::vector<Color> colors;
+    for (std::size_t index = 0; index < drawn.size(); index += 4) {
+        Color bytes;
+        for (std::size_t channel = 0; channel < 3; ++channel) {
+            const float light = drawn[index + channel];
+            bytes[channel] =
+                light <= 0.0031308f ? 255 * 12.92f * light : 255 * (1.055f * std::pow(light, 1 / 2.4f) - 0.055f);
+        }
+        EXPECT_EQ(drawn[index + 3], 1);
+        colors.push_back(bytes);
+    }
+    return colors;
 }
 
-TEST(ComicEffectTest, DrawsABlackLineOnTheDarkSideOfAStrongEdge) {
-    const ImageRef image = Output("CIComicEffect", Grays(60, [](std::size_t x) { return x < 30 ? 1.0f : 0.3f; }), {});
-    const std::vector<float> row = Pixels(image, {0, 0, 60, 1});
-    EXPECT_EQ(row[10 * 4], 1);
-    float darkest = 1;
-    for (std::size_t x = 30; x < 34; ++x) darkest = std::min(darkest, row[x * 4 + 1]);
-    EXPECT_LT(darkest, 0.02f);  // less than a tenth of its neighbors; smoothing leaves an edge slightly gray
-    EXPECT_GT(row[50 * 4 + 1] + row[53 * 4 + 1], 0.1f);
+void ExpectColor(const Color& color, const Color& expected) {
+    for (std::size_t channel = 0; channel < 3; ++channel) EXPECT_NEAR(color[channel], expected[channel], 0.05f);
+}
+
+TEST(ComicEffectTest, BrightestColorDecidesBetweenBlackRedAndTan) {
+    const auto middle = [](const Color& color) { return ComicOf([&](int, int) { return color; })[10 * 21 + 10]; };
+    ExpectColor(middle({0, 0, 0}), kBlack);
+    ExpectColor(middle({0.3f, 0.1f, 0.3f}), kBlack);
+    ExpectColor(middle({0.5f, 0.5f, 0.5f}), kRed);
+    ExpectColor(middle({0.1f, 0.5f, 0}), kRed);
+    ExpectColor(middle({0.8f, 0.5f, 0.2f}), kTan);
+    ExpectColor(middle({0.2f, 0.8f, 0.2f}), kTan);
+}
+
+TEST(ComicEffectTest, BlueEnoughIsWhite) {
+    const auto middle = [](const Color& color) { return ComicOf([&](int, int) { return color; })[10 * 21 + 10]; };
+    ExpectColor(middle({1, 1, 1}), kWhite);
+    ExpectColor(middle({0.3f, 0.6f, 0.8f}), kWhite);
+    ExpectColor(middle({0.1f, 0.2f, 0.7f}), kWhite);
+}
+
+TEST(ComicEffectTest, DrawsABlackLineOnEdgesAndAFrameOfOnePixel) {
+    const std::vector<Color> comic = ComicOf([](int x, int) {
+        return x < 11 ? Color{1, 1, 1} : Color{0.8f, 0.2f, 0.1f};
+    });
+    const auto at = [&](std::size_t x, std::size_t y) { return comic[y * 21 + x]; };
+    ExpectColor(at(10, 10), kBlack);
+    ExpectColor(at(11, 10), kBlack);
+    ExpectColor(at(9, 10), kWhite);
+    ExpectColor(at(12, 10), kTan);
+    for (std::size_t place = 0; place < 21; ++place) {
+        ExpectColor(at(0, place), kBlack);
+        ExpectColor(at(place / 2, 20), kBlack);
+    }
+    ExpectColor(at(1, 1), kWhite);
 }
 
 TEST(ComicEffectTest, AlphaIsUnchangedAndColorsStayWithinIt) {
@@ -52,20 +93,6 @@ TEST(ComicEffectTest, AlphaIsUnchangedAndColorsStayWithinIt) {
             EXPECT_LE(pixels[index + channel], alpha * 1.00001f);
         }
     }
-}
-
-TEST(ComicEffectTest, UniformColorIsHalfItsNearestStepAndHalfDots) {
-    // 0.25 is stored as 0.537. The nearest of six steps is 0.6, which is 0.3185 in linear light. Inside a dot only
-    // half of that remains; between dots the light of white paper is added.
-    const ImageRef image = Output("CIComicEffect", Grays(70, [](std::size_t) { return 0.25f; }), {});
-    double lightest = 0, darkest = 1;
-    for (std::size_t index = 0; index < 70; ++index) {
-        const double light = Pixels(image, {static_cast<std::int64_t>(index), 0, 1, 1})[1];
-        lightest = std::max(lightest, light);
-        darkest = std::min(darkest, light);
-    }
-    EXPECT_NEAR(darkest, 0.3185 / 2, 1e-3);
-    EXPECT_GT(lightest, 0.3185);
 }
 
 }  // namespace

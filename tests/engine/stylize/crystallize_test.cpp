@@ -1,10 +1,11 @@
-// crystallize_test.cpp - compares the mosaic with a search for the nearest seed, and checks properties of its cells.
+// crystallize_test.cpp - compares the mosaic with a search for the nearest seeds, and checks properties of its cells.
 
 #include "stylize/crystals.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -16,113 +17,139 @@
 namespace {
 
 using namespace oracle;
+using Pixel = std::array<double, 4>;
 
 ImageRef Mosaic(const ImageRef& input, double x, double y, double radius) {
     return Output("CICrystallize", input, {{"inputCenter", {x, y}}, {"inputRadius", {radius}}});
 }
 
-// Returns the mean of the source's pixels in a square around a point; pixels outside the source do not count.
-double MeanAround(const Source& source, double x, double y, std::int64_t reach, std::size_t channel) {
-    const Region& all = source.region;
-    const std::int64_t column = std::clamp(static_cast<std::int64_t>(std::floor(x)), all.x, all.Right() - 1);
-    const std::int64_t row = std::clamp(static_cast<std::int64_t>(std::floor(y)), all.y, all.Top() - 1);
-    const Region square = Region{column, row, 1, 1}.GrownBy(reach).Intersection(all);
-    double sum = 0;
-    for (std::int64_t py = square.y; py < square.Top(); ++py)
-        for (std::int64_t px = square.x; px < square.Right(); ++px) sum += source.At(px, py, channel);
-    return sum / static_cast<double>(square.width * square.height);
+// Returns a premultiplied pixel with its colors encoded, or decoded.
+template <class Curve>
+Pixel Followed(Pixel pixel, const Curve& curve) {
+    for (std::size_t channel = 0; channel < 3; ++channel) {
+        const double color = pixel[3] == 0 ? 0 : pixel[channel] / pixel[3];
+        pixel[channel] = std::copysign(curve(std::abs(color)), color) * pixel[3];
+    }
+    return pixel;
+}
+Pixel Encoded(const Pixel& pixel) {
+    return Followed(pixel, [](double v) { return v <= 0.0031308 ? 12.92 * v : 1.055 * std::pow(v, 1 / 2.4) - 0.055; });
+}
+Pixel Decoded(const Pixel& pixel) {
+    return Followed(pixel, [](double v) { return v <= 0.04045 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4); });
 }
 
-TEST(CrystallizeTest, EachPixelHasTheMeanColorAroundItsNearestSeed) {
+// A seed in the plane and its distance from a pixel.
+struct NearSeed {
+    double distance, x, y;
+};
+
+// Returns the three seeds nearest to a point.
+std::vector<NearSeed> NearestSeeds(double px, double py, double cx, double cy, double radius) {
+    std::vector<NearSeed> seeds;
+    const auto column = static_cast<std::int64_t>(std::floor((px - cx) / radius)),
+               row = static_cast<std::int64_t>(std::floor((py - cy) / radius));
+    for (std::int64_t j = row - 4; j <= row + 4; ++j) {
+        for (std::int64_t i = column - 4; i <= column + 4; ++i) {
+            const Seed seed = SeedOf(i, j);
+            const double x = cx + radius * (static_cast<double>(i) + static_cast<double>(seed.x));
+            const double y = cy + radius * (static_cast<double>(j) + static_cast<double>(seed.y));
+            seeds.push_back({std::hypot(px - x, py - y), x, y});
+        }
+    }
+    std::partial_sort(seeds.begin(), seeds.begin() + 3, seeds.end(),
+                      [](const NearSeed& a, const NearSeed& b) { return a.distance < b.distance; });
+    return {seeds.begin(), seeds.begin() + 3};
+}
+
+TEST(CrystallizeTest, EachPixelHasTheColorAtItsNearestSeedAndEdgesAreOnePixelWide) {
     Random random;
-    for (const double radius : {1.5, 3.0, 7.9, 8.1, 13.0, 30.0, 200.0}) {
+    int edges = 0;
+    for (const double radius : {1.5, 3.0, 4.0, 4.1, 13.0, 30.0, 200.0}) {
         const Source source = RandomSource(random);
         const double cx = random.Between(-90, 90), cy = random.Between(-90, 90);
         const ImageRef image = Mosaic(source.image, cx, cy, radius);
-        EXPECT_EQ(image->GetExtent(), Extent::Of(source.region));
-        const std::vector<float> pixels = Pixels(image, source.region, {4096, 29, 17});
-        const auto reach = static_cast<std::int64_t>(radius / 2);
-        for (int place = 0; place < 60; ++place) {
-            const std::int64_t x = random.Whole(source.region.x, source.region.Right() - 1);
-            const std::int64_t y = random.Whole(source.region.y, source.region.Top() - 1);
-            const double u = (static_cast<double>(x) + 0.5 - cx) / radius;
-            const double v = (static_cast<double>(y) + 0.5 - cy) / radius;
-            const auto column = static_cast<std::int64_t>(std::floor(u)),
-                       row = static_cast<std::int64_t>(std::floor(v));
-            double least = 1e9, second = 1e9, nearestX = 0, nearestY = 0;
-            for (std::int64_t j = row - 4; j <= row + 4; ++j) {
-                for (std::int64_t i = column - 4; i <= column + 4; ++i) {
-                    const Seed seed = SeedOf(i, j);
-                    const double sx = static_cast<double>(i) + seed.x, sy = static_cast<double>(j) + seed.y;
-                    const double distance = std::hypot(u - sx, v - sy);
-                    second = std::min(second, std::max(distance, least));
-                    if (distance >= least) continue;
-                    least = distance;
-                    nearestX = cx + radius * sx;
-                    nearestY = cy + radius * sy;
-                }
+        const Region all = source.region.GrownBy(static_cast<std::int64_t>(std::ceil(1.5 * radius)));
+        EXPECT_EQ(image->GetExtent(), Extent::Of(all));
+        const std::vector<float> pixels = Pixels(image, all, {4096, 29, 17});
+        const At at = [&](std::int64_t x, std::int64_t y, std::size_t channel) { return source.At(x, y, channel); };
+        for (int place = 0; place < 300; ++place) {
+            const std::int64_t x = random.Whole(all.x, all.Right() - 1), y = random.Whole(all.y, all.Top() - 1);
+            const std::vector<NearSeed> seeds =
+                NearestSeeds(static_cast<double>(x) + 0.5, static_cast<double>(y) + 0.5, cx, cy, radius);
+            // When the second and the third are equally far away, the last bit decides.
+            if (seeds[2].distance - seeds[1].distance < 1e-4 * radius) continue;
+            const auto square = [](double number) { return number * number; };
+            const double apart = std::hypot(seeds[0].x - seeds[1].x, seeds[0].y - seeds[1].y);
+            const double share =
+                std::clamp(0.5 + (square(seeds[1].distance) - square(seeds[0].distance)) / (2 * apart), 0.0, 1.0);
+            edges += share < 1;
+            Pixel first, second, mixed;
+            for (std::size_t channel = 0; channel < 4; ++channel) {
+                first[channel] = Bilinear(at, seeds[0].x, seeds[0].y, channel);
+                second[channel] = Bilinear(at, seeds[1].x, seeds[1].y, channel);
             }
-            // When two seeds are equally far away, the last bit decides which one is nearest.
-            if (second - least < 1e-5) continue;
-            const auto* pixel = &pixels[static_cast<std::size_t>((source.region.Top() - 1 - y) * source.region.width +
-                                                                 x - source.region.x) *
-                                        4];
             for (std::size_t channel = 0; channel < 4; ++channel)
-                ASSERT_NEAR(pixel[channel], MeanAround(source, nearestX, nearestY, reach, channel), 1e-5);
+                mixed[channel] = std::lerp(Encoded(second)[channel], Encoded(first)[channel], share);
+            const Pixel expected = share < 1 ? Decoded(mixed) : first;
+            const auto* pixel = &pixels[static_cast<std::size_t>((all.Top() - 1 - y) * all.width + x - all.x) * 4];
+            for (std::size_t channel = 0; channel < 4; ++channel)
+                ASSERT_NEAR(pixel[channel], expected[channel], 2e-4) << "radius " << radius;
         }
     }
+    EXPECT_GT(edges, 50);
 }
 
-TEST(CrystallizeTest, SeedsAreDistributedEvenlyOverTheirCells) {
-    double x = 0, y = 0;
+TEST(CrystallizeTest, SeedsAreDistributedEvenlyWithinAThirdOfTheirNodes) {
+    double x = 0, y = 0, squares = 0;
     std::set<float> different;
     for (std::int64_t row = -50; row < 50; ++row) {
         for (std::int64_t column = -50; column < 50; ++column) {
             const Seed seed = SeedOf(column, row);
-            ASSERT_TRUE(seed.x >= 0.1f && seed.x <= 0.9001f && seed.y >= 0.1f && seed.y <= 0.9001f);
-            x += seed.x / 1e4;
-            y += seed.y / 1e4;
+            constexpr float kThird = 1.0f / 3;
+            ASSERT_TRUE(std::abs(seed.x) <= kThird && std::abs(seed.y) <= kThird);
+            x += static_cast<double>(seed.x) / 1e4;
+            y += static_cast<double>(seed.y) / 1e4;
+            squares += static_cast<double>(seed.x * seed.x) / 1e4;
             different.insert(seed.x);
         }
     }
-    EXPECT_NEAR(x, 0.5, 0.01);
-    EXPECT_NEAR(y, 0.5, 0.01);
+    EXPECT_NEAR(x, 0, 0.01);
+    EXPECT_NEAR(y, 0, 0.01);
+    EXPECT_NEAR(std::sqrt(squares), 1 / std::sqrt(27.0), 0.005);
     EXPECT_GT(different.size(), 8500u);  // 10000 draws from 65536 values give about 9280 distinct ones
 }
 
-TEST(CrystallizeTest, HasAboutOneColorPerCellAndMovesWithItsCenter) {
-    Random random;
-    const Source source = RandomSource(random);
-    Affine move;
-    move.tx = 5;
-    move.ty = -3;
-    const Region moved = {source.region.x + 5, source.region.y - 3, source.region.width, source.region.height};
-    const auto here = Pixels(Mosaic(source.image, 4, 7, 12), source.region);
-    EXPECT_EQ(Pixels(Mosaic(MakeAffineImage(source.image, move), 9, 4, 12), moved), here);
-    std::set<std::vector<float>> colors;
-    for (std::size_t index = 0; index < here.size(); index += 4)
-        colors.insert(
-            {here.begin() + static_cast<std::ptrdiff_t>(index), here.begin() + static_cast<std::ptrdiff_t>(index) + 4});
-    const double cells = static_cast<double>(source.region.width * source.region.height) / (12 * 12);
-    EXPECT_GE(static_cast<double>(colors.size()), cells / 2);
-    EXPECT_LE(static_cast<double>(colors.size()), 3 * cells + 12);
-}
-
-TEST(CrystallizeTest, UniformPictureStaysUniformAtAnyRadius) {
-    const Source source = SourceOf({-7, 3, 199, 150}, std::vector<float>(199 * 150 * 4, 0.75f));
-    for (const double radius : {2.0, 20.0, 129.0, 257.0, 5000.0, 1e9})
-        ExpectPixels(Mosaic(source.image, 0, 0, radius), source.region, [](auto, auto, auto) { return 0.75; });
-}
-
-TEST(CrystallizeTest, CellLargerThanThePictureHasItsMean) {
-    std::vector<float> pixels;
-    for (std::size_t index = 0; index < 500 * 300; ++index) {
-        const float light = index % 500 < 125 ? 1 : 0;
-        pixels.insert(pixels.end(), {light, light, light, 1});
+TEST(CrystallizeTest, CellsAreFlatAndMoveWithTheCenter) {
+    const ImageRef picture = RandomImage(200, 150);
+    const Region region = {30, 30, 140, 90};
+    const auto here = Pixels(Mosaic(picture, 4, 7, 20), region);
+    const ImageRef moved = Mosaic(MakeAffineImage(picture, {1, 0, 0, 1, 5, -3}), 9, 4, 20);
+    const auto there = Pixels(moved, {35, 27, 140, 90});
+    std::size_t flat = 0;
+    for (std::size_t index = 0; index < here.size(); index += 4) {
+        for (std::size_t channel = 0; channel < 4; ++channel)
+            ASSERT_NEAR(here[index + channel], there[index + channel], 1e-5);
+        flat += index + 8 <= here.size() && std::equal(&here[index], &here[index] + 4, &here[index] + 4);
     }
-    const Source source = SourceOf({-7, 3, 500, 300}, pixels);
-    const Slow mean = [](auto, auto, std::size_t channel) { return channel == 3 ? 1 : 0.25; };
-    ExpectPixels(Mosaic(source.image, -4e8, -5e8, 1e9), {0, 10, 5, 5}, mean, 0.005);
+    // Each cell of 400 pixels has about 45 pixels on edges.
+    EXPECT_GT(static_cast<double>(flat), 0.8 * 140 * 90);
+}
+
+TEST(CrystallizeTest, UniformPictureStaysUniformAwayFromItsFrame) {
+    const Source source = SourceOf({-7, 3, 199, 150}, std::vector<float>(199 * 150 * 4, 0.75f));
+    for (const double radius : {2.0, 20.0, 45.0})
+        ExpectPixels(Mosaic(source.image, 0, 0, radius),
+                     source.region.GrownBy(-static_cast<std::int64_t>(1.2 * radius) - 2),
+                     [](auto, auto, auto) { return 0.75; });
+}
+
+TEST(CrystallizeTest, PictureBetweenSeedsIsTransparent) {
+    const Source source = SourceOf({0, 0, 9, 7}, std::vector<float>(9 * 7 * 4, 1.0f));
+    for (const double radius : {5000.0, 1e9}) {
+        const ImageRef image = Mosaic(source.image, radius / 2, radius / 2, radius);
+        EXPECT_EQ(Pixels(image, {-2, -2, 13, 11}), std::vector<float>(13 * 11 * 4, 0.0f));
+    }
 }
 
 TEST(CrystallizeTest, RadiusOfAtMostOneReturnsTheInput) {

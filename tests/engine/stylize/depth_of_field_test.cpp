@@ -30,14 +30,17 @@ ImageRef Miniature(const ImageRef& input, const Setting& s) {
                    {"inputUnsharpMaskRadius", {s.sharpRadius}}});
 }
 
-// Returns how far out of focus a pixel is: 0 in focus, 1 fully blurred.
-double Away(const Setting& s, const Region& all, std::int64_t px, std::int64_t py) {
-    const double x = static_cast<double>(px) + 0.5 - s.x0, y = static_cast<double>(py) + 0.5 - s.y0;
-    const double dx = s.x1 - s.x0, dy = s.y1 - s.y0, square = dx * dx + dy * dy;
-    const double share = square > 0 ? std::clamp((x * dx + y * dy) / square, 0.0, 1.0) : 0;
-    const auto side = static_cast<double>(std::min(all.width, all.height));
-    const double t = std::clamp((std::hypot(x - share * dx, y - share * dy) / side - 0.1) / 0.2, 0.0, 1.0);
+double Smooth(double t) {
+    t = std::clamp(t, 0.0, 1.0);
     return t * t * (3 - 2 * t);
+}
+
+// Returns the distance of a pixel from the line, or from the point without a line, in quarters of the picture's height.
+double Steps(const Setting& s, const Region& all, std::int64_t px, std::int64_t py) {
+    const double x = static_cast<double>(px) + 0.5 - s.x0, y = static_cast<double>(py) + 0.5 - s.y0;
+    const double dx = s.x1 - s.x0, dy = s.y1 - s.y0, length = std::hypot(dx, dy);
+    const double distance = length > 0 ? std::abs(x * dy - y * dx) / length : std::hypot(x, y);
+    return distance / (static_cast<double>(all.height) / 4);
 }
 
 TEST(DepthOfFieldTest, IsSharpAndSaturatedOnTheLineAndBlurredAwayFromIt) {
@@ -63,13 +66,14 @@ TEST(DepthOfFieldTest, IsSharpAndSaturatedOnTheLineAndBlurredAwayFromIt) {
                            channel);
         };
         const SlowGaussian soft(plain, s.sharpRadius, all);
-        const auto reach = static_cast<std::int64_t>(std::ceil(s.radius));
-        const auto disc = [&](std::int64_t px, std::int64_t py, std::size_t channel) {
+        const auto disc = [&](double radius, std::int64_t px, std::int64_t py, std::size_t channel) {
+            radius = std::min(radius, static_cast<double>(std::max(all.width, all.height)));
+            const auto reach = static_cast<std::int64_t>(std::ceil(radius));
             double sum = 0, weights = 0;
             for (std::int64_t j = -reach; j <= reach; ++j) {
                 for (std::int64_t i = -reach; i <= reach; ++i) {
                     const double distance = std::hypot(static_cast<double>(i), static_cast<double>(j));
-                    const double weight = std::clamp(s.radius + 0.5 - distance, 0.0, 1.0);
+                    const double weight = std::clamp(radius + 0.5 - distance, 0.0, 1.0);
                     sum += weight * plain(px + i, py + j, channel);
                     weights += weight;
                 }
@@ -80,15 +84,36 @@ TEST(DepthOfFieldTest, IsSharpAndSaturatedOnTheLineAndBlurredAwayFromIt) {
             return plain(px, py, channel) + s.intensity * (plain(px, py, channel) - soft(px, py, channel));
         };
         ExpectPixels(image, all, [&](std::int64_t px, std::int64_t py, std::size_t channel) {
-            const double away = Away(s, all, px, py), alpha = plain(px, py, 3);
-            double focused = alpha;
+            const double steps = Steps(s, all, px, py);
+            double focused = plain(px, py, 3);
             if (channel < 3) {
                 const double gray = 0.2125 * sharp(px, py, 0) + 0.7154 * sharp(px, py, 1) + 0.0721 * sharp(px, py, 2);
-                focused = std::clamp(gray + s.saturation * (sharp(px, py, channel) - gray), 0.0, alpha);
+                focused = gray + s.saturation * (sharp(px, py, channel) - gray);
             }
-            return focused * (1 - away) + disc(px, py, channel) * away;
+            const double near = std::lerp(focused, disc(s.radius, px, py, channel), Smooth(steps));
+            return std::lerp(near, disc(3 * s.radius, px, py, channel), Smooth(steps - 1));
         });
     }
+}
+
+TEST(DepthOfFieldTest, FocusFollowsTheWholeLineNotOnlyThePartBetweenItsPoints) {
+    Random random;
+    const ImageRef picture = RandomImage(60, 40);
+    const auto render = [&](double x0, double x1) {
+        return Pixels(Miniature(picture, {x0, 20, x1, 20, 3, 1.5, 0.5, 2.5}), {0, 0, 60, 40});
+    };
+    EXPECT_EQ(render(0, 2), render(0, 32));
+}
+
+TEST(DepthOfFieldTest, BlursThreeTimesAsFarWithTwiceTheDistance) {
+    // A white dot far from the line lies in a disc of three radii.
+    std::vector<float> pixels(std::size_t{101} * 101 * 4, 0.0f);
+    for (std::size_t index = 3; index < pixels.size(); index += 4) pixels[index] = 1;
+    for (std::size_t channel = 0; channel < 3; ++channel) pixels[(std::size_t{50} * 101 + 80) * 4 + channel] = 1;
+    const ImageRef image = Miniature(SourceOf({0, 0, 101, 101}, pixels).image, {-100, 0, -100, 9, 4, 1, 0, 0});
+    const std::vector<float> row = Pixels(image, {0, 50, 101, 1});
+    EXPECT_GT(row[(80 - 12) * 4], 0);
+    EXPECT_EQ(row[(80 - 13) * 4], 0);
 }
 
 TEST(DepthOfFieldTest, IsSymmetricAboutItsLine) {

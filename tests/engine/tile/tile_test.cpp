@@ -36,7 +36,10 @@ Place Rotated(double s, double t) {
     if (Modulo(s, 2) < 1) return Modulo(t, 2) < 1 ? Place{a, b} : Place{1 - b, a};
     return Modulo(t, 2) < 1 ? Place{b, 1 - a} : Place{1 - a, 1 - b};
 }
-Place GlideReflected(double s, double t) { return {Modulo(Modulo(t, 2) < 1 ? s : -s, 1), Modulo(t, 1)}; }
+Place GlideReflected(double s, double t) {
+    const bool isOdd = Modulo(s, 2) >= 1;
+    return {isOdd ? 1 - Modulo(s, 1) : Modulo(s, 1), Modulo(isOdd ? t + 1 : t, 2)};
+}
 
 constexpr Region kRegion = {-40, -40, 81, 79};
 
@@ -103,7 +106,7 @@ TEST_P(TileTest, IsInvariantUnderItsSymmetries) {
     if (Is("CIFourfoldReflectedTile")) symmetries = {mirrorX, mirrorY, moveX2, moveY2};
     if (Is("CIEightfoldReflectedTile")) symmetries = {mirrorX, mirrorY, diagonal, moveX, moveY};
     if (Is("CIFourfoldRotatedTile")) symmetries = {quarter, otherQuarter, moveX2, moveY2};
-    if (Is("CIGlideReflectedTile")) symmetries = {glide, moveX, moveY2};
+    if (Is("CIGlideReflectedTile")) symmetries = {glide, moveX2, moveY2};
     const ImageRef image = MakeAffineImage(RandomImage(9, 9), {1, 0, 0, 1, 10, -8});
     const ImageRef tiles = Tiled(image, {kCenterX, kCenterY}, kWidth);
     const auto pixel = [&](std::int64_t x, std::int64_t y) {
@@ -214,10 +217,12 @@ TEST(TilesByHandTest, CellIsRotated) {
     EXPECT_EQ(RowOf("CIFourfoldRotatedTile", 2), (std::vector<float>{4, 2, 2, 1, 4, 2, 2, 1}));
 }
 
-TEST(TilesByHandTest, OddRowsOfCellsAreReflected) {
-    EXPECT_EQ(RowOf("CIGlideReflectedTile", 0), (std::vector<float>{3, 4, 3, 4, 3, 4, 3, 4}));
-    EXPECT_EQ(RowOf("CIGlideReflectedTile", 2), (std::vector<float>{4, 3, 4, 3, 4, 3, 4, 3}));
-    EXPECT_EQ(RowOf("CIGlideReflectedTile", -1), (std::vector<float>{2, 1, 2, 1, 2, 1, 2, 1}));
+// The cell is twice as tall as wide; its upper half is transparent here.
+TEST(TilesByHandTest, OddColumnsOfCellsAreReflectedAndMovedByHalfTheCell) {
+    EXPECT_EQ(RowOf("CIGlideReflectedTile", 0), (std::vector<float>{3, 4, 0, 0, 3, 4, 0, 0}));
+    EXPECT_EQ(RowOf("CIGlideReflectedTile", 2), (std::vector<float>{0, 0, 4, 3, 0, 0, 4, 3}));
+    EXPECT_EQ(RowOf("CIGlideReflectedTile", -1), (std::vector<float>{0, 0, 2, 1, 0, 0, 2, 1}));
+    EXPECT_EQ(RowOf("CIGlideReflectedTile", 5), (std::vector<float>{1, 2, 0, 0, 1, 2, 0, 0}));
 }
 
 TEST(TilesByHandTest, TriangleIsReflected) {
