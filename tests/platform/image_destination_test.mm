@@ -5,10 +5,13 @@
 #include "rendering.h"
 
 #include <gtest/gtest.h>
+#include <tbb/global_control.h>
 
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -36,6 +39,19 @@ class ImageDestinationTest : public testing::Test {
         return isWritten;
     }
 
+    // Writes a picture as PNG, and expects to read the same pixels.
+    void ExpectThatPNGKeeps(std::size_t width, std::size_t height, const std::vector<std::uint8_t>& pixels) {
+        SCOPED_TRACE(std::to_string(width) + " x " + std::to_string(height));
+        CIImage* image = ImageOfBytes(width, height, pixels);
+        ASSERT_TRUE(Write(image, CFSTR("public.png")));
+        const auto read = golden::PictureOfFile(Text(path));
+        ASSERT_TRUE(read.has_value());
+        const golden::Picture rendered = {width, height, Bytes(image, [image extent])};
+        EXPECT_EQ(golden::Compare(*read, rendered)->largest, 0);
+    }
+
+    NSData* File() { return [NSData dataWithContentsOfURL:url]; }
+
     unsigned long long FileSize() {
         return [[[NSFileManager defaultManager] fileAttributesAtPath:path traverseLink:NO] fileSize];
     }
@@ -44,13 +60,45 @@ class ImageDestinationTest : public testing::Test {
     NSURL* url;
 };
 
-TEST_F(ImageDestinationTest, PNGKeepsPremultipliedPixels) {
-    CIImage* image = ImageOfBytes(16, 16, VariedBytes(16, 16));
-    ASSERT_TRUE(Write(image, CFSTR("public.png")));
-    const auto read = golden::PictureOfFile(Text(path));
-    ASSERT_TRUE(read.has_value());
-    const golden::Picture rendered = {16, 16, Bytes(image, [image extent])};
-    EXPECT_EQ(golden::Compare(*read, rendered)->largest, 0);
+TEST_F(ImageDestinationTest, PNGKeepsPremultipliedPixels) { ExpectThatPNGKeeps(16, 16, VariedBytes(16, 16)); }
+
+TEST_F(ImageDestinationTest, PNGStripsJoinToThePicture) {
+    for (const auto& [width, height] : {std::pair{1, 1}, {333, 700}, {70000, 8}, {1, 100000}}) {
+        std::vector<std::uint8_t> pixels = VariedBytes(width, height);
+        ExpectThatPNGKeeps(width, height, pixels);
+        for (std::size_t i = 3; i < pixels.size(); i += 4) pixels[i] = 255;
+        ExpectThatPNGKeeps(width, height, pixels);
+    }
+}
+
+TEST_F(ImageDestinationTest, PNGStoresOnlyTheChannelsThatThePictureUses) {
+    struct Case {
+        bool hasColor, hasAlpha;
+        std::uint8_t colorType;
+    };
+    for (const auto& [hasColor, hasAlpha, colorType] :
+         {Case{false, false, 0}, Case{true, false, 2}, Case{false, true, 4}, Case{true, true, 6}}) {
+        std::vector<std::uint8_t> pixels;
+        for (unsigned i = 0; i < 64; ++i) {
+            const auto gray = static_cast<std::uint8_t>(4 * i);
+            // One pixel, in the last row, decides.
+            pixels.insert(pixels.end(), {static_cast<std::uint8_t>(hasColor && i == 63 ? 0 : gray), gray, gray,
+                                         static_cast<std::uint8_t>(hasAlpha && i == 63 ? 254 : 255)});
+        }
+        ExpectThatPNGKeeps(8, 8, pixels);
+        constexpr std::size_t kColorTypeOffset = 25;
+        EXPECT_EQ(static_cast<const std::uint8_t*>([File() bytes])[kColorTypeOffset], colorType);
+    }
+}
+
+TEST_F(ImageDestinationTest, PNGBytesDoNotDependOnTheNumberOfThreads) {
+    CIImage* image = ImageOfBytes(900, 900, VariedBytes(900, 900));
+    const auto fileOf = [&](std::size_t threads) {
+        const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, threads);
+        EXPECT_TRUE(Write(image, CFSTR("public.png")));
+        return File();
+    };
+    EXPECT_TRUE([fileOf(1) isEqual:fileOf(4)]);
 }
 
 TEST_F(ImageDestinationTest, JPEGShowsTransparentPixelsWhite) {
@@ -64,8 +112,9 @@ TEST_F(ImageDestinationTest, JPEGShowsTransparentPixelsWhite) {
 }
 
 TEST_F(ImageDestinationTest, PicturesOfAMillionColumnsAreWrittenAndRead) {
-    CIImage* wide = [[CIImage imageWithColor:[CIColor colorWithRed:1 green:0 blue:0]]
-        imageByCroppingToRect:CGRectMake(0, 0, 1000001, 1)];
+    CIImage* wide =
+        [[CIImage imageWithColor:[CIColor colorWithRed:1 green:0
+                                                  blue:0]] imageByCroppingToRect:CGRectMake(0, 0, 1000001, 1)];
     ASSERT_TRUE(Write(wide, CFSTR("public.png")));
     CGImageSourceRef source = CGImageSourceCreateWithURL((CFURLRef)url, nullptr);
     EXPECT_EQ(CGImageSourceGetStatus(source), kCGImageStatusComplete);

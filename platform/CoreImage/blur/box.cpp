@@ -68,7 +68,7 @@ class WideBoxStage : public Stage {
 
     void Render(const Tile& tile) const override {
         for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
-            std::memcpy(tile.Row(y), Held(tile.region)->Row(y), tile.Width() * kFloatsPerPixel * sizeof(float));
+            std::memcpy(tile.Row(y), Held(tile.region)->Row(y), tile.Width() * kPixelBytes);
         }
     }
 

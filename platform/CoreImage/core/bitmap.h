@@ -43,7 +43,7 @@ ImageRef MakeBitmapImage(const BitmapSource& source, std::shared_ptr<const void>
 
 // The size of a pixel in bytes.
 constexpr std::size_t SizeOfPixel(PixelFormat format) {
-    return format == PixelFormat::kBytes ? kFloatsPerPixel : kFloatsPerPixel * sizeof(float);
+    return format == PixelFormat::kBytes ? kFloatsPerPixel : kPixelBytes;
 }
 
 // Encodes a run of blocks into its place in a bitmap that covers a region. The blocks are overwritten.

@@ -102,7 +102,7 @@ class BitmapStage : public Stage {
             return;
         }
         for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
-            std::memcpy(tile.Row(y), Place(tile.region.x, y), tile.Width() * kFloatsPerPixel * sizeof(float));
+            std::memcpy(tile.Row(y), Place(tile.region.x, y), tile.Width() * kPixelBytes);
         }
     }
 

@@ -23,7 +23,7 @@ class BufferedStage : public Stage {
     void Render(const Tile& tile) const override {
         const View from = pixels_.GetView().Part(tile.region);
         for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
-            std::memcpy(tile.Row(y), from.Row(y), tile.Width() * kFloatsPerPixel * sizeof(float));
+            std::memcpy(tile.Row(y), from.Row(y), tile.Width() * kPixelBytes);
         }
     }
 

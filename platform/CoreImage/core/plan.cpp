@@ -29,15 +29,15 @@ namespace core_image {
 namespace {
 
 // Costs of a pixel.
-constexpr double kCostOfHolding = 5;     // written to memory and read again
-constexpr double kCostOfHeld = 1;        // read from memory
-constexpr double kCostOfSource = 2;      // decoded, or computed from coordinates
-constexpr double kCostOfPoint = 2;       // for each input of a function of the pixels at one place
-constexpr double kCostOfAtOnce = 8;      // interpolated in what was made of the input at once
-constexpr double kCostOfNeighbors = 6;   // sums and places of neighbors, and for each of them:
+constexpr double kCostOfHolding = 5;    // written to memory and read again
+constexpr double kCostOfHeld = 1;       // read from memory
+constexpr double kCostOfSource = 2;     // decoded, or computed from coordinates
+constexpr double kCostOfPoint = 2;      // for each input of a function of the pixels at one place
+constexpr double kCostOfAtOnce = 8;     // interpolated in what was made of the input at once
+constexpr double kCostOfNeighbors = 6;  // sums and places of neighbors, and for each of them:
 constexpr double kCostOfNeighbor = 0.15;
 constexpr double kMostNeighbors = 200;
-constexpr double kCostOfUnknown = 50;    // an image that does not declare its needs
+constexpr double kCostOfUnknown = 50;  // an image that does not declare its needs
 
 // Distant regions are not joined when that would add more than a quarter.
 constexpr double kMostJoined = 1.25;

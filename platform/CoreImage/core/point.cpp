@@ -243,8 +243,8 @@ class CombinedImage : public Image {
 
     // An input that is used twice is prepared only once. The chain goes on with the deepest input.
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
-        const auto deepest = std::ranges::max_element(
-            inputs_, {}, [](const ImageRef& input) { return input->GetDepth().levels; });
+        const auto deepest =
+            std::ranges::max_element(inputs_, {}, [](const ImageRef& input) { return input->GetDepth().levels; });
         const std::size_t own = FirstPlace(static_cast<std::size_t>(deepest - inputs_.begin()));
         Step step = {.combination = function_.get()};
         for (std::size_t index = 0; index < inputs_.size(); ++index) {

@@ -21,7 +21,7 @@ constexpr std::size_t kLine = 64 / sizeof(float);
 std::size_t FloatsPerRow(const Region& region) {
     constexpr auto kMost = std::numeric_limits<std::size_t>::max() / 2 / sizeof(float);
     const auto width = static_cast<std::uint64_t>(region.width), height = static_cast<std::uint64_t>(region.height);
-    const MemoryShortage shortage(width * height * kFloatsPerPixel * sizeof(float), 0);
+    const MemoryShortage shortage(width * height * kPixelBytes, 0);
     if (width > kMost / kFloatsPerPixel - kLine) throw shortage;
     const auto lines = (static_cast<std::size_t>(width) * kFloatsPerPixel + kLine - 1) / kLine;
     const std::size_t floats = (height == 1 ? lines : lines | 1) * kLine;
@@ -62,7 +62,7 @@ PixelBlock::PixelBlock(const Region& region)
 
 void Clear(const Tile& tile) {
     for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
-        std::memset(tile.Row(y), 0, tile.Width() * kFloatsPerPixel * sizeof(float));
+        std::memset(tile.Row(y), 0, tile.Width() * kPixelBytes);
     }
 }
 

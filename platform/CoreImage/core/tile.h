@@ -16,6 +16,7 @@
 namespace core_image {
 
 inline constexpr std::size_t kFloatsPerPixel = 4;
+inline constexpr std::size_t kPixelBytes = kFloatsPerPixel * sizeof(float);
 
 // A rectangle of pixels to write or read.
 struct Tile {

@@ -59,6 +59,11 @@ class LozengeImage : public Image {
           glass_(std::move(glass)),
           rod_(rod) {}
 
+    void AddNeeds(const Region& region, Needs& needs) const override {
+        needs.AddByTiles(picture_, region);
+        needs.AddByTiles(glass_, region);
+    }
+
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         return std::make_unique<LozengeStage>(Prepare(picture_, region), Prepare(glass_, region), rod_);
     }

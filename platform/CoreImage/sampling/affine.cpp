@@ -93,9 +93,7 @@ class MovedImage : public Image {
     }
 
   private:
-    Region SourceOf(const Region& region) const {
-        return {region.x - x_, region.y - y_, region.width, region.height};
-    }
+    Region SourceOf(const Region& region) const { return {region.x - x_, region.y - y_, region.width, region.height}; }
 
     ImageRef input_;
     std::int64_t x_, y_;

@@ -9,8 +9,6 @@
 namespace core_image {
 namespace {
 
-constexpr std::size_t kPixelSize = kFloatsPerPixel * sizeof(float);
-
 // Beyond this distance places are not exact in doubles.
 constexpr double kFarthestExactEdge = 4503599627370496.0;
 
@@ -58,11 +56,11 @@ class TiledStage : public Stage {
             float* row = tile.Row(region.y + y);
             for (auto x = static_cast<std::size_t>(width); x < tile.Width(); ++x) {
                 const float* from = row + (x - static_cast<std::size_t>(width)) * kFloatsPerPixel;
-                std::memcpy(row + x * kFloatsPerPixel, from, kPixelSize);
+                std::memcpy(row + x * kFloatsPerPixel, from, kPixelBytes);
             }
         }
         for (std::int64_t y = region.y + height; y < region.Top(); ++y) {
-            std::memcpy(tile.Row(y), tile.Row(y - height), tile.Width() * kPixelSize);
+            std::memcpy(tile.Row(y), tile.Row(y - height), tile.Width() * kPixelBytes);
         }
     }
 
@@ -74,9 +72,7 @@ class TiledStage : public Stage {
 class TiledImage : public Image {
   public:
     explicit TiledImage(ImageRef input)
-        : Image(Extent::Infinite(), input->GetDepth()),
-          input_(std::move(input)),
-          cell_(RegionOf(input_->GetExtent())) {
+        : Image(Extent::Infinite(), input->GetDepth()), input_(std::move(input)), cell_(RegionOf(input_->GetExtent())) {
         if (input_->Encoded() != nullptr) SetEncoded(MakeTiledImage(input_->Encoded()));
     }
 
@@ -127,7 +123,7 @@ class ClampedStage : public Stage {
             float* to = tile.Row(y);
             for (std::int64_t x = tile.region.x; x < tile.region.Right(); ++x, to += kFloatsPerPixel) {
                 const std::int64_t column = std::clamp(x, shown.x, shown.Right() - 1) - shown.x;
-                std::memcpy(to, from + static_cast<std::size_t>(column) * kFloatsPerPixel, kPixelSize);
+                std::memcpy(to, from + static_cast<std::size_t>(column) * kFloatsPerPixel, kPixelBytes);
             }
         }
     }

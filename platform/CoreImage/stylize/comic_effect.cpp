@@ -114,6 +114,8 @@ class ComicImage : public Image {
   public:
     explicit ComicImage(ImageRef input) : Image(input->GetExtent(), input->GetDepth()), input_(std::move(input)) {}
 
+    void AddNeeds(const Region& region, Needs& needs) const override { needs.AddByTiles(input_, region.GrownBy(1)); }
+
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         return std::make_unique<ComicStage>(Prepare(input_, region.GrownBy(1)), IsMatching());
     }

@@ -29,8 +29,6 @@ constexpr double kLargestDense = 4;
 // Beyond this distance grids are indistinguishable.
 constexpr double kFarthestNode = 1e9;
 
-constexpr std::size_t kPixelSize = kFloatsPerPixel * sizeof(float);
-
 // The grid of seeds.
 struct Grid {
     double centerX, centerY;
@@ -113,7 +111,7 @@ class MosaicStage : public Stage {
             for (std::size_t index = 0; index < tile.Width(); ++index) {
                 const float share = 0.5f + distance[index] * static_cast<float>(grid_.radius);
                 if (share >= 1) {
-                    std::memcpy(row + index * kFloatsPerPixel, at(colors, first[index]), kPixelSize);
+                    std::memcpy(row + index * kFloatsPerPixel, at(colors, first[index]), kPixelBytes);
                     continue;
                 }
                 const float *own = at(mixable, first[index]), *other = at(mixable, second[index]);
@@ -124,7 +122,7 @@ class MosaicStage : public Stage {
             }
             if (coding_.isLinear) DecodePremultipliedRow(mixed.data(), edge.size());
             for (std::size_t index = 0; index < edge.size(); ++index)
-                std::memcpy(row + edge[index] * kFloatsPerPixel, &mixed[index * kFloatsPerPixel], kPixelSize);
+                std::memcpy(row + edge[index] * kFloatsPerPixel, &mixed[index * kFloatsPerPixel], kPixelBytes);
         }
     }
 
@@ -193,7 +191,7 @@ class MosaicImage : public Image {
           grid_(grid) {}
 
     void AddNeeds(const Region& region, Needs& needs) const override {
-        needs.AddByTiles(palette_.image, Seeds(grid_, grid_.Around(region)).Source(palette_));
+        needs.AddByTiles(stored_ != nullptr ? stored_ : input_, grid_.Source(grid_.Around(region)));
     }
 
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {

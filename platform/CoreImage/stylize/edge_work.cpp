@@ -197,12 +197,18 @@ class NarrowImage : public Image {
           input_(std::move(input)),
           weights_(GaussianWeights(sigma)) {}
 
+    void AddNeeds(const Region& region, Needs& needs) const override { needs.AddByTiles(input_, Source(region)); }
+
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
-        const Region source = region.GrownBy(static_cast<std::int64_t>(weights_.size() / 2 * 2));
-        return std::make_unique<NarrowStage>(Prepare(input_, source), input_->GetExtent(), weights_);
+        return std::make_unique<NarrowStage>(Prepare(input_, Source(region)), input_->GetExtent(), weights_);
     }
 
   private:
+    // Both Gaussians read as many pixels to each side as they have weights on one.
+    Region Source(const Region& region) const {
+        return region.GrownBy(static_cast<std::int64_t>(weights_.size() / 2 * 2));
+    }
+
     ImageRef input_;
     std::vector<float> weights_;
 };
