@@ -133,11 +133,14 @@ PixelBlock Reduce(const ImageRef& input, const Region& coarse, std::int64_t coar
         const Window strip(sampled, all.Intersection({all.x, all.y + index * stripHeight, all.width, stripHeight}));
         for (std::int64_t y = strip.GetView().region.y; y < strip.GetView().region.Top(); ++y) {
             ReduceRow(strip.GetView().Row(y), reading.weights.data(), reading.weights.size(),
-                      static_cast<std::size_t>(reading.step), narrow.GetTile().Row(y), static_cast<std::size_t>(coarse.width));
+                      static_cast<std::size_t>(reading.step), narrow.GetTile().Row(y),
+                      static_cast<std::size_t>(coarse.width));
         }
     });
 
-    ForEachRow(coarse, [&](std::int64_t y) { SumRowsAround(narrow, reading.weights, reading.FirstTap(y), reduced.GetTile().Row(y)); });
+    ForEachRow(coarse, [&](std::int64_t y) {
+        SumRowsAround(narrow, reading.weights, reading.FirstTap(y), reduced.GetTile().Row(y));
+    });
     return reduced;
 }
 

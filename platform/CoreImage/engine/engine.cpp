@@ -40,8 +40,8 @@ void SayShortage(const Region& region, const MemoryShortage& shortage, Fault* fa
                                       static_cast<long long>(region.width), static_cast<long long>(region.height),
                                       std::ceil(static_cast<double>(shortage.Needed()) / kMegabyte));
     if (shortage.Limit() == 0) return;
-    std::snprintf(fault->text + written, sizeof fault->text - static_cast<std::size_t>(written), "; the limit is %.0f MB",
-                  std::floor(static_cast<double>(shortage.Limit()) / kMegabyte));
+    std::snprintf(fault->text + written, sizeof fault->text - static_cast<std::size_t>(written),
+                  "; the limit is %.0f MB", std::floor(static_cast<double>(shortage.Limit()) / kMegabyte));
 }
 
 }  // namespace
@@ -97,8 +97,8 @@ void DisposeImage(ImageHandle* image) noexcept { delete image; }
 
 Extent ExtentOfImage(ImageHandle* image) noexcept { return (*image)->GetExtent(); }
 
-bool RenderImage(ImageHandle* image, const Region& region, const BitmapDestination& destination,
-                 const Output& output, Fault* fault) noexcept {
+bool RenderImage(ImageHandle* image, const Region& region, const BitmapDestination& destination, const Output& output,
+                 Fault* fault) noexcept {
     if (image == nullptr) {
         std::snprintf(fault->text, sizeof fault->text, "there is no image to render");
         return false;

@@ -46,9 +46,10 @@ ImageRef ColumnAverage(const Inputs& inputs) {
     if (input == nullptr) return nullptr;
     const Region region = ReducedRegion(input, inputs);
     const std::int64_t width = region.width;
-    return MakeRowImage(std::move(input), region, width, [region](const ImageRef& image, const Region& wanted, float* pixels) {
-        AverageColumns(image, {region.x + wanted.x, region.y, wanted.width, region.height}, pixels);
-    });
+    return MakeRowImage(std::move(input), region, width,
+                        [region](const ImageRef& image, const Region& wanted, float* pixels) {
+                            AverageColumns(image, {region.x + wanted.x, region.y, wanted.width, region.height}, pixels);
+                        });
 }
 
 }  // namespace core_image

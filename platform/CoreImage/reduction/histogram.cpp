@@ -47,17 +47,18 @@ ImageRef AreaHistogram(const Inputs& inputs) {
     const double scale = inputs.GetNumber("inputScale");
     const double bins = std::clamp(std::round(inputs.GetNumber("inputCount")), 1.0, kMostBins);
     const auto width = static_cast<std::int64_t>(bins);
-    return MakeRowImage(std::move(input), region, width, [=](const ImageRef& image, const Region& wanted, float* pixels) {
-        const auto floats = static_cast<std::size_t>(wanted.width) * kFloatsPerPixel;
-        std::fill_n(pixels, floats, 0.0f);
-        if (region.IsEmpty()) return;
-        const Samples samples = SamplesOf(region);
-        const Histogram histogram = Reduce(image, samples, Histogram(static_cast<std::size_t>(width)));
-        const std::uint32_t* counts = &histogram.counts[static_cast<std::size_t>(wanted.x) * kFloatsPerPixel];
-        for (std::size_t index = 0; index < floats; ++index) {
-            pixels[index] = static_cast<float>(counts[index] * scale / samples.Count());
-        }
-    });
+    return MakeRowImage(
+        std::move(input), region, width, [=](const ImageRef& image, const Region& wanted, float* pixels) {
+            const auto floats = static_cast<std::size_t>(wanted.width) * kFloatsPerPixel;
+            std::fill_n(pixels, floats, 0.0f);
+            if (region.IsEmpty()) return;
+            const Samples samples = SamplesOf(region);
+            const Histogram histogram = Reduce(image, samples, Histogram(static_cast<std::size_t>(width)));
+            const std::uint32_t* counts = &histogram.counts[static_cast<std::size_t>(wanted.x) * kFloatsPerPixel];
+            for (std::size_t index = 0; index < floats; ++index) {
+                pixels[index] = static_cast<float>(counts[index] * scale / samples.Count());
+            }
+        });
 }
 
 }  // namespace core_image

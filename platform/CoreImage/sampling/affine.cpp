@@ -93,9 +93,7 @@ class MovedImage : public Image {
     }
 
   private:
-    Region SourceOf(const Region& region) const {
-        return {region.x - x_, region.y - y_, region.width, region.height};
-    }
+    Region SourceOf(const Region& region) const { return {region.x - x_, region.y - y_, region.width, region.height}; }
 
     ImageRef input_;
     std::int64_t x_, y_;
@@ -147,7 +145,7 @@ ImageRef MakeAffineImage(ImageRef input, const Affine& map, Light light) {
     if (IsWholeMove(map)) {
         std::int64_t x = static_cast<std::int64_t>(map.tx), y = static_cast<std::int64_t>(map.ty);
         // Moves one after the other are one.
-        if (const auto* moved = dynamic_cast<const MovedImage*>(input.get())) {
+        if (const auto* moved = dynamic_cast<const MovedImage*>(input.Get())) {
             x += moved->X();
             y += moved->Y();
             input = ImageRef(moved->GetInput());

@@ -74,9 +74,7 @@ class TiledStage : public Stage {
 class TiledImage : public Image {
   public:
     explicit TiledImage(ImageRef input)
-        : Image(Extent::Infinite(), input->GetDepth()),
-          input_(std::move(input)),
-          cell_(RegionOf(input_->GetExtent())) {
+        : Image(Extent::Infinite(), input->GetDepth()), input_(std::move(input)), cell_(RegionOf(input_->GetExtent())) {
         if (input_->Encoded() != nullptr) SetEncoded(MakeTiledImage(input_->Encoded()));
     }
 
