@@ -17,8 +17,8 @@
 
 // The options of a context: the space of bitmaps that it creates, sRGB by default; and the working space of filters,
 // which NSNull switches off. Any other working space is ignored: filters work in linear light with the primaries of
-// sRGB. The memory limit is a number of megabytes for the large buffers of a rendering, without the result; by default a
-// quarter of the machine's memory, and at most 1 GB in 32-bit programs.
+// sRGB. The memory limit is a number of megabytes for the large buffers of a rendering, without the result; by default
+// it is a quarter of the machine's memory, and at most 1 GB in 32-bit programs.
 CG_EXTERN NSString* const kCIContextOutputColorSpace;
 CG_EXTERN NSString* const kCIContextWorkingColorSpace;
 CG_EXTERN NSString* const kCIContextMemoryLimit;

@@ -17,7 +17,6 @@ thread_local core_image::Fault lastFault;
 
 // The region of a rectangle. Returns false for one that cannot be rendered, and says so.
 bool ReadRegion(CGRect rect, core_image::Region* region) {
-    lastFault = {};
     if (core_image::RegionOfExtent(core_image::ExtentOfRect(rect), region)) return true;
     std::snprintf(lastFault.text, sizeof lastFault.text, "the rectangle to render is empty or infinite");
     return false;
@@ -81,6 +80,7 @@ NSString* const kCIContextMemoryLimit = @"memory_limit";
                    fromRect:(CGRect)rect
                      format:(CIFormat)format
                  colorSpace:(CGColorSpaceRef)colorSpace {
+    lastFault = {};
     if (format != kCIFormatRGBA8 || CGColorSpaceGetModel(colorSpace) != kCGColorSpaceModelRGB) return nullptr;
     core_image::Region region;
     if (image == nil || !ReadRegion(rect, &region)) return nullptr;
@@ -115,6 +115,7 @@ NSString* const kCIContextMemoryLimit = @"memory_limit";
         bounds:(CGRect)bounds
         format:(CIFormat)format
     colorSpace:(CGColorSpaceRef)colorSpace {
+    lastFault = {};
     core_image::Region region;
     if (image == nil || bitmap == nullptr || (format != kCIFormatRGBA8 && format != kCIFormatRGBAf)) return;
     if (!ReadRegion(bounds, &region)) return;

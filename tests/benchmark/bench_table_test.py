@@ -58,6 +58,11 @@ class EngineReportTest(unittest.TestCase):
         times = {"12 MP/copy/memory": 10e6, "64 x 64/gamma/engine": 12345}
         self.assertEqual(bench_table.engine_report({"x86_64": times})[-2:], ["operation  x86_64", "gamma        12.3"])
 
+    def test_shows_recipes_of_many_steps_in_milliseconds(self):
+        times = {"12 MP/copy/memory": 10e6, "photo/bloom/engine": 12345678, "64 x 64/gamma/engine": 12345}
+        self.assertEqual(bench_table.engine_report({"x86_64": times})[-7:-4], [
+            "engine, 512 x 600, recipes of many steps, milliseconds", "operation  x86_64", "bloom        12.3"])
+
     def test_shows_a_dash_for_an_operation_that_a_preset_lacks(self):
         wide = {"12 MP/copy/memory": 10e6, "12 MP/gamma/engine": 25e6}
         lines = bench_table.engine_report({"x86_64": wide, "i386": {"12 MP/copy/memory": 20e6}})

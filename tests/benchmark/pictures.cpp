@@ -47,6 +47,11 @@ const Picture& Second() {
     return picture;
 }
 
+const Picture& Photo() {
+    static const Picture picture = MakePicture(kPhotoWidth, kPhotoHeight, 0.3);
+    return picture;
+}
+
 const Picture& Small() {
     static const Picture picture = MakePicture(kSmallEdge, kSmallEdge, 0.3);
     return picture;

@@ -1,5 +1,5 @@
-// pictures.h - the inputs of the benchmarks: two pictures, a small one and tables, the same for the engine and for
-// other libraries.
+// pictures.h - the inputs of the benchmarks: two large pictures, two smaller ones and tables, the same for the engine
+// and for other libraries.
 //
 // Pictures are linear, opaque RGBA floats, top row first. As in a photo, neighboring pixels are similar and all
 // brightness levels occur. Unlike in a photo, nothing repeats, so that no library profits from flat areas.
@@ -17,6 +17,8 @@ namespace benchmarks {
 
 inline constexpr std::size_t kWidth = 4000;
 inline constexpr std::size_t kHeight = 3000;
+inline constexpr std::size_t kPhotoWidth = 512;
+inline constexpr std::size_t kPhotoHeight = 600;
 inline constexpr std::size_t kSmallEdge = 64;
 inline constexpr std::size_t kChannels = 4;
 
@@ -27,9 +29,10 @@ struct Picture {
     std::vector<float> pixels;
 };
 
-// Return the input picture, the picture to combine it with, and a small picture.
+// Return the input picture, the picture to combine it with, a photo for recipes of many steps, and a small picture.
 const Picture& First();
 const Picture& Second();
+const Picture& Photo();
 const Picture& Small();
 
 // Returns the first picture as sRGB bytes.

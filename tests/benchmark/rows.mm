@@ -18,6 +18,7 @@ struct Images {
     CIImage* first;
     CIImage* second;
     CIImage* bytes;
+    CIImage* photo;
     CIImage* small;
 };
 
@@ -44,7 +45,7 @@ CIImage* ImageOf(const Picture& picture) {
 const Images& AllImages() {
     static const Images images = {
         ImageOf(First()), ImageOf(Second()),
-        ImageOf(FirstAsBytes().data(), kWidth, kHeight, kChannels, kCIFormatRGBA8, kCGColorSpaceSRGB),
+        ImageOf(FirstAsBytes().data(), kWidth, kHeight, kChannels, kCIFormatRGBA8, kCGColorSpaceSRGB), ImageOf(Photo()),
         ImageOf(Small())};
     return images;
 }
@@ -199,9 +200,35 @@ CIImage* EdgeWork(CIImage* image) { return Filtered(@"CIEdgeWork", image); }
 
 CIImage* Unchanged(CIImage* image) { return image; }
 
+// Recipes of many steps, most of them cropped to the photo: otherwise the picture grows with every blur.
+
+CIImage* Blurred(CIImage* image, double sigma) {
+    return Filtered(@"CIGaussianBlur", image, {{@"inputRadius", Number(sigma)}});
+}
+
+template <CIImage* (*kStep)(CIImage*), int kCount>
+CIImage* Steps(CIImage* image) {
+    for (int count = 0; count < kCount; ++count) {
+        image = [kStep(image) imageByCroppingToRect:CGRectMake(0, 0, (CGFloat)kPhotoWidth, (CGFloat)kPhotoHeight)];
+    }
+    return image;
+}
+
+CIImage* DissolveWithBlur(CIImage* image) {
+    return Filtered(@"CIDissolveTransition", Blurred(image, 3),
+                    {{@"inputTargetImage", image}, {@"inputTime", Number(kTransitionTime)}});
+}
+CIImage* SmallBlur(CIImage* image) { return Blurred(image, 1); }
+CIImage* Bloom(CIImage* image) { return Filtered(@"CIBloom", image); }
+
+CIImage* FiftyGrowingBlurs(CIImage* image) {
+    for (int count = 0; count < 50; ++count) image = Blurred(image, 3);
+    return image;
+}
+
 // The input of an operation, and the kind of its result.
-enum class From { kFirst, kBytes, kSmall };
-enum class To { kWhole, kWholeAsBytes, kSmall, kPixel, kHistogram };
+enum class From { kFirst, kBytes, kPhoto, kSmall };
+enum class To { kWhole, kWholeAsBytes, kPhoto, kSmall, kPixel, kHistogram };
 
 struct Operation {
     const char* name;
@@ -253,6 +280,16 @@ constexpr Operation kOperations[] = {
     {"12 MP/depth of field",               DepthOfField,      From::kFirst,  To::kWhole},
     {"12 MP/edges",                        Edges,             From::kFirst,  To::kWhole},
     {"12 MP/edge work, radius 3",          EdgeWork,          From::kFirst,  To::kWhole},
+    {"photo/dissolve with blur, 1 step",   Steps<DissolveWithBlur, 1>,  From::kPhoto, To::kPhoto},
+    {"photo/dissolve with blur, 12 steps", Steps<DissolveWithBlur, 12>, From::kPhoto, To::kPhoto},
+    {"photo/small blur, 10 steps",         Steps<SmallBlur, 10>,        From::kPhoto, To::kPhoto},
+    {"photo/small blur, 100 steps",        Steps<SmallBlur, 100>,       From::kPhoto, To::kPhoto},
+    {"photo/small blur, 1000 steps",       Steps<SmallBlur, 1000>,      From::kPhoto, To::kPhoto},
+    {"photo/bloom, 1 step",                Steps<Bloom, 1>,             From::kPhoto, To::kPhoto},
+    {"photo/bloom, 10 steps",              Steps<Bloom, 10>,            From::kPhoto, To::kPhoto},
+    {"photo/edge work, 1 step",            Steps<EdgeWork, 1>,          From::kPhoto, To::kPhoto},
+    {"photo/edge work, 6 steps",           Steps<EdgeWork, 6>,          From::kPhoto, To::kPhoto},
+    {"photo/blur 3, 50 growing steps",     FiftyGrowingBlurs,           From::kPhoto, To::kPhoto},
     {"64 x 64/color matrix",               Matrix,            From::kSmall,  To::kSmall},
     {"64 x 64/five pointwise steps",       FiveSteps,         From::kSmall,  To::kSmall},
     {"64 x 64/color map",                  Map,               From::kSmall,  To::kSmall},
@@ -267,6 +304,8 @@ CIImage* ImageFrom(From from) {
             return AllImages().first;
         case From::kBytes:
             return AllImages().bytes;
+        case From::kPhoto:
+            return AllImages().photo;
         default:
             return AllImages().small;
     }
@@ -279,6 +318,8 @@ struct Size {
 };
 Size SizeOf(To to) {
     switch (to) {
+        case To::kPhoto:
+            return {kPhotoWidth, kPhotoHeight};
         case To::kSmall:
             return {kSmallEdge, kSmallEdge};
         case To::kPixel:

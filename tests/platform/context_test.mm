@@ -96,6 +96,40 @@ TEST(ContextTest, EmptyInfiniteAndUnusableRectanglesGiveNull) {
     EXPECT_EQ([context createCGImage:nil fromRect:CGRectMake(0, 0, 1, 1)], nullptr);
 }
 
+// Returns a picture of 512 x 512 pixels that needs two more of them in memory: each blur reads all of the one before.
+CIImage* ImageOfManySteps() {
+    CIImage* image = ImageOfBytes(512, 512, VariedBytes(512, 512));
+    const CGRect extent = [image extent];
+    for (int step = 0; step < 300; ++step) {
+        CIFilter* blur = [CIFilter filterWithName:@"CIGaussianBlur"];
+        [blur setValue:image forKey:kCIInputImageKey];
+        [blur setValue:[NSNumber numberWithDouble:2] forKey:@"inputRadius"];
+        image = [[blur outputImage] imageByCroppingToRect:extent];
+    }
+    return image;
+}
+
+TEST(ContextTest, LastFailureSaysHowMuchMemoryWasNeeded) {
+    NSDictionary* options = [NSDictionary dictionaryWithObject:[NSNumber numberWithInt:6] forKey:kCIContextMemoryLimit];
+    CIContext* limited = [CIContext contextWithOptions:options];
+    CIImage* image = ImageOfManySteps();
+    EXPECT_EQ([limited createCGImage:image fromRect:[image extent]], nullptr);
+    NSString* failure = [CIContext lastFailure];
+    EXPECT_TRUE([failure hasPrefix:@"512 x 512 pixels: rendering needs more memory than there is, at least "])
+        << [failure UTF8String];
+    EXPECT_TRUE([failure hasSuffix:@"; the limit is 6 MB"]) << [failure UTF8String];
+    CGImageRef bitmap = [[CIContext contextWithOptions:nil] createCGImage:image fromRect:[image extent]];
+    EXPECT_NE(bitmap, nullptr);
+    EXPECT_EQ([CIContext lastFailure], nil);
+    CGImageRelease(bitmap);
+}
+
+TEST(ContextTest, LastFailureSaysThatARectangleCannotBeRendered) {
+    CIImage* image = [CIImage imageWithColor:[CIColor colorWithRed:1 green:0 blue:0]];
+    EXPECT_EQ([[CIContext contextWithOptions:nil] createCGImage:image fromRect:CGRectInfinite], nullptr);
+    EXPECT_TRUE([[CIContext lastFailure] isEqual:@"the rectangle to render is empty or infinite"]);
+}
+
 TEST(ContextTest, FailedRenderLeavesTheBitmapUnchanged) {
     CIContext* context = [CIContext contextWithOptions:nil];
     CIImage* image = [CIImage imageWithColor:[CIColor colorWithRed:1 green:0 blue:0]];

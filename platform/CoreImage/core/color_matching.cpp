@@ -51,7 +51,7 @@ class MatchedImage : public Image {
         if (!isEncoded) SetEncoded(std::make_shared<MatchedImage>(numbers_, toLight, /*isEncoded=*/true));
     }
 
-    const Image* Shown() const override { return (IsMatching() ? seen_ : numbers_).get(); }
+    const Image* Shown() const override { return (IsMatching() ? seen_ : numbers_).Get(); }
     std::unique_ptr<const Stage> MakeStage(const Region&) const override { return nullptr; }
 
   private:

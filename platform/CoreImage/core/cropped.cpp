@@ -16,8 +16,9 @@ class CroppedImage : public Image {
 
     const ImageRef& GetInput() const { return input_; }
 
-    const Image* Shown() const override { return input_.get(); }
+    const Image* Shown() const override { return input_.Get(); }
     std::unique_ptr<const Stage> MakeStage(const Region&) const override { return nullptr; }
+    bool IsPlain() const override { return input_->IsPlain(); }
 
   private:
     ImageRef input_;
@@ -28,7 +29,7 @@ class CroppedImage : public Image {
 ImageRef MakeCroppedImage(ImageRef input, const Extent& extent) {
     const Extent shared = input->GetExtent().Intersection(extent);
     if (shared == input->GetExtent()) return input;
-    if (const auto* cropped = dynamic_cast<const CroppedImage*>(input.get())) input = ImageRef(cropped->GetInput());
+    if (const auto* cropped = dynamic_cast<const CroppedImage*>(input.Get())) input = ImageRef(cropped->GetInput());
     return std::make_shared<CroppedImage>(std::move(input), shared);
 }
 

@@ -17,11 +17,12 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <memory>
 #include <optional>
+#include <span>
 #include <utility>
-#include <vector>
 
 #include "core/extent.h"
 #include "core/run.h"
@@ -49,7 +50,7 @@ class ImageRef {
     }
     ~ImageRef();
 
-    const Image* get() const { return image_.get(); }
+    const Image* Get() const { return image_.get(); }
     const Image& operator*() const { return *image_; }
     const Image* operator->() const { return image_.get(); }
     bool operator==(const ImageRef&) const = default;
@@ -146,15 +147,22 @@ class Needs {
 
     // A region from which each tile reads what it needs. Where tiles need more than their own size, pixels of the input
     // are rendered several times, unless the input is held in memory.
-    void AddByTiles(const ImageRef& image, const Region& region) { all_.push_back({image.get(), region, false}); }
+    void AddByTiles(const ImageRef& image, const Region& region) { Add({image.Get(), region, false}); }
 
     // A region that is read once, while the stage is made.
-    void AddAtOnce(const ImageRef& image, const Region& region) { all_.push_back({image.get(), region, true}); }
+    void AddAtOnce(const ImageRef& image, const Region& region) { Add({image.Get(), region, true}); }
 
-    const std::vector<Need>& All() const { return all_; }
+    // In the order in which they were added.
+    std::span<const Need> All() const { return {all_.data(), count_}; }
 
   private:
-    std::vector<Need> all_;
+    // More than an image of any kind has inputs.
+    static constexpr std::size_t kMost = 4;
+
+    void Add(const Need& need) { all_.at(count_++) = need; }
+
+    std::array<Need, kMost> all_ = {};
+    std::size_t count_ = 0;
 };
 
 // A recipe.
@@ -181,6 +189,9 @@ class Image {
 
     // The image whose pixels this one shows inside its own extent; null for an image with pixels of its own.
     virtual const Image* Shown() const { return nullptr; }
+
+    // Whether there is nothing to plan: for a source, and for a few functions of the pixels of a source.
+    virtual bool IsPlain() const { return depth_.levels == 1; }
 
     // For a picture that is stored encoded, or a moved or cropped one: the same image with its numbers as stored.
     // Null otherwise.

@@ -10,6 +10,9 @@
 // Costs are estimates, roughly in nanoseconds. They decide how long a rendering takes and how much memory it needs, not
 // what it renders.
 //
+// Sources are left out: preparing them is nothing, and rendering them is hardly more than reading memory. A recipe of
+// sources and one image, or of a few functions of one source, is prepared without a plan.
+//
 // Why the plan of a thread is a global: MakeStage() finds prepared inputs with Prepare(), which has no argument for it.
 
 #include <algorithm>
@@ -78,6 +81,8 @@ Wanted Resolved(const Image* image, const Region& region) {
     }
     return wanted;
 }
+
+bool IsSource(const Wanted& wanted) { return wanted.image->GetDepth().levels == 1; }
 
 // A part of an image.
 struct Part {
@@ -202,8 +207,7 @@ void Plan::AskForNeeds(Part& part) {
     Needs needs, needsOfTile;
     part.image->AddNeeds(part.region, needs);
     part.image->AddNeeds(tile, needsOfTile);
-    const bool isSource = part.image->GetDepth().levels == 1;
-    part.ownCost = needs.All().empty() ? isSource ? kCostOfSource : kCostOfUnknown : 0;
+    part.ownCost = needs.All().empty() ? kCostOfUnknown : 0;
     for (std::size_t index = 0; index < needs.All().size(); ++index) {
         const Needs::Need& need = needs.All()[index];
         const Wanted wanted = Resolved(need.image, need.region);
@@ -215,12 +219,18 @@ void Plan::AskForNeeds(Part& part) {
             const auto around = static_cast<double>(std::abs(read.width - tile.width + read.height - tile.height));
             part.ownCost +=
                 around == 0 ? kCostOfPoint : kCostOfNeighbors + kCostOfNeighbor * std::min(around, kMostNeighbors);
-            const double readPerPixel = PixelCount(Resolved(need.image, read).region) / PixelCount(tile);
-            pixels = std::max(pixels, readPerPixel * PixelCount(part.region));
+            // How many more pixels all tiles read than the region as a whole.
+            const double tiles = PixelCount(part.region) / PixelCount(tile);
+            pixels *= std::max(1.0, tiles * PixelCount(read) / PixelCount(need.region));
+        }
+        if (wanted.region.IsEmpty()) continue;
+        if (IsSource(wanted)) {
+            if (!need.isAtOnce) part.ownCost += kCostOfSource * pixels / PixelCount(part.region);
+            continue;
         }
         // What is prepared for an image above this one is used as it is.
         const bool isPrepared = outer_ != nullptr && outer_->Find(wanted, /*isLast=*/false);
-        if (!wanted.region.IsEmpty() && !isPrepared) AskFor(&part, wanted, pixels, need.isAtOnce);
+        if (!isPrepared) AskFor(&part, wanted, pixels, need.isAtOnce);
     }
 }
 
@@ -251,18 +261,17 @@ void Plan::MakeStageOf(Part& part) {
         if (!input.isAtOnce) part.cost += input.part->cost * input.pixels / PixelCount(part.region);
         if (--input.part->users == 0) input.part->Release();
     }
-    if (&part == whole_) return;
-    const bool isHeld = part.prepared.Held(part.region).has_value();
-    if (!isHeld && IsWorthHolding(part)) part.prepared = Hold(part.prepared, part.region);
-    if (isHeld || part.prepared.Held(part.region)) part.cost = kCostOfHeld;
+    if (part.prepared.Held(part.region)) part.cost = kCostOfHeld;
+    if (&part == whole_ || !IsWorthHolding(part)) return;
+    part.prepared = Hold(part.prepared, part.region);
+    part.cost = kCostOfHeld;
 }
 
 bool Plan::IsWorthHolding(const Part& part) const {
     const double pixels = PixelCount(part.region);
     if (pixels > kMostHeld) return part.prepared.Levels() >= kMostLevelsOfLarge;
     if (part.prepared.Levels() >= kMostLevels) return true;
-    const bool isSource = part.image->GetDepth().levels == 1;
-    return !isSource && (part.pixels / pixels - 1) * part.cost > kCostOfHolding;
+    return part.cost > kCostOfHeld && (part.pixels / pixels - 1) * part.cost > kCostOfHolding;
 }
 
 std::optional<Prepared> Plan::Find(const Wanted& wanted, bool isLast) {
@@ -278,13 +287,22 @@ std::optional<Prepared> Plan::Find(const Wanted& wanted, bool isLast) {
     return outer_ == nullptr ? std::nullopt : outer_->Find(wanted, /*isLast=*/false);
 }
 
+// Whether an image has inputs that somebody else might use, too.
+bool NeedsPlan(const Wanted& wanted) { return wanted.image->GetDepth().levels > 2 && !wanted.image->IsPlain(); }
+
+Prepared WithoutPlan(const Wanted& wanted) {
+    std::shared_ptr<const Stage> stage = wanted.image->MakeStage(wanted.region);
+    const int levels = stage->Levels(/*below=*/IsSource(wanted) ? 0 : 1);
+    return {Extent::Of(wanted.region), std::move(stage), levels};
+}
+
 Prepared PrepareInput(const ImageRef& image, const Region& region, bool isLast) {
-    const Wanted wanted = Resolved(image.get(), region);
+    const Wanted wanted = Resolved(image.Get(), region);
     if (wanted.region.IsEmpty()) return {};
     Plan* const plan = Plan::Current();
     std::optional<Prepared> prepared;
-    if (plan != nullptr) prepared = plan->Find(wanted, isLast);
-    if (!prepared) prepared = Plan(wanted).Make();
+    if (plan != nullptr && !IsSource(wanted)) prepared = plan->Find(wanted, isLast);
+    if (!prepared) prepared = NeedsPlan(wanted) ? Plan(wanted).Make() : WithoutPlan(wanted);
     if (plan != nullptr) plan->NoteLevels(*prepared);
     return std::move(*prepared);
 }

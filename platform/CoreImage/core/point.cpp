@@ -207,7 +207,10 @@ class ChainStage : public Stage {
 class PointImage : public Image {
   public:
     PointImage(ImageRef input, std::unique_ptr<const PointFunction> function, const Extent& extent)
-        : Image(extent, input->GetDepth()), input_(std::move(input)), function_(std::move(function)) {}
+        : Image(extent, input->GetDepth()),
+          input_(std::move(input)),
+          function_(std::move(function)),
+          isPlain_(input_->IsPlain() && GetDepth().levels <= kMostPlainLevels) {}
 
     const ImageRef& GetInput() const { return input_; }
     const PointFunction& Function() const { return *function_; }
@@ -218,9 +221,15 @@ class PointImage : public Image {
         return std::make_unique<ChainStage>(PrepareLast(input_, region), region, Step{.function = function_.get()});
     }
 
+    // Preparing a plain image walks down to its source.
+    bool IsPlain() const override { return isPlain_; }
+
   private:
+    static constexpr int kMostPlainLevels = 8;
+
     ImageRef input_;
     std::unique_ptr<const PointFunction> function_;
+    bool isPlain_;
 };
 
 // The combined depth of several images.
@@ -286,7 +295,7 @@ ImageRef MakePointImage(ImageRef input, std::unique_ptr<const PointFunction> fun
 }
 
 ImageRef MakePointImage(ImageRef input, std::unique_ptr<const PointFunction> function, const Extent& extent) {
-    if (const auto* below = dynamic_cast<const PointImage*>(input.get())) {
+    if (const auto* below = dynamic_cast<const PointImage*>(input.Get())) {
         if (auto both = function->After(below->Function())) {
             return std::make_shared<PointImage>(below->GetInput(), std::move(both), extent);
         }

@@ -3,8 +3,8 @@
 // The region is cut into blocks. An image is prepared for one block after the other, which bounds the memory that
 // prepared stages hold. The tiles of a block are rendered and stored in parallel; a bitmap of linear floats is
 // rendered into directly.
-// Images that several others use, and images that tiles would render again and again, are held for the block (plan.cpp).
-// A block that exceeds the memory budget is rendered as four smaller ones.
+// Images that several others use, and images that tiles would render again and again, are held for the block
+// (plan.cpp). A block that exceeds the memory budget is rendered as four smaller ones.
 // The result depends neither on these sizes nor on the budget nor on the number of threads.
 
 #pragma once
@@ -18,7 +18,7 @@ namespace core_image {
 
 // How the work is divided.
 struct Cut {
-    std::int64_t blockEdge = 4096;  // a wide blur then holds 64 MB, and 256 MB while it is prepared
+    std::int64_t blockEdge = 4096;        // a wide blur then holds 64 MB, and 256 MB while it is prepared
     std::int64_t tileWidth = kTileWidth;  // if pointwise, this many pixels as whole rows
     std::int64_t tileHeight = kTileHeight;
 };

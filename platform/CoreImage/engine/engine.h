@@ -64,8 +64,8 @@ struct Output {
     MemoryBudget* budget = &MemoryBudget::Default();
 };
 
-// Renders a region that is not empty. Returns whether that succeeded; if not, sets the fault, which says how much memory
-// was needed.
+// Renders a region that is not empty. Returns whether that succeeded; if not, sets the fault, which says how much
+// memory was needed.
 [[nodiscard]] bool RenderImage(ImageHandle* image, const Region& region, const BitmapDestination& destination,
                                const Output& output, Fault* fault) noexcept;
 

@@ -145,7 +145,7 @@ ImageRef MakeAffineImage(ImageRef input, const Affine& map, Light light) {
     if (IsWholeMove(map)) {
         std::int64_t x = static_cast<std::int64_t>(map.tx), y = static_cast<std::int64_t>(map.ty);
         // Moves one after the other are one.
-        if (const auto* moved = dynamic_cast<const MovedImage*>(input.get())) {
+        if (const auto* moved = dynamic_cast<const MovedImage*>(input.Get())) {
             x += moved->X();
             y += moved->Y();
             input = ImageRef(moved->GetInput());

@@ -119,7 +119,8 @@ TEST(MemoryBudgetTest, EngineSaysHowMuchMemoryWasNeeded) {
     Floats result;
     Fault fault;
     EXPECT_FALSE(RenderImage(&image, kPhoto, result.destination, {{}, true, &budget}, &fault));
-    EXPECT_EQ(std::string(fault.text).find("800 x 600 pixels: rendering needs more memory than there is, at least "), 0u)
+    EXPECT_EQ(std::string(fault.text).find("800 x 600 pixels: rendering needs more memory than there is, at least "),
+              0u)
         << fault.text;
     EXPECT_NE(std::strstr(fault.text, "MB; the limit is 10 MB"), nullptr) << fault.text;
 }

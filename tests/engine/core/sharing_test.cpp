@@ -1,4 +1,5 @@
-// sharing_test.cpp - checks that an image used by several others is rendered once, and that this changes no bit.
+// sharing_test.cpp - checks that an image used by several others is rendered once, and that results do not depend on
+// it.
 //
 // Counts are exact: pixels that an image rendered, not time.
 
@@ -117,11 +118,10 @@ TEST(SharingTest, WorkOfAChainOfBlursGrowsWithItsLength) {
 // Two users at distant places of an infinite image do not make it render everything in between.
 TEST(SharingTest, DistantPartsOfAnImageArePreparedApart) {
     const auto count = std::make_shared<Count>();
-    const ImageRef pattern =
-        Counted(MakeGaussianBlurImage(MakeConstantImage({1, 1, 1, 1}), 3), count);
+    const ImageRef pattern = Counted(MakeGaussianBlurImage(MakeConstantImage({1, 1, 1, 1}), 3), count);
     const ImageRef near = MakeCroppedImage(pattern, {0, 0, 100, 50});
-    const ImageRef far = MakeAffineImage(MakeCroppedImage(pattern, {1e6, 1e6, 1e6 + 100, 1e6 + 50}),
-                                         {.tx = -1e6, .ty = -1e6});
+    const ImageRef far =
+        MakeAffineImage(MakeCroppedImage(pattern, {1e6, 1e6, 1e6 + 100, 1e6 + 50}), {.tx = -1e6, .ty = -1e6});
     (void)Pixels(Dissolve(near, far), {0, 0, 100, 50});
     EXPECT_EQ(count->stages, 2);
     EXPECT_EQ(count->pixels, 2 * 100 * 50);
