@@ -64,8 +64,9 @@ TEST_F(ImageDestinationTest, JPEGShowsTransparentPixelsWhite) {
 }
 
 TEST_F(ImageDestinationTest, PicturesOfAMillionColumnsAreWrittenAndRead) {
-    CIImage* wide = [[CIImage imageWithColor:[CIColor colorWithRed:1 green:0 blue:0]]
-        imageByCroppingToRect:CGRectMake(0, 0, 1000001, 1)];
+    CIImage* wide =
+        [[CIImage imageWithColor:[CIColor colorWithRed:1 green:0
+                                                  blue:0]] imageByCroppingToRect:CGRectMake(0, 0, 1000001, 1)];
     ASSERT_TRUE(Write(wide, CFSTR("public.png")));
     CGImageSourceRef source = CGImageSourceCreateWithURL((CFURLRef)url, nullptr);
     EXPECT_EQ(CGImageSourceGetStatus(source), kCGImageStatusComplete);

@@ -145,7 +145,9 @@ class ProtectionTest(ZevaTest):
             )
 
     def test_the_output_may_not_be_a_file_of_a_setting(self):
-        for words in (["BlendWithMask", "inputMaskImage=photo.png"], ["ColorInvert", "+", "ColorCube", "inputCubeData=@photo.png"]):
+        mask = ["BlendWithMask", "inputMaskImage=photo.png"]
+        cube = ["ColorInvert", "+", "ColorCube", "inputCubeData=@photo.png"]
+        for words in (mask, cube):
             self.assert_fails(
                 2,
                 "photo.png: a result would overwrite it; nothing was written",
@@ -244,8 +246,8 @@ class ExitStatusTest(ZevaTest):
         )
 
     def test_128_and_the_number_of_the_signal(self):
-        (self.folder / "endless.lua").write_text("while true do print(1) end")
-        script = f"('{ZEVA}' run endless.lua; echo $? >status) | head -1"
+        (self.folder / "loop.lua").write_text("while true do print(1) end")
+        script = f"('{ZEVA}' run loop.lua; echo $? >status) | head -1"
         subprocess.run(["bash", "-c", script], cwd=self.folder, capture_output=True, timeout=60, restore_signals=True)
         self.assertEqual((self.folder / "status").read_text(), "141\n")
 
