@@ -128,7 +128,7 @@ void Render(Host& host, Gallery& gallery, const path& target) {
         const auto& [photo, filter, sample] = jobs[i];
         if (failure.empty()) return progress.Done("");
         for (const std::string& picture : sample->pictures) {
-            gallery.missing[photo->folder + "/" + picture] = Reason(failure);
+            gallery.missing[photo->folder + "/" + picture] = host::PrintableText(Reason(failure));
         }
         progress.Done(filter->Title().name + ", " + sample->caption + ", " + photo->name + ": " + Reason(failure));
     });

@@ -6,7 +6,11 @@
 // One picture is processed here, with a line on standard error for each step. Many pictures are processed in parallel
 // by worker processes, each with a host of its own (host/batch/batch.h).
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cmath>
 #include <cstdint>
@@ -152,13 +156,17 @@ void Save(Host& host, const ObjectReference& image, const std::string& output, c
 
 bool IsFolder(const std::string& output) { return output.ends_with('/') || std::filesystem::is_directory(output); }
 
+// Creates the folder of the results, unless it exists and can be written to.
 void CreateFolder(const std::string& folder) {
     std::error_code error;
     std::filesystem::create_directories(folder, error);
+    const bool isWritable = faccessat(AT_FDCWD, folder.c_str(), W_OK, AT_EACCESS) == 0;
+    if (!error && !isWritable) error.assign(errno, std::generic_category());
     if (error) {
-        throw HostError(folder,
-                        "the folder cannot be created (" + host::SystemReason(error.value()) + "); nothing was written",
-                        error.value());
+        throw HostError(
+            folder,
+            "results cannot be written to this folder (" + host::SystemReason(error.value()) + "); nothing was written",
+            error.value());
     }
 }
 

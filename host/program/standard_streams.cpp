@@ -26,7 +26,7 @@ void KeepClosed(int stream) {
 }
 
 // Lets a broken pipe end the program, as it ends others. Why a function and not the system's default: Foundation
-// ignores the signal if it finds the default, and a script that prints without end would then never end.
+// ignores the signal if it finds the default, and a script that prints in a loop would then never stop.
 void EndByBrokenPipe() {
     struct sigaction action = {};
     if (sigaction(SIGPIPE, nullptr, &action) != 0 || action.sa_handler != SIG_DFL) return;

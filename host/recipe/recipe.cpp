@@ -191,6 +191,8 @@ Recipe ReadRecipe(const std::vector<std::string>& words) {
             expectsFilter = false;
         } else if (std::optional<Setting> setting = SettingOf(word)) {
             recipe.steps.back().settings.push_back(std::move(*setting));
+        } else if (word.empty()) {
+            throw HostError("''", "expected the name of a picture");
         } else {
             recipe.inputs.push_back(word);
         }

@@ -14,6 +14,7 @@
 // The parts of the runtime from the ground up; each one includes only parts that stand before it:
 //   declaration, suggestion, call_scope, reference, text
 //   errors, environment                  the Host as objects and strings see it
+//   write_file
 //   string, value, call
 //   class, class_registry, module
 //   object, describe, argument

@@ -134,6 +134,19 @@ class ApplyTest(ZevaTest):
                 2, "+: expected a filter name before and after it", "apply", *words, "-o", self.out
             )
 
+    def test_an_empty_word_is_not_a_picture(self):
+        self.assert_fails(2, "'': expected the name of a picture", "apply", "Bloom", "", "-o", self.out)
+        self.assert_fails(
+            2, "CIImageQOR.Save: the path is empty; nothing was written", "apply", "Bloom", self.photo, "-o", ""
+        )
+
+    def test_a_folder_that_cannot_be_created_is_refused(self):
+        self.assert_fails(
+            2,
+            "photo.png/new/: results cannot be written to this folder (not a directory); nothing was written",
+            *("apply", "Bloom", self.photo, "-o", "photo.png/new/"),
+        )
+
     def test_wrong_arguments_have_their_own_exit_status(self):
         self.assert_fails(2, "no command given, zeva --help lists them")
         self.assert_fails(2, "the following argument was not expected: aply", "aply")

@@ -65,7 +65,8 @@ class NamesTest(ZevaTest):
         events = json.loads((self.folder / "trace.json").read_text())
         opened = next(event for event in events if event.get("name") == "CIImageQOR.Open")
         self.assertEqual(opened["args"]["arguments"], [{"text": "caf\ufffd", "base64": "Y2Fm6Q=="}])
-        self.assertIn('CIImageQOR.Open({"text":"caf\ufffd","base64":"Y2Fm6Q=="})', self.assert_works("trace", "trace.json"))
+        printed = self.assert_works("trace", "trace.json")
+        self.assertIn('CIImageQOR.Open({"text":"caf\ufffd","base64":"Y2Fm6Q=="})', printed)
         report = json.loads(self.zeva("check", LATIN, "--only", "load.entry-point", "--json").stdout)
         self.assertEqual((report["module"], report["moduleBase64"]), ("caf\ufffd", "Y2Fm6Q=="))
 
