@@ -54,7 +54,10 @@ void AddArgument(CLI::App& app, const Argument& argument) {
             return app.add_flag(argument.names, *target, argument.help);
         } else {
             CLI::Option* option = app.add_option(argument.names, *target, argument.help);
-            return std::is_arithmetic_v<Target> ? option->capture_default_str() : option;
+            if constexpr (std::is_arithmetic_v<Target>) {
+                if (*target != 0) option->capture_default_str();
+            }
+            return option;
         }
     };
     CLI::Option* option = std::visit(add, argument.target);
