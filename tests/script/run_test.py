@@ -114,11 +114,11 @@ class RunTest(unittest.TestCase):
         )
 
     def test_a_restricted_script_has_limits_by_default_and_options_set_others(self):
-        endless = "while true do end"
-        result = self.zeva("run", "--restricted", "--lua-steps", "50000", "-", input=endless)
+        loop = "while true do end"
+        result = self.zeva("run", "--restricted", "--lua-steps", "50000", "-", input=loop)
         self.assertEqual((result.returncode, result.stderr.splitlines()[0]),
                          (1, "zeva: stdin:1: the limit of 50000 steps is reached"))
-        result = self.zeva("run", "--lua-steps", "50000", "-", input=endless)
+        result = self.zeva("run", "--lua-steps", "50000", "-", input=loop)
         self.assertEqual(result.stderr.splitlines()[0], "zeva: stdin:1: the limit of 50000 steps is reached")
         result = self.zeva("run", "--restricted", "-", input="for i = 1, 9e7 do end")
         self.assertEqual((result.returncode, result.stderr), (0, ""))
