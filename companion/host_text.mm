@@ -38,8 +38,10 @@ ZEVAobjectStruct* NewHostException(const char* className, NSString* message) {
     return exception;
 }
 
-void RaiseWithMessage(NSString* message) {
-    ZEVAobjectStruct* exception = NewHostException("RuntimeException", message);
+void RaiseWithMessage(NSString* message) { RaiseNew("RuntimeException", message); }
+
+void RaiseNew(const char* className, NSString* message) {
+    ZEVAobjectStruct* exception = NewHostException(className, message);
     if (exception == nullptr) return;
     ZEVARaiseException(exception);
     ZEVAUnlockObject(exception);

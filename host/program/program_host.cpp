@@ -29,8 +29,11 @@ bool HasBuiltModules() {
 }
 
 std::unique_ptr<host::Host> MakeHost(const ProgramOptions& options) {
-    auto host = std::make_unique<host::Host>(host::HostOptions{
-        .version = options.hostVersion, .callScope = PlatformPool(), .report = PrintMessage, .trace = options.trace});
+    auto host = std::make_unique<host::Host>(host::HostOptions{.version = options.hostVersion,
+                                                               .callScope = PlatformPool(),
+                                                               .report = PrintMessage,
+                                                               .failures = PlatformFailures(),
+                                                               .trace = options.trace});
     host->LoadModule(BuiltModule(kCompanion));
     host->LoadModule(options.module.empty() ? BuiltModule(kFilters) : std::filesystem::path(options.module));
     return host;

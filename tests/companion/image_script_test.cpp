@@ -52,6 +52,37 @@ TEST_F(CompanionScriptTest, InvalidPixelsAndRectanglesRaise) {
               "");
 }
 
+// The engine's limits may change, the texts of their reasons too: each message has a reason, and not a wrong one.
+TEST_F(CompanionScriptTest, AnImageThatIsTooDeepOrTooLargeRaisesTheEnginesReason) {
+    EXPECT_EQ(Run(R"(
+        local photo = CIImageQOR.FromPixels(bytes(("\200\100\50\255"):rep(6)), 3, 2)
+        local turn = NSAffineTransformQOR.Identity():Rotate(0.1)
+        local function filtered(image)
+            local blur = CIFilterGaussianBlurQOR()
+            blur.inputImage = image
+            return blur.outputImage
+        end
+        local steps = {
+            ["^CIImageQOR.Over: (the image would be .+); nothing was composited$"] = function(i) return i:Over(i) end,
+            ["^CIImageQOR.Over: (the image would .+); nothing was composited$"] = function(i) return photo:Over(i) end,
+            ["^CIImageQOR.Transform: (the image would .+); nothing was transformed$"] =
+                function(i) return i:Transform(turn) end,
+            ["^CIFilterGaussianBlurQOR.outputImage: (the image would .+)$"] = filtered,
+        }
+        for pattern, step in pairs(steps) do
+            local done, failure = pcall(function()
+                local image = photo
+                for _ = 1, 100000 do image = assert(step(image)) end
+            end)
+            if done then error("no limit for " .. pattern) end
+            local reason = failure.message:match(pattern)
+            assert(failure.class == "RuntimeException" and reason and not reason:find("invert"), failure.message)
+        end
+        assert(CIFilterGaussianBlurQOR().outputImage == nil)
+    )"),
+              "");
+}
+
 TEST_F(CompanionScriptTest, EncodedFilesHoldTheSamePicture) {
     EXPECT_EQ(Run(R"(
         local rows = ("\255\0\0\255" .. "\0\0\255\255"):rep(32)

@@ -5,6 +5,7 @@ Usage: run_test.py PATH_OF_ZEVA
 """
 
 import pathlib
+import resource
 import subprocess
 import sys
 import tempfile
@@ -133,6 +134,35 @@ class RunTest(unittest.TestCase):
                              (1, f"zeva: not enough memory, the limit of the script is {limit} MB"))
         result = self.zeva("run", "-", input=large % 300)
         self.assertEqual((result.returncode, result.stderr), (0, ""))
+
+    @unittest.skipIf(b"__asan_init" in pathlib.Path(ZEVA).read_bytes(), "sanitizers reserve more addresses")
+    def test_a_script_out_of_memory_gets_an_error_with_the_reason_and_never_nil(self):
+        makers = {
+            "MemoryBlock.FromBytes(('x'):rep(10000000))": "MemoryBlock.FromBytes: out of memory for 10000000 bytes",
+            "CIVectorQOR.Point(1, 2)": "memory",
+            "RuntimeException()": "memory",
+            "image:Values(image.Extent)": "memory|MemoryBlock of 16000000 bytes",
+        }
+        limit = 250 << 20
+        for maker, reason in makers.items():
+            script = f"""
+                local bytes = MemoryBlock.FromBytes(("x"):rep(4000000))
+                local image, all = CIImageQOR.FromPixels(bytes, 1000, 1000), {{}}
+                local done, failure = pcall(function()
+                    for i = 1, 1e9 do all[i] = {maker} or error("nil") end
+                end)
+                local count = #all
+                all = nil
+                collectgarbage()
+                print(count > 0, failure)
+            """
+            result = self.run_script(
+                script, preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (limit, limit))
+            )
+            self.assertEqual(result.returncode, 0, maker)
+            # The module's guard may log one line for the platform's own exception.
+            self.assertLessEqual(len(result.stderr.splitlines()), 1, result.stderr)
+            self.assertRegex(result.stdout, f"^true\t.*({reason})", maker)
 
     def test_a_trace_may_stand_behind_the_script(self):
         for words in (["--trace", "trace.json"], ["--trace=trace.json"]):

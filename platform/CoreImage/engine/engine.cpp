@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <exception>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -13,21 +14,46 @@
 #include "core/color_matching.h"
 #include "core/cropped.h"
 #include "core/renderer.h"
+#include "engine/failure.h"
 #include "generator/generator.h"
 #include "sampling/affine.h"
 
 namespace core_image {
 namespace {
 
+// Notes the exception that is being handled as the reason of a failure.
+void NoteException() noexcept {
+    try {
+        throw;
+    } catch (const std::bad_alloc&) {
+        NoteFailure("there is not enough memory");
+    } catch (const std::exception& error) {
+        NoteFailure("%s", error.what());
+    }
+}
+
+// Whether an image is within the limits. Notes the limit that it exceeds.
+bool IsWithinLimits(const Depth& depth) noexcept {
+    if (depth.levels > kDeepestImage) {
+        NoteFailure("the image would be %d images deep, at most %d are possible", depth.levels, kDeepestImage);
+    } else if (depth.images > kMostImages) {
+        NoteFailure("the image would be made of %.0f images, at most %.0f are possible", depth.images, kMostImages);
+    } else {
+        return true;
+    }
+    return false;
+}
+
 // Runs a function that makes an image, and returns a handle of the image.
 template <typename Make>
 ImageHandle* Handle(Make&& make) noexcept {
+    ForgetFailure();
     try {
         ImageRef image = make();
-        if (image == nullptr) return nullptr;
-        if (image->GetDepth().levels > kDeepestImage || image->GetDepth().images > kMostImages) return nullptr;
+        if (image == nullptr || !IsWithinLimits(image->GetDepth())) return nullptr;
         return new ImageRef(std::move(image));
     } catch (const std::exception&) {
+        NoteException();
         return nullptr;
     }
 }
@@ -87,6 +113,7 @@ Extent ExtentOfImage(ImageHandle* image) noexcept { return (*image)->GetExtent()
 
 bool RenderImage(ImageHandle* image, const Region& region, const BitmapDestination& destination,
                  const Output& output) noexcept {
+    ForgetFailure();
     if (image == nullptr) return false;
     try {
         ImageRef shown = *image;
@@ -103,6 +130,7 @@ bool RenderImage(ImageHandle* image, const Region& region, const BitmapDestinati
         Render(shown, region, coded);
         return true;
     } catch (const std::exception&) {
+        NoteException();
         return false;
     }
 }

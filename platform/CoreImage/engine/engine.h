@@ -5,7 +5,7 @@
 //
 // Ownership: Make... returns a handle that the caller frees with DisposeImage; arguments are borrowed.
 // Failure:   null or false when memory is short, or when the image would be deeper than kDeepestImage or larger than
-//            kMostImages.
+//            kMostImages. failure.h has the reason.
 // Threads:   any.
 
 #pragma once
