@@ -40,7 +40,7 @@ ZEVAobjectStruct* NewImageOf(const PictureFile& picture) {
     return object;
 }
 
-// Returns a new object of the image that a member has made of another one. Raises the engine's reason when it made none.
+// Returns a new object of the image that a member has made of another one. Raises the reason when the engine made none.
 ZEVAobjectStruct* NewResult(CIImage* made, CIImage* original, NSString* member, NSString* consequence) {
     if (made == nil && original != nil) {
         RaiseAbout(member, [NSString stringWithUTF8String:CIEngineFailure()], consequence);

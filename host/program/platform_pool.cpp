@@ -1,7 +1,7 @@
 // platform_pool.cpp - opens and closes the pool, and asks Core Image.
 //
-// Why classes and functions are looked up by name: Foundation and Core Image take longer to load than most commands take
-// to run, so the program does not link them. The first module that needs them loads them, and before that there is
+// Why classes and functions are looked up by name: Foundation and Core Image take longer to load than most commands
+// take to run, so the program does not link them. The first module that needs them loads them, and before that there is
 // nothing to autorelease and nothing that fails.
 
 #include "host/program/platform_pool.h"
