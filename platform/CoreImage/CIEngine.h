@@ -8,8 +8,8 @@
 extern "C" {
 #endif
 
-// Returns the instruction set that the engine uses on this processor: "ssse3", "sse4", "avx2" or "avx512", or "none" for
-// code without vector instructions. The text is constant.
+// Returns the instruction set that the engine uses on this processor: "ssse3", "sse4", "avx2" or "avx512", or "none"
+// for code without vector instructions. The text is constant.
 __attribute__((visibility("default"))) const char* CIEngineInstructionSet(void);
 
 // Returns why the latest image of this thread was not made or not rendered; empty when it was, or when its inputs have
