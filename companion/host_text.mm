@@ -2,6 +2,7 @@
 
 #include "companion/host_text.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
@@ -9,22 +10,70 @@
 #include "interface/text_encoding.h"
 #include "plugin/host_services.h"
 
-NSString* TextOf(ZEVAstringStruct* string) {
+namespace {
+
+// Returns the bytes of a borrowed host string with a zero byte at their end, autoreleased; nil as for TextOf.
+NSData* BytesOf(ZEVAstringStruct* string) {
     ZEVAstringData data = {};
     if (string == nullptr || ZEVAGetStringData(string, &data) != 1) return nil;
-    const auto length = static_cast<NSUInteger>(data.hostWords[kStringDataLength]);
-    NSString* text = [[NSString alloc] initWithBytes:data.bytes length:length encoding:NSUTF8StringEncoding];
-    if (text == nil) {
-        text = [[NSString alloc] initWithBytes:data.bytes length:length encoding:NSISOLatin1StringEncoding];
-    }
+    NSMutableData* bytes = [NSMutableData dataWithBytes:data.bytes
+                                                 length:static_cast<NSUInteger>(data.hostWords[kStringDataLength])];
+    [bytes appendBytes:"" length:1];
     ZEVADisposeStringData(&data);
-    return [text autorelease];
+    return bytes;
 }
+
+// The longest sequence of bytes that encodes one character.
+constexpr NSUInteger kLongestCharacter = 4;
+
+// Returns bytes as text, with every byte that is not part of valid UTF-8 as \xNN.
+NSString* EscapedText(const char* bytes, NSUInteger length) {
+    NSMutableString* text = [NSMutableString string];
+    while (length > 0) {
+        NSString* character = nil;
+        NSUInteger used = 0;
+        while (character == nil && used < std::min(length, kLongestCharacter)) {
+            character = [[NSString alloc] initWithBytes:bytes length:++used encoding:NSUTF8StringEncoding];
+        }
+        if (character != nil) {
+            [text appendString:character];
+        } else {
+            used = 1;
+            [text appendFormat:@"\\x%02x", static_cast<unsigned>(static_cast<unsigned char>(*bytes))];
+        }
+        [character release];
+        bytes += used;
+        length -= used;
+    }
+    return text;
+}
+
+NSString* TextOfBytes(const char* bytes, NSUInteger length) {
+    NSString* text = [[NSString alloc] initWithBytes:bytes length:length encoding:NSUTF8StringEncoding];
+    return text != nil ? [text autorelease] : EscapedText(bytes, length);
+}
+
+}  // namespace
+
+NSString* TextOf(ZEVAstringStruct* string) {
+    NSData* bytes = BytesOf(string);
+    return bytes != nil ? TextOfBytes(static_cast<const char*>([bytes bytes]), [bytes length] - 1) : nil;
+}
+
+NSString* PathOf(ZEVAstringStruct* string, const char** path) {
+    NSData* bytes = BytesOf(string);
+    *path = static_cast<const char*>([bytes bytes]);
+    if ([bytes length] <= 1) return @"the path is empty";
+    return std::strlen(*path) != [bytes length] - 1 ? @"the path contains a zero byte" : nil;
+}
+
+NSString* TextOfPath(const char* path) { return TextOfBytes(path, std::strlen(path)); }
 
 ZEVAstringStruct* NewHostString(NSString* text) {
     const char* bytes = [text UTF8String];
     if (bytes == nullptr) return nullptr;
-    ZEVAstringStruct* string = originalZEVABuildString(bytes, static_cast<std::int32_t>(std::strlen(bytes)));
+    const NSUInteger length = [text lengthOfBytesUsingEncoding:NSUTF8StringEncoding];
+    ZEVAstringStruct* string = originalZEVABuildString(bytes, static_cast<std::int32_t>(length));
     if (string != nullptr) ZEVASetStringEncoding(string, kEncodingUtf8);
     return string;
 }
@@ -38,15 +87,16 @@ ZEVAobjectStruct* NewHostException(const char* className, NSString* message) {
     return exception;
 }
 
-void RaiseWithMessage(NSString* message) { RaiseNew("RuntimeException", message); }
-
-void RaiseNew(const char* className, NSString* message) {
+void RaiseNew(const char* className, NSString* message, int errorNumber) {
     ZEVAobjectStruct* exception = NewHostException(className, message);
     if (exception == nullptr) return;
+    if (errorNumber != 0) ZEVASetPropValueInt32(exception, "ErrorNumber", errorNumber);
     ZEVARaiseException(exception);
     ZEVAUnlockObject(exception);
 }
 
-void RaiseAbout(NSString* place, NSString* reason, NSString* consequence) {
-    RaiseWithMessage([NSString stringWithFormat:@"%@: %@; %@", place, reason, consequence]);
+void RaiseWithMessage(NSString* message) { RaiseNew("RuntimeException", message); }
+
+void RaiseAbout(NSString* place, NSString* reason, NSString* consequence, int errorNumber) {
+    RaiseNew("RuntimeException", [NSString stringWithFormat:@"%@: %@; %@", place, reason, consequence], errorNumber);
 }

@@ -53,11 +53,13 @@ ZEVAobjectStruct* NewResult(CIImage* made, CIImage* original, NSString* member, 
 ZEVAobjectStruct* Open(ZEVAstringStruct* path) {
     ZEVAobjectStruct* result = nullptr;
     Guarded([&] {
-        NSString* text = TextOf(path);
-        if ([text length] == 0) return RaiseWithMessage(@"CIImageQOR.Open: the path is empty; no image was opened");
+        NSString* const consequence = @"no image was opened";
+        const char* bytes = nullptr;
+        NSString* reason = PathOf(path, &bytes);
+        if (reason != nil) return RaiseAbout(@"CIImageQOR.Open", reason, consequence);
         PictureFile picture;
-        NSString* reason = ReadImageFile(text, &picture);
-        if (reason != nil) return RaiseAbout(text, reason, @"no image was opened");
+        reason = ReadImageFile(bytes, &picture);
+        if (reason != nil) return RaiseAbout(TextOfPath(bytes), reason, consequence);
         result = NewImageOf(picture);
     });
     return result;

@@ -1,6 +1,7 @@
 // image_files.h - reads and writes PNG and JPEG, as files and as bytes.
 //
-// Failure: each function returns the reason as an autoreleased string, or nil on success.
+// Failure: each function returns the reason as an autoreleased string, or nil on success. Those that write also store
+//          the system's error number, if the system is the cause.
 // Threads: the host's thread.
 
 #pragma once
@@ -13,16 +14,23 @@ struct PictureFile {
     int orientation = 1;          // the Exif orientation, 1 (upright) to 8
 };
 
+// Returns that there is no memory for an image of this size, and how much it needs.
+[[nodiscard]] NSString* ReasonForMemory(CGSize size);
+
 // Reads a PNG or JPEG.
-[[nodiscard]] NSString* ReadImageFile(NSString* path, PictureFile* picture);
+[[nodiscard]] NSString* ReadImageFile(const char* path, PictureFile* picture);
 [[nodiscard]] NSString* ReadImageData(NSData* data, PictureFile* picture);
 
-// Tests the suffix and the folder of a path, so that a wrong path is found before the image is rendered.
-[[nodiscard]] NSString* ObstacleToWriting(NSString* path);
+// Tests the suffix and the folder of a path and the size of the image, so that these are found before the image is
+// rendered.
+[[nodiscard]] NSString* ObstacleToWriting(const char* path, CGSize size, int* errorNumber);
+
+// Tests the size of an image that is encoded as JPEG.
+[[nodiscard]] NSString* ObstacleToJPEG(CGSize size);
 
 // Writes a PNG or JPEG by the suffix of the path. The quality of a JPEG is 0 to 1, nil for the default. When writing
 // fails, an existing file stays unchanged.
-[[nodiscard]] NSString* WriteImageFile(NSString* path, CGImageRef image, NSNumber* quality);
+[[nodiscard]] NSString* WriteImageFile(const char* path, CGImageRef image, NSNumber* quality, int* errorNumber);
 
 // Encodes a JPEG when there is a quality, else a PNG. Stores the autoreleased bytes in `file`.
-[[nodiscard]] NSString* EncodeImage(CGImageRef image, NSNumber* quality, NSData** file);
+[[nodiscard]] NSString* EncodeImage(CGImageRef image, NSNumber* quality, NSData** file, int* errorNumber);

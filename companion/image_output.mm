@@ -6,6 +6,7 @@
 #import <CoreImage/CoreImage.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -21,9 +22,9 @@ namespace {
 
 constexpr std::size_t kComponents = 4;
 
-// Renders the extent of an image in a color space; null means sRGB. Returns why that failed, or nil. The caller owns
-// one reference to the bitmap.
-NSString* Render(CIImage* image, CGColorSpaceRef space, CGImageRef* bitmap) {
+// Renders the extent of an image in a color space; null means sRGB. Returns why that failed, or nil, and stores the
+// system's error number, if the system is the cause. The caller owns one reference to the bitmap.
+NSString* Render(CIImage* image, CGColorSpaceRef space, CGImageRef* bitmap, int* errorNumber) {
     const CGRect extent = [image extent];
     if (image == nil || CGRectIsEmpty(extent)) return @"the image is empty";
     if (CGRectIsInfinite(extent)) return @"the image is infinite, crop it first";
@@ -34,8 +35,8 @@ NSString* Render(CIImage* image, CGColorSpaceRef space, CGImageRef* bitmap) {
     *bitmap = space == nullptr ? [context createCGImage:image fromRect:extent]
                                : [context createCGImage:image fromRect:extent format:kCIFormatRGBA8 colorSpace:space];
     if (*bitmap != nullptr) return nil;
-    return [NSString stringWithFormat:@"an image of %.0f x %.0f pixels cannot be rendered",
-                                      static_cast<double>(extent.size.width), static_cast<double>(extent.size.height)];
+    *errorNumber = ENOMEM;
+    return [@"the image cannot be rendered, " stringByAppendingString:ReasonForMemory(extent.size)];
 }
 
 // Returns why a quality is invalid; nil for 0 to 1 and for nil.
@@ -46,25 +47,32 @@ NSString* ObstacleInQuality(NSNumber* quality) {
 }
 
 void Save(ZEVAobjectStruct* self, ZEVAstringStruct* path, NSNumber* quality, CGColorSpaceRef space, NSString* member) {
-    NSString* text = TextOf(path);
-    if ([text length] == 0) return RaiseAbout(member, @"the path is empty", @"nothing was written");
+    NSString* const consequence = @"nothing was written";
+    const char* bytes = nullptr;
+    NSString* reason = PathOf(path, &bytes);
+    if (reason != nil) return RaiseAbout(member, reason, consequence);
+    CIImage* image = WrappedIn(self);
     CGImageRef bitmap = nullptr;
-    NSString* reason = ObstacleInQuality(quality);
-    if (reason == nil) reason = ObstacleToWriting(text);
-    if (reason == nil) reason = Render(WrappedIn(self), space, &bitmap);
-    if (reason == nil) reason = WriteImageFile(text, bitmap, quality);
+    int errorNumber = 0;
+    reason = ObstacleInQuality(quality);
+    if (reason == nil) reason = ObstacleToWriting(bytes, [image extent].size, &errorNumber);
+    if (reason == nil) reason = Render(image, space, &bitmap, &errorNumber);
+    if (reason == nil) reason = WriteImageFile(bytes, bitmap, quality, &errorNumber);
     CGImageRelease(bitmap);
-    if (reason != nil) RaiseAbout(text, reason, @"nothing was written");
+    if (reason != nil) RaiseAbout(TextOfPath(bytes), reason, consequence, errorNumber);
 }
 
 ZEVAmemoryBlockStruct* Encoded(ZEVAobjectStruct* self, NSNumber* quality, NSString* member) {
+    CIImage* image = WrappedIn(self);
     CGImageRef bitmap = nullptr;
     NSData* file = nil;
+    int errorNumber = 0;
     NSString* reason = ObstacleInQuality(quality);
-    if (reason == nil) reason = Render(WrappedIn(self), nullptr, &bitmap);
-    if (reason == nil) reason = EncodeImage(bitmap, quality, &file);
+    if (reason == nil) reason = Render(image, nullptr, &bitmap, &errorNumber);
+    if (reason == nil && quality != nil) reason = ObstacleToJPEG([image extent].size);
+    if (reason == nil) reason = EncodeImage(bitmap, quality, &file, &errorNumber);
     CGImageRelease(bitmap);
-    if (reason != nil) RaiseAbout(member, reason, @"nothing was encoded");
+    if (reason != nil) RaiseAbout(member, reason, @"nothing was encoded", errorNumber);
     return NewHostBlock(file);
 }
 

@@ -27,6 +27,7 @@ struct Message {
     pid_t worker;
     std::uint32_t number;
     enum Kind : std::uint32_t { kBegins, kDone, kFailed } kind;
+    std::int32_t errorNumber;
     char failure[1000];
 };
 static_assert(sizeof(Message) <= PIPE_BUF);
@@ -56,7 +57,7 @@ class SharedCounter {
 void Work(int pipe, SharedCounter& counter, std::size_t count, const std::function<BatchJob()>& prepare) {
     BatchJob job;
     for (std::uint32_t number = counter.Take(); number < count; number = counter.Take()) {
-        Message message = {getpid(), number, Message::kBegins, {}};
+        Message message = {getpid(), number, Message::kBegins, 0, {}};
         const auto send = [&] { return write(pipe, &message, sizeof message) == sizeof message; };
         if (!send()) return;
         message.kind = Message::kDone;
@@ -65,6 +66,7 @@ void Work(int pipe, SharedCounter& counter, std::size_t count, const std::functi
             job(number);
         } catch (...) {
             message.kind = Message::kFailed;
+            message.errorNumber = ErrorNumber();
             std::snprintf(message.failure, sizeof message.failure, "%s", ErrorText().c_str());
         }
         if (!send()) return;
@@ -104,7 +106,7 @@ std::map<pid_t, std::size_t> Listen(int pipe, const BatchReport& report) {
             unfinished[message.worker] = message.number;
         } else {
             unfinished.erase(message.worker);
-            report(message.number, message.kind == Message::kFailed ? message.failure : "");
+            report(message.number, message.kind == Message::kFailed ? message.failure : "", message.errorNumber);
         }
     }
 }
@@ -133,7 +135,7 @@ void RunBatch(std::size_t count, const std::function<BatchJob()>& prepare, const
         close(ends[0]);
         for (pid_t worker : workers) {
             const std::string end = EndOf(worker);
-            if (const auto job = unfinished.find(worker); job != unfinished.end()) report(job->second, end);
+            if (const auto job = unfinished.find(worker); job != unfinished.end()) report(job->second, end, 0);
         }
     }
 }

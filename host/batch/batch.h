@@ -15,8 +15,9 @@
 // Runs the job of a number. Throws when the job fails.
 using BatchJob = std::function<void(std::size_t number)>;
 
-// Called for each job that ended. `failure` is the reason, or empty when the job succeeded.
-using BatchReport = std::function<void(std::size_t number, const std::string& failure)>;
+// Called for each job that ended. `failure` is the reason, or empty when the job succeeded. The error number is that of
+// ErrorNumber (error_text.h).
+using BatchReport = std::function<void(std::size_t number, const std::string& failure, int errorNumber)>;
 
 // Runs the jobs 0...count-1 and reports the end of each in the calling process.
 //

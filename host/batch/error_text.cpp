@@ -1,21 +1,50 @@
-// error_text.cpp - the text of each kind of exception.
+// error_text.cpp - one case for each kind of exception.
 
 #include "host/batch/error_text.h"
 
-#include "host/runtime/errors.h"
+#include <cerrno>
+#include <filesystem>
+#include <new>
+#include <system_error>
 
-std::string OneLine(std::string text) {
+#include "host/runtime/errors.h"
+#include "host/runtime/text.h"
+
+namespace {
+
+std::string Trimmed(std::string text) {
     while (!text.empty() && text.back() == '\n') text.pop_back();
-    for (char& c : text) c = c == '\n' ? ' ' : c;
     return text;
 }
+
+}  // namespace
 
 std::string ErrorText() {
     try {
         throw;
     } catch (const host::HostException& exception) {
-        return OneLine(exception.Message().empty() ? exception.what() : exception.Message());
+        return Trimmed(exception.Message().empty() ? exception.what() : exception.Message());
+    } catch (const std::filesystem::filesystem_error& error) {
+        return error.path1().string() + ": " + host::SystemReason(error.code().value());
+    } catch (const std::bad_alloc&) {
+        return "out of memory";
     } catch (const std::exception& error) {
-        return OneLine(error.what());
+        return Trimmed(error.what());
+    }
+}
+
+int ErrorNumber() {
+    try {
+        throw;
+    } catch (const host::HostException& exception) {
+        return exception.ErrorNumber();
+    } catch (const host::HostError& error) {
+        return error.ErrorNumber();
+    } catch (const std::system_error& error) {
+        return error.code().value();
+    } catch (const std::bad_alloc&) {
+        return ENOMEM;
+    } catch (const std::exception&) {
+        return 0;
     }
 }

@@ -6,6 +6,8 @@
 
 #include <cstdio>
 
+#include "host/runtime/text.h"
+
 Progress::Progress(std::size_t total) : total_(total), onTerminal_(isatty(STDERR_FILENO) != 0) { Draw(); }
 
 void Progress::Done(const std::string& failure) {
@@ -13,7 +15,7 @@ void Progress::Done(const std::string& failure) {
     if (!failure.empty()) {
         ++failures_;
         Erase();
-        std::fprintf(stderr, "zeva: %s\n", failure.c_str());
+        std::fprintf(stderr, "zeva: %s\n", host::PrintableText(failure).c_str());
     }
     Draw();
 }
@@ -21,8 +23,8 @@ void Progress::Done(const std::string& failure) {
 void Progress::Summarize(const std::string& what) {
     Erase();
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - begin_;
-    std::printf("%zu of %zu pictures %s, %zu failed, %.1f s\n", total_ - failures_, total_, what.c_str(), failures_,
-                elapsed.count());
+    std::printf("%zu of %zu pictures %s, %zu failed, %.1f s\n", total_ - failures_, total_,
+                host::PrintableText(what).c_str(), failures_, elapsed.count());
 }
 
 void Progress::Draw() const {

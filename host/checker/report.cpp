@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "host/runtime/json.h"
+#include "host/runtime/text.h"
 #include "host/runtime/value.h"
 
 namespace checker {
@@ -69,10 +70,13 @@ std::string Joined(const std::vector<std::string>& lines) {
     return text;
 }
 
-// Escapes text for XML. Control characters, which XML does not allow, become question marks.
-std::string Xml(const std::string& text) {
+// Escapes text for XML. Control characters, which XML does not allow, and bytes that are not UTF-8 become question
+// marks.
+std::string Xml(std::string_view text) {
     std::string escaped;
-    for (const char c : text) {
+    for (std::size_t length = 0; !text.empty(); text.remove_prefix(std::max<std::size_t>(length, 1))) {
+        length = host::CharacterLength(text);
+        const char c = text[0];
         if (c == '&') {
             escaped += "&amp;";
         } else if (c == '<') {
@@ -81,7 +85,7 @@ std::string Xml(const std::string& text) {
             escaped += "&quot;";
         } else {
             const bool isControl = static_cast<unsigned char>(c) < ' ' && c != '\n' && c != '\t';
-            escaped += isControl ? '?' : c;
+            escaped += isControl || length == 0 ? "?" : text.substr(0, length);
         }
     }
     return escaped;
@@ -138,8 +142,9 @@ std::string SummaryText(const std::vector<CheckResult>& results) {
 }
 
 std::string JsonReport(const std::string& module, const std::vector<CheckResult>& results) {
-    host::Json report = {
-        {"module", module}, {"summary", host::Json::MakeObject()}, {"checks", host::Json::MakeArray()}};
+    host::Json report = host::Json::MakeObject();
+    report.SetName("module", module);
+    report.Merge({{"summary", host::Json::MakeObject()}, {"checks", host::Json::MakeArray()}});
     for (const Verdict verdict : kVerdicts) report["summary"][VerdictText(verdict)] = Count(results, verdict);
     for (const CheckResult& result : results) {
         host::Json check = {{"name", result.FullName()},

@@ -59,23 +59,6 @@ std::vector<AttributeDescription> AttributesOf(Host& host, const ObjectReference
     return attributes;
 }
 
-PropertyDescription DescribeProperty(Host& host, const ObjectReference& filter, const Member& member) {
-    const std::string& name = member.declaration.name;
-    PropertyDescription property = {
-        .name = name, .type = member.declaration.result.word, .isReadOnly = member.setter == nullptr};
-    if (!filter) return property;
-    if (filter->isa->FindMember("Attribute" + name) != nullptr) {
-        const host::Value attribute = host.Get(filter.Get(), "Attribute" + name);
-        if (const auto* object = std::get_if<ObjectReference>(&attribute)) {
-            property.attributes = AttributesOf(host, *object);
-        }
-    }
-    const std::string filterName = FilterShortName(filter->isa->Name());
-    property.unit = KeyText(filterName, name, &DescriptionRow::unit);
-    property.description = KeyText(filterName, name, &DescriptionRow::description);
-    return property;
-}
-
 // A method as its record declares it.
 std::string Signature(const host::Declaration& declaration) {
     const std::string result = declaration.result.word.empty() ? "" : " as " + declaration.result.word;
@@ -139,6 +122,23 @@ bool IsFilter(const host::Class& isa) { return isa.IsA("CIFilterQOR") && !Filter
 
 FilterTitle TitleOf(Host& host, const host::Class& filterClass) {
     return TitleOf(host, host.Construct(filterClass.Name()));
+}
+
+PropertyDescription DescribeProperty(Host& host, const ObjectReference& filter, const Member& member) {
+    const std::string& name = member.declaration.name;
+    PropertyDescription property = {
+        .name = name, .type = member.declaration.result.word, .isReadOnly = member.setter == nullptr};
+    if (!filter) return property;
+    if (filter->isa->FindMember("Attribute" + name) != nullptr) {
+        const host::Value attribute = host.Get(filter.Get(), "Attribute" + name);
+        if (const auto* object = std::get_if<ObjectReference>(&attribute)) {
+            property.attributes = AttributesOf(host, *object);
+        }
+    }
+    const std::string filterName = FilterShortName(filter->isa->Name());
+    property.unit = KeyText(filterName, name, &DescriptionRow::unit);
+    property.description = KeyText(filterName, name, &DescriptionRow::description);
+    return property;
 }
 
 ClassDescription DescribeClass(Host& host, const host::Class& isa) {

@@ -62,6 +62,10 @@ struct ClassDescription {
 // Reads the names of a filter. Constructs a filter.
 [[nodiscard]] FilterTitle TitleOf(host::Host& host, const host::Class& filterClass);
 
+// Describes a property of a filter's class; without attributes when there is no filter.
+[[nodiscard]] PropertyDescription DescribeProperty(host::Host& host, const host::ObjectReference& filter,
+                                                   const host::Member& member);
+
 // Describes a class. Constructs a filter when it is the class of one.
 [[nodiscard]] ClassDescription DescribeClass(host::Host& host, const host::Class& isa);
 

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <span>
 #include <tuple>
@@ -19,6 +18,8 @@
 #include "host/description/class_description.h"
 #include "host/gallery/pages.h"
 #include "host/runtime/errors.h"
+#include "host/runtime/text.h"
+#include "host/runtime/write_file.h"
 #include "host/script/script.h"
 
 // The texts of gallery.css, gallery.js and prepare.lua.
@@ -39,13 +40,6 @@ struct Job {
     const GalleryFilter* filter;
     const Sample* sample;
 };
-
-void WriteText(const path& file, const std::string& text) {
-    std::ofstream stream(file, std::ios::binary);
-    stream << text;
-    stream.close();
-    if (!stream) throw HostError(file.string(), "cannot be written");
-}
 
 // The filters of the loaded modules, in the order of the overview: by category and title.
 std::vector<GalleryFilter> Filters(Host& host) {
@@ -76,7 +70,7 @@ std::vector<GalleryPhoto> Photos(const std::vector<std::string>& files) {
             if (!isPlain) c = '-';
         }
         const int number = ++taken[folder];
-        photos.push_back({path(file).filename().string(),
+        photos.push_back({host::PrintableText(path(file).filename().string()),
                           "pictures/" + folder + (number > 1 ? "." + std::to_string(number) : ""), 0, 0});
     }
     return photos;
@@ -102,7 +96,7 @@ void Prepare(Host& host, const std::vector<GalleryPhoto>& photos, const std::vec
         };
     };
     std::string failure;
-    RunBatch(photos.size(), prepare, [&](std::size_t i, const std::string& why) {
+    RunBatch(photos.size(), prepare, [&](std::size_t i, const std::string& why, int) {
         if (failure.empty() && !why.empty()) failure = files[i] + ": " + why;
     });
     if (!failure.empty()) throw HostError(failure, "no gallery was written");
@@ -127,7 +121,7 @@ void Render(Host& host, Gallery& gallery, const path& target) {
             RunIn(host, target / jobs[i].photo->folder, jobs[i].sample->text, jobs[i].filter->Title().name);
         };
     };
-    RunBatch(jobs.size(), prepare, [&](std::size_t i, const std::string& failure) {
+    RunBatch(jobs.size(), prepare, [&](std::size_t i, const std::string& failure, int) {
         const auto& [photo, filter, sample] = jobs[i];
         if (failure.empty()) return progress.Done("");
         for (const std::string& picture : sample->pictures) {
@@ -153,13 +147,13 @@ void Measure(Host& host, std::vector<GalleryPhoto>& photos, const path& target) 
 }
 
 void WritePages(const Gallery& gallery, const path& target) {
-    WriteText(target / "index.html", IndexPage(gallery));
+    host::WriteFile(target / "index.html", IndexPage(gallery));
     for (std::size_t i = 0; i < gallery.filters.size(); ++i) {
-        WriteText(target / PageName(gallery.filters[i]), FilterPage(gallery, i));
+        host::WriteFile(target / PageName(gallery.filters[i]), FilterPage(gallery, i));
     }
-    WriteText(target / "gallery.css", kGalleryStyle);
-    WriteText(target / "gallery.js", kGalleryScript);
-    WriteText(target / "prepare.lua", kPrepareScript);
+    host::WriteFile(target / "gallery.css", kGalleryStyle);
+    host::WriteFile(target / "gallery.js", kGalleryScript);
+    host::WriteFile(target / "prepare.lua", kPrepareScript);
 }
 
 }  // namespace

@@ -1,8 +1,12 @@
 // apply.cpp - "zeva apply": applies a chain of filters to one picture or to many.
 //
-// One picture is processed here, with a line for each step. Many pictures are processed in parallel by worker
-// processes, each with a host of its own (host/batch/batch.h).
+// Everything that is wrong with the arguments is found before anything is created. For one picture that happens on the
+// way; for many pictures, a worker process prepares the recipe first and reports what is wrong once.
+//
+// One picture is processed here, with a line on standard error for each step. Many pictures are processed in parallel
+// by worker processes, each with a host of its own (host/batch/batch.h).
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdint>
@@ -20,9 +24,12 @@
 #include "host/batch/batch.h"
 #include "host/batch/progress.h"
 #include "host/program/commands.h"
+#include "host/program/exit_status.h"
+#include "host/program/protected_files.h"
 #include "host/recipe/recipe.h"
 #include "host/recipe/setting_value.h"
 #include "host/runtime/errors.h"
+#include "host/runtime/text.h"
 
 namespace {
 
@@ -42,14 +49,13 @@ struct ApplyRequest {
 // Called after each step with its result.
 using StepReport = std::function<void(const char* step, const std::string& result)>;
 
-// Prints each step with the time since the previous one.
+// Prints each step with the time since the previous one, on standard error.
 class StepPrinter {
   public:
     void operator()(const char* step, const std::string& result) {
         const auto now = std::chrono::steady_clock::now();
         const std::chrono::duration<double, std::milli> elapsed = now - last_;
-        std::printf("%-7s%9.1f ms  %s\n", step, elapsed.count(), result.c_str());
-        std::fflush(stdout);
+        std::fprintf(stderr, "%-7s%9.1f ms  %s\n", step, elapsed.count(), host::PrintableText(result).c_str());
         last_ = now;
     }
 
@@ -98,7 +104,6 @@ ObjectReference Cropped(Host& host, const ObjectReference& image, const Value& r
 // The part of the result that --rect or --keep-size selects.
 ObjectReference Framed(Host& host, const ApplyRequest& request, const Value& input, const ObjectReference& image) {
     if (request.keepSize) {
-        if (std::holds_alternative<std::monostate>(input)) throw HostError("--keep-size", "there is no input picture");
         return Cropped(host, image, host.Get(std::get<ObjectReference>(input).Get(), "Extent"));
     }
     if (!request.rectangle.empty()) {
@@ -111,31 +116,53 @@ ObjectReference Framed(Host& host, const ApplyRequest& request, const Value& inp
     return image;
 }
 
-// Applies the filters to one picture, or to none when the input is empty. On failure the output file is unchanged.
-void Process(Host& host, const ApplyRequest& request, const Recipe& recipe, const std::string& input,
-             const std::string& output, const StepReport& report) {
-    CheckRecipe(host, recipe);
-    Value opened;
-    if (!input.empty()) {
-        const Value file[] = {host::TextValue(input)};
-        opened = host.CallShared("CIImageQOR", "Open", file);
-        report("open", input + ", " + ExtentText(host, std::get<ObjectReference>(opened)));
-    }
+std::vector<PreparedStep> Prepare(Host& host, const ApplyRequest& request, const Recipe& recipe) {
+    const bool hasInput = !recipe.inputs.empty();
+    if (request.keepSize && !hasInput) throw HostError("--keep-size", "there is no input picture");
+    return PrepareRecipe(host, recipe, hasInput);
+}
+
+// The three stages of one picture, or of none when the input is empty.
+
+Value Opened(Host& host, const std::string& input, const StepReport& report) {
+    if (input.empty()) return {};
+    const Value file[] = {host::TextValue(input)};
+    Value opened = host.CallShared("CIImageQOR", "Open", file);
+    report("open", input + ", " + ExtentText(host, std::get<ObjectReference>(opened)));
+    return opened;
+}
+
+ObjectReference Filtered(Host& host, const ApplyRequest& request, const std::vector<PreparedStep>& steps,
+                         const Value& opened, const StepReport& report) {
     Value image = opened;
-    for (const RecipeStep& step : recipe.steps) {
+    for (const PreparedStep& step : steps) {
         const ObjectReference result = RunStep(host, step, image);
-        report("filter", StepText(step) + ", " + ExtentText(host, result));
+        report("filter", StepText(*step.step) + ", " + ExtentText(host, result));
         image = result;
     }
-    const ObjectReference result = Framed(host, request, opened, std::get<ObjectReference>(image));
+    return Framed(host, request, opened, std::get<ObjectReference>(image));
+}
+
+// On failure, an existing file is unchanged.
+void Save(Host& host, const ObjectReference& image, const std::string& output, const StepReport& report) {
     const Value target[] = {host::TextValue(output)};
-    host.Call(result.Get(), "Save", target);
-    report("write", output + ", " + ExtentText(host, result));
+    host.Call(image.Get(), "Save", target);
+    report("write", output + ", " + ExtentText(host, image));
 }
 
 bool IsFolder(const std::string& output) { return output.ends_with('/') || std::filesystem::is_directory(output); }
 
-// The output file of each input. Throws HostError when two inputs would share a file or an input would be overwritten.
+void CreateFolder(const std::string& folder) {
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    if (error) {
+        throw HostError(folder,
+                        "the folder cannot be created (" + host::SystemReason(error.value()) + "); nothing was written",
+                        error.value());
+    }
+}
+
+// The output file of each input. Throws HostError when two inputs would share a file.
 std::vector<std::string> TargetsInFolder(const std::string& folder, const std::vector<std::string>& inputs) {
     std::vector<std::string> targets;
     std::map<path, std::string> taken;
@@ -146,29 +173,68 @@ std::vector<std::string> TargetsInFolder(const std::string& folder, const std::v
             throw HostError(target.string(), "the results of " + other->second + " and " + input +
                                                  " would both be written there; nothing was written");
         }
-        std::error_code missing;
-        if (std::filesystem::equivalent(target, input, missing)) {
-            throw HostError(input, "its result would overwrite it; nothing was written");
-        }
         targets.push_back(target.string());
     }
     return targets;
 }
 
+// The files that the command reads.
+std::vector<std::string> InputFiles(const Recipe& recipe) {
+    std::vector<std::string> files = FilesOfSettings(recipe);
+    files.insert(files.begin(), recipe.inputs.begin(), recipe.inputs.end());
+    return files;
+}
+
+// Throws UsageError when a result would overwrite a file that the command reads, or another result.
+void ProtectInputs(const Recipe& recipe, const std::vector<std::string>& targets) {
+    ProtectedFiles files;
+    for (const std::string& file : InputFiles(recipe)) files.Add(file);
+    for (const std::string& target : targets) files.AddOutput(target, "a result", "nothing was written");
+}
+
 // Processes one picture or none, and prints each step.
 void ApplyToOne(const ProgramOptions& options, const ApplyRequest& request, const Recipe& recipe) {
     StepPrinter report;
-    const auto host = MakeHost(options);
+    const std::string input = recipe.inputs.empty() ? "" : recipe.inputs[0];
+    const bool isIntoFolder = !input.empty() && IsFolder(request.output);
+    const std::string output = isIntoFolder ? TargetsInFolder(request.output, recipe.inputs)[0] : request.output;
+    ProtectInputs(recipe, {output});
+    std::vector<std::string> files = InputFiles(recipe);
+    files.push_back(output);
+    const auto host = MakeHost(options, files);
     report("load", std::to_string(host->Modules().size()) + " modules, " +
                        std::to_string(host->Classes().All().size()) + " classes, host version " +
                        host::NumberText(host->Version()));
-    const std::string input = recipe.inputs.empty() ? "" : recipe.inputs[0];
-    std::string output = request.output;
-    if (!input.empty() && IsFolder(output)) {
-        std::filesystem::create_directories(output);
-        output = TargetsInFolder(output, recipe.inputs)[0];
-    }
-    Process(*host, request, recipe, input, output, std::ref(report));
+    const auto steps = WithStatus(kWrongUsage, [&] { return Prepare(*host, request, recipe); });
+    const Value opened = WithStatus(kFailed, [&] { return Opened(*host, input, std::ref(report)); });
+    // Without a picture, only the settings can be the cause of a failure.
+    const auto image = WithStatus(input.empty() ? kWrongUsage : kFailed,
+                                  [&] { return Filtered(*host, request, steps, opened, std::ref(report)); });
+    if (isIntoFolder) CreateFolder(request.output);
+    WithStatus(kWrongUsage, [&] { Save(*host, image, output, std::ref(report)); });
+}
+
+// A worker's host and what it needs to process a picture.
+struct Worker {
+    std::unique_ptr<Host> host;
+    std::vector<PreparedStep> steps;
+};
+
+// Prepares the recipe in a process of its own. Throws a Failure with what is wrong.
+void CheckInWorker(const ProgramOptions& options, const ApplyRequest& request, const Recipe& recipe) {
+    const auto check = [&]() -> BatchJob {
+        return [&](std::size_t) {
+            const auto host = MakeHost(options);
+            CheckOutputs(*host, Prepare(*host, request, recipe), /*hasInput=*/true);
+        };
+    };
+    std::string problem;
+    int status = kDone;
+    RunBatch(1, check, [&](std::size_t, const std::string& failure, int errorNumber) {
+        problem = failure;
+        status = StatusOfNumber(errorNumber, kWrongUsage);
+    });
+    if (!problem.empty()) throw Failure(status, problem);
 }
 
 // Processes many pictures in parallel, and prints failures, the progress and a summary. Returns the exit status.
@@ -181,24 +247,44 @@ int ApplyToMany(const ProgramOptions& options, const ApplyRequest& request, cons
         throw HostError(request.output, std::to_string(recipe.inputs.size()) + " inputs need an output folder");
     }
     const std::vector<std::string> targets = TargetsInFolder(request.output, recipe.inputs);
-    std::filesystem::create_directories(request.output);
+    ProtectInputs(recipe, targets);
+    CheckInWorker(options, request, recipe);
+    CreateFolder(request.output);
     Progress progress(targets.size());
     const auto prepare = [&]() -> BatchJob {
-        return [&, host = std::shared_ptr<Host>(MakeHost(options))](std::size_t i) {
-            Process(*host, request, recipe, recipe.inputs[i], targets[i], [](auto&&...) {});
+        const auto worker = std::make_shared<Worker>();
+        worker->host = MakeHost(options);
+        worker->steps = Prepare(*worker->host, request, recipe);
+        return [&, worker](std::size_t i) {
+            const StepReport quiet = [](auto&&...) {};
+            Host& host = *worker->host;
+            const Value opened = Opened(host, recipe.inputs[i], quiet);
+            Save(host, Filtered(host, request, worker->steps, opened, quiet), targets[i], quiet);
         };
     };
-    RunBatch(targets.size(), prepare, [&](std::size_t i, const std::string& failure) {
-        progress.Done(failure.empty() ? "" : recipe.inputs[i] + ": " + failure);
+    int status = kDone;
+    RunBatch(targets.size(), prepare, [&](std::size_t i, const std::string& failure, int errorNumber) {
+        const std::string& input = recipe.inputs[i];
+        const bool isNamed = failure.empty() || failure.starts_with(input + ": ");
+        progress.Done(isNamed ? failure : input + ": " + failure);
+        const bool isMachine = StatusOfNumber(errorNumber, kFailed) == kMachineFailed;
+        if (!failure.empty()) status = std::max(status, isMachine ? kMachineFailed : kFailed);
     });
     progress.Summarize("written to " + request.output);
-    return progress.Failures() > 0 ? kFailed : kDone;
+    return status;
+}
+
+// Throws HostError when --rect is not a rectangle of at least one pixel.
+void CheckRectangle(const std::string& text) {
+    const std::vector<double> numbers = NumbersIn("--rect", text);
+    if (numbers.size() != 4) throw HostError("--rect", "'" + text + "' is not a rectangle, expected X,Y,W,H");
+    if (!(numbers[2] > 0 && numbers[3] > 0)) {
+        throw HostError("--rect", "'" + text + "' is empty, expected a width and a height above 0");
+    }
 }
 
 int Apply(const ProgramOptions& options, const ApplyRequest& request) {
-    if (!request.rectangle.empty() && NumbersIn("--rect", request.rectangle).size() != 4) {
-        throw HostError("--rect", "'" + request.rectangle + "' is not a rectangle, expected X,Y,W,H");
-    }
+    if (!request.rectangle.empty()) CheckRectangle(request.rectangle);
     const Recipe recipe = ReadRecipe(request.words);
     if (recipe.inputs.size() > 1) return ApplyToMany(options, request, recipe);
     ApplyToOne(options, request, recipe);

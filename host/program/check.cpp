@@ -3,7 +3,6 @@
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <string>
 #include <system_error>
@@ -12,7 +11,10 @@
 #include "host/checker/report.h"
 #include "host/program/commands.h"
 #include "host/program/platform_pool.h"
+#include "host/program/protected_files.h"
 #include "host/runtime/errors.h"
+#include "host/runtime/text.h"
+#include "host/runtime/write_file.h"
 
 namespace {
 
@@ -48,18 +50,14 @@ std::vector<fs::path> DefaultSiblings(const fs::path& module) {
     return {};
 }
 
-void WriteJunitReport(const CheckRequest& request, const std::vector<checker::CheckResult>& results) {
-    std::ofstream file(request.junit);
-    file << checker::JunitReport(request.module, results) << std::flush;
-    if (!file) throw host::HostError(request.junit, "cannot be written");
-}
-
 // Runs the checks and prints their results: as text while the checks run, or as JSON at the end.
 int RunAndReport(const checker::CheckedModule& module, const CheckRequest& request) {
     checker::TextReport text(stdout, request.isVerbose);
     if (!request.isJson) {
-        std::printf("%s", request.module.c_str());
-        for (const fs::path& sibling : module.siblings) std::printf(" with %s", sibling.c_str());
+        std::printf("%s", host::PrintableText(request.module).c_str());
+        for (const fs::path& sibling : module.siblings) {
+            std::printf(" with %s", host::PrintableText(sibling.native()).c_str());
+        }
         std::printf(", host version %s\n\n", host::NumberText(module.hostVersion).c_str());
     }
     const auto start = std::chrono::steady_clock::now();
@@ -72,7 +70,7 @@ int RunAndReport(const checker::CheckedModule& module, const CheckRequest& reque
     } else {
         text.End(results, elapsed.count());
     }
-    if (!request.junit.empty()) WriteJunitReport(request, results);
+    if (!request.junit.empty()) host::WriteFile(request.junit, checker::JunitReport(request.module, results));
     return checker::IsBad(checker::VerdictOfRun(results)) ? kFailed : kDone;
 }
 
@@ -88,6 +86,12 @@ int Check(const ProgramOptions& options, const CheckRequest& request) {
         checker::SelectedChecks(request.run.only));  // throws for an unknown name before anything is printed
     std::vector<fs::path> siblings(request.siblings.begin(), request.siblings.end());
     if (siblings.empty() && !request.isAlone) siblings = DefaultSiblings(request.module);
+    if (!request.junit.empty()) {
+        ProtectedFiles files;
+        files.Add(request.module);
+        for (const fs::path& sibling : siblings) files.Add(sibling);
+        files.AddOutput(request.junit, "the report", "nothing was checked");
+    }
     return RunAndReport({request.module, siblings, PlatformPool(), options.hostVersion}, request);
 }
 

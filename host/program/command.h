@@ -4,30 +4,20 @@
 // to compile, and hands the data to it.
 //
 // Lifetime: arguments point into a request that the command's `run` shares; both live as long as the command.
-// Failure:  `run` throws for a failure, which becomes one line on standard error and status 1. A command that has
-//           already printed its failures returns status 1 instead. UsageError means wrong arguments: status 2.
+// Failure:  `run` throws for a failure, which becomes one line on standard error and a status (exit_status.h). A
+// command
+//           that has already printed its failures returns the status instead.
 // Threads:  the program's main thread.
 
 #pragma once
 
 #include <functional>
-#include <stdexcept>
 #include <string>
 #include <variant>
 #include <vector>
 
+#include "host/program/exit_status.h"
 #include "host/program/program_host.h"
-
-// The exit statuses of the program.
-inline constexpr int kDone = 0;
-inline constexpr int kFailed = 1;
-inline constexpr int kWrongUsage = 2;
-
-// Wrong arguments that only the command can detect. The text names the argument.
-class UsageError : public std::runtime_error {
-  public:
-    using std::runtime_error::runtime_error;
-};
 
 // One argument of a command.
 struct Argument {
@@ -57,4 +47,5 @@ struct Command {
 // The footer that the help of the program and of its commands share.
 inline constexpr const char* kSharedFooter =
     "--host-version, --module and --trace apply to every command (zeva --help).\n"
-    "Exit status: 0 done, 1 failed (standard error has the reason), 2 wrong arguments.";
+    "Exit status: 0 done, 1 a picture or a script failed, 2 wrong arguments, 3 disk, memory or an output failed.\n"
+    "Standard error has the reason.";

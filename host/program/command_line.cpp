@@ -7,15 +7,15 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cctype>
-#include <cstdio>
 #include <exception>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <type_traits>
 #include <vector>
 
-#include "host/batch/error_text.h"
 #include "host/program/commands.h"
+#include "host/program/standard_streams.h"
 #include "host/program/version.h"
 
 namespace {
@@ -75,10 +75,45 @@ void AddCommand(CLI::App& program, const Command& command) {
     for (const Argument& argument : command.arguments) AddArgument(*app, argument);
 }
 
-void PrintError(const std::string& text) { std::fprintf(stderr, "zeva: %s\n", text.c_str()); }
+// The mark at the beginning of a word behind "--": a control character that no word begins with.
+constexpr char kLiteral = '\1';
+
+// The arguments in the form that the parser takes: the last one first.
+//
+// Why the parser does not get "--": there it ends the command, not the options, once the command has a word. The words
+// behind it are marked instead, so that none looks like an option. A command whose first word ends the options gets it.
+std::vector<std::string> ParserArguments(std::vector<std::string> words, const std::vector<Command>& commands) {
+    const auto end = std::find(words.begin(), words.end(), "--");
+    const auto endsOptions = [&](const Command& command) {
+        return command.endsOptionsAtFirstWord && std::find(words.begin(), end, command.name) != end;
+    };
+    if (end != words.end() && std::none_of(commands.begin(), commands.end(), endsOptions)) {
+        const bool isCommandGiven = end != words.begin();
+        for (auto word = std::next(end); isCommandGiven && word != words.end(); ++word) word->insert(0, 1, kLiteral);
+        words.erase(end);
+    }
+    std::reverse(words.begin(), words.end());
+    return words;
+}
+
+// Removes the marks from the words that the parser stored.
+void RemoveMarks(const std::vector<Command>& commands) {
+    const auto remove = [](std::string& word) {
+        if (word.starts_with(kLiteral)) word.erase(0, 1);
+    };
+    for (const Command& command : commands) {
+        for (const Argument& argument : command.arguments) {
+            if (auto* const* word = std::get_if<std::string*>(&argument.target)) remove(**word);
+            if (auto* const* words = std::get_if<std::vector<std::string>*>(&argument.target)) {
+                std::for_each((*words)->begin(), (*words)->end(), remove);
+            }
+        }
+    }
+}
 
 // The parser's message, which begins in lower case like all messages of the program. Names of options stay as they are.
 std::string UsageText(std::string text) {
+    std::erase(text, kLiteral);
     const bool isSentence = text.size() > 1 && std::isupper(text[0]) != 0 && std::islower(text[1]) != 0;
     if (isSentence) text[0] = static_cast<char>(std::tolower(text[0]));
     return text;
@@ -101,12 +136,13 @@ int ParseAndRun(int argumentCount, const char* const* arguments) {
     program.fallthrough();  // the options above may follow the command
     for (const Command& command : commands) AddCommand(program, command);
     try {
-        program.parse(argumentCount, arguments);
+        program.parse(ParserArguments({arguments + 1, arguments + argumentCount}, commands));
     } catch (const CLI::Success& help) {
         return program.exit(help);
     } catch (const CLI::ParseError& error) {
-        throw UsageError(error.what());
+        throw UsageError(UsageText(error.what()));
     }
+    RemoveMarks(commands);
     if (program.get_subcommands().empty()) throw UsageError("no command given, zeva --help lists them");
     const std::string name = program.get_subcommands().front()->get_name();
     const auto isNamed = [&](const Command& command) { return command.name == name; };
@@ -118,11 +154,9 @@ int ParseAndRun(int argumentCount, const char* const* arguments) {
 int RunCommandLine(int argumentCount, const char* const* arguments) {
     try {
         return ParseAndRun(argumentCount, arguments);
-    } catch (const UsageError& error) {
-        PrintError(OneLine(UsageText(error.what())));
-        return kWrongUsage;
     } catch (const std::exception&) {
-        PrintError(ErrorText());
+        const Failure failure = FailureOfError(kFailed);
+        PrintError(failure.what());
+        return failure.Status();
     }
-    return kFailed;
 }

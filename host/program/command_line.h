@@ -4,6 +4,5 @@
 
 // Runs the command that the arguments name.
 //
-// Returns the exit status: 0 done, 1 when the command failed (one line on standard error says why), 2 for wrong
-// arguments. Never throws.
+// Returns the exit status (exit_status.h); unless it is 0, a line on standard error says why. Never throws.
 [[nodiscard]] int RunCommandLine(int argumentCount, const char* const* arguments);

@@ -2,15 +2,14 @@
 
 #include "host/program/program_host.h"
 
-#include <cstdio>
 #include <filesystem>
 #include <system_error>
 
 #include "host/program/platform_pool.h"
+#include "host/program/protected_files.h"
+#include "host/program/standard_streams.h"
 
 namespace {
-
-void PrintMessage(const std::string& message) { std::fprintf(stderr, "zeva: %s\n", message.c_str()); }
 
 std::filesystem::path BuiltModule(const char* name) {
     const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe");
@@ -28,13 +27,23 @@ bool HasBuiltModules() {
            std::filesystem::exists(BuiltModule(kFilters), error);
 }
 
-std::unique_ptr<host::Host> MakeHost(const ProgramOptions& options) {
+std::unique_ptr<host::Host> MakeHost(const ProgramOptions& options, const std::vector<std::string>& files) {
+    const std::filesystem::path filters =
+        options.module.empty() ? BuiltModule(kFilters) : std::filesystem::path(options.module);
+    if (!options.trace.empty()) {
+        ProtectedFiles used;
+        for (const std::string& file : files) used.Add(file);
+        used.Add(BuiltModule(kCompanion));
+        used.Add(filters);
+        used.AddOutput(options.trace, "the trace", "nothing was run");
+    }
     auto host = std::make_unique<host::Host>(host::HostOptions{.version = options.hostVersion,
                                                                .callScope = PlatformPool(),
-                                                               .report = PrintMessage,
+                                                               .report = PrintError,
                                                                .failures = PlatformFailures(),
-                                                               .trace = options.trace});
+                                                               .trace = options.trace,
+                                                               .onLostTrace = NoteLostOutput});
     host->LoadModule(BuiltModule(kCompanion));
-    host->LoadModule(options.module.empty() ? BuiltModule(kFilters) : std::filesystem::path(options.module));
+    host->LoadModule(filters);
     return host;
 }

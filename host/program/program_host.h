@@ -10,6 +10,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "host/runtime/host.h"
 
@@ -23,7 +24,11 @@ struct ProgramOptions {
 // Whether both built modules are in their place.
 [[nodiscard]] bool HasBuiltModules();
 
-// Makes a host and loads the companion and the filter module.
+// Makes a host and loads the companion and the filter module. The trace must not be one of the files that the command
+// reads or writes.
 //
-// Fails: HostError when a module cannot be loaded, HostException when a module raises while it registers its classes.
-[[nodiscard]] std::unique_ptr<host::Host> MakeHost(const ProgramOptions& options);
+// Fails: UsageError for such a trace, HostError when a module cannot be loaded, HostException when a module raises
+// while
+//        it registers its classes.
+[[nodiscard]] std::unique_ptr<host::Host> MakeHost(const ProgramOptions& options,
+                                                   const std::vector<std::string>& files = {});

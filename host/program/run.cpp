@@ -9,14 +9,25 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "host/program/commands.h"
+#include "host/runtime/text.h"
 #include "host/script/script.h"
 
 namespace {
 
 using Words = std::vector<std::string>;
+
+// Prints a text on standard error, escaped line by line.
+void PrintLines(std::string_view text) {
+    while (!text.empty()) {
+        const std::string_view line = text.substr(0, text.find('\n'));
+        std::fprintf(stderr, "%s\n", host::PrintableText(line).c_str());
+        text.remove_prefix(std::min(text.size(), line.size() + 1));
+    }
+}
 
 struct RunRequest {
     Words words;  // the script and its arguments
@@ -56,13 +67,13 @@ void TakeTrace(Words& words, ProgramOptions& options) {
 int Run(ProgramOptions options, RunRequest request) {
     Words& words = request.words;
     TakeTrace(words, options);
-    const auto host = MakeHost(options);
+    const auto host = MakeHost(options, words);
     host::script::Script script(*host, OptionsOf(request));
     try {
         script.RunFile(words.front(), std::span(words).subspan(1));
     } catch (const host::script::ScriptError& error) {
         // Printed here because the traceback has more than one line.
-        std::fprintf(stderr, "zeva: %s\n%s", error.what(), error.Traceback().c_str());
+        PrintLines("zeva: " + std::string(error.what()) + "\n" + error.Traceback());
         return kFailed;
     }
     return kDone;

@@ -5,14 +5,15 @@
 
 #include <cstdio>
 #include <fstream>
-#include <iterator>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "host/program/commands.h"
 #include "host/runtime/errors.h"
+#include "host/runtime/text.h"
 #include "host/runtime/trace.h"
 
 namespace {
@@ -31,8 +32,9 @@ struct Call {
 // The events of a file. The closing bracket may be missing: the file of a crashed process ends without it.
 Event ReadEvents(const std::string& path) {
     std::ifstream file(path);
-    if (!file) throw host::HostError(path, "cannot be read");
-    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    std::ostringstream content;
+    if (!file || !(content << file.rdbuf())) throw host::HostError(path, "cannot be read");
+    const std::string text = content.str();
     for (const std::string& candidate : {text, text + "]"}) {
         Event events = Event::parse(candidate, nullptr, /*allow_exceptions=*/false);
         if (events.is_array()) return events;
@@ -80,15 +82,24 @@ std::vector<Call> CallsOf(const Event& events) {
     return calls;
 }
 
+// Reads the calls. An event without the members of ours is as bad as a file of another kind.
+std::vector<Call> ReadCalls(const std::string& path) {
+    try {
+        return CallsOf(ReadEvents(path));
+    } catch (const nlohmann::json::exception&) {
+        throw host::HostError(path, "not a list of trace events");
+    }
+}
+
 int PrintTrace(const std::string& path) {
-    for (const Call& call : CallsOf(ReadEvents(path))) {
+    for (const Call& call : ReadCalls(path)) {
         std::printf("%11.3f ms ", call.begin / 1000);
         if (call.end >= 0) {
             std::printf("%9.3f ms", (call.end - call.begin) / 1000);
         } else {
             std::printf("%12s", "never ended");
         }
-        std::printf("  %*s%s\n", static_cast<int>(2 * call.depth), "", call.text.c_str());
+        std::printf("  %*s%s\n", static_cast<int>(2 * call.depth), "", host::PrintableText(call.text).c_str());
     }
     return kDone;
 }

@@ -2,33 +2,33 @@
 
 #include "host/recipe/cube_file.h"
 
+#include <cerrno>
 #include <cmath>
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "host/runtime/errors.h"
+#include "host/runtime/text.h"
 
 namespace {
-
-// The largest size that the filters accept.
-constexpr int kLargestSize = 128;
 
 class CubeReader {
   public:
     explicit CubeReader(const std::filesystem::path& path) : path_(path), file_(path) {
-        if (!file_) throw host::HostError(path.string(), "cannot be read");
+        if (!file_) throw host::HostError(path.string(), "cannot be read (" + host::SystemReason(errno) + ")");
     }
 
     std::vector<float> Read() {
         std::string line;
-        while (std::getline(file_, line)) {
-            ++lineNumber_;
+        while (NextLine(&line)) {
             if (const std::size_t end = line.find_last_not_of(" \t\r"); end != std::string::npos && line[0] != '#') {
                 ReadLine(line.substr(0, end + 1));
             }
         }
+        if (file_.bad()) throw host::HostError(path_.string(), "cannot be read (" + host::SystemReason(errno) + ")");
         const std::size_t entries = table_.size() / 4;
         if (size_ == 0) Refuse("LUT_3D_SIZE is missing");
         if (entries != Wanted()) {
@@ -38,6 +38,28 @@ class CubeReader {
     }
 
   private:
+    // Reads the next line without its end. Returns false at the end of the file.
+    bool NextLine(std::string* line) {
+        constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+        char buffer[kLongestCubeLine + 1];  // with a zero byte
+        file_.getline(buffer, sizeof buffer);
+        if (file_.gcount() == 0) return false;
+        ++lineNumber_;
+        if (file_.fail()) {
+            Refuse("the line has more than " + std::to_string(kLongestCubeLine) + " bytes, this is not a .cube file");
+        }
+        *line = buffer;
+        if (lineNumber_ == 1 && line->starts_with(kByteOrderMark)) line->erase(0, kByteOrderMark.size());
+        return true;
+    }
+
+    // A line as a message quotes it.
+    static std::string Quoted(const std::string& line) {
+        constexpr std::size_t kShownBytes = 60;
+        const std::string_view shown = host::Beginning(line, kShownBytes);
+        return "\"" + std::string(shown) + (shown.size() < line.size() ? "...\": " : "\": ");
+    }
+
     [[noreturn]] void Refuse(const std::string& problem) const {
         throw host::HostError(path_.string() + ":" + std::to_string(lineNumber_), problem);
     }
@@ -51,15 +73,15 @@ class CubeReader {
         if (word == "TITLE") return;
         if (word == "LUT_1D_SIZE") Refuse("a one-dimensional table is not a cube");
         if (word == "LUT_3D_SIZE") {
-            if (!(words >> size_) || size_ < 2 || size_ > kLargestSize) {
-                Refuse("\"" + line + "\": expected a size from 2 to " + std::to_string(kLargestSize));
+            if (size_ != 0) Refuse("LUT_3D_SIZE stands in the file twice");
+            if (!(words >> size_) || size_ < 2 || size_ > kLargestCubeSize) {
+                Refuse(Quoted(line) + "expected a size from 2 to " + std::to_string(kLargestCubeSize));
             }
         } else if (word == "DOMAIN_MIN" || word == "DOMAIN_MAX") {
             const float wanted = word == "DOMAIN_MAX" ? 1 : 0;
             for (int i = 0; i < 3; ++i) {
                 float bound = NAN;
-                if (!(words >> bound) || bound != wanted)
-                    Refuse("\"" + line + "\": only the domain 0...1 is supported");
+                if (!(words >> bound) || bound != wanted) Refuse(Quoted(line) + "only the domain 0...1 is supported");
             }
         } else {
             ReadColor(line);
@@ -70,7 +92,8 @@ class CubeReader {
         std::istringstream numbers(line);
         float red, green, blue;
         std::string rest;
-        if (!(numbers >> red >> green >> blue) || numbers >> rest) Refuse("\"" + line + "\": expected three numbers");
+        if (!(numbers >> red >> green >> blue) || numbers >> rest) Refuse(Quoted(line) + "expected three numbers");
+        if (size_ == 0) Refuse("LUT_3D_SIZE must stand before the colors");
         if (table_.size() / 4 == Wanted()) Refuse("more than the " + std::to_string(Wanted()) + " colors of the table");
         table_.insert(table_.end(), {red, green, blue, 1});
     }

@@ -6,12 +6,19 @@
 //   DOMAIN_MAX 1 1 1
 //   0.01 0.0 0.0            33 x 33 x 33 lines of red, green, blue; red changes fastest
 //
-// Lines that begin with # are comments.
+// Lines that begin with # are comments. A byte order mark before the first line is ignored.
 
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 #include <vector>
+
+// The largest size that the filters accept.
+inline constexpr int kLargestCubeSize = 128;
+
+// The longest line, in bytes. Why a limit: a file that is not a color table may be one line of any length.
+inline constexpr std::size_t kLongestCubeLine = 1000;
 
 // Returns the table as red, green, blue and alpha, red changing fastest. Alpha is always 1.
 //

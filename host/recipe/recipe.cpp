@@ -5,10 +5,13 @@
 #include <algorithm>
 #include <cctype>
 #include <cmath>
+#include <cstdint>
 #include <optional>
+#include <stdexcept>
 #include <utility>
 #include <variant>
 
+#include "host/description/class_description.h"
 #include "host/description/filter_name.h"
 #include "host/recipe/setting_value.h"
 #include "host/runtime/errors.h"
@@ -71,18 +74,48 @@ const host::Class& FilterClass(Host& host, const std::string& name) {
     throw HostError("filter " + name, "there is no such filter" + host::Suggestion(FilterShortName(className), names));
 }
 
-// Sets the dimension of a color cube to the dimension of its data.
-void SetCubeDimension(Host& host, const ObjectReference& filter, const Setting& setting, const Value& data) {
-    constexpr const char* kDimension = "inputCubeDimension";
-    if (filter->isa->FindMember(kDimension) == nullptr) return;
-    const auto* block = reinterpret_cast<const ZEVAmemoryBlockStruct*>(std::get<ObjectReference>(data).Get());
-    const double colors = block->size / 16.0;
-    const double dimension = std::round(std::cbrt(colors));
-    if (dimension * dimension * dimension != colors) {
-        throw HostError(setting.text,
-                        "a cube of n x n x n colors has 4 n^3 numbers, got " + host::NumberText(block->size / 4.0));
+constexpr const char* kDimensionKey = "inputCubeDimension";
+
+std::int32_t SizeOf(const Value& block) {
+    return reinterpret_cast<const ZEVAmemoryBlockStruct*>(std::get<ObjectReference>(block).Get())->size;
+}
+
+std::int64_t NumbersOfCube(double dimension) {
+    return static_cast<std::int64_t>(4 * dimension * dimension * dimension);
+}
+
+// Returns the dimension of a color cube with this data.
+double DimensionOf(const Setting& setting, const Value& data) {
+    const double numbers = SizeOf(data) / static_cast<double>(sizeof(float));
+    const double dimension = std::round(std::cbrt(numbers / 4));
+    if (dimension >= 2 && static_cast<double>(NumbersOfCube(dimension)) == numbers) return dimension;
+    throw HostError(setting.text, "a cube of n x n x n colors has 4 n^3 numbers, at least " +
+                                      std::to_string(NumbersOfCube(2)) + ", got " + host::NumberText(numbers));
+}
+
+// Checks a number or a list of numbers against what is known of its key.
+void CheckValue(Host& host, const ObjectReference& filter, const Member& key, const Setting& setting,
+                const Value& value) {
+    const auto* object = std::get_if<ObjectReference>(&value);
+    const bool isVector = object != nullptr && key.declaration.result.word == "CIVectorQOR";
+    if (const auto* number = std::get_if<double>(&value)) {
+        const std::string& name = key.declaration.name;
+        const bool isSize = name.find("Radius") != std::string::npos || name.find("Width") != std::string::npos;
+        if (isSize && *number < 0) throw HostError(setting.text, "expected a number of at least 0");
+    } else if (isVector) {
+        const PropertyDescription description = DescribeProperty(host, filter, key);
+        const DescribedValue described = DescribeValue(host, value);
+        const auto& numbers = std::get<std::vector<double>>(described);
+        const DescribedValue* standard = description.Find("default");
+        const auto* wanted = standard != nullptr ? std::get_if<std::vector<double>>(standard) : nullptr;
+        if (wanted != nullptr && wanted->size() != numbers.size()) {
+            throw HostError(setting.text, "expected " + std::to_string(wanted->size()) + " numbers, got " +
+                                              std::to_string(numbers.size()));
+        }
+        if (description.unit == "rectangle" && numbers.size() == 4 && (numbers[2] < 0 || numbers[3] < 0)) {
+            throw HostError(setting.text, "expected a width and a height of at least 0");
+        }
     }
-    host.Set(filter.Get(), kDimension, dimension);
 }
 
 // The error for a filter without an output image. It names the image keys that are not set.
@@ -93,8 +126,55 @@ void SetCubeDimension(Host& host, const ObjectReference& filter, const Setting& 
         if (!std::holds_alternative<std::monostate>(host.Get(filter.Get(), member.declaration.name))) continue;
         missing += (missing.empty() ? "" : ", ") + member.declaration.name;
     }
-    throw HostError(subject, "it has no output image for these inputs" +
-                                 (missing.empty() ? "" : " (not set: " + missing + ")") + "; nothing was written");
+    const std::string problem = "it has no output image for these inputs";
+    if (!missing.empty()) throw MissingKeys(subject, problem + " (not set: " + missing + "); nothing was written");
+    throw HostError(subject, problem + "; nothing was written");
+}
+
+PreparedStep PrepareStep(Host& host, const RecipeStep& step, bool hasIncoming) {
+    const std::string subject = "filter " + step.filter;
+    const host::Class& isa = FilterClass(host, step.filter);
+    const ObjectReference filter = host.Construct(isa.Name());
+    PreparedStep prepared = {&step, &isa, {}};
+    bool isTaken = false;
+    bool isImageKeySet = false;
+    std::optional<double> dimensionOfData;
+    for (const Setting& setting : step.settings) {
+        const Member& key = KeyOf(isa, setting);
+        const std::string& name = key.declaration.name;
+        isImageKeySet |= name == kImageKey;
+        if (IsImage(key) && setting.value == kIncoming) {
+            if (!hasIncoming) throw HostError(setting.text, "there is no incoming picture");
+            prepared.values.emplace_back(name, std::nullopt);
+            isTaken = true;
+            continue;
+        }
+        Value value = SettingValue(host, key.declaration.result, setting.text, setting.value);
+        CheckValue(host, filter, key, setting, value);
+        if (IsColorCube(key)) dimensionOfData = DimensionOf(setting, value);
+        prepared.values.emplace_back(name, std::move(value));
+    }
+    if (dimensionOfData && isa.FindMember(kDimensionKey) != nullptr) {
+        const auto isDimension = [](const auto& pair) { return pair.first == kDimensionKey; };
+        const auto dimension = std::find_if(prepared.values.begin(), prepared.values.end(), isDimension);
+        if (dimension == prepared.values.end()) {
+            prepared.values.emplace_back(kDimensionKey, *dimensionOfData);
+        } else if (std::get<double>(*dimension->second) != *dimensionOfData) {
+            const double wanted = std::get<double>(*dimension->second);
+            throw HostError(subject, "a cube of the dimension " + host::NumberText(wanted) + " has " +
+                                         std::to_string(NumbersOfCube(wanted)) + " numbers, got " +
+                                         std::to_string(NumbersOfCube(*dimensionOfData)));
+        }
+    }
+    if (hasIncoming && !isTaken) {
+        if (isa.FindMember(kImageKey) == nullptr) throw HostError(subject, "it takes no image");
+        if (isImageKeySet) {
+            throw HostError(subject,
+                            "inputImage is set, so no key takes the incoming picture; KEY=- passes it to a key");
+        }
+        prepared.values.emplace_back(kImageKey, std::nullopt);
+    }
+    return prepared;
 }
 
 }  // namespace
@@ -119,11 +199,27 @@ Recipe ReadRecipe(const std::vector<std::string>& words) {
     return recipe;
 }
 
-void CheckRecipe(Host& host, const Recipe& recipe) {
+std::vector<PreparedStep> PrepareRecipe(Host& host, const Recipe& recipe, bool hasInput) {
+    // Names first: the file of a setting may be large.
     for (const RecipeStep& step : recipe.steps) {
         const host::Class& isa = FilterClass(host, step.filter);
         for (const Setting& setting : step.settings) KeyOf(isa, setting);
     }
+    std::vector<PreparedStep> prepared;
+    for (const RecipeStep& step : recipe.steps) {
+        prepared.push_back(PrepareStep(host, step, hasInput || !prepared.empty()));
+    }
+    return prepared;
+}
+
+std::vector<std::string> FilesOfSettings(const Recipe& recipe) {
+    std::vector<std::string> files;
+    for (const RecipeStep& step : recipe.steps) {
+        for (const Setting& setting : step.settings) {
+            files.push_back(setting.value.starts_with('@') ? setting.value.substr(1) : setting.value);
+        }
+    }
+    return files;
 }
 
 std::string StepText(const RecipeStep& step) {
@@ -132,37 +228,26 @@ std::string StepText(const RecipeStep& step) {
     return text;
 }
 
-ObjectReference RunStep(Host& host, const RecipeStep& step, const Value& image) {
-    const std::string subject = "filter " + step.filter;
-    const ObjectReference filter = host.Construct(FilterClass(host, step.filter).Name());
-    const bool hasIncoming = !std::holds_alternative<std::monostate>(image);
-    bool isTaken = false;
-    bool isImageKeySet = false;
-    // Color cubes first: a cube sets the dimension too, and a dimension in the settings must override that.
-    std::vector<std::pair<const Setting*, const Member*>> settings;
-    for (const Setting& setting : step.settings) settings.emplace_back(&setting, &KeyOf(*filter->isa, setting));
-    std::stable_partition(settings.begin(), settings.end(), [](const auto& pair) { return IsColorCube(*pair.second); });
-    for (const auto& [setting, key] : settings) {
-        isImageKeySet |= setting->key == kImageKey;
-        if (IsImage(*key) && setting->value == kIncoming) {
-            if (!hasIncoming) throw HostError(setting->text, "there is no incoming picture");
-            host.Set(filter.Get(), setting->key, image);
-            isTaken = true;
-            continue;
-        }
-        const Value value = SettingValue(host, key->declaration.result, setting->text, setting->value);
-        host.Set(filter.Get(), setting->key, value);
-        if (IsColorCube(*key)) SetCubeDimension(host, filter, *setting, value);
-    }
-    if (hasIncoming && !isTaken) {
-        if (filter->isa->FindMember(kImageKey) == nullptr) throw HostError(subject, "it takes no image");
-        if (isImageKeySet) {
-            throw HostError(subject,
-                            "inputImage is set, so no key takes the incoming picture; KEY=- passes it to a key");
-        }
-        host.Set(filter.Get(), kImageKey, image);
-    }
+ObjectReference RunStep(Host& host, const PreparedStep& step, const Value& image) {
+    const ObjectReference filter = host.Construct(step.isa->Name());
+    for (const auto& [key, value] : step.values) host.Set(filter.Get(), key, value ? *value : image);
     const Value output = host.Get(filter.Get(), kOutputKey);
     if (const auto* object = std::get_if<ObjectReference>(&output)) return *object;
-    RefuseMissingOutput(host, filter, subject);
+    RefuseMissingOutput(host, filter, "filter " + step.step->filter);
+}
+
+void CheckOutputs(Host& host, const std::vector<PreparedStep>& steps, bool hasInput) {
+    try {
+        Value image;
+        if (hasInput) {
+            const Value black[] = {0.0, 0.0, 0.0, 1.0};
+            const Value color[] = {host.CallShared("CIColorQOR", "RGBA", black)};
+            image = host.CallShared("CIImageQOR", "FromColor", color);
+        }
+        for (const PreparedStep& step : steps) image = RunStep(host, step, image);
+    } catch (const MissingKeys&) {
+        throw;
+    } catch (const std::runtime_error&) {
+        // The picture may do what the color does not.
+    }
 }

@@ -3,18 +3,20 @@
 #include "host/recipe/setting_value.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <fstream>
-#include <iterator>
+#include <new>
 #include <numbers>
 #include <system_error>
 
 #include "host/recipe/cube_file.h"
 #include "host/runtime/errors.h"
 #include "host/runtime/memory_block.h"
+#include "host/runtime/text.h"
 
 namespace {
 
@@ -157,9 +159,16 @@ Value ColorSpace(Host& host, const std::string&, std::string_view text) {
 
 // The floats of a file, in the byte order of this machine.
 std::vector<float> RawFloats(const std::string& setting, const std::string& path) {
+    constexpr std::size_t kLargestTable = 4 * sizeof(float) * kLargestCubeSize * kLargestCubeSize * kLargestCubeSize;
     std::ifstream file(path, std::ios::binary);
-    if (!file) throw HostError(setting, path + " cannot be read");
-    const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+    std::string bytes(file ? kLargestTable + 1 : 0, '\0');
+    file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    if (!file && !file.eof()) throw HostError(setting, path + " cannot be read (" + host::SystemReason(errno) + ")");
+    bytes.resize(static_cast<std::size_t>(file.gcount()));
+    if (bytes.size() > kLargestTable) {
+        throw HostError(setting,
+                        path + " has more than the " + std::to_string(kLargestTable) + " bytes of the largest cube");
+    }
     if (bytes.empty() || bytes.size() % sizeof(float) != 0) {
         throw HostError(setting,
                         path + " has " + std::to_string(bytes.size()) + " bytes, 32-bit floats take a multiple of 4");
@@ -181,6 +190,7 @@ Value Floats(Host&, const std::string& setting, std::string_view text) {
     }
     const std::size_t size = floats.size() * sizeof(float);
     host::ObjectReference block = host::NewMemoryBlock(static_cast<std::int32_t>(size));
+    if (!block) throw std::bad_alloc();
     std::memcpy(reinterpret_cast<ZEVAmemoryBlockStruct*>(block.Get())->bytes, floats.data(), size);
     return block;
 }

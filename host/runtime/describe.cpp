@@ -8,6 +8,7 @@
 #include "host/runtime/class.h"
 #include "host/runtime/object.h"
 #include "host/runtime/string.h"
+#include "host/runtime/text.h"
 
 namespace host {
 
@@ -22,8 +23,8 @@ struct Describer {
     std::string operator()(std::int32_t number) const { return "integer " + std::to_string(number); }
     std::string operator()(bool truth) const { return truth ? "boolean true" : "boolean false"; }
     std::string operator()(const StringReference& string) const {
-        const bool isLong = string->bytes.size() > kShownBytes;
-        return "string \"" + string->bytes.substr(0, kShownBytes) + (isLong ? "...\"" : "\"");
+        const std::string_view shown = Beginning(string->bytes, kShownBytes);
+        return "string \"" + std::string(shown) + (shown.size() < string->bytes.size() ? "...\"" : "\"");
     }
     std::string operator()(const ObjectReference& object) const { return object->isa->Name(); }
 };

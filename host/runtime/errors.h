@@ -17,18 +17,24 @@
 
 namespace host {
 
-// A refusal by the host. The message is the subject ("CIImageQOR.Crop", a file), a colon and the problem.
+// A refusal by the host. The message is the subject ("CIImageQOR.Crop", a file), a colon and the problem. The error
+// number is the system's; 0 if the system is not the cause.
 class HostError : public std::runtime_error {
   public:
-    HostError(const std::string& subject, const std::string& problem)
-        : std::runtime_error(subject + ": " + problem), subject_(subject), problem_(problem) {}
+    HostError(const std::string& subject, const std::string& problem, int errorNumber = 0)
+        : std::runtime_error(subject + ": " + problem),
+          subject_(subject),
+          problem_(problem),
+          errorNumber_(errorNumber) {}
 
     const std::string& Subject() const { return subject_; }
     const std::string& Problem() const { return problem_; }
+    int ErrorNumber() const { return errorNumber_; }
 
   private:
     std::string subject_;
     std::string problem_;
+    int errorNumber_;
 };
 
 // There is no memory for an object, a string or a block of so many bytes; 0 if the number is not known.

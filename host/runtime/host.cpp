@@ -28,6 +28,7 @@ void ReportToStandardError(const std::string& message) { std::fprintf(stderr, "h
 
 HostOptions WithDefaults(HostOptions options) {
     if (!options.report) options.report = ReportToStandardError;
+    if (!options.onLostTrace) options.onLostTrace = options.report;
     return options;
 }
 
@@ -97,7 +98,7 @@ std::string CountText(std::size_t count) { return std::to_string(count) + (count
 
 Host::Host(HostOptions options)
     : options_(WithDefaults(std::move(options))),
-      trace_(options_.trace.empty() ? nullptr : std::make_unique<Trace>(options_.trace)),
+      trace_(options_.trace.empty() ? nullptr : std::make_unique<Trace>(options_.trace, options_.onLostTrace)),
       classes_(options_.report) {
     if (current != nullptr) throw HostError("host", "this process already has one");
     current = this;

@@ -12,7 +12,7 @@
 // Threads: the thread that made the Host.
 //
 // The parts of the runtime from the ground up; each one includes only parts that stand before it:
-//   declaration, suggestion, call_scope, reference
+//   declaration, suggestion, call_scope, reference, text
 //   errors, environment                  the Host as objects and strings see it
 //   string, value, call
 //   class, class_registry, module
@@ -54,6 +54,7 @@ struct HostOptions {
     host::Report report;                  // receives messages that no caller can receive; default: standard error
     FailureSource failures;               // tells why the platform made no object
     std::filesystem::path trace;  // the file to which each call across the boundary is written; no trace if empty
+    host::Report onLostTrace;     // called once when that file cannot be written to its end; default: report
     // Called for each new object, before its initializers run, and for each new string.
     std::function<void(ZEVAobjectStruct*)> onNewObject;
     std::function<void(ZEVAstringStruct*)> onNewString;

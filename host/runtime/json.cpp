@@ -8,25 +8,11 @@
 #include <cstdio>
 #include <utility>
 
+#include "host/runtime/text.h"
+
 namespace host {
 
 namespace {
-
-// The number of bytes of the UTF-8 character at the beginning of a text; 0 when the first byte begins none.
-std::size_t CharacterLength(std::string_view text) {
-    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-    const unsigned char first = byte(0);
-    if (first < 0x80) return 1;
-    const std::size_t length = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
-    if (first < 0xC2 || first > 0xF4 || text.size() < length) return 0;
-    for (std::size_t i = 1; i < length; ++i) {
-        if ((byte(i) & 0xC0) != 0x80) return 0;
-    }
-    // Longer forms than needed, surrogates, and code points beyond U+10FFFF.
-    const bool isBad = (first == 0xE0 && byte(1) < 0xA0) || (first == 0xED && byte(1) > 0x9F) ||
-                       (first == 0xF0 && byte(1) < 0x90) || (first == 0xF4 && byte(1) > 0x8F);
-    return isBad ? 0 : length;
-}
 
 void WriteString(std::string& text, std::string_view string) {
     constexpr const char* kReplacement = "\xEF\xBF\xBD";
@@ -143,6 +129,11 @@ Json& Json::operator[](std::string_view name) {
     if (found != names.end()) return values[static_cast<std::size_t>(found - names.begin())];
     names.emplace_back(name);
     return values.emplace_back();
+}
+
+void Json::SetName(std::string_view member, std::string_view bytes) {
+    (*this)[member] = bytes;
+    if (!IsText(bytes)) (*this)[std::string(member) + "Base64"] = Base64(bytes);
 }
 
 void Json::Merge(const Json& members) {

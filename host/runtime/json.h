@@ -50,6 +50,10 @@ class Json {
     // The member of an object, added as null when it is missing; null becomes an object first.
     Json& operator[](std::string_view name);
 
+    // Sets a member of an object to a name that need not be text, such as that of a file. When it is not, a second
+    // member holds its bytes: "module" is readable, and "moduleBase64" is exact.
+    void SetName(std::string_view member, std::string_view bytes);
+
     // Adds the members of another object; members of the same name are replaced where they are.
     void Merge(const Json& members);
 

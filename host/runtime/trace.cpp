@@ -6,14 +6,15 @@
 
 #include <cerrno>
 #include <cstdint>
-#include <cstring>
 #include <string>
+#include <utility>
 #include <variant>
 
 #include "host/runtime/class.h"
 #include "host/runtime/errors.h"
 #include "host/runtime/object.h"
 #include "host/runtime/string.h"
+#include "host/runtime/text.h"
 
 namespace host {
 
@@ -24,16 +25,21 @@ constexpr std::size_t kShownBytes = 200;
 
 }  // namespace
 
-Trace::Trace(const std::filesystem::path& file) : file_(std::fopen(file.c_str(), "w")) {
-    if (file_ == nullptr) {
-        throw HostError("trace " + file.string(), std::string(std::strerror(errno)) + "; nothing is run");
-    }
+Trace::Trace(const std::filesystem::path& file, Report onFailure)
+    : path_(file.string()), onFailure_(std::move(onFailure)), file_(std::fopen(file.c_str(), "we")) {
+    if (file_ == nullptr) throw HostError("trace " + path_, SystemReason(errno) + "; nothing is run", errno);
     std::fputs("[", file_);
 }
 
 Trace::~Trace() {
-    std::fputs("\n]\n", file_);
-    std::fclose(file_);
+    if (!hasFailed_) std::fputs("\n]\n", file_);
+    if (std::fclose(file_) != 0) Fail();
+}
+
+void Trace::Fail() {
+    if (hasFailed_) return;
+    hasFailed_ = true;
+    onFailure_("trace " + path_ + ": " + SystemReason(errno) + "; the trace is incomplete");
 }
 
 void Trace::Begin(std::string_view name, const char* direction, const Json& arguments) {
@@ -43,13 +49,15 @@ void Trace::Begin(std::string_view name, const char* direction, const Json& argu
 void Trace::End(const Json& outcome) { Write("E", {}, nullptr, outcome); }
 
 void Trace::Write(const char* phase, std::string_view name, const char* direction, const Json& arguments) {
+    if (hasFailed_) return;
     const std::chrono::duration<double, std::micro> time = std::chrono::steady_clock::now() - start_;
     Json event = {{"ph", phase}, {"ts", time.count()}, {"pid", getpid()}, {"tid", 1}};
     if (direction != nullptr) event.Merge({{"name", name}, {"cat", direction}});
     if (!arguments.empty()) event["args"] = arguments;
     const std::string line = event.Dump();
-    std::fprintf(file_, "%s\n%s", isFirst_ ? "" : ",", line.c_str());
-    std::fflush(file_);
+    // A line that is longer than the buffer can fail before the flush.
+    const bool isWritten = std::fprintf(file_, "%s\n%s", isFirst_ ? "" : ",", line.c_str()) >= 0;
+    if (!isWritten || std::fflush(file_) != 0) Fail();
     isFirst_ = false;
 }
 
@@ -62,8 +70,10 @@ Trace::Json TraceJson(const ZEVAobjectStruct* object) {
 
 Trace::Json TraceJson(const ZEVAstringStruct* string) {
     if (string == nullptr) return nullptr;
-    if (string->bytes.size() <= kShownBytes) return string->bytes;
-    return string->bytes.substr(0, kShownBytes) + "...";
+    const std::string_view shown = Beginning(string->bytes, kShownBytes);
+    std::string text = std::string(shown) + (shown.size() < string->bytes.size() ? "..." : "");
+    if (IsText(shown)) return text;
+    return {{"text", std::move(text)}, {"base64", Base64(shown)}};
 }
 
 Trace::Json TraceJson(const Value& value) {

@@ -15,9 +15,11 @@
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
+#include <string>
 #include <string_view>
 
 #include "host/runtime/call.h"
+#include "host/runtime/class.h"
 #include "host/runtime/declaration.h"
 #include "host/runtime/json.h"
 #include "host/runtime/value.h"
@@ -32,8 +34,9 @@ class Trace {
   public:
     using Json = host::Json;
 
-    // Overwrites the file; throws HostError when it cannot be written.
-    explicit Trace(const std::filesystem::path& file);
+    // Overwrites the file; throws HostError when it cannot be opened. When it cannot be written later, `onFailure` is
+    // called once with the reason, and nothing more is written.
+    Trace(const std::filesystem::path& file, Report onFailure);
 
     // Writes the end of the list.
     ~Trace();
@@ -49,12 +52,19 @@ class Trace {
   private:
     void Write(const char* phase, std::string_view name, const char* direction, const Json& arguments);
 
+    // Reports the system's last error, once.
+    void Fail();
+
+    std::string path_;
+    Report onFailure_;
     std::FILE* file_;
+    bool hasFailed_ = false;
     bool isFirst_ = true;
     std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
 
-// Values as the events show them. An object is shown as its class and address; a long string is truncated.
+// Values as the events show them. An object is shown as its class and address; a long string is truncated. A string
+// that is not UTF-8, such as the name of a file can be, is shown as {"text": ..., "base64": ...}.
 Trace::Json TraceJson(const Value& value);
 Trace::Json TraceJson(const Type& type, const Argument& argument);
 Trace::Json TraceJson(const ZEVAobjectStruct* object);

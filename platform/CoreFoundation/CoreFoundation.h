@@ -29,9 +29,10 @@ typedef struct __CFData* CFMutableDataRef;             // NSMutableData
 typedef const struct __CFArray* CFArrayRef;            // NSArray
 typedef const struct __CFDictionary* CFDictionaryRef;  // NSDictionary
 
-// Counts and indexes, and truth values.
+// Counts and indexes, truth values, and bytes.
 typedef signed long CFIndex;
 typedef unsigned char Boolean;
+typedef unsigned char UInt8;
 
 // A constant string as a CFStringRef, for Objective-C sources only.
 #ifdef __OBJC__
@@ -46,3 +47,15 @@ CF_EXPORT void CFRelease(CFTypeRef object);
 
 // Returns the reference count, for tests and leak hunting; 0 for null.
 CF_EXPORT CFIndex CFGetRetainCount(CFTypeRef object);
+
+// Returns a file URL for the bytes of a path, which need not be text. A relative path is below the current folder, and
+// the URL is absolute. Null when there is no current folder. Ignores the allocator; the path decides whether it is a
+// folder.
+CF_EXPORT CFURLRef CFURLCreateFromFileSystemRepresentation(CFAllocatorRef allocator, const UInt8* buffer,
+                                                           CFIndex length, Boolean isDirectory);
+
+// Stores the bytes of the path of a file URL, with a zero byte at their end. Returns false for another URL, for a path
+// that contains a zero byte, and for one that does not fit. Every file URL here is absolute, so there is no base to
+// resolve against.
+CF_EXPORT Boolean CFURLGetFileSystemRepresentation(CFURLRef url, Boolean resolveAgainstBase, UInt8* buffer,
+                                                   CFIndex size);

@@ -6,7 +6,8 @@
 //
 // Ownership: the caller owns what Create returns and releases it with CFRelease. A destination retains its image until
 //            it is finalized or released.
-// Failure:   finalizing returns false; an existing file, or the data object, stays as it was.
+// Failure:   finalizing returns false and leaves the reason in errno; an existing file, or the data object, stays as it
+//            was. A pipe or a device may have received a part of the file.
 // Threads:   use a destination from one thread at a time.
 
 #pragma once
@@ -20,6 +21,9 @@ CG_EXTERN const CFStringRef kCGImageDestinationLossyCompressionQuality;
 
 // Returns a destination for a file of the type "public.png" or "public.jpeg". Null for another type, a null URL, or a
 // count other than 1. Ignores options.
+//
+// A link is followed. A regular file that exists keeps its mode, and its owner where that is permitted; it must permit
+// writing. A pipe or a device is written to.
 CG_EXTERN CGImageDestinationRef CGImageDestinationCreateWithURL(CFURLRef url, CFStringRef type, size_t count,
                                                                 CFDictionaryRef options);
 

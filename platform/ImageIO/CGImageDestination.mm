@@ -5,6 +5,8 @@
 #import <Foundation/Foundation.h>
 #include <ImageIO/CGImageDestination.h>
 
+#include <cerrno>
+#include <climits>
 #include <cstdint>
 #include <cstdlib>
 
@@ -41,14 +43,15 @@ NSString* const kTypePNG = @"public.png";
 NSString* const kTypeJPEG = @"public.jpeg";
 constexpr double kDefaultQuality = 0.9;
 
-// Delivers an encoded file to the destination's data or URL; returns whether that succeeded.
-bool Deliver(CGImageDestinationObject* destination, const image_io::EncodedFile& file) {
+// Delivers an encoded file to the destination's data or URL. Returns the error number, 0 for none.
+int Deliver(CGImageDestinationObject* destination, const image_io::EncodedFile& file) {
     if (destination->_data != nil) {
         [destination->_data appendBytes:file.bytes length:file.length];
-        return true;
+        return 0;
     }
-    return [destination->_url isFileURL] &&
-           image_io::WriteFile([[destination->_url path] fileSystemRepresentation], file.bytes, file.length);
+    UInt8 path[PATH_MAX];
+    if (!CFURLGetFileSystemRepresentation((CFURLRef)destination->_url, true, path, sizeof path)) return ENAMETOOLONG;
+    return image_io::WriteFile(reinterpret_cast<const char*>(path), file.bytes, file.length);
 }
 
 // Returns the profile of a space, autoreleased; nil for sRGB, which needs no embedded profile.
@@ -58,8 +61,8 @@ NSData* ProfileOf(CGColorSpaceRef space) {
     return [(NSData*)CGColorSpaceCopyICCData(space) autorelease];
 }
 
-// Encodes the destination's image and delivers the file; returns whether that succeeded.
-bool Write(CGImageDestinationObject* destination) {
+// Encodes the destination's image and delivers the file. Returns the error number, 0 for none.
+int Write(CGImageDestinationObject* destination) {
     CGImageRef image = destination->_image;
     NSData* bytes = [(NSData*)CGDataProviderCopyData(CGImageGetDataProvider(image)) autorelease];
     const CGImageAlphaInfo alpha = CGImageGetAlphaInfo(image);
@@ -74,11 +77,11 @@ bool Write(CGImageDestinationObject* destination) {
     pixels.profile = [profile bytes];
     pixels.profileLength = [profile length];
     image_io::EncodedFile file;
-    const bool complete = destination->_isJPEG ? image_io::EncodeJPEG(pixels, destination->_quality, &file)
-                                               : image_io::EncodePNG(pixels, &file);
-    const bool isWritten = complete && Deliver(destination, file);
+    int error = destination->_isJPEG ? image_io::EncodeJPEG(pixels, destination->_quality, &file)
+                                     : image_io::EncodePNG(pixels, &file);
+    if (error == 0) error = Deliver(destination, file);
     std::free(file.bytes);
-    return isWritten;
+    return error;
 }
 
 // Returns a destination for one PNG or JPEG image; nil for another type or count.
@@ -116,8 +119,9 @@ void CGImageDestinationAddImage(CGImageDestinationRef destination, CGImageRef im
 bool CGImageDestinationFinalize(CGImageDestinationRef destination) {
     CGImageDestinationObject* object = (CGImageDestinationObject*)destination;
     if (object == nil || object->_image == nullptr) return false;
-    const bool isWritten = Write(object);
+    const int error = Write(object);
     CGImageRelease(object->_image);
     object->_image = nullptr;
-    return isWritten;
+    if (error != 0) errno = error;
+    return error == 0;
 }

@@ -26,7 +26,8 @@ enum {
     kCGImageStatusComplete = 0,
 };
 
-// Returns a source for a file; null when the file cannot be read or the URL is not a file URL. Ignores options.
+// Returns a source for a file; null, with the reason in errno, when the file cannot be read or the URL is not a file
+// URL. Ignores options.
 CG_EXTERN CGImageSourceRef CGImageSourceCreateWithURL(CFURLRef url, CFDictionaryRef options);
 
 // Returns a source for a data object, which it retains and which must not change; null for null. Ignores options.
@@ -41,8 +42,13 @@ CG_EXTERN CGImageSourceStatus CGImageSourceGetStatus(CGImageSourceRef source);
 // Image property: the Exif orientation, an NSNumber from 1 (upright) to 8.
 CG_EXTERN const CFStringRef kCGImagePropertyOrientation;
 
-// Returns the properties of the image, owned by the caller: the orientation, if the file has one. Does not decode the
-// pixels. Null for an index other than 0. Ignores options.
+// Image properties: the size of the stored image, NSNumbers.
+CG_EXTERN const CFStringRef kCGImagePropertyPixelWidth;
+CG_EXTERN const CFStringRef kCGImagePropertyPixelHeight;
+
+// Returns the properties of the image, owned by the caller: the orientation, if the file has one, and the size, once
+// the image was requested, also when it is too large to be decoded. Does not decode the pixels. Null for an index other
+// than 0. Ignores options.
 CG_EXTERN CFDictionaryRef CGImageSourceCopyPropertiesAtIndex(CGImageSourceRef source, size_t index,
                                                              CFDictionaryRef options);
 

@@ -3,6 +3,8 @@
 #import <Foundation/Foundation.h>
 #include <ImageIO/CGImageSource.h>
 
+#include <cerrno>
+#include <climits>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -12,6 +14,8 @@
 #include "orientation.h"
 
 const CFStringRef kCGImagePropertyOrientation = CFSTR("Orientation");
+const CFStringRef kCGImagePropertyPixelWidth = CFSTR("PixelWidth");
+const CFStringRef kCGImagePropertyPixelHeight = CFSTR("PixelHeight");
 
 // A source as an object: the bytes of the file, and the result of decoding them.
 @interface CGImageSourceObject : NSObject {
@@ -20,6 +24,8 @@ const CFStringRef kCGImagePropertyOrientation = CFSTR("Orientation");
     BOOL _isDecoded;
     CGImageSourceStatus _status;
     CGImageRef _image;
+    std::size_t _width;  // 0 until the size is known
+    std::size_t _height;
 }
 @end
 
@@ -70,6 +76,8 @@ CGImageSourceObject* Decoded(CGImageSourceRef source) {
         image_io::Decode(static_cast<const std::uint8_t*>([object->_data bytes]), [object->_data length], &picture);
     object->_isDecoded = YES;
     object->_status = static_cast<CGImageSourceStatus>(status);
+    object->_width = picture.width;
+    object->_height = picture.height;
     if (status == image_io::Status::kComplete) object->_image = MakeImage(picture);
     return object;
 }
@@ -78,8 +86,13 @@ CGImageSourceObject* Decoded(CGImageSourceRef source) {
 
 CGImageSourceRef CGImageSourceCreateWithURL(CFURLRef url, CFDictionaryRef options) {
     image_io::FileContent content;
-    NSURL* file = (NSURL*)url;
-    if (![file isFileURL] || !image_io::ReadFile([[file path] fileSystemRepresentation], &content)) return nullptr;
+    UInt8 path[PATH_MAX];
+    const bool hasPath = url != nullptr && CFURLGetFileSystemRepresentation(url, true, path, sizeof path);
+    const int error = hasPath ? image_io::ReadFile(reinterpret_cast<const char*>(path), &content) : ENAMETOOLONG;
+    if (error != 0) {
+        errno = error;
+        return nullptr;
+    }
     NSData* data = [[NSData alloc] initWithBytesNoCopy:content.bytes length:content.length freeWhenDone:YES];
     CGImageSourceRef source = CGImageSourceCreateWithData((CFDataRef)data, options);
     [data release];
@@ -107,11 +120,16 @@ CGImageRef CGImageSourceCreateImageAtIndex(CGImageSourceRef source, size_t index
 
 CFDictionaryRef CGImageSourceCopyPropertiesAtIndex(CGImageSourceRef source, size_t index, CFDictionaryRef) {
     if (source == nullptr || index != 0) return nullptr;
-    NSData* data = ((CGImageSourceObject*)source)->_data;
+    CGImageSourceObject* object = (CGImageSourceObject*)source;
+    NSData* data = object->_data;
     const int orientation = image_io::OrientationOf(static_cast<const std::uint8_t*>([data bytes]), [data length]);
     NSMutableDictionary* properties = [[NSMutableDictionary alloc] init];
     if (orientation != 0) {
         [properties setObject:[NSNumber numberWithInt:orientation] forKey:(id)kCGImagePropertyOrientation];
+    }
+    if (object->_width != 0) {
+        [properties setObject:[NSNumber numberWithUnsignedLong:object->_width] forKey:(id)kCGImagePropertyPixelWidth];
+        [properties setObject:[NSNumber numberWithUnsignedLong:object->_height] forKey:(id)kCGImagePropertyPixelHeight];
     }
     return (CFDictionaryRef)properties;
 }

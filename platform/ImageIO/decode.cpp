@@ -30,10 +30,11 @@ constexpr Kind kKinds[] = {
 }  // namespace
 
 bool Allocate(std::size_t width, std::size_t height, Picture* picture) {
-    if (width == 0 || height == 0 || width > kLargestPicture / kBytesPerPixel / height) return false;
-    picture->pixels = static_cast<std::uint8_t*>(std::malloc(width * height * kBytesPerPixel));
+    if (width == 0 || height == 0) return false;
     picture->width = width;
     picture->height = height;
+    if (width > kLargestPicture / kBytesPerPixel / height) return false;
+    picture->pixels = static_cast<std::uint8_t*>(std::malloc(width * height * kBytesPerPixel));
     return picture->pixels != nullptr;
 }
 
@@ -51,7 +52,12 @@ Status Decode(const std::uint8_t* bytes, std::size_t length, Picture* picture) {
         if (status == Status::kComplete) {
             ApplyGrayProfile(picture);
         } else {
+            const Picture refused = *picture;
             Free(picture);
+            if (refused.pixels == nullptr) {
+                picture->width = refused.width;
+                picture->height = refused.height;
+            }
         }
         return status;
     }

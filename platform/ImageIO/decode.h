@@ -36,11 +36,12 @@ struct Picture {
 
 inline constexpr std::size_t kBytesPerPixel = 4;
 
-// The size limit in bytes (268 million pixels). A few bytes of a file can claim a picture that fits in no memory.
+// The size limit in bytes (268 million pixels). A few bytes of a file can claim a picture that fits in no memory. The
+// manual page and the companion's message say the number of pixels.
 inline constexpr std::size_t kLargestPicture = std::size_t{1} << 30;
 
-// Allocates the pixels of a picture whose size comes from a file. Returns false and allocates nothing when the size
-// is 0, exceeds the limit, or does not fit in memory.
+// Sets the size of a picture, which comes from a file, and allocates the pixels. Returns false and allocates nothing
+// when the size is 0, exceeds the limit, or does not fit in memory.
 [[nodiscard]] bool Allocate(std::size_t width, std::size_t height, Picture* picture);
 
 // Frees the pixels and the profile of a picture.
@@ -51,7 +52,7 @@ void Free(Picture* picture);
 void ApplyGrayProfile(Picture* picture);
 
 // Decodes a PNG or JPEG file. Fills the picture only when the status is kComplete; its profile, if any, is an RGB
-// profile.
+// profile. Of a picture that is too large, only the size is set.
 [[nodiscard]] Status Decode(const std::uint8_t* bytes, std::size_t length, Picture* picture);
 
 // Decode a file that begins with the signature of its kind. The picture may hold memory whatever the status is.

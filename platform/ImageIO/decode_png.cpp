@@ -99,6 +99,7 @@ Status DecodePNG(const std::uint8_t* bytes, std::size_t length, Picture* picture
     bool complete = false;
     if (info != nullptr) {
         png_set_read_fn(png, &reader, Read);
+        png_set_user_limits(png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);  // Allocate has the limit
         complete = ReadGuarded(png, info, picture);
     }
     png_destroy_read_struct(&png, &info, nullptr);

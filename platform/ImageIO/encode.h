@@ -1,6 +1,6 @@
 // encode.h - encodes pixels to the bytes of a picture file.
 //
-// Failure: false; nothing is printed.
+// Failure: the system's error number, 0 for none; nothing is printed.
 // Threads: any; nothing is shared.
 
 #pragma once
@@ -30,10 +30,10 @@ struct EncodedFile {
     std::size_t length = 0;
 };
 
-// Encode a picture. Return false when it is too large for the format or memory is short; the caller frees the file's
-// bytes in that case too. Quality is 0 (smallest file) to 1 (best quality).
-[[nodiscard]] bool EncodePNG(const Pixels& pixels, EncodedFile* file);
-[[nodiscard]] bool EncodeJPEG(const Pixels& pixels, double quality, EncodedFile* file);
+// Encode a picture. Fail when it is too large for the format (EFBIG) or memory is short (ENOMEM); the caller frees the
+// file's bytes in that case too. Quality is 0 (smallest file) to 1 (best quality).
+[[nodiscard]] int EncodePNG(const Pixels& pixels, EncodedFile* file);
+[[nodiscard]] int EncodeJPEG(const Pixels& pixels, double quality, EncodedFile* file);
 
 // Converts a row to RGBA with straight alpha: four bytes per pixel.
 void StraightRow(const Pixels& pixels, std::size_t row, std::uint8_t* to);

@@ -6,6 +6,7 @@
 #include <jpeglib.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <csetjmp>
 #include <cstddef>
@@ -63,8 +64,8 @@ bool WriteGuarded(jpeg_compress_struct* jpeg, ErrorManager* errors, const Pixels
 
 }  // namespace
 
-bool EncodeJPEG(const Pixels& pixels, double quality, EncodedFile* file) {
-    if (pixels.width > JPEG_MAX_DIMENSION || pixels.height > JPEG_MAX_DIMENSION) return false;
+int EncodeJPEG(const Pixels& pixels, double quality, EncodedFile* file) {
+    if (pixels.width > JPEG_MAX_DIMENSION || pixels.height > JPEG_MAX_DIMENSION) return EFBIG;
     ErrorManager errors = {};
     jpeg_compress_struct jpeg = {};
     jpeg.err = jpeg_std_error(&errors.base);
@@ -79,7 +80,7 @@ bool EncodeJPEG(const Pixels& pixels, double quality, EncodedFile* file) {
     jpeg_destroy_compress(&jpeg);
     std::free(row);
     *file = {output.bytes, output.length};
-    return complete;
+    return complete ? 0 : ENOMEM;
 }
 
 }  // namespace image_io

@@ -2,6 +2,7 @@
 
 #include <png.h>
 
+#include <cerrno>
 #include <csetjmp>
 #include <cstddef>
 #include <cstdint>
@@ -65,8 +66,8 @@ bool WriteGuarded(png_structp png, png_infop info, const Pixels& pixels, std::ui
 
 }  // namespace
 
-bool EncodePNG(const Pixels& pixels, EncodedFile* file) {
-    if (pixels.width > PNG_UINT_31_MAX || pixels.height > PNG_UINT_31_MAX) return false;
+int EncodePNG(const Pixels& pixels, EncodedFile* file) {
+    if (pixels.width > PNG_UINT_31_MAX || pixels.height > PNG_UINT_31_MAX) return EFBIG;
     Writer writer = {file, 0};
     auto* row = static_cast<std::uint8_t*>(std::malloc(pixels.width * 4));
     png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, Fail, Ignore);
@@ -74,11 +75,12 @@ bool EncodePNG(const Pixels& pixels, EncodedFile* file) {
     bool complete = false;
     if (info != nullptr && row != nullptr) {
         png_set_write_fn(png, &writer, Write, Flush);
+        png_set_user_limits(png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
         complete = WriteGuarded(png, info, pixels, row);
     }
     png_destroy_write_struct(&png, &info);
     std::free(row);
-    return complete;
+    return complete ? 0 : ENOMEM;
 }
 
 }  // namespace image_io

@@ -1,4 +1,7 @@
 // files.cpp - reads whole files; writes to a temporary name beside the final one, then renames.
+//
+// The temporary name lies in the folder of the final one because a file can only be renamed within its file system. It
+// does not contain the final name: with a suffix, a long name would be too long.
 
 #include "files.h"
 
@@ -9,6 +12,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <climits>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -17,88 +21,152 @@
 namespace image_io {
 namespace {
 
-// Reads exactly this many bytes, in several reads if necessary. Returns false on an error and at a premature end of
-// file.
-bool ReadAll(int file, char* bytes, std::size_t length) {
+// Reads exactly this many bytes, in several reads if necessary. A premature end of file is an error.
+int ReadAll(int file, char* bytes, std::size_t length) {
     while (length > 0) {
         const ssize_t count = read(file, bytes, length);
         if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) return false;
+        if (count <= 0) return count < 0 ? errno : EIO;
         bytes += count;
         length -= static_cast<std::size_t>(count);
     }
-    return true;
+    return 0;
 }
 
-// Writes all bytes, in several writes if necessary. Returns false on an error.
-bool WriteAll(int file, const char* bytes, std::size_t length) {
+// Writes all bytes, in several writes if necessary, and closes the file.
+int WriteAndClose(int file, const char* bytes, std::size_t length) {
+    int error = 0;
     while (length > 0) {
         const ssize_t count = write(file, bytes, length);
         if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) return false;
+        if (count <= 0) {
+            error = count < 0 ? errno : EIO;
+            break;
+        }
         bytes += count;
         length -= static_cast<std::size_t>(count);
     }
-    return true;
+    // A network file system may report only now that its disk is full.
+    if (close(file) != 0 && error == 0) error = errno;
+    return error;
 }
 
 // Reads the parts of a file that hold data into zeroed memory. The holes of a sparse file are not read.
-bool ReadData(int file, char* bytes, std::size_t length) {
+int ReadData(int file, char* bytes, std::size_t length) {
     const auto end = static_cast<off_t>(length);
     for (off_t at = 0; at < end;) {
         const off_t data = lseek(file, at, SEEK_DATA);
-        if (data < 0) return errno == ENXIO;  // only a hole is left
-        if (data >= end) return true;
+        if (data < 0) return errno == ENXIO ? 0 : errno;  // ENXIO: only a hole is left
+        if (data >= end) return 0;
         at = std::min(lseek(file, data, SEEK_HOLE), end);
-        if (at <= data || lseek(file, data, SEEK_SET) != data) return false;
-        if (!ReadAll(file, bytes + data, static_cast<std::size_t>(at - data))) return false;
+        if (at <= data || lseek(file, data, SEEK_SET) != data) return EIO;
+        if (const int error = ReadAll(file, bytes + data, static_cast<std::size_t>(at - data)); error != 0)
+            return error;
     }
-    return true;
+    return 0;
 }
 
-// Reads a regular file from its descriptor. Returns false and allocates nothing when that fails.
-bool ReadOpenFile(int file, FileContent* content) {
+// Reads a regular file from its descriptor. Allocates nothing when that fails.
+int ReadOpenFile(int file, FileContent* content) {
     // On 32 bits, 1 GB: the address space has no room for more, and no picture that fits into it has a larger file.
     // What a file holds beyond that cannot be part of its picture.
     constexpr std::uint64_t kLongestRead = SIZE_MAX / 4;
     struct stat status;
-    if (fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) return false;
+    if (fstat(file, &status) != 0) return errno;
+    if (!S_ISREG(status.st_mode)) return EINVAL;
     const auto size = static_cast<std::uint64_t>(status.st_size);
     content->length = static_cast<std::size_t>(std::min(size, kLongestRead));
     // One byte extra, because calloc may return null for an empty file.
     content->bytes = std::calloc(content->length + 1, 1);
-    if (content->bytes != nullptr && ReadData(file, static_cast<char*>(content->bytes), content->length)) return true;
+    const int error =
+        content->bytes != nullptr ? ReadData(file, static_cast<char*>(content->bytes), content->length) : ENOMEM;
+    if (error == 0) return 0;
     std::free(content->bytes);
     *content = {};
-    return false;
+    return error;
 }
 
-// Returns a temporary name in the folder of a path, unique among running processes and within this one.
-std::string TemporaryName(const char* path) {
-    static std::atomic<unsigned> count = 0;
-    return std::string(path) + "." + std::to_string(getpid()) + "." + std::to_string(count++);
+// Returns the folder of a path with its slash; empty for a name without one.
+std::string FolderOf(const std::string& path) { return path.substr(0, path.rfind('/') + 1); }
+
+// Follows the links that a path ends in. The last one may point to a file that does not exist.
+int FollowLinks(std::string* path) {
+    constexpr int kMostLinks = 40;  // as many as the kernel follows
+    for (int i = 0; i < kMostLinks; ++i) {
+        char target[PATH_MAX];
+        const ssize_t length = readlink(path->c_str(), target, sizeof target);
+        if (length < 0) return errno == EINVAL || errno == ENOENT ? 0 : errno;  // EINVAL: not a link
+        const std::string name(target, static_cast<std::size_t>(length));
+        *path = name.starts_with('/') ? name : FolderOf(*path) + name;
+    }
+    return ELOOP;
 }
+
+// Gives a new file the owner, the group and the mode of the one that it replaces.
+//
+// Nothing is refused here: an owner that cannot be kept is the writer, who may write the file. The bits that let a
+// program run as its owner are dropped then.
+void TakeOver(int file, const struct stat& replaced) {
+    struct stat own;
+    mode_t mode = replaced.st_mode & 07777;
+    const bool isSame = fstat(file, &own) == 0 && own.st_uid == replaced.st_uid && own.st_gid == replaced.st_gid;
+    if (!isSame && fchown(file, replaced.st_uid, replaced.st_gid) != 0) {
+        mode &= 01777;
+        static_cast<void>(fchown(file, static_cast<uid_t>(-1), replaced.st_gid));
+    }
+    static_cast<void>(fchmod(file, mode));
+}
+
+// Creates a file with a new name in the folder of a path, and stores the name. Returns the descriptor, or -1.
+int CreateBeside(const std::string& path, std::string* name) {
+    static std::atomic<unsigned> count = 0;
+    for (;;) {
+        // Unique among running processes and within this one. A file of a process that crashed may have it already.
+        *name = FolderOf(path) + ".zeva-" + std::to_string(getpid()) + "-" + std::to_string(count++);
+        const int file = open(name->c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        if (file >= 0 || errno != EEXIST) return file;
+    }
+}
+
+int WriteDirectly(const char* path, int flags, const void* bytes, std::size_t length) {
+    const int file = open(path, O_WRONLY | O_CLOEXEC | flags);
+    return file >= 0 ? WriteAndClose(file, static_cast<const char*>(bytes), length) : errno;
+}
+
+bool IsSameFile(const struct stat& a, const struct stat& b) { return a.st_dev == b.st_dev && a.st_ino == b.st_ino; }
 
 }  // namespace
 
-bool ReadFile(const char* path, FileContent* content) {
+int ReadFile(const char* path, FileContent* content) {
     // O_NONBLOCK, because opening a pipe without a writer would block.
     const int file = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (file < 0) return false;
-    const bool isRead = ReadOpenFile(file, content);
+    if (file < 0) return errno;
+    const int error = ReadOpenFile(file, content);
     close(file);
-    return isRead;
+    return error;
 }
 
-bool WriteFile(const char* path, const void* bytes, std::size_t length) {
-    const std::string temporary = TemporaryName(path);
-    const int file = open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (file < 0) return false;
-    bool isComplete = WriteAll(file, static_cast<const char*>(bytes), length);
-    isComplete = close(file) == 0 && isComplete;
-    if (isComplete && std::rename(temporary.c_str(), path) == 0) return true;
-    unlink(temporary.c_str());
-    return false;
+int WriteFile(const char* path, const void* bytes, std::size_t length) {
+    struct stat existing;
+    const bool exists = stat(path, &existing) == 0;
+    if (!exists && errno != ENOENT) return errno;
+    if (exists && !S_ISREG(existing.st_mode)) return WriteDirectly(path, 0, bytes, length);
+    if (exists && faccessat(AT_FDCWD, path, W_OK, AT_EACCESS) != 0) return errno;
+    std::string target = path;
+    if (const int error = FollowLinks(&target); error != 0) return error;
+    // A link below /proc may stand for a file that has no name any more.
+    struct stat followed;
+    if (exists && (stat(target.c_str(), &followed) != 0 || !IsSameFile(existing, followed))) {
+        return WriteDirectly(path, O_TRUNC, bytes, length);
+    }
+    std::string temporary;
+    const int file = CreateBeside(target, &temporary);
+    if (file < 0) return errno;
+    if (exists) TakeOver(file, existing);
+    int error = WriteAndClose(file, static_cast<const char*>(bytes), length);
+    if (error == 0 && std::rename(temporary.c_str(), target.c_str()) != 0) error = errno;
+    if (error != 0) unlink(temporary.c_str());
+    return error;
 }
 
 }  // namespace image_io

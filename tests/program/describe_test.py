@@ -17,7 +17,7 @@ class DescribeTest(ZevaTest):
     def test_lists_one_category(self):
         names = [line.split()[0] for line in self.assert_works("list", "--category", "Blur").splitlines()]
         self.assertEqual(names, ["BoxBlur", "DiscBlur", "GaussianBlur"])
-        self.assert_fails(1, "--category: no filter has the category 'Bluur'", "list", "--category", "Bluur")
+        self.assert_fails(2, "--category: no filter has the category 'Bluur'", "list", "--category", "Bluur")
 
     def test_the_list_equals_the_list_of_the_loaded_modules(self):
         module = pathlib.Path(ZEVA).absolute().parent.parent / "modules" / "filters.so"
@@ -110,7 +110,7 @@ Blurs with a square: every pixel becomes the average of the pixels around it.
         self.assertIn("  CIImageQOR.Open(path as string) as CIImageQOR", self.assert_works("describe", "CIImageQOR"))
 
     def test_an_unknown_class_is_refused_with_a_suggestion(self):
-        self.assert_fails(1, "class Bloomm: there is no such class, did you mean Bloom", "describe", "Bloomm")
+        self.assert_fails(2, "class Bloomm: there is no such class, did you mean Bloom", "describe", "Bloomm")
 
 
 class CompletionTest(ZevaTest):

@@ -14,11 +14,10 @@ class SettingsTest(ZevaTest):
     def extent_after(self, transform):
         """The extent that apply prints for the photo, 40 x 30, after a transform."""
         setting = f"inputTransform={transform}"
-        printed = self.assert_works("apply", "AffineTransform", setting, self.photo, "-o", self.out)
-        return printed.splitlines()[-1].split(", ", 1)[1]
+        return self.steps("AffineTransform", setting, self.photo, "-o", self.out)[-1].split(", ", 1)[1]
 
     def assert_refused(self, filter_name, setting, message):
-        self.assert_fails(1, message, "apply", filter_name, setting, self.photo, "-o", self.out)
+        self.assert_fails(2, message, "apply", filter_name, setting, self.photo, "-o", self.out)
 
     def test_a_vector_is_a_list_of_numbers_with_commas(self):
         picture = self.render("Crop", "inputRectangle=1,2,3,4", self.photo)
@@ -105,9 +104,11 @@ class SettingsTest(ZevaTest):
             cube.write_text(text)
             self.assert_refused("ColorCube", "inputCubeData=x.cube", f"x.cube{problem}")
         cube.unlink()
-        self.assert_refused("ColorCube", "inputCubeData=x.cube", "x.cube: cannot be read")
+        self.assert_refused("ColorCube", "inputCubeData=x.cube", "x.cube: cannot be read (no such file or directory)")
         self.assert_refused(
-            "ColorCube", "inputCubeData=1,2", "inputCubeData=1,2: a cube of n x n x n colors has 4 n^3 numbers, got 2"
+            "ColorCube",
+            "inputCubeData=1,2",
+            "inputCubeData=1,2: a cube of n x n x n colors has 4 n^3 numbers, at least 32, got 2",
         )
         (self.folder / "x.raw").write_bytes(b"12345")
         self.assert_refused(

@@ -62,19 +62,19 @@ class TraceTest(ZevaTest):
         self.assertEqual(["never ended" in line for line in lines], [True, False])
 
     def test_a_file_that_is_not_a_trace_is_refused(self):
-        self.assert_fails(1, "none.json: cannot be read", "trace", "none.json")
-        self.assert_fails(1, f"{self.photo}: not a list of trace events", "trace", self.photo)
+        self.assert_fails(2, "none.json: cannot be read", "trace", "none.json")
+        self.assert_fails(2, f"{self.photo}: not a list of trace events", "trace", self.photo)
 
     def test_a_trace_file_that_cannot_be_created_is_refused(self):
         self.assert_fails(
-            1,
-            "trace none/t.json: No such file or directory; nothing is run",
+            2,
+            "trace none/t.json: no such file or directory; nothing is run",
             *("apply", "Bloom", self.photo, "-o", self.out, "--trace", "none/t.json"),
         )
 
     def test_a_trace_of_several_pictures_is_refused(self):
         self.assert_fails(
-            1,
+            2,
             "--trace: one picture at a time can be traced, got 2 pictures",
             *("apply", "Bloom", self.photo, self.photo, "-o", "out", "--trace", "t.json"),
         )

@@ -4,6 +4,7 @@ Run a test file as: FILE ZEVA. Pictures are rows of (red, green, blue, alpha), t
 """
 
 import pathlib
+import re
 import struct
 import subprocess
 import sys
@@ -20,7 +21,15 @@ ZEVA = sys.argv.pop(1)
 REGISTERED_CLASSES = expected("classes") + 9
 HOST_CLASSES = 4
 
+# A line for a step of apply, with the time that it took.
+STEP = re.compile(r"(load|open|filter|write) +[0-9.]+ ms  (.*)")
+
 read_png = picture.read
+
+
+def messages(text):
+    """The lines of standard error that are not steps."""
+    return [line for line in text.splitlines() if not STEP.match(line)]
 
 
 def png(width, height, pixel=(200, 100, 50)):
@@ -46,21 +55,29 @@ class ZevaTest(unittest.TestCase):
 
     def zeva(self, *arguments, **options):
         return subprocess.run(
-            [ZEVA, *map(str, arguments)], cwd=self.folder, capture_output=True, text=True, timeout=60, **options
+            [ZEVA, *(word if isinstance(word, bytes) else str(word) for word in arguments)],
+            **{"cwd": self.folder, "stdout": subprocess.PIPE, "stderr": subprocess.PIPE, "text": True, "timeout": 60}
+            | options,
         )
 
     def assert_works(self, *arguments, **options):
-        """Asserts status 0 and an empty standard error. Returns standard output."""
+        """Asserts status 0 and that standard error has no line other than steps. Returns standard output."""
         result = self.zeva(*arguments, **options)
-        self.assertEqual((result.returncode, result.stderr), (0, ""))
+        self.assertEqual((result.returncode, messages(result.stderr)), (0, []))
         return result.stdout
 
-    def assert_fails(self, status, message, *arguments):
-        """Asserts the status, the one line on standard error, and that there is no output file."""
-        result = self.zeva(*arguments)
-        self.assertEqual(result.stderr, f"zeva: {message}\n")
+    def assert_fails(self, status, message, *arguments, **options):
+        """Asserts the status, the one message on standard error, and that there is no output file."""
+        result = self.zeva(*arguments, **options)
+        self.assertEqual(messages(result.stderr), [f"zeva: {message}"])
         self.assertEqual(result.returncode, status)
         self.assertFalse(self.out.exists())
+
+    def steps(self, *arguments):
+        """Runs apply with these words. Returns the steps that it prints on standard error: ["open: photo.png", ...]."""
+        result = self.zeva("apply", *arguments)
+        self.assertEqual((result.returncode, result.stdout), (0, ""))
+        return [f"{step[1]}: {step[2]}" for step in map(STEP.match, result.stderr.splitlines()) if step]
 
     def render(self, *arguments):
         """Runs apply with these words. Returns the pixels of its output."""

@@ -1,0 +1,36 @@
+// protected_files.cpp - identifies a file by its device and number, and one that does not exist by its full path.
+
+#include "host/program/protected_files.h"
+
+#include <sys/stat.h>
+
+#include <system_error>
+
+#include "host/program/exit_status.h"
+
+namespace {
+
+// Returns what two names of one file have in common; empty for a pipe or a device.
+std::string IdentityOf(const std::filesystem::path& file) {
+    struct stat status;
+    if (stat(file.c_str(), &status) == 0) {
+        if (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) return {};
+        return std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino);
+    }
+    std::error_code error;
+    const std::filesystem::path full = std::filesystem::weakly_canonical(std::filesystem::absolute(file, error), error);
+    return error ? file.string() : full.string();
+}
+
+}  // namespace
+
+void ProtectedFiles::Add(const std::filesystem::path& file) {
+    if (std::string identity = IdentityOf(file); !identity.empty()) files_.emplace(std::move(identity), file);
+}
+
+void ProtectedFiles::AddOutput(const std::filesystem::path& file, const char* output, const char* consequence) {
+    if (const auto found = files_.find(IdentityOf(file)); found != files_.end()) {
+        throw UsageError(found->second.string() + ": " + output + " would overwrite it; " + consequence);
+    }
+    Add(file);
+}
