@@ -9,7 +9,7 @@
 #include <variant>
 
 #include "host/description/description_table.h"
-#include "host/description/filter_name.h"
+#include "host/description/names.h"
 
 namespace {
 
