@@ -16,6 +16,7 @@
 #include <sstream>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -26,19 +27,18 @@
 
 namespace {
 
-// "zeva help" is "zeva --help", and "zeva help COMMAND" is "zeva COMMAND --help".
+// Listed in the help; ParseAndRun reads its word.
 Command HelpCommand() {
-    const auto topic = std::make_shared<std::string>();
     return {
         .name = "help",
         .help = "Prints the help of the program or of a command.",
-        .arguments = {{"COMMAND", topic.get(), "a command"}},
+        .arguments = {},
         .run =
-            [topic](const ProgramOptions&) {
-                std::vector<const char*> words = {"zeva", topic->c_str(), "--help"};
-                if (topic->empty()) words.erase(words.begin() + 1);
-                return RunCommandLine(static_cast<int>(words.size()), words.data());
+            [](const ProgramOptions&) {
+                const char* const words[] = {"zeva", "--help"};
+                return RunCommandLine(std::size(words), words);
             },
+        .usage = "zeva help [COMMAND]",
     };
 }
 
@@ -172,22 +172,36 @@ std::vector<std::string> OptionNames(const std::vector<Argument>& arguments) {
     return names;
 }
 
+std::string UnknownCommand(const std::string& word, const std::vector<Command>& commands) {
+    std::vector<std::string> names;
+    for (const Command& command : commands) {
+        if (!command.isHidden) names.push_back(command.name);
+    }
+    return word + ": there is no such command" + host::Suggestion(word, names) + "; zeva help lists the commands";
+}
+
+// Turns "help COMMAND" into "COMMAND --help". Why here: the parser would take the name for a second command.
+void ReadHelp(std::vector<std::string>& words, const std::vector<Command>& commands) {
+    if (words.size() < 2 || words[0] != "help" || words[1].starts_with('-')) return;
+    const auto isNamed = [&](const Command& command) { return command.name == words[1]; };
+    if (std::none_of(commands.begin(), commands.end(), isNamed)) throw UsageError(UnknownCommand(words[1], commands));
+    words = {words[1], "--help"};
+}
+
 // What is wrong with the first word that the parser could not place.
 std::string UnexpectedText(const CLI::App& program, const std::vector<Command>& commands,
                            const std::vector<Argument>& programArguments) {
     std::string word = program.remaining(/*recurse=*/true).front();
     const bool isOption = word.starts_with('-');
     std::erase(word, kLiteral);
-    std::vector<std::string> names;
     std::vector<Argument> arguments = programArguments;
     for (const Command& command : commands) {
-        if (!command.isHidden) names.push_back(command.name);
         if (!program.got_subcommand(command.name)) continue;
         arguments.insert(arguments.end(), command.arguments.begin(), command.arguments.end());
     }
     if (isOption) return word + ": there is no such option" + host::Suggestion(word, OptionNames(arguments));
     if (!program.get_subcommands().empty()) return "'" + word + "': the command takes no further word";
-    return word + ": there is no such command" + host::Suggestion(word, names) + "; zeva help lists the commands";
+    return UnknownCommand(word, commands);
 }
 
 // The parser's own errors in plain words.
@@ -228,8 +242,10 @@ int ParseAndRun(int argumentCount, const char* const* arguments) {
     program.footer(kSharedFooter);
     program.fallthrough();  // the options above may follow the command
     for (const Command& command : commands) AddCommand(program, command);
+    std::vector<std::string> words(arguments + 1, arguments + argumentCount);
+    ReadHelp(words, commands);
     try {
-        program.parse(ParserArguments({arguments + 1, arguments + argumentCount}, commands));
+        program.parse(ParserArguments(std::move(words), commands));
     } catch (const CLI::Success& help) {
         return program.exit(help);
     } catch (const CLI::ParseError& error) {

@@ -36,6 +36,7 @@ void PrintClass(const ClassDescription& description) {
     if (description.filter) {
         std::printf(": %s\n%s\n", description.filter->title.displayName.c_str(),
                     description.filter->description.c_str());
+        if (description.filter->changesNothing) std::printf("Changes nothing until a key besides the image is set.\n");
     } else {
         std::printf("\n");
     }
