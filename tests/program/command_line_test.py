@@ -1,4 +1,4 @@
-"""The words of a command line: names in every spelling, suggestions for wrong ones, help, --quiet, the parser's errors."""
+"""The words of a command line: names in every spelling, suggestions, help, --quiet, the errors of the parser."""
 
 import unittest
 
