@@ -21,11 +21,11 @@ struct PictureFile {
 [[nodiscard]] NSString* ReadImageFile(const char* path, PictureFile* picture);
 [[nodiscard]] NSString* ReadImageData(NSData* data, PictureFile* picture);
 
-// Tests the suffix and the folder of a path and the size of the image, so that these are found before the image is
-// rendered.
-[[nodiscard]] NSString* ObstacleToWriting(const char* path, CGSize size, int* errorNumber);
+// Tests the suffix and the folder of a path, so that a wrong path is found before the image is rendered.
+[[nodiscard]] NSString* ObstacleToWriting(const char* path, int* errorNumber);
 
-// Tests the size of an image that is encoded as JPEG.
+// Whether the suffix of a path is that of a JPEG; and the test of the size of a JPEG.
+[[nodiscard]] bool IsJPEG(const char* path);
 [[nodiscard]] NSString* ObstacleToJPEG(CGSize size);
 
 // Writes a PNG or JPEG by the suffix of the path. The quality of a JPEG is 0 to 1, nil for the default. When writing

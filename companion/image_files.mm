@@ -138,6 +138,8 @@ NSString* ReadImageData(NSData* data, PictureFile* picture) {
     return ReadSource(CGImageSourceCreateWithData(reinterpret_cast<CFDataRef>(data), nullptr), picture);
 }
 
+bool IsJPEG(const char* path) { return [TypeForSuffix(path) isEqual:kJPEG]; }
+
 NSString* ObstacleToJPEG(CGSize size) {
     if (size.width <= kLongestSideOfJPEG && size.height <= kLongestSideOfJPEG) return nil;
     return [NSString stringWithFormat:@"%.0f x %.0f pixels are too large for a JPEG, whose sides have at most %.0f",
@@ -145,9 +147,8 @@ NSString* ObstacleToJPEG(CGSize size) {
                                       kLongestSideOfJPEG];
 }
 
-NSString* ObstacleToWriting(const char* path, CGSize size, int* errorNumber) {
-    NSString* type = TypeForSuffix(path);
-    if (type == nil) return @"the suffix must be .png, .jpg or .jpeg";
+NSString* ObstacleToWriting(const char* path, int* errorNumber) {
+    if (TypeForSuffix(path) == nil) return @"the suffix must be .png, .jpg or .jpeg";
     struct stat status = {};
     if (lstat(path, &status) == 0) {
         // A link to a file that does not exist is followed when the file is written.
@@ -170,7 +171,7 @@ NSString* ObstacleToWriting(const char* path, CGSize size, int* errorNumber) {
         }
         if (faccessat(AT_FDCWD, bytes, W_OK, AT_EACCESS) != 0) return SystemReason(*errorNumber = errno);
     }
-    return [type isEqual:kJPEG] ? ObstacleToJPEG(size) : nil;
+    return nil;
 }
 
 NSString* WriteImageFile(const char* path, CGImageRef image, NSNumber* quality, int* errorNumber) {

@@ -22,15 +22,19 @@ namespace {
 
 constexpr std::size_t kComponents = 4;
 
-// Renders the extent of an image in a color space; null means sRGB. Returns why that failed, or nil, and stores the
-// system's error number, if the system is the cause. The caller owns one reference to the bitmap.
-NSString* Render(CIImage* image, CGColorSpaceRef space, CGImageRef* bitmap, int* errorNumber) {
+// Returns why an image cannot be rendered in a color space, null for sRGB; nil when it can, if there is memory.
+NSString* ObstacleToRendering(CIImage* image, CGColorSpaceRef space) {
     const CGRect extent = [image extent];
     if (image == nil || CGRectIsEmpty(extent)) return @"the image is empty";
     if (CGRectIsInfinite(extent)) return @"the image is infinite, crop it first";
-    if (space != nullptr && CGColorSpaceGetModel(space) != kCGColorSpaceModelRGB) {
-        return @"the color space is not RGB";
-    }
+    const bool isRGB = space == nullptr || CGColorSpaceGetModel(space) == kCGColorSpaceModelRGB;
+    return isRGB ? nil : @"the color space is not RGB";
+}
+
+// Renders the extent of an image in a color space; null means sRGB. Returns why that failed, or nil, and stores the
+// system's error number. The caller owns one reference to the bitmap.
+NSString* Render(CIImage* image, CGColorSpaceRef space, CGImageRef* bitmap, int* errorNumber) {
+    const CGRect extent = [image extent];
     CIContext* context = [CIContext contextWithOptions:nil];
     *bitmap = space == nullptr ? [context createCGImage:image fromRect:extent]
                                : [context createCGImage:image fromRect:extent format:kCIFormatRGBA8 colorSpace:space];
@@ -55,7 +59,9 @@ void Save(ZEVAobjectStruct* self, ZEVAstringStruct* path, NSNumber* quality, CGC
     CGImageRef bitmap = nullptr;
     int errorNumber = 0;
     reason = ObstacleInQuality(quality);
-    if (reason == nil) reason = ObstacleToWriting(bytes, [image extent].size, &errorNumber);
+    if (reason == nil) reason = ObstacleToWriting(bytes, &errorNumber);
+    if (reason == nil) reason = ObstacleToRendering(image, space);
+    if (reason == nil && IsJPEG(bytes)) reason = ObstacleToJPEG([image extent].size);
     if (reason == nil) reason = Render(image, space, &bitmap, &errorNumber);
     if (reason == nil) reason = WriteImageFile(bytes, bitmap, quality, &errorNumber);
     CGImageRelease(bitmap);
@@ -68,8 +74,9 @@ ZEVAmemoryBlockStruct* Encoded(ZEVAobjectStruct* self, NSNumber* quality, NSStri
     NSData* file = nil;
     int errorNumber = 0;
     NSString* reason = ObstacleInQuality(quality);
-    if (reason == nil) reason = Render(image, nullptr, &bitmap, &errorNumber);
+    if (reason == nil) reason = ObstacleToRendering(image, nullptr);
     if (reason == nil && quality != nil) reason = ObstacleToJPEG([image extent].size);
+    if (reason == nil) reason = Render(image, nullptr, &bitmap, &errorNumber);
     if (reason == nil) reason = EncodeImage(bitmap, quality, &file, &errorNumber);
     CGImageRelease(bitmap);
     if (reason != nil) RaiseAbout(member, reason, @"nothing was encoded", errorNumber);
@@ -121,7 +128,8 @@ NSString* PixelRectangle(ZEVAobjectStruct* vector, CGRect* rectangle) {
 bool IsMissing(NSData* floats, NSString* reason, NSString* member) {
     if (floats != nil) return false;
     if (reason == nil && *CIEngineFailure() != '\0') reason = [NSString stringWithUTF8String:CIEngineFailure()];
-    RaiseAbout(member, reason != nil ? reason : @"the rectangle is too large", @"no pixels were read");
+    RaiseAbout(member, reason != nil ? reason : @"the rectangle is too large, at most 134 million pixels can be read",
+               @"no pixels were read");
     return true;
 }
 

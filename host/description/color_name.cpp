@@ -2,10 +2,10 @@
 
 #include "host/description/color_name.h"
 
+#include <cctype>
 #include <charconv>
+#include <cstddef>
 #include <cstdint>
-
-#include "host/runtime/suggestion.h"
 
 namespace {
 
@@ -40,7 +40,6 @@ constexpr struct {
     {"darkgoldenrod", 0xb8860bff},
     {"darkgray", 0xa9a9a9ff},
     {"darkgreen", 0x006400ff},
-    {"darkgrey", 0xa9a9a9ff},
     {"darkkhaki", 0xbdb76bff},
     {"darkmagenta", 0x8b008bff},
     {"darkolivegreen", 0x556b2fff},
@@ -51,13 +50,11 @@ constexpr struct {
     {"darkseagreen", 0x8fbc8fff},
     {"darkslateblue", 0x483d8bff},
     {"darkslategray", 0x2f4f4fff},
-    {"darkslategrey", 0x2f4f4fff},
     {"darkturquoise", 0x00ced1ff},
     {"darkviolet", 0x9400d3ff},
     {"deeppink", 0xff1493ff},
     {"deepskyblue", 0x00bfffff},
     {"dimgray", 0x696969ff},
-    {"dimgrey", 0x696969ff},
     {"dodgerblue", 0x1e90ffff},
     {"firebrick", 0xb22222ff},
     {"floralwhite", 0xfffaf0ff},
@@ -70,7 +67,6 @@ constexpr struct {
     {"gray", 0x808080ff},
     {"green", 0x008000ff},
     {"greenyellow", 0xadff2fff},
-    {"grey", 0x808080ff},
     {"honeydew", 0xf0fff0ff},
     {"hotpink", 0xff69b4ff},
     {"indianred", 0xcd5c5cff},
@@ -87,13 +83,11 @@ constexpr struct {
     {"lightgoldenrodyellow", 0xfafad2ff},
     {"lightgray", 0xd3d3d3ff},
     {"lightgreen", 0x90ee90ff},
-    {"lightgrey", 0xd3d3d3ff},
     {"lightpink", 0xffb6c1ff},
     {"lightsalmon", 0xffa07aff},
     {"lightseagreen", 0x20b2aaff},
     {"lightskyblue", 0x87cefaff},
     {"lightslategray", 0x778899ff},
-    {"lightslategrey", 0x778899ff},
     {"lightsteelblue", 0xb0c4deff},
     {"lightyellow", 0xffffe0ff},
     {"lime", 0x00ff00ff},
@@ -147,7 +141,6 @@ constexpr struct {
     {"skyblue", 0x87ceebff},
     {"slateblue", 0x6a5acdff},
     {"slategray", 0x708090ff},
-    {"slategrey", 0x708090ff},
     {"snow", 0xfffafaff},
     {"springgreen", 0x00ff7fff},
     {"steelblue", 0x4682b4ff},
@@ -165,6 +158,15 @@ constexpr struct {
     {"transparent", 0x00000000},
 };
 // clang-format on
+
+// The name in lower case, and with an a where CSS also takes the British spelling of "gray".
+std::string Normalized(std::string_view text) {
+    std::string name;
+    for (const char c : text) name += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    const std::size_t at = name.find("gr");
+    if (at != std::string::npos && name.substr(at + 2, 2) == "ey") name[at + 2] = 'a';
+    return name;
+}
 
 std::array<double, 4> ComponentsOf(std::uint32_t color) {
     std::array<double, 4> components;
@@ -184,7 +186,7 @@ std::string LongDigits(std::string_view digits) {
 
 std::optional<std::array<double, 4>> FindColor(std::string_view text) {
     for (const auto& [name, color] : kColors) {
-        if (host::EqualIgnoringCase(name, text)) return ComponentsOf(color);
+        if (name == Normalized(text)) return ComponentsOf(color);
     }
     if (!text.starts_with('#')) return std::nullopt;
     std::string digits = LongDigits(text.substr(1));

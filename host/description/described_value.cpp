@@ -2,7 +2,7 @@
 
 #include "host/description/described_value.h"
 
-#include <cstdio>
+#include <charconv>
 #include <initializer_list>
 
 #include "host/runtime/memory_block.h"
@@ -43,9 +43,10 @@ DescribedValue DescribeObject(Host& host, const ObjectReference& object) {
 }
 
 std::string ShortNumber(double number) {
+    // In contrast to printf, this writes a point in every locale.
     char text[32];
-    std::snprintf(text, sizeof text, "%.6g", number);
-    return text;
+    const auto end = std::to_chars(text, text + sizeof text, number, std::chars_format::general, 6).ptr;
+    return {text, end};
 }
 
 }  // namespace

@@ -96,10 +96,13 @@ void Prepare(Host& host, const std::vector<GalleryPhoto>& photos, const std::vec
         };
     };
     std::string failure;
-    RunBatch(photos.size(), prepare, [&](std::size_t i, const std::string& why, int) {
-        if (failure.empty() && !why.empty()) failure = files[i] + ": " + why;
+    int number = 0;
+    RunBatch(photos.size(), prepare, [&](std::size_t i, const std::string& why, int errorNumber) {
+        if (!failure.empty() || why.empty()) return;
+        failure = files[i] + ": " + why;
+        number = errorNumber;
     });
-    if (!failure.empty()) throw HostError(failure, "no gallery was written");
+    if (!failure.empty()) throw PhotoError(failure, "no gallery was written", number);
 }
 
 // The reason of a failure. A script that reads a nil output image fails with a message about nil, which is translated.
@@ -161,6 +164,13 @@ void WritePages(const Gallery& gallery, const path& target) {
 bool WriteGallery(Host& host, const std::vector<std::string>& photos, const std::string& folder, bool isQuiet) {
     Gallery gallery = {Photos(photos), Filters(host), {}};
     const path target = std::filesystem::absolute(folder).lexically_normal();
+    const path pictures = std::filesystem::weakly_canonical(target / "pictures");
+    for (const std::string& photo : photos) {
+        const path relative = std::filesystem::weakly_canonical(photo).lexically_relative(pictures);
+        if (!relative.empty() && *relative.begin() != "..") {
+            throw HostError(photo, "the gallery would overwrite it; nothing was written");
+        }
+    }
     for (const GalleryPhoto& photo : gallery.photos) std::filesystem::create_directories(target / photo.folder);
     Prepare(host, gallery.photos, photos, target);
     Render(host, gallery, target, isQuiet);

@@ -5,7 +5,14 @@
 #include <string>
 #include <vector>
 
+#include "host/runtime/errors.h"
 #include "host/runtime/host.h"
+
+// A photo that cannot be used.
+class PhotoError : public host::HostError {
+  public:
+    using HostError::HostError;
+};
 
 // Writes the gallery of some photos to a folder, which is created when it is missing. Prints each program that
 // failed and, unless it is quiet, the progress.
@@ -13,7 +20,7 @@
 // Returns whether all pictures were made. In either case the pages are complete and give the reason for each missing
 // picture.
 //
-// Fails:  HostError when a photo cannot be used or a page cannot be written.
+// Fails:  PhotoError; HostError when a photo lies where a picture would be written, and when a page cannot be written.
 // Thread: the host's. The process must have only this thread, because worker processes are forked.
 [[nodiscard]] bool WriteGallery(host::Host& host, const std::vector<std::string>& photos, const std::string& folder,
                                 bool isQuiet);

@@ -266,7 +266,8 @@ int ApplyToMany(const ProgramOptions& options, const ApplyRequest& request, cons
     int status = kDone;
     RunBatch(targets.size(), prepare, [&](std::size_t i, const std::string& failure, int errorNumber) {
         const std::string& input = recipe.inputs[i];
-        const bool isNamed = failure.empty() || failure.starts_with(input + ": ");
+        const bool isNamed =
+            failure.empty() || host::PrintableText(failure).starts_with(host::PrintableText(input) + ": ");
         progress.Done(isNamed ? failure : input + ": " + failure);
         const bool isMachine = StatusOfNumber(errorNumber, kFailed) == kMachineFailed;
         if (!failure.empty()) status = std::max(status, isMachine ? kMachineFailed : kFailed);

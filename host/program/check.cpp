@@ -35,7 +35,7 @@ constexpr const char* kFooter =
     "Each check runs in its own process. A sibling is a module whose classes the checked module needs. Unless --with "
     "or\n"
     "--alone is given, it is companion.so beside the module or beside the modules of this program.\n"
-    "Exit status: 0 when no check failed or crashed, 1 when one did, 2 for wrong arguments.";
+    "Exit status: 0 when no check failed or crashed, 1 when one did, 2 for wrong arguments, 3 when an output failed.";
 
 // The companion beside the module, or else the companion of this build. None when the module is the companion.
 std::vector<fs::path> DefaultSiblings(const fs::path& module) {

@@ -13,6 +13,7 @@
 #include <iterator>
 #include <limits>
 #include <memory>
+#include <set>
 #include <sstream>
 #include <string>
 #include <type_traits>
@@ -116,31 +117,35 @@ void AddCommand(CLI::App& program, const Command& command) {
     for (const Argument& argument : command.arguments) AddArgument(*app, argument);
 }
 
-// The mark at the beginning of a word behind "--": a control character that no word begins with.
+// The mark at the beginning of a word behind "--".
 constexpr char kLiteral = '\1';
 
-// The arguments in the form that the parser takes: the last one first.
+// Makes the arguments what the parser takes: the last one first, and without "--". Returns the words behind that, which
+// are marked, so that none looks like an option.
 //
-// Why the parser does not get "--": there it ends the command, not the options, once the command has a word. The words
-// behind it are marked instead, so that none looks like an option. A command whose first word ends the options gets it.
-std::vector<std::string> ParserArguments(std::vector<std::string> words, const std::vector<Command>& commands) {
+// Why the parser does not get "--": there it ends the command, not the options, once the command has a word. A command
+// whose first word ends the options gets it.
+std::set<std::string> PrepareArguments(std::vector<std::string>& words, const std::vector<Command>& commands) {
+    std::set<std::string> marked;
     const auto end = std::find(words.begin(), words.end(), "--");
     const auto endsOptions = [&](const Command& command) {
         return command.endsOptionsAtFirstWord && std::find(words.begin(), end, command.name) != end;
     };
     if (end != words.end() && std::none_of(commands.begin(), commands.end(), endsOptions)) {
         const bool isCommandGiven = end != words.begin();
-        for (auto word = std::next(end); isCommandGiven && word != words.end(); ++word) word->insert(0, 1, kLiteral);
+        for (auto word = std::next(end); isCommandGiven && word != words.end(); ++word) {
+            marked.insert(word->insert(0, 1, kLiteral));
+        }
         words.erase(end);
     }
     std::reverse(words.begin(), words.end());
-    return words;
+    return marked;
 }
 
 // Removes the marks from the words that the parser stored.
-void RemoveMarks(const std::vector<Command>& commands) {
-    const auto remove = [](std::string& word) {
-        if (word.starts_with(kLiteral)) word.erase(0, 1);
+void RemoveMarks(const std::set<std::string>& marked, const std::vector<Command>& commands) {
+    const auto remove = [&](std::string& word) {
+        if (marked.contains(word)) word.erase(0, 1);
     };
     for (const Command& command : commands) {
         for (const Argument& argument : command.arguments) {
@@ -244,14 +249,15 @@ int ParseAndRun(int argumentCount, const char* const* arguments) {
     for (const Command& command : commands) AddCommand(program, command);
     std::vector<std::string> words(arguments + 1, arguments + argumentCount);
     ReadHelp(words, commands);
+    const std::set<std::string> marked = PrepareArguments(words, commands);
     try {
-        program.parse(ParserArguments(std::move(words), commands));
+        program.parse(words);
     } catch (const CLI::Success& help) {
         return program.exit(help);
     } catch (const CLI::ParseError& error) {
         throw UsageError(ErrorText(program, error, commands, programArguments));
     }
-    RemoveMarks(commands);
+    RemoveMarks(marked, commands);
     if (program.get_subcommands().empty()) throw UsageError("no command given, zeva help lists them");
     const std::string name = program.get_subcommands().front()->get_name();
     const auto isNamed = [&](const Command& command) { return command.name == name; };

@@ -19,7 +19,11 @@ int Run(const ProgramOptions& options, const GalleryRequest& request) {
     if (!options.trace.empty())
         throw host::HostError("--trace", "several processes write a gallery and are not traced");
     const auto host = MakeHost(options);
-    return WriteGallery(*host, request.photos, request.folder, options.isQuiet) ? kDone : kFailed;
+    try {
+        return WriteGallery(*host, request.photos, request.folder, options.isQuiet) ? kDone : kFailed;
+    } catch (const PhotoError& error) {
+        throw Failure(StatusOfNumber(error.ErrorNumber(), kFailed), error.what());
+    }
 }
 
 }  // namespace

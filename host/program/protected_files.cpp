@@ -17,8 +17,14 @@ std::string IdentityOf(const std::filesystem::path& file) {
         if (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) return {};
         return std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino);
     }
+    // A link to a file that does not exist stands for that file.
+    constexpr int kMostLinks = 40;
     std::error_code error;
-    const std::filesystem::path full = std::filesystem::weakly_canonical(std::filesystem::absolute(file, error), error);
+    std::filesystem::path full = std::filesystem::absolute(file, error);
+    for (int i = 0; i < kMostLinks && std::filesystem::is_symlink(full, error); ++i) {
+        full = full.parent_path() / std::filesystem::read_symlink(full, error);
+    }
+    full = std::filesystem::weakly_canonical(full, error);
     return error ? file.string() : full.string();
 }
 

@@ -3,16 +3,17 @@
 // A trace may stand behind the script, as behind any other command. All other words there belong to the script.
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
 #include <span>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "host/program/commands.h"
+#include "host/runtime/errors.h"
 #include "host/runtime/text.h"
 #include "host/script/script.h"
 
@@ -20,13 +21,26 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-// Prints a text on standard error, escaped line by line.
-void PrintLines(std::string_view text) {
-    while (!text.empty()) {
-        const std::string_view line = text.substr(0, text.find('\n'));
-        std::fprintf(stderr, "%s\n", host::PrintableText(line).c_str());
-        text.remove_prefix(std::min(text.size(), line.size() + 1));
+// Prints an error on standard error. It keeps its lines and tabs; everything else is escaped as in other messages.
+void PrintScriptError(const host::script::ScriptError& error) {
+    std::string text;  // since the last line feed or tab
+    for (const char c : "zeva: " + std::string(error.what()) + "\n" + error.Traceback()) {
+        const bool isLayout = c == '\n' || c == '\t';
+        if (isLayout) {
+            std::fprintf(stderr, "%s%c", host::PrintableText(text).c_str(), c);
+            text.clear();
+        } else {
+            text += c;
+        }
     }
+}
+
+// Throws HostError for a script that cannot be opened.
+void CheckScript(const std::string& path) {
+    if (path == "-") return;
+    std::FILE* file = std::fopen(path.c_str(), "re");
+    if (file == nullptr) throw host::HostError(path, host::SystemReason(errno) + "; nothing was run", errno);
+    std::fclose(file);
 }
 
 struct RunRequest {
@@ -67,13 +81,14 @@ void TakeTrace(Words& words, ProgramOptions& options) {
 int Run(ProgramOptions options, RunRequest request) {
     Words& words = request.words;
     TakeTrace(words, options);
+    CheckScript(words.front());
     const auto host = MakeHost(options, words);
     host::script::Script script(*host, OptionsOf(request));
     try {
         script.RunFile(words.front(), std::span(words).subspan(1));
     } catch (const host::script::ScriptError& error) {
         // Printed here because the traceback has more than one line.
-        PrintLines("zeva: " + std::string(error.what()) + "\n" + error.Traceback());
+        PrintScriptError(error);
         return kFailed;
     }
     return kDone;

@@ -25,6 +25,16 @@ void KeepClosed(int stream) {
     if (file >= 0 && file != stream) close(file);
 }
 
+// Lets a broken pipe end the program, as it ends others. Why a function and not the system's default: Foundation
+// ignores the signal if it finds the default, and a script that prints in a loop would then never stop.
+void EndByBrokenPipe() {
+    struct sigaction action = {};
+    if (sigaction(SIGPIPE, nullptr, &action) != 0 || action.sa_handler != SIG_DFL) return;
+    action.sa_handler = [](int number) { std::raise(number); };
+    action.sa_flags = static_cast<int>(SA_RESETHAND) | SA_NODEFER;
+    sigaction(SIGPIPE, &action, nullptr);
+}
+
 // Returns why standard output could not be written to its end; 0 if it was.
 int OutputError() {
     if (std::fflush(stdout) != 0) return errno;
@@ -49,6 +59,7 @@ void CheckAtExit() {
 void GuardStandardStreams() {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) KeepClosed(stream);
     std::signal(SIGXFSZ, SIG_IGN);
+    EndByBrokenPipe();
     // A larger buffer than usual: when it is flushed at the end, the reason of a failure is still known.
     static char buffer[1 << 16];
     if (isatty(STDOUT_FILENO) == 0) std::setvbuf(stdout, buffer, _IOFBF, sizeof buffer);

@@ -10,7 +10,7 @@
 // Call it once, before anything is printed. From then on,
 // - a standard stream that was closed when the program started stays closed: no file takes its place, which would
 //   receive what is printed;
-// - writing to a file beyond the limit of its size is an error and not a signal;
+// - writing to a file beyond the limit of its size is an error and not a signal, and a broken pipe ends the program;
 // - the exit status is kMachineFailed (exit_status.h), and a line on standard error says why, when standard output or
 // standard error
 //   could not be written to its end.

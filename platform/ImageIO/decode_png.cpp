@@ -71,8 +71,9 @@ bool ReadPicture(png_structp png, png_infop info, Picture* picture) {
     const int passes = png_get_interlace_type(png, info) == PNG_INTERLACE_NONE ? 1 : PNG_INTERLACE_ADAM7_PASSES;
     picture->isGray = (png_get_color_type(png, info) & PNG_COLOR_MASK_COLOR) == 0;
     KeepProfile(png, info, picture);
-    SetTransformations(png, info);
+    // First the pixels, which have a limit: the library allocates rows next.
     if (!Allocate(width, height, picture)) return false;
+    SetTransformations(png, info);
     if (png_get_rowbytes(png, info) != width * kBytesPerPixel) return false;
     for (int pass = 0; pass < passes; ++pass) {
         for (png_uint_32 y = 0; y < height; ++y) {

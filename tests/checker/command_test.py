@@ -73,7 +73,7 @@ class CommandTest(unittest.TestCase):
         for only, count in {"reads": 1, "exit": 4, "faults.without-*": services, "sequences.random": 1}.items():
             self.assertIn(f"\n{count} check", check("--only", only).stdout, only)
         result = check("--only", "propertys")
-        self.assertEqual((result.returncode, result.stdout), (1, ""))
+        self.assertEqual((result.returncode, result.stdout), (2, ""))
         self.assertEqual(
             result.stderr, "zeva: check propertys: not a check or group, did you mean properties\n"
         )

@@ -1,6 +1,10 @@
 // image_test.cpp - opening, cropping and saving images, and the messages of failures.
 
+#include <sys/stat.h>
+
 #include <array>
+#include <cerrno>
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -68,7 +72,7 @@ TEST_F(ImageTest, OpenFailureNamesTheReason) {
     EXPECT_EQ(OpenRefusal(File("cut.png", Picture().substr(0, 60))), "the file is truncated; no image was opened");
     std::string broken = Picture();
     broken[50] ^= 0x55;
-    EXPECT_EQ(OpenRefusal(File("broken.png", broken)), "the picture is damaged or too large; no image was opened");
+    EXPECT_EQ(OpenRefusal(File("broken.png", broken)), "the picture is damaged; no image was opened");
 }
 
 TEST_F(ImageTest, EmptyPathRaises) {
@@ -82,6 +86,74 @@ TEST_F(ImageTest, PathsMayHaveNonAsciiLetters) {
     const std::string path = Path("Grüße, 写真.png");
     Save(Open(File("Ärger.png", Picture())), path);
     EXPECT_EQ(Extent(Open(path)), (std::vector<double>{0, 0, 3, 2}));
+}
+
+TEST_F(ImageTest, PathsAreBytesThatNeedNotBeText) {
+    const auto image = Open(File("gr\xfc\xdf.png", Picture()));
+    Save(Crop(image, 0, 0, 1, 1), Path("caf\xe9.png"));
+    Save(image, Path("caf\u00e9.png"));  // what the bytes above are in another encoding
+    EXPECT_EQ(Extent(Open(Path("caf\xe9.png"))), (std::vector<double>{0, 0, 1, 1}));
+    EXPECT_EQ(Extent(Open(Path("caf\u00e9.png"))), (std::vector<double>{0, 0, 3, 2}));
+    std::filesystem::remove(Path("caf\xe9.png"));
+    EXPECT_EQ(TextOfError([&] { Open(Path("caf\xe9.png")); }),
+              "RuntimeException: " + Path("caf\\xe9.png") + ": no such file or directory; no image was opened");
+}
+
+TEST_F(ImageTest, PathsWithAZeroByteAreRefused) {
+    const auto image = OpenPicture();
+    const std::string path = Path("a.png") + std::string("\0.jpg", 5);
+    EXPECT_EQ(TextOfError([&] { Save(image, path); }),
+              "RuntimeException: CIImageQOR.Save: the path contains a zero byte; nothing was written");
+    EXPECT_EQ(TextOfError([&] { Open(path); }),
+              "RuntimeException: CIImageQOR.Open: the path contains a zero byte; no image was opened");
+    EXPECT_FALSE(std::filesystem::exists(Path("a.png")));
+}
+
+TEST_F(ImageTest, APipeIsNotOpened) {
+    ASSERT_EQ(mkfifo(Path("pipe.png").c_str(), 0600), 0);
+    EXPECT_EQ(OpenRefusal(Path("pipe.png")), "the path is a pipe or a device, not a picture; no image was opened");
+}
+
+TEST_F(ImageTest, APictureThatIsTooLargeIsNotCalledDamaged) {
+    std::string large = Picture();
+    large.replace(16, 8, std::string("\0\0\x80\0\0\0\x80\0", 8));  // width and height
+    std::uint32_t sum = 0xffffffff;
+    for (std::size_t i = 12; i < 29; ++i) {
+        sum ^= static_cast<unsigned char>(large[i]);
+        for (int bit = 0; bit < 8; ++bit) sum = sum >> 1 ^ ((sum & 1) != 0 ? 0xedb88320 : 0);
+    }
+    for (int i = 0; i < 4; ++i) large[static_cast<std::size_t>(29 + i)] = static_cast<char>(~sum >> (24 - 8 * i));
+    EXPECT_EQ(OpenRefusal(File("large.png", large)),
+              "the picture has 32768 x 32768 pixels, at most 268 million can be read; no image was opened");
+}
+
+TEST_F(ImageTest, SaveFailureHasTheReasonAndTheNumberOfTheSystem) {
+    const auto image = OpenPicture();
+    std::filesystem::create_symlink("/dev/full", Path("full.png"));
+    try {
+        Save(image, Path("full.png"));
+        FAIL();
+    } catch (const host::HostException& exception) {
+        EXPECT_EQ(exception.Message(), Path("full.png") + ": no space left on device; nothing was written");
+        EXPECT_EQ(exception.ErrorNumber(), ENOSPC);
+    }
+    EXPECT_EQ(SaveRefusal(image, Path(std::string(300, 'n') + ".png")), "file name too long; nothing was written");
+    Save(image, Path(std::string(251, 'n') + ".png"));
+}
+
+TEST_F(ImageTest, SidesOfAJpegAreLimitedByTheFormat) {
+    const auto image = OpenPicture();
+    MakeInfinite(image.Get());
+    Save(Crop(image, 0, 0, 65500, 1), Path("a.jpg"));
+    EXPECT_EQ(SaveRefusal(Crop(image, 0, 0, 1, 65501), Path("b.jpg")),
+              "1 x 65501 pixels are too large for a JPEG, whose sides have at most 65500; nothing was written");
+    const Value quality[] = {0.5};
+    const auto wide = Crop(image, 0, 0, 65501, 1);
+    EXPECT_EQ(
+        TextOfError([&] { host.Call(wide.Get(), "ToJPEG", quality); }),
+        "RuntimeException: CIImageQOR.ToJPEG: 65501 x 1 pixels are too large for a JPEG, whose sides have at most "
+        "65500; nothing was encoded");
+    Save(wide, Path("c.png"));
 }
 
 TEST_F(ImageTest, CropKeepsThePosition) {
@@ -139,7 +211,8 @@ TEST_F(ImageTest, ImageTooLargeToRenderIsNotSaved) {
     const auto image = OpenPicture();
     MakeInfinite(image.Get());
     EXPECT_EQ(SaveRefusal(Crop(image, 0, 0, 1e9, 1e9), Path("a.png")),
-              "an image of 1000000000 x 1000000000 pixels cannot be rendered; nothing was written");
+              "the image cannot be rendered, 1000000000 x 1000000000 pixels need 4000000000 GB of memory, which is not "
+              "available; nothing was written");
 }
 
 TEST_F(ImageTest, FilterRendersAnOpenedPicture) {

@@ -184,7 +184,19 @@ class FailureTest(unittest.TestCase):
     def test_a_trace_is_refused(self):
         made = zeva("gallery", "photo.png", "-o", folder / "none", "--trace", folder / "calls.json")
         self.assertEqual(made.stderr, "zeva: --trace: several processes write a gallery and are not traced\n")
-        self.assertEqual(made.returncode, 1)
+        self.assertEqual(made.returncode, 2)
+
+    def test_a_photo_may_not_lie_where_pictures_are_written(self):
+        photo = write_photo(folder, "inside.png", 32)
+        inside = folder / "over/pictures/photo"
+        inside.mkdir(parents=True)
+        (folder / "link.png").symlink_to(inside / "photo.jpg")
+        (inside / "photo.jpg").write_bytes(photo.read_bytes())
+        for name in (inside / "photo.jpg", folder / "link.png"):
+            made = zeva("gallery", name, "-o", folder / "over")
+            self.assertEqual(made.stderr, f"zeva: {name}: the gallery would overwrite it; nothing was written\n")
+            self.assertEqual(made.returncode, 2)
+        self.assertEqual((inside / "photo.jpg").read_bytes(), photo.read_bytes())
 
 
 class LargePhotoTest(unittest.TestCase):

@@ -112,8 +112,30 @@ TEST_F(TraceTest, EachServiceHasItsOwnTracedVersion) {
 
 TEST_F(TraceTest, ShowsBytesOfAnyEncoding) {
     const host::ObjectReference box = host->NewInstance("Box");
-    host->Set(box.Get(), "Text", host::TextValue("a\"\n\xff" + std::string(300, 'b')));
-    EXPECT_EQ(Events()[0], "B set Box.Text [\"a\\\"\\n\xEF\xBF\xBD" + std::string(196, 'b') + "...\"]");
+    host->Set(box.Get(), "Text",
+              host::TextValue("a\"\n\xff"
+                              "bbb"));
+    EXPECT_EQ(Events()[0],
+              "B set Box.Text [{\"base64\":\"YSIK/2JiYg==\",\"text\":\"a\\\"\\n\xEF\xBF\xBD"
+              "bbb\"}]");
+}
+
+TEST_F(TraceTest, CutsALongStringBetweenCharacters) {
+    const host::ObjectReference box = host->NewInstance("Box");
+    host->Set(box.Get(), "Text", host::TextValue(std::string(199, 'b') + "\u00fc"));
+    EXPECT_EQ(Events()[0], "B set Box.Text [\"" + std::string(199, 'b') + "...\"]");
+}
+
+TEST(TraceFileTest, AFullDiskIsReportedOnce) {
+    Messages lost;
+    {
+        host::Host host(
+            {.trace = "/dev/full", .onLostTrace = [&](const std::string& message) { lost.push_back(message); }});
+        host.Classes().Register(&kBoxClass.record);
+        host.NewInstance("Box");
+        host.NewInstance("Box");
+    }
+    EXPECT_EQ(lost, Messages{"trace /dev/full: no space left on device; the trace is incomplete"});
 }
 
 TEST_F(TraceTest, TheHostClosesTheListWhenItEnds) {
@@ -124,7 +146,7 @@ TEST_F(TraceTest, TheHostClosesTheListWhenItEnds) {
 
 TEST(TraceFileTest, AnUnwritableFileIsAnErrorBeforeAnythingRuns) {
     EXPECT_EQ(TextOfError([] { host::Host host({.trace = "/none/trace.json"}); }),
-              "trace /none/trace.json: No such file or directory; nothing is run");
+              "trace /none/trace.json: no such file or directory; nothing is run");
     host::Host another;  // the failed constructor left no host behind
     EXPECT_EQ(another.Tracing(), nullptr);
 }

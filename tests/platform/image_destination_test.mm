@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -60,6 +61,18 @@ TEST_F(ImageDestinationTest, JPEGShowsTransparentPixelsWhite) {
     ASSERT_TRUE(read.has_value());
     EXPECT_NEAR(read->pixels.front(), 0, 3);
     EXPECT_NEAR(read->pixels[read->pixels.size() - 2], 255, 3);
+}
+
+TEST_F(ImageDestinationTest, PicturesOfAMillionColumnsAreWrittenAndRead) {
+    CIImage* wide =
+        [[CIImage imageWithColor:[CIColor colorWithRed:1 green:0
+                                                  blue:0]] imageByCroppingToRect:CGRectMake(0, 0, 1000001, 1)];
+    ASSERT_TRUE(Write(wide, CFSTR("public.png")));
+    CGImageSourceRef source = CGImageSourceCreateWithURL((CFURLRef)url, nullptr);
+    EXPECT_EQ(CGImageSourceGetStatus(source), kCGImageStatusComplete);
+    CFRelease(source);
+    EXPECT_FALSE(Write(wide, CFSTR("public.jpeg")));
+    EXPECT_EQ(errno, EFBIG);
 }
 
 TEST_F(ImageDestinationTest, HigherQualityMakesJPEGsLarger) {

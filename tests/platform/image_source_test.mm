@@ -215,6 +215,20 @@ TEST(ImageSourceTest, SizesBeyondTheLimitAreInvalidData) {
     EXPECT_EQ(Decode(jpeg).status, kCGImageStatusInvalidData);
 }
 
+TEST(ImageSourceTest, PropertiesHaveTheSizeOfAPictureThatIsTooLarge) {
+    HandmadePNG png = SmallPNG();
+    png.width = 40000;
+    png.height = 2000000;
+    const FileBytes file = png.Bytes();
+    NSData* data = [NSData dataWithBytes:file.data() length:file.size()];
+    CGImageSourceRef source = CGImageSourceCreateWithData((CFDataRef)data, nullptr);
+    EXPECT_EQ(CGImageSourceCreateImageAtIndex(source, 0, nullptr), nullptr);
+    NSDictionary* properties = [(NSDictionary*)CGImageSourceCopyPropertiesAtIndex(source, 0, nullptr) autorelease];
+    EXPECT_EQ([[properties objectForKey:(id)kCGImagePropertyPixelWidth] intValue], 40000);
+    EXPECT_EQ([[properties objectForKey:(id)kCGImagePropertyPixelHeight] intValue], 2000000);
+    CFRelease(source);
+}
+
 TEST(ImageSourceTest, UnreadableFilesGiveNoSource) {
     testing::internal::CaptureStderr();
     for (NSString* place in @[ @"/nowhere/at/all.png", @"/", @"/dev/zero" ]) {

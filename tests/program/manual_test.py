@@ -70,6 +70,25 @@ class ManualTest(ZevaTest):
             for option in re.findall(r"--[a-z][a-z-]+", self.assert_works(command, "--help").split("Exit status")[0]):
                 self.assertIn(option, section, command)
 
+    def test_the_limits_of_the_page_are_those_of_the_sources(self):
+        def constant(path, pattern):
+            return int(re.search(pattern, (ROOT / path).read_text()).group(1))
+
+        limits = (ROOT / "docs/zeva.1").read_text().split(".SH LIMITS\n")[1].split(".SH")[0]
+        bits = constant("platform/ImageIO/decode.h", r"kLargestPicture = std::size_t\{1\} << (\d+);")
+        self.assertEqual(
+            re.findall(r"\d[\d ]*", " ".join(limits.split()).replace(" million", "000000").replace("U+", "")),
+            [
+                f"{2**bits // 4 // 10**6}000000 ",
+                f"{constant('companion/image_files.mm', r'kLongestSideOfJPEG = (.+);')} ",
+                "4 ",
+                f"{constant('host/recipe/cube_file.h', r'kLargestCubeSize = (.+);')} ",
+                f"{constant('host/recipe/cube_file.h', r'kLongestCubeLine = (.+);')} ",
+            ],
+        )
+        pixels = constant("companion/image_files.mm", r"kMostPixels = 1 << (\d+);")
+        self.assertEqual(pixels, bits - 2)  # four bytes each
+
     def test_the_page_is_formatted_without_a_warning(self):
         result = subprocess.run(
             ["groff", "-man", "-ww", "-Tutf8", "-z", ROOT / "docs/zeva.1"], capture_output=True, text=True

@@ -36,6 +36,8 @@ class SettingsTest(ZevaTest):
             "orange": (255, 165, 0, 255),
             "RebeccaPurple": (102, 51, 153, 255),
             "transparent": (0, 0, 0, 0),
+            "DarkSlateGr\u0065y": (47, 79, 79, 255),
+            "green": (0, 128, 0, 255),
             "1,0.6,0": (255, 153, 0, 255),
             "0,0,1,1": (0, 0, 255, 255),
         }.items():
@@ -102,6 +104,11 @@ class SettingsTest(ZevaTest):
             INVERTING_CUBE + "0 0 0\n": ":14: more than the 8 colors of the table",
             INVERTING_CUBE[:-6]: ":12: the table ends after 7 of 8 colors",
             "LUT_3D_SIZE 2\n0 0\n": ':2: "0 0": expected three numbers',
+            "0 0 0\n": ":1: LUT_3D_SIZE must stand before the colors",
+            "LUT_3D_SIZE 2\nLUT_3D_SIZE 3\n": ":2: LUT_3D_SIZE stands in the file twice",
+            f"LUT_3D_SIZE 2\n#{'x' * 1000}\n": ":2: the line has more than 1000 bytes, this is not a .cube file",
+            f"LUT_3D_SIZE 2\n0 {'ü' * 100}\n": f':2: "0 {"ü" * 29}...": expected three numbers',
+            "LUT_3D_SIZE 2\n0 \x1b[31m\n": r':2: "0 \x1b[31m": expected three numbers',
             "LUT_3D_SIZE 2\n0 0 0 0\n": ':2: "0 0 0 0": expected three numbers',
             "LUT_3D_SIZE 1\n": ':1: "LUT_3D_SIZE 1": expected a size from 2 to 128',
             "LUT_1D_SIZE 2\n": ":1: a one-dimensional table is not a cube",
@@ -123,6 +130,63 @@ class SettingsTest(ZevaTest):
             "inputCubeData=@x.raw",
             "inputCubeData=@x.raw: x.raw has 5 bytes, 32-bit floats take a multiple of 4",
         )
+
+    def test_a_cube_file_may_begin_with_a_byte_order_mark_and_have_long_lines(self):
+        self.photo.write_bytes(png(1, 1, (255, 0, 0)))
+        text = "\ufeff" + INVERTING_CUBE.replace("\n", "\r\n") + "#" + "x" * 999
+        (self.folder / "inverse.cube").write_text(text, encoding="utf-8")
+        self.assertEqual(self.render("ColorCube", "inputCubeData=inverse.cube", self.photo), [[(0, 255, 255, 255)]])
+
+    def test_a_cube_file_that_is_one_long_line_is_refused_without_being_read(self):
+        with (self.folder / "long.cube").open("wb") as file:
+            file.truncate(1 << 40)  # no memory would hold this line
+        self.assert_refused(
+            "ColorCube",
+            "inputCubeData=long.cube",
+            "long.cube:1: the line has more than 1000 bytes, this is not a .cube file",
+        )
+        (self.folder / "long.raw").symlink_to("long.cube")
+        self.assert_refused(
+            "ColorCube",
+            "inputCubeData=@long.raw",
+            "inputCubeData=@long.raw: long.raw has more than the 33554432 bytes of the largest cube",
+        )
+
+    def test_a_cube_has_as_many_numbers_as_its_dimension_says(self):
+        numbers = "inputCubeData=" + ",".join("0" * 32)
+        self.render("ColorCube", numbers, "inputCubeDimension=2", self.photo)
+        self.out.unlink()
+        for words in ([numbers, "inputCubeDimension=3"], ["inputCubeDimension=3", numbers]):
+            self.assert_fails(
+                2,
+                "filter ColorCube: a cube of the dimension 3 has 108 numbers, got 32",
+                *("apply", "ColorCube", *words, self.photo, "-o", self.out),
+            )
+
+    def test_a_vector_has_as_many_numbers_as_its_default(self):
+        for filter_name, setting, expected, got in (
+            ("Convolution3X3", "inputWeights=1,2,3", 9, 3),
+            ("Convolution9Vertical", "inputWeights=" + ",".join("1" * 10), 9, 10),
+            ("Convolution7X7", "inputWeights=" + ",".join("1" * 48), 49, 48),
+            ("BumpDistortion", "inputCenter=1", 2, 1),
+            ("Crop", "inputRectangle=1,2,3", 4, 3),
+            ("ColorMatrix", "inputRVector=1,0,0", 4, 3),
+        ):
+            self.assert_refused(filter_name, setting, f"{setting}: expected {expected} numbers, got {got}")
+        self.render("Convolution3X3", "inputWeights=0,0,0,0,1,0,0,0,0", self.photo)
+
+    def test_negative_sizes_are_refused(self):
+        for filter_name, setting in (
+            ("GaussianBlur", "inputRadius=-1"),
+            ("CMYKHalftone", "inputWidth=-0.5"),
+            ("DepthOfField", "inputUnsharpMaskRadius=-1e-9"),
+        ):
+            self.assert_refused(filter_name, setting, f"{setting}: expected a number of at least 0")
+        for rectangle in ("0,0,-5,5", "0,0,5,-5"):
+            setting = f"inputRectangle={rectangle}"
+            self.assert_refused("Crop", setting, f"{setting}: expected a width and a height of at least 0")
+        self.render("GaussianBlur", "inputRadius=0", self.photo)
+        self.render("BumpDistortion", "inputCenter=-20,-20", "inputScale=-1", self.photo)
 
     def test_a_color_space_is_a_name(self):
         self.photo.write_bytes(png(1, 1, (188, 188, 188)))

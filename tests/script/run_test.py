@@ -79,7 +79,7 @@ class RunTest(unittest.TestCase):
     def test_refuses_a_missing_or_malformed_script(self):
         result = self.zeva("run", "none.lua")
         self.assertEqual(
-            (result.returncode, result.stderr), (1, "zeva: cannot open none.lua: No such file or directory\n")
+            (result.returncode, result.stderr), (2, "zeva: none.lua: no such file or directory; nothing was run\n")
         )
         result = self.run_script("local = 1")
         self.assertEqual(
