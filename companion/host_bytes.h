@@ -13,6 +13,6 @@
 // Returns an autoreleased copy of a block's bytes; nil for null and for an empty block.
 [[nodiscard]] NSData* DataOf(ZEVAmemoryBlockStruct* block);
 
-// Returns a block with a copy of the data; the caller owns one reference. Null when the data is nil, empty or larger
-// than 2 GB, or when the host cannot create a block.
+// Returns a block with a copy of the data; the caller owns one reference. Null when the data is nil or empty. Raises
+// an OutOfMemoryException and returns null when it is larger than 2 GB or when the host cannot create a block.
 [[nodiscard]] ZEVAmemoryBlockStruct* NewHostBlock(NSData* data);

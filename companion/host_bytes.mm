@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "companion/host_text.h"
 #include "plugin/host_services.h"
 
 NSData* DataOf(ZEVAmemoryBlockStruct* block) {
@@ -15,8 +16,15 @@ NSData* DataOf(ZEVAmemoryBlockStruct* block) {
 
 ZEVAmemoryBlockStruct* NewHostBlock(NSData* data) {
     constexpr NSUInteger kMaximumBytes = INT32_MAX;
-    if ([data length] == 0 || [data length] > kMaximumBytes) return nullptr;
-    ZEVAmemoryBlockStruct* block = ZEVANewMemoryBlockOriginal(static_cast<std::int32_t>([data length]));
+    if ([data length] == 0) return nullptr;
+    ZEVAmemoryBlockStruct* block = nullptr;
+    if ([data length] <= kMaximumBytes) {
+        block = ZEVANewMemoryBlockOriginal(static_cast<std::int32_t>([data length]));
+    }
+    if (block == nullptr) {
+        RaiseNew("OutOfMemoryException", [NSString stringWithFormat:@"a MemoryBlock of %llu bytes cannot be created",
+                                                                    static_cast<unsigned long long>([data length])]);
+    }
     if (block != nullptr) std::memcpy(ZEVAMemoryBlockGetPtr(block), [data bytes], [data length]);
     return block;
 }

@@ -30,8 +30,11 @@
 // create it.
 [[nodiscard]] ZEVAobjectStruct* NewHostException(const char* className, NSString* message);
 
-// Raises a RuntimeException in the host. The exception is pending until the caller returns to the host, so return at
-// once.
+// Raises a new exception of a class in the host. The exception is pending until the caller returns to the host, so
+// return at once.
+void RaiseNew(const char* className, NSString* message, int errorNumber = 0);
+
+// Raises a RuntimeException.
 void RaiseWithMessage(NSString* message);
 
 // Raises a RuntimeException with the message "<place>: <reason>; <consequence>". The error number is the system's; 0 if

@@ -87,20 +87,16 @@ ZEVAobjectStruct* NewHostException(const char* className, NSString* message) {
     return exception;
 }
 
-namespace {
-
-void Raise(NSString* message, int errorNumber) {
-    ZEVAobjectStruct* exception = NewHostException("RuntimeException", message);
+void RaiseNew(const char* className, NSString* message, int errorNumber) {
+    ZEVAobjectStruct* exception = NewHostException(className, message);
     if (exception == nullptr) return;
     if (errorNumber != 0) ZEVASetPropValueInt32(exception, "ErrorNumber", errorNumber);
     ZEVARaiseException(exception);
     ZEVAUnlockObject(exception);
 }
 
-}  // namespace
-
-void RaiseWithMessage(NSString* message) { Raise(message, 0); }
+void RaiseWithMessage(NSString* message) { RaiseNew("RuntimeException", message); }
 
 void RaiseAbout(NSString* place, NSString* reason, NSString* consequence, int errorNumber) {
-    Raise([NSString stringWithFormat:@"%@: %@; %@", place, reason, consequence], errorNumber);
+    RaiseNew("RuntimeException", [NSString stringWithFormat:@"%@: %@; %@", place, reason, consequence], errorNumber);
 }

@@ -6,6 +6,7 @@
 // An image is a recipe: its pixels are computed when a member of image_output.h reads them. An image that was opened
 // also keeps the bitmap of its file, in the file's orientation; the image itself is upright.
 
+#import <CoreImage/CIEngine.h>
 #import <CoreImage/CoreImage.h>
 
 #include <cstddef>
@@ -37,6 +38,15 @@ ZEVAobjectStruct* NewImageOf(const PictureFile& picture) {
         reinterpret_cast<ImageObject*>(object)->cgImage = picture.bitmap;
     }
     return object;
+}
+
+// Returns a new object of the image that a member has made of another one. Raises the reason when the engine made none.
+ZEVAobjectStruct* NewResult(CIImage* made, CIImage* original, NSString* member, NSString* consequence) {
+    if (made == nil && original != nil) {
+        RaiseAbout(member, [NSString stringWithUTF8String:CIEngineFailure()], consequence);
+        return nullptr;
+    }
+    return NewValueObject("CIImageQOR", made);
 }
 
 // Raises for a file that is missing, damaged or not a PNG or JPEG.
@@ -135,7 +145,8 @@ ZEVAobjectStruct* Crop(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle) {
         CGRect rect = CGRectZero;
         NSString* reason = RectangleIn(rectangle, &rect);
         if (reason != nil) return RaiseAbout(@"CIImageQOR.Crop", reason, @"nothing was cropped");
-        result = NewValueObject("CIImageQOR", [ImageOf(self) imageByCroppingToRect:rect]);
+        CIImage* image = [ImageOf(self) imageByCroppingToRect:rect];
+        result = NewResult(image, ImageOf(self), @"CIImageQOR.Crop", @"nothing was cropped");
     });
     return result;
 }
@@ -146,7 +157,8 @@ ZEVAobjectStruct* Over(ZEVAobjectStruct* self, ZEVAobjectStruct* background) {
     Guarded([&] {
         CIImage* below = WrappedIn(background);
         if (below == nil) return RaiseAbout(@"CIImageQOR.Over", @"the background is nil", @"nothing was composited");
-        result = NewValueObject("CIImageQOR", [ImageOf(self) imageByCompositingOverImage:below]);
+        CIImage* image = [ImageOf(self) imageByCompositingOverImage:below];
+        result = NewResult(image, ImageOf(self), @"CIImageQOR.Over", @"nothing was composited");
     });
     return result;
 }
@@ -161,10 +173,10 @@ ZEVAobjectStruct* Transform(ZEVAobjectStruct* self, ZEVAobjectStruct* transform)
         const NSAffineTransformStruct map = [wrapped transformStruct];
         CIImage* image = [ImageOf(self)
             imageByApplyingTransform:CGAffineTransformMake(map.m11, map.m12, map.m21, map.m22, map.tX, map.tY)];
-        if (image == nil && ImageOf(self) != nil) {
+        if (image == nil && ImageOf(self) != nil && *CIEngineFailure() == '\0') {
             return RaiseAbout(member, @"the transform is not invertible", @"nothing was transformed");
         }
-        result = NewValueObject("CIImageQOR", image);
+        result = NewResult(image, ImageOf(self), member, @"nothing was transformed");
     });
     return result;
 }

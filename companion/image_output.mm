@@ -2,6 +2,7 @@
 
 #include "companion/image_output.h"
 
+#import <CoreImage/CIEngine.h>
 #import <CoreImage/CoreImage.h>
 
 #include <algorithm>
@@ -83,8 +84,9 @@ ZEVAmemoryBlockStruct* Encoded(ZEVAobjectStruct* self, NSNumber* quality, NSStri
 }
 
 // Renders a finite rectangle of whole pixels to premultiplied floats in a color space; null means linear light.
-// Returns nil when the data would not fit a MemoryBlock.
+// Returns nil when the data would not fit a MemoryBlock, and when the engine fails.
 NSMutableData* Floats(CIImage* image, CGRect rectangle, CGColorSpaceRef space) {
+    CIEngineForgetFailure();
     const double pixels = static_cast<double>(rectangle.size.width) * static_cast<double>(rectangle.size.height);
     constexpr double kMaximumPixels = INT32_MAX / (kComponents * sizeof(float));
     if (pixels > kMaximumPixels) return nil;
@@ -97,7 +99,7 @@ NSMutableData* Floats(CIImage* image, CGRect rectangle, CGColorSpaceRef space) {
                                         bounds:rectangle
                                         format:kCIFormatRGBAf
                                     colorSpace:space];
-    return data;
+    return *CIEngineFailure() == '\0' ? data : nil;
 }
 
 // Like Floats, but straight alpha in sRGB.
@@ -125,6 +127,7 @@ NSString* PixelRectangle(ZEVAobjectStruct* vector, CGRect* rectangle) {
 // Returns whether rendering failed, and raises if so.
 bool IsMissing(NSData* floats, NSString* reason, NSString* member) {
     if (floats != nil) return false;
+    if (reason == nil && *CIEngineFailure() != '\0') reason = [NSString stringWithUTF8String:CIEngineFailure()];
     RaiseAbout(member, reason != nil ? reason : @"the rectangle is too large, at most 134 million pixels can be read",
                @"no pixels were read");
     return true;
@@ -198,6 +201,7 @@ ZEVAobjectStruct* ImageColorAt(ZEVAobjectStruct* self, double x, double y) {
         }
         const CGRect pixel = CGRectMake(static_cast<CGFloat>(std::floor(x)), static_cast<CGFloat>(std::floor(y)), 1, 1);
         NSData* components = StraightFloats(WrappedIn(self), pixel);
+        if (IsMissing(components, nil, @"CIImageQOR.ColorAt")) return;
         const auto* color = static_cast<const float*>([components bytes]);
         result = NewValueObject("CIColorQOR", [CIColor colorWithRed:color[0]
                                                               green:color[1]

@@ -3,6 +3,10 @@
 --   zeva run examples/blur.lua photo.jpg soft.png [RADIUS]
 
 local input, output, radius = ...
+if not output then
+    io.stderr:write("usage: zeva run examples/blur.lua photo.jpg soft.png [RADIUS]\n")
+    os.exit(2)
+end
 
 local photo = CIImageQOR.Open(input)
 local blur = CIFilterGaussianBlurQOR()

@@ -3,6 +3,10 @@
 --   zeva run examples/contact_sheet.lua photo.jpg sheet.jpg
 
 local input, output = ...
+if not output then
+    io.stderr:write("usage: zeva run examples/contact_sheet.lua photo.jpg sheet.jpg\n")
+    os.exit(2)
+end
 local exposures, saturations = { -1, -0.5, 0, 0.5, 1 }, { 0, 0.5, 1, 1.5 }
 local cell, gap = 120, 8
 

@@ -5,6 +5,10 @@
 -- The exit status is 1 when they differ.
 
 local one_file, two_file, output = ...
+if not output then
+    io.stderr:write("usage: zeva run examples/difference.lua one.png two.png difference.png\n")
+    os.exit(2)
+end
 
 local one = CIImageQOR.Open(one_file)
 local two = CIImageQOR.Open(two_file)

@@ -3,6 +3,10 @@
 --   zeva run examples/grade.lua photo.jpg graded.jpg
 
 local input, output = ...
+if not output then
+    io.stderr:write("usage: zeva run examples/grade.lua photo.jpg graded.jpg\n")
+    os.exit(2)
+end
 local size = 16
 
 -- Returns the graded color. The cube holds the results for size^3 colors; colors between them are interpolated.

@@ -3,6 +3,10 @@
 --   zeva run examples/green_screen.lua actor.png background.jpg together.png
 
 local actor_file, background_file, output = ...
+if not output then
+    io.stderr:write("usage: zeva run examples/green_screen.lua actor.png background.jpg together.png\n")
+    os.exit(2)
+end
 local size = 32
 
 -- A color cube that makes green transparent: alpha falls from 1 to 0 as green exceeds red and blue.

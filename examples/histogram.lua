@@ -3,6 +3,10 @@
 --   zeva run examples/histogram.lua photo.jpg histogram.png
 
 local input, output = ...
+if not output then
+    io.stderr:write("usage: zeva run examples/histogram.lua photo.jpg histogram.png\n")
+    os.exit(2)
+end
 local bins, height = 256, 128
 
 local photo = CIImageQOR.Open(input)

@@ -3,6 +3,10 @@
 --   zeva run examples/kaleidoscope.lua photo.jpg pattern.png [SIZE]
 
 local input, output, size = ...
+if not output then
+    io.stderr:write("usage: zeva run examples/kaleidoscope.lua photo.jpg pattern.png [SIZE]\n")
+    os.exit(2)
+end
 size = tonumber(size) or 600
 
 local photo = CIImageQOR.Open(input)

@@ -3,6 +3,10 @@
 --   zeva run examples/palette.lua photo.jpg palette.png
 
 local input, output = ...
+if not output then
+    io.stderr:write("usage: zeva run examples/palette.lua photo.jpg palette.png\n")
+    os.exit(2)
+end
 local columns, rows = 4, 3
 
 local photo = CIImageQOR.Open(input)

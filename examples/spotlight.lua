@@ -3,6 +3,10 @@
 --   zeva run examples/spotlight.lua photo.jpg spot.jpg [X Y RADIUS]     pixels from the lower left corner
 
 local input, output, x, y, radius = ...
+if not output then
+    io.stderr:write("usage: zeva run examples/spotlight.lua photo.jpg spot.jpg [X Y RADIUS]\n")
+    os.exit(2)
+end
 
 local photo = CIImageQOR.Open(input)
 local extent = photo.Extent

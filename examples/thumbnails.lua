@@ -5,6 +5,10 @@
 -- Reports and skips pictures that cannot be read; the exit status is then 1.
 
 local folder = ...
+if select("#", ...) < 2 then
+    io.stderr:write("usage: zeva run examples/thumbnails.lua thumbnails *.jpg *.png\n")
+    os.exit(2)
+end
 local longest = 160
 local failures = 0
 

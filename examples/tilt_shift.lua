@@ -3,6 +3,10 @@
 --   zeva run examples/tilt_shift.lua photo.jpg model.jpg [MIDDLE]     height of the band in the picture, 0 to 1
 
 local input, output, middle = ...
+if not output then
+    io.stderr:write("usage: zeva run examples/tilt_shift.lua photo.jpg model.jpg [MIDDLE]\n")
+    os.exit(2)
+end
 
 local photo = CIImageQOR.Open(input)
 local extent = photo.Extent

@@ -3,6 +3,11 @@
 --   zeva run examples/transition.lua from.jpg to.jpg FOLDER [COUNT] [dissolve | bars | flash | copy]
 
 local from_file, to_file, folder, count, kind = ...
+if not folder then
+    io.stderr:write(
+        "usage: zeva run examples/transition.lua from.jpg to.jpg FOLDER [COUNT] [dissolve | bars | flash | copy]\n")
+    os.exit(2)
+end
 
 local kinds = {
     dissolve = CIFilterDissolveTransitionQOR,
@@ -27,6 +32,6 @@ pcall(function() transition.inputCenter = CIVectorQOR.Point(extent.Width / 2, ex
 
 local last = (tonumber(count) or 10) - 1
 for frame = 0, last do
-    transition.inputTime = frame / last
+    transition.inputTime = frame / math.max(last, 1) -- a single frame is the first picture
     transition.outputImage:Crop(extent):Save(("%s/frame-%02d.png"):format(folder, frame))
 end

@@ -3,6 +3,10 @@
 --   zeva run examples/vintage.lua photo.jpg old.jpg
 
 local input, output = ...
+if not output then
+    io.stderr:write("usage: zeva run examples/vintage.lua photo.jpg old.jpg\n")
+    os.exit(2)
+end
 
 local photo = CIImageQOR.Open(input)
 local extent = photo.Extent

@@ -3,6 +3,10 @@
 --   zeva run examples/wallpaper.lua motif.png wallpaper.png [WIDTH HEIGHT]
 
 local input, output, width, height = ...
+if not output then
+    io.stderr:write("usage: zeva run examples/wallpaper.lua motif.png wallpaper.png [WIDTH HEIGHT]\n")
+    os.exit(2)
+end
 
 local motif = CIImageQOR.Open(input)
 local tile = CIFilterAffineTileQOR()

@@ -3,6 +3,10 @@
 --   zeva run examples/watermark.lua photo.jpg mark.png marked.jpg
 
 local input, mark_file, output = ...
+if not output then
+    io.stderr:write("usage: zeva run examples/watermark.lua photo.jpg mark.png marked.jpg\n")
+    os.exit(2)
+end
 
 local photo = CIImageQOR.Open(input)
 local mark = CIImageQOR.Open(mark_file)

@@ -8,7 +8,10 @@
 
 #include "host/runtime/text.h"
 
-Progress::Progress(std::size_t total) : total_(total), onTerminal_(isatty(STDERR_FILENO) != 0) { Draw(); }
+Progress::Progress(std::size_t total, bool isQuiet)
+    : total_(total), isQuiet_(isQuiet), hasBar_(!isQuiet && isatty(STDERR_FILENO) != 0) {
+    Draw();
+}
 
 void Progress::Done(const std::string& failure) {
     ++ended_;
@@ -22,13 +25,14 @@ void Progress::Done(const std::string& failure) {
 
 void Progress::Summarize(const std::string& what) {
     Erase();
+    if (isQuiet_) return;
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - begin_;
     std::printf("%zu of %zu pictures %s, %zu failed, %.1f s\n", total_ - failures_, total_,
                 host::PrintableText(what).c_str(), failures_, elapsed.count());
 }
 
 void Progress::Draw() const {
-    if (!onTerminal_) return;
+    if (!hasBar_) return;
     constexpr std::size_t kWidth = 40;
     const std::size_t filled = kWidth * ended_ / total_;
     const std::string bar = std::string(filled, '#') + std::string(kWidth - filled, '.');
@@ -38,5 +42,5 @@ void Progress::Draw() const {
 
 // The escape sequence clears the line after the cursor.
 void Progress::Erase() const {
-    if (onTerminal_) std::fputs("\r\x1b[K", stderr);
+    if (hasBar_) std::fputs("\r\x1b[K", stderr);
 }

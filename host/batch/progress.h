@@ -10,7 +10,8 @@
 
 class Progress {
   public:
-    explicit Progress(std::size_t total);
+    // A quiet one prints failures only.
+    Progress(std::size_t total, bool isQuiet);
 
     // Counts one more job. Prints the failure unless it is empty.
     void Done(const std::string& failure);
@@ -27,6 +28,7 @@ class Progress {
     std::size_t total_;
     std::size_t ended_ = 0;
     std::size_t failures_ = 0;
-    bool onTerminal_;
+    bool isQuiet_;
+    bool hasBar_;
     std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
 };

@@ -2,6 +2,7 @@
 
 #include "host/checker/child.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -27,6 +28,12 @@ using Clock = std::chrono::steady_clock;
 
 // How many bytes of a child's output are kept.
 constexpr std::size_t kKeptOutput = 4000;
+
+// How many bytes a child can print; writing more fails. Why a limit: the output is in memory.
+constexpr std::size_t kMostOutput = 1 << 20;
+
+// How many bytes a child's result can have. It is far more than a check with many findings needs.
+constexpr std::size_t kMostResult = 16 << 20;
 
 // The last step, in memory that a child shares with its parent.
 constexpr std::size_t kStepSize = 256;
@@ -92,7 +99,17 @@ void WriteAll(int descriptor, const std::string& text) {
     std::exit(0);
 }
 
-// Reads the result until the pipe is closed. Returns false at the deadline.
+// Returns an empty file in memory that cannot grow beyond kMostOutput.
+int NewOutputFile() {
+    const int file = memfd_create("output", MFD_ALLOW_SEALING);
+    if (file < 0 || ftruncate(file, kMostOutput) != 0 || fcntl(file, F_ADD_SEALS, F_SEAL_GROW) != 0) {
+        Throw("checker: cannot create a file for the output of a child");
+    }
+    return file;
+}
+
+// Reads the result until the pipe is closed. Returns false at the deadline. Keeps the beginning of a result
+// that is too long.
 bool ReadResult(int descriptor, Clock::time_point deadline, std::string& text) {
     std::array<char, 4096> buffer;
     for (;;) {
@@ -103,7 +120,7 @@ bool ReadResult(int descriptor, Clock::time_point deadline, std::string& text) {
         if (ready == 0) return false;
         const ssize_t count = read(descriptor, buffer.data(), buffer.size());
         if (count <= 0) return true;
-        text.append(buffer.data(), static_cast<std::size_t>(count));
+        if (text.size() < kMostResult) text.append(buffer.data(), static_cast<std::size_t>(count));
     }
 }
 
@@ -119,7 +136,7 @@ bool WaitFor(pid_t child, Clock::time_point deadline, int& status) {
 
 // Returns the last part of what the child printed.
 std::string KeptOutput(const Descriptor& file) {
-    const off_t size = lseek(file.Number(), 0, SEEK_END);
+    const off_t size = lseek(file.Number(), 0, SEEK_CUR);  // the child has the same position
     const off_t start = std::max<off_t>(0, size - static_cast<off_t>(kKeptOutput));
     std::string text(static_cast<std::size_t>(size - start), '\0');
     const ssize_t count = pread(file.Number(), text.data(), text.size(), start);
@@ -135,7 +152,7 @@ ChildResult RunInChild(const std::function<std::string()>& work, std::chrono::du
     if (pipe(ends) != 0) Throw("checker: cannot create a pipe for a child");
     Descriptor reading(ends[0]);
     Descriptor writing(ends[1]);
-    const Descriptor output(memfd_create("output", 0));
+    const Descriptor output(NewOutputFile());
     const SharedNote note;
     std::fflush(nullptr);
     const auto start = Clock::now();
@@ -156,7 +173,7 @@ ChildResult RunInChild(const std::function<std::string()>& work, std::chrono::du
     }
     result.seconds = Clock::now() - start;
     result.timedOut = !inTime;
-    result.hasReturned = !result.text.empty() && result.text.back() == '\0';
+    result.hasReturned = !result.text.empty() && result.text.size() < kMostResult && result.text.back() == '\0';
     if (result.hasReturned) result.text.pop_back();
     result.signal = inTime && WIFSIGNALED(status) ? WTERMSIG(status) : 0;
     result.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : 0;
@@ -169,6 +186,8 @@ std::string FailureText(const ChildResult& child) {
     std::string text;
     if (child.timedOut) {
         text = "still running after " + host::NumberText(std::round(child.seconds.count() * 10) / 10) + " s";
+    } else if (child.text.size() >= kMostResult) {
+        text = "the findings have more than " + std::to_string(kMostResult) + " bytes";
     } else if (child.signal != 0) {
         const char* name = sigabbrev_np(child.signal);
         text = name != nullptr ? std::string("SIG") + name : "signal " + std::to_string(child.signal);

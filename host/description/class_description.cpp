@@ -9,7 +9,8 @@
 #include <variant>
 
 #include "host/description/description_table.h"
-#include "host/description/filter_name.h"
+#include "host/description/names.h"
+#include "host/description/neutral_defaults.h"
 
 namespace {
 
@@ -150,7 +151,7 @@ ClassDescription DescribeClass(Host& host, const host::Class& isa) {
         filter = host.Construct(isa.Name());
         FilterTitle title = TitleOf(host, filter);
         std::string text = FilterText(title.name);
-        description.filter = {std::move(title), std::move(text)};
+        description.filter = {std::move(title), std::move(text), ChangesNothingByDefault(host, isa)};
     }
     for (const Member& member : isa.Members()) {
         const host::Declaration& declaration = member.declaration;
@@ -172,6 +173,7 @@ host::Json ToJson(const ClassDescription& description) {
         json["categories"] = title.categories;
         json["category"] = title.category;
         json["description"] = description.filter->description;
+        json["changesNothingByDefault"] = description.filter->changesNothing;
     }
     host::Json properties = host::Json::MakeArray();
     for (const PropertyDescription& property : description.properties) {
@@ -200,7 +202,11 @@ std::string RangeText(const PropertyDescription& property) {
     if (min != nullptr && max != nullptr) add(ShortText(*min) + " to " + ShortText(*max));
     if (min != nullptr && max == nullptr) add("at least " + ShortText(*min));
     if (min == nullptr && max != nullptr) add("at most " + ShortText(*max));
-    if (sliderMin != nullptr && sliderMax != nullptr) {
+    const auto same = [](const DescribedValue* a, const DescribedValue* b) {
+        return a != nullptr && ShortText(*a) == ShortText(*b);
+    };
+    const bool isSaid = same(min, sliderMin) && same(max, sliderMax);
+    if (sliderMin != nullptr && sliderMax != nullptr && !isSaid) {
         add("mostly " + ShortText(*sliderMin) + " to " + ShortText(*sliderMax));
     }
     return text;

@@ -111,14 +111,14 @@ std::string Reason(const std::string& failure) {
 }
 
 // Runs all samples. Prints each failure and notes the pictures that are missing because of it.
-void Render(Host& host, Gallery& gallery, const path& target) {
+void Render(Host& host, Gallery& gallery, const path& target, bool isQuiet) {
     std::vector<Job> jobs;
     for (const GalleryPhoto& photo : gallery.photos) {
         for (const GalleryFilter& filter : gallery.filters) {
             for (const Sample& sample : filter.samples) jobs.push_back({&photo, &filter, &sample});
         }
     }
-    Progress progress(jobs.size());
+    Progress progress(jobs.size(), isQuiet);
     const auto prepare = [&]() -> BatchJob {
         return [&](std::size_t i) {
             RunIn(host, target / jobs[i].photo->folder, jobs[i].sample->text, jobs[i].filter->Title().name);
@@ -161,7 +161,7 @@ void WritePages(const Gallery& gallery, const path& target) {
 
 }  // namespace
 
-bool WriteGallery(Host& host, const std::vector<std::string>& photos, const std::string& folder) {
+bool WriteGallery(Host& host, const std::vector<std::string>& photos, const std::string& folder, bool isQuiet) {
     Gallery gallery = {Photos(photos), Filters(host), {}};
     const path target = std::filesystem::absolute(folder).lexically_normal();
     const path pictures = std::filesystem::weakly_canonical(target / "pictures");
@@ -173,7 +173,7 @@ bool WriteGallery(Host& host, const std::vector<std::string>& photos, const std:
     }
     for (const GalleryPhoto& photo : gallery.photos) std::filesystem::create_directories(target / photo.folder);
     Prepare(host, gallery.photos, photos, target);
-    Render(host, gallery, target);
+    Render(host, gallery, target, isQuiet);
     Measure(host, gallery.photos, target);
     WritePages(gallery, target);
     return gallery.missing.empty();

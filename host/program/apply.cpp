@@ -141,7 +141,7 @@ ObjectReference Filtered(Host& host, const ApplyRequest& request, const std::vec
     Value image = opened;
     for (const PreparedStep& step : steps) {
         const ObjectReference result = RunStep(host, step, image);
-        report("filter", StepText(*step.step) + ", " + ExtentText(host, result));
+        report("filter", StepText(step) + ", " + ExtentText(host, result));
         image = result;
     }
     return Framed(host, request, opened, std::get<ObjectReference>(image));
@@ -202,7 +202,8 @@ void ProtectInputs(const Recipe& recipe, const std::vector<std::string>& targets
 
 // Processes one picture or none, and prints each step.
 void ApplyToOne(const ProgramOptions& options, const ApplyRequest& request, const Recipe& recipe) {
-    StepPrinter report;
+    StepReport report = [](auto&&...) {};
+    if (!options.isQuiet) report = StepPrinter();
     const std::string input = recipe.inputs.empty() ? "" : recipe.inputs[0];
     const bool isIntoFolder = !input.empty() && IsFolder(request.output);
     const std::string output = isIntoFolder ? TargetsInFolder(request.output, recipe.inputs)[0] : request.output;
@@ -214,12 +215,12 @@ void ApplyToOne(const ProgramOptions& options, const ApplyRequest& request, cons
                        std::to_string(host->Classes().All().size()) + " classes, host version " +
                        host::NumberText(host->Version()));
     const auto steps = WithStatus(kWrongUsage, [&] { return Prepare(*host, request, recipe); });
-    const Value opened = WithStatus(kFailed, [&] { return Opened(*host, input, std::ref(report)); });
+    const Value opened = WithStatus(kFailed, [&] { return Opened(*host, input, report); });
     // Without a picture, only the settings can be the cause of a failure.
     const auto image = WithStatus(input.empty() ? kWrongUsage : kFailed,
-                                  [&] { return Filtered(*host, request, steps, opened, std::ref(report)); });
+                                  [&] { return Filtered(*host, request, steps, opened, report); });
     if (isIntoFolder) CreateFolder(request.output);
-    WithStatus(kWrongUsage, [&] { Save(*host, image, output, std::ref(report)); });
+    WithStatus(kWrongUsage, [&] { Save(*host, image, output, report); });
 }
 
 // A worker's host and what it needs to process a picture.
@@ -258,7 +259,7 @@ int ApplyToMany(const ProgramOptions& options, const ApplyRequest& request, cons
     ProtectInputs(recipe, targets);
     CheckInWorker(options, request, recipe);
     CreateFolder(request.output);
-    Progress progress(targets.size());
+    Progress progress(targets.size(), options.isQuiet);
     const auto prepare = [&]() -> BatchJob {
         const auto worker = std::make_shared<Worker>();
         worker->host = MakeHost(options);
@@ -304,12 +305,13 @@ constexpr const char* kValues = R"(
 Values of KEY=VALUE, by the key's type (zeva describe FILTER):
   number        inputRadius=12.5
   vector        inputCenter=150,150
-  color         inputColor=#ff8000  #ff800080  1,0.5,0  1,0.5,0,0.5
+  color         inputColor=orange  #f80  #ff8000  #ff800080  1,0.5,0  1,0.5,0,0.5
   image         inputMaskImage=mask.png    - for the incoming picture
   transform     inputTransform=1,0,0,1,20,0  "rotate:30 scale:1.2 translate:10,0"
   color cube    inputCubeData=warm.cube  @floats.raw  numbers with commas
   color space   inputColorSpace=sRGB
 
+Case does not matter in names, and a key may leave out its "input": radius=12.5.
 The picture becomes the inputImage of the first filter, or the value of each key set with KEY=-. The output of each
 filter is the incoming picture of the next.)";
 

@@ -80,6 +80,7 @@ int Check(const ProgramOptions& options, const CheckRequest& request) {
         return kDone;
     }
     if (request.module.empty()) throw UsageError("MODULE is required");
+    if (!fs::exists(request.module)) throw UsageError(request.module + ": no such file; nothing was checked");
     if (!options.trace.empty())
         throw host::HostError("--trace", "checks run in their own processes and are not traced");
     static_cast<void>(

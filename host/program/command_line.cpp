@@ -7,25 +7,47 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cctype>
+#include <charconv>
+#include <cmath>
 #include <exception>
 #include <iterator>
+#include <limits>
 #include <memory>
 #include <set>
+#include <sstream>
 #include <string>
 #include <type_traits>
+#include <utility>
+#include <variant>
 #include <vector>
 
 #include "host/program/commands.h"
 #include "host/program/standard_streams.h"
 #include "host/program/version.h"
+#include "host/runtime/suggestion.h"
 
 namespace {
+
+// Listed in the help; ParseAndRun reads its word.
+Command HelpCommand() {
+    return {
+        .name = "help",
+        .help = "Prints the help of the program or of a command.",
+        .arguments = {},
+        .run =
+            [](const ProgramOptions&) {
+                const char* const words[] = {"zeva", "--help"};
+                return RunCommandLine(std::size(words), words);
+            },
+        .usage = "zeva help [COMMAND]",
+    };
+}
 
 // The commands in the order of the help.
 std::vector<Command> Commands() {
     return {
-        ApplyCommand(), RunCommand(),     ListCommand(),  DescribeCommand(),
-        CheckCommand(), GalleryCommand(), TraceCommand(), CompletionCommand(),
+        ApplyCommand(),   RunCommand(),   ListCommand(),       DescribeCommand(), CheckCommand(),
+        GalleryCommand(), TraceCommand(), CompletionCommand(), HelpCommand(),
     };
 }
 
@@ -34,6 +56,7 @@ std::vector<Argument> ProgramArguments(ProgramOptions& options) {
     return {
         {"--host-version", &options.hostVersion, "host version that the modules see"},
         {"--module", &options.module, "filter module to load instead of the built one, such as filters.o"},
+        {"-q,--quiet", &options.isQuiet, "print failures and results only: no steps, no progress, no summary"},
         {"--trace", &options.trace, "file that records every call across the boundary as trace events in JSON"},
     };
 }
@@ -48,6 +71,19 @@ class UsageFormatter : public CLI::Formatter {
     std::string usage_;
 };
 
+// Returns what is wrong with the text of a number; empty when nothing is.
+std::string ObstacleInNumber(const std::string& text, bool isWhole, bool isPositive) {
+    double number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    const bool isNumber = error == std::errc() && end == text.data() + text.size() && std::isfinite(number);
+    if (isNumber && isPositive && number <= 0) return "must be above 0, got '" + text + "'";
+    constexpr double kLargest = std::numeric_limits<unsigned>::max();
+    const bool isInRange = !isWhole || (number >= 0 && number <= kLargest && number == std::floor(number));
+    if (isNumber && isInRange) return "";
+    return std::string("must be a ") + (isWhole ? "whole number from 0 to 4294967295" : "number") + ", got '" + text +
+           "'";
+}
+
 void AddArgument(CLI::App& app, const Argument& argument) {
     const auto add = [&](auto* target) {
         using Target = std::remove_pointer_t<decltype(target)>;
@@ -55,12 +91,20 @@ void AddArgument(CLI::App& app, const Argument& argument) {
             return app.add_flag(argument.names, *target, argument.help);
         } else {
             CLI::Option* option = app.add_option(argument.names, *target, argument.help);
-            return std::is_arithmetic_v<Target> ? option->capture_default_str() : option;
+            if constexpr (std::is_arithmetic_v<Target>) {
+                if (*target != 0) option->capture_default_str();
+            }
+            return option;
         }
     };
     CLI::Option* option = std::visit(add, argument.target);
     option->required(argument.isRequired);
-    if (argument.isPositive) option->check(CLI::PositiveNumber);
+    if (std::holds_alternative<double*>(argument.target) || std::holds_alternative<unsigned*>(argument.target)) {
+        const bool isWhole = std::holds_alternative<unsigned*>(argument.target);
+        option->check([=, isPositive = argument.isPositive](const std::string& text) {
+            return ObstacleInNumber(text, isWhole, isPositive);
+        });
+    }
     if (!argument.excludes.empty()) option->excludes(app.get_option(argument.excludes));
 }
 
@@ -121,6 +165,72 @@ std::string UsageText(std::string text) {
     return text;
 }
 
+// The names of options as they are typed: "-o,--output" has two.
+std::vector<std::string> OptionNames(const std::vector<Argument>& arguments) {
+    std::vector<std::string> names = {"--help"};
+    for (const Argument& argument : arguments) {
+        std::istringstream list(argument.names);
+        for (std::string name; std::getline(list, name, ',');) {
+            if (name.starts_with('-')) names.push_back(name);
+        }
+    }
+    return names;
+}
+
+std::string UnknownCommand(const std::string& word, const std::vector<Command>& commands) {
+    std::vector<std::string> names;
+    for (const Command& command : commands) {
+        if (!command.isHidden) names.push_back(command.name);
+    }
+    return word + ": there is no such command" + host::Suggestion(word, names) + "; zeva help lists the commands";
+}
+
+// Turns "help COMMAND" into "COMMAND --help". Why here: the parser would take the name for a second command.
+void ReadHelp(std::vector<std::string>& words, const std::vector<Command>& commands) {
+    if (words.size() < 2 || words[0] != "help" || words[1].starts_with('-')) return;
+    const auto isNamed = [&](const Command& command) { return command.name == words[1]; };
+    if (std::none_of(commands.begin(), commands.end(), isNamed)) throw UsageError(UnknownCommand(words[1], commands));
+    words = {words[1], "--help"};
+}
+
+// What is wrong with the first word that the parser could not place.
+std::string UnexpectedText(const CLI::App& program, const std::vector<Command>& commands,
+                           const std::vector<Argument>& programArguments) {
+    std::string word = program.remaining(/*recurse=*/true).front();
+    const bool isOption = word.starts_with('-');
+    std::erase(word, kLiteral);
+    std::vector<Argument> arguments = programArguments;
+    for (const Command& command : commands) {
+        if (!program.got_subcommand(command.name)) continue;
+        arguments.insert(arguments.end(), command.arguments.begin(), command.arguments.end());
+    }
+    if (isOption) return word + ": there is no such option" + host::Suggestion(word, OptionNames(arguments));
+    if (!program.get_subcommands().empty()) return "'" + word + "': the command takes no further word";
+    return UnknownCommand(word, commands);
+}
+
+// The parser's own errors in plain words.
+std::string ErrorText(const CLI::App& program, const CLI::ParseError& error, const std::vector<Command>& commands,
+                      const std::vector<Argument>& programArguments) {
+    const std::string text = UsageText(error.what());
+    const std::string option = text.substr(0, text.find(": "));
+    if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
+        return UnexpectedText(program, commands, programArguments);
+    }
+    if (dynamic_cast<const CLI::ValidationError*>(&error) != nullptr) {
+        return option + " " + text.substr(std::min(text.size(), option.size() + 2));
+    }
+    if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) {
+        const bool isMissing = text.find("missing") != std::string::npos;
+        return option + (isMissing ? ": expected a value after it" : ": it may be given only once");
+    }
+    if (dynamic_cast<const CLI::ExcludesError*>(&error) != nullptr) {
+        const std::size_t end = text.find(' ');
+        return text.substr(0, end) + " and " + text.substr(text.rfind(' ') + 1) + " cannot be combined";
+    }
+    return text;
+}
+
 // Reads the arguments and runs the command that they name.
 int ParseAndRun(int argumentCount, const char* const* arguments) {
     ProgramOptions options;
@@ -138,16 +248,17 @@ int ParseAndRun(int argumentCount, const char* const* arguments) {
     program.fallthrough();  // the options above may follow the command
     for (const Command& command : commands) AddCommand(program, command);
     std::vector<std::string> words(arguments + 1, arguments + argumentCount);
+    ReadHelp(words, commands);
     const std::set<std::string> marked = PrepareArguments(words, commands);
     try {
         program.parse(words);
     } catch (const CLI::Success& help) {
         return program.exit(help);
     } catch (const CLI::ParseError& error) {
-        throw UsageError(UsageText(error.what()));
+        throw UsageError(ErrorText(program, error, commands, programArguments));
     }
     RemoveMarks(marked, commands);
-    if (program.get_subcommands().empty()) throw UsageError("no command given, zeva --help lists them");
+    if (program.get_subcommands().empty()) throw UsageError("no command given, zeva help lists them");
     const std::string name = program.get_subcommands().front()->get_name();
     const auto isNamed = [&](const Command& command) { return command.name == name; };
     return std::find_if(commands.begin(), commands.end(), isNamed)->run(options);

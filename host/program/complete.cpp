@@ -1,16 +1,21 @@
-// complete.cpp - "zeva completion": prints a bash script that completes commands, filters and keys.
+// complete.cpp - "zeva completion": prints a bash script that completes commands, filters, keys and values.
 //
 // The script calls the hidden command "complete" with the words of the line: the last word is the one to complete. The
 // candidates come from the commands' options and from the registered classes.
 
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
-#include "host/description/filter_name.h"
+#include "host/description/names.h"
+#include "host/description/title_table.h"
 #include "host/program/commands.h"
+#include "host/recipe/setting_value.h"
+#include "host/runtime/suggestion.h"
 
 // The text of completion.bash.
 extern const char kCompletionScript[];
@@ -27,34 +32,55 @@ void AddOptionNames(const std::vector<Argument>& arguments, Words& names) {
     }
 }
 
-Words FilterNames(host::Host& host) {
-    Words names;
-    for (const host::Class* isa : host.Classes().All()) {
-        if (std::string name = FilterShortName(isa->Name()); !name.empty()) names.push_back(name);
-    }
-    return names;
+// What the program prints instead of candidates where the value of a setting is a file; the script then lists files.
+constexpr const char* kFiles = ":files";
+
+bool BeginsWith(const std::string& word, const std::string& begun) {
+    return host::EqualIgnoringCase(word.substr(0, begun.size()), begun);
 }
 
-// The input keys of a filter, each with its = sign.
-Words KeysOf(host::Host& host, const std::string& filter) {
+Words Matching(const Words& words, const std::string& begun) {
+    Words matching;
+    std::copy_if(words.begin(), words.end(), std::back_inserter(matching),
+                 [&](const std::string& word) { return BeginsWith(word, begun); });
+    return matching;
+}
+
+// The keys of a filter, each with its = sign, that a word begins with or without the "input".
+Words MatchingKeys(const host::Class& filter, const std::string& begun) {
+    const std::string prefix = "input";
     Words keys;
-    const host::Class* isa = host.Classes().Find(FilterClassName(filter));
-    if (isa == nullptr) return keys;
-    for (const host::Member& member : isa->Members()) {
-        if (member.setter != nullptr && member.declaration.name.starts_with("input")) {
-            keys.push_back(member.declaration.name + "=");
-        }
+    for (const std::string& key : KeyNames(filter)) {
+        if (BeginsWith(key, begun) || BeginsWith(key.substr(prefix.size()), begun)) keys.push_back(key + "=");
     }
     return keys;
 }
 
-// Candidates after "zeva apply": a filter name first and after each +, then the keys of that filter.
-Words AfterApply(host::Host& host, const Words& before) {
+// The settings with a key and the values that have names.
+Words MatchingSettings(const host::Class& filter, const std::string& begun) {
+    const std::string key = begun.substr(0, begun.find('='));
+    const host::Type& type = KeyNamed(filter, key, begun).declaration.result;
+    if (IsFileName(type)) return {kFiles};
+    Words settings;
+    for (const std::string& value : KnownValues(type)) settings.push_back(key + "=" + value);
+    return Matching(settings, begun);
+}
+
+// Candidates after "zeva apply": a filter first and after each +, then settings of that filter, or a +.
+Words AfterApply(host::Host& host, const Words& before, const std::string& begun) {
     const auto filter = std::find(before.rbegin(), before.rend(), "+").base();
-    if (filter == before.end()) return FilterNames(host);
-    Words keys = KeysOf(host, *filter);
-    keys.push_back("+");
-    return keys;
+    if (filter == before.end()) return Matching(FilterNames(host), begun);
+    const host::Class& isa = FilterNamed(host, *filter);
+    if (begun.find('=') != std::string::npos) return MatchingSettings(isa, begun);
+    Words words = MatchingKeys(isa, begun);
+    if (begun.empty()) words.push_back("+");
+    return words;
+}
+
+Words Categories() {
+    std::set<std::string> categories;
+    for (const BuiltTitle& title : kBuiltTitles) categories.insert(title.category);
+    return {categories.begin(), categories.end()};
 }
 
 // The candidates for the last word of a line.
@@ -66,22 +92,21 @@ class Completer {
     Words Candidates(const ProgramOptions& options, Words words) const {
         const std::string begun = words.back();
         words.pop_back();
-        Words all = Unfiltered(options, words, begun);
-        std::erase_if(all, [&](const std::string& word) { return !word.starts_with(begun); });
-        return all;
+        if (words.empty()) return Matching(CommandNames(), begun);
+        const std::string& command = words.front();
+        if (words.back() == "--category") return Matching(Categories(), begun);
+        if (begun.starts_with('-')) return Matching(OptionsOf(command), begun);
+        if (command == "help") return Matching(CommandNames(), begun);
+        if (command == "describe") return Matching(ClassNames(*MakeHost(options)), begun);
+        if (command == "apply") return AfterApply(*MakeHost(options), {words.begin() + 1, words.end()}, begun);
+        return {};
     }
 
   private:
-    Words Unfiltered(const ProgramOptions& options, const Words& before, const std::string& begun) const {
-        if (before.empty()) {
-            Words names;
-            for (const Command& command : commands_) names.push_back(command.name);
-            return names;
-        }
-        if (begun.starts_with('-')) return OptionsOf(before.front());
-        if (before.front() == "apply") return AfterApply(*MakeHost(options), {before.begin() + 1, before.end()});
-        if (before.front() == "describe") return FilterNames(*MakeHost(options));
-        return {};
+    Words CommandNames() const {
+        Words names;
+        for (const Command& command : commands_) names.push_back(command.name);
+        return names;
     }
 
     // The options of a command and of the program.

@@ -7,11 +7,10 @@
 #include <vector>
 
 #include "host/description/class_description.h"
-#include "host/description/filter_name.h"
+#include "host/description/names.h"
 #include "host/program/commands.h"
 #include "host/runtime/errors.h"
 #include "host/runtime/json.h"
-#include "host/runtime/suggestion.h"
 
 namespace {
 
@@ -37,6 +36,7 @@ void PrintClass(const ClassDescription& description) {
     if (description.filter) {
         std::printf(": %s\n%s\n", description.filter->title.displayName.c_str(),
                     description.filter->description.c_str());
+        if (description.filter->changesNothing) std::printf("Changes nothing until a key besides the image is set.\n");
     } else {
         std::printf("\n");
     }
@@ -55,19 +55,6 @@ void PrintClass(const ClassDescription& description) {
     }
 }
 
-// The class of a name: a filter in any spelling, or any class by its own name.
-const host::Class& ClassOf(host::Host& host, const std::string& name) {
-    for (const std::string& candidate : {name, FilterClassName(name)}) {
-        if (host.Classes().Find(candidate) != nullptr) return host.Classes().Linked(candidate);
-    }
-    std::vector<std::string> known;
-    for (const host::Class* each : host.Classes().All()) {
-        const std::string shortName = FilterShortName(each->Name());
-        known.push_back(shortName.empty() ? each->Name() : shortName);
-    }
-    throw host::HostError("class " + name, "there is no such class" + host::Suggestion(name, known));
-}
-
 void PrintJson(const std::vector<ClassDescription>& descriptions) {
     host::Json list = host::Json::MakeArray();
     for (const ClassDescription& description : descriptions) list.push_back(ToJson(description));
@@ -77,7 +64,7 @@ void PrintJson(const std::vector<ClassDescription>& descriptions) {
 int Describe(const ProgramOptions& options, const DescribeRequest& request) {
     const auto host = MakeHost(options);
     std::vector<ClassDescription> descriptions;
-    for (const std::string& name : request.names) descriptions.push_back(DescribeClass(*host, ClassOf(*host, name)));
+    for (const std::string& name : request.names) descriptions.push_back(DescribeClass(*host, ClassNamed(*host, name)));
     if (request.json) {
         PrintJson(descriptions);
         return kDone;

@@ -20,7 +20,7 @@ int Run(const ProgramOptions& options, const GalleryRequest& request) {
         throw host::HostError("--trace", "several processes write a gallery and are not traced");
     const auto host = MakeHost(options);
     try {
-        return WriteGallery(*host, request.photos, request.folder) ? kDone : kFailed;
+        return WriteGallery(*host, request.photos, request.folder, options.isQuiet) ? kDone : kFailed;
     } catch (const PhotoError& error) {
         throw Failure(StatusOfNumber(error.ErrorNumber(), kFailed), error.what());
     }

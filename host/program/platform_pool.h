@@ -1,4 +1,5 @@
-// platform_pool.h - an autorelease pool around every call into a module.
+// platform_pool.h - what the program gives the host of the platform: an autorelease pool around every call into a
+// module, and why Core Image made no image.
 //
 // Modules send messages, and the objects that these autorelease wait for a pool. With one pool per call a program can
 // make any number of calls in a loop. Everything that crosses the boundary is retained, so it survives the pool.
@@ -8,6 +9,10 @@
 #pragma once
 
 #include "host/runtime/call_scope.h"
+#include "host/runtime/failure_source.h"
 
 // Returns the scope for HostOptions::callScope.
 [[nodiscard]] host::CallScope PlatformPool();
+
+// Returns the functions for HostOptions::failures.
+[[nodiscard]] host::FailureSource PlatformFailures();

@@ -40,6 +40,7 @@ std::unique_ptr<host::Host> MakeHost(const ProgramOptions& options, const std::v
     auto host = std::make_unique<host::Host>(host::HostOptions{.version = options.hostVersion,
                                                                .callScope = PlatformPool(),
                                                                .report = PrintError,
+                                                               .failures = PlatformFailures(),
                                                                .trace = options.trace,
                                                                .onLostTrace = NoteLostOutput});
     host->LoadModule(BuiltModule(kCompanion));

@@ -17,8 +17,9 @@
 // The options that every command shares.
 struct ProgramOptions {
     double hostVersion = host::HostOptions().version;
-    std::string module;  // path of the filter module; empty for the built one
-    std::string trace;   // path of the file that records every call across the boundary; empty for none
+    std::string module;    // path of the filter module; empty for the built one
+    bool isQuiet = false;  // prints no step lines, progress and notes
+    std::string trace;     // path of the file that records every call across the boundary; empty for none
 };
 
 // Whether both built modules are in their place.

@@ -12,11 +12,10 @@
 #include <variant>
 
 #include "host/description/class_description.h"
-#include "host/description/filter_name.h"
+#include "host/description/names.h"
 #include "host/recipe/setting_value.h"
 #include "host/runtime/errors.h"
 #include "host/runtime/memory_block.h"
-#include "host/runtime/suggestion.h"
 
 namespace {
 
@@ -42,37 +41,6 @@ std::optional<Setting> SettingOf(const std::string& word) {
 bool IsImage(const Member& member) { return member.declaration.result.word == "CIImageQOR"; }
 
 bool IsColorCube(const Member& member) { return member.declaration.result.word == "memoryblock"; }
-
-// The keys of a filter as text: "it takes inputImage, inputRadius".
-std::string InputKeys(const host::Class& isa) {
-    std::string keys;
-    for (const Member& member : isa.Members()) {
-        if (member.setter == nullptr || member.declaration.name == kOutputKey) continue;
-        keys += (keys.empty() ? "it takes " : ", ") + member.declaration.name;
-    }
-    return keys.empty() ? "it takes none" : keys;
-}
-
-const Member& KeyOf(const host::Class& isa, const Setting& setting) {
-    const Member* member = isa.FindMember(setting.key);
-    if (member != nullptr && member->setter != nullptr) return *member;
-    throw HostError(setting.text, isa.Name() + " has no key " + setting.key + ", " + InputKeys(isa));
-}
-
-// The class of a filter. The error for an unknown name suggests one in the user's own spelling.
-const host::Class& FilterClass(Host& host, const std::string& name) {
-    const std::string className = FilterClassName(name);
-    if (const host::Class* known = host.Classes().Find(className)) return *known;
-    std::vector<std::string> names;
-    for (const host::Class* each : host.Classes().All()) {
-        if (std::string shortName = FilterShortName(each->Name()); !shortName.empty()) names.push_back(shortName);
-    }
-    if (names.empty()) {
-        throw HostError("filter " + name,
-                        "for host version " + host::NumberText(host.Version()) + " the module registers no filters");
-    }
-    throw HostError("filter " + name, "there is no such filter" + host::Suggestion(FilterShortName(className), names));
-}
 
 constexpr const char* kDimensionKey = "inputCubeDimension";
 
@@ -133,14 +101,14 @@ void CheckValue(Host& host, const ObjectReference& filter, const Member& key, co
 
 PreparedStep PrepareStep(Host& host, const RecipeStep& step, bool hasIncoming) {
     const std::string subject = "filter " + step.filter;
-    const host::Class& isa = FilterClass(host, step.filter);
+    const host::Class& isa = FilterNamed(host, step.filter);
     const ObjectReference filter = host.Construct(isa.Name());
     PreparedStep prepared = {&step, &isa, {}};
     bool isTaken = false;
     bool isImageKeySet = false;
     std::optional<double> dimensionOfData;
     for (const Setting& setting : step.settings) {
-        const Member& key = KeyOf(isa, setting);
+        const Member& key = KeyNamed(isa, setting.key, setting.text);
         const std::string& name = key.declaration.name;
         isImageKeySet |= name == kImageKey;
         if (IsImage(key) && setting.value == kIncoming) {
@@ -204,8 +172,10 @@ Recipe ReadRecipe(const std::vector<std::string>& words) {
 std::vector<PreparedStep> PrepareRecipe(Host& host, const Recipe& recipe, bool hasInput) {
     // Names first: the file of a setting may be large.
     for (const RecipeStep& step : recipe.steps) {
-        const host::Class& isa = FilterClass(host, step.filter);
-        for (const Setting& setting : step.settings) KeyOf(isa, setting);
+        const host::Class& isa = FilterNamed(host, step.filter);
+        for (const Setting& setting : step.settings) {
+            static_cast<void>(KeyNamed(isa, setting.key, setting.text));  // throws for an unknown key
+        }
     }
     std::vector<PreparedStep> prepared;
     for (const RecipeStep& step : recipe.steps) {
@@ -224,9 +194,11 @@ std::vector<std::string> FilesOfSettings(const Recipe& recipe) {
     return files;
 }
 
-std::string StepText(const RecipeStep& step) {
-    std::string text = FilterClassName(step.filter);
-    for (const Setting& setting : step.settings) text += " " + setting.text;
+std::string StepText(const PreparedStep& step) {
+    std::string text = step.isa->Name();
+    for (const Setting& setting : step.step->settings) {
+        text += " " + KeyNamed(*step.isa, setting.key, setting.text).declaration.name + "=" + setting.value;
+    }
     return text;
 }
 

@@ -60,8 +60,8 @@ struct PreparedStep {
 // Returns the files that the settings name. A value that happens to be the name of a file counts too.
 [[nodiscard]] std::vector<std::string> FilesOfSettings(const Recipe& recipe);
 
-// Returns the class and the settings as text: "CIFilterGaussianBlurQOR inputRadius=8".
-[[nodiscard]] std::string StepText(const RecipeStep& step);
+// Returns the class and the settings as text, with full names: "CIFilterGaussianBlurQOR inputRadius=8".
+[[nodiscard]] std::string StepText(const PreparedStep& step);
 
 // A filter has no output image because keys are not set. The message names them.
 class MissingKeys : public host::HostError {

@@ -13,9 +13,11 @@
 #include <numbers>
 #include <system_error>
 
+#include "host/description/color_name.h"
 #include "host/recipe/cube_file.h"
 #include "host/runtime/errors.h"
 #include "host/runtime/memory_block.h"
+#include "host/runtime/suggestion.h"
 #include "host/runtime/text.h"
 
 namespace {
@@ -70,26 +72,17 @@ Value Vector(Host& host, const std::string& setting, std::string_view text) {
     return host.CallShared("CIVectorQOR", "FromNumbers", list);
 }
 
-// The components of #rrggbb or #rrggbbaa.
-std::vector<double> HexComponents(const std::string& setting, std::string_view text) {
-    std::vector<double> components;
-    for (std::size_t i = 1; i < text.size(); i += 2) {
-        unsigned byte = 0;
-        const auto [end, error] =
-            std::from_chars(text.data() + i, text.data() + std::min(i + 2, text.size()), byte, 16);
-        static_cast<void>(end);
-        if (error != std::errc()) break;
-        components.push_back(byte / 255.0);
-    }
-    const bool isHex = text.find_first_not_of("0123456789abcdefABCDEF", 1) == std::string_view::npos;
-    if (!isHex || (text.size() != 7 && text.size() != 9)) {
-        throw HostError(setting, Quoted(text) + " is not a color, expected #rrggbb or #rrggbbaa");
-    }
-    return components;
-}
-
+// A color is a name or hexadecimal where it begins with a letter or #, and a list of components otherwise.
 Value Color(Host& host, const std::string& setting, std::string_view text) {
-    std::vector<double> components = text.starts_with('#') ? HexComponents(setting, text) : NumbersIn(setting, text);
+    std::vector<double> components;
+    if (const auto color = FindColor(text)) {
+        components.assign(color->begin(), color->end());
+    } else if (text.starts_with('#') || (!text.empty() && std::isalpha(static_cast<unsigned char>(text[0])) != 0)) {
+        throw HostError(setting, Quoted(text) + " is not a color" + host::Suggestion(text, ColorNames()) +
+                                     "; expected a name, #rgb, #rrggbb or #rrggbbaa");
+    } else {
+        components = NumbersIn(setting, text);
+    }
     if (components.size() == 3) components.push_back(1);
     if (components.size() != 4) {
         throw HostError(setting, "a color has 3 or 4 components, got " + std::to_string(components.size()));
@@ -222,6 +215,18 @@ Value SettingValue(Host& host, const host::Type& type, const std::string& settin
     }
     throw HostError(setting, "a " + type.word + " cannot be written on the command line");
 }
+
+std::vector<std::string> KnownValues(const host::Type& type) {
+    if (type.word == "CIColorQOR") return ColorNames();
+    if (type.word == "CGColorSpaceQOR") {
+        return {"sRGB",       "linearSRGB",       "extendedSRGB", "extendedLinearSRGB",  "displayP3", "adobeRGB1998",
+                "genericRGB", "genericRGBLinear", "genericGray",  "genericGrayGamma2_2", "linearGray"};
+    }
+    if (type.word == "boolean") return {"yes", "no"};
+    return {};
+}
+
+bool IsFileName(const host::Type& type) { return type.word == "CIImageQOR" || type.word == "memoryblock"; }
 
 std::vector<double> NumbersIn(const std::string& subject, std::string_view text) {
     std::vector<double> numbers;

@@ -43,6 +43,12 @@ class Environment {
     // HostException when an initializer raised.
     virtual ObjectReference NewInstance(std::string_view className) = 0;
 
+    // Raises a new exception for the module function that is running, or reports the message where it cannot be made.
+    virtual void RaiseNew(const char* className, const std::string& message) noexcept = 0;
+
+    // Raises an OutOfMemoryException, for which the host keeps a reserve of memory.
+    virtual void RaiseOutOfMemory(const char* subject, std::size_t bytes) noexcept = 0;
+
     // Reports a message that no caller can receive.
     virtual void Report(const std::string& message) const = 0;
 

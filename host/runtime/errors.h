@@ -6,6 +6,7 @@
 
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <stdexcept>
@@ -34,6 +35,19 @@ class HostError : public std::runtime_error {
     std::string subject_;
     std::string problem_;
     int errorNumber_;
+};
+
+// There is no memory for an object, a string or a block of so many bytes; 0 if the number is not known.
+class OutOfMemory : public HostError {
+  public:
+    OutOfMemory(const std::string& subject, std::size_t bytes)
+        : HostError(subject, bytes == 0 ? "out of memory" : "out of memory for " + std::to_string(bytes) + " bytes"),
+          bytes_(bytes) {}
+
+    std::size_t Bytes() const { return bytes_; }
+
+  private:
+    std::size_t bytes_;
 };
 
 // A raised host exception: its object and the object's message. what() is "class: message".

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdio>
+#include <new>
 #include <optional>
 #include <variant>
 
@@ -30,6 +31,10 @@ HostOptions WithDefaults(HostOptions options) {
     if (!options.onLostTrace) options.onLostTrace = options.report;
     return options;
 }
+
+// Memory that is enough for an exception, its message and what a script keeps of them. Smaller than what the allocator
+// asks the system for separately, so that small blocks find place in it when it is freed.
+constexpr std::size_t kReserve = 64 << 10;
 
 // "Class.member", the subject of errors about a member.
 std::string Subject(const Class& isa, std::string_view member) { return isa.Name() + "." + std::string(member); }
@@ -208,8 +213,11 @@ Value Host::CallFunction(const Class& isa, const Member& member, Use use, ZEVAob
     const CallInterface& interface = isSetter ? member.setInterface : member.interface;
     if (trace_) BeginMember(*trace_, isa, member, isSetter, receiver, arguments);
     Value result;
+    if (reserve_ == nullptr) reserve_.reset(new (std::nothrow) char[kReserve]);
+    if (options_.failures.forget != nullptr) options_.failures.forget();
     ObjectReference raised =
         RaisedBy([&] { result = interface.Call(isSetter ? member.setter : member.function, receiver, arguments); });
+    if (!raised && !isSetter) raised = ReasonForNil(isa, member, result);
     if (trace_) {
         const bool hasResult = !isSetter && member.declaration.result.kind != TypeKind::kNone;
         trace_->End(hasResult ? OutcomeJson(raised, result) : OutcomeJson(raised));
@@ -218,12 +226,44 @@ Value Host::CallFunction(const Class& isa, const Member& member, Use use, ZEVAob
     return result;
 }
 
+ObjectReference Host::NewException(const char* className, const std::string& message) {
+    ObjectReference exception = NewInstance(className);
+    Set(exception.Get(), "Message", NewString(message));
+    return exception;
+}
+
+ObjectReference Host::ReasonForNil(const Class& isa, const Member& member, const Value& result) {
+    const Declaration& declaration = member.declaration;
+    const bool isMissing =
+        declaration.result.kind == TypeKind::kObject && std::holds_alternative<std::monostate>(result);
+    if (!isMissing || options_.failures.reason == nullptr) return {};
+    const std::string reason = options_.failures.reason();
+    if (reason.empty()) return {};
+    return NewException("RuntimeException", Subject(isa, declaration.name) + ": " + reason);
+}
+
+void Host::RaiseNew(const char* className, const std::string& message) noexcept {
+    try {
+        Raise(NewException(className, message));
+    } catch (const std::exception&) {
+        Report(message);
+    }
+}
+
+void Host::RaiseOutOfMemory(const char* subject, std::size_t bytes) noexcept {
+    if (pending_) return;
+    reserve_.reset();
+    RaiseNew("OutOfMemoryException", OutOfMemory(subject, bytes).what());
+}
+
 void Host::Raise(ObjectReference exception) {
     if (!exception) return Report("RuntimeRaiseException: the exception is null; nothing is raised");
     if (!pending_) {
         pending_ = std::move(exception);
         return;
     }
+    // What else goes wrong when memory is short is a consequence.
+    if (pending_->isa->Name() == "OutOfMemoryException") return;
     Report(exception->isa->Name() + ": raised while a " + pending_->isa->Name() + " is pending; it is dropped");
 }
 

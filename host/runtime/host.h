@@ -39,6 +39,7 @@
 #include "host/runtime/class.h"
 #include "host/runtime/class_registry.h"
 #include "host/runtime/environment.h"
+#include "host/runtime/failure_source.h"
 #include "host/runtime/module.h"
 #include "host/runtime/object.h"
 #include "host/runtime/value.h"
@@ -52,6 +53,7 @@ struct HostOptions {
     double version = kNewestHostVersion;  // the host version that modules read
     CallScope callScope;                  // opened around each call into a module
     host::Report report;                  // receives messages that no caller can receive; default: standard error
+    FailureSource failures;               // tells why the platform made no object
     std::filesystem::path trace;  // the file to which each call across the boundary is written; no trace if empty
     host::Report onLostTrace;     // called once when that file cannot be written to its end; default: report
     // Called for each new object, before its initializers run, and for each new string.
@@ -117,6 +119,9 @@ class Host final : private Environment {
     // pending, the new one is reported and dropped.
     void Raise(ObjectReference exception);
 
+    void RaiseNew(const char* className, const std::string& message) noexcept override;
+    void RaiseOutOfMemory(const char* subject, std::size_t bytes) noexcept override;
+
     // Reports a message that no caller can receive.
     void Report(const std::string& message) const override { options_.report(message); }
 
@@ -162,6 +167,12 @@ class Host final : private Environment {
     Value CallMember(const Class& isa, const Member& member, ZEVAobjectStruct* receiver,
                      std::span<const Value> arguments);
 
+    // A new exception with a message.
+    ObjectReference NewException(const char* className, const std::string& message);
+
+    // Returns an exception with the reason why a call has returned no object; null when the platform knows none.
+    ObjectReference ReasonForNil(const Class& isa, const Member& member, const Value& result);
+
     // Throws the exception, unless it is null.
     void Throw(ObjectReference exception);
 
@@ -169,6 +180,7 @@ class Host final : private Environment {
     std::unique_ptr<Trace> trace_;
     ClassRegistry classes_;
     std::vector<std::unique_ptr<Module>> modules_;
+    std::unique_ptr<char[]> reserve_;                     // freed so that an OutOfMemoryException can be made
     Module* loading_ = nullptr;                           // the module whose entry point is running; else null
     ObjectReference pending_;                             // raised and not thrown yet
     std::vector<std::weak_ptr<ObjectReference>> thrown_;  // the objects of thrown exceptions, to be released at the end

@@ -6,9 +6,11 @@
 #include <cstdlib>
 #include <iterator>
 #include <limits>
+#include <new>
 
 #include "host/runtime/class_registry.h"
 #include "host/runtime/environment.h"
+#include "host/runtime/errors.h"
 #include "host/runtime/string.h"
 
 namespace host {
@@ -21,15 +23,34 @@ std::int32_t GetSize(ZEVAobjectStruct* self) { return BlockOf(self)->size; }
 
 ZEVAstringStruct* GetBytes(ZEVAobjectStruct* self) {
     const auto* bytes = reinterpret_cast<const char*>(BlockOf(self)->bytes);
-    return NewString({bytes, static_cast<std::size_t>(BlockOf(self)->size)}).Leak();
+    const auto size = static_cast<std::size_t>(BlockOf(self)->size);
+    try {
+        return NewString({bytes, size}).Leak();
+    } catch (const std::bad_alloc&) {
+        Environment::Current().RaiseOutOfMemory("MemoryBlock.Bytes", size);
+    }
+    return nullptr;
 }
 
-// A block with a copy of a string's bytes. Returns null for nil, for a string that is too long and when out of memory.
+// A block with a copy of a string's bytes; null for nil. Raises for a string that is too long, and when out of memory.
 ZEVAobjectStruct* NewFromBytes(ZEVAstringStruct* string) {
+    constexpr const char* kSubject = "MemoryBlock.FromBytes";
     constexpr std::size_t kMaximumSize = std::numeric_limits<std::int32_t>::max();
-    if (string == nullptr || string->bytes.size() > kMaximumSize) return nullptr;
-    ObjectReference block = NewMemoryBlock(static_cast<std::int32_t>(string->bytes.size()));
-    if (block) std::copy(string->bytes.begin(), string->bytes.end(), BlockOf(block.Get())->bytes);
+    if (string == nullptr) return nullptr;
+    Environment& environment = Environment::Current();
+    const std::string& bytes = string->bytes;
+    if (bytes.size() > kMaximumSize) {
+        environment.RaiseNew("RuntimeException", std::string(kSubject) + ": a block has at most " +
+                                                     std::to_string(kMaximumSize) + " bytes, got " +
+                                                     std::to_string(bytes.size()) + "; no block was created");
+        return nullptr;
+    }
+    ObjectReference block = NewMemoryBlock(static_cast<std::int32_t>(bytes.size()));
+    if (block) {
+        std::copy(bytes.begin(), bytes.end(), BlockOf(block.Get())->bytes);
+    } else {
+        environment.RaiseOutOfMemory(kSubject, bytes.size());
+    }
     return block.Leak();
 }
 
@@ -61,7 +82,13 @@ ObjectReference NewMemoryBlock(std::int32_t size) {
     if (size < 0) return {};
     void* bytes = size > 0 ? std::calloc(1, static_cast<std::size_t>(size)) : nullptr;
     if (bytes == nullptr && size > 0) return {};
-    ObjectReference object = Environment::Current().NewInstance(kMemoryBlockClass.record.className);
+    ObjectReference object;
+    try {
+        object = Environment::Current().NewInstance(kMemoryBlockClass.record.className);
+    } catch (const OutOfMemory&) {
+        std::free(bytes);
+        return {};
+    }
     auto* block = reinterpret_cast<ZEVAmemoryBlockStruct*>(object.Get());
     block->size = size;
     block->bytes = static_cast<unsigned char*>(bytes);

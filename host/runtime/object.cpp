@@ -38,8 +38,7 @@ void Finalize(ZEVAobjectStruct* object) {
 ObjectReference NewObject(const Class& isa) {
     auto* object = static_cast<ZEVAobjectStruct*>(std::calloc(1, kZEVAobjectHeaderSize + isa.DataSize()));
     if (object == nullptr) {
-        throw HostError(isa.Name(),
-                        "out of memory for an object with " + std::to_string(isa.DataSize()) + " bytes of data");
+        throw OutOfMemory(isa.Name(), kZEVAobjectHeaderSize + isa.DataSize());
     }
     object->isa = &isa;
     object->references = 1;

@@ -25,7 +25,7 @@ static_assert(sizeof(ZEVAobjectStruct) == kZEVAobjectHeaderSize);
 
 namespace host {
 
-// A new object of a linked class; its data is zero. Throws HostError when out of memory.
+// A new object of a linked class; its data is zero. Throws OutOfMemory.
 [[nodiscard]] ObjectReference NewObject(const Class& isa);
 
 // Runs the initializers of a new object.

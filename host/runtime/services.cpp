@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <exception>
+#include <new>
 #include <string>
 #include <string_view>
 
@@ -27,6 +28,10 @@ void Contained(Listed, Work work) {
         work(host);
     } catch (const HostException& exception) {
         host.Raise(exception.Object());
+    } catch (const OutOfMemory& error) {
+        host.RaiseOutOfMemory(error.Subject().c_str(), error.Bytes());
+    } catch (const std::bad_alloc&) {
+        host.RaiseOutOfMemory(Listed::kName, 0);
     } catch (const std::exception& error) {
         host.Report(std::string(Listed::kName) + ": " + error.what());
     }
@@ -66,7 +71,10 @@ void ZEVASetStringEncoding(ZEVAstringStruct* string, std::uint32_t encoding) {
 
 // Lends a copy, so the string may end before the bytes are given back.
 std::int32_t PluginGetStringData(ZEVAstringStruct* string, ZEVAstringData* data) {
-    return string != nullptr && data != nullptr && LendBytes(*string, data) ? 1 : 0;
+    if (string == nullptr || data == nullptr) return 0;
+    if (LendBytes(*string, data)) return 1;
+    Host::Current().RaiseOutOfMemory(service::PluginGetStringData::kName, string->bytes.size());
+    return 0;
 }
 
 void PluginDisposeStringData(ZEVAstringData* data) {

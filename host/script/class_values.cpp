@@ -19,10 +19,17 @@ namespace {
 
 constexpr const char* kClass = "host class";
 
+// The class whose function runs. Scripts reach the functions through the debug library, so the receiver may be
+// anything.
+const Class& Receiver(lua_State* lua) {
+    if (const Class* isa = ClassAt(lua, 1)) return *isa;
+    throw HostError("host class", "expected a class, got " + DescribeAt(lua, 1));
+}
+
 // Class(...)
 int Construct(lua_State* lua) {
     return Protected(lua, [&] {
-        const Class& isa = Host::Current().Classes().Linked(ClassAt(lua, 1)->Name());
+        const Class& isa = Host::Current().Classes().Linked(Receiver(lua).Name());
         const Member* constructor = isa.FindConstructor(static_cast<std::size_t>(lua_gettop(lua) - 1));
         const auto arguments =
             ArgumentsFrom(lua, 2, isa.Name() + ".Constructor",
@@ -36,7 +43,7 @@ int Construct(lua_State* lua) {
 int IndexClass(lua_State* lua) {
     return Protected(lua, [&] {
         Host& host = Host::Current();
-        const Class& isa = host.Classes().Linked(ClassAt(lua, 1)->Name());
+        const Class& isa = host.Classes().Linked(Receiver(lua).Name());
         const std::string_view name = NameAt(lua, 2, isa.Name());
         const Member* member = isa.FindSharedMember(name);
         if (member == nullptr || member->declaration.kind == MemberKind::kProperty) {
@@ -52,7 +59,7 @@ int IndexClass(lua_State* lua) {
 int SetClassIndex(lua_State* lua) {
     return Protected(lua, [&] {
         Host& host = Host::Current();
-        const Class& isa = host.Classes().Linked(ClassAt(lua, 1)->Name());
+        const Class& isa = host.Classes().Linked(Receiver(lua).Name());
         const std::string name(NameAt(lua, 2, isa.Name()));
         const std::string subject = isa.Name() + "." + name;
         host.SetShared(isa.Name(), name, PropertyValueAt(lua, 3, subject, isa.FindSharedMember(name)));
@@ -61,15 +68,17 @@ int SetClassIndex(lua_State* lua) {
 }
 
 int ClassText(lua_State* lua) {
-    lua_pushfstring(lua, "class %s", ClassAt(lua, 1)->Name().c_str());
-    return 1;
+    return Protected(lua, [&] {
+        lua_pushfstring(lua, "class %s", Receiver(lua).Name().c_str());
+        return 1;
+    });
 }
 
 // Looks up a global that has no value. If it names a class, the class becomes the global's value. A name that nearly
 // matches a class is an error, because a nil would only be noticed later. Any other name is nil, as usual in Lua.
 int FindGlobal(lua_State* lua) {
     return Protected(lua, [&] {
-        if (lua_type(lua, 2) != LUA_TSTRING) return 0;
+        if (lua_type(lua, 1) != LUA_TTABLE || lua_type(lua, 2) != LUA_TSTRING) return 0;
         const std::string name(NameAt(lua, 2, "_G"));
         const ClassRegistry& classes = Host::Current().Classes();
         if (const Class* isa = classes.Find(name)) {

@@ -2,6 +2,8 @@
 
 #include "host/script/error_values.h"
 
+#include <new>
+
 #include "host/script/object_values.h"
 
 namespace host::script {
@@ -55,8 +57,9 @@ void PushError(lua_State* lua, const HostException& exception) {
 }
 
 void PushError(lua_State* lua, const std::exception& error) {
+    const bool isOutOfMemory = dynamic_cast<const std::bad_alloc*>(&error) != nullptr;
     luaL_where(lua, 1);
-    lua_pushstring(lua, error.what());
+    lua_pushstring(lua, isOutOfMemory ? "out of memory" : error.what());
     lua_concat(lua, 2);
 }
 

@@ -44,8 +44,8 @@ int CallMethod(lua_State* lua) {
         const std::string subject = SubjectOfFunction(lua);
         const bool hasObject = IsObject(lua, 1) && ClassOfObjectAt(lua, 1).FindMember(name) == &method;
         if (!hasObject) {
-            const std::string got = lua_gettop(lua) == 0 ? "nothing" : DescribeAt(lua, 1);
-            throw HostError(subject, "expected the object as first argument (object:" + name + "), got " + got);
+            throw HostError(subject,
+                            "expected the object as first argument (object:" + name + "), got " + DescribeAt(lua, 1));
         }
         const ObjectReference self = ObjectAt(lua, 1);
         const auto arguments = ArgumentsFrom(lua, 2, subject, method.declaration.parameters);

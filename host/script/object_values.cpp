@@ -34,10 +34,23 @@ ObjectValue* ValueOf(lua_State* lua, int index) {
     return static_cast<ObjectValue*>(luaL_testudata(lua, index, kObject));
 }
 
+// The value whose function runs. Scripts reach the functions through the debug library, so the receiver may be
+// anything.
+ObjectValue& Receiver(lua_State* lua) {
+    if (ObjectValue* value = ValueOf(lua, 1)) return *value;
+    throw HostError("host object", "expected an object, got " + DescribeAt(lua, 1));
+}
+
+// The object whose function runs. Throws HostError if it was closed.
+ObjectReference OpenReceiver(lua_State* lua) {
+    Receiver(lua);
+    return ObjectAt(lua, 1);
+}
+
 // object.name
 int IndexObject(lua_State* lua) {
     return Protected(lua, [&] {
-        const ObjectReference object = ObjectAt(lua, 1);
+        const ObjectReference object = OpenReceiver(lua);
         const std::string_view name = NameAt(lua, 2, object->isa->Name());
         const Member* member = object->isa->FindMember(name);
         if (member != nullptr && member->declaration.kind == MemberKind::kMethod) {
@@ -52,7 +65,7 @@ int IndexObject(lua_State* lua) {
 // object.name = value
 int SetObjectIndex(lua_State* lua) {
     return Protected(lua, [&] {
-        const ObjectReference object = ObjectAt(lua, 1);
+        const ObjectReference object = OpenReceiver(lua);
         const std::string_view name = NameAt(lua, 2, object->isa->Name());
         const std::string subject = object->isa->Name() + "." + std::string(name);
         Host::Current().Set(object.Get(), name, PropertyValueAt(lua, 3, subject, object->isa->FindMember(name)));
@@ -75,13 +88,15 @@ int Close(lua_State* lua) {
 }
 
 int ObjectText(lua_State* lua) {
-    const ObjectValue* value = ValueOf(lua, 1);
-    if (value->object) {
-        lua_pushfstring(lua, "%s: %p", value->isa->Name().c_str(), static_cast<void*>(value->object.Get()));
-    } else {
-        lua_pushfstring(lua, "%s: closed", value->isa->Name().c_str());
-    }
-    return 1;
+    return Protected(lua, [&] {
+        const ObjectValue& value = Receiver(lua);
+        if (value.object) {
+            lua_pushfstring(lua, "%s: %p", value.isa->Name().c_str(), static_cast<void*>(value.object.Get()));
+        } else {
+            lua_pushfstring(lua, "%s: closed", value.isa->Name().c_str());
+        }
+        return 1;
+    });
 }
 
 // Pushes a new value that holds an object.

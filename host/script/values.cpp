@@ -10,6 +10,7 @@
 #include "host/runtime/describe.h"
 #include "host/runtime/errors.h"
 #include "host/runtime/string.h"
+#include "host/script/allowed_paths.h"
 #include "host/script/class_values.h"
 #include "host/script/object_values.h"
 
@@ -66,6 +67,7 @@ std::optional<Value> ValueAt(lua_State* lua, int index) {
 }
 
 std::string DescribeAt(lua_State* lua, int index) {
+    if (lua_isnone(lua, index)) return "nothing";
     if (const Class* isa = ClassAt(lua, index)) return "the class " + isa->Name();
     if (const auto value = ValueAt(lua, index)) return Describe(*value);
     return std::string("a ") + luaL_typename(lua, index);
@@ -102,6 +104,7 @@ std::vector<Value> ArgumentsFrom(lua_State* lua, int first, const std::string& s
             throw HostError(subject, "expected " + parameters[i].type.word + " for " + parameters[i].name + ", got " +
                                          DescribeAt(lua, index));
         }
+        CheckPath(lua, index, subject, parameters[i]);
         arguments[i] = std::move(*value);
     }
     return arguments;

@@ -6,7 +6,7 @@
 // conversions: filters receive the numbers stored in the bitmaps, and the result holds numbers of the same kind.
 // Colors set on filters are linear light even then.
 //
-// Failure: null for an empty or infinite rectangle and when memory is short; nothing is printed. lastFailure says why.
+// Failure: null for an empty or infinite rectangle and when memory is short; nothing is printed. CIEngineFailure says why.
 // Threads: a context is immutable and may be used on any thread.
 
 #pragma once
@@ -32,9 +32,6 @@ CG_EXTERN NSString* const kCIContextMemoryLimit;
 
 // A context. options may be nil; unknown options are ignored.
 + (CIContext*)contextWithOptions:(NSDictionary*)options;
-
-// Why the last rendering of this thread failed, for example how much memory it needed; nil if it did not fail.
-+ (NSString*)lastFailure;
 
 // A premultiplied 8-bit bitmap of a rectangle of the image, rounded outward to whole pixels, in the context's output
 // space or in another; the caller owns one reference. Pixels outside the image are transparent. Returns null for a

@@ -4,21 +4,19 @@
 
 #import "CIImageInternal.h"
 
+#include "engine/failure.h"
+
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
 
 namespace {
 
 constexpr std::size_t kBytesPerPixel = 4;
 
-// Why the last rendering of each thread failed.
-thread_local core_image::Fault lastFault;
-
-// The region of a rectangle. Returns false for one that cannot be rendered, and says so.
+// The region of a rectangle. Returns false for one that cannot be rendered, and notes the reason.
 bool ReadRegion(CGRect rect, core_image::Region* region) {
     if (core_image::RegionOfExtent(core_image::ExtentOfRect(rect), region)) return true;
-    std::snprintf(lastFault.text, sizeof lastFault.text, "the rectangle to render is empty or infinite");
+    core_image::NoteFailure("the rectangle to render is empty or infinite");
     return false;
 }
 
@@ -29,9 +27,9 @@ void* AllocateRows(const core_image::Region& region) {
     const double bytes = core_image::PixelCount(region) * kBytesPerPixel;
     void* rows = bytes < kMostBytes ? std::malloc(static_cast<std::size_t>(bytes)) : nullptr;
     if (rows == nullptr) {
-        std::snprintf(lastFault.text, sizeof lastFault.text, "%lld x %lld pixels: the result needs %.0f MB of memory",
-                      static_cast<long long>(region.width), static_cast<long long>(region.height),
-                      std::ceil(bytes / (1 << 20)));
+        core_image::NoteFailure("%lld x %lld pixels: the result needs %.0f MB of memory",
+                                static_cast<long long>(region.width), static_cast<long long>(region.height),
+                                std::ceil(bytes / (1 << 20)));
     }
     return rows;
 }
@@ -62,10 +60,6 @@ NSString* const kCIContextMemoryLimit = @"memory_limit";
     return context;
 }
 
-+ (NSString*)lastFailure {
-    return lastFault.text[0] == '\0' ? nil : [NSString stringWithUTF8String:lastFault.text];
-}
-
 - (void)dealloc {
     delete static_cast<core_image::MemoryBudget*>(_budget);
     CGColorSpaceRelease(_outputSpace);
@@ -80,7 +74,7 @@ NSString* const kCIContextMemoryLimit = @"memory_limit";
                    fromRect:(CGRect)rect
                      format:(CIFormat)format
                  colorSpace:(CGColorSpaceRef)colorSpace {
-    lastFault = {};
+    core_image::ForgetFailure();
     if (format != kCIFormatRGBA8 || CGColorSpaceGetModel(colorSpace) != kCGColorSpaceModelRGB) return nullptr;
     core_image::Region region;
     if (image == nil || !ReadRegion(rect, &region)) return nullptr;
@@ -93,7 +87,7 @@ NSString* const kCIContextMemoryLimit = @"memory_limit";
     const core_image::SpaceCoding coding = core_image::CodingOfSpace(colorSpace);
     destination.transfer = coding.transfer;
     const core_image::Output output = OutputOf(coding.profile, _isMatching, _budget);
-    if (!core_image::RenderImage([image handle], region, destination, output, &lastFault)) {
+    if (!core_image::RenderImage([image handle], region, destination, output)) {
         std::free(rows);
         return nullptr;
     }
@@ -115,7 +109,7 @@ NSString* const kCIContextMemoryLimit = @"memory_limit";
         bounds:(CGRect)bounds
         format:(CIFormat)format
     colorSpace:(CGColorSpaceRef)colorSpace {
-    lastFault = {};
+    core_image::ForgetFailure();
     core_image::Region region;
     if (image == nil || bitmap == nullptr || (format != kCIFormatRGBA8 && format != kCIFormatRGBAf)) return;
     if (!ReadRegion(bounds, &region)) return;
@@ -125,9 +119,8 @@ NSString* const kCIContextMemoryLimit = @"memory_limit";
     destination.format = format == kCIFormatRGBA8 ? core_image::PixelFormat::kBytes : core_image::PixelFormat::kFloats;
     const core_image::SpaceCoding coding = core_image::CodingOfSpace(colorSpace);
     destination.transfer = coding.transfer;
-    // The method returns nothing; lastFailure tells.
-    (void)core_image::RenderImage([image handle], region, destination, OutputOf(coding.profile, _isMatching, _budget),
-                                  &lastFault);
+    // The method returns nothing; CIEngineFailure tells.
+    (void)core_image::RenderImage([image handle], region, destination, OutputOf(coding.profile, _isMatching, _budget));
 }
 
 @end

@@ -1,6 +1,8 @@
 // CIInstructionSet.cpp - the instruction set that the engine uses on this processor, and how the engine's library
 // starts.
 
+#include "CIEngine.h"
+
 #include <hwy/nanobenchmark.h>
 #include <hwy/targets.h>
 
@@ -16,10 +18,6 @@ const struct {
 };
 
 }  // namespace
-
-// Returns "ssse3", "sse4", "avx2" or "avx512", or "none" for code without vector instructions. The text is constant.
-// Any thread.
-extern "C" __attribute__((visibility("default"))) const char* CIEngineInstructionSet();
 
 const char* CIEngineInstructionSet() {
     // Highway uses the best of the targets that were compiled and that the processor supports. Better ones have lower

@@ -36,6 +36,29 @@ TEST(ChildTest, CrashReportsSignalAndLastStep) {
     EXPECT_EQ(FailureText(child), "SIGKILL while pouring");
 }
 
+TEST(ChildTest, OutputIsLimitedHoweverMuchIsPrinted) {
+    const auto work = [] {
+        const std::string line(1 << 16, 'x');
+        std::size_t written = 0;
+        for (int i = 0; i < 16'000; ++i) {
+            const ssize_t count = write(STDOUT_FILENO, line.data(), line.size());
+            if (count <= 0) break;
+            written += static_cast<std::size_t>(count);
+        }
+        return std::to_string(written);
+    };
+    const ChildResult child = RunInChild(work, kLong);
+    EXPECT_TRUE(child.Succeeded());
+    EXPECT_EQ(child.text, std::to_string(1 << 20));
+    EXPECT_EQ(child.output, std::string(4000, 'x'));
+}
+
+TEST(ChildTest, AResultThatIsTooLongIsAFailureWithItsReason) {
+    const ChildResult child = RunInChild([] { return std::string(std::size_t{20} << 20, 'x'); }, kLong);
+    EXPECT_FALSE(child.Succeeded());
+    EXPECT_EQ(FailureText(child), "the findings have more than 16777216 bytes");
+}
+
 TEST(ChildTest, IsKilledAtTheTimeLimit) {
     const auto work = [] {
         NoteStep("waiting");

@@ -131,11 +131,18 @@ class CommandTest(unittest.TestCase):
         result = zeva(MODULE, "--alone", "--only", "superclasses")
         self.assertIn("Pitcher: expected a registered superclass, got Vessel", result.stdout)
 
-    def test_missing_file_skips_all_later_checks(self):
-        result = zeva("/nowhere.so", "--alone")
+    def test_missing_file_is_one_line_and_status_2(self):
+        for options in ([], ["--alone"], ["--json"]):
+            result = zeva("/nowhere.so", *options)
+            self.assertEqual((result.returncode, result.stdout), (2, ""))
+            self.assertEqual(result.stderr, "zeva: /nowhere.so: no such file; nothing was checked\n")
+
+    def test_library_that_is_no_module_has_no_entry_point(self):
+        (library,) = pathlib.Path(SIBLING).parent.glob("*plain_library.so")
+        result = zeva(library, "--alone")
         self.assertEqual(result.returncode, 1)
-        self.assertIn("expected a file, got no file /nowhere.so", result.stdout)
-        self.assertRegex(result.stdout.splitlines()[-1], r": 0 passed, 1 failed, 0 crashed, 0 warned, \d+ skipped")
+        self.assertIn("it has no entry point ZEVAPluginMain, so it is not a module", result.stdout)
+        self.assertRegex(result.stdout.splitlines()[-1], r": 1 passed, 1 failed, 0 crashed, 0 warned, \d+ skipped")
 
     def test_wrong_usage_exits_with_status_2(self):
         self.assertEqual((zeva().returncode, zeva().stderr), (2, "zeva: MODULE is required\n"))

@@ -23,8 +23,9 @@ constexpr unsigned char kPicture[] = {
 }  // namespace
 
 host::Host& SharedHost() {
-    static host::Host host(
-        {.callScope = PlatformPool(), .report = [](const std::string& message) { messages.push_back(message); }});
+    static host::Host host({.callScope = PlatformPool(),
+                            .report = [](const std::string& message) { messages.push_back(message); },
+                            .failures = PlatformFailures()});
     if (host.Modules().empty()) {
         host.LoadModule(ZEVA_COMPANION_MODULE);
         host.LoadModule(ZEVA_FILTERS_MODULE);

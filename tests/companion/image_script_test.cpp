@@ -54,6 +54,39 @@ TEST_F(CompanionScriptTest, InvalidPixelsAndRectanglesRaise) {
               "");
 }
 
+TEST_F(CompanionScriptTest, AnImageOfTenThousandStepsIsMadeAndRendered) {
+    EXPECT_EQ(Run(R"(
+        local photo = CIImageQOR.FromPixels(bytes(("\200\100\50\255"):rep(6)), 3, 2)
+        local function filtered(image)
+            local invert = CIFilterColorInvertQOR()
+            invert.inputImage = image
+            return invert.outputImage
+        end
+        local steps = {
+            function(i) return i:Over(i) end,
+            function(i) return photo:Over(i) end,
+            function(i) return i:Transform(NSAffineTransformQOR.Identity()) end,
+            filtered,
+        }
+        for _, step in ipairs(steps) do
+            local image = photo
+            for _ = 1, 10000 do image = assert(step(image)) end
+            assert(pixels(image) == pixels(photo))
+        end
+        assert(CIFilterGaussianBlurQOR().outputImage == nil)
+    )"),
+              "");
+}
+
+TEST_F(CompanionScriptTest, AnImageThatNeedsMoreMemoryThanThereIsRaisesTheEnginesReason) {
+    EXPECT_EQ(Run(R"(
+        local image = CIImageQOR.FromColor(CIColorQOR.Hex("ffffff")):Crop(rectangle(0, 0, 1e6, 1e6))
+        assert(refusal(image.ToPNG, image) ==
+               "CIImageQOR.ToPNG: 1000000 x 1000000 pixels: the result needs 3814698 MB of memory; nothing was encoded")
+    )"),
+              "");
+}
+
 TEST_F(CompanionScriptTest, EncodedFilesHoldTheSamePicture) {
     EXPECT_EQ(Run(R"(
         local rows = ("\255\0\0\255" .. "\0\0\255\255"):rep(32)

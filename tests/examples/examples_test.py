@@ -7,6 +7,7 @@ Usage: examples_test.py PATH_OF_ZEVA FOLDER_OF_EXAMPLES
 import math
 import pathlib
 import random
+import re
 import subprocess
 import sys
 import tempfile
@@ -60,6 +61,12 @@ class ExamplesTest(unittest.TestCase):
         self.assertEqual(names, {name[len("test_the_") :] for name in dir(self) if name.startswith("test_the_")})
         self.assertGreaterEqual(len(names), 10)
 
+    def test_without_its_arguments_each_prints_the_usage_of_its_first_lines(self):
+        for path in sorted(EXAMPLES.glob("*.lua")):
+            usage = re.search(r"^--   (zeva run examples/.*?)(?: {3,}.*)?$", path.read_text(), re.M)[1]
+            self.assertEqual(self.zeva(path.stem, status=2, error=f"usage: {usage}\n"), "")
+            self.assertEqual(self.zeva(path.stem, "only-one", status=2, error=f"usage: {usage}\n"), "")
+
     def test_the_blur(self):
         self.file("in.png", [[BLACK] * 30 + [WHITE] * 30] * 20)
         self.zeva("blur", "in.png", "out.png", 3)
@@ -95,7 +102,7 @@ class ExamplesTest(unittest.TestCase):
         self.file("small.png", plain(20, 30, (0, 150, 0)))
         (self.folder / "broken.png").write_bytes(b"no picture")
         (self.folder / "out").mkdir()
-        error = (f"{EXAMPLES}/thumbnails.lua:16: RuntimeException: broken.png: "
+        error = (f"{EXAMPLES}/thumbnails.lua:20: RuntimeException: broken.png: "
                  "not a PNG or JPEG file; no image was opened\n")
         self.zeva("thumbnails", "out", "wide.png", "broken.png", "small.png", status=1, error=error)
         self.assertEqual(sorted(path.name for path in (self.folder / "out").iterdir()), ["small.jpg", "wide.jpg"])
@@ -133,6 +140,9 @@ class ExamplesTest(unittest.TestCase):
             self.assert_size(rows, 20, 10)
             self.assert_near(rows[5][10], (byte(1 - frame / 4), 0, byte(frame / 4)))
         self.assertFalse((self.folder / "frame-05.png").exists())
+        (self.folder / "frame-00.png").unlink()
+        self.zeva("transition", "from.png", "to.png", ".", 1)
+        self.assert_near(self.picture("frame-00.png")[5][10], (255, 0, 0))
         for kind in ("bars", "flash", "copy"):
             self.zeva("transition", "from.png", "to.png", ".", 2, kind)
             for frame, color in ((0, (255, 0, 0)), (1, (0, 0, 255))):

@@ -1,5 +1,8 @@
 // exception_test.cpp - host exceptions: a module raises them, and they are thrown when it has returned.
 
+#include <iterator>
+#include <limits>
+
 #include "host/runtime/describe.h"
 #include "host/runtime/services.h"
 #include "interface/services.h"
@@ -153,6 +156,51 @@ TEST_F(ExceptionTest, AnExceptionThatOutlivesTheHostKeepsOnlyItsText) {
     }
     kept = nullptr;
     new (&host) host::Host();
+}
+
+// What no machine has the memory for.
+constexpr auto kHugeData = static_cast<ZEVAword>(std::numeric_limits<ZEVAword>::max() & ~ZEVAword{15});
+
+ZEVAobjectStruct* MakeHuge(ZEVAobjectStruct*) { return Service<service::PluginNewInstance>()("Huge"); }
+ZEVAobjectStruct* MakeHugeAndRaise(ZEVAobjectStruct*) {
+    ZEVAobjectStruct* made = Service<service::PluginNewInstance>()("Huge");
+    RaiseLikeAModule("RuntimeException", "nothing was made", 1);
+    return made;
+}
+
+TEST_F(ExceptionTest, AnObjectThatAModuleCannotMakeForLackOfMemoryIsAnOutOfMemoryException) {
+    Register("Huge", nullptr, {}, kHugeData);
+    Register("Maker", nullptr, {Entry("Made as Huge", MakeHuge), Entry("MadeAndRaised as Huge", MakeHugeAndRaise)});
+    const ObjectReference maker = host.NewInstance("Maker");
+    const std::string reason =
+        "Huge: out of memory for " + std::to_string(kHugeData + kZEVAobjectHeaderSize) + " bytes";
+    for (const char* member : {"Made", "MadeAndRaised"}) {
+        for (int i = 0; i < 3; ++i) {
+            EXPECT_EQ(TextOfError([&] { host.Get(maker.Get(), member); }), "OutOfMemoryException: " + reason);
+        }
+    }
+    EXPECT_EQ(TextOfError([&] { host.Construct("Huge"); }), reason);
+    EXPECT_EQ(TakeMessages(), Messages());
+}
+
+ZEVAobjectStruct* NoObject(ZEVAobjectStruct*) { return nullptr; }
+const char* reasonForNil = "";
+
+TEST(ReasonForNilTest, NilIsAnExceptionOnlyWhereThePlatformHasAReasonSinceTheCallBegan) {
+    static bool forgotten = false;
+    host::Host host{{.failures = {[] { forgotten = true; }, [] { return reasonForNil; }}}};
+    ZEVAmethod methods[] = {Entry("Part as Kettle", NoObject), Entry("Quiet as double", Quiet)};
+    const ZEVAclassDefinitionDownLevel record = {
+        .version = kRecordVersion, .className = "Kettle", .methods = methods, .methodCount = std::size(methods)};
+    host.Classes().Register(&record);
+    const ObjectReference kettle = host.NewInstance("Kettle");
+    EXPECT_EQ(host.Get(kettle.Get(), "Part"), Value());
+    EXPECT_TRUE(forgotten);
+    reasonForNil = "the lid is too heavy";
+    EXPECT_EQ(TextOfError([&] { host.Get(kettle.Get(), "Part"); }),
+              "RuntimeException: Kettle.Part: the lid is too heavy");
+    EXPECT_EQ(host.Get(kettle.Get(), "Quiet"), Value(3.0));
+    reasonForNil = "";
 }
 
 TEST_F(ExceptionTest, BuiltInExceptionsHaveWritableProperties) {

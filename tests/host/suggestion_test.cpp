@@ -18,6 +18,21 @@ TEST(Suggestion, IgnoresCase) { EXPECT_EQ(host::Suggestion("gloom", kNames), ", 
 
 TEST(Suggestion, APrefixIsEnough) { EXPECT_EQ(host::Suggestion("Gausian", kNames), ", did you mean GaussianBlur"); }
 
+TEST(Suggestion, UpToThreeNamesThatContainTheGivenOneAreSuggested) {
+    EXPECT_EQ(host::Suggestion("blur", kNames), ", did you mean BoxBlur or GaussianBlur");
+    EXPECT_EQ(host::Suggestion("blur", {"BlurA", "ABlur", "BlurAB"}), ", did you mean BlurA");
+    EXPECT_EQ(host::Suggestion("blur", {"FarBlur", "NewBlur", "OldBlur"}),
+              ", did you mean FarBlur, NewBlur or OldBlur");
+    EXPECT_EQ(host::Suggestion("blur", {"FarBlur", "NewBlur", "OldBlur", "RedBlur"}), "");
+    EXPECT_EQ(host::Suggestion("lu", {"FarBlur"}), "");
+}
+
+TEST(Suggestion, NamesAreEqualIgnoringTheCaseOfTheirLettersOnly) {
+    EXPECT_TRUE(host::EqualIgnoringCase("GaussianBlur", "gAUSSIANbLUR"));
+    EXPECT_FALSE(host::EqualIgnoringCase("Gloom", "Gloo"));
+    EXPECT_FALSE(host::EqualIgnoringCase("a[", "a{"));
+}
+
 TEST(Suggestion, SuggestsNothingForDistantNames) {
     EXPECT_EQ(host::Suggestion("Sepia", kNames), "");
     EXPECT_EQ(host::Suggestion("", kNames), "");

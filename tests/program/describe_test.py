@@ -2,10 +2,13 @@
 
 import json
 import pathlib
+import random
+import re
+import shlex
 import subprocess
 import unittest
 
-from zeva_program import ZEVA, ZevaTest, expected
+from zeva_program import ZEVA, ZevaTest, expected, png
 
 
 class DescribeTest(ZevaTest):
@@ -87,6 +90,32 @@ Blurs with a square: every pixel becomes the average of the pixels around it.
         self.assertEqual(units["AffineTile", "inputTransform"], "transform")
         self.assertEqual(units["DotScreen", "inputAngle"], "angle")
 
+    def test_says_which_filters_change_nothing_until_a_key_is_set(self):
+        filters = [row["filter"] for row in json.loads(self.assert_works("list", "--json"))]
+        described = json.loads(self.assert_works("describe", "--json", *filters))
+        said = {row["filter"] for row in described if row["changesNothingByDefault"]}
+        # Measured a second time, with another picture and the program itself.
+        noise = random.Random(7)
+        photo = self.folder / "noise.png"
+        photo.write_bytes(png(310, 305, lambda x, y: tuple(noise.randrange(256) for _ in range(3))))
+        same = self.folder / "same.png"
+        self.assert_works("run", "-", photo, same, input="CIImageQOR.Open(arg[1]):Save(arg[2])")
+        for row in described:
+            name, keys = row["filter"], [key["name"] for key in row["properties"]]
+            changes = True
+            if "inputImage" in keys and self.zeva("apply", name, photo, "-o", self.out).returncode == 0:
+                changes = self.out.read_bytes() != same.read_bytes()
+            self.assertEqual(name in said, not changes, name)
+        self.assertEqual(len(said), 23)
+        sentence = "Changes nothing until a key besides the image is set.\n"
+        self.assertIn(sentence, self.assert_works("describe", "ExposureAdjust"))
+        self.assertNotIn(sentence, self.assert_works("describe", "Bloom"))
+
+    def test_says_each_range_once(self):
+        for line in self.assert_works("describe", "ColorMonochrome", "BoxBlur", "ColorPosterize").splitlines():
+            ranges = re.findall(r"[-0-9.e]+ to [-0-9.e]+", line)
+            self.assertEqual(len(ranges), len(set(ranges)), line)
+
     def test_values_of_every_kind_as_json(self):
         keys = {}
         names = ("ColorCube", "AffineTransform", "FalseColor", "BumpDistortion")
@@ -114,16 +143,55 @@ Blurs with a square: every pixel becomes the average of the pixels around it.
 
 
 class CompletionTest(ZevaTest):
-    def complete(self, *words):
-        """The candidates that bash offers for the last of these words."""
+    def complete(self, *words, breaks=" \t\n\"'><=;|&(:"):
+        """The candidates that bash offers for the last of these words, where words end at these breaks."""
+        line = " ".join(("zeva", *words))
+        current = re.split(f"[{re.escape(breaks)}]", line)[-1]
         script = f"""
+            before=$COMP_WORDBREAKS
             eval "$({ZEVA} completion)"
-            COMP_WORDS=(zeva {' '.join(words)} "") COMP_CWORD={len(words)}
-            [ "${{COMP_WORDS[COMP_CWORD]}}" ] || COMP_WORDS[COMP_CWORD]=''
-            _zeva {ZEVA} "${{COMP_WORDS[COMP_CWORD]}}" 2>/dev/null
+            [ "$before" = "$COMP_WORDBREAKS" ] || echo changed
+            COMP_LINE={shlex.quote(line)} COMP_POINT={len(line)}
+            _zeva {ZEVA} {shlex.quote(current)} zeva
             printf '%s\\n' "${{COMPREPLY[@]}}"
         """
-        return subprocess.run(["bash", "-c", script], capture_output=True, text=True, timeout=60).stdout.split()
+        completed = subprocess.run(["bash", "-c", script], cwd=self.folder, capture_output=True, text=True, timeout=60)
+        self.assertEqual(completed.stderr, "")
+        return completed.stdout.split()
+
+    def test_completes_values_where_words_end_at_equal_signs_or_not(self):
+        (self.folder / "mask.png").write_bytes(b"")
+        (self.folder / "marks").mkdir()
+        for word, values in {
+            "inputColor=rebecca": ["rebeccapurple"],
+            "color=dodg": ["dodgerblue"],
+            "inputImage=ma": ["marks", "mask.png"],
+        }.items():
+            words = ("apply", "ColorMonochrome", word)
+            key = word.split("=")[0]
+            self.assertEqual(sorted(self.complete(*words)), values)
+            self.assertEqual(sorted(self.complete(*words, breaks=" ")), [f"{key}={value}" for value in values])
+        spaces = self.complete("apply", "ColorCubeWithColorSpace", "inputColorSpace=")
+        self.assertIn("displayP3", spaces)
+        self.assertEqual(self.complete("apply", "colorcubewithcolorspace", "inputCubeData=mas"), ["mask.png"])
+
+    def test_every_color_space_of_the_platform_is_completed_and_known(self):
+        header = pathlib.Path(__file__).parents[2] / "platform/CoreGraphics/CGColorSpace.h"
+        names = re.findall(r"CFStringRef kCGColorSpace(\w+);", header.read_text())
+        spaces = self.complete("apply", "ColorCubeWithColorSpace", "inputColorSpace=")
+        self.assertEqual([name.lower() for name in spaces], [name.lower() for name in names])
+        script = "for _, name in ipairs { ... } do print(CGColorSpaceQOR.Named(name).Name) end"
+        known = self.assert_works("run", "-", *spaces, input=script).split()
+        self.assertEqual(known, [f"kCGColorSpace{name}" for name in names])
+
+    def test_completes_categories_classes_and_topics(self):
+        self.assertEqual(self.complete("list", "--category", "Bl"), ["Blur"])
+        self.assertEqual(self.complete("describe", "CIIm"), ["CIImageQOR"])
+        self.assertEqual(self.complete("help", "des"), ["describe"])
+
+    def test_completes_in_any_case_and_keys_without_input(self):
+        self.assertEqual(self.complete("apply", "gaussianb"), ["GaussianBlur"])
+        self.assertEqual(self.complete("apply", "gloom", "rad"), ["inputRadius="])
 
     def test_completes_commands(self):
         self.assertEqual(self.complete("de"), ["describe"])

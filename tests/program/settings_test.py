@@ -31,6 +31,13 @@ class SettingsTest(ZevaTest):
         for text, pixel in {
             "#ff8000": (255, 128, 0, 255),
             "#FF800080": (255, 128, 0, 128),
+            "#f80": (255, 136, 0, 255),
+            "#FF08": (255, 255, 0, 136),
+            "orange": (255, 165, 0, 255),
+            "RebeccaPurple": (102, 51, 153, 255),
+            "transparent": (0, 0, 0, 0),
+            "DarkSlateGr\u0065y": (47, 79, 79, 255),
+            "green": (0, 128, 0, 255),
             "1,0.6,0": (255, 153, 0, 255),
             "0,0,1,1": (0, 0, 255, 255),
         }.items():
@@ -38,11 +45,13 @@ class SettingsTest(ZevaTest):
             self.assertEqual(picture, [[pixel]], text)
 
     def test_wrong_colors_are_refused(self):
+        expected = "expected a name, #rgb, #rrggbb or #rrggbbaa"
         for text, problem in {
-            "#ff80": "'#ff80' is not a color, expected #rrggbb or #rrggbbaa",
-            "#ff80zz": "'#ff80zz' is not a color, expected #rrggbb or #rrggbbaa",
+            "#ff800": f"'#ff800' is not a color; {expected}",
+            "#ff80zz": f"'#ff80zz' is not a color; {expected}",
+            "#": f"'#' is not a color; {expected}",
             "1,2": "a color has 3 or 4 components, got 2",
-            "red": "'red' is not a number",
+            "ornage": f"'ornage' is not a color, did you mean orange; {expected}",
         }.items():
             self.assert_refused("ColorMonochrome", f"inputColor={text}", f"inputColor={text}: {problem}")
 

@@ -5,7 +5,8 @@
 #include "host/program/platform_pool.h"
 
 host::Host& HostWithModules() {
-    static host::Host host({.callScope = PlatformPool(), .report = [](const std::string&) {}});
+    static host::Host host(
+        {.callScope = PlatformPool(), .report = [](const std::string&) {}, .failures = PlatformFailures()});
     if (host.Modules().empty()) {
         host.LoadModule(ZEVA_COMPANION_MODULE);
         host.LoadModule(ZEVA_FILTERS_MODULE);

@@ -5,6 +5,7 @@ Usage: run_test.py PATH_OF_ZEVA
 """
 
 import pathlib
+import resource
 import subprocess
 import sys
 import tempfile
@@ -86,6 +87,94 @@ class RunTest(unittest.TestCase):
         )
         result = self.zeva("run")
         self.assertEqual((result.returncode, result.stderr), (2, "zeva: SCRIPT is required\n"))
+
+    def test_a_restricted_script_opens_and_saves_only_its_arguments(self):
+        (self.folder / "photo.jpg").write_bytes(pathlib.Path(PHOTO).read_bytes())
+        (self.folder / "script.lua").write_text(
+            """
+            local input, output = ...
+            local photo = CIImageQOR.Open(input):Crop(CIVectorQOR.Rectangle(0, 0, 9, 9))
+            photo:Save(output)
+            local save = { photo.Save, photo.SaveWithQuality, photo.SaveInSpace }
+            local rest = { {}, { 1 }, { 1, CGColorSpaceQOR.Named("sRGB") } }
+            for i = 1, 3 do print(pcall(save[i], photo, "other.png", table.unpack(rest[i]))) end
+            print(pcall(CIImageQOR.Open, "./photo.jpg"))
+            """
+        )
+        result = self.zeva("run", "--restricted", "script.lua", "photo.jpg", "out.png")
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+        names = ("CIImageQOR.Save", "CIImageQOR.SaveWithQuality", "CIImageQOR.SaveInSpace", "CIImageQOR.Open")
+        paths = ("other.png", "other.png", "other.png", "./photo.jpg")
+        refusal = "a restricted script may only use the paths among its arguments, got string"
+        self.assertEqual(
+            result.stdout,
+            "".join(f'false\t{name}: {refusal} "{path}"\n' for name, path in zip(names, paths)),
+        )
+        self.assertEqual(
+            sorted(path.name for path in self.folder.iterdir()), ["out.png", "photo.jpg", "script.lua"]
+        )
+
+    def test_a_restricted_script_has_limits_by_default_and_options_set_others(self):
+        loop = "while true do end"
+        result = self.zeva("run", "--restricted", "--lua-steps", "50000", "-", input=loop)
+        self.assertEqual((result.returncode, result.stderr.splitlines()[0]),
+                         (1, "zeva: stdin:1: the limit of 50000 steps is reached"))
+        result = self.zeva("run", "--lua-steps", "50000", "-", input=loop)
+        self.assertEqual(result.stderr.splitlines()[0], "zeva: stdin:1: the limit of 50000 steps is reached")
+        result = self.zeva("run", "--restricted", "-", input="for i = 1, 9e7 do end")
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+        large = "local text = ('x'):rep(%d << 20)"
+        for arguments, megabytes, limit in (
+            (["--restricted"], 300, 256),
+            (["--restricted", "--lua-memory", "20"], 30, 20),
+            (["--lua-memory", "20"], 30, 20),
+        ):
+            result = self.zeva("run", *arguments, "-", input=large % megabytes)
+            self.assertEqual((result.returncode, result.stderr.splitlines()[0]),
+                             (1, f"zeva: not enough memory, the limit of the script is {limit} MB"))
+        result = self.zeva("run", "-", input=large % 300)
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+
+    @unittest.skipIf(b"__asan_init" in pathlib.Path(ZEVA).read_bytes(), "sanitizers reserve more addresses")
+    def test_a_script_out_of_memory_gets_an_error_with_the_reason_and_never_nil(self):
+        makers = {
+            "MemoryBlock.FromBytes(('x'):rep(10000000))": "MemoryBlock.FromBytes: out of memory for 10000000 bytes",
+            "CIVectorQOR.Point(1, 2)": "memory",
+            "RuntimeException()": "memory",
+            "image:Values(image.Extent)": "memory|MemoryBlock of 16000000 bytes",
+        }
+        limit = 250 << 20
+        for maker, reason in makers.items():
+            script = f"""
+                local bytes = MemoryBlock.FromBytes(("x"):rep(4000000))
+                local image, all = CIImageQOR.FromPixels(bytes, 1000, 1000), {{}}
+                local done, failure = pcall(function()
+                    for i = 1, 1e9 do all[i] = {maker} or error("nil") end
+                end)
+                local count = #all
+                all = nil
+                collectgarbage()
+                print(count > 0, failure)
+            """
+            result = self.run_script(
+                script, preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (limit, limit))
+            )
+            self.assertEqual(result.returncode, 0, maker)
+            # The module's guard may log one line for the platform's own exception.
+            self.assertLessEqual(len(result.stderr.splitlines()), 1, result.stderr)
+            self.assertRegex(result.stdout, f"^true\t.*({reason})", maker)
+
+    def test_a_trace_may_stand_behind_the_script(self):
+        for words in (["--trace", "trace.json"], ["--trace=trace.json"]):
+            result = self.run_script("print(...)", "a", *words, "b")
+            self.assertEqual((result.returncode, result.stdout, result.stderr), (0, "a\tb\n", ""))
+            trace = self.folder / "trace.json"
+            self.assertIn("PluginRegisterClass", trace.read_text())
+            trace.unlink()
+        result = self.run_script("print(...)", "--", "--trace", "x")
+        self.assertEqual((result.stdout, result.stderr), ("--\t--trace\tx\n", ""))
+        result = self.run_script("print(...)", "--trace")
+        self.assertEqual((result.returncode, result.stderr), (2, "zeva: --trace: expected a file after it\n"))
 
     def test_a_script_can_set_the_exit_status(self):
         for leaving in ("os.exit(7)", "os.exit(7, false)", "os.exit(7, true)"):

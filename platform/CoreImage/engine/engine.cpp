@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <exception>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -14,34 +15,49 @@
 #include "core/color_matching.h"
 #include "core/cropped.h"
 #include "core/renderer.h"
+#include "engine/failure.h"
 #include "generator/generator.h"
 #include "sampling/affine.h"
 
 namespace core_image {
 namespace {
 
+// Notes the exception that is being handled as the reason of a failure.
+void NoteException() noexcept {
+    try {
+        throw;
+    } catch (const std::bad_alloc&) {
+        NoteFailure("there is not enough memory");
+    } catch (const std::exception& error) {
+        NoteFailure("%s", error.what());
+    }
+}
+
 // Runs a function that makes an image, and returns a handle of the image.
 template <typename Make>
 ImageHandle* Handle(Make&& make) noexcept {
+    ForgetFailure();
     try {
         ImageRef image = make();
         if (image == nullptr) return nullptr;
         return new ImageRef(std::move(image));
     } catch (const std::exception&) {
+        NoteException();
         return nullptr;
     }
 }
 
-// Says that a rendering needs more memory than there is.
-void SayShortage(const Region& region, const MemoryShortage& shortage, Fault* fault) {
+// Notes that a rendering needs more memory than there is.
+void NoteShortage(const Region& region, const MemoryShortage& shortage) noexcept {
     constexpr double kMegabyte = 1 << 20;
-    const int written = std::snprintf(fault->text, sizeof fault->text,
-                                      "%lld x %lld pixels: rendering needs more memory than there is, at least %.0f MB",
-                                      static_cast<long long>(region.width), static_cast<long long>(region.height),
-                                      std::ceil(static_cast<double>(shortage.Needed()) / kMegabyte));
-    if (shortage.Limit() == 0) return;
-    std::snprintf(fault->text + written, sizeof fault->text - static_cast<std::size_t>(written),
-                  "; the limit is %.0f MB", std::floor(static_cast<double>(shortage.Limit()) / kMegabyte));
+    char limit[40] = "";
+    if (shortage.Limit() != 0) {
+        std::snprintf(limit, sizeof limit, "; the limit is %.0f MB",
+                      std::floor(static_cast<double>(shortage.Limit()) / kMegabyte));
+    }
+    NoteFailure("%lld x %lld pixels: rendering needs more memory than there is, at least %.0f MB%s",
+                static_cast<long long>(region.width), static_cast<long long>(region.height),
+                std::ceil(static_cast<double>(shortage.Needed()) / kMegabyte), limit);
 }
 
 }  // namespace
@@ -97,12 +113,10 @@ void DisposeImage(ImageHandle* image) noexcept { delete image; }
 
 Extent ExtentOfImage(ImageHandle* image) noexcept { return (*image)->GetExtent(); }
 
-bool RenderImage(ImageHandle* image, const Region& region, const BitmapDestination& destination, const Output& output,
-                 Fault* fault) noexcept {
-    if (image == nullptr) {
-        std::snprintf(fault->text, sizeof fault->text, "there is no image to render");
-        return false;
-    }
+bool RenderImage(ImageHandle* image, const Region& region, const BitmapDestination& destination,
+                 const Output& output) noexcept {
+    ForgetFailure();
+    if (image == nullptr) return false;
     try {
         ImageRef shown = *image;
         BitmapDestination coded = destination;
@@ -118,9 +132,9 @@ bool RenderImage(ImageHandle* image, const Region& region, const BitmapDestinati
         Render(shown, region, coded, Cut{}, *output.budget);
         return true;
     } catch (const MemoryShortage& shortage) {
-        SayShortage(region, shortage, fault);
-    } catch (const std::exception& error) {
-        std::snprintf(fault->text, sizeof fault->text, "rendering failed: %s", error.what());
+        NoteShortage(region, shortage);
+    } catch (const std::exception&) {
+        NoteException();
     }
     return false;
 }

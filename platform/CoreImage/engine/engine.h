@@ -4,7 +4,7 @@
 // sends messages: an Objective-C exception may leave by longjmp, which runs no destructors. C++ exceptions never cross.
 //
 // Ownership: Make... returns a handle that the caller frees with DisposeImage; arguments are borrowed.
-// Failure:   null or false when memory is short.
+// Failure:   null or false when memory is short; failure.h has the reason, for a rendering with the memory that it needs.
 // Threads:   any.
 
 #pragma once
@@ -64,9 +64,8 @@ struct Output {
     MemoryBudget* budget = &MemoryBudget::Default();
 };
 
-// Renders a region that is not empty. Returns whether that succeeded; if not, sets the fault, which says how much
-// memory was needed.
+// Renders a region that is not empty. Returns whether that succeeded.
 [[nodiscard]] bool RenderImage(ImageHandle* image, const Region& region, const BitmapDestination& destination,
-                               const Output& output, Fault* fault) noexcept;
+                               const Output& output) noexcept;
 
 }  // namespace core_image

@@ -1,0 +1,133 @@
+// names.cpp - compares the spellings of each known name with the given one.
+
+#include "host/description/names.h"
+
+#include <algorithm>
+
+#include "host/runtime/errors.h"
+#include "host/runtime/suggestion.h"
+
+namespace {
+
+using host::EqualIgnoringCase;
+using host::HostError;
+using host::Member;
+
+constexpr std::string_view kClassPrefix = "CIFilter";
+constexpr std::string_view kClassSuffix = "QOR";
+constexpr std::string_view kFilterPrefix = "CI";
+constexpr std::string_view kKeyPrefix = "input";
+
+bool IsInputKey(const Member& member) {
+    return member.setter != nullptr && member.declaration.name.starts_with(kKeyPrefix);
+}
+
+// A key without its "input".
+std::string ShortKey(const std::string& name) {
+    const bool isLong = EqualIgnoringCase(name.substr(0, kKeyPrefix.size()), kKeyPrefix);
+    return isLong ? name.substr(kKeyPrefix.size()) : name;
+}
+
+// The only key that matches; null for none or several.
+template <typename Matches>
+const std::string* OnlyOne(const std::vector<std::string>& keys, Matches matches) {
+    const auto first = std::find_if(keys.begin(), keys.end(), matches);
+    const bool isOnly = first != keys.end() && std::none_of(first + 1, keys.end(), matches);
+    return isOnly ? &*first : nullptr;
+}
+
+// The class that a name means among those with a short name, or null. A name in the right case wins.
+const host::Class* FindFilter(host::Host& host, std::string_view name) {
+    for (const bool ignoresCase : {false, true}) {
+        for (const host::Class* isa : host.Classes().All()) {
+            const std::string shortName = FilterShortName(isa->Name());
+            if (shortName.empty()) continue;
+            for (const std::string& spelling : {shortName, std::string(kFilterPrefix) + shortName, isa->Name()}) {
+                if (spelling == name || (ignoresCase && EqualIgnoringCase(spelling, name))) return isa;
+            }
+        }
+    }
+    return nullptr;
+}
+
+// The name without the prefix and suffix that a short name leaves out, for suggestions.
+std::string WithoutAffixes(std::string name) {
+    if (const std::string shortName = FilterShortName(name); !shortName.empty()) return shortName;
+    return name.starts_with(kFilterPrefix) ? name.substr(kFilterPrefix.size()) : name;
+}
+
+}  // namespace
+
+std::string FilterShortName(std::string_view className) {
+    if (!className.starts_with(kClassPrefix) || !className.ends_with(kClassSuffix)) return {};
+    if (className.size() <= kClassPrefix.size() + kClassSuffix.size()) return {};
+    className.remove_prefix(kClassPrefix.size());
+    className.remove_suffix(kClassSuffix.size());
+    return std::string(className);
+}
+
+const host::Class& FilterNamed(host::Host& host, const std::string& name) {
+    if (name.empty()) throw HostError("filter ''", "expected the name of a filter");
+    if (const host::Class* filter = FindFilter(host, name)) return *filter;
+    const std::vector<std::string> known = FilterNames(host);
+    if (known.empty()) {
+        throw HostError("filter " + name,
+                        "for host version " + host::NumberText(host.Version()) + " the module registers no filters");
+    }
+    throw HostError("filter " + name, "there is no such filter" + host::Suggestion(WithoutAffixes(name), known));
+}
+
+const host::Class& ClassNamed(host::Host& host, const std::string& name) {
+    for (const host::Class* isa : host.Classes().All()) {
+        if (EqualIgnoringCase(isa->Name(), name)) return host.Classes().Linked(isa->Name());
+    }
+    if (const host::Class* filter = FindFilter(host, name)) return host.Classes().Linked(filter->Name());
+    throw HostError("class " + name, "there is no such class" + host::Suggestion(name, ClassNames(host)));
+}
+
+const Member& KeyNamed(const host::Class& filter, const std::string& name, const std::string& setting) {
+    if (const Member* exact = filter.FindMember(name); exact != nullptr && exact->setter != nullptr) return *exact;
+    const std::vector<std::string> keys = KeyNames(filter);
+    const std::string* key = OnlyOne(keys, [&](const std::string& each) { return EqualIgnoringCase(each, name); });
+    if (key == nullptr) {
+        key = OnlyOne(keys, [&](const std::string& each) { return EqualIgnoringCase(ShortKey(each), name); });
+    }
+    if (key != nullptr) return *filter.FindMember(*key);
+    std::vector<std::string> shortKeys;
+    std::string list;
+    for (const std::string& each : keys) {
+        shortKeys.push_back(ShortKey(each));
+        list += (list.empty() ? "" : ", ") + each;
+    }
+    // Compared without "input", suggested with it.
+    std::vector<std::string> nearest = host::Nearest(ShortKey(name), shortKeys);
+    for (std::string& each : nearest) each.insert(0, kKeyPrefix);
+    const std::string suggestion = host::SuggestionText(nearest);
+    throw HostError(setting, filter.Name() + " has no key " + name + suggestion + (suggestion.empty() ? ", " : "; ") +
+                                 (list.empty() ? "it takes none" : "it takes " + list));
+}
+
+std::vector<std::string> FilterNames(host::Host& host) {
+    std::vector<std::string> names;
+    for (const host::Class* isa : host.Classes().All()) {
+        if (std::string name = FilterShortName(isa->Name()); !name.empty()) names.push_back(name);
+    }
+    return names;
+}
+
+std::vector<std::string> ClassNames(host::Host& host) {
+    std::vector<std::string> names;
+    for (const host::Class* isa : host.Classes().All()) {
+        const std::string shortName = FilterShortName(isa->Name());
+        names.push_back(shortName.empty() ? isa->Name() : shortName);
+    }
+    return names;
+}
+
+std::vector<std::string> KeyNames(const host::Class& filter) {
+    std::vector<std::string> names;
+    for (const Member& member : filter.Members()) {
+        if (IsInputKey(member)) names.push_back(member.declaration.name);
+    }
+    return names;
+}

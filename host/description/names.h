@@ -1,0 +1,37 @@
+// names.h - finds filters, classes and keys by the names that people write, and lists the names.
+//
+// Command line, recipes and completion all come here. Case does not matter. A filter has three spellings: GaussianBlur,
+// CIGaussianBlur and CIFilterGaussianBlurQOR. A key may leave out its "input": radius for inputRadius.
+//
+// Failure: HostError for an unknown name, with a suggestion in the short spelling where one is likely.
+// Threads: the host's thread.
+
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/runtime/host.h"
+
+// Returns the short name of a filter class, "GaussianBlur"; empty for any other class.
+[[nodiscard]] std::string FilterShortName(std::string_view className);
+
+// Returns the class of a filter.
+[[nodiscard]] const host::Class& FilterNamed(host::Host& host, const std::string& name);
+
+// Returns a class: a filter in any spelling, or any class by its own name.
+[[nodiscard]] const host::Class& ClassNamed(host::Host& host, const std::string& name);
+
+// Returns the input key of a filter that a setting sets. `setting` is the whole KEY=VALUE, for messages.
+[[nodiscard]] const host::Member& KeyNamed(const host::Class& filter, const std::string& name,
+                                           const std::string& setting);
+
+// Returns the short names of all filters.
+[[nodiscard]] std::vector<std::string> FilterNames(host::Host& host);
+
+// Returns the names of all classes, those of filters in the short spelling.
+[[nodiscard]] std::vector<std::string> ClassNames(host::Host& host);
+
+// Returns the full names of the input keys of a filter.
+[[nodiscard]] std::vector<std::string> KeyNames(const host::Class& filter);
