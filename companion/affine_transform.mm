@@ -12,7 +12,6 @@
 
 #include <cmath>
 
-#include "bridge/guard.h"
 #include "companion/class_record.h"
 #include "companion/host_text.h"
 #include "companion/value_object.h"
@@ -52,50 +51,41 @@ ZEVAobjectStruct* Rotate(ZEVAobjectStruct* self, double radians) {
 
 // Raises for nil.
 ZEVAobjectStruct* Concat(ZEVAobjectStruct* self, ZEVAobjectStruct* next) {
-    ZEVAobjectStruct* result = nullptr;
-    Guarded([&] {
-        if (WrappedIn(next) == nil) {
-            return RaiseAbout(@"NSAffineTransformQOR.Concat", @"the transform is nil", @"no transform was created");
-        }
-        const NSAffineTransformStruct e = ElementsOf(next);
-        result = NewAfter(self, e.m11, e.m12, e.m21, e.m22, e.tX, e.tY);
-    });
-    return result;
+    if (WrappedIn(next) == nil) {
+        RaiseAbout(@"NSAffineTransformQOR.Concat", @"the transform is nil", @"no transform was created");
+        return nullptr;
+    }
+    const NSAffineTransformStruct e = ElementsOf(next);
+    return NewAfter(self, e.m11, e.m12, e.m21, e.m22, e.tX, e.tY);
 }
 
 // Raises for a transform that maps the plane to a line or a point.
 ZEVAobjectStruct* NewInverse(ZEVAobjectStruct* self) {
-    ZEVAobjectStruct* result = nullptr;
-    Guarded([&] {
-        const NSAffineTransformStruct e = ElementsOf(self);
-        const double determinant = double{e.m11} * double{e.m22} - double{e.m12} * double{e.m21};
-        if (determinant == 0 || !std::isfinite(determinant)) {
-            return RaiseAbout(@"NSAffineTransformQOR.Inverse", @"the transform is not invertible",
-                              @"no transform was created");
-        }
-        const double a = e.m22 / determinant;
-        const double b = -e.m12 / determinant;
-        const double c = -e.m21 / determinant;
-        const double d = e.m11 / determinant;
-        result = NewTransform(a, b, c, d, -(e.tX * a + e.tY * c), -(e.tX * b + e.tY * d));
-    });
-    return result;
+    const NSAffineTransformStruct e = ElementsOf(self);
+    const double determinant = double{e.m11} * double{e.m22} - double{e.m12} * double{e.m21};
+    if (determinant == 0 || !std::isfinite(determinant)) {
+        RaiseAbout(@"NSAffineTransformQOR.Inverse", @"the transform is not invertible", @"no transform was created");
+        return nullptr;
+    }
+    const double a = e.m22 / determinant;
+    const double b = -e.m12 / determinant;
+    const double c = -e.m21 / determinant;
+    const double d = e.m11 / determinant;
+    return NewTransform(a, b, c, d, -(e.tX * a + e.tY * c), -(e.tX * b + e.tY * d));
 }
 
 // Transforms a point, the first two numbers of a vector. Raises for nil.
 ZEVAobjectStruct* Apply(ZEVAobjectStruct* self, ZEVAobjectStruct* point) {
-    ZEVAobjectStruct* result = nullptr;
-    Guarded([&] {
-        CIVector* from = WrappedIn(point);
-        if (from == nil) return RaiseAbout(@"NSAffineTransformQOR.Apply", @"the point is nil", @"no point was created");
-        const NSAffineTransformStruct e = ElementsOf(self);
-        const double x = [from X];
-        const double y = [from Y];
-        result =
-            NewValueObject("CIVectorQOR", [CIVector vectorWithX:static_cast<CGFloat>(x * e.m11 + y * e.m21 + e.tX)
-                                                              Y:static_cast<CGFloat>(x * e.m12 + y * e.m22 + e.tY)]);
-    });
-    return result;
+    CIVector* from = WrappedIn(point);
+    if (from == nil) {
+        RaiseAbout(@"NSAffineTransformQOR.Apply", @"the point is nil", @"no point was created");
+        return nullptr;
+    }
+    const NSAffineTransformStruct e = ElementsOf(self);
+    const double x = [from X];
+    const double y = [from Y];
+    return NewValueObject("CIVectorQOR", [CIVector vectorWithX:static_cast<CGFloat>(x * e.m11 + y * e.m21 + e.tX)
+                                                             Y:static_cast<CGFloat>(x * e.m12 + y * e.m22 + e.tY)]);
 }
 
 double GetA(ZEVAobjectStruct* self) { return ElementsOf(self).m11; }

@@ -15,7 +15,6 @@
 
 #import <CoreImage/CoreImage.h>
 
-#include "bridge/guard.h"
 #include "bridge/host_objects.h"
 #include "companion/class_record.h"
 #include "companion/host_bytes.h"
@@ -81,20 +80,14 @@ ZEVAstringStruct* GetKey(ZEVAobjectStruct* self) {
 
 // Returns whether a property has a value. Raises for a name that is not in the list.
 std::int32_t Has(ZEVAobjectStruct* self, ZEVAstringStruct* name) {
-    std::int32_t result = 0;
-    Guarded([&] {
-        NSString* property = TextOf(name);
-#define TEST_PROPERTY(property_, key, valueClass, typeWord, from)       \
-    if ([property isEqualToString:@ #property_]) {                      \
-        result = EntryOf(self, key, [valueClass class]) != nil ? 1 : 0; \
-        return;                                                         \
-    }
-        ATTRIBUTES(TEST_PROPERTY)
+    NSString* property = TextOf(name);
+#define TEST_PROPERTY(property_, key, valueClass, typeWord, from) \
+    if ([property isEqualToString:@ #property_]) return EntryOf(self, key, [valueClass class]) != nil ? 1 : 0;
+    ATTRIBUTES(TEST_PROPERTY)
 #undef TEST_PROPERTY
-        RaiseWithMessage([NSString
-            stringWithFormat:@"CIAttributeQOR.Has: there is no property \"%@\"", property != nil ? property : @""]);
-    });
-    return result;
+    RaiseWithMessage([NSString
+        stringWithFormat:@"CIAttributeQOR.Has: there is no property \"%@\"", property != nil ? property : @""]);
+    return 0;
 }
 
 void Finalize(ZEVAobjectStruct* self) {

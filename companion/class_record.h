@@ -1,5 +1,8 @@
 // class_record.h - the list of the companion's classes, and macros that build their records.
 //
+// The host calls every method through the guard, so a function of a class may send any message: what the platform
+// raises becomes a host exception, and the method returns null or 0.
+//
 // Each class has its own file: accessors, then a method table, then the record. bridge/host_objects.h defines the
 // data of the objects, because the filter module reads it too.
 //
@@ -9,7 +12,9 @@
 #pragma once
 
 #include <iterator>
+#include <type_traits>
 
+#include "bridge/guard.h"
 #include "interface/class_definition.h"
 #include "interface/handles.h"
 #include "interface/tables.h"
@@ -31,10 +36,27 @@
 COMPANION_CLASSES(DECLARE_CLASS)
 #undef DECLARE_CLASS
 
+// A function as the host calls it: inside the guard.
+template <auto kFunction>
+struct GuardedFunction;
+
+template <typename Result, typename... Arguments, Result (*kFunction)(Arguments...)>
+struct GuardedFunction<kFunction> {
+    static Result Call(Arguments... arguments) {
+        if constexpr (std::is_void_v<Result>) {
+            Guarded([&] { kFunction(arguments...); });
+        } else {
+            Result result = Result();
+            Guarded([&] { result = kFunction(arguments...); });
+            return result;
+        }
+    }
+};
+
 // One method or read-only property.
-#define COMPANION_METHOD(declaration, function)                                             \
-    {                                                                                       \
-        {reinterpret_cast<ZEVAentry>(function), nullptr, declaration, kHostFlags}, { 0, 0 } \
+#define COMPANION_METHOD(declaration, function)                                                                    \
+    {                                                                                                              \
+        {reinterpret_cast<ZEVAentry>(GuardedFunction<function>::Call), nullptr, declaration, kHostFlags}, { 0, 0 } \
     }
 
 // The size of a structure's instance data in bytes, without the header that every object has.

@@ -12,7 +12,6 @@
 #include <cstdint>
 #include <cstring>
 
-#include "bridge/guard.h"
 #include "companion/class_record.h"
 #include "companion/host_text.h"
 #include "companion/value_object.h"
@@ -30,28 +29,25 @@ ZEVAobjectStruct* NewRGBA(double red, double green, double blue, double alpha) {
 
 // Reads "rrggbb" or "rrggbbaa", with or without a leading "#". Raises for any other text.
 ZEVAobjectStruct* NewHex(ZEVAstringStruct* digits) {
-    ZEVAobjectStruct* result = nullptr;
-    Guarded([&] {
-        NSString* text = TextOf(digits);
-        const char* first = [text UTF8String];
-        if (first != nullptr && *first == '#') ++first;
-        const std::size_t length = first != nullptr ? std::strlen(first) : 0;
-        std::uint32_t number = 0;
-        const char* end = first + length;
-        const bool isNumber = length > 0 && std::from_chars(first, end, number, 16).ptr == end;
-        if (!isNumber || (length != 6 && length != 8)) {
-            NSString* reason = [NSString
-                stringWithFormat:@"expected \"#rrggbb\" or \"#rrggbbaa\", got \"%@\"", text != nil ? text : @""];
-            return RaiseAbout(@"CIColorQOR.Hex", reason, @"no color was created");
-        }
-        if (length == 6) number = number << 8 | 0xff;
-        const auto component = [number](int shift) { return static_cast<CGFloat>((number >> shift & 0xff) / 255.0); };
-        result = NewValueObject("CIColorQOR", [CIColor colorWithRed:component(24)
-                                                              green:component(16)
-                                                               blue:component(8)
-                                                              alpha:component(0)]);
-    });
-    return result;
+    NSString* text = TextOf(digits);
+    const char* first = [text UTF8String];
+    if (first != nullptr && *first == '#') ++first;
+    const std::size_t length = first != nullptr ? std::strlen(first) : 0;
+    std::uint32_t number = 0;
+    const char* end = first + length;
+    const bool isNumber = length > 0 && std::from_chars(first, end, number, 16).ptr == end;
+    if (!isNumber || (length != 6 && length != 8)) {
+        NSString* reason =
+            [NSString stringWithFormat:@"expected \"#rrggbb\" or \"#rrggbbaa\", got \"%@\"", text != nil ? text : @""];
+        RaiseAbout(@"CIColorQOR.Hex", reason, @"no color was created");
+        return nullptr;
+    }
+    if (length == 6) number = number << 8 | 0xff;
+    const auto component = [number](int shift) { return static_cast<CGFloat>((number >> shift & 0xff) / 255.0); };
+    return NewValueObject("CIColorQOR", [CIColor colorWithRed:component(24)
+                                                        green:component(16)
+                                                         blue:component(8)
+                                                        alpha:component(0)]);
 }
 
 // Returns the same color with another alpha.

@@ -7,7 +7,6 @@
 // letter may then be lower case: "linearSRGB".
 
 #include "companion/color_space.h"
-#include "bridge/guard.h"
 #include "bridge/host_objects.h"
 #include "companion/class_record.h"
 #include "companion/host_bytes.h"
@@ -32,50 +31,40 @@ CGColorSpaceRef SpaceOf(ZEVAobjectStruct* self) {
 
 // Raises for bytes that are not an RGB or gray ICC profile.
 ZEVAobjectStruct* NewFromProfile(ZEVAmemoryBlockStruct* profile) {
-    ZEVAobjectStruct* result = nullptr;
-    Guarded([&] {
-        CGColorSpaceRef space = CGColorSpaceCreateWithICCData(reinterpret_cast<CFTypeRef>(DataOf(profile)));
-        if (space == nullptr) {
-            return RaiseAbout(@"CGColorSpaceQOR.FromProfile", @"the bytes are not an RGB or gray ICC profile",
-                              @"no color space was created");
-        }
-        result = NewColorSpaceObject(space);
-        CGColorSpaceRelease(space);
-    });
-    return result;
+    CGColorSpaceRef space = CGColorSpaceCreateWithICCData(reinterpret_cast<CFTypeRef>(DataOf(profile)));
+    if (space == nullptr) {
+        RaiseAbout(@"CGColorSpaceQOR.FromProfile", @"the bytes are not an RGB or gray ICC profile",
+                   @"no color space was created");
+        return nullptr;
+    }
+    ZEVAobjectStruct* object = NewColorSpaceObject(space);
+    CGColorSpaceRelease(space);
+    return object;
 }
 
 // Returns the ICC profile; nil for an object without a value.
 ZEVAmemoryBlockStruct* GetProfile(ZEVAobjectStruct* self) {
-    ZEVAmemoryBlockStruct* result = nullptr;
-    Guarded([&] { result = NewHostBlock([(NSData*)CGColorSpaceCopyICCData(SpaceOf(self)) autorelease]); });
-    return result;
+    return NewHostBlock([(NSData*)CGColorSpaceCopyICCData(SpaceOf(self)) autorelease]);
 }
 
 // Raises for an unknown name.
 ZEVAobjectStruct* NewNamed(ZEVAstringStruct* name) {
-    ZEVAobjectStruct* result = nullptr;
-    Guarded([&] {
-        NSString* text = TextOf(name);
-        CGColorSpaceRef space = text != nil ? NewColorSpace(text) : nullptr;
-        if (space == nullptr) {
-            return RaiseWithMessage([NSString
-                stringWithFormat:@"CGColorSpaceQOR.Named: no color space is called \"%@\"", text != nil ? text : @""]);
-        }
-        result = NewColorSpaceObject(space);
-        CGColorSpaceRelease(space);
-    });
-    return result;
+    NSString* text = TextOf(name);
+    CGColorSpaceRef space = text != nil ? NewColorSpace(text) : nullptr;
+    if (space == nullptr) {
+        RaiseWithMessage([NSString
+            stringWithFormat:@"CGColorSpaceQOR.Named: no color space is called \"%@\"", text != nil ? text : @""]);
+        return nullptr;
+    }
+    ZEVAobjectStruct* object = NewColorSpaceObject(space);
+    CGColorSpaceRelease(space);
+    return object;
 }
 
 // Returns the platform's name; nil for a space without a name.
 ZEVAstringStruct* GetName(ZEVAobjectStruct* self) {
-    ZEVAstringStruct* result = nullptr;
-    Guarded([&] {
-        CFStringRef name = CGColorSpaceCopyName(SpaceOf(self));
-        result = NewHostString([reinterpret_cast<NSString*>(const_cast<__CFString*>(name)) autorelease]);
-    });
-    return result;
+    CFStringRef name = CGColorSpaceCopyName(SpaceOf(self));
+    return NewHostString([reinterpret_cast<NSString*>(const_cast<__CFString*>(name)) autorelease]);
 }
 
 ZEVAmethod methods[] = {

@@ -7,7 +7,6 @@
 
 #import <CoreImage/CoreImage.h>
 
-#include "bridge/guard.h"
 #include "bridge/host_objects.h"
 #include "companion/class_record.h"
 #include "companion/host_text.h"
@@ -20,19 +19,13 @@ id AttributeOf(ZEVAobjectStruct* self, NSString* key) {
 }
 
 ZEVAstringStruct* GetDisplayName(ZEVAobjectStruct* self) {
-    ZEVAstringStruct* result = nullptr;
-    Guarded([&] { result = NewHostString(AttributeOf(self, kCIAttributeFilterDisplayName)); });
-    return result;
+    return NewHostString(AttributeOf(self, kCIAttributeFilterDisplayName));
 }
 
 // Returns the names of the categories, separated by commas.
 ZEVAstringStruct* GetCategories(ZEVAobjectStruct* self) {
-    ZEVAstringStruct* result = nullptr;
-    Guarded([&] {
-        NSArray* names = AttributeOf(self, kCIAttributeFilterCategories);
-        result = NewHostString([names componentsJoinedByString:@", "]);
-    });
-    return result;
+    NSArray* names = AttributeOf(self, kCIAttributeFilterCategories);
+    return NewHostString([names componentsJoinedByString:@", "]);
 }
 
 void Finalize(ZEVAobjectStruct* self) {

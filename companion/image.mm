@@ -83,8 +83,10 @@ ZEVAobjectStruct* NewFromPixels(ZEVAmemoryBlockStruct* pixels, std::int32_t widt
     Guarded([&] {
         constexpr std::int32_t kBytesPerPixel = 4;
         NSData* bytes = DataOf(pixels);
-        const std::int64_t needed = std::int64_t{width} * height * kBytesPerPixel;
-        if (width <= 0 || height <= 0 || needed != static_cast<std::int64_t>([bytes length])) {
+        // Unsigned: the product of two positive sizes fits, whatever the sizes are.
+        const std::uint64_t needed =
+            static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height) * kBytesPerPixel;
+        if (width <= 0 || height <= 0 || needed != [bytes length]) {
             return RaiseWithMessage([NSString
                 stringWithFormat:
                     @"CIImageQOR.FromPixels: expected %d x %d pixels of %d bytes, got %lu bytes; no image was created",

@@ -11,7 +11,6 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "bridge/guard.h"
 #include "companion/class_record.h"
 #include "companion/host_text.h"
 #include "companion/value_object.h"
@@ -35,46 +34,41 @@ ZEVAobjectStruct* NewPoint(double x, double y) {
 
 // Reads one or more numbers, separated by spaces or commas. Raises for anything else.
 ZEVAobjectStruct* NewFromNumbers(ZEVAstringStruct* list) {
-    ZEVAobjectStruct* result = nullptr;
-    Guarded([&] {
-        NSString* text = TextOf(list);
-        if (text == nil) return RaiseWithMessage(@"CIVectorQOR.FromNumbers: the list is nil; no vector was created");
-        NSScanner* scanner = [NSScanner scannerWithString:text];
-        [scanner setCharactersToBeSkipped:[NSCharacterSet characterSetWithCharactersInString:@" ,\t\r\n"]];
-        NSMutableData* numbers = [NSMutableData data];
-        double number = 0;
-        while (![scanner isAtEnd] && [scanner scanDouble:&number]) {
-            const auto value = static_cast<CGFloat>(number);
-            [numbers appendBytes:&value length:sizeof value];
-        }
-        const NSUInteger count = [numbers length] / sizeof(CGFloat);
-        if (![scanner isAtEnd] || count == 0) {
-            NSString* rest = [text substringFromIndex:[scanner scanLocation]];
-            return RaiseWithMessage([NSString
-                stringWithFormat:
-                    @"CIVectorQOR.FromNumbers: expected a number after %u numbers, found \"%@\"; no vector was created",
-                    static_cast<unsigned>(count), rest]);
-        }
-        CIVector* vector = [CIVector vectorWithValues:static_cast<const CGFloat*>([numbers bytes]) count:count];
-        result = NewValueObject("CIVectorQOR", vector);
-    });
-    return result;
+    NSString* text = TextOf(list);
+    if (text == nil) {
+        RaiseWithMessage(@"CIVectorQOR.FromNumbers: the list is nil; no vector was created");
+        return nullptr;
+    }
+    NSScanner* scanner = [NSScanner scannerWithString:text];
+    [scanner setCharactersToBeSkipped:[NSCharacterSet characterSetWithCharactersInString:@" ,\t\r\n"]];
+    NSMutableData* numbers = [NSMutableData data];
+    double number = 0;
+    while (![scanner isAtEnd] && [scanner scanDouble:&number]) {
+        const auto value = static_cast<CGFloat>(number);
+        [numbers appendBytes:&value length:sizeof value];
+    }
+    const NSUInteger count = [numbers length] / sizeof(CGFloat);
+    if (![scanner isAtEnd] || count == 0) {
+        NSString* rest = [text substringFromIndex:[scanner scanLocation]];
+        RaiseWithMessage([NSString
+            stringWithFormat:
+                @"CIVectorQOR.FromNumbers: expected a number after %u numbers, found \"%@\"; no vector was created",
+                static_cast<unsigned>(count), rest]);
+        return nullptr;
+    }
+    return NewValueObject("CIVectorQOR", [CIVector vectorWithValues:static_cast<const CGFloat*>([numbers bytes])
+                                                              count:count]);
 }
 
 std::int32_t GetCount(ZEVAobjectStruct* self) { return static_cast<std::int32_t>([VectorOf(self) count]); }
 
 // Raises for an index outside the vector.
 double ValueAt(ZEVAobjectStruct* self, std::int32_t index) {
-    double result = 0;
-    Guarded([&] {
-        const std::int32_t count = GetCount(self);
-        if (index < 0 || index >= count) {
-            return RaiseWithMessage([NSString stringWithFormat:@"CIVectorQOR.ValueAt: index %d is outside 0...%d",
-                                                               static_cast<int>(index), static_cast<int>(count - 1)]);
-        }
-        result = [VectorOf(self) valueAtIndex:static_cast<size_t>(index)];
-    });
-    return result;
+    const std::int32_t count = GetCount(self);
+    if (index >= 0 && index < count) return [VectorOf(self) valueAtIndex:static_cast<size_t>(index)];
+    RaiseWithMessage([NSString stringWithFormat:@"CIVectorQOR.ValueAt: index %d is outside 0...%d",
+                                                static_cast<int>(index), static_cast<int>(count - 1)]);
+    return 0;
 }
 
 // The numbers by name; 0 for a missing one. The third and the fourth are also the width and height of a rectangle.

@@ -6,7 +6,8 @@
 // conversions: filters receive the numbers stored in the bitmaps, and the result holds numbers of the same kind.
 // Colors set on filters are linear light even then.
 //
-// Failure: null for an empty or infinite rectangle and when memory is short; nothing is printed. CIEngineFailure says why.
+// Failure: null for an empty or infinite rectangle and when memory is short; nothing is printed. CIEngineFailure says
+//          why.
 // Threads: a context is immutable and may be used on any thread.
 
 #pragma once

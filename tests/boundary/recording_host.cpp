@@ -3,6 +3,7 @@
 #include "tests/boundary/recording_host.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <utility>
 
@@ -69,7 +70,7 @@ struct ServiceEffect<service::PluginRegisterClass> {
         const ZEVAclassDefinitionDownLevel& record = definition->record;
         KeepTables(record);
         current->classes.push_back({definition, static_cast<std::int32_t>(record.version), record.className,
-                                    record.superclassName, MethodsOf(record)});
+                                    record.superclassName != nullptr ? record.superclassName : "", MethodsOf(record)});
     }
 };
 
@@ -87,6 +88,26 @@ struct ServiceEffect<service::ZEVABuildString> {
 template <>
 struct ServiceEffect<service::ZEVASetStringEncoding> {
     static void Do(ZEVAstringStruct* string, std::uint32_t encoding) { string->encoding = encoding; }
+};
+
+template <>
+struct ServiceEffect<service::PluginGetStringData> {
+    static std::int32_t Do(ZEVAstringStruct* string, ZEVAstringData* data) {
+        const std::size_t length = string->bytes.size();
+        data->bytes = std::memcpy(std::malloc(length + 1), string->bytes.data(), length);
+        data->hostWords[kStringDataLength] = static_cast<ZEVAword>(length);
+        data->hostWords[kStringDataEncoding] = static_cast<ZEVAword>(string->encoding);
+        ++current->lentStrings;
+        return 1;
+    }
+};
+
+template <>
+struct ServiceEffect<service::PluginDisposeStringData> {
+    static void Do(ZEVAstringData* data) {
+        std::free(data->bytes);
+        --current->lentStrings;
+    }
 };
 
 template <>
@@ -212,7 +233,7 @@ ZEVAentry RecordingHost::Resolve(const char* name) {
     if (fault.missingLookups == kAlways || lookup <= fault.missingLookups) return nullptr;
     if (!current->version && std::strcmp(name, service::ZEVAGetZVVersion::kName) == 0) return nullptr;
     for (const NamedService& service : kServices) {
-        if (service.users == service::Users::kCompanion) continue;
+        if ((static_cast<int>(service.users) & static_cast<int>(current->users)) == 0) continue;
         if (std::strcmp(service.name, name) == 0) return service.entry;
     }
     return nullptr;

@@ -1,5 +1,5 @@
-// recording_host.h - a host made for tests: it offers each service that the filter module uses, keeps its own simple
-// objects, and logs every call that reaches it, in order.
+// recording_host.h - a host made for tests: it offers each service that the module under test uses, keeps its own
+// simple objects, and logs every call that reaches it, in order.
 //
 // There is one log for everything. Recording Objective-C objects (recording_objects.h) write into it too, so that a
 // test can compare the whole conversation of one call with the expected order.
@@ -26,6 +26,7 @@
 #include "interface/entry_point.h"
 #include "interface/handles.h"
 #include "interface/host_version.h"
+#include "interface/services.h"
 #include "interface/tables.h"
 #include "interface/word.h"
 
@@ -103,13 +104,14 @@ class RecordingHost {
     ZEVAobjectStruct* NewObject(const char* className);
     ZEVAmemoryBlockStruct* NewBlock(std::int32_t size);
 
-    std::optional<double> version = kNewestHostVersion;  // none: the host lacks ZEVAGetZVVersion
-    std::map<std::string, Fault> faults;                 // by service name
-    std::map<std::string, Raise> messageFaults;          // by log line: "[filter valueForKey:inputRadius]"
-    std::set<std::string> nilReplies;                    // log lines of messages that reply nil, null or 0
-    std::vector<std::string> unknownClasses;             // class names that PluginNewInstance refuses
-    bool setsCoreFoundationTag = true;                   // whether new wrappers get their tag
-    bool blocksHaveBytes = true;                         // whether memoryBlockGetPtr returns an address
+    service::Users users = service::Users::kFilterModule;  // whose services are offered
+    std::optional<double> version = kNewestHostVersion;    // none: the host lacks ZEVAGetZVVersion
+    std::map<std::string, Fault> faults;                   // by service name
+    std::map<std::string, Raise> messageFaults;            // by log line: "[filter valueForKey:inputRadius]"
+    std::set<std::string> nilReplies;                      // log lines of messages that reply nil, null or 0
+    std::vector<std::string> unknownClasses;               // class names that PluginNewInstance refuses
+    bool setsCoreFoundationTag = true;                     // whether new wrappers get their tag
+    bool blocksHaveBytes = true;                           // whether memoryBlockGetPtr returns an address
 
     std::vector<std::int32_t> announcedVersions;
     std::vector<RegisteredClass> classes;
@@ -117,6 +119,7 @@ class RecordingHost {
     std::vector<std::unique_ptr<ZEVAobjectStruct>> objects;
     std::vector<std::unique_ptr<ZEVAstringStruct>> strings;
     std::vector<std::unique_ptr<ZEVAmemoryBlockStruct>> blocks;
+    int lentStrings = 0;  // string bytes that have not been given back
 
     // Called for each object that the host makes, to set fields as a constructor might.
     void (*onNewObject)(ZEVAobjectStruct* made) = nullptr;

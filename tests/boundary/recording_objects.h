@@ -7,6 +7,7 @@
 
 #include "tests/boundary/foreign_exception.h"
 #include "tests/boundary/recording_host.h"
+#include "tests/boundary/thrown_object.h"
 
 // Stands for a filter, a value or a dictionary.
 //
@@ -46,15 +47,6 @@ ZEVAobjectStruct MakeFilterObject(id filter);
 
 // A key made at run time, so that its address differs from that of any constant.
 NSString* Key(const char* text);
-
-// The Objective-C object that the work threw, or nil. The test's own exception frame encloses the work, so a frame that
-// the module left behind or removed is noticed.
-id ThrownBy(void (*work)(void* context), void* context);
-
-template <typename Work>
-id ThrownBy(Work work) {
-    return ThrownBy([](void* context) { (*static_cast<Work*>(context))(); }, &work);
-}
 
 // Redirects NSLog into the current host's log, as "NSLog " and the text, during its lifetime.
 class CapturedLog {

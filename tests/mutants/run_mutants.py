@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Applies each fault of mutants.toml to the module's sources, one at a time; the boundary tests must catch it.
+"""Applies each fault of mutants.toml to the modules' sources, one at a time; the tests of the boundary, the companion
+or the exception frames must catch it.
 
 Usage: run_mutants.py PRESET...
 
@@ -19,7 +20,12 @@ import tomllib
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 WORK = ROOT / "build" / "mutants"
 SOURCE = WORK / "source"
-TARGETS = ["zeva_filters", "zeva_probe", "zeva_boundary_test"]
+TARGETS = ["zeva_boundary_test"]
+# What tests the files of other folders than the filter module's.
+SUITES = {
+    "companion/": ["zeva_companion_fault_test", "zeva_companion_test"],
+    "platform/ExceptionFrames/": ["zeva_exception_frames_test", "zeva_boundary_test"],
+}
 TIMEOUT = 120  # seconds per test run; a passing run takes a few seconds
 
 
@@ -48,6 +54,11 @@ def copy_sources():
         link.symlink_to(ROOT / "build" / "sysroot-i386")
 
 
+def suites_for(file):
+    """The test programs, as targets, that must catch a fault in the file."""
+    return next((targets for folder, targets in SUITES.items() if file.startswith(folder)), TARGETS)
+
+
 class Preset:
     """A CMake preset: configures, builds and tests the copy in a build folder of its own."""
 
@@ -58,17 +69,19 @@ class Preset:
     def configure(self):
         return run("cmake", "--preset", self.name, "-B", self.folder)
 
-    def build(self):
-        return run("cmake", "--build", self.folder, "--target", *TARGETS)
+    def build(self, targets):
+        return run("cmake", "--build", self.folder, "--target", *targets)
 
-    def first_failure(self):
+    def first_failure(self, targets):
         """Returns the name of the first failed test, a note about a crash, or None when all tests pass."""
-        status, output = run(self.folder / "bin" / "boundary_test", "--gtest_color=no", timeout=TIMEOUT)
-        if status == 0:
-            return None
-        failed = re.search(r"\[  FAILED  \] ([^\s,]+)", output)
-        running = re.findall(r"\[ RUN      \] (\S+)", output)
-        return failed[1] if failed else f"crash in {running[-1] if running else 'start'}"
+        for target in targets:
+            program = self.folder / "bin" / target.removeprefix("zeva_")
+            status, output = run(program, "--gtest_color=no", timeout=TIMEOUT)
+            if status != 0:
+                failed = re.search(r"\[  FAILED  \] ([^\s,]+)", output)
+                running = re.findall(r"\[ RUN      \] (\S+)", output)
+                return failed[1] if failed else f"crash in {running[-1] if running else 'start'}"
+        return None
 
 
 def catch(mutant, preset):
@@ -81,12 +94,13 @@ def catch(mutant, preset):
     if text.count(mutant["find"]) != 1:
         return f"not applied: its text occurs {text.count(mutant['find'])} times in the file, expected 1", False
     path.write_text(text.replace(mutant["find"], mutant["put"]))
+    targets = suites_for(mutant["file"])
     try:
-        status, output = preset.build()
+        status, output = preset.build(targets)
         if status != 0:
             error = re.search(r"error: .*", output)
             return f"not built: {error[0] if error else output[-200:]}", False
-        caught = preset.first_failure()
+        caught = preset.first_failure(targets)
         return (caught, True) if caught else ("NOT CAUGHT", False)
     finally:
         path.write_text(text)
@@ -103,12 +117,14 @@ def main(names):
     copy_sources()
     presets = [Preset(name) for name in names]
     for preset in presets:
-        for step in (preset.configure, preset.build):
+        targets = {target for mutant in mutants if mutant.get("width", preset.name) == preset.name
+                   for target in suites_for(mutant["file"])}
+        for step in (preset.configure, lambda: preset.build(targets)):
             status, output = step()
             if status != 0:
                 print(output[-2000:], file=sys.stderr)
                 return 1
-        if (failure := preset.first_failure()) is not None:
+        if (failure := preset.first_failure(targets)) is not None:
             print(f"{preset.name}: the tests fail without a fault: {failure}", file=sys.stderr)
             return 1
     missed = caught = 0

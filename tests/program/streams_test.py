@@ -252,8 +252,8 @@ class ExitStatusTest(ZevaTest):
 
     def test_128_and_the_number_of_the_signal(self):
         (self.folder / "loop.lua").write_text("while true do print(1) end")
-        script = f"('{ZEVA}' run loop.lua; echo $? >status) | head -1"
-        subprocess.run(["bash", "-c", script], cwd=self.folder, capture_output=True, timeout=60, restore_signals=True)
+        script = f"(timeout -s KILL 60 '{ZEVA}' run loop.lua; echo $? >status) | head -1"
+        subprocess.run(["bash", "-c", script], cwd=self.folder, capture_output=True, restore_signals=True)
         self.assertEqual((self.folder / "status").read_text(), "141\n")
 
 
