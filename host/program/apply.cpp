@@ -154,7 +154,10 @@ void Save(Host& host, const ObjectReference& image, const std::string& output, c
     report("write", output + ", " + ExtentText(host, image));
 }
 
-bool IsFolder(const std::string& output) { return output.ends_with('/') || std::filesystem::is_directory(output); }
+bool IsFolder(const std::string& output) {
+    std::error_code error;
+    return output.ends_with('/') || std::filesystem::is_directory(output, error);
+}
 
 // Creates the folder of the results, unless it exists and can be written to.
 void CreateFolder(const std::string& folder) {
@@ -187,16 +190,17 @@ std::vector<std::string> TargetsInFolder(const std::string& folder, const std::v
 }
 
 // The files that the command reads.
-std::vector<std::string> InputFiles(const Recipe& recipe) {
+std::vector<std::string> InputFiles(const ProgramOptions& options, const Recipe& recipe) {
     std::vector<std::string> files = FilesOfSettings(recipe);
     files.insert(files.begin(), recipe.inputs.begin(), recipe.inputs.end());
+    if (!options.module.empty()) files.push_back(options.module);
     return files;
 }
 
 // Throws UsageError when a result would overwrite a file that the command reads, or another result.
-void ProtectInputs(const Recipe& recipe, const std::vector<std::string>& targets) {
+void ProtectInputs(const std::vector<std::string>& inputs, const std::vector<std::string>& targets) {
     ProtectedFiles files;
-    for (const std::string& file : InputFiles(recipe)) files.Add(file);
+    for (const std::string& input : inputs) files.Add(input);
     for (const std::string& target : targets) files.AddOutput(target, "a result", "nothing was written");
 }
 
@@ -207,8 +211,8 @@ void ApplyToOne(const ProgramOptions& options, const ApplyRequest& request, cons
     const std::string input = recipe.inputs.empty() ? "" : recipe.inputs[0];
     const bool isIntoFolder = !input.empty() && IsFolder(request.output);
     const std::string output = isIntoFolder ? TargetsInFolder(request.output, recipe.inputs)[0] : request.output;
-    ProtectInputs(recipe, {output});
-    std::vector<std::string> files = InputFiles(recipe);
+    std::vector<std::string> files = InputFiles(options, recipe);
+    ProtectInputs(files, {output});
     files.push_back(output);
     const auto host = MakeHost(options, files);
     report("load", std::to_string(host->Modules().size()) + " modules, " +
@@ -256,7 +260,7 @@ int ApplyToMany(const ProgramOptions& options, const ApplyRequest& request, cons
         throw HostError(request.output, std::to_string(recipe.inputs.size()) + " inputs need an output folder");
     }
     const std::vector<std::string> targets = TargetsInFolder(request.output, recipe.inputs);
-    ProtectInputs(recipe, targets);
+    ProtectInputs(InputFiles(options, recipe), targets);
     CheckInWorker(options, request, recipe);
     CreateFolder(request.output);
     Progress progress(targets.size(), options.isQuiet);

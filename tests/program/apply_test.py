@@ -140,6 +140,12 @@ class ApplyTest(ZevaTest):
             2, "CIImageQOR.Save: the path is empty; nothing was written", "apply", "Bloom", self.photo, "-o", ""
         )
 
+    def test_a_name_that_is_too_long_is_refused(self):
+        for name in ("n" * 252 + ".png", "n" * 252 + ".png/"):
+            result = self.zeva("apply", "Bloom", self.photo, "-o", name)
+            self.assertEqual(result.returncode, 2)
+            self.assertRegex(result.stderr, r"file name too long\)?; nothing was written\n$")
+
     def test_a_folder_that_cannot_be_created_is_refused(self):
         self.assert_fails(
             2,

@@ -149,6 +149,13 @@ class ProtectionTest(ZevaTest):
                 *("apply", "ColorInvert", self.photo, "-o", output),
             )
 
+    def test_the_output_may_not_be_the_module(self):
+        self.assert_fails(
+            2,
+            "photo.png: a result would overwrite it; nothing was written",
+            *("apply", "CheckerboardGenerator", "--rect", "0,0,9,9", "--module", "photo.png", "-o", "hard.png"),
+        )
+
     def test_the_output_may_not_be_a_file_of_a_setting(self):
         mask = ["BlendWithMask", "inputMaskImage=photo.png"]
         cube = ["ColorInvert", "+", "ColorCube", "inputCubeData=@photo.png"]
