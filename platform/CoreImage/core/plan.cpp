@@ -112,7 +112,6 @@ struct Part {
 class Plan {
   public:
     explicit Plan(const Wanted& wanted);
-    ~Plan() { current_ = outer_; }
     Plan(const Plan&) = delete;
 
     // Makes all stages, and returns that of the whole.
@@ -137,6 +136,14 @@ class Plan {
     };
     using Parts = std::vector<std::unique_ptr<Part>>;
 
+    // Restores the plan of the thread, also when the constructor throws.
+    struct Scope {
+        Plan* outer;
+        explicit Scope(Plan* plan) : outer(std::exchange(current_, plan)) {}
+        ~Scope() { current_ = outer; }
+        Scope(const Scope&) = delete;
+    };
+
     void AskFor(Part* user, const Wanted& wanted, double pixels, bool isAtOnce);
     void AskForNeeds(Part& part);
     void MakeParts(const Image* image, const std::vector<Asked>& asked);
@@ -145,7 +152,7 @@ class Plan {
 
     static thread_local Plan* current_;
 
-    Plan* outer_;
+    Scope scope_;
     std::unordered_map<const Image*, std::vector<Asked>> asked_;
     std::priority_queue<std::pair<int, const Image*>> next_;  // to be asked for needs, the deepest first
     std::unordered_map<const Image*, Parts> parts_;
@@ -155,7 +162,7 @@ class Plan {
 
 thread_local Plan* Plan::current_ = nullptr;
 
-Plan::Plan(const Wanted& wanted) : outer_(std::exchange(current_, this)) {
+Plan::Plan(const Wanted& wanted) : scope_(this) {
     AskFor(nullptr, wanted, PixelCount(wanted.region), /*isAtOnce=*/true);
     while (!next_.empty()) {
         const Image* image = next_.top().second;
@@ -229,7 +236,7 @@ void Plan::AskForNeeds(Part& part) {
             continue;
         }
         // What is prepared for an image above this one is used as it is.
-        const bool isPrepared = outer_ != nullptr && outer_->Find(wanted, /*isLast=*/false);
+        const bool isPrepared = scope_.outer != nullptr && scope_.outer->Find(wanted, /*isLast=*/false);
         if (!isPrepared) AskFor(&part, wanted, pixels, need.isAtOnce);
     }
 }
@@ -284,7 +291,7 @@ std::optional<Prepared> Plan::Find(const Wanted& wanted, bool isLast) {
             return prepared.Inside(Extent::Of(wanted.region));
         }
     }
-    return outer_ == nullptr ? std::nullopt : outer_->Find(wanted, /*isLast=*/false);
+    return scope_.outer == nullptr ? std::nullopt : scope_.outer->Find(wanted, /*isLast=*/false);
 }
 
 // Whether an image has inputs that somebody else might use, too.
