@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "bridge/guard.h"
 #include "companion/host_bytes.h"
@@ -20,16 +21,45 @@ namespace {
 
 constexpr std::size_t kComponents = 4;
 
-// Renders the extent of an image in a color space; null means sRGB. Returns why that failed, or nil. The caller owns
-// one reference to the bitmap.
-NSString* Render(CIImage* image, CGColorSpaceRef space, CGImageRef* bitmap) {
+// A big-endian number of four bytes.
+std::size_t CountAt(const std::uint8_t* bytes) {
+    std::size_t count = 0;
+    for (int index = 0; index < 4; ++index) count = count * 256 + bytes[index];
+    return count;
+}
+
+// The color space of an object; null for nil.
+CGColorSpaceRef SpaceIn(ZEVAobjectStruct* object) {
+    CFTypeRef wrapped = object != nullptr ? reinterpret_cast<CoreFoundationObject*>(object)->wrapped : nullptr;
+    return static_cast<CGColorSpaceRef>(const_cast<void*>(wrapped));
+}
+
+// Whether the profile of a space consists of a curve for each color and a matrix: it has the tag of the matrix's first
+// column and no table. The tags of a profile begin after its header: their number, then 12 bytes each.
+bool IsMatrixSpace(CGColorSpaceRef space) {
+    if (CGColorSpaceGetModel(space) != kCGColorSpaceModelRGB) return false;
+    NSData* profile = [(NSData*)CGColorSpaceCopyICCData(space) autorelease];
+    constexpr std::size_t kHeader = 128, kEntry = 12;
+    const auto* bytes = static_cast<const std::uint8_t*>([profile bytes]);
+    bool hasMatrix = false, hasTable = false;
+    for (std::size_t entry = kHeader + 4; entry + kEntry <= [profile length]; entry += kEntry) {
+        if (entry >= kHeader + 4 + kEntry * CountAt(bytes + kHeader)) break;
+        hasMatrix = hasMatrix || std::memcmp(bytes + entry, "rXYZ", 4) == 0;
+        hasTable = hasTable || std::memcmp(bytes + entry, "A2B", 3) == 0;
+    }
+    return hasMatrix && !hasTable;
+}
+
+// Renders the extent of an image in a color space; null means sRGB. The options are those of the context. Returns why
+// that failed, or nil. The caller owns one reference to the bitmap.
+NSString* Render(CIImage* image, CGColorSpaceRef space, CGImageRef* bitmap, NSDictionary* options = nil) {
     const CGRect extent = [image extent];
     if (image == nil || CGRectIsEmpty(extent)) return @"the image is empty";
     if (CGRectIsInfinite(extent)) return @"the image is infinite, crop it first";
     if (space != nullptr && CGColorSpaceGetModel(space) != kCGColorSpaceModelRGB) {
         return @"the color space is not RGB";
     }
-    CIContext* context = [CIContext contextWithOptions:nil];
+    CIContext* context = [CIContext contextWithOptions:options];
     *bitmap = space == nullptr ? [context createCGImage:image fromRect:extent]
                                : [context createCGImage:image fromRect:extent format:kCIFormatRGBA8 colorSpace:space];
     if (*bitmap != nullptr) return nil;
@@ -44,13 +74,14 @@ NSString* ObstacleInQuality(NSNumber* quality) {
     return [NSString stringWithFormat:@"the quality %g is outside 0...1", value];
 }
 
-void Save(ZEVAobjectStruct* self, ZEVAstringStruct* path, NSNumber* quality, CGColorSpaceRef space, NSString* member) {
+void Save(ZEVAobjectStruct* self, ZEVAstringStruct* path, NSNumber* quality, CGColorSpaceRef space, NSString* member,
+          NSDictionary* options = nil) {
     NSString* text = TextOf(path);
     if ([text length] == 0) return RaiseAbout(member, @"the path is empty", @"nothing was written");
     CGImageRef bitmap = nullptr;
     NSString* reason = ObstacleInQuality(quality);
     if (reason == nil) reason = ObstacleToWriting(text);
-    if (reason == nil) reason = Render(WrappedIn(self), space, &bitmap);
+    if (reason == nil) reason = Render(WrappedIn(self), space, &bitmap, options);
     if (reason == nil) reason = WriteImageFile(text, bitmap, quality);
     CGImageRelease(bitmap);
     if (reason != nil) RaiseAbout(text, reason, @"nothing was written");
@@ -127,10 +158,22 @@ void SaveImageWithQuality(ZEVAobjectStruct* self, ZEVAstringStruct* path, double
 void SaveImageInSpace(ZEVAobjectStruct* self, ZEVAstringStruct* path, double quality, ZEVAobjectStruct* space) {
     Guarded([&] {
         NSString* const member = @"CIImageQOR.SaveInSpace";
-        CFTypeRef wrapped = space != nullptr ? reinterpret_cast<CoreFoundationObject*>(space)->wrapped : nullptr;
-        if (wrapped == nullptr) return RaiseAbout(member, @"the color space is nil", @"nothing was written");
-        Save(self, path, [NSNumber numberWithDouble:quality], static_cast<CGColorSpaceRef>(const_cast<void*>(wrapped)),
-             member);
+        if (SpaceIn(space) == nullptr) return RaiseAbout(member, @"the color space is nil", @"nothing was written");
+        Save(self, path, [NSNumber numberWithDouble:quality], SpaceIn(space), member);
+    });
+}
+
+void SaveImageInWorkingSpace(ZEVAobjectStruct* self, ZEVAstringStruct* path, ZEVAobjectStruct* workingSpace) {
+    Guarded([&] {
+        NSString* const member = @"CIImageQOR.SaveInWorkingSpace";
+        CGColorSpaceRef space = SpaceIn(workingSpace);
+        if (space != nullptr && !IsMatrixSpace(space)) {
+            return RaiseAbout(member, @"the working space is not an RGB profile of curves and a matrix",
+                              @"nothing was written");
+        }
+        id working = space != nullptr ? (id)space : [NSNull null];
+        Save(self, path, nil, nullptr, member,
+             [NSDictionary dictionaryWithObject:working forKey:kCIContextWorkingColorSpace]);
     });
 }
 

@@ -7,8 +7,11 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <functional>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <string>
@@ -23,6 +26,7 @@
 #include "host/recipe/recipe.h"
 #include "host/recipe/setting_value.h"
 #include "host/runtime/errors.h"
+#include "host/runtime/memory_block.h"
 
 namespace {
 
@@ -35,8 +39,9 @@ using std::filesystem::path;
 struct ApplyRequest {
     std::vector<std::string> words;  // filters, settings and inputs
     std::string output;
-    std::string rectangle;  // "X,Y,W,H"; empty for the extent of the result
-    bool keepSize = false;  // crop the result to the extent of the input
+    std::string rectangle;     // "X,Y,W,H"; empty for the extent of the result
+    std::string workingSpace;  // linear, none or a profile; empty for linear
+    bool keepSize = false;     // crop the result to the extent of the input
 };
 
 // Called after each step with its result.
@@ -111,6 +116,30 @@ ObjectReference Framed(Host& host, const ApplyRequest& request, const Value& inp
     return image;
 }
 
+// The space that filters work in, nil for none. Not for linear light.
+Value WorkingSpace(Host& host, const std::string& name) {
+    if (name == "none") return {};
+    std::ifstream file(name, std::ios::binary);
+    const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+    if (bytes.empty()) {
+        throw HostError("--working-space", "'" + name + "' is not a file, expected linear, none or an ICC profile");
+    }
+    const ObjectReference block = host::NewMemoryBlock(static_cast<std::int32_t>(bytes.size()));
+    std::memcpy(reinterpret_cast<ZEVAmemoryBlockStruct*>(block.Get())->bytes, bytes.data(), bytes.size());
+    const Value profile[] = {block};
+    return host.CallShared("CGColorSpaceQOR", "FromProfile", profile);
+}
+
+void Save(Host& host, const ObjectReference& image, const std::string& output, const std::string& workingSpace) {
+    if (workingSpace.empty() || workingSpace == "linear") {
+        const Value target[] = {host::TextValue(output)};
+        host.Call(image.Get(), "Save", target);
+        return;
+    }
+    const Value arguments[] = {host::TextValue(output), WorkingSpace(host, workingSpace)};
+    host.Call(image.Get(), "SaveInWorkingSpace", arguments);
+}
+
 // Applies the filters to one picture, or to none when the input is empty. On failure the output file is unchanged.
 void Process(Host& host, const ApplyRequest& request, const Recipe& recipe, const std::string& input,
              const std::string& output, const StepReport& report) {
@@ -128,8 +157,7 @@ void Process(Host& host, const ApplyRequest& request, const Recipe& recipe, cons
         image = result;
     }
     const ObjectReference result = Framed(host, request, opened, std::get<ObjectReference>(image));
-    const Value target[] = {host::TextValue(output)};
-    host.Call(result.Get(), "Save", target);
+    Save(host, result, output, request.workingSpace);
     report("write", output + ", " + ExtentText(host, result));
 }
 
@@ -241,6 +269,9 @@ Command ApplyCommand() {
                  .target = &request->keepSize,
                  .help = "write the part inside the extent of the input",
                  .excludes = "--rect"},
+                {"--working-space", &request->workingSpace,
+                 "the numbers that filters work on: linear (light, the default), none (those of the files) or FILE.icc "
+                 "(an RGB profile of curves and a matrix)"},
             },
         .run = [request](const ProgramOptions& options) { return Apply(options, *request); },
         .usage = "zeva apply FILTER [KEY=VALUE ...] [+ FILTER [KEY=VALUE ...] ...] [IN ...] -o OUT|DIR",

@@ -16,14 +16,16 @@
 #import <Foundation/Foundation.h>
 
 // The options of a context: the space of bitmaps that it creates, sRGB by default; and the working space of filters,
-// which NSNull switches off. Any other working space is ignored: filters work in linear light with the primaries of
-// sRGB.
+// which NSNull switches off. Filters work on the numbers of the working space, which by default is linear light with the
+// primaries of sRGB. A working space that is not of red, green and blue is ignored. Colors set on filters are linear
+// light in any working space.
 CG_EXTERN NSString* const kCIContextOutputColorSpace;
 CG_EXTERN NSString* const kCIContextWorkingColorSpace;
 
 @interface CIContext : NSObject {
   @private
     CGColorSpaceRef _outputSpace;
+    CGColorSpaceRef _workingSpace;
     BOOL _isMatching;
 }
 

@@ -33,12 +33,23 @@ NSString* const kCIContextWorkingColorSpace = @"working_color_space";
     const bool isSpace = output != nil && output != [NSNull null];
     context->_outputSpace =
         isSpace ? CGColorSpaceRetain((CGColorSpaceRef)output) : CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
-    context->_isMatching = [options objectForKey:kCIContextWorkingColorSpace] != [NSNull null];
+    id working = [options objectForKey:kCIContextWorkingColorSpace];
+    context->_isMatching = working != [NSNull null];
+    const bool isWorkingSpace = working != nil && context->_isMatching &&
+                                CGColorSpaceGetModel((CGColorSpaceRef)working) == kCGColorSpaceModelRGB;
+    context->_workingSpace = isWorkingSpace ? CGColorSpaceRetain((CGColorSpaceRef)working) : nullptr;
     return context;
+}
+
+// How colors are converted for a bitmap in a coding.
+- (core_image::Output)outputOf:(const core_image::SpaceCoding&)coding {
+    const core_image::SpaceCoding working = core_image::CodingOfSpace(_workingSpace);
+    return {coding.profile, (bool)_isMatching, working.transfer, working.profile};
 }
 
 - (void)dealloc {
     CGColorSpaceRelease(_outputSpace);
+    CGColorSpaceRelease(_workingSpace);
     [super dealloc];
 }
 
@@ -61,7 +72,7 @@ NSString* const kCIContextWorkingColorSpace = @"working_color_space";
     destination.bytesPerRow = static_cast<std::ptrdiff_t>(bytesPerRow);
     const core_image::SpaceCoding coding = core_image::CodingOfSpace(colorSpace);
     destination.transfer = coding.transfer;
-    if (!core_image::RenderImage([image handle], region, destination, { coding.profile, (bool)_isMatching })) {
+    if (!core_image::RenderImage([image handle], region, destination, [self outputOf:coding])) {
         std::free(rows);
         return nullptr;
     }
@@ -93,7 +104,7 @@ NSString* const kCIContextWorkingColorSpace = @"working_color_space";
     const core_image::SpaceCoding coding = core_image::CodingOfSpace(colorSpace);
     destination.transfer = coding.transfer;
     // The method cannot report a failure: it returns nothing.
-    (void)core_image::RenderImage([image handle], region, destination, { coding.profile, (bool)_isMatching });
+    (void)core_image::RenderImage([image handle], region, destination, [self outputOf:coding]);
 }
 
 @end

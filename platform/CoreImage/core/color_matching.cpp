@@ -12,6 +12,20 @@ namespace core_image {
 namespace {
 
 thread_local bool isSwitchedOff = false;
+thread_local std::optional<Coding> workingCoding;
+
+// The sRGB curve, in one direction.
+class Curve : public PointFunction {
+  public:
+    explicit Curve(MatchingDirection direction) : direction_(direction) {}
+
+    void ApplyToRun(float* blocks, std::size_t count) const override {
+        (direction_ == MatchingDirection::kToLight ? DecodeRun : EncodeRun)(blocks, count);
+    }
+
+  private:
+    MatchingDirection direction_;
+};
 
 // Converts runs, and encodes the result with the sRGB curve if asked to.
 class Converting : public PointFunction {
@@ -53,7 +67,9 @@ class MatchedImage : public Image {
           seen_(MakePointImage(numbers_, std::make_unique<Converting>(toLight_, isEncoded))) {}
 
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
-        return (IsMatching() ? seen_ : numbers_)->MakeStage(region);
+        if (!WorkingCoding()) return (IsMatching() ? seen_ : numbers_)->MakeStage(region);
+        Prepared light(GetExtent(), MakePointStage(Numbers(region), std::make_unique<Converting>(toLight_, false)));
+        return MakeWorkingStage(std::move(light));
     }
 
     // Encoded with the sRGB curve, because pictures are decoded by that curve.
@@ -62,6 +78,11 @@ class MatchedImage : public Image {
     }
 
   private:
+    Prepared Numbers(const Region& region) const {
+        const WithoutMatching plain;
+        return Prepare(numbers_, region);
+    }
+
     ImageRef numbers_;
     std::shared_ptr<const ColorConversion> toLight_;
     bool isEncoded_;
@@ -78,10 +99,28 @@ ImageRef MakeConvertedImage(ImageRef image, std::shared_ptr<const ColorConversio
     return MakePointImage(std::move(image), std::make_unique<Converting>(std::move(conversion), /*encodes=*/false));
 }
 
-WithoutMatching::WithoutMatching() : before_(std::exchange(isSwitchedOff, true)) {}
+ImageRef MakeDecodedImage(ImageRef numbers, const Coding& toLight) {
+    if (toLight.conversion != nullptr) return MakeConvertedImage(std::move(numbers), toLight.conversion);
+    if (toLight.transfer == Transfer::kLinear) return numbers;
+    return MakePointImage(std::move(numbers), std::make_unique<Curve>(MatchingDirection::kToLight));
+}
 
-WithoutMatching::~WithoutMatching() { isSwitchedOff = before_; }
+WithoutMatching::WithoutMatching(std::optional<Coding> fromLight)
+    : before_(std::exchange(isSwitchedOff, true)), codingBefore_(std::exchange(workingCoding, std::move(fromLight))) {}
+
+WithoutMatching::~WithoutMatching() {
+    isSwitchedOff = before_;
+    workingCoding = std::move(codingBefore_);
+}
 
 bool IsMatching() { return !isSwitchedOff; }
+
+const std::optional<Coding>& WorkingCoding() { return workingCoding; }
+
+std::unique_ptr<const Stage> MakeWorkingStage(Prepared light) {
+    if (workingCoding->conversion != nullptr)
+        return MakePointStage(std::move(light), std::make_unique<Converting>(workingCoding->conversion, false));
+    return MakePointStage(std::move(light), std::make_unique<Curve>(MatchingDirection::kFromLight));
+}
 
 }  // namespace core_image
