@@ -295,8 +295,8 @@ TEST(ColorMatchingTest, MovedPicturesAreInterpolatedInTheWorkingSpace) {
                                                size:CGSizeMake(2, 1)
                                              format:kCIFormatRGBA8
                                          colorSpace:Named(kCGColorSpaceSRGB)];
-    CIImage* moved = [[picture imageByApplyingTransform:{1, 0, 0, 1, (CGFloat)0.5, 0}]
-        imageByCroppingToRect:CGRectMake(1, 0, 1, 1)];
+    CIImage* moved =
+        [[picture imageByApplyingTransform:{1, 0, 0, 1, (CGFloat)0.5, 0}] imageByCroppingToRect:CGRectMake(1, 0, 1, 1)];
     const std::vector<std::uint8_t> pixel = BytesWorkingIn(kCGColorSpaceSRGB, kCGColorSpaceSRGB, moved);
     EXPECT_NEAR(pixel[0], 128, 1);
     EXPECT_EQ(pixel[3], 255);

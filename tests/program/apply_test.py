@@ -135,8 +135,8 @@ class ApplyTest(ZevaTest):
         profile.write_bytes(profile.read_bytes().replace(b"cprt", b"A2B0"))
         self.assert_fails(
             1,
-            "CIImageQOR.SaveInWorkingSpace: the working space is not an RGB profile of curves and a matrix; nothing was "
-            "written",
+            "CIImageQOR.SaveInWorkingSpace: the working space is not an RGB profile of curves and a matrix; "
+            "nothing was written",
             *apply,
             profile,
         )
