@@ -198,6 +198,7 @@ ZEVAmethod methods[] = {
     COMPANION_METHOD("Save(path as string)", SaveImage),
     COMPANION_METHOD("SaveWithQuality(path as string, quality as double)", SaveImageWithQuality),
     COMPANION_METHOD("SaveInSpace(path as string, quality as double, space as CGColorSpaceQOR)", SaveImageInSpace),
+    COMPANION_METHOD("SaveInWorkingSpace(path as string, workingSpace as CGColorSpaceQOR)", SaveImageInWorkingSpace),
     COMPANION_METHOD("ToPNG() as memoryblock", ImageToPNG),
     COMPANION_METHOD("ToJPEG(quality as double) as memoryblock", ImageToJPEG),
     COMPANION_METHOD("Pixels(rectangle as CIVectorQOR) as memoryblock", ImagePixels),

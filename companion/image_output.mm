@@ -10,6 +10,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "bridge/guard.h"
 #include "companion/host_bytes.h"
@@ -22,6 +23,35 @@ namespace {
 
 constexpr std::size_t kComponents = 4;
 
+// A big-endian number of four bytes.
+std::size_t CountAt(const std::uint8_t* bytes) {
+    std::size_t count = 0;
+    for (int index = 0; index < 4; ++index) count = count * 256 + bytes[index];
+    return count;
+}
+
+// The color space of an object; null for nil.
+CGColorSpaceRef SpaceIn(ZEVAobjectStruct* object) {
+    CFTypeRef wrapped = object != nullptr ? reinterpret_cast<CoreFoundationObject*>(object)->wrapped : nullptr;
+    return static_cast<CGColorSpaceRef>(const_cast<void*>(wrapped));
+}
+
+// Whether the profile of a space consists of a curve for each color and a matrix: it has the tag of the matrix's first
+// column and no table. The tags of a profile begin after its header: their number, then 12 bytes each.
+bool IsMatrixSpace(CGColorSpaceRef space) {
+    if (CGColorSpaceGetModel(space) != kCGColorSpaceModelRGB) return false;
+    NSData* profile = [(NSData*)CGColorSpaceCopyICCData(space) autorelease];
+    constexpr std::size_t kHeader = 128, kEntry = 12;
+    const auto* bytes = static_cast<const std::uint8_t*>([profile bytes]);
+    bool hasMatrix = false, hasTable = false;
+    for (std::size_t entry = kHeader + 4; entry + kEntry <= [profile length]; entry += kEntry) {
+        if (entry >= kHeader + 4 + kEntry * CountAt(bytes + kHeader)) break;
+        hasMatrix = hasMatrix || std::memcmp(bytes + entry, "rXYZ", 4) == 0;
+        hasTable = hasTable || std::memcmp(bytes + entry, "A2B", 3) == 0;
+    }
+    return hasMatrix && !hasTable;
+}
+
 // Returns why an image cannot be rendered in a color space, null for sRGB; nil when it can, if there is memory.
 NSString* ObstacleToRendering(CIImage* image, CGColorSpaceRef space) {
     const CGRect extent = [image extent];
@@ -32,10 +62,11 @@ NSString* ObstacleToRendering(CIImage* image, CGColorSpaceRef space) {
 }
 
 // Renders the extent of an image in a color space; null means sRGB. Returns why that failed, or nil, and stores the
-// system's error number. The caller owns one reference to the bitmap.
-NSString* Render(CIImage* image, CGColorSpaceRef space, CGImageRef* bitmap, int* errorNumber) {
+// system's error number. The options are those of the context. The caller owns one reference to the bitmap.
+NSString* Render(CIImage* image, CGColorSpaceRef space, CGImageRef* bitmap, int* errorNumber,
+                 NSDictionary* options = nil) {
     const CGRect extent = [image extent];
-    CIContext* context = [CIContext contextWithOptions:nil];
+    CIContext* context = [CIContext contextWithOptions:options];
     *bitmap = space == nullptr ? [context createCGImage:image fromRect:extent]
                                : [context createCGImage:image fromRect:extent format:kCIFormatRGBA8 colorSpace:space];
     if (*bitmap != nullptr) return nil;
@@ -50,7 +81,8 @@ NSString* ObstacleInQuality(NSNumber* quality) {
     return [NSString stringWithFormat:@"the quality %g is outside 0...1", value];
 }
 
-void Save(ZEVAobjectStruct* self, ZEVAstringStruct* path, NSNumber* quality, CGColorSpaceRef space, NSString* member) {
+void Save(ZEVAobjectStruct* self, ZEVAstringStruct* path, NSNumber* quality, CGColorSpaceRef space, NSString* member,
+          NSDictionary* options = nil) {
     NSString* const consequence = @"nothing was written";
     const char* bytes = nullptr;
     NSString* reason = PathOf(path, &bytes);
@@ -62,7 +94,7 @@ void Save(ZEVAobjectStruct* self, ZEVAstringStruct* path, NSNumber* quality, CGC
     if (reason == nil) reason = ObstacleToWriting(bytes, &errorNumber);
     if (reason == nil) reason = ObstacleToRendering(image, space);
     if (reason == nil && IsJPEG(bytes)) reason = ObstacleToJPEG([image extent].size);
-    if (reason == nil) reason = Render(image, space, &bitmap, &errorNumber);
+    if (reason == nil) reason = Render(image, space, &bitmap, &errorNumber, options);
     if (reason == nil) reason = WriteImageFile(bytes, bitmap, quality, &errorNumber);
     CGImageRelease(bitmap);
     if (reason != nil) RaiseAbout(TextOfPath(bytes), reason, consequence, errorNumber);
@@ -146,10 +178,22 @@ void SaveImageWithQuality(ZEVAobjectStruct* self, ZEVAstringStruct* path, double
 void SaveImageInSpace(ZEVAobjectStruct* self, ZEVAstringStruct* path, double quality, ZEVAobjectStruct* space) {
     Guarded([&] {
         NSString* const member = @"CIImageQOR.SaveInSpace";
-        CFTypeRef wrapped = space != nullptr ? reinterpret_cast<CoreFoundationObject*>(space)->wrapped : nullptr;
-        if (wrapped == nullptr) return RaiseAbout(member, @"the color space is nil", @"nothing was written");
-        Save(self, path, [NSNumber numberWithDouble:quality], static_cast<CGColorSpaceRef>(const_cast<void*>(wrapped)),
-             member);
+        if (SpaceIn(space) == nullptr) return RaiseAbout(member, @"the color space is nil", @"nothing was written");
+        Save(self, path, [NSNumber numberWithDouble:quality], SpaceIn(space), member);
+    });
+}
+
+void SaveImageInWorkingSpace(ZEVAobjectStruct* self, ZEVAstringStruct* path, ZEVAobjectStruct* workingSpace) {
+    Guarded([&] {
+        NSString* const member = @"CIImageQOR.SaveInWorkingSpace";
+        CGColorSpaceRef space = SpaceIn(workingSpace);
+        if (space != nullptr && !IsMatrixSpace(space)) {
+            return RaiseAbout(member, @"the working space is not an RGB profile of curves and a matrix",
+                              @"nothing was written");
+        }
+        id working = space != nullptr ? (id)space : [NSNull null];
+        Save(self, path, nil, nullptr, member,
+             [NSDictionary dictionaryWithObject:working forKey:kCIContextWorkingColorSpace]);
     });
 }
 

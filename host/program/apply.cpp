@@ -15,10 +15,15 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <functional>
+#include <iterator>
 #include <map>
 #include <memory>
+#include <new>
+#include <optional>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -33,6 +38,7 @@
 #include "host/recipe/recipe.h"
 #include "host/recipe/setting_value.h"
 #include "host/runtime/errors.h"
+#include "host/runtime/memory_block.h"
 #include "host/runtime/text.h"
 
 namespace {
@@ -46,8 +52,9 @@ using std::filesystem::path;
 struct ApplyRequest {
     std::vector<std::string> words;  // filters, settings and inputs
     std::string output;
-    std::string rectangle;  // "X,Y,W,H"; empty for the extent of the result
-    bool keepSize = false;  // crop the result to the extent of the input
+    std::string rectangle;     // "X,Y,W,H"; empty for the extent of the result
+    std::string workingSpace;  // linear, none or a profile; empty for linear
+    bool keepSize = false;     // crop the result to the extent of the input
 };
 
 // Called after each step with its result.
@@ -120,10 +127,37 @@ ObjectReference Framed(Host& host, const ApplyRequest& request, const Value& inp
     return image;
 }
 
-std::vector<PreparedStep> Prepare(Host& host, const ApplyRequest& request, const Recipe& recipe) {
+// What is the same for all pictures.
+struct Plan {
+    std::vector<PreparedStep> steps;
+    std::optional<Value> workingSpace;  // nil for none; not given for linear light
+};
+
+bool IsProfile(const std::string& workingSpace) {
+    return !(workingSpace.empty() || workingSpace == "linear" || workingSpace == "none");
+}
+
+// The space of an ICC profile.
+Value SpaceOfProfile(Host& host, const std::string& name) {
+    std::ifstream file(name, std::ios::binary);
+    const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+    if (bytes.empty()) {
+        throw HostError("--working-space", "'" + name + "' is not a file, expected linear, none or an ICC profile");
+    }
+    const ObjectReference block = host::NewMemoryBlock(static_cast<std::int32_t>(bytes.size()));
+    if (!block) throw std::bad_alloc();
+    std::memcpy(reinterpret_cast<ZEVAmemoryBlockStruct*>(block.Get())->bytes, bytes.data(), bytes.size());
+    const Value profile[] = {block};
+    return host.CallShared("CGColorSpaceQOR", "FromProfile", profile);
+}
+
+Plan Prepare(Host& host, const ApplyRequest& request, const Recipe& recipe) {
     const bool hasInput = !recipe.inputs.empty();
     if (request.keepSize && !hasInput) throw HostError("--keep-size", "there is no input picture");
-    return PrepareRecipe(host, recipe, hasInput);
+    Plan plan = {PrepareRecipe(host, recipe, hasInput), std::nullopt};
+    if (request.workingSpace == "none") plan.workingSpace = Value();
+    if (IsProfile(request.workingSpace)) plan.workingSpace = SpaceOfProfile(host, request.workingSpace);
+    return plan;
 }
 
 // The three stages of one picture, or of none when the input is empty.
@@ -136,10 +170,10 @@ Value Opened(Host& host, const std::string& input, const StepReport& report) {
     return opened;
 }
 
-ObjectReference Filtered(Host& host, const ApplyRequest& request, const std::vector<PreparedStep>& steps,
-                         const Value& opened, const StepReport& report) {
+ObjectReference Filtered(Host& host, const ApplyRequest& request, const Plan& plan, const Value& opened,
+                         const StepReport& report) {
     Value image = opened;
-    for (const PreparedStep& step : steps) {
+    for (const PreparedStep& step : plan.steps) {
         const ObjectReference result = RunStep(host, step, image);
         report("filter", StepText(step) + ", " + ExtentText(host, result));
         image = result;
@@ -148,9 +182,11 @@ ObjectReference Filtered(Host& host, const ApplyRequest& request, const std::vec
 }
 
 // On failure, an existing file is unchanged.
-void Save(Host& host, const ObjectReference& image, const std::string& output, const StepReport& report) {
-    const Value target[] = {host::TextValue(output)};
-    host.Call(image.Get(), "Save", target);
+void Save(Host& host, const Plan& plan, const ObjectReference& image, const std::string& output,
+          const StepReport& report) {
+    std::vector<Value> arguments = {host::TextValue(output)};
+    if (plan.workingSpace) arguments.push_back(*plan.workingSpace);
+    host.Call(image.Get(), plan.workingSpace ? "SaveInWorkingSpace" : "Save", arguments);
     report("write", output + ", " + ExtentText(host, image));
 }
 
@@ -190,10 +226,11 @@ std::vector<std::string> TargetsInFolder(const std::string& folder, const std::v
 }
 
 // The files that the command reads.
-std::vector<std::string> InputFiles(const ProgramOptions& options, const Recipe& recipe) {
+std::vector<std::string> InputFiles(const ProgramOptions& options, const ApplyRequest& request, const Recipe& recipe) {
     std::vector<std::string> files = FilesOfSettings(recipe);
     files.insert(files.begin(), recipe.inputs.begin(), recipe.inputs.end());
     if (!options.module.empty()) files.push_back(options.module);
+    if (IsProfile(request.workingSpace)) files.push_back(request.workingSpace);
     return files;
 }
 
@@ -211,26 +248,26 @@ void ApplyToOne(const ProgramOptions& options, const ApplyRequest& request, cons
     const std::string input = recipe.inputs.empty() ? "" : recipe.inputs[0];
     const bool isIntoFolder = !input.empty() && IsFolder(request.output);
     const std::string output = isIntoFolder ? TargetsInFolder(request.output, recipe.inputs)[0] : request.output;
-    std::vector<std::string> files = InputFiles(options, recipe);
+    std::vector<std::string> files = InputFiles(options, request, recipe);
     ProtectInputs(files, {output});
     files.push_back(output);
     const auto host = MakeHost(options, files);
     report("load", std::to_string(host->Modules().size()) + " modules, " +
                        std::to_string(host->Classes().All().size()) + " classes, host version " +
                        host::NumberText(host->Version()));
-    const auto steps = WithStatus(kWrongUsage, [&] { return Prepare(*host, request, recipe); });
+    const Plan plan = WithStatus(kWrongUsage, [&] { return Prepare(*host, request, recipe); });
     const Value opened = WithStatus(kFailed, [&] { return Opened(*host, input, report); });
     // Without a picture, only the settings can be the cause of a failure.
     const auto image = WithStatus(input.empty() ? kWrongUsage : kFailed,
-                                  [&] { return Filtered(*host, request, steps, opened, report); });
+                                  [&] { return Filtered(*host, request, plan, opened, report); });
     if (isIntoFolder) CreateFolder(request.output);
-    WithStatus(kWrongUsage, [&] { Save(*host, image, output, report); });
+    WithStatus(kWrongUsage, [&] { Save(*host, plan, image, output, report); });
 }
 
 // A worker's host and what it needs to process a picture.
 struct Worker {
     std::unique_ptr<Host> host;
-    std::vector<PreparedStep> steps;
+    Plan plan;
 };
 
 // Prepares the recipe in a process of its own. Throws a Failure with what is wrong.
@@ -238,7 +275,7 @@ void CheckInWorker(const ProgramOptions& options, const ApplyRequest& request, c
     const auto check = [&]() -> BatchJob {
         return [&](std::size_t) {
             const auto host = MakeHost(options);
-            CheckOutputs(*host, Prepare(*host, request, recipe), /*hasInput=*/true);
+            CheckOutputs(*host, Prepare(*host, request, recipe).steps, /*hasInput=*/true);
         };
     };
     std::string problem;
@@ -260,19 +297,19 @@ int ApplyToMany(const ProgramOptions& options, const ApplyRequest& request, cons
         throw HostError(request.output, std::to_string(recipe.inputs.size()) + " inputs need an output folder");
     }
     const std::vector<std::string> targets = TargetsInFolder(request.output, recipe.inputs);
-    ProtectInputs(InputFiles(options, recipe), targets);
+    ProtectInputs(InputFiles(options, request, recipe), targets);
     CheckInWorker(options, request, recipe);
     CreateFolder(request.output);
     Progress progress(targets.size(), options.isQuiet);
     const auto prepare = [&]() -> BatchJob {
         const auto worker = std::make_shared<Worker>();
         worker->host = MakeHost(options);
-        worker->steps = Prepare(*worker->host, request, recipe);
+        worker->plan = Prepare(*worker->host, request, recipe);
         return [&, worker](std::size_t i) {
             const StepReport quiet = [](auto&&...) {};
             Host& host = *worker->host;
             const Value opened = Opened(host, recipe.inputs[i], quiet);
-            Save(host, Filtered(host, request, worker->steps, opened, quiet), targets[i], quiet);
+            Save(host, worker->plan, Filtered(host, request, worker->plan, opened, quiet), targets[i], quiet);
         };
     };
     int status = kDone;
@@ -342,6 +379,9 @@ Command ApplyCommand() {
                  .target = &request->keepSize,
                  .help = "write the part inside the extent of the input",
                  .excludes = "--rect"},
+                {"--working-space", &request->workingSpace,
+                 "the numbers that filters work on: linear (light, the default), none (those of the files) or FILE.icc "
+                 "(an RGB profile of curves and a matrix)"},
             },
         .run = [request](const ProgramOptions& options) { return Apply(options, *request); },
         .usage = "zeva apply FILTER [KEY=VALUE ...] [+ FILTER [KEY=VALUE ...] ...] [IN ...] -o OUT|DIR",

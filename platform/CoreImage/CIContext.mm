@@ -34,12 +34,6 @@ void* AllocateRows(const core_image::Region& region) {
     return rows;
 }
 
-core_image::Output OutputOf(const core_image::Profile& profile, BOOL isMatching, void* budget) {
-    core_image::Output output = {profile, (bool)isMatching};
-    if (budget != nullptr) output.budget = static_cast<core_image::MemoryBudget*>(budget);
-    return output;
-}
-
 }  // namespace
 
 NSString* const kCIContextOutputColorSpace = @"output_color_space";
@@ -54,15 +48,28 @@ NSString* const kCIContextMemoryLimit = @"memory_limit";
     const bool isSpace = output != nil && output != [NSNull null];
     context->_outputSpace =
         isSpace ? CGColorSpaceRetain((CGColorSpaceRef)output) : CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
-    context->_isMatching = [options objectForKey:kCIContextWorkingColorSpace] != [NSNull null];
+    id working = [options objectForKey:kCIContextWorkingColorSpace];
+    context->_isMatching = working != [NSNull null];
+    const bool isWorkingSpace = working != nil && context->_isMatching &&
+                                CGColorSpaceGetModel((CGColorSpaceRef)working) == kCGColorSpaceModelRGB;
+    context->_workingSpace = isWorkingSpace ? CGColorSpaceRetain((CGColorSpaceRef)working) : nullptr;
     const unsigned long long megabytes = [[options objectForKey:kCIContextMemoryLimit] unsignedLongLongValue];
     if (megabytes != 0) context->_budget = new core_image::MemoryBudget(megabytes << 20);
     return context;
 }
 
+// How colors are converted for a bitmap in a coding.
+- (core_image::Output)outputOf:(const core_image::SpaceCoding&)coding {
+    const core_image::SpaceCoding working = core_image::CodingOfSpace(_workingSpace);
+    core_image::Output output = {coding.profile, (bool)_isMatching, working.transfer, working.profile};
+    if (_budget != nullptr) output.budget = static_cast<core_image::MemoryBudget*>(_budget);
+    return output;
+}
+
 - (void)dealloc {
     delete static_cast<core_image::MemoryBudget*>(_budget);
     CGColorSpaceRelease(_outputSpace);
+    CGColorSpaceRelease(_workingSpace);
     [super dealloc];
 }
 
@@ -86,8 +93,7 @@ NSString* const kCIContextMemoryLimit = @"memory_limit";
     destination.bytesPerRow = static_cast<std::ptrdiff_t>(bytesPerRow);
     const core_image::SpaceCoding coding = core_image::CodingOfSpace(colorSpace);
     destination.transfer = coding.transfer;
-    const core_image::Output output = OutputOf(coding.profile, _isMatching, _budget);
-    if (!core_image::RenderImage([image handle], region, destination, output)) {
+    if (!core_image::RenderImage([image handle], region, destination, [self outputOf:coding])) {
         std::free(rows);
         return nullptr;
     }
@@ -120,7 +126,7 @@ NSString* const kCIContextMemoryLimit = @"memory_limit";
     const core_image::SpaceCoding coding = core_image::CodingOfSpace(colorSpace);
     destination.transfer = coding.transfer;
     // The method returns nothing; CIEngineFailure tells.
-    (void)core_image::RenderImage([image handle], region, destination, OutputOf(coding.profile, _isMatching, _budget));
+    (void)core_image::RenderImage([image handle], region, destination, [self outputOf:coding]);
 }
 
 @end

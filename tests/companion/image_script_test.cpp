@@ -154,6 +154,26 @@ TEST_F(CompanionScriptTest, ColorsSurviveAFileInAnotherColorSpace) {
               "");
 }
 
+TEST_F(CompanionScriptTest, SavedInAWorkingSpaceFiltersSeeItsNumbers) {
+    EXPECT_EQ(Run(R"(
+        local folder = ...
+        local file = folder .. "/inverted.png"
+        local invert = CIFilterColorInvertQOR()
+        invert.inputImage = CIImageQOR.FromPixels(bytes("\100\30\0\255"), 1, 1)
+        for _, space in ipairs{false, CGColorSpaceQOR.Named("sRGB")} do
+            invert.outputImage:SaveInWorkingSpace(file, space or nil)
+            assert(pixels(CIImageQOR.Open(file)) == "\155\225\255\255")
+        end
+        invert.outputImage:SaveInWorkingSpace(file, CGColorSpaceQOR.Named("linearSRGB"))
+        assert(pixels(CIImageQOR.Open(file)) == pixels(invert.outputImage))
+        local ok, failure = pcall(invert.outputImage.SaveInWorkingSpace, invert.outputImage, folder .. "/no.png",
+                                  CGColorSpaceQOR.Named("genericGray"))
+        assert(not ok and failure.message:find("the working space is not an RGB profile of curves", 1, true))
+        assert(io.open(folder .. "/no.png") == nil)
+    )"),
+              "");
+}
+
 TEST_F(CompanionScriptTest, ColorSpaceFromAProfile) {
     EXPECT_EQ(Run(R"(
         local srgb = CGColorSpaceQOR.Named("sRGB")

@@ -294,7 +294,7 @@ TEST(Convolution7X7PropertiesTest, ExtentGrowsByThreeAndIsInfiniteWithBias) {
     EXPECT_TRUE(Convolved(Different(), Single(0, 0), 0.1)->GetExtent().IsInfinite());
 }
 
-TEST(Convolution7X7PropertiesTest, FirstWeightIsThatOfThePixelAboveAndToTheLeft) {
+TEST(Convolution7X7PropertiesTest, FirstWeightAppliesToThePixelAboveAndToTheLeft) {
     const Source source = Different();
     ExpectNear(Pixels(Convolved(source, Single(0, 0)), {kRegion.x + 3, kRegion.y - 3, kRegion.width, kRegion.height}),
                source.pixels);
@@ -357,7 +357,7 @@ TEST(DisplacementPropertiesTest, MiddleGrayAndAScaleOfZeroMoveNothing) {
         picture);
 }
 
-TEST(DisplacementPropertiesTest, ExtentIsThatOfThePicture) {
+TEST(DisplacementPropertiesTest, ExtentMatchesThePicture) {
     EXPECT_EQ(Displaced(Gray(1), 40)->GetExtent(), (Extent{0, 0, 80, 60}));
 }
 
@@ -400,7 +400,7 @@ TEST(GlassPropertiesTest, FlatGlassAndAScaleOfZeroMoveNothing) {
     EXPECT_EQ(Output("CIGlassDistortion", picture, {{"inputTexture", {}, Slope(0.1f)}, {"inputScale", {0}}}), picture);
 }
 
-TEST(GlassPropertiesTest, ExtentIsThatOfThePicture) {
+TEST(GlassPropertiesTest, ExtentMatchesThePicture) {
     EXPECT_EQ(BehindGlass(Slope(0.1f), 40)->GetExtent(), (Extent{0, 0, 80, 60}));
 }
 

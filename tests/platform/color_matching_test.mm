@@ -255,6 +255,53 @@ TEST(ColorMatchingTest, WithoutAWorkingSpaceFiltersSeeTheStoredValues) {
     EXPECT_NE(BytesIn(Named(kCGColorSpaceSRGB), image), expected);
 }
 
+// Returns the bytes of an image in a space, rendered with a working space.
+std::vector<std::uint8_t> BytesWorkingIn(CFStringRef working, CFStringRef space, CIImage* image) {
+    NSDictionary* options = [NSDictionary dictionaryWithObject:(id)Named(working) forKey:kCIContextWorkingColorSpace];
+    std::vector<std::uint8_t> pixels(static_cast<std::size_t>([image extent].size.width) * 4);
+    [[CIContext contextWithOptions:options] render:image
+                                          toBitmap:pixels.data()
+                                          rowBytes:static_cast<ptrdiff_t>(pixels.size())
+                                            bounds:[image extent]
+                                            format:kCIFormatRGBA8
+                                        colorSpace:Named(space)];
+    return pixels;
+}
+
+TEST(ColorMatchingTest, FiltersSeeTheNumbersOfTheWorkingSpace) {
+    CIImage* image = [FilterOn(@"CIColorInvert", Pixel(Named(kCGColorSpaceSRGB), {100, 30, 0, 255})) outputImage];
+    EXPECT_EQ(BytesWorkingIn(kCGColorSpaceSRGB, kCGColorSpaceSRGB, image),
+              (std::vector<std::uint8_t>{155, 225, 255, 255}));
+    EXPECT_EQ(BytesWorkingIn(kCGColorSpaceLinearSRGB, kCGColorSpaceSRGB, image),
+              BytesIn(Named(kCGColorSpaceSRGB), image));
+    CIImage* wide = [FilterOn(@"CIColorInvert", Pixel(Named(kCGColorSpaceDisplayP3), {100, 30, 0, 255})) outputImage];
+    EXPECT_EQ(BytesWorkingIn(kCGColorSpaceDisplayP3, kCGColorSpaceDisplayP3, wide),
+              (std::vector<std::uint8_t>{155, 225, 255, 255}));
+}
+
+TEST(ColorMatchingTest, PictureSurvivesAnyWorkingSpace) {
+    const std::vector<std::uint8_t> bytes = {100, 30, 0, 255};
+    for (CFStringRef own : {kCGColorSpaceSRGB, kCGColorSpaceDisplayP3}) {
+        for (CFStringRef working : {kCGColorSpaceSRGB, kCGColorSpaceLinearSRGB, kCGColorSpaceDisplayP3})
+            EXPECT_EQ(BytesWorkingIn(working, own, Pixel(Named(own), bytes)), bytes);
+    }
+}
+
+TEST(ColorMatchingTest, MovedPicturesAreInterpolatedInTheWorkingSpace) {
+    // Moved by half a pixel, between black and white: half of the encoded number.
+    const std::vector<std::uint8_t> bytes = {0, 0, 0, 255, 255, 255, 255, 255};
+    CIImage* picture = [CIImage imageWithBitmapData:[NSData dataWithBytes:bytes.data() length:bytes.size()]
+                                        bytesPerRow:8
+                                               size:CGSizeMake(2, 1)
+                                             format:kCIFormatRGBA8
+                                         colorSpace:Named(kCGColorSpaceSRGB)];
+    CIImage* moved =
+        [[picture imageByApplyingTransform:{1, 0, 0, 1, (CGFloat)0.5, 0}] imageByCroppingToRect:CGRectMake(1, 0, 1, 1)];
+    const std::vector<std::uint8_t> pixel = BytesWorkingIn(kCGColorSpaceSRGB, kCGColorSpaceSRGB, moved);
+    EXPECT_NEAR(pixel[0], 128, 1);
+    EXPECT_EQ(pixel[3], 255);
+}
+
 TEST(ColorMatchingTest, ColorSpaceOptionReplacesTheSpaceOfTheBitmap) {
     NSData* data = [NSData dataWithBytes:"\377\0\0\377" length:4];
     CGDataProviderRef provider = CGDataProviderCreateWithCFData((CFDataRef)data);

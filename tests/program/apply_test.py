@@ -110,6 +110,34 @@ class ApplyTest(ZevaTest):
         self.assert_fails(2, "--rect: '1,2,3' is not a rectangle, expected X,Y,W,H", *generator, "--rect", "1,2,3")
         self.assert_fails(2, "--rect: 'x' is not a number", *generator, "--rect", "1,2,x,4")
 
+    def test_the_working_space_decides_which_numbers_filters_see(self):
+        self.photo.write_bytes(png(1, 1, lambda x, y: (100, 30, 0)))
+        invert = ("ColorInvert", self.photo)
+        linear = self.render(*invert)
+        self.assertEqual(self.render(*invert, "--working-space", "linear"), linear)
+        self.assertEqual(self.render(*invert, "--working-space", "none"), [[(155, 225, 255, 255)]])
+        profile, script = self.photo.with_name("space.icc"), self.photo.with_name("space.lua")
+        script.write_text(f'io.open("{profile}", "wb"):write(CGColorSpaceQOR.Named("sRGB").Profile.Bytes):close()')
+        self.assert_works("run", script)
+        self.assertEqual(self.render(*invert, "--working-space", profile), [[(155, 225, 255, 255)]])
+        self.out.unlink()
+        apply = ("apply", *invert, "-o", self.out, "--working-space")
+        self.assert_fails(
+            1,
+            "--working-space: 'absent.icc' is not a file, expected linear, none or an ICC profile",
+            *apply,
+            "absent.icc",
+        )
+        # A copyright that is called a table.
+        profile.write_bytes(profile.read_bytes().replace(b"cprt", b"A2B0"))
+        self.assert_fails(
+            1,
+            "CIImageQOR.SaveInWorkingSpace: the working space is not an RGB profile of curves and a matrix; "
+            "nothing was written",
+            *apply,
+            profile,
+        )
+
     def test_the_rectangle_is_in_the_coordinates_of_the_image_with_y_up(self):
         self.photo.write_bytes(png(2, 2, lambda x, y: (255 * x, 255 * y, 0)))
         pixels = self.render("AffineTransform", "inputTransform=1,0,0,1,10,20", self.photo, "--rect", "11,20,1,1")

@@ -59,13 +59,17 @@ host::Value Rendered(Session& session, const golden::Case& reference) {
     return image;
 }
 
-golden::Picture PictureOf(Session& session, const host::Value& image, const golden::Case& reference) {
+golden::Picture PictureOf(Session& session, const host::Value& image, const golden::Case& reference, bool isMatching) {
     const double width = static_cast<double>(reference.width), height = static_cast<double>(reference.height);
     const host::Value rectangle = session.Rectangle(reference.originX, reference.originY, width, height);
     const host::Value cut = session.Call(image, "Crop", {rectangle});
     const std::filesystem::path file =
         std::filesystem::temp_directory_path() / ("golden-" + std::to_string(getpid()) + ".png");
-    session.Call(cut, "Save", {host::TextValue(file.string())});
+    if (isMatching) {
+        session.Call(cut, "Save", {host::TextValue(file.string())});
+    } else {
+        session.Call(cut, "SaveInWorkingSpace", {host::TextValue(file.string()), host::Value()});
+    }
     const auto saved = golden::PictureOfFile(file.string());
     std::filesystem::remove(file);
     const host::Value extent = session.Get(cut, "Extent");

@@ -132,29 +132,33 @@ class BitmapStage : public Stage {
 
 class BitmapImage : public Image {
   public:
-    BitmapImage(const BitmapSource& source, std::shared_ptr<const void> owner)
+    BitmapImage(const BitmapSource& source, std::shared_ptr<const void> owner, bool isEncoded)
         : Image({0, 0, static_cast<double>(source.width), static_cast<double>(source.height)}, /*depthBelow=*/{}),
           source_(source),
           numbers_(source),
-          owner_(std::move(owner)) {
+          owner_(std::move(owner)),
+          isEncoded_(isEncoded) {
         numbers_.transfer = Transfer::kLinear;
-        if (source_.transfer != Transfer::kLinear) SetEncoded(MakeBitmapImage(numbers_, owner_));
+        if (isEncoded_ || source_.transfer == Transfer::kLinear) return;
+        SetEncoded(std::make_shared<BitmapImage>(source_, owner_, /*isEncoded=*/true));
     }
 
     std::unique_ptr<const Stage> MakeStage(const Region&) const override {
-        return std::make_unique<BitmapStage>(IsMatching() ? source_ : numbers_);
+        if (WorkingCoding()) return MakeWorkingStage({GetExtent(), std::make_unique<BitmapStage>(source_)});
+        return std::make_unique<BitmapStage>(IsMatching() && !isEncoded_ ? source_ : numbers_);
     }
 
   private:
     BitmapSource source_;
     BitmapSource numbers_;  // the same source, but its numbers are read as stored
     std::shared_ptr<const void> owner_;
+    bool isEncoded_;  // whether this is the image of the numbers, not of the light that they encode
 };
 
 }  // namespace
 
 ImageRef MakeBitmapImage(const BitmapSource& source, std::shared_ptr<const void> owner) {
-    return std::make_shared<BitmapImage>(source, std::move(owner));
+    return std::make_shared<BitmapImage>(source, std::move(owner), /*isEncoded=*/false);
 }
 
 }  // namespace core_image

@@ -12,6 +12,20 @@ namespace core_image {
 namespace {
 
 thread_local bool isSwitchedOff = false;
+thread_local std::optional<Coding> workingCoding;
+
+// The sRGB curve, in one direction.
+class Curve : public PointFunction {
+  public:
+    explicit Curve(MatchingDirection direction) : direction_(direction) {}
+
+    void ApplyToRun(float* blocks, std::size_t count) const override {
+        (direction_ == MatchingDirection::kToLight ? DecodeRun : EncodeRun)(blocks, count);
+    }
+
+  private:
+    MatchingDirection direction_;
+};
 
 // Converts runs, and encodes the result with the sRGB curve if asked to.
 class Converting : public PointFunction {
@@ -45,20 +59,37 @@ class Converting : public PointFunction {
 // An image that renders its numbers unchanged, or converted, depending on the switch.
 class MatchedImage : public Image {
   public:
-    MatchedImage(ImageRef numbers, const std::shared_ptr<const ColorConversion>& toLight, bool isEncoded)
-        : MatchedImage(MakePointImage(numbers, std::make_unique<Converting>(toLight, isEncoded)), numbers) {
+    MatchedImage(const ImageRef& numbers, const std::shared_ptr<const ColorConversion>& toLight, bool isEncoded)
+        : MatchedImage(MakePointImage(numbers, std::make_unique<Converting>(toLight, isEncoded)), numbers, toLight) {
         // Encoded with the sRGB curve, because pictures are decoded by that curve.
         if (!isEncoded) SetEncoded(std::make_shared<MatchedImage>(numbers_, toLight, /*isEncoded=*/true));
     }
 
-    const Image* Shown() const override { return (IsMatching() ? seen_ : numbers_).Get(); }
-    std::unique_ptr<const Stage> MakeStage(const Region&) const override { return nullptr; }
+    const Image* Shown() const override {
+        if (WorkingCoding()) return nullptr;
+        return (IsMatching() ? seen_ : numbers_).Get();
+    }
+
+    // Called only with a working coding. The input is not named as a need, because it is prepared without one.
+    std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
+        Prepared light(GetExtent(), MakePointStage(Numbers(region), std::make_unique<Converting>(toLight_, false)));
+        return MakeWorkingStage(std::move(light));
+    }
 
   private:
-    MatchedImage(ImageRef seen, ImageRef numbers)
-        : Image(seen->GetExtent(), seen->GetDepth()), numbers_(std::move(numbers)), seen_(std::move(seen)) {}
+    MatchedImage(ImageRef seen, ImageRef numbers, std::shared_ptr<const ColorConversion> toLight)
+        : Image(seen->GetExtent(), seen->GetDepth()),
+          numbers_(std::move(numbers)),
+          toLight_(std::move(toLight)),
+          seen_(std::move(seen)) {}
+
+    Prepared Numbers(const Region& region) const {
+        const WithoutMatching plain;
+        return Prepare(numbers_, region);
+    }
 
     ImageRef numbers_;
+    std::shared_ptr<const ColorConversion> toLight_;
     ImageRef seen_;
 };
 
@@ -72,10 +103,28 @@ ImageRef MakeConvertedImage(ImageRef image, std::shared_ptr<const ColorConversio
     return MakePointImage(std::move(image), std::make_unique<Converting>(std::move(conversion), /*encodes=*/false));
 }
 
-WithoutMatching::WithoutMatching() : before_(std::exchange(isSwitchedOff, true)) {}
+ImageRef MakeDecodedImage(ImageRef numbers, const Coding& toLight) {
+    if (toLight.conversion != nullptr) return MakeConvertedImage(std::move(numbers), toLight.conversion);
+    if (toLight.transfer == Transfer::kLinear) return numbers;
+    return MakePointImage(std::move(numbers), std::make_unique<Curve>(MatchingDirection::kToLight));
+}
 
-WithoutMatching::~WithoutMatching() { isSwitchedOff = before_; }
+WithoutMatching::WithoutMatching(std::optional<Coding> fromLight)
+    : before_(std::exchange(isSwitchedOff, true)), codingBefore_(std::exchange(workingCoding, std::move(fromLight))) {}
+
+WithoutMatching::~WithoutMatching() {
+    isSwitchedOff = before_;
+    workingCoding = std::move(codingBefore_);
+}
 
 bool IsMatching() { return !isSwitchedOff; }
+
+const std::optional<Coding>& WorkingCoding() { return workingCoding; }
+
+std::unique_ptr<const Stage> MakeWorkingStage(Prepared light) {
+    if (workingCoding->conversion != nullptr)
+        return MakePointStage(std::move(light), std::make_unique<Converting>(workingCoding->conversion, false));
+    return MakePointStage(std::move(light), std::make_unique<Curve>(MatchingDirection::kFromLight));
+}
 
 }  // namespace core_image

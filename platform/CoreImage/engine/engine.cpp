@@ -121,6 +121,15 @@ bool RenderImage(ImageHandle* image, const Region& region, const BitmapDestinati
         ImageRef shown = *image;
         BitmapDestination coded = destination;
         std::optional<WithoutMatching> off;
+        const auto working = [&](MatchingDirection direction) {
+            if (output.workingProfile.bytes == nullptr) return Coding{output.workingTransfer, nullptr};
+            return CodingOfProfile(output.workingProfile, direction);
+        };
+        Coding fromLight = working(MatchingDirection::kFromLight);
+        if (output.isMatching && (fromLight.conversion != nullptr || fromLight.transfer != Transfer::kLinear)) {
+            off.emplace(std::move(fromLight));
+            shown = MakeDecodedImage(shown, working(MatchingDirection::kToLight));
+        }
         if (!output.isMatching) {
             off.emplace();
             coded.transfer = Transfer::kLinear;

@@ -61,6 +61,9 @@ Extent ExtentOfImage(ImageHandle* image) noexcept;
 struct Output {
     Profile profile;         // replaces the bitmap's curve where there is one; borrowed for the call
     bool isMatching = true;  // if not, numbers of the source bitmaps are used unchanged
+    // The space that filters work in: linear light, the sRGB curve, or that of a profile, borrowed for the call.
+    Transfer workingTransfer = Transfer::kLinear;
+    Profile workingProfile = {};
     MemoryBudget* budget = &MemoryBudget::Default();
 };
 
