@@ -10,7 +10,6 @@
 
 #include "host/description/description_table.h"
 #include "host/description/names.h"
-#include "host/description/neutral_defaults.h"
 
 namespace {
 
@@ -151,7 +150,7 @@ ClassDescription DescribeClass(Host& host, const host::Class& isa) {
         filter = host.Construct(isa.Name());
         FilterTitle title = TitleOf(host, filter);
         std::string text = FilterText(title.name);
-        description.filter = {std::move(title), std::move(text), ChangesNothingByDefault(host, isa)};
+        description.filter = {std::move(title), std::move(text)};
     }
     for (const Member& member : isa.Members()) {
         const host::Declaration& declaration = member.declaration;
@@ -173,7 +172,6 @@ host::Json ToJson(const ClassDescription& description) {
         json["categories"] = title.categories;
         json["category"] = title.category;
         json["description"] = description.filter->description;
-        json["changesNothingByDefault"] = description.filter->changesNothing;
     }
     host::Json properties = host::Json::MakeArray();
     for (const PropertyDescription& property : description.properties) {
