@@ -192,20 +192,14 @@ std::string UnitText(const PropertyDescription& property) { return property.unit
 
 std::string RangeText(const PropertyDescription& property) {
     std::string text;
-    const auto add = [&](const std::string& part) { text += (text.empty() ? "" : ", ") + part; };
     const DescribedValue* min = property.Find("min");
     const DescribedValue* max = property.Find("max");
     const DescribedValue* sliderMin = property.Find("sliderMin");
     const DescribedValue* sliderMax = property.Find("sliderMax");
-    if (min != nullptr && max != nullptr) add(ShortText(*min) + " to " + ShortText(*max));
-    if (min != nullptr && max == nullptr) add("at least " + ShortText(*min));
-    if (min == nullptr && max != nullptr) add("at most " + ShortText(*max));
-    const auto same = [](const DescribedValue* a, const DescribedValue* b) {
-        return a != nullptr && ShortText(*a) == ShortText(*b);
-    };
-    const bool isSaid = same(min, sliderMin) && same(max, sliderMax);
-    if (sliderMin != nullptr && sliderMax != nullptr && !isSaid) {
-        add("mostly " + ShortText(*sliderMin) + " to " + ShortText(*sliderMax));
-    }
-    return text;
+    if (min != nullptr && max != nullptr) text = ShortText(*min) + " to " + ShortText(*max);
+    if (min != nullptr && max == nullptr) text = "at least " + ShortText(*min);
+    if (min == nullptr && max != nullptr) text = "at most " + ShortText(*max);
+    if (sliderMin == nullptr || sliderMax == nullptr) return text;
+    const std::string slider = ShortText(*sliderMin) + " to " + ShortText(*sliderMax);
+    return slider == text ? text : text + (text.empty() ? "" : ", ") + "mostly " + slider;
 }
