@@ -10,7 +10,6 @@
 
 #include "host/description/description_table.h"
 #include "host/description/names.h"
-#include "host/description/neutral_defaults.h"
 
 namespace {
 
@@ -151,7 +150,7 @@ ClassDescription DescribeClass(Host& host, const host::Class& isa) {
         filter = host.Construct(isa.Name());
         FilterTitle title = TitleOf(host, filter);
         std::string text = FilterText(title.name);
-        description.filter = {std::move(title), std::move(text), ChangesNothingByDefault(host, isa)};
+        description.filter = {std::move(title), std::move(text)};
     }
     for (const Member& member : isa.Members()) {
         const host::Declaration& declaration = member.declaration;
@@ -173,7 +172,6 @@ host::Json ToJson(const ClassDescription& description) {
         json["categories"] = title.categories;
         json["category"] = title.category;
         json["description"] = description.filter->description;
-        json["changesNothingByDefault"] = description.filter->changesNothing;
     }
     host::Json properties = host::Json::MakeArray();
     for (const PropertyDescription& property : description.properties) {
@@ -194,20 +192,14 @@ std::string UnitText(const PropertyDescription& property) { return property.unit
 
 std::string RangeText(const PropertyDescription& property) {
     std::string text;
-    const auto add = [&](const std::string& part) { text += (text.empty() ? "" : ", ") + part; };
     const DescribedValue* min = property.Find("min");
     const DescribedValue* max = property.Find("max");
     const DescribedValue* sliderMin = property.Find("sliderMin");
     const DescribedValue* sliderMax = property.Find("sliderMax");
-    if (min != nullptr && max != nullptr) add(ShortText(*min) + " to " + ShortText(*max));
-    if (min != nullptr && max == nullptr) add("at least " + ShortText(*min));
-    if (min == nullptr && max != nullptr) add("at most " + ShortText(*max));
-    const auto same = [](const DescribedValue* a, const DescribedValue* b) {
-        return a != nullptr && ShortText(*a) == ShortText(*b);
-    };
-    const bool isSaid = same(min, sliderMin) && same(max, sliderMax);
-    if (sliderMin != nullptr && sliderMax != nullptr && !isSaid) {
-        add("mostly " + ShortText(*sliderMin) + " to " + ShortText(*sliderMax));
-    }
-    return text;
+    if (min != nullptr && max != nullptr) text = ShortText(*min) + " to " + ShortText(*max);
+    if (min != nullptr && max == nullptr) text = "at least " + ShortText(*min);
+    if (min == nullptr && max != nullptr) text = "at most " + ShortText(*max);
+    if (sliderMin == nullptr || sliderMax == nullptr) return text;
+    const std::string slider = ShortText(*sliderMin) + " to " + ShortText(*sliderMax);
+    return slider == text ? text : text + (text.empty() ? "" : ", ") + "mostly " + slider;
 }

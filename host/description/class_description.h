@@ -26,7 +26,6 @@ struct FilterTitle {
 struct FilterDescription {
     FilterTitle title;
     std::string description;  // a sentence
-    bool changesNothing;      // at its defaults, measured
 };
 
 // An attribute of a filter's key, such as "default" or "sliderMin".

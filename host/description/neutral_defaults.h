@@ -1,6 +1,8 @@
 // neutral_defaults.h - whether a filter changes a picture before any of its other keys is set.
 //
-// Measured instead of listed, so it holds for the filters of any module. Thread: the host's.
+// Measured instead of listed, so it holds for the filters of any module.
+//
+// Threads: the host's. Rendering starts threads, so this process can no longer fork workers.
 
 #pragma once
 

@@ -8,6 +8,7 @@
 
 #include "host/description/class_description.h"
 #include "host/description/names.h"
+#include "host/description/neutral_defaults.h"
 #include "host/program/commands.h"
 #include "host/runtime/errors.h"
 #include "host/runtime/json.h"
@@ -30,13 +31,13 @@ std::string Facts(const PropertyDescription& property) {
     return text;
 }
 
-void PrintClass(const ClassDescription& description) {
+void PrintClass(const ClassDescription& description, bool changesNothing) {
     std::printf("%s", description.name.c_str());
     if (!description.superclass.empty()) std::printf(", a %s", description.superclass.c_str());
     if (description.filter) {
         std::printf(": %s\n%s\n", description.filter->title.displayName.c_str(),
                     description.filter->description.c_str());
-        if (description.filter->changesNothing) std::printf("Changes nothing until a key besides the image is set.\n");
+        if (changesNothing) std::printf("Changes nothing until a key besides the image is set.\n");
     } else {
         std::printf("\n");
     }
@@ -55,24 +56,30 @@ void PrintClass(const ClassDescription& description) {
     }
 }
 
-void PrintJson(const std::vector<ClassDescription>& descriptions) {
-    host::Json list = host::Json::MakeArray();
-    for (const ClassDescription& description : descriptions) list.push_back(ToJson(description));
-    std::printf("%s\n", (descriptions.size() == 1 ? ToJson(descriptions.front()) : list).Dump(2).c_str());
+host::Json JsonOf(const ClassDescription& description, bool changesNothing) {
+    host::Json json = ToJson(description);
+    if (description.filter) json["changesNothingByDefault"] = changesNothing;
+    return json;
 }
 
 int Describe(const ProgramOptions& options, const DescribeRequest& request) {
     const auto host = MakeHost(options);
-    std::vector<ClassDescription> descriptions;
-    for (const std::string& name : request.names) descriptions.push_back(DescribeClass(*host, ClassNamed(*host, name)));
-    if (request.json) {
-        PrintJson(descriptions);
-        return kDone;
+    std::vector<const host::Class*> classes;  // all of them, so that nothing is printed when one is unknown
+    for (const std::string& name : request.names) classes.push_back(&ClassNamed(*host, name));
+    host::Json list = host::Json::MakeArray();
+    for (const host::Class* isa : classes) {
+        const ClassDescription description = DescribeClass(*host, *isa);
+        const bool changesNothing = description.filter && ChangesNothingByDefault(*host, *isa);
+        if (request.json && classes.size() == 1) {
+            list = JsonOf(description, changesNothing);
+        } else if (request.json) {
+            list.push_back(JsonOf(description, changesNothing));
+        } else {
+            if (isa != classes.front()) std::printf("\n");
+            PrintClass(description, changesNothing);
+        }
     }
-    for (const ClassDescription& description : descriptions) {
-        if (&description != &descriptions.front()) std::printf("\n");
-        PrintClass(description);
-    }
+    if (request.json) std::printf("%s\n", list.Dump(2).c_str());
     return kDone;
 }
 

@@ -140,7 +140,8 @@ TEST_F(ServicesTest, ReportsSettingAnUnknownProperty) {
     setInteger(object, "Number", 1);
     setInteger(object, nullptr, 1);
     setInteger(nullptr, "Number", 1);
-    EXPECT_EQ(TakeMessages(), (Messages{"ZEVASetPropValueInt: RuntimeException.Number: the class has no such property",
+    EXPECT_EQ(TakeMessages(), (Messages{"ZEVASetPropValueInt: RuntimeException.Number: the class has no such property, "
+                                        "did you mean ErrorNumber",
                                         "ZEVASetPropValueInt: RuntimeException.: the class has no such property",
                                         "ZEVASetPropValueInt: nil.Number: there is no object"}));
     unlockObject(object);

@@ -182,7 +182,7 @@ class ApplyTest(ZevaTest):
         )
 
     def test_wrong_arguments_have_their_own_exit_status(self):
-        self.assert_fails(2, "no command given, zeva --help lists them")
+        self.assert_fails(2, "no command given, zeva help lists them")
         self.assert_fails(2, "the following argument was not expected: aply", "aply")
         self.assert_fails(2, "FILTER is required", "apply")
         self.assert_fails(2, "--output is required", "apply", "GaussianBlur", self.photo)

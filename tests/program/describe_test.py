@@ -112,9 +112,12 @@ Blurs with a square: every pixel becomes the average of the pixels around it.
         self.assertNotIn(sentence, self.assert_works("describe", "Bloom"))
 
     def test_says_each_range_once(self):
-        for line in self.assert_works("describe", "ColorMonochrome", "BoxBlur", "ColorPosterize").splitlines():
+        filters = [row["filter"] for row in json.loads(self.assert_works("list", "--json"))]
+        for line in self.assert_works("describe", *filters).splitlines():
             ranges = re.findall(r"[-0-9.e]+ to [-0-9.e]+", line)
             self.assertEqual(len(ranges), len(set(ranges)), line)
+        # Its minimum and maximum are those of its slider.
+        self.assertIn("inputSharpness  double, default 0.7, 0 to 1\n", self.assert_works("describe", "DotScreen"))
 
     def test_values_of_every_kind_as_json(self):
         keys = {}

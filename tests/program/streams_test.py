@@ -63,7 +63,7 @@ class StreamsTest(ZevaTest):
         self.assertEqual(png_size(self.out), (40, 30))
 
     def test_reports_and_pages_on_a_full_disk_are_an_error(self):
-        result = self.zeva("check", "none.so", "--only", "load.entry-point", "--junit", "/dev/full")
+        result = self.zeva("check", self.photo, "--only", "load.entry-point", "--junit", "/dev/full")
         self.assertEqual(result.returncode, 3)
         self.assertIn(f"/dev/full: it cannot be written ({FULL})", result.stderr)
 
