@@ -30,6 +30,9 @@ PREFIX ?= /usr/local
 # Targets that use both widths use one if it is named.
 TEST_ABIS := $(if $(filter undefined file,$(origin ABI)),i386 x86_64,$(ABI))
 
+# The presets that are tested. x86_64-checked runs the suites along the boundary under the sanitizers.
+TEST_PRESETS ?= $(TEST_ABIS)
+
 # The code for macOS needs more tools than the rest, and only a 32-bit host can run it.
 MACOS_MODULE := $(if $(MODULE),$(filter i386,$(ABI)))
 
@@ -46,7 +49,7 @@ gallery: program-$(ABI)
 	@build/$(ABI)/bin/zeva gallery "$(PHOTO)" -o build/gallery
 
 test:
-	@tools/test $(TEST_ABIS)
+	@tools/test $(TEST_PRESETS)
 
 lint:
 	@tools/setup x86_64 lint

@@ -4,6 +4,7 @@
 #   ZEVA_TESTS        build the tests and benchmarks; needs GoogleTest and Google Benchmark
 #   ZEVA_MACOS_CODE   compile the filter module for macOS, too; needs llvm-link. 32 bits only
 #   ZEVA_SANITIZE     the address and undefined-behavior sanitizers, and the leak checker where the width has one
+#   ZEVA_SANITIZE_ENGINE  sanitize the engine's pixels too, which are most of the compile time
 #   ZEVA_COVERAGE     counters for every branch
 #
 # Warnings are errors in the presets, which set CMAKE_COMPILE_WARNING_AS_ERROR; a compiler that knows more warnings than
@@ -11,6 +12,7 @@
 option(ZEVA_TESTS "build the tests and benchmarks" OFF)
 option(ZEVA_MACOS_CODE "compile the filter module for macOS" OFF)
 option(ZEVA_SANITIZE "build with the address and undefined-behavior sanitizers" OFF)
+option(ZEVA_SANITIZE_ENGINE "sanitize the engine, too" ON)
 option(ZEVA_COVERAGE "build with coverage counters" OFF)
 
 add_library(zeva_options INTERFACE)
@@ -30,9 +32,12 @@ endif()
 if(ZEVA_SANITIZE)
     # The vptr check needs type information of classes that other libraries compiled. The function check compares C++
     # types across the boundary, where a handle has one type in the host and another in a module.
-    target_compile_options(zeva_options INTERFACE
-        -fsanitize=address,undefined -fno-sanitize=vptr,function -fno-sanitize-recover=undefined
-        -fno-omit-frame-pointer)
+    # A target with the property ZEVA_NOT_SANITIZED is left out.
+    foreach(flag -fsanitize=address,undefined -fno-sanitize=vptr,function -fno-sanitize-recover=undefined
+                 -fno-omit-frame-pointer)
+        target_compile_options(zeva_options INTERFACE
+            $<$<NOT:$<BOOL:$<TARGET_PROPERTY:ZEVA_NOT_SANITIZED>>>:${flag}>)
+    endforeach()
     target_link_options(zeva_options INTERFACE -fsanitize=address,undefined)
     # Leaks of the libraries are suppressed by the environment of the test run only, so tests are listed then.
     set(CMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE PRE_TEST)

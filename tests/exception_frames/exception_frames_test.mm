@@ -198,6 +198,21 @@ TEST(ExceptionFrames, DestructorsAndFinallyBlocksRunOnTheWayToTheFrame) {
     EXPECT_EQ(order, "inner finally outer ");
 }
 
+TEST(ExceptionFrames, CleanupsOfTheFunctionThatHoldsTheFrameAreLeftToIt) {
+    static int ends;
+    ends = 0;
+    NSObject* thrown = [[[NSObject alloc] init] autorelease];
+    {
+        const AtEnd atEnd{[] { ++ends; }};
+        Frame frame;
+        objc_exception_try_enter(&frame);
+        if (_setjmp(frame.buffer) == 0) ThrowObject(thrown);
+        EXPECT_EQ(ends, 0);
+        EXPECT_EQ(objc_exception_extract(&frame), thrown);
+    }
+    EXPECT_EQ(ends, 1);
+}
+
 TEST(ExceptionFrames, CleanupOnTheWayToTheFrameMayThrowAndCatchInsideItself) {
     NSObject* thrown = [[[NSObject alloc] init] autorelease];
     NSObject* other = [[[NSObject alloc] init] autorelease];
