@@ -8,6 +8,7 @@
 
 #include <cstring>
 #include <limits>
+#include <set>
 
 #include "bridge/host_objects.h"
 #include "host/runtime/declaration.h"
@@ -95,7 +96,8 @@ class CompanionFaultTest : public testing::Test {
 
     // An object of the class that wraps an object of another class, which knows none of the messages.
     ZEVAobjectStruct* ImpostorOf(const std::string& className) {
-        return Around(className.c_str(), [[[NSObject alloc] init] autorelease]);
+        static auto& names = *new std::set<std::string>;  // the objects keep the pointer; for the leak checker
+        return Around(names.insert(className).first->c_str(), [[[NSObject alloc] init] autorelease]);
     }
 
     Result Argument(const host::Type& type) {
