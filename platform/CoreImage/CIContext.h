@@ -16,9 +16,9 @@
 #import <Foundation/Foundation.h>
 
 // The options of a context: the space of bitmaps that it creates, sRGB by default; and the working space of filters,
-// which NSNull switches off. Filters work on the numbers of the working space, which by default is linear light with the
-// primaries of sRGB. A working space that is not of red, green and blue is ignored. Colors set on filters are linear
-// light in any working space.
+// which NSNull switches off. Filters work on the numbers of the working space, which by default is linear light with
+// the primaries of sRGB. A working space that is not of red, green and blue is ignored. Colors set on filters are
+// linear light in any working space.
 CG_EXTERN NSString* const kCIContextOutputColorSpace;
 CG_EXTERN NSString* const kCIContextWorkingColorSpace;
 
