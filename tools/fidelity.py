@@ -34,9 +34,9 @@ HEAD = """\
 What each filter is checked against, and how much it differs: the root of the mean squared difference of all pixels and
 channels, in levels of 8 bits. `make fidelity` writes this page.
 
-- **render**: a golden test compares with a picture that the platform rendered; the bound is the most that passes. A dash
-  for the bound says that the law is compared, not the pixels. References that were compressed are compared after the
-  same compression, which leaves one to seven levels.
+- **render**: a golden test compares with a picture that the platform rendered; the bound is the most that passes. A
+  dash for the bound says that the law is compared, not the pixels. References that were compressed are compared after
+  the same compression, which leaves one to seven levels.
 - **number**: the formula was fitted to a render that the tests do not have; the number is what the fit left.
 - **documentation only**: no render is known. Property tests hold what the documentation says.
 
