@@ -12,6 +12,7 @@
 #   make mutants           apply small faults to the module, one at a time; the tests must catch each
 #   make sanitize          run the tests under the address, undefined-behavior and leak sanitizers
 #   make coverage          list the branches of plugin/ and bridge/ that the tests do not take
+#   make fidelity          write docs/fidelity.md anew: how close each filter is to the platform's; needs its renders
 #   make bench             measure the engine beside other libraries, and the cost of a call of the module
 #   make clean             remove what was built; the 32-bit sysroot stays
 #
@@ -37,7 +38,7 @@ TEST_PRESETS ?= $(TEST_ABIS)
 MACOS_MODULE := $(if $(MODULE),$(filter i386,$(ABI)))
 
 .PHONY: run gallery test lint tidy install package package-test mutants sanitize coverage bench clean
-.PHONY: recipes program-% configure-% build-% package-%
+.PHONY: fidelity recipes program-% configure-% build-% package-%
 
 run: program-$(ABI)
 	$(if $(MACOS_MODULE),@cmake --build --preset $(ABI) --target zeva_filters_macos -- --quiet)
@@ -87,6 +88,9 @@ sanitize:
 
 coverage:
 	@tools/coverage $(TEST_ABIS)
+
+fidelity: build-x86_64
+	@tools/fidelity.py x86_64 "$(PHOTO)"
 
 bench: $(TEST_ABIS:%=configure-%)
 	@$(if $(filter x86_64,$(TEST_ABIS)),tools/setup x86_64 rivals)

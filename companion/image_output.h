@@ -17,9 +17,9 @@ void SaveImageWithQuality(ZEVAobjectStruct* self, ZEVAstringStruct* path, double
 // the file and embeds the profile of the space. Also raises when the space is nil or not RGB.
 void SaveImageInSpace(ZEVAobjectStruct* self, ZEVAstringStruct* path, double quality, ZEVAobjectStruct* space);
 
-// SaveInWorkingSpace(path as string, workingSpace as CGColorSpaceQOR): like Save, but filters work on the numbers of the
-// working space instead of linear light; nil switches color matching off, so that they see the numbers of the files.
-// Also raises for a space that is not a curve for each of red, green and blue and a matrix.
+// SaveInWorkingSpace(path as string, workingSpace as CGColorSpaceQOR): like Save, but filters work on the numbers of
+// the working space instead of linear light; nil switches color matching off, so that they see the numbers of the
+// files. Also raises for a space that is not a curve for each of red, green and blue and a matrix.
 void SaveImageInWorkingSpace(ZEVAobjectStruct* self, ZEVAstringStruct* path, ZEVAobjectStruct* workingSpace);
 
 // ToPNG() and ToJPEG(quality as double): return the bytes of a file. Quality as above.

@@ -36,14 +36,14 @@ ObjectValue* ValueOf(lua_State* lua, int index) {
 
 // The value whose function runs. Scripts reach the functions through the debug library, so the receiver may be
 // anything.
-ObjectValue& Receiver(lua_State* lua) {
+ObjectValue& ReceivingValue(lua_State* lua) {
     if (ObjectValue* value = ValueOf(lua, 1)) return *value;
     throw HostError("host object", "expected an object, got " + DescribeAt(lua, 1));
 }
 
 // The object whose function runs. Throws HostError if it was closed.
 ObjectReference OpenReceiver(lua_State* lua) {
-    Receiver(lua);
+    ReceivingValue(lua);
     return ObjectAt(lua, 1);
 }
 
@@ -89,7 +89,7 @@ int Close(lua_State* lua) {
 
 int ObjectText(lua_State* lua) {
     return Protected(lua, [&] {
-        const ObjectValue& value = Receiver(lua);
+        const ObjectValue& value = ReceivingValue(lua);
         if (value.object) {
             lua_pushfstring(lua, "%s: %p", value.isa->Name().c_str(), static_cast<void*>(value.object.Get()));
         } else {

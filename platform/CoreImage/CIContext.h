@@ -17,10 +17,10 @@
 #import <Foundation/Foundation.h>
 
 // The options of a context: the space of bitmaps that it creates, sRGB by default; and the working space of filters,
-// which NSNull switches off. Filters work on the numbers of the working space, which by default is linear light with the
-// primaries of sRGB. A working space that is not of red, green and blue is ignored. Colors set on filters are linear
-// light in any working space. The memory limit is a number of megabytes for the large buffers of a rendering, without
-// the result; by default it is a quarter of the machine's memory, and at most 1 GB in 32-bit programs.
+// which NSNull switches off. Filters work on the numbers of the working space, which by default is linear light with
+// the primaries of sRGB. A working space that is not of red, green and blue is ignored. Colors set on filters are
+// linear light in any working space. The memory limit is a number of megabytes for the large buffers of a rendering,
+// without the result; by default it is a quarter of the machine's memory, and at most 1 GB in 32-bit programs.
 CG_EXTERN NSString* const kCIContextOutputColorSpace;
 CG_EXTERN NSString* const kCIContextWorkingColorSpace;
 CG_EXTERN NSString* const kCIContextMemoryLimit;

@@ -143,8 +143,10 @@ class BitmapImage : public Image {
         SetEncoded(std::make_shared<BitmapImage>(source_, owner_, /*isEncoded=*/true));
     }
 
-    std::unique_ptr<const Stage> MakeStage(const Region&) const override {
-        if (WorkingCoding()) return MakeWorkingStage({GetExtent(), std::make_unique<BitmapStage>(source_)});
+    std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
+        if (WorkingCoding()) {
+            return MakeWorkingStage({GetExtent(), std::make_unique<BitmapStage>(source_), /*levels=*/1}, region);
+        }
         return std::make_unique<BitmapStage>(IsMatching() && !isEncoded_ ? source_ : numbers_);
     }
 

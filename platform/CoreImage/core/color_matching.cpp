@@ -72,8 +72,11 @@ class MatchedImage : public Image {
 
     // Called only with a working coding. The input is not named as a need, because it is prepared without one.
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
-        Prepared light(GetExtent(), MakePointStage(Numbers(region), std::make_unique<Converting>(toLight_, false)));
-        return MakeWorkingStage(std::move(light));
+        const Prepared numbers = Numbers(region);
+        Prepared light(GetExtent(),
+                       MakePointStage(numbers, region, std::make_unique<Converting>(toLight_, /*encodes=*/false)),
+                       numbers.Levels() + 1);
+        return MakeWorkingStage(std::move(light), region);
     }
 
   private:
@@ -121,10 +124,12 @@ bool IsMatching() { return !isSwitchedOff; }
 
 const std::optional<Coding>& WorkingCoding() { return workingCoding; }
 
-std::unique_ptr<const Stage> MakeWorkingStage(Prepared light) {
-    if (workingCoding->conversion != nullptr)
-        return MakePointStage(std::move(light), std::make_unique<Converting>(workingCoding->conversion, false));
-    return MakePointStage(std::move(light), std::make_unique<Curve>(MatchingDirection::kFromLight));
+std::unique_ptr<const Stage> MakeWorkingStage(Prepared light, const Region& region) {
+    if (workingCoding->conversion == nullptr) {
+        return MakePointStage(std::move(light), region, std::make_unique<Curve>(MatchingDirection::kFromLight));
+    }
+    return MakePointStage(std::move(light), region,
+                          std::make_unique<Converting>(workingCoding->conversion, /*encodes=*/false));
 }
 
 }  // namespace core_image

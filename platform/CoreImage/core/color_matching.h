@@ -43,7 +43,7 @@ bool IsMatching();
 // The coding in which this thread prepares what filters see; nothing where matching is on or off.
 const std::optional<Coding>& WorkingCoding();
 
-// The stage of light in the working coding, which must be given.
-std::unique_ptr<const Stage> MakeWorkingStage(Prepared light);
+// The stage of light in the working coding, which must be given, for a region.
+std::unique_ptr<const Stage> MakeWorkingStage(Prepared light, const Region& region);
 
 }  // namespace core_image

@@ -191,16 +191,17 @@ class MosaicImage : public Image {
           grid_(grid) {}
 
     void AddNeeds(const Region& region, Needs& needs) const override {
-        needs.AddByTiles(stored_ != nullptr ? stored_ : input_, grid_.Source(grid_.Around(region)));
+        needs.AddByTiles(Picture(), grid_.Source(grid_.Around(region)));
     }
 
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
-        const bool isPicture = stored_ != nullptr;
-        return std::make_unique<MosaicStage>(grid_, isPicture ? stored_ : input_, Coding{isPicture, IsMatching()},
-                                             region);
+        return std::make_unique<MosaicStage>(grid_, Picture(), Coding{stored_ != nullptr, IsMatching()}, region);
     }
 
   private:
+    // What the colors are taken from.
+    const ImageRef& Picture() const { return stored_ != nullptr ? stored_ : input_; }
+
     ImageRef stored_;  // the numbers of a picture; null for other images
     ImageRef input_;
     Grid grid_;

@@ -212,7 +212,9 @@ class MiniatureImage : public Image {
           miniature_(miniature) {}
 
     void AddNeeds(const Region& region, Needs& needs) const override {
-        for (const ImageRef* input : {&sharp_, &soft_, &away_}) needs.AddByTiles(*input, region);
+        for (const ImageRef* input : {&layers_.sharp, &layers_.soft, &layers_.middle, &layers_.far}) {
+            needs.AddByTiles(*input, region);
+        }
     }
 
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {

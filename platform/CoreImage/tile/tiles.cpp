@@ -12,7 +12,7 @@ namespace core_image {
 namespace {
 
 // Narrower cells get this width: places are divided by the cell's area.
-constexpr double kNarrowest = 1e-6;
+constexpr double kNarrowestCell = 1e-6;
 
 // Flatter cells, by the sine of the angle between the edges, get this sine, for the same reason.
 constexpr double kFlattest = 0.01;
@@ -33,7 +33,7 @@ struct Turn {
 Cell CellOf(const Inputs& inputs, Turn second, double height) {
     const double given = inputs.GetNumber("inputWidth");
     // Why 1 for none: one pixel of the image is the least that can be shown.
-    const double width = given > 0 ? std::max(given, kNarrowest) : 1;
+    const double width = given > 0 ? std::max(given, kNarrowestCell) : 1;
     if (std::abs(second.sin) < kFlattest) second.sin = std::copysign(kFlattest, second.sin);
     const Turn first(inputs.GetNumber("inputAngle"));
     return {inputs.GetElement("inputCenter", 0),

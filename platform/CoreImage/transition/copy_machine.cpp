@@ -20,13 +20,13 @@ namespace {
 constexpr double kCrossed = 0.65;
 
 // Narrower strips get this width: a position divided by the width has to stay finite.
-constexpr double kNarrowest = 1e-6;
+constexpr double kNarrowestLight = 1e-6;
 
 // p in red.
 class Strip : public Field {
   public:
     Strip(const Inputs& inputs, double time)
-        : direction_(inputs.GetNumber("inputAngle")), width_(std::max(inputs.GetNumber("inputWidth"), kNarrowest)) {
+        : direction_(inputs.GetNumber("inputAngle")), width_(std::max(inputs.GetNumber("inputWidth"), kNarrowestLight)) {
         const auto edge = [&](std::size_t index) { return inputs.GetElement("inputExtent", index); };
         const auto [least, most] = direction_.Of(edge(0), edge(1), edge(2), edge(3));
         start_ = least - width_ + time / kCrossed * (most - least + width_);

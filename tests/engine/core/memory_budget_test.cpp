@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <cstdint>
-#include <cstring>
 #include <string>
 #include <utility>
 #include <vector>
@@ -15,6 +14,7 @@
 #include "core/cropped.h"
 #include "core/renderer.h"
 #include "engine/engine.h"
+#include "engine/failure.h"
 #include "support/engine_images.h"
 #include "support/point_oracle.h"
 
@@ -117,20 +117,19 @@ TEST(MemoryBudgetTest, EngineSaysHowMuchMemoryWasNeeded) {
     const ImageRef image = Ladder(300, 1.5);
     MemoryBudget budget(10 * kMegabyte);
     Floats result;
-    Fault fault;
-    EXPECT_FALSE(RenderImage(&image, kPhoto, result.destination, {{}, true, &budget}, &fault));
-    EXPECT_EQ(std::string(fault.text).find("800 x 600 pixels: rendering needs more memory than there is, at least "),
-              0u)
-        << fault.text;
-    EXPECT_NE(std::strstr(fault.text, "MB; the limit is 10 MB"), nullptr) << fault.text;
+    EXPECT_FALSE(RenderImage(&image, kPhoto, result.destination, {.budget = &budget}));
+    const std::string failure = LatestFailure();
+    EXPECT_TRUE(failure.starts_with("800 x 600 pixels: rendering needs more memory than there is, at least "))
+        << failure;
+    EXPECT_TRUE(failure.ends_with("MB; the limit is 10 MB")) << failure;
 }
 
-TEST(MemoryBudgetTest, EngineLeavesTheFaultEmptyOnSuccess) {
+TEST(MemoryBudgetTest, EngineForgetsTheFailureOnSuccess) {
     const ImageRef image = Ladder(2, 1.5);
     Floats result;
-    Fault fault;
-    EXPECT_TRUE(RenderImage(&image, kPhoto, result.destination, {}, &fault));
-    EXPECT_STREQ(fault.text, "");
+    NoteFailure("an earlier one");
+    EXPECT_TRUE(RenderImage(&image, kPhoto, result.destination, {}));
+    EXPECT_STREQ(LatestFailure(), "");
 }
 
 }  // namespace
