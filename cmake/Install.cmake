@@ -93,6 +93,7 @@ set(ZEVA_LOADED_LIBRARIES
     "liblua5.4-c++.so.0     liblua5.4-0 (>= 5.4.4)"
     "liblcms2.so.2          liblcms2-2 (>= 2.14)"
     "libpng16.so.16         libpng16-16 (>= 1.6.39)"
+    "libz.so.1              zlib1g (>= 1:1.2.13)"
     "libjpeg.so.62          libjpeg62-turbo (>= 2.1.5)"
     "libtbb.so.12           libtbb12 (>= 2021.8)"
     "libtbbmalloc.so.2      libtbbmalloc2 (>= 2021.8)"

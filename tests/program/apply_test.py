@@ -123,7 +123,7 @@ class ApplyTest(ZevaTest):
         self.out.unlink()
         apply = ("apply", *invert, "-o", self.out, "--working-space")
         self.assert_fails(
-            1,
+            2,
             "--working-space: 'absent.icc' is not a file, expected linear, none or an ICC profile",
             *apply,
             "absent.icc",
@@ -131,7 +131,7 @@ class ApplyTest(ZevaTest):
         # A copyright that is called a table.
         profile.write_bytes(profile.read_bytes().replace(b"cprt", b"A2B0"))
         self.assert_fails(
-            1,
+            2,
             "CIImageQOR.SaveInWorkingSpace: the working space is not an RGB profile of curves and a matrix; "
             "nothing was written",
             *apply,
@@ -183,7 +183,9 @@ class ApplyTest(ZevaTest):
 
     def test_wrong_arguments_have_their_own_exit_status(self):
         self.assert_fails(2, "no command given, zeva help lists them")
-        self.assert_fails(2, "the following argument was not expected: aply", "aply")
+        self.assert_fails(
+            2, "aply: there is no such command, did you mean apply; zeva help lists the commands", "aply"
+        )
         self.assert_fails(2, "FILTER is required", "apply")
         self.assert_fails(2, "--output is required", "apply", "GaussianBlur", self.photo)
 
