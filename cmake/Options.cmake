@@ -66,8 +66,8 @@ function(zeva_target target)
     set_target_properties(${target} PROPERTIES OUTPUT_NAME ${name})
 endfunction()
 
-# compile_unoptimized(SOURCE...): for sources that use a header library to read a short text once. Optimizing the library
-# would take a tenth of the whole build and save no measurable time when the program runs.
+# compile_unoptimized(SOURCE...): for sources that use a header library to read a short text once. Optimizing the
+# library would take a tenth of the whole build and save no measurable time when the program runs.
 function(compile_unoptimized)
     set_source_files_properties(${ARGN} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON COMPILE_OPTIONS -O0)
 endfunction()

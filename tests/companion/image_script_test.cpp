@@ -82,8 +82,8 @@ TEST_F(CompanionScriptTest, AnImageThatNeedsMoreMemoryThanThereIsRaisesTheReason
     EXPECT_EQ(Run(R"(
         local image = CIImageQOR.FromColor(CIColorQOR.Hex("ffffff")):Crop(rectangle(0, 0, 1e6, 1e6))
         assert(refusal(image.ToPNG, image) ==
-               "CIImageQOR.ToPNG: the image cannot be rendered, 1000000 x 1000000 pixels need 4000 GB of memory, which " ..
-               "is not available; nothing was encoded")
+               "CIImageQOR.ToPNG: the image cannot be rendered, 1000000 x 1000000 pixels need 4000 GB of memory, " ..
+               "which is not available; nothing was encoded")
     )"),
               "");
 }

@@ -4,7 +4,7 @@
 // sends messages: an Objective-C exception may leave by longjmp, which runs no destructors. C++ exceptions never cross.
 //
 // Ownership: Make... returns a handle that the caller frees with DisposeImage; arguments are borrowed.
-// Failure:   null or false when memory is short; failure.h has the reason, for a rendering with the memory that it needs.
+// Failure:   null or false when memory is short; failure.h has the reason.
 // Threads:   any.
 
 #pragma once

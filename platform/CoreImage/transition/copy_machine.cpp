@@ -26,7 +26,8 @@ constexpr double kNarrowestLight = 1e-6;
 class Strip : public Field {
   public:
     Strip(const Inputs& inputs, double time)
-        : direction_(inputs.GetNumber("inputAngle")), width_(std::max(inputs.GetNumber("inputWidth"), kNarrowestLight)) {
+        : direction_(inputs.GetNumber("inputAngle")),
+          width_(std::max(inputs.GetNumber("inputWidth"), kNarrowestLight)) {
         const auto edge = [&](std::size_t index) { return inputs.GetElement("inputExtent", index); };
         const auto [least, most] = direction_.Of(edge(0), edge(1), edge(2), edge(3));
         start_ = least - width_ + time / kCrossed * (most - least + width_);
