@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <cctype>
 #include <set>
+#include <string_view>
 
 #include "host/description/class_description.h"
+#include "host/gallery/fidelity_table.h"
 #include "host/gallery/html.h"
 #include "host/gallery/sample_table.h"
 
@@ -205,6 +207,21 @@ Html Programs(const GalleryFilter& filter) {
                 {programs});
 }
 
+// How close the filter is to the platform's. Nothing for a filter of another module.
+Html Fidelity(const GalleryFilter& filter) {
+    for (const FidelityRow& row : kFidelity) {
+        if (row.filter != filter.Title().name) continue;
+        const auto entry = [](const char* term, const char* text) {
+            if (std::string_view(text) == "-") return Html{};
+            return Fill("<div><dt>{}</dt><dd>{}</dd></div>\n", {term, text});
+        };
+        return Fill("<section><h2>Fidelity</h2>\n<p>{}</p>\n<dl>\n{}{}{}{}</dl></section>\n",
+                    {row.certainty, entry("Checked against", row.checkedAgainst), entry("Platform", row.platform),
+                     entry("Differs by, in levels of 8 bits", row.differsBy), entry("Bound", row.bound)});
+    }
+    return {};
+}
+
 // Links to the overview and to the previous and next filter.
 Html Navigation(const Gallery& gallery, std::size_t index) {
     Html links = Fill("<a href=\"index.html\">All filters</a>", {});
@@ -261,10 +278,10 @@ std::string FilterPage(const Gallery& gallery, std::size_t index) {
 <p><code>{}</code> · {}</p>
 <p class="sentence">{}</p></header>
 <main>
-{}{}{}</main>
+{}{}{}{}</main>
 <footer>{}</footer>
 )",
                                                  {navigation, filter.Title().displayName, filter.description.name,
                                                   CategoryOf(filter), filter.description.filter->description, sections,
-                                                  Properties(filter), Programs(filter), navigation}));
+                                                  Properties(filter), Fidelity(filter), Programs(filter), navigation}));
 }

@@ -1,9 +1,11 @@
 """The files of the gallery: filters, pictures, programs, links."""
 
 import concurrent.futures
+import html
 import json
 import os
 import pathlib
+import re
 import shutil
 import unittest
 import urllib.parse
@@ -11,6 +13,7 @@ import urllib.parse
 from written_gallery import Page, filters_without_image, temporary_folder, write_gallery, write_photo, zeva
 
 ROOT = pathlib.Path(__file__).parent.parent.parent
+FIDELITY = ROOT / "docs/fidelity.md"
 ODD_NAME = "a <b> & 'c'.png"  # shows what a page does not escape
 # Filters whose result has one color by definition.
 AREAS = {"AreaAverage", "AreaMaximum", "AreaMaximumAlpha", "AreaMinimum", "AreaMinimumAlpha"}
@@ -95,6 +98,15 @@ class PagesTest(unittest.TestCase):
             self.assertIn(f"<code>{entry['class']}</code>", text)
             for key in entry["properties"]:
                 self.assertEqual(text.count(f'<th scope="row"><code>{key["name"]}</code></th>'), 1, (name, key))
+
+    def test_each_page_shows_the_row_of_the_fidelity_table(self):
+        rows = [line for line in FIDELITY.read_text().splitlines() if line.startswith("| ![")]
+        self.assertEqual(len(rows), len(described))
+        for row in rows:
+            _, name, *cells = [cell.strip() for cell in row.strip("|").split("|")]
+            section = re.search("<h2>Fidelity</h2>(.*?)</section>", (gallery / f"{name}.html").read_text(), re.S)[1]
+            shown = [html.unescape(text) for text in re.findall("<(?:p|dd)>(.*?)</", section)]
+            self.assertEqual(sorted(shown), sorted(cell for cell in cells if cell != "-"), name)
 
     def test_next_links_visit_all_filters(self):
         seen, name = [], "index.html"
