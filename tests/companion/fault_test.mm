@@ -275,6 +275,9 @@ TEST_P(CompanionServiceTest, IsSurvivedByEveryMemberWhichGivesBackWhatItHolds) {
         // Without these, the references and bytes that they would take back stay.
         const bool takesBack = std::strncmp(service, "ZEVAUnlock", 10) == 0;
         const bool takesBackBytes = std::strcmp(service, "PluginDisposeStringData") == 0;
+        // A host that fails to take its bytes back leaks them itself; where it lacks the service, the module frees
+        // them.
+        if (takesBackBytes && GetParam().fault.missingLookups == 0) continue;
         LoadAgain();
         for (const Member& member : Members()) {
             const std::string name = member.Name() + ", " + service;
