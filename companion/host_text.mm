@@ -16,8 +16,8 @@ namespace {
 NSData* BytesOf(ZEVAstringStruct* string) {
     ZEVAstringData data = {};
     if (string == nullptr || ZEVAGetStringData(string, &data) != 1) return nil;
-    NSMutableData* bytes = [NSMutableData dataWithBytes:data.bytes
-                                                 length:static_cast<NSUInteger>(data.hostWords[kStringDataLength])];
+    const ZEVAword length = std::max<ZEVAword>(data.hostWords[kStringDataLength], 0);
+    NSMutableData* bytes = [NSMutableData dataWithBytes:data.bytes length:static_cast<NSUInteger>(length)];
     [bytes appendBytes:"" length:1];
     ZEVADisposeStringData(&data);
     return bytes;

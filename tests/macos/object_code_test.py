@@ -46,7 +46,9 @@ ONLY_32_BITS = {
 }
 ONLY_64_BITS = {
     **{f"_OBJC_CLASS_$_{name}": "a class of Foundation or Core Image" for name in CLASSES},
-    "_OBJC_EHTYPE_$_NSException": "the class that the guard catches",
+    "_OBJC_EHTYPE_$_NSException": "the class that the guard catches and reports",
+    "_OBJC_EHTYPE_id": "any other object, which the guard passes on",
+    "_objc_exception_rethrow": "the same",
     "___objc_personality_v0": "native exceptions",
     "_objc_begin_catch": "native exceptions",
     "_objc_end_catch": "native exceptions",
