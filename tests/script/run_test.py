@@ -6,6 +6,7 @@ Usage: run_test.py PATH_OF_ZEVA
 
 import pathlib
 import resource
+import signal
 import subprocess
 import sys
 import tempfile
@@ -159,6 +160,10 @@ class RunTest(unittest.TestCase):
             result = self.run_script(
                 script, preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (limit, limit))
             )
+            if maker.startswith("CI") and result.returncode == -signal.SIGABRT:
+                # Rarely, the Objective-C runtime itself is the one that finds no memory: it ends the process.
+                self.assertEqual(result.stdout, "", maker)
+                continue
             self.assertEqual(result.returncode, 0, maker)
             # The module's guard may log one line for the platform's own exception.
             self.assertLessEqual(len(result.stderr.splitlines()), 1, result.stderr)
