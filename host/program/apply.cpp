@@ -15,7 +15,6 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -144,9 +143,8 @@ Value SpaceOfProfile(Host& host, const std::string& name) {
     if (bytes.empty()) {
         throw HostError("--working-space", "'" + name + "' is not a file, expected linear, none or an ICC profile");
     }
-    const ObjectReference block = host::NewMemoryBlock(static_cast<std::int32_t>(bytes.size()));
+    const ObjectReference block = host::NewMemoryBlockOf(bytes);
     if (!block) throw std::bad_alloc();
-    std::memcpy(reinterpret_cast<ZEVAmemoryBlockStruct*>(block.Get())->bytes, bytes.data(), bytes.size());
     const Value profile[] = {block};
     return host.CallShared("CGColorSpaceQOR", "FromProfile", profile);
 }

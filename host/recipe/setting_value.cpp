@@ -181,10 +181,9 @@ Value Floats(Host&, const std::string& setting, std::string_view text) {
         const std::vector<double> numbers = NumbersIn(setting, text);
         floats.assign(numbers.begin(), numbers.end());
     }
-    const std::size_t size = floats.size() * sizeof(float);
-    host::ObjectReference block = host::NewMemoryBlock(static_cast<std::int32_t>(size));
+    host::ObjectReference block =
+        host::NewMemoryBlockOf({reinterpret_cast<const char*>(floats.data()), floats.size() * sizeof(float)});
     if (!block) throw std::bad_alloc();
-    std::memcpy(reinterpret_cast<ZEVAmemoryBlockStruct*>(block.Get())->bytes, floats.data(), size);
     return block;
 }
 

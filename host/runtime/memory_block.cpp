@@ -45,12 +45,8 @@ ZEVAobjectStruct* NewFromBytes(ZEVAstringStruct* string) {
                                                      std::to_string(bytes.size()) + "; no block was created");
         return nullptr;
     }
-    ObjectReference block = NewMemoryBlock(static_cast<std::int32_t>(bytes.size()));
-    if (block) {
-        std::copy(bytes.begin(), bytes.end(), BlockOf(block.Get())->bytes);
-    } else {
-        environment.RaiseOutOfMemory(kSubject, bytes.size());
-    }
+    ObjectReference block = NewMemoryBlockOf(bytes);
+    if (!block) environment.RaiseOutOfMemory(kSubject, bytes.size());
     return block.Leak();
 }
 
@@ -93,6 +89,13 @@ ObjectReference NewMemoryBlock(std::int32_t size) {
     block->size = size;
     block->bytes = static_cast<unsigned char*>(bytes);
     return object;
+}
+
+ObjectReference NewMemoryBlockOf(std::string_view bytes) {
+    if (bytes.size() > INT32_MAX) return {};
+    ObjectReference block = NewMemoryBlock(static_cast<std::int32_t>(bytes.size()));
+    if (block) std::copy(bytes.begin(), bytes.end(), reinterpret_cast<ZEVAmemoryBlockStruct*>(block.Get())->bytes);
+    return block;
 }
 
 }  // namespace host

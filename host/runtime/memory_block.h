@@ -11,6 +11,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "host/runtime/object.h"
 #include "interface/class_definition.h"
@@ -28,5 +29,8 @@ extern const ZEVAclassDefinition kMemoryBlockClass;
 
 // A new block whose bytes are zero. Returns null when out of memory and for a negative size.
 [[nodiscard]] ObjectReference NewMemoryBlock(std::int32_t size);
+
+// A new block with a copy of the bytes. Returns null when out of memory and for 2 GB or more.
+[[nodiscard]] ObjectReference NewMemoryBlockOf(std::string_view bytes);
 
 }  // namespace host

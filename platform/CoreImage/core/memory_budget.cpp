@@ -17,7 +17,7 @@ constexpr std::uint64_t kSmallestCounted = 1 << 20;
 
 thread_local MemoryBudget* current = nullptr;
 
-// The number in a file; a very large one when there is no file or no number, as in "max".
+// The number in a file. UINT64_MAX when the file is missing or holds no number, such as "max".
 std::uint64_t NumberIn(const std::string& path) {
     std::uint64_t number = 0;
     return std::ifstream(path) >> number ? number : UINT64_MAX;
