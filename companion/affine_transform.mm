@@ -95,7 +95,7 @@ double GetD(ZEVAobjectStruct* self) { return ElementsOf(self).m22; }
 double GetTX(ZEVAobjectStruct* self) { return ElementsOf(self).tX; }
 double GetTY(ZEVAobjectStruct* self) { return ElementsOf(self).tY; }
 
-ZEVAmethod methods[] = {
+ZEVAmethod transformMethods[] = {
     COMPANION_METHOD("A as double", GetA),
     COMPANION_METHOD("B as double", GetB),
     COMPANION_METHOD("C as double", GetC),
@@ -110,7 +110,7 @@ ZEVAmethod methods[] = {
     COMPANION_METHOD("Apply(point as CIVectorQOR) as CIVectorQOR", Apply),
 };
 
-ZEVAmethod sharedMethods[] = {
+ZEVAmethod transformSharedMethods[] = {
     COMPANION_METHOD("Identity() as NSAffineTransformQOR", NewIdentity),
     COMPANION_METHOD("Make(a as double, b as double, c as double, d as double, tx as double, ty as double) "
                      "as NSAffineTransformQOR",
@@ -119,4 +119,5 @@ ZEVAmethod sharedMethods[] = {
 
 }  // namespace
 
-ZEVAclassDefinition NSAffineTransformClass = COMPANION_VALUE_CLASS("NSAffineTransformQOR");
+ZEVAclassDefinition NSAffineTransformClass =
+    COMPANION_VALUE_CLASS("NSAffineTransformQOR", transformMethods, transformSharedMethods);

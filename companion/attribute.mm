@@ -70,7 +70,7 @@ ZEVAobjectStruct* TransformFrom(NSAffineTransform* transform) {
 ZEVAmemoryBlockStruct* BytesFrom(NSData* data) { return NewHostBlock(data); }
 
 #define DEFINE_GETTER(property, key, valueClass, typeWord, from) \
-    auto Get##property(ZEVAobjectStruct* self) { return from(EntryOf(self, key, [valueClass class])); }
+    auto GetAttribute##property(ZEVAobjectStruct* self) { return from(EntryOf(self, key, [valueClass class])); }
 ATTRIBUTES(DEFINE_GETTER)
 #undef DEFINE_GETTER
 
@@ -90,16 +90,16 @@ std::int32_t Has(ZEVAobjectStruct* self, ZEVAstringStruct* name) {
     return 0;
 }
 
-void Finalize(ZEVAobjectStruct* self) {
+void FinalizeAttribute(ZEVAobjectStruct* self) {
     auto* object = reinterpret_cast<AttributeObject*>(self);
     [object->key release];
     [object->attribute release];
 }
 
 #define GETTER_ENTRY(property, key, valueClass, typeWord, from) \
-    COMPANION_METHOD(#property " as " #typeWord, Get##property),
-ZEVAmethod methods[] = {COMPANION_METHOD("Key as string", GetKey),
-                        COMPANION_METHOD("Has(property as string) as boolean", Has), ATTRIBUTES(GETTER_ENTRY)};
+    COMPANION_METHOD(#property " as " #typeWord, GetAttribute##property),
+ZEVAmethod attributeMethods[] = {COMPANION_METHOD("Key as string", GetKey),
+                                 COMPANION_METHOD("Has(property as string) as boolean", Has), ATTRIBUTES(GETTER_ENTRY)};
 #undef GETTER_ENTRY
 
 }  // namespace
@@ -108,8 +108,8 @@ ZEVAclassDefinition CIAttributeClass = {
     .record = {.version = kRecordVersion,
                .className = "CIAttributeQOR",
                .instanceDataSize = COMPANION_DATA_SIZE(AttributeObject),
-               .finalize = Finalize,
-               .methods = methods,
-               .methodCount = std::size(methods),
+               .finalize = FinalizeAttribute,
+               .methods = attributeMethods,
+               .methodCount = std::size(attributeMethods),
                .flags = kHostFlags},
 };

@@ -62,17 +62,16 @@ struct GuardedFunction<kFunction> {
 // The size of a structure's instance data in bytes, without the header that every object has.
 #define COMPANION_DATA_SIZE(structure) static_cast<ZEVAword>(sizeof(structure) - kZEVAobjectHeaderSize)
 
-// The record of a class whose objects wrap one platform object. Uses the arrays `methods` and `sharedMethods` of its
-// file.
-#define COMPANION_VALUE_CLASS(name)                                      \
+// The record of a class whose objects wrap one platform object, with its arrays of methods.
+#define COMPANION_VALUE_CLASS(name, methodList, sharedMethodList)        \
     {                                                                    \
         .record = {.version = kRecordVersion,                            \
                    .className = name,                                    \
                    .instanceDataSize = COMPANION_DATA_SIZE(ValueObject), \
                    .finalize = ReleaseWrapped,                           \
-                   .methods = methods,                                   \
-                   .methodCount = std::size(methods),                    \
+                   .methods = methodList,                                \
+                   .methodCount = std::size(methodList),                 \
                    .flags = kHostFlags,                                  \
-                   .sharedMethods = sharedMethods,                       \
-                   .sharedMethodCount = std::size(sharedMethods)},       \
+                   .sharedMethods = sharedMethodList,                    \
+                   .sharedMethodCount = std::size(sharedMethodList)},    \
     }

@@ -61,27 +61,27 @@ ZEVAobjectStruct* WithAlpha(ZEVAobjectStruct* self, double alpha) {
 }
 
 // Returns the components in the platform's format; nil for an object without a value.
-ZEVAstringStruct* GetText(ZEVAobjectStruct* self) { return NewHostString([ColorOf(self) stringRepresentation]); }
+ZEVAstringStruct* GetColorText(ZEVAobjectStruct* self) { return NewHostString([ColorOf(self) stringRepresentation]); }
 
 double GetRed(ZEVAobjectStruct* self) { return [ColorOf(self) red]; }
 double GetGreen(ZEVAobjectStruct* self) { return [ColorOf(self) green]; }
 double GetBlue(ZEVAobjectStruct* self) { return [ColorOf(self) blue]; }
 double GetAlpha(ZEVAobjectStruct* self) { return [ColorOf(self) alpha]; }
 
-ZEVAmethod methods[] = {
+ZEVAmethod colorMethods[] = {
     COMPANION_METHOD("Red as double", GetRed),
     COMPANION_METHOD("Green as double", GetGreen),
     COMPANION_METHOD("Blue as double", GetBlue),
     COMPANION_METHOD("Alpha as double", GetAlpha),
     COMPANION_METHOD("WithAlpha(alpha as double) as CIColorQOR", WithAlpha),
-    COMPANION_METHOD("Text as string", GetText),
+    COMPANION_METHOD("Text as string", GetColorText),
 };
 
-ZEVAmethod sharedMethods[] = {
+ZEVAmethod colorSharedMethods[] = {
     COMPANION_METHOD("RGBA(red as double, green as double, blue as double, alpha as double) as CIColorQOR", NewRGBA),
     COMPANION_METHOD("Hex(digits as string) as CIColorQOR", NewHex),
 };
 
 }  // namespace
 
-ZEVAclassDefinition CIColorClass = COMPANION_VALUE_CLASS("CIColorQOR");
+ZEVAclassDefinition CIColorClass = COMPANION_VALUE_CLASS("CIColorQOR", colorMethods, colorSharedMethods);

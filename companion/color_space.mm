@@ -67,12 +67,12 @@ ZEVAstringStruct* GetName(ZEVAobjectStruct* self) {
     return NewHostString([reinterpret_cast<NSString*>(const_cast<__CFString*>(name)) autorelease]);
 }
 
-ZEVAmethod methods[] = {
+ZEVAmethod colorSpaceMethods[] = {
     COMPANION_METHOD("Name as string", GetName),
     COMPANION_METHOD("Profile as memoryblock", GetProfile),
 };
 
-ZEVAmethod sharedMethods[] = {
+ZEVAmethod colorSpaceSharedMethods[] = {
     COMPANION_METHOD("Named(name as string) as CGColorSpaceQOR", NewNamed),
     COMPANION_METHOD("FromProfile(profile as memoryblock) as CGColorSpaceQOR", NewFromProfile),
 };
@@ -89,9 +89,9 @@ ZEVAclassDefinition CGColorSpaceClass = {
     .record = {.version = kRecordVersion,
                .className = "CGColorSpaceQOR",
                .superclassName = "CFObjectQOR",
-               .methods = methods,
-               .methodCount = std::size(methods),
+               .methods = colorSpaceMethods,
+               .methodCount = std::size(colorSpaceMethods),
                .flags = kHostFlags,
-               .sharedMethods = sharedMethods,
-               .sharedMethodCount = std::size(sharedMethods)},
+               .sharedMethods = colorSpaceSharedMethods,
+               .sharedMethodCount = std::size(colorSpaceSharedMethods)},
 };

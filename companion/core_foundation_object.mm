@@ -9,7 +9,7 @@ namespace {
 
 void Initialize(ZEVAobjectStruct* self) { reinterpret_cast<CoreFoundationObject*>(self)->cfTag = kCoreFoundationTag; }
 
-void Finalize(ZEVAobjectStruct* self) {
+void FinalizeCoreFoundationObject(ZEVAobjectStruct* self) {
     CFTypeRef wrapped = reinterpret_cast<CoreFoundationObject*>(self)->wrapped;
     if (wrapped != nullptr) CFRelease(wrapped);
 }
@@ -21,6 +21,6 @@ ZEVAclassDefinition CFObjectClass = {
                .className = "CFObjectQOR",
                .instanceDataSize = COMPANION_DATA_SIZE(CoreFoundationObject),
                .initialize = Initialize,
-               .finalize = Finalize,
+               .finalize = FinalizeCoreFoundationObject,
                .flags = kHostFlags},
 };

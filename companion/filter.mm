@@ -28,13 +28,13 @@ ZEVAstringStruct* GetCategories(ZEVAobjectStruct* self) {
     return NewHostString([names componentsJoinedByString:@", "]);
 }
 
-void Finalize(ZEVAobjectStruct* self) {
+void FinalizeFilter(ZEVAobjectStruct* self) {
     auto* object = reinterpret_cast<FilterObject*>(self);
     [object->attributeCache release];
     [object->filter release];
 }
 
-ZEVAmethod methods[] = {
+ZEVAmethod filterMethods[] = {
     COMPANION_METHOD("DisplayName as string", GetDisplayName),
     COMPANION_METHOD("Categories as string", GetCategories),
 };
@@ -45,8 +45,8 @@ ZEVAclassDefinition CIFilterClass = {
     .record = {.version = kRecordVersion,
                .className = "CIFilterQOR",
                .instanceDataSize = COMPANION_DATA_SIZE(FilterObject),
-               .finalize = Finalize,
-               .methods = methods,
-               .methodCount = std::size(methods),
+               .finalize = FinalizeFilter,
+               .methods = filterMethods,
+               .methodCount = std::size(filterMethods),
                .flags = kHostFlags},
 };

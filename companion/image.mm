@@ -183,13 +183,13 @@ ZEVAobjectStruct* Transform(ZEVAobjectStruct* self, ZEVAobjectStruct* transform)
     return result;
 }
 
-void Finalize(ZEVAobjectStruct* self) {
+void FinalizeImage(ZEVAobjectStruct* self) {
     auto* object = reinterpret_cast<ImageObject*>(self);
     [object->wrapped release];
     CGImageRelease(object->cgImage);
 }
 
-ZEVAmethod methods[] = {
+ZEVAmethod imageMethods[] = {
     COMPANION_METHOD("Extent as CIVectorQOR", GetExtent),
     COMPANION_METHOD("ColorSpace as CGColorSpaceQOR", GetColorSpace),
     COMPANION_METHOD("Crop(rectangle as CIVectorQOR) as CIImageQOR", Crop),
@@ -206,7 +206,7 @@ ZEVAmethod methods[] = {
     COMPANION_METHOD("ColorAt(x as double, y as double) as CIColorQOR", ImageColorAt),
 };
 
-ZEVAmethod sharedMethods[] = {
+ZEVAmethod imageSharedMethods[] = {
     COMPANION_METHOD("Open(path as string) as CIImageQOR", Open),
     COMPANION_METHOD("FromData(data as memoryblock) as CIImageQOR", NewFromData),
     COMPANION_METHOD("FromPixels(pixels as memoryblock, width as integer, height as integer) as CIImageQOR",
@@ -220,10 +220,10 @@ ZEVAclassDefinition CIImageClass = {
     .record = {.version = kRecordVersion,
                .className = "CIImageQOR",
                .instanceDataSize = COMPANION_DATA_SIZE(ImageObject),
-               .finalize = Finalize,
-               .methods = methods,
-               .methodCount = std::size(methods),
+               .finalize = FinalizeImage,
+               .methods = imageMethods,
+               .methodCount = std::size(imageMethods),
                .flags = kHostFlags,
-               .sharedMethods = sharedMethods,
-               .sharedMethodCount = std::size(sharedMethods)},
+               .sharedMethods = imageSharedMethods,
+               .sharedMethodCount = std::size(imageSharedMethods)},
 };

@@ -78,17 +78,21 @@ double GetZ(ZEVAobjectStruct* self) { return [VectorOf(self) Z]; }
 double GetW(ZEVAobjectStruct* self) { return [VectorOf(self) W]; }
 
 // Returns the numbers in the platform's format; nil for an object without a value.
-ZEVAstringStruct* GetText(ZEVAobjectStruct* self) { return NewHostString([VectorOf(self) stringRepresentation]); }
+ZEVAstringStruct* GetVectorText(ZEVAobjectStruct* self) { return NewHostString([VectorOf(self) stringRepresentation]); }
 
-ZEVAmethod methods[] = {
-    COMPANION_METHOD("Count as integer", GetCount), COMPANION_METHOD("ValueAt(index as integer) as double", ValueAt),
-    COMPANION_METHOD("X as double", GetX),          COMPANION_METHOD("Y as double", GetY),
-    COMPANION_METHOD("Z as double", GetZ),          COMPANION_METHOD("W as double", GetW),
-    COMPANION_METHOD("Width as double", GetZ),      COMPANION_METHOD("Height as double", GetW),
-    COMPANION_METHOD("Text as string", GetText),
+ZEVAmethod vectorMethods[] = {
+    COMPANION_METHOD("Count as integer", GetCount),
+    COMPANION_METHOD("ValueAt(index as integer) as double", ValueAt),
+    COMPANION_METHOD("X as double", GetX),
+    COMPANION_METHOD("Y as double", GetY),
+    COMPANION_METHOD("Z as double", GetZ),
+    COMPANION_METHOD("W as double", GetW),
+    COMPANION_METHOD("Width as double", GetZ),
+    COMPANION_METHOD("Height as double", GetW),
+    COMPANION_METHOD("Text as string", GetVectorText),
 };
 
-ZEVAmethod sharedMethods[] = {
+ZEVAmethod vectorSharedMethods[] = {
     COMPANION_METHOD("Rectangle(x as double, y as double, width as double, height as double) as CIVectorQOR",
                      NewRectangle),
     COMPANION_METHOD("Point(x as double, y as double) as CIVectorQOR", NewPoint),
@@ -97,4 +101,4 @@ ZEVAmethod sharedMethods[] = {
 
 }  // namespace
 
-ZEVAclassDefinition CIVectorClass = COMPANION_VALUE_CLASS("CIVectorQOR");
+ZEVAclassDefinition CIVectorClass = COMPANION_VALUE_CLASS("CIVectorQOR", vectorMethods, vectorSharedMethods);

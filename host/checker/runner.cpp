@@ -1,11 +1,12 @@
-// runner.cpp - runs a check in a child process, sends its findings back as JSON, and derives the verdict.
+// runner.cpp - runs a check in a child process, sends its findings back as text, and derives the verdict.
 
 #include "host/checker/runner.h"
 
 #include <fnmatch.h>
 
+#include <charconv>
 #include <chrono>
-#include <nlohmann/json.hpp>
+#include <string_view>
 
 #include "host/checker/child.h"
 #include "host/runtime/errors.h"
@@ -15,41 +16,60 @@ namespace checker {
 
 namespace {
 
-using nlohmann::json;
+// A child replies with a list of texts: why it skipped the check, which is empty when it did not, then three texts per
+// finding. Each is written as its length, a colon and its bytes.
+void AppendText(std::string& reply, std::string_view text) {
+    reply += std::to_string(text.size()) + ':';
+    reply += text;
+}
 
-// Runs a check in this process. Returns its findings, or why it was skipped, as JSON.
+// Returns an empty list for what is not such a reply: the module under check could write to any descriptor.
+std::vector<std::string> TextsOf(std::string_view reply) {
+    std::vector<std::string> texts;
+    while (!reply.empty()) {
+        const char* end = reply.data() + reply.size();
+        std::size_t length = 0;
+        const char* colon = std::from_chars(reply.data(), end, length).ptr;
+        if (colon == end || *colon != ':' || length >= static_cast<std::size_t>(end - colon)) return {};
+        texts.emplace_back(colon + 1, length);
+        reply.remove_prefix(static_cast<std::size_t>(colon + 1 - reply.data()) + length);
+    }
+    if (texts.size() % 3 != 1) texts.clear();
+    return texts;
+}
+
+// Runs a check in this process. Returns the reply.
 std::string RunCheck(const Check& check, const CheckedModule& module, const RunOptions& options) {
     CheckContext context(module, options.seed, options.timeLimit);
-    json reply;
+    std::string skipReason;
     try {
         check.run(context);
     } catch (const SkipCheck& skipped) {
-        reply["skipped"] = skipped.reason;
+        skipReason = skipped.reason;
     } catch (const host::HostError& error) {
         context.AddFinding("", "modules that can be loaded and used", error.what());
     }
-    reply["findings"] = json::array();
+    std::string reply;
+    AppendText(reply, skipReason);
     for (const Finding& finding : context.Findings()) {
-        reply["findings"].push_back({finding.subject, finding.expected, finding.got});
+        for (const std::string& text : {finding.subject, finding.expected, finding.got}) AppendText(reply, text);
     }
-    return reply.dump(-1, ' ', /*ensure_ascii=*/false, json::error_handler_t::replace);
+    return reply;
 }
 
 CheckResult ResultFromChild(const std::string& group, const Check& check, const ChildResult& child) {
     CheckResult result{.group = group, .check = &check, .findings = {}, .reason = {}, .output = {}};
     result.seconds = child.seconds.count();
-    const json reply = child.hasReturned ? json::parse(child.text) : json::object();
-    for (const json& finding : reply.value("findings", json::array())) {
-        result.findings.push_back({finding[0], finding[1], finding[2]});
-    }
-    if (!child.Succeeded()) {
+    const std::vector<std::string> texts = TextsOf(child.hasReturned ? std::string_view(child.text) : "0:");
+    for (std::size_t i = 1; i < texts.size(); i += 3) result.findings.push_back({texts[i], texts[i + 1], texts[i + 2]});
+    if (!child.Succeeded() || texts.empty()) {
         result.verdict = Verdict::kCrashed;
-        result.reason = FailureText(child);
+        result.reason = child.Succeeded() ? "its reply cannot be read" : FailureText(child);
     } else if (!result.findings.empty()) {
         result.verdict = check.severity == Severity::kWarning ? Verdict::kWarned : Verdict::kFailed;
-    } else if (reply.contains("skipped")) {
+    } else if (!texts.front().empty()) {
         result.verdict = Verdict::kSkipped;
-        result.reason = reply["skipped"];
+        result.reason = texts.front();
     }
     if (IsBad(result.verdict)) result.output = child.output;
     return result;

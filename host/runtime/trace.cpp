@@ -21,7 +21,7 @@ namespace host {
 namespace {
 
 // The number of bytes of a string that an event shows.
-constexpr std::size_t kShownBytes = 200;
+constexpr std::size_t kTracedBytes = 200;
 
 }  // namespace
 
@@ -70,7 +70,7 @@ Trace::Json TraceJson(const ZEVAobjectStruct* object) {
 
 Trace::Json TraceJson(const ZEVAstringStruct* string) {
     if (string == nullptr) return nullptr;
-    const std::string_view shown = Beginning(string->bytes, kShownBytes);
+    const std::string_view shown = Beginning(string->bytes, kTracedBytes);
     std::string text = std::string(shown) + (shown.size() < string->bytes.size() ? "..." : "");
     if (IsText(shown)) return text;
     return {{"text", std::move(text)}, {"base64", Base64(shown)}};

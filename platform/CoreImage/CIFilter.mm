@@ -70,15 +70,15 @@ void ReadTransform(id value, core_image::InputValue* input) {
     input->elements = numbers;
 }
 
-void RetainObject(const void* object) { CFRetain(object); }
-void ReleaseObject(const void* object) { CFRelease(object); }
+void RetainInput(const void* object) { CFRetain(object); }
+void ReleaseInput(const void* object) { CFRelease(object); }
 
 // Copying immutable data costs nothing.
 void ReadData(NSData* value, core_image::InputValue* input) {
     NSData* data = [[value copy] autorelease];
     input->bytes = [data bytes];
     input->count = [data length];
-    input->owner = {data, RetainObject, ReleaseObject};
+    input->owner = {data, RetainInput, ReleaseInput};
 }
 
 // Reads a color space. An object that is not a space of red, green and blue reads as kOther.

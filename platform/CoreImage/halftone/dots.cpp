@@ -3,6 +3,7 @@
 #include "halftone/dots.h"
 
 #include <cmath>
+#include <numbers>
 #include <cstddef>
 #include <cstdint>
 
@@ -11,11 +12,10 @@ namespace {
 
 // Appends pixels along one direction, in which the phases of the two waves grow by this many periods per pixel.
 void Fill(WaveParts& parts, std::int64_t first, std::int64_t count, double center, const std::array<double, 2>& steps) {
-    constexpr double kWhole = 6.283185307179586;
     for (std::size_t wave = 0; wave < 2; ++wave) {
         for (std::int64_t index = 0; index < count; ++index) {
             const double periods = (static_cast<double>(first + index) + 0.5 - center) * steps[wave];
-            const double angle = kWhole * (periods - std::floor(periods));
+            const double angle = 2 * std::numbers::pi * (periods - std::floor(periods));
             parts.sines[wave].push_back(static_cast<float>(std::sin(angle)));
             parts.cosines[wave].push_back(static_cast<float>(std::cos(angle)));
         }

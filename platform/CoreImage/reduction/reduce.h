@@ -46,7 +46,7 @@ ImageRef MakeRowImage(ImageRef input, const Region& reduced, std::int64_t width,
 // accumulator of the rows above. Accumulators begin as copies of the given one.
 template <class Accumulator>
 Accumulator Reduce(const ImageRef& input, const Samples& samples, const Accumulator& start) {
-    constexpr std::int64_t kBands = 64, kTileWidth = 512, kTileHeight = 16;
+    constexpr std::int64_t kBands = 64, kPieceWidth = 512, kPieceHeight = 16;
     const Region& all = samples.cells;
     const SampledInput sampled(input, all, samples.stepX, samples.stepY);
     const std::int64_t bandHeight = (all.height + kBands - 1) / kBands;
@@ -63,10 +63,10 @@ Accumulator Reduce(const ImageRef& input, const Samples& samples, const Accumula
             addRows(*held);
             return;
         }
-        const PixelBlock block(Region{0, 0, kTileWidth, kTileHeight});
-        for (std::int64_t tileY = band.y; tileY < band.Top(); tileY += kTileHeight) {
-            for (std::int64_t tileX = band.x; tileX < band.Right(); tileX += kTileWidth) {
-                const Tile tile = {band.Intersection({tileX, tileY, kTileWidth, kTileHeight}), block.GetTile().pixels,
+        const PixelBlock block(Region{0, 0, kPieceWidth, kPieceHeight});
+        for (std::int64_t tileY = band.y; tileY < band.Top(); tileY += kPieceHeight) {
+            for (std::int64_t tileX = band.x; tileX < band.Right(); tileX += kPieceWidth) {
+                const Tile tile = {band.Intersection({tileX, tileY, kPieceWidth, kPieceHeight}), block.GetTile().pixels,
                                    block.GetTile().floatsPerRow};
                 sampled.Render(tile);
                 addRows({tile.region, tile.pixels, tile.floatsPerRow});
