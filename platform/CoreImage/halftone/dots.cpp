@@ -3,9 +3,9 @@
 #include "halftone/dots.h"
 
 #include <cmath>
-#include <numbers>
 #include <cstddef>
 #include <cstdint>
+#include <numbers>
 
 namespace core_image {
 namespace {
