@@ -1,12 +1,17 @@
 // color_space.mm - CGColorSpaceQOR, a color space: it defines what color the numbers of a pixel stand for.
 //
 //   CGColorSpaceQOR.Named("sRGB")
-//   CGColorSpaceQOR.FromProfile(block)      Name  Profile
+//   CGColorSpaceQOR.FromProfile(block)      Name  Profile  CanBeWorkingSpace
 //
 // A space has the platform's name, "kCGColorSpaceLinearSRGB". The prefix "kCGColorSpace" may be omitted, and the first
 // letter may then be lower case: "linearSRGB".
 
 #include "companion/color_space.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
 #include "bridge/host_objects.h"
 #include "companion/class_record.h"
 #include "companion/host_bytes.h"
@@ -27,6 +32,13 @@ CGColorSpaceRef NewColorSpace(NSString* name) {
 CGColorSpaceRef SpaceOf(ZEVAobjectStruct* self) {
     CFTypeRef wrapped = reinterpret_cast<CoreFoundationObject*>(self)->wrapped;
     return static_cast<CGColorSpaceRef>(const_cast<void*>(wrapped));
+}
+
+// A big-endian number of four bytes.
+std::size_t CountAt(const std::uint8_t* bytes) {
+    std::size_t count = 0;
+    for (int index = 0; index < 4; ++index) count = count * 256 + bytes[index];
+    return count;
 }
 
 // Raises for bytes that are not an RGB or gray ICC profile.
@@ -67,9 +79,12 @@ ZEVAstringStruct* GetName(ZEVAobjectStruct* self) {
     return NewHostString([reinterpret_cast<NSString*>(const_cast<__CFString*>(name)) autorelease]);
 }
 
+std::int32_t CanBeWorkingSpace(ZEVAobjectStruct* self) { return IsWorkingSpace(SpaceOf(self)) ? 1 : 0; }
+
 ZEVAmethod colorSpaceMethods[] = {
     COMPANION_METHOD("Name as string", GetName),
     COMPANION_METHOD("Profile as memoryblock", GetProfile),
+    COMPANION_METHOD("CanBeWorkingSpace as boolean", CanBeWorkingSpace),
 };
 
 ZEVAmethod colorSpaceSharedMethods[] = {
@@ -83,6 +98,22 @@ ZEVAobjectStruct* NewColorSpaceObject(CGColorSpaceRef space) {
     ZEVAobjectStruct* object = space != nullptr ? ZEVAnewInstance("CGColorSpaceQOR") : nullptr;
     if (object != nullptr) reinterpret_cast<CoreFoundationObject*>(object)->wrapped = CFRetain((CFTypeRef)space);
     return object;
+}
+
+bool IsWorkingSpace(CGColorSpaceRef space) {
+    // The profile has the tag of the matrix's first column and no table. The tags of a profile begin after its header:
+    // their number, then 12 bytes each.
+    if (space == nullptr || CGColorSpaceGetModel(space) != kCGColorSpaceModelRGB) return false;
+    NSData* profile = [(NSData*)CGColorSpaceCopyICCData(space) autorelease];
+    constexpr std::size_t kHeader = 128, kEntry = 12;
+    const auto* bytes = static_cast<const std::uint8_t*>([profile bytes]);
+    bool hasMatrix = false, hasTable = false;
+    for (std::size_t entry = kHeader + 4; entry + kEntry <= [profile length]; entry += kEntry) {
+        if (entry >= kHeader + 4 + kEntry * CountAt(bytes + kHeader)) break;
+        hasMatrix = hasMatrix || std::memcmp(bytes + entry, "rXYZ", 4) == 0;
+        hasTable = hasTable || std::memcmp(bytes + entry, "A2B", 3) == 0;
+    }
+    return hasMatrix && !hasTable;
 }
 
 ZEVAclassDefinition CGColorSpaceClass = {

@@ -40,3 +40,6 @@ void RaiseWithMessage(NSString* message);
 // Raises a RuntimeException with the message "<place>: <reason>; <consequence>". The error number is the system's; 0 if
 // the system is not the cause.
 void RaiseAbout(NSString* place, NSString* reason, NSString* consequence, int errorNumber = 0);
+
+// The same for members that return an object: returns null.
+std::nullptr_t Refused(NSString* place, NSString* reason, NSString* consequence);

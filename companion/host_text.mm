@@ -100,3 +100,8 @@ void RaiseWithMessage(NSString* message) { RaiseNew("RuntimeException", message)
 void RaiseAbout(NSString* place, NSString* reason, NSString* consequence, int errorNumber) {
     RaiseNew("RuntimeException", [NSString stringWithFormat:@"%@: %@; %@", place, reason, consequence], errorNumber);
 }
+
+std::nullptr_t Refused(NSString* place, NSString* reason, NSString* consequence) {
+    RaiseAbout(place, reason, consequence);
+    return nullptr;
+}

@@ -12,7 +12,6 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "bridge/guard.h"
 #include "bridge/host_objects.h"
 #include "companion/class_record.h"
 #include "companion/color_space.h"
@@ -51,136 +50,102 @@ ZEVAobjectStruct* NewResult(CIImage* made, CIImage* original, NSString* member, 
 
 // Raises for a file that is missing, damaged or not a PNG or JPEG.
 ZEVAobjectStruct* Open(ZEVAstringStruct* path) {
-    ZEVAobjectStruct* result = nullptr;
-    Guarded([&] {
-        NSString* const consequence = @"no image was opened";
-        const char* bytes = nullptr;
-        NSString* reason = PathOf(path, &bytes);
-        if (reason != nil) return RaiseAbout(@"CIImageQOR.Open", reason, consequence);
-        PictureFile picture;
-        reason = ReadImageFile(bytes, &picture);
-        if (reason != nil) return RaiseAbout(TextOfPath(bytes), reason, consequence);
-        result = NewImageOf(picture);
-    });
-    return result;
+    NSString* const consequence = @"no image was opened";
+    const char* bytes = nullptr;
+    NSString* reason = PathOf(path, &bytes);
+    if (reason != nil) return Refused(@"CIImageQOR.Open", reason, consequence);
+    PictureFile picture;
+    reason = ReadImageFile(bytes, &picture);
+    if (reason != nil) return Refused(TextOfPath(bytes), reason, consequence);
+    return NewImageOf(picture);
 }
 
 // Raises for bytes that are not a PNG or JPEG file.
 ZEVAobjectStruct* NewFromData(ZEVAmemoryBlockStruct* data) {
-    ZEVAobjectStruct* result = nullptr;
-    Guarded([&] {
-        PictureFile picture;
-        NSString* reason = ReadImageData(DataOf(data), &picture);
-        if (reason != nil) return RaiseAbout(@"CIImageQOR.FromData", reason, @"no image was created");
-        result = NewImageOf(picture);
-    });
-    return result;
+    PictureFile picture;
+    NSString* reason = ReadImageData(DataOf(data), &picture);
+    if (reason != nil) return Refused(@"CIImageQOR.FromData", reason, @"no image was created");
+    return NewImageOf(picture);
 }
 
 // Raises when the size of the block does not match the number of pixels.
 ZEVAobjectStruct* NewFromPixels(ZEVAmemoryBlockStruct* pixels, std::int32_t width, std::int32_t height) {
-    ZEVAobjectStruct* result = nullptr;
-    Guarded([&] {
-        constexpr std::int32_t kBytesPerPixel = 4;
-        NSData* bytes = DataOf(pixels);
-        // Unsigned: the product of two positive sizes fits, whatever the sizes are.
-        const std::uint64_t needed =
-            static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height) * kBytesPerPixel;
-        if (width <= 0 || height <= 0 || needed != [bytes length]) {
-            return RaiseWithMessage([NSString
-                stringWithFormat:
-                    @"CIImageQOR.FromPixels: expected %d x %d pixels of %d bytes, got %lu bytes; no image was created",
-                    static_cast<int>(width), static_cast<int>(height), static_cast<int>(kBytesPerPixel),
-                    static_cast<unsigned long>([bytes length])]);
-        }
-        CGDataProviderRef provider = CGDataProviderCreateWithCFData(reinterpret_cast<CFDataRef>(bytes));
-        CGColorSpaceRef space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
-        PictureFile picture;
-        picture.bitmap =
-            CGImageCreate(static_cast<std::size_t>(width), static_cast<std::size_t>(height),
-                          /*bitsPerComponent=*/8, /*bitsPerPixel=*/8 * kBytesPerPixel,
-                          static_cast<std::size_t>(width) * kBytesPerPixel, space, kCGImageAlphaLast, provider,
-                          /*decode=*/nullptr, /*shouldInterpolate=*/true, kCGRenderingIntentDefault);
-        CGColorSpaceRelease(space);
-        CGDataProviderRelease(provider);
-        result = NewImageOf(picture);
-    });
-    return result;
+    constexpr std::int32_t kBytesPerPixel = 4;
+    NSData* bytes = DataOf(pixels);
+    // Unsigned: the product of two positive sizes fits, whatever the sizes are.
+    const std::uint64_t needed =
+        static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height) * kBytesPerPixel;
+    if (width <= 0 || height <= 0 || needed != [bytes length]) {
+        RaiseWithMessage([NSString
+            stringWithFormat:
+                @"CIImageQOR.FromPixels: expected %d x %d pixels of %d bytes, got %lu bytes; no image was created",
+                static_cast<int>(width), static_cast<int>(height), static_cast<int>(kBytesPerPixel),
+                static_cast<unsigned long>([bytes length])]);
+        return nullptr;
+    }
+    CGDataProviderRef provider = CGDataProviderCreateWithCFData(reinterpret_cast<CFDataRef>(bytes));
+    CGColorSpaceRef space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
+    PictureFile picture;
+    picture.bitmap = CGImageCreate(static_cast<std::size_t>(width), static_cast<std::size_t>(height),
+                                   /*bitsPerComponent=*/8, /*bitsPerPixel=*/8 * kBytesPerPixel,
+                                   static_cast<std::size_t>(width) * kBytesPerPixel, space, kCGImageAlphaLast, provider,
+                                   /*decode=*/nullptr, /*shouldInterpolate=*/true, kCGRenderingIntentDefault);
+    CGColorSpaceRelease(space);
+    CGDataProviderRelease(provider);
+    return NewImageOf(picture);
 }
 
 // Raises for nil.
 ZEVAobjectStruct* NewFromColor(ZEVAobjectStruct* color) {
-    ZEVAobjectStruct* result = nullptr;
-    Guarded([&] {
-        CIColor* wrapped = WrappedIn(color);
-        if (wrapped == nil) return RaiseAbout(@"CIImageQOR.FromColor", @"the color is nil", @"no image was created");
-        result = NewValueObject("CIImageQOR", [CIImage imageWithColor:wrapped]);
-    });
-    return result;
+    CIColor* wrapped = WrappedIn(color);
+    if (wrapped == nil) return Refused(@"CIImageQOR.FromColor", @"the color is nil", @"no image was created");
+    return NewValueObject("CIImageQOR", [CIImage imageWithColor:wrapped]);
 }
 
 // Returns the extent as x, y, width and height.
 ZEVAobjectStruct* GetExtent(ZEVAobjectStruct* self) {
-    ZEVAobjectStruct* result = nullptr;
-    Guarded([&] {
-        if (ImageOf(self) == nil) return;
-        const CGRect extent = [ImageOf(self) extent];
-        result = NewValueObject("CIVectorQOR", [CIVector vectorWithX:extent.origin.x
-                                                                   Y:extent.origin.y
-                                                                   Z:extent.size.width
-                                                                   W:extent.size.height]);
-    });
-    return result;
+    if (ImageOf(self) == nil) return nullptr;
+    const CGRect extent = [ImageOf(self) extent];
+    return NewValueObject("CIVectorQOR", [CIVector vectorWithX:extent.origin.x
+                                                             Y:extent.origin.y
+                                                             Z:extent.size.width
+                                                             W:extent.size.height]);
 }
 
 // Returns the color space of the file; nil for an image that was not opened from one.
 ZEVAobjectStruct* GetColorSpace(ZEVAobjectStruct* self) {
-    ZEVAobjectStruct* result = nullptr;
-    Guarded([&] { result = NewColorSpaceObject(CGImageGetColorSpace(reinterpret_cast<ImageObject*>(self)->cgImage)); });
-    return result;
+    return NewColorSpaceObject(CGImageGetColorSpace(reinterpret_cast<ImageObject*>(self)->cgImage));
 }
 
 // Returns the part inside a rectangle. Raises for nil and for a vector that does not have four numbers.
 ZEVAobjectStruct* Crop(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle) {
-    ZEVAobjectStruct* result = nullptr;
-    Guarded([&] {
-        CGRect rect = CGRectZero;
-        NSString* reason = RectangleIn(rectangle, &rect);
-        if (reason != nil) return RaiseAbout(@"CIImageQOR.Crop", reason, @"nothing was cropped");
-        CIImage* image = [ImageOf(self) imageByCroppingToRect:rect];
-        result = NewResult(image, ImageOf(self), @"CIImageQOR.Crop", @"nothing was cropped");
-    });
-    return result;
+    CGRect rect = CGRectZero;
+    NSString* reason = RectangleIn(rectangle, &rect);
+    if (reason != nil) return Refused(@"CIImageQOR.Crop", reason, @"nothing was cropped");
+    CIImage* image = [ImageOf(self) imageByCroppingToRect:rect];
+    return NewResult(image, ImageOf(self), @"CIImageQOR.Crop", @"nothing was cropped");
 }
 
 // Composites the image over another one. Raises for nil.
 ZEVAobjectStruct* Over(ZEVAobjectStruct* self, ZEVAobjectStruct* background) {
-    ZEVAobjectStruct* result = nullptr;
-    Guarded([&] {
-        CIImage* below = WrappedIn(background);
-        if (below == nil) return RaiseAbout(@"CIImageQOR.Over", @"the background is nil", @"nothing was composited");
-        CIImage* image = [ImageOf(self) imageByCompositingOverImage:below];
-        result = NewResult(image, ImageOf(self), @"CIImageQOR.Over", @"nothing was composited");
-    });
-    return result;
+    CIImage* below = WrappedIn(background);
+    if (below == nil) return Refused(@"CIImageQOR.Over", @"the background is nil", @"nothing was composited");
+    CIImage* image = [ImageOf(self) imageByCompositingOverImage:below];
+    return NewResult(image, ImageOf(self), @"CIImageQOR.Over", @"nothing was composited");
 }
 
 // Returns the transformed image. Raises for nil and for a transform that maps the plane to a line or a point.
 ZEVAobjectStruct* Transform(ZEVAobjectStruct* self, ZEVAobjectStruct* transform) {
-    ZEVAobjectStruct* result = nullptr;
-    Guarded([&] {
-        NSString* const member = @"CIImageQOR.Transform";
-        NSAffineTransform* wrapped = WrappedIn(transform);
-        if (wrapped == nil) return RaiseAbout(member, @"the transform is nil", @"nothing was transformed");
-        const NSAffineTransformStruct map = [wrapped transformStruct];
-        CIImage* image = [ImageOf(self)
-            imageByApplyingTransform:CGAffineTransformMake(map.m11, map.m12, map.m21, map.m22, map.tX, map.tY)];
-        if (image == nil && ImageOf(self) != nil && *CIEngineFailure() == '\0') {
-            return RaiseAbout(member, @"the transform is not invertible", @"nothing was transformed");
-        }
-        result = NewResult(image, ImageOf(self), member, @"nothing was transformed");
-    });
-    return result;
+    NSString* const member = @"CIImageQOR.Transform";
+    NSAffineTransform* wrapped = WrappedIn(transform);
+    if (wrapped == nil) return Refused(member, @"the transform is nil", @"nothing was transformed");
+    const NSAffineTransformStruct map = [wrapped transformStruct];
+    CIImage* image = [ImageOf(self)
+        imageByApplyingTransform:CGAffineTransformMake(map.m11, map.m12, map.m21, map.m22, map.tX, map.tY)];
+    if (image == nil && ImageOf(self) != nil && *CIEngineFailure() == '\0') {
+        return Refused(member, @"the transform is not invertible", @"nothing was transformed");
+    }
+    return NewResult(image, ImageOf(self), member, @"nothing was transformed");
 }
 
 void FinalizeImage(ZEVAobjectStruct* self) {

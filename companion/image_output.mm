@@ -12,7 +12,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "bridge/guard.h"
+#include "companion/color_space.h"
 #include "companion/host_bytes.h"
 #include "companion/host_text.h"
 #include "companion/image_files.h"
@@ -23,33 +23,10 @@ namespace {
 
 constexpr std::size_t kComponents = 4;
 
-// A big-endian number of four bytes.
-std::size_t CountAt(const std::uint8_t* bytes) {
-    std::size_t count = 0;
-    for (int index = 0; index < 4; ++index) count = count * 256 + bytes[index];
-    return count;
-}
-
 // The color space of an object; null for nil.
 CGColorSpaceRef SpaceIn(ZEVAobjectStruct* object) {
     CFTypeRef wrapped = object != nullptr ? reinterpret_cast<CoreFoundationObject*>(object)->wrapped : nullptr;
     return static_cast<CGColorSpaceRef>(const_cast<void*>(wrapped));
-}
-
-// Whether the profile of a space consists of a curve for each color and a matrix: it has the tag of the matrix's first
-// column and no table. The tags of a profile begin after its header: their number, then 12 bytes each.
-bool IsMatrixSpace(CGColorSpaceRef space) {
-    if (CGColorSpaceGetModel(space) != kCGColorSpaceModelRGB) return false;
-    NSData* profile = [(NSData*)CGColorSpaceCopyICCData(space) autorelease];
-    constexpr std::size_t kHeader = 128, kEntry = 12;
-    const auto* bytes = static_cast<const std::uint8_t*>([profile bytes]);
-    bool hasMatrix = false, hasTable = false;
-    for (std::size_t entry = kHeader + 4; entry + kEntry <= [profile length]; entry += kEntry) {
-        if (entry >= kHeader + 4 + kEntry * CountAt(bytes + kHeader)) break;
-        hasMatrix = hasMatrix || std::memcmp(bytes + entry, "rXYZ", 4) == 0;
-        hasTable = hasTable || std::memcmp(bytes + entry, "A2B", 3) == 0;
-    }
-    return hasMatrix && !hasTable;
 }
 
 // Returns why an image cannot be rendered in a color space, null for sRGB; nil when it can, if there is memory.
@@ -167,90 +144,63 @@ bool IsMissing(NSData* floats, NSString* reason, NSString* member) {
 
 }  // namespace
 
-void SaveImage(ZEVAobjectStruct* self, ZEVAstringStruct* path) {
-    Guarded([&] { Save(self, path, nil, nullptr, @"CIImageQOR.Save"); });
-}
+void SaveImage(ZEVAobjectStruct* self, ZEVAstringStruct* path) { Save(self, path, nil, nullptr, @"CIImageQOR.Save"); }
 
 void SaveImageWithQuality(ZEVAobjectStruct* self, ZEVAstringStruct* path, double quality) {
-    Guarded([&] { Save(self, path, [NSNumber numberWithDouble:quality], nullptr, @"CIImageQOR.SaveWithQuality"); });
+    Save(self, path, [NSNumber numberWithDouble:quality], nullptr, @"CIImageQOR.SaveWithQuality");
 }
 
 void SaveImageInSpace(ZEVAobjectStruct* self, ZEVAstringStruct* path, double quality, ZEVAobjectStruct* space) {
-    Guarded([&] {
-        NSString* const member = @"CIImageQOR.SaveInSpace";
-        if (SpaceIn(space) == nullptr) return RaiseAbout(member, @"the color space is nil", @"nothing was written");
-        Save(self, path, [NSNumber numberWithDouble:quality], SpaceIn(space), member);
-    });
+    NSString* const member = @"CIImageQOR.SaveInSpace";
+    if (SpaceIn(space) == nullptr) return RaiseAbout(member, @"the color space is nil", @"nothing was written");
+    Save(self, path, [NSNumber numberWithDouble:quality], SpaceIn(space), member);
 }
 
 void SaveImageInWorkingSpace(ZEVAobjectStruct* self, ZEVAstringStruct* path, ZEVAobjectStruct* workingSpace) {
-    Guarded([&] {
-        NSString* const member = @"CIImageQOR.SaveInWorkingSpace";
-        CGColorSpaceRef space = SpaceIn(workingSpace);
-        if (space != nullptr && !IsMatrixSpace(space)) {
-            return RaiseAbout(member, @"the working space is not an RGB profile of curves and a matrix",
-                              @"nothing was written");
-        }
-        id working = space != nullptr ? (id)space : [NSNull null];
-        Save(self, path, nil, nullptr, member,
-             [NSDictionary dictionaryWithObject:working forKey:kCIContextWorkingColorSpace]);
-    });
+    NSString* const member = @"CIImageQOR.SaveInWorkingSpace";
+    CGColorSpaceRef space = SpaceIn(workingSpace);
+    if (space != nullptr && !IsWorkingSpace(space)) {
+        return RaiseAbout(member, @"the working space is not an RGB profile of curves and a matrix",
+                          @"nothing was written");
+    }
+    id working = space != nullptr ? (id)space : [NSNull null];
+    Save(self, path, nil, nullptr, member,
+         [NSDictionary dictionaryWithObject:working forKey:kCIContextWorkingColorSpace]);
 }
 
-ZEVAmemoryBlockStruct* ImageToPNG(ZEVAobjectStruct* self) {
-    ZEVAmemoryBlockStruct* result = nullptr;
-    Guarded([&] { result = Encoded(self, nil, @"CIImageQOR.ToPNG"); });
-    return result;
-}
+ZEVAmemoryBlockStruct* ImageToPNG(ZEVAobjectStruct* self) { return Encoded(self, nil, @"CIImageQOR.ToPNG"); }
 
 ZEVAmemoryBlockStruct* ImageToJPEG(ZEVAobjectStruct* self, double quality) {
-    ZEVAmemoryBlockStruct* result = nullptr;
-    Guarded([&] { result = Encoded(self, [NSNumber numberWithDouble:quality], @"CIImageQOR.ToJPEG"); });
-    return result;
+    return Encoded(self, [NSNumber numberWithDouble:quality], @"CIImageQOR.ToJPEG");
 }
 
 ZEVAmemoryBlockStruct* ImagePixels(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle) {
-    ZEVAmemoryBlockStruct* result = nullptr;
-    Guarded([&] {
-        CGRect rect = CGRectZero;
-        NSString* reason = PixelRectangle(rectangle, &rect);
-        NSData* components = reason == nil ? StraightFloats(WrappedIn(self), rect) : nil;
-        if (IsMissing(components, reason, @"CIImageQOR.Pixels")) return;
-        const auto* floats = static_cast<const float*>([components bytes]);
-        NSMutableData* pixels = [NSMutableData dataWithLength:[components length] / sizeof(float)];
-        std::transform(
-            floats, floats + [pixels length], static_cast<std::uint8_t*>([pixels mutableBytes]),
-            [](float component) { return static_cast<std::uint8_t>(std::clamp(component, 0.0f, 1.0f) * 255 + 0.5f); });
-        result = NewHostBlock(pixels);
-    });
-    return result;
+    CGRect rect = CGRectZero;
+    NSString* reason = PixelRectangle(rectangle, &rect);
+    NSData* components = reason == nil ? StraightFloats(WrappedIn(self), rect) : nil;
+    if (IsMissing(components, reason, @"CIImageQOR.Pixels")) return nullptr;
+    const auto* floats = static_cast<const float*>([components bytes]);
+    NSMutableData* pixels = [NSMutableData dataWithLength:[components length] / sizeof(float)];
+    std::transform(
+        floats, floats + [pixels length], static_cast<std::uint8_t*>([pixels mutableBytes]),
+        [](float component) { return static_cast<std::uint8_t>(std::clamp(component, 0.0f, 1.0f) * 255 + 0.5f); });
+    return NewHostBlock(pixels);
 }
 
 ZEVAmemoryBlockStruct* ImageValues(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle) {
-    ZEVAmemoryBlockStruct* result = nullptr;
-    Guarded([&] {
-        CGRect rect = CGRectZero;
-        NSString* reason = PixelRectangle(rectangle, &rect);
-        NSData* values = reason == nil ? Floats(WrappedIn(self), rect, nullptr) : nil;
-        if (!IsMissing(values, reason, @"CIImageQOR.Values")) result = NewHostBlock(values);
-    });
-    return result;
+    CGRect rect = CGRectZero;
+    NSString* reason = PixelRectangle(rectangle, &rect);
+    NSData* values = reason == nil ? Floats(WrappedIn(self), rect, nullptr) : nil;
+    return IsMissing(values, reason, @"CIImageQOR.Values") ? nullptr : NewHostBlock(values);
 }
 
 ZEVAobjectStruct* ImageColorAt(ZEVAobjectStruct* self, double x, double y) {
-    ZEVAobjectStruct* result = nullptr;
-    Guarded([&] {
-        if (!std::isfinite(x) || !std::isfinite(y)) {
-            return RaiseAbout(@"CIImageQOR.ColorAt", @"the point is not finite", @"no color was read");
-        }
-        const CGRect pixel = CGRectMake(static_cast<CGFloat>(std::floor(x)), static_cast<CGFloat>(std::floor(y)), 1, 1);
-        NSData* components = StraightFloats(WrappedIn(self), pixel);
-        if (IsMissing(components, nil, @"CIImageQOR.ColorAt")) return;
-        const auto* color = static_cast<const float*>([components bytes]);
-        result = NewValueObject("CIColorQOR", [CIColor colorWithRed:color[0]
-                                                              green:color[1]
-                                                               blue:color[2]
-                                                              alpha:color[3]]);
-    });
-    return result;
+    if (!std::isfinite(x) || !std::isfinite(y)) {
+        return Refused(@"CIImageQOR.ColorAt", @"the point is not finite", @"no color was read");
+    }
+    const CGRect pixel = CGRectMake(static_cast<CGFloat>(std::floor(x)), static_cast<CGFloat>(std::floor(y)), 1, 1);
+    NSData* components = StraightFloats(WrappedIn(self), pixel);
+    if (IsMissing(components, nil, @"CIImageQOR.ColorAt")) return nullptr;
+    const auto* color = static_cast<const float*>([components bytes]);
+    return NewValueObject("CIColorQOR", [CIColor colorWithRed:color[0] green:color[1] blue:color[2] alpha:color[3]]);
 }

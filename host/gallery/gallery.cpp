@@ -83,26 +83,37 @@ void RunIn(Host& host, const path& folder, const std::string& text, const std::s
     host::script::Script(host).RunText(text, name, arguments);
 }
 
-// Fills the photos' folders. Throws HostError for the first photo that cannot be used; nothing is rendered then.
-void Prepare(Host& host, const std::vector<GalleryPhoto>& photos, const std::vector<std::string>& files,
-             const path& target) {
-    std::vector<std::string> inputs;
-    for (const std::string& file : files) inputs.push_back(std::filesystem::absolute(file).string());
-    const auto prepare = [&]() -> BatchJob {
-        return [&](std::size_t i) {
-            std::vector<std::string> arguments = {inputs[i]};
-            if (inputs.size() > 1) arguments.push_back(inputs[(i + 1) % inputs.size()]);
-            RunIn(host, target / photos[i].folder, kPrepareScript, "prepare.lua", arguments);
-        };
-    };
+// Runs a job for each photo. Throws PhotoError for the first one that fails.
+void RunForPhotos(const std::vector<std::string>& files, const BatchJob& job) {
     std::string failure;
     int number = 0;
-    RunBatch(photos.size(), prepare, [&](std::size_t i, const std::string& why, int errorNumber) {
+    const auto prepare = [&] { return job; };
+    RunBatch(files.size(), prepare, [&](std::size_t i, const std::string& why, int errorNumber) {
         if (!failure.empty() || why.empty()) return;
         failure = files[i] + ": " + why;
         number = errorNumber;
     });
     if (!failure.empty()) throw PhotoError(failure, "no gallery was written", number);
+}
+
+// Opens each photo, so that one that cannot be used is found before anything is created.
+void Check(Host& host, const std::vector<std::string>& files) {
+    RunForPhotos(files, [&](std::size_t i) {
+        const host::Value file[] = {host::TextValue(files[i])};
+        host.CallShared("CIImageQOR", "Open", file);
+    });
+}
+
+// Fills the photos' folders.
+void Prepare(Host& host, const std::vector<GalleryPhoto>& photos, const std::vector<std::string>& files,
+             const path& target) {
+    std::vector<std::string> inputs;
+    for (const std::string& file : files) inputs.push_back(std::filesystem::absolute(file).string());
+    RunForPhotos(files, [&](std::size_t i) {
+        std::vector<std::string> arguments = {inputs[i]};
+        if (inputs.size() > 1) arguments.push_back(inputs[(i + 1) % inputs.size()]);
+        RunIn(host, target / photos[i].folder, kPrepareScript, "prepare.lua", arguments);
+    });
 }
 
 // The reason of a failure. A script that reads a nil output image fails with a message about nil, which is translated.
@@ -171,6 +182,7 @@ bool WriteGallery(Host& host, const std::vector<std::string>& photos, const std:
             throw HostError(photo, "the gallery would overwrite it; nothing was written");
         }
     }
+    Check(host, photos);
     for (const GalleryPhoto& photo : gallery.photos) std::filesystem::create_directories(target / photo.folder);
     Prepare(host, gallery.photos, photos, target);
     Render(host, gallery, target, isQuiet);

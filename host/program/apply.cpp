@@ -146,7 +146,11 @@ Value SpaceOfProfile(Host& host, const std::string& name) {
     const ObjectReference block = host::NewMemoryBlockOf(bytes);
     if (!block) throw std::bad_alloc();
     const Value profile[] = {block};
-    return host.CallShared("CGColorSpaceQOR", "FromProfile", profile);
+    Value space = host.CallShared("CGColorSpaceQOR", "FromProfile", profile);
+    if (!std::get<bool>(host.Get(std::get<ObjectReference>(space).Get(), "CanBeWorkingSpace"))) {
+        throw HostError("--working-space", "'" + name + "' is not an RGB profile of curves and a matrix");
+    }
+    return space;
 }
 
 Plan Prepare(Host& host, const ApplyRequest& request, const Recipe& recipe) {

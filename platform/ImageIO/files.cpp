@@ -2,6 +2,9 @@
 //
 // The temporary name lies in the folder of the final one because a file can only be renamed within its file system. It
 // does not contain the final name: with a suffix, a long name would be too long.
+//
+// A file with several hard links is replaced like any other, so that its other names keep the old bytes: these names
+// are mostly backups. Writing in place would change them, and would leave half a picture on a full disk.
 
 #include "files.h"
 

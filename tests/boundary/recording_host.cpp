@@ -95,7 +95,7 @@ struct ServiceEffect<service::PluginGetStringData> {
     static std::int32_t Do(ZEVAstringStruct* string, ZEVAstringData* data) {
         const std::size_t length = string->bytes.size();
         data->bytes = std::memcpy(std::malloc(length + 1), string->bytes.data(), length);
-        data->hostWords[kStringDataLength] = static_cast<ZEVAword>(length);
+        data->hostWords[kStringDataLength] = current->stringLength.value_or(static_cast<ZEVAword>(length));
         data->hostWords[kStringDataEncoding] = static_cast<ZEVAword>(string->encoding);
         ++current->lentStrings;
         return 1;

@@ -119,7 +119,8 @@ class RecordingHost {
     std::vector<std::unique_ptr<ZEVAobjectStruct>> objects;
     std::vector<std::unique_ptr<ZEVAstringStruct>> strings;
     std::vector<std::unique_ptr<ZEVAmemoryBlockStruct>> blocks;
-    int lentStrings = 0;  // string bytes that have not been given back
+    std::optional<ZEVAword> stringLength;  // that the host says its strings have, instead of the true one
+    int lentStrings = 0;                   // string bytes that have not been given back
 
     // Called for each object that the host makes, to set fields as a constructor might.
     void (*onNewObject)(ZEVAobjectStruct* made) = nullptr;

@@ -344,6 +344,24 @@ TEST_F(CompanionSizesTest, BlockWithoutBytesIsEmpty) {
     }
 }
 
+TEST_F(CompanionSizesTest, StringOfNegativeLengthIsEmpty) {
+    const std::pair<const char*, const char*> members[] = {
+        {"CIImageQOR.Open", "CIImageQOR.Open: the path is empty; no image was opened"},
+        {"CGColorSpaceQOR.Named", "CGColorSpaceQOR.Named: no color space is called \"\""},
+    };
+    for (const ZEVAword length : {ZEVAword{-1}, ZEVAword{-16}, std::numeric_limits<ZEVAword>::min()}) {
+        host.stringLength = length;
+        for (const auto& [name, message] : members) {
+            const Member member = Find(name);
+            host.raised.clear();
+            EXPECT_EQ(Call(member, nullptr, {Argument(member.declaration.parameters[0].type)}).pointer, nullptr);
+            ASSERT_EQ(host.raised.size(), 1u) << name << " " << length;
+            EXPECT_EQ(host.raised[0].message, message) << length;
+        }
+    }
+    EXPECT_EQ(host.lentStrings, 0);
+}
+
 TEST_F(CompanionSizesTest, NoWidthTimesHeightMatchesABlockThatIsTooSmall) {
     constexpr std::int32_t kLargest = std::numeric_limits<std::int32_t>::max();
     const std::int32_t sizes[] = {std::numeric_limits<std::int32_t>::min(), -1, 0, 2, 46341, 65536, 1 << 30, kLargest};

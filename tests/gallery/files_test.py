@@ -185,13 +185,14 @@ class FailureTest(unittest.TestCase):
         self.assertEqual(Page(page).faults, [])
         self.assertTrue((folder / "blocked/pictures/photo/Gloom-1.jpg").is_file())
 
-    def test_a_missing_photo_writes_no_gallery(self):
-        made = zeva("gallery", folder / "none.png", "-o", folder / "none")
-        self.assertEqual(made.returncode, 1)
-        self.assertRegex(
-            made.stderr, r"^zeva: \S+none.png: .*no such file or directory[^\n]*: no gallery was written\n$"
-        )
-        self.assertFalse((folder / "none/index.html").exists())
+    def test_a_photo_that_cannot_be_used_is_found_before_anything_is_created(self):
+        damaged = write_photo(folder, "damaged.png", 32)
+        damaged.write_bytes(damaged.read_bytes()[:-40])
+        for name, reason in (("none.png", "no such file or directory"), ("damaged.png", "the file is truncated")):
+            made = zeva("gallery", write_photo(folder, "good.png", 32), folder / name, "-o", folder / "none")
+            self.assertEqual(made.returncode, 1)
+            self.assertRegex(made.stderr, rf"^zeva: \S+{name}: .*{reason}[^\n]*: no gallery was written\n$")
+            self.assertFalse((folder / "none").exists())
 
     def test_a_trace_is_refused(self):
         made = zeva("gallery", "photo.png", "-o", folder / "none", "--trace", folder / "calls.json")

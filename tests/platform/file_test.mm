@@ -118,6 +118,17 @@ TEST_F(FileTest, ALinkIsFollowedAndStays) {
     EXPECT_EQ(Write(folder / "loop.png"), ELOOP);
 }
 
+TEST_F(FileTest, OtherNamesOfAReplacedFileKeepTheOldContent) {
+    Create(folder / "a.png", 0640);
+    const std::string before = Content(folder / "a.png");
+    std::filesystem::create_hard_link(folder / "a.png", folder / "backup.png");
+    EXPECT_EQ(Write(folder / "a.png"), 0);
+    EXPECT_EQ(Content(folder / "a.png").substr(1, 3), "PNG");
+    EXPECT_EQ(Content(folder / "backup.png"), before);
+    EXPECT_EQ(StatusOf(folder / "a.png").st_mode & 07777, mode_t{0640});
+    EXPECT_EQ(FileCount(), 2);
+}
+
 TEST_F(FileTest, APipeAndADeviceAreWrittenToAndStay) {
     ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
     std::string read;

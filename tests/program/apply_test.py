@@ -130,13 +130,15 @@ class ApplyTest(ZevaTest):
         )
         # A copyright that is called a table.
         profile.write_bytes(profile.read_bytes().replace(b"cprt", b"A2B0"))
-        self.assert_fails(
-            2,
-            "CIImageQOR.SaveInWorkingSpace: the working space is not an RGB profile of curves and a matrix; "
-            "nothing was written",
-            *apply,
-            profile,
-        )
+        reason = f"--working-space: '{profile}' is not an RGB profile of curves and a matrix"
+        self.assert_fails(2, reason, *apply, profile)
+        # The settings are checked before the picture is, and before the folder of many results is created.
+        results = self.photo.with_name("results")
+        missing = self.photo.with_name("missing.png")
+        self.assert_fails(2, reason, "apply", "ColorInvert", missing, "-o", self.out, "--working-space", profile)
+        batch = ("apply", "ColorInvert", self.photo, missing, "-o", results, "--working-space", profile)
+        self.assert_fails(2, reason, *batch)
+        self.assertFalse(results.exists())
 
     def test_the_rectangle_is_in_the_coordinates_of_the_image_with_y_up(self):
         self.photo.write_bytes(png(2, 2, lambda x, y: (255 * x, 255 * y, 0)))

@@ -4,7 +4,9 @@
 // of columns: a run of ones in the middle and a few softer pixels at both ends. Going outward row by row, the sums
 // of all runs of one length are those of the runs one row shorter at each end plus two rows, for all columns at
 // once. Mirrored pixels have the same weight.
-// A very large disc is computed on a reduced image.
+// A very large disc is computed on a reduced image. Most pictures are opaque: then alpha is not summed.
+
+#include "blur/disc.h"
 
 #include <algorithm>
 #include <cmath>
@@ -14,88 +16,24 @@
 #include "blur/blur.h"
 #include "blur/filters.h"
 #include "blur/reduced.h"
-#include "blur/sums.h"
 #include "core/window.h"
 
 namespace core_image {
 namespace {
-
-// From this radius on a disc is computed on a reduced image.
-constexpr double kLargestExact = 128;
-
-// Two columns, this far to the left and to the right.
-struct Columns {
-    std::int64_t distance;
-    float weight;
-};
-
-// The contributions of two rows, one below and one above a pixel.
-struct Rows {
-    std::vector<Columns> runs;  // sums of all rows up to these two
-    std::vector<Columns> rim;   // sums of these two rows alone
-};
-
-// The disc, its weights summing to one: two rows for each distance.
-struct Disc {
-    std::int64_t reach;
-    std::vector<Rows> rows;
-
-    explicit Disc(double radius);
-};
-
-Disc::Disc(double radius) : reach(static_cast<std::int64_t>(std::ceil(radius))) {
-    const auto weight = [&](std::int64_t x, std::int64_t y) {
-        return std::clamp(radius + 0.5 - std::hypot(static_cast<double>(x), static_cast<double>(y)), 0.0, 1.0);
-    };
-    double sum = 0;
-    for (std::int64_t y = -reach; y <= reach; ++y) {
-        for (std::int64_t x = -reach; x <= reach; ++x) sum += weight(x, y);
-    }
-    for (std::int64_t y = 0; y <= reach; ++y) {
-        Rows each;
-        for (std::int64_t x = 0; x <= reach; ++x) {
-            // The middle column is its own mirror image.
-            const double share = (x == 0 ? 0.5 : 1) / sum;
-            if (weight(x, y) == 1 && weight(x, y + 1) < 1) each.runs.push_back({x, static_cast<float>(share)});
-            if (weight(x, y) > 0 && weight(x, y) < 1) {
-                each.rim.push_back({x, static_cast<float>(weight(x, y) * share)});
-            }
-        }
-        rows.push_back(std::move(each));
-    }
-}
 
 class DiscStage : public Stage {
   public:
     DiscStage(Prepared input, const Disc& disc) : input_(std::move(input)), disc_(disc) {}
 
     void Render(const Tile& tile) const override {
-        const Window window(input_, tile.region.GrownBy(disc_.reach));
-        const View& source = window.GetView();
-        const std::size_t floats = source.Width() * kFloatsPerPixel, used = tile.Width() * kFloatsPerPixel;
-        const PixelBlock lines({source.region.x, 0, source.region.width, 2});
-        float *const runs = lines.GetTile().Row(0), *const pair = lines.GetTile().Row(1);
-        std::vector<Mirrored> terms;
-        const auto add = [&](const float* line, const std::vector<Columns>& columns) {
-            const float* const middle = line + disc_.reach * std::int64_t{kFloatsPerPixel};
-            for (const Columns& each : columns) {
-                const std::int64_t shift = each.distance * std::int64_t{kFloatsPerPixel};
-                terms.push_back({middle - shift, middle + shift, each.weight});
-            }
-        };
-        for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
-            Clear(tile.Part({tile.region.x, y, tile.region.width, 1}));
-            std::copy_n(source.Row(y), floats, runs);
-            for (std::int64_t distance = 0; distance <= disc_.reach; ++distance) {
-                const Rows& rows = disc_.rows[static_cast<std::size_t>(distance)];
-                if (distance > 0) AddPair(source.Row(y - distance), source.Row(y + distance), pair, runs, floats);
-                terms.clear();
-                add(runs, rows.runs);
-                // The middle row has no counterpart.
-                add(distance == 0 ? source.Row(y) : pair, rows.rim);
-                AddMirrored(terms.data(), terms.size(), tile.Row(y), used);
-            }
-        }
+        const Window window(input_, tile.region.GrownBy(disc_.Reach()));
+        Planes blurred = MakePlanes(tile.region);
+        disc_.Blur(PlanesOf(window.GetView()), blurred);
+        const RunMemory memory(1);
+        ForEachRun(tile.region, [&](const Run& run) {
+            FromPlanes(blurred, run, memory.Run(0));
+            FromBlocks(memory.Run(0), run.count, tile.Part(run.GetRegion()).pixels);
+        });
     }
 
   private:
@@ -109,11 +47,11 @@ class DiscImage : public Image {
         : Image(extent, input->GetDepth()), input_(std::move(input)), disc_(radius) {}
 
     void AddNeeds(const Region& region, Needs& needs) const override {
-        needs.AddByTiles(input_, region.GrownBy(disc_.reach));
+        needs.AddByTiles(input_, region.GrownBy(disc_.Reach()));
     }
 
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
-        return std::make_unique<DiscStage>(Prepare(input_, region.GrownBy(disc_.reach)), disc_);
+        return std::make_unique<DiscStage>(Prepare(input_, region.GrownBy(disc_.Reach())), disc_);
     }
 
   private:
@@ -123,12 +61,61 @@ class DiscImage : public Image {
 
 }  // namespace
 
+Disc::Disc(double radius) {
+    const auto reach = static_cast<std::int64_t>(std::ceil(radius));
+    const auto weight = [&](std::int64_t x, std::int64_t y) {
+        return std::clamp(radius + 0.5 - std::hypot(static_cast<double>(x), static_cast<double>(y)), 0.0, 1.0);
+    };
+    double sum = 0;
+    for (std::int64_t y = -reach; y <= reach; ++y) {
+        for (std::int64_t x = -reach; x <= reach; ++x) sum += weight(x, y);
+    }
+    for (std::int64_t y = 0; y <= reach; ++y) {
+        DiscRows each;
+        for (std::int64_t x = 0; x <= reach; ++x) {
+            // The middle column is its own mirror image.
+            const double share = (x == 0 ? 0.5 : 1) / sum;
+            const auto distance = static_cast<std::ptrdiff_t>(x);
+            if (weight(x, y) == 1 && weight(x, y + 1) < 1) each.runs.push_back({distance, static_cast<float>(share)});
+            if (weight(x, y) > 0 && weight(x, y) < 1) {
+                each.rim.push_back({distance, static_cast<float>(weight(x, y) * share)});
+            }
+        }
+        rows_.push_back(std::move(each));
+    }
+}
+
+void Disc::Blur(const Planes& source, Planes& out) const {
+    const Region& read = source[0].GetRegion();
+    const Region& region = out[0].GetRegion();
+    const auto firstColumn = static_cast<std::size_t>(region.x - Reach() - read.x);
+    const std::int64_t width = region.width + 2 * Reach();
+    Plane scratch({0, 0, width, 2});
+    const auto blur = [&](const float* middle, std::ptrdiff_t stride, float* to, std::int64_t pixels) {
+        SumDisc(rows_, middle, stride, scratch.Row(0), scratch.Row(1), to, static_cast<std::size_t>(pixels));
+    };
+    for (std::size_t channel = 0; channel < kFloatsPerPixel; ++channel) {
+        if (channel == kAlpha && AreAll(source[channel], 1)) break;
+        for (std::int64_t y = region.y; y < region.Top(); ++y) {
+            blur(source[channel].Row(y) + firstColumn, source[channel].Stride(), out[channel].Row(y), region.width);
+        }
+        if (channel == kAlpha) return;
+    }
+    // Of ones the mean is the same everywhere, and has the same bits as if it had been computed everywhere.
+    Plane ones({0, 0, 2 * Reach() + 1, 1}), mean({0, 0, 1, 1});
+    std::fill_n(ones.Row(0), ones.Width(), 1.0f);
+    blur(ones.Row(0), 0, mean.Row(0), 1);
+    for (std::int64_t y = region.y; y < region.Top(); ++y) {
+        std::fill_n(out[kAlpha].Row(y), region.width, mean.Row(0)[0]);
+    }
+}
+
 ImageRef MakeDiscBlurImage(ImageRef input, double radius) {
     if (!(radius > 0) || input->GetExtent().IsEmpty()) return input;
     radius = std::min(radius, kWidestBlur / 2);
     const Extent extent = input->GetExtent().GrownBy(std::ceil(radius) + 2);
-    if (radius > kLargestExact) {
-        const Reduction reduction = ReductionFor(radius / kLargestExact);
+    if (radius > kLargestExactDisc) {
+        const Reduction reduction = ReductionFor(radius / kLargestExactDisc);
         ImageRef blurred = MakeDiscBlurImage(Reduced(std::move(input), reduction), radius / reduction.Factor());
         return Enlarged(std::move(blurred), reduction, extent);
     }

@@ -15,40 +15,44 @@ namespace core_image::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 using OnePixel = hn::FixedTag<float, 4>;
 
-// Sums one or more vectors over every row.
-template <class D, std::size_t kVectors>
-HWY_INLINE void SumColumns(D d, const float* const* rows, const float* weights, std::size_t rowCount, std::size_t start,
+// Sums consecutive vectors over every row.
+template <std::size_t kVectors, class D>
+HWY_INLINE void SumVectors(D d, const float* const* rows, const float* weights, std::size_t rowCount, std::size_t start,
                            float* out) {
-    static_assert(kVectors == 1 || kVectors == 4);
-    const std::size_t lanes = hn::Lanes(d);
-    auto sum0 = hn::Zero(d), sum1 = hn::Zero(d), sum2 = hn::Zero(d), sum3 = hn::Zero(d);
+    hn::Vec<D> sums[kVectors];
+    for (auto& sum : sums) sum = hn::Zero(d);
     for (std::size_t k = 0; k < rowCount; ++k) {
         const auto weight = hn::Set(d, weights[k]);
         const float* from = rows[k] + start;
-        sum0 = hn::MulAdd(weight, hn::LoadU(d, from), sum0);
-        if constexpr (kVectors == 4) {
-            sum1 = hn::MulAdd(weight, hn::LoadU(d, from + lanes), sum1);
-            sum2 = hn::MulAdd(weight, hn::LoadU(d, from + 2 * lanes), sum2);
-            sum3 = hn::MulAdd(weight, hn::LoadU(d, from + 3 * lanes), sum3);
+        for (auto& sum : sums) {
+            sum = hn::MulAdd(weight, hn::LoadU(d, from), sum);
+            from += hn::MaxLanes(d);
         }
     }
-    hn::StoreU(sum0, d, out + start);
-    if constexpr (kVectors == 4) {
-        hn::StoreU(sum1, d, out + start + lanes);
-        hn::StoreU(sum2, d, out + start + 2 * lanes);
-        hn::StoreU(sum3, d, out + start + 3 * lanes);
+    float* to = out + start;
+    for (const auto& sum : sums) {
+        hn::StoreU(sum, d, to);
+        to += hn::MaxLanes(d);
     }
 }
 
 HWY_ATTR void SumRows(const float* const* rows, const float* weights, std::size_t rowCount, float* out,
                       std::size_t floats) {
     const hn::ScalableTag<float> wide;
-    const OnePixel pixel;
-    const std::size_t stride = 4 * hn::Lanes(wide);
+    // With as many sums as this, and their products, no addition waits for the one before it.
+    constexpr std::size_t kMost = HWY_ARCH_X86_32 ? 4 : 8;
+    constexpr std::size_t kStride = kMost * hn::MaxLanes(wide);
     std::size_t start = 0;
-    for (; start + stride <= floats; start += stride)
-        SumColumns<decltype(wide), 4>(wide, rows, weights, rowCount, start, out);
-    for (; start < floats; start += 4) SumColumns<OnePixel, 1>(pixel, rows, weights, rowCount, start, out);
+    for (; start + kStride <= floats; start += kStride) {
+        SumVectors<kMost>(wide, rows, weights, rowCount, start, out);
+    }
+    for (; start + 2 * hn::MaxLanes(wide) <= floats; start += 2 * hn::MaxLanes(wide)) {
+        SumVectors<2>(wide, rows, weights, rowCount, start, out);
+    }
+    for (; start + hn::MaxLanes(wide) <= floats; start += hn::MaxLanes(wide)) {
+        SumVectors<1>(wide, rows, weights, rowCount, start, out);
+    }
+    for (; start < floats; start += 4) SumVectors<1>(OnePixel(), rows, weights, rowCount, start, out);
 }
 
 // Why four sums: each product then waits only for the one four steps before it. The four are always the same, so the

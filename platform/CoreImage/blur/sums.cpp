@@ -107,56 +107,51 @@ HWY_ATTR void SumAlongRow(const float* in, std::size_t width, float scale, float
     }
 }
 
-HWY_ATTR void AddPair(const float* a, const float* b, float* pair, float* sum, std::size_t floats) {
-    ForEachVector<float>(floats, [=](auto d, std::size_t i) HWY_ATTR {
-        const auto both = hn::Add(hn::LoadU(d, a + i), hn::LoadU(d, b + i));
-        hn::StoreU(both, d, pair + i);
-        hn::StoreU(hn::Add(hn::LoadU(d, sum + i), both), d, sum + i);
-    });
-}
-
-// Sums one or more vectors over every pair.
-template <class D, std::size_t kVectors>
-HWY_INLINE void AddMirroredAt(D d, const Mirrored* pairs, std::size_t count, std::size_t start, float* out) {
-    static_assert(kVectors == 1 || kVectors == 4);
+// Adds the columns of two rows of a disc to consecutive vectors of sums.
+template <std::size_t kVectors>
+HWY_INLINE void AddColumns(const DiscRows& rows, const float* runs, const float* rim, float* out) {
+    const hn::ScalableTag<float> d;
     constexpr std::size_t kLanes = hn::MaxLanes(d);
-    const auto term = [&](const Mirrored& pair, std::size_t vector, auto sum) HWY_ATTR {
-        const std::size_t place = start + vector * kLanes;
-        const auto both = hn::Add(hn::LoadU(d, pair.left + place), hn::LoadU(d, pair.right + place));
-        return hn::MulAdd(hn::Set(d, pair.weight), both, sum);
-    };
-    auto sum0 = hn::LoadU(d, out + start), sum1 = sum0, sum2 = sum0, sum3 = sum0;
-    if constexpr (kVectors == 4) {
-        sum1 = hn::LoadU(d, out + start + kLanes);
-        sum2 = hn::LoadU(d, out + start + 2 * kLanes);
-        sum3 = hn::LoadU(d, out + start + 3 * kLanes);
-    }
-    for (const Mirrored* pair = pairs; pair < pairs + count; ++pair) {
-        sum0 = term(*pair, 0, sum0);
-        if constexpr (kVectors == 4) {
-            sum1 = term(*pair, 1, sum1);
-            sum2 = term(*pair, 2, sum2);
-            sum3 = term(*pair, 3, sum3);
+    hn::Vec<decltype(d)> sums[kVectors];
+    for (std::size_t k = 0; k < kVectors; ++k) sums[k] = hn::LoadU(d, out + k * kLanes);
+    const auto add = [&](const float* line, const std::vector<Columns>& columns) HWY_ATTR {
+        for (const Columns& each : columns) {
+            const auto weight = hn::Set(d, each.weight);
+            const float *left = line - each.distance, *right = line + each.distance;
+            for (auto& sum : sums) {
+                sum = hn::MulAdd(weight, hn::Add(hn::LoadU(d, left), hn::LoadU(d, right)), sum);
+                left += kLanes;
+                right += kLanes;
+            }
         }
-    }
-    hn::StoreU(sum0, d, out + start);
-    if constexpr (kVectors == 4) {
-        hn::StoreU(sum1, d, out + start + kLanes);
-        hn::StoreU(sum2, d, out + start + 2 * kLanes);
-        hn::StoreU(sum3, d, out + start + 3 * kLanes);
-    }
+    };
+    add(runs, rows.runs);
+    add(rim, rows.rim);
+    for (std::size_t k = 0; k < kVectors; ++k) hn::StoreU(sums[k], d, out + k * kLanes);
 }
 
-HWY_ATTR void AddMirrored(const Mirrored* pairs, std::size_t count, float* out, std::size_t floats) {
-    const hn::ScalableTag<float> wide;
-    const hn::FixedTag<float, kFloatsPerPixel> pixel;
-    const std::size_t stride = 4 * hn::Lanes(wide);
-    std::size_t start = 0;
-    for (; start + stride <= floats; start += stride) {
-        AddMirroredAt<decltype(wide), 4>(wide, pairs, count, start, out);
-    }
-    for (; start < floats; start += kFloatsPerPixel) {
-        AddMirroredAt<decltype(pixel), 1>(pixel, pairs, count, start, out);
+HWY_ATTR void SumDisc(const std::vector<DiscRows>& disc, const float* middle, std::ptrdiff_t stride, float* runs,
+                      float* pair, float* out, std::size_t pixels) {
+    const hn::ScalableTag<float> d;
+    constexpr std::size_t kLanes = hn::MaxLanes(d);
+    const std::size_t reach = disc.size() - 1, width = pixels + 2 * reach;
+    for (std::size_t i = 0; i < width; i += kLanes) hn::StoreU(hn::LoadU(d, middle + i), d, runs + i);
+    for (std::size_t i = 0; i < pixels; i += kLanes) hn::StoreU(hn::Zero(d), d, out + i);
+    for (std::size_t distance = 0; distance <= reach; ++distance) {
+        const std::ptrdiff_t rows = static_cast<std::ptrdiff_t>(distance) * stride;
+        const float *const below = middle - rows, *const above = middle + rows;
+        for (std::size_t i = 0; i < width && distance > 0; i += kLanes) {
+            const auto both = hn::Add(hn::LoadU(d, below + i), hn::LoadU(d, above + i));
+            hn::StoreU(both, d, pair + i);
+            hn::StoreU(hn::Add(hn::LoadU(d, runs + i), both), d, runs + i);
+        }
+        // The middle row has no counterpart.
+        const float* const rim = distance == 0 ? middle : pair;
+        std::size_t i = 0;
+        for (; i + 4 * kLanes <= pixels; i += 4 * kLanes) {
+            AddColumns<4>(disc[distance], runs + reach + i, rim + reach + i, out + i);
+        }
+        for (; i < pixels; i += kLanes) AddColumns<1>(disc[distance], runs + reach + i, rim + reach + i, out + i);
     }
 }
 
@@ -171,8 +166,7 @@ HWY_EXPORT(AccumulateFloats);
 HWY_EXPORT(AccumulateDoubles);
 HWY_EXPORT(CombineFloats);
 HWY_EXPORT(CombineDoubles);
-HWY_EXPORT(AddPair);
-HWY_EXPORT(AddMirrored);
+HWY_EXPORT(SumDisc);
 
 void SumAlongRow(const float* in, std::size_t width, float scale, float* memory, float* out, std::size_t pixels) {
     HWY_DYNAMIC_DISPATCH(SumAlongRow)(in, width, scale, memory, out, pixels);
@@ -192,12 +186,9 @@ void Combine(const float* in, double* sum, const float* before, float scale, flo
     HWY_DYNAMIC_DISPATCH(CombineDoubles)(in, sum, before, scale, out, floats);
 }
 
-void AddPair(const float* a, const float* b, float* pair, float* sum, std::size_t floats) {
-    HWY_DYNAMIC_DISPATCH(AddPair)(a, b, pair, sum, floats);
-}
-
-void AddMirrored(const Mirrored* pairs, std::size_t count, float* out, std::size_t floats) {
-    HWY_DYNAMIC_DISPATCH(AddMirrored)(pairs, count, out, floats);
+void SumDisc(const std::vector<DiscRows>& disc, const float* middle, std::ptrdiff_t stride, float* runs, float* pair,
+             float* out, std::size_t pixels) {
+    HWY_DYNAMIC_DISPATCH(SumDisc)(disc, middle, stride, runs, pair, out, pixels);
 }
 
 }  // namespace core_image

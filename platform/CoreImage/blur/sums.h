@@ -1,7 +1,7 @@
 // sums.h - sums of consecutive pixels along rows and along columns, vectorized for the processor.
 //
 // Nothing is ever subtracted, so no precision is lost. Each sum is built in the same order wherever a row begins, so
-// that results do not depend on the tiling. Counts of floats are multiples of four.
+// that results do not depend on the tiling. Counts of floats are multiples of four, except for discs.
 // Threads: any.
 
 #pragma once
@@ -31,18 +31,25 @@ void Accumulate(const float* in, double* sum, float* out, std::size_t floats);
 void Combine(const float* in, float* sum, const float* before, float scale, float* out, std::size_t floats);
 void Combine(const float* in, double* sum, const float* before, float scale, float* out, std::size_t floats);
 
-// pair = a + b, and sum += pair.
-void AddPair(const float* a, const float* b, float* pair, float* sum, std::size_t floats);
-
-// Two rows that have the same weight.
-struct Mirrored {
-    const float* left;
-    const float* right;
+// Two columns of a disc, this far to the left and to the right of its center.
+struct Columns {
+    std::ptrdiff_t distance;
     float weight;
 };
 
-// out += weight * (left + right), for each pair in turn.
-void AddMirrored(const Mirrored* pairs, std::size_t count, float* out, std::size_t floats);
+// What two rows of a disc contribute, one below and one above its center.
+struct DiscRows {
+    std::vector<Columns> runs;  // sums of all rows up to these two
+    std::vector<Columns> rim;   // sums of these two rows alone
+};
+
+// out[i] is the weighted mean of the numbers around the i-th. The disc has rows for each distance from its center,
+// which is in the row that begins with its leftmost neighbor at middle; stride leads from one row to the next. runs and
+// pair are scratch memory for as many numbers as are read of a row.
+//
+// A whole vector is read and written at the end of each row, so all rows have kBlockPixels more numbers.
+void SumDisc(const std::vector<DiscRows>& disc, const float* middle, std::ptrdiff_t stride, float* runs, float* pair,
+             float* out, std::size_t pixels);
 
 // The remainder of a division that rounds down.
 inline std::int64_t FloorRemainder(std::int64_t number, std::int64_t divisor) {

@@ -6,12 +6,20 @@
 // by one three times as wide. With the distance in steps, a quarter of the picture's height each, a smooth step leads
 // from focus to the first blur at 1, and another from there to the second blur at 2.
 
+#include <algorithm>
+#include <array>
+#include <optional>
 #include <utility>
 #include <vector>
 
 #include "blur/blur.h"
+#include "blur/disc.h"
+#include "blur/gaussian_weights.h"
+#include "blur/planes.h"
+#include "blur/wide_gaussian.h"
 #include "core/luminance.h"
 #include "core/point.h"
+#include "core/window.h"
 #include "sampling/repeat.h"
 #include "stylize/filters.h"
 #include "stylize/focus.h"
@@ -97,6 +105,8 @@ class ClipFunction : public PointFunction {
     void ApplyToRun(float* pixels, std::size_t count) const override { HWY_DYNAMIC_DISPATCH(ClipRow)(pixels, count); }
 };
 
+ImageRef Clipped(ImageRef image) { return MakePointImage(std::move(image), std::make_unique<ClipFunction>()); }
+
 // What becomes of a miniature's pixels.
 struct Miniature {
     FocusLine line;
@@ -104,130 +114,164 @@ struct Miniature {
     float saturation;
 };
 
-// The images that a miniature is blended from.
-template <class T>
-struct Layers {
-    T sharp, soft, middle, far;
+// The layers that a miniature is blended from, apart from the sharp picture.
+enum Layer : std::size_t { kSoft, kMiddle, kFar, kLayerCount };
+
+// A blur of the framed picture. A narrow one is made of a tile's planes, a wide one is an image of its own.
+struct LayerBlur {
+    std::vector<float> weights;  // of a Gaussian
+    std::optional<Disc> disc;
+    ImageRef wide;
+
+    std::int64_t Reach() const { return disc ? disc->Reach() : static_cast<std::int64_t>(weights.size() / 2); }
 };
+using LayerBlurs = std::array<LayerBlur, kLayerCount>;
 
 class MiniatureStage : public Stage {
   public:
-    MiniatureStage(Layers<Prepared> layers, const Miniature& miniature)
-        : layers_(std::move(layers)), miniature_(miniature) {}
+    MiniatureStage(Prepared framed, std::array<Prepared, kLayerCount> wide, const LayerBlurs& blurs,
+                   const Miniature& miniature)
+        : framed_(std::move(framed)), wide_(std::move(wide)), blurs_(blurs), miniature_(miniature) {}
 
     void Render(const Tile& tile) const override {
         const Shares shares(tile.region, miniature_.line);
         // Most tiles show one or two of the layers.
-        const bool isFar = shares.AreAll(shares.far, 1), isPastNear = shares.AreAll(shares.middle, 1);
-        if (isFar) {
-            layers_.far.Render(tile);
-            return;
+        bool isShown[kLayerCount];
+        isShown[kSoft] = !AreAll(shares.middle, 1);
+        isShown[kMiddle] = !AreAll(shares.middle, 0) && !AreAll(shares.far, 1);
+        isShown[kFar] = !AreAll(shares.far, 0);
+        std::int64_t reach = 0;
+        for (std::size_t layer = 0; layer < kLayerCount; ++layer) {
+            if (isShown[layer]) reach = std::max(reach, blurs_[layer].Reach());
         }
-        if (isPastNear) {
-            layers_.middle.Render(tile);
-        } else {
-            RenderInFocus(tile);
-            if (!shares.AreAll(shares.middle, 0)) Blend(tile, layers_.middle, shares, shares.middle);
+        const Planes sharp = FramedPlanes(tile.region.GrownBy(reach));
+        std::array<std::optional<Planes>, kLayerCount> layers;
+        for (std::size_t layer = 0; layer < kLayerCount; ++layer) {
+            if (isShown[layer]) layers[layer] = Blurred(layer, sharp, tile.region);
         }
-        if (!shares.AreAll(shares.far, 0)) Blend(tile, layers_.far, shares, shares.far);
+
+        const RunMemory memory(2);
+        float *const pixels = memory.Run(0), *const others[] = {memory.Run(1)};
+        ForEachRun(tile.region, [&](const Run& run) {
+            const auto blend = [&](const Planes& layer, const Plane& share) {
+                FromPlanes(layer, run, others[0]);
+                HWY_DYNAMIC_DISPATCH(BlendRow)
+                (pixels, others, share.Row(run.y) + (run.x - tile.region.x), run.count);
+            };
+            if (isShown[kSoft]) {
+                FromPlanes(sharp, run, pixels);
+                FromPlanes(*layers[kSoft], run, others[0]);
+                HWY_DYNAMIC_DISPATCH(InFocusRow)
+                (pixels, others, miniature_.sharpening, miniature_.saturation, run.count);
+                if (isShown[kMiddle]) blend(*layers[kMiddle], shares.middle);
+            } else {
+                FromPlanes(*layers[isShown[kMiddle] ? kMiddle : kFar], run, pixels);
+            }
+            if (isShown[kFar]) blend(*layers[kFar], shares.far);
+            FromBlocks(pixels, run.count, tile.Part(run.GetRegion()).pixels);
+        });
     }
 
   private:
-    // The shares of the blurs in each pixel of a region, row by row.
+    // The shares of the blurs in each pixel of a region.
     struct Shares {
-        Shares(const Region& all, const FocusLine& line)
-            : region(all),
-              stride(static_cast<std::size_t>(all.width) + kBlockPixels),
-              middle(stride * static_cast<std::size_t>(all.height)),
-              far(middle.size()) {
-            for (std::int64_t y = all.y; y < all.Top(); ++y) {
-                const std::size_t start = Start(y);
-                HWY_DYNAMIC_DISPATCH(FocusRow)
-                (line, static_cast<double>(all.x) + 0.5 - line.startX, static_cast<double>(y) + 0.5 - line.startY,
-                 &middle[start], &far[start], static_cast<std::size_t>(all.width));
-            }
-        }
-
-        std::size_t Start(std::int64_t y) const { return stride * static_cast<std::size_t>(y - region.y); }
-
-        bool AreAll(const std::vector<float>& numbers, float value) const {
+        Shares(const Region& region, const FocusLine& line) : middle(region), far(region) {
             for (std::int64_t y = region.y; y < region.Top(); ++y) {
-                const float* row = &numbers[Start(y)];
-                if (!std::all_of(row, row + region.width, [=](float number) { return number == value; })) return false;
+                HWY_DYNAMIC_DISPATCH(FocusRow)
+                (line, static_cast<double>(region.x) + 0.5 - line.startX, static_cast<double>(y) + 0.5 - line.startY,
+                 middle.Row(y), far.Row(y), middle.Width());
             }
-            return true;
         }
 
-        Region region;
-        std::size_t stride;
-        std::vector<float> middle, far;
+        Plane middle, far;
     };
 
-    void RenderInFocus(const Tile& tile) const {
-        layers_.sharp.Render(tile);
-        const PixelBlock soft(tile.region);
-        layers_.soft.Render(soft.GetTile());
-        Combine(tile, soft, [&](float* pixels, const float* const* others, const Run& run) {
-            HWY_DYNAMIC_DISPATCH(InFocusRow)
-            (pixels, others, miniature_.sharpening, miniature_.saturation, run.count);
+    Planes FramedPlanes(const Region& region) const {
+        const Window window(framed_, region);
+        Planes planes = MakePlanes(region);
+        const RunMemory memory(1);
+        ForEachRun(region, [&](const Run& run) {
+            ToBlocks(window.GetView().PixelAt(run.x, run.y), run.count, memory.Run(0));
+            HWY_DYNAMIC_DISPATCH(ClipRow)(memory.Run(0), run.count);
+            ToPlanes(memory.Run(0), run, planes);
         });
+        return planes;
     }
 
-    static void Blend(const Tile& tile, const Prepared& layer, const Shares& shares,
-                      const std::vector<float>& numbers) {
-        const PixelBlock other(tile.region);
-        layer.Render(other.GetTile());
-        Combine(tile, other, [&](float* pixels, const float* const* others, const Run& run) {
-            const float* row = &numbers[shares.Start(run.y)] + (run.x - tile.region.x);
-            HWY_DYNAMIC_DISPATCH(BlendRow)(pixels, others, row, run.count);
-        });
+    Planes Blurred(std::size_t layer, const Planes& framed, const Region& region) const {
+        const LayerBlur& blur = blurs_[layer];
+        if (blur.wide != nullptr) {
+            const Window window(wide_[layer], region);
+            return PlanesOf(window.GetView());
+        }
+        Planes blurred = MakePlanes(region);
+        if (blur.disc) {
+            blur.disc->Blur(framed, blurred);
+        } else {
+            // Sharpening changes only colors.
+            for (std::size_t color = 0; color < kAlpha; ++color) BlurPlane(framed[color], blur.weights, blurred[color]);
+        }
+        return blurred;
     }
 
-    // Calls a function with the runs of a tile and those of a block of the same region.
-    template <class Function>
-    static void Combine(const Tile& tile, const PixelBlock& block, const Function& function) {
-        const RunMemory memory(2);
-        const float* others[] = {memory.Run(1)};
-        ForEachRun(tile.region, [&](const Run& run) {
-            float* pixels = tile.Part(run.GetRegion()).pixels;
-            ToBlocks(pixels, run.count, memory.Run(0));
-            ToBlocks(block.GetTile().Part(run.GetRegion()).pixels, run.count, memory.Run(1));
-            function(memory.Run(0), others, run);
-            FromBlocks(memory.Run(0), run.count, pixels);
-        });
-    }
-
-    Layers<Prepared> layers_;
-    const Miniature& miniature_;  // owned by the image, which outlives the rendering
+    Prepared framed_;
+    std::array<Prepared, kLayerCount> wide_;
+    const LayerBlurs& blurs_;     // owned by the image, which outlives the rendering
+    const Miniature& miniature_;  // likewise
 };
 
 class MiniatureImage : public Image {
   public:
-    MiniatureImage(const Extent& extent, Layers<ImageRef> layers, const Miniature& miniature)
-        : Image(extent, layers.sharp->GetDepth()
-                            .With(layers.soft->GetDepth())
-                            .With(layers.middle->GetDepth())
-                            .With(layers.far->GetDepth())),
-          layers_(std::move(layers)),
+    MiniatureImage(const Extent& extent, ImageRef framed, LayerBlurs blurs, const Miniature& miniature)
+        : Image(extent, DepthOf(framed, blurs)),
+          framed_(std::move(framed)),
+          blurs_(std::move(blurs)),
           miniature_(miniature) {}
 
     void AddNeeds(const Region& region, Needs& needs) const override {
-        for (const ImageRef* input : {&layers_.sharp, &layers_.soft, &layers_.middle, &layers_.far}) {
-            needs.AddByTiles(*input, region);
+        needs.AddByTiles(framed_, Source(region));
+        for (const LayerBlur& blur : blurs_) {
+            if (blur.wide != nullptr) needs.AddByTiles(blur.wide, region);
         }
     }
 
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
-        return std::make_unique<MiniatureStage>(
-            Layers<Prepared>{Prepare(layers_.sharp, region), Prepare(layers_.soft, region),
-                             Prepare(layers_.middle, region), Prepare(layers_.far, region)},
-            miniature_);
+        std::array<Prepared, kLayerCount> wide;
+        for (std::size_t layer = 0; layer < kLayerCount; ++layer) {
+            if (blurs_[layer].wide != nullptr) wide[layer] = Prepare(blurs_[layer].wide, region);
+        }
+        return std::make_unique<MiniatureStage>(Prepare(framed_, Source(region)), std::move(wide), blurs_, miniature_);
     }
 
   private:
-    Layers<ImageRef> layers_;
+    static Depth DepthOf(const ImageRef& framed, const LayerBlurs& blurs) {
+        Depth depth = framed->GetDepth();
+        for (const LayerBlur& blur : blurs) {
+            if (blur.wide != nullptr) depth = depth.With(blur.wide->GetDepth());
+        }
+        return depth;
+    }
+
+    Region Source(const Region& region) const {
+        std::int64_t reach = 0;
+        for (const LayerBlur& blur : blurs_) reach = std::max(reach, blur.Reach());
+        return region.GrownBy(reach);
+    }
+
+    ImageRef framed_;
+    LayerBlurs blurs_;
     Miniature miniature_;
 };
+
+LayerBlur GaussianLayer(const ImageRef& framed, double sigma) {
+    if (sigma >= kNarrowestWideSigma) return {{}, {}, MakeGaussianBlurImage(Clipped(framed), sigma)};
+    return {sigma > 0 ? GaussianWeights(sigma) : std::vector<float>{1}, {}, nullptr};
+}
+
+LayerBlur DiscLayer(const ImageRef& framed, double radius) {
+    if (radius > kLargestExactDisc) return {{}, {}, MakeDiscBlurImage(Clipped(framed), radius)};
+    return {{}, Disc(std::max(radius, 0.0)), nullptr};
+}
 
 // The part of an image's height in which focus is lost to the first blur, and again to the second.
 constexpr double kStep = 0.25;
@@ -262,12 +306,11 @@ ImageRef DepthOfField(const Inputs& inputs) {
     if (radius <= 0 && saturation == 1 && intensity == 0) return input;
     const Extent extent = input->GetExtent();
     const auto framedRadius = [&](double given) { return FramedRadius(given, extent); };
-    const ImageRef framed = MakePointImage(MakeClampedImage(std::move(input)), std::make_unique<ClipFunction>());
+    const ImageRef framed = MakeClampedImage(std::move(input));
     return std::make_shared<MiniatureImage>(
-        extent,
-        Layers<ImageRef>{
-            framed, MakeGaussianBlurImage(framed, framedRadius(inputs.GetNumber("inputUnsharpMaskRadius"))),
-            MakeDiscBlurImage(framed, framedRadius(radius)), MakeDiscBlurImage(framed, framedRadius(3 * radius))},
+        extent, framed,
+        LayerBlurs{GaussianLayer(framed, framedRadius(inputs.GetNumber("inputUnsharpMaskRadius"))),
+                   DiscLayer(framed, framedRadius(radius)), DiscLayer(framed, framedRadius(3 * radius))},
         Miniature{LineOf(inputs, extent), FiniteFloat(intensity), FiniteFloat(saturation)});
 }
 

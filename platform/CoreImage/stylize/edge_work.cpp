@@ -15,7 +15,7 @@
 
 #include "blur/blur.h"
 #include "blur/gaussian_weights.h"
-#include "blur/kernels.h"
+#include "blur/planes.h"
 #include "blur/wide_gaussian.h"
 #include "core/point.h"
 #include "core/window.h"
@@ -109,41 +109,6 @@ class CutFunction : public PointFunction {
     void ApplyToRun(float* pixels, std::size_t count) const override { HWY_DYNAMIC_DISPATCH(CutRow)(pixels, count); }
 };
 
-// One number for each pixel of a region.
-class Plane {
-  public:
-    explicit Plane(const Region& region)
-        : region_(region),
-          stride_(static_cast<std::size_t>(region.width) + kBlockPixels),
-          numbers_(stride_ * static_cast<std::size_t>(region.height)) {}
-
-    const Region& GetRegion() const { return region_; }
-    float* Row(std::int64_t y) { return &numbers_[stride_ * static_cast<std::size_t>(y - region_.y)]; }
-    const float* Row(std::int64_t y) const { return &numbers_[stride_ * static_cast<std::size_t>(y - region_.y)]; }
-
-  private:
-    Region region_;
-    std::size_t stride_;
-    std::vector<float> numbers_;
-};
-
-// The weighted sums of the neighbors of all numbers that have enough of them.
-Plane Blurred(const Plane& plane, const std::vector<float>& weights) {
-    const auto reach = static_cast<std::int64_t>(weights.size() / 2);
-    Plane out(plane.GetRegion().GrownBy(-reach));
-    const auto rounded = [](std::int64_t count) { return (static_cast<std::size_t>(count) + 3) / 4 * 4; };
-    std::vector<float> line(static_cast<std::size_t>(plane.GetRegion().width) + kBlockPixels);
-    std::vector<const float*> rows(weights.size()), columns(weights.size());
-    for (std::size_t k = 0; k < columns.size(); ++k) columns[k] = &line[k];
-    const Region& region = out.GetRegion();
-    for (std::int64_t y = region.y; y < region.Top(); ++y) {
-        for (std::size_t k = 0; k < rows.size(); ++k) rows[k] = plane.Row(y - reach + static_cast<std::int64_t>(k));
-        SumRows(rows.data(), weights.data(), rows.size(), line.data(), rounded(plane.GetRegion().width));
-        SumRows(columns.data(), weights.data(), columns.size(), out.Row(y), rounded(region.width));
-    }
-    return out;
-}
-
 class NarrowStage : public Stage {
   public:
     NarrowStage(Prepared input, const Extent& extent, const std::vector<float>& weights)
@@ -159,9 +124,10 @@ class NarrowStage : public Stage {
             HWY_DYNAMIC_DISPATCH(LuminancePlaneRow)
             (memory.Run(0), light.Row(run.y) + (run.x - light.GetRegion().x), run.count);
         });
-        Plane brighter = Blurred(light, weights_);
+        Plane brighter(tile.region.GrownBy(reach)), smooth(tile.region);
+        BlurPlane(light, weights_, brighter);
         MakeBrighter(light, brighter);
-        const Plane smooth = Blurred(brighter, weights_);
+        BlurPlane(brighter, weights_, smooth);
         ForEachRun(tile.region, [&](const Run& run) {
             HWY_DYNAMIC_DISPATCH(CutPlaneRow)(smooth.Row(run.y) + (run.x - tile.region.x), memory.Run(0), run.count);
             FromBlocks(memory.Run(0), run.count, tile.Part(run.GetRegion()).pixels);

@@ -11,6 +11,7 @@
 #include "core/cropped.h"
 #include "support/declared_keys.h"
 #include "support/engine_images.h"
+#include "support/oracle.h"
 #include "support/point_oracle.h"
 
 namespace {
@@ -52,6 +53,36 @@ TEST(CutTest, PointwiseChainDoesNotDependOnTileSize) {
     const std::vector<float> whole = Pixels(image, kRegion, {4096, 4096, 4096});
     for (const Cut& cut : {Cut{}, Cut{4096, 1, 257}, Cut{4096, 301, 1}, Cut{4096, 7, 5}, Cut{100, 64, 64}}) {
         EXPECT_EQ(Pixels(image, kRegion, cut), whole) << cut.tileWidth << " x " << cut.tileHeight;
+    }
+}
+
+// Returns an opaque picture with a transparent square: blurs leave out the alpha of the tiles around the square.
+ImageRef PictureWithAHole() {
+    constexpr std::size_t kWidth = 230, kHeight = 190;
+    std::vector<float> pixels;
+    for (std::size_t index = 0; index < kWidth * kHeight; ++index) {
+        const bool isHole = index % kWidth / 20 == 3 && index / kWidth / 20 == 2;
+        const float color = isHole ? 0 : static_cast<float>(index * 37 % 101) / 100;
+        pixels.insert(pixels.end(), {color, 1 - color, color / 2, isHole ? 0.0f : 1.0f});
+    }
+    return oracle::SourceOf({0, 0, kWidth, kHeight}, pixels).image;
+}
+
+TEST(CutTest, BlursByDiscsDoNotDependOnTileSize) {
+    const ImageRef picture = PictureWithAHole();
+    const auto miniature = [&](double radius, double sharpRadius) {
+        return oracle::Output("CIDepthOfField", picture,
+                              {{"inputPoint0", {0, 90}},
+                               {"inputPoint1", {200, 100}},
+                               {"inputRadius", {radius}},
+                               {"inputUnsharpMaskRadius", {sharpRadius}}});
+    };
+    // The last one has blurs so wide that they are images of their own.
+    for (const ImageRef& image : {MakeDiscBlurImage(picture, 7.3), miniature(5, 2.5), miniature(60, 9)}) {
+        const std::vector<float> whole = Pixels(image, kRegion, {4096, 4096, 4096});
+        for (const Cut& cut : {Cut{}, Cut{4096, 19, 23}, Cut{4096, 301, 1}, Cut{4096, 64, 64}}) {
+            EXPECT_EQ(Pixels(image, kRegion, cut), whole) << cut.tileWidth << " x " << cut.tileHeight;
+        }
     }
 }
 

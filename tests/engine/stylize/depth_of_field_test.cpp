@@ -127,6 +127,22 @@ TEST(DepthOfFieldTest, IsSymmetricAboutItsLine) {
     }
 }
 
+TEST(DepthOfFieldTest, BlursOfAnyWidthKeepAnEvenPicture) {
+    std::vector<float> pixels;
+    for (std::size_t index = 0; index < std::size_t{200} * 200; ++index) {
+        pixels.insert(pixels.end(), {0.2f, 0.4f, 0.1f, 0.8f});
+    }
+    const ImageRef even = SourceOf({0, 0, 200, 200}, pixels).image;
+    for (const double radius : {0.0, 0.2, 42.0, 43.0, 1000.0}) {
+        for (const double sharpRadius : {0.0, 3.9, 4.1}) {
+            const ImageRef image = Miniature(even, {0, 100, 200, 120, radius, 1, 2, sharpRadius});
+            ExpectPixels(image, {0, 0, 200, 200}, [&](std::int64_t, std::int64_t, std::size_t channel) {
+                return static_cast<double>(pixels[channel]);
+            });
+        }
+    }
+}
+
 TEST(DepthOfFieldTest, IdentitySettingsReturnTheInput) {
     const ImageRef image = RandomImage(5, 4);
     EXPECT_EQ(Miniature(image, {0, 0, 5, 0, 0, 1, 0, 2.5}), image);

@@ -1,0 +1,33 @@
+// disc.h - the mean over a disc whose rim is one pixel soft, for planes.
+//
+// Threads: constant once made.
+
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "blur/planes.h"
+#include "blur/sums.h"
+
+namespace core_image {
+
+// Up to this radius a disc is computed exactly; a larger one on a reduced image (MakeDiscBlurImage).
+inline constexpr double kLargestExactDisc = 128;
+
+// A disc, its weights summing to one. One of radius 0 is a single pixel.
+class Disc {
+  public:
+    explicit Disc(double radius);
+
+    // How far from its center the disc has weights.
+    std::int64_t Reach() const { return static_cast<std::int64_t>(rows_.size()) - 1; }
+
+    // Writes the means around the pixels of out. The source reaches as far beyond out as the disc, at least.
+    void Blur(const Planes& source, Planes& out) const;
+
+  private:
+    std::vector<DiscRows> rows_;  // for each distance from the center
+};
+
+}  // namespace core_image

@@ -1,0 +1,132 @@
+// planes.cpp - conversions block by block, and sums of rows by the kernels of the pixels' blurs; compiled once per
+// instruction set.
+
+#include "blur/planes.h"
+
+#include <algorithm>
+
+#include "blur/kernels.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "blur/planes.cpp"
+#include <hwy/foreach_target.h>
+
+#include "core/pixels-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace core_image::HWY_NAMESPACE {
+
+// Vectors as long as those that filters read and write: shorter ones would have to be joined in memory first.
+HWY_ATTR void CopyBlock(const float* from, float* to) {
+    const WideTag d;
+    for (std::size_t k = 0; k < kBlockPixels; k += hn::MaxLanes(d)) hn::StoreU(hn::LoadU(d, from + k), d, to + k);
+}
+
+HWY_ATTR void RowToPlanes(const float* blocks, float* const* rows, std::size_t count) {
+    for (std::size_t pixel = 0; pixel < count; pixel += kBlockPixels) {
+        for (std::size_t channel = 0; channel < kFloatsPerPixel; ++channel, blocks += kBlockPixels) {
+            CopyBlock(blocks, rows[channel] + pixel);
+        }
+    }
+}
+
+HWY_ATTR void RowFromPlanes(const float* const* rows, float* blocks, std::size_t count) {
+    for (std::size_t pixel = 0; pixel < count; pixel += kBlockPixels) {
+        for (std::size_t channel = 0; channel < kFloatsPerPixel; ++channel, blocks += kBlockPixels) {
+            CopyBlock(rows[channel] + pixel, blocks);
+        }
+    }
+}
+
+HWY_ATTR bool IsRowAll(const float* row, float value, std::size_t count) {
+    const WideTag d;
+    const Wide expected = hn::Set(d, value);
+    std::size_t index = 0;
+    for (; index + hn::MaxLanes(d) <= count; index += hn::MaxLanes(d)) {
+        if (!hn::AllTrue(d, hn::Eq(hn::LoadU(d, row + index), expected))) return false;
+    }
+    return std::all_of(row + index, row + count, [=](float number) { return number == value; });
+}
+
+}  // namespace core_image::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace core_image {
+namespace {
+
+HWY_EXPORT(RowToPlanes);
+HWY_EXPORT(RowFromPlanes);
+HWY_EXPORT(IsRowAll);
+
+// The distance between rows: whole cache lines, an odd number of them, so that the numbers of a column do not compete
+// for the same cache sets.
+std::size_t StrideFor(std::size_t width) {
+    const std::size_t lines = (width + kBlockPixels - 1) / kBlockPixels + 1;
+    return (lines | 1) * kBlockPixels;
+}
+
+// A count rounded up to whole blocks. The kernels then have no rests, and rows have room for it.
+std::size_t WholeBlocks(std::size_t count) { return (count + kBlockPixels - 1) / kBlockPixels * kBlockPixels; }
+
+}  // namespace
+
+Plane::Plane(const Region& region)
+    : region_(region),
+      stride_(StrideFor(Width())),
+      numbers_(static_cast<float*>(AllocateKept(stride_ * static_cast<std::size_t>(region.height) * sizeof(float)))) {}
+
+Planes MakePlanes(const Region& region) { return {Plane(region), Plane(region), Plane(region), Plane(region)}; }
+
+Planes PlanesOf(const View& view) {
+    Planes planes = MakePlanes(view.region);
+    const RunMemory memory(1);
+    ForEachRun(view.region, [&](const Run& run) {
+        ToBlocks(view.PixelAt(run.x, run.y), run.count, memory.Run(0));
+        ToPlanes(memory.Run(0), run, planes);
+    });
+    return planes;
+}
+
+void ToPlanes(const float* blocks, const Run& run, Planes& planes) {
+    const auto start = static_cast<std::size_t>(run.x - planes[0].GetRegion().x);
+    float* rows[kFloatsPerPixel];
+    for (std::size_t channel = 0; channel < kFloatsPerPixel; ++channel)
+        rows[channel] = planes[channel].Row(run.y) + start;
+    HWY_DYNAMIC_DISPATCH(RowToPlanes)(blocks, rows, run.count);
+}
+
+void FromPlanes(const Planes& planes, const Run& run, float* blocks) {
+    const auto start = static_cast<std::size_t>(run.x - planes[0].GetRegion().x);
+    const float* rows[kFloatsPerPixel];
+    for (std::size_t channel = 0; channel < kFloatsPerPixel; ++channel)
+        rows[channel] = planes[channel].Row(run.y) + start;
+    HWY_DYNAMIC_DISPATCH(RowFromPlanes)(rows, blocks, run.count);
+}
+
+bool AreAll(const Plane& plane, float value) {
+    const Region& region = plane.GetRegion();
+    for (std::int64_t y = region.y; y < region.Top(); ++y) {
+        if (!HWY_DYNAMIC_DISPATCH(IsRowAll)(plane.Row(y), value, plane.Width())) return false;
+    }
+    return true;
+}
+
+void BlurPlane(const Plane& plane, const std::vector<float>& weights, Plane& out) {
+    const auto reach = static_cast<std::int64_t>(weights.size() / 2);
+    const Region& region = out.GetRegion();
+    const auto above = static_cast<std::size_t>(region.x - reach - plane.GetRegion().x);
+    Plane line({region.x - reach, 0, region.width + 2 * reach, 1});
+    std::vector<const float*> rows(weights.size()), columns(weights.size());
+    for (std::size_t k = 0; k < columns.size(); ++k) columns[k] = line.Row(0) + k;
+    for (std::int64_t y = region.y; y < region.Top(); ++y) {
+        for (std::size_t k = 0; k < rows.size(); ++k) {
+            rows[k] = plane.Row(y - reach + static_cast<std::int64_t>(k)) + above;
+        }
+        SumRows(rows.data(), weights.data(), rows.size(), line.Row(0), WholeBlocks(line.Width()));
+        SumRows(columns.data(), weights.data(), columns.size(), out.Row(y), WholeBlocks(out.Width()));
+    }
+}
+
+}  // namespace core_image
+#endif

@@ -1,0 +1,59 @@
+// planes.h - pixels channel by channel: one number for each pixel of a region.
+//
+// A blur of planes takes less time than one of pixels. It leaves out channels that are not needed, and the rows around
+// a pixel stay in a core's own cache until they have been used.
+//
+// Lifetime: a plane owns its memory, which is pooled like that of a tile (core/tile.h) and not cleared.
+// Threads:  one thread writes a plane.
+
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "core/run.h"
+#include "core/tile.h"
+
+namespace core_image {
+
+// One number for each pixel of a region. Rows begin on cache lines; kBlockPixels more numbers may be written to each.
+class Plane {
+  public:
+    // Throws MemoryShortage.
+    explicit Plane(const Region& region);
+
+    const Region& GetRegion() const { return region_; }
+    std::size_t Width() const { return static_cast<std::size_t>(region_.width); }
+    std::ptrdiff_t Stride() const { return static_cast<std::ptrdiff_t>(stride_); }  // from a row to the next above it
+    float* Row(std::int64_t y) { return &numbers_[RowStart(y)]; }
+    const float* Row(std::int64_t y) const { return &numbers_[RowStart(y)]; }
+
+  private:
+    std::size_t RowStart(std::int64_t y) const { return stride_ * static_cast<std::size_t>(y - region_.y); }
+
+    Region region_;
+    std::size_t stride_;
+    std::unique_ptr<float[], FreeKept> numbers_;
+};
+
+// The four channels of the pixels of a region.
+using Planes = std::array<Plane, kFloatsPerPixel>;
+inline constexpr std::size_t kAlpha = 3;
+Planes MakePlanes(const Region& region);
+Planes PlanesOf(const View& view);
+
+// Converts a run in blocks to planes, and planes to a run in blocks. Padding pixels are converted, too.
+void ToPlanes(const float* blocks, const Run& run, Planes& planes);
+void FromPlanes(const Planes& planes, const Run& run, float* blocks);
+
+// Whether every number of a plane has a value.
+bool AreAll(const Plane& plane, float value);
+
+// Writes the sums of the neighbors of a plane's numbers along columns and rows, each weighted: a separable blur. The
+// plane reaches as far beyond out as the weights.
+void BlurPlane(const Plane& plane, const std::vector<float>& weights, Plane& out);
+
+}  // namespace core_image
