@@ -4,6 +4,8 @@
 
 #include <vector>
 
+#include "sampling/weighted_sums.h"
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "blur/kernels.cpp"
 #include <hwy/foreach_target.h>
@@ -14,46 +16,6 @@ namespace core_image::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 using OnePixel = hn::FixedTag<float, 4>;
-
-// Sums consecutive vectors over every row.
-template <std::size_t kVectors, class D>
-HWY_INLINE void SumVectors(D d, const float* const* rows, const float* weights, std::size_t rowCount, std::size_t start,
-                           float* out) {
-    hn::Vec<D> sums[kVectors];
-    for (auto& sum : sums) sum = hn::Zero(d);
-    for (std::size_t k = 0; k < rowCount; ++k) {
-        const auto weight = hn::Set(d, weights[k]);
-        const float* from = rows[k] + start;
-        for (auto& sum : sums) {
-            sum = hn::MulAdd(weight, hn::LoadU(d, from), sum);
-            from += hn::MaxLanes(d);
-        }
-    }
-    float* to = out + start;
-    for (const auto& sum : sums) {
-        hn::StoreU(sum, d, to);
-        to += hn::MaxLanes(d);
-    }
-}
-
-HWY_ATTR void SumRows(const float* const* rows, const float* weights, std::size_t rowCount, float* out,
-                      std::size_t floats) {
-    const hn::ScalableTag<float> wide;
-    // With as many sums as this, and their products, no addition waits for the one before it.
-    constexpr std::size_t kMost = HWY_ARCH_X86_32 ? 4 : 8;
-    constexpr std::size_t kStride = kMost * hn::MaxLanes(wide);
-    std::size_t start = 0;
-    for (; start + kStride <= floats; start += kStride) {
-        SumVectors<kMost>(wide, rows, weights, rowCount, start, out);
-    }
-    for (; start + 2 * hn::MaxLanes(wide) <= floats; start += 2 * hn::MaxLanes(wide)) {
-        SumVectors<2>(wide, rows, weights, rowCount, start, out);
-    }
-    for (; start + hn::MaxLanes(wide) <= floats; start += hn::MaxLanes(wide)) {
-        SumVectors<1>(wide, rows, weights, rowCount, start, out);
-    }
-    for (; start < floats; start += 4) SumVectors<1>(OnePixel(), rows, weights, rowCount, start, out);
-}
 
 // Why four sums: each product then waits only for the one four steps before it. The four are always the same, so the
 // result is too.
@@ -102,13 +64,8 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace core_image {
 
-HWY_EXPORT(SumRows);
 HWY_EXPORT(ReduceRow);
 HWY_EXPORT(InterpolateRow);
-
-void SumRows(const float* const* rows, const float* weights, std::size_t rowCount, float* out, std::size_t floats) {
-    HWY_DYNAMIC_DISPATCH(SumRows)(rows, weights, rowCount, out, floats);
-}
 
 // The rows are neighbors: each begins one pixel after the previous one.
 void SumNeighbors(const float* in, const float* weights, std::size_t weightCount, float* out, std::size_t pixels) {
