@@ -49,7 +49,12 @@ std::unique_ptr<MemberHandle> NewMember(const ClassHandle& isa, const Member& me
     handle->declaring = isa.isaClass;
     handle->shortNameText = MemberShortName(declaration.name);
     for (const Parameter& parameter : declaration.parameters) {
-        handle->parameterList.push_back({parameter.name.c_str(), TypeOf(parameter.type)});
+        handle->parameterNames.push_back(MemberShortName(parameter.name));
+    }
+    for (std::size_t i = 0; i < declaration.parameters.size(); ++i) {
+        const Parameter& parameter = declaration.parameters[i];
+        handle->parameterList.push_back(
+            {parameter.name.c_str(), handle->parameterNames[i].c_str(), TypeOf(parameter.type)});
     }
     handle->isa = &isa;
     handle->name = declaration.name.c_str();

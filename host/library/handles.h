@@ -20,6 +20,7 @@ struct MemberHandle : ZevaMember {
     const Member* member;
     const Class* declaring;
     std::string shortNameText;
+    std::vector<std::string> parameterNames;
     std::vector<ZevaParameter> parameterList;
 };
 

@@ -134,17 +134,18 @@ struct Use {
 Use UseOf(ZevaObject* object, const ZevaMember* used, MemberKind kind) {
     if (used == nullptr) throw HostError("host", "the member is null");
     const MemberHandle& handle = HandleOf(used);
-    const std::string subject = std::string(handle.isa->name) + "." + handle.name;
+    // Made when there is something to say: numbers are set by the million.
+    const auto subject = [&] { return std::string(handle.isa->name) + "." + handle.name; };
     if (handle.member->declaration.kind != kind) {
-        throw HostError(subject, kind == MemberKind::kProperty ? "it is a method, not a property"
-                                                               : "it is a property, not a method");
+        throw HostError(subject(), kind == MemberKind::kProperty ? "it is a method, not a property"
+                                                                 : "it is a property, not a method");
     }
     if (handle.isShared != 0) return {*handle.declaring, *handle.member, nullptr};
-    if (object == nullptr) throw HostError(subject, "there is no object");
+    if (object == nullptr) throw HostError(subject(), "there is no object");
     for (const Class* each = object->isa; each != nullptr; each = each->Superclass()) {
         if (each == handle.declaring) return {*object->isa, *handle.member, object};
     }
-    throw HostError(subject,
+    throw HostError(subject(),
                     "expected an object of the class " + handle.declaring->Name() + ", got " + object->isa->Name());
 }
 

@@ -65,7 +65,8 @@ typedef struct ZevaType {
 } ZevaType;
 
 typedef struct ZevaParameter {
-    const char* name;
+    const char* name;      /* as declared: "workingSpace" */
+    const char* shortName; /* "working_space" */
     ZevaType type;
 } ZevaParameter;
 
