@@ -280,6 +280,8 @@ TEST_P(CompanionServiceTest, IsSurvivedByEveryMemberWhichGivesBackWhatItHolds) {
     for (const char* service : services) {
         // Without these, the references and bytes that they would take back stay.
         const bool takesBack = std::strncmp(service, "ZEVAUnlock", 10) == 0;
+        // A reference that the host does not add, although it has the service, is released all the same.
+        const bool addsNone = std::strcmp(service, "ZEVALockObject") == 0 && GetParam().fault.missingLookups == 0;
         const bool takesBackBytes = std::strcmp(service, "PluginDisposeStringData") == 0;
         // A host that fails to take its bytes back leaks them itself; where it lacks the service, the module frees
         // them.
@@ -304,7 +306,7 @@ TEST_P(CompanionServiceTest, IsSurvivedByEveryMemberWhichGivesBackWhatItHolds) {
             // An image over the bytes of a block keeps the block.
             const bool keeps =
                 member.Name() == "CIImageQOR.FromPixels" && returned == 1 && !IsMissing("ZEVALockObject");
-            if (!takesBack) EXPECT_EQ(References(), references + returned + (keeps ? 1 : 0)) << name;
+            if (!takesBack && !addsNone) EXPECT_EQ(References(), references + returned + (keeps ? 1 : 0)) << name;
             if (!takesBackBytes) EXPECT_EQ(host.lentStrings, 0) << name;
         }
     }
