@@ -16,9 +16,21 @@ Forks:   the host is made on first use. A process that was forked from one with 
 from . import _library, _objects, errors, filters
 from ._host import load, on_message, open_host, references
 from ._objects import Object
+from ._objects import find as class_named
 from ._pictures import from_array, open
 
-__all__ = ["Object", "errors", "filters", "from_array", "load", "on_message", "open", "open_host", "references"]
+__all__ = [
+    "Object",
+    "class_named",
+    "errors",
+    "filters",
+    "from_array",
+    "load",
+    "on_message",
+    "open",
+    "open_host",
+    "references",
+]
 
 
 def __getattr__(name):

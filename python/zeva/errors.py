@@ -12,7 +12,7 @@ class Error(Exception):
     number      the system's error number, or the exception's; 0 for none
     """
 
-    def __init__(self, message, class_name="", number=0):
+    def __init__(self, message: str, class_name: str = "", number: int = 0) -> None:
         super().__init__(message)
         self.class_name = class_name
         self.number = number
