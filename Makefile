@@ -8,6 +8,7 @@
 #   make tidy              the slow static checks
 #   make install           install below PREFIX (/usr/local), or below DESTDIR/PREFIX for a packager
 #   make package           make a Debian package for each width: build/<width>/package/
+#   make wheel             make a wheel of the Python package with the libraries: build/<width>/wheel/; ABI=x86_64 for 64 bits
 #   make package-test      install, run, upgrade and remove those packages in a clean root; needs root
 #   make mutants           apply small faults to the module, one at a time; the tests must catch each
 #   make sanitize          run the tests under the address, undefined-behavior and leak sanitizers
@@ -37,7 +38,7 @@ TEST_PRESETS ?= $(TEST_ABIS)
 # The code for macOS needs more tools than the rest, and only a 32-bit host can run it.
 MACOS_MODULE := $(if $(MODULE),$(filter i386,$(ABI)))
 
-.PHONY: run gallery test lint tidy install package package-test mutants sanitize coverage bench clean
+.PHONY: run gallery test lint tidy install package wheel package-test mutants sanitize coverage bench clean
 .PHONY: fidelity recipes program-% configure-% build-% package-%
 
 run: program-$(ABI)
@@ -61,16 +62,21 @@ tidy:
 	@tools/lint tidy-all
 
 install: program-$(ABI)
-	@cmake --build --preset $(ABI) --target zeva_plugin_archive -- --quiet
+	@cmake --build --preset $(ABI) --target zeva_plugin_archive zeva_host_library zeva_python -- --quiet
 	@cmake --install build/$(ABI) --prefix "$(PREFIX)" --strip >/dev/null
 	@echo "installed $(DESTDIR)$(PREFIX)/bin/zeva"
 
 package: $(TEST_ABIS:%=package-%)
 
 package-%: program-%
-	@cmake --build --preset $* --target zeva_plugin_archive -- --quiet
+	@cmake --build --preset $* --target zeva_plugin_archive zeva_host_library zeva_python -- --quiet
 	@cpack --config build/$*/CPackConfig.cmake >build/$*/package.log || { cat build/$*/package.log >&2; exit 1; }
 	@ls build/$*/package/*.deb
+
+wheel: program-$(ABI)
+	@cmake --build --preset $(ABI) --target zeva_plugin_archive zeva_host_library zeva_python -- --quiet
+	@tools/setup python
+	@/usr/bin/python3 -B python/make_wheel.py build/$(ABI) build/$(ABI)/wheel
 
 package-test: $(TEST_ABIS:%=package-%)
 	@tools/setup package

@@ -3,9 +3,10 @@
 #   bin/zeva                 a link to lib/zeva/bin/zeva, which finds its modules beside its folder
 #   lib/zeva/bin             the program
 #   lib/zeva/modules         filters.so and companion.so
-#   lib/zeva/lib             the platform libraries, and the boundary library for module authors
+#   lib/zeva/lib             the platform libraries, libzeva, and the boundary library for module authors
+#   lib/python3/dist-packages/zeva   the package for Python
 #   lib/cmake/zeva           the CMake package: find_package(zeva)
-#   include/zeva             the headers for module authors
+#   include/zeva             the headers for module authors, and zeva/host.h for programs in C
 #   share/doc/zeva, share/man, share/bash-completion
 #
 # Installed files name the system's loader and find each other relative to themselves; tests/package checks that they do
@@ -17,6 +18,8 @@ include(GNUInstallDirs)
 # Not CMAKE_INSTALL_LIBDIR: the folder must not depend on the machine's architecture, so that one rpath fits all.
 # Installing builds nothing: the tests need not be built.
 set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)
+# What names no component belongs to the package zeva.
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME zeva)
 
 set(private lib/zeva)
 set(config lib/cmake/zeva)
@@ -26,7 +29,8 @@ if(TARGET zeva_exception_frames)
     list(APPEND libraries zeva_exception_frames zeva_macos_platform)
 endif()
 # The three folders are beside each other. The system's folders are searched in any case.
-set_target_properties(zeva zeva_filters zeva_companion ${libraries} PROPERTIES INSTALL_RPATH "$ORIGIN/../lib")
+set_target_properties(zeva zeva_filters zeva_companion zeva_host_library ${libraries} PROPERTIES
+    INSTALL_RPATH "$ORIGIN/../lib")
 install(TARGETS zeva RUNTIME DESTINATION ${private}/bin)
 install(TARGETS zeva_filters zeva_companion LIBRARY DESTINATION ${private}/modules)
 install(TARGETS ${libraries} LIBRARY DESTINATION ${private}/lib)
@@ -38,6 +42,8 @@ target_include_directories(zeva_plugin_archive INTERFACE $<INSTALL_INTERFACE:inc
 target_compile_features(zeva_plugin_archive INTERFACE cxx_std_20)
 target_link_options(zeva_plugin_archive INTERFACE $<INSTALL_INTERFACE:LINKER:--undefined=ZEVAPluginMain>)
 install(TARGETS zeva_plugin_archive EXPORT zevaTargets ARCHIVE DESTINATION ${private}/lib)
+install(TARGETS zeva_host_library EXPORT zevaTargets LIBRARY DESTINATION ${private}/lib)
+install(DIRECTORY host/library/zeva DESTINATION include/zeva FILES_MATCHING PATTERN "*.h")
 install(EXPORT zevaTargets NAMESPACE zeva:: DESTINATION ${config})
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/zevaConfig.cmake.in ${CMAKE_BINARY_DIR}/zevaConfig.cmake
     INSTALL_DESTINATION ${config})
@@ -52,6 +58,11 @@ foreach(folder interface plugin)
         install(DIRECTORY ${folder} DESTINATION include/zeva FILES_MATCHING PATTERN "*.h" PATTERN "*.def")
     endif()
 endforeach()
+
+# The package for Python, and a Debian package of its own. "python3" is the folder of Debian's Python below /usr.
+set(package lib/python3/dist-packages)
+install(DIRECTORY python/zeva ${CMAKE_BINARY_DIR}/python/zeva DESTINATION ${package} COMPONENT python
+    FILES_MATCHING PATTERN "*.py" PATTERN "*.pyi" PATTERN "py.typed" PATTERN "__pycache__" EXCLUDE)
 
 install(FILES README.md CHANGELOG.md DESTINATION share/doc/zeva)
 install(FILES LICENSE DESTINATION share/doc/zeva RENAME copyright)
@@ -118,10 +129,19 @@ set(CPACK_PACKAGE_DIRECTORY ${CMAKE_BINARY_DIR}/package)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "${dependencies}")
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_ALL zeva python)
+set(CPACK_DEBIAN_ZEVA_PACKAGE_NAME zeva)
+set(CPACK_DEBIAN_ZEVA_PACKAGE_DEPENDS "${dependencies}")
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
-    set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE i386)
+    set(CPACK_DEBIAN_ZEVA_PACKAGE_ARCHITECTURE i386)
 else()
-    set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE amd64)
+    set(CPACK_DEBIAN_ZEVA_PACKAGE_ARCHITECTURE amd64)
 endif()
+set(CPACK_COMPONENT_PYTHON_DESCRIPTION "Core Image filters and the classes of every module, in Python")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-zeva)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "zeva (= ${PROJECT_VERSION}), python3 (>= 3.8)")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-numpy, python3-pil")
 include(CPack)

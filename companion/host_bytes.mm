@@ -9,21 +9,35 @@
 #include "companion/host_text.h"
 #include "plugin/host_services.h"
 
-namespace {
+// The bytes of a block, which it keeps.
+@interface ZEVABlockData : NSData {
+    ZEVAmemoryBlockStruct* _block;
+}
+@end
 
-// Returns a block with a copy of the bytes; null when the host cannot create one, or creates one without bytes.
-ZEVAmemoryBlockStruct* NewBlockOf(const void* bytes, std::int32_t size) {
-    ZEVAmemoryBlockStruct* block = ZEVANewMemoryBlockOriginal(size);
-    if (block == nullptr) return nullptr;
-    if (void* destination = ZEVAMemoryBlockGetPtr(block)) {
-        std::memcpy(destination, bytes, static_cast<std::size_t>(size));
-        return block;
-    }
-    ZEVAUnlockObject(reinterpret_cast<ZEVAobjectStruct*>(block));
-    return nullptr;
+@implementation ZEVABlockData
+
+// NSData is a class cluster: its own initializers would make bytes of another kind.
+- (ZEVABlockData*)initOverBlock:(ZEVAmemoryBlockStruct*)block {
+    ZEVALockObject(reinterpret_cast<ZEVAobjectStruct*>(block));
+    _block = block;
+    return self;
 }
 
-}  // namespace
+- (const void*)bytes {
+    return ZEVAMemoryBlockGetPtr(_block);
+}
+
+- (NSUInteger)length {
+    return static_cast<NSUInteger>(ZEVAMemoryBlockGetSize(_block));
+}
+
+- (void)dealloc {
+    ZEVAUnlockObject(reinterpret_cast<ZEVAobjectStruct*>(_block));
+    [super dealloc];
+}
+
+@end
 
 NSData* DataOf(ZEVAmemoryBlockStruct* block) {
     const void* bytes = block != nullptr ? ZEVAMemoryBlockGetPtr(block) : nullptr;
@@ -31,15 +45,29 @@ NSData* DataOf(ZEVAmemoryBlockStruct* block) {
     return size > 0 ? [NSData dataWithBytes:bytes length:static_cast<NSUInteger>(size)] : nil;
 }
 
-ZEVAmemoryBlockStruct* NewHostBlock(NSData* data) {
+NSData* DataOver(ZEVAmemoryBlockStruct* block) {
+    if (!ZEVACanLockObjects()) return DataOf(block);
+    const bool hasBytes = block != nullptr && ZEVAMemoryBlockGetPtr(block) != nullptr;
+    if (!hasBytes || ZEVAMemoryBlockGetSize(block) <= 0) return nil;
+    return [[[ZEVABlockData alloc] initOverBlock:block] autorelease];
+}
+
+ZEVAmemoryBlockStruct* NewHostBlockOfSize(NSUInteger size, void** bytes) {
     constexpr NSUInteger kMaximumBytes = INT32_MAX;
-    const NSUInteger length = [data length];
-    if (length == 0) return nullptr;
     ZEVAmemoryBlockStruct* block =
-        length <= kMaximumBytes ? NewBlockOf([data bytes], static_cast<std::int32_t>(length)) : nullptr;
-    if (block == nullptr) {
-        RaiseNew("OutOfMemoryException", [NSString stringWithFormat:@"a MemoryBlock of %llu bytes cannot be created",
-                                                                    static_cast<unsigned long long>(length)]);
-    }
+        size <= kMaximumBytes ? ZEVANewMemoryBlockOriginal(static_cast<std::int32_t>(size)) : nullptr;
+    *bytes = block != nullptr ? ZEVAMemoryBlockGetPtr(block) : nullptr;
+    if (*bytes != nullptr) return block;
+    if (block != nullptr) ZEVAUnlockObject(reinterpret_cast<ZEVAobjectStruct*>(block));
+    RaiseNew("OutOfMemoryException", [NSString stringWithFormat:@"a MemoryBlock of %llu bytes cannot be created",
+                                                                static_cast<unsigned long long>(size)]);
+    return nullptr;
+}
+
+ZEVAmemoryBlockStruct* NewHostBlock(NSData* data) {
+    if ([data length] == 0) return nullptr;
+    void* bytes = nullptr;
+    ZEVAmemoryBlockStruct* block = NewHostBlockOfSize([data length], &bytes);
+    if (block != nullptr) std::memcpy(bytes, [data bytes], [data length]);
     return block;
 }

@@ -74,21 +74,28 @@ ZEVAobjectStruct* NewFromData(ZEVAmemoryBlockStruct* data) {
     return NewImageOf(picture);
 }
 
+// Returns the bytes of a block if it holds an image of a size. Otherwise raises and returns nil.
+NSData* PixelsIn(ZEVAmemoryBlockStruct* block, std::int32_t width, std::int32_t height, std::int32_t bytesPerPixel,
+                 NSString* member) {
+    NSData* bytes = DataOver(block);
+    // Unsigned, and without an overflow whatever the sizes are.
+    const bool isPositive = width > 0 && height > 0;
+    const std::uint64_t pixels = static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height);
+    const std::uint64_t size = [bytes length];
+    const auto perPixel = static_cast<std::uint64_t>(bytesPerPixel);
+    if (isPositive && size % perPixel == 0 && size / perPixel == pixels) return bytes;
+    RaiseWithMessage(
+        [NSString stringWithFormat:@"%@: expected %d x %d pixels of %d bytes, got %lu bytes; no image was created",
+                                   member, static_cast<int>(width), static_cast<int>(height),
+                                   static_cast<int>(bytesPerPixel), static_cast<unsigned long>(size)]);
+    return nil;
+}
+
 // Raises when the size of the block does not match the number of pixels.
 ZEVAobjectStruct* NewFromPixels(ZEVAmemoryBlockStruct* pixels, std::int32_t width, std::int32_t height) {
     constexpr std::int32_t kBytesPerPixel = 4;
-    NSData* bytes = DataOf(pixels);
-    // Unsigned: the product of two positive sizes fits, whatever the sizes are.
-    const std::uint64_t needed =
-        static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height) * kBytesPerPixel;
-    if (width <= 0 || height <= 0 || needed != [bytes length]) {
-        RaiseWithMessage([NSString
-            stringWithFormat:
-                @"CIImageQOR.FromPixels: expected %d x %d pixels of %d bytes, got %lu bytes; no image was created",
-                static_cast<int>(width), static_cast<int>(height), static_cast<int>(kBytesPerPixel),
-                static_cast<unsigned long>([bytes length])]);
-        return nullptr;
-    }
+    NSData* bytes = PixelsIn(pixels, width, height, kBytesPerPixel, @"CIImageQOR.FromPixels");
+    if (bytes == nil) return nullptr;
     CGDataProviderRef provider = CGDataProviderCreateWithCFData(reinterpret_cast<CFDataRef>(bytes));
     CGColorSpaceRef space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
     PictureFile picture;
@@ -99,6 +106,23 @@ ZEVAobjectStruct* NewFromPixels(ZEVAmemoryBlockStruct* pixels, std::int32_t widt
     CGColorSpaceRelease(space);
     CGDataProviderRelease(provider);
     return NewImageOf(picture);
+}
+
+// Raises like FromPixels.
+ZEVAobjectStruct* NewFromValues(ZEVAmemoryBlockStruct* values, std::int32_t width, std::int32_t height) {
+    constexpr std::int32_t kBytesPerPixel = 4 * sizeof(float);
+    NSString* const member = @"CIImageQOR.FromValues";
+    NSData* bytes = PixelsIn(values, width, height, kBytesPerPixel, member);
+    if (bytes == nil) return nullptr;
+    CIImage* image = [CIImage imageWithBitmapData:bytes
+                                      bytesPerRow:static_cast<std::size_t>(width) * kBytesPerPixel
+                                             size:CGSizeMake(static_cast<CGFloat>(width), static_cast<CGFloat>(height))
+                                           format:kCIFormatRGBAf
+                                       colorSpace:nullptr];
+    if (image == nil) {
+        return Refused(member, [NSString stringWithUTF8String:CIEngineFailure()], @"no image was created");
+    }
+    return NewValueObject("CIImageQOR", image);
 }
 
 // Raises for nil.
@@ -221,6 +245,8 @@ ZEVAmethod imageSharedMethods[] = {
     COMPANION_METHOD("FromData(data as memoryblock) as CIImageQOR", NewFromData),
     COMPANION_METHOD("FromPixels(pixels as memoryblock, width as integer, height as integer) as CIImageQOR",
                      NewFromPixels),
+    COMPANION_METHOD("FromValues(values as memoryblock, width as integer, height as integer) as CIImageQOR",
+                     NewFromValues),
     COMPANION_METHOD("FromColor(color as CIColorQOR) as CIImageQOR", NewFromColor),
 };
 

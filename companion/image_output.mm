@@ -18,6 +18,7 @@
 #include "companion/image_files.h"
 #include "companion/rectangle.h"
 #include "companion/value_object.h"
+#include "plugin/host_services.h"
 
 namespace {
 
@@ -92,23 +93,36 @@ ZEVAmemoryBlockStruct* Encoded(ZEVAobjectStruct* self, NSNumber* quality, NSStri
     return NewHostBlock(file);
 }
 
-// Renders a finite rectangle of whole pixels to premultiplied floats in a color space; null means linear light.
-// Returns nil when the data would not fit a MemoryBlock, and when the engine fails.
-NSMutableData* Floats(CIImage* image, CGRect rectangle, CGColorSpaceRef space) {
+// The number of pixels whose floats fit a MemoryBlock.
+constexpr double kMaximumPixels = INT32_MAX / (kComponents * sizeof(float));
+
+// The number of pixels of a rectangle.
+double PixelCount(CGRect rectangle) {
+    return static_cast<double>(rectangle.size.width) * static_cast<double>(rectangle.size.height);
+}
+
+// Renders a finite rectangle of whole pixels to premultiplied floats in a color space; null means linear light. Returns
+// whether the engine succeeded.
+bool RenderFloats(CIImage* image, CGRect rectangle, CGColorSpaceRef space, void* floats) {
     CIEngineForgetFailure();
-    const double pixels = static_cast<double>(rectangle.size.width) * static_cast<double>(rectangle.size.height);
-    constexpr double kMaximumPixels = INT32_MAX / (kComponents * sizeof(float));
-    if (pixels > kMaximumPixels) return nil;
-    NSMutableData* data = [NSMutableData dataWithLength:static_cast<std::size_t>(pixels) * kComponents * sizeof(float)];
     const auto rowBytes =
         static_cast<std::ptrdiff_t>(rectangle.size.width) * static_cast<std::ptrdiff_t>(kComponents * sizeof(float));
     [[CIContext contextWithOptions:nil] render:image
-                                      toBitmap:[data mutableBytes]
+                                      toBitmap:floats
                                       rowBytes:rowBytes
                                         bounds:rectangle
                                         format:kCIFormatRGBAf
                                     colorSpace:space];
-    return *CIEngineFailure() == '\0' ? data : nil;
+    return *CIEngineFailure() == '\0';
+}
+
+// The same as data. Returns nil when it would not fit a MemoryBlock, and when the engine fails.
+NSMutableData* Floats(CIImage* image, CGRect rectangle, CGColorSpaceRef space) {
+    CIEngineForgetFailure();
+    const double pixels = PixelCount(rectangle);
+    if (pixels > kMaximumPixels) return nil;
+    NSMutableData* data = [NSMutableData dataWithLength:static_cast<std::size_t>(pixels) * kComponents * sizeof(float)];
+    return RenderFloats(image, rectangle, space, [data mutableBytes]) ? data : nil;
 }
 
 // Like Floats, but straight alpha in sRGB.
@@ -133,13 +147,17 @@ NSString* PixelRectangle(ZEVAobjectStruct* vector, CGRect* rectangle) {
     return CGRectIsEmpty(*rectangle) ? @"the rectangle is empty" : nil;
 }
 
-// Returns whether rendering failed, and raises if so.
-bool IsMissing(NSData* floats, NSString* reason, NSString* member) {
-    if (floats != nil) return false;
+// Raises why no pixels were read: the reason, or else what the engine says.
+void RaiseMissing(NSString* reason, NSString* member) {
     if (reason == nil && *CIEngineFailure() != '\0') reason = [NSString stringWithUTF8String:CIEngineFailure()];
     RaiseAbout(member, reason != nil ? reason : @"the rectangle is too large, at most 134 million pixels can be read",
                @"no pixels were read");
-    return true;
+}
+
+// Returns whether rendering failed, and raises if so.
+bool IsMissing(NSData* floats, NSString* reason, NSString* member) {
+    if (floats == nil) RaiseMissing(reason, member);
+    return floats == nil;
 }
 
 }  // namespace
@@ -180,18 +198,33 @@ ZEVAmemoryBlockStruct* ImagePixels(ZEVAobjectStruct* self, ZEVAobjectStruct* rec
     NSData* components = reason == nil ? StraightFloats(WrappedIn(self), rect) : nil;
     if (IsMissing(components, reason, @"CIImageQOR.Pixels")) return nullptr;
     const auto* floats = static_cast<const float*>([components bytes]);
-    NSMutableData* pixels = [NSMutableData dataWithLength:[components length] / sizeof(float)];
-    std::transform(
-        floats, floats + [pixels length], static_cast<std::uint8_t*>([pixels mutableBytes]),
-        [](float component) { return static_cast<std::uint8_t>(std::clamp(component, 0.0f, 1.0f) * 255 + 0.5f); });
-    return NewHostBlock(pixels);
+    const std::size_t count = [components length] / sizeof(float);
+    void* pixels = nullptr;
+    ZEVAmemoryBlockStruct* block = NewHostBlockOfSize(count, &pixels);
+    if (block == nullptr) return nullptr;
+    std::transform(floats, floats + count, static_cast<std::uint8_t*>(pixels), [](float component) {
+        return static_cast<std::uint8_t>(std::clamp(component, 0.0f, 1.0f) * 255 + 0.5f);
+    });
+    return block;
 }
 
 ZEVAmemoryBlockStruct* ImageValues(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle) {
+    NSString* const member = @"CIImageQOR.Values";
     CGRect rect = CGRectZero;
     NSString* reason = PixelRectangle(rectangle, &rect);
-    NSData* values = reason == nil ? Floats(WrappedIn(self), rect, nullptr) : nil;
-    return IsMissing(values, reason, @"CIImageQOR.Values") ? nullptr : NewHostBlock(values);
+    CIEngineForgetFailure();
+    if (reason != nil || PixelCount(rect) > kMaximumPixels) {
+        RaiseMissing(reason, member);
+        return nullptr;
+    }
+    // The engine renders into the block: a large picture is neither copied nor in memory twice.
+    void* values = nullptr;
+    ZEVAmemoryBlockStruct* block =
+        NewHostBlockOfSize(static_cast<NSUInteger>(PixelCount(rect)) * kComponents * sizeof(float), &values);
+    if (block == nullptr || RenderFloats(WrappedIn(self), rect, nullptr, values)) return block;
+    ZEVAUnlockObject(reinterpret_cast<ZEVAobjectStruct*>(block));
+    RaiseMissing(nil, member);
+    return nullptr;
 }
 
 ZEVAobjectStruct* ImageColorAt(ZEVAobjectStruct* self, double x, double y) {

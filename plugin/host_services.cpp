@@ -34,3 +34,5 @@ namespace {
 #include "interface/services.def"
 
 bool ZEVACanCreateInstances() { return pNewInstance.IsBound(); }
+
+bool ZEVACanLockObjects() { return pLockObject.IsBound(); }

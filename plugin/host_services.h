@@ -23,3 +23,6 @@
 
 // Whether the host has the service behind ZEVAnewInstance.
 [[nodiscard]] bool ZEVACanCreateInstances();
+
+// Whether the host has the service behind ZEVALockObject. Without it a module cannot keep an object that it was given.
+[[nodiscard]] bool ZEVACanLockObjects();

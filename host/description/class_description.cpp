@@ -203,3 +203,13 @@ std::string RangeText(const PropertyDescription& property) {
     const std::string slider = ShortText(*sliderMin) + " to " + ShortText(*sliderMax);
     return slider == text ? text : text + (text.empty() ? "" : ", ") + "mostly " + slider;
 }
+
+std::string FactsText(const PropertyDescription& property) {
+    const std::string value = DefaultText(property);
+    std::string text;
+    for (const std::string& part : {std::string(property.isReadOnly ? "read-only" : ""), UnitText(property),
+                                    value.empty() ? "" : "default " + value, RangeText(property)}) {
+        if (!part.empty()) text += (text.empty() ? "" : ", ") + part;
+    }
+    return text;
+}

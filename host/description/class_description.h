@@ -80,3 +80,6 @@ struct ClassDescription {
 
 // Returns the range of a property: "at least 0, mostly 0 to 100"; empty when there is none.
 [[nodiscard]] std::string RangeText(const PropertyDescription& property);
+
+// Returns all that is known of a property's values: "read-only, pixels, default 10, at least 0, mostly 0 to 100".
+[[nodiscard]] std::string FactsText(const PropertyDescription& property);

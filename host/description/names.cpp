@@ -56,6 +56,31 @@ std::string WithoutAffixes(std::string name) {
     return name.starts_with(kFilterPrefix) ? name.substr(kFilterPrefix.size()) : name;
 }
 
+bool IsUpper(char letter) { return letter >= 'A' && letter <= 'Z'; }
+
+// The words of a name in lower case, joined by underscores. A word begins at a capital letter after another kind of
+// character, and at the last of several capital letters: GaussianBlur, ToPNG, CMYKHalftone.
+std::string WithUnderscores(std::string_view name) {
+    std::string result;
+    for (std::size_t i = 0; i < name.size(); ++i) {
+        const bool isAfterOther = i > 0 && !IsUpper(name[i - 1]) && name[i - 1] != '_';
+        const bool isBeforeOther = i > 0 && i + 1 < name.size() && name[i + 1] >= 'a' && name[i + 1] <= 'z';
+        const bool beginsWord = IsUpper(name[i]) && (isAfterOther || (isBeforeOther && name[i - 1] != '_'));
+        if (beginsWord) result += '_';
+        result += IsUpper(name[i]) ? static_cast<char>(name[i] - 'A' + 'a') : name[i];
+    }
+    return result;
+}
+
+// "X, Y and Z"
+std::string ListText(const std::vector<std::string>& names) {
+    std::string text;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        text += (i == 0 ? "" : i + 1 == names.size() ? " and " : ", ") + names[i];
+    }
+    return text;
+}
+
 }  // namespace
 
 std::string FilterShortName(std::string_view className) {
@@ -130,4 +155,59 @@ std::vector<std::string> KeyNames(const host::Class& filter) {
         if (IsInputKey(member)) names.push_back(member.declaration.name);
     }
     return names;
+}
+
+std::string ClassShortName(std::string_view className) { return WithUnderscores(FilterShortName(className)); }
+
+std::string MemberShortName(std::string_view name) {
+    constexpr std::string_view kAttributePrefix = "Attribute";
+    if (name.starts_with(kAttributePrefix) && name.size() > kAttributePrefix.size()) {
+        const std::string key = MemberShortName(name.substr(kAttributePrefix.size()));
+        return (key.front() == '_' ? "attribute" : "attribute_") + key;
+    }
+    const bool isKey =
+        name.starts_with(kKeyPrefix) && name.size() > kKeyPrefix.size() && IsUpper(name[kKeyPrefix.size()]);
+    return WithUnderscores(isKey ? name.substr(kKeyPrefix.size()) : name);
+}
+
+const host::Class& ClassSpelled(host::Host& host, const std::string& name) {
+    if (name.empty()) throw HostError("class ''", "expected the name of a class");
+    std::vector<std::string> found;
+    std::vector<std::string> known;
+    for (const host::Class* isa : host.Classes().All()) {
+        if (isa->Name() == name) return host.Classes().Linked(name);
+        const std::string shortName = FilterShortName(isa->Name());
+        const std::string underscores = WithUnderscores(shortName);
+        const bool isMeant = name == shortName || name == std::string(kFilterPrefix) + shortName || name == underscores;
+        if (!shortName.empty() && isMeant) found.push_back(isa->Name());
+        known.push_back(shortName.empty() ? isa->Name() : IsUpper(name.front()) ? shortName : underscores);
+    }
+    if (found.size() == 1) return host.Classes().Linked(found.front());
+    if (!found.empty()) throw HostError("class " + name, "the name is ambiguous, expected one of " + ListText(found));
+    throw HostError("class " + name, "there is no such class" + host::Suggestion(WithoutAffixes(name), known));
+}
+
+DeclaredMember MemberSpelled(const host::Class& isa, const std::string& name,
+                             const std::vector<Member>& (host::Class::*membersOf)() const) {
+    std::vector<DeclaredMember> found;
+    std::vector<std::string> known;
+    for (const host::Class* each = &isa; each != nullptr; each = each->Superclass()) {
+        for (const Member& member : (each->*membersOf)()) {
+            const std::string& declared = member.declaration.name;
+            if (member.declaration.kind == host::MemberKind::kConstructor) continue;
+            if (declared == name) return {each, &member};
+            known.push_back(MemberShortName(declared));
+            // A member hides one of the same name in a superclass.
+            const bool isHidden = std::any_of(found.begin(), found.end(), [&](const DeclaredMember& other) {
+                return other.member->declaration.name == declared;
+            });
+            if (known.back() == name && !isHidden) found.push_back({each, &member});
+        }
+    }
+    if (found.size() == 1) return found.front();
+    const std::string subject = isa.Name() + "." + name;
+    if (found.empty()) throw HostError(subject, "the class has no such member" + host::Suggestion(name, known));
+    std::vector<std::string> names;
+    for (const DeclaredMember& each : found) names.push_back(each.member->declaration.name);
+    throw HostError(subject, "the name is ambiguous, expected one of " + ListText(names));
 }

@@ -1,7 +1,9 @@
 // names.h - finds filters, classes and keys by the names that people write, and lists the names.
 //
-// Command line, recipes and completion all come here. Case does not matter. A filter has three spellings: GaussianBlur,
-// CIGaussianBlur and CIFilterGaussianBlurQOR. A key may leave out its "input": radius for inputRadius.
+// Command line, recipes, completion and Python all come here. Case does not matter. A filter has three spellings:
+// GaussianBlur, CIGaussianBlur and CIFilterGaussianBlurQOR. A key may leave out its "input": radius for inputRadius.
+//
+// Programs in languages that write names with underscores have short names: gaussian_blur, save_with_quality.
 //
 // Failure: HostError for an unknown name, with a suggestion in the short spelling where one is likely.
 // Threads: the host's thread.
@@ -35,3 +37,28 @@
 
 // Returns the full names of the input keys of a filter.
 [[nodiscard]] std::vector<std::string> KeyNames(const host::Class& filter);
+
+// Returns the short name of a filter's class, "gaussian_blur"; empty for any other class.
+[[nodiscard]] std::string ClassShortName(std::string_view className);
+
+// Returns the short name of a member: "radius" for inputRadius, "attribute_radius" for AttributeinputRadius, "to_png"
+// for ToPNG.
+[[nodiscard]] std::string MemberShortName(std::string_view name);
+
+// Returns a class by its name, or a filter's class by another spelling or its short name. Case matters.
+//
+// Fails: HostError for an unknown name, for a name that several classes have, which the message lists, and for a class
+//        without its superclass.
+[[nodiscard]] const host::Class& ClassSpelled(host::Host& host, const std::string& name);
+
+// A member and the class that declares it.
+struct DeclaredMember {
+    const host::Class* isa;
+    const host::Member* member;
+};
+
+// Returns a member by its name or its short name, of the class or of its superclasses. `membersOf` tells which members.
+//
+// Fails: HostError for an unknown name, and for a short name that several members have, which the message lists.
+[[nodiscard]] DeclaredMember MemberSpelled(const host::Class& isa, const std::string& name,
+                                           const std::vector<host::Member>& (host::Class::*membersOf)() const);

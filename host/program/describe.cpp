@@ -20,17 +20,6 @@ struct DescribeRequest {
     bool json = false;
 };
 
-// What is known of a property: "read-only, default 10, 0 to 100".
-std::string Facts(const PropertyDescription& property) {
-    const std::string value = DefaultText(property);
-    std::string text;
-    for (const std::string& part : {std::string(property.isReadOnly ? "read-only" : ""), UnitText(property),
-                                    value.empty() ? "" : "default " + value, RangeText(property)}) {
-        if (!part.empty()) text += (text.empty() ? "" : ", ") + part;
-    }
-    return text;
-}
-
 void PrintClass(const ClassDescription& description, bool changesNothing) {
     std::printf("%s", description.name.c_str());
     if (!description.superclass.empty()) std::printf(", a %s", description.superclass.c_str());
@@ -44,7 +33,7 @@ void PrintClass(const ClassDescription& description, bool changesNothing) {
     std::size_t width = 0;
     for (const PropertyDescription& property : description.properties) width = std::max(width, property.name.size());
     for (const PropertyDescription& property : description.properties) {
-        const std::string facts = Facts(property);
+        const std::string facts = FactsText(property);
         std::printf("\n  %-*s  %s%s\n", static_cast<int>(width), property.name.c_str(), property.type.c_str(),
                     facts.empty() ? "" : (", " + facts).c_str());
         if (!description.filter) continue;

@@ -144,7 +144,7 @@ ObjectReference Host::Construct(std::string_view className, std::span<const Valu
 Value Host::Get(ZEVAobjectStruct* object, std::string_view property) {
     const Class& isa = ClassOf(object, property);
     const Member& member = PropertyOf(isa, property, isa.FindMember(property), &Class::Members);
-    return CallFunction(isa, member, Use::kFunction, object, nullptr);
+    return GetMember(isa, member, object);
 }
 
 void Host::Set(ZEVAobjectStruct* object, std::string_view property, const Value& value) {
@@ -155,7 +155,7 @@ void Host::Set(ZEVAobjectStruct* object, std::string_view property, const Value&
 Value Host::GetShared(std::string_view className, std::string_view property) {
     const Class& isa = classes_.Linked(className);
     const Member& member = PropertyOf(isa, property, isa.FindSharedMember(property), &Class::SharedMembers);
-    return CallFunction(isa, member, Use::kFunction, nullptr, nullptr);
+    return GetMember(isa, member, nullptr);
 }
 
 void Host::SetShared(std::string_view className, std::string_view property, const Value& value) {
@@ -165,12 +165,12 @@ void Host::SetShared(std::string_view className, std::string_view property, cons
 
 void Host::SetMember(const Class& isa, const Member& property, ZEVAobjectStruct* receiver, const Value& value) {
     const Declaration& declaration = property.declaration;
-    const std::string subject = Subject(isa, declaration.name);
-    if (property.setter == nullptr) throw HostError(subject, "the property is read-only; it keeps its value");
+    const auto subject = [&] { return Subject(isa, declaration.name); };
+    if (property.setter == nullptr) throw HostError(subject(), "the property is read-only; it keeps its value");
     std::optional<Argument> argument = ArgumentFor(declaration.result, value);
     if (!argument) {
-        throw HostError(subject, "expected " + declaration.result.word + ", got " + Describe(value) +
-                                     "; the property keeps its value");
+        throw HostError(subject(), "expected " + declaration.result.word + ", got " + Describe(value) +
+                                       "; the property keeps its value");
     }
     CallFunction(isa, property, Use::kSetter, receiver, &*argument);
 }

@@ -109,6 +109,15 @@ class Host final : private Environment {
     Value Call(ZEVAobjectStruct* object, std::string_view method, std::span<const Value> arguments = {});
     Value CallShared(std::string_view className, std::string_view method, std::span<const Value> arguments = {});
 
+    // The same with a member that was looked up before, which saves looking for its name. The member must be of the
+    // right kind and belong to the receiver's class, which messages name. The receiver of a shared member is null.
+    Value GetMember(const Class& isa, const Member& property, ZEVAobjectStruct* receiver) {
+        return CallFunction(isa, property, Use::kFunction, receiver, nullptr);
+    }
+    void SetMember(const Class& isa, const Member& property, ZEVAobjectStruct* receiver, const Value& value);
+    Value CallMember(const Class& isa, const Member& method, ZEVAobjectStruct* receiver,
+                     std::span<const Value> arguments);
+
     // The numbers of objects and strings that exist.
     std::int64_t LiveObjects() const { return liveObjects_; }
     std::int64_t LiveStrings() const { return liveStrings_; }
@@ -159,13 +168,6 @@ class Host final : private Environment {
     // Calls a function of a member with arguments that match its interface. Throws the exception that it raised.
     Value CallFunction(const Class& isa, const Member& member, Use use, ZEVAobjectStruct* receiver,
                        Argument* arguments);
-
-    // Checks the value, then calls the setter.
-    void SetMember(const Class& isa, const Member& property, ZEVAobjectStruct* receiver, const Value& value);
-
-    // Checks the arguments, then calls the method or constructor.
-    Value CallMember(const Class& isa, const Member& member, ZEVAobjectStruct* receiver,
-                     std::span<const Value> arguments);
 
     // A new exception with a message.
     ObjectReference NewException(const char* className, const std::string& message);

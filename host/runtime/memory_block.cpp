@@ -59,7 +59,14 @@ ZEVAmethod sharedMemoryBlockMethods[] = {
     {{reinterpret_cast<ZEVAentry>(NewFromBytes), nullptr, "FromBytes(bytes as string) as memoryblock", 0}, {}},
 };
 
-void FreeBytes(ZEVAobjectStruct* self) { std::free(BlockOf(self)->bytes); }
+void FreeBytes(ZEVAobjectStruct* self) {
+    ZEVAmemoryBlockStruct* block = BlockOf(self);
+    if (block->forget != nullptr) {
+        block->forget(block->context);
+    } else {
+        std::free(block->bytes);
+    }
+}
 
 }  // namespace
 
@@ -96,6 +103,18 @@ ObjectReference NewMemoryBlockOf(std::string_view bytes) {
     ObjectReference block = NewMemoryBlock(static_cast<std::int32_t>(bytes.size()));
     if (block) std::copy(bytes.begin(), bytes.end(), reinterpret_cast<ZEVAmemoryBlockStruct*>(block.Get())->bytes);
     return block;
+}
+
+ObjectReference NewMemoryBlockOver(void* bytes, std::int32_t size, void (*forget)(void*), void* context) {
+    if (size < 0) return {};
+    ObjectReference object = NewMemoryBlock(0);
+    if (!object) return {};
+    auto* block = reinterpret_cast<ZEVAmemoryBlockStruct*>(object.Get());
+    block->size = size;
+    block->bytes = static_cast<unsigned char*>(bytes);
+    block->forget = forget;
+    block->context = context;
+    return object;
 }
 
 }  // namespace host

@@ -1,7 +1,7 @@
 // memory_block.h - the class "MemoryBlock": an object that holds raw bytes.
 //
 // The size never changes. The bytes are initially zero and owned by the object; anyone who holds a reference may read
-// and write them.
+// and write them. A block can also lie over bytes of somebody else, who is told when they are no longer needed.
 //
 //   MemoryBlock.FromBytes("...")      Size  Bytes
 //
@@ -19,7 +19,9 @@
 struct ZEVAmemoryBlockStruct {
     ZEVAobjectStruct object;
     std::int32_t size;
-    unsigned char* bytes;  // null if the size is 0
+    unsigned char* bytes;   // null if the size is 0
+    void (*forget)(void*);  // null if the block owns its bytes
+    void* context;          // the argument of that function
 };
 
 namespace host {
@@ -32,5 +34,9 @@ extern const ZEVAclassDefinition kMemoryBlockClass;
 
 // A new block with a copy of the bytes. Returns null when out of memory and for 2 GB or more.
 [[nodiscard]] ObjectReference NewMemoryBlockOf(std::string_view bytes);
+
+// A new block over bytes that somebody else owns and does not change until `forget` is called with the context. Returns
+// null when out of memory and for a negative size; then the function is not called.
+[[nodiscard]] ObjectReference NewMemoryBlockOver(void* bytes, std::int32_t size, void (*forget)(void*), void* context);
 
 }  // namespace host

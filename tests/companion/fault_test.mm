@@ -256,6 +256,12 @@ class CompanionServiceTest : public CompanionFaultTest, public testing::WithPara
         host.faults[service] = fault;
     }
 
+    // Whether the module finds no such service.
+    bool IsMissing(const char* service) const {
+        const auto fault = host.faults.find(service);
+        return fault != host.faults.end() && fault->second.missingLookups != 0;
+    }
+
     int References() const {
         int references = 0;
         for (const auto& object : host.objects) references += object->references;
@@ -274,6 +280,8 @@ TEST_P(CompanionServiceTest, IsSurvivedByEveryMemberWhichGivesBackWhatItHolds) {
     for (const char* service : services) {
         // Without these, the references and bytes that they would take back stay.
         const bool takesBack = std::strncmp(service, "ZEVAUnlock", 10) == 0;
+        // A reference that the host does not add, although it has the service, is released all the same.
+        const bool addsNone = std::strcmp(service, "ZEVALockObject") == 0 && GetParam().fault.missingLookups == 0;
         const bool takesBackBytes = std::strcmp(service, "PluginDisposeStringData") == 0;
         // A host that fails to take its bytes back leaks them itself; where it lacks the service, the module frees
         // them.
@@ -289,11 +297,16 @@ TEST_P(CompanionServiceTest, IsSurvivedByEveryMemberWhichGivesBackWhatItHolds) {
             const int references = References();
             host.lentStrings = 0;
             Fault(service);
+            NSAutoreleasePool* calling = [[NSAutoreleasePool alloc] init];
             const Result result = Call(member, self, arguments);
+            [calling drain];
             const TypeKind kind = member.declaration.result.kind;
             const bool isReference = kind == TypeKind::kObject || kind == TypeKind::kString;
             const int returned = isReference && !IsZero(member, result) ? 1 : 0;
-            if (!takesBack) EXPECT_EQ(References(), references + returned) << name;
+            // An image over the bytes of a block keeps the block.
+            const bool keeps =
+                member.Name() == "CIImageQOR.FromPixels" && returned == 1 && !IsMissing("ZEVALockObject");
+            if (!takesBack && !addsNone) EXPECT_EQ(References(), references + returned + (keeps ? 1 : 0)) << name;
             if (!takesBackBytes) EXPECT_EQ(host.lentStrings, 0) << name;
         }
     }

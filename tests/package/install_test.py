@@ -23,14 +23,26 @@ PREFIX = "opt/pictures"
 FILES = """
 bin/zeva
 include/zeva/plugin/plugin_main.h
+include/zeva/zeva/host.h
 lib/cmake/zeva/module_exports.map
 lib/cmake/zeva/zevaConfig.cmake
 lib/cmake/zeva/zevaConfigVersion.cmake
 lib/cmake/zeva/zevaTargets.cmake
+lib/python3/dist-packages/zeva/__init__.py
+lib/python3/dist-packages/zeva/__init__.pyi
+lib/python3/dist-packages/zeva/_host.py
+lib/python3/dist-packages/zeva/_library.py
+lib/python3/dist-packages/zeva/_objects.py
+lib/python3/dist-packages/zeva/_pictures.py
+lib/python3/dist-packages/zeva/errors.py
+lib/python3/dist-packages/zeva/filters.py
+lib/python3/dist-packages/zeva/filters.pyi
+lib/python3/dist-packages/zeva/py.typed
 lib/zeva/bin/zeva
 lib/zeva/lib/libCoreGraphics.so
 lib/zeva/lib/libCoreImage.so
 lib/zeva/lib/libImageIO.so
+lib/zeva/lib/libzeva.so
 lib/zeva/lib/libzeva_plugin.a
 lib/zeva/modules/companion.so
 lib/zeva/modules/filters.so
