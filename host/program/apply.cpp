@@ -299,9 +299,11 @@ int ApplyToMany(const ProgramOptions& options, const ApplyRequest& request, cons
     CheckInWorker(options, request, recipe);
     CreateFolder(request.output);
     Progress progress(targets.size(), options.isQuiet);
+    ProgramOptions ofWorker = options;
+    ofWorker.workers = WorkersOfBatch(targets.size());
     const auto prepare = [&]() -> BatchJob {
         const auto worker = std::make_shared<Worker>();
-        worker->host = MakeHost(options);
+        worker->host = MakeHost(ofWorker);
         worker->plan = Prepare(*worker->host, request, recipe);
         return [&, worker](std::size_t i) {
             const StepReport quiet = [](auto&&...) {};
