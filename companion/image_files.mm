@@ -2,6 +2,7 @@
 
 #include "companion/image_files.h"
 
+#import <CoreImage/CIEngine.h>
 #include <ImageIO/ImageIO.h>
 #include <fcntl.h>
 #include <strings.h>
@@ -89,15 +90,41 @@ CFURLRef URLFor(const char* path) {
     return reinterpret_cast<CFURLRef>([reinterpret_cast<id>(const_cast<__CFURL*>(url)) autorelease]);
 }
 
+// Whether a picture with an orientation is upright when its rows are shown in the order in which they are stored.
+bool KeepsRowsInOrder(int orientation) { return orientation == 1 || orientation == 2; }
+
+// Returns why a picture cannot be held in memory as a whole; nil when it can, or when it need not.
+NSString* ObstacleInMemory(NSDictionary* properties, int orientation) {
+    const double width = [[properties objectForKey:(id)kCGImagePropertyPixelWidth] doubleValue];
+    const double height = [[properties objectForKey:(id)kCGImagePropertyPixelHeight] doubleValue];
+    const bool isInOrder = [[properties objectForKey:(id)kCGImagePropertyHasRowsInOrder] boolValue] != NO;
+    const auto limit = static_cast<double>(CIEngineMemoryLimit());
+    const double needed = 4 * width * height;
+    if (width * height > kMostPixels || needed <= limit || (isInOrder && KeepsRowsInOrder(orientation))) return nil;
+    constexpr double kMegabyte = 1 << 20;
+    return [NSString stringWithFormat:@"needs %.0f MB of memory, more than the memory limit of %.0f MB",
+                                      std::ceil(needed / kMegabyte), std::floor(limit / kMegabyte)];
+}
+
 // Reads the picture in a source and releases the source.
 NSString* ReadSource(CGImageSourceRef source, PictureFile* picture) {
-    picture->bitmap = CGImageSourceCreateImageAtIndex(source, 0, nullptr);
-    const CGImageSourceStatus status = CGImageSourceGetStatus(source);
     NSDictionary* properties = [(NSDictionary*)CGImageSourceCopyPropertiesAtIndex(source, 0, nullptr) autorelease];
     NSNumber* orientation = [properties objectForKey:(id)kCGImagePropertyOrientation];
     if (orientation != nil) picture->orientation = [orientation intValue];
+    NSString* reason = ObstacleInMemory(properties, picture->orientation);
+    if (reason != nil) {
+        CFRelease(source);
+        return reason;
+    }
+    NSNumber* isKept = [NSNumber numberWithBool:!KeepsRowsInOrder(picture->orientation)];
+    NSDictionary* options = [NSDictionary dictionaryWithObject:isKept forKey:(id)kCGImageSourceShouldCache];
+    picture->bitmap = CGImageSourceCreateImageAtIndex(source, 0, (CFDictionaryRef)options);
+    if (picture->bitmap != nullptr) {
+        CFRelease(source);
+        return nil;
+    }
+    const CGImageSourceStatus status = CGImageSourceGetStatus(source);
     CFRelease(source);
-    if (picture->bitmap != nullptr) return nil;
     NSString* obstacle = status == kCGImageStatusInvalidData ? ObstacleInSize(properties) : nil;
     return obstacle != nil ? obstacle : ReasonForStatus(status);
 }
@@ -131,6 +158,7 @@ NSString* ReadImageFile(const char* path, PictureFile* picture) {
     NSString* obstacle = ObstacleToReading(path);
     if (obstacle != nil) return obstacle;
     CGImageSourceRef source = CGImageSourceCreateWithURL(URLFor(path), nullptr);
+    picture->name = TextOfPath(path);
     return source != nullptr ? ReadSource(source, picture) : SystemReason(errno);
 }
 

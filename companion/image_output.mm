@@ -39,17 +39,35 @@ NSString* ObstacleToRendering(CIImage* image, CGColorSpaceRef space) {
     return isRGB ? nil : @"the color space is not RGB";
 }
 
+NSString* EngineReason() { return [NSString stringWithUTF8String:CIEngineFailure()]; }
+
 // Renders the extent of an image in a color space; null means sRGB. Returns why that failed, or nil, and stores the
-// system's error number. The options are those of the context. The caller owns one reference to the bitmap.
-NSString* Render(CIImage* image, CGColorSpaceRef space, CGImageRef* bitmap, int* errorNumber,
+// system's error number. The options are those of the context. The caller owns one reference to the bitmap. If
+// deferred, a large image is rendered later, row by row.
+NSString* Render(CIImage* image, CGColorSpaceRef space, CGImageRef* bitmap, int* errorNumber, bool isDeferred = false,
                  NSDictionary* options = nil) {
     const CGRect extent = [image extent];
+    const double pixels = static_cast<double>(extent.size.width) * static_cast<double>(extent.size.height);
     CIContext* context = [CIContext contextWithOptions:options];
-    *bitmap = space == nullptr ? [context createCGImage:image fromRect:extent]
-                               : [context createCGImage:image fromRect:extent format:kCIFormatRGBA8 colorSpace:space];
+    CGColorSpaceRef output =
+        space != nullptr ? CGColorSpaceRetain(space) : CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
+    *bitmap = [context createCGImage:image
+                            fromRect:extent
+                              format:kCIFormatRGBA8
+                          colorSpace:output
+                            deferred:isDeferred && pixels >= double{kCGSmallestSequential}];
+    CGColorSpaceRelease(output);
     if (*bitmap != nullptr) return nil;
-    *errorNumber = ENOMEM;
+    *errorNumber = errno == EBADMSG ? EBADMSG : ENOMEM;
+    if (*errorNumber == EBADMSG) return EngineReason();
     return [@"the image cannot be rendered, " stringByAppendingString:ReasonForMemory(extent.size)];
+}
+
+// Returns why a file was not written whose image was rendered meanwhile. The reason is the engine's, if it has one.
+NSString* ReasonOfWriting(NSString* reason, int errorNumber) {
+    if (reason == nil || *CIEngineFailure() == '\0') return reason;
+    return errorNumber == EBADMSG ? EngineReason()
+                                  : [@"the image cannot be rendered, " stringByAppendingString:EngineReason()];
 }
 
 // Returns why a quality is invalid; nil for 0 to 1 and for nil.
@@ -72,8 +90,11 @@ void Save(ZEVAobjectStruct* self, ZEVAstringStruct* path, NSNumber* quality, CGC
     if (reason == nil) reason = ObstacleToWriting(bytes, &errorNumber);
     if (reason == nil) reason = ObstacleToRendering(image, space);
     if (reason == nil && IsJPEG(bytes)) reason = ObstacleToJPEG([image extent].size);
-    if (reason == nil) reason = Render(image, space, &bitmap, &errorNumber, options);
-    if (reason == nil) reason = WriteImageFile(bytes, bitmap, quality, &errorNumber);
+    if (reason == nil) reason = Render(image, space, &bitmap, &errorNumber, /*isDeferred=*/true, options);
+    if (reason == nil) {
+        CIEngineForgetFailure();
+        reason = ReasonOfWriting(WriteImageFile(bytes, bitmap, quality, &errorNumber), errorNumber);
+    }
     CGImageRelease(bitmap);
     if (reason != nil) RaiseAbout(TextOfPath(bytes), reason, consequence, errorNumber);
 }
@@ -149,7 +170,7 @@ NSString* PixelRectangle(ZEVAobjectStruct* vector, CGRect* rectangle) {
 
 // Raises why no pixels were read: the reason, or else what the engine says.
 void RaiseMissing(NSString* reason, NSString* member) {
-    if (reason == nil && *CIEngineFailure() != '\0') reason = [NSString stringWithUTF8String:CIEngineFailure()];
+    if (reason == nil && *CIEngineFailure() != '\0') reason = EngineReason();
     RaiseAbout(member, reason != nil ? reason : @"the rectangle is too large, at most 134 million pixels can be read",
                @"no pixels were read");
 }

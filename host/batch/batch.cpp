@@ -122,14 +122,17 @@ std::string EndOf(pid_t worker) {
 
 }  // namespace
 
+std::size_t WorkersOfBatch(std::size_t count) {
+    return std::min<std::size_t>(std::max(1u, std::thread::hardware_concurrency()), count);
+}
+
 void RunBatch(std::size_t count, const std::function<BatchJob()>& prepare, const BatchReport& report) {
     SharedCounter counter;
     // There is a second round only when every worker of the first one crashed.
     while (counter.Next() < count) {
-        const std::size_t processors = std::max(1u, std::thread::hardware_concurrency());
         int ends[2];
         if (pipe(ends) != 0) throw std::system_error(errno, std::generic_category(), "cannot create a pipe");
-        const auto workers = StartWorkers(std::min(processors, count - counter.Next()), ends, counter, count, prepare);
+        const auto workers = StartWorkers(WorkersOfBatch(count - counter.Next()), ends, counter, count, prepare);
         close(ends[1]);
         const auto unfinished = Listen(ends[0], report);
         close(ends[0]);

@@ -19,6 +19,9 @@ using BatchJob = std::function<void(std::size_t number)>;
 // ErrorNumber (error_text.h).
 using BatchReport = std::function<void(std::size_t number, const std::string& failure, int errorNumber)>;
 
+// Returns the number of workers that a number of jobs is divided among.
+[[nodiscard]] std::size_t WorkersOfBatch(std::size_t count);
+
 // Runs the jobs 0...count-1 and reports the end of each in the calling process.
 //
 // Each worker calls `prepare` once, and then the returned job for one number after another. When `prepare` throws,

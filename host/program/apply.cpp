@@ -368,9 +368,11 @@ void RunInWorker(const std::function<void()>& job) {
 // Calls a function with the worker and the number of each picture, in parallel.
 void RunForEach(const ProgramOptions& options, const ApplyRequest& request, const Recipe& recipe, std::size_t count,
                 const std::function<void(const Worker&, std::size_t)>& function, const BatchReport& report) {
+    ProgramOptions ofWorker = options;
+    ofWorker.workers = WorkersOfBatch(count);
     const auto prepare = [&]() -> BatchJob {
         const auto worker = std::make_shared<Worker>();
-        worker->host = MakeHost(options);
+        worker->host = MakeHost(ofWorker);
         worker->plan = Prepare(*worker->host, request, recipe);
         return [&, worker](std::size_t i) { function(*worker, i); };
     };

@@ -46,6 +46,6 @@ struct Command {
 
 // The footer that the help of the program and of its commands share.
 inline constexpr const char* kSharedFooter =
-    "--host-version, --module and --trace apply to every command (zeva --help).\n"
+    "--host-version, --memory, --module and --trace apply to every command (zeva --help).\n"
     "Exit status: 0 done, 1 a picture or a script failed, 2 wrong arguments, 3 disk, memory or an output failed.\n"
     "Standard error has the reason.";

@@ -57,6 +57,9 @@ std::vector<Argument> ProgramArguments(ProgramOptions& options) {
         {"--host-version", &options.hostVersion, "host version that the modules see"},
         {"--module", &options.module, "filter module to load instead of the built one, such as filters.o"},
         {"-q,--quiet", &options.isQuiet, "print failures and results only: no steps, no progress, no summary"},
+        {"--memory", &options.memory,
+         "limit of the memory for pictures, such as 256M or 1G; default: a quarter of the machine's, at most 1G at 32 "
+         "bits"},
         {"--trace", &options.trace, "file that records every call across the boundary as trace events in JSON"},
     };
 }

@@ -19,6 +19,7 @@ constexpr int kWrongNames[] = {EACCES, EEXIST, EINVAL, EISDIR,  ELOOP, ENAMETOOL
 
 int StatusOfNumber(int errorNumber, int otherwise) {
     if (errorNumber == 0) return otherwise;
+    if (errorNumber == EBADMSG) return kFailed;  // a picture that is decoded while the result is written
     const bool isName = std::find(std::begin(kWrongNames), std::end(kWrongNames), errorNumber) != std::end(kWrongNames);
     return isName ? kWrongUsage : kMachineFailed;
 }

@@ -1,9 +1,11 @@
 // gallery_command.cpp - "zeva gallery": writes pages that show every filter.
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "host/batch/batch.h"
 #include "host/gallery/gallery.h"
 #include "host/program/commands.h"
 #include "host/runtime/errors.h"
@@ -15,9 +17,10 @@ struct GalleryRequest {
     std::string folder;
 };
 
-int Run(const ProgramOptions& options, const GalleryRequest& request) {
+int Run(ProgramOptions options, const GalleryRequest& request) {
     if (!options.trace.empty())
         throw host::HostError("--trace", "several processes write a gallery and are not traced");
+    options.workers = WorkersOfBatch(SIZE_MAX);
     const auto host = MakeHost(options);
     try {
         return WriteGallery(*host, request.photos, request.folder, options.isQuiet) ? kDone : kFailed;

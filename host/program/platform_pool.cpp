@@ -57,3 +57,10 @@ const char* FailureReason() {
 host::CallScope PlatformPool() { return {OpenPool, ClosePool}; }
 
 host::FailureSource PlatformFailures() { return {ForgetFailure, FailureReason}; }
+
+void LimitPlatformMemory(std::uint64_t bytes, std::size_t processes) {
+    const auto limit = EngineFunction<std::uint64_t (*)()>("CIEngineMemoryLimit");
+    const auto setLimit = EngineFunction<void (*)(std::uint64_t)>("CIEngineSetMemoryLimit");
+    if (limit == nullptr || setLimit == nullptr || (bytes == 0 && processes == 1)) return;
+    setLimit((bytes != 0 ? bytes : limit()) / processes);
+}

@@ -2,9 +2,11 @@
 
 #include "host/program/program_host.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <system_error>
 
+#include "host/program/memory_limit.h"
 #include "host/program/platform_pool.h"
 #include "host/program/protected_files.h"
 #include "host/program/standard_streams.h"
@@ -37,6 +39,7 @@ std::unique_ptr<host::Host> MakeHost(const ProgramOptions& options, const std::v
         used.Add(filters);
         used.AddOutput(options.trace, "the trace", "nothing was run");
     }
+    const std::uint64_t memory = options.memory.empty() ? 0 : MemorySize("--memory", options.memory);
     auto host = std::make_unique<host::Host>(host::HostOptions{.version = options.hostVersion,
                                                                .callScope = PlatformPool(),
                                                                .report = PrintError,
@@ -45,5 +48,6 @@ std::unique_ptr<host::Host> MakeHost(const ProgramOptions& options, const std::v
                                                                .onLostTrace = NoteLostOutput});
     host->LoadModule(BuiltModule(kCompanion));
     host->LoadModule(filters);
+    LimitPlatformMemory(memory, options.workers);
     return host;
 }

@@ -8,6 +8,7 @@
 
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
@@ -17,9 +18,11 @@
 // The options that every command shares.
 struct ProgramOptions {
     double hostVersion = host::HostOptions().version;
-    std::string module;    // path of the filter module; empty for the built one
-    bool isQuiet = false;  // prints no step lines, progress and notes
-    std::string trace;     // path of the file that records every call across the boundary; empty for none
+    std::string module;       // path of the filter module; empty for the built one
+    bool isQuiet = false;     // prints no step lines, progress and notes
+    std::string trace;        // path of the file that records every call across the boundary; empty for none
+    std::string memory;       // memory limit of pictures, such as "256M"; empty for the engine's default
+    std::size_t workers = 1;  // the number of processes that divide the memory
 };
 
 // Whether both built modules are in their place.
@@ -28,8 +31,8 @@ struct ProgramOptions {
 // Makes a host and loads the companion and the filter module. The trace must not be one of the files that the command
 // reads or writes.
 //
-// Fails: UsageError for such a trace, HostError when a module cannot be loaded, HostException when a module raises
-// while
+// Fails: UsageError for such a trace and for a memory limit that is not a size, HostError when a module cannot be
+// loaded, HostException when a module raises while
 //        it registers its classes.
 [[nodiscard]] std::unique_ptr<host::Host> MakeHost(const ProgramOptions& options,
                                                    const std::vector<std::string>& files = {});

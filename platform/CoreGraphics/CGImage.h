@@ -43,7 +43,7 @@ enum { kCGRenderingIntentDefault = 0 };
 //
 // Returns null unless bitsPerComponent is 8, bitsPerPixel is 32, the space is RGB, alpha comes last (or is skipped
 // last), and decode is null; also when width or height is 0, when bytesPerRow is too small for the width, or when the
-// provider has too few bytes. Ignores shouldInterpolate and intent.
+// provider's data has too few bytes. Ignores shouldInterpolate and intent.
 CG_EXTERN CGImageRef CGImageCreate(size_t width, size_t height, size_t bitsPerComponent, size_t bitsPerPixel,
                                    size_t bytesPerRow, CGColorSpaceRef space, CGBitmapInfo bitmapInfo,
                                    CGDataProviderRef provider, const CGFloat* decode, bool shouldInterpolate,

@@ -1,6 +1,7 @@
 // CGImage.mm - bitmaps and data providers as objects.
 //
-// Both only keep what they were created with, so they are immutable and safe on any thread.
+// Both only keep what they were created with, so they are immutable and safe on any thread, but for the position of a
+// sequential provider.
 
 #include <CoreGraphics/CGImage.h>
 #import <Foundation/Foundation.h>
@@ -8,7 +9,9 @@
 // A data provider as an object.
 @interface CGDataProviderObject : NSObject {
   @public
-    NSData* _data;
+    NSData* _data;  // nil for a sequential provider
+    void* _info;
+    CGDataProviderSequentialCallbacks _callbacks;
 }
 @end
 
@@ -16,6 +19,8 @@
 
 - (void)dealloc {
     [_data release];
+    const auto releaseInfo = _callbacks.releaseInfo;
+    if (releaseInfo != nullptr) releaseInfo(_info);
     [super dealloc];
 }
 
@@ -72,6 +77,23 @@ CGDataProviderRef CGDataProviderCreateWithCFData(CFDataRef data) {
     return (CGDataProviderRef)provider;
 }
 
+CGDataProviderRef CGDataProviderCreateSequential(void* info, const CGDataProviderSequentialCallbacks* callbacks) {
+    CGDataProviderObject* provider = [[CGDataProviderObject alloc] init];
+    provider->_info = info;
+    provider->_callbacks = *callbacks;
+    return (CGDataProviderRef)provider;
+}
+
+bool CGDataProviderIsSequential(CGDataProviderRef provider) {
+    return provider != nullptr && Object(provider)->_callbacks.getBytes != nullptr;
+}
+
+size_t CGDataProviderGetBytes(CGDataProviderRef provider, void* buffer, size_t count) {
+    return Object(provider)->_callbacks.getBytes(Object(provider)->_info, buffer, count);
+}
+
+void CGDataProviderRewind(CGDataProviderRef provider) { Object(provider)->_callbacks.rewind(Object(provider)->_info); }
+
 CGDataProviderRef CGDataProviderRetain(CGDataProviderRef provider) {
     return (CGDataProviderRef)[Object(provider) retain];
 }
@@ -93,7 +115,8 @@ CGImageRef CGImageCreate(size_t width, size_t height, size_t bitsPerComponent, s
     // The last row may lack its padding.
     const size_t available = [Object(provider)->_data length];
     const size_t lastRow = width * kBytesPerPixel;
-    if (available < lastRow || (available - lastRow) / bytesPerRow < height - 1) return nullptr;
+    const bool isTooShort = available < lastRow || (available - lastRow) / bytesPerRow < height - 1;
+    if (isTooShort && !CGDataProviderIsSequential(provider)) return nullptr;
 
     CGImageObject* image = [[CGImageObject alloc] init];
     image->_width = width;

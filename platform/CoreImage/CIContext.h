@@ -46,6 +46,14 @@ CG_EXTERN NSString* const kCIContextMemoryLimit;
                      format:(CIFormat)format
                  colorSpace:(CGColorSpaceRef)colorSpace;
 
+// If deferred, the bitmap has a sequential provider: its rows are rendered when they are requested, and the result is
+// never in memory as a whole. A failure is then one of the provider, and CIEngineFailure says why.
+- (CGImageRef)createCGImage:(CIImage*)image
+                   fromRect:(CGRect)rect
+                     format:(CIFormat)format
+                 colorSpace:(CGColorSpaceRef)colorSpace
+                   deferred:(BOOL)deferred;
+
 // Writes a rectangle of the image as premultiplied pixels, the topmost row first.
 //
 // The caller's memory holds rowBytes bytes for every row; the rectangle is rounded outward to whole pixels. Without

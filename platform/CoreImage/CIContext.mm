@@ -6,8 +6,15 @@
 
 #include "engine/failure.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
+
+@interface CIContext ()
+// How colors are converted for a bitmap in a coding.
+- (core_image::Output)outputOf:(const core_image::SpaceCoding&)coding;
+@end
 
 namespace {
 
@@ -34,6 +41,83 @@ void* AllocateRows(const core_image::Region& region) {
     return rows;
 }
 
+// A premultiplied bitmap of a region over a provider, which it releases.
+CGImageRef BitmapOver(CGDataProviderRef provider, const core_image::Region& region, CGColorSpaceRef space) {
+    const auto width = static_cast<std::size_t>(region.width);
+    CGImageRef bitmap =
+        CGImageCreate(width, static_cast<std::size_t>(region.height), /*bitsPerComponent=*/8, /*bitsPerPixel=*/32,
+                      width * kBytesPerPixel, space, kCGImageAlphaPremultipliedLast, provider,
+                      /*decode=*/nullptr, /*shouldInterpolate=*/true, kCGRenderingIntentDefault);
+    CGDataProviderRelease(provider);
+    return bitmap;
+}
+
+}  // namespace
+
+// A rendering whose rows are requested later. Everything but the next row is constant.
+@interface CIDeferredRendering : NSObject {
+  @public
+    CIContext* _context;
+    CIImage* _image;
+    CGColorSpaceRef _space;
+    core_image::Region _region;
+    core_image::RenderSession* _session;
+    std::int64_t _next;  // counted from the top
+}
+@end
+
+@implementation CIDeferredRendering
+
+- (void)dealloc {
+    delete _session;
+    [_context release];
+    [_image release];
+    CGColorSpaceRelease(_space);
+    [super dealloc];
+}
+
+@end
+
+namespace {
+
+CIDeferredRendering* DeferredRendering(void* info) { return static_cast<CIDeferredRendering*>(info); }
+
+// Renders as many rows as fit.
+std::size_t RenderRows(void* info, void* buffer, std::size_t count) {
+    CIDeferredRendering* rendering = DeferredRendering(info);
+    const core_image::Region& all = rendering->_region;
+    const std::size_t bytesPerRow = static_cast<std::size_t>(all.width) * kBytesPerPixel;
+    const auto rows = std::min(static_cast<std::int64_t>(count / bytesPerRow), all.height - rendering->_next);
+    if (rows <= 0) return 0;
+    core_image::ForgetFailure();
+    core_image::BitmapDestination destination;
+    destination.pixels = buffer;
+    destination.bytesPerRow = static_cast<std::ptrdiff_t>(bytesPerRow);
+    const core_image::SpaceCoding coding = core_image::CodingOfSpace(rendering->_space);
+    destination.transfer = coding.transfer;
+    core_image::Output output = [rendering->_context outputOf:coding];
+    output.session = rendering->_session;
+    const core_image::Region strip = {all.x, all.Top() - rendering->_next - rows, all.width, rows};
+    if (!core_image::RenderImage([rendering->_image handle], strip, destination, output)) return 0;
+    rendering->_next += rows;
+    return static_cast<std::size_t>(rows) * bytesPerRow;
+}
+
+off_t SkipRows(void* info, off_t count) {
+    CIDeferredRendering* rendering = DeferredRendering(info);
+    const std::int64_t bytesPerRow = rendering->_region.width * static_cast<std::int64_t>(kBytesPerPixel);
+    const std::int64_t rows = std::min<std::int64_t>(count / bytesPerRow, rendering->_region.height - rendering->_next);
+    rendering->_next += rows;
+    return static_cast<off_t>(rows * bytesPerRow);
+}
+
+void RewindRows(void* info) { DeferredRendering(info)->_next = 0; }
+
+void ReleaseRendering(void* info) { [DeferredRendering(info) release]; }
+
+constexpr CGDataProviderSequentialCallbacks kDeferredCallbacks = {0, RenderRows, SkipRows, RewindRows,
+                                                                  ReleaseRendering};
+
 }  // namespace
 
 NSString* const kCIContextOutputColorSpace = @"output_color_space";
@@ -58,7 +142,6 @@ NSString* const kCIContextMemoryLimit = @"memory_limit";
     return context;
 }
 
-// How colors are converted for a bitmap in a coding.
 - (core_image::Output)outputOf:(const core_image::SpaceCoding&)coding {
     const core_image::SpaceCoding working = core_image::CodingOfSpace(_workingSpace);
     core_image::Output output = {coding.profile, (bool)_isMatching, working.transfer, working.profile};
@@ -81,10 +164,28 @@ NSString* const kCIContextMemoryLimit = @"memory_limit";
                    fromRect:(CGRect)rect
                      format:(CIFormat)format
                  colorSpace:(CGColorSpaceRef)colorSpace {
+    return [self createCGImage:image fromRect:rect format:format colorSpace:colorSpace deferred:NO];
+}
+
+- (CGImageRef)createCGImage:(CIImage*)image
+                   fromRect:(CGRect)rect
+                     format:(CIFormat)format
+                 colorSpace:(CGColorSpaceRef)colorSpace
+                   deferred:(BOOL)deferred {
     core_image::ForgetFailure();
     if (format != kCIFormatRGBA8 || CGColorSpaceGetModel(colorSpace) != kCGColorSpaceModelRGB) return nullptr;
     core_image::Region region;
     if (image == nil || !ReadRegion(rect, &region)) return nullptr;
+    if (deferred) {
+        CIDeferredRendering* rendering = [[[CIDeferredRendering alloc] init] autorelease];
+        rendering->_context = [self retain];
+        rendering->_image = [image retain];
+        rendering->_space = CGColorSpaceRetain(colorSpace);
+        rendering->_region = region;
+        rendering->_session = new core_image::RenderSession;
+        CGDataProviderRef provider = CGDataProviderCreateSequential([rendering retain], &kDeferredCallbacks);
+        return BitmapOver(provider, region, colorSpace);
+    }
     void* rows = AllocateRows(region);
     if (rows == nullptr) return nullptr;
     const std::size_t bytesPerRow = static_cast<std::size_t>(region.width) * kBytesPerPixel;
@@ -100,13 +201,8 @@ NSString* const kCIContextMemoryLimit = @"memory_limit";
     const auto height = static_cast<std::size_t>(region.height);
     NSData* data = [[NSData alloc] initWithBytesNoCopy:rows length:bytesPerRow * height freeWhenDone:YES];
     CGDataProviderRef provider = CGDataProviderCreateWithCFData((CFDataRef)data);
-    CGImageRef result =
-        CGImageCreate(static_cast<std::size_t>(region.width), height, /*bitsPerComponent=*/8,
-                      /*bitsPerPixel=*/32, bytesPerRow, colorSpace, kCGImageAlphaPremultipliedLast, provider,
-                      /*decode=*/nullptr, /*shouldInterpolate=*/true, kCGRenderingIntentDefault);
-    CGDataProviderRelease(provider);
     [data release];
-    return result;
+    return BitmapOver(provider, region, colorSpace);
 }
 
 - (void)render:(CIImage*)image

@@ -4,6 +4,8 @@
 
 #pragma once
 
+#include <stdint.h>
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -16,6 +18,11 @@ __attribute__((visibility("default"))) const char* CIEngineInstructionSet(void);
 // no image, and after CIEngineForgetFailure. The text is valid until the thread uses an image again.
 __attribute__((visibility("default"))) const char* CIEngineFailure(void);
 __attribute__((visibility("default"))) void CIEngineForgetFailure(void);
+
+// The memory limit of contexts that have none of their own, in bytes. By default it is a quarter of the machine's
+// memory, and at most 1 GB in 32-bit programs. A new limit affects renderings that begin later.
+__attribute__((visibility("default"))) uint64_t CIEngineMemoryLimit(void);
+__attribute__((visibility("default"))) void CIEngineSetMemoryLimit(uint64_t bytes);
 
 #ifdef __cplusplus
 }

@@ -18,6 +18,9 @@ CG_EXTERN CIFormat kCIFormatRGBAf;  // four floats
 // The option that replaces a bitmap's own color space: a color space, or NSNull for numbers that are used unchanged.
 CG_EXTERN NSString* const kCIImageColorSpace;
 
+// The option that names a picture in messages, a string. macOS does not have it.
+CG_EXTERN NSString* const kCIImageName;
+
 @interface CIImage : NSObject <NSCopying> {
   @private
     void* _handle;
@@ -29,7 +32,8 @@ CG_EXTERN NSString* const kCIImageColorSpace;
 + (CIImage*)imageWithData:(NSData*)data;
 + (CIImage*)imageWithData:(NSData*)data options:(NSDictionary*)options;
 
-// The image of a bitmap, its lower left corner at (0, 0); nil for null. The bytes are kept, not copied.
+// The image of a bitmap, its lower left corner at (0, 0); nil for null. The bytes are kept, not copied. Those of a
+// bitmap with a sequential provider are requested while the image is rendered, and only some of them are kept.
 + (CIImage*)imageWithCGImage:(CGImageRef)image;
 + (CIImage*)imageWithCGImage:(CGImageRef)image options:(NSDictionary*)options;
 

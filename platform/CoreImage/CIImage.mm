@@ -9,11 +9,14 @@
 #import "CIEngine.h"
 #import "CIImageInternal.h"
 
+#include <cerrno>
 #include <cmath>
+#include <cstdio>
 
 CIFormat kCIFormatRGBA8 = 24;
 CIFormat kCIFormatRGBAf = 34;
 NSString* const kCIImageColorSpace = @"CIImageColorSpace";
+NSString* const kCIImageName = @"CIImageName";
 
 namespace core_image {
 
@@ -37,7 +40,55 @@ Extent ExtentOfRect(CGRect rect) {
 
 }  // namespace core_image
 
+// The rows of a bitmap with a sequential provider, and what is wrong with them.
+@interface CIImageRows : NSObject {
+  @public
+    CGImageRef _image;
+    NSString* _name;
+    char _failure[200];
+}
+@end
+
+@implementation CIImageRows
+
+- (void)dealloc {
+    CGImageRelease(_image);
+    [_name release];
+    [super dealloc];
+}
+
+@end
+
 namespace {
+
+const char* ReadRows(void* object, void* rows, std::size_t count) {
+    auto* reader = static_cast<CIImageRows*>(object);
+    const std::size_t bytes = count * CGImageGetBytesPerRow(reader->_image);
+    if (CGDataProviderGetBytes(CGImageGetDataProvider(reader->_image), rows, bytes) == bytes) return nullptr;
+    const char* reason = errno == ENODATA  ? "the file is truncated"
+                         : errno == ENOMEM ? "there is not enough memory to read it"
+                                           : "the picture is damaged";
+    const char* name = reader->_name != nil ? [reader->_name UTF8String] : "a picture";
+    std::snprintf(reader->_failure, sizeof reader->_failure, "%s: %s", name, reason);
+    return reader->_failure;
+}
+
+void RewindRows(void* object) {
+    CGDataProviderRewind(CGImageGetDataProvider(static_cast<CIImageRows*>(object)->_image));
+}
+
+void ReleaseRows(void* object) { [static_cast<CIImageRows*>(object) release]; }
+
+// An image over the rows of a bitmap with a sequential provider.
+CIImage* ImageOverRows(CGImageRef bitmap, NSString* name, core_image::BitmapSource& source, CGColorSpaceRef space) {
+    const core_image::SpaceCoding coding = core_image::CodingOfSpace(space);
+    source.transfer = coding.transfer;
+    CIImageRows* rows = [[CIImageRows alloc] init];
+    rows->_image = CGImageRetain(bitmap);
+    rows->_name = [name retain];
+    return [CIImage
+        imageOwningHandle:core_image::MakeStreamed(source, coding.profile, {rows, ReadRows, RewindRows, ReleaseRows})];
+}
 
 void ReleaseObject(const void* object) { CFRelease(object); }
 
@@ -107,6 +158,9 @@ CIImage* ImageOutOfSource(CGImageSourceRef source, NSDictionary* options) {
         default:
             source.alpha = core_image::Alpha::kIgnored;
             break;
+    }
+    if (CGDataProviderIsSequential(CGImageGetDataProvider(image))) {
+        return ImageOverRows(image, [options objectForKey:kCIImageName], source, SpaceOfOptions(options, image));
     }
     NSData* data = (NSData*)CGDataProviderCopyData(CGImageGetDataProvider(image));
     CIImage* result = ImageOverData(data, source, SpaceOfOptions(options, image));

@@ -46,12 +46,22 @@ CG_EXTERN const CFStringRef kCGImagePropertyOrientation;
 CG_EXTERN const CFStringRef kCGImagePropertyPixelWidth;
 CG_EXTERN const CFStringRef kCGImagePropertyPixelHeight;
 
-// Returns the properties of the image, owned by the caller: the orientation, if the file has one, and the size, once
-// the image was requested, also when it is too large to be decoded. Does not decode the pixels. Null for an index other
-// than 0. Ignores options.
+// Image property: whether the rows can be decoded one after the other, see below; a Boolean NSNumber.
+CG_EXTERN const CFStringRef kCGImagePropertyHasRowsInOrder;
+
+// Returns the properties of the image, owned by the caller: the orientation, if the file has one, and the size, also
+// when it is too large to be decoded. Does not decode the pixels. Null for an index other than 0. Ignores options.
 CG_EXTERN CFDictionaryRef CGImageSourceCopyPropertiesAtIndex(CGImageSourceRef source, size_t index,
                                                              CFDictionaryRef options);
 
-// Returns the image as stored (not rotated by its orientation), owned by the caller. Null for an index other than 0 and
-// when the status is not kCGImageStatusComplete. Ignores options.
+// Options of an image. The first one, a Boolean that is true by default, keeps the decoded pixels in memory. If it is
+// false, those of a large image are decoded row by row: the image has a sequential provider. That needs a JPEG of one
+// scan, or a PNG of 8 bits or less that is not interlaced; other images are kept. The second one, 2, 4 or 8, is how
+// many times smaller such a JPEG is decoded; each pixel is the mean of a square, rounded up at the right and lower
+// edges.
+CG_EXTERN const CFStringRef kCGImageSourceShouldCache;
+CG_EXTERN const CFStringRef kCGImageSourceSubsampleFactor;
+
+// Returns the image as stored (not rotated by its orientation), owned by the caller. Null for an index other than 0,
+// when the status is not kCGImageStatusComplete, and for a factor and an image that cannot be decoded by it.
 CG_EXTERN CGImageRef CGImageSourceCreateImageAtIndex(CGImageSourceRef source, size_t index, CFDictionaryRef options);

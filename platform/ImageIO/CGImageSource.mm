@@ -8,24 +8,32 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <memory>
 
 #include "decode.h"
 #include "files.h"
 #include "orientation.h"
+#include "row_decoder.h"
 
 const CFStringRef kCGImagePropertyOrientation = CFSTR("Orientation");
 const CFStringRef kCGImagePropertyPixelWidth = CFSTR("PixelWidth");
 const CFStringRef kCGImagePropertyPixelHeight = CFSTR("PixelHeight");
+const CFStringRef kCGImagePropertyHasRowsInOrder = CFSTR("HasRowsInOrder");
+
+const CFStringRef kCGImageSourceShouldCache = CFSTR("kCGImageSourceShouldCache");
+const CFStringRef kCGImageSourceSubsampleFactor = CFSTR("kCGImageSourceSubsampleFactor");
 
 // A source as an object: the bytes of the file, and the result of decoding them.
 @interface CGImageSourceObject : NSObject {
   @public
     NSData* _data;
+    image_io::FileContent _content;  // what the data borrows; empty for the caller's data
     BOOL _isDecoded;
     CGImageSourceStatus _status;
     CGImageRef _image;
     std::size_t _width;  // 0 until the size is known
     std::size_t _height;
+    BOOL _hasRowsInOrder;
 }
 @end
 
@@ -33,7 +41,28 @@ const CFStringRef kCGImagePropertyPixelHeight = CFSTR("PixelHeight");
 
 - (void)dealloc {
     [_data release];
+    _content.Free();
     CGImageRelease(_image);
+    [super dealloc];
+}
+
+@end
+
+// The rows of a source as they are decoded.
+@interface CGImageRowsObject : NSObject {
+  @public
+    CGImageSourceObject* _source;
+    image_io::RowDecoder* _decoder;
+    std::size_t _bytesPerRow;
+    image_io::Status _status;  // of the rows so far
+}
+@end
+
+@implementation CGImageRowsObject
+
+- (void)dealloc {
+    delete _decoder;
+    [_source release];
     [super dealloc];
 }
 
@@ -47,13 +76,9 @@ static_assert(static_cast<int>(image_io::Status::kUnknownType) == kCGImageStatus
 static_assert(static_cast<int>(image_io::Status::kReadingHeader) == kCGImageStatusReadingHeader);
 static_assert(static_cast<int>(image_io::Status::kComplete) == kCGImageStatusComplete);
 
-// Returns a bitmap that takes ownership of the picture's pixels, in the space of its profile; frees the profile.
-CGImageRef MakeImage(const image_io::Picture& picture) {
+// Returns a bitmap over a provider, which it releases, in the space of the picture's profile; frees the profile.
+CGImageRef MakeImage(const image_io::Picture& picture, CGDataProviderRef provider) {
     const std::size_t bytesPerRow = picture.width * image_io::kBytesPerPixel;
-    NSData* data = [[NSData alloc] initWithBytesNoCopy:picture.pixels
-                                                length:bytesPerRow * picture.height
-                                          freeWhenDone:YES];
-    CGDataProviderRef provider = CGDataProviderCreateWithCFData((CFDataRef)data);
     NSData* profile = [NSData dataWithBytes:picture.profile length:picture.profileLength];
     std::free(picture.profile);
     CGColorSpaceRef space = CGColorSpaceCreateWithICCData((CFDataRef)profile);
@@ -63,8 +88,59 @@ CGImageRef MakeImage(const image_io::Picture& picture) {
                                      /*shouldInterpolate=*/true, kCGRenderingIntentDefault);
     CGColorSpaceRelease(space);
     CGDataProviderRelease(provider);
-    [data release];
     return image;
+}
+
+// Returns a provider that takes ownership of the picture's pixels.
+CGDataProviderRef MakeProvider(const image_io::Picture& picture) {
+    const std::size_t length = picture.width * image_io::kBytesPerPixel * picture.height;
+    NSData* data = [[NSData alloc] initWithBytesNoCopy:picture.pixels length:length freeWhenDone:YES];
+    CGDataProviderRef provider = CGDataProviderCreateWithCFData((CFDataRef)data);
+    [data release];
+    return provider;
+}
+
+image_io::FileBytes BytesOf(CGImageSourceObject* source) {
+    return {static_cast<const std::uint8_t*>([source->_data bytes]), [source->_data length],
+            source -> _content.isMapped};
+}
+
+CGImageRowsObject* Rows(void* info) { return static_cast<CGImageRowsObject*>(info); }
+
+// Decodes whole rows.
+std::size_t GetRows(void* info, void* buffer, std::size_t count) {
+    CGImageRowsObject* rows = Rows(info);
+    image_io::Status status = rows->_status;
+    if (status == image_io::Status::kComplete) {
+        status = rows->_decoder->Read(static_cast<std::uint8_t*>(buffer), count / rows->_bytesPerRow);
+    }
+    rows->_status = status;
+    if (status == image_io::Status::kComplete) return count;
+    errno = status == image_io::Status::kUnexpectedEnd ? ENODATA : EBADMSG;
+    return 0;
+}
+
+void Rewind(void* info) { Rows(info)->_status = Rows(info)->_decoder->Begin(nullptr); }
+
+void ReleaseRows(void* info) { [Rows(info) release]; }
+
+// Returns the image of a source decoded row by row; null when that is not possible or the image is small.
+CGImageRef MakeSequentialImage(CGImageSourceObject* source, unsigned factor) {
+    std::unique_ptr<image_io::RowDecoder> decoder = image_io::MakeRowDecoder(BytesOf(source), factor);
+    image_io::Picture picture;
+    const bool isBegun = decoder != nullptr && decoder->Begin(&picture) == image_io::Status::kComplete;
+    const bool isLarge = picture.width * picture.height >= kCGSmallestSequential / (factor * factor);
+    if (isBegun) image_io::ApplyGrayProfile(&picture);
+    if (!isBegun || !isLarge) {
+        image_io::Free(&picture);
+        return nullptr;
+    }
+    CGImageRowsObject* rows = [[CGImageRowsObject alloc] init];
+    rows->_source = [source retain];
+    rows->_decoder = decoder.release();
+    rows->_bytesPerRow = picture.width * image_io::kBytesPerPixel;
+    constexpr CGDataProviderSequentialCallbacks kCallbacks = {0, GetRows, nullptr, Rewind, ReleaseRows};
+    return MakeImage(picture, CGDataProviderCreateSequential(rows, &kCallbacks));
 }
 
 // Returns the source as an object, decoding it first if necessary; nil for null.
@@ -78,7 +154,7 @@ CGImageSourceObject* Decoded(CGImageSourceRef source) {
     object->_status = static_cast<CGImageSourceStatus>(status);
     object->_width = picture.width;
     object->_height = picture.height;
-    if (status == image_io::Status::kComplete) object->_image = MakeImage(picture);
+    if (status == image_io::Status::kComplete) object->_image = MakeImage(picture, MakeProvider(picture));
     return object;
 }
 
@@ -93,8 +169,9 @@ CGImageSourceRef CGImageSourceCreateWithURL(CFURLRef url, CFDictionaryRef option
         errno = error;
         return nullptr;
     }
-    NSData* data = [[NSData alloc] initWithBytesNoCopy:content.bytes length:content.length freeWhenDone:YES];
+    NSData* data = [[NSData alloc] initWithBytesNoCopy:content.bytes length:content.length freeWhenDone:NO];
     CGImageSourceRef source = CGImageSourceCreateWithData((CFDataRef)data, options);
+    ((CGImageSourceObject*)source)->_content = content;
     [data release];
     return source;
 }
@@ -114,8 +191,14 @@ CGImageSourceStatus CGImageSourceGetStatus(CGImageSourceRef source) {
     return source == nullptr ? kCGImageStatusInvalidData : Decoded(source)->_status;
 }
 
-CGImageRef CGImageSourceCreateImageAtIndex(CGImageSourceRef source, size_t index, CFDictionaryRef) {
-    return source == nullptr || index != 0 ? nullptr : CGImageRetain(Decoded(source)->_image);
+CGImageRef CGImageSourceCreateImageAtIndex(CGImageSourceRef source, size_t index, CFDictionaryRef options) {
+    if (source == nullptr || index != 0) return nullptr;
+    NSNumber* isKept = [(NSDictionary*)options objectForKey:(id)kCGImageSourceShouldCache];
+    NSNumber* subsampled = [(NSDictionary*)options objectForKey:(id)kCGImageSourceSubsampleFactor];
+    const unsigned factor = subsampled != nil ? [subsampled unsignedIntValue] : 1;
+    CGImageRef rows = nullptr;
+    if (isKept != nil && ![isKept boolValue]) rows = MakeSequentialImage((CGImageSourceObject*)source, factor);
+    return rows != nullptr || factor != 1 ? rows : CGImageRetain(Decoded(source)->_image);
 }
 
 CFDictionaryRef CGImageSourceCopyPropertiesAtIndex(CGImageSourceRef source, size_t index, CFDictionaryRef) {
@@ -127,9 +210,19 @@ CFDictionaryRef CGImageSourceCopyPropertiesAtIndex(CGImageSourceRef source, size
     if (orientation != 0) {
         [properties setObject:[NSNumber numberWithInt:orientation] forKey:(id)kCGImagePropertyOrientation];
     }
+    if (object->_width == 0) {
+        image_io::Picture picture;
+        const auto decoder = image_io::MakeRowDecoder(BytesOf(object), 1);
+        object->_hasRowsInOrder = decoder != nullptr && decoder->Begin(&picture) == image_io::Status::kComplete;
+        object->_width = picture.width;
+        object->_height = picture.height;
+        image_io::Free(&picture);
+    }
     if (object->_width != 0) {
         [properties setObject:[NSNumber numberWithUnsignedLong:object->_width] forKey:(id)kCGImagePropertyPixelWidth];
         [properties setObject:[NSNumber numberWithUnsignedLong:object->_height] forKey:(id)kCGImagePropertyPixelHeight];
+        [properties setObject:[NSNumber numberWithBool:object->_hasRowsInOrder]
+                       forKey:(id)kCGImagePropertyHasRowsInOrder];
     }
     return (CFDictionaryRef)properties;
 }

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "row_decoder.h"
+
 namespace image_io {
 namespace {
 
@@ -17,23 +19,28 @@ struct Kind {
     const std::uint8_t* signature;
     std::size_t length;
     Status (*decode)(const std::uint8_t* bytes, std::size_t length, Picture* picture);
+    std::unique_ptr<RowDecoder> (*makeRowDecoder)(const FileBytes& file, unsigned factor);
 };
 
 // clang-format off
 constexpr Kind kKinds[] = {
-    // signature      length                 decode
-    {kSignaturePNG,   sizeof kSignaturePNG,  DecodePNG},
-    {kSignatureJPEG,  sizeof kSignatureJPEG, DecodeJPEG},
+    // signature      length                 decode      makeRowDecoder
+    {kSignaturePNG,   sizeof kSignaturePNG,  DecodePNG,  MakeRowDecoderPNG},
+    {kSignatureJPEG,  sizeof kSignatureJPEG, DecodeJPEG, MakeRowDecoderJPEG},
 };
 // clang-format on
 
 }  // namespace
 
+bool IsAllowedSize(std::size_t width, std::size_t height) {
+    return width != 0 && height != 0 && width <= kLargestPicture / kBytesPerPixel / height;
+}
+
 bool Allocate(std::size_t width, std::size_t height, Picture* picture) {
     if (width == 0 || height == 0) return false;
     picture->width = width;
     picture->height = height;
-    if (width > kLargestPicture / kBytesPerPixel / height) return false;
+    if (!IsAllowedSize(width, height)) return false;
     picture->pixels = static_cast<std::uint8_t*>(std::malloc(width * height * kBytesPerPixel));
     return picture->pixels != nullptr;
 }
@@ -42,6 +49,15 @@ void Free(Picture* picture) {
     std::free(picture->pixels);
     std::free(picture->profile);
     *picture = {};
+}
+
+std::unique_ptr<RowDecoder> MakeRowDecoder(const FileBytes& file, unsigned factor) {
+    for (const Kind& kind : kKinds) {
+        if (file.length < kind.length || !std::equal(kind.signature, kind.signature + kind.length, file.bytes))
+            continue;
+        return kind.makeRowDecoder(file, factor);
+    }
+    return nullptr;
 }
 
 Status Decode(const std::uint8_t* bytes, std::size_t length, Picture* picture) {

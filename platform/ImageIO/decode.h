@@ -55,6 +55,9 @@ void ApplyGrayProfile(Picture* picture);
 // profile. Of a picture that is too large, only the size is set.
 [[nodiscard]] Status Decode(const std::uint8_t* bytes, std::size_t length, Picture* picture);
 
+// The limit of Allocate(): returns whether a picture of a size may be decoded.
+[[nodiscard]] bool IsAllowedSize(std::size_t width, std::size_t height);
+
 // Decode a file that begins with the signature of its kind. The picture may hold memory whatever the status is.
 [[nodiscard]] Status DecodePNG(const std::uint8_t* bytes, std::size_t length, Picture* picture);
 [[nodiscard]] Status DecodeJPEG(const std::uint8_t* bytes, std::size_t length, Picture* picture);

@@ -11,8 +11,11 @@
 #include <csetjmp>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
+#include <new>
 
 #include "decode.h"
+#include "row_decoder.h"
 
 namespace image_io {
 namespace {
@@ -91,7 +94,75 @@ Status ReadGuarded(jpeg_decompress_struct* jpeg, ErrorManager* errors, const std
     return ReadPicture(jpeg, picture);
 }
 
+// Decodes rows. Each function catches the jump itself.
+class RowDecoderJPEG : public RowDecoder {
+  public:
+    RowDecoderJPEG(const FileBytes& file, unsigned factor) : file_(file), pages_(file), factor_(factor) {
+        jpeg_.err = jpeg_std_error(&errors_.base);
+        errors_.base.error_exit = Fail;
+        errors_.base.emit_message = Warn;
+        errors_.base.output_message = Ignore;
+        errors_.progress.progress_monitor = LimitScans;
+    }
+    ~RowDecoderJPEG() override { jpeg_destroy_decompress(&jpeg_); }
+
+    Status Begin(Picture* picture) override {
+        jpeg_destroy_decompress(&jpeg_);
+        pages_.Restart();
+        if (setjmp(errors_.leave) != 0) return errors_.status;
+        jpeg_create_decompress(&jpeg_);
+        jpeg_.progress = &errors_.progress;
+        jpeg_mem_src(&jpeg_, file_.bytes, static_cast<unsigned long>(file_.length));
+        jpeg_save_markers(&jpeg_, kProfileMarker, kMaxMarkerLength);
+        jpeg_read_header(&jpeg_, TRUE);
+        if (picture != nullptr) {
+            KeepProfile(&jpeg_, picture);
+            picture->width = jpeg_.image_width;
+            picture->height = jpeg_.image_height;
+        }
+        const bool isGray = jpeg_.jpeg_color_space == JCS_GRAYSCALE;
+        const bool isColor = jpeg_.jpeg_color_space == JCS_YCbCr || jpeg_.jpeg_color_space == JCS_RGB;
+        // The library holds all of a picture of several scans. Gray levels with a profile are converted afterwards.
+        const bool isConverted = picture != nullptr && isGray && picture->profile != nullptr;
+        if (!(isGray || isColor) || jpeg_has_multiple_scans(&jpeg_) || isConverted) return Status::kUnknownType;
+        if (!IsAllowedSize(jpeg_.image_width, jpeg_.image_height)) return Status::kInvalidData;
+        jpeg_.out_color_space = JCS_EXT_RGBA;
+        jpeg_.scale_num = 1;
+        jpeg_.scale_denom = factor_;
+        jpeg_start_decompress(&jpeg_);
+        if (picture == nullptr) return Status::kComplete;
+        picture->width = jpeg_.output_width;
+        picture->height = jpeg_.output_height;
+        picture->isGray = isGray;
+        return Status::kComplete;
+    }
+
+    Status Read(std::uint8_t* rows, std::size_t count) override {
+        if (setjmp(errors_.leave) != 0) return errors_.status;
+        while (count > 0) {
+            JSAMPROW row = rows;
+            const std::size_t read = jpeg_read_scanlines(&jpeg_, &row, 1);
+            rows += read * jpeg_.output_width * kBytesPerPixel;
+            count -= read;
+        }
+        pages_.DropBefore(file_.length - jpeg_.src->bytes_in_buffer);
+        if (jpeg_.output_scanline == jpeg_.output_height) jpeg_finish_decompress(&jpeg_);
+        return Status::kComplete;
+    }
+
+  private:
+    FileBytes file_;
+    ReadPages pages_;
+    unsigned factor_;
+    ErrorManager errors_ = {};
+    jpeg_decompress_struct jpeg_ = {};
+};
+
 }  // namespace
+
+std::unique_ptr<RowDecoder> MakeRowDecoderJPEG(const FileBytes& file, unsigned factor) {
+    return std::unique_ptr<RowDecoder>(new (std::nothrow) RowDecoderJPEG(file, factor));
+}
 
 Status DecodeJPEG(const std::uint8_t* bytes, std::size_t length, Picture* picture) {
     ErrorManager errors = {};

@@ -10,8 +10,11 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <new>
 
 #include "decode.h"
+#include "row_decoder.h"
 
 namespace image_io {
 namespace {
@@ -23,7 +26,7 @@ struct Reader {
     bool ended;
 };
 
-void Read(png_structp png, png_bytep to, png_size_t count) {
+void ReadBytes(png_structp png, png_bytep to, png_size_t count) {
     auto* reader = static_cast<Reader*>(png_get_io_ptr(png));
     if (count > reader->left) {
         reader->ended = true;
@@ -91,7 +94,68 @@ bool ReadGuarded(png_structp png, png_infop info, Picture* picture) {
     return ReadPicture(png, info, picture);
 }
 
+// Decodes rows. Each function catches the jump itself.
+class RowDecoderPNG : public RowDecoder {
+  public:
+    explicit RowDecoderPNG(const FileBytes& file) : file_(file), pages_(file) {}
+    ~RowDecoderPNG() override { png_destroy_read_struct(&png_, &info_, nullptr); }
+
+    Status Begin(Picture* picture) override {
+        png_destroy_read_struct(&png_, &info_, nullptr);
+        pages_.Restart();
+        reader_ = {file_.bytes, file_.length, false};
+        png_ = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, Fail, Ignore);
+        info_ = png_ == nullptr ? nullptr : png_create_info_struct(png_);
+        if (info_ == nullptr) return Status::kInvalidData;
+        if (setjmp(png_jmpbuf(png_)) != 0) return StatusOfFailure();
+        png_set_read_fn(png_, &reader_, ReadBytes);
+        png_set_user_limits(png_, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
+        png_read_info(png_, info_);
+        width_ = png_get_image_width(png_, info_);
+        rowsLeft_ = png_get_image_height(png_, info_);
+        const bool isGray = (png_get_color_type(png_, info_) & PNG_COLOR_MASK_COLOR) == 0;
+        if (picture != nullptr) {
+            KeepProfile(png_, info_, picture);
+            picture->width = width_;
+            picture->height = rowsLeft_;
+        }
+        // Gray levels with a profile are converted afterwards.
+        const bool isConverted = isGray && png_get_valid(png_, info_, PNG_INFO_iCCP) != 0;
+        const bool isInOrder = png_get_interlace_type(png_, info_) == PNG_INTERLACE_NONE;
+        if (!isInOrder || isConverted || png_get_bit_depth(png_, info_) > 8) return Status::kUnknownType;
+        if (!IsAllowedSize(width_, rowsLeft_)) return Status::kInvalidData;
+        SetTransformations(png_, info_);
+        if (png_get_rowbytes(png_, info_) != width_ * kBytesPerPixel) return Status::kUnknownType;
+        if (picture != nullptr) picture->isGray = isGray;
+        return Status::kComplete;
+    }
+
+    Status Read(std::uint8_t* rows, std::size_t count) override {
+        if (setjmp(png_jmpbuf(png_)) != 0) return StatusOfFailure();
+        for (; count > 0; --count, --rowsLeft_, rows += width_ * kBytesPerPixel) png_read_row(png_, rows, nullptr);
+        pages_.DropBefore(file_.length - reader_.left);
+        if (rowsLeft_ == 0) png_read_end(png_, nullptr);
+        return Status::kComplete;
+    }
+
+  private:
+    Status StatusOfFailure() const { return reader_.ended ? Status::kUnexpectedEnd : Status::kInvalidData; }
+
+    FileBytes file_;
+    ReadPages pages_;
+    Reader reader_ = {};
+    png_structp png_ = nullptr;
+    png_infop info_ = nullptr;
+    std::size_t width_ = 0;
+    std::size_t rowsLeft_ = 0;
+};
+
 }  // namespace
+
+std::unique_ptr<RowDecoder> MakeRowDecoderPNG(const FileBytes& file, unsigned factor) {
+    if (factor != 1) return nullptr;
+    return std::unique_ptr<RowDecoder>(new (std::nothrow) RowDecoderPNG(file));
+}
 
 Status DecodePNG(const std::uint8_t* bytes, std::size_t length, Picture* picture) {
     Reader reader = {bytes, length, false};
@@ -99,7 +163,7 @@ Status DecodePNG(const std::uint8_t* bytes, std::size_t length, Picture* picture
     png_infop info = png == nullptr ? nullptr : png_create_info_struct(png);
     bool complete = false;
     if (info != nullptr) {
-        png_set_read_fn(png, &reader, Read);
+        png_set_read_fn(png, &reader, ReadBytes);
         png_set_user_limits(png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);  // Allocate has the limit
         complete = ReadGuarded(png, info, picture);
     }

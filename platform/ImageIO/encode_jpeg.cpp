@@ -36,13 +36,48 @@ struct Output {
     unsigned long length;
 };
 
+// Passes the file to a sink, piece by piece.
+struct SinkManager {
+    jpeg_destination_mgr base;
+    ByteSink* sink;
+    int error;
+    JOCTET piece[1 << 16];
+};
+
+void BeginPiece(j_compress_ptr jpeg) {
+    auto* manager = reinterpret_cast<SinkManager*>(jpeg->dest);
+    manager->base.next_output_byte = manager->piece;
+    manager->base.free_in_buffer = sizeof manager->piece;
+}
+
+void PassOn(j_compress_ptr jpeg, std::size_t length) {
+    auto* manager = reinterpret_cast<SinkManager*>(jpeg->dest);
+    manager->error = manager->sink->Write(manager->piece, length);
+    if (manager->error != 0) Fail(reinterpret_cast<j_common_ptr>(jpeg));
+    BeginPiece(jpeg);
+}
+
+boolean PassPiece(j_compress_ptr jpeg) {
+    PassOn(jpeg, sizeof reinterpret_cast<SinkManager*>(jpeg->dest)->piece);
+    return TRUE;
+}
+
+void PassRest(j_compress_ptr jpeg) {
+    auto* manager = reinterpret_cast<SinkManager*>(jpeg->dest);
+    PassOn(jpeg, sizeof manager->piece - manager->base.free_in_buffer);
+}
+
 // Writes the picture, catches the jump, and returns whether it was written completely. No object here has a destructor
 // that the jump could skip.
-bool WriteGuarded(jpeg_compress_struct* jpeg, ErrorManager* errors, const Pixels& pixels, double quality,
-                  std::uint8_t* row, Output* output) {
+bool WriteGuarded(jpeg_compress_struct* jpeg, ErrorManager* errors, const Pixels& pixels, PixelRows& rows,
+                  double quality, std::uint8_t* row, Output* output, SinkManager* sink, int* error) {
     if (setjmp(errors->leave) != 0) return false;
     jpeg_create_compress(jpeg);
-    jpeg_mem_dest(jpeg, &output->bytes, &output->length);
+    if (sink != nullptr) {
+        jpeg->dest = &sink->base;
+    } else {
+        jpeg_mem_dest(jpeg, &output->bytes, &output->length);
+    }
     jpeg->image_width = static_cast<JDIMENSION>(pixels.width);
     jpeg->image_height = static_cast<JDIMENSION>(pixels.height);
     jpeg->input_components = 3;
@@ -55,7 +90,9 @@ bool WriteGuarded(jpeg_compress_struct* jpeg, ErrorManager* errors, const Pixels
                                static_cast<unsigned int>(pixels.profileLength));
     }
     for (std::size_t y = 0; y < pixels.height; ++y) {
-        RowOnWhite(pixels, y, row);
+        if (y == rows.End()) *error = rows.ReadNext();
+        if (*error != 0) return false;
+        RowOnWhite(rows.Current(), y, row);
         jpeg_write_scanlines(jpeg, &row, 1);
     }
     jpeg_finish_compress(jpeg);
@@ -73,14 +110,23 @@ int EncodeJPEG(const Pixels& pixels, double quality, EncodedFile* file) {
     errors.base.emit_message = Warn;
     errors.base.output_message = Ignore;
     Output output = {nullptr, 0};
+    PixelRows rows(pixels);
+    SinkManager sink = {{}, file->sink, 0, {}};
+    sink.base.init_destination = BeginPiece;
+    sink.base.empty_output_buffer = PassPiece;
+    sink.base.term_destination = PassRest;
+    int error = 0;
     auto* row = static_cast<std::uint8_t*>(std::malloc(pixels.width * 3));
     // Written as quality > 0 so that NaN becomes 0.
     const double clamped = quality > 0 ? std::min(quality, 1.0) : 0;
-    const bool complete = row != nullptr && WriteGuarded(&jpeg, &errors, pixels, clamped, row, &output);
+    const bool complete = row != nullptr && WriteGuarded(&jpeg, &errors, pixels, rows, clamped, row, &output,
+                                                         file->sink != nullptr ? &sink : nullptr, &error);
     jpeg_destroy_compress(&jpeg);
     std::free(row);
-    *file = {output.bytes, output.length};
-    return complete ? 0 : ENOMEM;
+    file->bytes = output.bytes;
+    file->length = output.length;
+    if (error == 0) error = sink.error;
+    return complete ? 0 : error != 0 ? error : ENOMEM;
 }
 
 }  // namespace image_io

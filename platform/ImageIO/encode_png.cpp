@@ -31,15 +31,21 @@ constexpr std::size_t kInitialCapacity = 1 << 16;
 // Uncompressed bytes per strip, about. Smaller strips would be compressed less well, larger ones leave cores idle.
 constexpr std::size_t kStripBytes = 1 << 18;
 
-// The growing file and its capacity.
+// The growing file and its capacity, or the error of its sink.
 struct Writer {
     EncodedFile* file;
     std::size_t capacity;
+    int error;
 };
 
 void Write(png_structp png, png_bytep from, png_size_t count) {
     auto* writer = static_cast<Writer*>(png_get_io_ptr(png));
     EncodedFile& file = *writer->file;
+    if (file.sink != nullptr) {
+        writer->error = file.sink->Write(from, count);
+        if (writer->error != 0) png_error(png, "");
+        return;
+    }
     if (count > writer->capacity - file.length) {
         std::size_t capacity = writer->capacity == 0 ? kInitialCapacity : writer->capacity;
         while (count > capacity - file.length) capacity *= 2;
@@ -63,17 +69,18 @@ struct Layout {
     bool hasColor;
     bool hasAlpha;
 
+    bool operator==(const Layout&) const = default;
+
     [[nodiscard]] std::size_t Channels() const { return (hasColor ? 3 : 1) + (hasAlpha ? 1 : 0); }
     [[nodiscard]] int ColorType() const {
         return (hasColor ? PNG_COLOR_MASK_COLOR : 0) | (hasAlpha ? PNG_COLOR_MASK_ALPHA : 0);
     }
 };
 
-// The fewest channels that hold the picture. A profile describes colors, so a picture with one is never stored as gray.
-Layout LayoutOf(const Pixels& pixels) {
-    Layout layout = {pixels.profile != nullptr, false};
-    for (std::size_t y = 0; y < pixels.height && !(layout.hasColor && (layout.hasAlpha || pixels.isOpaque)); ++y) {
-        const std::uint8_t* row = pixels.bytes + y * pixels.bytesPerRow;
+// The fewest channels that hold rows of the picture and what a layout holds.
+Layout LayoutOf(const Pixels& pixels, std::size_t begin, std::size_t end, Layout layout) {
+    for (std::size_t y = begin; y < end && !(layout.hasColor && (layout.hasAlpha || pixels.isOpaque)); ++y) {
+        const std::uint8_t* row = pixels.Row(y);
         unsigned differences = 0, alphas = 255;
         for (std::size_t x = 0; x < pixels.width; ++x) {
             const std::uint8_t* pixel = row + 4 * x;
@@ -162,26 +169,29 @@ Strip MakeStrip(const Pixels& pixels, Layout layout, std::size_t begin, std::siz
     return strip;
 }
 
-// Compresses the picture. Throws std::bad_alloc.
-std::vector<Strip> MakeStrips(const Pixels& pixels, Layout layout) {
-    const std::size_t rows = std::max<std::size_t>(1, kStripBytes / (pixels.width * layout.Channels() + 1));
-    std::vector<Strip> strips((pixels.height + rows - 1) / rows);
+// How many rows a strip has.
+std::size_t RowsOfStrip(const Pixels& pixels, Layout layout) {
+    return std::max<std::size_t>(1, kStripBytes / (pixels.width * layout.Channels() + 1));
+}
+
+// Compresses rows of the picture, and adds to the check sum of the stream. Throws std::bad_alloc.
+std::vector<Strip> MakeStrips(const PixelRows& rows, std::size_t height, Layout layout, uLong* checkSum) {
+    const std::size_t rowsOfStrip = RowsOfStrip(rows.Current(), layout);
+    std::vector<Strip> strips((rows.End() - rows.Begin() + rowsOfStrip - 1) / rowsOfStrip);
     tbb::parallel_for(std::size_t{0}, strips.size(), [&](std::size_t i) {
-        strips[i] = MakeStrip(pixels, layout, i * rows, std::min((i + 1) * rows, pixels.height));
+        const std::size_t begin = rows.Begin() + i * rowsOfStrip;
+        strips[i] = MakeStrip(rows.Current(), layout, begin, std::min(begin + rowsOfStrip, rows.End()));
     });
-    uLong checkSum = adler32(0, nullptr, 0);
     for (const Strip& strip : strips) {
-        checkSum = adler32_combine(checkSum, strip.checkSum, static_cast<z_off_t>(strip.length));
+        *checkSum = adler32_combine(*checkSum, strip.checkSum, static_cast<z_off_t>(strip.length));
     }
-    for (const int shift : {24, 16, 8, 0}) strips.back().bytes.push_back(static_cast<std::uint8_t>(checkSum >> shift));
+    if (rows.End() < height) return strips;
+    for (const int shift : {24, 16, 8, 0}) strips.back().bytes.push_back(static_cast<std::uint8_t>(*checkSum >> shift));
     return strips;
 }
 
-// Writes the file, catches the jump, and returns whether it was written completely. No object here has a destructor
-// that the jump could skip.
-bool WriteGuarded(png_structp png, png_infop info, const Pixels& pixels, int colorType, const Strip* strips,
-                  std::size_t count) {
-    if (setjmp(png_jmpbuf(png)) != 0) return false;
+// The chunks before the data. Leaves by the jump when that fails.
+void WriteHeader(png_structp png, png_infop info, const Pixels& pixels, int colorType) {
     png_set_IHDR(png, info, static_cast<png_uint_32>(pixels.width), static_cast<png_uint_32>(pixels.height), 8,
                  colorType, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     if (pixels.profile == nullptr) {
@@ -191,34 +201,79 @@ bool WriteGuarded(png_structp png, png_infop info, const Pixels& pixels, int col
                      static_cast<png_uint_32>(pixels.profileLength));
     }
     png_write_info(png, info);
+}
+
+// Writes the first part of the file or another one, catches the jump, and returns whether it was written completely. No
+// object here has a destructor that the jump could skip.
+bool WriteGuarded(png_structp png, png_infop info, const Pixels& pixels, int colorType, bool isFirst, bool isLast,
+                  const Strip* strips, std::size_t count) {
+    if (setjmp(png_jmpbuf(png)) != 0) return false;
+    if (isFirst) WriteHeader(png, info, pixels, colorType);
     constexpr png_byte kData[] = "IDAT", kEnd[] = "IEND";
     for (std::size_t i = 0; i < count; ++i) png_write_chunk(png, kData, strips[i].bytes.data(), strips[i].bytes.size());
-    png_write_chunk(png, kEnd, nullptr, 0);
+    if (isLast) png_write_chunk(png, kEnd, nullptr, 0);
     return true;
+}
+
+// Writes the picture in a layout, which the first rows may widen. When later ones have to, the file is incomplete, and
+// must be begun again. Throws std::bad_alloc.
+int WriteInLayout(png_structp png, png_infop info, const Pixels& pixels, const Writer& writer, Layout* layout,
+                  bool* isComplete) {
+    PixelRows rows(pixels);
+    uLong checkSum = adler32(0, nullptr, 0);
+    *isComplete = false;
+    while (rows.End() < pixels.height) {
+        if (const int error = rows.ReadNext(); error != 0) return error;
+        const Layout used = *layout;
+        *layout = LayoutOf(rows.Current(), rows.Begin(), rows.End(), used);
+        if (rows.Begin() != 0 && *layout != used) return 0;
+        rows.Shorten(RowsOfStrip(pixels, *layout));
+        const std::vector<Strip> strips = MakeStrips(rows, pixels.height, *layout, &checkSum);
+        if (!WriteGuarded(png, info, pixels, layout->ColorType(), rows.Begin() == 0, rows.End() == pixels.height,
+                          strips.data(), strips.size())) {
+            return writer.error != 0 ? writer.error : ENOMEM;
+        }
+    }
+    *isComplete = true;
+    return 0;
+}
+
+// Begins a file and writes it in a layout, see above.
+int WriteFileInLayout(const Pixels& pixels, Layout* layout, EncodedFile* file, bool* isComplete) {
+    Writer writer = {file, 0, 0};
+    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, Fail, Ignore);
+    png_infop info = png == nullptr ? nullptr : png_create_info_struct(png);
+    int error = ENOMEM;
+    if (info != nullptr) {
+        png_set_write_fn(png, &writer, Write, Flush);
+        png_set_user_limits(png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
+        try {
+            error = WriteInLayout(png, info, pixels, writer, layout, isComplete);
+        } catch (const std::bad_alloc&) {
+        }
+    }
+    png_destroy_write_struct(&png, &info);
+    return error;
 }
 
 }  // namespace
 
 int EncodePNG(const Pixels& pixels, EncodedFile* file) {
     if (pixels.width > PNG_UINT_31_MAX || pixels.height > PNG_UINT_31_MAX) return EFBIG;
-    const Layout layout = LayoutOf(pixels);
-    std::vector<Strip> strips;
-    try {
-        strips = MakeStrips(pixels, layout);
-    } catch (const std::bad_alloc&) {
-        return ENOMEM;
+    // A profile describes colors, so a picture with one is never stored as gray.
+    Layout layout = {pixels.profile != nullptr, false};
+    // The rows of a source are not known beforehand. When some do not fit, the file is begun again.
+    for (;;) {
+        bool isComplete = false;
+        int error = WriteFileInLayout(pixels, &layout, file, &isComplete);
+        if (error != 0 || isComplete) return error;
+        pixels.source->Rewind();
+        if (file->sink != nullptr) error = file->sink->Restart();
+        if (error != 0) return error;
+        std::free(file->bytes);
+        file->bytes = nullptr;
+        file->length = 0;
     }
-    Writer writer = {file, 0};
-    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, Fail, Ignore);
-    png_infop info = png == nullptr ? nullptr : png_create_info_struct(png);
-    bool complete = false;
-    if (info != nullptr) {
-        png_set_write_fn(png, &writer, Write, Flush);
-        png_set_user_limits(png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
-        complete = WriteGuarded(png, info, pixels, layout.ColorType(), strips.data(), strips.size());
-    }
-    png_destroy_write_struct(&png, &info);
-    return complete ? 0 : ENOMEM;
 }
 
 }  // namespace image_io

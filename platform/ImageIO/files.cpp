@@ -1,4 +1,4 @@
-// files.cpp - reads whole files; writes to a temporary name beside the final one, then renames.
+// files.cpp - reads or maps whole files; writes to a temporary name beside the final one, then renames.
 //
 // The temporary name lies in the folder of the final one because a file can only be renamed within its file system. It
 // does not contain the final name: with a suffix, a long name would be too long.
@@ -9,6 +9,7 @@
 #include "files.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -19,7 +20,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 #include <string>
+#include <utility>
 
 namespace image_io {
 namespace {
@@ -36,22 +39,16 @@ int ReadAll(int file, char* bytes, std::size_t length) {
     return 0;
 }
 
-// Writes all bytes, in several writes if necessary, and closes the file.
-int WriteAndClose(int file, const char* bytes, std::size_t length) {
-    int error = 0;
+// Writes all bytes, in several writes if necessary.
+int WriteAll(int file, const char* bytes, std::size_t length) {
     while (length > 0) {
         const ssize_t count = write(file, bytes, length);
         if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) {
-            error = count < 0 ? errno : EIO;
-            break;
-        }
+        if (count <= 0) return count < 0 ? errno : EIO;
         bytes += count;
         length -= static_cast<std::size_t>(count);
     }
-    // A network file system may report only now that its disk is full.
-    if (close(file) != 0 && error == 0) error = errno;
-    return error;
+    return 0;
 }
 
 // Reads the parts of a file that hold data into zeroed memory. The holes of a sparse file are not read.
@@ -74,11 +71,21 @@ int ReadOpenFile(int file, FileContent* content) {
     // On 32 bits, 1 GB: the address space has no room for more, and no picture that fits into it has a larger file.
     // What a file holds beyond that cannot be part of its picture.
     constexpr std::uint64_t kLongestRead = SIZE_MAX / 4;
+    // The pages of larger files take memory only while they are read.
+    constexpr std::size_t kSmallestMapped = 8 << 20;
     struct stat status;
     if (fstat(file, &status) != 0) return errno;
     if (!S_ISREG(status.st_mode)) return EINVAL;
     const auto size = static_cast<std::uint64_t>(status.st_size);
     content->length = static_cast<std::size_t>(std::min(size, kLongestRead));
+    if (content->length >= kSmallestMapped) {
+        void* mapped = mmap(nullptr, content->length, PROT_READ, MAP_PRIVATE, file, 0);
+        if (mapped != MAP_FAILED) {
+            content->bytes = mapped;
+            content->isMapped = true;
+            return 0;
+        }
+    }
     // One byte extra, because calloc may return null for an empty file.
     content->bytes = std::calloc(content->length + 1, 1);
     const int error =
@@ -131,11 +138,6 @@ int CreateBeside(const std::string& path, std::string* name) {
     }
 }
 
-int WriteDirectly(const char* path, int flags, const void* bytes, std::size_t length) {
-    const int file = open(path, O_WRONLY | O_CLOEXEC | flags);
-    return file >= 0 ? WriteAndClose(file, static_cast<const char*>(bytes), length) : errno;
-}
-
 bool IsSameFile(const struct stat& a, const struct stat& b) { return a.st_dev == b.st_dev && a.st_ino == b.st_ino; }
 
 }  // namespace
@@ -149,27 +151,77 @@ int ReadFile(const char* path, FileContent* content) {
     return error;
 }
 
-int WriteFile(const char* path, const void* bytes, std::size_t length) {
+void FileContent::Free() {
+    if (isMapped) {
+        munmap(bytes, length);
+    } else {
+        std::free(bytes);
+    }
+    *this = {};
+}
+
+FileWriter::~FileWriter() {
+    if (file_ >= 0) close(file_);
+    if (file_ >= 0 && !isDirect_) unlink(temporary_.c_str());
+}
+
+int FileWriter::Open(const char* path) {
     struct stat existing;
     const bool exists = stat(path, &existing) == 0;
     if (!exists && errno != ENOENT) return errno;
-    if (exists && !S_ISREG(existing.st_mode)) return WriteDirectly(path, 0, bytes, length);
-    if (exists && faccessat(AT_FDCWD, path, W_OK, AT_EACCESS) != 0) return errno;
-    std::string target = path;
-    if (const int error = FollowLinks(&target); error != 0) return error;
-    // A link below /proc may stand for a file that has no name any more.
-    struct stat followed;
-    if (exists && (stat(target.c_str(), &followed) != 0 || !IsSameFile(existing, followed))) {
-        return WriteDirectly(path, O_TRUNC, bytes, length);
+    isDirect_ = exists && !S_ISREG(existing.st_mode);
+    if (exists && !isDirect_ && faccessat(AT_FDCWD, path, W_OK, AT_EACCESS) != 0) return errno;
+    int flags = O_WRONLY | O_CLOEXEC;
+    if (!isDirect_) {
+        target_ = path;
+        if (const int error = FollowLinks(&target_); error != 0) return error;
+        // A link below /proc may stand for a file that has no name any more.
+        struct stat followed;
+        isDirect_ = exists && (stat(target_.c_str(), &followed) != 0 || !IsSameFile(existing, followed));
+        flags |= O_TRUNC;
     }
-    std::string temporary;
-    const int file = CreateBeside(target, &temporary);
-    if (file < 0) return errno;
-    if (exists) TakeOver(file, existing);
-    int error = WriteAndClose(file, static_cast<const char*>(bytes), length);
-    if (error == 0 && std::rename(temporary.c_str(), target.c_str()) != 0) error = errno;
-    if (error != 0) unlink(temporary.c_str());
+    file_ = isDirect_ ? open(path, flags) : CreateBeside(target_, &temporary_);
+    if (file_ < 0) return errno;
+    if (exists && !isDirect_) TakeOver(file_, existing);
+    return 0;
+}
+
+int FileWriter::Write(const void* bytes, std::size_t length) {
+    const char* const text = static_cast<const char*>(bytes);
+    if (!isDirect_) return WriteAll(file_, text, length);
+    try {
+        kept_.append(text, length);
+    } catch (const std::bad_alloc&) {
+        return ENOMEM;
+    }
+    return 0;
+}
+
+int FileWriter::WriteWhole(const void* bytes, std::size_t length) {
+    return WriteAll(file_, static_cast<const char*>(bytes), length);
+}
+
+int FileWriter::Restart() {
+    kept_.clear();
+    if (isDirect_) return 0;
+    return ftruncate(file_, 0) == 0 && lseek(file_, 0, SEEK_SET) == 0 ? 0 : errno;
+}
+
+int FileWriter::Close() {
+    int error = WriteAll(file_, kept_.data(), kept_.size());
+    // A network file system may report only now that its disk is full.
+    if (close(std::exchange(file_, -1)) != 0 && error == 0) error = errno;
+    if (isDirect_) return error;
+    if (error == 0 && std::rename(temporary_.c_str(), target_.c_str()) != 0) error = errno;
+    if (error != 0) unlink(temporary_.c_str());
     return error;
+}
+
+int WriteFile(const char* path, const void* bytes, std::size_t length) {
+    FileWriter file;
+    int error = file.Open(path);
+    if (error == 0) error = file.WriteWhole(bytes, length);
+    return error == 0 ? file.Close() : error;
 }
 
 }  // namespace image_io

@@ -8,26 +8,55 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
+
+#include "encode.h"
 
 namespace image_io {
 
 // The content of a file.
 struct FileContent {
-    void* bytes = nullptr;  // allocated with calloc and freed by the caller
+    void* bytes = nullptr;  // freed by Free()
     std::size_t length = 0;
+    bool isMapped = false;  // whether the bytes are a mapping of the file
+
+    void Free();
 };
 
-// Reads a file; on 32 bits at most its first GB. Fails and allocates nothing when the file does not exist, is not a
-// regular file (EINVAL), or does not fit in memory (ENOMEM).
+// Reads a file, or maps a large one into memory; on 32 bits at most its first GB. Fails and allocates nothing when the
+// file does not exist, is not a regular file (EINVAL), or does not fit in memory (ENOMEM).
 [[nodiscard]] int ReadFile(const char* path, FileContent* content);
 
-// Writes a file. A link is followed.
+// A file that is written piece by piece. A link is followed.
 //
 // A regular file gets its name only when it is complete; until then an existing file of that name stays as it is. The
 // new file takes over the mode of the existing one, and its owner and group where that is permitted. An existing file
 // without write permission is refused. Anything else that exists, such as a pipe or a device, is written to directly.
 //
-// When this fails, no temporary file is left behind.
+// What goes to a pipe or a device is kept until the file is complete, because it may begin again.
+class FileWriter : public ByteSink {
+  public:
+    FileWriter() = default;
+    ~FileWriter() override;  // gives up a file that is not complete; no temporary file is left behind
+
+    [[nodiscard]] int Open(const char* path);
+    [[nodiscard]] int Write(const void* bytes, std::size_t length) override;
+    [[nodiscard]] int Restart() override;
+
+    // Writes all of the file.
+    [[nodiscard]] int WriteWhole(const void* bytes, std::size_t length);
+
+    // Completes the file.
+    [[nodiscard]] int Close();
+
+  private:
+    int file_ = -1;
+    bool isDirect_ = false;  // whether the file is written in one piece and has no temporary name
+    std::string target_, temporary_;
+    std::string kept_;
+};
+
+// Writes a file in one piece.
 [[nodiscard]] int WriteFile(const char* path, const void* bytes, std::size_t length);
 
 }  // namespace image_io

@@ -9,6 +9,7 @@
 #include <memory>
 
 #include "core/image.h"
+#include "core/row_window.h"
 #include "core/transfer.h"
 
 namespace core_image {
@@ -40,6 +41,9 @@ struct BitmapDestination {
 
 // The image of a bitmap. The image keeps the owner, which keeps the pixels alive.
 ImageRef MakeBitmapImage(const BitmapSource& source, std::shared_ptr<const void> owner);
+
+// The image of a bitmap whose rows are decoded when they are needed; the source's own pixels are null.
+ImageRef MakeStreamedImage(const BitmapSource& source, std::shared_ptr<RowWindow> rows);
 
 // The size of a pixel in bytes.
 constexpr std::size_t SizeOfPixel(PixelFormat format) {

@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <utility>
+#include <vector>
 
 #include "core/bitmap.h"
 #include "core/color_matching.h"
@@ -127,40 +128,91 @@ class BitmapStage : public Stage {
                static_cast<std::size_t>(x) * SizeOfPixel(source_.format);
     }
 
-    const BitmapSource& source_;  // owned by the image, which outlives the rendering
+    BitmapSource source_;
+};
+
+// Shows rows in strips; each is a bitmap of its own.
+class StreamedStage : public Stage {
+  public:
+    // The strips contain all rows of the region to be rendered.
+    StreamedStage(const BitmapSource& source, RowWindow::Strips strips, std::size_t rowsPerStrip)
+        : strips_(std::move(strips)), rowsPerStrip_(rowsPerStrip), height_(source.height) {
+        stages_.reserve(strips_.size());
+        for (const std::shared_ptr<const RowStrip>& strip : strips_) {
+            BitmapSource part = source;
+            part.pixels = strip->Bytes();
+            part.height = strip->Count();
+            stages_.emplace_back(part);
+        }
+    }
+
+    bool IsPointwise() const override { return true; }
+
+    void Render(const Tile& tile) const override { RenderByRuns(*this, tile); }
+
+    void RenderRun(const Run& run, float* blocks, float* spare) const override {
+        const std::size_t row = height_ - 1 - static_cast<std::size_t>(run.y);
+        const std::size_t index = (row - strips_.front()->First()) / rowsPerStrip_;
+        const RowStrip& strip = *strips_[index];
+        const auto y = static_cast<std::int64_t>(strip.First() + strip.Count() - 1 - row);
+        stages_[index].RenderRun({run.x, y, run.count}, blocks, spare);
+    }
+
+  private:
+    RowWindow::Strips strips_;
+    std::vector<BitmapStage> stages_;
+    std::size_t rowsPerStrip_;
+    std::size_t height_;
 };
 
 class BitmapImage : public Image {
   public:
-    BitmapImage(const BitmapSource& source, std::shared_ptr<const void> owner, bool isEncoded)
+    // Either the owner or the rows are null.
+    BitmapImage(const BitmapSource& source, std::shared_ptr<const void> owner, std::shared_ptr<RowWindow> rows,
+                bool isEncoded)
         : Image({0, 0, static_cast<double>(source.width), static_cast<double>(source.height)}, /*depthBelow=*/{}),
           source_(source),
           numbers_(source),
           owner_(std::move(owner)),
+          rows_(std::move(rows)),
           isEncoded_(isEncoded) {
         numbers_.transfer = Transfer::kLinear;
         if (isEncoded_ || source_.transfer == Transfer::kLinear) return;
-        SetEncoded(std::make_shared<BitmapImage>(source_, owner_, /*isEncoded=*/true));
+        SetEncoded(std::make_shared<BitmapImage>(source_, owner_, rows_, /*isEncoded=*/true));
     }
 
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         if (WorkingCoding()) {
-            return MakeWorkingStage({GetExtent(), std::make_unique<BitmapStage>(source_), /*levels=*/1}, region);
+            return MakeWorkingStage({GetExtent(), StageOf(source_, region), /*levels=*/1}, region);
         }
-        return std::make_unique<BitmapStage>(IsMatching() && !isEncoded_ ? source_ : numbers_);
+        return StageOf(IsMatching() && !isEncoded_ ? source_ : numbers_, region);
     }
 
   private:
+    std::unique_ptr<const Stage> StageOf(const BitmapSource& source, const Region& region) const {
+        if (rows_ == nullptr) return std::make_unique<BitmapStage>(source);
+        const auto height = static_cast<std::int64_t>(source.height);
+        return std::make_unique<StreamedStage>(source,
+                                               rows_->Rows(static_cast<std::size_t>(height - region.Top()),
+                                                           static_cast<std::size_t>(height - 1 - region.y)),
+                                               rows_->RowsPerStrip());
+    }
+
     BitmapSource source_;
     BitmapSource numbers_;  // the same source, but its numbers are read as stored
     std::shared_ptr<const void> owner_;
+    std::shared_ptr<RowWindow> rows_;
     bool isEncoded_;  // whether this is the image of the numbers, not of the light that they encode
 };
 
 }  // namespace
 
 ImageRef MakeBitmapImage(const BitmapSource& source, std::shared_ptr<const void> owner) {
-    return std::make_shared<BitmapImage>(source, std::move(owner), /*isEncoded=*/false);
+    return std::make_shared<BitmapImage>(source, std::move(owner), /*rows=*/nullptr, /*isEncoded=*/false);
+}
+
+ImageRef MakeStreamedImage(const BitmapSource& source, std::shared_ptr<RowWindow> rows) {
+    return std::make_shared<BitmapImage>(source, /*owner=*/nullptr, std::move(rows), /*isEncoded=*/false);
 }
 
 }  // namespace core_image

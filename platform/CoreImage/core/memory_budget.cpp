@@ -54,9 +54,10 @@ std::uint64_t MemoryBudget::DefaultLimit() {
 
 void MemoryBudget::Take(std::uint64_t bytes) {
     const std::uint64_t used = used_.fetch_add(bytes, std::memory_order_relaxed);
-    if (used <= limit_ && bytes <= limit_ - used) return;
+    const std::uint64_t limit = Limit();
+    if (used <= limit && bytes <= limit - used) return;
     Return(bytes);
-    throw MemoryShortage(used + bytes, limit_);
+    throw MemoryShortage(used + bytes, limit);
 }
 
 BudgetScope::BudgetScope(MemoryBudget& budget) : before_(std::exchange(current, &budget)) {}

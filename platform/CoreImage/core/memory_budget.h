@@ -40,14 +40,15 @@ class MemoryBudget {
     explicit MemoryBudget(std::uint64_t limit) : limit_(limit) {}
     MemoryBudget(const MemoryBudget&) = delete;
 
-    // The budget of renderings without one of their own: DefaultLimit().
+    // The budget of renderings without one of their own: DefaultLimit() unless another limit is set.
     static MemoryBudget& Default();
 
     // A quarter of the machine's memory, or of the limit of the process's control group where that is lower. At most
     // 1 GB where pointers have 32 bits.
     static std::uint64_t DefaultLimit();
 
-    std::uint64_t Limit() const { return limit_; }
+    std::uint64_t Limit() const { return limit_.load(std::memory_order_relaxed); }
+    void SetLimit(std::uint64_t limit) { limit_.store(limit, std::memory_order_relaxed); }
     std::uint64_t Used() const { return used_.load(std::memory_order_relaxed); }
 
     // Throws MemoryShortage, and then takes nothing.
@@ -55,7 +56,7 @@ class MemoryBudget {
     void Return(std::uint64_t bytes) { used_.fetch_sub(bytes, std::memory_order_relaxed); }
 
   private:
-    const std::uint64_t limit_;
+    std::atomic<std::uint64_t> limit_;
     std::atomic<std::uint64_t> used_ = 0;
 };
 

@@ -16,10 +16,12 @@ namespace {
 // The number of pieces of a length that cover a whole.
 std::int64_t Pieces(std::int64_t whole, std::int64_t piece) { return (whole + piece - 1) / piece; }
 
-// The piece of a region at an index; the lowest row comes first.
+// The piece of a region at an index. The uppermost comes first, because that is the order in which pictures are
+// decoded.
 Region Piece(const Region& whole, std::int64_t width, std::int64_t height, std::int64_t index) {
     const std::int64_t columns = Pieces(whole.width, width);
-    return whole.Intersection({whole.x + index % columns * width, whole.y + index / columns * height, width, height});
+    return whole.Intersection(
+        {whole.x + index % columns * width, whole.Top() - (index / columns + 1) * height, width, height});
 }
 
 std::int64_t PieceCount(const Region& whole, std::int64_t width, std::int64_t height) {
@@ -104,8 +106,10 @@ constexpr std::int64_t kSmallestBlockEdge = 256;
 }  // namespace
 
 void Render(const ImageRef& image, const Region& region, const BitmapDestination& destination, const Cut& cut,
-            MemoryBudget& budget) {
+            MemoryBudget& budget, RenderSession* session) {
     const BudgetScope scope(budget);
+    RenderSession ownSession;
+    const RenderSession::Scope sessionScope(session != nullptr ? *session : ownSession);
     std::int64_t edge = std::min(cut.blockEdge, std::max(region.width, region.height));
     // The blocks that are still to be rendered, the next one last.
     std::vector<Region> blocks;

@@ -13,6 +13,7 @@
 #include "core/buffered.h"
 #include "core/image.h"
 #include "core/memory_budget.h"
+#include "core/render_session.h"
 
 namespace core_image {
 
@@ -23,9 +24,9 @@ struct Cut {
     std::int64_t tileHeight = kTileHeight;
 };
 
-// Renders a region of an image into a bitmap of that size. Throws MemoryShortage when even small blocks exceed the
-// budget; the bitmap is then partly written.
+// Renders a region of an image into a bitmap of that size. Throws SourceFailure, and MemoryShortage when even small
+// blocks exceed the budget; the bitmap is then partly written. Several renderings of one recipe can share a session.
 void Render(const ImageRef& image, const Region& region, const BitmapDestination& destination, const Cut& cut = {},
-            MemoryBudget& budget = MemoryBudget::Default());
+            MemoryBudget& budget = MemoryBudget::Default(), RenderSession* session = nullptr);
 
 }  // namespace core_image

@@ -2,6 +2,7 @@
 
 #include "engine/engine.h"
 
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <exception>
@@ -47,6 +48,18 @@ ImageHandle* Handle(Make&& make) noexcept {
     }
 }
 
+// The image that a function makes of a source, matched to light by a profile if there is one.
+template <typename Make>
+ImageRef Matched(const BitmapSource& source, const Profile& profile, Make&& make) {
+    if (profile.bytes == nullptr) return make(source);
+    Coding coding = CodingOfProfile(profile, MatchingDirection::kToLight);
+    BitmapSource coded = source;
+    coded.transfer = coding.conversion == nullptr ? coding.transfer : Transfer::kLinear;
+    ImageRef image = make(coded);
+    if (coding.conversion == nullptr) return image;
+    return MakeMatchedImage(std::move(image), std::move(coding.conversion));
+}
+
 // Notes that a rendering needs more memory than there is.
 void NoteShortage(const Region& region, const MemoryShortage& shortage) noexcept {
     constexpr double kMegabyte = 1 << 20;
@@ -66,13 +79,19 @@ ImageHandle* MakeBitmap(const BitmapSource& source, const Profile& profile, Pixe
     return Handle([&] {
         // The owner is released even when making its shared pointer fails.
         std::shared_ptr<const void> shared(owner.object, owner.release);
-        if (profile.bytes == nullptr) return MakeBitmapImage(source, std::move(shared));
-        Coding coding = CodingOfProfile(profile, MatchingDirection::kToLight);
-        BitmapSource coded = source;
-        coded.transfer = coding.conversion == nullptr ? coding.transfer : Transfer::kLinear;
-        ImageRef image = MakeBitmapImage(coded, std::move(shared));
-        if (coding.conversion == nullptr) return image;
-        return MakeMatchedImage(std::move(image), std::move(coding.conversion));
+        return Matched(source, profile,
+                       [&](const BitmapSource& coded) { return MakeBitmapImage(coded, std::move(shared)); });
+    });
+}
+
+ImageHandle* MakeStreamed(const BitmapSource& source, const Profile& profile, const RowReader& reader) noexcept {
+    return Handle([&] {
+        // Released even when making its window fails.
+        std::shared_ptr<void> object(reader.object, reader.release);
+        return Matched(source, profile, [&](const BitmapSource& coded) {
+            return MakeStreamedImage(
+                coded, std::make_shared<RowWindow>(reader, std::move(object), source.height, source.bytesPerRow));
+        });
     });
 }
 
@@ -142,12 +161,17 @@ bool RenderImage(ImageHandle* image, const Region& region, const BitmapDestinati
             coded.transfer = coding.conversion == nullptr ? coding.transfer : Transfer::kLinear;
             if (coding.conversion != nullptr) shown = MakeConvertedImage(shown, std::move(coding.conversion));
         }
-        Render(shown, region, coded, Cut{}, *output.budget);
+        Render(shown, region, coded, Cut{}, *output.budget, output.session);
         return true;
     } catch (const MemoryShortage& shortage) {
         NoteShortage(region, shortage);
+        errno = ENOMEM;
+    } catch (const SourceFailure&) {
+        NoteException();
+        errno = EBADMSG;
     } catch (const std::exception&) {
         NoteException();
+        errno = ENOMEM;
     }
     return false;
 }

@@ -18,6 +18,7 @@
 #include "core/image.h"
 #include "core/inputs.h"
 #include "core/memory_budget.h"
+#include "core/render_session.h"
 #include "engine/filter_table.h"
 #include "sampling/resized.h"
 
@@ -36,6 +37,10 @@ struct PixelOwner {
 // Images that are not made by filters. The numbers of a bitmap encode light as its source says, or as a profile says
 // where there is one; the profile is borrowed for the call.
 [[nodiscard]] ImageHandle* MakeBitmap(const BitmapSource& source, const Profile& profile, PixelOwner owner) noexcept;
+
+// The image of a bitmap whose rows a reader decodes when they are needed. Takes over the reader, also when that fails.
+[[nodiscard]] ImageHandle* MakeStreamed(const BitmapSource& source, const Profile& profile,
+                                        const RowReader& reader) noexcept;
 [[nodiscard]] ImageHandle* MakeConstant(const double* components) noexcept;
 [[nodiscard]] ImageHandle* MakeCropped(ImageHandle* image, const Extent& extent) noexcept;
 
@@ -71,9 +76,11 @@ struct Output {
     Transfer workingTransfer = Transfer::kLinear;
     Profile workingProfile = {};
     MemoryBudget* budget = &MemoryBudget::Default();
+    RenderSession* session = nullptr;  // of several renderings of one recipe; null for a single one
 };
 
-// Renders a region that is not empty. Returns whether that succeeded.
+// Renders a region that is not empty. Returns whether that succeeded; if not, errno is EBADMSG when a picture cannot be
+// decoded, and otherwise ENOMEM.
 [[nodiscard]] bool RenderImage(ImageHandle* image, const Region& region, const BitmapDestination& destination,
                                const Output& output) noexcept;
 

@@ -3,6 +3,9 @@
 #include "reduction/reduce.h"
 
 #include <algorithm>
+#include <memory>
+
+#include "core/render_session.h"
 
 namespace core_image {
 namespace {
@@ -19,20 +22,18 @@ std::int64_t FirstCell(std::int64_t edge, std::int64_t step) {
     return place >= 0 ? (place + step - 1) / step : -(-place / step);
 }
 
-// Computed when the stage is made, copied when it is rendered.
+// Computed before the stage is made, copied when it is rendered.
 class RowStage : public Stage {
   public:
-    RowStage(const ImageRef& input, const Region& region, const RowFunction& function) : row_(region) {
-        function(input, region, row_.GetTile().pixels);
-    }
+    explicit RowStage(std::shared_ptr<const PixelBlock> row) : row_(std::move(row)) {}
 
     void Render(const Tile& tile) const override {
-        const float* from = row_.GetTile().Part(tile.region).pixels;
+        const float* from = row_->GetTile().Part(tile.region).pixels;
         std::copy_n(from, tile.Width() * kFloatsPerPixel, tile.pixels);
     }
 
   private:
-    PixelBlock row_;
+    std::shared_ptr<const PixelBlock> row_;
 };
 
 class RowImage : public Image {
@@ -43,19 +44,35 @@ class RowImage : public Image {
           reduced_(reduced),
           function_(std::move(function)) {}
 
-    void AddNeeds(const Region&, Needs& needs) const override { needs.AddAtOnce(input_, reduced_); }
+    void AddNeeds(const Region& region, Needs& needs) const override {
+        if (!IsReducedByGroups(reduced_) && KeptRow(region) == nullptr) needs.AddAtOnce(input_, reduced_);
+    }
 
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
-        return std::make_unique<RowStage>(input_, region, function_);
+        std::shared_ptr<const PixelBlock> row = KeptRow(region);
+        if (row == nullptr) {
+            const auto made = std::make_shared<PixelBlock>(region);
+            function_(input_, region, made->GetTile().pixels);
+            if (RenderSession* session = RenderSession::Current()) session->Kept(this, region) = made;
+            row = made;
+        }
+        return std::make_unique<RowStage>(std::move(row));
     }
 
   private:
+    std::shared_ptr<const PixelBlock> KeptRow(const Region& region) const {
+        RenderSession* const session = RenderSession::Current();
+        return session != nullptr ? session->Kept(this, region) : nullptr;
+    }
+
     ImageRef input_;
     Region reduced_;
     RowFunction function_;
 };
 
 }  // namespace
+
+bool IsReducedByGroups(const Region& reduced) { return PixelCount(reduced) > kMostPixelsOfGroup; }
 
 Samples SamplesAt(const Region& region, std::int64_t stepX, std::int64_t stepY) {
     const std::int64_t x = FirstCell(region.x, stepX), y = FirstCell(region.y, stepY);

@@ -8,6 +8,7 @@
 
 #include <tbb/parallel_for.h>
 
+#include <algorithm>
 #include <functional>
 #include <optional>
 #include <utility>
@@ -42,37 +43,51 @@ Region ReducedRegion(const ImageRef& input, const Inputs& inputs);
 using RowFunction = std::function<void(const ImageRef& input, const Region& region, float* pixels)>;
 ImageRef MakeRowImage(ImageRef input, const Region& reduced, std::int64_t width, RowFunction function);
 
+// A large region is read in groups of bands, from the top down. The input is prepared for one group at a time, apart
+// from the rest of the recipe.
+inline constexpr double kMostPixelsOfGroup = 1 << 22;
+bool IsReducedByGroups(const Region& reduced);
+
 // Passes every pixel to an accumulator: Add(pixels, count, x, y) is called with runs of a row, Merge() with the
 // accumulator of the rows above. Accumulators begin as copies of the given one.
 template <class Accumulator>
 Accumulator Reduce(const ImageRef& input, const Samples& samples, const Accumulator& start) {
     constexpr std::int64_t kBands = 64, kPieceWidth = 512, kPieceHeight = 16;
     const Region& all = samples.cells;
-    const SampledInput sampled(input, all, samples.stepX, samples.stepY);
     const std::int64_t bandHeight = (all.height + kBands - 1) / kBands;
     std::vector<Accumulator> bands(static_cast<std::size_t>((all.height + bandHeight - 1) / bandHeight), start);
-    tbb::parallel_for<std::size_t>(0, bands.size(), [&](std::size_t index) {
-        const std::int64_t bottom = all.y + static_cast<std::int64_t>(index) * bandHeight;
-        const Region band = all.Intersection({all.x, bottom, all.width, bandHeight});
-        const auto addRows = [&](const View& view) {
-            for (std::int64_t y = view.region.y; y < view.region.Top(); ++y) {
-                bands[index].Add(view.Row(y), view.Width(), view.region.x, y);
-            }
+    const auto bandsOfGroup = static_cast<std::size_t>(
+        std::max(1.0, kMostPixelsOfGroup / (static_cast<double>(all.width) * static_cast<double>(bandHeight))));
+    for (std::size_t end = bands.size(); end > 0;) {
+        const std::size_t begin = end - std::min(end, bandsOfGroup);
+        const auto rowsOf = [&](std::size_t first, std::size_t count) {
+            return all.Intersection({all.x, all.y + static_cast<std::int64_t>(first) * bandHeight, all.width,
+                                     static_cast<std::int64_t>(count) * bandHeight});
         };
-        if (const std::optional<View> held = sampled.Held(band)) {
-            addRows(*held);
-            return;
-        }
-        const PixelBlock block(Region{0, 0, kPieceWidth, kPieceHeight});
-        for (std::int64_t tileY = band.y; tileY < band.Top(); tileY += kPieceHeight) {
-            for (std::int64_t tileX = band.x; tileX < band.Right(); tileX += kPieceWidth) {
-                const Tile tile = {band.Intersection({tileX, tileY, kPieceWidth, kPieceHeight}), block.GetTile().pixels,
-                                   block.GetTile().floatsPerRow};
-                sampled.Render(tile);
-                addRows({tile.region, tile.pixels, tile.floatsPerRow});
+        const SampledInput sampled(input, rowsOf(begin, end - begin), samples.stepX, samples.stepY);
+        tbb::parallel_for(begin, end, [&](std::size_t index) {
+            const Region band = rowsOf(index, 1);
+            const auto addRows = [&](const View& view) {
+                for (std::int64_t y = view.region.y; y < view.region.Top(); ++y) {
+                    bands[index].Add(view.Row(y), view.Width(), view.region.x, y);
+                }
+            };
+            if (const std::optional<View> held = sampled.Held(band)) {
+                addRows(*held);
+                return;
             }
-        }
-    });
+            const PixelBlock block(Region{0, 0, kPieceWidth, kPieceHeight});
+            for (std::int64_t tileY = band.y; tileY < band.Top(); tileY += kPieceHeight) {
+                for (std::int64_t tileX = band.x; tileX < band.Right(); tileX += kPieceWidth) {
+                    const Tile tile = {band.Intersection({tileX, tileY, kPieceWidth, kPieceHeight}),
+                                       block.GetTile().pixels, block.GetTile().floatsPerRow};
+                    sampled.Render(tile);
+                    addRows({tile.region, tile.pixels, tile.floatsPerRow});
+                }
+            }
+        });
+        end = begin;
+    }
     for (std::size_t index = 1; index < bands.size(); ++index) bands[0].Merge(bands[index]);
     return std::move(bands[0]);
 }
