@@ -23,7 +23,7 @@ constexpr Unit kUnits[] = {{'M', 1 << 20}, {'G', 1 << 30}};
 
 // Less would not hold the rows of a large picture.
 constexpr double kLeast = 16 << 20;
-constexpr double kMost = 1e15;
+constexpr double kMostBytes = 1e15;
 
 }  // namespace
 
@@ -38,7 +38,7 @@ std::uint64_t MemorySize(const std::string& option, const std::string& text) {
         throw UsageError(option + " must be a size such as 256M or 1G, got '" + text + "'");
     }
     const double bytes = number * unit->bytes;
-    if (!(bytes >= kLeast && bytes <= kMost)) {
+    if (!(bytes >= kLeast && bytes <= kMostBytes)) {
         throw UsageError(option + " must be at least " + host::NumberText(kLeast / (1 << 20)) + "M, got '" + text +
                          "'");
     }

@@ -32,8 +32,8 @@ Number PositiveIn(const std::string& number, const std::string& text) {
 }
 
 std::int32_t Scaled(double side, double scale) {
-    constexpr double kMost = std::numeric_limits<std::int32_t>::max();
-    return static_cast<std::int32_t>(std::clamp(std::round(side * scale), 1.0, kMost));
+    constexpr double kLargestSide = std::numeric_limits<std::int32_t>::max();
+    return static_cast<std::int32_t>(std::clamp(std::round(side * scale), 1.0, kLargestSide));
 }
 
 }  // namespace

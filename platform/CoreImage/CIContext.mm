@@ -103,7 +103,7 @@ std::size_t RenderRows(void* info, void* buffer, std::size_t count) {
     return static_cast<std::size_t>(rows) * bytesPerRow;
 }
 
-off_t SkipRows(void* info, off_t count) {
+off_t SkipRendering(void* info, off_t count) {
     CIDeferredRendering* rendering = DeferredRendering(info);
     const std::int64_t bytesPerRow = rendering->_region.width * static_cast<std::int64_t>(kBytesPerPixel);
     const std::int64_t rows = std::min<std::int64_t>(count / bytesPerRow, rendering->_region.height - rendering->_next);
@@ -111,11 +111,11 @@ off_t SkipRows(void* info, off_t count) {
     return static_cast<off_t>(rows * bytesPerRow);
 }
 
-void RewindRows(void* info) { DeferredRendering(info)->_next = 0; }
+void RewindRendering(void* info) { DeferredRendering(info)->_next = 0; }
 
 void ReleaseRendering(void* info) { [DeferredRendering(info) release]; }
 
-constexpr CGDataProviderSequentialCallbacks kDeferredCallbacks = {0, RenderRows, SkipRows, RewindRows,
+constexpr CGDataProviderSequentialCallbacks kDeferredCallbacks = {0, RenderRows, SkipRendering, RewindRendering,
                                                                   ReleaseRendering};
 
 }  // namespace

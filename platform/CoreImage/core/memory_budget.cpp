@@ -15,7 +15,7 @@ namespace {
 // Smaller buffers are tiles and rows.
 constexpr std::uint64_t kSmallestCounted = 1 << 20;
 
-thread_local MemoryBudget* current = nullptr;
+thread_local MemoryBudget* currentBudget = nullptr;
 
 // The number in a file. UINT64_MAX when the file is missing or holds no number, such as "max".
 std::uint64_t NumberIn(const std::string& path) {
@@ -60,14 +60,14 @@ void MemoryBudget::Take(std::uint64_t bytes) {
     throw MemoryShortage(used + bytes, limit);
 }
 
-BudgetScope::BudgetScope(MemoryBudget& budget) : before_(std::exchange(current, &budget)) {}
+BudgetScope::BudgetScope(MemoryBudget& budget) : before_(std::exchange(currentBudget, &budget)) {}
 
-BudgetScope::~BudgetScope() { current = before_; }
+BudgetScope::~BudgetScope() { currentBudget = before_; }
 
 BudgetShare::BudgetShare(std::uint64_t bytes) {
-    if (current == nullptr || bytes < kSmallestCounted) return;
-    current->Take(bytes);
-    budget_ = current;
+    if (currentBudget == nullptr || bytes < kSmallestCounted) return;
+    currentBudget->Take(bytes);
+    budget_ = currentBudget;
     bytes_ = bytes;
 }
 

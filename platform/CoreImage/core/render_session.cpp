@@ -7,14 +7,14 @@
 namespace core_image {
 namespace {
 
-thread_local RenderSession* current = nullptr;
+thread_local RenderSession* currentSession = nullptr;
 
 }  // namespace
 
-RenderSession* RenderSession::Current() { return current; }
+RenderSession* RenderSession::Current() { return currentSession; }
 
-RenderSession::Scope::Scope(RenderSession& session) : before_(std::exchange(current, &session)) {}
+RenderSession::Scope::Scope(RenderSession& session) : before_(std::exchange(currentSession, &session)) {}
 
-RenderSession::Scope::~Scope() { current = before_; }
+RenderSession::Scope::~Scope() { currentSession = before_; }
 
 }  // namespace core_image
