@@ -15,6 +15,7 @@
 #   make coverage          list the branches of plugin/ and bridge/ that the tests do not take
 #   make fidelity          write docs/fidelity.md anew: how close each filter is to the platform's; needs its renders
 #   make bench             measure the engine beside other libraries, and the cost of a call of the module
+#   make bench-files       measure the program from file to file beside other programs
 #   make clean             remove what was built; the 32-bit sysroot stays
 #
 #   ABI=x86_64             the other width for run, gallery and install; only that width for the targets that use both
@@ -39,7 +40,7 @@ TEST_PRESETS ?= $(TEST_ABIS)
 MACOS_MODULE := $(if $(MODULE),$(filter i386,$(ABI)))
 
 .PHONY: run gallery test lint tidy install package wheel package-test mutants sanitize coverage bench clean
-.PHONY: fidelity recipes program-% configure-% build-% package-%
+.PHONY: fidelity recipes bench-files program-% configure-% build-% package-%
 
 run: program-$(ABI)
 	$(if $(MACOS_MODULE),@cmake --build --preset $(ABI) --target zeva_filters_macos -- --quiet)
@@ -102,6 +103,10 @@ bench: $(TEST_ABIS:%=configure-%)
 	@$(if $(filter x86_64,$(TEST_ABIS)),tools/setup x86_64 rivals)
 	@$(if $(filter x86_64,$(TEST_ABIS)),cmake --preset x86_64 -DZEVA_RIVALS=ON --log-level=WARNING >/dev/null)
 	@tools/bench $(TEST_ABIS)
+
+bench-files: $(TEST_ABIS:%=program-%)
+	@tools/setup x86_64 rivals
+	@tools/bench_files --write $(TEST_ABIS)
 
 # The program and its modules, with no more packages than they need. A build folder that has the tests keeps them.
 program-%:

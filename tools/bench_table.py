@@ -3,6 +3,8 @@
 A result is the fastest of its repetitions, because whatever else runs on the machine only adds time.
 """
 
+import pathlib
+import platform
 import re
 
 COPY = "12 MP/copy/memory"
@@ -37,6 +39,19 @@ def table(head, rows):
     widths = [max(len(row[column]) for row in [head, *rows]) for column in range(len(head))]
     return ["  ".join(cell.ljust(width) if column == 0 else cell.rjust(width)
                       for column, (cell, width) in enumerate(zip(row, widths))).rstrip() for row in [head, *rows]]
+
+
+def machine():
+    """The processor and the system."""
+    model = re.search(r"model name\s*: (.*)", pathlib.Path("/proc/cpuinfo").read_text())
+    return f"{model[1] if model else platform.processor()}, {platform.system()} {platform.release()}"
+
+
+def replaced_block(page, number, lines):
+    """The text of a page with other lines in the code block of a number, from 0."""
+    parts = page.split("```")
+    parts[2 * number + 1] = "\n".join(["", *lines, ""])
+    return "```".join(parts)
 
 
 def engine_table(columns, size, unit):

@@ -253,24 +253,24 @@ void CreateFolder(const std::string& folder) {
     }
 }
 
-// The output file of each picture. Throws UsageError when two pictures would share a file. A picture without a size has
-// no result and shares none.
-std::vector<std::string> TargetsOf(const OutputNames& names, const std::vector<InputPicture>& pictures,
-                                   const std::function<ResultSize(std::size_t)>& sizeOf) {
-    std::vector<std::string> targets;
+// A picture and the file for its result.
+struct Job {
+    InputPicture picture;
+    std::string target;
+};
+
+// Stores the target of each job, whose size is that of its result. Throws UsageError when two would share a file.
+void NameTargets(const OutputNames& names, const std::vector<ResultSize>& sizes, std::vector<Job>& jobs) {
     std::map<path, std::string> taken;
-    for (std::size_t i = 0; i < pictures.size(); ++i) {
-        const ResultSize size = sizeOf(i);
-        const std::string target = names.Of(pictures[i], i, size);
-        targets.push_back(target);
-        if (names.HasSizes() && size.width == 0) continue;
-        const auto [other, isNew] = taken.emplace(path(target).lexically_normal(), pictures[i].path);
+    for (std::size_t i = 0; i < jobs.size(); ++i) {
+        const std::string& input = jobs[i].picture.path;
+        jobs[i].target = names.Of(jobs[i].picture, sizes[i]);
+        const auto [other, isNew] = taken.emplace(path(jobs[i].target).lexically_normal(), input);
         if (!isNew) {
-            throw UsageError(target + ": the results of " + other->second + " and " + pictures[i].path +
+            throw UsageError(jobs[i].target + ": the results of " + other->second + " and " + input +
                              " would both be written there; nothing was written");
         }
     }
-    return targets;
 }
 
 std::string FolderOf(const std::string& target) {
@@ -294,17 +294,14 @@ std::vector<std::string> OtherFiles(const ProgramOptions& options, const ApplyRe
 
 // Throws UsageError when a result would overwrite a file that the command reads, or another result. In place, a result
 // overwrites its own picture.
-void ProtectInputs(const ApplyRequest& request, const std::vector<std::string>& others,
-                   const std::vector<InputPicture>& pictures, const std::vector<std::string>& targets) {
+void ProtectInputs(const ApplyRequest& request, const std::vector<std::string>& others, const std::vector<Job>& jobs) {
     ProtectedFiles files;
-    if (!request.isInPlace) {
-        for (const InputPicture& picture : pictures) {
-            if (picture.path != kStandardStream) files.Add(picture.path);
-        }
+    for (const Job& job : jobs) {
+        if (!request.isInPlace && job.picture.path != kStandardStream) files.Add(job.picture.path);
     }
     for (const std::string& other : others) files.Add(other);
-    for (const std::string& target : targets) {
-        if (target != kStandardStream) files.AddOutput(target, "a result", "nothing was written");
+    for (const Job& job : jobs) {
+        if (job.target != kStandardStream) files.AddOutput(job.target, "a result", "nothing was written");
     }
 }
 
@@ -317,12 +314,12 @@ void ApplyToOne(const ProgramOptions& options, const ApplyRequest& request, cons
     const std::vector<std::string> others = OtherFiles(options, request, recipe);
     // Returns whether there is something to do.
     const auto isWanted = [&](const std::string& target) {
-        ProtectInputs(request, others, pictures, {target});
+        ProtectInputs(request, others, {{picture, target}});
         if (!IsKept(request, target)) return true;
         report("skip", target + ", which exists");
         return false;
     };
-    std::string target = names.Of(picture, 0, {});
+    std::string target = names.Of(picture, {});
     std::vector<std::string> files = others;
     if (!names.HasSizes()) {
         if (!isWanted(target)) return;
@@ -339,7 +336,7 @@ void ApplyToOne(const ProgramOptions& options, const ApplyRequest& request, cons
     const auto image = WithStatus(pictures.empty() ? kWrongUsage : kFailed,
                                   [&] { return Filtered(*host, request, plan, opened, report); });
     if (names.HasSizes()) {
-        target = names.Of(picture, 0, SizeOf(*host, image));
+        target = names.Of(picture, SizeOf(*host, image));
         if (!isWanted(target)) return;
     }
     if (names.IsPerPicture()) CreateFolder(FolderOf(target));
@@ -365,18 +362,26 @@ void RunInWorker(const std::function<void()>& job) {
     if (!problem.empty()) throw Failure(status, problem);
 }
 
-// Calls a function with the worker and the number of each picture, in parallel.
-void RunForEach(const ProgramOptions& options, const ApplyRequest& request, const Recipe& recipe, std::size_t count,
-                const std::function<void(const Worker&, std::size_t)>& function, const BatchReport& report) {
+// A job that failed, and why.
+struct JobFailure {
+    Job job;
+    std::string text;
+    int errorNumber;
+};
+
+// Calls a function with a worker and the index of each job, in parallel.
+void RunJobs(const ProgramOptions& options, const ApplyRequest& request, const Recipe& recipe,
+             const std::vector<Job>& jobs, const std::function<void(const Worker&, std::size_t)>& function,
+             const BatchReport& report) {
     ProgramOptions ofWorker = options;
-    ofWorker.workers = WorkersOfBatch(count);
+    ofWorker.workers = WorkersOfBatch(jobs.size());
     const auto prepare = [&]() -> BatchJob {
         const auto worker = std::make_shared<Worker>();
         worker->host = MakeHost(ofWorker);
         worker->plan = Prepare(*worker->host, request, recipe);
         return [&, worker](std::size_t i) { function(*worker, i); };
     };
-    RunBatch(count, prepare, report);
+    RunBatch(jobs.size(), prepare, report);
 }
 
 // The result of a picture, opened and filtered in a worker.
@@ -385,67 +390,88 @@ ObjectReference ResultOf(const Worker& worker, const ApplyRequest& request, cons
     return Filtered(*worker.host, request, worker.plan, Opened(*worker.host, picture.path, quiet), quiet);
 }
 
+// Returns the size of each job's result. Moves the jobs that fail to the failures.
+std::vector<ResultSize> Measure(const ProgramOptions& options, const ApplyRequest& request, const Recipe& recipe,
+                                std::vector<Job>& jobs, std::vector<JobFailure>& failures) {
+    const SharedArray<ResultSize> measured(jobs.size());
+    std::vector<bool> hasFailed(jobs.size());
+    RunJobs(
+        options, request, recipe, jobs,
+        [&](const Worker& worker, std::size_t i) {
+            measured[i] = SizeOf(*worker.host, ResultOf(worker, request, jobs[i].picture));
+        },
+        [&](std::size_t i, const std::string& failure, int errorNumber) {
+            if (failure.empty()) return;
+            failures.push_back({jobs[i], failure, errorNumber});
+            hasFailed[i] = true;
+        });
+    std::vector<Job> sound;
+    std::vector<ResultSize> sizes;
+    for (std::size_t i = 0; i < jobs.size(); ++i) {
+        if (hasFailed[i]) continue;
+        sound.push_back(jobs[i]);
+        sizes.push_back(measured[i]);
+    }
+    jobs = std::move(sound);
+    return sizes;
+}
+
 // Processes many pictures in parallel, and prints failures, the progress and a summary. Returns the exit status.
 int ApplyToMany(const ProgramOptions& options, const ApplyRequest& request, const Recipe& recipe,
-                const OutputNames& names, std::vector<InputPicture> pictures) {
+                const OutputNames& names, const std::vector<InputPicture>& pictures) {
     if (!options.trace.empty()) {
         throw HostError("--trace",
                         "one picture at a time can be traced, got " + std::to_string(pictures.size()) + " pictures");
     }
     const bool isFromInput = std::ranges::count(pictures, kStandardStream, &InputPicture::path) > 0;
     if (isFromInput) throw UsageError("-: standard input can only be the only picture");
-    SharedArray<ResultSize> sizes(pictures.size());
-    const auto sizeOf = [&](std::size_t i) { return sizes[i]; };
-    if (!names.HasSizes()) {
-        ProtectInputs(request, OtherFiles(options, request, recipe), pictures, TargetsOf(names, pictures, sizeOf));
-    }
+    const std::vector<std::string> others = OtherFiles(options, request, recipe);
+    std::vector<Job> jobs;
+    for (const InputPicture& picture : pictures) jobs.push_back({picture, ""});
+    const auto nameTargets = [&](const std::vector<ResultSize>& sizes) {
+        NameTargets(names, sizes, jobs);
+        ProtectInputs(request, others, jobs);
+    };
+    if (!names.HasSizes()) nameTargets(std::vector<ResultSize>(jobs.size()));
     RunInWorker([&] {
         const auto host = MakeHost(options);
         CheckOutputs(*host, Prepare(*host, request, recipe).steps, /*hasInput=*/true);
     });
-    if (names.HasSizes()) {
-        // A picture that fails here fails again below, where that is reported.
-        const auto measure = [&](const Worker& worker, std::size_t i) {
-            sizes[i] = SizeOf(*worker.host, ResultOf(worker, request, pictures[i]));
-        };
-        RunForEach(options, request, recipe, pictures.size(), measure, [](auto&&...) {});
-    }
-    std::vector<std::string> targets = TargetsOf(names, pictures, sizeOf);
-    ProtectInputs(request, OtherFiles(options, request, recipe), pictures, targets);
-    std::size_t kept = 0;
-    for (std::size_t i = 0; i < targets.size(); ++i) {
-        if (IsKept(request, targets[i])) {
-            ++kept;
-            continue;
-        }
-        pictures[i - kept] = pictures[i];
-        targets[i - kept] = targets[i];
-    }
-    pictures.resize(pictures.size() - kept);
-    targets.resize(targets.size() - kept);
+    std::vector<JobFailure> failures;
+    if (names.HasSizes()) nameTargets(Measure(options, request, recipe, jobs, failures));
+    const std::size_t kept = std::erase_if(jobs, [&](const Job& job) { return IsKept(request, job.target); });
     if (names.IsPerPicture()) {
         std::set<std::string> folders;
-        for (const std::string& target : targets) folders.insert(FolderOf(target));
+        for (const Job& job : jobs) folders.insert(FolderOf(job.target));
         for (const std::string& folder : folders) CreateFolder(folder);
     }
-    Progress progress(targets.size(), options.isQuiet);
-    const auto apply = [&](const Worker& worker, std::size_t i) {
-        const StepReport quiet = [](auto&&...) {};
-        Save(*worker.host, request, worker.plan, ResultOf(worker, request, pictures[i]), targets[i], quiet);
-    };
+    Progress progress(failures.size() + jobs.size(), options.isQuiet);
     int status = kDone;
-    RunForEach(options, request, recipe, targets.size(), apply,
-               [&](std::size_t i, const std::string& failure, int errorNumber) {
-                   const std::string& input = pictures[i].path;
-                   const bool isNamed =
-                       failure.empty() || host::PrintableText(failure).starts_with(host::PrintableText(input) + ": ");
-                   progress.Done(isNamed ? failure : input + ": " + failure);
-                   const bool isMachine = StatusOfNumber(errorNumber, kFailed) == kMachineFailed;
-                   if (!failure.empty()) status = std::max(status, isMachine ? kMachineFailed : kFailed);
-               });
+    const auto report = [&](const Job& job, const std::string& failure, int errorNumber) {
+        const std::string& input = job.picture.path;
+        const bool isNamed =
+            failure.empty() || host::PrintableText(failure).starts_with(host::PrintableText(input) + ": ");
+        progress.Done(isNamed ? failure : input + ": " + failure);
+        const bool isMachine = StatusOfNumber(errorNumber, kFailed) == kMachineFailed;
+        if (!failure.empty()) status = std::max(status, isMachine ? kMachineFailed : kFailed);
+    };
+    for (const JobFailure& failure : failures) report(failure.job, failure.text, failure.errorNumber);
+    RunJobs(
+        options, request, recipe, jobs,
+        [&](const Worker& worker, std::size_t i) {
+            const StepReport quiet = [](auto&&...) {};
+            const ObjectReference result = ResultOf(worker, request, jobs[i].picture);
+            Save(*worker.host, request, worker.plan, result, jobs[i].target, quiet);
+        },
+        [&](std::size_t i, const std::string& failure, int errorNumber) { report(jobs[i], failure, errorNumber); });
     const std::string where = request.isInPlace ? "written in place" : "written to " + request.output;
     progress.Summarize(kept == 0 ? where : where + " (" + std::to_string(kept) + " existed)");
     return status;
+}
+
+std::vector<InputPicture> Numbered(std::vector<InputPicture> pictures) {
+    for (std::size_t i = 0; i < pictures.size(); ++i) pictures[i].number = i + 1;
+    return pictures;
 }
 
 // The pictures that the words name. With --recursive, a folder stands for the pictures in it, whatever their names are.
@@ -463,7 +489,7 @@ std::vector<InputPicture> PicturesOf(const ProgramOptions& options, const ApplyR
             pictures.push_back(std::move(file));
         }
     }
-    if (found.empty()) return pictures;
+    if (found.empty()) return Numbered(std::move(pictures));
     SharedArray<bool> isPicture(pictures.size());
     RunInWorker([&] {
         const auto host = MakeHost(options);
@@ -474,9 +500,9 @@ std::vector<InputPicture> PicturesOf(const ProgramOptions& options, const ApplyR
     });
     std::vector<InputPicture> chosen;
     for (std::size_t i = 0; i < pictures.size(); ++i) {
-        if (isPicture[i] || std::ranges::find(found, i) == found.end()) chosen.push_back(std::move(pictures[i]));
+        if (isPicture[i] || !std::ranges::binary_search(found, i)) chosen.push_back(std::move(pictures[i]));
     }
-    return chosen;
+    return Numbered(std::move(chosen));
 }
 
 // Throws HostError when --rect is not a rectangle of at least one pixel.

@@ -71,7 +71,7 @@ bool OutputNames::HasSizes() const {
                        [](const Part& part) { return part.kind == Part::kWidth || part.kind == Part::kHeight; });
 }
 
-std::string OutputNames::Of(const InputPicture& picture, std::size_t index, const ResultSize& size) const {
+std::string OutputNames::Of(const InputPicture& picture, const ResultSize& size) const {
     const path file = path(picture.path).filename();
     std::string result;
     bool isFolderOmitted = false;  // "." is left out together with the slash behind it
@@ -96,7 +96,7 @@ std::string OutputNames::Of(const InputPicture& picture, std::size_t index, cons
                 result += std::to_string(static_cast<long long>(size.height));
                 break;
             case Part::kIndex:
-                result += std::to_string(index + 1);
+                result += std::to_string(picture.number);
                 break;
             case Part::kFile:
                 result += file.string();

@@ -24,6 +24,7 @@
 struct InputPicture {
     std::string path;
     std::string folder = ".";  // within the folder that was given; "." for the folder itself and for a single file
+    std::size_t number = 1;    // among all pictures
 };
 
 // The size of a result.
@@ -47,7 +48,7 @@ class OutputNames {
     bool HasSizes() const;
 
     // The file for the result of a picture.
-    std::string Of(const InputPicture& picture, std::size_t index, const ResultSize& size) const;
+    std::string Of(const InputPicture& picture, const ResultSize& size) const;
 
   private:
     // What a part of the path stands for: text, a name in braces, the file name of the picture, or its whole path.

@@ -35,6 +35,13 @@ class FastestTest(unittest.TestCase):
                          ["not timed: a/a/a: differs"])
 
 
+class PageTest(unittest.TestCase):
+    def test_replaces_one_block_of_code_and_nothing_else(self):
+        page = "a\n```\nold\n```\nb\n```\n```\nc\n"
+        self.assertEqual(bench_table.replaced_block(page, 0, ["x", "y"]), "a\n```\nx\ny\n```\nb\n```\n```\nc\n")
+        self.assertEqual(bench_table.replaced_block(page, 1, ["x"]), "a\n```\nold\n```\nb\n```\nx\n```\nc\n")
+
+
 class EngineReportTest(unittest.TestCase):
     def test_divides_times_by_the_copy_of_the_same_preset(self):
         wide = {"12 MP/copy/memory": 10e6, "12 MP/gamma/engine": 25e6}

@@ -15,7 +15,7 @@ constexpr double kLobes = 3;
 constexpr double kWeightStep = 0x1p-22;
 
 // sinc(t) sinc(t / 3), given x = pi t / 3 and its sine; sin(3 x) = 3 sin x - 4 sin^3 x.
-double Kernel(double x, double sine) {
+double LanczosAt(double x, double sine) {
     constexpr double kCenter = 1e-7;
     if (std::abs(x) < kCenter) return 1;
     const double square = sine * sine;
@@ -63,7 +63,7 @@ LanczosWeights::LanczosWeights(const ResizedLine& line, std::int64_t begin, std:
         double sine = std::sin(start), cosine = std::cos(start);
         weights.resize(static_cast<std::size_t>(range.end - range.begin));
         for (std::size_t k = 0; k < weights.size(); ++k) {
-            weights[k] = Kernel(start + static_cast<double>(k) * turn, sine);
+            weights[k] = LanczosAt(start + static_cast<double>(k) * turn, sine);
             const double nextSine = sine * turnCosine + cosine * turnSine;
             cosine = cosine * turnCosine - sine * turnSine;
             sine = nextSine;

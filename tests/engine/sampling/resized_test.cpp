@@ -22,7 +22,7 @@ namespace {
 
 using namespace oracle;
 
-constexpr ResizeMode kModes[] = {ResizeMode::kStretch, ResizeMode::kFit, ResizeMode::kFill};
+constexpr ResizeMode kResizeModes[] = {ResizeMode::kStretch, ResizeMode::kFit, ResizeMode::kFill};
 
 double Sinc(double t) { return t == 0 ? 1 : std::sin(std::numbers::pi * t) / (std::numbers::pi * t); }
 
@@ -84,7 +84,7 @@ TEST(ResizedTest, MatchesTheKernelInDoubles) {
     for (int round = 0; round < 20; ++round) {
         const Source source = RandomSource(random);
         const std::int64_t width = random.Whole(1, 70), height = random.Whole(1, 70);
-        for (const ResizeMode mode : kModes) ExpectLanczos(source, width, height, mode);
+        for (const ResizeMode mode : kResizeModes) ExpectLanczos(source, width, height, mode);
         if (HasFatalFailure()) return;
     }
 }
@@ -161,7 +161,7 @@ TEST(ResizedTest, AnImageOfTheSizeIsOnlyMoved) {
     const Source source = RandomSource(random);
     const std::vector<float> pixels = Pixels(source.image, source.region);
     const Region moved = {0, 0, source.region.width, source.region.height};
-    for (const ResizeMode mode : kModes) {
+    for (const ResizeMode mode : kResizeModes) {
         EXPECT_EQ(Pixels(MakeResizedImage(source.image, moved.width, moved.height, mode), moved), pixels);
     }
 }
@@ -186,7 +186,7 @@ TEST(ResizedTest, ImagesWithoutFiniteExtentGiveNull) {
     const ImageRef board = Generated("CICheckerboardGenerator", {{"inputWidth", {8}}});
     const ImageRef half = MakeCroppedImage(board, {0, 0, HUGE_VAL, 5});
     for (const ImageRef& image : {board, half, MakeCroppedImage(board, {})}) {
-        for (const ResizeMode mode : kModes) EXPECT_EQ(MakeResizedImage(image, 4, 4, mode), nullptr);
+        for (const ResizeMode mode : kResizeModes) EXPECT_EQ(MakeResizedImage(image, 4, 4, mode), nullptr);
     }
 }
 
