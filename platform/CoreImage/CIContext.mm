@@ -11,7 +11,24 @@
 
 namespace {
 
-constexpr std::size_t kBytesPerPixel = 4;
+// The pixels of a format. Returns false for an unknown format.
+bool ReadFormat(CIFormat format, core_image::PixelFormat* pixels) {
+    if (format == kCIFormatRGBA8) *pixels = core_image::PixelFormat::kBytes;
+    if (format == kCIFormatRGBA16) *pixels = core_image::PixelFormat::kWords;
+    if (format == kCIFormatRGBAf) *pixels = core_image::PixelFormat::kFloats;
+    return format == kCIFormatRGBA8 || format == kCIFormatRGBA16 || format == kCIFormatRGBAf;
+}
+
+// The layout of a bitmap that holds rendered pixels.
+CGBitmapInfo InfoOf(core_image::PixelFormat pixels) {
+    const bool isWords = pixels == core_image::PixelFormat::kWords;
+    CGBitmapInfo info = isWords ? kCGImageAlphaLast : kCGImageAlphaPremultipliedLast;
+    if (isWords) info |= kCGBitmapByteOrder16Host;
+    if (pixels == core_image::PixelFormat::kFloats) {
+        info |= static_cast<CGBitmapInfo>(kCGBitmapFloatComponents | kCGBitmapByteOrder32Host);
+    }
+    return info;
+}
 
 // The region of a rectangle. Returns false for one that cannot be rendered, and notes the reason.
 bool ReadRegion(CGRect rect, core_image::Region* region) {
@@ -21,10 +38,10 @@ bool ReadRegion(CGRect rect, core_image::Region* region) {
 }
 
 // Allocates rows for a region; returns null when memory is short. The caller frees them.
-void* AllocateRows(const core_image::Region& region) {
+void* AllocateRows(const core_image::Region& region, core_image::PixelFormat pixels) {
     // Why half: no object may be larger than a signed size can count.
     constexpr auto kMostBytes = static_cast<double>(SIZE_MAX / 2);
-    const double bytes = core_image::PixelCount(region) * kBytesPerPixel;
+    const double bytes = core_image::PixelCount(region) * static_cast<double>(core_image::SizeOfPixel(pixels));
     void* rows = bytes < kMostBytes ? std::malloc(static_cast<std::size_t>(bytes)) : nullptr;
     if (rows == nullptr) {
         core_image::NoteFailure("%lld x %lld pixels: the result needs %.0f MB of memory",
@@ -82,13 +99,16 @@ NSString* const kCIContextMemoryLimit = @"memory_limit";
                      format:(CIFormat)format
                  colorSpace:(CGColorSpaceRef)colorSpace {
     core_image::ForgetFailure();
-    if (format != kCIFormatRGBA8 || CGColorSpaceGetModel(colorSpace) != kCGColorSpaceModelRGB) return nullptr;
+    core_image::BitmapDestination destination;
+    if (!ReadFormat(format, &destination.format) || CGColorSpaceGetModel(colorSpace) != kCGColorSpaceModelRGB) {
+        return nullptr;
+    }
     core_image::Region region;
     if (image == nil || !ReadRegion(rect, &region)) return nullptr;
-    void* rows = AllocateRows(region);
+    void* rows = AllocateRows(region, destination.format);
     if (rows == nullptr) return nullptr;
-    const std::size_t bytesPerRow = static_cast<std::size_t>(region.width) * kBytesPerPixel;
-    core_image::BitmapDestination destination;
+    const std::size_t bytesPerRow =
+        static_cast<std::size_t>(region.width) * core_image::SizeOfPixel(destination.format);
     destination.pixels = rows;
     destination.bytesPerRow = static_cast<std::ptrdiff_t>(bytesPerRow);
     const core_image::SpaceCoding coding = core_image::CodingOfSpace(colorSpace);
@@ -100,10 +120,10 @@ NSString* const kCIContextMemoryLimit = @"memory_limit";
     const auto height = static_cast<std::size_t>(region.height);
     NSData* data = [[NSData alloc] initWithBytesNoCopy:rows length:bytesPerRow * height freeWhenDone:YES];
     CGDataProviderRef provider = CGDataProviderCreateWithCFData((CFDataRef)data);
-    CGImageRef result =
-        CGImageCreate(static_cast<std::size_t>(region.width), height, /*bitsPerComponent=*/8,
-                      /*bitsPerPixel=*/32, bytesPerRow, colorSpace, kCGImageAlphaPremultipliedLast, provider,
-                      /*decode=*/nullptr, /*shouldInterpolate=*/true, kCGRenderingIntentDefault);
+    const std::size_t bitsPerPixel = 8 * core_image::SizeOfPixel(destination.format);
+    CGImageRef result = CGImageCreate(static_cast<std::size_t>(region.width), height, bitsPerPixel / 4, bitsPerPixel,
+                                      bytesPerRow, colorSpace, InfoOf(destination.format), provider,
+                                      /*decode=*/nullptr, /*shouldInterpolate=*/true, kCGRenderingIntentDefault);
     CGDataProviderRelease(provider);
     [data release];
     return result;
@@ -117,12 +137,11 @@ NSString* const kCIContextMemoryLimit = @"memory_limit";
     colorSpace:(CGColorSpaceRef)colorSpace {
     core_image::ForgetFailure();
     core_image::Region region;
-    if (image == nil || bitmap == nullptr || (format != kCIFormatRGBA8 && format != kCIFormatRGBAf)) return;
-    if (!ReadRegion(bounds, &region)) return;
     core_image::BitmapDestination destination;
+    if (image == nil || bitmap == nullptr || !ReadFormat(format, &destination.format)) return;
+    if (!ReadRegion(bounds, &region)) return;
     destination.pixels = bitmap;
     destination.bytesPerRow = rowBytes;
-    destination.format = format == kCIFormatRGBA8 ? core_image::PixelFormat::kBytes : core_image::PixelFormat::kFloats;
     const core_image::SpaceCoding coding = core_image::CodingOfSpace(colorSpace);
     destination.transfer = coding.transfer;
     // The method returns nothing; CIEngineFailure tells.

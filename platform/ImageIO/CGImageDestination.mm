@@ -9,20 +9,23 @@
 #include <climits>
 #include <cstdint>
 #include <cstdlib>
+#include <string>
 
 #include "encode.h"
 #include "files.h"
+#include "formats.h"
 
 const CFStringRef kCGImageDestinationLossyCompressionQuality = CFSTR("kCGImageDestinationLossyCompressionQuality");
+const CFStringRef kCGImageDestinationCompression = CFSTR("Compression");
 
 // A destination as an object. Either _url or _data is set.
 @interface CGImageDestinationObject : NSObject {
   @public
     NSURL* _url;
     NSMutableData* _data;
-    BOOL _isJPEG;
+    const image_io::Format* _format;
     CGImageRef _image;
-    double _quality;
+    NSDictionary* _properties;
 }
 @end
 
@@ -32,16 +35,13 @@ const CFStringRef kCGImageDestinationLossyCompressionQuality = CFSTR("kCGImageDe
     [_url release];
     [_data release];
     CGImageRelease(_image);
+    [_properties release];
     [super dealloc];
 }
 
 @end
 
 namespace {
-
-NSString* const kTypePNG = @"public.png";
-NSString* const kTypeJPEG = @"public.jpeg";
-constexpr double kDefaultQuality = 0.9;
 
 // Delivers an encoded file to the destination's data or URL. Returns the error number, 0 for none.
 int Deliver(CGImageDestinationObject* destination, const image_io::EncodedFile& file) {
@@ -61,12 +61,26 @@ NSData* ProfileOf(CGColorSpaceRef space) {
     return [(NSData*)CGColorSpaceCopyICCData(space) autorelease];
 }
 
+// Reads how to write the file from the properties of the image.
+image_io::EncodeOptions OptionsIn(NSDictionary* properties) {
+    image_io::EncodeOptions options;
+    id quality = [properties objectForKey:(id)kCGImageDestinationLossyCompressionQuality];
+    if (quality != nil) options.quality = [quality doubleValue];
+    NSString* compression = [properties objectForKey:(id)kCGImageDestinationCompression];
+    if ([compression isEqual:@"balanced"]) options.compression = image_io::Compression::kBalanced;
+    if ([compression isEqual:@"small"]) options.compression = image_io::Compression::kSmall;
+    return options;
+}
+
 // Encodes the destination's image and delivers the file. Returns the error number, 0 for none.
 int Write(CGImageDestinationObject* destination) {
     CGImageRef image = destination->_image;
     NSData* bytes = [(NSData*)CGDataProviderCopyData(CGImageGetDataProvider(image)) autorelease];
     const CGImageAlphaInfo alpha = CGImageGetAlphaInfo(image);
+    const std::size_t depth = CGImageGetBitsPerComponent(image);
+    if ((destination->_format->depths & depth) == 0) return EINVAL;
     image_io::Pixels pixels;
+    pixels.depth = depth;
     pixels.bytes = static_cast<const std::uint8_t*>([bytes bytes]);
     pixels.width = CGImageGetWidth(image);
     pixels.height = CGImageGetHeight(image);
@@ -77,19 +91,20 @@ int Write(CGImageDestinationObject* destination) {
     pixels.profile = [profile bytes];
     pixels.profileLength = [profile length];
     image_io::EncodedFile file;
-    int error = destination->_isJPEG ? image_io::EncodeJPEG(pixels, destination->_quality, &file)
-                                     : image_io::EncodePNG(pixels, &file);
+    std::string reason;
+    const image_io::Codec* codec = image_io::CodecOf(*destination->_format, &reason);
+    int error = codec->encode(pixels, OptionsIn(destination->_properties), &file);
     if (error == 0) error = Deliver(destination, file);
     std::free(file.bytes);
     return error;
 }
 
-// Returns a destination for one PNG or JPEG image; nil for another type or count.
+// Returns a destination for one image; nil for a type that cannot be written, and for another count.
 CGImageDestinationObject* NewDestination(CFStringRef type, size_t count) {
-    const BOOL isJPEG = [kTypeJPEG isEqual:(id)type];
-    if (count != 1 || !(isJPEG || [kTypePNG isEqual:(id)type])) return nil;
+    const image_io::Format* format = type != nullptr ? image_io::FormatOfType([(NSString*)type UTF8String]) : nullptr;
+    if (count != 1 || format == nullptr || !image_io::ObstacleToEncoding(*format).empty()) return nil;
     CGImageDestinationObject* destination = [[CGImageDestinationObject alloc] init];
-    destination->_isJPEG = isJPEG;
+    destination->_format = format;
     return destination;
 }
 
@@ -111,8 +126,7 @@ CGImageDestinationRef CGImageDestinationCreateWithData(CFMutableDataRef data, CF
 void CGImageDestinationAddImage(CGImageDestinationRef destination, CGImageRef image, CFDictionaryRef properties) {
     CGImageDestinationObject* object = (CGImageDestinationObject*)destination;
     if (object == nil || object->_image != nullptr) return;
-    id quality = [(NSDictionary*)properties objectForKey:(id)kCGImageDestinationLossyCompressionQuality];
-    object->_quality = quality == nil ? kDefaultQuality : [quality doubleValue];
+    object->_properties = [(NSDictionary*)properties copy];
     object->_image = CGImageRetain(image);
 }
 

@@ -1,8 +1,8 @@
-// CGImageSource.h - reads PNG and JPEG files, from disk or from memory.
+// CGImageSource.h - reads picture files, from disk or from memory. The first bytes tell the format, not the name.
 //
-// A source keeps the bytes of one file and decodes them once, on the first request for the status or the image. Every
-// kind of PNG, and gray and color JPEG files, become 8-bit RGBA images with straight alpha. Their color space comes
-// from the file's ICC profile if that describes RGB; otherwise it is sRGB.
+// A source keeps the bytes of one file and decodes them once, on the first request for the status or the image. The
+// image is RGBA: with straight alpha, of 8 bits, or of 16 if the file has more than 8; or premultiplied floats, if the
+// file has floats. Its color space comes from the file's ICC profile if that describes RGB; otherwise it is sRGB.
 //
 // Ownership: the caller owns what Create and Copy return and releases it with CFRelease.
 // Failure:   a broken, truncated or unknown file gives no image, and its status says why; nothing is printed. A source
@@ -19,8 +19,8 @@ typedef struct CGImageSource* CGImageSourceRef;
 typedef int32_t CGImageSourceStatus;
 enum {
     kCGImageStatusUnexpectedEOF = -5,  // the file is truncated
-    kCGImageStatusInvalidData = -4,    // a PNG or JPEG that is broken or too large for memory
-    kCGImageStatusUnknownType = -3,    // neither PNG nor JPEG, or a CMYK JPEG
+    kCGImageStatusInvalidData = -4,    // a picture that is broken or too large
+    kCGImageStatusUnknownType = -3,    // not a format that can be read here, or a kind of picture that cannot
     kCGImageStatusReadingHeader = -2,  // too short to tell the type
     kCGImageStatusIncomplete = -1,
     kCGImageStatusComplete = 0,
@@ -45,6 +45,13 @@ CG_EXTERN const CFStringRef kCGImagePropertyOrientation;
 // Image properties: the size of the stored image, NSNumbers.
 CG_EXTERN const CFStringRef kCGImagePropertyPixelWidth;
 CG_EXTERN const CFStringRef kCGImagePropertyPixelHeight;
+
+// Image property: why the image cannot be read, an NSString, where more is known than the status says.
+CG_EXTERN const CFStringRef kCGImagePropertyFailure;
+
+// The most pixels of an image that is read; 268435456 unless another limit was set. The limit is that of the process.
+CG_EXTERN size_t CGImageSourceGetPixelLimit(void);
+CG_EXTERN void CGImageSourceSetPixelLimit(size_t pixels);
 
 // Returns the properties of the image, owned by the caller: the orientation, if the file has one, and the size, once
 // the image was requested, also when it is too large to be decoded. Does not decode the pixels. Null for an index other

@@ -16,6 +16,7 @@
 const CFStringRef kCGImagePropertyOrientation = CFSTR("Orientation");
 const CFStringRef kCGImagePropertyPixelWidth = CFSTR("PixelWidth");
 const CFStringRef kCGImagePropertyPixelHeight = CFSTR("PixelHeight");
+const CFStringRef kCGImagePropertyFailure = CFSTR("Failure");
 
 // A source as an object: the bytes of the file, and the result of decoding them.
 @interface CGImageSourceObject : NSObject {
@@ -26,6 +27,7 @@ const CFStringRef kCGImagePropertyPixelHeight = CFSTR("PixelHeight");
     CGImageRef _image;
     std::size_t _width;  // 0 until the size is known
     std::size_t _height;
+    NSString* _reason;  // nil where the status says all that is known
 }
 @end
 
@@ -34,6 +36,7 @@ const CFStringRef kCGImagePropertyPixelHeight = CFSTR("PixelHeight");
 - (void)dealloc {
     [_data release];
     CGImageRelease(_image);
+    [_reason release];
     [super dealloc];
 }
 
@@ -49,7 +52,7 @@ static_assert(static_cast<int>(image_io::Status::kComplete) == kCGImageStatusCom
 
 // Returns a bitmap that takes ownership of the picture's pixels, in the space of its profile; frees the profile.
 CGImageRef MakeImage(const image_io::Picture& picture) {
-    const std::size_t bytesPerRow = picture.width * image_io::kBytesPerPixel;
+    const std::size_t bytesPerRow = picture.BytesPerRow();
     NSData* data = [[NSData alloc] initWithBytesNoCopy:picture.pixels
                                                 length:bytesPerRow * picture.height
                                           freeWhenDone:YES];
@@ -58,9 +61,12 @@ CGImageRef MakeImage(const image_io::Picture& picture) {
     std::free(picture.profile);
     CGColorSpaceRef space = CGColorSpaceCreateWithICCData((CFDataRef)profile);
     if (space == nullptr) space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
-    CGImageRef image = CGImageCreate(picture.width, picture.height, /*bitsPerComponent=*/8, /*bitsPerPixel=*/32,
-                                     bytesPerRow, space, kCGImageAlphaLast, provider, /*decode=*/nullptr,
-                                     /*shouldInterpolate=*/true, kCGRenderingIntentDefault);
+    CGBitmapInfo info = picture.depth == 32 ? kCGImageAlphaPremultipliedLast : kCGImageAlphaLast;
+    if (picture.depth == 16) info |= kCGBitmapByteOrder16Host;
+    if (picture.depth == 32) info |= static_cast<CGBitmapInfo>(kCGBitmapFloatComponents | kCGBitmapByteOrder32Host);
+    CGImageRef image =
+        CGImageCreate(picture.width, picture.height, picture.depth, 4 * picture.depth, bytesPerRow, space, info,
+                      provider, /*decode=*/nullptr, /*shouldInterpolate=*/true, kCGRenderingIntentDefault);
     CGColorSpaceRelease(space);
     CGDataProviderRelease(provider);
     [data release];
@@ -79,6 +85,7 @@ CGImageSourceObject* Decoded(CGImageSourceRef source) {
     object->_width = picture.width;
     object->_height = picture.height;
     if (status == image_io::Status::kComplete) object->_image = MakeImage(picture);
+    if (picture.reason[0] != '\0') object->_reason = [[NSString alloc] initWithUTF8String:picture.reason];
     return object;
 }
 
@@ -114,6 +121,10 @@ CGImageSourceStatus CGImageSourceGetStatus(CGImageSourceRef source) {
     return source == nullptr ? kCGImageStatusInvalidData : Decoded(source)->_status;
 }
 
+size_t CGImageSourceGetPixelLimit(void) { return image_io::PixelLimit(); }
+
+void CGImageSourceSetPixelLimit(size_t pixels) { image_io::SetPixelLimit(pixels); }
+
 CGImageRef CGImageSourceCreateImageAtIndex(CGImageSourceRef source, size_t index, CFDictionaryRef) {
     return source == nullptr || index != 0 ? nullptr : CGImageRetain(Decoded(source)->_image);
 }
@@ -131,5 +142,6 @@ CFDictionaryRef CGImageSourceCopyPropertiesAtIndex(CGImageSourceRef source, size
         [properties setObject:[NSNumber numberWithUnsignedLong:object->_width] forKey:(id)kCGImagePropertyPixelWidth];
         [properties setObject:[NSNumber numberWithUnsignedLong:object->_height] forKey:(id)kCGImagePropertyPixelHeight];
     }
+    if (object->_reason != nil) [properties setObject:object->_reason forKey:(id)kCGImagePropertyFailure];
     return (CFDictionaryRef)properties;
 }

@@ -74,7 +74,7 @@ Status ReadPicture(jpeg_decompress_struct* jpeg, Picture* picture) {
     if (!Allocate(jpeg->image_width, jpeg->image_height, picture)) return Status::kInvalidData;
     jpeg_start_decompress(jpeg);
     while (jpeg->output_scanline < jpeg->output_height) {
-        JSAMPROW row = picture->pixels + std::size_t{jpeg->output_scanline} * picture->width * kBytesPerPixel;
+        JSAMPROW row = picture->pixels + std::size_t{jpeg->output_scanline} * picture->BytesPerRow();
         jpeg_read_scanlines(jpeg, &row, 1);
     }
     jpeg_finish_decompress(jpeg);

@@ -10,9 +10,10 @@
 
 namespace image_io {
 
-// The pixels to write: 8-bit RGBA, top row first.
+// The pixels to write: RGBA, top row first.
 struct Pixels {
     const std::uint8_t* bytes = nullptr;
+    std::size_t depth = 8;  // the bits of a component: 8, 16 in the order of the machine, or 32 for floats
     std::size_t width = 0;
     std::size_t height = 0;
     std::size_t bytesPerRow = 0;
@@ -24,21 +25,40 @@ struct Pixels {
     std::size_t profileLength = 0;
 };
 
+enum class Compression { kFast, kBalanced, kSmall };
+
+// How to write a file. A format takes from it what it knows.
+struct EncodeOptions {
+    double quality = 0.9;  // of a format with losses, 0 (smallest file) to 1 (best quality)
+    Compression compression = Compression::kFast;
+};
+
+// The channels that a picture uses.
+struct Channels {
+    bool hasColor = false;
+    bool hasAlpha = false;
+
+    std::size_t Count() const { return (hasColor ? 3 : 1) + (hasAlpha ? 1 : 0); }
+};
+
+// Returns the fewest channels that hold a picture. A profile describes colors, so a picture with one always has color.
+[[nodiscard]] Channels ChannelsOf(const Pixels& pixels);
+
 // A file in memory.
 struct EncodedFile {
     unsigned char* bytes = nullptr;  // allocated with malloc and freed by the caller
     std::size_t length = 0;
 };
 
-// Encode a picture. Fail when it is too large for the format (EFBIG) or memory is short (ENOMEM); the caller frees the
-// file's bytes in that case too. Quality is 0 (smallest file) to 1 (best quality).
-[[nodiscard]] int EncodePNG(const Pixels& pixels, EncodedFile* file);
-[[nodiscard]] int EncodeJPEG(const Pixels& pixels, double quality, EncodedFile* file);
+// Encode a picture, whose depth the format has. Fail when it is too large for the format (EFBIG) or memory is short
+// (ENOMEM); the caller frees the file's bytes in that case too.
+[[nodiscard]] int EncodePNG(const Pixels& pixels, const EncodeOptions& options, EncodedFile* file);
+[[nodiscard]] int EncodeJPEG(const Pixels& pixels, const EncodeOptions& options, EncodedFile* file);
 
-// Converts a row to RGBA with straight alpha: four bytes per pixel.
-void StraightRow(const Pixels& pixels, std::size_t row, std::uint8_t* to);
+// Converts a row of integers to straight alpha, in the depth of the pixels, and keeps the given channels.
+void PackRow(const Pixels& pixels, Channels channels, std::size_t row, void* to);
 
-// Blends a row onto white: three bytes per pixel.
+// Blends a row of bytes onto white: three bytes per pixel.
 void RowOnWhite(const Pixels& pixels, std::size_t row, std::uint8_t* to);
 
 }  // namespace image_io

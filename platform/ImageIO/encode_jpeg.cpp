@@ -64,7 +64,7 @@ bool WriteGuarded(jpeg_compress_struct* jpeg, ErrorManager* errors, const Pixels
 
 }  // namespace
 
-int EncodeJPEG(const Pixels& pixels, double quality, EncodedFile* file) {
+int EncodeJPEG(const Pixels& pixels, const EncodeOptions& options, EncodedFile* file) {
     if (pixels.width > JPEG_MAX_DIMENSION || pixels.height > JPEG_MAX_DIMENSION) return EFBIG;
     ErrorManager errors = {};
     jpeg_compress_struct jpeg = {};
@@ -75,7 +75,7 @@ int EncodeJPEG(const Pixels& pixels, double quality, EncodedFile* file) {
     Output output = {nullptr, 0};
     auto* row = static_cast<std::uint8_t*>(std::malloc(pixels.width * 3));
     // Written as quality > 0 so that NaN becomes 0.
-    const double clamped = quality > 0 ? std::min(quality, 1.0) : 0;
+    const double clamped = options.quality > 0 ? std::min(options.quality, 1.0) : 0;
     const bool complete = row != nullptr && WriteGuarded(&jpeg, &errors, pixels, clamped, row, &output);
     jpeg_destroy_compress(&jpeg);
     std::free(row);

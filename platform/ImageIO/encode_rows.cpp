@@ -1,8 +1,10 @@
-// encode_rows.cpp - converts rows to the alpha that a file format stores: straight, or blended onto white.
+// encode_rows.cpp - converts rows to the channels that a file format stores: with straight alpha, or blended onto
+// white.
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 
 #include "encode.h"
 
@@ -14,17 +16,58 @@ std::uint8_t Scale(unsigned value, unsigned numerator, unsigned denominator) {
     return static_cast<std::uint8_t>(std::min(255u, (value * numerator + denominator / 2) / denominator));
 }
 
+template <typename Component>
+const Component* RowOf(const Pixels& pixels, std::size_t row) {
+    return reinterpret_cast<const Component*>(pixels.bytes + row * pixels.bytesPerRow);
+}
+
+// Adds the channels that a row uses.
+template <typename Component>
+void AddChannels(const Pixels& pixels, const Component* pixel, Channels* channels) {
+    constexpr Component kOpaque =
+        std::numeric_limits<Component>::is_integer ? std::numeric_limits<Component>::max() : 1;
+    bool hasColor = false, hasAlpha = false;
+    for (std::size_t x = 0; x < pixels.width; ++x, pixel += 4) {
+        hasColor |= (pixel[0] != pixel[1]) | (pixel[1] != pixel[2]);
+        hasAlpha |= pixel[3] != kOpaque;
+    }
+    channels->hasColor |= hasColor;
+    channels->hasAlpha |= hasAlpha && !pixels.isOpaque;
+}
+
+template <typename Component>
+void Pack(const Pixels& pixels, Channels channels, std::size_t row, Component* to) {
+    constexpr unsigned kMost = std::numeric_limits<Component>::max();
+    const auto* from = RowOf<Component>(pixels, row);
+    const std::size_t colors = channels.hasColor ? 3 : 1;
+    for (std::size_t x = 0; x < pixels.width; ++x, from += 4) {
+        const unsigned alpha = pixels.isOpaque ? kMost : from[3];
+        for (std::size_t i = 0; i < colors; ++i) {
+            const bool isStraight = !pixels.isPremultiplied || alpha == kMost;
+            const unsigned color = from[i];
+            const unsigned straight = isStraight ? color : alpha == 0 ? 0 : (color * kMost + alpha / 2) / alpha;
+            *to++ = static_cast<Component>(std::min(straight, kMost));
+        }
+        if (channels.hasAlpha) *to++ = static_cast<Component>(alpha);
+    }
+}
+
 }  // namespace
 
-void StraightRow(const Pixels& pixels, std::size_t row, std::uint8_t* to) {
-    const std::uint8_t* from = pixels.bytes + row * pixels.bytesPerRow;
-    for (std::size_t x = 0; x < pixels.width; ++x, from += 4, to += 4) {
-        const unsigned alpha = pixels.isOpaque ? 255 : from[3];
-        for (int channel = 0; channel < 3; ++channel) {
-            to[channel] = !pixels.isPremultiplied ? from[channel] : alpha == 0 ? 0 : Scale(from[channel], 255, alpha);
-        }
-        to[3] = static_cast<std::uint8_t>(alpha);
+Channels ChannelsOf(const Pixels& pixels) {
+    Channels channels = {pixels.profile != nullptr, false};
+    for (std::size_t y = 0; y < pixels.height; ++y) {
+        if (channels.hasColor && (channels.hasAlpha || pixels.isOpaque)) break;
+        if (pixels.depth == 8) AddChannels(pixels, RowOf<std::uint8_t>(pixels, y), &channels);
+        if (pixels.depth == 16) AddChannels(pixels, RowOf<std::uint16_t>(pixels, y), &channels);
+        if (pixels.depth == 32) AddChannels(pixels, RowOf<float>(pixels, y), &channels);
     }
+    return channels;
+}
+
+void PackRow(const Pixels& pixels, Channels channels, std::size_t row, void* to) {
+    if (pixels.depth == 8) Pack(pixels, channels, row, static_cast<std::uint8_t*>(to));
+    if (pixels.depth == 16) Pack(pixels, channels, row, static_cast<std::uint16_t*>(to));
 }
 
 void RowOnWhite(const Pixels& pixels, std::size_t row, std::uint8_t* to) {
