@@ -8,6 +8,7 @@
 
 #import <CoreImage/CIEngine.h>
 #import <CoreImage/CoreImage.h>
+#include <ImageIO/ImageIO.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -19,6 +20,7 @@
 #include "companion/host_bytes.h"
 #include "companion/host_text.h"
 #include "companion/image_files.h"
+#include "companion/image_object.h"
 #include "companion/image_output.h"
 #include "companion/rectangle.h"
 #include "companion/value_object.h"
@@ -34,9 +36,11 @@ ZEVAobjectStruct* NewImageOf(const PictureFile& picture) {
     ZEVAobjectStruct* object = NewValueObject("CIImageQOR", image);
     if (object == nullptr) {
         CGImageRelease(picture.bitmap);
-    } else {
-        reinterpret_cast<ImageObject*>(object)->cgImage = picture.bitmap;
+        return nullptr;
     }
+    auto* opened = reinterpret_cast<OpenedImageObject*>(object);
+    opened->shared.cgImage = picture.bitmap;
+    opened->properties = [picture.properties retain];
     return object;
 }
 
@@ -49,7 +53,7 @@ ZEVAobjectStruct* NewResult(CIImage* made, CIImage* original, NSString* member, 
     return NewValueObject("CIImageQOR", made);
 }
 
-// Raises for a file that is missing, damaged or not a PNG or JPEG.
+// Raises for a file that is missing, damaged or not of a known format.
 ZEVAobjectStruct* Open(ZEVAstringStruct* path) {
     ZEVAobjectStruct* result = nullptr;
     Guarded([&] {
@@ -65,7 +69,7 @@ ZEVAobjectStruct* Open(ZEVAstringStruct* path) {
     return result;
 }
 
-// Raises for bytes that are not a PNG or JPEG file.
+// Raises for bytes that are not a file of a known format.
 ZEVAobjectStruct* NewFromData(ZEVAmemoryBlockStruct* data) {
     ZEVAobjectStruct* result = nullptr;
     Guarded([&] {
@@ -106,6 +110,17 @@ ZEVAobjectStruct* NewFromPixels(ZEVAmemoryBlockStruct* pixels, std::int32_t widt
         result = NewImageOf(picture);
     });
     return result;
+}
+
+// Raises for NaN and for a number below 1.
+void SetPixelLimit(double pixels) {
+    Guarded([&] {
+        if (!(pixels >= 1)) {
+            return RaiseAbout(@"CIImageQOR.SetPixelLimit", @"the number is not 1 or more", @"the limit stays");
+        }
+        CGImageSourceSetPixelLimit(pixels < static_cast<double>(SIZE_MAX) ? static_cast<std::size_t>(pixels)
+                                                                          : SIZE_MAX);
+    });
 }
 
 // Raises for nil.
@@ -184,9 +199,10 @@ ZEVAobjectStruct* Transform(ZEVAobjectStruct* self, ZEVAobjectStruct* transform)
 }
 
 void Finalize(ZEVAobjectStruct* self) {
-    auto* object = reinterpret_cast<ImageObject*>(self);
-    [object->wrapped release];
-    CGImageRelease(object->cgImage);
+    auto* object = reinterpret_cast<OpenedImageObject*>(self);
+    [object->shared.wrapped release];
+    CGImageRelease(object->shared.cgImage);
+    [object->properties release];
 }
 
 ZEVAmethod methods[] = {
@@ -198,6 +214,7 @@ ZEVAmethod methods[] = {
     COMPANION_METHOD("Save(path as string)", SaveImage),
     COMPANION_METHOD("SaveWithQuality(path as string, quality as double)", SaveImageWithQuality),
     COMPANION_METHOD("SaveInSpace(path as string, quality as double, space as CGColorSpaceQOR)", SaveImageInSpace),
+    COMPANION_METHOD("SaveLike(path as string, source as CIImageQOR, options as string)", SaveImageLike),
     COMPANION_METHOD("SaveInWorkingSpace(path as string, workingSpace as CGColorSpaceQOR)", SaveImageInWorkingSpace),
     COMPANION_METHOD("ToPNG() as memoryblock", ImageToPNG),
     COMPANION_METHOD("ToJPEG(quality as double) as memoryblock", ImageToJPEG),
@@ -211,6 +228,8 @@ ZEVAmethod sharedMethods[] = {
     COMPANION_METHOD("FromData(data as memoryblock) as CIImageQOR", NewFromData),
     COMPANION_METHOD("FromPixels(pixels as memoryblock, width as integer, height as integer) as CIImageQOR",
                      NewFromPixels),
+    COMPANION_METHOD("CheckSave(path as string, options as string)", CheckSave),
+    COMPANION_METHOD("SetPixelLimit(pixels as double)", SetPixelLimit),
     COMPANION_METHOD("FromColor(color as CIColorQOR) as CIImageQOR", NewFromColor),
 };
 
@@ -219,7 +238,7 @@ ZEVAmethod sharedMethods[] = {
 ZEVAclassDefinition CIImageClass = {
     .record = {.version = kRecordVersion,
                .className = "CIImageQOR",
-               .instanceDataSize = COMPANION_DATA_SIZE(ImageObject),
+               .instanceDataSize = COMPANION_DATA_SIZE(OpenedImageObject),
                .finalize = Finalize,
                .methods = methods,
                .methodCount = std::size(methods),

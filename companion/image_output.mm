@@ -4,6 +4,7 @@
 
 #import <CoreImage/CIEngine.h>
 #import <CoreImage/CoreImage.h>
+#include <ImageIO/ImageIO.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -16,40 +17,19 @@
 #include "companion/host_bytes.h"
 #include "companion/host_text.h"
 #include "companion/image_files.h"
+#include "companion/image_object.h"
 #include "companion/rectangle.h"
+#include "companion/save_options.h"
 #include "companion/value_object.h"
 
 namespace {
 
 constexpr std::size_t kComponents = 4;
 
-// A big-endian number of four bytes.
-std::size_t CountAt(const std::uint8_t* bytes) {
-    std::size_t count = 0;
-    for (int index = 0; index < 4; ++index) count = count * 256 + bytes[index];
-    return count;
-}
-
 // The color space of an object; null for nil.
 CGColorSpaceRef SpaceIn(ZEVAobjectStruct* object) {
     CFTypeRef wrapped = object != nullptr ? reinterpret_cast<CoreFoundationObject*>(object)->wrapped : nullptr;
     return static_cast<CGColorSpaceRef>(const_cast<void*>(wrapped));
-}
-
-// Whether the profile of a space consists of a curve for each color and a matrix: it has the tag of the matrix's first
-// column and no table. The tags of a profile begin after its header: their number, then 12 bytes each.
-bool IsMatrixSpace(CGColorSpaceRef space) {
-    if (CGColorSpaceGetModel(space) != kCGColorSpaceModelRGB) return false;
-    NSData* profile = [(NSData*)CGColorSpaceCopyICCData(space) autorelease];
-    constexpr std::size_t kHeader = 128, kEntry = 12;
-    const auto* bytes = static_cast<const std::uint8_t*>([profile bytes]);
-    bool hasMatrix = false, hasTable = false;
-    for (std::size_t entry = kHeader + 4; entry + kEntry <= [profile length]; entry += kEntry) {
-        if (entry >= kHeader + 4 + kEntry * CountAt(bytes + kHeader)) break;
-        hasMatrix = hasMatrix || std::memcmp(bytes + entry, "rXYZ", 4) == 0;
-        hasTable = hasTable || std::memcmp(bytes + entry, "A2B", 3) == 0;
-    }
-    return hasMatrix && !hasTable;
 }
 
 // Returns why an image cannot be rendered in a color space, null for sRGB; nil when it can, if there is memory.
@@ -61,14 +41,27 @@ NSString* ObstacleToRendering(CIImage* image, CGColorSpaceRef space) {
     return isRGB ? nil : @"the color space is not RGB";
 }
 
-// Renders the extent of an image in a color space; null means sRGB. Returns why that failed, or nil, and stores the
-// system's error number. The options are those of the context. The caller owns one reference to the bitmap.
-NSString* Render(CIImage* image, CGColorSpaceRef space, CGImageRef* bitmap, int* errorNumber,
-                 NSDictionary* options = nil) {
+// How to render an image for a file.
+struct Rendering {
+    CGColorSpaceRef space = nullptr;  // null for sRGB
+    std::size_t depth = 8;            // the bits of a component
+    NSDictionary* options = nil;      // of the context
+};
+
+// Renders the extent of an image. Returns why that failed, or nil, and stores the system's error number. The caller
+// owns one reference to the bitmap.
+NSString* Render(CIImage* image, const Rendering& rendering, CGImageRef* bitmap, int* errorNumber) {
     const CGRect extent = [image extent];
-    CIContext* context = [CIContext contextWithOptions:options];
-    *bitmap = space == nullptr ? [context createCGImage:image fromRect:extent]
-                               : [context createCGImage:image fromRect:extent format:kCIFormatRGBA8 colorSpace:space];
+    const CIFormat format = rendering.depth == 8    ? kCIFormatRGBA8
+                            : rendering.depth == 16 ? kCIFormatRGBA16
+                                                    : kCIFormatRGBAf;
+    CGColorSpaceRef space = CGColorSpaceRetain(rendering.space);
+    if (space == nullptr) space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
+    *bitmap = [[CIContext contextWithOptions:rendering.options] createCGImage:image
+                                                                     fromRect:extent
+                                                                       format:format
+                                                                   colorSpace:space];
+    CGColorSpaceRelease(space);
     if (*bitmap != nullptr) return nil;
     *errorNumber = ENOMEM;
     return [@"the image cannot be rendered, " stringByAppendingString:ReasonForMemory(extent.size)];
@@ -81,35 +74,89 @@ NSString* ObstacleInQuality(NSNumber* quality) {
     return [NSString stringWithFormat:@"the quality %g is outside 0...1", value];
 }
 
-void Save(ZEVAobjectStruct* self, ZEVAstringStruct* path, NSNumber* quality, CGColorSpaceRef space, NSString* member,
-          NSDictionary* options = nil) {
+// The properties of a file with a quality; nil for nil.
+NSDictionary* PropertiesOf(NSNumber* quality) {
+    if (quality == nil) return nil;
+    return [NSDictionary dictionaryWithObject:quality forKey:(id)kCGImageDestinationLossyCompressionQuality];
+}
+
+// Renders an image and writes it to a path. Returns why that failed, or nil.
+NSString* Write(CIImage* image, const char* path, const CGImageFormat& format, const Rendering& rendering,
+                NSDictionary* properties, int* errorNumber) {
+    CGImageRef bitmap = nullptr;
+    NSString* reason = ObstacleToWriting(path, errorNumber);
+    if (reason == nil) reason = ObstacleToRendering(image, rendering.space);
+    if (reason == nil) reason = ObstacleToSize(format, [image extent].size);
+    if (reason == nil) reason = Render(image, rendering, &bitmap, errorNumber);
+    if (reason == nil) reason = WriteImageFile(path, format, bitmap, properties, errorNumber);
+    CGImageRelease(bitmap);
+    return reason;
+}
+
+void Save(ZEVAobjectStruct* self, ZEVAstringStruct* path, NSNumber* quality, const Rendering& rendering,
+          NSString* member) {
     NSString* const consequence = @"nothing was written";
     const char* bytes = nullptr;
     NSString* reason = PathOf(path, &bytes);
     if (reason != nil) return RaiseAbout(member, reason, consequence);
-    CIImage* image = WrappedIn(self);
-    CGImageRef bitmap = nullptr;
+    CGImageFormat format;
     int errorNumber = 0;
     reason = ObstacleInQuality(quality);
-    if (reason == nil) reason = ObstacleToWriting(bytes, &errorNumber);
-    if (reason == nil) reason = ObstacleToRendering(image, space);
-    if (reason == nil && IsJPEG(bytes)) reason = ObstacleToJPEG([image extent].size);
-    if (reason == nil) reason = Render(image, space, &bitmap, &errorNumber, options);
-    if (reason == nil) reason = WriteImageFile(bytes, bitmap, quality, &errorNumber);
-    CGImageRelease(bitmap);
+    if (reason == nil) reason = ObstacleToFormat(bytes, nullptr, &format);
+    if (reason == nil) reason = Write(WrappedIn(self), bytes, format, rendering, PropertiesOf(quality), &errorNumber);
     if (reason != nil) RaiseAbout(TextOfPath(bytes), reason, consequence, errorNumber);
 }
 
-ZEVAmemoryBlockStruct* Encoded(ZEVAobjectStruct* self, NSNumber* quality, NSString* member) {
+// What the members about options read: a path, and how to save a file there.
+struct SaveRequest {
+    const char* path = nullptr;
+    SaveOptions options;
+    CGImageFormat format = {};  // of a path that is not empty
+};
+
+// Reads and checks a request, and raises what is wrong. Returns whether nothing is. Only a path that may be empty is
+// allowed to be empty.
+bool ReadRequest(ZEVAstringStruct* path, ZEVAstringStruct* options, bool mayBeEmpty, NSString* member,
+                 SaveRequest* request) {
+    const char* text = nullptr;
+    // Options without any text are no obstacle.
+    if (PathOf(options, &text) != nil) text = "";
+    NSString* place = member;
+    NSString* reason = PathOf(path, &request->path);
+    const bool isEmpty = request->path == nullptr || *request->path == '\0';
+    if (isEmpty && mayBeEmpty) reason = nil;
+    if (reason == nil) reason = ReadSaveOptions(text, &request->options, &place);
+    if (reason == nil && !isEmpty) {
+        place = TextOfPath(request->path);
+        reason = ObstacleToFormat(request->path, request->options.format, &request->format);
+    }
+    if (reason == nil && !isEmpty && request->options.depth != 0 &&
+        (request->format.depths & request->options.depth) == 0) {
+        reason = [NSString stringWithFormat:@"%s files do not have %zu bits per component", request->format.name,
+                                            request->options.depth];
+    }
+    if (reason != nil) RaiseAbout(place, reason, @"nothing was written");
+    return reason == nil;
+}
+
+// The most bits that a format can hold of a depth.
+std::size_t DepthWithin(const CGImageFormat& format, std::size_t depth) {
+    while (depth > 8 && (format.depths & depth) == 0) depth /= 2;
+    return depth;
+}
+
+ZEVAmemoryBlockStruct* Encoded(ZEVAobjectStruct* self, const char* formatName, NSNumber* quality, NSString* member) {
     CIImage* image = WrappedIn(self);
     CGImageRef bitmap = nullptr;
     NSData* file = nil;
     int errorNumber = 0;
+    CGImageFormat format;
     NSString* reason = ObstacleInQuality(quality);
+    if (reason == nil) reason = ObstacleToFormat("", formatName, &format);
     if (reason == nil) reason = ObstacleToRendering(image, nullptr);
-    if (reason == nil && quality != nil) reason = ObstacleToJPEG([image extent].size);
-    if (reason == nil) reason = Render(image, nullptr, &bitmap, &errorNumber);
-    if (reason == nil) reason = EncodeImage(bitmap, quality, &file, &errorNumber);
+    if (reason == nil) reason = ObstacleToSize(format, [image extent].size);
+    if (reason == nil) reason = Render(image, {}, &bitmap, &errorNumber);
+    if (reason == nil) reason = EncodeImage(format, bitmap, PropertiesOf(quality), &file, &errorNumber);
     CGImageRelease(bitmap);
     if (reason != nil) RaiseAbout(member, reason, @"nothing was encoded", errorNumber);
     return NewHostBlock(file);
@@ -168,18 +215,22 @@ bool IsMissing(NSData* floats, NSString* reason, NSString* member) {
 }  // namespace
 
 void SaveImage(ZEVAobjectStruct* self, ZEVAstringStruct* path) {
-    Guarded([&] { Save(self, path, nil, nullptr, @"CIImageQOR.Save"); });
+    Guarded([&] { Save(self, path, nil, {}, @"CIImageQOR.Save"); });
 }
 
 void SaveImageWithQuality(ZEVAobjectStruct* self, ZEVAstringStruct* path, double quality) {
-    Guarded([&] { Save(self, path, [NSNumber numberWithDouble:quality], nullptr, @"CIImageQOR.SaveWithQuality"); });
+    Guarded([&] {
+        Save(
+            self, path, [NSNumber numberWithDouble : quality], {}, @"CIImageQOR.SaveWithQuality");
+    });
 }
 
 void SaveImageInSpace(ZEVAobjectStruct* self, ZEVAstringStruct* path, double quality, ZEVAobjectStruct* space) {
     Guarded([&] {
         NSString* const member = @"CIImageQOR.SaveInSpace";
         if (SpaceIn(space) == nullptr) return RaiseAbout(member, @"the color space is nil", @"nothing was written");
-        Save(self, path, [NSNumber numberWithDouble:quality], SpaceIn(space), member);
+        Save(
+            self, path, [NSNumber numberWithDouble : quality], { .space = SpaceIn(space) }, member);
     });
 }
 
@@ -192,20 +243,55 @@ void SaveImageInWorkingSpace(ZEVAobjectStruct* self, ZEVAstringStruct* path, ZEV
                               @"nothing was written");
         }
         id working = space != nullptr ? (id)space : [NSNull null];
-        Save(self, path, nil, nullptr, member,
-             [NSDictionary dictionaryWithObject:working forKey:kCIContextWorkingColorSpace]);
+        Save(self, path, nil,
+             {.options = [NSDictionary dictionaryWithObject:working forKey:kCIContextWorkingColorSpace]}, member);
+    });
+}
+
+void SaveImageLike(ZEVAobjectStruct* self, ZEVAstringStruct* path, ZEVAobjectStruct* source,
+                   ZEVAstringStruct* options) {
+    Guarded([&] {
+        SaveRequest request;
+        if (!ReadRequest(path, options, /*mayBeEmpty=*/false, @"CIImageQOR.SaveLike", &request)) return;
+        const SaveOptions& wanted = request.options;
+        const auto* opened = reinterpret_cast<const OpenedImageObject*>(source);
+        CGImageRef original = opened != nullptr ? opened->shared.cgImage : nullptr;
+        Rendering rendering = {.space = wanted.space, .depth = wanted.depth};
+        const bool keepsSpace = wanted.space == nullptr && wanted.strip != Strip::kAll;
+        if (keepsSpace && CGColorSpaceSupportsOutput(CGImageGetColorSpace(original))) {
+            rendering.space = CGImageGetColorSpace(original);
+        }
+        if (rendering.depth == 0) {
+            const std::size_t depth = original != nullptr ? CGImageGetBitsPerComponent(original) : 8;
+            rendering.depth = DepthWithin(request.format, depth);
+        }
+        if (wanted.workingSpace != nil) {
+            rendering.options = [NSDictionary dictionaryWithObject:wanted.workingSpace
+                                                            forKey:kCIContextWorkingColorSpace];
+        }
+        int errorNumber = 0;
+        NSString* reason =
+            Write(WrappedIn(self), request.path, request.format, rendering, wanted.properties, &errorNumber);
+        if (reason != nil) RaiseAbout(TextOfPath(request.path), reason, @"nothing was written", errorNumber);
+    });
+}
+
+void CheckSave(ZEVAstringStruct* path, ZEVAstringStruct* options) {
+    Guarded([&] {
+        SaveRequest request;
+        static_cast<void>(ReadRequest(path, options, /*mayBeEmpty=*/true, @"CIImageQOR.CheckSave", &request));
     });
 }
 
 ZEVAmemoryBlockStruct* ImageToPNG(ZEVAobjectStruct* self) {
     ZEVAmemoryBlockStruct* result = nullptr;
-    Guarded([&] { result = Encoded(self, nil, @"CIImageQOR.ToPNG"); });
+    Guarded([&] { result = Encoded(self, "png", nil, @"CIImageQOR.ToPNG"); });
     return result;
 }
 
 ZEVAmemoryBlockStruct* ImageToJPEG(ZEVAobjectStruct* self, double quality) {
     ZEVAmemoryBlockStruct* result = nullptr;
-    Guarded([&] { result = Encoded(self, [NSNumber numberWithDouble:quality], @"CIImageQOR.ToJPEG"); });
+    Guarded([&] { result = Encoded(self, "jpg", [NSNumber numberWithDouble:quality], @"CIImageQOR.ToJPEG"); });
     return result;
 }
 

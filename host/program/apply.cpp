@@ -16,13 +16,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <map>
 #include <memory>
-#include <new>
-#include <optional>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -33,11 +29,11 @@
 #include "host/batch/progress.h"
 #include "host/program/commands.h"
 #include "host/program/exit_status.h"
+#include "host/program/output_options.h"
 #include "host/program/protected_files.h"
 #include "host/recipe/recipe.h"
 #include "host/recipe/setting_value.h"
 #include "host/runtime/errors.h"
-#include "host/runtime/memory_block.h"
 #include "host/runtime/text.h"
 
 namespace {
@@ -51,9 +47,9 @@ using std::filesystem::path;
 struct ApplyRequest {
     std::vector<std::string> words;  // filters, settings and inputs
     std::string output;
-    std::string rectangle;     // "X,Y,W,H"; empty for the extent of the result
-    std::string workingSpace;  // linear, none or a profile; empty for linear
-    bool keepSize = false;     // crop the result to the extent of the input
+    std::string rectangle;  // "X,Y,W,H"; empty for the extent of the result
+    bool keepSize = false;  // crop the result to the extent of the input
+    OutputOptions options;
 };
 
 // Called after each step with its result.
@@ -126,36 +122,14 @@ ObjectReference Framed(Host& host, const ApplyRequest& request, const Value& inp
     return image;
 }
 
-// What is the same for all pictures.
-struct Plan {
-    std::vector<PreparedStep> steps;
-    std::optional<Value> workingSpace;  // nil for none; not given for linear light
-};
-
-bool IsProfile(const std::string& workingSpace) {
-    return !(workingSpace.empty() || workingSpace == "linear" || workingSpace == "none");
-}
-
-// The space of an ICC profile.
-Value SpaceOfProfile(Host& host, const std::string& name) {
-    std::ifstream file(name, std::ios::binary);
-    const std::string bytes{std::istreambuf_iterator<char>(file), {}};
-    if (bytes.empty()) {
-        throw HostError("--working-space", "'" + name + "' is not a file, expected linear, none or an ICC profile");
-    }
-    const ObjectReference block = host::NewMemoryBlockOf(bytes);
-    if (!block) throw std::bad_alloc();
-    const Value profile[] = {block};
-    return host.CallShared("CGColorSpaceQOR", "FromProfile", profile);
-}
-
-Plan Prepare(Host& host, const ApplyRequest& request, const Recipe& recipe) {
+// Prepares the recipe and checks the output options. A target that is not empty must be writable.
+std::vector<PreparedStep> Prepare(Host& host, const ApplyRequest& request, const Recipe& recipe,
+                                  const std::string& target) {
     const bool hasInput = !recipe.inputs.empty();
     if (request.keepSize && !hasInput) throw HostError("--keep-size", "there is no input picture");
-    Plan plan = {PrepareRecipe(host, recipe, hasInput), std::nullopt};
-    if (request.workingSpace == "none") plan.workingSpace = Value();
-    if (IsProfile(request.workingSpace)) plan.workingSpace = SpaceOfProfile(host, request.workingSpace);
-    return plan;
+    std::vector<PreparedStep> steps = PrepareRecipe(host, recipe, hasInput);
+    CheckTarget(host, target, request.options);
+    return steps;
 }
 
 // The three stages of one picture, or of none when the input is empty.
@@ -168,10 +142,10 @@ Value Opened(Host& host, const std::string& input, const StepReport& report) {
     return opened;
 }
 
-ObjectReference Filtered(Host& host, const ApplyRequest& request, const Plan& plan, const Value& opened,
-                         const StepReport& report) {
+ObjectReference Filtered(Host& host, const ApplyRequest& request, const std::vector<PreparedStep>& steps,
+                         const Value& opened, const StepReport& report) {
     Value image = opened;
-    for (const PreparedStep& step : plan.steps) {
+    for (const PreparedStep& step : steps) {
         const ObjectReference result = RunStep(host, step, image);
         report("filter", StepText(step) + ", " + ExtentText(host, result));
         image = result;
@@ -180,11 +154,10 @@ ObjectReference Filtered(Host& host, const ApplyRequest& request, const Plan& pl
 }
 
 // On failure, an existing file is unchanged.
-void Save(Host& host, const Plan& plan, const ObjectReference& image, const std::string& output,
-          const StepReport& report) {
-    std::vector<Value> arguments = {host::TextValue(output)};
-    if (plan.workingSpace) arguments.push_back(*plan.workingSpace);
-    host.Call(image.Get(), plan.workingSpace ? "SaveInWorkingSpace" : "Save", arguments);
+void Save(Host& host, const ApplyRequest& request, const Value& opened, const ObjectReference& image,
+          const std::string& output, const StepReport& report) {
+    const Value arguments[] = {host::TextValue(output), opened, host::TextValue(OptionsText(request.options))};
+    host.Call(image.Get(), "SaveLike", arguments);
     report("write", output + ", " + ExtentText(host, image));
 }
 
@@ -228,7 +201,8 @@ std::vector<std::string> InputFiles(const ProgramOptions& options, const ApplyRe
     std::vector<std::string> files = FilesOfSettings(recipe);
     files.insert(files.begin(), recipe.inputs.begin(), recipe.inputs.end());
     if (!options.module.empty()) files.push_back(options.module);
-    if (IsProfile(request.workingSpace)) files.push_back(request.workingSpace);
+    const std::vector<std::string> profiles = FilesOfOptions(request.options);
+    files.insert(files.end(), profiles.begin(), profiles.end());
     return files;
 }
 
@@ -253,19 +227,19 @@ void ApplyToOne(const ProgramOptions& options, const ApplyRequest& request, cons
     report("load", std::to_string(host->Modules().size()) + " modules, " +
                        std::to_string(host->Classes().All().size()) + " classes, host version " +
                        host::NumberText(host->Version()));
-    const Plan plan = WithStatus(kWrongUsage, [&] { return Prepare(*host, request, recipe); });
+    const auto steps = WithStatus(kWrongUsage, [&] { return Prepare(*host, request, recipe, output); });
     const Value opened = WithStatus(kFailed, [&] { return Opened(*host, input, report); });
     // Without a picture, only the settings can be the cause of a failure.
     const auto image = WithStatus(input.empty() ? kWrongUsage : kFailed,
-                                  [&] { return Filtered(*host, request, plan, opened, report); });
+                                  [&] { return Filtered(*host, request, steps, opened, report); });
     if (isIntoFolder) CreateFolder(request.output);
-    WithStatus(kWrongUsage, [&] { Save(*host, plan, image, output, report); });
+    WithStatus(kWrongUsage, [&] { Save(*host, request, opened, image, output, report); });
 }
 
 // A worker's host and what it needs to process a picture.
 struct Worker {
     std::unique_ptr<Host> host;
-    Plan plan;
+    std::vector<PreparedStep> steps;
 };
 
 // Prepares the recipe in a process of its own. Throws a Failure with what is wrong.
@@ -273,7 +247,7 @@ void CheckInWorker(const ProgramOptions& options, const ApplyRequest& request, c
     const auto check = [&]() -> BatchJob {
         return [&](std::size_t) {
             const auto host = MakeHost(options);
-            CheckOutputs(*host, Prepare(*host, request, recipe).steps, /*hasInput=*/true);
+            CheckOutputs(*host, Prepare(*host, request, recipe, ""), /*hasInput=*/true);
         };
     };
     std::string problem;
@@ -302,12 +276,13 @@ int ApplyToMany(const ProgramOptions& options, const ApplyRequest& request, cons
     const auto prepare = [&]() -> BatchJob {
         const auto worker = std::make_shared<Worker>();
         worker->host = MakeHost(options);
-        worker->plan = Prepare(*worker->host, request, recipe);
+        worker->steps = Prepare(*worker->host, request, recipe, "");
         return [&, worker](std::size_t i) {
             const StepReport quiet = [](auto&&...) {};
             Host& host = *worker->host;
             const Value opened = Opened(host, recipe.inputs[i], quiet);
-            Save(host, worker->plan, Filtered(host, request, worker->plan, opened, quiet), targets[i], quiet);
+            const auto image = Filtered(host, request, worker->steps, opened, quiet);
+            Save(host, request, opened, image, targets[i], quiet);
         };
     };
     int status = kDone;
@@ -358,18 +333,17 @@ filter is the incoming picture of the next.)";
 
 Command ApplyCommand() {
     const auto request = std::make_shared<ApplyRequest>();
-    return {
+    Command command = {
         .name = "apply",
         .help = "Applies filters to pictures.",
         .arguments =
             {
                 {"FILTER", &request->words,
-                 "a filter (GaussianBlur, CIGaussianBlur or CIFilterGaussianBlurQOR), its settings, and pictures (PNG "
-                 "or "
-                 "JPEG)",
+                 "a filter (GaussianBlur, CIGaussianBlur or CIFilterGaussianBlurQOR), its settings, and pictures",
                  /*isRequired=*/true},
                 {"-o,--output", &request->output,
-                 "picture to write, PNG or JPEG by its suffix; or a folder for results with the names of their inputs",
+                 "picture to write, in the format of its suffix; or a folder for results with the names of their "
+                 "inputs",
                  /*isRequired=*/true},
                 {"--rect", &request->rectangle,
                  "X,Y,W,H: the part of the result to write, y up; default: all of a finite result"},
@@ -377,12 +351,12 @@ Command ApplyCommand() {
                  .target = &request->keepSize,
                  .help = "write the part inside the extent of the input",
                  .excludes = "--rect"},
-                {"--working-space", &request->workingSpace,
-                 "the numbers that filters work on: linear (light, the default), none (those of the files) or FILE.icc "
-                 "(an RGB profile of curves and a matrix)"},
             },
         .run = [request](const ProgramOptions& options) { return Apply(options, *request); },
         .usage = "zeva apply FILTER [KEY=VALUE ...] [+ FILTER [KEY=VALUE ...] ...] [IN ...] -o OUT|DIR",
         .footer = std::string(kSharedFooter) + "\n" + kValues,
     };
+    const std::vector<Argument> outputs = OutputArguments(request->options);
+    command.arguments.insert(command.arguments.end(), outputs.begin(), outputs.end());
+    return command;
 }

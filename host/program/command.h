@@ -29,8 +29,9 @@ struct Argument {
     Target target;
     std::string help;
     bool isRequired = false;
-    bool isPositive = false;    // a number that must be above 0
-    std::string excludes = {};  // an option declared earlier that cannot be combined with this one
+    bool isPositive = false;        // a number that must be above 0
+    std::string excludes = {};      // an option declared earlier that cannot be combined with this one
+    std::string defaultValue = {};  // the text of an option without a value, which is then given as --option=value
 };
 
 struct Command {

@@ -45,5 +45,9 @@ std::unique_ptr<host::Host> MakeHost(const ProgramOptions& options, const std::v
                                                                .onLostTrace = NoteLostOutput});
     host->LoadModule(BuiltModule(kCompanion));
     host->LoadModule(filters);
+    if (options.pixelLimit > 0) {
+        const host::Value pixels[] = {options.pixelLimit * 1e6};
+        host->CallShared("CIImageQOR", "SetPixelLimit", pixels);
+    }
     return host;
 }

@@ -17,9 +17,10 @@
 // The options that every command shares.
 struct ProgramOptions {
     double hostVersion = host::HostOptions().version;
-    std::string module;    // path of the filter module; empty for the built one
-    bool isQuiet = false;  // prints no step lines, progress and notes
-    std::string trace;     // path of the file that records every call across the boundary; empty for none
+    std::string module;     // path of the filter module; empty for the built one
+    bool isQuiet = false;   // prints no step lines, progress and notes
+    double pixelLimit = 0;  // of a picture that is read, in millions; 0 for the default
+    std::string trace;      // path of the file that records every call across the boundary; empty for none
 };
 
 // Whether both built modules are in their place.

@@ -23,6 +23,13 @@ CG_EXTERN const CFStringRef kCGImageDestinationLossyCompressionQuality;
 // Image property: how much time to spend for a smaller file without losses: "fast", the default, "balanced" or "small".
 CG_EXTERN const CFStringRef kCGImageDestinationCompression;
 
+// Image properties of a format with losses: how many of the colors of 4 x 2 pixels are stored, "444", "422" or "420",
+// which is the default; whether there are no losses at all, an NSNumber; and whether a JPEG is progressive, an
+// NSNumber.
+CG_EXTERN const CFStringRef kCGImageDestinationSubsampling;
+CG_EXTERN const CFStringRef kCGImageDestinationLossless;
+CG_EXTERN const CFStringRef kCGImagePropertyJFIFIsProgressive;
+
 // Returns a destination for a file of a type, such as "public.png" (CGImageFormat.h). Null for a type that cannot be
 // written, a null URL, or a count other than 1. Ignores options.
 //

@@ -17,6 +17,9 @@
 
 const CFStringRef kCGImageDestinationLossyCompressionQuality = CFSTR("kCGImageDestinationLossyCompressionQuality");
 const CFStringRef kCGImageDestinationCompression = CFSTR("Compression");
+const CFStringRef kCGImageDestinationSubsampling = CFSTR("Subsampling");
+const CFStringRef kCGImageDestinationLossless = CFSTR("Lossless");
+const CFStringRef kCGImagePropertyJFIFIsProgressive = CFSTR("IsProgressive");
 
 // A destination as an object. Either _url or _data is set.
 @interface CGImageDestinationObject : NSObject {
@@ -69,6 +72,11 @@ image_io::EncodeOptions OptionsIn(NSDictionary* properties) {
     NSString* compression = [properties objectForKey:(id)kCGImageDestinationCompression];
     if ([compression isEqual:@"balanced"]) options.compression = image_io::Compression::kBalanced;
     if ([compression isEqual:@"small"]) options.compression = image_io::Compression::kSmall;
+    NSString* subsampling = [properties objectForKey:(id)kCGImageDestinationSubsampling];
+    if ([subsampling isEqual:@"422"]) options.subsampling = image_io::Subsampling::k422;
+    if ([subsampling isEqual:@"444"]) options.subsampling = image_io::Subsampling::k444;
+    options.isLossless = [[properties objectForKey:(id)kCGImageDestinationLossless] boolValue];
+    options.isProgressive = [[properties objectForKey:(id)kCGImagePropertyJFIFIsProgressive] boolValue];
     return options;
 }
 

@@ -26,4 +26,6 @@ char* CGImageFormatCopyObstacleToWriting(const char* type) {
     return reason.empty() ? nullptr : strdup(reason.c_str());
 }
 
+char* CGImageFormatCopyNames(void) { return strdup(image_io::FormatNames().c_str()); }
+
 char* CGImageFormatCopyWritable(void) { return strdup(image_io::WritableFormats().c_str()); }

@@ -12,7 +12,7 @@ typedef struct {
     const char* name;    // "JPEG"
     const char* type;    // "public.jpeg"
     unsigned depths;     // the bits per component of files that are written: a sum of 8, 16 and 32, which are floats
-    size_t longestSide;  // of files that are written, in pixels
+    size_t longestSide;  // of files that are written, in pixels; 0 for no limit
 } CGImageFormat;
 
 // Stores the format of the suffix of a path. Returns false for an unknown suffix.
@@ -24,5 +24,6 @@ CG_EXTERN bool CGImageFormatNamed(const char* name, CGImageFormat* format);
 // Returns why files of a type cannot be written on this machine; null when they can.
 CG_EXTERN char* CGImageFormatCopyObstacleToWriting(const char* type);
 
-// Returns the names of the formats that can be written on this machine: "PNG, JPEG and WebP".
+// Return the names of all formats, and of those that can be written on this machine: "PNG, JPEG or WebP".
+CG_EXTERN char* CGImageFormatCopyNames(void);
 CG_EXTERN char* CGImageFormatCopyWritable(void);

@@ -27,10 +27,17 @@ struct Pixels {
 
 enum class Compression { kFast, kBalanced, kSmall };
 
+// How many of the color differences of 4 x 2 pixels a format with losses stores: all, one of two in each row, or one
+// for each 2 x 2 pixels.
+enum class Subsampling { k444, k422, k420 };
+
 // How to write a file. A format takes from it what it knows.
 struct EncodeOptions {
     double quality = 0.9;  // of a format with losses, 0 (smallest file) to 1 (best quality)
     Compression compression = Compression::kFast;
+    Subsampling subsampling = Subsampling::k420;
+    bool isLossless = false;
+    bool isProgressive = false;
 };
 
 // The channels that a picture uses.

@@ -1,4 +1,4 @@
-// encode_jpeg.cpp - encodes color JPEG files, blended onto white.
+// encode_jpeg.cpp - encodes JPEG files, blended onto white. A picture without colors is stored as gray.
 
 // jpeglib.h requires this header before it.
 #include <cstdio>
@@ -38,17 +38,24 @@ struct Output {
 
 // Writes the picture, catches the jump, and returns whether it was written completely. No object here has a destructor
 // that the jump could skip.
-bool WriteGuarded(jpeg_compress_struct* jpeg, ErrorManager* errors, const Pixels& pixels, double quality,
-                  std::uint8_t* row, Output* output) {
+bool WriteGuarded(jpeg_compress_struct* jpeg, ErrorManager* errors, const Pixels& pixels, const EncodeOptions& options,
+                  bool hasColor, std::uint8_t* row, Output* output) {
     if (setjmp(errors->leave) != 0) return false;
     jpeg_create_compress(jpeg);
     jpeg_mem_dest(jpeg, &output->bytes, &output->length);
     jpeg->image_width = static_cast<JDIMENSION>(pixels.width);
     jpeg->image_height = static_cast<JDIMENSION>(pixels.height);
-    jpeg->input_components = 3;
-    jpeg->in_color_space = JCS_RGB;
+    jpeg->input_components = hasColor ? 3 : 1;
+    jpeg->in_color_space = hasColor ? JCS_RGB : JCS_GRAYSCALE;
     jpeg_set_defaults(jpeg);
+    // Written as quality > 0 so that NaN becomes 0.
+    const double quality = options.quality > 0 ? std::min(options.quality, 1.0) : 0;
     jpeg_set_quality(jpeg, static_cast<int>(std::lround(quality * 100)), TRUE);
+    if (hasColor) {
+        jpeg->comp_info[0].h_samp_factor = options.subsampling == Subsampling::k444 ? 1 : 2;
+        jpeg->comp_info[0].v_samp_factor = options.subsampling == Subsampling::k420 ? 2 : 1;
+    }
+    if (options.isProgressive) jpeg_simple_progression(jpeg);
     jpeg_start_compress(jpeg, TRUE);
     if (pixels.profile != nullptr) {
         jpeg_write_icc_profile(jpeg, static_cast<const JOCTET*>(pixels.profile),
@@ -56,6 +63,8 @@ bool WriteGuarded(jpeg_compress_struct* jpeg, ErrorManager* errors, const Pixels
     }
     for (std::size_t y = 0; y < pixels.height; ++y) {
         RowOnWhite(pixels, y, row);
+        // The three colors of a gray pixel are equal.
+        for (std::size_t x = 1; !hasColor && x < pixels.width; ++x) row[x] = row[3 * x];
         jpeg_write_scanlines(jpeg, &row, 1);
     }
     jpeg_finish_compress(jpeg);
@@ -74,9 +83,8 @@ int EncodeJPEG(const Pixels& pixels, const EncodeOptions& options, EncodedFile* 
     errors.base.output_message = Ignore;
     Output output = {nullptr, 0};
     auto* row = static_cast<std::uint8_t*>(std::malloc(pixels.width * 3));
-    // Written as quality > 0 so that NaN becomes 0.
-    const double clamped = options.quality > 0 ? std::min(options.quality, 1.0) : 0;
-    const bool complete = row != nullptr && WriteGuarded(&jpeg, &errors, pixels, clamped, row, &output);
+    const bool hasColor = ChannelsOf(pixels).hasColor;
+    const bool complete = row != nullptr && WriteGuarded(&jpeg, &errors, pixels, options, hasColor, row, &output);
     jpeg_destroy_compress(&jpeg);
     std::free(row);
     *file = {output.bytes, output.length};

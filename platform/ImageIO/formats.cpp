@@ -21,7 +21,7 @@ using std::literals::operator""sv;
 constexpr Codec kPNG = {DecodePNG, EncodePNG, nullptr};
 constexpr Codec kJPEG = {DecodeJPEG, EncodeJPEG, nullptr};
 
-constexpr std::size_t kAnySide = 0x7fffffff;
+constexpr std::size_t kAnySide = 0;  // memory ends before the format does
 
 // The longest side of a JPEG: what the encoder accepts. The format has room for 35 pixels more.
 constexpr std::size_t kJPEGSide = 65500;
@@ -52,6 +52,20 @@ template <class Predicate>
 const Format* Find(const Predicate& predicate) {
     const Format* found = std::find_if(std::begin(kFormats), std::end(kFormats), predicate);
     return found != std::end(kFormats) ? found : nullptr;
+}
+
+// The names of those formats for which the predicate holds.
+template <class Predicate>
+std::string NamesOf(const Predicate& predicate) {
+    std::vector<std::string> names;
+    for (const Format& format : kFormats) {
+        if (predicate(format)) names.emplace_back(format.name);
+    }
+    std::string text;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        text += (i == 0 ? "" : i + 1 == names.size() ? " or " : ", ") + names[i];
+    }
+    return text;
 }
 
 // The folder of this library, with its slash.
@@ -112,16 +126,12 @@ std::string ObstacleToEncoding(const Format& format) {
     return obstacle != nullptr ? obstacle : "";
 }
 
+std::string FormatNames() {
+    return NamesOf([](const Format&) { return true; });
+}
+
 std::string WritableFormats() {
-    std::vector<std::string> names;
-    for (const Format& format : kFormats) {
-        if (ObstacleToEncoding(format).empty()) names.emplace_back(format.name);
-    }
-    std::string text;
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        text += (i == 0 ? "" : i + 1 == names.size() ? " and " : ", ") + names[i];
-    }
-    return text;
+    return NamesOf([](const Format& format) { return ObstacleToEncoding(format).empty(); });
 }
 
 }  // namespace image_io

@@ -34,7 +34,7 @@ struct Format {
     const char* suffixes;            // in lower case, separated by spaces; the first is the usual one
     std::string_view signatures[4];  // how files begin; '?' stands for any byte
     unsigned depths;                 // of the files that are written: a sum of 8, 16 and 32
-    std::size_t longestSide;         // of the files that are written, in pixels
+    std::size_t longestSide;         // of the files that are written, in pixels; 0 for no limit
 
     const Codec* codec;   // null for a format with a library
     const char* library;  // the name of the library that has the codec, and the codec's name in it
@@ -60,7 +60,8 @@ struct Format {
 // Returns why files of a format cannot be written on this machine; empty when they can.
 [[nodiscard]] std::string ObstacleToEncoding(const Format& format);
 
-// Returns the names of the formats that can be written here: "PNG, JPEG and WebP".
+// Return the names of all formats, and of those that can be written on this machine: "PNG, JPEG or WebP".
+[[nodiscard]] std::string FormatNames();
 [[nodiscard]] std::string WritableFormats();
 
 }  // namespace image_io

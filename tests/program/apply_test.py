@@ -124,7 +124,8 @@ class ApplyTest(ZevaTest):
         apply = ("apply", *invert, "-o", self.out, "--working-space")
         self.assert_fails(
             2,
-            "--working-space: 'absent.icc' is not a file, expected linear, none or an ICC profile",
+            "--working-space: got 'absent.icc', expected linear, none or an RGB profile of curves and a matrix; "
+            "nothing was written",
             *apply,
             "absent.icc",
         )
@@ -132,7 +133,7 @@ class ApplyTest(ZevaTest):
         profile.write_bytes(profile.read_bytes().replace(b"cprt", b"A2B0"))
         self.assert_fails(
             2,
-            "CIImageQOR.SaveInWorkingSpace: the working space is not an RGB profile of curves and a matrix; "
+            f"--working-space: got '{profile}', expected linear, none or an RGB profile of curves and a matrix; "
             "nothing was written",
             *apply,
             profile,
@@ -165,7 +166,7 @@ class ApplyTest(ZevaTest):
     def test_an_empty_word_is_not_a_picture(self):
         self.assert_fails(2, "'': expected the name of a picture", "apply", "Bloom", "", "-o", self.out)
         self.assert_fails(
-            2, "CIImageQOR.Save: the path is empty; nothing was written", "apply", "Bloom", self.photo, "-o", ""
+            2, "CIImageQOR.SaveLike: the path is empty; nothing was written", "apply", "Bloom", self.photo, "-o", ""
         )
 
     def test_a_name_that_is_too_long_is_refused(self):
