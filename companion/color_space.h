@@ -1,10 +1,15 @@
-// color_space.h - creates host objects that wrap a color space. Thread: the host's.
+// color_space.h - finds color spaces by name, and creates host objects that wrap one. Thread: the host's.
 
 #pragma once
 
 #include <CoreGraphics/CoreGraphics.h>
+#import <Foundation/Foundation.h>
 
 #include "interface/handles.h"
+
+// Returns the color space with a name: the platform's, with or without its prefix, and with or without spaces. The
+// caller owns one reference. Null for an unknown name.
+[[nodiscard]] CGColorSpaceRef NewNamedColorSpace(NSString* name);
 
 // Returns a new CGColorSpaceQOR, which retains the space; the caller owns one reference. Null when the space is null or
 // the host does not have the class.

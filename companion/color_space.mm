@@ -4,7 +4,7 @@
 //   CGColorSpaceQOR.FromProfile(block)      Name  Profile  CanBeWorkingSpace
 //
 // A space has the platform's name, "kCGColorSpaceLinearSRGB". The prefix "kCGColorSpace" may be omitted, and the first
-// letter may then be lower case: "linearSRGB".
+// letter may then be lower case: "linearSRGB". Spaces do not count: "Display P3".
 
 #include "companion/color_space.h"
 
@@ -19,15 +19,6 @@
 #include "plugin/host_services.h"
 
 namespace {
-
-// Returns the color space with a name; the caller owns one reference. Null for an unknown name.
-CGColorSpaceRef NewColorSpace(NSString* name) {
-    CGColorSpaceRef space = CGColorSpaceCreateWithName(reinterpret_cast<CFStringRef>(name));
-    if (space != nullptr || [name length] == 0) return space;
-    NSString* first = [[name substringToIndex:1] uppercaseString];
-    NSString* fullName = [NSString stringWithFormat:@"kCGColorSpace%@%@", first, [name substringFromIndex:1]];
-    return CGColorSpaceCreateWithName(reinterpret_cast<CFStringRef>(fullName));
-}
 
 CGColorSpaceRef SpaceOf(ZEVAobjectStruct* self) {
     CFTypeRef wrapped = reinterpret_cast<CoreFoundationObject*>(self)->wrapped;
@@ -62,7 +53,7 @@ ZEVAmemoryBlockStruct* GetProfile(ZEVAobjectStruct* self) {
 // Raises for an unknown name.
 ZEVAobjectStruct* NewNamed(ZEVAstringStruct* name) {
     NSString* text = TextOf(name);
-    CGColorSpaceRef space = text != nil ? NewColorSpace(text) : nullptr;
+    CGColorSpaceRef space = text != nil ? NewNamedColorSpace(text) : nullptr;
     if (space == nullptr) {
         RaiseWithMessage([NSString
             stringWithFormat:@"CGColorSpaceQOR.Named: no color space is called \"%@\"", text != nil ? text : @""]);
@@ -93,6 +84,15 @@ ZEVAmethod colorSpaceSharedMethods[] = {
 };
 
 }  // namespace
+
+CGColorSpaceRef NewNamedColorSpace(NSString* name) {
+    CGColorSpaceRef space = CGColorSpaceCreateWithName(reinterpret_cast<CFStringRef>(name));
+    NSString* letters = [name stringByReplacingOccurrencesOfString:@" " withString:@""];
+    if (space != nullptr || [letters length] == 0) return space;
+    NSString* first = [[letters substringToIndex:1] uppercaseString];
+    NSString* fullName = [NSString stringWithFormat:@"kCGColorSpace%@%@", first, [letters substringFromIndex:1]];
+    return CGColorSpaceCreateWithName(reinterpret_cast<CFStringRef>(fullName));
+}
 
 ZEVAobjectStruct* NewColorSpaceObject(CGColorSpaceRef space) {
     ZEVAobjectStruct* object = space != nullptr ? ZEVAnewInstance("CGColorSpaceQOR") : nullptr;

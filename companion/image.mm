@@ -8,6 +8,7 @@
 
 #import <CoreImage/CIEngine.h>
 #import <CoreImage/CoreImage.h>
+#include <ImageIO/ImageIO.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -18,6 +19,7 @@
 #include "companion/host_bytes.h"
 #include "companion/host_text.h"
 #include "companion/image_files.h"
+#include "companion/image_object.h"
 #include "companion/image_output.h"
 #include "companion/rectangle.h"
 #include "companion/value_object.h"
@@ -35,9 +37,11 @@ ZEVAobjectStruct* NewImageOf(const PictureFile& picture) {
     ZEVAobjectStruct* object = NewValueObject("CIImageQOR", image);
     if (object == nullptr) {
         CGImageRelease(picture.bitmap);
-    } else {
-        reinterpret_cast<ImageObject*>(object)->cgImage = picture.bitmap;
+        return nullptr;
     }
+    auto* opened = reinterpret_cast<OpenedImageObject*>(object);
+    opened->shared.cgImage = picture.bitmap;
+    opened->properties = [picture.properties retain];
     return object;
 }
 
@@ -50,7 +54,7 @@ ZEVAobjectStruct* NewResult(CIImage* made, CIImage* original, NSString* member, 
     return NewValueObject("CIImageQOR", made);
 }
 
-// Raises for a file that is missing, damaged or not a PNG or JPEG.
+// Raises for a file that is missing, damaged or not of a known format.
 ZEVAobjectStruct* Open(ZEVAstringStruct* path) {
     NSString* const consequence = @"no image was opened";
     const char* bytes = nullptr;
@@ -68,7 +72,7 @@ std::int32_t IsPicture(ZEVAstringStruct* path) {
     return PathOf(path, &bytes) == nil && BeginsLikePicture(bytes) ? 1 : 0;
 }
 
-// Raises for bytes that are not a PNG or JPEG file.
+// Raises for bytes that are not a file of a known format.
 ZEVAobjectStruct* NewFromData(ZEVAmemoryBlockStruct* data) {
     PictureFile picture;
     NSString* reason = ReadImageData(DataOf(data), &picture);
@@ -125,6 +129,14 @@ ZEVAobjectStruct* NewFromValues(ZEVAmemoryBlockStruct* values, std::int32_t widt
         return Refused(member, [NSString stringWithUTF8String:CIEngineFailure()], @"no image was created");
     }
     return NewValueObject("CIImageQOR", image);
+}
+
+// Raises for NaN and for a number below 1.
+void SetPixelLimit(double pixels) {
+    if (!(pixels >= 1)) {
+        return RaiseAbout(@"CIImageQOR.SetPixelLimit", @"the number is not 1 or more", @"the limit stays");
+    }
+    CGImageSourceSetPixelLimit(pixels < static_cast<double>(SIZE_MAX) ? static_cast<std::size_t>(pixels) : SIZE_MAX);
 }
 
 // Raises for nil.
@@ -218,9 +230,10 @@ ZEVAobjectStruct* Resized(ZEVAobjectStruct* self, std::int32_t width, std::int32
 }
 
 void FinalizeImage(ZEVAobjectStruct* self) {
-    auto* object = reinterpret_cast<ImageObject*>(self);
-    [object->wrapped release];
-    CGImageRelease(object->cgImage);
+    auto* object = reinterpret_cast<OpenedImageObject*>(self);
+    [object->shared.wrapped release];
+    CGImageRelease(object->shared.cgImage);
+    [object->properties release];
 }
 
 ZEVAmethod imageMethods[] = {
@@ -233,6 +246,7 @@ ZEVAmethod imageMethods[] = {
     COMPANION_METHOD("Save(path as string)", SaveImage),
     COMPANION_METHOD("SaveWithQuality(path as string, quality as double)", SaveImageWithQuality),
     COMPANION_METHOD("SaveInSpace(path as string, quality as double, space as CGColorSpaceQOR)", SaveImageInSpace),
+    COMPANION_METHOD("SaveLike(path as string, source as CIImageQOR, options as string)", SaveImageLike),
     COMPANION_METHOD("SaveInWorkingSpace(path as string, workingSpace as CGColorSpaceQOR)", SaveImageInWorkingSpace),
     COMPANION_METHOD("ToPNG() as memoryblock", ImageToPNG),
     COMPANION_METHOD("ToJPEG(quality as double) as memoryblock", ImageToJPEG),
@@ -249,6 +263,8 @@ ZEVAmethod imageSharedMethods[] = {
                      NewFromPixels),
     COMPANION_METHOD("FromValues(values as memoryblock, width as integer, height as integer) as CIImageQOR",
                      NewFromValues),
+    COMPANION_METHOD("CheckSave(path as string, options as string)", CheckSave),
+    COMPANION_METHOD("SetPixelLimit(pixels as double)", SetPixelLimit),
     COMPANION_METHOD("FromColor(color as CIColorQOR) as CIImageQOR", NewFromColor),
 };
 
@@ -257,7 +273,7 @@ ZEVAmethod imageSharedMethods[] = {
 ZEVAclassDefinition CIImageClass = {
     .record = {.version = kRecordVersion,
                .className = "CIImageQOR",
-               .instanceDataSize = COMPANION_DATA_SIZE(ImageObject),
+               .instanceDataSize = COMPANION_DATA_SIZE(OpenedImageObject),
                .finalize = FinalizeImage,
                .methods = imageMethods,
                .methodCount = std::size(imageMethods),

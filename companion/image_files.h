@@ -1,4 +1,4 @@
-// image_files.h - reads and writes PNG and JPEG, as files and as bytes.
+// image_files.h - reads and writes pictures, as files and as bytes.
 //
 // Failure: each function returns the reason as an autoreleased string, or nil on success. Those that write also store
 //          the system's error number, if the system is the cause.
@@ -8,33 +8,39 @@
 
 #include <CoreGraphics/CoreGraphics.h>
 #import <Foundation/Foundation.h>
+#include <ImageIO/CGImageFormat.h>
 
 struct PictureFile {
-    CGImageRef bitmap = nullptr;  // the stored pixels, not rotated; the caller owns one reference
-    int orientation = 1;          // the Exif orientation, 1 (upright) to 8
-    NSString* name = nil;         // in messages; autoreleased
+    CGImageRef bitmap = nullptr;     // the stored pixels, not rotated; the caller owns one reference
+    int orientation = 1;             // the Exif orientation, 1 (upright) to 8
+    NSString* name = nil;            // in messages; autoreleased
+    NSDictionary* properties = nil;  // of ImageIO, autoreleased
 };
 
 // Returns that there is no memory for an image of this size, and how much it needs.
 [[nodiscard]] NSString* ReasonForMemory(CGSize size);
 
-// Reads a PNG or JPEG.
+// Reads a picture.
 [[nodiscard]] NSString* ReadImageFile(const char* path, PictureFile* picture);
 [[nodiscard]] NSString* ReadImageData(NSData* data, PictureFile* picture);
 
 // Whether a file begins like a picture that can be read. Looks at its first bytes only, never at its name.
 [[nodiscard]] bool BeginsLikePicture(const char* path);
 
-// Tests the suffix and the folder of a path, so that a wrong path is found before the image is rendered.
+// Finds the format of a name, or without a name that of the suffix of a path. Returns why it cannot be written.
+[[nodiscard]] NSString* ObstacleToFormat(const char* path, const char* name, CGImageFormat* format);
+
+// Tests whether a path can be written to, so that a wrong path is found before the image is rendered.
 [[nodiscard]] NSString* ObstacleToWriting(const char* path, int* errorNumber);
 
-// Whether the suffix of a path is that of a JPEG; and the test of the size of a JPEG.
-[[nodiscard]] bool IsJPEG(const char* path);
-[[nodiscard]] NSString* ObstacleToJPEG(CGSize size);
+// Tests whether a format can hold an image of a size.
+[[nodiscard]] NSString* ObstacleToSize(const CGImageFormat& format, CGSize size);
 
-// Writes a PNG or JPEG by the suffix of the path. The quality of a JPEG is 0 to 1, nil for the default. When writing
-// fails, an existing file stays unchanged.
-[[nodiscard]] NSString* WriteImageFile(const char* path, CGImageRef image, NSNumber* quality, int* errorNumber);
+// Writes an image in a format with the properties of ImageIO, which may be nil. When writing fails, an existing file
+// stays unchanged.
+[[nodiscard]] NSString* WriteImageFile(const char* path, const CGImageFormat& format, CGImageRef image,
+                                       NSDictionary* properties, int* errorNumber);
 
-// Encodes a JPEG when there is a quality, else a PNG. Stores the autoreleased bytes in `file`.
-[[nodiscard]] NSString* EncodeImage(CGImageRef image, NSNumber* quality, NSData** file, int* errorNumber);
+// Does the same for bytes, and stores them in `file`, autoreleased.
+[[nodiscard]] NSString* EncodeImage(const CGImageFormat& format, CGImageRef image, NSDictionary* properties,
+                                    NSData** file, int* errorNumber);

@@ -5,38 +5,24 @@
 #import <CoreImage/CIEngine.h>
 #include <ImageIO/ImageIO.h>
 #include <fcntl.h>
-#include <strings.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 
 #include "companion/host_text.h"
 
 namespace {
 
-// The type identifiers of the file formats.
-NSString* const kPNG = @"public.png";
-NSString* const kJPEG = @"public.jpeg";
-
-// The largest number of pixels that ImageIO reads.
-constexpr double kMostPixels = 1 << 28;
-
-// The longest side of a JPEG: what the encoder accepts. The format has room for 35 pixels more.
-constexpr double kLongestSideOfJPEG = 65500;
-
-// Returns the type identifier for the suffix of a path; nil for an unknown suffix.
-NSString* TypeForSuffix(const char* path) {
-    const char* slash = std::strrchr(path, '/');
-    const char* name = slash != nullptr ? slash + 1 : path;
-    const char* dot = std::strrchr(name, '.');
-    if (dot == nullptr || dot == name) return nil;
-    if (strcasecmp(dot, ".png") == 0) return kPNG;
-    if (strcasecmp(dot, ".jpg") == 0 || strcasecmp(dot, ".jpeg") == 0) return kJPEG;
-    return nil;
+// Returns text that was allocated with malloc, autoreleased, and frees it; nil for null.
+NSString* TakeText(char* text) {
+    NSString* taken = text != nullptr ? [NSString stringWithUTF8String:text] : nil;
+    std::free(text);
+    return taken;
 }
 
 // Returns the text of an error number, in lower case: "no such file or directory".
@@ -64,7 +50,7 @@ NSString* ReasonForStatus(CGImageSourceStatus status) {
         case kCGImageStatusInvalidData:
             return @"the picture is damaged";
         case kCGImageStatusUnknownType:
-            return @"not a PNG or JPEG file";
+            return [NSString stringWithFormat:@"not a %@ file", TakeText(CGImageFormatCopyNames())];
         case kCGImageStatusReadingHeader:
             return @"the file is too short to be a picture";
         default:
@@ -78,9 +64,11 @@ NSString* ObstacleInSize(NSDictionary* properties) {
     const double width = [[properties objectForKey:(id)kCGImagePropertyPixelWidth] doubleValue];
     const double height = [[properties objectForKey:(id)kCGImagePropertyPixelHeight] doubleValue];
     if (width == 0) return nil;
-    if (width * height <= kMostPixels) return ReasonForMemory(CGSizeMake(width, height));
-    return [NSString stringWithFormat:@"the picture has %.0f x %.0f pixels, at most %.0f million can be read", width,
-                                      height, std::floor(kMostPixels / 1e6)];
+    const auto limit = static_cast<double>(CGImageSourceGetPixelLimit());
+    if (width * height <= limit) return ReasonForMemory(CGSizeMake(width, height));
+    return [NSString stringWithFormat:@"the picture has %.0f x %.0f pixels, at most %.0f million can be read "
+                                      @"without --pixel-limit",
+                                      width, height, std::floor(limit / 1e6)];
 }
 
 // Returns an autoreleased URL; nil when there is no current folder for a relative path.
@@ -99,16 +87,24 @@ NSString* ObstacleInMemory(NSDictionary* properties, int orientation) {
     const double height = [[properties objectForKey:(id)kCGImagePropertyPixelHeight] doubleValue];
     const bool isInOrder = [[properties objectForKey:(id)kCGImagePropertyHasRowsInOrder] boolValue] != NO;
     const auto limit = static_cast<double>(CIEngineMemoryLimit());
-    const double needed = 4 * width * height;
-    if (width * height > kMostPixels || needed <= limit || (isInOrder && KeepsRowsInOrder(orientation))) return nil;
+    const double bytesPerPixel = [[properties objectForKey:(id)kCGImagePropertyDepth] doubleValue] / 2;
+    const double needed = bytesPerPixel * width * height;
+    // The reader refuses a picture that exceeds its own limit.
+    const bool isAllowed = width * height <= static_cast<double>(CGImageSourceGetPixelLimit());
+    if (!isAllowed || needed <= limit || (isInOrder && KeepsRowsInOrder(orientation))) return nil;
     constexpr double kMegabyte = 1 << 20;
     return [NSString stringWithFormat:@"needs %.0f MB of memory, more than the memory limit of %.0f MB",
                                       std::ceil(needed / kMegabyte), std::floor(limit / kMegabyte)];
 }
 
+NSDictionary* PropertiesOf(CGImageSourceRef source) {
+    return [(NSDictionary*)CGImageSourceCopyPropertiesAtIndex(source, 0, nullptr) autorelease];
+}
+
 // Reads the picture in a source and releases the source.
 NSString* ReadSource(CGImageSourceRef source, PictureFile* picture) {
-    NSDictionary* properties = [(NSDictionary*)CGImageSourceCopyPropertiesAtIndex(source, 0, nullptr) autorelease];
+    NSDictionary* properties = PropertiesOf(source);
+    picture->properties = properties;
     NSNumber* orientation = [properties objectForKey:(id)kCGImagePropertyOrientation];
     if (orientation != nil) picture->orientation = [orientation intValue];
     NSString* reason = ObstacleInMemory(properties, picture->orientation);
@@ -124,19 +120,18 @@ NSString* ReadSource(CGImageSourceRef source, PictureFile* picture) {
         return nil;
     }
     const CGImageSourceStatus status = CGImageSourceGetStatus(source);
+    // The decoder may know more about a picture that it could not read.
+    properties = PropertiesOf(source);
     CFRelease(source);
-    NSString* obstacle = status == kCGImageStatusInvalidData ? ObstacleInSize(properties) : nil;
+    NSString* obstacle = [properties objectForKey:(id)kCGImagePropertyFailure];
+    if (obstacle == nil && status == kCGImageStatusInvalidData) obstacle = ObstacleInSize(properties);
     return obstacle != nil ? obstacle : ReasonForStatus(status);
 }
 
 // Writes the picture to a destination and releases the destination. Returns false, with the reason in errno, when that
 // fails or when the destination is null.
-bool Write(CGImageDestinationRef destination, CGImageRef image, NSNumber* quality) {
+bool Write(CGImageDestinationRef destination, CGImageRef image, NSDictionary* properties) {
     if (destination == nullptr) return false;
-    NSDictionary* properties = nil;
-    if (quality != nil) {
-        properties = [NSDictionary dictionaryWithObject:quality forKey:(id)kCGImageDestinationLossyCompressionQuality];
-    }
     CGImageDestinationAddImage(destination, image, (CFDictionaryRef)properties);
     const bool isWritten = CGImageDestinationFinalize(destination);
     CFRelease(destination);
@@ -182,17 +177,26 @@ NSString* ReadImageData(NSData* data, PictureFile* picture) {
     return ReadSource(CGImageSourceCreateWithData(reinterpret_cast<CFDataRef>(data), nullptr), picture);
 }
 
-bool IsJPEG(const char* path) { return [TypeForSuffix(path) isEqual:kJPEG]; }
+NSString* ObstacleToFormat(const char* path, const char* name, CGImageFormat* format) {
+    if (!(name != nullptr ? CGImageFormatNamed(name, format) : CGImageFormatOfPath(path, format))) {
+        return
+            [NSString stringWithFormat:@"the suffix must be that of a %@ file", TakeText(CGImageFormatCopyWritable())];
+    }
+    NSString* obstacle = TakeText(CGImageFormatCopyObstacleToWriting(format->type));
+    if (obstacle == nil) return nil;
+    return
+        [NSString stringWithFormat:@"%@, this machine can write %@", obstacle, TakeText(CGImageFormatCopyWritable())];
+}
 
-NSString* ObstacleToJPEG(CGSize size) {
-    if (size.width <= kLongestSideOfJPEG && size.height <= kLongestSideOfJPEG) return nil;
-    return [NSString stringWithFormat:@"%.0f x %.0f pixels are too large for a JPEG, whose sides have at most %.0f",
-                                      static_cast<double>(size.width), static_cast<double>(size.height),
-                                      kLongestSideOfJPEG];
+NSString* ObstacleToSize(const CGImageFormat& format, CGSize size) {
+    const auto longest = static_cast<CGFloat>(format.longestSide);
+    if (longest == 0 || (size.width <= longest && size.height <= longest)) return nil;
+    return [NSString stringWithFormat:@"%.0f x %.0f pixels are too large for a %s, whose sides have at most %zu",
+                                      static_cast<double>(size.width), static_cast<double>(size.height), format.name,
+                                      format.longestSide];
 }
 
 NSString* ObstacleToWriting(const char* path, int* errorNumber) {
-    if (TypeForSuffix(path) == nil) return @"the suffix must be .png, .jpg or .jpeg";
     struct stat status = {};
     if (lstat(path, &status) == 0) {
         // A link to a file that does not exist is followed when the file is written.
@@ -218,18 +222,20 @@ NSString* ObstacleToWriting(const char* path, int* errorNumber) {
     return nil;
 }
 
-NSString* WriteImageFile(const char* path, CGImageRef image, NSNumber* quality, int* errorNumber) {
-    CFStringRef type = reinterpret_cast<CFStringRef>(TypeForSuffix(path));
+NSString* WriteImageFile(const char* path, const CGImageFormat& format, CGImageRef image, NSDictionary* properties,
+                         int* errorNumber) {
+    CFStringRef type = reinterpret_cast<CFStringRef>([NSString stringWithUTF8String:format.type]);
     CGImageDestinationRef destination = CGImageDestinationCreateWithURL(URLFor(path), type, 1, nullptr);
-    return Write(destination, image, quality) ? nil : SystemReason(*errorNumber = errno);
+    return Write(destination, image, properties) ? nil : SystemReason(*errorNumber = errno);
 }
 
-NSString* EncodeImage(CGImageRef image, NSNumber* quality, NSData** file, int* errorNumber) {
+NSString* EncodeImage(const CGImageFormat& format, CGImageRef image, NSDictionary* properties, NSData** file,
+                      int* errorNumber) {
     NSMutableData* data = [NSMutableData data];
-    CFStringRef type = reinterpret_cast<CFStringRef>(quality != nil ? kJPEG : kPNG);
+    CFStringRef type = reinterpret_cast<CFStringRef>([NSString stringWithUTF8String:format.type]);
     CGImageDestinationRef destination =
         CGImageDestinationCreateWithData(reinterpret_cast<CFMutableDataRef>(data), type, 1, nullptr);
-    if (!Write(destination, image, quality)) return SystemReason(*errorNumber = errno);
+    if (!Write(destination, image, properties)) return SystemReason(*errorNumber = errno);
     *file = data;
     return nil;
 }

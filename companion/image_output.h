@@ -8,8 +8,9 @@
 
 #include "interface/handles.h"
 
-// Save(path as string) and SaveWithQuality(path as string, quality as double): writes a PNG or JPEG by the suffix.
-// Raises for another suffix, for a quality outside 0...1 and for a file that cannot be written.
+// Save(path as string) and SaveWithQuality(path as string, quality as double): writes a file with 8 bits per component,
+// in the format that the suffix names. Raises for an unknown suffix, for a quality outside 0...1 and for a file that
+// cannot be written.
 void SaveImage(ZEVAobjectStruct* self, ZEVAstringStruct* path);
 void SaveImageWithQuality(ZEVAobjectStruct* self, ZEVAstringStruct* path, double quality);
 
@@ -21,6 +22,15 @@ void SaveImageInSpace(ZEVAobjectStruct* self, ZEVAstringStruct* path, double qua
 // the working space instead of linear light; nil switches color matching off, so that they see the numbers of the
 // files. Also raises for a space that is not a curve for each of red, green and blue and a matrix.
 void SaveImageInWorkingSpace(ZEVAobjectStruct* self, ZEVAstringStruct* path, ZEVAobjectStruct* workingSpace);
+
+// SaveLike(path as string, source as CIImageQOR, options as string): writes a file like that which the source was
+// opened from: with its depth, its color space and its data about the picture, as far as the format of the file can
+// hold them. The options (save_options.h) change that. Without a source there are 8 bits in sRGB.
+void SaveImageLike(ZEVAobjectStruct* self, ZEVAstringStruct* path, ZEVAobjectStruct* source, ZEVAstringStruct* options);
+
+// CheckSave(path as string, options as string): raises what SaveLike would raise for any image, because of the options
+// or the format of the path. An empty path checks the options alone. Writes nothing.
+void CheckSave(ZEVAstringStruct* path, ZEVAstringStruct* options);
 
 // ToPNG() and ToJPEG(quality as double): return the bytes of a file. Quality as above.
 [[nodiscard]] ZEVAmemoryBlockStruct* ImageToPNG(ZEVAobjectStruct* self);

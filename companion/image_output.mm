@@ -4,6 +4,7 @@
 
 #import <CoreImage/CIEngine.h>
 #import <CoreImage/CoreImage.h>
+#include <ImageIO/ImageIO.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -16,7 +17,9 @@
 #include "companion/host_bytes.h"
 #include "companion/host_text.h"
 #include "companion/image_files.h"
+#include "companion/image_object.h"
 #include "companion/rectangle.h"
+#include "companion/save_options.h"
 #include "companion/value_object.h"
 #include "plugin/host_services.h"
 
@@ -41,22 +44,30 @@ NSString* ObstacleToRendering(CIImage* image, CGColorSpaceRef space) {
 
 NSString* EngineReason() { return [NSString stringWithUTF8String:CIEngineFailure()]; }
 
-// Renders the extent of an image in a color space; null means sRGB. Returns why that failed, or nil, and stores the
-// system's error number. The options are those of the context. The caller owns one reference to the bitmap. If
-// deferred, a large image is rendered later, row by row.
-NSString* Render(CIImage* image, CGColorSpaceRef space, CGImageRef* bitmap, int* errorNumber, bool isDeferred = false,
-                 NSDictionary* options = nil) {
+// How to render an image for a file.
+struct Rendering {
+    CGColorSpaceRef space = nullptr;  // null for sRGB
+    std::size_t depth = 8;            // the bits of a component
+    NSDictionary* options = nil;      // of the context
+};
+
+// Renders the extent of an image. Returns why that failed, or nil, and stores the system's error number. The caller
+// owns one reference to the bitmap. If deferred, a large image is rendered later, row by row.
+NSString* Render(CIImage* image, const Rendering& rendering, bool isDeferred, CGImageRef* bitmap, int* errorNumber) {
     const CGRect extent = [image extent];
     const double pixels = static_cast<double>(extent.size.width) * static_cast<double>(extent.size.height);
-    CIContext* context = [CIContext contextWithOptions:options];
-    CGColorSpaceRef output =
-        space != nullptr ? CGColorSpaceRetain(space) : CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
+    const CIFormat format = rendering.depth == 8    ? kCIFormatRGBA8
+                            : rendering.depth == 16 ? kCIFormatRGBA16
+                                                    : kCIFormatRGBAf;
+    CGColorSpaceRef space = CGColorSpaceRetain(rendering.space);
+    if (space == nullptr) space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
+    CIContext* context = [CIContext contextWithOptions:rendering.options];
     *bitmap = [context createCGImage:image
                             fromRect:extent
-                              format:kCIFormatRGBA8
-                          colorSpace:output
+                              format:format
+                          colorSpace:space
                             deferred:isDeferred && pixels >= double{kCGSmallestSequential}];
-    CGColorSpaceRelease(output);
+    CGColorSpaceRelease(space);
     if (*bitmap != nullptr) return nil;
     *errorNumber = errno == EBADMSG ? EBADMSG : ENOMEM;
     if (*errorNumber == EBADMSG) return EngineReason();
@@ -77,38 +88,92 @@ NSString* ObstacleInQuality(NSNumber* quality) {
     return [NSString stringWithFormat:@"the quality %g is outside 0...1", value];
 }
 
-void Save(ZEVAobjectStruct* self, ZEVAstringStruct* path, NSNumber* quality, CGColorSpaceRef space, NSString* member,
-          NSDictionary* options = nil) {
+// The properties of a file with a quality; nil for nil.
+NSDictionary* PropertiesOf(NSNumber* quality) {
+    if (quality == nil) return nil;
+    return [NSDictionary dictionaryWithObject:quality forKey:(id)kCGImageDestinationLossyCompressionQuality];
+}
+
+// Renders an image and writes it to a path. Returns why that failed, or nil.
+NSString* Write(CIImage* image, const char* path, const CGImageFormat& format, const Rendering& rendering,
+                NSDictionary* properties, int* errorNumber) {
+    CGImageRef bitmap = nullptr;
+    NSString* reason = ObstacleToWriting(path, errorNumber);
+    if (reason == nil) reason = ObstacleToRendering(image, rendering.space);
+    if (reason == nil) reason = ObstacleToSize(format, [image extent].size);
+    if (reason == nil) reason = Render(image, rendering, /*isDeferred=*/true, &bitmap, errorNumber);
+    if (reason == nil) {
+        CIEngineForgetFailure();
+        reason = ReasonOfWriting(WriteImageFile(path, format, bitmap, properties, errorNumber), *errorNumber);
+    }
+    CGImageRelease(bitmap);
+    return reason;
+}
+
+void Save(ZEVAobjectStruct* self, ZEVAstringStruct* path, NSNumber* quality, const Rendering& rendering,
+          NSString* member) {
     NSString* const consequence = @"nothing was written";
     const char* bytes = nullptr;
     NSString* reason = PathOf(path, &bytes);
     if (reason != nil) return RaiseAbout(member, reason, consequence);
-    CIImage* image = WrappedIn(self);
-    CGImageRef bitmap = nullptr;
+    CGImageFormat format;
     int errorNumber = 0;
     reason = ObstacleInQuality(quality);
-    if (reason == nil) reason = ObstacleToWriting(bytes, &errorNumber);
-    if (reason == nil) reason = ObstacleToRendering(image, space);
-    if (reason == nil && IsJPEG(bytes)) reason = ObstacleToJPEG([image extent].size);
-    if (reason == nil) reason = Render(image, space, &bitmap, &errorNumber, /*isDeferred=*/true, options);
-    if (reason == nil) {
-        CIEngineForgetFailure();
-        reason = ReasonOfWriting(WriteImageFile(bytes, bitmap, quality, &errorNumber), errorNumber);
-    }
-    CGImageRelease(bitmap);
+    if (reason == nil) reason = ObstacleToFormat(bytes, nullptr, &format);
+    if (reason == nil) reason = Write(WrappedIn(self), bytes, format, rendering, PropertiesOf(quality), &errorNumber);
     if (reason != nil) RaiseAbout(TextOfPath(bytes), reason, consequence, errorNumber);
 }
 
-ZEVAmemoryBlockStruct* Encoded(ZEVAobjectStruct* self, NSNumber* quality, NSString* member) {
+// What the members about options read: a path, and how to save a file there.
+struct SaveRequest {
+    const char* path = nullptr;
+    SaveOptions options;
+    CGImageFormat format = {};  // of a path that is not empty
+};
+
+// Reads and checks a request, and raises what is wrong. Returns whether nothing is. Only a path that may be empty is
+// allowed to be empty.
+bool ReadRequest(ZEVAstringStruct* path, ZEVAstringStruct* options, bool mayBeEmpty, NSString* member,
+                 SaveRequest* request) {
+    const char* text = nullptr;
+    // Options without any text are no obstacle.
+    if (PathOf(options, &text) != nil) text = "";
+    NSString* place = member;
+    NSString* reason = PathOf(path, &request->path);
+    const bool isEmpty = request->path == nullptr || *request->path == '\0';
+    if (isEmpty && mayBeEmpty) reason = nil;
+    if (reason == nil) reason = ReadSaveOptions(text, &request->options, &place);
+    if (reason == nil && !isEmpty) {
+        place = TextOfPath(request->path);
+        reason = ObstacleToFormat(request->path, request->options.format, &request->format);
+    }
+    if (reason == nil && !isEmpty && request->options.depth != 0 &&
+        (request->format.depths & request->options.depth) == 0) {
+        reason = [NSString stringWithFormat:@"%s files do not have %zu bits per component", request->format.name,
+                                            request->options.depth];
+    }
+    if (reason != nil) RaiseAbout(place, reason, @"nothing was written");
+    return reason == nil;
+}
+
+// The most bits that a format can hold of a depth.
+std::size_t DepthWithin(const CGImageFormat& format, std::size_t depth) {
+    while (depth > 8 && (format.depths & depth) == 0) depth /= 2;
+    return depth;
+}
+
+ZEVAmemoryBlockStruct* Encoded(ZEVAobjectStruct* self, const char* formatName, NSNumber* quality, NSString* member) {
     CIImage* image = WrappedIn(self);
     CGImageRef bitmap = nullptr;
     NSData* file = nil;
     int errorNumber = 0;
+    CGImageFormat format;
     NSString* reason = ObstacleInQuality(quality);
+    if (reason == nil) reason = ObstacleToFormat("", formatName, &format);
     if (reason == nil) reason = ObstacleToRendering(image, nullptr);
-    if (reason == nil && quality != nil) reason = ObstacleToJPEG([image extent].size);
-    if (reason == nil) reason = Render(image, nullptr, &bitmap, &errorNumber);
-    if (reason == nil) reason = EncodeImage(bitmap, quality, &file, &errorNumber);
+    if (reason == nil) reason = ObstacleToSize(format, [image extent].size);
+    if (reason == nil) reason = Render(image, {}, /*isDeferred=*/false, &bitmap, &errorNumber);
+    if (reason == nil) reason = EncodeImage(format, bitmap, PropertiesOf(quality), &file, &errorNumber);
     CGImageRelease(bitmap);
     if (reason != nil) RaiseAbout(member, reason, @"nothing was encoded", errorNumber);
     return NewHostBlock(file);
@@ -183,16 +248,18 @@ bool IsMissing(NSData* floats, NSString* reason, NSString* member) {
 
 }  // namespace
 
-void SaveImage(ZEVAobjectStruct* self, ZEVAstringStruct* path) { Save(self, path, nil, nullptr, @"CIImageQOR.Save"); }
+void SaveImage(ZEVAobjectStruct* self, ZEVAstringStruct* path) { Save(self, path, nil, {}, @"CIImageQOR.Save"); }
 
 void SaveImageWithQuality(ZEVAobjectStruct* self, ZEVAstringStruct* path, double quality) {
-    Save(self, path, [NSNumber numberWithDouble:quality], nullptr, @"CIImageQOR.SaveWithQuality");
+    Save(
+        self, path, [NSNumber numberWithDouble : quality], {}, @"CIImageQOR.SaveWithQuality");
 }
 
 void SaveImageInSpace(ZEVAobjectStruct* self, ZEVAstringStruct* path, double quality, ZEVAobjectStruct* space) {
     NSString* const member = @"CIImageQOR.SaveInSpace";
     if (SpaceIn(space) == nullptr) return RaiseAbout(member, @"the color space is nil", @"nothing was written");
-    Save(self, path, [NSNumber numberWithDouble:quality], SpaceIn(space), member);
+    Save(
+        self, path, [NSNumber numberWithDouble : quality], { .space = SpaceIn(space) }, member);
 }
 
 void SaveImageInWorkingSpace(ZEVAobjectStruct* self, ZEVAstringStruct* path, ZEVAobjectStruct* workingSpace) {
@@ -203,14 +270,43 @@ void SaveImageInWorkingSpace(ZEVAobjectStruct* self, ZEVAstringStruct* path, ZEV
                           @"nothing was written");
     }
     id working = space != nullptr ? (id)space : [NSNull null];
-    Save(self, path, nil, nullptr, member,
-         [NSDictionary dictionaryWithObject:working forKey:kCIContextWorkingColorSpace]);
+    NSDictionary* options = [NSDictionary dictionaryWithObject:working forKey:kCIContextWorkingColorSpace];
+    Save(self, path, nil, {.options = options}, member);
 }
 
-ZEVAmemoryBlockStruct* ImageToPNG(ZEVAobjectStruct* self) { return Encoded(self, nil, @"CIImageQOR.ToPNG"); }
+void SaveImageLike(ZEVAobjectStruct* self, ZEVAstringStruct* path, ZEVAobjectStruct* source,
+                   ZEVAstringStruct* options) {
+    SaveRequest request;
+    if (!ReadRequest(path, options, /*mayBeEmpty=*/false, @"CIImageQOR.SaveLike", &request)) return;
+    const SaveOptions& wanted = request.options;
+    const auto* opened = reinterpret_cast<const OpenedImageObject*>(source);
+    CGImageRef original = opened != nullptr ? opened->shared.cgImage : nullptr;
+    Rendering rendering = {.space = wanted.space, .depth = wanted.depth};
+    const bool keepsSpace = wanted.space == nullptr && wanted.strip != Strip::kAll;
+    if (keepsSpace && CGColorSpaceSupportsOutput(CGImageGetColorSpace(original))) {
+        rendering.space = CGImageGetColorSpace(original);
+    }
+    if (rendering.depth == 0) {
+        const std::size_t depth = original != nullptr ? CGImageGetBitsPerComponent(original) : 8;
+        rendering.depth = DepthWithin(request.format, depth);
+    }
+    if (wanted.workingSpace != nil) {
+        rendering.options = [NSDictionary dictionaryWithObject:wanted.workingSpace forKey:kCIContextWorkingColorSpace];
+    }
+    int errorNumber = 0;
+    NSString* reason = Write(WrappedIn(self), request.path, request.format, rendering, wanted.properties, &errorNumber);
+    if (reason != nil) RaiseAbout(TextOfPath(request.path), reason, @"nothing was written", errorNumber);
+}
+
+void CheckSave(ZEVAstringStruct* path, ZEVAstringStruct* options) {
+    SaveRequest request;
+    static_cast<void>(ReadRequest(path, options, /*mayBeEmpty=*/true, @"CIImageQOR.CheckSave", &request));
+}
+
+ZEVAmemoryBlockStruct* ImageToPNG(ZEVAobjectStruct* self) { return Encoded(self, "png", nil, @"CIImageQOR.ToPNG"); }
 
 ZEVAmemoryBlockStruct* ImageToJPEG(ZEVAobjectStruct* self, double quality) {
-    return Encoded(self, [NSNumber numberWithDouble:quality], @"CIImageQOR.ToJPEG");
+    return Encoded(self, "jpg", [NSNumber numberWithDouble:quality], @"CIImageQOR.ToJPEG");
 }
 
 ZEVAmemoryBlockStruct* ImagePixels(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle) {

@@ -16,12 +16,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <map>
 #include <memory>
-#include <new>
 #include <optional>
 #include <set>
 #include <string>
@@ -36,6 +33,7 @@
 #include "host/program/commands.h"
 #include "host/program/exit_status.h"
 #include "host/program/output_names.h"
+#include "host/program/output_options.h"
 #include "host/program/picture_folder.h"
 #include "host/program/picture_streams.h"
 #include "host/program/protected_files.h"
@@ -43,7 +41,6 @@
 #include "host/recipe/recipe.h"
 #include "host/recipe/setting_value.h"
 #include "host/runtime/errors.h"
-#include "host/runtime/memory_block.h"
 #include "host/runtime/text.h"
 
 namespace {
@@ -58,13 +55,12 @@ struct ApplyRequest {
     std::vector<std::string> words;  // filters, settings and inputs
     std::string output;              // a path or a pattern, kStandardStream, or empty for results in place
     std::string rectangle;           // "X,Y,W,H"; empty for the extent of the result
-    std::string workingSpace;        // linear, none or a profile; empty for linear
     bool keepSize = false;           // crop the result to the extent of the input
+    OutputOptions options;
 
     std::string resize;  // resize_option.h; empty for the size of the result
     bool isFit = false, isFill = false;
 
-    std::string format;          // of a result on standard output: "png"
     bool isInPlace = false;      // results replace their pictures
     bool isRecursive = false;    // inputs may be folders
     bool keepsExisting = false;  // results that exist are left alone
@@ -151,36 +147,14 @@ ObjectReference Framed(Host& host, const ApplyRequest& request, const Value& inp
 struct Plan {
     std::vector<PreparedStep> steps;
     std::optional<ResizeOption> resize;
-    std::optional<Value> workingSpace;  // nil for none; not given for linear light
 };
 
-bool IsProfile(const std::string& workingSpace) {
-    return !(workingSpace.empty() || workingSpace == "linear" || workingSpace == "none");
-}
-
-// The space of an ICC profile.
-Value SpaceOfProfile(Host& host, const std::string& name) {
-    std::ifstream file(name, std::ios::binary);
-    const std::string bytes{std::istreambuf_iterator<char>(file), {}};
-    if (bytes.empty()) {
-        throw HostError("--working-space", "'" + name + "' is not a file, expected linear, none or an ICC profile");
-    }
-    const ObjectReference block = host::NewMemoryBlockOf(bytes);
-    if (!block) throw std::bad_alloc();
-    const Value profile[] = {block};
-    Value space = host.CallShared("CGColorSpaceQOR", "FromProfile", profile);
-    if (!std::get<bool>(host.Get(std::get<ObjectReference>(space).Get(), "CanBeWorkingSpace"))) {
-        throw HostError("--working-space", "'" + name + "' is not an RGB profile of curves and a matrix");
-    }
-    return space;
-}
-
-Plan Prepare(Host& host, const ApplyRequest& request, const Recipe& recipe) {
+// Prepares the recipe and checks the output options. A target that is not empty must be writable.
+Plan Prepare(Host& host, const ApplyRequest& request, const Recipe& recipe, const std::string& target) {
     const bool hasInput = !recipe.inputs.empty();
     if (request.keepSize && !hasInput) throw HostError("--keep-size", "there is no input picture");
-    Plan plan = {PrepareRecipe(host, recipe, hasInput), ResizeOf(request), std::nullopt};
-    if (request.workingSpace == "none") plan.workingSpace = Value();
-    if (IsProfile(request.workingSpace)) plan.workingSpace = SpaceOfProfile(host, request.workingSpace);
+    Plan plan = {PrepareRecipe(host, recipe, hasInput), ResizeOf(request)};
+    CheckTarget(host, target, request.options);
     return plan;
 }
 
@@ -222,17 +196,17 @@ ResultSize SizeOf(Host& host, const ObjectReference& image) {
 }
 
 // On failure, an existing file is unchanged.
-void SaveToFile(Host& host, const Plan& plan, const ObjectReference& image, const std::string& output) {
-    std::vector<Value> arguments = {host::TextValue(output)};
-    if (plan.workingSpace) arguments.push_back(*plan.workingSpace);
-    host.Call(image.Get(), plan.workingSpace ? "SaveInWorkingSpace" : "Save", arguments);
+void SaveToFile(Host& host, const ApplyRequest& request, const Value& opened, const ObjectReference& image,
+                const std::string& output) {
+    const Value arguments[] = {host::TextValue(output), opened, host::TextValue(OptionsText(request.options))};
+    host.Call(image.Get(), "SaveLike", arguments);
 }
 
-void Save(Host& host, const ApplyRequest& request, const Plan& plan, const ObjectReference& image,
+void Save(Host& host, const ApplyRequest& request, const Value& opened, const ObjectReference& image,
           const std::string& output, const StepReport& report) {
-    const auto save = [&](const std::string& file) { SaveToFile(host, plan, image, file); };
+    const auto save = [&](const std::string& file) { SaveToFile(host, request, opened, image, file); };
     if (output == kStandardStream) {
-        WriteToOutput(request.format, save);
+        WriteToOutput(request.options.format, save);
     } else {
         save(output);
     }
@@ -288,7 +262,8 @@ bool IsKept(const ApplyRequest& request, const std::string& target) {
 std::vector<std::string> OtherFiles(const ProgramOptions& options, const ApplyRequest& request, const Recipe& recipe) {
     std::vector<std::string> files = FilesOfSettings(recipe);
     if (!options.module.empty()) files.push_back(options.module);
-    if (IsProfile(request.workingSpace)) files.push_back(request.workingSpace);
+    const std::vector<std::string> profiles = FilesOfOptions(request.options);
+    files.insert(files.end(), profiles.begin(), profiles.end());
     return files;
 }
 
@@ -330,7 +305,7 @@ void ApplyToOne(const ProgramOptions& options, const ApplyRequest& request, cons
     report("load", std::to_string(host->Modules().size()) + " modules, " +
                        std::to_string(host->Classes().All().size()) + " classes, host version " +
                        host::NumberText(host->Version()));
-    const Plan plan = WithStatus(kWrongUsage, [&] { return Prepare(*host, request, recipe); });
+    const Plan plan = WithStatus(kWrongUsage, [&] { return Prepare(*host, request, recipe, target); });
     const Value opened = WithStatus(kFailed, [&] { return Opened(*host, picture.path, report); });
     // Without a picture, only the settings can be the cause of a failure.
     const auto image = WithStatus(pictures.empty() ? kWrongUsage : kFailed,
@@ -340,7 +315,7 @@ void ApplyToOne(const ProgramOptions& options, const ApplyRequest& request, cons
         if (!isWanted(target)) return;
     }
     if (names.IsPerPicture()) CreateFolder(FolderOf(target));
-    WithStatus(kWrongUsage, [&] { Save(*host, request, plan, image, target, report); });
+    WithStatus(kWrongUsage, [&] { Save(*host, request, opened, image, target, report); });
 }
 
 // A worker's host and what it needs to process a picture.
@@ -378,27 +353,23 @@ void RunJobs(const ProgramOptions& options, const ApplyRequest& request, const R
     const auto prepare = [&]() -> BatchJob {
         const auto worker = std::make_shared<Worker>();
         worker->host = MakeHost(ofWorker);
-        worker->plan = Prepare(*worker->host, request, recipe);
+        worker->plan = Prepare(*worker->host, request, recipe, "");
         return [&, worker](std::size_t i) { function(*worker, i); };
     };
     RunBatch(jobs.size(), prepare, report);
 }
 
-// The result of a picture, opened and filtered in a worker.
-ObjectReference ResultOf(const Worker& worker, const ApplyRequest& request, const InputPicture& picture) {
-    const StepReport quiet = [](auto&&...) {};
-    return Filtered(*worker.host, request, worker.plan, Opened(*worker.host, picture.path, quiet), quiet);
-}
-
 // Returns the size of each job's result. Moves the jobs that fail to the failures.
 std::vector<ResultSize> Measure(const ProgramOptions& options, const ApplyRequest& request, const Recipe& recipe,
                                 std::vector<Job>& jobs, std::vector<JobFailure>& failures) {
+    const StepReport quiet = [](auto&&...) {};
     const SharedArray<ResultSize> measured(jobs.size());
     std::vector<bool> hasFailed(jobs.size());
     RunJobs(
         options, request, recipe, jobs,
         [&](const Worker& worker, std::size_t i) {
-            measured[i] = SizeOf(*worker.host, ResultOf(worker, request, jobs[i].picture));
+            const Value opened = Opened(*worker.host, jobs[i].picture.path, quiet);
+            measured[i] = SizeOf(*worker.host, Filtered(*worker.host, request, worker.plan, opened, quiet));
         },
         [&](std::size_t i, const std::string& failure, int errorNumber) {
             if (failure.empty()) return;
@@ -435,7 +406,7 @@ int ApplyToMany(const ProgramOptions& options, const ApplyRequest& request, cons
     if (!names.HasSizes()) nameTargets(std::vector<ResultSize>(jobs.size()));
     RunInWorker([&] {
         const auto host = MakeHost(options);
-        CheckOutputs(*host, Prepare(*host, request, recipe).steps, /*hasInput=*/true);
+        CheckOutputs(*host, Prepare(*host, request, recipe, "").steps, /*hasInput=*/true);
     });
     std::vector<JobFailure> failures;
     if (names.HasSizes()) nameTargets(Measure(options, request, recipe, jobs, failures));
@@ -460,8 +431,9 @@ int ApplyToMany(const ProgramOptions& options, const ApplyRequest& request, cons
         options, request, recipe, jobs,
         [&](const Worker& worker, std::size_t i) {
             const StepReport quiet = [](auto&&...) {};
-            const ObjectReference result = ResultOf(worker, request, jobs[i].picture);
-            Save(*worker.host, request, worker.plan, result, jobs[i].target, quiet);
+            const Value opened = Opened(*worker.host, jobs[i].picture.path, quiet);
+            const auto image = Filtered(*worker.host, request, worker.plan, opened, quiet);
+            Save(*worker.host, request, opened, image, jobs[i].target, quiet);
         },
         [&](std::size_t i, const std::string& failure, int errorNumber) { report(jobs[i], failure, errorNumber); });
     const std::string where = request.isInPlace ? "written in place" : "written to " + request.output;
@@ -520,10 +492,10 @@ void CheckOptions(const ApplyRequest& request) {
     static_cast<void>(ResizeOf(request));
     if (request.output.empty() && !request.isInPlace) throw UsageError("--output is required");
     const bool isToOutput = request.output == kStandardStream;
-    if (isToOutput && request.format.empty()) {
+    if (isToOutput && request.options.format.empty()) {
         throw UsageError("--output -: expected --format with the format of the picture, such as png");
     }
-    if (!isToOutput && !request.format.empty()) {
+    if (!isToOutput && !request.options.format.empty()) {
         throw UsageError("--format: it is for --output -; the suffix of a file is its format");
     }
 }
@@ -565,20 +537,19 @@ point or a slash then.)";
 
 Command ApplyCommand() {
     const auto request = std::make_shared<ApplyRequest>();
-    return {
+    Command command = {
         .name = "apply",
         .help = "Applies filters to pictures.",
         .arguments =
             {
                 {"FILTER", &request->words,
-                 "a filter (GaussianBlur, CIGaussianBlur or CIFilterGaussianBlurQOR), its settings, and pictures (PNG "
-                 "or "
-                 "JPEG; - for standard input)",
+                 "a filter (GaussianBlur, CIGaussianBlur or CIFilterGaussianBlurQOR), its settings, and pictures (- "
+                 "for standard input)",
                  /*isRequired=*/true},
                 {"-o,--output", &request->output,
-                 "picture to write, PNG or JPEG by its suffix; a folder for results with the names of their inputs; a "
-                 "pattern with {name}, {ext}, {dir}, {width}, {height} and {index}; or - for standard output"},
-                {"--format", &request->format, "format of a picture on standard output: png or jpeg"},
+                 "picture to write, in the format of its suffix; a folder for results with the names of their inputs; "
+                 "a pattern with {name}, {ext}, {dir}, {width}, {height} and {index}; or - for standard output"},
+                {"--format", &request->options.format, "format of a picture on standard output, such as png or jpeg"},
                 {.names = "--in-place",
                  .target = &request->isInPlace,
                  .help = "write each result over its input",
@@ -598,12 +569,12 @@ Command ApplyCommand() {
                  .target = &request->keepSize,
                  .help = "write the part inside the extent of the input",
                  .excludes = "--rect"},
-                {"--working-space", &request->workingSpace,
-                 "the numbers that filters work on: linear (light, the default), none (those of the files) or FILE.icc "
-                 "(an RGB profile of curves and a matrix)"},
             },
         .run = [request](const ProgramOptions& options) { return Apply(options, *request); },
         .usage = "zeva apply FILTER [KEY=VALUE ...] [+ FILTER [KEY=VALUE ...] ...] [IN ...] -o OUT|DIR|-",
         .footer = std::string(kSharedFooter) + "\n" + kValues,
     };
+    const std::vector<Argument> outputs = OutputArguments(request->options);
+    command.arguments.insert(command.arguments.end(), outputs.begin(), outputs.end());
+    return command;
 }

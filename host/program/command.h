@@ -29,8 +29,9 @@ struct Argument {
     Target target;
     std::string help;
     bool isRequired = false;
-    bool isPositive = false;    // a number that must be above 0
-    std::string excludes = {};  // an option declared earlier that cannot be combined with this one
+    bool isPositive = false;        // a number that must be above 0
+    std::string excludes = {};      // an option declared earlier that cannot be combined with this one
+    std::string defaultValue = {};  // the text of an option without a value, which is then given as --option=value
 };
 
 struct Command {
@@ -46,6 +47,6 @@ struct Command {
 
 // The footer that the help of the program and of its commands share.
 inline constexpr const char* kSharedFooter =
-    "--host-version, --memory, --module and --trace apply to every command (zeva --help).\n"
+    "--host-version, --memory, --module, --pixel-limit and --trace apply to every command (zeva --help).\n"
     "Exit status: 0 done, 1 a picture or a script failed, 2 wrong arguments, 3 disk, memory or an output failed.\n"
     "Standard error has the reason.";

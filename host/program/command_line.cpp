@@ -56,6 +56,10 @@ std::vector<Argument> ProgramArguments(ProgramOptions& options) {
     return {
         {"--host-version", &options.hostVersion, "host version that the modules see"},
         {"--module", &options.module, "filter module to load instead of the built one, such as filters.o"},
+        {.names = "--pixel-limit",
+         .target = &options.pixelLimit,
+         .help = "most pixels of a picture that is read, in millions; default: 268",
+         .isPositive = true},
         {"-q,--quiet", &options.isQuiet, "print failures and results only: no steps, no progress, no summary"},
         {"--memory", &options.memory,
          "limit of the memory for pictures, such as 256M or 1G; default: a quarter of the machine's, at most 1G at 32 "
@@ -93,6 +97,10 @@ void AddArgument(CLI::App& app, const Argument& argument) {
         if constexpr (std::is_same_v<Target, bool>) {
             return app.add_flag(argument.names, *target, argument.help);
         } else {
+            if constexpr (std::is_same_v<Target, std::string>) {
+                const std::string& value = argument.defaultValue;
+                if (!value.empty()) return app.add_flag(argument.names + "{" + value + "}", *target, argument.help);
+            }
             CLI::Option* option = app.add_option(argument.names, *target, argument.help);
             if constexpr (std::is_arithmetic_v<Target>) {
                 if (*target != 0) option->capture_default_str();

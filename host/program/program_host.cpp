@@ -49,5 +49,9 @@ std::unique_ptr<host::Host> MakeHost(const ProgramOptions& options, const std::v
     host->LoadModule(BuiltModule(kCompanion));
     host->LoadModule(filters);
     LimitPlatformMemory(memory, options.workers);
+    if (options.pixelLimit > 0) {
+        const host::Value pixels[] = {options.pixelLimit * 1e6};
+        host->CallShared("CIImageQOR", "SetPixelLimit", pixels);
+    }
     return host;
 }

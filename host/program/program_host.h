@@ -20,6 +20,7 @@ struct ProgramOptions {
     double hostVersion = host::HostOptions().version;
     std::string module;       // path of the filter module; empty for the built one
     bool isQuiet = false;     // prints no step lines, progress and notes
+    double pixelLimit = 0;    // of a picture that is read, in millions; 0 for the default
     std::string trace;        // path of the file that records every call across the boundary; empty for none
     std::string memory;       // memory limit of pictures, such as "256M"; empty for the engine's default
     std::size_t workers = 1;  // the number of processes that divide the memory

@@ -67,6 +67,9 @@ CG_EXTERN CFStringRef CGColorSpaceCopyName(CGColorSpaceRef space);
 // Returns the ICC profile of a space, owned by the caller; null for null.
 CG_EXTERN CFDataRef CGColorSpaceCopyICCData(CGColorSpaceRef space);
 
+// Whether colors can be converted to a space: some profiles only tell what their numbers stand for.
+CG_EXTERN bool CGColorSpaceSupportsOutput(CGColorSpaceRef space);
+
 // Return the family of a space, and its number of color components (without alpha).
 CG_EXTERN CGColorSpaceModel CGColorSpaceGetModel(CGColorSpaceRef space);
 CG_EXTERN size_t CGColorSpaceGetNumberOfComponents(CGColorSpaceRef space);

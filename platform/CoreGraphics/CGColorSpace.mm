@@ -182,6 +182,11 @@ CFDataRef CGColorSpaceCopyICCData(CGColorSpaceRef space) {
     return space == nullptr ? nullptr : (CFDataRef)[Object(space)->_profile retain];
 }
 
+bool CGColorSpaceSupportsOutput(CGColorSpaceRef space) {
+    NSData* profile = space == nullptr ? nil : Object(space)->_profile;
+    return profile != nil && core_graphics::SupportsOutput([profile bytes], [profile length]);
+}
+
 CGColorSpaceModel CGColorSpaceGetModel(CGColorSpaceRef space) {
     if (space == nullptr) return kCGColorSpaceModelUnknown;
     return Object(space)->_components == 1 ? kCGColorSpaceModelMonochrome : kCGColorSpaceModelRGB;

@@ -31,6 +31,7 @@
   @public
     size_t _width;
     size_t _height;
+    size_t _bitsPerComponent;
     size_t _bytesPerRow;
     CGColorSpaceRef _space;
     CGBitmapInfo _bitmapInfo;
@@ -50,22 +51,21 @@
 
 namespace {
 
-constexpr size_t kBitsPerComponent = 8;
-constexpr size_t kBitsPerPixel = 32;
-constexpr size_t kBytesPerPixel = kBitsPerPixel / 8;
+constexpr size_t kComponents = 4;
 
 CGDataProviderObject* Object(CGDataProviderRef provider) { return (CGDataProviderObject*)provider; }
 
 CGImageObject* Object(CGImageRef image) { return (CGImageObject*)image; }
 
-// Returns whether a pixel is four bytes in memory order with alpha (or an unused byte) last.
-bool IsKnownLayout(CGBitmapInfo info) {
-    const CGBitmapInfo order = info & kCGBitmapByteOrderMask;
+// Returns whether alpha (or an unused component) comes last, and the numbers are such as the machine has.
+bool IsKnownLayout(CGBitmapInfo info, size_t bits) {
+    const CGBitmapInfo number = info & ~static_cast<CGBitmapInfo>(kCGBitmapAlphaInfoMask);
     const CGImageAlphaInfo alpha = info & kCGBitmapAlphaInfoMask;
-    return (info & ~(kCGBitmapByteOrderMask | kCGBitmapAlphaInfoMask)) == 0 &&
-           (order == kCGBitmapByteOrderDefault || order == kCGBitmapByteOrder32Big) &&
-           (alpha == kCGImageAlphaLast || alpha == kCGImageAlphaPremultipliedLast ||
-            alpha == kCGImageAlphaNoneSkipLast);
+    const bool isByte = bits == 8 && (number == kCGBitmapByteOrderDefault || number == kCGBitmapByteOrder32Big);
+    const bool isWord = bits == 16 && number == kCGBitmapByteOrder16Host;
+    const bool isFloat = bits == 32 && number == (kCGBitmapFloatComponents | kCGBitmapByteOrder32Host);
+    return (isByte || isWord || isFloat) && (alpha == kCGImageAlphaLast || alpha == kCGImageAlphaPremultipliedLast ||
+                                             alpha == kCGImageAlphaNoneSkipLast);
 }
 
 }  // namespace
@@ -109,18 +109,19 @@ CGImageRef CGImageCreate(size_t width, size_t height, size_t bitsPerComponent, s
                          const CGFloat* decode, bool, CGColorRenderingIntent) {
     if (provider == nullptr || CGColorSpaceGetModel(space) != kCGColorSpaceModelRGB || decode != nullptr)
         return nullptr;
-    if (bitsPerComponent != kBitsPerComponent || bitsPerPixel != kBitsPerPixel || !IsKnownLayout(bitmapInfo))
-        return nullptr;
-    if (width == 0 || height == 0 || width > bytesPerRow / kBytesPerPixel) return nullptr;
+    if (bitsPerPixel != kComponents * bitsPerComponent || !IsKnownLayout(bitmapInfo, bitsPerComponent)) return nullptr;
+    const size_t bytesPerPixel = bitsPerPixel / 8;
+    if (width == 0 || height == 0 || width > bytesPerRow / bytesPerPixel) return nullptr;
     // The last row may lack its padding.
     const size_t available = [Object(provider)->_data length];
-    const size_t lastRow = width * kBytesPerPixel;
+    const size_t lastRow = width * bytesPerPixel;
     const bool isTooShort = available < lastRow || (available - lastRow) / bytesPerRow < height - 1;
     if (isTooShort && !CGDataProviderIsSequential(provider)) return nullptr;
 
     CGImageObject* image = [[CGImageObject alloc] init];
     image->_width = width;
     image->_height = height;
+    image->_bitsPerComponent = bitsPerComponent;
     image->_bytesPerRow = bytesPerRow;
     image->_space = CGColorSpaceRetain(space);
     image->_bitmapInfo = bitmapInfo;
@@ -136,9 +137,9 @@ size_t CGImageGetWidth(CGImageRef image) { return image == nullptr ? 0 : Object(
 
 size_t CGImageGetHeight(CGImageRef image) { return image == nullptr ? 0 : Object(image)->_height; }
 
-size_t CGImageGetBitsPerComponent(CGImageRef image) { return image == nullptr ? 0 : kBitsPerComponent; }
+size_t CGImageGetBitsPerComponent(CGImageRef image) { return image == nullptr ? 0 : Object(image)->_bitsPerComponent; }
 
-size_t CGImageGetBitsPerPixel(CGImageRef image) { return image == nullptr ? 0 : kBitsPerPixel; }
+size_t CGImageGetBitsPerPixel(CGImageRef image) { return kComponents * CGImageGetBitsPerComponent(image); }
 
 size_t CGImageGetBytesPerRow(CGImageRef image) { return image == nullptr ? 0 : Object(image)->_bytesPerRow; }
 

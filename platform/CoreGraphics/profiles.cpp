@@ -75,4 +75,15 @@ int ComponentsOfProfile(const void* bytes, std::size_t length) {
     return space == cmsSigRgbData ? 3 : space == cmsSigGrayData ? 1 : 0;
 }
 
+bool SupportsOutput(const void* bytes, std::size_t length) {
+    if (bytes == nullptr || length > std::numeric_limits<cmsUInt32Number>::max()) return false;
+    cmsHPROFILE profile = cmsOpenProfileFromMem(bytes, static_cast<cmsUInt32Number>(length));
+    if (profile == nullptr) return false;
+    const bool isSupported = cmsIsMatrixShaper(profile) ||
+                             cmsIsIntentSupported(profile, INTENT_RELATIVE_COLORIMETRIC, LCMS_USED_AS_OUTPUT) ||
+                             cmsIsIntentSupported(profile, INTENT_PERCEPTUAL, LCMS_USED_AS_OUTPUT);
+    cmsCloseProfile(profile);
+    return isSupported;
+}
+
 }  // namespace core_graphics

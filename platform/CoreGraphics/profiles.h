@@ -36,4 +36,7 @@ inline constexpr double kCurveOfSRGB = 0;
 // Returns the number of color components that a profile describes: 1 for gray, 3 for RGB, 0 for any other bytes.
 [[nodiscard]] int ComponentsOfProfile(const void* bytes, std::size_t length);
 
+// Whether colors can be converted to a profile.
+[[nodiscard]] bool SupportsOutput(const void* bytes, std::size_t length);
+
 }  // namespace core_graphics

@@ -36,10 +36,11 @@ CG_EXTERN NSString* const kCIContextMemoryLimit;
 // A context. options may be nil; unknown options are ignored.
 + (CIContext*)contextWithOptions:(NSDictionary*)options;
 
-// A premultiplied 8-bit bitmap of a rectangle of the image, rounded outward to whole pixels, in the context's output
-// space or in another; the caller owns one reference. Pixels outside the image are transparent. Returns null for a
-// nil image, an empty or infinite rectangle, a format other than kCIFormatRGBA8 and a space that is not of red,
-// green and blue.
+// A bitmap of a rectangle of the image, rounded outward to whole pixels, in the context's output space or in another;
+// the caller owns one reference. It is premultiplied, except for one of 16-bit integers, which keeps straight alpha
+// because dividing such integers by alpha later would lose precision. Pixels outside the image are transparent. Returns
+// null for a nil image, an empty or infinite rectangle, an unknown format and a space that is not of red, green and
+// blue.
 - (CGImageRef)createCGImage:(CIImage*)image fromRect:(CGRect)rect;
 - (CGImageRef)createCGImage:(CIImage*)image
                    fromRect:(CGRect)rect

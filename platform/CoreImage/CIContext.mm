@@ -18,7 +18,24 @@
 
 namespace {
 
-constexpr std::size_t kBytesPerPixel = 4;
+// The pixels of a format. Returns false for an unknown format.
+bool ReadFormat(CIFormat format, core_image::PixelFormat* pixels) {
+    if (format == kCIFormatRGBA8) *pixels = core_image::PixelFormat::kBytes;
+    if (format == kCIFormatRGBA16) *pixels = core_image::PixelFormat::kWords;
+    if (format == kCIFormatRGBAf) *pixels = core_image::PixelFormat::kFloats;
+    return format == kCIFormatRGBA8 || format == kCIFormatRGBA16 || format == kCIFormatRGBAf;
+}
+
+// The layout of a bitmap that holds rendered pixels.
+CGBitmapInfo InfoOf(core_image::PixelFormat pixels) {
+    const bool isWords = pixels == core_image::PixelFormat::kWords;
+    CGBitmapInfo info = isWords ? kCGImageAlphaLast : kCGImageAlphaPremultipliedLast;
+    if (isWords) info |= kCGBitmapByteOrder16Host;
+    if (pixels == core_image::PixelFormat::kFloats) {
+        info |= static_cast<CGBitmapInfo>(kCGBitmapFloatComponents | kCGBitmapByteOrder32Host);
+    }
+    return info;
+}
 
 // The region of a rectangle. Returns false for one that cannot be rendered, and notes the reason.
 bool ReadRegion(CGRect rect, core_image::Region* region) {
@@ -27,11 +44,15 @@ bool ReadRegion(CGRect rect, core_image::Region* region) {
     return false;
 }
 
+std::size_t BytesPerRow(const core_image::Region& region, core_image::PixelFormat pixels) {
+    return static_cast<std::size_t>(region.width) * core_image::SizeOfPixel(pixels);
+}
+
 // Allocates rows for a region; returns null when memory is short. The caller frees them.
-void* AllocateRows(const core_image::Region& region) {
+void* AllocateRows(const core_image::Region& region, core_image::PixelFormat pixels) {
     // Why half: no object may be larger than a signed size can count.
     constexpr auto kMostBytes = static_cast<double>(SIZE_MAX / 2);
-    const double bytes = core_image::PixelCount(region) * kBytesPerPixel;
+    const double bytes = core_image::PixelCount(region) * static_cast<double>(core_image::SizeOfPixel(pixels));
     void* rows = bytes < kMostBytes ? std::malloc(static_cast<std::size_t>(bytes)) : nullptr;
     if (rows == nullptr) {
         core_image::NoteFailure("%lld x %lld pixels: the result needs %.0f MB of memory",
@@ -41,13 +62,14 @@ void* AllocateRows(const core_image::Region& region) {
     return rows;
 }
 
-// A premultiplied bitmap of a region over a provider, which it releases.
-CGImageRef BitmapOver(CGDataProviderRef provider, const core_image::Region& region, CGColorSpaceRef space) {
-    const auto width = static_cast<std::size_t>(region.width);
+// A bitmap of a region over a provider, which it releases.
+CGImageRef BitmapOver(CGDataProviderRef provider, const core_image::Region& region, core_image::PixelFormat pixels,
+                      CGColorSpaceRef space) {
+    const std::size_t bitsPerPixel = 8 * core_image::SizeOfPixel(pixels);
     CGImageRef bitmap =
-        CGImageCreate(width, static_cast<std::size_t>(region.height), /*bitsPerComponent=*/8, /*bitsPerPixel=*/32,
-                      width * kBytesPerPixel, space, kCGImageAlphaPremultipliedLast, provider,
-                      /*decode=*/nullptr, /*shouldInterpolate=*/true, kCGRenderingIntentDefault);
+        CGImageCreate(static_cast<std::size_t>(region.width), static_cast<std::size_t>(region.height), bitsPerPixel / 4,
+                      bitsPerPixel, BytesPerRow(region, pixels), space, InfoOf(pixels), provider, /*decode=*/nullptr,
+                      /*shouldInterpolate=*/true, kCGRenderingIntentDefault);
     CGDataProviderRelease(provider);
     return bitmap;
 }
@@ -60,6 +82,7 @@ CGImageRef BitmapOver(CGDataProviderRef provider, const core_image::Region& regi
     CIContext* _context;
     CIImage* _image;
     CGColorSpaceRef _space;
+    core_image::PixelFormat _format;
     core_image::Region _region;
     core_image::RenderSession* _session;
     std::int64_t _next;  // counted from the top
@@ -86,12 +109,13 @@ CIDeferredRendering* DeferredRendering(void* info) { return static_cast<CIDeferr
 std::size_t RenderRows(void* info, void* buffer, std::size_t count) {
     CIDeferredRendering* rendering = DeferredRendering(info);
     const core_image::Region& all = rendering->_region;
-    const std::size_t bytesPerRow = static_cast<std::size_t>(all.width) * kBytesPerPixel;
+    const std::size_t bytesPerRow = BytesPerRow(all, rendering->_format);
     const auto rows = std::min(static_cast<std::int64_t>(count / bytesPerRow), all.height - rendering->_next);
     if (rows <= 0) return 0;
     core_image::ForgetFailure();
     core_image::BitmapDestination destination;
     destination.pixels = buffer;
+    destination.format = rendering->_format;
     destination.bytesPerRow = static_cast<std::ptrdiff_t>(bytesPerRow);
     const core_image::SpaceCoding coding = core_image::CodingOfSpace(rendering->_space);
     destination.transfer = coding.transfer;
@@ -105,7 +129,7 @@ std::size_t RenderRows(void* info, void* buffer, std::size_t count) {
 
 off_t SkipRendering(void* info, off_t count) {
     CIDeferredRendering* rendering = DeferredRendering(info);
-    const std::int64_t bytesPerRow = rendering->_region.width * static_cast<std::int64_t>(kBytesPerPixel);
+    const auto bytesPerRow = static_cast<std::int64_t>(BytesPerRow(rendering->_region, rendering->_format));
     const std::int64_t rows = std::min<std::int64_t>(count / bytesPerRow, rendering->_region.height - rendering->_next);
     rendering->_next += rows;
     return static_cast<off_t>(rows * bytesPerRow);
@@ -173,7 +197,10 @@ NSString* const kCIContextMemoryLimit = @"memory_limit";
                  colorSpace:(CGColorSpaceRef)colorSpace
                    deferred:(BOOL)deferred {
     core_image::ForgetFailure();
-    if (format != kCIFormatRGBA8 || CGColorSpaceGetModel(colorSpace) != kCGColorSpaceModelRGB) return nullptr;
+    core_image::BitmapDestination destination;
+    if (!ReadFormat(format, &destination.format) || CGColorSpaceGetModel(colorSpace) != kCGColorSpaceModelRGB) {
+        return nullptr;
+    }
     core_image::Region region;
     if (image == nil || !ReadRegion(rect, &region)) return nullptr;
     if (deferred) {
@@ -181,15 +208,15 @@ NSString* const kCIContextMemoryLimit = @"memory_limit";
         rendering->_context = [self retain];
         rendering->_image = [image retain];
         rendering->_space = CGColorSpaceRetain(colorSpace);
+        rendering->_format = destination.format;
         rendering->_region = region;
         rendering->_session = new core_image::RenderSession;
         CGDataProviderRef provider = CGDataProviderCreateSequential([rendering retain], &kDeferredCallbacks);
-        return BitmapOver(provider, region, colorSpace);
+        return BitmapOver(provider, region, destination.format, colorSpace);
     }
-    void* rows = AllocateRows(region);
+    void* rows = AllocateRows(region, destination.format);
     if (rows == nullptr) return nullptr;
-    const std::size_t bytesPerRow = static_cast<std::size_t>(region.width) * kBytesPerPixel;
-    core_image::BitmapDestination destination;
+    const std::size_t bytesPerRow = BytesPerRow(region, destination.format);
     destination.pixels = rows;
     destination.bytesPerRow = static_cast<std::ptrdiff_t>(bytesPerRow);
     const core_image::SpaceCoding coding = core_image::CodingOfSpace(colorSpace);
@@ -202,7 +229,7 @@ NSString* const kCIContextMemoryLimit = @"memory_limit";
     NSData* data = [[NSData alloc] initWithBytesNoCopy:rows length:bytesPerRow * height freeWhenDone:YES];
     CGDataProviderRef provider = CGDataProviderCreateWithCFData((CFDataRef)data);
     [data release];
-    return BitmapOver(provider, region, colorSpace);
+    return BitmapOver(provider, region, destination.format, colorSpace);
 }
 
 - (void)render:(CIImage*)image
@@ -213,12 +240,11 @@ NSString* const kCIContextMemoryLimit = @"memory_limit";
     colorSpace:(CGColorSpaceRef)colorSpace {
     core_image::ForgetFailure();
     core_image::Region region;
-    if (image == nil || bitmap == nullptr || (format != kCIFormatRGBA8 && format != kCIFormatRGBAf)) return;
-    if (!ReadRegion(bounds, &region)) return;
     core_image::BitmapDestination destination;
+    if (image == nil || bitmap == nullptr || !ReadFormat(format, &destination.format)) return;
+    if (!ReadRegion(bounds, &region)) return;
     destination.pixels = bitmap;
     destination.bytesPerRow = rowBytes;
-    destination.format = format == kCIFormatRGBA8 ? core_image::PixelFormat::kBytes : core_image::PixelFormat::kFloats;
     const core_image::SpaceCoding coding = core_image::CodingOfSpace(colorSpace);
     destination.transfer = coding.transfer;
     // The method returns nothing; CIEngineFailure tells.

@@ -12,8 +12,9 @@
 
 // The layout of a bitmap's pixels.
 typedef int CIFormat;
-CG_EXTERN CIFormat kCIFormatRGBA8;  // four bytes
-CG_EXTERN CIFormat kCIFormatRGBAf;  // four floats
+CG_EXTERN CIFormat kCIFormatRGBA8;   // four bytes
+CG_EXTERN CIFormat kCIFormatRGBA16;  // four 16-bit integers in the byte order of the machine
+CG_EXTERN CIFormat kCIFormatRGBAf;   // four floats
 
 // The option that replaces a bitmap's own color space: a color space, or NSNull for numbers that are used unchanged.
 CG_EXTERN NSString* const kCIImageColorSpace;
@@ -26,7 +27,7 @@ CG_EXTERN NSString* const kCIImageName;
     void* _handle;
 }
 
-// The image of a PNG or JPEG file, its lower left corner at (0, 0); nil when the file cannot be read.
+// The image of a picture file, its lower left corner at (0, 0); nil when the file cannot be read.
 + (CIImage*)imageWithContentsOfURL:(NSURL*)url;
 + (CIImage*)imageWithContentsOfURL:(NSURL*)url options:(NSDictionary*)options;
 + (CIImage*)imageWithData:(NSData*)data;

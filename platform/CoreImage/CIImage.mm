@@ -14,6 +14,7 @@
 #include <cstdio>
 
 CIFormat kCIFormatRGBA8 = 24;
+CIFormat kCIFormatRGBA16 = 27;
 CIFormat kCIFormatRGBAf = 34;
 NSString* const kCIImageColorSpace = @"CIImageColorSpace";
 NSString* const kCIImageName = @"CIImageName";
@@ -148,6 +149,10 @@ CIImage* ImageOutOfSource(CGImageSourceRef source, NSDictionary* options) {
     source.width = CGImageGetWidth(image);
     source.height = CGImageGetHeight(image);
     source.bytesPerRow = CGImageGetBytesPerRow(image);
+    const size_t bits = CGImageGetBitsPerComponent(image);
+    source.format = bits == 8    ? core_image::PixelFormat::kBytes
+                    : bits == 16 ? core_image::PixelFormat::kWords
+                                 : core_image::PixelFormat::kFloats;
     switch (CGImageGetAlphaInfo(image)) {
         case kCGImageAlphaPremultipliedLast:
             source.alpha = core_image::Alpha::kPremultiplied;

@@ -1,8 +1,8 @@
-// CGImageDestination.h - writes PNG and JPEG files, to disk or to memory.
+// CGImageDestination.h - writes picture files, to disk or to memory.
 //
-// A destination takes one image and writes it when it is finalized; until then nothing is written. A PNG stores
-// straight alpha. A JPEG has no alpha, so transparency is blended onto white. The ICC profile of the image is
-// embedded unless its space is sRGB.
+// A destination takes one image and writes it when it is finalized; until then nothing is written. A JPEG has no alpha,
+// so transparency is blended onto white; the other formats keep it. The ICC profile of the image is embedded unless its
+// space is sRGB.
 //
 // Ownership: the caller owns what Create returns and releases it with CFRelease. A destination retains its image until
 //            it is finalized or released.
@@ -16,11 +16,22 @@
 
 typedef struct CGImageDestination* CGImageDestinationRef;
 
-// Image property: the quality of a JPEG, an NSNumber from 0 (smallest file) to 1 (best quality). The default is 0.9.
+// Image property: the quality of a format with losses, such as JPEG; an NSNumber from 0 (smallest file) to 1 (best
+// quality). The default is 0.9.
 CG_EXTERN const CFStringRef kCGImageDestinationLossyCompressionQuality;
 
-// Returns a destination for a file of the type "public.png" or "public.jpeg". Null for another type, a null URL, or a
-// count other than 1. Ignores options.
+// Image property: how much time to spend for a smaller file without losses: "fast", the default, "balanced" or "small".
+CG_EXTERN const CFStringRef kCGImageDestinationCompression;
+
+// Image properties of a format with losses: how many of the colors of 4 x 2 pixels are stored, "444", "422" or "420",
+// which is the default; whether there are no losses at all, an NSNumber; and whether a JPEG is progressive, an
+// NSNumber.
+CG_EXTERN const CFStringRef kCGImageDestinationSubsampling;
+CG_EXTERN const CFStringRef kCGImageDestinationLossless;
+CG_EXTERN const CFStringRef kCGImagePropertyJFIFIsProgressive;
+
+// Returns a destination for a file of a type, such as "public.png" (CGImageFormat.h). Null for a type that cannot be
+// written, a null URL, or a count other than 1. Ignores options.
 //
 // A link is followed. A regular file that exists keeps its mode, and its owner where that is permitted; it must permit
 // writing. A pipe or a device is written to.
@@ -32,6 +43,8 @@ CG_EXTERN CGImageDestinationRef CGImageDestinationCreateWithData(CFMutableDataRe
                                                                  CFDictionaryRef options);
 
 // Sets the image to write. Ignores null and any image after the first.
+//
+// The bits per component of the image must be those of files of the type (CGImageFormat.h).
 CG_EXTERN void CGImageDestinationAddImage(CGImageDestinationRef destination, CGImageRef image,
                                           CFDictionaryRef properties);
 

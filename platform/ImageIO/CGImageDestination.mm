@@ -10,20 +10,28 @@
 #include <climits>
 #include <cstdint>
 #include <cstdlib>
+#include <memory>
+#include <new>
+#include <string>
 
 #include "encode.h"
 #include "files.h"
+#include "formats.h"
 
 const CFStringRef kCGImageDestinationLossyCompressionQuality = CFSTR("kCGImageDestinationLossyCompressionQuality");
+const CFStringRef kCGImageDestinationCompression = CFSTR("Compression");
+const CFStringRef kCGImageDestinationSubsampling = CFSTR("Subsampling");
+const CFStringRef kCGImageDestinationLossless = CFSTR("Lossless");
+const CFStringRef kCGImagePropertyJFIFIsProgressive = CFSTR("IsProgressive");
 
 // A destination as an object. Either _url or _data is set.
 @interface CGImageDestinationObject : NSObject {
   @public
     NSURL* _url;
     NSMutableData* _data;
-    BOOL _isJPEG;
+    const image_io::Format* _format;
     CGImageRef _image;
-    double _quality;
+    NSDictionary* _properties;
 }
 @end
 
@@ -33,16 +41,13 @@ const CFStringRef kCGImageDestinationLossyCompressionQuality = CFSTR("kCGImageDe
     [_url release];
     [_data release];
     CGImageRelease(_image);
+    [_properties release];
     [super dealloc];
 }
 
 @end
 
 namespace {
-
-NSString* const kTypePNG = @"public.png";
-NSString* const kTypeJPEG = @"public.jpeg";
-constexpr double kDefaultQuality = 0.9;
 
 // The path of a destination. Returns the error number, 0 for none.
 int ReadPath(CGImageDestinationObject* destination, UInt8 (&path)[PATH_MAX]) {
@@ -81,31 +86,6 @@ class ProvidedRows : public image_io::RowSource {
     std::size_t bytesPerRow_;
 };
 
-int Encode(CGImageDestinationObject* destination, const image_io::Pixels& pixels, image_io::EncodedFile* file) {
-    return destination->_isJPEG ? image_io::EncodeJPEG(pixels, destination->_quality, file)
-                                : image_io::EncodePNG(pixels, file);
-}
-
-// Encodes rows as they are provided. A file on disk grows with them.
-int EncodeRows(CGImageDestinationObject* destination, image_io::Pixels& pixels) {
-    ProvidedRows rows(destination->_image);
-    pixels.source = &rows;
-    image_io::EncodedFile file;
-    if (destination->_data != nil) {
-        int error = Encode(destination, pixels, &file);
-        if (error == 0) error = Deliver(destination, file);
-        std::free(file.bytes);
-        return error;
-    }
-    UInt8 path[PATH_MAX];
-    if (const int error = ReadPath(destination, path); error != 0) return error;
-    image_io::FileWriter writer;
-    int error = writer.Open(reinterpret_cast<const char*>(path));
-    file.sink = &writer;
-    if (error == 0) error = Encode(destination, pixels, &file);
-    return error == 0 ? writer.Close() : error;
-}
-
 // Returns the profile of a space, autoreleased; nil for sRGB, which needs no embedded profile.
 NSData* ProfileOf(CGColorSpaceRef space) {
     NSString* name = [(NSString*)CGColorSpaceCopyName(space) autorelease];
@@ -113,11 +93,68 @@ NSData* ProfileOf(CGColorSpaceRef space) {
     return [(NSData*)CGColorSpaceCopyICCData(space) autorelease];
 }
 
+// Reads how to write the file from the properties of the image.
+image_io::EncodeOptions OptionsIn(NSDictionary* properties) {
+    image_io::EncodeOptions options;
+    id quality = [properties objectForKey:(id)kCGImageDestinationLossyCompressionQuality];
+    if (quality != nil) options.quality = [quality doubleValue];
+    NSString* compression = [properties objectForKey:(id)kCGImageDestinationCompression];
+    if ([compression isEqual:@"balanced"]) options.compression = image_io::Compression::kBalanced;
+    if ([compression isEqual:@"small"]) options.compression = image_io::Compression::kSmall;
+    NSString* subsampling = [properties objectForKey:(id)kCGImageDestinationSubsampling];
+    if ([subsampling isEqual:@"422"]) options.subsampling = image_io::Subsampling::k422;
+    if ([subsampling isEqual:@"444"]) options.subsampling = image_io::Subsampling::k444;
+    options.isLossless = [[properties objectForKey:(id)kCGImageDestinationLossless] boolValue];
+    options.isProgressive = [[properties objectForKey:(id)kCGImagePropertyJFIFIsProgressive] boolValue];
+    return options;
+}
+
+int Encode(CGImageDestinationObject* destination, const image_io::Pixels& pixels, image_io::EncodedFile* file) {
+    std::string reason;
+    const image_io::Codec* codec = image_io::CodecOf(*destination->_format, &reason);
+    return codec->encode(pixels, OptionsIn(destination->_properties), file);
+}
+
+// Encodes pixels and delivers the file in one piece.
+int EncodeWhole(CGImageDestinationObject* destination, const image_io::Pixels& pixels) {
+    image_io::EncodedFile file;
+    int error = Encode(destination, pixels, &file);
+    if (error == 0) error = Deliver(destination, file);
+    std::free(file.bytes);
+    return error;
+}
+
+// Encodes rows as they are provided, or all of them in a format that is encoded as a whole. A file on disk grows with
+// them.
+int EncodeRows(CGImageDestinationObject* destination, image_io::Pixels& pixels) {
+    ProvidedRows rows(destination->_image);
+    std::string reason;
+    if (!image_io::CodecOf(*destination->_format, &reason)->encodesRows) {
+        const std::unique_ptr<std::uint8_t[]> all(new (std::nothrow) std::uint8_t[pixels.bytesPerRow * pixels.height]);
+        const int error = all != nullptr ? rows.Read(all.get(), pixels.height) : ENOMEM;
+        pixels.bytes = all.get();
+        return error == 0 ? EncodeWhole(destination, pixels) : error;
+    }
+    pixels.source = &rows;
+    if (destination->_data != nil) return EncodeWhole(destination, pixels);
+    UInt8 path[PATH_MAX];
+    if (const int error = ReadPath(destination, path); error != 0) return error;
+    image_io::FileWriter writer;
+    image_io::EncodedFile file;
+    int error = writer.Open(reinterpret_cast<const char*>(path));
+    file.sink = &writer;
+    if (error == 0) error = Encode(destination, pixels, &file);
+    return error == 0 ? writer.Close() : error;
+}
+
 // Encodes the destination's image and delivers the file. Returns the error number, 0 for none.
 int Write(CGImageDestinationObject* destination) {
     CGImageRef image = destination->_image;
     const CGImageAlphaInfo alpha = CGImageGetAlphaInfo(image);
+    const std::size_t depth = CGImageGetBitsPerComponent(image);
+    if ((destination->_format->depths & depth) == 0) return EINVAL;
     image_io::Pixels pixels;
+    pixels.depth = depth;
     pixels.width = CGImageGetWidth(image);
     pixels.height = CGImageGetHeight(image);
     pixels.bytesPerRow = CGImageGetBytesPerRow(image);
@@ -129,19 +166,15 @@ int Write(CGImageDestinationObject* destination) {
     if (CGDataProviderIsSequential(CGImageGetDataProvider(image))) return EncodeRows(destination, pixels);
     NSData* bytes = [(NSData*)CGDataProviderCopyData(CGImageGetDataProvider(image)) autorelease];
     pixels.bytes = static_cast<const std::uint8_t*>([bytes bytes]);
-    image_io::EncodedFile file;
-    int error = Encode(destination, pixels, &file);
-    if (error == 0) error = Deliver(destination, file);
-    std::free(file.bytes);
-    return error;
+    return EncodeWhole(destination, pixels);
 }
 
-// Returns a destination for one PNG or JPEG image; nil for another type or count.
+// Returns a destination for one image; nil for a type that cannot be written, and for another count.
 CGImageDestinationObject* NewDestination(CFStringRef type, size_t count) {
-    const BOOL isJPEG = [kTypeJPEG isEqual:(id)type];
-    if (count != 1 || !(isJPEG || [kTypePNG isEqual:(id)type])) return nil;
+    const image_io::Format* format = type != nullptr ? image_io::FormatOfType([(NSString*)type UTF8String]) : nullptr;
+    if (count != 1 || format == nullptr || !image_io::ObstacleToEncoding(*format).empty()) return nil;
     CGImageDestinationObject* destination = [[CGImageDestinationObject alloc] init];
-    destination->_isJPEG = isJPEG;
+    destination->_format = format;
     return destination;
 }
 
@@ -163,8 +196,7 @@ CGImageDestinationRef CGImageDestinationCreateWithData(CFMutableDataRef data, CF
 void CGImageDestinationAddImage(CGImageDestinationRef destination, CGImageRef image, CFDictionaryRef properties) {
     CGImageDestinationObject* object = (CGImageDestinationObject*)destination;
     if (object == nil || object->_image != nullptr) return;
-    id quality = [(NSDictionary*)properties objectForKey:(id)kCGImageDestinationLossyCompressionQuality];
-    object->_quality = quality == nil ? kDefaultQuality : [quality doubleValue];
+    object->_properties = [(NSDictionary*)properties copy];
     object->_image = CGImageRetain(image);
 }
 

@@ -1,8 +1,8 @@
-// CGImageSource.h - reads PNG and JPEG files, from disk or from memory.
+// CGImageSource.h - reads picture files, from disk or from memory. The first bytes tell the format, not the name.
 //
-// A source keeps the bytes of one file and decodes them once, on the first request for the status or the image. Every
-// kind of PNG, and gray and color JPEG files, become 8-bit RGBA images with straight alpha. Their color space comes
-// from the file's ICC profile if that describes RGB; otherwise it is sRGB.
+// A source keeps the bytes of one file and decodes them once, on the first request for the status or the image. The
+// image is RGBA: with straight alpha, of 8 bits, or of 16 if the file has more than 8; or premultiplied floats, if the
+// file has floats. Its color space comes from the file's ICC profile if that describes RGB; otherwise it is sRGB.
 //
 // Ownership: the caller owns what Create and Copy return and releases it with CFRelease.
 // Failure:   a broken, truncated or unknown file gives no image, and its status says why; nothing is printed. A source
@@ -19,8 +19,8 @@ typedef struct CGImageSource* CGImageSourceRef;
 typedef int32_t CGImageSourceStatus;
 enum {
     kCGImageStatusUnexpectedEOF = -5,  // the file is truncated
-    kCGImageStatusInvalidData = -4,    // a PNG or JPEG that is broken or too large for memory
-    kCGImageStatusUnknownType = -3,    // neither PNG nor JPEG, or a CMYK JPEG
+    kCGImageStatusInvalidData = -4,    // a picture that is broken or too large
+    kCGImageStatusUnknownType = -3,    // not a format that can be read here, or a kind of picture that cannot
     kCGImageStatusReadingHeader = -2,  // too short to tell the type
     kCGImageStatusIncomplete = -1,
     kCGImageStatusComplete = 0,
@@ -49,14 +49,25 @@ CG_EXTERN const CFStringRef kCGImagePropertyPixelHeight;
 // Image property: whether the rows can be decoded one after the other, see below; a Boolean NSNumber.
 CG_EXTERN const CFStringRef kCGImagePropertyHasRowsInOrder;
 
-// Returns the properties of the image, owned by the caller: the orientation, if the file has one, and the size, also
-// when it is too large to be decoded. Does not decode the pixels. Null for an index other than 0. Ignores options.
+// Image property: the bits of each component of the image, an NSNumber.
+CG_EXTERN const CFStringRef kCGImagePropertyDepth;
+
+// Image property: why the image cannot be read, an NSString, where more is known than the status says.
+CG_EXTERN const CFStringRef kCGImagePropertyFailure;
+
+// The most pixels of an image that is read; 268435456 unless another limit was set. The limit is that of the process.
+CG_EXTERN size_t CGImageSourceGetPixelLimit(void);
+CG_EXTERN void CGImageSourceSetPixelLimit(size_t pixels);
+
+// Returns the properties of the image, owned by the caller: the orientation, if the file has one, and the size and the
+// depth, also when it is too large to be decoded; of a format that is decoded as a whole only once the image was
+// requested. Does not decode the pixels. Null for an index other than 0. Ignores options.
 CG_EXTERN CFDictionaryRef CGImageSourceCopyPropertiesAtIndex(CGImageSourceRef source, size_t index,
                                                              CFDictionaryRef options);
 
 // Options of an image. The first one, a Boolean that is true by default, keeps the decoded pixels in memory. If it is
 // false, those of a large image are decoded row by row: the image has a sequential provider. That needs a JPEG of one
-// scan, or a PNG of 8 bits or less that is not interlaced; other images are kept. The second one, 2, 4 or 8, is how
+// scan, or a PNG that is not interlaced; other images are kept. The second one, 2, 4 or 8, is how
 // many times smaller such a JPEG is decoded; each pixel is the mean of a square, rounded up at the right and lower
 // edges.
 CG_EXTERN const CFStringRef kCGImageSourceShouldCache;

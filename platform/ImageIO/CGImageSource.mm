@@ -19,6 +19,8 @@ const CFStringRef kCGImagePropertyOrientation = CFSTR("Orientation");
 const CFStringRef kCGImagePropertyPixelWidth = CFSTR("PixelWidth");
 const CFStringRef kCGImagePropertyPixelHeight = CFSTR("PixelHeight");
 const CFStringRef kCGImagePropertyHasRowsInOrder = CFSTR("HasRowsInOrder");
+const CFStringRef kCGImagePropertyDepth = CFSTR("Depth");
+const CFStringRef kCGImagePropertyFailure = CFSTR("Failure");
 
 const CFStringRef kCGImageSourceShouldCache = CFSTR("kCGImageSourceShouldCache");
 const CFStringRef kCGImageSourceSubsampleFactor = CFSTR("kCGImageSourceSubsampleFactor");
@@ -33,7 +35,9 @@ const CFStringRef kCGImageSourceSubsampleFactor = CFSTR("kCGImageSourceSubsample
     CGImageRef _image;
     std::size_t _width;  // 0 until the size is known
     std::size_t _height;
+    std::size_t _depth;
     BOOL _hasRowsInOrder;
+    NSString* _reason;  // nil where the status says all that is known
 }
 @end
 
@@ -43,6 +47,7 @@ const CFStringRef kCGImageSourceSubsampleFactor = CFSTR("kCGImageSourceSubsample
     [_data release];
     _content.Free();
     CGImageRelease(_image);
+    [_reason release];
     [super dealloc];
 }
 
@@ -78,14 +83,17 @@ static_assert(static_cast<int>(image_io::Status::kComplete) == kCGImageStatusCom
 
 // Returns a bitmap over a provider, which it releases, in the space of the picture's profile; frees the profile.
 CGImageRef MakeImage(const image_io::Picture& picture, CGDataProviderRef provider) {
-    const std::size_t bytesPerRow = picture.width * image_io::kBytesPerPixel;
+    const std::size_t bytesPerRow = picture.BytesPerRow();
     NSData* profile = [NSData dataWithBytes:picture.profile length:picture.profileLength];
     std::free(picture.profile);
     CGColorSpaceRef space = CGColorSpaceCreateWithICCData((CFDataRef)profile);
     if (space == nullptr) space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
-    CGImageRef image = CGImageCreate(picture.width, picture.height, /*bitsPerComponent=*/8, /*bitsPerPixel=*/32,
-                                     bytesPerRow, space, kCGImageAlphaLast, provider, /*decode=*/nullptr,
-                                     /*shouldInterpolate=*/true, kCGRenderingIntentDefault);
+    CGBitmapInfo info = picture.depth == 32 ? kCGImageAlphaPremultipliedLast : kCGImageAlphaLast;
+    if (picture.depth == 16) info |= kCGBitmapByteOrder16Host;
+    if (picture.depth == 32) info |= static_cast<CGBitmapInfo>(kCGBitmapFloatComponents | kCGBitmapByteOrder32Host);
+    CGImageRef image =
+        CGImageCreate(picture.width, picture.height, picture.depth, 4 * picture.depth, bytesPerRow, space, info,
+                      provider, /*decode=*/nullptr, /*shouldInterpolate=*/true, kCGRenderingIntentDefault);
     CGColorSpaceRelease(space);
     CGDataProviderRelease(provider);
     return image;
@@ -93,7 +101,7 @@ CGImageRef MakeImage(const image_io::Picture& picture, CGDataProviderRef provide
 
 // Returns a provider that takes ownership of the picture's pixels.
 CGDataProviderRef MakeProvider(const image_io::Picture& picture) {
-    const std::size_t length = picture.width * image_io::kBytesPerPixel * picture.height;
+    const std::size_t length = picture.BytesPerRow() * picture.height;
     NSData* data = [[NSData alloc] initWithBytesNoCopy:picture.pixels length:length freeWhenDone:YES];
     CGDataProviderRef provider = CGDataProviderCreateWithCFData((CFDataRef)data);
     [data release];
@@ -138,7 +146,7 @@ CGImageRef MakeSequentialImage(CGImageSourceObject* source, unsigned factor) {
     CGImageRowsObject* rows = [[CGImageRowsObject alloc] init];
     rows->_source = [source retain];
     rows->_decoder = decoder.release();
-    rows->_bytesPerRow = picture.width * image_io::kBytesPerPixel;
+    rows->_bytesPerRow = picture.BytesPerRow();
     constexpr CGDataProviderSequentialCallbacks kCallbacks = {0, GetRows, nullptr, Rewind, ReleaseRows};
     return MakeImage(picture, CGDataProviderCreateSequential(rows, &kCallbacks));
 }
@@ -154,7 +162,9 @@ CGImageSourceObject* Decoded(CGImageSourceRef source) {
     object->_status = static_cast<CGImageSourceStatus>(status);
     object->_width = picture.width;
     object->_height = picture.height;
+    object->_depth = picture.depth;
     if (status == image_io::Status::kComplete) object->_image = MakeImage(picture, MakeProvider(picture));
+    if (picture.reason[0] != '\0') object->_reason = [[NSString alloc] initWithUTF8String:picture.reason];
     return object;
 }
 
@@ -191,6 +201,10 @@ CGImageSourceStatus CGImageSourceGetStatus(CGImageSourceRef source) {
     return source == nullptr ? kCGImageStatusInvalidData : Decoded(source)->_status;
 }
 
+size_t CGImageSourceGetPixelLimit(void) { return image_io::PixelLimit(); }
+
+void CGImageSourceSetPixelLimit(size_t pixels) { image_io::SetPixelLimit(pixels); }
+
 CGImageRef CGImageSourceCreateImageAtIndex(CGImageSourceRef source, size_t index, CFDictionaryRef options) {
     if (source == nullptr || index != 0) return nullptr;
     NSNumber* isKept = [(NSDictionary*)options objectForKey:(id)kCGImageSourceShouldCache];
@@ -216,13 +230,16 @@ CFDictionaryRef CGImageSourceCopyPropertiesAtIndex(CGImageSourceRef source, size
         object->_hasRowsInOrder = decoder != nullptr && decoder->Begin(&picture) == image_io::Status::kComplete;
         object->_width = picture.width;
         object->_height = picture.height;
+        object->_depth = picture.depth;
         image_io::Free(&picture);
     }
     if (object->_width != 0) {
         [properties setObject:[NSNumber numberWithUnsignedLong:object->_width] forKey:(id)kCGImagePropertyPixelWidth];
         [properties setObject:[NSNumber numberWithUnsignedLong:object->_height] forKey:(id)kCGImagePropertyPixelHeight];
+        [properties setObject:[NSNumber numberWithUnsignedLong:object->_depth] forKey:(id)kCGImagePropertyDepth];
         [properties setObject:[NSNumber numberWithBool:object->_hasRowsInOrder]
                        forKey:(id)kCGImagePropertyHasRowsInOrder];
     }
+    if (object->_reason != nil) [properties setObject:object->_reason forKey:(id)kCGImagePropertyFailure];
     return (CFDictionaryRef)properties;
 }

@@ -3,4 +3,5 @@
 #pragma once
 
 #include <ImageIO/CGImageDestination.h>
+#include <ImageIO/CGImageFormat.h>
 #include <ImageIO/CGImageSource.h>

@@ -1,47 +1,40 @@
-// decode.cpp - chooses the decoder by the signature at the start of the file.
-//
-// Adding a format: declare its decoder in decode.h and add a row to kKinds.
+// decode.cpp - chooses the decoder by the first bytes of the file.
 
 #include "decode.h"
 
-#include <algorithm>
+#include <atomic>
+#include <cstdint>
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <string>
 
+#include "formats.h"
 #include "row_decoder.h"
 
 namespace image_io {
 namespace {
 
-constexpr std::uint8_t kSignaturePNG[] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
-constexpr std::uint8_t kSignatureJPEG[] = {0xff, 0xd8, 0xff};
+constexpr std::size_t kDefaultPixelLimit = std::size_t{1} << 28;
 
-struct Kind {
-    const std::uint8_t* signature;
-    std::size_t length;
-    Status (*decode)(const std::uint8_t* bytes, std::size_t length, Picture* picture);
-    std::unique_ptr<RowDecoder> (*makeRowDecoder)(const FileBytes& file, unsigned factor);
-};
-
-// clang-format off
-constexpr Kind kKinds[] = {
-    // signature      length                 decode      makeRowDecoder
-    {kSignaturePNG,   sizeof kSignaturePNG,  DecodePNG,  MakeRowDecoderPNG},
-    {kSignatureJPEG,  sizeof kSignatureJPEG, DecodeJPEG, MakeRowDecoderJPEG},
-};
-// clang-format on
+std::atomic<std::size_t> pixelLimit = kDefaultPixelLimit;
 
 }  // namespace
 
+std::size_t PixelLimit() { return pixelLimit; }
+
+void SetPixelLimit(std::size_t pixels) { pixelLimit = pixels; }
+
 bool IsAllowedSize(std::size_t width, std::size_t height) {
-    return width != 0 && height != 0 && width <= kLargestPicture / kBytesPerPixel / height;
+    return width != 0 && height != 0 && width <= PixelLimit() / height;
 }
 
 bool Allocate(std::size_t width, std::size_t height, Picture* picture) {
     if (width == 0 || height == 0) return false;
     picture->width = width;
     picture->height = height;
-    if (!IsAllowedSize(width, height)) return false;
-    picture->pixels = static_cast<std::uint8_t*>(std::malloc(width * height * kBytesPerPixel));
+    if (!IsAllowedSize(width, height) || width > SIZE_MAX / 2 / picture->BytesPerPixel() / height) return false;
+    picture->pixels = static_cast<std::uint8_t*>(std::malloc(picture->BytesPerRow() * height));
     return picture->pixels != nullptr;
 }
 
@@ -52,32 +45,33 @@ void Free(Picture* picture) {
 }
 
 std::unique_ptr<RowDecoder> MakeRowDecoder(const FileBytes& file, unsigned factor) {
-    for (const Kind& kind : kKinds) {
-        if (file.length < kind.length || !std::equal(kind.signature, kind.signature + kind.length, file.bytes))
-            continue;
-        return kind.makeRowDecoder(file, factor);
-    }
-    return nullptr;
+    const Format* format = FormatOfContent(file.bytes, file.length);
+    std::string reason;
+    const Codec* codec = format != nullptr ? CodecOf(*format, &reason) : nullptr;
+    return codec != nullptr && codec->makeRowDecoder != nullptr ? codec->makeRowDecoder(file, factor) : nullptr;
 }
 
 Status Decode(const std::uint8_t* bytes, std::size_t length, Picture* picture) {
-    for (const Kind& kind : kKinds) {
-        if (!std::equal(bytes, bytes + std::min(length, kind.length), kind.signature)) continue;
-        if (length < kind.length) return Status::kReadingHeader;
-        const Status status = kind.decode(bytes, length, picture);
-        if (status == Status::kComplete) {
-            ApplyGrayProfile(picture);
-        } else {
-            const Picture refused = *picture;
-            Free(picture);
-            if (refused.pixels == nullptr) {
-                picture->width = refused.width;
-                picture->height = refused.height;
-            }
-        }
+    const Format* format = FormatOfContent(bytes, length);
+    if (format == nullptr) return Status::kUnknownType;
+    if (!HasSignature(*format, bytes, length)) return Status::kReadingHeader;
+    std::string reason;
+    const Codec* codec = CodecOf(*format, &reason);
+    std::snprintf(picture->reason, sizeof picture->reason, "%s", reason.c_str());
+    if (codec == nullptr) return Status::kUnknownType;
+    const Status status = codec->decode(bytes, length, picture);
+    if (status == Status::kComplete) {
+        ApplyGrayProfile(picture);
         return status;
     }
-    return Status::kUnknownType;
+    Picture failed = *picture;
+    Free(picture);
+    std::memcpy(picture->reason, failed.reason, sizeof failed.reason);
+    if (failed.pixels == nullptr) {
+        picture->width = failed.width;
+        picture->height = failed.height;
+    }
+    return status;
 }
 
 }  // namespace image_io

@@ -22,26 +22,32 @@ enum class Status {
     kComplete = 0,
 };
 
-// 8-bit RGBA with straight alpha, top row first, without padding.
+// RGBA, top row first, without padding. Integers have straight alpha, floats are premultiplied.
 struct Picture {
     std::uint8_t* pixels = nullptr;  // allocated with malloc and freed by the caller
     std::size_t width = 0;
     std::size_t height = 0;
-    bool isGray = false;  // the file stores gray; red, green and blue are then equal
+    std::size_t depth = 8;  // the bits of a component: 8, 16 in the order of the machine, or 32 for floats
+    bool isGray = false;    // the file stores gray; red, green and blue are then equal
 
     // The ICC profile of the pixels; null if there is none. Allocated and freed like the pixels.
     void* profile = nullptr;
     std::size_t profileLength = 0;
+
+    // What is wrong with the file, in words; empty where the status says all that is known.
+    char reason[160] = "";
+
+    std::size_t BytesPerPixel() const { return depth / 2; }
+    std::size_t BytesPerRow() const { return width * BytesPerPixel(); }
 };
 
-inline constexpr std::size_t kBytesPerPixel = 4;
+// The most pixels of a picture that is read. A few bytes of a file can claim a picture that fits in no memory. The
+// default is in the manual page, too.
+[[nodiscard]] std::size_t PixelLimit();
+void SetPixelLimit(std::size_t pixels);
 
-// The size limit in bytes (268 million pixels). A few bytes of a file can claim a picture that fits in no memory. The
-// manual page and the companion's message say the number of pixels.
-inline constexpr std::size_t kLargestPicture = std::size_t{1} << 30;
-
-// Sets the size of a picture, which comes from a file, and allocates the pixels. Returns false and allocates nothing
-// when the size is 0, exceeds the limit, or does not fit in memory.
+// Sets the size of a picture, which comes from a file, and allocates the pixels in the picture's depth. Returns false
+// and allocates nothing when the size is 0, exceeds the limit, or does not fit in memory.
 [[nodiscard]] bool Allocate(std::size_t width, std::size_t height, Picture* picture);
 
 // Frees the pixels and the profile of a picture.
@@ -51,8 +57,8 @@ void Free(Picture* picture);
 // profile.
 void ApplyGrayProfile(Picture* picture);
 
-// Decodes a PNG or JPEG file. Fills the picture only when the status is kComplete; its profile, if any, is an RGB
-// profile. Of a picture that is too large, only the size is set.
+// Decodes a file, whose format its first bytes tell. Fills the picture only when the status is kComplete; its profile,
+// if any, is an RGB profile. Of a picture that is too large, only the size is set; of any that failed, the reason.
 [[nodiscard]] Status Decode(const std::uint8_t* bytes, std::size_t length, Picture* picture);
 
 // The limit of Allocate(): returns whether a picture of a size may be decoded.

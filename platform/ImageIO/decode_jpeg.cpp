@@ -77,7 +77,7 @@ Status ReadPicture(jpeg_decompress_struct* jpeg, Picture* picture) {
     if (!Allocate(jpeg->image_width, jpeg->image_height, picture)) return Status::kInvalidData;
     jpeg_start_decompress(jpeg);
     while (jpeg->output_scanline < jpeg->output_height) {
-        JSAMPROW row = picture->pixels + std::size_t{jpeg->output_scanline} * picture->width * kBytesPerPixel;
+        JSAMPROW row = picture->pixels + std::size_t{jpeg->output_scanline} * picture->BytesPerRow();
         jpeg_read_scanlines(jpeg, &row, 1);
     }
     jpeg_finish_decompress(jpeg);
@@ -142,7 +142,7 @@ class RowDecoderJPEG : public RowDecoder {
         while (count > 0) {
             JSAMPROW row = rows;
             const std::size_t read = jpeg_read_scanlines(&jpeg_, &row, 1);
-            rows += read * jpeg_.output_width * kBytesPerPixel;
+            rows += read * jpeg_.output_width * static_cast<std::size_t>(jpeg_.output_components);
             count -= read;
         }
         pages_.DropBefore(file_.length - jpeg_.src->bytes_in_buffer);

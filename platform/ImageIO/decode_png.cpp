@@ -1,10 +1,11 @@
 // decode_png.cpp - decodes PNG files of every color type and depth.
 //
-// Palettes, grays and depths of 1 to 16 bits become 8-bit RGBA. A file that states a gamma other than that of sRGB is
-// converted to it.
+// Palettes, grays and depths of 1 to 8 bits become 8-bit RGBA, and 16 bits stay 16 bits. A file that states a gamma
+// other than that of sRGB is converted to it.
 
 #include <png.h>
 
+#include <bit>
 #include <csetjmp>
 #include <cstddef>
 #include <cstdint>
@@ -54,14 +55,14 @@ void KeepProfile(png_structp png, png_infop info, Picture* picture) {
     picture->profileLength = length;
 }
 
-// Requests 8-bit RGBA for every kind of file.
+// Requests RGBA of 8 or 16 bits for every kind of file.
 void SetTransformations(png_structp png, png_infop info) {
     // Alpha stays straight, and a file without a gamma is read as sRGB. With a profile the values must not be changed.
     if (!png_get_valid(png, info, PNG_INFO_iCCP)) png_set_alpha_mode(png, PNG_ALPHA_PNG, PNG_DEFAULT_sRGB);
     png_set_expand(png);
-    png_set_scale_16(png);
+    if constexpr (std::endian::native == std::endian::little) png_set_swap(png);
     png_set_gray_to_rgb(png);
-    png_set_add_alpha(png, 0xff, PNG_FILLER_AFTER);
+    png_set_add_alpha(png, 0xffff, PNG_FILLER_AFTER);
     png_set_interlace_handling(png);
     png_read_update_info(png, info);
 }
@@ -73,14 +74,15 @@ bool ReadPicture(png_structp png, png_infop info, Picture* picture) {
     const png_uint_32 height = png_get_image_height(png, info);
     const int passes = png_get_interlace_type(png, info) == PNG_INTERLACE_NONE ? 1 : PNG_INTERLACE_ADAM7_PASSES;
     picture->isGray = (png_get_color_type(png, info) & PNG_COLOR_MASK_COLOR) == 0;
+    picture->depth = png_get_bit_depth(png, info) == 16 ? 16 : 8;
     KeepProfile(png, info, picture);
     // First the pixels, which have a limit: the library allocates rows next.
     if (!Allocate(width, height, picture)) return false;
     SetTransformations(png, info);
-    if (png_get_rowbytes(png, info) != width * kBytesPerPixel) return false;
+    if (png_get_rowbytes(png, info) != picture->BytesPerRow()) return false;
     for (int pass = 0; pass < passes; ++pass) {
         for (png_uint_32 y = 0; y < height; ++y) {
-            png_read_row(png, picture->pixels + std::size_t{y} * width * kBytesPerPixel, nullptr);
+            png_read_row(png, picture->pixels + std::size_t{y} * picture->BytesPerRow(), nullptr);
         }
     }
     png_read_end(png, nullptr);
@@ -111,28 +113,29 @@ class RowDecoderPNG : public RowDecoder {
         png_set_read_fn(png_, &reader_, ReadBytes);
         png_set_user_limits(png_, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
         png_read_info(png_, info_);
-        width_ = png_get_image_width(png_, info_);
+        const png_uint_32 width = png_get_image_width(png_, info_);
         rowsLeft_ = png_get_image_height(png_, info_);
         const bool isGray = (png_get_color_type(png_, info_) & PNG_COLOR_MASK_COLOR) == 0;
         if (picture != nullptr) {
             KeepProfile(png_, info_, picture);
-            picture->width = width_;
+            picture->width = width;
             picture->height = rowsLeft_;
+            picture->depth = png_get_bit_depth(png_, info_) == 16 ? 16 : 8;
         }
         // Gray levels with a profile are converted afterwards.
         const bool isConverted = isGray && png_get_valid(png_, info_, PNG_INFO_iCCP) != 0;
         const bool isInOrder = png_get_interlace_type(png_, info_) == PNG_INTERLACE_NONE;
-        if (!isInOrder || isConverted || png_get_bit_depth(png_, info_) > 8) return Status::kUnknownType;
-        if (!IsAllowedSize(width_, rowsLeft_)) return Status::kInvalidData;
+        if (!isInOrder || isConverted) return Status::kUnknownType;
+        if (!IsAllowedSize(width, rowsLeft_)) return Status::kInvalidData;
         SetTransformations(png_, info_);
-        if (png_get_rowbytes(png_, info_) != width_ * kBytesPerPixel) return Status::kUnknownType;
+        bytesPerRow_ = png_get_rowbytes(png_, info_);
         if (picture != nullptr) picture->isGray = isGray;
         return Status::kComplete;
     }
 
     Status Read(std::uint8_t* rows, std::size_t count) override {
         if (setjmp(png_jmpbuf(png_)) != 0) return StatusOfFailure();
-        for (; count > 0; --count, --rowsLeft_, rows += width_ * kBytesPerPixel) png_read_row(png_, rows, nullptr);
+        for (; count > 0; --count, --rowsLeft_, rows += bytesPerRow_) png_read_row(png_, rows, nullptr);
         pages_.DropBefore(file_.length - reader_.left);
         if (rowsLeft_ == 0) png_read_end(png_, nullptr);
         return Status::kComplete;
@@ -146,7 +149,7 @@ class RowDecoderPNG : public RowDecoder {
     Reader reader_ = {};
     png_structp png_ = nullptr;
     png_infop info_ = nullptr;
-    std::size_t width_ = 0;
+    std::size_t bytesPerRow_ = 0;
     std::size_t rowsLeft_ = 0;
 };
 

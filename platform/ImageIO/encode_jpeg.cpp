@@ -1,4 +1,4 @@
-// encode_jpeg.cpp - encodes color JPEG files, blended onto white.
+// encode_jpeg.cpp - encodes JPEG files, blended onto white. A picture without colors is stored as gray.
 
 // jpeglib.h requires this header before it.
 #include <cstdio>
@@ -69,8 +69,22 @@ void PassRest(j_compress_ptr jpeg) {
 
 // Writes the picture, catches the jump, and returns whether it was written completely. No object here has a destructor
 // that the jump could skip.
-bool WriteGuarded(jpeg_compress_struct* jpeg, ErrorManager* errors, const Pixels& pixels, PixelRows& rows,
-                  double quality, std::uint8_t* row, Output* output, SinkManager* sink, int* error) {
+// A picture, how it is written, and the error of its source. The first rows are read.
+struct Work {
+    const Pixels& pixels;
+    const EncodeOptions& options;
+    PixelRows& rows;
+    Channels* channels;
+    std::uint8_t* row;
+    int error;
+};
+
+// Writes the picture as EncodeByRows requests, catches the jump, and returns whether it was written completely. No
+// object here has a destructor that the jump could skip.
+bool WriteGuarded(jpeg_compress_struct* jpeg, ErrorManager* errors, Work& work, Output* output, SinkManager* sink) {
+    const Pixels& pixels = work.pixels;
+    const EncodeOptions& options = work.options;
+    const bool hasColor = work.channels->hasColor;
     if (setjmp(errors->leave) != 0) return false;
     jpeg_create_compress(jpeg);
     if (sink != nullptr) {
@@ -80,29 +94,40 @@ bool WriteGuarded(jpeg_compress_struct* jpeg, ErrorManager* errors, const Pixels
     }
     jpeg->image_width = static_cast<JDIMENSION>(pixels.width);
     jpeg->image_height = static_cast<JDIMENSION>(pixels.height);
-    jpeg->input_components = 3;
-    jpeg->in_color_space = JCS_RGB;
+    jpeg->input_components = hasColor ? 3 : 1;
+    jpeg->in_color_space = hasColor ? JCS_RGB : JCS_GRAYSCALE;
     jpeg_set_defaults(jpeg);
+    // Written as quality > 0 so that NaN becomes 0.
+    const double quality = options.quality > 0 ? std::min(options.quality, 1.0) : 0;
     jpeg_set_quality(jpeg, static_cast<int>(std::lround(quality * 100)), TRUE);
+    if (hasColor) {
+        jpeg->comp_info[0].h_samp_factor = options.subsampling == Subsampling::k444 ? 1 : 2;
+        jpeg->comp_info[0].v_samp_factor = options.subsampling == Subsampling::k420 ? 2 : 1;
+    }
+    if (options.isProgressive) jpeg_simple_progression(jpeg);
     jpeg_start_compress(jpeg, TRUE);
     if (pixels.profile != nullptr) {
         jpeg_write_icc_profile(jpeg, static_cast<const JOCTET*>(pixels.profile),
                                static_cast<unsigned int>(pixels.profileLength));
     }
     for (std::size_t y = 0; y < pixels.height; ++y) {
-        if (y == rows.End()) *error = rows.ReadNext();
-        if (*error != 0) return false;
-        RowOnWhite(rows.Current(), y, row);
+        if (y == work.rows.End()) work.error = work.rows.ReadNext(work.channels);
+        if (work.error != 0 || work.channels->hasColor != hasColor) return false;
+        std::uint8_t* row = work.row;
+        RowOnWhite(work.rows.Current(), y, row);
+        // The three colors of a gray pixel are equal.
+        for (std::size_t x = 1; !hasColor && x < pixels.width; ++x) row[x] = row[3 * x];
         jpeg_write_scanlines(jpeg, &row, 1);
     }
     jpeg_finish_compress(jpeg);
     return true;
 }
 
-}  // namespace
-
-int EncodeJPEG(const Pixels& pixels, double quality, EncodedFile* file) {
-    if (pixels.width > JPEG_MAX_DIMENSION || pixels.height > JPEG_MAX_DIMENSION) return EFBIG;
+// Begins a file, and writes the picture.
+int WriteInChannels(const Pixels& pixels, const EncodeOptions& options, Channels* channels, EncodedFile* file,
+                    bool* isComplete) {
+    PixelRows rows(pixels);
+    if (const int error = rows.ReadNext(channels); error != 0) return error;
     ErrorManager errors = {};
     jpeg_compress_struct jpeg = {};
     jpeg.err = jpeg_std_error(&errors.base);
@@ -110,23 +135,31 @@ int EncodeJPEG(const Pixels& pixels, double quality, EncodedFile* file) {
     errors.base.emit_message = Warn;
     errors.base.output_message = Ignore;
     Output output = {nullptr, 0};
-    PixelRows rows(pixels);
     SinkManager sink = {{}, file->sink, 0, {}};
     sink.base.init_destination = BeginPiece;
     sink.base.empty_output_buffer = PassPiece;
     sink.base.term_destination = PassRest;
-    int error = 0;
     auto* row = static_cast<std::uint8_t*>(std::malloc(pixels.width * 3));
-    // Written as quality > 0 so that NaN becomes 0.
-    const double clamped = quality > 0 ? std::min(quality, 1.0) : 0;
-    const bool complete = row != nullptr && WriteGuarded(&jpeg, &errors, pixels, rows, clamped, row, &output,
-                                                         file->sink != nullptr ? &sink : nullptr, &error);
+    const bool hadColor = channels->hasColor;
+    Work work = {pixels, options, rows, channels, row, 0};
+    const bool isWritten =
+        row != nullptr && WriteGuarded(&jpeg, &errors, work, &output, file->sink != nullptr ? &sink : nullptr);
     jpeg_destroy_compress(&jpeg);
     std::free(row);
     file->bytes = output.bytes;
     file->length = output.length;
-    if (error == 0) error = sink.error;
-    return complete ? 0 : error != 0 ? error : ENOMEM;
+    *isComplete = isWritten;
+    if (isWritten || work.error != 0 || sink.error != 0) return work.error != 0 ? work.error : sink.error;
+    return channels->hasColor != hadColor ? 0 : ENOMEM;
+}
+
+}  // namespace
+
+int EncodeJPEG(const Pixels& pixels, const EncodeOptions& options, EncodedFile* file) {
+    if (pixels.width > JPEG_MAX_DIMENSION || pixels.height > JPEG_MAX_DIMENSION) return EFBIG;
+    return EncodeByRows(pixels, file, [&](Channels* channels, bool* isComplete) {
+        return WriteInChannels(pixels, options, channels, file, isComplete);
+    });
 }
 
 }  // namespace image_io

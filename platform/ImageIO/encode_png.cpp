@@ -1,11 +1,11 @@
-// encode_png.cpp - encodes PNG files: 8 bits per channel, straight alpha, marked as sRGB or with an embedded profile.
+// encode_png.cpp - encodes PNG files: 8 or 16 bits, straight alpha, marked as sRGB or with an embedded profile.
 //
 // A picture without transparency is stored without alpha, and one without colors as gray. The rows are compressed in
 // strips, on all cores; together the strips are one stream. Their borders depend on the picture's size only, so the
 // bytes of the file do not depend on the number of cores. libpng writes the chunks.
 //
-// Each row is filtered by Paeth's predictor and compressed by run lengths and Huffman codes. For photos this takes a
-// fifth of the time of libpng's defaults, and the files are about a tenth larger.
+// By default each row is filtered by Paeth's predictor and compressed by run lengths and Huffman codes. For photos this
+// takes a fifth of the time of libpng's defaults, and the files are about a tenth larger.
 
 #include <png.h>
 #include <tbb/parallel_for.h>
@@ -28,8 +28,25 @@ namespace {
 
 constexpr std::size_t kInitialCapacity = 1 << 16;
 
-// Uncompressed bytes per strip, about. Smaller strips would be compressed less well, larger ones leave cores idle.
-constexpr std::size_t kStripBytes = 1 << 18;
+// How to compress: what zlib is told, whether the best of all filters is chosen for each row, and the uncompressed
+// bytes of a strip, about. Smaller strips would be compressed less well, larger ones leave cores idle.
+struct Method {
+    int level;
+    int strategy;
+    bool isAdaptive;
+    std::size_t stripBytes;
+};
+
+// clang-format off
+constexpr Method kMethods[] = {
+    /* fast     */ {Z_BEST_SPEED,       Z_RLE,              false, 1 << 18},
+    /* balanced */ {5,                  Z_FILTERED,         true,  1 << 19},
+    /* small    */ {Z_BEST_COMPRESSION, Z_DEFAULT_STRATEGY, true,  1 << 22},
+};
+// clang-format on
+// A strip may store one of the four channels of the rows that are read at a time.
+static_assert(std::ranges::all_of(kMethods,
+                                  [](const Method& method) { return 4 * method.stripBytes <= PixelRows::kMostBytes; }));
 
 // The growing file and its capacity, or the error of its sink.
 struct Writer {
@@ -64,58 +81,79 @@ void Flush(png_structp) {}
 
 void Ignore(png_structp, png_const_charp) {}
 
-// The channels that are stored.
-struct Layout {
-    bool hasColor;
-    bool hasAlpha;
-
-    bool operator==(const Layout&) const = default;
-
-    [[nodiscard]] std::size_t Channels() const { return (hasColor ? 3 : 1) + (hasAlpha ? 1 : 0); }
-    [[nodiscard]] int ColorType() const {
-        return (hasColor ? PNG_COLOR_MASK_COLOR : 0) | (hasAlpha ? PNG_COLOR_MASK_ALPHA : 0);
-    }
-};
-
-// The fewest channels that hold rows of the picture and what a layout holds.
-Layout LayoutOf(const Pixels& pixels, std::size_t begin, std::size_t end, Layout layout) {
-    for (std::size_t y = begin; y < end && !(layout.hasColor && (layout.hasAlpha || pixels.isOpaque)); ++y) {
-        const std::uint8_t* row = pixels.Row(y);
-        unsigned differences = 0, alphas = 255;
-        for (std::size_t x = 0; x < pixels.width; ++x) {
-            const std::uint8_t* pixel = row + 4 * x;
-            differences |= (pixel[0] ^ pixel[1]) | (pixel[1] ^ pixel[2]);
-            alphas &= pixel[3];
-        }
-        layout.hasColor |= differences != 0;
-        layout.hasAlpha |= alphas != 255 && !pixels.isOpaque;
-    }
-    return layout;
+int ColorType(Channels channels) {
+    return (channels.hasColor ? PNG_COLOR_MASK_COLOR : 0) | (channels.hasAlpha ? PNG_COLOR_MASK_ALPHA : 0);
 }
 
-// Converts a row to the channels that are stored. The work row holds four bytes per pixel.
-void PackRow(const Pixels& pixels, std::size_t y, Layout layout, std::uint8_t* work, std::uint8_t* to) {
-    StraightRow(pixels, y, work);
-    const std::size_t channels = layout.Channels();
-    for (std::size_t x = 0; x < pixels.width; ++x, work += 4, to += channels) {
-        for (std::size_t channel = 0; channel < channels; ++channel) to[channel] = work[channel];
-        if (layout.hasAlpha) to[channels - 1] = work[3];
+// A picture, or those rows of it that are in memory; how it is stored, and how it is compressed.
+struct Work {
+    const Pixels& pixels;
+    Channels channels;
+    Method method;
+
+    // The bytes of a pixel and of a row, and how many rows a strip has.
+    std::size_t PixelBytes() const { return channels.Count() * pixels.depth / 8; }
+    std::size_t RowBytes() const { return pixels.width * PixelBytes(); }
+    std::size_t RowsOfStrip() const { return std::max<std::size_t>(1, method.stripBytes / (RowBytes() + 1)); }
+};
+
+// Makes a row as it is stored: the most significant byte comes first.
+void MakeRow(const Work& work, std::size_t y, std::uint8_t* to) {
+    PackRow(work.pixels, work.channels, y, to);
+    if (work.pixels.depth == 8) return;
+    for (std::size_t i = 0; i < work.RowBytes(); i += 2) {
+        std::uint16_t number;
+        std::memcpy(&number, to + i, sizeof number);
+        to[i] = static_cast<std::uint8_t>(number >> 8);
+        to[i + 1] = static_cast<std::uint8_t>(number);
     }
 }
 
 // Stores the differences of the bytes to Paeth's prediction from their neighbors: left, above, and above left.
-void Filter(const std::uint8_t* row, const std::uint8_t* above, std::size_t count, std::size_t channels,
-            std::uint8_t* to) {
+void FilterByPaeth(const std::uint8_t* row, const std::uint8_t* above, std::size_t count, std::size_t pixel,
+                   std::uint8_t* to) {
     // Left of the first pixel there are zeros; of the three distances, the one to the byte above is then the least.
-    for (std::size_t i = 0; i < channels; ++i) to[i] = static_cast<std::uint8_t>(row[i] - above[i]);
-    for (std::size_t i = channels; i < count; ++i) {
-        const std::int16_t left = row[i - channels], up = above[i], corner = above[i - channels];
+    for (std::size_t i = 0; i < pixel; ++i) to[i] = static_cast<std::uint8_t>(row[i] - above[i]);
+    for (std::size_t i = pixel; i < count; ++i) {
+        const std::int16_t left = row[i - pixel], up = above[i], corner = above[i - pixel];
         const auto toLeft = static_cast<std::int16_t>(std::abs(up - corner));
         const auto toUp = static_cast<std::int16_t>(std::abs(left - corner));
         const auto toCorner = static_cast<std::int16_t>(std::abs(left + up - 2 * corner));
         const std::int16_t nearer = toUp <= toCorner ? up : corner;
         const std::int16_t predicted = toLeft <= std::min(toUp, toCorner) ? left : nearer;
         to[i] = static_cast<std::uint8_t>(row[i] - predicted);
+    }
+}
+
+// Filters a row by one of the format's filters.
+void FilterBy(int filter, const std::uint8_t* row, const std::uint8_t* above, std::size_t count, std::size_t pixel,
+              std::uint8_t* to) {
+    if (filter == PNG_FILTER_VALUE_PAETH) return FilterByPaeth(row, above, count, pixel, to);
+    for (std::size_t i = 0; i < count; ++i) {
+        const unsigned left = i < pixel ? 0u : row[i - pixel], up = above[i];
+        const unsigned predicted = filter == PNG_FILTER_VALUE_SUB   ? left
+                                   : filter == PNG_FILTER_VALUE_UP  ? up
+                                   : filter == PNG_FILTER_VALUE_AVG ? (left + up) / 2
+                                                                    : 0;
+        to[i] = static_cast<std::uint8_t>(row[i] - predicted);
+    }
+}
+
+// Filters a row by that filter whose differences are the smallest, and stores the filter in front of them. The spare
+// row has the same length. This is the usual rule: small differences compress well.
+void FilterAdaptively(const std::uint8_t* row, const std::uint8_t* above, std::size_t count, std::size_t pixel,
+                      std::uint8_t* spare, std::uint8_t* to) {
+    std::size_t least = SIZE_MAX;
+    for (int filter = PNG_FILTER_VALUE_NONE; filter < PNG_FILTER_VALUE_LAST; ++filter) {
+        FilterBy(filter, row, above, count, pixel, spare);
+        std::size_t sum = 0;
+        for (std::size_t i = 0; i < count; ++i) {
+            sum += static_cast<std::size_t>(std::abs(static_cast<std::int8_t>(spare[i])));
+        }
+        if (sum >= least) continue;
+        least = sum;
+        *to = static_cast<std::uint8_t>(filter);
+        std::copy(spare, spare + count, to + 1);
     }
 }
 
@@ -127,10 +165,12 @@ struct Strip {
 };
 
 // Appends the compressed bytes to the strip. Every strip but the last one ends with an empty block, at a byte border.
-void Compress(std::vector<std::uint8_t>& filtered, bool isLast, Strip& strip) {
+void Compress(std::vector<std::uint8_t>& filtered, const Method& method, bool isLast, Strip& strip) {
     constexpr int kRawStream = -15, kMemory = 9;
     z_stream stream = {};
-    if (deflateInit2(&stream, Z_BEST_SPEED, Z_DEFLATED, kRawStream, kMemory, Z_RLE) != Z_OK) throw std::bad_alloc();
+    if (deflateInit2(&stream, method.level, Z_DEFLATED, kRawStream, kMemory, method.strategy) != Z_OK) {
+        throw std::bad_alloc();
+    }
     const std::size_t start = strip.bytes.size();
     constexpr std::size_t kEmptyBlock = 8;
     try {
@@ -151,49 +191,50 @@ void Compress(std::vector<std::uint8_t>& filtered, bool isLast, Strip& strip) {
 }
 
 // Compresses the rows from begin to end.
-Strip MakeStrip(const Pixels& pixels, Layout layout, std::size_t begin, std::size_t end) {
-    const std::size_t channels = layout.Channels(), count = pixels.width * channels;
-    std::vector<std::uint8_t> work(pixels.width * 4), row(count), above(count), filtered((count + 1) * (end - begin));
-    if (begin > 0) PackRow(pixels, begin - 1, layout, work.data(), above.data());
+Strip MakeStrip(const Work& work, std::size_t begin, std::size_t end) {
+    const std::size_t pixel = work.PixelBytes(), count = work.RowBytes();
+    std::vector<std::uint8_t> row(count), above(count), filtered((count + 1) * (end - begin));
+    std::vector<std::uint8_t> spare(work.method.isAdaptive ? count : 0);
+    if (begin > 0) MakeRow(work, begin - 1, above.data());
     std::uint8_t* to = filtered.data();
     for (std::size_t y = begin; y < end; ++y, to += count + 1) {
-        PackRow(pixels, y, layout, work.data(), row.data());
-        *to = PNG_FILTER_VALUE_PAETH;
-        Filter(row.data(), above.data(), count, channels, to + 1);
+        MakeRow(work, y, row.data());
+        if (work.method.isAdaptive) {
+            FilterAdaptively(row.data(), above.data(), count, pixel, spare.data(), to);
+        } else {
+            *to = PNG_FILTER_VALUE_PAETH;
+            FilterByPaeth(row.data(), above.data(), count, pixel, to + 1);
+        }
         row.swap(above);
     }
     Strip strip;
     constexpr std::uint8_t kStreamHeader[] = {0x78, 0x01};  // a window of 32 KB, compressed for speed
     if (begin == 0) strip.bytes.assign(std::begin(kStreamHeader), std::end(kStreamHeader));
-    Compress(filtered, end == pixels.height, strip);
+    Compress(filtered, work.method, end == work.pixels.height, strip);
     return strip;
 }
 
-// How many rows a strip has.
-std::size_t RowsOfStrip(const Pixels& pixels, Layout layout) {
-    return std::max<std::size_t>(1, kStripBytes / (pixels.width * layout.Channels() + 1));
-}
-
-// Compresses rows of the picture, and adds to the check sum of the stream. Throws std::bad_alloc.
-std::vector<Strip> MakeStrips(const PixelRows& rows, std::size_t height, Layout layout, uLong* checkSum) {
-    const std::size_t rowsOfStrip = RowsOfStrip(rows.Current(), layout);
+// Compresses the rows that were read last, and adds to the check sum of the stream. Throws std::bad_alloc.
+std::vector<Strip> MakeStrips(const Work& work, const PixelRows& rows, uLong* checkSum) {
+    const std::size_t rowsOfStrip = work.RowsOfStrip();
     std::vector<Strip> strips((rows.End() - rows.Begin() + rowsOfStrip - 1) / rowsOfStrip);
     tbb::parallel_for(std::size_t{0}, strips.size(), [&](std::size_t i) {
         const std::size_t begin = rows.Begin() + i * rowsOfStrip;
-        strips[i] = MakeStrip(rows.Current(), layout, begin, std::min(begin + rowsOfStrip, rows.End()));
+        strips[i] = MakeStrip(work, begin, std::min(begin + rowsOfStrip, rows.End()));
     });
     for (const Strip& strip : strips) {
         *checkSum = adler32_combine(*checkSum, strip.checkSum, static_cast<z_off_t>(strip.length));
     }
-    if (rows.End() < height) return strips;
+    if (rows.End() < work.pixels.height) return strips;
     for (const int shift : {24, 16, 8, 0}) strips.back().bytes.push_back(static_cast<std::uint8_t>(*checkSum >> shift));
     return strips;
 }
 
 // The chunks before the data. Leaves by the jump when that fails.
 void WriteHeader(png_structp png, png_infop info, const Pixels& pixels, int colorType) {
-    png_set_IHDR(png, info, static_cast<png_uint_32>(pixels.width), static_cast<png_uint_32>(pixels.height), 8,
-                 colorType, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+    png_set_IHDR(png, info, static_cast<png_uint_32>(pixels.width), static_cast<png_uint_32>(pixels.height),
+                 static_cast<int>(pixels.depth), colorType, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
+                 PNG_FILTER_TYPE_DEFAULT);
     if (pixels.profile == nullptr) {
         png_set_sRGB(png, info, PNG_sRGB_INTENT_PERCEPTUAL);
     } else {
@@ -215,21 +256,19 @@ bool WriteGuarded(png_structp png, png_infop info, const Pixels& pixels, int col
     return true;
 }
 
-// Writes the picture in a layout, which the first rows may widen. When later ones have to, the file is incomplete, and
-// must be begun again. Throws std::bad_alloc.
-int WriteInLayout(png_structp png, png_infop info, const Pixels& pixels, const Writer& writer, Layout* layout,
-                  bool* isComplete) {
+// Writes the picture as EncodeByRows requests. Throws std::bad_alloc.
+int WriteInChannels(png_structp png, png_infop info, const Pixels& pixels, const Method& method, const Writer& writer,
+                    Channels* channels, bool* isComplete) {
     PixelRows rows(pixels);
     uLong checkSum = adler32(0, nullptr, 0);
-    *isComplete = false;
     while (rows.End() < pixels.height) {
-        if (const int error = rows.ReadNext(); error != 0) return error;
-        const Layout used = *layout;
-        *layout = LayoutOf(rows.Current(), rows.Begin(), rows.End(), used);
-        if (rows.Begin() != 0 && *layout != used) return 0;
-        rows.Shorten(RowsOfStrip(pixels, *layout));
-        const std::vector<Strip> strips = MakeStrips(rows, pixels.height, *layout, &checkSum);
-        if (!WriteGuarded(png, info, pixels, layout->ColorType(), rows.Begin() == 0, rows.End() == pixels.height,
+        const Channels used = *channels;
+        if (const int error = rows.ReadNext(channels); error != 0) return error;
+        if (rows.Begin() != 0 && *channels != used) return 0;
+        const Work work = {rows.Current(), *channels, method};
+        rows.Shorten(work.RowsOfStrip());
+        const std::vector<Strip> strips = MakeStrips(work, rows, &checkSum);
+        if (!WriteGuarded(png, info, pixels, ColorType(*channels), rows.Begin() == 0, rows.End() == pixels.height,
                           strips.data(), strips.size())) {
             return writer.error != 0 ? writer.error : ENOMEM;
         }
@@ -238,8 +277,9 @@ int WriteInLayout(png_structp png, png_infop info, const Pixels& pixels, const W
     return 0;
 }
 
-// Begins a file and writes it in a layout, see above.
-int WriteFileInLayout(const Pixels& pixels, Layout* layout, EncodedFile* file, bool* isComplete) {
+// Begins a file, and writes the picture.
+int WriteFileInChannels(const Pixels& pixels, const EncodeOptions& options, Channels* channels, EncodedFile* file,
+                        bool* isComplete) {
     Writer writer = {file, 0, 0};
     png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, Fail, Ignore);
     png_infop info = png == nullptr ? nullptr : png_create_info_struct(png);
@@ -248,7 +288,8 @@ int WriteFileInLayout(const Pixels& pixels, Layout* layout, EncodedFile* file, b
         png_set_write_fn(png, &writer, Write, Flush);
         png_set_user_limits(png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
         try {
-            error = WriteInLayout(png, info, pixels, writer, layout, isComplete);
+            const Method& method = kMethods[static_cast<int>(options.compression)];
+            error = WriteInChannels(png, info, pixels, method, writer, channels, isComplete);
         } catch (const std::bad_alloc&) {
         }
     }
@@ -258,22 +299,11 @@ int WriteFileInLayout(const Pixels& pixels, Layout* layout, EncodedFile* file, b
 
 }  // namespace
 
-int EncodePNG(const Pixels& pixels, EncodedFile* file) {
+int EncodePNG(const Pixels& pixels, const EncodeOptions& options, EncodedFile* file) {
     if (pixels.width > PNG_UINT_31_MAX || pixels.height > PNG_UINT_31_MAX) return EFBIG;
-    // A profile describes colors, so a picture with one is never stored as gray.
-    Layout layout = {pixels.profile != nullptr, false};
-    // The rows of a source are not known beforehand. When some do not fit, the file is begun again.
-    for (;;) {
-        bool isComplete = false;
-        int error = WriteFileInLayout(pixels, &layout, file, &isComplete);
-        if (error != 0 || isComplete) return error;
-        pixels.source->Rewind();
-        if (file->sink != nullptr) error = file->sink->Restart();
-        if (error != 0) return error;
-        std::free(file->bytes);
-        file->bytes = nullptr;
-        file->length = 0;
-    }
+    return EncodeByRows(pixels, file, [&](Channels* channels, bool* isComplete) {
+        return WriteFileInChannels(pixels, options, channels, file, isComplete);
+    });
 }
 
 }  // namespace image_io

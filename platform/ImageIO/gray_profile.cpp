@@ -12,23 +12,37 @@
 namespace image_io {
 namespace {
 
-constexpr std::size_t kLevels = 256;
+// Replaces the gray levels of pixels by those of sRGB, a row at a time. The two formats are those of Little CMS for a
+// gray and for the red, green and blue of a pixel with alpha.
+template <typename Component>
+void Convert(cmsHTRANSFORM transform, Picture* picture) {
+    auto* pixels = reinterpret_cast<Component*>(picture->pixels);
+    for (std::size_t y = 0; y < picture->height; ++y, pixels += 4 * picture->width) {
+        cmsDoTransform(transform, pixels, pixels, static_cast<cmsUInt32Number>(picture->width));
+        for (std::size_t x = 0; x < picture->width; ++x) {
+            Component* pixel = pixels + 4 * x;
+            pixel[0] = pixel[2] = pixel[1];
+        }
+    }
+}
 
-// Fills the table with the sRGB level for each level of the profile; returns false when the profile allows no
-// conversion.
-[[nodiscard]] bool MakeTable(cmsHPROFILE profile, std::uint8_t (&table)[kLevels]) {
-    std::uint8_t levels[kLevels], colors[kLevels][3];
-    for (std::size_t level = 0; level < kLevels; ++level) levels[level] = static_cast<std::uint8_t>(level);
+// Converts the pixels from a gray profile to sRGB, unless the profile allows no conversion.
+void ConvertToSRGB(cmsHPROFILE profile, Picture* picture) {
+    const bool isFloat = picture->depth == 32;
+    const auto bytes = static_cast<cmsUInt32Number>(picture->depth / 8);
+    const cmsUInt32Number kind = BYTES_SH(bytes) | FLOAT_SH(isFloat ? 1 : 0);
+    const cmsUInt32Number from = COLORSPACE_SH(PT_GRAY) | CHANNELS_SH(1) | EXTRA_SH(3) | kind;
+    const cmsUInt32Number to = COLORSPACE_SH(PT_RGB) | CHANNELS_SH(3) | EXTRA_SH(1) | kind;
     cmsHPROFILE sRGB = cmsCreate_sRGBProfile();
     cmsHTRANSFORM transform =
-        cmsCreateTransform(profile, TYPE_GRAY_8, sRGB, TYPE_RGB_8, INTENT_RELATIVE_COLORIMETRIC, cmsFLAGS_NOOPTIMIZE);
+        cmsCreateTransform(profile, from, sRGB, to, INTENT_RELATIVE_COLORIMETRIC, cmsFLAGS_NOOPTIMIZE);
     if (transform != nullptr) {
-        cmsDoTransform(transform, levels, colors, kLevels);
+        if (isFloat) Convert<float>(transform, picture);
+        if (picture->depth == 16) Convert<std::uint16_t>(transform, picture);
+        if (picture->depth == 8) Convert<std::uint8_t>(transform, picture);
         cmsDeleteTransform(transform);
-        for (std::size_t level = 0; level < kLevels; ++level) table[level] = colors[level][1];
     }
     cmsCloseProfile(sRGB);
-    return transform != nullptr;
 }
 
 }  // namespace
@@ -40,13 +54,8 @@ void ApplyGrayProfile(Picture* picture) {
         cmsCloseProfile(profile);
         return;
     }
-    std::uint8_t table[kLevels];
-    if (profile != nullptr && picture->isGray && cmsGetColorSpace(profile) == cmsSigGrayData &&
-        MakeTable(profile, table)) {
-        std::uint8_t* const end = picture->pixels + picture->width * picture->height * kBytesPerPixel;
-        for (std::uint8_t* pixel = picture->pixels; pixel != end; pixel += kBytesPerPixel) {
-            pixel[0] = pixel[1] = pixel[2] = table[pixel[0]];
-        }
+    if (profile != nullptr && picture->isGray && cmsGetColorSpace(profile) == cmsSigGrayData) {
+        ConvertToSRGB(profile, picture);
     }
     if (profile != nullptr) cmsCloseProfile(profile);
     std::free(picture->profile);

@@ -40,7 +40,7 @@ class RowDecoder {
     [[nodiscard]] virtual Status Read(std::uint8_t* rows, std::size_t count) = 0;
 };
 
-// Returns a decoder; null for a file that is neither PNG nor JPEG, for a factor other than 1 and a PNG, and when memory
+// Returns a decoder; null for a format that is decoded as a whole, for a factor other than 1 and a PNG, and when memory
 // is short. The factor is 1, 2, 4 or 8: how many times smaller the picture is decoded.
 [[nodiscard]] std::unique_ptr<RowDecoder> MakeRowDecoder(const FileBytes& file, unsigned factor);
 [[nodiscard]] std::unique_ptr<RowDecoder> MakeRowDecoderPNG(const FileBytes& file, unsigned factor);

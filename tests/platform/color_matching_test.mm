@@ -371,7 +371,7 @@ TEST(ColorMatchingTest, FilesKeepTheSpaceOfTheirBitmap) {
     CGImageRelease(bitmap);
 }
 
-TEST(ColorMatchingTest, BitmapsNeedAnRGBSpaceAndAByteFormat) {
+TEST(ColorMatchingTest, BitmapsNeedAnRGBSpaceAndAKnownFormat) {
     CIContext* context = [CIContext contextWithOptions:nil];
     CIImage* image = ImageOfFloats(1, 1, {1, 1, 1, 1});
     const auto create = [&](CIFormat format, CGColorSpaceRef space) {
@@ -379,7 +379,7 @@ TEST(ColorMatchingTest, BitmapsNeedAnRGBSpaceAndAByteFormat) {
     };
     EXPECT_EQ(create(kCIFormatRGBA8, Named(kCGColorSpaceGenericGray)), nullptr);
     EXPECT_EQ(create(kCIFormatRGBA8, nullptr), nullptr);
-    EXPECT_EQ(create(kCIFormatRGBAf, Named(kCGColorSpaceSRGB)), nullptr);
+    EXPECT_EQ(create(/*format=*/5, Named(kCGColorSpaceSRGB)), nullptr);
 }
 
 }  // namespace

@@ -152,6 +152,56 @@ TEST_F(ImageDestinationTest, FilesInMemoryAndOnDiskHaveTheSameBytes) {
     EXPECT_EQ(CGImageDestinationCreateWithData((CFMutableDataRef)data, CFSTR("public.gif"), 1, nullptr), nullptr);
 }
 
+// The bytes of a file of an image.
+NSData* FileOf(CIImage* image, CFStringRef type, CIFormat format, BOOL isDeferred) {
+    CGColorSpaceRef space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
+    CGImageRef bitmap = [[CIContext contextWithOptions:nil] createCGImage:image
+                                                                 fromRect:[image extent]
+                                                                   format:format
+                                                               colorSpace:space
+                                                                 deferred:isDeferred];
+    CGColorSpaceRelease(space);
+    EXPECT_EQ(CGDataProviderIsSequential(CGImageGetDataProvider(bitmap)), isDeferred != NO);
+    NSMutableData* data = [NSMutableData data];
+    CGImageDestinationRef destination = CGImageDestinationCreateWithData((CFMutableDataRef)data, type, 1, nullptr);
+    CGImageDestinationAddImage(destination, bitmap, nullptr);
+    EXPECT_TRUE(CGImageDestinationFinalize(destination));
+    CFRelease(destination);
+    CGImageRelease(bitmap);
+    return data;
+}
+
+TEST_F(ImageDestinationTest, RowsThatAreRenderedLaterMakeTheSameFile) {
+    // More rows than are read at a time. Only the last one may have a color.
+    CIImage* gray =
+        [[CIImage imageWithColor:[CIColor colorWithRed:0.5 green:0.5
+                                                  blue:0.5]] imageByCroppingToRect:CGRectMake(0, 0, 1024, 4200)];
+    CIImage* pixel = [[CIImage imageWithColor:[CIColor colorWithRed:1 green:0
+                                                               blue:0]] imageByCroppingToRect:CGRectMake(9, 0, 1, 1)];
+    for (CIImage* image : {gray, [pixel imageByCompositingOverImage:gray]}) {
+        for (const auto& [type, format] : {std::pair{CFSTR("public.png"), kCIFormatRGBA8},
+                                           {CFSTR("public.png"), kCIFormatRGBA16},
+                                           {CFSTR("public.jpeg"), kCIFormatRGBA8}}) {
+            EXPECT_TRUE([FileOf(image, type, format, YES) isEqual:FileOf(image, type, format, NO)]) << format;
+        }
+    }
+}
+
+TEST_F(ImageDestinationTest, RowsOfSixteenBitsAreReadLater) {
+    const NSUInteger width = 2048, height = 2048;
+    CIImage* image = ImageOfBytes(width, height, VariedBytes(width, height));
+    NSData* file = FileOf(image, CFSTR("public.png"), kCIFormatRGBA16, NO);
+    CGImageSourceRef source = CGImageSourceCreateWithData((CFDataRef)file, nullptr);
+    NSDictionary* options = [NSDictionary dictionaryWithObject:[NSNumber numberWithBool:NO]
+                                                        forKey:(id)kCGImageSourceShouldCache];
+    CGImageRef rows = CGImageSourceCreateImageAtIndex(source, 0, (CFDictionaryRef)options);
+    EXPECT_TRUE(CGDataProviderIsSequential(CGImageGetDataProvider(rows)));
+    EXPECT_EQ(CGImageGetBitsPerComponent(rows), 16u);
+    EXPECT_TRUE([FileOf([CIImage imageWithCGImage:rows], CFSTR("public.png"), kCIFormatRGBA16, YES) isEqual:file]);
+    CGImageRelease(rows);
+    CFRelease(source);
+}
+
 TEST_F(ImageDestinationTest, ReplacingAFileLeavesNoOtherFileBehind) {
     [[NSFileManager defaultManager] createDirectoryAtPath:path
                               withIntermediateDirectories:YES

@@ -100,15 +100,22 @@ TEST(ImageSourceTest, GraysOfEveryDepthBecomeRGBA) {
     EXPECT_EQ(PixelsOf({2, 1, 4, kGray, {{0x1f}}, {}, {}, false, {}}),
               (FileBytes{17, 17, 17, 255, 255, 255, 255, 255}));
     EXPECT_EQ(PixelsOf({1, 1, 8, kGray, {{77}}, {}, {}, false, {}}), (FileBytes{77, 77, 77, 255}));
-    EXPECT_EQ(PixelsOf({1, 1, 16, kGray, {{77, 77}}, {}, {}, false, {}}), (FileBytes{77, 77, 77, 255}));
     EXPECT_EQ(PixelsOf({1, 1, 8, kGrayAlpha, {{77, 9}}, {}, {}, false, {}}), (FileBytes{77, 77, 77, 9}));
-    EXPECT_EQ(PixelsOf({1, 1, 16, kGrayAlpha, {{77, 77, 9, 9}}, {}, {}, false, {}}), (FileBytes{77, 77, 77, 9}));
 }
 
 TEST(ImageSourceTest, ColorsOfEveryDepthBecomeRGBA) {
     EXPECT_EQ(PixelsOf({1, 1, 8, kRGB, {{1, 2, 3}}, {}, {}, false, {}}), (FileBytes{1, 2, 3, 255}));
-    EXPECT_EQ(PixelsOf({1, 1, 16, kRGB, {{1, 1, 2, 2, 3, 3}}, {}, {}, false, {}}), (FileBytes{1, 2, 3, 255}));
-    EXPECT_EQ(PixelsOf({1, 1, 16, kRGBA, {{1, 1, 2, 2, 3, 3, 4, 4}}, {}, {}, false, {}}), (FileBytes{1, 2, 3, 4}));
+    EXPECT_EQ(PixelsOf({1, 1, 8, kRGBA, {{1, 2, 3, 4}}, {}, {}, false, {}}), (FileBytes{1, 2, 3, 4}));
+}
+
+TEST(ImageSourceTest, SixteenBitsStaySixteenBits) {
+    // Files have the most significant byte first, this machine the least significant one.
+    EXPECT_EQ(PixelsOf({1, 1, 16, kGray, {{1, 2}}, {}, {}, false, {}}), (FileBytes{2, 1, 2, 1, 2, 1, 255, 255}));
+    EXPECT_EQ(PixelsOf({1, 1, 16, kGrayAlpha, {{1, 2, 3, 4}}, {}, {}, false, {}}), (FileBytes{2, 1, 2, 1, 2, 1, 4, 3}));
+    EXPECT_EQ(PixelsOf({1, 1, 16, kRGB, {{1, 2, 3, 4, 5, 6}}, {}, {}, false, {}}),
+              (FileBytes{2, 1, 4, 3, 6, 5, 255, 255}));
+    EXPECT_EQ(PixelsOf({1, 1, 16, kRGBA, {{1, 2, 3, 4, 5, 6, 7, 8}}, {}, {}, false, {}}),
+              (FileBytes{2, 1, 4, 3, 6, 5, 8, 7}));
 }
 
 TEST(ImageSourceTest, PalettesAndTransparentColorsAreExpanded) {

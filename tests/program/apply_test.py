@@ -124,20 +124,22 @@ class ApplyTest(ZevaTest):
         apply = ("apply", *invert, "-o", self.out, "--working-space")
         self.assert_fails(
             2,
-            "--working-space: 'absent.icc' is not a file, expected linear, none or an ICC profile",
+            "--working-space: got 'absent.icc', expected linear, none or an RGB profile of curves and a matrix; "
+            "nothing was written",
             *apply,
             "absent.icc",
         )
         # A copyright that is called a table.
         profile.write_bytes(profile.read_bytes().replace(b"cprt", b"A2B0"))
-        reason = f"--working-space: '{profile}' is not an RGB profile of curves and a matrix"
-        self.assert_fails(2, reason, *apply, profile)
+        reason = f"--working-space: got '{profile}', expected linear, none or an RGB profile of curves and a matrix"
+        self.assert_fails(2, f"{reason}; nothing was written", *apply, profile)
         # The settings are checked before the picture is, and before the folder of many results is created.
         results = self.photo.with_name("results")
         missing = self.photo.with_name("missing.png")
-        self.assert_fails(2, reason, "apply", "ColorInvert", missing, "-o", self.out, "--working-space", profile)
+        single = ("apply", "ColorInvert", missing, "-o", self.out, "--working-space", profile)
+        self.assert_fails(2, f"{reason}; nothing was written", *single)
         batch = ("apply", "ColorInvert", self.photo, missing, "-o", results, "--working-space", profile)
-        self.assert_fails(2, reason, *batch)
+        self.assert_fails(2, f"{reason}; nothing was written", *batch)
         self.assertFalse(results.exists())
 
     def test_the_rectangle_is_in_the_coordinates_of_the_image_with_y_up(self):

@@ -325,7 +325,7 @@ class PipeTest(ZevaTest):
         self.assert_fails(2, "-: standard input can only be the only picture", *rest, "out", "-")
         self.assert_fails(
             2,
-            "--format xyz: the suffix must be .png, .jpg or .jpeg; nothing was written",
+            "--format: got 'xyz', expected the name of a format, such as png; nothing was written",
             *(*rest, "-", "--format", "xyz"),
         )
 

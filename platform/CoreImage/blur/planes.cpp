@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "blur/kernels.h"
+#include "sampling/weighted_sums.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "blur/planes.cpp"

@@ -14,13 +14,13 @@
 
 namespace core_image {
 
-// The layout of a pixel: bytes or floats in the order red, green, blue, alpha.
-enum class PixelFormat { kBytes, kFloats };
+// The layout of a pixel: bytes, 16-bit words or floats in the order red, green, blue, alpha.
+enum class PixelFormat { kBytes, kWords, kFloats };
 
 // The meaning of the fourth number for the other three.
 enum class Alpha { kStraight, kPremultiplied, kIgnored };
 
-// Pixels to make an image of.
+// Pixels to make an image of. Floats are premultiplied.
 struct BitmapSource {
     const void* pixels = nullptr;  // the topmost row
     std::size_t width = 0;
@@ -31,7 +31,8 @@ struct BitmapSource {
     Transfer transfer = Transfer::kSRGB;
 };
 
-// The destination of a rendering. Its pixels are premultiplied.
+// The destination of a rendering. Its pixels are premultiplied, except words: those have straight alpha, because words
+// that were multiplied cannot be divided again without loss.
 struct BitmapDestination {
     void* pixels = nullptr;  // the topmost row
     std::ptrdiff_t bytesPerRow = 0;
@@ -47,7 +48,9 @@ ImageRef MakeStreamedImage(const BitmapSource& source, std::shared_ptr<RowWindow
 
 // The size of a pixel in bytes.
 constexpr std::size_t SizeOfPixel(PixelFormat format) {
-    return format == PixelFormat::kBytes ? kFloatsPerPixel : kPixelBytes;
+    return format == PixelFormat::kBytes   ? kFloatsPerPixel
+           : format == PixelFormat::kWords ? kPixelBytes / 2
+                                           : kPixelBytes;
 }
 
 // Encodes a run of blocks into its place in a bitmap that covers a region. The blocks are overwritten.

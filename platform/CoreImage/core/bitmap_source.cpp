@@ -66,6 +66,30 @@ HWY_ATTR void DecodeBytes(const std::uint8_t* from, Alpha kind, const float* pla
     }
 }
 
+// Premultiplies words, and leaves them as they are encoded.
+HWY_ATTR void ReadWords(const std::uint8_t* from, Alpha kind, float* blocks, std::size_t count) {
+    constexpr std::size_t kWordsPerBlock = kBlockPixels * kFloatsPerPixel;
+    const WideTag d;
+    const hn::Rebind<std::uint16_t, WideTag> halves;
+    const IntegerTag integers;
+    for (std::size_t pixel = 0; pixel < count; pixel += kBlockPixels) {
+        HWY_ALIGN std::uint16_t words[kWordsPerBlock] = {};
+        HWY_ALIGN float fractions[kWordsPerBlock];
+        std::memcpy(words, from + 8 * pixel, 8 * std::min(kBlockPixels, count - pixel));
+        for (std::size_t i = 0; i < kWordsPerBlock; i += hn::MaxLanes(d)) {
+            const Wide word = hn::ConvertTo(d, hn::PromoteTo(integers, hn::Load(halves, words + i)));
+            hn::Store(hn::Mul(word, Constant(1.0f / 65535)), d, fractions + i);
+        }
+        for (std::size_t lane = 0; lane < kBlockPixels; lane += hn::MaxLanes(d)) {
+            Colors c;
+            hn::LoadInterleaved4(d, fractions + 4 * lane, c.red, c.green, c.blue, c.alpha);
+            if (kind == Alpha::kIgnored) c.alpha = Constant(1);
+            if (kind == Alpha::kStraight) Premultiply(c);
+            StoreColors(c, blocks + 4 * pixel + lane);
+        }
+    }
+}
+
 }  // namespace core_image::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
@@ -74,6 +98,7 @@ namespace core_image {
 namespace {
 
 HWY_EXPORT(DecodeBytes);
+HWY_EXPORT(ReadWords);
 
 class BitmapStage : public Stage {
   public:
@@ -98,7 +123,7 @@ class BitmapStage : public Stage {
     }
 
     void Render(const Tile& tile) const override {
-        if (source_.format == PixelFormat::kBytes || source_.transfer == Transfer::kSRGB) {
+        if (source_.format != PixelFormat::kFloats || source_.transfer == Transfer::kSRGB) {
             RenderByRuns(*this, tile);
             return;
         }
@@ -115,10 +140,14 @@ class BitmapStage : public Stage {
             const bool isDivided = isEncoded && source_.alpha == Alpha::kPremultiplied;
             HWY_DYNAMIC_DISPATCH(DecodeBytes)
             (from, source_.alpha, plain, isDivided ? DecodedPremultipliedBytes() : nullptr, blocks, run.count);
+            return;
+        }
+        if (source_.format == PixelFormat::kWords) {
+            HWY_DYNAMIC_DISPATCH(ReadWords)(from, source_.alpha, blocks, run.count);
         } else {
             ToBlocks(reinterpret_cast<const float*>(from), run.count, blocks);
-            if (isEncoded) DecodeRun(blocks, run.count);
         }
+        if (isEncoded) DecodeRun(blocks, run.count);
     }
 
   private:

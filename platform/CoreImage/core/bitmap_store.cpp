@@ -36,6 +36,25 @@ HWY_ATTR void ToBytes(float* blocks, std::size_t count) {
     }
 }
 
+// Converts blocks to pixels of words, in place.
+//
+// Why in two steps: a pixel of words takes half the memory of one of floats, so writing one would overwrite numbers of
+// its block that are still to be read, if these did not stand pixel by pixel.
+HWY_ATTR void ToWords(float* blocks, std::size_t count) {
+    const WideTag d;
+    const hn::RebindToSigned<WideTag> integers;
+    const hn::Rebind<std::uint16_t, WideTag> halves;
+    ForEachPixel(blocks, count, [](Colors& c) HWY_ATTR { Unpremultiply(c); });
+    core_image::FromBlocks(blocks, count, blocks);
+    auto* to = reinterpret_cast<std::uint16_t*>(blocks);
+    for (std::size_t i = 0; i < count * kFloatsPerPixel; i += hn::MaxLanes(d)) {
+        const Wide value = hn::LoadU(d, blocks + i);
+        const Wide positive = hn::IfThenElseZero(hn::Gt(value, Constant(0)), value);
+        const Wide scaled = hn::MulAdd(hn::Min(positive, Constant(1)), Constant(65535), Constant(0.5f));
+        hn::StoreU(hn::DemoteTo(halves, hn::ConvertTo(integers, scaled)), halves, to + i);
+    }
+}
+
 // Copies whole cache lines with non-temporal stores.
 HWY_ATTR void CopyLines(const std::uint8_t* from, std::size_t bytes, std::uint8_t* to) {
     const hn::ScalableTag<std::uint8_t> d;
@@ -52,6 +71,7 @@ namespace core_image {
 namespace {
 
 HWY_EXPORT(ToBytes);
+HWY_EXPORT(ToWords);
 HWY_EXPORT(CopyLines);
 
 constexpr std::size_t kLine = 64;  // a cache line, in bytes
@@ -74,6 +94,8 @@ void Store(float* blocks, const Run& run, const Region& region, const BitmapDest
     if (destination.transfer == Transfer::kSRGB) EncodeRun(blocks, run.count);
     if (destination.format == PixelFormat::kBytes) {
         HWY_DYNAMIC_DISPATCH(ToBytes)(blocks, run.count);
+    } else if (destination.format == PixelFormat::kWords) {
+        HWY_DYNAMIC_DISPATCH(ToWords)(blocks, run.count);
     } else {
         FromBlocks(blocks, run.count, blocks);
     }
