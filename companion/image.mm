@@ -67,6 +67,16 @@ ZEVAobjectStruct* Open(ZEVAstringStruct* path) {
     return result;
 }
 
+// Returns whether a file begins like a picture that Open reads. A file that cannot be read is not one.
+std::int32_t IsPicture(ZEVAstringStruct* path) {
+    std::int32_t result = 0;
+    Guarded([&] {
+        const char* bytes = nullptr;
+        if (PathOf(path, &bytes) == nil && BeginsLikePicture(bytes)) result = 1;
+    });
+    return result;
+}
+
 // Raises for bytes that are not a PNG or JPEG file.
 ZEVAobjectStruct* NewFromData(ZEVAmemoryBlockStruct* data) {
     ZEVAobjectStruct* result = nullptr;
@@ -185,6 +195,47 @@ ZEVAobjectStruct* Transform(ZEVAobjectStruct* self, ZEVAobjectStruct* transform)
     return result;
 }
 
+// Stores the mode that a word names. Returns false for another word.
+bool ModeOf(NSString* word, CIEngineResizeMode* mode) {
+    NSArray* const words = @[ @"stretch", @"fit", @"fill" ];  // in the order of the modes
+    const NSUInteger index = word != nil ? [words indexOfObject:word] : NSNotFound;
+    *mode = static_cast<CIEngineResizeMode>(index);
+    return index != NSNotFound;
+}
+
+// Returns the image resized to a size in pixels. Raises for a size below 1 x 1, for an unknown mode, and for an image
+// that is empty or infinite.
+ZEVAobjectStruct* Resized(ZEVAobjectStruct* self, std::int32_t width, std::int32_t height, ZEVAstringStruct* mode) {
+    ZEVAobjectStruct* result = nullptr;
+    Guarded([&] {
+        NSString* const member = @"CIImageQOR.Resized";
+        NSString* const consequence = @"nothing was resized";
+        CIImage* original = ImageOf(self);
+        if (original == nil) return;
+        const CGRect extent = [original extent];
+        CIEngineResizeMode found = kCIEngineResizeStretch;
+        NSString* reason = nil;
+        if (width < 1 || height < 1) {
+            reason = [NSString stringWithFormat:@"%d x %d is not a size, expected at least 1 x 1",
+                                                static_cast<int>(width), static_cast<int>(height)];
+        } else if (!ModeOf(TextOf(mode), &found)) {
+            reason = [NSString
+                stringWithFormat:@"the mode '%@' is not stretch, fit or fill", mode != nullptr ? TextOf(mode) : @""];
+        } else if (CGRectIsEmpty(extent)) {
+            reason = @"the image is empty";
+        } else if (CGRectIsInfinite(extent)) {
+            reason = @"the image is infinite, crop it first";
+        }
+        if (reason != nil) return RaiseAbout(member, reason, consequence);
+        CIImage* image = [original imageByResizingToWidth:width height:height mode:found];
+        if (image == nil && *CIEngineFailure() == '\0') {
+            return RaiseAbout(member, @"the image extends too far, crop it first", consequence);
+        }
+        result = NewResult(image, original, member, consequence);
+    });
+    return result;
+}
+
 void Finalize(ZEVAobjectStruct* self) {
     auto* object = reinterpret_cast<ImageObject*>(self);
     [object->wrapped release];
@@ -197,6 +248,7 @@ ZEVAmethod methods[] = {
     COMPANION_METHOD("Crop(rectangle as CIVectorQOR) as CIImageQOR", Crop),
     COMPANION_METHOD("Over(background as CIImageQOR) as CIImageQOR", Over),
     COMPANION_METHOD("Transform(transform as NSAffineTransformQOR) as CIImageQOR", Transform),
+    COMPANION_METHOD("Resized(width as integer, height as integer, mode as string) as CIImageQOR", Resized),
     COMPANION_METHOD("Save(path as string)", SaveImage),
     COMPANION_METHOD("SaveWithQuality(path as string, quality as double)", SaveImageWithQuality),
     COMPANION_METHOD("SaveInSpace(path as string, quality as double, space as CGColorSpaceQOR)", SaveImageInSpace),
@@ -210,6 +262,7 @@ ZEVAmethod methods[] = {
 
 ZEVAmethod sharedMethods[] = {
     COMPANION_METHOD("Open(path as string) as CIImageQOR", Open),
+    COMPANION_METHOD("IsPicture(path as string) as boolean", IsPicture),
     COMPANION_METHOD("FromData(data as memoryblock) as CIImageQOR", NewFromData),
     COMPANION_METHOD("FromPixels(pixels as memoryblock, width as integer, height as integer) as CIImageQOR",
                      NewFromPixels),

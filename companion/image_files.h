@@ -22,6 +22,9 @@ struct PictureFile {
 [[nodiscard]] NSString* ReadImageFile(const char* path, PictureFile* picture);
 [[nodiscard]] NSString* ReadImageData(NSData* data, PictureFile* picture);
 
+// Whether a file begins like a picture that can be read. Looks at its first bytes only, never at its name.
+[[nodiscard]] bool BeginsLikePicture(const char* path);
+
 // Tests the suffix and the folder of a path, so that a wrong path is found before the image is rendered.
 [[nodiscard]] NSString* ObstacleToWriting(const char* path, int* errorNumber);
 

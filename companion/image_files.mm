@@ -11,6 +11,7 @@
 
 #include <cerrno>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 
 #include "companion/host_text.h"
@@ -159,6 +160,21 @@ NSString* ReadImageFile(const char* path, PictureFile* picture) {
     CGImageSourceRef source = CGImageSourceCreateWithURL(URLFor(path), nullptr);
     picture->name = TextOfPath(path);
     return source != nullptr ? ReadSource(source, picture) : SystemReason(errno);
+}
+
+bool BeginsLikePicture(const char* path) {
+    if (ObstacleToReading(path) != nil) return false;
+    // More than the signature of any format; the decoder refuses so little of a picture for another reason.
+    std::uint8_t start[64];
+    const int file = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    const ssize_t length = file >= 0 ? read(file, start, sizeof start) : -1;
+    if (file >= 0) close(file);
+    if (length <= 0) return false;
+    NSData* data = [NSData dataWithBytes:start length:static_cast<NSUInteger>(length)];
+    CGImageSourceRef source = CGImageSourceCreateWithData(reinterpret_cast<CFDataRef>(data), nullptr);
+    const CGImageSourceStatus status = CGImageSourceGetStatus(source);
+    CFRelease(source);
+    return status != kCGImageStatusUnknownType && status != kCGImageStatusReadingHeader;
 }
 
 NSString* ReadImageData(NSData* data, PictureFile* picture) {

@@ -32,7 +32,7 @@ void Progress::Summarize(const std::string& what) {
 }
 
 void Progress::Draw() const {
-    if (!hasBar_) return;
+    if (!hasBar_ || total_ == 0) return;
     constexpr std::size_t kWidth = 40;
     const std::size_t filled = kWidth * ended_ / total_;
     const std::string bar = std::string(filled, '#') + std::string(kWidth - filled, '.');

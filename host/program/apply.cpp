@@ -23,6 +23,7 @@
 #include <memory>
 #include <new>
 #include <optional>
+#include <set>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -31,9 +32,14 @@
 
 #include "host/batch/batch.h"
 #include "host/batch/progress.h"
+#include "host/batch/shared_array.h"
 #include "host/program/commands.h"
 #include "host/program/exit_status.h"
+#include "host/program/output_names.h"
+#include "host/program/picture_folder.h"
+#include "host/program/picture_streams.h"
 #include "host/program/protected_files.h"
+#include "host/program/resize_option.h"
 #include "host/recipe/recipe.h"
 #include "host/recipe/setting_value.h"
 #include "host/runtime/errors.h"
@@ -50,10 +56,18 @@ using std::filesystem::path;
 
 struct ApplyRequest {
     std::vector<std::string> words;  // filters, settings and inputs
-    std::string output;
-    std::string rectangle;     // "X,Y,W,H"; empty for the extent of the result
-    std::string workingSpace;  // linear, none or a profile; empty for linear
-    bool keepSize = false;     // crop the result to the extent of the input
+    std::string output;              // a path or a pattern, kStandardStream, or empty for results in place
+    std::string rectangle;           // "X,Y,W,H"; empty for the extent of the result
+    std::string workingSpace;        // linear, none or a profile; empty for linear
+    bool keepSize = false;           // crop the result to the extent of the input
+
+    std::string resize;  // resize_option.h; empty for the size of the result
+    bool isFit = false, isFill = false;
+
+    std::string format;          // of a result on standard output: "png"
+    bool isInPlace = false;      // results replace their pictures
+    bool isRecursive = false;    // inputs may be folders
+    bool keepsExisting = false;  // results that exist are left alone
 };
 
 // Called after each step with its result.
@@ -111,6 +125,13 @@ ObjectReference Cropped(Host& host, const ObjectReference& image, const Value& r
     return std::get<ObjectReference>(host.Call(image.Get(), "Crop", arguments));
 }
 
+std::optional<ResizeOption> ResizeOf(const ApplyRequest& request) {
+    const char* flag = request.isFit ? "--fit" : request.isFill ? "--fill" : nullptr;
+    if (!request.resize.empty()) return ReadResize(request.resize, request.isFit, request.isFill);
+    if (flag != nullptr) throw UsageError(std::string(flag) + ": expected --resize with a size, such as 1024x768");
+    return std::nullopt;
+}
+
 // The part of the result that --rect or --keep-size selects.
 ObjectReference Framed(Host& host, const ApplyRequest& request, const Value& input, const ObjectReference& image) {
     if (request.keepSize) {
@@ -129,6 +150,7 @@ ObjectReference Framed(Host& host, const ApplyRequest& request, const Value& inp
 // What is the same for all pictures.
 struct Plan {
     std::vector<PreparedStep> steps;
+    std::optional<ResizeOption> resize;
     std::optional<Value> workingSpace;  // nil for none; not given for linear light
 };
 
@@ -152,7 +174,7 @@ Value SpaceOfProfile(Host& host, const std::string& name) {
 Plan Prepare(Host& host, const ApplyRequest& request, const Recipe& recipe) {
     const bool hasInput = !recipe.inputs.empty();
     if (request.keepSize && !hasInput) throw HostError("--keep-size", "there is no input picture");
-    Plan plan = {PrepareRecipe(host, recipe, hasInput), std::nullopt};
+    Plan plan = {PrepareRecipe(host, recipe, hasInput), ResizeOf(request), std::nullopt};
     if (request.workingSpace == "none") plan.workingSpace = Value();
     if (IsProfile(request.workingSpace)) plan.workingSpace = SpaceOfProfile(host, request.workingSpace);
     return plan;
@@ -162,8 +184,13 @@ Plan Prepare(Host& host, const ApplyRequest& request, const Recipe& recipe) {
 
 Value Opened(Host& host, const std::string& input, const StepReport& report) {
     if (input.empty()) return {};
-    const Value file[] = {host::TextValue(input)};
-    Value opened = host.CallShared("CIImageQOR", "Open", file);
+    Value opened;
+    if (input == kStandardStream) {
+        opened = OpenedFromInput(host);
+    } else {
+        const Value file[] = {host::TextValue(input)};
+        opened = host.CallShared("CIImageQOR", "Open", file);
+    }
     report("open", input + ", " + ExtentText(host, std::get<ObjectReference>(opened)));
     return opened;
 }
@@ -176,21 +203,36 @@ ObjectReference Filtered(Host& host, const ApplyRequest& request, const Plan& pl
         report("filter", StepText(step) + ", " + ExtentText(host, result));
         image = result;
     }
-    return Framed(host, request, opened, std::get<ObjectReference>(image));
+    const ObjectReference framed = Framed(host, request, opened, std::get<ObjectReference>(image));
+    if (!plan.resize) return framed;
+    std::string step;
+    const Rectangle extent = ExtentOf(host, framed);
+    const ObjectReference resized = Resized(host, *plan.resize, framed, extent.width, extent.height, &step);
+    report("filter", step + ", " + ExtentText(host, resized));
+    return resized;
+}
+
+ResultSize SizeOf(Host& host, const ObjectReference& image) {
+    const Rectangle extent = ExtentOf(host, image);
+    return {extent.width, extent.height};
 }
 
 // On failure, an existing file is unchanged.
-void Save(Host& host, const Plan& plan, const ObjectReference& image, const std::string& output,
-          const StepReport& report) {
+void SaveToFile(Host& host, const Plan& plan, const ObjectReference& image, const std::string& output) {
     std::vector<Value> arguments = {host::TextValue(output)};
     if (plan.workingSpace) arguments.push_back(*plan.workingSpace);
     host.Call(image.Get(), plan.workingSpace ? "SaveInWorkingSpace" : "Save", arguments);
-    report("write", output + ", " + ExtentText(host, image));
 }
 
-bool IsFolder(const std::string& output) {
-    std::error_code error;
-    return output.ends_with('/') || std::filesystem::is_directory(output, error);
+void Save(Host& host, const ApplyRequest& request, const Plan& plan, const ObjectReference& image,
+          const std::string& output, const StepReport& report) {
+    const auto save = [&](const std::string& file) { SaveToFile(host, plan, image, file); };
+    if (output == kStandardStream) {
+        WriteToOutput(request.format, save);
+    } else {
+        save(output);
+    }
+    report("write", output + ", " + ExtentText(host, image));
 }
 
 // Creates the folder of the results, unless it exists and can be written to.
@@ -207,59 +249,97 @@ void CreateFolder(const std::string& folder) {
     }
 }
 
-// The output file of each input. Throws HostError when two inputs would share a file.
-std::vector<std::string> TargetsInFolder(const std::string& folder, const std::vector<std::string>& inputs) {
+// The output file of each picture. Throws UsageError when two pictures would share a file. A picture without a size has
+// no result and shares none.
+std::vector<std::string> TargetsOf(const OutputNames& names, const std::vector<InputPicture>& pictures,
+                                   const std::function<ResultSize(std::size_t)>& sizeOf) {
     std::vector<std::string> targets;
     std::map<path, std::string> taken;
-    for (const std::string& input : inputs) {
-        const path target = path(folder) / path(input).filename();
-        const auto [other, isNew] = taken.emplace(target, input);
+    for (std::size_t i = 0; i < pictures.size(); ++i) {
+        const ResultSize size = sizeOf(i);
+        const std::string target = names.Of(pictures[i], i, size);
+        targets.push_back(target);
+        if (names.HasSizes() && size.width == 0) continue;
+        const auto [other, isNew] = taken.emplace(path(target).lexically_normal(), pictures[i].path);
         if (!isNew) {
-            throw HostError(target.string(), "the results of " + other->second + " and " + input +
-                                                 " would both be written there; nothing was written");
+            throw UsageError(target + ": the results of " + other->second + " and " + pictures[i].path +
+                             " would both be written there; nothing was written");
         }
-        targets.push_back(target.string());
     }
     return targets;
 }
 
-// The files that the command reads.
-std::vector<std::string> InputFiles(const ProgramOptions& options, const ApplyRequest& request, const Recipe& recipe) {
+std::string FolderOf(const std::string& target) {
+    const path folder = path(target).parent_path();
+    return folder.empty() ? "." : folder.string();
+}
+
+// Whether a result is to be left alone, because its file exists.
+bool IsKept(const ApplyRequest& request, const std::string& target) {
+    std::error_code error;
+    return request.keepsExisting && std::filesystem::exists(std::filesystem::symlink_status(target, error));
+}
+
+// The files that the command reads, apart from its pictures.
+std::vector<std::string> OtherFiles(const ProgramOptions& options, const ApplyRequest& request, const Recipe& recipe) {
     std::vector<std::string> files = FilesOfSettings(recipe);
-    files.insert(files.begin(), recipe.inputs.begin(), recipe.inputs.end());
     if (!options.module.empty()) files.push_back(options.module);
     if (IsProfile(request.workingSpace)) files.push_back(request.workingSpace);
     return files;
 }
 
-// Throws UsageError when a result would overwrite a file that the command reads, or another result.
-void ProtectInputs(const std::vector<std::string>& inputs, const std::vector<std::string>& targets) {
+// Throws UsageError when a result would overwrite a file that the command reads, or another result. In place, a result
+// overwrites its own picture.
+void ProtectInputs(const ApplyRequest& request, const std::vector<std::string>& others,
+                   const std::vector<InputPicture>& pictures, const std::vector<std::string>& targets) {
     ProtectedFiles files;
-    for (const std::string& input : inputs) files.Add(input);
-    for (const std::string& target : targets) files.AddOutput(target, "a result", "nothing was written");
+    if (!request.isInPlace) {
+        for (const InputPicture& picture : pictures) {
+            if (picture.path != kStandardStream) files.Add(picture.path);
+        }
+    }
+    for (const std::string& other : others) files.Add(other);
+    for (const std::string& target : targets) {
+        if (target != kStandardStream) files.AddOutput(target, "a result", "nothing was written");
+    }
 }
 
 // Processes one picture or none, and prints each step.
-void ApplyToOne(const ProgramOptions& options, const ApplyRequest& request, const Recipe& recipe) {
+void ApplyToOne(const ProgramOptions& options, const ApplyRequest& request, const Recipe& recipe,
+                const OutputNames& names, const std::vector<InputPicture>& pictures) {
     StepReport report = [](auto&&...) {};
     if (!options.isQuiet) report = StepPrinter();
-    const std::string input = recipe.inputs.empty() ? "" : recipe.inputs[0];
-    const bool isIntoFolder = !input.empty() && IsFolder(request.output);
-    const std::string output = isIntoFolder ? TargetsInFolder(request.output, recipe.inputs)[0] : request.output;
-    std::vector<std::string> files = InputFiles(options, request, recipe);
-    ProtectInputs(files, {output});
-    files.push_back(output);
+    const InputPicture picture = pictures.empty() ? InputPicture{} : pictures[0];
+    const std::vector<std::string> others = OtherFiles(options, request, recipe);
+    // Returns whether there is something to do.
+    const auto isWanted = [&](const std::string& target) {
+        ProtectInputs(request, others, pictures, {target});
+        if (!IsKept(request, target)) return true;
+        report("skip", target + ", which exists");
+        return false;
+    };
+    std::string target = names.Of(picture, 0, {});
+    std::vector<std::string> files = others;
+    if (!names.HasSizes()) {
+        if (!isWanted(target)) return;
+        files.push_back(target);
+    }
+    if (!pictures.empty()) files.push_back(picture.path);
     const auto host = MakeHost(options, files);
     report("load", std::to_string(host->Modules().size()) + " modules, " +
                        std::to_string(host->Classes().All().size()) + " classes, host version " +
                        host::NumberText(host->Version()));
     const Plan plan = WithStatus(kWrongUsage, [&] { return Prepare(*host, request, recipe); });
-    const Value opened = WithStatus(kFailed, [&] { return Opened(*host, input, report); });
+    const Value opened = WithStatus(kFailed, [&] { return Opened(*host, picture.path, report); });
     // Without a picture, only the settings can be the cause of a failure.
-    const auto image = WithStatus(input.empty() ? kWrongUsage : kFailed,
+    const auto image = WithStatus(pictures.empty() ? kWrongUsage : kFailed,
                                   [&] { return Filtered(*host, request, plan, opened, report); });
-    if (isIntoFolder) CreateFolder(request.output);
-    WithStatus(kWrongUsage, [&] { Save(*host, plan, image, output, report); });
+    if (names.HasSizes()) {
+        target = names.Of(picture, 0, SizeOf(*host, image));
+        if (!isWanted(target)) return;
+    }
+    if (names.IsPerPicture()) CreateFolder(FolderOf(target));
+    WithStatus(kWrongUsage, [&] { Save(*host, request, plan, image, target, report); });
 }
 
 // A worker's host and what it needs to process a picture.
@@ -268,61 +348,131 @@ struct Worker {
     Plan plan;
 };
 
-// Prepares the recipe in a process of its own. Throws a Failure with what is wrong.
-void CheckInWorker(const ProgramOptions& options, const ApplyRequest& request, const Recipe& recipe) {
-    const auto check = [&]() -> BatchJob {
-        return [&](std::size_t) {
-            const auto host = MakeHost(options);
-            CheckOutputs(*host, Prepare(*host, request, recipe).steps, /*hasInput=*/true);
-        };
-    };
+// Runs one job in a process of its own. Throws a Failure with what is wrong.
+void RunInWorker(const std::function<void()>& job) {
     std::string problem;
     int status = kDone;
-    RunBatch(1, check, [&](std::size_t, const std::string& failure, int errorNumber) {
-        problem = failure;
-        status = StatusOfNumber(errorNumber, kWrongUsage);
-    });
+    RunBatch(
+        1, [&]() -> BatchJob { return [&](std::size_t) { job(); }; },
+        [&](std::size_t, const std::string& failure, int errorNumber) {
+            problem = failure;
+            status = StatusOfNumber(errorNumber, kWrongUsage);
+        });
     if (!problem.empty()) throw Failure(status, problem);
 }
 
-// Processes many pictures in parallel, and prints failures, the progress and a summary. Returns the exit status.
-int ApplyToMany(const ProgramOptions& options, const ApplyRequest& request, const Recipe& recipe) {
-    if (!options.trace.empty()) {
-        throw HostError("--trace", "one picture at a time can be traced, got " + std::to_string(recipe.inputs.size()) +
-                                       " pictures");
-    }
-    if (!IsFolder(request.output) && path(request.output).has_extension()) {
-        throw HostError(request.output, std::to_string(recipe.inputs.size()) + " inputs need an output folder");
-    }
-    const std::vector<std::string> targets = TargetsInFolder(request.output, recipe.inputs);
-    ProtectInputs(InputFiles(options, request, recipe), targets);
-    CheckInWorker(options, request, recipe);
-    CreateFolder(request.output);
-    Progress progress(targets.size(), options.isQuiet);
+// Calls a function with the worker and the number of each picture, in parallel.
+void RunForEach(const ProgramOptions& options, const ApplyRequest& request, const Recipe& recipe, std::size_t count,
+                const std::function<void(const Worker&, std::size_t)>& function, const BatchReport& report) {
     ProgramOptions ofWorker = options;
-    ofWorker.workers = WorkersOfBatch(targets.size());
+    ofWorker.workers = WorkersOfBatch(count);
     const auto prepare = [&]() -> BatchJob {
         const auto worker = std::make_shared<Worker>();
         worker->host = MakeHost(ofWorker);
         worker->plan = Prepare(*worker->host, request, recipe);
-        return [&, worker](std::size_t i) {
-            const StepReport quiet = [](auto&&...) {};
-            Host& host = *worker->host;
-            const Value opened = Opened(host, recipe.inputs[i], quiet);
-            Save(host, worker->plan, Filtered(host, request, worker->plan, opened, quiet), targets[i], quiet);
+        return [&, worker](std::size_t i) { function(*worker, i); };
+    };
+    RunBatch(count, prepare, report);
+}
+
+// The result of a picture, opened and filtered in a worker.
+ObjectReference ResultOf(const Worker& worker, const ApplyRequest& request, const InputPicture& picture) {
+    const StepReport quiet = [](auto&&...) {};
+    return Filtered(*worker.host, request, worker.plan, Opened(*worker.host, picture.path, quiet), quiet);
+}
+
+// Processes many pictures in parallel, and prints failures, the progress and a summary. Returns the exit status.
+int ApplyToMany(const ProgramOptions& options, const ApplyRequest& request, const Recipe& recipe,
+                const OutputNames& names, std::vector<InputPicture> pictures) {
+    if (!options.trace.empty()) {
+        throw HostError("--trace",
+                        "one picture at a time can be traced, got " + std::to_string(pictures.size()) + " pictures");
+    }
+    const bool isFromInput = std::ranges::count(pictures, kStandardStream, &InputPicture::path) > 0;
+    if (isFromInput) throw UsageError("-: standard input can only be the only picture");
+    SharedArray<ResultSize> sizes(pictures.size());
+    const auto sizeOf = [&](std::size_t i) { return sizes[i]; };
+    if (!names.HasSizes()) {
+        ProtectInputs(request, OtherFiles(options, request, recipe), pictures, TargetsOf(names, pictures, sizeOf));
+    }
+    RunInWorker([&] {
+        const auto host = MakeHost(options);
+        CheckOutputs(*host, Prepare(*host, request, recipe).steps, /*hasInput=*/true);
+    });
+    if (names.HasSizes()) {
+        // A picture that fails here fails again below, where that is reported.
+        const auto measure = [&](const Worker& worker, std::size_t i) {
+            sizes[i] = SizeOf(*worker.host, ResultOf(worker, request, pictures[i]));
         };
+        RunForEach(options, request, recipe, pictures.size(), measure, [](auto&&...) {});
+    }
+    std::vector<std::string> targets = TargetsOf(names, pictures, sizeOf);
+    ProtectInputs(request, OtherFiles(options, request, recipe), pictures, targets);
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < targets.size(); ++i) {
+        if (IsKept(request, targets[i])) {
+            ++kept;
+            continue;
+        }
+        pictures[i - kept] = pictures[i];
+        targets[i - kept] = targets[i];
+    }
+    pictures.resize(pictures.size() - kept);
+    targets.resize(targets.size() - kept);
+    if (names.IsPerPicture()) {
+        std::set<std::string> folders;
+        for (const std::string& target : targets) folders.insert(FolderOf(target));
+        for (const std::string& folder : folders) CreateFolder(folder);
+    }
+    Progress progress(targets.size(), options.isQuiet);
+    const auto apply = [&](const Worker& worker, std::size_t i) {
+        const StepReport quiet = [](auto&&...) {};
+        Save(*worker.host, request, worker.plan, ResultOf(worker, request, pictures[i]), targets[i], quiet);
     };
     int status = kDone;
-    RunBatch(targets.size(), prepare, [&](std::size_t i, const std::string& failure, int errorNumber) {
-        const std::string& input = recipe.inputs[i];
-        const bool isNamed =
-            failure.empty() || host::PrintableText(failure).starts_with(host::PrintableText(input) + ": ");
-        progress.Done(isNamed ? failure : input + ": " + failure);
-        const bool isMachine = StatusOfNumber(errorNumber, kFailed) == kMachineFailed;
-        if (!failure.empty()) status = std::max(status, isMachine ? kMachineFailed : kFailed);
-    });
-    progress.Summarize("written to " + request.output);
+    RunForEach(options, request, recipe, targets.size(), apply,
+               [&](std::size_t i, const std::string& failure, int errorNumber) {
+                   const std::string& input = pictures[i].path;
+                   const bool isNamed =
+                       failure.empty() || host::PrintableText(failure).starts_with(host::PrintableText(input) + ": ");
+                   progress.Done(isNamed ? failure : input + ": " + failure);
+                   const bool isMachine = StatusOfNumber(errorNumber, kFailed) == kMachineFailed;
+                   if (!failure.empty()) status = std::max(status, isMachine ? kMachineFailed : kFailed);
+               });
+    const std::string where = request.isInPlace ? "written in place" : "written to " + request.output;
+    progress.Summarize(kept == 0 ? where : where + " (" + std::to_string(kept) + " existed)");
     return status;
+}
+
+// The pictures that the words name. With --recursive, a folder stands for the pictures in it, whatever their names are.
+std::vector<InputPicture> PicturesOf(const ProgramOptions& options, const ApplyRequest& request, const Recipe& recipe) {
+    std::vector<InputPicture> pictures;
+    std::vector<std::size_t> found;  // the indices of files that may be pictures or not
+    for (const std::string& input : recipe.inputs) {
+        std::error_code error;
+        if (!request.isRecursive || !std::filesystem::is_directory(input, error)) {
+            pictures.push_back({input});
+            continue;
+        }
+        for (InputPicture& file : FilesBelow(input, request.output)) {
+            found.push_back(pictures.size());
+            pictures.push_back(std::move(file));
+        }
+    }
+    if (found.empty()) return pictures;
+    SharedArray<bool> isPicture(pictures.size());
+    RunInWorker([&] {
+        const auto host = MakeHost(options);
+        for (const std::size_t i : found) {
+            const Value file[] = {host::TextValue(pictures[i].path)};
+            isPicture[i] = std::get<bool>(host->CallShared("CIImageQOR", "IsPicture", file));
+        }
+    });
+    std::vector<InputPicture> chosen;
+    for (std::size_t i = 0; i < pictures.size(); ++i) {
+        if (isPicture[i] || std::ranges::find(found, i) == found.end()) chosen.push_back(std::move(pictures[i]));
+    }
+    return chosen;
 }
 
 // Throws HostError when --rect is not a rectangle of at least one pixel.
@@ -334,11 +484,35 @@ void CheckRectangle(const std::string& text) {
     }
 }
 
-int Apply(const ProgramOptions& options, const ApplyRequest& request) {
+// Throws UsageError for options that contradict one another.
+void CheckOptions(const ApplyRequest& request) {
     if (!request.rectangle.empty()) CheckRectangle(request.rectangle);
+    static_cast<void>(ResizeOf(request));
+    if (request.output.empty() && !request.isInPlace) throw UsageError("--output is required");
+    const bool isToOutput = request.output == kStandardStream;
+    if (isToOutput && request.format.empty()) {
+        throw UsageError("--output -: expected --format with the format of the picture, such as png");
+    }
+    if (!isToOutput && !request.format.empty()) {
+        throw UsageError("--format: it is for --output -; the suffix of a file is its format");
+    }
+}
+
+int Apply(const ProgramOptions& options, const ApplyRequest& request) {
+    CheckOptions(request);
     const Recipe recipe = ReadRecipe(request.words);
-    if (recipe.inputs.size() > 1) return ApplyToMany(options, request, recipe);
-    ApplyToOne(options, request, recipe);
+    const std::vector<InputPicture> pictures = PicturesOf(options, request, recipe);
+    if (pictures.empty() && !recipe.inputs.empty()) {
+        throw Failure(kFailed, recipe.inputs[0] + ": there is no picture in this folder; nothing was written");
+    }
+    const bool isOne = pictures.size() <= 1;
+    if (!isOne && request.output == kStandardStream) {
+        throw UsageError("--output -: expected one picture, got " + std::to_string(pictures.size()));
+    }
+    if (request.isInPlace && pictures.empty()) throw UsageError("--in-place: there is no input picture");
+    const OutputNames names = request.isInPlace ? OutputNames() : OutputNames(request.output, pictures.size());
+    if (!isOne) return ApplyToMany(options, request, recipe, names, pictures);
+    ApplyToOne(options, request, recipe, names, pictures);
     return kDone;
 }
 
@@ -354,7 +528,8 @@ Values of KEY=VALUE, by the key's type (zeva describe FILTER):
 
 Case does not matter in names, and a key may leave out its "input": radius=12.5.
 The picture becomes the inputImage of the first filter, or the value of each key set with KEY=-. The output of each
-filter is the incoming picture of the next.)";
+filter is the incoming picture of the next. Without a filter, a picture is only resized or converted: its name needs a
+point or a slash then.)";
 
 }  // namespace
 
@@ -368,11 +543,25 @@ Command ApplyCommand() {
                 {"FILTER", &request->words,
                  "a filter (GaussianBlur, CIGaussianBlur or CIFilterGaussianBlurQOR), its settings, and pictures (PNG "
                  "or "
-                 "JPEG)",
+                 "JPEG; - for standard input)",
                  /*isRequired=*/true},
                 {"-o,--output", &request->output,
-                 "picture to write, PNG or JPEG by its suffix; or a folder for results with the names of their inputs",
-                 /*isRequired=*/true},
+                 "picture to write, PNG or JPEG by its suffix; a folder for results with the names of their inputs; a "
+                 "pattern with {name}, {ext}, {dir}, {width}, {height} and {index}; or - for standard output"},
+                {"--format", &request->format, "format of a picture on standard output: png or jpeg"},
+                {.names = "--in-place",
+                 .target = &request->isInPlace,
+                 .help = "write each result over its input",
+                 .excludes = "--output"},
+                {"--no-clobber", &request->keepsExisting, "leave results alone that exist"},
+                {"--recursive", &request->isRecursive,
+                 "take all pictures in and below the folders among the inputs, by their content"},
+                {"--resize", &request->resize, "resize the result: 1024 (its longer side), 1024x768 or 50%"},
+                {"--fit", &request->isFit, "keep the proportions: the largest size within that of --resize"},
+                {.names = "--fill",
+                 .target = &request->isFill,
+                 .help = "keep the proportions: fill the size of --resize and cut off the rest",
+                 .excludes = "--fit"},
                 {"--rect", &request->rectangle,
                  "X,Y,W,H: the part of the result to write, y up; default: all of a finite result"},
                 {.names = "--keep-size",
@@ -384,7 +573,7 @@ Command ApplyCommand() {
                  "(an RGB profile of curves and a matrix)"},
             },
         .run = [request](const ProgramOptions& options) { return Apply(options, *request); },
-        .usage = "zeva apply FILTER [KEY=VALUE ...] [+ FILTER [KEY=VALUE ...] ...] [IN ...] -o OUT|DIR",
+        .usage = "zeva apply FILTER [KEY=VALUE ...] [+ FILTER [KEY=VALUE ...] ...] [IN ...] -o OUT|DIR|-",
         .footer = std::string(kSharedFooter) + "\n" + kValues,
     };
 }

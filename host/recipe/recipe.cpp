@@ -38,6 +38,9 @@ std::optional<Setting> SettingOf(const std::string& word) {
     return Setting{word, {word.begin(), sign}, {sign + 1, word.end()}};
 }
 
+// Whether a word is the name of a file and not that of a filter, which has neither a point nor a slash.
+bool IsFile(const std::string& word) { return word == kIncoming || word.find_first_of("./") != std::string::npos; }
+
 bool IsImage(const Member& member) { return member.declaration.result.word == "CIImageQOR"; }
 
 bool IsColorCube(const Member& member) { return member.declaration.result.word == "memoryblock"; }
@@ -152,17 +155,20 @@ Recipe ReadRecipe(const std::vector<std::string>& words) {
     bool expectsFilter = true;
     for (const std::string& word : words) {
         if (word == "+") {
-            if (expectsFilter) break;
+            const bool isMisplaced = expectsFilter || recipe.steps.empty();
             expectsFilter = true;
-        } else if (expectsFilter) {
+            if (isMisplaced) break;
+        } else if (expectsFilter && !(recipe.steps.empty() && IsFile(word))) {
             recipe.steps.push_back({word, {}});
             expectsFilter = false;
         } else if (std::optional<Setting> setting = SettingOf(word)) {
+            if (recipe.steps.empty()) throw HostError(word, "there is no filter to set it of");
             recipe.steps.back().settings.push_back(std::move(*setting));
         } else if (word.empty()) {
             throw HostError("''", "expected the name of a picture");
         } else {
             recipe.inputs.push_back(word);
+            expectsFilter = false;
         }
     }
     if (expectsFilter) throw HostError("+", "expected a filter name before and after it");

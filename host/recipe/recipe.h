@@ -3,7 +3,8 @@
 //   GaussianBlur inputRadius=8 + ColorControls inputSaturation=0 photo.jpg
 //
 // The first word and the word after each + name a filter. KEY=VALUE sets a key of that filter (setting_value.h).
-// Every other word is an input picture. The picture becomes the inputImage of the first filter, or the value of each
+// Every other word is an input picture. A first word with a point or a slash, or -, is one too: the chain is then empty
+// and leaves the picture as it is. The picture becomes the inputImage of the first filter, or the value of each
 // key set with KEY=-; the output of each filter is passed to the next in the same way.
 //
 // A recipe is prepared once, which reads and checks every setting, and then runs on any number of pictures.

@@ -1,4 +1,4 @@
-// CIEngine.h - what this engine tells about itself beyond the platform's classes. macOS has none of it.
+// CIEngine.h - what this engine tells about itself and can do beyond the platform's classes. macOS has none of it.
 //
 // Threads: any; a failure belongs to the thread on which it happened.
 
@@ -26,4 +26,23 @@ __attribute__((visibility("default"))) void CIEngineSetMemoryLimit(uint64_t byte
 
 #ifdef __cplusplus
 }
+#endif
+
+#ifdef __OBJC__
+#import <CoreImage/CIImage.h>
+
+// What becomes of the proportions of a resized image.
+typedef enum {
+    kCIEngineResizeStretch,  // the result has the size; proportions change
+    kCIEngineResizeFit,      // proportions stay; the result is as large as fits into the size
+    kCIEngineResizeFill,     // proportions stay; the result has the size, and what extends beyond it is cut off
+} CIEngineResizeMode;
+
+@interface CIImage (CIEngine)
+
+// The image resized by Lanczos interpolation with three lobes in linear light; its lower left corner is at (0, 0). nil
+// for an image whose extent is empty or not finite, and for a size below 1 x 1.
+- (CIImage*)imageByResizingToWidth:(long)width height:(long)height mode:(CIEngineResizeMode)mode;
+
+@end
 #endif

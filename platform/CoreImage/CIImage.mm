@@ -6,6 +6,7 @@
 #import <CoreImage/CIImage.h>
 #import <ImageIO/ImageIO.h>
 
+#import "CIEngine.h"
 #import "CIImageInternal.h"
 
 #include <cerrno>
@@ -272,6 +273,20 @@ CIImage* ImageOutOfSource(CGImageSourceRef source, NSDictionary* options) {
     const CGRect extent = [self extent];
     return [NSString stringWithFormat:@"<CIImage %p extent [%g %g %g %g]>", (void*)self, (double)extent.origin.x,
                                       (double)extent.origin.y, (double)extent.size.width, (double)extent.size.height];
+}
+
+@end
+
+static_assert(static_cast<int>(core_image::ResizeMode::kStretch) == kCIEngineResizeStretch);
+static_assert(static_cast<int>(core_image::ResizeMode::kFit) == kCIEngineResizeFit);
+static_assert(static_cast<int>(core_image::ResizeMode::kFill) == kCIEngineResizeFill);
+
+@implementation CIImage (CIEngine)
+
+- (CIImage*)imageByResizingToWidth:(long)width height:(long)height mode:(CIEngineResizeMode)mode {
+    if (_handle == nullptr || width < 1 || height < 1) return nil;
+    return [CIImage imageOwningHandle:core_image::MakeResized([self handle], width, height,
+                                                              static_cast<core_image::ResizeMode>(mode))];
 }
 
 @end

@@ -17,6 +17,8 @@ namespace benchmarks {
 
 inline constexpr std::size_t kWidth = 4000;
 inline constexpr std::size_t kHeight = 3000;
+inline constexpr std::size_t kResizedWidth = 1024;
+inline constexpr std::size_t kResizedHeight = 768;
 inline constexpr std::size_t kPhotoWidth = 512;
 inline constexpr std::size_t kPhotoHeight = 600;
 inline constexpr std::size_t kSmallEdge = 64;

@@ -2,6 +2,7 @@
 
 #include "rows.h"
 
+#import <CoreImage/CIEngine.h>
 #import <CoreImage/CoreImage.h>
 
 #include <cmath>
@@ -200,6 +201,10 @@ CIImage* EdgeWork(CIImage* image) { return Filtered(@"CIEdgeWork", image); }
 
 CIImage* Unchanged(CIImage* image) { return image; }
 
+CIImage* Resized(CIImage* image) {
+    return [image imageByResizingToWidth:kResizedWidth height:kResizedHeight mode:kCIEngineResizeStretch];
+}
+
 // Recipes of many steps, most of them cropped to the photo: otherwise the picture grows with every blur.
 
 CIImage* Blurred(CIImage* image, double sigma) {
@@ -228,7 +233,7 @@ CIImage* FiftyGrowingBlurs(CIImage* image) {
 
 // The input of an operation, and the kind of its result.
 enum class From { kFirst, kBytes, kPhoto, kSmall };
-enum class To { kWhole, kWholeAsBytes, kPhoto, kSmall, kPixel, kHistogram };
+enum class To { kWhole, kWholeAsBytes, kResized, kPhoto, kSmall, kPixel, kHistogram };
 
 struct Operation {
     const char* name;
@@ -254,6 +259,7 @@ constexpr Operation kOperations[] = {
     {"12 MP/addition",                     Addition,          From::kFirst,  To::kWhole},
     {"12 MP/difference",                   Difference,        From::kFirst,  To::kWhole},
     {"12 MP/affine, bilinear",             Affine,            From::kFirst,  To::kWhole},
+    {"12 MP/resize to 1024, Lanczos",      Resized,           From::kFirst,  To::kResized},
     {"12 MP/convolution 3x3",              Convolution3,      From::kFirst,  To::kWhole},
     {"12 MP/convolution 5x5",              Convolution5,      From::kFirst,  To::kWhole},
     {"12 MP/convolution 7x7",              Convolution7,      From::kFirst,  To::kWhole},
@@ -318,6 +324,8 @@ struct Size {
 };
 Size SizeOf(To to) {
     switch (to) {
+        case To::kResized:
+            return {kResizedWidth, kResizedHeight};
         case To::kPhoto:
             return {kPhotoWidth, kPhotoHeight};
         case To::kSmall:

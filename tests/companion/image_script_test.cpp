@@ -212,6 +212,61 @@ TEST_F(CompanionScriptTest, TransformMovesAndScalesAnImage) {
               "");
 }
 
+TEST_F(CompanionScriptTest, ResizedStretchesFitsAndFills) {
+    EXPECT_EQ(Run(R"(
+        local image = CIImageQOR.FromPixels(bytes(("\200\100\50\255"):rep(4 * 2)), 4, 2)
+        local moved = image:Transform(NSAffineTransformQOR.Identity():Translate(-7, 3))
+        for _, original in ipairs{image, moved} do
+            for mode, extent in pairs{stretch = "[0 0 6 6]", fit = "[0 0 6 3]", fill = "[0 0 6 6]"} do
+                local resized = original:Resized(6, 6, mode)
+                assert(resized.Extent.Text == extent, mode)
+                assert(pixels(resized) == ("\200\100\50\255"):rep(#pixels(resized) // 4), mode)
+            end
+        end
+        local two = CIImageQOR.FromPixels(bytes("\0\0\0\255" .. "\255\255\255\255"), 2, 1):Resized(1, 1, "stretch")
+        -- the mean of the light
+        assert(near(two:ColorAt(0, 0).Red, 1.055 * 0.5 ^ (1 / 2.4) - 0.055, 1e-5))
+    )"),
+              "");
+}
+
+TEST_F(CompanionScriptTest, ResizedRefusesWrongSizesModesAndImages) {
+    EXPECT_EQ(Run(R"(
+        local image = CIImageQOR.FromPixels(bytes("\1\2\3\255"), 1, 1)
+        local function refused(image, ...)
+            return refusal(image.Resized, image, ...):match("^CIImageQOR.Resized: (.*)$")
+        end
+        assert(refused(image, 0, 5, "fit") == "0 x 5 is not a size, expected at least 1 x 1; nothing was resized")
+        assert(refused(image, 5, -1, "fit") == "5 x -1 is not a size, expected at least 1 x 1; nothing was resized")
+        assert(refused(image, 5, 5, "Fit") == "the mode 'Fit' is not stretch, fit or fill; nothing was resized")
+        local plane = CIImageQOR.FromColor(CIColorQOR.Hex("#123456"))
+        assert(refused(plane, 5, 5, "fit") == "the image is infinite, crop it first; nothing was resized")
+        local nothing = image:Crop(rectangle(5, 5, 1, 1))
+        assert(refused(nothing, 5, 5, "fit") == "the image is empty; nothing was resized")
+        assert(CIImageQOR():Resized(5, 5, "fit") == nil)
+    )"),
+              "");
+}
+
+TEST_F(CompanionScriptTest, IsPictureLooksAtTheContentNotTheName) {
+    EXPECT_EQ(Run(R"(
+        local folder = ...
+        local image = CIImageQOR.FromPixels(bytes(("\1\2\3\255"):rep(64 * 64)), 64, 64)
+        local function written(name, content)
+            local file <close> = io.open(folder .. name, "wb")
+            file:write(content)
+            return folder .. name
+        end
+        assert(CIImageQOR.IsPicture(written("a.txt", image:ToPNG().Bytes)))
+        assert(CIImageQOR.IsPicture(written("b", image:ToJPEG(0.5).Bytes)))
+        for _, content in ipairs{"", "\x89", "text that is long enough to be anything" .. (" "):rep(99)} do
+            assert(not CIImageQOR.IsPicture(written("c.png", content)))
+        end
+        assert(not CIImageQOR.IsPicture(folder) and not CIImageQOR.IsPicture(folder .. "missing.png"))
+    )"),
+              "");
+}
+
 TEST_F(CompanionScriptTest, OverCompositesInLinearLight) {
     EXPECT_EQ(Run(R"(
         local function plain(hex, ...) return CIImageQOR.FromColor(CIColorQOR.Hex(hex)):Crop(rectangle(...)) end

@@ -35,16 +35,18 @@ class ManualTest(ZevaTest):
 
     def run_example(self, text):
         """Runs command lines. They must succeed, print something, and write every file that they name with -o."""
-        outputs = [self.folder / name for name in re.findall(r" -o (\S+)", text)]
-        for output in filter(pathlib.Path.is_file, outputs):
-            output.unlink()
+        # A pattern names any file that fits.
+        named = [re.sub(r"{\w+}", "*", name.strip("'")) for name in re.findall(r" -o ('.*?'|[^-]\S*)", text)]
+        for output in named:
+            for file in filter(pathlib.Path.is_file, self.folder.glob(output)):
+                file.unlink()
         script = f'set -e\nzeva() {{ "{ZEVA}" "$@"; }}\n{text}'
         result = subprocess.run(
             ["bash", "-c", script], cwd=self.folder, capture_output=True, text=True, timeout=120
         )
         self.assertEqual((result.returncode, messages(result.stderr)), (0, []), text)
         self.assertTrue(result.stdout + result.stderr, text)
-        self.assertEqual([output for output in outputs if not output.exists()], [])
+        self.assertEqual([output for output in named if not any(self.folder.glob(output))], [])
 
     def test_every_example_of_the_manual_page_works(self):
         examples = manual_examples()

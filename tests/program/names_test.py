@@ -24,7 +24,7 @@ class NamesTest(ZevaTest):
 
     def test_every_byte_of_a_name_reaches_the_file_system(self):
         name = bytes(byte for byte in range(1, 256) if byte != ord("/"))[:240] + b".png"
-        self.assert_works("apply", "ColorInvert", self.photo, "-o", name)
+        self.assert_works("apply", "ColorInvert", self.photo, "-o", name.replace(b"{", b"{{"))
         self.assertIn(name, self.names())
 
     def test_names_of_settings_and_folders_are_bytes(self):

@@ -22,7 +22,7 @@ REGISTERED_CLASSES = expected("classes") + 9
 HOST_CLASSES = 4
 
 # A line for a step of apply, with the time that it took.
-STEP = re.compile(r"(load|open|filter|write) +[0-9.]+ ms  (.*)")
+STEP = re.compile(r"(load|open|filter|write|skip) +[0-9.]+ ms  (.*)")
 
 read_png = picture.read
 

@@ -12,6 +12,7 @@
 #include "blur/kernels.h"
 #include "blur/wide_gaussian.h"
 #include "core/window.h"
+#include "sampling/weighted_sums.h"
 
 namespace core_image {
 namespace {

@@ -4,6 +4,8 @@
 
 #include <vector>
 
+#include "sampling/weighted_sums.h"
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "blur/kernels.cpp"
 #include <hwy/foreach_target.h>
@@ -14,42 +16,6 @@ namespace core_image::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 using OnePixel = hn::FixedTag<float, 4>;
-
-// Sums one or more vectors over every row.
-template <class D, std::size_t kVectors>
-HWY_INLINE void SumColumns(D d, const float* const* rows, const float* weights, std::size_t rowCount, std::size_t start,
-                           float* out) {
-    static_assert(kVectors == 1 || kVectors == 4);
-    const std::size_t lanes = hn::Lanes(d);
-    auto sum0 = hn::Zero(d), sum1 = hn::Zero(d), sum2 = hn::Zero(d), sum3 = hn::Zero(d);
-    for (std::size_t k = 0; k < rowCount; ++k) {
-        const auto weight = hn::Set(d, weights[k]);
-        const float* from = rows[k] + start;
-        sum0 = hn::MulAdd(weight, hn::LoadU(d, from), sum0);
-        if constexpr (kVectors == 4) {
-            sum1 = hn::MulAdd(weight, hn::LoadU(d, from + lanes), sum1);
-            sum2 = hn::MulAdd(weight, hn::LoadU(d, from + 2 * lanes), sum2);
-            sum3 = hn::MulAdd(weight, hn::LoadU(d, from + 3 * lanes), sum3);
-        }
-    }
-    hn::StoreU(sum0, d, out + start);
-    if constexpr (kVectors == 4) {
-        hn::StoreU(sum1, d, out + start + lanes);
-        hn::StoreU(sum2, d, out + start + 2 * lanes);
-        hn::StoreU(sum3, d, out + start + 3 * lanes);
-    }
-}
-
-HWY_ATTR void SumRows(const float* const* rows, const float* weights, std::size_t rowCount, float* out,
-                      std::size_t floats) {
-    const hn::ScalableTag<float> wide;
-    const OnePixel pixel;
-    const std::size_t stride = 4 * hn::Lanes(wide);
-    std::size_t start = 0;
-    for (; start + stride <= floats; start += stride)
-        SumColumns<decltype(wide), 4>(wide, rows, weights, rowCount, start, out);
-    for (; start < floats; start += 4) SumColumns<OnePixel, 1>(pixel, rows, weights, rowCount, start, out);
-}
 
 // Why four sums: each product then waits only for the one four steps before it. The four are always the same, so the
 // result is too.
@@ -98,13 +64,8 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace core_image {
 
-HWY_EXPORT(SumRows);
 HWY_EXPORT(ReduceRow);
 HWY_EXPORT(InterpolateRow);
-
-void SumRows(const float* const* rows, const float* weights, std::size_t rowCount, float* out, std::size_t floats) {
-    HWY_DYNAMIC_DISPATCH(SumRows)(rows, weights, rowCount, out, floats);
-}
 
 // The rows are neighbors: each begins one pixel after the previous one.
 void SumNeighbors(const float* in, const float* weights, std::size_t weightCount, float* out, std::size_t pixels) {

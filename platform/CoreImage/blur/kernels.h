@@ -13,9 +13,6 @@ namespace core_image {
 // The number of coarse samples from which a pixel is interpolated.
 inline constexpr std::size_t kInterpolationTaps = 10;
 
-// out[i] = sum over k of weights[k] * rows[k][i], for a count of floats that is a multiple of four.
-void SumRows(const float* const* rows, const float* weights, std::size_t rowCount, float* out, std::size_t floats);
-
 // out[i] = sum over k of weights[k] * in[i + k], in pixels.
 void SumNeighbors(const float* in, const float* weights, std::size_t weightCount, float* out, std::size_t pixels);
 

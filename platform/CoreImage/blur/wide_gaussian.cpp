@@ -15,6 +15,7 @@
 #include "blur/kernels.h"
 #include "core/sampled_input.h"
 #include "core/window.h"
+#include "sampling/weighted_sums.h"
 
 namespace core_image {
 namespace {

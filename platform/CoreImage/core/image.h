@@ -193,6 +193,12 @@ class Image {
     // Whether there is nothing to plan: for a source, and for a few functions of the pixels of a source.
     virtual bool IsPlain() const { return depth_.levels == 1; }
 
+    // By how much this image shrinks its inputs, at least, in either direction; 1 for an image that may show each of
+    // their pixels.
+    //
+    // Why: a source all of whose users shrink it may be decoded at a smaller scale.
+    virtual double Shrinks() const { return 1; }
+
     // For a picture that is stored encoded, or a moved or cropped one: the same image with its numbers as stored.
     // Null otherwise.
     //

@@ -107,6 +107,10 @@ ImageHandle* MakeTransformed(ImageHandle* image, const double* numbers) noexcept
     return Handle([&] { return MakeAffineImage(*image, AffineOf(numbers)); });
 }
 
+ImageHandle* MakeResized(ImageHandle* image, std::int64_t width, std::int64_t height, ResizeMode mode) noexcept {
+    return Handle([&] { return MakeResizedImage(*image, width, height, mode); });
+}
+
 ImageHandle* MakeSourceOver(ImageHandle* source, ImageHandle* background) noexcept {
     return Handle([&] {
         return MakeSourceOverImage(source == nullptr ? nullptr : *source,

@@ -10,6 +10,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 #include "core/bitmap.h"
 #include "core/color_conversion.h"
@@ -19,6 +20,7 @@
 #include "core/memory_budget.h"
 #include "core/render_session.h"
 #include "engine/filter_table.h"
+#include "sampling/resized.h"
 
 namespace core_image {
 
@@ -44,6 +46,10 @@ struct PixelOwner {
 
 // An image under an affine map (a b c d tx ty). Also returns null for a map that cannot be inverted.
 [[nodiscard]] ImageHandle* MakeTransformed(ImageHandle* image, const double* numbers) noexcept;
+
+// An image resized to a size of at least 1 x 1; also returns null for an image without a finite extent.
+[[nodiscard]] ImageHandle* MakeResized(ImageHandle* image, std::int64_t width, std::int64_t height,
+                                       ResizeMode mode) noexcept;
 
 // An image over a background; null for two nulls.
 [[nodiscard]] ImageHandle* MakeSourceOver(ImageHandle* source, ImageHandle* background) noexcept;

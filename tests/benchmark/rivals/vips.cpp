@@ -17,6 +17,10 @@ namespace {
 
 using Function = std::function<void(void*)>;
 
+struct Size {
+    std::size_t width, height;
+};
+
 VipsImage* Opened(const Picture& picture) {
     return vips_image_new_from_memory(picture.pixels.data(), picture.width * picture.height * kChannels * sizeof(float),
                                       static_cast<int>(picture.width), static_cast<int>(picture.height), kChannels,
@@ -31,13 +35,13 @@ void Check(int status) {
 // A pipeline makes an image from the picture's image. The caller unreferences both after rendering.
 using Pipeline = std::function<VipsImage*(VipsImage*)>;
 
-Function Rendered(const Picture& picture, const Pipeline& pipeline) {
-    return [&picture, pipeline](void* to) {
+Function Rendered(const Picture& picture, const Pipeline& pipeline, const Size& size) {
+    return [&picture, pipeline, size](void* to) {
         VipsImage* from = Opened(picture);
         VipsImage* result = pipeline(from);
-        VipsImage* memory = vips_image_new_from_memory(to, picture.width * picture.height * kChannels * sizeof(float),
-                                                       static_cast<int>(picture.width),
-                                                       static_cast<int>(picture.height), kChannels, VIPS_FORMAT_FLOAT);
+        VipsImage* memory = vips_image_new_from_memory(to, size.width * size.height * kChannels * sizeof(float),
+                                                       static_cast<int>(size.width), static_cast<int>(size.height),
+                                                       kChannels, VIPS_FORMAT_FLOAT);
         Check(vips_image_write(result, memory));
         g_object_unref(memory);
         g_object_unref(result);
@@ -120,6 +124,13 @@ VipsImage* Turned(VipsImage* from) {
     return result;
 }
 
+VipsImage* Resized(VipsImage* from) {
+    VipsImage* result = nullptr;
+    Check(vips_reduce(from, &result, static_cast<double>(kWidth) / kResizedWidth,
+                      static_cast<double>(kHeight) / kResizedHeight, "kernel", VIPS_KERNEL_LANCZOS3, nullptr));
+    return result;
+}
+
 // Returns the pipeline that combines an image with the second picture.
 Pipeline With(const std::function<int(VipsImage*, VipsImage*, VipsImage**)>& operation) {
     return [operation](VipsImage* from) {
@@ -152,8 +163,8 @@ std::vector<Rival> VipsRivals() {
     vips_concurrency_set(2);
     // Disables the cache of results, so that each run renders again.
     vips_cache_set_max(0);
-    const auto named = [](const char* operation, const Pipeline& pipeline, const Picture& (*picture)() = First) {
-        return Rival{operation, "libvips", [=] { return Rendered(picture(), pipeline); }};
+    const auto named = [](const char* operation, const Pipeline& pipeline, const Size& size = {kWidth, kHeight}) {
+        return Rival{operation, "libvips", [=] { return Rendered(First(), pipeline, size); }};
     };
     const auto convolved = [](std::size_t count, int width) -> Pipeline {
         return [=](VipsImage* from) { return Convolved(from, Kernel(count), width); };
@@ -168,6 +179,7 @@ std::vector<Rival> VipsRivals() {
         named("12 MP/addition", With(Add)),
         named("12 MP/difference", With(AbsoluteDifference)),
         named("12 MP/affine, bilinear", Turned),
+        named("12 MP/resize to 1024, Lanczos", Resized, {kResizedWidth, kResizedHeight}),
         named("12 MP/convolution 3x3", convolved(9, 3)),
         named("12 MP/convolution 5x5", convolved(25, 5)),
         named("12 MP/convolution 7x7", convolved(49, 7)),

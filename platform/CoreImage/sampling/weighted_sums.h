@@ -1,0 +1,34 @@
+// weighted_sums.h - sums of pixels with weights, vectorized for the processor: along columns and along rows.
+//
+// A pixel is four floats. Each result is summed in the order of its weights, whatever its position in a row, so that
+// results do not depend on the tiling.
+// Threads: any.
+
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace core_image {
+
+// out[i] = sum over k of weights[k] * rows[k][i], for a count of floats that is a multiple of four.
+void SumRows(const float* const* rows, const float* weights, std::size_t rowCount, float* out, std::size_t floats);
+
+// Which neighbors make the pixels of a row, and with which weights.
+struct Neighbors {
+    const std::int32_t* first;  // of each pixel, the index of its first neighbor
+    const std::int32_t* count;  // of each pixel, the number of its neighbors
+    const float* weights;       // of each pixel `stride` weights, the unused ones 0
+    std::size_t stride;         // a multiple of kNeighborStep
+};
+
+// Neighbors are read in steps of up to this many, and weights kMostLanes at a time.
+inline constexpr std::size_t kNeighborStep = 4;
+inline constexpr std::size_t kMostLanes = 16;
+
+// out[row][i] = sum over k of weights[i][k] * in[row][first[i] + k], in pixels. Rows are `inStride` and `outStride`
+// floats apart.
+void SumNeighborsOfRows(const float* in, std::ptrdiff_t inStride, std::size_t rows, const Neighbors& neighbors,
+                        float* out, std::ptrdiff_t outStride, std::size_t pixels);
+
+}  // namespace core_image
