@@ -13,6 +13,7 @@ struct PictureFile {
     CGImageRef bitmap = nullptr;  // the stored pixels, not rotated; the caller owns one reference
     int orientation = 1;          // the Exif orientation, 1 (upright) to 8
     NSString* name = nil;         // in messages; autoreleased
+    NSArray* reduced = nil;       // the bitmap at smaller scales, for kCIImageReducedImages; autoreleased
 };
 
 // Returns that there is no memory for an image of this size, and how much it needs.

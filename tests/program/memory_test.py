@@ -5,16 +5,16 @@ import struct
 import subprocess
 import unittest
 
-from zeva_program import ZEVA, ZevaTest, messages, png
+from zeva_program import ZEVA, ZevaTest, messages, png, read_png
 
 MEGABYTE = 1 << 20
 
 # The chains are saved from a file, by strips, and encoded from the whole picture in memory.
 SAVE_BOTH_WAYS = """
 local input, folder = arg[1], arg[2]
-local file = io.open(input, "rb")
-local whole = CIImageQOR.FromData(MemoryBlock.FromBytes(file:read("a")))
-file:close()
+local photo = CIImageQOR.Open(input)
+local whole = CIImageQOR.FromPixels(photo:Pixels(photo.Extent), math.tointeger(photo.Extent.Width),
+    math.tointeger(photo.Extent.Height))
 
 local function filtered(class, image, keys)
     local filter = class()
@@ -55,6 +55,15 @@ for number, chain in ipairs(chains) do
     jpeg:write(chain(whole):ToJPEG(0.9).Bytes)
 end
 print(#chains)
+"""
+
+
+RESIZE_BOTH_WAYS = """
+local photo = CIImageQOR.Open(arg[1])
+local width, height = math.tointeger(photo.Extent.Width), math.tointeger(photo.Extent.Height)
+photo:Resized(math.tointeger(arg[2]), math.tointeger(arg[3]), "stretch"):Save(arg[4])
+local whole = CIImageQOR.FromPixels(photo:Pixels(photo.Extent), width, height)
+whole:Resized(math.tointeger(arg[2]), math.tointeger(arg[3]), "stretch"):Save(arg[5])
 """
 
 
@@ -141,6 +150,25 @@ class MemoryTest(ZevaTest):
             self.assertEqual(result.returncode, 1)
             self.assertEqual(self.out.read_bytes(), b"before")
             self.assertEqual([path.name for path in self.folder.glob(".zeva-*")], [])
+
+    def test_a_jpeg_decoded_at_a_smaller_scale_differs_by_less_than_one_level(self):
+        script = self.folder / "resize.lua"
+        script.write_text(RESIZE_BOTH_WAYS)
+        picture = self.large("large.jpg", 2100, 2000)
+        whole = self.folder / "whole.png"
+        soft = self.folder / "soft.jpg"
+        self.assert_works("apply", "GaussianBlur", "radius=12", picture, "--keep-size", "-o", soft)
+        for picture, width, height, is_reduced in ((soft, 525, 500, True), (soft, 526, 500, False), (picture, 262, 250, False)):
+            with self.subTest(picture=picture.name, width=width):
+                self.assert_works("run", script, picture, width, height, self.out, whole)
+                differences = [
+                    (a - b) ** 2
+                    for row, expected in zip(read_png(self.out), read_png(whole), strict=True)
+                    for pixel, pixel_expected in zip(row, expected, strict=True)
+                    for a, b in zip(pixel[:3], pixel_expected[:3], strict=True)
+                ]
+                self.assertLess(sum(differences) / len(differences), 1)
+                self.assertEqual(any(differences), is_reduced)
 
     def test_a_large_result_can_go_to_a_pipe(self):
         picture = self.large("large.png", 2100, 2000)
