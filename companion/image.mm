@@ -31,8 +31,9 @@ CIImage* ImageOf(ZEVAobjectStruct* self) { return WrappedIn(self); }
 // Returns a new, upright image of a picture. The object takes over the caller's reference to the bitmap.
 ZEVAobjectStruct* NewImageOf(const PictureFile& picture) {
     NSString* name = picture.name != nil ? picture.name : @"the picture";
-    CIImage* image = [CIImage imageWithCGImage:picture.bitmap
-                                       options:[NSDictionary dictionaryWithObject:name forKey:kCIImageName]];
+    NSDictionary* options =
+        [NSDictionary dictionaryWithObjectsAndKeys:name, kCIImageName, picture.reduced, kCIImageReducedImages, nil];
+    CIImage* image = [CIImage imageWithCGImage:picture.bitmap options:options];
     if (picture.orientation != 1) image = [image imageByApplyingOrientation:picture.orientation];
     ZEVAobjectStruct* object = NewValueObject("CIImageQOR", image);
     if (object == nullptr) {

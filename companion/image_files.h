@@ -15,6 +15,7 @@ struct PictureFile {
     int orientation = 1;             // the Exif orientation, 1 (upright) to 8
     NSString* name = nil;            // in messages; autoreleased
     NSDictionary* properties = nil;  // of ImageIO, autoreleased
+    NSArray* reduced = nil;          // the bitmap at smaller scales, for kCIImageReducedImages; autoreleased
 };
 
 // Returns that there is no memory for an image of this size, and how much it needs.

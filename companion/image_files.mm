@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 
 #include "companion/host_text.h"
 
@@ -101,6 +102,20 @@ NSDictionary* PropertiesOf(CGImageSourceRef source) {
     return [(NSDictionary*)CGImageSourceCopyPropertiesAtIndex(source, 0, nullptr) autorelease];
 }
 
+// Returns the picture in a source at a half, a quarter and an eighth of its size, or NSNull.
+NSArray* ReducedImages(CGImageSourceRef source) {
+    NSMutableArray* images = [NSMutableArray array];
+    for (const int factor : {2, 4, 8}) {
+        NSDictionary* options = [NSDictionary
+            dictionaryWithObjectsAndKeys:[NSNumber numberWithBool:NO], (id)kCGImageSourceShouldCache,
+                                         [NSNumber numberWithInt:factor], (id)kCGImageSourceSubsampleFactor, nil];
+        CGImageRef image = CGImageSourceCreateImageAtIndex(source, 0, (CFDictionaryRef)options);
+        [images addObject:image != nullptr ? (id)image : [NSNull null]];
+        CGImageRelease(image);
+    }
+    return images;
+}
+
 // Reads the picture in a source and releases the source.
 NSString* ReadSource(CGImageSourceRef source, PictureFile* picture) {
     NSDictionary* properties = PropertiesOf(source);
@@ -116,6 +131,8 @@ NSString* ReadSource(CGImageSourceRef source, PictureFile* picture) {
     NSDictionary* options = [NSDictionary dictionaryWithObject:isKept forKey:(id)kCGImageSourceShouldCache];
     picture->bitmap = CGImageSourceCreateImageAtIndex(source, 0, (CFDictionaryRef)options);
     if (picture->bitmap != nullptr) {
+        const bool isSequential = CGDataProviderIsSequential(CGImageGetDataProvider(picture->bitmap));
+        if (isSequential && picture->orientation == 1) picture->reduced = ReducedImages(source);
         CFRelease(source);
         return nil;
     }

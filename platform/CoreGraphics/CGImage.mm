@@ -15,12 +15,19 @@
 }
 @end
 
+namespace {
+
+void ReleaseInfo(const CGDataProviderSequentialCallbacks& callbacks, void* info) {
+    if (callbacks.releaseInfo != nullptr) callbacks.releaseInfo(info);
+}
+
+}  // namespace
+
 @implementation CGDataProviderObject
 
 - (void)dealloc {
     [_data release];
-    const auto releaseInfo = _callbacks.releaseInfo;
-    if (releaseInfo != nullptr) releaseInfo(_info);
+    ReleaseInfo(_callbacks, _info);
     [super dealloc];
 }
 

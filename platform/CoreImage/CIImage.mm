@@ -18,6 +18,7 @@ CIFormat kCIFormatRGBA16 = 27;
 CIFormat kCIFormatRGBAf = 34;
 NSString* const kCIImageColorSpace = @"CIImageColorSpace";
 NSString* const kCIImageName = @"CIImageName";
+NSString* const kCIImageReducedImages = @"CIImageReducedImages";
 
 namespace core_image {
 
@@ -80,15 +81,27 @@ void RewindRows(void* object) {
 
 void ReleaseRows(void* object) { [static_cast<CIImageRows*>(object) release]; }
 
-// An image over the rows of a bitmap with a sequential provider.
-CIImage* ImageOverRows(CGImageRef bitmap, NSString* name, core_image::BitmapSource& source, CGColorSpaceRef space) {
-    const core_image::SpaceCoding coding = core_image::CodingOfSpace(space);
-    source.transfer = coding.transfer;
+// The reader of a bitmap with a sequential provider.
+core_image::RowReader ReaderOf(CGImageRef bitmap, NSString* name) {
     CIImageRows* rows = [[CIImageRows alloc] init];
     rows->_image = CGImageRetain(bitmap);
     rows->_name = [name retain];
-    return [CIImage
-        imageOwningHandle:core_image::MakeStreamed(source, coding.profile, {rows, ReadRows, RewindRows, ReleaseRows})];
+    return {rows, ReadRows, RewindRows, ReleaseRows};
+}
+
+// An image over the rows of a bitmap with a sequential provider.
+CIImage* ImageOverRows(CGImageRef bitmap, NSDictionary* options, core_image::BitmapSource& source,
+                       CGColorSpaceRef space) {
+    const core_image::SpaceCoding coding = core_image::CodingOfSpace(space);
+    source.transfer = coding.transfer;
+    NSString* name = [options objectForKey:kCIImageName];
+    core_image::RowReaders readers = {ReaderOf(bitmap, name)};
+    NSArray* reduced = [options objectForKey:kCIImageReducedImages];
+    for (NSUInteger index = 0; index < [reduced count] && index + 1 < readers.size(); ++index) {
+        id image = [reduced objectAtIndex:index];
+        if (image != [NSNull null]) readers[index + 1] = ReaderOf((CGImageRef)image, name);
+    }
+    return [CIImage imageOwningHandle:core_image::MakeStreamed(source, coding.profile, readers)];
 }
 
 void ReleaseObject(const void* object) { CFRelease(object); }
@@ -165,7 +178,7 @@ CIImage* ImageOutOfSource(CGImageSourceRef source, NSDictionary* options) {
             break;
     }
     if (CGDataProviderIsSequential(CGImageGetDataProvider(image))) {
-        return ImageOverRows(image, [options objectForKey:kCIImageName], source, SpaceOfOptions(options, image));
+        return ImageOverRows(image, options, source, SpaceOfOptions(options, image));
     }
     NSData* data = (NSData*)CGDataProviderCopyData(CGImageGetDataProvider(image));
     CIImage* result = ImageOverData(data, source, SpaceOfOptions(options, image));

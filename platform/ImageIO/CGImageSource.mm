@@ -59,7 +59,7 @@ const CFStringRef kCGImageSourceSubsampleFactor = CFSTR("kCGImageSourceSubsample
     CGImageSourceObject* _source;
     image_io::RowDecoder* _decoder;
     std::size_t _bytesPerRow;
-    image_io::Status _status;  // of the rows so far
+    image_io::Status _status;  // of the rows so far; kReadingHeader before the first one
 }
 @end
 
@@ -119,6 +119,7 @@ CGImageRowsObject* Rows(void* info) { return static_cast<CGImageRowsObject*>(inf
 std::size_t GetRows(void* info, void* buffer, std::size_t count) {
     CGImageRowsObject* rows = Rows(info);
     image_io::Status status = rows->_status;
+    if (status == image_io::Status::kReadingHeader) status = rows->_decoder->Begin(nullptr);
     if (status == image_io::Status::kComplete) {
         status = rows->_decoder->Read(static_cast<std::uint8_t*>(buffer), count / rows->_bytesPerRow);
     }
@@ -133,20 +134,26 @@ void Rewind(void* info) { Rows(info)->_status = Rows(info)->_decoder->Begin(null
 void ReleaseRows(void* info) { [Rows(info) release]; }
 
 // Returns the image of a source decoded row by row; null when that is not possible or the image is small.
+//
+// Its decoder has begun already, unless the image is reduced: most reduced images are never read.
 CGImageRef MakeSequentialImage(CGImageSourceObject* source, unsigned factor) {
-    std::unique_ptr<image_io::RowDecoder> decoder = image_io::MakeRowDecoder(BytesOf(source), factor);
+    std::unique_ptr<image_io::RowDecoder> decoder = image_io::MakeRowDecoder(BytesOf(source), 1);
     image_io::Picture picture;
     const bool isBegun = decoder != nullptr && decoder->Begin(&picture) == image_io::Status::kComplete;
-    const bool isLarge = picture.width * picture.height >= kCGSmallestSequential / (factor * factor);
+    const bool isLarge = picture.width * picture.height >= kCGSmallestSequential;
     if (isBegun) image_io::ApplyGrayProfile(&picture);
-    if (!isBegun || !isLarge) {
+    if (factor != 1) decoder = image_io::MakeRowDecoder(BytesOf(source), factor);
+    if (!isBegun || !isLarge || decoder == nullptr) {
         image_io::Free(&picture);
         return nullptr;
     }
+    picture.width = (picture.width + factor - 1) / factor;
+    picture.height = (picture.height + factor - 1) / factor;
     CGImageRowsObject* rows = [[CGImageRowsObject alloc] init];
     rows->_source = [source retain];
     rows->_decoder = decoder.release();
     rows->_bytesPerRow = picture.BytesPerRow();
+    rows->_status = factor == 1 ? image_io::Status::kComplete : image_io::Status::kReadingHeader;
     constexpr CGDataProviderSequentialCallbacks kCallbacks = {0, GetRows, nullptr, Rewind, ReleaseRows};
     return MakeImage(picture, CGDataProviderCreateSequential(rows, &kCallbacks));
 }

@@ -11,6 +11,8 @@
 #include <jpeglib.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -57,8 +59,8 @@ FileBytes PixelsOf(const HandmadePNG& png) {
     return outcome.pixels;
 }
 
-// Returns a JPEG of 8 x 8 pixels in a color space.
-FileBytes JPEG(J_COLOR_SPACE space, int components, bool isProgressive = false) {
+// Returns a JPEG of 8 x 8 pixels in a color space, or of another size.
+FileBytes JPEG(J_COLOR_SPACE space, int components, bool isProgressive = false, unsigned side = 8) {
     jpeg_compress_struct jpeg = {};
     jpeg_error_mgr errors = {};
     jpeg.err = jpeg_std_error(&errors);
@@ -66,16 +68,19 @@ FileBytes JPEG(J_COLOR_SPACE space, int components, bool isProgressive = false) 
     unsigned char* bytes = nullptr;
     unsigned long length = 0;
     jpeg_mem_dest(&jpeg, &bytes, &length);
-    jpeg.image_width = jpeg.image_height = 8;
+    jpeg.image_width = jpeg.image_height = side;
     jpeg.input_components = components;
     jpeg.in_color_space = space;
     jpeg_set_defaults(&jpeg);
     jpeg_set_quality(&jpeg, 100, TRUE);
     if (isProgressive) jpeg_simple_progression(&jpeg);
     jpeg_start_compress(&jpeg, TRUE);
-    FileBytes row(static_cast<std::size_t>(8 * components), 100);
-    for (int y = 0; y < 8; ++y) {
+    FileBytes row(static_cast<std::size_t>(components) * side, 100);
+    for (unsigned y = 0; y < side; ++y) {
         JSAMPROW line = row.data();
+        // Larger pictures have many colors.
+        for (std::size_t i = 0; side > 8 && i < row.size(); ++i)
+            row[i] = static_cast<std::uint8_t>(i / 9 + y * i / 4096);
         jpeg_write_scanlines(&jpeg, &line, 1);
     }
     jpeg_finish_compress(&jpeg);
@@ -296,6 +301,80 @@ TEST(ImageSourceTest, TruncatedOrCorruptExifBlocksAreHarmless) {
             OrientationOf(wrong);
         }
     }
+}
+
+// A file decoded row by row; no pixels when it has no sequential provider.
+FileBytes RowsOf(const FileBytes& file, unsigned factor, std::size_t* width) {
+    NSData* data = [NSData dataWithBytes:file.data() length:file.size()];
+    CGImageSourceRef source = CGImageSourceCreateWithData((CFDataRef)data, nullptr);
+    NSDictionary* options = [NSDictionary
+        dictionaryWithObjectsAndKeys:[NSNumber numberWithBool:NO], (id)kCGImageSourceShouldCache,
+                                     [NSNumber numberWithUnsignedInt:factor], (id)kCGImageSourceSubsampleFactor, nil];
+    CGImageRef image = CGImageSourceCreateImageAtIndex(source, 0, (CFDictionaryRef)options);
+    CFRelease(source);
+    CGDataProviderRef provider = CGImageGetDataProvider(image);
+    FileBytes pixels;
+    *width = CGImageGetWidth(image);
+    if (CGDataProviderIsSequential(provider)) {
+        const std::size_t height = CGImageGetHeight(image), bytesPerRow = CGImageGetBytesPerRow(image);
+        pixels.resize(height * bytesPerRow);
+        // The first rows are read twice.
+        EXPECT_EQ(CGDataProviderGetBytes(provider, pixels.data(), 10 * bytesPerRow), 10 * bytesPerRow);
+        CGDataProviderRewind(provider);
+        for (std::size_t row = 0; row < height; row += 100) {
+            const std::size_t bytes = std::min<std::size_t>(100, height - row) * bytesPerRow;
+            EXPECT_EQ(CGDataProviderGetBytes(provider, &pixels[row * bytesPerRow], bytes), bytes);
+        }
+    }
+    CGImageRelease(image);
+    return pixels;
+}
+
+TEST(ImageSourceTest, RowsOfALargeJPEGAreThoseOfTheWholePicture) {
+    std::size_t width = 0;
+    for (const bool isGray : {false, true}) {
+        const FileBytes file = JPEG(isGray ? JCS_GRAYSCALE : JCS_RGB, isGray ? 1 : 3, false, 2050);
+        EXPECT_TRUE(RowsOf(file, 1, &width) == Decode(file).pixels);
+        EXPECT_EQ(width, 2050u);
+    }
+    EXPECT_TRUE(RowsOf(JPEG(JCS_RGB, 3, /*isProgressive=*/true, 2050), 1, &width).empty());
+    EXPECT_TRUE(RowsOf(JPEG(JCS_RGB, 3, false, 2000), 1, &width).empty());
+}
+
+TEST(ImageSourceTest, ReducedJPEGHasTheMeansOfSquares) {
+    const FileBytes file = JPEG(JCS_RGB, 3, false, 2050);
+    const FileBytes whole = Decode(file).pixels;
+    std::size_t width = 0;
+    const FileBytes half = RowsOf(file, 2, &width);
+    ASSERT_EQ(width, 1025u);
+    ASSERT_EQ(half.size(), width * width * 4);
+    double error = 0;
+    for (std::size_t y = 0; y < 1025; ++y) {
+        for (std::size_t x = 0; x < 1025; ++x) {
+            const std::uint8_t* at = &whole[(2 * y * 2050 + 2 * x) * 4];
+            const double mean = (at[0] + at[4] + at[2050 * 4] + at[2051 * 4]) / 4.0;
+            error += std::abs(half[(y * 1025 + x) * 4] - mean);
+        }
+    }
+    EXPECT_LT(error / (1025 * 1025), 2);
+    RowsOf(file, 4, &width);
+    EXPECT_EQ(width, 513u);
+    EXPECT_EQ(RowsOf(file, 8, &width).size(), 257u * 257u * 4);
+}
+
+TEST(ImageSourceTest, TruncatedRowsEndWithTheReason) {
+    FileBytes file = JPEG(JCS_RGB, 3, false, 2050);
+    file.resize(file.size() / 2);
+    NSData* data = [NSData dataWithBytes:file.data() length:file.size()];
+    CGImageSourceRef source = CGImageSourceCreateWithData((CFDataRef)data, nullptr);
+    NSDictionary* options = [NSDictionary dictionaryWithObject:[NSNumber numberWithBool:NO]
+                                                        forKey:(id)kCGImageSourceShouldCache];
+    CGImageRef image = CGImageSourceCreateImageAtIndex(source, 0, (CFDictionaryRef)options);
+    FileBytes rows(CGImageGetBytesPerRow(image) * 2050);
+    EXPECT_EQ(CGDataProviderGetBytes(CGImageGetDataProvider(image), rows.data(), rows.size()), 0u);
+    EXPECT_EQ(errno, ENODATA);
+    CGImageRelease(image);
+    CFRelease(source);
 }
 
 }  // namespace

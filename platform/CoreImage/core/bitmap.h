@@ -4,6 +4,7 @@
 
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -43,8 +44,15 @@ struct BitmapDestination {
 // The image of a bitmap. The image keeps the owner, which keeps the pixels alive.
 ImageRef MakeBitmapImage(const BitmapSource& source, std::shared_ptr<const void> owner);
 
+// A bitmap at a half, a quarter and an eighth of its size; null where it cannot be decoded so.
+using ReducedImages = std::array<ImageRef, 3>;
+
 // The image of a bitmap whose rows are decoded when they are needed; the source's own pixels are null.
-ImageRef MakeStreamedImage(const BitmapSource& source, std::shared_ptr<RowWindow> rows);
+//
+// The reduced images are the same bitmap at smaller scales, by the powers of two: the first one at a half. Each has the
+// pixels that a division of the size gives, rounded up, and squares of the rightmost and lowest pixels may be cut off.
+ImageRef MakeStreamedImage(const BitmapSource& source, std::shared_ptr<RowWindow> rows,
+                           const ReducedImages& reduced = {});
 
 // The size of a pixel in bytes.
 constexpr std::size_t SizeOfPixel(PixelFormat format) {

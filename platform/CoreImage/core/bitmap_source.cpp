@@ -9,6 +9,7 @@
 #include "core/bitmap.h"
 #include "core/color_matching.h"
 #include "core/image.h"
+#include "core/reduced_picture.h"
 #include "core/transfer.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -198,16 +199,17 @@ class BitmapImage : public Image {
   public:
     // Either the owner or the rows are null.
     BitmapImage(const BitmapSource& source, std::shared_ptr<const void> owner, std::shared_ptr<RowWindow> rows,
-                bool isEncoded)
+                const ReducedImages& reduced, bool isEncoded)
         : Image({0, 0, static_cast<double>(source.width), static_cast<double>(source.height)}, /*depthBelow=*/{}),
           source_(source),
           numbers_(source),
           owner_(std::move(owner)),
           rows_(std::move(rows)),
+          reduced_(reduced),
           isEncoded_(isEncoded) {
         numbers_.transfer = Transfer::kLinear;
         if (isEncoded_ || source_.transfer == Transfer::kLinear) return;
-        SetEncoded(std::make_shared<BitmapImage>(source_, owner_, rows_, /*isEncoded=*/true));
+        SetEncoded(std::make_shared<BitmapImage>(source_, owner_, rows_, ReducedImages{}, /*isEncoded=*/true));
     }
 
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
@@ -217,7 +219,21 @@ class BitmapImage : public Image {
         return StageOf(IsMatching() && !isEncoded_ ? source_ : numbers_, region);
     }
 
+    ReducedImage Reduced(double shrinks) const override {
+        for (std::size_t index = reduced_.size(); index-- > 0;) {
+            const std::size_t factor = std::size_t{2} << index;
+            if (reduced_[index] == nullptr || shrinks < 2 * static_cast<double>(factor)) continue;
+            const auto& reduced = static_cast<const BitmapImage&>(*reduced_[index]);
+            if (!LooksLikeWhole(Rows(), reduced.Rows(), factor, shrinks)) continue;
+            const double scaled = static_cast<double>(factor) * reduced.GetExtent().top;
+            return {reduced_[index], static_cast<int>(factor), GetExtent().top - scaled};
+        }
+        return {};
+    }
+
   private:
+    DecodedRows Rows() const { return {rows_.get(), source_.width, source_.height}; }
+
     std::unique_ptr<const Stage> StageOf(const BitmapSource& source, const Region& region) const {
         if (rows_ == nullptr) return std::make_unique<BitmapStage>(source);
         const auto height = static_cast<std::int64_t>(source.height);
@@ -231,17 +247,19 @@ class BitmapImage : public Image {
     BitmapSource numbers_;  // the same source, but its numbers are read as stored
     std::shared_ptr<const void> owner_;
     std::shared_ptr<RowWindow> rows_;
+    ReducedImages reduced_;
     bool isEncoded_;  // whether this is the image of the numbers, not of the light that they encode
 };
 
 }  // namespace
 
 ImageRef MakeBitmapImage(const BitmapSource& source, std::shared_ptr<const void> owner) {
-    return std::make_shared<BitmapImage>(source, std::move(owner), /*rows=*/nullptr, /*isEncoded=*/false);
+    return std::make_shared<BitmapImage>(source, std::move(owner), /*rows=*/nullptr, ReducedImages{},
+                                         /*isEncoded=*/false);
 }
 
-ImageRef MakeStreamedImage(const BitmapSource& source, std::shared_ptr<RowWindow> rows) {
-    return std::make_shared<BitmapImage>(source, /*owner=*/nullptr, std::move(rows), /*isEncoded=*/false);
+ImageRef MakeStreamedImage(const BitmapSource& source, std::shared_ptr<RowWindow> rows, const ReducedImages& reduced) {
+    return std::make_shared<BitmapImage>(source, /*owner=*/nullptr, std::move(rows), reduced, /*isEncoded=*/false);
 }
 
 }  // namespace core_image

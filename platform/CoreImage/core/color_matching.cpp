@@ -79,6 +79,12 @@ class MatchedImage : public Image {
         return MakeWorkingStage(std::move(light), region);
     }
 
+    ReducedImage Reduced(double shrinks) const override {
+        ReducedImage reduced = numbers_->Reduced(shrinks);
+        if (reduced.image != nullptr) reduced.image = MakeMatchedImage(reduced.image, toLight_);
+        return reduced;
+    }
+
   private:
     MatchedImage(ImageRef seen, ImageRef numbers, std::shared_ptr<const ColorConversion> toLight)
         : Image(seen->GetExtent(), seen->GetDepth()),

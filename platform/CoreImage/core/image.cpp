@@ -27,6 +27,8 @@ ImageRef::~ImageRef() {
     doomed = nullptr;
 }
 
+ReducedImage Image::Reduced(double) const { return {}; }
+
 void Stage::RenderRun(const Run& run, float* blocks, float*) const {
     Render({run.GetRegion(), blocks, 0});
     ToBlocks(blocks, run.count, blocks);

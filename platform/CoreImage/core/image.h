@@ -165,6 +165,13 @@ class Needs {
     std::size_t count_ = 0;
 };
 
+// An image decoded at a smaller scale. Each of its pixels is the mean of a square of pixels.
+struct ReducedImage {
+    ImageRef image;  // null for the image itself
+    int factor = 1;  // the side of the squares
+    double y = 0;    // where the lower edge of the squares lies in the image; the left one is at 0
+};
+
 // A recipe.
 class Image {
   public:
@@ -193,11 +200,11 @@ class Image {
     // Whether there is nothing to plan: for a source, and for a few functions of the pixels of a source.
     virtual bool IsPlain() const { return depth_.levels == 1; }
 
-    // By how much this image shrinks its inputs, at least, in either direction; 1 for an image that may show each of
-    // their pixels.
+    // The same image decoded at a smaller scale, for one that shrinks it so many times; the image itself when it cannot
+    // be decoded so, or when less than twice the pixels that are shown would remain, or when it would look different.
     //
-    // Why: a source all of whose users shrink it may be decoded at a smaller scale.
-    virtual double Shrinks() const { return 1; }
+    // Why the image that shrinks asks: it alone knows which pixels it needs. Every other one reads all of them.
+    virtual ReducedImage Reduced(double shrinks) const;
 
     // For a picture that is stored encoded, or a moved or cropped one: the same image with its numbers as stored.
     // Null otherwise.

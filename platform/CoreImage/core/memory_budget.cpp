@@ -17,6 +17,8 @@ constexpr std::uint64_t kSmallestCounted = 1 << 20;
 
 thread_local MemoryBudget* currentBudget = nullptr;
 
+std::atomic<void (*)()> reclaimMemory = nullptr;
+
 // The number in a file. UINT64_MAX when the file is missing or holds no number, such as "max".
 std::uint64_t NumberIn(const std::string& path) {
     std::uint64_t number = 0;
@@ -52,12 +54,22 @@ std::uint64_t MemoryBudget::DefaultLimit() {
     return sizeof(void*) == 4 ? std::min<std::uint64_t>(quarter, 1 << 30) : quarter;
 }
 
-void MemoryBudget::Take(std::uint64_t bytes) {
-    const std::uint64_t used = used_.fetch_add(bytes, std::memory_order_relaxed);
-    const std::uint64_t limit = Limit();
-    if (used <= limit && bytes <= limit - used) return;
+void MemoryBudget::OnShortage(void (*reclaim)()) { reclaimMemory = reclaim; }
+
+bool MemoryBudget::CanTake(std::uint64_t bytes) {
+    const std::uint64_t used = used_.fetch_add(bytes, std::memory_order_relaxed), limit = Limit();
+    if (used <= limit && bytes <= limit - used) return true;
     Return(bytes);
-    throw MemoryShortage(used + bytes, limit);
+    return false;
+}
+
+void MemoryBudget::Take(std::uint64_t bytes) {
+    if (CanTake(bytes)) return;
+    if (const auto reclaim = reclaimMemory.load()) {
+        reclaim();
+        if (CanTake(bytes)) return;
+    }
+    throw MemoryShortage(Used() + bytes, Limit());
 }
 
 BudgetScope::BudgetScope(MemoryBudget& budget) : before_(std::exchange(currentBudget, &budget)) {}

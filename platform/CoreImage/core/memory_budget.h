@@ -51,11 +51,16 @@ class MemoryBudget {
     void SetLimit(std::uint64_t limit) { limit_.store(limit, std::memory_order_relaxed); }
     std::uint64_t Used() const { return used_.load(std::memory_order_relaxed); }
 
-    // Throws MemoryShortage, and then takes nothing.
+    // Throws MemoryShortage, and then takes nothing. Before that, what could be made again is freed.
     void Take(std::uint64_t bytes);
     void Return(std::uint64_t bytes) { used_.fetch_sub(bytes, std::memory_order_relaxed); }
 
+    // Sets the function that frees what could be made again.
+    static void OnShortage(void (*reclaim)());
+
   private:
+    bool CanTake(std::uint64_t bytes);
+
     std::atomic<std::uint64_t> limit_;
     std::atomic<std::uint64_t> used_ = 0;
 };

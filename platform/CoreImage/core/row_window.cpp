@@ -3,6 +3,7 @@
 #include "core/row_window.h"
 
 #include <algorithm>
+#include <set>
 #include <utility>
 
 namespace core_image {
@@ -18,6 +19,17 @@ constexpr std::size_t kKeptBytes = 8 << 20;
 // What is kept otherwise, as a part of the budget.
 constexpr std::uint64_t kPartOfBudget = 4;
 
+// All windows, because memory that one needs may be in the others.
+struct Registry {
+    std::mutex mutex;
+    std::set<RowWindow*> windows;
+};
+
+Registry& AllWindows() {
+    static Registry registry;
+    return registry;
+}
+
 }  // namespace
 
 RowStrip::RowStrip(std::size_t first, std::size_t count, std::size_t bytesPerRow)
@@ -31,12 +43,29 @@ RowWindow::RowWindow(const RowReader& reader, std::shared_ptr<void> owner, std::
       owner_(std::move(owner)),
       height_(height),
       bytesPerRow_(bytesPerRow),
-      rowsPerStrip_((kStripBytes + bytesPerRow - 1) / bytesPerRow) {}
+      rowsPerStrip_((kStripBytes + bytesPerRow - 1) / bytesPerRow) {
+    MemoryBudget::OnShortage(DropAll);
+    const std::lock_guard<std::mutex> lock(AllWindows().mutex);
+    AllWindows().windows.insert(this);
+}
+
+RowWindow::~RowWindow() {
+    const std::lock_guard<std::mutex> lock(AllWindows().mutex);
+    AllWindows().windows.erase(this);
+}
+
+void RowWindow::DropAll() {
+    const std::lock_guard<std::mutex> lock(AllWindows().mutex);
+    for (RowWindow* window : AllWindows().windows) {
+        const std::unique_lock<std::recursive_mutex> own(window->mutex_, std::try_to_lock);
+        if (own.owns_lock()) window->kept_.clear();
+    }
+}
 
 RowWindow::Strips RowWindow::Rows(std::size_t first, std::size_t last) {
     // Kept strips outlive the rendering, so they count in the budget that does.
     const BudgetScope scope(MemoryBudget::Default());
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const std::lock_guard<std::recursive_mutex> lock(mutex_);
     const std::size_t begin = first / rowsPerStrip_, end = last / rowsPerStrip_ + 1;
     Strips strips;
     for (std::size_t index = begin; index < end; ++index) {

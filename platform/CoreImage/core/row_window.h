@@ -63,7 +63,11 @@ class RowWindow {
 
     // The owner keeps the reader's object.
     RowWindow(const RowReader& reader, std::shared_ptr<void> owner, std::size_t height, std::size_t bytesPerRow);
+    ~RowWindow();
     RowWindow(const RowWindow&) = delete;
+
+    // Drops all rows of all windows, but for those of windows that other threads are using.
+    static void DropAll();
 
     // The strips that contain the rows from first to last, in order.
     Strips Rows(std::size_t first, std::size_t last);
@@ -78,7 +82,7 @@ class RowWindow {
     const RowReader reader_;
     const std::shared_ptr<void> owner_;
     const std::size_t height_, bytesPerRow_, rowsPerStrip_;
-    std::mutex mutex_;
+    std::recursive_mutex mutex_;  // decoding may find memory short, and then the windows give theirs back
     std::map<std::size_t, std::shared_ptr<const RowStrip>> kept_;  // by their indices
     std::size_t next_ = 0;                                         // the index of the strip to be decoded next
     bool isOutOfOrder_ = false;

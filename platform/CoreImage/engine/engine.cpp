@@ -2,6 +2,7 @@
 
 #include "engine/engine.h"
 
+#include <array>
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
@@ -10,6 +11,7 @@
 #include <new>
 #include <optional>
 #include <string_view>
+#include <tuple>
 #include <utility>
 
 #include "compositing/compositing.h"
@@ -84,13 +86,28 @@ ImageHandle* MakeBitmap(const BitmapSource& source, const Profile& profile, Pixe
     });
 }
 
-ImageHandle* MakeStreamed(const BitmapSource& source, const Profile& profile, const RowReader& reader) noexcept {
+ImageHandle* MakeStreamed(const BitmapSource& source, const Profile& profile, const RowReaders& readers) noexcept {
     return Handle([&] {
-        // Released even when making its window fails.
-        std::shared_ptr<void> object(reader.object, reader.release);
+        // Released even when making their windows fails.
+        std::array<std::shared_ptr<void>, std::tuple_size_v<RowReaders>> objects;
+        for (std::size_t index = 0; index < readers.size(); ++index) {
+            if (readers[index].object != nullptr) objects[index].reset(readers[index].object, readers[index].release);
+        }
         return Matched(source, profile, [&](const BitmapSource& coded) {
-            return MakeStreamedImage(
-                coded, std::make_shared<RowWindow>(reader, std::move(object), source.height, source.bytesPerRow));
+            ReducedImages reduced;
+            for (std::size_t index = readers.size(); index-- > 0;) {
+                if (objects[index] == nullptr) continue;
+                const std::size_t factor = std::size_t{1} << index;
+                BitmapSource scaled = coded;
+                scaled.width = (coded.width + factor - 1) / factor;
+                scaled.height = (coded.height + factor - 1) / factor;
+                scaled.bytesPerRow = scaled.width * SizeOfPixel(coded.format);
+                const auto window = std::make_shared<RowWindow>(readers[index], std::move(objects[index]),
+                                                                scaled.height, scaled.bytesPerRow);
+                if (index == 0) return MakeStreamedImage(scaled, window, reduced);
+                reduced[index - 1] = MakeStreamedImage(scaled, window);
+            }
+            return ImageRef(nullptr);
         });
     });
 }

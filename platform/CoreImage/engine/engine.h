@@ -9,6 +9,7 @@
 
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -39,8 +40,11 @@ struct PixelOwner {
 [[nodiscard]] ImageHandle* MakeBitmap(const BitmapSource& source, const Profile& profile, PixelOwner owner) noexcept;
 
 // The image of a bitmap whose rows a reader decodes when they are needed. Takes over the reader, also when that fails.
+// The readers of the same picture at a half, a quarter and an eighth of its size follow; those without an object are
+// left out.
+using RowReaders = std::array<RowReader, 4>;
 [[nodiscard]] ImageHandle* MakeStreamed(const BitmapSource& source, const Profile& profile,
-                                        const RowReader& reader) noexcept;
+                                        const RowReaders& readers) noexcept;
 [[nodiscard]] ImageHandle* MakeConstant(const double* components) noexcept;
 [[nodiscard]] ImageHandle* MakeCropped(ImageHandle* image, const Extent& extent) noexcept;
 

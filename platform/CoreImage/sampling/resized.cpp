@@ -88,8 +88,6 @@ class ResizedImage : public Image {
     ResizedImage(ImageRef input, const Extent& extent, const Resizing& resizing)
         : Image(extent, input->GetDepth()), input_(std::move(input)), resizing_(resizing) {}
 
-    double Shrinks() const override { return std::max(1.0, std::min(resizing_.columns.step, resizing_.rows.step)); }
-
     void AddNeeds(const Region& region, Needs& needs) const override {
         needs.AddByTiles(input_, resizing_.SourceOf(region));
     }
@@ -130,8 +128,17 @@ ImageRef MakeResizedImage(ImageRef input, std::int64_t width, std::int64_t heigh
         // Pixels that keep their size are copied.
         return ResizedLine{static_cast<double>(low) + (step == 1 ? std::floor(cut) : cut), step, low, low + length};
     };
-    const Resizing resizing = {line(region.x, region.width, shownWidth, width),
-                               line(region.y, region.height, shownHeight, height)};
+    Resizing resizing = {line(region.x, region.width, shownWidth, width),
+                         line(region.y, region.height, shownHeight, height)};
+    const ReducedImage reduced = input->Reduced(std::min(resizing.columns.step, resizing.rows.step));
+    if (reduced.image != nullptr && RegionOfExtent(reduced.image->GetExtent(), &region)) {
+        const auto over = [&](const ResizedLine& full, double edge, std::int64_t low, std::int64_t length) {
+            return ResizedLine{(full.start - edge) / reduced.factor, full.step / reduced.factor, low, low + length};
+        };
+        resizing = {over(resizing.columns, 0, region.x, region.width),
+                    over(resizing.rows, reduced.y, region.y, region.height)};
+        input = reduced.image;
+    }
     const Extent extent = {0, 0, static_cast<double>(width), static_cast<double>(height)};
     return std::make_shared<ResizedImage>(std::move(input), extent, resizing);
 }

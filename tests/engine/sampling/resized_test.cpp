@@ -10,12 +10,15 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <numbers>
+#include <tuple>
 #include <vector>
 
 #include "blur/blur.h"
 #include "core/buffered.h"
 #include "core/tile.h"
+#include "engine/engine.h"
 #include "support/oracle.h"
 
 namespace {
@@ -190,15 +193,66 @@ TEST(ResizedTest, ImagesWithoutFiniteExtentGiveNull) {
     }
 }
 
-TEST(ResizedTest, SaysByHowMuchItShrinks) {
-    const ImageRef picture = OpaquePicture(400, 300);
-    const auto shrinks = [&](std::int64_t width, std::int64_t height) {
-        return MakeResizedImage(picture, width, height, ResizeMode::kStretch)->Shrinks();
-    };
-    EXPECT_EQ(picture->Shrinks(), 1);
-    EXPECT_EQ(shrinks(100, 100), 3);
-    EXPECT_EQ(shrinks(100, 300), 1);
-    EXPECT_EQ(shrinks(800, 600), 1);
+// A picture in memory that can be "decoded" at a half, as the means of its pixels.
+struct Scaled {
+    std::vector<std::uint8_t> bytes;
+    std::size_t width, height, next = 0, rowsRead = 0;
+
+    Scaled(std::size_t pixelsAcross, std::size_t pixelsUp, auto&& value) : width(pixelsAcross), height(pixelsUp) {
+        for (std::size_t y = 0; y < height; ++y) {
+            for (std::size_t x = 0; x < width; ++x) {
+                for (int channel = 0; channel < 4; ++channel) bytes.push_back(channel == 3 ? 255 : value(x, y));
+            }
+        }
+    }
+
+    RowReader Reader() {
+        return {this,
+                [](void* object, void* rows, std::size_t count) -> const char* {
+                    auto* self = static_cast<Scaled*>(object);
+                    std::memcpy(rows, self->bytes.data() + self->next * self->width * 4, count * self->width * 4);
+                    self->next += count;
+                    self->rowsRead += count;
+                    return nullptr;
+                },
+                [](void* object) { static_cast<Scaled*>(object)->next = 0; }, [](void*) {}};
+    }
+};
+
+// Resizes a picture of 401 x 203 pixels whose half may be decoded.
+std::vector<float> ResizedOf(Scaled& whole, Scaled* half, std::int64_t width, std::int64_t height) {
+    BitmapSource source;
+    source.width = 401;
+    source.height = 203;
+    source.bytesPerRow = 401 * 4;
+    RowReaders readers = {whole.Reader()};
+    if (half != nullptr) readers[1] = half->Reader();
+    ImageHandle* image = MakeStreamed(source, {}, readers);
+    const ImageRef resized = MakeResizedImage(*image, width, height, ResizeMode::kStretch);
+    DisposeImage(image);
+    return Pixels(resized, {0, 0, width, height});
+}
+
+TEST(ResizedTest, ShrinksADecodedHalfWhereTwiceThePixelsRemain) {
+    const auto ramp = [](std::size_t x, std::size_t y) { return static_cast<std::uint8_t>(40 + x / 4 + y / 2); };
+    for (const auto& [width, height, isHalf] : {std::tuple(100, 50, true), std::tuple(101, 50, false)}) {
+        Scaled whole(401, 203, ramp), alone(401, 203, ramp);
+        Scaled half(201, 102, [&](std::size_t x, std::size_t y) { return ramp(2 * x, 2 * y); });
+        const std::vector<float> expected = ResizedOf(alone, nullptr, width, height);
+        const std::vector<float> pixels = ResizedOf(whole, &half, width, height);
+        EXPECT_EQ(half.rowsRead, isHalf ? 102u : 0u);
+        EXPECT_EQ(pixels != expected, isHalf);
+        for (std::size_t index = 0; index < pixels.size(); ++index) {
+            ASSERT_NEAR(pixels[index], expected[index], isHalf ? 0.006 : 0) << index;
+        }
+    }
+}
+
+TEST(ResizedTest, DoesNotShrinkADecodedHalfThatIsTooDark) {
+    const auto board = [](std::size_t x, std::size_t y) { return static_cast<std::uint8_t>((x + y) % 2 * 255); };
+    Scaled whole(401, 203, board), alone(401, 203, board);
+    Scaled half(201, 102, [](std::size_t, std::size_t) { return std::uint8_t{128}; });
+    EXPECT_EQ(ResizedOf(whole, &half, 100, 50), ResizedOf(alone, nullptr, 100, 50));
 }
 
 }  // namespace

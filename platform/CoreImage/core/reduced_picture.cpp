@@ -1,0 +1,67 @@
+// reduced_picture.cpp - compares the mean light of squares, each about as large as a pixel of the result.
+
+#include "core/reduced_picture.h"
+
+#include <algorithm>
+#include <cstdint>
+
+#include "core/row_window.h"
+#include "core/transfer.h"
+
+namespace core_image {
+namespace {
+
+// The rows that are compared: an eighth of the picture, and no more than a window keeps of them.
+constexpr std::size_t kPartOfHeight = 8;
+constexpr std::size_t kMostBytes = 8 << 20;
+
+// In levels; less than the limit, because other rows may differ more.
+constexpr double kMostDifference = 0.8;
+
+constexpr std::size_t kBytesPerPixel = 4;
+constexpr std::size_t kLevels = 256;
+
+// The mean light of a channel in a square of a picture.
+double MeanOf(const RowWindow::Strips& strips, const DecodedRows& picture, std::size_t x, std::size_t y,
+              std::size_t side, std::size_t channel) {
+    double sum = 0;
+    for (std::size_t row = y; row < y + side; ++row) {
+        const RowStrip& strip = *strips[row / picture.rows->RowsPerStrip()];
+        const std::uint8_t* pixel =
+            strip.Bytes() + ((row - strip.First()) * picture.width + x) * kBytesPerPixel + channel;
+        for (std::size_t column = 0; column < side; ++column) sum += DecodedBytes()[pixel[column * kBytesPerPixel]];
+    }
+    return sum / static_cast<double>(side * side);
+}
+
+// The light between the two levels around some light.
+double LevelAt(double light) {
+    const float* const levels = DecodedBytes();
+    const auto above = static_cast<std::size_t>(std::upper_bound(levels + 1, levels + kLevels - 1, light) - levels);
+    return levels[above] - levels[above - 1];
+}
+
+}  // namespace
+
+bool LooksLikeWhole(const DecodedRows& whole, const DecodedRows& reduced, std::size_t factor, double shrinks) {
+    const std::size_t most = std::min(whole.height / kPartOfHeight, kMostBytes / (whole.width * kBytesPerPixel));
+    const std::size_t pixels = std::max<std::size_t>(1, static_cast<std::size_t>(shrinks) / factor);
+    const std::size_t side = pixels * factor;
+    const std::size_t down = most / side, across = whole.width / side;
+    if (down == 0 || across == 0) return false;
+    const RowWindow::Strips all = whole.rows->Rows(0, down * side - 1);
+    const RowWindow::Strips some = reduced.rows->Rows(0, down * pixels - 1);
+    double sum = 0;
+    for (std::size_t square = 0; square < down * across; ++square) {
+        const std::size_t x = square % across, y = square / across;
+        for (std::size_t channel = 0; channel < 3; ++channel) {
+            const double light = MeanOf(all, whole, x * side, y * side, side, channel);
+            const double difference = MeanOf(some, reduced, x * pixels, y * pixels, pixels, channel) - light;
+            const double levels = difference / LevelAt(light);
+            sum += levels * levels;
+        }
+    }
+    return sum / static_cast<double>(3 * down * across) < kMostDifference * kMostDifference;
+}
+
+}  // namespace core_image
