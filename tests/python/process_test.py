@@ -51,9 +51,9 @@ def work():
     while not stop:
         count += 1
         time.sleep(0.0001)
-thread = threading.Thread(target=work)
+thread = threading.Thread(target=work, daemon=True)
 thread.start()
-chain = photo.affine_transform(transform="scale:6").gaussian_blur(radius=30).median_filter().crop((0, 0, 2500, 3000))
+chain = photo.affine_transform(transform="scale:4").gaussian_blur(radius=30).crop((0, 0, 1500, 1500))
 before = count
 chain.values()
 after = count
