@@ -45,7 +45,8 @@ class ErrorsTest(unittest.TestCase):
     def test_wrong_arguments_name_the_parameter(self):
         self.expect(TypeError, "CIImageQOR.Crop: expected CIVectorQOR for rectangle, got integer 3",
                     lambda: self.photo.crop(3))
-        self.expect(TypeError, "CIImageQOR.Crop: it takes 1 argument (rectangle as CIVectorQOR), got 0", self.photo.crop)
+        self.expect(TypeError, "CIImageQOR.Crop: it takes 1 argument (rectangle as CIVectorQOR), got 0",
+                    self.photo.crop)
         self.expect(TypeError, "CIImageQOR.Crop: it takes (rectangle), got the argument rect",
                     lambda: self.photo.crop(rect=(0, 0, 1, 1)))
         self.assertEqual([0, 0, 1, 1], list(self.photo.crop(rectangle=(0, 0, 1, 1)).extent))
@@ -56,8 +57,8 @@ class ErrorsTest(unittest.TestCase):
                     lambda: self.photo.gausian_blur)
         self.expect(AttributeError, "class GausianBlur: there is no such class, did you mean GaussianBlur",
                     lambda: zeva.filters.GausianBlur)
-        self.expect(AttributeError, "class CIColourQOR: there is no such class, did you mean CIColorQOR",
-                    lambda: zeva.CIColourQOR)
+        self.expect(AttributeError, "class CIColorsQOR: there is no such class, did you mean CIColorQOR",
+                    lambda: zeva.CIColorsQOR)
         self.expect(AttributeError, "CIImageQOR.opn: the class has no such member, did you mean open",
                     lambda: zeva.CIImageQOR.opn)
         self.expect(AttributeError, "CIImageQOR: the class is not a filter, it is zeva.CIImageQOR",
@@ -80,7 +81,7 @@ class ErrorsTest(unittest.TestCase):
 
     def test_texts_that_are_not_values_are_wrong_types(self):
         with self.assertRaises(errors.WrongType) as caught:
-            self.photo.color_monochrome(color="colourless")
+            self.photo.color_monochrome(color="orangish")
         self.assertIn("CIFilterColorMonochromeQOR.inputColor", str(caught.exception))
 
     def test_objects_cannot_be_pickled_or_copied(self):
@@ -99,8 +100,8 @@ class ErrorsTest(unittest.TestCase):
         names = "expected one of CIFilterWideBlurQOR and CIFilterWide_BlurQOR"
         self.expect(AttributeError, f"class wide_blur: the name is ambiguous, {names}", lambda: self.photo.wide_blur)
         wide = zeva.CIFilterWideBlurQOR()
-        self.expect(AttributeError, "CIFilterWideBlurQOR.size: the name is ambiguous, expected one of inputSize and Size",
-                    lambda: wide.size)
+        names = "expected one of inputSize and Size"
+        self.expect(AttributeError, f"CIFilterWideBlurQOR.size: the name is ambiguous, {names}", lambda: wide.size)
         with self.assertRaises(AttributeError):
             wide.size = 3
         wide.inputSize = 3

@@ -18,8 +18,9 @@ def check(folder, code):
     """What mypy says of a program."""
     path = pathlib.Path(folder, "program.py")
     path.write_text(code)
-    done = subprocess.run(["/usr/bin/mypy", "--strict", "--no-error-summary", "--cache-dir", pathlib.Path(folder, "cache"),
-                           "--python-executable", sys.executable, path], capture_output=True, text=True, timeout=120)
+    done = subprocess.run(["/usr/bin/mypy", "--strict", "--no-error-summary", "--cache-dir",
+                           pathlib.Path(folder, "cache"), "--python-executable", sys.executable, path],
+                          capture_output=True, text=True, timeout=120)
     return done.stdout.replace(str(path), "program.py")
 
 
@@ -36,7 +37,8 @@ class StubsTest(unittest.TestCase):
             body = "\n".join("".join(cell["source"]) for cell in cells)
             # Imports stay outside; each notebook has names of its own.
             lines = body.splitlines()
-            code += "\n".join(line for line in lines if line.startswith("import ")) + f"\ndef notebook{number}() -> None:\n"
+            code += "\n".join(line for line in lines if line.startswith("import "))
+            code += f"\ndef notebook{number}() -> None:\n"
             code += "\n".join("    " + line for line in lines if not line.startswith("import ")) + "\n"
         self.assertEqual("", check(self.folder, code))
 
@@ -50,7 +52,8 @@ photo.crop()
 tinted: zeva.CIColorQOR = photo.extent
 zeva.filters.ColorMonochrome(color="orange", intensity=0.5).color = (1, 0.5, 0)
 """)
-        expected = ['program.py:3: error: Unexpected keyword argument "radus"', "program.py:4: error: Incompatible types",
+        expected = ['program.py:3: error: Unexpected keyword argument "radus"',
+                    "program.py:4: error: Incompatible types",
                     'program.py:5: error: Property "extent"', 'program.py:6: error: Missing positional argument',
                     "program.py:7: error: Incompatible types"]
         errors = [line for line in printed.splitlines() if ": error: " in line]

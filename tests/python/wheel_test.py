@@ -3,7 +3,8 @@
 
 Usage: wheel_test.py BUILD_FOLDER SOURCE_FOLDER ENVIRONMENT
 
-The environment stays for the other tests of the package. It sees the system's packages; this test hides them with -S -I.
+The environment stays for the other tests of the package. It sees the packages of the system; this test hides numpy and
+Pillow.
 """
 
 import pathlib
