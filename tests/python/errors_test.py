@@ -94,6 +94,7 @@ class ErrorsTest(unittest.TestCase):
         self.assertEqual("CIFilterCropQOR", zeva.filters.crop.__name__)
         self.assertIs(zeva.filters.Crop, zeva.CIFilterCropQOR)
 
+    @unittest.skipUnless("ZEVA_SPELLINGS_MODULE" in os.environ, "the module of the tests is not built")
     def test_modules_of_others_appear_and_ambiguous_names_list_the_full_ones(self):
         self.assertIn("gaussian_blur", dir(self.photo))
         zeva.load(os.environ["ZEVA_SPELLINGS_MODULE"])

@@ -143,6 +143,9 @@ report = lambda text: zeva._host._report(text, None)
         printed = program.run("import sys, zeva\nzeva.open_host(default_modules=False, modules=sys.argv[1:])\n"
                               "print(zeva.filters.Bloom().radius)", f"{folder}/companion.so", f"{folder}/filters.so")
         self.assertEqual("10.0\n", printed)
+
+    @unittest.skipUnless("ZEVA_SPELLINGS_MODULE" in os.environ, "the module of the tests is not built")
+    def test_modules_that_the_environment_names_are_loaded(self):
         printed = program.run("import zeva\nprint(zeva.CIFilterWideBlurQOR().far_away)",
                               environment=os.environ | {"ZEVA_MODULES": os.environ["ZEVA_SPELLINGS_MODULE"]})
         self.assertEqual("-1.0\n", printed)
