@@ -4,8 +4,9 @@
 Usage: package_test.py ABI...     (i386, x86_64: build/<ABI>/package has the package)
 
 Each clean system has the base system of Debian 12, the packages that ours depends on, and Python with numpy and Pillow,
-nothing else; an i386 one has no 64-bit file. There the suite of the Python package runs on the system's own Python. They are kept in build/clean-root-<architecture> for the next run. Needs root for chroot: without it the
-tests are skipped, by name. The last line is "N passed, N failed, N skipped".
+nothing else; an i386 one has no 64-bit file. There the suite of the Python package runs on the system's own Python.
+The systems are kept in build/clean-root-<architecture> for the next run. Needs root for chroot: without it the tests
+are skipped, by name. The last line is "N passed, N failed, N skipped".
 """
 
 import os
