@@ -266,7 +266,8 @@ def from_array(array, copy=False):
         view = memoryview(data)
         size = view.nbytes
         if view.readonly:
-            data = bytes(view.cast("B"))  # an address can be taken of bytes; no copy of an object that is bytes
+            # Without numpy there is no address of read-only memory, other than that of bytes.
+            data = bytes(view.cast("B"))
             address = ctypes.cast(ctypes.c_char_p(data), ctypes.c_void_p).value
         else:
             data = (ctypes.c_ubyte * size).from_buffer(view.cast("B"))

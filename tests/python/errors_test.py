@@ -4,6 +4,7 @@
 import copy
 import os
 import pickle
+import pydoc
 import unittest
 
 import zeva
@@ -119,6 +120,8 @@ class ErrorsTest(unittest.TestCase):
         text = zeva.filters.Bloom.__doc__
         self.assertIn("intensity: double, default 0.5, at least 0, mostly 0 to 1\n", text)
         self.assertIn("radius: double, pixels, default 10, at least 0, mostly 0 to 100\n", text)
+        shown = pydoc.plain(pydoc.render_doc(zeva.filters.Bloom))
+        self.assertIn("mostly 0 to 100\n |      The distance that the glow spreads, in pixels.\n", shown)
         self.assertEqual("inputRadius as double", zeva.filters.Bloom.radius.__doc__)
         self.assertEqual("Crop(rectangle as CIVectorQOR) as CIImageQOR", self.photo.crop.__doc__)
 

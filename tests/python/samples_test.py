@@ -20,7 +20,7 @@ import tempfile
 from program import PHOTO
 
 failures, count = 0, 0
-for page in map(pathlib.Path, sys.argv[1:]):
+for page in [pathlib.Path(each).resolve() for each in sys.argv[1:]]:
     text = page.read_text()
     names = {"__name__": "sample"}
     with tempfile.TemporaryDirectory() as folder:

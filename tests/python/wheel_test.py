@@ -71,6 +71,11 @@ print(zeva._library.path)
         done = subprocess.run([ENVIRONMENT / "bin/python", "-c", "import zeva"], capture_output=True, text=True,
                               env={"ZEVA_LIBRARY": "/nowhere/libzeva.so"})
         self.assertIn("libzeva.so: found at none of /nowhere/libzeva.so; ZEVA_LIBRARY can name the file", done.stderr)
+        library = BUILD / "nothing.so"
+        library.write_bytes(b"not a library")
+        done = subprocess.run([ENVIRONMENT / "bin/python", "-c", "import zeva"], capture_output=True, text=True,
+                              env={"ZEVA_LIBRARY": str(library)})
+        self.assertRegex(done.stderr, "nothing.so: .*; this Python needs the libraries of x86_64")
 
 
 if __name__ == "__main__":
