@@ -44,6 +44,7 @@ class ProcessTest(unittest.TestCase):
         # The interpreter takes the lock away from no thread: the counter moves only while the call has released it.
         printed = program.run(SETUP + """
 import sys, threading, time
+photo.crop((0, 0, 2, 2)).values()  # imports numpy, which releases the lock, too
 sys.setswitchinterval(1000)
 count, stop = 0, False
 def work():
