@@ -8,7 +8,7 @@
 #   make tidy              the slow static checks
 #   make install           install below PREFIX (/usr/local), or below DESTDIR/PREFIX for a packager
 #   make package           make a Debian package for each width: build/<width>/package/
-#   make wheel             make a wheel of the Python package with the libraries: build/<width>/wheel/; ABI=x86_64 for 64 bits
+#   make wheel             make a wheel of the Python package with the libraries: build/<width>/wheel/
 #   make package-test      install, run, upgrade and remove those packages in a clean root; needs root
 #   make mutants           apply small faults to the module, one at a time; the tests must catch each
 #   make sanitize          run the tests under the address, undefined-behavior and leak sanitizers

@@ -63,6 +63,8 @@ endforeach()
 set(package lib/python3/dist-packages)
 install(DIRECTORY python/zeva ${CMAKE_BINARY_DIR}/python/zeva DESTINATION ${package} COMPONENT python
     FILES_MATCHING PATTERN "*.py" PATTERN "*.pyi" PATTERN "py.typed" PATTERN "__pycache__" EXCLUDE)
+install(FILES docs/python.md DESTINATION share/doc/python3-zeva COMPONENT python)
+install(FILES LICENSE DESTINATION share/doc/python3-zeva COMPONENT python RENAME copyright)
 
 install(FILES README.md CHANGELOG.md DESTINATION share/doc/zeva)
 install(FILES LICENSE DESTINATION share/doc/zeva RENAME copyright)

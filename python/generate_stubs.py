@@ -3,8 +3,8 @@
 
 Usage: generate_stubs.py PRINT_RECORDS FOLDER    (the program that prints the classes; the folder of the stubs)
 
-What Python adds to a class by hand (python/zeva/_pictures.py) is declared here by hand, in ADDED. Classes of other modules
-have no stubs: mypy reads them as Any through zeva.class_named.
+What Python adds to a class by hand (python/zeva/_pictures.py) is declared here by hand, in ADDED. Classes of other
+modules have no stubs: mypy reads them as Any through zeva.class_named.
 """
 
 import json

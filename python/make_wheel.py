@@ -30,8 +30,11 @@ def main(build, output):
         for kind in "lib", "modules":
             shutil.copytree(installed / "zeva" / kind, package / "zeva" / kind, ignore=shutil.ignore_patterns("*.a"))
         shutil.copy(SOURCE / "setup.py", package)
+        # The fifth byte of an ELF file is its width.
+        is_64_bit = (package / "zeva/lib/libzeva.so").read_bytes()[4] == 2
+        settings = {"ZEVA_VERSION": version, "ZEVA_PLATFORM": "linux_x86_64" if is_64_bit else "linux_i686"}
         done = subprocess.run([sys.executable, "setup.py", "--quiet", "bdist_wheel", "--dist-dir", output], cwd=package,
-                              env=os.environ | {"ZEVA_VERSION": version}, capture_output=True, text=True)
+                              env=os.environ | settings, capture_output=True, text=True)
         if done.returncode != 0:
             sys.exit(f"{sys.argv[0]}: {done.stderr}; no wheel was made")
     print(next(output.glob(f"zeva-{version}-*.whl")))

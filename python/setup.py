@@ -14,7 +14,7 @@ class WithLibraries(Distribution):
 class Wheel(bdist_wheel):
     def get_tag(self):
         # The libraries know nothing of Python, so any version of it can use them.
-        return "py3", "none", super().get_tag()[2]
+        return "py3", "none", os.environ["ZEVA_PLATFORM"]
 
 
 setup(

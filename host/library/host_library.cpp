@@ -6,6 +6,7 @@
 #include <dlfcn.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
@@ -46,6 +47,15 @@ using host::library::Session;
 using host::library::Store;
 using host::library::ValueOf;
 using host::library::ValuesOf;
+
+// Other languages declare these structures by hand: they are as wide as their fields on both widths.
+constexpr std::size_t kWord = sizeof(void*);
+static_assert(offsetof(ZevaValue, as) == 8 && offsetof(ZevaValue, isa) == 16 && sizeof(ZevaValue) == 16 + 2 * kWord);
+static_assert(sizeof(ZevaType) == 3 * kWord && sizeof(ZevaParameter) == 5 * kWord);
+static_assert(offsetof(ZevaMember, kind) == 3 * kWord && sizeof(ZevaMember) == 7 * kWord + 16);
+static_assert(offsetof(ZevaClass, recordVersion) == 4 * kWord && sizeof(ZevaClass) == 5 * kWord + 8);
+static_assert(sizeof(ZevaError) == 8 + 2 * kWord);
+static_assert(offsetof(ZevaHostOptions, report) == 8 + kWord && sizeof(ZevaHostOptions) == 8 + 3 * kWord);
 
 // The latest error of a thread, with its texts.
 struct ThreadError {

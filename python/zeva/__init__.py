@@ -5,9 +5,9 @@
     soft = photo.gaussian_blur(radius=8).color_controls(saturation=0)
     soft.crop(photo.extent).save("out.jpg", quality=80)
 
-A picture is a recipe: its pixels are computed when it is saved, shown or read as an array. Names are the host's in lower
-case without "input": `radius` for inputRadius. Classes have their own names here: zeva.CIColorQOR; zeva.filters has
-the filters by short names.
+A picture is a recipe: its pixels are computed when it is saved, shown or read as an array. Names are the host's in
+lower case without "input": `radius` for inputRadius. Classes have their own names here: zeva.CIColorQOR; zeva.filters
+has the filters by short names.
 
 Threads: any. Calls of several threads happen one after the other, and release the interpreter lock.
 Forks:   the host is made on first use. A process that was forked from one with a host raises zeva.errors.Forked.

@@ -120,9 +120,12 @@ def _load():
         )
     # 32 bits: these functions replace those of the Objective-C runtime, so they must be found before it.
     frames = path.parent / "libexception_frames.so"
-    if frames.is_file():
-        ctypes.CDLL(str(frames), mode=ctypes.RTLD_GLOBAL)
-    return ctypes.CDLL(str(path)), path
+    try:
+        if frames.is_file():
+            ctypes.CDLL(str(frames), mode=ctypes.RTLD_GLOBAL)
+        return ctypes.CDLL(str(path)), path
+    except OSError as error:
+        raise errors.NotFound(f"{path}: {error}; this Python needs the libraries of {_WIDTH}") from None
 
 
 _file, path = _load()

@@ -277,7 +277,7 @@ class Meta(type):
         return errors.UnknownName(f"{cls.__name__}.{name}: the name cannot be set")
 
     def _facts(cls):
-        """What the host tells of the class, as from JSON."""
+        """What the host knows about the class, as from JSON."""
         value = Value()
         if _library.describe_class(cls._address, ctypes.byref(value)):
             raise _library.failure()
@@ -429,7 +429,10 @@ def _make(address):
 
 
 def find(name):
-    """The class of a name: its own, or of a filter's class also "GaussianBlur" or "gaussian_blur". Raises UnknownName."""
+    """The class of a name: its own, or of a filter's class also "GaussianBlur" or "gaussian_blur".
+
+    Raises UnknownName for a name that no class has, or several have.
+    """
     cls = _named.get(name)
     if cls is None:
         _host.ensure()

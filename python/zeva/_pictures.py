@@ -185,7 +185,8 @@ def _pixels_of(rectangle):
     x, y, width, height = rectangle
     # An infinite extent has sides near the largest float.
     if not (0 < width < 2**31 and 0 < height < 2**31):
-        raise errors.Raised(f"CIImageQOR: {width:g} x {height:g} pixels cannot be read, the picture is empty or infinite")
+        size = f"{width:g} x {height:g}"
+        raise errors.Raised(f"CIImageQOR: {size} pixels cannot be read, the picture is empty or infinite")
     left, bottom = math.floor(x), math.floor(y)
     return left, bottom, math.ceil(x + width) - left, math.ceil(y + height) - bottom
 
@@ -265,7 +266,8 @@ def from_array(array, copy=False):
         view = memoryview(data)
         size = view.nbytes
         if view.readonly:
-            data = bytes(view.cast("B"))  # an address can be taken of bytes; no copy of an object that is bytes
+            # Without numpy there is no address of read-only memory, other than that of bytes.
+            data = bytes(view.cast("B"))
             address = ctypes.cast(ctypes.c_char_p(data), ctypes.c_void_p).value
         else:
             data = (ctypes.c_ubyte * size).from_buffer(view.cast("B"))

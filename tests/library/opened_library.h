@@ -11,13 +11,30 @@
 #include "zeva/host.h"
 
 // The functions of the library that the tests call, under their names.
-#define LIBRARY_FUNCTIONS(FUNCTION)                                                                                \
-    FUNCTION(ZevaOpenHost)                                                                                         \
-    FUNCTION(ZevaCloseHost) FUNCTION(ZevaLoadModule) FUNCTION(ZevaLastError) FUNCTION(ZevaCountReferences)         \
-        FUNCTION(ZevaNextClass) FUNCTION(ZevaFindClass) FUNCTION(ZevaFindMember) FUNCTION(ZevaDescribeClass)       \
-            FUNCTION(ZevaConstruct) FUNCTION(ZevaGet) FUNCTION(ZevaSet) FUNCTION(ZevaSetNumber) FUNCTION(ZevaCall) \
-                FUNCTION(ZevaClassOf) FUNCTION(ZevaRetain) FUNCTION(ZevaRelease) FUNCTION(ZevaReleaseValue)        \
-                    FUNCTION(ZevaValueFromText) FUNCTION(ZevaNewBlock) FUNCTION(ZevaBlockBytes)
+// clang-format off
+#define LIBRARY_FUNCTIONS(FUNCTION) \
+    FUNCTION(ZevaOpenHost) \
+    FUNCTION(ZevaCloseHost) \
+    FUNCTION(ZevaLoadModule) \
+    FUNCTION(ZevaLastError) \
+    FUNCTION(ZevaCountReferences) \
+    FUNCTION(ZevaNextClass) \
+    FUNCTION(ZevaFindClass) \
+    FUNCTION(ZevaFindMember) \
+    FUNCTION(ZevaDescribeClass) \
+    FUNCTION(ZevaConstruct) \
+    FUNCTION(ZevaGet) \
+    FUNCTION(ZevaSet) \
+    FUNCTION(ZevaSetNumber) \
+    FUNCTION(ZevaCall) \
+    FUNCTION(ZevaClassOf) \
+    FUNCTION(ZevaRetain) \
+    FUNCTION(ZevaRelease) \
+    FUNCTION(ZevaReleaseValue) \
+    FUNCTION(ZevaValueFromText) \
+    FUNCTION(ZevaNewBlock) \
+    FUNCTION(ZevaBlockBytes)
+// clang-format on
 
 struct OpenedLibrary {
 #define FUNCTION(name) decltype(&::name) name;

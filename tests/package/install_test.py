@@ -47,6 +47,8 @@ lib/zeva/lib/libzeva_plugin.a
 lib/zeva/modules/companion.so
 lib/zeva/modules/filters.so
 share/bash-completion/completions/zeva
+share/doc/python3-zeva/copyright
+share/doc/python3-zeva/python.md
 share/doc/zeva/CHANGELOG.md
 share/doc/zeva/README.md
 share/doc/zeva/copyright

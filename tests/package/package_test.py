@@ -3,9 +3,10 @@
 
 Usage: package_test.py ABI...     (i386, x86_64: build/<ABI>/package has the package)
 
-Each clean system has the base system of Debian 12 and the packages that ours depends on, nothing else; an i386 one has
-no 64-bit file. They are kept in build/clean-root-<architecture> for the next run. Needs root for chroot: without it the
-tests are skipped, by name. The last line is "N passed, N failed, N skipped".
+Each clean system has the base system of Debian 12, the packages that ours depends on, and Python with numpy and Pillow,
+nothing else; an i386 one has no 64-bit file. There the suite of the Python package runs on the system's own Python.
+The systems are kept in build/clean-root-<architecture> for the next run. Needs root for chroot: without it the tests
+are skipped, by name. The last line is "N passed, N failed, N skipped".
 """
 
 import os
@@ -21,6 +22,7 @@ import elf
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 PHOTO = "/usr/share/matplotlib/mpl-data/sample_data/grace_hopper.jpg"
+PYTHON = ["python3", "python3-numpy", "python3-pil"]
 ARCHITECTURES = {"i386": "i386", "x86_64": "amd64"}
 
 
@@ -71,12 +73,9 @@ class PackageTest(unittest.TestCase):
     def setUpClass(cls):
         if cls.skipped:
             return
-        packages = list((ROOT / "build" / cls.abi / "package").glob("*.deb"))
-        assert len(packages) == 1, (f"build/{cls.abi}/package: {len(packages)} packages, expected 1; "
-                                    "make package makes it")
-        (cls.package,) = packages
+        cls.package, cls.python_package = cls.packages("zeva_*.deb"), cls.packages("python3-zeva_*_all.deb")
         dependencies = [re.sub(r" *\(.*", "", name) for name in field(cls.package, "Depends").split(", ")]
-        clean = clean_root(ARCHITECTURES[cls.abi], dependencies)
+        clean = clean_root(ARCHITECTURES[cls.abi], dependencies + PYTHON)
         # A copy with hard links: dpkg replaces files, it does not write into them.
         cls.root = pathlib.Path(cls.enterClassContext(tempfile.TemporaryDirectory(dir=ROOT / "build"))) / "root"
         run("cp", "--archive", "--link", clean, cls.root)
@@ -84,7 +83,17 @@ class PackageTest(unittest.TestCase):
         shutil.rmtree(cls.root / "var/lib/dpkg")
         run("cp", "--archive", clean / "var/lib/dpkg", cls.root / "var/lib/dpkg")
         shutil.copy(PHOTO, cls.root / "tmp/photo.jpg")
+        for folder in "python", "support":
+            shutil.copytree(ROOT / "tests" / folder, cls.root / "tmp/tests" / folder)
+        shutil.copytree(ROOT / "filters", cls.root / "tmp/filters")
         cls.before = cls.files()
+
+    @classmethod
+    def packages(cls, name):
+        """The path of the package with a name."""
+        found = list((ROOT / "build" / cls.abi / "package").glob(name))
+        assert len(found) == 1, f"build/{cls.abi}/package: {len(found)} files {name}, expected 1; make package makes it"
+        return found[0]
 
     def setUp(self):
         if self.skipped:
@@ -102,9 +111,9 @@ class PackageTest(unittest.TestCase):
                    *command)
 
     def install(self, package):
-        shutil.copy(package, self.root / "tmp/zeva.deb")
+        shutil.copy(package, self.root / "tmp" / package.name)
         # dpkg refuses a package with a dependency that is not installed.
-        self.inside("dpkg", "--install", "/tmp/zeva.deb")
+        self.inside("dpkg", "--install", f"/tmp/{package.name}")
 
     def use(self):
         (self.root / "tmp/small.png").unlink(missing_ok=True)
@@ -128,6 +137,20 @@ class PackageTest(unittest.TestCase):
         self.assertIn("+next", self.inside("dpkg-query", "-W", "-f=${Version}", "zeva"))
         self.use()
         self.inside("dpkg", "--purge", "zeva")
+        self.assertEqual(self.before, self.files())
+
+    def test_the_python_package_runs_on_the_system_of_this_width(self):
+        """Its whole suite: with 32 bits, too, an exception of the platform becomes one of Python."""
+        self.install(self.package)
+        self.install(self.python_package)
+        module = ROOT / "build" / self.abi / "tests/library/spellings_module.so"
+        variables = ["ZEVA_PHOTO=/tmp/photo.jpg", "ZEVA_FILTERS=/usr/lib/zeva/modules"]
+        if module.exists():  # built with the tests
+            shutil.copy(module, self.root / "tmp")
+            variables.append("ZEVA_SPELLINGS_MODULE=/tmp/spellings_module.so")
+        for suite in "errors", "ownership", "pictures", "process", "properties":
+            self.inside("env", *variables, "/usr/bin/python3", "-B", f"/tmp/tests/python/{suite}_test.py")
+        self.inside("dpkg", "--purge", "python3-zeva", "zeva")
         self.assertEqual(self.before, self.files())
 
     def test_the_system_has_only_this_width(self):

@@ -37,7 +37,8 @@ class PicturesTest(unittest.TestCase):
                 sizes.append(path.with_suffix(".jpg").stat().st_size)
             self.assertLess(2 * sizes[0], sizes[1])
             self.photo.save(path, space="displayP3")
-            self.assertIn("icc_profile", Image.open(path).info)
+            with Image.open(path) as image:
+                self.assertIn("icc_profile", image.info)
 
     def test_arrays_become_pictures_and_arrays_again(self):
         self.assertTrue((np.asarray(zeva.from_array(self.pixels)) == self.pixels).all())

@@ -1,9 +1,11 @@
 """Runs programs in processes of their own, for tests of what happens to a process."""
 
+import os
 import subprocess
 import sys
 
-PHOTO = "/usr/share/matplotlib/mpl-data/sample_data/grace_hopper.jpg"
+# A photo of 512 x 600 pixels.
+PHOTO = os.environ.get("ZEVA_PHOTO", "/usr/share/matplotlib/mpl-data/sample_data/grace_hopper.jpg")
 
 
 def run(code, *arguments, environment=None, status=0):

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Every property of every filter, as the records list them, is set and read back from Python, for each record version."""
+"""Every property of every filter in the records is set and read back from Python, for each record version."""
 
 import pathlib
 import sys
@@ -16,7 +16,7 @@ from zeva._objects import Key
 
 version = float(sys.argv[1]) or None
 zeva.open_host(version=version)
-picture = zeva.from_array(bytearray([200, 100, 50, 255] * 4) and memoryview(bytearray([200, 100, 50, 255] * 4)).cast("B", (2, 2, 4)))
+picture = zeva.from_array(memoryview(bytearray([200, 100, 50, 255] * 4)).cast("B", (2, 2, 4)))
 cube = [channel / 8 for channel in range(8)] * 4
 samples = {
     "double": (0.375, lambda got: got == 0.375),

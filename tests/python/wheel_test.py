@@ -3,7 +3,8 @@
 
 Usage: wheel_test.py BUILD_FOLDER SOURCE_FOLDER ENVIRONMENT
 
-The environment stays for the other tests of the package. It sees the system's packages; this test hides them with -S -I.
+The environment stays for the other tests of the package. It sees the packages of the system; this test hides numpy and
+Pillow.
 """
 
 import pathlib
@@ -70,6 +71,11 @@ print(zeva._library.path)
         done = subprocess.run([ENVIRONMENT / "bin/python", "-c", "import zeva"], capture_output=True, text=True,
                               env={"ZEVA_LIBRARY": "/nowhere/libzeva.so"})
         self.assertIn("libzeva.so: found at none of /nowhere/libzeva.so; ZEVA_LIBRARY can name the file", done.stderr)
+        library = BUILD / "nothing.so"
+        library.write_bytes(b"not a library")
+        done = subprocess.run([ENVIRONMENT / "bin/python", "-c", "import zeva"], capture_output=True, text=True,
+                              env={"ZEVA_LIBRARY": str(library)})
+        self.assertRegex(done.stderr, "nothing.so: .*; this Python needs the libraries of x86_64")
 
 
 if __name__ == "__main__":
