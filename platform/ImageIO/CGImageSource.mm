@@ -231,7 +231,7 @@ CFDictionaryRef CGImageSourceCopyPropertiesAtIndex(CGImageSourceRef source, size
     if (orientation != 0) {
         [properties setObject:[NSNumber numberWithInt:orientation] forKey:(id)kCGImagePropertyOrientation];
     }
-    if (object->_width == 0) {
+    if (object->_width == 0 && !object->_isDecoded) {
         image_io::Picture picture;
         const auto decoder = image_io::MakeRowDecoder(BytesOf(object), 1);
         object->_hasRowsInOrder = decoder != nullptr && decoder->Begin(&picture) == image_io::Status::kComplete;

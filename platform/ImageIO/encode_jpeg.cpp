@@ -144,6 +144,8 @@ int WriteInChannels(const Pixels& pixels, const EncodeOptions& options, Channels
     Work work = {pixels, options, rows, channels, row, 0};
     const bool isWritten =
         row != nullptr && WriteGuarded(&jpeg, &errors, work, &output, file->sink != nullptr ? &sink : nullptr);
+    // The library's buffer moves as it grows, and only this tells where it is.
+    if (!isWritten && file->sink == nullptr && jpeg.dest != nullptr) jpeg.dest->term_destination(&jpeg);
     jpeg_destroy_compress(&jpeg);
     std::free(row);
     file->bytes = output.bytes;
