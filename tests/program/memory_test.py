@@ -158,9 +158,13 @@ class MemoryTest(ZevaTest):
         whole = self.folder / "whole.png"
         soft = self.folder / "soft.jpg"
         self.assert_works("apply", "GaussianBlur", "radius=12", picture, "--keep-size", "-o", soft)
-        for picture, width, height, is_reduced in ((soft, 525, 500, True), (soft, 526, 500, False), (picture, 262, 250, False)):
-            with self.subTest(picture=picture.name, width=width):
-                self.assert_works("run", script, picture, width, height, self.out, whole)
+        for photo, width, height, is_reduced in (
+            (soft, 525, 500, True),
+            (soft, 526, 500, False),
+            (picture, 262, 250, False),
+        ):
+            with self.subTest(photo=photo.name, width=width):
+                self.assert_works("run", script, photo, width, height, self.out, whole)
                 differences = [
                     (a - b) ** 2
                     for row, expected in zip(read_png(self.out), read_png(whole), strict=True)
