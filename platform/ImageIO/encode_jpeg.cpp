@@ -12,8 +12,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <new>
 
 #include "encode.h"
+#include "metadata.h"
 
 namespace image_io {
 namespace {
@@ -36,6 +38,17 @@ struct Output {
     unsigned long length;
 };
 
+// Writes a marker with a name, unless its content is empty or too long for one marker.
+void WriteMarker(jpeg_compress_struct* jpeg, int marker, const char* name, std::size_t nameLength,
+                 const Block& content) {
+    constexpr std::size_t kLongest = 65533;
+    if (content.length == 0 || nameLength + content.length > kLongest) return;
+    jpeg_write_m_header(jpeg, marker, static_cast<unsigned>(nameLength + content.length));
+    for (std::size_t i = 0; i < nameLength; ++i) jpeg_write_m_byte(jpeg, name[i]);
+    const auto* bytes = static_cast<const std::uint8_t*>(content.bytes);
+    for (std::size_t i = 0; i < content.length; ++i) jpeg_write_m_byte(jpeg, bytes[i]);
+}
+
 // Writes the picture, catches the jump, and returns whether it was written completely. No object here has a destructor
 // that the jump could skip.
 bool WriteGuarded(jpeg_compress_struct* jpeg, ErrorManager* errors, const Pixels& pixels, const EncodeOptions& options,
@@ -57,6 +70,9 @@ bool WriteGuarded(jpeg_compress_struct* jpeg, ErrorManager* errors, const Pixels
     }
     if (options.isProgressive) jpeg_simple_progression(jpeg);
     jpeg_start_compress(jpeg, TRUE);
+    WriteMarker(jpeg, JPEG_APP0 + 1, "Exif\0", 6, options.exif);
+    WriteMarker(jpeg, JPEG_APP0 + 1, "http://ns.adobe.com/xap/1.0/", 29, options.xmp);
+    WriteMarker(jpeg, JPEG_APP0 + 13, "Photoshop 3.0", 14, options.iptc);
     if (pixels.profile != nullptr) {
         jpeg_write_icc_profile(jpeg, static_cast<const JOCTET*>(pixels.profile),
                                static_cast<unsigned int>(pixels.profileLength));
@@ -69,6 +85,16 @@ bool WriteGuarded(jpeg_compress_struct* jpeg, ErrorManager* errors, const Pixels
     }
     jpeg_finish_compress(jpeg);
     return true;
+}
+
+// IPTC as a resource of a program for photos, which is where a JPEG has it: type, number, empty name, length, content.
+Bytes ResourceOf(const Block& iptc) {
+    Bytes resource = {'8', 'B', 'I', 'M', 4, 4, 0, 0};
+    for (const int shift : {24, 16, 8, 0}) resource.push_back(static_cast<std::uint8_t>(iptc.length >> shift));
+    const auto* bytes = static_cast<const std::uint8_t*>(iptc.bytes);
+    resource.insert(resource.end(), bytes, bytes + iptc.length);
+    if (iptc.length % 2 != 0) resource.push_back(0);
+    return resource;
 }
 
 }  // namespace
@@ -84,7 +110,18 @@ int EncodeJPEG(const Pixels& pixels, const EncodeOptions& options, EncodedFile* 
     Output output = {nullptr, 0};
     auto* row = static_cast<std::uint8_t*>(std::malloc(pixels.width * 3));
     const bool hasColor = ChannelsOf(pixels).hasColor;
-    const bool complete = row != nullptr && WriteGuarded(&jpeg, &errors, pixels, options, hasColor, row, &output);
+    Bytes resource;
+    EncodeOptions wrapped = options;
+    if (options.iptc.length != 0) {
+        try {
+            resource = ResourceOf(options.iptc);
+        } catch (const std::bad_alloc&) {
+            std::free(row);
+            return ENOMEM;
+        }
+        wrapped.iptc = {resource.data(), resource.size()};
+    }
+    const bool complete = row != nullptr && WriteGuarded(&jpeg, &errors, pixels, wrapped, hasColor, row, &output);
     jpeg_destroy_compress(&jpeg);
     std::free(row);
     *file = {output.bytes, output.length};

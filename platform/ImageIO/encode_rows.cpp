@@ -52,6 +52,14 @@ void Pack(const Pixels& pixels, Channels channels, std::size_t row, Component* t
     }
 }
 
+void CopyFloats(const Pixels& pixels, Channels channels, std::size_t row, float* to) {
+    const auto* from = RowOf<float>(pixels, row);
+    for (std::size_t x = 0; x < pixels.width; ++x, from += 4) {
+        to = std::copy(from, from + (channels.hasColor ? 3 : 1), to);
+        if (channels.hasAlpha) *to++ = from[3];
+    }
+}
+
 }  // namespace
 
 Channels ChannelsOf(const Pixels& pixels) {
@@ -68,6 +76,7 @@ Channels ChannelsOf(const Pixels& pixels) {
 void PackRow(const Pixels& pixels, Channels channels, std::size_t row, void* to) {
     if (pixels.depth == 8) Pack(pixels, channels, row, static_cast<std::uint8_t*>(to));
     if (pixels.depth == 16) Pack(pixels, channels, row, static_cast<std::uint16_t*>(to));
+    if (pixels.depth == 32) CopyFloats(pixels, channels, row, static_cast<float*>(to));
 }
 
 void RowOnWhite(const Pixels& pixels, std::size_t row, std::uint8_t* to) {

@@ -16,6 +16,7 @@
 
 #include "decode.h"
 #include "encode.h"
+#include "metadata.h"
 
 namespace image_io {
 
@@ -26,6 +27,9 @@ struct Codec {
 
     // Returns why this machine cannot encode the format; null when it can.
     const char* (*obstacleToEncoding)() = nullptr;
+
+    // Reads the data that a file holds beside the pixels; may throw std::bad_alloc.
+    void (*readMetadata)(const std::uint8_t* bytes, std::size_t length, Metadata* metadata) = nullptr;
 };
 
 struct Format {
