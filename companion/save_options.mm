@@ -15,7 +15,7 @@
 
 namespace {
 
-// A name that a value can have, and what it stands for.
+// A name that a value can have, and its meaning.
 struct Choice {
     const char* name;
     int value;
@@ -146,7 +146,8 @@ constexpr Option kOptions[] = {
     {"strip",          ReadStrip,        "gps, all or no value"},
     {"format",         ReadFormat,       "the name of a format, such as png"},
     {"color-space",    ReadColorSpace,
-     "input, an RGB space such as sRGB or \"Display P3\", or a file with an RGB profile that colors can be converted to"},
+     "input, an RGB space such as sRGB or \"Display P3\", or a file with an RGB profile that colors can be converted "
+     "to"},
     {"working-space",  ReadWorkingSpace, "linear, none or an RGB profile of curves and a matrix"},
 };
 // clang-format on

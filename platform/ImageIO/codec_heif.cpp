@@ -176,6 +176,9 @@ int EncodePixels(heif_compression_format kind, const Pixels& pixels, const Encod
         colors->matrix_coefficients = heif_matrix_coefficients_RGB_GBR;
         colors->full_range_flag = 1;
         encoding->output_nclx_profile = colors;
+        encoding->save_two_colr_boxes_when_ICC_and_nclx_available = 1;
+        encoding->macOS_compatibility_workaround_no_nclx_profile = 0;
+        heif_image_set_nclx_color_profile(image.get(), colors);
     }
     heif_image_handle* encoded = nullptr;
     heif_error error = heif_context_encode_image(context.get(), image.get(), encoder.get(), encoding, &encoded);

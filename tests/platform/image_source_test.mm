@@ -14,6 +14,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <iterator>
 #include <string>
 
 namespace {
@@ -57,8 +58,10 @@ FileBytes PixelsOf(const HandmadePNG& png) {
     return outcome.pixels;
 }
 
-// Returns a JPEG of 8 x 8 pixels in a color space.
-FileBytes JPEG(J_COLOR_SPACE space, int components, bool isProgressive = false) {
+// Returns a JPEG in a color space of which each number is 100: 8 x 8 pixels, or that many blocks of them side by side
+// with a restart marker behind each.
+FileBytes JPEG(J_COLOR_SPACE space, int components, bool isProgressive = false, unsigned blocks = 1,
+               J_COLOR_SPACE stored = JCS_UNKNOWN) {
     jpeg_compress_struct jpeg = {};
     jpeg_error_mgr errors = {};
     jpeg.err = jpeg_std_error(&errors);
@@ -66,14 +69,17 @@ FileBytes JPEG(J_COLOR_SPACE space, int components, bool isProgressive = false) 
     unsigned char* bytes = nullptr;
     unsigned long length = 0;
     jpeg_mem_dest(&jpeg, &bytes, &length);
-    jpeg.image_width = jpeg.image_height = 8;
+    jpeg.image_width = 8 * blocks;
+    jpeg.image_height = 8;
     jpeg.input_components = components;
     jpeg.in_color_space = space;
     jpeg_set_defaults(&jpeg);
+    if (stored != JCS_UNKNOWN) jpeg_set_colorspace(&jpeg, stored);
     jpeg_set_quality(&jpeg, 100, TRUE);
+    if (blocks > 1) jpeg.restart_interval = 1;
     if (isProgressive) jpeg_simple_progression(&jpeg);
     jpeg_start_compress(&jpeg, TRUE);
-    FileBytes row(static_cast<std::size_t>(8 * components), 100);
+    FileBytes row(8 * blocks * static_cast<std::size_t>(components), 100);
     for (int y = 0; y < 8; ++y) {
         JSAMPROW line = row.data();
         jpeg_write_scanlines(&jpeg, &line, 1);
@@ -164,10 +170,37 @@ TEST(ImageSourceTest, GrayAndColorJPEGAreRead) {
     }
 }
 
-TEST(ImageSourceTest, CMYKIsAnUnknownType) {
-    const Outcome outcome = Decode(JPEG(JCS_CMYK, 4));
-    EXPECT_EQ(outcome.status, kCGImageStatusUnknownType);
-    EXPECT_EQ(outcome.printed, "");
+// The files have an Adobe marker, so 255 is no ink: 100 of 255 of the light passes the color's ink, and of that 100 of
+// 255 pass the black.
+TEST(ImageSourceTest, InksBecomeColors) {
+    for (const J_COLOR_SPACE stored : {JCS_CMYK, JCS_YCCK}) {
+        const Outcome outcome = Decode(JPEG(JCS_CMYK, 4, /*isProgressive=*/false, /*blocks=*/1, stored));
+        ASSERT_EQ(outcome.status, kCGImageStatusComplete);
+        EXPECT_NEAR(outcome.pixels[0], 100 * 100 / 255, 1);
+        EXPECT_EQ(outcome.pixels[1], outcome.pixels[0]);
+        EXPECT_EQ(outcome.pixels[3], 255);
+    }
+}
+
+TEST(ImageSourceTest, InksWithoutAnAdobeMarkerAreNotInverted) {
+    FileBytes file = JPEG(JCS_CMYK, 4);
+    const std::string marker = "Adobe";
+    const auto found = std::search(file.begin(), file.end(), marker.begin(), marker.end());
+    ASSERT_NE(found, file.end());
+    *found = 'B';
+    const Outcome outcome = Decode(file);
+    ASSERT_EQ(outcome.status, kCGImageStatusComplete);
+    EXPECT_NEAR(outcome.pixels[0], 155 * 155 / 255, 1);
+}
+
+TEST(ImageSourceTest, RestartMarkersAreFollowed) {
+    FileBytes file = JPEG(JCS_GRAYSCALE, 1, /*isProgressive=*/false, /*blocks=*/5);
+    const std::uint8_t lastMarker[] = {0xff, 0xd3};
+    EXPECT_NE(std::search(file.begin(), file.end(), std::begin(lastMarker), std::end(lastMarker)), file.end());
+    const Outcome outcome = Decode(file);
+    ASSERT_EQ(outcome.status, kCGImageStatusComplete);
+    EXPECT_EQ(outcome.width, 40u);
+    for (std::size_t i = 0; i < outcome.pixels.size(); i += 4) EXPECT_NEAR(outcome.pixels[i], 100, 1);
 }
 
 TEST(ImageSourceTest, TruncatedFilesHaveAStatusAndNoImage) {

@@ -160,7 +160,8 @@ class FormatsTest(ZevaTest):
         self.apply(self.photo, "out.jpg")
         self.assert_works("apply", SAME, self.photo, "-o", "float.tif", "--depth", "32", "--compression", "balanced")
         self.assertEqual(read_tiff(self.folder / "float.tif")[1][258], (32, 32, 32))
-        self.assertEqual(read_png(self.apply("float.tif", "back.png", "--depth", "16"))[1], [b"\x12\x34\x56\x78\x9a\xbc"])
+        back = read_png(self.apply("float.tif", "back.png", "--depth", "16"))[1]
+        self.assertEqual(back, [b"\x12\x34\x56\x78\x9a\xbc"])
         self.assertEqual(read_tiff(self.apply("float.tif", "again.tif", "--compression", "balanced"))[1][339], (3,) * 3)
 
     def test_jpeg_options_change_the_file(self):
@@ -256,6 +257,42 @@ class FormatsTest(ZevaTest):
             first = path.read_bytes()
             self.assertEqual(self.apply("in.png", f"again.{suffix}").read_bytes(), first)
 
+    def test_heif_and_avif_can_be_without_losses(self):
+        picture = noise("RGB", (64, 48))
+        profile = self.profile("displayP3")
+        for source, save in (("plain.png", {}), ("p3.png", {"icc_profile": profile})):
+            picture.save(self.folder / source, **save)
+            for suffix in ("avif", "heic"):
+                path = self.apply(source, f"out.{suffix}", "--lossless")
+                with Image.open(self.apply(path, "back.png")) as back:
+                    self.assertEqual(back.convert("RGB").tobytes(), picture.tobytes(), (source, suffix))
+                    self.assertEqual(back.info.get("icc_profile"), save.get("icc_profile"))
+
+    def test_interlaced_png_and_wrong_checksums(self):
+        width, height, generator = 13, 11, random.Random(4)
+        pixels = [[generator.randbytes(3) for _ in range(width)] for _ in range(height)]
+        passes = ((0, 0, 8, 8), (4, 0, 8, 8), (0, 4, 4, 8), (2, 0, 4, 4), (0, 2, 2, 4), (1, 0, 2, 2), (0, 1, 1, 2))
+        rows = [
+            b"".join(pixels[y][x] for x in range(left, width, across))
+            for left, top, across, down in passes
+            for y in range(top, height, down)
+            if left < width
+        ]
+        file = png(width, height, 8, 2, rows, interlaced=1)
+        self.photo.write_bytes(file)
+        self.assertEqual(read_png(self.apply(self.photo, "out.png"))[1], [b"".join(row) for row in pixels])
+        at = file.index(b"IDAT") + 10
+        self.photo.write_bytes(file[:at] + bytes([file[at] ^ 1]) + file[at + 1 :])
+        self.assertEqual(self.refusal(self.photo, 1), "the picture is damaged; no image was opened")
+        self.photo.write_bytes(file[:-20])
+        self.assertEqual(self.refusal(self.photo, 1), "the file is truncated; no image was opened")
+
+    def test_transparent_colors_of_png_are_read(self):
+        rows = [bytes([1, 2, 3, 9, 9, 9])]
+        self.photo.write_bytes(png(2, 1, 8, 2, rows, [(b"tRNS", bytes([0, 9, 0, 9, 0, 9]))]))
+        header, written, _ = read_png(self.apply(self.photo, "out.png"))
+        self.assertEqual((header[3], written), (6, [bytes([1, 2, 3, 255, 0, 0, 0, 0])]))
+
     def test_broken_files_are_one_line(self):
         picture = smooth("RGB")
         self.apply_all(picture)
@@ -338,8 +375,10 @@ class FormatsTest(ZevaTest):
             with Image.open(self.apply("plain.png", "out.jpg", "--color-space", space)) as image:
                 self.assertEqual(image.info["icc_profile"], profile)
         (self.folder / "p3.icc").write_bytes(profile)
-        converted = ImageCms.profileToProfile(smooth("RGB"), ImageCms.createProfile("sRGB"), str(self.folder / "p3.icc"),
-                                              renderingIntent=1)
+        target = str(self.folder / "p3.icc")
+        converted = ImageCms.profileToProfile(
+            smooth("RGB"), ImageCms.createProfile("sRGB"), target, renderingIntent=1
+        )
         with Image.open(self.apply("plain.png", "out.png", "--color-space", "p3.icc")) as image:
             pairs = zip(image.convert("RGB").tobytes(), converted.tobytes())
             self.assertLessEqual(max(abs(a - b) for a, b in pairs), 2)
