@@ -83,6 +83,19 @@ void CopyRows(const heif_image* image, int bits, Picture* picture) {
     }
 }
 
+// The decoder of AVIF files where pointers have 32 bits, if libheif has it; null for libheif's choice.
+//
+// Why: the other decoder prints a line about its own limits there each time.
+const char* QuietDecoder() {
+    constexpr const char* kQuiet = "aom";
+    const heif_decoder_descriptor* decoders[8];
+    const int count = sizeof(void*) == 4 ? heif_get_decoder_descriptors(heif_compression_AV1, decoders, 8) : 0;
+    const bool hasQuiet = std::any_of(decoders, decoders + count, [](const heif_decoder_descriptor* decoder) {
+        return std::strcmp(heif_decoder_descriptor_get_id_name(decoder), kQuiet) == 0;
+    });
+    return hasQuiet ? kQuiet : nullptr;
+}
+
 Status DecodeFile(const std::uint8_t* bytes, std::size_t length, Picture* picture) {
     Context context;
     Handle handle;
@@ -96,8 +109,11 @@ Status DecodeFile(const std::uint8_t* bytes, std::size_t length, Picture* pictur
     }
     KeepProfile(handle.get(), picture);
     heif_image* decoded = nullptr;
+    heif_decoding_options* options = heif_decoding_options_alloc();
+    options->decoder_id = QuietDecoder();
     error = heif_decode_image(handle.get(), &decoded, heif_colorspace_RGB,
-                              bits > 8 ? heif_chroma_interleaved_RRGGBBAA_LE : heif_chroma_interleaved_RGBA, nullptr);
+                              bits > 8 ? heif_chroma_interleaved_RRGGBBAA_LE : heif_chroma_interleaved_RGBA, options);
+    heif_decoding_options_free(options);
     const Image image(decoded);
     if (!IsOK(error)) return StatusOf(error, picture);
     const bool hasSize =
