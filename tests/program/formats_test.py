@@ -124,7 +124,7 @@ class FormatsTest(ZevaTest):
                 picture = noise(mode)
                 picture.save(self.folder / source, **save)
                 for suffix, options in LOSSLESS.items():
-                    for compression in ("fast", "balanced", "small"):
+                    for compression in ("fast", "balanced", "small") if source == f"in.{suffix}" else ("fast",):
                         with self.subTest(mode=mode, source=source, target=suffix, compression=compression):
                             path = self.apply(source, f"out.{suffix}", *options, "--compression", compression)
                             with Image.open(path) as written:
@@ -236,9 +236,7 @@ class FormatsTest(ZevaTest):
         for mode in ("1", "L", "P", "RGB", "RGBA", "CMYK", "YCbCr"):
             picture = noise("RGB", (40, 33)) if mode != "RGBA" else noise("RGBA", (40, 33))
             picture = picture.convert(mode)
-            for compression in (None, "tiff_lzw", "tiff_adobe_deflate", "packbits"):
-                if mode == "YCbCr" and compression is not None:
-                    continue
+            for compression in (None, "tiff_lzw", "tiff_adobe_deflate", "packbits") if mode == "RGB" else (None,):
                 with self.subTest(mode=mode, compression=compression):
                     picture.save(self.folder / "in.tif", compression=compression)
                     with Image.open(self.apply("in.tif", "out.png")) as ours:
