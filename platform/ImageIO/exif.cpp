@@ -89,16 +89,22 @@ class Block {
         Set(entry + 8, isShort ? 2 : 4, static_cast<std::uint32_t>(number));
     }
 
-    // Clears a table and the values of its entries.
-    void ClearTable(std::size_t table) {
-        if (!HoldsTable(table)) return;
+    // Clears a table and the values of its entries. Returns false when together they are longer than the block: then
+    // some overlap, and clearing a long block once for each entry would take forever.
+    [[nodiscard]] bool ClearTable(std::size_t table) {
+        if (!HoldsTable(table)) return true;
         const std::size_t count = Get(table, 2);
+        std::uint64_t cleared = 0;
         for (std::size_t i = 0; i < count; ++i) {
             const std::size_t entry = table + 2 + i * kEntrySize, type = Get(entry + 2, 2);
-            const std::size_t size = type < std::size(kTypeSizes) ? kTypeSizes[type] * Get(entry + 4, 4) : 0;
-            if (size > 4) Clear(Get(entry + 8, 4), size);
+            const std::uint64_t values = Get(entry + 4, 4);
+            const std::uint64_t size = type < std::size(kTypeSizes) ? kTypeSizes[type] * values : 0;
+            cleared += size;
+            if (cleared > Size()) return false;
+            if (size > 4) Clear(Get(entry + 8, 4), static_cast<std::size_t>(size));
         }
         Clear(table, 2 + count * kEntrySize + 4);
+        return true;
     }
 
     // Removes an entry: those behind it move up, and so does the place of the next table.
@@ -116,18 +122,19 @@ class Block {
     bool isLittleEndian_;
 };
 
-// Clears the thumbnail and its table, and cuts the block where they were its end.
-void DropThumbnail(Block& block, std::size_t first, Bytes* exif) {
+// Clears the thumbnail and its table, and cuts the block where they were its end. Returns false for a broken table.
+[[nodiscard]] bool DropThumbnail(Block& block, std::size_t first, Bytes* exif) {
     const std::size_t link = first + 2 + block.Get(first, 2) * kEntrySize;
     const std::size_t table = block.Get(link, 4);
     block.Set(link, 4, 0);
-    if (!block.HoldsTable(table)) return;
+    if (!block.HoldsTable(table)) return true;
     const std::size_t start = block.TableOf(block.Find(table, kThumbnail));
     const std::size_t length = block.TableOf(block.Find(table, kThumbnailLength));
-    block.ClearTable(table);
-    if (start <= table || length > block.Size()) return;
+    if (!block.ClearTable(table)) return false;
+    if (start <= table || length > block.Size()) return true;
     block.Clear(start, length);
-    if (start + length >= exif->size()) exif->resize(start);
+    if (start + length >= exif->size()) exif->resize(std::min(start, exif->size()));
+    return true;
 }
 
 }  // namespace
@@ -147,7 +154,7 @@ bool AdaptExif(Bytes* exif, const Adaption& adaption) {
     Block block(*exif);
     const std::size_t first = block.HasHeader() ? block.Get(4, 4) : 0;
     if (!block.HoldsTable(first)) return false;
-    DropThumbnail(block, first, exif);
+    if (!DropThumbnail(block, first, exif)) return false;
     block.SetNumber(block.Find(first, kOrientation), 1);
     block.SetNumber(block.Find(first, kImageWidth), adaption.width);
     block.SetNumber(block.Find(first, kImageLength), adaption.height);
@@ -156,7 +163,7 @@ bool AdaptExif(Bytes* exif, const Adaption& adaption) {
     block.SetNumber(block.Find(details, kPixelHeight), adaption.height);
     if (!adaption.dropsLocation) return true;
     const std::size_t entry = block.Find(first, kLocationTable);
-    block.ClearTable(block.TableOf(entry));
+    if (!block.ClearTable(block.TableOf(entry))) return false;
     block.Remove(first, entry);
     // A second entry, or a table that is not where it should be, may still hold the location.
     return block.Find(first, kLocationTable) == 0;

@@ -146,28 +146,27 @@ bool FindName(std::string_view text, std::string_view wanted, std::size_t* begin
 // Removes every property with a name: name="value", <name>...</name> and <name/>. Returns false where the text has the
 // name in another form.
 bool RemoveProperties(std::string_view name, std::string* text) {
-    std::size_t begin = 0, end = 0;
+    std::string kept;
+    std::size_t from = 0, begin = 0, end = 0;
     while (FindName(*text, name, &begin, &end)) {
-        const std::string full = text->substr(begin, end - begin);
-        if (begin > 0 && (*text)[begin - 1] == '<') {
-            const std::size_t close = text->find('>', end);
-            if (close == std::string::npos) return false;
-            std::size_t after = close + 1;
-            if ((*text)[close - 1] != '/') {
-                const std::string tail = "</" + full + ">";
-                const std::size_t found = text->find(tail, close);
-                if (found == std::string::npos) return false;
-                after = found + tail.size();
-            }
-            text->erase(begin - 1, after - begin + 1);
-        } else {
-            const std::size_t quote = text->find_first_not_of(" \t\r\n=", end);
-            if (quote == std::string::npos || ((*text)[quote] != '"' && (*text)[quote] != '\'')) return false;
-            const std::size_t close = text->find((*text)[quote], quote + 1);
-            if (close == std::string::npos) return false;
-            text->erase(begin, close + 1 - begin);
+        const bool isElement = begin > 0 && (*text)[begin - 1] == '<';
+        const std::string tail = "</" + text->substr(begin, end - begin) + ">";
+        const std::size_t open = isElement ? end : text->find_first_not_of(" \t\r\n=", end);
+        if (open == std::string::npos) return false;
+        const char quote = (*text)[open];
+        if (!isElement && quote != '"' && quote != '\'') return false;
+        const std::size_t close = isElement ? text->find('>', open) : text->find(quote, open + 1);
+        if (close == std::string::npos) return false;
+        kept.append(*text, from, begin - (isElement ? 1 : 0) - from);
+        from = close + 1;
+        if (isElement && (*text)[close - 1] != '/') {
+            const std::size_t last = text->find(tail, close);
+            if (last == std::string::npos) return false;
+            from = last + tail.size();
         }
+        begin = from;
     }
+    *text = kept.append(*text, from, std::string::npos);
     return true;
 }
 

@@ -160,6 +160,15 @@ class MetadataTest(ZevaTest):
         for text in (b"Camera of", b"xmpmeta", b"53,33"):
             self.assertNotIn(text, file)
 
+    def test_tables_that_overlap_are_dropped(self):
+        whole = exif("<")
+        location = whole[260:]
+        entry = struct.pack("<HHII", 2, 5, 2000, 8)  # longer than the block
+        broken = whole[:260] + location[:14] + entry + location[26:]
+        self.source.write_bytes(self.source.read_bytes().replace(whole, broken))
+        self.assertNotIn(b"Camera of a test", self.apply("out.jpg", "--strip=gps").read_bytes())
+        self.assertIn(b"Camera of a test", self.apply("out.jpg").read_bytes())
+
     def test_all_orientations_make_the_picture_upright(self):
         colors = Image.new("RGB", (32, 16), (255, 0, 0))
         colors.paste((0, 0, 255), (16, 0, 32, 16))
