@@ -29,6 +29,9 @@ if(TARGET zeva_exception_frames)
     list(APPEND libraries zeva_exception_frames zeva_macos_platform)
 endif()
 # The three folders are beside each other. The system's folders are searched in any case.
+# The codecs of the formats whose libraries were there when the program was built.
+get_property(codecs GLOBAL PROPERTY ZEVA_IMAGE_CODECS)
+list(APPEND libraries ${codecs})
 set_target_properties(zeva zeva_filters zeva_companion zeva_host_library ${libraries} PROPERTIES
     INSTALL_RPATH "$ORIGIN/../lib")
 install(TARGETS zeva RUNTIME DESTINATION ${private}/bin)
@@ -111,8 +114,24 @@ set(ZEVA_LOADED_LIBRARIES
     "libtbb.so.12           libtbb12 (>= 2021.8)"
     "libtbbmalloc.so.2      libtbbmalloc2 (>= 2021.8)"
     "libhwy.so.1            libhwy1 (>= 1.0.3)")
+# The same for the codecs, which are loaded only for a file that needs them. The package recommends these.
+set(ZEVA_CODEC_LIBRARIES
+    "webp    libwebp.so.7       libwebp7 (>= 1.2.4)"
+    "webp    libwebpmux.so.3    libwebpmux3 (>= 1.2.4)"
+    "webp    libwebpdemux.so.2  libwebpdemux2 (>= 1.2.4)"
+    "tiff    libtiff.so.6       libtiff6 (>= 4.5.0)"
+    "heif    libheif.so.1       libheif1 (>= 1.15)")
 set(loaded "")
 set(dependencies "")
+set(recommended "")
+foreach(row IN LISTS ZEVA_CODEC_LIBRARIES)
+    string(REGEX MATCH "^([^ ]+) +([^ ]+) +(.+)$" row "${row}")
+    if(TARGET zeva_codec_${CMAKE_MATCH_1})
+        string(APPEND loaded "${CMAKE_MATCH_2}\n")
+        list(APPEND recommended "${CMAKE_MATCH_3}")
+    endif()
+endforeach()
+list(JOIN recommended ", " recommended)
 foreach(row IN LISTS ZEVA_LOADED_LIBRARIES)
     string(REGEX MATCH "^([^ ]+) +(.+)$" row "${row}")
     string(APPEND loaded "${CMAKE_MATCH_1}\n")
@@ -135,6 +154,7 @@ set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_ALL zeva python)
 set(CPACK_DEBIAN_ZEVA_PACKAGE_NAME zeva)
 set(CPACK_DEBIAN_ZEVA_PACKAGE_DEPENDS "${dependencies}")
+set(CPACK_DEBIAN_ZEVA_PACKAGE_RECOMMENDS "${recommended}")
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
     set(CPACK_DEBIAN_ZEVA_PACKAGE_ARCHITECTURE i386)
 else()

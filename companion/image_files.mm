@@ -202,7 +202,7 @@ NSString* ObstacleToFormat(const char* path, const char* name, CGImageFormat* fo
     NSString* obstacle = TakeText(CGImageFormatCopyObstacleToWriting(format->type));
     if (obstacle == nil) return nil;
     return
-        [NSString stringWithFormat:@"%@, this machine can write %@", obstacle, TakeText(CGImageFormatCopyWritable())];
+        [NSString stringWithFormat:@"%@; this machine can write %@", obstacle, TakeText(CGImageFormatCopyWritable())];
 }
 
 NSString* ObstacleToSize(const CGImageFormat& format, CGSize size) {

@@ -162,6 +162,15 @@ std::size_t DepthWithin(const CGImageFormat& format, std::size_t depth) {
     return depth;
 }
 
+// Adds the data about a picture to the properties of a file.
+void AddMetadata(NSDictionary* source, bool dropsLocation, NSMutableDictionary* properties) {
+    for (CFStringRef key : {kCGImagePropertyExifBlock, kCGImagePropertyXMPBlock, kCGImagePropertyIPTCBlock}) {
+        id block = [source objectForKey:(id)key];
+        if (block != nil) [properties setObject:block forKey:(id)key];
+    }
+    [properties setObject:[NSNumber numberWithBool:dropsLocation] forKey:(id)kCGImageDestinationDropsLocation];
+}
+
 ZEVAmemoryBlockStruct* Encoded(ZEVAobjectStruct* self, const char* formatName, NSNumber* quality, NSString* member) {
     CIImage* image = WrappedIn(self);
     CGImageRef bitmap = nullptr;
@@ -292,6 +301,9 @@ void SaveImageLike(ZEVAobjectStruct* self, ZEVAstringStruct* path, ZEVAobjectStr
     }
     if (wanted.workingSpace != nil) {
         rendering.options = [NSDictionary dictionaryWithObject:wanted.workingSpace forKey:kCIContextWorkingColorSpace];
+    }
+    if (opened != nullptr && wanted.strip != Strip::kAll) {
+        AddMetadata(opened->properties, wanted.strip == Strip::kLocation, wanted.properties);
     }
     int errorNumber = 0;
     NSString* reason = Write(WrappedIn(self), request.path, request.format, rendering, wanted.properties, &errorNumber);

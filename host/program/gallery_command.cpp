@@ -38,7 +38,7 @@ Command GalleryCommand() {
         .help = "Writes pages that show every filter on photos.",
         .arguments =
             {
-                {"PHOTO", &request->photos, "PNG or JPEG; scaled down to at most 800 pixels", /*isRequired=*/true},
+                {"PHOTO", &request->photos, "photo; scaled down to at most 800 pixels", /*isRequired=*/true},
                 {"-o,--output", &request->folder, "folder for the pages; index.html is the first", /*isRequired=*/true},
             },
         .run = [request](const ProgramOptions& options) { return Run(options, *request); },

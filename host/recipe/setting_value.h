@@ -7,7 +7,7 @@
 //   CIVectorQOR            1,2,3
 //   CIColorQOR             orange  #rgb  #rgba  #rrggbb  #rrggbbaa  r,g,b  r,g,b,a      components 0...1, not
 //                          premultiplied, in sRGB; names as in CSS
-//   CIImageQOR             path of a PNG or JPEG file
+//   CIImageQOR             path of a picture
 //   NSAffineTransformQOR   a,b,c,d,tx,ty  or steps that are applied in order, in degrees and pixels:
 //                          "rotate:30 scale:1.2 translate:10,0"
 //   CGColorSpaceQOR        name of a color space

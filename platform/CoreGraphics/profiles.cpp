@@ -7,12 +7,21 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 
 namespace core_graphics {
 namespace {
 
 // Saves a profile to memory and closes it. Returns null bytes for null, or when memory is short.
+// Sets the date in the header of a profile: six numbers of two bytes, from the year to the second. The library writes
+// the current time, which would make two files of the same picture differ.
+void SetDate(void* profile) {
+    constexpr std::size_t kDate = 24;
+    constexpr unsigned char kFixed[] = {2000 >> 8, 2000 & 255, 0, 1, 0, 1, 0, 0, 0, 0, 0, 0};
+    std::memcpy(static_cast<unsigned char*>(profile) + kDate, kFixed, sizeof kFixed);
+}
+
 ProfileBytes SaveAndClose(cmsHPROFILE profile) {
     ProfileBytes saved;
     cmsUInt32Number length = 0;
@@ -23,6 +32,8 @@ ProfileBytes SaveAndClose(cmsHPROFILE profile) {
         if (saved.bytes == nullptr || !cmsSaveProfileToMem(profile, saved.bytes, &length)) {
             std::free(saved.bytes);
             saved = {};
+        } else {
+            SetDate(saved.bytes);
         }
     }
     cmsCloseProfile(profile);

@@ -30,6 +30,9 @@ CG_EXTERN const CFStringRef kCGImageDestinationSubsampling;
 CG_EXTERN const CFStringRef kCGImageDestinationLossless;
 CG_EXTERN const CFStringRef kCGImagePropertyJFIFIsProgressive;
 
+// Image property: whether the location is dropped from the data about the picture, an NSNumber.
+CG_EXTERN const CFStringRef kCGImageDestinationDropsLocation;
+
 // Returns a destination for a file of a type, such as "public.png" (CGImageFormat.h). Null for a type that cannot be
 // written, a null URL, or a count other than 1. Ignores options.
 //
@@ -43,6 +46,9 @@ CG_EXTERN CGImageDestinationRef CGImageDestinationCreateWithData(CFMutableDataRe
                                                                  CFDictionaryRef options);
 
 // Sets the image to write. Ignores null and any image after the first.
+//
+// The data about the picture (CGImageSource.h) is adapted: the orientation is reset, the dimensions become those of the
+// image, and thumbnails are dropped. A format drops what it has no place for.
 //
 // The bits per component of the image must be those of files of the type (CGImageFormat.h).
 CG_EXTERN void CGImageDestinationAddImage(CGImageDestinationRef destination, CGImageRef image,

@@ -5,6 +5,7 @@
 
 #import <Foundation/Foundation.h>
 #include <ImageIO/CGImageDestination.h>
+#include <ImageIO/CGImageSource.h>
 
 #include <cerrno>
 #include <climits>
@@ -17,11 +18,13 @@
 #include "encode.h"
 #include "files.h"
 #include "formats.h"
+#include "metadata.h"
 
 const CFStringRef kCGImageDestinationLossyCompressionQuality = CFSTR("kCGImageDestinationLossyCompressionQuality");
 const CFStringRef kCGImageDestinationCompression = CFSTR("Compression");
 const CFStringRef kCGImageDestinationSubsampling = CFSTR("Subsampling");
 const CFStringRef kCGImageDestinationLossless = CFSTR("Lossless");
+const CFStringRef kCGImageDestinationDropsLocation = CFSTR("DropsLocation");
 const CFStringRef kCGImagePropertyJFIFIsProgressive = CFSTR("IsProgressive");
 
 // A destination as an object. Either _url or _data is set.
@@ -109,10 +112,27 @@ image_io::EncodeOptions OptionsIn(NSDictionary* properties) {
     return options;
 }
 
+void ReadBlock(NSDictionary* properties, CFStringRef key, image_io::Bytes* to) {
+    NSData* data = [properties objectForKey:(id)key];
+    const auto* bytes = static_cast<const std::uint8_t*>([data bytes]);
+    to->assign(bytes, bytes + [data length]);
+}
+
+// Encodes pixels with the data about the picture that the properties hold. Returns the error number, 0 for none.
 int Encode(CGImageDestinationObject* destination, const image_io::Pixels& pixels, image_io::EncodedFile* file) {
+    NSDictionary* properties = destination->_properties;
+    image_io::Metadata metadata;
+    ReadBlock(properties, kCGImagePropertyExifBlock, &metadata.exif);
+    ReadBlock(properties, kCGImagePropertyXMPBlock, &metadata.xmp);
+    ReadBlock(properties, kCGImagePropertyIPTCBlock, &metadata.iptc);
+    const bool dropsLocation = [[properties objectForKey:(id)kCGImageDestinationDropsLocation] boolValue];
+    image_io::Adapt(&metadata, {pixels.width, pixels.height, dropsLocation});
+    image_io::EncodeOptions options = OptionsIn(properties);
+    options.exif = {metadata.exif.data(), metadata.exif.size()};
+    options.xmp = {metadata.xmp.data(), metadata.xmp.size()};
+    options.iptc = {metadata.iptc.data(), metadata.iptc.size()};
     std::string reason;
-    const image_io::Codec* codec = image_io::CodecOf(*destination->_format, &reason);
-    return codec->encode(pixels, OptionsIn(destination->_properties), file);
+    return image_io::CodecOf(*destination->_format, &reason)->encode(pixels, options, file);
 }
 
 // Encodes pixels and delivers the file in one piece.

@@ -52,6 +52,12 @@ CG_EXTERN const CFStringRef kCGImagePropertyHasRowsInOrder;
 // Image property: the bits of each component of the image, an NSNumber.
 CG_EXTERN const CFStringRef kCGImagePropertyDepth;
 
+// Image properties: the data about the picture as the file holds it, NSData: Exif from its TIFF header on, the XMP
+// packet, and the data sets of IPTC. A destination takes them too, and adapts them to its image.
+CG_EXTERN const CFStringRef kCGImagePropertyExifBlock;
+CG_EXTERN const CFStringRef kCGImagePropertyXMPBlock;
+CG_EXTERN const CFStringRef kCGImagePropertyIPTCBlock;
+
 // Image property: why the image cannot be read, an NSString, where more is known than the status says.
 CG_EXTERN const CFStringRef kCGImagePropertyFailure;
 

@@ -12,7 +12,7 @@
 
 #include "decode.h"
 #include "files.h"
-#include "orientation.h"
+#include "metadata.h"
 #include "row_decoder.h"
 
 const CFStringRef kCGImagePropertyOrientation = CFSTR("Orientation");
@@ -20,6 +20,9 @@ const CFStringRef kCGImagePropertyPixelWidth = CFSTR("PixelWidth");
 const CFStringRef kCGImagePropertyPixelHeight = CFSTR("PixelHeight");
 const CFStringRef kCGImagePropertyHasRowsInOrder = CFSTR("HasRowsInOrder");
 const CFStringRef kCGImagePropertyDepth = CFSTR("Depth");
+const CFStringRef kCGImagePropertyExifBlock = CFSTR("ExifBlock");
+const CFStringRef kCGImagePropertyXMPBlock = CFSTR("XMPBlock");
+const CFStringRef kCGImagePropertyIPTCBlock = CFSTR("IPTCBlock");
 const CFStringRef kCGImagePropertyFailure = CFSTR("Failure");
 
 const CFStringRef kCGImageSourceShouldCache = CFSTR("kCGImageSourceShouldCache");
@@ -175,6 +178,19 @@ CGImageSourceObject* Decoded(CGImageSourceRef source) {
     return object;
 }
 
+void AddBlock(CFStringRef key, const image_io::Bytes& block, NSMutableDictionary* properties) {
+    if (!block.empty()) [properties setObject:[NSData dataWithBytes:block.data() length:block.size()] forKey:(id)key];
+}
+
+// Adds the data that a file holds beside the pixels. Returns the orientation, 1 to 8, or 0.
+int AddMetadata(const std::uint8_t* bytes, std::size_t length, NSMutableDictionary* properties) {
+    const image_io::Metadata metadata = image_io::MetadataOf(bytes, length);
+    AddBlock(kCGImagePropertyExifBlock, metadata.exif, properties);
+    AddBlock(kCGImagePropertyXMPBlock, metadata.xmp, properties);
+    AddBlock(kCGImagePropertyIPTCBlock, metadata.iptc, properties);
+    return image_io::OrientationIn(metadata);
+}
+
 }  // namespace
 
 CGImageSourceRef CGImageSourceCreateWithURL(CFURLRef url, CFDictionaryRef options) {
@@ -226,8 +242,8 @@ CFDictionaryRef CGImageSourceCopyPropertiesAtIndex(CGImageSourceRef source, size
     if (source == nullptr || index != 0) return nullptr;
     CGImageSourceObject* object = (CGImageSourceObject*)source;
     NSData* data = object->_data;
-    const int orientation = image_io::OrientationOf(static_cast<const std::uint8_t*>([data bytes]), [data length]);
     NSMutableDictionary* properties = [[NSMutableDictionary alloc] init];
+    const int orientation = AddMetadata(static_cast<const std::uint8_t*>([data bytes]), [data length], properties);
     if (orientation != 0) {
         [properties setObject:[NSNumber numberWithInt:orientation] forKey:(id)kCGImagePropertyOrientation];
     }

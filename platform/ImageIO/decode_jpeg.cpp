@@ -1,6 +1,4 @@
-// decode_jpeg.cpp - decodes gray and color JPEG files, sequential and progressive.
-//
-// CMYK is refused: without a conversion by its profile the look of the inks is unknown.
+// decode_jpeg.cpp - decodes JPEG files, sequential and progressive: gray, in colors, and in inks, which become colors.
 
 // jpeglib.h requires this header before it.
 #include <cstdio>
@@ -14,6 +12,7 @@
 #include <memory>
 #include <new>
 
+#include "cmyk.h"
 #include "decode.h"
 #include "row_decoder.h"
 
@@ -65,14 +64,17 @@ void KeepProfile(jpeg_decompress_struct* jpeg, Picture* picture) {
     picture->profileLength = length;
 }
 
+bool HasInks(const jpeg_decompress_struct& jpeg) {
+    return jpeg.jpeg_color_space == JCS_CMYK || jpeg.jpeg_color_space == JCS_YCCK;
+}
+
 // Reads the picture. Errors leave this function by longjmp.
 Status ReadPicture(jpeg_decompress_struct* jpeg, Picture* picture) {
     jpeg_save_markers(jpeg, kProfileMarker, kMaxMarkerLength);
     jpeg_read_header(jpeg, TRUE);
     KeepProfile(jpeg, picture);
     picture->isGray = jpeg->jpeg_color_space == JCS_GRAYSCALE;
-    if (jpeg->jpeg_color_space == JCS_CMYK || jpeg->jpeg_color_space == JCS_YCCK) return Status::kUnknownType;
-    jpeg->out_color_space = JCS_EXT_RGBA;
+    jpeg->out_color_space = HasInks(*jpeg) ? JCS_CMYK : JCS_EXT_RGBA;
     // Checked before jpeg_start_decompress, which allocates memory for the whole of a progressive picture.
     if (!Allocate(jpeg->image_width, jpeg->image_height, picture)) return Status::kInvalidData;
     jpeg_start_decompress(jpeg);
@@ -173,6 +175,8 @@ Status DecodeJPEG(const std::uint8_t* bytes, std::size_t length, Picture* pictur
     errors.base.output_message = Ignore;
     errors.progress.progress_monitor = LimitScans;
     const Status status = ReadGuarded(&jpeg, &errors, bytes, length, picture);
+    // Files with an Adobe marker store inks inverted.
+    if (status == Status::kComplete && HasInks(jpeg)) ConvertInks(picture, jpeg.saw_Adobe_marker != 0);
     jpeg_destroy_decompress(&jpeg);
     return status;
 }

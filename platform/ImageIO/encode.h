@@ -62,6 +62,12 @@ enum class Compression { kFast, kBalanced, kSmall };
 // for each 2 x 2 pixels.
 enum class Subsampling { k444, k422, k420 };
 
+// Bytes that are borrowed.
+struct Block {
+    const void* bytes = nullptr;
+    std::size_t length = 0;
+};
+
 // How to write a file. A format takes from it what it knows.
 struct EncodeOptions {
     double quality = 0.9;  // of a format with losses, 0 (smallest file) to 1 (best quality)
@@ -69,6 +75,7 @@ struct EncodeOptions {
     Subsampling subsampling = Subsampling::k420;
     bool isLossless = false;
     bool isProgressive = false;
+    Block exif, xmp, iptc;  // the data about the picture (metadata.h)
 };
 
 // The channels that a picture uses.
@@ -131,7 +138,7 @@ struct EncodedFile {
 [[nodiscard]] int EncodeByRows(const Pixels& pixels, EncodedFile* file,
                                const std::function<int(Channels* channels, bool* isComplete)>& attempt);
 
-// Converts a row of integers to straight alpha, in the depth of the pixels, and keeps the given channels.
+// Keeps the given channels of a row, in the depth of the pixels. Integers get straight alpha; floats stay as they are.
 void PackRow(const Pixels& pixels, Channels channels, std::size_t row, void* to);
 
 // Blends a row of bytes onto white: three bytes per pixel.

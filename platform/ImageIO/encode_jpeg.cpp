@@ -12,8 +12,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <new>
 
 #include "encode.h"
+#include "metadata.h"
 
 namespace image_io {
 namespace {
@@ -67,8 +69,17 @@ void PassRest(j_compress_ptr jpeg) {
     PassOn(jpeg, sizeof manager->piece - manager->base.free_in_buffer);
 }
 
-// Writes the picture, catches the jump, and returns whether it was written completely. No object here has a destructor
-// that the jump could skip.
+// Writes a marker with a name, unless its content is empty or too long for one marker.
+void WriteMarker(jpeg_compress_struct* jpeg, int marker, const char* name, std::size_t nameLength,
+                 const Block& content) {
+    constexpr std::size_t kLongest = 65533;
+    if (content.length == 0 || nameLength + content.length > kLongest) return;
+    jpeg_write_m_header(jpeg, marker, static_cast<unsigned>(nameLength + content.length));
+    for (std::size_t i = 0; i < nameLength; ++i) jpeg_write_m_byte(jpeg, name[i]);
+    const auto* bytes = static_cast<const std::uint8_t*>(content.bytes);
+    for (std::size_t i = 0; i < content.length; ++i) jpeg_write_m_byte(jpeg, bytes[i]);
+}
+
 // A picture, how it is written, and the error of its source. The first rows are read.
 struct Work {
     const Pixels& pixels;
@@ -106,6 +117,9 @@ bool WriteGuarded(jpeg_compress_struct* jpeg, ErrorManager* errors, Work& work, 
     }
     if (options.isProgressive) jpeg_simple_progression(jpeg);
     jpeg_start_compress(jpeg, TRUE);
+    WriteMarker(jpeg, JPEG_APP0 + 1, "Exif\0", 6, options.exif);
+    WriteMarker(jpeg, JPEG_APP0 + 1, "http://ns.adobe.com/xap/1.0/", 29, options.xmp);
+    WriteMarker(jpeg, JPEG_APP0 + 13, "Photoshop 3.0", 14, options.iptc);
     if (pixels.profile != nullptr) {
         jpeg_write_icc_profile(jpeg, static_cast<const JOCTET*>(pixels.profile),
                                static_cast<unsigned int>(pixels.profileLength));
@@ -121,6 +135,16 @@ bool WriteGuarded(jpeg_compress_struct* jpeg, ErrorManager* errors, Work& work, 
     }
     jpeg_finish_compress(jpeg);
     return true;
+}
+
+// IPTC as a resource of a program for photos, which is where a JPEG has it: type, number, empty name, length, content.
+Bytes ResourceOf(const Block& iptc) {
+    Bytes resource = {'8', 'B', 'I', 'M', 4, 4, 0, 0};
+    for (const int shift : {24, 16, 8, 0}) resource.push_back(static_cast<std::uint8_t>(iptc.length >> shift));
+    const auto* bytes = static_cast<const std::uint8_t*>(iptc.bytes);
+    resource.insert(resource.end(), bytes, bytes + iptc.length);
+    if (iptc.length % 2 != 0) resource.push_back(0);
+    return resource;
 }
 
 // Begins a file, and writes the picture.
@@ -159,8 +183,18 @@ int WriteInChannels(const Pixels& pixels, const EncodeOptions& options, Channels
 
 int EncodeJPEG(const Pixels& pixels, const EncodeOptions& options, EncodedFile* file) {
     if (pixels.width > JPEG_MAX_DIMENSION || pixels.height > JPEG_MAX_DIMENSION) return EFBIG;
+    Bytes resource;
+    EncodeOptions wrapped = options;
+    if (options.iptc.length != 0) {
+        try {
+            resource = ResourceOf(options.iptc);
+        } catch (const std::bad_alloc&) {
+            return ENOMEM;
+        }
+        wrapped.iptc = {resource.data(), resource.size()};
+    }
     return EncodeByRows(pixels, file, [&](Channels* channels, bool* isComplete) {
-        return WriteInChannels(pixels, options, channels, file, isComplete);
+        return WriteInChannels(pixels, wrapped, channels, file, isComplete);
     });
 }
 

@@ -19,6 +19,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "encode.h"
@@ -230,8 +232,53 @@ std::vector<Strip> MakeStrips(const Work& work, const PixelRows& rows, uLong* ch
     return strips;
 }
 
+// A chunk with data about the picture.
+struct Chunk {
+    char name[5];
+    std::vector<std::uint8_t> content;
+};
+
+void Append(std::string_view text, std::vector<std::uint8_t>& to) { to.insert(to.end(), text.begin(), text.end()); }
+
+// The chunks of the data about the picture. IPTC has no chunk of its own; several programs read it as hexadecimal
+// digits in a compressed text, behind its name and its length.
+std::vector<Chunk> ChunksOf(const EncodeOptions& options) {
+    using std::literals::operator""sv;
+    std::vector<Chunk> chunks;
+    const auto text = [](const Block& block) {
+        return std::string_view(static_cast<const char*>(block.bytes), block.length);
+    };
+    if (options.exif.length != 0) Append(text(options.exif), chunks.emplace_back(Chunk{"eXIf", {}}).content);
+    if (options.xmp.length != 0) {
+        Chunk& chunk = chunks.emplace_back(Chunk{"iTXt", {}});
+        Append("XML:com.adobe.xmp\0\0\0\0\0"sv, chunk.content);
+        Append(text(options.xmp), chunk.content);
+    }
+    if (options.iptc.length == 0) return chunks;
+    std::string digits = "\niptc\n" + std::to_string(options.iptc.length);
+    for (std::size_t i = 0; i < options.iptc.length; ++i) {
+        constexpr std::size_t kBytesPerLine = 36;
+        constexpr const char* kDigits = "0123456789abcdef";
+        if (i % kBytesPerLine == 0) digits += '\n';
+        const auto byte = static_cast<std::uint8_t>(text(options.iptc)[i]);
+        digits += kDigits[byte >> 4];
+        digits += kDigits[byte & 15];
+    }
+    digits += '\n';
+    uLongf length = compressBound(static_cast<uLong>(digits.size()));
+    std::vector<std::uint8_t> compressed(length);
+    compress(compressed.data(), &length, reinterpret_cast<const Bytef*>(digits.data()),
+             static_cast<uLong>(digits.size()));
+    compressed.resize(length);
+    Chunk& chunk = chunks.emplace_back(Chunk{"zTXt", {}});
+    Append("Raw profile type iptc\0\0"sv, chunk.content);
+    chunk.content.insert(chunk.content.end(), compressed.begin(), compressed.end());
+    return chunks;
+}
+
 // The chunks before the data. Leaves by the jump when that fails.
-void WriteHeader(png_structp png, png_infop info, const Pixels& pixels, int colorType) {
+void WriteHeader(png_structp png, png_infop info, const Pixels& pixels, int colorType,
+                 const std::vector<Chunk>& chunks) {
     png_set_IHDR(png, info, static_cast<png_uint_32>(pixels.width), static_cast<png_uint_32>(pixels.height),
                  static_cast<int>(pixels.depth), colorType, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
                  PNG_FILTER_TYPE_DEFAULT);
@@ -242,14 +289,17 @@ void WriteHeader(png_structp png, png_infop info, const Pixels& pixels, int colo
                      static_cast<png_uint_32>(pixels.profileLength));
     }
     png_write_info(png, info);
+    for (const Chunk& chunk : chunks) {
+        png_write_chunk(png, reinterpret_cast<png_const_bytep>(chunk.name), chunk.content.data(), chunk.content.size());
+    }
 }
 
 // Writes the first part of the file or another one, catches the jump, and returns whether it was written completely. No
 // object here has a destructor that the jump could skip.
-bool WriteGuarded(png_structp png, png_infop info, const Pixels& pixels, int colorType, bool isFirst, bool isLast,
-                  const Strip* strips, std::size_t count) {
+bool WriteGuarded(png_structp png, png_infop info, const Pixels& pixels, int colorType,
+                  const std::vector<Chunk>& chunks, bool isFirst, bool isLast, const Strip* strips, std::size_t count) {
     if (setjmp(png_jmpbuf(png)) != 0) return false;
-    if (isFirst) WriteHeader(png, info, pixels, colorType);
+    if (isFirst) WriteHeader(png, info, pixels, colorType, chunks);
     constexpr png_byte kData[] = "IDAT", kEnd[] = "IEND";
     for (std::size_t i = 0; i < count; ++i) png_write_chunk(png, kData, strips[i].bytes.data(), strips[i].bytes.size());
     if (isLast) png_write_chunk(png, kEnd, nullptr, 0);
@@ -257,8 +307,8 @@ bool WriteGuarded(png_structp png, png_infop info, const Pixels& pixels, int col
 }
 
 // Writes the picture as EncodeByRows requests. Throws std::bad_alloc.
-int WriteInChannels(png_structp png, png_infop info, const Pixels& pixels, const Method& method, const Writer& writer,
-                    Channels* channels, bool* isComplete) {
+int WriteInChannels(png_structp png, png_infop info, const Pixels& pixels, const Method& method,
+                    const std::vector<Chunk>& chunks, const Writer& writer, Channels* channels, bool* isComplete) {
     PixelRows rows(pixels);
     uLong checkSum = adler32(0, nullptr, 0);
     while (rows.End() < pixels.height) {
@@ -268,8 +318,8 @@ int WriteInChannels(png_structp png, png_infop info, const Pixels& pixels, const
         const Work work = {rows.Current(), *channels, method};
         rows.Shorten(work.RowsOfStrip());
         const std::vector<Strip> strips = MakeStrips(work, rows, &checkSum);
-        if (!WriteGuarded(png, info, pixels, ColorType(*channels), rows.Begin() == 0, rows.End() == pixels.height,
-                          strips.data(), strips.size())) {
+        if (!WriteGuarded(png, info, pixels, ColorType(*channels), chunks, rows.Begin() == 0,
+                          rows.End() == pixels.height, strips.data(), strips.size())) {
             return writer.error != 0 ? writer.error : ENOMEM;
         }
     }
@@ -289,7 +339,7 @@ int WriteFileInChannels(const Pixels& pixels, const EncodeOptions& options, Chan
         png_set_user_limits(png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
         try {
             const Method& method = kMethods[static_cast<int>(options.compression)];
-            error = WriteInChannels(png, info, pixels, method, writer, channels, isComplete);
+            error = WriteInChannels(png, info, pixels, method, ChunksOf(options), writer, channels, isComplete);
         } catch (const std::bad_alloc&) {
         }
     }

@@ -70,6 +70,14 @@ void AddChannels(const Pixels& pixels, std::size_t begin, std::size_t end, Chann
 // The channels of a picture before its pixels are known.
 Channels LeastChannels(const Pixels& pixels) { return {.hasColor = pixels.profile != nullptr}; }
 
+void CopyFloats(const Pixels& pixels, Channels channels, std::size_t row, float* to) {
+    const auto* from = RowOf<float>(pixels, row);
+    for (std::size_t x = 0; x < pixels.width; ++x, from += 4) {
+        to = std::copy(from, from + (channels.hasColor ? 3 : 1), to);
+        if (channels.hasAlpha) *to++ = from[3];
+    }
+}
+
 }  // namespace
 
 Channels ChannelsOf(const Pixels& pixels) {
@@ -128,6 +136,7 @@ int EncodeByRows(const Pixels& pixels, EncodedFile* file,
 void PackRow(const Pixels& pixels, Channels channels, std::size_t row, void* to) {
     if (pixels.depth == 8) Pack(pixels, channels, row, static_cast<std::uint8_t*>(to));
     if (pixels.depth == 16) Pack(pixels, channels, row, static_cast<std::uint16_t*>(to));
+    if (pixels.depth == 32) CopyFloats(pixels, channels, row, static_cast<float*>(to));
 }
 
 void RowOnWhite(const Pixels& pixels, std::size_t row, std::uint8_t* to) {

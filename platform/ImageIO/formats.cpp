@@ -18,8 +18,8 @@ namespace {
 
 using std::literals::operator""sv;
 
-constexpr Codec kPNG = {DecodePNG, EncodePNG, nullptr, MakeRowDecoderPNG, /*encodesRows=*/true};
-constexpr Codec kJPEG = {DecodeJPEG, EncodeJPEG, nullptr, MakeRowDecoderJPEG, /*encodesRows=*/true};
+constexpr Codec kPNG = {DecodePNG, EncodePNG, nullptr, ReadMetadataOfPNG, MakeRowDecoderPNG, /*encodesRows=*/true};
+constexpr Codec kJPEG = {DecodeJPEG, EncodeJPEG, nullptr, ReadMetadataOfJPEG, MakeRowDecoderJPEG, /*encodesRows=*/true};
 
 constexpr std::size_t kAnySide = 0;  // memory ends before the format does
 
@@ -28,9 +28,20 @@ constexpr std::size_t kJPEGSide = 65500;
 
 // clang-format off
 constexpr Format kFormats[] = {
-    // name   type            suffixes    signatures                 depths  side       codec   library  symbol
-    {"PNG",  "public.png",   "png",      {"\x89PNG\r\n\x1a\n"sv},    8 + 16, kAnySide,  &kPNG,  nullptr, nullptr},
-    {"JPEG", "public.jpeg",  "jpg jpeg", {"\xff\xd8\xff"sv},         8,      kJPEGSide, &kJPEG, nullptr, nullptr},
+    // name, type, suffixes,                    signatures
+    //                                          depths, side, codec, library, symbol
+    {"PNG",  "public.png",      "png",          {"\x89PNG\r\n\x1a\n"sv},
+                                                8 + 16,      kAnySide,  &kPNG,   nullptr, nullptr},
+    {"JPEG", "public.jpeg",     "jpg jpeg",     {"\xff\xd8\xff"sv},
+                                                8,           kJPEGSide, &kJPEG,  nullptr, nullptr},
+    {"WebP", "org.webmproject.webp", "webp",    {"RIFF????WEBP"sv},
+                                                8,           16383,     nullptr, "webp",  "kCodecWebP"},
+    {"TIFF", "public.tiff",     "tif tiff",     {"II*\0"sv, "MM\0*"sv, "II+\0"sv, "MM\0+"sv},
+                                                8 + 16 + 32, kAnySide,  nullptr, "tiff",  "kCodecTIFF"},
+    {"AVIF", "public.avif",     "avif",         {"\0\0\0?ftypavif"sv, "\0\0\0?ftypavis"sv},
+                                                8,           16384,     nullptr, "heif",  "kCodecAVIF"},
+    {"HEIF", "public.heic",     "heic heif",    {"\0\0\0?ftyphe"sv, "\0\0\0?ftypmif1"sv, "\0\0\0?ftypmsf1"sv},
+                                                8,           16384,     nullptr, "heif",  "kCodecHEIF"},
 };
 // clang-format on
 

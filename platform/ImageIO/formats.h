@@ -17,6 +17,7 @@
 
 #include "decode.h"
 #include "encode.h"
+#include "metadata.h"
 #include "row_decoder.h"
 
 namespace image_io {
@@ -28,6 +29,9 @@ struct Codec {
 
     // Returns why this machine cannot encode the format; null when it can.
     const char* (*obstacleToEncoding)() = nullptr;
+
+    // Reads the data that a file holds beside the pixels; may throw std::bad_alloc.
+    void (*readMetadata)(const std::uint8_t* bytes, std::size_t length, Metadata* metadata) = nullptr;
 
     // For pictures that are too large to be in memory as a whole: a decoder of rows (row_decoder.h), and whether a
     // picture with a source (encode.h) can be encoded.

@@ -100,7 +100,7 @@ TEST_F(CompanionScriptTest, EncodedFilesHoldTheSamePicture) {
         assert(refusal(image.ToJPEG, image, 1.5) ==
                "CIImageQOR.ToJPEG: the quality 1.5 is outside 0...1; nothing was encoded")
         assert(refusal(CIImageQOR.FromData, bytes("hello, no picture")) ==
-               "CIImageQOR.FromData: not a PNG or JPEG file; no image was created")
+               "CIImageQOR.FromData: not a PNG, JPEG, WebP, TIFF, AVIF or HEIF file; no image was created")
         assert(refusal(CIImageQOR.FromData, nil) == "CIImageQOR.FromData: the data is empty; no image was created")
         local infinite = CIImageQOR.FromColor(CIColorQOR.Hex("ffffff"))
         assert(refusal(infinite.ToPNG, infinite) ==

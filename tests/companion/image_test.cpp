@@ -68,7 +68,7 @@ TEST_F(ImageTest, OpenFailureNamesTheReason) {
     EXPECT_EQ(OpenRefusal(Path("")), "the path is a folder, not a picture; no image was opened");
     EXPECT_EQ(OpenRefusal(File("empty.png", "")), "the file is too short to be a picture; no image was opened");
     EXPECT_EQ(OpenRefusal(File("text.png", "hello, this is text and not a picture")),
-              "not a PNG or JPEG file; no image was opened");
+              "not a PNG, JPEG, WebP, TIFF, AVIF or HEIF file; no image was opened");
     EXPECT_EQ(OpenRefusal(File("cut.png", Picture().substr(0, 60))), "the file is truncated; no image was opened");
     std::string broken = Picture();
     broken[50] ^= 0x55;
@@ -187,7 +187,8 @@ TEST_F(ImageTest, SuffixSelectsTheFileFormat) {
         Save(image, Path(name));
         EXPECT_EQ(Extent(Open(Path(name))), (std::vector<double>{0, 0, 3, 2})) << name;
     }
-    const std::string kUnknownSuffix = "the suffix must be that of a PNG or JPEG file; nothing was written";
+    const std::string kUnknownSuffix =
+        "the suffix must be that of a PNG, JPEG, WebP, TIFF, AVIF or HEIF file; nothing was written";
     EXPECT_EQ(SaveRefusal(image, Path("d.gif")), kUnknownSuffix);
     EXPECT_EQ(SaveRefusal(image, Path("e")), kUnknownSuffix);
 }

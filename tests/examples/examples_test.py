@@ -103,7 +103,7 @@ class ExamplesTest(unittest.TestCase):
         (self.folder / "broken.png").write_bytes(b"no picture")
         (self.folder / "out").mkdir()
         error = (f"{EXAMPLES}/thumbnails.lua:20: RuntimeException: broken.png: "
-                 "not a PNG or JPEG file; no image was opened\n")
+                 "not a PNG, JPEG, WebP, TIFF, AVIF or HEIF file; no image was opened\n")
         self.zeva("thumbnails", "out", "wide.png", "broken.png", "small.png", status=1, error=error)
         self.assertEqual(sorted(path.name for path in (self.folder / "out").iterdir()), ["small.jpg", "wide.jpg"])
         # The script converts the JPEG files to PNG, which this test can read.

@@ -42,6 +42,9 @@ lib/zeva/bin/zeva
 lib/zeva/lib/libCoreGraphics.so
 lib/zeva/lib/libCoreImage.so
 lib/zeva/lib/libImageIO.so
+lib/zeva/lib/libcodec_heif.so
+lib/zeva/lib/libcodec_tiff.so
+lib/zeva/lib/libcodec_webp.so
 lib/zeva/lib/libzeva.so
 lib/zeva/lib/libzeva_plugin.a
 lib/zeva/modules/companion.so

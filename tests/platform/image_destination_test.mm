@@ -224,7 +224,7 @@ TEST_F(ImageDestinationTest, ReplacingAFileLeavesNoOtherFileBehind) {
 }
 
 TEST_F(ImageDestinationTest, RefusesOtherTypesAndCounts) {
-    EXPECT_EQ(CGImageDestinationCreateWithURL((CFURLRef)url, CFSTR("public.tiff"), 1, nullptr), nullptr);
+    EXPECT_EQ(CGImageDestinationCreateWithURL((CFURLRef)url, CFSTR("com.compuserve.gif"), 1, nullptr), nullptr);
     EXPECT_EQ(CGImageDestinationCreateWithURL((CFURLRef)url, CFSTR("public.png"), 2, nullptr), nullptr);
     EXPECT_EQ(CGImageDestinationCreateWithURL(nullptr, CFSTR("public.png"), 1, nullptr), nullptr);
 }

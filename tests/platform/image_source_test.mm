@@ -16,6 +16,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <iterator>
 #include <string>
 
 namespace {
@@ -59,8 +60,10 @@ FileBytes PixelsOf(const HandmadePNG& png) {
     return outcome.pixels;
 }
 
-// Returns a JPEG of 8 x 8 pixels in a color space, or of another size.
-FileBytes JPEG(J_COLOR_SPACE space, int components, bool isProgressive = false, unsigned side = 8) {
+// Returns a JPEG in a color space of which each number is 100; one that is wider than a block has a restart marker
+// behind each block. The colors of one that is higher than a block differ.
+FileBytes JPEG(J_COLOR_SPACE space, int components, bool isProgressive = false, unsigned width = 8, unsigned height = 8,
+               J_COLOR_SPACE stored = JCS_UNKNOWN) {
     jpeg_compress_struct jpeg = {};
     jpeg_error_mgr errors = {};
     jpeg.err = jpeg_std_error(&errors);
@@ -68,18 +71,21 @@ FileBytes JPEG(J_COLOR_SPACE space, int components, bool isProgressive = false, 
     unsigned char* bytes = nullptr;
     unsigned long length = 0;
     jpeg_mem_dest(&jpeg, &bytes, &length);
-    jpeg.image_width = jpeg.image_height = side;
+    jpeg.image_width = width;
+    jpeg.image_height = height;
     jpeg.input_components = components;
     jpeg.in_color_space = space;
     jpeg_set_defaults(&jpeg);
+    if (stored != JCS_UNKNOWN) jpeg_set_colorspace(&jpeg, stored);
     jpeg_set_quality(&jpeg, 100, TRUE);
+    if (width > 8 && height == 8) jpeg.restart_interval = 1;
     if (isProgressive) jpeg_simple_progression(&jpeg);
     jpeg_start_compress(&jpeg, TRUE);
-    FileBytes row(static_cast<std::size_t>(components) * side, 100);
-    for (unsigned y = 0; y < side; ++y) {
+    FileBytes row(width * static_cast<std::size_t>(components), 100);
+    for (unsigned y = 0; y < height; ++y) {
         JSAMPROW line = row.data();
         // Larger pictures have many colors.
-        for (std::size_t i = 0; side > 8 && i < row.size(); ++i)
+        for (std::size_t i = 0; height > 8 && i < row.size(); ++i)
             row[i] = static_cast<std::uint8_t>(i / 9 + y * i / 4096);
         jpeg_write_scanlines(&jpeg, &line, 1);
     }
@@ -169,10 +175,37 @@ TEST(ImageSourceTest, GrayAndColorJPEGAreRead) {
     }
 }
 
-TEST(ImageSourceTest, CMYKIsAnUnknownType) {
-    const Outcome outcome = Decode(JPEG(JCS_CMYK, 4));
-    EXPECT_EQ(outcome.status, kCGImageStatusUnknownType);
-    EXPECT_EQ(outcome.printed, "");
+// The files have an Adobe marker, so 255 is no ink: 100 of 255 of the light passes the color's ink, and of that 100 of
+// 255 pass the black.
+TEST(ImageSourceTest, InksBecomeColors) {
+    for (const J_COLOR_SPACE stored : {JCS_CMYK, JCS_YCCK}) {
+        const Outcome outcome = Decode(JPEG(JCS_CMYK, 4, /*isProgressive=*/false, /*width=*/8, /*height=*/8, stored));
+        ASSERT_EQ(outcome.status, kCGImageStatusComplete);
+        EXPECT_NEAR(outcome.pixels[0], 100 * 100 / 255, 1);
+        EXPECT_EQ(outcome.pixels[1], outcome.pixels[0]);
+        EXPECT_EQ(outcome.pixels[3], 255);
+    }
+}
+
+TEST(ImageSourceTest, InksWithoutAnAdobeMarkerAreNotInverted) {
+    FileBytes file = JPEG(JCS_CMYK, 4);
+    const std::string marker = "Adobe";
+    const auto found = std::search(file.begin(), file.end(), marker.begin(), marker.end());
+    ASSERT_NE(found, file.end());
+    *found = 'B';
+    const Outcome outcome = Decode(file);
+    ASSERT_EQ(outcome.status, kCGImageStatusComplete);
+    EXPECT_NEAR(outcome.pixels[0], 155 * 155 / 255, 1);
+}
+
+TEST(ImageSourceTest, RestartMarkersAreFollowed) {
+    FileBytes file = JPEG(JCS_GRAYSCALE, 1, /*isProgressive=*/false, /*width=*/40);
+    const std::uint8_t lastMarker[] = {0xff, 0xd3};
+    EXPECT_NE(std::search(file.begin(), file.end(), std::begin(lastMarker), std::end(lastMarker)), file.end());
+    const Outcome outcome = Decode(file);
+    ASSERT_EQ(outcome.status, kCGImageStatusComplete);
+    EXPECT_EQ(outcome.width, 40u);
+    for (std::size_t i = 0; i < outcome.pixels.size(); i += 4) EXPECT_NEAR(outcome.pixels[i], 100, 1);
 }
 
 TEST(ImageSourceTest, TruncatedFilesHaveAStatusAndNoImage) {
@@ -333,16 +366,16 @@ FileBytes RowsOf(const FileBytes& file, unsigned factor, std::size_t* width) {
 TEST(ImageSourceTest, RowsOfALargeJPEGAreThoseOfTheWholePicture) {
     std::size_t width = 0;
     for (const bool isGray : {false, true}) {
-        const FileBytes file = JPEG(isGray ? JCS_GRAYSCALE : JCS_RGB, isGray ? 1 : 3, false, 2050);
+        const FileBytes file = JPEG(isGray ? JCS_GRAYSCALE : JCS_RGB, isGray ? 1 : 3, false, 2050, 2050);
         EXPECT_TRUE(RowsOf(file, 1, &width) == Decode(file).pixels);
         EXPECT_EQ(width, 2050u);
     }
-    EXPECT_TRUE(RowsOf(JPEG(JCS_RGB, 3, /*isProgressive=*/true, 2050), 1, &width).empty());
-    EXPECT_TRUE(RowsOf(JPEG(JCS_RGB, 3, false, 2000), 1, &width).empty());
+    EXPECT_TRUE(RowsOf(JPEG(JCS_RGB, 3, /*isProgressive=*/true, 2050, 2050), 1, &width).empty());
+    EXPECT_TRUE(RowsOf(JPEG(JCS_RGB, 3, false, 2000, 2000), 1, &width).empty());
 }
 
 TEST(ImageSourceTest, ReducedJPEGHasTheMeansOfSquares) {
-    const FileBytes file = JPEG(JCS_RGB, 3, false, 2050);
+    const FileBytes file = JPEG(JCS_RGB, 3, false, 2050, 2050);
     const FileBytes whole = Decode(file).pixels;
     std::size_t width = 0;
     const FileBytes half = RowsOf(file, 2, &width);
@@ -363,7 +396,7 @@ TEST(ImageSourceTest, ReducedJPEGHasTheMeansOfSquares) {
 }
 
 TEST(ImageSourceTest, TruncatedRowsEndWithTheReason) {
-    FileBytes file = JPEG(JCS_RGB, 3, false, 2050);
+    FileBytes file = JPEG(JCS_RGB, 3, false, 2050, 2050);
     file.resize(file.size() / 2);
     NSData* data = [NSData dataWithBytes:file.data() length:file.size()];
     CGImageSourceRef source = CGImageSourceCreateWithData((CFDataRef)data, nullptr);

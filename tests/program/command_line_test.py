@@ -81,7 +81,8 @@ class CommandLineTest(ZevaTest):
         other.write_bytes(b"no picture")
         result = self.zeva("apply", "ColorInvert", self.photo, other, "-o", "folder", "-q")
         self.assertEqual((result.returncode, result.stdout), (1, ""))
-        self.assertEqual(result.stderr, f"zeva: {other}: not a PNG or JPEG file; no image was opened\n")
+        reason = "not a PNG, JPEG, WebP, TIFF, AVIF or HEIF file; no image was opened"
+        self.assertEqual(result.stderr, f"zeva: {other}: {reason}\n")
 
 
 if __name__ == "__main__":

@@ -1,0 +1,172 @@
+// exif.cpp - changes Exif blocks in place, so that what refers to places in a block stays right.
+//
+// A block is a TIFF header and tables. Each table has a count, entries of 12 bytes and the place of the next table. An
+// entry has a tag, a type, a count, and four bytes with the value or its place. Table 1 describes a thumbnail.
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+
+#include "metadata.h"
+
+namespace image_io {
+namespace {
+
+constexpr std::size_t kEntrySize = 12;
+
+enum Tag : std::uint32_t {
+    kImageWidth = 0x0100,
+    kImageLength = 0x0101,
+    kOrientation = 0x0112,
+    kThumbnail = 0x0201,
+    kThumbnailLength = 0x0202,
+    kExifTable = 0x8769,
+    kLocationTable = 0x8825,
+    kPixelWidth = 0xa002,
+    kPixelHeight = 0xa003,
+};
+
+// The sizes of the types of values, by their numbers.
+constexpr std::size_t kTypeSizes[] = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8};
+constexpr std::uint32_t kShort = 3;
+
+// A block. Reading beyond its end gives 0, and writing there does nothing.
+class Block {
+  public:
+    explicit Block(Bytes& bytes) : bytes_(bytes), isLittleEndian_(!bytes.empty() && bytes[0] == 'I') {}
+
+    bool HasHeader() const {
+        return bytes_.size() >= 8 &&
+               (std::memcmp(bytes_.data(), "II*\0", 4) == 0 || std::memcmp(bytes_.data(), "MM\0*", 4) == 0);
+    }
+
+    std::uint32_t Get(std::size_t at, std::size_t size) const {
+        if (!Holds(at, size)) return 0;
+        std::uint32_t number = 0;
+        for (std::size_t i = 0; i < size; ++i) number = number << 8 | bytes_[at + (isLittleEndian_ ? size - 1 - i : i)];
+        return number;
+    }
+
+    void Set(std::size_t at, std::size_t size, std::uint32_t number) {
+        if (!Holds(at, size)) return;
+        for (std::size_t i = 0; i < size; ++i) {
+            bytes_[at + (isLittleEndian_ ? i : size - 1 - i)] = static_cast<std::uint8_t>(number >> 8 * i);
+        }
+    }
+
+    void Clear(std::size_t at, std::size_t size) {
+        if (at >= bytes_.size()) return;
+        const std::size_t count = std::min(size, bytes_.size() - at);
+        std::fill_n(bytes_.begin() + static_cast<std::ptrdiff_t>(at), count, std::uint8_t{0});
+    }
+
+    bool Holds(std::size_t at, std::size_t size) const { return size <= bytes_.size() && at <= bytes_.size() - size; }
+
+    std::size_t Size() const { return bytes_.size(); }
+
+    // Whether a whole table is at a place.
+    bool HoldsTable(std::size_t table) const {
+        return table >= 8 && Holds(table, 2) && Holds(table, 2 + Get(table, 2) * kEntrySize);
+    }
+
+    // The place of the entry with a tag; 0 for none.
+    std::size_t Find(std::size_t table, std::uint32_t tag) const {
+        if (!HoldsTable(table)) return 0;
+        for (std::uint32_t i = 0; i < Get(table, 2); ++i) {
+            const std::size_t entry = table + 2 + i * kEntrySize;
+            if (Get(entry, 2) == tag) return entry;
+        }
+        return 0;
+    }
+
+    // The place of the table that an entry refers to; 0 for none.
+    std::size_t TableOf(std::size_t entry) const { return entry != 0 ? Get(entry + 8, 4) : 0; }
+
+    // Sets a number, in the type that the entry has.
+    void SetNumber(std::size_t entry, std::size_t number) {
+        if (entry == 0) return;
+        const bool isShort = Get(entry + 2, 2) == kShort;
+        Set(entry + 8, isShort ? 2 : 4, static_cast<std::uint32_t>(number));
+    }
+
+    // Clears a table and the values of its entries. Returns false when together they are longer than the block: then
+    // some overlap, and clearing a long block once for each entry would take forever.
+    [[nodiscard]] bool ClearTable(std::size_t table) {
+        if (!HoldsTable(table)) return true;
+        const std::size_t count = Get(table, 2);
+        std::uint64_t cleared = 0;
+        for (std::size_t i = 0; i < count; ++i) {
+            const std::size_t entry = table + 2 + i * kEntrySize, type = Get(entry + 2, 2);
+            const std::uint64_t values = Get(entry + 4, 4);
+            const std::uint64_t size = type < std::size(kTypeSizes) ? kTypeSizes[type] * values : 0;
+            cleared += size;
+            if (cleared > Size()) return false;
+            if (size > 4) Clear(Get(entry + 8, 4), static_cast<std::size_t>(size));
+        }
+        Clear(table, 2 + count * kEntrySize + 4);
+        return true;
+    }
+
+    // Removes an entry: those behind it move up, and so does the place of the next table.
+    void Remove(std::size_t table, std::size_t entry) {
+        const std::size_t end = table + 2 + Get(table, 2) * kEntrySize + 4;
+        if (entry == 0 || end > bytes_.size()) return;
+        const auto at = [&](std::size_t place) { return bytes_.begin() + static_cast<std::ptrdiff_t>(place); };
+        std::copy(at(entry + kEntrySize), at(end), at(entry));
+        Clear(end - kEntrySize, kEntrySize);
+        Set(table, 2, Get(table, 2) - 1);
+    }
+
+  private:
+    Bytes& bytes_;
+    bool isLittleEndian_;
+};
+
+// Clears the thumbnail and its table, and cuts the block where they were its end. Returns false for a broken table.
+[[nodiscard]] bool DropThumbnail(Block& block, std::size_t first, Bytes* exif) {
+    const std::size_t link = first + 2 + block.Get(first, 2) * kEntrySize;
+    const std::size_t table = block.Get(link, 4);
+    block.Set(link, 4, 0);
+    if (!block.HoldsTable(table)) return true;
+    const std::size_t start = block.TableOf(block.Find(table, kThumbnail));
+    const std::size_t length = block.TableOf(block.Find(table, kThumbnailLength));
+    if (!block.ClearTable(table)) return false;
+    if (start <= table || length > block.Size()) return true;
+    block.Clear(start, length);
+    if (start + length >= exif->size()) exif->resize(std::min(start, exif->size()));
+    return true;
+}
+
+}  // namespace
+
+int OrientationIn(const Metadata& metadata) {
+    if (metadata.orientation != 0) return metadata.orientation;
+    Bytes exif = metadata.exif;
+    const Block block(exif);
+    if (!block.HasHeader()) return 0;
+    const std::size_t entry = block.Find(block.Get(4, 4), kOrientation);
+    if (entry == 0 || block.Get(entry + 2, 2) != kShort) return 0;
+    const std::uint32_t orientation = block.Get(entry + 8, 2);
+    return orientation >= 1 && orientation <= 8 ? static_cast<int>(orientation) : 0;
+}
+
+bool AdaptExif(Bytes* exif, const Adaption& adaption) {
+    Block block(*exif);
+    const std::size_t first = block.HasHeader() ? block.Get(4, 4) : 0;
+    if (!block.HoldsTable(first)) return false;
+    if (!DropThumbnail(block, first, exif)) return false;
+    block.SetNumber(block.Find(first, kOrientation), 1);
+    block.SetNumber(block.Find(first, kImageWidth), adaption.width);
+    block.SetNumber(block.Find(first, kImageLength), adaption.height);
+    const std::size_t details = block.TableOf(block.Find(first, kExifTable));
+    block.SetNumber(block.Find(details, kPixelWidth), adaption.width);
+    block.SetNumber(block.Find(details, kPixelHeight), adaption.height);
+    if (!adaption.dropsLocation) return true;
+    const std::size_t entry = block.Find(first, kLocationTable);
+    if (!block.ClearTable(block.TableOf(entry))) return false;
+    block.Remove(first, entry);
+    // A second entry, or a table that is not where it should be, may still hold the location.
+    return block.Find(first, kLocationTable) == 0;
+}
+
+}  // namespace image_io

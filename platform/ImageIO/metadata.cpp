@@ -1,0 +1,286 @@
+// metadata.cpp - finds the data in files, and changes XMP and IPTC.
+//
+// A JPEG is a sequence of segments, a PNG a sequence of chunks, a WebP file a sequence of chunks of another kind.
+
+#include "metadata.h"
+
+#include <zlib.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <string>
+
+#include "formats.h"
+
+namespace image_io {
+namespace {
+
+using std::literals::operator""sv;
+
+// The most bytes of a block that was compressed. A few bytes can claim to hold more than fits in memory.
+constexpr std::size_t kLongestBlock = 16 << 20;
+
+// A range of bytes. Reading beyond its end gives 0.
+struct Range {
+    const std::uint8_t* bytes;
+    std::size_t length;
+
+    std::uint32_t Number(std::size_t at, std::size_t size, bool isLittleEndian = false) const {
+        if (length < size || at > length - size) return 0;
+        std::uint32_t number = 0;
+        for (std::size_t i = 0; i < size; ++i) number = number << 8 | bytes[at + (isLittleEndian ? size - 1 - i : i)];
+        return number;
+    }
+
+    // A part as text, clipped to the range.
+    std::string_view Part(std::size_t at, std::size_t size) const {
+        if (at > length) return {};
+        return {reinterpret_cast<const char*>(bytes + at), std::min(size, length - at)};
+    }
+};
+
+void Keep(std::string_view part, Bytes* to) {
+    if (to->empty()) to->assign(part.begin(), part.end());
+}
+
+// Removes a prefix. Returns whether the text had it.
+bool Drop(std::string_view prefix, std::string_view* text) {
+    if (!text->starts_with(prefix)) return false;
+    text->remove_prefix(prefix.size());
+    return true;
+}
+
+// Keeps the IPTC data among the resources of a program for photos: each has a type, a name and its length.
+void KeepIPTC(std::string_view resources, Metadata* metadata) {
+    const Range range = {reinterpret_cast<const std::uint8_t*>(resources.data()), resources.size()};
+    constexpr std::uint32_t kIPTC = 0x0404;
+    for (std::size_t at = 0; range.Part(at, 4) == "8BIM"sv;) {
+        const std::size_t name = (range.Number(at + 6, 1) + 2) & ~std::size_t{1};
+        const std::size_t length = range.Number(at + 6 + name, 4), content = at + 10 + name;
+        if (length > range.length) return;
+        if (range.Number(at + 4, 2) == kIPTC) return Keep(range.Part(content, length), &metadata->iptc);
+        at = content + ((length + 1) & ~std::size_t{1});
+    }
+}
+
+// Returns what a text holds that was compressed; empty when that fails or would be too long.
+Bytes Inflated(std::string_view compressed) {
+    Bytes content;
+    for (std::size_t size = 1 << 14; size <= kLongestBlock; size *= 4) {
+        content.resize(size);
+        uLongf length = static_cast<uLongf>(size);
+        const int result = uncompress(content.data(), &length, reinterpret_cast<const Bytef*>(compressed.data()),
+                                      static_cast<uLong>(compressed.size()));
+        if (result == Z_BUF_ERROR) continue;
+        content.resize(result == Z_OK ? length : 0);
+        return content;
+    }
+    return {};
+}
+
+// Keeps XMP from a chunk of international text: keyword, whether and how it is compressed, language, translation, text.
+void KeepText(std::string_view chunk, Metadata* metadata) {
+    if (!Drop("XML:com.adobe.xmp\0"sv, &chunk) || chunk.size() < 2) return;
+    const bool isCompressed = chunk[0] != 0;
+    chunk.remove_prefix(2);
+    for (int i = 0; i < 2; ++i) chunk.remove_prefix(std::min(chunk.size(), chunk.find('\0') + 1));
+    if (!isCompressed) return Keep(chunk, &metadata->xmp);
+    if (metadata->xmp.empty()) metadata->xmp = Inflated(chunk);
+}
+
+// Keeps IPTC from a chunk of compressed text: a line feed, the name, the length and the bytes as hexadecimal digits.
+// PNG has no other place for it, and several programs write it like this.
+void KeepRawProfile(std::string_view chunk, Metadata* metadata) {
+    if (!Drop("Raw profile type iptc\0\0"sv, &chunk) || !metadata->iptc.empty()) return;
+    const Bytes content = Inflated(chunk);
+    std::string_view text = {reinterpret_cast<const char*>(content.data()), content.size()};
+    for (int line = 0; line < 3; ++line) text.remove_prefix(std::min(text.size(), text.find('\n') + 1));
+    Bytes bytes;
+    int digits = 0;
+    unsigned number = 0;
+    for (const char character : text) {
+        const std::size_t digit = "0123456789abcdef"sv.find(character);
+        if (digit == std::string_view::npos) continue;
+        number = number << 4 | static_cast<unsigned>(digit);
+        if (++digits % 2 == 0) bytes.push_back(static_cast<std::uint8_t>(number));
+    }
+    const std::string_view found = {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+    if (found.starts_with("8BIM"sv)) return KeepIPTC(found, metadata);
+    metadata->iptc = bytes;
+}
+
+// The names, without their prefix, of XMP properties that tell a location or belong to another size.
+constexpr std::string_view kLocationNames[] = {
+    "GPS",     "Location",    "LocationShown", "LocationCreated", "City",        "State",
+    "Country", "CountryCode", "Sublocation",   "ProvinceState",   "CountryName", "WorldRegion",
+};
+constexpr std::string_view kSizeNames[] = {"ImageWidth", "ImageLength", "PixelXDimension", "PixelYDimension",
+                                           "Thumbnails"};
+
+bool IsNameCharacter(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == '-' ||
+           c == '.';
+}
+
+// Whether a local name is the wanted one; GPS is the beginning of several.
+bool IsNamed(std::string_view name, std::string_view wanted) {
+    return wanted == "GPS"sv ? name.starts_with(wanted) : name == wanted;
+}
+
+// Finds the next "prefix:Name" from a place on. Returns the places of the prefix and behind the name.
+bool FindName(std::string_view text, std::string_view wanted, std::size_t* begin, std::size_t* end) {
+    for (std::size_t colon = text.find(':', *begin); colon != std::string_view::npos;
+         colon = text.find(':', colon + 1)) {
+        std::size_t first = colon, last = colon + 1;
+        while (first > 0 && IsNameCharacter(text[first - 1])) --first;
+        while (last < text.size() && IsNameCharacter(text[last])) ++last;
+        if (first == colon || !IsNamed(text.substr(colon + 1, last - colon - 1), wanted)) continue;
+        *begin = first;
+        *end = last;
+        return true;
+    }
+    return false;
+}
+
+// Removes every property with a name: name="value", <name>...</name> and <name/>. Returns false where the text has the
+// name in another form.
+bool RemoveProperties(std::string_view name, std::string* text) {
+    std::string kept;
+    std::size_t from = 0, begin = 0, end = 0;
+    while (FindName(*text, name, &begin, &end)) {
+        const bool isElement = begin > 0 && (*text)[begin - 1] == '<';
+        const std::string tail = "</" + text->substr(begin, end - begin) + ">";
+        const std::size_t open = isElement ? end : text->find_first_not_of(" \t\r\n=", end);
+        if (open == std::string::npos) return false;
+        const char quote = (*text)[open];
+        if (!isElement && quote != '"' && quote != '\'') return false;
+        const std::size_t close = isElement ? text->find('>', open) : text->find(quote, open + 1);
+        if (close == std::string::npos) return false;
+        kept.append(*text, from, begin - (isElement ? 1 : 0) - from);
+        from = close + 1;
+        if (isElement && (*text)[close - 1] != '/') {
+            const std::size_t last = text->find(tail, close);
+            if (last == std::string::npos) return false;
+            from = last + tail.size();
+        }
+        begin = from;
+    }
+    *text = kept.append(*text, from, std::string::npos);
+    return true;
+}
+
+// Sets the orientation, which is one digit, wherever it stands.
+void ResetOrientation(std::string* text) {
+    std::size_t begin = 0, end = 0;
+    while (FindName(*text, "Orientation", &begin, &end)) {
+        const std::size_t value = text->find_first_not_of(" \t\r\n=>\"'", end);
+        if (value != std::string::npos && (*text)[value] >= '1' && (*text)[value] <= '8') (*text)[value] = '1';
+        begin = end;
+    }
+}
+
+}  // namespace
+
+Metadata MetadataOf(const std::uint8_t* bytes, std::size_t length) {
+    Metadata metadata;
+    const Format* format = FormatOfContent(bytes, length);
+    std::string reason;
+    const Codec* codec =
+        format != nullptr && HasSignature(*format, bytes, length) ? CodecOf(*format, &reason) : nullptr;
+    if (codec != nullptr && codec->readMetadata != nullptr) codec->readMetadata(bytes, length, &metadata);
+    return metadata;
+}
+
+void ReadMetadataOfJPEG(const std::uint8_t* bytes, std::size_t length, Metadata* metadata) {
+    const Range file = {bytes, length};
+    constexpr std::uint32_t kExifOrXMP = 0xffe1, kResources = 0xffed, kScan = 0xffda;
+    std::size_t at = 2;
+    for (;;) {
+        const std::uint32_t segment = file.Number(at, 2), size = file.Number(at + 2, 2);
+        if (segment < 0xff00 || segment == kScan || size < 2) return;
+        std::string_view content = file.Part(at + 4, size - 2);
+        if (segment == kExifOrXMP && Drop("Exif\0\0"sv, &content)) Keep(content, &metadata->exif);
+        if (segment == kExifOrXMP && Drop("http://ns.adobe.com/xap/1.0/\0"sv, &content)) Keep(content, &metadata->xmp);
+        if (segment == kResources && Drop("Photoshop 3.0\0"sv, &content)) KeepIPTC(content, metadata);
+        at += 2 + size;
+    }
+}
+
+void ReadMetadataOfPNG(const std::uint8_t* bytes, std::size_t length, Metadata* metadata) {
+    const Range file = {bytes, length};
+    constexpr std::size_t kSignatureSize = 8;
+    constexpr std::size_t kChunkOverhead = 12;  // a chunk's length, name and checksum
+    for (std::size_t at = kSignatureSize; at < length;) {
+        const std::size_t size = file.Number(at, 4);
+        const std::string_view name = file.Part(at + 4, 4), content = file.Part(at + 8, size);
+        if (name == "eXIf"sv) Keep(content, &metadata->exif);
+        if (name == "iTXt"sv) KeepText(content, metadata);
+        if (name == "zTXt"sv) KeepRawProfile(content, metadata);
+        if (size > length) return;
+        at += kChunkOverhead + size;
+    }
+}
+
+void ReadMetadataOfWebP(const std::uint8_t* bytes, std::size_t length, Metadata* metadata) {
+    const Range file = {bytes, length};
+    constexpr std::size_t kHeaderSize = 12, kChunkHeader = 8;
+    for (std::size_t at = kHeaderSize; at < length;) {
+        const std::size_t size = file.Number(at + 4, 4, /*isLittleEndian=*/true);
+        std::string_view content = file.Part(at + kChunkHeader, size);
+        if (file.Part(at, 4) == "XMP "sv) Keep(content, &metadata->xmp);
+        if (file.Part(at, 4) == "EXIF"sv) {
+            Drop("Exif\0\0"sv, &content);  // written by some programs
+            Keep(content, &metadata->exif);
+        }
+        if (size > length) return;
+        at += kChunkHeader + ((size + 1) & ~std::size_t{1});
+    }
+}
+
+void Adapt(Metadata* metadata, const Adaption& adaption) {
+    if (!AdaptExif(&metadata->exif, adaption)) metadata->exif.clear();
+    if (!AdaptXMP(&metadata->xmp, adaption)) metadata->xmp.clear();
+    if (!AdaptIPTC(&metadata->iptc, adaption)) metadata->iptc.clear();
+}
+
+bool AdaptXMP(Bytes* xmp, const Adaption& adaption) {
+    std::string text(xmp->begin(), xmp->end());
+    // Another encoding than UTF-8 has zero bytes.
+    if (text.find('\0') != std::string::npos) return false;
+    ResetOrientation(&text);
+    const auto remove = [&](std::string_view name) { return RemoveProperties(name, &text); };
+    bool isUnderstood = std::all_of(std::begin(kSizeNames), std::end(kSizeNames), remove);
+    if (adaption.dropsLocation) {
+        isUnderstood = isUnderstood && std::all_of(std::begin(kLocationNames), std::end(kLocationNames), remove);
+    }
+    xmp->assign(text.begin(), text.end());
+    return isUnderstood;
+}
+
+// A data set has a mark, its record, its number and its length.
+bool AdaptIPTC(Bytes* iptc, const Adaption& adaption) {
+    if (!adaption.dropsLocation) return true;
+    constexpr std::array<std::uint8_t, 8> kLocation = {26, 27, 90, 92, 95, 100, 101, 103};
+    constexpr std::uint8_t kMark = 0x1c, kApplicationRecord = 2;
+    constexpr std::size_t kHeader = 5;
+    Bytes kept;
+    std::size_t at = 0;
+    while (at + kHeader <= iptc->size() && (*iptc)[at] == kMark) {
+        const std::size_t size = std::size_t{(*iptc)[at + 3]} << 8 | (*iptc)[at + 4];
+        // A longer length is written in another way, which location names never need.
+        if (size >= 0x8000 || at + kHeader + size > iptc->size()) return false;
+        const bool isLocation = (*iptc)[at + 1] == kApplicationRecord &&
+                                std::find(kLocation.begin(), kLocation.end(), (*iptc)[at + 2]) != kLocation.end();
+        const auto begin = iptc->begin() + static_cast<std::ptrdiff_t>(at);
+        if (!isLocation) kept.insert(kept.end(), begin, begin + static_cast<std::ptrdiff_t>(kHeader + size));
+        at += kHeader + size;
+    }
+    // Files pad the data with zeros.
+    const auto rest = iptc->begin() + static_cast<std::ptrdiff_t>(at);
+    const bool isPadding = std::all_of(rest, iptc->end(), [](std::uint8_t byte) { return byte == 0; });
+    *iptc = std::move(kept);
+    return isPadding;
+}
+
+}  // namespace image_io
