@@ -61,12 +61,11 @@ NSString* Render(CIImage* image, const Rendering& rendering, bool isDeferred, CG
                                                     : kCIFormatRGBAf;
     CGColorSpaceRef space = CGColorSpaceRetain(rendering.space);
     if (space == nullptr) space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
+    // A larger result would take hours and fill the disk; it fails for lack of memory instead.
+    constexpr double kMostDeferred = 1 << 30;
+    isDeferred = isDeferred && pixels >= double{kCGSmallestSequential} && pixels <= kMostDeferred;
     CIContext* context = [CIContext contextWithOptions:rendering.options];
-    *bitmap = [context createCGImage:image
-                            fromRect:extent
-                              format:format
-                          colorSpace:space
-                            deferred:isDeferred && pixels >= double{kCGSmallestSequential}];
+    *bitmap = [context createCGImage:image fromRect:extent format:format colorSpace:space deferred:isDeferred];
     CGColorSpaceRelease(space);
     if (*bitmap != nullptr) return nil;
     *errorNumber = errno == EBADMSG ? EBADMSG : ENOMEM;

@@ -22,9 +22,9 @@ CG_EXTERN NSString* const kCIImageColorSpace;
 // The option that names a picture in messages, a string. macOS does not have it.
 CG_EXTERN NSString* const kCIImageName;
 
-// a quarter and an eighth of its size, rounded up, or NSNull. They are used where the picture is shown much
-// a quarter and an eighth of its size, rounded up, or NSNull. They are used where the picture is shown much smaller.
-// macOS does not have it.
+// The option that gives bitmaps of a picture with a sequential provider at smaller scales: an array of images at a
+// half, a quarter and an eighth of its size, rounded up, or NSNull. They are used where the picture is shown much
+// smaller. macOS does not have it.
 CG_EXTERN NSString* const kCIImageReducedImages;
 
 @interface CIImage : NSObject <NSCopying> {
