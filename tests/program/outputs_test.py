@@ -286,7 +286,7 @@ class PipeTest(ZevaTest):
 
     def test_a_stream_that_is_not_a_picture_is_refused(self):
         for content, reason in (
-            (b"text that is not a picture", "not a PNG or JPEG file"),
+            (b"text that is not a picture", "not a PNG, JPEG, WebP, TIFF, AVIF or HEIF file"),
             (b"", "the data is empty"),
             (png(40, 30)[:80], "the file is truncated"),
         ):
