@@ -16,7 +16,7 @@
 namespace image_io {
 namespace {
 
-using std::literals::operator""sv;
+using namespace std::string_view_literals;
 
 constexpr Codec kPNG = {DecodePNG, EncodePNG, nullptr, ReadMetadataOfPNG, MakeRowDecoderPNG, /*encodesRows=*/true};
 constexpr Codec kJPEG = {DecodeJPEG, EncodeJPEG, nullptr, ReadMetadataOfJPEG, MakeRowDecoderJPEG, /*encodesRows=*/true};

@@ -16,7 +16,7 @@
 namespace image_io {
 namespace {
 
-using std::literals::operator""sv;
+using namespace std::string_view_literals;
 
 // The most bytes of a block that was compressed. A few bytes can claim to hold more than fits in memory.
 constexpr std::size_t kLongestBlock = 16 << 20;
