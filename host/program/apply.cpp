@@ -406,7 +406,8 @@ int ApplyToMany(const ProgramOptions& options, const ApplyRequest& request, cons
     if (!names.HasSizes()) nameTargets(std::vector<ResultSize>(jobs.size()));
     RunInWorker([&] {
         const auto host = MakeHost(options);
-        CheckOutputs(*host, Prepare(*host, request, recipe, "").steps, /*hasInput=*/true);
+        const std::string target = names.NamesFormat() ? request.output : "";
+        CheckOutputs(*host, Prepare(*host, request, recipe, target).steps, /*hasInput=*/true);
     });
     std::vector<JobFailure> failures;
     if (names.HasSizes()) nameTargets(Measure(options, request, recipe, jobs, failures));

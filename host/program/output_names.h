@@ -44,6 +44,9 @@ class OutputNames {
     // Whether there is a file for each picture, in a folder that may have to be created.
     bool IsPerPicture() const { return isPerPicture_; }
 
+    // Whether all names end alike, so that the path tells the format of every result.
+    bool NamesFormat() const { return parts_.back().kind == Part::kText; }
+
     // Whether the names contain sizes.
     bool HasSizes() const;
 

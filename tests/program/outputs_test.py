@@ -145,6 +145,15 @@ class PatternTest(ZevaTest):
             self.written("ColorInvert", one, twin, "-o", "{name}-{width}.png"), ["one-10.png", "one-12.png"]
         )
 
+    def test_a_format_that_cannot_be_written_stops_before_the_first_picture(self):
+        before = sorted(self.folder.rglob("*"))
+        for pattern in ("new/{name}.xyz", "new/{name}-{width}-big"):
+            with self.subTest(pattern):
+                result = self.zeva("apply", "ColorInvert", *self.photos, "-o", pattern)
+                self.assertEqual((result.returncode, len(result.stderr.splitlines())), (2, 1))
+                self.assertTrue(result.stderr.startswith(f"zeva: {pattern}: "), result.stderr)
+                self.assertEqual(sorted(self.folder.rglob("*")), before)
+
     def test_broken_pictures_do_not_stop_the_others(self):
         one, two, three = self.photos
         for photo in (two, three):
