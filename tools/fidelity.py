@@ -117,8 +117,9 @@ def shrink_pictures(zeva, gallery):
 
 def check():
     known = certainty()
-    if list(known) != filters():
-        fail("tests/golden/certainty.json does not list the filters of the catalogue, in its order")
+    # A filter that was just added is not in the list until something is known of it.
+    if list(known) != [name for name in filters() if name in known]:
+        fail("tests/golden/certainty.json lists what is not in the catalogue, or in another order")
     text = PAGE.read_text()
     missing = known.keys() - {path.stem for path in PICTURES.glob("*.jpg")}
     if missing:

@@ -101,7 +101,8 @@ class PagesTest(unittest.TestCase):
 
     def test_each_page_shows_the_row_of_the_fidelity_table(self):
         rows = [line for line in FIDELITY.read_text().splitlines() if line.startswith("| ![")]
-        self.assertEqual(len(rows), len(described))
+        showing = [page for page in gallery.glob("*.html") if "<h2>Fidelity</h2>" in page.read_text()]
+        self.assertEqual(len(showing), len(rows))
         for row in rows:
             _, name, *cells = [cell.strip() for cell in row.strip("|").split("|")]
             section = re.search("<h2>Fidelity</h2>(.*?)</section>", (gallery / f"{name}.html").read_text(), re.S)[1]
