@@ -23,9 +23,9 @@ void SaveImageInSpace(ZEVAobjectStruct* self, ZEVAstringStruct* path, double qua
 // files. Also raises for a space that is not a curve for each of red, green and blue and a matrix.
 void SaveImageInWorkingSpace(ZEVAobjectStruct* self, ZEVAstringStruct* path, ZEVAobjectStruct* workingSpace);
 
-// SaveLike(path as string, source as CIImageQOR, options as string): writes a file like that which the source was
-// opened from: with its depth, its color space and its data about the picture, as far as the format of the file can
-// hold them. The options (save_options.h) change that. Without a source there are 8 bits in sRGB.
+// SaveLike(path as string, source as CIImageQOR, options as string): writes a file with the depth, the color space and
+// the metadata of the file that the source was opened from, as far as the new file's format can hold them. The options
+// (save_options.h) change that. Without a source, the file has 8 bits in sRGB.
 void SaveImageLike(ZEVAobjectStruct* self, ZEVAstringStruct* path, ZEVAobjectStruct* source, ZEVAstringStruct* options);
 
 // CheckSave(path as string, options as string): raises what SaveLike would raise for any image, because of the options

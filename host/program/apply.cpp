@@ -12,7 +12,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
@@ -506,7 +505,7 @@ int Apply(const ProgramOptions& options, const ApplyRequest& request) {
     const Recipe recipe = ReadRecipe(request.words);
     const std::vector<InputPicture> pictures = PicturesOf(options, request, recipe);
     if (pictures.empty() && !recipe.inputs.empty()) {
-        throw Failure(kFailed, recipe.inputs[0] + ": there is no picture in this folder; nothing was written");
+        throw Failure(kFailed, recipe.inputs[0] + ": the folder contains no pictures; nothing was written");
     }
     const bool isOne = pictures.size() <= 1;
     if (!isOne && request.output == kStandardStream) {

@@ -204,7 +204,7 @@ class FolderTest(ZevaTest):
 
     def test_a_folder_without_pictures_is_a_failure(self):
         (self.folder / "empty").mkdir()
-        message = "empty: there is no picture in this folder; nothing was written"
+        message = "empty: the folder contains no pictures; nothing was written"
         self.assert_fails(1, message, "apply", "ColorInvert", "--recursive", "empty", "-o", "out")
         self.assertFalse((self.folder / "out").exists())
 

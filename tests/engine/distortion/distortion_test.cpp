@@ -335,16 +335,10 @@ TEST(DistortionNumbersTest, GlassFollowsTheSlopesOfTheTiledTexture) {
 }
 
 TEST(DistortionPictureTest, PicturesAreSampledAsStoredAndResultsAreLinear) {
-    static const std::uint8_t kBytes[] = {0, 0, 0, 255, 255, 255, 255, 255};
-    BitmapSource bitmap;
-    bitmap.pixels = kBytes;
-    bitmap.width = 2;
-    bitmap.height = 1;
-    bitmap.bytesPerRow = 8;
     // This huge bump moves pixels here by half a pixel, to within 1e-3.
     const std::vector<Value> half = {
         {"inputCenter", {1.5 - 1e-4, 0.5}}, {"inputRadius", {1e6}}, {"inputScale", {5001}}};
-    const ImageRef once = Output("CIBumpDistortion", MakeBitmapImage(bitmap, nullptr), half);
+    const ImageRef once = Output("CIBumpDistortion", BlackAndWhite(), half);
     const double stored = static_cast<double>(Pixels(once, {1, 0, 1, 1})[0]);
     EXPECT_NEAR(stored, static_cast<double>(DecodeSRGB(0.5f)), 1e-3);
     EXPECT_EQ(once->Encoded(), nullptr);

@@ -118,17 +118,6 @@ TEST(AffineExtentTest, IsTheBoundingBoxRoundedOutward) {
         Output("CIAffineTile", source.image, {{"inputTransform", {1, 0, 0, 1, 0, 0}}})->GetExtent().IsInfinite());
 }
 
-// Returns a picture of two opaque pixels, black and white, stored as bytes.
-ImageRef BlackAndWhite() {
-    static const std::uint8_t kBytes[] = {0, 0, 0, 255, 255, 255, 255, 255};
-    BitmapSource bitmap;
-    bitmap.pixels = kBytes;
-    bitmap.width = 2;
-    bitmap.height = 1;
-    bitmap.bytesPerRow = 8;
-    return MakeBitmapImage(bitmap, nullptr);
-}
-
 TEST(AffinePictureTest, InterpolatesStoredValuesOfAPicture) {
     const std::vector<Value> half = {{"inputTransform", {1, 0, 0, 1, 0.5, 0}}};
     const double stored =

@@ -117,13 +117,7 @@ TEST(ResizedTest, OpaquePicturesStayExactlyOpaque) {
 }
 
 TEST(ResizedTest, AveragesLight) {
-    static const std::uint8_t kBytes[] = {0, 0, 0, 255, 255, 255, 255, 255};
-    BitmapSource bitmap;
-    bitmap.pixels = kBytes;
-    bitmap.width = 2;
-    bitmap.height = 1;
-    bitmap.bytesPerRow = 8;
-    const ImageRef one = MakeResizedImage(MakeBitmapImage(bitmap, nullptr), 1, 1, ResizeMode::kStretch);
+    const ImageRef one = MakeResizedImage(BlackAndWhite(), 1, 1, ResizeMode::kStretch);
     EXPECT_EQ(Pixels(one, {0, 0, 1, 1}), (std::vector<float>{0.5f, 0.5f, 0.5f, 1}));
 }
 

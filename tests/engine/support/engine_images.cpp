@@ -37,6 +37,16 @@ ImageRef ImageOf(std::size_t width, std::size_t height, std::vector<float> float
     return MakeBitmapImage(source, pixels);
 }
 
+ImageRef BlackAndWhite() {
+    static const std::uint8_t kBytes[] = {0, 0, 0, 255, 255, 255, 255, 255};
+    BitmapSource source;
+    source.pixels = kBytes;
+    source.width = 2;
+    source.height = 1;
+    source.bytesPerRow = 8;
+    return MakeBitmapImage(source, nullptr);
+}
+
 std::vector<float> Pixels(const ImageRef& image, const Region& region, const Cut& cut) {
     std::vector<float> pixels(static_cast<std::size_t>(region.width * region.height) * 4, -1.0f);
     BitmapDestination destination;

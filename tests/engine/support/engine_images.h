@@ -16,6 +16,9 @@ core_image::ImageRef RandomImage(std::size_t width, std::size_t height);
 // 0).
 core_image::ImageRef ImageOf(std::size_t width, std::size_t height, std::vector<float> floats);
 
+// Returns a picture of two opaque pixels side by side, black and white, stored as bytes.
+core_image::ImageRef BlackAndWhite();
+
 // Renders a region to linear floats, top row first.
 std::vector<float> Pixels(const core_image::ImageRef& image, const core_image::Region& region,
                           const core_image::Cut& cut = {});
