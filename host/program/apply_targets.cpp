@@ -1,0 +1,77 @@
+// apply_targets.cpp - names, folders and protected files.
+
+#include "host/program/apply_targets.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstddef>
+#include <filesystem>
+#include <map>
+#include <system_error>
+
+#include "host/program/exit_status.h"
+#include "host/program/picture_streams.h"
+#include "host/program/protected_files.h"
+#include "host/runtime/errors.h"
+#include "host/runtime/text.h"
+
+using host::HostError;
+using std::filesystem::path;
+
+void CreateFolder(const std::string& folder) {
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    const bool isWritable = faccessat(AT_FDCWD, folder.c_str(), W_OK, AT_EACCESS) == 0;
+    if (!error && !isWritable) error.assign(errno, std::generic_category());
+    if (error) {
+        throw HostError(
+            folder,
+            "results cannot be written to this folder (" + host::SystemReason(error.value()) + "); nothing was written",
+            error.value());
+    }
+}
+
+void NameTargets(const OutputNames& names, const std::vector<ResultSize>& sizes, std::vector<PictureJob>& jobs) {
+    std::map<path, std::string> taken;
+    for (std::size_t i = 0; i < jobs.size(); ++i) {
+        const std::string& input = jobs[i].picture.path;
+        jobs[i].target = names.Of(jobs[i].picture, sizes[i]);
+        const auto [other, isNew] = taken.emplace(path(jobs[i].target).lexically_normal(), input);
+        if (!isNew) {
+            throw UsageError(jobs[i].target + ": the results of " + other->second + " and " + input +
+                             " would both be written there; nothing was written");
+        }
+    }
+}
+
+std::string FolderOf(const std::string& target) {
+    const path folder = path(target).parent_path();
+    return folder.empty() ? "." : folder.string();
+}
+
+bool IsKept(const ApplyRequest& request, const std::string& target) {
+    std::error_code error;
+    return request.keepsExisting && std::filesystem::exists(std::filesystem::symlink_status(target, error));
+}
+
+std::vector<std::string> OtherFiles(const ProgramOptions& options, const ApplyRequest& request, const Recipe& recipe) {
+    std::vector<std::string> files = FilesOfSettings(recipe);
+    if (!options.module.empty()) files.push_back(options.module);
+    const std::vector<std::string> profiles = FilesOfOptions(request.options);
+    files.insert(files.end(), profiles.begin(), profiles.end());
+    return files;
+}
+
+void ProtectInputs(const ApplyRequest& request, const std::vector<std::string>& others,
+                   const std::vector<PictureJob>& jobs) {
+    ProtectedFiles files;
+    for (const PictureJob& job : jobs) {
+        if (!request.isInPlace && job.picture.path != kStandardStream) files.Add(job.picture.path);
+    }
+    for (const std::string& other : others) files.Add(other);
+    for (const PictureJob& job : jobs) {
+        if (job.target != kStandardStream) files.AddOutput(job.target, "a result", "nothing was written");
+    }
+}
