@@ -1,144 +1,210 @@
-// batch.cpp - workers take job numbers from a shared counter and report through one pipe.
+// batch.cpp - hands out jobs, one to each worker, and waits for whatever comes first: a result, the end of a worker, a
+// signal.
 
 #include "host/batch/batch.h"
 
-#include <sys/mman.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#include <poll.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
-#include <climits>
-#include <cstdio>
-#include <cstring>
-#include <map>
-#include <new>
+#include <charconv>
+#include <chrono>
+#include <deque>
+#include <memory>
+#include <optional>
 #include <system_error>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include "host/batch/error_text.h"
+#include "host/batch/stop_signals.h"
+#include "host/worker/process.h"
+#include "host/worker/texts.h"
 
 namespace {
 
-// A report of a worker. The size is fixed and at most PIPE_BUF: the system writes such a message in one piece, so
-// those of several workers never mix.
-struct Message {
-    pid_t worker;
-    std::uint32_t number;
-    enum Kind : std::uint32_t { kBegins, kDone, kFailed } kind;
-    std::int32_t errorNumber;
-    char failure[1000];
+using Clock = std::chrono::steady_clock;
+
+// How long the jobs in work may take to finish after a signal. Schedulers wait for 30 s or more before they kill.
+constexpr std::chrono::seconds kGrace(10);
+
+constexpr const char* kSucceeded = "done";
+constexpr const char* kFailedJob = "failed";
+
+// A worker and the job that it has.
+struct Slot {
+    std::unique_ptr<worker::Process> process;
+    std::optional<std::size_t> job;
+    Clock::time_point begin;
 };
-static_assert(sizeof(Message) <= PIPE_BUF);
 
-// The number of the next job, in memory shared by all workers.
-class SharedCounter {
+class Batch {
   public:
-    SharedCounter() {
-        void* memory = mmap(nullptr, sizeof(std::atomic<std::uint32_t>), PROT_READ | PROT_WRITE,
-                            MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-        if (memory == MAP_FAILED)
-            throw std::system_error(errno, std::generic_category(), "cannot allocate shared memory");
-        next_ = new (memory) std::atomic<std::uint32_t>(0);
+    Batch(const BatchOptions& options, std::size_t count, const std::function<std::string(std::size_t)>& request,
+          const std::function<AfterJob(const BatchResult&)>& report)
+        : options_(options), count_(count), request_(request), report_(report) {
+        if (options.handlesStops) stops_.emplace();
+        slots_.resize(WorkersOfBatch(count, options.workers));
     }
-    ~SharedCounter() { munmap(next_, sizeof *next_); }
-    SharedCounter(const SharedCounter&) = delete;
-    SharedCounter& operator=(const SharedCounter&) = delete;
 
-    std::uint32_t Take() { return next_->fetch_add(1); }
-    std::uint32_t Next() const { return next_->load(); }
+    int Run() {
+        for (;;) {
+            if (!isStopping_) HandOut();
+            if (!IsWorking()) return signal_;
+            Await();
+        }
+    }
 
   private:
-    std::atomic<std::uint32_t>* next_;
+    bool IsWorking() const {
+        return std::ranges::any_of(slots_, [](const Slot& slot) { return slot.job.has_value(); });
+    }
+
+    // The next job: one that was not tried yet, then one that is tried again.
+    std::optional<std::size_t> Next() {
+        if (next_ < count_) return next_++;
+        if (again_.empty()) return std::nullopt;
+        const std::size_t number = again_.front();
+        again_.pop_front();
+        return number;
+    }
+
+    void HandOut() {
+        for (Slot& slot : slots_) {
+            if (slot.job || isStopping_) continue;
+            const std::optional<std::size_t> number = Next();
+            if (!number) return;
+            if (!slot.process && !Start(slot)) {
+                again_.push_front(*number);
+                continue;
+            }
+            slot.job = number;
+            slot.begin = Clock::now();
+            // A worker that has just died is noticed when its channel is read.
+            static_cast<void>(slot.process->GetChannel().Send(request_(*number)));
+        }
+    }
+
+    // Starts the worker of a slot. Returns false when the system refuses one worker more, and others run.
+    bool Start(Slot& slot) {
+        try {
+            slot.process = std::make_unique<worker::Process>(worker::StartOptions{.role = options_.role});
+        } catch (const std::system_error&) {
+            if (!IsWorking()) throw;
+            return false;
+        }
+        static_cast<void>(slot.process->GetChannel().Send(options_.setup));
+        return true;
+    }
+
+    // Waits until something happens, and handles it.
+    void Await() {
+        std::vector<pollfd> waiting;
+        std::vector<std::size_t> indices;
+        for (std::size_t i = 0; i < slots_.size(); ++i) {
+            if (!slots_[i].job) continue;
+            waiting.push_back({slots_[i].process->GetChannel().Descriptor(), POLLIN, 0});
+            indices.push_back(i);
+        }
+        if (stops_) waiting.push_back({stops_->Descriptor(), POLLIN, 0});
+        constexpr int kTick = 1000;
+        const int ready = poll(waiting.data(), waiting.size(), options_.onTick || isStopping_ ? kTick : -1);
+        if (ready < 0 && errno != EINTR) throw std::system_error(errno, std::generic_category(), "cannot wait");
+        for (std::size_t i = 0; ready > 0 && i < indices.size(); ++i) {
+            if (waiting[i].revents != 0) Finish(slots_[indices[i]]);
+        }
+        if (stops_) TakeSignals();
+        if (options_.onTick) options_.onTick();
+    }
+
+    // Takes the result of a job, or finds that its worker has died.
+    void Finish(Slot& slot) {
+        BatchResult result;
+        result.number = *std::exchange(slot.job, std::nullopt);
+        result.seconds = std::chrono::duration<double>(Clock::now() - slot.begin).count();
+        const std::optional<std::string> message = slot.process->GetChannel().Receive();
+        const auto texts = message ? worker::Unpack(*message) : std::nullopt;
+        if (texts && texts->size() == 3) {
+            const auto& [kind, text, number] = std::tie((*texts)[0], (*texts)[1], (*texts)[2]);
+            (kind == kSucceeded ? result.text : result.failure) = text;
+            std::from_chars(number.data(), number.data() + number.size(), result.errorNumber);
+        } else {
+            slot.process->Kill();
+            const worker::End end = slot.process->Wait();
+            slot.process.reset();
+            result.failure = end.Text();
+            result.signal = end.signal;
+        }
+        const AfterJob after = report_(result);
+        if (after == AfterJob::kTryAgain) again_.push_back(result.number);
+        if (after == AfterJob::kStop) isStopping_ = true;
+    }
+
+    void TakeSignals() {
+        while (const int signal = stops_->Take()) {
+            if (signal_ != 0) return Drop();
+            signal_ = signal;
+            isStopping_ = true;
+            deadline_ = Clock::now() + kGrace;
+        }
+        if (signal_ != 0 && Clock::now() >= deadline_) Drop();
+    }
+
+    // Kills the workers that have a job.
+    void Drop() {
+        for (Slot& slot : slots_) {
+            if (!slot.job) continue;
+            slot.process.reset();
+            const std::size_t number = *std::exchange(slot.job, std::nullopt);
+            if (options_.onDropped) options_.onDropped(number);
+        }
+    }
+
+    const BatchOptions& options_;
+    std::size_t count_;
+    const std::function<std::string(std::size_t)>& request_;
+    const std::function<AfterJob(const BatchResult&)>& report_;
+    std::vector<Slot> slots_;
+    std::size_t next_ = 0;
+    std::deque<std::size_t> again_;
+    std::optional<StopSignals> stops_;
+    bool isStopping_ = false;
+    int signal_ = 0;
+    Clock::time_point deadline_;
 };
 
-// The main loop of a worker: runs jobs until none is left.
-void Work(int pipe, SharedCounter& counter, std::size_t count, const std::function<BatchJob()>& prepare) {
+// The main loop of a worker: runs jobs until the channel ends.
+int Serve(worker::Channel& channel, const std::function<BatchJob(const std::string&)>& prepare) {
+    const std::optional<std::string> setup = channel.Receive();
     BatchJob job;
-    for (std::uint32_t number = counter.Take(); number < count; number = counter.Take()) {
-        Message message = {getpid(), number, Message::kBegins, 0, {}};
-        const auto send = [&] { return write(pipe, &message, sizeof message) == sizeof message; };
-        if (!send()) return;
-        message.kind = Message::kDone;
+    while (const std::optional<std::string> request = setup ? channel.Receive() : std::nullopt) {
+        std::vector<std::string> reply;
         try {
-            if (!job) job = prepare();
-            job(number);
+            if (!job) job = prepare(*setup);
+            reply = {kSucceeded, job(*request), "0"};
         } catch (...) {
-            message.kind = Message::kFailed;
-            message.errorNumber = ErrorNumber();
-            std::snprintf(message.failure, sizeof message.failure, "%s", ErrorText().c_str());
+            reply = {kFailedJob, ErrorText(), std::to_string(ErrorNumber())};
+            // A failure without a text must not look like a success.
+            if (reply[1].empty()) reply[1] = "unknown failure";
         }
-        if (!send()) return;
+        if (!channel.Send(worker::Pack(reply))) break;
     }
-}
-
-// Forks the workers, which write to the pipe. Fewer are started when the system refuses more.
-std::vector<pid_t> StartWorkers(std::size_t workers, const int (&ends)[2], SharedCounter& counter, std::size_t count,
-                                const std::function<BatchJob()>& prepare) {
-    std::fflush(nullptr);
-    std::vector<pid_t> started;
-    for (std::size_t i = 0; i < workers; ++i) {
-        const pid_t worker = fork();
-        if (worker < 0 && started.empty())
-            throw std::system_error(errno, std::generic_category(), "cannot start a worker process");
-        if (worker < 0) break;
-        if (worker == 0) {
-            close(ends[0]);
-            Work(ends[1], counter, count, prepare);
-            std::fflush(nullptr);
-            _exit(0);
-        }
-        started.push_back(worker);
-    }
-    return started;
-}
-
-// Reads the reports until all workers have ended. Returns the unfinished job of each worker that crashed.
-std::map<pid_t, std::size_t> Listen(int pipe, const BatchReport& report) {
-    std::map<pid_t, std::size_t> unfinished;
-    Message message;
-    for (;;) {
-        const ssize_t got = read(pipe, &message, sizeof message);
-        if (got < 0 && errno == EINTR) continue;
-        if (got != sizeof message) return unfinished;
-        if (message.kind == Message::kBegins) {
-            unfinished[message.worker] = message.number;
-        } else {
-            unfinished.erase(message.worker);
-            report(message.number, message.kind == Message::kFailed ? message.failure : "", message.errorNumber);
-        }
-    }
-}
-
-// Waits for a process and says how it ended.
-std::string EndOf(pid_t worker) {
-    int status = 0;
-    while (waitpid(worker, &status, 0) < 0 && errno == EINTR) {
-    }
-    if (WIFSIGNALED(status)) return std::string("its process was terminated: ") + strsignal(WTERMSIG(status));
-    return "its process ended with status " + std::to_string(WEXITSTATUS(status));
+    return 0;
 }
 
 }  // namespace
 
-std::size_t WorkersOfBatch(std::size_t count) {
-    return std::min<std::size_t>(std::max(1u, std::thread::hardware_concurrency()), count);
+std::size_t WorkersOfBatch(std::size_t count, std::size_t wanted) {
+    return std::min<std::size_t>(wanted != 0 ? wanted : std::max(1u, std::thread::hardware_concurrency()), count);
 }
 
-void RunBatch(std::size_t count, const std::function<BatchJob()>& prepare, const BatchReport& report) {
-    SharedCounter counter;
-    // There is a second round only when every worker of the first one crashed.
-    while (counter.Next() < count) {
-        int ends[2];
-        if (pipe(ends) != 0) throw std::system_error(errno, std::generic_category(), "cannot create a pipe");
-        const auto workers = StartWorkers(WorkersOfBatch(count - counter.Next()), ends, counter, count, prepare);
-        close(ends[1]);
-        const auto unfinished = Listen(ends[0], report);
-        close(ends[0]);
-        for (pid_t worker : workers) {
-            const std::string end = EndOf(worker);
-            if (const auto job = unfinished.find(worker); job != unfinished.end()) report(job->second, end, 0);
-        }
-    }
+int RunBatch(const BatchOptions& options, std::size_t count, const std::function<std::string(std::size_t)>& request,
+             const std::function<AfterJob(const BatchResult&)>& report) {
+    return Batch(options, count, request, report).Run();
+}
+
+worker::Role BatchRole(std::string name, std::function<BatchJob(const std::string&)> prepare) {
+    return {std::move(name),
+            [prepare = std::move(prepare)](worker::Channel& channel) { return Serve(channel, prepare); }};
 }

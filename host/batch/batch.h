@@ -1,10 +1,12 @@
 // batch.h - runs many jobs in parallel, isolated from each other.
 //
-// Jobs run in worker processes, one per processor. Why processes: a process has one host, on one thread; and a job
-// that crashes ends only its own worker.
+// Jobs run in worker processes (host/worker/process.h). Why processes: a process has one host, on one thread; and a job
+// that crashes ends only its own worker. A job is a text that the worker understands, and so is its result.
 //
-// Lifetime: workers start and end within RunBatch. They are forked and inherit the memory of the program.
-// Threads:  the process must have one thread when RunBatch is called.
+// A worker has one job at a time, so that at most one is lost when it dies. Another worker takes its place.
+//
+// Lifetime: workers start and end within RunBatch.
+// Threads:  RunBatch waits on the thread that calls it.
 
 #pragma once
 
@@ -12,20 +14,55 @@
 #include <functional>
 #include <string>
 
-// Runs the job of a number. Throws when the job fails.
-using BatchJob = std::function<void(std::size_t number)>;
+#include "host/worker/role.h"
 
-// Called for each job that ended. `failure` is the reason, or empty when the job succeeded. The error number is that of
-// ErrorNumber (error_text.h).
-using BatchReport = std::function<void(std::size_t number, const std::string& failure, int errorNumber)>;
+// What became of a job.
+struct BatchResult {
+    std::size_t number = 0;
+    std::string text;     // of a job that succeeded
+    std::string failure;  // the reason; empty when the job succeeded
+    int errorNumber = 0;  // of a failure, as of ErrorNumber (error_text.h)
+    int signal = 0;       // that ended the worker; 0 for a worker that still runs or that exited
+    double seconds = 0;
+};
 
-// Returns the number of workers that a number of jobs is divided among.
-[[nodiscard]] std::size_t WorkersOfBatch(std::size_t count);
+// What happens after a job.
+enum class AfterJob {
+    kGoOn,
+    kTryAgain,  // the same job is run once more, after the others
+    kStop,      // no further job begins
+};
 
-// Runs the jobs 0...count-1 and reports the end of each in the calling process.
+struct BatchOptions {
+    std::string role;         // of the workers; it was made by BatchRole
+    std::string setup;        // passed to each worker
+    std::size_t workers = 0;  // at most; 0 for one per processor
+
+    // Whether SIGINT and SIGTERM let the jobs in work finish instead of ending the program. See RunBatch.
+    bool handlesStops = false;
+
+    // Called about once a second while jobs run.
+    std::function<void()> onTick = {};
+
+    // Called for a job whose worker was killed because the batch could not wait for it.
+    std::function<void(std::size_t number)> onDropped = {};
+};
+
+// Returns the number of workers that a number of jobs is divided among: as many as wanted, or one per processor for 0.
+[[nodiscard]] std::size_t WorkersOfBatch(std::size_t count, std::size_t wanted = 0);
+
+// Runs the jobs 0...count-1 and reports the end of each in the calling process. `request` returns the text of a job.
 //
-// Each worker calls `prepare` once, and then the returned job for one number after another. When `prepare` throws,
-// the job whose turn it is fails with that error.
+// Returns 0; or the signal that stopped the batch, if it handles stops. No job begins after the first SIGINT or
+// SIGTERM. The jobs in work have a few seconds to finish, and are dropped then. A second signal drops them at once.
 //
-// Fails: std::system_error when the system cannot start a worker.
-void RunBatch(std::size_t count, const std::function<BatchJob()>& prepare, const BatchReport& report);
+// Fails: std::system_error when the system cannot start a worker and none is left.
+[[nodiscard]] int RunBatch(const BatchOptions& options, std::size_t count,
+                           const std::function<std::string(std::size_t number)>& request,
+                           const std::function<AfterJob(const BatchResult& result)>& report);
+
+// The side of the worker. `prepare` takes the setup and is called before the first job. The function that it returns
+// takes the text of a job and returns its result. When either throws, the job fails with that error; `prepare` is
+// called again for the next one.
+using BatchJob = std::function<std::string(const std::string& request)>;
+[[nodiscard]] worker::Role BatchRole(std::string name, std::function<BatchJob(const std::string& setup)> prepare);

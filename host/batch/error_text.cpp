@@ -40,6 +40,8 @@ int ErrorNumber() {
         return exception.ErrorNumber();
     } catch (const host::HostError& error) {
         return error.ErrorNumber();
+    } catch (const NumberedError& error) {
+        return error.Number();
     } catch (const std::system_error& error) {
         return error.code().value();
     } catch (const std::bad_alloc&) {

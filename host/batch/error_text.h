@@ -4,7 +4,18 @@
 
 #pragma once
 
+#include <stdexcept>
 #include <string>
+
+// An error whose text and number are known.
+class NumberedError : public std::runtime_error {
+  public:
+    NumberedError(const std::string& text, int number) : std::runtime_error(text), number_(number) {}
+    [[nodiscard]] int Number() const { return number_; }
+
+  private:
+    int number_;
+};
 
 // Returns the text of the current exception, without a line feed at its end.
 [[nodiscard]] std::string ErrorText();

@@ -9,7 +9,7 @@ namespace checker {
 Stage& CheckContext::Load(StageOptions options) {
     // Never destroyed, see stage.h. The static pointer keeps it reachable for the leak checker.
     static Stage* stage = nullptr;
-    stage = new Stage(module_, std::move(options));
+    stage = new Stage(call_.module, std::move(options));
     return *stage;
 }
 

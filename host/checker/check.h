@@ -9,9 +9,9 @@
 // A breach is not yet a finding. It is a forbidden call across the boundary, which the watch records during every check
 // (watch.h). The checks for that kind of breach turn it into findings.
 //
-// Each check runs in its own process, which starts with no module loaded. The check loads what it needs onto a stage,
-// tries its rule and adds findings to its context. A check that finds no subject for its rule (no class has such a
-// property) is skipped and says why.
+// Each check runs in its own process (check_process.h), which starts with no module loaded. The check loads what it
+// needs onto a stage, tries its rule and adds findings to its context. A check that finds no subject for its rule (no
+// class has such a property) is skipped and says why.
 //
 // Threads: the host's thread.
 // Adding a check: a row in the list of its group (<group>_checks.cpp), and a fault of the same name in
@@ -21,8 +21,10 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "host/checker/child.h"
 #include "host/checker/stage.h"
 
 namespace checker {
@@ -39,17 +41,27 @@ struct SkipCheck {
     std::string reason;
 };
 
-// Passed to every check: the module, the options of the run, and the findings so far.
+// A check of a module: what the process that runs it has to know.
+struct CheckCall {
+    std::string check;  // its full name
+    CheckedModule module;
+    unsigned seed = 1;
+    double timeLimit = 30;  // seconds
+};
+
+// Passed to every check: what is checked, and the findings so far.
 class CheckContext {
   public:
-    CheckContext(const CheckedModule& module, unsigned seed, double timeLimit)
-        : module_(module), seed_(seed), timeLimit_(timeLimit) {}
+    explicit CheckContext(CheckCall call) : call_(std::move(call)) {}
 
-    [[nodiscard]] const CheckedModule& Module() const { return module_; }
-    [[nodiscard]] unsigned Seed() const { return seed_; }
+    [[nodiscard]] const std::string& Name() const { return call_.check; }
+    [[nodiscard]] const CheckedModule& Module() const { return call_.module; }
+    [[nodiscard]] unsigned Seed() const { return call_.seed; }
 
-    // The limit, in seconds, for a child process of this check.
-    [[nodiscard]] double TimeLimit() const { return timeLimit_ / 2; }
+    // Runs the inChild of this check in a child process, with an argument. The time limit is a part of the one that the
+    // check has.
+    [[nodiscard]] ChildResult RunInChild(const std::string& argument = {}, double partOfLimit = 0.5,
+                                         ChildExit childExit = ChildExit::kImmediate) const;
 
     // Loads the module and its siblings onto a new stage. At most one call per process. Throws HostError when a module
     // cannot be loaded.
@@ -66,9 +78,7 @@ class CheckContext {
     [[nodiscard]] const std::vector<Finding>& Findings() const { return findings_; }
 
   private:
-    const CheckedModule& module_;
-    unsigned seed_;
-    double timeLimit_;
+    CheckCall call_;
     int subjects_ = 0;
     std::vector<Finding> findings_;
 };
@@ -86,6 +96,9 @@ struct Check {
     std::string cause;  // the likely cause when the rule is broken
     std::function<void(CheckContext&)> run;
     Severity severity = Severity::kFailure;
+
+    // What the check does in a child process of its own (CheckContext::RunInChild).
+    std::function<std::string(CheckContext&, const std::string& argument)> inChild = {};
 };
 
 struct Group {

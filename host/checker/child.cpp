@@ -1,24 +1,25 @@
-// child.cpp - forks, reads what the child sends, and kills a child that exceeds its time limit.
+// child.cpp - starts the child, reads what it sends, and kills a child that exceeds its time limit.
 
 #include "host/checker/child.h"
 
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/mman.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cmath>
-#include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 #include <system_error>
 #include <utility>
 
 #include "host/runtime/value.h"
+#include "host/worker/process.h"
+#include "host/worker/texts.h"
 
 namespace checker {
 
@@ -35,12 +36,18 @@ constexpr std::size_t kMostOutput = 1 << 20;
 // How many bytes a child's result can have. It is far more than a check with many findings needs.
 constexpr std::size_t kMostResult = 16 << 20;
 
-// The last step, in memory that a child shares with its parent.
+// The last step of this process, in memory that it shares with its parent. Null in a process that is not a child.
 constexpr std::size_t kStepSize = 256;
 char* stepNote = nullptr;
 
 // Whether this process is a child. Only the outermost child leads a process group, which is killed with it.
-bool isChild = false;
+bool IsChild() { return stepNote != nullptr; }
+
+// How the message to a child says that it exits with _exit.
+constexpr const char* kImmediately = "immediately";
+
+// The file of the shared step, as the child finds it.
+constexpr int kStepDescriptor = worker::kFirstPassedDescriptor;
 
 [[noreturn]] void Throw(const char* what) { throw std::system_error(errno, std::generic_category(), what); }
 
@@ -59,22 +66,25 @@ class Descriptor {
     int number_;
 };
 
-// Owns the shared step of one child. It replaces the step of this process until the child has ended.
+// The steps of one child in memory.
 class SharedNote {
   public:
-    SharedNote() : enclosing_(stepNote) {
-        void* shared = mmap(nullptr, kStepSize, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-        if (shared == MAP_FAILED) Throw("checker: cannot share memory with a child");
-        stepNote = static_cast<char*>(shared);
+    explicit SharedNote(const Descriptor& file)
+        : text_(mmap(nullptr, kStepSize, PROT_READ | PROT_WRITE, MAP_SHARED, file.Number(), 0)) {
+        if (text_ == MAP_FAILED) Throw("checker: cannot share memory with a child");
     }
     ~SharedNote() {
-        munmap(stepNote, kStepSize);
-        stepNote = enclosing_;
+        if (text_ != MAP_FAILED) munmap(text_, kStepSize);
     }
     SharedNote(const SharedNote&) = delete;
 
+    char* Text() const { return static_cast<char*>(text_); }
+
+    // Keeps the memory until the process ends.
+    char* Release() { return static_cast<char*>(std::exchange(text_, MAP_FAILED)); }
+
   private:
-    char* enclosing_;
+    void* text_;
 };
 
 void WriteAll(int descriptor, const std::string& text) {
@@ -86,29 +96,31 @@ void WriteAll(int descriptor, const std::string& text) {
 }
 
 // Runs in the child: works, sends the result and exits. A zero byte marks a complete result.
-[[noreturn]] void BeChild(const std::function<std::string()>& work, Descriptor& result, const Descriptor& output,
-                          ChildExit childExit) {
-    if (!isChild) setpgid(0, 0);
-    isChild = true;
-    dup2(output.Number(), STDOUT_FILENO);
-    dup2(output.Number(), STDERR_FILENO);
-    WriteAll(result.Number(), work() + '\0');
-    result.Close();
+int BeChild(const std::vector<ChildWork>& works, worker::Channel& channel) {
+    const std::optional<std::string> message = channel.Receive();
+    const auto texts = message ? worker::Unpack(*message) : std::nullopt;
+    if (!texts || texts->size() != 3) return 1;
+    const std::string &name = (*texts)[0], &argument = (*texts)[1], &childExit = (*texts)[2];
+    const auto work = std::ranges::find(works, name, &ChildWork::name);
+    if (work == works.end()) return 1;
+    stepNote = SharedNote(Descriptor(kStepDescriptor)).Release();
+    WriteAll(channel.Descriptor(), work->run(argument) + '\0');
+    channel.Close();
     std::fflush(nullptr);
-    if (childExit == ChildExit::kImmediate) _exit(0);
+    if (childExit == kImmediately) _exit(0);
     std::exit(0);
 }
 
-// Returns an empty file in memory that cannot grow beyond kMostOutput.
-int NewOutputFile() {
-    const int file = memfd_create("output", MFD_ALLOW_SEALING);
-    if (file < 0 || ftruncate(file, kMostOutput) != 0 || fcntl(file, F_ADD_SEALS, F_SEAL_GROW) != 0) {
-        Throw("checker: cannot create a file for the output of a child");
+// Returns an empty file in memory that cannot grow beyond a size.
+int NewMemoryFile(const char* name, std::size_t size) {
+    const int file = memfd_create(name, MFD_ALLOW_SEALING | MFD_CLOEXEC);
+    if (file < 0 || ftruncate(file, static_cast<off_t>(size)) != 0 || fcntl(file, F_ADD_SEALS, F_SEAL_GROW) != 0) {
+        Throw("checker: cannot create a file in memory for a child");
     }
     return file;
 }
 
-// Reads the result until the pipe is closed. Returns false at the deadline. Keeps the beginning of a result
+// Reads the result until the channel is closed. Returns false at the deadline. Keeps the beginning of a result
 // that is too long.
 bool ReadResult(int descriptor, Clock::time_point deadline, std::string& text) {
     std::array<char, 4096> buffer;
@@ -124,14 +136,12 @@ bool ReadResult(int descriptor, Clock::time_point deadline, std::string& text) {
     }
 }
 
-// Waits until the child has ended. Returns false at the deadline.
-bool WaitFor(pid_t child, Clock::time_point deadline, int& status) {
-    for (useconds_t pause = 50; waitpid(child, &status, WNOHANG) == 0;
-         pause = std::min<useconds_t>(2 * pause, 10'000)) {
-        if (Clock::now() >= deadline) return false;
+// Waits until the child has ended. Returns nothing at the deadline.
+std::optional<worker::End> WaitFor(worker::Process& child, Clock::time_point deadline) {
+    for (useconds_t pause = 50;; pause = std::min<useconds_t>(2 * pause, 10'000)) {
+        if (const std::optional<worker::End> end = child.Poll(); end || Clock::now() >= deadline) return end;
         usleep(pause);
     }
-    return true;
 }
 
 // Returns the last part of what the child printed.
@@ -146,38 +156,40 @@ std::string KeptOutput(const Descriptor& file) {
 
 }  // namespace
 
-ChildResult RunInChild(const std::function<std::string()>& work, std::chrono::duration<double> limit,
+worker::Role ChildRole(std::vector<ChildWork> works) {
+    return {kChildRole, [works = std::move(works)](worker::Channel& channel) { return BeChild(works, channel); }};
+}
+
+ChildResult RunInChild(const std::string& work, const std::string& argument, std::chrono::duration<double> limit,
                        ChildExit childExit) {
-    int ends[2];
-    if (pipe(ends) != 0) Throw("checker: cannot create a pipe for a child");
-    Descriptor reading(ends[0]);
-    Descriptor writing(ends[1]);
-    const Descriptor output(NewOutputFile());
-    const SharedNote note;
+    const Descriptor output(NewMemoryFile("output", kMostOutput));
+    const Descriptor step(NewMemoryFile("step", kStepSize));
+    const SharedNote note(step);
     std::fflush(nullptr);
     const auto start = Clock::now();
     const auto deadline = start + std::chrono::duration_cast<Clock::duration>(limit);
-    const pid_t child = fork();
-    if (child < 0) Throw("checker: cannot create a child process");
-    if (child == 0) BeChild(work, writing, output, childExit);
-    if (!isChild) setpgid(child, child);
-    writing.Close();
+    worker::Process child({.role = kChildRole,
+                           .output = output.Number(),
+                           .leadsGroup = !IsChild(),
+                           .blocksStops = false,
+                           .passed = {step.Number()}});
+    const char* how = childExit == ChildExit::kImmediate ? kImmediately : "";
+    static_cast<void>(child.GetChannel().Send(worker::Pack({work, argument, how})));
 
     ChildResult result;
-    int status = 0;
-    const bool inTime = ReadResult(reading.Number(), deadline, result.text) && WaitFor(child, deadline, status);
-    if (!isChild) kill(-child, SIGKILL);  // and every process that it started
-    if (!inTime) {
-        kill(child, SIGKILL);
-        waitpid(child, &status, 0);
-    }
+    std::optional<worker::End> end;
+    if (ReadResult(child.GetChannel().Descriptor(), deadline, result.text)) end = WaitFor(child, deadline);
+    child.Kill();  // and every process that it started
+    child.Wait();
     result.seconds = Clock::now() - start;
-    result.timedOut = !inTime;
+    result.timedOut = !end;
     result.hasReturned = !result.text.empty() && result.text.size() < kMostResult && result.text.back() == '\0';
     if (result.hasReturned) result.text.pop_back();
-    result.signal = inTime && WIFSIGNALED(status) ? WTERMSIG(status) : 0;
-    result.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : 0;
-    result.step = stepNote;
+    if (end) {
+        result.signal = end->signal;
+        result.exitStatus = end->status;
+    }
+    result.step = note.Text();
     result.output = KeptOutput(output);
     return result;
 }

@@ -1,18 +1,22 @@
 // child.h - runs work in a child process, so that a crash or an infinite loop ends only that process.
 //
-// The child is a fork of this process. It sends the text that the work returns through a pipe and exits. Its standard
-// output and standard error go to a file of their own. The child notes each step before the step begins, in memory that
-// both processes share, so the last step is known even after a crash.
+// The child is a worker (host/worker/process.h) with the role kChildRole. It takes the name of a work and an argument,
+// sends the text that the work returns, and exits. Its standard output and standard error go to a file of their own.
+// The child notes each step before the step begins, in memory that both processes share, so the last step is known even
+// after a crash.
 //
 // Children nest. When a child ends, its own children are killed with it.
 //
-// Threads: call from a process with a single thread, because a fork copies only the calling thread.
+// Threads: any; a thread waits for its child.
 
 #pragma once
 
 #include <chrono>
 #include <functional>
 #include <string>
+#include <vector>
+
+#include "host/worker/role.h"
 
 namespace checker {
 
@@ -33,9 +37,20 @@ struct ChildResult {
     [[nodiscard]] bool Succeeded() const { return hasReturned && !timedOut && signal == 0 && exitStatus == 0; }
 };
 
-// Runs work in a child and waits for its end, at most until the limit. Throws std::system_error when the system cannot
-// create a process, a pipe or shared memory.
-ChildResult RunInChild(const std::function<std::string()>& work, std::chrono::duration<double> limit,
+// What a child can do, by name. The argument says on what.
+struct ChildWork {
+    std::string name;
+    std::function<std::string(const std::string& argument)> run;
+};
+
+inline constexpr const char* kChildRole = "checker-child";
+
+// The role of children that do one of these works.
+[[nodiscard]] worker::Role ChildRole(std::vector<ChildWork> works);
+
+// Runs a work in a child and waits for its end, at most until the limit. Throws std::system_error when the system
+// cannot create a process or shared memory.
+ChildResult RunInChild(const std::string& work, const std::string& argument, std::chrono::duration<double> limit,
                        ChildExit childExit = ChildExit::kImmediate);
 
 // Returns how a child failed, in words: "SIGSEGV while reading Jug.Volume".

@@ -4,7 +4,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <clocale>
 #include <csignal>
 #include <cstdio>
@@ -117,12 +116,13 @@ void Quiet(CheckContext& context) {
     if (printed > 0) context.AddFinding("", "no output", std::to_string(printed) + " bytes");
 }
 
+std::string CountWithSiblingsFirst(CheckContext& context, const std::string&) {
+    return std::to_string(Stage(context.Module()).module->classes.size());
+}
+
 void AnyOrder(CheckContext& context) {
     if (context.Module().siblings.empty()) throw SkipCheck{"the module is loaded without siblings (--with)"};
-    const std::string siblingsFirst =
-        RunInChild([&] { return std::to_string(Stage(context.Module()).module->classes.size()); },
-                   std::chrono::duration<double>(context.TimeLimit()))
-            .text;
+    const std::string siblingsFirst = context.RunInChild().text;
     Stage& stage = context.Load({.siblingsComeFirst = false});
     const std::string count = std::to_string(stage.module->classes.size());
     if (count != siblingsFirst) {
@@ -154,7 +154,7 @@ std::vector<Check> LoadChecks() {
          "a library that the module initializes changes them", ProcessStays},
         {"quiet", "loading prints nothing", "a debugging message was left in the module", Quiet, Severity::kWarning},
         {"any-order", "the same classes are registered when the siblings are loaded later",
-         "registration depends on a sibling's class", AnyOrder},
+         "registration depends on a sibling's class", AnyOrder, Severity::kFailure, CountWithSiblingsFirst},
     };
 }
 

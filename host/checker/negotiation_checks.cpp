@@ -1,15 +1,14 @@
 // negotiation_checks.cpp - record versions and class registration for hosts of different versions.
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
+#include <cstdlib>
 #include <iterator>
 #include <limits>
 #include <optional>
 #include <string>
 
 #include "host/checker/check.h"
-#include "host/checker/child.h"
 #include "host/runtime/value.h"
 #include "interface/host_version.h"
 
@@ -112,10 +111,13 @@ std::string FirstDifference(const std::string& one, const std::string& other) {
     return line.empty() ? "fewer classes or members" : line;
 }
 
+std::string InterfaceForVersion(CheckContext& context, const std::string& version) {
+    return InterfaceText(Stage(context.Module(), {.hostVersion = std::strtod(version.c_str(), nullptr)}));
+}
+
 void SameInterface(CheckContext& context) {
     const auto interfaceFor = [&](double version) {
-        const auto work = [&] { return InterfaceText(Stage(context.Module(), {.hostVersion = version})); };
-        const ChildResult child = RunInChild(work, std::chrono::duration<double>(context.TimeLimit() / 4));
+        const ChildResult child = context.RunInChild(host::NumberText(version), 1.0 / 8);
         return child.Succeeded() ? child.text : FailureText(child);
     };
     // Versions from the middle of each range.
@@ -154,7 +156,8 @@ std::vector<Check> NegotiationChecks() {
                           [each](CheckContext& context) { KeepsGap(context, each); }});
     }
     checks.push_back({"same-interface", "hosts with record versions 9 to 12 get the same classes and members",
-                      "the conversion to the shorter layout is incomplete or missing", SameInterface});
+                      "the conversion to the shorter layout is incomplete or missing", SameInterface,
+                      Severity::kFailure, InterfaceForVersion});
     return checks;
 }
 

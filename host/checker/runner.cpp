@@ -1,14 +1,12 @@
-// runner.cpp - runs a check in a child process, sends its findings back as text, and derives the verdict.
+// runner.cpp - selects the checks, runs each in its process, and derives the verdict.
 
 #include "host/checker/runner.h"
 
 #include <fnmatch.h>
 
-#include <charconv>
-#include <chrono>
-#include <string_view>
+#include <optional>
 
-#include "host/checker/child.h"
+#include "host/checker/check_process.h"
 #include "host/runtime/errors.h"
 #include "host/runtime/suggestion.h"
 
@@ -16,60 +14,19 @@ namespace checker {
 
 namespace {
 
-// A child replies with a list of texts: why it skipped the check, which is empty when it did not, then three texts per
-// finding. Each is written as its length, a colon and its bytes.
-void AppendText(std::string& reply, std::string_view text) {
-    reply += std::to_string(text.size()) + ':';
-    reply += text;
-}
-
-// Returns an empty list for what is not such a reply: the module under check could write to any descriptor.
-std::vector<std::string> TextsOf(std::string_view reply) {
-    std::vector<std::string> texts;
-    while (!reply.empty()) {
-        const char* end = reply.data() + reply.size();
-        std::size_t length = 0;
-        const char* colon = std::from_chars(reply.data(), end, length).ptr;
-        if (colon == end || *colon != ':' || length >= static_cast<std::size_t>(end - colon)) return {};
-        texts.emplace_back(colon + 1, length);
-        reply.remove_prefix(static_cast<std::size_t>(colon + 1 - reply.data()) + length);
-    }
-    if (texts.size() % 3 != 1) texts.clear();
-    return texts;
-}
-
-// Runs a check in this process. Returns the reply.
-std::string RunCheck(const Check& check, const CheckedModule& module, const RunOptions& options) {
-    CheckContext context(module, options.seed, options.timeLimit);
-    std::string skipReason;
-    try {
-        check.run(context);
-    } catch (const SkipCheck& skipped) {
-        skipReason = skipped.reason;
-    } catch (const host::HostError& error) {
-        context.AddFinding("", "modules that can be loaded and used", error.what());
-    }
-    std::string reply;
-    AppendText(reply, skipReason);
-    for (const Finding& finding : context.Findings()) {
-        for (const std::string& text : {finding.subject, finding.expected, finding.got}) AppendText(reply, text);
-    }
-    return reply;
-}
-
 CheckResult ResultFromChild(const std::string& group, const Check& check, const ChildResult& child) {
     CheckResult result{.group = group, .check = &check, .findings = {}, .reason = {}, .output = {}};
     result.seconds = child.seconds.count();
-    const std::vector<std::string> texts = TextsOf(child.hasReturned ? std::string_view(child.text) : "0:");
-    for (std::size_t i = 1; i < texts.size(); i += 3) result.findings.push_back({texts[i], texts[i + 1], texts[i + 2]});
-    if (!child.Succeeded() || texts.empty()) {
+    const std::optional<CheckReply> reply = child.hasReturned ? ReplyIn(child.text) : std::nullopt;
+    if (reply) result.findings = reply->findings;
+    if (!child.Succeeded() || !reply) {
         result.verdict = Verdict::kCrashed;
         result.reason = child.Succeeded() ? "its reply cannot be read" : FailureText(child);
     } else if (!result.findings.empty()) {
         result.verdict = check.severity == Severity::kWarning ? Verdict::kWarned : Verdict::kFailed;
-    } else if (!texts.front().empty()) {
+    } else if (!reply->skipReason.empty()) {
         result.verdict = Verdict::kSkipped;
-        result.reason = texts.front();
+        result.reason = reply->skipReason;
     }
     if (IsBad(result.verdict)) result.output = child.output;
     return result;
@@ -138,9 +95,8 @@ std::vector<CheckResult> RunChecks(const CheckedModule& module, const RunOptions
     std::string failedPrerequisite;
     for (const auto& [group, check] : SelectedChecks(options.only)) {
         if (failedPrerequisite.empty()) {
-            const auto work = [&, each = check] { return RunCheck(*each, module, options); };
-            results.push_back(
-                ResultFromChild(group, *check, RunInChild(work, std::chrono::duration<double>(options.timeLimit))));
+            const CheckCall call = {group + "." + check->name, module, options.seed, options.timeLimit};
+            results.push_back(ResultFromChild(group, *check, RunCheckInChild(call)));
         } else {
             results.push_back({.group = group,
                                .check = check,

@@ -1,7 +1,7 @@
 // runner.h - runs checks, each in its own process, and turns what each process did into a verdict.
 //
 // Failure: RunChecks throws std::system_error when the system cannot start a process.
-// Threads: call from a process with a single thread, because each check runs in a forked copy of it.
+// Threads: any; a thread waits for its checks.
 
 #pragma once
 

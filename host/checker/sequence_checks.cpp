@@ -2,14 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cstddef>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "host/checker/check.h"
-#include "host/checker/child.h"
 #include "host/checker/exercise.h"
 
 namespace checker {
@@ -62,13 +60,14 @@ void Random(CheckContext& context) {
     context.SkipWithoutSubjects("no class can have objects");
 }
 
+std::string Play(CheckContext& context, const std::string&) {
+    Stage stage(context.Module());
+    return PlayRandomly(stage, context.Seed(), kSteps);
+}
+
 void Replay(CheckContext& context) {
     const auto play = [&] {
-        const auto work = [&] {
-            Stage stage(context.Module());
-            return PlayRandomly(stage, context.Seed(), kSteps);
-        };
-        const ChildResult child = RunInChild(work, std::chrono::duration<double>(context.TimeLimit()));
+        const ChildResult child = context.RunInChild();
         return child.Succeeded() ? child.text : FailureText(child);
     };
     const std::string first = play(), second = play();
@@ -128,7 +127,7 @@ std::vector<Check> SequenceChecks() {
         {"random", "random calls on 24 objects do not crash the module (--seed)",
          "an object refers to another one that is already destroyed", Random},
         {"replay", "the same calls give the same results again",
-         "a result depends on time, on an address or on uninitialized memory", Replay, Severity::kWarning},
+         "a result depends on time, on an address or on uninitialized memory", Replay, Severity::kWarning, Play},
         {"many-objects", "3000 objects can exist at the same time", "objects are kept in a table of fixed size",
          ManyObjects},
         {"ending-orders", "objects can be destroyed in any order",

@@ -1,13 +1,14 @@
 // gallery.cpp - runs the programs of the gallery and writes its files.
 //
-// The programs run in worker processes, so that a filter that crashes costs one picture and all processors are used.
-// The modules are loaded before the workers start, but nothing is rendered in this process: rendering starts threads,
-// and a process with threads must not fork.
+// The programs run in worker processes, so that a filter that crashes costs one picture and all processors are used. A
+// job of a worker is a list of texts: the file of a photo to open; or a folder, and a program to run there with its
+// name and its arguments.
 
 #include "host/gallery/gallery.h"
 
 #include <algorithm>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <span>
 #include <tuple>
@@ -21,6 +22,7 @@
 #include "host/runtime/text.h"
 #include "host/runtime/write_file.h"
 #include "host/script/script.h"
+#include "host/worker/texts.h"
 
 // The texts of gallery.css, gallery.js and prepare.lua.
 extern const char kGalleryStyle[];
@@ -76,43 +78,35 @@ std::vector<GalleryPhoto> Photos(const std::vector<std::string>& files) {
     return photos;
 }
 
-// Runs a Lua program in a folder.
-void RunIn(Host& host, const path& folder, const std::string& text, const std::string& name,
-           std::span<const std::string> arguments = {}) {
-    std::filesystem::current_path(folder);
-    host::script::Script(host).RunText(text, name, arguments);
-}
-
 // Runs a job for each photo. Throws PhotoError for the first one that fails.
-void RunForPhotos(const std::vector<std::string>& files, const BatchJob& job) {
+void RunForPhotos(const BatchOptions& workers, const std::vector<std::string>& files,
+                  const std::function<std::vector<std::string>(std::size_t)>& job) {
     std::string failure;
     int number = 0;
-    const auto prepare = [&] { return job; };
-    RunBatch(files.size(), prepare, [&](std::size_t i, const std::string& why, int errorNumber) {
-        if (!failure.empty() || why.empty()) return;
-        failure = files[i] + ": " + why;
-        number = errorNumber;
-    });
+    const auto request = [&](std::size_t i) { return worker::Pack(job(i)); };
+    static_cast<void>(RunBatch(workers, files.size(), request, [&](const BatchResult& result) {
+        if (!failure.empty() || result.failure.empty()) return AfterJob::kGoOn;
+        failure = files[result.number] + ": " + result.failure;
+        number = result.errorNumber;
+        return AfterJob::kStop;
+    }));
     if (!failure.empty()) throw PhotoError(failure, "no gallery was written", number);
 }
 
 // Opens each photo, so that one that cannot be used is found before anything is created.
-void Check(Host& host, const std::vector<std::string>& files) {
-    RunForPhotos(files, [&](std::size_t i) {
-        const host::Value file[] = {host::TextValue(files[i])};
-        host.CallShared("CIImageQOR", "Open", file);
-    });
+void Check(const BatchOptions& workers, const std::vector<std::string>& files) {
+    RunForPhotos(workers, files, [&](std::size_t i) { return std::vector<std::string>{files[i]}; });
 }
 
 // Fills the photos' folders.
-void Prepare(Host& host, const std::vector<GalleryPhoto>& photos, const std::vector<std::string>& files,
-             const path& target) {
+void Prepare(const BatchOptions& workers, const std::vector<GalleryPhoto>& photos,
+             const std::vector<std::string>& files, const path& target) {
     std::vector<std::string> inputs;
     for (const std::string& file : files) inputs.push_back(std::filesystem::absolute(file).string());
-    RunForPhotos(files, [&](std::size_t i) {
-        std::vector<std::string> arguments = {inputs[i]};
-        if (inputs.size() > 1) arguments.push_back(inputs[(i + 1) % inputs.size()]);
-        RunIn(host, target / photos[i].folder, kPrepareScript, "prepare.lua", arguments);
+    RunForPhotos(workers, files, [&](std::size_t i) {
+        std::vector<std::string> job = {(target / photos[i].folder).string(), kPrepareScript, "prepare.lua", inputs[i]};
+        if (inputs.size() > 1) job.push_back(inputs[(i + 1) % inputs.size()]);
+        return job;
     });
 }
 
@@ -122,7 +116,7 @@ std::string Reason(const std::string& failure) {
 }
 
 // Runs all samples. Prints each failure and notes the pictures that are missing because of it.
-void Render(Host& host, Gallery& gallery, const path& target, bool isQuiet) {
+void Render(const BatchOptions& workers, Gallery& gallery, const path& target, bool isQuiet) {
     std::vector<Job> jobs;
     for (const GalleryPhoto& photo : gallery.photos) {
         for (const GalleryFilter& filter : gallery.filters) {
@@ -130,19 +124,22 @@ void Render(Host& host, Gallery& gallery, const path& target, bool isQuiet) {
         }
     }
     Progress progress(jobs.size(), isQuiet);
-    const auto prepare = [&]() -> BatchJob {
-        return [&](std::size_t i) {
-            RunIn(host, target / jobs[i].photo->folder, jobs[i].sample->text, jobs[i].filter->Title().name);
-        };
+    const auto request = [&](std::size_t i) {
+        const auto& [photo, filter, sample] = jobs[i];
+        return worker::Pack({(target / photo->folder).string(), sample->text, filter->Title().name});
     };
-    RunBatch(jobs.size(), prepare, [&](std::size_t i, const std::string& failure, int) {
+    const auto note = [&](std::size_t i, const std::string& failure) {
         const auto& [photo, filter, sample] = jobs[i];
         if (failure.empty()) return progress.Done("");
         for (const std::string& picture : sample->pictures) {
             gallery.missing[photo->folder + "/" + picture] = host::PrintableText(Reason(failure));
         }
         progress.Done(filter->Title().name + ", " + sample->caption + ", " + photo->name + ": " + Reason(failure));
-    });
+    };
+    static_cast<void>(RunBatch(workers, jobs.size(), request, [&](const BatchResult& result) {
+        note(result.number, result.failure);
+        return AfterJob::kGoOn;
+    }));
     progress.Summarize("written to " + target.string());
 }
 
@@ -172,7 +169,19 @@ void WritePages(const Gallery& gallery, const path& target) {
 
 }  // namespace
 
-bool WriteGallery(Host& host, const std::vector<std::string>& photos, const std::string& folder, bool isQuiet) {
+void RunGalleryJob(Host& host, const std::string& request) {
+    const std::vector<std::string> texts = worker::Unpack(request).value();
+    if (texts.size() == 1) {
+        const host::Value file[] = {host::TextValue(texts[0])};
+        host.CallShared("CIImageQOR", "Open", file);
+        return;
+    }
+    std::filesystem::current_path(texts.at(0));
+    host::script::Script(host).RunText(texts.at(1), texts.at(2), std::span(texts).subspan(3));
+}
+
+bool WriteGallery(Host& host, const BatchOptions& workers, const std::vector<std::string>& photos,
+                  const std::string& folder, bool isQuiet) {
     Gallery gallery = {Photos(photos), Filters(host), {}};
     const path target = std::filesystem::absolute(folder).lexically_normal();
     const path pictures = std::filesystem::weakly_canonical(target / "pictures");
@@ -182,10 +191,10 @@ bool WriteGallery(Host& host, const std::vector<std::string>& photos, const std:
             throw HostError(photo, "the gallery would overwrite it; nothing was written");
         }
     }
-    Check(host, photos);
+    Check(workers, photos);
     for (const GalleryPhoto& photo : gallery.photos) std::filesystem::create_directories(target / photo.folder);
-    Prepare(host, gallery.photos, photos, target);
-    Render(host, gallery, target, isQuiet);
+    Prepare(workers, gallery.photos, photos, target);
+    Render(workers, gallery, target, isQuiet);
     Measure(host, gallery.photos, target);
     WritePages(gallery, target);
     return gallery.missing.empty();

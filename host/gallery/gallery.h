@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "host/batch/batch.h"
 #include "host/runtime/errors.h"
 #include "host/runtime/host.h"
 
@@ -14,13 +15,17 @@ class PhotoError : public host::HostError {
     using HostError::HostError;
 };
 
-// Writes the gallery of some photos to a folder, which is created when it is missing. Prints each program that
+// Writes the gallery of some photos to a folder, which is created when it is missing. The pictures are made by workers,
+// whose jobs are those of RunGalleryJob. Prints each program that
 // failed and, unless it is quiet, the progress.
 //
 // Returns whether all pictures were made. In either case the pages are complete and give the reason for each missing
 // picture.
 //
 // Fails:  PhotoError; HostError when a photo lies where a picture would be written, and when a page cannot be written.
-// Thread: the host's. The process must have only this thread, because worker processes are forked.
-[[nodiscard]] bool WriteGallery(host::Host& host, const std::vector<std::string>& photos, const std::string& folder,
-                                bool isQuiet);
+// Thread: the host's.
+[[nodiscard]] bool WriteGallery(host::Host& host, const BatchOptions& workers, const std::vector<std::string>& photos,
+                                const std::string& folder, bool isQuiet);
+
+// The side of a worker: does a job of WriteGallery. Throws when it fails.
+void RunGalleryJob(host::Host& host, const std::string& request);

@@ -8,6 +8,8 @@
 
 #include "host/program/apply.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
@@ -18,6 +20,7 @@
 #include "host/program/exit_status.h"
 #include "host/program/output_names.h"
 #include "host/program/output_options.h"
+#include "host/program/picture_list.h"
 #include "host/program/picture_streams.h"
 #include "host/recipe/recipe.h"
 #include "host/recipe/setting_value.h"
@@ -50,19 +53,45 @@ void CheckOptions(const ApplyRequest& request) {
     }
 }
 
+// Throws UsageError for options of many pictures that contradict one another or the others.
+void CheckBatch(const ApplyRequest& request) {
+    const BatchRequest& batch = request.batch;
+    static_cast<void>(ReadShard(batch.shard));
+    if (!batch.resume.empty() && batch.resume != kResume && batch.resume != kVerify) {
+        throw UsageError("--resume: '" + batch.resume +
+                         "' is not a way to resume, expected --resume or --resume=verify");
+    }
+    if (!batch.resume.empty() && batch.report.empty()) throw UsageError("--resume: expected --report with the report");
+    if (!batch.resume.empty() && request.isInPlace) {
+        throw UsageError(
+            "--in-place and --resume cannot be combined: a picture that was replaced and not yet noted "
+            "would be filtered twice");
+    }
+    if (IsBatch(batch) && request.output == kStandardStream) {
+        throw UsageError("--output -: expected one picture and no option of many pictures");
+    }
+}
+
 int Apply(const ProgramOptions& options, const ApplyRequest& request) {
     CheckOptions(request);
+    CheckBatch(request);
     const Recipe recipe = ReadRecipe(request.words);
     const std::vector<InputPicture> pictures = PicturesOf(options, request, recipe);
+    if (pictures.empty() && !request.batch.list.empty()) {
+        throw Failure(kFailed, request.batch.list + ": the list names no pictures; nothing was written");
+    }
     if (pictures.empty() && !recipe.inputs.empty()) {
         throw Failure(kFailed, recipe.inputs[0] + ": the folder contains no pictures; nothing was written");
     }
-    const bool isOne = pictures.size() <= 1;
+    const bool isOne = pictures.size() <= 1 && !IsBatch(request.batch);
     if (!isOne && request.output == kStandardStream) {
         throw UsageError("--output -: expected one picture, got " + std::to_string(pictures.size()));
     }
     if (request.isInPlace && pictures.empty()) throw UsageError("--in-place: there is no input picture");
-    const OutputNames names = request.isInPlace ? OutputNames() : OutputNames(request.output, pictures.size());
+    if (!isOne && pictures.empty()) throw UsageError("--report, --shard and --jobs: there is no input picture");
+    // A list with one picture is named like one with many.
+    const std::size_t count = isOne ? pictures.size() : std::max<std::size_t>(pictures.size(), 2);
+    const OutputNames names = request.isInPlace ? OutputNames() : OutputNames(request.output, count);
     if (!isOne) return ApplyToMany(options, request, recipe, names, pictures);
     ApplyToOne(options, request, recipe, names, pictures);
     return kDone;
@@ -85,46 +114,69 @@ point or a slash then.)";
 
 }  // namespace
 
+std::vector<Argument> ApplyArguments(ApplyRequest& request) {
+    BatchRequest& batch = request.batch;
+    std::vector<Argument> arguments = {
+        {"FILTER", &request.words,
+         "a filter (GaussianBlur, CIGaussianBlur or CIFilterGaussianBlurQOR), its settings, and pictures (- "
+         "for standard input)",
+         /*isRequired=*/true},
+        {"-o,--output", &request.output,
+         "picture to write, in the format of its suffix; a folder for results with the names of their inputs; "
+         "a pattern with {name}, {ext}, {dir}, {width}, {height} and {index}; or - for standard output"},
+        {"--format", &request.options.format, "format of a picture on standard output, such as png or jpeg"},
+        {.names = "--in-place",
+         .target = &request.isInPlace,
+         .help = "write each result over its input",
+         .excludes = "--output"},
+        {"--no-clobber", &request.keepsExisting, "leave results alone that exist"},
+        {"--recursive", &request.isRecursive,
+         "take all pictures in and below the folders among the inputs, by their content"},
+        {"--resize", &request.resize, "resize the result: 1024 (its longer side), 1024x768 or 50%"},
+        {"--fit", &request.isFit, "keep the proportions: the largest size within that of --resize"},
+        {.names = "--fill",
+         .target = &request.isFill,
+         .help = "keep the proportions: fill the size of --resize and cut off the rest",
+         .excludes = "--fit"},
+        {"--rect", &request.rectangle,
+         "X,Y,W,H: the part of the result to write, y up; default: all of a finite result"},
+        {.names = "--keep-size",
+         .target = &request.keepSize,
+         .help = "write the part inside the extent of the input",
+         .excludes = "--rect"},
+        {"--files-from", &batch.list,
+         "file with the names of more inputs, one per line or ended by zero bytes; - for standard input"},
+        {.names = "--jobs",
+         .target = &batch.jobs,
+         .help = "pictures at a time; default: one per processor",
+         .isPositive = true},
+        {"--shard", &batch.shard, "i/n: only part i, from 0, of n parts of the pictures; a picture's name decides"},
+        {"--report", &batch.report, "file for a line of JSON for each picture that is done or failed"},
+        {.names = "--resume",
+         .target = &batch.resume,
+         .help = "leave out what --report says is done; --resume=verify compares the hashes of all files",
+         .defaultValue = kResume},
+        {"--fail-fast", &batch.stopsAtFailure, "begin no picture after the first that failed"},
+        {"--retry", &batch.retries, "times that a picture is tried again for which the machine failed"},
+    };
+    const std::vector<Argument> outputs = OutputArguments(request.options);
+    arguments.insert(arguments.end(), outputs.begin(), outputs.end());
+    return arguments;
+}
+
+bool IsBatch(const BatchRequest& request) {
+    return !request.list.empty() || request.jobs != 0 || !request.shard.empty() || !request.report.empty() ||
+           !request.resume.empty() || request.stopsAtFailure || request.retries != 0;
+}
+
 Command ApplyCommand() {
     const auto request = std::make_shared<ApplyRequest>();
-    Command command = {
+    return {
         .name = "apply",
         .help = "Applies filters to pictures.",
-        .arguments =
-            {
-                {"FILTER", &request->words,
-                 "a filter (GaussianBlur, CIGaussianBlur or CIFilterGaussianBlurQOR), its settings, and pictures (- "
-                 "for standard input)",
-                 /*isRequired=*/true},
-                {"-o,--output", &request->output,
-                 "picture to write, in the format of its suffix; a folder for results with the names of their inputs; "
-                 "a pattern with {name}, {ext}, {dir}, {width}, {height} and {index}; or - for standard output"},
-                {"--format", &request->options.format, "format of a picture on standard output, such as png or jpeg"},
-                {.names = "--in-place",
-                 .target = &request->isInPlace,
-                 .help = "write each result over its input",
-                 .excludes = "--output"},
-                {"--no-clobber", &request->keepsExisting, "leave results alone that exist"},
-                {"--recursive", &request->isRecursive,
-                 "take all pictures in and below the folders among the inputs, by their content"},
-                {"--resize", &request->resize, "resize the result: 1024 (its longer side), 1024x768 or 50%"},
-                {"--fit", &request->isFit, "keep the proportions: the largest size within that of --resize"},
-                {.names = "--fill",
-                 .target = &request->isFill,
-                 .help = "keep the proportions: fill the size of --resize and cut off the rest",
-                 .excludes = "--fit"},
-                {"--rect", &request->rectangle,
-                 "X,Y,W,H: the part of the result to write, y up; default: all of a finite result"},
-                {.names = "--keep-size",
-                 .target = &request->keepSize,
-                 .help = "write the part inside the extent of the input",
-                 .excludes = "--rect"},
-            },
+        .arguments = ApplyArguments(*request),
         .run = [request](const ProgramOptions& options) { return Apply(options, *request); },
         .usage = "zeva apply FILTER [KEY=VALUE ...] [+ FILTER [KEY=VALUE ...] ...] [IN ...] -o OUT|DIR|-",
         .footer = std::string(kSharedFooter) + "\n" + kValues,
     };
-    const std::vector<Argument> outputs = OutputArguments(request->options);
-    command.arguments.insert(command.arguments.end(), outputs.begin(), outputs.end());
-    return command;
 }

@@ -1,22 +1,21 @@
-// apply_inputs.cpp - finds the pictures that the words of "zeva apply" name.
+// apply_inputs.cpp - finds the pictures that the words and the list of "zeva apply" name.
 
 #include <algorithm>
 #include <cstddef>
 #include <filesystem>
+#include <iterator>
+#include <set>
 #include <string>
 #include <system_error>
 #include <utility>
-#include <variant>
 #include <vector>
 
-#include "host/batch/shared_array.h"
 #include "host/program/apply.h"
 #include "host/program/apply_worker.h"
 #include "host/program/picture_folder.h"
+#include "host/program/picture_list.h"
 
 namespace {
-
-using host::Value;
 
 std::vector<InputPicture> Numbered(std::vector<InputPicture> pictures) {
     for (std::size_t i = 0; i < pictures.size(); ++i) pictures[i].number = i + 1;
@@ -28,7 +27,12 @@ std::vector<InputPicture> Numbered(std::vector<InputPicture> pictures) {
 std::vector<InputPicture> PicturesOf(const ProgramOptions& options, const ApplyRequest& request, const Recipe& recipe) {
     std::vector<InputPicture> pictures;
     std::vector<std::size_t> found;  // the indices of files that may be pictures or not
-    for (const std::string& input : recipe.inputs) {
+    std::vector<std::string> inputs = recipe.inputs;
+    if (!request.batch.list.empty()) {
+        std::vector<std::string> listed = NamesInList(request.batch.list);
+        std::ranges::move(listed, std::back_inserter(inputs));
+    }
+    for (const std::string& input : inputs) {
         std::error_code error;
         if (!request.isRecursive || !std::filesystem::is_directory(input, error)) {
             pictures.push_back({input});
@@ -40,17 +44,16 @@ std::vector<InputPicture> PicturesOf(const ProgramOptions& options, const ApplyR
         }
     }
     if (found.empty()) return Numbered(std::move(pictures));
-    SharedArray<bool> isPicture(pictures.size());
-    RunInWorker([&] {
-        const auto host = MakeHost(options);
-        for (const std::size_t i : found) {
-            const Value file[] = {host::TextValue(pictures[i].path)};
-            isPicture[i] = std::get<bool>(host->CallShared("CIImageQOR", "IsPicture", file));
-        }
-    });
+    std::vector<std::string> files;
+    for (const std::size_t i : found) files.push_back(pictures[i].path);
+    const std::string isPicture = RunTask(options, request, apply_task::FindPictures(files));
+    std::set<std::size_t> others;  // the indices of files that are not pictures
+    for (std::size_t i = 0; i < found.size(); ++i) {
+        if (isPicture.at(i) == '0') others.insert(found[i]);
+    }
     std::vector<InputPicture> chosen;
     for (std::size_t i = 0; i < pictures.size(); ++i) {
-        if (isPicture[i] || !std::ranges::binary_search(found, i)) chosen.push_back(std::move(pictures[i]));
+        if (!others.contains(i)) chosen.push_back(std::move(pictures[i]));
     }
     return Numbered(std::move(chosen));
 }

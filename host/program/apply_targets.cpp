@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <map>
 #include <system_error>
+#include <unordered_set>
 
 #include "host/program/exit_status.h"
 #include "host/program/picture_streams.h"
@@ -43,6 +44,18 @@ void NameTargets(const OutputNames& names, const std::vector<ResultSize>& sizes,
             throw UsageError(jobs[i].target + ": the results of " + other->second + " and " + input +
                              " would both be written there; nothing was written");
         }
+    }
+}
+
+void ProtectNames(const std::vector<PictureJob>& jobs) {
+    const auto nameOf = [](const std::string& file) {
+        return std::filesystem::absolute(file).lexically_normal().string();
+    };
+    std::unordered_set<std::string> targets;
+    for (const PictureJob& job : jobs) targets.insert(nameOf(job.target));
+    for (const PictureJob& job : jobs) {
+        if (!targets.contains(nameOf(job.picture.path))) continue;
+        throw UsageError(job.picture.path + ": a result would overwrite it; nothing was written");
     }
 }
 

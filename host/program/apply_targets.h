@@ -22,6 +22,10 @@ struct PictureJob {
 // Stores the target of each job, whose size is that of its result. Throws UsageError when two would share a file.
 void NameTargets(const OutputNames& names, const std::vector<ResultSize>& sizes, std::vector<PictureJob>& jobs);
 
+// Throws UsageError when a result would overwrite the picture of another job. Compares names: it is for the jobs of a
+// whole list of which this machine does a part, so that no file is looked up.
+void ProtectNames(const std::vector<PictureJob>& jobs);
+
 // Returns the folder of a file, "." for a name alone.
 [[nodiscard]] std::string FolderOf(const std::string& target);
 

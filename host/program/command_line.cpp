@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "host/program/commands.h"
+#include "host/program/program_arguments.h"
 #include "host/program/standard_streams.h"
 #include "host/program/version.h"
 #include "host/runtime/suggestion.h"
@@ -46,25 +47,8 @@ Command HelpCommand() {
 // The commands in the order of the help.
 std::vector<Command> Commands() {
     return {
-        ApplyCommand(),   RunCommand(),   ListCommand(),       DescribeCommand(), CheckCommand(),
-        GalleryCommand(), TraceCommand(), CompletionCommand(), HelpCommand(),
-    };
-}
-
-// The options that every command shares.
-std::vector<Argument> ProgramArguments(ProgramOptions& options) {
-    return {
-        {"--host-version", &options.hostVersion, "host version that the modules see"},
-        {"--module", &options.module, "filter module to load instead of the built one, such as filters.o"},
-        {.names = "--pixel-limit",
-         .target = &options.pixelLimit,
-         .help = "most pixels of a picture that is read, in millions; default: 268",
-         .isPositive = true},
-        {"-q,--quiet", &options.isQuiet, "print failures and results only: no steps, no progress, no summary"},
-        {"--memory", &options.memory,
-         "limit of the memory for pictures, such as 256M or 1G; default: a quarter of the machine's, at most 1G at 32 "
-         "bits"},
-        {"--trace", &options.trace, "file that records every call across the boundary as trace events in JSON"},
+        ApplyCommand(),   ReportCommand(), RunCommand(),        ListCommand(),   DescribeCommand(), CheckCommand(),
+        GalleryCommand(), TraceCommand(),  CompletionCommand(), WorkerCommand(), HelpCommand(),
     };
 }
 

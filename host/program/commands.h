@@ -5,6 +5,7 @@
 #pragma once
 
 #include "host/program/command.h"
+#include "host/worker/role.h"
 
 [[nodiscard]] Command ApplyCommand();
 [[nodiscard]] Command CheckCommand();
@@ -12,8 +13,14 @@
 [[nodiscard]] Command DescribeCommand();
 [[nodiscard]] Command GalleryCommand();
 [[nodiscard]] Command ListCommand();
+[[nodiscard]] Command ReportCommand();
 [[nodiscard]] Command RunCommand();
 [[nodiscard]] Command TraceCommand();
+
+// The hidden command of worker processes, and the roles of those that commands start.
+[[nodiscard]] Command WorkerCommand();
+[[nodiscard]] worker::Role ApplyRole();
+[[nodiscard]] worker::Role GalleryRole();
 
 // The hidden command that the completion script calls. It completes the names and options of the given commands and the
 // given options of the program.

@@ -15,6 +15,7 @@ inline constexpr int kDone = 0;
 inline constexpr int kFailed = 1;
 inline constexpr int kWrongUsage = 2;
 inline constexpr int kMachineFailed = 3;
+inline constexpr int kEndedBySignal = 128;  // and the number of the signal
 
 // A failure whose exit status is known where it happens.
 class Failure : public std::runtime_error {

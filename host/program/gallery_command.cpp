@@ -8,6 +8,7 @@
 #include "host/batch/batch.h"
 #include "host/gallery/gallery.h"
 #include "host/program/commands.h"
+#include "host/program/program_arguments.h"
 #include "host/runtime/errors.h"
 
 namespace {
@@ -17,13 +18,17 @@ struct GalleryRequest {
     std::string folder;
 };
 
-int Run(ProgramOptions options, const GalleryRequest& request) {
+constexpr const char* kRole = "gallery";
+
+int Run(const ProgramOptions& options, const GalleryRequest& request) {
     if (!options.trace.empty())
         throw host::HostError("--trace", "several processes write a gallery and are not traced");
-    options.workers = WorkersOfBatch(SIZE_MAX);
-    const auto host = MakeHost(options);
+    ProgramOptions ofWorker = options;
+    ofWorker.workers = WorkersOfBatch(SIZE_MAX);
+    const BatchOptions workers = {.role = kRole, .setup = SetupOf(ofWorker)};
+    const auto host = MakeHost(ofWorker);
     try {
-        return WriteGallery(*host, request.photos, request.folder, options.isQuiet) ? kDone : kFailed;
+        return WriteGallery(*host, workers, request.photos, request.folder, options.isQuiet) ? kDone : kFailed;
     } catch (const PhotoError& error) {
         throw Failure(StatusOfNumber(error.ErrorNumber(), kFailed), error.what());
     }
@@ -43,4 +48,14 @@ Command GalleryCommand() {
             },
         .run = [request](const ProgramOptions& options) { return Run(options, *request); },
     };
+}
+
+worker::Role GalleryRole() {
+    return BatchRole(kRole, [](const std::string& setup) -> BatchJob {
+        const std::shared_ptr<host::Host> host = MakeHost(OptionsIn(setup));
+        return [host](const std::string& request) {
+            RunGalleryJob(*host, request);
+            return std::string();
+        };
+    });
 }

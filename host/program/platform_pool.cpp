@@ -30,13 +30,14 @@ void ClosePool(void* pool) {
     if (pool != nullptr) Send(static_cast<id>(pool), "release");
 }
 
-// A function of Core Image; null while no module has loaded Core Image, or when it is another engine's.
+// A function of Core Image or another library; null while no module has loaded the library, or when it is another
+// engine's.
 template <typename Function>
-Function EngineFunction(const char* name) {
-    void* coreImage = dlopen("libCoreImage.so", RTLD_NOW | RTLD_NOLOAD);
-    if (coreImage == nullptr) return nullptr;
-    const auto function = reinterpret_cast<Function>(dlsym(coreImage, name));
-    dlclose(coreImage);
+Function EngineFunction(const char* name, const char* library = "libCoreImage.so") {
+    void* loaded = dlopen(library, RTLD_NOW | RTLD_NOLOAD);
+    if (loaded == nullptr) return nullptr;
+    const auto function = reinterpret_cast<Function>(dlsym(loaded, name));
+    dlclose(loaded);
     return function;
 }
 
@@ -63,4 +64,23 @@ void LimitPlatformMemory(std::uint64_t bytes, std::size_t processes) {
     const auto setLimit = EngineFunction<void (*)(std::uint64_t)>("CIEngineSetMemoryLimit");
     if (limit == nullptr || setLimit == nullptr || (bytes == 0 && processes == 1)) return;
     setLimit((bytes != 0 ? bytes : limit()) / processes);
+}
+
+void LimitPlatformThreads(unsigned threads) {
+    if (const auto limit = EngineFunction<void (*)(int)>("CIEngineSetThreads")) limit(static_cast<int>(threads));
+}
+
+bool PinInstructionSet(const std::string& name) {
+    const auto pin = EngineFunction<int (*)(const char*)>("CIEngineSetInstructionSet");
+    return pin != nullptr && pin(name.c_str()) != 0;
+}
+
+void SyncPictures() {
+    const auto sync = EngineFunction<void (*)(bool)>("CGImageDestinationSetSynced", "libImageIO.so");
+    if (sync != nullptr) sync(true);
+}
+
+std::string InstructionSet() {
+    const auto name = EngineFunction<const char* (*)()>("CIEngineInstructionSet");
+    return name != nullptr ? name() : "";
 }

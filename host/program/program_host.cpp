@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "host/program/exit_status.h"
 #include "host/program/memory_limit.h"
 #include "host/program/platform_pool.h"
 #include "host/program/protected_files.h"
@@ -49,6 +50,12 @@ std::unique_ptr<host::Host> MakeHost(const ProgramOptions& options, const std::v
     host->LoadModule(BuiltModule(kCompanion));
     host->LoadModule(filters);
     LimitPlatformMemory(memory, options.workers);
+    if (options.threads != 0) LimitPlatformThreads(options.threads);
+    if (!options.instructionSet.empty() && !PinInstructionSet(options.instructionSet)) {
+        throw UsageError("--instruction-set: '" + options.instructionSet +
+                         "' is not what this processor and this engine have, which is " + InstructionSet() +
+                         " or one before it in sse2, sse4, avx2, avx512; nothing was done");
+    }
     if (options.pixelLimit > 0) {
         const host::Value pixels[] = {options.pixelLimit * 1e6};
         host->CallShared("CIImageQOR", "SetPixelLimit", pixels);

@@ -18,12 +18,14 @@
 // The options that every command shares.
 struct ProgramOptions {
     double hostVersion = host::HostOptions().version;
-    std::string module;       // path of the filter module; empty for the built one
-    bool isQuiet = false;     // prints no step lines, progress and notes
-    double pixelLimit = 0;    // of a picture that is read, in millions; 0 for the default
-    std::string trace;        // path of the file that records every call across the boundary; empty for none
-    std::string memory;       // memory limit of pictures, such as "256M"; empty for the engine's default
-    std::size_t workers = 1;  // the number of processes that divide the memory
+    std::string module;          // path of the filter module; empty for the built one
+    bool isQuiet = false;        // prints no step lines, progress and notes
+    double pixelLimit = 0;       // of a picture that is read, in millions; 0 for the default
+    std::string trace;           // path of the file that records every call across the boundary; empty for none
+    std::string memory;          // memory limit of pictures, such as "256M"; empty for the engine's default
+    std::string instructionSet;  // that Core Image uses; empty for the best that the processor has
+    unsigned threads = 0;        // of one process; 0 for one per processor
+    std::size_t workers = 1;     // the number of processes that divide the memory
 };
 
 // Whether both built modules are in their place.
@@ -32,8 +34,8 @@ struct ProgramOptions {
 // Makes a host and loads the companion and the filter module. The trace must not be one of the files that the command
 // reads or writes.
 //
-// Fails: UsageError for such a trace and for a memory limit that is not a size, HostError when a module cannot be
-// loaded, HostException when a module raises while
+// Fails: UsageError for such a trace and for a memory limit that is not a size and for an instruction set that the
+// processor does not have, HostError when a module cannot be loaded, HostException when a module raises while
 //        it registers its classes.
 [[nodiscard]] std::unique_ptr<host::Host> MakeHost(const ProgramOptions& options,
                                                    const std::vector<std::string>& files = {});

@@ -76,8 +76,9 @@ std::string_view Beginning(std::string_view text, std::size_t most) {
     return text.substr(0, end);
 }
 
+constexpr std::string_view kBase64Digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
 std::string Base64(std::string_view bytes) {
-    constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     std::string text;
     for (std::size_t at = 0; at < bytes.size(); at += 3) {
         const std::string_view group = bytes.substr(at, 3);
@@ -85,9 +86,25 @@ std::string Base64(std::string_view bytes) {
         for (std::size_t i = 0; i < 3; ++i) {
             bits = bits << 8 | (i < group.size() ? static_cast<unsigned char>(group[i]) : 0u);
         }
-        for (std::size_t i = 0; i < 4; ++i) text += i <= group.size() ? kDigits[bits >> (18 - 6 * i) & 63] : '=';
+        for (std::size_t i = 0; i < 4; ++i) text += i <= group.size() ? kBase64Digits[bits >> (18 - 6 * i) & 63] : '=';
     }
     return text;
+}
+
+std::string BytesOfBase64(std::string_view text) {
+    std::string bytes;
+    std::uint32_t bits = 0;
+    int count = 0;
+    for (const char character : text) {
+        const std::size_t digit = kBase64Digits.find(character);
+        if (digit == std::string_view::npos) break;
+        bits = bits << 6 | static_cast<std::uint32_t>(digit);
+        count += 6;
+        if (count < 8) continue;
+        count -= 8;
+        bytes += static_cast<char>(bits >> count & 0xff);
+    }
+    return bytes;
 }
 
 std::string SystemReason(int errorNumber) {

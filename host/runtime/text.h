@@ -26,6 +26,9 @@ namespace host {
 // Returns the bytes in the base64 encoding of RFC 4648, with padding.
 [[nodiscard]] std::string Base64(std::string_view bytes);
 
+// Returns the bytes of such an encoding, up to the first character that does not belong to it.
+[[nodiscard]] std::string BytesOfBase64(std::string_view text);
+
 // Returns the system's text for an error number, in lower case: "no such file or directory".
 [[nodiscard]] std::string SystemReason(int errorNumber);
 

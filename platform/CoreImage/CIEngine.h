@@ -10,9 +10,17 @@
 extern "C" {
 #endif
 
-// Returns the instruction set that the engine uses on this processor: "ssse3", "sse4", "avx2" or "avx512", or "none"
-// for code without vector instructions. The text is constant.
+// Returns the instruction set that the engine uses on this processor: "sse2", "sse4", "avx2" or "avx512". The text is
+// constant.
 __attribute__((visibility("default"))) const char* CIEngineInstructionSet(void);
+
+// Makes the engine use an instruction set on every processor that has it, so that machines of different age give the
+// same bytes. Returns 0, and changes nothing, for a name that is none of the above and for one that this processor or
+// this build does not have. Call it before anything is rendered.
+__attribute__((visibility("default"))) int CIEngineSetInstructionSet(const char* name);
+
+// Limits the threads that the engine and Image I/O use together. The limit lasts until the process ends.
+__attribute__((visibility("default"))) void CIEngineSetThreads(int threads);
 
 // Returns why the latest image of this thread was not made or not rendered; empty when it was, or when its inputs have
 // no image, and after CIEngineForgetFailure. The text is valid until the thread uses an image again.

@@ -54,5 +54,9 @@ CG_EXTERN CGImageDestinationRef CGImageDestinationCreateWithData(CFMutableDataRe
 CG_EXTERN void CGImageDestinationAddImage(CGImageDestinationRef destination, CGImageRef image,
                                           CFDictionaryRef properties);
 
+// Decides whether finalizing waits until the file and its folder are on the disk, so that the file survives a loss of
+// power. By default it does not. For the whole process; macOS has no such function.
+CG_EXTERN void CGImageDestinationSetSynced(bool isSynced);
+
 // Writes the file and returns whether that succeeded. A second call returns false.
 CG_EXTERN bool CGImageDestinationFinalize(CGImageDestinationRef destination);

@@ -220,6 +220,8 @@ void CGImageDestinationAddImage(CGImageDestinationRef destination, CGImageRef im
     object->_image = CGImageRetain(image);
 }
 
+void CGImageDestinationSetSynced(bool isSynced) { image_io::SetSynced(isSynced); }
+
 bool CGImageDestinationFinalize(CGImageDestinationRef destination) {
     CGImageDestinationObject* object = (CGImageDestinationObject*)destination;
     if (object == nil || object->_image == nullptr) return false;

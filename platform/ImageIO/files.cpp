@@ -1,7 +1,9 @@
 // files.cpp - reads or maps whole files; writes to a temporary name beside the final one, then renames.
 //
-// The temporary name lies in the folder of the final one because a file can only be renamed within its file system. It
-// does not contain the final name: with a suffix, a long name would be too long.
+// The temporary name, ".NAME.zeva-part", lies in the folder of the final one because a file can only be renamed within
+// its file system. A file of that name is locked while it is written. One without a lock was left by a process that was
+// killed; the next writer takes it over. Of a long name only the beginning is used, so that two long names may share a
+// temporary one; their writers wait for each other.
 //
 // A file with several hard links is replaced like any other, so that its other names keep the old bytes: these names
 // are mostly backups. Writing in place would change them, and would leave half a picture on a full disk.
@@ -9,6 +11,7 @@
 #include "files.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -127,18 +130,64 @@ void TakeOver(int file, const struct stat& replaced) {
     static_cast<void>(fchmod(file, mode));
 }
 
-// Creates a file with a new name in the folder of a path, and stores the name. Returns the descriptor, or -1.
-int CreateBeside(const std::string& path, std::string* name) {
-    static std::atomic<unsigned> count = 0;
-    for (;;) {
-        // Unique among running processes and within this one. A file of a process that crashed may have it already.
-        *name = FolderOf(path) + ".zeva-" + std::to_string(getpid()) + "-" + std::to_string(count++);
-        const int file = open(name->c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (file >= 0 || errno != EEXIST) return file;
-    }
+bool IsSameFile(const struct stat& a, const struct stat& b) { return a.st_dev == b.st_dev && a.st_ino == b.st_ino; }
+
+// Returns the temporary name of a path.
+std::string PartOf(const std::string& path) {
+    const std::string folder = FolderOf(path), suffix = ".zeva-part";
+    return folder + "." + path.substr(folder.size(), NAME_MAX - 1 - suffix.size()) + suffix;
 }
 
-bool IsSameFile(const struct stat& a, const struct stat& b) { return a.st_dev == b.st_dev && a.st_ino == b.st_ino; }
+// Whether a file is still the one of a name, and one that this process may have written: a plain file of its user, with
+// one name.
+bool IsOwnPart(int file, const std::string& name) {
+    struct stat opened, named;
+    return fstat(file, &opened) == 0 && lstat(name.c_str(), &named) == 0 && IsSameFile(opened, named) &&
+           S_ISREG(opened.st_mode) && opened.st_nlink == 1 && opened.st_uid == geteuid();
+}
+
+// Creates the temporary file of a path, or takes over one that nobody writes, and stores its name. Waits for another
+// writer of the same file. Returns the descriptor, or -1.
+int CreatePart(const std::string& path, std::string* name) {
+    constexpr useconds_t kPause = 10'000;
+    constexpr int kMostPauses = 1000;
+    *name = PartOf(path);
+    for (int pauses = 0; pauses < kMostPauses;) {
+        const int file = open(name->c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0666);
+        if (file < 0) return -1;
+        // A file system without locks has no other writer that could be noticed.
+        const bool isBusy = flock(file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+        if (!isBusy && IsOwnPart(file, *name)) {
+            if (ftruncate(file, 0) == 0) return file;
+            const int error = errno;
+            close(file);
+            errno = error;
+            return -1;
+        }
+        struct stat named;
+        const bool isForeign = !isBusy && lstat(name->c_str(), &named) == 0 &&
+                               (!S_ISREG(named.st_mode) || named.st_nlink != 1 || named.st_uid != geteuid());
+        close(file);
+        if (isForeign && unlink(name->c_str()) != 0) return -1;
+        if (isBusy) usleep(kPause);
+        ++pauses;
+    }
+    errno = EBUSY;
+    return -1;
+}
+
+// Whether files and their folders are on the disk before they count as written.
+std::atomic<bool> isSynced = false;
+
+int SyncFolder(const std::string& path) {
+    const std::string folder = FolderOf(path);
+    const int file = open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (file < 0) return errno;
+    // Some file systems have nothing to sync for a folder and refuse.
+    const int error = fsync(file) != 0 && errno != EINVAL ? errno : 0;
+    close(file);
+    return error;
+}
 
 }  // namespace
 
@@ -161,8 +210,8 @@ void FileContent::Free() {
 }
 
 FileWriter::~FileWriter() {
-    if (file_ >= 0) close(file_);
     if (file_ >= 0 && !isDirect_) unlink(temporary_.c_str());
+    if (file_ >= 0) close(file_);
 }
 
 int FileWriter::Open(const char* path) {
@@ -180,7 +229,7 @@ int FileWriter::Open(const char* path) {
         isDirect_ = exists && (stat(target_.c_str(), &followed) != 0 || !IsSameFile(existing, followed));
         flags |= O_TRUNC;
     }
-    file_ = isDirect_ ? open(path, flags) : CreateBeside(target_, &temporary_);
+    file_ = isDirect_ ? open(path, flags) : CreatePart(target_, &temporary_);
     if (file_ < 0) return errno;
     if (exists && !isDirect_) TakeOver(file_, existing);
     return 0;
@@ -209,13 +258,22 @@ int FileWriter::Restart() {
 
 int FileWriter::Close() {
     int error = WriteAll(file_, kept_.data(), kept_.size());
-    // A network file system may report only now that its disk is full.
-    if (close(std::exchange(file_, -1)) != 0 && error == 0) error = errno;
-    if (isDirect_) return error;
+    if (isDirect_) {
+        if (close(std::exchange(file_, -1)) != 0 && error == 0) error = errno;
+        return error;
+    }
+    if (error == 0 && isSynced && fsync(file_) != 0) error = errno;
+    // A network file system may report only when a file is closed that its disk is full. The lock stays with file_.
+    const int other = dup(file_);
+    if (other >= 0 && close(other) != 0 && error == 0) error = errno;
     if (error == 0 && std::rename(temporary_.c_str(), target_.c_str()) != 0) error = errno;
     if (error != 0) unlink(temporary_.c_str());
+    close(std::exchange(file_, -1));
+    if (error == 0 && isSynced) error = SyncFolder(target_);
     return error;
 }
+
+void SetSynced(bool on) { isSynced = on; }
 
 int WriteFile(const char* path, const void* bytes, std::size_t length) {
     FileWriter file;

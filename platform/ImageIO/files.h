@@ -29,7 +29,9 @@ struct FileContent {
 
 // A file that is written piece by piece. A link is followed.
 //
-// A regular file gets its name only when it is complete; until then an existing file of that name stays as it is. The
+// A regular file gets its name only when it is complete; until then it is ".NAME.zeva-part" in the same folder, and an
+// existing file of that name stays as it is. When two processes write one file, the second waits, at most ten seconds
+// (EBUSY). The
 // new file takes over the mode of the existing one, and its owner and group where that is permitted. An existing file
 // without write permission is refused. Anything else that exists, such as a pipe or a device, is written to directly.
 //
@@ -55,6 +57,10 @@ class FileWriter : public ByteSink {
     std::string target_, temporary_;
     std::string kept_;
 };
+
+// Decides whether a regular file and its folder are on the disk, and not only in the system's memory, when the file
+// counts as written. By default they need not be.
+void SetSynced(bool on);
 
 // Writes a file in one piece.
 [[nodiscard]] int WriteFile(const char* path, const void* bytes, std::size_t length);

@@ -10,6 +10,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <vector>
+
+#include "tests/checker/child_works.h"
 
 namespace checker {
 namespace {
@@ -17,55 +20,36 @@ namespace {
 constexpr std::chrono::duration<double> kLong(10);
 constexpr std::chrono::duration<double> kShort(0.1);
 
+std::string LongText() { return "a result\n" + std::string(200'000, 'x'); }
+
 TEST(ChildTest, ReturnsTheTextOfItsWork) {
-    const std::string text = "a result\n" + std::string(200'000, 'x');
-    const ChildResult child = RunInChild([&] { return text; }, kLong);
+    const ChildResult child = RunInChild("return the argument", LongText(), kLong);
     EXPECT_TRUE(child.Succeeded());
-    EXPECT_EQ(child.text, text);
+    EXPECT_EQ(child.text, LongText());
 }
 
 TEST(ChildTest, CrashReportsSignalAndLastStep) {
-    const auto work = [] {
-        NoteStep("pouring");
-        std::raise(SIGKILL);
-        return std::string();
-    };
-    const ChildResult child = RunInChild(work, kLong);
+    const ChildResult child = RunInChild("crash", "", kLong);
     EXPECT_FALSE(child.Succeeded());
     EXPECT_FALSE(child.hasReturned);
     EXPECT_EQ(FailureText(child), "SIGKILL while pouring");
 }
 
 TEST(ChildTest, OutputIsLimitedHoweverMuchIsPrinted) {
-    const auto work = [] {
-        const std::string line(1 << 16, 'x');
-        std::size_t written = 0;
-        for (int i = 0; i < 16'000; ++i) {
-            const ssize_t count = write(STDOUT_FILENO, line.data(), line.size());
-            if (count <= 0) break;
-            written += static_cast<std::size_t>(count);
-        }
-        return std::to_string(written);
-    };
-    const ChildResult child = RunInChild(work, kLong);
+    const ChildResult child = RunInChild("print much", "", kLong);
     EXPECT_TRUE(child.Succeeded());
     EXPECT_EQ(child.text, std::to_string(1 << 20));
     EXPECT_EQ(child.output, std::string(4000, 'x'));
 }
 
 TEST(ChildTest, AResultThatIsTooLongIsAFailureWithItsReason) {
-    const ChildResult child = RunInChild([] { return std::string(std::size_t{20} << 20, 'x'); }, kLong);
+    const ChildResult child = RunInChild("return 20 MB", "", kLong);
     EXPECT_FALSE(child.Succeeded());
     EXPECT_EQ(FailureText(child), "the findings have more than 16777216 bytes");
 }
 
 TEST(ChildTest, IsKilledAtTheTimeLimit) {
-    const auto work = [] {
-        NoteStep("waiting");
-        for (;;) pause();
-        return std::string();
-    };
-    const ChildResult child = RunInChild(work, kShort);
+    const ChildResult child = RunInChild("wait", "", kShort);
     EXPECT_TRUE(child.timedOut);
     EXPECT_LT(child.seconds.count(), 5);
     EXPECT_EQ(FailureText(child).substr(0, 19), "still running after");
@@ -74,35 +58,73 @@ TEST(ChildTest, IsKilledAtTheTimeLimit) {
 TEST(ChildTest, ItsOwnChildrenAreKilledWithIt) {
     int ends[2];
     ASSERT_EQ(pipe(ends), 0);
-    const auto work = [&] {
-        RunInChild([] { return sleep(100), std::string(); }, kLong);
-        return std::string();
-    };
-    EXPECT_TRUE(RunInChild(work, kShort).timedOut);
+    EXPECT_TRUE(RunInChild("start a child that waits", "", std::chrono::duration<double>(1)).timedOut);
     close(ends[1]);
     char byte;
     EXPECT_EQ(read(ends[0], &byte, 1), 0);  // end of file: no process has the pipe open for writing
 }
 
 TEST(ChildTest, CapturesItsOutput) {
-    const auto work = [] {
-        std::puts("to standard output");
-        std::fputs("to standard error\n", stderr);
-        return std::string();
-    };
-    EXPECT_EQ(RunInChild(work, kLong).output, "to standard error\nto standard output\n");
+    EXPECT_EQ(RunInChild("print to both streams", "", kLong).output, "to standard error\nto standard output\n");
 }
 
 TEST(ChildTest, OnlyANormalExitRunsExitHandlers) {
-    const auto work = [] {
-        std::atexit([] { _exit(7); });
-        return std::string("done");
-    };
-    EXPECT_TRUE(RunInChild(work, kLong, ChildExit::kImmediate).Succeeded());
-    const ChildResult child = RunInChild(work, kLong, ChildExit::kNormal);
+    EXPECT_TRUE(RunInChild("exit with 7", "", kLong, ChildExit::kImmediate).Succeeded());
+    const ChildResult child = RunInChild("exit with 7", "", kLong, ChildExit::kNormal);
     EXPECT_TRUE(child.hasReturned);
     EXPECT_EQ(FailureText(child), "the process exited with status 7");
 }
 
+TEST(ChildTest, AWorkThatDoesNotExistIsAFailure) {
+    EXPECT_EQ(FailureText(RunInChild("no such work", "", kLong)), "the process exited with status 1");
+}
+
 }  // namespace
+
+std::vector<ChildWork> TestWorks() {
+    return {
+        {"return the argument", [](const std::string& argument) { return argument; }},
+        {"crash",
+         [](const std::string&) {
+             NoteStep("pouring");
+             std::raise(SIGKILL);
+             return std::string();
+         }},
+        {"print much",
+         [](const std::string&) {
+             const std::string line(1 << 16, 'x');
+             std::size_t written = 0;
+             for (int i = 0; i < 16'000; ++i) {
+                 const ssize_t count = write(STDOUT_FILENO, line.data(), line.size());
+                 if (count <= 0) break;
+                 written += static_cast<std::size_t>(count);
+             }
+             return std::to_string(written);
+         }},
+        {"return 20 MB", [](const std::string&) { return std::string(std::size_t{20} << 20, 'x'); }},
+        {"wait",
+         [](const std::string&) {
+             NoteStep("waiting");
+             for (;;) pause();
+             return std::string();
+         }},
+        {"start a child that waits",
+         [](const std::string&) {
+             RunInChild("wait", "", kLong);
+             return std::string();
+         }},
+        {"print to both streams",
+         [](const std::string&) {
+             std::puts("to standard output");
+             std::fputs("to standard error\n", stderr);
+             return std::string();
+         }},
+        {"exit with 7",
+         [](const std::string&) {
+             std::atexit([] { _exit(7); });
+             return std::string("done");
+         }},
+    };
+}
+
 }  // namespace checker
