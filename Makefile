@@ -10,6 +10,9 @@
 #   make package           make a Debian package for each width: build/<width>/package/
 #   make wheel             make a wheel of the Python package with the libraries: build/<width>/wheel/
 #   make package-test      install, run, upgrade and remove those packages in a clean root; needs root
+#   make kill-test         kill a job of 2,000 pictures at 20 random moments; the outputs must be those of one run
+#   make cluster           run a job of 600 pictures on a Slurm cluster of three nodes on this machine and kill a node;
+#                          needs root
 #   make mutants           apply small faults to the module, one at a time; the tests must catch each
 #   make sanitize          run the tests under the address, undefined-behavior and leak sanitizers
 #   make coverage          list the branches of plugin/ and bridge/ that the tests do not take
@@ -40,7 +43,7 @@ TEST_PRESETS ?= $(TEST_ABIS)
 MACOS_MODULE := $(if $(MODULE),$(filter i386,$(ABI)))
 
 .PHONY: run gallery test lint tidy install package wheel package-test mutants sanitize coverage bench clean
-.PHONY: fidelity recipes bench-files program-% configure-% build-% package-%
+.PHONY: fidelity recipes bench-files kill-test cluster program-% configure-% build-% package-%
 
 run: program-$(ABI)
 	$(if $(MACOS_MODULE),@cmake --build --preset $(ABI) --target zeva_filters_macos -- --quiet)
@@ -86,6 +89,13 @@ package-test: $(TEST_ABIS:%=package-%)
 recipes: build-x86_64
 	@tools/setup browser
 	@tests/recipes/run_recipes.py
+
+kill-test: $(TEST_ABIS:%=program-%)
+	@for abi in $(TEST_ABIS); do tests/program/kill_test.py build/$$abi/bin/zeva 2000 20 || exit 1; done
+
+cluster: program-$(ABI)
+	@tools/setup cluster
+	@tests/cluster/cluster_test.py build/$(ABI)/bin/zeva . 600 640
 
 mutants: $(TEST_ABIS:%=configure-%)
 	@tests/mutants/run_mutants.py $(TEST_ABIS)

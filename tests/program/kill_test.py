@@ -1,3 +1,4 @@
+#!/usr/bin/python3 -B
 """A batch that is killed at random moments and resumed each time gives the bytes of one run, and leaves nothing behind.
 
 Usage: kill_test.py ZEVA [PICTURES KILLS]. The moments are random with a fixed seed; ZEVA_SEED sets another one.
@@ -17,6 +18,8 @@ import unittest
 
 PICTURES, KILLS = map(int, sys.argv[2:4] if len(sys.argv) > 2 else (300, 6))
 del sys.argv[2:]
+
+sys.argv[1] = os.path.abspath(sys.argv[1])
 
 from zeva_program import ZEVA, ZevaTest, png
 
