@@ -98,7 +98,8 @@ def environment_of(pid):
     """The environment that a process began with; empty for one that has ended."""
     try:
         return dict(
-            item.split("=", 1) for item in pathlib.Path(f"/proc/{pid}/environ").read_text("utf-8", "replace").split("\0")
+            item.split("=", 1)
+            for item in pathlib.Path(f"/proc/{pid}/environ").read_text("utf-8", "replace").split("\0")
             if "=" in item
         )
     except OSError:
@@ -344,12 +345,13 @@ def prove(cluster, zeva, source, count, width, is_proof):
     merged_names = [json.loads(line)["input"] for line in merged.stdout.splitlines()]
     attempts = collections.Counter(line["input"] for report in reports for line in lines_of(report))
     states = cluster.command("sinfo", "-h", "-N", "-o", "%N %t").split()
+    state = states[states.index(KILLED) + 1]
 
     rows = [
         ("pictures", count, ""),
         ("shards, nodes", f"{SHARDS}, {len(NODES)}", ""),
         ("pictures done when a node was killed", at_kill, at_kill < count),
-        ("the killed node is down", states[states.index(KILLED) + 1], states[states.index(KILLED) + 1].startswith("down")),
+        ("state of the killed node", state, state.startswith("down")),
         ("outputs that differ from those of one machine",
          len(set(outputs(work / "out").items()) ^ set(outputs(work / "single").items())),
          outputs(work / "out") == outputs(work / "single")),

@@ -36,6 +36,12 @@ TEST(TextTest, Base64PadsTheLastGroup) {
     EXPECT_EQ(host::Base64("\xff\xfe\xfd\xfc"), "//79/A==");
 }
 
+TEST(TextTest, Base64ReadsBackAsTheSameBytes) {
+    for (const std::string bytes : {"", "M", "Ma", "Man", "\xff\xfe\xfd\xfc", "caf\xe9.jpg"}) {
+        EXPECT_EQ(host::BytesOfBase64(host::Base64(bytes)), bytes);
+    }
+}
+
 TEST(TextTest, AReasonOfTheSystemBeginsInLowerCase) {
     EXPECT_EQ(host::SystemReason(ENOENT), "no such file or directory");
 }

@@ -5,6 +5,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -175,6 +176,46 @@ TEST_F(FileTest, FailuresHaveTheNumberOfTheSystemAndLeaveNothingBehind) {
     EXPECT_EQ(FileCount(), 0);
     EXPECT_EQ(Write(folder / std::string(255, 'n')), 0);
     EXPECT_EQ(FileCount(), 1);
+}
+
+TEST_F(FileTest, WhatAKilledWriterLeftIsTakenOver) {
+    Create(folder / ".a.png.zeva-part", 0600);
+    EXPECT_EQ(Write(folder / "a.png"), 0);
+    EXPECT_EQ(FileCount(), 1);
+    EXPECT_EQ(Content(folder / "a.png").substr(1, 3), "PNG");
+}
+
+TEST_F(FileTest, AnotherWriterIsWaitedFor) {
+    const path part = folder / ".a.png.zeva-part";
+    const int other = open(part.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
+    ASSERT_EQ(flock(other, LOCK_EX), 0);
+    int error = -1;
+    std::thread writer([&] { error = Write(folder / "a.png"); });
+    usleep(50'000);
+    EXPECT_FALSE(std::filesystem::exists(folder / "a.png"));
+    std::filesystem::rename(part, folder / "a.png");
+    close(other);
+    writer.join();
+    EXPECT_EQ(error, 0);
+    EXPECT_EQ(FileCount(), 1);
+    EXPECT_EQ(Content(folder / "a.png").substr(1, 3), "PNG");
+}
+
+TEST_F(FileTest, AFileOfAnotherNameIsNotWrittenByWayOfTheUnfinishedOne) {
+    Create(folder / "mine.txt", 0644);
+    std::filesystem::create_hard_link(folder / "mine.txt", folder / ".a.png.zeva-part");
+    EXPECT_EQ(Write(folder / "a.png"), 0);
+    std::filesystem::create_symlink(folder / "mine.txt", folder / ".b.png.zeva-part");
+    EXPECT_EQ(Write(folder / "b.png"), ELOOP);
+    EXPECT_EQ(Content(folder / "mine.txt"), "before");
+}
+
+TEST_F(FileTest, SyncedFilesAreWrittenAsOthers) {
+    CGImageDestinationSetSynced(true);
+    EXPECT_EQ(Write(folder / "a.png"), 0);
+    CGImageDestinationSetSynced(false);
+    EXPECT_EQ(Write(folder / "b.png"), 0);
+    EXPECT_EQ(Content(folder / "a.png"), Content(folder / "b.png"));
 }
 
 TEST_F(FileTest, UrlsHoldTheBytesOfEveryPath) {

@@ -97,7 +97,8 @@ class KillTest(ZevaTest):
         # Nothing that a report knows to be done is done again.
         self.assertEqual(sorted(line["input"] for line in lines), self.names)
         for line in lines:
-            self.assertEqual(line["outputHash"], hashlib.sha256((self.folder / line["output"]).read_bytes()).hexdigest())
+            output = (self.folder / line["output"]).read_bytes()
+            self.assertEqual(line["outputHash"], hashlib.sha256(output).hexdigest())
 
     def test_a_disk_that_is_full_in_the_middle_loses_nothing(self):
         disk = self.disk("256k")  # some of the pictures fit: each file takes a page
