@@ -4,6 +4,7 @@
 
 #include <charconv>
 #include <cstddef>
+#include <system_error>
 
 namespace worker {
 
@@ -21,8 +22,9 @@ std::optional<std::vector<std::string>> Unpack(std::string_view message) {
     while (!message.empty()) {
         const char* end = message.data() + message.size();
         std::size_t length = 0;
-        const char* colon = std::from_chars(message.data(), end, length).ptr;
-        if (colon == end || *colon != ':' || length >= static_cast<std::size_t>(end - colon)) return std::nullopt;
+        const auto [colon, error] = std::from_chars(message.data(), end, length);
+        if (error != std::errc() || colon == end || *colon != ':' || length >= static_cast<std::size_t>(end - colon))
+            return std::nullopt;
         texts.emplace_back(colon + 1, length);
         message.remove_prefix(static_cast<std::size_t>(colon + 1 - message.data()) + length);
     }

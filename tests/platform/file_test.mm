@@ -189,14 +189,14 @@ TEST_F(FileTest, AnotherWriterIsWaitedFor) {
     const path part = folder / ".a.png.zeva-part";
     const int other = open(part.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
     ASSERT_EQ(flock(other, LOCK_EX), 0);
-    int error = -1;
-    std::thread writer([&] { error = Write(folder / "a.png"); });
-    usleep(50'000);
-    EXPECT_FALSE(std::filesystem::exists(folder / "a.png"));
-    std::filesystem::rename(part, folder / "a.png");
-    close(other);
+    std::thread writer([&] {
+        usleep(50'000);
+        EXPECT_FALSE(std::filesystem::exists(folder / "a.png"));
+        std::filesystem::rename(part, folder / "a.png");
+        close(other);
+    });
+    EXPECT_EQ(Write(folder / "a.png"), 0);
     writer.join();
-    EXPECT_EQ(error, 0);
     EXPECT_EQ(FileCount(), 1);
     EXPECT_EQ(Content(folder / "a.png").substr(1, 3), "PNG");
 }

@@ -7,7 +7,9 @@ import json
 import os
 import pathlib
 import random
+import re
 import resource
+import shutil
 import signal
 import subprocess
 import time
@@ -461,6 +463,47 @@ class ReportTest(ListTest):
         merged, notes = self.merged("report.jsonl", "--files-from", "list")
         self.assertEqual(merged, names)
         self.assertEqual(notes, ["2 pictures: 2 done, 0 failed, 0 missing, 0 not in the list, 0 done twice"])
+
+
+class DocumentTest(ListTest):
+    """The samples of docs/cluster.md. tests/cluster runs its job script."""
+
+    PAGE = (pathlib.Path(__file__).parent.parent.parent / "docs/cluster.md").read_text()
+
+    def run_sample(self, section):
+        """Runs the commands of a section. Returns how many pictures of the list its reports have done."""
+        (self.folder / "photos").mkdir()
+        for number in range(5):
+            (self.folder / f"photos/{number}.jpg").write_bytes(self.photo.read_bytes())
+        programs = self.folder / "programs"
+        programs.mkdir()
+        (programs / "zeva").symlink_to(ZEVA)
+        sample = re.search(rf"^#+ {section}\n.*?```\n(.*?)```", self.PAGE, re.S | re.M)[1]
+        result = subprocess.run(
+            ["bash", "-ec", sample.replace("node1,node2,node3", ":")],
+            cwd=self.folder,
+            env=os.environ | {"PATH": f"{programs}:{os.environ['PATH']}"},
+            capture_output=True,
+            text=True,
+        )
+        self.assertEqual(result.returncode, 0, result.stderr)
+        return len(lines_of(self.report))
+
+    def test_the_list_on_one_machine(self):
+        self.assertEqual(self.run_sample("One machine"), 5)
+
+    def test_the_list_with_gnu_parallel(self):
+        if shutil.which("parallel") is None:
+            self.skipTest("GNU parallel is not installed, tools/setup cluster installs it")
+        self.listed(20)
+        self.assertEqual(self.run_sample("GNU parallel"), 20)
+
+    def test_the_page_names_every_member_of_a_report(self):
+        self.listed(1)
+        self.run_list("--report", "report.jsonl")
+        table = self.PAGE.split("### The report")[1].split("###")[0]
+        named = set(re.findall(r"`([a-zA-Z0-9]+)`", "".join(row.split("|")[1] for row in re.findall(r"^\|.*", table, re.M))))
+        self.assertEqual(named - {"input", "output"}, set(lines_of(self.report)[0]) - {"input", "output"})
 
 
 if __name__ == "__main__":
