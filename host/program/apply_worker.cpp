@@ -29,7 +29,7 @@ using host::Host;
 using host::Value;
 using Texts = std::vector<std::string>;
 
-constexpr const char* kRole = "apply";
+constexpr const char* kApplyRole = "apply";
 constexpr const char* kCheck = "check";
 constexpr const char* kFindPictures = "find-pictures";
 constexpr const char* kMeasure = "measure";
@@ -146,7 +146,7 @@ std::int64_t WholeIn(const std::string& text) { return std::strtoll(text.c_str()
 
 BatchOptions ApplyWorkers(const ProgramOptions& options, const ApplyRequest& request) {
     ApplyRequest copy = request;
-    return {.role = kRole,
+    return {.role = kApplyRole,
             .setup = worker::Pack({SetupOf(options), worker::Pack(ValuesOf(ApplyArguments(copy)))}),
             .workers = options.workers};
 }
@@ -200,7 +200,7 @@ std::string RunTask(const ProgramOptions& options, const ApplyRequest& request, 
 }
 
 worker::Role ApplyRole() {
-    return BatchRole(kRole, [](const std::string& setup) -> BatchJob {
+    return BatchRole(kApplyRole, [](const std::string& setup) -> BatchJob {
         const auto worker = std::make_shared<ApplyWorker>(setup);
         return [worker](const std::string& task) { return worker->Do(task); };
     });

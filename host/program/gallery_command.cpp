@@ -18,14 +18,14 @@ struct GalleryRequest {
     std::string folder;
 };
 
-constexpr const char* kRole = "gallery";
+constexpr const char* kGalleryRole = "gallery";
 
 int Run(const ProgramOptions& options, const GalleryRequest& request) {
     if (!options.trace.empty())
         throw host::HostError("--trace", "several processes write a gallery and are not traced");
     ProgramOptions ofWorker = options;
     ofWorker.workers = WorkersOfBatch(SIZE_MAX);
-    const BatchOptions workers = {.role = kRole, .setup = SetupOf(ofWorker)};
+    const BatchOptions workers = {.role = kGalleryRole, .setup = SetupOf(ofWorker)};
     const auto host = MakeHost(ofWorker);
     try {
         return WriteGallery(*host, workers, request.photos, request.folder, options.isQuiet) ? kDone : kFailed;
@@ -51,7 +51,7 @@ Command GalleryCommand() {
 }
 
 worker::Role GalleryRole() {
-    return BatchRole(kRole, [](const std::string& setup) -> BatchJob {
+    return BatchRole(kGalleryRole, [](const std::string& setup) -> BatchJob {
         const std::shared_ptr<host::Host> host = MakeHost(OptionsIn(setup));
         return [host](const std::string& request) {
             RunGalleryJob(*host, request);

@@ -502,7 +502,8 @@ class DocumentTest(ListTest):
         self.listed(1)
         self.run_list("--report", "report.jsonl")
         table = self.PAGE.split("### The report")[1].split("###")[0]
-        named = set(re.findall(r"`([a-zA-Z0-9]+)`", "".join(row.split("|")[1] for row in re.findall(r"^\|.*", table, re.M))))
+        first_column = "".join(row.split("|")[1] for row in re.findall(r"^\|.*", table, re.M))
+        named = set(re.findall(r"`([a-zA-Z0-9]+)`", first_column))
         self.assertEqual(named - {"input", "output"}, set(lines_of(self.report)[0]) - {"input", "output"})
 
 
