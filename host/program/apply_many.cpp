@@ -8,6 +8,7 @@
 #include <cmath>
 #include <csignal>
 #include <cstddef>
+#include <cstdint>
 #include <ctime>
 #include <filesystem>
 #include <optional>
@@ -27,6 +28,7 @@
 #include "host/program/apply_targets.h"
 #include "host/program/apply_worker.h"
 #include "host/program/exit_status.h"
+#include "host/program/memory_limit.h"
 #include "host/program/picture_list.h"
 #include "host/program/picture_streams.h"
 #include "host/program/protected_files.h"
@@ -192,10 +194,19 @@ class ManyPictures {
         for (const std::string& folder : folders) CreateFolder(folder);
     }
 
+    // The number of pictures at a time: as many as wanted, or else one per processor for which there is memory.
+    std::size_t AtATime(std::size_t count) const {
+        constexpr std::uint64_t kMemoryOfPicture = 64 << 20;  // large ones are read and written in strips
+        const std::size_t workers = WorkersOfBatch(count, request_.batch.jobs);
+        if (request_.batch.jobs != 0 || options_.memory.empty()) return workers;
+        const std::uint64_t fitting = MemorySize("--memory", options_.memory) / kMemoryOfPicture;
+        return static_cast<std::size_t>(std::clamp<std::uint64_t>(fitting, std::min<std::size_t>(workers, 1), workers));
+    }
+
     // The workers for a number of jobs, which divide the memory and the processors.
     BatchOptions Workers(std::size_t count) const {
         ProgramOptions ofWorker = options_;
-        ofWorker.workers = WorkersOfBatch(count, request_.batch.jobs);
+        ofWorker.workers = AtATime(count);
         if (ofWorker.threads == 0) {
             const std::size_t processors = std::max(1u, std::thread::hardware_concurrency());
             ofWorker.threads = static_cast<unsigned>(
@@ -212,8 +223,7 @@ class ManyPictures {
         std::vector<std::size_t> all(work_.size());
         for (std::size_t i = 0; i < all.size(); ++i) all[i] = i;
         std::vector<std::size_t> large;
-        const bool isDivided = WorkersOfBatch(all.size(), request_.batch.jobs) > 1;
-        Process(all, isDivided ? &large : nullptr);
+        Process(all, AtATime(all.size()) > 1 ? &large : nullptr);
         if (signal_ == 0 && !isStopped_ && !large.empty()) Process(large, nullptr);
     }
 

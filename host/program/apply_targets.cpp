@@ -8,8 +8,8 @@
 #include <cerrno>
 #include <cstddef>
 #include <filesystem>
-#include <map>
 #include <system_error>
+#include <unordered_map>
 #include <unordered_set>
 
 #include "host/program/exit_status.h"
@@ -20,6 +20,17 @@
 
 using host::HostError;
 using std::filesystem::path;
+
+namespace {
+
+// Returns a path in its normal form. Nearly every path is, and finding that out is much faster than making it so.
+std::string NormalName(const std::string& name) {
+    const bool isNormal = !name.starts_with("./") && !name.starts_with("../") && name.find("//") == std::string::npos &&
+                          name.find("/.") == std::string::npos;
+    return isNormal ? name : path(name).lexically_normal().string();
+}
+
+}  // namespace
 
 void CreateFolder(const std::string& folder) {
     std::error_code error;
@@ -35,23 +46,27 @@ void CreateFolder(const std::string& folder) {
 }
 
 void NameTargets(const OutputNames& names, const std::vector<ResultSize>& sizes, std::vector<PictureJob>& jobs) {
-    std::map<path, std::string> taken;
+    std::unordered_map<std::string, std::size_t> taken;
+    taken.reserve(jobs.size());
     for (std::size_t i = 0; i < jobs.size(); ++i) {
         const std::string& input = jobs[i].picture.path;
         jobs[i].target = names.Of(jobs[i].picture, sizes[i]);
-        const auto [other, isNew] = taken.emplace(path(jobs[i].target).lexically_normal(), input);
+        const auto [other, isNew] = taken.emplace(NormalName(jobs[i].target), i);
         if (!isNew) {
-            throw UsageError(jobs[i].target + ": the results of " + other->second + " and " + input +
+            throw UsageError(jobs[i].target + ": the results of " + jobs[other->second].picture.path + " and " + input +
                              " would both be written there; nothing was written");
         }
     }
 }
 
 void ProtectNames(const std::vector<PictureJob>& jobs) {
-    const auto nameOf = [](const std::string& file) {
-        return std::filesystem::absolute(file).lexically_normal().string();
+    const std::string folder = std::filesystem::current_path().string() + "/";
+    const auto nameOf = [&](const std::string& file) {
+        const std::string name = NormalName(file);
+        return name.starts_with('/') ? name : folder + name;
     };
     std::unordered_set<std::string> targets;
+    targets.reserve(jobs.size());
     for (const PictureJob& job : jobs) targets.insert(nameOf(job.target));
     for (const PictureJob& job : jobs) {
         if (!targets.contains(nameOf(job.picture.path))) continue;

@@ -333,6 +333,14 @@ class ManyTest(ListTest):
         self.assertEqual(len(self.done()), 7)
         self.assertEqual(self.done()[-1], "in/turned.jpg")
 
+    def test_pictures_at_a_time_are_as_many_as_the_memory_has_room_for(self):
+        self.listed(100)
+        process = self.start("--memory", "100M")
+        self.await_lines(10, process)
+        self.assertEqual(len(self.workers_of(process)), 1)
+        process.communicate()
+        self.assertEqual((process.returncode, len(self.done())), (0, 100))
+
     def test_an_input_that_is_removed_meanwhile_costs_one_picture(self):
         names = self.listed(300)
         process = self.start("--jobs", "1")
@@ -466,19 +474,21 @@ class ReportTest(ListTest):
 
 
 class DocumentTest(ListTest):
-    """The samples of docs/cluster.md. tests/cluster runs its job script."""
+    """The samples of docs/cluster.md and docs/scale.md. tests/cluster runs the job script."""
 
-    PAGE = (pathlib.Path(__file__).parent.parent.parent / "docs/cluster.md").read_text()
+    DOCUMENTS = pathlib.Path(__file__).parent.parent.parent / "docs"
+    PAGE = (DOCUMENTS / "cluster.md").read_text()
 
-    def run_sample(self, section):
-        """Runs the commands of a section. Returns how many pictures of the list its reports have done."""
+    def run_samples(self, page, section, report="report.jsonl"):
+        """Runs the commands of a section of a page. Returns how many lines the report has."""
         (self.folder / "photos").mkdir()
         for number in range(5):
             (self.folder / f"photos/{number}.jpg").write_bytes(self.photo.read_bytes())
         programs = self.folder / "programs"
         programs.mkdir()
         (programs / "zeva").symlink_to(ZEVA)
-        sample = re.search(rf"^#+ {section}\n.*?```\n(.*?)```", self.PAGE, re.S | re.M)[1]
+        text = re.search(rf"^#+ {section}\n(.*?)(^#|\Z)", page, re.S | re.M)[1]
+        sample = "\n".join(re.findall(r"```\n(.*?)```", text, re.S))
         result = subprocess.run(
             ["bash", "-ec", sample.replace("node1,node2,node3", ":")],
             cwd=self.folder,
@@ -487,16 +497,21 @@ class DocumentTest(ListTest):
             text=True,
         )
         self.assertEqual(result.returncode, 0, result.stderr)
-        return len(lines_of(self.report))
+        return len(lines_of(self.folder / report))
 
     def test_the_list_on_one_machine(self):
-        self.assertEqual(self.run_sample("One machine"), 5)
+        self.assertEqual(self.run_samples(self.PAGE, "One machine"), 5)
 
     def test_the_list_with_gnu_parallel(self):
         if shutil.which("parallel") is None:
             self.skipTest("GNU parallel is not installed, tools/setup cluster installs it")
         self.listed(20)
-        self.assertEqual(self.run_sample("GNU parallel"), 20)
+        self.assertEqual(self.run_samples(self.PAGE, "GNU parallel"), 20)
+
+    def test_the_figures_of_a_machine(self):
+        names = self.listed(100)
+        page = (self.DOCUMENTS / "scale.md").read_text()
+        self.assertEqual(self.run_samples(page, "How to check it", "hundred.jsonl"), len(names))
 
     def test_the_page_names_every_member_of_a_report(self):
         self.listed(1)
