@@ -95,7 +95,7 @@ kill-test: $(TEST_ABIS:%=program-%)
 
 cluster: program-$(ABI)
 	@tools/setup cluster
-	@tests/cluster/cluster_test.py build/$(ABI)/bin/zeva . 600 640
+	@tests/cluster/cluster_test.py build/$(ABI)/bin/zeva . 600 960
 
 mutants: $(TEST_ABIS:%=configure-%)
 	@tests/mutants/run_mutants.py $(TEST_ABIS)
