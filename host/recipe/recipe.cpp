@@ -29,6 +29,11 @@ std::string SubjectText(const RecipePlace& place, const std::string& word) {
     return text;
 }
 
+// What follows from a mistake in a file, unless the problem says so already.
+const char* ConsequenceOf(const RecipePlace& place, const std::string& problem) {
+    return place.file.empty() || problem.ends_with("; nothing was written") ? "" : "; nothing was run";
+}
+
 constexpr std::size_t kLongestShownWord = 80;
 
 // A word as a message shows it: not longer than a line.
@@ -125,8 +130,7 @@ std::string RecipePlace::Folder() const {
 }
 
 RecipeError::RecipeError(const RecipePlace& place, const std::string& word, const std::string& problem, int errorNumber)
-    : HostError(SubjectText(place, ShownWord(word)), problem + (place.file.empty() ? "" : "; nothing was run"),
-                errorNumber),
+    : HostError(SubjectText(place, ShownWord(word)), problem + ConsequenceOf(place, problem), errorNumber),
       place_(place),
       word_(word),
       mistake_(problem) {}

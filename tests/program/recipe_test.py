@@ -1,4 +1,4 @@
-"""zeva recipe, and recipes in zeva apply: forms that agree, options, parameters, and mistakes before anything is made."""
+"""zeva recipe, and recipes in zeva apply: forms that agree, options, parameters, mistakes, and the shared recipes."""
 
 import json
 import pathlib
@@ -136,9 +136,13 @@ class RecipeTest(ZevaTest):
                              "inputMaskImage, inputBackgroundImage)",
             "Gloom\nCheckerboardGenerator": "3: filter CheckerboardGenerator: it takes no image",
             "--quality": "2: --quality: expected a value after it",
+            "--depth 8\n--quality 900": "3: --quality: got '900', expected a whole number from 0 to 100; nothing was "
+                                        "written",
+            "--resize x": "2: --resize: 'x' is not a size, expected 1024 (the longer side), 1024x768 or 50%",
+            "--rect 1,2": "2: --rect: '1,2' is not a rectangle, expected X,Y,W,H",
         }.items():
             self.recipe(lines)
-            message = f"a.recipe:{message}; nothing was run"
+            message = f"a.recipe:{message}" + ("" if message.endswith("written") else "; nothing was run")
             others = () if "BlendWithMask:" in message else (("recipe", "a.recipe"),)
             for command in (("apply", "a.recipe", self.photo, "-o", self.out), *others):
                 result = self.zeva(*command)
