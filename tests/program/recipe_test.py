@@ -99,6 +99,26 @@ class RecipeTest(ZevaTest):
         self.assertEqual(result.returncode, 2)
         self.assertIn("sub/no.icc", result.stderr)
 
+    def test_a_saved_recipe_has_paths_relative_to_its_folder(self):
+        (self.folder / "sub").mkdir()
+        script = 'io.open("p3.icc", "wb"):write(CGColorSpaceQOR.Named("displayP3").Profile.Bytes)'
+        self.assert_works("run", "-", input=script)
+        (self.folder / "mask.png").write_bytes(png(40, 30, (99, 99, 99)))
+        words = ("BlendWithMask", "maskImage=mask.png", f"backgroundImage={self.photo}", "--color-space", "p3.icc")
+        expected = self.written(*words, "--save-recipe", "sub/a.recipe")
+        self.assertEqual(
+            (self.folder / "sub/a.recipe").read_text(),
+            "zeva-recipe 1\nCIFilterBlendWithMaskQOR inputMaskImage=../mask.png "
+            f"inputBackgroundImage={self.photo}\n--color-space ../p3.icc\n",
+        )
+        self.assertEqual(self.written("sub/a.recipe"), expected)
+        result = self.zeva("recipe", "sub/a.recipe", "--link")
+        self.assertEqual(
+            (result.returncode, messages(result.stderr)),
+            (2, ["zeva: --color-space sub/../p3.icc: a link carries no files, expected the name of a color space; no "
+                 "link was made"]),
+        )
+
     def test_the_saved_recipe_replaces_no_input(self):
         self.recipe("Gloom")
         self.assert_fails(
