@@ -8,7 +8,9 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <functional>
+#include <iterator>
 #include <map>
 #include <span>
 #include <tuple>
@@ -18,6 +20,9 @@
 #include "host/batch/progress.h"
 #include "host/description/class_description.h"
 #include "host/gallery/pages.h"
+#include "host/recipe/prepared_recipe.h"
+#include "host/recipe/recipe_lua.h"
+#include "host/recipe/recipe_syntax.h"
 #include "host/runtime/errors.h"
 #include "host/runtime/text.h"
 #include "host/runtime/write_file.h"
@@ -36,12 +41,31 @@ using host::HostError;
 using host::ObjectReference;
 using std::filesystem::path;
 
-// A sample to run for a photo.
+// A sample or a recipe to run for a photo.
 struct Job {
     const GalleryPhoto* photo;
     const GalleryFilter* filter;
     const Sample* sample;
+    const GalleryRecipe* recipe = nullptr;  // in place of the filter and the sample
 };
+
+// The kinds of jobs that workers do: open a photo; run a program in a folder; run a recipe in a folder.
+constexpr const char* kOpen = "open";
+constexpr const char* kRunProgram = "run";
+constexpr const char* kRunRecipe = "recipe";
+
+// The recipes of a folder.
+std::vector<GalleryRecipe> Recipes(const path& folder) {
+    std::vector<GalleryRecipe> recipes;
+    for (const std::string& name : RecipeNamesIn(folder)) {
+        const std::string file = (folder / name).string();
+        std::ifstream stream(file);
+        const std::string text{std::istreambuf_iterator<char>(stream), {}};
+        const std::string picture = "recipe-" + path(name).stem().string() + ".jpg";
+        recipes.push_back({name, file, ParseRecipe(text, file).title, text, picture});
+    }
+    return recipes;
+}
 
 // The filters of the loaded modules, in the order of the overview: by category and title.
 std::vector<GalleryFilter> Filters(Host& host) {
@@ -95,7 +119,7 @@ void RunForPhotos(const BatchOptions& workers, const std::vector<std::string>& f
 
 // Opens each photo, so that one that cannot be used is found before anything is created.
 void Check(const BatchOptions& workers, const std::vector<std::string>& files) {
-    RunForPhotos(workers, files, [&](std::size_t i) { return std::vector<std::string>{files[i]}; });
+    RunForPhotos(workers, files, [&](std::size_t i) { return std::vector<std::string>{kOpen, files[i]}; });
 }
 
 // Fills the photos' folders.
@@ -104,7 +128,8 @@ void Prepare(const BatchOptions& workers, const std::vector<GalleryPhoto>& photo
     std::vector<std::string> inputs;
     for (const std::string& file : files) inputs.push_back(std::filesystem::absolute(file).string());
     RunForPhotos(workers, files, [&](std::size_t i) {
-        std::vector<std::string> job = {(target / photos[i].folder).string(), kPrepareScript, "prepare.lua", inputs[i]};
+        std::vector<std::string> job = {kRunProgram, (target / photos[i].folder).string(), kPrepareScript,
+                                        "prepare.lua", inputs[i]};
         if (inputs.size() > 1) job.push_back(inputs[(i + 1) % inputs.size()]);
         return job;
     });
@@ -122,18 +147,23 @@ void Render(const BatchOptions& workers, Gallery& gallery, const path& target, b
         for (const GalleryFilter& filter : gallery.filters) {
             for (const Sample& sample : filter.samples) jobs.push_back({&photo, &filter, &sample});
         }
+        for (const GalleryRecipe& recipe : gallery.recipes) jobs.push_back({&photo, nullptr, nullptr, &recipe});
     }
     Progress progress(jobs.size(), isQuiet);
     const auto request = [&](std::size_t i) {
-        const auto& [photo, filter, sample] = jobs[i];
-        return worker::Pack({(target / photo->folder).string(), sample->text, filter->Title().name});
+        const auto& [photo, filter, sample, recipe] = jobs[i];
+        const std::string folder = (target / photo->folder).string();
+        if (recipe != nullptr) return worker::Pack({kRunRecipe, folder, recipe->file, recipe->name, recipe->picture});
+        return worker::Pack({kRunProgram, folder, sample->text, filter->Title().name});
     };
     const auto note = [&](std::size_t i, const std::string& failure) {
-        const auto& [photo, filter, sample] = jobs[i];
+        const auto& [photo, filter, sample, recipe] = jobs[i];
         if (failure.empty()) return progress.Done("");
-        for (const std::string& picture : sample->pictures) {
+        const std::vector<std::string> pictures = recipe != nullptr ? std::vector{recipe->picture} : sample->pictures;
+        for (const std::string& picture : pictures) {
             gallery.missing[photo->folder + "/" + picture] = host::PrintableText(Reason(failure));
         }
+        if (recipe != nullptr) return progress.Done(recipe->name + ", " + photo->name + ": " + Reason(failure));
         progress.Done(filter->Title().name + ", " + sample->caption + ", " + photo->name + ": " + Reason(failure));
     };
     static_cast<void>(RunBatch(workers, jobs.size(), request, [&](const BatchResult& result) {
@@ -162,6 +192,7 @@ void WritePages(const Gallery& gallery, const path& target) {
     for (std::size_t i = 0; i < gallery.filters.size(); ++i) {
         host::WriteFile(target / PageName(gallery.filters[i]), FilterPage(gallery, i));
     }
+    if (!gallery.recipes.empty()) host::WriteFile(target / kRecipesPage, RecipesPage(gallery));
     host::WriteFile(target / "gallery.css", kGalleryStyle);
     host::WriteFile(target / "gallery.js", kGalleryScript);
     host::WriteFile(target / "prepare.lua", kPrepareScript);
@@ -171,18 +202,25 @@ void WritePages(const Gallery& gallery, const path& target) {
 
 void RunGalleryJob(Host& host, const std::string& request) {
     const std::vector<std::string> texts = worker::Unpack(request).value();
-    if (texts.size() == 1) {
-        const host::Value file[] = {host::TextValue(texts[0])};
+    if (texts.at(0) == kOpen) {
+        const host::Value file[] = {host::TextValue(texts.at(1))};
         host.CallShared("CIImageQOR", "Open", file);
         return;
     }
-    std::filesystem::current_path(texts.at(0));
-    host::script::Script(host).RunText(texts.at(1), texts.at(2), std::span(texts).subspan(3));
+    std::string program = texts.at(2);
+    std::vector<std::string> arguments(texts.begin() + 4, texts.end());
+    if (texts[0] == kRunRecipe) {
+        const Recipe recipe = ReadRecipeFile(program);
+        program = RecipeLua(recipe, PrepareRecipe(host, recipe, /*hasInput=*/true), /*hasInput=*/true);
+        arguments.insert(arguments.begin(), "photo.jpg");
+    }
+    std::filesystem::current_path(texts[1]);
+    host::script::Script(host).RunText(program, texts.at(3), arguments);
 }
 
 bool WriteGallery(Host& host, const BatchOptions& workers, const std::vector<std::string>& photos,
-                  const std::string& folder, bool isQuiet) {
-    Gallery gallery = {Photos(photos), Filters(host), {}};
+                  const std::string& folder, const path& recipes, bool isQuiet) {
+    Gallery gallery = {Photos(photos), Filters(host), Recipes(std::filesystem::absolute(recipes)), {}};
     const path target = std::filesystem::absolute(folder).lexically_normal();
     const path pictures = std::filesystem::weakly_canonical(target / "pictures");
     for (const std::string& photo : photos) {

@@ -19,30 +19,16 @@
 #include "host/program/commands.h"
 #include "host/program/exit_status.h"
 #include "host/program/output_names.h"
-#include "host/program/output_options.h"
 #include "host/program/picture_list.h"
 #include "host/program/picture_streams.h"
-#include "host/recipe/recipe.h"
-#include "host/recipe/setting_value.h"
+#include "host/recipe/recipe_syntax.h"
 #include "host/runtime/errors.h"
 
 namespace {
 
-using host::HostError;
-
-// Throws HostError when --rect is not a rectangle of at least one pixel.
-void CheckRectangle(const std::string& text) {
-    const std::vector<double> numbers = NumbersIn("--rect", text);
-    if (numbers.size() != 4) throw HostError("--rect", "'" + text + "' is not a rectangle, expected X,Y,W,H");
-    if (!(numbers[2] > 0 && numbers[3] > 0)) {
-        throw HostError("--rect", "'" + text + "' is empty, expected a width and a height above 0");
-    }
-}
-
 // Throws UsageError for options that contradict one another.
 void CheckOptions(const ApplyRequest& request) {
-    if (!request.rectangle.empty()) CheckRectangle(request.rectangle);
-    static_cast<void>(ResizeOf(request));
+    CheckResultOptions(request);
     if (request.output.empty() && !request.isInPlace) throw UsageError("--output is required");
     const bool isToOutput = request.output == kStandardStream;
     if (isToOutput && request.options.format.empty()) {
@@ -72,10 +58,10 @@ void CheckBatch(const ApplyRequest& request) {
     }
 }
 
-int Apply(const ProgramOptions& options, const ApplyRequest& request) {
-    CheckOptions(request);
+int Apply(const ProgramOptions& options, ApplyRequest request) {
+    const Recipe recipe = RecipeOf(request);
+    CheckAtRecipe(recipe, [&] { CheckOptions(request); });
     CheckBatch(request);
-    const Recipe recipe = ReadRecipe(request.words);
     const std::vector<InputPicture> pictures = PicturesOf(options, request, recipe);
     if (pictures.empty() && !request.batch.list.empty()) {
         throw Failure(kFailed, request.batch.list + ": the list names no pictures; nothing was written");
@@ -107,6 +93,10 @@ Values of KEY=VALUE, by the key's type (zeva describe FILTER):
   color cube    inputCubeData=warm.cube  @floats.raw  numbers with commas
   color space   inputColorSpace=sRGB
 
+A value may be a reference: '$input' is the original picture, and '$soft' the result of an earlier step that ends in
+'->' '$soft'. A first word that ends in .recipe is a file with such steps (docs/recipes.md); KEY=VALUE sets its
+parameters.
+
 Case does not matter in names, and a key may leave out its "input": radius=12.5.
 The picture becomes the inputImage of the first filter, or the value of each key set with KEY=-. The output of each
 filter is the incoming picture of the next. Without a filter, a picture is only resized or converted: its name needs a
@@ -114,12 +104,18 @@ point or a slash then.)";
 
 }  // namespace
 
+Recipe RecipeOf(ApplyRequest& request) {
+    Recipe recipe = ParseCommand(request.words, SharedRecipes());
+    AddRecipeOptions(request, recipe);
+    return recipe;
+}
+
 std::vector<Argument> ApplyArguments(ApplyRequest& request) {
     BatchRequest& batch = request.batch;
     std::vector<Argument> arguments = {
         {"FILTER", &request.words,
-         "a filter (GaussianBlur, CIGaussianBlur or CIFilterGaussianBlurQOR), its settings, and pictures (- "
-         "for standard input)",
+         "a filter (GaussianBlur, CIGaussianBlur or CIFilterGaussianBlurQOR) or a recipe, its settings, and pictures "
+         "(- for standard input)",
          /*isRequired=*/true},
         {"-o,--output", &request.output,
          "picture to write, in the format of its suffix; a folder for results with the names of their inputs; "
@@ -129,21 +125,10 @@ std::vector<Argument> ApplyArguments(ApplyRequest& request) {
          .target = &request.isInPlace,
          .help = "write each result over its input",
          .excludes = "--output"},
+        {"--save-recipe", &request.recipeFile, "file for the filters, settings and output options as a recipe"},
         {"--no-clobber", &request.keepsExisting, "leave results alone that exist"},
         {"--recursive", &request.isRecursive,
          "take all pictures in and below the folders among the inputs, by their content"},
-        {"--resize", &request.resize, "resize the result: 1024 (its longer side), 1024x768 or 50%"},
-        {"--fit", &request.isFit, "keep the proportions: the largest size within that of --resize"},
-        {.names = "--fill",
-         .target = &request.isFill,
-         .help = "keep the proportions: fill the size of --resize and cut off the rest",
-         .excludes = "--fit"},
-        {"--rect", &request.rectangle,
-         "X,Y,W,H: the part of the result to write, y up; default: all of a finite result"},
-        {.names = "--keep-size",
-         .target = &request.keepSize,
-         .help = "write the part inside the extent of the input",
-         .excludes = "--rect"},
         {"--files-from", &batch.list,
          "file with the names of more inputs, one per line or ended by zero bytes; - for standard input"},
         {.names = "--jobs",
@@ -159,8 +144,8 @@ std::vector<Argument> ApplyArguments(ApplyRequest& request) {
         {"--fail-fast", &batch.stopsAtFailure, "begin no picture after the first that failed"},
         {"--retry", &batch.retries, "times that a picture is tried again for which the machine failed"},
     };
-    const std::vector<Argument> outputs = OutputArguments(request.options);
-    arguments.insert(arguments.end(), outputs.begin(), outputs.end());
+    const std::vector<Argument> results = ResultArguments(request);
+    arguments.insert(arguments.end(), results.begin(), results.end());
     return arguments;
 }
 
@@ -176,7 +161,7 @@ Command ApplyCommand() {
         .help = "Applies filters to pictures.",
         .arguments = ApplyArguments(*request),
         .run = [request](const ProgramOptions& options) { return Apply(options, *request); },
-        .usage = "zeva apply FILTER [KEY=VALUE ...] [+ FILTER [KEY=VALUE ...] ...] [IN ...] -o OUT|DIR|-",
+        .usage = "zeva apply FILTER|RECIPE [KEY=VALUE ...] [+ FILTER [KEY=VALUE ...] ...] [IN ...] -o OUT|DIR|-",
         .footer = std::string(kSharedFooter) + "\n" + kValues,
     };
 }

@@ -56,6 +56,7 @@ void ApplyToOne(const ProgramOptions& options, const ApplyRequest& request, cons
                        std::to_string(host->Classes().All().size()) + " classes, host version " +
                        host::NumberText(host->Version()));
     const Plan plan = WithStatus(kWrongUsage, [&] { return PreparePlan(*host, request, recipe, target); });
+    SaveRecipe(*host, request, recipe);
     const Value opened = WithStatus(kFailed, [&] { return Opened(*host, picture.path, report); });
     // Without a picture, only the settings can be the cause of a failure.
     const auto image = WithStatus(pictures.empty() ? kWrongUsage : kFailed,

@@ -7,8 +7,11 @@
 
 #include "host/program/exit_status.h"
 #include "host/program/picture_streams.h"
+#include "host/recipe/canonical_recipe.h"
+#include "host/recipe/recipe_syntax.h"
 #include "host/runtime/errors.h"
 #include "host/runtime/text.h"
+#include "host/runtime/write_file.h"
 
 namespace {
 
@@ -79,19 +82,19 @@ void SaveToFile(Host& host, const ApplyRequest& request, const Value& opened, co
 
 }  // namespace
 
-std::optional<ResizeOption> ResizeOf(const ApplyRequest& request) {
-    const char* flag = request.isFit ? "--fit" : request.isFill ? "--fill" : nullptr;
-    if (!request.resize.empty()) return ReadResize(request.resize, request.isFit, request.isFill);
-    if (flag != nullptr) throw UsageError(std::string(flag) + ": expected --resize with a size, such as 1024x768");
-    return std::nullopt;
-}
-
 Plan PreparePlan(Host& host, const ApplyRequest& request, const Recipe& recipe, const std::string& target) {
     const bool hasInput = !recipe.inputs.empty();
     if (request.keepSize && !hasInput) throw HostError("--keep-size", "there is no input picture");
     Plan plan = {PrepareRecipe(host, recipe, hasInput), ResizeOf(request)};
-    CheckTarget(host, target, request.options);
+    CheckAtRecipe(recipe, [&] { CheckTarget(host, target, request.options); });
     return plan;
+}
+
+void SaveRecipe(Host& host, const ApplyRequest& request, const Recipe& recipe) {
+    if (request.recipeFile.empty()) return;
+    Recipe whole = recipe;
+    whole.options = RecipeOptionsOf(request);
+    host::WriteFile(request.recipeFile, RecipeText(CanonicalRecipe(host, whole, request.recipeFile)));
 }
 
 // The three stages of one picture, or of none when the input is empty.
@@ -111,12 +114,10 @@ Value Opened(Host& host, const std::string& input, const StepReport& report) {
 
 ObjectReference Filtered(Host& host, const ApplyRequest& request, const Plan& plan, const Value& opened,
                          const StepReport& report) {
-    Value image = opened;
-    for (const PreparedStep& step : plan.steps) {
-        const ObjectReference result = RunStep(host, step, image);
-        report("filter", StepText(step) + ", " + ExtentText(host, result));
-        image = result;
-    }
+    const Value image =
+        RunRecipe(host, plan.recipe, opened, [&](const PreparedStep& step, const ObjectReference& result) {
+            report("filter", step.text + ", " + ExtentText(host, result));
+        });
     const ObjectReference framed = Framed(host, request, opened, std::get<ObjectReference>(image));
     if (!plan.resize) return framed;
     std::string step;

@@ -12,12 +12,11 @@
 #include <functional>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "host/program/apply_request.h"
 #include "host/program/output_names.h"
 #include "host/program/resize_option.h"
-#include "host/recipe/recipe.h"
+#include "host/recipe/prepared_recipe.h"
 #include "host/runtime/host.h"
 
 // Called after each step with its result.
@@ -25,16 +24,16 @@ using StepReport = std::function<void(const char* step, const std::string& resul
 
 // What is the same for all pictures.
 struct Plan {
-    std::vector<PreparedStep> steps;
+    PreparedRecipe recipe;
     std::optional<ResizeOption> resize;
 };
-
-// Reads --resize and the flags that go with it. Throws UsageError.
-[[nodiscard]] std::optional<ResizeOption> ResizeOf(const ApplyRequest& request);
 
 // Prepares the recipe and checks the output options. A target that is not empty must be writable.
 [[nodiscard]] Plan PreparePlan(host::Host& host, const ApplyRequest& request, const Recipe& recipe,
                                const std::string& target);
+
+// Writes the recipe to the file that the command asks for.
+void SaveRecipe(host::Host& host, const ApplyRequest& request, const Recipe& recipe);
 
 // Opens a file, or what standard input has.
 [[nodiscard]] host::Value Opened(host::Host& host, const std::string& input, const StepReport& report);

@@ -6,7 +6,8 @@
 #include <vector>
 
 #include "host/program/command.h"
-#include "host/program/output_options.h"
+#include "host/program/result_options.h"
+#include "host/recipe/recipe.h"
 
 // How many pictures are processed (docs/cluster.md).
 struct BatchRequest {
@@ -22,15 +23,10 @@ struct BatchRequest {
 inline constexpr const char* kResume = "changed";
 inline constexpr const char* kVerify = "verify";
 
-struct ApplyRequest {
+struct ApplyRequest : ResultOptions {
     std::vector<std::string> words;  // filters, settings and inputs
     std::string output;              // a path or a pattern, kStandardStream, or empty for results in place
-    std::string rectangle;           // "X,Y,W,H"; empty for the extent of the result
-    bool keepSize = false;           // crop the result to the extent of the input
-    OutputOptions options;
-
-    std::string resize;  // resize_option.h; empty for the size of the result
-    bool isFit = false, isFill = false;
+    std::string recipeFile;          // receives the recipe; empty for none
 
     bool isInPlace = false;      // results replace their pictures
     bool isRecursive = false;    // inputs may be folders
@@ -41,6 +37,9 @@ struct ApplyRequest {
 
 // The arguments of the command, which store their values in the request.
 [[nodiscard]] std::vector<Argument> ApplyArguments(ApplyRequest& request);
+
+// Returns the recipe that the words are, and adds its options to those of the request.
+[[nodiscard]] Recipe RecipeOf(ApplyRequest& request);
 
 // Whether the options of many pictures are used, so that even one picture is a batch: a list or a shard may have one.
 [[nodiscard]] bool IsBatch(const BatchRequest& request);

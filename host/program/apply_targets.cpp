@@ -15,6 +15,7 @@
 #include "host/program/exit_status.h"
 #include "host/program/picture_streams.h"
 #include "host/program/protected_files.h"
+#include "host/recipe/prepared_recipe.h"
 #include "host/runtime/errors.h"
 #include "host/runtime/text.h"
 
@@ -85,7 +86,7 @@ bool IsKept(const ApplyRequest& request, const std::string& target) {
 }
 
 std::vector<std::string> OtherFiles(const ProgramOptions& options, const ApplyRequest& request, const Recipe& recipe) {
-    std::vector<std::string> files = FilesOfSettings(recipe);
+    std::vector<std::string> files = FilesOfRecipe(recipe);
     if (!options.module.empty()) files.push_back(options.module);
     const std::vector<std::string> profiles = FilesOfOptions(request.options);
     files.insert(files.end(), profiles.begin(), profiles.end());
@@ -102,4 +103,5 @@ void ProtectInputs(const ApplyRequest& request, const std::vector<std::string>& 
     for (const PictureJob& job : jobs) {
         if (job.target != kStandardStream) files.AddOutput(job.target, "a result", "nothing was written");
     }
+    if (!request.recipeFile.empty()) files.AddOutput(request.recipeFile, "the recipe", "nothing was written");
 }

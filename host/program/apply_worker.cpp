@@ -19,7 +19,6 @@
 #include "host/program/platform_pool.h"
 #include "host/program/program_arguments.h"
 #include "host/program/recipe_hash.h"
-#include "host/recipe/recipe.h"
 #include "host/runtime/errors.h"
 #include "host/worker/texts.h"
 
@@ -42,7 +41,7 @@ class ApplyWorker {
         const Texts texts = worker::Unpack(setup).value();
         options_ = OptionsIn(texts.at(0));
         SetValues(ApplyArguments(request_), worker::Unpack(texts.at(1)).value());
-        recipe_ = ReadRecipe(request_.words);
+        recipe_ = RecipeOf(request_);
         // A recipe whose pictures are all in a list has a picture to begin with too.
         if (recipe_.inputs.empty() && !request_.batch.list.empty()) recipe_.inputs.push_back(request_.batch.list);
         host_ = MakeHost(options_);
@@ -67,8 +66,9 @@ class ApplyWorker {
 
     std::string Check(const std::string& target) {
         const Plan& plan = PreparedPlan(target);
-        CheckOutputs(*host_, plan.steps, /*hasInput=*/true);
-        return worker::Pack({RecipeHash(options_, request_, recipe_, plan), build_, InstructionSet()});
+        CheckOutputs(*host_, plan.recipe, /*hasInput=*/true);
+        SaveRecipe(*host_, request_, recipe_);
+        return worker::Pack({RecipeHash(*host_, options_, request_, recipe_), build_, InstructionSet()});
     }
 
     std::string FindPictures(const Texts& texts) {

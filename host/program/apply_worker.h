@@ -25,8 +25,8 @@
 // The tasks as texts. Each says what its result is.
 namespace apply_task {
 
-// Prepares the recipe, tries it on a plain color and checks the options. A target that is not empty must be writable.
-// Result: see RunIn.
+// Prepares the recipe, tries it on a plain color, checks the options and saves the recipe if asked to. A target that is
+// not empty must be writable. Result: see RunIn.
 [[nodiscard]] std::string Check(const std::string& target);
 
 // Result: a 1 for each file that is a picture, a 0 for each other one.

@@ -28,7 +28,9 @@ int Run(const ProgramOptions& options, const GalleryRequest& request) {
     const BatchOptions workers = {.role = kGalleryRole, .setup = SetupOf(ofWorker)};
     const auto host = MakeHost(ofWorker);
     try {
-        return WriteGallery(*host, workers, request.photos, request.folder, options.isQuiet) ? kDone : kFailed;
+        const bool isComplete =
+            WriteGallery(*host, workers, request.photos, request.folder, SharedRecipes(), options.isQuiet);
+        return isComplete ? kDone : kFailed;
     } catch (const PhotoError& error) {
         throw Failure(StatusOfNumber(error.ErrorNumber(), kFailed), error.what());
     }
@@ -40,7 +42,7 @@ Command GalleryCommand() {
     const auto request = std::make_shared<GalleryRequest>();
     return {
         .name = "gallery",
-        .help = "Writes pages that show every filter on photos.",
+        .help = "Writes pages that show every filter and recipe on photos.",
         .arguments =
             {
                 {"PHOTO", &request->photos, "photo; scaled down to at most 800 pixels", /*isRequired=*/true},

@@ -17,18 +17,13 @@
 #include "host/batch/sha256.h"
 #include "host/program/apply_targets.h"
 #include "host/program/version.h"
+#include "host/recipe/canonical_recipe.h"
+#include "host/recipe/recipe_syntax.h"
 #include "host/worker/texts.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-
-// The recipe with full names, one step per line.
-std::string CanonicalText(const Plan& plan) {
-    std::string text;
-    for (const PreparedStep& step : plan.steps) text += StepText(step) + "\n";
-    return text;
-}
 
 // Returns the build ID of a loaded object, or nothing if the linker gave it none.
 std::string_view BuildIdOf(const dl_phdr_info& object) {
@@ -71,16 +66,11 @@ int AddObject(dl_phdr_info* object, std::size_t, void* data) {
 
 }  // namespace
 
-std::string RecipeHash(const ProgramOptions& options, const ApplyRequest& request, const Recipe& recipe,
-                       const Plan& plan) {
-    std::vector<std::string> parts = {CanonicalText(plan),
-                                      OptionsText(request.options),
-                                      request.resize,
-                                      request.isFit    ? "fit"
-                                      : request.isFill ? "fill"
-                                                       : "",
-                                      request.rectangle,
-                                      request.keepSize ? "keep" : "",
+std::string RecipeHash(host::Host& host, const ProgramOptions& options, const ApplyRequest& request,
+                       const Recipe& recipe) {
+    Recipe whole = recipe;
+    whole.options = RecipeOptionsOf(request);
+    std::vector<std::string> parts = {RecipeText(CanonicalRecipe(host, whole, "")),
                                       host::NumberText(options.hostVersion)};
     std::vector<std::string> files = OtherFiles(options, request, recipe);
     std::ranges::sort(files);

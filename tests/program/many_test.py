@@ -225,6 +225,22 @@ class ManyTest(ListTest):
         self.assertEqual(done_after(*chain, "--compression", "small", "--jobs", "1", "--threads", "3"), 6)
         self.assertEqual(done_after(*chain, "--compression", "small", "--instruction-set", "sse2"), 8)
 
+    def test_a_recipe_is_known_by_its_canonical_form_and_its_parameters(self):
+        self.listed(2)
+
+        def done_after(*words):
+            words = (*words, "--files-from", "list", "-o", "out", "--report", "report.jsonl", "--resume")
+            self.assert_works("apply", *words)
+            return len(self.done())
+
+        recipe = self.folder / "soft.recipe"
+        recipe.write_text("zeva-recipe 1\nradius = 2\nGaussianBlur radius=$radius\n--keep-size\n")
+        self.assertEqual(done_after("soft.recipe"), 2)
+        recipe.write_text("zeva-recipe 1\n# the same\nradius = 2.0\ncigaussianblur inputRadius=$radius\n--keep-size\n")
+        self.assertEqual(done_after("soft.recipe"), 2)
+        self.assertEqual(done_after("soft.recipe", "radius=3"), 4)
+        self.assertEqual(done_after("soft.recipe", "radius=3", "--quality", "70"), 6)
+
     def test_verifying_compares_hashes(self):
         self.listed(3)
         self.run_list("--report", "report.jsonl")
