@@ -68,11 +68,14 @@ int AddObject(dl_phdr_info* object, std::size_t, void* data) {
 
 std::string RecipeHash(host::Host& host, const ProgramOptions& options, const ApplyRequest& request,
                        const Recipe& recipe) {
+    // The text of the recipe counts and not its file: comments and spelling make no difference.
     Recipe whole = recipe;
+    whole.file.clear();
+    whole.title.clear();
     whole.options = RecipeOptionsOf(request);
     std::vector<std::string> parts = {RecipeText(CanonicalRecipe(host, whole, "")),
                                       host::NumberText(options.hostVersion)};
-    std::vector<std::string> files = OtherFiles(options, request, recipe);
+    std::vector<std::string> files = OtherFiles(options, request, whole);
     std::ranges::sort(files);
     for (const std::string& file : files) {
         std::error_code error;

@@ -252,8 +252,8 @@ def make_pictures(work, count, width):
     names = [f"in/{number:04}.png" for number in range(count)]
     height = width * 3 // 4
     for number, name in enumerate(names):
-        rows = [[((x + number) % 256, y % 256, number % 256) for x in range(width)] for y in range(4)]
-        (work / name).write_bytes(picture.encode([rows[y % 4] for y in range(height)]))
+        lines = [bytes(n for x in range(width) for n in ((x + number) % 256, 60 * y, number % 256)) for y in range(4)]
+        (work / name).write_bytes(picture.encode_bytes(width, 3, [lines[y % 4] for y in range(height)]))
     (work / "list").write_text("".join(name + "\n" for name in names))
     return names
 

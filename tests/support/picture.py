@@ -11,13 +11,18 @@ CHANNELS = {0: 1, 2: 3, 4: 2, 6: 4}  # by color type
 
 def encode(rows):
     """Returns the bytes of a PNG file. Each pixel has three or four numbers; the top row is first."""
-    channels = len(rows[0][0])
+    lines = [bytes(number for pixel in row for number in pixel) for row in rows]
+    return encode_bytes(len(rows[0]), len(rows[0][0]), lines)
+
+
+def encode_bytes(width, channels, rows):
+    """Does the same for rows that are the bytes of their pixels."""
 
     def chunk(kind, data):
         return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
 
-    header = struct.pack(">IIBBBBB", len(rows[0]), len(rows), 8, {3: 2, 4: 6}[channels], 0, 0, 0)
-    data = b"".join(b"\0" + bytes(number for pixel in row for number in pixel) for row in rows)
+    header = struct.pack(">IIBBBBB", width, len(rows), 8, {3: 2, 4: 6}[channels], 0, 0, 0)
+    data = b"".join(b"\0" + row for row in rows)
     return b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", zlib.compress(data)) + chunk(b"IEND", b"")
 
 
