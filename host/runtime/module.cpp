@@ -17,8 +17,17 @@ namespace {
 
 constexpr const char* kAlreadyLoaded = "it is already loaded; a process can load a module only once";
 
-// The entry point of object code for macOS. The system's loader does not know such files, so this keeps its own list
-// of those that are loaded.
+// The file with the code of a module.
+std::filesystem::path CodeFile(const std::filesystem::path& file, const std::string& subject) {
+    try {
+        return macho::CodeFile(file);
+    } catch (const macho::ObjectError& error) {
+        throw HostError(subject, std::string("it cannot be loaded (") + error.what() + ")");
+    }
+}
+
+// The entry point of code for macOS. The system's loader does not know such files, so this keeps its own list of those
+// that are loaded.
 void* LoadObjectCode(const std::filesystem::path& file, const std::string& subject) {
     static std::set<std::filesystem::path> loaded;
     const std::filesystem::path canonical = std::filesystem::canonical(file);
@@ -55,8 +64,9 @@ void* LoadLibrary(const std::filesystem::path& file, const std::string& subject)
 EntryPoint LoadEntryPoint(const std::filesystem::path& path) {
     const std::string subject = "module " + path.string();
     std::error_code error;
-    const std::filesystem::path file = std::filesystem::absolute(path, error);
-    if (!std::filesystem::exists(file, error)) throw HostError(subject, "no such file; nothing is loaded");
+    const std::filesystem::path absolute = std::filesystem::absolute(path, error);
+    if (!std::filesystem::exists(absolute, error)) throw HostError(subject, "no such file; nothing is loaded");
+    const std::filesystem::path file = CodeFile(absolute, subject);
     void* entry = macho::IsMachO(file) ? LoadObjectCode(file, subject) : LoadLibrary(file, subject);
     if (entry == nullptr) throw HostError(subject, "it has no entry point ZEVAPluginMain, so it is not a module");
     return reinterpret_cast<EntryPoint>(entry);
