@@ -1,11 +1,12 @@
 # Compiles targets of this build for macOS, on Linux.
 #
-# zeva_macos_object(OUTPUT TRIPLE TARGET...): makes one object file of all sources of the targets. Each source is compiled
-#     with its target's options against platform/macos/include. At 64 bits the guard for native exceptions is used.
-# zeva_macos_bundle(OUTPUT OBJECT ARCHITECTURE VERSION): links such an object into a loadable bundle against the stubs of
-#     platform/macos/stubs. 64 bits only.
-# zeva_macos_folder(OUTPUT OBJECT): links an object for 32 bits into a bundle (tools/link_bundle), as a folder NAME.bundle
-#     with a list of properties.
+# zeva_macos_object(OUTPUT TRIPLE TARGET...): makes one object file of all sources of the targets. Each source is
+#     compiled with its target's options against platform/macos/include. At 64 bits the guard for native exceptions is
+#     used.
+# zeva_macos_bundle(OUTPUT OBJECT ARCHITECTURE VERSION): links such an object into a loadable bundle against the stubs
+#     of platform/macos/stubs. 64 bits only.
+# zeva_macos_folder(OUTPUT OBJECT): links an object for 32 bits into a bundle (tools/link_bundle), as a folder
+#     NAME.bundle with a list of properties.
 # ZEVA_MACOS_DIRECTORY: contains one folder per processor: macos-i386, macos-x86_64, macos-arm64.
 #
 # Sources are merged as bitcode because lld can link a program or a bundle for macOS, but cannot merge object files.

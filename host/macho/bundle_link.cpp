@@ -15,7 +15,7 @@ namespace host::macho {
 namespace {
 
 void CheckLibrary(std::string_view name) {
-    const auto isNamed = [&](const Library& library) { return library.installName == name; };
+    const auto isNamed = [&](const Library* library) { return library->installName == name; };
     if (std::any_of(std::begin(kLibraries), std::end(kLibraries), isNamed)) return;
     throw ObjectError("library " + std::string(name), "it does not exist here");
 }

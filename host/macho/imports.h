@@ -82,33 +82,37 @@ inline constexpr std::uint32_t kOldestSystem = PackedVersion(10, 6);
     CLASS(kQuartzCore, "CIFilter")
 // clang-format on
 
-enum class LibraryNumber : std::uint32_t {
-#define ZEVA_NUMBER(number, name, compatibility, version) number,
-    ZEVA_MACOS_LIBRARIES(ZEVA_NUMBER)
-#undef ZEVA_NUMBER
-};
-
 struct Library {
     std::string_view installName;
     std::uint32_t compatibilityVersion;
     std::uint32_t version;
 };
 
-inline constexpr Library kLibraries[] = {
-#define ZEVA_LIBRARY(number, name, compatibility, version) {name, compatibility, version},
+// Each library under its name here.
+namespace libraries {
+
+#define ZEVA_LIBRARY(here, name, compatibility, version) inline constexpr Library here = {name, compatibility, version};
+ZEVA_MACOS_LIBRARIES(ZEVA_LIBRARY)
+#undef ZEVA_LIBRARY
+
+}  // namespace libraries
+
+// In the order in which bundles load them.
+inline constexpr const Library* kLibraries[] = {
+#define ZEVA_LIBRARY(here, name, compatibility, version) &libraries::here,
     ZEVA_MACOS_LIBRARIES(ZEVA_LIBRARY)
 #undef ZEVA_LIBRARY
 };
 
-// A symbol, and the index in kLibraries of the library that exports it.
+// A symbol and the library that exports it.
 struct Import {
     std::string_view name;
-    LibraryNumber library;
+    const Library* library;
 };
 
 inline constexpr Import kImports[] = {
-#define ZEVA_IMPORT(library, name, address) {name, LibraryNumber::library},
-#define ZEVA_CLASS(library, name) {ZEVA_CLASS_SYMBOL(name), LibraryNumber::library},
+#define ZEVA_IMPORT(library, name, address) {name, &libraries::library},
+#define ZEVA_CLASS(library, name) {ZEVA_CLASS_SYMBOL(name), &libraries::library},
     ZEVA_MACOS_IMPORTS(ZEVA_IMPORT) ZEVA_MACOS_CLASSES(ZEVA_CLASS)
 #undef ZEVA_IMPORT
 #undef ZEVA_CLASS
@@ -117,7 +121,7 @@ inline constexpr Import kImports[] = {
 // The library that exports a symbol; null for a symbol that is not on the list.
 constexpr const Library* LibraryOf(std::string_view symbol) {
     for (const Import& import : kImports) {
-        if (import.name == symbol) return &kLibraries[static_cast<std::uint32_t>(import.library)];
+        if (import.name == symbol) return import.library;
     }
     return nullptr;
 }

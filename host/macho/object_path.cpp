@@ -32,7 +32,7 @@ std::filesystem::path CodeFile(const std::filesystem::path& path) {
     if (!stream) throw ObjectError("folder", "it is not a bundle: it has no Contents/Info.plist that can be read");
     const std::size_t key = text.find("<key>CFBundleExecutable</key>");
     const std::string name = key != std::string::npos ? Between(text, "<string>", "</string>", key) : "";
-    if (name.empty() || name.find('/') != std::string::npos) {
+    if (name.empty() || name == ".." || name.find('/') != std::string::npos) {
         throw ObjectError("Contents/Info.plist", "its key CFBundleExecutable does not name a file");
     }
     const std::filesystem::path file = path / "Contents" / "MacOS" / name;

@@ -115,8 +115,10 @@ void Layout::Place(std::uint32_t otherCommandsSize) {
                               [&](std::uint32_t i) { return !IsZeroFilled(sections[i]); });
         count += static_cast<std::uint32_t>(segment.sections.size());
     }
-    // Modules without Objective-C have nothing in __OBJC. The others are always there: programs number the segments.
-    std::erase_if(segments, [](const OutputSegment& one) { return one.name == "__OBJC" && one.sections.empty(); });
+    // A segment without sections is left out, but for the one of the header and the one of the link information.
+    std::erase_if(segments, [](const OutputSegment& one) {
+        return one.sections.empty() && one.name != "__TEXT" && one.name != "__LINKEDIT";
+    });
     const auto segmentCount = static_cast<std::uint32_t>(segments.size());
     const std::uint32_t commandsEnd = sizeof(format::Header) + segmentCount * sizeof(format::SegmentCommand) +
                                       count * sizeof(format::Section) + otherCommandsSize;

@@ -101,13 +101,13 @@ class Linker {
 
     // The libraries of everything that is imported, in the order of the list.
     void FindLibraries() {
-        std::set<std::string_view> used = {host::macho::LibraryOf(ZEVA_STUB_BINDER)->installName};
+        std::set<const host::macho::Library*> used = {host::macho::LibraryOf(ZEVA_STUB_BINDER)};
         for (const Symbol& symbol : object_.symbols) {
             CheckSymbol(symbol);
-            if (symbol.kind == Symbol::Kind::kUndefined) used.insert(host::macho::LibraryOf(symbol.name)->installName);
+            if (symbol.kind == Symbol::Kind::kUndefined) used.insert(host::macho::LibraryOf(symbol.name));
         }
-        for (const host::macho::Library& library : host::macho::kLibraries) {
-            if (used.contains(library.installName)) libraries_.push_back(&library);
+        for (const host::macho::Library* library : host::macho::kLibraries) {
+            if (used.contains(library)) libraries_.push_back(library);
         }
     }
 

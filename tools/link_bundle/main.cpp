@@ -4,7 +4,7 @@
 //
 // OUTPUT is the bundle's executable, which belongs into a folder with a list of properties.
 //
-// Failure: one line "link_bundle: OBJECT: what cannot be linked: why"; no output, exit status 1.
+// Failure: one line "link_bundle: OBJECT: section or symbol: the reason"; no output, exit status 1.
 
 #include <cstdio>
 #include <fstream>
