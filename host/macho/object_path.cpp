@@ -4,6 +4,7 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "host/macho/format.h"
@@ -25,7 +26,8 @@ std::string Between(const std::string& text, const std::string& before, const st
 }  // namespace
 
 std::filesystem::path CodeFile(const std::filesystem::path& path) {
-    if (!std::filesystem::is_directory(path)) return path;
+    std::error_code error;
+    if (!std::filesystem::is_directory(path, error)) return path;
     const std::filesystem::path properties = path / "Contents" / "Info.plist";
     std::ifstream stream(properties);
     const std::string text{std::istreambuf_iterator<char>(stream), {}};
@@ -36,7 +38,7 @@ std::filesystem::path CodeFile(const std::filesystem::path& path) {
         throw ObjectError("Contents/Info.plist", "its key CFBundleExecutable does not name a file");
     }
     const std::filesystem::path file = path / "Contents" / "MacOS" / name;
-    if (!std::filesystem::exists(file)) throw ObjectError("Contents/MacOS/" + name, "no such file");
+    if (!std::filesystem::exists(file, error)) throw ObjectError("Contents/MacOS/" + name, "no such file");
     return file;
 }
 

@@ -61,6 +61,14 @@ void* LoadLibrary(const std::filesystem::path& file, const std::string& subject)
 
 }  // namespace
 
+std::filesystem::path ModuleFile(const std::filesystem::path& path) {
+    try {
+        return macho::CodeFile(path);
+    } catch (const macho::ObjectError&) {
+        return path;
+    }
+}
+
 EntryPoint LoadEntryPoint(const std::filesystem::path& path) {
     const std::string subject = "module " + path.string();
     std::error_code error;

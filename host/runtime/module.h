@@ -24,6 +24,10 @@ struct Module {
 // The exported function of a module, which the host calls once.
 using EntryPoint = void (*)(ZEVAresolver);
 
+// The file with the code of a module: the executable of a bundle that is a folder; any other path itself, and that of a
+// folder that is not a bundle.
+[[nodiscard]] std::filesystem::path ModuleFile(const std::filesystem::path& path);
+
 // Loads a module's file permanently and returns its entry point. Throws HostError with the file and the reason.
 EntryPoint LoadEntryPoint(const std::filesystem::path& path);
 
