@@ -58,6 +58,15 @@ std::vector<GalleryFilter> Filters(Host& host) {
     return filters;
 }
 
+// The classes that are not filters, in the order of their registration.
+std::vector<ClassDescription> OtherClasses(Host& host, const std::set<const host::Class*>& classes) {
+    std::vector<ClassDescription> descriptions;
+    for (const host::Class* isa : host.Classes().All()) {
+        if (classes.contains(isa) && !IsFilter(*isa)) descriptions.push_back(DescribeClass(host, *isa));
+    }
+    return descriptions;
+}
+
 // The folder of each photo. Its name is the photo's, with only characters that need no escape anywhere; a number
 // keeps equal names apart.
 std::vector<GalleryPhoto> Photos(const std::vector<std::string>& files) {
@@ -165,6 +174,9 @@ void WritePages(const Gallery& gallery, const path& target) {
     for (std::size_t i = 0; i < gallery.filters.size(); ++i) {
         host::WriteFile(target / PageName(gallery.filters[i]), FilterPage(gallery, i));
     }
+    for (const ClassDescription& description : gallery.classes) {
+        host::WriteFile(target / PageName(description), ClassPage(description));
+    }
     host::WriteFile(target / "gallery.css", kGalleryStyle);
     host::WriteFile(target / "gallery.js", kGalleryScript);
     host::WriteFile(target / "prepare.lua", kPrepareScript);
@@ -172,8 +184,9 @@ void WritePages(const Gallery& gallery, const path& target) {
 
 }  // namespace
 
-bool WriteGallery(Host& host, const std::vector<std::string>& photos, const std::string& folder, bool isQuiet) {
-    Gallery gallery = {Photos(photos), Filters(host), {}};
+bool WriteGallery(Host& host, const std::vector<std::string>& photos, const std::string& folder,
+                  const std::set<const host::Class*>& addedClasses, bool isQuiet) {
+    Gallery gallery = {Photos(photos), Filters(host), OtherClasses(host, addedClasses), {}};
     const path target = std::filesystem::absolute(folder).lexically_normal();
     const path pictures = std::filesystem::weakly_canonical(target / "pictures");
     for (const std::string& photo : photos) {

@@ -1,7 +1,9 @@
-// gallery.h - writes pictures of every filter, and the pages that show them.
+// gallery.h - writes pictures of every filter, and the pages that show them. A class of an added module that is not a
+// filter gets a page of its properties.
 
 #pragma once
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -23,4 +25,4 @@ class PhotoError : public host::HostError {
 // Fails:  PhotoError; HostError when a photo lies where a picture would be written, and when a page cannot be written.
 // Thread: the host's. The process must have only this thread, because worker processes are forked.
 [[nodiscard]] bool WriteGallery(host::Host& host, const std::vector<std::string>& photos, const std::string& folder,
-                                bool isQuiet);
+                                const std::set<const host::Class*>& addedClasses, bool isQuiet);

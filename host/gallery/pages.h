@@ -1,4 +1,4 @@
-// pages.h - the gallery's pages: an overview, and one page for each filter.
+// pages.h - the gallery's pages: an overview, one page for each filter, and one for each class of added modules.
 //
 // They are in one folder with gallery.css, gallery.js and prepare.lua; the pictures of each photo are in
 // pictures/<photo>/. Every page works without JavaScript; gallery.js adds the search, the choice of a category, and
@@ -33,14 +33,21 @@ struct GalleryFilter {
 struct Gallery {
     std::vector<GalleryPhoto> photos;
     std::vector<GalleryFilter> filters;
+    std::vector<ClassDescription> classes;       // of added modules, those that are not filters
     std::map<std::string, std::string> missing;  // pictures that are missing, by path, and the reason
 };
 
 // Returns the file name of a filter's page.
 [[nodiscard]] std::string PageName(const GalleryFilter& filter);
 
-// Returns the overview: a card for each filter.
+// The same for another class.
+[[nodiscard]] std::string PageName(const ClassDescription& description);
+
+// Returns the overview: a card for each filter and class.
 [[nodiscard]] std::string IndexPage(const Gallery& gallery);
 
 // Returns the page of gallery.filters[index]: the photo before and after, further settings, properties, the programs.
 [[nodiscard]] std::string FilterPage(const Gallery& gallery, std::size_t index);
+
+// Returns the page of a class without pictures: its properties and methods.
+[[nodiscard]] std::string ClassPage(const ClassDescription& description);

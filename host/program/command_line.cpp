@@ -46,8 +46,8 @@ Command HelpCommand() {
 // The commands in the order of the help.
 std::vector<Command> Commands() {
     return {
-        ApplyCommand(),   RunCommand(),   ListCommand(),       DescribeCommand(), CheckCommand(),
-        GalleryCommand(), TraceCommand(), CompletionCommand(), HelpCommand(),
+        ApplyCommand(),   RunCommand(),   ListCommand(),      DescribeCommand(),   CheckCommand(),
+        GalleryCommand(), TraceCommand(), NewModuleCommand(), CompletionCommand(), HelpCommand(),
     };
 }
 
@@ -56,6 +56,7 @@ std::vector<Argument> ProgramArguments(ProgramOptions& options) {
     return {
         {"--host-version", &options.hostVersion, "host version that the modules see"},
         {"--module", &options.module, "filter module to load instead of the built one, such as filters.bundle"},
+        {"--load", &options.added, "module to load in addition; may be repeated; ZEVA_MODULES lists more"},
         {.names = "--pixel-limit",
          .target = &options.pixelLimit,
          .help = "most pixels of a picture that is read, in millions; default: 268",
@@ -110,6 +111,8 @@ void AddArgument(CLI::App& app, const Argument& argument) {
     };
     CLI::Option* option = std::visit(add, argument.target);
     option->required(argument.isRequired);
+    // An option that may be repeated takes one word each time. Otherwise it would take the arguments behind it, too.
+    if (argument.names.starts_with('-')) option->allow_extra_args(false);
     if (std::holds_alternative<double*>(argument.target) || std::holds_alternative<unsigned*>(argument.target)) {
         const bool isWhole = std::holds_alternative<unsigned*>(argument.target);
         option->check([=, isPositive = argument.isPositive](const std::string& text) {

@@ -12,6 +12,7 @@
 [[nodiscard]] Command DescribeCommand();
 [[nodiscard]] Command GalleryCommand();
 [[nodiscard]] Command ListCommand();
+[[nodiscard]] Command NewModuleCommand();
 [[nodiscard]] Command RunCommand();
 [[nodiscard]] Command TraceCommand();
 

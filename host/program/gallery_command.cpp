@@ -23,7 +23,8 @@ int Run(ProgramOptions options, const GalleryRequest& request) {
     options.workers = WorkersOfBatch(SIZE_MAX);
     const auto host = MakeHost(options);
     try {
-        return WriteGallery(*host, request.photos, request.folder, options.isQuiet) ? kDone : kFailed;
+        const auto added = ClassesOfAddedModules(*host);
+        return WriteGallery(*host, request.photos, request.folder, added, options.isQuiet) ? kDone : kFailed;
     } catch (const PhotoError& error) {
         throw Failure(StatusOfNumber(error.ErrorNumber(), kFailed), error.what());
     }

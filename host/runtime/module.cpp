@@ -4,7 +4,10 @@
 
 #include <dlfcn.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <set>
+#include <sstream>
 #include <string>
 #include <system_error>
 
@@ -66,6 +69,26 @@ std::filesystem::path ModuleFile(const std::filesystem::path& path) {
         return macho::CodeFile(path);
     } catch (const macho::ObjectError&) {
         return path;
+    }
+}
+
+std::vector<std::filesystem::path> ModulesOfEnvironment() {
+    std::vector<std::filesystem::path> modules;
+    const char* list = std::getenv("ZEVA_MODULES");
+    std::istringstream stream(list != nullptr ? list : "");
+    for (std::string module; std::getline(stream, module, ':');) {
+        if (!module.empty()) modules.emplace_back(module);
+    }
+    return modules;
+}
+
+void AddModules(std::vector<std::filesystem::path>& modules, std::span<const std::filesystem::path> added) {
+    for (const std::filesystem::path& module : added) {
+        const auto isSame = [&](const std::filesystem::path& other) {
+            std::error_code error;
+            return other == module || std::filesystem::equivalent(ModuleFile(other), ModuleFile(module), error);
+        };
+        if (std::none_of(modules.begin(), modules.end(), isSame)) modules.push_back(module);
     }
 }
 

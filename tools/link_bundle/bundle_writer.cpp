@@ -14,8 +14,6 @@ namespace format = host::macho::format;
 
 namespace {
 
-std::uint32_t RoundedUp(std::uint32_t number, std::uint32_t step) { return (number + step - 1) / step * step; }
-
 template <typename Structure>
 void Append(Bytes& bytes, const Structure& structure) {
     const auto* begin = reinterpret_cast<const unsigned char*>(&structure);

@@ -22,8 +22,6 @@ namespace {
 constexpr const char* kCompactUnwind = "__LD,__compact_unwind";
 constexpr std::uint32_t kCompactUnwindEntry = 20;
 
-std::uint32_t RoundedUp(std::uint32_t number, std::uint32_t step) { return (number + step - 1) / step * step; }
-
 std::string SegmentOf(const std::string& section) { return section.substr(0, section.find(',')); }
 
 bool IsZeroFilled(const OutputSection& section) {

@@ -28,6 +28,11 @@ inline constexpr const char* kPointers = "__DATA,__nl_symbol_ptr";
 inline constexpr const char* kLazyPointers = "__DATA,__la_symbol_ptr";
 inline constexpr const char* kCache = "__DATA,__stub_cache";
 
+// The next multiple of a step.
+constexpr std::uint32_t RoundedUp(std::uint32_t number, std::uint32_t step) {
+    return (number + step - 1) / step * step;
+}
+
 struct OutputSection {
     std::string name;  // "__TEXT,__text"
     std::uint32_t flags = 0;
