@@ -100,7 +100,8 @@ def page():
 def main(arguments):
     missing = {path.stem for path in INTERFACE.glob("*.h")} - set(HEADERS) - {"services"}
     if missing:
-        sys.exit(f"interface_reference.py: {', '.join(sorted(missing))}: not in the list of headers; nothing was written")
+        names = ", ".join(sorted(missing))
+        sys.exit(f"interface_reference.py: {names}: not in the list of headers; nothing was written")
     text = page()
     if arguments == ["--check"]:
         if not PAGE.exists() or PAGE.read_text() != text:

@@ -5,7 +5,8 @@ Usage: package_test.py ABI...     (i386, x86_64: build/<ABI>/package has the pac
 
 Each clean system has the base system of Debian 12, the packages that ours depends on, and Python with numpy and Pillow,
 nothing else; an i386 one has no 64-bit file. There the suite of the Python package runs on the system's own Python.
-The systems are kept in build/clean-root-<architecture> for the next run. Needs root for chroot: without it the tests
+In another one, which has a compiler and CMake besides, the guide for authors of modules is followed to the letter.
+The systems are kept in build/clean-root-... for the next run. Needs root for chroot: without it the tests
 are skipped, by name. The last line is "N passed, N failed, N skipped".
 """
 
