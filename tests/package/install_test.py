@@ -61,7 +61,7 @@ share/man/man1/zeva.1
 
 
 def run(*command, **options):
-    done = subprocess.run(list(map(str, command)), capture_output=True, text=True, timeout=120, **options)
+    done = subprocess.run(list(map(str, command)), capture_output=True, text=True, timeout=600, **options)
     assert done.returncode == 0, f"{command}\n{done.stdout}{done.stderr}"
     return done.stdout
 
