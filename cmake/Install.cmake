@@ -7,6 +7,7 @@
 #   lib/python3/dist-packages/zeva   the package for Python
 #   lib/cmake/zeva           the CMake package: find_package(zeva)
 #   include/zeva             the headers for module authors, and zeva/host.h for programs in C
+#   share/zeva/recipes       recipes; lib/zeva/recipes is a link to them
 #   share/doc/zeva, share/man, share/bash-completion
 #
 # Installed files name the system's loader and find each other relative to themselves; tests/package checks that they do
@@ -69,6 +70,7 @@ install(DIRECTORY python/zeva ${CMAKE_BINARY_DIR}/python/zeva DESTINATION ${pack
 install(FILES docs/python.md DESTINATION share/doc/python3-zeva COMPONENT python)
 install(FILES LICENSE DESTINATION share/doc/python3-zeva COMPONENT python RENAME copyright)
 
+install(DIRECTORY share/recipes DESTINATION share/zeva)
 install(FILES README.md CHANGELOG.md DESTINATION share/doc/zeva)
 install(FILES LICENSE DESTINATION share/doc/zeva RENAME copyright)
 install(FILES docs/zeva.1 DESTINATION share/man/man1)
@@ -81,6 +83,7 @@ install(CODE "
     set(root \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}\")
     file(MAKE_DIRECTORY \"\${root}/bin\")
     file(CREATE_LINK ../${private}/bin/zeva \"\${root}/bin/zeva\" SYMBOLIC)
+    file(CREATE_LINK ../../share/zeva/recipes \"\${root}/${private}/recipes\" SYMBOLIC)
     execute_process(COMMAND \"${CMAKE_STRIP}\" --strip-debug \"\${root}/${private}/lib/libzeva_plugin.a\"
         COMMAND_ERROR_IS_FATAL ANY)
     file(GLOB binaries
@@ -120,6 +123,7 @@ set(ZEVA_CODEC_LIBRARIES
     "webp    libwebpmux.so.3    libwebpmux3 (>= 1.2.4)"
     "webp    libwebpdemux.so.2  libwebpdemux2 (>= 1.2.4)"
     "tiff    libtiff.so.6       libtiff6 (>= 4.5.0)"
+    "tiff    libdeflate.so.0    libdeflate0 (>= 1.14)"
     "heif    libheif.so.1       libheif1 (>= 1.15)")
 set(loaded "")
 set(dependencies "")

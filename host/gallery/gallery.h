@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <filesystem>
 #include <set>
 #include <string>
 #include <vector>
@@ -16,7 +17,8 @@ class PhotoError : public host::HostError {
     using HostError::HostError;
 };
 
-// Writes the gallery of some photos to a folder, which is created when it is missing. Prints each program that
+// Writes the gallery of some photos to a folder, which is created when it is missing. It shows the filters, and the
+// recipes of a folder. Prints each program that
 // failed and, unless it is quiet, the progress.
 //
 // Returns whether all pictures were made. In either case the pages are complete and give the reason for each missing
@@ -25,4 +27,5 @@ class PhotoError : public host::HostError {
 // Fails:  PhotoError; HostError when a photo lies where a picture would be written, and when a page cannot be written.
 // Thread: the host's. The process must have only this thread, because worker processes are forked.
 [[nodiscard]] bool WriteGallery(host::Host& host, const std::vector<std::string>& photos, const std::string& folder,
-                                const std::set<const host::Class*>& addedClasses, bool isQuiet);
+                                const std::filesystem::path& recipes, const std::set<const host::Class*>& addedClasses,
+                                bool isQuiet);

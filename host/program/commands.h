@@ -13,6 +13,7 @@
 [[nodiscard]] Command GalleryCommand();
 [[nodiscard]] Command ListCommand();
 [[nodiscard]] Command NewModuleCommand();
+[[nodiscard]] Command RecipeCommand();
 [[nodiscard]] Command RunCommand();
 [[nodiscard]] Command TraceCommand();
 

@@ -24,7 +24,9 @@ int Run(ProgramOptions options, const GalleryRequest& request) {
     const auto host = MakeHost(options);
     try {
         const auto added = ClassesOfAddedModules(*host);
-        return WriteGallery(*host, request.photos, request.folder, added, options.isQuiet) ? kDone : kFailed;
+        const bool isComplete =
+            WriteGallery(*host, request.photos, request.folder, SharedRecipes(), added, options.isQuiet);
+        return isComplete ? kDone : kFailed;
     } catch (const PhotoError& error) {
         throw Failure(StatusOfNumber(error.ErrorNumber(), kFailed), error.what());
     }
@@ -36,7 +38,7 @@ Command GalleryCommand() {
     const auto request = std::make_shared<GalleryRequest>();
     return {
         .name = "gallery",
-        .help = "Writes pages that show every filter on photos.",
+        .help = "Writes pages that show every filter and recipe on photos.",
         .arguments =
             {
                 {"PHOTO", &request->photos, "photo; scaled down to at most 800 pixels", /*isRequired=*/true},

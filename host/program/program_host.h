@@ -39,6 +39,9 @@ struct ProgramOptions {
 // Whether both built modules are in their place.
 [[nodiscard]] bool HasBuiltModules();
 
+// The folder of the recipes that come with the program.
+[[nodiscard]] std::filesystem::path SharedRecipes();
+
 // Makes a host and loads the companion, the filter module and the added modules. The trace must not be one of the files
 // that the command reads or writes.
 //
