@@ -23,7 +23,7 @@
 #
 #   ABI=x86_64             the other width for run, gallery and install; only that width for the targets that use both
 #   PHOTO=path             the photo of run and gallery: any picture that the program reads
-#   MODULE=path            the filter module of run, such as build/macos-i386/filters.o: its code for 32-bit macOS
+#   MODULE=path            the filter module of run, such as build/macos-i386/filters.bundle: the one for 32-bit macOS
 #
 # On a fresh Debian 12 machine each target first installs what is missing, as root or with sudo.
 

@@ -1,11 +1,12 @@
 # Compiles targets of this build for macOS, on Linux.
 #
 # zeva_macos_object(OUTPUT TRIPLE TARGET...): makes one object file of all sources of the targets. Each source is
-# compiled
-#     with its target's options against platform/macos/include. At 64 bits the guard for native exceptions is used.
+#     compiled with its target's options against platform/macos/include. At 64 bits the guard for native exceptions is
+#     used.
 # zeva_macos_bundle(OUTPUT OBJECT ARCHITECTURE VERSION): links such an object into a loadable bundle against the stubs
-# of
-#     platform/macos/stubs.
+#     of platform/macos/stubs. 64 bits only.
+# zeva_macos_folder(OUTPUT OBJECT): links an object for 32 bits into a bundle (tools/link_bundle), as a folder
+#     NAME.bundle with a list of properties.
 # ZEVA_MACOS_DIRECTORY: contains one folder per processor: macos-i386, macos-x86_64, macos-arm64.
 #
 # Sources are merged as bitcode because lld can link a program or a bundle for macOS, but cannot merge object files.
@@ -90,5 +91,19 @@ function(zeva_macos_bundle output object architecture version)
                 ${object} ${stubs} -o ${output}
         DEPENDS ${object} ${stubs}
         COMMENT "Linking ${output}"
+        VERBATIM)
+endfunction()
+
+# The identifier needs to be unique among the bundles of a process only.
+function(zeva_macos_folder output object)
+    cmake_path(GET output STEM name)
+    configure_file(${PROJECT_SOURCE_DIR}/platform/macos/Info.plist.in ${output}/Contents/Info.plist @ONLY)
+    set(executable ${output}/Contents/MacOS/${name})
+    add_custom_command(
+        OUTPUT ${executable}
+        COMMAND ${CMAKE_COMMAND} -E make_directory ${output}/Contents/MacOS
+        COMMAND $<TARGET_FILE:zeva_link_bundle> ${object} ${executable}
+        DEPENDS ${object} zeva_link_bundle
+        COMMENT "Linking ${name}.bundle"
         VERBATIM)
 endfunction()

@@ -27,9 +27,10 @@ void File(CheckContext& context) {
     NoteStep("opening " + module.string());
     if (!std::filesystem::exists(module)) return context.AddFinding("", "a file", "no file " + module.string());
     try {
-        if (host::macho::IsMachO(module)) {
-            host::macho::LoadObject(module);
-        } else if (dlopen(std::filesystem::absolute(module).c_str(), RTLD_NOW | RTLD_LOCAL) == nullptr) {
+        const std::filesystem::path file = host::macho::CodeFile(module);
+        if (host::macho::IsMachO(file)) {
+            host::macho::LoadObject(file);
+        } else if (dlopen(std::filesystem::absolute(file).c_str(), RTLD_NOW | RTLD_LOCAL) == nullptr) {
             context.AddFinding("", "a library whose symbols can all be resolved", dlerror());
         }
     } catch (const host::macho::ObjectError& error) {

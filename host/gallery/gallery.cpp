@@ -84,6 +84,15 @@ std::vector<GalleryFilter> Filters(Host& host) {
     return filters;
 }
 
+// The classes that are not filters, in the order of their registration.
+std::vector<ClassDescription> OtherClasses(Host& host, const std::set<const host::Class*>& classes) {
+    std::vector<ClassDescription> descriptions;
+    for (const host::Class* isa : host.Classes().All()) {
+        if (classes.contains(isa) && !IsFilter(*isa)) descriptions.push_back(DescribeClass(host, *isa));
+    }
+    return descriptions;
+}
+
 // The folder of each photo. Its name is the photo's, with only characters that need no escape anywhere; a number
 // keeps equal names apart.
 std::vector<GalleryPhoto> Photos(const std::vector<std::string>& files) {
@@ -193,6 +202,9 @@ void WritePages(const Gallery& gallery, const path& target) {
         host::WriteFile(target / PageName(gallery.filters[i]), FilterPage(gallery, i));
     }
     if (!gallery.recipes.empty()) host::WriteFile(target / kRecipesPage, RecipesPage(gallery));
+    for (const ClassDescription& description : gallery.classes) {
+        host::WriteFile(target / PageName(description), ClassPage(description));
+    }
     host::WriteFile(target / "gallery.css", kGalleryStyle);
     host::WriteFile(target / "gallery.js", kGalleryScript);
     host::WriteFile(target / "prepare.lua", kPrepareScript);
@@ -219,8 +231,13 @@ void RunGalleryJob(Host& host, const std::string& request) {
 }
 
 bool WriteGallery(Host& host, const BatchOptions& workers, const std::vector<std::string>& photos,
-                  const std::string& folder, const path& recipes, bool isQuiet) {
-    Gallery gallery = {Photos(photos), Filters(host), Recipes(std::filesystem::absolute(recipes)), {}};
+                  const std::string& folder, const path& recipes, const std::set<const host::Class*>& addedClasses,
+                  bool isQuiet) {
+    Gallery gallery = {Photos(photos),
+                       Filters(host),
+                       Recipes(std::filesystem::absolute(recipes)),
+                       OtherClasses(host, addedClasses),
+                       {}};
     const path target = std::filesystem::absolute(folder).lexically_normal();
     const path pictures = std::filesystem::weakly_canonical(target / "pictures");
     for (const std::string& photo : photos) {

@@ -1,8 +1,10 @@
-// gallery.h - writes pictures of every filter, and the pages that show them.
+// gallery.h - writes pictures of every filter, and the pages that show them. A class of an added module that is not a
+// filter gets a page of its properties.
 
 #pragma once
 
 #include <filesystem>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -26,7 +28,8 @@ class PhotoError : public host::HostError {
 // Fails:  PhotoError; HostError when a photo lies where a picture would be written, and when a page cannot be written.
 // Thread: the host's.
 [[nodiscard]] bool WriteGallery(host::Host& host, const BatchOptions& workers, const std::vector<std::string>& photos,
-                                const std::string& folder, const std::filesystem::path& recipes, bool isQuiet);
+                                const std::string& folder, const std::filesystem::path& recipes,
+                                const std::set<const host::Class*>& addedClasses, bool isQuiet);
 
 // The side of a worker: does a job of WriteGallery. Throws when it fails.
 void RunGalleryJob(host::Host& host, const std::string& request);

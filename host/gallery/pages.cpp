@@ -206,9 +206,10 @@ Html PropertyRow(const PropertyDescription& property) {
                  cell("Range", RangeText(property)), cell("", property.description)});
 }
 
-Html Properties(const GalleryFilter& filter) {
+Html Properties(const ClassDescription& description) {
     Html rows;
-    for (const PropertyDescription& property : filter.description.properties) rows += PropertyRow(property);
+    for (const PropertyDescription& property : description.properties) rows += PropertyRow(property);
+    if (rows.text.empty()) return {};
     return Fill(R"(<section><h2>Properties</h2>
 <table>
 <thead><tr><th scope="col">Name</th><th scope="col">Type</th><th scope="col">Default</th><th scope="col">Range</th>
@@ -265,12 +266,26 @@ Html Navigation(const Gallery& gallery, std::size_t index) {
     return Fill("<nav aria-label=\"Filters\">{}</nav>\n", {links});
 }
 
+Html ClassCard(const ClassDescription& description) {
+    return Fill("<li class=\"card\"><a href=\"{}\"><h3>{}</h3></a></li>\n",
+                {PageName(description), Wrapping(description.name)});
+}
+
+// The declarations of methods, each after a prefix.
+Html Methods(const std::vector<std::string>& methods, const std::string& prefix) {
+    Html items;
+    for (const std::string& method : methods) items += Fill("<li><code>{}</code></li>\n", {prefix + method});
+    return items;
+}
+
 // "1 filter", "73 filters".
 std::string Filters(std::size_t count) { return std::to_string(count) + (count == 1 ? " filter" : " filters"); }
 
 }  // namespace
 
 std::string PageName(const GalleryFilter& filter) { return filter.Title().name + ".html"; }
+
+std::string PageName(const ClassDescription& description) { return "class." + description.name + ".html"; }
 
 std::string IndexPage(const Gallery& gallery) {
     Html sections, options;
@@ -283,6 +298,11 @@ std::string IndexPage(const Gallery& gallery) {
             "<section class=\"category\" data-category=\"{}\"><h2>{}</h2>\n<ul class=\"cards\">\n{}</ul></section>\n",
             {category, category, cards});
         options += Fill("<option>{}</option>", {category});
+    }
+    if (!gallery.classes.empty()) {
+        Html cards;
+        for (const ClassDescription& description : gallery.classes) cards += ClassCard(description);
+        sections += Fill("<section><h2>Other classes</h2>\n<ul class=\"cards\">\n{}</ul></section>\n", {cards});
     }
     const std::string title = Filters(gallery.filters.size());
     return Page("Gallery of " + title,
@@ -316,14 +336,29 @@ std::string FilterPage(const Gallery& gallery, std::size_t index) {
     Html sections;
     for (const GalleryPhoto& photo : gallery.photos) sections += PhotoSection(gallery, filter, photo);
     const Html navigation = Navigation(gallery, index);
-    return Page(filter.Title().displayName, Fill(R"(<header>{}<h1>{}</h1>
+    return Page(filter.Title().displayName,
+                Fill(R"(<header>{}<h1>{}</h1>
 <p><code>{}</code> · {}</p>
 <p class="sentence">{}</p></header>
 <main>
 {}{}{}{}</main>
 <footer>{}</footer>
 )",
-                                                 {navigation, filter.Title().displayName, filter.description.name,
-                                                  CategoryOf(filter), filter.description.filter->description, sections,
-                                                  Properties(filter), Fidelity(filter), Programs(filter), navigation}));
+                     {navigation, filter.Title().displayName, filter.description.name, CategoryOf(filter),
+                      filter.description.filter->description, sections, Properties(filter.description),
+                      Fidelity(filter), Programs(filter), navigation}));
+}
+
+std::string ClassPage(const ClassDescription& description) {
+    Html methods = Methods(description.methods, "");
+    methods += Methods(description.sharedMethods, description.name + ".");
+    if (!methods.text.empty()) methods = Fill("<section><h2>Methods</h2>\n<ul>\n{}</ul></section>\n", {methods});
+    const Html navigation = Fill("<nav aria-label=\"Filters\"><a href=\"index.html\">All filters</a></nav>\n", {});
+    const std::string superclass = description.superclass.empty() ? "" : "a " + description.superclass;
+    return Page(description.name, Fill(R"(<header>{}<h1>{}</h1>
+<p>{}</p></header>
+<main>
+{}{}</main>
+)",
+                                       {navigation, description.name, superclass, Properties(description), methods}));
 }

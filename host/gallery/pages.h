@@ -1,4 +1,5 @@
-// pages.h - the gallery's pages: an overview, one page for each filter, and one for all recipes.
+// pages.h - the gallery's pages: an overview, one page for each filter, one for all recipes, and one for each class of
+// added modules.
 //
 // They are in one folder with gallery.css, gallery.js and prepare.lua; the pictures of each photo are in
 // pictures/<photo>/. Every page works without JavaScript; gallery.js adds the search, the choice of a category, and
@@ -46,6 +47,7 @@ struct Gallery {
     std::vector<GalleryPhoto> photos;
     std::vector<GalleryFilter> filters;
     std::vector<GalleryRecipe> recipes;
+    std::vector<ClassDescription> classes;       // of added modules, those that are not filters
     std::map<std::string, std::string> missing;  // pictures that are missing, by path, and the reason
 };
 
@@ -58,8 +60,14 @@ inline constexpr const char* kRecipesPage = "recipes.html";
 // Returns the page of recipes: for each its text, and each photo before and after.
 [[nodiscard]] std::string RecipesPage(const Gallery& gallery);
 
-// Returns the overview: a card for each filter.
+// The same for another class.
+[[nodiscard]] std::string PageName(const ClassDescription& description);
+
+// Returns the overview: a card for each filter and class.
 [[nodiscard]] std::string IndexPage(const Gallery& gallery);
 
 // Returns the page of gallery.filters[index]: the photo before and after, further settings, properties, the programs.
 [[nodiscard]] std::string FilterPage(const Gallery& gallery, std::size_t index);
+
+// Returns the page of a class without pictures: its properties and methods.
+[[nodiscard]] std::string ClassPage(const ClassDescription& description);

@@ -119,13 +119,7 @@ std::filesystem::path ModuleFolder() {
 // Loads the built modules, and those that the environment names.
 void LoadUsualModules(Host& host) {
     for (const char* name : {"companion.so", "filters.so"}) host.LoadModule(ModuleFolder() / name);
-    const char* more = std::getenv("ZEVA_MODULES");
-    std::string_view list = more != nullptr ? more : "";
-    while (!list.empty()) {
-        const std::string_view file = list.substr(0, list.find(':'));
-        if (!file.empty()) host.LoadModule(file);
-        list.remove_prefix(std::min(list.size(), file.size() + 1));
-    }
+    for (const std::filesystem::path& module : host::ModulesOfEnvironment()) host.LoadModule(module);
 }
 
 // The members of a class that belong to the class itself, or to its objects.

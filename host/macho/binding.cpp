@@ -1,4 +1,4 @@
-// binding.cpp - the list of functions that objects may use.
+// binding.cpp - the addresses of what modules may import.
 
 #include "host/macho/binding.h"
 
@@ -12,6 +12,8 @@
 #include <cstring>
 #include <string>
 
+#include "host/macho/imports.h"
+#include "host/macho/lazy_binding.h"
 #include "host/macho/message_send.h"
 #include "host/macho/object_error.h"
 #include "host/macho/platform_functions.h"
@@ -33,39 +35,6 @@ std::uint32_t Address(Function* function) {
     return reinterpret_cast<std::uintptr_t>(function);
 }
 
-struct Binding {
-    std::string_view name;
-    std::uint32_t address;
-};
-
-// clang-format off
-const Binding kBindings[] = {
-    // name in the object              function here
-    {"_calloc",                        Address(std::calloc)},
-    {"_free",                          Address(std::free)},
-    {"_memcpy",                        Address(std::memcpy)},
-    {"_memset",                        Address(std::memset)},
-    {"_pthread_self",                  Address(pthread_self)},
-    {"_snprintf",                      Address(std::snprintf)},
-    {"_strlen",                        Address<size_t(const char*)>(std::strlen)},
-
-    {"_objc_msgSend",                  Address(macos_objc_msgSend)},
-    {"_objc_msgSend_fpret",            Address(macos_objc_msgSend_fpret)},
-
-    // The frames of such code are smaller than those of this machine; these functions handle both.
-    {"__setjmp",                       Address(macos_setjmp)},
-    {"_objc_exception_try_enter",      Address(macos_exception_try_enter)},
-    {"_objc_exception_try_exit",       Address(macos_exception_try_exit)},
-    {"_objc_exception_extract",        Address(macos_exception_extract)},
-    {"_objc_exception_match",          Address(objc_exception_match)},
-    {"_objc_exception_throw",          Address(objc_exception_throw)},
-
-    // For C++ exceptions of other code that pass through: they run the cleanups and continue unwinding.
-    {"___gxx_personality_v0",          Address(__gxx_personality_v0)},
-    {"__Unwind_Resume",                Address(_Unwind_Resume)},
-};
-// clang-format on
-
 // The functions and the class that come from Foundation and Core Graphics. The library is loaded when the first object
 // needs it.
 const PlatformFunctions& Platform() {
@@ -79,22 +48,36 @@ const PlatformFunctions& Platform() {
     return *functions;
 }
 
-// An object has an undefined symbol with this prefix for each class that it uses, so a missing class is found at load.
-constexpr std::string_view kClassPrefix = ".objc_class_name_";
+// The addresses are found when they are first needed: those of the frameworks load their library.
+struct Binding {
+    std::string_view name;
+    std::uint32_t (*address)();
+};
+
+constexpr Binding kBindings[] = {
+#define ZEVA_BINDING(library, name, function) {name, [] { return Address(function); }},
+    ZEVA_MACOS_IMPORTS(ZEVA_BINDING)
+#undef ZEVA_BINDING
+};
+
+constexpr std::string_view kClassPrefix = ZEVA_CLASS_SYMBOL("");
 
 }  // namespace
 
 std::uint32_t AddressOf(std::string_view name) {
     for (const Binding& binding : kBindings) {
-        if (binding.name == name) return binding.address;
+        if (binding.name == name) return binding.address();
     }
-    if (name == "_CFRetain") return Address(Platform().retain);
-    if (name == "_CGImageRetain") return Address(Platform().retainImage);
-    if (name == "_NSLog") return Address(Platform().log);
-    if (name == "___CFConstantStringClassReference") return Address(Platform().constantStringClass);
     if (name.starts_with(kClassPrefix)) return AddressOfClass(std::string(name.substr(kClassPrefix.size())).c_str());
     throw ObjectError("symbol " + std::string(name),
                       "it is undefined, and modules have no access to a function with this name");
+}
+
+std::uint32_t AddressOf(std::string_view name, std::string_view library) {
+    const Library* expected = LibraryOf(name);
+    if (expected == nullptr || expected->installName == library) return AddressOf(name);
+    throw ObjectError("symbol " + std::string(name),
+                      "it is a symbol of " + std::string(expected->installName) + ", not of " + std::string(library));
 }
 
 std::uint32_t AddressOfClass(const char* name) {

@@ -1,4 +1,4 @@
-// image.cpp - places the sections of an object in memory.
+// image.cpp - places the sections of an object, or the segments of a bundle, in memory.
 
 #include "host/macho/image.h"
 
@@ -39,21 +39,53 @@ std::uint32_t BoundaryOf(const ObjectFile& object) {
     return std::min(boundary, object.size);
 }
 
+// The access rights of a segment as mprotect has them.
+int ProtectionOf(const Segment& segment) {
+    return ((segment.protection & format::kReadable) != 0 ? PROT_READ : 0) |
+           ((segment.protection & format::kWritable) != 0 ? PROT_WRITE : 0) |
+           ((segment.protection & format::kExecutable) != 0 ? PROT_EXEC : 0);
+}
+
 }  // namespace
 
-Image::Image(const ObjectFile& object) : size_(object.size), boundary_(BoundaryOf(object)) {
+std::vector<Image::Region> Image::RegionsOf(const ObjectFile& object) {
+    std::vector<Region> regions;
+    if (object.isBundle) {
+        for (const Segment& segment : object.segments) {
+            if (segment.size != 0) regions.push_back({segment.address, segment.End(), ProtectionOf(segment)});
+        }
+    } else {
+        const std::uint32_t boundary = BoundaryOf(object);
+        regions.push_back({0, boundary, PROT_READ | PROT_EXEC});
+        regions.push_back({boundary, object.size, PROT_READ | PROT_WRITE});
+    }
+    return regions;
+}
+
+Image::Image(const ObjectFile& object, std::uint32_t address) : size_(object.size), regions_(RegionsOf(object)) {
     const std::uint32_t page = PageSize();
-    const std::uint32_t codePages = RoundedUp(boundary_, page);
-    mappingSize_ = codePages + RoundedUp(size_ - boundary_, page);
+    // The first region ends with a page; what follows begins there.
+    const std::uint32_t boundary = regions_.empty() ? 0 : regions_.front().end;
+    const std::uint32_t firstPages = RoundedUp(boundary, page);
+    mappingSize_ = firstPages + RoundedUp(size_ - boundary, page);
     if (mappingSize_ == 0) throw ObjectError("segment", "it is empty");
-    void* memory = mmap(nullptr, mappingSize_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    const int fixed = address != 0 ? MAP_FIXED_NOREPLACE : 0;
+    void* memory =
+        mmap(Pointer(address), mappingSize_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | fixed, -1, 0);
     if (memory == MAP_FAILED) {
-        throw ObjectError("segment", "out of memory for its " + std::to_string(size_) + " bytes");
+        throw ObjectError("segment", address != 0 ? "the memory at address " + std::to_string(address) + " is in use"
+                                                  : "out of memory for its " + std::to_string(size_) + " bytes");
     }
     mapping_ = reinterpret_cast<std::uintptr_t>(memory);
-    base_ = mapping_ + codePages - boundary_;
-    for (const Section& section : object.sections) {
-        if (!section.bytes.empty()) std::memcpy(At(section.address), section.bytes.data(), section.bytes.size());
+    base_ = mapping_ + firstPages - boundary;
+    if (object.isBundle) {
+        for (const Segment& segment : object.segments) {
+            if (!segment.bytes.empty()) std::memcpy(At(segment.address), segment.bytes.data(), segment.bytes.size());
+        }
+    } else {
+        for (const Section& section : object.sections) {
+            if (!section.bytes.empty()) std::memcpy(At(section.address), section.bytes.data(), section.bytes.size());
+        }
     }
 }
 
@@ -84,10 +116,22 @@ const char* Image::Text(std::uint32_t address) const {
 }
 
 void Image::Protect() {
-    const std::uint32_t codeSize = base_ + boundary_ - mapping_;
-    if (codeSize != 0 && mprotect(Pointer(mapping_), codeSize, PROT_READ | PROT_EXEC) != 0) {
-        throw ObjectError("segment", "its code cannot be made executable on this system");
+    std::uint32_t begin = mapping_;  // the first region may begin within a page
+    for (const Region& region : regions_) {
+        const std::uint32_t end = base_ + region.end;
+        if (end != begin && mprotect(Pointer(begin), end - begin, region.protection) != 0) {
+            throw ObjectError("segment", "its memory cannot get its access rights on this system");
+        }
+        begin = end;
     }
+}
+
+std::span<unsigned char> Image::Data() const {
+    const auto isWritable = [](const Region& region) { return (region.protection & PROT_WRITE) != 0; };
+    const auto first = std::find_if(regions_.begin(), regions_.end(), isWritable);
+    if (first == regions_.end()) return {};
+    const auto last = std::find_if(regions_.rbegin(), regions_.rend(), isWritable);
+    return {At(first->begin), last->end - first->begin};
 }
 
 unsigned char* Image::Pointer(std::uint32_t address) { return reinterpret_cast<unsigned char*>(address); }

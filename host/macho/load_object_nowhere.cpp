@@ -4,7 +4,7 @@
 
 namespace host::macho {
 
-LoadedObject LoadObject(std::span<const unsigned char>) {
+LoadedObject LoadObject(std::span<const unsigned char>, std::uint32_t) {
     throw ObjectError("code for macOS", "only the 32-bit build of this program can run it");
 }
 

@@ -50,6 +50,58 @@ void CheckStrings(const ObjectFile& object, const Image& image) {
     }
 }
 
+// What the compiler says about an image as a whole.
+struct ImageInfo {
+    std::uint32_t version;
+    std::uint32_t flags;
+};
+constexpr std::uint32_t kNeedsGarbageCollection = 4;
+
+// What the compiler says about a source, for the runtime, which registers the definitions in its table.
+struct SourceInfo {
+    std::uint32_t version;
+    std::uint32_t size;  // of this structure
+    std::uint32_t name;
+    std::uint32_t table;  // null without definitions
+};
+constexpr std::uint32_t kSourceInfoVersion = 7;
+
+// Calls a function with the number and each structure of a section.
+template <typename Structure, typename Function>
+void ForEach(const ObjectFile& object, const Image& image, const char* sectionName, Function function) {
+    const Section* section = object.Find(sectionName);
+    if (section == nullptr) return;
+    if (section->bytes.size() % sizeof(Structure) != 0) {
+        throw ObjectError("section " + section->name, "its " + std::to_string(section->bytes.size()) +
+                                                          " bytes are not a multiple of " +
+                                                          std::to_string(sizeof(Structure)));
+    }
+    for (std::uint32_t offset = 0; offset < section->bytes.size(); offset += sizeof(Structure)) {
+        Structure structure;
+        std::memcpy(&structure, image.At(section->address + offset), sizeof structure);
+        function(structure);
+    }
+}
+
+// Checks what the runtime of the platform reads when it registers an image.
+void CheckDescriptions(const ObjectFile& object, const Image& image) {
+    ForEach<ImageInfo>(object, image, "__OBJC,__image_info", [](const ImageInfo& info) {
+        if (info.version == 0 && (info.flags & kNeedsGarbageCollection) == 0) return;
+        throw ObjectError("section __OBJC,__image_info", "version " + std::to_string(info.version) + " with flags " +
+                                                             std::to_string(info.flags) + " is not supported");
+    });
+    ForEach<SourceInfo>(object, image, "__OBJC,__module_info", [](const SourceInfo& info) {
+        if (info.version != kSourceInfoVersion || info.size != sizeof info) {
+            throw ObjectError("section __OBJC,__module_info", "version " + std::to_string(info.version) + " of " +
+                                                                  std::to_string(info.size) +
+                                                                  " bytes is not supported");
+        }
+        if (info.table != 0) {
+            throw ObjectError("section __OBJC,__module_info", "a source has a table of definitions; none is supported");
+        }
+    });
+}
+
 // The sections that hold definitions of an object.
 constexpr const char* kDefinitions[] = {"__OBJC,__class", "__OBJC,__category", "__OBJC,__protocol"};
 
@@ -61,6 +113,7 @@ void FixUpObjectiveC(const ObjectFile& object, const Image& image) {
         throw ObjectError(std::string("section ") + name,
                           "classes, categories and protocols that a module defines are not supported");
     }
+    CheckDescriptions(object, image);
     ReplaceNames(object, image, "__OBJC,__message_refs", [](const char* name) {
         return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(sel_registerName(name)));
     });

@@ -1,7 +1,9 @@
-// objective_c.h - connects an object to the Objective-C runtime before its code runs.
+// objective_c.h - registers an object or a bundle with the Objective-C runtime before its code runs.
 //
-// An object refers to selectors and classes by pointers to their names. These pointers are replaced by pointers to the
-// runtime's selectors and classes. Constant strings need no change except for their class.
+// The platform's runtime does this for each image that the loader reports. It reads the descriptions of the image and
+// of its sources, which here must not have definitions. An object refers to selectors and classes by pointers to their
+// names. These pointers are replaced by pointers to the runtime's selectors and classes. Constant strings need no
+// change except for their class.
 
 #pragma once
 

@@ -88,6 +88,7 @@ bool IsKept(const ApplyRequest& request, const std::string& target) {
 std::vector<std::string> OtherFiles(const ProgramOptions& options, const ApplyRequest& request, const Recipe& recipe) {
     std::vector<std::string> files = FilesOfRecipe(recipe);
     if (!options.module.empty()) files.push_back(options.module);
+    for (const std::filesystem::path& module : AddedModules(options)) files.push_back(module.string());
     const std::vector<std::string> profiles = FilesOfOptions(request.options);
     files.insert(files.end(), profiles.begin(), profiles.end());
     return files;

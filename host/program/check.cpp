@@ -13,6 +13,7 @@
 #include "host/program/platform_pool.h"
 #include "host/program/protected_files.h"
 #include "host/runtime/errors.h"
+#include "host/runtime/module.h"
 #include "host/runtime/text.h"
 #include "host/runtime/write_file.h"
 
@@ -48,6 +49,13 @@ std::vector<fs::path> DefaultSiblings(const fs::path& module) {
         return {companion};
     }
     return {};
+}
+
+// Adds the modules that every command loads, except the checked one.
+void AddSiblings(std::vector<fs::path>& siblings, const std::vector<fs::path>& added, const fs::path& module) {
+    siblings.insert(siblings.begin(), module);
+    host::AddModules(siblings, added);
+    siblings.erase(siblings.begin());
 }
 
 // Runs the checks and prints their results: as text while the checks run, or as JSON at the end.
@@ -87,6 +95,7 @@ int Check(const ProgramOptions& options, const CheckRequest& request) {
         checker::SelectedChecks(request.run.only));  // throws for an unknown name before anything is printed
     std::vector<fs::path> siblings(request.siblings.begin(), request.siblings.end());
     if (siblings.empty() && !request.isAlone) siblings = DefaultSiblings(request.module);
+    if (!request.isAlone) AddSiblings(siblings, AddedModules(options), request.module);
     if (!request.junit.empty()) {
         ProtectedFiles files;
         files.Add(request.module);

@@ -47,8 +47,9 @@ Command HelpCommand() {
 // The commands in the order of the help.
 std::vector<Command> Commands() {
     return {
-        ApplyCommand(), RecipeCommand(),  ReportCommand(), RunCommand(),        ListCommand(),   DescribeCommand(),
-        CheckCommand(), GalleryCommand(), TraceCommand(),  CompletionCommand(), WorkerCommand(), HelpCommand(),
+        ApplyCommand(),      RecipeCommand(), ReportCommand(),  RunCommand(),   ListCommand(),
+        DescribeCommand(),   CheckCommand(),  GalleryCommand(), TraceCommand(), NewModuleCommand(),
+        CompletionCommand(), WorkerCommand(), HelpCommand(),
     };
 }
 
@@ -94,6 +95,8 @@ void AddArgument(CLI::App& app, const Argument& argument) {
     };
     CLI::Option* option = std::visit(add, argument.target);
     option->required(argument.isRequired);
+    // An option that may be repeated takes one word each time. Otherwise it would take the arguments behind it, too.
+    if (argument.names.starts_with('-')) option->allow_extra_args(false);
     if (std::holds_alternative<double*>(argument.target) || std::holds_alternative<unsigned*>(argument.target)) {
         const bool isWhole = std::holds_alternative<unsigned*>(argument.target);
         option->check([=, isPositive = argument.isPositive](const std::string& text) {

@@ -13,6 +13,7 @@
 [[nodiscard]] Command DescribeCommand();
 [[nodiscard]] Command GalleryCommand();
 [[nodiscard]] Command ListCommand();
+[[nodiscard]] Command NewModuleCommand();
 [[nodiscard]] Command RecipeCommand();
 [[nodiscard]] Command ReportCommand();
 [[nodiscard]] Command RunCommand();

@@ -28,8 +28,9 @@ int Run(const ProgramOptions& options, const GalleryRequest& request) {
     const BatchOptions workers = {.role = kGalleryRole, .setup = SetupOf(ofWorker)};
     const auto host = MakeHost(ofWorker);
     try {
+        const auto added = ClassesOfAddedModules(*host);
         const bool isComplete =
-            WriteGallery(*host, workers, request.photos, request.folder, SharedRecipes(), options.isQuiet);
+            WriteGallery(*host, workers, request.photos, request.folder, SharedRecipes(), added, options.isQuiet);
         return isComplete ? kDone : kFailed;
     } catch (const PhotoError& error) {
         throw Failure(StatusOfNumber(error.ErrorNumber(), kFailed), error.what());

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -28,14 +29,16 @@ struct Row {
     FilterTitle title;  // its fields are empty for a class that is not a filter
 };
 
-// The classes that the modules register. The other classes are listed with --all only.
-std::vector<Row> LoadedRows(const ProgramOptions& options, bool all) {
+// The classes that the modules register: filters, all classes of added modules, and the others with --all only.
+std::vector<Row> LoadedRows(const ProgramOptions& options, const ListRequest& request) {
     const auto host = MakeHost(options);
+    const auto added = request.category.empty() ? ClassesOfAddedModules(*host) : std::set<const host::Class*>();
     std::vector<Row> rows;
     for (const host::Class* isa : host->Classes().All()) {
         host->Classes().Linked(isa->Name());
         const bool isFilter = IsFilter(*isa);
-        if (isFilter || all) rows.push_back({isa->Name(), isFilter ? TitleOf(*host, *isa) : FilterTitle()});
+        if (isFilter || request.all || added.contains(isa))
+            rows.push_back({isa->Name(), isFilter ? TitleOf(*host, *isa) : FilterTitle()});
     }
     return rows;
 }
@@ -51,13 +54,13 @@ std::vector<Row> BuiltRows() {
 
 // Whether the options leave no difference between what the modules register and the table of their filters.
 bool IsBuilt(const ProgramOptions& options) {
-    return options.module.empty() && options.trace.empty() && options.hostVersion == ProgramOptions().hostVersion &&
-           HasBuiltModules();
+    return options.module.empty() && AddedModules(options).empty() && options.trace.empty() &&
+           options.hostVersion == ProgramOptions().hostVersion && HasBuiltModules();
 }
 
 // The rows of the list, sorted by category.
 std::vector<Row> RowsOf(const ProgramOptions& options, const ListRequest& request) {
-    std::vector<Row> rows = IsBuilt(options) && !request.all ? BuiltRows() : LoadedRows(options, request.all);
+    std::vector<Row> rows = IsBuilt(options) && !request.all ? BuiltRows() : LoadedRows(options, request);
     if (!request.category.empty()) {
         std::erase_if(
             rows, [&](const Row& row) { return !row.title.name.empty() && row.title.category != request.category; });

@@ -13,7 +13,8 @@
 std::vector<Argument> ProgramArguments(ProgramOptions& options) {
     return {
         {"--host-version", &options.hostVersion, "host version that the modules see"},
-        {"--module", &options.module, "filter module to load instead of the built one, such as filters.o"},
+        {"--module", &options.module, "filter module to load instead of the built one, such as filters.bundle"},
+        {"--load", &options.added, "module to load in addition; may be repeated; ZEVA_MODULES lists more"},
         {.names = "--pixel-limit",
          .target = &options.pixelLimit,
          .help = "most pixels of a picture that is read, in millions; default: 268",

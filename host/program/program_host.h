@@ -1,7 +1,8 @@
-// program_host.h - the host that every command starts with: both modules are loaded.
+// program_host.h - the host that every command starts with: both modules and the added ones are loaded.
 //
 // The modules are in <program>/../modules. The companion is loaded first because the filters need its classes. --module
-// replaces the filter module: with another shared library, or on 32 bits with object code for macOS.
+// replaces the filter module: with another shared library, or on 32 bits with code for macOS. --load and the variable
+// ZEVA_MODULES add modules, which are loaded last.
 //
 // Lifetime: the caller owns the host; there is one per process.
 // Threads:  the host belongs to the thread that made it.
@@ -11,6 +12,7 @@
 #include <cstddef>
 #include <filesystem>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -19,15 +21,22 @@
 // The options that every command shares.
 struct ProgramOptions {
     double hostVersion = host::HostOptions().version;
-    std::string module;          // path of the filter module; empty for the built one
-    bool isQuiet = false;        // prints no step lines, progress and notes
-    double pixelLimit = 0;       // of a picture that is read, in millions; 0 for the default
-    std::string trace;           // path of the file that records every call across the boundary; empty for none
-    std::string memory;          // memory limit of pictures, such as "256M"; empty for the engine's default
-    std::string instructionSet;  // that Core Image uses; empty for the best that the processor has
-    unsigned threads = 0;        // of one process; 0 for one per processor
-    std::size_t workers = 1;     // the number of processes that divide the memory
+    std::string module;              // path of the filter module; empty for the built one
+    std::vector<std::string> added;  // paths of modules to load in addition
+    bool isQuiet = false;            // prints no step lines, progress and notes
+    double pixelLimit = 0;           // of a picture that is read, in millions; 0 for the default
+    std::string trace;               // path of the file that records every call across the boundary; empty for none
+    std::string memory;              // memory limit of pictures, such as "256M"; empty for the engine's default
+    std::string instructionSet;      // that Core Image uses; empty for the best that the processor has
+    unsigned threads = 0;            // of one process; 0 for one per processor
+    std::size_t workers = 1;         // the number of processes that divide the memory
 };
+
+// The modules to load in addition: those of the environment, then those of the options; each once.
+[[nodiscard]] std::vector<std::filesystem::path> AddedModules(const ProgramOptions& options);
+
+// The classes that those modules registered with a host that MakeHost made.
+[[nodiscard]] std::set<const host::Class*> ClassesOfAddedModules(const host::Host& host);
 
 // Whether both built modules are in their place.
 [[nodiscard]] bool HasBuiltModules();
@@ -35,8 +44,8 @@ struct ProgramOptions {
 // The folder of the recipes that come with the program.
 [[nodiscard]] std::filesystem::path SharedRecipes();
 
-// Makes a host and loads the companion and the filter module. The trace must not be one of the files that the command
-// reads or writes.
+// Makes a host and loads the companion, the filter module and the added modules. The trace must not be one of the files
+// that the command reads or writes.
 //
 // Fails: UsageError for such a trace and for a memory limit that is not a size and for an instruction set that the
 // processor does not have, HostError when a module cannot be loaded, HostException when a module raises while

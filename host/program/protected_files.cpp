@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "host/program/exit_status.h"
+#include "host/runtime/module.h"
 
 namespace {
 
@@ -31,7 +32,10 @@ std::string IdentityOf(const std::filesystem::path& file) {
 }  // namespace
 
 void ProtectedFiles::Add(const std::filesystem::path& file) {
-    if (std::string identity = IdentityOf(file); !identity.empty()) files_.emplace(std::move(identity), file);
+    // A module may be a folder.
+    for (const std::filesystem::path& path : {file, host::ModuleFile(file)}) {
+        if (std::string identity = IdentityOf(path); !identity.empty()) files_.emplace(std::move(identity), path);
+    }
 }
 
 void ProtectedFiles::AddOutput(const std::filesystem::path& file, const char* output, const char* consequence) {

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <span>
 #include <vector>
 
 #include "interface/entry_point.h"
@@ -23,6 +24,17 @@ struct Module {
 
 // The exported function of a module, which the host calls once.
 using EntryPoint = void (*)(ZEVAresolver);
+
+// The file with the code of a module: the executable of a bundle that is a folder; any other path itself, and that of a
+// folder that is not a bundle.
+[[nodiscard]] std::filesystem::path ModuleFile(const std::filesystem::path& path);
+
+// The modules that the environment adds to those of a program: the variable ZEVA_MODULES lists their files, separated
+// by colons.
+[[nodiscard]] std::vector<std::filesystem::path> ModulesOfEnvironment();
+
+// Adds paths to a list, leaving out those that name a file that is in it.
+void AddModules(std::vector<std::filesystem::path>& modules, std::span<const std::filesystem::path> added);
 
 // Loads a module's file permanently and returns its entry point. Throws HostError with the file and the reason.
 EntryPoint LoadEntryPoint(const std::filesystem::path& path);

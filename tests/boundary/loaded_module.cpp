@@ -66,7 +66,7 @@ LoadedModule::Loaded LoadLibrary(const std::string& path) {
 }
 
 LoadedModule::Loaded LoadObjectCode(const std::string& path) {
-    const host::macho::LoadedObject object = host::macho::LoadObject(std::filesystem::path(path));
+    const host::macho::LoadedObject object = host::macho::LoadObject(host::macho::CodeFile(path));
     const auto find = [exports = object.exports](const char* name) {
         const auto found = exports.find(name);
         return found != exports.end() ? found->second : nullptr;
@@ -81,7 +81,10 @@ LoadedModule::LoadedModule(const std::string& path) {
     static std::map<std::string, Loaded> known;
     auto found = known.find(path);
     if (found == known.end()) {
-        found = known.emplace(path, host::macho::IsMachO(path) ? LoadObjectCode(path) : LoadLibrary(path)).first;
+        found = known
+                    .emplace(path, host::macho::IsMachO(host::macho::CodeFile(path)) ? LoadObjectCode(path)
+                                                                                     : LoadLibrary(path))
+                    .first;
     }
     loaded_ = &found->second;
     for (const Section& section : loaded_->data) {

@@ -11,8 +11,15 @@
 
 namespace format = host::macho::format;
 
-DamagedObject::DamagedObject() {
-    std::ifstream stream(ZEVA_TINY_MODULE, std::ios::binary);
+namespace {
+
+// The text of a field of fixed width.
+std::string FixedName(const char (&field)[16]) { return {field, strnlen(field, sizeof field)}; }
+
+}  // namespace
+
+DamagedObject::DamagedObject(const std::string& path) {
+    std::ifstream stream(host::macho::CodeFile(path), std::ios::binary);
     file.assign(std::istreambuf_iterator<char>(stream), {});
 }
 
@@ -24,8 +31,22 @@ std::size_t DamagedObject::CommandAt(std::uint32_t kind) {
 
 format::Header& DamagedObject::Header() { return At<format::Header>(0); }
 
-format::SegmentCommand& DamagedObject::Segment() {
-    return At<format::SegmentCommand>(CommandAt(format::kCommandSegment));
+std::size_t DamagedObject::SegmentAt(const std::string& name) {
+    for (std::size_t offset = CommandAt(format::kCommandSegment);; offset += At<format::Command>(offset).size) {
+        if (FixedName(At<format::SegmentCommand>(offset).name) == name) return offset;
+    }
+}
+
+format::SegmentCommand& DamagedObject::Segment(const std::string& name) {
+    return At<format::SegmentCommand>(SegmentAt(name));
+}
+
+format::LinkInfoCommand& DamagedObject::LinkInfo() {
+    return At<format::LinkInfoCommand>(CommandAt(format::kCommandLinkInfo));
+}
+
+format::LoadLibraryCommand& DamagedObject::FirstLibrary() {
+    return At<format::LoadLibraryCommand>(CommandAt(format::kCommandLoadLibrary));
 }
 
 format::SymbolsCommand& DamagedObject::Symbols() {
@@ -37,12 +58,13 @@ format::DynamicSymbolsCommand& DamagedObject::DynamicSymbols() {
 }
 
 format::Section& DamagedObject::Section(const std::string& name) {
-    const std::size_t first = CommandAt(format::kCommandSegment) + sizeof(format::SegmentCommand);
-    for (std::uint32_t i = 0; i < Segment().sectionCount; ++i) {
-        auto& section = At<format::Section>(first + i * sizeof(format::Section));
-        const std::string segment(section.segment, strnlen(section.segment, sizeof section.segment));
-        if (segment + "," + std::string(section.name, strnlen(section.name, sizeof section.name)) == name)
-            return section;
+    std::size_t offset = CommandAt(format::kCommandSegment);
+    for (; At<format::Command>(offset).kind == format::kCommandSegment; offset += At<format::Command>(offset).size) {
+        const std::size_t first = offset + sizeof(format::SegmentCommand);
+        for (std::uint32_t i = 0; i < At<format::SegmentCommand>(offset).sectionCount; ++i) {
+            auto& section = At<format::Section>(first + i * sizeof(format::Section));
+            if (FixedName(section.segment) + "," + FixedName(section.name) == name) return section;
+        }
     }
     throw std::runtime_error("no section " + name);
 }

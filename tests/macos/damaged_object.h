@@ -1,4 +1,4 @@
-// damaged_object.h - an object file that a test damages, and the error with which the loader refuses it.
+// damaged_object.h - an object file or bundle that a test damages, and the error with which the loader refuses it.
 
 #pragma once
 
@@ -11,17 +11,20 @@
 
 class DamagedObject {
   public:
-    // Reads the test module's object file, undamaged.
-    DamagedObject();
+    // Reads the test module's object file or another file, undamaged.
+    explicit DamagedObject(const std::string& path = ZEVA_TINY_OBJECT);
 
-    // Writable structures of the file. Sections and symbols are found by name, relocations of a section by index.
+    // Writable structures of the file. Segments, sections and symbols are found by name, relocations of a section by
+    // index. The segment of an object has no name.
     host::macho::format::Header& Header();
-    host::macho::format::SegmentCommand& Segment();
+    host::macho::format::SegmentCommand& Segment(const std::string& name = "");
     host::macho::format::Section& Section(const std::string& name);
     host::macho::format::SymbolsCommand& Symbols();
     host::macho::format::DynamicSymbolsCommand& DynamicSymbols();
     host::macho::format::Symbol& Symbol(const std::string& name);
     host::macho::format::Relocation& Relocation(const std::string& section, std::size_t number);
+    host::macho::format::LinkInfoCommand& LinkInfo();
+    host::macho::format::LoadLibraryCommand& FirstLibrary();
 
     // The bytes of a section, and of a symbol's name.
     unsigned char* Bytes(const std::string& section);
@@ -32,11 +35,14 @@ class DamagedObject {
 
     std::vector<unsigned char> file;
 
-  private:
+    // The offset of the first load command of a kind.
+    std::size_t CommandAt(std::uint32_t kind);
+
     template <typename Structure>
     Structure& At(std::size_t offset) {
         return *reinterpret_cast<Structure*>(file.data() + offset);
     }
 
-    std::size_t CommandAt(std::uint32_t kind);
+  private:
+    std::size_t SegmentAt(const std::string& name);
 };

@@ -55,8 +55,8 @@ TEST_F(DamagedObjectTest, RefusesCodeForAnotherMachine) {
 }
 
 TEST_F(DamagedObjectTest, RefusesAnotherFileType) {
-    Header().fileType = 8;
-    EXPECT_EQ(Refusal(), "header: file type 8 is not an object file (1)");
+    Header().fileType = 6;
+    EXPECT_EQ(Refusal(), "header: file type 6 is neither an object file (1) nor a bundle (8)");
 }
 
 TEST_F(DamagedObjectTest, RefusesLoadCommandsThatDoNotFit) {
@@ -186,6 +186,23 @@ TEST_F(DamagedObjectTest, RefusesObjectsThatDefineClasses) {
     std::memcpy(Section("__OBJC,__image_info").name, "__class\0\0\0\0\0", 12);
     EXPECT_EQ(Refusal(),
               "section __OBJC,__class: classes, categories and protocols that a module defines are not supported");
+}
+
+TEST_F(DamagedObjectTest, RefusesImageAndSourceDescriptionsThatTheRuntimeWouldRead) {
+    auto* image = reinterpret_cast<std::uint32_t*>(Bytes("__OBJC,__image_info"));
+    const std::uint32_t flags = std::exchange(image[1], 6);
+    EXPECT_EQ(Refusal(), "section __OBJC,__image_info: version 0 with flags 6 is not supported");
+    image[1] = flags;
+    image[0] = 1;
+    EXPECT_EQ(Refusal(), "section __OBJC,__image_info: version 1 with flags " + Text(flags) + " is not supported");
+    image[0] = 0;
+    auto* source = reinterpret_cast<std::uint32_t*>(Bytes("__OBJC,__module_info"));
+    source[3] = 8;
+    EXPECT_EQ(Refusal(), "section __OBJC,__module_info: a source has a table of definitions; none is supported");
+    source[0] = 6;
+    EXPECT_EQ(Refusal(), "section __OBJC,__module_info: version 6 of 16 bytes is not supported");
+    Section("__OBJC,__image_info").size = 7;
+    EXPECT_EQ(Refusal(), "section __OBJC,__image_info: its 7 bytes are not a multiple of 8");
 }
 
 TEST_F(DamagedObjectTest, RefusesConstantStringsOfAnotherKindOrLength) {

@@ -1,4 +1,6 @@
 // loaded_object_test.mm - runs code for macOS in this process and tests through its functions what the loader did.
+//
+// The same tests run on an object and, with ZEVA_TINY_MODULE, on a bundle.
 
 #import <Foundation/Foundation.h>
 #include <gtest/gtest.h>
@@ -12,6 +14,7 @@
 
 #include "host/macho/load_object.h"
 #include "tests/boundary/foreign_exception.h"
+#include "tests/support/path_from_environment.h"
 
 namespace {
 
@@ -38,7 +41,12 @@ class LoadedObjectTest : public testing::Test {
         return "none";
     }
 
-    const LoadedObject object = host::macho::LoadObject(std::filesystem::path(ZEVA_TINY_MODULE));
+    static LoadedObject Load() {
+        return host::macho::LoadObject(
+            host::macho::CodeFile(PathFromEnvironment("ZEVA_TINY_MODULE", ZEVA_TINY_OBJECT)));
+    }
+
+    const LoadedObject object = Load();
 };
 
 TEST_F(LoadedObjectTest, ExportsExactlyTheVisibleFunctions) {
@@ -57,7 +65,7 @@ TEST_F(LoadedObjectTest, CodeIsExecutableAndDataIsWritable) {
 }
 
 TEST_F(LoadedObjectTest, EachLoadHasItsOwnDataInTheReportedRange) {
-    const LoadedObject other = host::macho::LoadObject(std::filesystem::path(ZEVA_TINY_MODULE));
+    const LoadedObject other = Load();
     EXPECT_EQ(Find<int()>("TinyCount")(), 42);
     EXPECT_EQ(Find<int()>("TinyCountThroughPointer")(), 43);
     EXPECT_EQ(reinterpret_cast<int (*)()>(other.exports.at("TinyCount"))(), 42);

@@ -1,12 +1,16 @@
-"""Reads object files of 32-bit code for macOS, as far as the tests need it.
+"""Reads object files and bundles of 32-bit code for macOS, as far as the tests need it.
 
-ObjectFile reads the sections, symbols and relocations once. Words are looked up by their address in the object.
+ObjectFile reads the sections, symbols and relocations once. Words are looked up by their address in the object. Bundle
+is the same for a bundle; what it has in place of relocations is read by llvm-objdump.
 """
 
+import pathlib
+import re
 import struct
+import subprocess
 from typing import NamedTuple
 
-MAGIC, X86, OBJECT = 0xFEEDFACE, 7, 1
+MAGIC, X86, OBJECT, BUNDLE = 0xFEEDFACE, 7, 1, 8
 SEGMENT, SYMBOLS = 1, 2
 PRIVATE, EXTERNAL, DEBUG, KIND, IN_SECTION = 0x10, 0x01, 0xE0, 0x0E, 0x0E
 
@@ -40,17 +44,19 @@ class Relocation(NamedTuple):
 
 
 class ObjectFile:
+    kind = OBJECT
+
     def __init__(self, data):
         self.data = data
         magic, processor, _, kind, commands = struct.unpack_from("<5I", data)
-        if (magic, processor, kind) != (MAGIC, X86, OBJECT):
-            raise ValueError(f"not an object file for x86: {magic:#x}, {processor}, {kind}")
+        if (magic, processor, kind) != (MAGIC, X86, self.kind):
+            raise ValueError(f"not a file of kind {self.kind} for x86: {magic:#x}, {processor}, {kind}")
         headers, offset = [], 28
         for _ in range(commands):
             command, size = struct.unpack_from("<2I", data, offset)
             if command == SEGMENT:
                 count = struct.unpack_from("<I", data, offset + 48)[0]
-                headers = [struct.unpack_from("<16s16s9I", data, offset + 56 + 68 * i) for i in range(count)]
+                headers += [struct.unpack_from("<16s16s9I", data, offset + 56 + 68 * i) for i in range(count)]
             elif command == SYMBOLS:
                 self.symbols = self._symbols(*struct.unpack_from("<4I", data, offset + 8))
             offset += size
@@ -104,3 +110,30 @@ class ObjectFile:
         end = min(ends + [text.address + text.size])
         calls = sorted((r for r in text.relocations if begin <= r.address < end and r.symbol), key=lambda r: r.address)
         return [call.symbol for call in calls if call.is_relative]
+
+
+def objdump(path, *options):
+    """The lines that llvm-objdump prints about a file, without the one with its name."""
+    command = ["llvm-objdump", "--macho", *options, path]
+    lines = subprocess.run(command, check=True, capture_output=True, text=True).stdout.splitlines()
+    return [line for line in lines if line and not line.endswith(":")]
+
+
+class Bundle(ObjectFile):
+    kind = BUNDLE
+
+    def __init__(self, path):
+        """path: the folder."""
+        self.path = pathlib.Path(path) / "Contents" / "MacOS" / pathlib.Path(path).stem
+        super().__init__(self.path.read_bytes())
+        # Lines of a table: segment, section, address, and more.
+        self.rebased = [int(line.split()[2], 16) for line in objdump(self.path, "--rebase")[1:]]
+        self.bound = [self._bind(line) for line in objdump(self.path, "--bind")[1:]]
+        self.relocations = {address: Relocation(address, None, False) for address in self.rebased}
+        self.relocations |= {address: Relocation(address, name, False) for address, _, name in self.bound}
+
+    @staticmethod
+    def _bind(line):
+        """Address, addend, symbol."""
+        columns = re.fullmatch(r"\S+ +\S+ +(0x\w+) +pointer +(-?\d+) +\S+ +(\S+)", line)
+        return int(columns[1], 16), int(columns[2]), columns[3]

@@ -1,6 +1,6 @@
 """Checks the files with the module's code for macOS: exports, imports, and the static data that a host reads.
 
-Usage: object_code_test.py OBJECT BUNDLE...     (the 32-bit object, then the 64-bit bundles)
+Usage: object_code_test.py OBJECT FOLDER BUNDLE...     (the 32-bit object and bundle, then the 64-bit bundles)
 """
 
 import pathlib
@@ -12,8 +12,9 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
 import mach_o
 from catalogue import expected, statements
 
-BUNDLES = sys.argv[2:]
+BUNDLES = sys.argv[3:]
 OBJECT = mach_o.ObjectFile(pathlib.Path(sys.argv[1]).read_bytes())
+LINKED = mach_o.Bundle(sys.argv[2])
 del sys.argv[1:]
 
 CLASSES = ["CIFilter", "NSData", "NSDictionary", "NSException", "NSNumber"]
@@ -71,20 +72,42 @@ def declarations_of(keys):
     return [declaration for pair in pairs for declaration in pair] + ["Constructor"]
 
 
-def records():
+def records(code):
     """The addresses of the class records, in the order of registration."""
-    table = next(symbol for symbol in OBJECT.symbols if "kFilterClasses" in symbol.name)
-    return OBJECT.words(table.address, len(FILTERS))
+    table = next(symbol for symbol in code.symbols if "kFilterClasses" in symbol.name)
+    return code.words(table.address, len(FILTERS))
 
 
-class SymbolsTest(unittest.TestCase):
+class Code:
+    """The same tests for each file with 32-bit code."""
+
+    code = OBJECT
+    only_here = {}
+
+
+class LinkedCode(Code):
+    code = LINKED
+    only_here = {"dyld_stub_binder": "the loader itself, which binds the stubs"}
+
+
+class SymbolsTest(Code, unittest.TestCase):
     def test_entry_point_is_the_only_export(self):
-        self.assertEqual([s.name for s in OBJECT.symbols if s.is_exported], ["_ZEVAPluginMain"])
+        self.assertEqual([s.name for s in self.code.symbols if s.is_exported], ["_ZEVAPluginMain"])
 
     def test_imports_are_exactly_the_listed_ones(self):
-        imports = {symbol.name for symbol in OBJECT.symbols if symbol.is_undefined}
-        self.assertEqual(imports, COMMON.keys() | ONLY_32_BITS.keys())
+        imports = {symbol.name for symbol in self.code.symbols if symbol.is_undefined}
+        self.assertEqual(imports, COMMON.keys() | ONLY_32_BITS.keys() | self.only_here.keys())
 
+    def test_nothing_runs_at_load_and_no_class_is_defined(self):
+        names = self.code.sections.keys()
+        self.assertEqual(names & {"__DATA,__mod_init_func", "__OBJC,__class", "__OBJC,__category"}, set())
+
+
+class LinkedSymbolsTest(LinkedCode, SymbolsTest):
+    pass
+
+
+class WideBundlesTest(unittest.TestCase):
     def test_bundles_have_the_same_exports_and_imports_with_native_exceptions(self):
         self.assertEqual(len(BUNDLES), 2)
         for bundle in BUNDLES:
@@ -95,11 +118,7 @@ class SymbolsTest(unittest.TestCase):
             self.assertEqual(imports, COMMON.keys() | ONLY_64_BITS.keys(), bundle)
 
 
-class CodeTest(unittest.TestCase):
-    def test_nothing_runs_at_load_and_no_class_is_defined(self):
-        names = OBJECT.sections.keys()
-        self.assertEqual(names & {"__DATA,__mod_init_func", "__OBJC,__class", "__OBJC,__category"}, set())
-
+class CallsTest(unittest.TestCase):
     def test_guard_uses_the_exception_frames_of_the_runtime(self):
         (guard,) = [symbol.name for symbol in OBJECT.symbols if symbol.name.startswith("__Z10RunGuarded")]
         frames = {name for name, reason in ONLY_32_BITS.items() if reason == "exception frames"}
@@ -112,43 +131,48 @@ class CodeTest(unittest.TestCase):
         self.assertIn("_objc_msgSend", calls)
 
 
-class ConstantStringsTest(unittest.TestCase):
+class ConstantStringsTest(Code, unittest.TestCase):
     def test_are_exactly_the_filters_the_keys_and_the_log_format(self):
-        section = OBJECT.sections["__DATA,__cfstring"]
+        section = self.code.sections["__DATA,__cfstring"]
         self.assertEqual(section.size, 16 * (expected("classes") + expected("keys") + 1))
         texts = []
         for address in range(section.address, section.address + section.size, 16):
-            isa, flags, text, length = OBJECT.words(address, 4)
-            self.assertEqual(OBJECT.relocations[address].symbol, "___CFConstantStringClassReference")
-            self.assertEqual((isa, flags, length), (0, 0x7C8, len(OBJECT.text(text))))
-            texts.append(OBJECT.text(text))
+            isa, flags, text, length = self.code.words(address, 4)
+            self.assertEqual(self.code.relocations[address].symbol, "___CFConstantStringClassReference")
+            self.assertEqual((isa, flags, length), (0, 0x7C8, len(self.code.text(text))))
+            texts.append(self.code.text(text))
         wanted = [f"CI{name}" for name in FILTERS] + list(TYPES) + ["A %@: %@, Info: %@\n"]
         self.assertEqual(sorted(texts), sorted(wanted))
 
 
-class RecordsTest(unittest.TestCase):
+class LinkedConstantStringsTest(LinkedCode, ConstantStringsTest):
+    pass
+
+
+class RecordsTest(Code, unittest.TestCase):
     def test_are_in_the_order_of_registration_with_29_words_each(self):
         self.assertEqual(len(FILTERS), expected("classes"))
-        for address, (name, keys) in zip(records(), FILTERS.items(), strict=True):
-            self.assertEqual(OBJECT.by_name[f"_CIFilter{name}Class"].address, address)
-            words = OBJECT.words(address, RECORD_WORDS)
-            self.assertEqual(OBJECT.text(words[CLASS_NAME]), f"CIFilter{name}QOR")
-            self.assertEqual(OBJECT.text(words[SUPERCLASS_NAME]), "CIFilterQOR")
+        for address, (name, keys) in zip(records(self.code), FILTERS.items(), strict=True):
+            self.assertEqual(self.code.by_name[f"_CIFilter{name}Class"].address, address)
+            words = self.code.words(address, RECORD_WORDS)
+            self.assertEqual(self.code.text(words[CLASS_NAME]), f"CIFilter{name}QOR")
+            self.assertEqual(self.code.text(words[SUPERCLASS_NAME]), "CIFilterQOR")
             self.assertEqual((words[VERSION], words[METHOD_COUNT], words[FLAGS]), (12, 2 * len(keys) + 1, 4))
             used = {VERSION, CLASS_NAME, SUPERCLASS_NAME, METHODS, METHOD_COUNT, FLAGS}
             self.assertEqual([words[i] for i in range(RECORD_WORDS) if i not in used], [0] * (RECORD_WORDS - len(used)))
-            moved = {i for i in range(RECORD_WORDS) if address + 4 * i in OBJECT.relocations}
+            moved = {i for i in range(RECORD_WORDS) if address + 4 * i in self.code.relocations}
             self.assertEqual(moved, {CLASS_NAME, SUPERCLASS_NAME, METHODS})
 
     def test_hold_every_method_with_shared_declarations(self):
         entries, places = 0, {}
-        for address, keys in zip(records(), FILTERS.values(), strict=True):
-            words = OBJECT.words(address, RECORD_WORDS)
+        for address, keys in zip(records(self.code), FILTERS.values(), strict=True):
+            words = self.code.words(address, RECORD_WORDS)
             for i, declaration in enumerate(declarations_of(keys)):
-                function, setter, text, flags, *rest = OBJECT.words(words[METHODS] + 4 * METHOD_WORDS * i, METHOD_WORDS)
-                self.assertEqual(OBJECT.text(text), declaration)
+                entry = words[METHODS] + 4 * METHOD_WORDS * i
+                function, setter, text, flags, *rest = self.code.words(entry, METHOD_WORDS)
+                self.assertEqual(self.code.text(text), declaration)
                 self.assertEqual((flags, rest), (4, [0, 0]))
-                self.assertEqual(OBJECT.section_at(function).name, "__TEXT,__text")
+                self.assertEqual(self.code.section_at(function).name, "__TEXT,__text")
                 is_property = i % 2 == 0 and declaration != "Constructor"
                 self.assertEqual(setter != 0, is_property, declaration)
                 places.setdefault(declaration, set()).add(text)
@@ -156,8 +180,12 @@ class RecordsTest(unittest.TestCase):
         self.assertEqual(entries, expected("methods"))
         self.assertEqual(len(places), 2 * expected("keys") + 1)
         self.assertEqual({declaration for declaration, found in places.items() if len(found) != 1}, set())
-        counts = {text: OBJECT.data.count(b"\0" + text.encode() + b"\0") for text in places}
+        counts = {text: self.code.data.count(b"\0" + text.encode() + b"\0") for text in places}
         self.assertEqual({text: count for text, count in counts.items() if count != 1}, {})
+
+
+class LinkedRecordsTest(LinkedCode, RecordsTest):
+    pass
 
 
 if __name__ == "__main__":

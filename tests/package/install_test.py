@@ -14,6 +14,7 @@ import tempfile
 import unittest
 
 import elf
+import guide
 
 TOOLCHAIN = pathlib.Path(sys.argv.pop())
 SOURCE = pathlib.Path(sys.argv.pop())
@@ -137,6 +138,17 @@ class InstallTest(unittest.TestCase):
         script = self.folder / "cups.lua"
         script.write_text("print(Teapot.Cups())\n")
         self.assertEqual("6\n", run(BUILD / "bin" / "zeva", "run", "--module", folder / "teapot.so", script))
+
+    def test_the_guide_for_modules_leads_to_a_checked_module(self):
+        if self.is_32_bit:
+            self.skipTest("the system has no 32-bit loader; make package-test follows the guide")
+        folder = self.folder / "guide"
+        folder.mkdir()
+        environment = os.environ | {"PATH": f"{self.root / 'bin'}:{os.environ['PATH']}",
+                                    "CMAKE_PREFIX_PATH": str(self.root)}
+        for number, (commands, expected) in enumerate(guide.steps(SOURCE / "docs/modules.md")):
+            with self.subTest(number):
+                self.assertEqual(expected, run("sh", "-e", "-c", commands, cwd=folder, env=environment))
 
     def test_the_package_refuses_another_major_version(self):
         text = (SOURCE / "tests/package/module/CMakeLists.txt").read_text()

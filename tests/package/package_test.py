@@ -5,7 +5,8 @@ Usage: package_test.py ABI...     (i386, x86_64: build/<ABI>/package has the pac
 
 Each clean system has the base system of Debian 12, the packages that ours depends on, and Python with numpy and Pillow,
 nothing else; an i386 one has no 64-bit file. There the suite of the Python package runs on the system's own Python.
-The systems are kept in build/clean-root-<architecture> for the next run. Needs root for chroot: without it the tests
+In another one, which has a compiler and CMake besides, the guide for authors of modules is followed to the letter.
+The systems are kept in build/clean-root-... for the next run. Needs root for chroot: without it the tests
 are skipped, by name. The last line is "N passed, N failed, N skipped".
 """
 
@@ -19,10 +20,13 @@ import tempfile
 import unittest
 
 import elf
+import guide
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 PHOTO = "/usr/share/matplotlib/mpl-data/sample_data/grace_hopper.jpg"
 PYTHON = ["python3", "python3-numpy", "python3-pil"]
+# What a module is built with; in a system of its own.
+COMPILER = ["cmake", "g++", "make"]
 ARCHITECTURES = {"i386": "i386", "x86_64": "amd64"}
 
 
@@ -44,9 +48,9 @@ def main_suite():
                 if (suite, component) == ("bookworm", "main"))
 
 
-def clean_root(architecture, dependencies):
+def clean_root(name, architecture, dependencies):
     """The folder of a clean system with the named packages, made on first use."""
-    folder = ROOT / "build" / f"clean-root-{architecture}"
+    folder = ROOT / "build" / f"clean-root-{name}"
     complete = folder / ".complete"
     wanted = ",".join(sorted(dependencies))
     if not complete.exists() or complete.read_text() != wanted:
@@ -65,8 +69,12 @@ def clean_root(architecture, dependencies):
     return folder
 
 
-class PackageTest(unittest.TestCase):
+class CleanSystem(unittest.TestCase):
+    """A clean system of a width, and what tests do in it."""
+
     abi = None  # set by the class for each width
+    kit = ""  # part of the name of the system
+    tools = PYTHON  # packages besides those that ours depends on
     skipped = None  # why, if the tests cannot run on this machine
 
     @classmethod
@@ -75,7 +83,8 @@ class PackageTest(unittest.TestCase):
             return
         cls.package, cls.python_package = cls.packages("zeva_*.deb"), cls.packages("python3-zeva_*_all.deb")
         dependencies = [re.sub(r" *\(.*", "", name) for name in field(cls.package, "Depends").split(", ")]
-        clean = clean_root(ARCHITECTURES[cls.abi], dependencies + PYTHON)
+        architecture = ARCHITECTURES[cls.abi]
+        clean = clean_root(cls.kit + architecture, architecture, dependencies + cls.tools)
         # A copy with hard links: dpkg replaces files, it does not write into them.
         cls.root = pathlib.Path(cls.enterClassContext(tempfile.TemporaryDirectory(dir=ROOT / "build"))) / "root"
         run("cp", "--archive", "--link", clean, cls.root)
@@ -115,6 +124,8 @@ class PackageTest(unittest.TestCase):
         # dpkg refuses a package with a dependency that is not installed.
         self.inside("dpkg", "--install", f"/tmp/{package.name}")
 
+
+class PackageTest(CleanSystem):
     def use(self):
         (self.root / "tmp/small.png").unlink(missing_ok=True)
         self.inside("/usr/bin/zeva", "apply", "GaussianBlur", "inputRadius=5", "/tmp/photo.jpg", "-o", "/tmp/small.png")
@@ -161,6 +172,19 @@ class PackageTest(unittest.TestCase):
                     self.assertEqual(expected, path.read_bytes()[4:5], path)
 
 
+class GuideTest(CleanSystem):
+    kit = "kit-"
+    tools = COMPILER
+
+    def test_the_guide_for_modules_leads_to_a_checked_module(self):
+        self.install(self.package)
+        folder = "/tmp/guide"
+        self.inside("mkdir", folder)
+        for number, (commands, expected) in enumerate(guide.steps(ROOT / "docs/modules.md")):
+            with self.subTest(number):
+                self.assertEqual(expected, self.inside("sh", "-e", "-c", f"cd {folder}\n{commands}"))
+
+
 def obstacle():
     """Why the tests cannot run on this machine; None if they can."""
     if os.geteuid() != 0 or shutil.which("mmdebstrap") is None:
@@ -172,10 +196,11 @@ def obstacle():
 
 def main(abis):
     suite = unittest.TestSuite()
-    PackageTest.skipped = obstacle()
+    CleanSystem.skipped = obstacle()
     for abi in abis:
-        case = type(f"PackageTest_{abi}", (PackageTest,), {"abi": abi})
-        suite.addTests(unittest.defaultTestLoader.loadTestsFromTestCase(case))
+        for test in PackageTest, GuideTest:
+            case = type(f"{test.__name__}_{abi}", (test,), {"abi": abi})
+            suite.addTests(unittest.defaultTestLoader.loadTestsFromTestCase(case))
     result = unittest.TextTestRunner(verbosity=2).run(suite)
     failed, skipped = len(result.failures) + len(result.errors), len(result.skipped)
     # testsRun does not count a class whose setup failed, so the difference may be negative.

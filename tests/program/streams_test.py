@@ -189,6 +189,12 @@ class ProtectionTest(ZevaTest):
         script = self.folder / "script.lua"
         script.write_text("print(1)")
         module = shutil.copy(pathlib.Path(ZEVA).absolute().parent.parent / "modules" / "filters.so", self.folder)
+        bundle = self.folder / "kettle.bundle"
+        code = bundle / "Contents" / "MacOS" / "kettle"
+        code.parent.mkdir(parents=True)
+        code.write_bytes(b"")
+        properties = "<key>CFBundleExecutable</key><string>kettle</string>"
+        (bundle / "Contents" / "Info.plist").write_text(properties)
         (self.folder / "trace").symlink_to(script)
         apply = ["apply", "ColorInvert", "photo.png", "-o", "out.png"]
         for victim, trace, words in (
@@ -199,6 +205,7 @@ class ProtectionTest(ZevaTest):
             ("script.lua", "trace", ["run", "script.lua"]),
             ("photo.png", "photo.png", ["run", "script.lua", "photo.png"]),
             (module, "filters.so", ["list", "--module", module]),
+            (code, code, ["list", "--module", bundle]),
         ):
             self.assert_fails(2, f"{victim}: the trace would overwrite it; nothing was run", "--trace", trace, *words)
         self.assertEqual(script.read_text(), "print(1)")

@@ -1,0 +1,133 @@
+"""Added modules (--load, ZEVA_MODULES), and the module that "zeva new-module" writes.
+
+Run this file as: FILE ZEVA MODULE, the module that the template compiles to.
+"""
+
+import json
+import os
+import pathlib
+import shutil
+import sys
+import unittest
+
+from zeva_program import ZEVA, ZevaTest
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+TEMPLATE = ROOT / "host/program/module_template"
+MODULE = pathlib.Path(sys.argv.pop(1)).absolute()
+LOAD = ("--load", MODULE)
+
+
+class AddedModulesTest(ZevaTest):
+    def in_environment(self, *modules):
+        return {"env": os.environ | {"ZEVA_MODULES": ":".join(map(str, modules))}}
+
+    def test_every_command_has_their_classes(self):
+        listed = self.assert_works("list", *LOAD).splitlines()
+        self.assertEqual(listed[:2], ["Counter", "CounterTools"])
+        self.assertEqual(listed[2:], self.assert_works("list").splitlines())
+        self.assertIn("Add(step as double) as double", self.assert_works("describe", "Counter", *LOAD))
+        self.assertIn("Counter", self.assert_works("complete", *LOAD, "--", "describe", "Cou").splitlines())
+        self.assertEqual(self.assert_works("run", *LOAD, TEMPLATE / "test.lua"), "counter: 7 and 0.0\n")
+        self.assert_works("apply", *LOAD, "ColorInvert", self.photo, "-o", self.out)
+        self.assertTrue(self.out.exists())
+
+    def test_a_category_lists_its_filters_only(self):
+        listed = self.assert_works("list", "--category", "Blur", *LOAD)
+        self.assertEqual(listed, self.assert_works("list", "--category", "Blur"))
+
+    def test_the_environment_adds_them_to_every_command(self):
+        copy = shutil.copy(MODULE, self.folder / "other.so")
+        for modules in ([MODULE], [MODULE, ""], ["", MODULE, MODULE]):
+            listed = self.assert_works("list", **self.in_environment(*modules))
+            self.assertEqual(listed.splitlines()[:2], ["Counter", "CounterTools"])
+        # The same classes again: the host reports and refuses them.
+        result = self.zeva("list", **self.in_environment(MODULE, copy))
+        self.assertIn("Counter", result.stderr)
+
+    def test_a_file_is_loaded_once_however_it_is_named(self):
+        (self.folder / "link.so").symlink_to(MODULE)
+        variables = self.in_environment(MODULE)
+        listed = self.assert_works("list", *LOAD, "--load", "link.so", *LOAD, **variables)
+        self.assertEqual(listed.splitlines()[:2], ["Counter", "CounterTools"])
+
+    def test_an_option_takes_one_word_each_time(self):
+        self.assertEqual(self.assert_works("--load", MODULE, "describe", "Counter").splitlines()[0], "Counter")
+        self.assertEqual(self.assert_works("describe", "--load", MODULE, "Counter").splitlines()[0], "Counter")
+
+    def test_one_that_cannot_be_loaded_is_named(self):
+        self.assert_fails(2, "module none.so: no such file; nothing is loaded", "list", "--load", "none.so")
+        (self.folder / "text.so").write_text("no module")
+        result = self.zeva("list", **self.in_environment("text.so"))
+        self.assertEqual(result.returncode, 2)
+        self.assertIn("module text.so: it cannot be loaded", result.stderr)
+
+    def test_no_output_overwrites_one(self):
+        copy = shutil.copy(MODULE, self.folder / "copy.png")
+        message = f"{copy}: the trace would overwrite it; nothing was run"
+        self.assert_fails(2, message, "list", "--load", copy, "--trace", "copy.png")
+        message = f"{copy}: a result would overwrite it; nothing was written"
+        self.assert_fails(2, message, "apply", "ColorInvert", self.photo, "-o", "copy.png", "--load", copy)
+        self.assertEqual(copy.read_bytes(), MODULE.read_bytes())
+
+    def test_a_check_loads_them_beside_the_checked_module(self):
+        companion = pathlib.Path(ZEVA).resolve().parent.parent / "modules/companion.so"
+        other = shutil.copy(MODULE, self.folder / "other.so")
+
+        def siblings(*words):
+            line = self.assert_works("check", MODULE, "--only", "load.file", *words).splitlines()[0]
+            return line.removesuffix(", host version 2013.03").split(" with ")[1:]
+
+        self.assertEqual(siblings(), [str(companion)])
+        self.assertEqual(siblings("--load", other, *LOAD), [str(companion), str(other)])
+        self.assertEqual(siblings("--with", other, "--load", companion), [str(other), str(companion)])
+        self.assertEqual(siblings("--load", other, "--alone"), [])
+
+    def test_the_gallery_has_a_page_of_a_class_without_pictures(self):
+        self.assert_works("-q", "gallery", self.photo, "-o", "pages", *LOAD)
+        page = (self.folder / "pages/class.Counter.html").read_text()
+        self.assertIn("<code>Value</code>", page)
+        self.assertIn("<code>Add(step as double) as double</code>", page)
+        tools = (self.folder / "pages/class.CounterTools.html").read_text()
+        self.assertIn("<code>CounterTools.Copy(original as Counter) as Counter</code>", tools)
+        self.assertNotIn("<table>", tools)
+        index = (self.folder / "pages/index.html").read_text()
+        for name in "Counter", "CounterTools":
+            self.assertEqual(index.count(f'href="class.{name}.html"'), 1)
+        self.assertNotIn("class.CIImageQOR.html", index)
+
+
+class NewModuleTest(ZevaTest):
+    def test_writes_the_template_under_the_name(self):
+        printed = self.assert_works("new-module", "tea_pot")
+        self.assertEqual(printed, "tea_pot: written; its README.md says how to build and test it\n")
+        written = {path.name: path.read_text() for path in (self.folder / "tea_pot").iterdir()}
+        expected = {
+            path.name.replace("counter", "tea_pot"): path.read_text()
+            .replace("counter", "tea_pot")
+            .replace("Counter", "TeaPot")
+            for path in TEMPLATE.iterdir()
+        }
+        self.assertEqual(written, expected)
+        self.assertEqual(set(written), {"CMakeLists.txt", "README.md", "tea_pot.cpp", "test.lua"})
+
+    def test_the_template_passes_every_check(self):
+        report = json.loads(self.assert_works("check", MODULE, "--json", timeout=300))
+        verdicts = {check["verdict"] for check in report["checks"]}
+        self.assertLessEqual(verdicts, {"passed", "skipped"})
+
+    def test_refuses_names_that_a_build_could_not_use(self):
+        rule = "is not a name of small letters, digits and underscores that begins with a letter; nothing was written"
+        for name in ("", "Kettle", "2cups", "tea-pot", "../kettle", "tea pot", "kännchen"):
+            self.assert_fails(2, f"NAME: '{name}' {rule}", "new-module", name)
+        self.assert_fails(2, "NAME: every build has a target 'test'; nothing was written", "new-module", "test")
+        self.assertEqual([path.name for path in self.folder.iterdir()], ["photo.png"])
+
+    def test_leaves_what_exists_alone(self):
+        (self.folder / "kettle").write_text("tea")
+        self.assert_fails(2, "kettle: it exists already; nothing was written", "new-module", "kettle")
+        self.assertEqual((self.folder / "kettle").read_text(), "tea")
+
+
+if __name__ == "__main__":
+    unittest.main()
