@@ -23,6 +23,7 @@
 #include "host/script/script.h"
 
 // The texts of gallery.css, gallery.js and prepare.lua.
+extern const char kColorStyle[];
 extern const char kGalleryStyle[];
 extern const char kGalleryScript[];
 extern const char kPrepareScript[];
@@ -165,7 +166,7 @@ void WritePages(const Gallery& gallery, const path& target) {
     for (std::size_t i = 0; i < gallery.filters.size(); ++i) {
         host::WriteFile(target / PageName(gallery.filters[i]), FilterPage(gallery, i));
     }
-    host::WriteFile(target / "gallery.css", kGalleryStyle);
+    host::WriteFile(target / "gallery.css", std::string(kColorStyle) + "\n" + kGalleryStyle);
     host::WriteFile(target / "gallery.js", kGalleryScript);
     host::WriteFile(target / "prepare.lua", kPrepareScript);
 }

@@ -13,7 +13,11 @@
 [[nodiscard]] Command GalleryCommand();
 [[nodiscard]] Command ListCommand();
 [[nodiscard]] Command RunCommand();
+[[nodiscard]] Command StudioCommand();
 [[nodiscard]] Command TraceCommand();
+
+// The hidden command that starts a worker of the studio.
+[[nodiscard]] Command StudioWorkerCommand();
 
 // The hidden command that the completion script calls. It completes the names and options of the given commands and the
 // given options of the program.
