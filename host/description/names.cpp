@@ -17,9 +17,15 @@ constexpr std::string_view kClassPrefix = "CIFilter";
 constexpr std::string_view kClassSuffix = "QOR";
 constexpr std::string_view kFilterPrefix = "CI";
 constexpr std::string_view kKeyPrefix = "input";
+constexpr const char* kImageClass = "CIImageQOR";
+constexpr const char* kImageKey = "inputImage";
 
 bool IsInputKey(const Member& member) {
     return member.setter != nullptr && member.declaration.name.starts_with(kKeyPrefix);
+}
+
+bool IsStepMethod(const Member& member) {
+    return member.declaration.kind == host::MemberKind::kMethod && member.declaration.result.word == kImageClass;
 }
 
 // A key without its "input".
@@ -110,26 +116,72 @@ const host::Class& ClassNamed(host::Host& host, const std::string& name) {
     throw HostError("class " + name, "there is no such class" + host::Suggestion(name, ClassNames(host)));
 }
 
-const Member& KeyNamed(const host::Class& filter, const std::string& name, const std::string& setting) {
-    if (const Member* exact = filter.FindMember(name); exact != nullptr && exact->setter != nullptr) return *exact;
-    const std::vector<std::string> keys = KeyNames(filter);
-    const std::string* key = OnlyOne(keys, [&](const std::string& each) { return EqualIgnoringCase(each, name); });
-    if (key == nullptr) {
-        key = OnlyOne(keys, [&](const std::string& each) { return EqualIgnoringCase(ShortKey(each), name); });
+StepClass StepNamed(host::Host& host, const std::string& name) {
+    if (const host::Class* filter = FindFilter(host, name)) return {filter, nullptr};
+    if (const host::Class* image = host.Classes().Find(kImageClass)) {
+        for (const Member& member : image->Members()) {
+            if (IsStepMethod(member) && EqualIgnoringCase(member.declaration.name, name)) return {image, &member};
+        }
     }
-    if (key != nullptr) return *filter.FindMember(*key);
+    std::vector<std::string> known = FilterNames(host);
+    if (known.empty()) return {&FilterNamed(host, name), nullptr};
+    const std::vector<std::string> methods = StepMethodNames(host);
+    known.insert(known.end(), methods.begin(), methods.end());
+    throw HostError("filter " + (name.empty() ? "''" : name),
+                    name.empty() ? "expected the name of a filter"
+                                 : "there is no such filter" + host::Suggestion(WithoutAffixes(name), known));
+}
+
+std::vector<StepKey> KeysOf(const StepClass& step) {
+    std::vector<StepKey> keys;
+    if (step.method != nullptr) {
+        for (const host::Parameter& parameter : step.method->declaration.parameters) {
+            keys.push_back({parameter.name, parameter.type});
+        }
+        keys.push_back({kImageKey, step.method->declaration.result});
+    } else {
+        for (const std::string& key : KeyNames(*step.isa)) {
+            keys.push_back({key, step.isa->FindMember(key)->declaration.result});
+        }
+    }
+    return keys;
+}
+
+StepKey StepKeyNamed(const StepClass& step, const std::string& name, const std::string& setting) {
+    const Member* exact = step.method == nullptr ? step.isa->FindMember(name) : nullptr;
+    if (exact != nullptr && exact->setter != nullptr) return {name, exact->declaration.result};
+    const std::vector<StepKey> keys = KeysOf(step);
+    std::vector<std::string> names;
+    for (const StepKey& key : keys) names.push_back(key.name);
+    const std::string* key = OnlyOne(names, [&](const std::string& each) { return EqualIgnoringCase(each, name); });
+    if (key == nullptr) {
+        key = OnlyOne(names, [&](const std::string& each) { return EqualIgnoringCase(ShortKey(each), name); });
+    }
+    if (key != nullptr) return keys[static_cast<std::size_t>(key - names.data())];
     std::vector<std::string> shortKeys;
     std::string list;
-    for (const std::string& each : keys) {
+    for (const std::string& each : names) {
         shortKeys.push_back(ShortKey(each));
         list += (list.empty() ? "" : ", ") + each;
     }
-    // Compared without "input", suggested with it.
+    // Compared without "input", suggested in full.
     std::vector<std::string> nearest = host::Nearest(ShortKey(name), shortKeys);
-    for (std::string& each : nearest) each.insert(0, kKeyPrefix);
+    for (std::string& each : nearest) {
+        each = names[static_cast<std::size_t>(std::ranges::find(shortKeys, each) - shortKeys.begin())];
+    }
     const std::string suggestion = host::SuggestionText(nearest);
-    throw HostError(setting, filter.Name() + " has no key " + name + suggestion + (suggestion.empty() ? ", " : "; ") +
+    throw HostError(setting, step.Name() + " has no key " + name + suggestion + (suggestion.empty() ? ", " : "; ") +
                                  (list.empty() ? "it takes none" : "it takes " + list));
+}
+
+std::vector<std::string> StepMethodNames(host::Host& host) {
+    std::vector<std::string> names;
+    const host::Class* image = host.Classes().Find(kImageClass);
+    if (image == nullptr) return names;
+    for (const Member& member : image->Members()) {
+        if (IsStepMethod(member)) names.push_back(member.declaration.name);
+    }
+    return names;
 }
 
 std::vector<std::string> FilterNames(host::Host& host) {

@@ -25,9 +25,33 @@
 // Returns a class: a filter in any spelling, or any class by its own name.
 [[nodiscard]] const host::Class& ClassNamed(host::Host& host, const std::string& name);
 
-// Returns the input key of a filter that a setting sets. `setting` is the whole KEY=VALUE, for messages.
-[[nodiscard]] const host::Member& KeyNamed(const host::Class& filter, const std::string& name,
-                                           const std::string& setting);
+// A step of a recipe: a filter, or a method of CIImageQOR that returns an image.
+struct StepClass {
+    const host::Class* isa;
+    const host::Member* method;  // null for a filter
+
+    // The full name.
+    [[nodiscard]] const std::string& Name() const { return method != nullptr ? method->declaration.name : isa->Name(); }
+};
+
+// A key of a step and the type of its values.
+struct StepKey {
+    std::string name;
+    host::Type type;
+};
+
+// Returns the step with a name: a filter, or else a method.
+[[nodiscard]] StepClass StepNamed(host::Host& host, const std::string& name);
+
+// Returns the keys of a step: the input keys of a filter, or the parameters of a method and inputImage, the image that
+// it is called on.
+[[nodiscard]] std::vector<StepKey> KeysOf(const StepClass& step);
+
+// Returns the key of a step that a setting sets. `setting` is the whole KEY=VALUE, for messages.
+[[nodiscard]] StepKey StepKeyNamed(const StepClass& step, const std::string& name, const std::string& setting);
+
+// Returns the names of the methods that can be steps.
+[[nodiscard]] std::vector<std::string> StepMethodNames(host::Host& host);
 
 // Returns the short names of all filters.
 [[nodiscard]] std::vector<std::string> FilterNames(host::Host& host);

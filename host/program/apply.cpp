@@ -18,7 +18,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <optional>
 #include <set>
 #include <string>
 #include <system_error>
@@ -32,15 +31,18 @@
 #include "host/program/commands.h"
 #include "host/program/exit_status.h"
 #include "host/program/output_names.h"
-#include "host/program/output_options.h"
 #include "host/program/picture_folder.h"
 #include "host/program/picture_streams.h"
 #include "host/program/protected_files.h"
 #include "host/program/resize_option.h"
-#include "host/recipe/recipe.h"
+#include "host/program/result_options.h"
+#include "host/recipe/canonical_recipe.h"
+#include "host/recipe/prepared_recipe.h"
+#include "host/recipe/recipe_syntax.h"
 #include "host/recipe/setting_value.h"
 #include "host/runtime/errors.h"
 #include "host/runtime/text.h"
+#include "host/runtime/write_file.h"
 
 namespace {
 
@@ -50,16 +52,11 @@ using host::ObjectReference;
 using host::Value;
 using std::filesystem::path;
 
-struct ApplyRequest {
+struct ApplyRequest : ResultOptions {
     std::vector<std::string> words;  // filters, settings and inputs
     std::string output;              // a path or a pattern, kStandardStream, or empty for results in place
-    std::string rectangle;           // "X,Y,W,H"; empty for the extent of the result
-    bool keepSize = false;           // crop the result to the extent of the input
-    OutputOptions options;
 
-    std::string resize;  // resize_option.h; empty for the size of the result
-    bool isFit = false, isFill = false;
-
+    std::string recipeFile;      // receives the recipe; empty for none
     bool isInPlace = false;      // results replace their pictures
     bool isRecursive = false;    // inputs may be folders
     bool keepsExisting = false;  // results that exist are left alone
@@ -120,13 +117,6 @@ ObjectReference Cropped(Host& host, const ObjectReference& image, const Value& r
     return std::get<ObjectReference>(host.Call(image.Get(), "Crop", arguments));
 }
 
-std::optional<ResizeOption> ResizeOf(const ApplyRequest& request) {
-    const char* flag = request.isFit ? "--fit" : request.isFill ? "--fill" : nullptr;
-    if (!request.resize.empty()) return ReadResize(request.resize, request.isFit, request.isFill);
-    if (flag != nullptr) throw UsageError(std::string(flag) + ": expected --resize with a size, such as 1024x768");
-    return std::nullopt;
-}
-
 // The part of the result that --rect or --keep-size selects.
 ObjectReference Framed(Host& host, const ApplyRequest& request, const Value& input, const ObjectReference& image) {
     if (request.keepSize) {
@@ -144,7 +134,7 @@ ObjectReference Framed(Host& host, const ApplyRequest& request, const Value& inp
 
 // What is the same for all pictures.
 struct Plan {
-    std::vector<PreparedStep> steps;
+    PreparedRecipe recipe;
     std::optional<ResizeOption> resize;
 };
 
@@ -155,6 +145,14 @@ Plan Prepare(Host& host, const ApplyRequest& request, const Recipe& recipe, cons
     Plan plan = {PrepareRecipe(host, recipe, hasInput), ResizeOf(request)};
     CheckTarget(host, target, request.options);
     return plan;
+}
+
+// Writes the recipe to the file that the command asks for.
+void SaveRecipe(Host& host, const ApplyRequest& request, const Recipe& recipe) {
+    if (request.recipeFile.empty()) return;
+    Recipe whole = recipe;
+    whole.options = RecipeOptionsOf(request);
+    host::WriteFile(request.recipeFile, RecipeText(CanonicalRecipe(host, whole, request.recipeFile)));
 }
 
 // The three stages of one picture, or of none when the input is empty.
@@ -174,12 +172,10 @@ Value Opened(Host& host, const std::string& input, const StepReport& report) {
 
 ObjectReference Filtered(Host& host, const ApplyRequest& request, const Plan& plan, const Value& opened,
                          const StepReport& report) {
-    Value image = opened;
-    for (const PreparedStep& step : plan.steps) {
-        const ObjectReference result = RunStep(host, step, image);
-        report("filter", StepText(step) + ", " + ExtentText(host, result));
-        image = result;
-    }
+    const Value image =
+        RunRecipe(host, plan.recipe, opened, [&](const PreparedStep& step, const ObjectReference& result) {
+            report("filter", step.text + ", " + ExtentText(host, result));
+        });
     const ObjectReference framed = Framed(host, request, opened, std::get<ObjectReference>(image));
     if (!plan.resize) return framed;
     std::string step;
@@ -259,7 +255,7 @@ bool IsKept(const ApplyRequest& request, const std::string& target) {
 
 // The files that the command reads, apart from its pictures.
 std::vector<std::string> OtherFiles(const ProgramOptions& options, const ApplyRequest& request, const Recipe& recipe) {
-    std::vector<std::string> files = FilesOfSettings(recipe);
+    std::vector<std::string> files = FilesOfRecipe(recipe);
     if (!options.module.empty()) files.push_back(options.module);
     const std::vector<std::string> profiles = FilesOfOptions(request.options);
     files.insert(files.end(), profiles.begin(), profiles.end());
@@ -277,6 +273,7 @@ void ProtectInputs(const ApplyRequest& request, const std::vector<std::string>& 
     for (const Job& job : jobs) {
         if (job.target != kStandardStream) files.AddOutput(job.target, "a result", "nothing was written");
     }
+    if (!request.recipeFile.empty()) files.AddOutput(request.recipeFile, "the recipe", "nothing was written");
 }
 
 // Processes one picture or none, and prints each step.
@@ -305,6 +302,7 @@ void ApplyToOne(const ProgramOptions& options, const ApplyRequest& request, cons
                        std::to_string(host->Classes().All().size()) + " classes, host version " +
                        host::NumberText(host->Version()));
     const Plan plan = WithStatus(kWrongUsage, [&] { return Prepare(*host, request, recipe, target); });
+    SaveRecipe(*host, request, recipe);
     const Value opened = WithStatus(kFailed, [&] { return Opened(*host, picture.path, report); });
     // Without a picture, only the settings can be the cause of a failure.
     const auto image = WithStatus(pictures.empty() ? kWrongUsage : kFailed,
@@ -406,7 +404,8 @@ int ApplyToMany(const ProgramOptions& options, const ApplyRequest& request, cons
     RunInWorker([&] {
         const auto host = MakeHost(options);
         const std::string target = names.NamesFormat() ? request.output : "";
-        CheckOutputs(*host, Prepare(*host, request, recipe, target).steps, /*hasInput=*/true);
+        CheckOutputs(*host, Prepare(*host, request, recipe, target).recipe, /*hasInput=*/true);
+        SaveRecipe(*host, request, recipe);
     });
     std::vector<JobFailure> failures;
     if (names.HasSizes()) nameTargets(Measure(options, request, recipe, jobs, failures));
@@ -477,19 +476,9 @@ std::vector<InputPicture> PicturesOf(const ProgramOptions& options, const ApplyR
     return Numbered(std::move(chosen));
 }
 
-// Throws HostError when --rect is not a rectangle of at least one pixel.
-void CheckRectangle(const std::string& text) {
-    const std::vector<double> numbers = NumbersIn("--rect", text);
-    if (numbers.size() != 4) throw HostError("--rect", "'" + text + "' is not a rectangle, expected X,Y,W,H");
-    if (!(numbers[2] > 0 && numbers[3] > 0)) {
-        throw HostError("--rect", "'" + text + "' is empty, expected a width and a height above 0");
-    }
-}
-
 // Throws UsageError for options that contradict one another.
 void CheckOptions(const ApplyRequest& request) {
-    if (!request.rectangle.empty()) CheckRectangle(request.rectangle);
-    static_cast<void>(ResizeOf(request));
+    CheckResultOptions(request);
     if (request.output.empty() && !request.isInPlace) throw UsageError("--output is required");
     const bool isToOutput = request.output == kStandardStream;
     if (isToOutput && request.options.format.empty()) {
@@ -500,9 +489,10 @@ void CheckOptions(const ApplyRequest& request) {
     }
 }
 
-int Apply(const ProgramOptions& options, const ApplyRequest& request) {
+int Apply(const ProgramOptions& options, ApplyRequest request) {
+    const Recipe recipe = ParseCommand(request.words, SharedRecipes());
+    AddRecipeOptions(request, recipe);
     CheckOptions(request);
-    const Recipe recipe = ReadRecipe(request.words);
     const std::vector<InputPicture> pictures = PicturesOf(options, request, recipe);
     if (pictures.empty() && !recipe.inputs.empty()) {
         throw Failure(kFailed, recipe.inputs[0] + ": the folder contains no pictures; nothing was written");
@@ -528,6 +518,10 @@ Values of KEY=VALUE, by the key's type (zeva describe FILTER):
   color cube    inputCubeData=warm.cube  @floats.raw  numbers with commas
   color space   inputColorSpace=sRGB
 
+A value may be a reference: '$input' is the original picture, and '$soft' the result of an earlier step that ends in
+'->' '$soft'. A first word that ends in .recipe is a file with such steps (docs/recipes.md); KEY=VALUE sets its
+parameters.
+
 Case does not matter in names, and a key may leave out its "input": radius=12.5.
 The picture becomes the inputImage of the first filter, or the value of each key set with KEY=-. The output of each
 filter is the incoming picture of the next. Without a filter, a picture is only resized or converted: its name needs a
@@ -543,8 +537,8 @@ Command ApplyCommand() {
         .arguments =
             {
                 {"FILTER", &request->words,
-                 "a filter (GaussianBlur, CIGaussianBlur or CIFilterGaussianBlurQOR), its settings, and pictures (- "
-                 "for standard input)",
+                 "a filter (GaussianBlur, CIGaussianBlur or CIFilterGaussianBlurQOR) or a recipe, its settings, and "
+                 "pictures (- for standard input)",
                  /*isRequired=*/true},
                 {"-o,--output", &request->output,
                  "picture to write, in the format of its suffix; a folder for results with the names of their inputs; "
@@ -554,27 +548,17 @@ Command ApplyCommand() {
                  .target = &request->isInPlace,
                  .help = "write each result over its input",
                  .excludes = "--output"},
+                {"--save-recipe", &request->recipeFile,
+                 "file for the filters, settings and output options as a recipe"},
                 {"--no-clobber", &request->keepsExisting, "leave results alone that exist"},
                 {"--recursive", &request->isRecursive,
                  "take all pictures in and below the folders among the inputs, by their content"},
-                {"--resize", &request->resize, "resize the result: 1024 (its longer side), 1024x768 or 50%"},
-                {"--fit", &request->isFit, "keep the proportions: the largest size within that of --resize"},
-                {.names = "--fill",
-                 .target = &request->isFill,
-                 .help = "keep the proportions: fill the size of --resize and cut off the rest",
-                 .excludes = "--fit"},
-                {"--rect", &request->rectangle,
-                 "X,Y,W,H: the part of the result to write, y up; default: all of a finite result"},
-                {.names = "--keep-size",
-                 .target = &request->keepSize,
-                 .help = "write the part inside the extent of the input",
-                 .excludes = "--rect"},
             },
         .run = [request](const ProgramOptions& options) { return Apply(options, *request); },
-        .usage = "zeva apply FILTER [KEY=VALUE ...] [+ FILTER [KEY=VALUE ...] ...] [IN ...] -o OUT|DIR|-",
+        .usage = "zeva apply FILTER|RECIPE [KEY=VALUE ...] [+ FILTER [KEY=VALUE ...] ...] [IN ...] -o OUT|DIR|-",
         .footer = std::string(kSharedFooter) + "\n" + kValues,
     };
-    const std::vector<Argument> outputs = OutputArguments(request->options);
-    command.arguments.insert(command.arguments.end(), outputs.begin(), outputs.end());
+    const std::vector<Argument> results = ResultArguments(*request);
+    command.arguments.insert(command.arguments.end(), results.begin(), results.end());
     return command;
 }

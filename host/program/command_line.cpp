@@ -46,7 +46,7 @@ Command HelpCommand() {
 // The commands in the order of the help.
 std::vector<Command> Commands() {
     return {
-        ApplyCommand(),   RunCommand(),   ListCommand(),       DescribeCommand(), CheckCommand(),
+        ApplyCommand(),   RecipeCommand(), RunCommand(),   ListCommand(),       DescribeCommand(), CheckCommand(),
         GalleryCommand(), StudioCommand(), TraceCommand(), CompletionCommand(), HelpCommand(),
     };
 }
@@ -131,14 +131,17 @@ void AddCommand(CLI::App& program, const Command& command) {
 // The mark at the beginning of a word behind "--".
 constexpr char kLiteral = '\1';
 
-// Makes the arguments what the parser takes: the last one first, and without "--". Returns the words behind that, which
-// are marked, so that none looks like an option.
+// Makes the arguments what the parser takes: the last one first, and without "--". Returns the words behind that, and
+// the arrows of recipes. They are marked, so that none looks like an option.
 //
 // Why the parser does not get "--": there it ends the command, not the options, once the command has a word. A command
 // whose first word ends the options gets it.
 std::set<std::string> PrepareArguments(std::vector<std::string>& words, const std::vector<Command>& commands) {
     std::set<std::string> marked;
     const auto end = std::find(words.begin(), words.end(), "--");
+    for (auto word = words.begin(); word != end; ++word) {
+        if (*word == "->") marked.insert(word->insert(0, 1, kLiteral));
+    }
     const auto endsOptions = [&](const Command& command) {
         return command.endsOptionsAtFirstWord && std::find(words.begin(), end, command.name) != end;
     };

@@ -12,6 +12,7 @@
 [[nodiscard]] Command DescribeCommand();
 [[nodiscard]] Command GalleryCommand();
 [[nodiscard]] Command ListCommand();
+[[nodiscard]] Command RecipeCommand();
 [[nodiscard]] Command RunCommand();
 [[nodiscard]] Command StudioCommand();
 [[nodiscard]] Command TraceCommand();

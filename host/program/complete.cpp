@@ -14,6 +14,7 @@
 #include "host/description/names.h"
 #include "host/description/title_table.h"
 #include "host/program/commands.h"
+#include "host/recipe/recipe_syntax.h"
 #include "host/recipe/setting_value.h"
 #include "host/runtime/suggestion.h"
 
@@ -46,31 +47,53 @@ Words Matching(const Words& words, const std::string& begun) {
     return matching;
 }
 
-// The keys of a filter, each with its = sign, that a word begins with or without the "input".
-Words MatchingKeys(const host::Class& filter, const std::string& begun) {
+// The keys of a step, each with its = sign, that a word begins with or without the "input".
+Words MatchingKeys(const StepClass& step, const std::string& begun) {
     const std::string prefix = "input";
     Words keys;
-    for (const std::string& key : KeyNames(filter)) {
-        if (BeginsWith(key, begun) || BeginsWith(key.substr(prefix.size()), begun)) keys.push_back(key + "=");
+    for (const StepKey& key : KeysOf(step)) {
+        const bool isShort = key.name.starts_with(prefix) && BeginsWith(key.name.substr(prefix.size()), begun);
+        if (BeginsWith(key.name, begun) || isShort) keys.push_back(key.name + "=");
     }
     return keys;
 }
 
 // The settings with a key and the values that have names.
-Words MatchingSettings(const host::Class& filter, const std::string& begun) {
+Words MatchingSettings(const StepClass& step, const std::string& begun) {
     const std::string key = begun.substr(0, begun.find('='));
-    const host::Type& type = KeyNamed(filter, key, begun).declaration.result;
+    const host::Type type = StepKeyNamed(step, key, begun).type;
     if (IsFileName(type)) return {kFiles};
     Words settings;
     for (const std::string& value : KnownValues(type)) settings.push_back(key + "=" + value);
     return Matching(settings, begun);
 }
 
-// Candidates after "zeva apply": a filter first and after each +, then settings of that filter, or a +.
+// The names behind a recipe that can be set, each with its = sign.
+Words MatchingParameters(const std::string& file, const std::string& begun) {
+    const Recipe recipe = ParseCommand({file}, SharedRecipes());
+    const std::size_t sign = begun.find('=');
+    if (sign != std::string::npos) {
+        return FindPicture(recipe, begun.substr(0, sign)) != nullptr ? Words{kFiles} : Words();
+    }
+    Words names;
+    for (const RecipeParameter& parameter : recipe.parameters) names.push_back(parameter.name + "=");
+    for (const RecipePicture& picture : recipe.pictures) names.push_back(picture.name + "=");
+    return Matching(names, begun);
+}
+
+// Candidates behind "apply" or "recipe": a step first and after each +, then its settings, or a +. The first may be a
+// recipe.
 Words AfterApply(host::Host& host, const Words& before, const std::string& begun) {
-    const auto filter = std::find(before.rbegin(), before.rend(), "+").base();
-    if (filter == before.end()) return Matching(FilterNames(host), begun);
-    const host::Class& isa = FilterNamed(host, *filter);
+    const auto step = std::find(before.rbegin(), before.rend(), "+").base();
+    if (step == before.end()) {
+        Words words = FilterNames(host);
+        for (const Words& more : {StepMethodNames(host), before.empty() ? RecipeNamesIn(SharedRecipes()) : Words()}) {
+            words.insert(words.end(), more.begin(), more.end());
+        }
+        return Matching(words, begun);
+    }
+    if (step == before.begin() && step->ends_with(kRecipeSuffix)) return MatchingParameters(*step, begun);
+    const StepClass isa = StepNamed(host, *step);
     if (begun.find('=') != std::string::npos) return MatchingSettings(isa, begun);
     Words words = MatchingKeys(isa, begun);
     if (begun.empty()) words.push_back("+");
@@ -98,7 +121,9 @@ class Completer {
         if (begun.starts_with('-')) return Matching(OptionsOf(command), begun);
         if (command == "help") return Matching(CommandNames(), begun);
         if (command == "describe") return Matching(ClassNames(*MakeHost(options)), begun);
-        if (command == "apply") return AfterApply(*MakeHost(options), {words.begin() + 1, words.end()}, begun);
+        if (command == "apply" || command == "recipe") {
+            return AfterApply(*MakeHost(options), {words.begin() + 1, words.end()}, begun);
+        }
         return {};
     }
 

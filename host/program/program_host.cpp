@@ -13,10 +13,12 @@
 
 namespace {
 
-std::filesystem::path BuiltModule(const char* name) {
-    const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe");
-    return program.parent_path().parent_path() / "modules" / name;
+// The folder above that of the program.
+std::filesystem::path ProgramRoot() {
+    return std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path();
 }
+
+std::filesystem::path BuiltModule(const char* name) { return ProgramRoot() / "modules" / name; }
 
 constexpr const char* kCompanion = "companion.so";
 constexpr const char* kFilters = "filters.so";
@@ -28,6 +30,8 @@ bool HasBuiltModules() {
     return std::filesystem::exists(BuiltModule(kCompanion), error) &&
            std::filesystem::exists(BuiltModule(kFilters), error);
 }
+
+std::filesystem::path SharedRecipes() { return ProgramRoot() / "recipes"; }
 
 std::unique_ptr<host::Host> MakeHost(const ProgramOptions& options, const std::vector<std::string>& files) {
     const std::filesystem::path filters =

@@ -9,6 +9,7 @@
 #pragma once
 
 #include <cstddef>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
@@ -28,6 +29,9 @@ struct ProgramOptions {
 
 // Whether both built modules are in their place.
 [[nodiscard]] bool HasBuiltModules();
+
+// The folder of the recipes that come with the program.
+[[nodiscard]] std::filesystem::path SharedRecipes();
 
 // Makes a host and loads the companion and the filter module. The trace must not be one of the files that the command
 // reads or writes.

@@ -1,233 +1,253 @@
-// recipe.cpp - reads words, makes filters and connects them.
+// recipe.cpp - references, names and parameters.
 
 #include "host/recipe/recipe.h"
 
 #include <algorithm>
-#include <cctype>
-#include <cmath>
-#include <cstdint>
-#include <optional>
-#include <stdexcept>
-#include <utility>
-#include <variant>
+#include <filesystem>
+#include <map>
+#include <set>
 
-#include "host/description/class_description.h"
-#include "host/description/names.h"
-#include "host/recipe/setting_value.h"
-#include "host/runtime/errors.h"
-#include "host/runtime/memory_block.h"
+#include "host/runtime/suggestion.h"
+#include "host/runtime/text.h"
 
 namespace {
 
-using host::Host;
-using host::HostError;
-using host::Member;
-using host::ObjectReference;
-using host::Value;
+bool IsLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+bool IsLetterOrDigit(char c) { return IsLetter(c) || (c >= '0' && c <= '9'); }
 
-constexpr const char* kImageKey = "inputImage";
-constexpr const char* kOutputKey = "outputImage";
-constexpr const char* kIncoming = "-";
-
-// Parses a word as a setting; empty when it is not KEY=VALUE. A key has only letters and digits, so a path
-// that contains = can be written ./a=b.png.
-std::optional<Setting> SettingOf(const std::string& word) {
-    const auto isKeyCharacter = [](unsigned char c) { return std::isalnum(c) != 0; };
-    const auto sign = std::find_if_not(word.begin(), word.end(), isKeyCharacter);
-    if (sign == word.end() || *sign != '=' || sign == word.begin()) return std::nullopt;
-    return Setting{word, {word.begin(), sign}, {sign + 1, word.end()}};
+// "warm.recipe:4: ", or nothing for a command.
+std::string PlaceText(const RecipePlace& place) {
+    if (place.file.empty()) return {};
+    return place.file + (place.line > 0 ? ":" + std::to_string(place.line) : "") + ": ";
 }
 
-// Whether a word is the name of a file and not that of a filter, which has neither a point nor a slash.
-bool IsFile(const std::string& word) { return word == kIncoming || word.find_first_of("./") != std::string::npos; }
-
-bool IsImage(const Member& member) { return member.declaration.result.word == "CIImageQOR"; }
-
-bool IsColorCube(const Member& member) { return member.declaration.result.word == "memoryblock"; }
-
-constexpr const char* kDimensionKey = "inputCubeDimension";
-
-std::int32_t SizeOf(const Value& block) {
-    return reinterpret_cast<const ZEVAmemoryBlockStruct*>(std::get<ObjectReference>(block).Get())->size;
-}
-
-std::int64_t NumbersOfCube(double dimension) {
-    return static_cast<std::int64_t>(4 * dimension * dimension * dimension);
-}
-
-// Returns the dimension of a color cube with this data.
-double DimensionOf(const Setting& setting, const Value& data) {
-    const double numbers = SizeOf(data) / static_cast<double>(sizeof(float));
-    const double dimension = std::round(std::cbrt(numbers / 4));
-    if (dimension >= 2 && static_cast<double>(NumbersOfCube(dimension)) == numbers) return dimension;
-    throw HostError(setting.text, "a cube of n x n x n colors has 4 n^3 numbers, at least " +
-                                      std::to_string(NumbersOfCube(2)) + ", got " + host::NumberText(numbers));
-}
-
-// Checks a number or a list of numbers against what is known of its key.
-void CheckValue(Host& host, const ObjectReference& filter, const Member& key, const Setting& setting,
-                const Value& value) {
-    const auto* object = std::get_if<ObjectReference>(&value);
-    const bool isVector = object != nullptr && key.declaration.result.word == "CIVectorQOR";
-    if (const auto* number = std::get_if<double>(&value)) {
-        const std::string& name = key.declaration.name;
-        const bool isSize = name.find("Radius") != std::string::npos || name.find("Width") != std::string::npos;
-        if (isSize && *number < 0) throw HostError(setting.text, "expected a number of at least 0");
-    } else if (isVector) {
-        const PropertyDescription description = DescribeProperty(host, filter, key);
-        const DescribedValue described = DescribeValue(host, value);
-        const auto& numbers = std::get<std::vector<double>>(described);
-        const DescribedValue* standard = description.Find("default");
-        const auto* wanted = standard != nullptr ? std::get_if<std::vector<double>>(standard) : nullptr;
-        if (wanted != nullptr && wanted->size() != numbers.size()) {
-            throw HostError(setting.text, "expected " + std::to_string(wanted->size()) + " numbers, got " +
-                                              std::to_string(numbers.size()));
-        }
-        if (description.unit == "rectangle" && numbers.size() == 4 && (numbers[2] < 0 || numbers[3] < 0)) {
-            throw HostError(setting.text, "expected a width and a height of at least 0");
-        }
-    }
-}
-
-// The error for a filter without an output image. It names the image keys that are not set.
-[[noreturn]] void RefuseMissingOutput(Host& host, const ObjectReference& filter, const std::string& subject) {
-    std::string missing;
-    for (const Member& member : filter->isa->Members()) {
-        if (!IsImage(member) || member.declaration.name == kOutputKey) continue;
-        if (!std::holds_alternative<std::monostate>(host.Get(filter.Get(), member.declaration.name))) continue;
-        missing += (missing.empty() ? "" : ", ") + member.declaration.name;
-    }
-    const std::string problem = "it has no output image for these inputs";
-    if (!missing.empty()) throw MissingKeys(subject, problem + " (not set: " + missing + "); nothing was written");
-    throw HostError(subject, problem + "; nothing was written");
-}
-
-PreparedStep PrepareStep(Host& host, const RecipeStep& step, bool hasIncoming) {
-    const std::string subject = "filter " + step.filter;
-    const host::Class& isa = FilterNamed(host, step.filter);
-    const ObjectReference filter = host.Construct(isa.Name());
-    PreparedStep prepared = {&step, &isa, {}};
-    bool isTaken = false;
-    bool isImageKeySet = false;
-    std::optional<double> dimensionOfData;
-    for (const Setting& setting : step.settings) {
-        const Member& key = KeyNamed(isa, setting.key, setting.text);
-        const std::string& name = key.declaration.name;
-        isImageKeySet |= name == kImageKey;
-        if (IsImage(key) && setting.value == kIncoming) {
-            if (!hasIncoming) throw HostError(setting.text, "there is no incoming picture");
-            prepared.values.emplace_back(name, std::nullopt);
-            isTaken = true;
-            continue;
-        }
-        Value value = SettingValue(host, key.declaration.result, setting.text, setting.value);
-        CheckValue(host, filter, key, setting, value);
-        if (IsColorCube(key)) dimensionOfData = DimensionOf(setting, value);
-        prepared.values.emplace_back(name, std::move(value));
-    }
-    if (dimensionOfData && isa.FindMember(kDimensionKey) != nullptr) {
-        const auto isDimension = [](const auto& pair) { return pair.first == kDimensionKey; };
-        const auto dimension = std::find_if(prepared.values.begin(), prepared.values.end(), isDimension);
-        if (dimension == prepared.values.end()) {
-            prepared.values.emplace_back(kDimensionKey, *dimensionOfData);
-        } else if (std::get<double>(*dimension->second) != *dimensionOfData) {
-            const double wanted = std::get<double>(*dimension->second);
-            throw HostError(subject, "a cube of the dimension " + host::NumberText(wanted) + " has " +
-                                         std::to_string(NumbersOfCube(wanted)) + " numbers, got " +
-                                         std::to_string(NumbersOfCube(*dimensionOfData)));
-        }
-    }
-    if (hasIncoming && !isTaken) {
-        if (isa.FindMember(kImageKey) == nullptr) throw HostError(subject, "it takes no image");
-        if (isImageKeySet) {
-            throw HostError(subject,
-                            "inputImage is set, so no key takes the incoming picture; KEY=- passes it to a key");
-        }
-        prepared.values.emplace_back(kImageKey, std::nullopt);
-    }
-    return prepared;
-}
-
-}  // namespace
-
-Recipe ReadRecipe(const std::vector<std::string>& words) {
-    Recipe recipe;
-    bool expectsFilter = true;
-    for (const std::string& word : words) {
-        if (word == "+") {
-            const bool isMisplaced = expectsFilter || recipe.steps.empty();
-            expectsFilter = true;
-            if (isMisplaced) break;
-        } else if (expectsFilter && !(recipe.steps.empty() && IsFile(word))) {
-            recipe.steps.push_back({word, {}});
-            expectsFilter = false;
-        } else if (std::optional<Setting> setting = SettingOf(word)) {
-            if (recipe.steps.empty()) throw HostError(word, "there is no filter to set it of");
-            recipe.steps.back().settings.push_back(std::move(*setting));
-        } else if (word.empty()) {
-            throw HostError("''", "expected the name of a picture");
-        } else {
-            recipe.inputs.push_back(word);
-            expectsFilter = false;
-        }
-    }
-    if (expectsFilter) throw HostError("+", "expected a filter name before and after it");
-    return recipe;
-}
-
-std::vector<PreparedStep> PrepareRecipe(Host& host, const Recipe& recipe, bool hasInput) {
-    // Names first: the file of a setting may be large.
-    for (const RecipeStep& step : recipe.steps) {
-        const host::Class& isa = FilterNamed(host, step.filter);
-        for (const Setting& setting : step.settings) {
-            static_cast<void>(KeyNamed(isa, setting.key, setting.text));  // throws for an unknown key
-        }
-    }
-    std::vector<PreparedStep> prepared;
-    for (const RecipeStep& step : recipe.steps) {
-        prepared.push_back(PrepareStep(host, step, hasInput || !prepared.empty()));
-    }
-    return prepared;
-}
-
-std::vector<std::string> FilesOfSettings(const Recipe& recipe) {
-    std::vector<std::string> files;
-    for (const RecipeStep& step : recipe.steps) {
-        for (const Setting& setting : step.settings) {
-            files.push_back(setting.value.starts_with('@') ? setting.value.substr(1) : setting.value);
-        }
-    }
-    return files;
-}
-
-std::string StepText(const PreparedStep& step) {
-    std::string text = step.isa->Name();
-    for (const Setting& setting : step.step->settings) {
-        text += " " + KeyNamed(*step.isa, setting.key, setting.text).declaration.name + "=" + setting.value;
-    }
+// The first part of a message. A message has a subject, so the file is it where no word is.
+std::string SubjectText(const RecipePlace& place, const std::string& word) {
+    if (!word.empty()) return PlaceText(place) + word;
+    std::string text = PlaceText(place);
+    if (text.size() >= 2) text.resize(text.size() - 2);
     return text;
 }
 
-ObjectReference RunStep(Host& host, const PreparedStep& step, const Value& image) {
-    const ObjectReference filter = host.Construct(step.isa->Name());
-    for (const auto& [key, value] : step.values) host.Set(filter.Get(), key, value ? *value : image);
-    const Value output = host.Get(filter.Get(), kOutputKey);
-    if (const auto* object = std::get_if<ObjectReference>(&output)) return *object;
-    RefuseMissingOutput(host, filter, "filter " + step.step->filter);
+constexpr std::size_t kLongestShownWord = 80;
+
+// A word as a message shows it: not longer than a line.
+std::string ShownWord(const std::string& word) {
+    if (word.size() <= kLongestShownWord) return word;
+    return std::string(host::Beginning(word, kLongestShownWord)) + "...";
 }
 
-void CheckOutputs(Host& host, const std::vector<PreparedStep>& steps, bool hasInput) {
-    try {
-        Value image;
-        if (hasInput) {
-            const Value black[] = {0.0, 0.0, 0.0, 1.0};
-            const Value color[] = {host.CallShared("CIColorQOR", "RGBA", black)};
-            image = host.CallShared("CIImageQOR", "FromColor", color);
+std::vector<std::string> NamesOf(const Recipe& recipe) {
+    std::vector<std::string> names;
+    for (const RecipeParameter& parameter : recipe.parameters) names.push_back(parameter.name);
+    for (const RecipePicture& picture : recipe.pictures) names.push_back(picture.name);
+    return names;
+}
+
+// Where a name is declared, for messages.
+std::string DeclaredText(const RecipePlace& place) {
+    return place.line > 0 ? "in line " + std::to_string(place.line) : "before";
+}
+
+// Checks the names of a recipe in the order in which they are visible: declarations, then steps.
+class ReferenceChecker {
+  public:
+    explicit ReferenceChecker(const Recipe& recipe) : recipe_(recipe) {
+        for (const RecipeStep& step : recipe.steps) {
+            if (!step.result.empty()) later_.emplace(step.result, &step.place);
         }
-        for (const PreparedStep& step : steps) image = RunStep(host, step, image);
-    } catch (const MissingKeys&) {
-        throw;
-    } catch (const std::runtime_error&) {
-        // The picture may do what the color does not.
     }
+
+    void Check() {
+        declared_.emplace(kInputName, RecipePlace());
+        for (const RecipeParameter& parameter : recipe_.parameters) Declare(parameter.name, parameter.place);
+        for (const RecipePicture& picture : recipe_.pictures) Declare(picture.name, picture.place);
+        for (const RecipeStep& step : recipe_.steps) {
+            for (const Setting& setting : step.settings) CheckValue(step, setting);
+            if (!step.result.empty()) Declare(step.result, step.place);
+        }
+    }
+
+  private:
+    void Declare(const std::string& name, const RecipePlace& place) {
+        if (name == kInputName) {
+            throw RecipeError(place, "$" + name, "the name stands for the original picture, expected another one");
+        }
+        const auto [other, isNew] = declared_.emplace(name, place);
+        if (isNew) return;
+        throw RecipeError(place, "$" + name,
+                          "the name is taken " + DeclaredText(other->second) + ", expected another one");
+    }
+
+    void CheckValue(const RecipeStep& step, const Setting& setting) const {
+        for (const ValuePart& part : PartsOf(setting.value)) {
+            if (!part.isReference) continue;
+            const auto declared = declared_.find(part.text);
+            if (declared == declared_.end()) RefuseUnknown(setting, part.text);
+            if (IsAbove(declared->second, step.place)) continue;
+            throw RecipeError(setting.place, setting.text,
+                              "$" + part.text + " is declared in line " + std::to_string(declared->second.line) +
+                                  ", expected its declaration above this line");
+        }
+    }
+
+    // Declarations that stand below a step in the same file are not visible in it.
+    static bool IsAbove(const RecipePlace& declared, const RecipePlace& step) {
+        return declared.file != step.file || declared.line <= step.line;
+    }
+
+    [[noreturn]] void RefuseUnknown(const Setting& setting, const std::string& name) const {
+        if (const auto later = later_.find(name); later != later_.end()) {
+            const int line = later->second->line;
+            throw RecipeError(setting.place, setting.text,
+                              "$" + name + " is the result of " +
+                                  (line > 0 ? "line " + std::to_string(line) : std::string("a later step")) +
+                                  ", a step can only use results of earlier steps");
+        }
+        std::vector<std::string> names;
+        for (const auto& [each, place] : declared_) names.push_back(each);
+        std::vector<std::string> nearest = host::Nearest(name, names);
+        for (std::string& each : nearest) each.insert(0, 1, '$');
+        throw RecipeError(setting.place, setting.text,
+                          "there is no $" + name + host::SuggestionText(nearest) +
+                              "; a reference names a parameter, a picture or the result of an earlier step");
+    }
+
+    const Recipe& recipe_;
+    std::map<std::string, RecipePlace> declared_;
+    std::map<std::string, const RecipePlace*> later_;
+};
+
+}  // namespace
+
+std::string RecipePlace::Folder() const {
+    return file == kLinkFile ? std::string() : std::filesystem::path(file).parent_path().string();
+}
+
+RecipeError::RecipeError(const RecipePlace& place, const std::string& word, const std::string& problem, int errorNumber)
+    : HostError(SubjectText(place, ShownWord(word)), problem + (place.file.empty() ? "" : "; nothing was run"),
+                errorNumber),
+      place_(place),
+      word_(word),
+      mistake_(problem) {}
+
+bool IsSameRecipe(const Recipe& first, const Recipe& second) {
+    const auto isSame = [](const auto& a, const auto& b, auto isSameItem) {
+        return std::equal(a.begin(), a.end(), b.begin(), b.end(), isSameItem);
+    };
+    return isSame(first.parameters, second.parameters,
+                  [](auto& a, auto& b) { return a.name == b.name && a.value == b.value; }) &&
+           isSame(first.pictures, second.pictures,
+                  [](auto& a, auto& b) { return a.name == b.name && a.path == b.path; }) &&
+           isSame(first.options, second.options,
+                  [](auto& a, auto& b) { return a.name == b.name && a.value == b.value; }) &&
+           isSame(first.steps, second.steps, [&](auto& a, auto& b) {
+               return a.name == b.name && a.result == b.result && isSame(a.settings, b.settings, [](auto& s, auto& t) {
+                          return s.key == t.key && s.value == t.value;
+                      });
+           });
+}
+
+std::vector<ValuePart> PartsOf(std::string_view value) {
+    std::vector<ValuePart> parts;
+    std::string text;
+    const auto endText = [&] {
+        if (!text.empty()) parts.push_back({false, std::move(text)});
+        text.clear();
+    };
+    for (std::size_t i = 0; i < value.size();) {
+        const char next = i + 1 < value.size() ? value[i + 1] : '\0';
+        const bool isBehindReference = text.empty() && !parts.empty() && parts.back().isReference;
+        if (value[i] == '\\' && (next == '\\' || next == '$' || (isBehindReference && IsLetterOrDigit(next)))) {
+            text += next;
+            i += 2;
+        } else if (value[i] == '$' && IsLetter(next)) {
+            endText();
+            std::size_t end = i + 1;
+            while (end < value.size() && IsLetterOrDigit(value[end])) ++end;
+            parts.push_back({true, std::string(value.substr(i + 1, end - i - 1))});
+            i = end;
+        } else {
+            text += value[i++];
+        }
+    }
+    endText();
+    return parts;
+}
+
+std::string ValueOfText(std::string_view text) {
+    std::string value;
+    for (const char c : text) {
+        if (c == '\\' || c == '$') value += '\\';
+        value += c;
+    }
+    return value;
+}
+
+std::string ReferenceOf(std::string_view value) {
+    if (!value.starts_with('$') || !IsRecipeName(value.substr(1))) return {};
+    return std::string(value.substr(1));
+}
+
+bool IsRecipeName(std::string_view text) {
+    return !text.empty() && IsLetter(text.front()) && std::all_of(text.begin(), text.end(), IsLetterOrDigit);
+}
+
+const RecipeParameter* FindParameter(const Recipe& recipe, std::string_view name) {
+    const auto found = std::ranges::find(recipe.parameters, name, &RecipeParameter::name);
+    return found == recipe.parameters.end() ? nullptr : &*found;
+}
+
+const RecipePicture* FindPicture(const Recipe& recipe, std::string_view name) {
+    const auto found = std::ranges::find(recipe.pictures, name, &RecipePicture::name);
+    return found == recipe.pictures.end() ? nullptr : &*found;
+}
+
+void BindParameter(Recipe& recipe, const Setting& setting) {
+    const std::vector<ValuePart> parts = PartsOf(setting.value);
+    if (std::ranges::any_of(parts, &ValuePart::isReference)) {
+        throw RecipeError(setting.place, setting.text, "the value of a parameter takes no references");
+    }
+    if (const RecipeParameter* parameter = FindParameter(recipe, setting.key)) {
+        auto& bound = recipe.parameters[static_cast<std::size_t>(parameter - recipe.parameters.data())];
+        bound.value = setting.value;
+        bound.place = setting.place;
+        bound.text = setting.text;
+    } else if (const RecipePicture* picture = FindPicture(recipe, setting.key)) {
+        auto& bound = recipe.pictures[static_cast<std::size_t>(picture - recipe.pictures.data())];
+        bound.path = parts.empty() ? std::string() : parts.front().text;
+        bound.place = setting.place;
+        bound.text = setting.text;
+    } else {
+        const std::vector<std::string> names = NamesOf(recipe);
+        std::string list;
+        for (const std::string& name : names) list += (list.empty() ? "" : ", ") + name;
+        throw RecipeError(setting.place, setting.text,
+                          (recipe.file.empty() ? std::string("the recipe") : recipe.file) + " has no parameter " +
+                              setting.key + host::Suggestion(setting.key, names) +
+                              (list.empty() ? "; it takes none" : "; it takes " + list));
+    }
+}
+
+void CheckReferences(const Recipe& recipe) { ReferenceChecker(recipe).Check(); }
+
+std::vector<std::string> UnusedNames(const Recipe& recipe) {
+    std::set<std::string> used;
+    for (const RecipeStep& step : recipe.steps) {
+        for (const Setting& setting : step.settings) {
+            for (const ValuePart& part : PartsOf(setting.value)) {
+                if (part.isReference) used.insert(part.text);
+            }
+        }
+    }
+    std::vector<std::string> notes;
+    const auto note = [&](const RecipePlace& place, const char* kind, const std::string& name) {
+        if (!used.contains(name)) notes.push_back(PlaceText(place) + kind + " $" + name + " is never used");
+    };
+    for (const RecipeParameter& parameter : recipe.parameters) note(parameter.place, "the parameter", parameter.name);
+    for (const RecipePicture& picture : recipe.pictures) note(picture.place, "the picture", picture.name);
+    for (const RecipeStep& step : recipe.steps) {
+        if (!step.result.empty()) note(step.place, "the result", step.result);
+    }
+    return notes;
 }

@@ -1,80 +1,148 @@
-// recipe.h - the filter chain of an apply command.
+// recipe.h - a recipe as data: declarations, steps and output options, before any name is looked up.
 //
-//   GaussianBlur inputRadius=8 + ColorControls inputSaturation=0 photo.jpg
+//   zeva-recipe 1
+//   radius = 8                                a parameter and its default
+//   picture mask = mask.png                   a named file, relative to the recipe
+//   GaussianBlur inputRadius=$radius -> $soft
+//   BlendWithMask inputImage=$input inputBackgroundImage=$soft inputMaskImage=$mask
+//   --quality 90
 //
-// The first word and the word after each + name a filter. KEY=VALUE sets a key of that filter (setting_value.h).
-// Every other word is an input picture. A first word with a point or a slash, or -, is one too: the chain is then empty
-// and leaves the picture as it is. The picture becomes the inputImage of the first filter, or the value of each
-// key set with KEY=-; the output of each filter is passed to the next in the same way.
+// A recipe comes from the words of a command or the text of a file (recipe_syntax.h) or from a link (recipe_link.h).
+// canonical_recipe.h gives it full names, recipe_forms.h writes it in other forms, and prepared_recipe.h runs it.
 //
-// A recipe is prepared once, which reads and checks every setting, and then runs on any number of pictures.
+// Values hold references. In a value, $name is a reference; a backslash quotes a $, a backslash, and a letter or digit
+// behind a reference. Every other character stands for itself. The words of a command have this form already; the
+// quotes of a file are translated to it.
 //
-// Lifetime: a recipe owns its text and may be used with any number of hosts. A prepared recipe refers to the recipe and
-//           must end before its host.
-// Threads:  reading and checking keep no state; a step runs on the thread of its host.
+// Lifetime: plain data; a recipe owns all its text.
+// Threads:  any; nothing is shared.
+// Failure:  RecipeError, which knows file, line, column and word.
 
 #pragma once
 
-#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "host/runtime/errors.h"
-#include "host/runtime/host.h"
+
+// Where a part of a recipe was written.
+struct RecipePlace {
+    std::string file;  // its path; kLinkFile for a link; empty for a command
+    int line = 0;      // from 1; 0 for a command
+    int column = 0;    // of the first byte of the word, from 1; 0 for a command
+
+    // The folder that paths are relative to; empty for the current one.
+    [[nodiscard]] std::string Folder() const;
+};
+
+// The name of a link in messages.
+inline constexpr const char* kLinkFile = "link";
+
+// A mistake in a recipe: "warm.recipe:4: radus=8: <problem>; nothing was run". A command has no file and no line in
+// front and no consequence behind, because its other messages say what was not written.
+class RecipeError : public host::HostError {
+  public:
+    RecipeError(const RecipePlace& place, const std::string& word, const std::string& problem, int errorNumber = 0);
+
+    const RecipePlace& Place() const { return place_; }
+    const std::string& Word() const { return word_; }        // empty when the whole line or file is meant
+    const std::string& Mistake() const { return mistake_; }  // with the suggestion, without place and consequence
+
+  private:
+    RecipePlace place_;
+    std::string word_;
+    std::string mistake_;
+};
 
 // KEY=VALUE, split at the first =.
 struct Setting {
     std::string text;  // as it was written
     std::string key;
-    std::string value;
+    std::string value;  // with references
+    RecipePlace place;
 };
 
-// A filter and its settings.
+// A filter or a method of CIImageQOR, and its settings.
 struct RecipeStep {
-    std::string filter;  // in any of its spellings
+    std::string name;  // in any of its spellings
     std::vector<Setting> settings;
+    std::string result;  // the name of its result; empty for none
+    RecipePlace place;
+};
+
+// A parameter and its value, which has no references.
+struct RecipeParameter {
+    std::string name;
+    std::string value;
+    RecipePlace place;  // of the value
+    std::string text;   // as it was written, for messages
+};
+
+// A named file: a picture or a table of colors. An empty path is an empty slot, which a command has to fill.
+struct RecipePicture {
+    std::string name;
+    std::string path;  // relative to place.Folder()
+    RecipePlace place;
+    std::string text;
+};
+
+// An option about the output, such as --quality 90 (recipe_option_table.h).
+struct RecipeOption {
+    std::string name;   // with its dashes
+    std::string value;  // empty for a flag
+    RecipePlace place;
 };
 
 struct Recipe {
+    std::vector<RecipeParameter> parameters;
+    std::vector<RecipePicture> pictures;
     std::vector<RecipeStep> steps;
-    std::vector<std::string> inputs;  // paths
+    std::vector<RecipeOption> options;
+
+    std::string title;                // the comment below the first line of a file
+    std::string file;                 // the recipe that a command begins with; empty for none
+    std::vector<std::string> inputs;  // the pictures among the words of a command, which are not part of the recipe
 };
 
-// Reads the words of a command. Throws HostError for a + without a filter before or after it.
-[[nodiscard]] Recipe ReadRecipe(const std::vector<std::string>& words);
+// Whether two recipes say the same. Places, titles and inputs do not count.
+[[nodiscard]] bool IsSameRecipe(const Recipe& first, const Recipe& second);
 
-// A step with the values of its settings, in the order in which they are set.
-struct PreparedStep {
-    const RecipeStep* step;
-    const host::Class* isa;
-    std::vector<std::pair<std::string, std::optional<host::Value>>> values;  // by key; none for the incoming picture
+// The name that stands for the original picture.
+inline constexpr const char* kInputName = "input";
+
+// The value that stands for the incoming picture.
+inline constexpr const char* kIncoming = "-";
+
+// A part of a value: text that stands for itself, or the name of a reference.
+struct ValuePart {
+    bool isReference;
+    std::string text;
 };
 
-// Reads the files and values of all settings. `hasInput` tells whether there is a picture for the first step.
+// Splits a value at its references. An empty value has no parts.
+[[nodiscard]] std::vector<ValuePart> PartsOf(std::string_view value);
+
+// Returns the value that stands for a text, without references.
+[[nodiscard]] std::string ValueOfText(std::string_view text);
+
+// Returns the name when the whole value is one reference; empty otherwise.
+[[nodiscard]] std::string ReferenceOf(std::string_view value);
+
+// Whether a text can be the name of a parameter, picture or result: a letter, then letters and digits.
+[[nodiscard]] bool IsRecipeName(std::string_view text);
+
+// Returns the parameter or picture with a name; null for none.
+[[nodiscard]] const RecipeParameter* FindParameter(const Recipe& recipe, std::string_view name);
+[[nodiscard]] const RecipePicture* FindPicture(const Recipe& recipe, std::string_view name);
+
+// Sets a parameter or fills the slot of a picture. Paths become relative to the place of the setting.
 //
-// Fails: HostError for an unknown filter or key, for a value of the wrong type, a wrong number of elements or a
-// negative
-//        radius or width, and for a picture that no key takes; HostException when a value cannot be made, such as an
-//        image whose file is missing.
-[[nodiscard]] std::vector<PreparedStep> PrepareRecipe(host::Host& host, const Recipe& recipe, bool hasInput);
+// Throws RecipeError for an unknown name, with a suggestion, and for a value with references.
+void BindParameter(Recipe& recipe, const Setting& setting);
 
-// Returns the files that the settings name. A value that happens to be the name of a file counts too.
-[[nodiscard]] std::vector<std::string> FilesOfSettings(const Recipe& recipe);
+// Throws RecipeError unless every name is declared once, and every reference names something that stands above it.
+void CheckReferences(const Recipe& recipe);
 
-// Returns the class and the settings as text, with full names: "CIFilterGaussianBlurQOR inputRadius=8".
-[[nodiscard]] std::string StepText(const PreparedStep& step);
-
-// A filter has no output image because keys are not set. The message names them.
-class MissingKeys : public host::HostError {
-  public:
-    using HostError::HostError;
-};
-
-// Returns the output image of one step. `image` is the incoming image, or nil when there is none.
-//
-// Fails: MissingKeys; HostError for another filter without an output image; HostException when the module raises.
-[[nodiscard]] host::ObjectReference RunStep(host::Host& host, const PreparedStep& step, const host::Value& image);
-
-// Runs the steps on a plain color instead of a picture, without rendering anything. Throws MissingKeys when a setting
-// is missing; every other failure is left to the run on a picture.
-void CheckOutputs(host::Host& host, const std::vector<PreparedStep>& steps, bool hasInput);
+// Returns what is declared and never used, one sentence each.
+[[nodiscard]] std::vector<std::string> UnusedNames(const Recipe& recipe);

@@ -9,8 +9,10 @@
 #include <cstdint>
 #include <cstring>
 #include <fstream>
+#include <iterator>
 #include <new>
 #include <numbers>
+#include <span>
 #include <system_error>
 
 #include "host/description/color_name.h"
@@ -47,9 +49,14 @@ double NumberIn(const std::string& subject, std::string_view text) {
     return number;
 }
 
-Value Number(Host&, const std::string& setting, std::string_view text) { return NumberIn(setting, text); }
+// Returns the numbers as text with commas.
+std::string ListText(std::span<const double> numbers) {
+    std::string list;
+    for (const double number : numbers) list += (list.empty() ? "" : ",") + host::NumberText(number);
+    return list;
+}
 
-Value Integer(Host&, const std::string& setting, std::string_view text) {
+std::int32_t IntegerIn(const std::string& setting, std::string_view text) {
     std::int32_t number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     if (error != std::errc() || end != text.data() + text.size()) {
@@ -58,10 +65,34 @@ Value Integer(Host&, const std::string& setting, std::string_view text) {
     return number;
 }
 
-Value Boolean(Host&, const std::string& setting, std::string_view text) {
+bool BooleanIn(const std::string& setting, std::string_view text) {
     if (text == "yes" || text == "true") return true;
     if (text == "no" || text == "false") return false;
     throw HostError(setting, Quoted(text) + " is neither yes nor no");
+}
+
+Value Number(Host&, const std::string& setting, std::string_view text) { return NumberIn(setting, text); }
+
+std::string NumberCanonical(const std::string& setting, std::string_view text) {
+    return host::NumberText(NumberIn(setting, text));
+}
+
+Value Integer(Host&, const std::string& setting, std::string_view text) { return IntegerIn(setting, text); }
+
+std::string IntegerCanonical(const std::string& setting, std::string_view text) {
+    return std::to_string(IntegerIn(setting, text));
+}
+
+Value Boolean(Host&, const std::string& setting, std::string_view text) { return BooleanIn(setting, text); }
+
+std::string BooleanCanonical(const std::string& setting, std::string_view text) {
+    return BooleanIn(setting, text) ? "yes" : "no";
+}
+
+std::string Unchanged(const std::string&, std::string_view text) { return std::string(text); }
+
+std::string ListCanonical(const std::string& setting, std::string_view text) {
+    return ListText(NumbersIn(setting, text));
 }
 
 Value String(Host&, const std::string&, std::string_view text) { return host::TextValue(text); }
@@ -72,23 +103,23 @@ Value Vector(Host& host, const std::string& setting, std::string_view text) {
     return host.CallShared("CIVectorQOR", "FromNumbers", list);
 }
 
-// A color is a name or hexadecimal where it begins with a letter or #, and a list of components otherwise.
 Value Color(Host& host, const std::string& setting, std::string_view text) {
-    std::vector<double> components;
-    if (const auto color = FindColor(text)) {
-        components.assign(color->begin(), color->end());
-    } else if (text.starts_with('#') || (!text.empty() && std::isalpha(static_cast<unsigned char>(text[0])) != 0)) {
-        throw HostError(setting, Quoted(text) + " is not a color" + host::Suggestion(text, ColorNames()) +
-                                     "; expected a name, #rgb, #rrggbb or #rrggbbaa");
-    } else {
-        components = NumbersIn(setting, text);
-    }
-    if (components.size() == 3) components.push_back(1);
-    if (components.size() != 4) {
-        throw HostError(setting, "a color has 3 or 4 components, got " + std::to_string(components.size()));
-    }
-    const std::vector<Value> arguments(components.begin(), components.end());
+    const std::array<double, 4> color = ColorIn(setting, text);
+    const std::vector<Value> arguments(color.begin(), color.end());
     return host.CallShared("CIColorQOR", "RGBA", arguments);
+}
+
+std::string ColorCanonical(const std::string& setting, std::string_view text) {
+    const std::array<double, 4> color = ColorIn(setting, text);
+    const bool isOpaque = color[3] == 1;
+    const std::string list = ListText(std::span(color).first(isOpaque ? 3 : 4));
+    std::string digits = "#";
+    for (std::size_t i = 0; i < (isOpaque ? 3 : 4); ++i) {
+        if (!(color[i] >= 0 && color[i] <= 1)) return list;
+        const auto byte = static_cast<unsigned>(std::lround(color[i] * 255));
+        digits.append({"0123456789abcdef"[byte >> 4], "0123456789abcdef"[byte & 15]});
+    }
+    return FindColor(digits) == color ? digits : list;
 }
 
 Value Image(Host& host, const std::string&, std::string_view text) {
@@ -130,19 +161,32 @@ Affine AffineStep(const std::string& setting, std::string_view text) {
                                  "translate:X,Y, or six numbers and no steps");
 }
 
-Value Transform(Host& host, const std::string& setting, std::string_view text) {
-    Affine affine;
-    if (text.find(':') == std::string_view::npos) {
-        const std::vector<double> n = NumbersIn(setting, text);
-        if (n.size() != 6) throw HostError(setting, "a transform has 6 numbers, got " + std::to_string(n.size()));
-        affine = {n[0], n[1], n[2], n[3], n[4], n[5]};
-    } else {
-        for (std::string_view step : Split(text, ' ')) {
-            if (!step.empty()) affine = affine.Then(AffineStep(setting, step));
-        }
+// The steps of a transform, "rotate:30 scale:2"; none for six numbers.
+std::vector<std::string_view> AffineSteps(std::string_view text) {
+    std::vector<std::string_view> steps;
+    if (text.find(':') == std::string_view::npos) return steps;
+    for (std::string_view step : Split(text, ' ')) {
+        if (!step.empty()) steps.push_back(step);
     }
-    const Value elements[] = {affine.a, affine.b, affine.c, affine.d, affine.tx, affine.ty};
-    return host.CallShared("NSAffineTransformQOR", "Make", elements);
+    return steps;
+}
+
+Value Transform(Host& host, const std::string& setting, std::string_view text) {
+    const std::array<double, 6> elements = TransformIn(setting, text);
+    const std::vector<Value> arguments(elements.begin(), elements.end());
+    return host.CallShared("NSAffineTransformQOR", "Make", arguments);
+}
+
+// Steps stay steps: the sine of an angle may differ between machines.
+std::string TransformCanonical(const std::string& setting, std::string_view text) {
+    const std::array<double, 6> elements = TransformIn(setting, text);
+    std::string canonical;
+    for (const std::string_view step : AffineSteps(text)) {
+        const std::size_t colon = step.find(':');
+        canonical += (canonical.empty() ? "" : " ") + std::string(step.substr(0, colon + 1)) +
+                     ListCanonical(setting, step.substr(colon + 1));
+    }
+    return canonical.empty() ? ListText(elements) : canonical;
 }
 
 Value ColorSpace(Host& host, const std::string&, std::string_view text) {
@@ -187,32 +231,82 @@ Value Floats(Host&, const std::string& setting, std::string_view text) {
     return block;
 }
 
+// Where the path begins in the data of a color cube.
+std::size_t PathOfFloats(std::string_view text) {
+    if (text.starts_with('@')) return 1;
+    return text.ends_with(".cube") ? 0 : std::string_view::npos;
+}
+
+std::string FloatsCanonical(const std::string& setting, std::string_view text) {
+    return PathOfFloats(text) == std::string_view::npos ? ListCanonical(setting, text) : std::string(text);
+}
+
 // clang-format off
 const struct {
     std::string_view typeWord;
     Value (*read)(Host& host, const std::string& setting, std::string_view text);
-} kReaders[] = {
-    // type word              reader
-    {"double",                Number},
-    {"integer",               Integer},
-    {"boolean",               Boolean},
-    {"string",                String},
-    {"CIVectorQOR",           Vector},
-    {"CIColorQOR",            Color},
-    {"CIImageQOR",            Image},
-    {"NSAffineTransformQOR",  Transform},
-    {"CGColorSpaceQOR",       ColorSpace},
-    {"memoryblock",           Floats},
+    std::string (*canonical)(const std::string& setting, std::string_view text);
+} kTypes[] = {
+    // type word              reader      canonical text
+    {"double",                Number,     NumberCanonical},
+    {"integer",               Integer,    IntegerCanonical},
+    {"boolean",               Boolean,    BooleanCanonical},
+    {"string",                String,     Unchanged},
+    {"CIVectorQOR",           Vector,     ListCanonical},
+    {"CIColorQOR",            Color,      ColorCanonical},
+    {"CIImageQOR",            Image,      Unchanged},
+    {"NSAffineTransformQOR",  Transform,  TransformCanonical},
+    {"CGColorSpaceQOR",       ColorSpace, Unchanged},
+    {"memoryblock",           Floats,     FloatsCanonical},
 };
 // clang-format on
+
+const auto& RowOf(const host::Type& type, const std::string& setting) {
+    const auto row = std::find_if(std::begin(kTypes), std::end(kTypes),
+                                  [&](const auto& each) { return each.typeWord == type.word; });
+    if (row != std::end(kTypes)) return *row;
+    throw HostError(setting, "a " + type.word + " cannot be written on the command line");
+}
 
 }  // namespace
 
 Value SettingValue(Host& host, const host::Type& type, const std::string& setting, std::string_view text) {
-    for (const auto& reader : kReaders) {
-        if (reader.typeWord == type.word) return reader.read(host, setting, text);
+    return RowOf(type, setting).read(host, setting, text);
+}
+
+std::string CanonicalValue(const host::Type& type, const std::string& setting, std::string_view text) {
+    return RowOf(type, setting).canonical(setting, text);
+}
+
+std::size_t PathIn(const host::Type& type, std::string_view text) {
+    if (type.word == "CIImageQOR") return 0;
+    return type.word == "memoryblock" ? PathOfFloats(text) : std::string_view::npos;
+}
+
+// A color is a name or hexadecimal where it begins with a letter or #, and a list of components otherwise.
+std::array<double, 4> ColorIn(const std::string& setting, std::string_view text) {
+    if (const auto color = FindColor(text)) return *color;
+    if (text.starts_with('#') || (!text.empty() && std::isalpha(static_cast<unsigned char>(text[0])) != 0)) {
+        throw HostError(setting, Quoted(text) + " is not a color" + host::Suggestion(text, ColorNames()) +
+                                     "; expected a name, #rgb, #rrggbb or #rrggbbaa");
     }
-    throw HostError(setting, "a " + type.word + " cannot be written on the command line");
+    std::vector<double> components = NumbersIn(setting, text);
+    if (components.size() == 3) components.push_back(1);
+    if (components.size() != 4) {
+        throw HostError(setting, "a color has 3 or 4 components, got " + std::to_string(components.size()));
+    }
+    return {components[0], components[1], components[2], components[3]};
+}
+
+std::array<double, 6> TransformIn(const std::string& setting, std::string_view text) {
+    if (text.find(':') == std::string_view::npos) {
+        const std::vector<double> n = NumbersIn(setting, text);
+        if (n.size() != 6) throw HostError(setting, "a transform has 6 numbers, got " + std::to_string(n.size()));
+        return {n[0], n[1], n[2], n[3], n[4], n[5]};
+    }
+    Affine affine;
+    for (const std::string_view step : AffineSteps(text)) affine = affine.Then(AffineStep(setting, step));
+    return {affine.a, affine.b, affine.c, affine.d, affine.tx, affine.ty};
 }
 
 std::vector<std::string> KnownValues(const host::Type& type) {

@@ -14,10 +14,12 @@
 //   memoryblock            table.cube  @file of raw 32-bit floats  or the numbers themselves
 //
 // Threads: the host's thread.
-// Adding a type: a row in kReaders.
+// Adding a type: a row in kTypes.
 
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -30,6 +32,19 @@
 //        whose file is missing.
 [[nodiscard]] host::Value SettingValue(host::Host& host, const host::Type& type, const std::string& setting,
                                        std::string_view text);
+
+// Returns the canonical text of a value: numbers as the shortest decimals that read back equal, colors as #rrggbb or
+// #rrggbbaa where these are exact. Throws HostError for a text that is not of the type; reads no files.
+[[nodiscard]] std::string CanonicalValue(const host::Type& type, const std::string& setting, std::string_view text);
+
+// Returns the index in a value at which the path of a file begins; npos for a value that names no file.
+[[nodiscard]] std::size_t PathIn(const host::Type& type, std::string_view text);
+
+// The components of a color from 0 to 1, red, green, blue and alpha. Throws HostError for a text that is not a color.
+[[nodiscard]] std::array<double, 4> ColorIn(const std::string& setting, std::string_view text);
+
+// The elements a, b, c, d, tx, ty of a transform. Throws HostError for a text that is not a transform.
+[[nodiscard]] std::array<double, 6> TransformIn(const std::string& setting, std::string_view text);
 
 // Returns the names that a value of a type can have, for completion; none where values have no names.
 [[nodiscard]] std::vector<std::string> KnownValues(const host::Type& type);

@@ -9,7 +9,6 @@
 #include "host/description/class_description.h"
 #include "host/description/described_value.h"
 #include "host/description/names.h"
-#include "host/recipe/recipe.h"
 #include "host/recipe/setting_value.h"
 #include "host/runtime/errors.h"
 
@@ -26,7 +25,7 @@ constexpr const char* kImageKey = "inputImage";
 constexpr const char* kOutputKey = "outputImage";
 constexpr const char* kDimensionKey = "inputCubeDimension";
 
-bool IsImage(const Member& member) { return member.declaration.result.word == "CIImageQOR"; }
+bool IsImage(const host::Type& type) { return type.word == "CIImageQOR"; }
 
 // How a unit changes with the scale: by this power of it.
 int PowerOf(const std::string& unit) {
@@ -72,24 +71,8 @@ class Chain {
     Chain(Host& host, const ChainSources& sources) : host_(host), sources_(sources), image_(sources.photo) {}
 
     void Add(const Card& card) {
-        const host::Class& isa = FilterNamed(host_, card.filter);
-        const ObjectReference filter = host_.Construct(isa.Name());
-        bool isImageSet = false;
-        bool isIncomingUsed = false;
-        for (const auto& [key, text] : card.settings) {
-            const Member& member = KeyNamed(isa, key, key);
-            isImageSet |= member.declaration.name == kImageKey;
-            isIncomingUsed |= IsImage(member) && text == "-";
-            host_.Set(filter.Get(), member.declaration.name, ValueOf(member, text));
-            if (member.declaration.result.word == "memoryblock") SetDimension(filter, card);
-        }
-        if (!isImageSet && !isIncomingUsed && isa.FindMember(kImageKey) != nullptr) {
-            host_.Set(filter.Get(), kImageKey, image_);
-        }
-        if (sources_.scale != 1) Scale(filter, FilterShortName(isa.Name()), isa);
-        const Value output = host_.Get(filter.Get(), kOutputKey);
-        if (!std::holds_alternative<ObjectReference>(output)) throw HostError(MissingText(filter), kNoPicture);
-        image_ = output;
+        const StepClass step = StepNamed(host_, card.filter);
+        image_ = step.method != nullptr ? ResultOfMethod(card, step) : ResultOfFilter(card, step);
         results_[card.name] = image_;
     }
 
@@ -98,9 +81,44 @@ class Chain {
   private:
     static constexpr const char* kNoPicture = "it has no output image for these settings";
 
-    Value ValueOf(const Member& member, const std::string& text) {
+    Value ResultOfFilter(const Card& card, const StepClass& step) {
+        const host::Class& isa = *step.isa;
+        const ObjectReference filter = host_.Construct(isa.Name());
+        bool takesIncoming = isa.FindMember(kImageKey) != nullptr;
+        for (const auto& [name, text] : card.settings) {
+            const StepKey key = StepKeyNamed(step, name, name);
+            const bool isIncoming = IsImage(key.type) && text == "-";
+            takesIncoming &= !isIncoming && key.name != kImageKey;
+            host_.Set(filter.Get(), key.name, ValueOf(key, text));
+            if (key.type.word == "memoryblock") SetDimension(filter, card);
+        }
+        if (takesIncoming) host_.Set(filter.Get(), kImageKey, image_);
+        if (sources_.scale != 1) Scale(filter, FilterShortName(isa.Name()), isa);
+        const Value output = host_.Get(filter.Get(), kOutputKey);
+        if (!std::holds_alternative<ObjectReference>(output)) throw HostError(MissingText(filter), kNoPicture);
+        return output;
+    }
+
+    Value ResultOfMethod(const Card& card, const StepClass& step) {
+        std::map<std::string, Value> values;
+        for (const auto& [name, text] : card.settings) {
+            const StepKey key = StepKeyNamed(step, name, name);
+            values[key.name] = ValueOf(key, text);
+        }
+        std::vector<Value> arguments;
+        for (const host::Parameter& parameter : step.method->declaration.parameters) {
+            const auto found = values.find(parameter.name);
+            if (found == values.end()) throw HostError(step.Name(), parameter.name + " is not set");
+            arguments.push_back(found->second);
+        }
+        const auto given = values.find(kImageKey);
+        const Value& receiver = given != values.end() ? given->second : image_;
+        return host_.Call(std::get<ObjectReference>(receiver).Get(), step.Name(), arguments);
+    }
+
+    Value ValueOf(const StepKey& stepKey, const std::string& text) {
         const bool isFile = text.starts_with('#');
-        if (IsImage(member)) {
+        if (IsImage(stepKey.type)) {
             if (text == "-") return image_;
             if (text == "$input") return sources_.photo;
             if (isFile) return sources_.image(text.substr(1));
@@ -108,8 +126,7 @@ class Chain {
             if (result == results_.end()) throw HostError(text, "there is no such image before this card");
             return result->second;
         }
-        const std::string& key = member.declaration.name;
-        const host::Type& type = member.declaration.result;
+        const auto& [key, type] = stepKey;
         if (!IsFileName(type)) return SettingValue(host_, type, key, text);
         if (isFile) return SettingValue(host_, type, key, sources_.path(text.substr(1)));
         // Only numbers: no text of the page may name a file.
@@ -140,7 +157,7 @@ class Chain {
         std::string missing;
         for (const Member& member : filter->isa->Members()) {
             const std::string& key = member.declaration.name;
-            if (!IsImage(member) || key == kOutputKey) continue;
+            if (!IsImage(member.declaration.result) || key == kOutputKey) continue;
             if (!std::holds_alternative<std::monostate>(host_.Get(filter.Get(), key))) continue;
             missing += (missing.empty() ? "" : ", ") + key;
         }
@@ -167,13 +184,14 @@ void ForCard(const Card& card, Work work) {
 
 // Whether a card has a distance that a scale makes too short.
 bool HasShortDistance(Host& host, const Card& card, double scale) {
-    const host::Class& isa = FilterNamed(host, card.filter);
+    const StepClass step = StepNamed(host, card.filter);
+    const host::Class& isa = *step.isa;
     const ObjectReference filter = host.Construct(isa.Name());
     for (const auto& [key, unit] : UnitsOf(FilterShortName(isa.Name()), isa)) {
         if (unit != "pixels") continue;
         const auto setting = std::ranges::find(card.settings, key, &std::pair<std::string, std::string>::first);
         const Value value = setting != card.settings.end()
-                                ? SettingValue(host, KeyNamed(isa, key, key).declaration.result, key, setting->second)
+                                ? SettingValue(host, StepKeyNamed(step, key, key).type, key, setting->second)
                                 : host.Get(filter.Get(), key);
         const auto* number = std::get_if<double>(&value);
         if (number != nullptr && *number != 0 && std::abs(*number) * scale < kLeastPreviewPixels) return true;
@@ -187,7 +205,9 @@ bool CanBeScaled(Host& host, const std::vector<Card>& cards, double scale) {
     return std::ranges::none_of(cards, [&](const Card& card) {
         bool isShort = false;
         ForCard(card, [&] {
-            isShort = WorksOnPixels(FilterShortName(FilterNamed(host, card.filter).Name())) ||
+            const StepClass step = StepNamed(host, card.filter);
+            // The arguments of a method have no units.
+            isShort = step.method != nullptr || WorksOnPixels(FilterShortName(step.Name())) ||
                       HasShortDistance(host, card, scale);
         });
         return isShort;
