@@ -134,7 +134,7 @@ class Canonizer {
         if (to.empty()) return resolved;
         std::error_code error;
         const fs::path folder = fs::weakly_canonical(fs::absolute(resolved, error).parent_path(), error);
-        const fs::path base = fs::weakly_canonical(to, error);
+        const fs::path base = fs::weakly_canonical(fs::absolute(to, error), error);
         return (folder / fs::path(resolved).filename()).lexically_relative(base).string();
     }
 

@@ -179,7 +179,7 @@ class LineReader {
 
     void ReadPicture(const std::vector<Word>& line) {
         const std::string name = NameIn(line[1]);
-        const Word& value = ValueIn(line, 3);
+        const Word& value = ValueIn(line, 2);
         recipe_.pictures.push_back(
             {name, TextOfValue(value.value), value.place, "picture " + name + " = " + value.text});
     }
