@@ -2,6 +2,7 @@
 #
 #   make run               put a photo through a filter of the 32-bit module: build/run/blurred.png
 #   make gallery           put the photo through every filter and write pages to browse: build/gallery/index.html
+#   make studio            open the photo in the browser, where every filter can be tried live; prints the link
 #   make test              build and test both widths
 #   make recipes           follow the README's recipes on a copy of the tree, and test the result, 64 bits
 #   make lint              check formatting, include directions, spelling and the quick static checks
@@ -16,6 +17,8 @@
 #   make fidelity          write docs/fidelity.md anew: how close each filter is to the platform's; needs its renders
 #   make bench             measure the engine beside other libraries, and the cost of a call of the module
 #   make bench-files       measure the program from file to file beside other programs
+#   make bench-studio      measure how fast the studio follows the mouse, and write docs/speed.md's table; not a test
+#   make soak-studio       use the studio at random for ten minutes and watch its memory
 #   make clean             remove what was built; the 32-bit sysroot stays
 #
 #   ABI=x86_64             the other width for run, gallery and install; only that width for the targets that use both
@@ -40,7 +43,7 @@ TEST_PRESETS ?= $(TEST_ABIS)
 MACOS_MODULE := $(if $(MODULE),$(filter i386,$(ABI)))
 
 .PHONY: run gallery test lint tidy install package wheel package-test mutants sanitize coverage bench clean
-.PHONY: fidelity recipes bench-files program-% configure-% build-% package-%
+.PHONY: fidelity recipes studio bench-studio soak-studio bench-files program-% configure-% build-% package-%
 
 run: program-$(ABI)
 	$(if $(MACOS_MODULE),@cmake --build --preset $(ABI) --target zeva_filters_macos -- --quiet)
@@ -50,6 +53,21 @@ run: program-$(ABI)
 
 gallery: program-$(ABI)
 	@build/$(ABI)/bin/zeva gallery "$(PHOTO)" -o build/gallery
+
+# The build folder looks for the web server's library again, which may be new.
+studio:
+	@tools/setup $(ABI) studio
+	@tools/configure program $(ABI) -UZEVA_civetweb_*
+	@tools/report_time compile cmake --build --preset $(ABI) --target zeva zeva_filters zeva_companion -- --quiet
+	@build/$(ABI)/bin/zeva studio "$(PHOTO)"
+
+bench-studio: build-x86_64
+	@tools/setup browser
+	@tests/studio/speed.py build/x86_64/bin/zeva --write
+
+soak-studio: build-x86_64
+	@tools/setup browser
+	@tests/studio/soak.py build/x86_64/bin/zeva
 
 test:
 	@tools/test $(TEST_PRESETS)

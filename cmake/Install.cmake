@@ -7,6 +7,7 @@
 #   lib/python3/dist-packages/zeva   the package for Python
 #   lib/cmake/zeva           the CMake package: find_package(zeva)
 #   include/zeva             the headers for module authors, and zeva/host.h for programs in C
+#   share/zeva/recipes       recipes; lib/zeva/recipes is a link to them
 #   share/doc/zeva, share/man, share/bash-completion
 #
 # Installed files name the system's loader and find each other relative to themselves; tests/package checks that they do
@@ -32,6 +33,9 @@ endif()
 # The codecs of the formats whose libraries were there when the program was built.
 get_property(codecs GLOBAL PROPERTY ZEVA_IMAGE_CODECS)
 list(APPEND libraries ${codecs})
+if(TARGET zeva_studio_server)
+    list(APPEND libraries zeva_studio_server)
+endif()
 set_target_properties(zeva zeva_filters zeva_companion zeva_host_library ${libraries} PROPERTIES
     INSTALL_RPATH "$ORIGIN/../lib")
 install(TARGETS zeva RUNTIME DESTINATION ${private}/bin)
@@ -69,6 +73,7 @@ install(DIRECTORY python/zeva ${CMAKE_BINARY_DIR}/python/zeva DESTINATION ${pack
 install(FILES docs/python.md DESTINATION share/doc/python3-zeva COMPONENT python)
 install(FILES LICENSE DESTINATION share/doc/python3-zeva COMPONENT python RENAME copyright)
 
+install(DIRECTORY share/recipes DESTINATION share/zeva)
 install(FILES README.md CHANGELOG.md DESTINATION share/doc/zeva)
 install(FILES LICENSE DESTINATION share/doc/zeva RENAME copyright)
 install(FILES docs/zeva.1 DESTINATION share/man/man1)
@@ -81,6 +86,7 @@ install(CODE "
     set(root \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}\")
     file(MAKE_DIRECTORY \"\${root}/bin\")
     file(CREATE_LINK ../${private}/bin/zeva \"\${root}/bin/zeva\" SYMBOLIC)
+    file(CREATE_LINK ../../share/zeva/recipes \"\${root}/${private}/recipes\" SYMBOLIC)
     execute_process(COMMAND \"${CMAKE_STRIP}\" --strip-debug \"\${root}/${private}/lib/libzeva_plugin.a\"
         COMMAND_ERROR_IS_FATAL ANY)
     file(GLOB binaries
@@ -114,19 +120,20 @@ set(ZEVA_LOADED_LIBRARIES
     "libtbb.so.12           libtbb12 (>= 2021.8)"
     "libtbbmalloc.so.2      libtbbmalloc2 (>= 2021.8)"
     "libhwy.so.1            libhwy1 (>= 1.0.3)")
-# The same for the codecs, which are loaded only for a file that needs them. The package recommends these.
+# The same for the codecs and the studio, which are loaded only when they are needed. The package recommends these.
 set(ZEVA_CODEC_LIBRARIES
     "webp    libwebp.so.7       libwebp7 (>= 1.2.4)"
     "webp    libwebpmux.so.3    libwebpmux3 (>= 1.2.4)"
     "webp    libwebpdemux.so.2  libwebpdemux2 (>= 1.2.4)"
     "tiff    libtiff.so.6       libtiff6 (>= 4.5.0)"
-    "heif    libheif.so.1       libheif1 (>= 1.15)")
+    "heif    libheif.so.1       libheif1 (>= 1.15)"
+    "studio_server libcivetweb.so.1 libcivetweb1 (>= 1.15)")
 set(loaded "")
 set(dependencies "")
 set(recommended "")
 foreach(row IN LISTS ZEVA_CODEC_LIBRARIES)
     string(REGEX MATCH "^([^ ]+) +([^ ]+) +(.+)$" row "${row}")
-    if(TARGET zeva_codec_${CMAKE_MATCH_1})
+    if(TARGET zeva_codec_${CMAKE_MATCH_1} OR TARGET zeva_${CMAKE_MATCH_1})
         string(APPEND loaded "${CMAKE_MATCH_2}\n")
         list(APPEND recommended "${CMAKE_MATCH_3}")
     endif()

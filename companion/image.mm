@@ -230,6 +230,37 @@ ZEVAobjectStruct* Resized(ZEVAobjectStruct* self, std::int32_t width, std::int32
     return NewResult(image, original, member, consequence);
 }
 
+// Returns the image stretched over the extent of another one. Raises unless both are finite and not empty.
+ZEVAobjectStruct* Covering(ZEVAobjectStruct* self, ZEVAobjectStruct* other) {
+    NSString* const member = @"CIImageQOR.Covering";
+    NSString* const consequence = @"nothing was resized";
+    CIImage* original = ImageOf(self);
+    CIImage* below = WrappedIn(other);
+    if (below == nil) return Refused(member, @"the other image is nil", consequence);
+    if (original == nil) return nullptr;
+    const CGRect target = CGRectIntegral([below extent]);
+    NSString* reason = nil;
+    if (CGRectIsEmpty([original extent]) || CGRectIsEmpty(target)) {
+        reason = @"an image is empty";
+    } else if (CGRectIsInfinite([original extent]) || CGRectIsInfinite(target)) {
+        reason = @"an image is infinite, crop it first";
+    } else if (target.size.width > INT32_MAX || target.size.height > INT32_MAX) {
+        reason = @"the image to cover extends too far, crop it first";
+    }
+    if (reason != nil) return Refused(member, reason, consequence);
+    CIImage* image = [original imageByResizingToWidth:static_cast<std::int32_t>(target.size.width)
+                                               height:static_cast<std::int32_t>(target.size.height)
+                                                 mode:kCIEngineResizeStretch];
+    if (image == nil && *CIEngineFailure() == '\0') {
+        return Refused(member, @"the image extends too far, crop it first", consequence);
+    }
+    const bool isMoved = target.origin.x != 0 || target.origin.y != 0;
+    if (isMoved) {
+        image = [image imageByApplyingTransform:CGAffineTransformMake(1, 0, 0, 1, target.origin.x, target.origin.y)];
+    }
+    return NewResult(image, original, member, consequence);
+}
+
 void FinalizeImage(ZEVAobjectStruct* self) {
     auto* object = reinterpret_cast<OpenedImageObject*>(self);
     [object->shared.wrapped release];
@@ -244,6 +275,7 @@ ZEVAmethod imageMethods[] = {
     COMPANION_METHOD("Over(background as CIImageQOR) as CIImageQOR", Over),
     COMPANION_METHOD("Transform(transform as NSAffineTransformQOR) as CIImageQOR", Transform),
     COMPANION_METHOD("Resized(width as integer, height as integer, mode as string) as CIImageQOR", Resized),
+    COMPANION_METHOD("Covering(other as CIImageQOR) as CIImageQOR", Covering),
     COMPANION_METHOD("Save(path as string)", SaveImage),
     COMPANION_METHOD("SaveWithQuality(path as string, quality as double)", SaveImageWithQuality),
     COMPANION_METHOD("SaveInSpace(path as string, quality as double, space as CGColorSpaceQOR)", SaveImageInSpace),

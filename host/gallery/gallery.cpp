@@ -8,6 +8,8 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <map>
 #include <span>
 #include <tuple>
@@ -17,6 +19,9 @@
 #include "host/batch/progress.h"
 #include "host/description/class_description.h"
 #include "host/gallery/pages.h"
+#include "host/recipe/prepared_recipe.h"
+#include "host/recipe/recipe_lua.h"
+#include "host/recipe/recipe_syntax.h"
 #include "host/runtime/errors.h"
 #include "host/runtime/text.h"
 #include "host/runtime/write_file.h"
@@ -35,12 +40,26 @@ using host::HostError;
 using host::ObjectReference;
 using std::filesystem::path;
 
-// A sample to run for a photo.
+// A sample or a recipe to run for a photo.
 struct Job {
     const GalleryPhoto* photo;
     const GalleryFilter* filter;
     const Sample* sample;
+    const GalleryRecipe* recipe = nullptr;  // in place of the filter and the sample
 };
+
+// The recipes of a folder.
+std::vector<GalleryRecipe> Recipes(const path& folder) {
+    std::vector<GalleryRecipe> recipes;
+    for (const std::string& name : RecipeNamesIn(folder)) {
+        const std::string file = (folder / name).string();
+        std::ifstream stream(file);
+        const std::string text{std::istreambuf_iterator<char>(stream), {}};
+        const std::string picture = "recipe-" + path(name).stem().string() + ".jpg";
+        recipes.push_back({name, file, ParseRecipe(text, file).title, text, picture});
+    }
+    return recipes;
+}
 
 // The filters of the loaded modules, in the order of the overview: by category and title.
 std::vector<GalleryFilter> Filters(Host& host) {
@@ -82,6 +101,14 @@ void RunIn(Host& host, const path& folder, const std::string& text, const std::s
            std::span<const std::string> arguments = {}) {
     std::filesystem::current_path(folder);
     host::script::Script(host).RunText(text, name, arguments);
+}
+
+// Writes the picture of a recipe in the folder of a photo.
+void RunRecipeIn(Host& host, const path& folder, const GalleryRecipe& recipe) {
+    const Recipe parsed = ReadRecipeFile(recipe.file);
+    const std::string program = RecipeLua(parsed, PrepareRecipe(host, parsed, /*hasInput=*/true), /*hasInput=*/true);
+    const std::string arguments[] = {"photo.jpg", recipe.picture};
+    RunIn(host, folder, program, recipe.name, arguments);
 }
 
 // Runs a job for each photo. Throws PhotoError for the first one that fails.
@@ -129,19 +156,24 @@ void Render(Host& host, Gallery& gallery, const path& target, bool isQuiet) {
         for (const GalleryFilter& filter : gallery.filters) {
             for (const Sample& sample : filter.samples) jobs.push_back({&photo, &filter, &sample});
         }
+        for (const GalleryRecipe& recipe : gallery.recipes) jobs.push_back({&photo, nullptr, nullptr, &recipe});
     }
     Progress progress(jobs.size(), isQuiet);
     const auto prepare = [&]() -> BatchJob {
         return [&](std::size_t i) {
-            RunIn(host, target / jobs[i].photo->folder, jobs[i].sample->text, jobs[i].filter->Title().name);
+            const path folder = target / jobs[i].photo->folder;
+            if (jobs[i].recipe != nullptr) return RunRecipeIn(host, folder, *jobs[i].recipe);
+            RunIn(host, folder, jobs[i].sample->text, jobs[i].filter->Title().name);
         };
     };
     RunBatch(jobs.size(), prepare, [&](std::size_t i, const std::string& failure, int) {
-        const auto& [photo, filter, sample] = jobs[i];
+        const auto& [photo, filter, sample, recipe] = jobs[i];
         if (failure.empty()) return progress.Done("");
-        for (const std::string& picture : sample->pictures) {
+        const std::vector<std::string> pictures = recipe != nullptr ? std::vector{recipe->picture} : sample->pictures;
+        for (const std::string& picture : pictures) {
             gallery.missing[photo->folder + "/" + picture] = host::PrintableText(Reason(failure));
         }
+        if (recipe != nullptr) return progress.Done(recipe->name + ", " + photo->name + ": " + Reason(failure));
         progress.Done(filter->Title().name + ", " + sample->caption + ", " + photo->name + ": " + Reason(failure));
     });
     progress.Summarize("written to " + target.string());
@@ -166,6 +198,7 @@ void WritePages(const Gallery& gallery, const path& target) {
     for (std::size_t i = 0; i < gallery.filters.size(); ++i) {
         host::WriteFile(target / PageName(gallery.filters[i]), FilterPage(gallery, i));
     }
+    if (!gallery.recipes.empty()) host::WriteFile(target / kRecipesPage, RecipesPage(gallery));
     host::WriteFile(target / "gallery.css", std::string(kColorStyle) + "\n" + kGalleryStyle);
     host::WriteFile(target / "gallery.js", kGalleryScript);
     host::WriteFile(target / "prepare.lua", kPrepareScript);
@@ -173,8 +206,9 @@ void WritePages(const Gallery& gallery, const path& target) {
 
 }  // namespace
 
-bool WriteGallery(Host& host, const std::vector<std::string>& photos, const std::string& folder, bool isQuiet) {
-    Gallery gallery = {Photos(photos), Filters(host), {}};
+bool WriteGallery(Host& host, const std::vector<std::string>& photos, const std::string& folder, const path& recipes,
+                  bool isQuiet) {
+    Gallery gallery = {Photos(photos), Filters(host), Recipes(std::filesystem::absolute(recipes)), {}};
     const path target = std::filesystem::absolute(folder).lexically_normal();
     const path pictures = std::filesystem::weakly_canonical(target / "pictures");
     for (const std::string& photo : photos) {

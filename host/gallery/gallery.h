@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -14,7 +15,8 @@ class PhotoError : public host::HostError {
     using HostError::HostError;
 };
 
-// Writes the gallery of some photos to a folder, which is created when it is missing. Prints each program that
+// Writes the gallery of some photos to a folder, which is created when it is missing. It shows the filters, and the
+// recipes of a folder. Prints each program that
 // failed and, unless it is quiet, the progress.
 //
 // Returns whether all pictures were made. In either case the pages are complete and give the reason for each missing
@@ -23,4 +25,4 @@ class PhotoError : public host::HostError {
 // Fails:  PhotoError; HostError when a photo lies where a picture would be written, and when a page cannot be written.
 // Thread: the host's. The process must have only this thread, because worker processes are forked.
 [[nodiscard]] bool WriteGallery(host::Host& host, const std::vector<std::string>& photos, const std::string& folder,
-                                bool isQuiet);
+                                const std::filesystem::path& recipes, bool isQuiet);

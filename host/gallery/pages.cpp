@@ -109,15 +109,44 @@ Html Strip(const Gallery& gallery, const GalleryFilter& filter, const Sample& sa
                 {frames, sample.caption});
 }
 
-// The photo before and after the filter. gallery.js puts one over the other and adds the slider.
-Html Comparison(const Gallery& gallery, const GalleryFilter& filter, const Sample& sample, const GalleryPhoto& photo) {
+// The photo before and after. gallery.js puts one over the other and adds the slider.
+Html BeforeAndAfter(const Gallery& gallery, const GalleryPhoto& photo, const std::string& picture,
+                    const std::string& alt, const std::string& caption) {
     return Fill(R"(<figure class="compare"><div class="pair">
 <div class="before">{}<span>Before</span></div>
 <div class="after">{}<span>After</span></div>
 </div><figcaption>{}</figcaption></figure>
 )",
-                {Picture(gallery, photo, "photo.jpg", photo.name + " before the filter"),
-                 Picture(gallery, photo, sample.pictures[0], AltText(filter, sample, photo)), sample.caption});
+                {Picture(gallery, photo, "photo.jpg", photo.name + " as it is"), Picture(gallery, photo, picture, alt),
+                 caption});
+}
+
+Html Comparison(const Gallery& gallery, const GalleryFilter& filter, const Sample& sample, const GalleryPhoto& photo) {
+    return BeforeAndAfter(gallery, photo, sample.pictures[0], AltText(filter, sample, photo), sample.caption);
+}
+
+// A recipe with its pictures and its text.
+Html RecipeSection(const Gallery& gallery, const GalleryRecipe& recipe) {
+    Html figures;
+    for (const GalleryPhoto& photo : gallery.photos) {
+        const std::string alt = photo.name + " through " + recipe.name;
+        const std::string command = "zeva apply " + recipe.name + " " + photo.name;
+        figures += BeforeAndAfter(gallery, photo, recipe.picture, alt, command);
+    }
+    return Fill(R"(<section><h2>{}</h2>
+<p class="sentence">{}</p>
+<div class="figures">
+{}</div>
+<details><summary>{}</summary><pre tabindex="0"><code>{}</code></pre></details></section>
+)",
+                {recipe.ShortTitle(), recipe.title, figures, recipe.name, recipe.text});
+}
+
+// The link to the recipes; none without recipes.
+Html RecipesLink(const Gallery& gallery) {
+    if (gallery.recipes.empty()) return {};
+    return Fill("<nav aria-label=\"Recipes\"><a href=\"{}\">{} recipes, made of these filters</a></nav>\n",
+                {kRecipesPage, static_cast<int>(gallery.recipes.size())});
 }
 
 Html Single(const Gallery& gallery, const GalleryFilter& filter, const Sample& sample, const GalleryPhoto& photo) {
@@ -256,9 +285,10 @@ std::string IndexPage(const Gallery& gallery) {
         options += Fill("<option>{}</option>", {category});
     }
     const std::string title = Filters(gallery.filters.size());
-    return Page("Gallery of " + title, Fill(R"(<header><h1>{}</h1>
+    return Page("Gallery of " + title,
+                Fill(R"(<header><h1>{}</h1>
 <p>Each filter is a class of the module. The module itself made the pictures of {}.</p>
-<form class="tools" role="search" hidden>
+{}<form class="tools" role="search" hidden>
 <label>Search <input type="search" id="search" autocomplete="off"></label>
 <label>Category <select id="category"><option value="">All</option>{}</select></label>
 <output id="count" for="search category"></output>
@@ -266,7 +296,19 @@ std::string IndexPage(const Gallery& gallery) {
 <main>
 {}</main>
 )",
-                                            {title, gallery.photos.front().name, options, sections}));
+                     {title, gallery.photos.front().name, RecipesLink(gallery), options, sections}));
+}
+
+std::string RecipesPage(const Gallery& gallery) {
+    Html sections;
+    for (const GalleryRecipe& recipe : gallery.recipes) sections += RecipeSection(gallery, recipe);
+    return Page("Recipes", Fill(R"(<header><nav aria-label="Filters"><a href="index.html">All filters</a></nav>
+<h1>Recipes</h1>
+<p>A recipe is a file of filters and settings. These come with the program; docs/recipes.md explains them.</p></header>
+<main>
+{}</main>
+)",
+                                {sections}));
 }
 
 std::string FilterPage(const Gallery& gallery, std::size_t index) {

@@ -1,4 +1,4 @@
-// pages.h - the gallery's pages: an overview, and one page for each filter.
+// pages.h - the gallery's pages: an overview, one page for each filter, and one for all recipes.
 //
 // They are in one folder with gallery.css, gallery.js and prepare.lua; the pictures of each photo are in
 // pictures/<photo>/. Every page works without JavaScript; gallery.js adds the search, the choice of a category, and
@@ -29,15 +29,34 @@ struct GalleryFilter {
     const FilterTitle& Title() const { return description.filter->title; }
 };
 
+// A recipe that comes with the program.
+struct GalleryRecipe {
+    std::string name;     // "warm-film.recipe"
+    std::string file;     // its path
+    std::string title;    // "Warm film: golden light ..."
+    std::string text;     // the file
+    std::string picture;  // the file that it writes in each photo's folder
+
+    // The title without the part behind the colon.
+    std::string ShortTitle() const { return title.substr(0, title.find(':')); }
+};
+
 // The content of the pages. Filters are sorted by category and title.
 struct Gallery {
     std::vector<GalleryPhoto> photos;
     std::vector<GalleryFilter> filters;
+    std::vector<GalleryRecipe> recipes;
     std::map<std::string, std::string> missing;  // pictures that are missing, by path, and the reason
 };
 
 // Returns the file name of a filter's page.
 [[nodiscard]] std::string PageName(const GalleryFilter& filter);
+
+// The file name of the page of recipes.
+inline constexpr const char* kRecipesPage = "recipes.html";
+
+// Returns the page of recipes: for each its text, and each photo before and after.
+[[nodiscard]] std::string RecipesPage(const Gallery& gallery);
 
 // Returns the overview: a card for each filter.
 [[nodiscard]] std::string IndexPage(const Gallery& gallery);

@@ -23,7 +23,7 @@ int Run(ProgramOptions options, const GalleryRequest& request) {
     options.workers = WorkersOfBatch(SIZE_MAX);
     const auto host = MakeHost(options);
     try {
-        return WriteGallery(*host, request.photos, request.folder, options.isQuiet) ? kDone : kFailed;
+        return WriteGallery(*host, request.photos, request.folder, SharedRecipes(), options.isQuiet) ? kDone : kFailed;
     } catch (const PhotoError& error) {
         throw Failure(StatusOfNumber(error.ErrorNumber(), kFailed), error.what());
     }
@@ -35,7 +35,7 @@ Command GalleryCommand() {
     const auto request = std::make_shared<GalleryRequest>();
     return {
         .name = "gallery",
-        .help = "Writes pages that show every filter on photos.",
+        .help = "Writes pages that show every filter and recipe on photos.",
         .arguments =
             {
                 {"PHOTO", &request->photos, "photo; scaled down to at most 800 pixels", /*isRequired=*/true},

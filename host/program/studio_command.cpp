@@ -75,7 +75,8 @@ int RunStudio(const ProgramOptions& options, const StudioRequest& request) {
     studio::StudioResult result;
     run({.photos = request.photos,
          .folder = request.folder,
-         .presets = DataFolder().empty() ? "" : DataFolder() + "/recipes",
+         .sharedRecipes = SharedRecipes().string(),
+         .ownRecipes = DataFolder().empty() ? "" : DataFolder() + "/recipes",
          .port = static_cast<int>(request.port),
          .opensBrowser = !request.opensNothing,
          .isQuiet = options.isQuiet,

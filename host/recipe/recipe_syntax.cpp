@@ -155,7 +155,8 @@ class LineReader {
     // Reads the VALUE of a declaration behind the = at an index, and the inputs of a command behind it.
     const Word& ValueIn(const std::vector<Word>& line, std::size_t equals) {
         if (line.size() == equals + 1) {
-            throw RecipeError(line[0].place, line[0].text, "expected a value after the =, \"\" is an empty one");
+            throw RecipeError(line[0].place, line[0].text,
+                              "expected a value after the =, in quotes if it is empty or begins with #");
         }
         const Word& value = line[equals + 1];
         if (std::ranges::any_of(PartsOf(value.value), &ValuePart::isReference)) {

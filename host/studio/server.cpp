@@ -14,12 +14,15 @@
 
 #include <civetweb.h>
 #include <fcntl.h>
+#include <netinet/in.h>
 #include <poll.h>
 #include <spawn.h>
 #include <sys/signalfd.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <cctype>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -39,6 +42,7 @@
 #include "host/studio/gate.h"
 #include "host/studio/open_files.h"
 #include "host/studio/pages.h"
+#include "host/studio/presets.h"
 
 extern char** environ;
 
@@ -81,9 +85,33 @@ int Reply(mg_connection* connection, int status, const char* type, std::string_v
     return status;
 }
 
+// Ends a connection on which more may come than anybody wants to read. The web server would read it all before it
+// closes, and tells no one the socket; so the socket is found by its other end.
+void HangUp(const mg_connection* connection) {
+    const int port = mg_get_request_info(connection)->remote_port;
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator("/proc/self/fd", error)) {
+        sockaddr_storage peer = {};
+        socklen_t size = sizeof peer;
+        const int socket = std::atoi(entry.path().filename().c_str());
+        if (getpeername(socket, reinterpret_cast<sockaddr*>(&peer), &size) != 0) continue;
+        // The port stands at the same place in the addresses of both versions.
+        const bool isInternet = peer.ss_family == AF_INET || peer.ss_family == AF_INET6;
+        if (isInternet && ntohs(reinterpret_cast<const sockaddr_in*>(&peer)->sin_port) == port) {
+            // The web server goes on with a socket from which nothing comes.
+            const int nobody = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+            dup3(nobody, socket, O_CLOEXEC);
+            close(nobody);
+        }
+    }
+}
+
 int Refuse(mg_connection* connection, int status, const char* reason) {
-    // What is left of the request is not read: it may have no end.
-    return Reply(connection, status, "text/plain; charset=utf-8", std::string(reason) + "\n", "Connection: close\r\n");
+    Reply(connection, status, "text/plain; charset=utf-8", std::string(reason) + "\n", "Connection: close\r\n");
+    const bool hasBody = mg_get_header(connection, "Content-Length") != nullptr ||
+                         mg_get_header(connection, "Transfer-Encoding") != nullptr;
+    if (hasBody) HangUp(connection);
+    return status;
 }
 
 int Answer(mg_connection* connection, const Json& json) {
@@ -97,6 +125,15 @@ std::string Query(const mg_connection* connection, const char* name) {
     if (query == nullptr) return "";
     const int length = mg_get_var(query, std::strlen(query), name, value, sizeof value);
     return length > 0 ? std::string(value, static_cast<std::size_t>(length)) : "";
+}
+
+// A name that every form of a recipe can hold without quotes.
+std::string PlainName(std::string name) {
+    for (char& character : name) {
+        const bool isPlain = std::isalnum(static_cast<unsigned char>(character)) != 0 || character == '.';
+        if (!isPlain) character = '_';
+    }
+    return name;
 }
 
 // A page that is connected by its web socket.
@@ -135,6 +172,7 @@ class Server {
     explicit Server(const StudioOptions& options)
         : options_(options),
           files_(options.folder),
+          presets_(options.sharedRecipes, options.ownRecipes),
           live_(options.workerCommand),
           background_(options.workerCommand) {}
 
@@ -168,7 +206,10 @@ class Server {
         if (!options_.folder.empty()) {
             const Json answer = Json::parse(Ask(live_, {{"call", "list"}, {"path", files_.Folder().string()}}));
             if (answer.contains("paths")) {
-                for (const Json& path : answer["paths"]) paths.push_back(path);
+                for (const Json& path : answer["paths"]) {
+                    // A symbolic link may lead out of the folder.
+                    if (files_.IsBelowFolder(path.get<std::string>())) paths.push_back(path);
+                }
             }
         }
         for (const std::string& path : paths) {
@@ -356,30 +397,26 @@ class Server {
     // Stores the body of a request in a private file and opens it.
     int Drop(mg_connection* connection) {
         const std::string name = SafeName(Query(connection, "name"));
-        if (mg_get_request_info(connection)->content_length > kMostDroppedBytes) {
-            return Refuse(connection, 413, "the file is larger than 256 MB");
-        }
+        const long long announced = mg_get_request_info(connection)->content_length;
+        if (announced < 0) return Refuse(connection, 411, "the size of the file is missing");
+        if (announced > kMostDroppedBytes) return Refuse(connection, 413, "the file is larger than 256 MB");
         const bool isCube = fs::path(name).extension() == ".cube";
         const fs::path path = files_.NewPath(isCube ? ".cube" : ".picture");
         const auto end = std::chrono::steady_clock::now() + kLongestDrop;
         std::ofstream file(path, std::ios::binary);
         long long size = 0;
         char buffer[1 << 16];
-        bool isWhole = false;
-        while (!isWhole && size <= kMostDroppedBytes && std::chrono::steady_clock::now() < end) {
+        while (size < announced && std::chrono::steady_clock::now() < end) {
             const int count = mg_read(connection, buffer, sizeof buffer);
-            isWhole = count == 0;
-            if (count < 0) break;
+            if (count <= 0) break;
             size += count;
             file.write(buffer, count);
         }
-        const long long announced = mg_get_request_info(connection)->content_length;
-        const bool isComplete = isWhole && size > 0 && (announced < 0 || announced == size);
         file.close();
         std::error_code error;
-        if (!isComplete || !file) {
+        if (size == 0 || size != announced || !file) {
             fs::remove(path, error);
-            return Refuse(connection, size > kMostDroppedBytes ? 413 : 400, "the file did not arrive as a whole");
+            return Refuse(connection, 400, "the file did not arrive as a whole");
         }
         const auto [number, problem] = OpenPath(path.string(), name, /*isDropped=*/true);
         if (number == 0) fs::remove(path, error);
@@ -432,6 +469,23 @@ class Server {
             isTaken = live_.Add(Forwarded(call, "render", {"photo", "cards", "keepSize", "view"}), deliver);
         } else if (name == "thumbnail") {
             isTaken = background_.Add(Forwarded(call, "render", {"photo", "cards", "keepSize", "view"}), deliver);
+        } else if (name == "copy") {
+            isTaken = live_.Add(Forwarded(call, "copy", {"photo", "cards", "keepSize"}),
+                                [this, deliver](const Message& texts) { deliver({Completed(texts.json), ""}); });
+        } else if (name == "paste") {
+            isTaken = Paste(call.value("text", ""), deliver);
+        } else if (name == "presets") {
+            answer({{"presets", presets_.List()}});
+        } else if (name == "preset") {
+            isTaken = Paste(presets_.Read(call.value("name", ""), call.value("isOwn", false)), deliver);
+        } else if (name == "preset-keep") {
+            isTaken = live_.Add(Forwarded(call, "copy", {"photo", "cards", "keepSize"}),
+                                [this, deliver, title = call.value("name", "")](const Message& texts) {
+                                    deliver({Kept(texts.json, title), ""});
+                                });
+        } else if (name == "preset-delete") {
+            presets_.Delete(call.value("name", ""));
+            answer({{"presets", presets_.List()}});
         } else if (name == "save") {
             isTaken = Save(call, deliver);
         } else {
@@ -482,6 +536,86 @@ class Server {
             Forwarded(call, "save", {"photo", "cards", "keepSize", "options"}, {{"path", path.string()}}), finish);
     }
 
+    // The texts of a chain. Files that were dropped have lost their place; their names stand for it.
+    std::string Completed(const std::string& texts) const {
+        Json json = Json::parse(texts);
+        if (json.contains("error")) return texts;
+        std::set<std::string> dropped;
+        for (const char* form : {"command", "lua", "recipe"}) {
+            std::string text = json[form];
+            for (const auto& [number, file] : files_.All()) {
+                const std::string path = file.path.string();
+                std::size_t at = file.isDropped ? text.find(path) : std::string::npos;
+                for (; at != std::string::npos; at = text.find(path, at)) {
+                    text.replace(at, path.size(), PlainName(file.name));
+                    dropped.insert(file.name);
+                }
+            }
+            json[form] = text;
+        }
+        for (const std::string& name : dropped) {
+            json["notes"].push_back(name + " was dropped on the page; the texts name it without its folder");
+        }
+        return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+    }
+
+    // Keeps the recipe of a chain as a preset. Returns the answer.
+    std::string Kept(const std::string& texts, const std::string& name) {
+        const Json json = Json::parse(texts);
+        if (json.contains("error")) return texts;
+        const std::string problem = presets_.Keep(name, json["recipe"]);
+        const Json answer = problem.empty() ? Json{{"presets", presets_.List()}} : Json{{"error", problem}};
+        return answer.dump(-1, ' ', false, Json::error_handler_t::replace);
+    }
+
+    // Reads a text, and numbers the files that it names.
+    bool Paste(const std::string& text, const Deliver& deliver) {
+        const Json request = {{"call", "paste"}, {"text", text}, {"shared", options_.sharedRecipes}};
+        return background_.Add(request.dump(-1, ' ', false, Json::error_handler_t::replace),
+                               [this, deliver](const Message& read) { deliver({WithNumbers(read.json), ""}); });
+    }
+
+    // Replaces the paths in a chain that was read by the numbers of open files. Runs on the thread of the background
+    // worker; files are opened by the other one.
+    std::string WithNumbers(const std::string& read) {
+        Json json = Json::parse(read);
+        if (json.contains("error")) return read;
+        std::string problem;
+        constexpr std::string_view kFile = "file:";
+        for (Json& card : json["cards"]) {
+            for (auto& [key, value] : card["settings"].items()) {
+                const std::string text = value;
+                if (!text.starts_with(kFile)) continue;
+                const int number = NumberOf(text.substr(kFile.size()), problem);
+                if (number != 0) value = "#" + std::to_string(number);
+            }
+        }
+        if (!problem.empty()) return Json{{"error", problem}}.dump(-1, ' ', false, Json::error_handler_t::replace);
+        if (json.contains("photoPath")) {
+            const int number = NumberOf(json["photoPath"], problem);
+            if (number != 0) json["photo"] = number;
+            if (number == 0) json["notes"].push_back("the photo stays: " + problem);
+            json.erase("photoPath");
+        }
+        json["files"] = Files();
+        return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+    }
+
+    // Returns the number of a file that a text names; 0, and what is wrong, for one that may not be read.
+    int NumberOf(const std::string& path, std::string& problem) {
+        if (const int number = files_.Find(path); number != 0) return number;
+        for (const auto& [number, file] : files_.All()) {
+            if (file.isDropped && PlainName(file.name) == path) return number;
+        }
+        if (!files_.IsBelowFolder(path)) {
+            problem = path + ": not open, and not below the folder that --folder names";
+            return 0;
+        }
+        const auto [number, reason] = OpenPath(path, fs::path(path).filename().string(), /*isDropped=*/false);
+        if (number == 0) problem = reason;
+        return number;
+    }
+
     // ---- Files
 
     Json Files() const {
@@ -525,6 +659,7 @@ class Server {
     std::mutex catalogueMutex_;
     std::string catalogue_;
     OpenFiles files_;
+    Presets presets_;
     Dispatcher live_;
     Dispatcher background_;
     std::vector<mg_context*> contexts_;

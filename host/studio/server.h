@@ -18,7 +18,8 @@ namespace studio {
 struct StudioOptions {
     std::vector<std::string> photos;
     std::string folder;                      // empty for none
-    std::string presets;                     // the folder of the user's own presets
+    std::string sharedRecipes;               // the folder of the recipes that come with the program
+    std::string ownRecipes;                  // the folder of the user's own; empty when there is no place for them
     int port = 0;                            // 0 for any that is free
     bool opensBrowser = true;
     bool isQuiet = false;

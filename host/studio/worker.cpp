@@ -16,12 +16,14 @@
 
 #include "host/description/class_description.h"
 #include "host/description/names.h"
+#include "host/recipe/prepared_recipe.h"
 #include "host/recipe/setting_value.h"
 #include "host/runtime/errors.h"
 #include "host/runtime/memory_block.h"
 #include "host/studio/chain.h"
 #include "host/studio/message.h"
 #include "host/studio/picture_cache.h"
+#include "host/studio/texts.h"
 
 namespace studio {
 namespace {
@@ -70,13 +72,9 @@ class Request {
         return cards;
     }
 
-    // The image of the cards at a scale. At full size, nothing of it has been in a preview.
+    // The image of the cards at a scale.
     Value Image(const std::vector<Card>& cards, double scale) const {
-        PictureCache& pictures = worker_.pictures;
-        const bool isPreview = json_.contains("view");
-        const auto open = [&](const std::string& path) {
-            return isPreview ? pictures.At(path, scale) : pictures.Open(path);
-        };
+        const auto open = [&](const std::string& path) { return worker_.pictures.At(path, scale); };
         return ImageOfChain(worker_.host, cards,
                             {.photo = open(PhotoPath()),
                              .image = [&](const std::string& number) { return open(Path(number)); },
@@ -121,7 +119,7 @@ void MakeStraight(std::string& pixels) {
 Answer Catalogue(Worker& worker, const Request&) {
     host::Json filters = host::Json::MakeArray();
     for (const std::string& name : FilterNames(worker.host)) {
-        filters.push_back(ToJson(DescribeClass(worker.host, FilterNamed(worker.host, name))));
+        filters.push_back(ToJson(DescribeClass(worker.host, ClassNamed(worker.host, name))));
     }
     host::Json spaces = host::Json::MakeArray();
     for (const std::string& name : KnownValues({.kind = {}, .word = "CGColorSpaceQOR"})) spaces.push_back(name);
@@ -256,17 +254,48 @@ std::string FileOptions(const Json& options) {
     return text;
 }
 
-// Writes the result at full size to "path", as an apply command does.
+// What the chain of a request is about.
+ChainContext ContextOf(Worker& worker, const Request& request) {
+    const PictureSize size = worker.pictures.SizeOf(request.PhotoPath());
+    return {.photo = request.PhotoPath(),
+            .width = size.width,
+            .height = size.height,
+            .keepsSize = request.Is("keepSize"),
+            .path = [&request](const std::string& number) { return request.Path(number); }};
+}
+
+// Writes the result at full size to "path": what an apply command with the copied recipe does.
 Answer Save(Worker& worker, const Request& request) {
     Host& host = worker.host;
-    const Value photo = worker.pictures.Open(request.PhotoPath());
-    Value image = request.Image(request.Cards(), 1);
-    if (request.Is("keepSize")) {
-        image = Call(host, image, "Crop", {host.Get(std::get<ObjectReference>(photo).Get(), "Extent")});
+    const ChainContext context = ContextOf(worker, request);
+    const ChainRecipe chain = RecipeOfChain(host, request.Cards(), context);
+    const PreparedRecipe prepared = PrepareRecipe(host, chain.recipe, chain.hasInput);
+    const Value photo = chain.hasInput ? worker.pictures.Open(context.photo) : Value();
+    Value image = RunRecipe(host, prepared, photo);
+    if (context.keepsSize) {
+        image = Call(host, image, "Crop", {Rectangle(host, 0, 0, context.width, context.height)});
     }
-    Call(host, image, "SaveLike", {host::TextValue(request.Text("path")), photo, host::TextValue(FileOptions(request["options"]))});
+    Call(host, image, "SaveLike",
+         {host::TextValue(request.Text("path")), photo, host::TextValue(FileOptions(request["options"]))});
     const auto extent = ExtentOf(host, image);
     return {{{"width", extent[2]}, {"height", extent[3]}}};
+}
+
+Answer Copy(Worker& worker, const Request& request) {
+    const ChainTexts texts = TextsOfChain(worker.host, request.Cards(), ContextOf(worker, request));
+    return {{{"command", texts.command}, {"lua", texts.lua}, {"recipe", texts.recipe}, {"link", texts.link}}};
+}
+
+Answer Paste(Worker& worker, const Request& request) {
+    const ReadChain chain = ReadChainText(worker.host, request.Text("text"), request.Text("shared"));
+    Answer answer = {{{"cards", Json::array()}, {"keepSize", chain.keepsSize}, {"notes", chain.notes}}};
+    if (!chain.photo.empty()) answer.json["photoPath"] = chain.photo;
+    for (const Card& card : chain.cards) {
+        Json settings = Json::object();
+        for (const auto& [key, text] : card.settings) settings[key] = text;
+        answer.json["cards"].push_back({{"name", card.name}, {"filter", card.filter}, {"settings", settings}});
+    }
+    return answer;
 }
 
 constexpr struct {
@@ -274,8 +303,10 @@ constexpr struct {
     Answer (*run)(Worker& worker, const Request& request);
 } kCalls[] = {
     {"catalogue", Catalogue},
+    {"copy", Copy},
     {"inspect", Inspect},
     {"list", ListFolder},
+    {"paste", Paste},
     {"render", Render},
     {"save", Save},
 };

@@ -231,6 +231,29 @@ TEST_F(CompanionScriptTest, ResizedStretchesFitsAndFills) {
               "");
 }
 
+TEST_F(CompanionScriptTest, CoveringStretchesOverTheExtentOfAnotherImage) {
+    EXPECT_EQ(Run(R"(
+        local image = CIImageQOR.FromPixels(bytes(("\200\100\50\255"):rep(4 * 2)), 4, 2)
+        local other = image:Crop(rectangle(1, 0, 2, 2))
+        local two = CIImageQOR.FromPixels(bytes("\0\0\0\255" .. "\255\255\255\255"), 2, 1)
+        assert(two:Covering(other).Extent.Text == "[1 0 2 2]")
+        assert(two:Covering(other):ColorAt(1.5, 1.5).Red == 0)
+        assert(near(two:Covering(other):ColorAt(2.5, 0.5).Red, 1, 1e-5))
+        local function refused(image, covered)
+            return refusal(image.Covering, image, covered):match("^CIImageQOR.Covering: (.*)$")
+        end
+        assert(refused(two, nil) == "the other image is nil; nothing was resized")
+        local plane = CIImageQOR.FromColor(CIColorQOR.Hex("#123456"))
+        local nothing = image:Crop(rectangle(9, 9, 1, 1))
+        assert(refused(two, plane) == "an image is infinite, crop it first; nothing was resized")
+        assert(refused(plane, two) == "an image is infinite, crop it first; nothing was resized")
+        assert(refused(two, nothing) == "an image is empty; nothing was resized")
+        assert(refused(nothing, two) == "an image is empty; nothing was resized")
+        assert(CIImageQOR():Covering(two) == nil)
+    )"),
+              "");
+}
+
 TEST_F(CompanionScriptTest, ResizedRefusesWrongSizesModesAndImages) {
     EXPECT_EQ(Run(R"(
         local image = CIImageQOR.FromPixels(bytes("\1\2\3\255"), 1, 1)

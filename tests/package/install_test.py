@@ -56,6 +56,17 @@ share/doc/zeva/CHANGELOG.md
 share/doc/zeva/README.md
 share/doc/zeva/copyright
 share/man/man1/zeva.1
+share/zeva/recipes/cinematic.recipe
+share/zeva/recipes/duotone.recipe
+share/zeva/recipes/faded.recipe
+share/zeva/recipes/grain.png
+share/zeva/recipes/high-key.recipe
+share/zeva/recipes/noir.recipe
+share/zeva/recipes/sketch.recipe
+share/zeva/recipes/soft-glow.recipe
+share/zeva/recipes/tilt-shift.recipe
+share/zeva/recipes/vignette.recipe
+share/zeva/recipes/warm-film.recipe
 """.split()
 
 
@@ -114,6 +125,8 @@ class InstallTest(unittest.TestCase):
         if self.is_32_bit:
             self.skipTest("the system has no 32-bit loader; make package-test runs the program")
         self.assertIn("GaussianBlur", run(self.root / "bin" / "zeva", "list"))
+        self.assertIn("noir.recipe", run(self.root / "bin" / "zeva", "recipe", "--list"))
+        self.assertIn("grain.png", run(self.root / "bin" / "zeva", "recipe", "noir.recipe"))
 
     def test_a_module_builds_against_the_installed_package_and_loads(self):
         folder = self.folder / "module"

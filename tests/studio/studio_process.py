@@ -145,6 +145,8 @@ class Live:
     def close(self):
         self.socket.close()
 
+    __del__ = close
+
     def send_frame(self, payload, first=0x81):
         """Sends one frame, masked with zeros."""
         length = len(payload)

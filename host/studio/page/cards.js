@@ -75,7 +75,9 @@ export function addCard(filter) {
   const card = newCard(filter, newName());
   setCards([...current().cards, card]);
   choose(card.name);
-  built.get(card.name).element.querySelector("input, select, button")?.focus();
+  const { element, head } = built.get(card.name);
+  (element.querySelector(".body input, .body select") ?? head).focus();
+  element.scrollIntoView({ block: "nearest" });
 }
 
 export function removeCard(name) {
@@ -149,8 +151,25 @@ function play(name, key, button) {
   requestAnimationFrame(frame);
 }
 
-function button(label, text, title, action) {
-  const made = make("button", { type: "button", className: "icon", textContent: text, title, "aria-label": label });
+// Drawn, because not every system has such characters.
+const ICONS = {
+  off: "M8 2v6M4.6 4.4a5 5 0 1 0 6.8 0",
+  copy: "M6 6h7v7H6zM3 10V3h7",
+  remove: "M4 4l8 8M12 4l-8 8",
+};
+
+function icon(name) {
+  const svg = document.createElementNS("http://www.w3.org/2000/svg", "svg");
+  const path = document.createElementNS("http://www.w3.org/2000/svg", "path");
+  svg.setAttribute("viewBox", "0 0 16 16");
+  svg.setAttribute("aria-hidden", "true");
+  path.setAttribute("d", ICONS[name]);
+  svg.append(path);
+  return svg;
+}
+
+function button(label, name, title, action) {
+  const made = make("button", { type: "button", className: "icon", title, "aria-label": label }, icon(name));
   made.addEventListener("click", action);
   return made;
 }
@@ -168,9 +187,9 @@ function build(card) {
     make("span", { className: "number" }), make("h2", { textContent: title }));
   head.addEventListener("click", () => choose(name));
   const tools = make("div", { className: "tools" },
-    button(`Switch ${title} off`, "◐", "Switch on or off (O)", () => switchCard(name)),
-    button(`Duplicate ${title}`, "⧉", "Duplicate (D)", () => duplicateCard(name)),
-    button(`Delete ${title}`, "×", "Delete (Delete)", () => removeCard(name)));
+    button(`Switch ${title} off`, "off", "Switch on or off (O)", () => switchCard(name)),
+    button(`Duplicate ${title}`, "copy", "Duplicate (D)", () => duplicateCard(name)),
+    button(`Delete ${title}`, "remove", "Delete (Delete)", () => removeCard(name)));
   const problem = make("p", { className: "problem", role: "alert", hidden: true });
   const body = make("div", { className: "body" });
   const element = make("li", { className: "card" }, make("div", { className: "top" }, head, tools), problem, body);
