@@ -26,7 +26,7 @@ target_compile_options(zeva_objective_c INTERFACE
     $<$<COMPILE_LANGUAGE:OBJC,OBJCXX>:-fobjc-runtime=gcc>
     $<$<COMPILE_LANGUAGE:OBJC,OBJCXX>:-fobjc-exceptions>
     $<$<COMPILE_LANGUAGE:OBJC,OBJCXX>:-fconstant-string-class=NSConstantString>)
-target_compile_definitions(zeva_objective_c INTERFACE _NATIVE_OBJC_EXCEPTIONS)
+target_compile_definitions(zeva_objective_c INTERFACE $<$<COMPILE_LANGUAGE:OBJC,OBJCXX>:_NATIVE_OBJC_EXCEPTIONS>)
 # Only the runtime's headers come from the gcc folder. Its other headers would hide those of clang.
 file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/runtime_headers)
 file(CREATE_LINK ${runtime_headers}/objc ${CMAKE_BINARY_DIR}/runtime_headers/objc SYMBOLIC)

@@ -81,8 +81,7 @@ def measured(preset):
 def page(known, numbers):
     """The text of the page."""
     rows = []
-    for name in filters():
-        fact = known[name]
+    for name, fact in known.items():
         difference, bound = fact.get("fit", "-"), "-"
         if fact["checked"] == "render":
             difference, bound = numbers[ALSO.get(name, name)]

@@ -71,9 +71,9 @@ print(after > before)
         printed = program.run(f"""
 import os, zeva
 child = os.fork()
-print(zeva.open({PHOTO!r}).size, flush=True)
 if child:
     assert os.waitpid(child, 0)[1] == 0
+print(zeva.open({PHOTO!r}).size)
 """)
         self.assertEqual("(512, 600)\n" * 2, printed)
 

@@ -25,8 +25,10 @@ def check(folder, code):
 
 
 class StubsTest(unittest.TestCase):
-    def setUp(self):
-        self.folder = self.enterContext(tempfile.TemporaryDirectory())
+    @classmethod
+    def setUpClass(cls):
+        # One folder, because mypy needs most of its time to fill its cache.
+        cls.folder = cls.enterClassContext(tempfile.TemporaryDirectory())
 
     def test_the_examples_are_strictly_typed(self):
         notebooks = sorted(EXAMPLES.glob("*.ipynb"))
