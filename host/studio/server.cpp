@@ -167,6 +167,12 @@ void SendTo(Page& page, const Json& id, const Message& answer) {
     mg_websocket_write(page.connection, MG_WEBSOCKET_OPCODE_BINARY, message.data(), message.size());
 }
 
+// A photo of the command line cannot be opened.
+class PhotoFailure : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
 class Server {
   public:
     explicit Server(const StudioOptions& options)
@@ -199,24 +205,22 @@ class Server {
         isReady_ = true;
     }
 
-    // Opens the photos and the folder. Returns what could not be opened.
-    std::vector<std::string> OpenPhotos() {
-        std::vector<std::string> problems;
-        std::vector<std::string> paths = options_.photos;
+    // Opens the photos and the folder. Throws PhotoFailure for a photo that cannot be opened.
+    void OpenPhotos() {
+        for (const std::string& path : options_.photos) {
+            const std::string problem = OpenPath(path, fs::path(path).filename().string(), /*isDropped=*/false).second;
+            if (!problem.empty()) throw PhotoFailure(problem);
+        }
         if (!options_.folder.empty()) {
             const Json answer = Json::parse(Ask(live_, {{"call", "list"}, {"path", files_.Folder().string()}}));
             if (answer.contains("paths")) {
                 for (const Json& path : answer["paths"]) {
                     // A symbolic link may lead out of the folder.
-                    if (files_.IsBelowFolder(path.get<std::string>())) paths.push_back(path);
+                    const std::string file = path;
+                    if (files_.IsBelowFolder(file)) OpenPath(file, fs::path(file).filename().string(), false);
                 }
             }
         }
-        for (const std::string& path : paths) {
-            const std::string problem = OpenPath(path, fs::path(path).filename().string(), /*isDropped=*/false).second;
-            if (!problem.empty()) problems.push_back(problem);
-        }
-        return problems;
     }
 
     std::string NewLink() {
@@ -718,14 +722,14 @@ void RunZevaStudio(const studio::StudioOptions& options, studio::StudioResult& r
     try {
         Server server(options);
         server.Listen();
-        for (const std::string& problem : server.OpenPhotos()) {
-            std::fprintf(stderr, "zeva: %s\n", problem.c_str());
-        }
+        server.OpenPhotos();
         const std::string link = server.NewLink();
         Print(link);
         if (!options.isQuiet) std::fputs("Enter prints a new link, Ctrl-C ends the studio.\n", stderr);
         if (options.opensBrowser) OpenBrowser(link);
         result.signal = WaitForSignal(server, signals);
+    } catch (const PhotoFailure& error) {
+        result = {0, error.what(), false};
     } catch (const std::filesystem::filesystem_error& error) {
         result = {0, "--folder: " + error.path1().string() + ": " + error.code().message(), true};
     } catch (const std::exception& error) {

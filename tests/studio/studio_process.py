@@ -1,6 +1,6 @@
 """Runs a studio and talks to it with plain sockets, as a page does and as an attacker might.
 
-Run a test file as: FILE ZEVA.
+Run a test file as: FILE ZEVA CRASHING_FILTER.
 """
 
 import json
@@ -19,6 +19,8 @@ sys.path.insert(0, str(pathlib.Path(__file__).parent.parent / "support"))
 import picture
 
 ZEVA = str(pathlib.Path(sys.argv.pop(1)).absolute())
+CRASHING_FILTER = sys.argv.pop(1) if len(sys.argv) > 1 and sys.argv[1].endswith(".so") else ""
+FILTERS = pathlib.Path(ZEVA).parent.parent / "modules/filters.so"
 PHOTO = "/usr/share/matplotlib/mpl-data/sample_data/grace_hopper.jpg"
 
 
