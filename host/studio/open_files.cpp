@@ -34,6 +34,13 @@ std::string SafeName(const std::string& name) {
     return safe.empty() ? "picture" : safe;
 }
 
+bool IsBelow(const fs::path& folder, const fs::path& path) {
+    const fs::path above = Resolved(folder);
+    const fs::path below = Resolved(path);
+    if (above.empty() || below.empty()) return false;
+    return std::mismatch(above.begin(), above.end(), below.begin(), below.end()).first == above.end();
+}
+
 OpenFiles::OpenFiles(const fs::path& folder) : folder_(folder.empty() ? folder : fs::canonical(folder)) {
     std::string name = (fs::temp_directory_path() / "zeva-studio-XXXXXX").string();
     if (mkdtemp(name.data()) == nullptr) {
@@ -68,9 +75,7 @@ int OpenFiles::Find(const fs::path& path) const {
 }
 
 bool OpenFiles::IsBelowFolder(const fs::path& path) const {
-    const fs::path resolved = Resolved(path);
-    if (folder_.empty() || resolved.empty()) return false;
-    return std::mismatch(folder_.begin(), folder_.end(), resolved.begin(), resolved.end()).first == folder_.end();
+    return IsBelow(folder_, path);
 }
 
 std::map<int, OpenFile> OpenFiles::All() const {

@@ -65,6 +65,9 @@ class OpenFiles {
     std::map<int, OpenFile> files_;
 };
 
+// Whether a path lies below a folder, when the symbolic links of both are resolved.
+[[nodiscard]] bool IsBelow(const std::filesystem::path& folder, const std::filesystem::path& path);
+
 // Returns a file name without folders, control characters and a point in front; "picture" when nothing remains.
 [[nodiscard]] std::string SafeName(const std::string& name);
 

@@ -60,7 +60,7 @@ Json Presets::List() const {
 
 std::string Presets::Read(const std::string& name, bool isOwn) const {
     for (const fs::path& path : RecipesIn(isOwn ? own_ : shared_)) {
-        if (path.stem() == name) return TextOf(path);
+        if (path.stem() == name) return isOwn ? TextOf(path) : "zeva apply '" + path.filename().string() + "'";
     }
     return "";
 }

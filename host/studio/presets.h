@@ -22,7 +22,8 @@ class Presets {
     // Returns all presets: name, isOwn, and about, the first comment of the file.
     [[nodiscard]] nlohmann::ordered_json List() const;
 
-    // Returns the text of a preset; empty when there is none.
+    // Returns a text that stands for a preset: the recipe itself, or for one of the program the command that names it,
+    // because its files lie beside it. Empty when there is none.
     [[nodiscard]] std::string Read(const std::string& name, bool isOwn) const;
 
     // Writes a preset of the user's own. Returns why that failed; empty when it did not.

@@ -611,7 +611,8 @@ class Server {
         for (const auto& [number, file] : files_.All()) {
             if (file.isDropped && PlainName(file.name) == path) return number;
         }
-        if (!files_.IsBelowFolder(path)) {
+        const bool isOfProgram = IsBelow(options_.sharedRecipes, path);
+        if (!isOfProgram && !files_.IsBelowFolder(path)) {
             problem = path + ": not open, and not below the folder that --folder names";
             return 0;
         }
