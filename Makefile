@@ -23,12 +23,14 @@
 #
 #   ABI=x86_64             the other width for run, gallery and install; only that width for the targets that use both
 #   PHOTO=path             the photo of run and gallery: any picture that the program reads
+#   SECOND=path            the second picture of gallery, for filters that take two
 #   MODULE=path            the filter module of run, such as build/macos-i386/filters.o: its code for 32-bit macOS
 #
 # On a fresh Debian 12 machine each target first installs what is missing, as root or with sudo.
 
 ABI    ?= i386
 PHOTO  ?= /usr/share/matplotlib/mpl-data/sample_data/grace_hopper.jpg
+SECOND ?= /usr/share/matplotlib/mpl-data/sample_data/Minduka_Present_Blue_Pack.png
 RADIUS ?= 12
 MODULE ?=
 PREFIX ?= /usr/local
@@ -52,7 +54,7 @@ run: program-$(ABI)
 		$(if $(MODULE),--module "$(MODULE)")
 
 gallery: program-$(ABI)
-	@build/$(ABI)/bin/zeva gallery "$(PHOTO)" -o build/gallery
+	@build/$(ABI)/bin/zeva gallery "$(PHOTO)" --second "$(SECOND)" -o build/gallery
 
 # The build folder looks for the web server's library again, which may be new.
 studio:

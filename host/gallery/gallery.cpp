@@ -132,14 +132,17 @@ void Check(Host& host, const std::vector<std::string>& files) {
     });
 }
 
-// Fills the photos' folders.
+// Fills the photos' folders. A filter of two pictures gets the second one, or the next photo.
 void Prepare(Host& host, const std::vector<GalleryPhoto>& photos, const std::vector<std::string>& files,
-             const path& target) {
-    std::vector<std::string> inputs;
-    for (const std::string& file : files) inputs.push_back(std::filesystem::absolute(file).string());
+             const std::string& second, const path& target) {
+    const auto whole = [](const std::string& file) { return std::filesystem::absolute(file).string(); };
     RunForPhotos(files, [&](std::size_t i) {
-        std::vector<std::string> arguments = {inputs[i]};
-        if (inputs.size() > 1) arguments.push_back(inputs[(i + 1) % inputs.size()]);
+        std::vector<std::string> arguments = {whole(files[i])};
+        if (!second.empty()) {
+            arguments.push_back(whole(second));
+        } else if (files.size() > 1) {
+            arguments.push_back(whole(files[(i + 1) % files.size()]));
+        }
         RunIn(host, target / photos[i].folder, kPrepareScript, "prepare.lua", arguments);
     });
 }
@@ -206,20 +209,22 @@ void WritePages(const Gallery& gallery, const path& target) {
 
 }  // namespace
 
-bool WriteGallery(Host& host, const std::vector<std::string>& photos, const std::string& folder, const path& recipes,
-                  bool isQuiet) {
+bool WriteGallery(Host& host, const std::vector<std::string>& photos, const std::string& second,
+                  const std::string& folder, const path& recipes, bool isQuiet) {
     Gallery gallery = {Photos(photos), Filters(host), Recipes(std::filesystem::absolute(recipes)), {}};
     const path target = std::filesystem::absolute(folder).lexically_normal();
     const path pictures = std::filesystem::weakly_canonical(target / "pictures");
-    for (const std::string& photo : photos) {
+    std::vector<std::string> inputs = photos;
+    if (!second.empty()) inputs.push_back(second);
+    for (const std::string& photo : inputs) {
         const path relative = std::filesystem::weakly_canonical(photo).lexically_relative(pictures);
         if (!relative.empty() && *relative.begin() != "..") {
             throw HostError(photo, "the gallery would overwrite it; nothing was written");
         }
     }
-    Check(host, photos);
+    Check(host, inputs);
     for (const GalleryPhoto& photo : gallery.photos) std::filesystem::create_directories(target / photo.folder);
-    Prepare(host, gallery.photos, photos, target);
+    Prepare(host, gallery.photos, photos, second, target);
     Render(host, gallery, target, isQuiet);
     Measure(host, gallery.photos, target);
     WritePages(gallery, target);

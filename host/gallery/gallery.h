@@ -15,7 +15,8 @@ class PhotoError : public host::HostError {
     using HostError::HostError;
 };
 
-// Writes the gallery of some photos to a folder, which is created when it is missing. It shows the filters, and the
+// Writes the gallery of some photos to a folder, which is created when it is missing. A filter of two pictures gets the
+// second one as the other picture, or the next photo when `second` is empty. It shows the filters, and the
 // recipes of a folder. Prints each program that
 // failed and, unless it is quiet, the progress.
 //
@@ -24,5 +25,5 @@ class PhotoError : public host::HostError {
 //
 // Fails:  PhotoError; HostError when a photo lies where a picture would be written, and when a page cannot be written.
 // Thread: the host's. The process must have only this thread, because worker processes are forked.
-[[nodiscard]] bool WriteGallery(host::Host& host, const std::vector<std::string>& photos, const std::string& folder,
-                                const std::filesystem::path& recipes, bool isQuiet);
+[[nodiscard]] bool WriteGallery(host::Host& host, const std::vector<std::string>& photos, const std::string& second,
+                                const std::string& folder, const std::filesystem::path& recipes, bool isQuiet);

@@ -14,6 +14,7 @@ namespace {
 
 struct GalleryRequest {
     std::vector<std::string> photos;
+    std::string second;
     std::string folder;
 };
 
@@ -23,7 +24,9 @@ int Run(ProgramOptions options, const GalleryRequest& request) {
     options.workers = WorkersOfBatch(SIZE_MAX);
     const auto host = MakeHost(options);
     try {
-        return WriteGallery(*host, request.photos, request.folder, SharedRecipes(), options.isQuiet) ? kDone : kFailed;
+        const bool isWhole = WriteGallery(*host, request.photos, request.second, request.folder, SharedRecipes(),
+                                          options.isQuiet);
+        return isWhole ? kDone : kFailed;
     } catch (const PhotoError& error) {
         throw Failure(StatusOfNumber(error.ErrorNumber(), kFailed), error.what());
     }
@@ -40,6 +43,7 @@ Command GalleryCommand() {
             {
                 {"PHOTO", &request->photos, "photo; scaled down to at most 800 pixels", /*isRequired=*/true},
                 {"-o,--output", &request->folder, "folder for the pages; index.html is the first", /*isRequired=*/true},
+                {"--second", &request->second, "picture for filters that take two; default: the next photo"},
             },
         .run = [request](const ProgramOptions& options) { return Run(options, *request); },
     };
