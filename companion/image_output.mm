@@ -363,8 +363,7 @@ ZEVAmemoryBlockStruct* ImageValues(ZEVAobjectStruct* self, ZEVAobjectStruct* rec
 
 ZEVAmemoryBlockStruct* ImageScreenPixels(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle) {
     CGColorSpaceRef space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
-    ZEVAmemoryBlockStruct* block =
-        NewBlockOfPixels(self, rectangle, kCIFormatRGBA8, space, @"CIImageQOR.ScreenPixels");
+    ZEVAmemoryBlockStruct* block = NewBlockOfPixels(self, rectangle, kCIFormatRGBA8, space, @"CIImageQOR.ScreenPixels");
     CGColorSpaceRelease(space);
     return block;
 }

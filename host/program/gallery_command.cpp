@@ -24,8 +24,8 @@ int Run(ProgramOptions options, const GalleryRequest& request) {
     options.workers = WorkersOfBatch(SIZE_MAX);
     const auto host = MakeHost(options);
     try {
-        const bool isWhole = WriteGallery(*host, request.photos, request.second, request.folder, SharedRecipes(),
-                                          options.isQuiet);
+        const bool isWhole =
+            WriteGallery(*host, request.photos, request.second, request.folder, SharedRecipes(), options.isQuiet);
         return isWhole ? kDone : kFailed;
     } catch (const PhotoError& error) {
         throw Failure(StatusOfNumber(error.ErrorNumber(), kFailed), error.what());

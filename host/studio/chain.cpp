@@ -138,7 +138,8 @@ class Chain {
 
     // A color table tells its own size, unless the card sets it.
     void SetDimension(const ObjectReference& filter, const Card& card) {
-        const bool isSet = std::ranges::any_of(card.settings, [](const auto& each) { return each.first == kDimensionKey; });
+        const bool isSet =
+            std::ranges::any_of(card.settings, [](const auto& each) { return each.first == kDimensionKey; });
         if (isSet || filter->isa->FindMember(kDimensionKey) == nullptr) return;
         const DescribedValue data = DescribeValue(host_, host_.Get(filter.Get(), "inputCubeData"));
         const double numbers = std::get<ByteCount>(data).bytes / static_cast<double>(sizeof(float));

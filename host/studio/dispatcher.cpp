@@ -18,8 +18,7 @@ constexpr std::chrono::seconds kPatienceOfTrial{20};
 
 }  // namespace
 
-Dispatcher::Dispatcher(std::vector<std::string> command)
-    : worker_(std::move(command)), thread_([this] { Run(); }) {}
+Dispatcher::Dispatcher(std::vector<std::string> command) : worker_(std::move(command)), thread_([this] { Run(); }) {}
 
 Dispatcher::~Dispatcher() {
     {

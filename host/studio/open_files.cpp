@@ -74,9 +74,7 @@ int OpenFiles::Find(const fs::path& path) const {
     return found != files_.end() && !resolved.empty() ? found->first : 0;
 }
 
-bool OpenFiles::IsBelowFolder(const fs::path& path) const {
-    return IsBelow(folder_, path);
-}
+bool OpenFiles::IsBelowFolder(const fs::path& path) const { return IsBelow(folder_, path); }
 
 std::map<int, OpenFile> OpenFiles::All() const {
     const std::scoped_lock lock(mutex_);

@@ -83,8 +83,7 @@ PictureCache::Picture& PictureCache::Entry(const std::string& path, double scale
 }
 
 PictureSize PictureCache::SizeOf(const std::string& path) {
-    const auto found =
-        std::ranges::find_if(pictures_, [&](const Picture& each) { return each.path == path; });
+    const auto found = std::ranges::find_if(pictures_, [&](const Picture& each) { return each.path == path; });
     if (found != pictures_.end() && found->version == VersionOf(path)) return found->fullSize;
     const auto extent = ExtentOf(host_, Open(path));
     return {extent[2], extent[3]};

@@ -1,7 +1,7 @@
 // presets.h - recipes to choose from: those that come with the program, and the user's own.
 //
-// A preset is a recipe file; its name is that of the file without its suffix. The texts are not parsed here. Paths never
-// come from the page: a name is looked up in a list of the folder.
+// A preset is a recipe file; its name is that of the file without its suffix. The texts are not parsed here. Paths
+// never come from the page: a name is looked up in a list of the folder.
 //
 // Threads: any; the folders are read each time.
 

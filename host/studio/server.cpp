@@ -231,18 +231,31 @@ class Server {
     // ---- Connections
 
     mg_context* StartAt(const std::string& address) {
-        const char* const settings[] = {"listening_ports", address.c_str(),        //
-                                        "num_threads", "40",                       //
-                                        "connection_queue", "64",                  //
-                                        "listen_backlog", "128",                   //
-                                        "request_timeout_ms", "4000",              //
-                                        "enable_keep_alive", "yes",                //
-                                        "keep_alive_timeout_ms", "1500",           //
-                                        "enable_websocket_ping_pong", "yes",       //
-                                        "websocket_timeout_ms", "20000",           //
-                                        "tcp_nodelay", "1",                        //
-                                        "max_request_size", "16384",               //
-                                        "enable_directory_listing", "no", nullptr};
+        const char* const settings[] = {"listening_ports",
+                                        address.c_str(),  //
+                                        "num_threads",
+                                        "40",  //
+                                        "connection_queue",
+                                        "64",  //
+                                        "listen_backlog",
+                                        "128",  //
+                                        "request_timeout_ms",
+                                        "4000",  //
+                                        "enable_keep_alive",
+                                        "yes",  //
+                                        "keep_alive_timeout_ms",
+                                        "1500",  //
+                                        "enable_websocket_ping_pong",
+                                        "yes",  //
+                                        "websocket_timeout_ms",
+                                        "20000",  //
+                                        "tcp_nodelay",
+                                        "1",  //
+                                        "max_request_size",
+                                        "16384",  //
+                                        "enable_directory_listing",
+                                        "no",
+                                        nullptr};
         mg_callbacks callbacks = {};
         callbacks.begin_request = [](mg_connection* connection) { return Self(connection)->Handle(connection); };
         // Nothing is written anywhere: a request may contain a token.
@@ -302,7 +315,8 @@ class Server {
         if ((bits & kReserved) != 0) return false;
         switch (bits & kOpcode) {
             case MG_WEBSOCKET_OPCODE_PING:
-            case MG_WEBSOCKET_OPCODE_PONG: return true;
+            case MG_WEBSOCKET_OPCODE_PONG:
+                return true;
             case MG_WEBSOCKET_OPCODE_CONTINUATION:
                 if (page->opcode == 0) return false;
                 break;
@@ -311,7 +325,8 @@ class Server {
                 page->opcode = MG_WEBSOCKET_OPCODE_TEXT;
                 page->text.clear();
                 break;
-            default: return false;
+            default:
+                return false;
         }
         if (page->text.size() + data.size() > kMostMessageBytes) return false;
         page->text += data;
@@ -360,8 +375,9 @@ class Server {
         if (!gate_.UseToken(token, Gate::Clock::now())) {
             // A reloaded link of somebody who is in already does no harm.
             if (!gate_.AdmitsCookie(mg_get_header(connection, "Cookie"))) {
-                return Refuse(connection, 403,
-                              "This link was used or is older than a minute. Press Enter in the terminal for a new one.");
+                return Refuse(
+                    connection, 403,
+                    "This link was used or is older than a minute. Press Enter in the terminal for a new one.");
             }
             return Reply(connection, 303, "text/plain", "", "Location: /\r\n");
         }
@@ -463,7 +479,8 @@ class Server {
         const auto answer = [&](const Json& json) {
             deliver({json.dump(-1, ' ', false, Json::error_handler_t::replace), ""});
         };
-        const std::string name = call.contains("call") && call["call"].is_string() ? call["call"].get<std::string>() : "";
+        const std::string name =
+            call.contains("call") && call["call"].is_string() ? call["call"].get<std::string>() : "";
         bool isTaken = true;
         if (name == "files") {
             answer({{"files", Files()}, {"folder", files_.Folder().filename().string()}});
@@ -475,7 +492,9 @@ class Server {
             isTaken = background_.Add(Forwarded(call, "render", {"photo", "cards", "keepSize", "view"}), deliver);
         } else if (name == "copy") {
             isTaken = live_.Add(Forwarded(call, "copy", {"photo", "cards", "keepSize"}),
-                                [this, deliver](const Message& texts) { deliver({Completed(texts.json), ""}); });
+                                [this, deliver](const Message& texts) {
+                                    deliver({Completed(texts.json), ""});
+                                });
         } else if (name == "paste") {
             isTaken = Paste(call.value("text", ""), deliver);
         } else if (name == "presets") {
@@ -576,7 +595,9 @@ class Server {
     bool Paste(const std::string& text, const Deliver& deliver) {
         const Json request = {{"call", "paste"}, {"text", text}, {"shared", options_.sharedRecipes}};
         return background_.Add(request.dump(-1, ' ', false, Json::error_handler_t::replace),
-                               [this, deliver](const Message& read) { deliver({WithNumbers(read.json), ""}); });
+                               [this, deliver](const Message& read) {
+                                   deliver({WithNumbers(read.json), ""});
+                               });
     }
 
     // Replaces the paths in a chain that was read by the numbers of open files. Runs on the thread of the background

@@ -17,10 +17,10 @@ namespace studio {
 
 struct StudioOptions {
     std::vector<std::string> photos;
-    std::string folder;                      // empty for none
-    std::string sharedRecipes;               // the folder of the recipes that come with the program
-    std::string ownRecipes;                  // the folder of the user's own; empty when there is no place for them
-    int port = 0;                            // 0 for any that is free
+    std::string folder;         // empty for none
+    std::string sharedRecipes;  // the folder of the recipes that come with the program
+    std::string ownRecipes;     // the folder of the user's own; empty when there is no place for them
+    int port = 0;               // 0 for any that is free
     bool opensBrowser = true;
     bool isQuiet = false;
     std::vector<std::string> workerCommand;  // starts a worker
@@ -28,8 +28,8 @@ struct StudioOptions {
 
 // What RunStudio returns.
 struct StudioResult {
-    int signal = 0;       // that ended it
-    std::string failure;  // why it did not start; empty otherwise
+    int signal = 0;        // that ended it
+    std::string failure;   // why it did not start; empty otherwise
     bool isUsage = false;  // the arguments are the cause
 };
 

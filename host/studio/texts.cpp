@@ -185,8 +185,10 @@ std::string SharedRecipe(const std::string& name, const std::string& shared) {
 Recipe RecipeOfText(const std::string& text, const std::string& shared, ReadChain& chain) {
     if (text.starts_with(kLuaHeader)) return RecipeOfLua(text);
     if (IsRecipeLink(text)) return ParseLink(text);
-    if (text.starts_with("zeva-recipe") || text.starts_with("\xef\xbb\xbfzeva-recipe")) return ParseRecipe(text, "recipe");
-    if (LooksLikeLua(text)) throw HostError("Lua", "only a program as Copy writes it can be pasted; nothing was executed");
+    if (text.starts_with("zeva-recipe") || text.starts_with("\xef\xbb\xbfzeva-recipe"))
+        return ParseRecipe(text, "recipe");
+    if (LooksLikeLua(text))
+        throw HostError("Lua", "only a program as Copy writes it can be pasted; nothing was executed");
     std::vector<std::string> words = ShellWords(text);
     if (!words.empty() && words[0] == "$") words.erase(words.begin());
     if (!words.empty() && words[0] == "zeva") words.erase(words.begin());
@@ -286,7 +288,8 @@ ChainTexts TextsOfChain(Host& host, const std::vector<Card>& cards, const ChainC
     const Recipe canonical = CanonicalRecipe(host, chain.recipe, "");
     ChainTexts texts;
     texts.recipe = RecipeText(canonical);
-    texts.command = RecipeCommandLine(canonical) + (chain.hasInput ? " " + ShellWord(context.photo) : "") + " -o result.png";
+    texts.command =
+        RecipeCommandLine(canonical) + (chain.hasInput ? " " + ShellWord(context.photo) : "") + " -o result.png";
     texts.lua = LuaOfChain(host, chain, texts.recipe);
     texts.link = RecipeLink(LinkableRecipe(host, chain.recipe));
     return texts;

@@ -1,8 +1,8 @@
 // texts.h - the chain of the page as texts that run elsewhere, and such texts as a chain again.
 //
-// The texts are those of the recipe language: a command, a recipe, a link, a program in Lua. There is no other parser. A
-// program in Lua is never read as a program: its first lines hold the recipe that it was made from, and a sum over the
-// rest tells whether it is still what was made.
+// The texts are those of the recipe language: a command, a recipe, a link, a program in Lua. There is no other parser.
+// A program in Lua is never read as a program: its first lines hold the recipe that it was made from, and a sum over
+// the rest tells whether it is still what was made.
 //
 // In a chain that was read, the value of a key for a file is "file:" and its path, which the server turns into a number
 // or refuses. A file that is missing in a link is left out.
@@ -24,8 +24,8 @@ namespace studio {
 
 // What a chain is about, besides its cards.
 struct ChainContext {
-    std::string photo;                                           // its path
-    double width = 0, height = 0;                                // of the photo
+    std::string photo;             // its path
+    double width = 0, height = 0;  // of the photo
     bool keepsSize = false;
     std::function<std::string(const std::string& number)> path;  // of a file
 };

@@ -207,8 +207,8 @@ Answer Render(Worker& worker, const Request& request) {
     Value rectangle = Rectangle(host, part.left, part.bottom, part.Width(), part.Height());
     if (!isScaled && scale < 1) {
         const double back = size.width / width;
-        const Value full = Rectangle(host, part.left * back, part.bottom * back, part.Width() * back,
-                                     part.Height() * back);
+        const Value full =
+            Rectangle(host, part.left * back, part.bottom * back, part.Width() * back, part.Height() * back);
         // What lies outside the result is transparent, and part of what is resized.
         const Value clear[] = {0.0, 0.0, 0.0, 0.0};
         const Value color[] = {host.CallShared("CIColorQOR", "RGBA", clear)};
@@ -302,13 +302,8 @@ constexpr struct {
     const char* name;
     Answer (*run)(Worker& worker, const Request& request);
 } kCalls[] = {
-    {"catalogue", Catalogue},
-    {"copy", Copy},
-    {"inspect", Inspect},
-    {"list", ListFolder},
-    {"paste", Paste},
-    {"render", Render},
-    {"save", Save},
+    {"catalogue", Catalogue}, {"copy", Copy},     {"inspect", Inspect}, {"list", ListFolder},
+    {"paste", Paste},         {"render", Render}, {"save", Save},
 };
 
 Answer Answered(Worker& worker, const std::string& text) {

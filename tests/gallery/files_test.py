@@ -217,7 +217,8 @@ class SecondPictureTest(unittest.TestCase):
     def test_a_second_picture_is_used_by_filters_that_take_two(self):
         photo, other = write_photo(folder, "first.png", 32), folder / "blue.png"
         script = folder / "blue.lua"
-        script.write_text('CIImageQOR.FromColor(CIColorQOR.Hex("#0000ff")):Crop(CIVectorQOR.Rectangle(0, 0, 9, 9)):Save(...)')
+        script.write_text(
+            'CIImageQOR.FromColor(CIColorQOR.Hex("#0000ff")):Crop(CIVectorQOR.Rectangle(0, 0, 9, 9)):Save(...)')
         self.assertEqual(zeva("run", script, other).returncode, 0)
         place = folder / "with second"
         made = zeva("gallery", photo, "--second", other, "-o", place)

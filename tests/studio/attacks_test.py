@@ -75,11 +75,13 @@ class EntranceTest(unittest.TestCase):
     def test_the_cookie_is_out_of_reach_of_scripts_and_other_sites(self):
         token = studio.new_link().rpartition("=")[2]
         answer = studio.get(f"/?token={token}", Cookie=None)
-        self.assertRegex(answer.headers["set-cookie"], r"^zeva_studio_\d+=[0-9a-f]{32}; Path=/; HttpOnly; SameSite=Strict$")
+        self.assertRegex(answer.headers["set-cookie"],
+            r"^zeva_studio_\d+=[0-9a-f]{32}; Path=/; HttpOnly; SameSite=Strict$")
         self.assertEqual(answer.headers["location"], "/")
 
     def test_every_answer_forbids_foreign_scripts_and_frames_and_allows_no_other_site(self):
-        for path, cookie in (("/", studio.cookie), ("/studio.js", studio.cookie), ("/none", studio.cookie), ("/", None)):
+        for path, cookie in (("/", studio.cookie), ("/studio.js", studio.cookie), ("/none", studio.cookie),
+            ("/", None)):
             headers = studio.get(path, Cookie=cookie).headers
             self.assertIn("default-src 'none'", headers["content-security-policy"])
             self.assertIn("frame-ancestors 'none'", headers["content-security-policy"])
@@ -132,7 +134,8 @@ class FileTest(unittest.TestCase):
         live = studio.live()
         before = (folder / "photo.png").read_bytes()
         for name in ("../../x", "/tmp/x", "photo", "..", "a/b/photo", ".hidden", "\n"):
-            answer = live.call("save", photo="1", cards=[], keepSize=True, format="png", options={}, name=name, toFolder=True)[0]
+            answer = live.call("save", photo="1", cards=[], keepSize=True, format="png", options={}, name=name,
+                toFolder=True)[0]
             self.assertNotIn("error", answer, name)
             self.assertTrue((folder / answer["name"]).is_file(), name)
         self.assertEqual((folder / "photo.png").read_bytes(), before)
@@ -147,7 +150,8 @@ class FileTest(unittest.TestCase):
         self.assertEqual(answer["error"], "no such format")
 
     def test_a_download_needs_its_name_and_works_once(self):
-        answer = studio.live().call("save", photo="1", cards=[], keepSize=True, format="png", options={}, name='a"b\r\nX: y')[0]
+        answer = studio.live().call("save", photo="1", cards=[], keepSize=True, format="png", options={},
+            name='a"b\r\nX: y')[0]
         got = studio.get(answer["download"])
         self.assertEqual((got.status, got.body[:4]), (200, b"\x89PNG"))
         self.assertNotIn("x", got.headers)
@@ -169,7 +173,8 @@ class LoadTest(unittest.TestCase):
     def test_a_body_without_an_end_is_cut(self):
         for cookie in (studio.cookie, "none"):
             with studio.connect() as connection:
-                connection.sendall((f"POST /drop?name=a.png HTTP/1.1\r\nHost: 127.0.0.1:{studio.port}\r\nCookie: {cookie}\r\n"
+                connection.sendall(
+                    (f"POST /drop?name=a.png HTTP/1.1\r\nHost: 127.0.0.1:{studio.port}\r\nCookie: {cookie}\r\n"
                                     f"Origin: {studio.origin}\r\nX-Zeva-Secret: {studio.secret}\r\n"
                                     "Transfer-Encoding: chunked\r\n\r\n").encode())
                 with self.assertRaises((BrokenPipeError, ConnectionResetError)):
@@ -181,7 +186,8 @@ class LoadTest(unittest.TestCase):
         self.assertIn(answer.status, (0, 400))
 
     def test_a_file_that_is_not_a_picture_is_refused(self):
-        for name, content in (("a.png", b"no picture"), ("a.cube", b"LUT_3D_SIZE 999999\n"), ("a.png", png(9, 9)[:-30])):
+        for name, content in (("a.png", b"no picture"), ("a.cube", b"LUT_3D_SIZE 999999\n"),
+            ("a.png", png(9, 9)[:-30])):
             self.assertIn(b'"error"', studio.drop(name, content).body)
 
     def test_a_decompression_bomb_costs_one_message(self):
@@ -292,8 +298,10 @@ class NonsenseTest(unittest.TestCase):
         self.assertIn("unknown", live.call("inspect", path="/etc/passwd")[0]["error"])
 
     def test_malformed_requests_get_an_error_and_no_more(self):
-        for request in (b"\0\0\0\0\r\n\r\n", b"GET\r\n\r\n", b"GET / HTTP/9.9\r\n\r\n", b"GET / HTTP/1.1\r\n" + b"A: " + b"x" * 40000,
-                        b"POST /drop HTTP/1.1\r\nContent-Length: -5\r\n\r\n", b"GET http://a/ HTTP/1.1\r\nHost: a\r\n\r\n"):
+        for request in (b"\0\0\0\0\r\n\r\n", b"GET\r\n\r\n", b"GET / HTTP/9.9\r\n\r\n",
+            b"GET / HTTP/1.1\r\n" + b"A: " + b"x" * 40000,
+                        b"POST /drop HTTP/1.1\r\nContent-Length: -5\r\n\r\n",
+                            b"GET http://a/ HTTP/1.1\r\nHost: a\r\n\r\n"):
             with studio.connect() as connection:
                 connection.settimeout(10)
                 connection.sendall(request)
@@ -311,7 +319,8 @@ class SecretTest(unittest.TestCase):
         own = Studio(PHOTO).enter()
         live = own.live()
         live.call("files")
-        lists = [path.read_bytes() for pid in [own.process.pid, *own.workers()] for path in pathlib.Path(f"/proc/{pid}").glob("cmdline")]
+        lists = [path.read_bytes() for pid in [own.process.pid, *own.workers()]
+            for path in pathlib.Path(f"/proc/{pid}").glob("cmdline")]
         private = [path for path in pathlib.Path("/tmp").glob("zeva-studio-*") if path.stat().st_uid == os.getuid()]
         for path in private:
             self.assertEqual(path.stat().st_mode & 0o077, 0, path)

@@ -20,7 +20,8 @@ MOST_ERROR = 7.0
 def smooth(x, y):
     """A picture without detail that a smaller one cannot show, so that only the filters make a difference."""
     u, v = x / WIDTH, y / HEIGHT
-    return (int(255 * (0.2 + 0.6 * u)), int(255 * (0.5 + 0.35 * (1 - 2 * abs(v - 0.5)) * (1 - u))), int(255 * (0.75 - 0.5 * v)))
+    return (int(255 * (0.2 + 0.6 * u)), int(255 * (0.5 + 0.35 * (1 - 2 * abs(v - 0.5)) * (1 - u))),
+        int(255 * (0.75 - 0.5 * v)))
 
 
 def setUpModule():
@@ -57,12 +58,14 @@ def first_card(filter, name="c1"):
 
 def render(cards, width=WIDTH, keep=True, **part):
     area = {"x": 0, "y": 0, "w": WIDTH, "h": HEIGHT} | part
-    answer, pixels = live.call("render", photo=number("photo.png"), cards=cards, keepSize=keep, view={"width": width, **area})
+    answer, pixels = live.call("render", photo=number("photo.png"), cards=cards, keepSize=keep,
+        view={"width": width, **area})
     return answer, pixels
 
 
 def save(cards, format="png", **members):
-    answer = live.call("save", photo=number("photo.png"), cards=cards, keepSize=True, format=format, options={}, name="x", **members)[0]
+    answer = live.call("save", photo=number("photo.png"), cards=cards, keepSize=True, format=format, options={},
+        name="x", **members)[0]
     assert "error" not in answer, answer
     return studio.get(answer["download"]).body
 
@@ -79,7 +82,8 @@ def zeva(*words):
 
 
 def run_command(command):
-    made = subprocess.run(["sh", "-c", f'zeva() {{ "{ZEVA}" "$@"; }}; {command}'], capture_output=True, text=True, cwd=folder, timeout=60)
+    made = subprocess.run(["sh", "-c", f'zeva() {{ "{ZEVA}" "$@"; }}; {command}'], capture_output=True, text=True,
+        cwd=folder, timeout=60)
     assert made.returncode == 0, made.stderr
     return (folder / "result.png").read_bytes()
 
@@ -93,7 +97,8 @@ def picture_of(cards, *options):
     """The pixels that a copied command makes."""
     command = texts(cards)["command"].replace("-o result.png", " ".join(options) + " -o result.png")
     run_command(command)
-    return [component for row in picture.read(folder / "result.png") for pixel in row for component in (*pixel, 255)[:4]]
+    return [component for row in picture.read(folder / "result.png") for pixel in row
+        for component in (*pixel, 255)[:4]]
 
 
 class PictureTest(unittest.TestCase):
@@ -170,12 +175,14 @@ class PictureTest(unittest.TestCase):
 class TextTest(unittest.TestCase):
     def test_all_filters_come_back_from_all_forms(self):
         for filter in filters:
-            cards = [first_card(filter), card("c2", "BlendWithMask", inputMaskImage="$c1", inputBackgroundImage="$input")]
+            cards = [first_card(filter),
+                card("c2", "BlendWithMask", inputMaskImage="$c1", inputBackgroundImage="$input")]
             made = texts(cards)
             for form in ("command", "lua", "recipe"):
                 read = live.call("paste", text=made[form])[0]
                 self.assertNotIn("error", read, (filter["filter"], form))
-                self.assertEqual(texts(read["cards"])["link"].replace("s1", "c1"), made["link"].replace("s1", "c1"), filter["filter"])
+                self.assertEqual(texts(read["cards"])["link"].replace("s1", "c1"), made["link"].replace("s1", "c1"),
+                    filter["filter"])
                 self.assertTrue(read["keepSize"])
             link = live.call("paste", text=made["link"])[0]
             self.assertEqual([each["filter"] for each in link["cards"]], [filter["filter"], "BlendWithMask"])
@@ -210,27 +217,34 @@ class TextTest(unittest.TestCase):
 
     def test_a_program_that_was_changed_and_other_programs_are_refused(self):
         lua = texts([card("c1", "GaussianBlur", inputRadius="5")])["lua"]
-        for text in (lua.replace("= 5", "= 6"), "os.execute('touch x')\nlocal a = 1", "local filter = CIFilterGloomQOR()"):
+        for text in (lua.replace("= 5", "= 6"), "os.execute('touch x')\nlocal a = 1",
+            "local filter = CIFilterGloomQOR()"):
             self.assertRegex(live.call("paste", text=text)[0]["error"], "^Lua: .*(Copy|own form)")
 
     def test_other_commands_are_refused_and_not_executed(self):
-        for text in ("rm -rf /tmp/none; zeva apply GaussianBlur", "zeva apply GaussianBlur | sh", "zeva apply $(id)", "'",
+        for text in ("rm -rf /tmp/none; zeva apply GaussianBlur", "zeva apply GaussianBlur | sh", "zeva apply $(id)",
+            "'",
                      "zeva apply GaussianBlur --in-place a.png", "", "GaussianBlr"):
             self.assertIn("error", live.call("paste", text=text)[0], text)
 
     def test_a_typed_command_is_read(self):
-        read = live.call("paste", text=f"$ zeva apply gaussianblur radius=2 + cicolorinvert '{photo}' -o x.jpg --keep-size --quality 80")[0]
-        self.assertEqual([(each["filter"], each["settings"]) for each in read["cards"]], [("GaussianBlur", {"inputRadius": "2"}), ("ColorInvert", {})])
+        read = live.call("paste",
+            text=f"$ zeva apply gaussianblur radius=2 + cicolorinvert '{photo}' -o x.jpg --keep-size --quality 80")[0]
+        self.assertEqual([(each["filter"], each["settings"]) for each in read["cards"]],
+            [("GaussianBlur", {"inputRadius": "2"}), ("ColorInvert", {})])
         self.assertEqual((read["photo"], read["keepSize"]), (int(number("photo.png")), True))
         self.assertEqual(read["notes"], ["--quality is left out; Save asks for it"])
 
 
 class ResultTest(unittest.TestCase):
     def test_results_have_every_format(self):
-        begins = {"png": b"\x89PNG", "jpg": b"\xff\xd8", "webp": b"RIFF", "tiff": b"II*\0", "heic": b"\0\0\0", "avif": b"\0\0\0"}
+        begins = {"png": b"\x89PNG", "jpg": b"\xff\xd8", "webp": b"RIFF", "tiff": b"II*\0", "heic": b"\0\0\0",
+            "avif": b"\0\0\0"}
         for format, begin in begins.items():
-            answer = live.call("save", photo=number("photo.png"), cards=[card("c1", "ColorInvert")], keepSize=True, format=format,
-                               options={"quality": "80"} if format not in ("png", "tiff") else {}, name="a", toFolder=True)[0]
+            answer = live.call("save", photo=number("photo.png"), cards=[card("c1", "ColorInvert")], keepSize=True,
+                format=format,
+                               options={"quality": "80"} if format not in ("png", "tiff") else {}, name="a",
+                                   toFolder=True)[0]
             if "error" in answer:
                 self.assertRegex(answer["error"], "cannot be written|needs lib", format)
                 continue
@@ -246,7 +260,8 @@ class ResultTest(unittest.TestCase):
         self.assertIn("dropped_one.png", made["recipe"])
         self.assertNotIn("/tmp", made["recipe"].replace(str(folder), ""))
         self.assertEqual(len(made["notes"]), 1)
-        self.assertEqual(live.call("paste", text=made["recipe"])[0]["cards"][0]["settings"]["inputMaskImage"], f"#{answer['number']}")
+        self.assertEqual(live.call("paste", text=made["recipe"])[0]["cards"][0]["settings"]["inputMaskImage"],
+            f"#{answer['number']}")
 
     def test_presets_are_files_of_the_user(self):
         cards = [card("c1", "ColorMonochrome", inputColor="#804020")]
@@ -269,7 +284,8 @@ class ResultTest(unittest.TestCase):
 class CrashTest(unittest.TestCase):
     def test_a_filter_that_ends_the_worker_is_blamed_and_the_next_picture_is_rendered(self):
         own = Studio(PHOTO, "--module", CRASHING_FILTER,
-                     env=os.environ | {"ZEVA_CRASH_MODULE": str(FILTERS), "ZEVA_CRASH_CLASS": "CIFilterGloomQOR"}).enter()
+                     env=os.environ | {"ZEVA_CRASH_MODULE": str(FILTERS),
+                         "ZEVA_CRASH_CLASS": "CIFilterGloomQOR"}).enter()
         self.addCleanup(own.end)
         page = own.live()
         self.addCleanup(page.close)
@@ -295,7 +311,8 @@ class CrashTest(unittest.TestCase):
 
 class ProgramTest(unittest.TestCase):
     def fails(self, *arguments):
-        made = subprocess.run([ZEVA, "studio", "--no-open", *map(str, arguments)], capture_output=True, text=True, timeout=60)
+        made = subprocess.run([ZEVA, "studio", "--no-open", *map(str, arguments)], capture_output=True, text=True,
+            timeout=60)
         return made.returncode, made.stdout, made.stderr
 
     def test_signals_end_it_with_its_workers_and_its_private_folder(self):

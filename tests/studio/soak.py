@@ -65,7 +65,8 @@ def main():
             first = now
         if passed > last + 30:
             last = passed
-            print(f"{passed:5.0f} s  {count:6} pictures  " + "  ".join(f"{size >> 20} MB" for size in now.values()), flush=True)
+            print(f"{passed:5.0f} s  {count:6} pictures  " + "  ".join(f"{size >> 20} MB" for size in now.values()),
+                flush=True)
     growth = {process: now[process] - size for process, size in first.items() if process in now}
     studio.end()
     print(f"{count} pictures; growth " + ", ".join(f"{size / (1 << 20):.1f} MB" for size in growth.values()))

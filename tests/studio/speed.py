@@ -34,7 +34,8 @@ SIDE = 1024
 # Adds a filter, changes it again and again, and returns the times from the change to the painted frame.
 MEASURE = """
 const [name, repeat, done] = arguments;
-Promise.all([import("/catalogue.js"), import("/cards.js"), import("/history.js")]).then(async ([catalogue, cards, history]) => {
+const modules = ["/catalogue.js", "/cards.js", "/history.js"].map((each) => import(each));
+Promise.all(modules).then(async ([catalogue, cards, history]) => {
   const stage = document.getElementById("stage");
   const filter = catalogue.filters.find((each) => each.filter === name);
   const painted = () => Number(stage.dataset.painted ?? 0);
@@ -108,7 +109,8 @@ def main():
             studio.end()
     fast = [name for name, times in rows.items() if statistics.median(times) <= 34 and percentile(times, 0.95) <= 67]
     slow = sorted(rows, key=lambda name: -statistics.median(rows[name]))[:8]
-    lines = [f"state received to pixels ready, median of all filters: {statistics.median(ms for _, ms, _ in server):.1f} ms",
+    lines = [
+        f"state received to pixels ready, median of all filters: {statistics.median(ms for _, ms, _ in server):.1f} ms",
              f"state sent to pixels received over the socket:         {statistics.median(ms for _, _, ms in server):.1f} ms",
              f"input event to painted pixels, median:                 {statistics.median(statistics.median(t) for t in rows.values()):.1f} ms",
              f"filters with a median up to 34 ms and a 95th percentile up to 67 ms: {len(fast)} of {len(rows)}", "",

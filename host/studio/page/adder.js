@@ -21,17 +21,22 @@ let isMaking = false;
 function matching() {
   const words = search.value.toLowerCase().split(/\s+/).filter(Boolean);
   const matches = filters.filter((filter) => words.every((word) => filter.search.includes(word)));
-  // Names that begin with the text come first.
-  const [first = ""] = words;
-  const rank = (filter) => (filter.displayName.toLowerCase().startsWith(first) ? 0 : filter.filter.toLowerCase().includes(first) ? 1 : 2);
-  return first ? matches.sort((a, b) => rank(a) - rank(b)) : matches;
+  // Names that begin with the text come first, then those that contain it.
+  const text = words.join(" ");
+  const rank = ({ displayName, filter }) => {
+    const name = displayName.toLowerCase();
+    if (name.startsWith(text)) return 0;
+    return name.includes(text) || filter.toLowerCase().includes(words.join("")) ? 1 : 2;
+  };
+  return matches.sort((a, b) => rank(a) - rank(b));
 }
 
 function itemOf(filter) {
   if (!items.has(filter)) {
     const canvas = make("canvas", { width: 1, height: 1, "aria-hidden": "true" });
     const button = make("button", { type: "button", title: filter.description }, canvas,
-      make("strong", { textContent: filter.displayName }), make("span", { textContent: filter.category.replace(/([a-z])([A-Z])/g, "$1 $2") }));
+      make("strong", { textContent: filter.displayName }), make("span",
+        { textContent: filter.category.replace(/([a-z])([A-Z])/g, "$1 $2") }));
     button.addEventListener("click", () => {
       dialog.close();
       hooks.add(filter);

@@ -117,7 +117,8 @@ export function switchCard(name) {
 // The pictures that a key can take: those before its card.
 function stepsBefore(name, key) {
   const options = [];
-  options.push(key.name === "inputImage" ? ["", "The card before"] : ["-", "The card before"], ["$input", "The original photo"]);
+  options.push(key.name === "inputImage" ? ["", "The card before"] : ["-", "The card before"], ["$input",
+    "The original photo"]);
   for (const card of current().cards) {
     if (card.name === name) break;
     options.push([`$${card.name}`, `After ${filterOf(card)?.displayName ?? card.filter}`]);

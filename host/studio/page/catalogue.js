@@ -8,6 +8,9 @@ const byName = new Map();
 // The size of the picture that the platform's default positions and rectangles are meant for.
 const DEFAULT_SIDE = 300;
 
+// Larger numbers stand for infinity.
+const BEYOND = 1e9;
+
 export async function load() {
   ({ filters, colorSpaces } = await (await fetch("/catalogue.json")).json());
   for (const filter of filters) {
@@ -69,9 +72,12 @@ export function defaultText(key) {
   return typeof value === "object" ? "" : String(value);
 }
 
-// The value of a key in a new card. Positions and rectangles fit the photo; pictures are another photo, if there is one.
+// The value of a key in a new card. Positions and rectangles fit the photo; pictures are another photo,
+  if there is one.
 export function firstText(key, photo, others) {
   const scale = [photo.width / DEFAULT_SIDE, photo.height / DEFAULT_SIDE];
+  const isInfinite = Array.isArray(key.default) && key.default.some((number) => Math.abs(number) > BEYOND);
+  if (isInfinite && key.unit === "rectangle") return listText([0, 0, photo.width, photo.height]);
   if (Array.isArray(key.default) && (key.unit === "position" || key.unit === "rectangle")) {
     return listText(key.default.map((number, i) => Math.round(number * scale[i % 2])));
   }

@@ -4,7 +4,8 @@
 // the command line. The type and the unit of a key choose its control.
 
 import {
-  colorSpaces, colorText, columnsOf, componentsOf, defaultText, isAngle, isTime, keyTitle, listText, numberText, numbersIn,
+  colorSpaces, colorText, columnsOf, componentsOf, defaultText, isAngle, isTime, keyTitle, listText, numberText,
+    numbersIn,
   rangeOf, stepOf,
 } from "./catalogue.js";
 import { IDENTITY, stepsOf, textOfSteps } from "./transform.js";
@@ -27,8 +28,9 @@ function numberField(label, change, properties = {}) {
   return field;
 }
 
-// Leaves a field alone in which somebody is typing.
+// Leaves a field alone in which somebody is typing, and empties it for a text that is not a number.
 function put(field, text) {
+  if (field.type === "number" && !Number.isFinite(Number(text))) text = "";
   if (document.activeElement === field && Number(field.value) === Number(text)) return;
   if (field.value !== text) field.value = text;
 }
@@ -56,8 +58,9 @@ function numberControl(key, { change, photo, play }) {
     element: row,
     update(text) {
       const shown = numberText(Number(text) * unit, isAngle(key) ? 2 : 6);
-      slider.value = shown;
-      slider.setAttribute("aria-valuetext", shown + (isAngle(key) ? " degrees" : key.unit === "pixels" ? " pixels" : ""));
+      if (Number.isFinite(Number(shown))) slider.value = shown;
+      slider.setAttribute("aria-valuetext", shown
+        + (isAngle(key) ? " degrees" : key.unit === "pixels" ? " pixels" : ""));
       put(field, shown);
     },
   };
@@ -168,7 +171,8 @@ function listControl(key, { change }, names) {
   const select = choice(keyTitle(key), change);
   return {
     element: make("div", { className: "row" }, select),
-    update: (text) => fill(select, [...(names.includes(text) ? [] : [[text, text || "Default"]]), ...names.map((name) => [name, name])], text),
+    update: (text) => fill(select, [...(names.includes(text) ? [] : [[text, text || "Default"]]),
+      ...names.map((name) => [name, name])], text),
   };
 }
 
@@ -190,7 +194,8 @@ const CONTROLS = {
   CGColorSpaceQOR: (key, context) => listControl(key, context, colorSpaces),
 };
 
-// A labeled control with a button that resets it. `context` has change(text), reset(), photo, filter, files(), steps(key),
+// A labeled control with a button that resets it. `context` has change(text), reset(), photo, filter, files(),
+  steps(key),
 // open(kind) and play(key, button).
 export function control(key, context) {
   const { element, update } = (CONTROLS[key.type] ?? textControl)(key, context);
@@ -199,7 +204,8 @@ export function control(key, context) {
     "aria-label": `Reset ${keyTitle(key)}`,
   });
   reset.addEventListener("click", () => context.reset());
-  const head = make("div", { className: "name", title: key.description ?? "" }, make("span", { textContent: keyTitle(key) }), reset);
+  const head = make("div", { className: "name", title: key.description ?? "" }, make("span",
+    { textContent: keyTitle(key) }), reset);
   return {
     element: make("div", { className: "control" }, head, element),
     update(text, isSet) {

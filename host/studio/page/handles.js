@@ -74,13 +74,15 @@ function addRectangle(value, change, title) {
     const corners = [corner(0, 0), corner(1, 0), corner(1, 1), corner(0, 1)].map((each) => toStage(...each).join(" "));
     set(element, { d: `M${corners.join("L")}Z` });
   });
-  for (const [i, j, name] of [[0, 0, "lower left"], [1, 0, "lower right"], [1, 1, "upper right"], [0, 1, "upper left"]]) {
+  for (const [i, j, name] of [[0, 0, "lower left"], [1, 0, "lower right"], [1, 1, "upper right"], [0, 1,
+    "upper left"]]) {
     handle("corner", `${title}, ${name}`, {
       at: () => toStage(...corner(i, j)),
       move: (left, top) => {
         const [px, py] = toPhoto(left, top).map(Math.round);
         const [ox, oy] = corner(1 - i, 1 - j);
-        change(listText([Math.min(px, ox), Math.min(py, oy), Math.max(1, Math.abs(px - ox)), Math.max(1, Math.abs(py - oy))]));
+        change(listText([Math.min(px, ox), Math.min(py, oy), Math.max(1, Math.abs(px - ox)), Math.max(1,
+          Math.abs(py - oy))]));
       },
       text: () => corner(i, j).map((number) => numberText(number, 2)).join(", "),
     });
@@ -120,7 +122,8 @@ function addAngle(value, change, title, center) {
     const angle = Number(value());
     return [x + DIAL * Math.cos(angle), y - DIAL * Math.sin(angle)];
   };
-  shape("path", (element) => set(element, { d: `M${toStage(...center()).join(" ")}L${at().join(" ")}`, class: "dial" }));
+  shape("path", (element) => set(element, { d: `M${toStage(...center()).join(" ")}L${at().join(" ")}`,
+    class: "dial" }));
   handle("angle", title, {
     at,
     move: (left, top) => {
@@ -143,7 +146,8 @@ function addTransform(value, change, title) {
     return [u * Math.cos(angle) - v * Math.sin(angle) + tx, u * Math.sin(angle) + v * Math.cos(angle) + ty];
   };
   shape("path", (element) => {
-    const corners = [[0, 0], [width, 0], [width, height], [0, height]].map((each) => toStage(...placed(...each)).join(" "));
+    const corners = [[0, 0], [width, 0], [width, height], [0, height]].map((each) =>
+      toStage(...placed(...each)).join(" "));
     set(element, { d: `M${corners.join("L")}Z` });
   });
   const text = () => textOfSteps(steps());

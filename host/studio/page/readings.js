@@ -1,4 +1,5 @@
-// readings.js - what can be read off the pixels: the histogram, the color under the pointer, the share of clipped pixels.
+// readings.js - what can be read off the pixels: the histogram, the color under the pointer, the share of clipped
+// pixels.
 
 import { renderScale, shown, toPhoto, view } from "./stage.js";
 

@@ -32,7 +32,8 @@ export async function openCopy() {
         rows: Math.min(9, Math.max(2, text.split("\n").length + 1)), spellcheck: false });
       const button = make("button", { type: "button", textContent: "Copy", "aria-label": `Copy ${title}` });
       button.addEventListener("click", () => toClipboard(text, button));
-      list.append(make("section", { className: "copy" }, make("div", { className: "top" }, make("h3", { textContent: title }), button), area));
+      list.append(make("section", { className: "copy" }, make("div", { className: "top" }, make("h3",
+        { textContent: title }), button), area));
     }
     for (const note of json.notes ?? []) list.append(make("p", { className: "note", textContent: note }));
   } catch (error) {
@@ -122,13 +123,15 @@ async function listPresets() {
     });
     const item = make("li", {}, use);
     if (isOwn) {
-      const remove = make("button", { type: "button", className: "icon", textContent: "×", "aria-label": `Delete ${name}` });
+      const remove = make("button", { type: "button", className: "icon", textContent: "×",
+        "aria-label": `Delete ${name}` });
       remove.addEventListener("click", () => call("preset-delete", { name }).then(listPresets));
       item.append(remove);
     }
     return item;
   }));
-  if (json.presets.length === 0) list.append(make("li", { className: "note", textContent: "None yet. Keep the present chain below." }));
+  if (json.presets.length === 0) list.append(make("li", { className: "note",
+    textContent: "None yet. Keep the present chain below." }));
 }
 
 export async function openPresets() {

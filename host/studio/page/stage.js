@@ -3,7 +3,7 @@
 // Lengths are in device pixels unless a name says otherwise. `zoom` is device pixels per pixel of the photo. Below
 // 100 % the server renders at that scale; above, it renders single pixels and the page enlarges them.
 //
-// At most two requests are on their way. The server renders the newest and drops those that it overtakes.
+// At most two requests are pending. The server renders the newest and drops those that it overtakes.
 
 import { call, forget, lastCall } from "./live.js";
 
@@ -78,7 +78,8 @@ export function zoomTo(zoom, left = stage.clientWidth / 2, top = stage.clientHei
 }
 
 export function zoomStep(direction, left, top) {
-  const next = direction > 0 ? ZOOMS.find((zoom) => zoom > view.zoom * 1.01) : ZOOMS.findLast((zoom) => zoom < view.zoom * 0.99);
+  const next = direction > 0 ? ZOOMS.find((zoom) => zoom > view.zoom * 1.01) : ZOOMS.findLast((zoom) =>
+    zoom < view.zoom * 0.99);
   if (next) zoomTo(next, left, top);
 }
 
@@ -103,7 +104,8 @@ function visible() {
   const by = enlargement();
   return {
     width: Math.round(view.photo.width * renderScale()),
-    x: Math.floor(-view.x / by), y: Math.floor(-view.y / by), w: Math.ceil(width / by) + 1, h: Math.ceil(height / by) + 1,
+    x: Math.floor(-view.x / by), y: Math.floor(-view.y / by), w: Math.ceil(width / by) + 1, h: Math.ceil(height / by)
+      + 1,
   };
 }
 
@@ -185,7 +187,8 @@ function draw(name) {
     canvas.height = image.height;
   }
   const pixels = markClipped && name === "after" ? withMarks(image.pixels) : image.pixels;
-  canvas.getContext("2d", { willReadFrequently: true }).putImageData(new ImageData(pixels, image.width, image.height), 0, 0);
+  canvas.getContext("2d", { willReadFrequently: true }).putImageData(new ImageData(pixels, image.width, image.height),
+    0, 0);
 }
 
 function keep(name, { json, pixels }, scale) {
@@ -258,7 +261,7 @@ export function setPhoto(photo) {
   place();
 }
 
-// After the connection was lost, nothing is on its way any more.
+// After the connection was lost, no request is pending any more.
 export function again() {
   pending = [];
   send();

@@ -54,6 +54,7 @@ function wholeRequest() {
 // ---- The state
 
 function updateHandles() {
+  handlesOf = handlesKey();
   const card = cards.chosenCard();
   if (!card || card.isOff) {
     clearHandles();
@@ -64,7 +65,13 @@ function updateHandles() {
   showHandles(filter, () => cards.cardNamed(name) ?? card, (key, text) => cards.setKey(name, key, text));
 }
 
+// What the handles are made for.
 let handlesOf = null;
+
+function handlesKey() {
+  const card = cards.chosenCard();
+  return card && `${card.name} ${card.isOff} ${photo()?.number}`;
+}
 
 function changed(state, mark) {
   const shownPhoto = photo();
@@ -78,18 +85,16 @@ function changed(state, mark) {
   at("redo").disabled = !history.canRedo();
   at("keep-size").checked = state.keepSize;
   at("photo").value = String(state.photo ?? "");
-  const card = cards.chosenCard();
-  const key = card && `${card.name} ${card.isOff} ${shownPhoto?.number}`;
   // While a handle is dragged it must not be replaced.
-  if (mark === null || key !== handlesOf) updateHandles();
+  if (mark === null || handlesKey() !== handlesOf) updateHandles();
   else placeHandles();
-  handlesOf = key;
 }
 
 function listFiles(answer) {
   files = answer.files.map((file) => files.find((each) => each.number === file.number) ?? file);
   if ("folder" in answer) folder = answer.folder;
-  at("photo").replaceChildren(...pictures().map((file) => make("option", { value: String(file.number), textContent: file.name })));
+  at("photo").replaceChildren(...pictures().map((file) => make("option", { value: String(file.number),
+    textContent: file.name })));
   at("photo").disabled = pictures().length === 0;
   at("photo").value = String(history.current()?.photo ?? "");
 }
@@ -104,7 +109,8 @@ function use(answer) {
   const first = lastNumber;
   const renamed = new Map(answer.cards.map((card, i) => [card.name, `c${first + i + 1}`]));
   lastNumber += answer.cards.length;
-  const reference = (text) => (text.startsWith("$") && renamed.has(text.slice(1)) ? `$${renamed.get(text.slice(1))}` : text);
+  const reference = (text) => (text.startsWith("$")
+    && renamed.has(text.slice(1)) ? `$${renamed.get(text.slice(1))}` : text);
   const used = answer.cards.map((card) => ({
     name: renamed.get(card.name), filter: card.filter, isOff: false,
     settings: Object.fromEntries(Object.entries(card.settings).map(([key, text]) => [key, reference(text)])),
@@ -197,21 +203,26 @@ const ACTIONS = {
 // Key, action, what the help says.
 const KEYS = [
   ["a", "add", "Add a filter"], ["/", "add", ""], ["o", "open", "Open pictures"],
-  ["f", "fit", "Fit the picture"], ["1", "actual", "100 %"], ["+", "larger", "Zoom in"], ["=", "larger", ""], ["-", "smaller", "Zoom out"],
+  ["f", "fit", "Fit the picture"], ["1", "actual", "100 %"], ["+", "larger", "Zoom in"], ["=", "larger", ""], ["-",
+    "smaller", "Zoom out"],
   ["b", "compare", "Compare before and after"], ["c", "clipped", "Mark clipped pixels"],
-  ["y", "copy", "Copy as command, Lua, recipe or link"], ["v", "paste", "Paste"], ["p", "presets", "Presets"], ["s", "save", "Save"],
+  ["y", "copy", "Copy as command, Lua, recipe or link"], ["v", "paste", "Paste"], ["p", "presets", "Presets"], ["s",
+    "save", "Save"],
   ["?", "help", "This list"],
 ];
 const MORE_KEYS = [
-  ["Ctrl Z", "Undo"], ["Ctrl Shift Z", "Redo"], ["Space", "Hold to see the photo without filters"], ["Arrows", "Move the picture, a handle or the split line"],
+  ["Ctrl Z", "Undo"], ["Ctrl Shift Z", "Redo"], ["Space", "Hold to see the photo without filters"], ["Arrows",
+    "Move the picture, a handle or the split line"],
   ["↑ ↓ on a card", "Next card"], ["Alt ↑ ↓ on a card", "Reorder"], ["D on a card", "Duplicate"],
   ["O on a card", "Switch on or off"], ["Delete on a card", "Delete"],
 ];
 
 for (const [id, action] of Object.entries(ACTIONS)) at(id).addEventListener("click", () => action());
 at("photo").addEventListener("change", () => choosePhoto(Number(at("photo").value)));
-at("keep-size").addEventListener("change", () => history.change({ ...history.current(), keepSize: at("keep-size").checked }));
-at("keys").replaceChildren(...[...KEYS.filter(([, , text]) => text).map(([key, , text]) => [key.toUpperCase(), text]), ...MORE_KEYS]
+at("keep-size").addEventListener("change", () => history.change({ ...history.current(),
+  keepSize: at("keep-size").checked }));
+at("keys").replaceChildren(...[...KEYS.filter(([, , text]) => text).map(([key, , text]) => [key.toUpperCase(), text]),
+  ...MORE_KEYS]
   .map(([key, text]) => make("div", {}, make("dt", { textContent: key }), make("dd", { textContent: text }))));
 
 addEventListener("keydown", (event) => {
@@ -263,10 +274,7 @@ cards.begin({
   others,
   files: () => files,
   open: (kind) => askForFiles(kind, false),
-  chose: () => {
-    handlesOf = null;
-    updateHandles();
-  },
+  chose: updateHandles,
   say,
   lastNumber: () => lastNumber,
   setLastNumber: (number) => { lastNumber = number; },
@@ -278,7 +286,8 @@ adder.begin({
     const size = photo();
     const width = Math.max(1, Math.round(size.width * Math.min(1, side / Math.max(size.width, size.height))));
     const request = wholeRequest();
-    return { ...request, keepSize: true, cards: [...request.cards, requestOf({ cards: [cards.newCard(filter)] }).cards[0]],
+    return { ...request, keepSize: true, cards: [...request.cards,
+      requestOf({ cards: [cards.newCard(filter)] }).cards[0]],
       view: { width, x: 0, y: 0, w: side, h: side } };
   },
 });
