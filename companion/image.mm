@@ -239,12 +239,13 @@ ZEVAobjectStruct* Covering(ZEVAobjectStruct* self, ZEVAobjectStruct* other) {
     if (below == nil) return Refused(member, @"the other image is nil", consequence);
     if (original == nil) return nullptr;
     const CGRect target = CGRectIntegral([below extent]);
+    constexpr CGFloat kBeyondAnySide = 2147483648;  // does not fit into 32 bits with a sign
     NSString* reason = nil;
     if (CGRectIsEmpty([original extent]) || CGRectIsEmpty(target)) {
         reason = @"an image is empty";
     } else if (CGRectIsInfinite([original extent]) || CGRectIsInfinite(target)) {
         reason = @"an image is infinite, crop it first";
-    } else if (target.size.width > INT32_MAX || target.size.height > INT32_MAX) {
+    } else if (target.size.width >= kBeyondAnySide || target.size.height >= kBeyondAnySide) {
         reason = @"the image to cover extends too far, crop it first";
     }
     if (reason != nil) return Refused(member, reason, consequence);

@@ -143,7 +143,7 @@ Plan Prepare(Host& host, const ApplyRequest& request, const Recipe& recipe, cons
     const bool hasInput = !recipe.inputs.empty();
     if (request.keepSize && !hasInput) throw HostError("--keep-size", "there is no input picture");
     Plan plan = {PrepareRecipe(host, recipe, hasInput), ResizeOf(request)};
-    CheckTarget(host, target, request.options);
+    CheckAtRecipe(recipe, [&] { CheckTarget(host, target, request.options); });
     return plan;
 }
 
@@ -490,9 +490,9 @@ void CheckOptions(const ApplyRequest& request) {
 }
 
 int Apply(const ProgramOptions& options, ApplyRequest request) {
-    const Recipe recipe = ParseCommand(request.words, SharedRecipes());
+    Recipe recipe = ParseCommand(request.words, SharedRecipes());
     AddRecipeOptions(request, recipe);
-    CheckOptions(request);
+    CheckAtRecipe(recipe, [&] { CheckOptions(request); });
     const std::vector<InputPicture> pictures = PicturesOf(options, request, recipe);
     if (pictures.empty() && !recipe.inputs.empty()) {
         throw Failure(kFailed, recipe.inputs[0] + ": the folder contains no pictures; nothing was written");

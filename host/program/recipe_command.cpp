@@ -57,13 +57,16 @@ PreparedRecipe PrepareToCheck(host::Host& host, const Recipe& recipe, bool& hasI
 // Throws what "zeva apply" would throw before it opens a picture. Returns the program in Lua; nothing for a recipe with
 // empty slots.
 std::string Check(host::Host& host, const Recipe& recipe, const RecipeRequest& options) {
-    CheckTarget(host, "", options.options);
+    CheckAtRecipe(recipe, [&] { CheckTarget(host, "", options.options); });
     const auto isEmpty = [](const RecipePicture& picture) { return picture.path.empty(); };
     if (!options.asLua && std::ranges::any_of(recipe.pictures, isEmpty)) return {};
     bool hasInput = false;
     const PreparedRecipe prepared = PrepareToCheck(host, recipe, hasInput);
     CheckOutputs(host, prepared, hasInput);
-    return options.asLua ? RecipeLua(recipe, prepared, hasInput) : std::string();
+    if (!options.asLua) return {};
+    Recipe whole = recipe;
+    whole.options = RecipeOptionsOf(options);
+    return RecipeLua(whole, prepared, hasInput);
 }
 
 Recipe ReadWords(const std::vector<std::string>& words) {
@@ -84,13 +87,13 @@ int PrintRecipe(const ProgramOptions& options, RecipeRequest request) {
     if (request.words.empty()) throw UsageError("RECIPE is required; --list lists those that come with the program");
     Recipe recipe = ReadWords(request.words);
     AddRecipeOptions(request, recipe);
-    CheckResultOptions(request);
+    CheckAtRecipe(recipe, [&] { CheckResultOptions(request); });
     const auto host = MakeHost(options, FilesOfRecipe(recipe));
-    recipe.options = RecipeOptionsOf(request);
     std::string text = WithStatus(kWrongUsage, [&] { return Check(*host, recipe, request); });
     if (!options.isQuiet) {
         for (const std::string& note : UnusedNames(recipe)) PrintError(note);
     }
+    recipe.options = RecipeOptionsOf(request);
     if (request.asLink) {
         text = RecipeLink(LinkableRecipe(*host, recipe)) + "\n";
     } else if (request.asCommand) {

@@ -55,21 +55,38 @@ std::vector<Argument> ResultArguments(ResultOptions& options) {
     return arguments;
 }
 
-void AddRecipeOptions(ResultOptions& options, const Recipe& recipe) {
+void AddRecipeOptions(ResultOptions& options, Recipe& recipe) {
     const std::vector<Argument> arguments = ResultArguments(options);
     std::set<std::string_view> given;  // names and groups
     for (const RecipeOptionRow& row : kRecipeOptions) {
         if (IsGiven(ArgumentOf(arguments, row.name))) given.insert({row.name, row.group});
     }
-    for (const RecipeOption& option : recipe.options) {
+    std::erase_if(recipe.options, [&](const RecipeOption& option) {
         const RecipeOptionRow& row = *FindRecipeOption(option.name);
-        if (given.contains(row.name) || (!row.group.empty() && given.contains(row.group))) continue;
-        const Argument& argument = ArgumentOf(arguments, row.name);
+        return given.contains(row.name) || (!row.group.empty() && given.contains(row.group));
+    });
+    for (const RecipeOption& option : recipe.options) {
+        const Argument& argument = ArgumentOf(arguments, option.name);
         if (const auto* flag = std::get_if<bool*>(&argument.target)) {
             **flag = true;
         } else {
             *std::get<std::string*>(argument.target) = ResolvedOption(option);
         }
+    }
+}
+
+void CheckAtRecipe(const Recipe& recipe, const std::function<void()>& work) {
+    try {
+        work();
+    } catch (const std::exception&) {
+        const Failure failure = FailureOfError(kWrongUsage);
+        const std::string text = failure.what();
+        for (const RecipeOption& option : recipe.options) {
+            const std::string start = option.name + ": ";
+            if (option.place.file.empty() || !text.starts_with(start)) continue;
+            throw RecipeError(option.place, option.name, text.substr(start.size()));
+        }
+        throw;
     }
 }
 

@@ -5,6 +5,7 @@
 
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -31,8 +32,12 @@ struct ResultOptions {
 // Throws UsageError, or HostError, for a wrong size, a wrong rectangle and options that do not go together.
 void CheckResultOptions(const ResultOptions& options);
 
-// Adds the options of a recipe that the command does not replace.
-void AddRecipeOptions(ResultOptions& options, const Recipe& recipe);
+// Adds the options of a recipe, and removes those from it that the command replaces.
+void AddRecipeOptions(ResultOptions& options, Recipe& recipe);
+
+// Runs work that checks options. A failure that begins with the name of one that stands in the recipe becomes a
+// RecipeError of its line.
+void CheckAtRecipe(const Recipe& recipe, const std::function<void()>& work);
 
 // Returns the options as those of a recipe, in the order of the table.
 [[nodiscard]] std::vector<RecipeOption> RecipeOptionsOf(ResultOptions options);

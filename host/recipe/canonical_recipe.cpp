@@ -84,8 +84,7 @@ class Canonizer {
             if (!IsFileName(type)) static_cast<void>(Resolved(recipe_, step, setting, type));  // throws
             return setting.value;
         }
-        const std::string text = parts.empty() ? std::string() : parts[0].text;
-        return ValueOfText(CanonicalText(text, type, setting.text, setting.place));
+        return ValueOfText(CanonicalText(TextOfValue(setting.value), type, setting.text, setting.place));
     }
 
     void NoteType(const std::string& name, const Type& type) {
@@ -109,8 +108,7 @@ class Canonizer {
     RecipeParameter Parameter(const RecipeParameter& parameter) const {
         RecipeParameter result = parameter;
         result.place = place_;
-        std::string text;
-        for (const ValuePart& part : PartsOf(parameter.value)) text += part.text;
+        std::string text = TextOfValue(parameter.value);
         if (const Type* type = TypeOf(parameter.name)) {
             text = CanonicalText(text, *type, parameter.text, parameter.place);
         }
@@ -121,7 +119,7 @@ class Canonizer {
     RecipeOption Option(const RecipeOption& option) const {
         RecipeOption result = option;
         result.place = place_;
-        if (ResolvedOption(option) != option.value) result.value = Rebased(option.value, option.place);
+        if (NamesFile(option)) result.value = Rebased(option.value, option.place);
         return result;
     }
 

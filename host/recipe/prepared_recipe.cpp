@@ -283,7 +283,7 @@ std::vector<std::string> FilesOfRecipe(const Recipe& recipe) {
         std::string text;
         for (const ValuePart& part : PartsOf(value)) {
             const RecipeParameter* parameter = part.isReference ? FindParameter(recipe, part.text) : nullptr;
-            text += parameter != nullptr ? parameter->value : part.text;
+            text += parameter != nullptr ? TextOfValue(parameter->value) : part.text;
         }
         add(text.starts_with('@') ? text.substr(1) : text, place);
     };

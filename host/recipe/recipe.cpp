@@ -13,7 +13,6 @@
 namespace {
 
 bool IsLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
-bool IsLetterOrDigit(char c) { return IsLetter(c) || (c >= '0' && c <= '9'); }
 
 // "warm.recipe:4: ", or nothing for a command.
 std::string PlaceText(const RecipePlace& place) {
@@ -27,6 +26,11 @@ std::string SubjectText(const RecipePlace& place, const std::string& word) {
     std::string text = PlaceText(place);
     if (text.size() >= 2) text.resize(text.size() - 2);
     return text;
+}
+
+// What follows from a mistake in a file, unless the problem says so already.
+const char* ConsequenceOf(const RecipePlace& place, const std::string& problem) {
+    return place.file.empty() || problem.ends_with("; nothing was written") ? "" : "; nothing was run";
 }
 
 constexpr std::size_t kLongestShownWord = 80;
@@ -125,8 +129,7 @@ std::string RecipePlace::Folder() const {
 }
 
 RecipeError::RecipeError(const RecipePlace& place, const std::string& word, const std::string& problem, int errorNumber)
-    : HostError(SubjectText(place, ShownWord(word)), problem + (place.file.empty() ? "" : "; nothing was run"),
-                errorNumber),
+    : HostError(SubjectText(place, ShownWord(word)), problem + ConsequenceOf(place, problem), errorNumber),
       place_(place),
       word_(word),
       mistake_(problem) {}
@@ -158,13 +161,13 @@ std::vector<ValuePart> PartsOf(std::string_view value) {
     for (std::size_t i = 0; i < value.size();) {
         const char next = i + 1 < value.size() ? value[i + 1] : '\0';
         const bool isBehindReference = text.empty() && !parts.empty() && parts.back().isReference;
-        if (value[i] == '\\' && (next == '\\' || next == '$' || (isBehindReference && IsLetterOrDigit(next)))) {
+        if (value[i] == '\\' && (next == '\\' || next == '$' || (isBehindReference && IsNameCharacter(next)))) {
             text += next;
             i += 2;
         } else if (value[i] == '$' && IsLetter(next)) {
             endText();
             std::size_t end = i + 1;
-            while (end < value.size() && IsLetterOrDigit(value[end])) ++end;
+            while (end < value.size() && IsNameCharacter(value[end])) ++end;
             parts.push_back({true, std::string(value.substr(i + 1, end - i - 1))});
             i = end;
         } else {
@@ -173,6 +176,12 @@ std::vector<ValuePart> PartsOf(std::string_view value) {
     }
     endText();
     return parts;
+}
+
+std::string TextOfValue(std::string_view value) {
+    std::string text;
+    for (const ValuePart& part : PartsOf(value)) text += (part.isReference ? "$" : "") + part.text;
+    return text;
 }
 
 std::string ValueOfText(std::string_view text) {
@@ -189,8 +198,10 @@ std::string ReferenceOf(std::string_view value) {
     return std::string(value.substr(1));
 }
 
+bool IsNameCharacter(char c) { return IsLetter(c) || (c >= '0' && c <= '9'); }
+
 bool IsRecipeName(std::string_view text) {
-    return !text.empty() && IsLetter(text.front()) && std::all_of(text.begin(), text.end(), IsLetterOrDigit);
+    return !text.empty() && IsLetter(text.front()) && std::all_of(text.begin(), text.end(), IsNameCharacter);
 }
 
 const RecipeParameter* FindParameter(const Recipe& recipe, std::string_view name) {
@@ -215,7 +226,7 @@ void BindParameter(Recipe& recipe, const Setting& setting) {
         bound.text = setting.text;
     } else if (const RecipePicture* picture = FindPicture(recipe, setting.key)) {
         auto& bound = recipe.pictures[static_cast<std::size_t>(picture - recipe.pictures.data())];
-        bound.path = parts.empty() ? std::string() : parts.front().text;
+        bound.path = TextOfValue(setting.value);
         bound.place = setting.place;
         bound.text = setting.text;
     } else {

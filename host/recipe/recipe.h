@@ -123,11 +123,17 @@ struct ValuePart {
 // Splits a value at its references. An empty value has no parts.
 [[nodiscard]] std::vector<ValuePart> PartsOf(std::string_view value);
 
+// Returns the text that a value without references stands for.
+[[nodiscard]] std::string TextOfValue(std::string_view value);
+
 // Returns the value that stands for a text, without references.
 [[nodiscard]] std::string ValueOfText(std::string_view text);
 
 // Returns the name when the whole value is one reference; empty otherwise.
 [[nodiscard]] std::string ReferenceOf(std::string_view value);
+
+// Whether a character may be a part of a name or a key: a letter or a digit of ASCII.
+[[nodiscard]] bool IsNameCharacter(char c);
 
 // Whether a text can be the name of a parameter, picture or result: a letter, then letters and digits.
 [[nodiscard]] bool IsRecipeName(std::string_view text);

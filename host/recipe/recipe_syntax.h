@@ -36,6 +36,12 @@ inline constexpr std::string_view kRecipeHeader = "zeva-recipe 1";
 
 inline constexpr std::string_view kRecipeSuffix = ".recipe";
 
+// The words with a meaning of their own, unless they are quoted.
+inline constexpr const char* kArrow = "->";
+inline constexpr const char* kEquals = "=";
+inline constexpr const char* kPicture = "picture";
+inline constexpr const char* kSeparator = "+";
+
 // Reads the text of a recipe. `file` names it in messages, and paths are relative to its folder.
 [[nodiscard]] Recipe ParseRecipe(std::string_view text, const std::string& file);
 

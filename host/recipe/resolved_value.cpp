@@ -46,7 +46,7 @@ ResolvedValue Resolved(const Recipe& recipe, std::size_t step, const Setting& se
         }
         const bool isWhole = parts.size() == 1;
         if (const RecipeParameter* parameter = FindParameter(recipe, part.text)) {
-            for (const ValuePart& each : PartsOf(parameter->value)) value.text += each.text;
+            value.text += TextOfValue(parameter->value);
             if (isWhole) {
                 value.subject = parameter->text;
                 value.place = parameter->place;
@@ -85,9 +85,12 @@ std::string ResolvedPath(const std::string& path, const std::string& folder) {
     return folder.empty() || path.starts_with('/') ? path : folder + "/" + path;
 }
 
-std::string ResolvedOption(const RecipeOption& option) {
-    if (!FindRecipeOption(option.name)->mayBeFile) return option.value;
-    const std::string path = ResolvedPath(option.value, option.place.Folder());
+bool NamesFile(const RecipeOption& option) {
     std::error_code error;
-    return std::filesystem::is_regular_file(path, error) ? path : option.value;
+    return FindRecipeOption(option.name)->mayBeFile &&
+           std::filesystem::is_regular_file(ResolvedPath(option.value, option.place.Folder()), error);
+}
+
+std::string ResolvedOption(const RecipeOption& option) {
+    return NamesFile(option) ? ResolvedPath(option.value, option.place.Folder()) : option.value;
 }

@@ -27,6 +27,9 @@ struct ResolvedValue {
 // Returns a path of a recipe so that it is relative to the current folder.
 [[nodiscard]] std::string ResolvedPath(const std::string& path, const std::string& folder);
 
+// Whether the value of an option is the name of a file that is there.
+[[nodiscard]] bool NamesFile(const RecipeOption& option);
+
 // Returns the value of an option; that of a file like a path.
 [[nodiscard]] std::string ResolvedOption(const RecipeOption& option);
 

@@ -121,9 +121,19 @@ Answer Catalogue(Worker& worker, const Request&) {
     for (const std::string& name : FilterNames(worker.host)) {
         filters.push_back(ToJson(DescribeClass(worker.host, ClassNamed(worker.host, name))));
     }
+    // Steps of recipes that are methods of an image: a pasted chain may have them.
+    host::Json methods = host::Json::MakeArray();
+    for (const std::string& name : StepMethodNames(worker.host)) {
+        host::Json keys = host::Json::MakeArray();
+        for (const StepKey& key : KeysOf(StepNamed(worker.host, name))) {
+            const bool isRequired = key.name != "inputImage";
+            keys.push_back({{"name", key.name}, {"type", key.type.word}, {"isRequired", isRequired}});
+        }
+        methods.push_back({{"filter", name}, {"displayName", name}, {"category", "Image"}, {"properties", keys}});
+    }
     host::Json spaces = host::Json::MakeArray();
     for (const std::string& name : KnownValues({.kind = {}, .word = "CGColorSpaceQOR"})) spaces.push_back(name);
-    const host::Json catalogue = {{"filters", filters}, {"colorSpaces", spaces}};
+    const host::Json catalogue = {{"filters", filters}, {"methods", methods}, {"colorSpaces", spaces}};
     Answer answer;
     answer.bytes = catalogue.Dump();
     return answer;

@@ -31,9 +31,9 @@ constexpr std::size_t kTypeSizes[] = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8};
 constexpr std::uint32_t kShort = 3;
 
 // A block. Reading beyond its end gives 0, and writing there does nothing.
-class Block {
+class ExifBlock {
   public:
-    explicit Block(Bytes& bytes) : bytes_(bytes), isLittleEndian_(!bytes.empty() && bytes[0] == 'I') {}
+    explicit ExifBlock(Bytes& bytes) : bytes_(bytes), isLittleEndian_(!bytes.empty() && bytes[0] == 'I') {}
 
     bool HasHeader() const {
         return bytes_.size() >= 8 &&
@@ -123,7 +123,7 @@ class Block {
 };
 
 // Clears the thumbnail and its table, and cuts the block where they were its end. Returns false for a broken table.
-[[nodiscard]] bool DropThumbnail(Block& block, std::size_t first, Bytes* exif) {
+[[nodiscard]] bool DropThumbnail(ExifBlock& block, std::size_t first, Bytes* exif) {
     const std::size_t link = first + 2 + block.Get(first, 2) * kEntrySize;
     const std::size_t table = block.Get(link, 4);
     block.Set(link, 4, 0);
@@ -142,7 +142,7 @@ class Block {
 int OrientationIn(const Metadata& metadata) {
     if (metadata.orientation != 0) return metadata.orientation;
     Bytes exif = metadata.exif;
-    const Block block(exif);
+    const ExifBlock block(exif);
     if (!block.HasHeader()) return 0;
     const std::size_t entry = block.Find(block.Get(4, 4), kOrientation);
     if (entry == 0 || block.Get(entry + 2, 2) != kShort) return 0;
@@ -151,7 +151,7 @@ int OrientationIn(const Metadata& metadata) {
 }
 
 bool AdaptExif(Bytes* exif, const Adaption& adaption) {
-    Block block(*exif);
+    ExifBlock block(*exif);
     const std::size_t first = block.HasHeader() ? block.Get(4, 4) : 0;
     if (!block.HoldsTable(first)) return false;
     if (!DropThumbnail(block, first, exif)) return false;

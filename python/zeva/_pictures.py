@@ -99,20 +99,31 @@ class Image:
         _, _, width, height = _pixels_of(self.extent)
         return width, height
 
-    def save(self, path, quality=None, space=None):
+    def save(self, path, quality=None, space=None, *, like=None, **options):
         """Writes the picture as a file whose suffix names its format: .png, .jpg and whatever the module writes.
 
         path     a text or a path; an existing file is replaced when writing succeeds
         quality  0 (smallest) to 100 (best), for formats with losses
         space    the color space of the file, by name ("displayP3") or as a CGColorSpaceQOR; sRGB without one
+        like     the opened picture whose depth, color space, Exif, XMP and IPTC data the file keeps
+        options  those of `zeva apply` about its output: depth=16, compression="small", lossless=True, strip="gps",
+                 color_space="Display P3"
 
-        Raises Raised for a picture that is empty or infinite, for another suffix, and when the file cannot be written.
-        Then nothing is written.
+        Raises Raised for a picture that is empty or infinite, for another suffix, for a wrong option, and when the file
+        cannot be written. Then nothing is written.
         """
-        if quality is None and space is None:
-            return self.Save(path)
-        share = 0.9 if quality is None else quality / 100
-        return self.SaveWithQuality(path, share) if space is None else self.SaveInSpace(path, share, space)
+        if like is None and not options:
+            if quality is None and space is None:
+                return self.Save(path)
+            share = 0.9 if quality is None else quality / 100
+            return self.SaveWithQuality(path, share) if space is None else self.SaveInSpace(path, share, space)
+        if space is not None:
+            raise TypeError("save: space does not go with like and options; use color_space")
+        if quality is not None:
+            options["quality"] = quality
+        words = [name.replace("_", "-") + ("" if value is True else f"={value}")
+                 for name, value in options.items() if value is not None and value is not False]
+        return self.SaveLike(path, like, "; ".join(words))
 
     def pixels(self, rectangle=None):
         """The pixels as people see them: an array of height x width x 4, uint8, straight RGBA in sRGB, top row first.

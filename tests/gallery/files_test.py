@@ -46,6 +46,10 @@ def pictures_of(folder):
     return sorted(path.name for path in folder.iterdir() if path.name[0].isupper())
 
 
+def card_links():
+    return [link["href"] for link in pages["index.html"].all("a") if link["href"] != "recipes.html"]
+
+
 class SettingsTest(unittest.TestCase):
     def test_settings_belong_to_filters_and_set_only_their_keys(self):
         filters = json.loads((ROOT / "host/gallery/gallery.json").read_text())["filters"]
@@ -60,8 +64,8 @@ class SettingsTest(unittest.TestCase):
 class PagesTest(unittest.TestCase):
     def test_every_filter_has_a_page_and_a_card(self):
         expected = {f"{name}.html" for name in described}
-        self.assertEqual(set(pages), expected | {"index.html"})
-        cards = [link["href"] for link in pages["index.html"].all("a")]
+        self.assertEqual(set(pages), expected | {"index.html", "recipes.html"})
+        cards = card_links()
         self.assertEqual(len(cards), len(described))
         self.assertEqual(set(cards), expected)
 
@@ -111,12 +115,12 @@ class PagesTest(unittest.TestCase):
 
     def test_next_links_visit_all_filters(self):
         seen, name = [], "index.html"
-        name = pages["index.html"].all("a")[0]["href"]
+        name = card_links()[0]
         while name:
             seen.append(name)
             following = [link["href"] for link in pages[name].all("a") if link.get("rel") == "next"]
             name = following[0] if following else None
-        self.assertEqual(seen, [link["href"] for link in pages["index.html"].all("a")])
+        self.assertEqual(seen, card_links())
 
     def test_nothing_is_loaded_from_other_sites(self):
         for path in gallery.iterdir():
@@ -168,6 +172,21 @@ class PicturesTest(unittest.TestCase):
             for pictures in workers.map(run, range(len(programs))):
                 unmatched -= set(pictures)
         self.assertEqual(unmatched, set())
+
+
+class RecipesTest(unittest.TestCase):
+    def test_the_page_shows_each_recipe_with_its_picture(self):
+        recipes = sorted((ROOT / "share/recipes").glob("*.recipe"))
+        self.assertEqual(pages["recipes.html"].programs, [recipe.read_text() for recipe in recipes])
+        place = photo_folders()[0]
+        shown = [image["src"] for image in pages["recipes.html"].all("img")]
+        for recipe in recipes:
+            picture = place / f"recipe-{recipe.stem}.jpg"
+            self.assertIn(f"pictures/{place.name}/{picture.name}", shown)
+            made = folder / picture.name
+            applied = zeva("apply", recipe.name, "photo.jpg", "-q", "-o", made, cwd=place)
+            self.assertEqual((applied.returncode, applied.stderr), (0, ""))
+            self.assertEqual(made.read_bytes(), picture.read_bytes(), recipe.name)
 
 
 class FailureTest(unittest.TestCase):

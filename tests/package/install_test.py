@@ -71,7 +71,7 @@ share/zeva/recipes/warm-film.recipe
 
 
 def run(*command, **options):
-    done = subprocess.run(list(map(str, command)), capture_output=True, text=True, timeout=120, **options)
+    done = subprocess.run(list(map(str, command)), capture_output=True, text=True, timeout=600, **options)
     assert done.returncode == 0, f"{command}\n{done.stdout}{done.stderr}"
     return done.stdout
 

@@ -7,7 +7,7 @@ import struct
 import unittest
 import zlib
 
-from PIL import Image, ImageCms
+from PIL import Image, ImageChops, ImageCms
 
 from zeva_program import ZevaTest, messages
 
@@ -242,6 +242,33 @@ class FormatsTest(ZevaTest):
                     with Image.open(self.apply("in.tif", "out.png")) as ours:
                         pairs = zip(ours.convert("RGB").tobytes(), picture.convert("RGB").tobytes())
                         self.assertLessEqual(max(abs(a - b) for a, b in pairs), 2 if mode in ("CMYK", "YCbCr") else 0)
+
+    def test_large_tiffs_are_read_by_rows_like_pillow_reads_them(self):
+        for mode, save in (("RGB", {"compression": "tiff_adobe_deflate"}), ("RGBA", {}), ("L", {"strip_size": 1 << 24}),
+                           ("I;16", {"compression": "tiff_lzw"})):
+            picture = noise("RGB", (700, 500)) if mode != "RGBA" else noise("RGBA", (700, 500))
+            picture = picture.convert("L").convert("I") if mode == "I;16" else picture.convert(mode)
+            picture = picture.resize((2100, 1500))
+            if mode == "RGBA":
+                picture.putalpha(picture.getchannel("R").point(lambda level: 255 - level // 2))
+            if mode == "I;16":
+                picture = picture.point(lambda level: level * 257).convert(mode)
+            with self.subTest(mode=mode):
+                picture.save(self.folder / "in.tif", **save)
+                with Image.open(self.apply("in.tif", "out.tif", "--compression", "balanced")) as ours:
+                    self.assertEqual(ours.mode, mode)
+                    if mode == "RGBA":  # colors are multiplied by alpha and divided again
+                        extrema = ImageChops.difference(ours, picture).getextrema()
+                        self.assertLessEqual(max(most for _, most in extrema), 1)
+                    else:
+                        self.assertTrue(ours.tobytes() == picture.tobytes())  # a difference prints for minutes
+
+    def test_a_large_tiff_that_ends_early_is_refused(self):
+        noise("RGB", (700, 500)).resize((2100, 1500)).save(self.folder / "in.tif")
+        whole = (self.folder / "in.tif").read_bytes()
+        self.assertEqual(whole[4:8], struct.pack("<I", 8))  # the directory is in front of the pixels
+        (self.folder / "in.tif").write_bytes(whole[: len(whole) // 2])
+        self.assertEqual(self.refusal("in.tif", 1), "the file is truncated; no image was opened")
 
     def test_heif_and_avif_are_written_and_read(self):
         picture = smooth("RGB")

@@ -86,6 +86,8 @@ class ManualTest(ZevaTest):
                 "4 ",
                 f"{constant('host/recipe/cube_file.h', r'kLargestCubeSize = (.+);')} ",
                 f"{constant('host/recipe/cube_file.h', r'kLongestCubeLine = (.+);')} ",
+                f"{2**constant('host/recipe/recipe_syntax.h', r'kLargestRecipe = std::size_t.1. << (.+);') // 2**20} ",
+                f"{constant('host/recipe/recipe_link.h', r'kLongestLink = std::size_t.(.+). << 10;')} ",
             ],
         )
 

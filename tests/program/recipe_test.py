@@ -1,4 +1,4 @@
-"""zeva recipe, and recipes in zeva apply: forms that agree, options, parameters, and mistakes before anything is made."""
+"""zeva recipe, and recipes in zeva apply: forms that agree, options, parameters, mistakes, and the shared recipes."""
 
 import json
 import pathlib
@@ -99,6 +99,26 @@ class RecipeTest(ZevaTest):
         self.assertEqual(result.returncode, 2)
         self.assertIn("sub/no.icc", result.stderr)
 
+    def test_a_saved_recipe_has_paths_relative_to_its_folder(self):
+        (self.folder / "sub").mkdir()
+        script = 'io.open("p3.icc", "wb"):write(CGColorSpaceQOR.Named("displayP3").Profile.Bytes)'
+        self.assert_works("run", "-", input=script)
+        (self.folder / "mask.png").write_bytes(png(40, 30, (99, 99, 99)))
+        words = ("BlendWithMask", "maskImage=mask.png", f"backgroundImage={self.photo}", "--color-space", "p3.icc")
+        expected = self.written(*words, "--save-recipe", "sub/a.recipe")
+        self.assertEqual(
+            (self.folder / "sub/a.recipe").read_text(),
+            "zeva-recipe 1\nCIFilterBlendWithMaskQOR inputMaskImage=../mask.png "
+            f"inputBackgroundImage={self.photo}\n--color-space ../p3.icc\n",
+        )
+        self.assertEqual(self.written("sub/a.recipe"), expected)
+        result = self.zeva("recipe", "sub/a.recipe", "--link")
+        self.assertEqual(
+            (result.returncode, messages(result.stderr)),
+            (2, ["zeva: --color-space sub/../p3.icc: a link carries no files, expected the name of a color space; no "
+                 "link was made"]),
+        )
+
     def test_the_saved_recipe_replaces_no_input(self):
         self.recipe("Gloom")
         self.assert_fails(
@@ -136,9 +156,13 @@ class RecipeTest(ZevaTest):
                              "inputMaskImage, inputBackgroundImage)",
             "Gloom\nCheckerboardGenerator": "3: filter CheckerboardGenerator: it takes no image",
             "--quality": "2: --quality: expected a value after it",
+            "--depth 8\n--quality 900": "3: --quality: got '900', expected a whole number from 0 to 100; nothing was "
+                                        "written",
+            "--resize x": "2: --resize: 'x' is not a size, expected 1024 (the longer side), 1024x768 or 50%",
+            "--rect 1,2": "2: --rect: '1,2' is not a rectangle, expected X,Y,W,H",
         }.items():
             self.recipe(lines)
-            message = f"a.recipe:{message}; nothing was run"
+            message = f"a.recipe:{message}" + ("" if message.endswith("written") else "; nothing was run")
             others = () if "BlendWithMask:" in message else (("recipe", "a.recipe"),)
             for command in (("apply", "a.recipe", self.photo, "-o", self.out), *others):
                 result = self.zeva(*command)

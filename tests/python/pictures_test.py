@@ -40,6 +40,29 @@ class PicturesTest(unittest.TestCase):
             with Image.open(path) as image:
                 self.assertIn("icc_profile", image.info)
 
+    def test_files_take_the_options_of_the_command_line_and_the_data_of_another_picture(self):
+        with tempfile.TemporaryDirectory() as folder:
+            folder = pathlib.Path(folder)
+            self.photo.save(folder / "out.webp", quality=80)
+            with Image.open(folder / "out.webp") as image:
+                self.assertEqual(("WEBP", (512, 600)), (image.format, image.size))
+            self.photo.save(folder / "deep.png", depth=16, compression="small")
+            self.assertEqual(16, (folder / "deep.png").read_bytes()[24])
+            exif = Image.Exif()
+            exif[0x010E] = "a caption"
+            Image.open(PHOTO).save(folder / "captioned.jpg", exif=exif)
+            source = zeva.open(folder / "captioned.jpg")
+            for options, caption in ({}, "a caption"), ({"strip": "all", "progressive": True}, None):
+                source.color_invert().save(folder / "out.jpg", quality=50, like=source, **options)
+                with Image.open(folder / "out.jpg") as image:
+                    self.assertEqual(caption, image.getexif().get(0x010E))
+                    self.assertEqual("progressive" in options, "progressive" in image.info)
+            with self.assertRaisesRegex(zeva.errors.Raised, "compresion"):
+                self.photo.save(folder / "never.png", compresion="small")
+            with self.assertRaisesRegex(TypeError, "use color_space"):
+                self.photo.save(folder / "never.png", space="sRGB", depth=16)
+            self.assertFalse((folder / "never.png").exists())
+
     def test_arrays_become_pictures_and_arrays_again(self):
         self.assertTrue((np.asarray(zeva.from_array(self.pixels)) == self.pixels).all())
         values = self.photo.gaussian_blur(radius=2).values()

@@ -108,7 +108,7 @@ if __name__ == "__main__":
     with multiprocessing.get_context("spawn").Pool(2) as pool:
         print(pool.map(size, [1, 2]))
 """)
-        done = subprocess.run([sys.executable, "-B", path], capture_output=True, text=True, timeout=120)
+        done = subprocess.run([sys.executable, "-B", path], capture_output=True, text=True, timeout=600)
         self.assertEqual("[(512, 600), (1024, 1200)]\n", done.stdout, done.stderr)
 
     def test_the_interpreter_ends_quietly_with_objects_arrays_and_threads(self):

@@ -20,7 +20,7 @@ def check(folder, code):
     path.write_text(code)
     done = subprocess.run(["/usr/bin/mypy", "--strict", "--no-error-summary", "--cache-dir",
                            pathlib.Path(folder, "cache"), "--python-executable", sys.executable, path],
-                          capture_output=True, text=True, timeout=120)
+                          capture_output=True, text=True, timeout=600)
     return done.stdout.replace(str(path), "program.py")
 
 

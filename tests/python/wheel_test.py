@@ -20,7 +20,7 @@ PHOTO = "/usr/share/matplotlib/mpl-data/sample_data/grace_hopper.jpg"
 
 
 def run(*command):
-    done = subprocess.run(list(map(str, command)), capture_output=True, text=True, timeout=120)
+    done = subprocess.run(list(map(str, command)), capture_output=True, text=True, timeout=600)
     assert done.returncode == 0, f"{command}\n{done.stdout}{done.stderr}"
     return done.stdout
 

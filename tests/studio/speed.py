@@ -13,7 +13,9 @@ import json
 import pathlib
 import re
 import statistics
+import subprocess
 import sys
+import tempfile
 import time
 
 arguments = argparse.ArgumentParser()
@@ -22,11 +24,8 @@ arguments.add_argument("--write", action="store_true")
 arguments.add_argument("--repeat", type=int, default=15)
 options = arguments.parse_args()
 sys.argv = [sys.argv[0], options.zeva]
-from studio_process import PHOTO, ZEVA, Studio, temporary_folder, view  # noqa: F401
+from studio_process import PHOTO, ZEVA, Studio, view
 from web_driver import Browser
-
-import subprocess
-import tempfile
 
 ROOT = pathlib.Path(__file__).parent.parent.parent
 BEGIN, END = "<!-- studio begin -->", "<!-- studio end -->"
@@ -109,11 +108,13 @@ def main():
             studio.end()
     fast = [name for name, times in rows.items() if statistics.median(times) <= 34 and percentile(times, 0.95) <= 67]
     slow = sorted(rows, key=lambda name: -statistics.median(rows[name]))[:8]
-    lines = [
-        f"state received to pixels ready, median of all filters: {statistics.median(ms for _, ms, _ in server):.1f} ms",
-             f"state sent to pixels received over the socket:         {statistics.median(ms for _, _, ms in server):.1f} ms",
-             f"input event to painted pixels, median:                 {statistics.median(statistics.median(t) for t in rows.values()):.1f} ms",
-             f"filters with a median up to 34 ms and a 95th percentile up to 67 ms: {len(fast)} of {len(rows)}", "",
+    rendered = statistics.median(milliseconds for _, milliseconds, _ in server)
+    sent = statistics.median(milliseconds for _, _, milliseconds in server)
+    painted = statistics.median(statistics.median(times) for times in rows.values())
+    lines = [f"state received to pixels rendered, median of all filters:  {rendered:5.1f} ms",
+             f"state sent to pixels received over the socket, median:      {sent:5.1f} ms",
+             f"input event to painted pixels, median:                      {painted:5.1f} ms",
+             f"median up to 34 ms and 95th percentile up to 67 ms:         {len(fast)} of {len(rows)} filters", "",
              f"{'slowest filters':28}  median ms  95 % ms"]
     lines += [f"{name:28}  {statistics.median(rows[name]):9.1f}  {percentile(rows[name], 0.95):7.1f}" for name in slow]
     table = "\n".join(lines)

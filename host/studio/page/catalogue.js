@@ -12,9 +12,10 @@ const DEFAULT_SIDE = 300;
 const BEYOND = 1e9;
 
 export async function load() {
-  ({ filters, colorSpaces } = await (await fetch("/catalogue.json")).json());
-  for (const filter of filters) {
-    filter.keys = filter.properties.filter((key) => key.name.startsWith("input") && !key.readOnly);
+  let methods = [];
+  ({ filters, methods, colorSpaces } = await (await fetch("/catalogue.json")).json());
+  for (const filter of [...filters, ...methods]) {
+    filter.keys = filter.properties.filter((key) => key.name !== "outputImage" && !key.readOnly);
     filter.search = [filter.filter, filter.displayName, filter.description, filter.category, filter.categories]
       .join(" ").toLowerCase();
     byName.set(filter.filter, filter);
@@ -26,7 +27,9 @@ export function filterOf(card) {
 }
 
 export function keyTitle(key) {
-  return key.displayName || key.name.replace(/^input/, "").replace(/([a-z])([A-Z0-9])/g, "$1 $2");
+  if (key.displayName) return key.displayName;
+  const words = key.name.replace(/^input/, "").replace(/([a-z])([A-Z0-9])/g, "$1 $2");
+  return words[0].toUpperCase() + words.slice(1);
 }
 
 export function numberText(number, digits = 6) {
@@ -72,8 +75,8 @@ export function defaultText(key) {
   return typeof value === "object" ? "" : String(value);
 }
 
-// The value of a key in a new card. Positions and rectangles fit the photo; pictures are another photo,
-  if there is one.
+// The value of a key in a new card. Positions and rectangles fit the photo; pictures are another photo, if
+// there is one.
 export function firstText(key, photo, others) {
   const scale = [photo.width / DEFAULT_SIDE, photo.height / DEFAULT_SIDE];
   const isInfinite = Array.isArray(key.default) && key.default.some((number) => Math.abs(number) > BEYOND);

@@ -89,7 +89,7 @@ function colorControl(key, { change }) {
 const PARTS = { position: ["x", "y", "z"], rectangle: ["x", "y", "width", "height"] };
 
 function vectorControl(key, { change, filter }) {
-  const count = (key.default ?? [0, 0]).length;
+  const count = (key.default ?? [0, 0, 0, 0]).length;
   const names = PARTS[key.unit];
   const read = () => change(listText(fields.map((field) => (field.value === "" ? 0 : field.valueAsNumber)), 6));
   const fields = Array.from({ length: count }, (_, i) => numberField(`${keyTitle(key)}, ${names?.[i] ?? i + 1}`, read));
@@ -195,8 +195,7 @@ const CONTROLS = {
 };
 
 // A labeled control with a button that resets it. `context` has change(text), reset(), photo, filter, files(),
-  steps(key),
-// open(kind) and play(key, button).
+// steps(key), open(kind) and play(key, button).
 export function control(key, context) {
   const { element, update } = (CONTROLS[key.type] ?? textControl)(key, context);
   const reset = make("button", {

@@ -3,6 +3,7 @@
 #include "core/reduced_picture.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 
 #include "core/row_window.h"
@@ -21,17 +22,26 @@ constexpr double kMostDifference = 0.8;
 constexpr std::size_t kBytesPerPixel = 4;
 constexpr std::size_t kLevels = 256;
 
-// The mean light of a channel in a square of a picture.
-double MeanOf(const RowWindow::Strips& strips, const DecodedRows& picture, std::size_t x, std::size_t y,
-              std::size_t side, std::size_t channel) {
-    double sum = 0;
+using MeanLight = std::array<double, 3>;  // red, green, blue
+
+// The mean light in a square of a picture.
+MeanLight MeanOf(const RowWindow::Strips& strips, const DecodedRows& picture, std::size_t x, std::size_t y,
+                 std::size_t side) {
+    const float* const levels = DecodedBytes();
+    MeanLight sum = {};
     for (std::size_t row = y; row < y + side; ++row) {
         const RowStrip& strip = *strips[row / picture.rows->RowsPerStrip()];
-        const std::uint8_t* pixel =
-            strip.Bytes() + ((row - strip.First()) * picture.width + x) * kBytesPerPixel + channel;
-        for (std::size_t column = 0; column < side; ++column) sum += DecodedBytes()[pixel[column * kBytesPerPixel]];
+        const std::uint8_t* pixel = strip.Bytes() + ((row - strip.First()) * picture.width + x) * kBytesPerPixel;
+        float red = 0, green = 0, blue = 0;
+        for (std::size_t column = 0; column < side; ++column, pixel += kBytesPerPixel) {
+            red += levels[pixel[0]];
+            green += levels[pixel[1]];
+            blue += levels[pixel[2]];
+        }
+        sum = {sum[0] + red, sum[1] + green, sum[2] + blue};
     }
-    return sum / static_cast<double>(side * side);
+    for (double& channel : sum) channel /= static_cast<double>(side * side);
+    return sum;
 }
 
 // The light between the two levels around some light.
@@ -54,10 +64,10 @@ bool LooksLikeWhole(const DecodedRows& whole, const DecodedRows& reduced, std::s
     double sum = 0;
     for (std::size_t square = 0; square < down * across; ++square) {
         const std::size_t x = square % across, y = square / across;
-        for (std::size_t channel = 0; channel < 3; ++channel) {
-            const double light = MeanOf(all, whole, x * side, y * side, side, channel);
-            const double difference = MeanOf(some, reduced, x * pixels, y * pixels, pixels, channel) - light;
-            const double levels = difference / LevelAt(light);
+        const MeanLight light = MeanOf(all, whole, x * side, y * side, side);
+        const MeanLight seen = MeanOf(some, reduced, x * pixels, y * pixels, pixels);
+        for (std::size_t channel = 0; channel < light.size(); ++channel) {
+            const double levels = (seen[channel] - light[channel]) / LevelAt(light[channel]);
             sum += levels * levels;
         }
     }
