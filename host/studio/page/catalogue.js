@@ -18,7 +18,8 @@ export async function load() {
     filter.keys = filter.properties.filter((key) => key.name !== "outputImage" && !key.readOnly);
     filter.search = [filter.filter, filter.displayName, filter.description, filter.category, filter.categories]
       .join(" ").toLowerCase();
-    byName.set(filter.filter, filter);
+    // A filter wins over a method of the same name, as in a recipe.
+    if (!byName.has(filter.filter)) byName.set(filter.filter, filter);
   }
 }
 
