@@ -126,6 +126,7 @@ set(ZEVA_CODEC_LIBRARIES
     "webp    libwebpmux.so.3    libwebpmux3 (>= 1.2.4)"
     "webp    libwebpdemux.so.2  libwebpdemux2 (>= 1.2.4)"
     "tiff    libtiff.so.6       libtiff6 (>= 4.5.0)"
+    "tiff    libdeflate.so.0    libdeflate0 (>= 1.14)"
     "heif    libheif.so.1       libheif1 (>= 1.15)"
     "studio_server libcivetweb.so.1 libcivetweb1 (>= 1.15)")
 set(loaded "")

@@ -52,16 +52,17 @@ class RecipeForms : public testing::Test {
     }
 
     static void WritePicture(const std::string& file, int step) {
+        host::Host& runtime = HostWithModules();  // values belong to a host
         std::string pixels;
         for (int i = 0; i < 24 * 16; ++i) {
             for (const int factor : {1, 3, 7}) pixels += static_cast<char>(i * step * factor % 256);
             pixels += '\xFF';
         }
         const Value bytes[] = {host::TextValue(pixels)};
-        const Value arguments[] = {HostWithModules().CallShared("MemoryBlock", "FromBytes", bytes), 24, 16};
-        const Value image = HostWithModules().CallShared("CIImageQOR", "FromPixels", arguments);
+        const Value arguments[] = {runtime.CallShared("MemoryBlock", "FromBytes", bytes), 24, 16};
+        const Value image = runtime.CallShared("CIImageQOR", "FromPixels", arguments);
         const Value target[] = {host::TextValue(file)};
-        HostWithModules().Call(std::get<ObjectReference>(image).Get(), "Save", target);
+        runtime.Call(std::get<ObjectReference>(image).Get(), "Save", target);
     }
 
     // Runs a recipe and returns the bytes of its file.
