@@ -244,7 +244,7 @@ class GeneratorTest(unittest.TestCase):
             self.assert_refused(run, "descriptions.json", 5, message)
 
     def test_a_filter_can_only_have_pixels_as_its_unit(self):
-        for unit, is_valid in (("pixels", True), ("angle", False)):
+        for unit, is_valid in (("angle", False), ("pixels", True)):
             own = f'"description": "Glows.", "unit": "{unit}"'
             run = self.generate(descriptions=GOOD_DESCRIPTIONS.replace('"description": "Glows."', own))
             if is_valid:
