@@ -2,6 +2,7 @@
 #
 #   make run               put a photo through a filter of the 32-bit module: build/run/blurred.png
 #   make gallery           put the photo through every filter and write pages to browse: build/gallery/index.html
+#   make studio            open the photo in the browser, where every filter can be tried live; prints the link
 #   make test              build and test both widths
 #   make recipes           follow the README's recipes on a copy of the tree, and test the result, 64 bits
 #   make lint              check formatting, include directions, spelling and the quick static checks
@@ -19,16 +20,20 @@
 #   make fidelity          write docs/fidelity.md anew: how close each filter is to the platform's; needs its renders
 #   make bench             measure the engine beside other libraries, and the cost of a call of the module
 #   make bench-files       measure the program from file to file beside other programs
+#   make bench-studio      measure how fast the studio follows the mouse, and write docs/speed.md's table; not a test
+#   make soak-studio       use the studio at random for ten minutes and watch its memory
 #   make clean             remove what was built; the 32-bit sysroot stays
 #
 #   ABI=x86_64             the other width for run, gallery and install; only that width for the targets that use both
 #   PHOTO=path             the photo of run and gallery: any picture that the program reads
+#   SECOND=path            the second picture of gallery, for filters that take two
 #   MODULE=path            the filter module of run, such as build/macos-i386/filters.bundle: the one for 32-bit macOS
 #
 # On a fresh Debian 12 machine each target first installs what is missing, as root or with sudo.
 
 ABI    ?= i386
 PHOTO  ?= /usr/share/matplotlib/mpl-data/sample_data/grace_hopper.jpg
+SECOND ?= /usr/share/matplotlib/mpl-data/sample_data/Minduka_Present_Blue_Pack.png
 RADIUS ?= 12
 MODULE ?=
 PREFIX ?= /usr/local
@@ -43,7 +48,7 @@ TEST_PRESETS ?= $(TEST_ABIS)
 MACOS_MODULE := $(if $(MODULE),$(filter i386,$(ABI)))
 
 .PHONY: run gallery test lint tidy install package wheel package-test mutants sanitize coverage bench clean
-.PHONY: fidelity recipes bench-files kill-test cluster program-% configure-% build-% package-%
+.PHONY: fidelity recipes studio bench-studio soak-studio bench-files kill-test cluster program-% configure-% build-% package-%
 
 run: program-$(ABI)
 	$(if $(MACOS_MODULE),@cmake --build --preset $(ABI) --target zeva_filters_macos -- --quiet)
@@ -52,7 +57,22 @@ run: program-$(ABI)
 		$(if $(MODULE),--module "$(MODULE)")
 
 gallery: program-$(ABI)
-	@build/$(ABI)/bin/zeva gallery "$(PHOTO)" -o build/gallery
+	@build/$(ABI)/bin/zeva gallery "$(PHOTO)" --second "$(SECOND)" -o build/gallery
+
+# The build folder looks for the web server's library again, which may be new.
+studio:
+	@tools/setup $(ABI) studio
+	@tools/configure program $(ABI) -UZEVA_civetweb_*
+	@tools/report_time compile cmake --build --preset $(ABI) --target zeva zeva_filters zeva_companion -- --quiet
+	@build/$(ABI)/bin/zeva studio "$(PHOTO)"
+
+bench-studio: build-x86_64
+	@tools/setup browser
+	@tests/studio/speed.py build/x86_64/bin/zeva --write
+
+soak-studio: build-x86_64
+	@tools/setup browser
+	@tests/studio/soak.py build/x86_64/bin/zeva
 
 test:
 	@tools/test $(TEST_PRESETS)

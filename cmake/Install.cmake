@@ -33,6 +33,9 @@ endif()
 # The codecs of the formats whose libraries were there when the program was built.
 get_property(codecs GLOBAL PROPERTY ZEVA_IMAGE_CODECS)
 list(APPEND libraries ${codecs})
+if(TARGET zeva_studio_server)
+    list(APPEND libraries zeva_studio_server)
+endif()
 set_target_properties(zeva zeva_filters zeva_companion zeva_host_library ${libraries} PROPERTIES
     INSTALL_RPATH "$ORIGIN/../lib")
 install(TARGETS zeva RUNTIME DESTINATION ${private}/bin)
@@ -117,20 +120,21 @@ set(ZEVA_LOADED_LIBRARIES
     "libtbb.so.12           libtbb12 (>= 2021.8)"
     "libtbbmalloc.so.2      libtbbmalloc2 (>= 2021.8)"
     "libhwy.so.1            libhwy1 (>= 1.0.3)")
-# The same for the codecs, which are loaded only for a file that needs them. The package recommends these.
+# The same for the codecs and the studio, which are loaded only when they are needed. The package recommends these.
 set(ZEVA_CODEC_LIBRARIES
     "webp    libwebp.so.7       libwebp7 (>= 1.2.4)"
     "webp    libwebpmux.so.3    libwebpmux3 (>= 1.2.4)"
     "webp    libwebpdemux.so.2  libwebpdemux2 (>= 1.2.4)"
     "tiff    libtiff.so.6       libtiff6 (>= 4.5.0)"
     "tiff    libdeflate.so.0    libdeflate0 (>= 1.14)"
-    "heif    libheif.so.1       libheif1 (>= 1.15)")
+    "heif    libheif.so.1       libheif1 (>= 1.15)"
+    "studio_server libcivetweb.so.1 libcivetweb1 (>= 1.15)")
 set(loaded "")
 set(dependencies "")
 set(recommended "")
 foreach(row IN LISTS ZEVA_CODEC_LIBRARIES)
     string(REGEX MATCH "^([^ ]+) +([^ ]+) +(.+)$" row "${row}")
-    if(TARGET zeva_codec_${CMAKE_MATCH_1})
+    if(TARGET zeva_codec_${CMAKE_MATCH_1} OR TARGET zeva_${CMAKE_MATCH_1})
         string(APPEND loaded "${CMAKE_MATCH_2}\n")
         list(APPEND recommended "${CMAKE_MATCH_3}")
     endif()

@@ -285,6 +285,7 @@ ZEVAmethod imageMethods[] = {
     COMPANION_METHOD("ToPNG() as memoryblock", ImageToPNG),
     COMPANION_METHOD("ToJPEG(quality as double) as memoryblock", ImageToJPEG),
     COMPANION_METHOD("Pixels(rectangle as CIVectorQOR) as memoryblock", ImagePixels),
+    COMPANION_METHOD("ScreenPixels(rectangle as CIVectorQOR) as memoryblock", ImageScreenPixels),
     COMPANION_METHOD("Values(rectangle as CIVectorQOR) as memoryblock", ImageValues),
     COMPANION_METHOD("ColorAt(x as double, y as double) as CIColorQOR", ImageColorAt),
 };

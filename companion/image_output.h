@@ -41,6 +41,10 @@ void CheckSave(ZEVAstringStruct* path, ZEVAstringStruct* options);
 // for a rectangle that is nil, empty or too large.
 [[nodiscard]] ZEVAmemoryBlockStruct* ImagePixels(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle);
 
+// ScreenPixels(rectangle as CIVectorQOR): like Pixels, but premultiplied by alpha, which is how screens blend them and
+// takes less time.
+[[nodiscard]] ZEVAmemoryBlockStruct* ImageScreenPixels(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle);
+
 // Values(rectangle as CIVectorQOR): like Pixels, but returns what the renderer computes: premultiplied RGBA in linear
 // light, one float per component. Useful for images that hold measurements rather than colors.
 [[nodiscard]] ZEVAmemoryBlockStruct* ImageValues(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle);

@@ -195,17 +195,18 @@ double PixelCount(CGRect rectangle) {
     return static_cast<double>(rectangle.size.width) * static_cast<double>(rectangle.size.height);
 }
 
-// Renders a finite rectangle of whole pixels to premultiplied floats in a color space; null means linear light. Returns
-// whether the engine succeeded.
-bool RenderFloats(CIImage* image, CGRect rectangle, CGColorSpaceRef space, void* floats) {
+// Renders a finite rectangle of whole pixels, premultiplied, in a color space; null means linear light. Returns whether
+// the engine succeeded.
+bool RenderTo(void* pixels, CIFormat format, CIImage* image, CGRect rectangle, CGColorSpaceRef space) {
     CIEngineForgetFailure();
+    const std::size_t size = format == kCIFormatRGBAf ? sizeof(float) : sizeof(std::uint8_t);
     const auto rowBytes =
-        static_cast<std::ptrdiff_t>(rectangle.size.width) * static_cast<std::ptrdiff_t>(kComponents * sizeof(float));
+        static_cast<std::ptrdiff_t>(rectangle.size.width) * static_cast<std::ptrdiff_t>(kComponents * size);
     [[CIContext contextWithOptions:nil] render:image
-                                      toBitmap:floats
+                                      toBitmap:pixels
                                       rowBytes:rowBytes
                                         bounds:rectangle
-                                        format:kCIFormatRGBAf
+                                        format:format
                                     colorSpace:space];
     return *CIEngineFailure() == '\0';
 }
@@ -216,7 +217,7 @@ NSMutableData* Floats(CIImage* image, CGRect rectangle, CGColorSpaceRef space) {
     const double pixels = PixelCount(rectangle);
     if (pixels > kMaximumPixels) return nil;
     NSMutableData* data = [NSMutableData dataWithLength:static_cast<std::size_t>(pixels) * kComponents * sizeof(float)];
-    return RenderFloats(image, rectangle, space, [data mutableBytes]) ? data : nil;
+    return RenderTo([data mutableBytes], kCIFormatRGBAf, image, rectangle, space) ? data : nil;
 }
 
 // Like Floats, but straight alpha in sRGB.
@@ -246,6 +247,26 @@ void RaiseMissing(NSString* reason, NSString* member) {
     if (reason == nil && *CIEngineFailure() != '\0') reason = EngineReason();
     RaiseAbout(member, reason != nil ? reason : @"the rectangle is too large, at most 134 million pixels can be read",
                @"no pixels were read");
+}
+
+// Returns a block with the pixels of a rectangle. Raises when there are none.
+ZEVAmemoryBlockStruct* NewBlockOfPixels(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle, CIFormat format,
+                                        CGColorSpaceRef space, NSString* member) {
+    CGRect rect = CGRectZero;
+    NSString* reason = PixelRectangle(rectangle, &rect);
+    CIEngineForgetFailure();
+    if (reason != nil || PixelCount(rect) > kMaximumPixels) {
+        RaiseMissing(reason, member);
+        return nullptr;
+    }
+    // The engine renders into the block: a large picture is neither copied nor in memory twice.
+    const std::size_t size = kComponents * (format == kCIFormatRGBAf ? sizeof(float) : sizeof(std::uint8_t));
+    void* pixels = nullptr;
+    ZEVAmemoryBlockStruct* block = NewHostBlockOfSize(static_cast<NSUInteger>(PixelCount(rect)) * size, &pixels);
+    if (block == nullptr || RenderTo(pixels, format, WrappedIn(self), rect, space)) return block;
+    ZEVAUnlockObject(reinterpret_cast<ZEVAobjectStruct*>(block));
+    RaiseMissing(nil, member);
+    return nullptr;
 }
 
 // Returns whether rendering failed, and raises if so.
@@ -337,22 +358,14 @@ ZEVAmemoryBlockStruct* ImagePixels(ZEVAobjectStruct* self, ZEVAobjectStruct* rec
 }
 
 ZEVAmemoryBlockStruct* ImageValues(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle) {
-    NSString* const member = @"CIImageQOR.Values";
-    CGRect rect = CGRectZero;
-    NSString* reason = PixelRectangle(rectangle, &rect);
-    CIEngineForgetFailure();
-    if (reason != nil || PixelCount(rect) > kMaximumPixels) {
-        RaiseMissing(reason, member);
-        return nullptr;
-    }
-    // The engine renders into the block: a large picture is neither copied nor in memory twice.
-    void* values = nullptr;
-    ZEVAmemoryBlockStruct* block =
-        NewHostBlockOfSize(static_cast<NSUInteger>(PixelCount(rect)) * kComponents * sizeof(float), &values);
-    if (block == nullptr || RenderFloats(WrappedIn(self), rect, nullptr, values)) return block;
-    ZEVAUnlockObject(reinterpret_cast<ZEVAobjectStruct*>(block));
-    RaiseMissing(nil, member);
-    return nullptr;
+    return NewBlockOfPixels(self, rectangle, kCIFormatRGBAf, nullptr, @"CIImageQOR.Values");
+}
+
+ZEVAmemoryBlockStruct* ImageScreenPixels(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle) {
+    CGColorSpaceRef space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
+    ZEVAmemoryBlockStruct* block = NewBlockOfPixels(self, rectangle, kCIFormatRGBA8, space, @"CIImageQOR.ScreenPixels");
+    CGColorSpaceRelease(space);
+    return block;
 }
 
 ZEVAobjectStruct* ImageColorAt(ZEVAobjectStruct* self, double x, double y) {

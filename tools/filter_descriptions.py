@@ -15,7 +15,8 @@ class Descriptions:
 
     The file holds objects and strings only:
       keys      by key: its "description", and its "unit" where its type has units
-      filters   by filter: its "description", and "keys": entries that win over the general ones for this filter
+      filters   by filter: its "description"; "keys": entries that win over the general ones for this filter; and the
+                "unit" "pixels" if its result consists of single pixels, or depends on those that touch
 
     A unit says how a value changes when the picture is scaled: "pixels", "position" and "rectangle" scale with it,
     "1/pixels" scales inversely, a "transform" scales in its translation; "angle" (in radians) and "none" stay.
@@ -38,8 +39,10 @@ class Descriptions:
         for name, (line, entry) in filters.items():
             if name not in catalogue.filters:
                 self._refuse(line, f"filter '{name}' is not in the catalogue")
-            own = self._fields(entry, line, f"filter '{name}'", ("description", "keys"))
+            own = self._fields(entry, line, f"filter '{name}'", ("description", "keys", "unit"))
             self._sentence(own, line, f"filter '{name}'")
+            if own.get("unit", "pixels") != "pixels":
+                self._refuse(line, f"filter '{name}' has the unit '{own['unit']}', expected pixels or no unit")
             known = {}
             for key, (key_line, key_entry) in own.get("keys", {}).items():
                 if key not in catalogue.filters[name]:

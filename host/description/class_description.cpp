@@ -124,6 +124,16 @@ FilterTitle TitleOf(Host& host, const host::Class& filterClass) {
     return TitleOf(host, host.Construct(filterClass.Name()));
 }
 
+std::string KeyUnit(const std::string& filter, const std::string& key) {
+    return KeyText(filter, key, &DescriptionRow::unit);
+}
+
+bool WorksOnPixels(const std::string& filter) {
+    return std::ranges::any_of(kDescriptions, [&](const DescriptionRow& row) {
+        return filter == row.filter && *row.key == '\0' && *row.unit != '\0';
+    });
+}
+
 PropertyDescription DescribeProperty(Host& host, const ObjectReference& filter, const Member& member) {
     const std::string& name = member.declaration.name;
     PropertyDescription property = {
@@ -136,7 +146,7 @@ PropertyDescription DescribeProperty(Host& host, const ObjectReference& filter, 
         }
     }
     const std::string filterName = FilterShortName(filter->isa->Name());
-    property.unit = KeyText(filterName, name, &DescriptionRow::unit);
+    property.unit = KeyUnit(filterName, name);
     property.description = KeyText(filterName, name, &DescriptionRow::description);
     return property;
 }

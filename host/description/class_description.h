@@ -62,6 +62,13 @@ struct ClassDescription {
 // Reads the names of a filter. Constructs a filter.
 [[nodiscard]] FilterTitle TitleOf(host::Host& host, const host::Class& filterClass);
 
+// Returns the unit of a filter's key: "pixels", "none" ...; empty when its type has none.
+[[nodiscard]] std::string KeyUnit(const std::string& filter, const std::string& key);
+
+// Whether the result of a filter consists of single pixels or depends on those that touch, so that it looks different
+// when the picture is scaled first.
+[[nodiscard]] bool WorksOnPixels(const std::string& filter);
+
 // Describes a property of a filter's class; without attributes when there is no filter.
 [[nodiscard]] PropertyDescription DescribeProperty(host::Host& host, const host::ObjectReference& filter,
                                                    const host::Member& member);

@@ -7,7 +7,7 @@
 #include <span>
 
 // The texts of a filter (key is empty), of one of its keys, or of all keys of a name (filter is empty). An empty unit
-// or description means that the row does not say.
+// or description means that the row does not say. The unit of a filter tells that it works on single pixels.
 struct DescriptionRow {
     const char* filter;
     const char* key;

@@ -30,6 +30,7 @@
 #include "host/worker/texts.h"
 
 // The texts of gallery.css, gallery.js and prepare.lua.
+extern const char kColorStyle[];
 extern const char kGalleryStyle[];
 extern const char kGalleryScript[];
 extern const char kPrepareScript[];
@@ -131,15 +132,18 @@ void Check(const BatchOptions& workers, const std::vector<std::string>& files) {
     RunForPhotos(workers, files, [&](std::size_t i) { return std::vector<std::string>{kOpen, files[i]}; });
 }
 
-// Fills the photos' folders.
+// Fills the photos' folders. A filter of two pictures gets the second one, or the next photo.
 void Prepare(const BatchOptions& workers, const std::vector<GalleryPhoto>& photos,
-             const std::vector<std::string>& files, const path& target) {
-    std::vector<std::string> inputs;
-    for (const std::string& file : files) inputs.push_back(std::filesystem::absolute(file).string());
+             const std::vector<std::string>& files, const std::string& second, const path& target) {
+    const auto whole = [](const std::string& file) { return std::filesystem::absolute(file).string(); };
     RunForPhotos(workers, files, [&](std::size_t i) {
         std::vector<std::string> job = {kRunProgram, (target / photos[i].folder).string(), kPrepareScript,
-                                        "prepare.lua", inputs[i]};
-        if (inputs.size() > 1) job.push_back(inputs[(i + 1) % inputs.size()]);
+                                        "prepare.lua", whole(files[i])};
+        if (!second.empty()) {
+            job.push_back(whole(second));
+        } else if (files.size() > 1) {
+            job.push_back(whole(files[(i + 1) % files.size()]));
+        }
         return job;
     });
 }
@@ -205,7 +209,7 @@ void WritePages(const Gallery& gallery, const path& target) {
     for (const ClassDescription& description : gallery.classes) {
         host::WriteFile(target / PageName(description), ClassPage(description));
     }
-    host::WriteFile(target / "gallery.css", kGalleryStyle);
+    host::WriteFile(target / "gallery.css", std::string(kColorStyle) + "\n" + kGalleryStyle);
     host::WriteFile(target / "gallery.js", kGalleryScript);
     host::WriteFile(target / "prepare.lua", kPrepareScript);
 }
@@ -231,8 +235,8 @@ void RunGalleryJob(Host& host, const std::string& request) {
 }
 
 bool WriteGallery(Host& host, const BatchOptions& workers, const std::vector<std::string>& photos,
-                  const std::string& folder, const path& recipes, const std::set<const host::Class*>& addedClasses,
-                  bool isQuiet) {
+                  const std::string& second, const std::string& folder, const path& recipes,
+                  const std::set<const host::Class*>& addedClasses, bool isQuiet) {
     Gallery gallery = {Photos(photos),
                        Filters(host),
                        Recipes(std::filesystem::absolute(recipes)),
@@ -240,15 +244,17 @@ bool WriteGallery(Host& host, const BatchOptions& workers, const std::vector<std
                        {}};
     const path target = std::filesystem::absolute(folder).lexically_normal();
     const path pictures = std::filesystem::weakly_canonical(target / "pictures");
-    for (const std::string& photo : photos) {
+    std::vector<std::string> inputs = photos;
+    if (!second.empty()) inputs.push_back(second);
+    for (const std::string& photo : inputs) {
         const path relative = std::filesystem::weakly_canonical(photo).lexically_relative(pictures);
         if (!relative.empty() && *relative.begin() != "..") {
             throw HostError(photo, "the gallery would overwrite it; nothing was written");
         }
     }
-    Check(workers, photos);
+    Check(workers, inputs);
     for (const GalleryPhoto& photo : gallery.photos) std::filesystem::create_directories(target / photo.folder);
-    Prepare(workers, gallery.photos, photos, target);
+    Prepare(workers, gallery.photos, photos, second, target);
     Render(workers, gallery, target, isQuiet);
     Measure(host, gallery.photos, target);
     WritePages(gallery, target);

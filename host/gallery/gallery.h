@@ -18,9 +18,10 @@ class PhotoError : public host::HostError {
     using HostError::HostError;
 };
 
-// Writes the gallery of some photos to a folder, which is created when it is missing. It shows the filters, and the
-// recipes of a folder. The pictures are made by workers, whose jobs are those of RunGalleryJob. Prints each program
-// that failed and, unless it is quiet, the progress.
+// Writes the gallery of some photos to a folder, which is created when it is missing. A filter of two pictures gets the
+// second one as the other picture, or the next photo when `second` is empty. It shows the filters, and the recipes of a
+// folder. The pictures are made by workers, whose jobs are those of RunGalleryJob. Prints each program that failed and,
+// unless it is quiet, the progress.
 //
 // Returns whether all pictures were made. In either case the pages are complete and give the reason for each missing
 // picture.
@@ -28,8 +29,9 @@ class PhotoError : public host::HostError {
 // Fails:  PhotoError; HostError when a photo lies where a picture would be written, and when a page cannot be written.
 // Thread: the host's.
 [[nodiscard]] bool WriteGallery(host::Host& host, const BatchOptions& workers, const std::vector<std::string>& photos,
-                                const std::string& folder, const std::filesystem::path& recipes,
-                                const std::set<const host::Class*>& addedClasses, bool isQuiet);
+                                const std::string& second, const std::string& folder,
+                                const std::filesystem::path& recipes, const std::set<const host::Class*>& addedClasses,
+                                bool isQuiet);
 
 // The side of a worker: does a job of WriteGallery. Throws when it fails.
 void RunGalleryJob(host::Host& host, const std::string& request);

@@ -47,9 +47,9 @@ Command HelpCommand() {
 // The commands in the order of the help.
 std::vector<Command> Commands() {
     return {
-        ApplyCommand(),      RecipeCommand(), ReportCommand(),  RunCommand(),   ListCommand(),
-        DescribeCommand(),   CheckCommand(),  GalleryCommand(), TraceCommand(), NewModuleCommand(),
-        CompletionCommand(), WorkerCommand(), HelpCommand(),
+        ApplyCommand(),     RecipeCommand(),     ReportCommand(),  RunCommand(),    ListCommand(),
+        DescribeCommand(),  CheckCommand(),      GalleryCommand(), StudioCommand(), TraceCommand(),
+        NewModuleCommand(), CompletionCommand(), WorkerCommand(),  HelpCommand(),
     };
 }
 
@@ -238,6 +238,7 @@ int ParseAndRun(int argumentCount, const char* const* arguments) {
     const std::vector<Argument> programArguments = ProgramArguments(options);
     std::vector<Command> commands = Commands();
     commands.push_back(CompleteCommand(commands, programArguments));
+    commands.push_back(StudioWorkerCommand());
 
     CLI::App program("Core Image filters on the command line.", "zeva");
     for (const Argument& argument : programArguments) AddArgument(program, argument);

@@ -17,12 +17,16 @@
 [[nodiscard]] Command RecipeCommand();
 [[nodiscard]] Command ReportCommand();
 [[nodiscard]] Command RunCommand();
+[[nodiscard]] Command StudioCommand();
 [[nodiscard]] Command TraceCommand();
 
 // The hidden command of worker processes, and the roles of those that commands start.
 [[nodiscard]] Command WorkerCommand();
 [[nodiscard]] worker::Role ApplyRole();
 [[nodiscard]] worker::Role GalleryRole();
+
+// The hidden command that starts a worker of the studio.
+[[nodiscard]] Command StudioWorkerCommand();
 
 // The hidden command that the completion script calls. It completes the names and options of the given commands and the
 // given options of the program.

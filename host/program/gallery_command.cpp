@@ -15,6 +15,7 @@ namespace {
 
 struct GalleryRequest {
     std::vector<std::string> photos;
+    std::string second;
     std::string folder;
 };
 
@@ -29,8 +30,8 @@ int Run(const ProgramOptions& options, const GalleryRequest& request) {
     const auto host = MakeHost(ofWorker);
     try {
         const auto added = ClassesOfAddedModules(*host);
-        const bool isComplete =
-            WriteGallery(*host, workers, request.photos, request.folder, SharedRecipes(), added, options.isQuiet);
+        const bool isComplete = WriteGallery(*host, workers, request.photos, request.second, request.folder,
+                                             SharedRecipes(), added, options.isQuiet);
         return isComplete ? kDone : kFailed;
     } catch (const PhotoError& error) {
         throw Failure(StatusOfNumber(error.ErrorNumber(), kFailed), error.what());
@@ -48,6 +49,7 @@ Command GalleryCommand() {
             {
                 {"PHOTO", &request->photos, "photo; scaled down to at most 800 pixels", /*isRequired=*/true},
                 {"-o,--output", &request->folder, "folder for the pages; index.html is the first", /*isRequired=*/true},
+                {"--second", &request->second, "picture for filters that take two; default: the next photo"},
             },
         .run = [request](const ProgramOptions& options) { return Run(options, *request); },
     };

@@ -12,7 +12,15 @@ namespace {
 
 using host::Json;
 
-// A word as a shell reads it: in single quotes unless every character stands for itself.
+// A member whose value may hold the name of a file, which need not be text.
+Json Named(const char* member, const std::string& value) {
+    Json object = Json::MakeObject();
+    object.SetName(member, value);
+    return object;
+}
+
+}  // namespace
+
 std::string ShellWord(const std::string& word) {
     constexpr std::string_view kPlain = "%+,-./:=@_";
     const auto isPlain = [&](char c) {
@@ -24,15 +32,6 @@ std::string ShellWord(const std::string& word) {
     for (const char c : word) quoted += c == '\'' ? "'\\''" : std::string(1, c);
     return quoted + "'";
 }
-
-// A member whose value may hold the name of a file, which need not be text.
-Json Named(const char* member, const std::string& value) {
-    Json object = Json::MakeObject();
-    object.SetName(member, value);
-    return object;
-}
-
-}  // namespace
 
 std::string RecipeCommandLine(const Recipe& recipe) {
     std::string command = "zeva apply";

@@ -10,6 +10,9 @@
 #include "host/recipe/recipe.h"
 #include "host/runtime/json.h"
 
+// Returns a word as a shell reads it: in single quotes unless every character stands for itself.
+[[nodiscard]] std::string ShellWord(const std::string& word);
+
 // Returns the command that does what the recipe does, for a POSIX shell: "zeva apply CIFilterGaussianBlurQOR ...". The
 // pictures and --output are missing; they can be appended.
 [[nodiscard]] std::string RecipeCommandLine(const Recipe& recipe);

@@ -11,6 +11,7 @@ TEST_F(CompanionScriptTest, PixelsRoundTrip) {
         local image = CIImageQOR.FromPixels(bytes(rows), 3, 2)
         assert(image.Extent.Text == "[0 0 3 2]" and pixels(image) == rows)
         assert(image:Pixels(rectangle(2, 0, 2, 1)).Bytes == "\200\100\50\64" .. "\0\0\0\0")
+        assert(image:ScreenPixels(rectangle(2, 0, 2, 1)).Bytes == "\50\25\13\64" .. "\0\0\0\0")
         local color = image:ColorAt(1.9, 1.5)
         assert(color.Red == 0 and near(color.Green, 1, 1e-5) and near(color.Alpha, 128 / 255, 1e-5))
         assert(image:ColorAt(-0.5, 0).Alpha == 0)

@@ -232,6 +232,22 @@ class FailureTest(unittest.TestCase):
         self.assertEqual((inside / "photo.jpg").read_bytes(), photo.read_bytes())
 
 
+class SecondPictureTest(unittest.TestCase):
+    def test_a_second_picture_is_used_by_filters_that_take_two(self):
+        photo, other = write_photo(folder, "first.png", 32), folder / "blue.png"
+        script = folder / "blue.lua"
+        script.write_text(
+            'CIImageQOR.FromColor(CIColorQOR.Hex("#0000ff")):Crop(CIVectorQOR.Rectangle(0, 0, 9, 9)):Save(...)')
+        self.assertEqual(zeva("run", script, other).returncode, 0)
+        place = folder / "with second"
+        made = zeva("gallery", photo, "--second", other, "-o", place)
+        self.assertEqual(made.returncode, 0, made.stderr)
+        script.write_text('print(CIImageQOR.Open(...):ColorAt(4, 4).Text)')
+        shown = zeva("run", script, place / "pictures/first/second.jpg").stdout.split()
+        self.assertLess(float(shown[0]), 0.05)
+        self.assertGreater(float(shown[2]), 0.95)
+
+
 class LargePhotoTest(unittest.TestCase):
     def test_a_large_photo_is_scaled_down(self):
         photo = write_photo(folder, "large.png", 900)

@@ -1,5 +1,6 @@
 """A headless browser, controlled by the WebDriver protocol."""
 
+import base64
 import json
 import re
 import shutil
@@ -47,7 +48,16 @@ class Browser:
         self.home.cleanup()
 
     def open(self, path):
-        self._send("POST", "/url", {"url": path.as_uri()})
+        """Opens a file, or an address."""
+        self._send("POST", "/url", {"url": path if isinstance(path, str) else path.as_uri()})
+
+    def screenshot(self, path):
+        path.write_bytes(base64.b64decode(self._send("GET", "/screenshot")))
+
+    def accessible(self, selector):
+        """The role and the name of an element, as a screen reader gets them."""
+        element = self.find(selector)
+        return tuple(self._send("GET", f"/element/{element}/computed{what}") for what in ("role", "label"))
 
     def run(self, script, *arguments):
         return self._send("POST", "/execute/sync", {"script": script, "args": list(arguments)})

@@ -243,6 +243,16 @@ class GeneratorTest(unittest.TestCase):
             message = f"key 'inputRadius' has the unit '1/pixels', expected {units}"
             self.assert_refused(run, "descriptions.json", 5, message)
 
+    def test_a_filter_can_only_have_pixels_as_its_unit(self):
+        for unit, is_valid in (("angle", False), ("pixels", True)):
+            own = f'"description": "Glows.", "unit": "{unit}"'
+            run = self.generate(descriptions=GOOD_DESCRIPTIONS.replace('"description": "Glows."', own))
+            if is_valid:
+                self.assertEqual(run.returncode, 0)
+            else:
+                message = "filter 'Bloom' has the unit 'angle', expected pixels or no unit"
+                self.assert_refused(run, "descriptions.json", 8, message)
+
     def test_entry_of_a_filter_wins_over_the_general_one(self):
         own = '"description": "Glows.", "keys": {"inputRadius": {"unit": "none", "description": "The size."}}'
         descriptions = GOOD_DESCRIPTIONS.replace('"description": "Glows."', own).replace('"unit": "pixels", ', "")

@@ -46,6 +46,7 @@ lib/zeva/lib/libImageIO.so
 lib/zeva/lib/libcodec_heif.so
 lib/zeva/lib/libcodec_tiff.so
 lib/zeva/lib/libcodec_webp.so
+lib/zeva/lib/libstudio_server.so
 lib/zeva/lib/libzeva.so
 lib/zeva/lib/libzeva_plugin.a
 lib/zeva/modules/companion.so
