@@ -48,7 +48,8 @@ TEST_PRESETS ?= $(TEST_ABIS)
 MACOS_MODULE := $(if $(MODULE),$(filter i386,$(ABI)))
 
 .PHONY: run gallery test lint tidy install package wheel package-test mutants sanitize coverage bench clean
-.PHONY: fidelity recipes studio bench-studio soak-studio bench-files kill-test cluster program-% configure-% build-% package-%
+.PHONY: fidelity recipes studio bench-studio soak-studio bench-files kill-test cluster
+.PHONY: program-% configure-% build-% package-%
 
 run: program-$(ABI)
 	$(if $(MACOS_MODULE),@cmake --build --preset $(ABI) --target zeva_filters_macos -- --quiet)
