@@ -18,7 +18,6 @@ constexpr std::string_view kClassSuffix = "QOR";
 constexpr std::string_view kFilterPrefix = "CI";
 constexpr std::string_view kKeyPrefix = "input";
 constexpr const char* kImageClass = "CIImageQOR";
-constexpr const char* kImageKey = "inputImage";
 
 bool IsInputKey(const Member& member) {
     return member.setter != nullptr && member.declaration.name.starts_with(kKeyPrefix);

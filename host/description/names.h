@@ -16,6 +16,11 @@
 
 #include "host/runtime/host.h"
 
+// The keys that connect the filters of a chain, and the one that follows from the data of a color cube.
+inline constexpr const char* kImageKey = "inputImage";
+inline constexpr const char* kOutputKey = "outputImage";
+inline constexpr const char* kCubeDimensionKey = "inputCubeDimension";
+
 // Returns the short name of a filter class, "GaussianBlur"; empty for any other class.
 [[nodiscard]] std::string FilterShortName(std::string_view className);
 

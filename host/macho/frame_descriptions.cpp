@@ -6,6 +6,7 @@
 #include <map>
 #include <string>
 
+#include "host/macho/leb128.h"
 #include "host/macho/object_error.h"
 
 namespace host::macho {
@@ -50,14 +51,9 @@ class Cursor {
         return word;
     }
 
-    // A number of any length (LEB128). Bits beyond 32 are dropped; no number that matters here has them.
+    // Bits beyond 32 are dropped; no number that matters here has them.
     std::uint32_t Number() {
-        std::uint32_t number = 0;
-        for (unsigned shift = 0;; shift += 7) {
-            const unsigned byte = Byte();
-            if (shift < 32) number |= (byte & 0x7F) << shift;
-            if ((byte & 0x80) == 0) return number;
-        }
+        return ReadNumber([this] { return Byte(); });
     }
 
     // The byte that was just read contains a register.

@@ -5,6 +5,7 @@
 #include <set>
 #include <utility>
 
+#include "host/macho/leb128.h"
 #include "host/macho/object_error.h"
 
 namespace host::macho {
@@ -32,14 +33,9 @@ class Program {
         return bytes_[at_++];
     }
 
-    // A number of any length. Bits beyond 32 are dropped: addresses wrap.
+    // Bits beyond 32 are dropped: addresses wrap.
     std::uint32_t Number() {
-        std::uint32_t number = 0;
-        for (unsigned shift = 0;; shift += 7) {
-            const unsigned byte = Byte();
-            if (shift < 32) number |= (byte & 0x7F) << shift;
-            if ((byte & 0x80) == 0) return number;
-        }
+        return ReadNumber([this] { return Byte(); });
     }
 
     std::uint32_t SignedNumber() {

@@ -22,10 +22,6 @@ using host::Member;
 using host::ObjectReference;
 using host::Value;
 
-constexpr const char* kImageKey = "inputImage";
-constexpr const char* kOutputKey = "outputImage";
-constexpr const char* kDimensionKey = "inputCubeDimension";
-
 std::int32_t SizeOf(const Value& block) {
     return reinterpret_cast<const ZEVAmemoryBlockStruct*>(std::get<ObjectReference>(block).Get())->size;
 }
@@ -165,13 +161,13 @@ class Preparer {
                       const Value& value) const {
         if (key.type.word != "memoryblock") return;
         const double dimension = DimensionOf(subject, value);
-        if (prepared.isa.isa->FindMember(kDimensionKey) == nullptr) return;
+        if (prepared.isa.isa->FindMember(kCubeDimensionKey) == nullptr) return;
         const auto isDimension = [&](const Setting& setting) {
-            return KeyOf(prepared.isa, setting).name == kDimensionKey;
+            return KeyOf(prepared.isa, setting).name == kCubeDimensionKey;
         };
         const auto given = std::ranges::find_if(step.settings, isDimension);
         if (given == step.settings.end()) {
-            prepared.values.push_back({kDimensionKey, dimension});
+            prepared.values.push_back({kCubeDimensionKey, dimension});
             return;
         }
         const auto index = static_cast<std::size_t>(&step - recipe_.steps.data());

@@ -21,10 +21,6 @@ using host::Member;
 using host::ObjectReference;
 using host::Value;
 
-constexpr const char* kImageKey = "inputImage";
-constexpr const char* kOutputKey = "outputImage";
-constexpr const char* kDimensionKey = "inputCubeDimension";
-
 bool IsImage(const host::Type& type) { return type.word == "CIImageQOR"; }
 
 // How a unit changes with the scale: by this power of it.
@@ -139,11 +135,11 @@ class Chain {
     // A color table tells its own size, unless the card sets it.
     void SetDimension(const ObjectReference& filter, const Card& card) {
         const bool isSet =
-            std::ranges::any_of(card.settings, [](const auto& each) { return each.first == kDimensionKey; });
-        if (isSet || filter->isa->FindMember(kDimensionKey) == nullptr) return;
+            std::ranges::any_of(card.settings, [](const auto& each) { return each.first == kCubeDimensionKey; });
+        if (isSet || filter->isa->FindMember(kCubeDimensionKey) == nullptr) return;
         const DescribedValue data = DescribeValue(host_, host_.Get(filter.Get(), "inputCubeData"));
         const double numbers = std::get<ByteCount>(data).bytes / static_cast<double>(sizeof(float));
-        host_.Set(filter.Get(), kDimensionKey, std::round(std::cbrt(numbers / 4)));
+        host_.Set(filter.Get(), kCubeDimensionKey, std::round(std::cbrt(numbers / 4)));
     }
 
     void Scale(const ObjectReference& filter, const std::string& name, const host::Class& isa) {

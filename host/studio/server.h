@@ -19,7 +19,7 @@ struct StudioOptions {
     std::vector<std::string> photos;
     std::string folder;         // empty for none
     std::string sharedRecipes;  // the folder of the recipes that come with the program
-    std::string ownRecipes;     // the folder of the user's own; empty when there is no place for them
+    std::string ownRecipes;     // the folder of the user's own recipes; empty when there is none
     int port = 0;               // 0 for any that is free
     bool opensBrowser = true;
     bool isQuiet = false;

@@ -28,7 +28,6 @@ namespace {
 using host::Host;
 using host::HostError;
 
-constexpr const char* kIncomingKey = "inputImage";
 constexpr const char* kImageType = "CIImageQOR";
 constexpr std::string_view kInput = "$input";
 
@@ -44,10 +43,10 @@ struct Needs {
 Needs NeedsOf(Host& host, const std::vector<Card>& cards, std::size_t index) {
     const StepClass step = StepNamed(host, cards[index].filter);
     Needs needs;
-    needs.incoming = step.method != nullptr || step.isa->FindMember(kIncomingKey) != nullptr;
+    needs.incoming = step.method != nullptr || step.isa->FindMember(kImageKey) != nullptr;
     for (const auto& [name, text] : cards[index].settings) {
         const StepKey key = StepKeyNamed(step, name, name);
-        if (key.name == kIncomingKey && text != kIncoming) needs.incoming = false;
+        if (key.name == kImageKey && text != kIncoming) needs.incoming = false;
     }
     for (const auto& [name, text] : cards[index].settings) {
         if (StepKeyNamed(step, name, name).type.word != kImageType) continue;

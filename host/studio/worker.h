@@ -1,7 +1,7 @@
 // worker.h - the studio's worker: opens pictures, renders, saves, and translates between chains and texts.
 //
-// It answers one request after the other, each a JSON object whose "call" names one of the calls in worker.cpp. An
-// answer is a JSON object, with bytes where the call returns pixels:
+// It handles requests one at a time. A request is a JSON object whose member "call" selects a function in worker.cpp.
+// An answer is a JSON object, with bytes where the function returns pixels:
 //
 //   {"error": "...", "card": "c3"}    what is wrong, and with which card, if one is the cause
 //

@@ -2,43 +2,18 @@
 
 #include "host/worker/channel.h"
 
-#include <sys/socket.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <cstddef>
 #include <cstdint>
 #include <utility>
+
+#include "host/worker/socket_bytes.h"
 
 namespace worker {
 
 namespace {
 
 using Length = std::uint64_t;
-
-bool SendAll(int descriptor, const void* bytes, std::size_t length) {
-    const char* at = static_cast<const char*>(bytes);
-    while (length > 0) {
-        const ssize_t count = send(descriptor, at, length, MSG_NOSIGNAL);
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) return false;
-        at += count;
-        length -= static_cast<std::size_t>(count);
-    }
-    return true;
-}
-
-bool ReceiveAll(int descriptor, void* bytes, std::size_t length) {
-    char* at = static_cast<char*>(bytes);
-    while (length > 0) {
-        const ssize_t count = recv(descriptor, at, length, 0);
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) return false;
-        at += count;
-        length -= static_cast<std::size_t>(count);
-    }
-    return true;
-}
 
 }  // namespace
 
