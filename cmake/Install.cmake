@@ -2,12 +2,14 @@
 #
 #   bin/zeva                 a link to lib/zeva/bin/zeva, which finds its modules beside its folder
 #   lib/zeva/bin             the program
-#   lib/zeva/modules         filters.so and companion.so
+#   lib/zeva/modules         filters.so, companion.so, and probe.so, which judges hosts
 #   lib/zeva/lib             the platform libraries, libzeva, and the boundary library for module authors
 #   lib/python3/dist-packages/zeva   the package for Python
 #   lib/cmake/zeva           the CMake package: find_package(zeva)
 #   include/zeva             the headers for module authors, and zeva/host.h for programs in C
+#   share/zeva/tools         the generator of classes from a catalogue
 #   share/zeva/recipes       recipes; lib/zeva/recipes is a link to them
+#   share/zeva/judge_host.lua   the program that runs probe.so
 #   share/doc/zeva, share/man, share/bash-completion
 #
 # Installed files name the system's loader and find each other relative to themselves; tests/package checks that they do
@@ -15,6 +17,10 @@
 # tests/package/install_test.py.
 include(CMakePackageConfigHelpers)
 include(GNUInstallDirs)
+
+# Whatever the umask is.
+set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
 # Not CMAKE_INSTALL_LIBDIR: the folder must not depend on the machine's architecture, so that one rpath fits all.
 # Installing builds nothing: the tests need not be built.
@@ -36,10 +42,10 @@ list(APPEND libraries ${codecs})
 if(TARGET zeva_studio_server)
     list(APPEND libraries zeva_studio_server)
 endif()
-set_target_properties(zeva zeva_filters zeva_companion zeva_host_library ${libraries} PROPERTIES
+set_target_properties(zeva zeva_filters zeva_companion zeva_host_probe zeva_host_library ${libraries} PROPERTIES
     INSTALL_RPATH "$ORIGIN/../lib")
 install(TARGETS zeva RUNTIME DESTINATION ${private}/bin)
-install(TARGETS zeva_filters zeva_companion LIBRARY DESTINATION ${private}/modules)
+install(TARGETS zeva_filters zeva_companion zeva_host_probe LIBRARY DESTINATION ${private}/modules)
 install(TARGETS ${libraries} LIBRARY DESTINATION ${private}/lib)
 
 # The boundary as an archive. Nothing in a module refers to its entry point, so the linker is told to look for it.
@@ -59,7 +65,10 @@ install(FILES
     ${CMAKE_BINARY_DIR}/zevaConfig.cmake
     ${CMAKE_BINARY_DIR}/zevaConfigVersion.cmake
     ${CMAKE_CURRENT_LIST_DIR}/module_exports.map
+    ${CMAKE_CURRENT_LIST_DIR}/GenerateClasses.cmake
     DESTINATION ${config})
+install(PROGRAMS tools/generate_classes.py DESTINATION share/zeva/tools)
+install(FILES tools/class_catalogue.py tools/class_descriptions.py DESTINATION share/zeva/tools)
 foreach(folder interface plugin)
     if(IS_DIRECTORY ${PROJECT_SOURCE_DIR}/${folder})
         install(DIRECTORY ${folder} DESTINATION include/zeva FILES_MATCHING PATTERN "*.h" PATTERN "*.def")
@@ -74,7 +83,8 @@ install(FILES docs/python.md DESTINATION share/doc/python3-zeva COMPONENT python
 install(FILES LICENSE DESTINATION share/doc/python3-zeva COMPONENT python RENAME copyright)
 
 install(DIRECTORY share/recipes DESTINATION share/zeva)
-install(FILES README.md CHANGELOG.md DESTINATION share/doc/zeva)
+install(FILES probe/judge_host.lua DESTINATION share/zeva)
+install(FILES README.md CHANGELOG.md docs/checker.md docs/interface.md docs/modules.md DESTINATION share/doc/zeva)
 install(FILES LICENSE DESTINATION share/doc/zeva RENAME copyright)
 install(FILES docs/zeva.1 DESTINATION share/man/man1)
 file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/completion CONTENT "eval \"$(zeva completion)\"\n" @ONLY)
@@ -156,6 +166,11 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Core Image filters as typed classes, with
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_PACKAGE_DIRECTORY ${CMAKE_BINARY_DIR}/package)
 set(CPACK_STRIP_FILES ON)
+set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/FinishPackages.cmake)
+set(CPACK_VERBATIM_VARIABLES ON)
+# What CPack hands to that script.
+set(CPACK_ZEVA_PYTHON ${Python3_EXECUTABLE})
+set(CPACK_ZEVA_SOURCE_DIRECTORY ${PROJECT_SOURCE_DIR})
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
@@ -163,6 +178,8 @@ set(CPACK_COMPONENTS_ALL zeva python)
 set(CPACK_DEBIAN_ZEVA_PACKAGE_NAME zeva)
 set(CPACK_DEBIAN_ZEVA_PACKAGE_DEPENDS "${dependencies}")
 set(CPACK_DEBIAN_ZEVA_PACKAGE_RECOMMENDS "${recommended}")
+# For authors of modules whose classes come from a catalogue.
+set(CPACK_DEBIAN_ZEVA_PACKAGE_SUGGESTS "python3 (>= 3.9)")
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
     set(CPACK_DEBIAN_ZEVA_PACKAGE_ARCHITECTURE i386)
 else()

@@ -4,7 +4,7 @@
 #   join_highway_sources(TARGET)       the sources that Highway compiles once per instruction set
 #   join_objective_cxx_sources(TARGET) the sources in Objective-C++
 #
-# Both do nothing unless the target is a unity build. What is joined shares its anonymous namespaces, and the Highway
+# Both do nothing unless the build is a unity build. What is joined shares its anonymous namespaces, and the Highway
 # sources that of an instruction set: names in it are used once in a target.
 set(ZEVA_HIGHWAY_SOURCES_PER_FILE 7)
 
@@ -55,10 +55,9 @@ function(join_highway_sources target)
 endfunction()
 
 function(join_objective_cxx_sources target)
-    get_target_property(unity_build ${target} UNITY_BUILD)
     get_target_property(sources ${target} SOURCES)
-    list(FILTER sources INCLUDE REGEX "\\.mm$")
-    if(unity_build)
+    list(FILTER sources INCLUDE REGEX "^[^/].*\\.mm$") # generated sources are in the build folder already
+    if(CMAKE_UNITY_BUILD)
         list(TRANSFORM sources PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
         include_lines(includes ${sources})
         replace_sources(${target} ${CMAKE_CURRENT_BINARY_DIR}/${target}_joined.mm "${includes}" ${sources})

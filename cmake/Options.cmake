@@ -4,23 +4,26 @@
 #   ZEVA_TESTS        build the tests and benchmarks; needs GoogleTest and Google Benchmark
 #   ZEVA_MACOS_CODE   compile the filter module for macOS, too; needs llvm-link. 32 bits only
 #   ZEVA_SANITIZE     the address and undefined-behavior sanitizers, and the leak checker where the width has one
-#   ZEVA_SANITIZE_ENGINE  sanitize the engine's pixels too, which are most of the compile time
+#   ZEVA_ENGINE_ARCHIVE  link this archive of the engine's pixels, of another build folder, instead of compiling them
 #   ZEVA_COVERAGE     counters for every branch
+#   ZEVA_FUZZ         counters for libFuzzer, and its programs in tests/fuzz; together with the sanitizers. 64 bits only
 #
 # Warnings are errors in the presets, which set CMAKE_COMPILE_WARNING_AS_ERROR; a compiler that knows more warnings than
 # ours does not stop a build without them.
 option(ZEVA_TESTS "build the tests and benchmarks" OFF)
 option(ZEVA_MACOS_CODE "compile the filter module for macOS" OFF)
 option(ZEVA_SANITIZE "build with the address and undefined-behavior sanitizers" OFF)
-option(ZEVA_SANITIZE_ENGINE "sanitize the engine, too" ON)
+set(ZEVA_ENGINE_ARCHIVE "" CACHE FILEPATH "an archive of the engine that is already compiled")
 option(ZEVA_COVERAGE "build with coverage counters" OFF)
+option(ZEVA_FUZZ "build the programs for fuzzing" OFF)
 
 add_library(zeva_options INTERFACE)
 target_include_directories(zeva_options INTERFACE ${PROJECT_SOURCE_DIR})
-# Assertions name their file without the folder that it was built in, or that its header was unpacked in.
+# Assertions and debug information name their file without the folder that it was built in, or that its header was
+# unpacked in, and nothing may contain the time: a build in another folder at another time gives the same bytes.
 target_compile_options(zeva_options INTERFACE
-    -Wall -Wextra -Wpedantic -Wshadow
-    -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
+    -Wall -Wextra -Wpedantic -Wshadow -Wdate-time
+    -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/= -fdebug-prefix-map=${PROJECT_SOURCE_DIR}/= -fdebug-compilation-dir=.)
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
     # 64-bit file offsets: files above 2 GB can be opened at both widths.
     target_compile_definitions(zeva_options INTERFACE _FILE_OFFSET_BITS=64)
@@ -32,12 +35,9 @@ endif()
 if(ZEVA_SANITIZE)
     # The vptr check needs type information of classes that other libraries compiled. The function check compares C++
     # types across the boundary, where a handle has one type in the host and another in a module.
-    # A target with the property ZEVA_NOT_SANITIZED is left out.
-    foreach(flag -fsanitize=address,undefined -fno-sanitize=vptr,function -fno-sanitize-recover=undefined
-                 -fno-omit-frame-pointer)
-        target_compile_options(zeva_options INTERFACE
-            $<$<NOT:$<BOOL:$<TARGET_PROPERTY:ZEVA_NOT_SANITIZED>>>:${flag}>)
-    endforeach()
+    target_compile_options(zeva_options INTERFACE
+        -fsanitize=address,undefined -fno-sanitize=vptr,function -fno-sanitize-recover=undefined
+        -fno-omit-frame-pointer)
     target_link_options(zeva_options INTERFACE -fsanitize=address,undefined)
     # Leaks of the libraries are suppressed by the environment of the test run only, so tests are listed then.
     set(CMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE PRE_TEST)
@@ -45,6 +45,9 @@ endif()
 if(ZEVA_COVERAGE)
     target_compile_options(zeva_options INTERFACE -fprofile-instr-generate -fcoverage-mapping)
     target_link_options(zeva_options INTERFACE -fprofile-instr-generate)
+endif()
+if(ZEVA_FUZZ)
+    target_compile_options(zeva_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
 # zeva_library(zeva_NAME KIND SOURCE...), zeva_executable(zeva_NAME SOURCE...): a target with these options. Targets
@@ -59,15 +62,18 @@ function(zeva_executable target)
     zeva_target(${target})
 endfunction()
 
+# zeva_compile_fast(zeva_NAME OPTIMIZED SOURCE...): compiles all but the named sources without optimization. For targets
+# that read words and pass them on, which takes microseconds, and include large header libraries: optimized, they would
+# be the longest part of the whole compilation. OPTIMIZED names the sources that work on many pixels, bytes or numbers.
+function(zeva_compile_fast target)
+    cmake_parse_arguments(PARSE_ARGV 1 argument "" "" OPTIMIZED)
+    target_compile_options(${target} PRIVATE -O0)
+    set_source_files_properties(${argument_OPTIMIZED} PROPERTIES COMPILE_OPTIONS -O2)
+endfunction()
+
 function(zeva_target target)
     # Without the build's own interface, an installed target would refer to these options.
     target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:zeva_options>)
     string(REGEX REPLACE "^zeva_" "" name ${target})
     set_target_properties(${target} PROPERTIES OUTPUT_NAME ${name})
-endfunction()
-
-# compile_unoptimized(SOURCE...): for sources that use a header library to read a short text once. Optimizing the
-# library would take a tenth of the whole build and save no measurable time when the program runs.
-function(compile_unoptimized)
-    set_source_files_properties(${ARGN} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON COMPILE_OPTIONS -O0)
 endfunction()

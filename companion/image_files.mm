@@ -89,7 +89,8 @@ NSString* ObstacleInMemory(NSDictionary* properties, int orientation) {
     const bool isInOrder = [[properties objectForKey:(id)kCGImagePropertyHasRowsInOrder] boolValue] != NO;
     const auto limit = static_cast<double>(CIEngineMemoryLimit());
     const double bytesPerPixel = [[properties objectForKey:(id)kCGImagePropertyDepth] doubleValue] / 2;
-    const double needed = bytesPerPixel * width * height;
+    const double workingBytes = [[properties objectForKey:(id)kCGImagePropertyWorkingBytes] doubleValue];
+    const double needed = bytesPerPixel * width * height + workingBytes;
     // The reader refuses a picture that exceeds its own limit.
     const bool isAllowed = width * height <= static_cast<double>(CGImageSourceGetPixelLimit());
     if (!isAllowed || needed <= limit || (isInOrder && KeepsRowsInOrder(orientation))) return nil;

@@ -26,7 +26,7 @@ struct ZEVAclassDefinitionDownLevel {
     const char* className;
     const char* superclassName;
     ZEVAword instanceDataSize;
-    void (*initialize)(ZEVAobjectStruct*);  // called for a new object whose data is all zero; may be null
+    void (*initialize)(ZEVAobjectStruct*);  // called for a new object with all data zero, superclass first; may be null
     void (*finalize)(ZEVAobjectStruct*);    // called before an object is freed, subclass first; may be null
     ZEVAword hostWord6;
     ZEVAproperty* properties;

@@ -14,6 +14,10 @@ inline constexpr ZEVAword kHostFlags = 4;
 
 // A method, a property's accessors or a constructor. The declaration tells which: "inputRadius as double" is a
 // property, "Constructor" the constructor, "Crop(x as double) as CIImageQOR" a method.
+//
+// The types are double, integer (32 bits), boolean (an integer that is 0 or 1), string, memoryblock and the names of
+// classes; of the last three a handle is passed, which may be null. The receiver is passed before the arguments, except
+// to shared methods. Arguments are borrowed; a handle that is returned comes with one reference, which the host drops.
 struct ZEVAmethodDownLevel {
     ZEVAentry function;       // the getter, for a property
     ZEVAentry setter;         // null for a read-only property, a method or a constructor

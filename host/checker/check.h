@@ -59,9 +59,13 @@ class CheckContext {
     [[nodiscard]] unsigned Seed() const { return call_.seed; }
 
     // Runs the inChild of this check in a child process, with an argument. The time limit is a part of the one that the
-    // check has.
+    // check has. What the child's sandbox refused becomes findings.
     [[nodiscard]] ChildResult RunInChild(const std::string& argument = {}, double partOfLimit = 0.5,
-                                         ChildExit childExit = ChildExit::kImmediate) const;
+                                         ChildExit childExit = ChildExit::kImmediate);
+
+    // Puts this process into the sandbox, if the module is to be kept in one. From then on it starts no child: a check
+    // without an inChild is in the sandbox from its beginning, any other one from Load on.
+    void EnterSandbox();
 
     // Loads the module and its siblings onto a new stage. At most one call per process. Throws HostError when a module
     // cannot be loaded.
@@ -75,13 +79,29 @@ class CheckContext {
     // Throws SkipCheck when there are neither subjects nor findings. A check calls it last.
     void SkipWithoutSubjects(const std::string& reason) const;
 
+    // Adds what a sandbox refused.
+    void AddTries(const std::vector<Try>& tries);
+
     [[nodiscard]] const std::vector<Finding>& Findings() const { return findings_; }
+
+    // The first child that crashed: its stack and its last calls; empty if none did.
+    [[nodiscard]] const std::vector<std::string>& Stack() const { return stack_; }
+    [[nodiscard]] const std::vector<std::string>& Calls() const { return calls_; }
 
   private:
     CheckCall call_;
     int subjects_ = 0;
     std::vector<Finding> findings_;
+    std::vector<std::string> stack_;
+    std::vector<std::string> calls_;
 };
+
+// What every check expects of a module in a sandbox. A finding against it is a failure whatever the check's severity
+// is.
+inline constexpr const char* kSandboxRule = "no use of sockets, processes or files other than those that programs need";
+
+// Returns the finding for something that a sandbox refused.
+[[nodiscard]] Finding FindingOf(const Try& refused);
 
 // The verdict that findings lead to.
 enum class Severity {

@@ -23,6 +23,8 @@ namespace checker {
 struct CheckReply {
     std::string skipReason;  // empty for a check that was not skipped
     std::vector<Finding> findings;
+    std::vector<std::string> stack;  // of the first part that crashed, and its last calls
+    std::vector<std::string> calls;
 };
 
 // Runs a check in a process of its own.

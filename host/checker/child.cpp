@@ -9,14 +9,17 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <cmath>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <optional>
 #include <system_error>
 #include <utility>
 
+#include "host/checker/crash.h"
 #include "host/runtime/value.h"
 #include "host/worker/process.h"
 #include "host/worker/texts.h"
@@ -36,18 +39,40 @@ constexpr std::size_t kMostOutput = 1 << 20;
 // How many bytes a child's result can have. It is far more than a check with many findings needs.
 constexpr std::size_t kMostResult = 16 << 20;
 
-// The last step of this process, in memory that it shares with its parent. Null in a process that is not a child.
-constexpr std::size_t kStepSize = 256;
-char* stepNote = nullptr;
+// What a child notes, in memory that it shares with its parent. Plain data, all zero at first.
+struct Notes {
+    static constexpr std::size_t kStepSize = 256, kCalls = 10, kCallSize = 120, kTries = 8, kTrySize = 160;
+
+    char step[kStepSize];
+    char calls[kCalls][kCallSize];  // a ring
+    std::uint32_t callCount;        // of all calls
+    struct {
+        char step[kStepSize];
+        char what[kTrySize];
+    } tries[kTries];
+    std::atomic<std::uint32_t> tryCount;  // of all tries that are noted; more than kTries are not kept
+    CrashNotes crash;
+};
+
+// The notes of this process. Null in a process that is not a child.
+Notes* ownNotes = nullptr;
 
 // Whether this process is a child. Only the outermost child leads a process group, which is killed with it.
-bool IsChild() { return stepNote != nullptr; }
+bool IsChild() { return ownNotes != nullptr; }
+
+// Copies a text, as much of it as fits.
+template <std::size_t Size>
+void Copy(char (&to)[Size], const char* text) {
+    const std::size_t length = strnlen(text, Size - 1);
+    std::memcpy(to, text, length);
+    to[length] = '\0';
+}
 
 // How the message to a child says that it exits with _exit.
 constexpr const char* kImmediately = "immediately";
 
-// The file of the shared step, as the child finds it.
-constexpr int kStepDescriptor = worker::kFirstPassedDescriptor;
+// The file of the shared notes, as the child finds it.
+constexpr int kNotesDescriptor = worker::kFirstPassedDescriptor;
 
 [[noreturn]] void Throw(const char* what) { throw std::system_error(errno, std::generic_category(), what); }
 
@@ -66,25 +91,25 @@ class Descriptor {
     int number_;
 };
 
-// The steps of one child in memory.
-class SharedNote {
+// The notes of one child in memory.
+class SharedNotes {
   public:
-    explicit SharedNote(const Descriptor& file)
-        : text_(mmap(nullptr, kStepSize, PROT_READ | PROT_WRITE, MAP_SHARED, file.Number(), 0)) {
-        if (text_ == MAP_FAILED) Throw("checker: cannot share memory with a child");
+    explicit SharedNotes(const Descriptor& file)
+        : memory_(mmap(nullptr, sizeof(Notes), PROT_READ | PROT_WRITE, MAP_SHARED, file.Number(), 0)) {
+        if (memory_ == MAP_FAILED) Throw("checker: cannot share memory with a child");
     }
-    ~SharedNote() {
-        if (text_ != MAP_FAILED) munmap(text_, kStepSize);
+    ~SharedNotes() {
+        if (memory_ != MAP_FAILED) munmap(memory_, sizeof(Notes));
     }
-    SharedNote(const SharedNote&) = delete;
+    SharedNotes(const SharedNotes&) = delete;
 
-    char* Text() const { return static_cast<char*>(text_); }
+    const Notes& Get() const { return *static_cast<const Notes*>(memory_); }
 
     // Keeps the memory until the process ends.
-    char* Release() { return static_cast<char*>(std::exchange(text_, MAP_FAILED)); }
+    Notes* Release() { return static_cast<Notes*>(std::exchange(memory_, MAP_FAILED)); }
 
   private:
-    void* text_;
+    void* memory_;
 };
 
 void WriteAll(int descriptor, const std::string& text) {
@@ -103,7 +128,8 @@ int BeChild(const std::vector<ChildWork>& works, worker::Channel& channel) {
     const std::string &name = (*texts)[0], &argument = (*texts)[1], &childExit = (*texts)[2];
     const auto work = std::ranges::find(works, name, &ChildWork::name);
     if (work == works.end()) return 1;
-    stepNote = SharedNote(Descriptor(kStepDescriptor)).Release();
+    ownNotes = SharedNotes(Descriptor(kNotesDescriptor)).Release();
+    NoteCrashesIn(ownNotes->crash);
     WriteAll(channel.Descriptor(), work->run(argument) + '\0');
     channel.Close();
     std::fflush(nullptr);
@@ -154,6 +180,25 @@ std::string KeptOutput(const Descriptor& file) {
     return text;
 }
 
+// The last calls, the latest one last.
+std::vector<std::string> CallsIn(const Notes& child) {
+    std::vector<std::string> calls;
+    const std::size_t count = std::min<std::size_t>(child.callCount, Notes::kCalls);
+    for (std::size_t i = child.callCount - count; i < child.callCount; ++i) {
+        calls.emplace_back(child.calls[i % Notes::kCalls]);
+    }
+    return calls;
+}
+
+std::vector<Try> TriesIn(const Notes& child) {
+    std::vector<Try> tries;
+    for (std::size_t i = 0; i < std::min<std::size_t>(child.tryCount, Notes::kTries); ++i) {
+        const Try each = {child.tries[i].step, child.tries[i].what};
+        if (std::ranges::find(tries, each) == tries.end()) tries.push_back(each);
+    }
+    return tries;
+}
+
 }  // namespace
 
 worker::Role ChildRole(std::vector<ChildWork> works) {
@@ -163,8 +208,8 @@ worker::Role ChildRole(std::vector<ChildWork> works) {
 ChildResult RunInChild(const std::string& work, const std::string& argument, std::chrono::duration<double> limit,
                        ChildExit childExit) {
     const Descriptor output(NewMemoryFile("output", kMostOutput));
-    const Descriptor step(NewMemoryFile("step", kStepSize));
-    const SharedNote note(step);
+    const Descriptor noteFile(NewMemoryFile("notes", sizeof(Notes)));
+    const SharedNotes childNotes(noteFile);
     std::fflush(nullptr);
     const auto start = Clock::now();
     const auto deadline = start + std::chrono::duration_cast<Clock::duration>(limit);
@@ -172,7 +217,7 @@ ChildResult RunInChild(const std::string& work, const std::string& argument, std
                            .output = output.Number(),
                            .leadsGroup = !IsChild(),
                            .blocksStops = false,
-                           .passed = {step.Number()}});
+                           .passed = {noteFile.Number()}});
     const char* how = childExit == ChildExit::kImmediate ? kImmediately : "";
     static_cast<void>(child.GetChannel().Send(worker::Pack({work, argument, how})));
 
@@ -189,7 +234,12 @@ ChildResult RunInChild(const std::string& work, const std::string& argument, std
         result.signal = end->signal;
         result.exitStatus = end->status;
     }
-    result.step = note.Text();
+    result.step = childNotes.Get().step;
+    result.calls = CallsIn(childNotes.Get());
+    result.tries = TriesIn(childNotes.Get());
+    // The system's way to start a process blocks all signals first, so the handler of the sandbox cannot note the try.
+    if (result.signal == SIGSYS) result.tries.push_back({result.step, "starting a process"});
+    if (result.signal != 0) result.stack = StackText(childNotes.Get().crash);
     result.output = KeptOutput(output);
     return result;
 }
@@ -210,10 +260,22 @@ std::string FailureText(const ChildResult& child) {
 }
 
 void NoteStep(const std::string& step) {
-    if (stepNote == nullptr) return;
-    const std::size_t length = std::min(step.size(), kStepSize - 1);
-    std::memcpy(stepNote, step.data(), length);
-    stepNote[length] = '\0';
+    if (ownNotes == nullptr) return;
+    Copy(ownNotes->step, step.c_str());
+    NoteCall(step.c_str());
+}
+
+void NoteCall(const char* call) {
+    if (ownNotes != nullptr) Copy(ownNotes->calls[ownNotes->callCount++ % Notes::kCalls], call);
+}
+
+void NoteTry(const char* words, const char* path) {
+    if (ownNotes == nullptr) return;
+    const std::uint32_t index = ownNotes->tryCount++;
+    if (index >= Notes::kTries) return;
+    auto& noted = ownNotes->tries[index];
+    Copy(noted.step, ownNotes->step);
+    std::snprintf(noted.what, sizeof noted.what, *path == '\0' ? "%s" : "%s \"%s\"", words, path);
 }
 
 }  // namespace checker

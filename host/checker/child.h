@@ -3,7 +3,8 @@
 // The child is a worker (host/worker/process.h) with the role kChildRole. It takes the name of a work and an argument,
 // sends the text that the work returns, and exits. Its standard output and standard error go to a file of their own.
 // The child notes each step before the step begins, in memory that both processes share, so the last step is known even
-// after a crash.
+// after a crash. So are the last calls across the boundary, the stack, and what the child tried that its sandbox
+// refuses.
 //
 // Children nest. When a child ends, its own children are killed with it.
 //
@@ -20,6 +21,14 @@
 
 namespace checker {
 
+// Something that a sandbox refused (sandbox.h), and the step in which it was tried.
+struct Try {
+    std::string step;
+    std::string what;  // "opening \"/var/tmp/notes\""
+
+    bool operator==(const Try&) const = default;
+};
+
 // How a child exits after its work: with _exit, or with exit, which runs destructors and exit handlers.
 enum class ChildExit { kImmediate, kNormal };
 
@@ -30,8 +39,11 @@ struct ChildResult {
     bool timedOut = false;     // whether the child was killed at the time limit
     int signal = 0;            // the signal that ended the child; 0 when it exited
     int exitStatus = 0;
-    std::string step;    // the last step that the child noted
-    std::string output;  // what the child printed, standard output and standard error
+    std::string step;                // the last step that the child noted
+    std::string output;              // what the child printed, standard output and standard error
+    std::vector<std::string> stack;  // of a child that a signal ended: a line for each frame (crash.h)
+    std::vector<std::string> calls;  // the last calls across the boundary that the child noted
+    std::vector<Try> tries;          // what the child's sandbox refused, each once
     std::chrono::duration<double> seconds{};
 
     [[nodiscard]] bool Succeeded() const { return hasReturned && !timedOut && signal == 0 && exitStatus == 0; }
@@ -58,5 +70,11 @@ ChildResult RunInChild(const std::string& work, const std::string& argument, std
 
 // Notes what this process is about to do. The last note of a child becomes ChildResult::step.
 void NoteStep(const std::string& step);
+
+// Notes a call across the boundary. The last ones become ChildResult::calls.
+void NoteCall(const char* call);
+
+// Notes a try that the sandbox refuses: "opening" and a path, or words alone. May be called by the handler of a signal.
+void NoteTry(const char* words, const char* path);
 
 }  // namespace checker

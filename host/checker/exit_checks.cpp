@@ -24,7 +24,7 @@ std::string WorkBeforeExit(CheckContext& context, const std::string&) {
     return "done";
 }
 
-ChildResult EndOf(const CheckContext& context) { return context.RunInChild("", 0.5, ChildExit::kNormal); }
+ChildResult EndOf(CheckContext& context) { return context.RunInChild("", 0.5, ChildExit::kNormal); }
 
 void ExitsNormally(CheckContext& context) {
     const ChildResult child = EndOf(context);

@@ -22,8 +22,8 @@ namespace {
 // The text report shows this many findings of one check and counts the rest.
 constexpr std::size_t kShownFindings = 5;
 
-constexpr Verdict kVerdicts[] = {Verdict::kPassed, Verdict::kFailed, Verdict::kCrashed, Verdict::kWarned,
-                                 Verdict::kSkipped};
+constexpr Verdict kVerdicts[] = {Verdict::kPassed, Verdict::kFailed,  Verdict::kCrashed,
+                                 Verdict::kWarned, Verdict::kSkipped, Verdict::kWaived};
 
 int Count(const std::vector<CheckResult>& results, Verdict verdict) {
     return static_cast<int>(std::count_if(results.begin(), results.end(),
@@ -33,12 +33,12 @@ int Count(const std::vector<CheckResult>& results, Verdict verdict) {
 // Whether a check with this verdict has findings or a crash to show.
 bool HasEvidence(Verdict verdict) { return verdict != Verdict::kPassed && verdict != Verdict::kSkipped; }
 
-// Returns the number of checks per verdict; only verdicts that occur, unless `all`.
+// Returns the number of checks per verdict; only verdicts that occur, unless `all`. Few runs have waivers.
 std::string Counts(const std::vector<CheckResult>& results, bool all) {
     std::string text;
     for (const Verdict verdict : kVerdicts) {
         const int count = Count(results, verdict);
-        if (count == 0 && !all) continue;
+        if (count == 0 && (!all || verdict == Verdict::kWaived)) continue;
         text += (text.empty() ? "" : ", ") + std::to_string(count) + " " + VerdictText(verdict);
     }
     return text;
@@ -49,15 +49,23 @@ std::string FindingText(const Finding& finding) {
     return subject + "expected " + finding.expected + ", got " + finding.got;
 }
 
-// Returns the reason of a crash, the first findings and the likely cause, as lines.
+// Returns the reason of a crash, the first findings, the stack and the likely cause, as lines.
 std::vector<std::string> Details(const CheckResult& result, std::size_t shown) {
     std::vector<std::string> lines;
-    if (result.verdict == Verdict::kCrashed) lines.push_back("crashed: " + result.reason);
+    if (result.verdict == Verdict::kCrashed || result.verdict == Verdict::kWaived) {
+        lines.push_back(std::string(VerdictText(result.verdict)) + ": " + result.reason);
+    }
     for (std::size_t i = 0; i < std::min(result.findings.size(), shown); ++i) {
         lines.push_back(FindingText(result.findings[i]));
     }
     if (result.findings.size() > shown) {
         lines.push_back("and " + std::to_string(result.findings.size() - shown) + " more findings");
+    }
+    for (std::size_t i = 0; i < result.stack.size(); ++i) {
+        lines.push_back((i == 0 ? "stack: " : "       ") + result.stack[i]);
+    }
+    for (std::size_t i = 0; i < result.calls.size(); ++i) {
+        lines.push_back((i == 0 ? "last calls: " : "            ") + result.calls[i]);
     }
     if (HasEvidence(result.verdict)) lines.push_back("likely cause: " + result.check->cause);
     return lines;
@@ -97,11 +105,9 @@ TextReport::TextReport(std::FILE* file, bool isVerbose)
 
 std::string TextReport::Colored(Verdict verdict, const std::string& text) const {
     if (!hasColor_) return text;
-    const std::map<Verdict, const char*> colors = {{Verdict::kPassed, "32"},
-                                                   {Verdict::kFailed, "31"},
-                                                   {Verdict::kCrashed, "31"},
-                                                   {Verdict::kWarned, "33"},
-                                                   {Verdict::kSkipped, "2"}};
+    const std::map<Verdict, const char*> colors = {{Verdict::kPassed, "32"},  {Verdict::kFailed, "31"},
+                                                   {Verdict::kCrashed, "31"}, {Verdict::kWarned, "33"},
+                                                   {Verdict::kWaived, "33"},  {Verdict::kSkipped, "2"}};
     return std::string("\033[") + colors.at(verdict) + "m" + text + "\033[0m";
 }
 
@@ -156,6 +162,8 @@ std::string JsonReport(const std::string& module, const std::vector<CheckResult>
                 {{"subject", finding.subject}, {"expected", finding.expected}, {"got", finding.got}});
         }
         if (HasEvidence(result.verdict)) check["likelyCause"] = result.check->cause;
+        for (const std::string& frame : result.stack) check["stack"].push_back(frame);
+        for (const std::string& call : result.calls) check["calls"].push_back(call);
         if (!result.output.empty()) check["output"] = result.output;
         report["checks"].push_back(std::move(check));
     }
@@ -192,7 +200,9 @@ std::string JunitReport(const std::string& module, const std::vector<CheckResult
                     text += "><skipped message=\"" + Xml(result.reason) + "\"/>";
                     break;
                 case Verdict::kWarned:
-                    text += "><system-out>warned: " + details + "</system-out>";
+                case Verdict::kWaived:
+                    text +=
+                        std::string("><system-out>") + VerdictText(result.verdict) + ": " + details + "</system-out>";
                     break;
             }
             if (!result.output.empty()) text += "<system-err>" + Xml(result.output) + "</system-err>";

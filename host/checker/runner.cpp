@@ -4,6 +4,7 @@
 
 #include <fnmatch.h>
 
+#include <algorithm>
 #include <optional>
 
 #include "host/checker/check_process.h"
@@ -15,15 +16,27 @@ namespace checker {
 namespace {
 
 CheckResult ResultFromChild(const std::string& group, const Check& check, const ChildResult& child) {
-    CheckResult result{.group = group, .check = &check, .findings = {}, .reason = {}, .output = {}};
+    CheckResult result{
+        .group = group, .check = &check, .findings = {}, .reason = {}, .output = {}, .stack = {}, .calls = {}};
     result.seconds = child.seconds.count();
     const std::optional<CheckReply> reply = child.hasReturned ? ReplyIn(child.text) : std::nullopt;
-    if (reply) result.findings = reply->findings;
+    if (reply) {
+        result.findings = reply->findings;
+        result.stack = reply->stack;
+        result.calls = reply->calls;
+    }
+    if (child.signal != 0) {
+        result.stack = child.stack;
+        result.calls = child.calls;
+    }
+    for (const Try& refused : child.tries) result.findings.push_back(FindingOf(refused));
     if (!child.Succeeded() || !reply) {
         result.verdict = Verdict::kCrashed;
         result.reason = child.Succeeded() ? "its reply cannot be read" : FailureText(child);
     } else if (!result.findings.empty()) {
-        result.verdict = check.severity == Severity::kWarning ? Verdict::kWarned : Verdict::kFailed;
+        const bool leftSandbox =
+            std::ranges::any_of(result.findings, [](const Finding& each) { return each.expected == kSandboxRule; });
+        result.verdict = check.severity == Severity::kWarning && !leftSandbox ? Verdict::kWarned : Verdict::kFailed;
     } else if (!reply->skipReason.empty()) {
         result.verdict = Verdict::kSkipped;
         result.reason = reply->skipReason;
@@ -32,13 +45,12 @@ CheckResult ResultFromChild(const std::string& group, const Check& check, const 
     return result;
 }
 
-// Whether the user's pattern selects a check.
+}  // namespace
+
 bool IsSelectedBy(const std::string& pattern, const std::string& group, const Check& check) {
     return pattern == group || pattern == check.name ||
            fnmatch(pattern.c_str(), (group + "." + check.name).c_str(), 0) == 0;
 }
-
-}  // namespace
 
 const char* VerdictText(Verdict verdict) {
     switch (verdict) {
@@ -52,12 +64,15 @@ const char* VerdictText(Verdict verdict) {
             return "skipped";
         case Verdict::kWarned:
             return "warned";
+        case Verdict::kWaived:
+            return "waived";
     }
     return "";
 }
 
 Verdict VerdictOfRun(const std::vector<CheckResult>& results) {
-    for (const Verdict verdict : {Verdict::kCrashed, Verdict::kFailed, Verdict::kWarned, Verdict::kPassed}) {
+    for (const Verdict verdict :
+         {Verdict::kCrashed, Verdict::kFailed, Verdict::kWaived, Verdict::kWarned, Verdict::kPassed}) {
         for (const CheckResult& result : results) {
             if (result.verdict == verdict) return verdict;
         }
@@ -93,6 +108,7 @@ std::vector<CheckResult> RunChecks(const CheckedModule& module, const RunOptions
                                    const std::function<void(const CheckResult&)>& onResult) {
     std::vector<CheckResult> results;
     std::string failedPrerequisite;
+    const std::string today = Today();
     for (const auto& [group, check] : SelectedChecks(options.only)) {
         if (failedPrerequisite.empty()) {
             const CheckCall call = {group + "." + check->name, module, options.seed, options.timeLimit};
@@ -103,9 +119,12 @@ std::vector<CheckResult> RunChecks(const CheckedModule& module, const RunOptions
                                .verdict = Verdict::kSkipped,
                                .findings = {},
                                .reason = failedPrerequisite + " did not pass",
-                               .output = {}});
+                               .output = {},
+                               .stack = {},
+                               .calls = {}});
         }
-        const CheckResult& result = results.back();
+        CheckResult& result = results.back();
+        ApplyWaivers(options.waivers, today, result);
         if (IsBad(result.verdict) && check->severity == Severity::kPrerequisite) failedPrerequisite = result.FullName();
         if (onResult) onResult(result);
     }

@@ -26,6 +26,7 @@ struct CheckedModule {
     std::vector<std::filesystem::path> siblings;  // modules that are loaded beside it
     host::CallScope callScope;
     double hostVersion = host::HostOptions().version;
+    std::filesystem::path sandbox;  // the private folder of a module that is kept away from the machine; empty if not
 };
 
 // What differs from a plain host in which every service works.

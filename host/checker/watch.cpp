@@ -268,6 +268,7 @@ bool Watch::Fails(const char* name) const {
 
 void Watch::NoteCall(const char* name, service::Ownership ownership) {
     if (isOver) return NoteStep(std::string("calling ") + name);
+    checker::NoteCall(name);
     ++calls[name];
     const bool givesBack =
         ownership == service::Ownership::kDropsReference || ownership == service::Ownership::kTakesBackBytes;

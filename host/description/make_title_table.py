@@ -10,20 +10,21 @@ import pathlib
 import sys
 
 sys.path.insert(0, str(pathlib.Path(__file__).parents[2] / "tools"))
-from filter_catalogue import Catalogue
+from class_catalogue import Catalogue
 
-catalogue, attributes, output = map(pathlib.Path, sys.argv[1:])
+path, attributes, output = map(pathlib.Path, sys.argv[1:])
 known = json.loads(attributes.read_text(encoding="utf-8"))
 rows = ""
-for name in Catalogue(catalogue).filters:
+catalogue = Catalogue(path)
+for name in catalogue.classes:
     entry = known.get("CI" + name)
     if entry is None:
-        sys.exit(f"{catalogue}: filter '{name}' has no entry CI{name} in {attributes.name}")
-    title = (f"CIFilter{name}QOR", name, entry["displayName"], entry["categories"][0].removeprefix("CICategory"))
+        sys.exit(f"{path}: filter '{name}' has no entry CI{name} in {attributes.name}")
+    title = (catalogue.class_name(name), name, entry["displayName"], entry["categories"][0].removeprefix("CICategory"))
     rows += "    {" + ", ".join(map(json.dumps, title)) + "},\n"
 
 output.write_text(
-    f"""// Made by {pathlib.Path(__file__).name} from {catalogue.name} and {attributes.name}.
+    f"""// Made by {pathlib.Path(__file__).name} from {path.name} and {attributes.name}.
 
 #include "host/description/title_table.h"
 

@@ -3,9 +3,12 @@
 #include "host/macho/binding.h"
 
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <objc/objc-exception.h>
 #include <objc/runtime.h>
 #include <pthread.h>
+#include <strings.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>

@@ -44,13 +44,22 @@ inline constexpr std::uint32_t kOldestSystem = PackedVersion(10, 6);
 //
 // The addresses are expressions of binding.cpp, which declares what they need.
 #define ZEVA_MACOS_IMPORTS(IMPORT)                                                                                     \
+    IMPORT(kSystem,         "___bzero",                          bzero)                                                \
     IMPORT(kSystem,         "_calloc",                           std::calloc)                                          \
+    IMPORT(kSystem,         "_close",                            close)                                                \
+    IMPORT(kSystem,         "_creat",                            creat)                                                \
     IMPORT(kSystem,         "_free",                             std::free)                                            \
+    IMPORT(kSystem,         "_getenv",                           std::getenv)                                          \
+    IMPORT(kSystem,         "_memcmp",                           std::memcmp)                                          \
     IMPORT(kSystem,         "_memcpy",                           std::memcpy)                                          \
     IMPORT(kSystem,         "_memset",                           std::memset)                                          \
+    IMPORT(kSystem,         "_pipe",                             pipe)                                                 \
     IMPORT(kSystem,         "_pthread_self",                     pthread_self)                                         \
+    IMPORT(kSystem,         "_read",                             read)                                                 \
     IMPORT(kSystem,         "_snprintf",                         std::snprintf)                                        \
     IMPORT(kSystem,         "_strlen",                           static_cast<size_t (*)(const char*)>(std::strlen))    \
+    IMPORT(kSystem,         "_vsnprintf",                        std::vsnprintf)                                       \
+    IMPORT(kSystem,         "_write",                            write)                                                \
     IMPORT(kSystem,         ZEVA_STUB_BINDER,                    macos_stub_binder)                                    \
     /* The frames of such code are smaller than those of this machine; these functions handle both. */                \
     IMPORT(kSystem,         "__setjmp",                          macos_setjmp)                                         \

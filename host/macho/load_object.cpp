@@ -44,6 +44,8 @@ LoadedObject LoadObject(std::span<const unsigned char> file, std::uint32_t addre
         if (name.starts_with('_')) loaded.exports[name.substr(1)] = image.At(value);
     }
     loaded.data = image.Data();
+    loaded.base = image.Base();
+    loaded.size = image.Size();
     image.Protect();
     RegisterLazyBindings(image.Base(), image.Size(), std::move(later));
     unwindTable.Register();

@@ -16,6 +16,7 @@
 #include <map>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "host/macho/object_error.h"
 
@@ -25,6 +26,15 @@ namespace host::macho {
 struct LoadedObject {
     std::map<std::string, void*, std::less<>> exports;  // addresses by C name, without the underscore
     std::span<unsigned char> data;                      // the memory that its code can write to
+    std::uintptr_t base = 0;                            // the address of the object's address 0
+    std::uintptr_t size = 0;
+};
+
+// Where a file was loaded.
+struct LoadedRange {
+    std::filesystem::path file;
+    std::uintptr_t base = 0;
+    std::uintptr_t size = 0;
 };
 
 // The file with the code at a path: the executable of a bundle that is a folder, as its list of properties names it;
@@ -38,5 +48,8 @@ struct LoadedObject {
 // ObjectError with the reason and frees the memory.
 LoadedObject LoadObject(std::span<const unsigned char> file, std::uint32_t address = 0);
 LoadedObject LoadObject(const std::filesystem::path& file);
+
+// The files that were loaded by their path, in order. For reports of a crash: the system knows nothing of this memory.
+[[nodiscard]] const std::vector<LoadedRange>& LoadedRanges();
 
 }  // namespace host::macho

@@ -15,6 +15,8 @@ namespace host::macho {
 
 namespace {
 
+std::vector<LoadedRange> loadedRanges;
+
 // The text between two others, the second after the first; empty without them.
 std::string Between(const std::string& text, const std::string& before, const std::string& after, std::size_t from) {
     const std::size_t begin = text.find(before, from);
@@ -54,7 +56,11 @@ LoadedObject LoadObject(const std::filesystem::path& file) {
     std::ifstream stream(file, std::ios::binary);
     const std::vector<char> bytes{std::istreambuf_iterator<char>(stream), {}};
     if (!stream) throw ObjectError("file", "it cannot be read");
-    return LoadObject(std::span(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()));
+    LoadedObject loaded = LoadObject(std::span(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()));
+    loadedRanges.push_back({file, loaded.base, loaded.size});
+    return loaded;
 }
+
+const std::vector<LoadedRange>& LoadedRanges() { return loadedRanges; }
 
 }  // namespace host::macho

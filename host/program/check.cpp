@@ -1,14 +1,18 @@
 // check.cpp - "zeva check": checks whether a module keeps the host interface.
 
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <system_error>
 #include <vector>
 
 #include "host/checker/report.h"
+#include "host/checker/sandbox.h"
 #include "host/program/commands.h"
 #include "host/program/platform_pool.h"
 #include "host/program/protected_files.h"
@@ -30,6 +34,9 @@ struct CheckRequest {
     bool isVerbose = false;
     bool isJson = false;
     std::string junit;
+    std::string waivers;
+    bool hasSandbox = false;
+    bool hasNoSandbox = false;
 };
 
 constexpr const char* kFooter =
@@ -56,6 +63,45 @@ void AddSiblings(std::vector<fs::path>& siblings, const std::vector<fs::path>& a
     siblings.insert(siblings.begin(), module);
     host::AddModules(siblings, added);
     siblings.erase(siblings.begin());
+}
+
+// Reads the waivers. A mistake in them is one of the command.
+std::vector<checker::Waiver> ReadUsersWaivers(const std::string& file) {
+    try {
+        return checker::ReadWaivers(file);
+    } catch (const host::HostError& error) {
+        throw UsageError(error.what());
+    }
+}
+
+// A folder in that of temporary files, which disappears with this object.
+class PrivateFolder {
+  public:
+    PrivateFolder() {
+        std::string pattern = (fs::temp_directory_path() / "zeva-check-XXXXXX").native();
+        if (mkdtemp(pattern.data()) == nullptr) throw std::system_error(errno, std::generic_category(), pattern);
+        path_ = pattern;
+    }
+    ~PrivateFolder() {
+        std::error_code ignored;
+        fs::remove_all(path_, ignored);
+    }
+    PrivateFolder(const PrivateFolder&) = delete;
+    const fs::path& Path() const { return path_; }
+
+  private:
+    fs::path path_;
+};
+
+// Whether the module is kept in a sandbox. Says so if it cannot be.
+bool UsesSandbox(const CheckRequest& request) {
+    if (request.hasNoSandbox) return false;
+    const std::string obstacle = checker::ObstacleToSandbox();
+    if (obstacle.empty()) return true;
+    if (request.hasSandbox) throw UsageError("--sandbox: " + obstacle + "; nothing was checked");
+    std::fprintf(stderr, "check: %s; the module runs without a sandbox and can reach files, sockets and programs\n",
+                 obstacle.c_str());
+    return false;
 }
 
 // Runs the checks and prints their results: as text while the checks run, or as JSON at the end.
@@ -93,6 +139,8 @@ int Check(const ProgramOptions& options, const CheckRequest& request) {
         throw host::HostError("--trace", "checks run in their own processes and are not traced");
     static_cast<void>(
         checker::SelectedChecks(request.run.only));  // throws for an unknown name before anything is printed
+    CheckRequest checked = request;
+    if (!request.waivers.empty()) checked.run.waivers = ReadUsersWaivers(request.waivers);
     std::vector<fs::path> siblings(request.siblings.begin(), request.siblings.end());
     if (siblings.empty() && !request.isAlone) siblings = DefaultSiblings(request.module);
     if (!request.isAlone) AddSiblings(siblings, AddedModules(options), request.module);
@@ -102,7 +150,10 @@ int Check(const ProgramOptions& options, const CheckRequest& request) {
         for (const fs::path& sibling : siblings) files.Add(sibling);
         files.AddOutput(request.junit, "the report", "nothing was checked");
     }
-    return RunAndReport({request.module, siblings, PlatformPool(), options.hostVersion}, request);
+    std::optional<PrivateFolder> folder;
+    if (UsesSandbox(request)) folder.emplace();
+    return RunAndReport(
+        {request.module, siblings, PlatformPool(), options.hostVersion, folder ? folder->Path() : fs::path()}, checked);
 }
 
 }  // namespace
@@ -117,6 +168,9 @@ Command CheckCommand() {
                 {"MODULE", &request->module, "module to check"},
                 {"--with", &request->siblings, "another module to load; may be repeated"},
                 {"--alone", &request->isAlone, "load no other module"},
+                {"--waivers", &request->waivers, "file of the checks that may fail, until when and why"},
+                {"--sandbox", &request->hasSandbox, "fail where the system has no sandbox"},
+                {"--no-sandbox", &request->hasNoSandbox, "let the module use files, sockets and programs"},
                 {"--only", &request->run.only,
                  "checks to run: a name, a group, or a pattern such as 'faults.without-*'; may be repeated"},
                 {"--seed", &request->run.seed, "seed of the random sequences"},

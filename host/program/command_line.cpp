@@ -238,7 +238,6 @@ int ParseAndRun(int argumentCount, const char* const* arguments) {
     const std::vector<Argument> programArguments = ProgramArguments(options);
     std::vector<Command> commands = Commands();
     commands.push_back(CompleteCommand(commands, programArguments));
-    commands.push_back(StudioWorkerCommand());
 
     CLI::App program("Core Image filters on the command line.", "zeva");
     for (const Argument& argument : programArguments) AddArgument(program, argument);

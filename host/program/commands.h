@@ -24,9 +24,7 @@
 [[nodiscard]] Command WorkerCommand();
 [[nodiscard]] worker::Role ApplyRole();
 [[nodiscard]] worker::Role GalleryRole();
-
-// The hidden command that starts a worker of the studio.
-[[nodiscard]] Command StudioWorkerCommand();
+[[nodiscard]] worker::Role StudioRole();
 
 // The hidden command that the completion script calls. It completes the names and options of the given commands and the
 // given options of the program.

@@ -1,6 +1,7 @@
 // new_module.cpp - "zeva new-module": writes the sources of a module to begin with.
 //
-// The template is a module that works, in module_template/. Its name is replaced wherever it stands.
+// A template is a module that works: the one in module_template/ is written by hand, the classes of the one in
+// catalogue_template/ are generated. Its name is replaced wherever it stands.
 
 #include <algorithm>
 #include <cctype>
@@ -8,6 +9,7 @@
 #include <filesystem>
 #include <iterator>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -17,7 +19,12 @@
 #include "host/runtime/text.h"
 #include "host/runtime/write_file.h"
 
-// The texts of module_template/.
+// The texts of catalogue_template/ and of module_template/.
+extern const char kCatalogueBridge[];
+extern const char kCatalogueBuild[];
+extern const char kCatalogueClasses[];
+extern const char kCatalogueReadme[];
+extern const char kCatalogueTest[];
 extern const char kTemplateBuild[];
 extern const char kTemplateReadme[];
 extern const char kTemplateSource[];
@@ -29,6 +36,21 @@ namespace fs = std::filesystem;
 
 constexpr const char* kTemplateName = "counter";
 constexpr const char* kTemplateClass = "Counter";
+
+struct TemplateFile {
+    const char* name;
+    const char* text;
+};
+
+constexpr TemplateFile kModuleTemplate[] = {{"CMakeLists.txt", kTemplateBuild},
+                                            {"README.md", kTemplateReadme},
+                                            {"counter.cpp", kTemplateSource},
+                                            {"test.lua", kTemplateTest}};
+constexpr TemplateFile kCatalogueTemplate[] = {{"CMakeLists.txt", kCatalogueBuild},
+                                               {"README.md", kCatalogueReadme},
+                                               {"catalogue.txt", kCatalogueClasses},
+                                               {"counter_bridge.h", kCatalogueBridge},
+                                               {"test.lua", kCatalogueTest}};
 
 // Whether a name can be that of files, a target and, with capitals, a class.
 bool IsModuleName(const std::string& name) {
@@ -61,7 +83,7 @@ std::string Replaced(std::string text, const std::string& from, const std::strin
     return text;
 }
 
-int NewModule(const std::string& name) {
+int NewModule(const std::string& name, std::span<const TemplateFile> files) {
     if (!IsModuleName(name)) {
         throw UsageError("NAME: '" + host::PrintableText(name) +
                          "' is not a name of small letters, digits and underscores that begins with a letter; nothing "
@@ -76,14 +98,10 @@ int NewModule(const std::string& name) {
         throw UsageError(name + ": it exists already; nothing was written");
     fs::create_directory(folder, error);
     if (error) throw Failure(kMachineFailed, name + ": " + error.message() + "; nothing was written");
-    const auto write = [&](const std::string& file, const char* text) {
-        host::WriteFile(folder / file,
-                        Replaced(Replaced(text, kTemplateName, name), kTemplateClass, ClassNameOf(name)));
-    };
-    write("CMakeLists.txt", kTemplateBuild);
-    write("README.md", kTemplateReadme);
-    write(name + ".cpp", kTemplateSource);
-    write("test.lua", kTemplateTest);
+    for (const TemplateFile& file : files) {
+        host::WriteFile(folder / Replaced(file.name, kTemplateName, name),
+                        Replaced(Replaced(file.text, kTemplateName, name), kTemplateClass, ClassNameOf(name)));
+    }
     std::printf("%s: written; its README.md says how to build and test it\n", name.c_str());
     return kDone;
 }
@@ -91,12 +109,21 @@ int NewModule(const std::string& name) {
 }  // namespace
 
 Command NewModuleCommand() {
-    const auto name = std::make_shared<std::string>();
+    struct Request {
+        std::string name;
+        bool hasCatalogue = false;
+    };
+    const auto request = std::make_shared<Request>();
     return {
         .name = "new-module",
         .help = "Writes the sources of a new module with two classes, a test and a build.",
-        .arguments = {{"NAME", name.get(), "name of the module and of its folder, such as kettle",
-                       /*isRequired=*/true}},
-        .run = [name](const ProgramOptions&) { return NewModule(*name); },
+        .arguments = {{"NAME", &request->name, "name of the module and of its folder, such as kettle",
+                       /*isRequired=*/true},
+                      {"--catalogue", &request->hasCatalogue, "generate the classes from a catalogue"}},
+        .run =
+            [request](const ProgramOptions&) {
+                return request->hasCatalogue ? NewModule(request->name, kCatalogueTemplate)
+                                             : NewModule(request->name, kModuleTemplate);
+            },
     };
 }

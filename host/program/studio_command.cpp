@@ -1,19 +1,20 @@
-// studio_command.cpp - "zeva studio": shows filters live in the browser, and the hidden command of its workers.
+// studio_command.cpp - "zeva studio": shows filters live in the browser, and what its workers do.
 //
 // The server is a library that is loaded here (host/studio/server.h). The program that starts it does nothing else.
 
 #include <dlfcn.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <system_error>
 #include <vector>
 
 #include "host/program/commands.h"
-#include "host/runtime/value.h"
+#include "host/program/program_arguments.h"
+#include "host/studio/message.h"
 #include "host/studio/server.h"
 #include "host/studio/worker.h"
 
@@ -21,7 +22,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* kWorkerCommand = "studio-worker";
+// One for the screen and one for what can wait (host/studio/calls.h).
+constexpr std::size_t kWorkers = 2;
 
 struct StudioRequest {
     std::vector<std::string> photos;
@@ -53,25 +55,14 @@ std::string DataFolder() {
     return home != nullptr && *home == '/' ? std::string(home) + "/.local/share/zeva" : "";
 }
 
-// The command of a worker, which gets the options of the program.
-std::vector<std::string> WorkerCommand(const fs::path& program, const ProgramOptions& options) {
-    std::vector<std::string> words = {program.string(), kWorkerCommand, "--host-version",
-                                      host::NumberText(options.hostVersion)};
-    const auto add = [&](const char* name, const std::string& value) {
-        if (!value.empty()) words.insert(words.end(), {name, value});
-    };
-    add("--module", options.module.empty() ? "" : fs::absolute(options.module).string());
-    add("--memory", options.memory);
-    add("--pixel-limit", options.pixelLimit > 0 ? host::NumberText(options.pixelLimit) : "");
-    return words;
-}
-
 int RunStudio(const ProgramOptions& options, const StudioRequest& request) {
     if (!options.trace.empty()) throw UsageError("--trace: several processes run in a studio and are not traced");
     constexpr unsigned kLargestPort = 65535;
     if (request.port > kLargestPort) throw UsageError("--port must be from 0 to 65535");
     const fs::path program = fs::read_symlink("/proc/self/exe");
     const studio::StudioFunction run = LoadServer(program);
+    ProgramOptions ofWorker = options;
+    ofWorker.workers = kWorkers;
     studio::StudioResult result;
     run({.photos = request.photos,
          .folder = request.folder,
@@ -80,7 +71,7 @@ int RunStudio(const ProgramOptions& options, const StudioRequest& request) {
          .port = static_cast<int>(request.port),
          .opensBrowser = !request.opensNothing,
          .isQuiet = options.isQuiet,
-         .workerCommand = WorkerCommand(program, options)},
+         .workerSetup = SetupOf(ofWorker)},
         result);
     if (!result.failure.empty()) throw Failure(result.isUsage ? kWrongUsage : kFailed, result.failure);
     constexpr int kEndedBySignal = 128;
@@ -105,17 +96,12 @@ Command StudioCommand() {
     };
 }
 
-Command StudioWorkerCommand() {
-    return {
-        .name = kWorkerCommand,
-        .help = "Renders for the studio.",
-        .arguments = {},
-        .run =
-            [](const ProgramOptions& options) {
-                const auto host = MakeHost(options);
-                studio::RunWorker(*host, STDIN_FILENO);
+worker::Role StudioRole() {
+    return {studio::kWorkerRole, [](worker::Channel& channel) -> int {
+                const std::optional<std::string> setup = channel.Receive();
+                if (!setup) return kDone;
+                const auto host = MakeHost(OptionsIn(*setup));
+                studio::RunWorker(*host, channel);
                 return kDone;
-            },
-        .isHidden = true,
-    };
+            }};
 }

@@ -20,6 +20,7 @@ Command WorkerCommand() {
                                                   checker::ChildRole(checker::CheckWorks(PlatformPool())),
                                                   ApplyRole(),
                                                   GalleryRole(),
+                                                  StudioRole(),
                                               });
             },
         .isHidden = true,

@@ -138,15 +138,17 @@ bool IsSameRecipe(const Recipe& first, const Recipe& second) {
     const auto isSame = [](const auto& a, const auto& b, auto isSameItem) {
         return std::equal(a.begin(), a.end(), b.begin(), b.end(), isSameItem);
     };
+    // A lone $ means the same with a backslash and without.
+    const auto isSameValue = [](const std::string& a, const std::string& b) { return PartsOf(a) == PartsOf(b); };
     return isSame(first.parameters, second.parameters,
-                  [](auto& a, auto& b) { return a.name == b.name && a.value == b.value; }) &&
+                  [&](auto& a, auto& b) { return a.name == b.name && isSameValue(a.value, b.value); }) &&
            isSame(first.pictures, second.pictures,
                   [](auto& a, auto& b) { return a.name == b.name && a.path == b.path; }) &&
            isSame(first.options, second.options,
                   [](auto& a, auto& b) { return a.name == b.name && a.value == b.value; }) &&
            isSame(first.steps, second.steps, [&](auto& a, auto& b) {
-               return a.name == b.name && a.result == b.result && isSame(a.settings, b.settings, [](auto& s, auto& t) {
-                          return s.key == t.key && s.value == t.value;
+               return a.name == b.name && a.result == b.result && isSame(a.settings, b.settings, [&](auto& s, auto& t) {
+                          return s.key == t.key && isSameValue(s.value, t.value);
                       });
            });
 }

@@ -118,6 +118,8 @@ inline constexpr const char* kIncoming = "-";
 struct ValuePart {
     bool isReference;
     std::string text;
+
+    bool operator==(const ValuePart&) const = default;
 };
 
 // Splits a value at its references. An empty value has no parts.

@@ -138,8 +138,13 @@ class Chain {
             std::ranges::any_of(card.settings, [](const auto& each) { return each.first == kCubeDimensionKey; });
         if (isSet || filter->isa->FindMember(kCubeDimensionKey) == nullptr) return;
         const DescribedValue data = DescribeValue(host_, host_.Get(filter.Get(), "inputCubeData"));
-        const double numbers = std::get<ByteCount>(data).bytes / static_cast<double>(sizeof(float));
-        host_.Set(filter.Get(), kCubeDimensionKey, std::round(std::cbrt(numbers / 4)));
+        const auto* bytes = std::get_if<ByteCount>(&data);
+        const double colors = bytes != nullptr ? bytes->bytes / (4.0 * sizeof(float)) : 0;
+        const double dimension = std::round(std::cbrt(colors));
+        if (dimension < 2 || dimension * dimension * dimension != colors) {
+            throw HostError("inputCubeData", host::NumberText(colors) + " colors are not a cube of at least 2 x 2 x 2");
+        }
+        host_.Set(filter.Get(), kCubeDimensionKey, dimension);
     }
 
     void Scale(const ObjectReference& filter, const std::string& name, const host::Class& isa) {

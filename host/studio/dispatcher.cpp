@@ -2,8 +2,13 @@
 
 #include "host/studio/dispatcher.h"
 
+#include <poll.h>
+#include <unistd.h>
+
 #include <future>
 #include <nlohmann/json.hpp>
+#include <optional>
+#include <system_error>
 
 namespace studio {
 namespace {
@@ -16,9 +21,21 @@ constexpr std::size_t kMostJobs = 200;
 constexpr std::chrono::seconds kPatience{120};
 constexpr std::chrono::seconds kPatienceOfTrial{20};
 
+// Waits until a descriptor can be read, and calls a function meanwhile. Returns whether it can in time.
+bool IsReadableBefore(int descriptor, std::chrono::steady_clock::time_point end, const Watch& watch) {
+    constexpr int kTick = 250;  // milliseconds
+    while (std::chrono::steady_clock::now() < end) {
+        pollfd readable = {descriptor, POLLIN, 0};
+        const int ready = poll(&readable, 1, kTick);
+        if (ready > 0) return true;
+        if (ready == 0 && watch) watch();
+    }
+    return false;
+}
+
 }  // namespace
 
-Dispatcher::Dispatcher(std::vector<std::string> command) : worker_(std::move(command)), thread_([this] { Run(); }) {}
+Dispatcher::Dispatcher(std::string setup) : setup_(std::move(setup)), thread_([this] { Run(); }) {}
 
 Dispatcher::~Dispatcher() {
     {
@@ -28,15 +45,19 @@ Dispatcher::~Dispatcher() {
         newest_.clear();
     }
     hasWork_.notify_all();
-    worker_.Stop();
+    {
+        const std::scoped_lock lock(workerMutex_);
+        isStopped_ = true;
+        if (worker_) worker_->Kill();
+    }
     thread_.join();
 }
 
-bool Dispatcher::Add(std::string request, Deliver deliver) {
+bool Dispatcher::Add(std::string request, Deliver deliver, Watch watch) {
     {
         const std::scoped_lock lock(mutex_);
         if (jobs_.size() >= kMostJobs) return false;
-        jobs_.push_back({std::move(request), std::move(deliver)});
+        jobs_.push_back({std::move(request), std::move(deliver), std::move(watch)});
     }
     hasWork_.notify_one();
     return true;
@@ -45,7 +66,7 @@ bool Dispatcher::Add(std::string request, Deliver deliver) {
 void Dispatcher::SetNewest(int sender, std::string request, Deliver deliver) {
     {
         const std::scoped_lock lock(mutex_);
-        newest_[sender] = {std::move(request), std::move(deliver)};
+        newest_[sender] = {std::move(request), std::move(deliver), {}};
     }
     hasWork_.notify_one();
 }
@@ -81,17 +102,56 @@ bool Dispatcher::Next(Job& job) {
 void Dispatcher::Run() {
     Job job;
     while (Next(job)) job.deliver(AnswerTo(job));
+    EndWorker();
+}
+
+bool Dispatcher::StartWorker() {
+    const std::scoped_lock lock(workerMutex_);
+    if (worker_ || isStopped_) return worker_ && !isStopped_;
+    try {
+        // Standard output has the link and nothing else.
+        worker_ = std::make_unique<worker::Process>(
+            worker::StartOptions{.role = kWorkerRole, .output = STDERR_FILENO, .leadsGroup = true});
+    } catch (const std::system_error&) {
+        return false;
+    }
+    return worker_->GetChannel().Send(setup_);
+}
+
+void Dispatcher::EndWorker() {
+    const std::scoped_lock lock(workerMutex_);
+    worker_.reset();
+}
+
+Dispatcher::Outcome Dispatcher::AskWorker(const Job& job, std::chrono::seconds patience, Message& answer) {
+    if (!StartWorker()) {
+        EndWorker();
+        return Outcome::kNotStarted;
+    }
+    worker::Channel& channel = worker_->GetChannel();
+    Outcome outcome = Outcome::kCrashed;
+    if (channel.Send(job.request)) {
+        const auto end = std::chrono::steady_clock::now() + patience;
+        if (!IsReadableBefore(channel.Descriptor(), end, job.watch)) {
+            outcome = Outcome::kTookTooLong;
+        } else if (std::optional<Message> message = Received(channel)) {
+            answer = std::move(*message);
+            return Outcome::kAnswered;
+        }
+    }
+    EndWorker();
+    return outcome;
 }
 
 Message Dispatcher::AnswerTo(const Job& job) {
     Message answer;
-    const WorkerProcess::Outcome outcome = worker_.Ask({job.request, ""}, kPatience, answer);
-    if (outcome == WorkerProcess::Outcome::kAnswered) return answer;
+    const Outcome outcome = AskWorker(job, kPatience, answer);
+    if (outcome == Outcome::kAnswered) return answer;
     Json error;
-    if (outcome == WorkerProcess::Outcome::kNotStarted) {
+    if (outcome == Outcome::kNotStarted) {
         error["error"] = "the rendering process could not be started";
     } else {
-        const bool isLate = outcome == WorkerProcess::Outcome::kTookTooLong;
+        const bool isLate = outcome == Outcome::kTookTooLong;
         const std::string card = CardToBlame(job.request);
         const std::string what = isLate ? "took too long" : "ended unexpectedly";
         error["error"] = "the rendering process " + what + "; it was started again";
@@ -108,9 +168,8 @@ std::string Dispatcher::CardToBlame(const std::string& request) {
     for (std::size_t count = 1; count <= cards.size(); ++count) {
         trial["cards"] = Json(cards.begin(), cards.begin() + static_cast<std::ptrdiff_t>(count));
         Message answer;
-        if (worker_.Ask({trial.dump(), ""}, kPatienceOfTrial, answer) != WorkerProcess::Outcome::kAnswered) {
+        if (AskWorker({trial.dump(), {}, {}}, kPatienceOfTrial, answer) != Outcome::kAnswered)
             return cards[count - 1].value("name", "");
-        }
     }
     return "";
 }

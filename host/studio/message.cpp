@@ -1,36 +1,24 @@
-// message.cpp - two lengths, then the text and the bytes.
+// message.cpp - the members of a message as a list of texts.
 
 #include "host/studio/message.h"
 
-#include "host/worker/socket_bytes.h"
+#include <utility>
+#include <vector>
+
+#include "host/worker/texts.h"
 
 namespace studio {
-namespace {
 
-using worker::ReceiveAll;
-using worker::SendAll;
-
-struct Lengths {
-    std::uint64_t json;
-    std::uint64_t bytes;
-};
-
-}  // namespace
-
-bool Send(int socket, const Message& message) {
-    const Lengths lengths = {message.json.size(), message.bytes.size()};
-    return SendAll(socket, &lengths, sizeof lengths) && SendAll(socket, message.json.data(), message.json.size()) &&
-           SendAll(socket, message.bytes.data(), message.bytes.size());
+bool Send(worker::Channel& channel, const Message& message) {
+    return channel.Send(worker::Pack({message.json, message.bytes}));
 }
 
-bool Receive(int socket, Message& message) {
-    Lengths lengths;
-    if (!ReceiveAll(socket, &lengths, sizeof lengths)) return false;
-    if (lengths.json > kLargestMessage || lengths.bytes > kLargestMessage) return false;
-    message.json.resize(lengths.json);
-    message.bytes.resize(lengths.bytes);
-    return ReceiveAll(socket, message.json.data(), message.json.size()) &&
-           ReceiveAll(socket, message.bytes.data(), message.bytes.size());
+std::optional<Message> Received(worker::Channel& channel) {
+    const std::optional<std::string> received = channel.Receive();
+    if (!received) return std::nullopt;
+    std::optional<std::vector<std::string>> texts = worker::Unpack(*received);
+    if (!texts || texts->size() != 2) return std::nullopt;
+    return Message{std::move((*texts)[0]), std::move((*texts)[1])};
 }
 
 }  // namespace studio

@@ -1,28 +1,30 @@
-// message.h - what the studio's server and its workers send each other over a socket: a text in JSON, and bytes.
+// message.h - what the studio's workers answer: a text in JSON and bytes, as one message of a channel
+// (host/worker/channel.h). A request is a message with a text in JSON alone, after a first one with the worker's
+// setup.
 //
-// Both ends are this program on this machine, so numbers have the machine's byte order.
-//
-// Threads: one thread at a time writes to a socket, and one reads from it.
+// Threads: as of the channel.
 
 #pragma once
 
-#include <cstdint>
+#include <optional>
 #include <string>
+
+#include "host/worker/channel.h"
 
 namespace studio {
 
-// The longest message. Why a limit: a damaged length must not exhaust the memory.
-inline constexpr std::uint64_t kLargestMessage = std::uint64_t{1} << 30;
+// The role of the studio's workers.
+inline constexpr const char* kWorkerRole = "studio";
 
 struct Message {
     std::string json;
-    std::string bytes;
+    std::string bytes = {};
 };
 
-// Returns false when the other end is gone.
-[[nodiscard]] bool Send(int socket, const Message& message);
+// Returns false when the other side is gone.
+[[nodiscard]] bool Send(worker::Channel& channel, const Message& message);
 
-// Waits for a message. Returns false when the other end is gone, or sends something else.
-[[nodiscard]] bool Receive(int socket, Message& message);
+// Waits for a message. Returns nothing when the other side is gone, or sends something else.
+[[nodiscard]] std::optional<Message> Received(worker::Channel& channel);
 
 }  // namespace studio

@@ -12,6 +12,7 @@ extern const char kPageControlsJs[];
 extern const char kPageHandlesJs[];
 extern const char kPageHistoryJs[];
 extern const char kPageLiveJs[];
+extern const char kPagePreviewJs[];
 extern const char kPageReadingsJs[];
 extern const char kPageShareJs[];
 extern const char kPageStageJs[];
@@ -34,6 +35,7 @@ std::span<const PageFile> PageFiles() {
         {"/handles.js", kScript, kPageHandlesJs},
         {"/history.js", kScript, kPageHistoryJs},
         {"/live.js", kScript, kPageLiveJs},
+        {"/preview.js", kScript, kPagePreviewJs},
         {"/readings.js", kScript, kPageReadingsJs},
         {"/share.js", kScript, kPageShareJs},
         {"/stage.js", kScript, kPageStageJs},

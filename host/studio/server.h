@@ -23,7 +23,7 @@ struct StudioOptions {
     int port = 0;               // 0 for any that is free
     bool opensBrowser = true;
     bool isQuiet = false;
-    std::vector<std::string> workerCommand;  // starts a worker
+    std::string workerSetup;  // the first message of each worker
 };
 
 // What RunStudio returns.

@@ -62,6 +62,11 @@ Needs NeedsOf(Host& host, const std::vector<Card>& cards, std::size_t index) {
 // The name of a file in a recipe.
 std::string NameOfFile(const std::string& number) { return "file" + number; }
 
+// The rectangle of a photo as a setting.
+std::string FrameText(double width, double height) {
+    return "0,0," + host::NumberText(width) + "," + host::NumberText(height);
+}
+
 // ---- Words of a shell
 
 // Splits a command as a shell does, without expanding anything.
@@ -275,8 +280,7 @@ ChainRecipe RecipeOfChain(Host& host, const std::vector<Card>& cards, const Chai
     }
     if (context.keepsSize && chain.hasInput) recipe.options.push_back({"--keep-size", "", {}});
     if (context.keepsSize && !chain.hasInput) {
-        const std::string size = host::NumberText(context.width) + "," + host::NumberText(context.height);
-        recipe.options.push_back({"--rect", "0,0," + size, {}});
+        recipe.options.push_back({"--rect", FrameText(context.width, context.height), {}});
     }
     return chain;
 }
@@ -289,12 +293,17 @@ ChainTexts TextsOfChain(Host& host, const std::vector<Card>& cards, const ChainC
     texts.recipe = RecipeText(canonical);
     texts.command =
         RecipeCommandLine(canonical) + (chain.hasInput ? " " + ShellWord(context.photo) : "") + " -o result.png";
+    if (chain.hasInput) {
+        texts.folderCommand = RecipeCommandLine(canonical) + " --recursive " + ShellWord(context.folder) + " -o " +
+                              ShellWord(context.folder + "-results/");
+    }
     texts.lua = LuaOfChain(host, chain, texts.recipe);
     texts.link = RecipeLink(LinkableRecipe(host, chain.recipe));
     return texts;
 }
 
-ReadChain ReadChainText(Host& host, const std::string& text, const std::string& shared) {
+ReadChain ReadChainText(Host& host, const std::string& text, const std::string& shared,
+                        const std::array<double, 2>& frame) {
     const std::size_t begin = text.find_first_not_of(" \t\r\n");
     if (begin == std::string::npos) throw HostError("paste", "there is no text");
     ReadChain chain;
@@ -303,10 +312,16 @@ ReadChain ReadChainText(Host& host, const std::string& text, const std::string& 
     CheckReferences(recipe);
     for (std::size_t i = 0; i < recipe.steps.size(); ++i) chain.cards.push_back(CardOf(host, recipe, i, chain));
     for (const RecipeOption& option : recipe.options) {
-        // A result that does not depend on the photo is cut to its size with --rect.
-        const bool isKnown = option.name == "--keep-size" || option.name == "--rect";
-        chain.keepsSize |= isKnown;
-        if (!isKnown) chain.notes.push_back(option.name + " is left out; Save asks for it");
+        if (option.name == "--keep-size" ||
+            (option.name == "--rect" && option.value == FrameText(frame[0], frame[1]))) {
+            chain.keepsSize = true;
+        } else if (option.name == "--rect") {
+            const std::string name = "s" + std::to_string(recipe.steps.size() + 1);
+            chain.cards.push_back({name, "Crop", {{"inputRectangle", option.value}}});
+        } else {
+            const char* instead = option.name == "--quality" ? "; Save asks for it" : "; add it to the copied command";
+            chain.notes.push_back(option.name + " is left out" + instead);
+        }
     }
     return chain;
 }

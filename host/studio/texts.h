@@ -12,6 +12,7 @@
 
 #pragma once
 
+#include <array>
 #include <functional>
 #include <string>
 #include <vector>
@@ -27,6 +28,7 @@ struct ChainContext {
     std::string photo;             // its path
     double width = 0, height = 0;  // of the photo
     bool keepsSize = false;
+    std::string folder;                                          // of photos that the chain may be applied to
     std::function<std::string(const std::string& number)> path;  // of a file
 };
 
@@ -40,6 +42,7 @@ struct ChainRecipe {
 
 struct ChainTexts {
     std::string command;
+    std::string folderCommand;  // for all photos of the folder; empty if the result does not depend on a photo
     std::string lua;
     std::string recipe;
     std::string link;
@@ -55,7 +58,9 @@ struct ReadChain {
     std::vector<std::string> notes;  // what was left out
 };
 
-// Reads a text in any of the forms. `shared` is the folder of the recipes that come with the program.
-[[nodiscard]] ReadChain ReadChainText(host::Host& host, const std::string& text, const std::string& shared);
+// Reads a text in any of the forms. `shared` is the folder of the recipes that come with the program; `frame` has the
+// width and the height of the photo that is shown.
+[[nodiscard]] ReadChain ReadChainText(host::Host& host, const std::string& text, const std::string& shared,
+                                      const std::array<double, 2>& frame);
 
 }  // namespace studio

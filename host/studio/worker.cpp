@@ -5,11 +5,14 @@
 #include "host/studio/worker.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cmath>
+#include <cstdint>
 #include <filesystem>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -23,6 +26,7 @@
 #include "host/studio/chain.h"
 #include "host/studio/message.h"
 #include "host/studio/picture_cache.h"
+#include "host/studio/preview.h"
 #include "host/studio/texts.h"
 
 namespace studio {
@@ -34,14 +38,55 @@ using host::HostError;
 using host::ObjectReference;
 using host::Value;
 
-struct Worker {
-    Host& host;
-    PictureCache pictures;
-};
-
 struct Answer {
     Json json = Json::object();
     std::string bytes = {};
+};
+
+// What was rendered last. After a preview, the same picture is asked for with all its pixels.
+struct Rendered {
+    Json request;
+    Json answer;
+    Value pixels;  // null when there are none
+    double milliseconds = 0;
+};
+
+// How far previews of a chain are reduced so that they follow the mouse: a picture with all its pixels tells how long
+// the chain takes, and previews that are slow nevertheless halve the sides of those after them.
+class Pace {
+  public:
+    int Reduction(const std::string& chain) const { return chain == chain_ ? reduction_ : 1; }
+
+    void NoteResult(const std::string& chain, double milliseconds) {
+        *this = {};
+        chain_ = chain;
+        // A quarter of the pixels takes a quarter of the time.
+        for (; milliseconds > kLimit && reduction_ < kMostReduction; milliseconds /= 4) reduction_ *= 2;
+    }
+
+    void NotePreview(const std::string& chain, double milliseconds) {
+        if (chain != chain_) NoteResult(chain, 0);
+        slow_ = milliseconds > kLimit ? slow_ + 1 : 0;
+        if (slow_ < kSlowInARow || reduction_ == kMostReduction) return;
+        reduction_ *= 2;
+        slow_ = 0;
+    }
+
+  private:
+    static constexpr double kLimit = 13;  // leaves the rest of two frames to the preview's encoding and the browser
+    static constexpr int kMostReduction = 4;
+    static constexpr int kSlowInARow = 2;
+
+    std::string chain_;
+    int reduction_ = 1;
+    int slow_ = 0;
+};
+
+struct Worker {
+    Host& host;
+    PictureCache pictures;
+    Rendered last = {};
+    Pace pace = {};
 };
 
 // What is asked for: the photo, the cards, and the files by their numbers.
@@ -51,6 +96,7 @@ class Request {
 
     std::string Text(const char* name) const { return json_.value(name, std::string()); }
     const Json& operator[](const char* name) const { return json_.at(name); }
+    const Json& All() const { return json_; }
     bool Is(const char* name) const { return json_.value(name, false); }
 
     // The path of a file with a number. Throws HostError for one that is not open.
@@ -97,21 +143,9 @@ Value Call(Host& host, const Value& image, const char* method, const std::vector
 }
 
 // The bytes of a memory block.
-std::string BytesOf(const Value& block) {
+const std::uint8_t* BytesOf(const Value& block) {
     const auto* held = reinterpret_cast<const ZEVAmemoryBlockStruct*>(std::get<ObjectReference>(block).Get());
-    return {reinterpret_cast<const char*>(held->bytes), static_cast<std::size_t>(held->size)};
-}
-
-// Divides the colors of translucent pixels by their alpha, which is how a page's canvas takes them.
-void MakeStraight(std::string& pixels) {
-    for (std::size_t i = 0; i < pixels.size(); i += 4) {
-        const unsigned alpha = static_cast<unsigned char>(pixels[i + 3]);
-        if (alpha == 255 || alpha == 0) continue;
-        for (std::size_t c = i; c < i + 3; ++c) {
-            const unsigned component = (static_cast<unsigned char>(pixels[c]) * 255 + alpha / 2) / alpha;
-            pixels[c] = static_cast<char>(std::min(component, 255U));
-        }
-    }
+    return reinterpret_cast<const std::uint8_t*>(held->bytes);
 }
 
 // ---- The calls
@@ -119,17 +153,24 @@ void MakeStraight(std::string& pixels) {
 Answer Catalogue(Worker& worker, const Request&) {
     host::Json filters = host::Json::MakeArray();
     for (const std::string& name : FilterNames(worker.host)) {
-        filters.push_back(ToJson(DescribeClass(worker.host, ClassNamed(worker.host, name))));
+        // An added module may have a class of such a name that is not a filter.
+        const host::Class& isa = ClassNamed(worker.host, name);
+        if (IsFilter(isa)) filters.push_back(ToJson(DescribeClass(worker.host, isa)));
     }
     // Steps of recipes that are methods of an image: a pasted chain may have them.
     host::Json methods = host::Json::MakeArray();
     for (const std::string& name : StepMethodNames(worker.host)) {
         host::Json keys = host::Json::MakeArray();
         for (const StepKey& key : KeysOf(StepNamed(worker.host, name))) {
-            const bool isRequired = key.name != "inputImage";
-            keys.push_back({{"name", key.name}, {"type", key.type.word}, {"isRequired", isRequired}});
+            host::Json described = {{"name", key.name}, {"type", key.type.word}, {"isParameter", true}};
+            if (key.type.word == "string") described["values"] = {"fit", "fill", "stretch"};
+            keys.push_back(described);
         }
-        methods.push_back({{"filter", name}, {"displayName", name}, {"category", "Image"}, {"properties", keys}});
+        methods.push_back({{"filter", name},
+                           {"displayName", name},
+                           {"category", "Image"},
+                           {"description", "The method " + name + " of an image"},
+                           {"properties", keys}});
     }
     host::Json spaces = host::Json::MakeArray();
     for (const std::string& name : KnownValues({.kind = {}, .word = "CGColorSpaceQOR"})) spaces.push_back(name);
@@ -171,21 +212,21 @@ struct Area {
     double Height() const { return top - bottom; }
 };
 
-// The visible part of the result as pixels.
+// Renders the visible part of the result.
 //
 // "view" has the width of the whole photo on the screen, at most its own, and the visible part x, y, w, h in pixels of
-// that scale, from the photo's upper left corner downward. The answer has the part that the pixels show, in the same
-// coordinates; it is empty where the result is.
-Answer Render(Worker& worker, const Request& request) {
-    const auto start = std::chrono::steady_clock::now();
+// that scale, from the photo's upper left corner downward. The answer has its scale, which is reduced for some
+// previews, and the part that the pixels show, in pixels of it; it is empty where the result is.
+Rendered RenderView(Worker& worker, const Request& request, int reduction) {
     Host& host = worker.host;
     const std::vector<Card> cards = request.Cards();
     const PictureSize size = worker.pictures.SizeOf(request.PhotoPath());
     const Json& view = request["view"];
-    const double width = std::clamp(view.at("width").get<double>(), 1.0, size.width);
+    const auto inView = [&](const char* name) { return view.at(name).get<double>() / reduction; };
+    const double width = std::max(1.0, std::round(std::min(inView("width"), size.width / reduction)));
     const double scale = width / size.width;
     const double height = std::max(1.0, std::round(size.height * scale));
-    const bool isScaled = scale < 1 && CanBeScaled(host, cards, scale);
+    const bool isScaled = scale < 1 && (reduction > 1 || CanBeScaled(host, cards, scale));
     const double used = isScaled ? scale : 1;
     const Value image = request.Image(cards, used);
     // The frame: the photo's own, or the extent of the result where it has one.
@@ -193,23 +234,32 @@ Answer Render(Worker& worker, const Request& request) {
     const auto [x, y, extentWidth, extentHeight] = ExtentOf(host, image);
     constexpr double kBeyondAnyImage = 1e9;
     const bool isFinite = extentWidth < kBeyondAnyImage && extentHeight < kBeyondAnyImage;
+    const Area whole = {std::floor(x), std::floor(y), std::ceil(x + extentWidth), std::ceil(y + extentHeight)};
+    const bool isVisible = isFinite && whole.Width() >= 1 && whole.Height() >= 1;
+    const bool fits = isVisible && whole.Width() <= view.at("w") && whole.Height() <= view.at("h");
+    if (request.Is("isThumbnail") && fits) {
+        // Smaller, it would hardly be seen: an average is one pixel.
+        const Value all = Rectangle(host, whole.left, whole.bottom, whole.Width(), whole.Height());
+        return {{}, {{"part", {0, 0, whole.Width(), whole.Height()}}}, Call(host, image, "ScreenPixels", {all})};
+    }
     const double toView = isScaled ? 1 : scale;
     if (!request.Is("keepSize") && isFinite) {
         frame = {std::floor(x * toView), std::floor(y * toView), std::ceil((x + extentWidth) * toView),
                  std::ceil((y + extentHeight) * toView)};
     }
-    const double left = view.at("x");
-    const double top = view.at("y");
-    const Area part = {std::max(frame.left, std::floor(left)),
-                       std::max(frame.bottom, height - std::ceil(top + view.at("h").get<double>())),
-                       std::min(frame.right, std::ceil(left + view.at("w").get<double>())),
-                       std::min(frame.top, height - std::floor(top))};
-    Answer answer;
-    answer.json["frame"] = {frame.left, height - frame.top, frame.Width(), frame.Height()};
-    answer.json["isFullSize"] = !isScaled;
+    const double left = inView("x");
+    const double top = inView("y");
+    const Area part = {
+        std::max(frame.left, std::floor(left)), std::max(frame.bottom, height - std::ceil(top + inView("h"))),
+        std::min(frame.right, std::ceil(left + inView("w"))), std::min(frame.top, height - std::floor(top))};
+    Rendered rendered;
+    Json& answer = rendered.answer;
+    answer["frame"] = {frame.left, height - frame.top, frame.Width(), frame.Height()};
+    answer["isFullSize"] = !isScaled;
+    answer["scale"] = scale;
     if (part.Width() < 1 || part.Height() < 1) {
-        answer.json["part"] = {0, 0, 0, 0};
-        return answer;
+        answer["part"] = {0, 0, 0, 0};
+        return rendered;
     }
     constexpr double kMostPixels = 64e6;
     if (part.Width() * part.Height() > kMostPixels) throw HostError("view", "the visible part is too large");
@@ -229,11 +279,53 @@ Answer Render(Worker& worker, const Request& request) {
                       host::TextValue("stretch")});
         rectangle = Rectangle(host, 0, 0, part.Width(), part.Height());
     }
-    answer.bytes = BytesOf(Call(host, shown, "ScreenPixels", {rectangle}));
-    MakeStraight(answer.bytes);
-    answer.json["part"] = {part.left, height - part.top, part.Width(), part.Height()};
-    const std::chrono::duration<double, std::milli> elapsed = std::chrono::steady_clock::now() - start;
-    answer.json["milliseconds"] = elapsed.count();
+    rendered.pixels = Call(host, shown, "ScreenPixels", {rectangle});
+    answer["part"] = {part.left, height - part.top, part.Width(), part.Height()};
+    return rendered;
+}
+
+// The visible part of the result as straight pixels. If "isQuick", they may be a preview instead (preview.h): then
+// "stripes" has the first row, the height and the length of each JPEG; "clear" has the rectangles that are transparent;
+// and "translucent" has those of which the alpha follows the JPEGs.
+Answer Render(Worker& worker, const Request& request) {
+    using Milliseconds = std::chrono::duration<double, std::milli>;
+    const auto start = std::chrono::steady_clock::now();
+    const bool isQuick = request.Is("isQuick");
+    Json wanted = request.All();
+    wanted.erase("isQuick");
+    // The settings matter little for the time.
+    std::string chain = request["view"].at("width").dump();
+    for (const Card& card : request.Cards()) chain += ' ' + card.filter;
+    const int reduction = isQuick ? worker.pace.Reduction(chain) : 1;
+    if (isQuick || worker.last.request != wanted) {
+        worker.last = {};
+        worker.last = RenderView(worker, request, reduction);
+        worker.last.milliseconds = Milliseconds(std::chrono::steady_clock::now() - start).count();
+        if (isQuick) worker.pace.NotePreview(chain, worker.last.milliseconds);
+        // Only a picture of the full scale can be asked for again.
+        if (reduction == 1) worker.last.request = std::move(wanted);
+    }
+    // The photo itself is asked for beside a chain.
+    if (!isQuick && !request["cards"].empty()) worker.pace.NoteResult(chain, worker.last.milliseconds);
+    Answer answer = {worker.last.answer};
+    if (std::holds_alternative<ObjectReference>(worker.last.pixels)) {
+        const Json& part = worker.last.answer["part"];
+        const ScreenPixels pixels = {BytesOf(worker.last.pixels), part[2], part[3]};
+        const std::vector<Stripe> stripes = isQuick ? EncodePreview(pixels) : std::vector<Stripe>();
+        if (stripes.empty()) answer.bytes = StraightPixels(pixels);
+        for (const Stripe& stripe : stripes) {
+            answer.bytes += stripe.jpeg;
+            answer.json["stripes"].push_back({stripe.y, stripe.height, stripe.jpeg.size()});
+        }
+        for (const Stripe& stripe : stripes) {
+            for (const Part& each : stripe.parts) {
+                answer.json[each.isClear ? "clear" : "translucent"].push_back(
+                    {each.x, each.y, each.width, each.height});
+                if (!each.isClear) answer.bytes += AlphaOf(pixels, each);
+            }
+        }
+    }
+    answer.json["milliseconds"] = Milliseconds(std::chrono::steady_clock::now() - start).count();
     return answer;
 }
 
@@ -271,6 +363,7 @@ ChainContext ContextOf(Worker& worker, const Request& request) {
             .width = size.width,
             .height = size.height,
             .keepsSize = request.Is("keepSize"),
+            .folder = request.Text("folder"),
             .path = [&request](const std::string& number) { return request.Path(number); }};
 }
 
@@ -293,11 +386,18 @@ Answer Save(Worker& worker, const Request& request) {
 
 Answer Copy(Worker& worker, const Request& request) {
     const ChainTexts texts = TextsOfChain(worker.host, request.Cards(), ContextOf(worker, request));
-    return {{{"command", texts.command}, {"lua", texts.lua}, {"recipe", texts.recipe}, {"link", texts.link}}};
+    Answer answer = {{{"command", texts.command}, {"lua", texts.lua}, {"recipe", texts.recipe}, {"link", texts.link}}};
+    if (!texts.folderCommand.empty()) answer.json["folder"] = texts.folderCommand;
+    return answer;
 }
 
 Answer Paste(Worker& worker, const Request& request) {
-    const ReadChain chain = ReadChainText(worker.host, request.Text("text"), request.Text("shared"));
+    std::array<double, 2> frame = {};
+    if (!request.Text("photo").empty()) {
+        const PictureSize size = worker.pictures.SizeOf(request.PhotoPath());
+        frame = {size.width, size.height};
+    }
+    const ReadChain chain = ReadChainText(worker.host, request.Text("text"), request.Text("shared"), frame);
     Answer answer = {{{"cards", Json::array()}, {"keepSize", chain.keepsSize}, {"notes", chain.notes}}};
     if (!chain.photo.empty()) answer.json["photoPath"] = chain.photo;
     for (const Card& card : chain.cards) {
@@ -334,13 +434,12 @@ Answer Answered(Worker& worker, const std::string& text) {
 
 }  // namespace
 
-void RunWorker(Host& host, int socket) {
+void RunWorker(Host& host, worker::Channel& channel) {
     Worker worker = {host, PictureCache(host)};
-    Message message;
-    while (Receive(socket, message)) {
-        Answer answer = Answered(worker, message.json);
-        message = {answer.json.dump(-1, ' ', false, Json::error_handler_t::replace), std::move(answer.bytes)};
-        if (!Send(socket, message)) return;
+    while (const std::optional<std::string> request = channel.Receive()) {
+        Answer answer = Answered(worker, *request);
+        const std::string json = answer.json.dump(-1, ' ', false, Json::error_handler_t::replace);
+        if (!Send(channel, {json, std::move(answer.bytes)})) return;
     }
 }
 

@@ -12,10 +12,11 @@
 #pragma once
 
 #include "host/runtime/host.h"
+#include "host/worker/channel.h"
 
 namespace studio {
 
-// Answers requests from a socket until its other end is closed.
-void RunWorker(host::Host& host, int socket);
+// Answers requests from a channel until its other side is gone.
+void RunWorker(host::Host& host, worker::Channel& channel);
 
 }  // namespace studio

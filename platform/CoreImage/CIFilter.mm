@@ -33,34 +33,52 @@ void Require(id object, SEL selector) {
     if (![object respondsToSelector:selector]) RaiseUnrecognized(object, selector);
 }
 
-// Memory for doubles that lives as long as the autorelease pool.
-double* AutoreleasedNumbers(size_t count) {
-    return static_cast<double*>([[NSMutableData dataWithLength:count * sizeof(double)] mutableBytes]);
-}
+// Memory for the numbers of a filter's values: its own, or, for many numbers, memory that lives as long as the
+// autorelease pool.
+class NumberMemory {
+  public:
+    double* Take(size_t count) {
+        if (count > kMost - used_) {
+            return static_cast<double*>([[NSMutableData dataWithLength:count * sizeof(double)] mutableBytes]);
+        }
+        double* const taken = numbers_ + used_;
+        used_ += count;
+        return taken;
+    }
 
-void ReadVector(id value, core_image::InputValue* input) {
-    Require(value, @selector(valueAtIndex:));
+  private:
+    static constexpr size_t kMost = 96;  // enough for every filter's vectors, colors and transform
+
+    double numbers_[kMost];
+    size_t used_ = 0;
+};
+
+// The method is looked up once for all elements.
+void ReadVector(id value, NumberMemory& memory, core_image::InputValue* input) {
+    const SEL selector = @selector(valueAtIndex:);
+    Require(value, selector);
     CIVector* vector = value;
+    const auto valueAtIndex = reinterpret_cast<CGFloat (*)(id, SEL, size_t)>([vector methodForSelector:selector]);
     input->count = [vector count];
-    double* numbers = AutoreleasedNumbers(input->count);
-    for (size_t index = 0; index < input->count; ++index) numbers[index] = [vector valueAtIndex:index];
+    double* numbers = memory.Take(input->count);
+    for (size_t index = 0; index < input->count; ++index) numbers[index] = valueAtIndex(vector, selector, index);
     input->elements = numbers;
 }
 
-void ReadColor(id value, core_image::InputValue* input) {
+void ReadColor(id value, NumberMemory& memory, core_image::InputValue* input) {
     Require(value, @selector(components));
     const CGFloat* components = [(CIColor*)value components];
     input->count = 4;
-    double* numbers = AutoreleasedNumbers(input->count);
+    double* numbers = memory.Take(input->count);
     for (size_t index = 0; index < input->count; ++index) numbers[index] = components[index];
     input->elements = numbers;
 }
 
-void ReadTransform(id value, core_image::InputValue* input) {
+void ReadTransform(id value, NumberMemory& memory, core_image::InputValue* input) {
     Require(value, @selector(transformStruct));
     const NSAffineTransformStruct transform = [(NSAffineTransform*)value transformStruct];
     input->count = 6;
-    double* numbers = AutoreleasedNumbers(input->count);
+    double* numbers = memory.Take(input->count);
     numbers[0] = transform.m11;
     numbers[1] = transform.m12;
     numbers[2] = transform.m21;
@@ -68,6 +86,12 @@ void ReadTransform(id value, core_image::InputValue* input) {
     numbers[4] = transform.tX;
     numbers[5] = transform.tY;
     input->elements = numbers;
+}
+
+// Found once, because the run-time finds a class by its name in each message to it.
+Class ImageClass() {
+    static const Class imageClass = [CIImage class];
+    return imageClass;
 }
 
 void RetainInput(const void* object) { CFRetain(object); }
@@ -98,7 +122,7 @@ void ReadSpace(id object, core_image::InputValue* input) {
 }
 
 // Reads one input according to its kind. A nil image stays empty; any other nil reads as the default.
-void ReadInput(const InputDescription& description, id value, core_image::InputValue* input) {
+void ReadInput(const InputDescription& description, id value, NumberMemory& memory, core_image::InputValue* input) {
     input->key = description.name;
     if (value == nil) value = description.defaultValue;
     if (value == nil) return;
@@ -108,16 +132,16 @@ void ReadInput(const InputDescription& description, id value, core_image::InputV
             input->number = [value doubleValue];
             break;
         case InputKind::kVector:
-            ReadVector(value, input);
+            ReadVector(value, memory, input);
             break;
         case InputKind::kColor:
-            ReadColor(value, input);
+            ReadColor(value, memory, input);
             break;
         case InputKind::kTransform:
-            ReadTransform(value, input);
+            ReadTransform(value, memory, input);
             break;
         case InputKind::kImage:
-            if (![value isKindOfClass:[CIImage class]]) RaiseUnrecognized(value, @selector(extent));
+            if (![value isKindOfClass:ImageClass()]) RaiseUnrecognized(value, @selector(extent));
             input->image = [(CIImage*)value handle];
             break;
         case InputKind::kData:
@@ -226,15 +250,16 @@ void ReadInput(const InputDescription& description, id value, core_image::InputV
     if (function == nullptr) return nil;
     const NSUInteger count = _filterDescription->_inputCount;
     core_image::InputValue values[kMostInputs];
+    NumberMemory numbers;
     NSAssert(count <= kMostInputs, @"filter %@: more inputs than can be read", [self name]);
     for (NSUInteger index = 0; index < count; ++index) {
         values[index] = {};
-        ReadInput(_filterDescription->_inputs[index], _values[index], &values[index]);
+        ReadInput(_filterDescription->_inputs[index], _values[index], numbers, &values[index]);
     }
     core_image::Fault fault;
     core_image::ImageHandle* image = core_image::MakeOutput(function, values, count, &fault);
     if (fault.text[0] != '\0') [NSException raise:NSInternalInconsistencyException format:@"%s", fault.text];
-    return [CIImage imageOwningHandle:image];
+    return [ImageClass() imageOwningHandle:image];
 }
 
 - (id)valueForKey:(NSString*)key {

@@ -52,6 +52,10 @@ CG_EXTERN const CFStringRef kCGImagePropertyHasRowsInOrder;
 // Image property: the bits of each component of the image, an NSNumber.
 CG_EXTERN const CFStringRef kCGImagePropertyDepth;
 
+// Image property: the bytes that decoding the image as a whole takes beside its pixels, an NSNumber; 0 where that is
+// little.
+CG_EXTERN const CFStringRef kCGImagePropertyWorkingBytes;
+
 // Image properties: the data about the picture as the file holds it, NSData: Exif from its TIFF header on, the XMP
 // packet, and the data sets of IPTC. A destination takes them too, and adapts them to its image.
 CG_EXTERN const CFStringRef kCGImagePropertyExifBlock;
@@ -66,16 +70,16 @@ CG_EXTERN size_t CGImageSourceGetPixelLimit(void);
 CG_EXTERN void CGImageSourceSetPixelLimit(size_t pixels);
 
 // Returns the properties of the image, owned by the caller: the orientation, if the file has one, and the size and the
-// depth, also when it is too large to be decoded; of a format that is decoded as a whole only once the image was
-// requested. Does not decode the pixels. Null for an index other than 0. Ignores options.
+// depth, also when it is too large to be decoded. Does not decode the pixels. Null for an index other than 0. Ignores
+// options.
 CG_EXTERN CFDictionaryRef CGImageSourceCopyPropertiesAtIndex(CGImageSourceRef source, size_t index,
                                                              CFDictionaryRef options);
 
 // Options of an image. The first one, a Boolean that is true by default, keeps the decoded pixels in memory. If it is
 // false, those of a large image are decoded row by row: the image has a sequential provider. That needs a JPEG of one
-// scan, or a PNG that is not interlaced; other images are kept. The second one, 2, 4 or 8, is how
-// many times smaller such a JPEG is decoded; each pixel is the mean of a square, rounded up at the right and lower
-// edges.
+// scan, a PNG that is not interlaced, or a TIFF with strips of integers; other images are kept. The second one, 2, 4 or
+// 8, is how many times smaller such a JPEG is decoded; each pixel is the mean of a square, rounded up at the right and
+// lower edges.
 CG_EXTERN const CFStringRef kCGImageSourceShouldCache;
 CG_EXTERN const CFStringRef kCGImageSourceSubsampleFactor;
 

@@ -20,6 +20,7 @@ const CFStringRef kCGImagePropertyPixelWidth = CFSTR("PixelWidth");
 const CFStringRef kCGImagePropertyPixelHeight = CFSTR("PixelHeight");
 const CFStringRef kCGImagePropertyHasRowsInOrder = CFSTR("HasRowsInOrder");
 const CFStringRef kCGImagePropertyDepth = CFSTR("Depth");
+const CFStringRef kCGImagePropertyWorkingBytes = CFSTR("WorkingBytes");
 const CFStringRef kCGImagePropertyExifBlock = CFSTR("ExifBlock");
 const CFStringRef kCGImagePropertyXMPBlock = CFSTR("XMPBlock");
 const CFStringRef kCGImagePropertyIPTCBlock = CFSTR("IPTCBlock");
@@ -39,6 +40,7 @@ const CFStringRef kCGImageSourceSubsampleFactor = CFSTR("kCGImageSourceSubsample
     std::size_t _width;  // 0 until the size is known
     std::size_t _height;
     std::size_t _depth;
+    std::size_t _workingBytes;
     BOOL _hasRowsInOrder;
     NSString* _reason;  // nil where the status says all that is known
 }
@@ -113,7 +115,7 @@ CGDataProviderRef MakeProvider(const image_io::Picture& picture) {
 
 image_io::FileBytes BytesOf(CGImageSourceObject* source) {
     return {static_cast<const std::uint8_t*>([source->_data bytes]), [source->_data length],
-            source -> _content.isMapped};
+            source -> _content.mapping != nullptr};
 }
 
 CGImageRowsObject* Rows(void* info) { return static_cast<CGImageRowsObject*>(info); }
@@ -126,6 +128,7 @@ std::size_t GetRows(void* info, void* buffer, std::size_t count) {
     if (status == image_io::Status::kComplete) {
         status = rows->_decoder->Read(static_cast<std::uint8_t*>(buffer), count / rows->_bytesPerRow);
     }
+    if (rows->_source->_content.HasBeenShortened()) status = image_io::Status::kUnexpectedEnd;
     rows->_status = status;
     if (status == image_io::Status::kComplete) return count;
     errno = status == image_io::Status::kUnexpectedEnd ? ENODATA : EBADMSG;
@@ -166,8 +169,12 @@ CGImageSourceObject* Decoded(CGImageSourceRef source) {
     CGImageSourceObject* object = (CGImageSourceObject*)source;
     if (object == nil || object->_isDecoded) return object;
     image_io::Picture picture;
-    const image_io::Status status =
+    image_io::Status status =
         image_io::Decode(static_cast<const std::uint8_t*>([object->_data bytes]), [object->_data length], &picture);
+    if (object->_content.HasBeenShortened()) {
+        image_io::Free(&picture);
+        status = image_io::Status::kUnexpectedEnd;
+    }
     object->_isDecoded = YES;
     object->_status = static_cast<CGImageSourceStatus>(status);
     object->_width = picture.width;
@@ -249,17 +256,19 @@ CFDictionaryRef CGImageSourceCopyPropertiesAtIndex(CGImageSourceRef source, size
     }
     if (object->_width == 0 && !object->_isDecoded) {
         image_io::Picture picture;
-        const auto decoder = image_io::MakeRowDecoder(BytesOf(object), 1);
-        object->_hasRowsInOrder = decoder != nullptr && decoder->Begin(&picture) == image_io::Status::kComplete;
+        object->_hasRowsInOrder = image_io::ReadHeader(BytesOf(object), &picture);
         object->_width = picture.width;
         object->_height = picture.height;
         object->_depth = picture.depth;
+        object->_workingBytes = picture.workingBytes;
         image_io::Free(&picture);
     }
     if (object->_width != 0) {
         [properties setObject:[NSNumber numberWithUnsignedLong:object->_width] forKey:(id)kCGImagePropertyPixelWidth];
         [properties setObject:[NSNumber numberWithUnsignedLong:object->_height] forKey:(id)kCGImagePropertyPixelHeight];
         [properties setObject:[NSNumber numberWithUnsignedLong:object->_depth] forKey:(id)kCGImagePropertyDepth];
+        [properties setObject:[NSNumber numberWithUnsignedLong:object->_workingBytes]
+                       forKey:(id)kCGImagePropertyWorkingBytes];
         [properties setObject:[NSNumber numberWithBool:object->_hasRowsInOrder]
                        forKey:(id)kCGImagePropertyHasRowsInOrder];
     }

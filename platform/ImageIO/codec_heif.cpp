@@ -96,17 +96,31 @@ const char* QuietDecoder() {
     return hasQuiet ? kQuiet : nullptr;
 }
 
+// Reads the size and the depth of a picture. Returns how many bits a number has.
+int ReadHeaderOf(const heif_image_handle* handle, Picture* picture) {
+    const int bits = heif_image_handle_get_luma_bits_per_pixel(handle);
+    picture->depth = bits > 8 ? 16 : 8;
+    picture->width = static_cast<std::size_t>(heif_image_handle_get_width(handle));
+    picture->height = static_cast<std::size_t>(heif_image_handle_get_height(handle));
+    return bits;
+}
+
+void ReadSize(const std::uint8_t* bytes, std::size_t length, Picture* picture) {
+    Context context;
+    Handle handle;
+    if (!IsOK(Open(bytes, length, &context, &handle))) return;
+    ReadHeaderOf(handle.get(), picture);
+    // What is decoded, at most a plane for each channel, and what that is converted to.
+    picture->workingBytes = 2 * picture->height * picture->BytesPerRow();
+}
+
 Status DecodeFile(const std::uint8_t* bytes, std::size_t length, Picture* picture) {
     Context context;
     Handle handle;
     heif_error error = Open(bytes, length, &context, &handle);
     if (!IsOK(error)) return StatusOf(error, picture);
-    const int bits = heif_image_handle_get_luma_bits_per_pixel(handle.get());
-    picture->depth = bits > 8 ? 16 : 8;
-    if (!Allocate(static_cast<std::size_t>(heif_image_handle_get_width(handle.get())),
-                  static_cast<std::size_t>(heif_image_handle_get_height(handle.get())), picture)) {
-        return Status::kInvalidData;
-    }
+    const int bits = ReadHeaderOf(handle.get(), picture);
+    if (!Allocate(picture->width, picture->height, picture)) return Status::kInvalidData;
     KeepProfile(handle.get(), picture);
     heif_image* decoded = nullptr;
     heif_decoding_options* options = heif_decoding_options_alloc();
@@ -266,14 +280,24 @@ void ReadMetadata(const std::uint8_t* bytes, std::size_t length, Metadata* metad
     if (start < exif.size()) metadata->exif.assign(exif.begin() + static_cast<std::ptrdiff_t>(start), exif.end());
 }
 
+// The formats differ only in how pixels are compressed.
+template <heif_compression_format kFormat>
+constexpr Codec MakeCodec(const char* (*obstacle)()) {
+    return {
+        .decode = DecodeFile,
+        .encode = EncodeFile<kFormat>,
+        .obstacleToEncoding = obstacle,
+        .readMetadata = ReadMetadata,
+        .readSize = ReadSize,
+    };
+}
+
 }  // namespace
 }  // namespace image_io
 
 extern "C" {
 extern const image_io::Codec kCodecHEIF;
 extern const image_io::Codec kCodecAVIF;
-const image_io::Codec kCodecHEIF = {image_io::DecodeFile, image_io::EncodeFile<heif_compression_HEVC>,
-                                    image_io::ObstacleToHEIF, image_io::ReadMetadata};
-const image_io::Codec kCodecAVIF = {image_io::DecodeFile, image_io::EncodeFile<heif_compression_AV1>,
-                                    image_io::ObstacleToAVIF, image_io::ReadMetadata};
+const image_io::Codec kCodecHEIF = image_io::MakeCodec<heif_compression_HEVC>(image_io::ObstacleToHEIF);
+const image_io::Codec kCodecAVIF = image_io::MakeCodec<heif_compression_AV1>(image_io::ObstacleToAVIF);
 }

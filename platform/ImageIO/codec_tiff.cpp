@@ -19,9 +19,9 @@
 
 #include "encode_tiff.h"
 #include "formats.h"
-#include "metadata.h"
 #include "row_decoder.h"
 #include "tiff_stream.h"
+#include "tiff_tables.h"
 
 namespace image_io {
 namespace {
@@ -246,6 +246,8 @@ class RowDecoderTIFF : public RowDecoder {
             picture->height = layout_.height;
             picture->depth = layout_.bits;
             picture->isGray = isGray;
+            const tmsize_t part = TIFFIsTiled(tiff_) != 0 ? TIFFTileSize(tiff_) : TIFFStripSize(tiff_);
+            if (part > 0) picture->workingBytes = static_cast<std::size_t>(part);
         }
         // Gray levels with a profile are converted afterwards.
         std::uint32_t length = 0;
@@ -305,31 +307,11 @@ std::unique_ptr<RowDecoder> MakeRowDecoderTIFF(const FileBytes& file, unsigned f
     return std::unique_ptr<RowDecoder>(new (std::nothrow) RowDecoderTIFF(file));
 }
 
-// Copies a field of bytes.
-void Keep(TIFF* tiff, std::uint32_t tag, Bytes* to) {
-    std::uint32_t length = 0;
-    const std::uint8_t* bytes = nullptr;
-    if (TIFFGetField(tiff, tag, &length, &bytes) != 0 && bytes != nullptr) to->assign(bytes, bytes + length);
-}
-
-// The file itself is an Exif block: it begins with the same header and table.
-void ReadMetadata(const std::uint8_t* bytes, std::size_t length, Metadata* metadata) {
-    TiffStream stream = {.bytes = bytes, .length = length};
-    TIFF* tiff = OpenToRead(&stream);
-    if (tiff == nullptr) return;
-    std::uint16_t orientation = ORIENTATION_TOPLEFT;
-    TIFFGetFieldDefaulted(tiff, TIFFTAG_ORIENTATION, &orientation);
-    metadata->orientation = orientation;
-    Keep(tiff, TIFFTAG_XMLPACKET, &metadata->xmp);
-    Keep(tiff, TIFFTAG_RICHTIFFIPTC, &metadata->iptc);
-    TIFFClose(tiff);
-}
-
 }  // namespace
 }  // namespace image_io
 
 extern "C" {
 extern const image_io::Codec kCodecTIFF;
-const image_io::Codec kCodecTIFF = {image_io::DecodeFile,   image_io::EncodeTIFF,         nullptr,
-                                    image_io::ReadMetadata, image_io::MakeRowDecoderTIFF, /*encodesRows=*/true};
+const image_io::Codec kCodecTIFF = {image_io::DecodeFile,         image_io::EncodeTIFF,         nullptr,
+                                    image_io::ReadMetadataOfTIFF, image_io::MakeRowDecoderTIFF, /*encodesRows=*/true};
 }

@@ -46,6 +46,17 @@ void KeepProfile(const WebPData& file, Picture* picture) {
     WebPMuxDelete(mux);
 }
 
+void ReadSize(const std::uint8_t* bytes, std::size_t length, Picture* picture) {
+    WebPBitstreamFeatures features;
+    if (WebPGetFeatures(bytes, length, &features) != VP8_STATUS_OK) return;
+    picture->width = static_cast<std::size_t>(features.width);
+    picture->height = static_cast<std::size_t>(features.height);
+    // Two pictures for an animation, and a copy of one without losses.
+    constexpr int kLossless = 2;
+    const std::size_t copies = features.has_animation != 0 ? 2 : features.format == kLossless ? 1 : 0;
+    picture->workingBytes = copies * picture->height * picture->BytesPerRow();
+}
+
 // Reads the first picture of an animation.
 Status DecodeFirst(const WebPData& file, Picture* picture) {
     WebPAnimDecoder* decoder = WebPAnimDecoderNew(&file, nullptr);
@@ -160,5 +171,10 @@ int EncodeFile(const Pixels& pixels, const EncodeOptions& options, EncodedFile* 
 
 extern "C" {
 extern const image_io::Codec kCodecWebP;
-const image_io::Codec kCodecWebP = {image_io::DecodeFile, image_io::EncodeFile, nullptr, image_io::ReadMetadataOfWebP};
+const image_io::Codec kCodecWebP = {
+    .decode = image_io::DecodeFile,
+    .encode = image_io::EncodeFile,
+    .readMetadata = image_io::ReadMetadataOfWebP,
+    .readSize = image_io::ReadSize,
+};
 }

@@ -51,6 +51,16 @@ std::unique_ptr<RowDecoder> MakeRowDecoder(const FileBytes& file, unsigned facto
     return codec != nullptr && codec->makeRowDecoder != nullptr ? codec->makeRowDecoder(file, factor) : nullptr;
 }
 
+bool ReadHeader(const FileBytes& file, Picture* picture) {
+    const std::unique_ptr<RowDecoder> decoder = MakeRowDecoder(file, 1);
+    if (decoder != nullptr) return decoder->Begin(picture) == Status::kComplete;
+    const Format* format = FormatOfContent(file.bytes, file.length);
+    std::string reason;
+    const Codec* codec = format != nullptr ? CodecOf(*format, &reason) : nullptr;
+    if (codec != nullptr && codec->readSize != nullptr) codec->readSize(file.bytes, file.length, picture);
+    return false;
+}
+
 Status Decode(const std::uint8_t* bytes, std::size_t length, Picture* picture) {
     const Format* format = FormatOfContent(bytes, length);
     if (format == nullptr) return Status::kUnknownType;

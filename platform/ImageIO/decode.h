@@ -34,6 +34,9 @@ struct Picture {
     void* profile = nullptr;
     std::size_t profileLength = 0;
 
+    // The bytes that decoding the picture as a whole takes beside its pixels; set where that is much.
+    std::size_t workingBytes = 0;
+
     // What is wrong with the file, in words; empty where the status says all that is known.
     char reason[160] = "";
 

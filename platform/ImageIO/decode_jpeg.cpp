@@ -14,6 +14,7 @@
 
 #include "cmyk.h"
 #include "decode.h"
+#include "jpeg_errors.h"
 #include "row_decoder.h"
 
 namespace image_io {
@@ -26,29 +27,10 @@ constexpr int kMaxScans = 500;
 constexpr int kProfileMarker = JPEG_APP0 + 2;
 constexpr unsigned int kMaxMarkerLength = 0xffff;
 
-// The library's error manager, extended by the jump out of the library and by the progress callback.
-struct ErrorManager {
-    jpeg_error_mgr base;
-    jpeg_progress_mgr progress;
-    std::jmp_buf leave;
-    Status status;
-};
-
-ErrorManager* ManagerOf(j_common_ptr info) { return reinterpret_cast<ErrorManager*>(info->err); }
-
-[[noreturn]] void Leave(j_common_ptr info, Status status) {
-    ManagerOf(info)->status = status;
-    std::longjmp(ManagerOf(info)->leave, 1);
-}
-
-[[noreturn]] void Fail(j_common_ptr info) { Leave(info, Status::kInvalidData); }
-
 // Treats one warning as an error: at a premature end of file the library invents the rest of the picture and goes on.
 void Warn(j_common_ptr info, int level) {
     if (level < 0 && info->err->msg_code == JWRN_JPEG_EOF) Leave(info, Status::kUnexpectedEnd);
 }
-
-void Ignore(j_common_ptr) {}
 
 // A progress callback. The library calls it between scans, among other times.
 void LimitScans(j_common_ptr info) {
@@ -96,6 +78,15 @@ Status ReadGuarded(jpeg_decompress_struct* jpeg, ErrorManager* errors, const std
     return ReadPicture(jpeg, picture);
 }
 
+// The bytes of all coefficients, which the library holds until it has read every scan.
+std::size_t CoefficientBytes(const jpeg_decompress_struct& jpeg) {
+    std::size_t blocks = 0;
+    for (int i = 0; i < jpeg.num_components; ++i) {
+        blocks += std::size_t{jpeg.comp_info[i].width_in_blocks} * jpeg.comp_info[i].height_in_blocks;
+    }
+    return blocks * sizeof(JBLOCK);
+}
+
 // Decodes rows. Each function catches the jump itself.
 class RowDecoderJPEG : public RowDecoder {
   public:
@@ -126,7 +117,9 @@ class RowDecoderJPEG : public RowDecoder {
         const bool isColor = jpeg_.jpeg_color_space == JCS_YCbCr || jpeg_.jpeg_color_space == JCS_RGB;
         // The library holds all of a picture of several scans. Gray levels with a profile are converted afterwards.
         const bool isConverted = picture != nullptr && isGray && picture->profile != nullptr;
-        if (!(isGray || isColor) || jpeg_has_multiple_scans(&jpeg_) || isConverted) return Status::kUnknownType;
+        const bool hasScans = jpeg_has_multiple_scans(&jpeg_) != 0;
+        if (picture != nullptr && hasScans) picture->workingBytes = CoefficientBytes(jpeg_);
+        if (!(isGray || isColor) || hasScans || isConverted) return Status::kUnknownType;
         if (!IsAllowedSize(jpeg_.image_width, jpeg_.image_height)) return Status::kInvalidData;
         jpeg_.out_color_space = JCS_EXT_RGBA;
         jpeg_.scale_num = 1;

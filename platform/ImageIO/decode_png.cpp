@@ -15,6 +15,7 @@
 #include <new>
 
 #include "decode.h"
+#include "png_errors.h"
 #include "row_decoder.h"
 
 namespace image_io {
@@ -36,11 +37,15 @@ void ReadBytes(png_structp png, png_bytep to, png_size_t count) {
     std::memcpy(to, reader->bytes, count);
     reader->bytes += count;
     reader->left -= count;
+    // The library makes room for a whole chunk before it reads it: a few bytes could claim two gigabytes. Pixels are
+    // read in parts.
+    constexpr std::size_t kHeader = 8;
+    const bool isHeader = (png_get_io_state(png) & PNG_IO_MASK_LOC) == PNG_IO_CHUNK_HDR && count == kHeader;
+    if (isHeader && std::memcmp(to + 4, "IDAT", 4) != 0 && png_get_uint_32(to) > reader->left) {
+        reader->ended = true;
+        png_error(png, "");
+    }
 }
-
-[[noreturn]] void Fail(png_structp png, png_const_charp) { png_longjmp(png, 1); }
-
-void Ignore(png_structp, png_const_charp) {}
 
 // Copies the file's profile, if any. When memory is short the picture gets no profile.
 void KeepProfile(png_structp png, png_infop info, Picture* picture) {

@@ -96,7 +96,7 @@ struct Channels {
 class PixelRows {
   public:
     // The most bytes that are read at a time.
-    static constexpr std::size_t kMostBytes = 16 << 20;
+    static constexpr std::size_t kMostBytes = 4 << 20;
 
     // The pixels are borrowed.
     explicit PixelRows(const Pixels& pixels);

@@ -15,22 +15,13 @@
 #include <new>
 
 #include "encode.h"
+#include "jpeg_errors.h"
 #include "metadata.h"
 
 namespace image_io {
 namespace {
 
-// The library's error manager, extended by the jump out of the library.
-struct ErrorManager {
-    jpeg_error_mgr base;
-    std::jmp_buf leave;
-};
-
-[[noreturn]] void Fail(j_common_ptr info) { std::longjmp(reinterpret_cast<ErrorManager*>(info->err)->leave, 1); }
-
-void Warn(j_common_ptr, int) {}
-
-void Ignore(j_common_ptr) {}
+void IgnoreWarning(j_common_ptr, int) {}
 
 // The encoded file in the types of the library.
 struct Output {
@@ -81,7 +72,7 @@ void WriteMarker(jpeg_compress_struct* jpeg, int marker, const char* name, std::
 }
 
 // A picture, how it is written, and the error of its source. The first rows are read.
-struct Work {
+struct Job {
     const Pixels& pixels;
     const EncodeOptions& options;
     PixelRows& rows;
@@ -92,10 +83,10 @@ struct Work {
 
 // Writes the picture as EncodeByRows requests, catches the jump, and returns whether it was written completely. No
 // object here has a destructor that the jump could skip.
-bool WriteGuarded(jpeg_compress_struct* jpeg, ErrorManager* errors, Work& work, Output* output, SinkManager* sink) {
-    const Pixels& pixels = work.pixels;
-    const EncodeOptions& options = work.options;
-    const bool hasColor = work.channels->hasColor;
+bool WriteGuarded(jpeg_compress_struct* jpeg, ErrorManager* errors, Job& job, Output* output, SinkManager* sink) {
+    const Pixels& pixels = job.pixels;
+    const EncodeOptions& options = job.options;
+    const bool hasColor = job.channels->hasColor;
     if (setjmp(errors->leave) != 0) return false;
     jpeg_create_compress(jpeg);
     if (sink != nullptr) {
@@ -125,10 +116,10 @@ bool WriteGuarded(jpeg_compress_struct* jpeg, ErrorManager* errors, Work& work, 
                                static_cast<unsigned int>(pixels.profileLength));
     }
     for (std::size_t y = 0; y < pixels.height; ++y) {
-        if (y == work.rows.End()) work.error = work.rows.ReadNext(work.channels);
-        if (work.error != 0 || work.channels->hasColor != hasColor) return false;
-        std::uint8_t* row = work.row;
-        RowOnWhite(work.rows.Current(), y, row);
+        if (y == job.rows.End()) job.error = job.rows.ReadNext(job.channels);
+        if (job.error != 0 || job.channels->hasColor != hasColor) return false;
+        std::uint8_t* row = job.row;
+        RowOnWhite(job.rows.Current(), y, row);
         // The three colors of a gray pixel are equal.
         for (std::size_t x = 1; !hasColor && x < pixels.width; ++x) row[x] = row[3 * x];
         jpeg_write_scanlines(jpeg, &row, 1);
@@ -156,7 +147,7 @@ int WriteInChannels(const Pixels& pixels, const EncodeOptions& options, Channels
     jpeg_compress_struct jpeg = {};
     jpeg.err = jpeg_std_error(&errors.base);
     errors.base.error_exit = Fail;
-    errors.base.emit_message = Warn;
+    errors.base.emit_message = IgnoreWarning;
     errors.base.output_message = Ignore;
     Output output = {nullptr, 0};
     SinkManager sink = {{}, file->sink, 0, {}};
@@ -165,9 +156,9 @@ int WriteInChannels(const Pixels& pixels, const EncodeOptions& options, Channels
     sink.base.term_destination = PassRest;
     auto* row = static_cast<std::uint8_t*>(std::malloc(pixels.width * 3));
     const bool hadColor = channels->hasColor;
-    Work work = {pixels, options, rows, channels, row, 0};
+    Job job = {pixels, options, rows, channels, row, 0};
     const bool isWritten =
-        row != nullptr && WriteGuarded(&jpeg, &errors, work, &output, file->sink != nullptr ? &sink : nullptr);
+        row != nullptr && WriteGuarded(&jpeg, &errors, job, &output, file->sink != nullptr ? &sink : nullptr);
     // The library's buffer moves as it grows, and only this tells where it is.
     if (!isWritten && file->sink == nullptr && jpeg.dest != nullptr) jpeg.dest->term_destination(&jpeg);
     jpeg_destroy_compress(&jpeg);
@@ -175,7 +166,7 @@ int WriteInChannels(const Pixels& pixels, const EncodeOptions& options, Channels
     file->bytes = output.bytes;
     file->length = output.length;
     *isComplete = isWritten;
-    if (isWritten || work.error != 0 || sink.error != 0) return work.error != 0 ? work.error : sink.error;
+    if (isWritten || job.error != 0 || sink.error != 0) return job.error != 0 ? job.error : sink.error;
     return channels->hasColor != hadColor ? 0 : ENOMEM;
 }
 

@@ -24,6 +24,7 @@
 #include <vector>
 
 #include "encode.h"
+#include "png_errors.h"
 
 namespace image_io {
 namespace {
@@ -43,7 +44,7 @@ struct Method {
 constexpr Method kMethods[] = {
     /* fast     */ {Z_BEST_SPEED,       Z_RLE,              false, 1 << 18},
     /* balanced */ {5,                  Z_FILTERED,         true,  1 << 19},
-    /* small    */ {Z_BEST_COMPRESSION, Z_DEFAULT_STRATEGY, true,  1 << 22},
+    /* small    */ {Z_BEST_COMPRESSION, Z_DEFAULT_STRATEGY, true,  1 << 20},
 };
 // clang-format on
 // A strip may store one of the four channels of the rows that are read at a time.
@@ -78,10 +79,6 @@ void Write(png_structp png, png_bytep from, png_size_t count) {
 }
 
 void Flush(png_structp) {}
-
-[[noreturn]] void Fail(png_structp png, png_const_charp) { png_longjmp(png, 1); }
-
-void Ignore(png_structp, png_const_charp) {}
 
 int ColorType(Channels channels) {
     return (channels.hasColor ? PNG_COLOR_MASK_COLOR : 0) | (channels.hasAlpha ? PNG_COLOR_MASK_ALPHA : 0);

@@ -23,6 +23,7 @@
 #include <vector>
 
 #include "tiff_stream.h"
+#include "tiff_tables.h"
 
 namespace image_io {
 namespace {
@@ -162,6 +163,7 @@ int WriteFileInChannels(const Pixels& pixels, const EncodeOptions& options, Chan
         }
         TIFFClose(tiff);
     }
+    if (error == 0 && *isComplete && !AddExif(options.exif, &stream)) error = ENOMEM;
     if (error == 0 && *isComplete && file->sink != nullptr) error = file->sink->Write(stream.written, stream.length);
     if (error == 0 && *isComplete && file->sink == nullptr) {
         file->bytes = std::exchange(stream.written, nullptr);

@@ -7,28 +7,13 @@
 #include <cstring>
 #include <iterator>
 
+#include "exif_tags.h"
 #include "metadata.h"
 
 namespace image_io {
 namespace {
 
 constexpr std::size_t kEntrySize = 12;
-
-enum Tag : std::uint32_t {
-    kImageWidth = 0x0100,
-    kImageLength = 0x0101,
-    kOrientation = 0x0112,
-    kThumbnail = 0x0201,
-    kThumbnailLength = 0x0202,
-    kExifTable = 0x8769,
-    kLocationTable = 0x8825,
-    kPixelWidth = 0xa002,
-    kPixelHeight = 0xa003,
-};
-
-// The sizes of the types of values, by their numbers.
-constexpr std::size_t kTypeSizes[] = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8};
-constexpr std::uint32_t kShort = 3;
 
 // A block. Reading beyond its end gives 0, and writing there does nothing.
 class ExifBlock {
@@ -163,8 +148,10 @@ bool AdaptExif(Bytes* exif, const Adaption& adaption) {
     block.SetNumber(block.Find(details, kPixelHeight), adaption.height);
     if (!adaption.dropsLocation) return true;
     const std::size_t entry = block.Find(first, kLocationTable);
-    if (!block.ClearTable(block.TableOf(entry))) return false;
+    const std::size_t location = block.TableOf(entry);
+    // Before the table is cleared, which may be a part of the first one.
     block.Remove(first, entry);
+    if (!block.ClearTable(location)) return false;
     // A second entry, or a table that is not where it should be, may still hold the location.
     return block.Find(first, kLocationTable) == 0;
 }

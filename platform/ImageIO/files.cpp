@@ -12,7 +12,6 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -82,10 +81,9 @@ int ReadOpenFile(int file, FileContent* content) {
     const auto size = static_cast<std::uint64_t>(status.st_size);
     content->length = static_cast<std::size_t>(std::min(size, kLongestRead));
     if (content->length >= kSmallestMapped) {
-        void* mapped = mmap(nullptr, content->length, PROT_READ, MAP_PRIVATE, file, 0);
-        if (mapped != MAP_FAILED) {
-            content->bytes = mapped;
-            content->isMapped = true;
+        content->mapping = Map(file, content->length);
+        if (content->mapping != nullptr) {
+            content->bytes = BytesOf(*content->mapping);
             return 0;
         }
     }
@@ -201,13 +199,15 @@ int ReadFile(const char* path, FileContent* content) {
 }
 
 void FileContent::Free() {
-    if (isMapped) {
-        munmap(bytes, length);
+    if (mapping != nullptr) {
+        Unmap(mapping);
     } else {
         std::free(bytes);
     }
     *this = {};
 }
+
+bool FileContent::HasBeenShortened() const { return mapping != nullptr && image_io::HasBeenShortened(*mapping); }
 
 FileWriter::~FileWriter() {
     if (file_ >= 0 && !isDirect_) unlink(temporary_.c_str());

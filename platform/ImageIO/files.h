@@ -11,6 +11,7 @@
 #include <string>
 
 #include "encode.h"
+#include "mapped_file.h"
 
 namespace image_io {
 
@@ -18,9 +19,12 @@ namespace image_io {
 struct FileContent {
     void* bytes = nullptr;  // freed by Free()
     std::size_t length = 0;
-    bool isMapped = false;  // whether the bytes are a mapping of the file
+    MappedFile* mapping = nullptr;  // what the bytes belong to when the file is mapped
 
     void Free();
+
+    // Whether the file has become shorter since, so that some of the bytes read as zeros.
+    [[nodiscard]] bool HasBeenShortened() const;
 };
 
 // Reads a file, or maps a large one into memory; on 32 bits at most its first GB. Fails and allocates nothing when the
@@ -31,9 +35,9 @@ struct FileContent {
 //
 // A regular file gets its name only when it is complete; until then it is ".NAME.zeva-part" in the same folder, and an
 // existing file of that name stays as it is. When two processes write one file, the second waits, at most ten seconds
-// (EBUSY). The
-// new file takes over the mode of the existing one, and its owner and group where that is permitted. An existing file
-// without write permission is refused. Anything else that exists, such as a pipe or a device, is written to directly.
+// (EBUSY). The new file takes over the mode of the existing one, and its owner and group where that is permitted. An
+// existing file without write permission is refused. Anything else that exists, such as a pipe or a device, is written
+// to directly.
 //
 // What goes to a pipe or a device is kept until the file is complete, because it may begin again.
 class FileWriter : public ByteSink {

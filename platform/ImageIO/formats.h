@@ -37,6 +37,9 @@ struct Codec {
     // picture with a source (encode.h) can be encoded.
     std::unique_ptr<RowDecoder> (*makeRowDecoder)(const FileBytes& file, unsigned factor) = nullptr;
     bool encodesRows = false;
+
+    // Of a format without a decoder of rows: reads the size of a picture, its depth, and the working bytes.
+    void (*readSize)(const std::uint8_t* bytes, std::size_t length, Picture* picture) = nullptr;
 };
 
 struct Format {

@@ -33,7 +33,8 @@ class RowDecoder {
     RowDecoder& operator=(const RowDecoder&) = delete;
 
     // Reads the header, after which the first row is the next one. The picture gets its size and its profile, but no
-    // pixels; null when they are known already. Returns kUnknownType for a file whose rows cannot be decoded in order.
+    // pixels; null when they are known already. Returns kUnknownType for a file whose rows cannot be decoded in order,
+    // and sets the working bytes of its picture.
     [[nodiscard]] virtual Status Begin(Picture* picture) = 0;
 
     // Decodes the next rows: as many as are left at most.
@@ -45,6 +46,10 @@ class RowDecoder {
 [[nodiscard]] std::unique_ptr<RowDecoder> MakeRowDecoder(const FileBytes& file, unsigned factor);
 [[nodiscard]] std::unique_ptr<RowDecoder> MakeRowDecoderPNG(const FileBytes& file, unsigned factor);
 [[nodiscard]] std::unique_ptr<RowDecoder> MakeRowDecoderJPEG(const FileBytes& file, unsigned factor);
+
+// Reads the header of a file: the size of the picture, its depth, its profile, and the working bytes. Returns whether
+// its rows can be decoded in order.
+[[nodiscard]] bool ReadHeader(const FileBytes& file, Picture* picture);
 
 // Gives the memory of a mapped file back up to a place in it, as far as it has not been given back.
 class ReadPages {

@@ -35,17 +35,20 @@ bool Grow(TiffStream& stream, std::size_t length) {
     return true;
 }
 
-// The library reads back what it wrote when it completes a directory.
-tmsize_t Write(thandle_t handle, void* from, tmsize_t count) {
-    TiffStream& stream = StreamOf(handle);
-    const auto size = static_cast<std::size_t>(count);
-    if (!Grow(stream, stream.at + size)) return 0;
+// Stores bytes at the stream's place. Returns false when memory is short.
+bool Store(TiffStream& stream, const void* from, std::size_t size) {
+    if (!Grow(stream, stream.at + size)) return false;
     if (stream.at > stream.length) std::memset(stream.written + stream.length, 0, stream.at - stream.length);
     std::memcpy(stream.written + stream.at, from, size);
     stream.at += size;
     stream.length = std::max(stream.length, stream.at);
     stream.bytes = stream.written;
-    return count;
+    return true;
+}
+
+// The library reads back what it wrote when it completes a directory.
+tmsize_t Write(thandle_t handle, void* from, tmsize_t count) {
+    return Store(StreamOf(handle), from, static_cast<std::size_t>(count)) ? count : 0;
 }
 
 tmsize_t WriteNothing(thandle_t, void*, tmsize_t) { return 0; }
@@ -86,5 +89,10 @@ TIFF* Open(TiffStream* stream, const char* mode, TIFFReadWriteProc write) {
 TIFF* OpenToRead(TiffStream* stream) { return Open(stream, "rm", WriteNothing); }
 
 TIFF* OpenToWrite(TiffStream* stream, bool isLarge) { return Open(stream, isLarge ? "w8" : "w", Write); }
+
+bool Append(TiffStream* stream, const void* bytes, std::size_t length) {
+    stream->at = stream->length;
+    return Store(*stream, bytes, length);
+}
 
 }  // namespace image_io

@@ -32,4 +32,7 @@ struct TiffStream {
 [[nodiscard]] TIFF* OpenToRead(TiffStream* stream);
 [[nodiscard]] TIFF* OpenToWrite(TiffStream* stream, bool isLarge);
 
+// Adds bytes to the end of a file that is written. Returns false when memory is short.
+[[nodiscard]] bool Append(TiffStream* stream, const void* bytes, std::size_t length);
+
 }  // namespace image_io

@@ -28,10 +28,10 @@ TEST(WorkerTest, AnswersMessagesOfAnyLength) {
 
 TEST(WorkerTest, ItsEndIsTheEndOfTheChannelAndSaysWhy) {
     Process killed({.role = "echo"});
-    kill(killed.Id(), SIGSEGV);
+    kill(killed.Id(), SIGKILL);
     EXPECT_EQ(killed.GetChannel().Receive(), std::nullopt);
-    EXPECT_EQ(killed.Wait().signal, SIGSEGV);
-    EXPECT_EQ(killed.Wait().Text(), "its process was terminated: Segmentation fault");
+    EXPECT_EQ(killed.Wait().signal, SIGKILL);
+    EXPECT_EQ(killed.Wait().Text(), "its process was terminated: Killed");
     Process left({.role = "echo"});
     left.GetChannel().Close();
     EXPECT_EQ(left.Wait().Text(), "its process ended with status 7");

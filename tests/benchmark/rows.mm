@@ -3,69 +3,18 @@
 #include "rows.h"
 
 #import <CoreImage/CIEngine.h>
-#import <CoreImage/CoreImage.h>
 
-#include <cmath>
-#include <initializer_list>
+#include <array>
+#include <string_view>
 #include <utility>
 
+#include "filter_rows.h"
+#include "growth_rows.h"
+#include "images.h"
 #include "parameters.h"
 
 namespace benchmarks {
 namespace {
-
-// The pictures as images, kept for the life of the process.
-struct Images {
-    CIImage* first;
-    CIImage* second;
-    CIImage* bytes;
-    CIImage* photo;
-    CIImage* small;
-};
-
-CIImage* ImageOf(const void* pixels, std::size_t width, std::size_t height, std::size_t pixelSize, CIFormat format,
-                 CFStringRef spaceName) {
-    NSData* data = [NSData dataWithBytesNoCopy:const_cast<void*>(pixels)
-                                        length:width * height * pixelSize
-                                  freeWhenDone:NO];
-    CGColorSpaceRef space = CGColorSpaceCreateWithName(spaceName);
-    CIImage* image = [CIImage imageWithBitmapData:data
-                                      bytesPerRow:width * pixelSize
-                                             size:CGSizeMake((CGFloat)width, (CGFloat)height)
-                                           format:format
-                                       colorSpace:space];
-    CGColorSpaceRelease(space);
-    return [image retain];
-}
-
-CIImage* ImageOf(const Picture& picture) {
-    return ImageOf(picture.pixels.data(), picture.width, picture.height, kChannels * sizeof(float), kCIFormatRGBAf,
-                   kCGColorSpaceLinearSRGB);
-}
-
-const Images& AllImages() {
-    static const Images images = {
-        ImageOf(First()), ImageOf(Second()),
-        ImageOf(FirstAsBytes().data(), kWidth, kHeight, kChannels, kCIFormatRGBA8, kCGColorSpaceSRGB), ImageOf(Photo()),
-        ImageOf(Small())};
-    return images;
-}
-
-using Values = std::initializer_list<std::pair<NSString*, id>>;
-
-CIImage* Filtered(NSString* name, CIImage* image, Values values = {}) {
-    CIFilter* filter = [CIFilter filterWithName:name];
-    if (image != nil) [filter setValue:image forKey:kCIInputImageKey];
-    for (const auto& [key, value] : values) [filter setValue:value forKey:key];
-    return [filter outputImage];
-}
-
-NSNumber* Number(double value) { return [NSNumber numberWithDouble:value]; }
-
-CIVector* Vector(const std::vector<double>& numbers) {
-    const std::vector<CGFloat> values(numbers.begin(), numbers.end());
-    return [CIVector vectorWithValues:values.data() count:values.size()];
-}
 
 // Returns a row of the color matrix without its bias.
 CIVector* MatrixRow(const double (&row)[4]) { return Vector({row[0], row[1], row[2], 0}); }
@@ -94,10 +43,8 @@ CIImage* Controls(CIImage* image) {
 }
 
 CIImage* CubeOf(CIImage* image) {
-    static NSData* const data = [[NSData alloc] initWithBytesNoCopy:const_cast<float*>(Cube().data())
-                                                             length:Cube().size() * sizeof(float)
-                                                       freeWhenDone:NO];
-    return Filtered(@"CIColorCube", image, {{@"inputCubeDimension", Number(kCubeEdge)}, {@"inputCubeData", data}});
+    return Filtered(@"CIColorCube", image,
+                    {{@"inputCubeDimension", Number(kCubeEdge)}, {@"inputCubeData", CubeTexels()}});
 }
 
 CIImage* Map(CIImage* image) { return Filtered(@"CIColorMap", image, {{@"inputGradientImage", AllImages().small}}); }
@@ -113,12 +60,7 @@ CIImage* Addition(CIImage* image) { return Over(@"CIAdditionCompositing", image)
 CIImage* Difference(CIImage* image) { return Over(@"CIDifferenceBlendMode", image); }
 
 CIImage* Affine(CIImage* image) {
-    const double a = kScale * std::cos(kRotation), b = kScale * std::sin(kRotation);
-    const double x = kWidth / 2.0, y = kHeight / 2.0;
-    NSAffineTransform* map = [NSAffineTransform transform];
-    [map setTransformStruct:{(CGFloat)a, (CGFloat)b, (CGFloat)-b, (CGFloat)a, (CGFloat)(x - a * x + b * y),
-                             (CGFloat)(y - b * x - a * y)}];
-    return Filtered(@"CIAffineTransform", image, {{@"inputTransform", map}});
+    return Filtered(@"CIAffineTransform", image, {{@"inputTransform", RotationAbout(kWidth / 2.0, kHeight / 2.0)}});
 }
 
 CIImage* BlurAddAffineCrop(CIImage* image) {
@@ -224,6 +166,7 @@ CIImage* DissolveWithBlur(CIImage* image) {
                     {{@"inputTargetImage", image}, {@"inputTime", Number(kTransitionTime)}});
 }
 CIImage* SmallBlur(CIImage* image) { return Blurred(image, 1); }
+CIImage* MediumBlur(CIImage* image) { return Blurred(image, 3); }
 CIImage* Bloom(CIImage* image) { return Filtered(@"CIBloom", image); }
 
 CIImage* FiftyGrowingBlurs(CIImage* image) {
@@ -246,6 +189,8 @@ struct Operation {
 constexpr Operation kOperations[] = {
     // name                                image              from           to
     {"12 MP/gaussian blur, sigma 10",      Gaussian,          From::kFirst,  To::kWhole},
+    {"12 MP/gaussian blur, sigma 1",       SmallBlur,         From::kFirst,  To::kWhole},
+    {"12 MP/gaussian blur, sigma 3",       MediumBlur,        From::kFirst,  To::kWhole},
     {"12 MP/box blur, 21 wide",            Box,               From::kFirst,  To::kWhole},
     {"12 MP/disc blur, radius 8",          Disc,              From::kFirst,  To::kWhole},
     {"12 MP/color matrix",                 Matrix,            From::kFirst,  To::kWhole},
@@ -341,32 +286,42 @@ Size SizeOf(To to) {
 
 std::size_t PixelSize(To to) { return to == To::kWholeAsBytes ? kChannels : kChannels * sizeof(float); }
 
-// Makes the filters of an operation and renders their image.
-void Render(const Operation& operation, void* result) {
-    static CIContext* const context = [[CIContext contextWithOptions:nil] retain];
-    static CGColorSpaceRef const linear = CGColorSpaceCreateWithName(kCGColorSpaceLinearSRGB);
-    static CGColorSpaceRef const encoded = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
-    NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
-    const bool asBytes = operation.to == To::kWholeAsBytes;
-    const Size size = SizeOf(operation.to);
-    [context render:operation.make(ImageFrom(operation.from))
-           toBitmap:result
-           rowBytes:static_cast<ptrdiff_t>(size.width * PixelSize(operation.to))
-             bounds:CGRectMake(0, 0, (CGFloat)size.width, (CGFloat)size.height)
-             format:asBytes ? kCIFormatRGBA8 : kCIFormatRGBAf
-         colorSpace:asBytes ? encoded : linear];
-    [pool drain];
+CGRect BoundsOf(To to) {
+    const Size size = SizeOf(to);
+    return CGRectMake(0, 0, (CGFloat)size.width, (CGFloat)size.height);
 }
+
+constexpr std::string_view kSmall = "64 x 64/";
 
 }  // namespace
 
 std::vector<Row> Rows() {
     std::vector<Row> rows;
     for (const Operation& operation : kOperations) {
-        if (operation.make(AllImages().small) == nil) continue;
+        FiltersMade() = {};
+        CIImage* const image = [operation.make(ImageFrom(operation.from)) retain];
+        if (image == nil) continue;
+        const bool asBytes = operation.to == To::kWholeAsBytes;
+        const CGRect bounds = BoundsOf(operation.to);
         const Size size = SizeOf(operation.to);
-        rows.push_back({operation.name, size.width * size.height * PixelSize(operation.to),
-                        [&operation](void* to) { Render(operation, to); }});
+        Row row = {operation.name, size.width * size.height * PixelSize(operation.to), [=, &operation](void* to) {
+                       Render(operation.make(ImageFrom(operation.from)), bounds, asBytes, to);
+                   }};
+        if (FiltersMade().count == 1) {
+            row.filter = [FiltersMade().last UTF8String];
+            row.note = NoteOfCategory(FiltersMade().last);
+        }
+        rows.push_back(row);
+        if (!row.name.starts_with(kSmall)) {
+            [image release];
+            continue;
+        }
+        row.name = "64 x 64, rendering alone/" + row.name.substr(kSmall.size());
+        row.render = [=](void* to) { Render(image, bounds, asBytes, to); };
+        rows.push_back(std::move(row));
+    }
+    for (std::vector<Row>& more : std::array{FilterRows(rows), GrowthRows()}) {
+        for (Row& row : more) rows.push_back(std::move(row));
     }
     return rows;
 }

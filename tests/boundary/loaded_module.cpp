@@ -6,15 +6,14 @@
 #include <link.h>
 
 #include <cstring>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <map>
 #include <stdexcept>
 #include <vector>
 
 #include "host/macho/load_object.h"
 #include "tests/boundary/recording_host.h"
+#include "tests/support/read_file.h"
 
 namespace {
 
@@ -32,8 +31,7 @@ __attribute__((no_sanitize("address"))) void CopyUnwatched(unsigned char* to, co
 
 // The module's own variables. Only named sections, so that a tool's data (coverage counters) is left alone.
 std::vector<Section> DataOf(const std::string& path, void* handle) {
-    std::ifstream stream(path, std::ios::binary);
-    const std::vector<char> file{std::istreambuf_iterator<char>(stream), {}};
+    const std::string file = ReadFile(path);
     link_map* map = nullptr;
     dlinfo(handle, RTLD_DI_LINKMAP, &map);
     const auto* header = reinterpret_cast<const ElfW(Ehdr)*>(file.data());

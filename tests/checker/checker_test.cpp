@@ -48,6 +48,14 @@ TEST(CheckerTest, ModuleWithoutFaultsPassesEveryCheck) {
     EXPECT_EQ(ResultsExcept(CheckWithFault(""), {Verdict::kPassed}), std::vector<std::string>());
 }
 
+TEST(CheckerTest, ABadResultHasWhatTheModulePrinted) {
+    const std::vector<CheckResult> results = CheckWithFault("load.returns");
+    const auto bad = std::ranges::find(results, Verdict::kCrashed, &CheckResult::verdict);
+    ASSERT_NE(bad, results.end());
+    EXPECT_EQ(bad->FullName(), "load.returns");
+    EXPECT_NE(bad->output.find("its last words"), std::string::npos) << bad->output;
+}
+
 TEST(CheckerTest, HasElevenGroupsAndUniqueCheckNames) {
     std::vector<std::string> names;
     for (const auto& [group, check] : SelectedChecks({})) names.push_back(group + "." + check->name);

@@ -15,6 +15,9 @@
 #include "tests/checker/child_works.h"
 
 namespace checker {
+
+void CrashHere();
+
 namespace {
 
 constexpr std::chrono::duration<double> kLong(10);
@@ -33,6 +36,21 @@ TEST(ChildTest, CrashReportsSignalAndLastStep) {
     EXPECT_FALSE(child.Succeeded());
     EXPECT_FALSE(child.hasReturned);
     EXPECT_EQ(FailureText(child), "SIGKILL while pouring");
+}
+
+TEST(ChildTest, CrashReportsTheStackAndTheLastCalls) {
+    const ChildResult child = RunInChild("note calls and crash", "", kLong);
+    EXPECT_EQ(FailureText(child), "SIGSEGV while pouring");
+    ASSERT_GE(child.stack.size(), 2u);
+    EXPECT_NE(child.stack[0].find("checker_test"), std::string::npos) << child.stack[0];
+    if (std::system("llvm-symbolizer --version > /dev/null 2>&1") == 0) {
+        EXPECT_EQ(child.stack[0].substr(0, 20), "checker::CrashHere()") << child.stack[0];
+        EXPECT_NE(child.stack[0].find("child_test.cpp:"), std::string::npos) << child.stack[0];
+    }
+    ASSERT_EQ(child.calls.size(), 10u);
+    EXPECT_EQ(child.calls.front(), "call 4");
+    EXPECT_EQ(child.calls.back(), "pouring");
+    EXPECT_EQ(RunInChild("wait", "", kShort).stack, std::vector<std::string>());
 }
 
 TEST(ChildTest, OutputIsLimitedHoweverMuchIsPrinted) {
@@ -81,6 +99,9 @@ TEST(ChildTest, AWorkThatDoesNotExistIsAFailure) {
 
 }  // namespace
 
+// Writes to an address without memory.
+__attribute__((noinline)) void CrashHere() { *reinterpret_cast<volatile int*>(8) = 1; }
+
 std::vector<ChildWork> TestWorks() {
     return {
         {"return the argument", [](const std::string& argument) { return argument; }},
@@ -90,6 +111,14 @@ std::vector<ChildWork> TestWorks() {
              std::raise(SIGKILL);
              return std::string();
          }},
+        {"note calls and crash",
+         [](const std::string&) {
+             for (int i = 1; i <= 12; ++i) NoteCall(("call " + std::to_string(i)).c_str());
+             NoteStep("pouring");
+             CrashHere();
+             return std::string();
+         }},
+        SandboxWork(),
         {"print much",
          [](const std::string&) {
              const std::string line(1 << 16, 'x');

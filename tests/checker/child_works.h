@@ -10,4 +10,7 @@ namespace checker {
 
 [[nodiscard]] std::vector<ChildWork> TestWorks();
 
+// Tries something in the sandbox (sandbox_test.cpp).
+[[nodiscard]] ChildWork SandboxWork();
+
 }  // namespace checker

@@ -8,6 +8,7 @@ import json
 import os
 import pathlib
 import re
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -61,6 +62,52 @@ class CommandTest(unittest.TestCase):
         result = check("--only", "properties.extremes", fault="properties.extremes")
         self.assertEqual(result.returncode, 1)
         self.assertRegex(result.stdout, "crashed: .* while writing double nan to Jug.Number")
+
+    def test_crash_shows_the_stack_and_the_last_calls(self):
+        report = json.loads(check("--only", "properties.extremes", "--json", fault="properties.extremes").stdout)
+        (entry,) = report["checks"]
+        self.assertTrue(any("faulty_module.so" in frame for frame in entry["stack"]), entry["stack"])
+        if shutil.which("llvm-symbolizer"):
+            self.assertTrue(any(frame.startswith("(anonymous namespace)::SetNumber") for frame in entry["stack"]),
+                            entry["stack"])
+        self.assertEqual(entry["calls"][-1], "writing double nan to Jug.Number")
+        text = check("--only", "properties.extremes", fault="properties.extremes").stdout
+        self.assertIn("            stack: ", text)
+        self.assertIn("writing double nan to Jug.Number\n            likely cause", text)
+
+    def test_what_the_sandbox_refuses_is_a_finding_of_its_step(self):
+        for fault, tried in {"sandbox.file": 'opening "/var/tmp/faulty"', "sandbox.program": "starting a process",
+                             "sandbox.socket": "opening a socket"}.items():
+            with self.subTest(fault):
+                result = check("--only", "properties.numbers-arrive", fault=fault)
+                self.assertEqual(result.returncode, 1)
+                self.assertRegex(result.stdout, f"writing double .* to Jug.Number: expected no use .*, got {tried}")
+        allowed = check("--only", "properties.numbers-arrive", "--no-sandbox", fault="sandbox.socket")
+        self.assertEqual(allowed.returncode, 0)
+
+    def test_a_part_of_a_check_is_in_the_sandbox_too(self):
+        result = check("--only", "sequences.replay", fault="sandbox.socket")
+        self.assertIn("got opening a socket", result.stdout)
+        self.assertIn("0 passed, 1 failed, 0 crashed, 0 warned", result.stdout)  # although the check only warns
+
+    def test_waivers_pass_until_they_expire(self):
+        with tempfile.TemporaryDirectory() as folder:
+            waivers = pathlib.Path(folder) / "waivers"
+            arguments = ("--only", "data-size", "--waivers", waivers)
+            waivers.write_text("# known\nregistration.data-size 2999-12-31 the size is that of another compiler\n")
+            result = check(*arguments, fault="registration.data-size")
+            self.assertEqual(result.returncode, 0)
+            self.assertIn("waived: until 2999-12-31: the size is that of another compiler", result.stdout)
+            self.assertIn("0 skipped, 1 waived, in", result.stdout)
+            waivers.write_text("registration.data-size 2020-01-01 old\n")
+            for fault in "registration.data-size", "":
+                result = check(*arguments, fault=fault)
+                self.assertEqual(result.returncode, 1)
+                self.assertIn("expected no waiver that has expired, got one until 2020-01-01: old", result.stdout)
+            waivers.write_text("registration.data-size\n")
+            result = check(*arguments)
+            self.assertEqual((result.returncode, result.stdout), (2, ""))
+            self.assertIn(f"{waivers}:1: '' is not a date", result.stderr)
 
     def test_warning_does_not_change_the_exit_status(self):
         result = check("--only", "spare-words", fault="registration.spare-words")

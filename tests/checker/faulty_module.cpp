@@ -11,8 +11,11 @@
 // Adding a fault: Broken("<group>.<check>") where the rule is broken, placed so that no other check can notice it.
 // A new service that can fail needs a call here; its other faults come with the list.
 
+#include <fcntl.h>
 #include <pthread.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -124,10 +127,22 @@ double GetNumber(ZEVAobjectStruct* self) {
     return JugAt(self).number;
 }
 
+// Uses what no check is about, and the sandbox refuses.
+void LeaveTheSandbox() {
+    if (Broken("sandbox.file")) close(open("/var/tmp/faulty", O_CREAT | O_WRONLY, 0600));
+    if (Broken("sandbox.socket")) close(socket(AF_INET, SOCK_STREAM, 0));
+    if (Broken("sandbox.program")) {
+        const pid_t process = fork();
+        if (process == 0) _exit(0);
+        if (process > 0) waitpid(process, nullptr, 0);
+    }
+}
+
 void SetNumber(ZEVAobjectStruct* self, double value) {
     NoteWrite(self, "Number");
     Jug& jug = JugAt(self);
     if (std::isnan(value) && Broken("properties.extremes")) Crash();
+    LeaveTheSandbox();
     if (value != kDefaultNumber && Broken("properties.numbers-arrive")) return;
     if (value == jug.number && Broken("properties.write-back")) value += 1;
     if (Broken("properties.others-stay")) jug.other = value;
@@ -554,7 +569,10 @@ __attribute__((destructor)) void WhenTheProcessEnds() {
 
 // Breaks the rules about what a module may do while it is loaded.
 void Misbehave() {
-    if (Broken("load.returns")) Crash();
+    if (Broken("load.returns")) {
+        std::fputs("its last words\n", stderr);
+        Crash();
+    }
     if (Broken("load.raises-nothing")) Raise("it is too early");
     if (Broken("load.known-services")) resolver("PluginNewInstanc");  // misspelled
     if (Broken("load.named-services")) resolver("");

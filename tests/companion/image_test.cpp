@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/companion/companion_test.h"
@@ -166,9 +167,12 @@ TEST_F(ImageTest, CropKeepsThePosition) {
 
 TEST_F(ImageTest, CropRaisesUnlessTheRectangleHasFourNumbers) {
     const auto image = OpenPicture();
-    const Value point[] = {Shared("CIVectorQOR", "Point", {1.0, 2.0})};
-    EXPECT_EQ(TextOfError([&] { host.Call(image.Get(), "Crop", point); }),
-              "RuntimeException: CIImageQOR.Crop: a rectangle has 4 numbers, got 2; nothing was cropped");
+    for (const auto& [numbers, count] : {std::pair{"1 2", "2"}, {"1 2 3 4 5", "5"}}) {
+        const Value vector[] = {Shared("CIVectorQOR", "FromNumbers", {TextValue(numbers)})};
+        EXPECT_EQ(TextOfError([&] { host.Call(image.Get(), "Crop", vector); }),
+                  std::string("RuntimeException: CIImageQOR.Crop: a rectangle has 4 numbers, got ") + count +
+                      "; nothing was cropped");
+    }
     const Value nil[] = {Value()};
     EXPECT_EQ(TextOfError([&] { host.Call(image.Get(), "Crop", nil); }),
               "RuntimeException: CIImageQOR.Crop: the rectangle is nil; nothing was cropped");

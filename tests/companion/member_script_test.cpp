@@ -69,8 +69,11 @@ TEST_F(CompanionScriptTest, InverseUndoesATransform) {
             assert(near(point.X, 3, 1e-4) and near(point.Y, 5, 1e-4))
         end
         local flat = NSAffineTransformQOR.Make(1, 2, 2, 4, 0, 0)
-        assert(refusal(flat.Inverse, flat) ==
-               "NSAffineTransformQOR.Inverse: the transform is not invertible; no transform was created")
+        local vast = NSAffineTransformQOR.Make(1e200, 0, 0, 1e200, 0, 0)  -- its determinant is infinite
+        for _, transform in ipairs{flat, vast} do
+            assert(refusal(transform.Inverse, transform) ==
+                   "NSAffineTransformQOR.Inverse: the transform is not invertible; no transform was created")
+        end
         assert(refusal(t.Concat, t, nil) ==
                "NSAffineTransformQOR.Concat: the transform is nil; no transform was created")
         assert(refusal(t.Apply, t, nil) == "NSAffineTransformQOR.Apply: the point is nil; no point was created")

@@ -62,9 +62,9 @@ class Browser:
     def run(self, script, *arguments):
         return self._send("POST", "/execute/sync", {"script": script, "args": list(arguments)})
 
-    def run_async(self, script):
+    def run_async(self, script, *arguments):
         """Runs a script that calls its last argument with the result."""
-        return self._send("POST", "/execute/async", {"script": script, "args": []})
+        return self._send("POST", "/execute/async", {"script": script, "args": list(arguments)})
 
     def find(self, selector):
         return self._send("POST", "/element", {"using": "css selector", "value": selector})[ELEMENT]

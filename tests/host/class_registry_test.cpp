@@ -69,6 +69,13 @@ TEST_F(ClassRegistryTest, RefusesABadEntryByItsIndexAndKeepsTheOthers) {
     EXPECT_EQ(std::get<double>(host.Get(host.NewInstance("Kettle").Get(), "E")), 8);
 }
 
+TEST_F(ClassRegistryTest, RefusesASecondMethodOfANameWhateverItsParameters) {
+    Register("Kettle", nullptr, {Entry("E() as double", Seven), Entry("E(x as double) as double", Eight)});
+    EXPECT_EQ(
+        TakeMessages(),
+        Messages{"Kettle: method table entry 1 \"E(x as double) as double\": declared twice; the entry is refused"});
+}
+
 TEST_F(ClassRegistryTest, RefusesASharedConstructor) {
     ZEVAmethod sharedMethods[] = {Entry("Constructor", Seven)};
     ZEVAclassDefinitionDownLevel record = {.version = kRecordVersion, .className = "Kettle"};

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <set>
 
+#include "host/runtime/memory_block.h"
 #include "interface/record_version.h"
 #include "interface/services.h"
 #include "interface/string_data.h"
@@ -132,6 +133,19 @@ TEST_F(ServicesTest, AnEmptyMemoryBlockHasNoPointerAndANegativeSizeReturnsNull) 
     unlockObject(reinterpret_cast<ZEVAobjectStruct*>(block));
     EXPECT_EQ(Service<service::newMemoryBlock>()(-1), nullptr);
     EXPECT_EQ(Service<service::memoryBlockGetSize>()(nullptr), 0);
+}
+
+TEST_F(ServicesTest, AMemoryBlockOverForeignBytesForgetsThemWhenItEnds) {
+    char bytes[] = "foreign";
+    int forgotten = 0;
+    host::ObjectReference block = host::NewMemoryBlockOver(
+        bytes, sizeof bytes, [](void* context) { ++*static_cast<int*>(context); }, &forgotten);
+    auto* object = reinterpret_cast<ZEVAmemoryBlockStruct*>(block.Get());
+    EXPECT_EQ(Service<service::memoryBlockGetPtr>()(object), static_cast<void*>(bytes));
+    EXPECT_EQ(forgotten, 0);
+    block = {};
+    EXPECT_EQ(forgotten, 1);
+    EXPECT_EQ(host.LiveObjects(), 0);
 }
 
 TEST_F(ServicesTest, ReportsSettingAnUnknownProperty) {

@@ -6,8 +6,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -17,6 +15,7 @@
 #include "interface/services.h"
 #include "tests/host/box_class.h"
 #include "tests/host/host_test.h"
+#include "tests/support/read_file.h"
 
 namespace {
 
@@ -33,8 +32,7 @@ class TraceTest : public testing::Test {
     // The events as text: "B set Box.Number [2.0]", "E 3.0", "E". While the host runs, the list in the file is not
     // closed.
     std::vector<std::string> Events(bool hasEnded = false) {
-        std::ifstream stream(file);
-        const std::string text{std::istreambuf_iterator<char>(stream), {}};
+        const std::string text = ReadFile(file);
         std::vector<std::string> lines;
         double before = 0;
         for (const nlohmann::json& event : nlohmann::json::parse(hasEnded ? text : text + "]")) {

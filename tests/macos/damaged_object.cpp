@@ -3,11 +3,10 @@
 #include "tests/macos/damaged_object.h"
 
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 
 #include "host/macho/load_object.h"
+#include "tests/support/read_file.h"
 
 namespace format = host::macho::format;
 
@@ -19,8 +18,8 @@ std::string FixedName(const char (&field)[16]) { return {field, strnlen(field, s
 }  // namespace
 
 DamagedObject::DamagedObject(const std::string& path) {
-    std::ifstream stream(host::macho::CodeFile(path), std::ios::binary);
-    file.assign(std::istreambuf_iterator<char>(stream), {});
+    const std::string bytes = ReadFile(host::macho::CodeFile(path));
+    file.assign(bytes.begin(), bytes.end());
 }
 
 std::size_t DamagedObject::CommandAt(std::uint32_t kind) {

@@ -1,14 +1,23 @@
 #!/usr/bin/env python3
-"""Applies each fault of mutants.toml to the modules' sources, one at a time; the tests of the boundary, the companion
-or the exception frames must catch it.
+"""Applies each fault of mutants.toml to the sources, one at a time; the tests of its folder must catch it.
 
-Usage: run_mutants.py PRESET...
+Usage: run_mutants.py [--only FOLDER] PRESET...
 
-Works on a copy of the sources in build/mutants and leaves the originals alone. Prints a table of the changes and the
-first test that failed for each. Exits with status 1 when a fault was not caught, or could not be applied or built: a
-fault that does not build proves nothing.
+A fault that concerns one width is tried at that width, any other at the first of the presets. FOLDER is a folder or
+the beginning of a path, such as host/recipe or platform/CoreImage/blur.
+
+Works on a copy of the sources in build/mutants and leaves the originals alone. Prints a table of the changes, the first
+test that failed for each, and the counts of each folder. A run that is interrupted goes on where it was when it is
+started again: build/mutants/results.json has what was caught, as long as the source, the fault and the tests are the
+same, until a run with all of it ends. Exits with status 1 when a fault was not caught, or could not be applied or
+built: a fault that does not build proves nothing.
 """
 
+import argparse
+import collections
+import functools
+import hashlib
+import json
 import os
 import pathlib
 import re
@@ -20,13 +29,22 @@ import tomllib
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 WORK = ROOT / "build" / "mutants"
 SOURCE = WORK / "source"
+RESULTS = WORK / "results.json"
 TARGETS = ["zeva_boundary_test"]
-# What tests the files of other folders than the filter module's.
+# What tests the files of other folders than the filter module's; the first row that fits counts.
 SUITES = {
     "companion/": ["zeva_companion_fault_test", "zeva_companion_test"],
     "platform/ExceptionFrames/": ["zeva_exception_frames_test", "zeva_boundary_test"],
+    "platform/CoreImage/": ["zeva_engine_test"],
+    "platform/ImageIO/tiff_tables.cpp": ["zeva_tiff_test"],
+    "platform/ImageIO/": ["zeva_platform_test"],
+    "host/runtime/": ["zeva_host_test"],
+    "host/macho/": ["zeva_macos_test"],
+    "host/worker/": ["zeva_checker_test"],
+    "host/checker/": ["zeva_checker_test"],
+    "host/recipe/": ["zeva_recipe_test"],
 }
-TIMEOUT = 120  # seconds per test run; a passing run takes a few seconds
+TIMEOUT = 300  # seconds per test run; a passing run takes a minute at most
 
 
 def run(*command, timeout=None):
@@ -67,7 +85,8 @@ class Preset:
         self.folder = WORK / name
 
     def configure(self):
-        return run("cmake", "--preset", self.name, "-B", self.folder)
+        # A fault compiles its source anew, not those that would be joined with it.
+        return run("cmake", "--preset", self.name, "-B", self.folder, "-DCMAKE_UNITY_BUILD=OFF")
 
     def build(self, targets):
         return run("cmake", "--build", self.folder, "--target", *targets)
@@ -76,7 +95,7 @@ class Preset:
         """Returns the name of the first failed test, a note about a crash, or None when all tests pass."""
         for target in targets:
             program = self.folder / "bin" / target.removeprefix("zeva_")
-            status, output = run(program, "--gtest_color=no", timeout=TIMEOUT)
+            status, output = run(program, "--gtest_color=no", "--gtest_fail_fast", timeout=TIMEOUT)
             if status != 0:
                 failed = re.search(r"\[  FAILED  \] ([^\s,]+)", output)
                 running = re.findall(r"\[ RUN      \] (\S+)", output)
@@ -112,13 +131,50 @@ def shown(text):
     return line if len(line) <= 58 else line[:55] + "..."
 
 
-def main(names):
-    mutants = tomllib.loads((pathlib.Path(__file__).parent / "mutants.toml").read_text())["mutant"]
+def folder_of(file):
+    """The folder that the table counts a file under: its first three levels."""
+    return "/".join(file.split("/")[:-1][:3])
+
+
+@functools.cache
+def digest_of_tests():
+    digest = hashlib.sha256()
+    for name in subprocess.run(["git", "ls-files", "tests"], cwd=ROOT, check=True, capture_output=True,
+                               text=True).stdout.split():
+        if (ROOT / name).is_file() and not name.startswith("tests/mutants/"):
+            digest.update((ROOT / name).read_bytes())
+    return digest.hexdigest()
+
+
+def key_of(mutant, preset):
+    """What the outcome of a mutant depends on."""
+    digest = hashlib.sha256(json.dumps([mutant, preset, digest_of_tests()], sort_keys=True).encode())
+    digest.update((ROOT / mutant["file"]).read_bytes())
+    return digest.hexdigest()
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--only", default="")
+    parser.add_argument("presets", nargs="+")
+    arguments = parser.parse_args()
+    every = tomllib.loads((pathlib.Path(__file__).parent / "mutants.toml").read_text())["mutant"]
+    # The width at which each is tried; those of a width that is not asked for are left out.
+    tried = [(mutant, mutant.get("width", arguments.presets[0])) for mutant in every
+             if mutant["file"].startswith(arguments.only)]
+    tried = [(mutant, width) for mutant, width in tried if width in arguments.presets]
+    if not tried:
+        sys.exit(f"mutants: no fault is in '{arguments.only}'; nothing was tried")
+    WORK.mkdir(parents=True, exist_ok=True)
     copy_sources()
-    presets = [Preset(name) for name in names]
-    for preset in presets:
-        targets = {target for mutant in mutants if mutant.get("width", preset.name) == preset.name
-                   for target in suites_for(mutant["file"])}
+    results = json.loads(RESULTS.read_text()) if RESULTS.exists() else {}
+    keys = [key_of(mutant, width) for mutant, width in tried]
+    left = [(mutant, width) for (mutant, width), key in zip(tried, keys) if key not in results]
+    presets = {name: Preset(name) for name in arguments.presets}
+    for name, preset in presets.items():
+        targets = {target for mutant, width in left if width == name for target in suites_for(mutant["file"])}
+        if not targets:
+            continue
         for step in (preset.configure, lambda: preset.build(targets)):
             status, output = step()
             if status != 0:
@@ -127,18 +183,22 @@ def main(names):
         if (failure := preset.first_failure(targets)) is not None:
             print(f"{preset.name}: the tests fail without a fault: {failure}", file=sys.stderr)
             return 1
-    missed = caught = 0
-    for number, mutant in enumerate(mutants, 1):
+    counts = collections.defaultdict(lambda: [0, 0])
+    for number, ((mutant, width), key) in enumerate(zip(tried, keys), 1):
         print(f"{number:3} {mutant['file']}: {shown(mutant['find'])}\n    -> {shown(mutant['put'])}", flush=True)
-        for preset in presets:
-            if mutant.get("width", preset.name) != preset.name:
-                continue
-            by, is_caught = catch(mutant, preset)
-            caught, missed = caught + is_caught, missed + (not is_caught)
-            print(f"    {preset.name:7} {by}", flush=True)
-    print(f"{len(mutants)} mutants: {caught} caught, {missed} not caught")
+        by, is_caught = (results[key], True) if key in results else catch(mutant, presets[width])
+        if is_caught and key not in results:
+            results[key] = by
+            RESULTS.write_text(json.dumps(results))
+        counts[folder_of(mutant["file"])][not is_caught] += 1
+        print(f"    {width:7} {by}", flush=True)
+    for folder, (caught, missed) in sorted(counts.items()):
+        print(f"{folder:32} {caught:4} caught {missed:4} not caught")
+    missed = sum(row[1] for row in counts.values())
+    print(f"{len(tried)} mutants: {len(tried) - missed} caught, {missed} not caught")
+    RESULTS.write_text(json.dumps({key: by for key, by in results.items() if key not in keys}))
     return 1 if missed else 0
 
 
 if __name__ == "__main__":
-    sys.exit(main(sys.argv[1:]))
+    sys.exit(main())

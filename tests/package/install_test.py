@@ -4,6 +4,7 @@
 Usage: install_test.py BUILD_FOLDER SOURCE_FOLDER TOOLCHAIN_FILE
 """
 
+import json
 import os
 import pathlib
 import shutil
@@ -15,6 +16,7 @@ import unittest
 
 import elf
 import guide
+import spdx
 
 TOOLCHAIN = pathlib.Path(sys.argv.pop())
 SOURCE = pathlib.Path(sys.argv.pop())
@@ -25,6 +27,7 @@ FILES = """
 bin/zeva
 include/zeva/plugin/plugin_main.h
 include/zeva/zeva/host.h
+lib/cmake/zeva/GenerateClasses.cmake
 lib/cmake/zeva/module_exports.map
 lib/cmake/zeva/zevaConfig.cmake
 lib/cmake/zeva/zevaConfigVersion.cmake
@@ -51,13 +54,18 @@ lib/zeva/lib/libzeva.so
 lib/zeva/lib/libzeva_plugin.a
 lib/zeva/modules/companion.so
 lib/zeva/modules/filters.so
+lib/zeva/modules/probe.so
 share/bash-completion/completions/zeva
 share/doc/python3-zeva/copyright
 share/doc/python3-zeva/python.md
 share/doc/zeva/CHANGELOG.md
 share/doc/zeva/README.md
+share/doc/zeva/checker.md
 share/doc/zeva/copyright
+share/doc/zeva/interface.md
+share/doc/zeva/modules.md
 share/man/man1/zeva.1
+share/zeva/judge_host.lua
 share/zeva/recipes/cinematic.recipe
 share/zeva/recipes/duotone.recipe
 share/zeva/recipes/faded.recipe
@@ -69,6 +77,9 @@ share/zeva/recipes/soft-glow.recipe
 share/zeva/recipes/tilt-shift.recipe
 share/zeva/recipes/vignette.recipe
 share/zeva/recipes/warm-film.recipe
+share/zeva/tools/class_catalogue.py
+share/zeva/tools/class_descriptions.py
+share/zeva/tools/generate_classes.py
 """.split()
 
 
@@ -101,6 +112,22 @@ class InstallTest(unittest.TestCase):
         expected = only_32_bit if self.is_32_bit else set()
         self.assertEqual(expected, {name for name in others if not name.startswith("include/zeva/")
                                     and not name.startswith("lib/cmake/zeva/zevaTargets-")})
+
+    def test_the_list_of_contents_has_every_file_with_its_digest(self):
+        path = self.root / "share/doc/zeva/contents.spdx.json"
+        self.addCleanup(path.unlink)
+        written = []
+        for _ in range(2):
+            run(sys.executable, "-B", SOURCE / "cmake/write_spdx.py", self.root, "zeva", "1.0", SOURCE / "LICENSE",
+                path, "--needs", "libc6 (>= 2.36), libffi8", "--recommends", "libwebp7 (>= 1.2)",
+                env=os.environ | {"SOURCE_DATE_EPOCH": "1700000000"})
+            written.append(path.read_bytes())
+        self.assertEqual(*written)
+        spdx.check(self, path, self.root)
+        document = json.loads(written[0])
+        self.assertEqual("2023-11-14T22:13:20Z", document["creationInfo"]["created"])
+        self.assertEqual(["libc6", "libffi8", "libwebp7"], [package["name"] for package in document["packages"][1:]])
+        self.assertEqual("version >= 2.36", document["packages"][1]["comment"])
 
     def test_files_contain_no_path_of_the_build(self):
         for path in self.files:
@@ -161,6 +188,21 @@ class InstallTest(unittest.TestCase):
                               capture_output=True, text=True)
         self.assertNotEqual(0, done.returncode)
         self.assertIn("requested version \"2.0\"", done.stderr)
+
+    def test_generating_classes_refuses_wrong_words_and_a_missing_python(self):
+        script = self.folder / "generate.cmake"
+        for words, message in [
+            ("", "no python3, expected 3.9 or later; without it, classes cannot be generated from list.txt"),
+            ("more", "'more' does not fit, expected [OBJCXX] [DESCRIPTIONS FILE] behind the catalogue"),
+            ("OBJCXX DESCRIPTIONS",
+             "'OBJCXX DESCRIPTIONS' does not fit, expected [OBJCXX] [DESCRIPTIONS FILE] behind the catalogue"),
+        ]:
+            script.write_text(f'include("{self.root}/lib/cmake/zeva/GenerateClasses.cmake")\n'
+                              f"zeva_generate_classes(parts list.txt {words})\n")
+            done = subprocess.run(["cmake", "-DCMAKE_DISABLE_FIND_PACKAGE_Python3=ON", "-P", script],
+                                  capture_output=True, text=True)
+            self.assertNotEqual(0, done.returncode)
+            self.assertIn(f"zeva_generate_classes: {message}", " ".join(done.stderr.split()))
 
 
 class SystemLoaderTest(unittest.TestCase):

@@ -5,11 +5,12 @@ Usage: package_test.py ABI...     (i386, x86_64: build/<ABI>/package has the pac
 
 Each clean system has the base system of Debian 12, the packages that ours depends on, and Python with numpy and Pillow,
 nothing else; an i386 one has no 64-bit file. There the suite of the Python package runs on the system's own Python.
-In another one, which has a compiler and CMake besides, the guide for authors of modules is followed to the letter.
+In another one, which has a compiler, CMake and Python, the guide for authors of modules is followed to the letter.
 The systems are kept in build/clean-root-... for the next run. Needs root for chroot: without it the tests
 are skipped, by name. The last line is "N passed, N failed, N skipped".
 """
 
+import json
 import os
 import pathlib
 import re
@@ -21,12 +22,13 @@ import unittest
 
 import elf
 import guide
+import spdx
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 PHOTO = "/usr/share/matplotlib/mpl-data/sample_data/grace_hopper.jpg"
 PYTHON = ["python3", "python3-numpy", "python3-pil"]
 # What a module is built with; in a system of its own.
-COMPILER = ["cmake", "g++", "make"]
+COMPILER = ["cmake", "g++", "make", "python3"]
 ARCHITECTURES = {"i386": "i386", "x86_64": "amd64"}
 
 
@@ -149,6 +151,17 @@ class PackageTest(CleanSystem):
         self.use()
         self.inside("dpkg", "--purge", "zeva")
         self.assertEqual(self.before, self.files())
+
+    def test_packages_list_their_contents(self):
+        for package in self.package, self.python_package:
+            name = field(package, "Package")
+            with self.subTest(name), tempfile.TemporaryDirectory() as folder:
+                run("dpkg-deb", "--extract", package, folder)
+                path = pathlib.Path(folder) / f"usr/share/doc/{name}/contents.spdx.json"
+                spdx.check(self, path, pathlib.Path(folder))
+                needed = {each["name"] for each in json.loads(path.read_text())["packages"][1:]}
+                relations = field(package, "Depends") + ", " + field(package, "Recommends")
+                self.assertEqual({each.split()[0] for each in relations.split(", ") if each}, needed)
 
     def test_the_python_package_runs_on_the_system_of_this_width(self):
         """Its whole suite: with 32 bits, too, an exception of the platform becomes one of Python."""

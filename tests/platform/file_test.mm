@@ -19,6 +19,8 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/read_file.h"
+
 namespace {
 
 using std::filesystem::path;
@@ -33,11 +35,6 @@ std::string PathOf(CFURLRef url) {
     UInt8 bytes[PATH_MAX];
     if (!CFURLGetFileSystemRepresentation(url, true, bytes, sizeof bytes)) return "none";
     return reinterpret_cast<const char*>(bytes);
-}
-
-std::string Content(const path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
 }
 
 class FileTest : public testing::Test {
@@ -81,7 +78,7 @@ TEST_F(FileTest, AnOverwrittenFileKeepsItsMode) {
         Create(folder / "a.png", mode);
         EXPECT_EQ(Write(folder / "a.png"), 0);
         EXPECT_EQ(StatusOf(folder / "a.png").st_mode & 07777, mode);
-        EXPECT_EQ(Content(folder / "a.png").substr(1, 3), "PNG");
+        EXPECT_EQ(ReadFile(folder / "a.png").substr(1, 3), "PNG");
     }
     EXPECT_EQ(FileCount(), 1);
 }
@@ -112,7 +109,7 @@ TEST_F(FileTest, ALinkIsFollowedAndStays) {
         EXPECT_EQ(Write(folder / "absolute.png"), 0);
         EXPECT_TRUE(std::filesystem::is_symlink(folder / "absolute.png"));
         EXPECT_TRUE(std::filesystem::is_symlink(folder / "relative.png"));
-        EXPECT_EQ(Content(folder / "target/a.png").substr(1, 3), "PNG");
+        EXPECT_EQ(ReadFile(folder / "target/a.png").substr(1, 3), "PNG");
     }
     EXPECT_EQ(FileCount(), 3);
     std::filesystem::create_symlink("loop.png", folder / "loop.png");
@@ -121,11 +118,11 @@ TEST_F(FileTest, ALinkIsFollowedAndStays) {
 
 TEST_F(FileTest, OtherNamesOfAReplacedFileKeepTheOldContent) {
     Create(folder / "a.png", 0640);
-    const std::string before = Content(folder / "a.png");
+    const std::string before = ReadFile(folder / "a.png");
     std::filesystem::create_hard_link(folder / "a.png", folder / "backup.png");
     EXPECT_EQ(Write(folder / "a.png"), 0);
-    EXPECT_EQ(Content(folder / "a.png").substr(1, 3), "PNG");
-    EXPECT_EQ(Content(folder / "backup.png"), before);
+    EXPECT_EQ(ReadFile(folder / "a.png").substr(1, 3), "PNG");
+    EXPECT_EQ(ReadFile(folder / "backup.png"), before);
     EXPECT_EQ(StatusOf(folder / "a.png").st_mode & 07777, mode_t{0640});
     EXPECT_EQ(FileCount(), 2);
 }
@@ -133,7 +130,7 @@ TEST_F(FileTest, OtherNamesOfAReplacedFileKeepTheOldContent) {
 TEST_F(FileTest, APipeAndADeviceAreWrittenToAndStay) {
     ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
     std::string read;
-    std::thread reader([&] { read = Content(folder / "pipe"); });
+    std::thread reader([&] { read = ReadFile(folder / "pipe"); });
     EXPECT_EQ(Write(folder / "pipe"), 0);
     reader.join();
     EXPECT_EQ(read.substr(1, 3), "PNG");
@@ -165,7 +162,7 @@ TEST_F(FileTest, AFileWithoutWritePermissionIsRefused) {
     if (user == 0) ASSERT_EQ(seteuid(kNobody), 0);  // root may write every file
     EXPECT_EQ(Write(folder / "a.png"), EACCES);
     ASSERT_EQ(seteuid(user), 0);
-    EXPECT_EQ(Content(folder / "a.png"), "before");
+    EXPECT_EQ(ReadFile(folder / "a.png"), "before");
 }
 
 TEST_F(FileTest, FailuresHaveTheNumberOfTheSystemAndLeaveNothingBehind) {
@@ -182,7 +179,7 @@ TEST_F(FileTest, WhatAKilledWriterLeftIsTakenOver) {
     Create(folder / ".a.png.zeva-part", 0600);
     EXPECT_EQ(Write(folder / "a.png"), 0);
     EXPECT_EQ(FileCount(), 1);
-    EXPECT_EQ(Content(folder / "a.png").substr(1, 3), "PNG");
+    EXPECT_EQ(ReadFile(folder / "a.png").substr(1, 3), "PNG");
 }
 
 TEST_F(FileTest, AnotherWriterIsWaitedFor) {
@@ -198,7 +195,7 @@ TEST_F(FileTest, AnotherWriterIsWaitedFor) {
     EXPECT_EQ(Write(folder / "a.png"), 0);
     writer.join();
     EXPECT_EQ(FileCount(), 1);
-    EXPECT_EQ(Content(folder / "a.png").substr(1, 3), "PNG");
+    EXPECT_EQ(ReadFile(folder / "a.png").substr(1, 3), "PNG");
 }
 
 TEST_F(FileTest, AFileOfAnotherNameIsNotWrittenByWayOfTheUnfinishedOne) {
@@ -207,7 +204,7 @@ TEST_F(FileTest, AFileOfAnotherNameIsNotWrittenByWayOfTheUnfinishedOne) {
     EXPECT_EQ(Write(folder / "a.png"), 0);
     std::filesystem::create_symlink(folder / "mine.txt", folder / ".b.png.zeva-part");
     EXPECT_EQ(Write(folder / "b.png"), ELOOP);
-    EXPECT_EQ(Content(folder / "mine.txt"), "before");
+    EXPECT_EQ(ReadFile(folder / "mine.txt"), "before");
 }
 
 TEST_F(FileTest, SyncedFilesAreWrittenAsOthers) {
@@ -215,7 +212,7 @@ TEST_F(FileTest, SyncedFilesAreWrittenAsOthers) {
     EXPECT_EQ(Write(folder / "a.png"), 0);
     CGImageDestinationSetSynced(false);
     EXPECT_EQ(Write(folder / "b.png"), 0);
-    EXPECT_EQ(Content(folder / "a.png"), Content(folder / "b.png"));
+    EXPECT_EQ(ReadFile(folder / "a.png"), ReadFile(folder / "b.png"));
 }
 
 TEST_F(FileTest, UrlsHoldTheBytesOfEveryPath) {

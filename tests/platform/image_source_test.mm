@@ -4,7 +4,11 @@
 #include "handmade_png.h"
 #include "rendering.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <unistd.h>
 // jpeglib.h requires this header before it.
 #include <cstdio>
 
@@ -13,9 +17,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
+#include <csignal>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <iterator>
 #include <string>
 
@@ -239,6 +246,17 @@ TEST(ImageSourceTest, WrongChecksumIsInvalidData) {
     EXPECT_EQ(Decode(file).status, kCGImageStatusInvalidData);
 }
 
+TEST(ImageSourceTest, ChunksThatClaimMoreThanTheFileHasTakeNoMemory) {
+    FileBytes file = SmallPNG().Bytes();
+    const std::uint8_t header[] = {0x66, 0x66, 0x66, 0x66, 'z', 'T', 'X', 't'};  // 1.7 GB
+    file.insert(file.begin() + 33, std::begin(header), std::end(header));        // behind the header chunk
+    rusage before = {}, after = {};
+    getrusage(RUSAGE_SELF, &before);
+    EXPECT_EQ(Decode(file).status, kCGImageStatusUnexpectedEOF);
+    getrusage(RUSAGE_SELF, &after);
+    EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 100 << 10);  // kilobytes
+}
+
 TEST(ImageSourceTest, OtherFilesHaveAnUnknownType) {
     EXPECT_EQ(Decode({'G', 'I', 'F', '8', '9', 'a'}).status, kCGImageStatusUnknownType);
     EXPECT_EQ(Decode(FileBytes(100, 0)).status, kCGImageStatusUnknownType);
@@ -395,19 +413,109 @@ TEST(ImageSourceTest, ReducedJPEGHasTheMeansOfSquares) {
     EXPECT_EQ(RowsOf(file, 8, &width).size(), 257u * 257u * 4);
 }
 
+// The error number with which the rows of a large image end; 0 when all can be read.
+int ErrorOfRows(CGImageRef image) {
+    FileBytes rows(CGImageGetBytesPerRow(image) * CGImageGetHeight(image));
+    const std::size_t count = CGDataProviderGetBytes(CGImageGetDataProvider(image), rows.data(), rows.size());
+    return count == rows.size() ? 0 : errno;
+}
+
+// An image whose rows are decoded when they are read.
+CGImageRef SequentialImage(CGImageSourceRef source) {
+    NSDictionary* options = [NSDictionary dictionaryWithObject:[NSNumber numberWithBool:NO]
+                                                        forKey:(id)kCGImageSourceShouldCache];
+    return CGImageSourceCreateImageAtIndex(source, 0, (CFDictionaryRef)options);
+}
+
 TEST(ImageSourceTest, TruncatedRowsEndWithTheReason) {
     FileBytes file = JPEG(JCS_RGB, 3, false, 2050, 2050);
     file.resize(file.size() / 2);
     NSData* data = [NSData dataWithBytes:file.data() length:file.size()];
     CGImageSourceRef source = CGImageSourceCreateWithData((CFDataRef)data, nullptr);
-    NSDictionary* options = [NSDictionary dictionaryWithObject:[NSNumber numberWithBool:NO]
-                                                        forKey:(id)kCGImageSourceShouldCache];
-    CGImageRef image = CGImageSourceCreateImageAtIndex(source, 0, (CFDictionaryRef)options);
-    FileBytes rows(CGImageGetBytesPerRow(image) * 2050);
-    EXPECT_EQ(CGDataProviderGetBytes(CGImageGetDataProvider(image), rows.data(), rows.size()), 0u);
-    EXPECT_EQ(errno, ENODATA);
+    CGImageRef image = SequentialImage(source);
+    EXPECT_EQ(ErrorOfRows(image), ENODATA);
     CGImageRelease(image);
     CFRelease(source);
+}
+
+// A file that is large enough to be mapped into memory, open as a source: a gray TIFF without compression, in which
+// zeros are as valid as any other bytes.
+class MappedFileTest : public testing::Test {
+  protected:
+    MappedFileTest() {
+        // Tag, type (3 for 16 bits, 4 for 32), count, value.
+        const std::uint32_t entries[][4] = {
+            {256, 3, 1, kSide}, {257, 3, 1, kSide},   {258, 3, 1, 16},    {259, 3, 1, 1},
+            {262, 3, 1, 1},     {273, 4, 1, kPixels}, {278, 4, 1, kSide}, {279, 4, 1, 2 * kSide * kSide}};
+        std::ofstream file(path, std::ios::binary);
+        const auto write = [&file](std::uint32_t number, std::streamsize bytes) {
+            file.write(reinterpret_cast<const char*>(&number), bytes);
+        };
+        file << "II*" << '\0';
+        write(8, 4);
+        write(std::size(entries), 2);
+        for (const auto& [tag, type, count, value] : entries) {
+            write(tag, 2);
+            write(type, 2);
+            write(count, 4);
+            write(value, 4);
+        }
+        file.close();
+        std::filesystem::resize_file(path, kPixels + 2 * kSide * kSide);
+        NSURL* url = [NSURL fileURLWithPath:[NSString stringWithUTF8String:path.c_str()]];
+        source = CGImageSourceCreateWithURL((CFURLRef)url, nullptr);
+    }
+    ~MappedFileTest() override {
+        if (source != nullptr) CFRelease(source);
+        std::filesystem::remove(path);
+    }
+
+    static constexpr std::uint32_t kSide = 2050, kPixels = 4096;
+    const std::filesystem::path path =
+        std::filesystem::temp_directory_path() / ("zeva-mapped-" + std::to_string(getpid()) + ".tif");
+    CGImageSourceRef source;
+};
+
+TEST_F(MappedFileTest, FileThatIsShortenedBeforeItIsDecodedIsTruncated) {
+    std::filesystem::resize_file(path, 0);
+    EXPECT_EQ(CGImageSourceGetStatus(source), kCGImageStatusUnexpectedEOF);
+    EXPECT_EQ(CGImageSourceCreateImageAtIndex(source, 0, nullptr), nullptr);
+}
+
+TEST_F(MappedFileTest, FileThatIsShortenedWhileItsRowsAreReadIsTruncated) {
+    CGImageRef image = SequentialImage(source);
+    EXPECT_EQ(ErrorOfRows(image), 0);
+    CGDataProviderRewind(CGImageGetDataProvider(image));
+    std::filesystem::resize_file(path, 5000);
+    EXPECT_EQ(ErrorOfRows(image), ENODATA);
+    CGImageRelease(image);
+}
+
+TEST_F(MappedFileTest, SourceOfAnotherFileIsNotAffected) {
+    NSURL* url = [NSURL fileURLWithPath:[NSString stringWithUTF8String:path.c_str()]];
+    CGImageSourceRef shortened = CGImageSourceCreateWithURL((CFURLRef)url, nullptr);
+    std::filesystem::rename(path, path.string() + ".old");
+    std::filesystem::copy(path.string() + ".old", path);
+    CGImageSourceRef whole = CGImageSourceCreateWithURL((CFURLRef)url, nullptr);
+    std::filesystem::resize_file(path.string() + ".old", 0);
+    std::filesystem::remove(path.string() + ".old");
+    EXPECT_EQ(CGImageSourceGetStatus(shortened), kCGImageStatusUnexpectedEOF);
+    EXPECT_EQ(CGImageSourceGetStatus(whole), kCGImageStatusComplete);
+    CFRelease(shortened);
+    CFRelease(whole);
+}
+
+// Reads a page that a mapping of the test's own no longer has.
+void ReadMissingPage(const std::filesystem::path& path) {
+    const int file = open(path.c_str(), O_RDONLY);
+    const auto* bytes = static_cast<const volatile char*>(mmap(nullptr, 5000, PROT_READ, MAP_SHARED, file, 0));
+    std::filesystem::resize_file(path, 0);
+    std::exit(bytes[0]);
+}
+
+TEST_F(MappedFileTest, BusErrorsElsewhereStillEndTheProcess) {
+    EXPECT_EXIT(ReadMissingPage(path), testing::KilledBySignal(SIGBUS), "");
+    EXPECT_EXIT(raise(SIGBUS), testing::KilledBySignal(SIGBUS), "");
 }
 
 }  // namespace

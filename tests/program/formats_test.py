@@ -39,10 +39,10 @@ def chunk(kind, data):
     return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
 
 
-def png(width, height, depth, color_type, rows, chunks=(), interlaced=0):
-    """The bytes of a PNG file of packed rows."""
+def png(width, height, depth, color_type, rows, chunks=(), interlaced=0, data=None):
+    """The bytes of a PNG file of packed rows, or of data that is filtered already."""
     header = struct.pack(">IIBBBBB", width, height, depth, color_type, 0, 0, interlaced)
-    data = b"".join(b"\0" + row for row in rows)
+    data = data or b"".join(b"\0" + row for row in rows)
     return (
         b"\x89PNG\r\n\x1a\n"
         + chunk(b"IHDR", header)
@@ -52,38 +52,69 @@ def png(width, height, depth, color_type, rows, chunks=(), interlaced=0):
     )
 
 
+def predicted(kind, line, above, i, step):
+    """What a filter of PNG subtracts from a byte of a row."""
+    left, up, corner = (line[i - step] if i >= step else 0), above[i], (above[i - step] if i >= step else 0)
+    guess = left + up - corner
+    paeth = min((abs(guess - left), 0, left), (abs(guess - up), 1, up), (abs(guess - corner), 2, corner))[2]
+    return (0, left, up, (left + up) // 2, paeth)[kind]
+
+
+def filtered(rows, step, first):
+    """The data of a PNG's rows, each with the filter behind that of the row before it."""
+    above, data = bytes(len(rows[0])), b""
+    for y, row in enumerate(rows):
+        kind = (first + y) % 5
+        data += bytes([kind, *((row[i] - predicted(kind, row, above, i, step)) & 255 for i in range(len(row)))])
+        above = row
+    return data
+
+
 def unfiltered(data, height, stride, step):
     """The rows of a PNG's data."""
     above, rows = bytes(stride), []
     for y in range(height):
         kind, line = data[y * (stride + 1)], bytearray(data[y * (stride + 1) + 1 : (y + 1) * (stride + 1)])
         for i in range(stride):
-            left, up, corner = (line[i - step] if i >= step else 0), above[i], (above[i - step] if i >= step else 0)
-            guess = left + up - corner
-            paeth = min((abs(guess - left), 0, left), (abs(guess - up), 1, up), (abs(guess - corner), 2, corner))[2]
-            line[i] = (line[i] + (0, left, up, (left + up) // 2, paeth)[kind]) & 255
+            line[i] = (line[i] + predicted(kind, line, above, i, step)) & 255
         rows.append(bytes(line))
         above = line
     return rows
 
 
-def read_png(path):
-    """The header and the rows of a PNG file, as they are stored, and the contents of its other chunks."""
+# The passes of an interlaced PNG: the first column and row, and the steps to the next ones.
+PASSES = ((0, 0, 8, 8), (4, 0, 8, 8), (0, 4, 4, 8), (2, 0, 4, 4), (0, 2, 2, 4), (1, 0, 2, 2), (0, 1, 1, 2))
+
+
+def bits_packed(pixels, bits):
+    """A row of pixels, each a number of so many bits."""
+    text = "".join(f"{pixel:0{bits}b}" for pixel in pixels)
+    size = (len(text) + 7) // 8
+    return int(text.ljust(8 * size, "0"), 2).to_bytes(size, "big")
+
+
+def png_parts(path):
+    """The header of a PNG file, its filtered rows in one piece, and the contents of its other chunks."""
     file, at, data, others = path.read_bytes(), 8, b"", {}
     while at < len(file):
         length, kind = struct.unpack(">I4s", file[at : at + 8])
         content = file[at + 8 : at + 8 + length]
         assert zlib.crc32(kind + content) == struct.unpack(">I", file[at + 8 + length : at + 12 + length])[0]
         if kind == b"IHDR":
-            width, height, depth, color_type = struct.unpack(">IIBB", content[:10])
+            header = struct.unpack(">IIBB", content[:10])
         elif kind == b"IDAT":
             data += content
         else:
             others[kind] = content
         at += 12 + length
+    return header, zlib.decompress(data), others
+
+
+def read_png(path):
+    """The header and the rows of a PNG file, as they are stored, and the contents of its other chunks."""
+    (width, height, depth, color_type), data, others = png_parts(path)
     step = {0: 1, 2: 3, 4: 2, 6: 4}[color_type] * depth // 8
-    rows = unfiltered(zlib.decompress(data), height, width * step, step)
-    return (width, height, depth, color_type), rows, others
+    return (width, height, depth, color_type), unfiltered(data, height, width * step, step), others
 
 
 def read_tiff(path):
@@ -232,6 +263,60 @@ class FormatsTest(ZevaTest):
                     with Image.open(self.folder / "out.png") as ours, Image.open(io.BytesIO(file)) as theirs:
                         self.assertEqual(ours.convert("RGB").tobytes(), theirs.convert("RGB").tobytes())
 
+    def test_every_filter_of_png_is_read_in_every_kind(self):
+        width, height, generator = 11, 10, random.Random(5)
+        palette, same = [(b"PLTE", generator.randbytes(768))], {}
+        for color_type, samples, depths in ((0, 1, (1, 2, 4, 8, 16)), (2, 3, (8, 16)), (3, 1, (1, 2, 4, 8)),
+                                            (4, 2, (8, 16)), (6, 4, (8, 16))):
+            for depth in depths:
+                bits = samples * depth
+                pixels = [[generator.getrandbits(bits) for _ in range(width)] for _ in range(height)]
+                kind = (width, height, depth, color_type)
+                chunks = palette if color_type == 3 else []
+                rows, step = [bits_packed(row, bits) for row in pixels], max(1, bits // 8)
+                plain = f"{color_type}-{depth}.png"
+                (self.folder / plain).write_bytes(png(*kind, rows, chunks))
+                parts = [[bits_packed(row[left::across], bits) for row in pixels[top::down]]
+                         for left, top, across, down in PASSES]
+                for first in range(5):
+                    for interlaced, passes in ((0, [rows]), (1, parts)):
+                        data = b"".join(filtered(part, step, first) for part in passes)
+                        name = f"{color_type}-{depth}-{first}-{interlaced}.png"
+                        (self.folder / name).write_bytes(png(*kind, None, chunks, interlaced, data))
+                        same[name] = plain
+        self.assert_works("apply", SAME, *same, *sorted(set(same.values())), "-o", "read")
+        for name, plain in same.items():
+            with self.subTest(name=name), Image.open(self.folder / plain) as theirs:
+                written = (self.folder / "read" / name).read_bytes()
+                self.assertTrue(written == (self.folder / "read" / plain).read_bytes())
+                with Image.open(io.BytesIO(written)) as ours:
+                    if theirs.mode in ("1", "L", "P", "RGB") and "-16" not in plain:
+                        self.assertEqual(ours.convert("RGB").tobytes(), theirs.convert("RGB").tobytes())
+
+    def test_filters_that_are_chosen_are_read_by_pillow(self):
+        generator = random.Random(6)
+        # Small numbers behind each filter, so that it is the one that suits its rows best.
+        data = b"".join(bytes([y // 32, *(generator.randrange(-9, 10) & 255 for _ in range(64))]) for y in range(160))
+        gray = Image.frombytes("L", (64, 160), b"".join(unfiltered(data, 160, 64, 1)))
+        half = gray.point(lambda level: 128 + level // 2)
+        others = [gray.transpose(0), gray.point(lambda level: level ^ 1)]
+        for mode, channels in (("L", [gray]), ("LA", [gray, half]), ("RGB", [gray, *others]),
+                               ("RGBA", [gray, *others, half])):
+            picture = Image.merge(mode, channels)
+            picture.save(self.folder / "in.png")
+            for compression in ("fast", "balanced", "small"):
+                with self.subTest(mode=mode, compression=compression):
+                    path = self.apply("in.png", "out.png", "--compression", compression)
+                    _, rows, _ = read_png(path)
+                    with Image.open(path) as written:
+                        self.assertEqual(written.mode, mode)
+                        self.assertTrue(written.tobytes() == b"".join(rows))
+                        extrema = ImageChops.difference(written.convert("RGBA"), picture.convert("RGBA")).getextrema()
+                    # Colors are multiplied by alpha and divided again.
+                    self.assertLessEqual(max(most for _, most in extrema), 1 if mode[-1] == "A" else 0)
+                    used = set(png_parts(path)[1][:: len(rows[0]) + 1])
+                    self.assertEqual(used, {4} if compression == "fast" else {0, 1, 2, 3, 4})
+
     def test_tiff_layouts_are_read_like_pillow_reads_them(self):
         for mode in ("1", "L", "P", "RGB", "RGBA", "CMYK", "YCbCr"):
             picture = noise("RGB", (40, 33)) if mode != "RGBA" else noise("RGBA", (40, 33))
@@ -296,10 +381,9 @@ class FormatsTest(ZevaTest):
     def test_interlaced_png_and_wrong_checksums(self):
         width, height, generator = 13, 11, random.Random(4)
         pixels = [[generator.randbytes(3) for _ in range(width)] for _ in range(height)]
-        passes = ((0, 0, 8, 8), (4, 0, 8, 8), (0, 4, 4, 8), (2, 0, 4, 4), (0, 2, 2, 4), (1, 0, 2, 2), (0, 1, 1, 2))
         rows = [
             b"".join(pixels[y][x] for x in range(left, width, across))
-            for left, top, across, down in passes
+            for left, top, across, down in PASSES
             for y in range(top, height, down)
             if left < width
         ]

@@ -4,8 +4,9 @@ import os
 import struct
 import subprocess
 import unittest
+import zlib
 
-from zeva_program import ZEVA, ZevaTest, messages, png, read_png
+from zeva_program import IS_SANITIZED, ZEVA, ZevaTest, messages, png, read_png
 
 MEGABYTE = 1 << 20
 
@@ -74,18 +75,33 @@ def with_orientation(jpeg, orientation):
     return jpeg[:2] + b"\xff\xe1" + struct.pack(">H", len(exif) + 2) + exif + jpeg[2:]
 
 
+def interlaced_png(width, height):
+    """The bytes of a black PNG file in seven passes."""
+
+    def chunk(kind, data):
+        return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
+
+    passes = ((0, 0, 8, 8), (4, 0, 8, 8), (0, 4, 4, 8), (2, 0, 4, 4), (0, 2, 2, 4), (1, 0, 2, 2), (0, 1, 1, 2))
+    size = sum(
+        len(range(top, height, down)) * (1 + 3 * len(range(left, width, across))) for left, top, across, down in passes
+    )
+    header = struct.pack(">IIBBBBB", width, height, 8, 2, 0, 0, 1)
+    parts = (b"IHDR", header), (b"IDAT", zlib.compress(bytes(size), 1)), (b"IEND", b"")
+    return b"\x89PNG\r\n\x1a\n" + b"".join(chunk(*part) for part in parts)
+
+
 class MemoryTest(ZevaTest):
     def setUp(self):
         super().setUp()
         self.photo.write_bytes(png(61, 53, lambda x, y: (x * 4 % 256, y * 5 % 256, (x * y) % 256)))
 
-    def large(self, name, width, height):
+    def large(self, name, width, height, *options):
         """Writes a picture of this size: many colors, soft edges."""
         picture = self.folder / name
         skewed = "inputTransform=5.1,1.3,-0.7,4.3,0,0"
         self.assert_works(
             *("apply", "AffineTile", skewed, self.photo, "+", "ColorControls", "inputContrast=1.1"),
-            *("--rect", f"0,0,{width},{height}", "-o", picture),
+            *("--rect", f"0,0,{width},{height}", "-o", picture, *options),
         )
         return picture
 
@@ -97,6 +113,7 @@ class MemoryTest(ZevaTest):
         self.assertEqual(process.returncode, 0)
         return usage.ru_maxrss * 1024
 
+    @unittest.skipIf(IS_SANITIZED, "the peak would be that of the sanitizers")
     def test_peak_memory_stays_below_the_limit_and_64_megabytes(self):
         # Decoded, the picture has 96 MB, and each result as many.
         photo = self.large("large.jpg", 6000, 4200)
@@ -135,6 +152,28 @@ class MemoryTest(ZevaTest):
         self.assert_works("apply", "ColorInvert", turned, "--memory", "24M", "-o", self.out)
         turned.write_bytes(with_orientation(upright.read_bytes(), 2))
         self.assert_works("apply", "ColorInvert", turned, "--memory", "20M", "-o", self.out)
+
+    def test_a_picture_that_is_decoded_as_a_whole_says_what_that_needs(self):
+        width, height = 2400, 2000
+        interlaced = self.folder / "interlaced.png"
+        interlaced.write_bytes(interlaced_png(width, height))
+        for picture, needed in (
+            (interlaced, 19),  # 4 bytes for each pixel
+            (self.large("progressive.jpg", width, height, "--progressive"), 33),  # and 3 for coefficients
+            (self.large("lossless.webp", width, height, "--lossless"), 37),  # and 4 for a copy
+        ):
+            with self.subTest(picture=picture.name):
+                limit = needed - 1
+                self.assert_fails(
+                    1,
+                    f"{picture}: needs {needed} MB of memory, more than the memory limit of {limit} MB; "
+                    "no image was opened",
+                    *("apply", "ColorInvert", picture, "--memory", f"{limit}M", "-o", self.out),
+                )
+                words = ("apply", "-q", "ColorInvert", picture, "--memory", f"{needed}M", "-o", "out.jpg")
+                peak = self.peak(*words) / MEGABYTE
+                if not IS_SANITIZED:
+                    self.assertLess(peak, needed + 64)
 
     def test_a_large_picture_that_is_truncated_is_one_line_and_leaves_the_existing_output(self):
         for name in ("large.jpg", "large.png"):

@@ -25,45 +25,87 @@ def data_set(number, text):
 IPTC = data_set(5, b"Harbor") + data_set(90, b"Hamburg") + data_set(101, b"Germany") + data_set(116, b"Free")
 
 
+CAMERA, NOTE, THUMBNAIL = b"Camera of a test\0", b"ASCII\0\0\0a comment", b"\xff\xd8THUMBNAIL\xff\xd9"
+
+
+def pack_table(order, place, entries, large=False):
+    """A table at a place, the values that do not fit into its entries, and the tables that are values. An entry is a
+    tag, a type, a count, and bytes or the entries of another table."""
+    count, word = order + ("Q" if large else "H"), order + ("Q" if large else "I")
+    size = struct.calcsize(word)
+    end = place + struct.calcsize(count) + (4 + 2 * size) * len(entries) + size
+    packed, values = struct.pack(count, len(entries)), b""
+    for tag, kind, number, value in entries:
+        at = end + len(values)
+        if isinstance(value, list):
+            value, kind = pack_table(order, at, value, large), 18 if large else kind
+        if kind == 18 or kind == 4 and tag in (0x8769, 0x8825, 0xA005) or len(value) > size:
+            value, values = struct.pack(word, at), values + value + b"\0" * (len(value) % 2)
+        packed += struct.pack(order + "HH", tag, kind) + struct.pack(word, number) + value.ljust(size, b"\0")
+    return packed + bytes(size) + values
+
+
+def descriptions(order, orientation=6):
+    """An orientation, the name of a camera, sizes and details of an exposure, and a location, for a table."""
+
+    def numbers(form, *values):
+        return struct.pack(order + form, *values)
+
+    details = [
+        (0x9204, 10, 1, numbers("2i", -1, 3)),
+        (0x9214, 3, 3, numbers("3H", 5, 6, 7)),
+        (0x9286, 7, len(NOTE), NOTE),
+        (0xA002, 4, 1, numbers("I", 40)),
+        (0xA003, 3, 1, numbers("H", 30)),
+        (0xA005, 4, 1, [(1, 2, 4, b"R98\0")]),
+    ]
+    location = [(1, 2, 2, b"N\0"), (2, 5, 3, numbers("6I", 53, 1, 33, 1, 777, 1))]
+    return [
+        (0x010F, 2, len(CAMERA), CAMERA),
+        (0x0112, 3, 1, numbers("H", orientation)),
+        (0x8769, 4, 1, details),
+        (0x8825, 4, 1, location),
+        (0x9003, 2, 2, b"x\0"),
+    ]
+
+
 def exif(order, orientation=6):
-    """An Exif block with an orientation, the name of a camera, a size, a location and a thumbnail."""
-    camera, thumbnail = b"Camera of a test\0", b"\xff\xd8THUMBNAIL\xff\xd9"
+    """An Exif block with these descriptions and a thumbnail."""
+    entries = descriptions(order, orientation)
+    main = pack_table(order, 8, entries)
+    small_at, link = 8 + len(main), 2 + 12 * len(entries)
+    main = main[:link] + struct.pack(order + "I", small_at) + main[link + 4 :]
+    place, length = struct.pack(order + "I", small_at + 30), struct.pack(order + "I", len(THUMBNAIL))
+    small = pack_table(order, small_at, [(0x0201, 4, 1, place), (0x0202, 4, 1, length)])
+    return {"<": b"II", ">": b"MM"}[order] + struct.pack(order + "HI", 42, 8) + main + small + THUMBNAIL
 
-    def table(place, entries, next_table=0):
-        """A table at a place, and behind it the values that do not fit into an entry."""
-        values, packed = b"", b""
-        end = place + 2 + 12 * len(entries) + 4
-        for tag, kind, count, value in entries:
-            if isinstance(value, bytes) and len(value) > 4:
-                value, values = end + len(values), values + value
-            if isinstance(value, bytes):
-                packed += struct.pack(order + "HHI", tag, kind, count) + value.ljust(4, b"\0")
-            else:
-                form = {3: "HH", 4: "I"}.get(kind, "I")
-                numbers = (value, 0) if form == "HH" else (value,)
-                packed += struct.pack(order + "HHI" + form, tag, kind, count, *numbers)
-        return struct.pack(order + "H", len(entries)) + packed + struct.pack(order + "I", next_table) + values
 
-    details_at, location_at, thumbnail_at = 200, 260, 400
-    latitude = struct.pack(order + "6I", 53, 1, 33, 1, 777, 1)
-    main = table(
-        8,
-        [
-            (0x010F, 2, len(camera), camera),
-            (0x0112, 3, 1, orientation),
-            (0x8769, 4, 1, details_at),
-            (0x8825, 4, 1, location_at),
-            (0x9003, 2, 2, b"x\0"),
-        ],
-        thumbnail_at,
-    )
-    details = table(details_at, [(0xA002, 4, 1, 40), (0xA003, 3, 1, 30)])
-    location = table(location_at, [(1, 2, 2, b"N\0"), (2, 5, 3, latitude)])
-    small = table(thumbnail_at, [(0x0201, 4, 1, thumbnail_at + 60), (0x0202, 4, 1, len(thumbnail))])
-    block = struct.pack(order + "HI", 42, 8) + main
-    block = ({"<": b"II", ">": b"MM"}[order] + block).ljust(details_at, b"\0") + details
-    block = (block.ljust(location_at, b"\0") + location).ljust(thumbnail_at, b"\0") + small
-    return block.ljust(thumbnail_at + 60, b"\0") + thumbnail
+def tiff(order, large=False):
+    """A TIFF file of 40 x 30 pixels with these descriptions, XMP, IPTC, and a table that belongs to its pixels only."""
+    pixels, iptc = bytes((200, 100, 50)) * 1200, IPTC.ljust((len(IPTC) + 3) // 4 * 4, b"\0")
+    start = 16 if large else 8
+
+    def short(tag, *values):
+        return (tag, 3, len(values), struct.pack(f"{order}{len(values)}H", *values))
+
+    storage = [
+        short(256, 40),
+        short(257, 30),
+        short(258, 8, 8, 8),
+        short(259, 1),
+        short(262, 2),
+        (273, 4, 1, struct.pack(order + "I", start)),
+        short(277, 3),
+        short(278, 30),
+        (279, 4, 1, struct.pack(order + "I", len(pixels))),
+        (700, 1, len(XMP), XMP),
+        (33723, 4, len(iptc) // 4, iptc),  # many programs call the bytes of IPTC numbers
+        (34735, 2, 12, b"a projection"),
+    ]
+    table_at = start + len(pixels)
+    main = pack_table(order, table_at, sorted(storage + descriptions(order)), large)
+    numbers = struct.pack(order + "HHHQ", 43, 8, 0, table_at) if large else struct.pack(order + "HI", 42, table_at)
+    return {"<": b"II", ">": b"MM"}[order] + numbers + pixels + main
 
 
 def segment(marker, content):
@@ -95,33 +137,53 @@ class MetadataTest(ZevaTest):
         return self.folder / target
 
     def exif_of(self, path):
+        """The tables of a result: the first one, the details, the location, and the one that the details refer to."""
         with Image.open(path) as image:
             self.assertEqual(image.size, (30, 40), path)
-            data = image.info.get("exif", b"")
-            return image.getexif(), data
+            kept = image.getexif()
+            details, location = kept.get_ifd(0x8769), kept.get_ifd(0x8825)
+            return dict(kept), dict(details), dict(location), dict(kept.get_ifd(0xA005)) if 0xA005 in details else {}
+
+    def sources(self):
+        """Makes the source a JPEG and a TIFF in both orders of bytes, one after the other."""
+        for order in "<>":
+            for source in (with_metadata(self.plain, order), tiff(order)):
+                self.source.write_bytes(source)
+                yield order, source[:2]
+
+    def assert_kept(self, path):
+        main, details, location, interoperability = self.exif_of(path)
+        self.assertEqual((main[0x010F], main.get(0x0112, 1), main[0x9003]), ("Camera of a test", 1, "x"))
+        self.assertEqual((details[0xA002], details[0xA003]), (30, 40))
+        self.assertEqual((float(details[0x9204]), details[0x9214], details[0x9286]), (-1 / 3, (5, 6, 7), NOTE))
+        self.assertEqual(location, {1: "N", 2: (53.0, 33.0, 777.0)})
+        self.assertEqual(interoperability, {1: "R98"})
+        for text in (b"THUMBNAIL", b"a projection"):
+            self.assertNotIn(text, path.read_bytes())
 
     def test_exif_is_kept_with_the_orientation_applied_and_reset(self):
+        for order, kind in self.sources():
+            for target in ("out.jpg", "out.png", "out.webp", "out.tif"):
+                with self.subTest(order=order, kind=kind, target=target):
+                    self.assert_kept(self.apply(target))
+
+    def test_exif_is_kept_on_the_way_through_tiff(self):
         for order in "<>":
             self.source.write_bytes(with_metadata(self.plain, order))
-            for target in ("out.jpg", "out.png", "out.webp"):
-                with self.subTest(order=order, target=target):
-                    kept, data = self.exif_of(self.apply(target))
-                    self.assertEqual(kept[0x010F], "Camera of a test")
-                    self.assertEqual(kept[0x0112], 1)
-                    details = kept.get_ifd(0x8769)
-                    self.assertEqual((details[0xA002], details[0xA003]), (30, 40))
-                    self.assertEqual(kept.get_ifd(0x8825)[2], (53.0, 33.0, 777.0))
-                    self.assertNotIn(b"THUMBNAIL", data)
+            self.assert_kept(self.apply("back.jpg", source=self.apply("out.tif", "--compression", "small")))
+            self.source.write_bytes(tiff(order, large=True))
+            self.assert_kept(self.apply("out.jpg"))
 
     def test_heif_and_avif_keep_exif_and_xmp(self):
         for suffix in ("avif", "heic"):
-            kept, _ = self.exif_of(self.apply("back.jpg", source=self.apply(f"out.{suffix}")))
-            self.assertEqual((kept[0x010F], kept[0x0112]), ("Camera of a test", 1))
+            main, *_ = self.exif_of(self.apply("back.jpg", source=self.apply(f"out.{suffix}")))
+            self.assertEqual((main[0x010F], main[0x0112]), ("Camera of a test", 1))
             self.assertIn(b"Harbor", (self.folder / "back.jpg").read_bytes())
 
     def test_xmp_and_iptc_are_kept(self):
-        for target in ("out.jpg", "out.tif", "out.png"):
-            path = self.apply("back.jpg", source=self.apply(target))
+        (self.folder / "in.tif").write_bytes(tiff(">"))
+        for target in ("out.jpg", "out.tif", "out.png", "in.tif"):
+            path = self.apply("back.jpg", source=target if target == "in.tif" else self.apply(target))
             file = path.read_bytes()
             self.assertIn(b'dc:title="Harbor"', file)
             self.assertIn(b'tiff:Orientation="1"', file)
@@ -136,19 +198,24 @@ class MetadataTest(ZevaTest):
                 self.assertNotIn(text, file)
 
     def test_strip_gps_drops_the_location_only(self):
-        for order in "<>":
-            self.source.write_bytes(with_metadata(self.plain, order))
-            for target in ("out.jpg", "out.png", "out.webp", "out.heic"):
-                with self.subTest(order=order, target=target):
-                    path = self.apply("back.jpg", source=self.apply(target, "--strip=gps"))
-                    kept, data = self.exif_of(path)
-                    self.assertEqual((kept[0x010F], kept[0x9003]), ("Camera of a test", "x"))
-                    self.assertNotIn(0x8825, kept)
-                    self.assertNotIn(struct.pack(order + "I", 777), data)
+        for order, kind in self.sources():
+            others = ("out.png", "out.webp", "out.heic") if kind == self.plain[:2] else ()
+            for target in ("out.jpg", "out.tif", *others):
+                with self.subTest(order=order, kind=kind, target=target):
+                    path = self.apply(target, "--strip=gps")
+                    whole = path.read_bytes()
+                    for number in (struct.pack(sign + "4I", 33, 1, 777, 1) for sign in "<>"):
+                        self.assertNotIn(number, whole)
+                    path = path if target == "out.jpg" else self.apply("back.jpg", source=path)
+                    main, details, location, _ = self.exif_of(path)
+                    self.assertEqual((main[0x010F], main[0x9003]), ("Camera of a test", "x"))
+                    self.assertEqual((details[0xA002], location), (30, {}))
+                    self.assertNotIn(0x8825, main)
                     file = path.read_bytes()
                     self.assertIn(b"<dc:creator>Grace</dc:creator>", file)
                     for text in (b"GPS", b"Hamburg", b"Germany", b"53,33", b"9,59", b"LocationShown"):
                         self.assertNotIn(text, file)
+        self.source.write_bytes(with_metadata(self.plain, "<"))
         with Image.open(self.apply("out.jpg", "--strip=gps")) as image:
             self.assertEqual(IptcImagePlugin.getiptcinfo(image), {(2, 5): b"Harbor", (2, 116): b"Free"})
 
@@ -161,13 +228,42 @@ class MetadataTest(ZevaTest):
             self.assertNotIn(text, file)
 
     def test_tables_that_overlap_are_dropped(self):
-        whole = exif("<")
-        location = whole[260:]
-        entry = struct.pack("<HHII", 2, 5, 2000, 8)  # longer than the block
-        broken = whole[:260] + location[:14] + entry + location[26:]
-        self.source.write_bytes(self.source.read_bytes().replace(whole, broken))
+        entry = struct.pack("<HHI", 2, 5, 3)
+        broken = self.source.read_bytes().replace(entry, entry[:4] + struct.pack("<I", 2000))  # longer than the block
+        self.source.write_bytes(broken)
         self.assertNotIn(b"Camera of a test", self.apply("out.jpg", "--strip=gps").read_bytes())
         self.assertIn(b"Camera of a test", self.apply("out.jpg").read_bytes())
+
+    def test_a_location_in_the_first_table_is_dropped_with_it(self):
+        head, tail = self.source.read_bytes().split(struct.pack("<HHI", 0x8825, 4, 1))
+        self.source.write_bytes(head + struct.pack("<HHII", 0x8825, 4, 1, 8) + tail[4:])
+        self.assertNotIn(b"Camera of a test", self.apply("out.jpg", "--strip=gps").read_bytes())
+
+    def test_damaged_tables_of_a_tiff_are_left_out(self):
+        whole = tiff("<")
+        first = struct.unpack("<I", whole[4:8])[0]
+        details_entry, location_entry = struct.pack("<HHI", 0x8769, 4, 1), struct.pack("<HHI", 0x8825, 4, 1)
+        details = struct.unpack("<I", whole.split(details_entry)[1][:4])[0]
+        comment_entry = struct.pack("<HH", 0x9286, 7)
+        at_details, at_location = whole.index(details_entry) + 8, whole.index(location_entry) + 8
+        at_comment, many = whole.index(comment_entry), b"\xff\xff\xff\xff"
+        every, both = {0x9204, 0x9214, 0x9286, 0xA002, 0xA003, 0xA005}, {1, 2}
+        kept = {"details": (set(), both), "comment": (every - {0x9286}, both), "location": (every, set())}
+        for name, at, value, part in (
+            ("a loop", at_details, struct.pack("<I", first), "details"),
+            ("a table outside", at_details, many, "details"),
+            ("a table at the end", at_details, struct.pack("<I", len(whole) - 1), "details"),
+            ("many entries", details, many[:2], "details"),
+            ("many values", at_comment + 4, many, "comment"),
+            ("values outside", at_comment + 8, many, "comment"),
+            ("an unknown type", at_comment + 2, b"\x63\0", "comment"),
+            ("a location outside", at_location, many, "location"),
+        ):
+            self.source.write_bytes(whole[:at] + value + whole[at + len(value) :])
+            with self.subTest(name=name):
+                main, read, location, _ = self.exif_of(self.apply("out.jpg"))
+                self.assertEqual(main[0x010F], "Camera of a test")
+                self.assertEqual((set(read), set(location)), kept[part])
 
     def test_all_orientations_make_the_picture_upright(self):
         colors = Image.new("RGB", (32, 16), (255, 0, 0))

@@ -1,6 +1,6 @@
-"""Added modules (--load, ZEVA_MODULES), and the module that "zeva new-module" writes.
+"""Added modules (--load, ZEVA_MODULES), and the modules that "zeva new-module" writes.
 
-Run this file as: FILE ZEVA MODULE, the module that the template compiles to.
+Run this file as: FILE ZEVA MODULE GENERATED, the modules that the templates compile to.
 """
 
 import json
@@ -10,11 +10,13 @@ import shutil
 import sys
 import unittest
 
-from zeva_program import ZEVA, ZevaTest
+from zeva_program import IS_SANITIZED, ZEVA, ZevaTest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 TEMPLATE = ROOT / "host/program/module_template"
+CATALOGUE_TEMPLATE = ROOT / "host/program/catalogue_template"
 MODULE = pathlib.Path(sys.argv.pop(1)).absolute()
+GENERATED = pathlib.Path(sys.argv.pop(1)).absolute()
 LOAD = ("--load", MODULE)
 
 
@@ -75,7 +77,8 @@ class AddedModulesTest(ZevaTest):
         other = shutil.copy(MODULE, self.folder / "other.so")
 
         def siblings(*words):
-            line = self.assert_works("check", MODULE, "--only", "load.file", *words).splitlines()[0]
+            check = ("check", "--no-sandbox", MODULE, "--only", "load.file")
+            line = self.assert_works(*check, *words).splitlines()[0]
             return line.removesuffix(", host version 2013.03").split(" with ")[1:]
 
         self.assertEqual(siblings(), [str(companion)])
@@ -98,23 +101,42 @@ class AddedModulesTest(ZevaTest):
 
 
 class NewModuleTest(ZevaTest):
-    def test_writes_the_template_under_the_name(self):
-        printed = self.assert_works("new-module", "tea_pot")
+    def written(self, template, *words):
+        """The names of the files that are written, whose texts are checked against the template."""
+        printed = self.assert_works("new-module", "tea_pot", *words)
         self.assertEqual(printed, "tea_pot: written; its README.md says how to build and test it\n")
         written = {path.name: path.read_text() for path in (self.folder / "tea_pot").iterdir()}
         expected = {
             path.name.replace("counter", "tea_pot"): path.read_text()
             .replace("counter", "tea_pot")
             .replace("Counter", "TeaPot")
-            for path in TEMPLATE.iterdir()
+            for path in template.iterdir()
         }
         self.assertEqual(written, expected)
-        self.assertEqual(set(written), {"CMakeLists.txt", "README.md", "tea_pot.cpp", "test.lua"})
+        return set(written)
 
-    def test_the_template_passes_every_check(self):
-        report = json.loads(self.assert_works("check", MODULE, "--json", timeout=300))
-        verdicts = {check["verdict"] for check in report["checks"]}
-        self.assertLessEqual(verdicts, {"passed", "skipped"})
+    def test_writes_the_template_under_the_name(self):
+        self.assertEqual(self.written(TEMPLATE), {"CMakeLists.txt", "README.md", "tea_pot.cpp", "test.lua"})
+
+    def test_writes_the_template_with_a_catalogue(self):
+        files = {"CMakeLists.txt", "README.md", "catalogue.txt", "tea_pot_bridge.h", "test.lua"}
+        self.assertEqual(self.written(CATALOGUE_TEMPLATE, "--catalogue"), files)
+
+    @unittest.skipIf(IS_SANITIZED, "some checks let a process exit with live objects, which are leaks")
+    def test_the_templates_pass_every_check(self):
+        # The guide for authors of modules, which the package tests follow, runs all checks of the second one.
+        for module, only in (MODULE, []), (GENERATED, ["--only", "ownership", "--only", "binary-data"]):
+            with self.subTest(module.name):
+                report = json.loads(self.assert_works("check", module, *only, "--json", timeout=300))
+                verdicts = {check["verdict"] for check in report["checks"]}
+                self.assertEqual(verdicts, {"passed", "skipped"})
+
+    def test_every_command_has_the_classes_of_a_catalogue(self):
+        load = ("--load", GENERATED)
+        self.assertEqual(self.assert_works("list", *load).splitlines()[:2], ["CounterDial", "CounterLog"])
+        described = self.assert_works("describe", "CounterLog", *load).split()
+        self.assertEqual(described, ["CounterLog", "Value", "double", "Samples", "memoryblock"])
+        self.assertEqual(self.assert_works("run", *load, CATALOGUE_TEMPLATE / "test.lua"), "counter: 3 samples\n")
 
     def test_refuses_names_that_a_build_could_not_use(self):
         rule = "is not a name of small letters, digits and underscores that begins with a letter; nothing was written"

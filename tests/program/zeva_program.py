@@ -17,6 +17,10 @@ from catalogue import expected
 
 ZEVA = sys.argv.pop(1)
 
+# Sanitized programs need more memory and many times as long.
+IS_SANITIZED = b"__asan_init" in pathlib.Path(ZEVA).read_bytes()
+SECONDS = 600 if IS_SANITIZED else 60
+
 # Classes that the two modules register: the filters and the companion's nine. The host itself has four more.
 REGISTERED_CLASSES = expected("classes") + 9
 HOST_CLASSES = 4
@@ -56,7 +60,8 @@ class ZevaTest(unittest.TestCase):
     def zeva(self, *arguments, **options):
         return subprocess.run(
             [ZEVA, *(word if isinstance(word, bytes) else str(word) for word in arguments)],
-            **{"cwd": self.folder, "stdout": subprocess.PIPE, "stderr": subprocess.PIPE, "text": True, "timeout": 60}
+            **{"cwd": self.folder, "stdout": subprocess.PIPE, "stderr": subprocess.PIPE}
+            | {"text": True, "timeout": SECONDS}
             | options,
         )
 

@@ -16,6 +16,13 @@ TEST(RecipeLinks, OnlyUnreservedCharactersStandForThemselves) {
               "#zeva1=zeva-recipe%201%0AGloom%20a%3Db~_.-%20c%3D%22%C3%A9%20%25%22%0A");
 }
 
+TEST(RecipeLinks, ALoneDollarSignIsTextWithAndWithoutABackslash) {
+    const Recipe recipe = ParsedLines("price = 5$-\nGloom a=$price b=1$2");
+    EXPECT_TRUE(IsSameRecipe(recipe, ParseLink(RecipeLink(recipe))));
+    EXPECT_TRUE(IsSameRecipe(recipe, ParsedLines("price = 5\\$-\nGloom a=$price b=1\\$2")));
+    EXPECT_FALSE(IsSameRecipe(recipe, ParsedLines("price = 5$-\nGloom a=\\$price b=1$2")));
+}
+
 TEST(RecipeLinks, AnAddressMayStandInFront) {
     const Recipe recipe = ParseLink("http://localhost:8080/page?x=1#zeva1=zeva-recipe%201%0aGloom%20radius=3");
     EXPECT_TRUE(IsSameRecipe(recipe, ParsedLines("Gloom radius=3")));

@@ -10,6 +10,7 @@ block names the file and the place, in one of these forms:
     In `path`, replacing the line that begins with `text`:
     In `path`, replacing the lines that begin with `text`:
     In `path`, replacing the last 3 lines:
+    In `path`, replacing the whole file:
 
 The form ends its paragraph and may run over several lines; other sentences may come before it. A form may end with
 ", with what this prints:". Its block is then a script for bash, run in the root of the tree, and its output is the text
@@ -30,6 +31,7 @@ FORMS = {
     "replace": r"In `(?P<file>[^`]+)`, replacing the line containing `(?P<text>[^`]+)`",
     "replace all": r"In `(?P<file>[^`]+)`, replacing the (line that begins|lines that begin) with `(?P<text>[^`]+)`",
     "replace last": r"In `(?P<file>[^`]+)`, replacing the last (?P<text>\d+) lines",
+    "replace whole": r"In `(?P<file>[^`]+)`, replacing the whole file",
 }
 PRINTED = r"(?P<printed>, with what this prints)?:$"
 
@@ -109,6 +111,8 @@ def _place(lines, step):
     """The range of lines that the step's text replaces; empty where it only inserts."""
     if step.form == "new":
         return 0, 0
+    if step.form == "replace whole":
+        return 0, len(lines)
     if step.form == "replace last":
         return len(lines) - int(step.text), len(lines)
     if step.form == "replace all":

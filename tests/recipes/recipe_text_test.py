@@ -65,6 +65,7 @@ class ReadTest(unittest.TestCase):
             ("In `a`, replacing the line containing `x`:", "replace", "x", False),
             ("In `a`, replacing the lines that begin with `x`:", "replace all", "x", False),
             ("In `a`, replacing the last 3 lines:", "replace last", "3", False),
+            ("In `a`, replacing the whole file, with what this prints:", "replace whole", "", True),
             ("Words. In `a`, after the line containing `x`, with what this prints:", "after", "x", True),
         ]:
             (step,) = read_recipes(f"## Recipes\n### Add\n{sentence}\n```\nz\n```\n")["Add"]
@@ -96,6 +97,7 @@ class ApplyTest(unittest.TestCase):
             ("In `a`, replacing the line that begins with `one`:", "new\ntwo\ntwo more\nend\n"),
             ("In `a`, replacing the lines that begin with `two`:", "one\nnew\nend\n"),
             ("In `a`, replacing the last 2 lines:", "one\ntwo\nnew\n"),
+            ("In `a`, replacing the whole file:", "new\n"),
             ("A new file, `b/c`:", "new\n"),
         ]:
             with self.subTest(sentence):

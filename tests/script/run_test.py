@@ -144,7 +144,7 @@ class RunTest(unittest.TestCase):
             "RuntimeException()": "memory",
             "image:Values(image.Extent)": "memory|MemoryBlock of 16000000 bytes",
         }
-        limit = 250 << 20
+        limit = 120 << 20
         for maker, reason in makers.items():
             script = f"""
                 local bytes = MemoryBlock.FromBytes(("x"):rep(4000000))

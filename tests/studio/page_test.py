@@ -4,10 +4,11 @@ import json
 import os
 import pathlib
 import signal
+import subprocess
 import time
 import unittest
 
-from studio_process import PHOTO, Studio, png, temporary_folder
+from studio_process import PHOTO, ZEVA, Studio, picture, png, temporary_folder
 from web_driver import Browser
 
 TAB, ENTER, DELETE, ESCAPE = "\ue004", "\ue007", "\ue017", "\ue00c"
@@ -82,13 +83,8 @@ class PageTest(unittest.TestCase):
         return int(browser.run("return document.getElementById('stage').dataset.painted ?? 0"))
 
     def settled(self):
-        """Waits until nothing more is painted."""
-        last, since = -1, time.monotonic()
-        while time.monotonic() - since < 0.15:
-            now = self.painted()
-            if now != last:
-                last, since = now, time.monotonic()
-            time.sleep(0.03)
+        """Waits until the result is on the screen with its exact pixels."""
+        self.wait("document.getElementById('stage').dataset.shows === 'result'")
 
     def add(self, name):
         browser.run("document.getElementById('add').click()")
@@ -131,8 +127,68 @@ class PageTest(unittest.TestCase):
         self.wait("!document.getElementById('paste-dialog').open")
         self.settled()
 
+    def saved_pixel(self, x, y):
+        """The same pixel of the result as Save writes it."""
+        browser.run("document.getElementById('save').click()")
+        browser.run("document.getElementById('save-now').click()")
+        self.wait("document.getElementById('save-done').textContent.includes('Saved')")
+        name = browser.run("return document.getElementById('save-done').textContent").split()[1].rstrip(",")
+        browser.press(ESCAPE)
+        return [*picture.read(folder / name)[y][x], 255][:4]
+
     def pixel(self, x, y, canvas="after"):
         return browser.run(PIXEL, canvas, x, y)
+
+
+# Moves a slider, and holds it until the change is shown, by a preview if there are any. Returns the scale of the
+# preview, or false; one of its pixels; whether the result follows; its pixel.
+DRAG = """
+const [label, value, x, y, hasPreviews, done] = arguments;
+import("/stage.js").then(async ({ shown }) => {
+  const stage = document.getElementById("stage");
+  const context = document.getElementById("after").getContext("2d");
+  const pixel = () => [...context.getImageData(x * shown.after.scale, y * shown.after.scale, 1, 1).data];
+  // A preview on a busy machine has fewer pixels, so few perhaps that they are exact.
+  const isPreview = () => shown.after.pixels === null || shown.after.scale < 1;
+  const pause = () => new Promise((resolve) => setTimeout(resolve, 10));
+  const slider = document.querySelector(`[aria-label='${label}']`);
+  const before = stage.dataset.painted;
+  slider.value = value;
+  do {
+    slider.dispatchEvent(new Event("input", { bubbles: true }));
+    await pause();
+  } while (stage.dataset.painted === before || (hasPreviews && !isPreview()));
+  const preview = [isPreview() && shown.after.scale, pixel()];
+  while (stage.dataset.shows !== "result") await pause();
+  done([...preview, !isPreview(), pixel()]);
+});
+"""
+
+
+class PreviewTest(PageTest):
+    def test_a_drag_shows_a_preview_and_exact_pixels_when_it_rests(self):
+        self.add("exposure")
+        scale, near, isExact, exact = browser.run_async(DRAG, "EV", "1", 100, 100, True)
+        self.assertTrue(scale and isExact)
+        self.assertLessEqual(max(abs(a - b) for a, b in zip(near, exact)), 4)
+        self.assertEqual(exact, self.saved_pixel(100, 100))
+
+    def test_a_preview_has_the_alpha_of_the_result(self):
+        for name, label, values in (("gaussian blur", "Radius", "234"), ("constant color", "Color, alpha", (0.5, 0.7))):
+            self.add(name)
+            for value, (x, y) in zip(values, ((0, 0), (299, 100), (150, 199))):
+                scale, near, _, exact = browser.run_async(DRAG, label, str(value), x, y, True)
+                self.assertLess(near[3], 255)
+                if scale == 1:  # a machine that is busy shows fewer pixels
+                    self.assertEqual(near[3], exact[3])
+                    self.assertLessEqual(max(abs(a - b) * near[3] / 255 for a, b in zip(near, exact)), 10)
+            self.keys(CONTROL, "z")
+
+    def test_clipped_pixels_are_marked_in_exact_pixels_only(self):
+        self.add("exposure")
+        self.keys("c")
+        scale, near, _, exact = browser.run_async(DRAG, "EV", "9", 100, 100, False)
+        self.assertEqual((scale, near[:3], exact[:3]), (False, [255, 40, 60], [255, 40, 60]))
 
 
 class ControlTest(PageTest):
@@ -236,7 +292,8 @@ class ControlTest(PageTest):
             done([catalogue.filters.length, missing]);
           });
         """)
-        self.assertEqual(made, [73, []])
+        listed = subprocess.run([ZEVA, "list", "--json"], stdout=subprocess.PIPE, check=True).stdout
+        self.assertEqual(made, [len(json.loads(listed)), []])
 
 
 class HandleTest(PageTest):
@@ -375,6 +432,7 @@ class ChainTest(PageTest):
         self.set("[aria-label='Intensity, number']", "0.5")
         self.add("bump distortion")
         wanted = self.text("recipe")
+        self.assertIn("--recursive", self.text("folder"))
         for form in ("command", "lua", "recipe", "link"):
             copied = self.text(form)
             browser.run("document.querySelectorAll('.card [aria-label^=Delete]').forEach((each) => each.click())")
@@ -446,7 +504,12 @@ class ChainTest(PageTest):
     def test_a_result_is_saved_to_the_folder(self):
         self.add("invert")
         browser.run("document.getElementById('save').click()")
+        for worker in studio.workers():
+            os.kill(worker, signal.SIGSTOP)
         browser.run("document.getElementById('save-now').click()")
+        self.wait("document.getElementById('save-done').textContent === 'Saving: 0.0 MB are written'")
+        for worker in studio.workers():
+            os.kill(worker, signal.SIGCONT)
         self.wait("document.getElementById('save-done').textContent.includes('Saved')")
         self.assertEqual((folder / "photo-studio.png").read_bytes()[:4], b"\x89PNG")
 
@@ -515,6 +578,23 @@ class SurroundingsTest(PageTest):
             "return [...document.querySelector('#results canvas').getContext('2d').getImageData(60, 40, 1, 1).data]")
         photo = [40 + 150 // 2, 60 + 100 // 2, 120]
         self.assertNotEqual(color[:3], photo)
+
+    def test_a_thumbnail_of_one_pixel_is_filled_by_it(self):
+        browser.run("document.getElementById('add').click()")
+        browser.type("#search", "area average")
+        self.wait("document.querySelector('#results canvas.tiny')?.width === 1")
+        alpha = "return document.querySelector('#results canvas').getContext('2d').getImageData(0, 0, 1, 1).data[3]"
+        self.assertEqual(browser.run(alpha), 255)
+
+    def test_methods_of_an_image_are_found_and_work_at_once(self):
+        self.add("resized")
+        self.assertEqual(self.titles(), ["Resized"])
+        self.set("[aria-label='Width, number']", "60")
+        self.set("[aria-label='Mode']", "stretch", "change")
+        self.assertEqual(self.steps(), ["Resized width=60 height=200 mode=stretch"])
+        for method in ("over", "covering", "transform"):
+            self.add(method)
+        self.assertEqual(browser.run("return document.querySelectorAll('.card.failed').length"), 0)
 
     def test_the_colors_under_the_pointer_and_clipped_pixels_are_shown(self):
         self.add("exposure")

@@ -3,13 +3,15 @@
 import json
 import os
 import pathlib
+import shutil
 import signal
 import socket
 import subprocess
 import time
 import unittest
 
-from studio_process import CRASHING_FILTER, FILTERS, PHOTO, ZEVA, Studio, card, picture, png, temporary_folder, view
+from studio_process import (ADDED_FILTER, CRASHING_FILTER, FILTERS, PHOTO, ZEVA, Studio, card, picture, png,
+                            temporary_folder, view)
 
 WIDTH, HEIGHT = 240, 200
 SCALE = 4  # of the reduced previews
@@ -56,9 +58,9 @@ def first_card(filter, name="c1"):
     return card(name, filter["filter"], **settings)
 
 
-def render(cards, width=WIDTH, keep=True, **part):
+def render(cards, width=WIDTH, keep=True, isQuick=False, **part):
     area = {"x": 0, "y": 0, "w": WIDTH, "h": HEIGHT} | part
-    answer, pixels = live.call("render", photo=number("photo.png"), cards=cards, keepSize=keep,
+    answer, pixels = live.call("render", photo=number("photo.png"), cards=cards, keepSize=keep, isQuick=isQuick,
         view={"width": width, **area})
     return answer, pixels
 
@@ -109,6 +111,44 @@ class PictureTest(unittest.TestCase):
         self.assertEqual(answer["frame"], [0, 0, WIDTH, HEIGHT])
         pairs = zip(premultiplied(pixels), premultiplied(picture_of(cards)), strict=True)
         self.assertLessEqual(max(abs(a - b) for a, b in pairs), 1)
+
+    def test_a_preview_is_close_to_the_pixels_and_has_their_alpha(self):
+        # The blur leaves a translucent margin, and what lies beyond it is clear.
+        cards = [card("c1", "Crop", inputRectangle="40,30,150,120"), card("c2", "GaussianBlur", inputRadius="2")]
+        answer, data = render(cards, isQuick=True)
+        exact = render(cards)[1]
+        self.assertEqual([stripe[:2] for stripe in answer["stripes"]], [[0, 112], [112, HEIGHT - 112]])
+        near = bytearray()
+        for _, height, length in answer["stripes"]:
+            jpeg, data = data[:length], data[length:]
+            opened = json.loads(studio.drop("stripe.jpg", jpeg).body)["number"]
+            near += live.call("render", photo=str(opened), cards=[], keepSize=True, view=view(WIDTH, height))[1]
+        for x, y, width, height in answer["clear"] + answer["translucent"]:
+            for at in (row * WIDTH + column for row in range(y, y + height) for column in range(x, x + width)):
+                near[4 * at + 3] = 0
+        for x, y, width, height in answer["translucent"]:
+            for row in range(y, y + height):
+                at = 4 * (row * WIDTH + x)
+                near[at + 3:at + 4 * width:4], data = data[:width], data[width:]
+        self.assertEqual(data, b"")
+        self.assertEqual(near[3::4], exact[3::4])
+        # The colors are premultiplied, and those of clear pixels do not count.
+        errors = [abs(near[i] - wanted) for i, wanted in enumerate(premultiplied(exact)) if near[i | 3] > 0]
+        self.assertLessEqual(max(errors), 10)
+
+    def test_previews_of_a_slow_chain_are_reduced_and_its_result_is_not(self):
+        cards = [card(f"c{i}", "Gloom") for i in range(15)]
+        self.assertEqual(render(cards)[0]["scale"], 1)
+        answer = render(cards, isQuick=True)[0]
+        self.assertLess(answer["scale"], 1)
+        self.assertEqual(answer["part"], [0, 0, WIDTH * answer["scale"], HEIGHT * answer["scale"]])
+        answer, pixels = render(cards)
+        self.assertEqual((answer["scale"], len(pixels)), (1, 4 * WIDTH * HEIGHT))
+
+    def test_a_small_picture_has_no_preview(self):
+        answer, pixels = render([], isQuick=True, w=100, h=100)
+        self.assertNotIn("stripes", answer)
+        self.assertEqual(len(pixels), 4 * 100 * 100)
 
     def test_a_part_has_the_same_pixels_as_the_whole(self):
         cards = [card("c1", "BumpDistortion", inputCenter="120,100", inputRadius="80")]
@@ -179,7 +219,7 @@ class TextTest(unittest.TestCase):
                 card("c2", "BlendWithMask", inputMaskImage="$c1", inputBackgroundImage="$input")]
             made = texts(cards)
             for form in ("command", "lua", "recipe"):
-                read = live.call("paste", text=made[form])[0]
+                read = live.call("paste", photo=number("photo.png"), text=made[form])[0]
                 self.assertNotIn("error", read, (filter["filter"], form))
                 self.assertEqual(texts(read["cards"])["link"].replace("s1", "c1"), made["link"].replace("s1", "c1"),
                     filter["filter"])
@@ -235,6 +275,27 @@ class TextTest(unittest.TestCase):
         self.assertEqual((read["photo"], read["keepSize"]), (int(number("photo.png")), True))
         self.assertEqual(read["notes"], ["--quality is left out; Save asks for it"])
 
+    def test_the_rectangle_of_a_command_becomes_a_card_and_its_size_a_note(self):
+        command = f"zeva apply GaussianBlur radius=2 '{photo}' --rect 10,20,100,80 -o result.png"
+        read = live.call("paste", text=command + " --resize 50%")[0]
+        self.assertEqual([each["filter"] for each in read["cards"]], ["GaussianBlur", "Crop"])
+        self.assertEqual((read["cards"][1]["settings"], read["keepSize"]), ({"inputRectangle": "10,20,100,80"}, False))
+        self.assertEqual(read["notes"], ["--resize is left out; add it to the copied command"])
+        wanted = run_command(command)
+        self.assertEqual(run_command(texts(read["cards"], keep=False)["command"]), wanted)
+
+    def test_the_command_for_a_folder_makes_the_results_of_its_pictures(self):
+        cards = [card("c1", "ColorMonochrome", inputColor="#336699"), card("c2", "GaussianBlur", inputRadius="3")]
+        pictures = folder / "few"
+        pictures.mkdir()
+        (pictures / "photo.png").write_bytes(photo.read_bytes())
+        own = Studio("--folder", pictures).enter()
+        self.addCleanup(own.end)
+        made = own.live().call("copy", photo="1", cards=cards, keepSize=True)[0]
+        run_command(made["folder"] + f" && cp '{pictures}-results/photo.png' result.png")
+        self.assertEqual((folder / "result.png").read_bytes(), save(cards))
+        self.assertNotIn("folder", texts([card("c1", "ConstantColorGenerator")]))
+
 
 class ResultTest(unittest.TestCase):
     def test_results_have_every_format(self):
@@ -250,6 +311,25 @@ class ResultTest(unittest.TestCase):
                 continue
             self.assertEqual((folder / answer["name"]).read_bytes()[:len(begin)], begin)
             self.assertEqual((answer["width"], answer["height"]), (WIDTH, HEIGHT))
+
+    def test_saving_reports_how_much_is_written(self):
+        for signal_number in (signal.SIGSTOP, signal.SIGCONT):
+            for worker in studio.workers():
+                os.kill(worker, signal_number)
+            if signal_number == signal.SIGSTOP:
+                wanted = live.begin("save", photo=number("photo.png"), cards=[], keepSize=True, format="png",
+                    options={}, name="x")
+                self.assertEqual(live.receive()[0], {"id": wanted, "written": 0})
+        answer = live.receive()[0]
+        while "written" in answer:
+            answer = live.receive()[0]
+        self.assertEqual((answer["id"], answer["name"]), (wanted, "x.png"))
+
+    def test_a_table_that_is_not_a_cube_is_refused(self):
+        for numbers, colors in (("0,0,0,1", "1"), (",".join("0" * 4 * 9), "9")):
+            answer = render([card("c1", "ColorCube", inputCubeData=numbers)])[0]
+            self.assertEqual(answer["card"], "c1")
+            self.assertIn(f"{colors} colors are not a cube", answer["error"])
 
     def test_a_dropped_picture_is_opened_once_and_named_without_its_folder(self):
         answer = json.loads(studio.drop("dropped%20one.png", png(20, 10)).body)
@@ -306,6 +386,7 @@ class CrashTest(unittest.TestCase):
             self.assertEqual(answer["id"], wanted)
             self.assertTrue(answer.get("restarted") or "part" in answer, answer)
             self.assertNotIn("card", answer)
+        render([])  # the one that notices a worker that was killed after its last answer
         self.assertIn("part", render([])[0])
 
 
@@ -323,8 +404,10 @@ class ProgramTest(unittest.TestCase):
             private = {os.readlink(path) for worker in workers for path in pathlib.Path(f"/proc/{worker}/fd").glob("*")}
             self.assertGreater(len(workers), 0)
             self.assertEqual(own.end(number_of_signal), (128 + number_of_signal, "", ""))
-            time.sleep(0.2)
-            self.assertEqual([worker for worker in workers if pathlib.Path(f"/proc/{worker}").exists()], [])
+            end = time.monotonic() + 20  # whoever inherits the workers collects them
+            while left := [worker for worker in workers if pathlib.Path(f"/proc/{worker}").exists()]:
+                self.assertLess(time.monotonic(), end, left)
+                time.sleep(0.01)
             self.assertFalse(any("zeva-studio-" in path and pathlib.Path(path).exists() for path in private))
 
     def test_a_port_that_is_taken_and_wrong_arguments_are_refused(self):
@@ -337,6 +420,35 @@ class ProgramTest(unittest.TestCase):
         self.assertEqual(self.fails("--folder", folder / "none")[0], 2)
         self.assertEqual(self.fails(folder / "none.png")[0], 1)
         self.assertEqual(self.fails("--trace", "x.json")[0], 2)
+
+    def test_a_filter_of_an_added_module_is_in_the_catalogue_and_a_card(self):
+        for arguments, environment in ((["--load", ADDED_FILTER], {}), ([], {"ZEVA_MODULES": ADDED_FILTER})):
+            own = Studio(photo, *arguments, env=os.environ | environment).enter()
+            self.addCleanup(own.end)
+            known = json.loads(own.get("/catalogue.json").body)["filters"]
+            plain = next(each for each in known if each["filter"] == "Plain")
+            self.assertEqual([key["name"] for key in plain["properties"]], ["inputStrength", "outputImage"])
+            answer = own.live().call("render", photo="1", cards=[card("c1", "Plain", inputStrength="2")],
+                view=view(9, 9))[0]
+            self.assertEqual((answer["card"], answer["error"]),
+                ("c1", "Plain: it has no output image for these settings"))
+
+    def test_a_missing_library_of_the_web_server_is_named(self):
+        (folder / "bin").mkdir()
+        program = shutil.copy(ZEVA, folder / "bin/zeva")
+
+        def failure():
+            libraries = {"LD_LIBRARY_PATH": str(FILTERS.parent.parent / "lib")}
+            made = subprocess.run([program, "studio", "--no-open"], capture_output=True, text=True, timeout=60,
+                env=os.environ | libraries)
+            return made.returncode, made.stdout, made.stderr
+
+        self.assertEqual(failure(),
+            (2, "", "zeva: studio: it was not built; install libcivetweb-dev and build zeva again\n"))
+        (folder / "lib").mkdir()
+        (folder / "lib/libstudio_server.so").write_bytes(b"needs a library that is missing")
+        self.assertEqual(failure(),
+            (2, "", "zeva: studio: the web server's library is missing; install libcivetweb1\n"))
 
     def test_a_chosen_port_is_used(self):
         with socket.socket() as free:

@@ -1,6 +1,6 @@
 """Runs a studio and talks to it with plain sockets, as a page does and as an attacker might.
 
-Run a test file as: FILE ZEVA CRASHING_FILTER.
+Run a test file as: FILE ZEVA CRASHING_FILTER ADDED_FILTER.
 """
 
 import json
@@ -19,7 +19,8 @@ sys.path.insert(0, str(pathlib.Path(__file__).parent.parent / "support"))
 import picture
 
 ZEVA = str(pathlib.Path(sys.argv.pop(1)).absolute())
-CRASHING_FILTER = sys.argv.pop(1) if len(sys.argv) > 1 and sys.argv[1].endswith(".so") else ""
+# Modules. Programs that are not tests have none.
+CRASHING_FILTER, ADDED_FILTER = [sys.argv.pop(1) for _ in sys.argv[1:3] if sys.argv[1].endswith(".so")] or ("", "")
 FILTERS = pathlib.Path(ZEVA).parent.parent / "modules/filters.so"
 PHOTO = "/usr/share/matplotlib/mpl-data/sample_data/grace_hopper.jpg"
 
@@ -191,7 +192,7 @@ class Live:
         wanted = self.begin(call, **members)
         while True:
             answer, data = self.receive()
-            if answer["id"] == wanted:
+            if answer["id"] == wanted and "written" not in answer:
                 return answer, data
 
     def files(self):

@@ -15,7 +15,7 @@ import sys
 WORDS = pathlib.Path(__file__).with_name("words.txt")
 LONGEST_LINE = 120
 # Files whose lines are as long as their content wants.
-LONG_LINES = re.compile(r"\.(md|json|ipynb|txt|toml|tbd|1|css|js|html|svg)$")
+LONG_LINES = re.compile(r"\.(md|json|ipynb|txt|toml|tbd|abi|1|css|js|html|svg)$")
 BINARY = re.compile(r"\.(jpg|jpeg|png|webp|icc)$")
 # Paths that exist on one machine only, and hosts that packages come from.
 MACHINE_PATH = re.compile(r"(?<![\w.])/(?:home|root|work|Users)/\w")

@@ -2,7 +2,7 @@
 //
 // Thumbnails are made one after the other by the worker that does not serve the screen, for what the list shows first.
 
-import { filters } from "./catalogue.js";
+import { steps } from "./catalogue.js";
 import { make } from "./controls.js";
 import { call } from "./live.js";
 
@@ -11,6 +11,7 @@ const search = document.getElementById("search");
 const results = document.getElementById("results");
 const found = document.getElementById("found");
 const SIDE = 120;
+const TINY = 4;  // pixels
 
 const items = new Map();  // by filter: {element, canvas, filter}
 let hooks = {};
@@ -20,7 +21,7 @@ let isMaking = false;
 
 function matching() {
   const words = search.value.toLowerCase().split(/\s+/).filter(Boolean);
-  const matches = filters.filter((filter) => words.every((word) => filter.search.includes(word)));
+  const matches = steps.filter((filter) => words.every((word) => filter.search.includes(word)));
   // Names that begin with the text come first, then those that contain it.
   const text = words.join(" ");
   const rank = ({ displayName, filter }) => {
@@ -52,12 +53,14 @@ function update() {
   found.textContent = matches.length === 1 ? "1 filter" : `${matches.length} filters`;
 }
 
-function paint(canvas, { json, pixels }) {
+function paint(canvas, { json, bytes }) {
   const [, , w, h] = json.part;
-  if (!pixels) return;
+  if (!bytes) return;
   canvas.width = w;
   canvas.height = h;
-  canvas.getContext("2d").putImageData(new ImageData(pixels, w, h), 0, 0);
+  canvas.getContext("2d").putImageData(new ImageData(bytes, w, h), 0, 0);
+  // The average of a picture is one pixel, and a histogram one row: such a result fills its thumbnail.
+  canvas.classList.toggle("tiny", Math.min(w, h) < TINY);
 }
 
 // Makes the thumbnails that are missing until the dialog closes.
@@ -66,7 +69,7 @@ async function makeThumbnails() {
   isMaking = true;
   try {
     for (;;) {
-      const filter = dialog.open ? [...matching(), ...filters].find((each) => !done.has(each)) : null;
+      const filter = dialog.open ? [...matching(), ...steps].find((each) => !done.has(each)) : null;
       if (!filter) return;
       done.add(filter);
       const { canvas, button } = itemOf(filter);

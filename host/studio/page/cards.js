@@ -265,8 +265,8 @@ function focusCard(name, by) {
   if (next) built.get(next.name).head.focus();
 }
 
-// Shows the cards of the present state.
-export function update() {
+// Shows the cards of the present state. In a drag, only cards change that are dragged.
+export function update(isDrag = false) {
   const { cards } = current();
   for (const [name, { element, filter }] of built) {
     if (cards.some((card) => card.name === name && card.filter === filter)) continue;
@@ -275,22 +275,31 @@ export function update() {
   }
   cards.forEach((card, i) => {
     if (!built.has(card.name)) built.set(card.name, build(card));
-    const { element, head, controls } = built.get(card.name);
+    const entry = built.get(card.name);
+    if (isDrag && entry.shown === card) return;
+    entry.shown = card;
+    const { element, controls } = entry;
     if (list.children[i] !== element) list.insertBefore(element, list.children[i] ?? null);
-    element.classList.toggle("off", card.isOff);
-    element.classList.toggle("chosen", card.name === chosen);
-    head.querySelector(".number").textContent = i + 1;
-    const title = filterOf(card).displayName;
-    head.setAttribute("aria-label", `${i + 1}. ${title}${card.isOff ? ", off" : ""}`);
-    head.setAttribute("aria-roledescription", "card");
-    const [toggle] = element.querySelectorAll(".tools button");
-    toggle.setAttribute("aria-label", `Switch ${title} ${card.isOff ? "on" : "off"}`);
+    if (!isDrag) updateHead(entry, card, i);
     for (const [key, made] of controls) {
       const first = firstText(key, hooks.photo(), hooks.others());
       const text = textOf(card, key);
+      if (isDrag && made.text === text) continue;
+      made.text = text;
       made.update(text, key.name in card.settings && card.settings[key.name] !== first);
     }
   });
+}
+
+function updateHead({ element, head }, card, i) {
+  element.classList.toggle("off", card.isOff);
+  element.classList.toggle("chosen", card.name === chosen);
+  head.querySelector(".number").textContent = i + 1;
+  const title = filterOf(card).displayName;
+  head.setAttribute("aria-label", `${i + 1}. ${title}${card.isOff ? ", off" : ""}`);
+  head.setAttribute("aria-roledescription", "card");
+  const [toggle] = element.querySelectorAll(".tools button");
+  toggle.setAttribute("aria-label", `Switch ${title} ${card.isOff ? "on" : "off"}`);
 }
 
 // Photos have other sizes and files other names: controls are made again.

@@ -1,7 +1,9 @@
-// catalogue.js - what the server says of the filters, and what follows from it for a photo: first values, ranges,
-// steps, the grid of a vector. There is no rule for a single filter here.
+// catalogue.js - what the server says of the filters, and of the methods of an image that can be steps of a chain; and
+// what follows from it for a photo: first values, ranges, steps, the grid of a vector. There is no rule for a single
+// filter here.
 
 export let filters = [];
+export let steps = [];  // the filters, and the methods
 export let colorSpaces = [];
 const byName = new Map();
 
@@ -16,11 +18,15 @@ export async function load() {
   ({ filters, methods, colorSpaces } = await (await fetch("/catalogue.json")).json());
   for (const filter of [...filters, ...methods]) {
     filter.keys = filter.properties.filter((key) => key.name !== "outputImage" && !key.readOnly);
+    // An added filter may have neither.
+    filter.displayName ||= filter.filter;
+    filter.category ||= "Added";
     filter.search = [filter.filter, filter.displayName, filter.description, filter.category, filter.categories]
       .join(" ").toLowerCase();
     // A filter wins over a method of the same name, as in a recipe.
     if (!byName.has(filter.filter)) byName.set(filter.filter, filter);
   }
+  steps = [...byName.values()];
 }
 
 export function filterOf(card) {
@@ -88,6 +94,13 @@ export function firstText(key, photo, others) {
   if (key.type === "CIImageQOR") {
     if (key.name === "inputImage") return "";
     return others.length > 0 ? `#${others[0].number}` : "$input";
+  }
+  // The parameters of a method have no defaults.
+  if (key.isParameter) {
+    if (key.values) return key.values[0];
+    if (key.type === "CIVectorQOR") return listText([0, 0, photo.width, photo.height]);
+    if (key.type === "NSAffineTransformQOR") return "scale:1";
+    return numberText(photo[key.name] ?? 1);
   }
   return "";
 }

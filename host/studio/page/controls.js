@@ -197,7 +197,8 @@ const CONTROLS = {
 // A labeled control with a button that resets it. `context` has change(text), reset(), photo, filter, files(),
 // steps(key), open(kind) and play(key, button).
 export function control(key, context) {
-  const { element, update } = (CONTROLS[key.type] ?? textControl)(key, context);
+  const build = key.values ? () => listControl(key, context, key.values) : CONTROLS[key.type] ?? textControl;
+  const { element, update } = build(key, context);
   const reset = make("button", {
     type: "button", className: "icon reset", textContent: "↺", title: "Reset to default",
     "aria-label": `Reset ${keyTitle(key)}`,

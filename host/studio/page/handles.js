@@ -16,14 +16,21 @@ const DIAL = 70;  // CSS pixels from a center to the knob of an angle
 let handles = [];  // {button, at: () => [x, y] in CSS pixels of the stage}
 let shapes = [];   // {element, update}
 
+// Adds a shape, with a dark line below the light one so that it is seen on every picture.
 function shape(name, update) {
-  const element = document.createElementNS(SVG, name);
-  lines.append(element);
-  shapes.push({ element, update });
+  for (const line of ["dark", "light"]) {
+    const element = document.createElementNS(SVG, name);
+    element.dataset.line = line;
+    lines.append(element);
+    shapes.push({ element, update });
+  }
 }
 
+// Changes nothing that is the same already: an attribute that is set makes the browser draw the whole layer again.
 function set(element, attributes) {
-  for (const [name, value] of Object.entries(attributes)) element.setAttribute(name, value);
+  for (const [name, value] of Object.entries(attributes)) {
+    if (element.getAttribute(name) !== String(value)) element.setAttribute(name, value);
+  }
 }
 
 // Adds a handle. `at` returns its place on the stage; `move` gets a place on the stage; `text` is what is read aloud.
@@ -31,7 +38,7 @@ function handle(kind, label, { at, move, text }) {
   const button = document.createElement("button");
   button.type = "button";
   button.className = `handle ${kind}`;
-  const name = () => button.setAttribute("aria-label", `${label}: ${text()}`);
+  const name = () => set(button, { "aria-label": `${label}: ${text()}` });
   let offset = null;
   button.addEventListener("pointerdown", (event) => {
     button.setPointerCapture(event.pointerId);

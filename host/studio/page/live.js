@@ -1,6 +1,6 @@
 // live.js - the connection to the server: calls by name, answers by id.
 //
-// A call returns a promise of its answer, {json, pixels}. It is rejected when the answer has an error, which then has
+// A call returns a promise of its answer, {json, bytes}. It is rejected when the answer has an error, which then has
 // the card that caused it. When the connection is lost, it is made again, and calls that wait are rejected.
 
 const secret = document.querySelector("meta[name=secret]").content;
@@ -11,19 +11,23 @@ let lastId = 0;
 
 function receive({ data }) {
   let json;
-  let pixels = null;
+  let bytes = null;
   if (typeof data === "string") {
     json = JSON.parse(data);
   } else {
     const length = new DataView(data).getUint32(0, true);
     json = JSON.parse(new TextDecoder().decode(new Uint8Array(data, 4, length)));
-    pixels = new Uint8ClampedArray(data, 4 + length);
+    bytes = new Uint8ClampedArray(data, 4 + length);
   }
   const call = waiting.get(json.id);
+  if (call && "written" in json) {
+    call.report(json);
+    return;
+  }
   waiting.delete(json.id);
   if (!call) return;
   if (json.error) call.reject(Object.assign(new Error(json.error), { card: json.card }));
-  else call.resolve({ json, pixels });
+  else call.resolve({ json, bytes });
 }
 
 function connect() {
@@ -44,14 +48,15 @@ export function start({ open, lost }) {
   connect();
 }
 
-export function call(name, members = {}) {
+// `report` is called with the server's reports of progress.
+export function call(name, members = {}, report = () => {}) {
   return new Promise((resolve, reject) => {
     if (socket.readyState !== WebSocket.OPEN) {
       reject(new Error("the studio is not connected"));
       return;
     }
     const id = ++lastId;
-    waiting.set(id, { resolve, reject });
+    waiting.set(id, { resolve, reject, report });
     socket.send(JSON.stringify({ id, call: name, ...members }));
   });
 }

@@ -1,5 +1,5 @@
 // readings.js - what can be read off the pixels: the histogram, the color under the pointer, the share of clipped
-// pixels.
+// pixels. A preview is not read: its pixels are not exact.
 
 import { renderScale, shown, toPhoto, view } from "./stage.js";
 
@@ -12,6 +12,7 @@ let timer = 0;
 
 function draw() {
   const image = shown.after;
+  if (image && !image.pixels) return;
   const context = canvas.getContext("2d");
   context.clearRect(0, 0, canvas.width, canvas.height);
   if (!image || image.width === 0) return;
@@ -58,7 +59,7 @@ export function pictureChanged() {
 }
 
 function colorAt(image, x, y) {
-  if (!image || image.width === 0) return "–";
+  if (!image?.pixels || image.width === 0) return "–";
   const column = Math.floor(x * image.scale) - image.part[0];
   const row = Math.floor((view.photo.height - y) * image.scale) - image.part[1];
   if (column < 0 || row < 0 || column >= image.width || row >= image.height) return "–";

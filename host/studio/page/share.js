@@ -18,7 +18,8 @@ function toClipboard(text, button) {
   navigator.clipboard?.writeText(text).then(confirm, () => document.execCommand("copy") && confirm());
 }
 
-const FORMS = [["command", "Command line"], ["lua", "Lua"], ["recipe", "Recipe"], ["link", "Link"]];
+const FORMS = [["command", "Command line"], ["folder", "Command line for a folder"], ["lua", "Lua"],
+  ["recipe", "Recipe"], ["link", "Link"]];
 
 export async function openCopy() {
   const list = at("copies");
@@ -26,8 +27,8 @@ export async function openCopy() {
   at("copy-dialog").showModal();
   try {
     const { json } = await call("copy", hooks.request());
-    for (const [name, title] of FORMS) {
-      const text = name === "link" ? json.link : json[name];
+    for (const [name, title] of FORMS.filter(([each]) => each in json)) {
+      const text = json[name];
       const area = make("textarea", { readOnly: true, value: text, id: `copy-${name}`, "aria-label": title,
         rows: Math.min(9, Math.max(2, text.split("\n").length + 1)), spellcheck: false });
       const button = make("button", { type: "button", textContent: "Copy", "aria-label": `Copy ${title}` });
@@ -92,6 +93,8 @@ async function saveNow() {
   try {
     const { json } = await call("save", {
       ...hooks.request(), format, options, name: at("save-name").value, toFolder: at("save-to").value === "folder",
+    }, ({ written }) => {
+      at("save-done").textContent = `Saving: ${(written / 1e6).toFixed(1)} MB are written`;
     });
     if (json.download) {
       const link = make("a", { href: json.download, download: json.name });

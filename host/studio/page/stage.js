@@ -3,23 +3,29 @@
 // Lengths are in device pixels unless a name says otherwise. `zoom` is device pixels per pixel of the photo. Below
 // 100 % the server renders at that scale; above, it renders single pixels and the page enlarges them.
 //
-// At most two requests are pending. The server renders the newest and drops those that it overtakes.
+// At most two requests are pending. The server renders the newest and drops those that it overtakes. While the state
+// changes, pictures are previews, which are sent and drawn in a fraction of the time (host/studio/preview.h); the exact
+// pixels follow when it rests.
 
 import { call, forget, lastCall } from "./live.js";
+import { decodedPreview, drawPreview } from "./preview.js";
 
 const stage = document.getElementById("stage");
 const split = document.getElementById("split");
 const canvases = { before: document.getElementById("before"), after: document.getElementById("after") };
 const ZOOMS = [0.05, 0.1, 0.25, 0.5, 0.75, 1, 2, 4, 8, 16];
 const PENDING = 2;
+const REST = 100;  // milliseconds without a change of a drag
 
 export const view = { photo: null, zoom: 1, x: 0, y: 0, isFitted: true, cut: 0.5, compares: true };
-// The pixels on the screen: {pixels, width, height, part, scale}.
+// The pictures on the screen: {pixels, width, height, part, scale}. Those of a preview have no pixels.
 export const shown = { before: null, after: null };
 const hooks = { painted: () => {}, moved: () => {}, failed: () => {} };
 let request = null;  // the state to render: {cards, keepSize}
 let pending = [];    // ids of requests
 let isStale = false;
+let restTimer = 0;
+let painting = Promise.resolve();  // the last answer that is being painted
 let markClipped = false;
 let showsOnlyBefore = false;
 
@@ -94,7 +100,7 @@ function changed() {
   place();
   hooks.moved();
   request = request && { ...request };
-  send();
+  sendChange(true);
   sendBefore();
 }
 
@@ -163,7 +169,7 @@ export function setOnlyBefore(isOnly) {
 
 export function setMarkClipped(marks) {
   markClipped = marks;
-  for (const name of Object.keys(canvases)) draw(name);
+  draw("after");
 }
 
 // A copy of the pixels in which those without detail are red (too bright) or blue (too dark).
@@ -178,28 +184,38 @@ function withMarks(pixels) {
   return marked;
 }
 
-function draw(name) {
-  const image = shown[name];
-  if (!image || image.width === 0) return;
+// Returns the context of a canvas that has a size.
+function contextOf(name, width, height) {
   const canvas = canvases[name];
-  if (canvas.width !== image.width || canvas.height !== image.height) {
-    canvas.width = image.width;
-    canvas.height = image.height;
-  }
-  const pixels = markClipped && name === "after" ? withMarks(image.pixels) : image.pixels;
-  canvas.getContext("2d", { willReadFrequently: true }).putImageData(new ImageData(pixels, image.width, image.height),
-    0, 0);
+  if (canvas.width !== width || canvas.height !== height) Object.assign(canvas, { width, height });
+  return canvas.getContext("2d", { willReadFrequently: true });
 }
 
-function keep(name, { json, pixels }, scale) {
-  const [x, y, w, h] = json.part;
-  shown[name] = pixels
-    ? { pixels, width: w, height: h, part: [x, y, w, h], scale, frame: json.frame }
-    : { pixels: new Uint8ClampedArray(4), width: 0, height: 0, part: [0, 0, 0, 0], scale, frame: json.frame };
-  draw(name);
+function draw(name) {
+  const image = shown[name];
+  if (!image?.pixels) return;
+  const pixels = markClipped && name === "after" ? withMarks(image.pixels) : image.pixels;
+  contextOf(name, image.width, image.height).putImageData(new ImageData(pixels, image.width, image.height), 0, 0);
+}
+
+function keep(name, { json, bytes }) {
+  const [x, y, width, height] = json.part;
+  const pixels = json.stripes ? null : bytes ?? new Uint8ClampedArray(4);
+  shown[name] = { pixels, width, height, part: [x, y, width, height], scale: json.scale };
+  if (width > 0) draw(name);
   place();
 }
 
+// Paints an answer, after those before it.
+async function paint({ json, bytes }, photo) {
+  const preview = json.stripes && await decodedPreview(json, bytes);
+  if (view.photo !== photo) return;
+  if (preview) drawPreview(contextOf("after", json.part[2], json.part[3]), preview);
+  keep("after", { json, bytes });
+  hooks.painted(json);
+}
+
+// Sends the state unless too much is pending. A preview is asked for while it changes.
 function send() {
   if (!request || !view.photo) return;
   if (pending.length >= PENDING) {
@@ -208,22 +224,33 @@ function send() {
   }
   isStale = false;
   const { photo } = view;
-  const scale = renderScale();
   const sent = request;
-  const promise = call("render", { photo: String(photo.number), ...sent, view: visible() });
+  const isQuick = restTimer !== 0 && !markClipped;
+  const promise = call("render", { photo: String(photo.number), ...sent, view: visible(), isQuick });
   const id = lastCall();
   pending.push(id);
-  promise.then(
-    (answer) => {
-      finish(id);
-      if (view.photo !== photo) return;
-      keep("after", answer, scale);
-      hooks.painted(answer.json, sent);
-    },
-    (error) => {
-      finish(id);
-      hooks.failed(error, sent);
-    });
+  promise.then((answer) => {
+    finish(id);
+    const painted = painting.then(() => paint(answer, photo));
+    painting = painted.catch(() => {});
+    return painted;
+  }).catch((error) => {
+    finish(id);
+    hooks.failed(error);
+  }).then(() => {
+    if (!isQuick && sent === request && restTimer === 0) stage.dataset.shows = "result";
+  });
+}
+
+// Shows a change: a preview at once, and then the exact pixels; in a drag, when it rests.
+function sendChange(isDrag) {
+  stage.dataset.shows = "change";
+  clearTimeout(restTimer);
+  restTimer = setTimeout(() => {
+    restTimer = 0;
+    send();
+  }, isDrag ? REST : 0);
+  send();
 }
 
 // An answer means that earlier requests were answered or overtaken.
@@ -240,17 +267,17 @@ function sendBefore() {
   clearTimeout(beforeTimer);
   beforeTimer = setTimeout(() => {
     const { photo } = view;
-    const scale = renderScale();
     call("before", { photo: String(photo.number), cards: [], keepSize: true, view: visible() }).then(
       (answer) => {
-        if (view.photo === photo) keep("before", answer, scale);
+        if (view.photo === photo) keep("before", answer);
       }, () => {});
   }, 20);
 }
 
-export function show(next) {
+// Shows a state, which may be one of a drag.
+export function show(next, isDrag) {
   request = next;
-  send();
+  sendChange(isDrag);
 }
 
 export function setPhoto(photo) {

@@ -22,7 +22,7 @@ const photo = () => files.find((file) => file.number === history.current()?.phot
 const others = () => pictures().filter((file) => file !== photo());
 
 function say(text) {
-  at("status").textContent = text;
+  if (at("status").textContent !== text) at("status").textContent = text;
 }
 
 // The state as the server reads it: without the cards that are off.
@@ -77,10 +77,11 @@ function changed(state, mark) {
   const shownPhoto = photo();
   const isOther = stage.view.photo !== shownPhoto;
   stage.setPhoto(shownPhoto);
+  // First, so that it is rendered meanwhile.
+  if (shownPhoto) stage.show(requestOf(state), mark !== null);
   at("welcome").hidden = Boolean(shownPhoto);
   if (isOther) cards.rebuild();
-  else cards.update();
-  if (shownPhoto) stage.show(requestOf(state));
+  else cards.update(mark !== null);
   at("undo").disabled = !history.canUndo();
   at("redo").disabled = !history.canRedo();
   at("keep-size").checked = state.keepSize;
@@ -257,7 +258,7 @@ stage.listen({
   painted(json) {
     cards.showProblem(null, "");
     say(json.isFullSize && stage.renderScale() < 1 ? "Rendered at full size and scaled down" : "");
-    pictureChanged();
+    if (!json.stripes) pictureChanged();
     at("stage").dataset.painted = Number(at("stage").dataset.painted ?? 0) + 1;
   },
   failed(error) {
@@ -286,7 +287,7 @@ adder.begin({
     const size = photo();
     const width = Math.max(1, Math.round(size.width * Math.min(1, side / Math.max(size.width, size.height))));
     const request = wholeRequest();
-    return { ...request, keepSize: true, cards: [...request.cards,
+    return { ...request, keepSize: false, cards: [...request.cards,
       requestOf({ cards: [cards.newCard(filter)] }).cards[0]],
       view: { width, x: 0, y: 0, w: side, h: side } };
   },

@@ -19,8 +19,9 @@ ImageRef MakeBoxBlurImage(ImageRef input, double width);
 
 // Returns the mean over a disc whose rim is one pixel soft, or the input itself when the radius is 0 or less.
 //
-// The extent grows by the radius, rounded up, plus 2. Above a radius of 128 pixels the mean is computed on a reduced
-// image.
-ImageRef MakeDiscBlurImage(ImageRef input, double radius);
+// The extent grows by the radius, rounded up, plus 2. Above the largest exact radius the mean is computed on a reduced
+// image: that rounds the steps of the rim, by less than the reduced image's pixels.
+inline constexpr double kLargestExactDisc = 128;
+ImageRef MakeDiscBlurImage(ImageRef input, double radius, double largestExact = kLargestExactDisc);
 
 }  // namespace core_image

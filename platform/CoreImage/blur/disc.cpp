@@ -110,13 +110,14 @@ void Disc::Blur(const Planes& source, Planes& out) const {
     }
 }
 
-ImageRef MakeDiscBlurImage(ImageRef input, double radius) {
+ImageRef MakeDiscBlurImage(ImageRef input, double radius, double largestExact) {
     if (!(radius > 0) || input->GetExtent().IsEmpty()) return input;
     radius = std::min(radius, kWidestBlur / 2);
     const Extent extent = input->GetExtent().GrownBy(std::ceil(radius) + 2);
-    if (radius > kLargestExactDisc) {
-        const Reduction reduction = ReductionFor(radius / kLargestExactDisc);
-        ImageRef blurred = MakeDiscBlurImage(Reduced(std::move(input), reduction), radius / reduction.Factor());
+    if (radius > largestExact) {
+        const Reduction reduction = ReductionFor(radius / largestExact);
+        ImageRef blurred =
+            MakeDiscBlurImage(Reduced(std::move(input), reduction), radius / reduction.Factor(), largestExact);
         return Enlarged(std::move(blurred), reduction, extent);
     }
     return std::make_shared<DiscImage>(std::move(input), extent, radius);

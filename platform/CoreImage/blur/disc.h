@@ -12,9 +12,6 @@
 
 namespace core_image {
 
-// Up to this radius a disc is computed exactly; a larger one on a reduced image (MakeDiscBlurImage).
-inline constexpr double kLargestExactDisc = 128;
-
 // A disc, its weights summing to one. One of radius 0 is a single pixel.
 class Disc {
   public:

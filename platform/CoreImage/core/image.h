@@ -232,6 +232,10 @@ class Image {
 // Prepares an image for a region, or rather for the part of the region that lies in the image.
 [[nodiscard]] Prepared Prepare(const ImageRef& image, const Region& region);
 
+// Follows the largest input of each image down a recipe. Returns how many pixels of an input its tiles read for a
+// region, where that is the most.
+[[nodiscard]] double MostPixelsRead(const ImageRef& image, const Region& region);
+
 // Prepares an input, for the only time in a MakeStage(). If no other image uses the input, nothing else refers to its
 // stage then.
 [[nodiscard]] Prepared PrepareLast(const ImageRef& image, const Region& region);

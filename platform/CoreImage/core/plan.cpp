@@ -316,6 +316,22 @@ Prepared PrepareInput(const ImageRef& image, const Region& region, bool isLast) 
 
 }  // namespace
 
+double MostPixelsRead(const ImageRef& image, const Region& region) {
+    double most = 0;
+    for (Wanted wanted = Resolved(image.Get(), region); !wanted.region.IsEmpty();) {
+        Needs needs;
+        wanted.image->AddNeeds(wanted.region, needs);
+        wanted.region = {};
+        for (const Needs::Need& need : needs.All()) {
+            const Wanted input = Resolved(need.image, need.region);
+            if (need.isAtOnce || input.region.IsEmpty()) continue;
+            if (PixelCount(input.region) > PixelCount(wanted.region)) wanted = input;
+        }
+        most = std::max(most, PixelCount(wanted.region));
+    }
+    return most;
+}
+
 Prepared Prepare(const ImageRef& image, const Region& region) { return PrepareInput(image, region, /*isLast=*/false); }
 
 Prepared PrepareLast(const ImageRef& image, const Region& region) {

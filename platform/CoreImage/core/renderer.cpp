@@ -88,7 +88,7 @@ void RenderWhole(const ImageRef& image, const Region& region, const Region& bloc
     // Rows are long when only runs of them are held in memory.
     const std::int64_t width = isPointwise ? block.width : cut.tileWidth;
     const std::int64_t height = std::max<std::int64_t>(1, cut.tileWidth * cut.tileHeight / width);
-    tbb::parallel_for<std::int64_t>(0, PieceCount(block, width, height), [&](std::int64_t tileIndex) {
+    const auto render = [&](std::int64_t tileIndex) {
         const Region piece = Piece(block, width, height, tileIndex);
         if (isPointwise) {
             RenderRuns(prepared, region, piece, destination);
@@ -97,7 +97,27 @@ void RenderWhole(const ImageRef& image, const Region& region, const Region& bloc
         } else {
             RenderAndStore(prepared, region, piece, destination);
         }
-    });
+    };
+    // Handing a single piece to another thread would take longer than rendering a small image.
+    const std::int64_t count = PieceCount(block, width, height);
+    if (count == 1) {
+        render(0);
+    } else {
+        tbb::parallel_for<std::int64_t>(0, count, render);
+    }
+}
+
+// How many pixels of a picture that is shrunk a block reads, about. The decoded rows of a block are held until it is
+// done, so in low blocks a large picture passes through memory instead of staying there.
+constexpr double kMostPixelsOfShrunk = 2 << 20;
+
+// Returns the height of the blocks of a region; no side of a block is longer than the edge.
+std::int64_t BlockHeight(const ImageRef& image, const Region& region, std::int64_t edge, std::int64_t tileHeight) {
+    const Region block = Piece(region, edge, edge, 0);
+    const double read = MostPixelsRead(image, block);
+    if (read < kMostPixelsOfShrunk || read < 2 * PixelCount(block)) return edge;
+    const auto height = static_cast<std::int64_t>(static_cast<double>(block.height) * kMostPixelsOfShrunk / read);
+    return std::max(tileHeight, height / tileHeight * tileHeight);
 }
 
 // Below this size a block's padding outgrows it, so that dividing it further would save no memory.
@@ -114,8 +134,9 @@ void Render(const ImageRef& image, const Region& region, const BitmapDestination
     // The blocks that are still to be rendered, the next one last.
     std::vector<Region> blocks;
     const auto divide = [&](const Region& whole) {
-        for (std::int64_t index = PieceCount(whole, edge, edge); index-- > 0;) {
-            blocks.push_back(Piece(whole, edge, edge, index));
+        const std::int64_t height = BlockHeight(image, whole, edge, cut.tileHeight);
+        for (std::int64_t index = PieceCount(whole, edge, height); index-- > 0;) {
+            blocks.push_back(Piece(whole, edge, height, index));
         }
     };
     divide(region);

@@ -2,6 +2,7 @@
 
 #include "core/tile.h"
 
+#include <sys/mman.h>
 #include <tbb/scalable_allocator.h>
 
 #include <cstdlib>
@@ -29,6 +30,19 @@ std::size_t FloatsPerRow(const Region& region) {
     return floats;
 }
 
+// Lets the system use huge pages for large memory: each first use of a small page costs more than filling it.
+void AskForHugePages(void* memory, std::size_t bytes) {
+#ifdef MADV_HUGEPAGE
+    constexpr std::size_t kHugePage = std::size_t{2} << 20;
+    if (bytes < 4 * kHugePage) return;
+    // A request of whole pages. It is only advice, so failing is no error.
+    const std::size_t skipped = (kHugePage - reinterpret_cast<std::uintptr_t>(memory) % kHugePage) % kHugePage;
+    madvise(static_cast<char*>(memory) + skipped, (bytes - skipped) / kHugePage * kHugePage, MADV_HUGEPAGE);
+#else
+    (void)memory, (void)bytes;
+#endif
+}
+
 }  // namespace
 
 // Why not malloc: it returns large blocks to the system, and the page faults of new ones take longer than the work
@@ -43,6 +57,7 @@ void* AllocateKept(std::size_t bytes) {
     void* memory = scalable_aligned_malloc(size, kAlignment);
 #endif
     if (memory == nullptr) throw MemoryShortage(size, 0);
+    AskForHugePages(memory, size);
     return memory;
 }
 

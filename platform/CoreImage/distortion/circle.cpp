@@ -13,38 +13,6 @@ namespace {
 
 constexpr double kWhole = 2 * std::numbers::pi;
 
-// How far the angle bends at most, eight times around the circle.
-constexpr double kBend = 0.0102;
-
-// Maps a pixel, given by its angle and its distance from a circle, to a place that far along and above the lower left
-// pixel of an extent. Angles are counted clockwise from the start.
-class CircularWarp : public Warp {
-  public:
-    CircularWarp(const Extent& extent, const Point& center, double radius, double start)
-        : extent_(extent), center_(center), radius_(radius), start_(start) {}
-
-    void Places(const PlaceRow& row, double* x, double* y) const override {
-        // Half a pixel before the start still shows the soft edge of the image.
-        const double least = radius_ > 0 ? -std::min(0.5 / radius_, std::numbers::pi) : 0;
-        const double dy = static_cast<double>(row.y) + 0.5 - center_.y;
-        for (std::size_t index = 0; index < row.count; ++index) {
-            const double dx = static_cast<double>(row.x + static_cast<std::int64_t>(index)) + 0.5 - center_.x;
-            const double turns = (start_ - std::atan2(dy, dx) - least) / kWhole;
-            const double angle = least + (turns - std::floor(turns)) * kWhole;
-            x[index] = extent_.left + 0.5 + radius_ * (angle + kBend * std::sin(8 * angle));
-            y[index] = extent_.bottom + 0.5 + std::sqrt(dx * dx + dy * dy) - radius_;
-        }
-    }
-
-    Extent Source(const Extent&) const override { return extent_; }
-
-  private:
-    Extent extent_;
-    Point center_;
-    double radius_;
-    double start_;
-};
-
 // The box of a ring sector: from one radius to a larger one, clockwise from a start over a length, in radians.
 Extent BoxOfSector(const Point& center, double inner, double outer, double start, double length) {
     if (length >= kWhole) return {center.x - outer, center.y - outer, center.x + outer, center.y + outer};
@@ -94,7 +62,8 @@ ImageRef CircularWrap(const Inputs& inputs) {
     const double length = radius > 0 ? static_cast<double>(pixels.width - 1) / radius : kWhole;
     const Extent box = BoxOfSector(center, radius, outer, start, length);
     const Extent bent = {std::floor(box.left), std::floor(box.bottom), std::ceil(box.right), std::ceil(box.top)};
-    return MakeWarpedImage(std::move(input), std::make_shared<CircularWarp>(extent, center, radius, start), bent);
+    const double least = radius > 0 ? -std::min(0.5 / radius, std::numbers::pi) : 0;
+    return MakeFormulaWarp(std::move(input), bent, WrapFormula{extent, center, radius, start, least});
 }
 
 }  // namespace core_image

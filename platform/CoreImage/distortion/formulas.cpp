@@ -4,12 +4,15 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 
 #include "core/luminance.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "distortion/formulas.cpp"
 #include <hwy/foreach_target.h>
+
+#include <hwy/contrib/math/math-inl.h>
 
 #include "sampling/warp-inl.h"
 
@@ -27,6 +30,24 @@ HWY_INLINE V Fall(V t) {
 }
 
 HWY_INLINE V Length(V x, V y) { return hn::Sqrt(hn::MulAdd(x, x, hn::Mul(y, y))); }
+
+constexpr double kTurn = 2 * std::numbers::pi;
+
+// An angle without whole turns, from -kTurn / 2 to kTurn / 2 even for numbers whose fractions are lost.
+HWY_INLINE V WithoutTurns(V angle) {
+    const V turns = hn::Round(hn::Mul(angle, Number(1 / kTurn)));
+    return hn::Min(hn::Max(hn::NegMulAdd(turns, Number(kTurn), angle), Number(-kTurn / 2)), Number(kTurn / 2));
+}
+
+// The angle of a direction, from -kTurn / 2 to kTurn / 2; 0 for (0, 0).
+HWY_INLINE V Angle(V y, V x) {
+    const V width = hn::Abs(x), height = hn::Abs(y);
+    const V longer = hn::Max(hn::Max(width, height), Number(1e-300));
+    V angle = hn::Atan(PlaceTag(), hn::Div(hn::Min(width, height), longer));
+    angle = hn::IfThenElse(hn::Gt(height, width), hn::Sub(Number(kTurn / 4), angle), angle);
+    angle = hn::IfThenElse(hn::Lt(x, Number(0)), hn::Sub(Number(kTurn / 2), angle), angle);
+    return hn::CopySign(angle, y);
+}
 
 // The pixels of a guide at the places of one vector.
 struct Guide {
@@ -102,8 +123,10 @@ HWY_INLINE void Move(const LozengeFormula& f, const Guide&, V& x, V& y) {
     const V share = hn::Div(hn::Mul(hn::Add(cosA, Number(LozengeFormula::kGround)), sine),
                             hn::Max(hn::Mul(sinA, cosine), Number(1e-12)));
     const V move = hn::IfThenElseZero(hn::Lt(sinA, Number(1)), share);
-    x = hn::NegMulAdd(dx, move, x);
-    y = hn::NegMulAdd(dy, move, y);
+    const auto within = [](V place, double least, double most)
+                            HWY_ATTR { return hn::Min(hn::Max(place, Number(least)), Number(most)); };
+    x = within(hn::NegMulAdd(dx, move, x), f.picture.left, f.picture.right);
+    y = within(hn::NegMulAdd(dy, move, y), f.picture.bottom, f.picture.top);
 }
 
 HWY_INLINE void Move(const DisplacementFormula& f, const Guide& guide, V& x, V& y) {
@@ -118,6 +141,50 @@ HWY_INLINE void Move(const GlassFormula& f, const Guide& guide, V& x, V& y) {
     const V half = Number(f.scale / 2);
     x = hn::MulAdd(hn::Sub(guide.Light(1, 0), guide.Light(-1, 0)), half, x);
     y = hn::MulAdd(hn::Sub(guide.Light(0, 1), guide.Light(0, -1)), half, y);
+}
+
+HWY_INLINE void Move(const WrapFormula& f, const Guide&, V& x, V& y) {
+    const V dx = hn::Sub(x, Number(f.center.x)), dy = hn::Sub(y, Number(f.center.y));
+    const V turns = hn::Mul(hn::Sub(Number(f.start - f.least), Angle(dy, dx)), Number(1 / kTurn));
+    const V angle = hn::MulAdd(hn::Sub(turns, hn::Floor(turns)), Number(kTurn), Number(f.least));
+    const V bend = hn::Sin(PlaceTag(), WithoutTurns(hn::Mul(Number(8), angle)));
+    const V along = hn::MulAdd(bend, Number(WrapFormula::kBend), angle);
+    x = hn::MulAdd(along, Number(f.radius), Number(f.extent.left + 0.5));
+    y = hn::Add(Length(dx, dy), Number(f.extent.bottom + 0.5 - f.radius));
+}
+
+HWY_INLINE void Move(const DrosteFormula& f, const Guide&, V& x, V& y) {
+    const PlaceTag d;
+    const V meetingX = Number(f.horizontal.fixed), meetingY = Number(f.vertical.fixed);
+    const V dx = hn::Sub(x, meetingX), dy = hn::Sub(y, meetingY);
+    const V square = hn::MulAdd(dx, dx, hn::Mul(dy, dy));
+    const auto isMeeting = hn::Eq(square, Number(0));
+    const V angle = WithoutTurns(hn::Sub(Angle(dy, dx), Number(f.rotation)));
+    const V scaled = hn::Mul(hn::Max(square, Number(1e-300)), Number(1 / (f.zoom * f.zoom)));
+    const V depth = hn::Mul(hn::Log(d, scaled), Number(0.5));
+    // One more turn of the angle corresponds to as many turns as there are strands, and to periodicity copies.
+    const V strands = Number(f.strands), slant = Number(f.periodicity * f.level / kTurn);
+    const V newAngle = WithoutTurns(hn::NegMulAdd(slant, depth, hn::Mul(strands, angle)));
+    const V newDepth = hn::MulAdd(slant, angle, hn::Mul(strands, depth));
+
+    // Maps the copy that contains this place to the picture: 0 is its border, -1 the border of the next copy inside.
+    const V wayX = hn::Cos(d, newAngle), wayY = hn::Sin(d, newAngle);
+    // A signed distance from the fixed point, relative to the picture's edge on that side.
+    const auto borders = [](const DrosteAxis& axis, V way) HWY_ATTR {
+        return hn::Max(hn::Mul(way, Number(-axis.perBelow)), hn::Mul(way, Number(axis.perBeyond)));
+    };
+    const V border = hn::Max(borders(f.horizontal, wayX), borders(f.vertical, wayY));
+    const V copies = hn::Mul(hn::Add(newDepth, hn::Log(d, border)), Number(1 / f.level));
+    const V within = hn::Sub(hn::Sub(copies, hn::Floor(copies)), Number(1));
+    // A copy has the picture's shape, but its inset may have another: the area between them is stretched from one to
+    // the other, because each direction shrinks by its own level.
+    const auto place = [&](const DrosteAxis& axis, V way, V meeting) HWY_ATTR {
+        const V length = hn::Exp(d, hn::Mul(within, Number(axis.level)));
+        const V moved = hn::MulAdd(hn::Div(way, border), length, meeting);
+        return hn::IfThenElse(isMeeting, meeting, moved);
+    };
+    x = place(f.horizontal, wayX, meetingX);
+    y = place(f.vertical, wayY, meetingY);
 }
 
 #define CORE_IMAGE_DEFINE(name)                                                                               \
@@ -211,7 +278,9 @@ bool LozengeFormula::Moves(const Extent& centers) const { return Meet(centers, B
 Extent LozengeFormula::Source(const Extent& centers) const {
     if (!Moves(centers)) return centers;
     const double tangent = std::sqrt(std::abs(refraction * refraction - 1)) / std::min(1.0, refraction);
-    return Both(centers, BoxOf(*this).GrownBy(radius * (1 + kGround) * tangent));
+    const Extent all = Both(centers, BoxOf(*this).GrownBy(radius * (1 + kGround) * tangent));
+    return {std::clamp(all.left, picture.left, picture.right), std::clamp(all.bottom, picture.bottom, picture.top),
+            std::clamp(all.right, picture.left, picture.right), std::clamp(all.top, picture.bottom, picture.top)};
 }
 
 bool DisplacementFormula::Moves(const Extent&) const { return true; }

@@ -23,7 +23,9 @@ namespace core_image {
     FORMULA(Splash)                       \
     FORMULA(Lozenge)                      \
     FORMULA(Displacement)                 \
-    FORMULA(Glass)
+    FORMULA(Glass)                        \
+    FORMULA(Wrap)                         \
+    FORMULA(Droste)
 
 // A point, or the vector from one to another.
 struct Point {
@@ -68,6 +70,7 @@ struct LozengeFormula {
     Point way;          // to the other end of the axis
     double radius;      // above 0
     double refraction;  // above 0
+    Extent picture;     // continues with its outermost pixels, so that places need not lie beyond it
 
     // The distance of a point from the axis, which ends at its two points.
     double Distance(double x, double y) const;
@@ -94,6 +97,45 @@ struct GlassFormula {
     bool Moves(const Extent& centers) const;
 };
 
+// A pixel, by its angle and its distance from a circle, is the place that far along and above the lower left pixel of
+// an extent. Angles are counted clockwise from the start.
+struct WrapFormula {
+    static constexpr double kBend = 0.0102;  // how far the angle bends at most, eight times around the circle
+
+    Extent extent;
+    Point center;
+    double radius;
+    double start;
+    double least;  // the angle half a pixel before the start, which still shows the soft edge of the image
+
+    Extent Source(const Extent&) const { return extent; }
+    bool Moves(const Extent&) const { return true; }
+};
+
+// One direction of a picture within itself, from the fixed point of shrinking the picture to its inset.
+struct DrosteAxis {
+    double fixed;
+    double perBelow, perBeyond;  // one by the distances to the picture's edges
+    double level;                // the logarithm of the picture's length by the inset's
+};
+
+// The plane around the point where all copies of a picture meet, unrolled by the logarithm, turned and stretched by one
+// complex number, and rolled up again; see droste.cpp.
+struct DrosteFormula {
+    static constexpr bool kIsScattered = true;
+
+    Extent extent;
+    DrosteAxis horizontal, vertical;
+    double level;        // the larger one of both directions
+    double periodicity;  // copies for each turn
+    double strands;      // turns for each turn
+    double rotation;
+    double zoom;  // above 0
+
+    Extent Source(const Extent&) const { return extent; }
+    bool Moves(const Extent&) const { return true; }
+};
+
 #define CORE_IMAGE_DECLARE(name) \
     void FindPlaces(const name##Formula& formula, const PlaceRow& row, double* x, double* y);
 CORE_IMAGE_WARP_FORMULAS(CORE_IMAGE_DECLARE)
@@ -108,6 +150,9 @@ class FormulaWarp : public Warp {
     void Places(const PlaceRow& row, double* x, double* y) const override { FindPlaces(formula_, row, x, y); }
     Extent Source(const Extent& centers) const override { return formula_.Source(centers); }
     bool Moves(const Extent& centers) const override { return formula_.Moves(centers); }
+    bool IsScattered() const override {
+        return requires { Formula::kIsScattered; };
+    }
     std::int64_t GuideMargin() const override { return kGuideMargin; }
 
   private:

@@ -20,23 +20,25 @@ namespace core_image::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 using Doubles = hn::CappedTag<double, kPlaceStep>;
 
-// Widens a range to contain all numbers, whose count is a multiple of kPlaceStep.
+// Widens a range to contain all numbers.
 HWY_INLINE void Widen(const double* numbers, std::size_t count, double* least, double* most) {
     const Doubles d;
     auto low = hn::Set(d, *least), high = hn::Set(d, *most);
-    for (std::size_t index = 0; index < count; index += hn::Lanes(d)) {
-        const auto number = hn::LoadU(d, numbers + index);
+    const auto include = [&](auto number) HWY_ATTR {
         low = hn::Min(low, number);
         high = hn::Max(high, number);
-    }
+    };
+    std::size_t index = 0;
+    for (; index + hn::Lanes(d) <= count; index += hn::Lanes(d)) include(hn::LoadU(d, numbers + index));
+    for (; index < count; ++index) include(hn::Set(d, numbers[index]));
     *least = hn::GetLane(hn::MinOfLanes(d, low));
     *most = hn::GetLane(hn::MaxOfLanes(d, high));
 }
 
-HWY_ATTR void BoundsOfPlaces(const Places& places, Extent* bounds) {
-    for (std::int64_t row = places.GetRegion().y; row < places.GetRegion().Top(); ++row) {
-        Widen(places.X(row), places.RowLength(), &bounds->left, &bounds->right);
-        Widen(places.Y(row), places.RowLength(), &bounds->bottom, &bounds->top);
+HWY_ATTR void BoundsOfPlaces(const PlacesView& places, Extent* bounds) {
+    for (std::int64_t row = places.region.y; row < places.region.Top(); ++row) {
+        Widen(places.X(row), places.Width(), &bounds->left, &bounds->right);
+        Widen(places.Y(row), places.Width(), &bounds->bottom, &bounds->top);
     }
 }
 
@@ -51,7 +53,7 @@ struct Corners {
     float right[kMostAtOnce], above[kMostAtOnce];
 };
 
-// Splits places in one direction, where a block covers the pixels from least to most.
+// Splits places in one direction, where a block covers the pixels from least to most. Whole vectors are read.
 HWY_INLINE void Split(const double* places, std::size_t count, double least, double most, std::int32_t* pixels,
                       float* rests) {
     const Doubles d;
@@ -90,18 +92,18 @@ HWY_INLINE void SampleCorners(const float* block, std::ptrdiff_t rowLength, cons
     }
 }
 
-HWY_ATTR void SampleTile(const View& source, const Places& places, const Tile& out) {
+HWY_ATTR void SampleTile(const View& source, const PlacesView& places, const Tile& out) {
     const Region& region = source.region;
     const double left = static_cast<double>(region.x), mostX = static_cast<double>(region.Right() - 1);
     const double bottom = static_cast<double>(region.y), mostY = static_cast<double>(region.Top() - 1);
     Corners corners;
     for (std::int64_t row = out.region.y; row < out.region.Top(); ++row) {
         for (std::size_t start = 0; start < out.Width(); start += kMostAtOnce) {
-            const std::size_t count = std::min(kMostAtOnce, places.RowLength() - start);
+            const std::size_t count = std::min(kMostAtOnce, out.Width() - start);
             Split(places.X(row) + start, count, left, mostX, corners.column, corners.right);
             Split(places.Y(row) + start, count, bottom, mostY, corners.row, corners.above);
-            SampleCorners(source.pixels, source.floatsPerRow, corners, std::min(count, out.Width() - start),
-                          out.floatsPerRow, out.Row(row) + start * kFloatsPerPixel);
+            SampleCorners(source.pixels, source.floatsPerRow, corners, count, out.floatsPerRow,
+                          out.Row(row) + start * kFloatsPerPixel);
         }
     }
 }
@@ -123,7 +125,7 @@ Places::Places(const Region& region)
     : region_(region),
       rowLength_(PlaceRowLength(region.width)),
       numbers_(static_cast<double*>(
-          AllocateKept(2 * rowLength_ * static_cast<std::size_t>(region.height) * sizeof(double)))) {}
+          AllocateKept((2 * rowLength_ * static_cast<std::size_t>(region.height) + kPlaceStep) * sizeof(double)))) {}
 
 void Places::FinishRow(std::int64_t row) {
     const auto last = static_cast<std::size_t>(region_.width) - 1;
@@ -131,8 +133,8 @@ void Places::FinishRow(std::int64_t row) {
     std::fill(Y(row) + last + 1, Y(row) + rowLength_, Y(row)[last]);
 }
 
-Extent Places::Bounds() const {
-    const double x = numbers_[0], y = numbers_[rowLength_];
+Extent PlacesView::Bounds() const {
+    const double x = *X(region.y), y = *Y(region.y);
     Extent bounds = {x, y, x, y};
     HWY_DYNAMIC_DISPATCH(BoundsOfPlaces)(*this, &bounds);
     return bounds;
@@ -146,7 +148,7 @@ Region PixelsAround(const Extent& places) {
     return {left, bottom, pixel(places.right) + 2 - left, pixel(places.top) + 2 - bottom};
 }
 
-void SampleBilinear(const View& source, const Places& places, const Tile& out) {
+void SampleBilinear(const View& source, const PlacesView& places, const Tile& out) {
     HWY_DYNAMIC_DISPATCH(SampleTile)(source, places, out);
 }
 

@@ -70,10 +70,10 @@ class WarpStage : public Stage {
           isGuided_(recipe.guide != nullptr),
           extent_(recipe.input->GetExtent()) {
         const Region source = recipe.SourceOf(region);
-        if (recipe.IsHeld(source)) {
-            held_.emplace(RenderBlock(recipe.input, source));
-        } else {
-            input_ = Prepare(recipe.input, source);
+        input_ = Prepare(recipe.input, source);
+        if (recipe.IsHeld(source) && !IsInMemory(source)) {
+            held_.emplace(RenderBlock(input_, source));
+            input_ = {};
         }
         if (isGuided_) guide_ = Prepare(recipe.guide, recipe.GuideOf(region));
     }
@@ -85,23 +85,22 @@ class WarpStage : public Stage {
             return;
         }
         const Places places = PlacesOf(tile.region);
-        if (held_) {
-            SampleBilinear(held_->GetView(), places, tile);
-            Decode(tile);
+        if (!held_) {
+            Sample(places.GetView(), tile);
             return;
         }
-        const Region needed = WithRim(PixelsAround(places.Bounds()), extent_);
-        if (Clip(needed, input_.GetExtent()).IsEmpty()) {
-            Clear(tile);
-        } else if (IsTooSparse(needed, tile.region)) {
-            RenderHalves(tile);
-        } else {
-            SampleBilinear(Window(input_, needed).GetView(), places, tile);
-            Decode(tile);
-        }
+        SampleBilinear(held_->GetView(), places.GetView(), tile);
+        Decode(tile);
     }
 
   private:
+    // Whether the input's pixels are in memory already, apart from those beyond its edges. All of them are if the
+    // middle one is.
+    bool IsInMemory(const Region& source) const {
+        const Region inside = Clip(source, extent_);
+        return input_.Held({inside.x + inside.width / 2, inside.y + inside.height / 2, 1, 1}).has_value();
+    }
+
     Places PlacesOf(const Region& region) const {
         std::optional<Window> guide;
         if (isGuided_) {
@@ -134,7 +133,20 @@ class WarpStage : public Stage {
         return pixels > 1 && PixelCount(needed) > kMostPerPixel * pixels + kAlways;
     }
 
-    void RenderHalves(const Tile& tile) const {
+    // Renders a tile from the input's pixels around its places.
+    void Sample(const PlacesView& places, const Tile& tile) const {
+        const Region needed = WithRim(PixelsAround(places.Bounds()), extent_);
+        if (Clip(needed, input_.GetExtent()).IsEmpty()) {
+            Clear(tile);
+        } else if (!input_.Held(needed) && IsTooSparse(needed, tile.region)) {
+            SampleHalves(places, tile);
+        } else {
+            SampleBilinear(Window(input_, needed).GetView(), places, tile);
+            Decode(tile);
+        }
+    }
+
+    void SampleHalves(const PlacesView& places, const Tile& tile) const {
         Region first = tile.region, second = tile.region;
         if (first.width > first.height) {
             first.width /= 2;
@@ -145,8 +157,8 @@ class WarpStage : public Stage {
             second.y += first.height;
             second.height -= first.height;
         }
-        Render(tile.Part(first));
-        Render(tile.Part(second));
+        Sample(places.Part(first), tile.Part(first));
+        Sample(places.Part(second), tile.Part(second));
     }
 
     std::shared_ptr<const Warp> warp_;

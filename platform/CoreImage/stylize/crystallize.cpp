@@ -153,8 +153,8 @@ class MosaicStage : public Stage {
             }
             places.FinishRow(row);
         }
-        const Window source(image_, PixelsAround(places.Bounds()));
-        SampleBilinear(source.GetView(), places, out);
+        const Window source(image_, PixelsAround(places.GetView().Bounds()));
+        SampleBilinear(source.GetView(), places.GetView(), out);
     }
 
     // Returns the colors that are shown for those that were sampled, and encodes the latter if they are not.

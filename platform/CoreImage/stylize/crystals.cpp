@@ -19,6 +19,10 @@ HWY_ATTR void FindNearest(const SeedTable& seeds, const GridPlaces& places, std:
     for (std::size_t index = 0; index < count; index += hn::Lanes(d)) {
         const Wide left = hn::LoadU(d, places.x + index);
         const auto node = hn::LoadU(integers, places.nodes + index);
+        // Pixels are less than a node apart, so that the seeds of a vector of them fit into a vector: looking them up
+        // in it is faster than gathering them.
+        const std::int32_t leftmost = places.nodes[index];
+        const auto inVector = hn::IndicesFromVec(d, hn::Sub(node, hn::Set(integers, leftmost)));
         // For each of the two nearest: the squared distance, the place relative to the pixel, and the index.
         Wide least1 = Constant(1e30f), x1 = Constant(0), y1 = x1, least2 = least1, x2 = x1, y2 = x1;
         auto first = node, second = node;
@@ -26,10 +30,11 @@ HWY_ATTR void FindNearest(const SeedTable& seeds, const GridPlaces& places, std:
             for (std::int64_t column = -kNodesBefore; column <= kNodesAfter; ++column) {
                 const auto step = static_cast<std::int32_t>(row) * stride + static_cast<std::int32_t>(column);
                 const auto number = hn::Add(node, hn::Set(integers, step));
-                const Wide x =
-                    hn::Sub(hn::Add(hn::GatherIndex(d, seeds.X(), number), Constant(static_cast<float>(column))), left);
-                const Wide y =
-                    hn::Add(hn::GatherIndex(d, seeds.Y(), number), Constant(static_cast<float>(row) - places.y));
+                const auto seed = [&](const float* of) HWY_ATTR {
+                    return hn::TableLookupLanes(hn::LoadU(d, of + leftmost + step), inVector);
+                };
+                const Wide x = hn::Sub(hn::Add(seed(seeds.X()), Constant(static_cast<float>(column))), left);
+                const Wide y = hn::Add(seed(seeds.Y()), Constant(static_cast<float>(row) - places.y));
                 const Wide distance = hn::MulAdd(x, x, hn::Mul(y, y));
                 const auto isFirst = hn::Lt(distance, least1), isSecond = hn::Lt(distance, least2);
                 const auto pick = [&](auto mask, auto yes, auto no) HWY_ATTR {
@@ -86,6 +91,9 @@ SeedTable::SeedTable(const Region& nodes) : nodes_(nodes) {
             y_.push_back(seed.y);
         }
     }
+    // Seeds are read in whole vectors.
+    x_.resize(x_.size() + kBlockPixels);
+    y_.resize(y_.size() + kBlockPixels);
 }
 
 }  // namespace core_image

@@ -268,8 +268,13 @@ LayerBlur GaussianLayer(const ImageRef& framed, double sigma) {
     return {sigma > 0 ? GaussianWeights(sigma) : std::vector<float>{1}, {}, nullptr};
 }
 
+// A miniature is out of focus where it shows discs, so that their rims need not be exact beyond this radius.
+constexpr double kLargestExactLayer = 20;
+
 LayerBlur DiscLayer(const ImageRef& framed, double radius) {
-    if (radius > kLargestExactDisc) return {{}, {}, MakeDiscBlurImage(Clipped(framed), radius)};
+    if (radius > kLargestExactLayer) {
+        return {{}, {}, MakeDiscBlurImage(Clipped(framed), radius, kLargestExactLayer)};
+    }
     return {{}, Disc(std::max(radius, 0.0)), nullptr};
 }
 

@@ -13,8 +13,37 @@
 #include "transition/filters.h"
 #include "transition/formulas.h"
 
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "transition/bars_swipe.cpp"
+#include <hwy/foreach_target.h>
+
+#include "sampling/warp-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace core_image::HWY_NAMESPACE {
+
+// Writes where the pixels of a row come from. The bars lie along (x, y), the first at a least position, and a bar has
+// slid by offset n n, where n is how many bars before reach it is.
+HWY_ATTR void BarPlaces(const PlaceRow& row, const Direction& across, double least, double width, double offset,
+                        double reach, double* x, double* y) {
+    ForEachPlaceOf(row, x, y, [&](std::size_t, PlaceVector& placeX, PlaceVector& placeY) HWY_ATTR {
+        const auto along = hn::Add(hn::Mul(placeX, Number(across.x)), hn::Mul(placeY, Number(across.y)));
+        const auto bar = hn::Floor(hn::Div(hn::Sub(along, Number(least)), Number(width)));
+        const auto n = hn::Max(hn::Sub(Number(reach), bar), Number(0));
+        const auto slid = hn::Mul(hn::Mul(n, n), Number(offset));
+        placeX = hn::Sub(placeX, hn::Mul(slid, Number(across.y)));
+        placeY = hn::Add(placeY, hn::Mul(slid, Number(across.x)));
+    });
+}
+
+}  // namespace core_image::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
 namespace core_image {
 namespace {
+
+HWY_EXPORT(BarPlaces);
 
 // The least width and offset of bars: both are divisors.
 constexpr double kLeast = 1e-6;
@@ -45,13 +74,7 @@ class BarsWarp : public Warp {
     }
 
     void Places(const PlaceRow& row, double* x, double* y) const override {
-        const double centerY = static_cast<double>(row.y) + 0.5;
-        for (std::size_t index = 0; index < row.count; ++index) {
-            const double centerX = static_cast<double>(row.x + static_cast<std::int64_t>(index)) + 0.5;
-            const double slid = SlidAt(across_.Along(centerX, centerY));
-            x[index] = centerX - across_.y * slid;
-            y[index] = centerY + across_.x * slid;
-        }
+        HWY_DYNAMIC_DISPATCH(BarPlaces)(row, across_, least_, width_, offset_, reach_, x, y);
     }
 
     Extent Source(const Extent& centers) const override {
@@ -97,3 +120,4 @@ ImageRef BarsSwipeTransition(const Inputs& inputs) {
 }
 
 }  // namespace core_image
+#endif

@@ -15,22 +15,68 @@
 #include "transition/filters.h"
 #include "transition/formulas.h"
 
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "transition/disintegrate.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace core_image::HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+// Writes a row of coverages in red and shadows in green, of pixels of the mask, those to the left of and below them,
+// and of its shadow. The time is in two parts, because the difference from the mask is divided by small numbers. No
+// multiplication is fused with an addition: a row's end is computed pixel by pixel, and must give the same bits.
+HWY_ATTR void CoverRow(const float* masks, const float* lefts, const float* belows, const float* shadows,
+                       const float (&time)[2], float softness, float* to, std::size_t count) {
+    const auto cover = [&](auto d, std::size_t index, auto green) HWY_ATTR {
+        const std::size_t at = index * kFloatsPerPixel;
+        // The least change of a mask: smaller ones count as this.
+        const auto least = hn::Set(d, 0.001f);
+        const auto mask = green(masks + at), shadow = green(shadows + at);
+        const auto apart = [&](auto other) HWY_ATTR { return hn::Abs(hn::Sub(mask, other)); };
+        const auto change = hn::Add(hn::Max(apart(green(lefts + at)), apart(green(belows + at))), least);
+        // 0 where a number is darker than the time, 1 where it is brighter.
+        const auto remaining = [&](auto number, auto width) HWY_ATTR {
+            const auto beyond = hn::Sub(hn::Sub(number, hn::Set(d, time[0])), hn::Set(d, time[1]));
+            const auto share = hn::Add(hn::Div(beyond, width), hn::Set(d, 0.5f));
+            return hn::Max(hn::Min(share, hn::Set(d, 1.0f)), hn::Zero(d));
+        };
+        return std::pair(remaining(mask, change), remaining(shadow, hn::Mul(change, hn::Set(d, softness))));
+    };
+    const hn::ScalableTag<float> d;
+    std::size_t index = 0;
+    for (; index + hn::Lanes(d) <= count; index += hn::Lanes(d)) {
+        const auto [covered, shadowed] = cover(d, index, [&](const float* from) HWY_ATTR {
+            auto red = hn::Zero(d), green = red, blue = red, alpha = red;
+            hn::LoadInterleaved4(d, from, red, green, blue, alpha);
+            return green;
+        });
+        hn::StoreInterleaved4(covered, shadowed, hn::Zero(d), hn::Zero(d), d, to + index * kFloatsPerPixel);
+    }
+    const hn::CappedTag<float, 1> one;
+    for (; index < count; ++index) {
+        const auto [covered, shadowed] =
+            cover(one, index, [&](const float* from) HWY_ATTR { return hn::Set(one, from[1]); });
+        float* const pixel = to + index * kFloatsPerPixel;
+        pixel[0] = hn::GetLane(covered);
+        pixel[1] = hn::GetLane(shadowed);
+        pixel[2] = pixel[3] = 0;
+    }
+}
+
+}  // namespace core_image::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
 namespace core_image {
 namespace {
 
-// The least change of a mask: smaller ones count as this.
-constexpr double kLeastChange = 0.001;
+HWY_EXPORT(CoverRow);
 
 // The least width of a shadow's edge, relative to the image's own.
 constexpr double kSharpest = 1e-6;
-
-// The channel of the mask that counts.
-constexpr std::size_t kGreen = 1;
-
-// How much remains at a pixel of the mask: 0 where it is darker than the time, 1 where it is brighter.
-float Remaining(float mask, double time, double change) {
-    return static_cast<float>(std::clamp(0.5 + (static_cast<double>(mask) - time) / change, 0.0, 1.0));
-}
 
 // The pixels of the mask on which a region depends: each is compared with its left and lower neighbors.
 Region MaskOf(const Region& region) { return {region.x - 1, region.y - 1, region.width + 1, region.height + 1}; }
@@ -42,20 +88,14 @@ class CoverStage : public Stage {
 
     void Render(const Tile& tile) const override {
         const Window masks(mask_, MaskOf(tile.region)), shadows(shadow_, tile.region);
+        const auto high = static_cast<float>(time_);
+        const float time[2] = {high, static_cast<float>(time_ - static_cast<double>(high))};
+        const std::int64_t x = tile.region.x;
         for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
-            const float* mask = masks.GetView().Row(y) + kGreen;
-            const float* below = masks.GetView().Row(y - 1) + kGreen;
-            const float* shadow = shadows.GetView().Row(y) + kGreen;
-            float* to = tile.Row(y);
-            for (std::size_t index = 0; index < tile.Width(); ++index) {
-                const float left = *mask;
-                mask += kFloatsPerPixel, below += kFloatsPerPixel;
-                const double change = std::max(std::abs(*mask - left), std::abs(*mask - *below)) + kLeastChange;
-                to[0] = Remaining(*mask, time_, change);
-                to[1] = Remaining(*shadow, time_, change * softness_);
-                to[2] = to[3] = 0;
-                to += kFloatsPerPixel, shadow += kFloatsPerPixel;
-            }
+            const View& mask = masks.GetView();
+            HWY_DYNAMIC_DISPATCH(CoverRow)
+            (mask.PixelAt(x, y), mask.PixelAt(x - 1, y), mask.PixelAt(x, y - 1), shadows.GetView().Row(y), time,
+             static_cast<float>(softness_), tile.Row(y), tile.Width());
         }
     }
 
@@ -109,3 +149,4 @@ ImageRef DisintegrateWithMaskTransition(const Inputs& inputs) {
 }
 
 }  // namespace core_image
+#endif

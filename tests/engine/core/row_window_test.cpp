@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
@@ -17,6 +18,7 @@
 #include "engine/engine.h"
 #include "engine/failure.h"
 #include "sampling/affine.h"
+#include "sampling/resized.h"
 #include "support/point_oracle.h"
 
 namespace {
@@ -32,12 +34,14 @@ struct Picture {
     std::size_t next = 0, rowsRead = 0;
     std::size_t broken = SIZE_MAX;  // the first row that cannot be decoded
     int rewinds = 0;
+    std::uint64_t mostInUse = 0;  // the most memory in use when rows are read
 
     static std::uint8_t Byte(std::size_t row, std::size_t index) {
         return index % 4 == 3 ? 255 : static_cast<std::uint8_t>(row * 7 + index * 5 + row * index / 64);
     }
 
     const char* Read(std::uint8_t* rows, std::size_t count) {
+        mostInUse = std::max(mostInUse, MemoryBudget::Default().Used());
         for (; count > 0; --count, ++next, ++rowsRead, rows += kBytesPerRow) {
             if (next == broken) return "a.jpg: the file is truncated";
             for (std::size_t index = 0; index < kBytesPerRow; ++index) rows[index] = Byte(next, index);
@@ -183,6 +187,27 @@ TEST(StreamedImageTest, StripsAreThoseOfTheBitmap) {
         Picture picture;
         EXPECT_TRUE(InStrips(recipe(picture.Streamed()), 300) == AtOnce(recipe(Picture::Bitmap())));
     }
+}
+
+TEST(StreamedImageTest, ShrunkPicturePassesThroughMemory) {
+    constexpr std::int64_t kShrunkWidth = kWidth / 8, kShrunkHeight = kHeight / 8;
+    const auto pixels = [](const ImageRef& image) {
+        const ImageRef shrunk = MakeResizedImage(image, kShrunkWidth, kShrunkHeight, ResizeMode::kStretch);
+        std::vector<float> floats(kShrunkWidth * kShrunkHeight * 4);
+        BitmapDestination destination;
+        destination.pixels = floats.data();
+        destination.bytesPerRow = kShrunkWidth * 16;
+        destination.format = PixelFormat::kFloats;
+        destination.transfer = Transfer::kLinear;
+        Render(FilterValues().Image("inputImage", shrunk).Output("CIColorInvert"), {0, 0, kShrunkWidth, kShrunkHeight},
+               destination);
+        return floats;
+    };
+    Picture picture;
+    EXPECT_EQ(pixels(picture.Streamed()), pixels(Picture::Bitmap()));
+    EXPECT_EQ(picture.rowsRead, kHeight);
+    // The rows that a block reads and those that the window keeps; the whole picture has 32 MB.
+    EXPECT_LE(picture.mostInUse, 18 * kMegabyte);
 }
 
 TEST(StreamedImageTest, ReductionDecodesThePictureOnceMore) {

@@ -133,7 +133,7 @@ TEST(DepthOfFieldTest, BlursOfAnyWidthKeepAnEvenPicture) {
         pixels.insert(pixels.end(), {0.2f, 0.4f, 0.1f, 0.8f});
     }
     const ImageRef even = SourceOf({0, 0, 200, 200}, pixels).image;
-    for (const double radius : {0.0, 0.2, 42.0, 43.0, 1000.0}) {
+    for (const double radius : {0.0, 0.2, 6.6, 6.7, 21.0, 42.0, 43.0, 1000.0}) {
         for (const double sharpRadius : {0.0, 3.9, 4.1}) {
             const ImageRef image = Miniature(even, {0, 100, 200, 120, radius, 1, 2, sharpRadius});
             ExpectPixels(image, {0, 0, 200, 200}, [&](std::int64_t, std::int64_t, std::size_t channel) {

@@ -8,10 +8,12 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "core/point.h"
 #include "core/transfer.h"
 #include "generator/generator.h"
 #include "support/oracle.h"
@@ -240,6 +242,21 @@ TEST(BarsSwipeTransitionTest, BarsMatchHandComputedValues) {
     EXPECT_NEAR(red(40, 2), 2 + 10 * (m - 1) * (m - 1), 1e-3);
     EXPECT_NEAR(red(89, 2), 2 + 10 * (m - 2) * (m - 2), 1e-3);
     EXPECT_EQ(red(10, 50), 1000);
+}
+
+TEST(BarsSwipeTransitionTest, DoesNotDependOnWhetherTheImageIsInMemory) {
+    class Unchanged : public PointFunction {
+        void ApplyToRun(float*, std::size_t) const override {}
+    };
+    const ImageRef inMemory = RandomImage(120, 90);
+    const ImageRef rendered = MakePointImage(inMemory, std::make_unique<Unchanged>());
+    const auto bars = [](const ImageRef& image) {
+        const ImageRef swipe =
+            Transition("CIBarsSwipeTransition", image, Gray(0.5f, {0, 0, 120, 90}),
+                       {{"inputTime", {0.5}}, {"inputAngle", {0.3}}, {"inputWidth", {7}}, {"inputBarOffset", {3}}});
+        return Pixels(swipe, {-5, -5, 130, 100}, {4096, 29, 17});
+    };
+    EXPECT_EQ(bars(inMemory), bars(rendered));
 }
 
 TEST(BarsSwipeTransitionTest, WidthAndOffsetAreAtLeastAMillionth) {

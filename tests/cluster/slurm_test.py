@@ -1,7 +1,7 @@
 #!/usr/bin/python3 -B
 """Runs the job script of docs/cluster.md on a cluster of three nodes, all on this machine, and kills one node midway.
 
-Usage: cluster_test.py ZEVA SOURCE [PICTURES WIDTH]
+Usage: slurm_test.py ZEVA SOURCE [PICTURES WIDTH]
 
 The cluster is a Slurm of its own: a munged, a slurmctld and three slurmd with ports on the loopback interface, and
 every file of theirs in a temporary folder. The script ends only what it started. It needs root, slurm-wlm and munge; it
@@ -11,9 +11,6 @@ With PICTURES and WIDTH it is the proof of `make cluster`: it prints a table, an
 of a single run, which a few small pictures are too short for.
 """
 
-import collections
-import hashlib
-import json
 import os
 import pathlib
 import re
@@ -26,14 +23,12 @@ import sys
 import tempfile
 import time
 
-SKIPPED = 77
+from shared_list import SharedList, fail, judge, page, skip
+
 SHARDS = 9
 NODES = ("n1", "n2", "n3")
 KILLED = "n2"
 MARK = "ZEVA_CLUSTER"
-
-sys.path.insert(0, str(pathlib.Path(__file__).parent.parent / "support"))
-import picture
 
 CONFIGURATION = """
 ClusterName=zeva
@@ -69,16 +64,6 @@ SlurmdParameters=config_overrides
 {nodes}
 PartitionName=all Nodes={names} Default=YES MaxTime=INFINITE State=UP
 """
-
-
-def skip(reason):
-    print(f"skipped: {reason}")
-    sys.exit(SKIPPED)
-
-
-def fail(text):
-    print(f"cluster: {text}", file=sys.stderr)
-    sys.exit(1)
 
 
 def free_ports():
@@ -230,12 +215,6 @@ class Cluster:
                 process.wait()
 
 
-def job_script(source):
-    """The job script in docs/cluster.md."""
-    text = (source / "docs/cluster.md").read_text()
-    return re.search(r"```bash\n(#!/bin/bash\n#SBATCH.*?)```", text, re.S)[1]
-
-
 # Runs the program and notes its processor time, as the program itself does not.
 WRAPPER = """#!/usr/bin/python3 -B
 import os, resource, subprocess, sys
@@ -245,25 +224,6 @@ with open({times!r}, "a") as file:
     file.write(f"{{usage.ru_utime + usage.ru_stime}}\\n")
 sys.exit(status if status >= 0 else 128 - status)
 """
-
-
-def make_pictures(work, count, width):
-    (work / "in").mkdir()
-    names = [f"in/{number:04}.png" for number in range(count)]
-    height = width * 3 // 4
-    for number, name in enumerate(names):
-        lines = [bytes(n for x in range(width) for n in ((x + number) % 256, 60 * y, number % 256)) for y in range(4)]
-        (work / name).write_bytes(picture.encode_bytes(width, 3, [lines[y % 4] for y in range(height)]))
-    (work / "list").write_text("".join(name + "\n" for name in names))
-    return names
-
-
-def outputs(folder):
-    return {path.name: hashlib.sha256(path.read_bytes()).hexdigest() for path in folder.iterdir()}
-
-
-def lines_of(report):
-    return [json.loads(line) for line in report.read_text().splitlines()]
 
 
 def main():
@@ -293,17 +253,13 @@ def prove(cluster, zeva, source, count, width, is_proof):
     program = cluster.folder / "bin/zeva"
     program.write_text(WRAPPER.format(zeva=zeva, times=str(times)))
     program.chmod(0o755)
-    names = make_pictures(work, count, width)
-    script = job_script(source)
+    pictures = SharedList(work, zeva, count, width)
+    script = re.search(r"```bash\n(#!/bin/bash\n#SBATCH.*?)```", page(source), re.S)[1]
     (work / "job.sh").write_text(script)
 
-    # The same command on this machine alone: the script's, without its shard.
-    command = re.search(r"^zeva apply (.*?)(?<!\\)\n", script, re.M | re.S)[1].replace("\\\n", " ")
-    command = re.sub(r'--shard \S+', "", command)
-    command = command.replace('"report-$SLURM_ARRAY_TASK_ID.jsonl"', "single.jsonl").replace("-o out", "-o single")
     before = resource.getrusage(resource.RUSAGE_CHILDREN)
     begin = time.time()
-    subprocess.run(["bash", "-c", f"'{zeva}' apply {command}"], cwd=work, check=True, stdout=subprocess.DEVNULL)
+    pictures.run_alone(script)
     single_seconds = time.time() - begin
     after = resource.getrusage(resource.RUSAGE_CHILDREN)
     single_time = after.ru_utime + after.ru_stime - before.ru_utime - before.ru_stime
@@ -312,14 +268,11 @@ def prove(cluster, zeva, source, count, width, is_proof):
     begin = time.time()
     job = cluster.command("sbatch", "--parsable", "--chdir", work, work / "job.sh").strip()
 
-    def done():
-        return sum(report.read_bytes().count(b"\n") for report in work.glob("report-*.jsonl"))
-
     # The node is killed when a third is done and it has work.
-    while done() < count // 3 or not cluster.tasks(KILLED):
+    while pictures.noted() < count // 3 or not cluster.tasks(KILLED):
         time.sleep(0.005)
     lost_time = cluster.kill_node(KILLED)
-    at_kill = done()
+    at_kill = pictures.noted()
     if not is_proof:  # the controller would notice by itself, after some twenty seconds
         cluster.command("scontrol", "update", f"NodeName={KILLED}", "State=DOWN", "Reason=lost")
     while True:
@@ -335,15 +288,6 @@ def prove(cluster, zeva, source, count, width, is_proof):
     cluster_seconds = time.time() - begin
     cluster_time = lost_time + sum(map(float, times.read_text().split()))
 
-    reports = sorted(work.glob("report-*.jsonl"))
-    merged = subprocess.run(
-        [zeva, "report", *reports, "--files-from", "list"], cwd=work, capture_output=True, text=True
-    )
-    if merged.returncode != 0:
-        logs = "".join(path.read_text() for path in work.glob("slurm-*.out"))
-        fail(f"the reports are not complete:\n{merged.stderr}{logs}")
-    merged_names = [json.loads(line)["input"] for line in merged.stdout.splitlines()]
-    attempts = collections.Counter(line["input"] for report in reports for line in lines_of(report))
     states = cluster.command("sinfo", "-h", "-N", "-o", "%N %t").split()
     state = states[states.index(KILLED) + 1]
 
@@ -352,12 +296,7 @@ def prove(cluster, zeva, source, count, width, is_proof):
         ("shards, nodes", f"{SHARDS}, {len(NODES)}", ""),
         ("pictures done when a node was killed", at_kill, at_kill < count),
         ("state of the killed node", state, state.startswith("down")),
-        ("outputs that differ from those of one machine",
-         len(set(outputs(work / "out").items()) ^ set(outputs(work / "single").items())),
-         outputs(work / "out") == outputs(work / "single")),
-        ("pictures in the merged report, each once", len(merged_names), merged_names == names),
-        ("pictures noted twice", sum(number > 1 for number in attempts.values()), max(attempts.values()) == 1),
-        ("reports", len(reports), len(reports) == SHARDS),
+        *pictures.rows(SHARDS),
     ]
     if is_proof:
         ratio = cluster_time / single_time
@@ -368,10 +307,7 @@ def prove(cluster, zeva, source, count, width, is_proof):
             ("processor seconds on the cluster", f"{cluster_time:.1f}", ""),
             ("ratio, at most 1.10", f"{ratio:.2f}", ratio <= 1.1),
         ]
-    for label, value, is_right in rows:
-        print(f"{label:57} {value!s:>10}  {'' if is_right == '' else 'yes' if is_right else 'NO'}")
-    if any(is_right is False for _, _, is_right in rows):
-        fail("the rows with NO are wrong")
+    judge(rows)
 
 
 if __name__ == "__main__":

@@ -1,26 +1,17 @@
-"""Reads and checks the descriptions of filters and keys, filters/descriptions.json.
+"""Reads and checks the descriptions of classes and keys, a file of JSON. docs/modules.md describes it.
 
 Invalid input raises Refused, which names the file and the line. A missing description or unit is reported at the
-filter's line in the catalogue.
+line of the class in the catalogue.
 """
 
 import json
 import re
 
-from filter_catalogue import Refused
+from class_catalogue import Refused
 
 
 class Descriptions:
-    """The sentences and units that people see, as filters/descriptions.json gives them.
-
-    The file holds objects and strings only:
-      keys      by key: its "description", and its "unit" where its type has units
-      filters   by filter: its "description"; "keys": entries that win over the general ones for this filter; and the
-                "unit" "pixels" if its result consists of single pixels, or depends on those that touch
-
-    A unit says how a value changes when the picture is scaled: "pixels", "position" and "rectangle" scale with it,
-    "1/pixels" scales inversely, a "transform" scales in its translation; "angle" (in radians) and "none" stay.
-    """
+    """The sentences and units that people see. The file holds objects and strings only."""
 
     def __init__(self, path):
         self._path = path
@@ -30,59 +21,61 @@ class Descriptions:
             self._refuse(self._line(end), "text after the end of the object")
 
     def check(self, catalogue):
-        """Refuses an unknown filter, key or field, a wrong unit, and a description or unit that is missing."""
-        sections = self._fields(self._root, 1, "the file", ("keys", "filters"))
+        """Refuses an unknown class, key or field, a wrong unit, and a description or unit that is missing."""
+        kind, kinds = catalogue.kind, catalogue.kinds
+        sections = self._fields(self._root, 1, "the file", ("keys", kinds), objects=("keys", kinds))
         general = {}
         for key, (line, entry) in sections.get("keys", {}).items():
             general[key] = self._key(catalogue, key, line, entry)
-        filters = sections.get("filters", {})
-        for name, (line, entry) in filters.items():
-            if name not in catalogue.filters:
-                self._refuse(line, f"filter '{name}' is not in the catalogue")
-            own = self._fields(entry, line, f"filter '{name}'", ("description", "keys", "unit"))
-            self._sentence(own, line, f"filter '{name}'")
-            if own.get("unit", "pixels") != "pixels":
-                self._refuse(line, f"filter '{name}' has the unit '{own['unit']}', expected pixels or no unit")
+        described = sections.get(kinds, {})
+        for name, (line, entry) in described.items():
+            owner = f"{kind} '{name}'"
+            if name not in catalogue.classes:
+                self._refuse(line, f"{owner} is not in the catalogue")
+            own = self._fields(entry, line, owner, ("description", "keys", "unit"), objects=("keys",))
+            self._sentence(own, line, owner)
+            if "description" not in own:
+                self._refuse(line, f"{owner} has no description")
+            self._unit(own, line, owner, catalogue.class_units)
             known = {}
             for key, (key_line, key_entry) in own.get("keys", {}).items():
-                if key not in catalogue.filters[name]:
-                    self._refuse(key_line, f"filter '{name}' has no key '{key}'")
+                if key not in catalogue.classes[name]:
+                    self._refuse(key_line, f"{owner} has no key '{key}'")
                 known[key] = self._key(catalogue, key, key_line, key_entry)
             self._complete(catalogue, name, general, known)
-        for name in catalogue.filters:
-            if name not in filters:
-                catalogue.refuse(name, f"filter '{name}' has no entry in {self._path.name}")
+        for name in catalogue.classes:
+            if name not in described:
+                catalogue.refuse(name, f"{kind} '{name}' has no entry in {self._path.name}")
 
     def _complete(self, catalogue, name, general, own):
-        """Refuses a filter one of whose keys has no description, or no unit though its type has units."""
-        for key in catalogue.filters[name]:
+        """Refuses a class one of whose keys has no description, or no unit though its type has units."""
+        for key in catalogue.classes[name]:
             entry = general.get(key, {}) | own.get(key, {})
             wanted = ("description", "unit") if catalogue.units(key) else ("description",)
             for field in wanted:
                 if field not in entry:
-                    catalogue.refuse(name, f"filter '{name}': key '{key}' has no {field} in {self._path.name}")
+                    owner = f"{catalogue.kind} '{name}'"
+                    catalogue.refuse(name, f"{owner}: key '{key}' has no {field} in {self._path.name}")
 
     def _key(self, catalogue, key, line, entry):
         """The fields of a key's entry, checked."""
-        if key not in catalogue.types:
-            self._refuse(line, f"key '{key}' is not in the catalogue")
-        fields = self._fields(entry, line, f"key '{key}'", ("description", "unit"))
-        self._sentence(fields, line, f"key '{key}'")
-        units = catalogue.units(key)
-        if "unit" in fields and fields["unit"] not in units:
-            expected = ", ".join(units) or "no unit"
-            self._refuse(line, f"key '{key}' has the unit '{fields['unit']}', expected {expected}")
+        owner = f"key '{key}'"
+        if key not in catalogue.keys:
+            self._refuse(line, f"{owner} is not in the catalogue")
+        fields = self._fields(entry, line, owner, ("description", "unit"))
+        self._sentence(fields, line, owner)
+        self._unit(fields, line, owner, catalogue.units(key))
         return fields
 
-    def _fields(self, entry, line, owner, known):
-        """The fields of an object by name, without their lines: "keys" and "filters" are objects, others strings."""
+    def _fields(self, entry, line, owner, known, objects=()):
+        """The fields of an object by name, without their lines. Those that are not objects are strings."""
         if not isinstance(entry, dict):
             self._refuse(line, f"{owner} needs an object, found a string")
         fields = {}
         for name, (at, value) in entry.items():
             if name not in known:
                 self._refuse(at, f"{owner} has the unknown field '{name}', expected one of {', '.join(known)}")
-            if isinstance(value, dict) != (name in ("keys", "filters")):
+            if isinstance(value, dict) != (name in objects):
                 self._refuse(at, f"'{name}' of {owner} needs {'a string' if isinstance(value, dict) else 'an object'}")
             fields[name] = value
         return fields
@@ -90,8 +83,11 @@ class Descriptions:
     def _sentence(self, fields, line, owner):
         if "description" in fields and not re.fullmatch(r"\S.*\.", fields["description"]):
             self._refuse(line, f"the description of {owner} is not a sentence, expected a period at its end")
-        if "description" not in fields and owner.startswith("filter"):
-            self._refuse(line, f"{owner} has no description")
+
+    def _unit(self, fields, line, owner, units):
+        if "unit" in fields and fields["unit"] not in units:
+            expected = ", ".join(units) or "no unit"
+            self._refuse(line, f"{owner} has the unit '{fields['unit']}', expected {expected}")
 
     def _read(self, at):
         """The value at a position, a string or a dictionary of (line, value), and the position after it."""
