@@ -96,11 +96,11 @@ test:
 	@tools/test $(TEST_PRESETS)
 
 lint:
-	@tools/setup x86_64 lint
+	@tools/setup x86_64 tests lint
 	@tools/lint
 
 tidy:
-	@tools/setup x86_64 lint
+	@tools/setup x86_64 tests lint
 	@tools/lint tidy-all
 
 install: program-$(ABI)
