@@ -386,7 +386,7 @@ class CrashTest(unittest.TestCase):
             self.assertEqual(answer["id"], wanted)
             self.assertTrue(answer.get("restarted") or "part" in answer, answer)
             self.assertNotIn("card", answer)
-        render([])  # the one that notices a worker that was killed after its last answer
+            render([])  # notices a worker that was killed after its answer
         self.assertIn("part", render([])[0])
 
 
