@@ -1,6 +1,6 @@
 // gaussian.cpp - the Gaussian blur of small radius, and the choice between it and the wide one.
 //
-// Both are separable. The small blur sums the neighbors of each pixel in a padded tile.
+// Both are separable. The small blur sums the neighbors of each pixel.
 
 #include <cmath>
 #include <utility>
@@ -9,10 +9,9 @@
 #include "blur/blur.h"
 #include "blur/filters.h"
 #include "blur/gaussian_weights.h"
-#include "blur/kernels.h"
+#include "blur/separable.h"
 #include "blur/wide_gaussian.h"
 #include "core/window.h"
-#include "sampling/weighted_sums.h"
 
 namespace core_image {
 namespace {
@@ -24,17 +23,7 @@ class SmallGaussianStage : public Stage {
 
     void Render(const Tile& tile) const override {
         const auto reach = static_cast<std::int64_t>(weights_.size() / 2);
-        const Window window(input_, tile.region.GrownBy(reach));
-        const View& source = window.GetView();
-        const PixelBlock line(Region{source.region.x, 0, source.region.width, 1});
-        std::vector<const float*> rows(weights_.size());
-        for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
-            for (std::size_t k = 0; k < rows.size(); ++k)
-                rows[k] = source.Row(y - reach + static_cast<std::int64_t>(k));
-            SumRows(rows.data(), weights_.data(), rows.size(), line.GetTile().pixels,
-                    line.GetTile().Width() * kFloatsPerPixel);
-            SumNeighbors(line.Row(0), weights_.data(), weights_.size(), tile.Row(y), tile.Width());
-        }
+        SumAround(Window(input_, tile.region.GrownBy(reach)).GetView(), weights_, tile);
     }
 
   private:

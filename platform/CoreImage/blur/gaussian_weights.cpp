@@ -5,7 +5,7 @@
 #include <cmath>
 #include <cstddef>
 
-#include "blur/kernels.h"
+#include "sampling/weighted_sums.h"
 
 namespace core_image {
 namespace {
@@ -32,19 +32,17 @@ std::vector<float> GaussianWeights(double sigma) {
 }
 
 std::vector<float> GaussianWeightsBetween(double sigma) {
-    const double reach = std::ceil(kGaussianReach * sigma);
+    const double reach = 2 * std::ceil(kGaussianReach * sigma / 2);
     std::vector<float> weights;
     Append(sigma, 0.5 - reach, static_cast<std::size_t>(2 * reach), weights);
     return weights;
 }
 
-std::vector<float> GaussianInterpolationWeights(int step) {
+std::vector<float> GaussianInterpolationWeights(double phase) {
     // The pixel lies between the two middle samples, this far after the first of them.
     constexpr double kMiddle = kInterpolationTaps / 2 - 1;
     std::vector<float> weights;
-    for (int phase = 0; phase < step; ++phase) {
-        Append(1, -kMiddle - (phase + 0.5) / step, kInterpolationTaps, weights);
-    }
+    Append(1, -kMiddle - phase, kInterpolationTaps, weights);
     return weights;
 }
 

@@ -12,11 +12,11 @@ inline constexpr double kGaussianReach = 4.8;
 // The weights at the whole distances -reach ... reach: 2 reach + 1 of them.
 std::vector<float> GaussianWeights(double sigma);
 
-// The weights of the pixel centers around a point halfway between two of them. Their number is even.
+// The weights of the pixel centers around a point halfway between two of them. Their number is a multiple of four.
 std::vector<float> GaussianWeightsBetween(double sigma);
 
-// For each phase of a coarse grid that has one sample every step pixels: the weights of the samples around a pixel,
-// with a sigma of one step.
-std::vector<float> GaussianInterpolationWeights(int step);
+// The weights of the kInterpolationTaps samples around a pixel, with a sigma of one sample. The phase is the pixel's
+// distance from the sample before it.
+std::vector<float> GaussianInterpolationWeights(double phase);
 
 }  // namespace core_image

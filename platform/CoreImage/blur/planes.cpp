@@ -5,7 +5,6 @@
 
 #include <algorithm>
 
-#include "blur/kernels.h"
 #include "sampling/weighted_sums.h"
 
 #undef HWY_TARGET_INCLUDE

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "blur/gaussian_weights.h"
-#include "blur/kernels.h"
+#include "blur/separable.h"
 #include "core/sampled_input.h"
 #include "core/window.h"
 #include "sampling/weighted_sums.h"
@@ -28,8 +28,12 @@ constexpr std::int64_t kLargestStep = 4096;
 constexpr double kMostPixels = 1 << 28;
 constexpr double kMostSamples = 1 << 20;
 
-// The number of pixels rendered at a time on the way to the coarse image.
-constexpr std::int64_t kPixelsPerStrip = 32768;
+// The number of pixels rendered at a time on the way to the coarse image, and of rows that are reduced before they are
+// summed.
+constexpr std::int64_t kPixelsPerStrip = 32768, kRowsPerBand = 256;
+
+// The number of coarse rows blurred at a time.
+constexpr std::int64_t kRowsOfBlur = 16;
 
 std::int64_t FloorDivide(std::int64_t number, std::int64_t divisor) {
     return number >= 0 ? number / divisor : -((-number + divisor - 1) / divisor);
@@ -61,24 +65,6 @@ Extent Divided(const Extent& extent, double n) {
             std::ceil(extent.top / n)};
 }
 
-// Runs a function for each row of a region, on all cores.
-template <typename Function>
-void ForEachRow(const Region& region, const Function& function) {
-    tbb::parallel_for(region.y, region.Top(), function);
-}
-
-// Sums the existing rows around a place: weights[k] belongs to row first + k.
-void SumRowsAround(const PixelBlock& source, const std::vector<float>& weights, std::int64_t first, float* out) {
-    const Region& region = source.GetRegion();
-    const std::int64_t from = std::max(first, region.y);
-    const std::int64_t to = std::min(first + static_cast<std::int64_t>(weights.size()), region.Top());
-    std::vector<const float*> rows;
-    for (std::int64_t y = from; y < to; ++y) rows.push_back(source.Row(y));
-    // The existing rows match a contiguous range of the weights; without rows the sum is zero.
-    const std::int64_t skipped = rows.empty() ? 0 : from - first;
-    SumRows(rows.data(), weights.data() + skipped, rows.size(), out, source.GetTile().Width() * kFloatsPerPixel);
-}
-
 // What the coarse image of an input is made of.
 struct Reading {
     std::int64_t n;     // every n-th pixel is read in each direction; the rest is in units of n pixels
@@ -86,9 +72,12 @@ struct Reading {
     std::vector<float> weights;
     Region source;  // empty where the input has nothing
 
-    // The first pixel that a sample depends on.
+    // The pixels that a sample depends on begin with this one.
     std::int64_t FirstTap(std::int64_t sample) const {
         return sample * step + step / 2 - static_cast<std::int64_t>(weights.size()) / 2;
+    }
+    std::int64_t EndOfTaps(std::int64_t sample) const {
+        return FirstTap(sample) + static_cast<std::int64_t>(weights.size());
     }
 };
 
@@ -116,47 +105,89 @@ Reading ReadingFor(const Extent& extent, const Region& coarse, std::int64_t step
     return reading;
 }
 
-// The coarse image of an input, blurred by one step: all samples of a region.
-PixelBlock Reduce(const ImageRef& input, const Region& coarse, std::int64_t coarseStep) {
-    const Reading reading = ReadingFor(input->GetExtent(), coarse, coarseStep);
-    const auto& [n, step, weights, source] = reading;
-    PixelBlock reduced(coarse);
-    if (source.IsEmpty()) {
-        Clear(reduced.GetTile());
-        return reduced;
+// Rows of an input, reduced to the width of the coarse image, from the uppermost down, as pictures are decoded. Only
+// the latest are kept.
+class ReducedRows {
+  public:
+    ReducedRows(const ImageRef& input, const Region& coarse, const Reading& reading, std::int64_t kept)
+        : reading_(reading),
+          input_(input, reading.source, reading.n, reading.n),
+          rows_(Region{coarse.x, 0, coarse.width, std::min(kept, reading.source.height)}),
+          made_(reading.source.Top()) {
+        const auto width = static_cast<std::size_t>(coarse.width);
+        for (std::size_t x = 0; x < width; ++x) {
+            first_.push_back(static_cast<std::int32_t>(x * static_cast<std::size_t>(reading.step)));
+        }
+        count_.assign(width, static_cast<std::int32_t>(reading.weights.size()));
     }
 
-    const SampledInput sampled(input, source, n, n);
-    const PixelBlock narrow(Region{coarse.x, source.y, coarse.width, source.height});
-    const std::int64_t stripHeight = std::clamp<std::int64_t>(kPixelsPerStrip / source.width, 4, 64);
-    tbb::parallel_for<std::int64_t>(0, (source.height + stripHeight - 1) / stripHeight, [&](std::int64_t index) {
-        const Region& all = reading.source;
-        const Window strip(sampled, all.Intersection({all.x, all.y + index * stripHeight, all.width, stripHeight}));
-        for (std::int64_t y = strip.GetView().region.y; y < strip.GetView().region.Top(); ++y) {
-            ReduceRow(strip.GetView().Row(y), reading.weights.data(), reading.weights.size(),
-                      static_cast<std::size_t>(reading.step), narrow.GetTile().Row(y),
-                      static_cast<std::size_t>(coarse.width));
-        }
-    });
+    // Makes the rows down to this one.
+    void MakeDownTo(std::int64_t first) {
+        const Region& source = reading_.source;
+        const Neighbors neighbors = {first_.data(), count_.data(), reading_.weights.data(), /*stride=*/0};
+        const std::int64_t stripHeight = std::clamp<std::int64_t>(kPixelsPerStrip / source.width, 4, 64);
+        const std::int64_t end = made_;
+        made_ = std::min(made_, std::max(first, source.y));
+        tbb::parallel_for<std::int64_t>(0, (end - made_ + stripHeight - 1) / stripHeight, [&](std::int64_t index) {
+            const std::int64_t top = end - index * stripHeight, bottom = std::max(top - stripHeight, made_);
+            const Window strip(input_, {source.x, bottom, source.width, top - bottom});
+            const View& read = strip.GetView();
+            for (std::int64_t y = bottom, count = 0; y < top; y += count) {
+                // They lie together up to where the kept rows begin again.
+                const std::int64_t place = PlaceOf(y);
+                count = std::min(top - y, rows_.GetRegion().height - place);
+                SumNeighborsOfRows(read.Row(y), read.floatsPerRow, static_cast<std::size_t>(count), neighbors,
+                                   rows_.GetTile().Row(place), rows_.GetTile().floatsPerRow, first_.size());
+            }
+        });
+    }
 
-    ForEachRow(coarse, [&](std::int64_t y) {
-        SumRowsAround(narrow, reading.weights, reading.FirstTap(y), reduced.GetTile().Row(y));
-    });
+    const float* Row(std::int64_t y) const { return rows_.Row(PlaceOf(y)); }
+
+  private:
+    std::int64_t PlaceOf(std::int64_t y) const { return (y - reading_.source.y) % rows_.GetRegion().height; }
+
+    const Reading& reading_;
+    SampledInput input_;
+    PixelBlock rows_;
+    std::int64_t made_;  // the lowest row
+    std::vector<std::int32_t> first_, count_;
+};
+
+// The coarse image of an input, blurred by one step, in a region that is transparent around what the samples cover.
+PixelBlock Reduce(const ImageRef& input, const Region& samples, std::int64_t coarseStep, const Region& region) {
+    PixelBlock reduced(region);
+    Clear(reduced.GetTile());
+    if (samples.IsEmpty()) return reduced;
+    const Reading reading = ReadingFor(input->GetExtent(), samples, coarseStep);
+    const Region& source = reading.source;
+    if (source.IsEmpty()) return reduced;
+
+    // In bands, so that the reduced rows stay in the cache.
+    const std::int64_t band = std::max<std::int64_t>(1, kRowsPerBand / reading.step);
+    ReducedRows rows(input, samples, reading, static_cast<std::int64_t>(reading.weights.size()) + band * reading.step);
+    for (std::int64_t end = samples.Top(); end > samples.y; end -= band) {
+        const std::int64_t begin = std::max(end - band, samples.y);
+        rows.MakeDownTo(reading.FirstTap(begin));
+        tbb::parallel_for(begin, end, [&](std::int64_t y) {
+            const std::int64_t first = reading.FirstTap(y);
+            const std::int64_t from = std::max(first, source.y), to = std::min(reading.EndOfTaps(y), source.Top());
+            std::vector<const float*> summed;
+            for (std::int64_t row = from; row < to; ++row) summed.push_back(rows.Row(row));
+            if (summed.empty()) return;
+            SumRows(summed.data(), reading.weights.data() + (from - first), summed.size(),
+                    reduced.GetTile().Part(samples).Row(y), static_cast<std::size_t>(samples.width) * kFloatsPerPixel);
+        });
+    }
     return reduced;
 }
 
-// A Gaussian over coarse samples. Samples outside the source are transparent.
-PixelBlock Blur(const PixelBlock& source, double sigma, const Region& region) {
-    const std::vector<float> weights = GaussianWeights(sigma);
-    const auto reach = static_cast<std::int64_t>(weights.size() / 2);
+// A Gaussian over coarse samples, which extend beyond the region by its reach.
+PixelBlock Blur(const PixelBlock& source, const std::vector<float>& weights, const Region& region) {
     PixelBlock blurred(region);
-    ForEachRow(region, [&](std::int64_t y) {
-        const PixelBlock line(Region{region.x - reach, y, region.width + 2 * reach, 1});
-        Clear(line.GetTile());
-        SumRowsAround(source, weights, y - reach,
-                      line.GetTile().Part({source.GetRegion().x, y, source.GetRegion().width, 1}).pixels);
-        SumNeighbors(line.Row(y), weights.data(), weights.size(), blurred.GetTile().Row(y),
-                     static_cast<std::size_t>(region.width));
+    tbb::parallel_for<std::int64_t>(0, (region.height + kRowsOfBlur - 1) / kRowsOfBlur, [&](std::int64_t index) {
+        const Region rows = region.Intersection({region.x, region.y + index * kRowsOfBlur, region.width, kRowsOfBlur});
+        SumAround(source.GetView(), weights, blurred.GetTile().Part(rows));
     });
     return blurred;
 }
@@ -164,7 +195,18 @@ PixelBlock Blur(const PixelBlock& source, double sigma, const Region& region) {
 class WideGaussianStage : public Stage {
   public:
     WideGaussianStage(PixelBlock coarse, std::int64_t step)
-        : coarse_(std::move(coarse)), step_(step), weights_(GaussianInterpolationWeights(static_cast<int>(step))) {}
+        : coarse_(std::move(coarse)),
+          step_(step),
+          columnWeights_(kInterpolationTaps * static_cast<std::size_t>(step) + kMostLanes) {
+        for (std::int64_t phase = 0; phase < step; ++phase) {
+            rowWeights_.push_back(
+                GaussianInterpolationWeights((static_cast<double>(phase) + 0.5) / static_cast<double>(step)));
+            for (std::size_t k = 0; k < kInterpolationTaps; ++k) {
+                columnWeights_[k * static_cast<std::size_t>(step) + static_cast<std::size_t>(phase)] =
+                    rowWeights_.back()[k];
+            }
+        }
+    }
 
     void Render(const Tile& tile) const override {
         const Region used = CoarseRegion(tile.region, step_);
@@ -177,10 +219,10 @@ class WideGaussianStage : public Stage {
                 const auto row = first + static_cast<std::int64_t>(k);
                 rows[k] = coarse_.Row(row) + static_cast<std::size_t>(used.x - coarse_.GetRegion().x) * kFloatsPerPixel;
             }
-            SumRows(rows, weights_.data() + Phase(y) * kInterpolationTaps, kInterpolationTaps, line.GetTile().pixels,
+            SumRows(rows, rowWeights_[Phase(y)].data(), kInterpolationTaps, line.GetTile().pixels,
                     line.GetTile().Width() * kFloatsPerPixel);
-            InterpolateRow(line.Row(0), weights_.data(), static_cast<std::size_t>(step_), columnPhase, tile.Row(y),
-                           tile.Width());
+            InterpolateRow(line.Row(0), columnWeights_.data(), static_cast<std::size_t>(step_), columnPhase,
+                           tile.Row(y), tile.Width());
         }
     }
 
@@ -193,7 +235,8 @@ class WideGaussianStage : public Stage {
 
     PixelBlock coarse_;
     std::int64_t step_;
-    std::vector<float> weights_;
+    std::vector<std::vector<float>> rowWeights_;  // of each phase
+    std::vector<float> columnWeights_;            // as InterpolateRow takes them
 };
 
 // The coarse image for a region of a blur.
@@ -229,13 +272,10 @@ Region WideGaussianSource(const Extent& extent, double sigma, const Region& regi
 
 std::unique_ptr<const Stage> PrepareWideGaussian(const ImageRef& input, double sigma, const Region& region) {
     const Coarse coarse = CoarseFor(input->GetExtent(), sigma, region);
-    PixelBlock blurred(coarse.wanted);
-    if (coarse.needed.IsEmpty()) {
-        Clear(blurred.GetTile());
-    } else {
-        blurred = Blur(Reduce(input, coarse.needed, coarse.step), coarse.sigma, coarse.wanted);
-    }
-    return std::make_unique<WideGaussianStage>(std::move(blurred), coarse.step);
+    const std::vector<float> weights = GaussianWeights(coarse.sigma);
+    const Region padded = coarse.wanted.GrownBy(static_cast<std::int64_t>(weights.size() / 2));
+    return std::make_unique<WideGaussianStage>(
+        Blur(Reduce(input, coarse.needed, coarse.step, padded), weights, coarse.wanted), coarse.step);
 }
 
 }  // namespace core_image

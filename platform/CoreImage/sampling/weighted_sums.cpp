@@ -2,6 +2,8 @@
 
 #include "sampling/weighted_sums.h"
 
+#include <algorithm>
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "sampling/weighted_sums.cpp"
 #include <hwy/foreach_target.h>
@@ -14,44 +16,80 @@ namespace hn = hwy::HWY_NAMESPACE;
 using PixelTag = hn::FixedTag<float, 4>;
 using PixelsTag = hn::ScalableTag<float>;
 
-// Sums consecutive vectors over every row.
-template <std::size_t kVectors, class D>
+// Sums consecutive vectors over every row, for kOuts results at once: each vector is loaded once for all of them.
+template <std::size_t kOuts, std::size_t kVectors, class D>
 HWY_INLINE void SumVectors(D d, const float* const* rows, const float* weights, std::size_t rowCount, std::size_t start,
-                           float* out) {
-    hn::Vec<D> sums[kVectors];
-    for (auto& sum : sums) sum = hn::Zero(d);
-    for (std::size_t k = 0; k < rowCount; ++k) {
-        const auto weight = hn::Set(d, weights[k]);
-        const float* from = rows[k] + start;
-        for (auto& sum : sums) {
-            sum = hn::MulAdd(weight, hn::LoadU(d, from), sum);
-            from += hn::MaxLanes(d);
+                           float* const* outs) {
+    hn::Vec<D> sums[kOuts][kVectors];
+    for (auto& ofOne : sums) {
+        for (auto& sum : ofOne) sum = hn::Zero(d);
+    }
+    for (std::size_t row = 0; row < rowCount + kOuts - 1; ++row) {
+        const float* from = rows[row] + start;
+        hn::Vec<D> loaded[kVectors];
+        for (std::size_t i = 0; i < kVectors; ++i) loaded[i] = hn::LoadU(d, from + i * hn::MaxLanes(d));
+        for (std::size_t out = 0; out < kOuts; ++out) {
+            if (row - out >= rowCount) continue;  // also if the result begins at a later row
+            const auto weight = hn::Set(d, weights[row - out]);
+            for (std::size_t i = 0; i < kVectors; ++i) sums[out][i] = hn::MulAdd(weight, loaded[i], sums[out][i]);
         }
     }
-    float* to = out + start;
-    for (const auto& sum : sums) {
-        hn::StoreU(sum, d, to);
-        to += hn::MaxLanes(d);
+    for (std::size_t out = 0; out < kOuts; ++out) {
+        for (std::size_t i = 0; i < kVectors; ++i) {
+            hn::StoreU(sums[out][i], d, outs[out] + start + i * hn::MaxLanes(d));
+        }
     }
 }
 
-HWY_ATTR void SumRows(const float* const* rows, const float* weights, std::size_t rowCount, float* out,
-                      std::size_t floats) {
-    const PixelsTag wide;
+// Sums consecutive vectors for every result.
+template <std::size_t kOuts, std::size_t kVectors, class D>
+HWY_INLINE void SumVectorsOfAll(D d, const float* const* rows, const float* weights, std::size_t rowCount,
+                                std::size_t start, float* const* outs, std::size_t outCount) {
+    std::size_t out = 0;
+    for (; out + kOuts <= outCount; out += kOuts) {
+        SumVectors<kOuts, kVectors>(d, rows + out, weights, rowCount, start, outs + out);
+    }
+    for (; out < outCount; ++out) SumVectors<1, kVectors>(d, rows + out, weights, rowCount, start, outs + out);
+}
+
+// The columns come one after the other: what a few vectors of all rows have fits into the first cache.
+template <std::size_t kOuts>
+HWY_INLINE void SumColumns(const float* const* rows, const float* weights, std::size_t rowCount, float* const* outs,
+                           std::size_t outCount, std::size_t floats) {
+    const PixelsTag d;
     // With as many sums as this, and their products, no addition waits for the one before it.
-    constexpr std::size_t kMost = HWY_ARCH_X86_32 ? 4 : 8;
-    constexpr std::size_t kStride = kMost * hn::MaxLanes(wide);
+    constexpr std::size_t kLanes = hn::MaxLanes(d), kSums = HWY_ARCH_X86_32 ? 4 : kLanes == 16 ? 16 : 8;
+    constexpr std::size_t kMost = kSums / kOuts;
     std::size_t start = 0;
-    for (; start + kStride <= floats; start += kStride) {
-        SumVectors<kMost>(wide, rows, weights, rowCount, start, out);
+    for (; start + kMost * kLanes <= floats; start += kMost * kLanes) {
+        SumVectorsOfAll<kOuts, kMost>(d, rows, weights, rowCount, start, outs, outCount);
     }
-    for (; start + 2 * hn::MaxLanes(wide) <= floats; start += 2 * hn::MaxLanes(wide)) {
-        SumVectors<2>(wide, rows, weights, rowCount, start, out);
+    for (; start + 2 * kLanes <= floats; start += 2 * kLanes) {
+        SumVectorsOfAll<kOuts, 2>(d, rows, weights, rowCount, start, outs, outCount);
     }
-    for (; start + hn::MaxLanes(wide) <= floats; start += hn::MaxLanes(wide)) {
-        SumVectors<1>(wide, rows, weights, rowCount, start, out);
+    for (; start + kLanes <= floats; start += kLanes) {
+        SumVectorsOfAll<kOuts, 1>(d, rows, weights, rowCount, start, outs, outCount);
     }
-    for (; start < floats; start += 4) SumVectors<1>(PixelTag(), rows, weights, rowCount, start, out);
+    if (start < floats && floats >= kLanes) {
+        // Some of them once more, which is faster than one after the other.
+        SumVectorsOfAll<kOuts, 1>(d, rows, weights, rowCount, floats - kLanes, outs, outCount);
+        return;
+    }
+    for (; start < floats; start += 4) {
+        SumVectorsOfAll<kOuts, 1>(PixelTag(), rows, weights, rowCount, start, outs, outCount);
+    }
+}
+
+HWY_ATTR void SumRowsTogether(const float* const* rows, const float* weights, std::size_t rowCount, float* const* outs,
+                              std::size_t outCount, std::size_t floats) {
+    constexpr std::size_t kTogether = HWY_ARCH_X86_32 ? 2 : 4;
+    if (outCount < kTogether) {
+        for (std::size_t out = 0; out < outCount; ++out) {
+            SumColumns<1>(rows + out, weights, rowCount, outs + out, 1, floats);
+        }
+    } else {
+        SumColumns<kTogether>(rows, weights, rowCount, outs, outCount, floats);
+    }
 }
 
 // The sum of the pixels in a vector.
@@ -67,8 +105,8 @@ HWY_INLINE hn::Vec<PixelTag> SumOfPixels(V pixels) {
 }
 
 // The weights of as many pixels as a vector has, each four times.
-HWY_INLINE hn::Vec<PixelsTag> WeightsOfPixels(const float* weights) {
-    const PixelsTag d;
+template <class D>
+HWY_INLINE hn::Vec<D> WeightsOfPixels(D d, const float* weights) {
     static_assert(hn::MaxLanes(d) <= kMostLanes && hn::MaxLanes(d) <= 4 * kNeighborStep);
     if constexpr (hn::MaxLanes(d) == 4) {
         return hn::Set(d, *weights);
@@ -91,7 +129,7 @@ HWY_INLINE void SumNeighborsIn(const float* in, std::ptrdiff_t inStride, const N
         auto sum0 = hn::Zero(d), sum1 = hn::Zero(d), sum2 = hn::Zero(d), sum3 = hn::Zero(d);
         const auto count = static_cast<std::size_t>(neighbors.count[pixel]);
         for (std::size_t k = 0; k < count; k += kPixels, from += 4 * kPixels) {
-            const auto weight = WeightsOfPixels(weights + k);
+            const auto weight = WeightsOfPixels(d, weights + k);
             sum0 = hn::MulAdd(weight, hn::LoadU(d, from), sum0);
             if constexpr (kRows == 4) {
                 sum1 = hn::MulAdd(weight, hn::LoadU(d, from + inStride), sum1);
@@ -120,22 +158,80 @@ HWY_ATTR void SumNeighborsOfRows(const float* in, std::ptrdiff_t inStride, std::
     }
 }
 
+// Interpolates vectors of pixels whose samples are the same: every `distance`-th pixel vector of out, each from the
+// samples one further.
+template <class D>
+HWY_INLINE void InterpolateVectors(D d, const float* in, const float* weights, std::size_t step, float* out,
+                                   std::size_t distance, std::size_t count) {
+    hn::Vec<D> loaded[kInterpolationTaps];
+    for (std::size_t k = 0; k < kInterpolationTaps; ++k) loaded[k] = WeightsOfPixels(d, weights + k * step);
+    for (; count > 0; --count, in += 4, out += distance * hn::MaxLanes(d)) {
+        auto even = hn::Mul(loaded[0], hn::LoadDup128(d, in));
+        auto odd = hn::Mul(loaded[1], hn::LoadDup128(d, in + 4));
+        for (std::size_t k = 2; k < kInterpolationTaps; k += 2) {
+            even = hn::MulAdd(loaded[k], hn::LoadDup128(d, in + k * 4), even);
+            odd = hn::MulAdd(loaded[k + 1], hn::LoadDup128(d, in + k * 4 + 4), odd);
+        }
+        hn::StoreU(hn::Add(even, odd), d, out);
+    }
+}
+
+// A vector has no more pixels than the step.
+template <class D>
+HWY_INLINE void InterpolateRowIn(D d, const float* in, const float* weights, std::size_t step, std::size_t phase,
+                                 float* out, std::size_t pixels) {
+    constexpr std::size_t kPixels = hn::MaxLanes(d) / 4;
+    const auto interpolateOne = [&](std::size_t i) HWY_ATTR {
+        const std::size_t at = phase + i;
+        InterpolateVectors(PixelTag(), in + at / step * 4, weights + at % step, step, out + i * 4, 1, 1);
+    };
+    std::size_t done = 0;
+    for (; done < pixels && (phase + done) % kPixels != 0; ++done) interpolateOne(done);
+    const std::size_t vectors = (pixels - done) / kPixels, perStep = step / kPixels;
+    for (std::size_t vector = 0; vector < std::min(vectors, perStep); ++vector) {
+        const std::size_t i = done + vector * kPixels, at = phase + i;
+        InterpolateVectors(d, in + at / step * 4, weights + at % step, step, out + i * 4, perStep,
+                           (vectors - vector + perStep - 1) / perStep);
+    }
+    for (done += vectors * kPixels; done < pixels; ++done) interpolateOne(done);
+}
+
+HWY_ATTR void InterpolateRow(const float* in, const float* weights, std::size_t step, std::size_t phase, float* out,
+                             std::size_t pixels) {
+    if (step >= 4) {
+        InterpolateRowIn(hn::CappedTag<float, 16>(), in, weights, step, phase, out, pixels);
+    } else {
+        InterpolateRowIn(hn::CappedTag<float, 8>(), in, weights, step, phase, out, pixels);
+    }
+}
+
 }  // namespace core_image::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 namespace core_image {
 
-HWY_EXPORT(SumRows);
+HWY_EXPORT(SumRowsTogether);
 HWY_EXPORT(SumNeighborsOfRows);
+HWY_EXPORT(InterpolateRow);
 
 void SumRows(const float* const* rows, const float* weights, std::size_t rowCount, float* out, std::size_t floats) {
-    HWY_DYNAMIC_DISPATCH(SumRows)(rows, weights, rowCount, out, floats);
+    SumRowsTogether(rows, weights, rowCount, &out, 1, floats);
+}
+
+void SumRowsTogether(const float* const* rows, const float* weights, std::size_t rowCount, float* const* outs,
+                     std::size_t outCount, std::size_t floats) {
+    HWY_DYNAMIC_DISPATCH(SumRowsTogether)(rows, weights, rowCount, outs, outCount, floats);
 }
 
 void SumNeighborsOfRows(const float* in, std::ptrdiff_t inStride, std::size_t rows, const Neighbors& neighbors,
                         float* out, std::ptrdiff_t outStride, std::size_t pixels) {
     HWY_DYNAMIC_DISPATCH(SumNeighborsOfRows)(in, inStride, rows, neighbors, out, outStride, pixels);
+}
+
+void InterpolateRow(const float* in, const float* weights, std::size_t step, std::size_t phase, float* out,
+                    std::size_t pixels) {
+    HWY_DYNAMIC_DISPATCH(InterpolateRow)(in, weights, step, phase, out, pixels);
 }
 
 }  // namespace core_image

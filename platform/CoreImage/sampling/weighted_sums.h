@@ -14,6 +14,10 @@ namespace core_image {
 // out[i] = sum over k of weights[k] * rows[k][i], for a count of floats that is a multiple of four.
 void SumRows(const float* const* rows, const float* weights, std::size_t rowCount, float* out, std::size_t floats);
 
+// outs[n][i] = sum over k of weights[k] * rows[n + k][i]: results that share most of their rows.
+void SumRowsTogether(const float* const* rows, const float* weights, std::size_t rowCount, float* const* outs,
+                     std::size_t outCount, std::size_t floats);
+
 // Which neighbors make the pixels of a row, and with which weights.
 struct Neighbors {
     const std::int32_t* first;  // of each pixel, the index of its first neighbor
@@ -30,5 +34,13 @@ inline constexpr std::size_t kMostLanes = 16;
 // floats apart.
 void SumNeighborsOfRows(const float* in, std::ptrdiff_t inStride, std::size_t rows, const Neighbors& neighbors,
                         float* out, std::ptrdiff_t outStride, std::size_t pixels);
+
+// The number of samples from which InterpolateRow makes a pixel.
+inline constexpr std::size_t kInterpolationTaps = 10;
+
+// out[i] = sum over k of weights[k * step + p] * in[first + k], in pixels, where first = (phase + i) / step and p =
+// (phase + i) % step. The step is a power of two, and kMostLanes unused weights follow the others.
+void InterpolateRow(const float* in, const float* weights, std::size_t step, std::size_t phase, float* out,
+                    std::size_t pixels);
 
 }  // namespace core_image
