@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "formats.h"
+#include "heif_references.h"
 
 namespace image_io {
 namespace {
@@ -119,6 +120,9 @@ Status DecodeFile(const std::uint8_t* bytes, std::size_t length, Picture* pictur
     Handle handle;
     heif_error error = Open(bytes, length, &context, &handle);
     if (!IsOK(error)) return StatusOf(error, picture);
+    heif_item_id id = 0;
+    error = heif_context_get_primary_image_ID(context.get(), &id);
+    if (!IsOK(error) || !CanBeDecoded(bytes, length, id)) return Status::kInvalidData;
     const int bits = ReadHeaderOf(handle.get(), picture);
     if (!Allocate(picture->width, picture->height, picture)) return Status::kInvalidData;
     KeepProfile(handle.get(), picture);

@@ -162,6 +162,17 @@ TEST_F(LinkerTest, RefusesPointersWithoutSymbol) {
     EXPECT_EQ(Problem(), "section __IMPORT,__pointers: at 0, a pointer refers to symbol 65535, which does not exist");
 }
 
+TEST_F(LinkerTest, RefusesAPointerToASymbolForDebuggers) {
+    DynamicSymbols().indirectCount = 1;
+    const std::uint32_t debug = Symbols().symbolCount - 1;
+    At<std::uint32_t>(DynamicSymbols().indirectOffset) = debug;
+    auto& symbol = At<format::Symbol>(Symbols().symbolOffset + debug * sizeof(format::Symbol));
+    symbol.type |= format::kSymbolDebug;
+    symbol.section = 0;
+    const auto* name = reinterpret_cast<const char*>(file.data()) + Symbols().stringOffset + symbol.nameOffset;
+    EXPECT_EQ(Problem(), "symbol " + std::string(name) + ": it has no address");
+}
+
 TEST_F(LinkerTest, RandomDamageNeverCrashes) {
     const std::vector<unsigned char> whole = file;
     std::mt19937 random(1);

@@ -367,6 +367,29 @@ class FormatsTest(ZevaTest):
             first = path.read_bytes()
             self.assertEqual(self.apply("in.png", f"again.{suffix}").read_bytes(), first)
 
+    def test_a_heif_picture_that_is_made_of_itself_is_refused(self):
+        def box(kind, *parts):
+            content = b"".join(parts)
+            return struct.pack(">I", 8 + len(content)) + kind + content
+
+        def full(kind, *parts, version=0):
+            return box(kind, struct.pack(">I", version << 24), *parts)
+
+        grid = bytes([0, 0, 0, 0]) + struct.pack(">HH", 64, 64)
+        meta = (
+            full(b"hdlr", bytes(4), b"pict", bytes(13)),
+            full(b"pitm", struct.pack(">H", 1)),
+            full(b"iloc", struct.pack(">HHHHHHII", 0x4400, 1, 1, 1, 0, 1, 0, len(grid)), version=1),
+            full(b"iinf", struct.pack(">H", 1), full(b"infe", struct.pack(">HH", 1, 0), b"grid\0", version=2)),
+            full(b"iref", box(b"dimg", struct.pack(">HHH", 1, 1, 1))),
+            box(b"iprp", box(b"ipco", full(b"ispe", struct.pack(">II", 64, 64))),
+                full(b"ipma", struct.pack(">IHBB", 1, 1, 1, 1))),
+            box(b"idat", grid),
+        )
+        path = self.folder / "itself.heic"
+        path.write_bytes(box(b"ftyp", b"heic", bytes(4), b"mif1heic") + full(b"meta", *meta))
+        self.assertIn("; no image was opened", self.refusal(path, 1))
+
     def test_heif_and_avif_can_be_without_losses(self):
         picture = noise("RGB", (64, 48))
         profile = self.profile("displayP3")

@@ -117,7 +117,12 @@ class Linker {
     }
 
     // The address in the bundle of a symbol of the object.
-    std::uint32_t AddressOf(const Symbol& symbol) const { return layout_.NewAddress(symbol.section - 1, symbol.value); }
+    std::uint32_t AddressOf(const Symbol& symbol) const {
+        if (symbol.kind != Symbol::Kind::kInSection) {
+            throw ObjectError("symbol " + std::string(symbol.name), "it has no address");
+        }
+        return layout_.NewAddress(symbol.section - 1, symbol.value);
+    }
 
     // How far an address of the object has moved, in the section with this index.
     std::uint32_t Moved(std::uint32_t section) const { return layout_.NewAddress(section, 0); }
