@@ -19,8 +19,11 @@
 namespace core_image {
 namespace {
 
-// Up to this width a box is narrow, and float sums are accurate enough.
-constexpr std::int64_t kWidestNarrow = 65;
+// Up to this width a box is narrow: summed in tiles.
+constexpr std::int64_t kWidestNarrow = 129;
+
+// Up to this width float sums are accurate enough.
+constexpr std::int64_t kWidestOfFloats = 65;
 
 // From this width on a box is computed on a reduced image, in which it is at most this wide.
 constexpr double kWidestExact = 2047;
@@ -31,6 +34,12 @@ class NarrowBoxStage : public Stage {
     NarrowBoxStage(Prepared input, std::int64_t width) : input_(std::move(input)), width_(width) {}
 
     void Render(const Tile& tile) const override {
+        width_ > kWidestOfFloats ? RenderWith<double>(tile) : RenderWith<float>(tile);
+    }
+
+  private:
+    template <typename Number>
+    void RenderWith(const Tile& tile) const {
         const std::int64_t reach = width_ / 2;
         const Window source(input_, tile.region.GrownBy(reach));
         const auto width = static_cast<std::size_t>(width_);
@@ -38,7 +47,7 @@ class NarrowBoxStage : public Stage {
         const PixelBlock line({0, 0, source.GetView().region.width, 1});
         const PixelBlock memory({0, 0, 2 * source.GetView().region.width, 1});
         float* const columns = line.GetTile().pixels;
-        SumAlongColumns<float>(
+        SumAlongColumns<Number>(
             source.GetView(), width_, 1, tile.region.y - reach, tile.region.Top() - 1 - reach,
             [&](std::int64_t) { return columns; },
             [&](std::int64_t y) {
@@ -46,7 +55,6 @@ class NarrowBoxStage : public Stage {
             });
     }
 
-  private:
     Prepared input_;
     std::int64_t width_;
 };

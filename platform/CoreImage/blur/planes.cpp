@@ -113,18 +113,25 @@ bool AreAll(const Plane& plane, float value) {
 }
 
 void BlurPlane(const Plane& plane, const std::vector<float>& weights, Plane& out) {
+    // Rows that are summed together, because they share most of what they read.
+    constexpr std::int64_t kTogether = 16;
     const auto reach = static_cast<std::int64_t>(weights.size() / 2);
     const Region& region = out.GetRegion();
     const auto above = static_cast<std::size_t>(region.x - reach - plane.GetRegion().x);
-    Plane line({region.x - reach, 0, region.width + 2 * reach, 1});
-    std::vector<const float*> rows(weights.size()), columns(weights.size());
-    for (std::size_t k = 0; k < columns.size(); ++k) columns[k] = line.Row(0) + k;
-    for (std::int64_t y = region.y; y < region.Top(); ++y) {
-        for (std::size_t k = 0; k < rows.size(); ++k) {
-            rows[k] = plane.Row(y - reach + static_cast<std::int64_t>(k)) + above;
+    Plane lines({region.x - reach, 0, region.width + 2 * reach, kTogether});
+    float* sums[kTogether];
+    for (std::int64_t i = 0; i < kTogether; ++i) sums[i] = lines.Row(i);
+    std::vector<const float*> rows, columns(weights.size());
+    for (std::int64_t y = region.y; y < region.Top(); y += kTogether) {
+        const std::int64_t count = std::min(kTogether, region.Top() - y);
+        rows.clear();
+        for (std::int64_t row = y - reach; row < y + reach + count; ++row) rows.push_back(plane.Row(row) + above);
+        SumRowsTogether(rows.data(), weights.data(), weights.size(), sums, static_cast<std::size_t>(count),
+                        WholeBlocks(lines.Width()));
+        for (std::int64_t i = 0; i < count; ++i) {
+            for (std::size_t k = 0; k < columns.size(); ++k) columns[k] = sums[i] + k;
+            SumRows(columns.data(), weights.data(), columns.size(), out.Row(y + i), WholeBlocks(out.Width()));
         }
-        SumRows(rows.data(), weights.data(), rows.size(), line.Row(0), WholeBlocks(line.Width()));
-        SumRows(columns.data(), weights.data(), columns.size(), out.Row(y), WholeBlocks(out.Width()));
     }
 }
 
