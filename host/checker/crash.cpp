@@ -13,12 +13,14 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <iterator>
 #include <sstream>
+#include <string_view>
 
 #include "host/macho/load_object.h"
 
@@ -37,6 +39,8 @@ constexpr int kProgramCounter = REG_EIP, kStackPointer = REG_ESP;
 // The most frames of a report, and those of this program that are shown below code of others: how the module was
 // called. What is further out is the same in every report.
 constexpr std::size_t kShownFrames = 24, kShownCallers = 2;
+
+constexpr std::chrono::seconds kSymbolizerLimit{20};
 
 // An overflow of the stack needs another one for the handler. Unwinding takes a few kilobytes.
 constexpr std::size_t kHandlerStack = 256 << 10;
@@ -129,6 +133,27 @@ Place PlaceOf(std::uintptr_t address, const CrashNotes& notes, const std::vector
     return {found->path, address - (first == mappings.end() ? found->begin : first->begin)};
 }
 
+// The environment without the servers that llvm-symbolizer would ask for what a library lacks: a report that waits for
+// a network is worth less than one that shows a number.
+std::vector<char*> EnvironmentOfSymbolizer() {
+    std::vector<char*> variables;
+    for (char** each = environ; *each != nullptr; ++each) {
+        if (!std::string_view(*each).starts_with("DEBUGINFOD_URLS=")) variables.push_back(*each);
+    }
+    variables.push_back(nullptr);
+    return variables;
+}
+
+// Waits for a process, which is killed at the deadline.
+void WaitFor(pid_t process) {
+    const auto deadline = std::chrono::steady_clock::now() + kSymbolizerLimit;
+    int status = 0;
+    for (pid_t ended = 0; ended == 0 || (ended < 0 && errno == EINTR); ended = waitpid(process, &status, WNOHANG)) {
+        if (std::chrono::steady_clock::now() >= deadline) kill(process, SIGKILL);
+        usleep(1000);
+    }
+}
+
 // Runs llvm-symbolizer on these lines, "FILE ADDRESS", and returns its output, one line for each; none if there is no
 // such program.
 std::vector<std::string> Symbolized(const std::string& lines) {
@@ -145,12 +170,12 @@ std::vector<std::string> Symbolized(const std::string& lines) {
             const char* arguments[] = {program,        "--output-style=GNU", "--functions", "--demangle",
                                        "--no-inlines", "--pretty-print",     nullptr};
             pid_t process = 0;
-            if (posix_spawnp(&process, program, &actions, nullptr, const_cast<char**>(arguments), environ) != 0)
-                continue;
-            int status = 0;
-            while (waitpid(process, &status, 0) < 0 && errno == EINTR) {
+            std::vector<char*> environment = EnvironmentOfSymbolizer();
+            if (posix_spawnp(&process, program, &actions, nullptr, const_cast<char**>(arguments), environment.data()) ==
+                0) {
+                WaitFor(process);
+                break;
             }
-            break;
         }
         posix_spawn_file_actions_destroy(&actions);
         std::string text;

@@ -13,6 +13,7 @@ import subprocess
 import sys
 import tempfile
 import unittest
+import unittest.mock
 import xml.etree.ElementTree as tree
 
 MANUAL = pathlib.Path(sys.argv.pop())
@@ -74,6 +75,17 @@ class CommandTest(unittest.TestCase):
         text = check("--only", "properties.extremes", fault="properties.extremes").stdout
         self.assertIn("            stack: ", text)
         self.assertIn("writing double nan to Jug.Number\n            likely cause", text)
+
+    def test_names_of_a_stack_come_from_no_server(self):
+        with tempfile.TemporaryDirectory() as folder:
+            symbolizer = pathlib.Path(folder) / "llvm-symbolizer"
+            symbolizer.write_text('#!/bin/sh\nwhile read -r line; do echo "asked <$DEBUGINFOD_URLS> at ??:0"; done\n')
+            symbolizer.chmod(0o755)
+            variables = {"PATH": f"{folder}:{os.environ['PATH']}", "DEBUGINFOD_URLS": "https://server.invalid"}
+            with unittest.mock.patch.dict(os.environ, variables):
+                report = check("--only", "properties.extremes", "--json", fault="properties.extremes")
+        (entry,) = json.loads(report.stdout)["checks"]
+        self.assertRegex(entry["stack"][0], r"^asked <> \(")
 
     def test_what_the_sandbox_refuses_is_a_finding_of_its_step(self):
         for fault, tried in {"sandbox.file": 'opening "/var/tmp/faulty"', "sandbox.program": "starting a process",
