@@ -1,7 +1,7 @@
 // heif_references.h - how the pictures in a HEIF file are made of one another.
 //
-// A picture can be a grid of others, which can be grids again. libheif follows such references wherever they lead: in
-// a damaged file without end, with a thread for each picture.
+// A picture can be a grid of others, which can be grids again. libheif follows such references wherever they lead, with
+// a thread for each picture. In a damaged file they can lead back to where they came from.
 //
 // Failure: none; what is damaged is not followed.
 // Threads: any; nothing is shared.
