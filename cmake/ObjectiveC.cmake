@@ -13,11 +13,12 @@ foreach(language OBJC OBJCXX)
     set(CMAKE_EXECUTABLE_RUNTIME_${language}_FLAG_SEP ${CMAKE_EXECUTABLE_RUNTIME_CXX_FLAG_SEP})
 endforeach()
 
-# The compiler stores the path of each source, as it is given, and no option changes that. A path relative to the build
-# folder does not depend on where that is. Other builds keep CMake's rule, which tools that read commands understand.
+# The compiler stores the path of each source, as it is given, after the name under which it first met the folder; no
+# option changes that. Paths relative to the build folder do not depend on where that is, and the folder is named before
+# the folders of headers. Other builds keep CMake's rule, which tools that read commands understand.
 if(CMAKE_UNITY_BUILD)
-    set(CMAKE_OBJCXX_COMPILE_OBJECT "<CMAKE_OBJCXX_COMPILER> <DEFINES> <INCLUDES> <FLAGS> -o <OBJECT> \
--c `realpath --relative-to=. <SOURCE>`")
+    set(CMAKE_OBJCXX_COMPILE_OBJECT "<CMAKE_OBJCXX_COMPILER> -I`realpath -m --relative-to=. <SOURCE>/..` \
+<DEFINES> <INCLUDES> <FLAGS> -o <OBJECT> -c `realpath --relative-to=. <SOURCE>`")
 endif()
 
 # The C++ driver adds the C++ runtime to what it links. Modules are linked by the C driver and must not get it.

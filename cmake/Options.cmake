@@ -20,9 +20,10 @@ option(ZEVA_FUZZ "build the programs for fuzzing" OFF)
 add_library(zeva_options INTERFACE)
 target_include_directories(zeva_options INTERFACE ${PROJECT_SOURCE_DIR})
 # Assertions and debug information name their file without the folder that it was built in, or that its header was
-# unpacked in, and nothing may contain the time: a build in another folder at another time gives the same bytes.
+# unpacked in, and nothing may contain the time: a build in another folder at another time gives the same bytes. DWARF 5
+# has a check sum of each source, and joined sources name theirs by the whole path.
 target_compile_options(zeva_options INTERFACE
-    -Wall -Wextra -Wpedantic -Wshadow -Wdate-time
+    -Wall -Wextra -Wpedantic -Wshadow -Wdate-time -fdebug-default-version=4
     -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/= -fdebug-prefix-map=${PROJECT_SOURCE_DIR}/= -fdebug-compilation-dir=.)
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
     # 64-bit file offsets: files above 2 GB can be opened at both widths.
