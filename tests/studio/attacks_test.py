@@ -210,7 +210,7 @@ class LoadTest(unittest.TestCase):
         for connection in slow:
             connection.sendall(b"GET / HTTP/1.1\r\nHost: ")
         self.assertEqual(studio.get("/").status, 200)
-        slow[0].settimeout(20)
+        slow[0].settimeout(60)
         received(slow[0])  # ends because the server closes
         for connection in slow:
             connection.close()
