@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "host/macho/object_error.h"
+#include "host/macho/object_file.h"
 #include "tests/macos/damaged_object.h"
 #include "tools/link_bundle/linker.h"
 
@@ -171,6 +172,12 @@ TEST_F(LinkerTest, RefusesAPointerToASymbolForDebuggers) {
     symbol.section = 0;
     const auto* name = reinterpret_cast<const char*>(file.data()) + Symbols().stringOffset + symbol.nameOffset;
     EXPECT_EQ(Problem(), "symbol " + std::string(name) + ": it has no address");
+}
+
+TEST_F(LinkerTest, AnEmptySectionHasItsPlaceInTheFile) {
+    Section("__OBJC,__image_info").size = 0;
+    const std::vector<unsigned char> bundle = linker::Link(file);
+    EXPECT_NO_THROW(static_cast<void>(host::macho::ReadObject(bundle)));
 }
 
 TEST_F(LinkerTest, RandomDamageNeverCrashes) {

@@ -149,7 +149,7 @@ void BundleWriter::WriteSegments(std::uint32_t linkSize) {
         ++commandCount_;
         for (const std::uint32_t index : segment.sections) {
             const OutputSection& section = layout_.sections[index];
-            const bool isInFile = !section.bytes.empty();
+            const bool isInFile = !IsZeroFilled(section);  // also if it is empty
             const std::size_t comma = section.name.find(',');
             format::Section header = {
                 .name = {},

@@ -24,11 +24,11 @@ constexpr std::uint32_t kCompactUnwindEntry = 20;
 
 std::string SegmentOf(const std::string& section) { return section.substr(0, section.find(',')); }
 
+}  // namespace
+
 bool IsZeroFilled(const OutputSection& section) {
     return (section.flags & format::kSectionKindMask) == format::kZeroFilled;
 }
-
-}  // namespace
 
 Layout::Layout(const ObjectFile& object, std::uint32_t stubCount) : object_(object), targets_(object.sections.size()) {
     segments = {{.name = "__TEXT", .protection = format::kReadable | format::kExecutable},

@@ -48,6 +48,9 @@ struct OutputSection {
     std::uint32_t End() const { return address + size; }
 };
 
+// Whether a section has no bytes in the file, whatever its size.
+bool IsZeroFilled(const OutputSection& section);
+
 struct OutputSegment {
     std::string name;
     std::uint32_t protection = 0;
