@@ -158,8 +158,8 @@ HWY_ATTR void SumNeighborsOfRows(const float* in, std::ptrdiff_t inStride, std::
     }
 }
 
-// Interpolates vectors of pixels whose samples are the same: every `distance`-th pixel vector of out, each from the
-// samples one further.
+// Interpolates every `distance`-th vector of out. The pixels of a vector have the same samples; those of the next one
+// begin a sample later.
 template <class D>
 HWY_INLINE void InterpolateVectors(D d, const float* in, const float* weights, std::size_t step, float* out,
                                    std::size_t distance, std::size_t count) {
