@@ -44,7 +44,7 @@ void ExpectWeightedMean(const ImageRef& image, const Source& source, std::int64_
 
 TEST(BoxBlurTest, AveragesASquareOfOddWidth) {
     Random random;
-    for (const double radius : {3.0, 4.9, 5.0, 21.0, 40.0, 64.9, 65.0, 67.0, 100.0, 301.0}) {
+    for (const double radius : {3.0, 4.9, 5.0, 21.0, 40.0, 64.9, 65.0, 67.0, 100.0, 129.0, 131.0, 301.0}) {
         const Source source = RandomSource(random);
         const auto reach = static_cast<std::int64_t>((radius - 1) / 2);
         const ImageRef image = Output("CIBoxBlur", source.image, {{"inputRadius", {radius}}});
