@@ -42,7 +42,14 @@ HWY_INLINE void Change(const MatrixFormula& f, Colors& c) {
 }
 
 HWY_INLINE void Change(const GammaFormula& f, Colors& c) {
-    ChangeEachColor(c, [&f](Wide x) HWY_ATTR { return ToPower(hn::Max(x, Constant(0)), f.power); });
+    const auto raise = [&c](const auto& power) HWY_ATTR {
+        ChangeEachColor(c, [&power](Wide x) HWY_ATTR { return power(hn::Max(x, Constant(0))); });
+    };
+    if (f.power.hasTables) {
+        raise([&f](Wide x) HWY_ATTR { return LookUpPower(x, f.power); });
+    } else {
+        raise([&f](Wide x) HWY_ATTR { return ComputePower(x, f.power); });
+    }
 }
 
 HWY_INLINE void Change(const ClampFormula& f, Colors& c) {

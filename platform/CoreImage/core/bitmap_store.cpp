@@ -92,17 +92,21 @@ std::size_t PixelsToLine(const BitmapDestination& destination, const Region& reg
 
 void Store(float* blocks, const Run& run, const Region& region, const BitmapDestination& destination, bool pastCache) {
     if (destination.transfer == Transfer::kSRGB) EncodeRun(blocks, run.count);
+    auto* to = static_cast<std::uint8_t*>(PlaceIn(destination, region, run.x, run.y));
+    const bool byLines = pastCache && reinterpret_cast<std::uintptr_t>(to) % kLine == 0;
     if (destination.format == PixelFormat::kBytes) {
         HWY_DYNAMIC_DISPATCH(ToBytes)(blocks, run.count);
     } else if (destination.format == PixelFormat::kWords) {
         HWY_DYNAMIC_DISPATCH(ToWords)(blocks, run.count);
-    } else {
+    } else if (byLines) {
         FromBlocks(blocks, run.count, blocks);
+    } else {
+        FromBlocks(blocks, run.count, reinterpret_cast<float*>(to));
+        return;
     }
     const auto* from = reinterpret_cast<const std::uint8_t*>(blocks);
-    auto* to = static_cast<std::uint8_t*>(PlaceIn(destination, region, run.x, run.y));
     std::size_t bytes = run.count * SizeOfPixel(destination.format);
-    if (pastCache && reinterpret_cast<std::uintptr_t>(to) % kLine == 0) {
+    if (byLines) {
         const std::size_t lines = bytes / kLine * kLine;
         HWY_DYNAMIC_DISPATCH(CopyLines)(from, lines, to);
         from += lines, to += lines, bytes -= lines;

@@ -7,8 +7,7 @@
 namespace core_image {
 namespace {
 
-// Doubles up to this size, 2^52, hold every whole number and its half.
-constexpr double kFarthestPixel = 4503599627370496.0;
+constexpr auto kFarthestPixel = static_cast<double>(-kCountable.x);
 
 }  // namespace
 

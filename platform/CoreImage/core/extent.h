@@ -27,6 +27,9 @@ struct Region {
     bool Contains(std::int64_t pixelX, std::int64_t pixelY) const {
         return pixelX >= x && pixelX < Right() && pixelY >= y && pixelY < Top();
     }
+    bool Contains(const Region& other) const {
+        return other.x >= x && other.Right() <= Right() && other.y >= y && other.Top() <= Top();
+    }
     [[nodiscard]] Region GrownBy(std::int64_t amount) const {
         return {x - amount, y - amount, width + 2 * amount, height + 2 * amount};
     }
@@ -78,6 +81,10 @@ struct Extent {
     }
     bool operator==(const Extent&) const = default;
 };
+
+// The pixels whose edges and centers are exact as doubles: up to 2^52 in each direction.
+inline constexpr Region kCountable = {-(std::int64_t{1} << 52), -(std::int64_t{1} << 52), std::int64_t{1} << 53,
+                                      std::int64_t{1} << 53};
 
 // The pixels that an extent covers. Returns false for an extent that is empty, infinite, or so far from the origin
 // that its pixels cannot be counted exactly.

@@ -42,27 +42,34 @@ void RenderByRuns(const Stage& stage, const Tile& tile) {
     });
 }
 
+// Why the coordinates are compared one by one, and the rest is a function of its own: at 32 bits the compiler would load
+// a whole region as a vector right after its halves were stored, and the processor waits for that longer than a short
+// run takes.
 void Prepared::RenderRun(const Run& run, float* blocks, float* spare) const {
-    const Region region = run.GetRegion();
-    if (stage_ != nullptr && Clip(region, extent_) == region) {
+    const auto right = run.x + static_cast<std::int64_t>(run.count);
+    if (stage_ != nullptr && run.x >= pixels_.x && right <= pixels_.Right() && run.y >= pixels_.y &&
+        run.y < pixels_.Top()) {
         stage_->RenderRun(run, blocks, spare);
     } else {
-        Render({region, blocks, 0});
-        ToBlocks(blocks, run.count, blocks);
+        RenderRunAtEdge(run, blocks);
     }
 }
 
+[[gnu::noinline]] void Prepared::RenderRunAtEdge(const Run& run, float* blocks) const {
+    Render({run.GetRegion(), blocks, 0});
+    ToBlocks(blocks, run.count, blocks);
+}
+
 void Prepared::Render(const Tile& tile) const {
-    const Region inside = Clip(tile.region, extent_);
+    const Region &all = tile.region, inside = all.Intersection(pixels_);
     if (stage_ == nullptr || inside.IsEmpty()) {
         Clear(tile);
         return;
     }
-    if (inside == tile.region) {
+    if (inside == all) {
         stage_->Render(tile);
         return;
     }
-    const Region& all = tile.region;
     const std::int64_t middle = inside.height;
     for (const Region& around : {Region{all.x, all.y, all.width, inside.y - all.y},
                                  Region{all.x, inside.Top(), all.width, all.Top() - inside.Top()},
@@ -74,7 +81,7 @@ void Prepared::Render(const Tile& tile) const {
 }
 
 std::optional<View> Prepared::Held(const Region& region) const {
-    if (stage_ == nullptr || Clip(region, extent_) != region) return std::nullopt;
+    if (stage_ == nullptr || !pixels_.Contains(region)) return std::nullopt;
     return stage_->Held(region);
 }
 

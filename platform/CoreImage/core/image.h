@@ -97,7 +97,7 @@ class Prepared {
   public:
     Prepared() = default;
     Prepared(const Extent& extent, std::shared_ptr<const Stage> stage, int levels)
-        : extent_(extent), stage_(std::move(stage)), levels_(levels) {}
+        : extent_(extent), pixels_(Clip(kCountable, extent)), stage_(std::move(stage)), levels_(levels) {}
 
     // Writes every pixel of a tile, transparent outside the image.
     void Render(const Tile& tile) const;
@@ -122,7 +122,10 @@ class Prepared {
     const Stage* OwnStage() const { return stage_.use_count() == 1 ? stage_.get() : nullptr; }
 
   private:
+    void RenderRunAtEdge(const Run& run, float* blocks) const;
+
     Extent extent_;
+    Region pixels_;  // of the extent: at 32 bits, comparing whole numbers with doubles takes as long as a short run
     std::shared_ptr<const Stage> stage_;
     int levels_ = 0;
 };

@@ -21,7 +21,7 @@ struct Step {
     // One of the three.
     const PointFunction* function = nullptr;  // owned by an image, which outlives the rendering, or by own
     const CombiningFunction* combination = nullptr;
-    Extent extent;  // outside of which pixels become transparent
+    Region inside;  // pixels outside of it become transparent
 
     std::unique_ptr<const PointFunction> own;
 
@@ -41,10 +41,9 @@ struct Step {
     bool IsClear() const { return function == nullptr && combination == nullptr; }
 };
 
-// Makes the pixels of a run transparent that lie outside of an extent.
-void ClearOutside(const Extent& extent, const Run& run, float* blocks) {
-    const Region inside = Clip(run.GetRegion(), extent);
-    if (inside == run.GetRegion()) return;
+// Makes the pixels of a run transparent that lie outside of a region.
+void ClearOutside(const Region& inside, const Run& run, float* blocks) {
+    if (inside.Contains(run.GetRegion())) return;
     constexpr std::size_t kBlockFloats = kBlockPixels * kFloatsPerPixel;
     for (std::size_t index = 0; index < run.count; ++index) {
         if (inside.Contains(run.x + static_cast<std::int64_t>(index), run.y)) continue;
@@ -60,7 +59,8 @@ class ChainStage : public Stage {
         if (const auto* below = dynamic_cast<const ChainStage*>(input.OwnStage())) {
             base_ = std::move(below->base_);
             steps_ = std::move(below->steps_);
-            if (Clip(region, input.GetExtent()) != region) steps_.push_back({.extent = input.GetExtent()});
+            const Region inside = Clip(region, input.GetExtent());
+            if (inside != region) steps_.push_back({.inside = inside});
             levels_ = below->levels_;
             spareRuns_ = below->spareRuns_;
             combinations_ = below->combinations_;
@@ -148,7 +148,7 @@ class ChainStage : public Stage {
         bool isCombined = false;
         for (const Step& step : steps_) {
             if (step.IsClear()) {
-                const Region inside = Clip(region, step.extent);
+                const Region inside = region.Intersection(step.inside);
                 if (inside == region) continue;
                 if (inside.IsEmpty()) {
                     picked = {/*isCleared=*/true, {}};
@@ -173,7 +173,7 @@ class ChainStage : public Stage {
         } else if (step.combination != nullptr) {
             Combine(step, run, blocks, spare, tiles);
         } else {
-            ClearOutside(step.extent, run, blocks);
+            ClearOutside(step.inside, run, blocks);
         }
     }
 

@@ -15,7 +15,6 @@
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
 
-constexpr std::size_t kVectorsPerBlock = kBlockPixels / hn::MaxLanes(WideTag());
 constexpr std::size_t kBlockFloats = kBlockPixels * kFloatsPerPixel;
 
 constexpr std::size_t kLineFloats = 64 / sizeof(float);  // a cache line
@@ -24,22 +23,29 @@ constexpr std::size_t kLineFloats = 64 / sizeof(float);  // a cache line
 // prefetcher stops at page ends. Prefetching beyond the last pixel is harmless.
 constexpr std::size_t kFloatsAhead = 2 * kRunFloats;
 
-// A block is read completely before it is written, since both forms may be at the same address.
+// Where a block can be read while it is written: a copy if both forms are at the same address.
+HWY_INLINE const float* Readable(const float* block, const float* written, float* copy) {
+    if (block != written) return block;
+    std::memcpy(copy, block, kBlockFloats * sizeof(float));
+    return copy;
+}
+
 HWY_INLINE void BlockOf(const float* pixels, float* block) {
-    Colors c[kVectorsPerBlock];
-    for (std::size_t k = 0; k < kVectorsPerBlock; ++k) {
-        const float* from = pixels + k * hn::MaxLanes(WideTag()) * kFloatsPerPixel;
-        hn::LoadInterleaved4(WideTag(), from, c[k].red, c[k].green, c[k].blue, c[k].alpha);
+    HWY_ALIGN float copy[kBlockFloats];
+    pixels = Readable(pixels, block, copy);
+    for (std::size_t pixel = 0; pixel < kBlockPixels; pixel += hn::MaxLanes(WideTag())) {
+        Colors c;
+        hn::LoadInterleaved4(WideTag(), pixels + pixel * kFloatsPerPixel, c.red, c.green, c.blue, c.alpha);
+        StoreColors(c, block + pixel);
     }
-    for (std::size_t k = 0; k < kVectorsPerBlock; ++k) StoreColors(c[k], block + k * hn::MaxLanes(WideTag()));
 }
 
 HWY_INLINE void PixelsOf(const float* block, float* pixels) {
-    Colors c[kVectorsPerBlock];
-    for (std::size_t k = 0; k < kVectorsPerBlock; ++k) c[k] = LoadColors(block + k * hn::MaxLanes(WideTag()));
-    for (std::size_t k = 0; k < kVectorsPerBlock; ++k) {
-        float* to = pixels + k * hn::MaxLanes(WideTag()) * kFloatsPerPixel;
-        hn::StoreInterleaved4(c[k].red, c[k].green, c[k].blue, c[k].alpha, WideTag(), to);
+    HWY_ALIGN float copy[kBlockFloats];
+    block = Readable(block, pixels, copy);
+    for (std::size_t pixel = 0; pixel < kBlockPixels; pixel += hn::MaxLanes(WideTag())) {
+        const Colors c = LoadColors(block + pixel);
+        hn::StoreInterleaved4(c.red, c.green, c.blue, c.alpha, WideTag(), pixels + pixel * kFloatsPerPixel);
     }
 }
 
