@@ -141,19 +141,24 @@ struct Depth {
 // What an image needs of its inputs to be rendered.
 class Needs {
   public:
+    enum class Reading { kByTiles, kPixels, kAtOnce };
+
     // Regions of images. The images are borrowed.
     struct Need {
         const Image* image;
         Region region;
-        bool isAtOnce;
+        Reading reading;
     };
 
     // A region from which each tile reads what it needs. Where tiles need more than their own size, pixels of the input
     // are rendered several times, unless the input is held in memory.
-    void AddByTiles(const ImageRef& image, const Region& region) { Add({image.Get(), region, false}); }
+    void AddByTiles(const ImageRef& image, const Region& region) { Add({image.Get(), region, Reading::kByTiles}); }
+
+    // A region from which each tile reads at most as many pixels as it has, wherever they are.
+    void AddPixels(const ImageRef& image, const Region& region) { Add({image.Get(), region, Reading::kPixels}); }
 
     // A region that is read once, while the stage is made.
-    void AddAtOnce(const ImageRef& image, const Region& region) { Add({image.Get(), region, true}); }
+    void AddAtOnce(const ImageRef& image, const Region& region) { Add({image.Get(), region, Reading::kAtOnce}); }
 
     // In the order in which they were added.
     std::span<const Need> All() const { return {all_.data(), count_}; }

@@ -218,9 +218,13 @@ void Plan::AskForNeeds(Part& part) {
     for (std::size_t index = 0; index < needs.All().size(); ++index) {
         const Needs::Need& need = needs.All()[index];
         const Wanted wanted = Resolved(need.image, need.region);
+        const bool isAtOnce = need.reading == Needs::Reading::kAtOnce;
         double pixels = PixelCount(wanted.region);
-        if (need.isAtOnce) {
+        if (isAtOnce) {
             part.ownCost += kCostOfAtOnce;
+        } else if (need.reading == Needs::Reading::kPixels) {
+            part.ownCost += kCostOfPoint;
+            pixels = PixelCount(part.region);
         } else {
             const Region& read = needsOfTile.All()[index].region;
             const auto around = static_cast<double>(std::abs(read.width - tile.width + read.height - tile.height));
@@ -232,12 +236,12 @@ void Plan::AskForNeeds(Part& part) {
         }
         if (wanted.region.IsEmpty()) continue;
         if (IsSource(wanted)) {
-            if (!need.isAtOnce) part.ownCost += kCostOfSource * pixels / PixelCount(part.region);
+            if (!isAtOnce) part.ownCost += kCostOfSource * pixels / PixelCount(part.region);
             continue;
         }
         // What is prepared for an image above this one is used as it is.
         const bool isPrepared = scope_.outer != nullptr && scope_.outer->Find(wanted, /*isLast=*/false);
-        if (!isPrepared) AskFor(&part, wanted, pixels, need.isAtOnce);
+        if (!isPrepared) AskFor(&part, wanted, pixels, isAtOnce);
     }
 }
 
@@ -324,7 +328,7 @@ double MostPixelsRead(const ImageRef& image, const Region& region) {
         wanted.region = {};
         for (const Needs::Need& need : needs.All()) {
             const Wanted input = Resolved(need.image, need.region);
-            if (need.isAtOnce || input.region.IsEmpty()) continue;
+            if (need.reading == Needs::Reading::kAtOnce || input.region.IsEmpty()) continue;
             if (PixelCount(input.region) > PixelCount(wanted.region)) wanted = input;
         }
         most = std::max(most, PixelCount(wanted.region));

@@ -2,9 +2,12 @@
 
 #include "core/transfer.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <vector>
+
+#include "core/run.h"
 
 namespace core_image {
 namespace {
@@ -14,48 +17,16 @@ double Decode(double encoded) {
     return encoded <= 0.04045 ? encoded / 12.92 : std::pow((encoded + 0.055) / 1.055, 2.4);
 }
 
-// The curved part of the decoding function from 0 to 1, in equal pieces.
-struct DecodingTable {
-    static constexpr std::size_t kPieces = 4096;
-    static constexpr float kStraight = 0.04045f;
-
-    struct Piece {
-        float start;
-        float rise;
-    };
-    std::array<Piece, kPieces> pieces;
-
-    DecodingTable() {
-        for (std::size_t index = 0; index < kPieces; ++index) {
-            const double start = Decode(static_cast<double>(index) / kPieces);
-            const double end = Decode(static_cast<double>(index + 1) / kPieces);
-            pieces[index] = {static_cast<float>(start), static_cast<float>(end - start)};
-        }
-    }
-
-    float LightOf(float encoded) const {
-        if (encoded >= 0 && encoded < kStraight) return encoded * (1 / 12.92f);
-        if (!(encoded > 0 && encoded < 1)) return DecodeSRGB(encoded);
-        const float place = encoded * kPieces;
-        const int index = static_cast<int>(place);
-        const Piece& piece = pieces[static_cast<std::size_t>(index)];
-        return piece.start + piece.rise * (place - static_cast<float>(index));
-    }
-};
-
 }  // namespace
 
 void DecodePremultipliedRow(float* pixels, std::size_t count) {
-    static const DecodingTable table;
-    for (float* pixel = pixels; pixel != pixels + count * 4; pixel += 4) {
-        const float alpha = pixel[3];
-        for (int channel = 0; channel < 3; ++channel) {
-            if (alpha == 1) {
-                pixel[channel] = table.LightOf(pixel[channel]);
-            } else {
-                pixel[channel] = alpha == 0 ? 0 : table.LightOf(pixel[channel] / alpha) * alpha;
-            }
-        }
+    alignas(64) float blocks[kRunFloats];
+    for (std::size_t done = 0; done < count; done += kRunPixels) {
+        const std::size_t length = std::min(kRunPixels, count - done);
+        float* const run = pixels + done * kFloatsPerPixel;
+        ToBlocks(run, length, blocks);
+        DecodeRun(blocks, length);
+        FromBlocks(blocks, length, run);
     }
 }
 

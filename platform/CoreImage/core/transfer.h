@@ -17,13 +17,12 @@ enum class Transfer { kLinear, kSRGB };
 // The linear light of an encoded value.
 float DecodeSRGB(float encoded);
 
-// Decodes pixels, four floats each, whose first three are encoded and premultiplied by the fourth. The relative
-// error is at most 3e-6.
-void DecodePremultipliedRow(float* pixels, std::size_t count);
-
 // Encode and decode a run in blocks (run.h) whose colors are premultiplied. The relative error is at most 1e-6.
 void EncodeRun(float* blocks, std::size_t count);
 void DecodeRun(float* blocks, std::size_t count);
+
+// Decodes a row of pixels, four floats each, in the same way.
+void DecodePremultipliedRow(float* pixels, std::size_t count);
 
 // The linear light of each of the 256 encoded bytes.
 const float* DecodedBytes();

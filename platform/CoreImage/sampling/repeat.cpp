@@ -76,7 +76,7 @@ class TiledImage : public Image {
         if (input_->Encoded() != nullptr) SetEncoded(MakeTiledImage(input_->Encoded()));
     }
 
-    void AddNeeds(const Region& region, Needs& needs) const override { needs.AddByTiles(input_, Wanted(region)); }
+    void AddNeeds(const Region& region, Needs& needs) const override { needs.AddPixels(input_, Wanted(region)); }
 
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         return std::make_unique<TiledStage>(Prepare(input_, Wanted(region)), cell_);
@@ -96,14 +96,6 @@ class TiledImage : public Image {
     Region cell_;
 };
 
-// The pixels of a region that are nearest to another region: at least one.
-Region Nearest(const Region& region, const Region& all) {
-    const std::int64_t x = std::clamp(region.x, all.x, all.Right() - 1);
-    const std::int64_t y = std::clamp(region.y, all.y, all.Top() - 1);
-    return {x, y, std::clamp(region.Right() - 1, all.x, all.Right() - 1) + 1 - x,
-            std::clamp(region.Top() - 1, all.y, all.Top() - 1) + 1 - y};
-}
-
 class ClampedStage : public Stage {
   public:
     ClampedStage(Prepared input, const Region& all) : input_(std::move(input)), all_(all) {}
@@ -111,7 +103,7 @@ class ClampedStage : public Stage {
     std::optional<View> Held(const Region& region) const override { return input_.Held(region); }
 
     void Render(const Tile& tile) const override {
-        if (tile.region.Intersection(all_) == tile.region) {
+        if (all_.Contains(tile.region)) {
             input_.Render(tile);
             return;
         }
@@ -140,8 +132,10 @@ class ClampedImage : public Image {
         if (input_->Encoded() != nullptr) SetEncoded(MakeClampedImage(input_->Encoded()));
     }
 
+    const ImageRef& GetInput() const { return input_; }
+
     void AddNeeds(const Region& region, Needs& needs) const override {
-        needs.AddByTiles(input_, Nearest(region, all_));
+        needs.AddPixels(input_, Nearest(region, all_));
     }
 
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
@@ -155,12 +149,24 @@ class ClampedImage : public Image {
 
 }  // namespace
 
+Region Nearest(const Region& region, const Region& all) {
+    const std::int64_t x = std::clamp(region.x, all.x, all.Right() - 1);
+    const std::int64_t y = std::clamp(region.y, all.y, all.Top() - 1);
+    return {x, y, std::clamp(region.Right() - 1, all.x, all.Right() - 1) + 1 - x,
+            std::clamp(region.Top() - 1, all.y, all.Top() - 1) + 1 - y};
+}
+
 ImageRef MakeTiledImage(ImageRef input) {
     return IsFinite(input->GetExtent()) ? std::make_shared<TiledImage>(std::move(input)) : input;
 }
 
 ImageRef MakeClampedImage(ImageRef input) {
     return IsFinite(input->GetExtent()) ? std::make_shared<ClampedImage>(std::move(input)) : input;
+}
+
+ImageRef InputOfClamped(const ImageRef& image) {
+    const auto* clamped = dynamic_cast<const ClampedImage*>(image.Get());
+    return clamped == nullptr ? nullptr : clamped->GetInput();
 }
 
 }  // namespace core_image

@@ -15,4 +15,10 @@ ImageRef MakeTiledImage(ImageRef input);
 // An image extended by its nearest pixels. Returns the input itself when its extent is empty or not finite.
 ImageRef MakeClampedImage(ImageRef input);
 
+// The input of a clamped image; null for any other image.
+ImageRef InputOfClamped(const ImageRef& image);
+
+// The pixels of a clamped image's input that a region shows: at least one.
+[[nodiscard]] Region Nearest(const Region& region, const Region& all);
+
 }  // namespace core_image

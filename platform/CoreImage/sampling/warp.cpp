@@ -12,6 +12,7 @@
 #include "core/transfer.h"
 #include "core/window.h"
 #include "sampling/bilinear.h"
+#include "sampling/repeat.h"
 
 namespace core_image {
 namespace {
@@ -29,18 +30,30 @@ Extent CentersOf(const Region& region) {
             y + static_cast<double>(region.height) - 0.5};
 }
 
+// Whether an image has at least two pixels in each direction, so that some can be interpolated without others around.
+bool HasNeighbors(const Extent& extent) { return extent.right - extent.left >= 2 && extent.top - extent.bottom >= 2; }
+
 // A warp with its parameters.
 struct Recipe {
     ImageRef input;
+    bool isClamped;  // whether places outside the input show its edge
     bool isEncoded;  // whether the input's pixels are encoded and have to be decoded
     ImageRef guide;  // null without one
     std::shared_ptr<const Warp> warp;
+
+    // What is read of the input to interpolate between pixels, some of which may lie outside.
+    Region Read(const Region& pixels) const {
+        Region all;
+        if (!isClamped || !RegionOfExtent(input->GetExtent(), &all)) return WithRim(pixels, input->GetExtent());
+        // Interpolation takes the edge of its source beyond it, but a source has two pixels in each direction.
+        return Nearest(pixels, all).GrownBy(1).Intersection(all);
+    }
 
     // The pixels of the input from which a region is interpolated.
     //
     // One more pixel on each side: the bounds of all places are rounded differently from the places.
     Region SourceOf(const Region& region) const {
-        return WithRim(PixelsAround(warp->Source(CentersOf(region)).GrownBy(1)), input->GetExtent());
+        return Read(PixelsAround(warp->Source(CentersOf(region)).GrownBy(1)));
     }
 
     Region GuideOf(const Region& region) const { return region.GrownBy(warp->GuideMargin()); }
@@ -64,22 +77,22 @@ void AskFor(const View& view, std::int64_t y) {
 
 class WarpStage : public Stage {
   public:
-    WarpStage(const Recipe& recipe, const Region& region)
-        : warp_(recipe.warp),
-          isEncoded_(recipe.isEncoded && IsMatching()),
-          isGuided_(recipe.guide != nullptr),
-          extent_(recipe.input->GetExtent()) {
-        const Region source = recipe.SourceOf(region);
-        input_ = Prepare(recipe.input, source);
-        if (recipe.IsHeld(source) && !IsInMemory(source)) {
+    WarpStage(Recipe recipe, const Region& region)
+        : recipe_(std::move(recipe)),
+          isEncoded_(recipe_.isEncoded && IsMatching()),
+          isGuided_(recipe_.guide != nullptr),
+          extent_(recipe_.input->GetExtent()) {
+        const Region source = recipe_.SourceOf(region);
+        input_ = Prepare(recipe_.input, source);
+        if (recipe_.IsHeld(source) && !IsInMemory(source)) {
             held_.emplace(RenderBlock(input_, source));
             input_ = {};
         }
-        if (isGuided_) guide_ = Prepare(recipe.guide, recipe.GuideOf(region));
+        if (isGuided_) guide_ = Prepare(recipe_.guide, recipe_.GuideOf(region));
     }
 
     void Render(const Tile& tile) const override {
-        if (!held_ && !warp_->Moves(CentersOf(tile.region))) {
+        if (!held_ && IsShown(tile.region)) {
             input_.Render(tile);
             Decode(tile);
             return;
@@ -94,6 +107,15 @@ class WarpStage : public Stage {
     }
 
   private:
+    // Whether a region can show the input's pixels at the same places.
+    //
+    // Why not at the far edges of a clamped input: interpolation has no pixels beyond them and takes all of the last
+    // one's weight from the one before, which may round differently. So it is used there in every tile.
+    bool IsShown(const Region& region) const {
+        if (recipe_.warp->Moves(CentersOf(region))) return false;
+        return !recipe_.isClamped || Clip(region.GrownBy(1), extent_) == region.GrownBy(1);
+    }
+
     // Whether the input's pixels are in memory already, apart from those beyond its edges. All of them are if the
     // middle one is.
     bool IsInMemory(const Region& source) const {
@@ -106,14 +128,14 @@ class WarpStage : public Stage {
         if (isGuided_) {
             Region seen = region;
             seen.width = static_cast<std::int64_t>(PlaceRowLength(region.width));
-            guide.emplace(guide_, seen.GrownBy(warp_->GuideMargin()));
+            guide.emplace(guide_, recipe_.GuideOf(seen));
         }
         Places places(region);
         for (std::int64_t y = region.y; y < region.Top(); ++y) {
             const PlaceRow row = {region.x, y, static_cast<std::size_t>(region.width),
                                   isGuided_ ? &guide->GetView() : nullptr};
             if (isGuided_) AskFor(guide->GetView(), y + 2);
-            warp_->Places(row, places.X(y), places.Y(y));
+            recipe_.warp->Places(row, places.X(y), places.Y(y));
             places.FinishRow(y);
         }
         return places;
@@ -135,7 +157,7 @@ class WarpStage : public Stage {
 
     // Renders a tile from the input's pixels around its places.
     void Sample(const PlacesView& places, const Tile& tile) const {
-        const Region needed = WithRim(PixelsAround(places.Bounds()), extent_);
+        const Region needed = recipe_.Read(PixelsAround(places.Bounds()));
         if (Clip(needed, input_.GetExtent()).IsEmpty()) {
             Clear(tile);
         } else if (!input_.Held(needed) && IsTooSparse(needed, tile.region)) {
@@ -161,7 +183,7 @@ class WarpStage : public Stage {
         Sample(places.Part(second), tile.Part(second));
     }
 
-    std::shared_ptr<const Warp> warp_;
+    Recipe recipe_;
     bool isEncoded_;
     bool isGuided_;
     Extent extent_;                   // of the input
@@ -203,7 +225,10 @@ class WarpedImage : public Image {
 ImageRef MakeWarpedImage(ImageRef input, std::shared_ptr<const Warp> warp, const Extent& extent, Light light,
                          ImageRef guide) {
     const ImageRef stored = light == Light::kAsStored ? input->Encoded() : nullptr;
-    Recipe recipe = {stored != nullptr ? stored : std::move(input), stored != nullptr, std::move(guide),
+    if (stored != nullptr) input = stored;
+    const ImageRef clamped = InputOfClamped(input);
+    const bool isClamped = clamped != nullptr && HasNeighbors(clamped->GetExtent());
+    Recipe recipe = {isClamped ? clamped : std::move(input), isClamped, stored != nullptr, std::move(guide),
                      std::move(warp)};
     const Depth below =
         recipe.guide == nullptr ? recipe.input->GetDepth() : recipe.input->GetDepth().With(recipe.guide->GetDepth());
