@@ -113,6 +113,32 @@ TEST(MemoryBudgetTest, RenderingThatDoesNotFitThrows) {
     EXPECT_EQ(budget.Used(), 0u);
 }
 
+// Renders with a budget that is too small for anything that is held, even of a small block.
+void ExpectNothingHeld(const ImageRef& image) {
+    MemoryBudget budget(1000);
+    Floats result;
+    EXPECT_NO_THROW(Render(image, kPhoto, result.destination, {}, budget));
+    EXPECT_EQ(budget.Used(), 0u);
+}
+
+TEST(MemoryBudgetTest, PictureBelowGlassIsNotCopied) {
+    ExpectNothingHeld(FilterValues()
+                          .Image("inputImage", RandomImage(800, 600))
+                          .Vector("inputPoint0", {100, 300})
+                          .Vector("inputPoint1", {700, 300})
+                          .Number("inputRadius", 250)
+                          .Output("CIGlassLozenge"));
+}
+
+TEST(MemoryBudgetTest, RepeatedTextureIsNotCopied) {
+    ExpectNothingHeld(FilterValues()
+                          .Image("inputImage", RandomImage(800, 600))
+                          .Image("inputTexture", RandomImage(700, 500))
+                          .Vector("inputCenter", {400, 300})
+                          .Number("inputScale", 20)
+                          .Output("CIGlassDistortion"));
+}
+
 TEST(MemoryBudgetTest, EngineSaysHowMuchMemoryWasNeeded) {
     const ImageRef image = Ladder(300, 1.5);
     MemoryBudget budget(10 * kMegabyte);

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <vector>
@@ -27,21 +28,50 @@ float Through(void (*function)(float*, std::size_t), float color, float alpha = 
     return memory.Run(0)[0];
 }
 
-TEST(TransferTest, EncodingIsWithinAMillionthOfTheCurve) {
+double Decoded(double encoded) {
+    return encoded <= 0.04045 ? encoded / 12.92 : std::pow((encoded + 0.055) / 1.055, 2.4);
+}
+
+// Compares a function of runs with a curve for a million numbers from 0 to 2.
+void ExpectCurve(void (*function)(float*, std::size_t), double (*curve)(double)) {
     const RunMemory memory(1);
     std::vector<float> pixels(4 * kRunPixels);
     for (std::size_t start = 0; start < 1000000; start += kRunPixels) {
-        const auto linear = [&](std::size_t pixel) { return static_cast<float>(start + pixel) / 500000; };
+        const auto number = [&](std::size_t pixel) { return static_cast<float>(start + pixel) / 500000; };
         for (std::size_t pixel = 0; pixel < kRunPixels; ++pixel) {
-            pixels[4 * pixel] = linear(pixel);
+            pixels[4 * pixel] = number(pixel);
             pixels[4 * pixel + 3] = 1;
         }
         ToBlocks(pixels.data(), kRunPixels, memory.Run(0));
-        EncodeRun(memory.Run(0), kRunPixels);
+        function(memory.Run(0), kRunPixels);
         FromBlocks(memory.Run(0), kRunPixels, pixels.data());
-        for (std::size_t pixel = 0; pixel < kRunPixels; ++pixel)
-            ASSERT_NEAR(pixels[4 * pixel], Encoded(linear(pixel)), 1e-6) << linear(pixel);
+        for (std::size_t pixel = 0; pixel < kRunPixels; ++pixel) {
+            const double expected = curve(number(pixel));
+            ASSERT_NEAR(pixels[4 * pixel], expected, 1e-6 * expected) << number(pixel);
+        }
     }
+}
+
+TEST(TransferTest, EncodingIsWithinAMillionthOfTheCurve) { ExpectCurve(EncodeRun, Encoded); }
+TEST(TransferTest, DecodingIsWithinAMillionthOfTheCurve) { ExpectCurve(DecodeRun, Decoded); }
+
+// A row of pixels ends within a run, and nothing beyond it changes.
+TEST(TransferTest, RowIsDecodedLikeItsRuns) {
+    constexpr std::size_t kCount = kRunPixels + 21;
+    std::vector<float> row;
+    for (std::size_t pixel = 0; pixel <= kCount; ++pixel) {
+        const auto color = static_cast<float>(pixel) / kCount, alpha = pixel % 3 == 0 ? 1 : color;
+        row.insert(row.end(), {alpha * color, alpha * 0.3f, 0, alpha});
+    }
+    const std::vector<float> before = row;
+    DecodePremultipliedRow(row.data(), kCount);
+    for (std::size_t pixel = 0; pixel < kCount; ++pixel) {
+        const float* const encoded = &before[4 * pixel];
+        EXPECT_EQ(row[4 * pixel], Through(DecodeRun, encoded[0], encoded[3])) << pixel;
+        EXPECT_EQ(row[4 * pixel + 1], Through(DecodeRun, encoded[1], encoded[3])) << pixel;
+        EXPECT_EQ(row[4 * pixel + 3], encoded[3]);
+    }
+    EXPECT_TRUE(std::equal(row.end() - 4, row.end(), before.end() - 4));
 }
 
 TEST(TransferTest, NegativeValuesMirrorPositiveOnes) {
@@ -59,9 +89,7 @@ TEST(TransferTest, ColorsAreUnpremultipliedForTheCurve) {
 
 TEST(TransferTest, BytesAreDecodedByTheCurve) {
     for (int code = 0; code < 256; ++code) {
-        const double encoded = code / 255.0;
-        const double light = encoded <= 0.04045 ? encoded / 12.92 : std::pow((encoded + 0.055) / 1.055, 2.4);
-        EXPECT_NEAR(DecodedBytes()[code], light, 1e-7);
+        EXPECT_NEAR(DecodedBytes()[code], Decoded(code / 255.0), 1e-7);
         EXPECT_EQ(DecodedPremultipliedBytes()[255 * 256 + code], DecodedBytes()[code]);
     }
     EXPECT_EQ(DecodedBytes()[255], 1);
