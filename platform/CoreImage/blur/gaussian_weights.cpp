@@ -40,9 +40,9 @@ std::vector<float> GaussianWeightsBetween(double sigma) {
 
 std::vector<float> GaussianInterpolationWeights(double phase) {
     // The pixel lies between the two middle samples, this far after the first of them.
-    constexpr double kMiddle = kInterpolationTaps / 2 - 1;
+    constexpr double kMiddle = kGaussianTaps / 2 - 1;
     std::vector<float> weights;
-    Append(1, -kMiddle - phase, kInterpolationTaps, weights);
+    Append(1, -kMiddle - phase, kGaussianTaps, weights);
     return weights;
 }
 

@@ -15,7 +15,7 @@ std::vector<float> GaussianWeights(double sigma);
 // The weights of the pixel centers around a point halfway between two of them. Their number is a multiple of four.
 std::vector<float> GaussianWeightsBetween(double sigma);
 
-// The weights of the kInterpolationTaps samples around a pixel, with a sigma of one sample. The phase is the pixel's
+// The weights of the kGaussianTaps samples around a pixel, with a sigma of one sample. The phase is the pixel's
 // distance from the sample before it.
 std::vector<float> GaussianInterpolationWeights(double phase);
 

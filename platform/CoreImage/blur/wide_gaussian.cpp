@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "blur/enlarged.h"
 #include "blur/gaussian_weights.h"
 #include "blur/separable.h"
 #include "core/sampled_input.h"
@@ -35,28 +36,11 @@ constexpr std::int64_t kPixelsPerStrip = 32768, kRowsPerBand = 256;
 // The number of coarse rows blurred at a time.
 constexpr std::int64_t kRowsOfBlur = 16;
 
-std::int64_t FloorDivide(std::int64_t number, std::int64_t divisor) {
-    return number >= 0 ? number / divisor : -((-number + divisor - 1) / divisor);
-}
-
 // The coarsest grid for a sigma.
 std::int64_t StepFor(double sigma) {
     std::int64_t step = 2;
     while (step < kLargestStep && 4 * static_cast<double>(step) <= sigma) step *= 2;
     return step;
-}
-
-// The first of the coarse samples from which a pixel is interpolated.
-std::int64_t FirstSample(std::int64_t pixel, std::int64_t step) {
-    return FloorDivide(pixel - step / 2, step) - (static_cast<std::int64_t>(kInterpolationTaps) / 2 - 1);
-}
-
-// The coarse samples from which a region is interpolated.
-Region CoarseRegion(const Region& region, std::int64_t step) {
-    const std::int64_t x = FirstSample(region.x, step);
-    const std::int64_t y = FirstSample(region.y, step);
-    constexpr auto kTaps = static_cast<std::int64_t>(kInterpolationTaps);
-    return {x, y, FirstSample(region.Right() - 1, step) + kTaps - x, FirstSample(region.Top() - 1, step) + kTaps - y};
 }
 
 // The extent in units of n pixels, rounded outward.
@@ -192,52 +176,15 @@ PixelBlock Blur(const PixelBlock& source, const std::vector<float>& weights, con
     return blurred;
 }
 
-class WideGaussianStage : public Stage {
-  public:
-    WideGaussianStage(PixelBlock coarse, std::int64_t step)
-        : coarse_(std::move(coarse)),
-          step_(step),
-          columnWeights_(kInterpolationTaps * static_cast<std::size_t>(step) + kMostLanes) {
-        for (std::int64_t phase = 0; phase < step; ++phase) {
-            rowWeights_.push_back(
-                GaussianInterpolationWeights((static_cast<double>(phase) + 0.5) / static_cast<double>(step)));
-            for (std::size_t k = 0; k < kInterpolationTaps; ++k) {
-                columnWeights_[k * static_cast<std::size_t>(step) + static_cast<std::size_t>(phase)] =
-                    rowWeights_.back()[k];
-            }
-        }
+// Of each pixel between two samples, the weights of the samples around it.
+std::vector<std::vector<float>> InterpolationWeights(std::int64_t step) {
+    std::vector<std::vector<float>> weights;
+    for (std::int64_t phase = 0; phase < step; ++phase) {
+        weights.push_back(
+            GaussianInterpolationWeights((static_cast<double>(phase) + 0.5) / static_cast<double>(step)));
     }
-
-    void Render(const Tile& tile) const override {
-        const Region used = CoarseRegion(tile.region, step_);
-        const PixelBlock line(Region{used.x, 0, used.width, 1});
-        const std::size_t columnPhase = Phase(tile.region.x);
-        const float* rows[kInterpolationTaps];
-        for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
-            const std::int64_t first = FirstSample(y, step_);
-            for (std::size_t k = 0; k < kInterpolationTaps; ++k) {
-                const auto row = first + static_cast<std::int64_t>(k);
-                rows[k] = coarse_.Row(row) + static_cast<std::size_t>(used.x - coarse_.GetRegion().x) * kFloatsPerPixel;
-            }
-            SumRows(rows, rowWeights_[Phase(y)].data(), kInterpolationTaps, line.GetTile().pixels,
-                    line.GetTile().Width() * kFloatsPerPixel);
-            InterpolateRow(line.Row(0), columnWeights_.data(), static_cast<std::size_t>(step_), columnPhase,
-                           tile.Row(y), tile.Width());
-        }
-    }
-
-  private:
-    // The position of a pixel between the two samples around it.
-    std::size_t Phase(std::int64_t pixel) const {
-        const std::int64_t place = pixel - step_ / 2;
-        return static_cast<std::size_t>(place - FloorDivide(place, step_) * step_);
-    }
-
-    PixelBlock coarse_;
-    std::int64_t step_;
-    std::vector<std::vector<float>> rowWeights_;  // of each phase
-    std::vector<float> columnWeights_;            // as InterpolateRow takes them
-};
+    return weights;
+}
 
 // The coarse image for a region of a blur.
 struct Coarse {
@@ -254,7 +201,7 @@ Coarse CoarseFor(const Extent& extent, double sigma, const Region& region) {
     // Reduction and interpolation blur by one step each; this is the remaining sigma, in steps.
     const double coarseSigma = std::sqrt(sigma * sigma / (coarseStep * coarseStep) - 2);
     const auto reach = static_cast<std::int64_t>(std::ceil(kGaussianReach * coarseSigma));
-    const Region wanted = CoarseRegion(region, step);
+    const Region wanted = SamplesFor(region, step, kGaussianTaps);
     // Samples farther from the image than the reach of the reduction are transparent, so they are left out.
     const Extent present = Divided(extent, coarseStep).GrownBy(std::ceil(kGaussianReach) + 1);
     return {step, coarseSigma, wanted, Clip(wanted.GrownBy(reach), present)};
@@ -274,8 +221,8 @@ std::unique_ptr<const Stage> PrepareWideGaussian(const ImageRef& input, double s
     const Coarse coarse = CoarseFor(input->GetExtent(), sigma, region);
     const std::vector<float> weights = GaussianWeights(coarse.sigma);
     const Region padded = coarse.wanted.GrownBy(static_cast<std::int64_t>(weights.size() / 2));
-    return std::make_unique<WideGaussianStage>(
-        Blur(Reduce(input, coarse.needed, coarse.step, padded), weights, coarse.wanted), coarse.step);
+    return MakeEnlargedStage(Blur(Reduce(input, coarse.needed, coarse.step, padded), weights, coarse.wanted),
+                             coarse.step, InterpolationWeights(coarse.step));
 }
 
 }  // namespace core_image

@@ -160,15 +160,15 @@ HWY_ATTR void SumNeighborsOfRows(const float* in, std::ptrdiff_t inStride, std::
 
 // Interpolates every `distance`-th vector of out. The pixels of a vector have the same samples; those of the next one
 // begin a sample later.
-template <class D>
+template <std::size_t kTaps, class D>
 HWY_INLINE void InterpolateVectors(D d, const float* in, const float* weights, std::size_t step, float* out,
                                    std::size_t distance, std::size_t count) {
-    hn::Vec<D> loaded[kInterpolationTaps];
-    for (std::size_t k = 0; k < kInterpolationTaps; ++k) loaded[k] = WeightsOfPixels(d, weights + k * step);
+    hn::Vec<D> loaded[kTaps];
+    for (std::size_t k = 0; k < kTaps; ++k) loaded[k] = WeightsOfPixels(d, weights + k * step);
     for (; count > 0; --count, in += 4, out += distance * hn::MaxLanes(d)) {
         auto even = hn::Mul(loaded[0], hn::LoadDup128(d, in));
         auto odd = hn::Mul(loaded[1], hn::LoadDup128(d, in + 4));
-        for (std::size_t k = 2; k < kInterpolationTaps; k += 2) {
+        for (std::size_t k = 2; k < kTaps; k += 2) {
             even = hn::MulAdd(loaded[k], hn::LoadDup128(d, in + k * 4), even);
             odd = hn::MulAdd(loaded[k + 1], hn::LoadDup128(d, in + k * 4 + 4), odd);
         }
@@ -177,31 +177,41 @@ HWY_INLINE void InterpolateVectors(D d, const float* in, const float* weights, s
 }
 
 // A vector has no more pixels than the step.
-template <class D>
+template <std::size_t kTaps, class D>
 HWY_INLINE void InterpolateRowIn(D d, const float* in, const float* weights, std::size_t step, std::size_t phase,
                                  float* out, std::size_t pixels) {
     constexpr std::size_t kPixels = hn::MaxLanes(d) / 4;
     const auto interpolateOne = [&](std::size_t i) HWY_ATTR {
         const std::size_t at = phase + i;
-        InterpolateVectors(PixelTag(), in + at / step * 4, weights + at % step, step, out + i * 4, 1, 1);
+        InterpolateVectors<kTaps>(PixelTag(), in + at / step * 4, weights + at % step, step, out + i * 4, 1, 1);
     };
     std::size_t done = 0;
     for (; done < pixels && (phase + done) % kPixels != 0; ++done) interpolateOne(done);
     const std::size_t vectors = (pixels - done) / kPixels, perStep = step / kPixels;
     for (std::size_t vector = 0; vector < std::min(vectors, perStep); ++vector) {
         const std::size_t i = done + vector * kPixels, at = phase + i;
-        InterpolateVectors(d, in + at / step * 4, weights + at % step, step, out + i * 4, perStep,
+        InterpolateVectors<kTaps>(d, in + at / step * 4, weights + at % step, step, out + i * 4, perStep,
                            (vectors - vector + perStep - 1) / perStep);
     }
     for (done += vectors * kPixels; done < pixels; ++done) interpolateOne(done);
 }
 
-HWY_ATTR void InterpolateRow(const float* in, const float* weights, std::size_t step, std::size_t phase, float* out,
-                             std::size_t pixels) {
+template <std::size_t kTaps>
+HWY_INLINE void InterpolateRowOf(const float* in, const float* weights, std::size_t step, std::size_t phase, float* out,
+                                 std::size_t pixels) {
     if (step >= 4) {
-        InterpolateRowIn(hn::CappedTag<float, 16>(), in, weights, step, phase, out, pixels);
+        InterpolateRowIn<kTaps>(hn::CappedTag<float, 16>(), in, weights, step, phase, out, pixels);
     } else {
-        InterpolateRowIn(hn::CappedTag<float, 8>(), in, weights, step, phase, out, pixels);
+        InterpolateRowIn<kTaps>(hn::CappedTag<float, 8>(), in, weights, step, phase, out, pixels);
+    }
+}
+
+HWY_ATTR void InterpolateRow(const float* in, const float* weights, std::size_t taps, std::size_t step,
+                             std::size_t phase, float* out, std::size_t pixels) {
+    if (taps == kLinearTaps) {
+        InterpolateRowOf<kLinearTaps>(in, weights, step, phase, out, pixels);
+    } else {
+        InterpolateRowOf<kGaussianTaps>(in, weights, step, phase, out, pixels);
     }
 }
 
@@ -229,9 +239,9 @@ void SumNeighborsOfRows(const float* in, std::ptrdiff_t inStride, std::size_t ro
     HWY_DYNAMIC_DISPATCH(SumNeighborsOfRows)(in, inStride, rows, neighbors, out, outStride, pixels);
 }
 
-void InterpolateRow(const float* in, const float* weights, std::size_t step, std::size_t phase, float* out,
-                    std::size_t pixels) {
-    HWY_DYNAMIC_DISPATCH(InterpolateRow)(in, weights, step, phase, out, pixels);
+void InterpolateRow(const float* in, const float* weights, std::size_t taps, std::size_t step, std::size_t phase,
+                    float* out, std::size_t pixels) {
+    HWY_DYNAMIC_DISPATCH(InterpolateRow)(in, weights, taps, step, phase, out, pixels);
 }
 
 }  // namespace core_image

@@ -35,12 +35,12 @@ inline constexpr std::size_t kMostLanes = 16;
 void SumNeighborsOfRows(const float* in, std::ptrdiff_t inStride, std::size_t rows, const Neighbors& neighbors,
                         float* out, std::ptrdiff_t outStride, std::size_t pixels);
 
-// The number of samples from which InterpolateRow makes a pixel.
-inline constexpr std::size_t kInterpolationTaps = 10;
+// The numbers of samples from which InterpolateRow makes a pixel.
+inline constexpr std::size_t kLinearTaps = 2, kGaussianTaps = 10;
 
 // out[i] = sum over k of weights[k * step + p] * in[first + k], in pixels, where first = (phase + i) / step and p =
 // (phase + i) % step. The step is a power of two, and kMostLanes unused weights follow the others.
-void InterpolateRow(const float* in, const float* weights, std::size_t step, std::size_t phase, float* out,
-                    std::size_t pixels);
+void InterpolateRow(const float* in, const float* weights, std::size_t taps, std::size_t step, std::size_t phase,
+                    float* out, std::size_t pixels);
 
 }  // namespace core_image
