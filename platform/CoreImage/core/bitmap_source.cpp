@@ -58,11 +58,15 @@ HWY_INLINE Colors Decode(Integers pixels, Alpha kind, const float* plain, const 
 HWY_ATTR void DecodeBytes(const std::uint8_t* from, Alpha kind, const float* plain, const float* premultiplied,
                           float* blocks, std::size_t count) {
     const IntegerTag d;
-    for (std::size_t pixel = 0; pixel < count; pixel += kBlockPixels) {
-        HWY_ALIGN std::int32_t pixels[kBlockPixels] = {};
-        std::memcpy(pixels, from + 4 * pixel, 4 * std::min(kBlockPixels, count - pixel));
+    HWY_ALIGN std::int32_t last[kBlockPixels] = {};
+    for (std::size_t pixel = 0; pixel < count; pixel += kBlockPixels, from += 4 * kBlockPixels) {
+        const auto* pixels = reinterpret_cast<const std::int32_t*>(from);
+        if (count - pixel < kBlockPixels) {
+            std::memcpy(last, from, 4 * (count - pixel));
+            pixels = last;
+        }
         for (std::size_t lane = 0; lane < kBlockPixels; lane += hn::MaxLanes(d)) {
-            StoreColors(Decode(hn::Load(d, pixels + lane), kind, plain, premultiplied), blocks + 4 * pixel + lane);
+            StoreColors(Decode(hn::LoadU(d, pixels + lane), kind, plain, premultiplied), blocks + 4 * pixel + lane);
         }
     }
 }
