@@ -180,8 +180,7 @@ PixelBlock Blur(const PixelBlock& source, const std::vector<float>& weights, con
 std::vector<std::vector<float>> InterpolationWeights(std::int64_t step) {
     std::vector<std::vector<float>> weights;
     for (std::int64_t phase = 0; phase < step; ++phase) {
-        weights.push_back(
-            GaussianInterpolationWeights((static_cast<double>(phase) + 0.5) / static_cast<double>(step)));
+        weights.push_back(GaussianInterpolationWeights((static_cast<double>(phase) + 0.5) / static_cast<double>(step)));
     }
     return weights;
 }

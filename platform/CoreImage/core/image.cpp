@@ -42,9 +42,9 @@ void RenderByRuns(const Stage& stage, const Tile& tile) {
     });
 }
 
-// Why the coordinates are compared one by one, and the rest is a function of its own: at 32 bits the compiler would load
-// a whole region as a vector right after its halves were stored, and the processor waits for that longer than a short
-// run takes.
+// Why the coordinates are compared one by one, and the rest is a function of its own: at 32 bits the compiler would
+// load a whole region as a vector right after its halves were stored, and the processor waits for that longer than a
+// short run takes.
 void Prepared::RenderRun(const Run& run, float* blocks, float* spare) const {
     const auto right = run.x + static_cast<std::int64_t>(run.count);
     if (stage_ != nullptr && run.x >= pixels_.x && right <= pixels_.Right() && run.y >= pixels_.y &&

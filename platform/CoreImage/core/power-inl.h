@@ -66,9 +66,8 @@ HWY_INLINE Wide LookUpPower(Wide base, const Power& power) {
     const auto mantissa = hn::Or(hn::And(bits, hn::Set(integers, 0x007fffff)), hn::Set(integers, 0x3f800000));
     const Wide x = hn::BitCast(d, mantissa);
     const auto part = hn::IndicesFromVec(d, hn::And(hn::ShiftRight<20>(bits), hn::Set(integers, hn::MaxLanes(d) - 1)));
-    const auto coefficient = [&](std::size_t k) HWY_ATTR {
-        return hn::TableLookupLanes(hn::LoadU(d, power.cubics[k].data()), part);
-    };
+    const auto coefficient = [&](std::size_t k)
+                                 HWY_ATTR { return hn::TableLookupLanes(hn::LoadU(d, power.cubics[k].data()), part); };
     Wide sum = hn::MulAdd(coefficient(3), x, coefficient(2));
     sum = hn::MulAdd(sum, x, coefficient(1));
     sum = hn::MulAdd(sum, x, coefficient(0));

@@ -134,9 +134,7 @@ class ClampedImage : public Image {
 
     const ImageRef& GetInput() const { return input_; }
 
-    void AddNeeds(const Region& region, Needs& needs) const override {
-        needs.AddPixels(input_, Nearest(region, all_));
-    }
+    void AddNeeds(const Region& region, Needs& needs) const override { needs.AddPixels(input_, Nearest(region, all_)); }
 
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         return std::make_unique<ClampedStage>(Prepare(input_, Nearest(region, all_)), all_);

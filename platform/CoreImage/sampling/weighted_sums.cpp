@@ -191,7 +191,7 @@ HWY_INLINE void InterpolateRowIn(D d, const float* in, const float* weights, std
     for (std::size_t vector = 0; vector < std::min(vectors, perStep); ++vector) {
         const std::size_t i = done + vector * kPixels, at = phase + i;
         InterpolateVectors<kTaps>(d, in + at / step * 4, weights + at % step, step, out + i * 4, perStep,
-                           (vectors - vector + perStep - 1) / perStep);
+                                  (vectors - vector + perStep - 1) / perStep);
     }
     for (done += vectors * kPixels; done < pixels; ++done) interpolateOne(done);
 }

@@ -23,33 +23,41 @@ HWY_ATTR void FindNearest(const SeedTable& seeds, const GridPlaces& places, std:
         // in it is faster than gathering them.
         const std::int32_t leftmost = places.nodes[index];
         const auto inVector = hn::IndicesFromVec(d, hn::Sub(node, hn::Set(integers, leftmost)));
-        // For each of the two nearest: the squared distance, the place relative to the pixel, and the index.
-        Wide least1 = Constant(1e30f), x1 = Constant(0), y1 = x1, least2 = least1, x2 = x1, y2 = x1;
-        auto first = node, second = node;
-        for (std::int64_t row = -kNodesBefore; row <= kNodesAfter; ++row) {
-            for (std::int64_t column = -kNodesBefore; column <= kNodesAfter; ++column) {
-                const auto step = static_cast<std::int32_t>(row) * stride + static_cast<std::int32_t>(column);
-                const auto number = hn::Add(node, hn::Set(integers, step));
+        // For each of the two nearest: the squared distance, and which of the nodes it belongs to.
+        Wide least1 = Constant(1e30f), least2 = least1;
+        auto which1 = hn::Zero(integers), which2 = which1;
+        for (std::int32_t row = 0; row < kNodesAcross; ++row) {
+            for (std::int32_t column = 0; column < kNodesAcross; ++column) {
+                const std::int32_t step = (row - kNodesBefore) * stride + column - kNodesBefore;
                 const auto seed = [&](const float* of) HWY_ATTR {
                     return hn::TableLookupLanes(hn::LoadU(d, of + leftmost + step), inVector);
                 };
-                const Wide x = hn::Sub(hn::Add(seed(seeds.X()), Constant(static_cast<float>(column))), left);
-                const Wide y = hn::Add(seed(seeds.Y()), Constant(static_cast<float>(row) - places.y));
+                const Wide x =
+                    hn::Sub(hn::Add(seed(seeds.X()), Constant(static_cast<float>(column - kNodesBefore))), left);
+                const Wide y = hn::Add(seed(seeds.Y()), Constant(static_cast<float>(row - kNodesBefore) - places.y));
                 const Wide distance = hn::MulAdd(x, x, hn::Mul(y, y));
-                const auto isFirst = hn::Lt(distance, least1), isSecond = hn::Lt(distance, least2);
-                const auto pick = [&](auto mask, auto yes, auto no) HWY_ATTR {
-                    return hn::IfThenElse(hn::RebindMask(hn::DFromV<decltype(yes)>(), mask), yes, no);
-                };
+                const auto which = hn::Set(integers, row * kNodesAcross + column);
+                const auto isFirst = hn::RebindMask(integers, hn::Lt(distance, least1));
+                const auto isSecond = hn::RebindMask(integers, hn::Lt(distance, least2));
                 least2 = hn::Max(least1, hn::Min(distance, least2));
-                x2 = pick(isFirst, x1, pick(isSecond, x, x2));
-                y2 = pick(isFirst, y1, pick(isSecond, y, y2));
-                second = pick(isFirst, first, pick(isSecond, number, second));
+                which2 = hn::IfThenElse(isFirst, which1, hn::IfThenElse(isSecond, which, which2));
                 least1 = hn::Min(distance, least1);
-                x1 = pick(isFirst, x, x1);
-                y1 = pick(isFirst, y, y1);
-                first = pick(isFirst, number, first);
+                which1 = hn::IfThenElse(isFirst, which, which1);
             }
         }
+        // Sets the index of a node, and returns its seed's position within the nodes searched.
+        const auto find = [&](auto which, auto& number, Wide& x, Wide& y) HWY_ATTR {
+            const auto row = hn::ShiftRight<kNodesAcrossBits>(which);
+            const auto column = hn::And(which, hn::Set(integers, kNodesAcross - 1));
+            const auto start = hn::Sub(node, hn::Set(integers, kNodesBefore * (stride + 1)));
+            number = hn::Add(hn::Add(start, column), hn::Mul(row, hn::Set(integers, stride)));
+            x = hn::Add(hn::GatherIndex(d, seeds.X(), number), hn::ConvertTo(d, column));
+            y = hn::Add(hn::GatherIndex(d, seeds.Y(), number), hn::ConvertTo(d, row));
+        };
+        Wide x1, y1, x2, y2;
+        auto first = node, second = node;
+        find(which1, first, x1, y1);
+        find(which2, second, x2, y2);
         const Wide dx = hn::Sub(x2, x1), dy = hn::Sub(y2, y1);
         const Wide between = hn::Sqrt(hn::MulAdd(dx, dx, hn::Mul(dy, dy)));
         hn::StoreU(first, integers, nearest.first + index);

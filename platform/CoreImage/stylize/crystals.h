@@ -23,7 +23,10 @@ Seed SeedOf(std::int64_t column, std::int64_t row);
 // The nodes around a place that are searched: in each direction from one before the node below the place to two after
 // it. Each of the four nodes around a place is at most 5/6 away in each direction, so one of their seeds is nearer than
 // 1.18; any seed farther out is at least 5/3 away.
-inline constexpr std::int64_t kNodesBefore = 1, kNodesAfter = 2;
+inline constexpr std::int32_t kNodesBefore = 1, kNodesAfter = 2;
+inline constexpr int kNodesAcrossBits = 2;
+inline constexpr std::int32_t kNodesAcross = kNodesBefore + 1 + kNodesAfter;
+static_assert(kNodesAcross == 1 << kNodesAcrossBits);
 
 // The seeds of a range of nodes, row by row.
 class SeedTable {
