@@ -44,6 +44,12 @@ if(TARGET zeva_studio_server)
 endif()
 set_target_properties(zeva zeva_filters zeva_companion zeva_host_probe zeva_host_library ${libraries} PROPERTIES
     INSTALL_RPATH "$ORIGIN/../lib")
+if(NOT CMAKE_BUILD_RPATH)
+    # The build tree has the same folders. CMake would fill its own path there with colons up to the length of this one,
+    # and the loader looks for every library in the current folder for each of them.
+    set_target_properties(zeva zeva_filters zeva_companion zeva_host_probe zeva_host_library ${libraries} PROPERTIES
+        BUILD_WITH_INSTALL_RPATH ON)
+endif()
 install(TARGETS zeva RUNTIME DESTINATION ${private}/bin)
 install(TARGETS zeva_filters zeva_companion zeva_host_probe LIBRARY DESTINATION ${private}/modules)
 install(TARGETS ${libraries} LIBRARY DESTINATION ${private}/lib)
