@@ -1,15 +1,17 @@
 // CGColorSpace.mm - color spaces as objects that own their ICC profile.
 //
-// Lifetime: all named spaces are created together when the first one is asked for, and live as long as the process.
+// Lifetime: a named space is created when it is first asked for, because Little CMS takes a fraction of a millisecond
+// for
+//           each, and lives as long as the process.
 // Adding a named space: declare its name in CGColorSpace.h, define it below, and add a row to kNamedSpaces.
 
 #import <Foundation/Foundation.h>
 
 #include <CoreGraphics/CGColorSpace.h>
 
-#include <algorithm>
 #include <cstddef>
 #include <iterator>
+#include <mutex>
 
 #include "profiles.h"
 
@@ -118,14 +120,12 @@ bool IsWhitePoint(const CGFloat* color) {
 }  // namespace
 
 CGColorSpaceRef CGColorSpaceCreateWithName(CFStringRef name) {
-    static CGColorSpaceObject* const* const spaces = [] {
-        auto* made = new CGColorSpaceObject*[std::size(kNamedSpaces)];
-        std::transform(std::begin(kNamedSpaces), std::end(kNamedSpaces), made, MakeNamedSpace);
-        return made;
-    }();
+    static CGColorSpaceObject* spaces[std::size(kNamedSpaces)];
+    static std::once_flag made[std::size(kNamedSpaces)];
     for (std::size_t index = 0; index < std::size(kNamedSpaces); ++index) {
-        if ([(NSString*)kNamedSpaces[index].name isEqual:(id)name])
-            return CGColorSpaceRetain((CGColorSpaceRef)spaces[index]);
+        if (![(NSString*)kNamedSpaces[index].name isEqual:(id)name]) continue;
+        std::call_once(made[index], [&] { spaces[index] = MakeNamedSpace(kNamedSpaces[index]); });
+        return CGColorSpaceRetain((CGColorSpaceRef)spaces[index]);
     }
     return nullptr;
 }

@@ -62,10 +62,18 @@ ProfileBytes MakeRGBProfile(Chromaticity white, const Chromaticity (&primaries)[
     const cmsCIExyY point = AtFullLuminance(white);
     const cmsCIExyYTRIPLE colors = {AtFullLuminance(primaries[0]), AtFullLuminance(primaries[1]),
                                     AtFullLuminance(primaries[2])};
-    cmsToneCurve* curves[] = {MakeCurve(gammas[0]), MakeCurve(gammas[1]), MakeCurve(gammas[2])};
+    // Little CMS samples every curve, which takes longest; most profiles have the same one three times.
+    const bool isOneCurve = gammas[0] == gammas[1] && gammas[0] == gammas[2];
+    cmsToneCurve* const first = MakeCurve(gammas[0]);
+    cmsToneCurve* curves[] = {first, isOneCurve ? first : MakeCurve(gammas[1]),
+                              isOneCurve ? first : MakeCurve(gammas[2])};
     const bool complete = curves[0] != nullptr && curves[1] != nullptr && curves[2] != nullptr;
     const ProfileBytes saved = complete ? SaveAndClose(cmsCreateRGBProfile(&point, &colors, curves)) : ProfileBytes{};
-    for (cmsToneCurve* curve : curves) Free(curve);
+    Free(first);
+    if (!isOneCurve) {
+        Free(curves[1]);
+        Free(curves[2]);
+    }
     return saved;
 }
 
