@@ -40,10 +40,29 @@ void AddChannels(const Pixels& pixels, const Component* pixel, Channels* channel
     channels->hasAlpha |= hasAlpha && !pixels.isOpaque;
 }
 
+// Whether the colors of a row are straight: not premultiplied, or by an alpha of 1.
+template <typename Component>
+bool IsStraight(const Pixels& pixels, const Component* pixel) {
+    if (pixels.isOpaque || !pixels.isPremultiplied) return true;
+    Component alphas = std::numeric_limits<Component>::max();
+    for (std::size_t x = 0; x < pixels.width; ++x) alphas &= pixel[4 * x + 3];
+    return alphas == std::numeric_limits<Component>::max();
+}
+
+// Keeps the colors of pixels. The fourth component of each is written, too, and then replaced by the next pixel.
+template <typename Component>
+void CopyColors(const Component* from, std::size_t count, Component* to) {
+    for (; count > 1; --count, from += 4, to += 3) std::memcpy(to, from, 4 * sizeof *to);
+    if (count == 1) std::memcpy(to, from, 3 * sizeof *to);
+}
+
 template <typename Component>
 void Pack(const Pixels& pixels, Channels channels, std::size_t row, Component* to) {
     constexpr unsigned kMost = std::numeric_limits<Component>::max();
     const auto* from = RowOf<Component>(pixels, row);
+    if (channels.hasColor && !channels.hasAlpha && IsStraight(pixels, from)) {
+        return CopyColors(from, pixels.width, to);
+    }
     const std::size_t colors = channels.hasColor ? 3 : 1;
     for (std::size_t x = 0; x < pixels.width; ++x, from += 4) {
         const unsigned alpha = pixels.isOpaque ? kMost : from[3];
