@@ -139,8 +139,8 @@ class RowDecoderJPEG : public RowDecoder {
             const std::size_t read = jpeg_read_scanlines(&jpeg_, &row, 1);
             rows += read * jpeg_.output_width * static_cast<std::size_t>(jpeg_.output_components);
             count -= read;
+            pages_.DropBefore(file_.length - jpeg_.src->bytes_in_buffer);
         }
-        pages_.DropBefore(file_.length - jpeg_.src->bytes_in_buffer);
         if (jpeg_.output_scanline == jpeg_.output_height) jpeg_finish_decompress(&jpeg_);
         return Status::kComplete;
     }

@@ -74,7 +74,7 @@ int ReadOpenFile(int file, FileContent* content) {
     // What a file holds beyond that cannot be part of its picture.
     constexpr std::uint64_t kLongestRead = SIZE_MAX / 4;
     // The pages of larger files take memory only while they are read.
-    constexpr std::size_t kSmallestMapped = 8 << 20;
+    constexpr std::size_t kSmallestMapped = 1 << 20;
     struct stat status;
     if (fstat(file, &status) != 0) return errno;
     if (!S_ISREG(status.st_mode)) return EINVAL;

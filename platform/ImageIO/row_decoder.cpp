@@ -8,7 +8,7 @@ namespace image_io {
 
 void ReadPages::DropBefore(std::size_t place) {
     // Also a multiple of every page size.
-    constexpr std::size_t kPiece = 1 << 20;
+    constexpr std::size_t kPiece = 1 << 18;
     const std::size_t end = place / kPiece * kPiece;
     if (!file_.isMapped || end <= dropped_) return;
     madvise(const_cast<std::uint8_t*>(file_.bytes) + dropped_, end - dropped_, MADV_DONTNEED);

@@ -12,9 +12,13 @@
 namespace core_image {
 namespace {
 
-// The rows that are compared: an eighth of the picture, and no more than a window keeps of them.
+// The rows that are compared: an eighth of the picture, and not more of a very wide one.
 constexpr std::size_t kPartOfHeight = 8;
 constexpr std::size_t kMostBytes = 8 << 20;
+
+// Pictures that differ mostly do so in the first rows, which are kept: they are rendered next. Behind these, the
+// pictures probably look alike, and the rows of the whole one are not needed again.
+constexpr std::size_t kTrialBytes = 2 << 20;
 
 // In levels; less than the limit, because other rows may differ more.
 constexpr double kMostDifference = 0.8;
@@ -24,13 +28,13 @@ constexpr std::size_t kLevels = 256;
 
 using MeanLight = std::array<double, 3>;  // red, green, blue
 
-// The mean light in a square of a picture.
+// The mean light in a square of a picture. The strips contain its rows.
 MeanLight MeanOf(const RowWindow::Strips& strips, const DecodedRows& picture, std::size_t x, std::size_t y,
                  std::size_t side) {
     const float* const levels = DecodedBytes();
     MeanLight sum = {};
     for (std::size_t row = y; row < y + side; ++row) {
-        const RowStrip& strip = *strips[row / picture.rows->RowsPerStrip()];
+        const RowStrip& strip = *strips[(row - strips.front()->First()) / picture.rows->RowsPerStrip()];
         const std::uint8_t* pixel = strip.Bytes() + ((row - strip.First()) * picture.width + x) * kBytesPerPixel;
         float red = 0, green = 0, blue = 0;
         for (std::size_t column = 0; column < side; ++column, pixel += kBytesPerPixel) {
@@ -59,19 +63,30 @@ bool LooksLikeWhole(const DecodedRows& whole, const DecodedRows& reduced, std::s
     const std::size_t side = pixels * factor;
     const std::size_t down = most / side, across = whole.width / side;
     if (down == 0 || across == 0) return false;
-    const RowWindow::Strips all = whole.rows->Rows(0, down * side - 1);
-    const RowWindow::Strips some = reduced.rows->Rows(0, down * pixels - 1);
     double sum = 0;
-    for (std::size_t square = 0; square < down * across; ++square) {
-        const std::size_t x = square % across, y = square / across;
-        const MeanLight light = MeanOf(all, whole, x * side, y * side, side);
-        const MeanLight seen = MeanOf(some, reduced, x * pixels, y * pixels, pixels);
-        for (std::size_t channel = 0; channel < light.size(); ++channel) {
-            const double levels = (seen[channel] - light[channel]) / LevelAt(light[channel]);
-            sum += levels * levels;
+    const auto isNear = [&] {
+        return sum / static_cast<double>(3 * down * across) < kMostDifference * kMostDifference;
+    };
+    bool isKept = true;
+    for (std::size_t band = 0; band < down && isNear(); ++band) {
+        const std::size_t y = band * side, yOfReduced = band * pixels;
+        if (y * whole.width * kBytesPerPixel > kTrialBytes) {
+            whole.rows->DropAbove(y);
+            isKept = false;
+        }
+        const RowWindow::Strips all = whole.rows->Rows(y, y + side - 1);
+        const RowWindow::Strips some = reduced.rows->Rows(yOfReduced, yOfReduced + pixels - 1);
+        for (std::size_t square = 0; square < across; ++square) {
+            const MeanLight light = MeanOf(all, whole, square * side, y, side);
+            const MeanLight seen = MeanOf(some, reduced, square * pixels, yOfReduced, pixels);
+            for (std::size_t channel = 0; channel < light.size(); ++channel) {
+                const double levels = (seen[channel] - light[channel]) / LevelAt(light[channel]);
+                sum += levels * levels;
+            }
         }
     }
-    return sum / static_cast<double>(3 * down * across) < kMostDifference * kMostDifference;
+    if (!isKept) whole.rows->Restart();
+    return isNear();
 }
 
 }  // namespace core_image

@@ -90,6 +90,18 @@ RowWindow::Strips RowWindow::Rows(std::size_t first, std::size_t last) {
     return strips;
 }
 
+void RowWindow::DropAbove(std::size_t row) {
+    const std::lock_guard<std::recursive_mutex> lock(mutex_);
+    kept_.erase(kept_.begin(), kept_.lower_bound(row / rowsPerStrip_));
+}
+
+void RowWindow::Restart() {
+    const std::lock_guard<std::recursive_mutex> lock(mutex_);
+    kept_.clear();
+    reader_.rewind(reader_.object);
+    next_ = 0;
+}
+
 std::shared_ptr<const RowStrip> RowWindow::Decode() {
     const std::size_t first = next_ * rowsPerStrip_;
     const auto strip = std::make_shared<RowStrip>(first, std::min(rowsPerStrip_, height_ - first), bytesPerRow_);
