@@ -139,6 +139,14 @@ class InstallTest(unittest.TestCase):
         for path in self.binaries:
             self.assertLessEqual(set(elf.search_paths(path)), {"$ORIGIN/../lib"}, path)
 
+    def test_built_binaries_do_not_look_for_libraries_in_the_current_folder(self):
+        if self.is_32_bit:
+            self.skipTest("those do, behind the folders of the sysroot")
+        for path in self.binaries:
+            built = BUILD / path.relative_to(self.root / "lib/zeva")
+            for folders in elf.search_paths(built):
+                self.assertNotIn("", folders.split(":"), built)
+
     def test_the_program_names_the_loader_of_the_system(self):
         expected = "/lib/ld-linux.so.2" if self.is_32_bit else "/lib64/ld-linux-x86-64.so.2"
         self.assertEqual(expected, elf.loader(self.root / "lib/zeva/bin/zeva"))
