@@ -46,7 +46,8 @@ class ApplyWorker {
         if (recipe_.inputs.empty() && !request_.batch.list.empty()) recipe_.inputs.push_back(request_.batch.list);
         host_ = MakeHost(options_);
         SyncPictures();
-        build_ = BuildText();
+        // Reads all of the program's own files where the linker gave them no build ID.
+        if (!request_.batch.report.empty()) build_ = BuildText();
     }
 
     std::string Do(const std::string& task) {
@@ -135,7 +136,7 @@ class ApplyWorker {
     ApplyRequest request_;
     Recipe recipe_;
     std::unique_ptr<Host> host_;
-    std::string build_;
+    std::string build_;  // empty without a report
     std::optional<Plan> plan_;
     StepReport quiet_ = [](auto&&...) {};
 };
