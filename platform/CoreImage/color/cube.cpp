@@ -4,7 +4,11 @@
 // between them.
 
 #include <algorithm>
+#include <atomic>
+#include <cstdint>
+#include <mutex>
 #include <utility>
+#include <vector>
 
 #include "color/cube_kernels.h"
 #include "color/filters.h"
@@ -23,12 +27,31 @@ class Cube : public PointFunction {
     Cube(std::shared_ptr<const float> texels, int dimension) : texels_(std::move(texels)), dimension_(dimension) {}
 
     void ApplyToRun(float* blocks, std::size_t count) const override {
-        LookUpCube(texels_.get(), dimension_, blocks, count);
+        if (const std::uint8_t* levels = levels_.load(std::memory_order_acquire)) {
+            LookUpCube(levels, dimension_, blocks, count);
+        } else {
+            LookUpCube(texels_.get(), dimension_, blocks, count);
+        }
+    }
+
+    // Why not always: a table may be larger than a picture, of which it then needs few texels.
+    void Expect(double pixels) const override {
+        const auto texels = static_cast<std::size_t>(dimension_ * dimension_ * dimension_);
+        if (pixels < static_cast<double>(texels)) return;
+        std::call_once(once_, [&] {
+            rounded_.resize(texels * kFloatsPerPixel);
+            RoundTexels(texels_.get(), rounded_.size(), rounded_.data());
+            levels_.store(rounded_.data(), std::memory_order_release);
+        });
     }
 
   private:
     std::shared_ptr<const float> texels_;
     int dimension_;
+
+    mutable std::once_flag once_;
+    mutable std::vector<std::uint8_t> rounded_;
+    mutable std::atomic<const std::uint8_t*> levels_ = nullptr;  // once they are rounded
 };
 
 class Encoding : public PointFunction {

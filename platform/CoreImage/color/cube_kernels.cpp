@@ -12,29 +12,20 @@
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
 
-// Adding this to a number of 0...255 rounds it to an integer.
-constexpr float kRounding = 8388608;
-
-// The level of a byte, 0...255, to which a number is rounded, plus kRounding; the level of 0 for NaN.
-//
-// Why here and not once in advance: a table is larger than many pictures, and only a few of its texels may be read.
+// The level of a byte, 0...255, to which a number is rounded; the level of 0 for NaN.
 template <class V>
 HWY_INLINE V RoundedLevel(V number) {
     const hn::DFromV<V> d;
+    // Adding this to a number of 0...255 rounds it to an integer.
+    constexpr float kRounding = 8388608;
     // In this order the maximum of NaN and 0 is 0.
     const V bounded = hn::Min(hn::Max(number, hn::Zero(d)), hn::Set(d, 1.0f));
-    return hn::MulAdd(bounded, hn::Set(d, 255.0f), hn::Set(d, kRounding));
+    return hn::Sub(hn::MulAdd(bounded, hn::Set(d, 255.0f), hn::Set(d, kRounding)), hn::Set(d, kRounding));
 }
 
-// The interpolated level between two numbers, each rounded.
-template <class V>
-HWY_INLINE V LevelBetween(V from, V to, float share) {
-    const hn::DFromV<V> d;
-    const V start = RoundedLevel(from);
-    return hn::MulAdd(hn::Sub(RoundedLevel(to), start), hn::Set(d, share), hn::Sub(start, hn::Set(d, kRounding)));
-}
-
-HWY_ATTR void LookUpCube(const float* texels, int dimension, float* blocks, std::size_t count) {
+// load(index) returns the levels of the texel at an index among the floats of the table, and those of the next texel.
+template <class Load>
+HWY_INLINE void LookUpLevels(const Load& load, int dimension, float* blocks, std::size_t count) {
     const std::size_t green = 4 * static_cast<std::size_t>(dimension);
     const std::size_t blue = green * static_cast<std::size_t>(dimension);
     const auto edge = static_cast<float>(dimension);
@@ -54,15 +45,32 @@ HWY_ATTR void LookUpCube(const float* texels, int dimension, float* blocks, std:
         hn::Store(hn::ConvertTo(integers, cell), integers, cells + pixel);
     };
     const auto look = [&](std::size_t pixel) HWY_ATTR {
-        const float* cell = texels + cells[pixel];
-        const auto rows = [&](const float* texel) HWY_ATTR {
-            const float share = shares[1][pixel];
-            return OfBoth([share](auto from, auto to) HWY_ATTR { return LevelBetween(from, to, share); },
-                          LoadPair(texel), LoadPair(texel + green));
-        };
+        const auto cell = static_cast<std::size_t>(cells[pixel]);
+        const auto rows = [&](std::size_t texel)
+                              HWY_ATTR { return Between(load(texel), load(texel + green), shares[1][pixel]); };
         return Between(Between(rows(cell), rows(cell + blue), shares[2][pixel]), shares[0][pixel]);
     };
     LookUp(blocks, count, 1.0f / 255, prepare, look);
+}
+
+HWY_ATTR void LookUpCubeOfFloats(const float* texels, int dimension, float* blocks, std::size_t count) {
+    const auto load = [texels](std::size_t index) HWY_ATTR {
+        return OfBoth([](auto texel) HWY_ATTR { return RoundedLevel(texel); }, LoadPair(texels + index));
+    };
+    LookUpLevels(load, dimension, blocks, count);
+}
+
+HWY_ATTR void LookUpCubeOfBytes(const std::uint8_t* levels, int dimension, float* blocks, std::size_t count) {
+    LookUpLevels([levels](std::size_t index) HWY_ATTR { return LoadPair(levels + index); }, dimension, blocks, count);
+}
+
+HWY_ATTR void RoundTexels(const float* texels, std::size_t count, std::uint8_t* levels) {
+    for (std::size_t index = 0; index < count; index += kFloatsPerPixel) {
+        const auto level = RoundedLevel(hn::LoadU(TexelTag(), texels + index));
+        const hn::RebindToSigned<TexelTag> integers;
+        const hn::Rebind<std::uint8_t, TexelTag> bytes;
+        hn::StoreU(hn::DemoteTo(bytes, hn::ConvertTo(integers, level)), bytes, levels + index);
+    }
 }
 
 struct Encode {
@@ -90,12 +98,22 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace core_image {
 
-HWY_EXPORT(LookUpCube);
+HWY_EXPORT(LookUpCubeOfFloats);
+HWY_EXPORT(LookUpCubeOfBytes);
+HWY_EXPORT(RoundTexels);
 HWY_EXPORT(EncodeClipped);
 HWY_EXPORT(DecodeClipped);
 
 void LookUpCube(const float* texels, int dimension, float* blocks, std::size_t count) {
-    HWY_DYNAMIC_DISPATCH(LookUpCube)(texels, dimension, blocks, count);
+    HWY_DYNAMIC_DISPATCH(LookUpCubeOfFloats)(texels, dimension, blocks, count);
+}
+
+void LookUpCube(const std::uint8_t* levels, int dimension, float* blocks, std::size_t count) {
+    HWY_DYNAMIC_DISPATCH(LookUpCubeOfBytes)(levels, dimension, blocks, count);
+}
+
+void RoundTexels(const float* texels, std::size_t count, std::uint8_t* levels) {
+    HWY_DYNAMIC_DISPATCH(RoundTexels)(texels, count, levels);
 }
 
 void EncodeClipped(float* blocks, std::size_t count) { HWY_DYNAMIC_DISPATCH(EncodeClipped)(blocks, count); }

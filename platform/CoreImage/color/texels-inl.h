@@ -29,6 +29,12 @@ using TexelPair = hn::Vec<hn::FixedTag<float, 8>>;
 
 HWY_INLINE TexelPair LoadPair(const float* texels) { return hn::LoadU(hn::FixedTag<float, 8>(), texels); }
 
+HWY_INLINE TexelPair LoadPair(const std::uint8_t* texels) {
+    const hn::FixedTag<float, 8> d;
+    return hn::ConvertTo(
+        d, hn::PromoteTo(hn::RebindToSigned<decltype(d)>(), hn::LoadU(hn::FixedTag<std::uint8_t, 8>(), texels)));
+}
+
 // Applies a function to texels; to both texels of pairs.
 template <class Function, class... Pairs>
 HWY_INLINE TexelPair OfBoth(const Function& function, Pairs... pairs) {
@@ -48,6 +54,13 @@ struct TexelPair {
 HWY_INLINE TexelPair LoadPair(const float* texels) {
     return {hn::LoadU(TexelTag(), texels), hn::LoadU(TexelTag(), texels + 4)};
 }
+
+HWY_INLINE Texel LoadTexel(const std::uint8_t* texel) {
+    const hn::Rebind<std::uint8_t, TexelTag> bytes;
+    return hn::ConvertTo(TexelTag(), hn::PromoteTo(hn::RebindToSigned<TexelTag>(), hn::LoadU(bytes, texel)));
+}
+
+HWY_INLINE TexelPair LoadPair(const std::uint8_t* texels) { return {LoadTexel(texels), LoadTexel(texels + 4)}; }
 
 template <class Function, class... Pairs>
 HWY_INLINE TexelPair OfBoth(const Function& function, Pairs... pairs) {

@@ -218,6 +218,7 @@ class PointImage : public Image {
     void AddNeeds(const Region& region, Needs& needs) const override { needs.AddByTiles(input_, region); }
 
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
+        function_->Expect(PixelCount(region));
         return std::make_unique<ChainStage>(PrepareLast(input_, region), region, Step{.function = function_.get()});
     }
 

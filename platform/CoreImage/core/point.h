@@ -24,6 +24,10 @@ class PointFunction {
     // Replaces a run in place. In an image no larger than its input, transparent black must stay transparent black.
     virtual void ApplyToRun(float* blocks, std::size_t count) const = 0;
 
+    // Called before so many pixels are replaced, maybe on several threads at once: the place to make a table that pays
+    // only for many.
+    virtual void Expect(double /*pixels*/) const {}
+
     // One function equivalent to another followed by this one; null if there is none.
     virtual std::unique_ptr<const PointFunction> After(const PointFunction&) const { return nullptr; }
 };

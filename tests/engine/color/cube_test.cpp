@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
+#include "support/engine_images.h"
 #include "support/point_oracle.h"
 
 namespace {
@@ -135,6 +137,28 @@ TEST(CubeTest, ShortDataUnusableDimensionsAndUnknownSpacesGiveNull) {
     FilterValues foreign = CubeValues(image, texels, 2);
     foreign.Space("inputColorSpace", ColorSpace::kOther);
     EXPECT_EQ(foreign.Output("CIColorCubeWithColorSpace"), nullptr);
+}
+
+// The table of a picture with more pixels than texels is rounded once, before the pixels.
+TEST(CubeTest, ManyPixelsGiveTheSameBitsAsFew) {
+    constexpr int kDimension = 5;
+    constexpr std::int64_t kWidth = 40, kHeight = 30;
+    constexpr std::int64_t kTexels = kDimension * kDimension * kDimension;
+    static_assert(kWidth < kTexels && kWidth * kHeight > kTexels);
+    RandomNumbers random(10);
+    std::vector<float> texels = RandomTexels(kDimension, random);
+    for (std::size_t index = 0; index < texels.size(); index += 7) texels[index] = static_cast<float>(random(-1, 2));
+    texels[40] = std::nanf("");
+    const ImageRef image = RandomImage(kWidth, kHeight);
+    const auto pixels = [&](const Region& region) {
+        return Pixels(CubeValues(image, texels, kDimension).Output("CIColorCube"), region);
+    };
+    std::vector<float> rows;
+    for (std::int64_t y = kHeight; y-- > 0;) {
+        const std::vector<float> row = pixels({0, y, kWidth, 1});
+        rows.insert(rows.end(), row.begin(), row.end());
+    }
+    EXPECT_EQ(pixels({0, 0, kWidth, kHeight}), rows);
 }
 
 TEST(CubeTest, NaNInPixelsAndTexelsReadsAsZero) {
