@@ -272,7 +272,8 @@ void Plan::MakeStageOf(Part& part) {
         if (!input.isAtOnce) part.cost += input.part->cost * input.pixels / PixelCount(part.region);
         if (--input.part->users == 0) input.part->Release();
     }
-    if (part.prepared.Held(part.region)) part.cost = kCostOfHeld;
+    // Near the edges of a clamped picture, pixels are copied; elsewhere they are read in place.
+    if (part.prepared.Held(TileOf(part.region))) part.cost = kCostOfHeld;
     if (&part == whole_ || !IsWorthHolding(part)) return;
     part.prepared = Hold(part.prepared, part.region);
     part.cost = kCostOfHeld;

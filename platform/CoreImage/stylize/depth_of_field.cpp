@@ -269,7 +269,7 @@ LayerBlur GaussianLayer(const ImageRef& framed, double sigma) {
 }
 
 // A miniature is out of focus where it shows discs, so that their rims need not be exact beyond this radius.
-constexpr double kLargestExactLayer = 20;
+constexpr double kLargestExactLayer = 12;
 
 LayerBlur DiscLayer(const ImageRef& framed, double radius) {
     if (radius > kLargestExactLayer) {
