@@ -45,13 +45,13 @@ Power::Power(double value)
         }
     }
     constexpr double kLargest = 0x1p126;
-    const double ratio = std::exp2(value);
+    const double ratio = std::exp2(value), inverse = 1 / ratio;
     double scale = 1;
     for (std::size_t bits = kExponentOfOne; bits <= kLargestExponent; ++bits, scale *= ratio) {
         scales[bits] = static_cast<float>(std::min(scale, kLargest));
     }
     scale = 1;
-    for (std::size_t bits = kExponentOfOne; bits > 0; --bits, scale /= ratio) {
+    for (std::size_t bits = kExponentOfOne; bits > 0; --bits, scale *= inverse) {
         scales[bits] = static_cast<float>(std::max(scale, 1 / kLargest));
     }
     scales[0] = ofZero;
