@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "core/window.h"
 #include "sampling/weighted_sums.h"
 
 namespace core_image {
@@ -20,7 +21,7 @@ std::int64_t FirstSample(std::int64_t pixel, std::int64_t step, std::size_t taps
 
 class EnlargedStage : public Stage {
   public:
-    EnlargedStage(PixelBlock coarse, std::int64_t step, std::vector<std::vector<float>> weights)
+    EnlargedStage(Prepared coarse, std::int64_t step, std::vector<std::vector<float>> weights)
         : coarse_(std::move(coarse)),
           step_(step),
           taps_(weights.front().size()),
@@ -35,14 +36,14 @@ class EnlargedStage : public Stage {
 
     void Render(const Tile& tile) const override {
         const Region used = SamplesFor(tile.region, step_, taps_);
+        const Window samples(coarse_, used);
         const PixelBlock line(Region{used.x, 0, used.width, 1});
         const std::size_t columnPhase = Phase(tile.region.x);
         std::vector<const float*> rows(taps_);
         for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
             const std::int64_t first = FirstSample(y, step_, taps_);
             for (std::size_t k = 0; k < taps_; ++k) {
-                const auto row = first + static_cast<std::int64_t>(k);
-                rows[k] = coarse_.Row(row) + static_cast<std::size_t>(used.x - coarse_.GetRegion().x) * kFloatsPerPixel;
+                rows[k] = samples.GetView().Row(first + static_cast<std::int64_t>(k));
             }
             SumRows(rows.data(), rowWeights_[Phase(y)].data(), taps_, line.GetTile().pixels,
                     line.GetTile().Width() * kFloatsPerPixel);
@@ -58,7 +59,7 @@ class EnlargedStage : public Stage {
         return static_cast<std::size_t>(place - FloorDivide(place, step_) * step_);
     }
 
-    PixelBlock coarse_;
+    Prepared coarse_;
     std::int64_t step_;
     std::size_t taps_;
     std::vector<std::vector<float>> rowWeights_;  // of each phase
@@ -74,7 +75,7 @@ Region SamplesFor(const Region& region, std::int64_t step, std::size_t taps) {
             FirstSample(region.Top() - 1, step, taps) + count - y};
 }
 
-std::unique_ptr<const Stage> MakeEnlargedStage(PixelBlock coarse, std::int64_t step,
+std::unique_ptr<const Stage> MakeEnlargedStage(Prepared coarse, std::int64_t step,
                                                std::vector<std::vector<float>> weights) {
     return std::make_unique<EnlargedStage>(std::move(coarse), step, std::move(weights));
 }

@@ -18,7 +18,7 @@ Region SamplesFor(const Region& region, std::int64_t step, std::size_t taps);
 
 // A stage of a coarse image, enlarged. For each of `step` pixels between two samples there are the weights of the
 // samples around it: kLinearTaps or kGaussianTaps of them (weighted_sums.h).
-std::unique_ptr<const Stage> MakeEnlargedStage(PixelBlock coarse, std::int64_t step,
+std::unique_ptr<const Stage> MakeEnlargedStage(Prepared coarse, std::int64_t step,
                                                std::vector<std::vector<float>> weights);
 
 }  // namespace core_image

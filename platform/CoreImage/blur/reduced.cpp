@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "blur/enlarged.h"
-#include "core/buffered.h"
 #include "core/window.h"
 #include "sampling/affine.h"
 #include "sampling/weighted_sums.h"
@@ -96,7 +95,7 @@ class EnlargedImage : public Image {
     EnlargedImage(ImageRef reduced, std::int64_t step, const Extent& extent)
         : Image(extent, reduced->GetDepth()), reduced_(std::move(reduced)), step_(step) {}
 
-    void AddNeeds(const Region& region, Needs& needs) const override { needs.AddAtOnce(reduced_, Samples(region)); }
+    void AddNeeds(const Region& region, Needs& needs) const override { needs.AddByTiles(reduced_, Samples(region)); }
 
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         std::vector<std::vector<float>> weights;
@@ -104,7 +103,7 @@ class EnlargedImage : public Image {
             const float upper = (static_cast<float>(phase) + 0.5f) / static_cast<float>(step_);
             weights.push_back({1 - upper, upper});
         }
-        return MakeEnlargedStage(RenderBlock(reduced_, Samples(region)), step_, std::move(weights));
+        return MakeEnlargedStage(Prepare(reduced_, Samples(region)), step_, std::move(weights));
     }
 
   private:
@@ -129,7 +128,7 @@ ImageRef Reduced(ImageRef input, const Reduction& reduction) {
         map.a = map.d = std::ldexp(1, -reduction.sparse);
         input = MakeAffineImage(std::move(input), map, Light::kLinear);
     }
-    return MakeBufferedImage(std::make_shared<MeansImage>(std::move(input), std::int64_t{1} << reduction.means));
+    return std::make_shared<MeansImage>(std::move(input), std::int64_t{1} << reduction.means);
 }
 
 ImageRef Enlarged(ImageRef reduced, const Reduction& reduction, const Extent& extent) {

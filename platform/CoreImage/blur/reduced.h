@@ -1,8 +1,8 @@
 // reduced.h - reduced images for blurs so wide that the loss is invisible.
 //
-// An image is reduced by a power of two, blurred, buffered, and enlarged again. Up to a factor of 32 each pixel of
-// the reduced image is the mean of all pixels below it. Beyond that factor, where no bitmap would leave more than a
-// few pixels, some pixels are skipped.
+// An image is reduced by a power of two, blurred, and enlarged again. Where tiles would reduce or blur the same pixels
+// often, the result is held (core/plan.cpp). Up to a factor of 32 each pixel of the reduced image is the mean of all
+// pixels below it. Beyond that factor, where no bitmap would leave more than a few pixels, some pixels are skipped.
 
 #pragma once
 

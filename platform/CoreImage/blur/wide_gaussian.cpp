@@ -14,6 +14,7 @@
 #include "blur/enlarged.h"
 #include "blur/gaussian_weights.h"
 #include "blur/separable.h"
+#include "core/buffered.h"
 #include "core/sampled_input.h"
 #include "core/window.h"
 #include "sampling/weighted_sums.h"
@@ -220,8 +221,9 @@ std::unique_ptr<const Stage> PrepareWideGaussian(const ImageRef& input, double s
     const Coarse coarse = CoarseFor(input->GetExtent(), sigma, region);
     const std::vector<float> weights = GaussianWeights(coarse.sigma);
     const Region padded = coarse.wanted.GrownBy(static_cast<std::int64_t>(weights.size() / 2));
-    return MakeEnlargedStage(Blur(Reduce(input, coarse.needed, coarse.step, padded), weights, coarse.wanted),
-                             coarse.step, InterpolationWeights(coarse.step));
+    PixelBlock blurred = Blur(Reduce(input, coarse.needed, coarse.step, padded), weights, coarse.wanted);
+    return MakeEnlargedStage({Extent::Of(coarse.wanted), MakeHeldStage(std::move(blurred)), /*levels=*/1}, coarse.step,
+                             InterpolationWeights(coarse.step));
 }
 
 }  // namespace core_image

@@ -51,8 +51,12 @@ class BufferedImage : public Image {
 
 }  // namespace
 
+std::unique_ptr<const Stage> MakeHeldStage(PixelBlock pixels) {
+    return std::make_unique<BufferedStage>(std::move(pixels));
+}
+
 std::unique_ptr<const Stage> MakeHeldStage(const Prepared& prepared, const Region& region) {
-    return std::make_unique<BufferedStage>(RenderBlock(prepared, region));
+    return MakeHeldStage(RenderBlock(prepared, region));
 }
 
 PixelBlock RenderBlock(const ImageRef& image, const Region& region) {

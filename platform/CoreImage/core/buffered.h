@@ -9,7 +9,8 @@ namespace core_image {
 // The same image. While a region is rendered, everything that it needs of the image is held in memory.
 ImageRef MakeBufferedImage(ImageRef input);
 
-// A stage that holds a region of a prepared image.
+// A stage that shows a block of pixels, and one that holds a region of a prepared image.
+std::unique_ptr<const Stage> MakeHeldStage(PixelBlock pixels);
 std::unique_ptr<const Stage> MakeHeldStage(const Prepared& prepared, const Region& region);
 
 // The most pixels of an image that are held in memory: 1 GB. Infinite patterns may be asked for more.

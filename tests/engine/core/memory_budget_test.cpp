@@ -115,9 +115,10 @@ TEST(MemoryBudgetTest, RenderingThatDoesNotFitThrows) {
     EXPECT_EQ(budget.Used(), 0u);
 }
 
-// Renders with a budget that is too small for anything that is held: a shortage would divide the picture.
-void ExpectNothingHeld(const ImageRef& image) {
-    MemoryBudget budget(1000);
+// Renders with a budget in which everything that is held must fit: a shortage would divide the picture. Without a
+// budget, nothing may be held.
+void ExpectEnough(const ImageRef& image, std::uint64_t bytes = 0) {
+    MemoryBudget budget(bytes);
     Floats result;
     const auto count = std::make_shared<Count>();
     EXPECT_NO_THROW(Render(Counted(image, count), kPhoto, result.destination, {}, budget));
@@ -125,24 +126,38 @@ void ExpectNothingHeld(const ImageRef& image) {
 }
 
 TEST(MemoryBudgetTest, PictureBelowGlassIsNotCopied) {
-    ExpectNothingHeld(FilterValues()
-                          .Image("inputImage", RandomImage(800, 600))
-                          .Vector("inputPoint0", {100, 300})
-                          .Vector("inputPoint1", {700, 300})
-                          .Number("inputRadius", 250)
-                          .Output("CIGlassLozenge"));
+    ExpectEnough(FilterValues()
+                     .Image("inputImage", RandomImage(800, 600))
+                     .Vector("inputPoint0", {100, 300})
+                     .Vector("inputPoint1", {700, 300})
+                     .Number("inputRadius", 250)
+                     .Output("CIGlassLozenge"));
 }
 
 // In the middle, a tile shows the far ends of the texture.
 TEST(MemoryBudgetTest, RepeatedTextureIsNotCopied) {
     const ImageRef texture =
         FilterValues().Image("inputImage", RandomImage(700, 500)).Number("inputLevels", 6).Output("CIColorPosterize");
-    ExpectNothingHeld(FilterValues()
-                          .Image("inputImage", RandomImage(800, 600))
-                          .Image("inputTexture", texture)
-                          .Vector("inputCenter", {400, 300})
-                          .Number("inputScale", 20)
-                          .Output("CIGlassDistortion"));
+    ExpectEnough(FilterValues()
+                     .Image("inputImage", RandomImage(800, 600))
+                     .Image("inputTexture", texture)
+                     .Vector("inputCenter", {400, 300})
+                     .Number("inputScale", 20)
+                     .Output("CIGlassDistortion"));
+}
+
+// Its three blurs are reduced images, which together are smaller than the picture.
+TEST(MemoryBudgetTest, PictureOfAMiniatureIsNotCopied) {
+    ExpectEnough(FilterValues()
+                     .Image("inputImage", RandomImage(800, 600))
+                     .Vector("inputPoint0", {0, 300})
+                     .Vector("inputPoint1", {800, 300})
+                     .Number("inputRadius", 24)
+                     .Number("inputSaturation", 1.5)
+                     .Number("inputUnsharpMaskRadius", 20)
+                     .Number("inputUnsharpMaskIntensity", 0.5)
+                     .Output("CIDepthOfField"),
+                 kPhotoBytes);
 }
 
 TEST(MemoryBudgetTest, EngineSaysHowMuchMemoryWasNeeded) {
