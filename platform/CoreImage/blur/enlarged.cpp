@@ -4,19 +4,19 @@
 
 #include <utility>
 
+#include "blur/sums.h"
 #include "core/window.h"
 #include "sampling/weighted_sums.h"
 
 namespace core_image {
 namespace {
 
-std::int64_t FloorDivide(std::int64_t number, std::int64_t divisor) {
-    return number >= 0 ? number / divisor : -((-number + divisor - 1) / divisor);
-}
+// The position of a pixel between the two samples around it.
+std::int64_t Phase(std::int64_t pixel, std::int64_t step) { return FloorRemainder(pixel - step / 2, step); }
 
 // The first of the samples from which a pixel is interpolated.
 std::int64_t FirstSample(std::int64_t pixel, std::int64_t step, std::size_t taps) {
-    return FloorDivide(pixel - step / 2, step) - (static_cast<std::int64_t>(taps) / 2 - 1);
+    return (pixel - step / 2 - Phase(pixel, step)) / step - (static_cast<std::int64_t>(taps) / 2 - 1);
 }
 
 class EnlargedStage : public Stage {
@@ -38,14 +38,14 @@ class EnlargedStage : public Stage {
         const Region used = SamplesFor(tile.region, step_, taps_);
         const Window samples(coarse_, used);
         const PixelBlock line(Region{used.x, 0, used.width, 1});
-        const std::size_t columnPhase = Phase(tile.region.x);
-        std::vector<const float*> rows(taps_);
+        const auto columnPhase = static_cast<std::size_t>(Phase(tile.region.x, step_));
+        const float* rows[kGaussianTaps];  // the most taps
         for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
             const std::int64_t first = FirstSample(y, step_, taps_);
             for (std::size_t k = 0; k < taps_; ++k) {
                 rows[k] = samples.GetView().Row(first + static_cast<std::int64_t>(k));
             }
-            SumRows(rows.data(), rowWeights_[Phase(y)].data(), taps_, line.GetTile().pixels,
+            SumRows(rows, rowWeights_[static_cast<std::size_t>(Phase(y, step_))].data(), taps_, line.GetTile().pixels,
                     line.GetTile().Width() * kFloatsPerPixel);
             InterpolateRow(line.Row(0), columnWeights_.data(), taps_, rowWeights_.size(), columnPhase, tile.Row(y),
                            tile.Width());
@@ -53,12 +53,6 @@ class EnlargedStage : public Stage {
     }
 
   private:
-    // The position of a pixel between the two samples around it.
-    std::size_t Phase(std::int64_t pixel) const {
-        const std::int64_t place = pixel - step_ / 2;
-        return static_cast<std::size_t>(place - FloorDivide(place, step_) * step_);
-    }
-
     Prepared coarse_;
     std::int64_t step_;
     std::size_t taps_;

@@ -109,11 +109,12 @@ class WarpStage : public Stage {
   private:
     // Whether a region can show the input's pixels at the same places.
     //
-    // Why not at the far edges of a clamped input: interpolation has no pixels beyond them and takes all of the last
-    // one's weight from the one before, which may round differently. So it is used there in every tile.
+    // Why not along the edges of a clamped input: interpolation has no pixels beyond the last one, so it adds that
+    // one's difference from the one before to that, which may round differently. So every tile there is interpolated.
     bool IsShown(const Region& region) const {
         if (recipe_.warp->Moves(CentersOf(region))) return false;
-        return !recipe_.isClamped || Clip(region.GrownBy(1), extent_) == region.GrownBy(1);
+        const Region around = region.GrownBy(1);
+        return !recipe_.isClamped || Clip(around, extent_) == around;
     }
 
     // Whether the input's pixels are in memory already, apart from those beyond its edges. All of them are if the
