@@ -6,7 +6,6 @@
 #include <array>
 #include <bit>
 #include <cstring>
-#include <numeric>
 #include <span>
 
 namespace image_io {
@@ -16,8 +15,9 @@ constexpr std::size_t kBlockBytes = 65535;  // the most that a block that is not
 constexpr std::size_t kLiterals = 256, kEndOfBlock = 256, kFirstLength = 257, kSymbols = 286;
 constexpr unsigned kLongestCode = 15;
 
-// Shorter runs are written as literals: with a short code, three of them take less than a run.
-constexpr std::size_t kShortestRun = 4, kLongestRun = 258;
+// The format has runs from three bytes on. Runs that short save nothing in photos, whose most frequent bytes have short
+// codes, and each one costs time.
+constexpr std::size_t kShortestRun = 8, kLongestRun = 258;
 
 // A code, its first bit lowest.
 struct Code {
@@ -102,18 +102,15 @@ struct Piece {
     std::uint32_t run;  // 0 at the end of a block
 };
 
-// Writes numbers bit by bit, the lowest one first, with up to eight bytes behind the last one.
+// Writes numbers bit by bit, the lowest one first.
 class BitWriter {
   public:
-    // Sets the place of the next byte.
-    void Continue(std::uint8_t* to) { to_ = to; }
-
     // count is at most 56.
     void Write(std::uint64_t bits, unsigned count) {
         held_ |= bits << heldBits_;
         heldBits_ += count;
-        std::memcpy(to_, &held_, sizeof held_);
-        to_ += heldBits_ / 8;
+        std::memcpy(next_, &held_, sizeof held_);
+        next_ += heldBits_ / 8;
         held_ >>= heldBits_ / 8 * 8;
         heldBits_ %= 8;
     }
@@ -122,15 +119,18 @@ class BitWriter {
     // Fills a byte that is begun with zeros.
     void Align() { Write(0, -heldBits_ % 8); }
 
-    void WriteBytes(const std::uint8_t* bytes, std::size_t count) {
-        std::memcpy(to_, bytes, count);
-        to_ += count;
+    void WriteBytes(std::span<const std::uint8_t> bytes) { next_ = std::copy(bytes.begin(), bytes.end(), next_); }
+
+    // Appends the whole bytes that were written, and forgets them.
+    void MoveTo(std::vector<std::uint8_t>& to) {
+        to.insert(to.end(), bytes_.data(), next_);
+        next_ = bytes_.data();
     }
 
-    const std::uint8_t* End() const { return to_; }
-
   private:
-    std::uint8_t* to_ = nullptr;
+    // An uncompressed block, an empty one, and what follows the last byte in held_. It stays in the nearest cache.
+    std::array<std::uint8_t, kBlockBytes + 2 * 5 + sizeof(std::uint64_t)> bytes_;
+    std::uint8_t* next_ = bytes_.data();
     std::uint64_t held_ = 0;
     unsigned heldBits_ = 0;
 };
@@ -143,7 +143,7 @@ void WriteStored(BitWriter& writer, std::span<const std::uint8_t> bytes, bool is
     writer.Align();
     const auto count = static_cast<std::uint16_t>(bytes.size());
     writer.Write(count | std::uint32_t{static_cast<std::uint16_t>(~count)} << 16, 32);
-    writer.WriteBytes(bytes.data(), bytes.size());
+    writer.WriteBytes(bytes);
 }
 
 // The code of a block, as the block's header describes it: by the lengths of codes, which are symbols of a code too.
@@ -220,40 +220,41 @@ class BlockCode {
     std::size_t listed_ = kLengthSymbols;
 };
 
-std::uint32_t FourBytes(const std::uint8_t* bytes) {
-    std::uint32_t four;
-    std::memcpy(&four, bytes, sizeof four);
-    return four;
+// The bytes of the shortest run from a place on.
+std::uint64_t BytesOfRun(const std::uint8_t* bytes) {
+    std::uint64_t run;
+    static_assert(sizeof run == kShortestRun);
+    std::memcpy(&run, bytes, sizeof run);
+    return run;
 }
 
 // Divides a block into pieces.
 void FindRuns(std::span<const std::uint8_t> block, std::vector<Piece>& pieces) {
     pieces.clear();
-    const std::uint8_t* const begin = block.data();
-    const std::uint8_t* const end = begin + block.size();
-    const std::uint8_t* literals = begin;
-    for (const std::uint8_t* byte = begin + 1; byte + kShortestRun <= end; ++byte) {
-        // Four bytes are those before them: all five are the same.
-        if (FourBytes(byte) != FourBytes(byte - 1)) continue;
-        const std::uint8_t* const most =
-            byte + std::min<std::size_t>(kLongestRun, static_cast<std::size_t>(end - byte));
-        const std::uint8_t* const behind =
-            std::find_if(byte, most, [=](std::uint8_t other) { return other != byte[-1]; });
-        pieces.push_back({static_cast<std::uint32_t>(byte - literals), static_cast<std::uint32_t>(behind - byte)});
-        literals = behind;
-        byte = behind - 1;
+    const std::uint8_t* const last = block.data() + block.size();
+    const std::uint8_t* literals = block.data();
+    for (const std::uint8_t* byte = literals + 1; last - byte >= std::ptrdiff_t{kShortestRun}; ++byte) {
+        // Equal if all of them are the byte before.
+        if (BytesOfRun(byte) != BytesOfRun(byte - 1)) continue;
+        const std::uint8_t* const most = std::min(last, byte + kLongestRun);
+        const std::uint8_t* const end = std::find_if(byte, most, [=](std::uint8_t other) { return other != byte[-1]; });
+        pieces.push_back({static_cast<std::uint32_t>(byte - literals), static_cast<std::uint32_t>(end - byte)});
+        literals = end;
+        byte = end - 1;
     }
-    pieces.push_back({static_cast<std::uint32_t>(end - literals), 0});
+    pieces.push_back({static_cast<std::uint32_t>(last - literals), 0});
 }
 
 std::array<std::uint32_t, kSymbols> CountSymbols(const std::uint8_t* byte, std::span<const Piece> pieces) {
-    // Several tables, because equal bytes in a row would wait for each other.
-    std::array<std::array<std::uint32_t, kLiterals>, 4> tables = {};
+    // Two tables, because equal bytes in a row would wait for each other.
+    std::array<std::array<std::uint32_t, kLiterals>, 2> tables = {};
     std::array<std::uint32_t, kSymbols> occurrences = {};
     for (const Piece& piece : pieces) {
-        for (std::uint32_t i = 0; i < piece.literals; ++i) ++tables[i % tables.size()][byte[i]];
+        const std::uint8_t* const end = byte + piece.literals;
+        for (; end - byte >= 2; byte += 2) ++tables[0][byte[0]], ++tables[1][byte[1]];
+        if (byte != end) ++tables[0][*byte++];
         if (piece.run != 0) ++occurrences[SymbolOfRun(piece.run).value];
-        byte += piece.literals + piece.run;
+        byte += piece.run;
     }
     for (const auto& table : tables) {
         for (std::size_t literal = 0; literal < kLiterals; ++literal) occurrences[literal] += table[literal];
@@ -297,19 +298,10 @@ void WriteCompressed(BitWriter& writer, const std::uint8_t* byte, std::span<cons
 
 void DeflateRuns(const std::uint8_t* bytes, std::size_t count, bool isLast, std::vector<std::uint8_t>& to) {
     std::vector<Piece> pieces;
-    std::size_t used = to.size();
     BitWriter writer;
-    // Room for a block that is not compressed and an empty one, each with five bytes more, and for what BitWriter
-    // needs. Not for all blocks: most are compressed, and memory that is used for the first time takes longer than
-    // that.
-    const auto makeRoom = [&](std::size_t block) {
-        to.resize(used + block + 2 * 5 + sizeof(std::uint64_t));
-        writer.Continue(to.data() + used);
-    };
     for (std::size_t done = 0; done < count; done += kBlockBytes) {
         const std::span<const std::uint8_t> block(bytes + done, std::min(kBlockBytes, count - done));
         const bool isLastBlock = isLast && done + block.size() == count;
-        makeRoom(block.size());
         FindRuns(block, pieces);
         const auto occurrences = CountSymbols(block.data(), pieces);
         const BlockCode code(occurrences);
@@ -318,12 +310,11 @@ void DeflateRuns(const std::uint8_t* bytes, std::size_t count, bool isLast, std:
         } else {
             WriteStored(writer, block, isLastBlock);
         }
-        used = static_cast<std::size_t>(writer.End() - to.data());
+        writer.MoveTo(to);
     }
-    makeRoom(0);
     if (!isLast) WriteStored(writer, {}, /*isLast=*/false);
     writer.Align();
-    to.resize(static_cast<std::size_t>(writer.End() - to.data()));
+    writer.MoveTo(to);
 }
 
 }  // namespace image_io

@@ -9,6 +9,7 @@
 // larger. The other methods are zlib's.
 
 #include <png.h>
+#include <tbb/enumerable_thread_specific.h>
 #include <tbb/parallel_for.h>
 #include <zlib.h>
 
@@ -45,7 +46,7 @@ struct Method {
 
 // clang-format off
 constexpr Method kMethods[] = {
-    /* fast     */ {true,  0,                  0,                  false, 1 << 17},
+    /* fast     */ {true,  0,                  0,                  false, 1 << 18},
     /* balanced */ {false, 5,                  Z_FILTERED,         true,  1 << 19},
     /* small    */ {false, Z_BEST_COMPRESSION, Z_DEFAULT_STRATEGY, true,  1 << 20},
 };
@@ -193,12 +194,23 @@ void Deflate(std::vector<std::uint8_t>& filtered, const Method& method, bool isL
     deflateEnd(&stream);
 }
 
+// What a thread needs for a strip. It is used again for the next one, because memory that is used for the first time
+// takes longer than the compression.
+struct Scratch {
+    std::vector<std::uint8_t> row, above, spare, filtered;
+};
+
 // Compresses the rows from begin to end.
-Strip MakeStrip(const Work& work, std::size_t begin, std::size_t end) {
+Strip MakeStrip(const Work& work, std::size_t begin, std::size_t end, Scratch& scratch) {
     const std::size_t pixel = work.PixelBytes(), count = work.RowBytes();
-    std::vector<std::uint8_t> row(count), above(count), filtered((count + 1) * (end - begin));
-    std::vector<std::uint8_t> spare(work.method.isAdaptive ? count : 0);
-    if (begin > 0) MakeRow(work, begin - 1, above.data());
+    auto& [row, above, spare, filtered] = scratch;
+    for (std::vector<std::uint8_t>* one : {&row, &above, &spare}) one->resize(count);
+    filtered.resize((count + 1) * (end - begin));
+    if (begin > 0) {
+        MakeRow(work, begin - 1, above.data());
+    } else {
+        std::ranges::fill(above, std::uint8_t{0});
+    }
     std::uint8_t* to = filtered.data();
     for (std::size_t y = begin; y < end; ++y, to += count + 1) {
         MakeRow(work, y, row.data());
@@ -226,9 +238,10 @@ Strip MakeStrip(const Work& work, std::size_t begin, std::size_t end) {
 std::vector<Strip> MakeStrips(const Work& work, const PixelRows& rows, uLong* checkSum) {
     const std::size_t rowsOfStrip = work.RowsOfStrip();
     std::vector<Strip> strips((rows.End() - rows.Begin() + rowsOfStrip - 1) / rowsOfStrip);
+    tbb::enumerable_thread_specific<Scratch> scratch;
     tbb::parallel_for(std::size_t{0}, strips.size(), [&](std::size_t i) {
         const std::size_t begin = rows.Begin() + i * rowsOfStrip;
-        strips[i] = MakeStrip(work, begin, std::min(begin + rowsOfStrip, rows.End()));
+        strips[i] = MakeStrip(work, begin, std::min(begin + rowsOfStrip, rows.End()), scratch.local());
     });
     for (const Strip& strip : strips) {
         *checkSum = adler32_combine(*checkSum, strip.checkSum, static_cast<z_off_t>(strip.length));
