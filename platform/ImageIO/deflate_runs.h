@@ -2,7 +2,8 @@
 //
 // Why not zlib, which has the same method (Z_RLE) and makes files of the same size within two percent: it takes four
 // times as long, which was most of the time of writing a PNG file. The libraries that are as fast write whole streams
-// only, and so cannot compress strips on several cores. Threads: any.
+// only, and so cannot compress strips on several cores.
+// Threads: any.
 
 #pragma once
 

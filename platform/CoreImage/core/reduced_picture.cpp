@@ -12,9 +12,13 @@
 namespace core_image {
 namespace {
 
-// The rows that are compared: an eighth of the picture, and not more of a very wide one.
-constexpr std::size_t kPartOfHeight = 8;
+// The rows that are compared: a sixteenth of the picture, and not more of a very wide one.
+constexpr std::size_t kPartOfHeight = 16;
 constexpr std::size_t kMostBytes = 8 << 20;
+
+// Of the squares of a row, each third is compared: they are many enough, and adding up the light of all of them took a
+// tenth of the time of a thumbnail.
+constexpr std::size_t kSquareStep = 3;
 
 // Pictures that differ mostly do so in the first rows, which are kept: they are rendered next. Behind these, the
 // pictures probably look alike, and the rows of the whole one are not needed again.
@@ -63,9 +67,10 @@ bool LooksLikeWhole(const DecodedRows& whole, const DecodedRows& reduced, std::s
     const std::size_t side = pixels * factor;
     const std::size_t down = most / side, across = whole.width / side;
     if (down == 0 || across == 0) return false;
+    const std::size_t compared = (across + kSquareStep - 1) / kSquareStep;
     double sum = 0;
     const auto isNear = [&] {
-        return sum / static_cast<double>(3 * down * across) < kMostDifference * kMostDifference;
+        return sum / static_cast<double>(3 * down * compared) < kMostDifference * kMostDifference;
     };
     bool isKept = true;
     for (std::size_t band = 0; band < down && isNear(); ++band) {
@@ -76,7 +81,7 @@ bool LooksLikeWhole(const DecodedRows& whole, const DecodedRows& reduced, std::s
         }
         const RowWindow::Strips all = whole.rows->Rows(y, y + side - 1);
         const RowWindow::Strips some = reduced.rows->Rows(yOfReduced, yOfReduced + pixels - 1);
-        for (std::size_t square = 0; square < across; ++square) {
+        for (std::size_t square = 0; square < across; square += kSquareStep) {
             const MeanLight light = MeanOf(all, whole, square * side, y, side);
             const MeanLight seen = MeanOf(some, reduced, square * pixels, yOfReduced, pixels);
             for (std::size_t channel = 0; channel < light.size(); ++channel) {

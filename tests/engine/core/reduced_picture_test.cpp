@@ -53,10 +53,10 @@ TEST(ReducedPictureTest, PicturesThatLookAlikeAreComparedWithoutKeepingTheWholeO
     const auto rows = whole.Window(), some = reduced.Window();
     EXPECT_TRUE(
         LooksLikeWhole({rows.get(), kWidth, kHeight}, {some.get(), reduced.width, reduced.height}, kFactor, kShrinks));
-    EXPECT_EQ(whole.rowsRead, kHeight / 8);
-    // Two strips and the one that is decoded, of eight; and one of the reduced picture.
+    EXPECT_EQ(whole.rowsRead, kHeight / 16);
+    // Two strips and the one that is decoded, of four; and one of the reduced picture.
     EXPECT_LE(whole.mostInUse, 4 * kMegabyte);
-    EXPECT_EQ(MemoryBudget::Default().Used(), 2 * kMegabyte) << "the rows of the reduced picture";
+    EXPECT_EQ(MemoryBudget::Default().Used(), kMegabyte) << "the rows of the reduced picture";
 }
 
 TEST(ReducedPictureTest, WholePictureIsRenderedInOrderAfterTheComparison) {
@@ -70,6 +70,16 @@ TEST(ReducedPictureTest, WholePictureIsRenderedInOrderAfterTheComparison) {
     EXPECT_EQ(whole.rewinds, 1);
     // A window whose requests are not in order keeps all of them.
     EXPECT_LE(whole.mostInUse, 12 * kMegabyte);
+}
+
+// The limit is a little less than one level.
+TEST(ReducedPictureTest, PicturesThatDifferByOneLevelAreToldApart) {
+    for (const std::uint8_t level : {std::uint8_t{99}, std::uint8_t{101}}) {
+        Stripes whole = Whole(100, 100), reduced = Reduced(level);
+        const auto rows = whole.Window(), some = reduced.Window();
+        EXPECT_FALSE(LooksLikeWhole({rows.get(), kWidth, kHeight}, {some.get(), reduced.width, reduced.height}, kFactor,
+                                    kShrinks));
+    }
 }
 
 TEST(ReducedPictureTest, PicturesThatDifferAreToldApartByTheirFirstRowsWhichAreKept) {
