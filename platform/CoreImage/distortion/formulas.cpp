@@ -153,45 +153,103 @@ HWY_INLINE void Move(const WrapFormula& f, const Guide&, V& x, V& y) {
     y = hn::Add(Length(dx, dy), Number(f.extent.bottom + 0.5 - f.radius));
 }
 
-HWY_INLINE void Move(const DrosteFormula& f, const Guide&, V& x, V& y) {
-    const PlaceTag d;
-    const V meetingX = Number(f.horizontal.fixed), meetingY = Number(f.vertical.fixed);
-    const V dx = hn::Sub(x, meetingX), dy = hn::Sub(y, meetingY);
-    const V square = hn::MulAdd(dx, dx, hn::Mul(dy, dy));
-    const auto isMeeting = hn::Eq(square, Number(0));
-    const V angle = WithoutTurns(hn::Sub(Angle(dy, dx), Number(f.rotation)));
-    const V scaled = hn::Mul(hn::Max(square, Number(1e-300)), Number(1 / (f.zoom * f.zoom)));
-    const V depth = hn::Mul(hn::Log(d, scaled), Number(0.5));
-    // One more turn of the angle corresponds to as many turns as there are strands, and to periodicity copies.
-    const V strands = Number(f.strands), slant = Number(f.periodicity * f.level / kTurn);
-    const V newAngle = WithoutTurns(hn::NegMulAdd(slant, depth, hn::Mul(strands, angle)));
-    const V newDepth = hn::MulAdd(slant, angle, hn::Mul(strands, depth));
+template <class Formula>
+HWY_INLINE void FindPlacesOf(const Formula& formula, const PlaceRow& row, double* x, double* y) {
+    ForEachPlaceOf(row, x, y, [&](std::size_t index, V& placeX, V& placeY) HWY_ATTR {
+        Move(formula, Guide{row, index}, placeX, placeY);
+    });
+}
 
-    // Maps the copy that contains this place to the picture: 0 is its border, -1 the border of the next copy inside.
-    const V wayX = hn::Cos(d, newAngle), wayY = hn::Sin(d, newAngle);
-    // A signed distance from the fixed point, relative to the picture's edge on that side.
-    const auto borders = [](const DrosteAxis& axis, V way) HWY_ATTR {
-        return hn::Max(hn::Mul(way, Number(-axis.perBelow)), hn::Mul(way, Number(axis.perBeyond)));
-    };
-    const V border = hn::Max(borders(f.horizontal, wayX), borders(f.vertical, wayY));
-    const V copies = hn::Mul(hn::Add(newDepth, hn::Log(d, border)), Number(1 / f.level));
-    const V within = hn::Sub(hn::Sub(copies, hn::Floor(copies)), Number(1));
+// The steps from a place to the one that the Droste effect shows there. Each replaces two numbers by two others.
+struct DrosteSteps {
+    const DrosteFormula& f;
+
+    // A place becomes the angle and the logarithm of the distance from the meeting point, turned and stretched.
+    HWY_INLINE void Unroll(V& x, V& y) const {
+        const V dx = hn::Sub(x, Number(f.horizontal.fixed)), dy = hn::Sub(y, Number(f.vertical.fixed));
+        const V angle = WithoutTurns(hn::Sub(Angle(dy, dx), Number(f.rotation)));
+        const V square = hn::MulAdd(dx, dx, hn::Mul(dy, dy));
+        const V scaled = hn::Mul(hn::Max(square, Number(1e-300)), Number(1 / (f.zoom * f.zoom)));
+        // At the meeting point itself, which lies in all copies, the depth is not a number.
+        const V depth = hn::IfThenElse(hn::Eq(square, Number(0)), hn::NaN(PlaceTag()),
+                                       hn::Mul(hn::Log(PlaceTag(), scaled), Number(0.5)));
+        // One more turn of the angle corresponds to as many turns as there are strands, and to periodicity copies.
+        const V strands = Number(f.strands), slant = Number(f.periodicity * f.level / kTurn);
+        x = WithoutTurns(hn::NegMulAdd(slant, depth, hn::Mul(strands, angle)));
+        y = hn::MulAdd(slant, angle, hn::Mul(strands, depth));
+    }
+
+    // An angle becomes a way of length 1.
+    HWY_INLINE void Roll(V& x, V& y) const {
+        const V angle = x;
+        x = hn::Cos(PlaceTag(), angle);
+        y = hn::Sin(PlaceTag(), angle);
+    }
+
+    // The distance of the picture's edge on the way, by the way's length.
+    HWY_INLINE V Border(V wayX, V wayY) const {
+        // A signed distance from the fixed point, relative to the picture's edge on that side.
+        const auto borders = [](const DrosteAxis& axis, V way) HWY_ATTR {
+            return hn::Max(hn::Mul(way, Number(-axis.perBelow)), hn::Mul(way, Number(axis.perBeyond)));
+        };
+        return hn::Max(borders(f.horizontal, wayX), borders(f.vertical, wayY));
+    }
+
+    // Maps the copy that contains a place to the picture: 0 is its border, -1 the border of the next copy inside.
+    HWY_INLINE V Within(V wayX, V wayY, V depth) const {
+        const V copies = hn::Mul(hn::Add(depth, hn::Log(PlaceTag(), Border(wayX, wayY))), Number(1 / f.level));
+        return hn::Sub(hn::Sub(copies, hn::Floor(copies)), Number(1));
+    }
+
+    // A way becomes a place of the picture.
+    //
     // A copy has the picture's shape, but its inset may have another: the area between them is stretched from one to
     // the other, because each direction shrinks by its own level.
-    const auto place = [&](const DrosteAxis& axis, V way, V meeting) HWY_ATTR {
-        const V length = hn::Exp(d, hn::Mul(within, Number(axis.level)));
-        const V moved = hn::MulAdd(hn::Div(way, border), length, meeting);
-        return hn::IfThenElse(isMeeting, meeting, moved);
-    };
-    x = place(f.horizontal, wayX, meetingX);
-    y = place(f.vertical, wayY, meetingY);
+    HWY_INLINE void Go(V& x, V& y, V within) const {
+        const V border = Border(x, y);
+        const auto place = [&](const DrosteAxis& axis, V way) HWY_ATTR {
+            const V length = hn::Exp(PlaceTag(), hn::Mul(within, Number(axis.level)));
+            const V moved = hn::MulAdd(hn::Div(way, border), length, Number(axis.fixed));
+            return hn::IfThenElse(hn::Eq(within, within), moved, Number(axis.fixed));
+        };
+        x = place(f.horizontal, x);
+        y = place(f.vertical, y);
+    }
+};
+
+// Why step by step for many places, instead of all steps for one place: each step has to wait for the one before, and
+// the processor does not look far enough ahead to begin with the next place.
+HWY_INLINE void FindPlacesOf(const DrosteFormula& formula, const PlaceRow& row, double* x, double* y) {
+    const PlaceTag d;
+    const DrosteSteps steps = {formula};
+    constexpr std::size_t kMost = 256;
+    static_assert(kMost % kPlaceStep == 0);
+    HWY_ALIGN double depths[kMost];
+    ForEachPlaceOf(row, x, y, [&](std::size_t, V& placeX, V& placeY) HWY_ATTR { steps.Unroll(placeX, placeY); });
+    for (std::size_t begin = 0; begin < row.count; begin += kMost, x += kMost, y += kMost) {
+        const std::size_t count = PlaceRowLength(static_cast<std::int64_t>(std::min(kMost, row.count - begin)));
+        const auto forEach = [&](const auto& step) HWY_ATTR {
+            for (std::size_t index = 0; index < count; index += hn::Lanes(d)) {
+                V first = hn::LoadU(d, x + index), second = hn::LoadU(d, y + index),
+                  depth = hn::Load(d, depths + index);
+                step(first, second, depth);
+                hn::StoreU(first, d, x + index);
+                hn::StoreU(second, d, y + index);
+                hn::Store(depth, d, depths + index);
+            }
+        };
+        forEach([&](V& first, V& second, V& depth) HWY_ATTR {
+            depth = second;
+            steps.Roll(first, second);
+        });
+        forEach([&](V& first, V& second, V& depth) HWY_ATTR { depth = steps.Within(first, second, depth); });
+        forEach([&](V& first, V& second, V& depth) HWY_ATTR { steps.Go(first, second, depth); });
+    }
 }
 
 #define CORE_IMAGE_DEFINE(name)                                                                               \
     HWY_ATTR void FindPlaces##name(const name##Formula& formula, const PlaceRow& row, double* x, double* y) { \
-        ForEachPlaceOf(row, x, y, [&](std::size_t index, V& placeX, V& placeY) HWY_ATTR {                     \
-            Move(formula, Guide{row, index}, placeX, placeY);                                                 \
-        });                                                                                                   \
+        FindPlacesOf(formula, row, x, y);                                                                     \
     }
 CORE_IMAGE_WARP_FORMULAS(CORE_IMAGE_DEFINE)
 #undef CORE_IMAGE_DEFINE
