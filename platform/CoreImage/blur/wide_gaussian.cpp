@@ -104,6 +104,7 @@ class ReducedRows {
             first_.push_back(static_cast<std::int32_t>(x * static_cast<std::size_t>(reading.step)));
         }
         count_.assign(width, static_cast<std::int32_t>(reading.weights.size()));
+        parts_ = PartsOf(coarse, Divided(input->GetExtent(), static_cast<double>(reading.n)));
     }
 
     // Makes the rows down to this one.
@@ -115,14 +116,17 @@ class ReducedRows {
         made_ = std::min(made_, std::max(first, source.y));
         tbb::parallel_for<std::int64_t>(0, (end - made_ + stripHeight - 1) / stripHeight, [&](std::int64_t index) {
             const std::int64_t top = end - index * stripHeight, bottom = std::max(top - stripHeight, made_);
-            const Window strip(input_, {source.x, bottom, source.width, top - bottom});
-            const View& read = strip.GetView();
-            for (std::int64_t y = bottom, count = 0; y < top; y += count) {
-                // They lie together up to where the kept rows begin again.
-                const std::int64_t place = PlaceOf(y);
-                count = std::min(top - y, rows_.GetRegion().height - place);
-                SumNeighborsOfRows(read.Row(y), read.floatsPerRow, static_cast<std::size_t>(count), neighbors,
-                                   rows_.GetTile().Row(place), rows_.GetTile().floatsPerRow, first_.size());
+            for (const Part& part : parts_) {
+                const Window strip(input_, Region{part.taps.x, bottom, part.taps.width, top - bottom});
+                const View& read = strip.GetView();
+                for (std::int64_t y = bottom, count = 0; y < top; y += count) {
+                    // They lie together up to where the kept rows begin again.
+                    const std::int64_t place = PlaceOf(y);
+                    count = std::min(top - y, rows_.GetRegion().height - place);
+                    SumNeighborsOfRows(read.Row(y), read.floatsPerRow, static_cast<std::size_t>(count), neighbors,
+                                       rows_.GetTile().Row(place) + part.first * kFloatsPerPixel,
+                                       rows_.GetTile().floatsPerRow, part.count);
+                }
             }
         });
     }
@@ -130,6 +134,37 @@ class ReducedRows {
     const float* Row(std::int64_t y) const { return rows_.Row(PlaceOf(y)); }
 
   private:
+    // Consecutive samples of a row, and the columns of pixels that they depend on.
+    struct Part {
+        std::size_t first, count;
+        Region taps;
+    };
+
+    // Samples that depend on pixels beyond the image's edges are made of a copy with transparent pixels there. All
+    // others are parts of their own if the image is in memory: nothing of it has to be copied.
+    std::vector<Part> PartsOf(const Region& coarse, const Extent& extent) const {
+        std::vector<Part> parts;
+        const auto add = [&](std::int64_t begin, std::int64_t end) {
+            if (begin == end) return;
+            const std::int64_t left = reading_.FirstTap(begin);
+            parts.push_back(
+                {static_cast<std::size_t>(begin - coarse.x), static_cast<std::size_t>(end - begin),
+                 Region{left, reading_.source.y, reading_.EndOfTaps(end - 1) - left, reading_.source.height}});
+        };
+        std::int64_t begin = coarse.x, end = coarse.Right();
+        while (begin < end && static_cast<double>(reading_.FirstTap(begin)) < extent.left) ++begin;
+        while (end > begin && static_cast<double>(reading_.EndOfTaps(end - 1)) > extent.right) --end;
+        add(begin, end);
+        if (parts.empty() || !input_.Held(parts[0].taps)) {
+            parts.clear();
+            add(coarse.x, coarse.Right());
+            return parts;
+        }
+        add(coarse.x, begin);
+        add(end, coarse.Right());
+        return parts;
+    }
+
     std::int64_t PlaceOf(std::int64_t y) const { return (y - reading_.source.y) % rows_.GetRegion().height; }
 
     const Reading& reading_;
@@ -137,6 +172,7 @@ class ReducedRows {
     PixelBlock rows_;
     std::int64_t made_;  // the lowest row
     std::vector<std::int32_t> first_, count_;
+    std::vector<Part> parts_;
 };
 
 // The coarse image of an input, blurred by one step, in a region that is transparent around what the samples cover.
