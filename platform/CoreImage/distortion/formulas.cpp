@@ -4,15 +4,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numbers>
 
 #include "core/luminance.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "distortion/formulas.cpp"
 #include <hwy/foreach_target.h>
-
-#include <hwy/contrib/math/math-inl.h>
 
 #include "sampling/warp-inl.h"
 
@@ -29,24 +26,10 @@ HWY_INLINE V Fall(V t) {
     return hn::NegMulAdd(hn::Mul(t, t), hn::NegMulAdd(Number(2), t, Number(3)), Number(1));
 }
 
-HWY_INLINE V Length(V x, V y) { return hn::Sqrt(hn::MulAdd(x, x, hn::Mul(y, y))); }
-
-constexpr double kTurn = 2 * std::numbers::pi;
-
 // An angle without whole turns, from -kTurn / 2 to kTurn / 2 even for numbers whose fractions are lost.
 HWY_INLINE V WithoutTurns(V angle) {
     const V turns = hn::Round(hn::Mul(angle, Number(1 / kTurn)));
     return hn::Min(hn::Max(hn::NegMulAdd(turns, Number(kTurn), angle), Number(-kTurn / 2)), Number(kTurn / 2));
-}
-
-// The angle of a direction, from -kTurn / 2 to kTurn / 2; 0 for (0, 0).
-HWY_INLINE V Angle(V y, V x) {
-    const V width = hn::Abs(x), height = hn::Abs(y);
-    const V longer = hn::Max(hn::Max(width, height), Number(1e-300));
-    V angle = hn::Atan(PlaceTag(), hn::Div(hn::Min(width, height), longer));
-    angle = hn::IfThenElse(hn::Gt(height, width), hn::Sub(Number(kTurn / 4), angle), angle);
-    angle = hn::IfThenElse(hn::Lt(x, Number(0)), hn::Sub(Number(kTurn / 2), angle), angle);
-    return hn::CopySign(angle, y);
 }
 
 // The pixels of a guide at the places of one vector.

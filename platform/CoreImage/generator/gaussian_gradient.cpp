@@ -4,13 +4,42 @@
 // colors.
 
 #include <algorithm>
-#include <cmath>
 
 #include "core/field.h"
+#include "core/run.h"
 #include "generator/filters.h"
 
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "generator/gaussian_gradient.cpp"
+#include <hwy/foreach_target.h>
+
+#include "sampling/places-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace core_image::HWY_NAMESPACE {
+
+// Writes how far a run of pixels is from color1 to color0, given the inverse of the radius and how far above the center
+// the run is, in radii. There is room for whole vectors.
+HWY_ATTR void SharesOfRun(const Run& run, double centerX, double inverse, double up, float* shares) {
+    const PlaceTag d;
+    const hn::Rebind<float, PlaceTag> single;
+    for (std::size_t index = 0; index < run.count; index += hn::Lanes(d)) {
+        const auto x = CentersFrom(run.x + static_cast<std::int64_t>(index));
+        const auto right = hn::Mul(hn::Sub(x, Number(centerX)), Number(inverse));
+        const auto t = hn::Min(Length(right, Number(up)), Number(1));
+        const auto share = hn::NegMulAdd(hn::Mul(t, t), hn::NegMulAdd(Number(2), t, Number(3)), Number(1));
+        hn::StoreU(hn::DemoteTo(single, share), single, shares + index);
+    }
+}
+
+}  // namespace core_image::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
 namespace core_image {
 namespace {
+
+HWY_EXPORT(SharesOfRun);
 
 class GradientField : public Field {
   public:
@@ -24,15 +53,17 @@ class GradientField : public Field {
     void Render(const Tile& tile) const override {
         // A radius too small to divide by leaves no spot.
         const double inverse = radius_ > 1 / kLargestNumber ? 1 / radius_ : kLargestNumber;
-        for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
-            const double v = (static_cast<double>(y) + 0.5 - centerY_) * inverse;
-            float* to = tile.Row(y);
-            for (std::int64_t x = tile.region.x; x < tile.region.Right(); ++x, to += kFloatsPerPixel) {
-                const double u = (static_cast<double>(x) + 0.5 - centerX_) * inverse;
-                const double t = radius_ > 0 ? std::min(1.0, std::sqrt(u * u + v * v)) : 1;
-                WriteMix(color1_, color0_, static_cast<float>(1 - t * t * (3 - 2 * t)), to);
+        ForEachRun(tile.region, [&](const Run& run) {
+            float shares[kRunPixels] = {};
+            if (radius_ > 0) {
+                const double up = (static_cast<double>(run.y) + 0.5 - centerY_) * inverse;
+                HWY_DYNAMIC_DISPATCH(SharesOfRun)(run, centerX_, inverse, up, shares);
             }
-        }
+            float* to = tile.Part(run.GetRegion()).pixels;
+            for (std::size_t index = 0; index < run.count; ++index, to += kFloatsPerPixel) {
+                WriteMix(color1_, color0_, shares[index], to);
+            }
+        });
     }
 
   private:
@@ -46,3 +77,4 @@ class GradientField : public Field {
 ImageRef GaussianGradient(const Inputs& inputs) { return MakeFieldImage(std::make_shared<GradientField>(inputs)); }
 
 }  // namespace core_image
+#endif

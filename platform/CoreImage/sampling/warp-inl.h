@@ -10,19 +10,11 @@
 #define CORE_IMAGE_WARP_INL_H
 #endif
 
-#include <hwy/highway.h>
-
-#include "sampling/bilinear.h"
+#include "sampling/places-inl.h"
 #include "sampling/warp.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
-
-namespace hn = hwy::HWY_NAMESPACE;
-using PlaceTag = hn::CappedTag<double, kPlaceStep>;
-using PlaceVector = hn::Vec<PlaceTag>;
-
-HWY_INLINE PlaceVector Number(double value) { return hn::Set(PlaceTag(), value); }
 
 // Writes the places of a row: operator()(std::size_t index, PlaceVector& x, PlaceVector& y), with the index in the
 // row.
@@ -31,8 +23,7 @@ HWY_INLINE void ForEachPlaceOf(const PlaceRow& row, double* x, double* y, const 
     const PlaceTag d;
     const PlaceVector centerY = Number(static_cast<double>(row.y) + 0.5);
     for (std::size_t index = 0; index < row.count; index += hn::Lanes(d)) {
-        const double first = static_cast<double>(row.x + static_cast<std::int64_t>(index)) + 0.5;
-        PlaceVector placeX = hn::Iota(d, first), placeY = centerY;
+        PlaceVector placeX = CentersFrom(row.x + static_cast<std::int64_t>(index)), placeY = centerY;
         formula(index, placeX, placeY);
         hn::StoreU(placeX, d, x + index);
         hn::StoreU(placeY, d, y + index);

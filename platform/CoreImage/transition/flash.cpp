@@ -13,45 +13,86 @@
 
 #include "core/cropped.h"
 #include "core/field.h"
+#include "core/run.h"
 #include "transition/between.h"
 #include "transition/filters.h"
+#include "transition/flash.h"
 #include "transition/formulas.h"
 
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "transition/flash.cpp"
+#include <hwy/foreach_target.h>
+
+#include "core/pixels-inl.h"
+#include "sampling/places-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace core_image::HWY_NAMESPACE {
+
+// Writes how bright the color and the rays are in the pixels of a run. There is room for whole vectors.
+HWY_ATTR void LightOfRun(const FlashLight& flash, const Rays& rays, const Run& run, float* bursts, float* white) {
+    const PlaceTag d;
+    const hn::Rebind<float, PlaceTag> single;
+    const hn::Rebind<std::int32_t, PlaceTag> whole;
+    // Within this distance of the center the light is as bright as here.
+    constexpr double kNearest = 1e-6;
+    const auto up = Number(static_cast<double>(run.y) + 0.5 - flash.centerY);
+    for (std::size_t index = 0; index < run.count; index += hn::Lanes(d)) {
+        const auto right = hn::Sub(CentersFrom(run.x + static_cast<std::int64_t>(index)), Number(flash.centerX));
+        const auto distance = hn::Max(Length(right, up), Number(kNearest));
+        const auto isLit = hn::Lt(distance, Number(flash.reach));
+        if (hn::AllFalse(d, isLit)) {
+            hn::StoreU(hn::Zero(single), single, bursts + index);
+            hn::StoreU(hn::Zero(single), single, white + index);
+            continue;
+        }
+        const auto fall = hn::IfThenElseZero(isLit, hn::Sub(Number(1), hn::Div(distance, Number(flash.reach))));
+        const auto radii = hn::Div(Number(flash.radius), distance);
+
+        const auto place = hn::MulAdd(Angle(up, right), Number(kRays / kTurn), Number(kRays / 2.0));
+        const auto first = hn::Floor(place);
+        const auto ray = hn::DemoteTo(whole, first);
+        const auto rest = hn::DemoteTo(single, hn::Sub(place, first));
+        const auto here = hn::GatherIndex(single, rays.data(), ray),
+                   next = hn::GatherIndex(single, rays.data() + 1, ray);
+        const auto noise = hn::PromoteTo(d, hn::MulAdd(rest, hn::Sub(next, here), here));
+        const auto contrasted = hn::MulAdd(hn::Sub(noise, Number(0.5)), Number(flash.contrast), Number(0.5));
+
+        const auto store = [&](PlaceVector light, float* to) HWY_ATTR {
+            hn::StoreU(hn::DemoteTo(single, Finite(hn::Mul(light, fall))), single, to + index);
+        };
+        store(hn::Mul(radii, radii), bursts);
+        store(hn::Mul(contrasted, Number(flash.strength)), white);
+    }
+}
+
+}  // namespace core_image::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
 namespace core_image {
 namespace {
 
-constexpr double kTurn = 6.283185307179586;
+HWY_EXPORT(LightOfRun);
 
-// Within this distance of the center the light is as bright as here.
-constexpr double kNearest = 1e-6;
-
-// The brightness of the rays around the circle, interpolated linearly from one ray to the next.
-//
-// Why this many rays, each the second least of four random numbers: rays two thirds of a degree apart look
-// unrelated; most are faint (0.39 plus or minus 0.16) and a few bright (0.9). Why always the same: the frames of one
-// flash belong together.
-class Rays {
-  public:
-    Rays() {
+// Why this many rays, each the second least of four random numbers: rays two thirds of a degree apart look unrelated;
+// most are faint (0.39 plus or minus 0.16) and a few bright (0.9). Why always the same: the frames of one flash belong
+// together.
+const Rays& AllRays() {
+    static const Rays all = [] {
         std::mt19937 random;
-        for (double& ray : rays_) {
+        Rays rays;
+        for (std::size_t ray = 0; ray < kRays; ++ray) {
             std::array<double, 4> numbers;
             for (double& number : numbers) number = 0.98 * random() / (std::mt19937::max() + 1.0);
             std::sort(numbers.begin(), numbers.end());
-            ray = numbers[1];
+            rays[ray] = static_cast<float>(numbers[1]);
         }
-    }
-
-    double At(double angle) const {
-        const double place = (angle / kTurn + 0.5) * static_cast<double>(rays_.size());
-        const auto ray = static_cast<std::size_t>(place);
-        const double rest = place - static_cast<double>(ray), here = rays_[ray % rays_.size()];
-        return here + rest * (rays_[(ray + 1) % rays_.size()] - here);
-    }
-
-  private:
-    std::array<double, 680> rays_;
-};
+        std::copy(rays.begin(), rays.begin() + 2, rays.begin() + kRays);
+        return rays;
+    }();
+    return all;
+}
 
 // The flash's radius. Why this law: it stays small for long, then fills the extent, and everything at the end. For
 // extents that are not square the mean side length counts, taken along the diagonal.
@@ -64,42 +105,34 @@ double RadiusAt(double time, double width, double height) {
 class Flash : public Field {
   public:
     Flash(const Inputs& inputs, double time)
-        : centerX_(inputs.GetElement("inputCenter", 0)),
-          centerY_(inputs.GetElement("inputCenter", 1)),
-          radius_(RadiusAt(time, inputs.GetElement("inputExtent", 2), inputs.GetElement("inputExtent", 3))),
-          reach_(inputs.GetNumber("inputMaxStriationRadius") * radius_),
-          contrast_(inputs.GetNumber("inputStriationContrast")),
-          strength_(inputs.GetNumber("inputStriationStrength")),
-          color_(inputs.GetColor("inputColor")) {}
+        : light_({.centerX = inputs.GetElement("inputCenter", 0),
+                  .centerY = inputs.GetElement("inputCenter", 1),
+                  .radius = RadiusAt(time, inputs.GetElement("inputExtent", 2), inputs.GetElement("inputExtent", 3)),
+                  .contrast = inputs.GetNumber("inputStriationContrast"),
+                  .strength = inputs.GetNumber("inputStriationStrength")}),
+          color_(inputs.GetColor("inputColor")) {
+        light_.reach = inputs.GetNumber("inputMaxStriationRadius") * light_.radius;
+    }
 
     void Render(const Tile& tile) const override {
-        for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
-            const double up = static_cast<double>(y) + 0.5 - centerY_;
-            float* to = tile.Row(y);
-            for (std::int64_t x = tile.region.x; x < tile.region.Right(); ++x, to += kFloatsPerPixel) {
-                Write(static_cast<double>(x) + 0.5 - centerX_, up, to);
+        ForEachRun(tile.region, [&](const Run& run) {
+            float bursts[kRunPixels], white[kRunPixels];
+            HWY_DYNAMIC_DISPATCH(LightOfRun)(light_, AllRays(), run, bursts, white);
+            float* to = tile.Part(run.GetRegion()).pixels;
+            const float colors[] = {color_.red, color_.green, color_.blue, color_.alpha};
+            for (std::size_t index = 0; index < run.count; ++index) {
+                for (const float color : colors) *to++ = Finite(color * bursts[index] + white[index]);
             }
-        }
+        });
     }
 
   private:
-    void Write(double right, double up, float* to) const {
-        static const Rays rays;
-        const double distance = std::max(std::sqrt(right * right + up * up), kNearest);
-        const double fall = distance < reach_ ? 1 - distance / reach_ : 0;
-        if (fall == 0) {
-            to[0] = to[1] = to[2] = to[3] = 0;
-            return;
-        }
-        const double burst = radius_ / distance * (radius_ / distance);
-        const double ray = strength_ * ((rays.At(std::atan2(up, right)) - 0.5) * contrast_ + 0.5);
-        to[0] = FiniteFloat(fall * (static_cast<double>(color_.red) * burst + ray));
-        to[1] = FiniteFloat(fall * (static_cast<double>(color_.green) * burst + ray));
-        to[2] = FiniteFloat(fall * (static_cast<double>(color_.blue) * burst + ray));
-        to[3] = FiniteFloat(fall * (static_cast<double>(color_.alpha) * burst + ray));
+    static float Finite(float light) {
+        constexpr auto kLargest = static_cast<float>(kLargestNumber);
+        return std::clamp(light, -kLargest, kLargest);
     }
 
-    double centerX_, centerY_, radius_, reach_, contrast_, strength_;
+    FlashLight light_;
     Pixel color_;
 };
 
@@ -119,3 +152,4 @@ ImageRef FlashTransition(const Inputs& inputs) {
 }
 
 }  // namespace core_image
+#endif
