@@ -36,6 +36,7 @@ SUITES = {
     "companion/": ["zeva_companion_fault_test", "zeva_companion_test"],
     "platform/ExceptionFrames/": ["zeva_exception_frames_test", "zeva_boundary_test"],
     "platform/CoreImage/": ["zeva_engine_test"],
+    "platform/ImageIO/deflate_runs.cpp": ["zeva_deflate_test"],
     "platform/ImageIO/tiff_tables.cpp": ["zeva_tiff_test"],
     "platform/ImageIO/": ["zeva_platform_test"],
     "host/runtime/": ["zeva_host_test"],

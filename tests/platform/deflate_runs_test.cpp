@@ -70,10 +70,10 @@ TEST(DeflateRuns, BlocksAndTheirBordersReturn) {
 // allows 15.
 TEST(DeflateRuns, CodesAreNotTooLong) {
     Bytes bytes;
-    std::size_t occurrences = 1, next = 1;
+    std::size_t occurrences = 1, next = 3;
     for (std::uint8_t value = 0; bytes.size() + occurrences < kBlockBytes; ++value) {
         bytes.insert(bytes.end(), occurrences, value);
-        const std::size_t sum = occurrences + next;
+        const std::size_t sum = occurrences + next + 1;
         occurrences = next;
         next = sum;
     }
