@@ -66,8 +66,7 @@ TEST(DeflateRuns, BlocksAndTheirBordersReturn) {
     }
 }
 
-// Byte k occurs as often as Fibonacci's number k: Huffman's code of the rarest would have 22 bits, and the format
-// allows 15.
+// The bytes occur so unevenly that Huffman's code of the rarest would have 18 bits. The format allows 15.
 TEST(DeflateRuns, CodesAreNotTooLong) {
     Bytes bytes;
     std::size_t occurrences = 1, next = 3;

@@ -7,7 +7,13 @@
 
 #include <cstdint>
 
+namespace core_image {
+
 // The lowest bits of a number, so many of them.
-inline std::uint64_t _bzhi_u64(std::uint64_t bits, std::uint32_t count) {  // NOLINT(bugprone-reserved-identifier)
+inline std::uint64_t LowestBits(std::uint64_t bits, std::uint32_t count) {
     return count >= 64 ? bits : bits & ((std::uint64_t{1} << count) - 1);
 }
+
+}  // namespace core_image
+
+#define _bzhi_u64 core_image::LowestBits  // NOLINT(bugprone-reserved-identifier)

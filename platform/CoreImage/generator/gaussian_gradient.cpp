@@ -13,7 +13,7 @@
 #define HWY_TARGET_INCLUDE "generator/gaussian_gradient.cpp"
 #include <hwy/foreach_target.h>
 
-#include "sampling/places-inl.h"
+#include "core/places-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {

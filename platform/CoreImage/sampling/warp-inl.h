@@ -10,7 +10,8 @@
 #define CORE_IMAGE_WARP_INL_H
 #endif
 
-#include "sampling/places-inl.h"
+#include "core/places-inl.h"
+#include "sampling/bilinear.h"
 #include "sampling/warp.h"
 
 HWY_BEFORE_NAMESPACE();

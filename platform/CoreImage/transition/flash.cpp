@@ -24,7 +24,7 @@
 #include <hwy/foreach_target.h>
 
 #include "core/pixels-inl.h"
-#include "sampling/places-inl.h"
+#include "core/places-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {

@@ -17,13 +17,13 @@
 
 #include <hwy/contrib/math/math-inl.h>
 
-#include "sampling/bilinear.h"
+#include "core/run.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
-using PlaceTag = hn::CappedTag<double, kPlaceStep>;
+using PlaceTag = hn::CappedTag<double, kBlockPixels>;
 using PlaceVector = hn::Vec<PlaceTag>;
 
 constexpr double kTurn = 2 * std::numbers::pi;
