@@ -31,8 +31,7 @@ std::array<std::uint8_t, kCount> CodeLengths(std::array<std::uint32_t, kCount> o
     std::array<std::uint8_t, kCount> lengths;
     do {
         lengths = {};
-        // Symbols from the rarest to the most frequent one, then the nodes above them, which are made in this order
-        // too.
+        // Symbols from the rarest to the most frequent one, then the nodes above them, which come in this order too.
         std::array<std::uint16_t, kCount> symbols;
         std::array<std::uint32_t, 2 * kCount> weights;
         std::array<std::uint16_t, 2 * kCount> parents;
@@ -105,6 +104,11 @@ struct Piece {
 // Writes numbers bit by bit, the lowest one first.
 class BitWriter {
   public:
+    BitWriter() = default;
+    // Why neither copied nor assigned: the place of the next byte is in the writer's own memory.
+    BitWriter(const BitWriter&) = delete;
+    BitWriter& operator=(const BitWriter&) = delete;
+
     // count is at most 56.
     void Write(std::uint64_t bits, unsigned count) {
         held_ |= bits << heldBits_;

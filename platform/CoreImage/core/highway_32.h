@@ -1,7 +1,7 @@
 // highway_32.h - what Highway needs to be compiled for AVX-512 at 32 bits; included before every source of the engine.
 //
 // The compiler has this function at 64 bits only, because it is one instruction there. Without it Highway could not be
-// compiled for AVX-512, whose long vectors are worth a quarter of the time: 32-bit programs have half the registers.
+// compiled for AVX-512, whose long vectors save a quarter of the time: 32-bit code has only eight vector registers.
 
 #pragma once
 
