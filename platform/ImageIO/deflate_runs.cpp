@@ -139,9 +139,10 @@ class BitWriter {
     unsigned heldBits_ = 0;
 };
 
-// The first bits of a block, and those of an uncompressed one.
+// Writes the first bits of a block.
 void WriteKind(BitWriter& writer, bool isLast, unsigned kind) { writer.Write((isLast ? 1u : 0u) | kind << 1, 3); }
 
+// Writes a block that is not compressed.
 void WriteStored(BitWriter& writer, std::span<const std::uint8_t> bytes, bool isLast) {
     WriteKind(writer, isLast, 0);
     writer.Align();

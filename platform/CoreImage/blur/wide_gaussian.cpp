@@ -143,25 +143,18 @@ class ReducedRows {
     // Samples that depend on pixels beyond the image's edges are made of a copy with transparent pixels there. All
     // others are parts of their own if the image is in memory: nothing of it has to be copied.
     std::vector<Part> PartsOf(const Region& coarse, const Extent& extent) const {
-        std::vector<Part> parts;
-        const auto add = [&](std::int64_t begin, std::int64_t end) {
-            if (begin == end) return;
+        const auto part = [&](std::int64_t begin, std::int64_t end) {
             const std::int64_t left = reading_.FirstTap(begin);
-            parts.push_back(
-                {static_cast<std::size_t>(begin - coarse.x), static_cast<std::size_t>(end - begin),
-                 Region{left, reading_.source.y, reading_.EndOfTaps(end - 1) - left, reading_.source.height}});
+            return Part{static_cast<std::size_t>(begin - coarse.x), static_cast<std::size_t>(end - begin),
+                        Region{left, reading_.source.y, reading_.EndOfTaps(end - 1) - left, reading_.source.height}};
         };
         std::int64_t begin = coarse.x, end = coarse.Right();
         while (begin < end && static_cast<double>(reading_.FirstTap(begin)) < extent.left) ++begin;
         while (end > begin && static_cast<double>(reading_.EndOfTaps(end - 1)) > extent.right) --end;
-        add(begin, end);
-        if (parts.empty() || !input_.Held(parts[0].taps)) {
-            parts.clear();
-            add(coarse.x, coarse.Right());
-            return parts;
-        }
-        add(coarse.x, begin);
-        add(end, coarse.Right());
+        if (begin == end || !input_.Held(part(begin, end).taps)) return {part(coarse.x, coarse.Right())};
+        std::vector<Part> parts = {part(begin, end)};
+        if (coarse.x < begin) parts.push_back(part(coarse.x, begin));
+        if (end < coarse.Right()) parts.push_back(part(end, coarse.Right()));
         return parts;
     }
 

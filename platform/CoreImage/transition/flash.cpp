@@ -127,6 +127,7 @@ class Flash : public Field {
     }
 
   private:
+    // Why not FiniteFloat: a call for each number takes a tenth of the time. NaN does not occur here.
     static float Finite(float light) {
         constexpr auto kLargest = static_cast<float>(kLargestNumber);
         return std::clamp(light, -kLargest, kLargest);
