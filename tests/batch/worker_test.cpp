@@ -1,6 +1,7 @@
-// worker_test.cpp - processes that answer, exit and crash, and lists of texts as messages.
+// worker_test.cpp - processes that answer, exit and crash, their channels, and lists of texts as messages.
 
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -9,6 +10,7 @@
 #include <thread>
 #include <vector>
 
+#include "host/worker/channel.h"
 #include "host/worker/process.h"
 #include "host/worker/texts.h"
 #include "tests/batch/roles.h"
@@ -24,6 +26,15 @@ TEST(WorkerTest, AnswersMessagesOfAnyLength) {
         ASSERT_TRUE(process.GetChannel().Send(message));
         EXPECT_TRUE(process.GetChannel().Receive() == message) << length;
     }
+}
+
+TEST(ChannelTest, SendsAShortMessageInOneCall) {
+    int ends[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends), 0);  // keeps apart what each call sends
+    worker::Channel sender(ends[0]), receiver(ends[1]);
+    ASSERT_TRUE(sender.Send("hello"));
+    char bytes[64];
+    EXPECT_EQ(recv(receiver.Descriptor(), bytes, sizeof bytes, MSG_DONTWAIT), 8 + 5);
 }
 
 TEST(WorkerTest, ItsEndIsTheEndOfTheChannelAndSaysWhy) {

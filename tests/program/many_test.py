@@ -94,6 +94,11 @@ class ListTest(ZevaTest):
             return []
         return [int(child) for child in children.split()]
 
+    def await_state(self, state, identifier):
+        """Waits until a process has a state, such as T for stopped and S for sleeping."""
+        while pathlib.Path(f"/proc/{identifier}/stat").read_text().rsplit(") ", 1)[1][0] != state:
+            time.sleep(0.002)
+
     def is_pending(self, number, process):
         """Whether the program has been sent a signal that it has not taken yet."""
         status = pathlib.Path(f"/proc/{process.pid}/status").read_text()
@@ -394,6 +399,8 @@ class ManyTest(ListTest):
         self.await_lines(5, process)
         for worker in self.workers_of(process):
             os.kill(worker, signal.SIGSTOP)  # a picture that never ends
+            self.await_state("T", worker)
+        self.await_state("S", process.pid)  # it has handed out a picture to each worker
         process.send_signal(signal.SIGTERM)
         while self.is_pending(signal.SIGTERM, process):  # a signal that is sent twice before it is taken comes once
             time.sleep(0.01)

@@ -3,6 +3,7 @@
 Run a test file as: FILE ZEVA. Pictures are rows of (red, green, blue, alpha), top first.
 """
 
+import faulthandler
 import pathlib
 import re
 import struct
@@ -22,6 +23,9 @@ IS_SANITIZED = b"__asan_init" in pathlib.Path(ZEVA).read_bytes()
 
 # A program that takes longer has hung. On a crowded machine, or sanitized, most take many times as long as usual.
 SECONDS = 600
+
+# CTest ends a test after 900 seconds and does not know where it was.
+faulthandler.dump_traceback_later(850)
 
 # Classes that the two modules register: the filters and the companion's nine. The host itself has four more.
 REGISTERED_CLASSES = expected("classes") + 9
