@@ -20,6 +20,8 @@ class MatrixFunction : public PointFunction {
 
     void ApplyToRun(float* blocks, std::size_t count) const override;
 
+    bool ApplyToPixels(const float* from, float* to, std::size_t count) const override;
+
     // The product with another matrix; null if numbers might have to be limited between the two.
     std::unique_ptr<const PointFunction> After(const PointFunction& first) const override;
 

@@ -37,11 +37,13 @@ struct Colors {
 
 HWY_INLINE Wide Constant(float value) { return hn::Set(WideTag(), value); }
 
-// A number limited to what filters work with (kLargestNumber); 0 for NaN.
+// The largest number that filters work with (kLargestNumber).
+constexpr float kLargest = 1e30f;
+
+// A number limited to what filters work with; 0 for NaN.
 template <class V>
 HWY_INLINE V Finite(V value) {
     const hn::DFromV<V> d;
-    constexpr float kLargest = 1e30f;
     const V number = hn::IfThenElseZero(hn::Eq(value, value), value);
     return hn::Max(hn::Min(number, hn::Set(d, kLargest)), hn::Set(d, -kLargest));
 }
@@ -105,7 +107,7 @@ HWY_INLINE void StoreColors(const Colors& c, float* reds) {
 // When the sum of the magnitudes is within what filters work with, each number is. This test is cheaper.
 HWY_INLINE void MakeFinite(Colors& c) {
     const Wide all = hn::Add(hn::Add(hn::Abs(c.red), hn::Abs(c.green)), hn::Add(hn::Abs(c.blue), hn::Abs(c.alpha)));
-    if (HWY_LIKELY(hn::AllTrue(WideTag(), hn::Le(all, Constant(1e30f))))) return;
+    if (HWY_LIKELY(hn::AllTrue(WideTag(), hn::Le(all, Constant(kLargest))))) return;
     c = {Finite(c.red), Finite(c.green), Finite(c.blue), Finite(c.alpha)};
 }
 

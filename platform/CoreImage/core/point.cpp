@@ -86,7 +86,7 @@ class ChainStage : public Stage {
 
     void Render(const Tile& tile) const override {
         if (isPointwise_) {
-            RenderByRuns(*this, tile);
+            if (!RenderPixels(tile)) RenderByRuns(*this, tile);
             return;
         }
         const Picked picked = StepsFor(tile.region);
@@ -136,6 +136,17 @@ class ChainStage : public Stage {
     }
 
   private:
+    // Renders a single function of an image in memory, if it needs no blocks.
+    bool RenderPixels(const Tile& tile) const {
+        const PointFunction* const function = steps_.size() == 1 ? steps_[0].function : nullptr;
+        const std::optional<View> held = function != nullptr ? base_.Held(tile.region) : std::nullopt;
+        if (!held) return false;
+        for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
+            if (!function->ApplyToPixels(held->Row(y), tile.Row(y), tile.Width())) return false;
+        }
+        return true;
+    }
+
     // The steps that concern a region, in order. The first ones are left out if their result is cleared.
     struct Picked {
         bool isCleared = false;

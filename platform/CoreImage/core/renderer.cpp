@@ -85,12 +85,14 @@ void RenderWhole(const ImageRef& image, const Region& region, const Region& bloc
                  const Cut& cut) {
     const Prepared prepared = Prepare(image, block);
     const bool isPointwise = prepared.IsPointwise();
+    // Only runs are written past the cache.
+    const bool isSmall = SizeOf(region, destination) <= kCacheSize;
     // Rows are long when only runs of them are held in memory.
     const std::int64_t width = isPointwise ? block.width : cut.tileWidth;
     const std::int64_t height = std::max<std::int64_t>(1, cut.tileWidth * cut.tileHeight / width);
     const auto render = [&](std::int64_t tileIndex) {
         const Region piece = Piece(block, width, height, tileIndex);
-        if (isPointwise) {
+        if (isPointwise && !(isSmall && HoldsTiles(destination))) {
             RenderRuns(prepared, region, piece, destination);
         } else if (HoldsTiles(destination)) {
             prepared.Render(TileOf(destination, region, piece));

@@ -76,6 +76,26 @@ TEST(ColorMatrixTest, MultipliesUnpremultipliedColorsAndAddsTheBias) {
     }
 }
 
+// A large picture is written past the cache, and multiplied in blocks for that; a small one is multiplied where it is.
+TEST(ColorMatrixTest, LargePicturesGiveTheSameBitsAsSmallOnes) {
+    constexpr std::int64_t kWidth = 1031, kHeight = 1100;
+    RandomNumbers random(60);
+    std::vector<float> floats(kWidth * kHeight * kFloatsPerPixel);
+    for (float& number : floats) number = static_cast<float>(random(-2, 2));
+    for (std::size_t index = 0; index < floats.size(); index += 97) floats[index] = index % 2 == 0 ? NAN : 3e38f;
+    std::vector<std::vector<double>> vectors;
+    for (int row = 0; row < 3; ++row) vectors.push_back({random(-1, 1), random(-1, 1), random(-1, 1), 0});
+    vectors.push_back({0, 0, 0, 0.7});
+    vectors.push_back({0.1, -0.2, 0.3, 0});
+    const ImageRef result = MatrixOn(ImageOf(kWidth, kHeight, std::move(floats)), vectors).Output("CIColorMatrix");
+    std::vector<float> rows;
+    for (std::int64_t y = kHeight; y-- > 0;) {
+        const std::vector<float> row = Pixels(result, {0, y, kWidth, 1});
+        rows.insert(rows.end(), row.begin(), row.end());
+    }
+    EXPECT_TRUE(Pixels(result, {0, 0, kWidth, kHeight}) == rows);
+}
+
 TEST(ColorMatrixTest, AlphaMayExceedOneAndMultipliesTheColors) {
     const std::vector<std::vector<double>> vectors = {
         {0.5, 0, 0, 0}, {0, 1.5, 0, 0}, {0, 0, 0.75, 0}, {0, 0, 0, 1.25}, {0, 1, 0, 0}};
