@@ -190,13 +190,16 @@ struct DrosteSteps {
     // the other, because each direction shrinks by its own level.
     HWY_INLINE void Go(V& x, V& y, V within) const {
         const V border = Border(x, y);
-        const auto place = [&](const DrosteAxis& axis, V way) HWY_ATTR {
-            const V length = hn::Exp(PlaceTag(), hn::Mul(within, Number(axis.level)));
+        const auto lengthIn = [&](const DrosteAxis& axis)
+                                  HWY_ATTR { return hn::Exp(PlaceTag(), hn::Mul(within, Number(axis.level))); };
+        const auto place = [&](const DrosteAxis& axis, V way, V length) HWY_ATTR {
             const V moved = hn::MulAdd(hn::Div(way, border), length, Number(axis.fixed));
             return hn::IfThenElse(hn::Eq(within, within), moved, Number(axis.fixed));
         };
-        x = place(f.horizontal, x);
-        y = place(f.vertical, y);
+        const V across = lengthIn(f.horizontal);
+        const V up = f.vertical.level == f.horizontal.level ? across : lengthIn(f.vertical);
+        x = place(f.horizontal, x, across);
+        y = place(f.vertical, y, up);
     }
 };
 
