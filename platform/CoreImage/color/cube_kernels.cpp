@@ -18,9 +18,7 @@ HWY_INLINE V RoundedLevel(V number) {
     const hn::DFromV<V> d;
     // Adding this to a number of 0...255 rounds it to an integer.
     constexpr float kRounding = 8388608;
-    // In this order the maximum of NaN and 0 is 0.
-    const V bounded = hn::Min(hn::Max(number, hn::Zero(d)), hn::Set(d, 1.0f));
-    return hn::Sub(hn::MulAdd(bounded, hn::Set(d, 255.0f), hn::Set(d, kRounding)), hn::Set(d, kRounding));
+    return hn::Sub(hn::MulAdd(Clamp01(number), hn::Set(d, 255.0f), hn::Set(d, kRounding)), hn::Set(d, kRounding));
 }
 
 // The lower corners of the cells in a table that colors lie in, as indices among its floats, and how far beyond them
@@ -76,7 +74,7 @@ HWY_ATTR void LookUpCubeOfFloats(const float* texels, int dimension, float* bloc
 
 #if HWY_MAX_BYTES >= 64
 
-// Sixteen texels, or the same byte of each, as an integer.
+// Sixteen texels of four bytes.
 using Texels = hn::Vec<hn::Rebind<std::uint32_t, WideTag>>;
 
 // For each pixel of a vector the texel at an index of bytes, and the next one.

@@ -56,7 +56,7 @@ HWY_INLINE void BlendEach(Colors& b, Colors s, const Mode& mode) {
 
 HWY_INLINE void Over(Colors& b, const One& others) {
     const Colors& s = others[0];
-    const Wide rest = hn::Sub(Constant(1), Clamp01(Finite(s.alpha)));
+    const Wide rest = hn::Sub(Constant(1), Clamp01(s.alpha));
     b = {hn::MulAdd(b.red, rest, s.red), hn::MulAdd(b.green, rest, s.green), hn::MulAdd(b.blue, rest, s.blue),
          hn::MulAdd(b.alpha, rest, s.alpha)};
 }
@@ -122,7 +122,7 @@ HWY_INLINE void Colorize(Colors& b, const One& others) {
 
 // Goes from the background to the source. At 0 and 1 the result is exactly one of them.
 HWY_INLINE void Mix(Colors& b, const Colors& s, Wide mask) {
-    const Wide share = Clamp01(Finite(mask)), rest = hn::Sub(Constant(1), share);
+    const Wide share = Clamp01(mask), rest = hn::Sub(Constant(1), share);
     const auto mix = [&](Wide source, Wide background)
                          HWY_ATTR { return hn::MulAdd(background, rest, hn::Mul(source, share)); };
     b = {mix(s.red, b.red), mix(s.green, b.green), mix(s.blue, b.blue), mix(s.alpha, b.alpha)};

@@ -48,6 +48,7 @@ HWY_INLINE V Finite(V value) {
     return hn::Max(hn::Min(number, hn::Set(d, kLargest)), hn::Set(d, -kLargest));
 }
 
+// A number limited to 0...1; 0 for NaN, because in this order the maximum of NaN and 0 is 0.
 template <class V>
 HWY_INLINE V Clamp01(V value) {
     const hn::DFromV<V> d;
@@ -59,8 +60,8 @@ HWY_INLINE Wide DivideOrZero(Wide a, Wide b) { return hn::IfThenElseZero(hn::Ne(
 
 // Clips a premultiplied pixel to 0...1: first alpha, then the colors to alpha.
 HWY_INLINE void Clip(Colors& c) {
-    c.alpha = Clamp01(Finite(c.alpha));
-    for (Wide* color : {&c.red, &c.green, &c.blue}) *color = hn::Min(hn::Max(Finite(*color), Constant(0)), c.alpha);
+    c.alpha = Clamp01(c.alpha);
+    for (Wide* color : {&c.red, &c.green, &c.blue}) *color = hn::Min(hn::Max(*color, Constant(0)), c.alpha);
 }
 
 // Divides colors by alpha. Transparent pixels become black. Opaque ones, the most common, cost only a comparison.

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <string_view>
 
 #include "core/cropped.h"
 #include "generator/generator.h"
@@ -193,6 +194,26 @@ TEST(MaskTest, FullAndEmptyMasksCopyPixelsExactly) {
     };
     EXPECT_EQ(Pixels(under(1), kOffsetRegion), Pixels(source, kOffsetRegion));
     EXPECT_EQ(Pixels(under(0), kOffsetRegion), Pixels(background, kOffsetRegion));
+}
+
+TEST(CompositingTest, NaNCountsAsZero) {
+    const float nan = std::nanf("");
+    const ImageRef usual = OnePixel(0.5f, 0.25f, 0.75f, 1), other = OnePixel(0, 1, 0.5f, 1);
+    const struct {
+        ImageRef odd, even;
+    } kPairs[] = {{OnePixel(nan, 0.25f, nan, 1), OnePixel(0, 0.25f, 0, 1)},
+                  {OnePixel(0.5f, 0.25f, 0.125f, nan), OnePixel(0.5f, 0.25f, 0.125f, 0)}};
+    for (const char* filter :
+         {"CIColorBlendMode", "CIColorBurnBlendMode", "CIColorDodgeBlendMode", "CIDarkenBlendMode",
+          "CIDifferenceBlendMode", "CIExclusionBlendMode", "CIBlendWithMask", "CIBlendWithAlphaMask"}) {
+        const bool isMasked = std::string_view(filter).starts_with("CIBlendWith");
+        for (const auto& [odd, even] : kPairs) {
+            const auto blend = [&](const ImageRef& image) {
+                return PixelOf(Over(isMasked ? other : image, usual).Image("inputMaskImage", image).Output(filter));
+            };
+            EXPECT_EQ(blend(odd), blend(even)) << filter;
+        }
+    }
 }
 
 TEST(CompositingTest, HostilePixelsGiveFinitePixels) {
