@@ -96,7 +96,8 @@ class ListTest(ZevaTest):
 
     def await_state(self, state, identifier):
         """Waits until a process has a state, such as T for stopped and S for sleeping."""
-        while pathlib.Path(f"/proc/{identifier}/stat").read_text().rsplit(") ", 1)[1][0] != state:
+        while (now := pathlib.Path(f"/proc/{identifier}/stat").read_text().rsplit(") ", 1)[1][0]) != state:
+            self.assertNotEqual(now, "Z", "the process ended too early")
             time.sleep(0.002)
 
     def is_pending(self, number, process):

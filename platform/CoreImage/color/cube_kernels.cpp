@@ -21,8 +21,8 @@ HWY_INLINE V RoundedLevel(V number) {
     return hn::Sub(hn::MulAdd(Clamp01(number), hn::Set(d, 255.0f), hn::Set(d, kRounding)), hn::Set(d, kRounding));
 }
 
-// The lower corners of the cells in a table that colors lie in, as indices among its floats, and how far beyond them
-// the colors are.
+// The cells of a table in which colors lie: the index of each cell's lower corner among the floats of the table, and
+// how far from it the color is in each direction, 0 to 1.
 struct Cells {
     hn::Vec<hn::RebindToSigned<WideTag>> corner;
     Wide red, green, blue;
@@ -77,7 +77,7 @@ HWY_ATTR void LookUpCubeOfFloats(const float* texels, int dimension, float* bloc
 // Sixteen texels of four bytes.
 using Texels = hn::Vec<hn::Rebind<std::uint32_t, WideTag>>;
 
-// For each pixel of a vector the texel at an index of bytes, and the next one.
+// Two neighboring texels for each pixel of a vector. The index of the first is in bytes.
 struct TexelPairs {
     Texels first, second;
 

@@ -20,6 +20,7 @@
 #include <array>
 #include <cstddef>
 
+#include "core/inputs.h"
 #include "core/luminance.h"
 #include "core/run.h"
 
@@ -37,8 +38,8 @@ struct Colors {
 
 HWY_INLINE Wide Constant(float value) { return hn::Set(WideTag(), value); }
 
-// The largest number that filters work with (kLargestNumber).
-constexpr float kLargest = 1e30f;
+// The largest number that filters work with.
+constexpr auto kLargest = static_cast<float>(kLargestNumber);
 
 // A number limited to what filters work with; 0 for NaN.
 template <class V>

@@ -24,8 +24,8 @@ class PointFunction {
     // Replaces a run in place. In an image no larger than its input, transparent black must stay transparent black.
     virtual void ApplyToRun(float* blocks, std::size_t count) const = 0;
 
-    // Computes the same, bit for bit, from pixels to others that may be in the same place. Returns false for a function
-    // that needs blocks.
+    // Does the same, bit for bit, with pixels that are not in blocks, and writes the results elsewhere. Returns false,
+    // and does nothing, for a function that needs blocks.
     virtual bool ApplyToPixels(const float* /*from*/, float* /*to*/, std::size_t /*count*/) const { return false; }
 
     // Called before so many pixels are replaced, maybe on several threads at once: the place to make a table that pays

@@ -28,12 +28,11 @@ std::int64_t PieceCount(const Region& whole, std::int64_t width, std::int64_t he
     return Pieces(whole.width, width) * Pieces(whole.height, height);
 }
 
-// Larger outputs use non-temporal stores so that they do not evict the input.
-constexpr std::uint64_t kCacheSize = 16 << 20;
-
-std::uint64_t SizeOf(const Region& region, const BitmapDestination& destination) {
-    return static_cast<std::uint64_t>(region.width) * static_cast<std::uint64_t>(region.height) *
-           SizeOfPixel(destination.format);
+// Whether an output is written past the caches, by non-temporal stores, so that it does not evict the input.
+bool GoesPastCache(const Region& region, const BitmapDestination& destination) {
+    constexpr std::uint64_t kCacheSize = 16 << 20;
+    const auto width = static_cast<std::uint64_t>(region.width), height = static_cast<std::uint64_t>(region.height);
+    return width * height * SizeOfPixel(destination.format) > kCacheSize;
 }
 
 // Whether a bitmap has the same layout as a tile, so that tiles can be rendered into it directly.
@@ -53,7 +52,7 @@ Tile TileOf(const BitmapDestination& destination, const Region& region, const Re
 // Renders a piece of a region run by run. All runs but the first begin on a cache line.
 void RenderRuns(const Prepared& prepared, const Region& region, const Region& piece,
                 const BitmapDestination& destination) {
-    const bool pastCache = SizeOf(region, destination) > kCacheSize;
+    const bool pastCache = GoesPastCache(region, destination);
     const RunMemory memory(1 + prepared.SpareRuns());
     for (std::int64_t y = piece.y; y < piece.Top(); ++y) {
         std::size_t most = pastCache ? PixelsToLine(destination, region, piece.x, y) : 0;
@@ -85,14 +84,14 @@ void RenderWhole(const ImageRef& image, const Region& region, const Region& bloc
                  const Cut& cut) {
     const Prepared prepared = Prepare(image, block);
     const bool isPointwise = prepared.IsPointwise();
-    // Only runs are written past the cache.
-    const bool isSmall = SizeOf(region, destination) <= kCacheSize;
+    // Only runs are written past the caches.
+    const bool isByTiles = !isPointwise || (HoldsTiles(destination) && !GoesPastCache(region, destination));
     // Rows are long when only runs of them are held in memory.
     const std::int64_t width = isPointwise ? block.width : cut.tileWidth;
     const std::int64_t height = std::max<std::int64_t>(1, cut.tileWidth * cut.tileHeight / width);
     const auto render = [&](std::int64_t tileIndex) {
         const Region piece = Piece(block, width, height, tileIndex);
-        if (isPointwise && !(isSmall && HoldsTiles(destination))) {
+        if (!isByTiles) {
             RenderRuns(prepared, region, piece, destination);
         } else if (HoldsTiles(destination)) {
             prepared.Render(TileOf(destination, region, piece));
