@@ -4,6 +4,8 @@
 
 #include <hwy/cache_control.h>
 
+#include <array>
+#include <limits>
 #include <optional>
 #include <utility>
 
@@ -73,6 +75,22 @@ void AskFor(const View& view, std::int64_t y) {
     for (std::size_t index = 0; index < view.Width() * kFloatsPerPixel; index += kFloatsPerLine) {
         hwy::Prefetch(view.Row(y) + index);
     }
+}
+
+using Halves = std::array<Region, 2>;
+
+// The left and the right half of a region. The left one of a single column is empty.
+Halves SideBySide(const Region& region) {
+    const std::int64_t width = region.width / 2;
+    return {Region{region.x, region.y, width, region.height},
+            Region{region.x + width, region.y, region.width - width, region.height}};
+}
+
+// The lower and the upper half of a region. The lower one of a single row is empty.
+Halves Stacked(const Region& region) {
+    const std::int64_t height = region.height / 2;
+    return {Region{region.x, region.y, region.width, height},
+            Region{region.x, region.y + height, region.width, region.height - height}};
 }
 
 class WarpStage : public Stage {
@@ -149,39 +167,45 @@ class WarpStage : public Stage {
         }
     }
 
-    // Whether a tile would read far more pixels than it uses.
-    static bool IsTooSparse(const Region& needed, const Region& region) {
-        constexpr double kMostPerPixel = 16, kAlways = 256;
-        const double pixels = PixelCount(region);
-        return pixels > 1 && PixelCount(needed) > kMostPerPixel * pixels + kAlways;
-    }
+    // The input's pixels from which places are interpolated.
+    Region NeededBy(const PlacesView& places) const { return recipe_.Read(PixelsAround(places.Bounds())); }
 
     // Renders a tile from the input's pixels around its places.
     void Sample(const PlacesView& places, const Tile& tile) const {
-        const Region needed = recipe_.Read(PixelsAround(places.Bounds()));
+        const Region needed = NeededBy(places);
         if (Clip(needed, input_.GetExtent()).IsEmpty()) {
             Clear(tile);
-        } else if (!input_.Held(needed) && IsTooSparse(needed, tile.region)) {
-            SampleHalves(places, tile);
+        } else if (const auto halves = input_.Held(needed) ? std::nullopt : HalvesOf(places, needed)) {
+            for (const Region& half : *halves) Sample(places.Part(half), tile.Part(half));
         } else {
             SampleBilinear(Window(input_, needed).GetView(), places, tile);
             Decode(tile);
         }
     }
 
-    void SampleHalves(const PlacesView& places, const Tile& tile) const {
-        Region first = tile.region, second = tile.region;
-        if (first.width > first.height) {
-            first.width /= 2;
-            second.x += first.width;
-            second.width -= first.width;
-        } else {
-            first.height /= 2;
-            second.y += first.height;
-            second.height -= first.height;
+    // The better way to cut a region whose places lie far apart, so that the pixels between them are not read. None if
+    // the region is better sampled as a whole.
+    //
+    // Why not whenever places lie far apart: where the input shrinks, the halves need all the pixels, and those along
+    // the cut twice. There, a cut only limits the memory.
+    std::optional<Halves> HalvesOf(const PlacesView& places, const Region& needed) const {
+        constexpr double kDense = 2, kSparse = 16, kAlways = 256, kWorthwhile = 0.75;
+        const double count = PixelCount(places.region), pixels = PixelCount(needed);
+        if (pixels <= kDense * count + kAlways) return std::nullopt;
+        Halves best;
+        double least = std::numeric_limits<double>::infinity();
+        for (const Halves& halves : {SideBySide(places.region), Stacked(places.region)}) {
+            if (halves[0].IsEmpty()) continue;
+            double sum = 0;
+            for (const Region& half : halves) {
+                sum += PixelCount(Clip(NeededBy(places.Part(half)), input_.GetExtent()));
+            }
+            if (sum >= least) continue;
+            least = sum;
+            best = halves;
         }
-        Sample(places.Part(first), tile.Part(first));
-        Sample(places.Part(second), tile.Part(second));
+        if (least > kWorthwhile * pixels && pixels <= kSparse * count + kAlways) return std::nullopt;
+        return best;
     }
 
     Recipe recipe_;
