@@ -105,6 +105,9 @@ class Prepared {
     // The pixels of a region when all of them are in memory already; otherwise nothing. See window.h.
     std::optional<View> Held(const Region& region) const;
 
+    // Whether the pixels of a region are in memory already, apart from those beyond the image's edges.
+    bool IsInMemory(const Region& region) const;
+
     // Writes a run in blocks, transparent outside the image. Only for pointwise stages.
     void RenderRun(const Run& run, float* blocks, float* spare) const;
     std::size_t SpareRuns() const { return stage_ == nullptr ? 0 : stage_->SpareRuns(); }

@@ -102,7 +102,7 @@ class WarpStage : public Stage {
           extent_(recipe_.input->GetExtent()) {
         const Region source = recipe_.SourceOf(region);
         input_ = Prepare(recipe_.input, source);
-        if (recipe_.IsHeld(source) && !IsInMemory(source)) {
+        if (recipe_.IsHeld(source) && !input_.IsInMemory(source)) {
             held_.emplace(RenderBlock(input_, source));
             input_ = {};
         }
@@ -133,13 +133,6 @@ class WarpStage : public Stage {
         if (recipe_.warp->Moves(CentersOf(region))) return false;
         const Region around = region.GrownBy(1);
         return !recipe_.isClamped || Clip(around, extent_) == around;
-    }
-
-    // Whether the input's pixels are in memory already, apart from those beyond its edges. All of them are if the
-    // middle one is.
-    bool IsInMemory(const Region& source) const {
-        const Region inside = Clip(source, extent_);
-        return input_.Held({inside.x + inside.width / 2, inside.y + inside.height / 2, 1, 1}).has_value();
     }
 
     Places PlacesOf(const Region& region) const {

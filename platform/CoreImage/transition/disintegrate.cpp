@@ -18,51 +18,49 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "transition/disintegrate.cpp"
 #include <hwy/foreach_target.h>
-#include <hwy/highway.h>
+
+#include "core/pixels-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
 
-namespace hn = hwy::HWY_NAMESPACE;
-
-// Writes a row of coverages in red and shadows in green, of pixels of the mask, those to the left of and below them,
-// and of its shadow. The time is in two parts, because the difference from the mask is divided by small numbers. No
-// multiplication is fused with an addition: a row's end is computed pixel by pixel, and must give the same bits.
-HWY_ATTR void CoverRow(const float* masks, const float* lefts, const float* belows, const float* shadows,
-                       const float (&time)[2], float softness, float* to, std::size_t count) {
-    const auto cover = [&](auto d, std::size_t index, auto green) HWY_ATTR {
-        const std::size_t at = index * kFloatsPerPixel;
-        // The least change of a mask: smaller ones count as this.
-        const auto least = hn::Set(d, 0.001f);
-        const auto mask = green(masks + at), shadow = green(shadows + at);
-        const auto apart = [&](auto other) HWY_ATTR { return hn::Abs(hn::Sub(mask, other)); };
-        const auto change = hn::Add(hn::Max(apart(green(lefts + at)), apart(green(belows + at))), least);
-        // 0 where a number is darker than the time, 1 where it is brighter.
-        const auto remaining = [&](auto number, auto width) HWY_ATTR {
-            const auto beyond = hn::Sub(hn::Sub(number, hn::Set(d, time[0])), hn::Set(d, time[1]));
-            const auto share = hn::Add(hn::Div(beyond, width), hn::Set(d, 0.5f));
-            return hn::Max(hn::Min(share, hn::Set(d, 1.0f)), hn::Zero(d));
-        };
-        return std::pair(remaining(mask, change), remaining(shadow, hn::Mul(change, hn::Set(d, softness))));
-    };
-    const hn::ScalableTag<float> d;
+// Copies the greens of pixels.
+HWY_INLINE void CopyGreens(const float* pixels, std::size_t count, float* greens) {
+    const WideTag d;
     std::size_t index = 0;
     for (; index + hn::Lanes(d) <= count; index += hn::Lanes(d)) {
-        const auto [covered, shadowed] = cover(d, index, [&](const float* from) HWY_ATTR {
-            auto red = hn::Zero(d), green = red, blue = red, alpha = red;
-            hn::LoadInterleaved4(d, from, red, green, blue, alpha);
-            return green;
-        });
-        hn::StoreInterleaved4(covered, shadowed, hn::Zero(d), hn::Zero(d), d, to + index * kFloatsPerPixel);
+        Colors c;
+        hn::LoadInterleaved4(d, pixels + index * kFloatsPerPixel, c.red, c.green, c.blue, c.alpha);
+        hn::StoreU(c.green, d, greens + index);
     }
-    const hn::CappedTag<float, 1> one;
-    for (; index < count; ++index) {
-        const auto [covered, shadowed] =
-            cover(one, index, [&](const float* from) HWY_ATTR { return hn::Set(one, from[1]); });
-        float* const pixel = to + index * kFloatsPerPixel;
-        pixel[0] = hn::GetLane(covered);
-        pixel[1] = hn::GetLane(shadowed);
-        pixel[2] = pixel[3] = 0;
+    for (; index < count; ++index) greens[index] = pixels[index * kFloatsPerPixel + 1];
+}
+
+// Writes a run of coverages in red and shadows in green, in blocks, from pixels of the mask, those below them, and of
+// the moved mask. The time is in two parts, because the difference from the mask is divided by small numbers.
+HWY_ATTR void CoverRun(const float* masks, const float* belows, const float* shadows, const float (&time)[2],
+                       float sharpness, float* blocks, std::size_t count) {
+    // The first mask is that of the pixel on the left.
+    HWY_ALIGN float mask[1 + kRunPixels] = {}, below[kRunPixels] = {}, shadow[kRunPixels] = {};
+    CopyGreens(masks - kFloatsPerPixel, 1 + count, mask);
+    CopyGreens(belows, count, below);
+    CopyGreens(shadows, count, shadow);
+    // The least change of a mask: smaller ones count as this.
+    const Wide least = Constant(0.001f);
+    for (std::size_t pixel = 0; pixel < count; pixel += hn::MaxLanes(WideTag())) {
+        const Wide own = hn::LoadU(WideTag(), mask + 1 + pixel);
+        const auto apart = [&](const float* others)
+                               HWY_ATTR { return hn::Abs(hn::Sub(own, hn::LoadU(WideTag(), others + pixel))); };
+        const Wide steepness = hn::Div(Constant(1), hn::Add(hn::Max(apart(mask), apart(below)), least));
+        // 0 where a number is darker than the time, 1 where it is brighter.
+        const auto remaining = [&](Wide number, Wide slope) HWY_ATTR {
+            const Wide beyond = hn::Sub(hn::Sub(number, Constant(time[0])), Constant(time[1]));
+            return hn::Max(hn::Min(hn::MulAdd(beyond, slope, Constant(0.5f)), Constant(1)), Constant(0));
+        };
+        const Wide moved = hn::LoadU(WideTag(), shadow + pixel);
+        StoreColors({remaining(own, steepness), remaining(moved, hn::Mul(steepness, Constant(sharpness))), Constant(0),
+                     Constant(0)},
+                    blocks + PlaceInBlocks(pixel));
     }
 }
 
@@ -73,7 +71,7 @@ HWY_AFTER_NAMESPACE();
 namespace core_image {
 namespace {
 
-HWY_EXPORT(CoverRow);
+HWY_EXPORT(CoverRun);
 
 // The least width of a shadow's edge, relative to the image's own.
 constexpr double kSharpest = 1e-6;
@@ -83,25 +81,41 @@ Region MaskOf(const Region& region) { return {region.x - 1, region.y - 1, region
 
 class CoverStage : public Stage {
   public:
-    CoverStage(Prepared mask, Prepared shadow, double time, double softness)
-        : mask_(std::move(mask)), shadow_(std::move(shadow)), time_(time), softness_(softness) {}
+    CoverStage(Prepared mask, Prepared shadow, const Region& region, double time, double softness)
+        : mask_(std::move(mask)),
+          shadow_(std::move(shadow)),
+          isInMemory_(mask_.IsInMemory(region) && shadow_.IsInMemory(region)),
+          time_{static_cast<float>(time), static_cast<float>(time - static_cast<double>(static_cast<float>(time)))},
+          sharpness_(static_cast<float>(1 / softness)) {}
+
+    // Otherwise the mask would be rendered for each row and the one above.
+    bool IsPointwise() const override { return isInMemory_; }
+
+    void RenderRun(const Run& run, float* blocks, float*) const override {
+        const Region region = run.GetRegion();
+        Cover(Window(mask_, MaskOf(region)).GetView(), Window(shadow_, region).GetView(), run, blocks);
+    }
 
     void Render(const Tile& tile) const override {
         const Window masks(mask_, MaskOf(tile.region)), shadows(shadow_, tile.region);
-        const auto high = static_cast<float>(time_);
-        const float time[2] = {high, static_cast<float>(time_ - static_cast<double>(high))};
-        const std::int64_t x = tile.region.x;
-        for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
-            const View& mask = masks.GetView();
-            HWY_DYNAMIC_DISPATCH(CoverRow)
-            (mask.PixelAt(x, y), mask.PixelAt(x - 1, y), mask.PixelAt(x, y - 1), shadows.GetView().Row(y), time,
-             static_cast<float>(softness_), tile.Row(y), tile.Width());
-        }
+        const RunMemory memory(1);
+        ForEachRun(tile.region, [&](const Run& run) {
+            Cover(masks.GetView(), shadows.GetView(), run, memory.Run(0));
+            FromBlocks(memory.Run(0), run.count, tile.Part(run.GetRegion()).pixels);
+        });
     }
 
   private:
+    void Cover(const View& masks, const View& shadows, const Run& run, float* blocks) const {
+        HWY_DYNAMIC_DISPATCH(CoverRun)
+        (masks.PixelAt(run.x, run.y), masks.PixelAt(run.x, run.y - 1), shadows.PixelAt(run.x, run.y), time_, sharpness_,
+         blocks, run.count);
+    }
+
     Prepared mask_, shadow_;
-    double time_, softness_;
+    bool isInMemory_;
+    float time_[2];
+    float sharpness_;
 };
 
 // How much of the image still covers the target, in red, and shadows it, in green.
@@ -120,7 +134,8 @@ class CoverImage : public Image {
     }
 
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
-        return std::make_unique<CoverStage>(Prepare(mask_, MaskOf(region)), Prepare(shadow_, region), time_, softness_);
+        return std::make_unique<CoverStage>(Prepare(mask_, MaskOf(region)), Prepare(shadow_, region), region, time_,
+                                            softness_);
     }
 
   private:

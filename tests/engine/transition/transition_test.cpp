@@ -16,6 +16,7 @@
 #include "core/point.h"
 #include "core/transfer.h"
 #include "generator/generator.h"
+#include "support/counting_image.h"
 #include "support/oracle.h"
 
 namespace {
@@ -334,6 +335,25 @@ TEST(DisintegrateTransitionTest, EdgeAndShadowMatchHandComputedValues) {
     EXPECT_NEAR(red(12), 0.5 * 0.875 * 0.6, 1e-6);
     EXPECT_NEAR(red(13), 0.5 * 0.875, 1e-6);
     EXPECT_EQ(Pixels(between, {12, 0, 1, 1})[3], 1);
+}
+
+// A mask in memory is read run by run, any other one is rendered as tiles.
+TEST(DisintegrateTransitionTest, DoesNotDependOnWhetherTheMaskIsInMemory) {
+    const Region region = {-5, -5, 160, 105};
+    const ImageRef mask = RandomImage(150, 90);
+    const auto between = [](const ImageRef& any) {
+        return Transition("CIDisintegrateWithMaskTransition", RandomImage(150, 90), Gray(0.5f, {0, 0, 150, 90}),
+                          {{"inputTime", {0.5}},
+                           {"inputShadowRadius", {8}},
+                           {"inputShadowDensity", {0.65}},
+                           {"inputShadowOffset", {3, -10}},
+                           {"inputMaskImage", {}, any}});
+    };
+    EXPECT_TRUE(Prepare(between(mask), region).IsPointwise());
+    EXPECT_FALSE(Prepare(between(Unshared(mask)), region).IsPointwise());
+    const std::vector<float> whole = Pixels(between(mask), region, {4096, 4096, 4096});
+    EXPECT_EQ(Pixels(between(Unshared(mask)), region, {4096, 29, 17}), whole);
+    EXPECT_EQ(Pixels(between(mask), region, {70, 13, 5}), whole);
 }
 
 // Returns a flash around the center of pixel (0, 0), without rays unless the values add them.
