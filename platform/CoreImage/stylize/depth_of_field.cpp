@@ -140,6 +140,11 @@ class MiniatureStage : public Stage {
         isShown[kSoft] = !AreAll(shares.middle, 1);
         isShown[kMiddle] = !AreAll(shares.middle, 0) && !AreAll(shares.far, 1);
         isShown[kFar] = !AreAll(shares.far, 0);
+        // Far away there is nothing to blend.
+        if (!isShown[kSoft] && !isShown[kMiddle] && blurs_[kFar].wide != nullptr) {
+            wide_[kFar].Render(tile);
+            return;
+        }
         std::int64_t reach = 0;
         for (std::size_t layer = 0; layer < kLayerCount; ++layer) {
             if (isShown[layer]) reach = std::max(reach, blurs_[layer].Reach());
