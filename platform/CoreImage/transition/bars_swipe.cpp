@@ -65,7 +65,7 @@ class BarsWarp : public Warp {
           width_(std::max(inputs.GetNumber("inputWidth"), kLeast)),
           offset_(std::max(inputs.GetNumber("inputBarOffset"), kLeast)) {
         const double width = area.right - area.left, height = area.top - area.bottom;
-        least_ = across_.Of(area.left, area.bottom, width, height).least;
+        least_ = PositionsIn(area).least;
         // M: at time 1 the last bar that crosses the area has slid by the area's whole length.
         const double cos = std::abs(across_.x), sin = std::abs(across_.y);
         const double longest = std::min(height / cos, width / sin);
@@ -78,8 +78,7 @@ class BarsWarp : public Warp {
     }
 
     Extent Source(const Extent& centers) const override {
-        const auto [least, most] =
-            across_.Of(centers.left, centers.bottom, centers.right - centers.left, centers.top - centers.bottom);
+        const auto [least, most] = PositionsIn(centers);
         const double far = SlidAt(least), near = SlidAt(most);
         const double farX = -across_.y * far, nearX = -across_.y * near;
         const double farY = across_.x * far, nearY = across_.x * near;
@@ -87,9 +86,17 @@ class BarsWarp : public Warp {
                 centers.right + std::max(farX, nearX), centers.top + std::max(farY, nearY)};
     }
 
+    // Where bars begin is rounded, so a pixel beside the region may move with it.
+    bool Moves(const Extent& centers) const override { return SlidAt(PositionsIn(centers.GrownBy(1)).least) > 0; }
+
     bool IsScattered() const override { return true; }
 
   private:
+    // The least and greatest position u in an extent.
+    Direction::Range PositionsIn(const Extent& extent) const {
+        return across_.Of(extent.left, extent.bottom, extent.right - extent.left, extent.top - extent.bottom);
+    }
+
     // How far the bar at position u has slid.
     double SlidAt(double u) const {
         const double n = std::max(0.0, reach_ - std::floor((u - least_) / width_));
