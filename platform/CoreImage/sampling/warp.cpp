@@ -35,6 +35,12 @@ Extent CentersOf(const Region& region) {
 // Whether an image has at least two pixels in each direction, so that some can be interpolated without others around.
 bool HasNeighbors(const Extent& extent) { return extent.right - extent.left >= 2 && extent.top - extent.bottom >= 2; }
 
+// Whether an image shows a source or a few functions of one: to render a pixel again costs less than to hold it.
+bool IsCheap(const Image& image) {
+    const Image* const shown = image.Shown();
+    return shown != nullptr ? IsCheap(*shown) : image.IsPlain();
+}
+
 // A warp with its parameters.
 struct Recipe {
     ImageRef input;
@@ -60,9 +66,12 @@ struct Recipe {
 
     Region GuideOf(const Region& region) const { return region.GrownBy(warp->GuideMargin()); }
 
-    // Whether a source is held in memory as a whole; tiles of a larger one read what they need.
-    bool IsHeld(const Region& source) const {
-        return warp->IsScattered() && !Clip(source, input->GetExtent()).IsEmpty() && PixelCount(source) <= kMostHeld;
+    // Whether the source of a region is held in memory as a whole; tiles of any other one read what they need.
+    bool IsHeld(const Region& source, const Region& region) const {
+        if (!warp->IsScattered() || Clip(source, input->GetExtent()).IsEmpty()) return false;
+        const double pixels = PixelCount(source);
+        const bool isReadOften = pixels < PixelCount(region);
+        return pixels <= kMostHeld && (isReadOften || !IsCheap(*input));
     }
 };
 
@@ -102,7 +111,7 @@ class WarpStage : public Stage {
           extent_(recipe_.input->GetExtent()) {
         const Region source = recipe_.SourceOf(region);
         input_ = Prepare(recipe_.input, source);
-        if (recipe_.IsHeld(source) && !input_.IsInMemory(source)) {
+        if (recipe_.IsHeld(source, region) && !input_.IsInMemory(source)) {
             held_.emplace(RenderBlock(input_, source));
             input_ = {};
         }
@@ -222,8 +231,10 @@ class WarpedImage : public Image {
 
     void AddNeeds(const Region& region, Needs& needs) const override {
         const Region source = recipe_.SourceOf(region);
-        if (recipe_.IsHeld(source)) {
+        if (recipe_.IsHeld(source, region)) {
             needs.AddAtOnce(recipe_.input, source);
+        } else if (recipe_.warp->IsScattered() && IsCheap(*recipe_.input)) {
+            needs.AddPixels(recipe_.input, source);
         } else {
             needs.AddByTiles(recipe_.input, source);
         }

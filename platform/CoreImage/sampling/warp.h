@@ -39,7 +39,8 @@ class Warp {
     // Whether any of the pixels whose centers lie in an extent come from elsewhere.
     virtual bool Moves(const Extent&) const { return true; }
 
-    // Whether neighboring pixels may come from distant places. The whole source is then held in memory.
+    // Whether neighboring pixels may come from distant places. A source that costs much, or that is read several times,
+    // is then held in memory as a whole.
     virtual bool IsScattered() const { return false; }
 
     // How many pixels around a pixel of the guide a place depends on.

@@ -7,8 +7,10 @@
 #include <complex>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
+#include "support/counting_image.h"
 #include "support/oracle.h"
 
 namespace {
@@ -98,6 +100,20 @@ TEST(DrosteTest, MatchesTheConformalMap) {
             const Complex place = Place(layout, {static_cast<double>(x) + 0.5, static_cast<double>(y) + 0.5});
             return Bilinear(at, place.real(), place.imag(), channel);
         });
+    }
+}
+
+// A picture in memory is read in place, one that costs little by tiles, and any other one is held.
+TEST(DrosteTest, DoesNotDependOnHowThePictureIsRead) {
+    Random random;
+    for (int round = 0; round < 5; ++round) {
+        const Layout layout = RandomLayout(random);
+        const ImageRef picture = Picture(random, layout.picture).image;
+        const auto droste = [&](const ImageRef& image) {
+            return Pixels(Output("CIDroste", image, layout.Values()), layout.picture, {4096, 17, 9});
+        };
+        EXPECT_EQ(droste(Unshared(picture)), droste(picture));
+        EXPECT_EQ(droste(Counted(picture, std::make_shared<Count>())), droste(picture));
     }
 }
 
