@@ -91,10 +91,12 @@ class ChainStage : public Stage {
         }
         const Picked picked = StepsFor(tile.region);
         const bool isBaseByRuns = !picked.isCleared && base_.IsPointwise();
+        std::optional<View> held;
         if (picked.isCleared) {
             Clear(tile);
         } else if (!isBaseByRuns) {
-            base_.Render(tile);
+            held = base_.Held(tile.region);
+            if (!held) base_.Render(tile);
         }
         const RunMemory runs(1 + spareRuns_);
         // At most one step of each pass over the tile has images that are rendered as tiles.
@@ -116,10 +118,11 @@ class ChainStage : public Stage {
             }
             ForEachRun(tile.region, [&](const Run& run) {
                 float* const pixels = tile.Part(run.GetRegion()).pixels;
-                if (isBaseByRuns && from == picked.steps.begin()) {
+                const bool isFirst = from == picked.steps.begin();
+                if (isFirst && isBaseByRuns) {
                     base_.RenderRun(run, runs.Run(0), runs.Run(1));
                 } else {
-                    ToBlocks(pixels, run.count, runs.Run(0));
+                    ToBlocks(isFirst && held ? held->PixelAt(run.x, run.y) : pixels, run.count, runs.Run(0));
                 }
                 for (auto step = from; step != to; ++step) {
                     Apply(**step, run, runs.Run(0), runs.Run(1), *step == withTiles ? memory.data() : nullptr);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 #include <utility>
 
 namespace core_image {
@@ -96,6 +97,11 @@ class TiledImage : public Image {
     Region cell_;
 };
 
+// Writes a pixel several times.
+void Repeat(const float* pixel, float* to, std::size_t count) {
+    for (; count > 0; --count, to += kFloatsPerPixel) std::memcpy(to, pixel, kPixelBytes);
+}
+
 class ClampedStage : public Stage {
   public:
     ClampedStage(Prepared input, const Region& all) : input_(std::move(input)), all_(all) {}
@@ -107,16 +113,23 @@ class ClampedStage : public Stage {
             input_.Render(tile);
             return;
         }
-        const PixelBlock core(Nearest(tile.region, all_));
-        input_.Render(core.GetTile());
-        const Region& shown = core.GetRegion();
+        const Region shown = Nearest(tile.region, all_);
+        // A tile beside the image shows nothing but its edge.
+        std::optional<PixelBlock> edge;
+        const Tile core = tile.region.Contains(shown) ? tile.Part(shown) : edge.emplace(shown).GetTile();
+        input_.Render(core);
+        const auto column = [&](std::int64_t x) {
+            return static_cast<std::size_t>(std::clamp<std::int64_t>(x - tile.region.x, 0, tile.region.width));
+        };
+        const std::size_t begin = column(shown.x), end = column(shown.Right());
         for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
-            const float* from = core.Row(std::clamp(y, shown.y, shown.Top() - 1));
-            float* to = tile.Row(y);
-            for (std::int64_t x = tile.region.x; x < tile.region.Right(); ++x, to += kFloatsPerPixel) {
-                const std::int64_t column = std::clamp(x, shown.x, shown.Right() - 1) - shown.x;
-                std::memcpy(to, from + static_cast<std::size_t>(column) * kFloatsPerPixel, kPixelBytes);
+            const float* const from = core.Row(std::clamp(y, shown.y, shown.Top() - 1));
+            float* const to = tile.Row(y);
+            Repeat(from, to, begin);
+            if (y < shown.y || y >= shown.Top()) {
+                std::memcpy(to + begin * kFloatsPerPixel, from, (end - begin) * kPixelBytes);
             }
+            Repeat(from + (core.Width() - 1) * kFloatsPerPixel, to + end * kFloatsPerPixel, tile.Width() - end);
         }
     }
 

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -70,6 +71,20 @@ TEST(WindowTest, FiltersGiveTheSameResultForHeldAndRenderedPixels) {
                   Pixels(Output(each.filter, unheld, each.values), kRegion, kCut))
             << each.filter;
     }
+}
+
+// Each blend with an image of tiles is another pass over the tile; only the first one reads the held pixels.
+TEST(WindowTest, HeldPixelsUnderSeveralPassesAreReadOnce) {
+    const ImageRef picture = RandomImage(120, 90);
+    const auto blended = [&](ImageRef image) {
+        for (const std::size_t height : {80u, 85u}) {
+            image = Output("CIDissolveTransition", image,
+                           {{"inputTargetImage", {}, std::make_shared<UnheldImage>(RandomImage(120, height))},
+                            {"inputTime", {0.25}}});
+        }
+        return Pixels(image, {10, 10, 100, 60}, {4096, 32, 16});
+    };
+    EXPECT_EQ(blended(MakeClampedImage(picture)), blended(picture));
 }
 
 TEST(WindowTest, HeldPixelsAreReadInPlaceWhenMovedCroppedOrClamped) {
