@@ -69,9 +69,10 @@ struct Recipe {
     // Whether the source of a region is held in memory as a whole; tiles of any other one read what they need.
     bool IsHeld(const Region& source, const Region& region) const {
         if (!warp->IsScattered() || Clip(source, input->GetExtent()).IsEmpty()) return false;
+        constexpr double kSmall = 4 << 20;
         const double pixels = PixelCount(source);
         const bool isReadOften = pixels < PixelCount(region);
-        return pixels <= kMostHeld && (isReadOften || !IsCheap(*input));
+        return pixels <= kMostHeld && (isReadOften || pixels <= kSmall || !IsCheap(*input));
     }
 };
 
@@ -191,7 +192,7 @@ class WarpStage : public Stage {
     // Why not whenever places lie far apart: where the input shrinks, the halves need all the pixels, and those along
     // the cut twice. There, a cut only limits the memory.
     std::optional<Halves> HalvesOf(const PlacesView& places, const Region& needed) const {
-        constexpr double kDense = 2, kSparse = 16, kAlways = 256, kWorthwhile = 0.75;
+        constexpr double kDense = 2, kSparse = 16, kAlways = 1024, kWorthwhile = 0.75;
         const double count = PixelCount(places.region), pixels = PixelCount(needed);
         if (pixels <= kDense * count + kAlways) return std::nullopt;
         Halves best;

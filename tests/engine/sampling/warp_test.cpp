@@ -43,7 +43,7 @@ class FunctionWarp : public Warp {
 std::int64_t PixelsRendered(FunctionWarp::Function function) {
     const auto count = std::make_shared<Count>();
     const ImageRef image = Counted(MakeConstantImage({1, 1, 1, 1}), count);
-    const Region tile = {8, 8, 64, 64};
+    const Region tile = {16, 16, 64, 64};
     const ImageRef warped =
         MakeWarpedImage(image, std::make_shared<FunctionWarp>(std::move(function)), Extent::Of(tile));
     Pixels(warped, tile, {4096, 64, 64});
@@ -52,8 +52,8 @@ std::int64_t PixelsRendered(FunctionWarp::Function function) {
 
 // Interpolation takes one more column and row than there are places.
 TEST(WarpTest, PlacesInBarsNeedOnlyThePixelsOfTheBars) {
-    EXPECT_EQ(PixelsRendered([](double* x, double* y) { *y += 100 * std::floor(*x / 8); }), 8 * (8 + 1) * (64 + 1));
-    EXPECT_EQ(PixelsRendered([](double* x, double* y) { *x += 100 * std::floor(*y / 8); }), 8 * (64 + 1) * (8 + 1));
+    EXPECT_EQ(PixelsRendered([](double* x, double* y) { *y += 300 * std::floor(*x / 16); }), 4 * (16 + 1) * (64 + 1));
+    EXPECT_EQ(PixelsRendered([](double* x, double* y) { *x += 300 * std::floor(*y / 16); }), 4 * (64 + 1) * (16 + 1));
 }
 
 TEST(WarpTest, AShrunkInputIsReadAtOnce) {
@@ -62,7 +62,7 @@ TEST(WarpTest, AShrunkInputIsReadAtOnce) {
 
 TEST(WarpTest, APlaceThatIsFarFromAllOthersNeedsNoPixelsBetween) {
     const std::int64_t pixels = PixelsRendered([](double* x, double* y) {
-        if (*x < 9 && *y < 9) *y += 3000;
+        if (*x < 17 && *y < 17) *y += 3000;
     });
     EXPECT_LT(pixels, 2 * 65 * 65);
 }
