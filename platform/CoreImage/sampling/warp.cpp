@@ -69,6 +69,7 @@ struct Recipe {
     // Whether the source of a region is held in memory as a whole; tiles of any other one read what they need.
     bool IsHeld(const Region& source, const Region& region) const {
         if (!warp->IsScattered() || Clip(source, input->GetExtent()).IsEmpty()) return false;
+        // Up to this size, reading parts of a picture several times takes longer than holding it.
         constexpr double kSmall = 4 << 20;
         const double pixels = PixelCount(source);
         const bool isReadOften = pixels < PixelCount(region);
@@ -192,6 +193,8 @@ class WarpStage : public Stage {
     // Why not whenever places lie far apart: where the input shrinks, the halves need all the pixels, and those along
     // the cut twice. There, a cut only limits the memory.
     std::optional<Halves> HalvesOf(const PlacesView& places, const Region& needed) const {
+        // Pixels for each place: up to kDense, and kAlways more, a region is not cut; above kSparse it always is. In
+        // between it is cut if its halves need at most this part of the pixels.
         constexpr double kDense = 2, kSparse = 16, kAlways = 1024, kWorthwhile = 0.75;
         const double count = PixelCount(places.region), pixels = PixelCount(needed);
         if (pixels <= kDense * count + kAlways) return std::nullopt;
