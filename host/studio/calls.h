@@ -43,7 +43,7 @@ class Calls {
     // Opens the photos and the folder of the options. Throws PhotoFailure for a photo that cannot be opened.
     void OpenPhotos();
 
-    // Answers a message from a page if it is a call: a JSON object whose id is a number. Returns false if it is not.
+    // Answers a call from a page: a JSON object whose id is an integer. Returns false for any other message.
     [[nodiscard]] bool Take(const std::shared_ptr<Socket>& socket, const std::string& text);
 
     // Forgets what waits of a socket.

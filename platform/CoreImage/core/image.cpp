@@ -85,7 +85,7 @@ std::optional<View> Prepared::Held(const Region& region) const {
     return stage_->Held(region);
 }
 
-// All pixels are if the middle one is.
+// If the middle pixel is in memory, the others are too.
 bool Prepared::IsInMemory(const Region& region) const {
     const Region inside = region.Intersection(pixels_);
     return Held({inside.x + inside.width / 2, inside.y + inside.height / 2, 1, 1}).has_value();
