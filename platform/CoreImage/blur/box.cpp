@@ -51,7 +51,8 @@ class NarrowBoxStage : public Stage {
             source.GetView(), width_, 1, tile.region.y - reach, tile.region.Top() - 1 - reach,
             [&](std::int64_t) { return columns; },
             [&](std::int64_t y) {
-                SumAlongRow(columns, width, scale, memory.GetTile().pixels, tile.Row(y + reach), tile.Width());
+                SumAlongRow(columns, width, scale, memory.GetTile().pixels, tile.Row(y + reach), tile.Width(),
+                            {{source.GetView(), y + width_}, {tile, y + reach + 1}});
             });
     }
 
@@ -97,7 +98,7 @@ class WideBoxStage : public Stage {
             const PixelBlock memory({0, 0, 2 * seen.width, 1});
             for (std::int64_t y = seen.y; y < seen.Top(); ++y) {
                 SumAlongRow(source.GetView().Row(y), static_cast<std::size_t>(width), 1, memory.GetTile().pixels,
-                            strip.Row(y), strip.Width());
+                            strip.Row(y), strip.Width(), {{source.GetView(), y + 1}, {strip, y + 1}});
             }
         });
     }

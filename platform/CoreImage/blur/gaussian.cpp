@@ -40,15 +40,14 @@ class GaussianImage : public Image {
         if (sigma_ >= kNarrowestWideSigma) {
             needs.AddAtOnce(input_, WideGaussianSource(input_->GetExtent(), sigma_, region));
         } else {
-            needs.AddByTiles(input_, region.GrownBy(static_cast<std::int64_t>(GaussianWeights(sigma_).size() / 2)));
+            needs.AddByTiles(input_, region.GrownBy(GaussianReach(sigma_)));
         }
     }
 
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
         if (sigma_ >= kNarrowestWideSigma) return PrepareWideGaussian(input_, sigma_, region);
-        std::vector<float> weights = GaussianWeights(sigma_);
-        const auto reach = static_cast<std::int64_t>(weights.size() / 2);
-        return std::make_unique<SmallGaussianStage>(Prepare(input_, region.GrownBy(reach)), std::move(weights));
+        Prepared input = Prepare(input_, region.GrownBy(GaussianReach(sigma_)));
+        return std::make_unique<SmallGaussianStage>(std::move(input), GaussianWeights(sigma_));
     }
 
   private:

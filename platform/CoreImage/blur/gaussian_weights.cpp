@@ -24,10 +24,12 @@ void Append(double sigma, double first, std::size_t count, std::vector<float>& w
 
 }  // namespace
 
+std::int64_t GaussianReach(double sigma) { return static_cast<std::int64_t>(std::ceil(kGaussianReach * sigma - 0.5)); }
+
 std::vector<float> GaussianWeights(double sigma) {
-    const double reach = std::ceil(kGaussianReach * sigma);
+    const std::int64_t reach = GaussianReach(sigma);
     std::vector<float> weights;
-    Append(sigma, -reach, static_cast<std::size_t>(2 * reach + 1), weights);
+    Append(sigma, -static_cast<double>(reach), static_cast<std::size_t>(2 * reach + 1), weights);
     return weights;
 }
 

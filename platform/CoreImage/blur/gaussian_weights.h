@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include <cstdint>
 #include <vector>
 
 namespace core_image {
@@ -9,7 +10,8 @@ namespace core_image {
 // A set of weights reaches this many sigma; 1.6 millionths of the Gaussian lie beyond.
 inline constexpr double kGaussianReach = 4.8;
 
-// The weights at the whole distances -reach ... reach: 2 reach + 1 of them.
+// The weights at the whole distances -reach ... reach: 2 reach + 1 of them. Each covers half a pixel on both sides.
+std::int64_t GaussianReach(double sigma);
 std::vector<float> GaussianWeights(double sigma);
 
 // The weights of the pixel centers around a point halfway between two of them. Their number is a multiple of four.

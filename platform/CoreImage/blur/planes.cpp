@@ -121,7 +121,7 @@ void BlurPlane(const Plane& plane, const std::vector<float>& weights, Plane& out
     Plane lines({region.x - reach, 0, region.width + 2 * reach, kTogether});
     float* sums[kTogether];
     for (std::int64_t i = 0; i < kTogether; ++i) sums[i] = lines.Row(i);
-    std::vector<const float*> rows, columns(weights.size());
+    std::vector<const float*> rows;
     for (std::int64_t y = region.y; y < region.Top(); y += kTogether) {
         const std::int64_t count = std::min(kTogether, region.Top() - y);
         rows.clear();
@@ -129,8 +129,7 @@ void BlurPlane(const Plane& plane, const std::vector<float>& weights, Plane& out
         SumRowsTogether(rows.data(), weights.data(), weights.size(), sums, static_cast<std::size_t>(count),
                         WholeBlocks(lines.Width()));
         for (std::int64_t i = 0; i < count; ++i) {
-            for (std::size_t k = 0; k < columns.size(); ++k) columns[k] = sums[i] + k;
-            SumRows(columns.data(), weights.data(), columns.size(), out.Row(y + i), WholeBlocks(out.Width()));
+            SumAlong(sums[i], 1, weights.data(), weights.size(), out.Row(y + i), WholeBlocks(out.Width()));
         }
     }
 }

@@ -2,6 +2,8 @@
 
 #include "blur/sums.h"
 
+#include <bit>
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "blur/sums.cpp"
 #include <hwy/foreach_target.h>
@@ -15,12 +17,24 @@ namespace hn = hwy::HWY_NAMESPACE;
 // Calls a function with a vector type and an index for all floats of a row: as many whole vectors as fit, then
 // single pixels.
 template <typename Number, class Function>
-HWY_INLINE void ForEachVector(std::size_t floats, const Function& function) {
+HWY_INLINE void ForEachVector(std::size_t floats, const Function& function, std::size_t index = 0) {
     const hn::ScalableTag<Number> wide;
     const hn::CappedTag<Number, kFloatsPerPixel> narrow;
-    std::size_t index = 0;
     for (; index + hn::Lanes(wide) <= floats; index += hn::Lanes(wide)) function(wide, index);
     for (; index < floats; index += hn::Lanes(narrow)) function(narrow, index);
+}
+
+// The same for floats, while rows ahead are prefetched.
+template <class Function>
+HWY_INLINE void ForEachVector(std::size_t floats, RowsAhead& ahead, const Function& function) {
+    const hn::ScalableTag<float> d;
+    constexpr std::size_t kLines = 4, kFloats = kLines * kFloatsPerLine;
+    std::size_t index = 0;
+    for (; index + kFloats <= floats; index += kFloats) {
+        ahead.Prefetch(kLines);
+        for (std::size_t i = 0; i < kFloats; i += hn::Lanes(d)) function(d, index + i);
+    }
+    ForEachVector<float>(floats, function, index);
 }
 
 // Floats as vectors of Number.
@@ -79,7 +93,8 @@ HWY_ATTR void CombineDoubles(const float* in, double* sum, const float* before, 
 }
 
 HWY_ATTR void SumAlongRow(const float* in, std::size_t width, float scale, float* memory, float* out,
-                          std::size_t pixels) {
+                          std::size_t pixels, RowsAhead ahead) {
+    ahead.passes = std::bit_width(width) + std::popcount(width) - 2;
     const float* sums = in;  // each of this many pixels:
     std::size_t power = 1;
     const float* partial = in;  // of as many pixels as the lower powers of the width together
@@ -87,7 +102,7 @@ HWY_ATTR void SumAlongRow(const float* in, std::size_t width, float scale, float
     while (2 * power <= width) {
         const float* const next = sums + power * kFloatsPerPixel;
         // In place: reads are never behind writes.
-        ForEachVector<float>((pixels + width - 2 * power) * kFloatsPerPixel, [=](auto d, std::size_t i) HWY_ATTR {
+        ForEachVector((pixels + width - 2 * power) * kFloatsPerPixel, ahead, [=](auto d, std::size_t i) HWY_ATTR {
             hn::StoreU(hn::Add(hn::LoadU(d, sums + i), hn::LoadU(d, next + i)), d, memory + i);
         });
         sums = memory;
@@ -98,7 +113,7 @@ HWY_ATTR void SumAlongRow(const float* in, std::size_t width, float scale, float
         const float factor = isLast ? scale : 1;
         // Only the last sum is written to out: unlike the scratch memory it is usually not in the cache.
         float* const to = isLast ? out : memory + (pixels + width - 1) * kFloatsPerPixel;
-        ForEachVector<float>(pixels * kFloatsPerPixel, [=](auto d, std::size_t i) HWY_ATTR {
+        ForEachVector(pixels * kFloatsPerPixel, ahead, [=](auto d, std::size_t i) HWY_ATTR {
             const auto sum = hn::Add(hn::LoadU(d, partial + i), hn::LoadU(d, added + i));
             hn::StoreU(hn::Mul(sum, hn::Set(d, factor)), d, to + i);
         });
@@ -168,8 +183,9 @@ HWY_EXPORT(CombineFloats);
 HWY_EXPORT(CombineDoubles);
 HWY_EXPORT(SumDisc);
 
-void SumAlongRow(const float* in, std::size_t width, float scale, float* memory, float* out, std::size_t pixels) {
-    HWY_DYNAMIC_DISPATCH(SumAlongRow)(in, width, scale, memory, out, pixels);
+void SumAlongRow(const float* in, std::size_t width, float scale, float* memory, float* out, std::size_t pixels,
+                 RowsAhead ahead) {
+    HWY_DYNAMIC_DISPATCH(SumAlongRow)(in, width, scale, memory, out, pixels, ahead);
 }
 
 void Accumulate(const float* in, float* sum, float* out, std::size_t floats) {

@@ -12,6 +12,7 @@
 #include <cstring>
 #include <vector>
 
+#include "core/ahead.h"
 #include "core/tile.h"
 
 namespace core_image {
@@ -20,8 +21,10 @@ namespace core_image {
 // buffers have room for the pixels read, pixels + width - 1, and for those written. None of the three buffers
 // overlap.
 //
-// Sums are doubled: of two pixels, of four, of eight. A width is composed of its powers of two.
-void SumAlongRow(const float* in, std::size_t width, float scale, float* memory, float* out, std::size_t pixels);
+// Sums are doubled: of two pixels, of four, of eight. A width is composed of its powers of two. The rows ahead are
+// prefetched meanwhile.
+void SumAlongRow(const float* in, std::size_t width, float scale, float* memory, float* out, std::size_t pixels,
+                 RowsAhead ahead);
 
 // sum += in, and out becomes the sum. Sums are floats or doubles.
 void Accumulate(const float* in, float* sum, float* out, std::size_t floats);

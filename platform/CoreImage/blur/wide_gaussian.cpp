@@ -229,11 +229,10 @@ Coarse CoarseFor(const Extent& extent, double sigma, const Region& region) {
     const double coarseStep = static_cast<double>(step);
     // Reduction and interpolation blur by one step each; this is the remaining sigma, in steps.
     const double coarseSigma = std::sqrt(sigma * sigma / (coarseStep * coarseStep) - 2);
-    const auto reach = static_cast<std::int64_t>(std::ceil(kGaussianReach * coarseSigma));
     const Region wanted = SamplesFor(region, step, kGaussianTaps);
     // Samples farther from the image than the reach of the reduction are transparent, so they are left out.
     const Extent present = Divided(extent, coarseStep).GrownBy(std::ceil(kGaussianReach) + 1);
-    return {step, coarseSigma, wanted, Clip(wanted.GrownBy(reach), present)};
+    return {step, coarseSigma, wanted, Clip(wanted.GrownBy(GaussianReach(coarseSigma)), present)};
 }
 
 }  // namespace

@@ -55,13 +55,15 @@ HWY_INLINE void SumVectorsOfAll(D d, const float* const* rows, const float* weig
 // The columns come one after the other: what a few vectors of all rows have fits into the first cache.
 template <std::size_t kOuts>
 HWY_INLINE void SumColumns(const float* const* rows, const float* weights, std::size_t rowCount, float* const* outs,
-                           std::size_t outCount, std::size_t floats) {
+                           std::size_t outCount, std::size_t floats, RowsAhead* ahead) {
     const PixelsTag d;
     // With as many sums as this, and their products, no addition waits for the one before it.
     constexpr std::size_t kLanes = hn::MaxLanes(d), kSums = HWY_ARCH_X86_32 ? 4 : kLanes == 16 ? 16 : 8;
     constexpr std::size_t kMost = kSums / kOuts;
+    constexpr std::size_t kLines = (kMost * kLanes + kFloatsPerLine - 1) / kFloatsPerLine;
     std::size_t start = 0;
     for (; start + kMost * kLanes <= floats; start += kMost * kLanes) {
+        if (ahead != nullptr) ahead->Prefetch(kLines);
         SumVectorsOfAll<kOuts, kMost>(d, rows, weights, rowCount, start, outs, outCount);
     }
     for (; start + 2 * kLanes <= floats; start += 2 * kLanes) {
@@ -81,14 +83,75 @@ HWY_INLINE void SumColumns(const float* const* rows, const float* weights, std::
 }
 
 HWY_ATTR void SumRowsTogether(const float* const* rows, const float* weights, std::size_t rowCount, float* const* outs,
-                              std::size_t outCount, std::size_t floats) {
+                              std::size_t outCount, std::size_t floats, RowsAhead* ahead) {
     constexpr std::size_t kTogether = HWY_ARCH_X86_32 ? 2 : 4;
     if (outCount < kTogether) {
         for (std::size_t out = 0; out < outCount; ++out) {
-            SumColumns<1>(rows + out, weights, rowCount, outs + out, 1, floats);
+            SumColumns<1>(rows + out, weights, rowCount, outs + out, 1, floats, ahead);
         }
     } else {
-        SumColumns<kTogether>(rows, weights, rowCount, outs, outCount, floats);
+        SumColumns<kTogether>(rows, weights, rowCount, outs, outCount, floats, ahead);
+    }
+}
+
+// Adds neighbors to consecutive vectors of sums. They are a vector apart, so that what is loaded once serves several of
+// them and several sums: kTogether, or fewer at the end.
+template <std::size_t kTogether, std::size_t kVectors, class D>
+HWY_INLINE void AddNeighbors(D d, const float* in, std::size_t vector, const float* weights, std::size_t apart,
+                             std::size_t count, hn::Vec<D>* sums) {
+    for (; count >= kTogether; count -= kTogether, in += kTogether * vector, weights += kTogether * apart) {
+        hn::Vec<D> weight[kTogether];
+        for (std::size_t k = 0; k < kTogether; ++k) weight[k] = hn::Set(d, weights[k * apart]);
+#pragma unroll
+        for (std::size_t i = 0; i < kVectors + kTogether - 1; ++i) {
+            const auto loaded = hn::LoadU(d, in + i * vector);
+            for (std::size_t k = 0; k < kTogether; ++k) {
+                if (i - k < kVectors) sums[i - k] = hn::MulAdd(weight[k], loaded, sums[i - k]);
+            }
+        }
+    }
+    if constexpr (kTogether > 1) AddNeighbors<kTogether - 1, kVectors>(d, in, vector, weights, apart, count, sums);
+}
+
+// Consecutive vectors of sums along a row. Whatever the vector, pixels of kFloats floats have the same order of their
+// neighbors: first those that are whole vectors of kLanes from the first one.
+template <std::size_t kFloats, std::size_t kLanes, std::size_t kVectors, class D>
+HWY_INLINE void SumVectorsAlong(D d, const float* in, const float* weights, std::size_t count, float* out) {
+    constexpr std::size_t kApart = kLanes / kFloats;
+    constexpr std::size_t kTogether = kVectors == 1 ? 1 : HWY_ARCH_X86_32 || kFloats == 1 ? 2 : 4;
+    hn::Vec<D> sums[kVectors];
+    for (auto& sum : sums) sum = hn::Zero(d);
+    for (std::size_t first = 0; first < std::min(kApart, count); ++first) {
+        AddNeighbors<kTogether, kVectors>(d, in + first * kFloats, kLanes, weights + first, kApart,
+                                          (count - first + kApart - 1) / kApart, sums);
+    }
+    for (std::size_t i = 0; i < kVectors; ++i) hn::StoreU(sums[i], d, out + i * hn::MaxLanes(d));
+}
+
+template <std::size_t kFloats>
+HWY_INLINE void SumRowAlong(const float* in, const float* weights, std::size_t count, float* out, std::size_t floats,
+                            RowsAhead* ahead) {
+    const PixelsTag d;
+    constexpr std::size_t kLanes = hn::MaxLanes(d), kVectors = HWY_ARCH_X86_32 ? 4 : 8;
+    std::size_t start = 0;
+    for (; start + kVectors * kLanes <= floats; start += kVectors * kLanes) {
+        if (ahead != nullptr) ahead->Prefetch(kVectors * kLanes / kFloatsPerLine);
+        SumVectorsAlong<kFloats, kLanes, kVectors>(d, in + start, weights, count, out + start);
+    }
+    for (; start + kLanes <= floats; start += kLanes) {
+        SumVectorsAlong<kFloats, kLanes, 1>(d, in + start, weights, count, out + start);
+    }
+    for (; start < floats; start += 4) {
+        SumVectorsAlong<kFloats, kLanes, 1>(PixelTag(), in + start, weights, count, out + start);
+    }
+}
+
+HWY_ATTR void SumAlong(const float* in, std::size_t apart, const float* weights, std::size_t count, float* out,
+                       std::size_t floats, RowsAhead* ahead) {
+    if (apart == 1) {
+        SumRowAlong<1>(in, weights, count, out, floats, ahead);
+    } else {
+        SumRowAlong<kFloatsPerPixel>(in, weights, count, out, floats, ahead);
     }
 }
 
@@ -222,16 +285,23 @@ HWY_AFTER_NAMESPACE();
 namespace core_image {
 
 HWY_EXPORT(SumRowsTogether);
+HWY_EXPORT(SumAlong);
 HWY_EXPORT(SumNeighborsOfRows);
 HWY_EXPORT(InterpolateRow);
 
-void SumRows(const float* const* rows, const float* weights, std::size_t rowCount, float* out, std::size_t floats) {
-    SumRowsTogether(rows, weights, rowCount, &out, 1, floats);
+void SumRows(const float* const* rows, const float* weights, std::size_t rowCount, float* out, std::size_t floats,
+             RowsAhead* ahead) {
+    SumRowsTogether(rows, weights, rowCount, &out, 1, floats, ahead);
 }
 
 void SumRowsTogether(const float* const* rows, const float* weights, std::size_t rowCount, float* const* outs,
-                     std::size_t outCount, std::size_t floats) {
-    HWY_DYNAMIC_DISPATCH(SumRowsTogether)(rows, weights, rowCount, outs, outCount, floats);
+                     std::size_t outCount, std::size_t floats, RowsAhead* ahead) {
+    HWY_DYNAMIC_DISPATCH(SumRowsTogether)(rows, weights, rowCount, outs, outCount, floats, ahead);
+}
+
+void SumAlong(const float* in, std::size_t apart, const float* weights, std::size_t count, float* out,
+              std::size_t floats, RowsAhead* ahead) {
+    HWY_DYNAMIC_DISPATCH(SumAlong)(in, apart, weights, count, out, floats, ahead);
 }
 
 void SumNeighborsOfRows(const float* in, std::ptrdiff_t inStride, std::size_t rows, const Neighbors& neighbors,

@@ -1,7 +1,7 @@
 // weighted_sums.h - sums of pixels with weights, vectorized for the processor: along columns and along rows.
 //
-// A pixel is four floats. Each result is summed in the order of its weights, whatever its position in a row, so that
-// results do not depend on the tiling.
+// A pixel is four floats. Each result is summed in the same order, whatever its position in a row, so that results do
+// not depend on the tiling.
 // Threads: any.
 
 #pragma once
@@ -9,14 +9,23 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "core/ahead.h"
+
 namespace core_image {
 
 // out[i] = sum over k of weights[k] * rows[k][i], for a count of floats that is a multiple of four.
-void SumRows(const float* const* rows, const float* weights, std::size_t rowCount, float* out, std::size_t floats);
+// Rows ahead are prefetched meanwhile.
+void SumRows(const float* const* rows, const float* weights, std::size_t rowCount, float* out, std::size_t floats,
+             RowsAhead* ahead = nullptr);
 
 // outs[n][i] = sum over k of weights[k] * rows[n + k][i]: results that share most of their rows.
 void SumRowsTogether(const float* const* rows, const float* weights, std::size_t rowCount, float* const* outs,
-                     std::size_t outCount, std::size_t floats);
+                     std::size_t outCount, std::size_t floats, RowsAhead* ahead = nullptr);
+
+// out[i] = sum over k of weights[k] * in[i + k * apart], for a count of floats that is a multiple of four. Neighbors
+// are 1 or 4 floats apart: numbers or pixels. Rows ahead are prefetched meanwhile.
+void SumAlong(const float* in, std::size_t apart, const float* weights, std::size_t count, float* out,
+              std::size_t floats, RowsAhead* ahead = nullptr);
 
 // Which neighbors make the pixels of a row, and with which weights.
 struct Neighbors {
