@@ -25,15 +25,28 @@ class DiscStage : public Stage {
   public:
     DiscStage(Prepared input, const Disc& disc) : input_(std::move(input)), disc_(disc) {}
 
+    // In bands, so that memory is read and written while sums are computed.
     void Render(const Tile& tile) const override {
+        constexpr std::int64_t kRowsOfBand = 8;
         const Window window(input_, tile.region.GrownBy(disc_.Reach()));
-        Planes blurred = MakePlanes(tile.region);
-        disc_.Blur(PlanesOf(window.GetView()), blurred);
-        const RunMemory memory(1);
-        ForEachRun(tile.region, [&](const Run& run) {
-            FromPlanes(blurred, run, memory.Run(0));
-            FromBlocks(memory.Run(0), run.count, tile.Part(run.GetRegion()).pixels);
-        });
+        const View& view = window.GetView();
+        Planes source = MakePlanes(view.region);
+        std::int64_t next = view.region.y;        // the row to convert next
+        std::int64_t opaqueFrom = view.region.y;  // from this row on all converted ones are opaque
+        for (std::int64_t y = tile.region.y; y < tile.region.Top(); y += kRowsOfBand) {
+            const Region band = tile.region.Intersection({tile.region.x, y, tile.region.width, kRowsOfBand});
+            for (; next < band.Top() + disc_.Reach(); ++next) {
+                RowToPlanes(view.Row(next), view.Width(), RowsOf(source, next));
+                if (!IsRowAll(source[kAlpha], next, 1)) opaqueFrom = next + 1;
+            }
+            RowsAhead ahead[kRowsOfBand];
+            for (std::int64_t i = 0; i < kRowsOfBand; ++i) ahead[i] = {{view, next + i}, {tile, band.Top() + i}};
+            Planes blurred = MakePlanes(band);
+            disc_.Blur(source, opaqueFrom <= y - disc_.Reach(), blurred, ahead);
+            for (std::int64_t row = y; row < band.Top(); ++row) {
+                RowFromPlanes(RowsOf(blurred, row), tile.Width(), tile.Row(row));
+            }
+        }
     }
 
   private:
@@ -83,31 +96,34 @@ Disc::Disc(double radius) {
         }
         rows_.push_back(std::move(each));
     }
-}
-
-void Disc::Blur(const Planes& source, Planes& out) const {
-    const Region& read = source[0].GetRegion();
-    const Region& region = out[0].GetRegion();
-    const auto firstColumn = static_cast<std::size_t>(region.x - Reach() - read.x);
-    const std::int64_t width = region.width + 2 * Reach();
-    Plane scratch({0, 0, width, 2});
-    const auto blur = [&](const float* middle, std::ptrdiff_t stride, float* to, std::int64_t pixels) {
-        SumDisc(rows_, middle, stride, scratch.Row(0), scratch.Row(1), to, static_cast<std::size_t>(pixels));
-    };
-    for (std::size_t channel = 0; channel < kFloatsPerPixel; ++channel) {
-        if (channel == kAlpha && AreAll(source[channel], 1)) break;
-        for (std::int64_t y = region.y; y < region.Top(); ++y) {
-            blur(source[channel].Row(y) + firstColumn, source[channel].Stride(), out[channel].Row(y), region.width);
-        }
-        if (channel == kAlpha) return;
-    }
-    // Of ones the mean is the same everywhere, and has the same bits as if it had been computed everywhere.
     Plane ones({0, 0, 2 * Reach() + 1, 1}), mean({0, 0, 1, 1});
     std::fill_n(ones.Row(0), ones.Width(), 1.0f);
-    blur(ones.Row(0), 0, mean.Row(0), 1);
-    for (std::int64_t y = region.y; y < region.Top(); ++y) {
-        std::fill_n(out[kAlpha].Row(y), region.width, mean.Row(0)[0]);
+    RowsAhead none;
+    BlurRow(ones.Row(0), /*stride=*/0, mean.Row(0), 1, none);
+    meanOfOnes_ = mean.Row(0)[0];
+}
+
+void Disc::Blur(const Planes& source, bool isOpaque, Planes& out, RowsAhead* ahead) const {
+    const Region& region = out[0].GetRegion();
+    const std::int64_t firstColumn = region.x - Reach() - source[0].GetRegion().x;
+    const std::size_t summed = isOpaque ? kAlpha : kFloatsPerPixel;
+    RowsAhead none;
+    for (std::size_t channel = 0; channel < summed; ++channel) {
+        const Plane& plane = source[channel];
+        for (std::int64_t y = region.y; y < region.Top(); ++y) {
+            RowsAhead& rows = ahead != nullptr ? ahead[y - region.y] : none;
+            rows.passes = summed;
+            BlurRow(plane.Row(y) + firstColumn, plane.Stride(), out[channel].Row(y), region.width, rows);
+        }
     }
+    for (std::int64_t y = region.y; y < region.Top() && isOpaque; ++y) {
+        std::fill_n(out[kAlpha].Row(y), region.width, meanOfOnes_);
+    }
+}
+
+void Disc::BlurRow(const float* middle, std::ptrdiff_t stride, float* out, std::int64_t count, RowsAhead& ahead) const {
+    Plane scratch({0, 0, count + 2 * Reach(), 2});
+    SumDisc(rows_, middle, stride, scratch.Row(0), scratch.Row(1), out, static_cast<std::size_t>(count), ahead);
 }
 
 ImageRef MakeDiscBlurImage(ImageRef input, double radius, double largestExact) {

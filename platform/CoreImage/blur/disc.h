@@ -4,6 +4,7 @@
 
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -20,11 +21,16 @@ class Disc {
     // How far from its center the disc has weights.
     std::int64_t Reach() const { return static_cast<std::int64_t>(rows_.size()) - 1; }
 
-    // Writes the means around the pixels of out. The source reaches as far beyond out as the disc, at least.
-    void Blur(const Planes& source, Planes& out) const;
+    // Writes the means around the pixels of out. The source reaches as far beyond out as the disc, at least. If it is
+    // opaque, alpha is not summed. While a row of out is written, the rows ahead of it are prefetched, if given.
+    void Blur(const Planes& source, bool isOpaque, Planes& out, RowsAhead* ahead = nullptr) const;
 
   private:
+    // A row of one channel. The center's row begins with the leftmost neighbor of the first pixel at middle.
+    void BlurRow(const float* middle, std::ptrdiff_t stride, float* out, std::int64_t count, RowsAhead& ahead) const;
+
     std::vector<DiscRows> rows_;  // for each distance from the center
+    float meanOfOnes_;            // computed as any other mean
 };
 
 }  // namespace core_image

@@ -4,6 +4,7 @@
 #include "blur/planes.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "sampling/weighted_sums.h"
 
@@ -22,7 +23,7 @@ HWY_ATTR void CopyBlock(const float* from, float* to) {
     for (std::size_t k = 0; k < kBlockPixels; k += hn::MaxLanes(d)) hn::StoreU(hn::LoadU(d, from + k), d, to + k);
 }
 
-HWY_ATTR void RowToPlanes(const float* blocks, float* const* rows, std::size_t count) {
+HWY_ATTR void BlocksToPlanes(const float* blocks, float* const* rows, std::size_t count) {
     for (std::size_t pixel = 0; pixel < count; pixel += kBlockPixels) {
         for (std::size_t channel = 0; channel < kFloatsPerPixel; ++channel, blocks += kBlockPixels) {
             CopyBlock(blocks, rows[channel] + pixel);
@@ -30,12 +31,44 @@ HWY_ATTR void RowToPlanes(const float* blocks, float* const* rows, std::size_t c
     }
 }
 
-HWY_ATTR void RowFromPlanes(const float* const* rows, float* blocks, std::size_t count) {
+HWY_ATTR void BlocksFromPlanes(const float* const* rows, float* blocks, std::size_t count) {
     for (std::size_t pixel = 0; pixel < count; pixel += kBlockPixels) {
         for (std::size_t channel = 0; channel < kFloatsPerPixel; ++channel, blocks += kBlockPixels) {
             CopyBlock(rows[channel] + pixel, blocks);
         }
     }
+}
+
+HWY_ATTR void RowToPlanes(const float* pixels, std::size_t count, float* const* rows) {
+    const WideTag d;
+    const auto convert = [&](const float* from, std::size_t pixel) HWY_ATTR {
+        Wide red, green, blue, alpha;
+        hn::LoadInterleaved4(d, from, red, green, blue, alpha);
+        hn::StoreU(red, d, rows[0] + pixel);
+        hn::StoreU(green, d, rows[1] + pixel);
+        hn::StoreU(blue, d, rows[2] + pixel);
+        hn::StoreU(alpha, d, rows[3] + pixel);
+    };
+    std::size_t pixel = 0;
+    for (; pixel + hn::MaxLanes(d) <= count; pixel += hn::MaxLanes(d)) convert(pixels + pixel * kFloatsPerPixel, pixel);
+    if (pixel == count) return;
+    HWY_ALIGN float last[hn::MaxLanes(d) * kFloatsPerPixel] = {};
+    std::memcpy(last, pixels + pixel * kFloatsPerPixel, (count - pixel) * kPixelBytes);
+    convert(last, pixel);
+}
+
+HWY_ATTR void RowFromPlanes(float* const* rows, std::size_t count, float* pixels) {
+    const WideTag d;
+    const auto convert = [&](std::size_t pixel, float* to) HWY_ATTR {
+        hn::StoreInterleaved4(hn::LoadU(d, rows[0] + pixel), hn::LoadU(d, rows[1] + pixel),
+                              hn::LoadU(d, rows[2] + pixel), hn::LoadU(d, rows[3] + pixel), d, to);
+    };
+    std::size_t pixel = 0;
+    for (; pixel + hn::MaxLanes(d) <= count; pixel += hn::MaxLanes(d)) convert(pixel, pixels + pixel * kFloatsPerPixel);
+    if (pixel == count) return;
+    HWY_ALIGN float last[hn::MaxLanes(d) * kFloatsPerPixel];
+    convert(pixel, last);
+    std::memcpy(pixels + pixel * kFloatsPerPixel, last, (count - pixel) * kPixelBytes);
 }
 
 HWY_ATTR bool IsRowAll(const float* row, float value, std::size_t count) {
@@ -55,6 +88,8 @@ HWY_AFTER_NAMESPACE();
 namespace core_image {
 namespace {
 
+HWY_EXPORT(BlocksToPlanes);
+HWY_EXPORT(BlocksFromPlanes);
 HWY_EXPORT(RowToPlanes);
 HWY_EXPORT(RowFromPlanes);
 HWY_EXPORT(IsRowAll);
@@ -80,12 +115,22 @@ Planes MakePlanes(const Region& region) { return {Plane(region), Plane(region), 
 
 Planes PlanesOf(const View& view) {
     Planes planes = MakePlanes(view.region);
-    const RunMemory memory(1);
-    ForEachRun(view.region, [&](const Run& run) {
-        ToBlocks(view.PixelAt(run.x, run.y), run.count, memory.Run(0));
-        ToPlanes(memory.Run(0), run, planes);
-    });
+    for (std::int64_t y = view.region.y; y < view.region.Top(); ++y) {
+        RowToPlanes(view.Row(y), view.Width(), RowsOf(planes, y));
+    }
     return planes;
+}
+
+PlaneRows RowsOf(Planes& planes, std::int64_t y) {
+    return {planes[0].Row(y), planes[1].Row(y), planes[2].Row(y), planes[3].Row(y)};
+}
+
+void RowToPlanes(const float* pixels, std::size_t count, const PlaneRows& rows) {
+    HWY_DYNAMIC_DISPATCH(RowToPlanes)(pixels, count, rows.data());
+}
+
+void RowFromPlanes(const PlaneRows& rows, std::size_t count, float* pixels) {
+    HWY_DYNAMIC_DISPATCH(RowFromPlanes)(rows.data(), count, pixels);
 }
 
 void ToPlanes(const float* blocks, const Run& run, Planes& planes) {
@@ -93,7 +138,7 @@ void ToPlanes(const float* blocks, const Run& run, Planes& planes) {
     float* rows[kFloatsPerPixel];
     for (std::size_t channel = 0; channel < kFloatsPerPixel; ++channel)
         rows[channel] = planes[channel].Row(run.y) + start;
-    HWY_DYNAMIC_DISPATCH(RowToPlanes)(blocks, rows, run.count);
+    HWY_DYNAMIC_DISPATCH(BlocksToPlanes)(blocks, rows, run.count);
 }
 
 void FromPlanes(const Planes& planes, const Run& run, float* blocks) {
@@ -101,15 +146,19 @@ void FromPlanes(const Planes& planes, const Run& run, float* blocks) {
     const float* rows[kFloatsPerPixel];
     for (std::size_t channel = 0; channel < kFloatsPerPixel; ++channel)
         rows[channel] = planes[channel].Row(run.y) + start;
-    HWY_DYNAMIC_DISPATCH(RowFromPlanes)(rows, blocks, run.count);
+    HWY_DYNAMIC_DISPATCH(BlocksFromPlanes)(rows, blocks, run.count);
 }
 
 bool AreAll(const Plane& plane, float value) {
     const Region& region = plane.GetRegion();
     for (std::int64_t y = region.y; y < region.Top(); ++y) {
-        if (!HWY_DYNAMIC_DISPATCH(IsRowAll)(plane.Row(y), value, plane.Width())) return false;
+        if (!IsRowAll(plane, y, value)) return false;
     }
     return true;
+}
+
+bool IsRowAll(const Plane& plane, std::int64_t y, float value) {
+    return HWY_DYNAMIC_DISPATCH(IsRowAll)(plane.Row(y), value, plane.Width());
 }
 
 void BlurPlane(const Plane& plane, const std::vector<float>& weights, Plane& out) {

@@ -45,12 +45,21 @@ inline constexpr std::size_t kAlpha = 3;
 Planes MakePlanes(const Region& region);
 Planes PlanesOf(const View& view);
 
+// A row of each of them.
+using PlaneRows = std::array<float*, kFloatsPerPixel>;
+PlaneRows RowsOf(Planes& planes, std::int64_t y);
+
+// Convert a row of pixels to planes, and planes to a row of pixels.
+void RowToPlanes(const float* pixels, std::size_t count, const PlaneRows& rows);
+void RowFromPlanes(const PlaneRows& rows, std::size_t count, float* pixels);
+
 // Converts a run in blocks to planes, and planes to a run in blocks. Padding pixels are converted, too.
 void ToPlanes(const float* blocks, const Run& run, Planes& planes);
 void FromPlanes(const Planes& planes, const Run& run, float* blocks);
 
-// Whether every number of a plane has a value.
+// Whether every number of a plane, or of a row of it, has a value.
 bool AreAll(const Plane& plane, float value);
+bool IsRowAll(const Plane& plane, std::int64_t y, float value);
 
 // Writes the sums of the neighbors of a plane's numbers along columns and rows, each weighted: a separable blur. The
 // plane reaches as far beyond out as the weights.

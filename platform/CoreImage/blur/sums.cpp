@@ -146,13 +146,15 @@ HWY_INLINE void AddColumns(const DiscRows& rows, const float* runs, const float*
 }
 
 HWY_ATTR void SumDisc(const std::vector<DiscRows>& disc, const float* middle, std::ptrdiff_t stride, float* runs,
-                      float* pair, float* out, std::size_t pixels) {
+                      float* pair, float* out, std::size_t pixels, RowsAhead& ahead) {
     const hn::ScalableTag<float> d;
     constexpr std::size_t kLanes = hn::MaxLanes(d);
     const std::size_t reach = disc.size() - 1, width = pixels + 2 * reach;
+    const std::size_t linesPerDistance = width * kFloatsPerPixel / kFloatsPerLine / disc.size() + 1;
     for (std::size_t i = 0; i < width; i += kLanes) hn::StoreU(hn::LoadU(d, middle + i), d, runs + i);
     for (std::size_t i = 0; i < pixels; i += kLanes) hn::StoreU(hn::Zero(d), d, out + i);
     for (std::size_t distance = 0; distance <= reach; ++distance) {
+        ahead.Prefetch(linesPerDistance);
         const std::ptrdiff_t rows = static_cast<std::ptrdiff_t>(distance) * stride;
         const float *const below = middle - rows, *const above = middle + rows;
         for (std::size_t i = 0; i < width && distance > 0; i += kLanes) {
@@ -203,8 +205,8 @@ void Combine(const float* in, double* sum, const float* before, float scale, flo
 }
 
 void SumDisc(const std::vector<DiscRows>& disc, const float* middle, std::ptrdiff_t stride, float* runs, float* pair,
-             float* out, std::size_t pixels) {
-    HWY_DYNAMIC_DISPATCH(SumDisc)(disc, middle, stride, runs, pair, out, pixels);
+             float* out, std::size_t pixels, RowsAhead& ahead) {
+    HWY_DYNAMIC_DISPATCH(SumDisc)(disc, middle, stride, runs, pair, out, pixels, ahead);
 }
 
 }  // namespace core_image

@@ -50,9 +50,10 @@ struct DiscRows {
 // which is in the row that begins with its leftmost neighbor at middle; stride leads from one row to the next. runs and
 // pair are scratch memory for as many numbers as are read of a row.
 //
-// A whole vector is read and written at the end of each row, so all rows have kBlockPixels more numbers.
+// A whole vector is read and written at the end of each row, so all rows have kBlockPixels more numbers. Rows ahead, of
+// pixels, are prefetched meanwhile.
 void SumDisc(const std::vector<DiscRows>& disc, const float* middle, std::ptrdiff_t stride, float* runs, float* pair,
-             float* out, std::size_t pixels);
+             float* out, std::size_t pixels, RowsAhead& ahead);
 
 // The remainder of a division that rounds down.
 inline std::int64_t FloorRemainder(std::int64_t number, std::int64_t divisor) {

@@ -211,7 +211,7 @@ class MiniatureStage : public Stage {
         }
         Planes blurred = MakePlanes(region);
         if (blur.disc) {
-            blur.disc->Blur(framed, blurred);
+            blur.disc->Blur(framed, AreAll(framed[kAlpha], 1), blurred);
         } else {
             // Sharpening changes only colors.
             for (std::size_t color = 0; color < kAlpha; ++color) BlurPlane(framed[color], blur.weights, blurred[color]);
