@@ -9,6 +9,7 @@
 #include "blur/disc.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <utility>
 #include <vector>
@@ -25,28 +26,18 @@ class DiscStage : public Stage {
   public:
     DiscStage(Prepared input, const Disc& disc) : input_(std::move(input)), disc_(disc) {}
 
-    // In bands, so that memory is read and written while sums are computed.
     void Render(const Tile& tile) const override {
-        constexpr std::int64_t kRowsOfBand = 8;
         const Window window(input_, tile.region.GrownBy(disc_.Reach()));
-        const View& view = window.GetView();
-        Planes source = MakePlanes(view.region);
-        std::int64_t next = view.region.y;        // the row to convert next
-        std::int64_t opaqueFrom = view.region.y;  // from this row on all converted ones are opaque
-        for (std::int64_t y = tile.region.y; y < tile.region.Top(); y += kRowsOfBand) {
-            const Region band = tile.region.Intersection({tile.region.x, y, tile.region.width, kRowsOfBand});
-            for (; next < band.Top() + disc_.Reach(); ++next) {
-                RowToPlanes(view.Row(next), view.Width(), RowsOf(source, next));
-                if (!IsRowAll(source[kAlpha], next, 1)) opaqueFrom = next + 1;
-            }
-            RowsAhead ahead[kRowsOfBand];
-            for (std::int64_t i = 0; i < kRowsOfBand; ++i) ahead[i] = {{view, next + i}, {tile, band.Top() + i}};
+        RisingPlanes source(window.GetView());
+        ForEachBand(tile.region, [&](const Region& band) {
+            source.MakeUpTo(band.Top() + disc_.Reach(), [](const PlaneRows&) {});
+            std::array<RowsAhead, kRowsOfBand> ahead = source.Ahead(band, tile);
             Planes blurred = MakePlanes(band);
-            disc_.Blur(source, opaqueFrom <= y - disc_.Reach(), blurred, ahead);
-            for (std::int64_t row = y; row < band.Top(); ++row) {
-                RowFromPlanes(RowsOf(blurred, row), tile.Width(), tile.Row(row));
+            disc_.Blur(source.Get(), source.AreOpaqueFrom(band.y - disc_.Reach()), blurred, ahead.data());
+            for (std::int64_t y = band.y; y < band.Top(); ++y) {
+                RowFromPlanes(RowsOf(blurred, y), tile.Width(), tile.Row(y));
             }
-        }
+        });
     }
 
   private:

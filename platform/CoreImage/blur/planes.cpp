@@ -161,7 +161,7 @@ bool IsRowAll(const Plane& plane, std::int64_t y, float value) {
     return HWY_DYNAMIC_DISPATCH(IsRowAll)(plane.Row(y), value, plane.Width());
 }
 
-void BlurPlane(const Plane& plane, const std::vector<float>& weights, Plane& out) {
+void BlurPlane(const Plane& plane, const std::vector<float>& weights, Plane& out, RowsAhead* ahead) {
     // Rows that are summed together, because they share most of what they read.
     constexpr std::int64_t kTogether = 16;
     const auto reach = static_cast<std::int64_t>(weights.size() / 2);
@@ -178,7 +178,8 @@ void BlurPlane(const Plane& plane, const std::vector<float>& weights, Plane& out
         SumRowsTogether(rows.data(), weights.data(), weights.size(), sums, static_cast<std::size_t>(count),
                         WholeBlocks(lines.Width()));
         for (std::int64_t i = 0; i < count; ++i) {
-            SumAlong(sums[i], 1, weights.data(), weights.size(), out.Row(y + i), WholeBlocks(out.Width()));
+            SumAlong(sums[i], 1, weights.data(), weights.size(), out.Row(y + i), WholeBlocks(out.Width()),
+                     ahead != nullptr ? &ahead[y + i - region.y] : nullptr);
         }
     }
 }

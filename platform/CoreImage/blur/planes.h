@@ -14,6 +14,7 @@
 #include <memory>
 #include <vector>
 
+#include "core/ahead.h"
 #include "core/run.h"
 #include "core/tile.h"
 
@@ -53,16 +54,66 @@ PlaneRows RowsOf(Planes& planes, std::int64_t y);
 void RowToPlanes(const float* pixels, std::size_t count, const PlaneRows& rows);
 void RowFromPlanes(const PlaneRows& rows, std::size_t count, float* pixels);
 
-// Converts a run in blocks to planes, and planes to a run in blocks. Padding pixels are converted, too.
-void ToPlanes(const float* blocks, const Run& run, Planes& planes);
-void FromPlanes(const Planes& planes, const Run& run, float* blocks);
-
 // Whether every number of a plane, or of a row of it, has a value.
 bool AreAll(const Plane& plane, float value);
 bool IsRowAll(const Plane& plane, std::int64_t y, float value);
 
+// Tiles are computed in bands of this many rows, with the rows that the next band reads and writes prefetched
+// meanwhile.
+inline constexpr std::int64_t kRowsOfBand = 16;
+
+// The planes of a view, made from its lowest row up, as bands need them.
+class RisingPlanes {
+  public:
+    explicit RisingPlanes(const View& view) : view_(view), planes_(MakePlanes(view.region)) {}
+
+    // Makes the rows below an end; calls a function with each of them.
+    template <typename Function>
+    void MakeUpTo(std::int64_t end, const Function& function) {
+        for (; next_ < end; ++next_) {
+            const PlaneRows rows = RowsOf(planes_, next_);
+            RowToPlanes(view_.Row(next_), view_.Width(), rows);
+            function(rows);
+            if (!IsRowAll(planes_[kAlpha], next_, 1)) opaqueFrom_ = next_ + 1;
+        }
+    }
+
+    const Planes& Get() const { return planes_; }
+    // Whether all rows made from this one on are opaque.
+    bool AreOpaqueFrom(std::int64_t y) const { return opaqueFrom_ <= y; }
+
+    // What follows the rows of a band that is written to a tile.
+    std::array<RowsAhead, kRowsOfBand> Ahead(const Region& band, const Tile& tile) const {
+        std::array<RowsAhead, kRowsOfBand> ahead;
+        for (std::int64_t i = 0; i < kRowsOfBand; ++i) {
+            ahead[static_cast<std::size_t>(i)] = {{view_, next_ + i}, {tile, band.Top() + i}};
+        }
+        return ahead;
+    }
+
+  private:
+    View view_;
+    Planes planes_;
+    std::int64_t next_ = view_.region.y;        // the row to make
+    std::int64_t opaqueFrom_ = view_.region.y;  // all rows made from this one on are opaque
+};
+
+// Calls a function with the bands of a region, from the lowest up.
+template <typename Function>
+void ForEachBand(const Region& region, const Function& function) {
+    for (std::int64_t y = region.y; y < region.Top(); y += kRowsOfBand) {
+        function(region.Intersection({region.x, y, region.width, kRowsOfBand}));
+    }
+}
+
+// Converts a run in blocks to planes, and planes to a run in blocks. Padding pixels are converted, too.
+void ToPlanes(const float* blocks, const Run& run, Planes& planes);
+void FromPlanes(const Planes& planes, const Run& run, float* blocks);
+
 // Writes the sums of the neighbors of a plane's numbers along columns and rows, each weighted: a separable blur. The
 // plane reaches as far beyond out as the weights.
-void BlurPlane(const Plane& plane, const std::vector<float>& weights, Plane& out);
+//
+// While a row of out is written, the rows ahead of it are prefetched, if given.
+void BlurPlane(const Plane& plane, const std::vector<float>& weights, Plane& out, RowsAhead* ahead = nullptr);
 
 }  // namespace core_image

@@ -60,6 +60,19 @@ HWY_ATTR void ClipRow(float* pixels, std::size_t count) {
     ForEachPixel(pixels, count, [](Colors& c) HWY_ATTR { Clip(c); });
 }
 
+HWY_ATTR void ClipPlanes(float* const* rows, std::size_t count) {
+    const WideTag d;
+    for (std::size_t i = 0; i < count; i += hn::MaxLanes(d)) {
+        Colors c = {hn::LoadU(d, rows[0] + i), hn::LoadU(d, rows[1] + i), hn::LoadU(d, rows[2] + i),
+                    hn::LoadU(d, rows[3] + i)};
+        Clip(c);
+        hn::StoreU(c.red, d, rows[0] + i);
+        hn::StoreU(c.green, d, rows[1] + i);
+        hn::StoreU(c.blue, d, rows[2] + i);
+        hn::StoreU(c.alpha, d, rows[3] + i);
+    }
+}
+
 // Sharpens and saturates pixels with the help of blurred ones.
 HWY_ATTR void InFocusRow(float* pixels, const float* const* others, float sharpening, float saturation,
                          std::size_t count) {
@@ -97,6 +110,7 @@ namespace {
 
 HWY_EXPORT(FocusRow);
 HWY_EXPORT(ClipRow);
+HWY_EXPORT(ClipPlanes);
 HWY_EXPORT(InFocusRow);
 HWY_EXPORT(BlendRow);
 
@@ -149,31 +163,18 @@ class MiniatureStage : public Stage {
         for (std::size_t layer = 0; layer < kLayerCount; ++layer) {
             if (isShown[layer]) reach = std::max(reach, blurs_[layer].Reach());
         }
-        const Planes sharp = FramedPlanes(tile.region.GrownBy(reach));
-        std::array<std::optional<Planes>, kLayerCount> layers;
-        for (std::size_t layer = 0; layer < kLayerCount; ++layer) {
-            if (isShown[layer]) layers[layer] = Blurred(layer, sharp, tile.region);
-        }
-
-        const RunMemory memory(2);
-        float *const pixels = memory.Run(0), *const others[] = {memory.Run(1)};
-        ForEachRun(tile.region, [&](const Run& run) {
-            const auto blend = [&](const Planes& layer, const Plane& share) {
-                FromPlanes(layer, run, others[0]);
-                HWY_DYNAMIC_DISPATCH(BlendRow)
-                (pixels, others, share.Row(run.y) + (run.x - tile.region.x), run.count);
-            };
-            if (isShown[kSoft]) {
-                FromPlanes(sharp, run, pixels);
-                FromPlanes(*layers[kSoft], run, others[0]);
-                HWY_DYNAMIC_DISPATCH(InFocusRow)
-                (pixels, others, miniature_.sharpening, miniature_.saturation, run.count);
-                if (isShown[kMiddle]) blend(*layers[kMiddle], shares.middle);
-            } else {
-                FromPlanes(*layers[isShown[kMiddle] ? kMiddle : kFar], run, pixels);
+        const Window window(framed_, tile.region.GrownBy(reach));
+        RisingPlanes sharp(window.GetView());
+        ForEachBand(tile.region, [&](const Region& band) {
+            sharp.MakeUpTo(band.Top() + reach, [&](const PlaneRows& rows) {
+                HWY_DYNAMIC_DISPATCH(ClipPlanes)(rows.data(), window.GetView().Width());
+            });
+            std::array<RowsAhead, kRowsOfBand> ahead = sharp.Ahead(band, tile);
+            std::array<std::optional<Planes>, kLayerCount> layers;
+            for (std::size_t layer = 0; layer < kLayerCount; ++layer) {
+                if (isShown[layer]) layers[layer] = Blurred(layer, sharp, band, ahead.data());
             }
-            if (isShown[kFar]) blend(*layers[kFar], shares.far);
-            FromBlocks(pixels, run.count, tile.Part(run.GetRegion()).pixels);
+            Blend(sharp.Get(), layers, shares, tile.Part(band));
         });
     }
 
@@ -191,19 +192,7 @@ class MiniatureStage : public Stage {
         Plane middle, far;
     };
 
-    Planes FramedPlanes(const Region& region) const {
-        const Window window(framed_, region);
-        Planes planes = MakePlanes(region);
-        const RunMemory memory(1);
-        ForEachRun(region, [&](const Run& run) {
-            ToBlocks(window.GetView().PixelAt(run.x, run.y), run.count, memory.Run(0));
-            HWY_DYNAMIC_DISPATCH(ClipRow)(memory.Run(0), run.count);
-            ToPlanes(memory.Run(0), run, planes);
-        });
-        return planes;
-    }
-
-    Planes Blurred(std::size_t layer, const Planes& framed, const Region& region) const {
+    Planes Blurred(std::size_t layer, const RisingPlanes& framed, const Region& region, RowsAhead* ahead) const {
         const LayerBlur& blur = blurs_[layer];
         if (blur.wide != nullptr) {
             const Window window(wide_[layer], region);
@@ -211,12 +200,39 @@ class MiniatureStage : public Stage {
         }
         Planes blurred = MakePlanes(region);
         if (blur.disc) {
-            blur.disc->Blur(framed, AreAll(framed[kAlpha], 1), blurred);
+            blur.disc->Blur(framed.Get(), framed.AreOpaqueFrom(region.y - blur.Reach()), blurred, ahead);
         } else {
             // Sharpening changes only colors.
-            for (std::size_t color = 0; color < kAlpha; ++color) BlurPlane(framed[color], blur.weights, blurred[color]);
+            for (std::size_t color = 0; color < kAlpha; ++color) {
+                BlurPlane(framed.Get()[color], blur.weights, blurred[color], ahead);
+            }
         }
         return blurred;
+    }
+
+    // Writes a tile. A layer that does not show in it has no planes.
+    void Blend(const Planes& sharp, const std::array<std::optional<Planes>, kLayerCount>& layers, const Shares& shares,
+               const Tile& tile) const {
+        const RunMemory memory(2);
+        float *const pixels = memory.Run(0), *const others[] = {memory.Run(1)};
+        ForEachRun(tile.region, [&](const Run& run) {
+            const auto blend = [&](const Planes& layer, const Plane& share) {
+                FromPlanes(layer, run, others[0]);
+                HWY_DYNAMIC_DISPATCH(BlendRow)
+                (pixels, others, share.Row(run.y) + (run.x - tile.region.x), run.count);
+            };
+            if (layers[kSoft]) {
+                FromPlanes(sharp, run, pixels);
+                FromPlanes(*layers[kSoft], run, others[0]);
+                HWY_DYNAMIC_DISPATCH(InFocusRow)
+                (pixels, others, miniature_.sharpening, miniature_.saturation, run.count);
+                if (layers[kMiddle]) blend(*layers[kMiddle], shares.middle);
+            } else {
+                FromPlanes(*layers[layers[kMiddle] ? kMiddle : kFar], run, pixels);
+            }
+            if (layers[kFar]) blend(*layers[kFar], shares.far);
+            FromBlocks(pixels, run.count, tile.Part(run.GetRegion()).pixels);
+        });
     }
 
     Prepared framed_;
