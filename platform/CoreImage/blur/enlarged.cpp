@@ -48,7 +48,7 @@ class EnlargedStage : public Stage {
             SumRows(rows, rowWeights_[static_cast<std::size_t>(Phase(y, step_))].data(), taps_, line.GetTile().pixels,
                     line.GetTile().Width() * kFloatsPerPixel);
             InterpolateRow(line.Row(0), columnWeights_.data(), taps_, rowWeights_.size(), columnPhase, tile.Row(y),
-                           tile.Width());
+                           tile.Width(), tile.floatsPerRow);
         }
     }
 

@@ -225,10 +225,11 @@ HWY_ATTR void SumNeighborsOfRows(const float* in, std::ptrdiff_t inStride, std::
 // begin a sample later.
 template <std::size_t kTaps, class D>
 HWY_INLINE void InterpolateVectors(D d, const float* in, const float* weights, std::size_t step, float* out,
-                                   std::size_t distance, std::size_t count) {
+                                   std::size_t distance, std::size_t count, std::ptrdiff_t outStride) {
     hn::Vec<D> loaded[kTaps];
     for (std::size_t k = 0; k < kTaps; ++k) loaded[k] = WeightsOfPixels(d, weights + k * step);
     for (; count > 0; --count, in += 4, out += distance * hn::MaxLanes(d)) {
+        hwy::Prefetch(out + outStride);
         auto even = hn::Mul(loaded[0], hn::LoadDup128(d, in));
         auto odd = hn::Mul(loaded[1], hn::LoadDup128(d, in + 4));
         for (std::size_t k = 2; k < kTaps; k += 2) {
@@ -242,11 +243,12 @@ HWY_INLINE void InterpolateVectors(D d, const float* in, const float* weights, s
 // A vector has no more pixels than the step.
 template <std::size_t kTaps, class D>
 HWY_INLINE void InterpolateRowIn(D d, const float* in, const float* weights, std::size_t step, std::size_t phase,
-                                 float* out, std::size_t pixels) {
+                                 float* out, std::size_t pixels, std::ptrdiff_t outStride) {
     constexpr std::size_t kPixels = hn::MaxLanes(d) / 4;
     const auto interpolateOne = [&](std::size_t i) HWY_ATTR {
         const std::size_t at = phase + i;
-        InterpolateVectors<kTaps>(PixelTag(), in + at / step * 4, weights + at % step, step, out + i * 4, 1, 1);
+        InterpolateVectors<kTaps>(PixelTag(), in + at / step * 4, weights + at % step, step, out + i * 4, 1, 1,
+                                  outStride);
     };
     std::size_t done = 0;
     for (; done < pixels && (phase + done) % kPixels != 0; ++done) interpolateOne(done);
@@ -254,27 +256,27 @@ HWY_INLINE void InterpolateRowIn(D d, const float* in, const float* weights, std
     for (std::size_t vector = 0; vector < std::min(vectors, perStep); ++vector) {
         const std::size_t i = done + vector * kPixels, at = phase + i;
         InterpolateVectors<kTaps>(d, in + at / step * 4, weights + at % step, step, out + i * 4, perStep,
-                                  (vectors - vector + perStep - 1) / perStep);
+                                  (vectors - vector + perStep - 1) / perStep, outStride);
     }
     for (done += vectors * kPixels; done < pixels; ++done) interpolateOne(done);
 }
 
 template <std::size_t kTaps>
 HWY_INLINE void InterpolateRowOf(const float* in, const float* weights, std::size_t step, std::size_t phase, float* out,
-                                 std::size_t pixels) {
+                                 std::size_t pixels, std::ptrdiff_t outStride) {
     if (step >= 4) {
-        InterpolateRowIn<kTaps>(hn::CappedTag<float, 16>(), in, weights, step, phase, out, pixels);
+        InterpolateRowIn<kTaps>(hn::CappedTag<float, 16>(), in, weights, step, phase, out, pixels, outStride);
     } else {
-        InterpolateRowIn<kTaps>(hn::CappedTag<float, 8>(), in, weights, step, phase, out, pixels);
+        InterpolateRowIn<kTaps>(hn::CappedTag<float, 8>(), in, weights, step, phase, out, pixels, outStride);
     }
 }
 
 HWY_ATTR void InterpolateRow(const float* in, const float* weights, std::size_t taps, std::size_t step,
-                             std::size_t phase, float* out, std::size_t pixels) {
+                             std::size_t phase, float* out, std::size_t pixels, std::ptrdiff_t outStride) {
     if (taps == kLinearTaps) {
-        InterpolateRowOf<kLinearTaps>(in, weights, step, phase, out, pixels);
+        InterpolateRowOf<kLinearTaps>(in, weights, step, phase, out, pixels, outStride);
     } else {
-        InterpolateRowOf<kGaussianTaps>(in, weights, step, phase, out, pixels);
+        InterpolateRowOf<kGaussianTaps>(in, weights, step, phase, out, pixels, outStride);
     }
 }
 
@@ -310,8 +312,8 @@ void SumNeighborsOfRows(const float* in, std::ptrdiff_t inStride, std::size_t ro
 }
 
 void InterpolateRow(const float* in, const float* weights, std::size_t taps, std::size_t step, std::size_t phase,
-                    float* out, std::size_t pixels) {
-    HWY_DYNAMIC_DISPATCH(InterpolateRow)(in, weights, taps, step, phase, out, pixels);
+                    float* out, std::size_t pixels, std::ptrdiff_t outStride) {
+    HWY_DYNAMIC_DISPATCH(InterpolateRow)(in, weights, taps, step, phase, out, pixels, outStride);
 }
 
 }  // namespace core_image

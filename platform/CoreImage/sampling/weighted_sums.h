@@ -48,8 +48,9 @@ void SumNeighborsOfRows(const float* in, std::ptrdiff_t inStride, std::size_t ro
 inline constexpr std::size_t kLinearTaps = 2, kGaussianTaps = 10;
 
 // out[i] = sum over k of weights[k * step + p] * in[first + k], in pixels, where first = (phase + i) / step and p =
-// (phase + i) % step. The step is a power of two, and kMostLanes unused weights follow the others.
+// (phase + i) % step. The step is a power of two, and kMostLanes unused weights follow the others. The row that begins
+// outStride floats after out is prefetched meanwhile.
 void InterpolateRow(const float* in, const float* weights, std::size_t taps, std::size_t step, std::size_t phase,
-                    float* out, std::size_t pixels);
+                    float* out, std::size_t pixels, std::ptrdiff_t outStride);
 
 }  // namespace core_image
