@@ -3,8 +3,6 @@
 // A narrow box sums a padded tile. A wide one would sum the same pixels for many tiles, so it is computed for the
 // whole region at once. A still wider one is a box over a reduced image.
 
-#include <tbb/parallel_for.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -14,6 +12,7 @@
 #include "blur/filters.h"
 #include "blur/reduced.h"
 #include "blur/sums.h"
+#include "core/parallel.h"
 #include "core/window.h"
 
 namespace core_image {
@@ -86,7 +85,8 @@ class WideBoxStage : public Stage {
         constexpr std::int64_t kStripHeight = 8;
         const Region& all = sums_.GetRegion();
         const Prepared prepared = Prepare(input, {all.x - reach_, all.y, all.width + 2 * reach_, all.height});
-        tbb::parallel_for<std::int64_t>(0, (all.height + kStripHeight - 1) / kStripHeight, [&](std::int64_t index) {
+        const std::int64_t strips = (all.height + kStripHeight - 1) / kStripHeight;
+        ForEachIndex(0, strips, all.width * all.height, [&](std::int64_t index) {
             const Tile strip =
                 sums_.GetTile().Part(all.Intersection({all.x, all.y + index * kStripHeight, all.width, kStripHeight}));
             Region seen = {all.x - reach_, strip.region.y, all.width + 2 * reach_, strip.region.height};
@@ -109,7 +109,8 @@ class WideBoxStage : public Stage {
         const std::int64_t stripWidth = std::max<std::int64_t>(16, kKept / width);
         const auto scale = static_cast<float>(1 / (static_cast<double>(width) * static_cast<double>(width)));
         const Region& all = sums_.GetRegion();
-        tbb::parallel_for<std::int64_t>(0, (all.width + stripWidth - 1) / stripWidth, [&](std::int64_t index) {
+        const std::int64_t strips = (all.width + stripWidth - 1) / stripWidth;
+        ForEachIndex(0, strips, all.width * all.height, [&](std::int64_t index) {
             const Region strip = all.Intersection({all.x + index * stripWidth, all.y, stripWidth, all.height});
             const Tile out = sums_.GetTile().Part(strip);
             SumAlongColumns<double>(

@@ -4,8 +4,6 @@
 
 #include "blur/wide_gaussian.h"
 
-#include <tbb/parallel_for.h>
-
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -15,6 +13,7 @@
 #include "blur/gaussian_weights.h"
 #include "blur/separable.h"
 #include "core/buffered.h"
+#include "core/parallel.h"
 #include "core/sampled_input.h"
 #include "core/window.h"
 #include "sampling/weighted_sums.h"
@@ -114,7 +113,8 @@ class ReducedRows {
         const std::int64_t stripHeight = std::clamp<std::int64_t>(kPixelsPerStrip / source.width, 4, 64);
         const std::int64_t end = made_;
         made_ = std::min(made_, std::max(first, source.y));
-        tbb::parallel_for<std::int64_t>(0, (end - made_ + stripHeight - 1) / stripHeight, [&](std::int64_t index) {
+        const std::int64_t strips = (end - made_ + stripHeight - 1) / stripHeight;
+        ForEachIndex(0, strips, (end - made_) * source.width, [&](std::int64_t index) {
             const std::int64_t top = end - index * stripHeight, bottom = std::max(top - stripHeight, made_);
             for (const Part& part : parts_) {
                 const Window strip(input_, Region{part.taps.x, bottom, part.taps.width, top - bottom});
@@ -183,7 +183,7 @@ PixelBlock Reduce(const ImageRef& input, const Region& samples, std::int64_t coa
     for (std::int64_t end = samples.Top(); end > samples.y; end -= band) {
         const std::int64_t begin = std::max(end - band, samples.y);
         rows.MakeDownTo(reading.FirstTap(begin));
-        tbb::parallel_for(begin, end, [&](std::int64_t y) {
+        ForEachIndex(begin, end, (end - begin) * samples.width, [&](std::int64_t y) {
             const std::int64_t first = reading.FirstTap(y);
             const std::int64_t from = std::max(first, source.y), to = std::min(reading.EndOfTaps(y), source.Top());
             std::vector<const float*> summed;
@@ -199,7 +199,8 @@ PixelBlock Reduce(const ImageRef& input, const Region& samples, std::int64_t coa
 // A Gaussian over coarse samples, which extend beyond the region by its reach.
 PixelBlock Blur(const PixelBlock& source, const std::vector<float>& weights, const Region& region) {
     PixelBlock blurred(region);
-    tbb::parallel_for<std::int64_t>(0, (region.height + kRowsOfBlur - 1) / kRowsOfBlur, [&](std::int64_t index) {
+    const std::int64_t strips = (region.height + kRowsOfBlur - 1) / kRowsOfBlur;
+    ForEachIndex(0, strips, region.width * region.height, [&](std::int64_t index) {
         const Region rows = region.Intersection({region.x, region.y + index * kRowsOfBlur, region.width, kRowsOfBlur});
         SumAround(source.GetView(), weights, blurred.GetTile().Part(rows));
     });
