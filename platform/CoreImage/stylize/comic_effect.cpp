@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "core/color_matching.h"
+#include "core/window.h"
 #include "stylize/filters.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -83,18 +84,17 @@ class ComicStage : public Stage {
     ComicStage(Prepared input, bool isLinear) : input_(std::move(input)), isLinear_(isLinear) {}
 
     void Render(const Tile& tile) const override {
-        const PixelBlock colors(tile.region.GrownBy(1));
-        const Region& around = colors.GetRegion();
-        input_.Render(colors.GetTile());
+        const Region around = tile.region.GrownBy(1);
+        const Window window(input_, around);
+        const PixelBlock colors(around);
         const std::size_t stride = static_cast<std::size_t>(around.width) + kBlockPixels;
         std::vector<float> brightness(stride * static_cast<std::size_t>(around.height));
         const auto row = [&](std::int64_t y) { return &brightness[stride * static_cast<std::size_t>(y - around.y)]; };
         const RunMemory memory(1);
         ForEachRun(around, [&](const Run& run) {
-            float* pixels = colors.GetTile().Part(run.GetRegion()).pixels;
-            ToBlocks(pixels, run.count, memory.Run(0));
+            ToBlocks(window.GetView().PixelAt(run.x, run.y), run.count, memory.Run(0));
             HWY_DYNAMIC_DISPATCH(EncodedRow)(memory.Run(0), isLinear_, row(run.y) + (run.x - around.x), run.count);
-            FromBlocks(memory.Run(0), run.count, pixels);
+            FromBlocks(memory.Run(0), run.count, colors.GetTile().Part(run.GetRegion()).pixels);
         });
         ForEachRun(tile.region, [&](const Run& run) {
             ToBlocks(colors.GetTile().Part(run.GetRegion()).pixels, run.count, memory.Run(0));
