@@ -148,7 +148,7 @@ HWY_INLINE void AddColumns(const DiscRows& rows, const float* runs, const float*
 HWY_ATTR void SumDisc(const std::vector<DiscRows>& disc, const float* middle, std::ptrdiff_t stride, float* runs,
                       float* pair, float* out, std::size_t pixels, RowsAhead& ahead) {
     const hn::ScalableTag<float> d;
-    constexpr std::size_t kLanes = hn::MaxLanes(d);
+    constexpr std::size_t kLanes = hn::MaxLanes(d), kTogether = HWY_ARCH_X86_32 ? 4 : 8;
     const std::size_t reach = disc.size() - 1, width = pixels + 2 * reach;
     const std::size_t linesPerDistance = width * kFloatsPerPixel / kFloatsPerLine / disc.size() + 1;
     for (std::size_t i = 0; i < width; i += kLanes) hn::StoreU(hn::LoadU(d, middle + i), d, runs + i);
@@ -165,8 +165,8 @@ HWY_ATTR void SumDisc(const std::vector<DiscRows>& disc, const float* middle, st
         // The middle row has no counterpart.
         const float* const rim = distance == 0 ? middle : pair;
         std::size_t i = 0;
-        for (; i + 4 * kLanes <= pixels; i += 4 * kLanes) {
-            AddColumns<4>(disc[distance], runs + reach + i, rim + reach + i, out + i);
+        for (; i + kTogether * kLanes <= pixels; i += kTogether * kLanes) {
+            AddColumns<kTogether>(disc[distance], runs + reach + i, rim + reach + i, out + i);
         }
         for (; i < pixels; i += kLanes) AddColumns<1>(disc[distance], runs + reach + i, rim + reach + i, out + i);
     }
