@@ -16,8 +16,6 @@
 
 namespace core_image {
 
-inline constexpr std::size_t kFloatsPerLine = 64 / sizeof(float);  // a cache line
-
 // A row of which each line is prefetched once.
 class RowAhead {
   public:

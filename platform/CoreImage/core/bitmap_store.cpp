@@ -74,8 +74,6 @@ HWY_EXPORT(ToBytes);
 HWY_EXPORT(ToWords);
 HWY_EXPORT(CopyLines);
 
-constexpr std::size_t kLine = 64;  // a cache line, in bytes
-
 void* PlaceIn(const BitmapDestination& destination, const Region& region, std::int64_t x, std::int64_t y) {
     const auto row = static_cast<std::ptrdiff_t>(region.Top() - 1 - y);
     const auto column = static_cast<std::ptrdiff_t>(x - region.x);
@@ -86,14 +84,14 @@ void* PlaceIn(const BitmapDestination& destination, const Region& region, std::i
 }  // namespace
 
 std::size_t PixelsToLine(const BitmapDestination& destination, const Region& region, std::int64_t x, std::int64_t y) {
-    const auto beyond = reinterpret_cast<std::uintptr_t>(PlaceIn(destination, region, x, y)) % kLine;
-    return (kLine - beyond) % kLine / SizeOfPixel(destination.format);
+    const auto beyond = reinterpret_cast<std::uintptr_t>(PlaceIn(destination, region, x, y)) % kLineBytes;
+    return (kLineBytes - beyond) % kLineBytes / SizeOfPixel(destination.format);
 }
 
 void Store(float* blocks, const Run& run, const Region& region, const BitmapDestination& destination, bool pastCache) {
     if (destination.transfer == Transfer::kSRGB) EncodeRun(blocks, run.count);
     auto* to = static_cast<std::uint8_t*>(PlaceIn(destination, region, run.x, run.y));
-    const bool byLines = pastCache && reinterpret_cast<std::uintptr_t>(to) % kLine == 0;
+    const bool byLines = pastCache && reinterpret_cast<std::uintptr_t>(to) % kLineBytes == 0;
     if (destination.format == PixelFormat::kBytes) {
         HWY_DYNAMIC_DISPATCH(ToBytes)(blocks, run.count);
     } else if (destination.format == PixelFormat::kWords) {
@@ -107,7 +105,7 @@ void Store(float* blocks, const Run& run, const Region& region, const BitmapDest
     const auto* from = reinterpret_cast<const std::uint8_t*>(blocks);
     std::size_t bytes = run.count * SizeOfPixel(destination.format);
     if (byLines) {
-        const std::size_t lines = bytes / kLine * kLine;
+        const std::size_t lines = bytes / kLineBytes * kLineBytes;
         HWY_DYNAMIC_DISPATCH(CopyLines)(from, lines, to);
         from += lines, to += lines, bytes -= lines;
     }

@@ -17,8 +17,6 @@ namespace core_image::HWY_NAMESPACE {
 
 constexpr std::size_t kBlockFloats = kBlockPixels * kFloatsPerPixel;
 
-constexpr std::size_t kLineFloats = 64 / sizeof(float);  // a cache line
-
 // Prefetches pixels two runs ahead. Why: nothing else reads memory while a run is processed, and the hardware
 // prefetcher stops at page ends. Prefetching beyond the last pixel is harmless.
 constexpr std::size_t kFloatsAhead = 2 * kRunFloats;
@@ -52,7 +50,7 @@ HWY_INLINE void PixelsOf(const float* block, float* pixels) {
 HWY_ATTR void ToBlocks(const float* pixels, std::size_t count, float* blocks) {
     const std::size_t rest = count % kBlockPixels * kFloatsPerPixel;
     for (; count >= kBlockPixels; count -= kBlockPixels, pixels += kBlockFloats, blocks += kBlockFloats) {
-        for (std::size_t line = 0; line < kBlockFloats; line += kLineFloats) {
+        for (std::size_t line = 0; line < kBlockFloats; line += kFloatsPerLine) {
             hwy::Prefetch(pixels + kFloatsAhead + line);
         }
         BlockOf(pixels, blocks);

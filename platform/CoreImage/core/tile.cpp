@@ -13,9 +13,6 @@
 namespace core_image {
 namespace {
 
-// A cache line, and the widest vector.
-constexpr std::size_t kLine = 64 / sizeof(float);
-
 // The distance from one row to the next. Throws MemoryShortage when the size overflows.
 //
 // Why an odd number of lines: otherwise the pixels of a column would compete for the same few cache sets.
@@ -23,9 +20,9 @@ std::size_t FloatsPerRow(const Region& region) {
     constexpr auto kMost = std::numeric_limits<std::size_t>::max() / 2 / sizeof(float);
     const auto width = static_cast<std::uint64_t>(region.width), height = static_cast<std::uint64_t>(region.height);
     const MemoryShortage shortage(width * height * kPixelBytes, 0);
-    if (width > kMost / kFloatsPerPixel - kLine) throw shortage;
-    const auto lines = (static_cast<std::size_t>(width) * kFloatsPerPixel + kLine - 1) / kLine;
-    const std::size_t floats = (height == 1 ? lines : lines | 1) * kLine;
+    if (width > kMost / kFloatsPerPixel - kFloatsPerLine) throw shortage;
+    const auto lines = (static_cast<std::size_t>(width) * kFloatsPerPixel + kFloatsPerLine - 1) / kFloatsPerLine;
+    const std::size_t floats = (height == 1 ? lines : lines | 1) * kFloatsPerLine;
     if (height != 0 && floats > kMost / height) throw shortage;
     return floats;
 }
@@ -48,13 +45,12 @@ void AskForHugePages(void* memory, std::size_t bytes) {
 // Why not malloc: it returns large blocks to the system, and the page faults of new ones take longer than the work
 // done in them. The address sanitizer, however, watches only malloc.
 void* AllocateKept(std::size_t bytes) {
-    constexpr std::size_t kAlignment = kLine * sizeof(float);
     // Whole lines, as aligned_alloc requires.
-    const std::size_t size = (std::max<std::size_t>(bytes, 1) + kAlignment - 1) / kAlignment * kAlignment;
+    const std::size_t size = (std::max<std::size_t>(bytes, 1) + kLineBytes - 1) / kLineBytes * kLineBytes;
 #if __has_feature(address_sanitizer)
-    void* memory = std::aligned_alloc(kAlignment, size);
+    void* memory = std::aligned_alloc(kLineBytes, size);
 #else
-    void* memory = scalable_aligned_malloc(size, kAlignment);
+    void* memory = scalable_aligned_malloc(size, kLineBytes);
 #endif
     if (memory == nullptr) throw MemoryShortage(size, 0);
     AskForHugePages(memory, size);

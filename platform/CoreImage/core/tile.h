@@ -18,6 +18,10 @@ namespace core_image {
 inline constexpr std::size_t kFloatsPerPixel = 4;
 inline constexpr std::size_t kPixelBytes = kFloatsPerPixel * sizeof(float);
 
+// A cache line, and the widest vector.
+inline constexpr std::size_t kLineBytes = 64;
+inline constexpr std::size_t kFloatsPerLine = kLineBytes / sizeof(float);
+
 // A rectangle of pixels to write or read.
 struct Tile {
     Region region;

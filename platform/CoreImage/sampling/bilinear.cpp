@@ -72,7 +72,7 @@ HWY_INLINE void Split(const double* places, std::size_t count, double least, dou
 //
 // Why: each row of a tile is on another memory page, and there the hardware does not prefetch.
 constexpr std::ptrdiff_t kRowsAhead = 3;
-constexpr std::size_t kPixelsPerLine = 4;
+constexpr std::size_t kPixelsPerLine = kFloatsPerLine / kFloatsPerPixel;
 
 HWY_INLINE void SampleCorners(const float* block, std::ptrdiff_t rowLength, const Corners& corners, std::size_t count,
                               std::ptrdiff_t outLength, float* out) {

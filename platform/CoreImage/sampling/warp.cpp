@@ -82,7 +82,6 @@ struct Recipe {
 // Why: each row of a tile is on another memory page, and there the hardware does not prefetch.
 void AskFor(const View& view, std::int64_t y) {
     if (y >= view.region.Top()) return;
-    constexpr std::size_t kFloatsPerLine = 16;
     for (std::size_t index = 0; index < view.Width() * kFloatsPerPixel; index += kFloatsPerLine) {
         hwy::Prefetch(view.Row(y) + index);
     }
