@@ -10,9 +10,11 @@ namespace core_image {
 // A set of weights reaches this many sigma; 1.6 millionths of the Gaussian lie beyond.
 inline constexpr double kGaussianReach = 4.8;
 
-// The weights at the whole distances -reach ... reach: 2 reach + 1 of them. Each covers half a pixel on both sides.
-std::int64_t GaussianReach(double sigma);
+// The weights at the whole distances -reach ... reach: 2 reach + 1 of them.
 std::vector<float> GaussianWeights(double sigma);
+
+// Their reach. The last weight stands for half a pixel beyond it, too.
+std::int64_t GaussianReach(double sigma);
 
 // The weights of the pixel centers around a point halfway between two of them. Their number is a multiple of four.
 std::vector<float> GaussianWeightsBetween(double sigma);

@@ -23,14 +23,6 @@ HWY_ATTR void CopyBlock(const float* from, float* to) {
     for (std::size_t k = 0; k < kBlockPixels; k += hn::MaxLanes(d)) hn::StoreU(hn::LoadU(d, from + k), d, to + k);
 }
 
-HWY_ATTR void BlocksToPlanes(const float* blocks, float* const* rows, std::size_t count) {
-    for (std::size_t pixel = 0; pixel < count; pixel += kBlockPixels) {
-        for (std::size_t channel = 0; channel < kFloatsPerPixel; ++channel, blocks += kBlockPixels) {
-            CopyBlock(blocks, rows[channel] + pixel);
-        }
-    }
-}
-
 HWY_ATTR void BlocksFromPlanes(const float* const* rows, float* blocks, std::size_t count) {
     for (std::size_t pixel = 0; pixel < count; pixel += kBlockPixels) {
         for (std::size_t channel = 0; channel < kFloatsPerPixel; ++channel, blocks += kBlockPixels) {
@@ -88,7 +80,6 @@ HWY_AFTER_NAMESPACE();
 namespace core_image {
 namespace {
 
-HWY_EXPORT(BlocksToPlanes);
 HWY_EXPORT(BlocksFromPlanes);
 HWY_EXPORT(RowToPlanes);
 HWY_EXPORT(RowFromPlanes);
@@ -131,14 +122,6 @@ void RowToPlanes(const float* pixels, std::size_t count, const PlaneRows& rows) 
 
 void RowFromPlanes(const PlaneRows& rows, std::size_t count, float* pixels) {
     HWY_DYNAMIC_DISPATCH(RowFromPlanes)(rows.data(), count, pixels);
-}
-
-void ToPlanes(const float* blocks, const Run& run, Planes& planes) {
-    const auto start = static_cast<std::size_t>(run.x - planes[0].GetRegion().x);
-    float* rows[kFloatsPerPixel];
-    for (std::size_t channel = 0; channel < kFloatsPerPixel; ++channel)
-        rows[channel] = planes[channel].Row(run.y) + start;
-    HWY_DYNAMIC_DISPATCH(BlocksToPlanes)(blocks, rows, run.count);
 }
 
 void FromPlanes(const Planes& planes, const Run& run, float* blocks) {

@@ -106,8 +106,7 @@ void ForEachBand(const Region& region, const Function& function) {
     }
 }
 
-// Converts a run in blocks to planes, and planes to a run in blocks. Padding pixels are converted, too.
-void ToPlanes(const float* blocks, const Run& run, Planes& planes);
+// Converts planes to a run in blocks. Padding pixels are converted, too.
 void FromPlanes(const Planes& planes, const Run& run, float* blocks);
 
 // Writes the sums of the neighbors of a plane's numbers along columns and rows, each weighted: a separable blur. The

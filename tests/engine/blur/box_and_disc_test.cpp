@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <functional>
 #include <string>
 #include <vector>
@@ -73,6 +74,35 @@ TEST(DiscBlurTest, AveragesADiscWithASoftRim) {
             return std::clamp(radius + 0.5 - distance, 0.0, 1.0);
         };
         ExpectWeightedMean(image, source, reach, weight, random);
+    }
+}
+
+// Opaque rows are told from others as the disc comes to them.
+TEST(DiscBlurTest, OneRowThatIsNotOpaqueShowsInAllThatItReaches) {
+    constexpr double kRadius = 5;
+    constexpr std::size_t kWidth = 30, kHeight = 90;
+    const auto weight = [](std::int64_t x, std::int64_t y) {
+        return std::clamp(kRadius + 0.5 - std::hypot(static_cast<double>(x), static_cast<double>(y)), 0.0, 1.0);
+    };
+    double rowSums[6] = {}, all = 0;  // of the weights at each distance from the center
+    for (std::int64_t y = 0; y <= 5; ++y) {
+        for (std::int64_t x = -5; x <= 5; ++x) rowSums[y] += weight(x, y);
+        all += y == 0 ? rowSums[y] : 2 * rowSums[y];
+    }
+    for (std::size_t glass = 20; glass < 60; ++glass) {
+        std::vector<float> floats(kWidth * kHeight * 4, 1.0f);
+        std::fill_n(floats.begin() + static_cast<std::ptrdiff_t>(glass * kWidth * 4), kWidth * 4, 0.5f);
+        const ImageRef image = Output("CIDiscBlur", ImageOf(kWidth, kHeight, floats), {{"inputRadius", {kRadius}}});
+        const Region inside = {10, 10, 10, 70};
+        const std::vector<float> pixels = Pixels(image, inside);
+        for (std::int64_t down = 0; down < inside.height; ++down) {
+            const auto distance = std::abs(down + 10 - static_cast<std::int64_t>(glass));
+            const double expected = distance <= 5 ? 1 - 0.5 * rowSums[distance] / all : 1;
+            for (std::size_t i = 0; i < 40; ++i) {
+                ASSERT_NEAR(pixels[static_cast<std::size_t>(down) * 40 + i], expected, 1e-6)
+                    << "row " << glass << ", " << distance << " from it";
+            }
+        }
     }
 }
 
