@@ -87,10 +87,11 @@ Disc::Disc(double radius) {
         }
         rows_.push_back(std::move(each));
     }
-    Plane ones({0, 0, 2 * Reach() + 1, 1}), mean({0, 0, 1, 1});
+    const std::int64_t width = 2 * Reach() + 1;
+    Plane ones({0, 0, width, 1}), scratch({0, 0, width, 2}), mean({0, 0, 1, 1});
     std::fill_n(ones.Row(0), ones.Width(), 1.0f);
     RowsAhead none;
-    BlurRow(ones.Row(0), /*stride=*/0, mean.Row(0), 1, none);
+    SumDisc(rows_, ones.Row(0), /*stride=*/0, scratch.Row(0), scratch.Row(1), mean.Row(0), 1, none);
     meanOfOnes_ = mean.Row(0)[0];
 }
 
@@ -98,23 +99,20 @@ void Disc::Blur(const Planes& source, bool isOpaque, Planes& out, RowsAhead* ahe
     const Region& region = out[0].GetRegion();
     const std::int64_t firstColumn = region.x - Reach() - source[0].GetRegion().x;
     const std::size_t summed = isOpaque ? kAlpha : kFloatsPerPixel;
+    Plane scratch({0, 0, region.width + 2 * Reach(), 2});
     RowsAhead none;
     for (std::size_t channel = 0; channel < summed; ++channel) {
         const Plane& plane = source[channel];
         for (std::int64_t y = region.y; y < region.Top(); ++y) {
             RowsAhead& rows = ahead != nullptr ? ahead[y - region.y] : none;
             rows.passes = summed;
-            BlurRow(plane.Row(y) + firstColumn, plane.Stride(), out[channel].Row(y), region.width, rows);
+            SumDisc(rows_, plane.Row(y) + firstColumn, plane.Stride(), scratch.Row(0), scratch.Row(1),
+                    out[channel].Row(y), out[channel].Width(), rows);
         }
     }
     for (std::int64_t y = region.y; y < region.Top() && isOpaque; ++y) {
         std::fill_n(out[kAlpha].Row(y), region.width, meanOfOnes_);
     }
-}
-
-void Disc::BlurRow(const float* middle, std::ptrdiff_t stride, float* out, std::int64_t count, RowsAhead& ahead) const {
-    Plane scratch({0, 0, count + 2 * Reach(), 2});
-    SumDisc(rows_, middle, stride, scratch.Row(0), scratch.Row(1), out, static_cast<std::size_t>(count), ahead);
 }
 
 ImageRef MakeDiscBlurImage(ImageRef input, double radius, double largestExact) {

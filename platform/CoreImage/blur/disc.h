@@ -4,7 +4,6 @@
 
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -26,9 +25,6 @@ class Disc {
     void Blur(const Planes& source, bool isOpaque, Planes& out, RowsAhead* ahead = nullptr) const;
 
   private:
-    // A row of one channel. The center's row begins with the leftmost neighbor of the first pixel at middle.
-    void BlurRow(const float* middle, std::ptrdiff_t stride, float* out, std::int64_t count, RowsAhead& ahead) const;
-
     std::vector<DiscRows> rows_;  // for each distance from the center
     float meanOfOnes_;            // computed as any other mean
 };

@@ -94,6 +94,7 @@ HWY_ATTR void CombineDoubles(const float* in, double* sum, const float* before, 
 
 HWY_ATTR void SumAlongRow(const float* in, std::size_t width, float scale, float* memory, float* out,
                           std::size_t pixels, RowsAhead ahead) {
+    // One for each doubling, and one for each sum that is added to those of lower powers.
     ahead.passes = std::bit_width(width) + std::popcount(width) - 2;
     const float* sums = in;  // each of this many pixels:
     std::size_t power = 1;

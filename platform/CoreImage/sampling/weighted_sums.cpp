@@ -55,15 +55,13 @@ HWY_INLINE void SumVectorsOfAll(D d, const float* const* rows, const float* weig
 // The columns come one after the other: what a few vectors of all rows have fits into the first cache.
 template <std::size_t kOuts>
 HWY_INLINE void SumColumns(const float* const* rows, const float* weights, std::size_t rowCount, float* const* outs,
-                           std::size_t outCount, std::size_t floats, RowsAhead* ahead) {
+                           std::size_t outCount, std::size_t floats) {
     const PixelsTag d;
     // With as many sums as this, and their products, no addition waits for the one before it.
     constexpr std::size_t kLanes = hn::MaxLanes(d), kSums = HWY_ARCH_X86_32 ? 4 : kLanes == 16 ? 16 : 8;
     constexpr std::size_t kMost = kSums / kOuts;
-    constexpr std::size_t kLines = (kMost * kLanes + kFloatsPerLine - 1) / kFloatsPerLine;
     std::size_t start = 0;
     for (; start + kMost * kLanes <= floats; start += kMost * kLanes) {
-        if (ahead != nullptr) ahead->Prefetch(kLines);
         SumVectorsOfAll<kOuts, kMost>(d, rows, weights, rowCount, start, outs, outCount);
     }
     for (; start + 2 * kLanes <= floats; start += 2 * kLanes) {
@@ -83,14 +81,14 @@ HWY_INLINE void SumColumns(const float* const* rows, const float* weights, std::
 }
 
 HWY_ATTR void SumRowsTogether(const float* const* rows, const float* weights, std::size_t rowCount, float* const* outs,
-                              std::size_t outCount, std::size_t floats, RowsAhead* ahead) {
+                              std::size_t outCount, std::size_t floats) {
     constexpr std::size_t kTogether = HWY_ARCH_X86_32 ? 2 : 4;
     if (outCount < kTogether) {
         for (std::size_t out = 0; out < outCount; ++out) {
-            SumColumns<1>(rows + out, weights, rowCount, outs + out, 1, floats, ahead);
+            SumColumns<1>(rows + out, weights, rowCount, outs + out, 1, floats);
         }
     } else {
-        SumColumns<kTogether>(rows, weights, rowCount, outs, outCount, floats, ahead);
+        SumColumns<kTogether>(rows, weights, rowCount, outs, outCount, floats);
     }
 }
 
@@ -291,14 +289,13 @@ HWY_EXPORT(SumAlong);
 HWY_EXPORT(SumNeighborsOfRows);
 HWY_EXPORT(InterpolateRow);
 
-void SumRows(const float* const* rows, const float* weights, std::size_t rowCount, float* out, std::size_t floats,
-             RowsAhead* ahead) {
-    SumRowsTogether(rows, weights, rowCount, &out, 1, floats, ahead);
+void SumRows(const float* const* rows, const float* weights, std::size_t rowCount, float* out, std::size_t floats) {
+    SumRowsTogether(rows, weights, rowCount, &out, 1, floats);
 }
 
 void SumRowsTogether(const float* const* rows, const float* weights, std::size_t rowCount, float* const* outs,
-                     std::size_t outCount, std::size_t floats, RowsAhead* ahead) {
-    HWY_DYNAMIC_DISPATCH(SumRowsTogether)(rows, weights, rowCount, outs, outCount, floats, ahead);
+                     std::size_t outCount, std::size_t floats) {
+    HWY_DYNAMIC_DISPATCH(SumRowsTogether)(rows, weights, rowCount, outs, outCount, floats);
 }
 
 void SumAlong(const float* in, std::size_t apart, const float* weights, std::size_t count, float* out,

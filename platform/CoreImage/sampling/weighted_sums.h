@@ -14,13 +14,11 @@
 namespace core_image {
 
 // out[i] = sum over k of weights[k] * rows[k][i], for a count of floats that is a multiple of four.
-// Rows ahead are prefetched meanwhile.
-void SumRows(const float* const* rows, const float* weights, std::size_t rowCount, float* out, std::size_t floats,
-             RowsAhead* ahead = nullptr);
+void SumRows(const float* const* rows, const float* weights, std::size_t rowCount, float* out, std::size_t floats);
 
 // outs[n][i] = sum over k of weights[k] * rows[n + k][i]: results that share most of their rows.
 void SumRowsTogether(const float* const* rows, const float* weights, std::size_t rowCount, float* const* outs,
-                     std::size_t outCount, std::size_t floats, RowsAhead* ahead = nullptr);
+                     std::size_t outCount, std::size_t floats);
 
 // out[i] = sum over k of weights[k] * in[i + k * apart], for a count of floats that is a multiple of four. Neighbors
 // are 1 or 4 floats apart: numbers or pixels. Rows ahead are prefetched meanwhile.
