@@ -4,23 +4,36 @@
 // of columns: a run of ones in the middle and a few softer pixels at both ends. Going outward row by row, the sums
 // of all runs of one length are those of the runs one row shorter at each end plus two rows, for all columns at
 // once. Mirrored pixels have the same weight.
-// A very large disc is computed on a reduced image. Most pictures are opaque: then alpha is not summed.
+// A large disc is computed by Fourier transforms, a very large one on a reduced image. Most pictures are opaque: then
+// alpha is not summed.
 
 #include "blur/disc.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <memory>
+#include <mutex>
 #include <utility>
 #include <vector>
 
 #include "blur/blur.h"
 #include "blur/filters.h"
+#include "blur/fourier.h"
+#include "blur/grid.h"
 #include "blur/reduced.h"
+#include "core/buffered.h"
 #include "core/window.h"
 
 namespace core_image {
 namespace {
+
+// From this radius on, transforms take less time than sums.
+constexpr double kLeastWide = 32;
+
+// An image that was reduced more than this is small, and so are the parts of it that are asked for: sums make only
+// these, transforms whole squares.
+constexpr double kMostReducedOfWide = 4;
 
 class DiscStage : public Stage {
   public:
@@ -63,13 +76,72 @@ class DiscImage : public Image {
     Disc disc_;
 };
 
+class WideDiscImage : public Image {
+  public:
+    WideDiscImage(ImageRef input, const Extent& extent, double radius)
+        : Image(extent, input->GetDepth()),
+          input_(std::move(input)),
+          radius_(radius),
+          disc_(radius),
+          width_(SizeFor(extent.right - extent.left, 1024)),
+          height_(SizeFor(extent.top - extent.bottom, disc_.Reach() <= 48 ? 256 : 512)),
+          grid_{Clip(kCountable, extent), width_ - 2 * disc_.Reach(), height_ - 2 * disc_.Reach()} {}
+
+    void AddNeeds(const Region& region, Needs& needs) const override { needs.AddAtOnce(input_, SeenFrom(region)); }
+
+    std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
+        const Prepared input = Prepare(input_, SeenFrom(region));
+        return MakeGridStage(this, grid_, region, [this, input](const Region& cell, const Tile& part) {
+            if (Mean().Blur(input, cell.x, cell.y, part)) return;
+            const DiscStage stage(input, disc_);
+            RenderByTiles(part, [&](const Tile& tile) { stage.Render(tile); });
+        });
+    }
+
+  private:
+    // The width or height of the blocks that are transformed: as small as the image allows. The largest takes the least
+    // time for the radii that matter; higher ones would need more memory where a file is written row by row.
+    std::int64_t SizeFor(double whole, std::int64_t largest) const {
+        std::int64_t size = 128;
+        while (size < largest && static_cast<double>(size - 2 * disc_.Reach()) < whole) size *= 2;
+        return size;
+    }
+
+    Region SeenFrom(const Region& region) const { return grid_.Around(region).GrownBy(disc_.Reach()); }
+
+    const FourierMean& Mean() const {
+        std::call_once(once_, [this] {
+            mean_ = std::make_unique<const FourierMean>(
+                width_, height_, disc_.Reach(),
+                [this](std::int64_t x, std::int64_t y) { return DiscWeight(radius_, x, y); });
+        });
+        return *mean_;
+    }
+
+    ImageRef input_;
+    double radius_;
+    Disc disc_;
+    std::int64_t width_, height_;
+    Grid grid_;
+    mutable std::once_flag once_;
+    mutable std::unique_ptr<const FourierMean> mean_;  // made when it is needed first
+};
+
+ImageRef MakeExactDisc(ImageRef input, double radius, bool isWide) {
+    const Extent extent = input->GetExtent().GrownBy(std::ceil(radius) + 2);
+    if (isWide) return std::make_shared<WideDiscImage>(std::move(input), extent, radius);
+    return std::make_shared<DiscImage>(std::move(input), extent, radius);
+}
+
 }  // namespace
+
+double DiscWeight(double radius, std::int64_t x, std::int64_t y) {
+    return std::clamp(radius + 0.5 - std::hypot(static_cast<double>(x), static_cast<double>(y)), 0.0, 1.0);
+}
 
 Disc::Disc(double radius) {
     const auto reach = static_cast<std::int64_t>(std::ceil(radius));
-    const auto weight = [&](std::int64_t x, std::int64_t y) {
-        return std::clamp(radius + 0.5 - std::hypot(static_cast<double>(x), static_cast<double>(y)), 0.0, 1.0);
-    };
+    const auto weight = [&](std::int64_t x, std::int64_t y) { return DiscWeight(radius, x, y); };
     double sum = 0;
     for (std::int64_t y = -reach; y <= reach; ++y) {
         for (std::int64_t x = -reach; x <= reach; ++x) sum += weight(x, y);
@@ -118,14 +190,12 @@ void Disc::Blur(const Planes& source, bool isOpaque, Planes& out, RowsAhead* ahe
 ImageRef MakeDiscBlurImage(ImageRef input, double radius, double largestExact) {
     if (!(radius > 0) || input->GetExtent().IsEmpty()) return input;
     radius = std::min(radius, kWidestBlur / 2);
+    if (radius <= largestExact) return MakeExactDisc(std::move(input), radius, /*isWide=*/radius >= kLeastWide);
     const Extent extent = input->GetExtent().GrownBy(std::ceil(radius) + 2);
-    if (radius > largestExact) {
-        const Reduction reduction = ReductionFor(radius / largestExact);
-        ImageRef blurred =
-            MakeDiscBlurImage(Reduced(std::move(input), reduction), radius / reduction.Factor(), largestExact);
-        return Enlarged(std::move(blurred), reduction, extent);
-    }
-    return std::make_shared<DiscImage>(std::move(input), extent, radius);
+    const Reduction reduction = ReductionFor(radius / largestExact);
+    radius /= reduction.Factor();
+    const bool isWide = radius >= kLeastWide && reduction.Factor() <= kMostReducedOfWide;
+    return Enlarged(MakeExactDisc(Reduced(std::move(input), reduction), radius, isWide), reduction, extent);
 }
 
 ImageRef DiscBlur(const Inputs& inputs) {

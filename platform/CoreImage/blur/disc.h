@@ -12,6 +12,9 @@
 
 namespace core_image {
 
+// The weight of a pixel of a disc, before all of them are divided by their sum.
+double DiscWeight(double radius, std::int64_t x, std::int64_t y);
+
 // A disc, its weights summing to one. One of radius 0 is a single pixel.
 class Disc {
   public:

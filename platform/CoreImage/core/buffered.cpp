@@ -65,14 +65,19 @@ PixelBlock RenderBlock(const ImageRef& image, const Region& region) {
 
 PixelBlock RenderBlock(const Prepared& prepared, const Region& region) {
     PixelBlock pixels(region);
+    RenderByTiles(pixels.GetTile(), [&](const Tile& tile) { prepared.Render(tile); });
+    return pixels;
+}
+
+void RenderByTiles(const Tile& all, const std::function<void(const Tile& tile)>& render) {
+    const Region& region = all.region;
     const std::int64_t columns = (region.width + kTileWidth - 1) / kTileWidth;
     const std::int64_t rows = (region.height + kTileHeight - 1) / kTileHeight;
     tbb::parallel_for<std::int64_t>(0, columns * rows, [&](std::int64_t index) {
         const Region tile = {region.x + index % columns * kTileWidth, region.y + index / columns * kTileHeight,
                              kTileWidth, kTileHeight};
-        prepared.Render(pixels.GetTile().Part(region.Intersection(tile)));
+        render(all.Part(region.Intersection(tile)));
     });
-    return pixels;
 }
 
 ImageRef MakeBufferedImage(ImageRef input) { return std::make_shared<BufferedImage>(std::move(input)); }

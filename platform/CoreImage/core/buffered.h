@@ -2,6 +2,8 @@
 
 #pragma once
 
+#include <functional>
+
 #include "core/image.h"
 
 namespace core_image {
@@ -19,6 +21,9 @@ inline constexpr double kMostHeld = 1 << 26;
 // The size of the tiles that are rendered at once: with their padding they fit into a core's own cache.
 inline constexpr std::int64_t kTileWidth = 256;
 inline constexpr std::int64_t kTileHeight = 64;
+
+// Calls a function with the tiles that make up a large one, on all cores.
+void RenderByTiles(const Tile& all, const std::function<void(const Tile& tile)>& render);
 
 // A region of an image, rendered on all cores; transparent outside the image.
 PixelBlock RenderBlock(const ImageRef& image, const Region& region);

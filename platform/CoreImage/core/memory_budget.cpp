@@ -76,6 +76,10 @@ BudgetScope::BudgetScope(MemoryBudget& budget) : before_(std::exchange(currentBu
 
 BudgetScope::~BudgetScope() { currentBudget = before_; }
 
+bool BudgetScope::IsHalfFree() {
+    return currentBudget == nullptr || currentBudget->Used() <= currentBudget->Limit() / 2;
+}
+
 BudgetShare::BudgetShare(std::uint64_t bytes) {
     if (currentBudget == nullptr || bytes < kSmallestCounted) return;
     currentBudget->Take(bytes);

@@ -72,6 +72,10 @@ class BudgetScope {
     ~BudgetScope();
     BudgetScope(const BudgetScope&) = delete;
 
+    // Whether half of the budget of this thread's scope is free, for what is held only to save time. True outside of
+    // scopes.
+    static bool IsHalfFree();
+
   private:
     MemoryBudget* before_;
 };

@@ -141,6 +141,7 @@ void Render(const ImageRef& image, const Region& region, const BitmapDestination
         }
     };
     divide(region);
+    bool isTriedAgain = false;
     while (!blocks.empty()) {
         const Region block = blocks.back();
         blocks.pop_back();
@@ -150,9 +151,13 @@ void Render(const ImageRef& image, const Region& region, const BitmapDestination
         }
         try {
             RenderWhole(image, region, block, destination, cut);
+            isTriedAgain = false;
         } catch (const MemoryShortage&) {
-            if (edge <= kSmallestBlockEdge) throw;
-            edge = (edge + 1) / 2;
+            // The smallest blocks are tried again once, without what earlier ones have kept.
+            if (isTriedAgain) throw;
+            isTriedAgain = edge <= kSmallestBlockEdge;
+            if (!isTriedAgain) edge = (edge + 1) / 2;
+            RenderSession::Current()->FreeMemory();
             blocks.push_back(block);
         }
     }

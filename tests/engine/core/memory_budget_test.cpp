@@ -12,7 +12,9 @@
 #include <vector>
 
 #include "blur/blur.h"
+#include "core/buffered.h"
 #include "core/cropped.h"
+#include "core/render_session.h"
 #include "core/renderer.h"
 #include "engine/engine.h"
 #include "engine/failure.h"
@@ -123,6 +125,36 @@ void ExpectEnough(const ImageRef& image, std::uint64_t bytes = 0) {
     const auto count = std::make_shared<Count>();
     EXPECT_NO_THROW(Render(Counted(image, count), kPhoto, result.destination, {}, budget));
     EXPECT_EQ(count->stages, 1);
+}
+
+// Each stage needs a block, and keeps another one for the stages that follow.
+class KeepingImage : public Image {
+  public:
+    explicit KeepingImage(ImageRef input) : Image(input->GetExtent(), input->GetDepth()), input_(std::move(input)) {}
+
+    std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
+        constexpr Region kMegabytes = {0, 0, 1000, 375};  // six
+        { const PixelBlock needed(kMegabytes); }
+        RenderSession::Current()->KeptForNow(this, region) = std::make_shared<PixelBlock>(kMegabytes);
+        return MakeHeldStage(Prepare(input_, region), region);
+    }
+
+  private:
+    ImageRef input_;
+};
+
+TEST(MemoryBudgetTest, WhatIsKeptForNowIsFreedBeforeARenderingFails) {
+    const auto image = std::make_shared<KeepingImage>(RandomImage(800, 600));
+    MemoryBudget enough(7 * kMegabyte), tooLittle(5 * kMegabyte);
+    RenderSession session;
+    Floats result;
+    for (const std::int64_t y : {200, 100, 0}) {
+        EXPECT_NO_THROW(Render(image, {0, y, 200, 100}, result.destination, {}, enough, &session)) << y;
+    }
+    EXPECT_GT(enough.Used(), 5 * kMegabyte) << "what the last stage keeps";
+    session.FreeMemory();
+    EXPECT_EQ(enough.Used(), 0u);
+    EXPECT_THROW(Render(image, {0, 0, 200, 100}, result.destination, {}, tooLittle, &session), MemoryShortage);
 }
 
 TEST(MemoryBudgetTest, PictureBelowGlassIsNotCopied) {
