@@ -208,6 +208,9 @@ class Image {
     // The image whose pixels this one shows inside its own extent; null for an image with pixels of its own.
     virtual const Image* Shown() const { return nullptr; }
 
+    // Whether a stage holds all pixels of its region in memory. Such an image is rendered in low blocks.
+    virtual bool IsHeld() const { return false; }
+
     // Whether there is nothing to plan: for a source, and for a few functions of the pixels of a source.
     virtual bool IsPlain() const { return depth_.levels == 1; }
 

@@ -1,8 +1,8 @@
 // renderer.h - renders an image by tiles, on all cores.
 //
 // The region is cut into blocks. An image is prepared for one block after the other, which bounds the memory that
-// prepared stages hold; where a picture is shrunk, blocks are low. The tiles of a block are rendered and stored in
-// parallel; a bitmap of linear floats is rendered into directly.
+// prepared stages hold; blocks are low where a picture is shrunk, and where an image holds its pixels. The tiles of a
+// block are rendered and stored in parallel; a bitmap of linear floats is rendered into directly.
 // Images that several others use, and images that tiles would render again and again, are held for the block
 // (plan.cpp). A block that exceeds the memory budget is rendered as four smaller ones.
 // The result depends neither on these sizes nor on the budget nor on the number of threads.

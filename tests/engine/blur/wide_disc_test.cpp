@@ -207,6 +207,14 @@ TEST(WideDiscTest, StripsOfARenderingShareTheirCells) {
     EXPECT_EQ(blurs(100), blurs(kPicture.height));
 }
 
+// A block of 4096 rows would hold all of a large picture.
+TEST(WideDiscTest, LargePicturesAreRenderedInLowBlocks) {
+    const auto count = std::make_shared<Count>();
+    const ImageRef blurred = MakeDiscBlurImage(Counted(MakeConstantImage({1, 1, 1, 1}), count), 40);
+    (void)Pixels(MakeCroppedImage(blurred, {0, 0, 4096, 1100}), {0, 0, 4096, 1100});
+    EXPECT_EQ(count->stages, 3) << "for each block of 512 rows";
+}
+
 // Renders cells with their lower left corner as color, and notes them, in any order.
 struct Cells {
     Grid grid;
