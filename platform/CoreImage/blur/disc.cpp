@@ -101,8 +101,8 @@ class WideDiscImage : public Image {
     }
 
   private:
-    // The width or height of the blocks that are transformed: as small as the image allows. The largest takes the least
-    // time for the radii that matter; higher ones would need more memory where a file is written row by row.
+    // The width or height of the blocks that are transformed: as small as the image allows. Higher blocks would save
+    // time, but a file is written a few rows at a time, and needs the cells around them in memory.
     std::int64_t SizeFor(double whole, std::int64_t largest) const {
         std::int64_t size = 128;
         while (size < largest && static_cast<double>(size - 2 * disc_.Reach()) < whole) size *= 2;

@@ -59,41 +59,41 @@ HWY_INLINE void ForEachOfRow(const Function& function) {
     for (std::size_t i = 0; i < kFourierColumns; i += hn::MaxLanes(WideTag())) function(i);
 }
 
-// Makes the four transforms of a quarter of the rows from which that of all rows is made.
-HWY_INLINE void Divide(float* strip, std::size_t rows, const Turns* turns) {
+// Calls a function with the places of four numbers, one in each quarter of the rows, and with their turns.
+template <class Function>
+HWY_INLINE void ForEachFour(float* strip, std::size_t rows, const Turns* turns, const Function& function) {
     const std::size_t quarter = rows / 4 * kFourierRowFloats;
     for (std::size_t row = 0; row < rows / 4; ++row) {
-        const Turns::Turn* const turn = turns[row].turns;
-        ForEachOfRow([=](std::size_t i) HWY_ATTR {
-            float *const p0 = strip + row * kFourierRowFloats + i, *const p1 = p0 + quarter, *const p2 = p1 + quarter,
-                         *const p3 = p2 + quarter;
-            const Complex a = Complex::At(p0), b = Complex::At(p1), c = Complex::At(p2), d = Complex::At(p3);
-            const Complex even = a + c, evenRest = a - c, odd = b + d, oddRest = TimesI(b - d);
-            (even + odd).Store(p0);
-            Turned(evenRest - oddRest, turn[0]).Store(p1);
-            Turned(even - odd, turn[1]).Store(p2);
-            Turned(evenRest + oddRest, turn[2]).Store(p3);
+        ForEachOfRow([&](std::size_t i) HWY_ATTR {
+            float* const first = strip + row * kFourierRowFloats + i;
+            function(first, first + quarter, first + 2 * quarter, first + 3 * quarter, turns[row].turns);
         });
     }
 }
 
+// Makes the four transforms of a quarter of the rows from which that of all rows is made.
+HWY_INLINE void Divide(float* strip, std::size_t rows, const Turns* turns) {
+    ForEachFour(strip, rows, turns, [](float* p0, float* p1, float* p2, float* p3, const Turns::Turn* turn) HWY_ATTR {
+        const Complex a = Complex::At(p0), b = Complex::At(p1), c = Complex::At(p2), d = Complex::At(p3);
+        const Complex even = a + c, evenRest = a - c, odd = b + d, oddRest = TimesI(b - d);
+        (even + odd).Store(p0);
+        Turned(evenRest - oddRest, turn[0]).Store(p1);
+        Turned(even - odd, turn[1]).Store(p2);
+        Turned(evenRest + oddRest, turn[2]).Store(p3);
+    });
+}
+
 // The way back.
 HWY_INLINE void Unite(float* strip, std::size_t rows, const Turns* turns) {
-    const std::size_t quarter = rows / 4 * kFourierRowFloats;
-    for (std::size_t row = 0; row < rows / 4; ++row) {
-        const Turns::Turn* const turn = turns[row].turns;
-        ForEachOfRow([=](std::size_t i) HWY_ATTR {
-            float *const p0 = strip + row * kFourierRowFloats + i, *const p1 = p0 + quarter, *const p2 = p1 + quarter,
-                         *const p3 = p2 + quarter;
-            const Complex a = Complex::At(p0), b = TurnedBack(Complex::At(p1), turn[0]),
-                          c = TurnedBack(Complex::At(p2), turn[1]), d = TurnedBack(Complex::At(p3), turn[2]);
-            const Complex even = a + c, evenRest = a - c, odd = b + d, oddRest = TimesI(b - d);
-            (even + odd).Store(p0);
-            (evenRest + oddRest).Store(p1);
-            (even - odd).Store(p2);
-            (evenRest - oddRest).Store(p3);
-        });
-    }
+    ForEachFour(strip, rows, turns, [](float* p0, float* p1, float* p2, float* p3, const Turns::Turn* turn) HWY_ATTR {
+        const Complex a = Complex::At(p0), b = TurnedBack(Complex::At(p1), turn[0]),
+                      c = TurnedBack(Complex::At(p2), turn[1]), d = TurnedBack(Complex::At(p3), turn[2]);
+        const Complex even = a + c, evenRest = a - c, odd = b + d, oddRest = TimesI(b - d);
+        (even + odd).Store(p0);
+        (evenRest + oddRest).Store(p1);
+        (even - odd).Store(p2);
+        (evenRest - oddRest).Store(p3);
+    });
 }
 
 // The same for every two rows.
