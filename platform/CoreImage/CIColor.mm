@@ -3,6 +3,7 @@
 #import <CoreImage/CIColor.h>
 
 #include <algorithm>
+#include <functional>
 
 @implementation CIColor
 
@@ -80,7 +81,10 @@
 }
 
 - (NSUInteger)hash {
-    return [[self stringRepresentation] hash];
+    // Not of the text: 0 and -0 are equal, and must have the same hash.
+    NSUInteger hash = 0;
+    for (size_t index = 0; index < 4; ++index) hash = 31 * hash + std::hash<CGFloat>()(_components[index]);
+    return hash;
 }
 
 @end

@@ -56,7 +56,8 @@ Layout LayoutOf(TIFF* tiff) {
     std::uint16_t count = 0;
     const std::uint16_t* extra = nullptr;
     TIFFGetFieldDefaulted(tiff, TIFFTAG_EXTRASAMPLES, &count, &extra);
-    if (count > 0) layout.alpha = extra[0];
+    // A damaged file may declare more of them than it has.
+    if (count > 0 && layout.samples > layout.ColorSamples()) layout.alpha = extra[0];
     return layout;
 }
 

@@ -108,6 +108,8 @@ Channels ChannelsOf(const Pixels& pixels) {
 PixelRows::PixelRows(const Pixels& pixels) : all_(pixels), current_(pixels), mostRows_(pixels.height) {
     if (pixels.source == nullptr) return;
     mostRows_ = std::min(std::max<std::size_t>(1, kMostBytes / pixels.bytesPerRow), pixels.height);
+    // Without memory, reading fails.
+    if (pixels.bytesPerRow > SIZE_MAX / 2 / (mostRows_ + 1)) return;
     memory_.reset(new (std::nothrow) std::uint8_t[(mostRows_ + 1) * pixels.bytesPerRow]);
 }
 

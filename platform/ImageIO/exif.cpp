@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <vector>
 
 #include "exif_tags.h"
 #include "metadata.h"
@@ -13,7 +14,12 @@
 namespace image_io {
 namespace {
 
-constexpr std::size_t kEntrySize = 12;
+constexpr std::size_t kExifHeaderSize = 8, kEntrySize = 12;
+
+// A part of a block.
+struct BlockRange {
+    std::size_t start, length;
+};
 
 // A block. Reading beyond its end gives 0, and writing there does nothing.
 class ExifBlock {
@@ -21,7 +27,7 @@ class ExifBlock {
     explicit ExifBlock(Bytes& bytes) : bytes_(bytes), isLittleEndian_(!bytes.empty() && bytes[0] == 'I') {}
 
     bool HasHeader() const {
-        return bytes_.size() >= 8 &&
+        return bytes_.size() >= kExifHeaderSize &&
                (std::memcmp(bytes_.data(), "II*\0", 4) == 0 || std::memcmp(bytes_.data(), "MM\0*", 4) == 0);
     }
 
@@ -51,7 +57,7 @@ class ExifBlock {
 
     // Whether a whole table is at a place.
     bool HoldsTable(std::size_t table) const {
-        return table >= 8 && Holds(table, 2) && Holds(table, 2 + Get(table, 2) * kEntrySize);
+        return table >= kExifHeaderSize && Holds(table, 2) && Holds(table, 2 + Get(table, 2) * kEntrySize);
     }
 
     // The place of the entry with a tag; 0 for none.
@@ -102,23 +108,65 @@ class ExifBlock {
         Set(table, 2, Get(table, 2) - 1);
     }
 
+    // The ranges to which two entries of a table refer, one with offsets and one with lengths, within the block.
+    std::vector<BlockRange> Ranges(std::size_t table, std::uint32_t offsets, std::uint32_t lengths) const {
+        std::vector<BlockRange> ranges;
+        const std::size_t from = Find(table, offsets), to = Find(table, lengths);
+        if (from == 0 || to == 0) return ranges;
+        const std::size_t count = std::min({Get(from + 4, 4), Get(to + 4, 4), static_cast<std::uint32_t>(Size())});
+        for (std::size_t i = 0; i < count; ++i) {
+            const std::size_t start = std::min<std::size_t>(Number(from, i), Size());
+            ranges.push_back({start, std::min<std::size_t>(Number(to, i), Size() - start)});
+        }
+        return ranges;
+    }
+
+    // Whether a range covers a part of a table.
+    bool Covers(const BlockRange& range, std::size_t table) const {
+        if (range.length == 0 || !HoldsTable(table)) return false;
+        return range.start < table + 2 + Get(table, 2) * kEntrySize + 4 && table < range.start + range.length;
+    }
+
   private:
+    // One of the numbers of an entry.
+    std::uint32_t Number(std::size_t entry, std::size_t index) const {
+        const std::size_t size = Get(entry + 2, 2) == kShort ? 2 : 4;
+        const std::size_t first = Get(entry + 4, 4) * std::uint64_t{size} > 4 ? Get(entry + 8, 4) : entry + 8;
+        return Get(first + index * size, size);
+    }
+
     Bytes& bytes_;
     bool isLittleEndian_;
 };
 
-// Clears the thumbnail and its table, and cuts the block where they were its end. Returns false for a broken table.
+// Clears the thumbnail and its table, and cuts the block where they were its end. Returns false for a broken table, and
+// where the thumbnail covers tables that stay.
 [[nodiscard]] bool DropThumbnail(ExifBlock& block, std::size_t first, Bytes* exif) {
     const std::size_t link = first + 2 + block.Get(first, 2) * kEntrySize;
     const std::size_t table = block.Get(link, 4);
     block.Set(link, 4, 0);
     if (!block.HoldsTable(table)) return true;
-    const std::size_t start = block.TableOf(block.Find(table, kThumbnail));
-    const std::size_t length = block.TableOf(block.Find(table, kThumbnailLength));
+    // A JPEG file, or the strips of pixels that are not compressed.
+    std::vector<BlockRange> pixels = block.Ranges(table, kThumbnail, kThumbnailLength);
+    const std::vector<BlockRange> strips = block.Ranges(table, kStripOffsets, kStripLengths);
+    pixels.insert(pixels.end(), strips.begin(), strips.end());
     if (!block.ClearTable(table)) return false;
-    if (start <= table || length > block.Size()) return true;
-    block.Clear(start, length);
-    if (start + length >= exif->size()) exif->resize(std::min(start, exif->size()));
+    std::size_t cleared = 0;
+    for (const BlockRange& range : pixels) {
+        // Ranges that overlap are refused for the same reason as values.
+        if (range.length > block.Size() - cleared || (range.length > 0 && range.start < kExifHeaderSize)) return false;
+        cleared += range.length;
+        for (const std::size_t kept :
+             {first, block.TableOf(block.Find(first, kExifTable)), block.TableOf(block.Find(first, kLocationTable))}) {
+            if (block.Covers(range, kept)) return false;
+        }
+        block.Clear(range.start, range.length);
+    }
+    for (const BlockRange& range : pixels) {
+        if (range.start > table && range.start + range.length >= exif->size()) {
+            exif->resize(std::min(range.start, exif->size()));
+        }
+    }
     return true;
 }
 

@@ -10,7 +10,9 @@ namespace image_io {
 enum Tag : std::uint16_t {
     kImageWidth = 0x0100,
     kImageLength = 0x0101,
+    kStripOffsets = 0x0111,
     kOrientation = 0x0112,
+    kStripLengths = 0x0117,
     kThumbnail = 0x0201,
     kThumbnailLength = 0x0202,
     kXMPPacket = 0x02bc,

@@ -94,8 +94,8 @@ MappedFile* Map(int file, std::size_t length) {
 
 void Unmap(MappedFile* mapping) {
     const std::lock_guard lock(mutex);
-    munmap(BytesOf(*mapping), mapping->length);
-    mapping->begin = 0;
+    // First the entry: once unmapped, the addresses may be somebody else's.
+    munmap(reinterpret_cast<void*>(mapping->begin.exchange(0)), mapping->length);
 }
 
 void* BytesOf(const MappedFile& mapping) { return reinterpret_cast<void*>(mapping.begin.load()); }

@@ -328,6 +328,12 @@ class FormatsTest(ZevaTest):
                         pairs = zip(ours.convert("RGB").tobytes(), picture.convert("RGB").tobytes())
                         self.assertLessEqual(max(abs(a - b) for a, b in pairs), 2 if mode in ("CMYK", "YCbCr") else 0)
 
+    def test_a_tiff_that_declares_an_alpha_it_does_not_have_is_opaque(self):
+        picture = noise("L", (40, 33))
+        picture.save(self.folder / "in.tif", tiffinfo={338: 2})
+        with Image.open(self.apply("in.tif", "out.png")) as ours:
+            self.assertEqual((ours.mode, ours.tobytes()), ("L", picture.tobytes()))
+
     def test_large_tiffs_are_read_by_rows_like_pillow_reads_them(self):
         for mode, save in (("RGB", {"compression": "tiff_adobe_deflate"}), ("RGBA", {}), ("L", {"strip_size": 1 << 24}),
                            ("I;16", {"compression": "tiff_lzw"})):

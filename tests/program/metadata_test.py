@@ -234,6 +234,31 @@ class MetadataTest(ZevaTest):
         self.assertNotIn(b"Camera of a test", self.apply("out.jpg", "--strip=gps").read_bytes())
         self.assertIn(b"Camera of a test", self.apply("out.jpg").read_bytes())
 
+    def test_thumbnails_are_dropped_wherever_they_are(self):
+        block = exif("<")
+        main, table = block[: -len(THUMBNAIL) - 30], block[-len(THUMBNAIL) - 30 : -len(THUMBNAIL)]
+        link = 10 + 12 * struct.unpack_from("<H", main, 8)[0]
+        moved = struct.pack("<I", len(main) + len(THUMBNAIL) + 1)
+        place, length = struct.pack("<I", len(main)), struct.pack("<I", len(THUMBNAIL))
+        file = [(0x0201, 4, 1, place), (0x0202, 4, 1, length)]
+        strips = [(0x0111, 4, 2, struct.pack("<2I", len(main), len(main) + 9)), (0x0117, 3, 2, struct.pack("<2H", 9, 4))]
+        for name, listed in (("before its table", file), ("in strips", strips)):
+            with self.subTest(name):
+                small = pack_table("<", len(main) + len(THUMBNAIL) + 1, listed)
+                changed = main[:link] + moved + main[link + 4 :] + THUMBNAIL + b"\0" + small
+                jpeg = self.plain[:2] + segment(0xE1, b"Exif\0\0" + changed) + self.plain[2:]
+                self.source.write_bytes(jpeg)
+                result = self.apply("out.jpg").read_bytes()
+                self.assertIn(b"Camera of a test", result)
+                for part in (b"\xff\xd8THUMB", b"NAIL"):
+                    self.assertNotIn(part, result)
+
+    def test_a_thumbnail_over_other_tables_is_dropped_with_them(self):
+        small = struct.pack("<HHI", 0x0201, 4, 1)
+        head, tail = self.source.read_bytes().split(small)
+        self.source.write_bytes(head + small + struct.pack("<I", 8) + tail[4:])
+        self.assertNotIn(b"Camera of a test", self.apply("out.jpg").read_bytes())
+
     def test_a_location_in_the_first_table_is_dropped_with_it(self):
         head, tail = self.source.read_bytes().split(struct.pack("<HHI", 0x8825, 4, 1))
         self.source.write_bytes(head + struct.pack("<HHII", 0x8825, 4, 1, 8) + tail[4:])

@@ -95,9 +95,11 @@ class ReducedRows {
   public:
     ReducedRows(const ImageRef& input, const Region& coarse, const Reading& reading, std::int64_t kept)
         : reading_(reading),
+          weights_(reading.weights),
           input_(input, reading.source, reading.n, reading.n),
           rows_(Region{coarse.x, 0, coarse.width, std::min(kept, reading.source.height)}),
           made_(reading.source.Top()) {
+        weights_.resize(weights_.size() + kMostLanes);  // which whole vectors read
         const auto width = static_cast<std::size_t>(coarse.width);
         for (std::size_t x = 0; x < width; ++x) {
             first_.push_back(static_cast<std::int32_t>(x * static_cast<std::size_t>(reading.step)));
@@ -109,7 +111,7 @@ class ReducedRows {
     // Makes the rows down to this one.
     void MakeDownTo(std::int64_t first) {
         const Region& source = reading_.source;
-        const Neighbors neighbors = {first_.data(), count_.data(), reading_.weights.data(), /*stride=*/0};
+        const Neighbors neighbors = {first_.data(), count_.data(), weights_.data(), /*stride=*/0};
         const std::int64_t stripHeight = std::clamp<std::int64_t>(kPixelsPerStrip / source.width, 4, 64);
         const std::int64_t end = made_;
         made_ = std::min(made_, std::max(first, source.y));
@@ -161,6 +163,7 @@ class ReducedRows {
     std::int64_t PlaceOf(std::int64_t y) const { return (y - reading_.source.y) % rows_.GetRegion().height; }
 
     const Reading& reading_;
+    std::vector<float> weights_;
     SampledInput input_;
     PixelBlock rows_;
     std::int64_t made_;  // the lowest row

@@ -57,10 +57,13 @@ std::uint64_t MemoryBudget::DefaultLimit() {
 void MemoryBudget::OnShortage(void (*reclaim)()) { reclaimMemory = reclaim; }
 
 bool MemoryBudget::CanTake(std::uint64_t bytes) {
-    const std::uint64_t used = used_.fetch_add(bytes, std::memory_order_relaxed), limit = Limit();
-    if (used <= limit && bytes <= limit - used) return true;
-    Return(bytes);
-    return false;
+    // Why not added first and taken back where it does not fit: meanwhile, others would be refused what does.
+    const std::uint64_t limit = Limit();
+    std::uint64_t used = used_.load(std::memory_order_relaxed);
+    do {
+        if (used > limit || bytes > limit - used) return false;
+    } while (!used_.compare_exchange_weak(used, used + bytes, std::memory_order_relaxed));
+    return true;
 }
 
 void MemoryBudget::Take(std::uint64_t bytes) {

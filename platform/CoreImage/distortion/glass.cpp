@@ -1,6 +1,7 @@
 // glass.cpp - pictures seen through something: displaced by a second picture, or behind glass.
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -101,14 +102,16 @@ ImageRef GlassDistortion(const Inputs& inputs) {
     if (input == nullptr || texture == nullptr) return nullptr;
     const double scale = inputs.GetNumber("inputScale");
     if (scale == 0 || texture->GetExtent().IsEmpty()) return input;
-    // The texture's lower left corner is at the center.
+    // The texture's lower left corner is at the center, as far as it has one.
     const Point center = PointOf(inputs, "inputCenter");
     const Extent& cell = texture->GetExtent();
     Affine move;
-    if (!cell.IsInfinite()) move.tx = center.x - cell.left, move.ty = center.y - cell.bottom;
+    if (std::isfinite(cell.left)) move.tx = center.x - cell.left;
+    if (std::isfinite(cell.bottom)) move.ty = center.y - cell.bottom;
+    ImageRef guide = MakeAffineImage(MakeTiledImage(std::move(texture)), move);
+    if (guide == nullptr) return input;  // too far away to be moved
     const Extent extent = input->GetExtent();
-    return MakeFormulaWarp</*kGuideMargin=*/1>(std::move(input), extent, GlassFormula{scale},
-                                               MakeAffineImage(MakeTiledImage(std::move(texture)), move));
+    return MakeFormulaWarp</*kGuideMargin=*/1>(std::move(input), extent, GlassFormula{scale}, std::move(guide));
 }
 
 // CIGlassLozenge: seen through a rod of glass with round ends, of inputRadius, from inputPoint0 to inputPoint1.

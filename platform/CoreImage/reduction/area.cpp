@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <limits>
 #include <utility>
 
@@ -58,7 +59,7 @@ struct ExtremeAlpha {
             Extreme<kLargest> best;
             best.Add(pixels, count, left, row);
             const float alpha = best.extreme[3];
-            if (!IsBetter(alpha) && !(alpha == found[3] && IsEarlier(left, row))) return;
+            if (!std::isnan(alpha) && !IsBetter(alpha) && !(alpha == found[3] && IsEarlier(left, row))) return;
         }
         for (std::size_t index = 0; index < count; ++index, pixels += kFloatsPerPixel) {
             Consider(pixels, left + static_cast<std::int64_t>(index), row);
@@ -77,6 +78,7 @@ struct ExtremeAlpha {
 
     void Consider(const float* pixel, std::int64_t pixelX, std::int64_t pixelY) {
         const float alpha = pixel[3];
+        if (std::isnan(alpha)) return;
         if (isFound && !IsBetter(alpha) && !(alpha == found[3] && IsEarlier(pixelX, pixelY))) return;
         std::copy_n(pixel, kFloatsPerPixel, found.data());
         x = pixelX;

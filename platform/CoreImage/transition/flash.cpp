@@ -49,7 +49,9 @@ HWY_ATTR void LightOfRun(const FlashLight& flash, const Rays& rays, const Run& r
         const auto fall = hn::IfThenElseZero(isLit, hn::Sub(Number(1), hn::Div(distance, Number(flash.reach))));
         const auto radii = hn::Div(Number(flash.radius), distance);
 
-        const auto place = hn::MulAdd(Angle(up, right), Number(kRays / kTurn), Number(kRays / 2.0));
+        // Without the limit, an angle of -kTurn / 2 would be rounded to a place below the first ray.
+        const auto turned = hn::MulAdd(Angle(up, right), Number(kRays / kTurn), Number(kRays / 2.0));
+        const auto place = hn::Max(turned, Number(0));
         const auto first = hn::Floor(place);
         const auto ray = hn::DemoteTo(whole, first);
         const auto rest = hn::DemoteTo(single, hn::Sub(place, first));

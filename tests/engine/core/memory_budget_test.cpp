@@ -5,9 +5,11 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -73,6 +75,27 @@ TEST(MemoryBudgetTest, ReturnsWhatWasTaken) {
     }
     EXPECT_EQ(budget.Used(), 0u);
     const BudgetShare outside(20 * kMegabyte);
+    EXPECT_EQ(budget.Used(), 0u);
+}
+
+TEST(MemoryBudgetTest, OneThreadsShortageRefusesNothingToOthers) {
+    MemoryBudget budget(10 * kMegabyte);
+    std::atomic<bool> isOver = false;
+    std::thread greedy([&] {
+        while (!isOver) EXPECT_THROW(budget.Take(1000 * kMegabyte), MemoryShortage);
+    });
+    int refused = 0;
+    for (int round = 0; round < 20000; ++round) {
+        try {
+            budget.Take(kMegabyte);
+            budget.Return(kMegabyte);
+        } catch (const MemoryShortage&) {
+            ++refused;
+        }
+    }
+    isOver = true;
+    greedy.join();
+    EXPECT_EQ(refused, 0);
     EXPECT_EQ(budget.Used(), 0u);
 }
 

@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <iterator>
+#include <limits>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -108,6 +111,29 @@ TEST(DistortionExtentTest, MatchesTheInputUnlessPixelsLeaveIt) {
     const ImageRef board = Generated("CICheckerboardGenerator", {{"inputWidth", {8}}});
     EXPECT_TRUE(Output("CIBumpDistortion", board, {radius, scale})->GetExtent().IsInfinite());
     EXPECT_EQ(Output("CICircularWrap", board, {radius}), nullptr);
+}
+
+TEST(DistortionLimitsTest, GlassMayBeInfiniteInOneDirectionOrTooFarAway) {
+    const ImageRef board = Generated(
+        "CICheckerboardGenerator",
+        {{"inputWidth", {3}}, {"inputSharpness", {1}}, {"inputColor0", {1, 1, 1, 1}}, {"inputColor1", {0, 0, 0, 1}}});
+    Random random;
+    const Source source = RandomSource(random);
+    const auto seen = [&](const Extent& cell, std::vector<double> center) {
+        return Pixels(
+            Output(
+                "CIGlassDistortion", source.image,
+                {{"inputTexture", {}, MakeCroppedImage(board, cell)}, {"inputCenter", center}, {"inputScale", {20}}}),
+            source.region);
+    };
+    const auto all = std::numeric_limits<double>::infinity();
+    const std::vector<float> whole = Pixels(source.image, source.region);
+    for (const Extent& cell : {Extent{-all, 0, all, 64}, Extent{0, -all, 64, all}}) {
+        const std::vector<float> pixels = seen(cell, {-30, -30});
+        EXPECT_NE(pixels, whole);
+        EXPECT_TRUE(std::ranges::all_of(pixels, [](float number) { return std::isfinite(number); }));
+    }
+    EXPECT_EQ(seen({-1e15, 0, -1e15 + 64, 64}, {1e30, 0}), whole);
 }
 
 TEST(DistortionLimitsTest, InfiniteImagesAreDistortedEverywhere) {

@@ -129,6 +129,23 @@ TEST(AreaAlphaTest, TiesGoToTheLowestThenLeftmostPixel) {
     }
 }
 
+TEST(AreaAlphaTest, PixelsWithoutAnAlphaAreLeftOut) {
+    constexpr float kNoNumber = std::numeric_limits<float>::quiet_NaN();
+    for (const std::size_t missing : {0, 1, 5, 11}) {
+        std::vector<float> pixels;
+        for (std::size_t index = 0; index < 12; ++index) {
+            const float alpha = index == missing ? kNoNumber : index == 4 ? 0.75f : index == 7 ? 0.25f : 0.5f;
+            pixels.insert(pixels.end(), {static_cast<float>(index), 0, 0, alpha});
+        }
+        const Source source = SourceOf({0, 0, 3, 4}, pixels);
+        const auto found = [&](const char* filter) {
+            return Pixels(Output(filter, source.image, {{"inputExtent", {0, 0, 3, 4}}}), {0, 0, 1, 1})[3];
+        };
+        EXPECT_EQ(found("CIAreaMaximumAlpha"), 0.75f) << missing;
+        EXPECT_EQ(found("CIAreaMinimumAlpha"), 0.25f) << missing;
+    }
+}
+
 TEST(AreaAverageTest, IsExactOverMillionsOfPixelsAndDoesNotDependOnThreads) {
     const ImageRef board = Generated(
         "CICheckerboardGenerator",
