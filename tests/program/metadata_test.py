@@ -241,7 +241,8 @@ class MetadataTest(ZevaTest):
         moved = struct.pack("<I", len(main) + len(THUMBNAIL) + 1)
         place, length = struct.pack("<I", len(main)), struct.pack("<I", len(THUMBNAIL))
         file = [(0x0201, 4, 1, place), (0x0202, 4, 1, length)]
-        strips = [(0x0111, 4, 2, struct.pack("<2I", len(main), len(main) + 9)), (0x0117, 3, 2, struct.pack("<2H", 9, 4))]
+        places, lengths = struct.pack("<2I", len(main), len(main) + 9), struct.pack("<2H", 9, 4)
+        strips = [(0x0111, 4, 2, places), (0x0117, 3, 2, lengths)]
         for name, listed in (("before its table", file), ("in strips", strips)):
             with self.subTest(name):
                 small = pack_table("<", len(main) + len(THUMBNAIL) + 1, listed)
