@@ -14,7 +14,8 @@
 namespace image_io {
 namespace {
 
-constexpr std::size_t kExifHeaderSize = 8, kEntrySize = 12;
+constexpr std::size_t kExifHeaderSize = 8;
+constexpr std::size_t kEntrySize = 12;
 
 // A part of a block.
 struct BlockRange {
