@@ -59,7 +59,7 @@ struct ExtremeAlpha {
             Extreme<kLargest> best;
             best.Add(pixels, count, left, row);
             const float alpha = best.extreme[3];
-            if (!std::isnan(alpha) && !IsBetter(alpha) && !(alpha == found[3] && IsEarlier(left, row))) return;
+            if (!IsBetter(alpha) && !(alpha == found[3] && IsEarlier(left, row))) return;
         }
         for (std::size_t index = 0; index < count; ++index, pixels += kFloatsPerPixel) {
             Consider(pixels, left + static_cast<std::int64_t>(index), row);

@@ -82,10 +82,11 @@ TEST(MemoryBudgetTest, OneThreadsShortageRefusesNothingToOthers) {
     MemoryBudget budget(10 * kMegabyte);
     std::atomic<bool> isOver = false;
     std::thread greedy([&] {
-        while (!isOver) EXPECT_THROW(budget.Take(1000 * kMegabyte), MemoryShortage);
+        for (int round = 0; round < 200000; ++round) EXPECT_THROW(budget.Take(1000 * kMegabyte), MemoryShortage);
+        isOver = true;
     });
     int refused = 0;
-    for (int round = 0; round < 20000; ++round) {
+    while (!isOver) {
         try {
             budget.Take(kMegabyte);
             budget.Return(kMegabyte);
@@ -93,7 +94,6 @@ TEST(MemoryBudgetTest, OneThreadsShortageRefusesNothingToOthers) {
             ++refused;
         }
     }
-    isOver = true;
     greedy.join();
     EXPECT_EQ(refused, 0);
     EXPECT_EQ(budget.Used(), 0u);

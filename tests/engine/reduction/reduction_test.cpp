@@ -131,7 +131,7 @@ TEST(AreaAlphaTest, TiesGoToTheLowestThenLeftmostPixel) {
 
 TEST(AreaAlphaTest, PixelsWithoutAnAlphaAreLeftOut) {
     constexpr float kNoNumber = std::numeric_limits<float>::quiet_NaN();
-    for (const std::size_t missing : {0, 1, 5, 11}) {
+    for (const std::size_t missing : {0, 1, 5, 9, 11}) {
         std::vector<float> pixels;
         for (std::size_t index = 0; index < 12; ++index) {
             const float alpha = index == missing ? kNoNumber : index == 4 ? 0.75f : index == 7 ? 0.25f : 0.5f;
