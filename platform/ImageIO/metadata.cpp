@@ -112,8 +112,29 @@ void KeepRawProfile(std::string_view chunk, Metadata* metadata) {
 
 // The names, without their prefix, of XMP properties that tell a location or belong to another size.
 constexpr std::string_view kLocationNames[] = {
-    "GPS",     "Location",    "LocationShown", "LocationCreated", "City",        "State",
-    "Country", "CountryCode", "Sublocation",   "ProvinceState",   "CountryName", "WorldRegion",
+    "GPS",
+    "Gps",
+    "gps",
+    "Latitude",
+    "Longitude",
+    "Altitude",
+    "AbsoluteAltitude",
+    "RelativeAltitude",
+    "lat",
+    "long",
+    "alt",
+    "lat_long",
+    "Location",
+    "LocationShown",
+    "LocationCreated",
+    "City",
+    "State",
+    "Country",
+    "CountryCode",
+    "Sublocation",
+    "ProvinceState",
+    "CountryName",
+    "WorldRegion",
 };
 constexpr std::string_view kSizeNames[] = {"ImageWidth", "ImageLength", "PixelXDimension", "PixelYDimension",
                                            "Thumbnails"};
@@ -123,9 +144,10 @@ bool IsNameCharacter(char c) {
            c == '.';
 }
 
-// Whether a local name is the wanted one; GPS is the beginning of several.
+// Whether a local name is the wanted one; GPS, in any case, is the beginning of several.
 bool IsNamed(std::string_view name, std::string_view wanted) {
-    return wanted == "GPS"sv ? name.starts_with(wanted) : name == wanted;
+    const bool isBeginning = wanted == "GPS"sv || wanted == "Gps"sv || wanted == "gps"sv;
+    return isBeginning ? name.starts_with(wanted) : name == wanted;
 }
 
 // Finds the next "prefix:Name" from a place on. Returns the places of the prefix and behind the name.
@@ -135,6 +157,7 @@ bool FindName(std::string_view text, std::string_view wanted, std::size_t* begin
         std::size_t first = colon, last = colon + 1;
         while (first > 0 && IsNameCharacter(text[first - 1])) --first;
         while (last < text.size() && IsNameCharacter(text[last])) ++last;
+        if (text.substr(first, colon - first) == "xmlns"sv) continue;  // declares a prefix
         if (first == colon || !IsNamed(text.substr(colon + 1, last - colon - 1), wanted)) continue;
         *begin = first;
         *end = last;

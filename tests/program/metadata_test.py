@@ -219,6 +219,20 @@ class MetadataTest(ZevaTest):
         with Image.open(self.apply("out.jpg", "--strip=gps")) as image:
             self.assertEqual(IptcImagePlugin.getiptcinfo(image), {(2, 5): b"Harbor", (2, 116): b"Free"})
 
+    def test_strip_gps_drops_the_locations_of_drones_and_maps(self):
+        xmp = (
+            b'<x:xmpmeta xmlns:x="adobe:ns:meta/"><rdf:RDF><rdf:Description xmlns:gps="map" dc:title="Harbor"'
+            b' drone:GpsLatitude="53.551" drone:AbsoluteAltitude="+520.3" gps:long="9.993"><geo:lat>53.552</geo:lat>'
+            b"<gps:kind>kept</gps:kind></rdf:Description></rdf:RDF></x:xmpmeta>"
+        )
+        content = b"http://ns.adobe.com/xap/1.0/\0" + xmp
+        self.source.write_bytes(self.plain[:2] + segment(0xE1, content) + self.plain[2:])
+        file = self.apply("out.jpg", "--strip=gps").read_bytes()
+        for text in (b"53.55", b"520.3", b"9.993"):
+            self.assertNotIn(text, file)
+        for text in (b'xmlns:gps="map"', b'dc:title="Harbor"', b"<gps:kind>kept</gps:kind>"):
+            self.assertIn(text, file)
+
     def test_data_that_is_not_understood_is_dropped(self):
         broken = self.source.read_bytes().replace(exif("<")[:8], b"II*\0\xff\xff\0\0")
         broken = broken.replace(b"exif:GPSLatitude=\"", b"exif:GPSLatitude  \"").replace(b'"?>', b'"?>\0')
