@@ -3,7 +3,6 @@
 #import <CoreImage/CIColor.h>
 
 #include <algorithm>
-#include <functional>
 
 @implementation CIColor
 
@@ -81,10 +80,7 @@
 }
 
 - (NSUInteger)hash {
-    // Not of the text: 0 and -0 are equal, and must have the same hash.
-    NSUInteger hash = 0;
-    for (size_t index = 0; index < 4; ++index) hash = 31 * hash + std::hash<CGFloat>()(_components[index]);
-    return hash;
+    return [[self stringRepresentation] hash];
 }
 
 @end

@@ -3,7 +3,6 @@
 #import <CoreImage/CIVector.h>
 
 #include <algorithm>
-#include <functional>
 
 @implementation CIVector
 
@@ -106,10 +105,7 @@
 }
 
 - (NSUInteger)hash {
-    // Not of the text: 0 and -0 are equal, and must have the same hash.
-    NSUInteger hash = 0;
-    for (size_t index = 0; index < _count; ++index) hash = 31 * hash + std::hash<CGFloat>()(_values[index]);
-    return hash;
+    return [[self stringRepresentation] hash];
 }
 
 @end

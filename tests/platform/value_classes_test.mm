@@ -45,20 +45,6 @@ TEST(VectorTest, StringIsInBracketsAndEqualityIsByValue) {
     EXPECT_FALSE([vector isEqual:@"[1 0.5 -2]"]);
 }
 
-TEST(VectorTest, EqualValuesHaveEqualHashes) {
-    CIVector *zero = [CIVector vectorWithX:0 Y:1], *negative = [CIVector vectorWithX:-0.0 Y:1];
-    EXPECT_TRUE([zero isEqual:negative]);
-    EXPECT_EQ([zero hash], [negative hash]);
-    EXPECT_NE([zero hash], [[CIVector vectorWithX:1 Y:0] hash]);
-}
-
-TEST(ColorTest, EqualValuesHaveEqualHashes) {
-    CIColor *black = [CIColor colorWithRed:0 green:0 blue:0], *negative = [CIColor colorWithRed:-0.0 green:0 blue:0];
-    EXPECT_TRUE([black isEqual:negative]);
-    EXPECT_EQ([black hash], [negative hash]);
-    EXPECT_NE([black hash], [[CIColor colorWithRed:1 green:0 blue:0] hash]);
-}
-
 TEST(ColorTest, HasFourComponentsAndIsOpaqueByDefault) {
     CIColor* color = [CIColor colorWithRed:0.25 green:0.5 blue:2];
     EXPECT_EQ([color numberOfComponents], 4u);
