@@ -117,15 +117,16 @@ class ExifBlock {
         const std::size_t count = std::min({Get(from + 4, 4), Get(to + 4, 4), static_cast<std::uint32_t>(Size())});
         for (std::size_t i = 0; i < count; ++i) {
             const std::size_t start = std::min<std::size_t>(Number(from, i), Size());
-            ranges.push_back({start, std::min<std::size_t>(Number(to, i), Size() - start)});
+            const std::size_t length = std::min<std::size_t>(Number(to, i), Size() - start);
+            if (length > 0) ranges.push_back({start, length});
         }
         return ranges;
     }
 
     // Whether a range covers a part of a table.
     bool Covers(const BlockRange& range, std::size_t table) const {
-        if (range.length == 0 || !HoldsTable(table)) return false;
-        return range.start < table + 2 + Get(table, 2) * kEntrySize + 4 && table < range.start + range.length;
+        return HoldsTable(table) && range.start < table + 2 + Get(table, 2) * kEntrySize + 4 &&
+               table < range.start + range.length;
     }
 
   private:
@@ -141,7 +142,7 @@ class ExifBlock {
 };
 
 // Clears the thumbnail and its table, and cuts the block where they were its end. Returns false for a broken table, and
-// where the thumbnail covers tables that stay.
+// where the thumbnail covers the header or a table that stays.
 [[nodiscard]] bool DropThumbnail(ExifBlock& block, std::size_t first, Bytes* exif) {
     const std::size_t link = first + 2 + block.Get(first, 2) * kEntrySize;
     const std::size_t table = block.Get(link, 4);
@@ -152,13 +153,14 @@ class ExifBlock {
     const std::vector<BlockRange> strips = block.Ranges(table, kStripOffsets, kStripLengths);
     pixels.insert(pixels.end(), strips.begin(), strips.end());
     if (!block.ClearTable(table)) return false;
+    const std::size_t tables[] = {first, block.TableOf(block.Find(first, kExifTable)),
+                                  block.TableOf(block.Find(first, kLocationTable))};
     std::size_t cleared = 0;
     for (const BlockRange& range : pixels) {
         // Ranges that overlap are refused for the same reason as values.
-        if (range.length > block.Size() - cleared || (range.length > 0 && range.start < kExifHeaderSize)) return false;
+        if (range.length > block.Size() - cleared || range.start < kExifHeaderSize) return false;
         cleared += range.length;
-        for (const std::size_t kept :
-             {first, block.TableOf(block.Find(first, kExifTable)), block.TableOf(block.Find(first, kLocationTable))}) {
+        for (const std::size_t kept : tables) {
             if (block.Covers(range, kept)) return false;
         }
         block.Clear(range.start, range.length);

@@ -4,6 +4,7 @@
 
 #include "metadata.h"
 
+#include <strings.h>
 #include <zlib.h>
 
 #include <algorithm>
@@ -112,30 +113,9 @@ void KeepRawProfile(std::string_view chunk, Metadata* metadata) {
 
 // The names, without their prefix, of XMP properties that tell a location or belong to another size.
 constexpr std::string_view kLocationNames[] = {
-    "GPS",
-    "Gps",
-    "gps",
-    "Latitude",
-    "Longitude",
-    "Altitude",
-    "AbsoluteAltitude",
-    "RelativeAltitude",
-    "lat",
-    "long",
-    "alt",
-    "lat_long",
-    "Location",
-    "LocationShown",
-    "LocationCreated",
-    "City",
-    "State",
-    "Country",
-    "CountryCode",
-    "Sublocation",
-    "ProvinceState",
-    "CountryName",
-    "WorldRegion",
-};
+    "GPS",   "Latitude", "Longitude",   "Altitude",    "AbsoluteAltitude", "RelativeAltitude", "lat",
+    "long",  "alt",      "lat_long",    "Location",    "LocationShown",    "LocationCreated",  "City",
+    "State", "Country",  "CountryCode", "Sublocation", "ProvinceState",    "CountryName",      "WorldRegion"};
 constexpr std::string_view kSizeNames[] = {"ImageWidth", "ImageLength", "PixelXDimension", "PixelYDimension",
                                            "Thumbnails"};
 
@@ -146,8 +126,8 @@ bool IsNameCharacter(char c) {
 
 // Whether a local name is the wanted one; GPS, in any case, is the beginning of several.
 bool IsNamed(std::string_view name, std::string_view wanted) {
-    const bool isBeginning = wanted == "GPS"sv || wanted == "Gps"sv || wanted == "gps"sv;
-    return isBeginning ? name.starts_with(wanted) : name == wanted;
+    if (wanted != "GPS"sv) return name == wanted;
+    return name.size() >= wanted.size() && strncasecmp(name.data(), wanted.data(), wanted.size()) == 0;
 }
 
 // Finds the next "prefix:Name" from a place on. Returns the places of the prefix and behind the name.

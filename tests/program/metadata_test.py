@@ -250,7 +250,7 @@ class MetadataTest(ZevaTest):
 
     def test_thumbnails_are_dropped_wherever_they_are(self):
         block = exif("<")
-        main, table = block[: -len(THUMBNAIL) - 30], block[-len(THUMBNAIL) - 30 : -len(THUMBNAIL)]
+        main = block[: -len(THUMBNAIL) - 30]
         link = 10 + 12 * struct.unpack_from("<H", main, 8)[0]
         moved = struct.pack("<I", len(main) + len(THUMBNAIL) + 1)
         place, length = struct.pack("<I", len(main)), struct.pack("<I", len(THUMBNAIL))

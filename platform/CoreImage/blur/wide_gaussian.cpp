@@ -99,7 +99,7 @@ class ReducedRows {
           input_(input, reading.source, reading.n, reading.n),
           rows_(Region{coarse.x, 0, coarse.width, std::min(kept, reading.source.height)}),
           made_(reading.source.Top()) {
-        weights_.resize(weights_.size() + kMostLanes);  // which whole vectors read
+        weights_.resize(weights_.size() + kMostLanes);  // sums read whole vectors of them
         const auto width = static_cast<std::size_t>(coarse.width);
         for (std::size_t x = 0; x < width; ++x) {
             first_.push_back(static_cast<std::int32_t>(x * static_cast<std::size_t>(reading.step)));
