@@ -62,8 +62,8 @@ class ReportWriter {
   public:
     // Opens a report and locks it. Reads what is in it; a torn last line is dropped.
     //
-    // Fails: a Refusal for a report that another process has locked, and for one with content unless it may be resumed;
-    //        std::filesystem::filesystem_error.
+    // Fails: a ReportRefusal for a path that is not a regular file, for a report that another process has locked, and
+    //        for one with content unless it may be resumed; std::filesystem::filesystem_error.
     ReportWriter(const std::string& file, bool isResumed);
     ~ReportWriter();
     ReportWriter(const ReportWriter&) = delete;

@@ -38,18 +38,20 @@ CG_EXTERN NSString* const kCIImageReducedImages;
 + (CIImage*)imageWithData:(NSData*)data;
 + (CIImage*)imageWithData:(NSData*)data options:(NSDictionary*)options;
 
-// The image of a bitmap, its lower left corner at (0, 0); nil for null. The bytes are kept, not copied. Those of a
-// bitmap with a sequential provider are requested while the image is rendered, and only some of them are kept.
+// The image of a bitmap, its lower left corner at (0, 0); nil when the bitmap is null. The bytes are kept, not copied.
+// Those of a bitmap with a sequential provider are requested while the image is rendered, and only some of them are
+// kept.
 + (CIImage*)imageWithCGImage:(CGImageRef)image;
 + (CIImage*)imageWithCGImage:(CGImageRef)image options:(NSDictionary*)options;
 
-// One color everywhere; infinite. nil for nil.
+// One color everywhere; infinite. Returns nil when the color is nil.
 + (CIImage*)imageWithColor:(CIColor*)color;
 
 // The image of premultiplied pixels, the topmost row first, its lower left corner at (0, 0). The data is kept, not
 // copied, and must not change. Without a color space the numbers are linear light.
 //
-// Returns nil when the format is unknown or the data is too short for the size.
+// Returns nil when the data is nil or too short for the size, and when the format is neither kCIFormatRGBA8 nor
+// kCIFormatRGBAf. 0 is not a format.
 + (CIImage*)imageWithBitmapData:(NSData*)data
                     bytesPerRow:(size_t)bytesPerRow
                            size:(CGSize)size

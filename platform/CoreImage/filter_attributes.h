@@ -1,7 +1,7 @@
 // filter_attributes.h - the contents of attributes.json, compiled in.
 //
-// make_attribute_table.py writes the tables when the library is built. They are constants without pointers: the
-// loader has nothing to relocate, and a program that uses one filter reads a few cache lines.
+// make_attribute_table.py writes the tables when the library is built. They are constants without pointers: the loader
+// has nothing to relocate, and all processes share their pages.
 //
 // Filters and the keys of a filter are sorted by name. Positions are indices into the tables; ranges exclude their end.
 

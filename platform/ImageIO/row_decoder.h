@@ -1,8 +1,9 @@
 // row_decoder.h - decodes a picture row by row, for pictures that are too large to be in memory as a whole.
 //
-// This works where a file stores its rows from the top to the bottom: sequential JPEG files of one scan, and PNG files
-// that are not interlaced. The rows are those of Decode() (decode.h), byte by byte. A JPEG can also be decoded at a
-// half, a quarter or an eighth of its size; each pixel is then the mean of a square.
+// This works where a file stores its rows from the top to the bottom: sequential JPEG files of one scan, PNG files that
+// are not interlaced, and TIFF files of gray or RGB pixels with 8 or 16 bits in strips. The rows are those of Decode()
+// (decode.h), byte by byte. A JPEG can also be decoded at a half, a quarter or an eighth of its size; each pixel is
+// then the mean of a square.
 //
 // Lifetime: a decoder borrows the bytes of the file.
 // Failure:  a status; nothing is printed. After a failure, and after the last row, Begin() is the only call allowed.
@@ -41,8 +42,8 @@ class RowDecoder {
     [[nodiscard]] virtual Status Read(std::uint8_t* rows, std::size_t count) = 0;
 };
 
-// Returns a decoder; null for a format that is decoded as a whole, for a factor other than 1 and a PNG, and when memory
-// is short. The factor is 1, 2, 4 or 8: how many times smaller the picture is decoded.
+// Returns a decoder; null for a format that is decoded as a whole, for a factor other than 1 unless the file is a JPEG,
+// and when memory is short. The factor is 1, 2, 4 or 8: how many times smaller the picture is decoded.
 [[nodiscard]] std::unique_ptr<RowDecoder> MakeRowDecoder(const FileBytes& file, unsigned factor);
 [[nodiscard]] std::unique_ptr<RowDecoder> MakeRowDecoderPNG(const FileBytes& file, unsigned factor);
 [[nodiscard]] std::unique_ptr<RowDecoder> MakeRowDecoderJPEG(const FileBytes& file, unsigned factor);

@@ -87,7 +87,7 @@ class WideDiscImage : public Image {
           height_(SizeFor(extent.top - extent.bottom, disc_.Reach() <= 48 ? 256 : 512)),
           grid_{Clip(kCountable, extent), width_ - 2 * disc_.Reach(), height_ - 2 * disc_.Reach()} {}
 
-    bool IsHeld() const override { return true; }
+    bool PrefersLowBlocks() const override { return true; }
 
     void AddNeeds(const Region& region, Needs& needs) const override { needs.AddAtOnce(input_, SeenFrom(region)); }
 

@@ -1,8 +1,8 @@
 // ahead.h - prefetches the next rows of a tile while a row is computed, a cache line at a time.
 //
-// Why: each row of a tile lies on other memory pages than the row before, and the hardware prefetcher stops at page
-// ends. Why not a whole row at once: only a few lines are fetched at a time, and everything that follows the last
-// prefetch would wait until it has begun.
+// Why: each row of a tile is on different memory pages from the row before, and the hardware prefetcher does not cross
+// page boundaries. Why not a whole row at once: the processor fetches only a few lines at the same time, so whatever
+// follows a long series of prefetches waits until the last of them has started.
 // Threads: one.
 
 #pragma once
@@ -20,7 +20,7 @@ namespace core_image {
 class RowAhead {
   public:
     RowAhead() = default;
-    // Row y of a tile or a view; nothing is prefetched of a row outside.
+    // Row y of a tile or a view. A row outside of it is not prefetched.
     template <class Pixels>
     RowAhead(const Pixels& pixels, std::int64_t y) {
         if (y < pixels.region.y || y >= pixels.region.Top()) return;
@@ -39,12 +39,12 @@ class RowAhead {
     std::size_t floats_ = 0, next_ = 0;
 };
 
-// The rows that are read and written after the present ones.
+// The rows to be read and written after the current ones.
 struct RowsAhead {
     RowAhead read, written;
-    std::size_t passes = 1;  // over the present ones: each prefetches its share
+    std::size_t passes = 1;  // over the current rows: each prefetches its share
 
-    // Prefetches as many lines of each row as belong to this many lines of a pass.
+    // Prefetches the share of a pass that processes this many cache lines of the current rows.
     void Prefetch(std::size_t lines) {
         for (std::size_t n = 0; n * passes < lines; ++n) {
             read.PrefetchLine();

@@ -15,7 +15,7 @@ ImageRef MakeBufferedImage(ImageRef input);
 std::unique_ptr<const Stage> MakeHeldStage(PixelBlock pixels);
 std::unique_ptr<const Stage> MakeHeldStage(const Prepared& prepared, const Region& region);
 
-// The most pixels of an image that are held in memory: 1 GB. Infinite patterns may be asked for more.
+// The most pixels of an image that are held in memory to save time: 1 GB. Infinite patterns may be asked for more.
 inline constexpr double kMostHeld = 1 << 26;
 
 // The size of the tiles that are rendered at once: with their padding they fit into a core's own cache.

@@ -8,8 +8,8 @@
 //
 // Lifetime: images are shared and keep their inputs; a Prepared belongs to one rendering.
 // Threads:  images on any thread; MakeStage() on one; Stage::Render on many at once.
-// Depth:    recipes may be deep. Nothing walks or destroys them by recursion; a Prepared has at most kMostLevels
-//           stages one below the other.
+// Depth:    recipes may be deep. Nothing walks or destroys them by recursion, and stages render each other by recursion
+//           to a limited depth only (kMostLevels).
 // Adding a kind: derive from Image and from Stage in the family's folder. A filter that works pixel by pixel derives
 //                from PointFunction instead (point.h).
 // Failure:  MemoryShortage, a std::bad_alloc (memory_budget.h).
@@ -85,8 +85,9 @@ class Stage {
     virtual int Levels(int below) const { return below + 1; }
 };
 
-// The most levels that are rendered by calls within calls: all of their tiles exist at the same time, on the stack of a
-// thread. Deeper images are held in memory in between.
+// An image with this many levels is held in memory while a region is rendered, so that images above it do not render it
+// by calls within calls: the tiles of all levels would exist at the same time, and their calls on the stack of a
+// thread. Images too large to be held may have more levels (plan.cpp).
 inline constexpr int kMostLevels = 32;
 
 // Renders a tile of a pointwise stage run by run.
@@ -135,7 +136,7 @@ class Prepared {
 
 // The depth of a recipe.
 struct Depth {
-    int levels = 0;  // the longest chain of images
+    int levels = 0;  // the number of images in the longest chain, from the topmost one to a source
 
     // The depth below an image with two inputs.
     Depth With(const Depth& other) const { return {std::max(levels, other.levels)}; }
@@ -192,7 +193,7 @@ class Image {
 
     const Extent& GetExtent() const { return extent_; }
 
-    // The size of the recipe, this image included.
+    // The depth of the recipe, this image included.
     const Depth& GetDepth() const { return depth_; }
 
     // Adds the regions of the inputs that MakeStage() prepares for a region. Given a tile, the regions that this tile
@@ -208,8 +209,9 @@ class Image {
     // The image whose pixels this one shows inside its own extent; null for an image with pixels of its own.
     virtual const Image* Shown() const { return nullptr; }
 
-    // Whether a stage holds all pixels of its region in memory. Such an image is rendered in low blocks.
-    virtual bool IsHeld() const { return false; }
+    // Whether a large region is better rendered in low blocks, because a stage holds all pixels of its region in memory
+    // and low regions cost hardly more time. Asked of the image that is rendered, not of its inputs.
+    virtual bool PrefersLowBlocks() const { return false; }
 
     // Whether there is nothing to plan: for a source, and for a few functions of the pixels of a source.
     virtual bool IsPlain() const { return depth_.levels == 1; }

@@ -51,11 +51,12 @@ class MemoryBudget {
     void SetLimit(std::uint64_t limit) { limit_.store(limit, std::memory_order_relaxed); }
     std::uint64_t Used() const { return used_.load(std::memory_order_relaxed); }
 
-    // Throws MemoryShortage, and then takes nothing. Before that, what could be made again is freed.
+    // Takes bytes from the budget. When too few are left, what can be made again is freed first. Throws MemoryShortage
+    // when that is not enough, and then takes nothing.
     void Take(std::uint64_t bytes);
     void Return(std::uint64_t bytes) { used_.fetch_sub(bytes, std::memory_order_relaxed); }
 
-    // Sets the function that frees what could be made again.
+    // Sets the function that frees what can be made again.
     static void OnShortage(void (*reclaim)());
 
   private:
@@ -65,7 +66,7 @@ class MemoryBudget {
     std::atomic<std::uint64_t> used_ = 0;
 };
 
-// Makes a budget that of everything that this thread allocates within the scope.
+// Counts the buffers that this thread allocates within the scope in a budget.
 class BudgetScope {
   public:
     explicit BudgetScope(MemoryBudget& budget);

@@ -5,7 +5,7 @@
 //    joined; distant regions of one image become parts that are prepared apart.
 // 2. From the bottom up, stages are made. An image whose pixels would be rendered again and again, by several users or
 //    for the overlapping needs of tiles, is rendered once and held in memory if that costs less. So is an image with
-//    kMostLevels stages one below the other. A stage is destroyed when the last of its users is.
+//    kMostLevels stages one below the other, unless it is large. A stage is destroyed when the last of its users is.
 //
 // Costs are estimates, roughly in nanoseconds. They decide how long a rendering takes and how much memory it needs, not
 // what it renders.
@@ -45,7 +45,8 @@ constexpr double kCostOfUnknown = 50;  // an image that does not declare its nee
 // Distant regions are not joined when that would add more than a quarter.
 constexpr double kMostJoined = 1.25;
 
-// More levels are never rendered by calls within calls, even if the image is too large to be held.
+// From this many levels on, an image with more than kMostHeld pixels is held too: more calls within calls might exhaust
+// the stack.
 constexpr int kMostLevelsOfLarge = 1000;
 
 // A region of an image with pixels of its own.

@@ -33,10 +33,10 @@ class RenderSession {
     }
     void FreeMemory() { keptForNow_.clear(); }
 
-    // The session of this thread; null outside of scopes.
+    // The current session of this thread; null outside of scopes.
     static RenderSession* Current();
 
-    // Makes a session that of this thread.
+    // Makes a session the current one of this thread.
     class Scope {
       public:
         explicit Scope(RenderSession& session);

@@ -112,16 +112,16 @@ void RenderWhole(const ImageRef& image, const Region& region, const Region& bloc
 // until it is done, so in low blocks a large picture passes through memory instead of staying there.
 constexpr double kMostPixelsHeld = 2 << 20;
 
-bool IsHeld(const Image* image) {
+bool PrefersLowBlocks(const Image* image) {
     while (const Image* shown = image->Shown()) image = shown;
-    return image->IsHeld();
+    return image->PrefersLowBlocks();
 }
 
 // Returns the height of the blocks of a region; no side of a block is longer than the edge.
 std::int64_t BlockHeight(const ImageRef& image, const Region& region, std::int64_t edge, std::int64_t tileHeight) {
     const Region block = Piece(region, edge, edge, 0);
     const double shown = PixelCount(block), read = MostPixelsRead(image, block);
-    const double held = read >= 2 * shown ? read : IsHeld(image.Get()) ? shown : 0;
+    const double held = read >= 2 * shown ? read : PrefersLowBlocks(image.Get()) ? shown : 0;
     if (held < kMostPixelsHeld) return edge;
     const auto height = static_cast<std::int64_t>(static_cast<double>(block.height) * kMostPixelsHeld / held);
     return std::max(tileHeight, height / tileHeight * tileHeight);

@@ -19,7 +19,7 @@ namespace core_image {
 
 // How the work is divided.
 struct Cut {
-    std::int64_t blockEdge = 4096;        // a wide blur then holds 64 MB, and 128 MB while it is prepared
+    std::int64_t blockEdge = 4096;        // a wide box then holds 256 MB, and up to 128 MB for rows around the block
     std::int64_t tileWidth = kTileWidth;  // if pointwise, this many pixels as whole rows
     std::int64_t tileHeight = kTileHeight;
 };

@@ -72,7 +72,7 @@ class RowWindow {
     // The strips that contain the rows from first to last, in order.
     Strips Rows(std::size_t first, std::size_t last);
 
-    // Drops the strips that end above a row.
+    // Drops the strips that lie entirely above a row.
     void DropAbove(std::size_t row);
 
     // Drops all rows. The next request begins with the first row again, and is in order.
