@@ -3,7 +3,7 @@
 # Objective-C++. With DESCRIPTIONS, the descriptions of classes and keys are checked.
 #
 # The same file is in the source tree and in the installed package. ZEVA_CLASS_GENERATOR is the path of the generator,
-# which runs when one of its inputs changes and needs Python. The module does not need it afterwards.
+# which runs when one of its inputs changes and needs Python. The module does not need it afterward.
 function(zeva_generate_classes target catalogue)
     cmake_parse_arguments(PARSE_ARGV 2 generate "OBJCXX" "DESCRIPTIONS" "")
     if(DEFINED generate_UNPARSED_ARGUMENTS OR DEFINED generate_KEYWORDS_MISSING_VALUES)

@@ -28,7 +28,7 @@ struct zvData {
     zvData(const zvData&) = delete;
     zvData& operator=(const zvData&) = delete;
 
-    // Gives everything back: the string, then the object, then the string's bytes. The holder is empty afterwards.
+    // Gives everything back: the string, then the object, then the string's bytes. The holder is empty afterward.
     void Release() noexcept;
 
     // Empties the holder without giving anything back.

@@ -97,7 +97,7 @@ void ManyObjects(CheckContext& context) {
     }
 }
 
-// Destroys three objects of a class in the order of creation, backwards, and starting from the middle.
+// Destroys three objects of a class in the order of creation, backward, and starting from the middle.
 void EndingOrders(CheckContext& context) {
     Stage& stage = context.Load();
     for (const host::Class* isa : stage.Classes()) {

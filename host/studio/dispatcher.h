@@ -73,7 +73,7 @@ class Dispatcher {
     // Returns the final answer to a job.
     Message AnswerTo(const Job& job);
 
-    // Starts the worker unless it runs, sends a request, and waits for the answer. Afterwards the worker runs only if
+    // Starts the worker unless it runs, sends a request, and waits for the answer. Afterward the worker runs only if
     // it has answered.
     Outcome AskWorker(const Job& job, std::chrono::seconds patience, Message& answer);
     bool StartWorker();

@@ -39,7 +39,7 @@ class Gate {
     // Returns a new token. Those that exist remain valid.
     [[nodiscard]] std::string NewToken(Clock::time_point now);
 
-    // Whether a token is valid. It is not afterwards.
+    // Whether a token is valid. It is not afterward.
     [[nodiscard]] bool UseToken(std::string_view token, Clock::time_point now);
 
     // The value of the cookie, and the secret of the page.

@@ -250,7 +250,7 @@ class RowDecoderTIFF : public RowDecoder {
             const tmsize_t part = TIFFIsTiled(tiff_) != 0 ? TIFFTileSize(tiff_) : TIFFStripSize(tiff_);
             if (part > 0) picture->workingBytes = static_cast<std::size_t>(part);
         }
-        // Gray levels with a profile are converted afterwards.
+        // Gray levels with a profile are converted afterward.
         std::uint32_t length = 0;
         const void* profile = nullptr;
         const bool isConverted = isGray && TIFFGetField(tiff_, TIFFTAG_ICCPROFILE, &length, &profile) != 0;

@@ -115,7 +115,7 @@ class RowDecoderJPEG : public RowDecoder {
         }
         const bool isGray = jpeg_.jpeg_color_space == JCS_GRAYSCALE;
         const bool isColor = jpeg_.jpeg_color_space == JCS_YCbCr || jpeg_.jpeg_color_space == JCS_RGB;
-        // The library holds all of a picture of several scans. Gray levels with a profile are converted afterwards.
+        // The library holds all of a picture of several scans. Gray levels with a profile are converted afterward.
         const bool isConverted = picture != nullptr && isGray && picture->profile != nullptr;
         const bool hasScans = jpeg_has_multiple_scans(&jpeg_) != 0;
         if (picture != nullptr && hasScans) picture->workingBytes = CoefficientBytes(jpeg_);

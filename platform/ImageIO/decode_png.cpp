@@ -127,7 +127,7 @@ class RowDecoderPNG : public RowDecoder {
             picture->height = rowsLeft_;
             picture->depth = png_get_bit_depth(png_, info_) == 16 ? 16 : 8;
         }
-        // Gray levels with a profile are converted afterwards.
+        // Gray levels with a profile are converted afterward.
         const bool isConverted = isGray && png_get_valid(png_, info_, PNG_INFO_iCCP) != 0;
         const bool isInOrder = png_get_interlace_type(png_, info_) == PNG_INTERLACE_NONE;
         if (!isInOrder || isConverted) return Status::kUnknownType;

@@ -347,8 +347,8 @@ class ConversationTest : public testing::TestWithParam<Scenario> {
         EXPECT_EQ(actual.madeReferences, expected.madeReferences) << name;
         performance.EndFaults();
         const Expected again = performance.Call();
-        EXPECT_EQ(again.returnsValue, Expect(GetParam(), {}).returnsValue) << "afterwards: " << name;
-        EXPECT_EQ(again.thrown, Raise::kNothing) << "afterwards: " << name;
+        EXPECT_EQ(again.returnsValue, Expect(GetParam(), {}).returnsValue) << "afterward: " << name;
+        EXPECT_EQ(again.thrown, Raise::kNothing) << "afterward: " << name;
         [pool drain];
     }
 };

@@ -141,7 +141,7 @@ void ThrowForeignInScopes() {
     return replies ? [self replyOfSelf] : nil;
 }
 
-// Never frees the object: the test reads the count afterwards.
+// Never frees the object: the test reads the count afterward.
 - (oneway void)release {
     --references;
     [self record:"release" with:""];

@@ -2,7 +2,7 @@
 //
 // The lowest row of the gradient image is rendered once, before the first tile. Luminance 0...1 runs along its whole
 // width: a position there lies between the centers of two pixels; beyond the outermost centers the color is
-// constant. Between the pixels of a picture the stored numbers are interpolated, and decoded afterwards.
+// constant. Between the pixels of a picture the stored numbers are interpolated, and decoded afterward.
 
 #include <algorithm>
 #include <utility>

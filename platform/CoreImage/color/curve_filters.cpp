@@ -47,7 +47,7 @@ ImageRef ColorPosterize(const Inputs& inputs) {
     return MakeFormulaImage(std::move(input), PosterizeFormula{static_cast<float>(steps)});
 }
 
-// CIColorMonochrome: moves by inputIntensity towards shades of inputColor, from black through the color to white.
+// CIColorMonochrome: moves by inputIntensity toward shades of inputColor, from black through the color to white.
 ImageRef ColorMonochrome(const Inputs& inputs) {
     ImageRef input = inputs.GetImage("inputImage");
     const double intensity = inputs.GetNumber("inputIntensity");

@@ -50,7 +50,7 @@ struct PosterizeFormula {
     float steps;
 };
 
-// Colors move by intensity towards a shade of the color: black at luminance 0, the color at one half, white at 1.
+// Colors move by intensity toward a shade of the color: black at luminance 0, the color at one half, white at 1.
 struct MonochromeFormula {
     std::array<float, 3> color;
     float intensity;

@@ -36,7 +36,7 @@ std::optional<DrosteAxis> AxisOf(double least, double most, double insetLeast, d
 // CIDroste: the image within itself, again and again, from inputInsetPoint0 to inputInsetPoint1. The result is
 // infinite.
 //
-// The copies shrink towards the fixed point of the map from the picture to its inset, so the next copy fills the
+// The copies shrink toward the fixed point of the map from the picture to its inset, so the next copy fills the
 // inset wherever it is. The part of the inset outside the picture is ignored. An inset that leaves no copy, or no
 // picture around it, has no effect.
 //

@@ -303,10 +303,10 @@ bool SplashFormula::Moves(const Extent& centers) const {
 }
 // A place lies between the center and the pixel, and in the circle.
 Extent SplashFormula::Source(const Extent& centers) const {
-    const Extent towards = Both(centers, Spanning(center, center));
+    const Extent toward = Both(centers, Spanning(center, center));
     const Extent circle = Spanning(center, center).GrownBy(radius);
-    return {std::max(towards.left, circle.left), std::max(towards.bottom, circle.bottom),
-            std::min(towards.right, circle.right), std::min(towards.top, circle.top)};
+    return {std::max(toward.left, circle.left), std::max(toward.bottom, circle.bottom),
+            std::min(toward.right, circle.right), std::min(toward.top, circle.top)};
 }
 
 double LozengeFormula::Distance(double x, double y) const {

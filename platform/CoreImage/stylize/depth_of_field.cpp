@@ -89,7 +89,7 @@ HWY_ATTR void InFocusRow(float* pixels, const float* const* others, float sharpe
     });
 }
 
-// Blends pixels towards others, each by its share.
+// Blends pixels toward others, each by its share.
 HWY_ATTR void BlendRow(float* pixels, const float* const* others, const float* shares, std::size_t count) {
     ForEachIndexedPlace<1>(pixels, others, count, [&](Colors& c, const auto& given, std::size_t index) HWY_ATTR {
         const Wide share = hn::LoadU(WideTag(), shares + index);

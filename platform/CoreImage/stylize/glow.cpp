@@ -85,7 +85,7 @@ ImageRef MakeGlowImage(ImageRef input, ImageRef blurred, Glow glow, double inten
                              std::make_unique<GlowFunction>(glow, FiniteFloat(intensity)), extent);
 }
 
-// CIBloom: every channel, alpha included, moves by inputIntensity towards a Gaussian blur of sigma inputRadius where
+// CIBloom: every channel, alpha included, moves by inputIntensity toward a Gaussian blur of sigma inputRadius where
 // the blur is larger. CIGloom: where it is smaller. The extent is the blur's. Returns the input itself for an
 // intensity of 0.
 ImageRef Bloom(const Inputs& inputs) { return GlowOf(inputs, Glow::kLight); }
