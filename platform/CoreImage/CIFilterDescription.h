@@ -10,7 +10,7 @@
 
 #include "engine/filter_table.h"
 
-struct FilterRow;
+struct FilterDescriptionRow;
 
 // The kind of value that an input holds, from its class attribute.
 enum class InputKind { kNumber, kVector, kColor, kImage, kTransform, kData, kObject };
@@ -34,7 +34,7 @@ struct InputDescription {
     core_image::FilterFunction _function;  // null for a filter that does not render
 
   @private
-    const FilterRow* _row;
+    const FilterDescriptionRow* _row;
     NSDictionary* _attributes;  // nil until they are asked for
 }
 

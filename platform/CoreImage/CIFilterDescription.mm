@@ -49,9 +49,9 @@ InputKind KindOfClass(const char* className) {
     return InputKind::kObject;
 }
 
-std::span<const FilterRow> Filters() { return {kFilterRows, kFilterRowCount}; }
+std::span<const FilterDescriptionRow> Filters() { return {kFilterRows, kFilterRowCount}; }
 
-std::span<const FilterKeyRow> KeysOf(const FilterRow& filter) {
+std::span<const FilterKeyRow> KeysOf(const FilterDescriptionRow& filter) {
     return {kFilterKeyRows + filter.keyBegin, kFilterKeyRows + filter.keyEnd};
 }
 
@@ -60,8 +60,8 @@ std::span<const AttributeRow> AttributesOf(const FilterKeyRow& key) {
 }
 
 // The row of a filter; null for an unknown name.
-const FilterRow* FindRow(const char* name) {
-    for (const FilterRow& row : Filters()) {
+const FilterDescriptionRow* FindRow(const char* name) {
+    for (const FilterDescriptionRow& row : Filters()) {
         if (std::strcmp(TextAt(row.name), name) == 0) return &row;
     }
     return nullptr;
@@ -157,7 +157,7 @@ NSDictionary* InputAttributes(const FilterKeyRow& key, const InputDescription& i
     return attributes;
 }
 
-NSArray* CategoriesOf(const FilterRow& filter) {
+NSArray* CategoriesOf(const FilterDescriptionRow& filter) {
     NSMutableArray* categories = [NSMutableArray array];
     for (unsigned index = filter.categoryBegin; index < filter.categoryEnd; ++index) {
         [categories addObject:StringAt(kFilterCategories[index])];
@@ -181,7 +181,7 @@ static NSMutableDictionary* madeDescriptions;
     @synchronized([CIFilterDescription class]) {
         CIFilterDescription* description = [madeDescriptions objectForKey:name];
         if (description != nil) return description;
-        const FilterRow* row = FindRow([name UTF8String]);
+        const FilterDescriptionRow* row = FindRow([name UTF8String]);
         if (row == nullptr) return nil;
         NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
         description = [[CIFilterDescription alloc] initWithRow:row];
@@ -195,12 +195,12 @@ static NSMutableDictionary* madeDescriptions;
 + (NSArray*)names {
     @synchronized([CIFilterDescription class]) {
         NSMutableArray* names = [NSMutableArray array];
-        for (const FilterRow& row : Filters()) [names addObject:StringAt(row.name)];
+        for (const FilterDescriptionRow& row : Filters()) [names addObject:StringAt(row.name)];
         return names;
     }
 }
 
-- (id)initWithRow:(const FilterRow*)row {
+- (id)initWithRow:(const FilterDescriptionRow*)row {
     self = [super init];
     if (self == nil) return nil;
     _row = row;

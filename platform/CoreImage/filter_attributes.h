@@ -33,11 +33,11 @@ struct FilterKeyRow {
 };
 extern const FilterKeyRow kFilterKeyRows[];
 
-struct FilterRow {
+struct FilterDescriptionRow {
     unsigned short name, displayName, availableMac;  // texts
     unsigned short categoryBegin, categoryEnd;       // in kFilterCategories, whose entries are texts
     unsigned short keyBegin, keyEnd;                 // in kFilterKeyRows
 };
 extern const unsigned short kFilterCategories[];
-extern const FilterRow kFilterRows[];
+extern const FilterDescriptionRow kFilterRows[];
 extern const unsigned kFilterRowCount;

@@ -118,7 +118,7 @@ const FilterKeyRow kFilterKeyRows[] = {{
     // name, class, begin and end of the attributes
 {rows(table.keys)}}};
 
-const FilterRow kFilterRows[] = {{
+const FilterDescriptionRow kFilterRows[] = {{
     // name, display name, available on the Mac since, begin and end of the categories, begin and end of the keys
 {rows(table.filters)}}};
 

@@ -186,18 +186,18 @@ int OrientationIn(const Metadata& metadata) {
     return orientation >= 1 && orientation <= 8 ? static_cast<int>(orientation) : 0;
 }
 
-bool AdaptExif(Bytes* exif, const Adaption& adaption) {
+bool AdaptExif(Bytes* exif, const Adaptation& adaptation) {
     ExifBlock block(*exif);
     const std::size_t first = block.HasHeader() ? block.Get(4, 4) : 0;
     if (!block.HoldsTable(first)) return false;
     if (!DropThumbnail(block, first, exif)) return false;
     block.SetNumber(block.Find(first, kOrientation), 1);
-    block.SetNumber(block.Find(first, kImageWidth), adaption.width);
-    block.SetNumber(block.Find(first, kImageLength), adaption.height);
+    block.SetNumber(block.Find(first, kImageWidth), adaptation.width);
+    block.SetNumber(block.Find(first, kImageLength), adaptation.height);
     const std::size_t details = block.TableOf(block.Find(first, kExifTable));
-    block.SetNumber(block.Find(details, kPixelWidth), adaption.width);
-    block.SetNumber(block.Find(details, kPixelHeight), adaption.height);
-    if (!adaption.dropsLocation) return true;
+    block.SetNumber(block.Find(details, kPixelWidth), adaptation.width);
+    block.SetNumber(block.Find(details, kPixelHeight), adaptation.height);
+    if (!adaptation.dropsLocation) return true;
     const std::size_t entry = block.Find(first, kLocationTable);
     const std::size_t location = block.TableOf(entry);
     // Before the table is cleared, which may be a part of the first one.

@@ -241,20 +241,20 @@ void ReadMetadataOfWebP(const std::uint8_t* bytes, std::size_t length, Metadata*
     }
 }
 
-void Adapt(Metadata* metadata, const Adaption& adaption) {
-    if (!AdaptExif(&metadata->exif, adaption)) metadata->exif.clear();
-    if (!AdaptXMP(&metadata->xmp, adaption)) metadata->xmp.clear();
-    if (!AdaptIPTC(&metadata->iptc, adaption)) metadata->iptc.clear();
+void Adapt(Metadata* metadata, const Adaptation& adaptation) {
+    if (!AdaptExif(&metadata->exif, adaptation)) metadata->exif.clear();
+    if (!AdaptXMP(&metadata->xmp, adaptation)) metadata->xmp.clear();
+    if (!AdaptIPTC(&metadata->iptc, adaptation)) metadata->iptc.clear();
 }
 
-bool AdaptXMP(Bytes* xmp, const Adaption& adaption) {
+bool AdaptXMP(Bytes* xmp, const Adaptation& adaptation) {
     std::string text(xmp->begin(), xmp->end());
     // Another encoding than UTF-8 has zero bytes.
     if (text.find('\0') != std::string::npos) return false;
     ResetOrientation(&text);
     const auto remove = [&](std::string_view name) { return RemoveProperties(name, &text); };
     bool isUnderstood = std::all_of(std::begin(kSizeNames), std::end(kSizeNames), remove);
-    if (adaption.dropsLocation) {
+    if (adaptation.dropsLocation) {
         isUnderstood = isUnderstood && std::all_of(std::begin(kLocationNames), std::end(kLocationNames), remove);
     }
     xmp->assign(text.begin(), text.end());
@@ -262,8 +262,8 @@ bool AdaptXMP(Bytes* xmp, const Adaption& adaption) {
 }
 
 // A data set has a mark, its record, its number and its length.
-bool AdaptIPTC(Bytes* iptc, const Adaption& adaption) {
-    if (!adaption.dropsLocation) return true;
+bool AdaptIPTC(Bytes* iptc, const Adaptation& adaptation) {
+    if (!adaptation.dropsLocation) return true;
     constexpr std::array<std::uint8_t, 8> kLocation = {26, 27, 90, 92, 95, 100, 101, 103};
     constexpr std::uint8_t kMark = 0x1c, kApplicationRecord = 2;
     constexpr std::size_t kHeader = 5;

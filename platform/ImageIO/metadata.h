@@ -30,19 +30,19 @@ struct Metadata {
 [[nodiscard]] int OrientationIn(const Metadata& metadata);
 
 // The size of a picture that gets the data of another one, and whether the location is dropped.
-struct Adaption {
+struct Adaptation {
     std::size_t width = 0;
     std::size_t height = 0;
     bool dropsLocation = false;
 };
 
 // Changes data for a picture that is upright: the orientation is reset, the dimensions are set, thumbnails are dropped.
-void Adapt(Metadata* metadata, const Adaption& adaption);
+void Adapt(Metadata* metadata, const Adaptation& adaptation);
 
 // Changes each kind. Returns false when the block must be dropped.
-[[nodiscard]] bool AdaptExif(Bytes* exif, const Adaption& adaption);
-[[nodiscard]] bool AdaptXMP(Bytes* xmp, const Adaption& adaption);
-[[nodiscard]] bool AdaptIPTC(Bytes* iptc, const Adaption& adaption);
+[[nodiscard]] bool AdaptExif(Bytes* exif, const Adaptation& adaptation);
+[[nodiscard]] bool AdaptXMP(Bytes* xmp, const Adaptation& adaptation);
+[[nodiscard]] bool AdaptIPTC(Bytes* iptc, const Adaptation& adaptation);
 
 // Each reads the data in a file of its format.
 void ReadMetadataOfPNG(const std::uint8_t* bytes, std::size_t length, Metadata* metadata);

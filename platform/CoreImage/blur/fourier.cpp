@@ -54,8 +54,8 @@ FourierMean::FourierMean(std::int64_t width, std::int64_t height, std::int64_t r
     : width_(width),
       height_(height),
       reach_(reach),
-      turnsOfRows_(TurnsFor(static_cast<std::size_t>(width))),
-      turnsOfColumns_(TurnsFor(static_cast<std::size_t>(height))) {
+      twiddlesOfRows_(TwiddlesFor(static_cast<std::size_t>(width))),
+      twiddlesOfColumns_(TwiddlesFor(static_cast<std::size_t>(height))) {
     double sum = 0;
     for (std::int64_t y = -reach; y <= reach; ++y) {
         for (std::int64_t x = -reach; x <= reach; ++x) sum += weight(x, y);
@@ -72,11 +72,11 @@ FourierMean::FourierMean(std::int64_t width, std::int64_t height, std::int64_t r
                 if (x <= reach) strip.Row(0, row)[i] = static_cast<float>(weight(x, y) * factor);
             }
         }
-        TransformColumns(strip.Row(0, 0), static_cast<std::size_t>(height), turnsOfColumns_.data());
+        TransformColumns(strip.Row(0, 0), static_cast<std::size_t>(height), twiddlesOfColumns_.data());
         ToBlock(strip.Row(0, 0), block, height / kColumns, column);
     }
     for (std::int64_t each = 0; each < height / kColumns; ++each) {
-        TransformColumns(block.Row(each, 0), static_cast<std::size_t>(width), turnsOfRows_.data());
+        TransformColumns(block.Row(each, 0), static_cast<std::size_t>(width), twiddlesOfRows_.data());
         for (std::int64_t row = 0; row < width; ++row) {
             weights_.insert(weights_.end(), block.Row(each, row), block.Row(each, row) + kColumns);
         }
@@ -117,7 +117,7 @@ PixelRange FourierMean::Transform(const Prepared& image, const Region& block, co
         for (std::int64_t strip = 0; strip < kStripsOfPart; ++strip) {
             for (std::size_t pair = 0; pair < strips.size(); ++pair) {
                 float* const columns = strips[pair].Row(strip, 0);
-                if (!isEmpty) TransformColumns(columns, static_cast<std::size_t>(height_), turnsOfColumns_.data());
+                if (!isEmpty) TransformColumns(columns, static_cast<std::size_t>(height_), twiddlesOfColumns_.data());
                 ToBlock(columns, transformed[pair], height_ / kColumns, left + strip * kColumns);
             }
         }
@@ -131,9 +131,9 @@ void FourierMean::Multiply(const Pairs& transformed) const {
     for (std::int64_t strip = 0; strip < height_ / kColumns; ++strip, weights += width_ * kColumns) {
         for (const Strips& pair : transformed) {
             float* const columns = pair.Row(strip, 0);
-            TransformColumns(columns, rows, turnsOfRows_.data());
+            TransformColumns(columns, rows, twiddlesOfRows_.data());
             MultiplyColumns(columns, rows, weights);
-            TransformColumnsBack(columns, rows, turnsOfRows_.data());
+            TransformColumnsBack(columns, rows, twiddlesOfRows_.data());
         }
     }
 }
@@ -151,7 +151,7 @@ void FourierMean::TransformBack(const Pairs& transformed, const Region& block, c
             for (std::size_t pair = 0; pair < strips.size(); ++pair) {
                 float* const columns = strips[pair].Row((column - left) / kColumns, 0);
                 FromBlock(transformed[pair], height_ / kColumns, column, columns);
-                TransformColumnsBack(columns, static_cast<std::size_t>(height_), turnsOfColumns_.data());
+                TransformColumnsBack(columns, static_cast<std::size_t>(height_), twiddlesOfColumns_.data());
             }
         }
         const Region part = {block.x + left, tile.region.y, right - left, tile.region.height};

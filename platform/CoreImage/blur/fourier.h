@@ -48,7 +48,7 @@ class FourierMean {
 
     std::int64_t width_, height_;
     std::int64_t reach_;
-    std::vector<Turns> turnsOfRows_, turnsOfColumns_;
+    std::vector<Twiddles> twiddlesOfRows_, twiddlesOfColumns_;
     std::vector<float> weights_;  // transformed, strip by strip, divided by the number of pixels of a block
 };
 

@@ -15,7 +15,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace core_image::HWY_NAMESPACE {
 
-// So many rows fit into the first cache; parts of longer columns are completed one after the other.
+// So many rows fit into the L1 cache; parts of longer columns are completed one after the other.
 constexpr std::size_t kRowsInCache = 256;
 
 // Numbers of neighboring columns.
@@ -41,14 +41,14 @@ HWY_INLINE Complex operator-(const Complex& a, const Complex& b) {
 
 HWY_INLINE Complex TimesI(const Complex& a) { return {hn::Neg(a.imaginary), a.real}; }
 
-HWY_INLINE Complex Turned(const Complex& a, const Turns::Turn& by) {
-    const Wide real = Constant(by.real), imaginary = Constant(by.imaginary);
+HWY_INLINE Complex Times(const Complex& a, const Twiddles::Factor& factor) {
+    const Wide real = Constant(factor.real), imaginary = Constant(factor.imaginary);
     return {hn::NegMulAdd(a.imaginary, imaginary, hn::Mul(a.real, real)),
             hn::MulAdd(a.real, imaginary, hn::Mul(a.imaginary, real))};
 }
 
-HWY_INLINE Complex TurnedBack(const Complex& a, const Turns::Turn& by) {
-    const Wide real = Constant(by.real), imaginary = Constant(by.imaginary);
+HWY_INLINE Complex TimesConjugate(const Complex& a, const Twiddles::Factor& factor) {
+    const Wide real = Constant(factor.real), imaginary = Constant(factor.imaginary);
     return {hn::MulAdd(a.imaginary, imaginary, hn::Mul(a.real, real)),
             hn::NegMulAdd(a.real, imaginary, hn::Mul(a.imaginary, real))};
 }
@@ -59,41 +59,44 @@ HWY_INLINE void ForEachOfRow(const Function& function) {
     for (std::size_t i = 0; i < kFourierColumns; i += hn::MaxLanes(WideTag())) function(i);
 }
 
-// Calls a function with the places of four numbers, one in each quarter of the rows, and with their turns.
+// Calls a function with the places of four numbers, one in each quarter of the rows, and with their twiddle factors.
 template <class Function>
-HWY_INLINE void ForEachFour(float* strip, std::size_t rows, const Turns* turns, const Function& function) {
+HWY_INLINE void ForEachFour(float* strip, std::size_t rows, const Twiddles* twiddles, const Function& function) {
     const std::size_t quarter = rows / 4 * kFourierRowFloats;
     for (std::size_t row = 0; row < rows / 4; ++row) {
         ForEachOfRow([&](std::size_t i) HWY_ATTR {
             float* const first = strip + row * kFourierRowFloats + i;
-            function(first, first + quarter, first + 2 * quarter, first + 3 * quarter, turns[row].turns);
+            function(first, first + quarter, first + 2 * quarter, first + 3 * quarter, twiddles[row].factors);
         });
     }
 }
 
 // Makes the four transforms of a quarter of the rows from which that of all rows is made.
-HWY_INLINE void Divide(float* strip, std::size_t rows, const Turns* turns) {
-    ForEachFour(strip, rows, turns, [](float* p0, float* p1, float* p2, float* p3, const Turns::Turn* turn) HWY_ATTR {
-        const Complex a = Complex::At(p0), b = Complex::At(p1), c = Complex::At(p2), d = Complex::At(p3);
-        const Complex even = a + c, evenRest = a - c, odd = b + d, oddRest = TimesI(b - d);
-        (even + odd).Store(p0);
-        Turned(evenRest - oddRest, turn[0]).Store(p1);
-        Turned(even - odd, turn[1]).Store(p2);
-        Turned(evenRest + oddRest, turn[2]).Store(p3);
-    });
+HWY_INLINE void Divide(float* strip, std::size_t rows, const Twiddles* twiddles) {
+    ForEachFour(strip, rows, twiddles,
+                [](float* p0, float* p1, float* p2, float* p3, const Twiddles::Factor* factors) HWY_ATTR {
+                    const Complex a = Complex::At(p0), b = Complex::At(p1), c = Complex::At(p2), d = Complex::At(p3);
+                    const Complex even = a + c, evenRest = a - c, odd = b + d, oddRest = TimesI(b - d);
+                    (even + odd).Store(p0);
+                    Times(evenRest - oddRest, factors[0]).Store(p1);
+                    Times(even - odd, factors[1]).Store(p2);
+                    Times(evenRest + oddRest, factors[2]).Store(p3);
+                });
 }
 
 // The way back.
-HWY_INLINE void Unite(float* strip, std::size_t rows, const Turns* turns) {
-    ForEachFour(strip, rows, turns, [](float* p0, float* p1, float* p2, float* p3, const Turns::Turn* turn) HWY_ATTR {
-        const Complex a = Complex::At(p0), b = TurnedBack(Complex::At(p1), turn[0]),
-                      c = TurnedBack(Complex::At(p2), turn[1]), d = TurnedBack(Complex::At(p3), turn[2]);
-        const Complex even = a + c, evenRest = a - c, odd = b + d, oddRest = TimesI(b - d);
-        (even + odd).Store(p0);
-        (evenRest + oddRest).Store(p1);
-        (even - odd).Store(p2);
-        (evenRest - oddRest).Store(p3);
-    });
+HWY_INLINE void Unite(float* strip, std::size_t rows, const Twiddles* twiddles) {
+    ForEachFour(strip, rows, twiddles,
+                [](float* p0, float* p1, float* p2, float* p3, const Twiddles::Factor* factors) HWY_ATTR {
+                    const Complex a = Complex::At(p0), b = TimesConjugate(Complex::At(p1), factors[0]),
+                                  c = TimesConjugate(Complex::At(p2), factors[1]),
+                                  d = TimesConjugate(Complex::At(p3), factors[2]);
+                    const Complex even = a + c, evenRest = a - c, odd = b + d, oddRest = TimesI(b - d);
+                    (even + odd).Store(p0);
+                    (evenRest + oddRest).Store(p1);
+                    (even - odd).Store(p2);
+                    (evenRest - oddRest).Store(p3);
+                });
 }
 
 // The same for every two rows.
@@ -108,35 +111,35 @@ HWY_INLINE void AddAndSubtract(float* strip, std::size_t rows) {
     }
 }
 
-HWY_ATTR void TransformColumns(float* strip, std::size_t rows, const Turns* turns) {
+HWY_ATTR void TransformColumns(float* strip, std::size_t rows, const Twiddles* twiddles) {
     if (rows > kRowsInCache) {
-        Divide(strip, rows, turns);
+        Divide(strip, rows, twiddles);
         for (std::size_t part = 0; part < rows; part += rows / 4) {
-            HWY_NAMESPACE::TransformColumns(strip + part * kFourierRowFloats, rows / 4, turns + rows / 4);
+            HWY_NAMESPACE::TransformColumns(strip + part * kFourierRowFloats, rows / 4, twiddles + rows / 4);
         }
         return;
     }
     std::size_t size = rows;
-    for (; size >= 4; turns += size / 4, size /= 4) {
-        for (std::size_t row = 0; row < rows; row += size) Divide(strip + row * kFourierRowFloats, size, turns);
+    for (; size >= 4; twiddles += size / 4, size /= 4) {
+        for (std::size_t row = 0; row < rows; row += size) Divide(strip + row * kFourierRowFloats, size, twiddles);
     }
     if (size == 2) AddAndSubtract(strip, rows);
 }
 
-HWY_ATTR void TransformColumnsBack(float* strip, std::size_t rows, const Turns* turns) {
+HWY_ATTR void TransformColumnsBack(float* strip, std::size_t rows, const Twiddles* twiddles) {
     if (rows > kRowsInCache) {
         for (std::size_t part = 0; part < rows; part += rows / 4) {
-            HWY_NAMESPACE::TransformColumnsBack(strip + part * kFourierRowFloats, rows / 4, turns + rows / 4);
+            HWY_NAMESPACE::TransformColumnsBack(strip + part * kFourierRowFloats, rows / 4, twiddles + rows / 4);
         }
-        Unite(strip, rows, turns);
+        Unite(strip, rows, twiddles);
         return;
     }
     std::size_t size = rows;
-    for (; size >= 4; size /= 4) turns += size / 4;
+    for (; size >= 4; size /= 4) twiddles += size / 4;
     if (size == 2) AddAndSubtract(strip, rows);
     for (size *= 4; size <= rows; size *= 4) {
-        turns -= size / 4;
-        for (std::size_t row = 0; row < rows; row += size) Unite(strip + row * kFourierRowFloats, size, turns);
+        twiddles -= size / 4;
+        for (std::size_t row = 0; row < rows; row += size) Unite(strip + row * kFourierRowFloats, size, twiddles);
     }
 }
 
@@ -230,29 +233,29 @@ HWY_EXPORT(JoinPixels);
 // A cache line more keeps strips apart whose rows would compete for the same cache sets.
 Strips::Strips(std::int64_t rows, std::int64_t strips)
     : apart_(rows * std::int64_t{kFourierRowFloats} + std::int64_t{kFloatsPerLine}),
-      numbers_(static_cast<float*>(AllocateKept(static_cast<std::size_t>(apart_ * strips) * sizeof(float)))) {}
+      numbers_(static_cast<float*>(AllocatePooled(static_cast<std::size_t>(apart_ * strips) * sizeof(float)))) {}
 
-std::vector<Turns> TurnsFor(std::size_t rows) {
-    std::vector<Turns> all;
+std::vector<Twiddles> TwiddlesFor(std::size_t rows) {
+    std::vector<Twiddles> all;
     for (; rows >= 4; rows /= 4) {
         for (std::size_t row = 0; row < rows / 4; ++row) {
-            Turns& turns = all.emplace_back();
-            for (std::size_t i = 0; i < std::size(turns.turns); ++i) {
+            Twiddles& at = all.emplace_back();
+            for (std::size_t i = 0; i < std::size(at.factors); ++i) {
                 const double angle =
                     -2 * std::numbers::pi * static_cast<double>((i + 1) * row) / static_cast<double>(rows);
-                turns.turns[i] = {static_cast<float>(std::cos(angle)), static_cast<float>(std::sin(angle))};
+                at.factors[i] = {static_cast<float>(std::cos(angle)), static_cast<float>(std::sin(angle))};
             }
         }
     }
     return all;
 }
 
-void TransformColumns(float* strip, std::size_t rows, const Turns* turns) {
-    HWY_DYNAMIC_DISPATCH(TransformColumns)(strip, rows, turns);
+void TransformColumns(float* strip, std::size_t rows, const Twiddles* twiddles) {
+    HWY_DYNAMIC_DISPATCH(TransformColumns)(strip, rows, twiddles);
 }
 
-void TransformColumnsBack(float* strip, std::size_t rows, const Turns* turns) {
-    HWY_DYNAMIC_DISPATCH(TransformColumnsBack)(strip, rows, turns);
+void TransformColumnsBack(float* strip, std::size_t rows, const Twiddles* twiddles) {
+    HWY_DYNAMIC_DISPATCH(TransformColumnsBack)(strip, rows, twiddles);
 }
 
 void MultiplyColumns(float* strip, std::size_t rows, const float* factors) {

@@ -32,25 +32,27 @@ class Strips {
 
   private:
     std::int64_t apart_;
-    std::unique_ptr<float[], FreeKept> numbers_;
+    std::unique_ptr<float[], FreePooled> numbers_;
 };
 
-// The complex numbers by which the last three quarters of a column are multiplied, at one row of a quarter.
-struct Turns {
-    struct Turn {
+// Twiddle factors: the complex numbers by which the last three quarters of a column are multiplied, at one row of a
+// quarter.
+struct Twiddles {
+    struct Factor {
         float real, imaginary;
     };
-    Turn turns[3];
+    Factor factors[3];
 };
 
-// The turns for columns of so many rows: those of the whole, then those of a quarter, then those of a quarter of that.
-std::vector<Turns> TurnsFor(std::size_t rows);
+// The twiddle factors for columns of so many rows: those of the whole, then those of a quarter, then those of a quarter
+// of that.
+std::vector<Twiddles> TwiddlesFor(std::size_t rows);
 
 // Transforms the columns of a strip in place. The number of rows is a power of two, at least 4.
-void TransformColumns(float* strip, std::size_t rows, const Turns* turns);
+void TransformColumns(float* strip, std::size_t rows, const Twiddles* twiddles);
 
 // Transforms them back, but for a division by the number of rows.
-void TransformColumnsBack(float* strip, std::size_t rows, const Turns* turns);
+void TransformColumnsBack(float* strip, std::size_t rows, const Twiddles* twiddles);
 
 // Multiplies the rows by those of factors, which are kFourierColumns real numbers.
 void MultiplyColumns(float* strip, std::size_t rows, const float* factors);

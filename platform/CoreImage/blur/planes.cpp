@@ -100,7 +100,8 @@ std::size_t WholeBlocks(std::size_t count) { return (count + kBlockPixels - 1) /
 Plane::Plane(const Region& region)
     : region_(region),
       stride_(StrideFor(Width())),
-      numbers_(static_cast<float*>(AllocateKept(stride_ * static_cast<std::size_t>(region.height) * sizeof(float)))) {}
+      numbers_(static_cast<float*>(AllocatePooled(stride_ * static_cast<std::size_t>(region.height) * sizeof(float)))) {
+}
 
 Planes MakePlanes(const Region& region) { return {Plane(region), Plane(region), Plane(region), Plane(region)}; }
 

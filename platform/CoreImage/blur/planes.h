@@ -37,7 +37,7 @@ class Plane {
 
     Region region_;
     std::size_t stride_;
-    std::unique_ptr<float[], FreeKept> numbers_;
+    std::unique_ptr<float[], FreePooled> numbers_;
 };
 
 // The four channels of the pixels of a region.

@@ -130,8 +130,8 @@ HWY_INLINE void AddColumns(const DiscRows& rows, const float* runs, const float*
     constexpr std::size_t kLanes = hn::MaxLanes(d);
     hn::Vec<decltype(d)> sums[kVectors];
     for (std::size_t k = 0; k < kVectors; ++k) sums[k] = hn::LoadU(d, out + k * kLanes);
-    const auto add = [&](const float* line, const std::vector<Columns>& columns) HWY_ATTR {
-        for (const Columns& each : columns) {
+    const auto add = [&](const float* line, const std::vector<MirroredColumns>& columns) HWY_ATTR {
+        for (const MirroredColumns& each : columns) {
             const auto weight = hn::Set(d, each.weight);
             const float *left = line - each.distance, *right = line + each.distance;
             for (auto& sum : sums) {

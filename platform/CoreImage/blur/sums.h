@@ -35,15 +35,15 @@ void Combine(const float* in, float* sum, const float* before, float scale, floa
 void Combine(const float* in, double* sum, const float* before, float scale, float* out, std::size_t floats);
 
 // Two columns of a disc, this far to the left and to the right of its center.
-struct Columns {
+struct MirroredColumns {
     std::ptrdiff_t distance;
     float weight;
 };
 
 // What two rows of a disc contribute, one below and one above its center.
 struct DiscRows {
-    std::vector<Columns> runs;  // sums of all rows up to these two
-    std::vector<Columns> rim;   // sums of these two rows alone
+    std::vector<MirroredColumns> runs;  // sums of all rows up to these two
+    std::vector<MirroredColumns> rim;   // sums of these two rows alone
 };
 
 // out[i] is the weighted mean of the numbers around the i-th. The disc has rows for each distance from its center,

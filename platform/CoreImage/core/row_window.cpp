@@ -36,7 +36,7 @@ RowStrip::RowStrip(std::size_t first, std::size_t count, std::size_t bytesPerRow
     : first_(first),
       count_(count),
       share_(count * bytesPerRow),
-      bytes_(static_cast<std::uint8_t*>(AllocateKept(count * bytesPerRow))) {}
+      bytes_(static_cast<std::uint8_t*>(AllocatePooled(count * bytesPerRow))) {}
 
 RowWindow::RowWindow(const RowReader& reader, std::shared_ptr<void> owner, std::size_t height, std::size_t bytesPerRow)
     : reader_(reader),

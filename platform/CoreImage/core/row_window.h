@@ -54,7 +54,7 @@ class RowStrip {
   private:
     std::size_t first_, count_;
     BudgetShare share_;
-    std::unique_ptr<std::uint8_t[], FreeKept> bytes_;
+    std::unique_ptr<std::uint8_t[], FreePooled> bytes_;
 };
 
 class RowWindow {

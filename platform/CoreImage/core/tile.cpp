@@ -44,7 +44,7 @@ void AskForHugePages(void* memory, std::size_t bytes) {
 
 // Why not malloc: it returns large blocks to the system, and the page faults of new ones take longer than the work
 // done in them. The address sanitizer, however, watches only malloc.
-void* AllocateKept(std::size_t bytes) {
+void* AllocatePooled(std::size_t bytes) {
     // Whole lines, as aligned_alloc requires.
     const std::size_t size = (std::max<std::size_t>(bytes, 1) + kLineBytes - 1) / kLineBytes * kLineBytes;
 #if __has_feature(address_sanitizer)
@@ -57,7 +57,7 @@ void* AllocateKept(std::size_t bytes) {
     return memory;
 }
 
-void FreeKept::operator()(void* memory) const {
+void FreePooled::operator()(void* memory) const {
 #if __has_feature(address_sanitizer)
     std::free(memory);
 #else
@@ -69,7 +69,7 @@ PixelBlock::PixelBlock(const Region& region)
     : region_(region),
       floatsPerRow_(FloatsPerRow(region)),
       share_(Bytes()),
-      pixels_(static_cast<float*>(AllocateKept(Bytes()))) {}
+      pixels_(static_cast<float*>(AllocatePooled(Bytes()))) {}
 
 void Clear(const Tile& tile) {
     for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {

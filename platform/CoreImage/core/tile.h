@@ -55,8 +55,8 @@ struct View {
 
 // Allocates memory aligned to a cache line, from a pool that reuses freed blocks. Throws
 // MemoryShortage.
-[[nodiscard]] void* AllocateKept(std::size_t bytes);
-struct FreeKept {
+[[nodiscard]] void* AllocatePooled(std::size_t bytes);
+struct FreePooled {
     void operator()(void* memory) const;
 };
 
@@ -79,7 +79,7 @@ class PixelBlock {
     Region region_;
     std::size_t floatsPerRow_;
     BudgetShare share_;
-    std::unique_ptr<float[], FreeKept> pixels_;
+    std::unique_ptr<float[], FreePooled> pixels_;
 };
 
 // Makes a tile transparent.

@@ -11,17 +11,17 @@ namespace core_image {
 namespace {
 
 // The sum of each column, in doubles like the average of an area.
-struct Columns {
+struct ColumnSums {
     std::int64_t left;
     std::vector<double> sums;
 
-    explicit Columns(const Region& region)
+    explicit ColumnSums(const Region& region)
         : left(region.x), sums(static_cast<std::size_t>(region.width) * kFloatsPerPixel) {}
 
     void Add(const float* pixels, std::size_t count, std::int64_t x, std::int64_t) {
         AddRow(pixels, count * kFloatsPerPixel, &sums[static_cast<std::size_t>(x - left) * kFloatsPerPixel]);
     }
-    void Merge(const Columns& above) {
+    void Merge(const ColumnSums& above) {
         for (std::size_t index = 0; index < sums.size(); ++index) sums[index] += above.sums[index];
     }
 };
@@ -33,7 +33,7 @@ void AverageColumns(const ImageRef& input, const Region& region, float* pixels) 
     std::int64_t step = 1;
     while (region.height > kMostRows && region.height / step > kMostSamples) step *= 2;
     const Samples samples = SamplesAt(region, /*stepX=*/1, step);
-    const Columns columns = Reduce(input, samples, Columns(samples.cells));
+    const ColumnSums columns = Reduce(input, samples, ColumnSums(samples.cells));
     for (const double sum : columns.sums)
         *pixels++ = static_cast<float>(sum / static_cast<double>(samples.cells.height));
 }

@@ -125,7 +125,7 @@ Places::Places(const Region& region)
     : region_(region),
       rowLength_(PlaceRowLength(region.width)),
       numbers_(static_cast<double*>(
-          AllocateKept((2 * rowLength_ * static_cast<std::size_t>(region.height) + kPlaceStep) * sizeof(double)))) {}
+          AllocatePooled((2 * rowLength_ * static_cast<std::size_t>(region.height) + kPlaceStep) * sizeof(double)))) {}
 
 void Places::FinishRow(std::int64_t row) {
     const auto last = static_cast<std::size_t>(region_.width) - 1;

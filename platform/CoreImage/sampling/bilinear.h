@@ -67,7 +67,7 @@ class Places {
 
     Region region_;
     std::size_t rowLength_;
-    std::unique_ptr<double[], FreeKept> numbers_;  // for each row all x, then all y; after the last row padding
+    std::unique_ptr<double[], FreePooled> numbers_;  // for each row all x, then all y; after the last row padding
 };
 
 // The pixels from which places within an extent are interpolated, limited to kFarthestPlace.

@@ -30,7 +30,7 @@ constexpr double kLargestDense = 4;
 constexpr double kFarthestNode = 1e9;
 
 // The grid of seeds.
-struct Grid {
+struct SeedGrid {
     double centerX, centerY;
     double radius;
 
@@ -60,14 +60,14 @@ struct Grid {
 };
 
 // Which numbers the colors of seeds are interpolated from and mixed in.
-struct Coding {
+struct MosaicCoding {
     bool isEncoded;  // the image gives encoded numbers
     bool isLinear;   // the result is linear light
 };
 
 class MosaicStage : public Stage {
   public:
-    MosaicStage(const Grid& grid, const ImageRef& image, const Coding& coding, const Region& region)
+    MosaicStage(const SeedGrid& grid, const ImageRef& image, const MosaicCoding& coding, const Region& region)
         : grid_(grid), coding_(coding) {
         const Region source = grid.Source(grid.Around(region));
         image_ = Prepare(image, source);
@@ -95,14 +95,14 @@ class MosaicStage : public Stage {
         std::vector<std::int32_t> column(length);
         for (std::size_t index = 0; index < tile.Width(); ++index) {
             const double place = grid_.Nodes(region.x + static_cast<std::int64_t>(index), grid_.centerX);
-            column[index] = static_cast<std::int32_t>(Grid::Node(place) - nodes.x);
+            column[index] = static_cast<std::int32_t>(SeedGrid::Node(place) - nodes.x);
             x[index] = static_cast<float>(place - std::floor(place));
         }
         // The padding repeats the last pixel, so that it indexes the table too.
         std::fill(column.begin() + static_cast<std::ptrdiff_t>(tile.Width()), column.end(), column[tile.Width() - 1]);
         for (std::int64_t y = region.y; y < region.Top(); ++y) {
             const double place = grid_.Nodes(y, grid_.centerY);
-            const std::int32_t start = seeds.IndexOf(nodes.x, Grid::Node(place));
+            const std::int32_t start = seeds.IndexOf(nodes.x, SeedGrid::Node(place));
             std::transform(column.begin(), column.end(), node.begin(), [=](std::int32_t each) { return start + each; });
             FindNearest(seeds, {node.data(), x.data(), static_cast<float>(place - std::floor(place))}, tile.Width(),
                         {first.data(), second.data(), distance.data()});
@@ -177,14 +177,14 @@ class MosaicStage : public Stage {
         return shown;
     }
 
-    const Grid& grid_;  // owned by the image, which outlives the rendering
-    Coding coding_;
+    const SeedGrid& grid_;  // owned by the image, which outlives the rendering
+    MosaicCoding coding_;
     Prepared image_;
 };
 
 class MosaicImage : public Image {
   public:
-    MosaicImage(ImageRef input, const Grid& grid)
+    MosaicImage(ImageRef input, const SeedGrid& grid)
         : Image(input->GetExtent().GrownBy(std::ceil(1.5 * grid.radius)), input->GetDepth()),
           stored_(input->Encoded()),
           input_(std::move(input)),
@@ -195,7 +195,7 @@ class MosaicImage : public Image {
     }
 
     std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
-        return std::make_unique<MosaicStage>(grid_, Picture(), Coding{stored_ != nullptr, IsMatching()}, region);
+        return std::make_unique<MosaicStage>(grid_, Picture(), MosaicCoding{stored_ != nullptr, IsMatching()}, region);
     }
 
   private:
@@ -204,7 +204,7 @@ class MosaicImage : public Image {
 
     ImageRef stored_;  // the numbers of a picture; null for other images
     ImageRef input_;
-    Grid grid_;
+    SeedGrid grid_;
 };
 
 }  // namespace
@@ -221,7 +221,7 @@ ImageRef Crystallize(const Inputs& inputs) {
     const auto center = [&](std::size_t index) {
         return std::clamp(inputs.GetElement("inputCenter", index), -kFarthestNode, kFarthestNode);
     };
-    return std::make_shared<MosaicImage>(std::move(input), Grid{center(0), center(1), radius});
+    return std::make_shared<MosaicImage>(std::move(input), SeedGrid{center(0), center(1), radius});
 }
 
 }  // namespace core_image

@@ -78,8 +78,8 @@ TEST(FourierColumnsTest, MatchesTheDefinition) {
             return std::complex<double>(at[0], at[kFourierColumns]);
         };
         for (std::size_t row = 0; row < rows; ++row) numbers.push_back(number(row));
-        const std::vector<Turns> turns = TurnsFor(rows);
-        TransformColumns(strip.Row(0, 0), rows, turns.data());
+        const std::vector<Twiddles> twiddles = TwiddlesFor(rows);
+        TransformColumns(strip.Row(0, 0), rows, twiddles.data());
         // A row's frequency has its digits in the reverse order: base 4, the last one base 2 if need be.
         for (std::size_t row = 0; row < rows; ++row) {
             std::size_t frequency = 0, weight = 1;
@@ -97,7 +97,7 @@ TEST(FourierColumnsTest, MatchesTheDefinition) {
             }
             ASSERT_NEAR(std::abs(number(row) - expected), 0, 1e-6 * static_cast<double>(rows)) << row << " of " << rows;
         }
-        TransformColumnsBack(strip.Row(0, 0), rows, turns.data());
+        TransformColumnsBack(strip.Row(0, 0), rows, twiddles.data());
         for (std::size_t row = 0; row < rows; ++row) {
             const double scale = 1 / static_cast<double>(rows);
             ASSERT_NEAR(std::abs(number(row) * scale - numbers[row]), 0, 1e-6) << row << " of " << rows;
