@@ -18,6 +18,7 @@
 #include <new>
 #include <vector>
 
+#include "byte_order.h"
 #include "formats.h"
 #include "heif_references.h"
 
@@ -279,8 +280,7 @@ void ReadMetadata(const std::uint8_t* bytes, std::size_t length, Metadata* metad
     // The block begins with the distance to the TIFF header.
     const Bytes exif = BlockOf(handle.get(), "Exif", nullptr);
     if (exif.size() < 4) return;
-    const std::size_t start =
-        4 + (std::size_t{exif[0]} << 24 | std::size_t{exif[1]} << 16 | std::size_t{exif[2]} << 8 | exif[3]);
+    const std::size_t start = 4 + static_cast<std::size_t>(NumberAt(exif.data(), 4, /*isLittleEndian=*/false));
     if (start < exif.size()) metadata->exif.assign(exif.begin() + static_cast<std::ptrdiff_t>(start), exif.end());
 }
 

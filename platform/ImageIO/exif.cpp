@@ -8,6 +8,7 @@
 #include <iterator>
 #include <vector>
 
+#include "byte_order.h"
 #include "exif_tags.h"
 #include "metadata.h"
 
@@ -33,17 +34,11 @@ class ExifBlock {
     }
 
     std::uint32_t Get(std::size_t at, std::size_t size) const {
-        if (!Holds(at, size)) return 0;
-        std::uint32_t number = 0;
-        for (std::size_t i = 0; i < size; ++i) number = number << 8 | bytes_[at + (isLittleEndian_ ? size - 1 - i : i)];
-        return number;
+        return Holds(at, size) ? static_cast<std::uint32_t>(NumberAt(bytes_.data() + at, size, isLittleEndian_)) : 0;
     }
 
     void Set(std::size_t at, std::size_t size, std::uint32_t number) {
-        if (!Holds(at, size)) return;
-        for (std::size_t i = 0; i < size; ++i) {
-            bytes_[at + (isLittleEndian_ ? i : size - 1 - i)] = static_cast<std::uint8_t>(number >> 8 * i);
-        }
+        if (Holds(at, size)) StoreNumber(number, size, isLittleEndian_, bytes_.data() + at);
     }
 
     void Clear(std::size_t at, std::size_t size) {

@@ -7,6 +7,8 @@
 #include <span>
 #include <vector>
 
+#include "byte_order.h"
+
 namespace image_io {
 namespace {
 
@@ -18,8 +20,7 @@ using Data = std::span<const std::uint8_t>;
 // Reads a number of so many bytes from the front, if they are there, and removes them.
 bool Take(Data* data, std::size_t size, std::uint64_t* number) {
     if (data->size() < size) return false;
-    *number = 0;
-    for (const std::uint8_t byte : data->first(size)) *number = *number << 8 | byte;
+    *number = NumberAt(data->data(), size, /*isLittleEndian=*/false);
     *data = data->subspan(size);
     return true;
 }

@@ -12,6 +12,7 @@
 #include <cstring>
 #include <string>
 
+#include "byte_order.h"
 #include "formats.h"
 
 namespace image_io {
@@ -29,9 +30,7 @@ struct Range {
 
     std::uint32_t Number(std::size_t at, std::size_t size, bool isLittleEndian = false) const {
         if (length < size || at > length - size) return 0;
-        std::uint32_t number = 0;
-        for (std::size_t i = 0; i < size; ++i) number = number << 8 | bytes[at + (isLittleEndian ? size - 1 - i : i)];
-        return number;
+        return static_cast<std::uint32_t>(NumberAt(bytes + at, size, isLittleEndian));
     }
 
     // A part as text, clipped to the range.

@@ -13,6 +13,7 @@
 #include <set>
 #include <utility>
 
+#include "byte_order.h"
 #include "exif_tags.h"
 
 namespace image_io {
@@ -55,18 +56,6 @@ bool IsDescription(std::uint16_t tag) {
     };
     return std::any_of(std::begin(kDescriptions), std::end(kDescriptions),
                        [&](const Tags& tags) { return tag >= tags.first && tag <= tags.last; });
-}
-
-std::uint64_t NumberAt(const std::uint8_t* bytes, std::size_t size, bool isLittleEndian) {
-    std::uint64_t number = 0;
-    for (std::size_t i = 0; i < size; ++i) number = number << 8 | bytes[isLittleEndian ? size - 1 - i : i];
-    return number;
-}
-
-void Store(std::uint64_t number, std::size_t size, bool isLittleEndian, std::uint8_t* to) {
-    for (std::size_t i = 0; i < size; ++i) {
-        to[isLittleEndian ? i : size - 1 - i] = static_cast<std::uint8_t>(number >> 8 * i);
-    }
 }
 
 // How a file stores its numbers, and the sizes of the parts of a table.
@@ -224,7 +213,7 @@ class TableWriter {
   private:
     // Stores a number in a table, and moves on.
     void Put(std::size_t* at, std::uint64_t number, std::size_t size) {
-        Store(number, size, form_.isLittleEndian, bytes_.data() + *at);
+        StoreNumber(number, size, form_.isLittleEndian, bytes_.data() + *at);
         *at += size;
     }
 
@@ -270,9 +259,9 @@ void ReadMetadataOfTIFF(const std::uint8_t* bytes, std::size_t length, Metadata*
     const std::uint8_t order = form.isLittleEndian ? 'I' : 'M';
     metadata->exif = {order, order};
     metadata->exif.resize(8);
-    Store(42, 2, form.isLittleEndian, metadata->exif.data() + 2);
+    StoreNumber(42, 2, form.isLittleEndian, metadata->exif.data() + 2);
     TableWriter writer(tables, form, metadata->exif.size());
-    Store(writer.Write(kFirstTable), 4, form.isLittleEndian, metadata->exif.data() + 4);
+    StoreNumber(writer.Write(kFirstTable), 4, form.isLittleEndian, metadata->exif.data() + 4);
     metadata->exif.insert(metadata->exif.end(), writer.Written().begin(), writer.Written().end());
 }
 
@@ -296,7 +285,7 @@ bool AddExif(const Block& exif, TiffStream* file) {
         TableWriter writer(tables, form, file->length);
         const std::uint64_t place = writer.Write(kFirstTable);
         if (!Append(file, writer.Written().data(), writer.Written().size())) return false;
-        Store(place, form.PlaceSize(), form.isLittleEndian, file->written + form.HeaderPlace());
+        StoreNumber(place, form.PlaceSize(), form.isLittleEndian, file->written + form.HeaderPlace());
         return true;
     } catch (const std::bad_alloc&) {
         return false;
