@@ -15,6 +15,7 @@
 #include <new>
 
 #include "encode.h"
+#include "formats.h"
 #include "jpeg_errors.h"
 #include "metadata.h"
 
@@ -171,6 +172,8 @@ int WriteInChannels(const Pixels& pixels, const EncodeOptions& options, Channels
 }
 
 }  // namespace
+
+static_assert(kJPEGSide == JPEG_MAX_DIMENSION, "the table of formats has the limit of the library");
 
 int EncodeJPEG(const Pixels& pixels, const EncodeOptions& options, EncodedFile* file) {
     if (pixels.width > JPEG_MAX_DIMENSION || pixels.height > JPEG_MAX_DIMENSION) return EFBIG;

@@ -23,9 +23,6 @@ constexpr Codec kJPEG = {DecodeJPEG, EncodeJPEG, nullptr, ReadMetadataOfJPEG, Ma
 
 constexpr std::size_t kAnySide = 0;  // memory ends before the format does
 
-// The longest side of a JPEG: what the encoder accepts. The format has room for 35 pixels more.
-constexpr std::size_t kJPEGSide = 65500;
-
 // clang-format off
 constexpr Format kFormats[] = {
     // name, type, suffixes,                    signatures

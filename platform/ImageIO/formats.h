@@ -42,6 +42,9 @@ struct Codec {
     void (*readSize)(const std::uint8_t* bytes, std::size_t length, Picture* picture) = nullptr;
 };
 
+// The longest side of a JPEG: what the encoder accepts. The format has room for 35 pixels more.
+inline constexpr std::size_t kJPEGSide = 65500;
+
 struct Format {
     const char* name;                // as messages show it
     const char* type;                // the uniform type identifier

@@ -82,7 +82,7 @@ class ManualTest(ZevaTest):
             re.findall(r"\d[\d ]*", " ".join(limits.split()).replace(" million", "000000").replace("U+", "")),
             [
                 f"{2**bits // 10**6}000000 ",
-                f"{constant('platform/ImageIO/formats.cpp', r'kJPEGSide = (.+);')} ",
+                f"{constant('platform/ImageIO/formats.h', r'kJPEGSide = (.+);')} ",
                 "4 ",
                 f"{constant('host/recipe/cube_file.h', r'kLargestCubeSize = (.+);')} ",
                 f"{constant('host/recipe/cube_file.h', r'kLongestCubeLine = (.+);')} ",
