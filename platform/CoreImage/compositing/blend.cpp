@@ -120,16 +120,9 @@ HWY_INLINE void Colorize(Colors& b, const One& others) {
          WithOutside(alphas, s.alpha, s.alpha, b.alpha, b.alpha)};
 }
 
-// Goes from the background to the source. At 0 and 1 the result is exactly one of them.
-HWY_INLINE void Mix(Colors& b, const Colors& s, Wide mask) {
-    const Wide share = Clamp01(mask), rest = hn::Sub(Constant(1), share);
-    const auto mix = [&](Wide source, Wide background)
-                         HWY_ATTR { return hn::MulAdd(background, rest, hn::Mul(source, share)); };
-    b = {mix(s.red, b.red), mix(s.green, b.green), mix(s.blue, b.blue), mix(s.alpha, b.alpha)};
-}
-
-HWY_INLINE void MaskGreen(Colors& b, const Two& others) { Mix(b, others[0], others[1].green); }
-HWY_INLINE void MaskAlpha(Colors& b, const Two& others) { Mix(b, others[0], others[1].alpha); }
+// Go from the background to the source.
+HWY_INLINE void MaskGreen(Colors& b, const Two& others) { b = Mix(b, others[0], Clamp01(others[1].green)); }
+HWY_INLINE void MaskAlpha(Colors& b, const Two& others) { b = Mix(b, others[0], Clamp01(others[1].alpha)); }
 
 // The number of other images that a blend takes.
 template <std::size_t kCount>

@@ -7,7 +7,6 @@
 #include <memory>
 
 #include "core/image.h"
-#include "core/inputs.h"
 
 namespace core_image {
 
@@ -21,13 +20,5 @@ class Field {
 };
 
 ImageRef MakeFieldImage(std::shared_ptr<const Field> field);
-
-// Writes a + k (b - a).
-inline void WriteMix(const Pixel& a, const Pixel& b, float k, float* to) {
-    to[0] = a.red + k * (b.red - a.red);
-    to[1] = a.green + k * (b.green - a.green);
-    to[2] = a.blue + k * (b.blue - a.blue);
-    to[3] = a.alpha + k * (b.alpha - a.alpha);
-}
 
 }  // namespace core_image

@@ -56,6 +56,19 @@ HWY_INLINE V Clamp01(V value) {
     return hn::Min(hn::Max(value, hn::Zero(d)), hn::Set(d, 1.0f));
 }
 
+// t t (3 - 2 t), a smooth step from 0 at 0 to 1 at 1, for t within.
+template <class V>
+HWY_INLINE V SmoothStep(V t) {
+    const hn::DFromV<V> d;
+    return hn::Mul(hn::Mul(t, t), hn::NegMulAdd(hn::Set(d, 2.0f), t, hn::Set(d, 3.0f)));
+}
+
+// a (1 - k) + b k. Written so that 0 gives exactly a, and 1 exactly b.
+HWY_INLINE Wide Mix(Wide a, Wide b, Wide k) { return hn::MulAdd(a, hn::Sub(Constant(1), k), hn::Mul(b, k)); }
+HWY_INLINE Colors Mix(const Colors& a, const Colors& b, Wide k) {
+    return {Mix(a.red, b.red, k), Mix(a.green, b.green, k), Mix(a.blue, b.blue, k), Mix(a.alpha, b.alpha, k)};
+}
+
 // a / b, and 0 where b is 0.
 HWY_INLINE Wide DivideOrZero(Wide a, Wide b) { return hn::IfThenElseZero(hn::Ne(b, Constant(0)), hn::Div(a, b)); }
 

@@ -37,6 +37,12 @@ HWY_INLINE PlaceVector CentersFrom(std::int64_t pixel) {
 
 HWY_INLINE PlaceVector Length(PlaceVector x, PlaceVector y) { return hn::Sqrt(hn::MulAdd(x, x, hn::Mul(y, y))); }
 
+// 1 - t t (3 - 2 t) for t of at least 0; exactly 0 from 1 on.
+HWY_INLINE PlaceVector SmoothFall(PlaceVector t) {
+    t = hn::Min(t, Number(1));
+    return hn::NegMulAdd(hn::Mul(t, t), hn::NegMulAdd(Number(2), t, Number(3)), Number(1));
+}
+
 // The angle of a direction, from -kTurn / 2 to kTurn / 2; 0 for (0, 0).
 HWY_INLINE PlaceVector Angle(PlaceVector y, PlaceVector x) {
     const PlaceVector width = hn::Abs(x), height = hn::Abs(y);

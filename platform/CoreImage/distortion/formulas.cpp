@@ -20,12 +20,6 @@ using V = PlaceVector;
 
 HWY_INLINE V Clamp01(V t) { return hn::Min(hn::Max(t, Number(0)), Number(1)); }
 
-// 1 - smooth(t) for t of at least 0; exactly 0 from 1 on.
-HWY_INLINE V Fall(V t) {
-    t = hn::Min(t, Number(1));
-    return hn::NegMulAdd(hn::Mul(t, t), hn::NegMulAdd(Number(2), t, Number(3)), Number(1));
-}
-
 // An angle without whole turns, from -kTurn / 2 to kTurn / 2 even for numbers whose fractions are lost.
 HWY_INLINE V WithoutTurns(V angle) {
     const V turns = hn::Round(hn::Mul(angle, Number(1 / kTurn)));
@@ -62,7 +56,7 @@ struct Guide {
 
 HWY_INLINE void Move(const BumpFormula& f, const Guide&, V& x, V& y) {
     const V dx = hn::Sub(x, Number(f.center.x)), dy = hn::Sub(y, Number(f.center.y));
-    const V share = hn::Mul(Fall(hn::Mul(Length(dx, dy), Number(1 / f.radius))), Number(f.scale));
+    const V share = hn::Mul(SmoothFall(hn::Mul(Length(dx, dy), Number(1 / f.radius))), Number(f.scale));
     x = hn::NegMulAdd(dx, share, x);
     y = hn::NegMulAdd(dy, share, y);
 }
@@ -70,7 +64,7 @@ HWY_INLINE void Move(const BumpFormula& f, const Guide&, V& x, V& y) {
 HWY_INLINE void Move(const LinearBumpFormula& f, const Guide&, V& x, V& y) {
     const V nx = Number(f.normal.x), ny = Number(f.normal.y);
     const V distance = hn::MulAdd(hn::Sub(x, Number(f.center.x)), nx, hn::Mul(hn::Sub(y, Number(f.center.y)), ny));
-    const V fall = Fall(hn::Mul(hn::Abs(distance), Number(1 / f.radius)));
+    const V fall = SmoothFall(hn::Mul(hn::Abs(distance), Number(1 / f.radius)));
     const V move = hn::Mul(hn::Mul(distance, fall), Number(f.scale));
     x = hn::NegMulAdd(nx, move, x);
     y = hn::NegMulAdd(ny, move, y);

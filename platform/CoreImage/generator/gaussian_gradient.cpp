@@ -26,8 +26,7 @@ HWY_ATTR void SharesOfRun(const Run& run, double centerX, double inverse, double
     for (std::size_t index = 0; index < run.count; index += hn::Lanes(d)) {
         const auto x = CentersFrom(run.x + static_cast<std::int64_t>(index));
         const auto right = hn::Mul(hn::Sub(x, Number(centerX)), Number(inverse));
-        const auto t = hn::Min(Length(right, Number(up)), Number(1));
-        const auto share = hn::NegMulAdd(hn::Mul(t, t), hn::NegMulAdd(Number(2), t, Number(3)), Number(1));
+        const auto share = SmoothFall(Length(right, Number(up)));
         hn::StoreU(hn::DemoteTo(single, share), single, shares + index);
     }
 }
@@ -61,7 +60,11 @@ class GradientField : public Field {
             }
             float* to = tile.Part(run.GetRegion()).pixels;
             for (std::size_t index = 0; index < run.count; ++index, to += kFloatsPerPixel) {
-                WriteMix(color1_, color0_, shares[index], to);
+                const float share = shares[index];
+                to[0] = color1_.red + share * (color0_.red - color1_.red);
+                to[1] = color1_.green + share * (color0_.green - color1_.green);
+                to[2] = color1_.blue + share * (color0_.blue - color1_.blue);
+                to[3] = color1_.alpha + share * (color0_.alpha - color1_.alpha);
             }
         });
     }

@@ -35,8 +35,7 @@ HWY_ATTR void EncodedRow(float* pixels, bool isLinear, float* brightness, std::s
 
 // A smooth step from 0 at one value to 1 at another.
 HWY_INLINE Wide Step(Wide value, float from, float to) {
-    const Wide t = Clamp01(hn::Mul(hn::Sub(value, Constant(from)), Constant(1 / (to - from))));
-    return hn::Mul(hn::Mul(t, t), hn::NegMulAdd(Constant(2), t, Constant(3)));
+    return SmoothStep(Clamp01(hn::Mul(hn::Sub(value, Constant(from)), Constant(1 / (to - from)))));
 }
 
 // Covers colors with a share of an ink, given in bytes.

@@ -42,7 +42,7 @@ HWY_ATTR void FocusRow(const FocusLine& line, double x, double y, float* middle,
     const auto alongX = hn::Set(d, line.alongX), alongY = hn::Set(d, line.alongY), rowY = hn::Set(d, y);
     const auto smooth = [&](auto step) HWY_ATTR {
         const auto t = hn::Max(hn::Min(step, hn::Set(d, 1.0)), hn::Zero(d));
-        return hn::DemoteTo(half, hn::Mul(hn::Mul(t, t), hn::NegMulAdd(hn::Set(d, 2.0), t, hn::Set(d, 3.0))));
+        return hn::DemoteTo(half, SmoothStep(t));
     };
     for (std::size_t index = 0; index < count; index += hn::Lanes(d)) {
         const auto columnX = hn::Add(hn::Set(d, x + static_cast<double>(index)), hn::Iota(d, 0));
@@ -92,12 +92,7 @@ HWY_ATTR void InFocusRow(float* pixels, const float* const* others, float sharpe
 // Blends pixels toward others, each by its share.
 HWY_ATTR void BlendRow(float* pixels, const float* const* others, const float* shares, std::size_t count) {
     ForEachIndexedPlace<1>(pixels, others, count, [&](Colors& c, const auto& given, std::size_t index) HWY_ATTR {
-        const Wide share = hn::LoadU(WideTag(), shares + index);
-        // Written so that a share of 1 gives exactly the other pixel.
-        const Wide rest = hn::Sub(Constant(1), share);
-        const auto mix = [&](Wide from, Wide to) HWY_ATTR { return hn::MulAdd(from, rest, hn::Mul(to, share)); };
-        c = {mix(c.red, given[0].red), mix(c.green, given[0].green), mix(c.blue, given[0].blue),
-             mix(c.alpha, given[0].alpha)};
+        c = Mix(c, given[0], hn::LoadU(WideTag(), shares + index));
     });
 }
 

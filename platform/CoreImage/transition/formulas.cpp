@@ -14,9 +14,6 @@ namespace core_image::HWY_NAMESPACE {
 using One = std::array<Colors, 1>;
 using Two = std::array<Colors, 2>;
 
-// Written so that 0 gives exactly the first and 1 exactly the second.
-HWY_INLINE Wide Mix(Wide a, Wide b, Wide k) { return hn::MulAdd(a, hn::Sub(Constant(1), k), hn::Mul(b, k)); }
-
 // Replaces each number of a pixel by a function of it and its counterpart in another image.
 template <class Function>
 HWY_INLINE void ForEachNumber(Colors& c, const Colors& other, const Function& function) {
