@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <utility>
 
 #include "blur/blur.h"
@@ -74,11 +73,7 @@ class WideBoxStage : public Stage {
         return view;
     }
 
-    void Render(const Tile& tile) const override {
-        for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
-            std::memcpy(tile.Row(y), Held(tile.region)->Row(y), tile.Width() * kPixelBytes);
-        }
-    }
+    void Render(const Tile& tile) const override { Copy(*Held(tile.region), tile); }
 
   private:
     void SumRows(const ImageRef& input, std::int64_t width) {

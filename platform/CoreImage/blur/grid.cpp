@@ -4,7 +4,6 @@
 
 #include <tbb/parallel_for_each.h>
 
-#include <cstring>
 #include <utility>
 #include <vector>
 
@@ -28,12 +27,6 @@ void ForEachCell(const Grid& grid, const Region& region, const Function& functio
         for (std::int64_t x = all.x; x < all.Right(); x += grid.width) {
             function(Region{x, y, grid.width, grid.height}.Intersection(grid.image));
         }
-    }
-}
-
-void CopyRows(const View& from, const Tile& tile) {
-    for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
-        std::memcpy(tile.Row(y), from.PixelAt(tile.region.x, y), tile.Width() * kPixelBytes);
     }
 }
 
@@ -97,14 +90,14 @@ std::unique_ptr<const Stage> MakeGridStage(const Image* image, const Grid& grid,
         // Regions follow each other from left to right and from the top down.
         const bool isLast = region.Contains(cell.Right() - 1, cell.y);
         if (const auto kept = KeptCell(image, cell, isLast)) {
-            CopyRows(kept->GetView(), tile);
+            Copy(kept->GetView().Part(tile.region), tile);
         } else {
             parts.push_back({cell, tile, isLast ? nullptr : TryKeeping(cell)});
         }
     });
     tbb::parallel_for_each(parts, [&](const CellPart& part) {
         render(part.cell, part.whole != nullptr ? part.whole->GetTile() : part.tile);
-        if (part.whole != nullptr) CopyRows(part.whole->GetView(), part.tile);
+        if (part.whole != nullptr) Copy(part.whole->GetView().Part(part.tile.region), part.tile);
     });
     for (const CellPart& part : parts) {
         if (part.whole != nullptr) RenderSession::Current()->KeptForNow(image, part.cell) = part.whole;

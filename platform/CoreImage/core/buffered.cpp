@@ -4,7 +4,6 @@
 
 #include <tbb/parallel_for.h>
 
-#include <cstring>
 #include <utility>
 
 namespace core_image {
@@ -20,12 +19,7 @@ class BufferedStage : public Stage {
 
     std::optional<View> Held(const Region& region) const override { return pixels_.GetView().Part(region); }
 
-    void Render(const Tile& tile) const override {
-        const View from = pixels_.GetView().Part(tile.region);
-        for (std::int64_t y = tile.region.y; y < tile.region.Top(); ++y) {
-            std::memcpy(tile.Row(y), from.Row(y), tile.Width() * kPixelBytes);
-        }
-    }
+    void Render(const Tile& tile) const override { Copy(pixels_.GetView().Part(tile.region), tile); }
 
     void RenderRun(const Run& run, float* blocks, float*) const override {
         ToBlocks(pixels_.GetTile().Part(run.GetRegion()).pixels, run.count, blocks);
@@ -35,28 +29,14 @@ class BufferedStage : public Stage {
     PixelBlock pixels_;
 };
 
-class BufferedImage : public Image {
-  public:
-    explicit BufferedImage(ImageRef input) : Image(input->GetExtent(), input->GetDepth()), input_(std::move(input)) {}
-
-    void AddNeeds(const Region& region, Needs& needs) const override { needs.AddAtOnce(input_, region); }
-
-    std::unique_ptr<const Stage> MakeStage(const Region& region) const override {
-        return MakeHeldStage(Prepare(input_, region), region);
-    }
-
-  private:
-    ImageRef input_;
-};
-
 }  // namespace
 
 std::unique_ptr<const Stage> MakeHeldStage(PixelBlock pixels) {
     return std::make_unique<BufferedStage>(std::move(pixels));
 }
 
-std::unique_ptr<const Stage> MakeHeldStage(const Prepared& prepared, const Region& region) {
-    return MakeHeldStage(RenderBlock(prepared, region));
+Prepared Hold(const Prepared& prepared, const Region& region) {
+    return {Extent::Of(region), MakeHeldStage(RenderBlock(prepared, region)), /*levels=*/1};
 }
 
 PixelBlock RenderBlock(const ImageRef& image, const Region& region) {
@@ -79,7 +59,5 @@ void RenderByTiles(const Tile& all, const std::function<void(const Tile& tile)>&
         render(all.Part(region.Intersection(tile)));
     });
 }
-
-ImageRef MakeBufferedImage(ImageRef input) { return std::make_shared<BufferedImage>(std::move(input)); }
 
 }  // namespace core_image

@@ -1,4 +1,4 @@
-// buffered.h - images rendered once for a region, where many tiles would otherwise render the same pixels again.
+// buffered.h - pixels rendered once for a region, where many tiles would otherwise render the same ones again.
 
 #pragma once
 
@@ -8,12 +8,11 @@
 
 namespace core_image {
 
-// The same image. While a region is rendered, everything that it needs of the image is held in memory.
-ImageRef MakeBufferedImage(ImageRef input);
-
-// A stage that shows a block of pixels, and one that holds a region of a prepared image.
+// A stage that shows a block of pixels.
 std::unique_ptr<const Stage> MakeHeldStage(PixelBlock pixels);
-std::unique_ptr<const Stage> MakeHeldStage(const Prepared& prepared, const Region& region);
+
+// A prepared image whose pixels in a region are held in memory; the rest of it is left out.
+Prepared Hold(const Prepared& prepared, const Region& region);
 
 // The most pixels of an image that are held in memory to save time: 1 GB. Infinite patterns may be asked for more.
 inline constexpr double kMostHeld = 1 << 26;

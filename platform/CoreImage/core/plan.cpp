@@ -68,12 +68,6 @@ Region TileOf(const Region& region) {
     return {region.x + (region.width - width) / 2, region.y + (region.height - height) / 2, width, height};
 }
 
-// An image rendered for a region and held in memory, instead of its stage.
-Prepared Hold(const Prepared& prepared, const Region& region) {
-    std::shared_ptr<const Stage> stage = MakeHeldStage(prepared, region);
-    return {Extent::Of(region), std::move(stage), /*levels=*/1};
-}
-
 // What shows the pixels of an image in a region.
 Wanted Resolved(const Image* image, const Region& region) {
     Wanted wanted = {image, Clip(region, image->GetExtent())};

@@ -77,4 +77,10 @@ void Clear(const Tile& tile) {
     }
 }
 
+void Copy(const View& from, const Tile& tile) {
+    for (std::int64_t row = 0; row < tile.region.height; ++row) {
+        std::memcpy(tile.Row(tile.region.y + row), from.Row(from.region.y + row), tile.Width() * kPixelBytes);
+    }
+}
+
 }  // namespace core_image

@@ -53,8 +53,7 @@ struct View {
     View Part(const Region& inner) const { return {inner, PixelAt(inner.x, inner.y), floatsPerRow}; }
 };
 
-// Allocates memory aligned to a cache line, from a pool that reuses freed blocks. Throws
-// MemoryShortage.
+// Allocates memory aligned to a cache line, from a pool that reuses freed blocks. Throws MemoryShortage.
 [[nodiscard]] void* AllocatePooled(std::size_t bytes);
 struct FreePooled {
     void operator()(void* memory) const;
@@ -84,5 +83,8 @@ class PixelBlock {
 
 // Makes a tile transparent.
 void Clear(const Tile& tile);
+
+// Copies pixels to a tile, which is as large as the view.
+void Copy(const View& from, const Tile& tile);
 
 }  // namespace core_image

@@ -72,7 +72,7 @@ class MosaicStage : public Stage {
         const Region source = grid.Source(grid.Around(region));
         image_ = Prepare(image, source);
         // Reading pixels one by one suits only images that compute them one by one.
-        if (!image_.IsPointwise()) image_ = Prepare(MakeBufferedImage(image), source);
+        if (!image_.IsPointwise()) image_ = Hold(image_, Clip(source, image_.GetExtent()));
     }
 
     void Render(const Tile& tile) const override {

@@ -159,7 +159,7 @@ class KeepingImage : public Image {
         constexpr Region kMegabytes = {0, 0, 1000, 375};  // six
         { const PixelBlock needed(kMegabytes); }
         RenderSession::Current()->KeptForNow(this, region) = std::make_shared<PixelBlock>(kMegabytes);
-        return MakeHeldStage(Prepare(input_, region), region);
+        return MakeHeldStage(RenderBlock(input_, region));
     }
 
   private:

@@ -90,13 +90,14 @@ TEST(WindowTest, HeldPixelsUnderSeveralPassesAreReadOnce) {
 TEST(WindowTest, HeldPixelsAreReadInPlaceWhenMovedCroppedOrClamped) {
     constexpr Region kMoved = {7, -3, 20, 10}, kInner = {9, 0, 5, 5};
     const Source source = SourceOf(kMoved, std::vector<float>(4 * 20 * 10, 0.5f));
-    for (const ImageRef& image : {source.image, MakeCroppedImage(source.image, {8, -1, 20, 7}),
-                                  MakeClampedImage(source.image), MakeBufferedImage(source.image)}) {
-        const Prepared prepared = Prepare(image, kInner);
-        const std::optional<View> view = prepared.Held(kInner);
-        ASSERT_TRUE(view);
-        EXPECT_EQ(view->region, kInner);
-        EXPECT_EQ(Window(prepared, kInner).GetView().pixels, view->pixels);
+    for (const ImageRef& image :
+         {source.image, MakeCroppedImage(source.image, {8, -1, 20, 7}), MakeClampedImage(source.image)}) {
+        for (const Prepared& prepared : {Prepare(image, kInner), Hold(Prepare(image, kInner), kInner)}) {
+            const std::optional<View> view = prepared.Held(kInner);
+            ASSERT_TRUE(view);
+            EXPECT_EQ(view->region, kInner);
+            EXPECT_EQ(Window(prepared, kInner).GetView().pixels, view->pixels);
+        }
     }
     EXPECT_EQ(Prepare(source.image, kMoved).Held(kMoved.GrownBy(1)), std::nullopt) << "beyond the image";
     EXPECT_EQ(Prepare(std::make_shared<UnheldImage>(source.image), kInner).Held(kInner), std::nullopt);

@@ -146,10 +146,13 @@ void PoisonFreeMemory() {
 }
 
 TEST(ResizedTest, ReadsHeldPixelsAndStripsOfAnyHeightAlike) {
-    PoisonFreeMemory();
     const ImageRef blurred = MakeGaussianBlurImage(OpaquePicture(200, 331), 2);
+    Region all;
+    ASSERT_TRUE(RegionOfExtent(blurred->GetExtent(), &all));
+    const Source bitmap = SourceOf(all, Pixels(blurred, all));
+    PoisonFreeMemory();
     const ImageRef strips = MakeResizedImage(blurred, 31, 29, ResizeMode::kStretch);
-    const ImageRef held = MakeResizedImage(MakeBufferedImage(blurred), 31, 29, ResizeMode::kStretch);
+    const ImageRef held = MakeResizedImage(bitmap.image, 31, 29, ResizeMode::kStretch);
     EXPECT_EQ(Pixels(strips, {0, 0, 31, 29}), Pixels(held, {0, 0, 31, 29}));
 }
 
