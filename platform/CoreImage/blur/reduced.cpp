@@ -76,11 +76,6 @@ class MeansImage : public Image {
     }
 
   private:
-    static Extent Divided(const Extent& extent, double edge) {
-        return {std::floor(extent.left / edge), std::floor(extent.bottom / edge), std::ceil(extent.right / edge),
-                std::ceil(extent.top / edge)};
-    }
-
     Region Source(const Region& region) const {
         return {region.x * edge_, region.y * edge_, region.width * edge_, region.height * edge_};
     }

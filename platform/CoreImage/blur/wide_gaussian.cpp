@@ -24,11 +24,6 @@ namespace {
 constexpr double kWidestSigma = 100000;
 constexpr std::int64_t kLargestStep = 4096;
 
-// Above this many pixels only every n-th is read in each direction, with n large enough to stay below. No bitmap is
-// that large; but a very wide blur of an infinite pattern could otherwise take forever.
-constexpr double kMostPixels = 1 << 28;
-constexpr double kMostSamples = 1 << 20;
-
 // The number of pixels rendered at a time on the way to the coarse image, and of rows that are reduced before they are
 // summed.
 constexpr std::int64_t kPixelsPerStrip = 32768, kRowsPerBand = 256;
@@ -41,12 +36,6 @@ std::int64_t StepFor(double sigma) {
     std::int64_t step = 2;
     while (step < kLargestStep && 4 * static_cast<double>(step) <= sigma) step *= 2;
     return step;
-}
-
-// The extent in units of n pixels, rounded outward.
-Extent Divided(const Extent& extent, double n) {
-    return {std::floor(extent.left / n), std::floor(extent.bottom / n), std::ceil(extent.right / n),
-            std::ceil(extent.top / n)};
 }
 
 // What the coarse image of an input is made of.
@@ -71,8 +60,8 @@ Reading ReadingFor(const Extent& extent, const Region& coarse, std::int64_t step
                                  static_cast<double>(coarse.Right() + 5), static_cast<double>(coarse.Top() + 5)};
     const Extent seen = wanted.Intersection(Divided(extent, static_cast<double>(step)));
     const double pixels = (seen.right - seen.left) * (seen.top - seen.bottom) * static_cast<double>(step * step);
-    if (pixels > kMostPixels) {
-        while (pixels / static_cast<double>(n * n) > kMostSamples && n < step / 2) n *= 2;
+    if (pixels > kMostPixelsRead) {
+        while (pixels / static_cast<double>(n * n) > kMostSamplesRead && n < step / 2) n *= 2;
     }
     step /= n;
     Reading reading = {n, step, GaussianWeightsBetween(static_cast<double>(step)), {}};

@@ -34,6 +34,11 @@ class RowAhead {
         next_ += kFloatsPerLine;
     }
 
+    // Prefetches all lines of the row, where its computation gives no occasion to prefetch one at a time.
+    void PrefetchAll() {
+        while (next_ < floats_) PrefetchLine();
+    }
+
   private:
     const float* row_ = nullptr;
     std::size_t floats_ = 0, next_ = 0;

@@ -22,4 +22,9 @@ bool RegionOfExtent(const Extent& extent, Region* region) noexcept {
     return true;
 }
 
+Extent Divided(const Extent& extent, double n) {
+    return {std::floor(extent.left / n), std::floor(extent.bottom / n), std::ceil(extent.right / n),
+            std::ceil(extent.top / n)};
+}
+
 }  // namespace core_image

@@ -90,6 +90,9 @@ inline constexpr Region kCountable = {-(std::int64_t{1} << 52), -(std::int64_t{1
 // that its pixels cannot be counted exactly.
 [[nodiscard]] bool RegionOfExtent(const Extent& extent, Region* region) noexcept;
 
+// An extent in units of n pixels, rounded outward.
+[[nodiscard]] Extent Divided(const Extent& extent, double n);
+
 // The pixels of a region that lie in an extent.
 [[nodiscard]] inline Region Clip(const Region& region, const Extent& extent) {
     const Extent shared = Extent::Of(region).Intersection(extent);

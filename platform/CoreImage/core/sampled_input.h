@@ -9,6 +9,11 @@
 
 namespace core_image {
 
+// Up to this many pixels, each is read. Of more, only this many samples are. No bitmap is that large, but an infinite
+// pattern could otherwise take forever.
+inline constexpr double kMostPixelsRead = 1 << 28;
+inline constexpr double kMostSamplesRead = 1 << 20;
+
 // The samples of a region, which is given in cells.
 class SampledInput {
   public:

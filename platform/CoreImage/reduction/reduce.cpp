@@ -10,9 +10,6 @@
 namespace core_image {
 namespace {
 
-constexpr double kMostPixels = 1 << 28;
-constexpr double kMostSamples = 1 << 20;
-
 // Farther coordinates are beyond those that pixels are counted with.
 constexpr std::int64_t kRegionLimit = std::int64_t{1} << 50;
 
@@ -81,8 +78,8 @@ Samples SamplesAt(const Region& region, std::int64_t stepX, std::int64_t stepY) 
 
 Samples SamplesOf(const Region& region) {
     Samples samples = {region};
-    if (samples.Count() <= kMostPixels) return samples;
-    while (samples.Count() > kMostSamples) {
+    if (samples.Count() <= kMostPixelsRead) return samples;
+    while (samples.Count() > kMostSamplesRead) {
         // Only the longer side is coarsened, so that a thin region keeps its height.
         const bool isWide = samples.cells.width > samples.cells.height;
         samples = SamplesAt(region, samples.stepX * (isWide ? 2 : 1), samples.stepY * (isWide ? 1 : 2));

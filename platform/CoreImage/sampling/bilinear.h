@@ -50,9 +50,8 @@ class Places {
     explicit Places(const Region& region);
 
     const Region& GetRegion() const { return region_; }
-    std::size_t RowLength() const { return rowLength_; }
 
-    // The places of a row of pixels. There is room for RowLength() of them.
+    // The places of a row of pixels. There is room for a padded row of them (PlaceRowLength).
     double* X(std::int64_t row) { return numbers_.get() + Start(row); }
     double* Y(std::int64_t row) { return X(row) + rowLength_; }
 

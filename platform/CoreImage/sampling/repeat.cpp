@@ -10,21 +10,6 @@
 namespace core_image {
 namespace {
 
-// Beyond this distance places are not exact in doubles.
-constexpr double kFarthestExactEdge = 4503599627370496.0;
-
-// Whether an extent can be repeated: neither empty nor infinite.
-bool IsFinite(const Extent& extent) {
-    return !extent.IsEmpty() && extent.left > -kFarthestExactEdge && extent.bottom > -kFarthestExactEdge &&
-           extent.right < kFarthestExactEdge && extent.top < kFarthestExactEdge;
-}
-
-Region RegionOf(const Extent& extent) {
-    const auto left = static_cast<std::int64_t>(extent.left), bottom = static_cast<std::int64_t>(extent.bottom);
-    return {left, bottom, static_cast<std::int64_t>(extent.right) - left,
-            static_cast<std::int64_t>(extent.top) - bottom};
-}
-
 // The remainder of a position within a length.
 std::int64_t Wrapped(std::int64_t place, std::int64_t start, std::int64_t length) {
     const std::int64_t rest = (place - start) % length;
@@ -72,8 +57,8 @@ class TiledStage : public Stage {
 
 class TiledImage : public Image {
   public:
-    explicit TiledImage(ImageRef input)
-        : Image(Extent::Infinite(), input->GetDepth()), input_(std::move(input)), cell_(RegionOf(input_->GetExtent())) {
+    TiledImage(ImageRef input, const Region& cell)
+        : Image(Extent::Infinite(), input->GetDepth()), input_(std::move(input)), cell_(cell) {
         if (input_->Encoded() != nullptr) SetEncoded(MakeTiledImage(input_->Encoded()));
     }
 
@@ -140,8 +125,8 @@ class ClampedStage : public Stage {
 
 class ClampedImage : public Image {
   public:
-    explicit ClampedImage(ImageRef input)
-        : Image(Extent::Infinite(), input->GetDepth()), input_(std::move(input)), all_(RegionOf(input_->GetExtent())) {
+    ClampedImage(ImageRef input, const Region& all)
+        : Image(Extent::Infinite(), input->GetDepth()), input_(std::move(input)), all_(all) {
         if (input_->Encoded() != nullptr) SetEncoded(MakeClampedImage(input_->Encoded()));
     }
 
@@ -168,11 +153,15 @@ Region Nearest(const Region& region, const Region& all) {
 }
 
 ImageRef MakeTiledImage(ImageRef input) {
-    return IsFinite(input->GetExtent()) ? std::make_shared<TiledImage>(std::move(input)) : input;
+    Region cell;
+    if (!RegionOfExtent(input->GetExtent(), &cell)) return input;
+    return std::make_shared<TiledImage>(std::move(input), cell);
 }
 
 ImageRef MakeClampedImage(ImageRef input) {
-    return IsFinite(input->GetExtent()) ? std::make_shared<ClampedImage>(std::move(input)) : input;
+    Region all;
+    if (!RegionOfExtent(input->GetExtent(), &all)) return input;
+    return std::make_shared<ClampedImage>(std::move(input), all);
 }
 
 ImageRef InputOfClamped(const ImageRef& image) {

@@ -2,13 +2,12 @@
 
 #include "sampling/warp.h"
 
-#include <hwy/cache_control.h>
-
 #include <array>
 #include <limits>
 #include <optional>
 #include <utility>
 
+#include "core/ahead.h"
 #include "core/buffered.h"
 #include "core/color_matching.h"
 #include "core/transfer.h"
@@ -76,16 +75,6 @@ struct Recipe {
         return pixels <= kMostHeld && (isReadOften || pixels <= kSmall || !IsCheap(*input));
     }
 };
-
-// Prefetches a row that is going to be read, if it exists.
-//
-// Why: each row of a tile is on another memory page, and there the hardware does not prefetch.
-void AskFor(const View& view, std::int64_t y) {
-    if (y >= view.region.Top()) return;
-    for (std::size_t index = 0; index < view.Width() * kFloatsPerPixel; index += kFloatsPerLine) {
-        hwy::Prefetch(view.Row(y) + index);
-    }
-}
 
 using Halves = std::array<Region, 2>;
 
@@ -156,7 +145,7 @@ class WarpStage : public Stage {
         for (std::int64_t y = region.y; y < region.Top(); ++y) {
             const PlaceRow row = {region.x, y, static_cast<std::size_t>(region.width),
                                   isGuided_ ? &guide->GetView() : nullptr};
-            if (isGuided_) AskFor(guide->GetView(), y + 2);
+            if (isGuided_) RowAhead(guide->GetView(), y + 2).PrefetchAll();
             recipe_.warp->Places(row, places.X(y), places.Y(y));
             places.FinishRow(y);
         }

@@ -19,7 +19,6 @@
 #include "blur/wide_gaussian.h"
 #include "core/point.h"
 #include "core/window.h"
-#include "sampling/weighted_sums.h"
 #include "stylize/filters.h"
 
 #undef HWY_TARGET_INCLUDE
