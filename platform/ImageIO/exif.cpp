@@ -1,7 +1,8 @@
-// exif.cpp - changes Exif blocks in place, so that what refers to places in a block stays right.
+// exif.cpp - changes Exif blocks in place, so that offsets into a block stay right.
 //
-// A block is a TIFF header and tables. Each table has a count, entries of 12 bytes and the place of the next table. An
-// entry has a tag, a type, a count, and four bytes with the value or its place. Table 1 describes a thumbnail.
+// A block is a TIFF header and image file directories (IFDs). Each IFD has a count, entries of 12 bytes and the offset
+// of the next IFD. An entry has a tag, a type, a count, and four bytes with the value or its offset. IFD 1 describes a
+// thumbnail.
 
 #include <algorithm>
 #include <cstring>
@@ -51,23 +52,23 @@ class ExifBlock {
 
     std::size_t Size() const { return bytes_.size(); }
 
-    // Whether a whole table is at a place.
-    bool HoldsTable(std::size_t table) const {
-        return table >= kExifHeaderSize && Holds(table, 2) && Holds(table, 2 + Get(table, 2) * kEntrySize);
+    // Whether a whole IFD is at an offset.
+    bool HoldsIFD(std::size_t ifd) const {
+        return ifd >= kExifHeaderSize && Holds(ifd, 2) && Holds(ifd, 2 + Get(ifd, 2) * kEntrySize);
     }
 
-    // The place of the entry with a tag; 0 for none.
-    std::size_t Find(std::size_t table, std::uint32_t tag) const {
-        if (!HoldsTable(table)) return 0;
-        for (std::uint32_t i = 0; i < Get(table, 2); ++i) {
-            const std::size_t entry = table + 2 + i * kEntrySize;
+    // The offset of the entry with a tag; 0 for none.
+    std::size_t Find(std::size_t ifd, std::uint32_t tag) const {
+        if (!HoldsIFD(ifd)) return 0;
+        for (std::uint32_t i = 0; i < Get(ifd, 2); ++i) {
+            const std::size_t entry = ifd + 2 + i * kEntrySize;
             if (Get(entry, 2) == tag) return entry;
         }
         return 0;
     }
 
-    // The place of the table that an entry refers to; 0 for none.
-    std::size_t TableOf(std::size_t entry) const { return entry != 0 ? Get(entry + 8, 4) : 0; }
+    // The offset of the IFD that an entry refers to; 0 for none.
+    std::size_t IFDOf(std::size_t entry) const { return entry != 0 ? Get(entry + 8, 4) : 0; }
 
     // Sets a number, in the type that the entry has.
     void SetNumber(std::size_t entry, std::size_t number) {
@@ -76,38 +77,38 @@ class ExifBlock {
         Set(entry + 8, isShort ? 2 : 4, static_cast<std::uint32_t>(number));
     }
 
-    // Clears a table and the values of its entries. Returns false when together they are longer than the block: then
+    // Clears an IFD and the values of its entries. Returns false when together they are longer than the block: then
     // some overlap, and clearing a long block once for each entry would take forever.
-    [[nodiscard]] bool ClearTable(std::size_t table) {
-        if (!HoldsTable(table)) return true;
-        const std::size_t count = Get(table, 2);
+    [[nodiscard]] bool ClearIFD(std::size_t ifd) {
+        if (!HoldsIFD(ifd)) return true;
+        const std::size_t count = Get(ifd, 2);
         std::uint64_t cleared = 0;
         for (std::size_t i = 0; i < count; ++i) {
-            const std::size_t entry = table + 2 + i * kEntrySize, type = Get(entry + 2, 2);
+            const std::size_t entry = ifd + 2 + i * kEntrySize, type = Get(entry + 2, 2);
             const std::uint64_t values = Get(entry + 4, 4);
             const std::uint64_t size = type < std::size(kTypeSizes) ? kTypeSizes[type] * values : 0;
             cleared += size;
             if (cleared > Size()) return false;
             if (size > 4) Clear(Get(entry + 8, 4), static_cast<std::size_t>(size));
         }
-        Clear(table, 2 + count * kEntrySize + 4);
+        Clear(ifd, 2 + count * kEntrySize + 4);
         return true;
     }
 
-    // Removes an entry: those behind it move up, and so does the place of the next table.
-    void Remove(std::size_t table, std::size_t entry) {
-        const std::size_t end = table + 2 + Get(table, 2) * kEntrySize + 4;
+    // Removes an entry: those behind it move up, and so does the offset of the next IFD.
+    void Remove(std::size_t ifd, std::size_t entry) {
+        const std::size_t end = ifd + 2 + Get(ifd, 2) * kEntrySize + 4;
         if (entry == 0 || end > bytes_.size()) return;
-        const auto at = [&](std::size_t place) { return bytes_.begin() + static_cast<std::ptrdiff_t>(place); };
+        const auto at = [&](std::size_t offset) { return bytes_.begin() + static_cast<std::ptrdiff_t>(offset); };
         std::copy(at(entry + kEntrySize), at(end), at(entry));
         Clear(end - kEntrySize, kEntrySize);
-        Set(table, 2, Get(table, 2) - 1);
+        Set(ifd, 2, Get(ifd, 2) - 1);
     }
 
-    // The ranges to which two entries of a table refer, one with offsets and one with lengths, within the block.
-    std::vector<BlockRange> Ranges(std::size_t table, std::uint32_t offsets, std::uint32_t lengths) const {
+    // The ranges to which two entries of an IFD refer, one with offsets and one with lengths, within the block.
+    std::vector<BlockRange> Ranges(std::size_t ifd, std::uint32_t offsets, std::uint32_t lengths) const {
         std::vector<BlockRange> ranges;
-        const std::size_t from = Find(table, offsets), to = Find(table, lengths);
+        const std::size_t from = Find(ifd, offsets), to = Find(ifd, lengths);
         if (from == 0 || to == 0) return ranges;
         const std::size_t count = std::min({Get(from + 4, 4), Get(to + 4, 4), static_cast<std::uint32_t>(Size())});
         for (std::size_t i = 0; i < count; ++i) {
@@ -118,10 +119,10 @@ class ExifBlock {
         return ranges;
     }
 
-    // Whether a range covers a part of a table.
-    bool Covers(const BlockRange& range, std::size_t table) const {
-        return HoldsTable(table) && range.start < table + 2 + Get(table, 2) * kEntrySize + 4 &&
-               table < range.start + range.length;
+    // Whether a range covers a part of an IFD.
+    bool Covers(const BlockRange& range, std::size_t ifd) const {
+        return HoldsIFD(ifd) && range.start < ifd + 2 + Get(ifd, 2) * kEntrySize + 4 &&
+               ifd < range.start + range.length;
     }
 
   private:
@@ -136,32 +137,32 @@ class ExifBlock {
     bool isLittleEndian_;
 };
 
-// Clears the thumbnail and its table, and cuts the block where they were its end. Returns false for a broken table, and
-// where the thumbnail covers the header or a table that stays.
+// Clears the thumbnail and its IFD, and cuts the block where they were its end. Returns false for a broken IFD, and
+// where the thumbnail covers the header or an IFD that stays.
 [[nodiscard]] bool DropThumbnail(ExifBlock& block, std::size_t first, Bytes* exif) {
     const std::size_t link = first + 2 + block.Get(first, 2) * kEntrySize;
-    const std::size_t table = block.Get(link, 4);
+    const std::size_t ifd = block.Get(link, 4);
     block.Set(link, 4, 0);
-    if (!block.HoldsTable(table)) return true;
+    if (!block.HoldsIFD(ifd)) return true;
     // A JPEG file, or the strips of pixels that are not compressed.
-    std::vector<BlockRange> pixels = block.Ranges(table, kThumbnail, kThumbnailLength);
-    const std::vector<BlockRange> strips = block.Ranges(table, kStripOffsets, kStripLengths);
+    std::vector<BlockRange> pixels = block.Ranges(ifd, kThumbnail, kThumbnailLength);
+    const std::vector<BlockRange> strips = block.Ranges(ifd, kStripOffsets, kStripLengths);
     pixels.insert(pixels.end(), strips.begin(), strips.end());
-    if (!block.ClearTable(table)) return false;
-    const std::size_t tables[] = {first, block.TableOf(block.Find(first, kExifTable)),
-                                  block.TableOf(block.Find(first, kLocationTable))};
+    if (!block.ClearIFD(ifd)) return false;
+    const std::size_t ifds[] = {first, block.IFDOf(block.Find(first, kExifIFD)),
+                                block.IFDOf(block.Find(first, kLocationIFD))};
     std::size_t cleared = 0;
     for (const BlockRange& range : pixels) {
         // Ranges that overlap are refused for the same reason as values.
         if (range.length > block.Size() - cleared || range.start < kExifHeaderSize) return false;
         cleared += range.length;
-        for (const std::size_t kept : tables) {
+        for (const std::size_t kept : ifds) {
             if (block.Covers(range, kept)) return false;
         }
         block.Clear(range.start, range.length);
     }
     for (const BlockRange& range : pixels) {
-        if (range.start > table && range.start + range.length >= exif->size()) {
+        if (range.start > ifd && range.start + range.length >= exif->size()) {
             exif->resize(std::min(range.start, exif->size()));
         }
     }
@@ -184,22 +185,22 @@ int OrientationIn(const Metadata& metadata) {
 bool AdaptExif(Bytes* exif, const Adaptation& adaptation) {
     ExifBlock block(*exif);
     const std::size_t first = block.HasHeader() ? block.Get(4, 4) : 0;
-    if (!block.HoldsTable(first)) return false;
+    if (!block.HoldsIFD(first)) return false;
     if (!DropThumbnail(block, first, exif)) return false;
     block.SetNumber(block.Find(first, kOrientation), 1);
     block.SetNumber(block.Find(first, kImageWidth), adaptation.width);
     block.SetNumber(block.Find(first, kImageLength), adaptation.height);
-    const std::size_t details = block.TableOf(block.Find(first, kExifTable));
+    const std::size_t details = block.IFDOf(block.Find(first, kExifIFD));
     block.SetNumber(block.Find(details, kPixelWidth), adaptation.width);
     block.SetNumber(block.Find(details, kPixelHeight), adaptation.height);
     if (!adaptation.dropsLocation) return true;
-    const std::size_t entry = block.Find(first, kLocationTable);
-    const std::size_t location = block.TableOf(entry);
-    // Before the table is cleared, which may be a part of the first one.
+    const std::size_t entry = block.Find(first, kLocationIFD);
+    const std::size_t location = block.IFDOf(entry);
+    // Before the IFD is cleared, which may be a part of the first one.
     block.Remove(first, entry);
-    if (!block.ClearTable(location)) return false;
-    // A second entry, or a table that is not where it should be, may still hold the location.
-    return block.Find(first, kLocationTable) == 0;
+    if (!block.ClearIFD(location)) return false;
+    // A second entry, or an IFD that is not where it should be, may still hold the location.
+    return block.Find(first, kLocationIFD) == 0;
 }
 
 }  // namespace image_io

@@ -17,15 +17,15 @@ enum Tag : std::uint16_t {
     kThumbnailLength = 0x0202,
     kXMPPacket = 0x02bc,
     kIPTCData = 0x83bb,
-    kExifTable = 0x8769,
-    kLocationTable = 0x8825,
+    kExifIFD = 0x8769,
+    kLocationIFD = 0x8825,
     kPixelWidth = 0xa002,
     kPixelHeight = 0xa003,
-    kInteroperabilityTable = 0xa005,
+    kInteroperabilityIFD = 0xa005,
 };
 
 // Types of values; the sizes of those that Exif has, by their numbers.
-enum Type : std::uint16_t { kShort = 3, kLong = 4, kRational = 5, kSignedRational = 10, kTable = 13, kLargeLong = 16 };
+enum Type : std::uint16_t { kShort = 3, kLong = 4, kRational = 5, kSignedRational = 10, kIFD = 13, kLargeLong = 16 };
 constexpr std::size_t kTypeSizes[] = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8};
 
 }  // namespace image_io

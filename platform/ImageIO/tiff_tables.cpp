@@ -1,7 +1,7 @@
-// tiff_tables.cpp - reads tables, and writes them to where their values have other places.
+// tiff_tables.cpp - reads image file directories (IFDs), and writes them to where their values have other offsets.
 //
-// A file begins with a header, which has the place of the first table. A table has a count, entries, and the place of
-// the next table. An entry has a tag, a type, a count, and the values or their place. Counts of values and places have
+// A file begins with a header, which has the offset of the first IFD. An IFD has a count, entries, and the offset of
+// the next IFD. An entry has a tag, a type, a count, and the values or their offset. Counts of values and offsets have
 // 8 bytes in files for more than 4 GB, and 4 in others.
 
 #include "tiff_tables.h"
@@ -19,19 +19,19 @@
 namespace image_io {
 namespace {
 
-// The table that no tag refers to.
-constexpr std::uint16_t kFirstTable = 0;
+// The IFD that no tag refers to.
+constexpr std::uint16_t kFirstIFD = 0;
 
 // The most bytes of values that are read. A few bytes can claim the whole file for each of thousands of entries.
 constexpr std::uint64_t kMostBytes = 16 << 20;
 
-// Whether a table has the place of another one under a tag.
-bool Refers(std::uint16_t table, std::uint16_t tag) {
-    if (table == kFirstTable) return tag == kExifTable || tag == kLocationTable;
-    return table == kExifTable && tag == kInteroperabilityTable;
+// Whether an IFD has the offset of another one under a tag.
+bool Refers(std::uint16_t ifd, std::uint16_t tag) {
+    if (ifd == kFirstIFD) return tag == kExifIFD || tag == kLocationIFD;
+    return ifd == kExifIFD && tag == kInteroperabilityIFD;
 }
 
-// Whether an entry of the first table is about the picture. The others say how a file stores the pixels, and belong to
+// Whether an entry of the first IFD is about the picture. The others say how a file stores the pixels, and belong to
 // one size, or are unknown and may tell a location.
 bool IsDescription(std::uint16_t tag) {
     struct Tags {
@@ -58,17 +58,17 @@ bool IsDescription(std::uint16_t tag) {
                        [&](const Tags& tags) { return tag >= tags.first && tag <= tags.last; });
 }
 
-// How a file stores its numbers, and the sizes of the parts of a table.
+// How a file stores its numbers, and the sizes of the parts of an IFD.
 struct Form {
     bool isLittleEndian;
     bool isLarge;
 
-    std::size_t PlaceSize() const { return isLarge ? 8 : 4; }  // and that of a count of values
+    std::size_t OffsetSize() const { return isLarge ? 8 : 4; }  // and that of a count of values
     std::size_t CountSize() const { return isLarge ? 8 : 2; }
-    std::size_t EntrySize() const { return 4 + 2 * PlaceSize(); }
+    std::size_t EntrySize() const { return 4 + 2 * OffsetSize(); }
 
-    // Where the header has the place of the first table.
-    std::size_t HeaderPlace() const { return isLarge ? 8 : 4; }
+    // Where the header has the offset of the first IFD.
+    std::size_t OffsetInHeader() const { return isLarge ? 8 : 4; }
 };
 
 struct Values {
@@ -77,14 +77,14 @@ struct Values {
     Bytes bytes;  // in the order of the file
 };
 
-// A table by its tags, and tables by the tags that refer to them.
-using Table = std::map<std::uint16_t, Values>;
-using Tables = std::map<std::uint16_t, Table>;
+// An IFD by its tags, and IFDs by the tags that refer to them.
+using IFD = std::map<std::uint16_t, Values>;
+using IFDs = std::map<std::uint16_t, IFD>;
 
-// A file, whose header has been checked, or is too short for tables.
-class TableReader {
+// A file, whose header has been checked, or is too short for IFDs.
+class IFDReader {
   public:
-    TableReader(const std::uint8_t* bytes, std::size_t length) : bytes_(bytes), length_(length) {
+    IFDReader(const std::uint8_t* bytes, std::size_t length) : bytes_(bytes), length_(length) {
         constexpr std::uint8_t kLargeFile = 43;
         form_.isLittleEndian = length > 0 && bytes[0] == 'I';
         form_.isLarge = Number(2, 2) == kLargeFile;
@@ -92,21 +92,21 @@ class TableReader {
 
     const Form& FormOfFile() const { return form_; }
 
-    // Returns the first table and those that it refers to, without what is about the storage of pixels.
-    Tables Read() {
-        Tables tables;
-        Read(kFirstTable, FirstPlace(), &tables);
-        return tables;
+    // Returns the first IFD and those that it refers to, without what is about the storage of pixels.
+    IFDs Read() {
+        IFDs ifds;
+        Read(kFirstIFD, FirstOffset(), &ifds);
+        return ifds;
     }
 
-    // Returns all entries of the first table, with their values, or with the place that these have.
-    Table ReadUnresolved() const {
-        Table table;
-        for (const auto& [tag, entry] : Entries(FirstPlace())) {
-            const std::uint8_t* const field = bytes_ + entry + 4 + form_.PlaceSize();
-            table[tag] = {TypeOf(entry), CountOf(entry), Bytes(field, field + form_.PlaceSize())};
+    // Returns all entries of the first IFD, with their values, or with the offset that these have.
+    IFD ReadUnresolved() const {
+        IFD ifd;
+        for (const auto& [tag, entry] : Entries(FirstOffset())) {
+            const std::uint8_t* const field = bytes_ + entry + 4 + form_.OffsetSize();
+            ifd[tag] = {TypeOf(entry), CountOf(entry), Bytes(field, field + form_.OffsetSize())};
         }
-        return table;
+        return ifd;
     }
 
   private:
@@ -117,44 +117,43 @@ class TableReader {
         return Holds(at, size) ? NumberAt(bytes_ + at, size, form_.isLittleEndian) : 0;
     }
 
-    std::uint64_t FirstPlace() const { return Number(form_.HeaderPlace(), form_.PlaceSize()); }
+    std::uint64_t FirstOffset() const { return Number(form_.OffsetInHeader(), form_.OffsetSize()); }
     std::uint16_t TypeOf(std::uint64_t entry) const { return static_cast<std::uint16_t>(Number(entry + 2, 2)); }
-    std::uint64_t CountOf(std::uint64_t entry) const { return Number(entry + 4, form_.PlaceSize()); }
+    std::uint64_t CountOf(std::uint64_t entry) const { return Number(entry + 4, form_.OffsetSize()); }
 
-    // Returns the places of the entries of a table by their tags: of the first one with each. None if the table does
-    // not fit into the file.
-    std::map<std::uint16_t, std::uint64_t> Entries(std::uint64_t table) const {
+    // Returns the offsets of the entries of an IFD by their tags: of the first one with each. None if the IFD does not
+    // fit into the file.
+    std::map<std::uint16_t, std::uint64_t> Entries(std::uint64_t ifd) const {
         std::map<std::uint16_t, std::uint64_t> entries;
-        const std::uint64_t count = Number(table, form_.CountSize());
-        if (count > length_ / form_.EntrySize() || !Holds(table, form_.CountSize() + count * form_.EntrySize())) {
+        const std::uint64_t count = Number(ifd, form_.CountSize());
+        if (count > length_ / form_.EntrySize() || !Holds(ifd, form_.CountSize() + count * form_.EntrySize())) {
             return entries;
         }
         for (std::uint64_t i = 0; i < count; ++i) {
-            const std::uint64_t entry = table + form_.CountSize() + i * form_.EntrySize();
+            const std::uint64_t entry = ifd + form_.CountSize() + i * form_.EntrySize();
             entries.emplace(static_cast<std::uint16_t>(Number(entry, 2)), entry);
         }
         return entries;
     }
 
-    // Adds the table at a place, to which a tag refers, and those that it refers to. No table is two of them.
-    void Read(std::uint16_t kind, std::uint64_t place, Tables* tables) {
-        if (!read_.insert(place).second) return;
-        for (const auto& [tag, entry] : Entries(place)) {
-            const std::uint64_t field = entry + 4 + form_.PlaceSize();
+    // Adds the IFD at an offset, to which a tag refers, and those that it refers to. No IFD is two of them.
+    void Read(std::uint16_t kind, std::uint64_t offset, IFDs* ifds) {
+        if (!read_.insert(offset).second) return;
+        for (const auto& [tag, entry] : Entries(offset)) {
+            const std::uint64_t field = entry + 4 + form_.OffsetSize();
             const std::uint16_t type = TypeOf(entry);
             if (Refers(kind, tag)) {
-                const bool isShort = type == kLong || type == kTable;
-                Read(tag, Number(field, isShort ? 4 : form_.PlaceSize()), tables);
+                const bool isShort = type == kLong || type == kIFD;
+                Read(tag, Number(field, isShort ? 4 : form_.OffsetSize()), ifds);
                 continue;
             }
             const std::uint64_t count = CountOf(entry);
-            if ((kind == kFirstTable && !IsDescription(tag)) || type >= std::size(kTypeSizes) || count > left_)
-                continue;
+            if ((kind == kFirstIFD && !IsDescription(tag)) || type >= std::size(kTypeSizes) || count > left_) continue;
             const std::uint64_t size = kTypeSizes[type] * count;
-            const std::uint64_t from = size <= form_.PlaceSize() ? field : Number(field, form_.PlaceSize());
+            const std::uint64_t from = size <= form_.OffsetSize() ? field : Number(field, form_.OffsetSize());
             if (size == 0 || size > left_ || !Holds(from, size)) continue;
             left_ -= size;
-            (*tables)[kind][tag] = {type, count, Bytes(bytes_ + from, bytes_ + from + size)};
+            (*ifds)[kind][tag] = {type, count, Bytes(bytes_ + from, bytes_ + from + size)};
         }
     }
 
@@ -162,7 +161,7 @@ class TableReader {
     std::uint64_t length_;
     Form form_ = {};
     std::uint64_t left_ = kMostBytes;
-    std::set<std::uint64_t> read_;  // the places of tables
+    std::set<std::uint64_t> read_;  // the offsets of IFDs
 };
 
 // Reverses the bytes of each number.
@@ -174,118 +173,117 @@ void Reverse(Values* values) {
     }
 }
 
-// Writes tables behind a file that has some bytes already.
-class TableWriter {
+// Writes IFDs behind a file that has some bytes already.
+class IFDWriter {
   public:
-    TableWriter(const Tables& tables, const Form& form, std::size_t length)
-        : tables_(tables), form_(form), length_(length) {
+    IFDWriter(const IFDs& ifds, const Form& form, std::size_t length) : ifds_(ifds), form_(form), length_(length) {
         Align();
     }
 
-    // Writes the table for a tag, its values, and the tables that it refers to. Returns its place.
+    // Writes the IFD for a tag, its values, and the IFDs that it refers to. Returns its offset.
     std::uint64_t Write(std::uint16_t kind) {
-        Table table = tables_.count(kind) != 0 ? tables_.at(kind) : Table();
-        for (const auto& [tag, other] : tables_) {
-            if (Refers(kind, tag)) table[tag] = {form_.isLarge ? kLargeLong : kLong, 1, {}};
+        IFD ifd = ifds_.count(kind) != 0 ? ifds_.at(kind) : IFD();
+        for (const auto& [tag, other] : ifds_) {
+            if (Refers(kind, tag)) ifd[tag] = {form_.isLarge ? kLargeLong : kLong, 1, {}};
         }
-        const std::uint64_t place = length_ + bytes_.size();
+        const std::uint64_t offset = length_ + bytes_.size();
         std::size_t at = bytes_.size();
-        bytes_.resize(at + form_.CountSize() + table.size() * form_.EntrySize() + form_.PlaceSize());
-        Put(&at, table.size(), form_.CountSize());
-        for (const auto& [tag, values] : table) {
+        bytes_.resize(at + form_.CountSize() + ifd.size() * form_.EntrySize() + form_.OffsetSize());
+        Put(&at, ifd.size(), form_.CountSize());
+        for (const auto& [tag, values] : ifd) {
             Put(&at, tag, 2);
             Put(&at, values.type, 2);
-            Put(&at, values.count, form_.PlaceSize());
+            Put(&at, values.count, form_.OffsetSize());
             if (Refers(kind, tag)) {
-                Put(&at, Write(tag), form_.PlaceSize());
-            } else if (values.bytes.size() > form_.PlaceSize()) {
-                Put(&at, Append(values.bytes), form_.PlaceSize());
+                Put(&at, Write(tag), form_.OffsetSize());
+            } else if (values.bytes.size() > form_.OffsetSize()) {
+                Put(&at, Append(values.bytes), form_.OffsetSize());
             } else {
                 std::copy(values.bytes.begin(), values.bytes.end(), bytes_.data() + at);
-                at += form_.PlaceSize();
+                at += form_.OffsetSize();
             }
         }
-        return place;
+        return offset;
     }
 
     const Bytes& Written() const { return bytes_; }
 
   private:
-    // Stores a number in a table, and moves on.
+    // Stores a number in an IFD, and moves on.
     void Put(std::size_t* at, std::uint64_t number, std::size_t size) {
         StoreNumber(number, size, form_.isLittleEndian, bytes_.data() + *at);
         *at += size;
     }
 
     std::uint64_t Append(const Bytes& values) {
-        const std::uint64_t place = length_ + bytes_.size();
+        const std::uint64_t offset = length_ + bytes_.size();
         bytes_.insert(bytes_.end(), values.begin(), values.end());
         Align();
-        return place;
+        return offset;
     }
 
-    // Places are even.
+    // Offsets are even.
     void Align() { bytes_.resize(bytes_.size() + (length_ + bytes_.size()) % 2); }
 
-    const Tables& tables_;
+    const IFDs& ifds_;
     Form form_;
     std::size_t length_;
     Bytes bytes_;
 };
 
-// Moves the values of a tag out of the first table.
-Bytes Take(std::uint16_t tag, Tables* tables) {
-    auto taken = (*tables)[kFirstTable].extract(tag);
+// Moves the values of a tag out of the first IFD.
+Bytes Take(std::uint16_t tag, IFDs* ifds) {
+    auto taken = (*ifds)[kFirstIFD].extract(tag);
     return taken.empty() ? Bytes() : std::move(taken.mapped().bytes);
 }
 
-bool IsEmpty(const Tables& tables) {
-    return std::all_of(tables.begin(), tables.end(), [](const auto& table) { return table.second.empty(); });
+bool IsEmpty(const IFDs& ifds) {
+    return std::all_of(ifds.begin(), ifds.end(), [](const auto& ifd) { return ifd.second.empty(); });
 }
 
 }  // namespace
 
 void ReadMetadataOfTIFF(const std::uint8_t* bytes, std::size_t length, Metadata* metadata) {
-    TableReader reader(bytes, length);
-    Tables tables = reader.Read();
+    IFDReader reader(bytes, length);
+    IFDs ifds = reader.Read();
     const Form form = {reader.FormOfFile().isLittleEndian, /*isLarge=*/false};
-    metadata->xmp = Take(kXMPPacket, &tables);
-    metadata->iptc = Take(kIPTCData, &tables);
-    const Bytes orientation = Take(kOrientation, &tables);
+    metadata->xmp = Take(kXMPPacket, &ifds);
+    metadata->iptc = Take(kIPTCData, &ifds);
+    const Bytes orientation = Take(kOrientation, &ifds);
     const std::uint64_t number =
         NumberAt(orientation.data(), std::min<std::size_t>(orientation.size(), 8), form.isLittleEndian);
     metadata->orientation = number >= 1 && number <= 8 ? static_cast<int>(number) : 1;
-    if (IsEmpty(tables)) return;
+    if (IsEmpty(ifds)) return;
     const std::uint8_t order = form.isLittleEndian ? 'I' : 'M';
     metadata->exif = {order, order};
     metadata->exif.resize(8);
     StoreNumber(42, 2, form.isLittleEndian, metadata->exif.data() + 2);
-    TableWriter writer(tables, form, metadata->exif.size());
-    StoreNumber(writer.Write(kFirstTable), 4, form.isLittleEndian, metadata->exif.data() + 4);
+    IFDWriter writer(ifds, form, metadata->exif.size());
+    StoreNumber(writer.Write(kFirstIFD), 4, form.isLittleEndian, metadata->exif.data() + 4);
     metadata->exif.insert(metadata->exif.end(), writer.Written().begin(), writer.Written().end());
 }
 
 bool AddExif(const Block& exif, TiffStream* file) {
     try {
-        TableReader block(static_cast<const std::uint8_t*>(exif.bytes), exif.length);
-        Tables tables = block.Read();
+        IFDReader block(static_cast<const std::uint8_t*>(exif.bytes), exif.length);
+        IFDs ifds = block.Read();
         // The file has its own.
-        Take(kXMPPacket, &tables);
-        Take(kIPTCData, &tables);
-        Take(kOrientation, &tables);
-        if (IsEmpty(tables)) return true;
-        const TableReader reader(file->bytes, file->length);
+        Take(kXMPPacket, &ifds);
+        Take(kIPTCData, &ifds);
+        Take(kOrientation, &ifds);
+        if (IsEmpty(ifds)) return true;
+        const IFDReader reader(file->bytes, file->length);
         const Form& form = reader.FormOfFile();
         if (form.isLittleEndian != block.FormOfFile().isLittleEndian) {
-            for (auto& [tag, table] : tables) {
-                for (auto& [entry, values] : table) Reverse(&values);
+            for (auto& [tag, ifd] : ifds) {
+                for (auto& [entry, values] : ifd) Reverse(&values);
             }
         }
-        for (const auto& [tag, values] : reader.ReadUnresolved()) tables[kFirstTable][tag] = values;
-        TableWriter writer(tables, form, file->length);
-        const std::uint64_t place = writer.Write(kFirstTable);
+        for (const auto& [tag, values] : reader.ReadUnresolved()) ifds[kFirstIFD][tag] = values;
+        IFDWriter writer(ifds, form, file->length);
+        const std::uint64_t offset = writer.Write(kFirstIFD);
         if (!Append(file, writer.Written().data(), writer.Written().size())) return false;
-        StoreNumber(place, form.PlaceSize(), form.isLittleEndian, file->written + form.HeaderPlace());
+        StoreNumber(offset, form.OffsetSize(), form.isLittleEndian, file->written + form.OffsetInHeader());
         return true;
     } catch (const std::bad_alloc&) {
         return false;

@@ -1,9 +1,10 @@
 // tiff_tables.h - the data about pictures in TIFF files.
 //
-// A TIFF file has the structure of an Exif block. It keeps what such a block says about a picture in the same table as
-// how the pixels are stored, so the entries are copied from one to the other, and the values get other places.
+// A TIFF file has the structure of an Exif block. It keeps what such a block says about a picture in the same image
+// file directory (IFD) as how the pixels are stored, so the entries are copied from one to the other, and the values
+// get other offsets.
 //
-// Failure: a table or a value that is damaged is left out.
+// Failure: an IFD or a value that is damaged is left out.
 // Threads: any; nothing is shared.
 
 #pragma once
