@@ -11,7 +11,7 @@
 StopSignals::StopSignals() {
     sigset_t stops;
     sigemptyset(&stops);
-    for (const int number : {SIGINT, SIGTERM}) {
+    for (const int number : {SIGHUP, SIGINT, SIGTERM}) {
         struct sigaction action = {};
         if (sigaction(number, nullptr, &action) == 0 && action.sa_handler != SIG_IGN) sigaddset(&stops, number);
     }

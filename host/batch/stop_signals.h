@@ -1,7 +1,7 @@
-// stop_signals.h - SIGINT and SIGTERM as something to wait for, instead of the end of the program.
+// stop_signals.h - SIGHUP, SIGINT and SIGTERM as something to wait for, instead of the end of the program.
 //
-// Lifetime: from then on the signals are kept for Take; the destructor gives them their usual effect again. A signal
-//           that was ignored before, as by nohup, stays ignored.
+// Lifetime: the signals are kept for Take until the destructor gives them their usual effect again. A signal that was
+//           ignored before, as by nohup, stays ignored.
 // Threads:  the program's main thread. Threads that began earlier must not exist.
 
 #pragma once

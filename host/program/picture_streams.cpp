@@ -12,6 +12,7 @@
 #include <new>
 #include <system_error>
 
+#include "host/program/ending_signals.h"
 #include "host/program/exit_status.h"
 #include "host/runtime/errors.h"
 #include "host/runtime/memory_block.h"
@@ -39,8 +40,10 @@ class TemporaryFolder {
         if (mkdtemp(path_.data()) == nullptr) {
             throw Failure(kMachineFailed, path_ + ": " + host::SystemReason(errno) + "; nothing was written");
         }
+        RemoveFolderAtSignals(path_.c_str());
     }
     ~TemporaryFolder() {
+        RemoveFolderAtSignals(nullptr);
         std::error_code error;
         std::filesystem::remove_all(path_, error);
     }
@@ -73,13 +76,19 @@ void WriteToOutput(const std::string& format, const std::function<void(const std
     if (isatty(STDOUT_FILENO) != 0) {
         throw UsageError("standard output: it is a terminal, expected a pipe or a file; nothing was written");
     }
-    const TemporaryFolder folder;
-    const std::string file = folder.Path() + "/picture." + format;
-    Renaming(file, "--format " + format, kWrongUsage, [&] { save(file); });
-    std::ifstream written(file, std::ios::binary);
+    std::ifstream written;
+    {
+        const TemporaryFolder folder;
+        const std::string file = folder.Path() + "/picture." + format;
+        Renaming(file, "--format " + format, kWrongUsage, [&] { save(file); });
+        written.open(file, std::ios::binary);
+    }
     // What the stream does not take is reported when the program ends (standard_streams.h).
     char buffer[1 << 16];
     while (written.read(buffer, sizeof buffer), written.gcount() > 0) {
         std::fwrite(buffer, 1, static_cast<std::size_t>(written.gcount()), stdout);
+    }
+    if (!written.eof()) {
+        throw Failure(kMachineFailed, "standard output: the temporary file cannot be read; the output is incomplete");
     }
 }

@@ -80,6 +80,10 @@ void SyncPictures() {
     if (sync != nullptr) sync(true);
 }
 
+void (*UnfinishedPicturesRemover())() {
+    return EngineFunction<void (*)()>("CGImageDestinationDiscardUnfinished", "libImageIO.so");
+}
+
 std::string InstructionSet() {
     const auto name = EngineFunction<const char* (*)()>("CIEngineInstructionSet");
     return name != nullptr ? name() : "";

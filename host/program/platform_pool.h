@@ -31,6 +31,10 @@ void LimitPlatformThreads(unsigned threads);
 [[nodiscard]] bool PinInstructionSet(const std::string& name);
 void SyncPictures();
 
+// Returns the function that removes the temporary files of pictures that are being written, which a signal handler may
+// call; null while no module has loaded Image I/O.
+[[nodiscard]] void (*UnfinishedPicturesRemover())();
+
 // Returns the name of the instruction set that Core Image uses; empty while no module has loaded Core Image, and for an
 // engine that does not tell.
 [[nodiscard]] std::string InstructionSet();

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "host/program/ending_signals.h"
 #include "host/program/exit_status.h"
 #include "host/program/memory_limit.h"
 #include "host/program/platform_pool.h"
@@ -73,6 +74,7 @@ std::unique_ptr<host::Host> MakeHost(const ProgramOptions& options, const std::v
     host->LoadModule(BuiltModule(kCompanion));
     host->LoadModule(filters);
     for (const std::filesystem::path& module : added) host->LoadModule(module);
+    RemoveAtSignals(UnfinishedPicturesRemover());
     LimitPlatformMemory(memory, options.workers);
     if (options.threads != 0) LimitPlatformThreads(options.threads);
     if (!options.instructionSet.empty() && !PinInstructionSet(options.instructionSet)) {
@@ -82,7 +84,7 @@ std::unique_ptr<host::Host> MakeHost(const ProgramOptions& options, const std::v
     }
     if (options.pixelLimit > 0) {
         const host::Value pixels[] = {options.pixelLimit * 1e6};
-        host->CallShared("CIImageQOR", "SetPixelLimit", pixels);
+        WithStatus(kWrongUsage, [&] { host->CallShared("CIImageQOR", "SetPixelLimit", pixels); });
     }
     return host;
 }

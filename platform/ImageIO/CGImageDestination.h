@@ -58,5 +58,9 @@ CG_EXTERN void CGImageDestinationAddImage(CGImageDestinationRef destination, CGI
 // power. By default it does not. For the whole process; macOS has no such function.
 CG_EXTERN void CGImageDestinationSetSynced(bool isSynced);
 
+// Removes the temporary files of what is being written. For the handler of a signal that ends the process; macOS has no
+// such function.
+CG_EXTERN void CGImageDestinationDiscardUnfinished(void);
+
 // Writes the file and returns whether that succeeded. A second call returns false.
 CG_EXTERN bool CGImageDestinationFinalize(CGImageDestinationRef destination);

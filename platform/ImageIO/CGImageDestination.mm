@@ -222,6 +222,8 @@ void CGImageDestinationAddImage(CGImageDestinationRef destination, CGImageRef im
 
 void CGImageDestinationSetSynced(bool isSynced) { image_io::SetSynced(isSynced); }
 
+void CGImageDestinationDiscardUnfinished(void) { image_io::DiscardUnfinishedFiles(); }
+
 bool CGImageDestinationFinalize(CGImageDestinationRef destination) {
     CGImageDestinationObject* object = (CGImageDestinationObject*)destination;
     if (object == nil || object->_image == nullptr) return false;

@@ -27,6 +27,14 @@
 #include <utility>
 
 namespace image_io {
+
+// An entry of the list of unfinished files. Entries are used again and never freed, so that a signal handler can read
+// the list at any time.
+struct UnfinishedFile {
+    std::atomic<const char*> name;  // null in an entry that is free
+    UnfinishedFile* next;
+};
+
 namespace {
 
 // Reads exactly this many bytes, in several reads if necessary. A premature end of file is an error.
@@ -177,6 +185,20 @@ int CreatePart(const std::string& path, std::string* name) {
 // Whether files and their folders are on the disk before they count as written.
 std::atomic<bool> isSynced = false;
 
+std::atomic<UnfinishedFile*> unfinishedFiles = nullptr;
+
+// Adds a name to the list of unfinished files. Returns its entry; null when there is no memory for one.
+UnfinishedFile* Note(const char* name) {
+    for (UnfinishedFile* entry = unfinishedFiles; entry != nullptr; entry = entry->next) {
+        const char* none = nullptr;
+        if (entry->name.compare_exchange_strong(none, name)) return entry;
+    }
+    auto* entry = new (std::nothrow) UnfinishedFile{name, unfinishedFiles};
+    while (entry != nullptr && !unfinishedFiles.compare_exchange_weak(entry->next, entry)) {
+    }
+    return entry;
+}
+
 int SyncFolder(const std::string& path) {
     const std::string folder = FolderOf(path);
     const int file = open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -211,7 +233,7 @@ bool FileContent::HasBeenShortened() const { return mapping != nullptr && image_
 
 FileWriter::~FileWriter() {
     if (file_ >= 0 && !isDirect_) unlink(temporary_.c_str());
-    if (file_ >= 0) close(file_);
+    if (file_ >= 0) Leave();
 }
 
 int FileWriter::Open(const char* path) {
@@ -231,8 +253,15 @@ int FileWriter::Open(const char* path) {
     }
     file_ = isDirect_ ? open(path, flags) : CreatePart(target_, &temporary_);
     if (file_ < 0) return errno;
-    if (exists && !isDirect_) TakeOver(file_, existing);
+    if (isDirect_) return 0;
+    unfinished_ = Note(temporary_.c_str());
+    if (exists) TakeOver(file_, existing);
     return 0;
+}
+
+int FileWriter::Leave() {
+    if (unfinished_ != nullptr) std::exchange(unfinished_, nullptr)->name = nullptr;
+    return close(std::exchange(file_, -1)) == 0 ? 0 : errno;
 }
 
 int FileWriter::Write(const void* bytes, std::size_t length) {
@@ -259,8 +288,8 @@ int FileWriter::Restart() {
 int FileWriter::Close() {
     int error = WriteAll(file_, kept_.data(), kept_.size());
     if (isDirect_) {
-        if (close(std::exchange(file_, -1)) != 0 && error == 0) error = errno;
-        return error;
+        const int closing = Leave();
+        return error != 0 ? error : closing;
     }
     if (error == 0 && isSynced && fsync(file_) != 0) error = errno;
     // A network file system may report only when a file is closed that its disk is full. The lock stays with file_.
@@ -268,12 +297,19 @@ int FileWriter::Close() {
     if (other >= 0 && close(other) != 0 && error == 0) error = errno;
     if (error == 0 && std::rename(temporary_.c_str(), target_.c_str()) != 0) error = errno;
     if (error != 0) unlink(temporary_.c_str());
-    close(std::exchange(file_, -1));
+    static_cast<void>(Leave());
     if (error == 0 && isSynced) error = SyncFolder(target_);
     return error;
 }
 
 void SetSynced(bool on) { isSynced = on; }
+
+void DiscardUnfinishedFiles() {
+    for (const UnfinishedFile* entry = unfinishedFiles; entry != nullptr; entry = entry->next) {
+        const char* const name = entry->name;
+        if (name != nullptr) unlink(name);
+    }
+}
 
 int WriteFile(const char* path, const void* bytes, std::size_t length) {
     FileWriter file;

@@ -31,6 +31,8 @@ struct FileContent {
 // file does not exist, is not a regular file (EINVAL), or does not fit in memory (ENOMEM).
 [[nodiscard]] int ReadFile(const char* path, FileContent* content);
 
+struct UnfinishedFile;
+
 // A file that is written piece by piece. A link is followed.
 //
 // A regular file gets its name only when it is complete; until then it is ".NAME.zeva-part" in the same folder, and an
@@ -56,15 +58,22 @@ class FileWriter : public ByteSink {
     [[nodiscard]] int Close();
 
   private:
+    // Closes the file, which is complete or given up. Returns the error number.
+    int Leave();
+
     int file_ = -1;
     bool isDirect_ = false;  // whether the file is written in one piece and has no temporary name
     std::string target_, temporary_;
+    UnfinishedFile* unfinished_ = nullptr;
     std::string kept_;
 };
 
 // Decides whether a regular file and its folder are on the disk, and not only in the system's memory, when the file
 // counts as written. By default they need not be.
 void SetSynced(bool on);
+
+// Removes the temporary files of all FileWriters of the process, which is about to end. A signal handler may call this.
+void DiscardUnfinishedFiles();
 
 // Writes a file in one piece.
 [[nodiscard]] int WriteFile(const char* path, const void* bytes, std::size_t length);

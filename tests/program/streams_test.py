@@ -1,10 +1,13 @@
 """What is written and what is read: every write error is said, and no output overwrites an input."""
 
+import functools
 import os
 import pathlib
 import resource
 import shutil
+import signal
 import subprocess
+import time
 import unittest
 
 from zeva_program import ZEVA, ZevaTest, messages, png, png_size, read_png
@@ -66,6 +69,43 @@ class StreamsTest(ZevaTest):
         result = self.zeva("check", self.photo, "--only", "load.entry-point", "--junit", "/dev/full")
         self.assertEqual(result.returncode, 3)
         self.assertIn(f"/dev/full: it cannot be written ({FULL})", result.stderr)
+
+    def test_a_signal_leaves_no_unfinished_picture_and_no_temporary_folder(self):
+        temporary = self.folder / "tmp"
+        temporary.mkdir()
+        words = [ZEVA, "-q", "apply", "CheckerboardGenerator", "--rect", "0,0,60000,60000"]  # takes many seconds
+        before = sorted(path.name for path in self.folder.iterdir())
+        for output, started in (
+            (["-o", self.out], lambda: (self.folder / ".out.png.zeva-part").exists()),
+            (["-o", "-", "--format", "png"], lambda: list(temporary.glob("*/.picture.png.zeva-part"))),
+        ):
+            for number in (signal.SIGHUP, signal.SIGINT, signal.SIGTERM):
+                with self.subTest(output=output[1], number=number):
+                    process = subprocess.Popen(
+                        words + output,
+                        cwd=self.folder,
+                        env=os.environ | {"TMPDIR": str(temporary)},
+                        stdout=subprocess.PIPE,
+                        preexec_fn=functools.partial(signal.signal, number, signal.SIG_DFL),
+                    )
+                    while not started():
+                        self.assertIsNone(process.poll())
+                        time.sleep(0.01)
+                    process.send_signal(number)
+                    process.communicate()
+                    self.assertEqual(process.returncode, -number)
+                    self.assertEqual(sorted(path.name for path in self.folder.iterdir()), before)
+                    self.assertEqual(list(temporary.iterdir()), [])
+
+    def test_a_signal_that_is_ignored_stays_ignored(self):
+        process = subprocess.Popen(
+            [ZEVA, "-q", "apply", "CheckerboardGenerator", "--rect", "0,0,6000,6000", "-o", self.out],
+            preexec_fn=functools.partial(signal.signal, signal.SIGHUP, signal.SIG_IGN),
+        )
+        while process.poll() is None:
+            process.send_signal(signal.SIGHUP)
+            time.sleep(0.01)
+        self.assertEqual((process.returncode, png_size(self.out)), (0, (6000, 6000)))
 
     def test_a_picture_on_a_full_disk_is_an_error(self):
         (self.folder / "full.png").symlink_to("/dev/full")
