@@ -59,6 +59,7 @@ void CheckBatch(const ApplyRequest& request) {
 }
 
 int Apply(const ProgramOptions& options, ApplyRequest request) {
+    if (request.words.empty() && request.batch.list.empty()) throw UsageError("FILTER is required");
     const Recipe recipe = RecipeOf(request);
     CheckAtRecipe(recipe, [&] { CheckOptions(request); });
     CheckBatch(request);
@@ -75,9 +76,10 @@ int Apply(const ProgramOptions& options, ApplyRequest request) {
     }
     if (request.isInPlace && pictures.empty()) throw UsageError("--in-place: there is no input picture");
     if (!isOne && pictures.empty()) throw UsageError("--report, --shard and --jobs: there is no input picture");
-    // A list with one picture is named like one with many.
-    const std::size_t count = isOne ? pictures.size() : std::max<std::size_t>(pictures.size(), 2);
-    const OutputNames names = request.isInPlace ? OutputNames() : OutputNames(request.output, count);
+    const bool isFound = isOne && !pictures.empty() && std::ranges::count(recipe.inputs, pictures[0].path) == 0;
+    const bool isSeries = !isOne || (isFound && request.output != kStandardStream);
+    const OutputNames names =
+        request.isInPlace ? OutputNames() : OutputNames(request.output, pictures.size(), isSeries);
     if (!isOne) return ApplyToMany(options, request, recipe, names, pictures);
     ApplyToOne(options, request, recipe, names, pictures);
     return kDone;
@@ -115,11 +117,12 @@ std::vector<Argument> ApplyArguments(ApplyRequest& request) {
     std::vector<Argument> arguments = {
         {"FILTER", &request.words,
          "a filter (GaussianBlur, CIGaussianBlur or CIFilterGaussianBlurQOR) or a recipe, its settings, and pictures "
-         "(- for standard input)",
-         /*isRequired=*/true},
-        {"-o,--output", &request.output,
-         "picture to write, in the format of its suffix; a folder for results with the names of their inputs; "
-         "a pattern with {name}, {ext}, {dir}, {width}, {height} and {index}; or - for standard output"},
+         "(- for standard input)"},
+        {.names = "-o,--output",
+         .target = &request.output,
+         .help = "picture to write, in the format of its suffix; a folder for results with the names of their inputs; "
+                 "a pattern with {name}, {ext}, {dir}, {width}, {height} and {index}; or - for standard output",
+         .mayBeEmpty = true},
         {"--format", &request.options.format, "format of a picture on standard output, such as png or jpeg"},
         {.names = "--in-place",
          .target = &request.isInPlace,

@@ -38,7 +38,7 @@ std::vector<InputPicture> PicturesOf(const ProgramOptions& options, const ApplyR
             pictures.push_back({input});
             continue;
         }
-        for (InputPicture& file : FilesBelow(input, request.output)) {
+        for (InputPicture& file : FilesBelow(input, FolderOfResults(request.output))) {
             found.push_back(pictures.size());
             pictures.push_back(std::move(file));
         }
@@ -47,9 +47,10 @@ std::vector<InputPicture> PicturesOf(const ProgramOptions& options, const ApplyR
     std::vector<std::string> files;
     for (const std::size_t i : found) files.push_back(pictures[i].path);
     const std::string isPicture = RunTask(options, request, apply_task::FindPictures(files));
-    std::set<std::size_t> others;  // the indices of files that are not pictures
+    // The indices of files that are not pictures. What cannot be read may be one, and is reported when it is opened.
+    std::set<std::size_t> others;
     for (std::size_t i = 0; i < found.size(); ++i) {
-        if (isPicture.at(i) == '0') others.insert(found[i]);
+        if (isPicture.at(i) == '0' && IsReadable(files[i])) others.insert(found[i]);
     }
     std::vector<InputPicture> chosen;
     for (std::size_t i = 0; i < pictures.size(); ++i) {

@@ -30,6 +30,7 @@ struct Argument {
     std::string help;
     bool isRequired = false;
     bool isPositive = false;        // a number that must be above 0
+    bool mayBeEmpty = false;        // an option whose command says what is missing when its text is empty
     std::string excludes = {};      // an option declared earlier that cannot be combined with this one
     std::string defaultValue = {};  // the text of an option without a value, which is then given as --option=value
 };

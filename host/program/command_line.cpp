@@ -102,6 +102,8 @@ void AddArgument(CLI::App& app, const Argument& argument) {
         option->check([=, isPositive = argument.isPositive](const std::string& text) {
             return ObstacleInNumber(text, isWhole, isPositive);
         });
+    } else if (argument.names.starts_with('-') && argument.defaultValue.empty() && !argument.mayBeEmpty) {
+        option->check([](const std::string& text) { return std::string(text.empty() ? "must not be empty" : ""); });
     }
     if (!argument.excludes.empty()) option->excludes(app.get_option(argument.excludes));
 }

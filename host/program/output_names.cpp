@@ -21,7 +21,13 @@ bool IsFolder(const std::string& output) {
 
 }  // namespace
 
-OutputNames::OutputNames(const std::string& output, std::size_t pictures) {
+std::string FolderOfResults(const std::string& output) {
+    std::size_t brace = output.find('{');
+    while (brace != std::string::npos && output.compare(brace, 2, "{{") == 0) brace = output.find('{', brace + 2);
+    return brace == std::string::npos ? output : output.substr(0, output.rfind('/', brace) + 1);
+}
+
+OutputNames::OutputNames(const std::string& output, std::size_t pictures, bool isSeries) {
     static const std::vector<std::string> kNames = {"name", "ext", "dir", "width", "height", "index"};
     static constexpr Part::Kind kKinds[] = {Part::kName,  Part::kExt,    Part::kDir,
                                             Part::kWidth, Part::kHeight, Part::kIndex};
@@ -57,9 +63,12 @@ OutputNames::OutputNames(const std::string& output, std::size_t pictures) {
         if (ending.ends_with('/')) parts_.push_back({Part::kFile, ""});
         return;
     }
-    if (pictures == 0 || (pictures == 1 && !IsFolder(ending))) return;
+    const bool isSingle = pictures <= 1 && !isSeries;
+    if (isSingle && (pictures == 0 || !IsFolder(ending))) return;
     if (!IsFolder(ending) && path(ending).has_extension()) {
-        throw UsageError(output + ": " + std::to_string(pictures) + " inputs need an output folder");
+        const std::string inputs =
+            pictures > 1 ? std::to_string(pictures) + " inputs need" : "the inputs of a list or a folder need";
+        throw UsageError(output + ": " + inputs + " an output folder");
     }
     isPerPicture_ = true;
     if (!ending.ends_with('/')) parts_.push_back({Part::kText, "/"});

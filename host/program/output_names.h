@@ -32,14 +32,18 @@ struct ResultSize {
     double width = 0, height = 0;
 };
 
+// Returns the folder that has all results of an output, as far as a pattern tells; empty for the current one.
+[[nodiscard]] std::string FolderOfResults(const std::string& output);
+
 class OutputNames {
   public:
     // Results that replace their pictures.
     OutputNames() : parts_{{Part::kPath, ""}} {}
 
-    // The results of a number of pictures at a path or in a folder, which may be a pattern. Throws UsageError for an
-    // unknown name in braces, and for several pictures with one file for their results.
-    OutputNames(const std::string& output, std::size_t pictures);
+    // The results of a number of pictures at a path or in a folder, which may be a pattern. The pictures of a series, a
+    // list or a folder, are named alike however many there are. Throws UsageError for an unknown name in braces, and
+    // for a series or several pictures with one file for their results.
+    OutputNames(const std::string& output, std::size_t pictures, bool isSeries);
 
     // Whether there is a file for each picture, in a folder that may have to be created.
     bool IsPerPicture() const { return isPerPicture_; }

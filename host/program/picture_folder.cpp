@@ -2,23 +2,31 @@
 
 #include "host/program/picture_folder.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <system_error>
 
+bool IsReadable(const std::string& path) { return faccessat(AT_FDCWD, path.c_str(), R_OK, AT_EACCESS) == 0; }
+
 std::vector<InputPicture> FilesBelow(const std::string& folder, const std::string& omitted) {
     std::vector<InputPicture> files;
+    std::error_code failure;
     for (auto entry = std::filesystem::recursive_directory_iterator(folder);
-         entry != std::filesystem::recursive_directory_iterator(); ++entry) {
+         entry != std::filesystem::recursive_directory_iterator(); entry.increment(failure)) {
         std::error_code error;
-        if (entry->is_directory(error) && !omitted.empty() &&
-            std::filesystem::equivalent(entry->path(), omitted, error)) {
-            entry.disable_recursion_pending();
-        }
-        if (!entry->is_regular_file(error)) continue;
+        const bool isFolder = entry->is_directory(error) && !entry->is_symlink(error);
+        const bool isOmitted =
+            isFolder && !omitted.empty() && std::filesystem::equivalent(entry->path(), omitted, error);
+        const bool isClosed = isFolder && !isOmitted && !IsReadable(entry->path().string());
+        if (isOmitted || isClosed) entry.disable_recursion_pending();
+        if (!entry->is_regular_file(error) && !isClosed) continue;
         const std::filesystem::path within = entry->path().lexically_relative(folder).parent_path();
         files.push_back({entry->path().string(), within.empty() ? "." : within.string()});
     }
+    if (failure) throw std::filesystem::filesystem_error("", folder, failure);
     std::ranges::sort(files, {}, &InputPicture::path);
     return files;
 }

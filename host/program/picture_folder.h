@@ -13,6 +13,9 @@
 
 #include "host/program/output_names.h"
 
+// Whether a file or a folder can be read.
+[[nodiscard]] bool IsReadable(const std::string& path);
+
 // The files below a folder, each with its folder within it. The files in `omitted`, a folder of results or "", are left
-// out.
+// out. A folder that cannot be read is among the files, so that it is reported like one of them.
 [[nodiscard]] std::vector<InputPicture> FilesBelow(const std::string& folder, const std::string& omitted);

@@ -379,6 +379,7 @@ Recipe ReadRecipeFile(const std::string& file) {
 }
 
 Recipe ParseCommand(const std::vector<std::string>& words, const std::filesystem::path& shared) {
+    if (words.empty()) return {};
     std::vector<std::vector<Word>> lines(1);
     for (const std::string& word : words) {
         if (word == kSeparator) {

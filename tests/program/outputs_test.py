@@ -202,6 +202,47 @@ class FolderTest(ZevaTest):
             self.assert_works("apply", "ColorInvert", "--recursive", "tree", "-o", "tree/out/")
         self.assertEqual(self.results("tree/out"), ["sub/deep/two.jpg", "sub/two.png"])
 
+    def test_the_folder_of_a_pattern_is_left_out(self):
+        (self.tree / "one.txt").unlink()
+        for _ in range(2):
+            self.assert_works("apply", "ColorInvert", "--recursive", "tree", "-o", "tree/out/{dir}/{{{name}.png")
+        self.assertEqual(self.results("tree/out"), ["sub/deep/{two.png", "sub/{two.png"])
+
+    def test_one_picture_in_a_folder_is_named_like_many(self):
+        words = ("apply", "ColorInvert", "--recursive")
+        self.assert_works(*words, "tree/sub/deep", "-o", "out")
+        self.assertEqual(self.results(), ["two.jpg"])
+        message = "out.png: the inputs of a list or a folder need an output folder"
+        self.assert_fails(2, message, *words, "tree/sub/deep", "-o", "out.png")
+        self.assert_works(*words, "tree/sub/two.png", "-o", "out.png")  # a file is no folder
+
+    def test_what_cannot_be_read_is_named_and_fails(self):
+        (self.tree / "one.txt").rename(self.tree / "one.png")
+        (self.tree / "sub/two.png").chmod(0)
+        (self.tree / "sub/deep").chmod(0)
+        self.addCleanup((self.tree / "sub/deep").chmod, 0o755)
+        options = {}
+        if os.geteuid() == 0:
+            # Only an ordinary user is refused; this one needs a way to the program and a place for the results.
+            options = {"user": 65534, "group": 65534, "extra_groups": []}
+            self.folder.chmod(0o777)
+        if not self.can_run(options):
+            self.skipTest("an ordinary user has no access to the program")
+        result = self.zeva("apply", "ColorInvert", "--recursive", "tree", "-o", "out", **options)
+        self.assertEqual(
+            result.stderr,
+            "zeva: tree/sub/deep: permission denied; no image was opened\n"
+            "zeva: tree/sub/two.png: permission denied; no image was opened\n",
+        )
+        self.assertRegex(result.stdout, "^1 of 3 pictures written to out, 2 failed, ")
+        self.assertEqual((result.returncode, self.results()), (1, ["one.png"]))
+
+    def can_run(self, options):
+        try:
+            return self.zeva("--version", **options).returncode == 0
+        except PermissionError:
+            return False
+
     def test_a_folder_without_pictures_is_a_failure(self):
         (self.folder / "empty").mkdir()
         message = "empty: the folder contains no pictures; nothing was written"
