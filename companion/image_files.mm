@@ -82,7 +82,8 @@ CFURLRef URLFor(const char* path) {
 // Whether a picture with an orientation is upright when its rows are shown in the order in which they are stored.
 bool KeepsRowsInOrder(int orientation) { return orientation == 1 || orientation == 2; }
 
-// Returns why a picture cannot be held in memory as a whole; nil when it can, or when it need not.
+// Returns why a picture does not fit in memory; nil when it does. One whose rows come in order needs only a few of them
+// at a time: at least one as it is stored and as floats.
 NSString* ObstacleInMemory(NSDictionary* properties, int orientation) {
     const double width = [[properties objectForKey:(id)kCGImagePropertyPixelWidth] doubleValue];
     const double height = [[properties objectForKey:(id)kCGImagePropertyPixelHeight] doubleValue];
@@ -90,10 +91,13 @@ NSString* ObstacleInMemory(NSDictionary* properties, int orientation) {
     const auto limit = static_cast<double>(CIEngineMemoryLimit());
     const double bytesPerPixel = [[properties objectForKey:(id)kCGImagePropertyDepth] doubleValue] / 2;
     const double workingBytes = [[properties objectForKey:(id)kCGImagePropertyWorkingBytes] doubleValue];
-    const double needed = bytesPerPixel * width * height + workingBytes;
+    constexpr double kBytesOfFloats = 4 * sizeof(float);
+    const bool isRowByRow = isInOrder && KeepsRowsInOrder(orientation);
+    const double needed =
+        isRowByRow ? (bytesPerPixel + kBytesOfFloats) * width : bytesPerPixel * width * height + workingBytes;
     // The reader refuses a picture that exceeds its own limit.
     const bool isAllowed = width * height <= static_cast<double>(CGImageSourceGetPixelLimit());
-    if (!isAllowed || needed <= limit || (isInOrder && KeepsRowsInOrder(orientation))) return nil;
+    if (!isAllowed || needed <= limit) return nil;
     constexpr double kMegabyte = 1 << 20;
     return [NSString stringWithFormat:@"needs %.0f MB of memory, more than the memory limit of %.0f MB",
                                       std::ceil(needed / kMegabyte), std::floor(limit / kMegabyte)];

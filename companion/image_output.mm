@@ -62,10 +62,13 @@ NSString* Render(CIImage* image, const Rendering& rendering, bool isDeferred, CG
     CGColorSpaceRef space = CGColorSpaceRetain(rendering.space);
     if (space == nullptr) space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
     // A larger result would take hours and fill the disk; it fails for lack of memory instead.
-    constexpr double kMostDeferred = 1 << 30;
-    isDeferred = isDeferred && pixels >= double{kCGSmallestSequential} && pixels <= kMostDeferred;
+    constexpr double kMostDeferred = 1e10;
+    const bool isTooLarge = isDeferred && pixels > kMostDeferred;
+    isDeferred = isDeferred && pixels >= double{kCGSmallestSequential};
     CIContext* context = [CIContext contextWithOptions:rendering.options];
-    *bitmap = [context createCGImage:image fromRect:extent format:format colorSpace:space deferred:isDeferred];
+    if (!isTooLarge) {
+        *bitmap = [context createCGImage:image fromRect:extent format:format colorSpace:space deferred:isDeferred];
+    }
     CGColorSpaceRelease(space);
     if (*bitmap != nullptr) return nil;
     *errorNumber = errno == EBADMSG ? EBADMSG : ENOMEM;

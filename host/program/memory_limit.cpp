@@ -23,7 +23,7 @@ constexpr Unit kUnits[] = {{'M', 1 << 20}, {'G', 1 << 30}};
 
 // Less would not hold the rows of a large picture.
 constexpr double kLeast = 16 << 20;
-constexpr double kMostBytes = 1e15;
+constexpr double kMostBytes = 1e15;  // more than any machine has
 
 }  // namespace
 
@@ -38,9 +38,9 @@ std::uint64_t MemorySize(const std::string& option, const std::string& text) {
         throw UsageError(option + " must be a size such as 256M or 1G, got '" + text + "'");
     }
     const double bytes = number * unit->bytes;
-    if (!(bytes >= kLeast && bytes <= kMostBytes)) {
+    if (bytes < kLeast) {
         throw UsageError(option + " must be at least " + host::NumberText(kLeast / (1 << 20)) + "M, got '" + text +
                          "'");
     }
-    return static_cast<std::uint64_t>(bytes);
+    return static_cast<std::uint64_t>(std::min(bytes, kMostBytes));
 }

@@ -48,17 +48,24 @@ std::size_t BytesPerRow(const core_image::Region& region, core_image::PixelForma
     return static_cast<std::size_t>(region.width) * core_image::SizeOfPixel(pixels);
 }
 
+double BytesIn(const core_image::Region& region, core_image::PixelFormat pixels) {
+    return core_image::PixelCount(region) * static_cast<double>(core_image::SizeOfPixel(pixels));
+}
+
+// Why half: no object may be larger than a signed size can count.
+bool IsAddressable(double bytes) { return bytes < static_cast<double>(SIZE_MAX / 2); }
+
+void NoteShortage(const core_image::Region& region, double bytes) {
+    core_image::NoteFailure("%lld x %lld pixels: the result needs %.0f MB of memory",
+                            static_cast<long long>(region.width), static_cast<long long>(region.height),
+                            std::ceil(bytes / (1 << 20)));
+}
+
 // Allocates rows for a region; returns null when memory is short. The caller frees them.
 void* AllocateRows(const core_image::Region& region, core_image::PixelFormat pixels) {
-    // Why half: no object may be larger than a signed size can count.
-    constexpr auto kMostBytes = static_cast<double>(SIZE_MAX / 2);
-    const double bytes = core_image::PixelCount(region) * static_cast<double>(core_image::SizeOfPixel(pixels));
-    void* rows = bytes < kMostBytes ? std::malloc(static_cast<std::size_t>(bytes)) : nullptr;
-    if (rows == nullptr) {
-        core_image::NoteFailure("%lld x %lld pixels: the result needs %.0f MB of memory",
-                                static_cast<long long>(region.width), static_cast<long long>(region.height),
-                                std::ceil(bytes / (1 << 20)));
-    }
+    const double bytes = BytesIn(region, pixels);
+    void* rows = IsAddressable(bytes) ? std::malloc(static_cast<std::size_t>(bytes)) : nullptr;
+    if (rows == nullptr) NoteShortage(region, bytes);
     return rows;
 }
 
@@ -204,6 +211,11 @@ NSString* const kCIContextMemoryLimit = @"memory_limit";
     core_image::Region region;
     if (image == nil || !ReadRegion(rect, &region)) return nullptr;
     if (deferred) {
+        const double bytesOfRow = BytesIn({region.x, region.y, region.width, 1}, destination.format);
+        if (!IsAddressable(bytesOfRow)) {
+            NoteShortage(region, bytesOfRow);
+            return nullptr;
+        }
         CIDeferredRendering* rendering = [[[CIDeferredRendering alloc] init] autorelease];
         rendering->_context = [self retain];
         rendering->_image = [image retain];

@@ -132,14 +132,18 @@ class RowDecoderPNG : public RowDecoder {
         const bool isInOrder = png_get_interlace_type(png_, info_) == PNG_INTERLACE_NONE;
         if (!isInOrder || isConverted) return Status::kUnknownType;
         if (!IsAllowedSize(width, rowsLeft_)) return Status::kInvalidData;
-        SetTransformations(png_, info_);
-        bytesPerRow_ = png_get_rowbytes(png_, info_);
+        bytesPerRow_ = 0;
         if (picture != nullptr) picture->isGray = isGray;
         return Status::kComplete;
     }
 
     Status Read(std::uint8_t* rows, std::size_t count) override {
         if (setjmp(png_jmpbuf(png_)) != 0) return StatusOfFailure();
+        // Not before: this allocates two rows, and most headers are read for what they say.
+        if (bytesPerRow_ == 0) {
+            SetTransformations(png_, info_);
+            bytesPerRow_ = png_get_rowbytes(png_, info_);
+        }
         for (; count > 0; --count, --rowsLeft_, rows += bytesPerRow_) png_read_row(png_, rows, nullptr);
         pages_.DropBefore(file_.length - reader_.left);
         if (rowsLeft_ == 0) png_read_end(png_, nullptr);

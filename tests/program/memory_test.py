@@ -6,7 +6,7 @@ import subprocess
 import unittest
 import zlib
 
-from zeva_program import IS_SANITIZED, ZEVA, ZevaTest, messages, png, read_png
+from zeva_program import IS_SANITIZED, ZEVA, ZevaTest, messages, png, png_size, read_png
 
 MEGABYTE = 1 << 20
 
@@ -75,19 +75,24 @@ def with_orientation(jpeg, orientation):
     return jpeg[:2] + b"\xff\xe1" + struct.pack(">H", len(exif) + 2) + exif + jpeg[2:]
 
 
-def interlaced_png(width, height):
-    """The bytes of a black PNG file in seven passes."""
+def png_file(header, rows):
+    """The bytes of a PNG file with these fields of its header and these compressed rows."""
 
     def chunk(kind, data):
         return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
+
+    parts = (b"IHDR", struct.pack(">IIBBBBB", *header)), (b"IDAT", rows), (b"IEND", b"")
+    return b"\x89PNG\r\n\x1a\n" + b"".join(chunk(*part) for part in parts)
+
+
+def interlaced_png(width, height):
+    """The bytes of a black PNG file in seven passes."""
 
     passes = ((0, 0, 8, 8), (4, 0, 8, 8), (0, 4, 4, 8), (2, 0, 4, 4), (0, 2, 2, 4), (1, 0, 2, 2), (0, 1, 1, 2))
     size = sum(
         len(range(top, height, down)) * (1 + 3 * len(range(left, width, across))) for left, top, across, down in passes
     )
-    header = struct.pack(">IIBBBBB", width, height, 8, 2, 0, 0, 1)
-    parts = (b"IHDR", header), (b"IDAT", zlib.compress(bytes(size), 1)), (b"IEND", b"")
-    return b"\x89PNG\r\n\x1a\n" + b"".join(chunk(*part) for part in parts)
+    return png_file((width, height, 8, 2, 0, 0, 1), zlib.compress(bytes(size), 1))
 
 
 class MemoryTest(ZevaTest):
@@ -174,6 +179,23 @@ class MemoryTest(ZevaTest):
                 peak = self.peak(*words) / MEGABYTE
                 if not IS_SANITIZED:
                     self.assertLess(peak, needed + 64)
+
+    def test_a_picture_with_huge_rows_says_what_one_needs(self):
+        rows = zlib.compress(bytes(1 + 8 * 3_000_000), 1)
+        picture = self.folder / "wide.png"
+        picture.write_bytes(png_file((3_000_000, 1, 16, 6, 0, 0, 0), rows))
+        self.assert_fails(
+            1,
+            f"{picture}: needs 69 MB of memory, more than the memory limit of 68 MB; no image was opened",
+            *("apply", "ColorInvert", picture, "--memory", "68M", "-o", self.out),
+        )
+
+    def test_a_result_of_more_than_a_billion_pixels_is_written_in_strips(self):
+        words = ("-q", "apply", "ConstantColorGenerator", "inputColor=white", "--rect", "0,0,1000,1100000")
+        peak = self.peak(*words, "--memory", "64M", "-o", self.out) / MEGABYTE
+        self.assertEqual(png_size(self.out), (1000, 1_100_000))
+        if not IS_SANITIZED:
+            self.assertLess(peak, 128)
 
     def test_a_large_picture_that_is_truncated_is_one_line_and_leaves_the_existing_output(self):
         for name in ("large.jpg", "large.png"):
