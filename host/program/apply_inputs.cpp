@@ -47,7 +47,7 @@ std::vector<InputPicture> PicturesOf(const ProgramOptions& options, const ApplyR
     std::vector<std::string> files;
     for (const std::size_t i : found) files.push_back(pictures[i].path);
     const std::string isPicture = RunTask(options, request, apply_task::FindPictures(files));
-    // The indices of files that are not pictures. What cannot be read may be one, and is reported when it is opened.
+    // The indices of files that are not pictures. A file that cannot be read may be one, and opening it says why.
     std::set<std::size_t> others;
     for (std::size_t i = 0; i < found.size(); ++i) {
         if (isPicture.at(i) == '0' && IsReadable(files[i])) others.insert(found[i]);

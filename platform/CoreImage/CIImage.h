@@ -73,7 +73,7 @@ CG_EXTERN NSString* const kCIImageReducedImages;
 - (CIImage*)imageByCompositingOverImage:(CIImage*)background;
 
 // The image rotated and mirrored so that a picture taken with an orientation, 1 to 8 as in Exif, is upright. Its
-// lower left corner is at (0, 0). Any other number counts as 1.
+// lower left corner is at (0, 0); an infinite image turns around that point. Any other number counts as 1.
 - (CIImage*)imageByApplyingOrientation:(int)orientation;
 
 @end

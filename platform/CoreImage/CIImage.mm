@@ -268,7 +268,10 @@ CIImage* ImageOutOfSource(CGImageSourceRef source, NSDictionary* options) {
 }
 
 - (CIImage*)imageByApplyingOrientation:(int)orientation {
-    const CGRect extent = [self extent];
+    // An infinite image has no corner that could come to the origin; it turns around the origin.
+    core_image::Region region;
+    const CGRect whole = [self extent];
+    const CGRect extent = core_image::RegionOfExtent(core_image::ExtentOfRect(whole), &region) ? whole : CGRectZero;
     const CGFloat left = extent.origin.x, right = left + extent.size.width;
     const CGFloat bottom = extent.origin.y, top = bottom + extent.size.height;
     // clang-format off

@@ -40,6 +40,7 @@ const CFStringRef kCGImageSourceSubsampleFactor = CFSTR("kCGImageSourceSubsample
     std::size_t _width;  // 0 until the size is known
     std::size_t _height;
     std::size_t _depth;
+    BOOL _isHeaderRead;  // whether the next two are known
     std::size_t _workingBytes;
     BOOL _hasRowsInOrder;
     NSString* _reason;  // nil where the status says all that is known
@@ -254,13 +255,17 @@ CFDictionaryRef CGImageSourceCopyPropertiesAtIndex(CGImageSourceRef source, size
     if (orientation != 0) {
         [properties setObject:[NSNumber numberWithInt:orientation] forKey:(id)kCGImagePropertyOrientation];
     }
-    if (object->_width == 0 && !object->_isDecoded) {
+    if (!object->_isHeaderRead) {
         image_io::Picture picture;
         object->_hasRowsInOrder = image_io::ReadHeader(BytesOf(object), &picture);
-        object->_width = picture.width;
-        object->_height = picture.height;
-        object->_depth = picture.depth;
         object->_workingBytes = picture.workingBytes;
+        // A decoder knows more about a damaged picture than its header.
+        if (!object->_isDecoded) {
+            object->_width = picture.width;
+            object->_height = picture.height;
+            object->_depth = picture.depth;
+        }
+        object->_isHeaderRead = YES;
         image_io::Free(&picture);
     }
     if (object->_width != 0) {

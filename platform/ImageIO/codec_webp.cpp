@@ -135,6 +135,22 @@ int Assemble(const WebPMemoryWriter& encoded, const Pixels& pixels, const Encode
     return file->bytes != nullptr ? 0 : ENOMEM;
 }
 
+// The system's error number for one of the encoder.
+int ErrorOf(WebPEncodingError error) {
+    switch (error) {
+        case VP8_ENC_ERROR_OUT_OF_MEMORY:
+        case VP8_ENC_ERROR_BITSTREAM_OUT_OF_MEMORY:
+            return ENOMEM;
+        case VP8_ENC_ERROR_BAD_DIMENSION:
+        case VP8_ENC_ERROR_PARTITION0_OVERFLOW:
+        case VP8_ENC_ERROR_PARTITION_OVERFLOW:
+        case VP8_ENC_ERROR_FILE_TOO_BIG:
+            return EFBIG;
+        default:
+            return EIO;
+    }
+}
+
 int EncodePixels(const Pixels& pixels, const EncodeOptions& options, EncodedFile* file) {
     constexpr Channels kAll = {true, true};
     std::vector<std::uint8_t> rows(pixels.width * pixels.height * 4);
@@ -152,7 +168,7 @@ int EncodePixels(const Pixels& pixels, const EncodeOptions& options, EncodedFile
     const auto import = ChannelsOf(pixels).hasAlpha ? WebPPictureImportRGBA : WebPPictureImportRGBX;
     const bool complete =
         import(picture.get(), rows.data(), 4 * picture->width) != 0 && WebPEncode(&config, picture.get()) != 0;
-    const int error = complete ? Assemble(encoded, pixels, options, file) : ENOMEM;
+    const int error = complete ? Assemble(encoded, pixels, options, file) : ErrorOf(picture->error_code);
     WebPMemoryWriterClear(&encoded);
     return error;
 }

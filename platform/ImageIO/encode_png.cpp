@@ -20,6 +20,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <new>
 #include <string>
 #include <string_view>
@@ -177,21 +178,19 @@ void Deflate(std::vector<std::uint8_t>& filtered, const Method& method, bool isL
     if (deflateInit2(&stream, method.level, Z_DEFLATED, kRawStream, kMemory, method.strategy) != Z_OK) {
         throw std::bad_alloc();
     }
+    const std::unique_ptr<z_stream, decltype(&deflateEnd)> closer(&stream, deflateEnd);
     const std::size_t start = to.size();
     constexpr std::size_t kEmptyBlock = 8;
-    try {
-        to.resize(start + deflateBound(&stream, static_cast<uLong>(filtered.size())) + kEmptyBlock);
-    } catch (...) {
-        deflateEnd(&stream);
-        throw;
-    }
+    to.resize(start + deflateBound(&stream, static_cast<uLong>(filtered.size())) + kEmptyBlock);
     stream.next_in = filtered.data();
     stream.avail_in = static_cast<uInt>(filtered.size());
     stream.next_out = to.data() + start;
     stream.avail_out = static_cast<uInt>(to.size() - start);
-    deflate(&stream, isLast ? Z_FINISH : Z_SYNC_FLUSH);
+    // Only a row of 4 GB, which zlib cannot count, is not taken as a whole.
+    const int result = deflate(&stream, isLast ? Z_FINISH : Z_SYNC_FLUSH);
+    const bool isWhole = stream.total_in == filtered.size();
+    if (!isWhole || result != (isLast ? Z_STREAM_END : Z_OK)) throw std::bad_alloc();
     to.resize(start + stream.total_out);
-    deflateEnd(&stream);
 }
 
 // What a thread needs for a strip. It is used again for the next one, because memory that is used for the first time
@@ -286,8 +285,9 @@ std::vector<Chunk> ChunksOf(const EncodeOptions& options) {
     digits += '\n';
     uLongf length = compressBound(static_cast<uLong>(digits.size()));
     std::vector<std::uint8_t> compressed(length);
-    compress(compressed.data(), &length, reinterpret_cast<const Bytef*>(digits.data()),
-             static_cast<uLong>(digits.size()));
+    const int result = compress(compressed.data(), &length, reinterpret_cast<const Bytef*>(digits.data()),
+                                static_cast<uLong>(digits.size()));
+    if (result != Z_OK) throw std::bad_alloc();
     compressed.resize(length);
     Chunk& chunk = chunks.emplace_back(Chunk{"zTXt", {}});
     Append("Raw profile type iptc\0\0"sv, chunk.content);

@@ -482,6 +482,15 @@ TEST_F(MappedFileTest, FileThatIsShortenedBeforeItIsDecodedIsTruncated) {
     EXPECT_EQ(CGImageSourceCreateImageAtIndex(source, 0, nullptr), nullptr);
 }
 
+TEST_F(MappedFileTest, HeaderIsKnownAfterThePictureWasDecoded) {
+    const auto hasRowsInOrder = [&] {
+        NSDictionary* properties = [(NSDictionary*)CGImageSourceCopyPropertiesAtIndex(source, 0, nullptr) autorelease];
+        return [[properties objectForKey:(id)kCGImagePropertyHasRowsInOrder] boolValue] != NO;
+    };
+    EXPECT_EQ(CGImageSourceGetStatus(source), kCGImageStatusComplete);
+    EXPECT_TRUE(hasRowsInOrder());
+}
+
 TEST_F(MappedFileTest, FileThatIsShortenedWhileItsRowsAreReadIsTruncated) {
     CGImageRef image = SequentialImage(source);
     EXPECT_EQ(ErrorOfRows(image), 0);

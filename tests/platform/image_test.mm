@@ -115,6 +115,22 @@ TEST(ImageTest, ColorImagesAreInfiniteAndTheEmptyImageIsEmpty) {
     EXPECT_EQ(Floats([CIImage emptyImage], CGRectMake(0, 0, 1, 1)), std::vector<float>(4, 0.0f));
 }
 
+TEST(ImageTest, InfiniteImagesTurnAroundTheOrigin) {
+    CIImage* color = [CIImage imageWithColor:[CIColor colorWithRed:1 green:0 blue:0]];
+    for (int orientation = 1; orientation <= 8; ++orientation) {
+        EXPECT_EQ(Floats([color imageByApplyingOrientation:orientation], CGRectMake(-1, 0, 1, 1)),
+                  (std::vector<float>{1, 0, 0, 1}));
+    }
+    // The quarters of the plane around the origin, of which two are red.
+    CIFilter* checks = [CIFilter filterWithName:@"CICheckerboardGenerator"];
+    [checks setValue:[CIColor colorWithRed:1 green:0 blue:0] forKey:@"inputColor0"];
+    [checks setValue:[CIVector vectorWithX:0 Y:0] forKey:@"inputCenter"];
+    CIImage* turned = [[checks valueForKey:@"outputImage"] imageByApplyingOrientation:6];
+    const CGRect pixel = CGRectMake(3, 3, 1, 1);
+    EXPECT_EQ(Floats(turned, pixel), Floats([checks valueForKey:@"outputImage"], CGRectMake(-4, 3, 1, 1)));
+    EXPECT_NE(Floats(turned, pixel), Floats([checks valueForKey:@"outputImage"], pixel));
+}
+
 TEST(ImageTest, CroppingRoundsOutwardAndKeepsThePosition) {
     CIImage* image = ImageOfBytes(8, 8, VariedBytes(8, 8));
     CIImage* cropped = [image imageByCroppingToRect:CGRectMake((CGFloat)2.5, (CGFloat)3.5, 2, 10)];

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "core/memory_budget.h"
 #include "halftone/filters.h"
 #include "halftone/screen.h"
 
@@ -55,7 +56,12 @@ HWY_EXPORT(RingRow);
 class Rings : public ScreenRows {
   public:
     Rings(const Region& region, double centerX, double centerY, double width, float slope)
-        : left_(region.x), bottom_(region.y), slope_(slope) {
+        : left_(region.x),
+          bottom_(region.y),
+          memory_(static_cast<std::uint64_t>(region.width + region.height) * sizeof(double)),
+          slope_(slope) {
+        columns_.reserve(static_cast<std::size_t>(region.width) + kBlockPixels);
+        rows_.reserve(static_cast<std::size_t>(region.height));
         for (std::int64_t x = region.x; x < region.Right(); ++x) columns_.push_back(Square(x, centerX, width));
         columns_.resize(columns_.size() + kBlockPixels);
         for (std::int64_t y = region.y; y < region.Top(); ++y) rows_.push_back(Square(y, centerY, width));
@@ -75,6 +81,7 @@ class Rings : public ScreenRows {
     }
 
     std::int64_t left_, bottom_;
+    BudgetShare memory_;  // of the next two
     std::vector<double> columns_, rows_;
     float slope_;
 };

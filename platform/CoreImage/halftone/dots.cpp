@@ -13,6 +13,8 @@ namespace {
 // Appends pixels along one direction, in which the phases of the two waves grow by this many periods per pixel.
 void Fill(WaveParts& parts, std::int64_t first, std::int64_t count, double center, const std::array<double, 2>& steps) {
     for (std::size_t wave = 0; wave < 2; ++wave) {
+        parts.sines[wave].reserve(static_cast<std::size_t>(count) + kBlockPixels);
+        parts.cosines[wave].reserve(static_cast<std::size_t>(count) + kBlockPixels);
         for (std::int64_t index = 0; index < count; ++index) {
             const double periods = (static_cast<double>(first + index) + 0.5 - center) * steps[wave];
             const double angle = 2 * std::numbers::pi * (periods - std::floor(periods));
@@ -26,7 +28,10 @@ void Fill(WaveParts& parts, std::int64_t first, std::int64_t count, double cente
 
 }  // namespace
 
-Dots::Dots(const Region& region, const DotGrid& grid) : left_(region.x), bottom_(region.y) {
+Dots::Dots(const Region& region, const DotGrid& grid)
+    : left_(region.x),
+      bottom_(region.y),
+      memory_(static_cast<std::uint64_t>(region.width + region.height) * 4 * sizeof(float)) {
     const double along = std::cos(grid.angle) / grid.width, across = std::sin(grid.angle) / grid.width;
     Fill(columns_, region.x, region.width, grid.centerX, {along, -across});
     Fill(rows_, region.y, region.height, grid.centerY, {across, along});

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "core/extent.h"
+#include "core/memory_budget.h"
 #include "core/run.h"
 
 namespace core_image {
@@ -55,6 +56,7 @@ class Dots {
 
   private:
     std::int64_t left_, bottom_;
+    BudgetShare memory_;  // of the next two
     WaveParts columns_, rows_;
 };
 

@@ -52,7 +52,10 @@ LanczosWeights::LanczosWeights(const ResizedLine& line, std::int64_t begin, std:
     }
     stride_ = (stride_ + multiple - 1) / multiple * multiple;
     const auto pixels = static_cast<std::size_t>(end - begin);
+    memory_ = BudgetShare(pixels * (stride_ * sizeof(float) + sizeof(std::int64_t) + sizeof(std::size_t)));
     weights_.resize(pixels * stride_ + spare);
+    first_.reserve(pixels);
+    count_.reserve(pixels);
     const double turn = std::numbers::pi / (kLobes * std::max(line.step, 1.0));
     const double turnCosine = std::cos(turn), turnSine = std::sin(turn);
     std::vector<double> weights;

@@ -15,6 +15,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "core/memory_budget.h"
+
 namespace core_image {
 
 // A line of output pixels over a line of input pixels.
@@ -51,6 +53,7 @@ class LanczosWeights {
 
     std::int64_t begin_;
     std::size_t stride_ = 0;
+    BudgetShare memory_{0};  // of the three below
     std::vector<std::int64_t> first_;
     std::vector<std::size_t> count_;
     std::vector<float> weights_;

@@ -186,17 +186,26 @@ HWY_INLINE void SumNeighborsIn(const float* in, std::ptrdiff_t inStride, const N
     constexpr std::size_t kPixels = hn::MaxLanes(d) / 4;
     const float* weights = neighbors.weights;
     for (std::size_t pixel = 0; pixel < pixels; ++pixel, weights += neighbors.stride) {
-        const float* from = in + static_cast<std::ptrdiff_t>(neighbors.first[pixel]) * 4;
+        const float* const from = in + static_cast<std::ptrdiff_t>(neighbors.first[pixel]) * 4;
         auto sum0 = hn::Zero(d), sum1 = hn::Zero(d), sum2 = hn::Zero(d), sum3 = hn::Zero(d);
         const auto count = static_cast<std::size_t>(neighbors.count[pixel]);
-        for (std::size_t k = 0; k < count; k += kPixels, from += 4 * kPixels) {
+        const auto add = [&](std::size_t k, const auto& load) HWY_ATTR {
             const auto weight = WeightsOfPixels(d, weights + k);
-            sum0 = hn::MulAdd(weight, hn::LoadU(d, from), sum0);
+            sum0 = hn::MulAdd(weight, load(from + 4 * k), sum0);
             if constexpr (kRows == 4) {
-                sum1 = hn::MulAdd(weight, hn::LoadU(d, from + inStride), sum1);
-                sum2 = hn::MulAdd(weight, hn::LoadU(d, from + 2 * inStride), sum2);
-                sum3 = hn::MulAdd(weight, hn::LoadU(d, from + 3 * inStride), sum3);
+                sum1 = hn::MulAdd(weight, load(from + 4 * k + inStride), sum1);
+                sum2 = hn::MulAdd(weight, load(from + 4 * k + 2 * inStride), sum2);
+                sum3 = hn::MulAdd(weight, load(from + 4 * k + 3 * inStride), sum3);
             }
+        };
+        std::size_t k = 0;
+        for (; k + kPixels <= count; k += kPixels) {
+            add(k, [&](const float* at) HWY_ATTR { return hn::LoadU(d, at); });
+        }
+        if (k < count) {
+            // What lies behind the last one may be infinite, and a weight of 0 would make NaN of it.
+            const auto isNeighbor = hn::FirstN(d, 4 * (count - k));
+            add(k, [&](const float* at) HWY_ATTR { return hn::MaskedLoad(isNeighbor, d, at); });
         }
         const PixelTag one;
         float* to = out + pixel * 4;

@@ -20,6 +20,8 @@
 #include "core/renderer.h"
 #include "engine/engine.h"
 #include "engine/failure.h"
+#include "halftone/dots.h"
+#include "sampling/lanczos.h"
 #include "support/counting_image.h"
 #include "support/engine_images.h"
 #include "support/point_oracle.h"
@@ -76,6 +78,24 @@ TEST(MemoryBudgetTest, ReturnsWhatWasTaken) {
     EXPECT_EQ(budget.Used(), 0u);
     const BudgetShare outside(20 * kMegabyte);
     EXPECT_EQ(budget.Used(), 0u);
+}
+
+TEST(MemoryBudgetTest, TablesForColumnsAndRowsAreCounted) {
+    constexpr Region kWide = {0, 0, 1'000'000, 10};
+    MemoryBudget budget(100 * kMegabyte);
+    const BudgetScope scope(budget);
+    {
+        const Dots dots(kWide, {0, 0, 0, 6});
+        EXPECT_EQ(budget.Used(), 1'000'010u * 16);
+    }
+    {
+        const LanczosWeights weights({0, 0.5, 0, 500'000}, 0, 1'000'000, 4, 0);
+        EXPECT_EQ(weights.Stride(), 8u);
+        EXPECT_EQ(budget.Used(), 1'000'000u * (8 * 4 + 8 + sizeof(std::size_t)));
+    }
+    const ImageRef rings = FilterValues().Image("inputImage", RandomImage(9, 9)).Output("CICircularScreen");
+    const auto stage = rings->MakeStage(kWide);
+    EXPECT_EQ(budget.Used(), 1'000'010u * 8);
 }
 
 TEST(MemoryBudgetTest, OneThreadsShortageRefusesNothingToOthers) {

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -73,6 +74,34 @@ TEST_P(SumsAlongARow, HaveTheSameBitsWhereverTheRowBeginsAndEnds) {
             const auto from = whole.begin() + static_cast<std::ptrdiff_t>(begin);
             ASSERT_EQ(part, std::vector<float>(from, from + static_cast<std::ptrdiff_t>(floats)))
                 << floats << " floats from " << begin;
+        }
+    }
+}
+
+TEST(SumsOfNeighbors, AreThoseOfTheirPixelsAlone) {
+    constexpr std::size_t kPixels = 9, kMost = 9, kRows = 5;
+    for (std::size_t count = 1; count <= kMost; ++count) {
+        SCOPED_TRACE(count);
+        const std::size_t floats = 4 * (kPixels - 1 + count);
+        const std::vector<float> row = RowOf(floats);
+        std::vector<float> in;
+        for (std::size_t y = 0; y < kRows; ++y) in.insert(in.end(), row.begin(), row.end());
+        std::vector<std::int32_t> first, counts(kPixels, static_cast<std::int32_t>(count));
+        std::vector<float> weights(kPixels * 16 + core_image::kMostLanes);
+        for (std::size_t pixel = 0; pixel < kPixels; ++pixel) {
+            first.push_back(static_cast<std::int32_t>(pixel));
+            std::ranges::copy(WeightsOf(count), weights.begin() + static_cast<std::ptrdiff_t>(pixel * 16));
+        }
+        std::vector<float> out(kRows * kPixels * 4);
+        core_image::SumNeighborsOfRows(in.data(), static_cast<std::ptrdiff_t>(row.size()), kRows,
+                                       {first.data(), counts.data(), weights.data(), 16}, out.data(), kPixels * 4,
+                                       kPixels);
+        for (std::size_t i = 0; i < out.size(); ++i) {
+            double expected = 0;
+            for (std::size_t k = 0; k < count; ++k) {
+                expected += static_cast<double>(WeightsOf(count)[k]) * static_cast<double>(row[i % 36 + 4 * k]);
+            }
+            ASSERT_NEAR(out[i], expected, 1e-6) << i;
         }
     }
 }
