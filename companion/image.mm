@@ -43,6 +43,7 @@ ZEVAobjectStruct* NewImageOf(const PictureFile& picture) {
     auto* opened = reinterpret_cast<OpenedImageObject*>(object);
     opened->shared.cgImage = picture.bitmap;
     opened->properties = [picture.properties retain];
+    opened->file = picture.file;
     return object;
 }
 

@@ -9,12 +9,25 @@
 #include <CoreGraphics/CoreGraphics.h>
 #import <Foundation/Foundation.h>
 #include <ImageIO/CGImageFormat.h>
+#include <sys/types.h>
+
+// Tells one file from all others; zeros for no file.
+struct FileIdentity {
+    dev_t device = 0;
+    ino_t number = 0;
+
+    bool operator==(const FileIdentity&) const = default;
+};
+
+// Returns the identity of the file with a path.
+[[nodiscard]] FileIdentity IdentityOf(const char* path);
 
 struct PictureFile {
     CGImageRef bitmap = nullptr;     // the stored pixels, not rotated; the caller owns one reference
     int orientation = 1;             // the Exif orientation, 1 (upright) to 8
     NSString* name = nil;            // in messages; autoreleased
     NSDictionary* properties = nil;  // of ImageIO, autoreleased
+    FileIdentity file;               // none for data
     NSArray* reduced = nil;          // the bitmap at smaller scales, for kCIImageReducedImages; autoreleased
 };
 

@@ -171,11 +171,17 @@ NSString* ReasonForMemory(CGSize size) {
                                       std::ceil(bytes / (isHuge ? 1e9 : 1e6)), isHuge ? @"GB" : @"MB"];
 }
 
+FileIdentity IdentityOf(const char* path) {
+    struct stat status = {};
+    return stat(path, &status) == 0 ? FileIdentity{status.st_dev, status.st_ino} : FileIdentity{};
+}
+
 NSString* ReadImageFile(const char* path, PictureFile* picture) {
     NSString* obstacle = ObstacleToReading(path);
     if (obstacle != nil) return obstacle;
     CGImageSourceRef source = CGImageSourceCreateWithURL(URLFor(path), nullptr);
     picture->name = TextOfPath(path);
+    picture->file = IdentityOf(path);
     return source != nullptr ? ReadSource(source, picture) : SystemReason(errno);
 }
 

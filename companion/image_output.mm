@@ -173,6 +173,14 @@ void AddMetadata(NSDictionary* source, bool dropsLocation, NSMutableDictionary* 
     [properties setObject:[NSNumber numberWithBool:dropsLocation] forKey:(id)kCGImageDestinationDropsLocation];
 }
 
+// Returns why a result must not replace the picture that it is made from: the file would lose its other pictures.
+NSString* ObstacleToReplacing(const OpenedImageObject* opened, const char* path) {
+    if (opened == nullptr || opened->file == FileIdentity{} || !(opened->file == IdentityOf(path))) return nil;
+    NSNumber* count = [opened->properties objectForKey:(id)kCGImagePropertyImageCount];
+    if ([count unsignedLongValue] <= 1) return nil;
+    return [NSString stringWithFormat:@"the file has %@ pictures, and only the first would be left", count];
+}
+
 ZEVAmemoryBlockStruct* Encoded(ZEVAobjectStruct* self, const char* formatName, NSNumber* quality, NSString* member) {
     CIImage* image = WrappedIn(self);
     CGImageRef bitmap = nullptr;
@@ -329,7 +337,10 @@ void SaveImageLike(ZEVAobjectStruct* self, ZEVAstringStruct* path, ZEVAobjectStr
         AddMetadata(opened->properties, wanted.strip == Strip::kLocation, wanted.properties);
     }
     int errorNumber = 0;
-    NSString* reason = Write(WrappedIn(self), request.path, request.format, rendering, wanted.properties, &errorNumber);
+    NSString* reason = ObstacleToReplacing(opened, request.path);
+    if (reason == nil) {
+        reason = Write(WrappedIn(self), request.path, request.format, rendering, wanted.properties, &errorNumber);
+    }
     if (reason != nil) RaiseAbout(TextOfPath(request.path), reason, @"nothing was written", errorNumber);
 }
 

@@ -39,6 +39,10 @@ CG_EXTERN size_t CGImageSourceGetCount(CGImageSourceRef source);
 // Returns the status of the file; kCGImageStatusInvalidData for null.
 CG_EXTERN CGImageSourceStatus CGImageSourceGetStatus(CGImageSourceRef source);
 
+// Image property: the pictures in the file, an NSNumber: pages, frames of an animation, or pictures of an album. Only
+// the first can be read.
+CG_EXTERN const CFStringRef kCGImagePropertyImageCount;
+
 // Image property: the Exif orientation, an NSNumber from 1 (upright) to 8.
 CG_EXTERN const CFStringRef kCGImagePropertyOrientation;
 

@@ -15,6 +15,7 @@
 #include "metadata.h"
 #include "row_decoder.h"
 
+const CFStringRef kCGImagePropertyImageCount = CFSTR("ImageCount");
 const CFStringRef kCGImagePropertyOrientation = CFSTR("Orientation");
 const CFStringRef kCGImagePropertyPixelWidth = CFSTR("PixelWidth");
 const CFStringRef kCGImagePropertyPixelHeight = CFSTR("PixelHeight");
@@ -196,6 +197,7 @@ int AddMetadata(const std::uint8_t* bytes, std::size_t length, NSMutableDictiona
     AddBlock(kCGImagePropertyExifBlock, metadata.exif, properties);
     AddBlock(kCGImagePropertyXMPBlock, metadata.xmp, properties);
     AddBlock(kCGImagePropertyIPTCBlock, metadata.iptc, properties);
+    [properties setObject:[NSNumber numberWithUnsignedLong:metadata.pictures] forKey:(id)kCGImagePropertyImageCount];
     return image_io::OrientationIn(metadata);
 }
 

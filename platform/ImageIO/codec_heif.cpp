@@ -276,6 +276,7 @@ void ReadMetadata(const std::uint8_t* bytes, std::size_t length, Metadata* metad
     Context context;
     Handle handle;
     if (!IsOK(Open(bytes, length, &context, &handle))) return;
+    metadata->pictures = static_cast<std::size_t>(heif_context_get_number_of_top_level_images(context.get()));
     metadata->xmp = BlockOf(handle.get(), "mime", "application/rdf+xml");
     // The block begins with the distance to the TIFF header.
     const Bytes exif = BlockOf(handle.get(), "Exif", nullptr);

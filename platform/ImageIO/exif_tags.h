@@ -8,6 +8,7 @@
 namespace image_io {
 
 enum Tag : std::uint16_t {
+    kSubfileType = 0x00fe,
     kImageWidth = 0x0100,
     kImageLength = 0x0101,
     kStripOffsets = 0x0111,

@@ -219,6 +219,7 @@ void ReadMetadataOfPNG(const std::uint8_t* bytes, std::size_t length, Metadata* 
         if (name == "eXIf"sv) Keep(content, &metadata->exif);
         if (name == "iTXt"sv) KeepText(content, metadata);
         if (name == "zTXt"sv) KeepRawProfile(content, metadata);
+        if (name == "acTL"sv) metadata->pictures = file.Number(at + 8, 4);
         if (size > length) return;
         at += kChunkOverhead + size;
     }
@@ -227,8 +228,10 @@ void ReadMetadataOfPNG(const std::uint8_t* bytes, std::size_t length, Metadata* 
 void ReadMetadataOfWebP(const std::uint8_t* bytes, std::size_t length, Metadata* metadata) {
     const Range file = {bytes, length};
     constexpr std::size_t kHeaderSize = 12, kChunkHeader = 8;
+    std::size_t frames = 0;
     for (std::size_t at = kHeaderSize; at < length;) {
         const std::size_t size = file.Number(at + 4, 4, /*isLittleEndian=*/true);
+        if (file.Part(at, 4) == "ANMF"sv) metadata->pictures = ++frames;
         std::string_view content = file.Part(at + kChunkHeader, size);
         if (file.Part(at, 4) == "XMP "sv) Keep(content, &metadata->xmp);
         if (file.Part(at, 4) == "EXIF"sv) {

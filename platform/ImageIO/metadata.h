@@ -17,10 +17,11 @@ namespace image_io {
 using Bytes = std::vector<std::uint8_t>;
 
 struct Metadata {
-    Bytes exif;           // from its TIFF header on
-    Bytes xmp;            // the packet, in UTF-8
-    Bytes iptc;           // the data sets
-    int orientation = 0;  // 1 (upright) to 8 where the format has it elsewhere than in Exif
+    Bytes exif;                // from its TIFF header on
+    Bytes xmp;                 // the packet, in UTF-8
+    Bytes iptc;                // the data sets
+    int orientation = 0;       // 1 (upright) to 8 where the format has it elsewhere than in Exif
+    std::size_t pictures = 1;  // pages, frames of an animation, or pictures of an album; the first is read
 };
 
 // Returns the data in the bytes of a file. The format's codec reads it.

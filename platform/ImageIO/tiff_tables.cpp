@@ -109,6 +109,23 @@ class IFDReader {
         return ifd;
     }
 
+    // The number of IFDs in the chain of the first one, without smaller versions and masks of others.
+    std::size_t CountPictures() const {
+        constexpr std::uint64_t kIsSmaller = 1, kIsMask = 4;
+        std::size_t count = 0;
+        std::set<std::uint64_t> counted;
+        for (std::uint64_t ifd = FirstOffset(); ifd != 0 && counted.insert(ifd).second;) {
+            const auto entries = Entries(ifd);
+            const auto type = entries.find(kSubfileType);
+            const std::uint64_t flags =
+                type != entries.end() ? Number(type->second + 4 + form_.OffsetSize(), 4) : std::uint64_t{0};
+            if ((flags & (kIsSmaller | kIsMask)) == 0) ++count;
+            ifd = Number(ifd + form_.CountSize() + Number(ifd, form_.CountSize()) * form_.EntrySize(),
+                         form_.OffsetSize());
+        }
+        return count;
+    }
+
   private:
     bool Holds(std::uint64_t at, std::uint64_t size) const { return size <= length_ && at <= length_ - size; }
 
@@ -246,6 +263,7 @@ bool IsEmpty(const IFDs& ifds) {
 void ReadMetadataOfTIFF(const std::uint8_t* bytes, std::size_t length, Metadata* metadata) {
     IFDReader reader(bytes, length);
     IFDs ifds = reader.Read();
+    metadata->pictures = reader.CountPictures();
     const Form form = {reader.FormOfFile().isLittleEndian, /*isLarge=*/false};
     metadata->xmp = Take(kXMPPacket, &ifds);
     metadata->iptc = Take(kIPTCData, &ifds);

@@ -482,6 +482,27 @@ TEST_F(MappedFileTest, FileThatIsShortenedBeforeItIsDecodedIsTruncated) {
     EXPECT_EQ(CGImageSourceCreateImageAtIndex(source, 0, nullptr), nullptr);
 }
 
+TEST(ImageSourceTest, FramesOfAnAnimatedWebPAreCounted) {
+    std::string file = "RIFF";
+    const auto addNumber = [&](std::size_t number) {
+        for (int i = 0; i < 4; ++i, number >>= 8) file += static_cast<char>(number & 0xff);
+    };
+    addNumber(4 + 18 + 3 * 10);
+    file += "WEBPVP8X";
+    addNumber(10);
+    file += std::string(10, '\0');
+    for (int frame = 0; frame < 3; ++frame) {
+        file += "ANMF";
+        addNumber(1);  // an odd length is followed by a byte
+        file += std::string(2, '\0');
+    }
+    NSData* data = [NSData dataWithBytes:file.data() length:file.size()];
+    CGImageSourceRef source = CGImageSourceCreateWithData((CFDataRef)data, nullptr);
+    NSDictionary* properties = [(NSDictionary*)CGImageSourceCopyPropertiesAtIndex(source, 0, nullptr) autorelease];
+    EXPECT_EQ([[properties objectForKey:(id)kCGImagePropertyImageCount] unsignedLongValue], 3u);
+    CFRelease(source);
+}
+
 TEST_F(MappedFileTest, HeaderIsKnownAfterThePictureWasDecoded) {
     const auto hasRowsInOrder = [&] {
         NSDictionary* properties = [(NSDictionary*)CGImageSourceCopyPropertiesAtIndex(source, 0, nullptr) autorelease];

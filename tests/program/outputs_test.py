@@ -2,8 +2,10 @@
 
 import os
 import pathlib
+import struct
 import tempfile
 import unittest
+import zlib
 
 from zeva_program import ZevaTest, png, png_size, read_png
 
@@ -269,7 +271,41 @@ class FolderTest(ZevaTest):
         self.assertEqual(read_png(self.photo)[0][0], (200, 100, 50, 255))
 
 
+def tiff(*subfile_types):
+    """The bytes of a TIFF file with a gray pixel for each of these types of pictures."""
+    content = b"II*\0\x08\0\0\0"
+    for i, kind in enumerate(subfile_types):
+        fields = {254: kind, 256: 1, 257: 1, 258: 8, 259: 1, 262: 1, 273: 0, 277: 1, 278: 1, 279: 1}
+        end = len(content) + 2 + 12 * len(fields) + 4
+        fields[273] = end
+        content += struct.pack("<H", len(fields))
+        content += b"".join(struct.pack("<HHII", tag, 4, 1, value) for tag, value in fields.items())
+        content += struct.pack("<I", end + 2 if i + 1 < len(subfile_types) else 0) + b"\x80\0"
+    return content
+
+
 class InPlaceTest(ZevaTest):
+    def test_a_file_of_several_pictures_is_not_replaced_by_one(self):
+        frames = struct.pack(">I", 8) + b"acTL" + struct.pack(">II", 3, 0)
+        frames += struct.pack(">I", zlib.crc32(frames[4:]))
+        photo = self.photo.read_bytes()
+        for name, content, count in (
+            ("frames.png", photo[:33] + frames + photo[33:], 3),
+            ("pages.tif", tiff(0, 2), 2),
+        ):
+            file = self.folder / name
+            file.write_bytes(content)
+            link = self.folder / f"link-{name}"
+            link.symlink_to(file)
+            message = f"the file has {count} pictures, and only the first would be left; nothing was written"
+            for path in (file, link):
+                self.assert_fails(2, f"{path}: {message}", "apply", "ColorInvert", path, "--in-place")
+            self.assertEqual(file.read_bytes(), content)
+            self.assert_works("apply", "ColorInvert", file, "-o", self.folder / f"other-{name}")
+        single = self.folder / "preview.tif"
+        single.write_bytes(tiff(0, 1, 4))  # a smaller version of the first picture, and a mask
+        self.assert_works("apply", "ColorInvert", single, "--in-place")
+
     def test_writes_over_one_picture_and_over_many(self):
         inverted = self.render("ColorInvert", self.photo)
         self.assert_works("apply", "ColorInvert", self.photo, "--in-place")
