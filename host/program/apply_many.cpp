@@ -20,7 +20,6 @@
 
 #include "host/batch/batch.h"
 #include "host/batch/error_text.h"
-#include "host/batch/part_file.h"
 #include "host/batch/progress.h"
 #include "host/batch/report.h"
 #include "host/program/apply.h"
@@ -33,6 +32,7 @@
 #include "host/program/picture_streams.h"
 #include "host/program/protected_files.h"
 #include "host/runtime/errors.h"
+#include "host/runtime/part_file.h"
 #include "host/runtime/text.h"
 
 namespace {
@@ -181,7 +181,7 @@ class ManyPictures {
                 work.input = line->inputFacts;
                 work.output = line->outputFacts;
             }
-            if (!request_.batch.resume.empty()) RemovePartFile(work.job.target);
+            if (!request_.batch.resume.empty()) host::RemovePartFile(work.job.target);
             work_.push_back(std::move(work));
         }
         return done;
@@ -232,7 +232,7 @@ class ManyPictures {
         std::vector<unsigned> tries(indices.size());
         BatchOptions workers = Workers(large != nullptr ? indices.size() : 1);
         workers.onTick = [&] { progress_->Tick(); };
-        workers.onDropped = [&](std::size_t i) { RemovePartFile(work_[indices[i]].job.target); };
+        workers.onDropped = [&](std::size_t i) { host::RemovePartFile(work_[indices[i]].job.target); };
         signal_ = RunBatch(
             workers, indices.size(),
             [&](std::size_t i) {
@@ -242,7 +242,7 @@ class ManyPictures {
             [&](const BatchResult& result) {
                 const std::size_t index = indices[result.number];
                 if (result.failure.empty()) return NoteOutput(work_[index].job, result);
-                if (result.signal != 0) RemovePartFile(work_[index].job.target);
+                if (result.signal != 0) host::RemovePartFile(work_[index].job.target);
                 if (large != nullptr && IsShortOfMemory(result)) {
                     large->push_back(index);
                     return AfterJob::kGoOn;

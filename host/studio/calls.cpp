@@ -9,6 +9,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "host/runtime/part_file.h"
 #include "host/studio/gate.h"
 
 namespace studio {
@@ -149,7 +150,7 @@ bool Calls::Save(const Call& call) {
         return json;
     };
     // Reports how much is written; a file has another name until it is complete (platform/ImageIO/files.h).
-    const fs::path part = path.parent_path() / ("." + path.filename().string() + ".zeva-part");
+    const fs::path part = host::PartFileOf(path.string());
     const auto report = [part, deliver = call.deliver] {
         std::error_code error;
         const auto size = fs::file_size(part, error);

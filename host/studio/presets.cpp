@@ -9,6 +9,8 @@
 #include <system_error>
 #include <vector>
 
+#include "host/runtime/errors.h"
+#include "host/runtime/write_file.h"
 #include "host/studio/open_files.h"
 
 namespace studio {
@@ -70,10 +72,12 @@ std::string Presets::Keep(const std::string& name, const std::string& recipe) co
     if (SafeName(name) != name || name.empty()) return "'" + name + "' cannot be the name of a file";
     std::error_code error;
     fs::create_directories(own_, error);
-    std::ofstream file(own_ / (name + kSuffix), std::ios::binary);
-    file << recipe;
-    file.close();
-    return file ? "" : (own_ / (name + kSuffix)).string() + ": the file cannot be written";
+    try {
+        host::WriteFile(own_ / (name + kSuffix), recipe);
+    } catch (const host::HostError& failure) {
+        return failure.what();
+    }
+    return "";
 }
 
 void Presets::Delete(const std::string& name) const {

@@ -4,9 +4,9 @@
 
 #include <string>
 
-#include "host/batch/part_file.h"
 #include "host/batch/progress.h"
 #include "host/batch/sha256.h"
+#include "host/runtime/part_file.h"
 
 namespace {
 
@@ -31,9 +31,9 @@ TEST(Sha256Test, DoesNotDependOnThePiecesThatAreAdded) {
 }
 
 TEST(PartFileTest, LiesBesideItsTargetWithANameThatIsNotTooLong) {
-    EXPECT_EQ(PartFileOf("photo.jpg"), ".photo.jpg.zeva-part");
-    EXPECT_EQ(PartFileOf("a/b/photo.jpg"), "a/b/.photo.jpg.zeva-part");
-    EXPECT_EQ(PartFileOf("a/" + std::string(255, 'n')), "a/." + std::string(244, 'n') + ".zeva-part");
+    EXPECT_EQ(host::PartFileOf("photo.jpg"), ".photo.jpg.zeva-part");
+    EXPECT_EQ(host::PartFileOf("a/b/photo.jpg"), "a/b/.photo.jpg.zeva-part");
+    EXPECT_EQ(host::PartFileOf("a/" + std::string(255, 'n')), "a/." + std::string(244, 'n') + ".zeva-part");
 }
 
 TEST(ProgressTest, SaysTheRateAndTheTimeThatIsLeft) {

@@ -1,6 +1,6 @@
 // part_file.cpp - a lock tells a file that is being written from one that was left.
 
-#include "host/batch/part_file.h"
+#include "host/runtime/part_file.h"
 
 #include <fcntl.h>
 #include <limits.h>
@@ -9,6 +9,8 @@
 
 #include <cerrno>
 #include <string_view>
+
+namespace host {
 
 std::string PartFileOf(const std::string& target) {
     constexpr std::string_view kPrefix = ".", kSuffix = ".zeva-part";
@@ -24,3 +26,5 @@ void RemovePartFile(const std::string& target) {
     if (flock(file, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) unlink(part.c_str());
     close(file);
 }
+
+}  // namespace host
