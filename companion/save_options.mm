@@ -3,6 +3,7 @@
 #include "companion/save_options.h"
 
 #include <ImageIO/ImageIO.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -54,7 +55,9 @@ bool SetFlag(CFStringRef key, const char* text, SaveOptions* options) {
 // Returns the color space with a name, or that of a file with an ICC profile; null for neither. Autoreleased.
 CGColorSpaceRef SpaceOf(const char* text) {
     CGColorSpaceRef space = NewNamedColorSpace(TextOfPath(text));
-    if (space == nullptr) {
+    struct stat status = {};
+    // Foundation would print why it cannot read a folder, and wait for the writer of a pipe.
+    if (space == nullptr && stat(text, &status) == 0 && S_ISREG(status.st_mode)) {
         NSString* path = [[NSFileManager defaultManager] stringWithFileSystemRepresentation:text
                                                                                      length:std::strlen(text)];
         space = CGColorSpaceCreateWithICCData((CFTypeRef)[NSData dataWithContentsOfFile:path]);

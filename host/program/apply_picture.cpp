@@ -65,7 +65,10 @@ ObjectReference Framed(Host& host, const ApplyRequest& request, const Value& inp
     }
     if (!request.rectangle.empty()) {
         const Value list[] = {host::TextValue(request.rectangle)};
-        return Cropped(host, image, host.CallShared("CIVectorQOR", "FromNumbers", list));
+        const ObjectReference part = Cropped(host, image, host.CallShared("CIVectorQOR", "FromNumbers", list));
+        if (ExtentOf(host, part).width > 0 || ExtentOf(host, image).width <= 0) return part;
+        throw HostError("--rect", "'" + request.rectangle + "' lies outside the result, which is " +
+                                      ExtentText(host, image) + "; nothing was written");
     }
     if (ExtentOf(host, image).IsInfinite()) {
         throw HostError(request.output, "the result is infinite, --rect X,Y,W,H selects the part to write");

@@ -59,6 +59,10 @@ int RunStudio(const ProgramOptions& options, const StudioRequest& request) {
     if (!options.trace.empty()) throw UsageError("--trace: several processes run in a studio and are not traced");
     constexpr unsigned kLargestPort = 65535;
     if (request.port > kLargestPort) throw UsageError("--port must be from 0 to 65535");
+    std::error_code error;
+    if (fs::exists(request.folder, error) && !fs::is_directory(request.folder, error)) {
+        throw UsageError("--folder: " + request.folder + " is not a folder");
+    }
     const fs::path program = fs::read_symlink("/proc/self/exe");
     const studio::StudioFunction run = LoadServer(program);
     ProgramOptions ofWorker = options;

@@ -142,6 +142,11 @@ class ApplyTest(ZevaTest):
         self.assert_fails(2, f"{reason}; nothing was written", *batch)
         self.assertFalse(results.exists())
 
+    def test_a_rectangle_outside_the_result_is_refused(self):
+        for rectangle in ("40,0,5,5", "0,30,5,5", "-9,-9,9,9"):
+            message = f"--rect: '{rectangle}' lies outside the result, which is 40 x 30; nothing was written"
+            self.assert_fails(2, message, "apply", "ColorInvert", self.photo, "--rect", rectangle, "-o", self.out)
+
     def test_the_rectangle_is_in_the_coordinates_of_the_image_with_y_up(self):
         self.photo.write_bytes(png(2, 2, lambda x, y: (255 * x, 255 * y, 0)))
         pixels = self.render("AffineTransform", "inputTransform=1,0,0,1,10,20", self.photo, "--rect", "11,20,1,1")

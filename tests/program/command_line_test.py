@@ -61,6 +61,9 @@ class CommandLineTest(ZevaTest):
         self.assert_refused(f"--seed must be {whole}, got '-1'", "check", "x.so", "--seed", "-1")
         self.assert_refused("--host-version must be a number, got 'new'", "list", "--host-version", "new")
         self.assert_refused("--output: expected a value after it", "apply", "Gloom", "-o")
+        for option in ("--resize", "--rect", "--files-from", "--report", "--shard", "--format", "--trace", "--module"):
+            self.apply_refused(f"{option} must not be empty", "Gloom", option, "")
+        self.apply_refused("--load must not be empty", "Gloom", "--load", "")
         self.assert_refused("--output: it may be given only once", "apply", "Gloom", "-o", "a", "-o", "b")
         self.apply_refused("--rect and --keep-size cannot be combined", "Gloom", "--keep-size", "--rect", "0,0,1,1")
 

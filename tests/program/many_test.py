@@ -15,7 +15,7 @@ import subprocess
 import time
 import unittest
 
-from zeva_program import ZEVA, ZevaTest, png
+from zeva_program import ZEVA, ZevaTest, png, png_size
 
 INVERT = ("apply", "ColorInvert")
 
@@ -115,6 +115,12 @@ class ListTest(ZevaTest):
 
 
 class ManyTest(ListTest):
+    def test_a_list_needs_no_filter(self):
+        self.listed(3)
+        self.assert_works("apply", "--files-from", "list", "--resize", "4", "-o", "out")
+        self.assertEqual(sorted(self.outputs()), ["0.png", "1.png", "2.png"])
+        self.assertEqual(png_size(self.folder / "out/0.png"), (4, 3))
+
     def test_names_in_a_list_are_separated_by_lines_or_by_zero_bytes(self):
         self.listed(3)
         self.run_list()
