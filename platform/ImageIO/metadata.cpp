@@ -89,12 +89,8 @@ void KeepText(std::string_view chunk, Metadata* metadata) {
     if (metadata->xmp.empty()) metadata->xmp = Inflated(chunk);
 }
 
-// Keeps IPTC from a chunk of compressed text: a line feed, the name, the length and the bytes as hexadecimal digits.
-// PNG has no other place for it, and several programs write it like this.
-void KeepRawProfile(std::string_view chunk, Metadata* metadata) {
-    if (!Drop("Raw profile type iptc\0\0"sv, &chunk) || !metadata->iptc.empty()) return;
-    const Bytes content = Inflated(chunk);
-    std::string_view text = {reinterpret_cast<const char*>(content.data()), content.size()};
+// Returns the bytes of a profile in a text: a line feed, the name, the length and the bytes as hexadecimal digits.
+Bytes RawProfileIn(std::string_view text) {
     for (int line = 0; line < 3; ++line) text.remove_prefix(std::min(text.size(), text.find('\n') + 1));
     Bytes bytes;
     int digits = 0;
@@ -105,7 +101,29 @@ void KeepRawProfile(std::string_view chunk, Metadata* metadata) {
         number = number << 4 | static_cast<unsigned>(digit);
         if (++digits % 2 == 0) bytes.push_back(static_cast<std::uint8_t>(number));
     }
-    const std::string_view found = {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+    return bytes;
+}
+
+std::string_view TextOf(const Bytes& bytes) { return {reinterpret_cast<const char*>(bytes.data()), bytes.size()}; }
+
+// Keeps Exif or XMP as a segment of a JPEG holds them.
+void KeepSegment(std::string_view content, Metadata* metadata) {
+    if (Drop("Exif\0\0"sv, &content)) return Keep(content, &metadata->exif);
+    if (Drop("http://ns.adobe.com/xap/1.0/\0"sv, &content)) Keep(content, &metadata->xmp);
+}
+
+// Keeps what a chunk of text holds, compressed or not. PNG has no other place for IPTC, and had none for Exif, so
+// several programs write profiles like this.
+void KeepRawProfile(std::string_view chunk, bool isCompressed, Metadata* metadata) {
+    if (!Drop("Raw profile type "sv, &chunk)) return;
+    const std::string_view name = chunk.substr(0, chunk.find('\0'));
+    if (name != "iptc"sv && name != "exif"sv && name != "APP1"sv && name != "xmp"sv) return;
+    chunk.remove_prefix(std::min(chunk.size(), name.size() + (isCompressed ? 2 : 1)));
+    const Bytes bytes = RawProfileIn(isCompressed ? TextOf(Inflated(chunk)) : chunk);
+    const std::string_view found = TextOf(bytes);
+    if (name == "xmp"sv) return Keep(found, &metadata->xmp);
+    if (name != "iptc"sv) return KeepSegment(found, metadata);
+    if (!metadata->iptc.empty()) return;
     if (found.starts_with("8BIM"sv)) return KeepIPTC(found, metadata);
     metadata->iptc = bytes;
 }
@@ -202,8 +220,7 @@ void ReadMetadataOfJPEG(const std::uint8_t* bytes, std::size_t length, Metadata*
         const std::uint32_t segment = file.Number(at, 2), size = file.Number(at + 2, 2);
         if (segment < 0xff00 || segment == kScan || size < 2) return;
         std::string_view content = file.Part(at + 4, size - 2);
-        if (segment == kExifOrXMP && Drop("Exif\0\0"sv, &content)) Keep(content, &metadata->exif);
-        if (segment == kExifOrXMP && Drop("http://ns.adobe.com/xap/1.0/\0"sv, &content)) Keep(content, &metadata->xmp);
+        if (segment == kExifOrXMP) KeepSegment(content, metadata);
         if (segment == kResources && Drop("Photoshop 3.0\0"sv, &content)) KeepIPTC(content, metadata);
         at += 2 + size;
     }
@@ -218,7 +235,7 @@ void ReadMetadataOfPNG(const std::uint8_t* bytes, std::size_t length, Metadata* 
         const std::string_view name = file.Part(at + 4, 4), content = file.Part(at + 8, size);
         if (name == "eXIf"sv) Keep(content, &metadata->exif);
         if (name == "iTXt"sv) KeepText(content, metadata);
-        if (name == "zTXt"sv) KeepRawProfile(content, metadata);
+        if (name == "zTXt"sv || name == "tEXt"sv) KeepRawProfile(content, name == "zTXt"sv, metadata);
         if (name == "acTL"sv) metadata->pictures = file.Number(at + 8, 4);
         if (size > length) return;
         at += kChunkOverhead + size;

@@ -2,6 +2,7 @@
 
 import struct
 import unittest
+import zlib
 
 from PIL import Image, IptcImagePlugin
 
@@ -190,6 +191,28 @@ class MetadataTest(ZevaTest):
             self.assertNotIn(b"PixelXDimension", file)
             with Image.open(path) as image:
                 self.assertEqual(IptcImagePlugin.getiptcinfo(image)[(2, 90)], b"Hamburg")
+
+    def test_raw_profiles_in_texts_of_a_png_are_kept(self):
+        def chunk(kind, data):
+            return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
+
+        def text(name, content, is_compressed):
+            digits = f"\n{name}\n{len(content):8}\n{content.hex()}\n".encode()
+            keyword = b"Raw profile type " + name.encode() + b"\0"
+            if is_compressed:
+                return chunk(b"zTXt", keyword + b"\0" + zlib.compress(digits))
+            return chunk(b"tEXt", keyword + digits)
+
+        photo = png(40, 30)
+        for is_compressed in (False, True):
+            for names, xmp in ((("exif", "xmp"), XMP), (("APP1", "APP1"), b"http://ns.adobe.com/xap/1.0/\0" + XMP)):
+                with self.subTest(is_compressed=is_compressed, names=names):
+                    profiles = zip(names, (b"Exif\0\0" + exif(">"), xmp))
+                    texts = b"".join(text(name, profile, is_compressed) for name, profile in profiles)
+                    (self.folder / "raw.png").write_bytes(photo[:33] + texts + photo[33:])
+                    target = self.apply("out.jpg", source="raw.png")
+                    self.assertEqual(self.exif_of(target)[0][0x010F], "Camera of a test")
+                    self.assertIn(b'dc:title="Harbor"', target.read_bytes())
 
     def test_strip_drops_everything(self):
         for target in ("out.jpg", "out.png", "out.webp", "out.tif"):
