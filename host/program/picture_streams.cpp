@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -14,6 +15,7 @@
 
 #include "host/program/ending_signals.h"
 #include "host/program/exit_status.h"
+#include "host/program/platform_pool.h"
 #include "host/runtime/errors.h"
 #include "host/runtime/memory_block.h"
 #include "host/runtime/text.h"
@@ -37,10 +39,12 @@ auto Renaming(const std::string& place, const std::string& name, int ofException
 class TemporaryFolder {
   public:
     TemporaryFolder() : path_((std::filesystem::temp_directory_path() / "zeva-XXXXXX").string()) {
-        if (mkdtemp(path_.data()) == nullptr) {
-            throw Failure(kMachineFailed, path_ + ": " + host::SystemReason(errno) + "; nothing was written");
-        }
+        // Before the folder has its name, no folder has that of the pattern.
         RemoveFolderAtSignals(path_.c_str());
+        if (mkdtemp(path_.data()) != nullptr) return;
+        const int error = errno;
+        RemoveFolderAtSignals(nullptr);
+        throw Failure(kMachineFailed, path_ + ": " + host::SystemReason(error) + "; nothing was written");
     }
     ~TemporaryFolder() {
         RemoveFolderAtSignals(nullptr);
@@ -61,7 +65,13 @@ class TemporaryFolder {
 host::Value OpenedFromInput(host::Host& host) {
     std::string bytes;
     char buffer[1 << 16];
-    while (const std::size_t count = std::fread(buffer, 1, sizeof buffer, stdin)) bytes.append(buffer, count);
+    const std::uint64_t limit = PlatformMemoryLimit();
+    while (const std::size_t count = std::fread(buffer, 1, sizeof buffer, stdin)) {
+        bytes.append(buffer, count);
+        if (bytes.size() <= limit) continue;
+        throw Failure(kFailed, "standard input: more bytes than the memory limit of " + std::to_string(limit >> 20) +
+                                   " MB; no image was opened");
+    }
     if (std::ferror(stdin) != 0) {
         throw Failure(kMachineFailed, "standard input: " + host::SystemReason(errno) + "; no image was opened");
     }

@@ -10,6 +10,8 @@
 #include <objc/message.h>
 #include <objc/runtime.h>
 
+#include <cstdint>
+
 namespace {
 
 id Send(id receiver, const char* message) {
@@ -59,11 +61,15 @@ host::CallScope PlatformPool() { return {OpenPool, ClosePool}; }
 
 host::FailureSource PlatformFailures() { return {ForgetFailure, FailureReason}; }
 
-void LimitPlatformMemory(std::uint64_t bytes, std::size_t processes) {
+std::uint64_t PlatformMemoryLimit() {
     const auto limit = EngineFunction<std::uint64_t (*)()>("CIEngineMemoryLimit");
+    return limit != nullptr ? limit() : UINT64_MAX;
+}
+
+void LimitPlatformMemory(std::uint64_t bytes, std::size_t processes) {
     const auto setLimit = EngineFunction<void (*)(std::uint64_t)>("CIEngineSetMemoryLimit");
-    if (limit == nullptr || setLimit == nullptr || (bytes == 0 && processes == 1)) return;
-    setLimit((bytes != 0 ? bytes : limit()) / processes);
+    if (setLimit == nullptr || (bytes == 0 && processes == 1)) return;
+    setLimit((bytes != 0 ? bytes : PlatformMemoryLimit()) / processes);
 }
 
 void LimitPlatformThreads(unsigned threads) {

@@ -21,6 +21,10 @@
 // Returns the functions for HostOptions::failures.
 [[nodiscard]] host::FailureSource PlatformFailures();
 
+// Returns the memory limit of Core Image in bytes; the largest number while no module has loaded Core Image, and for an
+// engine that has none.
+[[nodiscard]] std::uint64_t PlatformMemoryLimit();
+
 // Sets the memory limit of Core Image to a number of bytes, 0 for its own default, divided by a number of processes.
 // Does nothing while no module has loaded Core Image.
 void LimitPlatformMemory(std::uint64_t bytes, std::size_t processes);

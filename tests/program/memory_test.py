@@ -245,6 +245,13 @@ class MemoryTest(ZevaTest):
             self.assert_works("apply", "ColorInvert", picture, "-o", pipe)
         self.assertTrue(copy.read_bytes() == self.out.read_bytes())
 
+    def test_standard_input_stays_within_the_limit(self):
+        zeros = self.folder / "zeros"
+        zeros.write_bytes(bytes(17 * MEGABYTE))
+        message = "standard input: more bytes than the memory limit of 16 MB; no image was opened"
+        with zeros.open("rb") as file:
+            self.assert_fails(1, message, "apply", "Gloom", "-", "--memory", "16M", "-o", self.out, stdin=file)
+
     def test_a_size_needs_a_unit_and_at_least_16_megabytes(self):
         for text, expected in (
             *((text, "a size such as 256M or 1G") for text in ("256", "M", "12K", "1.5.2G", "nanM")),
