@@ -11,6 +11,7 @@
 #include "files.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -19,6 +20,7 @@
 #include <atomic>
 #include <cerrno>
 #include <climits>
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -152,39 +154,6 @@ bool IsOwnPart(int file, const std::string& name) {
            S_ISREG(opened.st_mode) && opened.st_nlink == 1 && opened.st_uid == geteuid();
 }
 
-// Creates the temporary file of a path, or takes over one that nobody writes, and stores its name. Waits for another
-// writer of the same file. Returns the descriptor, or -1.
-int CreatePart(const std::string& path, std::string* name) {
-    constexpr useconds_t kPause = 10'000;
-    constexpr int kMostPauses = 1000;
-    *name = PartOf(path);
-    for (int pauses = 0; pauses < kMostPauses;) {
-        const int file = open(name->c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0666);
-        if (file < 0) return -1;
-        // A file system without locks has no other writer that could be noticed.
-        const bool isBusy = flock(file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
-        if (!isBusy && IsOwnPart(file, *name)) {
-            if (ftruncate(file, 0) == 0) return file;
-            const int error = errno;
-            close(file);
-            errno = error;
-            return -1;
-        }
-        struct stat named;
-        const bool isForeign = !isBusy && lstat(name->c_str(), &named) == 0 &&
-                               (!S_ISREG(named.st_mode) || named.st_nlink != 1 || named.st_uid != geteuid());
-        close(file);
-        if (isForeign && unlink(name->c_str()) != 0) return -1;
-        if (isBusy) usleep(kPause);
-        ++pauses;
-    }
-    errno = EBUSY;
-    return -1;
-}
-
-// Whether files and their folders are on the disk before they count as written.
-std::atomic<bool> isSynced = false;
-
 std::atomic<UnfinishedFile*> unfinishedFiles = nullptr;
 
 // Adds a name to the list of unfinished files. Returns its entry; null when there is no memory for one.
@@ -198,6 +167,66 @@ UnfinishedFile* Note(const char* name) {
     }
     return entry;
 }
+
+// The files that exist and are not in the list yet.
+std::atomic<int> filesBeforeNote = 0;
+
+// Keeps signals from this thread between the creation of a file and its note. A handler that runs on another thread
+// waits for the note.
+class BeforeNote {
+  public:
+    BeforeNote() {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &before_);
+        ++filesBeforeNote;
+    }
+    ~BeforeNote() {
+        --filesBeforeNote;
+        pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+    }
+    BeforeNote(const BeforeNote&) = delete;
+
+  private:
+    sigset_t before_;
+};
+
+// Creates the temporary file of a path, or takes over one that nobody writes, stores its name and notes it. Waits for
+// another writer of the same file. Returns the descriptor, or -1.
+int CreatePart(const std::string& path, std::string* name, UnfinishedFile** noted) {
+    constexpr useconds_t kPause = 10'000;
+    constexpr int kMostPauses = 1000;
+    *name = PartOf(path);
+    for (int pauses = 0; pauses < kMostPauses; ++pauses) {
+        if (pauses > 0 && errno == EWOULDBLOCK) usleep(kPause);
+        const BeforeNote beforeNote;
+        const int file = open(name->c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0666);
+        if (file < 0) return -1;
+        // A file system without locks has no other writer that could be noticed.
+        const bool isBusy = flock(file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+        if (!isBusy && IsOwnPart(file, *name)) {
+            if (ftruncate(file, 0) == 0) {
+                *noted = Note(name->c_str());
+                return file;
+            }
+            const int error = errno;
+            close(file);
+            errno = error;
+            return -1;
+        }
+        struct stat named;
+        const bool isForeign = !isBusy && lstat(name->c_str(), &named) == 0 &&
+                               (!S_ISREG(named.st_mode) || named.st_nlink != 1 || named.st_uid != geteuid());
+        close(file);
+        if (isForeign && unlink(name->c_str()) != 0) return -1;
+        errno = isBusy ? EWOULDBLOCK : 0;
+    }
+    errno = EBUSY;
+    return -1;
+}
+
+// Whether files and their folders are on the disk before they count as written.
+std::atomic<bool> isSynced = false;
 
 int SyncFolder(const std::string& path) {
     const std::string folder = FolderOf(path);
@@ -251,11 +280,9 @@ int FileWriter::Open(const char* path) {
         isDirect_ = exists && (stat(target_.c_str(), &followed) != 0 || !IsSameFile(existing, followed));
         flags |= O_TRUNC;
     }
-    file_ = isDirect_ ? open(path, flags) : CreatePart(target_, &temporary_);
+    file_ = isDirect_ ? open(path, flags) : CreatePart(target_, &temporary_, &unfinished_);
     if (file_ < 0) return errno;
-    if (isDirect_) return 0;
-    unfinished_ = Note(temporary_.c_str());
-    if (exists) TakeOver(file_, existing);
+    if (exists && !isDirect_) TakeOver(file_, existing);
     return 0;
 }
 
@@ -305,6 +332,8 @@ int FileWriter::Close() {
 void SetSynced(bool on) { isSynced = on; }
 
 void DiscardUnfinishedFiles() {
+    constexpr int kMostWaits = 1000;  // milliseconds
+    for (int waits = 0; filesBeforeNote > 0 && waits < kMostWaits; ++waits) poll(nullptr, 0, 1);
     for (const UnfinishedFile* entry = unfinishedFiles; entry != nullptr; entry = entry->next) {
         const char* const name = entry->name;
         if (name != nullptr) unlink(name);
