@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <filesystem>
 #include <optional>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
 #include "host/description/class_description.h"
@@ -87,7 +89,7 @@ class Preparer {
         // Names first: the file of a setting may be large.
         std::vector<StepClass> classes;
         for (const RecipeStep& step : recipe_.steps) {
-            classes.push_back(AtPlace(step.place, step.name, [&] { return StepNamed(host_, step.name); }));
+            classes.push_back(AtPlace(step.place, step.name, [&] { return ClassOf(step); }));
             for (const Setting& setting : step.settings) static_cast<void>(KeyOf(classes.back(), setting));
         }
         PreparedRecipe prepared;
@@ -99,6 +101,18 @@ class Preparer {
     }
 
   private:
+    // Refuses a picture or a folder among the words of a command that looks like a filter, because it has no point and
+    // no slash.
+    StepClass ClassOf(const RecipeStep& step) const {
+        try {
+            return StepNamed(host_, step.name);
+        } catch (const HostError& error) {
+            std::error_code unknown;
+            if (!step.place.file.empty() || !std::filesystem::exists(step.name, unknown)) throw;
+            throw HostError(error.Subject(), "there is no such filter; a picture or folder is ./" + step.name);
+        }
+    }
+
     StepKey KeyOf(const StepClass& isa, const Setting& setting) const {
         return AtPlace(setting.place, setting.text, [&] { return StepKeyNamed(isa, setting.key, setting.text); });
     }

@@ -34,6 +34,11 @@ class CommandLineTest(ZevaTest):
         self.apply_refused(f"filter cigausianblur: {problem}, did you mean GaussianBlur", "cigausianblur")
         self.apply_refused(f"filter QOR: {problem}", "QOR")
 
+    def test_a_folder_that_looks_like_a_filter_is_named(self):
+        (self.folder / "photos").mkdir()
+        message = "filter photos: there is no such filter; a picture or folder is ./photos"
+        self.assert_refused(message, "-q", "apply", "photos", "--recursive", "--resize", "50%", "-o", self.out)
+
     def test_a_wrong_key_gets_a_suggestion(self):
         keys = "it takes inputRadius, inputImage"
         for key, suggestion in (("radus", "inputRadius"), ("inputRadus", "inputRadius"), ("imag", "inputImage")):
