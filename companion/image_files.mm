@@ -40,7 +40,11 @@ NSString* ObstacleToReading(const char* path) {
     struct stat status = {};
     const bool isKnown = fstat(file, &status) == 0;
     close(file);
-    if (isKnown && S_ISDIR(status.st_mode)) return @"the path is a folder, not a picture";
+    if (isKnown && S_ISDIR(status.st_mode)) {
+        // A folder in which nothing can be opened is named by --recursive.
+        const bool isOpen = faccessat(AT_FDCWD, path, X_OK, AT_EACCESS) == 0;
+        return isOpen ? @"the path is a folder, not a picture" : SystemReason(errno);
+    }
     return isKnown && !S_ISREG(status.st_mode) ? @"the path is a pipe or a device, not a picture" : nil;
 }
 

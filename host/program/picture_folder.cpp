@@ -9,7 +9,11 @@
 #include <filesystem>
 #include <system_error>
 
-bool IsReadable(const std::string& path) { return faccessat(AT_FDCWD, path.c_str(), R_OK, AT_EACCESS) == 0; }
+bool IsReadable(const std::string& path) {
+    std::error_code error;
+    const int needed = std::filesystem::is_directory(path, error) ? R_OK | X_OK : R_OK;
+    return faccessat(AT_FDCWD, path.c_str(), needed, AT_EACCESS) == 0;
+}
 
 std::vector<InputPicture> FilesBelow(const std::string& folder, const std::string& omitted) {
     std::vector<InputPicture> files;

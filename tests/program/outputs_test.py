@@ -221,8 +221,10 @@ class FolderTest(ZevaTest):
     def test_what_cannot_be_read_is_named_and_fails(self):
         (self.tree / "one.txt").rename(self.tree / "one.png")
         (self.tree / "sub/two.png").chmod(0)
-        (self.tree / "sub/deep").chmod(0)
-        self.addCleanup((self.tree / "sub/deep").chmod, 0o755)
+        for folder, mode in (("sub/deep", 0), ("listed", 0o644)):
+            (self.tree / folder).mkdir(exist_ok=True)
+            (self.tree / folder).chmod(mode)
+            self.addCleanup((self.tree / folder).chmod, 0o755)
         options = {}
         if os.geteuid() == 0:
             # Only an ordinary user is refused; this one needs a way to the program and a place for the results.
@@ -233,10 +235,11 @@ class FolderTest(ZevaTest):
         result = self.zeva("apply", "ColorInvert", "--recursive", "tree", "-o", "out", **options)
         self.assertEqual(
             result.stderr,
+            "zeva: tree/listed: permission denied; no image was opened\n"
             "zeva: tree/sub/deep: permission denied; no image was opened\n"
             "zeva: tree/sub/two.png: permission denied; no image was opened\n",
         )
-        self.assertRegex(result.stdout, "^1 of 3 pictures written to out, 2 failed, ")
+        self.assertRegex(result.stdout, "^1 of 4 pictures written to out, 3 failed, ")
         self.assertEqual((result.returncode, self.results()), (1, ["one.png"]))
 
     def can_run(self, options):
