@@ -96,10 +96,8 @@ void Store(float* blocks, const Run& run, const Region& region, const BitmapDest
         HWY_DYNAMIC_DISPATCH(ToBytes)(blocks, run.count);
     } else if (destination.format == PixelFormat::kWords) {
         HWY_DYNAMIC_DISPATCH(ToWords)(blocks, run.count);
-    } else if (byLines) {
-        FromBlocks(blocks, run.count, blocks);
     } else {
-        FromBlocks(blocks, run.count, reinterpret_cast<float*>(to));
+        FromBlocks(blocks, run.count, reinterpret_cast<float*>(to), byLines);
         return;
     }
     const auto* from = reinterpret_cast<const std::uint8_t*>(blocks);

@@ -61,10 +61,18 @@ HWY_ATTR void ToBlocks(const float* pixels, std::size_t count, float* blocks) {
     BlockOf(last, blocks);
 }
 
-HWY_ATTR void FromBlocks(const float* blocks, std::size_t count, float* pixels) {
+HWY_INLINE void StreamPixelsOf(const float* block, float* pixels) {
+    HWY_ALIGN float kept[kBlockFloats];  // in registers, if there are enough of them
+    PixelsOf(block, kept);
+    for (std::size_t i = 0; i < kBlockFloats; i += hn::MaxLanes(WideTag())) {
+        hn::Stream(hn::Load(WideTag(), kept + i), WideTag(), pixels + i);
+    }
+}
+
+HWY_ATTR void FromBlocks(const float* blocks, std::size_t count, float* pixels, bool pastCache) {
     const std::size_t rest = count % kBlockPixels * kFloatsPerPixel;
     for (; count >= kBlockPixels; count -= kBlockPixels, pixels += kBlockFloats, blocks += kBlockFloats) {
-        PixelsOf(blocks, pixels);
+        pastCache ? StreamPixelsOf(blocks, pixels) : PixelsOf(blocks, pixels);
     }
     if (rest == 0) return;
     HWY_ALIGN float last[kBlockFloats];
@@ -85,8 +93,8 @@ void ToBlocks(const float* pixels, std::size_t count, float* blocks) {
     HWY_DYNAMIC_DISPATCH(ToBlocks)(pixels, count, blocks);
 }
 
-void FromBlocks(const float* blocks, std::size_t count, float* pixels) {
-    HWY_DYNAMIC_DISPATCH(FromBlocks)(blocks, count, pixels);
+void FromBlocks(const float* blocks, std::size_t count, float* pixels, bool pastCache) {
+    HWY_DYNAMIC_DISPATCH(FromBlocks)(blocks, count, pixels, pastCache);
 }
 
 }  // namespace core_image

@@ -54,7 +54,8 @@ class RunMemory {
 };
 
 // Convert pixels to blocks, and blocks to pixels. Both may be at the same address.
+// Pixels that begin on a cache line can be written past the caches, by non-temporal stores.
 void ToBlocks(const float* pixels, std::size_t count, float* blocks);
-void FromBlocks(const float* blocks, std::size_t count, float* pixels);
+void FromBlocks(const float* blocks, std::size_t count, float* pixels, bool pastCache = false);
 
 }  // namespace core_image
