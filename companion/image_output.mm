@@ -65,7 +65,9 @@ NSString* Render(CIImage* image, const Rendering& rendering, bool isDeferred, CG
     constexpr double kMostDeferred = 1e10;
     const bool isTooLarge = isDeferred && pixels > kMostDeferred;
     isDeferred = isDeferred && pixels >= double{kCGSmallestSequential};
-    CIContext* context = [CIContext contextWithOptions:rendering.options];
+    NSMutableDictionary* options = [NSMutableDictionary dictionaryWithDictionary:rendering.options];
+    [options setObject:[NSNumber numberWithBool:YES] forKey:kCIContextStraightAlpha];
+    CIContext* context = [CIContext contextWithOptions:options];
     if (!isTooLarge) {
         *bitmap = [context createCGImage:image fromRect:extent format:format colorSpace:space deferred:isDeferred];
     }

@@ -64,9 +64,10 @@
     return space;
 }
 
+// Equal colors have equal texts, so the hash is that of the text: the additions turn -0 into 0.
 - (NSString*)stringRepresentation {
-    return [NSString stringWithFormat:@"%g %g %g %g", (double)_components[0], (double)_components[1],
-                                      (double)_components[2], (double)_components[3]];
+    return [NSString stringWithFormat:@"%g %g %g %g", (double)_components[0] + 0, (double)_components[1] + 0,
+                                      (double)_components[2] + 0, (double)_components[3] + 0];
 }
 
 - (NSString*)description {

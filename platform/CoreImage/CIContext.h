@@ -20,16 +20,19 @@
 // which NSNull switches off. Filters work on the numbers of the working space, which by default is linear light with
 // the primaries of sRGB. A working space that is not of red, green and blue is ignored. Colors set on filters are
 // linear light in any working space. The memory limit is a number of megabytes for the large buffers of a rendering,
-// without the result; by default it is a quarter of the machine's memory, and at most 1 GB in 32-bit programs.
+// without the result; by default it is a quarter of the machine's memory, and at most 1 GB in 32-bit programs. With
+// straight alpha, bytes are not premultiplied: files that keep straight alpha lose nothing then.
 CG_EXTERN NSString* const kCIContextOutputColorSpace;
 CG_EXTERN NSString* const kCIContextWorkingColorSpace;
 CG_EXTERN NSString* const kCIContextMemoryLimit;
+CG_EXTERN NSString* const kCIContextStraightAlpha;
 
 @interface CIContext : NSObject {
   @private
     CGColorSpaceRef _outputSpace;
     CGColorSpaceRef _workingSpace;
     BOOL _isMatching;
+    BOOL _hasStraightBytes;
     void* _budget;
 }
 
@@ -38,9 +41,9 @@ CG_EXTERN NSString* const kCIContextMemoryLimit;
 
 // A bitmap of a rectangle of the image, rounded outward to whole pixels, in the context's output space or in another;
 // the caller owns one reference. It is premultiplied, except for one of 16-bit integers, which keeps straight alpha
-// because dividing such integers by alpha later would lose precision. Pixels outside the image are transparent. Returns
-// null for a nil image, an empty or infinite rectangle, an unknown format and a space that is not of red, green and
-// blue.
+// because dividing such integers by alpha later would lose precision, and bytes if the context says so. Pixels outside
+// the image are transparent. Returns null for a nil image, an empty or infinite rectangle, an unknown format and a
+// space that is not of red, green and blue.
 - (CGImageRef)createCGImage:(CIImage*)image fromRect:(CGRect)rect;
 - (CGImageRef)createCGImage:(CIImage*)image
                    fromRect:(CGRect)rect

@@ -27,11 +27,13 @@ bool ReadFormat(CIFormat format, core_image::PixelFormat* pixels) {
 }
 
 // The layout of a bitmap that holds rendered pixels.
-CGBitmapInfo InfoOf(core_image::PixelFormat pixels) {
-    const bool isWords = pixels == core_image::PixelFormat::kWords;
-    CGBitmapInfo info = isWords ? kCGImageAlphaLast : kCGImageAlphaPremultipliedLast;
+CGBitmapInfo InfoOf(const core_image::BitmapDestination& destination) {
+    const bool isWords = destination.format == core_image::PixelFormat::kWords;
+    const bool isBytes = destination.format == core_image::PixelFormat::kBytes;
+    const bool isStraight = isWords || (isBytes && destination.hasStraightBytes);
+    CGBitmapInfo info = isStraight ? kCGImageAlphaLast : kCGImageAlphaPremultipliedLast;
     if (isWords) info |= kCGBitmapByteOrder16Host;
-    if (pixels == core_image::PixelFormat::kFloats) {
+    if (destination.format == core_image::PixelFormat::kFloats) {
         info |= static_cast<CGBitmapInfo>(kCGBitmapFloatComponents | kCGBitmapByteOrder32Host);
     }
     return info;
@@ -70,13 +72,13 @@ void* AllocateRows(const core_image::Region& region, core_image::PixelFormat pix
 }
 
 // A bitmap of a region over a provider, which it releases.
-CGImageRef BitmapOver(CGDataProviderRef provider, const core_image::Region& region, core_image::PixelFormat pixels,
-                      CGColorSpaceRef space) {
-    const std::size_t bitsPerPixel = 8 * core_image::SizeOfPixel(pixels);
-    CGImageRef bitmap =
-        CGImageCreate(static_cast<std::size_t>(region.width), static_cast<std::size_t>(region.height), bitsPerPixel / 4,
-                      bitsPerPixel, BytesPerRow(region, pixels), space, InfoOf(pixels), provider, /*decode=*/nullptr,
-                      /*shouldInterpolate=*/true, kCGRenderingIntentDefault);
+CGImageRef BitmapOver(CGDataProviderRef provider, const core_image::Region& region,
+                      const core_image::BitmapDestination& destination, CGColorSpaceRef space) {
+    const std::size_t bitsPerPixel = 8 * core_image::SizeOfPixel(destination.format);
+    CGImageRef bitmap = CGImageCreate(static_cast<std::size_t>(region.width), static_cast<std::size_t>(region.height),
+                                      bitsPerPixel / 4, bitsPerPixel, BytesPerRow(region, destination.format), space,
+                                      InfoOf(destination), provider, /*decode=*/nullptr,
+                                      /*shouldInterpolate=*/true, kCGRenderingIntentDefault);
     CGDataProviderRelease(provider);
     return bitmap;
 }
@@ -89,7 +91,7 @@ CGImageRef BitmapOver(CGDataProviderRef provider, const core_image::Region& regi
     CIContext* _context;
     CIImage* _image;
     CGColorSpaceRef _space;
-    core_image::PixelFormat _format;
+    core_image::BitmapDestination _destination;  // without pixels
     core_image::Region _region;
     core_image::RenderSession* _session;
     std::int64_t _next;  // counted from the top
@@ -116,13 +118,12 @@ CIDeferredRendering* DeferredRendering(void* info) { return static_cast<CIDeferr
 std::size_t RenderRows(void* info, void* buffer, std::size_t count) {
     CIDeferredRendering* rendering = DeferredRendering(info);
     const core_image::Region& all = rendering->_region;
-    const std::size_t bytesPerRow = BytesPerRow(all, rendering->_format);
+    const std::size_t bytesPerRow = BytesPerRow(all, rendering->_destination.format);
     const auto rows = std::min(static_cast<std::int64_t>(count / bytesPerRow), all.height - rendering->_next);
     if (rows <= 0) return 0;
     core_image::ForgetFailure();
-    core_image::BitmapDestination destination;
+    core_image::BitmapDestination destination = rendering->_destination;
     destination.pixels = buffer;
-    destination.format = rendering->_format;
     destination.bytesPerRow = static_cast<std::ptrdiff_t>(bytesPerRow);
     const core_image::SpaceCoding coding = core_image::CodingOfSpace(rendering->_space);
     destination.transfer = coding.transfer;
@@ -136,7 +137,7 @@ std::size_t RenderRows(void* info, void* buffer, std::size_t count) {
 
 off_t SkipRendering(void* info, off_t count) {
     CIDeferredRendering* rendering = DeferredRendering(info);
-    const auto bytesPerRow = static_cast<std::int64_t>(BytesPerRow(rendering->_region, rendering->_format));
+    const auto bytesPerRow = static_cast<std::int64_t>(BytesPerRow(rendering->_region, rendering->_destination.format));
     const std::int64_t rows = std::min<std::int64_t>(count / bytesPerRow, rendering->_region.height - rendering->_next);
     rendering->_next += rows;
     return static_cast<off_t>(rows * bytesPerRow);
@@ -154,6 +155,7 @@ constexpr CGDataProviderSequentialCallbacks kDeferredCallbacks = {0, RenderRows,
 NSString* const kCIContextOutputColorSpace = @"output_color_space";
 NSString* const kCIContextWorkingColorSpace = @"working_color_space";
 NSString* const kCIContextMemoryLimit = @"memory_limit";
+NSString* const kCIContextStraightAlpha = @"straight_alpha";
 
 @implementation CIContext
 
@@ -170,6 +172,7 @@ NSString* const kCIContextMemoryLimit = @"memory_limit";
     context->_workingSpace = isWorkingSpace ? CGColorSpaceRetain((CGColorSpaceRef)working) : nullptr;
     const unsigned long long megabytes = [[options objectForKey:kCIContextMemoryLimit] unsignedLongLongValue];
     if (megabytes != 0) context->_budget = new core_image::MemoryBudget(megabytes << 20);
+    context->_hasStraightBytes = [[options objectForKey:kCIContextStraightAlpha] boolValue];
     return context;
 }
 
@@ -210,6 +213,7 @@ NSString* const kCIContextMemoryLimit = @"memory_limit";
     }
     core_image::Region region;
     if (image == nil || !ReadRegion(rect, &region)) return nullptr;
+    destination.hasStraightBytes = _hasStraightBytes;
     if (deferred) {
         const double bytesOfRow = BytesIn({region.x, region.y, region.width, 1}, destination.format);
         if (!IsAddressable(bytesOfRow)) {
@@ -220,11 +224,11 @@ NSString* const kCIContextMemoryLimit = @"memory_limit";
         rendering->_context = [self retain];
         rendering->_image = [image retain];
         rendering->_space = CGColorSpaceRetain(colorSpace);
-        rendering->_format = destination.format;
+        rendering->_destination = destination;
         rendering->_region = region;
         rendering->_session = new core_image::RenderSession;
         CGDataProviderRef provider = CGDataProviderCreateSequential([rendering retain], &kDeferredCallbacks);
-        return BitmapOver(provider, region, destination.format, colorSpace);
+        return BitmapOver(provider, region, destination, colorSpace);
     }
     void* rows = AllocateRows(region, destination.format);
     if (rows == nullptr) return nullptr;
@@ -241,7 +245,7 @@ NSString* const kCIContextMemoryLimit = @"memory_limit";
     NSData* data = [[NSData alloc] initWithBytesNoCopy:rows length:bytesPerRow * height freeWhenDone:YES];
     CGDataProviderRef provider = CGDataProviderCreateWithCFData((CFDataRef)data);
     [data release];
-    return BitmapOver(provider, region, destination.format, colorSpace);
+    return BitmapOver(provider, region, destination, colorSpace);
 }
 
 - (void)render:(CIImage*)image
@@ -255,6 +259,7 @@ NSString* const kCIContextMemoryLimit = @"memory_limit";
     core_image::BitmapDestination destination;
     if (image == nil || bitmap == nullptr || !ReadFormat(format, &destination.format)) return;
     if (!ReadRegion(bounds, &region)) return;
+    destination.hasStraightBytes = _hasStraightBytes;
     destination.pixels = bitmap;
     destination.bytesPerRow = rowBytes;
     const core_image::SpaceCoding coding = core_image::CodingOfSpace(colorSpace);

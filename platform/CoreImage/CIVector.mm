@@ -84,10 +84,11 @@
     return CGRectMake([self X], [self Y], [self Z], [self W]);
 }
 
+// Equal vectors have equal texts, so the hash is that of the text: the addition turns -0 into 0.
 - (NSString*)stringRepresentation {
     NSMutableString* text = [NSMutableString stringWithString:@"["];
     for (size_t index = 0; index < _count; ++index) {
-        [text appendFormat:index == 0 ? @"%g" : @" %g", (double)_values[index]];
+        [text appendFormat:index == 0 ? @"%g" : @" %g", (double)_values[index] + 0];
     }
     [text appendString:@"]"];
     return text;

@@ -86,6 +86,77 @@ TEST(ContextTest, BitmapIsPremultipliedSRGBAndItsRectangleIsRoundedOutward) {
     CGImageRelease(bitmap);
 }
 
+// Creates a bitmap of bytes with straight alpha. The caller owns one reference.
+CGImageRef NewStraightBitmap(CIImage* image, BOOL isDeferred) {
+    CIContext* context = [CIContext contextWithOptions:[NSDictionary dictionaryWithObject:[NSNumber numberWithBool:YES]
+                                                                                   forKey:kCIContextStraightAlpha]];
+    CGColorSpaceRef space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
+    CGImageRef bitmap = [context createCGImage:image
+                                      fromRect:[image extent]
+                                        format:kCIFormatRGBA8
+                                    colorSpace:space
+                                      deferred:isDeferred];
+    CGColorSpaceRelease(space);
+    EXPECT_EQ(CGImageGetAlphaInfo(bitmap), CGImageAlphaInfo{kCGImageAlphaLast});
+    return bitmap;
+}
+
+// The bytes of an image with straight alpha.
+std::vector<std::uint8_t> StraightBytes(CIImage* image) {
+    CGImageRef bitmap = NewStraightBitmap(image, NO);
+    NSData* data = [(NSData*)CGDataProviderCopyData(CGImageGetDataProvider(bitmap)) autorelease];
+    CGImageRelease(bitmap);
+    const auto* bytes = static_cast<const std::uint8_t*>([data bytes]);
+    return {bytes, bytes + [data length]};
+}
+
+TEST(ContextTest, StraightBytesSurviveARoundTrip) {
+    std::vector<std::uint8_t> pixels;
+    for (int alpha = 1; alpha < 256; ++alpha) {
+        for (int code = 0; code < 256; ++code) {
+            for (int channel : {code, 255 - code, code * 7 & 255, alpha}) {
+                pixels.push_back(static_cast<std::uint8_t>(channel));
+            }
+        }
+    }
+    CIImage* image = ImageOfBytes(256, 255, pixels);
+    EXPECT_EQ(StraightBytes(image), pixels);
+    CGImageRef deferred = NewStraightBitmap(image, YES);
+    EXPECT_EQ(StraightBytes([CIImage imageWithCGImage:deferred]), pixels);
+    CGImageRelease(deferred);
+}
+
+TEST(ContextTest, StraightBytesAreDividedByAlphaAsItIsStored) {
+    // An alpha of 2 is stored as 1, and one below half a step as 0. The red of the first is what is premultiplied by 2.
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    CIImage* image = ImageOfFloats(
+        5, 1, {0.02f, 0, 0, 2, 1, 1, 1, 0.001f, 0.5f, 0.25f, 0, 0.5f, 0.5f, 0.5f, 0.5f, -1, 0.5f, 0.5f, 0.5f, nan});
+    const std::vector<std::uint8_t> bytes = StraightBytes(image);
+    const long red = std::lround(2 * 255 * (1.055 * std::pow(0.01, 1 / 2.4) - 0.055));
+    const long green = std::lround(255 * (1.055 * std::pow(0.5, 1 / 2.4) - 0.055));
+    const std::vector<std::uint8_t> expected = {static_cast<std::uint8_t>(red),
+                                                0,
+                                                0,
+                                                255,
+                                                0,
+                                                0,
+                                                0,
+                                                0,
+                                                255,
+                                                static_cast<std::uint8_t>(green),
+                                                0,
+                                                128,
+                                                0,
+                                                0,
+                                                0,
+                                                0,
+                                                0,
+                                                0,
+                                                0,
+                                                0};
+    EXPECT_EQ(bytes, expected);
+}
+
 TEST(ContextTest, EmptyInfiniteAndUnusableRectanglesGiveNull) {
     CIContext* context = [CIContext contextWithOptions:nil];
     CIImage* image = [CIImage imageWithColor:[CIColor colorWithRed:1 green:0 blue:0]];

@@ -43,6 +43,9 @@ TEST(VectorTest, StringIsInBracketsAndEqualityIsByValue) {
     EXPECT_EQ([vector hash], [[CIVector vectorWithX:1 Y:0.5 Z:-2] hash]);
     EXPECT_FALSE([vector isEqual:[CIVector vectorWithX:1 Y:0.5]]);
     EXPECT_FALSE([vector isEqual:@"[1 0.5 -2]"]);
+    CIVector *zeros = [CIVector vectorWithX:0 Y:0], *negative = [CIVector vectorWithX:(CGFloat)-0.0 Y:0];
+    EXPECT_TRUE([zeros isEqual:negative]);
+    EXPECT_EQ([zeros hash], [negative hash]);
 }
 
 TEST(ColorTest, HasFourComponentsAndIsOpaqueByDefault) {
@@ -60,6 +63,11 @@ TEST(ColorTest, ConvertsToAndFromAString) {
     CIColor* color = [CIColor colorWithRed:1 green:0.5 blue:0 alpha:0.25];
     EXPECT_EQ(Text([color stringRepresentation]), "1 0.5 0 0.25");
     EXPECT_TRUE([[CIColor colorWithString:@"1 0.5 0 0.25"] isEqual:color]);
+    CIColor *black = [CIColor colorWithRed:0 green:0 blue:0], *negative = [CIColor colorWithRed:0
+                                                                                          green:0
+                                                                                           blue:(CGFloat)-0.0];
+    EXPECT_TRUE([black isEqual:negative]);
+    EXPECT_EQ([black hash], [negative hash]);
     EXPECT_EQ(Text([[CIColor colorWithString:@"1 0.5"] stringRepresentation]), "1 0.5 0 1");
     EXPECT_EQ(Text([[CIColor colorWithString:nil] stringRepresentation]), "0 0 0 1");
 }

@@ -28,6 +28,13 @@ def noise(mode, size=(23, 17), seed=1):
     return image
 
 
+def translucent(size=(51, 50)):
+    """A picture of random colors with every alpha but 0, where colors are not kept."""
+    image = noise("RGBA", size)
+    image.putalpha(Image.frombytes("L", size, bytes(1 + i % 255 for i in range(size[0] * size[1]))))
+    return image
+
+
 def smooth(mode, size=(64, 48)):
     """A picture that formats with losses keep well."""
     return Image.merge(
@@ -150,17 +157,23 @@ class FormatsTest(ZevaTest):
         return messages(result.stderr)[0].removeprefix(f"zeva: {source}: ")
 
     def test_formats_without_losses_keep_every_pixel(self):
-        for mode in ("L", "RGB"):
+        for picture in (noise("L"), noise("RGB"), translucent()):
+            mode = "RGBA" if picture.mode == "RGBA" else "RGB"
             for source, save in {"in.png": {}, "in.tiff": {}, "in.webp": {"lossless": True}}.items():
-                picture = noise(mode)
                 picture.save(self.folder / source, **save)
                 for suffix, options in LOSSLESS.items():
                     for compression in ("fast", "balanced", "small") if source == f"in.{suffix}" else ("fast",):
-                        with self.subTest(mode=mode, source=source, target=suffix, compression=compression):
+                        with self.subTest(mode=picture.mode, source=source, target=suffix, compression=compression):
                             path = self.apply(source, f"out.{suffix}", *options, "--compression", compression)
                             with Image.open(path) as written:
                                 self.assertEqual(written.format, {"png": "PNG", "tiff": "TIFF", "webp": "WEBP"}[suffix])
-                                self.assertEqual(written.convert("RGB").tobytes(), picture.convert("RGB").tobytes())
+                                self.assertEqual(written.convert(mode).tobytes(), picture.convert(mode).tobytes())
+
+    def test_low_alpha_keeps_its_colors_in_large_pictures(self):
+        picture = translucent((2100, 2000))
+        picture.save(self.folder / "in.png")
+        with Image.open(self.apply("in.png", "out.png")) as written:
+            self.assertEqual(written.tobytes(), picture.tobytes())
 
     def test_sixteen_bits_are_kept_from_file_to_file(self):
         width, height = 19, 13

@@ -32,12 +32,13 @@ struct BitmapSource {
     Transfer transfer = Transfer::kSRGB;
 };
 
-// The destination of a rendering. Its pixels are premultiplied, except words: those have straight alpha, because words
-// that were multiplied cannot be divided again without loss.
+// The destination of a rendering. Floats are premultiplied. Words have straight alpha, because words that were
+// multiplied cannot be divided again without loss; so have bytes if they are to be stored in a file.
 struct BitmapDestination {
     void* pixels = nullptr;  // the topmost row
     std::ptrdiff_t bytesPerRow = 0;
     PixelFormat format = PixelFormat::kBytes;
+    bool hasStraightBytes = false;
     Transfer transfer = Transfer::kSRGB;
 };
 

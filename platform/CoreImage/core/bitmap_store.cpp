@@ -24,12 +24,21 @@ HWY_INLINE auto ToByte(Wide value) {
     return hn::ConvertTo(hn::RebindToSigned<WideTag>(), scaled);
 }
 
+// Divides colors by alpha as it is stored, in steps of 1 / most: it is at most 1, and colors without any are black.
+HWY_INLINE void MakeStraight(Colors& c, float most) {
+    c.alpha = hn::IfThenElse(hn::Gt(c.alpha, Constant(1)), Constant(1), c.alpha);
+    const auto isStored = hn::Ge(c.alpha, Constant(0.5f / most));
+    c.alpha = hn::IfThenElseZero(isStored, c.alpha);
+    Unpremultiply(c);
+}
+
 // Converts blocks to pixels of bytes, in place. Red is in the lowest bits of a pixel.
-HWY_ATTR void ToBytes(float* blocks, std::size_t count) {
+HWY_ATTR void ToBytes(float* blocks, std::size_t count, bool isStraight) {
     const hn::RebindToSigned<WideTag> integers;
     auto* to = reinterpret_cast<std::int32_t*>(blocks);
     for (std::size_t pixel = 0; pixel < count; pixel += hn::MaxLanes(WideTag())) {
-        const Colors c = LoadColors(blocks + PlaceInBlocks(pixel));
+        Colors c = LoadColors(blocks + PlaceInBlocks(pixel));
+        if (isStraight) MakeStraight(c, 255);
         const auto redGreen = hn::Or(ToByte(c.red), hn::ShiftLeft<8>(ToByte(c.green)));
         const auto blueAlpha = hn::Or(ToByte(c.blue), hn::ShiftLeft<8>(ToByte(c.alpha)));
         hn::StoreU(hn::Or(redGreen, hn::ShiftLeft<16>(blueAlpha)), integers, to + pixel);
@@ -44,7 +53,7 @@ HWY_ATTR void ToWords(float* blocks, std::size_t count) {
     const WideTag d;
     const hn::RebindToSigned<WideTag> integers;
     const hn::Rebind<std::uint16_t, WideTag> halves;
-    ForEachPixel(blocks, count, [](Colors& c) HWY_ATTR { Unpremultiply(c); });
+    ForEachPixel(blocks, count, [](Colors& c) HWY_ATTR { MakeStraight(c, 65535); });
     core_image::FromBlocks(blocks, count, blocks);
     auto* to = reinterpret_cast<std::uint16_t*>(blocks);
     for (std::size_t i = 0; i < count * kFloatsPerPixel; i += hn::MaxLanes(d)) {
@@ -93,7 +102,7 @@ void Store(float* blocks, const Run& run, const Region& region, const BitmapDest
     auto* to = static_cast<std::uint8_t*>(PlaceIn(destination, region, run.x, run.y));
     const bool byLines = pastCache && reinterpret_cast<std::uintptr_t>(to) % kLineBytes == 0;
     if (destination.format == PixelFormat::kBytes) {
-        HWY_DYNAMIC_DISPATCH(ToBytes)(blocks, run.count);
+        HWY_DYNAMIC_DISPATCH(ToBytes)(blocks, run.count, destination.hasStraightBytes);
     } else if (destination.format == PixelFormat::kWords) {
         HWY_DYNAMIC_DISPATCH(ToWords)(blocks, run.count);
     } else {
