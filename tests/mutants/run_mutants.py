@@ -35,6 +35,7 @@ TARGETS = ["zeva_boundary_test"]
 SUITES = {
     "companion/": ["zeva_companion_fault_test", "zeva_companion_test"],
     "platform/ExceptionFrames/": ["zeva_exception_frames_test", "zeva_boundary_test"],
+    "platform/CoreImage/core/bitmap_store.cpp": ["zeva_platform_test"],
     "platform/CoreImage/": ["zeva_engine_test"],
     "platform/ImageIO/deflate_runs.cpp": ["zeva_deflate_test"],
     "platform/ImageIO/tiff_tables.cpp": ["zeva_tiff_test"],
