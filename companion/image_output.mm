@@ -6,7 +6,6 @@
 #import <CoreImage/CoreImage.h>
 #include <ImageIO/ImageIO.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstddef>
@@ -44,6 +43,11 @@ NSString* ObstacleToRendering(CIImage* image, CGColorSpaceRef space) {
 
 NSString* EngineReason() { return [NSString stringWithUTF8String:CIEngineFailure()]; }
 
+// The options of a context whose bytes have straight alpha.
+NSDictionary* StraightAlpha() {
+    return [NSDictionary dictionaryWithObject:[NSNumber numberWithBool:YES] forKey:kCIContextStraightAlpha];
+}
+
 // How to render an image for a file.
 struct Rendering {
     CGColorSpaceRef space = nullptr;  // null for sRGB
@@ -65,8 +69,8 @@ NSString* Render(CIImage* image, const Rendering& rendering, bool isDeferred, CG
     constexpr double kMostDeferred = 1e10;
     const bool isTooLarge = isDeferred && pixels > kMostDeferred;
     isDeferred = isDeferred && pixels >= double{kCGSmallestSequential};
-    NSMutableDictionary* options = [NSMutableDictionary dictionaryWithDictionary:rendering.options];
-    [options setObject:[NSNumber numberWithBool:YES] forKey:kCIContextStraightAlpha];
+    NSMutableDictionary* options = [NSMutableDictionary dictionaryWithDictionary:StraightAlpha()];
+    if (rendering.options != nil) [options addEntriesFromDictionary:rendering.options];
     CIContext* context = [CIContext contextWithOptions:options];
     if (!isTooLarge) {
         *bitmap = [context createCGImage:image fromRect:extent format:format colorSpace:space deferred:isDeferred];
@@ -208,43 +212,21 @@ double PixelCount(CGRect rectangle) {
     return static_cast<double>(rectangle.size.width) * static_cast<double>(rectangle.size.height);
 }
 
-// Renders a finite rectangle of whole pixels, premultiplied, in a color space; null means linear light. Returns whether
-// the engine succeeded.
-bool RenderTo(void* pixels, CIFormat format, CIImage* image, CGRect rectangle, CGColorSpaceRef space) {
+// Renders a finite rectangle of whole pixels in a color space; null means linear light. Pixels are premultiplied,
+// except bytes that are to have straight alpha. Returns whether the engine succeeded.
+bool RenderTo(void* pixels, CIFormat format, CIImage* image, CGRect rectangle, CGColorSpaceRef space,
+              NSDictionary* options = nil) {
     CIEngineForgetFailure();
     const std::size_t size = format == kCIFormatRGBAf ? sizeof(float) : sizeof(std::uint8_t);
     const auto rowBytes =
         static_cast<std::ptrdiff_t>(rectangle.size.width) * static_cast<std::ptrdiff_t>(kComponents * size);
-    [[CIContext contextWithOptions:nil] render:image
-                                      toBitmap:pixels
-                                      rowBytes:rowBytes
-                                        bounds:rectangle
-                                        format:format
-                                    colorSpace:space];
+    [[CIContext contextWithOptions:options] render:image
+                                          toBitmap:pixels
+                                          rowBytes:rowBytes
+                                            bounds:rectangle
+                                            format:format
+                                        colorSpace:space];
     return *CIEngineFailure() == '\0';
-}
-
-// The same as data. Returns nil when it would not fit a MemoryBlock, and when the engine fails.
-NSMutableData* Floats(CIImage* image, CGRect rectangle, CGColorSpaceRef space) {
-    CIEngineForgetFailure();
-    const double pixels = PixelCount(rectangle);
-    if (pixels > kMaximumPixels) return nil;
-    NSMutableData* data = [NSMutableData dataWithLength:static_cast<std::size_t>(pixels) * kComponents * sizeof(float)];
-    return RenderTo([data mutableBytes], kCIFormatRGBAf, image, rectangle, space) ? data : nil;
-}
-
-// Like Floats, but straight alpha in sRGB.
-NSData* StraightFloats(CIImage* image, CGRect rectangle) {
-    CGColorSpaceRef space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
-    NSMutableData* data = Floats(image, rectangle, space);
-    CGColorSpaceRelease(space);
-    auto* components = static_cast<float*>([data mutableBytes]);
-    for (std::size_t i = 0; i < [data length] / sizeof(float); i += kComponents) {
-        const float alpha = components[i + 3];
-        const float factor = alpha > 0 ? 1 / alpha : 0;
-        for (std::size_t c = 0; c < 3; ++c) components[i + c] *= factor;
-    }
-    return data;
 }
 
 // Reads the rectangle argument of a member, rounded outward to whole pixels. Returns why it is invalid, or nil.
@@ -264,7 +246,7 @@ void RaiseMissing(NSString* reason, NSString* member) {
 
 // Returns a block with the pixels of a rectangle. Raises when there are none.
 ZEVAmemoryBlockStruct* NewBlockOfPixels(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle, CIFormat format,
-                                        CGColorSpaceRef space, NSString* member) {
+                                        CGColorSpaceRef space, NSDictionary* options, NSString* member) {
     CGRect rect = CGRectZero;
     NSString* reason = PixelRectangle(rectangle, &rect);
     CIEngineForgetFailure();
@@ -276,16 +258,19 @@ ZEVAmemoryBlockStruct* NewBlockOfPixels(ZEVAobjectStruct* self, ZEVAobjectStruct
     const std::size_t size = kComponents * (format == kCIFormatRGBAf ? sizeof(float) : sizeof(std::uint8_t));
     void* pixels = nullptr;
     ZEVAmemoryBlockStruct* block = NewHostBlockOfSize(static_cast<NSUInteger>(PixelCount(rect)) * size, &pixels);
-    if (block == nullptr || RenderTo(pixels, format, WrappedIn(self), rect, space)) return block;
+    if (block == nullptr || RenderTo(pixels, format, WrappedIn(self), rect, space, options)) return block;
     ZEVAUnlockObject(reinterpret_cast<ZEVAobjectStruct*>(block));
     RaiseMissing(nil, member);
     return nullptr;
 }
 
-// Returns whether rendering failed, and raises if so.
-bool IsMissing(NSData* floats, NSString* reason, NSString* member) {
-    if (floats == nil) RaiseMissing(reason, member);
-    return floats == nil;
+// The same with bytes in sRGB.
+ZEVAmemoryBlockStruct* NewBlockOfBytes(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle, NSDictionary* options,
+                                       NSString* member) {
+    CGColorSpaceRef space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
+    ZEVAmemoryBlockStruct* block = NewBlockOfPixels(self, rectangle, kCIFormatRGBA8, space, options, member);
+    CGColorSpaceRelease(space);
+    return block;
 }
 
 }  // namespace
@@ -358,30 +343,15 @@ ZEVAmemoryBlockStruct* ImageToJPEG(ZEVAobjectStruct* self, double quality) {
 }
 
 ZEVAmemoryBlockStruct* ImagePixels(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle) {
-    CGRect rect = CGRectZero;
-    NSString* reason = PixelRectangle(rectangle, &rect);
-    NSData* components = reason == nil ? StraightFloats(WrappedIn(self), rect) : nil;
-    if (IsMissing(components, reason, @"CIImageQOR.Pixels")) return nullptr;
-    const auto* floats = static_cast<const float*>([components bytes]);
-    const std::size_t count = [components length] / sizeof(float);
-    void* pixels = nullptr;
-    ZEVAmemoryBlockStruct* block = NewHostBlockOfSize(count, &pixels);
-    if (block == nullptr) return nullptr;
-    std::transform(floats, floats + count, static_cast<std::uint8_t*>(pixels), [](float component) {
-        return static_cast<std::uint8_t>(std::clamp(component, 0.0f, 1.0f) * 255 + 0.5f);
-    });
-    return block;
+    return NewBlockOfBytes(self, rectangle, StraightAlpha(), @"CIImageQOR.Pixels");
 }
 
 ZEVAmemoryBlockStruct* ImageValues(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle) {
-    return NewBlockOfPixels(self, rectangle, kCIFormatRGBAf, nullptr, @"CIImageQOR.Values");
+    return NewBlockOfPixels(self, rectangle, kCIFormatRGBAf, nullptr, nil, @"CIImageQOR.Values");
 }
 
 ZEVAmemoryBlockStruct* ImageScreenPixels(ZEVAobjectStruct* self, ZEVAobjectStruct* rectangle) {
-    CGColorSpaceRef space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
-    ZEVAmemoryBlockStruct* block = NewBlockOfPixels(self, rectangle, kCIFormatRGBA8, space, @"CIImageQOR.ScreenPixels");
-    CGColorSpaceRelease(space);
-    return block;
+    return NewBlockOfBytes(self, rectangle, nil, @"CIImageQOR.ScreenPixels");
 }
 
 ZEVAobjectStruct* ImageColorAt(ZEVAobjectStruct* self, double x, double y) {
@@ -389,8 +359,17 @@ ZEVAobjectStruct* ImageColorAt(ZEVAobjectStruct* self, double x, double y) {
         return Refused(@"CIImageQOR.ColorAt", @"the point is not finite", @"no color was read");
     }
     const CGRect pixel = CGRectMake(static_cast<CGFloat>(std::floor(x)), static_cast<CGFloat>(std::floor(y)), 1, 1);
-    NSData* components = StraightFloats(WrappedIn(self), pixel);
-    if (IsMissing(components, nil, @"CIImageQOR.ColorAt")) return nullptr;
-    const auto* color = static_cast<const float*>([components bytes]);
-    return NewValueObject("CIColorQOR", [CIColor colorWithRed:color[0] green:color[1] blue:color[2] alpha:color[3]]);
+    float color[kComponents] = {};
+    CGColorSpaceRef space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
+    const bool isRendered = RenderTo(color, kCIFormatRGBAf, WrappedIn(self), pixel, space);
+    CGColorSpaceRelease(space);
+    if (!isRendered) {
+        RaiseMissing(nil, @"CIImageQOR.ColorAt");
+        return nullptr;
+    }
+    const float factor = color[3] > 0 ? 1 / color[3] : 0;
+    return NewValueObject("CIColorQOR", [CIColor colorWithRed:color[0] * factor
+                                                        green:color[1] * factor
+                                                         blue:color[2] * factor
+                                                        alpha:color[3]]);
 }
