@@ -43,7 +43,7 @@ class Calls {
     // Opens the photos and the folder of the options. Throws PhotoFailure for a photo that cannot be opened.
     void OpenPhotos();
 
-    // Answers a message from a page. Returns false when the message is not a JSON object, or has no integer "id".
+    // Answers a message from a page: a JSON object with an integer "id". Returns false for anything else.
     [[nodiscard]] bool Take(const std::shared_ptr<Socket>& socket, const std::string& text);
 
     // Forgets what waits of a socket.

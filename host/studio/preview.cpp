@@ -84,6 +84,14 @@ void AddRow(const std::vector<Part>& row, std::vector<Part>& parts, std::vector<
     above = std::move(ending);
 }
 
+// Copies rows, with their colors multiplied by alpha.
+void MultiplyRows(const ScreenPixels& pixels, std::size_t y, std::size_t height, std::vector<std::uint8_t>& to) {
+    to.assign(At(pixels, 0, y), At(pixels, 0, y + height));
+    for (std::size_t i = 0; i < to.size(); i += kBytesPerScreenPixel) {
+        for (std::size_t c = 0; c < 3; ++c) to[i + c] = static_cast<std::uint8_t>((to[i + c] * to[i + 3] + 127) / 255);
+    }
+}
+
 // An error of the library ends the process. None but a lack of memory is possible.
 Stripe EncodedStripe(const ScreenPixels& pixels, std::size_t y, std::size_t height) {
     constexpr int kQuality = 85;
@@ -103,12 +111,21 @@ Stripe EncodedStripe(const ScreenPixels& pixels, std::size_t y, std::size_t heig
     jpeg_start_compress(&jpeg, TRUE);
     Stripe stripe = {y, height, {}, {}};
     std::vector<std::size_t> above;
+    std::vector<std::uint8_t> multiplied;
     for (std::size_t top = y; top < y + height; top += kSquare) {
         // The rows are looked at just before they are compressed, because they are in the cache then.
         const std::size_t count = std::min(kSquare, y + height - top);
-        AddRow(PartsOfRow(pixels, top, count), stripe.parts, above);
+        const std::vector<Part> parts = PartsOfRow(pixels, top, count);
+        AddRow(parts, stripe.parts, above);
+        const std::uint8_t* from = At(pixels, 0, top);
+        if (!parts.empty()) {
+            MultiplyRows(pixels, top, count, multiplied);
+            from = multiplied.data();
+        }
         JSAMPROW rows[kSquare];
-        for (std::size_t i = 0; i < count; ++i) rows[i] = const_cast<JSAMPROW>(At(pixels, 0, top + i));
+        for (std::size_t i = 0; i < count; ++i) {
+            rows[i] = const_cast<JSAMPROW>(from + i * pixels.width * kBytesPerScreenPixel);
+        }
         for (std::size_t i = 0; i < count;) {
             i += jpeg_write_scanlines(&jpeg, rows + i, static_cast<JDIMENSION>(count - i));
         }
@@ -141,22 +158,6 @@ std::string AlphaOf(const ScreenPixels& pixels, const Part& part) {
         for (std::size_t x = 0; x < part.width; ++x) alpha += static_cast<char>(row[x * kBytesPerScreenPixel + 3]);
     }
     return alpha;
-}
-
-std::string StraightPixels(const ScreenPixels& pixels) {
-    std::string straight(reinterpret_cast<const char*>(pixels.bytes),
-                         pixels.width * pixels.height * kBytesPerScreenPixel);
-    auto* pixel = reinterpret_cast<std::uint8_t*>(straight.data());
-    const std::uint8_t* end = pixel + straight.size();
-    for (; pixel < end; pixel += kBytesPerScreenPixel) {
-        const unsigned alpha = pixel[3];
-        if (alpha == 255 || alpha == 0) continue;
-        for (std::size_t c = 0; c < 3; ++c) {
-            const unsigned component = (pixel[c] * 255U + alpha / 2) / alpha;
-            pixel[c] = static_cast<std::uint8_t>(std::min(component, 255U));
-        }
-    }
-    return straight;
 }
 
 }  // namespace studio

@@ -15,7 +15,7 @@
 
 namespace studio {
 
-// Pixels for the screen: RGBA, premultiplied by alpha, top row first.
+// Pixels for the screen: RGBA with straight alpha, which is how a page's canvas takes them, top row first.
 struct ScreenPixels {
     const std::uint8_t* bytes;
     std::size_t width;
@@ -40,8 +40,5 @@ struct Stripe {
 
 // Returns the alpha of a part, a byte per pixel.
 [[nodiscard]] std::string AlphaOf(const ScreenPixels& pixels, const Part& part);
-
-// Returns the pixels with their colors divided by alpha, which is how a page's canvas takes them.
-[[nodiscard]] std::string StraightPixels(const ScreenPixels& pixels);
 
 }  // namespace studio

@@ -240,7 +240,7 @@ Rendered RenderView(Worker& worker, const Request& request, int reduction) {
     if (request.Is("isThumbnail") && fits) {
         // Smaller, it would hardly be seen: an average is one pixel.
         const Value all = Rectangle(host, whole.left, whole.bottom, whole.Width(), whole.Height());
-        return {{}, {{"part", {0, 0, whole.Width(), whole.Height()}}}, Call(host, image, "ScreenPixels", {all})};
+        return {{}, {{"part", {0, 0, whole.Width(), whole.Height()}}}, Call(host, image, "Pixels", {all})};
     }
     const double toView = isScaled ? 1 : scale;
     if (!request.Is("keepSize") && isFinite) {
@@ -279,7 +279,7 @@ Rendered RenderView(Worker& worker, const Request& request, int reduction) {
                       host::TextValue("stretch")});
         rectangle = Rectangle(host, 0, 0, part.Width(), part.Height());
     }
-    rendered.pixels = Call(host, shown, "ScreenPixels", {rectangle});
+    rendered.pixels = Call(host, shown, "Pixels", {rectangle});
     answer["part"] = {part.left, height - part.top, part.Width(), part.Height()};
     return rendered;
 }
@@ -312,7 +312,9 @@ Answer Render(Worker& worker, const Request& request) {
         const Json& part = worker.last.answer["part"];
         const ScreenPixels pixels = {BytesOf(worker.last.pixels), part[2], part[3]};
         const std::vector<Stripe> stripes = isQuick ? EncodePreview(pixels) : std::vector<Stripe>();
-        if (stripes.empty()) answer.bytes = StraightPixels(pixels);
+        if (stripes.empty()) {
+            answer.bytes.assign(reinterpret_cast<const char*>(pixels.bytes), 4 * pixels.width * pixels.height);
+        }
         for (const Stripe& stripe : stripes) {
             answer.bytes += stripe.jpeg;
             answer.json["stripes"].push_back({stripe.y, stripe.height, stripe.jpeg.size()});

@@ -19,6 +19,15 @@ TEST_F(CompanionScriptTest, PixelsRoundTrip) {
               "");
 }
 
+TEST_F(CompanionScriptTest, PixelsAreDividedByAlphaAsItIsStored) {
+    // An alpha of 2 is stored as 1. The red is linear 0.01, encoded as 25.5 and premultiplied by 2.
+    EXPECT_EQ(Run(R"(
+        local image = CIImageQOR.FromValues(bytes(string.pack("ffff", 0.02, 0, 0, 2)), 1, 1)
+        assert(image:Pixels(image.Extent).Bytes == "\51\0\0\255")
+    )"),
+              "");
+}
+
 TEST_F(CompanionScriptTest, ValuesAreLinearAndPremultiplied) {
     EXPECT_EQ(Run(R"(
         local image = CIImageQOR.FromPixels(bytes("\255\0\188\51" .. "\0\255\0\255"), 2, 1)
