@@ -12,8 +12,14 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <iterator>
 #include <new>
+#include <string>
+#include <string_view>
+#include <vector>
 
+#include "byte_order.h"
+#include "digest.h"
 #include "encode.h"
 #include "formats.h"
 #include "jpeg_errors.h"
@@ -61,21 +67,61 @@ void PassRest(j_compress_ptr jpeg) {
     PassOn(jpeg, sizeof manager->piece - manager->base.free_in_buffer);
 }
 
+constexpr char kXMP[] = "http://ns.adobe.com/xap/1.0/";
+constexpr std::size_t kLongestMarker = 65533;
+
 // Writes a marker with a name, unless its content is empty or too long for one marker.
 void WriteMarker(jpeg_compress_struct* jpeg, int marker, const char* name, std::size_t nameLength,
                  const Block& content) {
-    constexpr std::size_t kLongest = 65533;
-    if (content.length == 0 || nameLength + content.length > kLongest) return;
+    if (content.length == 0 || nameLength + content.length > kLongestMarker) return;
     jpeg_write_m_header(jpeg, marker, static_cast<unsigned>(nameLength + content.length));
     for (std::size_t i = 0; i < nameLength; ++i) jpeg_write_m_byte(jpeg, name[i]);
     const auto* bytes = static_cast<const std::uint8_t*>(content.bytes);
     for (std::size_t i = 0; i < content.length; ++i) jpeg_write_m_byte(jpeg, bytes[i]);
 }
 
+// XMP as a JPEG holds it: a packet, and the parts of its extension.
+struct ExtendedXMP {
+    std::string packet;
+    std::vector<std::string> parts;
+};
+
+Block BlockOf(const std::string& text) { return {text.data(), text.size()}; }
+
+// Returns XMP in segments. A packet that is too long for one becomes the extension of a packet that only names it; a
+// reader joins them. The name is the digest of the extension.
+ExtendedXMP Extended(const Block& xmp) {
+    const std::string_view whole(static_cast<const char*>(xmp.bytes), xmp.length);
+    if (sizeof kXMP + whole.size() <= kLongestMarker) return {std::string(whole), {}};
+    // The frame of a packet is not part of an extension.
+    const std::size_t begin = std::min(whole.size(), whole.find("<x:xmpmeta")), end = whole.rfind("<?xpacket end");
+    const std::string_view extension = begin < end ? whole.substr(begin, end - begin) : whole;
+    const std::string name = DigestOf(extension);
+    ExtendedXMP extended = {
+        "<?xpacket begin=\"\xEF\xBB\xBF\" id=\"W5M0MpCehiHzreSzNTczkc9d\"?>"
+        "<x:xmpmeta xmlns:x=\"adobe:ns:meta/\">"
+        "<rdf:RDF xmlns:rdf=\"http://www.w3.org/1999/02/22-rdf-syntax-ns#\">"
+        "<rdf:Description rdf:about=\"\" xmlns:xmpNote=\"http://ns.adobe.com/xmp/note/\" "
+        "xmpNote:HasExtendedXMP=\"" +
+            name + "\"/></rdf:RDF></x:xmpmeta><?xpacket end=\"w\"?>",
+        {}};
+    constexpr std::size_t kNumber = 4;
+    const std::size_t longest = kLongestMarker - sizeof kXMPExtension - name.size() - 2 * kNumber;
+    for (std::size_t at = 0; at < extension.size(); at += longest) {
+        std::uint8_t numbers[2 * kNumber];
+        StoreNumber(extension.size(), kNumber, /*isLittleEndian=*/false, numbers);
+        StoreNumber(at, kNumber, /*isLittleEndian=*/false, numbers + kNumber);
+        std::string& part = extended.parts.emplace_back(name);
+        part.append(std::begin(numbers), std::end(numbers)).append(extension.substr(at, longest));
+    }
+    return extended;
+}
+
 // A picture, how it is written, and the error of its source. The first rows are read.
 struct Job {
     const Pixels& pixels;
     const EncodeOptions& options;
+    const ExtendedXMP& xmp;
     PixelRows& rows;
     Channels* channels;
     std::uint8_t* row;
@@ -110,7 +156,10 @@ bool WriteGuarded(jpeg_compress_struct* jpeg, ErrorManager* errors, Job& job, Ou
     if (options.isProgressive) jpeg_simple_progression(jpeg);
     jpeg_start_compress(jpeg, TRUE);
     WriteMarker(jpeg, JPEG_APP0 + 1, "Exif\0", 6, options.exif);
-    WriteMarker(jpeg, JPEG_APP0 + 1, "http://ns.adobe.com/xap/1.0/", 29, options.xmp);
+    WriteMarker(jpeg, JPEG_APP0 + 1, kXMP, sizeof kXMP, BlockOf(job.xmp.packet));
+    for (const std::string& part : job.xmp.parts) {
+        WriteMarker(jpeg, JPEG_APP0 + 1, kXMPExtension, sizeof kXMPExtension, BlockOf(part));
+    }
     WriteMarker(jpeg, JPEG_APP0 + 13, "Photoshop 3.0", 14, options.iptc);
     if (pixels.profile != nullptr) {
         jpeg_write_icc_profile(jpeg, static_cast<const JOCTET*>(pixels.profile),
@@ -140,8 +189,8 @@ Bytes ResourceOf(const Block& iptc) {
 }
 
 // Begins a file, and writes the picture.
-int WriteInChannels(const Pixels& pixels, const EncodeOptions& options, Channels* channels, EncodedFile* file,
-                    bool* isComplete) {
+int WriteInChannels(const Pixels& pixels, const EncodeOptions& options, const ExtendedXMP& xmp, Channels* channels,
+                    EncodedFile* file, bool* isComplete) {
     PixelRows rows(pixels);
     if (const int error = rows.ReadNext(channels); error != 0) return error;
     ErrorManager errors = {};
@@ -157,7 +206,7 @@ int WriteInChannels(const Pixels& pixels, const EncodeOptions& options, Channels
     sink.base.term_destination = PassRest;
     auto* row = static_cast<std::uint8_t*>(std::malloc(pixels.width * 3));
     const bool hadColor = channels->hasColor;
-    Job job = {pixels, options, rows, channels, row, 0};
+    Job job = {pixels, options, xmp, rows, channels, row, 0};
     const bool isWritten =
         row != nullptr && WriteGuarded(&jpeg, &errors, job, &output, file->sink != nullptr ? &sink : nullptr);
     // The library's buffer moves as it grows, and only this tells where it is.
@@ -178,17 +227,17 @@ static_assert(kJPEGSide == JPEG_MAX_DIMENSION, "the table of formats has the lim
 int EncodeJPEG(const Pixels& pixels, const EncodeOptions& options, EncodedFile* file) {
     if (pixels.width > JPEG_MAX_DIMENSION || pixels.height > JPEG_MAX_DIMENSION) return EFBIG;
     Bytes resource;
-    EncodeOptions wrapped = options;
-    if (options.iptc.length != 0) {
-        try {
-            resource = ResourceOf(options.iptc);
-        } catch (const std::bad_alloc&) {
-            return ENOMEM;
-        }
-        wrapped.iptc = {resource.data(), resource.size()};
+    ExtendedXMP xmp;
+    try {
+        if (options.iptc.length != 0) resource = ResourceOf(options.iptc);
+        xmp = Extended(options.xmp);
+    } catch (const std::bad_alloc&) {
+        return ENOMEM;
     }
+    EncodeOptions wrapped = options;
+    wrapped.iptc = {resource.data(), resource.size()};
     return EncodeByRows(pixels, file, [&](Channels* channels, bool* isComplete) {
-        return WriteInChannels(pixels, wrapped, channels, file, isComplete);
+        return WriteInChannels(pixels, wrapped, xmp, channels, file, isComplete);
     });
 }
 

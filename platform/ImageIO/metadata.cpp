@@ -200,6 +200,59 @@ void ResetOrientation(std::string* text) {
     }
 }
 
+// Returns the extension of that name from its parts, each of which has the name, the length of the extension and its
+// own place in it; empty when a part is missing.
+std::string ExtensionIn(const std::vector<std::string_view>& parts, std::string_view name) {
+    constexpr std::size_t kNumbers = 8;
+    std::string extension;
+    std::size_t kept = 0, length = 0;
+    for (std::string_view part : parts) {
+        if (!Drop(name, &part) || part.size() < kNumbers) continue;
+        const Range range = {reinterpret_cast<const std::uint8_t*>(part.data()), part.size()};
+        const std::size_t place = range.Number(4, 4);
+        length = range.Number(0, 4);
+        part.remove_prefix(kNumbers);
+        if (length > kLongestBlock || place > length || part.size() > length - place) return {};
+        extension.resize(length);
+        std::copy(part.begin(), part.end(), extension.begin() + static_cast<std::ptrdiff_t>(place));
+        kept += part.size();
+    }
+    return kept == length ? extension : std::string();
+}
+
+// Adds the properties of another packet, and those of its prefixes that are declared around them.
+void AddProperties(std::string_view packet, std::string* text) {
+    constexpr std::string_view kOpen = "<rdf:RDF", kClose = "</rdf:RDF>", kDeclaration = " xmlns:";
+    const std::size_t open = text->find(kOpen), first = packet.find('>', packet.find(kOpen));
+    const std::size_t close = packet.rfind(kClose);
+    if (open == std::string::npos || text->rfind(kClose) == std::string::npos || close > packet.size()) return;
+    if (first >= close) return;
+    text->insert(text->rfind(kClose), packet.substr(first + 1, close - first - 1));
+    const std::string_view head = packet.substr(0, first);
+    const std::string own = text->substr(0, text->find('>', open));
+    for (std::size_t at = head.find(kDeclaration); at != std::string_view::npos; at = head.find(kDeclaration, at + 1)) {
+        const std::size_t quote = head.find_first_of("\"'", at);
+        const std::size_t end = quote < first ? head.find(head[quote], quote + 1) : std::string_view::npos;
+        if (end == std::string_view::npos) return;
+        if (own.find(head.substr(at, quote - at)) != std::string::npos) continue;
+        text->insert(open + kOpen.size(), head.substr(at, end + 1 - at));
+    }
+}
+
+// Adds to XMP what was too long for its segment, an extension that the packet names.
+void JoinExtension(const std::vector<std::string_view>& parts, Bytes* xmp) {
+    constexpr std::string_view kProperty = "HasExtendedXMP";
+    constexpr std::size_t kNameLength = 32;
+    std::string text(TextOf(*xmp));
+    std::size_t begin = 0, end = 0;
+    if (!FindName(text, kProperty, &begin, &end)) return;
+    const std::size_t value = std::min(text.size(), text.find_first_not_of(" \t\r\n=>\"'", end));
+    const std::string name = text.substr(value, kNameLength);
+    if (!RemoveProperties(kProperty, &text)) return;
+    AddProperties(ExtensionIn(parts, name), &text);
+    xmp->assign(text.begin(), text.end());
+}
+
 }  // namespace
 
 Metadata MetadataOf(const std::uint8_t* bytes, std::size_t length) {
@@ -215,15 +268,20 @@ Metadata MetadataOf(const std::uint8_t* bytes, std::size_t length) {
 void ReadMetadataOfJPEG(const std::uint8_t* bytes, std::size_t length, Metadata* metadata) {
     const Range file = {bytes, length};
     constexpr std::uint32_t kExifOrXMP = 0xffe1, kResources = 0xffed, kScan = 0xffda;
+    std::vector<std::string_view> parts;
     std::size_t at = 2;
     for (;;) {
         const std::uint32_t segment = file.Number(at, 2), size = file.Number(at + 2, 2);
-        if (segment < 0xff00 || segment == kScan || size < 2) return;
+        if (segment < 0xff00 || segment == kScan || size < 2) break;
         std::string_view content = file.Part(at + 4, size - 2);
-        if (segment == kExifOrXMP) KeepSegment(content, metadata);
+        if (segment == kExifOrXMP) {
+            KeepSegment(content, metadata);
+            if (Drop({kXMPExtension, sizeof kXMPExtension}, &content)) parts.push_back(content);
+        }
         if (segment == kResources && Drop("Photoshop 3.0\0"sv, &content)) KeepIPTC(content, metadata);
         at += 2 + size;
     }
+    JoinExtension(parts, &metadata->xmp);
 }
 
 void ReadMetadataOfPNG(const std::uint8_t* bytes, std::size_t length, Metadata* metadata) {

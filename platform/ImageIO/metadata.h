@@ -45,6 +45,9 @@ void Adapt(Metadata* metadata, const Adaptation& adaptation);
 [[nodiscard]] bool AdaptXMP(Bytes* xmp, const Adaptation& adaptation);
 [[nodiscard]] bool AdaptIPTC(Bytes* iptc, const Adaptation& adaptation);
 
+// What segments of a JPEG begin with that hold parts of XMP which is too long for one segment.
+inline constexpr char kXMPExtension[] = "http://ns.adobe.com/xmp/extension/";
+
 // Each reads the data in a file of its format.
 void ReadMetadataOfPNG(const std::uint8_t* bytes, std::size_t length, Metadata* metadata);
 void ReadMetadataOfJPEG(const std::uint8_t* bytes, std::size_t length, Metadata* metadata);

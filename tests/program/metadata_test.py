@@ -1,7 +1,9 @@
 """The data about a picture: what of Exif, XMP and IPTC a result keeps, and in which form."""
 
+import hashlib
 import struct
 import unittest
+import xml.etree.ElementTree
 import zlib
 
 from PIL import Image, IptcImagePlugin
@@ -113,6 +115,44 @@ def segment(marker, content):
     return struct.pack(">BBH", 0xFF, marker, len(content) + 2) + content
 
 
+def packet(properties, declarations=b""):
+    return (
+        b'<x:xmpmeta xmlns:x="adobe:ns:meta/"><rdf:RDF xmlns:rdf="http://www.w3.org/1999/02/22-rdf-syntax-ns#"'
+        + declarations + b">" + properties + b"</rdf:RDF></x:xmpmeta>"
+    )
+
+
+def parts(name, extension, size=60000):
+    """The segments of an extension of XMP."""
+    return [
+        segment(
+            0xE1,
+            b"http://ns.adobe.com/xmp/extension/\0" + name + struct.pack(">II", len(extension), at)
+            + extension[at : at + size],
+        )
+        for at in range(0, len(extension), size)
+    ]
+
+
+def extended_xmp_of(jpeg):
+    """The packet of a JPEG and its extension, whose name has to be its digest."""
+    head, main, extension, at = b"http://ns.adobe.com/xmp/extension/\0", b"", b"", 2
+    while jpeg[at + 1] != 0xDA:
+        (size,) = struct.unpack_from(">H", jpeg, at + 2)
+        content = jpeg[at + 4 : at + 2 + size]
+        if content.startswith(b"http://ns.adobe.com/xap/1.0/\0"):
+            main = content[29:]
+        if content.startswith(head):
+            name, (whole, place) = content[35:67], struct.unpack_from(">II", content, 67)
+            assert place == len(extension) and name in main
+            extension += content[75:]
+            is_complete = len(extension) == whole
+        at += 2 + size
+    if extension:
+        assert is_complete and hashlib.md5(extension).hexdigest().upper().encode() == name
+    return main, extension
+
+
 def with_metadata(jpeg, order):
     """A JPEG with Exif, XMP and IPTC."""
     resource = b"8BIM\x04\x04\0\0" + struct.pack(">I", len(IPTC)) + IPTC + b"\0" * (len(IPTC) % 2)
@@ -191,6 +231,57 @@ class MetadataTest(ZevaTest):
             self.assertNotIn(b"PixelXDimension", file)
             with Image.open(path) as image:
                 self.assertEqual(IptcImagePlugin.getiptcinfo(image)[(2, 90)], b"Hamburg")
+
+    def test_xmp_that_is_too_long_for_a_segment_is_kept_in_an_extension(self):
+        # 65504 bytes fit beside the name of the segment.
+        for length, is_extended in ((65504, False), (65505, True), (300000, True)):
+            with self.subTest(length=length):
+                start = b"<?xpacket begin=''?>"
+                ends = packet(b'<rdf:Description a:note="|"/>', b' xmlns:a="urn:a"'), b"<?xpacket end='w'?>"
+                note = b"n" * (length - len(start) - sum(map(len, ends)) + 1)
+                xmp = start + ends[0].replace(b"|", note) + ends[1]
+                self.assertEqual(len(xmp), length)
+                Image.new("RGB", (4, 3)).save(self.folder / "long.webp", xmp=xmp)
+                main, extension = extended_xmp_of(self.apply("out.jpg", source="long.webp").read_bytes())
+                self.assertEqual((b"HasExtendedXMP" in main, note in main), (is_extended, not is_extended))
+                self.assertEqual(extension, ends[0].replace(b"|", note) if is_extended else b"")
+                # The way back joins them.
+                with Image.open(self.apply("back.webp", source="out.jpg")) as image:
+                    joined = image.info["xmp"]
+                self.assertIn(b'a:note="' + note + b'"', joined)
+                self.assertIn(b'xmlns:a="urn:a"', joined)
+                self.assertNotIn(b"HasExtendedXMP", joined)
+                xml.etree.ElementTree.fromstring(joined[joined.index(b"<x:") :].partition(b"<?")[0])
+
+    def test_an_extension_of_xmp_is_joined_unless_a_part_is_missing(self):
+        name = b"0123456789ABCDEF" * 2
+        main = packet(b"<rdf:Description dc:title='Harbor' xmpNote:HasExtendedXMP='" + name + b"'/>")
+        long = b"l" * 150000
+        extension = packet(b"<rdf:Description a:note='" + long + b"' exif:GPSLatitude='53,33.1N'/>")
+        pieces = parts(name, extension)
+        # Its length and its place are at 71 and 75.
+        far = pieces[1][:75] + b"\xff" + pieces[1][76:]
+        behind = pieces[1][:75] + struct.pack(">I", len(extension) - 1) + pieces[1][79:]
+        cases = {
+            "in order": (pieces, True),
+            "in another order": (pieces[::-1], True),
+            "with those of another name": (parts(b"F" * 32, extension) + pieces, True),
+            "missing": (pieces[1:], False),
+            "twice": ([*pieces, pieces[0]], False),
+            "far away": ([pieces[0], far, pieces[2]], False),
+            "behind the end": ([pieces[0], behind, pieces[2]], False),
+            "none": ([], False),
+        }
+        for case, (segments, is_joined) in cases.items():
+            with self.subTest(case):
+                first = segment(0xE1, b"http://ns.adobe.com/xap/1.0/\0" + main)
+                self.source.write_bytes(self.plain[:2] + b"".join([first, *segments]) + self.plain[2:])
+                with Image.open(self.apply("out.webp", "--strip=gps")) as image:
+                    xmp = image.info["xmp"]
+                self.assertIn(b"dc:title='Harbor'", xmp)
+                self.assertEqual(long in xmp, is_joined)
+                for text in (b"HasExtendedXMP", b"53,33"):
+                    self.assertNotIn(text, xmp)
 
     def test_raw_profiles_in_texts_of_a_png_are_kept(self):
         def chunk(kind, data):
