@@ -84,7 +84,10 @@ void AddArgument(CLI::App& app, const Argument& argument) {
         } else {
             if constexpr (std::is_same_v<Target, std::string>) {
                 const std::string& value = argument.defaultValue;
-                if (!value.empty()) return app.add_flag(argument.names + "{" + value + "}", *target, argument.help);
+                if (!value.empty()) {
+                    CLI::Option* flag = app.add_flag(argument.names + "{" + value + "}", *target, argument.help);
+                    return flag->multi_option_policy(CLI::MultiOptionPolicy::Throw);
+                }
             }
             CLI::Option* option = app.add_option(argument.names, *target, argument.help);
             if constexpr (std::is_arithmetic_v<Target>) {

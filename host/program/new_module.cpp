@@ -98,9 +98,15 @@ int NewModule(const std::string& name, std::span<const TemplateFile> files) {
         throw UsageError(name + ": it exists already; nothing was written");
     fs::create_directory(folder, error);
     if (error) throw Failure(kMachineFailed, name + ": " + error.message() + "; nothing was written");
-    for (const TemplateFile& file : files) {
-        host::WriteFile(folder / Replaced(file.name, kTemplateName, name),
-                        Replaced(Replaced(file.text, kTemplateName, name), kTemplateClass, ClassNameOf(name)));
+    try {
+        for (const TemplateFile& file : files) {
+            host::WriteFile(folder / Replaced(file.name, kTemplateName, name),
+                            Replaced(Replaced(file.text, kTemplateName, name), kTemplateClass, ClassNameOf(name)));
+        }
+    } catch (...) {
+        const Failure failure = FailureOfError(kMachineFailed);
+        fs::remove_all(folder, error);
+        throw Failure(failure.Status(), std::string(failure.what()) + "; nothing was written");
     }
     std::printf("%s: written; its README.md says how to build and test it\n", name.c_str());
     return kDone;

@@ -6,7 +6,7 @@
 //
 // By default each row is filtered by Paeth's predictor and compressed by run lengths and Huffman codes
 // (deflate_runs.h). For photos this takes a tenth of the time of libpng's defaults, and the files are about a tenth
-// larger. The other methods are zlib's.
+// larger. The other methods try several ways for each strip, most of them with zlib, and take the shortest result.
 
 #include <png.h>
 #include <tbb/enumerable_thread_specific.h>
@@ -22,6 +22,7 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -35,23 +36,38 @@ namespace {
 
 constexpr std::size_t kInitialCapacity = 1 << 16;
 
-// How to compress: what zlib is told, if it compresses; whether the best of all filters is chosen for each row, and the
-// uncompressed bytes of a strip, about. Smaller strips would be compressed less well, larger ones leave cores idle.
-struct Method {
+// The filter of all rows, or a filter for each row.
+constexpr int kAdaptive = PNG_FILTER_VALUE_LAST;
+
+// One way to compress a strip: how its rows are filtered, and what zlib is told unless the strip is compressed by runs.
+struct Way {
+    int filter;
     bool isByRuns;
     int level;
     int strategy;
-    bool isAdaptive;
+};
+
+constexpr Way kFast[] = {{PNG_FILTER_VALUE_PAETH, true, 0, 0}};
+constexpr Way kBalanced[] = {{kAdaptive, false, 5, Z_FILTERED}, kFast[0]};
+constexpr Way kSmall[] = {
+    {kAdaptive, false, Z_BEST_COMPRESSION, Z_FILTERED},
+    {kAdaptive, false, Z_BEST_COMPRESSION, Z_DEFAULT_STRATEGY},
+    {PNG_FILTER_VALUE_NONE, false, Z_BEST_COMPRESSION, Z_DEFAULT_STRATEGY},
+    kFast[0],
+};
+
+// How to compress: the ways that are tried for each strip, the shortest of which is taken, and the uncompressed bytes
+// of a strip, about. Smaller strips would be compressed less well, larger ones leave cores idle.
+struct Method {
+    std::span<const Way> ways;
     std::size_t stripBytes;
 };
 
-// clang-format off
 constexpr Method kMethods[] = {
-    /* fast     */ {true,  0,                  0,                  false, 1 << 18},
-    /* balanced */ {false, 5,                  Z_FILTERED,         true,  1 << 19},
-    /* small    */ {false, Z_BEST_COMPRESSION, Z_DEFAULT_STRATEGY, true,  1 << 20},
+    /* fast     */ {kFast, 1 << 18},
+    /* balanced */ {kBalanced, 1 << 19},
+    /* small    */ {kSmall, 1 << 20},
 };
-// clang-format on
 // A strip may store one of the four channels of the rows that are read at a time.
 static_assert(std::ranges::all_of(kMethods,
                                   [](const Method& method) { return 4 * method.stripBytes <= PixelRows::kMostBytes; }));
@@ -172,10 +188,10 @@ struct Strip {
 };
 
 // Appends the bytes, compressed by zlib. Every strip but the last one ends with an empty block, at a byte border.
-void Deflate(std::vector<std::uint8_t>& filtered, const Method& method, bool isLast, std::vector<std::uint8_t>& to) {
+void Deflate(std::vector<std::uint8_t>& filtered, const Way& way, bool isLast, std::vector<std::uint8_t>& to) {
     constexpr int kRawStream = -15, kMemory = 9;
     z_stream stream = {};
-    if (deflateInit2(&stream, method.level, Z_DEFLATED, kRawStream, kMemory, method.strategy) != Z_OK) {
+    if (deflateInit2(&stream, way.level, Z_DEFLATED, kRawStream, kMemory, way.strategy) != Z_OK) {
         throw std::bad_alloc();
     }
     const std::unique_ptr<z_stream, decltype(&deflateEnd)> closer(&stream, deflateEnd);
@@ -199,8 +215,8 @@ struct Scratch {
     std::vector<std::uint8_t> row, above, spare, filtered;
 };
 
-// Compresses the rows from begin to end.
-Strip MakeStrip(const Work& work, std::size_t begin, std::size_t end, Scratch& scratch) {
+// Compresses the rows from begin to end in one way.
+Strip MakeStrip(const Work& work, const Way& way, std::size_t begin, std::size_t end, Scratch& scratch) {
     const std::size_t pixel = work.PixelBytes(), count = work.RowBytes();
     auto& [row, above, spare, filtered] = scratch;
     for (std::vector<std::uint8_t>* one : {&row, &above, &spare}) one->resize(count);
@@ -213,11 +229,11 @@ Strip MakeStrip(const Work& work, std::size_t begin, std::size_t end, Scratch& s
     std::uint8_t* to = filtered.data();
     for (std::size_t y = begin; y < end; ++y, to += count + 1) {
         MakeRow(work, y, row.data());
-        if (work.method.isAdaptive) {
+        if (way.filter == kAdaptive) {
             FilterAdaptively(row.data(), above.data(), count, pixel, spare.data(), to);
         } else {
-            *to = PNG_FILTER_VALUE_PAETH;
-            FilterByPaeth(row.data(), above.data(), count, pixel, to + 1);
+            *to = static_cast<std::uint8_t>(way.filter);
+            FilterBy(way.filter, row.data(), above.data(), count, pixel, to + 1);
         }
         row.swap(above);
     }
@@ -225,12 +241,22 @@ Strip MakeStrip(const Work& work, std::size_t begin, std::size_t end, Scratch& s
     Strip strip = {{}, filtered.size(), adler32_z(adler32(0, nullptr, 0), filtered.data(), filtered.size())};
     constexpr std::uint8_t kStreamHeader[] = {0x78, 0x01};  // a window of 32 KB, compressed for speed
     if (begin == 0) strip.bytes.assign(std::begin(kStreamHeader), std::end(kStreamHeader));
-    if (work.method.isByRuns) {
+    if (way.isByRuns) {
         DeflateRuns(filtered.data(), filtered.size(), isLast, strip.bytes);
     } else {
-        Deflate(filtered, work.method, isLast, strip.bytes);
+        Deflate(filtered, way, isLast, strip.bytes);
     }
     return strip;
+}
+
+// Compresses the rows from begin to end in the way that gives the fewest bytes.
+Strip MakeShortest(const Work& work, std::size_t begin, std::size_t end, Scratch& scratch) {
+    Strip shortest;
+    for (const Way& way : work.method.ways) {
+        Strip strip = MakeStrip(work, way, begin, end, scratch);
+        if (shortest.bytes.empty() || strip.bytes.size() < shortest.bytes.size()) shortest = std::move(strip);
+    }
+    return shortest;
 }
 
 // Compresses the rows that were read last, and adds to the check sum of the stream. Throws std::bad_alloc.
@@ -240,7 +266,7 @@ std::vector<Strip> MakeStrips(const Work& work, const PixelRows& rows, uLong* ch
     tbb::enumerable_thread_specific<Scratch> scratch;
     tbb::parallel_for(std::size_t{0}, strips.size(), [&](std::size_t i) {
         const std::size_t begin = rows.Begin() + i * rowsOfStrip;
-        strips[i] = MakeStrip(work, begin, std::min(begin + rowsOfStrip, rows.End()), scratch.local());
+        strips[i] = MakeShortest(work, begin, std::min(begin + rowsOfStrip, rows.End()), scratch.local());
     });
     for (const Strip& strip : strips) {
         *checkSum = adler32_combine(*checkSum, strip.checkSum, static_cast<z_off_t>(strip.length));

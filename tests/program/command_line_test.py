@@ -70,6 +70,7 @@ class CommandLineTest(ZevaTest):
             self.apply_refused(f"{option} must not be empty", "Gloom", option, "")
         self.apply_refused("--load must not be empty", "Gloom", "--load", "")
         self.assert_refused("--output: it may be given only once", "apply", "Gloom", "-o", "a", "-o", "b")
+        self.apply_refused("--strip: it may be given only once", "Gloom", "--strip", "--strip=gps")
         self.apply_refused("--rect and --keep-size cannot be combined", "Gloom", "--keep-size", "--rect", "0,0,1,1")
 
     def test_help_is_a_command(self):

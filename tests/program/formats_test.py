@@ -330,6 +330,31 @@ class FormatsTest(ZevaTest):
                     used = set(png_parts(path)[1][:: len(rows[0]) + 1])
                     self.assertEqual(used, {4} if compression == "fast" else {0, 1, 2, 3, 4})
 
+    def test_more_time_never_makes_a_png_larger(self):
+        generator = random.Random(8)
+        levels = list(Image.radial_gradient("L").getdata())
+        colors = [tuple(generator.randbytes(3)) for _ in range(9)]
+        pictures = {
+            "rough": ("L", [level + generator.randrange(12) for level in levels]),
+            "steps": ("L", [level + generator.randrange(40) & 0xE0 for level in levels]),
+            "few colors": ("RGB", generator.choices(colors, k=len(levels))),
+        }
+        for name, (mode, pixels) in pictures.items():
+            picture = Image.new(mode, (256, 256))
+            picture.putdata(pixels)
+            picture.save(self.folder / "in.png")
+            sizes = []
+            for compression in ("fast", "balanced", "small"):
+                path = self.apply("in.png", "out.png", "--compression", compression)
+                with Image.open(path) as written:
+                    self.assertEqual(written.tobytes(), picture.tobytes())
+                sizes.append(path.stat().st_size)
+            with self.subTest(name):
+                self.assertEqual(sizes, sorted(sizes, reverse=True))
+                if name == "few colors":
+                    # The colors themselves repeat more often than their differences.
+                    self.assertLess(1.5 * sizes[2], sizes[1])
+
     def test_tiff_layouts_are_read_like_pillow_reads_them(self):
         for mode in ("1", "L", "P", "RGB", "RGBA", "CMYK", "YCbCr"):
             picture = noise("RGB", (40, 33)) if mode != "RGBA" else noise("RGBA", (40, 33))

@@ -6,6 +6,7 @@ Run this file as: FILE ZEVA MODULE GENERATED, the modules that the templates com
 import json
 import os
 import pathlib
+import resource
 import shutil
 import sys
 import unittest
@@ -149,6 +150,16 @@ class NewModuleTest(ZevaTest):
         (self.folder / "kettle").write_text("tea")
         self.assert_fails(2, "kettle: it exists already; nothing was written", "new-module", "kettle")
         self.assertEqual((self.folder / "kettle").read_text(), "tea")
+
+    def test_leaves_nothing_behind_when_a_file_cannot_be_written(self):
+        # The files before the source are shorter than the limit.
+        self.assert_fails(
+            3,
+            "kettle/kettle.cpp: it cannot be written (file too large); nothing was written",
+            *("new-module", "kettle"),
+            preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (1500, 1500)),
+        )
+        self.assertFalse((self.folder / "kettle").exists())
 
 
 if __name__ == "__main__":
