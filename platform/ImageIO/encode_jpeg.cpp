@@ -67,7 +67,6 @@ void PassRest(j_compress_ptr jpeg) {
     PassOn(jpeg, sizeof manager->piece - manager->base.free_in_buffer);
 }
 
-constexpr char kXMP[] = "http://ns.adobe.com/xap/1.0/";
 constexpr std::size_t kLongestMarker = 65533;
 
 // Writes a marker with a name, unless its content is empty or too long for one marker.
@@ -92,7 +91,7 @@ Block BlockOf(const std::string& text) { return {text.data(), text.size()}; }
 // reader joins them. The name is the digest of the extension.
 ExtendedXMP Extended(const Block& xmp) {
     const std::string_view whole(static_cast<const char*>(xmp.bytes), xmp.length);
-    if (sizeof kXMP + whole.size() <= kLongestMarker) return {std::string(whole), {}};
+    if (sizeof kXMPSegment + whole.size() <= kLongestMarker) return {std::string(whole), {}};
     // The frame of a packet is not part of an extension.
     const std::size_t begin = std::min(whole.size(), whole.find("<x:xmpmeta")), end = whole.rfind("<?xpacket end");
     const std::string_view extension = begin < end ? whole.substr(begin, end - begin) : whole;
@@ -121,7 +120,7 @@ ExtendedXMP Extended(const Block& xmp) {
 struct Job {
     const Pixels& pixels;
     const EncodeOptions& options;
-    const ExtendedXMP& xmp;
+    const std::vector<std::string>& extension;  // the parts of XMP that is too long
     PixelRows& rows;
     Channels* channels;
     std::uint8_t* row;
@@ -156,8 +155,8 @@ bool WriteGuarded(jpeg_compress_struct* jpeg, ErrorManager* errors, Job& job, Ou
     if (options.isProgressive) jpeg_simple_progression(jpeg);
     jpeg_start_compress(jpeg, TRUE);
     WriteMarker(jpeg, JPEG_APP0 + 1, "Exif\0", 6, options.exif);
-    WriteMarker(jpeg, JPEG_APP0 + 1, kXMP, sizeof kXMP, BlockOf(job.xmp.packet));
-    for (const std::string& part : job.xmp.parts) {
+    WriteMarker(jpeg, JPEG_APP0 + 1, kXMPSegment, sizeof kXMPSegment, options.xmp);
+    for (const std::string& part : job.extension) {
         WriteMarker(jpeg, JPEG_APP0 + 1, kXMPExtension, sizeof kXMPExtension, BlockOf(part));
     }
     WriteMarker(jpeg, JPEG_APP0 + 13, "Photoshop 3.0", 14, options.iptc);
@@ -189,8 +188,8 @@ Bytes ResourceOf(const Block& iptc) {
 }
 
 // Begins a file, and writes the picture.
-int WriteInChannels(const Pixels& pixels, const EncodeOptions& options, const ExtendedXMP& xmp, Channels* channels,
-                    EncodedFile* file, bool* isComplete) {
+int WriteInChannels(const Pixels& pixels, const EncodeOptions& options, const std::vector<std::string>& extension,
+                    Channels* channels, EncodedFile* file, bool* isComplete) {
     PixelRows rows(pixels);
     if (const int error = rows.ReadNext(channels); error != 0) return error;
     ErrorManager errors = {};
@@ -206,7 +205,7 @@ int WriteInChannels(const Pixels& pixels, const EncodeOptions& options, const Ex
     sink.base.term_destination = PassRest;
     auto* row = static_cast<std::uint8_t*>(std::malloc(pixels.width * 3));
     const bool hadColor = channels->hasColor;
-    Job job = {pixels, options, xmp, rows, channels, row, 0};
+    Job job = {pixels, options, extension, rows, channels, row, 0};
     const bool isWritten =
         row != nullptr && WriteGuarded(&jpeg, &errors, job, &output, file->sink != nullptr ? &sink : nullptr);
     // The library's buffer moves as it grows, and only this tells where it is.
@@ -236,8 +235,9 @@ int EncodeJPEG(const Pixels& pixels, const EncodeOptions& options, EncodedFile* 
     }
     EncodeOptions wrapped = options;
     wrapped.iptc = {resource.data(), resource.size()};
+    wrapped.xmp = BlockOf(xmp.packet);
     return EncodeByRows(pixels, file, [&](Channels* channels, bool* isComplete) {
-        return WriteInChannels(pixels, wrapped, xmp, channels, file, isComplete);
+        return WriteInChannels(pixels, wrapped, xmp.parts, channels, file, isComplete);
     });
 }
 

@@ -109,7 +109,7 @@ std::string_view TextOf(const Bytes& bytes) { return {reinterpret_cast<const cha
 // Keeps Exif or XMP as a segment of a JPEG holds them.
 void KeepSegment(std::string_view content, Metadata* metadata) {
     if (Drop("Exif\0\0"sv, &content)) return Keep(content, &metadata->exif);
-    if (Drop("http://ns.adobe.com/xap/1.0/\0"sv, &content)) Keep(content, &metadata->xmp);
+    if (Drop({kXMPSegment, sizeof kXMPSegment}, &content)) Keep(content, &metadata->xmp);
 }
 
 // Keeps what a chunk of text holds, compressed or not. PNG has no other place for IPTC, and had none for Exif, so
@@ -223,29 +223,32 @@ std::string ExtensionIn(const std::vector<std::string_view>& parts, std::string_
 // Adds the properties of another packet, and those of its prefixes that are declared around them.
 void AddProperties(std::string_view packet, std::string* text) {
     constexpr std::string_view kOpen = "<rdf:RDF", kClose = "</rdf:RDF>", kDeclaration = " xmlns:";
-    const std::size_t open = text->find(kOpen), first = packet.find('>', packet.find(kOpen));
-    const std::size_t close = packet.rfind(kClose);
-    if (open == std::string::npos || text->rfind(kClose) == std::string::npos || close > packet.size()) return;
-    if (first >= close) return;
-    text->insert(text->rfind(kClose), packet.substr(first + 1, close - first - 1));
+    // Programs declare some dozens of prefixes. A head of megabytes is made to waste the time of readers.
+    constexpr std::size_t kLongestHead = 1 << 16;
+    const std::size_t open = text->find(kOpen), last = text->rfind(kClose);
+    const std::size_t first = packet.find('>', packet.find(kOpen)), close = packet.rfind(kClose);
+    if (open == std::string::npos || last == std::string::npos || close == std::string_view::npos) return;
+    if (first >= std::min(close, kLongestHead)) return;
+    text->insert(last, packet.substr(first + 1, close - first - 1));
     const std::string_view head = packet.substr(0, first);
     const std::string own = text->substr(0, text->find('>', open));
+    std::string declarations;
     for (std::size_t at = head.find(kDeclaration); at != std::string_view::npos; at = head.find(kDeclaration, at + 1)) {
         const std::size_t quote = head.find_first_of("\"'", at);
         const std::size_t end = quote < first ? head.find(head[quote], quote + 1) : std::string_view::npos;
-        if (end == std::string_view::npos) return;
-        if (own.find(head.substr(at, quote - at)) != std::string::npos) continue;
-        text->insert(open + kOpen.size(), head.substr(at, end + 1 - at));
+        if (end == std::string_view::npos) break;
+        if (own.find(head.substr(at, quote - at)) == std::string::npos) declarations += head.substr(at, end + 1 - at);
     }
+    text->insert(open + kOpen.size(), declarations);
 }
 
 // Adds to XMP what was too long for its segment, an extension that the packet names.
 void JoinExtension(const std::vector<std::string_view>& parts, Bytes* xmp) {
     constexpr std::string_view kProperty = "HasExtendedXMP";
     constexpr std::size_t kNameLength = 32;
-    std::string text(TextOf(*xmp));
     std::size_t begin = 0, end = 0;
-    if (!FindName(text, kProperty, &begin, &end)) return;
+    if (!FindName(TextOf(*xmp), kProperty, &begin, &end)) return;
+    std::string text(TextOf(*xmp));
     const std::size_t value = std::min(text.size(), text.find_first_not_of(" \t\r\n=>\"'", end));
     const std::string name = text.substr(value, kNameLength);
     if (!RemoveProperties(kProperty, &text)) return;

@@ -45,7 +45,8 @@ void Adapt(Metadata* metadata, const Adaptation& adaptation);
 [[nodiscard]] bool AdaptXMP(Bytes* xmp, const Adaptation& adaptation);
 [[nodiscard]] bool AdaptIPTC(Bytes* iptc, const Adaptation& adaptation);
 
-// What segments of a JPEG begin with that hold parts of XMP which is too long for one segment.
+// How segments of a JPEG begin, with the zero at the end: the one of XMP, and those of XMP that is too long for it.
+inline constexpr char kXMPSegment[] = "http://ns.adobe.com/xap/1.0/";
 inline constexpr char kXMPExtension[] = "http://ns.adobe.com/xmp/extension/";
 
 // Each reads the data in a file of its format.

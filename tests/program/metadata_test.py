@@ -259,6 +259,7 @@ class MetadataTest(ZevaTest):
         long = b"l" * 150000
         extension = packet(b"<rdf:Description a:note='" + long + b"' exif:GPSLatitude='53,33.1N'/>")
         pieces = parts(name, extension)
+        crowded = packet(b"<rdf:Description a:note='" + long + b"'/>", b' xmlns:a="urn:a"' * 5000)
         # Its length and its place are at 71 and 75.
         far = pieces[1][:75] + b"\xff" + pieces[1][76:]
         behind = pieces[1][:75] + struct.pack(">I", len(extension) - 1) + pieces[1][79:]
@@ -270,6 +271,7 @@ class MetadataTest(ZevaTest):
             "twice": ([*pieces, pieces[0]], False),
             "far away": ([pieces[0], far, pieces[2]], False),
             "behind the end": ([pieces[0], behind, pieces[2]], False),
+            "with thousands of declarations": (parts(name, crowded), False),
             "none": ([], False),
         }
         for case, (segments, is_joined) in cases.items():
